@@ -1,0 +1,24 @@
+# add_ztrace_test(NAME SOURCES file... [LIBRARIES target...] [LABELS label...] [TIMEOUT seconds])
+#
+# One QtTest program and one CTest entry of the same name. The file that declares the test class
+# is read by moc; no display is needed.
+find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+
+function(add_ztrace_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} ztrace_options Qt5::Test)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+  target_compile_definitions(${name} PRIVATE
+    ZTRACE_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
+    ZTRACE_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT ${ARG_TIMEOUT}
+    LABELS "${ARG_LABELS}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+endfunction()

@@ -1,0 +1,130 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Construction: the twelve options and the constant tables.
+#include "ZTraceBitmap.h"
+
+#include "kernels/convert.h"
+#include "kernels/gaussian.h"
+#include "qtcompat.h"
+
+#include <QDebug>
+
+namespace {
+
+struct OptionDefault
+{
+    const char *name;
+    double value;
+};
+
+const OptionDefault kOptionDefaults[] = {
+    { "monochrome", 1.0 },       { "numberofcolors", 16.0 },      { "mincolorratio", 0.02 },
+    { "colorquantcycles", 3.0 }, { "colorsampling", 1.0 },        { "blurradius", 1.0 },
+    { "blurdelta", 2000.0 },     { "pathomit", 8.0 },             { "ltres", 1.0 },
+    { "qtres", 1.0 },            { "alphathreshold", 200.0 },     { "brightnessthreshold", 200.0 },
+};
+
+const int kNodeCodes = 16;
+const int kDirections = 4;
+const int kMoveFields = 4; // code written back, new direction, dx, dy
+
+// Walk direction at a start node: 0 right, 1 up, 2 left, 3 down.
+const signed char kStartDirection[kNodeCodes] = { 0, 0, 3, 0, 1, 0, 3, 0, 0, 3, 3, 1, 0, 3, 0, 0 };
+
+// Three of the four pixels belong to the layer: the scan has met the outline of a hole.
+const bool kStartsHole[kNodeCodes] = { false, false, false, false, false, false, false, true,
+                                       false, false, false, true,  false, true,  true,  false };
+
+// What a walk does at a node of a code, arriving in a direction. A saddle (5, 10) keeps the half
+// that has not been walked yet; the moves of -1 are never used.
+// clang-format off: one row a node code, one column a direction
+const signed char kMoves[kNodeCodes][kDirections][kMoveFields] = {
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+    { {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 } },
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, {  0,  0,  1,  0 } },
+    { {  0,  0,  1,  0 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, {  0,  0,  1,  0 }, {  0,  3,  0,  1 }, { -1, -1, -1, -1 } },
+    { { 13,  3,  0,  1 }, { 13,  2, -1,  0 }, {  7,  1,  0, -1 }, {  7,  0,  1,  0 } },
+    { { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, {  0,  3,  0,  1 } },
+    { {  0,  3,  0,  1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+    { {  0,  3,  0,  1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, {  0,  3,  0,  1 } },
+    { { 11,  1,  0, -1 }, { 14,  0,  1,  0 }, { 14,  3,  0,  1 }, { 11,  2, -1,  0 } },
+    { { -1, -1, -1, -1 }, {  0,  0,  1,  0 }, {  0,  3,  0,  1 }, { -1, -1, -1, -1 } },
+    { {  0,  0,  1,  0 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, {  0,  0,  1,  0 } },
+    { {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 } },
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+};
+// clang-format on
+
+QVector<QVector<double> > gaussianTable()
+{
+    QVector<QVector<double> > table(ztrace::kLargestBlurRadius);
+    for (int radius = 1; radius <= ztrace::kLargestBlurRadius; ++radius) {
+        const double *weights = ztrace::gaussianKernel(radius);
+        for (int i = 0; i < 2 * radius + 1; ++i)
+            table[radius - 1].append(weights[i]);
+    }
+    return table;
+}
+
+QVector<QVector<char> > movesOfCode(int code)
+{
+    QVector<QVector<char> > moves(kDirections);
+    for (int direction = 0; direction < kDirections; ++direction) {
+        moves[direction].resize(kMoveFields);
+        for (int field = 0; field < kMoveFields; ++field)
+            moves[direction][field] = kMoves[code][direction][field];
+    }
+    return moves;
+}
+
+// The table of all moves; every construction announces it line by line.
+QVector<QVector<QVector<char> > > moveTable()
+{
+    const bool announce = ztrace::debugOutputIsOn();
+    QVector<QVector<QVector<char> > > table;
+    table.reserve(kNodeCodes);
+    for (int code = 0; code < kNodeCodes; ++code) {
+        const QVector<QVector<char> > moves = movesOfCode(code);
+        if (announce)
+            qDebug() << "tuples:" << moves;
+        table.append(moves);
+    }
+    if (announce)
+        qDebug() << "lines:" << table;
+    return table;
+}
+
+} // namespace
+
+ZTraceBitmap::ZTraceBitmap() : imageWidth(0), imageHeight(0)
+{
+    for (const OptionDefault &entry : kOptionDefaults)
+        options.insert(QLatin1String(entry.name), entry.value);
+    gaussianKernels = gaussianTable();
+    for (int code = 0; code < kNodeCodes; ++code)
+        pathscanDirLookup.append(kStartDirection[code]);
+    for (int code = 0; code < kNodeCodes; ++code)
+        pathscanHoleLookup.append(kStartsHole[code]);
+    pathscanCombinedLookup = moveTable();
+}
+
+ZTraceBitmap::~ZTraceBitmap() { }
+
+void ZTraceBitmap::setOption(const QString &name, double value)
+{
+    options.insert(name, value);
+}
+
+// A name that is missing reads as 0 and is there afterwards: the map's inserting look-up.
+double ZTraceBitmap::option(const char *name)
+{
+    return options[QLatin1String(name)];
+}
+
+int ZTraceBitmap::integerOption(const char *name)
+{
+    return ztrace::floorToInt(option(name));
+}

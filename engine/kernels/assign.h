@@ -1,0 +1,41 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// One assignment pass of the clustering: every pixel to its nearest palette entry.
+#ifndef ZTRACE_KERNELS_ASSIGN_H
+#define ZTRACE_KERNELS_ASSIGN_H
+
+#include <cstdint>
+#include <vector>
+
+namespace ztrace {
+
+class IndexPlane;
+
+// What one palette entry attracted. Channels are summed as stored byte + 128, so that a channel
+// enters with its top bit inverted; the alpha sum of a pixel that was loaded with alpha 0 is 128.
+struct ColourSum
+{
+    int64_t channel[4];
+    int64_t count;
+};
+
+// The pixels of an image, R, G, B, A as signed bytes, rows from the top without padding.
+struct PixelView
+{
+    const signed char *pixels;
+    int width;
+    int height;
+};
+
+// Assigns every pixel to its nearest entry of the palette (4 signed bytes an entry, at least one
+// entry; see nearest.h for ties and far pixels).
+//
+// sums    one record an entry, replaced by the sums of this pass; may be null
+// plane   receives the indices; may be null. It must have the size of the image and cells for
+//         the palette's entries.
+void assignPlain(const PixelView &image, const std::vector<signed char> &palette,
+                 std::vector<ColourSum> *sums, IndexPlane *plane);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,72 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Fitting of closed internode paths by straight lines and quadratic Bezier pieces.
+#ifndef ZTRACE_KERNELS_FIT_H
+#define ZTRACE_KERNELS_FIT_H
+
+#include <cstddef>
+#include <vector>
+
+namespace ztrace {
+
+// One fitted piece as seven numbers: the type, then the start point, then for a line the end point
+// and two zeros, for a quadratic the control point and the end point.
+struct Segment
+{
+    double field[7];
+};
+
+const double kLineType = 1.0;
+const double kQuadraticType = 2.0;
+
+// A closed path of internodes as three arrays of one length: coordinates in pixels, and direction
+// codes (direction.h), whole numbers that are compared as they are.
+struct InternodePath
+{
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<double> code;
+
+    int size() const { return static_cast<int>(x.size()); }
+    void clear()
+    {
+        x.clear();
+        y.clear();
+        code.clear();
+    }
+    void append(double px, double py, double direction)
+    {
+        x.push_back(px);
+        y.push_back(py);
+        code.push_back(direction);
+    }
+};
+
+// Squared distances in pixels. Single-precision values widened: every comparison is in double.
+struct Tolerances
+{
+    double line;
+    double quadratic;
+};
+
+// Appends the segments that cover the internodes start to end, going forward and wrapping past the
+// path's end where end < start. First one line, else one quadratic, else two halves.
+//
+// The error of an inner internode is measured against evenly spaced points of the line, and
+// against the curve at its place in the sequence; the quadratic's parameters are not corrected for
+// wrapping, on purpose (docs/algorithm/fitseq.md, "Wrapping").
+// Nothing for an end below 0 or above the path's size, or for an empty path. A sequence that wraps
+// other than by end 0 can split outside itself; after kSplitsPerPoint splits a point such a
+// sequence is closed by lines, so that the call always ends.
+void fitSequence(const InternodePath &path, const Tolerances &tolerances, int start, int end,
+                 std::vector<Segment> *segments);
+
+// Appends the segments of a whole closed path: cut into runs of at most two direction codes, each
+// fitted by fitSequence. Every segment starts where the one before it ended, and the last ends
+// where the first starts.
+void fitPath(const InternodePath &path, const Tolerances &tolerances,
+             std::vector<Segment> *segments);
+
+} // namespace ztrace
+
+#endif

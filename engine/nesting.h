@@ -1,0 +1,31 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// From the kernels' flat segments to the nested form of the stage operations.
+#ifndef ZTRACE_NESTING_H
+#define ZTRACE_NESTING_H
+
+#include <QVector>
+
+#include <algorithm>
+#include <vector>
+
+#include "kernels/fit.h"
+
+namespace ztrace {
+
+// One vector of seven doubles a segment, all sized exactly.
+inline QVector<QVector<double> > nested(const std::vector<Segment> &segments)
+{
+    QVector<QVector<double> > result;
+    result.reserve(int(segments.size()));
+    for (size_t i = 0; i < segments.size(); ++i) {
+        QVector<double> fields(7);
+        std::copy(segments[i].field, segments[i].field + 7, fields.begin());
+        result.append(fields);
+    }
+    return result;
+}
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,53 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "reduction.h"
+
+#include <algorithm>
+
+namespace ztrace {
+
+Reduction::Reduction(int alpha, int lightness)
+    : alphaLimit(alpha), lightnessLimit(lightness)
+{
+}
+
+int Reduction::lightness(QRgb word) const
+{
+    const int red = qRed(word);
+    const int green = qGreen(word);
+    const int blue = qBlue(word);
+    const int largest = std::max(red, std::max(green, blue));
+    const int smallest = std::min(red, std::min(green, blue));
+    if (lightnessByExtremes.empty())
+        lightnessByExtremes.assign(256 * 256, -1);
+    short &known = lightnessByExtremes[static_cast<size_t>(largest * 256 + smallest)];
+    if (known < 0) {
+        QColor colour;
+        colour.setRgb(red, green, blue);
+        known = static_cast<short>(colour.lightness());
+    }
+    return known;
+}
+
+QRgb Reduction::reduced(QRgb word) const
+{
+    if (qAlpha(word) > alphaLimit)
+        return kBlackWord;
+    return lightness(word) > lightnessLimit ? kBlackWord : kWhiteWord;
+}
+
+void Reduction::reduceRow(const QRgb *source, QRgb *target, int width) const
+{
+    // Neighbours are often equal, in scans nearly always.
+    QRgb last = 0;
+    QRgb lastReduced = reduced(last);
+    for (int x = 0; x < width; ++x) {
+        const QRgb word = source[x];
+        if (word != last) {
+            last = word;
+            lastReduced = reduced(word);
+        }
+        target[x] = lastReduced;
+    }
+}
+
+} // namespace ztrace

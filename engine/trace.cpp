@@ -1,0 +1,74 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The trace driver: every stage once, in order, on one image.
+//
+// The stages here work on flat data and pass an outline on as soon as it is closed; the operations
+// of the same names with nested vectors give the same result stage by stage (tst_streaming).
+#include "ZTraceBitmap.h"
+
+#include "kernels/IndexPlane.h"
+#include "kernels/convert.h"
+#include "kernels/outline.h"
+#include "nesting.h"
+#include "qtcompat.h"
+
+#include <QDebug>
+#include <QImage>
+
+#include <exception>
+
+QList<ZPolyline> ZTraceBitmap::trace(const QImage &image)
+{
+    try {
+        return traceStages(image);
+    } catch (const std::exception &) {
+        // Memory ran out. The tracer stays usable: it only knows no image any more.
+        forgetImage();
+        return QList<ZPolyline>();
+    }
+}
+
+QList<ZPolyline> ZTraceBitmap::trace(const QString &fileName)
+{
+    return trace(QImage(fileName));
+}
+
+QList<ZPolyline> ZTraceBitmap::traceStages(const QImage &image)
+{
+    loadReduced(image);
+    ztrace::IndexPlane plane;
+    quantize(&plane);
+    publish(plane);
+    return traceOutlines(plane);
+}
+
+// Outlines, fitting and output in one pass. Outer outlines are met in the order of their start
+// nodes, which is the order of getPolylines, and no two of them start on one node, so that nothing
+// needs to be sorted or left out.
+QList<ZPolyline> ZTraceBitmap::traceOutlines(const ztrace::IndexPlane &plane)
+{
+    const float shortest = static_cast<float>(integerOption("pathomit"));
+    const float qtres = static_cast<float>(option("qtres"));
+    const float ltres = static_cast<float>(option("ltres"));
+    const ztrace::Tolerances tolerances = { double(ltres), double(qtres) };
+    const bool announce = ztrace::debugOutputIsOn();
+
+    QVector<QVector<TracedPath> > layers(currentPalette.size());
+    QList<ZPolyline> result;
+    std::vector<ztrace::Segment> segments;
+    // Without a palette the indices are 0 all the same, and there is no layer to trace.
+    if (!layers.isEmpty()) {
+        ztrace::scanOutlines(plane, shortest, [&](int entry, const ztrace::InternodePath &path) {
+            segments.clear();
+            ztrace::fitPath(path, tolerances, &segments);
+            layers[entry].append(ztrace::nested(segments));
+            if (announce) {
+                qDebug() << "k:" << entry;
+                qDebug() << "pcnt:" << layers.at(entry).size() - 1;
+            }
+            result.append(polylineFrom(layers.at(entry).last()));
+        });
+    }
+    indexedImage.tracedLayers = layers;
+    return result;
+}

@@ -1,0 +1,4 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "ZExplodable.h"
+
+ZExplodable::~ZExplodable() { }
