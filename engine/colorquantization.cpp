@@ -41,9 +41,9 @@ void recentre(const ztrace::ColourSum &sum, QVector<char> *entry)
 
 // The share of the pixels that an entry attracted, rounded to single precision before it is
 // compared.
-float share(const ztrace::ColourSum &sum, int pixels)
+double share(const ztrace::ColourSum &sum, int pixels)
 {
-    return static_cast<float>(static_cast<double>(sum.count) / static_cast<double>(pixels));
+    return ztrace::roundedToSingle(static_cast<double>(sum.count) / static_cast<double>(pixels));
 }
 
 // Re-centres every entry, and gives the rare ones a random colour, entry by entry. True when an
@@ -55,7 +55,7 @@ bool refine(const std::vector<ztrace::ColourSum> &sums, int pixels, double small
     for (int k = 0; k < palette->size(); ++k) {
         const ztrace::ColourSum &sum = sums[static_cast<size_t>(k)];
         recentre(sum, &(*palette)[k]);
-        if (smallestShare > static_cast<double>(share(sum, pixels)) && renewRare) {
+        if (smallestShare > share(sum, pixels) && renewRare) {
             (*palette)[k] = ztrace::randomEntry();
             renewed = true;
         }

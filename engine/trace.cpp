@@ -48,9 +48,9 @@ QList<ZPolyline> ZTraceBitmap::traceStages(const QImage &image)
 QList<ZPolyline> ZTraceBitmap::traceOutlines(const ztrace::IndexPlane &plane)
 {
     const float shortest = static_cast<float>(integerOption("pathomit"));
-    const float qtres = static_cast<float>(option("qtres"));
-    const float ltres = static_cast<float>(option("ltres"));
-    const ztrace::Tolerances tolerances = { double(ltres), double(qtres) };
+    const double qtres = ztrace::roundedToSingle(option("qtres"));
+    const double ltres = ztrace::roundedToSingle(option("ltres"));
+    const ztrace::Tolerances tolerances = { ltres, qtres };
     const bool announce = ztrace::debugOutputIsOn();
 
     QVector<QVector<TracedPath> > layers(currentPalette.size());

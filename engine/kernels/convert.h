@@ -29,6 +29,15 @@ inline int floorToInt(double value)
     return truncateToInt(std::floor(value));
 }
 
+// The nearest single-precision number, widened again. The store is volatile because gcc 12 drops
+// the rounding where two such values end up side by side in one vector register (seen with -O3;
+// tst_trace, tolerancesAreRoundedToSinglePrecision).
+inline double roundedToSingle(double value)
+{
+    const volatile float single = static_cast<float>(value);
+    return static_cast<double>(single);
+}
+
 // The low 8 bits of an integer, read as a signed byte.
 inline signed char lowByte(int value)
 {
