@@ -103,10 +103,10 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
         // from them: all later cycles would repeat this one.
         const bool settled = cycle > 0 && !renewed && palette == assigned;
         if (settled || last) {
-            ztrace::assignPlain(image, palette, nullptr, plane);
+            ztrace::assignPixels(image, palette, nullptr, plane);
             return;
         }
-        ztrace::assignPlain(image, palette, &sums, nullptr);
+        ztrace::assignPixels(image, palette, &sums, nullptr);
         assigned = palette;
     }
 }

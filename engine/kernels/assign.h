@@ -33,8 +33,16 @@ struct PixelView
 // sums    one record an entry, replaced by the sums of this pass; may be null
 // plane   receives the indices; may be null. It must have the size of the image and cells for
 //         the palette's entries.
+void assignPixels(const PixelView &image, const std::vector<signed char> &palette,
+                  std::vector<ColourSum> *sums, IndexPlane *plane);
+
+// The rule, pixel by pixel.
 void assignPlain(const PixelView &image, const std::vector<signed char> &palette,
                  std::vector<ColourSum> *sums, IndexPlane *plane);
+
+// The same answer by tiles that leave out entries too far to win (assign_tiles.inc).
+void assignFast(const PixelView &image, const std::vector<signed char> &palette,
+                std::vector<ColourSum> *sums, IndexPlane *plane);
 
 } // namespace ztrace
 

@@ -1,0 +1,3 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#define ZTRACE_ASSIGN_TILES assignTilesBaseline
+#include "assign_tiles.inc"

@@ -1,0 +1,27 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "cpu.h"
+
+#include <cstdlib>
+
+namespace ztrace {
+
+namespace {
+
+bool detectAvx2()
+{
+#ifdef ZTRACE_HAVE_AVX2
+    return !std::getenv("ZTRACE_NO_AVX2") && __builtin_cpu_supports("avx2");
+#else
+    return false;
+#endif
+}
+
+} // namespace
+
+bool useAvx2()
+{
+    static const bool use = detectAvx2();
+    return use;
+}
+
+} // namespace ztrace
