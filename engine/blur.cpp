@@ -25,6 +25,6 @@ void ZTraceBitmap::blur(float radius, float delta)
     const int limit
         = std::min(ztrace::truncateToInt(std::fabs(double(delta))), kLargestLimit);
     const int used = std::min(wanted, int(ztrace::kLargestBlurRadius));
-    ztrace::blurPlain(reinterpret_cast<signed char *>(imageData.data()), imageWidth, imageHeight,
+    ztrace::blurPixels(reinterpret_cast<signed char *>(imageData.data()), imageWidth, imageHeight,
                       used, limit);
 }

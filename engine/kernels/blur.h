@@ -15,7 +15,13 @@ namespace ztrace {
 // arithmetic per channel: the sum of byte * weight in the order of the taps from 0.0, divided once
 //            by the sum of the weights in the same order, floored, low byte
 // Throws std::bad_alloc when the row buffers cannot be had.
+void blurPixels(signed char *pixels, int width, int height, int radius, int limit);
+
+// The rule, sample by sample.
 void blurPlain(signed char *pixels, int width, int height, int radius, int limit);
+
+// The same answer in place, row by row in vector code (blur_rows.inc).
+void blurFast(signed char *pixels, int width, int height, int radius, int limit);
 
 } // namespace ztrace
 
