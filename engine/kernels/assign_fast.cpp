@@ -26,8 +26,7 @@ public:
         }
         lower.resize(padded);
         upper.resize(padded);
-        near.resize(padded);
-        candidates.resize(padded + 8);
+        candidates.resize(padded + 1);
     }
 
     void attachTo(TileJob *job)
@@ -38,7 +37,6 @@ public:
         job->padded = static_cast<int>(padded);
         job->lower = lower.data();
         job->upper = upper.data();
-        job->near = near.data();
         job->candidates = candidates.data();
     }
 
@@ -48,7 +46,6 @@ private:
     std::vector<int16_t> channel[kChannels];
     std::vector<int16_t> lower;
     std::vector<int16_t> upper;
-    std::vector<uint8_t> near;
     std::vector<int> candidates;
 };
 

@@ -24,7 +24,7 @@ enum {
 // One assignment pass. Channels are stored byte + 128, so 0 to 255.
 //
 // entry       per channel one array of `padded` values; those from `entries` on are padding
-// lower, upper, near, candidates   scratch of `padded` elements each
+// lower, upper   scratch of `padded` elements each; candidates   one element more
 // sums        one record an entry, already zero, to add to; may be null
 // cells       first pixel's index cell of cellBytes bytes, rows `stride` cells apart; may be null
 struct TileJob
@@ -37,7 +37,6 @@ struct TileJob
     int padded;
     int16_t *lower;
     int16_t *upper;
-    uint8_t *near;
     int *candidates;
     ColourSum *sums;
     void *cells;
