@@ -8,13 +8,31 @@
 
 namespace {
 
-ztrace::InternodePath flattened(const QVector<QVector<double> > &path)
+// An internode path as flat arrays; a point that a caller made shorter reads as 0 where it ends.
+class FlatPath
 {
-    ztrace::InternodePath flat;
-    for (int i = 0; i < path.size(); ++i)
-        flat.append(path.at(i).at(0), path.at(i).at(1), path.at(i).at(2));
-    return flat;
-}
+public:
+    explicit FlatPath(const QVector<QVector<double> > &path)
+    {
+        for (int i = 0; i < path.size(); ++i) {
+            x.push_back(path.at(i).value(0));
+            y.push_back(path.at(i).value(1));
+            code.push_back(path.at(i).value(2));
+        }
+    }
+
+    ztrace::PathView<double> view() const
+    {
+        const ztrace::PathView<double> whole
+            = { x.data(), y.data(), code.data(), int(x.size()) };
+        return whole;
+    }
+
+private:
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<double> code;
+};
 
 ztrace::Tolerances tolerances(float ltres, float qtres)
 {
@@ -28,14 +46,16 @@ ZTraceBitmap::TracedPath ZTraceBitmap::fitseq(const Internodes &path, float ltre
                                               int seqstart, int seqend)
 {
     std::vector<ztrace::Segment> segments;
-    ztrace::fitSequence(flattened(path), tolerances(ltres, qtres), seqstart, seqend, &segments);
+    const FlatPath flat(path);
+    ztrace::Fitter(tolerances(ltres, qtres)).fitSequence(flat.view(), seqstart, seqend, &segments);
     return ztrace::nested(segments);
 }
 
 ZTraceBitmap::TracedPath ZTraceBitmap::tracepath(const Internodes &path, float ltres, float qtres)
 {
     std::vector<ztrace::Segment> segments;
-    ztrace::fitPath(flattened(path), tolerances(ltres, qtres), &segments);
+    const FlatPath flat(path);
+    ztrace::Fitter(tolerances(ltres, qtres)).fitPath(flat.view(), &segments);
     return ztrace::nested(segments);
 }
 

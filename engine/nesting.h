@@ -16,12 +16,12 @@ namespace ztrace {
 // One vector of seven doubles a segment, all sized exactly.
 inline QVector<QVector<double> > nested(const std::vector<Segment> &segments)
 {
-    QVector<QVector<double> > result;
-    result.reserve(int(segments.size()));
+    QVector<QVector<double> > result(int(segments.size()));
+    QVector<double> *target = result.data();
     for (size_t i = 0; i < segments.size(); ++i) {
         QVector<double> fields(7);
-        std::copy(segments[i].field, segments[i].field + 7, fields.begin());
-        result.append(fields);
+        std::copy(segments[i].field, segments[i].field + 7, fields.data());
+        target[i].swap(fields);
     }
     return result;
 }

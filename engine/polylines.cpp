@@ -5,10 +5,10 @@
 
 #include "ZSpline.h"
 
+#include "announce.h"
 #include "kernels/fit.h"
 #include "qtcompat.h"
 
-#include <QDebug>
 #include <QPair>
 
 namespace {
@@ -78,10 +78,8 @@ QList<ZPolyline> ZTraceBitmap::getPolylines()
          it != order.constEnd(); ++it) {
         const int k = it.value().first;
         const int p = it.value().second;
-        if (announce) {
-            qDebug() << "k:" << k;
-            qDebug() << "pcnt:" << p;
-        }
+        if (announce)
+            ztrace::announcePolyline(k, p);
         result.append(polylineFrom(indexedImage.tracedLayers.at(k).at(p)));
     }
     return result;

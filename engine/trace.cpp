@@ -6,13 +6,13 @@
 // of the same names with nested vectors give the same result stage by stage (tst_streaming).
 #include "ZTraceBitmap.h"
 
+#include "announce.h"
 #include "kernels/IndexPlane.h"
 #include "kernels/convert.h"
 #include "kernels/outline.h"
 #include "nesting.h"
 #include "qtcompat.h"
 
-#include <QDebug>
 #include <QImage>
 
 #include <exception>
@@ -55,20 +55,21 @@ QList<ZPolyline> ZTraceBitmap::traceOutlines(const ztrace::IndexPlane &plane)
 
     QVector<QVector<TracedPath> > layers(currentPalette.size());
     QList<ZPolyline> result;
+    ztrace::Fitter fitter(tolerances);
     std::vector<ztrace::Segment> segments;
+    const auto take = [&](int entry, const ztrace::PathView<uint8_t> &path) {
+        segments.clear();
+        fitter.fitPath(path, &segments);
+        TracedPath traced = ztrace::nested(segments);
+        if (announce)
+            ztrace::announcePolyline(entry, layers.at(entry).size());
+        result.append(polylineFrom(traced));
+        layers[entry].append(TracedPath());
+        layers[entry].last().swap(traced);
+    };
     // Without a palette the indices are 0 all the same, and there is no layer to trace.
-    if (!layers.isEmpty()) {
-        ztrace::scanOutlines(plane, shortest, [&](int entry, const ztrace::InternodePath &path) {
-            segments.clear();
-            ztrace::fitPath(path, tolerances, &segments);
-            layers[entry].append(ztrace::nested(segments));
-            if (announce) {
-                qDebug() << "k:" << entry;
-                qDebug() << "pcnt:" << layers.at(entry).size() - 1;
-            }
-            result.append(polylineFrom(layers.at(entry).last()));
-        });
-    }
+    if (!layers.isEmpty())
+        ztrace::scanOutlines(plane, shortest, take);
     indexedImage.tracedLayers = layers;
     return result;
 }

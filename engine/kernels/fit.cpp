@@ -18,14 +18,16 @@ struct Point
 // The internodes start to end of one path, and what the two tests share.
 struct Sequence
 {
-    const InternodePath &path;
+    const double *x;
+    const double *y;
     int start;
     int end;
     int size;     // internodes of the path
     double steps; // of the sequence, as a number to divide by
 
-    Sequence(const InternodePath &p, int s, int e)
-        : path(p), start(s), end(e), size(p.size()), steps(e - s)
+    template<typename Code>
+    Sequence(const PathView<Code> &path, int s, int e)
+        : x(path.x), y(path.y), start(s), end(e), size(path.size), steps(e - s)
     {
         if (steps < 0)
             steps += size;
@@ -33,16 +35,32 @@ struct Sequence
 
     Point at(int i) const
     {
-        const size_t k = static_cast<size_t>(i % size);
-        const Point point = { path.x[k], path.y[k] };
+        const int k = i < size ? i : i - size;
+        const Point point = { x[k], y[k] };
         return point;
     }
+
+    // True when the inner internodes are start + 1, start + 2, ... without a gap: the rule for
+    // every sequence of a whole path.
+    bool runsOn() const { return end > start || (end == 0 && start > 0); }
+    int runEnd() const { return end == 0 ? size : end; }
 };
 
+// The largest error so far and the first internode that has it.
 struct TestResult
 {
+    double largest;
+    int worst;
     bool fits;
-    int worst; // first internode with the largest error
+
+    explicit TestResult(int first) : largest(0.0), worst(first), fits(true) { }
+
+    void add(int i, double d2, double tolerance)
+    {
+        fits = fits && !(d2 > tolerance);
+        worst = d2 > largest ? i : worst;
+        largest = d2 > largest ? d2 : largest;
+    }
 };
 
 double squared(double dx, double dy)
@@ -50,26 +68,41 @@ double squared(double dx, double dy)
     return dx * dx + dy * dy;
 }
 
+// Squared distance of internode i to the line's point after pl of its steps.
+struct LineError
+{
+    Point S;
+    double vx;
+    double vy;
+
+    explicit LineError(const Sequence &s) : S(s.at(s.start))
+    {
+        const Point E = s.at(s.end);
+        vx = (E.x - S.x) / s.steps;
+        vy = (E.y - S.y) / s.steps;
+    }
+
+    double at(const Point &P, double pl) const
+    {
+        return squared(P.x - (S.x + vx * pl), P.y - (S.y + vy * pl));
+    }
+};
+
 TestResult testLine(const Sequence &s, double tolerance)
 {
-    const Point S = s.at(s.start);
-    const Point E = s.at(s.end);
-    const double vx = (E.x - S.x) / s.steps;
-    const double vy = (E.y - S.y) / s.steps;
-    TestResult result = { true, s.start };
-    double largest = 0.0;
+    const LineError error(s);
+    TestResult result(s.start);
+    if (s.runsOn()) {
+        const int end = s.runEnd();
+        for (int i = s.start + 1; i < end; ++i)
+            result.add(i, error.at(s.at(i), i - s.start), tolerance);
+        return result;
+    }
     for (int i = (s.start + 1) % s.size; i != s.end; i = (i + 1) % s.size) {
         double pl = i - s.start;
         if (pl < 0)
             pl += s.size;
-        const Point P = s.at(i);
-        const double d2 = squared(P.x - (S.x + vx * pl), P.y - (S.y + vy * pl));
-        if (d2 > tolerance)
-            result.fits = false;
-        if (d2 > largest) {
-            largest = d2;
-            result.worst = i;
-        }
+        result.add(i, error.at(s.at(i), pl), tolerance);
     }
     return result;
 }
@@ -94,23 +127,26 @@ TestResult testQuadratic(const Sequence &s, const Point &control, int through, d
 {
     const Point S = s.at(s.start);
     const Point E = s.at(s.end);
-    TestResult result = { true, through };
-    double largest = 0.0;
-    for (int i = s.start + 1; i != s.end; i = (i + 1) % s.size) {
+    TestResult result(through);
+    const auto add = [&](int i) {
         const double t = (i - s.start) / s.steps;
         const double t1 = (1.0 - t) * (1.0 - t);
         const double t2 = 2.0 * (1.0 - t) * t;
         const double t3 = t * t;
         const Point P = s.at(i);
-        const double d2 = squared(P.x - (t1 * S.x + t2 * control.x + t3 * E.x),
-                                  P.y - (t1 * S.y + t2 * control.y + t3 * E.y));
-        if (d2 > tolerance)
-            result.fits = false;
-        if (d2 > largest) {
-            largest = d2;
-            result.worst = i;
-        }
+        result.add(i,
+                   squared(P.x - (t1 * S.x + t2 * control.x + t3 * E.x),
+                           P.y - (t1 * S.y + t2 * control.y + t3 * E.y)),
+                   tolerance);
+    };
+    if (s.runsOn()) {
+        const int end = s.runEnd();
+        for (int i = s.start + 1; i < end; ++i)
+            add(i);
+        return result;
     }
+    for (int i = s.start + 1; i != s.end; i = (i + 1) % s.size)
+        add(i);
     return result;
 }
 
@@ -128,21 +164,17 @@ Segment quadraticSegment(const Point &S, const Point &C, const Point &E)
 
 } // namespace
 
-void fitSequence(const InternodePath &path, const Tolerances &tolerances, int start, int end,
-                 std::vector<Segment> *segments)
+template<typename Code>
+void Fitter::fitSequence(const PathView<Code> &path, int start, int end,
+                         std::vector<Segment> *segments)
 {
-    const int size = path.size();
+    const int size = path.size;
     if (end < 0 || end > size || size == 0 || start < 0 || start >= size)
         return;
     if (end == size)
         end = 0; // one past the last internode is the first one
 
-    struct Range
-    {
-        int start;
-        int end;
-    };
-    std::vector<Range> pending(1, Range{ start, end });
+    pending.push_back(Range{ start, end });
     long long splitsLeft = kSplitsPerPoint * size;
     while (!pending.empty()) {
         const Range range = pending.back();
@@ -150,13 +182,13 @@ void fitSequence(const InternodePath &path, const Tolerances &tolerances, int st
         const Sequence s(path, range.start, range.end);
         const Point S = s.at(s.start);
         const Point E = s.at(s.end);
-        const TestResult line = testLine(s, tolerances.line);
+        const TestResult line = testLine(s, limits.line);
         if (line.fits || splitsLeft <= 0) {
             segments->push_back(lineSegment(S, E));
             continue;
         }
         const Point control = controlPoint(s, line.worst);
-        const TestResult quadratic = testQuadratic(s, control, line.worst, tolerances.quadratic);
+        const TestResult quadratic = testQuadratic(s, control, line.worst, limits.quadratic);
         if (quadratic.fits) {
             segments->push_back(quadraticSegment(S, control, E));
             continue;
@@ -168,35 +200,39 @@ void fitSequence(const InternodePath &path, const Tolerances &tolerances, int st
     }
 }
 
-void fitPath(const InternodePath &path, const Tolerances &tolerances,
-             std::vector<Segment> *segments)
+template<typename Code>
+void Fitter::fitPath(const PathView<Code> &path, std::vector<Segment> *segments)
 {
-    const int n = path.size();
+    const int n = path.size;
     if (n < 1)
         return;
-    const std::vector<double> &code = path.code;
+    const Code none = static_cast<Code>(-1);
     int start = 0;
     for (;;) {
-        const double first = code[static_cast<size_t>(start)];
-        double second = -1.0;
+        const Code first = path.code[start];
+        Code second = none;
         int end = start + 1;
-        while (end < n - 1) {
-            const double here = code[static_cast<size_t>(end)];
-            if (here != first && here != second && second != -1.0)
+        for (; end < n - 1; ++end) {
+            const Code here = path.code[end];
+            if (here == first || here == second)
+                continue;
+            if (second != none)
                 break;
-            if (here != first && second == -1.0)
-                second = here;
-            ++end;
+            second = here;
         }
         // A run that reaches the last internode is carried on to the first and closes the path,
         // whatever the last one's code is.
         if (end >= n - 1)
             end = 0;
-        fitSequence(path, tolerances, start, end, segments);
+        fitSequence(path, start, end, segments);
         if (end == 0)
             return;
         start = end;
     }
 }
+
+template void Fitter::fitSequence(const PathView<double> &, int, int, std::vector<Segment> *);
+template void Fitter::fitPath(const PathView<double> &, std::vector<Segment> *);
+template void Fitter::fitPath(const PathView<uint8_t> &, std::vector<Segment> *);
 
 } // namespace ztrace

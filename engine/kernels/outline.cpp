@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace ztrace {
 
@@ -27,13 +28,72 @@ const int kStepY[4] = { 0, -1, 0, 1 };
 
 // Direction of the step between the midpoints of two successive edges: [heading][next heading].
 // clang-format off: the turns back (right to left, up to down) do not occur
-const double kStepDirection[4][4] = {
+const uint8_t kStepDirection[4][4] = {
     { kEast,        kNorthEast,   kNoMovement,  kSouthEast  },
     { kNorthEast,   kNorth,       kNorthWest,   kNoMovement },
     { kNoMovement,  kNorthWest,   kWest,        kSouthWest  },
     { kSouthEast,   kNoMovement,  kSouthWest,   kSouth      },
 };
 // clang-format on
+
+// The internodes of the outline at hand, in arrays that are kept from one to the next.
+class OutlineBuffer
+{
+public:
+    OutlineBuffer() : count(0) { grow(); }
+
+    void clear() { count = 0; }
+    int size() const { return static_cast<int>(count); }
+
+    void append(double px, double py, uint8_t direction)
+    {
+        if (count == x.size())
+            grow();
+        x[count] = px;
+        y[count] = py;
+        code[count] = direction;
+        ++count;
+    }
+
+    PathView<uint8_t> view() const
+    {
+        const PathView<uint8_t> whole = { x.data(), y.data(), code.data(), size() };
+        return whole;
+    }
+
+private:
+    void grow()
+    {
+        const size_t capacity = x.empty() ? 1024 : 2 * x.size();
+        x.resize(capacity);
+        y.resize(capacity);
+        code.resize(capacity);
+    }
+
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<uint8_t> code;
+    size_t count;
+};
+
+// What may start at the nodes of one row: Mark bits of the nodes where an outline's topmost,
+// leftmost node can be, whether it has been passed or not. Plain comparisons side by side, which
+// compilers turn into vector code.
+template<typename Cell>
+void findStarts(const Cell *upper, const Cell *lower, int width, uint8_t *starts)
+{
+    const Cell border = IndexPlane::borderOf<Cell>();
+    for (int x = 0; x < width; ++x) {
+        const Cell upperLeft = upper[x - 1];
+        const Cell upperRight = upper[x];
+        const Cell lowerLeft = lower[x - 1];
+        const Cell lowerRight = lower[x];
+        const bool edge = lowerRight != upperRight;
+        const bool outer = edge & (lowerRight != lowerLeft) & (lowerRight != upperLeft);
+        const bool inner = edge & (upperRight == lowerLeft) & (upperRight != border);
+        starts[x] = static_cast<uint8_t>((outer ? kOuterCorner : 0) | (inner ? kInnerCorner : 0));
+    }
+}
 
 template<typename Cell>
 class Scanner
@@ -59,39 +119,53 @@ public:
 
     void scan()
     {
+        const int width = plane.width();
+        const size_t rowBytes = static_cast<size_t>(width) * sizeof(Cell);
+        starts.assign(static_cast<size_t>(width) + 8, 0);
         for (int y = 0; y < plane.height(); ++y) {
             const ptrdiff_t row = (static_cast<ptrdiff_t>(y) + 1) * stride + 1;
-            for (int x = 0; x < plane.width(); ++x)
-                startAt(row + x, x, y);
+            const Cell *lower = cells + row;
+            const Cell *upper = lower - stride;
+            if (!std::memcmp(lower, upper, rowBytes))
+                continue; // no outline starts between two equal rows
+            findStarts(upper, lower, width, starts.data());
+            scanRow(row, width, y);
         }
     }
 
 private:
-    // Starts the outlines whose topmost, leftmost node is (x, y).
-    void startAt(ptrdiff_t node, int x, int y)
+    void scanRow(ptrdiff_t row, int width, int y)
     {
-        const Cell upperLeft = cells[node - stride - 1];
-        const Cell upperRight = cells[node - stride];
-        const Cell lowerLeft = cells[node - 1];
-        const Cell lowerRight = cells[node];
-        if (lowerRight == upperRight)
-            return;
-        if (lowerRight != lowerLeft && lowerRight != upperLeft && !(marks[node] & kOuterCorner)) {
-            path.clear();
-            walk(node, kRight, 2 * x, 2 * y, lowerRight);
-            if (!(shortest > static_cast<float>(path.size())))
-                sink(static_cast<int>(lowerRight), path);
-        }
-        if (upperRight == lowerLeft && upperRight != IndexPlane::borderOf<Cell>()
-            && !(marks[node] & kInnerCorner)) {
-            // Only the marks are of use: a hole has no outline of its own.
-            path.clear();
-            walk(node, kDown, 2 * x, 2 * y, upperRight);
+        for (int x = 0; x < width; x += 8) {
+            uint64_t eight;
+            std::memcpy(&eight, starts.data() + x, 8);
+            if (!eight)
+                continue;
+            for (int i = x; i < x + 8; ++i) {
+                if (starts[static_cast<size_t>(i)])
+                    startAt(starts[static_cast<size_t>(i)], row + i, i, y);
+            }
         }
     }
 
-    // Walks one outline of entry v from a node, leaving it in a heading, until it is back, and
-    // appends the internodes. Coordinates are doubled, so that midpoints are whole.
+    // Starts the outlines whose topmost, leftmost node is (x, y), if they have not been walked.
+    void startAt(uint8_t kinds, ptrdiff_t node, int x, int y)
+    {
+        if ((kinds & kOuterCorner) && !(marks[node] & kOuterCorner)) {
+            const Cell entry = cells[node];
+            path.clear();
+            walk<true>(node, kRight, 2 * x, 2 * y, entry);
+            if (!(shortest > static_cast<float>(path.size())))
+                sink(static_cast<int>(entry), path.view());
+        }
+        // Of a hole only the marks are of use: it has no outline of its own.
+        if ((kinds & kInnerCorner) && !(marks[node] & kInnerCorner))
+            walk<false>(node, kDown, 2 * x, 2 * y, cells[node - stride]);
+    }
+
+    // Walks one outline of entry v from a node, leaving it in a heading, until it is back, and with
+    // Keep appends the internodes. Coordinates are doubled, so that midpoints are whole.
+    template<bool Keep>
     void walk(ptrdiff_t start, int heading, int doubledX, int doubledY, Cell v)
     {
         ptrdiff_t node = start;
@@ -113,7 +187,8 @@ private:
                 if (heading == kUp)
                     marks[node] |= kOuterCorner;
             }
-            path.append(midX * 0.5, midY * 0.5, kStepDirection[heading][next]);
+            if (Keep)
+                path.append(midX * 0.5, midY * 0.5, kStepDirection[heading][next]);
             heading = next;
         } while (node != start);
     }
@@ -133,7 +208,8 @@ private:
     ptrdiff_t step[4];
     ptrdiff_t aheadLeft[4];
     ptrdiff_t aheadRight[4];
-    InternodePath path;
+    OutlineBuffer path;
+    std::vector<uint8_t> starts; // of the row at hand, and 8 zeros
 };
 
 template<typename Cell>

@@ -15,7 +15,7 @@ class IndexPlane;
 
 // Called for every outer outline that is kept, with its palette entry and its internodes, which
 // are valid during the call only.
-typedef std::function<void(int entry, const InternodePath &path)> OutlineSink;
+typedef std::function<void(int entry, const PathView<uint8_t> &path)> OutlineSink;
 
 // Finds the outer outlines of all entries, in the order of their start nodes, rows from the top.
 // Outlines with fewer than `shortest` nodes are left out (compared as single-precision numbers;
