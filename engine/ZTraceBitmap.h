@@ -120,6 +120,7 @@ private:
     QList<ZPolyline> traceStages(const QImage &image);
     void forgetImage();
     void loadReduced(const QImage &image);
+    void takeImageData(int width, int height, QVector<char> *data);
     void makeStartPalette();
     void quantize(ztrace::IndexPlane *plane);
     void publish(const ztrace::IndexPlane &plane);

@@ -11,6 +11,7 @@
 #include <QImage>
 
 #include <climits>
+#include <cstring>
 
 namespace {
 
@@ -27,12 +28,26 @@ bool fitsOneContainer(int width, int height)
     return 4LL * width * height <= INT_MAX - 64;
 }
 
-void storePixel(QRgb word, char *pixel)
+// A word 0xAARRGGBB as the four bytes R, G, B, A.
+inline void storePixel(QRgb word, char *pixel)
 {
-    pixel[0] = static_cast<char>(ztrace::lowByte(qRed(word)));
-    pixel[1] = static_cast<char>(ztrace::lowByte(qGreen(word)));
-    pixel[2] = static_cast<char>(ztrace::lowByte(qBlue(word)));
-    pixel[3] = static_cast<char>(ztrace::lowByte(qAlpha(word)));
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+    const QRgb swapped = (word & 0xFF00FF00u) | ((word >> 16) & 0xFFu) | ((word & 0xFFu) << 16);
+#else
+    const QRgb swapped = (word << 8) | (word >> 24);
+#endif
+    std::memcpy(pixel, &swapped, sizeof swapped);
+}
+
+void storeWords(const QRgb *words, QRgb alwaysSet, int width, char *row)
+{
+    for (int x = 0; x < width; ++x)
+        storePixel(words[x] | alwaysSet, row + 4 * x);
+}
+
+const QRgb *wordsOf(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
 // One row as QImage::pixel gives it. The words of the two plain formats are what pixel() returns;
@@ -40,25 +55,28 @@ void storePixel(QRgb word, char *pixel)
 void loadRow(const QImage &image, int y, char *row)
 {
     const int width = image.width();
-    if (!hasColourWords(image)) {
-        for (int x = 0; x < width; ++x)
-            storePixel(image.pixel(x, y), row + 4 * x);
-        return;
-    }
-    const QRgb *words = reinterpret_cast<const QRgb *>(image.constScanLine(y));
     switch (image.format()) {
     case QImage::Format_RGB32:
-        for (int x = 0; x < width; ++x)
-            storePixel(words[x] | 0xFF000000u, row + 4 * x);
+        storeWords(wordsOf(image, y), 0xFF000000u, width, row);
         break;
     case QImage::Format_ARGB32:
-        for (int x = 0; x < width; ++x)
-            storePixel(words[x], row + 4 * x);
+        storeWords(wordsOf(image, y), 0, width, row);
         break;
-    default:
+    case QImage::Format_ARGB32_Premultiplied: {
+        const QRgb *words = wordsOf(image, y);
         for (int x = 0; x < width; ++x)
             storePixel(qAlpha(words[x]) == 255 ? words[x] : image.pixel(x, y), row + 4 * x);
+        break;
     }
+    default:
+        for (int x = 0; x < width; ++x)
+            storePixel(image.pixel(x, y), row + 4 * x);
+    }
+}
+
+char *rowOf(QVector<char> *data, int width, int y)
+{
+    return data->data() + qptrdiff(4) * width * y;
 }
 
 void announceLoading()
@@ -76,8 +94,8 @@ void ZTraceBitmap::preprocess(QImage &image)
 {
     if (!(option("monochrome") > 0.0))
         return;
-    const ztrace::Reduction reduction(integerOption("alphathreshold"),
-                                      integerOption("brightnessthreshold"));
+    const int alphaLimit = integerOption("alphathreshold");
+    ztrace::Reduction reduction(alphaLimit, integerOption("brightnessthreshold"));
     if (!hasColourWords(image) && !image.isNull())
         image = image.convertToFormat(QImage::Format_ARGB32);
     const int width = image.width();
@@ -90,19 +108,14 @@ void ZTraceBitmap::preprocess(QImage &image)
 
 void ZTraceBitmap::loadImageData(const QImage &image)
 {
-    const int width = image.width();
-    const int height = image.height();
-    if (!fitsOneContainer(width, height)) {
+    if (!fitsOneContainer(image.width(), image.height())) {
         forgetImage();
         return;
     }
-    QVector<char> data(4 * width * height);
-    for (int y = 0; y < height; ++y)
-        loadRow(image, y, data.data() + qptrdiff(4) * width * y);
-    announceLoading();
-    imageWidth = width;
-    imageHeight = height;
-    imageData.swap(data);
+    QVector<char> data(4 * image.width() * image.height());
+    for (int y = 0; y < image.height(); ++y)
+        loadRow(image, y, rowOf(&data, image.width(), y));
+    takeImageData(image.width(), image.height(), &data);
 }
 
 void ZTraceBitmap::loadImageData(const QString &fileName)
@@ -110,12 +123,35 @@ void ZTraceBitmap::loadImageData(const QString &fileName)
     loadImageData(QImage(fileName));
 }
 
-// preprocess of a copy, then loadImageData of it, without the copy.
+// What preprocess of a copy and then loadImageData of it give, in one pass and without the copy.
 void ZTraceBitmap::loadReduced(const QImage &image)
 {
-    QImage work(image);
-    preprocess(work);
-    loadImageData(work);
+    if (!(option("monochrome") > 0.0) || !fitsOneContainer(image.width(), image.height())) {
+        loadImageData(image);
+        return;
+    }
+    const int alphaLimit = integerOption("alphathreshold");
+    ztrace::Reduction reduction(alphaLimit, integerOption("brightnessthreshold"));
+    const QImage source = hasColourWords(image) || image.isNull()
+        ? image
+        : image.convertToFormat(QImage::Format_ARGB32);
+    const int width = source.width();
+    QVector<char> data(4 * width * source.height());
+    QVector<QRgb> reduced(width);
+    for (int y = 0; y < source.height(); ++y) {
+        reduction.reduceRow(wordsOf(source, y), reduced.data(), width);
+        storeWords(reduced.constData(), 0, width, rowOf(&data, width, y));
+    }
+    takeImageData(width, source.height(), &data);
+}
+
+// Replaces the three image members together.
+void ZTraceBitmap::takeImageData(int width, int height, QVector<char> *data)
+{
+    announceLoading();
+    imageWidth = width;
+    imageHeight = height;
+    imageData.swap(*data);
 }
 
 void ZTraceBitmap::forgetImage()

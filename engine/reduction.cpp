@@ -10,7 +10,7 @@ Reduction::Reduction(int alpha, int lightness)
 {
 }
 
-int Reduction::lightness(QRgb word) const
+int Reduction::lightness(QRgb word)
 {
     const int red = qRed(word);
     const int green = qGreen(word);
@@ -28,14 +28,14 @@ int Reduction::lightness(QRgb word) const
     return known;
 }
 
-QRgb Reduction::reduced(QRgb word) const
+QRgb Reduction::reduced(QRgb word)
 {
     if (qAlpha(word) > alphaLimit)
         return kBlackWord;
     return lightness(word) > lightnessLimit ? kBlackWord : kWhiteWord;
 }
 
-void Reduction::reduceRow(const QRgb *source, QRgb *target, int width) const
+void Reduction::reduceRow(const QRgb *source, QRgb *target, int width)
 {
     // Neighbours are often equal, in scans nearly always.
     QRgb last = 0;

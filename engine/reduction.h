@@ -26,17 +26,17 @@ public:
     Reduction(int alphaLimit, int lightnessLimit);
 
     // Reduces width words; source and target may be the same row.
-    void reduceRow(const QRgb *source, QRgb *target, int width) const;
+    void reduceRow(const QRgb *source, QRgb *target, int width);
 
     // The word that one pixel becomes.
-    QRgb reduced(QRgb word) const;
+    QRgb reduced(QRgb word);
 
 private:
-    int lightness(QRgb word) const;
+    int lightness(QRgb word);
 
     int alphaLimit;
     int lightnessLimit;
-    mutable std::vector<short> lightnessByExtremes; // [largest * 256 + smallest], -1 unknown
+    std::vector<short> lightnessByExtremes; // [largest * 256 + smallest], -1 unknown
 };
 
 } // namespace ztrace
