@@ -4,6 +4,7 @@
 #include "ZTraceBitmap.h"
 
 #include "kernels/convert.h"
+#include "kernels/memory.h"
 #include "qtcompat.h"
 #include "reduction.h"
 
@@ -74,6 +75,17 @@ void loadRow(const QImage &image, int y, char *row)
     }
 }
 
+// Room for 4 * width * height bytes, which rowOf fills.
+QVector<char> imageBytes(int width, int height)
+{
+    const int bytes = 4 * width * height;
+    QVector<char> data;
+    data.reserve(bytes);
+    ztrace::preferHugePages(data.data(), size_t(bytes));
+    data.resize(bytes);
+    return data;
+}
+
 char *rowOf(QVector<char> *data, int width, int y)
 {
     return data->data() + qptrdiff(4) * width * y;
@@ -112,7 +124,7 @@ void ZTraceBitmap::loadImageData(const QImage &image)
         forgetImage();
         return;
     }
-    QVector<char> data(4 * image.width() * image.height());
+    QVector<char> data = imageBytes(image.width(), image.height());
     for (int y = 0; y < image.height(); ++y)
         loadRow(image, y, rowOf(&data, image.width(), y));
     takeImageData(image.width(), image.height(), &data);
@@ -136,7 +148,7 @@ void ZTraceBitmap::loadReduced(const QImage &image)
         ? image
         : image.convertToFormat(QImage::Format_ARGB32);
     const int width = source.width();
-    QVector<char> data(4 * width * source.height());
+    QVector<char> data = imageBytes(width, source.height());
     QVector<QRgb> reduced(width);
     for (int y = 0; y < source.height(); ++y) {
         reduction.reduceRow(wordsOf(source, y), reduced.data(), width);

@@ -1,9 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "IndexPlane.h"
 
-#include <cstdlib>
-#include <new>
-
 namespace ztrace {
 
 namespace {
@@ -26,20 +23,13 @@ void fillBorder(Cell *cells, int width, int height)
 
 } // namespace
 
-void IndexPlane::Release::operator()(void *memory) const
-{
-    std::free(memory);
-}
-
 void IndexPlane::resize(int width, int height, int entries)
 {
     planeWidth = width;
     planeHeight = height;
     bytes = entries <= 255 ? 1 : entries <= 65535 ? 2 : 4;
     const size_t count = (static_cast<size_t>(width) + 2) * (static_cast<size_t>(height) + 2);
-    storage.reset(std::calloc(count, static_cast<size_t>(bytes)));
-    if (!storage)
-        throw std::bad_alloc();
+    storage = zeroedBlock(count * static_cast<size_t>(bytes));
     visit([&](auto *cells) { fillBorder(cells, width, height); });
 }
 

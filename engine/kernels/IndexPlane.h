@@ -6,7 +6,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+
+#include "memory.h"
 
 namespace ztrace {
 
@@ -67,15 +68,10 @@ public:
     }
 
 private:
-    struct Release
-    {
-        void operator()(void *memory) const;
-    };
-
     int planeWidth;
     int planeHeight;
     int bytes;
-    std::unique_ptr<void, Release> storage;
+    Block storage;
 };
 
 } // namespace ztrace

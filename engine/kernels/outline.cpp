@@ -3,11 +3,9 @@
 
 #include "IndexPlane.h"
 #include "direction.h"
+#include "memory.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <vector>
 
 namespace ztrace {
@@ -104,10 +102,8 @@ public:
           sink(outlineSink)
     {
         const size_t nodes = static_cast<size_t>(stride) * (static_cast<size_t>(p.height()) + 2);
-        markStorage.reset(static_cast<uint8_t *>(std::calloc(nodes, 1)));
-        if (!markStorage)
-            throw std::bad_alloc();
-        marks = markStorage.get();
+        markStorage = zeroedBlock(nodes);
+        marks = static_cast<uint8_t *>(markStorage.get());
         const ptrdiff_t steps[4] = { 1, -stride, -1, stride };
         // Of the node's four pixels, the cell at the node's own place is the lower right one.
         const ptrdiff_t leftAhead[4] = { -stride, -stride - 1, -1, 0 };
@@ -193,17 +189,12 @@ private:
         } while (node != start);
     }
 
-    struct Release
-    {
-        void operator()(uint8_t *memory) const { std::free(memory); }
-    };
-
     const IndexPlane &plane;
     const Cell *cells;
     ptrdiff_t stride;
     float shortest;
     const OutlineSink &sink;
-    std::unique_ptr<uint8_t, Release> markStorage;
+    Block markStorage;
     uint8_t *marks; // one a node, at the place of its lower right pixel
     ptrdiff_t step[4];
     ptrdiff_t aheadLeft[4];
