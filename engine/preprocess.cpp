@@ -75,21 +75,31 @@ void loadRow(const QImage &image, int y, char *row)
     }
 }
 
-// Room for 4 * width * height bytes, which rowOf fills.
-QVector<char> imageBytes(int width, int height)
+// imageData while it is filled row by row. The container clears what it grows by, so it grows by
+// one row at a time, which is still in the cache when the row is written.
+class GrowingImage
 {
-    const int bytes = 4 * width * height;
-    QVector<char> data;
-    data.reserve(bytes);
-    ztrace::preferHugePages(data.data(), size_t(bytes));
-    data.resize(bytes);
-    return data;
-}
+public:
+    GrowingImage(int imageWidth, int imageHeight) : rowBytes(4 * imageWidth)
+    {
+        const int bytes = rowBytes * imageHeight;
+        data.reserve(bytes);
+        ztrace::preferHugePages(data.data(), size_t(bytes));
+    }
 
-char *rowOf(QVector<char> *data, int width, int y)
-{
-    return data->data() + qptrdiff(4) * width * y;
-}
+    // The next row, 4 * width bytes.
+    char *appendRow()
+    {
+        const int size = data.size();
+        data.resize(size + rowBytes);
+        return data.data() + size;
+    }
+
+    QVector<char> data;
+
+private:
+    int rowBytes;
+};
 
 void announceLoading()
 {
@@ -124,10 +134,10 @@ void ZTraceBitmap::loadImageData(const QImage &image)
         forgetImage();
         return;
     }
-    QVector<char> data = imageBytes(image.width(), image.height());
+    GrowingImage target(image.width(), image.height());
     for (int y = 0; y < image.height(); ++y)
-        loadRow(image, y, rowOf(&data, image.width(), y));
-    takeImageData(image.width(), image.height(), &data);
+        loadRow(image, y, target.appendRow());
+    takeImageData(image.width(), image.height(), &target.data);
 }
 
 void ZTraceBitmap::loadImageData(const QString &fileName)
@@ -148,13 +158,13 @@ void ZTraceBitmap::loadReduced(const QImage &image)
         ? image
         : image.convertToFormat(QImage::Format_ARGB32);
     const int width = source.width();
-    QVector<char> data = imageBytes(width, source.height());
+    GrowingImage target(width, source.height());
     QVector<QRgb> reduced(width);
     for (int y = 0; y < source.height(); ++y) {
         reduction.reduceRow(wordsOf(source, y), reduced.data(), width);
-        storeWords(reduced.constData(), 0, width, rowOf(&data, width, y));
+        storeWords(reduced.constData(), 0, width, target.appendRow());
     }
-    takeImageData(width, source.height(), &data);
+    takeImageData(width, source.height(), &target.data);
 }
 
 // Replaces the three image members together.

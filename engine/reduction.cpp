@@ -37,16 +37,32 @@ QRgb Reduction::reduced(QRgb word)
 
 void Reduction::reduceRow(const QRgb *source, QRgb *target, int width)
 {
-    // Neighbours are often equal, in scans nearly always.
+    // Neighbours are often equal, in scans nearly always: eight at a time when they are.
+    const int kRun = 8;
     QRgb last = 0;
     QRgb lastReduced = reduced(last);
-    for (int x = 0; x < width; ++x) {
-        const QRgb word = source[x];
-        if (word != last) {
-            last = word;
-            lastReduced = reduced(word);
+    int x = 0;
+    while (x < width) {
+        const int end = std::min(x + kRun, width);
+        QRgb difference = 0;
+        if (end == x + kRun) {
+            for (int i = 0; i < kRun; ++i)
+                difference |= source[x + i] ^ last;
         }
-        target[x] = lastReduced;
+        if (end == x + kRun && difference == 0) {
+            for (int i = 0; i < kRun; ++i)
+                target[x + i] = lastReduced;
+            x = end;
+            continue;
+        }
+        for (; x < end; ++x) {
+            const QRgb word = source[x];
+            if (word != last) {
+                last = word;
+                lastReduced = reduced(word);
+            }
+            target[x] = lastReduced;
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include "direction.h"
 #include "memory.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -74,7 +75,7 @@ private:
     size_t count;
 };
 
-// What may start at the nodes of one row: Mark bits of the nodes where an outline's topmost,
+// What may start at successive nodes: Mark bits of the nodes where an outline's topmost,
 // leftmost node can be, whether it has been passed or not. Plain comparisons side by side, which
 // compilers turn into vector code.
 template<typename Cell>
@@ -115,31 +116,34 @@ public:
 
     void scan()
     {
-        const int width = plane.width();
-        const size_t rowBytes = static_cast<size_t>(width) * sizeof(Cell);
-        starts.assign(static_cast<size_t>(width) + 8, 0);
+        starts.assign(kChunk, 0);
         for (int y = 0; y < plane.height(); ++y) {
-            const ptrdiff_t row = (static_cast<ptrdiff_t>(y) + 1) * stride + 1;
-            const Cell *lower = cells + row;
-            const Cell *upper = lower - stride;
-            if (!std::memcmp(lower, upper, rowBytes))
-                continue; // no outline starts between two equal rows
-            findStarts(upper, lower, width, starts.data());
-            scanRow(row, width, y);
+            for (int x = 0; x < plane.width(); x += kChunk)
+                scanChunk(x, std::min(int(kChunk), plane.width() - x), y);
         }
     }
 
 private:
-    void scanRow(ptrdiff_t row, int width, int y)
+    // Nodes of a row that are looked at together.
+    enum { kChunk = 64 };
+
+    void scanChunk(int x, int width, int y)
     {
-        for (int x = 0; x < width; x += 8) {
+        const ptrdiff_t node = (static_cast<ptrdiff_t>(y) + 1) * stride + 1 + x;
+        const Cell *lower = cells + node;
+        const Cell *upper = lower - stride;
+        // Between equal pixels no outline starts.
+        if (!std::memcmp(lower, upper, static_cast<size_t>(width) * sizeof(Cell)))
+            return;
+        findStarts(upper, lower, width, starts.data());
+        for (int i = 0; i < width; i += 8) {
             uint64_t eight;
-            std::memcpy(&eight, starts.data() + x, 8);
+            std::memcpy(&eight, starts.data() + i, 8);
             if (!eight)
                 continue;
-            for (int i = x; i < x + 8; ++i) {
-                if (starts[static_cast<size_t>(i)])
-                    startAt(starts[static_cast<size_t>(i)], row + i, i, y);
+            for (int k = i; k < std::min(i + 8, width); ++k) {
+                if (starts[static_cast<size_t>(k)])
+                    startAt(starts[static_cast<size_t>(k)], node + k, x + k, y);
             }
         }
     }
@@ -200,7 +204,7 @@ private:
     ptrdiff_t aheadLeft[4];
     ptrdiff_t aheadRight[4];
     OutlineBuffer path;
-    std::vector<uint8_t> starts; // of the row at hand, and 8 zeros
+    std::vector<uint8_t> starts; // of the chunk at hand
 };
 
 template<typename Cell>
