@@ -99,7 +99,7 @@ private slots:
     void shortPathsAreHandled();
     void oddArgumentsReturn();
     void equalsReference();
-    void longPathsDoNotOverflow();
+    void longSequencesAreSplitToTheEnd();
 };
 
 void tst_Fitseq::singlePixelWithWideTolerance_data()
@@ -146,7 +146,8 @@ void tst_Fitseq::lineEndsOnTheNextSequence()
                             { 4, 1, 2 },
                             { 4, 2, 4 },
                             { 3, 3, 4 },
-                            { 2, 3, 6 } });
+                            { 2, 3, 6 },
+                            { 1, 2, 6 } });
     const Segments result = ZTraceBitmap().tracepath(path, 100, 0);
     QCOMPARE(difference(result.at(0), line(0, 0, 4, 1)), QString());
     QCOMPARE(difference(result.at(1), line(4, 1, 2, 3)), QString());
@@ -312,7 +313,7 @@ void tst_Fitseq::startEqualToEndIsOneLine()
 void tst_Fitseq::toleranceIsComparedAsWidenedFloat()
 {
     // 0.1 as a float is a little more than 0.1, so a squared error of 0.1 passes.
-    const double h = std::sqrt(0.1);
+    const double h = 0.316227767;
     const Internodes path = wave({ 0, h, 0, 0 });
     QVERIFY(h * h > 0.1 && h * h < double(0.1f));
     QCOMPARE(ZTraceBitmap().fitseq(path, 0.1f, 0, 0, 2).at(0).at(0), 1.0);
@@ -421,18 +422,20 @@ void tst_Fitseq::equalsReference()
     }
 }
 
-// A path that is split at every internode, one by one.
-void tst_Fitseq::longPathsDoNotOverflow()
+// A sequence that grows towards its end, so that it is split again and again near there.
+void tst_Fitseq::longSequencesAreSplitToTheEnd()
 {
-    Internodes path;
+    const int n = 4000;
+    ztrace::reference::InternodePath path;
     double y = 1;
-    for (int i = 0; i < 4000; ++i) {
-        path.append({ double(i), (i % 2 == 0 ? y : -y), 0 });
+    for (int i = 0; i < n; ++i) {
+        path.push_back({ double(i), i % 2 == 0 ? y : -y, 0 });
         y *= 1.01;
     }
-    const Segments result = ZTraceBitmap().tracepath(path, 0, 0);
-    QVERIFY(result.size() > 1000);
-    QCOMPARE(result.first().at(1), 0.0);
+    const auto expected = ztrace::reference::Reference().fitseq(path, 0, 0, 0, n - 1);
+    const Segments result = ZTraceBitmap().fitseq(ztrace::toQt(path), 0, 0, 0, n - 1);
+    QVERIFY(result.size() > n / 2);
+    QCOMPARE(difference(result, expected), QString());
 }
 
 QTEST_GUILESS_MAIN(tst_Fitseq)

@@ -203,14 +203,13 @@ private slots:
 
 private:
     int outlines = 0;
-    int redrawn = 0;
 };
 
 void tst_Reference::stageByStage()
 {
     const quint64 seed = ztrace::testSeed();
     Random random(seed);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 6000; ++round) {
         const Picture picture = ztrace::randomPicture(random, round % 10 == 0 ? 40 : 18);
         const Options options = ztrace::randomOptions(random);
         Pair pair(options);
@@ -223,7 +222,7 @@ void tst_Reference::endToEnd()
 {
     const quint64 seed = ztrace::testSeed() + 1;
     Random random(seed);
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < 12000; ++round) {
         const Picture picture = ztrace::randomPicture(random, round % 10 == 0 ? 40 : 18);
         const Options options = ztrace::randomOptions(random);
         Pair pair(options);
@@ -231,8 +230,6 @@ void tst_Reference::endToEnd()
         QVERIFY2(found.isEmpty(), qPrintable(report(seed, round, picture, options, found)));
         for (const auto &paths : pair.tracer.indexedImage.tracedLayers)
             outlines += int(paths.size());
-        std::srand(static_cast<unsigned>(round));
-        redrawn += pair.expected.currentPalette.size() > 1 ? 1 : 0;
     }
 }
 
@@ -240,7 +237,7 @@ void tst_Reference::severalTracesOnOneTracer()
 {
     const quint64 seed = ztrace::testSeed() + 2;
     Random random(seed);
-    for (int round = 0; round < 400; ++round) {
+    for (int round = 0; round < 1000; ++round) {
         Pair pair((Options()));
         for (int image = 0; image < 4; ++image) {
             const Picture picture = ztrace::randomPicture(random, 16);
@@ -257,7 +254,7 @@ void tst_Reference::presetPalettes()
 {
     const quint64 seed = ztrace::testSeed() + 3;
     Random random(seed);
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 3000; ++round) {
         const Picture picture = ztrace::randomPicture(random, 24);
         Options options = ztrace::randomOptions(random);
         options["monochrome"] = 0;
@@ -295,7 +292,6 @@ void tst_Reference::emptyImages()
 void tst_Reference::bothSidesWereBusy()
 {
     QVERIFY2(outlines > 20000, qPrintable(QString::number(outlines)));
-    QVERIFY2(redrawn > 2000, qPrintable(QString::number(redrawn)));
 }
 
 QTEST_GUILESS_MAIN(tst_Reference)

@@ -132,7 +132,7 @@ void tst_Streaming::saddlePictures_data()
     QTest::newRow("small") << 1200 << 40 << 40;
     QTest::newRow("wide and low") << 200 << 300 << 5;
     QTest::newRow("narrow and high") << 200 << 3 << 200;
-    QTest::newRow("large") << 25 << 300 << 200;
+    QTest::newRow("large") << 60 << 300 << 200;
 }
 
 void tst_Streaming::saddlePictures()
@@ -212,7 +212,7 @@ void tst_Streaming::anyPictureAndOptions()
     const quint64 seed = ztrace::testSeed();
     Random random(seed);
     Work work;
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < 4000; ++round) {
         const Picture picture = ztrace::randomPicture(random, 30);
         ZTraceBitmap start;
         const QMap<QString, double> options = ztrace::randomOptions(random);
