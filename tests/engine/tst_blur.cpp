@@ -13,8 +13,7 @@
 
 using ztrace::difference;
 
-namespace
-{
+namespace {
 
 const float kNan = std::numeric_limits<float>::quiet_NaN();
 const float kInfinity = std::numeric_limits<float>::infinity();

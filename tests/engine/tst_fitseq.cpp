@@ -15,8 +15,7 @@
 
 using ztrace::difference;
 
-namespace
-{
+namespace {
 
 const float kNan = std::numeric_limits<float>::quiet_NaN();
 const float kInfinity = std::numeric_limits<float>::infinity();
@@ -99,6 +98,7 @@ private slots:
     void shortPathsAreHandled();
     void oddArgumentsReturn();
     void equalsReference();
+    void wrappedSequencesEqualTheReference();
     void longSequencesAreSplitToTheEnd();
 };
 
@@ -420,6 +420,43 @@ void tst_Fitseq::equalsReference()
         const QString found = difference(tracer.fitseq(path, ltres, qtres, start, end), part);
         QVERIFY2(found.isEmpty(), qPrintable(found));
     }
+}
+
+// From any internode but the last to any before it. Splits may lie outside such a sequence; where
+// the rule then has no end, nothing is compared.
+void tst_Fitseq::wrappedSequencesEqualTheReference()
+{
+    ztrace::Random random(ztrace::testSeed());
+    ZTraceBitmap tracer;
+    int compared = 0;
+    int splits = 0;
+    for (int round = 0; round < 4000; ++round) {
+        ztrace::reference::InternodePath path;
+        const int n = random.between(4, 14);
+        for (int i = 0; i < n; ++i)
+            path.push_back({ random.below(20) * 0.5, random.below(20) * 0.5, 0 });
+        const int start = random.between(1, n - 2);
+        const int end = random.below(start);
+        const float ltres = static_cast<float>(random.below(10));
+        const float qtres = static_cast<float>(random.below(60));
+        const ztrace::reference::Reference expected;
+        const auto wanted = expected.fitseq(path, ltres, qtres, start, end);
+        const Segments result = tracer.fitseq(ztrace::toQt(path), ltres, qtres, start, end);
+        if (expected.gaveUp || expected.fits > 8 * n)
+            continue;
+        ++compared;
+        splits += wanted.size() > 1 ? 1 : 0;
+        const QString found = difference(result, wanted);
+        QVERIFY2(found.isEmpty(),
+                 qPrintable(QString("round %1, %2 to %3 of %4: %5")
+                                .arg(round)
+                                .arg(start)
+                                .arg(end)
+                                .arg(n)
+                                .arg(found)));
+    }
+    QVERIFY(compared > 1000);
+    QVERIFY(splits > 100);
 }
 
 // A sequence that grows towards its end, so that it is split again and again near there.

@@ -11,8 +11,7 @@
 
 using ztrace::difference;
 
-namespace
-{
+namespace {
 
 using Path = QVector<QVector<int>>;
 using Internodes = QVector<QVector<double>>;

@@ -36,8 +36,7 @@ private slots:
     void twoDebugLines();
 };
 
-namespace
-{
+namespace {
 
 // What QImage::pixel says, in the tracer's layout.
 QVector<char> bytesByPixel(const QImage &image)

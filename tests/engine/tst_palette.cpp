@@ -15,8 +15,7 @@
 using ztrace::difference;
 using ztrace::FakeRand;
 
-namespace
-{
+namespace {
 
 const int kLargestDraw = 2147483647;
 

@@ -15,8 +15,7 @@
 using ztrace::difference;
 using ztrace::GridTracer;
 
-namespace
-{
+namespace {
 
 using Path = QVector<QVector<int>>;
 using Paths = QVector<Path>;

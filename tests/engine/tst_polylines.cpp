@@ -11,8 +11,7 @@
 using ztrace::CaughtMessages;
 using ztrace::difference;
 
-namespace
-{
+namespace {
 
 using Segments = QVector<QVector<double>>;
 

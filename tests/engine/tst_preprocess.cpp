@@ -10,8 +10,7 @@
 
 #include <limits>
 
-namespace
-{
+namespace {
 
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();

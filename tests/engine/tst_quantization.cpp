@@ -15,8 +15,7 @@
 using ztrace::difference;
 using ztrace::FakeRand;
 
-namespace
-{
+namespace {
 
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();

@@ -6,17 +6,22 @@
 #include "support/Messages.h"
 #include "support/Pictures.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <cstdlib>
 #include <limits>
 
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
 using ztrace::CaughtMessages;
 using ztrace::difference;
 
-namespace
-{
+namespace {
 
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();
@@ -62,6 +67,7 @@ private slots:
     void paletteIsKeptFromTraceToTrace();
     void stateAfterATrace();
     void twentyMillionColoursLeaveTheTracerUsable();
+    void memoryThatIsNotThereGivesAnEmptyList();
     void defaultsBlackenAnOpaqueImage();
     void everyFormatIsTraced_data();
     void everyFormatIsTraced();
@@ -264,6 +270,40 @@ void tst_Trace::twentyMillionColoursLeaveTheTracerUsable()
         QVERIFY(!tracer.trace(image).isEmpty());
         QCOMPARE(tracer.currentPalette.size(), 2);
     }
+}
+
+// The address space is narrowed for a while, as far as a sanitizer allows that.
+void tst_Trace::memoryThatIsNotThereGivesAnEmptyList()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    QSKIP("the sanitizer takes more address space than the limit leaves");
+#elif !defined(Q_OS_LINUX)
+    QSKIP("the size of the process is read from /proc");
+#else
+    QFile file("/proc/self/statm");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const quint64 pages = file.readAll().split(' ').first().toULongLong();
+    rlimit before;
+    QCOMPARE(getrlimit(RLIMIT_AS, &before), 0);
+    rlimit narrow = before;
+    narrow.rlim_cur = pages * static_cast<quint64>(sysconf(_SC_PAGESIZE)) + 250000000u;
+
+    const QImage image = letters({ "..", ".#" }).toImage();
+    for (const double sampling : { 0.0, 1.0 }) {
+        ZTraceBitmap tracer;
+        tracer.setOption("monochrome", 0);
+        tracer.setOption("pathomit", 0);
+        tracer.setOption("colorsampling", sampling);
+        tracer.setOption("numberofcolors", 16000000);
+        QCOMPARE(setrlimit(RLIMIT_AS, &narrow), 0);
+        const QList<ZPolyline> result = tracer.trace(image);
+        QCOMPARE(setrlimit(RLIMIT_AS, &before), 0);
+        QVERIFY(result.isEmpty());
+        QVERIFY(tracer.currentPalette.isEmpty());
+        tracer.setOption("numberofcolors", 2);
+        QVERIFY(!tracer.trace(image).isEmpty());
+    }
+#endif
 }
 
 void tst_Trace::defaultsBlackenAnOpaqueImage()

@@ -16,8 +16,7 @@ using ztrace::difference;
 using ztrace::Picture;
 using ztrace::Random;
 
-namespace
-{
+namespace {
 
 using Path = QVector<QVector<int>>;
 using Internodes = QVector<QVector<double>>;

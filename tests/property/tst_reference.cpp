@@ -20,8 +20,7 @@ using ztrace::Picture;
 using ztrace::Random;
 using ztrace::reference::Reference;
 
-namespace
-{
+namespace {
 
 using Options = QMap<QString, double>;
 

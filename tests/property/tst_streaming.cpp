@@ -16,8 +16,7 @@ using ztrace::difference;
 using ztrace::Picture;
 using ztrace::Random;
 
-namespace
-{
+namespace {
 
 struct Work {
     int outlines = 0;
@@ -120,6 +119,8 @@ private slots:
     void saddlePictures();
     void everyTinyPicture_data();
     void everyTinyPicture();
+    void manyEntries_data();
+    void manyEntries();
     void anyPictureAndOptions();
 };
 
@@ -172,6 +173,7 @@ void tst_Streaming::everyTinyPicture_data()
     QTest::addColumn<int>("colours");
     QTest::newRow("3 by 3 in two colours") << 3 << 3 << 2;
     QTest::newRow("4 by 3 in two colours") << 4 << 3 << 2;
+    QTest::newRow("4 by 4 in two colours") << 4 << 4 << 2;
     QTest::newRow("3 by 2 in four colours") << 3 << 2 << 4;
     QTest::newRow("2 by 4 in three colours") << 2 << 4 << 3;
 }
@@ -204,6 +206,45 @@ void tst_Streaming::everyTinyPicture()
         }
         const QString found = compared(start, picture, 1, work);
         QVERIFY2(found.isEmpty(), qPrintable(QString("picture %1:%2").arg(number).arg(found)));
+    }
+}
+
+void tst_Streaming::manyEntries_data()
+{
+    QTest::addColumn<int>("entries");
+    for (const int entries : { 127, 128, 129, 254, 255, 256, 257, 65534, 65535, 65536, 65537 })
+        QTest::addRow("%d entries", entries) << entries;
+}
+
+// The last entries are those of the picture, whatever an index takes to store.
+void tst_Streaming::manyEntries()
+{
+    QFETCH(int, entries);
+    Random random(ztrace::testSeed());
+    ZTraceBitmap start;
+    start.setOption("monochrome", 0);
+    start.setOption("blurradius", 0);
+    start.setOption("colorquantcycles", 1);
+    start.setOption("pathomit", 0);
+    for (int k = 0; k < entries - 4; ++k)
+        start.currentPalette.append(QVector<char>({ static_cast<char>(k), 0, 0, 127 }));
+    for (int k = 0; k < 4; ++k)
+        start.currentPalette.append(QVector<char>({ static_cast<char>(k * 20), 0, 0, -1 }));
+
+    Work work;
+    for (int round = 0; round < (entries > 1000 ? 5 : 100); ++round) {
+        Picture picture = ztrace::uniformPicture(random.between(1, 6), random.between(1, 6));
+        for (std::uint32_t &word : picture.words)
+            word = 0xFF000000u | static_cast<std::uint32_t>(random.below(4) * 20) << 16;
+        picture.words[0] = 0xFF3C0000u; // the very last entry
+        const QString found = compared(start, picture, 1, work);
+        QVERIFY2(found.isEmpty(), qPrintable(picture.describe() + found));
+        ZTraceBitmap tracer;
+        tracer.options = start.options;
+        tracer.currentPalette = start.currentPalette;
+        tracer.trace(picture.toImage());
+        QCOMPARE(tracer.indexedImage.indices.at(1).at(1), entries - 1);
+        QCOMPARE(tracer.indexedImage.indices.at(0).at(1), -1);
     }
 }
 

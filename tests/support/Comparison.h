@@ -20,8 +20,7 @@
 #include "Reference.h"
 #include "ZPolyline.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 inline QString difference(double actual, double expected)
 {

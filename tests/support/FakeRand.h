@@ -8,8 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 struct FakeRand {
     static int &draws()

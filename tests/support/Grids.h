@@ -9,8 +9,7 @@
 
 #include "engine/ZTraceBitmap.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // An index grid inside its border: each character '0', '1', ... is the index of a pixel.
 inline QVector<QVector<int>> indexGrid(const QStringList &rows)

@@ -9,8 +9,7 @@
 #include <QStringList>
 #include <QtGlobal>
 
-namespace ztrace
-{
+namespace ztrace {
 
 inline void switchDebugOutput(bool on)
 {

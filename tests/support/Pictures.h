@@ -12,8 +12,7 @@
 #include <QMap>
 #include <QString>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // The seed of a run: fixed, unless the environment variable ZTRACE_TEST_SEED gives one.
 quint64 testSeed();
