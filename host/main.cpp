@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QLoggingCategory>
+#include <QTemporaryDir>
 
 #include <cstdio>
 
@@ -102,6 +103,10 @@ int main(int argc, char *argv[])
     // The toolkit's painting needs a platform; this one needs no display.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Nor does it need the folder of a login session, whose absence it would complain about.
+    const QTemporaryDir runtimeFolder;
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     QGuiApplication application(argc, argv);
 
     Arguments arguments = parse(QCoreApplication::arguments());

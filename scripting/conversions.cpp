@@ -37,12 +37,17 @@ bool isDisguised(const QScriptValue &value, int pointerType, int valueType)
     return type != 0 && type != pointerType && type != valueType;
 }
 
-// The toolkit's cast by id, which needs no declaration of the type: the host's headers may have
-// made one already, and there must not be two.
+// The toolkit's qscriptvalue_cast by id, which needs no declaration of the type: the host's headers
+// may have made one already, and there must not be two.
 template <class T> T *pointerCast(const QScriptValue &value, int type)
 {
     T *pointer = 0;
-    return qscriptvalue_cast_helper(value, type, &pointer) ? pointer : 0;
+    if (qscriptvalue_cast_helper(value, type, &pointer))
+        return pointer;
+    if (!value.isVariant())
+        return 0;
+    const QVariant variant = value.toVariant();
+    return variant.userType() == type ? *static_cast<T *const *>(variant.constData()) : 0;
 }
 
 // Whether the tracer that the toolkit sees in the value, or else in its prototype, is a disguise.
@@ -92,11 +97,8 @@ QVariant ztrace::tracerVariant(ZTraceBitmap *tracer)
 
 bool ztrace::holdsTracer(const QScriptValue &value, const ZTraceBitmap *tracer)
 {
-    if (!value.isVariant())
-        return false;
-    const QVariant variant = value.toVariant();
-    return variant.userType() == tracerType()
-        && *static_cast<ZTraceBitmap *const *>(variant.constData()) == tracer;
+    return value.isVariant() && value.toVariant().userType() == tracerType()
+        && pointerCast<ZTraceBitmap>(value, tracerType()) == tracer;
 }
 
 ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value)
