@@ -100,12 +100,14 @@ QScriptValue ScriptWorld::evaluateFile(const QString &fileName, const QString &t
 // "file.js:3: Error: text", then the calls that led there, the innermost first.
 QString ScriptWorld::describeFailure(const QScriptValue &error) const
 {
-    QString file = error.property(QLatin1String("fileName")).toString();
-    QString text = QString::fromLatin1("%1:%2: %3")
-                       .arg(file)
-                       .arg(scriptEngine.uncaughtExceptionLineNumber())
-                       .arg(error.toString());
     const QStringList trace = scriptEngine.uncaughtExceptionBacktrace();
+    QString place = QString::fromLatin1("%1:%2")
+                        .arg(error.property(QLatin1String("fileName")).toString())
+                        .arg(scriptEngine.uncaughtExceptionLineNumber());
+    // A script may throw anything, and only an Error knows its file; the trace does as well.
+    if (!error.isError() && !trace.isEmpty())
+        place = trace.first().section(QLatin1String(" at "), -1);
+    QString text = place + QLatin1String(": ") + error.toString();
     for (const QString &call : trace)
         text += QLatin1String("\n    ") + call;
     return text;

@@ -47,7 +47,7 @@ void complain(const QString &text)
 Arguments parse(const QStringList &words)
 {
     Arguments result;
-    int i = 1;
+    int i = 0;
     for (; i < words.size() && words.at(i).startsWith(QLatin1String("-")); ++i) {
         const QString &word = words.at(i);
         if (word == QLatin1String("--plugins") && i + 1 < words.size())
@@ -107,9 +107,14 @@ int main(int argc, char *argv[])
     const QTemporaryDir runtimeFolder;
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
-    QGuiApplication application(argc, argv);
+    // It gets the program's name alone: it would take options like -plugin out of the script's.
+    int nameAlone = 1;
+    QGuiApplication application(nameAlone, argv);
 
-    Arguments arguments = parse(QCoreApplication::arguments());
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words.append(QString::fromLocal8Bit(argv[i]));
+    Arguments arguments = parse(words);
     if (arguments.wantsHelp) {
         std::fputs(kUsage, stdout);
         return kOk;
