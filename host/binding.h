@@ -45,11 +45,12 @@ int integerArgument(QScriptContext *context, int index);
 // A plain script object { x, y }.
 QScriptValue pointToScript(const ZVector &point, QScriptEngine *engine);
 
-// A prototype that holds an empty T, with its methods, made the engine's default for T and T*.
+// A prototype with its methods, made the engine's default for T and T*. It holds no T of its own:
+// whatever inherits from it alone leads to none.
 template <class T>
 QScriptValue makePrototype(QScriptEngine &engine, const Method *methods, int count)
 {
-    QScriptValue proto = engine.newVariant(QVariant::fromValue(T()));
+    QScriptValue proto = engine.newVariant(QVariant::fromValue(static_cast<T *>(0)));
     for (int i = 0; i < count; ++i)
         ZEcmaHelper::registerFunction(engine, &proto, methods[i].function, methods[i].name);
     engine.setDefaultPrototype(qMetaTypeId<T>(), proto);
