@@ -4,6 +4,11 @@
 # is read by moc; no display is needed.
 find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
 
+# Also for tests that are no QtTest programs.
+set(ztrace_test_environment
+  QT_QPA_PLATFORM=offscreen
+  LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0)
+
 function(add_ztrace_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -20,5 +25,5 @@ function(add_ztrace_test name)
   set_tests_properties(${name} PROPERTIES
     TIMEOUT ${ARG_TIMEOUT}
     LABELS "${ARG_LABELS}"
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    ENVIRONMENT "${ztrace_test_environment}")
 endfunction()

@@ -4,6 +4,7 @@
 #ifndef ZPOLYLINE_H
 #define ZPOLYLINE_H
 
+#include <QMetaType>
 #include <QVector>
 
 #include "ZExplodable.h"
@@ -93,5 +94,8 @@ private:
     double pendingStartWidth;
     double pendingEndWidth;
 };
+
+// The name under which scripts and bindings pass polylines by value.
+Q_DECLARE_METATYPE(ZPolyline)
 
 #endif

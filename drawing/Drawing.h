@@ -1,0 +1,80 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A drawing: outlines with colour and layer, and the size of the picture they came from.
+#ifndef ZTRACE_DRAWING_H
+#define ZTRACE_DRAWING_H
+
+#include <QRgb>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+#include "ZPolyline.h"
+
+namespace ztrace {
+
+enum class Unit { Pixel, Millimetre, Inch };
+
+// One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
+// Outlines are painted in the order of the drawing, later ones over earlier ones.
+struct Outline
+{
+    ZPolyline shape;
+    QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
+    QString layer;             // empty: layer "0"
+
+    // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
+    std::vector<int> holes;
+
+    // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
+    // neighbour which is not painted over this outline; 0 for none.
+    double seam = 0.0;
+};
+
+// The outlines are all that a drawing must have. Writers treat a picture of 0 x 0 as having the
+// bounding box of the outlines.
+struct Drawing
+{
+    std::vector<Outline> outlines;
+    int width = 0; // of the source picture, in pixels
+    int height = 0;
+    double dpi = 0.0; // pixels an inch; 0: unknown, a pixel then is 1/96 inch on paper
+    Unit unit = Unit::Pixel;
+
+    // Drawing units that one pixel is long: 1 for pixels.
+    double unitsPerPixel() const;
+    // Points (1/72 inch) that one pixel is long on paper.
+    double pointsPerPixel() const;
+    // Layers in the order of their first outline, each once.
+    QStringList layers() const;
+};
+
+// What a picture of the outlines looks like; the geometry is the same for all.
+struct PaintStyle
+{
+    bool stroked = false;     // strokes in the outline's colour instead of fills
+    double strokeWidth = 1.0; // in pixels
+    bool byLayer = false;     // one group a layer, where the format has groups
+};
+
+// The area that is drawn, in pixels with y upwards: the picture, or without one the bounding box.
+struct Frame
+{
+    double x = 0.0;
+    double y = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+};
+
+Frame frameOf(const Drawing &drawing);
+
+// "#rrggbb"; alpha is not part of it.
+QByteArray colourName(QRgb colour);
+
+// The layer's name, never empty.
+QString layerName(const Outline &outline);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,22 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Numbers as text, the same in every locale.
+#ifndef ZTRACE_DRAWING_TEXT_H
+#define ZTRACE_DRAWING_TEXT_H
+
+#include <QByteArray>
+
+namespace ztrace {
+
+// Decimals of numberText that stand for "as many as it takes to read the same number back".
+const int kExactDecimals = -1;
+
+// Appends a finite number without exponent. With `decimals` it is rounded to so many places and
+// trailing zeros are left out. Zero has no sign.
+void appendNumber(QByteArray *text, double value, int decimals = kExactDecimals);
+
+QByteArray numberText(double value, int decimals = kExactDecimals);
+
+} // namespace ztrace
+
+#endif

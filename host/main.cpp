@@ -1,0 +1,138 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// zelvora-headless: runs a script with the plug-ins of a folder, without a display.
+#include "PluginHost.h"
+#include "ScriptWorld.h"
+
+#include <QDir>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitCode { kOk = 0, kWrongUsage = 2, kNoScript = 3, kScriptError = 5, kNoPlugins = 6 };
+
+const char kUsage[]
+    = "Usage: zelvora-headless [--plugins DIR] SCRIPT.js [ARGS...]\n"
+      "\n"
+      "Runs a script with the plug-ins of a folder, as the application would load them.\n"
+      "\n"
+      "  --plugins DIR   folder of plug-ins; without it, the one of the installation\n"
+      "  --verbose       shows the debug lines of the plug-ins\n"
+      "  --version       prints the version\n"
+      "  --help          prints this text\n"
+      "\n"
+      "Exit codes: what the script gives to quit(); 0 at its end, 2 wrong usage, 3 script not\n"
+      "readable, 5 error in the script, 6 no folder of plug-ins.\n";
+
+struct Arguments
+{
+    QString pluginFolder;
+    QString script;
+    QStringList scriptArguments;
+    bool verbose = false;
+    bool wantsHelp = false;
+    bool wantsVersion = false;
+    QString error;
+};
+
+void complain(const QString &text)
+{
+    std::fprintf(stderr, "zelvora-headless: %s\n", qPrintable(text));
+}
+
+Arguments parse(const QStringList &words)
+{
+    Arguments result;
+    int i = 0;
+    for (; i < words.size() && words.at(i).startsWith(QLatin1String("-")); ++i) {
+        const QString &word = words.at(i);
+        if (word == QLatin1String("--plugins") && i + 1 < words.size())
+            result.pluginFolder = words.at(++i);
+        else if (word.startsWith(QLatin1String("--plugins=")))
+            result.pluginFolder = word.mid(10);
+        else if (word == QLatin1String("--verbose"))
+            result.verbose = true;
+        else if (word == QLatin1String("--help"))
+            result.wantsHelp = true;
+        else if (word == QLatin1String("--version"))
+            result.wantsVersion = true;
+        else
+            result.error = QString::fromLatin1("cannot make sense of %1").arg(word);
+    }
+    if (i < words.size())
+        result.script = words.at(i);
+    else if (result.error.isEmpty())
+        result.error = QString::fromLatin1("no script given");
+    result.scriptArguments = words.mid(i + 1);
+    return result;
+}
+
+int runScript(const Arguments &arguments)
+{
+    zelvora::PluginHost plugins;
+    if (!plugins.loadFolder(arguments.pluginFolder)) {
+        complain(QString::fromLatin1("no folder of plug-ins: %1").arg(arguments.pluginFolder));
+        return kNoPlugins;
+    }
+    for (const QString &refusal : plugins.refusals())
+        complain(QString::fromLatin1("plug-in refused: %1").arg(refusal));
+
+    // The engine goes before the plug-ins whose classes it holds.
+    zelvora::ScriptWorld world(arguments.scriptArguments);
+    plugins.extend(world.engine());
+    QString error;
+    if (!world.run(arguments.script, &error)) {
+        complain(QString::fromLatin1("cannot read the script %1: %2").arg(arguments.script, error));
+        return kNoScript;
+    }
+    if (world.hasFailed()) {
+        std::fprintf(stderr, "%s\n", qPrintable(world.failureText()));
+        return kScriptError;
+    }
+    return world.exitCode();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // The toolkit's painting needs a platform; this one needs no display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Nor does it need the folder of a login session, whose absence it would complain about.
+    const QTemporaryDir runtimeFolder;
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+    // It gets the program's name alone: it would take options like -plugin out of the script's.
+    int nameAlone = 1;
+    QGuiApplication application(nameAlone, argv);
+
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words.append(QString::fromLocal8Bit(argv[i]));
+    Arguments arguments = parse(words);
+    if (arguments.wantsHelp) {
+        std::fputs(kUsage, stdout);
+        return kOk;
+    }
+    if (arguments.wantsVersion) {
+        std::puts("zelvora-headless " ZTRACE_VERSION);
+        return kOk;
+    }
+    if (!arguments.error.isEmpty()) {
+        complain(arguments.error);
+        std::fputs(kUsage, stderr);
+        return kWrongUsage;
+    }
+    if (arguments.pluginFolder.isEmpty()) {
+        arguments.pluginFolder = QDir(QCoreApplication::applicationDirPath())
+                                     .absoluteFilePath(QLatin1String(ZELVORA_PLUGIN_FOLDER));
+    }
+    if (!arguments.verbose)
+        QLoggingCategory::setFilterRules(QLatin1String("default.debug=false"));
+    return runScript(arguments);
+}

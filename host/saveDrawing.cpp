@@ -1,0 +1,52 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "saveDrawing.h"
+
+#include "drawing/output.h"
+#include "drawing/svg.h"
+
+#include <QFileInfo>
+
+namespace {
+
+using ztrace::Drawing;
+
+// Polylines of scripts have no colour to be filled with: all formats get strokes.
+ztrace::PaintStyle strokes()
+{
+    ztrace::PaintStyle style;
+    style.stroked = true;
+    return style;
+}
+
+bool writeSvg(const Drawing &drawing, QIODevice *device)
+{
+    ztrace::SvgOptions options;
+    options.style = strokes();
+    return ztrace::writeSvg(drawing, options, device);
+}
+
+const struct
+{
+    const char *ending;
+    bool (*write)(const Drawing &drawing, QIODevice *device);
+} kFormats[] = {
+    { "svg", writeSvg },
+};
+
+} // namespace
+
+bool zelvora::saveDrawing(const Drawing &drawing, const QString &fileName, QString *error)
+{
+    const QString ending = QFileInfo(fileName).suffix().toLower();
+    QStringList known;
+    for (const auto &format : kFormats) {
+        if (ending == QLatin1String(format.ending)) {
+            const auto write = format.write;
+            return ztrace::writeWhole(
+                fileName, [&](QIODevice *device) { return write(drawing, device); }, error);
+        }
+        known.append(QLatin1String(format.ending));
+    }
+    *error = QString::fromLatin1("a drawing is saved as one of: ") + known.join(QLatin1String(", "));
+    return false;
+}

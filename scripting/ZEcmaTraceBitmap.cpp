@@ -1,0 +1,219 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "ZEcmaTraceBitmap.h"
+
+#include "RetiredTracers.h"
+#include "ZTraceBitmap.h"
+#include "conversions.h"
+
+#include "ZEcmaHelper.h"
+#include "ZPolyline.h"
+
+#include <QImage>
+#include <QScopedPointer>
+#include <QStringList>
+
+namespace {
+
+// One method of the prototype. Headers of the host differ in whether they take the engine by
+// reference or by pointer; the overload that compiles is taken, the reference first.
+template <class Helper>
+auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
+                    QScriptEngine::FunctionSignature function, const char *name, int)
+    -> decltype(Helper::registerFunction(engine, proto, function, name))
+{
+    return Helper::registerFunction(engine, proto, function, name);
+}
+
+template <class Helper>
+auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
+                    QScriptEngine::FunctionSignature function, const char *name, long)
+    -> decltype(Helper::registerFunction(&engine, proto, function, name))
+{
+    return Helper::registerFunction(&engine, proto, function, name);
+}
+
+void registerMethods(QScriptEngine &engine, QScriptValue *proto)
+{
+    static const struct
+    {
+        QScriptEngine::FunctionSignature function;
+        const char *name;
+    } kMethods[] = {
+        { ZEcmaTraceBitmap::toString, "toString" },
+        { ZEcmaTraceBitmap::destroy, "destroy" },
+        { ZEcmaTraceBitmap::getClassName, "getClassName" },
+        { ZEcmaTraceBitmap::getBaseClasses, "getBaseClasses" },
+        { ZEcmaTraceBitmap::preprocess, "preprocess" },
+        { ZEcmaTraceBitmap::trace, "trace" },
+        { ZEcmaTraceBitmap::setOption, "setOption" },
+    };
+    for (const auto &method : kMethods)
+        registerMethod<ZEcmaHelper>(engine, proto, method.function, method.name, 0);
+}
+
+QScriptValue raise(const char *message, QScriptContext *context)
+{
+    return ZEcmaHelper::throwError(QString::fromLatin1(message), context);
+}
+
+QScriptValue raiseNotATracer(const QString &functionName, QScriptContext *context)
+{
+    return ZEcmaHelper::throwError(
+        QString::fromLatin1("ZTraceBitmap.%1(): This object is not a ZTraceBitmap")
+            .arg(functionName),
+        context);
+}
+
+// One argument that may hold an image. Whether it does is asked afterwards, with an error of its
+// own: a null and a QObject come this far and hold none.
+bool hasImageArgument(QScriptContext *context)
+{
+    if (context->argumentCount() != 1)
+        return false;
+    const QScriptValue argument = context->argument(0);
+    return argument.isVariant() || argument.isQObject() || argument.isNull();
+}
+
+QScriptValue raiseNotAnImage(QScriptContext *context)
+{
+    return raise("ZTraceBitmap: Argument 0 is not of type QImage*.", context);
+}
+
+QScriptValue raiseSelfIsNull(QScriptContext *context)
+{
+    return raise("self is NULL", context);
+}
+
+} // namespace
+
+void ZEcmaTraceBitmap::initEcma(QScriptEngine &engine, QScriptValue *proto)
+{
+    QScopedPointer<QScriptValue> ownProto;
+    if (!proto) {
+        ownProto.reset(new QScriptValue(engine.newVariant(ztrace::tracerVariant(0))));
+        proto = ownProto.data();
+    }
+    registerMethods(engine, proto);
+    engine.setDefaultPrototype(ztrace::tracerType(), *proto);
+    engine.globalObject().setProperty(QLatin1String("ZTraceBitmap"),
+                                      engine.newFunction(createEcma, *proto, 2),
+                                      QScriptValue::SkipInEnumeration);
+}
+
+QScriptValue ZEcmaTraceBitmap::createEcma(QScriptContext *context, QScriptEngine *engine)
+{
+    if (context->thisObject().strictlyEquals(engine->globalObject()))
+        return raise("ZTraceBitmap(): Did you forget to construct with 'new'?", context);
+    if (context->argumentCount() != 0)
+        return raise("ZTraceBitmap(): no matching constructor found.", context);
+
+    QScopedPointer<ZTraceBitmap> tracer(new ZTraceBitmap);
+    const QScriptValue object
+        = engine->newVariant(context->thisObject(), ztrace::tracerVariant(tracer.data()));
+    // A call with an ordinary object as `this` cannot make a tracer of it; the toolkit says so by
+    // an invalid value, and nobody would hold the tracer.
+    if (ztrace::holdsTracer(object, tracer.data()))
+        tracer.take();
+    return object;
+}
+
+ZTraceBitmap *ZEcmaTraceBitmap::getSelf(const QString &functionName, QScriptContext *context)
+{
+    ZTraceBitmap *self = ztrace::tracerFromScript(context->thisObject());
+    if (!self && functionName != QLatin1String("toString"))
+        raiseNotATracer(functionName, context);
+    return self;
+}
+
+ZTraceBitmap *ZEcmaTraceBitmap::getSelfShell(const QString &functionName, QScriptContext *context)
+{
+    ZTraceBitmap *self = getSelf(functionName, context);
+    if (!self)
+        raiseNotATracer(functionName, context);
+    return self;
+}
+
+QScriptValue ZEcmaTraceBitmap::toString(QScriptContext *context, QScriptEngine *engine)
+{
+    const ZTraceBitmap *self = getSelf(QLatin1String("toString"), context);
+    const quint64 address = reinterpret_cast<quintptr>(self);
+    return qScriptValueFromValue(
+        engine, QString::fromLatin1("ZTraceBitmap(0x%1)").arg(address, 0, 16));
+}
+
+QScriptValue ZEcmaTraceBitmap::getClassName(QScriptContext *, QScriptEngine *engine)
+{
+    return qScriptValueFromValue(engine, QString::fromLatin1("ZTraceBitmap"));
+}
+
+QScriptValue ZEcmaTraceBitmap::getBaseClasses(QScriptContext *, QScriptEngine *engine)
+{
+    return qScriptValueFromValue(engine, QStringList());
+}
+
+QScriptValue ZEcmaTraceBitmap::destroy(QScriptContext *context, QScriptEngine *engine)
+{
+    // The error names the class and not the method; scripts know the text.
+    ZTraceBitmap *self = getSelf(QLatin1String("ZTraceBitmap"), context);
+    if (!self)
+        return raiseSelfIsNull(context);
+
+    QScriptValue object = context->thisObject();
+    if (ztrace::holdsTracer(object, self))
+        delete self;
+    else
+        ztrace::retire(self);
+
+    object.setData(engine->nullValue());
+    object.prototype().setData(engine->nullValue());
+    object.setPrototype(engine->nullValue());
+    object.setScriptClass(0);
+    return engine->undefinedValue();
+}
+
+QScriptValue ZEcmaTraceBitmap::setOption(QScriptContext *context, QScriptEngine *engine)
+{
+    ZTraceBitmap *self = getSelf(QLatin1String("setOption"), context);
+    if (!self)
+        return raiseSelfIsNull(context);
+
+    if (context->argumentCount() == 2 && context->argument(0).isString()
+        && context->argument(1).isNumber()) {
+        self->setOption(context->argument(0).toString(), context->argument(1).toNumber());
+        return engine->undefinedValue();
+    }
+    return raise("Wrong number/types of arguments for ZTraceBitmap.setOption().", context);
+}
+
+QScriptValue ZEcmaTraceBitmap::trace(QScriptContext *context, QScriptEngine *engine)
+{
+    ZTraceBitmap *self = getSelf(QLatin1String("trace"), context);
+    if (!self)
+        return raiseSelfIsNull(context);
+
+    if (context->argumentCount() == 1 && context->argument(0).isString())
+        return ztrace::polylinesToScript(engine, self->trace(context->argument(0).toString()));
+    if (hasImageArgument(context)) {
+        const QImage *image = ztrace::imageFromScript(context->argument(0));
+        if (!image)
+            return raiseNotAnImage(context);
+        return ztrace::polylinesToScript(engine, self->trace(*image));
+    }
+    return raise("Wrong number/types of arguments for ZTraceBitmap.trace().", context);
+}
+
+QScriptValue ZEcmaTraceBitmap::preprocess(QScriptContext *context, QScriptEngine *engine)
+{
+    ZTraceBitmap *self = getSelf(QLatin1String("preprocess"), context);
+    if (!self)
+        return raiseSelfIsNull(context);
+
+    if (hasImageArgument(context)) {
+        QImage *image = ztrace::imageFromScript(context->argument(0));
+        if (!image)
+            return raiseNotAnImage(context);
+        self->preprocess(*image);
+        return engine->undefinedValue();
+    }
+    return raise("Wrong number/types of arguments for ZTraceBitmap.preprocess().", context);
+}

@@ -1,0 +1,352 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The headless host as a program: arguments, plug-in folders, scripts that fail, exit codes.
+//
+// ZTRACE_HEADLESS is the program, ZTRACE_PLUGIN_FILE our plug-in, ZTRACE_SIBLINGS a folder with one
+// folder of a plug-in for each kind of sibling.
+#include <QProcess>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int code;
+    QString out;
+    QString err;
+};
+
+QString environment(const char *name)
+{
+    return QString::fromLocal8Bit(qgetenv(name));
+}
+
+} // namespace
+
+class tst_Headless : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void scriptRuns();
+    void argumentsReachTheScript();
+    void wrongUsage_data();
+    void wrongUsage();
+    void helpAndVersion();
+    void missingScript_data();
+    void missingScript();
+    void missingPluginFolder_data();
+    void missingPluginFolder();
+    void emptyPluginFolder();
+    void lifeCycleOfAPlugin();
+    void refusedSiblings_data();
+    void refusedSiblings();
+    void allSiblingsTogether();
+    void uncaughtErrors_data();
+    void uncaughtErrors();
+    void quitEndsAtOnce_data();
+    void quitEndsAtOnce();
+    void includeIsRelativeAndGlobal();
+    void debugLinesOnRequest();
+
+private:
+    QString write(const QString &name, const QString &text);
+    QString plugIn(const QString &sibling);
+    Run run(const QStringList &arguments);
+    Run runText(const QString &script, const QStringList &arguments = QStringList());
+
+    QScopedPointer<QTemporaryDir> folder;
+    QString plugins;
+};
+
+void tst_Headless::init()
+{
+    folder.reset(new QTemporaryDir);
+    plugins = folder->filePath("plugins");
+    QVERIFY(QDir().mkdir(plugins));
+    QVERIFY(QFile::link(environment("ZTRACE_PLUGIN_FILE"), plugins + "/libztrace.so"));
+}
+
+QString tst_Headless::write(const QString &name, const QString &text)
+{
+    const QString fileName = folder->filePath(name);
+    QDir().mkpath(QFileInfo(fileName).absolutePath());
+    QFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly))
+        qFatal("cannot write %s", qPrintable(fileName));
+    file.write(text.toUtf8());
+    return fileName;
+}
+
+// Puts a sibling beside our plug-in; returns its file name there.
+QString tst_Headless::plugIn(const QString &sibling)
+{
+    const QDir from(environment("ZTRACE_SIBLINGS") + '/' + sibling);
+    const QStringList files = from.entryList(QDir::Files);
+    const QString to = plugins + '/' + files.value(0);
+    return QFile::link(from.absoluteFilePath(files.value(0)), to) ? to : QString();
+}
+
+Run tst_Headless::run(const QStringList &arguments)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder->path());
+    process.start(environment("ZTRACE_HEADLESS"), arguments);
+    Run result = { -1, QString(), QString() };
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
+        result.err = QString("crashed or hung: ") + process.readAllStandardError();
+        return result;
+    }
+    result.code = process.exitCode();
+    result.out = QString::fromUtf8(process.readAllStandardOutput());
+    result.err = QString::fromUtf8(process.readAllStandardError());
+    return result;
+}
+
+Run tst_Headless::runText(const QString &script, const QStringList &arguments)
+{
+    const QString name = write("script.js", script);
+    return run(QStringList() << "--plugins" << plugins << name << arguments);
+}
+
+void tst_Headless::scriptRuns()
+{
+    const Run r = runText("var t = new ZTraceBitmap(); print(t.getClassName(), 1, true); t.destroy()");
+    QCOMPARE(r.err, QString());
+    QCOMPARE(r.out, QString("ZTraceBitmap 1 true\n"));
+    QCOMPARE(r.code, 0);
+}
+
+void tst_Headless::argumentsReachTheScript()
+{
+    const Run r = runText("print(args.length); args.forEach(function(a) { print(a); })",
+                          QStringList() << "a b" << "-plugin" << QString::fromUtf8("\xC3\xA4"));
+    QCOMPARE(r.out, QString::fromUtf8("3\na b\n-plugin\n\xC3\xA4\n"));
+    QCOMPARE(r.code, 0);
+}
+
+void tst_Headless::wrongUsage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("nothing") << QStringList() << "no script given";
+    QTest::newRow("unknown option") << QStringList("--plugin") << "cannot make sense of --plugin";
+    QTest::newRow("option without value") << QStringList("--plugins")
+                                          << "cannot make sense of --plugins";
+    QTest::newRow("folder alone") << (QStringList() << "--plugins" << ".") << "no script given";
+}
+
+void tst_Headless::wrongUsage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+    const Run r = run(arguments);
+    QCOMPARE(r.code, 2);
+    QCOMPARE(r.out, QString());
+    QCOMPARE(r.err.section('\n', 0, 0), "zelvora-headless: " + message);
+    QVERIFY(r.err.contains("Usage: "));
+}
+
+void tst_Headless::helpAndVersion()
+{
+    const Run help = run(QStringList("--help"));
+    QCOMPARE(help.code, 0);
+    QVERIFY(help.out.startsWith("Usage: zelvora-headless [--plugins DIR] SCRIPT.js [ARGS...]\n"));
+    QCOMPARE(help.err, QString());
+    const Run version = run(QStringList("--version"));
+    QCOMPARE(version.code, 0);
+    QCOMPARE(version.out, QString("zelvora-headless 3.27.8\n"));
+}
+
+void tst_Headless::missingScript_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("no such file") << "nothing.js" << "No such file or directory";
+    QTest::newRow("a folder") << "plugins" << "It is a folder";
+}
+
+void tst_Headless::missingScript()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, reason);
+    const Run r = run(QStringList() << "--plugins" << plugins << name);
+    QCOMPARE(r.code, 3);
+    QCOMPARE(r.err, QString("zelvora-headless: cannot read the script %1: %2\n").arg(name, reason));
+}
+
+void tst_Headless::missingPluginFolder_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("no such folder") << "nothing";
+    QTest::newRow("a file") << "script.js";
+}
+
+void tst_Headless::missingPluginFolder()
+{
+    QFETCH(QString, name);
+    const QString script = write("script.js", "print(1)");
+    const Run r = run(QStringList() << "--plugins=" + name << script);
+    QCOMPARE(r.code, 6);
+    QCOMPARE(r.out, QString());
+    QCOMPARE(r.err, QString("zelvora-headless: no folder of plug-ins: %1\n").arg(name));
+}
+
+void tst_Headless::emptyPluginFolder()
+{
+    QVERIFY(QDir().mkdir(folder->filePath("empty")));
+    const QString script = write("script.js", "print(typeof ZTraceBitmap)");
+    const Run r = run(QStringList() << "--plugins" << "empty" << script);
+    QCOMPARE(r.code, 0);
+    QCOMPARE(r.out, QString("undefined\n"));
+}
+
+void tst_Headless::lifeCycleOfAPlugin()
+{
+    QVERIFY(!plugIn("working").isEmpty());
+    const Run r = runText("print(sibling, typeof ZTraceBitmap)");
+    QCOMPARE(r.err, QString());
+    QCOMPARE(r.out,
+             QString("sibling: init\nsibling: initTranslations\nsibling: postInit, all\n"
+                     "sibling: initScriptExtensions\ntrue function\n"
+                     "sibling: uninit\nsibling: deleted\n"));
+    const Run failing = runText("throw new Error('a')");
+    QCOMPARE(failing.code, 5);
+    QVERIFY2(failing.out.endsWith("sibling: uninit\nsibling: deleted\n"), qPrintable(failing.out));
+}
+
+void tst_Headless::refusedSiblings_data()
+{
+    QTest::addColumn<QString>("sibling");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("library without entry point") << "noentry" << "Failed to extract plugin meta data";
+    QTest::newRow("library that is missing") << "absent" << "cannot open shared object file";
+    QTest::newRow("plug-in of another host")
+        << "stranger"
+        << "The plug-in does not offer the interface example.zelvora.Zelvora.ZPluginInterface/1.0.";
+    QTest::newRow("init says no") << "unwilling" << "The plug-in could not be initialised.";
+    QTest::newRow("text file") << "notes.txt" << "is not an ELF object";
+    QTest::newRow("text file named as a library") << "libtext.so" << "is not an ELF object";
+    QTest::newRow("empty file") << "libempty.so" << "";
+}
+
+void tst_Headless::refusedSiblings()
+{
+    QFETCH(QString, sibling);
+    QFETCH(QString, reason);
+    QString name;
+    if (sibling.contains('.'))
+        name = write("plugins/" + sibling, sibling == "libempty.so" ? "" : "just some notes\n");
+    else
+        name = plugIn(sibling);
+    QVERIFY(!name.isEmpty());
+    const Run r = runText("var t = new ZTraceBitmap(); t.destroy(); print('ran')");
+    QCOMPARE(r.code, 0);
+    QVERIFY2(r.out.contains("ran\n"), qPrintable(r.out));
+    const QStringList lines = r.err.split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.at(0).startsWith("zelvora-headless: plug-in refused: " + name + ": "),
+             qPrintable(r.err));
+    QVERIFY2(lines.at(0).contains(reason), qPrintable(r.err));
+}
+
+void tst_Headless::allSiblingsTogether()
+{
+    const QStringList names = QStringList() << "absent" << "noentry" << "stranger" << "unwilling"
+                                            << "working";
+    for (const QString &name : names)
+        QVERIFY(!plugIn(name).isEmpty());
+    write("plugins/notes.txt", "notes");
+    const Run r = runText("var t = new ZTraceBitmap(); t.destroy(); print(sibling)");
+    QCOMPARE(r.code, 0);
+    QCOMPARE(r.err.count("plug-in refused"), 5);
+    QVERIFY(r.out.contains("sibling: postInit, some refused\n"));
+    QVERIFY(r.out.contains("true\n"));
+}
+
+void tst_Headless::uncaughtErrors_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("thrown error")
+        << "function f() {\n  throw new Error('bad');\n}\nf();\n"
+        << "script.js:2: Error: bad\n    f() at script.js:2\n    <global>() at script.js:4\n";
+    QTest::newRow("native method")
+        << "var t = new ZTraceBitmap();\n\nt.trace(42);\n"
+        << "script.js:3: Error: Wrong number/types of arguments for ZTraceBitmap.trace().\n"
+           "    <global>() at script.js:3\n";
+    QTest::newRow("syntax") << "var a = 1;\nvar = 2;\n"
+                            << "script.js:2: SyntaxError: Parse error\n";
+    QTest::newRow("not an Error") << "throw 'only text'\n"
+                                  << "script.js:1: only text\n    <global>() at script.js:1\n";
+    QTest::newRow("undefined function")
+        << "nothing()\n"
+        << "script.js:1: ReferenceError: Can't find variable: nothing\n"
+           "    <global>() at script.js:1\n";
+}
+
+void tst_Headless::uncaughtErrors()
+{
+    QFETCH(QString, script);
+    QFETCH(QString, text);
+    write("script.js", script);
+    const Run r = run(QStringList() << "--plugins" << plugins << "script.js");
+    QCOMPARE(r.err, text);
+    QCOMPARE(r.code, 5);
+    QCOMPARE(r.out, QString());
+}
+
+void tst_Headless::quitEndsAtOnce_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<int>("code");
+    QTest::newRow("without a code") << "quit(); print('after')" << 0;
+    QTest::newRow("with a code") << "quit(7); print('after')" << 7;
+    QTest::newRow("no catch stops it")
+        << "try { quit(3); print('after') } catch (e) { print(e) } finally { print('finally') }"
+        << 3;
+    QTest::newRow("in a callback") << "[1, 2].forEach(function() { quit(4); print('after') })" << 4;
+    QTest::newRow("in an included file") << "include('quit.js'); print('after')" << 9;
+    QTest::newRow("before an error") << "quit(1); throw new Error('after')" << 1;
+}
+
+void tst_Headless::quitEndsAtOnce()
+{
+    QFETCH(QString, script);
+    QFETCH(int, code);
+    write("quit.js", "quit(9); print('after')");
+    const Run r = runText(script);
+    QCOMPARE(r.out, QString());
+    QCOMPARE(r.err, QString());
+    QCOMPARE(r.code, code);
+}
+
+void tst_Headless::includeIsRelativeAndGlobal()
+{
+    write("lib/a.js", "var fromA = 1; include('b.js'); function twice(x) { return 2 * x; }");
+    write("lib/b.js", "var fromB = 2;");
+    const Run r = runText("function load() { include('lib/a.js'); } load();"
+                          "print(fromA, fromB, twice(21));");
+    QCOMPARE(r.err, QString());
+    QCOMPARE(r.out, QString("1 2 42\n"));
+
+    const Run missing = runText("try { include('none.js'); } catch (e) { print(e.message); }");
+    QCOMPARE(missing.out, QString("include(): none.js: No such file or directory\n"));
+    write("broken.js", "\nthrow new Error('inside');\n");
+    const Run broken = runText("include('broken.js')");
+    QCOMPARE(broken.code, 5);
+    QVERIFY2(broken.err.contains("broken.js:2: Error: inside\n"), qPrintable(broken.err));
+}
+
+void tst_Headless::debugLinesOnRequest()
+{
+    const QString script = write("script.js", "new ZTraceBitmap().destroy()");
+    QCOMPARE(run(QStringList() << "--plugins" << plugins << script).err, QString());
+    const Run r = run(QStringList() << "--verbose" << "--plugins" << plugins << script);
+    QCOMPARE(r.err.count("tuples:"), 16);
+    QCOMPARE(r.err.count("lines:"), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_Headless)
+#include "tst_headless.moc"
