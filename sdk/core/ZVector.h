@@ -4,6 +4,8 @@
 #ifndef ZVECTOR_H
 #define ZVECTOR_H
 
+#include <QtGlobal>
+
 #include <cmath>
 
 // Three coordinates in drawing units and a flag that tells whether they mean anything. All four
@@ -41,5 +43,8 @@ public:
     }
     bool operator!=(const ZVector &o) const { return !(*this == o); }
 };
+
+// Containers may move points as plain bytes.
+Q_DECLARE_TYPEINFO(ZVector, Q_MOVABLE_TYPE);
 
 #endif

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <typeinfo>
 
 namespace {
 
@@ -48,52 +49,69 @@ void growToIncludeArc(const Arc &arc, ZBox *box)
 
 } // namespace
 
-ZPolyline::ZPolyline() : pendingBulge(0.0), pendingStartWidth(0.0), pendingEndWidth(0.0) { }
+ZPolyline::ZPolyline() : pending(plainStyle()) { }
 ZPolyline::~ZPolyline() { }
+
+ZPolyline::Style ZPolyline::plainStyle()
+{
+    const Style plain = { 0.0, 0.0, 0.0 };
+    return plain;
+}
+
+ZPolyline::Style ZPolyline::styleAt(int index) const
+{
+    return styles.isEmpty() ? plainStyle() : styles.at(index);
+}
+
+// Appends a piece that starts on the last point; its further points are to follow.
+void ZPolyline::appendPiece(int pointSteps, int degree, const Style &style)
+{
+    if (styles.isEmpty() && !style.isPlain())
+        styles.fill(plainStyle(), pieces.size());
+    const bool styled = !styles.isEmpty() || !style.isPlain();
+    const Piece piece = { points.size() - 1, pointSteps, degree };
+    pieces.append(piece);
+    if (styled)
+        styles.append(style);
+}
 
 void ZPolyline::appendVertex(const ZVector &vertex, double bulge, double startWidth,
                              double endWidth)
 {
-    if (!points.isEmpty()) {
-        const Piece piece = { points.size() - 1, 1, 0, pendingBulge, pendingStartWidth,
-                              pendingEndWidth };
-        pieces.append(piece);
-    }
+    if (!points.isEmpty())
+        appendPiece(1, 0, pending);
     points.append(vertex);
-    pendingBulge = bulge;
-    pendingStartWidth = startWidth;
-    pendingEndWidth = endWidth;
+    const Style given = { bulge, startWidth, endWidth };
+    pending = given;
 }
 
 void ZPolyline::appendSpline(const ZSpline &spline)
 {
-    const QVector<ZVector> &control = spline.getControlPoints();
     if (points.isEmpty())
-        points.append(control.first());
-    const Piece piece = { points.size() - 1, control.size() - 1, spline.getDegree(), 0.0, 0.0,
-                          0.0 };
-    pieces.append(piece);
-    for (int i = 1; i < control.size(); ++i)
-        points.append(control.at(i));
+        points.append(spline.getControlPointAt(0));
+    appendPiece(spline.countControlPoints() - 1, spline.getDegree(), plainStyle());
+    for (int i = 1; i < spline.countControlPoints(); ++i)
+        points.append(spline.getControlPointAt(i));
 }
 
 void ZPolyline::appendPolyline(const ZPolyline &other)
 {
     if (points.isEmpty())
         points.append(other.points.first());
-    const int shift = points.size() - 1;
     for (int i = 0; i < other.pieces.size(); ++i) {
-        Piece piece = other.pieces.at(i);
-        piece.firstPoint += shift;
-        pieces.append(piece);
+        const Piece &piece = other.pieces.at(i);
+        appendPiece(piece.pointSteps, piece.degree, other.styleAt(i));
+        for (int k = 1; k <= piece.pointSteps; ++k)
+            points.append(other.points.at(piece.firstPoint + k));
     }
-    for (int i = 1; i < other.points.size(); ++i)
-        points.append(other.points.at(i));
 }
 
 bool ZPolyline::appendShape(const ZShape &shape, bool prepend)
 {
-    const ZSpline *spline = dynamic_cast<const ZSpline *>(&shape);
+    // The exact type is the common case, and much cheaper to ask for.
+    const ZSpline *spline = typeid(shape) == typeid(ZSpline)
+        ? static_cast<const ZSpline *>(&shape)
+        : dynamic_cast<const ZSpline *>(&shape);
     const ZPolyline *polyline = spline ? 0 : dynamic_cast<const ZPolyline *>(&shape);
     if (!spline && !polyline)
         return false;
@@ -120,7 +138,7 @@ ZPolyline::PieceKind ZPolyline::getPieceKind(int index) const
     const Piece &piece = pieces.at(index);
     if (piece.degree > 0)
         return SplinePiece;
-    return piece.bulge == 0.0 ? LinePiece : ArcPiece;
+    return getBulgeAt(index) == 0.0 ? LinePiece : ArcPiece;
 }
 
 QVector<ZVector> ZPolyline::getPiecePoints(int index) const
@@ -181,7 +199,7 @@ ZBox ZPolyline::getBoundingBox() const
         const ZVector &end = getPiecePointAt(i, pieces.at(i).pointSteps);
         box.growToInclude(end);
         if (getPieceKind(i) == ArcPiece)
-            growToIncludeArc(arcFromBulge(start, end, pieces.at(i).bulge), &box);
+            growToIncludeArc(arcFromBulge(start, end, getBulgeAt(i)), &box);
         else if (getPieceKind(i) == SplinePiece)
             box.growToInclude(splineAt(i).getBoundingBox());
     }
@@ -199,7 +217,7 @@ double ZPolyline::getLength() const
             sum += start.getDistanceTo(end);
             break;
         case ArcPiece: {
-            const Arc arc = arcFromBulge(start, end, pieces.at(i).bulge);
+            const Arc arc = arcFromBulge(start, end, getBulgeAt(i));
             sum += arc.radius * std::fabs(arc.sweep);
             break;
         }
@@ -219,9 +237,9 @@ QList<QSharedPointer<ZShape> > ZPolyline::getExploded() const
             shapes.append(QSharedPointer<ZShape>(new ZSpline(splineAt(i))));
             continue;
         }
-        const Piece &piece = pieces.at(i);
+        const Style style = styleAt(i);
         ZPolyline *single = new ZPolyline;
-        single->appendVertex(getPiecePointAt(i, 0), piece.bulge, piece.startWidth, piece.endWidth);
+        single->appendVertex(getPiecePointAt(i, 0), style.bulge, style.startWidth, style.endWidth);
         single->appendVertex(getPiecePointAt(i, 1));
         shapes.append(QSharedPointer<ZShape>(single));
     }
@@ -235,8 +253,10 @@ bool ZPolyline::operator==(const ZPolyline &other) const
     for (int i = 0; i < pieces.size(); ++i) {
         const Piece &a = pieces.at(i);
         const Piece &b = other.pieces.at(i);
-        if (a.pointSteps != b.pointSteps || a.degree != b.degree || a.bulge != b.bulge
-            || a.startWidth != b.startWidth || a.endWidth != b.endWidth)
+        const Style ours = styleAt(i);
+        const Style theirs = other.styleAt(i);
+        if (a.pointSteps != b.pointSteps || a.degree != b.degree || ours.bulge != theirs.bulge
+            || ours.startWidth != theirs.startWidth || ours.endWidth != theirs.endWidth)
             return false;
     }
     return true;

@@ -53,9 +53,10 @@ public:
     // Degree of a spline piece; 1 for lines, 2 for arcs.
     int getPieceDegree(int index) const;
 
-    double getBulgeAt(int index) const { return pieces.at(index).bulge; }
-    double getStartWidthAt(int index) const { return pieces.at(index).startWidth; }
-    double getEndWidthAt(int index) const { return pieces.at(index).endWidth; }
+    // Bulge and widths of a piece; 0 for splines.
+    double getBulgeAt(int index) const { return styleAt(index).bulge; }
+    double getStartWidthAt(int index) const { return styleAt(index).startWidth; }
+    double getEndWidthAt(int index) const { return styleAt(index).endWidth; }
 
     virtual ZVector getStartPoint() const;
     virtual ZVector getEndPoint() const;
@@ -76,11 +77,21 @@ private:
         int firstPoint;
         int pointSteps;
         int degree; // 0: a vertex piece, otherwise a spline of that degree
+    };
+
+    // What a vertex is given beside its place.
+    struct Style
+    {
         double bulge;
         double startWidth;
         double endWidth;
+
+        bool isPlain() const { return bulge == 0.0 && startWidth == 0.0 && endWidth == 0.0; }
     };
 
+    static Style plainStyle();
+    Style styleAt(int index) const;
+    void appendPiece(int pointSteps, int degree, const Style &style);
     ZSpline splineAt(int index) const;
     void appendSpline(const ZSpline &spline);
     void appendPolyline(const ZPolyline &other);
@@ -89,10 +100,11 @@ private:
     QVector<ZVector> points;
     QVector<Piece> pieces;
 
+    // One a piece, but empty while all are plain, which is the rule.
+    QVector<Style> styles;
+
     // What the last vertex was given, for the piece that will start on it.
-    double pendingBulge;
-    double pendingStartWidth;
-    double pendingEndWidth;
+    Style pending;
 };
 
 // The name under which scripts and bindings pass polylines by value.

@@ -17,11 +17,11 @@ double knot(int i, int degree, int spans)
     return double(std::min(std::max(i - degree, 0), spans));
 }
 
-double polygonLength(const QVector<ZVector> &points)
+double polygonLength(const ZSpline &spline)
 {
     double sum = 0.0;
-    for (int i = 1; i < points.size(); ++i)
-        sum += points.at(i - 1).getDistanceTo(points.at(i));
+    for (int i = 1; i < spline.countControlPoints(); ++i)
+        sum += spline.getControlPointAt(i - 1).getDistanceTo(spline.getControlPointAt(i));
     return sum;
 }
 
@@ -72,8 +72,8 @@ ZVector ZSpline::getPointAt(double t) const
     const double u = std::min(std::max(t, 0.0), 1.0) * spans;
     const int span = std::min(int(u), spans - 1) + p;
 
-    std::vector<ZVector> work(controlPoints.constBegin() + (span - p),
-                              controlPoints.constBegin() + (span + 1));
+    std::vector<ZVector> work(controlPoints.constData() + (span - p),
+                              controlPoints.constData() + (span + 1));
     for (int r = 1; r <= p; ++r) {
         for (int j = p; j >= r; --j) {
             const double low = knot(span - p + j, p, spans);
@@ -87,12 +87,12 @@ ZVector ZSpline::getPointAt(double t) const
 
 ZVector ZSpline::getStartPoint() const
 {
-    return controlPoints.isEmpty() ? ZVector() : controlPoints.first();
+    return controlPoints.isEmpty() ? ZVector() : controlPoints.at(0);
 }
 
 ZVector ZSpline::getEndPoint() const
 {
-    return controlPoints.isEmpty() ? ZVector() : controlPoints.last();
+    return controlPoints.isEmpty() ? ZVector() : controlPoints.at(controlPoints.size() - 1);
 }
 
 ZBox ZSpline::getBoundingBox() const
@@ -122,7 +122,7 @@ ZBox ZSpline::getBoundingBox() const
 double ZSpline::getLength() const
 {
     if (degree == 1 || controlPoints.size() < 3)
-        return polygonLength(controlPoints);
+        return polygonLength(*this);
     const int spans = controlPoints.size() - std::min(degree, controlPoints.size() - 1);
     double sum = 0.0;
     for (int i = 0; i < spans; ++i) {

@@ -4,7 +4,7 @@
 #ifndef ZSPLINE_H
 #define ZSPLINE_H
 
-#include <QVector>
+#include <QVarLengthArray>
 
 #include "ZShape.h"
 
@@ -24,9 +24,7 @@ public:
 
     void appendControlPoint(const ZVector &point);
     int countControlPoints() const { return controlPoints.size(); }
-    ZVector getControlPointAt(int index) const { return controlPoints.at(index); }
-    const QVector<ZVector> &getControlPoints() const { return controlPoints; }
-
+    const ZVector &getControlPointAt(int index) const { return controlPoints.at(index); }
     // The point at parameter t in 0..1, over the whole spline; values outside are clamped.
     // Source: de Boor's algorithm. Not valid for a spline without control points.
     ZVector getPointAt(double t) const;
@@ -40,7 +38,7 @@ public:
 
 private:
     int degree;
-    QVector<ZVector> controlPoints;
+    QVarLengthArray<ZVector, 4> controlPoints; // a Bezier curve needs no memory of its own
 };
 
 #endif
