@@ -7,20 +7,21 @@
 #include <cmath>
 #include <cstdio>
 
-namespace {
+namespace
+{
 
 typedef QMap<QString, double> Options;
 
 BenchImage scanImage(const char *name, const QImage &image)
 {
     const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    return BenchImage{ QLatin1String(name), argb, argb, lineartOptions() };
+    return BenchImage { QLatin1String(name), argb, argb, lineartOptions() };
 }
 
 BenchImage colourImage(const char *name, const QImage &image)
 {
     const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    return BenchImage{ QLatin1String(name), withInvertedTopBits(argb), argb, colourOptions() };
+    return BenchImage { QLatin1String(name), withInvertedTopBits(argb), argb, colourOptions() };
 }
 
 QImage load(const QString &path)
@@ -98,8 +99,8 @@ QImage drawnPicture(int size, bool smooth)
         for (int y = 0; y < size; ++y) {
             for (int x = 0; x < size; ++x) {
                 const double wave = 60.0 * std::sin(x * 0.05) * std::cos(y * 0.07);
-                image.setPixel(x, y, qRgb(int(x * 255.0 / size), int(128 + wave),
-                                          int(y * 255.0 / size)));
+                image.setPixel(x, y,
+                               qRgb(int(x * 255.0 / size), int(128 + wave), int(y * 255.0 / size)));
             }
         }
         return image;
@@ -109,8 +110,8 @@ QImage drawnPicture(int size, bool smooth)
     painter.setPen(Qt::NoPen);
     for (int i = 0; i < 12; ++i) {
         painter.setBrush(QColor::fromHsv(i * 30, 200, 220));
-        painter.drawEllipse(QRectF(size * 0.07 * i, size * 0.05 * ((i * 5) % 12), size * 0.3,
-                                   size * 0.2));
+        painter.drawEllipse(
+            QRectF(size * 0.07 * i, size * 0.05 * ((i * 5) % 12), size * 0.3, size * 0.2));
     }
     return image;
 }
@@ -152,25 +153,25 @@ QImage withInvertedTopBits(const QImage &image)
 QList<BenchImage> corpusImages(const QString &folder)
 {
     const QString scans = folder + QLatin1String("/src-leptonlib/prog");
-    const QString clipart = folder + QLatin1String("/pkg-openclipart-png/usr/share/openclipart/png");
+    const QString clipart
+        = folder + QLatin1String("/pkg-openclipart-png/usr/share/openclipart/png");
     const QString papers
         = folder + QLatin1String("/pkg-plasma-workspace-wallpapers/usr/share/wallpapers");
     QList<BenchImage> images;
-    images << scanImage("text page", load(scans + QLatin1String("/feyn.tif")))
-           << scanImage("score sheet", scoreSheet(scans))
-           << colourImage("clip art",
-                          load(clipart
-                               + QLatin1String("/animals/mammals/big_cats/"
-                                               "tiger_graig_ryan_smith_-_01.png")))
-           << colourImage("cartoon",
-                          load(papers
-                               + QLatin1String("/FlyingKonqui/contents/images/2560x1600.png")))
-           << colourImage("photo 2M",
-                          load(papers
-                               + QLatin1String("/EveningGlow/contents/images/1920x1080.jpg")))
-           << colourImage("photo 12M",
-                          load(papers + QLatin1String("/Patak/contents/images/5120x2880.png"))
-                              .copy(560, 0, 4166, 2880));
+    images
+        << scanImage("text page", load(scans + QLatin1String("/feyn.tif")))
+        << scanImage("score sheet", scoreSheet(scans))
+        << colourImage("clip art",
+                       load(clipart
+                            + QLatin1String("/animals/mammals/big_cats/"
+                                            "tiger_graig_ryan_smith_-_01.png")))
+        << colourImage("cartoon",
+                       load(papers + QLatin1String("/FlyingKonqui/contents/images/2560x1600.png")))
+        << colourImage("photo 2M",
+                       load(papers + QLatin1String("/EveningGlow/contents/images/1920x1080.jpg")))
+        << colourImage("photo 12M",
+                       load(papers + QLatin1String("/Patak/contents/images/5120x2880.png"))
+                           .copy(560, 0, 4166, 2880));
     for (int i = images.size() - 1; i >= 0; --i) {
         if (images.at(i).image.isNull())
             images.removeAt(i);
@@ -203,7 +204,8 @@ QImage tiled(const QImage &image, qint64 pixels)
     for (int y = 0; y < result.height(); ++y) {
         const uchar *source = image.constScanLine(y % image.height());
         for (int k = 0; k < side; ++k)
-            std::copy(source, source + 4 * image.width(), result.scanLine(y) + 4 * image.width() * k);
+            std::copy(source, source + 4 * image.width(),
+                      result.scanLine(y) + 4 * image.width() * k);
     }
     return result;
 }

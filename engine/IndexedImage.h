@@ -13,15 +13,18 @@
 //                 (x, y) at [y + 1][x + 1], inside a border of one cell that holds -1
 // palette         entries of 4 signed bytes R, G, B, A; the position is the index
 // tracedLayers    per palette entry, per outline, per segment: 7 doubles (docs/algorithm/fitseq.md)
-struct IndexedImage
-{
-    IndexedImage() : width(0), height(0) { }
+struct IndexedImage {
+    IndexedImage()
+        : width(0)
+        , height(0)
+    {
+    }
 
     int width;
     int height;
-    QVector<QVector<int> > indices;
-    QVector<QVector<char> > palette;
-    QVector<QVector<QVector<QVector<double> > > > tracedLayers;
+    QVector<QVector<int>> indices;
+    QVector<QVector<char>> palette;
+    QVector<QVector<QVector<QVector<double>>>> tracedLayers;
 };
 
 #endif

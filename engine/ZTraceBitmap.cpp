@@ -9,19 +9,27 @@
 
 #include <QDebug>
 
-namespace {
-
-struct OptionDefault
+namespace
 {
+
+struct OptionDefault {
     const char *name;
     double value;
 };
 
 const OptionDefault kOptionDefaults[] = {
-    { "monochrome", 1.0 },       { "numberofcolors", 16.0 },      { "mincolorratio", 0.02 },
-    { "colorquantcycles", 3.0 }, { "colorsampling", 1.0 },        { "blurradius", 1.0 },
-    { "blurdelta", 2000.0 },     { "pathomit", 8.0 },             { "ltres", 1.0 },
-    { "qtres", 1.0 },            { "alphathreshold", 200.0 },     { "brightnessthreshold", 200.0 },
+    { "monochrome", 1.0 },
+    { "numberofcolors", 16.0 },
+    { "mincolorratio", 0.02 },
+    { "colorquantcycles", 3.0 },
+    { "colorsampling", 1.0 },
+    { "blurradius", 1.0 },
+    { "blurdelta", 2000.0 },
+    { "pathomit", 8.0 },
+    { "ltres", 1.0 },
+    { "qtres", 1.0 },
+    { "alphathreshold", 200.0 },
+    { "brightnessthreshold", 200.0 },
 };
 
 const int kNodeCodes = 16;
@@ -40,27 +48,27 @@ const bool kStartsHole[kNodeCodes] = { false, false, false, false, false, false,
 // clang-format off: one row a node code, one column a direction
 const signed char kMoves[kNodeCodes][kDirections][kMoveFields] = {
     { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
-    { {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 } },
-    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, {  0,  0,  1,  0 } },
-    { {  0,  0,  1,  0 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 } },
-    { { -1, -1, -1, -1 }, {  0,  0,  1,  0 }, {  0,  3,  0,  1 }, { -1, -1, -1, -1 } },
-    { { 13,  3,  0,  1 }, { 13,  2, -1,  0 }, {  7,  1,  0, -1 }, {  7,  0,  1,  0 } },
-    { { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, {  0,  3,  0,  1 } },
-    { {  0,  3,  0,  1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
-    { {  0,  3,  0,  1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
-    { { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, {  0,  3,  0,  1 } },
-    { { 11,  1,  0, -1 }, { 14,  0,  1,  0 }, { 14,  3,  0,  1 }, { 11,  2, -1,  0 } },
-    { { -1, -1, -1, -1 }, {  0,  0,  1,  0 }, {  0,  3,  0,  1 }, { -1, -1, -1, -1 } },
-    { {  0,  0,  1,  0 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 }, { -1, -1, -1, -1 } },
-    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  1,  0, -1 }, {  0,  0,  1,  0 } },
-    { {  0,  1,  0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, {  0,  2, -1,  0 } },
+    { { 0, 1, 0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { 0, 2, -1, 0 } },
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { 0, 1, 0, -1 }, { 0, 0, 1, 0 } },
+    { { 0, 0, 1, 0 }, { -1, -1, -1, -1 }, { 0, 2, -1, 0 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, { 0, 0, 1, 0 }, { 0, 3, 0, 1 }, { -1, -1, -1, -1 } },
+    { { 13, 3, 0, 1 }, { 13, 2, -1, 0 }, { 7, 1, 0, -1 }, { 7, 0, 1, 0 } },
+    { { -1, -1, -1, -1 }, { 0, 1, 0, -1 }, { -1, -1, -1, -1 }, { 0, 3, 0, 1 } },
+    { { 0, 3, 0, 1 }, { 0, 2, -1, 0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+    { { 0, 3, 0, 1 }, { 0, 2, -1, 0 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, { 0, 1, 0, -1 }, { -1, -1, -1, -1 }, { 0, 3, 0, 1 } },
+    { { 11, 1, 0, -1 }, { 14, 0, 1, 0 }, { 14, 3, 0, 1 }, { 11, 2, -1, 0 } },
+    { { -1, -1, -1, -1 }, { 0, 0, 1, 0 }, { 0, 3, 0, 1 }, { -1, -1, -1, -1 } },
+    { { 0, 0, 1, 0 }, { -1, -1, -1, -1 }, { 0, 2, -1, 0 }, { -1, -1, -1, -1 } },
+    { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { 0, 1, 0, -1 }, { 0, 0, 1, 0 } },
+    { { 0, 1, 0, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { 0, 2, -1, 0 } },
     { { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 }, { -1, -1, -1, -1 } },
 };
 // clang-format on
 
-QVector<QVector<double> > gaussianTable()
+QVector<QVector<double>> gaussianTable()
 {
-    QVector<QVector<double> > table(ztrace::kLargestBlurRadius);
+    QVector<QVector<double>> table(ztrace::kLargestBlurRadius);
     for (int radius = 1; radius <= ztrace::kLargestBlurRadius; ++radius) {
         const double *weights = ztrace::gaussianKernel(radius);
         for (int i = 0; i < 2 * radius + 1; ++i)
@@ -69,9 +77,9 @@ QVector<QVector<double> > gaussianTable()
     return table;
 }
 
-QVector<QVector<char> > movesOfCode(int code)
+QVector<QVector<char>> movesOfCode(int code)
 {
-    QVector<QVector<char> > moves(kDirections);
+    QVector<QVector<char>> moves(kDirections);
     for (int direction = 0; direction < kDirections; ++direction) {
         moves[direction].resize(kMoveFields);
         for (int field = 0; field < kMoveFields; ++field)
@@ -81,13 +89,13 @@ QVector<QVector<char> > movesOfCode(int code)
 }
 
 // The table of all moves; every construction announces it line by line.
-QVector<QVector<QVector<char> > > moveTable()
+QVector<QVector<QVector<char>>> moveTable()
 {
     const bool announce = ztrace::debugOutputIsOn();
-    QVector<QVector<QVector<char> > > table;
+    QVector<QVector<QVector<char>>> table;
     table.reserve(kNodeCodes);
     for (int code = 0; code < kNodeCodes; ++code) {
-        const QVector<QVector<char> > moves = movesOfCode(code);
+        const QVector<QVector<char>> moves = movesOfCode(code);
         if (announce)
             qDebug() << "tuples:" << moves;
         table.append(moves);
@@ -99,7 +107,9 @@ QVector<QVector<QVector<char> > > moveTable()
 
 } // namespace
 
-ZTraceBitmap::ZTraceBitmap() : imageWidth(0), imageHeight(0)
+ZTraceBitmap::ZTraceBitmap()
+    : imageWidth(0)
+    , imageHeight(0)
 {
     for (const OptionDefault &entry : kOptionDefaults)
         options.insert(QLatin1String(entry.name), entry.value);

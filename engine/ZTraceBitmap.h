@@ -23,18 +23,19 @@
 
 class QImage;
 
-namespace ztrace {
+namespace ztrace
+{
 class IndexPlane;
 }
 
 class ZTraceBitmap
 {
 public:
-    typedef QVector<QVector<char> > Palette;        // [entry][R, G, B, A]
-    typedef QVector<QVector<int> > EdgeGrid;        // [row][column] codes 0..15
-    typedef QVector<QVector<int> > Path;            // [point][x, y, code]
-    typedef QVector<QVector<double> > Internodes;   // [point][x, y, direction 0..8]
-    typedef QVector<QVector<double> > TracedPath;   // [segment][type, 3 points]
+    typedef QVector<QVector<char>> Palette; // [entry][R, G, B, A]
+    typedef QVector<QVector<int>> EdgeGrid; // [row][column] codes 0..15
+    typedef QVector<QVector<int>> Path; // [point][x, y, code]
+    typedef QVector<QVector<double>> Internodes; // [point][x, y, direction 0..8]
+    typedef QVector<QVector<double>> TracedPath; // [segment][type, 3 points]
 
     // A tracer with the twelve options at their defaults, no image and no palette. Writes 17
     // debug lines.
@@ -82,19 +83,19 @@ public:
 
     // The outer outlines of one grid with at least pathomit points, by start node.
     QVector<Path> pathscan(EdgeGrid grid, float pathomit);
-    QVector<QVector<Path> > batchpathscan(const QVector<EdgeGrid> &layers, float pathomit);
+    QVector<QVector<Path>> batchpathscan(const QVector<EdgeGrid> &layers, float pathomit);
 
     // Midpoints of the edges of each path, with the direction of the step to the next one.
     QVector<Internodes> internodes(const QVector<Path> &paths);
-    QVector<QVector<Internodes> > batchinternodes(const QVector<QVector<Path> > &layers);
+    QVector<QVector<Internodes>> batchinternodes(const QVector<QVector<Path>> &layers);
 
     // Segments for the internodes seqstart to seqend of a closed path, going forward and wrapping.
     // Tolerances are squared distances in pixels.
     TracedPath fitseq(const Internodes &path, float ltres, float qtres, int seqstart, int seqend);
     TracedPath tracepath(const Internodes &path, float ltres, float qtres);
     QVector<TracedPath> batchtracepaths(const QVector<Internodes> &paths, float ltres, float qtres);
-    QVector<QVector<TracedPath> > batchtracelayers(const QVector<QVector<Internodes> > &layers,
-                                                   float ltres, float qtres);
+    QVector<QVector<TracedPath>> batchtracelayers(const QVector<QVector<Internodes>> &layers,
+                                                  float ltres, float qtres);
 
     // Host polylines for indexedImage.tracedLayers, in drawing coordinates. Of two outlines that
     // start on the same point only the later one is returned. Writes two debug lines a polyline.
@@ -103,16 +104,16 @@ public:
     // More entries than this are not made: the palette stays empty.
     static const int kLargestPalette = 1 << 24;
 
-    QVector<QVector<char> > currentPalette;
+    QVector<QVector<char>> currentPalette;
     QMap<QString, double> options;
     int imageWidth;
     int imageHeight;
     QVector<char> imageData; // R, G, B, A of every pixel, rows from the top
     IndexedImage indexedImage;
-    QVector<QVector<double> > gaussianKernels;                   // [radius - 1][2 radius + 1]
-    QVector<char> pathscanDirLookup;                             // [code]
-    QVector<bool> pathscanHoleLookup;                            // [code]
-    QVector<QVector<QVector<char> > > pathscanCombinedLookup;    // [code][direction][4]
+    QVector<QVector<double>> gaussianKernels; // [radius - 1][2 radius + 1]
+    QVector<char> pathscanDirLookup; // [code]
+    QVector<bool> pathscanHoleLookup; // [code]
+    QVector<QVector<QVector<char>>> pathscanCombinedLookup; // [code][direction][4]
 
 private:
     double option(const char *name);

@@ -10,7 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
+namespace
+{
 
 // A larger limit keeps every pixel all the same: no change exceeds 4 * 255.
 const int kLargestLimit = 1024;
@@ -22,9 +23,8 @@ void ZTraceBitmap::blur(float radius, float delta)
     const int wanted = ztrace::floorToInt(double(radius));
     if (wanted < 1 || imageData.isEmpty())
         return;
-    const int limit
-        = std::min(ztrace::truncateToInt(std::fabs(double(delta))), kLargestLimit);
+    const int limit = std::min(ztrace::truncateToInt(std::fabs(double(delta))), kLargestLimit);
     const int used = std::min(wanted, int(ztrace::kLargestBlurRadius));
     ztrace::blurPixels(reinterpret_cast<signed char *>(imageData.data()), imageWidth, imageHeight,
-                      used, limit);
+                       used, limit);
 }

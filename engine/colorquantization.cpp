@@ -8,9 +8,10 @@
 #include "kernels/convert.h"
 #include "randombyte.h"
 
-namespace {
+namespace
+{
 
-typedef QVector<QVector<char> > Palette;
+typedef QVector<QVector<char>> Palette;
 
 // The palette as the kernels take it: 4 signed bytes an entry, one after the other. An entry that
 // a caller made shorter reads as 0 where it ends.
@@ -70,8 +71,8 @@ void ZTraceBitmap::makeStartPalette()
     const int entries = integerOption("numberofcolors");
     if (!currentPalette.isEmpty())
         return;
-    currentPalette = option("colorsampling") == 0.0 ? generatepalette(entries)
-                                                    : samplepalette(entries);
+    currentPalette
+        = option("colorsampling") == 0.0 ? generatepalette(entries) : samplepalette(entries);
 }
 
 // Runs the cycles and leaves the indices of the last one in the plane.
@@ -88,8 +89,8 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
     if (currentPalette.isEmpty())
         return; // there is no entry to assign to: every index stays 0
 
-    const ztrace::PixelView image = { reinterpret_cast<const signed char *>(imageData.constData()),
-                                      imageWidth, imageHeight };
+    const ztrace::PixelView image
+        = { reinterpret_cast<const signed char *>(imageData.constData()), imageWidth, imageHeight };
     const int pixels = ztrace::wrappingProduct(imageWidth, imageHeight);
     std::vector<ztrace::ColourSum> sums;
     std::vector<signed char> assigned;

@@ -6,13 +6,14 @@
 #include "kernels/fit.h"
 #include "nesting.h"
 
-namespace {
+namespace
+{
 
 // An internode path as flat arrays; a point that a caller made shorter reads as 0 where it ends.
 class FlatPath
 {
 public:
-    explicit FlatPath(const QVector<QVector<double> > &path)
+    explicit FlatPath(const QVector<QVector<double>> &path)
     {
         for (int i = 0; i < path.size(); ++i) {
             x.push_back(path.at(i).value(0));
@@ -23,8 +24,7 @@ public:
 
     ztrace::PathView<double> view() const
     {
-        const ztrace::PathView<double> whole
-            = { x.data(), y.data(), code.data(), int(x.size()) };
+        const ztrace::PathView<double> whole = { x.data(), y.data(), code.data(), int(x.size()) };
         return whole;
     }
 
@@ -59,8 +59,8 @@ ZTraceBitmap::TracedPath ZTraceBitmap::tracepath(const Internodes &path, float l
     return ztrace::nested(segments);
 }
 
-QVector<ZTraceBitmap::TracedPath>
-ZTraceBitmap::batchtracepaths(const QVector<Internodes> &paths, float ltres, float qtres)
+QVector<ZTraceBitmap::TracedPath> ZTraceBitmap::batchtracepaths(const QVector<Internodes> &paths,
+                                                                float ltres, float qtres)
 {
     QVector<TracedPath> result;
     result.reserve(paths.size());
@@ -69,11 +69,10 @@ ZTraceBitmap::batchtracepaths(const QVector<Internodes> &paths, float ltres, flo
     return result;
 }
 
-QVector<QVector<ZTraceBitmap::TracedPath> >
-ZTraceBitmap::batchtracelayers(const QVector<QVector<Internodes> > &layers, float ltres,
-                               float qtres)
+QVector<QVector<ZTraceBitmap::TracedPath>>
+ZTraceBitmap::batchtracelayers(const QVector<QVector<Internodes>> &layers, float ltres, float qtres)
 {
-    QVector<QVector<TracedPath> > result;
+    QVector<QVector<TracedPath>> result;
     result.reserve(layers.size());
     for (int k = 0; k < layers.size(); ++k)
         result.append(batchtracepaths(layers.at(k), ltres, qtres));

@@ -5,15 +5,16 @@
 
 #include "kernels/direction.h"
 
-namespace {
+namespace
+{
 
 // Twice the midpoint of two points, in 64 bits: a caller's coordinates may be any int.
-qint64 doubled(const QVector<QVector<int> > &path, int i, int j, int axis)
+qint64 doubled(const QVector<QVector<int>> &path, int i, int j, int axis)
 {
     return qint64(path.at(i).at(axis)) + path.at(j).at(axis);
 }
 
-QVector<double> internode(const QVector<QVector<int> > &path, int i)
+QVector<double> internode(const QVector<QVector<int>> &path, int i)
 {
     const int n = path.size();
     const int j = (i + 1) % n;
@@ -46,10 +47,10 @@ QVector<ZTraceBitmap::Internodes> ZTraceBitmap::internodes(const QVector<Path> &
     return result;
 }
 
-QVector<QVector<ZTraceBitmap::Internodes> >
-ZTraceBitmap::batchinternodes(const QVector<QVector<Path> > &layers)
+QVector<QVector<ZTraceBitmap::Internodes>>
+ZTraceBitmap::batchinternodes(const QVector<QVector<Path>> &layers)
 {
-    QVector<QVector<Internodes> > result;
+    QVector<QVector<Internodes>> result;
     result.reserve(layers.size());
     for (int k = 0; k < layers.size(); ++k)
         result.append(internodes(layers.at(k)));

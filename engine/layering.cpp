@@ -3,9 +3,10 @@
 // Edge-node grids: which of the four pixels around a pixel corner belong to a palette entry.
 #include "ZTraceBitmap.h"
 
-namespace {
+namespace
+{
 
-typedef QVector<QVector<int> > Grid;
+typedef QVector<QVector<int>> Grid;
 
 // 1 where an index cell holds v; cells outside the grid hold nothing.
 int holds(const Grid &indices, int row, int column, int v)

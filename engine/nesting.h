@@ -11,12 +11,13 @@
 
 #include "kernels/fit.h"
 
-namespace ztrace {
+namespace ztrace
+{
 
 // One vector of seven doubles a segment, all sized exactly.
-inline QVector<QVector<double> > nested(const std::vector<Segment> &segments)
+inline QVector<QVector<double>> nested(const std::vector<Segment> &segments)
 {
-    QVector<QVector<double> > result(int(segments.size()));
+    QVector<QVector<double>> result(int(segments.size()));
     QVector<double> *target = result.data();
     for (size_t i = 0; i < segments.size(); ++i) {
         QVector<double> fields(7);

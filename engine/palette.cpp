@@ -9,7 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
+namespace
+{
 
 const int kFewestCubeColours = 8;
 
@@ -30,9 +31,9 @@ QVector<char> storedEntry(int red, int green, int blue)
     return entry;
 }
 
-QVector<QVector<char> > greyRamp(int count)
+QVector<QVector<char>> greyRamp(int count)
 {
-    QVector<QVector<char> > palette;
+    QVector<QVector<char>> palette;
     palette.reserve(count);
     if (count == 1) {
         // The step would be infinite; the ramp of one grey is black.
@@ -54,12 +55,12 @@ int cubeLevels(int count)
     return ztrace::truncateToInt(std::floor(std::pow(double(count), 0.3333333333333333)));
 }
 
-QVector<QVector<char> > colourCube(int count)
+QVector<QVector<char>> colourCube(int count)
 {
     const int levels = cubeLevels(count);
     const int step
         = ztrace::truncateToInt(double(std::floor(255.0f / static_cast<float>(levels - 1)))) & 0xFF;
-    QVector<QVector<char> > palette;
+    QVector<QVector<char>> palette;
     palette.reserve(count);
     for (int red = 0; red < levels; ++red) {
         for (int green = 0; green < levels; ++green) {

@@ -3,7 +3,8 @@
 // Path scanning: the closed outlines of one edge-node grid.
 #include "ZTraceBitmap.h"
 
-namespace {
+namespace
+{
 
 enum MoveField { kCodeLeft, kNewDirection, kStepX, kStepY };
 
@@ -26,8 +27,8 @@ QVector<int> pathPoint(int x, int y, int code)
 
 // Walks the outline that starts at grid node (row py, column px), rewriting the codes it passes.
 // False when the grid is not well formed and the walk leaves it or finds no move.
-bool walk(const QVector<QVector<QVector<char> > > &moves, int px, int py, int direction,
-          QVector<QVector<int> > *grid, QVector<QVector<int> > *path)
+bool walk(const QVector<QVector<QVector<char>>> &moves, int px, int py, int direction,
+          QVector<QVector<int>> *grid, QVector<QVector<int>> *path)
 {
     const int startX = px;
     const int startY = py;
@@ -63,8 +64,8 @@ QVector<ZTraceBitmap::Path> ZTraceBitmap::pathscan(EdgeGrid grid, float pathomit
             if (!isEdgeNode(code))
                 continue;
             Path path;
-            const bool closed = walk(pathscanCombinedLookup, px, py, pathscanDirLookup.at(code),
-                                     &grid, &path);
+            const bool closed
+                = walk(pathscanCombinedLookup, px, py, pathscanDirLookup.at(code), &grid, &path);
             const bool hole = pathscanHoleLookup.at(code);
             if (closed && !hole && !(pathomit > static_cast<float>(path.size())))
                 paths.append(path);
@@ -73,10 +74,10 @@ QVector<ZTraceBitmap::Path> ZTraceBitmap::pathscan(EdgeGrid grid, float pathomit
     return paths;
 }
 
-QVector<QVector<ZTraceBitmap::Path> > ZTraceBitmap::batchpathscan(const QVector<EdgeGrid> &layers,
-                                                                  float pathomit)
+QVector<QVector<ZTraceBitmap::Path>> ZTraceBitmap::batchpathscan(const QVector<EdgeGrid> &layers,
+                                                                 float pathomit)
 {
-    QVector<QVector<Path> > result;
+    QVector<QVector<Path>> result;
     result.reserve(layers.size());
     for (int k = 0; k < layers.size(); ++k)
         result.append(pathscan(layers.at(k), pathomit));

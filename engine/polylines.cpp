@@ -11,7 +11,8 @@
 
 #include <QPair>
 
-namespace {
+namespace
+{
 
 enum SegmentField { kType, kX1, kY1, kX2, kY2, kX3, kY3 };
 
@@ -22,12 +23,12 @@ ZVector imagePoint(const QVector<double> &segment, int xField)
 
 // Ascending by the row-major position of the first point; the later outline takes the place of an
 // earlier one that starts on the same point. That loss is deliberate, held by tst_polylines.
-QMap<double, QPair<int, int> >
-orderByStart(const QVector<QVector<QVector<QVector<double> > > > &layers, int width)
+QMap<double, QPair<int, int>> orderByStart(const QVector<QVector<QVector<QVector<double>>>> &layers,
+                                           int width)
 {
-    QMap<double, QPair<int, int> > order;
+    QMap<double, QPair<int, int>> order;
     for (int k = 0; k < layers.size(); ++k) {
-        const QVector<QVector<QVector<double> > > &paths = layers.at(k);
+        const QVector<QVector<QVector<double>>> &paths = layers.at(k);
         for (int p = 0; p < paths.size(); ++p) {
             if (paths.at(p).isEmpty())
                 continue;
@@ -70,11 +71,11 @@ ZPolyline ZTraceBitmap::polylineFrom(const TracedPath &segments)
 QList<ZPolyline> ZTraceBitmap::getPolylines()
 {
     const bool announce = ztrace::debugOutputIsOn();
-    const QMap<double, QPair<int, int> > order
+    const QMap<double, QPair<int, int>> order
         = orderByStart(indexedImage.tracedLayers, indexedImage.width);
     QList<ZPolyline> result;
     result.reserve(order.size());
-    for (QMap<double, QPair<int, int> >::const_iterator it = order.constBegin();
+    for (QMap<double, QPair<int, int>>::const_iterator it = order.constBegin();
          it != order.constEnd(); ++it) {
         const int k = it.value().first;
         const int p = it.value().second;

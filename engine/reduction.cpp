@@ -3,10 +3,12 @@
 
 #include <algorithm>
 
-namespace ztrace {
+namespace ztrace
+{
 
 Reduction::Reduction(int alpha, int lightness)
-    : alphaLimit(alpha), lightnessLimit(lightness)
+    : alphaLimit(alpha)
+    , lightnessLimit(lightness)
 {
 }
 

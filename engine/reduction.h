@@ -8,7 +8,8 @@
 
 #include <vector>
 
-namespace ztrace {
+namespace ztrace
+{
 
 const QRgb kBlackWord = 0xFF000000u;
 const QRgb kWhiteWord = 0xFFFFFFFFu;

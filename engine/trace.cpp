@@ -53,7 +53,7 @@ QList<ZPolyline> ZTraceBitmap::traceOutlines(const ztrace::IndexPlane &plane)
     const ztrace::Tolerances tolerances = { ltres, qtres };
     const bool announce = ztrace::debugOutputIsOn();
 
-    QVector<QVector<TracedPath> > layers(currentPalette.size());
+    QVector<QVector<TracedPath>> layers(currentPalette.size());
     QList<ZPolyline> result;
     ztrace::Fitter fitter(tolerances);
     std::vector<ztrace::Segment> segments;

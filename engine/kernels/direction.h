@@ -4,7 +4,8 @@
 #ifndef ZTRACE_KERNELS_DIRECTION_H
 #define ZTRACE_KERNELS_DIRECTION_H
 
-namespace ztrace {
+namespace ztrace
+{
 
 enum Direction {
     kEast = 0,

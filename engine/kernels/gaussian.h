@@ -4,7 +4,8 @@
 #ifndef ZTRACE_KERNELS_GAUSSIAN_H
 #define ZTRACE_KERNELS_GAUSSIAN_H
 
-namespace ztrace {
+namespace ztrace
+{
 
 enum { kLargestBlurRadius = 5 };
 

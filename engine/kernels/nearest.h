@@ -6,7 +6,8 @@
 
 #include <cstdlib>
 
-namespace ztrace {
+namespace ztrace
+{
 
 enum {
     kChannels = 4,

@@ -9,7 +9,8 @@
 
 #include "fit.h"
 
-namespace ztrace {
+namespace ztrace
+{
 
 class IndexPlane;
 
