@@ -7,8 +7,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace
-{
+namespace {
 
 typedef QMap<QString, double> Options;
 

@@ -9,9 +9,10 @@
 #include <QMap>
 #include <QString>
 
-struct BenchImage {
+struct BenchImage
+{
     QString name;
-    QImage image; // ARGB32, ready for the tracer: colour images with every top bit inverted
+    QImage image;  // ARGB32, ready for the tracer: colour images with every top bit inverted
     QImage source; // the same picture as a viewer shows it
     QMap<QString, double> options;
 };

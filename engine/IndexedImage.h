@@ -13,12 +13,9 @@
 //                 (x, y) at [y + 1][x + 1], inside a border of one cell that holds -1
 // palette         entries of 4 signed bytes R, G, B, A; the position is the index
 // tracedLayers    per palette entry, per outline, per segment: 7 doubles (docs/algorithm/fitseq.md)
-struct IndexedImage {
-    IndexedImage()
-        : width(0)
-        , height(0)
-    {
-    }
+struct IndexedImage
+{
+    IndexedImage() : width(0), height(0) { }
 
     int width;
     int height;

@@ -23,17 +23,16 @@
 
 class QImage;
 
-namespace ztrace
-{
+namespace ztrace {
 class IndexPlane;
 }
 
 class ZTraceBitmap
 {
 public:
-    typedef QVector<QVector<char>> Palette; // [entry][R, G, B, A]
-    typedef QVector<QVector<int>> EdgeGrid; // [row][column] codes 0..15
-    typedef QVector<QVector<int>> Path; // [point][x, y, code]
+    typedef QVector<QVector<char>> Palette;      // [entry][R, G, B, A]
+    typedef QVector<QVector<int>> EdgeGrid;      // [row][column] codes 0..15
+    typedef QVector<QVector<int>> Path;          // [point][x, y, code]
     typedef QVector<QVector<double>> Internodes; // [point][x, y, direction 0..8]
     typedef QVector<QVector<double>> TracedPath; // [segment][type, 3 points]
 
@@ -110,9 +109,9 @@ public:
     int imageHeight;
     QVector<char> imageData; // R, G, B, A of every pixel, rows from the top
     IndexedImage indexedImage;
-    QVector<QVector<double>> gaussianKernels; // [radius - 1][2 radius + 1]
-    QVector<char> pathscanDirLookup; // [code]
-    QVector<bool> pathscanHoleLookup; // [code]
+    QVector<QVector<double>> gaussianKernels;               // [radius - 1][2 radius + 1]
+    QVector<char> pathscanDirLookup;                        // [code]
+    QVector<bool> pathscanHoleLookup;                       // [code]
     QVector<QVector<QVector<char>>> pathscanCombinedLookup; // [code][direction][4]
 
 private:

@@ -6,8 +6,7 @@
 
 #include <QDebug>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Two lines: the palette entry of an outline, and its place among that entry's outlines.
 inline void announcePolyline(int entry, int place)

@@ -10,8 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace
-{
+namespace {
 
 // A larger limit keeps every pixel all the same: no change exceeds 4 * 255.
 const int kLargestLimit = 1024;

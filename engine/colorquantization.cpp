@@ -8,8 +8,7 @@
 #include "kernels/convert.h"
 #include "randombyte.h"
 
-namespace
-{
+namespace {
 
 typedef QVector<QVector<char>> Palette;
 

@@ -6,8 +6,7 @@
 #include "kernels/fit.h"
 #include "nesting.h"
 
-namespace
-{
+namespace {
 
 // An internode path as flat arrays; a point that a caller made shorter reads as 0 where it ends.
 class FlatPath

@@ -5,8 +5,7 @@
 
 #include "kernels/direction.h"
 
-namespace
-{
+namespace {
 
 // Twice the midpoint of two points, in 64 bits: a caller's coordinates may be any int.
 qint64 doubled(const QVector<QVector<int>> &path, int i, int j, int axis)

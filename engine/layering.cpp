@@ -3,8 +3,7 @@
 // Edge-node grids: which of the four pixels around a pixel corner belong to a palette entry.
 #include "ZTraceBitmap.h"
 
-namespace
-{
+namespace {
 
 typedef QVector<QVector<int>> Grid;
 

@@ -11,8 +11,7 @@
 
 #include "kernels/fit.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // One vector of seven doubles a segment, all sized exactly.
 inline QVector<QVector<double>> nested(const std::vector<Segment> &segments)

@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace
-{
+namespace {
 
 const int kFewestCubeColours = 8;
 

@@ -3,8 +3,7 @@
 // Path scanning: the closed outlines of one edge-node grid.
 #include "ZTraceBitmap.h"
 
-namespace
-{
+namespace {
 
 enum MoveField { kCodeLeft, kNewDirection, kStepX, kStepY };
 

@@ -11,8 +11,7 @@
 
 #include <QPair>
 
-namespace
-{
+namespace {
 
 enum SegmentField { kType, kX1, kY1, kX2, kY2, kX3, kY3 };
 

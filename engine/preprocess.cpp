@@ -14,8 +14,7 @@
 #include <climits>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 // The formats whose scan lines are 32-bit words 0xAARRGGBB.
 bool hasColourWords(const QImage &image)
@@ -81,8 +80,7 @@ void loadRow(const QImage &image, int y, char *row)
 class GrowingImage
 {
 public:
-    GrowingImage(int imageWidth, int imageHeight)
-        : rowBytes(4 * imageWidth)
+    GrowingImage(int imageWidth, int imageHeight) : rowBytes(4 * imageWidth)
     {
         const int bytes = rowBytes * imageHeight;
         data.reserve(bytes);

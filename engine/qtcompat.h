@@ -10,8 +10,7 @@
 #include <QLoggingCategory>
 #endif
 
-namespace ztrace
-{
+namespace ztrace {
 
 // True when the toolkit prints debug lines of the default category, so that one is worth being
 // formatted. The older release has no switch but its build option.

@@ -12,8 +12,7 @@
 
 #include "kernels/convert.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // One draw, 0 to 1, both included.
 inline double drawUnit()

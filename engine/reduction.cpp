@@ -3,14 +3,9 @@
 
 #include <algorithm>
 
-namespace ztrace
-{
+namespace ztrace {
 
-Reduction::Reduction(int alpha, int lightness)
-    : alphaLimit(alpha)
-    , lightnessLimit(lightness)
-{
-}
+Reduction::Reduction(int alpha, int lightness) : alphaLimit(alpha), lightnessLimit(lightness) { }
 
 int Reduction::lightness(QRgb word)
 {

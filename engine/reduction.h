@@ -8,8 +8,7 @@
 
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 const QRgb kBlackWord = 0xFF000000u;
 const QRgb kWhiteWord = 0xFFFFFFFFu;

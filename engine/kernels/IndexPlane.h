@@ -9,8 +9,7 @@
 
 #include "memory.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // (height + 2) rows of (width + 2) cells: pixel (x, y) at cell (y + 1) * stride + x + 1, inside a
 // border of one cell that holds borderOf<Cell>(), which is no index. Cells are 1, 2 or 4 bytes,
@@ -18,12 +17,7 @@ namespace ztrace
 class IndexPlane
 {
 public:
-    IndexPlane()
-        : planeWidth(0)
-        , planeHeight(0)
-        , bytes(1)
-    {
-    }
+    IndexPlane() : planeWidth(0), planeHeight(0), bytes(1) { }
 
     // Throws std::bad_alloc when memory cannot hold the plane.
     void resize(int width, int height, int entries);
@@ -33,17 +27,27 @@ public:
     int stride() const { return planeWidth + 2; }
     int cellBytes() const { return bytes; }
 
-    template<typename Cell> static Cell borderOf() { return static_cast<Cell>(-1); }
+    template<typename Cell>
+    static Cell borderOf()
+    {
+        return static_cast<Cell>(-1);
+    }
 
     // All cells; Cell must have cellBytes() bytes.
-    template<typename Cell> Cell *cells() { return static_cast<Cell *>(storage.get()); }
-    template<typename Cell> const Cell *cells() const
+    template<typename Cell>
+    Cell *cells()
+    {
+        return static_cast<Cell *>(storage.get());
+    }
+    template<typename Cell>
+    const Cell *cells() const
     {
         return static_cast<const Cell *>(storage.get());
     }
 
     // Calls f with a pointer to the cells in their own type.
-    template<typename Function> void visit(Function &&f) const
+    template<typename Function>
+    void visit(Function &&f) const
     {
         if (bytes == 1)
             f(cells<uint8_t>());
@@ -52,7 +56,8 @@ public:
         else
             f(cells<int32_t>());
     }
-    template<typename Function> void visit(Function &&f)
+    template<typename Function>
+    void visit(Function &&f)
     {
         if (bytes == 1)
             f(cells<uint8_t>());

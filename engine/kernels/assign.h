@@ -7,20 +7,21 @@
 #include <cstdint>
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 class IndexPlane;
 
 // What one palette entry attracted. Channels are summed as stored byte + 128, so that a channel
 // enters with its top bit inverted; the alpha sum of a pixel that was loaded with alpha 0 is 128.
-struct ColourSum {
+struct ColourSum
+{
     int64_t channel[4];
     int64_t count;
 };
 
 // The pixels of an image, R, G, B, A as signed bytes, rows from the top without padding.
-struct PixelView {
+struct PixelView
+{
     const signed char *pixels;
     int width;
     int height;

@@ -6,50 +6,48 @@
 #include "cpu.h"
 #include "nearest.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
-namespace
-{
+namespace {
 
-    // The palette as planes of 16-bit channels, padded to whole blocks, and the pass's scratch.
-    class TileScratch
+// The palette as planes of 16-bit channels, padded to whole blocks, and the pass's scratch.
+class TileScratch
+{
+public:
+    explicit TileScratch(const std::vector<signed char> &palette)
+        : entries(palette.size() / kChannels),
+          padded((entries + kEntryBlock - 1) / kEntryBlock * kEntryBlock)
     {
-    public:
-        explicit TileScratch(const std::vector<signed char> &palette)
-            : entries(palette.size() / kChannels)
-            , padded((entries + kEntryBlock - 1) / kEntryBlock * kEntryBlock)
-        {
-            for (int c = 0; c < kChannels; ++c) {
-                channel[c].assign(padded, kPaddingChannel);
-                for (size_t k = 0; k < entries; ++k)
-                    channel[c][k] = static_cast<int16_t>(
-                        palette[kChannels * k + static_cast<size_t>(c)] + 128);
-            }
-            lower.resize(padded);
-            upper.resize(padded);
-            candidates.resize(padded + 1);
+        for (int c = 0; c < kChannels; ++c) {
+            channel[c].assign(padded, kPaddingChannel);
+            for (size_t k = 0; k < entries; ++k)
+                channel[c][k]
+                    = static_cast<int16_t>(palette[kChannels * k + static_cast<size_t>(c)] + 128);
         }
+        lower.resize(padded);
+        upper.resize(padded);
+        candidates.resize(padded + 1);
+    }
 
-        void attachTo(TileJob *job)
-        {
-            for (int c = 0; c < kChannels; ++c)
-                job->entry[c] = channel[c].data();
-            job->entries = static_cast<int>(entries);
-            job->padded = static_cast<int>(padded);
-            job->lower = lower.data();
-            job->upper = upper.data();
-            job->candidates = candidates.data();
-        }
+    void attachTo(TileJob *job)
+    {
+        for (int c = 0; c < kChannels; ++c)
+            job->entry[c] = channel[c].data();
+        job->entries = static_cast<int>(entries);
+        job->padded = static_cast<int>(padded);
+        job->lower = lower.data();
+        job->upper = upper.data();
+        job->candidates = candidates.data();
+    }
 
-    private:
-        size_t entries;
-        size_t padded;
-        std::vector<int16_t> channel[kChannels];
-        std::vector<int16_t> lower;
-        std::vector<int16_t> upper;
-        std::vector<int> candidates;
-    };
+private:
+    size_t entries;
+    size_t padded;
+    std::vector<int16_t> channel[kChannels];
+    std::vector<int16_t> lower;
+    std::vector<int16_t> upper;
+    std::vector<int> candidates;
+};
 
 } // namespace
 

@@ -4,37 +4,35 @@
 #include "IndexPlane.h"
 #include "nearest.h"
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+void addPixel(const signed char *pixel, ColourSum *sum)
 {
+    for (int c = 0; c < kChannels; ++c)
+        sum->channel[c] += pixel[c] + 128;
+    ++sum->count;
+}
 
-namespace
+template<typename Cell>
+void assignInto(const PixelView &image, const std::vector<signed char> &palette,
+                std::vector<ColourSum> *sums, Cell *cells)
 {
-
-    void addPixel(const signed char *pixel, ColourSum *sum)
-    {
-        for (int c = 0; c < kChannels; ++c)
-            sum->channel[c] += pixel[c] + 128;
-        ++sum->count;
-    }
-
-    template<typename Cell>
-    void assignInto(const PixelView &image, const std::vector<signed char> &palette,
-                    std::vector<ColourSum> *sums, Cell *cells)
-    {
-        const int entries = static_cast<int>(palette.size() / kChannels);
-        const size_t stride = static_cast<size_t>(image.width) + 2;
-        const signed char *pixel = image.pixels;
-        for (int y = 0; y < image.height; ++y) {
-            Cell *row = cells ? cells + (static_cast<size_t>(y) + 1) * stride + 1 : nullptr;
-            for (int x = 0; x < image.width; ++x, pixel += kChannels) {
-                const int best = nearestPlain(pixel, palette.data(), entries);
-                if (sums)
-                    addPixel(pixel, &(*sums)[static_cast<size_t>(best)]);
-                if (row)
-                    row[x] = static_cast<Cell>(best);
-            }
+    const int entries = static_cast<int>(palette.size() / kChannels);
+    const size_t stride = static_cast<size_t>(image.width) + 2;
+    const signed char *pixel = image.pixels;
+    for (int y = 0; y < image.height; ++y) {
+        Cell *row = cells ? cells + (static_cast<size_t>(y) + 1) * stride + 1 : nullptr;
+        for (int x = 0; x < image.width; ++x, pixel += kChannels) {
+            const int best = nearestPlain(pixel, palette.data(), entries);
+            if (sums)
+                addPixel(pixel, &(*sums)[static_cast<size_t>(best)]);
+            if (row)
+                row[x] = static_cast<Cell>(best);
         }
     }
+}
 
 } // namespace
 

@@ -10,15 +10,14 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ztrace
-{
+namespace ztrace {
 
 struct ColourSum;
 
 enum {
     kTileSide = 8,
     kTilePixels = kTileSide * kTileSide,
-    kEntryBlock = 16, // palette arrays are padded to a multiple of this
+    kEntryBlock = 16,      // palette arrays are padded to a multiple of this
     kPaddingChannel = 4000 // farther from any pixel than an entry can be
 };
 
@@ -28,7 +27,8 @@ enum {
 // lower, upper   scratch of `padded` elements each; candidates   one element more
 // sums        one record an entry, already zero, to add to; may be null
 // cells       first pixel's index cell of cellBytes bytes, rows `stride` cells apart; may be null
-struct TileJob {
+struct TileJob
+{
     const unsigned char *pixels;
     int width;
     int height;

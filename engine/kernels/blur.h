@@ -4,8 +4,7 @@
 #ifndef ZTRACE_KERNELS_BLUR_H
 #define ZTRACE_KERNELS_BLUR_H
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Blurs width * height pixels of 4 signed bytes in place: a horizontal pass, a vertical pass, then
 // every pixel whose channels changed by more than `limit` in sum gets its own bytes back.

@@ -8,36 +8,34 @@
 #include <cstdlib>
 #include <vector>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+// One blurred channel at `position` of a line of `length` samples that lie `step` bytes apart.
+signed char blurredSample(const signed char *line, size_t step, int length, int position,
+                          const double *weights, int radius)
 {
+    double sum = 0.0;
+    double weightSum = 0.0;
+    for (int k = -radius; k <= radius; ++k) {
+        const int tap = position + k;
+        if (tap <= 0 || tap >= length)
+            continue;
+        const double weight = weights[k + radius];
+        sum += line[step * static_cast<size_t>(tap)] * weight;
+        weightSum += weight;
+    }
+    if (weightSum == 0.0)
+        return 0; // 0 / 0 is not a number; its byte is 0
+    return lowByte(floorToInt(sum / weightSum));
+}
 
-namespace
+int change(const signed char *a, const signed char *b)
 {
-
-    // One blurred channel at `position` of a line of `length` samples that lie `step` bytes apart.
-    signed char blurredSample(const signed char *line, size_t step, int length, int position,
-                              const double *weights, int radius)
-    {
-        double sum = 0.0;
-        double weightSum = 0.0;
-        for (int k = -radius; k <= radius; ++k) {
-            const int tap = position + k;
-            if (tap <= 0 || tap >= length)
-                continue;
-            const double weight = weights[k + radius];
-            sum += line[step * static_cast<size_t>(tap)] * weight;
-            weightSum += weight;
-        }
-        if (weightSum == 0.0)
-            return 0; // 0 / 0 is not a number; its byte is 0
-        return lowByte(floorToInt(sum / weightSum));
-    }
-
-    int change(const signed char *a, const signed char *b)
-    {
-        return std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2])
-            + std::abs(a[3] - b[3]);
-    }
+    return std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2])
+        + std::abs(a[3] - b[3]);
+}
 
 } // namespace
 

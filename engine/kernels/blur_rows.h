@@ -7,21 +7,22 @@
 
 #include <cstddef>
 
-namespace ztrace
-{
+namespace ztrace {
 
 enum { kMostTaps = 11 };
 
 // Weighted samples of one line of output: out[i] = floor(sum of tap[k][i] * weight[k] / weightSum).
 // The sum is taken in the order of the taps, which is the order of the result's contract.
-struct TapRow {
+struct TapRow
+{
     const signed char *tap[kMostTaps];
     double weight[kMostTaps];
-    int taps; // at least 1
+    int taps;         // at least 1
     double weightSum; // of the weights, in their order, from 0.0
 };
 
-struct BlurKernels {
+struct BlurKernels
+{
     // count samples of the line.
     void (*weighRow)(const TapRow &row, signed char *out, size_t count);
     // Copies those pixels (4 bytes each) of `blurred` to `out` whose change is at most limit.

@@ -7,8 +7,7 @@
 #include <climits>
 #include <cmath>
 
-namespace ztrace
-{
+namespace ztrace {
 
 static_assert(static_cast<char>(-1) < 0, "pixel bytes are signed: build with -fsigned-char");
 static_assert(sizeof(int) == 4, "products of image sizes are 32-bit");

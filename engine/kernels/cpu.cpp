@@ -3,20 +3,18 @@
 
 #include <cstdlib>
 
-namespace ztrace
-{
+namespace ztrace {
 
-namespace
-{
+namespace {
 
-    bool detectAvx2()
-    {
+bool detectAvx2()
+{
 #ifdef ZTRACE_HAVE_AVX2
-        return !std::getenv("ZTRACE_NO_AVX2") && __builtin_cpu_supports("avx2");
+    return !std::getenv("ZTRACE_NO_AVX2") && __builtin_cpu_supports("avx2");
 #else
-        return false;
+    return false;
 #endif
-    }
+}
 
 } // namespace
 

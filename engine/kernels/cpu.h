@@ -4,8 +4,7 @@
 #ifndef ZTRACE_KERNELS_CPU_H
 #define ZTRACE_KERNELS_CPU_H
 
-namespace ztrace
-{
+namespace ztrace {
 
 // True when this build has kernels for AVX2 and the machine runs them. False in a build with
 // ZTRACE_PLAIN_KERNELS, and when the environment variable ZTRACE_NO_AVX2 is set at the first call.

@@ -4,8 +4,7 @@
 #ifndef ZTRACE_KERNELS_DIRECTION_H
 #define ZTRACE_KERNELS_DIRECTION_H
 
-namespace ztrace
-{
+namespace ztrace {
 
 enum Direction {
     kEast = 0,

@@ -1,175 +1,166 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "fit.h"
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+// Only sequences that wrap other than by end 0 can need more: those of a whole path halve inside
+// themselves.
+const long long kSplitsPerPoint = 8;
+
+struct Point
 {
+    double x;
+    double y;
+};
 
-namespace
+// The internodes start to end of one path, and what the two tests share.
+struct Sequence
 {
+    const double *x;
+    const double *y;
+    int start;
+    int end;
+    int size;     // internodes of the path
+    double steps; // of the sequence, as a number to divide by
 
-    // Only sequences that wrap other than by end 0 can need more: those of a whole path halve
-    // inside themselves.
-    const long long kSplitsPerPoint = 8;
-
-    struct Point {
-        double x;
-        double y;
-    };
-
-    // The internodes start to end of one path, and what the two tests share.
-    struct Sequence {
-        const double *x;
-        const double *y;
-        int start;
-        int end;
-        int size; // internodes of the path
-        double steps; // of the sequence, as a number to divide by
-
-        template<typename Code>
-        Sequence(const PathView<Code> &path, int s, int e)
-            : x(path.x)
-            , y(path.y)
-            , start(s)
-            , end(e)
-            , size(path.size)
-            , steps(e - s)
-        {
-            if (steps < 0)
-                steps += size;
-        }
-
-        Point at(int i) const
-        {
-            const int k = i < size ? i : i - size;
-            const Point point = { x[k], y[k] };
-            return point;
-        }
-
-        // True when the inner internodes are start + 1, start + 2, ... without a gap: the rule for
-        // every sequence of a whole path.
-        bool runsOn() const { return end > start || (end == 0 && start > 0); }
-        int runEnd() const { return end == 0 ? size : end; }
-    };
-
-    // The largest error so far and the first internode that has it.
-    struct TestResult {
-        double largest;
-        int worst;
-        bool fits;
-
-        explicit TestResult(int first)
-            : largest(0.0)
-            , worst(first)
-            , fits(true)
-        {
-        }
-
-        void add(int i, double d2, double tolerance)
-        {
-            fits = fits && !(d2 > tolerance);
-            worst = d2 > largest ? i : worst;
-            largest = d2 > largest ? d2 : largest;
-        }
-    };
-
-    double squared(double dx, double dy)
+    template<typename Code>
+    Sequence(const PathView<Code> &path, int s, int e)
+        : x(path.x), y(path.y), start(s), end(e), size(path.size), steps(e - s)
     {
-        return dx * dx + dy * dy;
+        if (steps < 0)
+            steps += size;
     }
 
-    // Squared distance of internode i to the line's point after pl of its steps.
-    struct LineError {
-        Point S;
-        double vx;
-        double vy;
-
-        explicit LineError(const Sequence &s)
-            : S(s.at(s.start))
-        {
-            const Point E = s.at(s.end);
-            vx = (E.x - S.x) / s.steps;
-            vy = (E.y - S.y) / s.steps;
-        }
-
-        double at(const Point &P, double pl) const
-        {
-            return squared(P.x - (S.x + vx * pl), P.y - (S.y + vy * pl));
-        }
-    };
-
-    TestResult testLine(const Sequence &s, double tolerance)
+    Point at(int i) const
     {
-        const LineError error(s);
-        TestResult result(s.start);
-        if (s.runsOn()) {
-            const int end = s.runEnd();
-            for (int i = s.start + 1; i < end; ++i)
-                result.add(i, error.at(s.at(i), i - s.start), tolerance);
-            return result;
-        }
-        for (int i = (s.start + 1) % s.size; i != s.end; i = (i + 1) % s.size) {
-            double pl = i - s.start;
-            if (pl < 0)
-                pl += s.size;
-            result.add(i, error.at(s.at(i), pl), tolerance);
-        }
+        const int k = i < size ? i : i - size;
+        const Point point = { x[k], y[k] };
+        return point;
+    }
+
+    // True when the inner internodes are start + 1, start + 2, ... without a gap: the rule for
+    // every sequence of a whole path.
+    bool runsOn() const { return end > start || (end == 0 && start > 0); }
+    int runEnd() const { return end == 0 ? size : end; }
+};
+
+// The largest error so far and the first internode that has it.
+struct TestResult
+{
+    double largest;
+    int worst;
+    bool fits;
+
+    explicit TestResult(int first) : largest(0.0), worst(first), fits(true) { }
+
+    void add(int i, double d2, double tolerance)
+    {
+        fits = fits && !(d2 > tolerance);
+        worst = d2 > largest ? i : worst;
+        largest = d2 > largest ? d2 : largest;
+    }
+};
+
+double squared(double dx, double dy)
+{
+    return dx * dx + dy * dy;
+}
+
+// Squared distance of internode i to the line's point after pl of its steps.
+struct LineError
+{
+    Point S;
+    double vx;
+    double vy;
+
+    explicit LineError(const Sequence &s) : S(s.at(s.start))
+    {
+        const Point E = s.at(s.end);
+        vx = (E.x - S.x) / s.steps;
+        vy = (E.y - S.y) / s.steps;
+    }
+
+    double at(const Point &P, double pl) const
+    {
+        return squared(P.x - (S.x + vx * pl), P.y - (S.y + vy * pl));
+    }
+};
+
+TestResult testLine(const Sequence &s, double tolerance)
+{
+    const LineError error(s);
+    TestResult result(s.start);
+    if (s.runsOn()) {
+        const int end = s.runEnd();
+        for (int i = s.start + 1; i < end; ++i)
+            result.add(i, error.at(s.at(i), i - s.start), tolerance);
         return result;
     }
+    for (int i = (s.start + 1) % s.size; i != s.end; i = (i + 1) % s.size) {
+        double pl = i - s.start;
+        if (pl < 0)
+            pl += s.size;
+        result.add(i, error.at(s.at(i), pl), tolerance);
+    }
+    return result;
+}
 
-    // The control point that makes the curve pass through the internode `through` at its place in
-    // the sequence. With a negative tolerance it may be not-a-number, and is kept.
-    Point controlPoint(const Sequence &s, int through)
-    {
-        const Point S = s.at(s.start);
-        const Point E = s.at(s.end);
-        const Point P = s.at(through);
-        const double t = (through - s.start) / s.steps;
+// The control point that makes the curve pass through the internode `through` at its place in the
+// sequence. With a negative tolerance it may be not-a-number, and is kept.
+Point controlPoint(const Sequence &s, int through)
+{
+    const Point S = s.at(s.start);
+    const Point E = s.at(s.end);
+    const Point P = s.at(through);
+    const double t = (through - s.start) / s.steps;
+    const double t1 = (1.0 - t) * (1.0 - t);
+    const double t2 = 2.0 * (1.0 - t) * t;
+    const double t3 = t * t;
+    const Point control
+        = { ((t1 * S.x + t3 * E.x) - P.x) / (-t2), ((t1 * S.y + t3 * E.y) - P.y) / (-t2) };
+    return control;
+}
+
+TestResult testQuadratic(const Sequence &s, const Point &control, int through, double tolerance)
+{
+    const Point S = s.at(s.start);
+    const Point E = s.at(s.end);
+    TestResult result(through);
+    const auto add = [&](int i) {
+        const double t = (i - s.start) / s.steps;
         const double t1 = (1.0 - t) * (1.0 - t);
         const double t2 = 2.0 * (1.0 - t) * t;
         const double t3 = t * t;
-        const Point control
-            = { ((t1 * S.x + t3 * E.x) - P.x) / (-t2), ((t1 * S.y + t3 * E.y) - P.y) / (-t2) };
-        return control;
-    }
-
-    TestResult testQuadratic(const Sequence &s, const Point &control, int through, double tolerance)
-    {
-        const Point S = s.at(s.start);
-        const Point E = s.at(s.end);
-        TestResult result(through);
-        const auto add = [&](int i) {
-            const double t = (i - s.start) / s.steps;
-            const double t1 = (1.0 - t) * (1.0 - t);
-            const double t2 = 2.0 * (1.0 - t) * t;
-            const double t3 = t * t;
-            const Point P = s.at(i);
-            result.add(i,
-                       squared(P.x - (t1 * S.x + t2 * control.x + t3 * E.x),
-                               P.y - (t1 * S.y + t2 * control.y + t3 * E.y)),
-                       tolerance);
-        };
-        if (s.runsOn()) {
-            const int end = s.runEnd();
-            for (int i = s.start + 1; i < end; ++i)
-                add(i);
-            return result;
-        }
-        for (int i = s.start + 1; i != s.end; i = (i + 1) % s.size)
+        const Point P = s.at(i);
+        result.add(i,
+                   squared(P.x - (t1 * S.x + t2 * control.x + t3 * E.x),
+                           P.y - (t1 * S.y + t2 * control.y + t3 * E.y)),
+                   tolerance);
+    };
+    if (s.runsOn()) {
+        const int end = s.runEnd();
+        for (int i = s.start + 1; i < end; ++i)
             add(i);
         return result;
     }
+    for (int i = s.start + 1; i != s.end; i = (i + 1) % s.size)
+        add(i);
+    return result;
+}
 
-    Segment lineSegment(const Point &S, const Point &E)
-    {
-        const Segment segment = { { kLineType, S.x, S.y, E.x, E.y, 0.0, 0.0 } };
-        return segment;
-    }
+Segment lineSegment(const Point &S, const Point &E)
+{
+    const Segment segment = { { kLineType, S.x, S.y, E.x, E.y, 0.0, 0.0 } };
+    return segment;
+}
 
-    Segment quadraticSegment(const Point &S, const Point &C, const Point &E)
-    {
-        const Segment segment = { { kQuadraticType, S.x, S.y, C.x, C.y, E.x, E.y } };
-        return segment;
-    }
+Segment quadraticSegment(const Point &S, const Point &C, const Point &E)
+{
+    const Segment segment = { { kQuadraticType, S.x, S.y, C.x, C.y, E.x, E.y } };
+    return segment;
+}
 
 } // namespace
 

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // One fitted piece as seven numbers: the type, then the start point, then for a line the end point
 // and two zeros, for a quadratic the control point and the end point.
-struct Segment {
+struct Segment
+{
     double field[7];
 };
 
@@ -22,7 +22,9 @@ const double kQuadraticType = 2.0;
 
 // A closed path of internodes as three arrays of `size` elements: coordinates in pixels, and
 // direction codes (direction.h), which are only compared with each other.
-template<typename Code> struct PathView {
+template<typename Code>
+struct PathView
+{
     const double *x;
     const double *y;
     const Code *code;
@@ -30,7 +32,8 @@ template<typename Code> struct PathView {
 };
 
 // Squared distances in pixels. Single-precision values widened: every comparison is in double.
-struct Tolerances {
+struct Tolerances
+{
     double line;
     double quadratic;
 };
@@ -39,10 +42,7 @@ struct Tolerances {
 class Fitter
 {
 public:
-    explicit Fitter(const Tolerances &tolerances)
-        : limits(tolerances)
-    {
-    }
+    explicit Fitter(const Tolerances &tolerances) : limits(tolerances) { }
 
     // Appends the segments that cover the internodes start to end, going forward and wrapping past
     // the path's end where end < start. First one line, else one quadratic, else two halves.
@@ -64,7 +64,8 @@ public:
     void fitPath(const PathView<Code> &path, std::vector<Segment> *segments);
 
 private:
-    struct Range {
+    struct Range
+    {
         int start;
         int end;
     };

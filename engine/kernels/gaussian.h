@@ -4,8 +4,7 @@
 #ifndef ZTRACE_KERNELS_GAUSSIAN_H
 #define ZTRACE_KERNELS_GAUSSIAN_H
 
-namespace ztrace
-{
+namespace ztrace {
 
 enum { kLargestBlurRadius = 5 };
 

@@ -8,14 +8,12 @@
 #include <sys/mman.h>
 #endif
 
-namespace ztrace
-{
+namespace ztrace {
 
-namespace
-{
+namespace {
 
-    const size_t kHugePage = size_t(2) << 20;
-    const size_t kWorthwhile = 2 * kHugePage;
+const size_t kHugePage = size_t(2) << 20;
+const size_t kWorthwhile = 2 * kHugePage;
 
 } // namespace
 

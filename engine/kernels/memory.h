@@ -8,15 +8,15 @@
 #include <cstdint>
 #include <memory>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Asks the system to back the whole pages inside a block by huge ones, before it is first written
 // to: a large image is otherwise touched page fault by page fault (a third of the time that a scan
 // takes). A hint: it changes no contents and may do nothing.
 void preferHugePages(void *block, size_t bytes);
 
-struct FreeBlock {
+struct FreeBlock
+{
     void operator()(void *block) const;
 };
 

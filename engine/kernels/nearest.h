@@ -6,8 +6,7 @@
 
 #include <cstdlib>
 
-namespace ztrace
-{
+namespace ztrace {
 
 enum {
     kChannels = 4,

@@ -9,219 +9,210 @@
 #include <cstring>
 #include <vector>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+// Directions of a walk, the inside on the right hand.
+enum Heading { kRight, kUp, kLeft, kDown };
+
+// What has been passed at a node.
+enum Mark : uint8_t {
+    kOuterCorner = 1, // from below to the right, around the lower right pixel
+    kInnerCorner = 2  // from the right downwards, around the lower right pixel as a hole
+};
+
+const int kStepX[4] = { 1, 0, -1, 0 };
+const int kStepY[4] = { 0, -1, 0, 1 };
+
+// Direction of the step between the midpoints of two successive edges: [heading][next heading].
+// The turns back (right to left, up to down) do not occur.
+// clang-format off
+const uint8_t kStepDirection[4][4] = {
+    { kEast,        kNorthEast,   kNoMovement,  kSouthEast  },
+    { kNorthEast,   kNorth,       kNorthWest,   kNoMovement },
+    { kNoMovement,  kNorthWest,   kWest,        kSouthWest  },
+    { kSouthEast,   kNoMovement,  kSouthWest,   kSouth      },
+};
+// clang-format on
+
+// The internodes of the outline at hand, in arrays that are kept from one to the next.
+class OutlineBuffer
 {
+public:
+    OutlineBuffer() : count(0) { grow(); }
 
-namespace
-{
+    void clear() { count = 0; }
+    int size() const { return static_cast<int>(count); }
 
-    // Directions of a walk, the inside on the right hand.
-    enum Heading { kRight, kUp, kLeft, kDown };
-
-    // What has been passed at a node.
-    enum Mark : uint8_t {
-        kOuterCorner = 1, // from below to the right, around the lower right pixel
-        kInnerCorner = 2 // from the right downwards, around the lower right pixel as a hole
-    };
-
-    const int kStepX[4] = { 1, 0, -1, 0 };
-    const int kStepY[4] = { 0, -1, 0, 1 };
-
-    // Direction of the step between the midpoints of two successive edges: [heading][next heading].
-    // clang-format off: the turns back (right to left, up to down) do not occur
-    const uint8_t kStepDirection[4][4] = {
-        { kEast, kNorthEast, kNoMovement, kSouthEast },
-        { kNorthEast, kNorth, kNorthWest, kNoMovement },
-        { kNoMovement, kNorthWest, kWest, kSouthWest },
-        { kSouthEast, kNoMovement, kSouthWest, kSouth },
-    };
-    // clang-format on
-
-    // The internodes of the outline at hand, in arrays that are kept from one to the next.
-    class OutlineBuffer
+    void append(double px, double py, uint8_t direction)
     {
-    public:
-        OutlineBuffer()
-            : count(0)
-        {
+        if (count == x.size())
             grow();
-        }
+        x[count] = px;
+        y[count] = py;
+        code[count] = direction;
+        ++count;
+    }
 
-        void clear() { count = 0; }
-        int size() const { return static_cast<int>(count); }
-
-        void append(double px, double py, uint8_t direction)
-        {
-            if (count == x.size())
-                grow();
-            x[count] = px;
-            y[count] = py;
-            code[count] = direction;
-            ++count;
-        }
-
-        PathView<uint8_t> view() const
-        {
-            const PathView<uint8_t> whole = { x.data(), y.data(), code.data(), size() };
-            return whole;
-        }
-
-    private:
-        void grow()
-        {
-            const size_t capacity = x.empty() ? 1024 : 2 * x.size();
-            x.resize(capacity);
-            y.resize(capacity);
-            code.resize(capacity);
-        }
-
-        std::vector<double> x;
-        std::vector<double> y;
-        std::vector<uint8_t> code;
-        size_t count;
-    };
-
-    // What may start at successive nodes: Mark bits of the nodes where an outline's topmost,
-    // leftmost node can be, whether it has been passed or not. Plain comparisons side by side,
-    // which compilers turn into vector code.
-    template<typename Cell>
-    void findStarts(const Cell *upper, const Cell *lower, int width, uint8_t *starts)
+    PathView<uint8_t> view() const
     {
-        const Cell border = IndexPlane::borderOf<Cell>();
-        for (int x = 0; x < width; ++x) {
-            const Cell upperLeft = upper[x - 1];
-            const Cell upperRight = upper[x];
-            const Cell lowerLeft = lower[x - 1];
-            const Cell lowerRight = lower[x];
-            const bool edge = lowerRight != upperRight;
-            const bool outer = edge & (lowerRight != lowerLeft) & (lowerRight != upperLeft);
-            const bool inner = edge & (upperRight == lowerLeft) & (upperRight != border);
-            starts[x]
-                = static_cast<uint8_t>((outer ? kOuterCorner : 0) | (inner ? kInnerCorner : 0));
+        const PathView<uint8_t> whole = { x.data(), y.data(), code.data(), size() };
+        return whole;
+    }
+
+private:
+    void grow()
+    {
+        const size_t capacity = x.empty() ? 1024 : 2 * x.size();
+        x.resize(capacity);
+        y.resize(capacity);
+        code.resize(capacity);
+    }
+
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<uint8_t> code;
+    size_t count;
+};
+
+// What may start at successive nodes: Mark bits of the nodes where an outline's topmost,
+// leftmost node can be, whether it has been passed or not. Plain comparisons side by side, which
+// compilers turn into vector code.
+template<typename Cell>
+void findStarts(const Cell *upper, const Cell *lower, int width, uint8_t *starts)
+{
+    const Cell border = IndexPlane::borderOf<Cell>();
+    for (int x = 0; x < width; ++x) {
+        const Cell upperLeft = upper[x - 1];
+        const Cell upperRight = upper[x];
+        const Cell lowerLeft = lower[x - 1];
+        const Cell lowerRight = lower[x];
+        const bool edge = lowerRight != upperRight;
+        const bool outer = edge & (lowerRight != lowerLeft) & (lowerRight != upperLeft);
+        const bool inner = edge & (upperRight == lowerLeft) & (upperRight != border);
+        starts[x] = static_cast<uint8_t>((outer ? kOuterCorner : 0) | (inner ? kInnerCorner : 0));
+    }
+}
+
+template<typename Cell>
+class Scanner
+{
+public:
+    Scanner(const IndexPlane &p, float shortestOutline, const OutlineSink &outlineSink)
+        : plane(p), cells(p.cells<Cell>()), stride(p.stride()), shortest(shortestOutline),
+          sink(outlineSink)
+    {
+        const size_t nodes = static_cast<size_t>(stride) * (static_cast<size_t>(p.height()) + 2);
+        markStorage = zeroedBlock(nodes);
+        marks = static_cast<uint8_t *>(markStorage.get());
+        const ptrdiff_t steps[4] = { 1, -stride, -1, stride };
+        // Of the node's four pixels, the cell at the node's own place is the lower right one.
+        const ptrdiff_t leftAhead[4] = { -stride, -stride - 1, -1, 0 };
+        const ptrdiff_t rightAhead[4] = { 0, -stride, -stride - 1, -1 };
+        std::memcpy(step, steps, sizeof step);
+        std::memcpy(aheadLeft, leftAhead, sizeof aheadLeft);
+        std::memcpy(aheadRight, rightAhead, sizeof aheadRight);
+    }
+
+    void scan()
+    {
+        starts.assign(kChunk, 0);
+        for (int y = 0; y < plane.height(); ++y) {
+            for (int x = 0; x < plane.width(); x += kChunk)
+                scanChunk(x, std::min(int(kChunk), plane.width() - x), y);
         }
     }
 
-    template<typename Cell> class Scanner
+private:
+    // Nodes of a row that are looked at together.
+    enum { kChunk = 64 };
+
+    void scanChunk(int x, int width, int y)
     {
-    public:
-        Scanner(const IndexPlane &p, float shortestOutline, const OutlineSink &outlineSink)
-            : plane(p)
-            , cells(p.cells<Cell>())
-            , stride(p.stride())
-            , shortest(shortestOutline)
-            , sink(outlineSink)
-        {
-            const size_t nodes
-                = static_cast<size_t>(stride) * (static_cast<size_t>(p.height()) + 2);
-            markStorage = zeroedBlock(nodes);
-            marks = static_cast<uint8_t *>(markStorage.get());
-            const ptrdiff_t steps[4] = { 1, -stride, -1, stride };
-            // Of the node's four pixels, the cell at the node's own place is the lower right one.
-            const ptrdiff_t leftAhead[4] = { -stride, -stride - 1, -1, 0 };
-            const ptrdiff_t rightAhead[4] = { 0, -stride, -stride - 1, -1 };
-            std::memcpy(step, steps, sizeof step);
-            std::memcpy(aheadLeft, leftAhead, sizeof aheadLeft);
-            std::memcpy(aheadRight, rightAhead, sizeof aheadRight);
-        }
-
-        void scan()
-        {
-            starts.assign(kChunk, 0);
-            for (int y = 0; y < plane.height(); ++y) {
-                for (int x = 0; x < plane.width(); x += kChunk)
-                    scanChunk(x, std::min(int(kChunk), plane.width() - x), y);
+        const ptrdiff_t node = (static_cast<ptrdiff_t>(y) + 1) * stride + 1 + x;
+        const Cell *lower = cells + node;
+        const Cell *upper = lower - stride;
+        // Between equal pixels no outline starts.
+        if (!std::memcmp(lower, upper, static_cast<size_t>(width) * sizeof(Cell)))
+            return;
+        findStarts(upper, lower, width, starts.data());
+        for (int i = 0; i < width; i += 8) {
+            uint64_t eight;
+            std::memcpy(&eight, starts.data() + i, 8);
+            if (!eight)
+                continue;
+            for (int k = i; k < std::min(i + 8, width); ++k) {
+                if (starts[static_cast<size_t>(k)])
+                    startAt(starts[static_cast<size_t>(k)], node + k, x + k, y);
             }
         }
-
-    private:
-        // Nodes of a row that are looked at together.
-        enum { kChunk = 64 };
-
-        void scanChunk(int x, int width, int y)
-        {
-            const ptrdiff_t node = (static_cast<ptrdiff_t>(y) + 1) * stride + 1 + x;
-            const Cell *lower = cells + node;
-            const Cell *upper = lower - stride;
-            // Between equal pixels no outline starts.
-            if (!std::memcmp(lower, upper, static_cast<size_t>(width) * sizeof(Cell)))
-                return;
-            findStarts(upper, lower, width, starts.data());
-            for (int i = 0; i < width; i += 8) {
-                uint64_t eight;
-                std::memcpy(&eight, starts.data() + i, 8);
-                if (!eight)
-                    continue;
-                for (int k = i; k < std::min(i + 8, width); ++k) {
-                    if (starts[static_cast<size_t>(k)])
-                        startAt(starts[static_cast<size_t>(k)], node + k, x + k, y);
-                }
-            }
-        }
-
-        // Starts the outlines whose topmost, leftmost node is (x, y), if they have not been walked.
-        void startAt(uint8_t kinds, ptrdiff_t node, int x, int y)
-        {
-            if ((kinds & kOuterCorner) && !(marks[node] & kOuterCorner)) {
-                const Cell entry = cells[node];
-                path.clear();
-                walk<true>(node, kRight, 2 * x, 2 * y, entry);
-                if (!(shortest > static_cast<float>(path.size())))
-                    sink(static_cast<int>(entry), path.view());
-            }
-            // Of a hole only the marks are of use: it has no outline of its own.
-            if ((kinds & kInnerCorner) && !(marks[node] & kInnerCorner))
-                walk<false>(node, kDown, 2 * x, 2 * y, cells[node - stride]);
-        }
-
-        // Walks one outline of entry v from a node, leaving it in a heading, until it is back, and
-        // with Keep appends the internodes. Coordinates are doubled, so that midpoints are whole.
-        template<bool Keep>
-        void walk(ptrdiff_t start, int heading, int doubledX, int doubledY, Cell v)
-        {
-            ptrdiff_t node = start;
-            do {
-                const int midX = doubledX + kStepX[heading];
-                const int midY = doubledY + kStepY[heading];
-                doubledX = midX + kStepX[heading];
-                doubledY = midY + kStepY[heading];
-                node += step[heading];
-                // A pixel of v ahead on the left turns the walk left, also where the two pixels of
-                // the entry touch only at the corner; none ahead at all turns it right.
-                int next = heading;
-                if (cells[node + aheadLeft[heading]] == v) {
-                    next = (heading + 1) & 3;
-                    if (heading == kLeft)
-                        marks[node] |= kInnerCorner;
-                } else if (cells[node + aheadRight[heading]] != v) {
-                    next = (heading + 3) & 3;
-                    if (heading == kUp)
-                        marks[node] |= kOuterCorner;
-                }
-                if (Keep)
-                    path.append(midX * 0.5, midY * 0.5, kStepDirection[heading][next]);
-                heading = next;
-            } while (node != start);
-        }
-
-        const IndexPlane &plane;
-        const Cell *cells;
-        ptrdiff_t stride;
-        float shortest;
-        const OutlineSink &sink;
-        Block markStorage;
-        uint8_t *marks; // one a node, at the place of its lower right pixel
-        ptrdiff_t step[4];
-        ptrdiff_t aheadLeft[4];
-        ptrdiff_t aheadRight[4];
-        OutlineBuffer path;
-        std::vector<uint8_t> starts; // of the chunk at hand
-    };
-
-    template<typename Cell>
-    void scanCells(const IndexPlane &plane, const Cell *, float shortest, const OutlineSink &sink)
-    {
-        Scanner<Cell>(plane, shortest, sink).scan();
     }
+
+    // Starts the outlines whose topmost, leftmost node is (x, y), if they have not been walked.
+    void startAt(uint8_t kinds, ptrdiff_t node, int x, int y)
+    {
+        if ((kinds & kOuterCorner) && !(marks[node] & kOuterCorner)) {
+            const Cell entry = cells[node];
+            path.clear();
+            walk<true>(node, kRight, 2 * x, 2 * y, entry);
+            if (!(shortest > static_cast<float>(path.size())))
+                sink(static_cast<int>(entry), path.view());
+        }
+        // Of a hole only the marks are of use: it has no outline of its own.
+        if ((kinds & kInnerCorner) && !(marks[node] & kInnerCorner))
+            walk<false>(node, kDown, 2 * x, 2 * y, cells[node - stride]);
+    }
+
+    // Walks one outline of entry v from a node, leaving it in a heading, until it is back, and with
+    // Keep appends the internodes. Coordinates are doubled, so that midpoints are whole.
+    template<bool Keep>
+    void walk(ptrdiff_t start, int heading, int doubledX, int doubledY, Cell v)
+    {
+        ptrdiff_t node = start;
+        do {
+            const int midX = doubledX + kStepX[heading];
+            const int midY = doubledY + kStepY[heading];
+            doubledX = midX + kStepX[heading];
+            doubledY = midY + kStepY[heading];
+            node += step[heading];
+            // A pixel of v ahead on the left turns the walk left, also where the two pixels of
+            // the entry touch only at the corner; none ahead at all turns it right.
+            int next = heading;
+            if (cells[node + aheadLeft[heading]] == v) {
+                next = (heading + 1) & 3;
+                if (heading == kLeft)
+                    marks[node] |= kInnerCorner;
+            } else if (cells[node + aheadRight[heading]] != v) {
+                next = (heading + 3) & 3;
+                if (heading == kUp)
+                    marks[node] |= kOuterCorner;
+            }
+            if (Keep)
+                path.append(midX * 0.5, midY * 0.5, kStepDirection[heading][next]);
+            heading = next;
+        } while (node != start);
+    }
+
+    const IndexPlane &plane;
+    const Cell *cells;
+    ptrdiff_t stride;
+    float shortest;
+    const OutlineSink &sink;
+    Block markStorage;
+    uint8_t *marks; // one a node, at the place of its lower right pixel
+    ptrdiff_t step[4];
+    ptrdiff_t aheadLeft[4];
+    ptrdiff_t aheadRight[4];
+    OutlineBuffer path;
+    std::vector<uint8_t> starts; // of the chunk at hand
+};
+
+template<typename Cell>
+void scanCells(const IndexPlane &plane, const Cell *, float shortest, const OutlineSink &sink)
+{
+    Scanner<Cell>(plane, shortest, sink).scan();
+}
 
 } // namespace
 

@@ -9,8 +9,7 @@
 
 #include "fit.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 class IndexPlane;
 
