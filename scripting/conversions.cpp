@@ -2,10 +2,8 @@
 #include "conversions.h"
 
 #include "RetiredTracers.h"
-#include "ZTraceBitmap.h"
 
 #include "ZEcmaHelper.h"
-#include "ZPolyline.h"
 
 #include <QImage>
 #include <QScriptEngine>

@@ -8,6 +8,8 @@
 #ifndef ZTRACE_CONVERSIONS_H
 #define ZTRACE_CONVERSIONS_H
 
+#include "ZTraceBitmap.h"
+
 #include <QList>
 #include <QMetaType>
 #include <QScriptValue>
@@ -15,8 +17,6 @@
 
 class QImage;
 class QScriptEngine;
-class ZPolyline;
-class ZTraceBitmap;
 
 Q_DECLARE_METATYPE(ZTraceBitmap *)
 

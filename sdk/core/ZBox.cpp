@@ -16,6 +16,8 @@ void extend(double value, double *low, double *high)
 
 void ZBox::growToInclude(const ZVector &point)
 {
+    if (!point.valid)
+        return;
     if (!isValid()) {
         if (std::isnan(point.x) || std::isnan(point.y) || std::isnan(point.z))
             return;

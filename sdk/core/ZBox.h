@@ -23,7 +23,8 @@ public:
     double getWidth() const { return maximum.x - minimum.x; }
     double getHeight() const { return maximum.y - minimum.y; }
 
-    // Grows the box so that it holds `point`. A coordinate that is not a number is left out.
+    // Grows the box so that it holds `point`. A point that is not valid is left out, and so is a
+    // coordinate that is not a number.
     void growToInclude(const ZVector &point);
 
     // Grows the box so that it holds `other`; an empty one changes nothing.
