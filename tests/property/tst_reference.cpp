@@ -195,6 +195,7 @@ private slots:
 
     void stageByStage();
     void endToEnd();
+    void largerPictures();
     void severalTracesOnOneTracer();
     void presetPalettes();
     void emptyImages();
@@ -229,6 +230,20 @@ void tst_Reference::endToEnd()
         QVERIFY2(found.isEmpty(), qPrintable(report(seed, round, picture, options, found)));
         for (const auto &paths : pair.tracer.indexedImage.tracedLayers)
             outlines += int(paths.size());
+    }
+}
+
+// Wider than any block that the fast kernels work on at once.
+void tst_Reference::largerPictures()
+{
+    const quint64 seed = ztrace::testSeed() + 5;
+    Random random(seed);
+    for (int round = 0; round < 60; ++round) {
+        const Picture picture = ztrace::randomPicture(random, 150);
+        const Options options = ztrace::randomOptions(random);
+        Pair pair(options);
+        const QString found = traceDifference(pair, picture, static_cast<unsigned>(round));
+        QVERIFY2(found.isEmpty(), qPrintable(report(seed, round, picture, options, found)));
     }
 }
 

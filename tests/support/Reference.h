@@ -93,7 +93,7 @@ struct Reference {
     std::vector<InternodePaths> batchinternodes(const std::vector<Paths> &layers) const;
 
     // Recursive. A sequence that wraps other than by seqend = 0 may split outside itself
-    // without an end: after kMostFits calls this gives up, and gaveUp tells so.
+    // without an end: after mostFits calls this gives up, and gaveUp tells so.
     TracedPath fitseq(const InternodePath &path, float ltres, float qtres, int seqstart,
                       int seqend) const;
     TracedPath tracepath(const InternodePath &path, float ltres, float qtres) const;
@@ -107,7 +107,7 @@ struct Reference {
 
     Lightness lightness;
 
-    static const int kMostFits = 10000;
+    int mostFits = 10000;
     mutable int fits = 0; // calls of fitseq since a path began
     mutable bool gaveUp = false;
 };

@@ -197,7 +197,7 @@ TracedPath Reference::fitseq(const InternodePath &path, float ltres, float qtres
         return TracedPath();
     if (seqend == n || seqstart < 0 || seqstart >= n)
         return TracedPath(); // no such internode
-    if (gaveUp || ++fits > kMostFits) {
+    if (gaveUp || ++fits > mostFits) {
         gaveUp = true;
         return TracedPath();
     }
