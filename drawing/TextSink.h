@@ -7,14 +7,19 @@
 #include <QByteArray>
 #include <QIODevice>
 
-namespace ztrace {
+namespace ztrace
+{
 
 // Writers append to text() and call flushIfLarge() between elements. A device that takes less than
 // it is given makes finish() return false; nothing more is written to it then.
 class TextSink
 {
 public:
-    explicit TextSink(QIODevice *target) : device(target) { buffer.reserve(2 * kPortion); }
+    explicit TextSink(QIODevice *target)
+        : device(target)
+    {
+        buffer.reserve(2 * kPortion);
+    }
 
     QByteArray &text() { return buffer; }
 

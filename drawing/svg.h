@@ -9,10 +9,10 @@
 
 class QIODevice;
 
-namespace ztrace {
-
-struct SvgOptions
+namespace ztrace
 {
+
+struct SvgOptions {
     PaintStyle style;
     int decimals = kExactDecimals;
 };

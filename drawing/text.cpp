@@ -3,7 +3,8 @@
 
 #include <charconv>
 
-namespace ztrace {
+namespace ztrace
+{
 
 void appendNumber(QByteArray *text, double value, int decimals)
 {

@@ -16,7 +16,8 @@
 
 using namespace ztrace;
 
-namespace {
+namespace
+{
 
 ZPolyline square(double x, double y, double side)
 {
@@ -142,7 +143,8 @@ private slots:
         drawing.outlines[0].holes.push_back(1);
         const QString svg = svgOf(drawing);
         QCOMPARE(svg.count("<path"), 1);
-        QVERIFY(svg.contains("fill-rule=\"evenodd\" d=\"M0 8L8 8L8 0L0 0L0 8ZM2 6L4 6L4 4L2 4L2 6Z"));
+        QVERIFY(
+            svg.contains("fill-rule=\"evenodd\" d=\"M0 8L8 8L8 0L0 0L0 8ZM2 6L4 6L4 4L2 4L2 6Z"));
     }
 
     void translucentFillHasItsOpacity()
@@ -199,7 +201,8 @@ private slots:
         QTemporaryDir folder;
         const QString name = folder.filePath("a.svg");
         QString error;
-        QVERIFY(writeWhole(name, [](QIODevice *d) { return d->write("old") == 3; }, &error));
+        QVERIFY(writeWhole(
+            name, [](QIODevice *d) { return d->write("old") == 3; }, &error));
         QVERIFY(!writeWhole(
             name, [](QIODevice *d) { return d->write("half") == 4 && false; }, &error));
         QVERIFY(!error.isEmpty());

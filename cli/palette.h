@@ -1,0 +1,32 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Palettes chosen for an image.
+#ifndef ZTRACE_CLI_PALETTE_H
+#define ZTRACE_CLI_PALETTE_H
+
+#include <QImage>
+
+#include <vector>
+
+namespace ztrace
+{
+
+// Colours of the areas of an ARGB32 image, without those of soft edges (isEdge): flat colours as
+// they are, shaded areas in steps. Few pixels count as well as many when their colour is far from
+// all others. Fully transparent pixels get one colour that does not count towards `most`.
+std::vector<QRgb> flatPalette(const QImage &image, int most);
+
+// At most `most` opaque colours for the image's opaque pixels, by a library's median cut, and one
+// for each level of transparency (see settleAlpha).
+std::vector<QRgb> medianPalette(const QImage &image, int most);
+
+// Gives soft edges away: pixels neither opaque nor fully transparent become one or the other,
+// except where an area of at least `kLeastTranslucent` pixels shares one alpha. Fully transparent
+// pixels get one colour.
+void settleAlpha(QImage *image);
+
+const int kLeastTranslucent = 64;
+
+} // namespace ztrace
+
+#endif

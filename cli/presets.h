@@ -1,0 +1,50 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Settings from TOML files, and the presets, which are such files.
+#ifndef ZTRACE_CLI_PRESETS_H
+#define ZTRACE_CLI_PRESETS_H
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Settings.h"
+
+namespace ztrace
+{
+
+// Keys that a TOML text sets, with their values. A list has several values; the engine's options
+// stand in the section [set].
+struct FileSetting {
+    std::string name;
+    std::vector<std::string> values;
+    std::string engineOption; // for entries of [set], else empty
+};
+
+// Throws a Failure naming `origin` for text that is no TOML and for keys that do not exist.
+std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin);
+
+// Stores what is not in `given`: what was said nearer to the user wins. Adds the names stored.
+void applySettings(const std::vector<FileSetting> &values, const std::string &origin,
+                   std::set<std::string> *given, Settings *settings);
+
+// Text of a file; throws a Failure when it cannot be read.
+std::string settingsFile(const std::string &fileName);
+
+struct Preset {
+    std::string name;
+    std::string description;
+    std::string origin; // its file, or "built in"
+    std::string text;
+};
+
+// The presets by name: built in, then the installed files, then the user's own; a later one of the
+// same name takes the place of an earlier one.
+std::vector<Preset> allPresets();
+
+// The preset of a name, or of a file when the name contains a slash or ends with .toml.
+Preset findPreset(const std::string &name);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,215 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "reduce.h"
+
+#include "colour.h"
+#include "failure.h"
+
+#include "engine/ZTraceBitmap.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+namespace ztrace
+{
+
+namespace
+{
+
+    const uint16_t kUnlabelled = 0xFFFF;
+    const int kAlmost = 8; // of 255: an alpha this near to an end is taken as that end
+
+    const QRgb *row(const QImage &image, int y)
+    {
+        return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+    }
+
+    uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
+    {
+        std::size_t best = 0;
+        for (std::size_t k = 1; k < colours.size(); ++k) {
+            if (colourDistance(word, colours[k]) < colourDistance(word, colours[best]))
+                best = k;
+        }
+        return static_cast<uint16_t>(best);
+    }
+
+    // Spreads labels into unlabelled pixels, one ring of pixels at a time.
+    class Spread
+    {
+    public:
+        Spread(const QImage &source, LabelPlane *target)
+            : image(source)
+            , plane(target)
+        {
+        }
+
+        void run()
+        {
+            std::vector<std::size_t> waiting;
+            for (std::size_t i = 0; i < plane->pixels(); ++i) {
+                if (plane->labels[i] == kUnlabelled)
+                    waiting.push_back(i);
+            }
+            std::vector<std::pair<std::size_t, uint16_t>> ring;
+            while (!waiting.empty()) {
+                ring.clear();
+                std::vector<std::size_t> left;
+                for (std::size_t i : waiting) {
+                    const uint16_t label = bestAround(i);
+                    if (label == kUnlabelled)
+                        left.push_back(i);
+                    else
+                        ring.push_back({ i, label });
+                }
+                if (ring.empty())
+                    break; // not a single label to start from
+                for (const auto &entry : ring)
+                    plane->labels[entry.first] = entry.second;
+                waiting.swap(left);
+            }
+        }
+
+    private:
+        // Labels within two pixels count, so that both sides of a soft edge are in the choice.
+        uint16_t bestAround(std::size_t i) const
+        {
+            const int x = static_cast<int>(i % static_cast<std::size_t>(plane->width));
+            const int y = static_cast<int>(i / static_cast<std::size_t>(plane->width));
+            const QRgb word = row(image, y)[x];
+            uint16_t best = kUnlabelled;
+            int bestDistance = 0;
+            for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach);
+                 ++v) {
+                for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
+                     ++u) {
+                    const uint16_t label
+                        = plane->labels[static_cast<std::size_t>(v)
+                                            * static_cast<std::size_t>(plane->width)
+                                        + static_cast<std::size_t>(u)];
+                    if (label == kUnlabelled || label == best)
+                        continue;
+                    const int distance = colourDistance(word, plane->colours[label]);
+                    if (best == kUnlabelled || distance < bestDistance
+                        || (distance == bestDistance && label < best)) {
+                        best = label;
+                        bestDistance = distance;
+                    }
+                }
+            }
+            return best;
+        }
+
+        static const int kReach = 2;
+        const QImage &image;
+        LabelPlane *plane;
+    };
+
+    LabelPlane emptyPlane(const QImage &image)
+    {
+        LabelPlane plane;
+        plane.width = image.width();
+        plane.height = image.height();
+        plane.labels.assign(static_cast<std::size_t>(plane.width)
+                                * static_cast<std::size_t>(plane.height),
+                            kUnlabelled);
+        return plane;
+    }
+
+} // namespace
+
+QVector<char> entryOfColour(QRgb colour)
+{
+    const QRgb word = colour ^ 0x80808080u;
+    QVector<char> entry(4);
+    entry[0] = static_cast<char>(qRed(word));
+    entry[1] = static_cast<char>(qGreen(word));
+    entry[2] = static_cast<char>(qBlue(word));
+    entry[3] = static_cast<char>(qAlpha(word));
+    return entry;
+}
+
+void invertTopBits(QImage *image)
+{
+    for (int y = 0; y < image->height(); ++y) {
+        QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
+        for (int x = 0; x < image->width(); ++x)
+            words[x] ^= 0x80808080u;
+    }
+}
+
+QRgb colourOfEntry(const QVector<char> &entry)
+{
+    int alpha = entry.at(3) + 128;
+    if (alpha >= 255 - kAlmost)
+        alpha = 255;
+    else if (alpha <= kAlmost)
+        alpha = 0;
+    return qRgba(entry.at(0) + 128, entry.at(1) + 128, entry.at(2) + 128, alpha);
+}
+
+LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
+{
+    LabelPlane plane = emptyPlane(image);
+    plane.colours = colours;
+    QHash<QRgb, uint16_t> labelOf;
+    for (std::size_t k = colours.size(); k-- > 0;)
+        labelOf.insert(colours[k], static_cast<uint16_t>(k));
+    std::size_t i = 0;
+    for (int y = 0; y < plane.height; ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < plane.width; ++x, ++i) {
+            uint16_t label = labelOf.value(words[x], kUnlabelled);
+            if (label == kUnlabelled && !isEdge(image, x, y)) {
+                label = nearest(words[x], colours);
+                labelOf.insert(words[x], label);
+            } else if (label != kUnlabelled && colours[label] != words[x] && isEdge(image, x, y)) {
+                label = kUnlabelled; // known only from elsewhere, where it was no edge
+            }
+            plane.labels[i] = label;
+        }
+    }
+    Spread(image, &plane).run();
+    for (i = 0; i < plane.pixels(); ++i) {
+        if (plane.labels[i] == kUnlabelled) {
+            const int y = static_cast<int>(i / static_cast<std::size_t>(plane.width));
+            const int x = static_cast<int>(i % static_cast<std::size_t>(plane.width));
+            plane.labels[i] = nearest(row(image, y)[x], colours);
+        }
+    }
+    return plane;
+}
+
+LabelPlane reduceBlend(const QImage &image, const std::vector<QRgb> &start,
+                       const std::map<std::string, double> &engineOptions)
+{
+    ZTraceBitmap engine;
+    for (const auto &option : engineOptions)
+        engine.setOption(QString::fromStdString(option.first), option.second);
+    for (QRgb colour : start)
+        engine.currentPalette.append(entryOfColour(colour));
+    {
+        QImage inverted(image);
+        invertTopBits(&inverted);
+        engine.loadImageData(inverted);
+    }
+    engine.colorquantization();
+    const IndexedImage &indexed = engine.indexedImage;
+    if (engine.currentPalette.isEmpty() || indexed.width != image.width()
+        || indexed.height != image.height())
+        throw Failure(kFailed, "no palette of that many colours fits into memory");
+    if (engine.currentPalette.size() >= kUnlabelled)
+        throw Failure(kFailed, "palettes of more than 65534 colours need --raw");
+    LabelPlane plane = emptyPlane(image);
+    for (const QVector<char> &entry : qAsConst(engine.currentPalette))
+        plane.colours.push_back(colourOfEntry(entry));
+    std::size_t i = 0;
+    for (int y = 0; y < plane.height; ++y) {
+        const QVector<int> &indices = indexed.indices.at(y + 1);
+        for (int x = 0; x < plane.width; ++x, ++i)
+            plane.labels[i] = static_cast<uint16_t>(indices.at(x + 1));
+    }
+    return plane;
+}
+
+} // namespace ztrace

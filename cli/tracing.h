@@ -1,0 +1,39 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// From an image to a drawing: reduction, the engine, and what the engine's outlines become.
+#ifndef ZTRACE_CLI_TRACING_H
+#define ZTRACE_CLI_TRACING_H
+
+#include <QImage>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Settings.h"
+#include "drawing/Drawing.h"
+
+namespace ztrace
+{
+
+struct TraceResult {
+    Drawing drawing;
+    std::vector<QRgb> palette;
+    std::vector<std::pair<std::string, double>> seconds; // stages and their times, in order
+    std::map<std::string, double> engine; // the engine's options
+    int threshold = -1; // ink only
+};
+
+// Seeds the engine's random numbers and traces the image as the settings say; what they leave open
+// has a default here. The image is taken over, so that it does not use memory twice. Throws a
+// Failure when the engine cannot hold the image.
+TraceResult traceImage(QImage image, const Settings &settings);
+
+// Lightness that separates ink from paper best: the threshold with the largest variance between
+// the classes, in the middle of those that are equally good. Source: N. Otsu, 1979. An image of one
+// lightness gives 127.
+int otsuThreshold(const QImage &image);
+
+} // namespace ztrace
+
+#endif

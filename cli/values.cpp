@@ -1,0 +1,105 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "values.h"
+
+#include "failure.h"
+
+#include <QColor>
+#include <QString>
+
+#include <charconv>
+#include <cmath>
+
+namespace ztrace
+{
+
+namespace
+{
+
+    [[noreturn]] void refuse(const std::string &setting, const std::string &text,
+                             const std::string &wanted)
+    {
+        throw Failure(kWrongUsage, setting + ": \"" + text + "\" is not " + wanted);
+    }
+
+    bool parseNumber(const std::string &text, double *value)
+    {
+        const char *begin = text.data();
+        const char *end = begin + text.size();
+        if (begin != end && *begin == '+')
+            ++begin;
+        const std::from_chars_result result = std::from_chars(begin, end, *value);
+        // A number beyond the range of doubles is refused like one that is none.
+        return result.ec == std::errc() && result.ptr == end;
+    }
+
+    std::string shortText(double value)
+    {
+        char buffer[32];
+        return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+    }
+
+} // namespace
+
+double anyNumberValue(const std::string &setting, const std::string &text)
+{
+    double value = 0.0;
+    if (!parseNumber(text, &value) || std::isnan(value))
+        refuse(setting, text, "a number");
+    return value;
+}
+
+double numberValue(const std::string &setting, const std::string &text, double least)
+{
+    const double value = anyNumberValue(setting, text);
+    if (!std::isfinite(value))
+        refuse(setting, text, "a finite number");
+    if (value < least)
+        refuse(setting, text, "a number of at least " + shortText(least));
+    return value;
+}
+
+int wholeValue(const std::string &setting, const std::string &text, int least, int greatest)
+{
+    int value = 0;
+    const char *end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, value);
+    if (result.ec != std::errc() || result.ptr != end || value < least || value > greatest) {
+        refuse(setting, text,
+               "a whole number from " + std::to_string(least) + " to " + std::to_string(greatest));
+    }
+    return value;
+}
+
+bool flagValue(const std::string &setting, const std::string &text)
+{
+    if (text == "true")
+        return true;
+    if (text != "false")
+        refuse(setting, text, "true or false");
+    return false;
+}
+
+QRgb colourValue(const std::string &setting, const std::string &text)
+{
+    QString name = QString::fromStdString(text).trimmed();
+    QColor colour(name);
+    if (!colour.isValid())
+        colour = QColor(QLatin1Char('#') + name);
+    if (!colour.isValid())
+        refuse(setting, text, "a colour (such as \"#ff8000\" or \"orange\")");
+    return colour.rgb();
+}
+
+std::size_t wordValue(const std::string &setting, const std::string &text,
+                      const std::vector<std::string> &words)
+{
+    std::string list;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (words[i] == text)
+            return i;
+        list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    }
+    refuse(setting, text, "one of " + list);
+}
+
+} // namespace ztrace

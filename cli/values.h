@@ -1,0 +1,34 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Values of settings from text. Each throws a Failure that names the setting and repeats the text.
+#ifndef ZTRACE_CLI_VALUES_H
+#define ZTRACE_CLI_VALUES_H
+
+#include <QRgb>
+
+#include <string>
+#include <vector>
+
+namespace ztrace
+{
+
+// A finite number of at least `least`; the whole text must be the number.
+double numberValue(const std::string &setting, const std::string &text, double least);
+
+// A number of any size, infinity included, but not not-a-number.
+double anyNumberValue(const std::string &setting, const std::string &text);
+
+int wholeValue(const std::string &setting, const std::string &text, int least, int greatest);
+
+bool flagValue(const std::string &setting, const std::string &text);
+
+// "#rgb", "#rrggbb", with or without "#", or a colour name that the toolkit knows.
+QRgb colourValue(const std::string &setting, const std::string &text);
+
+// Position of the text among the words.
+std::size_t wordValue(const std::string &setting, const std::string &text,
+                      const std::vector<std::string> &words);
+
+} // namespace ztrace
+
+#endif

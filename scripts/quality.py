@@ -1,0 +1,210 @@
+#!/usr/bin/python3
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Measures how good traced drawings are, beside other tools, and prints the table of docs/quality.md.
+
+    scripts/quality.py --ztrace build/release/cli/ztrace IMAGE...
+
+Every drawing is rendered by rsvg-convert and compared with the image. An image of one bit a pixel
+is a row of line art, everything else a row of colour. Other tools run as separate programs where
+they are installed: potrace for line art, vtracer for colour.
+
+agree     share of pixels that are the same as in the image, both split at half lightness
+dE        mean colour error (CIE 1976) over the opaque pixels; `quantiser`: what the imaging
+          library's median cut makes of the same number of colours
+seams     share of the opaque pixels that the drawing covers by less than 98 %
+over      share of the fully transparent pixels that the drawing paints by more than half
+numbers   coordinates written per 1000 boundary edges (a line 2, a quadratic 4, a cubic 6); a
+          boundary edge lies between two pixels of different colour, in the image for line art, in
+          the rendered drawing for colour
+holes     black and white regions of at least 8 pixels: how many of the image's the drawing lacks
+"""
+import argparse
+import ctypes
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import time
+
+import numpy as np
+from PIL import Image
+
+Image.MAX_IMAGE_PIXELS = None
+NUMBERS = {"L": 2, "H": 1, "V": 1, "Q": 4, "T": 2, "C": 6, "S": 4, "A": 7}
+
+
+def run(command):
+    start = time.monotonic()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return time.monotonic() - start
+
+
+def numbers_in(svg):
+    """Coordinates in all paths, those of M left out."""
+    count = 0
+    for path in re.findall(r'\sd="([^"]*)"', open(svg, encoding="utf-8").read()):
+        for command, rest in re.findall(r"([A-Za-z])([^A-Za-z]*)", path):
+            if command.upper() != "M":
+                count += len(re.findall(r"-?(?:\d+\.?\d*|\.\d+)", rest))
+    return count
+
+
+def render(svg, size):
+    with tempfile.NamedTemporaryFile(suffix=".png") as png:
+        run(["rsvg-convert", "--unlimited", "-w", str(size[0]), "-h", str(size[1]), svg, "-o", png.name])
+        return np.array(Image.open(png.name).convert("RGBA"))
+
+
+def on_white(rgba):
+    alpha = rgba[..., 3:].astype(float) / 255
+    return rgba[..., :3] * alpha + 255 * (1 - alpha)
+
+
+def boundary_edges(image):
+    image = image.reshape(image.shape[0], image.shape[1], -1).astype(int)
+    return int((image[:, 1:] != image[:, :-1]).any(-1).sum() + (image[1:] != image[:-1]).any(-1).sum())
+
+
+def lab(rgb):
+    c = rgb / 255.0
+    c = np.where(c > 0.04045, ((c + 0.055) / 1.055) ** 2.4, c / 12.92)
+    xyz = c @ np.array([[0.4124, 0.3576, 0.1805], [0.2126, 0.7152, 0.0722], [0.0193, 0.1192, 0.9505]]).T
+    xyz /= [0.95047, 1.0, 1.08883]
+    f = np.where(xyz > 0.008856, np.cbrt(xyz), 7.787 * xyz + 16 / 116)
+    return np.stack([116 * f[..., 1] - 16, 500 * (f[..., 0] - f[..., 1]), 200 * (f[..., 1] - f[..., 2])], -1)
+
+
+def colour_error(a, b, mask):
+    return float(np.sqrt(((lab(a[mask]) - lab(b[mask])) ** 2).sum(-1)).mean())
+
+
+def library_quantised(rgb, colours):
+    """The image in so many colours by the imaging library's median cut, through files."""
+    lept = ctypes.CDLL("liblept.so.5")
+    for name in ("pixRead", "pixMedianCutQuantGeneral", "pixConvertTo32"):
+        getattr(lept, name).restype = ctypes.c_void_p
+    with tempfile.TemporaryDirectory() as folder:
+        source, target = folder + "/a.png", folder + "/b.png"
+        Image.fromarray(rgb).save(source)
+        pix = ctypes.c_void_p(lept.pixRead(source.encode()))
+        reduced = ctypes.c_void_p(lept.pixMedianCutQuantGeneral(pix, 0, 8, min(max(colours, 2), 256), 5, 1, 0))
+        lept.pixWrite(target.encode(), ctypes.c_void_p(lept.pixConvertTo32(reduced)), 3)
+        return np.array(Image.open(target).convert("RGB"))
+
+
+def regions(bilevel):
+    """Numbered regions of both colours, joined by edges, by repeated spreading of labels."""
+    from scipy import ndimage
+    found = []
+    for value in (True, False):
+        labels, count = ndimage.label(bilevel == value)
+        sizes = ndimage.sum(np.ones_like(labels), labels, range(1, count + 1))
+        found += [(labels, i + 1) for i in range(count) if sizes[i] >= 8]
+    return found
+
+
+def lost_regions(image, drawn):
+    """Regions of the image of which the drawing shows nothing."""
+    try:
+        return sum(1 for value in (True, False) for _ in lost_of(image == value, drawn == value))
+    except ImportError:
+        return -1
+
+
+def lost_of(image, drawn):
+    from scipy import ndimage
+    labels, count = ndimage.label(image)
+    if count == 0:
+        return
+    index = range(1, count + 1)
+    sizes = ndimage.sum(np.ones(labels.shape), labels, index)
+    shown = ndimage.sum(drawn, labels, index)
+    for size, kept in zip(sizes, shown):
+        if size >= 8 and kept == 0:
+            yield size
+
+
+def measure_lineart(image, svg):
+    ink = np.array(image.convert("L")) < 128
+    drawn = on_white(render(svg, image.size)).mean(-1) < 128
+    return {"agree": 100 * (ink == drawn).mean(), "numbers": 1000 * numbers_in(svg) / boundary_edges(ink),
+            "lost": lost_regions(ink, drawn)}
+
+
+def measure_colour(image, svg):
+    source = np.array(image.convert("RGBA"))
+    drawn = render(svg, image.size)
+    opaque = source[..., 3] == 255
+    clear = source[..., 3] == 0
+    return {"dE": colour_error(on_white(source), on_white(drawn), opaque),
+            "seams": 100 * (drawn[..., 3][opaque] < 0.98 * 255).mean() if opaque.any() else 0.0,
+            "over": 100 * (drawn[..., 3][clear] > 127).mean() if clear.any() else 0.0,
+            "numbers": 1000 * numbers_in(svg) / max(1, boundary_edges(drawn))}
+
+
+def colours_of(svg):
+    return len(set(re.findall(r'fill="(#[0-9a-fA-F]{6})"', open(svg, encoding="utf-8").read())))
+
+
+def row(name, tool, values, seconds):
+    text = " | ".join("%s %.3f" % (key, value) if isinstance(value, float) else "%s %d" % (key, value)
+                      for key, value in values.items())
+    print("%-18s %-26s %s | %.2f s" % (name, tool, text, seconds), flush=True)
+
+
+def lineart_rows(args, name, file, image, folder):
+    for options in ([], ["--tolerance", "0.5"]):
+        svg = folder + "/z.svg"
+        seconds = run([args.ztrace, file, "--preset", "lineart", "-o", svg] + options)
+        row(name, " ".join(["ztrace lineart"] + options), measure_lineart(image, svg), seconds)
+    if shutil.which("potrace"):
+        pbm = folder + "/a.pbm"
+        image.convert("1").save(pbm)
+        seconds = run(["potrace", "-s", pbm, "-o", folder + "/p.svg"])
+        row(name, "potrace", measure_lineart(image, folder + "/p.svg"), seconds)
+
+
+def colour_rows(args, name, file, image, folder):
+    rgb = np.array(image.convert("RGB"))
+    mask = np.array(image.convert("RGBA"))[..., 3] == 255
+    for options in args.options or ["", "--preset photo --colors 16"]:
+        svg = folder + "/z.svg"
+        seconds = run([args.ztrace, file, "-o", svg] + options.split())
+        values = measure_colour(image, svg)
+        values["colours"] = colours_of(svg)
+        if mask.any():
+            quantised = library_quantised(on_white(np.array(image.convert("RGBA"))).astype("uint8"), values["colours"])
+            values["quantiser dE"] = colour_error(rgb, quantised, mask)
+        row(name, ("ztrace " + options).strip(), values, seconds)
+    vtracer = args.vtracer or shutil.which("vtracer")
+    if vtracer and not args.no_peers:
+        png = folder + "/a.png"
+        image.save(png)
+        for options in (["--preset", "photo"], ["--preset", "poster"], ["--hierarchical", "cutout"]):
+            seconds = run([vtracer, "--input", png, "--output", folder + "/v.svg"] + options)
+            row(name, " ".join(["vtracer"] + options), measure_colour(image, folder + "/v.svg"), seconds)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("images", nargs="+")
+    parser.add_argument("--ztrace", default="build/release/cli/ztrace")
+    parser.add_argument("--vtracer", help="the program, when it is not in the path")
+    parser.add_argument("--options", action="append", help="options of a colour row; several times")
+    parser.add_argument("--no-peers", action="store_true")
+    args = parser.parse_args()
+    for file in args.images:
+        image = Image.open(file)
+        name = os.path.basename(file)
+        with tempfile.TemporaryDirectory() as folder:
+            if image.mode == "1":
+                lineart_rows(args, name, file, image, folder)
+            else:
+                if image.mode not in ("RGB", "RGBA"):
+                    image = image.convert("RGBA")
+                colour_rows(args, name, file, image, folder)
+
+
+if __name__ == "__main__":
+    main()

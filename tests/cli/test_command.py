@@ -1,0 +1,234 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""The command line: what it writes, and how it fails."""
+import os
+import re
+import unittest
+
+from support import BLACK, CLEAR, RED, WHITE, CommandTest, area, paths, png, ring, square
+
+HALF = (0, 0, 255, 128)
+
+
+class Writing(CommandTest):
+    def test_without_output_the_ending_is_replaced(self):
+        self.write("a.b.png", ring(RED, WHITE, WHITE))
+        self.run_program("a.b.png")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.b.png", "a.b.svg"])
+
+    def test_says_nothing(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        result = self.run_program("a.png")
+        self.assertEqual((result.stdout, result.stderr), (b"", b""))
+
+    def test_pipe_to_pipe(self):
+        data = ring(RED, WHITE, WHITE)
+        self.write("a.png", data)
+        self.run_program("a.png", "-o", "a.svg")
+        piped = self.run_program("-", stdin=data)
+        named = self.run_program("-", "-o", "-", stdin=data)
+        self.assertEqual(piped.stdout, self.read("a.svg"))
+        self.assertEqual(named.stdout, piped.stdout)
+
+    def test_several_outputs(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.run_program("a.png", "-o", "b.svg", "-o", "c.svg")
+        self.assertEqual(self.read("b.svg"), self.read("c.svg"))
+
+    def test_contents_tell_the_format(self):
+        self.write("a.jpg", ring(RED, WHITE, WHITE))
+        self.run_program("a.jpg", "-o", "a.svg")
+
+    def test_bytes_of_file_names_are_kept(self):
+        name = os.path.join(os.fsencode(self.folder), b"\xff\xe4.png")
+        with open(name, "wb") as file:
+            file.write(ring(RED, WHITE, WHITE))
+        self.run_program(name)
+        self.assertTrue(os.path.exists(name[:-4] + b".svg"))
+
+    def test_same_input_gives_same_bytes(self):
+        image = self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, (x * y) % 256, 255)))
+        for preset in "lineart", "logo", "poster", "photo":
+            first = self.run_program(image, "-o", "-", "-p", preset).stdout
+            self.assertEqual(first, self.run_program(image, "-o", "-", "-p", preset).stdout)
+
+    def test_image_is_not_turned_without_need(self):
+        self.write("a.png", png(30, 10, lambda x, y: BLACK if x < 10 else WHITE))
+        svg = self.run_program("a.png", "-o", "-").stdout
+        self.assertIn(b'width="30" height="10" viewBox="0 0 30 10"', svg)
+
+
+class Colours(CommandTest):
+    def fills(self, *arguments):
+        return [fill for fill, _, _ in paths(self.run_program(*arguments, "-o", "-").stdout)]
+
+    def test_flat_colours_come_back(self):
+        self.write("a.png", ring((200, 30, 40, 255), (10, 90, 250, 255), (250, 240, 10, 255)))
+        self.assertEqual(self.fills("a.png", "-p", "logo"), ["#faf00a", "#c81e28", "#0a5afa"])
+
+    def test_lineart_paints_paper_ink_paper(self):
+        self.write("a.png", ring((60, 40, 20, 255), (230, 230, 200, 255), CLEAR))
+        self.assertEqual(self.fills("a.png", "-p", "lineart"), ["#ffffff", "#000000", "#ffffff"])
+
+    def test_threshold_decides_what_is_ink(self):
+        self.write("a.png", ring((60, 60, 60, 255), (120, 120, 120, 255), WHITE))
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "59")), 1)
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "60")), 3)
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "120")), 2)
+
+    def test_transparent_hole_is_cut_out(self):
+        self.write("a.png", ring(RED, CLEAR, CLEAR))
+        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        self.assertEqual(len(found), 1)
+        areas = [abs(a) for a in area(found[0][2])]
+        self.assertEqual(len(areas), 2)
+        self.assertAlmostEqual(areas[0], 900, delta=35)
+        self.assertAlmostEqual(areas[1], 100, delta=10)
+        self.assertIn(b'fill-rule="evenodd"', self.run_program("a.png", "-o", "-").stdout)
+
+    def test_half_transparent_region_is_cut_out_and_painted(self):
+        self.write("a.png", ring(RED, HALF, WHITE))
+        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        self.assertEqual([(fill, opacity) for fill, opacity, _ in found],
+                         [("#ffffff", None), ("#ff0000", None), ("#0000ff", "0.502")])
+        self.assertEqual([len(area(d)) for _, _, d in found], [2, 2, 1])
+
+    def test_island_in_a_hole_is_not_cut_twice(self):
+        def pixel(x, y):
+            if square(x, y, 30, 30, 10):
+                return CLEAR
+            if square(x, y, 20, 20, 30):
+                return RED
+            if square(x, y, 10, 10, 50):
+                return CLEAR
+            return WHITE
+        self.write("a.png", png(70, 70, pixel))
+        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        self.assertEqual([fill for fill, _, _ in found], ["#ffffff", "#ff0000"])
+        self.assertEqual([len(area(d)) for _, _, d in found], [2, 2])
+
+    def test_outline_strokes(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        svg = self.run_program("a.png", "-o", "-", "--outline", "--stroke-width", "2.5").stdout
+        self.assertEqual({fill for fill, _, _ in paths(svg)}, {"none"})
+        self.assertIn(b'stroke="#ff0000" stroke-width="2.5"', svg)
+
+    def test_seed_changes_a_sampled_palette(self):
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
+        raw = ["a.png", "--raw", "--set", "monochrome=0", "-o", "-"]
+        one = self.run_program(*raw).stdout
+        self.assertEqual(one, self.run_program(*raw, "--seed", "1").stdout)
+        self.assertNotEqual(one, self.run_program(*raw, "--seed", "2").stdout)
+
+
+class Options(CommandTest):
+    NAMES = ("monochrome numberofcolors mincolorratio colorquantcycles colorsampling blurradius blurdelta "
+             "pathomit ltres qtres alphathreshold brightnessthreshold").split()
+
+    def test_every_engine_option_can_be_set(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        for name in self.NAMES:
+            out = self.run_program("a.png", "--raw", "--set", name + "=2", "--stats").stdout.decode()
+            self.assertIn(" %s=2" % name, out)
+
+    def test_statistics(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        out = self.run_program("a.png", "--stats").stdout.decode()
+        self.assertRegex(out, r"image +40 x 40 pixels\n")
+        self.assertRegex(out, r"palette +2 colours: #")
+        self.assertRegex(out, r"outlines +3\nsegments +\d+ \(\d+ lines, \d+ curves\)\n")
+        self.assertRegex(out, r"times .*trace [\d.]+ s")
+
+    def test_statistics_stay_out_of_a_piped_drawing(self):
+        result = self.run_program("-", "--stats", stdin=ring(RED, WHITE, WHITE))
+        self.assertTrue(result.stdout.startswith(b"<?xml"))
+        self.assertIn(b"outlines", result.stderr)
+
+    def test_version_and_help(self):
+        self.assertRegex(self.run_program("--version").stdout.decode(), r"^ztrace \d+\.\d+\.\d+\n$")
+        text = self.run_program("--help").stdout.decode()
+        for word in self.NAMES + ["Exit codes", "--seed", "--preset"]:
+            self.assertIn(word, text)
+
+
+class Failing(CommandTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_wrong_usage(self):
+        for arguments, words in [
+                ((), "no input"),
+                (("a.png", "b.png"), "b.png"),
+                (("a.png", "--bogus"), "--bogus"),
+                (("a.png", "--set", "foo=1"), '"foo"'),
+                (("a.png", "--set", "ltres"), "name=value"),
+                (("a.png", "--set", "ltres=abc"), '"abc" is not a number'),
+                (("a.png", "--set", "ltres=1x"), '"1x" is not a number'),
+                (("a.png", "--set", "ltres="), '"" is not a number'),
+                (("a.png", "--set", "ltres=nan"), '"nan" is not a number'),
+                (("a.png", "--seed", "x"), '"x" is not a whole number'),
+                (("a.png", "--seed", "1", "--seed", "2"), "more than once"),
+                (("a.png", "--tolerance", "-1"), "at least 0"),
+                (("a.png", "--tolerance", "inf"), "finite"),
+                (("a.png", "--colors", "0"), "from 1 to"),
+                (("a.png", "--threshold", "256"), "from 0 to 255"),
+                (("a.png", "--preset", "none"), "lineart, logo"),
+                (("a.png", "-o", "a.png"), "overwrite")]:
+            with self.subTest(arguments):
+                self.assert_refused(*arguments, code=2, words=words)
+
+    def test_unreadable_input(self):
+        self.write("empty.png", b"")
+        self.write("text.png", b"hello\n")
+        self.write("cut.png", png(99, 99, lambda x, y: (x, y, x * y % 251, 255))[:2000])
+        os.mkdir(self.path("folder.png"))
+        for name, words in [("none.png", "No such file"), ("empty.png", "the file is empty"),
+                            ("text.png", "not an image"), ("cut.png", "the image is damaged or incomplete"),
+                            ("folder.png", "is a folder")]:
+            with self.subTest(name):
+                self.assert_refused(name, "-o", "out.svg", code=1, words=name + ": " + words)
+
+    def test_empty_standard_input(self):
+        self.assert_refused("-", code=1, words="standard input: is empty")
+
+    def test_unwritable_output(self):
+        os.mkdir(self.path("folder"))
+        for name, words in [("none/a.svg", "No such file"), ("folder", "it is a folder"),
+                            ("/dev/full", "No space left")]:
+            with self.subTest(name):
+                self.assert_refused("a.png", "-o", name, code=1, words=name + ": " + words)
+
+    def test_palette_that_cannot_be_made(self):
+        for arguments in (["--raw"], ["-p", "photo"]):
+            self.assert_refused("a.png", *arguments, "--set", "numberofcolors=1e300", code=1,
+                                words="no palette of that many colours")
+
+    def test_failure_keeps_the_old_file(self):
+        self.write("out.svg", b"old")
+        self.write("cut.png", png(99, 99, lambda x, y: (x, y, 0, 255))[:300])
+        self.run_program("cut.png", "-o", "out.svg", code=1)
+        self.assertEqual(self.read("out.svg"), b"old")
+
+
+class Sizes(CommandTest):
+    def test_one_pixel(self):
+        for preset in "lineart", "logo", "poster", "photo":
+            self.write("a.png", png(1, 1, lambda x, y: RED))
+            svg = self.run_program("a.png", "-p", preset, "-o", "-").stdout
+            self.assertIn(b'viewBox="0 0 1 1"', svg)
+
+    def test_one_row_and_one_column(self):
+        for width, height in (1, 50), (50, 1), (2, 2):
+            self.write("a.png", png(width, height, lambda x, y: RED if (x + y) % 9 < 4 else WHITE))
+            for preset in "lineart", "logo", "poster", "photo":
+                self.run_program("a.png", "-p", preset, "-o", "-")
+
+    def test_bilevel_and_grey_files(self):
+        self.write("a.pbm", b"P4 8 8\n" + bytes([0] + [0x7E] * 6 + [0]))
+        self.assertEqual(len(paths(self.run_program("a.pbm", "-p", "lineart", "-o", "-").stdout)), 2)
+        self.write("a.pgm", b"P5 20 20 65535\n" + b"".join(bytes([y * 12, 0]) for y in range(20) for _ in range(20)))
+        self.run_program("a.pgm", "-p", "photo", "-o", "-")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,144 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// From images to few colours: thresholds, palettes, edges.
+#include "cli/colour.h"
+#include "cli/palette.h"
+#include "cli/reduce.h"
+#include "cli/tracing.h"
+
+#include <QTest>
+
+using namespace ztrace;
+
+namespace
+{
+
+const QRgb kRed = 0xFFE02020u;
+const QRgb kBlue = 0xFF2020E0u;
+
+// Halves of two colours with a column of their mean between them.
+QImage softEdge(QRgb left, QRgb right, QRgb between)
+{
+    QImage image(21, 12, QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, x < 10 ? left : x > 10 ? right : between);
+    }
+    return image;
+}
+
+QImage greys(std::initializer_list<int> values)
+{
+    QImage image(static_cast<int>(values.size()), 1, QImage::Format_ARGB32);
+    int x = 0;
+    for (int value : values)
+        image.setPixel(x++, 0, qRgb(value, value, value));
+    return image;
+}
+
+} // namespace
+
+class tst_Reduce : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void otsuTakesTheMiddleOfTheGap()
+    {
+        QCOMPARE(otsuThreshold(greys({ 0, 0, 0, 255, 255 })), 127);
+        QCOMPARE(otsuThreshold(greys({ 10, 20, 200, 210 })), (20 + 199) / 2);
+    }
+
+    void otsuOfOneLightness()
+    {
+        QCOMPARE(otsuThreshold(greys({ 255, 255 })), 127);
+        QCOMPARE(otsuThreshold(greys({ 0 })), 127);
+    }
+
+    void flatColoursAreExactAndEdgesLeaveNone()
+    {
+        const QImage image = softEdge(kRed, kBlue, 0xFF802080u);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { kRed, kBlue }));
+    }
+
+    void edgePixelsGoToOneOfTheSides()
+    {
+        // The mean of the two is exactly a third colour of the palette, which is not beside it.
+        const QImage image = softEdge(kRed, kBlue, 0xFF812081u);
+        const LabelPlane plane = reduceFlat(image, { kRed, kBlue, 0xFF802080u });
+        for (uint16_t label : plane.labels)
+            QVERIFY(label < 2);
+    }
+
+    void rareColourFarFromAllOthersIsKept()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32);
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, qRgb(0, 60 + y / 4 * 3, 255)); // a sky in 50 blues
+        }
+        for (int y = 100; y < 110; ++y) {
+            for (int x = 100; x < 110; ++x)
+                image.setPixel(x, y, kRed);
+        }
+        const std::vector<QRgb> palette = flatPalette(image, 6);
+        QVERIFY(std::find(palette.begin(), palette.end(), kRed) != palette.end());
+        QCOMPARE(palette.size(), std::size_t(6));
+    }
+
+    void transparencyIsAnEntryOfItsOwn()
+    {
+        QImage image = softEdge(0x00FFFFFFu, kBlue, 0x802020E0u);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { kBlue, 0u }));
+        const LabelPlane plane = reduceFlat(image, palette);
+        QCOMPARE(int(plane.labels.front()), 1);
+        QCOMPARE(int(plane.labels.back()), 0);
+    }
+
+    void settledAlphaKeepsAreasAndGivesEdgesAway()
+    {
+        QImage image(30, 30, QImage::Format_ARGB32);
+        image.fill(0x60FF0000u);
+        image.setPixel(3, 3, 0xC0FF0000u);
+        image.setPixel(9, 9, 0x10FF0000u);
+        settleAlpha(&image);
+        QCOMPARE(image.pixel(0, 0), 0x60FF0000u);
+        QCOMPARE(image.pixel(3, 3), 0xFFFF0000u);
+        QCOMPARE(image.pixel(9, 9), 0u);
+    }
+
+    void medianPaletteOfOneColour()
+    {
+        const QImage image = softEdge(kRed, kRed, kRed);
+        QCOMPARE(medianPalette(image, 1), std::vector<QRgb> { kRed });
+        QVERIFY(!medianPalette(image, 300).empty());
+    }
+
+    void blendKeepsTheOrderOfChannelValues()
+    {
+        // Without the inverted top bits 120 and 140 would be far apart for the engine.
+        const QImage image
+            = softEdge(qRgb(120, 120, 120), qRgb(250, 250, 250), qRgb(140, 140, 140));
+        const LabelPlane plane = reduceBlend(image, { qRgb(130, 130, 130), qRgb(240, 240, 240) },
+                                             { { "monochrome", 0 },
+                                               { "mincolorratio", 0 },
+                                               { "blurradius", 0 },
+                                               { "colorquantcycles", 3 } });
+        QCOMPARE(int(plane.labels[10]), 0);
+        QCOMPARE(plane.colours[1], qRgb(250, 250, 250));
+        QCOMPARE(qRed(plane.colours[0]), (10 * 120 + 140) / 11);
+    }
+
+    void entriesAndColoursMatch()
+    {
+        for (QRgb colour : { 0xFF000000u, 0xFFFFFFFFu, 0x80123456u, 0xFF7F80FFu })
+            QCOMPARE(colourOfEntry(entryOfColour(colour)), colour);
+        QCOMPARE(qAlpha(colourOfEntry(entryOfColour(0xFA000000u))), 255);
+        QCOMPARE(qAlpha(colourOfEntry(entryOfColour(0x05000000u))), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Reduce)
+#include "tst_reduce.moc"
