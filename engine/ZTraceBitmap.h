@@ -117,6 +117,7 @@ public:
 private:
     double option(const char *name);
     int integerOption(const char *name);
+    static bool canHold(const QImage &image);
     QList<ZPolyline> traceStages(const QImage &image);
     void forgetImage();
     void loadReduced(const QImage &image);

@@ -13,6 +13,7 @@
 
 #include <climits>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -21,12 +22,6 @@ bool hasColourWords(const QImage &image)
 {
     return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32
         || image.format() == QImage::Format_ARGB32_Premultiplied;
-}
-
-// imageData holds at most what one container can: INT_MAX bytes less the container's own header.
-bool fitsOneContainer(int width, int height)
-{
-    return 4LL * width * height <= INT_MAX - 64;
 }
 
 // A word 0xAARRGGBB as the four bytes R, G, B, A.
@@ -112,25 +107,37 @@ void announceLoading()
 
 } // namespace
 
+// imageData holds at most what one container can: INT_MAX bytes less the container's own header.
+bool ZTraceBitmap::canHold(const QImage &image)
+{
+    return 4LL * image.width() * image.height() <= INT_MAX - 64;
+}
+
 void ZTraceBitmap::preprocess(QImage &image)
 {
     if (!(option("monochrome") > 0.0))
         return;
     const int alphaLimit = integerOption("alphathreshold");
     ztrace::Reduction reduction(alphaLimit, integerOption("brightnessthreshold"));
-    if (!hasColourWords(image) && !image.isNull())
-        image = image.convertToFormat(QImage::Format_ARGB32);
+    if (!hasColourWords(image) && !image.isNull()) {
+        const QImage converted = image.convertToFormat(QImage::Format_ARGB32);
+        if (converted.isNull())
+            return; // memory ran out: the caller's image is worth more than the answer
+        image = converted;
+    }
     const int width = image.width();
     const int height = image.height();
     for (int y = 0; y < height; ++y) {
         QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
+        if (!words)
+            return; // no memory for a copy of a shared image
         reduction.reduceRow(words, words, width);
     }
 }
 
 void ZTraceBitmap::loadImageData(const QImage &image)
 {
-    if (!fitsOneContainer(image.width(), image.height())) {
+    if (!canHold(image)) {
         forgetImage();
         return;
     }
@@ -148,7 +155,7 @@ void ZTraceBitmap::loadImageData(const QString &fileName)
 // What preprocess of a copy and then loadImageData of it give, in one pass and without the copy.
 void ZTraceBitmap::loadReduced(const QImage &image)
 {
-    if (!(option("monochrome") > 0.0) || !fitsOneContainer(image.width(), image.height())) {
+    if (!(option("monochrome") > 0.0)) {
         loadImageData(image);
         return;
     }
@@ -157,6 +164,8 @@ void ZTraceBitmap::loadReduced(const QImage &image)
     const QImage source = hasColourWords(image) || image.isNull()
         ? image
         : image.convertToFormat(QImage::Format_ARGB32);
+    if (source.size() != image.size())
+        throw std::bad_alloc(); // the conversion found no memory; trace() answers for it
     const int width = source.width();
     GrowingImage target(width, source.height());
     QVector<QRgb> reduced(width);

@@ -2,6 +2,7 @@
 #include "reduction.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ztrace {
 
@@ -34,29 +35,35 @@ QRgb Reduction::reduced(QRgb word)
 
 void Reduction::reduceRow(const QRgb *source, QRgb *target, int width)
 {
-    // Neighbours are often equal, in scans nearly always: eight at a time when they are.
+    // Scans have two words, in runs: the last two are remembered, and runs are taken by eights.
     const int kRun = 8;
     QRgb last = 0;
     QRgb lastReduced = reduced(last);
+    QRgb previous = last;
+    QRgb previousReduced = lastReduced;
     int x = 0;
     while (x < width) {
-        const int end = std::min(x + kRun, width);
         QRgb difference = 0;
-        if (end == x + kRun) {
+        if (x + kRun <= width) {
             for (int i = 0; i < kRun; ++i)
                 difference |= source[x + i] ^ last;
+            if (difference == 0) {
+                for (int i = 0; i < kRun; ++i)
+                    target[x + i] = lastReduced;
+                x += kRun;
+                continue;
+            }
         }
-        if (end == x + kRun && difference == 0) {
-            for (int i = 0; i < kRun; ++i)
-                target[x + i] = lastReduced;
-            x = end;
-            continue;
-        }
+        const int end = std::min(x + kRun, width);
         for (; x < end; ++x) {
             const QRgb word = source[x];
             if (word != last) {
-                last = word;
-                lastReduced = reduced(word);
+                std::swap(last, previous);
+                std::swap(lastReduced, previousReduced);
+                if (word != last) {
+                    last = word;
+                    lastReduced = reduced(word);
+                }
             }
             target[x] = lastReduced;
         }

@@ -35,6 +35,10 @@ QList<ZPolyline> ZTraceBitmap::trace(const QString &fileName)
 
 QList<ZPolyline> ZTraceBitmap::traceStages(const QImage &image)
 {
+    if (!canHold(image)) {
+        forgetImage();
+        return QList<ZPolyline>();
+    }
     loadReduced(image);
     ztrace::IndexPlane plane;
     quantize(&plane);

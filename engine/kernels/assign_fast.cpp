@@ -54,11 +54,6 @@ private:
 void assignFast(const PixelView &image, const std::vector<signed char> &palette,
                 std::vector<ColourSum> *sums, IndexPlane *plane)
 {
-    // A position in the candidate list has 16 bits; a palette that large is the plain form's.
-    if (palette.size() / kChannels >= 0xFFFF) {
-        assignPlain(image, palette, sums, plane);
-        return;
-    }
     TileScratch scratch(palette);
     TileJob job = TileJob();
     job.pixels = reinterpret_cast<const unsigned char *>(image.pixels);
