@@ -120,6 +120,7 @@ private:
     static bool canHold(const QImage &image);
     QList<ZPolyline> traceStages(const QImage &image);
     void forgetImage();
+    bool hasPixels() const;
     void loadReduced(const QImage &image);
     void takeImageData(int width, int height, QVector<char> *data);
     void makeStartPalette();

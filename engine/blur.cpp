@@ -20,7 +20,7 @@ const int kLargestLimit = 1024;
 void ZTraceBitmap::blur(float radius, float delta)
 {
     const int wanted = ztrace::floorToInt(double(radius));
-    if (wanted < 1 || imageData.isEmpty())
+    if (wanted < 1 || !hasPixels())
         return;
     const int limit = std::min(ztrace::truncateToInt(std::fabs(double(delta))), kLargestLimit);
     const int used = std::min(wanted, int(ztrace::kLargestBlurRadius));

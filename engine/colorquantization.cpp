@@ -84,12 +84,13 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
     if (radius > 0.0)
         blur(static_cast<float>(radius), static_cast<float>(option("blurdelta")));
 
-    plane->resize(imageWidth, imageHeight, currentPalette.size());
+    plane->resize(qMax(imageWidth, 0), qMax(imageHeight, 0), currentPalette.size());
     if (currentPalette.isEmpty())
         return; // there is no entry to assign to: every index stays 0
 
-    const ztrace::PixelView image
-        = { reinterpret_cast<const signed char *>(imageData.constData()), imageWidth, imageHeight };
+    const bool any = hasPixels();
+    const ztrace::PixelView image = { reinterpret_cast<const signed char *>(imageData.constData()),
+                                      any ? imageWidth : 0, any ? imageHeight : 0 };
     const int pixels = ztrace::wrappingProduct(imageWidth, imageHeight);
     std::vector<ztrace::ColourSum> sums;
     std::vector<signed char> assigned;

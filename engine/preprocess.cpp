@@ -185,6 +185,12 @@ void ZTraceBitmap::takeImageData(int width, int height, QVector<char> *data)
     imageData.swap(*data);
 }
 
+// False for an empty image, and where a caller left the members at odds with each other.
+bool ZTraceBitmap::hasPixels() const
+{
+    return imageWidth > 0 && imageHeight > 0 && imageData.size() >= 4LL * imageWidth * imageHeight;
+}
+
 void ZTraceBitmap::forgetImage()
 {
     imageWidth = 0;

@@ -22,8 +22,9 @@ enum Mark : uint8_t {
     kInnerCorner = 2  // from the right downwards, around the lower right pixel as a hole
 };
 
-const int kStepX[4] = { 1, 0, -1, 0 };
-const int kStepY[4] = { 0, -1, 0, 1 };
+// Half an edge; all coordinates are whole or half numbers, exact as doubles.
+const double kHalfStepX[4] = { 0.5, 0.0, -0.5, 0.0 };
+const double kHalfStepY[4] = { 0.0, -0.5, 0.0, 0.5 };
 
 // Direction of the step between the midpoints of two successive edges: [heading][next heading].
 // The turns back (right to left, up to down) do not occur.
@@ -155,26 +156,26 @@ private:
         if ((kinds & kOuterCorner) && !(marks[node] & kOuterCorner)) {
             const Cell entry = cells[node];
             path.clear();
-            walk<true>(node, kRight, 2 * x, 2 * y, entry);
+            walk<true>(node, kRight, x, y, entry);
             if (!(shortest > static_cast<float>(path.size())))
                 sink(static_cast<int>(entry), path.view());
         }
         // Of a hole only the marks are of use: it has no outline of its own.
         if ((kinds & kInnerCorner) && !(marks[node] & kInnerCorner))
-            walk<false>(node, kDown, 2 * x, 2 * y, cells[node - stride]);
+            walk<false>(node, kDown, x, y, cells[node - stride]);
     }
 
     // Walks one outline of entry v from a node, leaving it in a heading, until it is back, and with
-    // Keep appends the internodes. Coordinates are doubled, so that midpoints are whole.
+    // Keep appends the internodes.
     template<bool Keep>
-    void walk(ptrdiff_t start, int heading, int doubledX, int doubledY, Cell v)
+    void walk(ptrdiff_t start, int heading, double x, double y, Cell v)
     {
         ptrdiff_t node = start;
         do {
-            const int midX = doubledX + kStepX[heading];
-            const int midY = doubledY + kStepY[heading];
-            doubledX = midX + kStepX[heading];
-            doubledY = midY + kStepY[heading];
+            const double midX = x + kHalfStepX[heading];
+            const double midY = y + kHalfStepY[heading];
+            x = midX + kHalfStepX[heading];
+            y = midY + kHalfStepY[heading];
             node += step[heading];
             // A pixel of v ahead on the left turns the walk left, also where the two pixels of
             // the entry touch only at the corner; none ahead at all turns it right.
@@ -189,7 +190,7 @@ private:
                     marks[node] |= kOuterCorner;
             }
             if (Keep)
-                path.append(midX * 0.5, midY * 0.5, kStepDirection[heading][next]);
+                path.append(midX, midY, kStepDirection[heading][next]);
             heading = next;
         } while (node != start);
     }
