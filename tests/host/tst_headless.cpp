@@ -49,6 +49,7 @@ private slots:
     void quitEndsAtOnce();
     void includeIsRelativeAndGlobal();
     void debugLinesOnRequest();
+    void runsAreRepeatable();
 
 private:
     QString write(const QString &name, const QString &text);
@@ -134,6 +135,9 @@ void tst_Headless::wrongUsage_data()
     QTest::newRow("unknown option") << QStringList("--plugin") << "cannot make sense of --plugin";
     QTest::newRow("option without value") << QStringList("--plugins")
                                           << "cannot make sense of --plugins";
+    QTest::newRow("seed that is no number") << (QStringList() << "--seed" << "x" << "a.js")
+                                            << "no seed: x";
+    QTest::newRow("negative seed") << (QStringList() << "--seed=-1" << "a.js") << "no seed: -1";
     QTest::newRow("folder alone") << (QStringList() << "--plugins" << ".") << "no script given";
 }
 
@@ -152,7 +156,7 @@ void tst_Headless::helpAndVersion()
 {
     const Run help = run(QStringList("--help"));
     QCOMPARE(help.code, 0);
-    QVERIFY(help.out.startsWith("Usage: zelvora-headless [--plugins DIR] SCRIPT.js [ARGS...]\n"));
+    QVERIFY(help.out.startsWith("Usage: zelvora-headless [OPTIONS] SCRIPT.js [ARGS...]\n"));
     QCOMPARE(help.err, QString());
     const Run version = run(QStringList("--version"));
     QCOMPARE(version.code, 0);
@@ -346,6 +350,25 @@ void tst_Headless::debugLinesOnRequest()
     const Run r = run(QStringList() << "--verbose" << "--plugins" << plugins << script);
     QCOMPARE(r.err.count("tuples:"), 16);
     QCOMPARE(r.err.count("lines:"), 1);
+}
+
+// A random start palette from a picture of many colours tells seeds apart.
+void tst_Headless::runsAreRepeatable()
+{
+    const QString script = write("script.js",
+        "var img = new QImage(48, 48);"
+        "for (var y = 0; y < 48; ++y) for (var x = 0; x < 48; ++x)"
+        " img.setPixel(x, y, 0xff000000 + x * 5 * 65536 + y * 5 * 256 + ((x * y) & 255));"
+        "var t = new ZTraceBitmap(); t.setOption('monochrome', 0);"
+        "t.trace(img).forEach(function(p) { print(p, p.getLength()); }); t.destroy();");
+    const QStringList base = QStringList() << "--plugins" << plugins;
+    const Run one = run(QStringList(base) << script);
+    QVERIFY(!one.out.isEmpty());
+    QCOMPARE(run(QStringList(base) << script).out, one.out);
+    QCOMPARE(run(QStringList(base) << "--seed" << "1" << script).out, one.out);
+    const Run two = run(QStringList(base) << "--seed=2" << script);
+    QCOMPARE(run(QStringList(base) << "--seed" << "2" << script).out, two.out);
+    QVERIFY(two.out != one.out);
 }
 
 QTEST_GUILESS_MAIN(tst_Headless)
