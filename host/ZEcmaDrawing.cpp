@@ -88,9 +88,9 @@ QScriptValue save(QScriptContext *context, QScriptEngine *engine)
     QString error;
     if (saveDrawing(self->drawing, context->argument(0).toString(), &error))
         return engine->undefinedValue();
-    return raise(QString::fromLatin1("ZDrawing.save(): %1: %2")
-                     .arg(context->argument(0).toString(), error),
-                 context);
+    return raise(
+        QString::fromLatin1("ZDrawing.save(): %1: %2").arg(context->argument(0).toString(), error),
+        context);
 }
 
 QScriptValue getClassName(QScriptContext *, QScriptEngine *)

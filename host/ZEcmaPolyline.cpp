@@ -35,8 +35,7 @@ const ZPolyline *polylineAndPiece(const char *method, QScriptContext *context, i
     *index = integerArgument(context, 0);
     if (*index >= 0 && *index < self->countPieces())
         return self;
-    raise(QString::fromLatin1("ZPolyline.%1(): There is no such piece.")
-              .arg(QLatin1String(method)),
+    raise(QString::fromLatin1("ZPolyline.%1(): There is no such piece.").arg(QLatin1String(method)),
           context);
     return 0;
 }

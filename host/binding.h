@@ -47,7 +47,7 @@ QScriptValue pointToScript(const ZVector &point, QScriptEngine *engine);
 
 // A prototype with its methods, made the engine's default for T and T*. It holds no T of its own:
 // whatever inherits from it alone leads to none.
-template <class T>
+template<class T>
 QScriptValue makePrototype(QScriptEngine &engine, const Method *methods, int count)
 {
     QScriptValue proto = engine.newVariant(QVariant::fromValue(static_cast<T *>(0)));
@@ -63,7 +63,7 @@ void installConstructor(QScriptEngine &engine, const char *name, NativeFunction 
                         const QScriptValue &proto);
 
 // The T of the context's `this`; null, with an error raised, when there is none.
-template <class T>
+template<class T>
 T *selfOf(const char *className, const char *method, QScriptContext *context)
 {
     T *self = ZEcmaHelper::scriptValueTo<T>(context->thisObject());

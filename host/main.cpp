@@ -10,17 +10,19 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
 enum ExitCode { kOk = 0, kWrongUsage = 2, kNoScript = 3, kScriptError = 5, kNoPlugins = 6 };
 
 const char kUsage[]
-    = "Usage: zelvora-headless [--plugins DIR] SCRIPT.js [ARGS...]\n"
+    = "Usage: zelvora-headless [OPTIONS] SCRIPT.js [ARGS...]\n"
       "\n"
       "Runs a script with the plug-ins of a folder, as the application would load them.\n"
       "\n"
       "  --plugins DIR   folder of plug-ins; without it, the one of the installation\n"
+      "  --seed N        seeds the C library's random numbers before the script; 1 when not given\n"
       "  --verbose       shows the debug lines of the plug-ins\n"
       "  --version       prints the version\n"
       "  --help          prints this text\n"
@@ -33,6 +35,7 @@ struct Arguments
     QString pluginFolder;
     QString script;
     QStringList scriptArguments;
+    uint seed = 1;
     bool verbose = false;
     bool wantsHelp = false;
     bool wantsVersion = false;
@@ -42,6 +45,14 @@ struct Arguments
 void complain(const QString &text)
 {
     std::fprintf(stderr, "zelvora-headless: %s\n", qPrintable(text));
+}
+
+// Nothing, or what is wrong with the text as a seed.
+QString seedError(const QString &text, uint *seed)
+{
+    bool isNumber = false;
+    *seed = text.toUInt(&isNumber);
+    return isNumber ? QString() : QString::fromLatin1("no seed: %1").arg(text);
 }
 
 Arguments parse(const QStringList &words)
@@ -54,6 +65,10 @@ Arguments parse(const QStringList &words)
             result.pluginFolder = words.at(++i);
         else if (word.startsWith(QLatin1String("--plugins=")))
             result.pluginFolder = word.mid(10);
+        else if (word == QLatin1String("--seed") && i + 1 < words.size())
+            result.error += seedError(words.at(++i), &result.seed);
+        else if (word.startsWith(QLatin1String("--seed=")))
+            result.error += seedError(word.mid(7), &result.seed);
         else if (word == QLatin1String("--verbose"))
             result.verbose = true;
         else if (word == QLatin1String("--help"))
@@ -84,6 +99,8 @@ int runScript(const Arguments &arguments)
     // The engine goes before the plug-ins whose classes it holds.
     zelvora::ScriptWorld world(arguments.scriptArguments);
     plugins.extend(world.engine());
+    // The script engine has seeded the generator from the clock; runs are to be repeatable.
+    std::srand(arguments.seed);
     QString error;
     if (!world.run(arguments.script, &error)) {
         complain(QString::fromLatin1("cannot read the script %1: %2").arg(arguments.script, error));

@@ -47,6 +47,7 @@ bool zelvora::saveDrawing(const Drawing &drawing, const QString &fileName, QStri
         }
         known.append(QLatin1String(format.ending));
     }
-    *error = QString::fromLatin1("a drawing is saved as one of: ") + known.join(QLatin1String(", "));
+    *error
+        = QString::fromLatin1("a drawing is saved as one of: ") + known.join(QLatin1String(", "));
     return false;
 }

@@ -1,9 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "ZPluginBase.h"
 
-ZPluginBase::ZPluginBase(const QString &id, const QString &text) : pluginId(id), pluginText(text)
-{
-}
+ZPluginBase::ZPluginBase(const QString &id, const QString &text)
+    : pluginId(id), pluginText(text) { }
 
 ZPluginBase::~ZPluginBase() { }
 

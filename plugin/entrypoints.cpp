@@ -8,11 +8,13 @@
 #include <QtGlobal>
 
 // A section of its own that holds nothing else; `used` keeps it through every optimisation.
+// clang-format off: one line of the text a line
 static const char kVerificationText[] __attribute__((section(".qtplugin"), used))
     = "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
       "version=4.8.4\n"
       "debug=false\n"
       "buildkey=x86_64 linux g++-4 full-config";
+// clang-format on
 
 extern "C" Q_DECL_EXPORT const char *qt_plugin_query_verification_data();
 

@@ -16,7 +16,7 @@ namespace {
 
 // One method of the prototype. Headers of the host differ in whether they take the engine by
 // reference or by pointer; the overload that compiles is taken, the reference first.
-template <class Helper>
+template<class Helper>
 auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
                     QScriptEngine::FunctionSignature function, const char *name, int)
     -> decltype(Helper::registerFunction(engine, proto, function, name))
@@ -24,7 +24,7 @@ auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
     return Helper::registerFunction(engine, proto, function, name);
 }
 
-template <class Helper>
+template<class Helper>
 auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
                     QScriptEngine::FunctionSignature function, const char *name, long)
     -> decltype(Helper::registerFunction(&engine, proto, function, name))
@@ -137,8 +137,8 @@ QScriptValue ZEcmaTraceBitmap::toString(QScriptContext *context, QScriptEngine *
 {
     const ZTraceBitmap *self = getSelf(QLatin1String("toString"), context);
     const quint64 address = reinterpret_cast<quintptr>(self);
-    return qScriptValueFromValue(
-        engine, QString::fromLatin1("ZTraceBitmap(0x%1)").arg(address, 0, 16));
+    return qScriptValueFromValue(engine,
+                                 QString::fromLatin1("ZTraceBitmap(0x%1)").arg(address, 0, 16));
 }
 
 QScriptValue ZEcmaTraceBitmap::getClassName(QScriptContext *, QScriptEngine *engine)

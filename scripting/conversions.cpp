@@ -37,7 +37,8 @@ bool isDisguised(const QScriptValue &value, int pointerType, int valueType)
 
 // The toolkit's qscriptvalue_cast by id, which needs no declaration of the type: the host's headers
 // may have made one already, and there must not be two.
-template <class T> T *pointerCast(const QScriptValue &value, int type)
+template<class T>
+T *pointerCast(const QScriptValue &value, int type)
 {
     T *pointer = 0;
     if (qscriptvalue_cast_helper(value, type, &pointer))
@@ -52,14 +53,14 @@ template <class T> T *pointerCast(const QScriptValue &value, int type)
 bool leadsAstray(const QScriptValue &value)
 {
     const int type = ztrace::tracerType();
-    const QScriptValue holder
-        = pointerCast<ZTraceBitmap>(value, type) ? value : value.prototype();
+    const QScriptValue holder = pointerCast<ZTraceBitmap>(value, type) ? value : value.prototype();
     return pointerCast<ZTraceBitmap>(holder, type)
         && isDisguised(holder, type, QMetaType::type("ZTraceBitmap"));
 }
 
 // The host's conversion where the host's headers declare the meta type of its polyline.
-template <class T, bool isDeclared> struct ListConversion
+template<class T, bool isDeclared>
+struct ListConversion
 {
     static QScriptValue toScript(QScriptEngine *engine, const QList<T> &list)
     {
@@ -68,7 +69,8 @@ template <class T, bool isDeclared> struct ListConversion
 };
 
 // The same where they leave the declaration to the other bindings.
-template <class T> struct ListConversion<T, false>
+template<class T>
+struct ListConversion<T, false>
 {
     static QScriptValue toScript(QScriptEngine *engine, const QList<T> &list)
     {
@@ -116,5 +118,6 @@ QImage *ztrace::imageFromScript(const QScriptValue &value)
 
 QScriptValue ztrace::polylinesToScript(QScriptEngine *engine, const QList<ZPolyline> &list)
 {
-    return ListConversion<ZPolyline, bool(QMetaTypeId2<ZPolyline>::Defined)>::toScript(engine, list);
+    return ListConversion<ZPolyline, bool(QMetaTypeId2<ZPolyline>::Defined)>::toScript(engine,
+                                                                                       list);
 }

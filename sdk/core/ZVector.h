@@ -24,8 +24,7 @@ public:
     // The point (vx, vy, vz), taken as it is: nothing is checked.
     ZVector(double vx, double vy, double vz = 0.0, bool isValid = true)
         : x(vx), y(vy), z(vz), valid(isValid)
-    {
-    }
+    { }
 
     // Distance to `other` in space; both points are taken as valid.
     double getDistanceTo(const ZVector &other) const

@@ -41,5 +41,6 @@ bool ZEcmaHelper::holdsAnother(const QScriptValue &value, int pointerType)
     if (type == pointerType)
         return false;
     const QByteArray pointerName(QMetaType::typeName(pointerType));
-    return type == 0 || type != QMetaType::type(pointerName.left(pointerName.size() - 1).constData());
+    return type == 0
+        || type != QMetaType::type(pointerName.left(pointerName.size() - 1).constData());
 }

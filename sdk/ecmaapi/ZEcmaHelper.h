@@ -3,8 +3,8 @@
 // Helpers of the host's script bindings: registering methods, raising errors, and passing native
 // values to scripts and back.
 //
-// The two conversions are templates, instantiated by each binding for its own types; the meta type of
-// T* (scriptValueTo) or of T (listToScriptValue) must be declared before their first use.
+// The two conversions are templates, instantiated by each binding for its own types; the meta type
+// of T* (scriptValueTo) or of T (listToScriptValue) must be declared before their first use.
 #ifndef ZECMAHELPER_H
 #define ZECMAHELPER_H
 
@@ -36,10 +36,11 @@ public:
     //     "get" + name returns a value that holds one. The entry at index 0 is the value's own
     //     class and is not asked; an empty or missing entry ends the list.
     // Raises nothing itself; what the value's own methods throw stays pending.
-    template <class T> static T *scriptValueTo(QScriptValue value);
+    template<class T>
+    static T *scriptValueTo(QScriptValue value);
 
     // A script array of copies, in order, each a variant of T. Not valid without an engine.
-    template <class T>
+    template<class T>
     static QScriptValue listToScriptValue(QScriptEngine *engine, const QList<T> &list);
 
 private:
@@ -48,20 +49,23 @@ private:
     static QScriptValue baseObject(const QScriptValue &value, const QString &className);
     static bool holdsAnother(const QScriptValue &value, int pointerType);
 
-    template <class T> static T *pointerCast(const QScriptValue &value);
+    template<class T>
+    static T *pointerCast(const QScriptValue &value);
 };
 
 // The toolkit's cast, less its traps: it goes by the types in the prototype chain, so a script that
 // sets __proto__ can pass any variant off as a T, and takes a variant of nothing for a T whose name
 // is not registered. The bytes that such a variant holds are no T.
-template <class T> T *ZEcmaHelper::pointerCast(const QScriptValue &value)
+template<class T>
+T *ZEcmaHelper::pointerCast(const QScriptValue &value)
 {
     if (holdsAnother(value, qMetaTypeId<T *>()))
         return 0;
     return qscriptvalue_cast<T *>(value);
 }
 
-template <class T> T *ZEcmaHelper::scriptValueTo(QScriptValue value)
+template<class T>
+T *ZEcmaHelper::scriptValueTo(QScriptValue value)
 {
     T *self = pointerCast<T>(value);
     if (self || value.isNull())
@@ -83,7 +87,7 @@ template <class T> T *ZEcmaHelper::scriptValueTo(QScriptValue value)
     }
 }
 
-template <class T>
+template<class T>
 QScriptValue ZEcmaHelper::listToScriptValue(QScriptEngine *engine, const QList<T> &list)
 {
     QVariantList variants;

@@ -18,7 +18,7 @@ public:
     virtual ~ZExplodable();
 
     // The shape's pieces in order, each as a shape of its own.
-    virtual QList<QSharedPointer<ZShape> > getExploded() const = 0;
+    virtual QList<QSharedPointer<ZShape>> getExploded() const = 0;
 };
 
 #endif

@@ -229,9 +229,9 @@ double ZPolyline::getLength() const
     return sum;
 }
 
-QList<QSharedPointer<ZShape> > ZPolyline::getExploded() const
+QList<QSharedPointer<ZShape>> ZPolyline::getExploded() const
 {
-    QList<QSharedPointer<ZShape> > shapes;
+    QList<QSharedPointer<ZShape>> shapes;
     for (int i = 0; i < pieces.size(); ++i) {
         if (getPieceKind(i) == SplinePiece) {
             shapes.append(QSharedPointer<ZShape>(new ZSpline(splineAt(i))));

@@ -64,7 +64,7 @@ public:
     virtual double getLength() const;
 
     // Lines as polylines of one piece, arcs likewise, splines as ZSpline.
-    virtual QList<QSharedPointer<ZShape> > getExploded() const;
+    virtual QList<QSharedPointer<ZShape>> getExploded() const;
 
     // Exact comparison, piece by piece.
     bool operator==(const ZPolyline &other) const;

@@ -36,8 +36,8 @@ double lengthBetween(const ZSpline &spline, double t0, double t1, const ZVector 
     const ZVector pb = spline.getPointAt(0.5 * (tm + t1));
     const double one = p0.getDistanceTo(p1);
     const double two = p0.getDistanceTo(pm) + pm.getDistanceTo(p1);
-    const double four = p0.getDistanceTo(pa) + pa.getDistanceTo(pm) + pm.getDistanceTo(pb)
-        + pb.getDistanceTo(p1);
+    const double four
+        = p0.getDistanceTo(pa) + pa.getDistanceTo(pm) + pm.getDistanceTo(pb) + pb.getDistanceTo(p1);
     const double coarse = (4.0 * two - one) / 3.0;
     const double fine = (4.0 * four - two) / 3.0;
     const double best = (16.0 * fine - coarse) / 15.0;
@@ -110,8 +110,8 @@ ZBox ZSpline::getBoundingBox() const
     const ZVector &a = controlPoints.at(0);
     const ZVector &b = controlPoints.at(1);
     const ZVector &c = controlPoints.at(2);
-    const double turns[2] = { (a.x - b.x) / (a.x - 2.0 * b.x + c.x),
-                              (a.y - b.y) / (a.y - 2.0 * b.y + c.y) };
+    const double turns[2]
+        = { (a.x - b.x) / (a.x - 2.0 * b.x + c.x), (a.y - b.y) / (a.y - 2.0 * b.y + c.y) };
     for (int i = 0; i < 2; ++i) {
         if (turns[i] > 0.0 && turns[i] < 1.0)
             box.growToInclude(getPointAt(turns[i]));

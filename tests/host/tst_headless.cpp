@@ -49,6 +49,7 @@ private slots:
     void quitEndsAtOnce();
     void includeIsRelativeAndGlobal();
     void debugLinesOnRequest();
+    void runsAreRepeatable();
 
 private:
     QString write(const QString &name, const QString &text);
@@ -112,7 +113,8 @@ Run tst_Headless::runText(const QString &script, const QStringList &arguments)
 
 void tst_Headless::scriptRuns()
 {
-    const Run r = runText("var t = new ZTraceBitmap(); print(t.getClassName(), 1, true); t.destroy()");
+    const Run r
+        = runText("var t = new ZTraceBitmap(); print(t.getClassName(), 1, true); t.destroy()");
     QCOMPARE(r.err, QString());
     QCOMPARE(r.out, QString("ZTraceBitmap 1 true\n"));
     QCOMPARE(r.code, 0);
@@ -121,7 +123,8 @@ void tst_Headless::scriptRuns()
 void tst_Headless::argumentsReachTheScript()
 {
     const Run r = runText("print(args.length); args.forEach(function(a) { print(a); })",
-                          QStringList() << "a b" << "-plugin" << QString::fromUtf8("\xC3\xA4"));
+                          QStringList() << "a b"
+                                        << "-plugin" << QString::fromUtf8("\xC3\xA4"));
     QCOMPARE(r.out, QString::fromUtf8("3\na b\n-plugin\n\xC3\xA4\n"));
     QCOMPARE(r.code, 0);
 }
@@ -132,9 +135,18 @@ void tst_Headless::wrongUsage_data()
     QTest::addColumn<QString>("message");
     QTest::newRow("nothing") << QStringList() << "no script given";
     QTest::newRow("unknown option") << QStringList("--plugin") << "cannot make sense of --plugin";
-    QTest::newRow("option without value") << QStringList("--plugins")
-                                          << "cannot make sense of --plugins";
-    QTest::newRow("folder alone") << (QStringList() << "--plugins" << ".") << "no script given";
+    QTest::newRow("option without value")
+        << QStringList("--plugins") << "cannot make sense of --plugins";
+    QTest::newRow("seed that is no number") << (QStringList() << "--seed"
+                                                              << "x"
+                                                              << "a.js")
+                                            << "no seed: x";
+    QTest::newRow("negative seed") << (QStringList() << "--seed=-1"
+                                                     << "a.js")
+                                   << "no seed: -1";
+    QTest::newRow("folder alone") << (QStringList() << "--plugins"
+                                                    << ".")
+                                  << "no script given";
 }
 
 void tst_Headless::wrongUsage()
@@ -152,7 +164,7 @@ void tst_Headless::helpAndVersion()
 {
     const Run help = run(QStringList("--help"));
     QCOMPARE(help.code, 0);
-    QVERIFY(help.out.startsWith("Usage: zelvora-headless [--plugins DIR] SCRIPT.js [ARGS...]\n"));
+    QVERIFY(help.out.startsWith("Usage: zelvora-headless [OPTIONS] SCRIPT.js [ARGS...]\n"));
     QCOMPARE(help.err, QString());
     const Run version = run(QStringList("--version"));
     QCOMPARE(version.code, 0);
@@ -163,8 +175,10 @@ void tst_Headless::missingScript_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("no such file") << "nothing.js" << "No such file or directory";
-    QTest::newRow("a folder") << "plugins" << "It is a folder";
+    QTest::newRow("no such file") << "nothing.js"
+                                  << "No such file or directory";
+    QTest::newRow("a folder") << "plugins"
+                              << "It is a folder";
 }
 
 void tst_Headless::missingScript()
@@ -197,7 +211,8 @@ void tst_Headless::emptyPluginFolder()
 {
     QVERIFY(QDir().mkdir(folder->filePath("empty")));
     const QString script = write("script.js", "print(typeof ZTraceBitmap)");
-    const Run r = run(QStringList() << "--plugins" << "empty" << script);
+    const Run r = run(QStringList() << "--plugins"
+                                    << "empty" << script);
     QCOMPARE(r.code, 0);
     QCOMPARE(r.out, QString("undefined\n"));
 }
@@ -220,15 +235,21 @@ void tst_Headless::refusedSiblings_data()
 {
     QTest::addColumn<QString>("sibling");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("library without entry point") << "noentry" << "Failed to extract plugin meta data";
-    QTest::newRow("library that is missing") << "absent" << "cannot open shared object file";
+    QTest::newRow("library without entry point") << "noentry"
+                                                 << "Failed to extract plugin meta data";
+    QTest::newRow("library that is missing") << "absent"
+                                             << "cannot open shared object file";
     QTest::newRow("plug-in of another host")
         << "stranger"
         << "The plug-in does not offer the interface example.zelvora.Zelvora.ZPluginInterface/1.0.";
-    QTest::newRow("init says no") << "unwilling" << "The plug-in could not be initialised.";
-    QTest::newRow("text file") << "notes.txt" << "is not an ELF object";
-    QTest::newRow("text file named as a library") << "libtext.so" << "is not an ELF object";
-    QTest::newRow("empty file") << "libempty.so" << "";
+    QTest::newRow("init says no") << "unwilling"
+                                  << "The plug-in could not be initialised.";
+    QTest::newRow("text file") << "notes.txt"
+                               << "is not an ELF object";
+    QTest::newRow("text file named as a library") << "libtext.so"
+                                                  << "is not an ELF object";
+    QTest::newRow("empty file") << "libempty.so"
+                                << "";
 }
 
 void tst_Headless::refusedSiblings()
@@ -253,7 +274,10 @@ void tst_Headless::refusedSiblings()
 
 void tst_Headless::allSiblingsTogether()
 {
-    const QStringList names = QStringList() << "absent" << "noentry" << "stranger" << "unwilling"
+    const QStringList names = QStringList() << "absent"
+                                            << "noentry"
+                                            << "stranger"
+                                            << "unwilling"
                                             << "working";
     for (const QString &name : names)
         QVERIFY(!plugIn(name).isEmpty());
@@ -343,9 +367,36 @@ void tst_Headless::debugLinesOnRequest()
 {
     const QString script = write("script.js", "new ZTraceBitmap().destroy()");
     QCOMPARE(run(QStringList() << "--plugins" << plugins << script).err, QString());
-    const Run r = run(QStringList() << "--verbose" << "--plugins" << plugins << script);
+    const Run r = run(QStringList() << "--verbose"
+                                    << "--plugins" << plugins << script);
     QCOMPARE(r.err.count("tuples:"), 16);
     QCOMPARE(r.err.count("lines:"), 1);
+}
+
+// A random start palette from a picture of many colours tells seeds apart.
+void tst_Headless::runsAreRepeatable()
+{
+    const QString script
+        = write("script.js",
+                "var img = new QImage(48, 48);"
+                "for (var y = 0; y < 48; ++y) for (var x = 0; x < 48; ++x)"
+                " img.setPixel(x, y, 0xff000000 + x * 5 * 65536 + y * 5 * 256 + ((x * y) & 255));"
+                "var t = new ZTraceBitmap(); t.setOption('monochrome', 0);"
+                "t.trace(img).forEach(function(p) { print(p, p.getLength()); }); t.destroy();");
+    const QStringList base = QStringList() << "--plugins" << plugins;
+    const Run one = run(QStringList(base) << script);
+    QVERIFY(!one.out.isEmpty());
+    QCOMPARE(run(QStringList(base) << script).out, one.out);
+    QCOMPARE(run(QStringList(base) << "--seed"
+                                   << "1" << script)
+                 .out,
+             one.out);
+    const Run two = run(QStringList(base) << "--seed=2" << script);
+    QCOMPARE(run(QStringList(base) << "--seed"
+                                   << "2" << script)
+                 .out,
+             two.out);
+    QVERIFY(two.out != one.out);
 }
 
 QTEST_GUILESS_MAIN(tst_Headless)

@@ -171,8 +171,8 @@ void tst_Plugin::classWorksFromThePlugin()
 void tst_Plugin::verificationText()
 {
     typedef const char *(*Query)();
-    const Query query = reinterpret_cast<Query>(
-        QLibrary(fileName).resolve("qt_plugin_query_verification_data"));
+    const Query query
+        = reinterpret_cast<Query>(QLibrary(fileName).resolve("qt_plugin_query_verification_data"));
     QVERIFY(query);
     const char *const text = "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
                              "version=4.8.4\n"
@@ -190,9 +190,9 @@ QByteArray tst_Plugin::output(const QString &program, const QStringList &argumen
 {
     QProcess process;
     process.start(program, arguments);
-    return process.waitForFinished() && process.exitCode() == 0 ? process.readAllStandardOutput()
-                                                                : QByteArray("failed: ")
-            + process.readAllStandardError();
+    return process.waitForFinished() && process.exitCode() == 0
+        ? process.readAllStandardOutput()
+        : QByteArray("failed: ") + process.readAllStandardError();
 }
 
 void tst_Plugin::sections()
@@ -200,15 +200,19 @@ void tst_Plugin::sections()
     const QByteArray list = output("readelf", QStringList() << "-SW" << fileName);
     QVERIFY2(list.contains(" .qtplugin "), list.constData());
     QVERIFY2(list.contains(" .qtmetadata "), list.constData());
-    const QByteArray text = output("readelf", QStringList() << "-p" << ".qtplugin" << fileName);
+    const QByteArray text = output("readelf",
+                                   QStringList() << "-p"
+                                                 << ".qtplugin" << fileName);
     QVERIFY2(text.contains("version=4.8.4"), text.constData());
     QVERIFY2(text.contains("buildkey=x86_64 linux g++-4 full-config"), text.constData());
 }
 
 void tst_Plugin::exportedSymbols()
 {
-    const QByteArray list
-        = output("nm", QStringList() << "-D" << "--defined-only" << "-P" << fileName);
+    const QByteArray list = output("nm",
+                                   QStringList() << "-D"
+                                                 << "--defined-only"
+                                                 << "-P" << fileName);
     QStringList names;
     for (const QByteArray &line : list.split('\n')) {
         if (!line.isEmpty())
@@ -216,7 +220,8 @@ void tst_Plugin::exportedSymbols()
     }
     names.sort();
     QCOMPARE(names,
-             QStringList() << "qt_plugin_instance" << "qt_plugin_query_metadata"
+             QStringList() << "qt_plugin_instance"
+                           << "qt_plugin_query_metadata"
                            << "qt_plugin_query_verification_data");
 }
 

@@ -68,7 +68,8 @@ public:
     }
 
     // Hands a native pointer to the scripts, the way other bindings do.
-    template <class T> void setPointer(const char *name, const char *type, T *pointer)
+    template<class T>
+    void setPointer(const char *name, const char *type, T *pointer)
     {
         set(name, engine.newVariant(QVariant(qRegisterMetaType<T *>(type), &pointer)));
     }

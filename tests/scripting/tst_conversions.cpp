@@ -71,7 +71,8 @@ void tst_Conversions::tracerFromScript_data()
     QTest::newRow("getBaseClasses is no function")
         << "({ getBaseClasses: ['A', 'ZTraceBitmap'], getZTraceBitmap: function() { return t; } })"
         << false;
-    QTest::newRow("no getBaseClasses") << "({ getZTraceBitmap: function() { return t; } })" << false;
+    QTest::newRow("no getBaseClasses")
+        << "({ getZTraceBitmap: function() { return t; } })" << false;
     QTest::newRow("getter gives an inheriting object")
         << "({ getBaseClasses: function() { return ['A', 'X']; },"
            " getX: function() { return Object.create(t); } })"
@@ -80,7 +81,8 @@ void tst_Conversions::tracerFromScript_data()
         << "Object.create({ getBaseClasses: function() { return ['A', 'X']; },"
            " getX: function() { return t; } })"
         << true;
-    QTest::newRow("own empty list of the class") << "Object.create(ZTraceBitmap.prototype)" << false;
+    QTest::newRow("own empty list of the class")
+        << "Object.create(ZTraceBitmap.prototype)" << false;
 }
 
 void tst_Conversions::tracerFromScript()

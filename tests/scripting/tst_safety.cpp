@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// What a script can do that nobody meant: it may get errors, but the process must live and no memory
-// may be lost or touched after its end.
+// What a script can do that nobody meant: it may get errors, but the process must live and no
+// memory may be lost or touched after its end.
 #include "ScriptRig.h"
 
 #include "ZPolyline.h"
@@ -181,8 +181,10 @@ void tst_Safety::disguisedVariants_data()
     QTest::newRow("image as this") << "img.__proto__ = ZTraceBitmap.prototype; img.trace('')";
     QTest::newRow("polyline as this")
         << "line.__proto__ = ZTraceBitmap.prototype; line.setOption('ltres', 1)";
-    QTest::newRow("polyline destroyed") << "line.__proto__ = ZTraceBitmap.prototype; line.destroy()";
-    QTest::newRow("number as this") << "number.__proto__ = ZTraceBitmap.prototype; number.trace('')";
+    QTest::newRow("polyline destroyed")
+        << "line.__proto__ = ZTraceBitmap.prototype; line.destroy()";
+    QTest::newRow("number as this")
+        << "number.__proto__ = ZTraceBitmap.prototype; number.trace('')";
     QTest::newRow("inheriting from one")
         << "img.__proto__ = ZTraceBitmap.prototype; Object.create(img).trace('')";
     QTest::newRow("through a getter")

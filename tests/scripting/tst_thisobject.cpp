@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Every method on every kind of `this`: which tracer it finds, and which errors it raises, in order.
+// Every method on every kind of `this`: which tracer it finds, and which errors it raises, in
+// order.
 //
 // The helper that raises errors is defined here and takes the place of the library's, so that the
 // first of two errors in one call can be seen: a script only ever catches the second.
@@ -45,10 +46,14 @@ void tst_ThisObject::errorsInOrder_data()
 {
     QTest::addColumn<QString>("call");
     QTest::addColumn<QString>("first");
-    QTest::newRow("setOption") << "setOption.call({}, 'ltres', 1)" << "setOption";
-    QTest::newRow("trace") << "trace.call({}, 'a.png')" << "trace";
-    QTest::newRow("preprocess") << "preprocess.call({}, null)" << "preprocess";
-    QTest::newRow("destroy names the class") << "destroy.call({})" << "ZTraceBitmap";
+    QTest::newRow("setOption") << "setOption.call({}, 'ltres', 1)"
+                               << "setOption";
+    QTest::newRow("trace") << "trace.call({}, 'a.png')"
+                           << "trace";
+    QTest::newRow("preprocess") << "preprocess.call({}, null)"
+                                << "preprocess";
+    QTest::newRow("destroy names the class") << "destroy.call({})"
+                                             << "ZTraceBitmap";
 }
 
 void tst_ThisObject::errorsInOrder()
@@ -120,16 +125,17 @@ void tst_ThisObject::kinds()
     rig.set("text", rig.engine.newVariant(QVariant("a")));
     rig.set("nothing", rig.engine.newVariant(QVariant()));
     rig.run("var gone = new ZTraceBitmap(); gone.destroy(); var p = ZTraceBitmap.prototype;"
-            "var o = " + object + ";");
+            "var o = "
+            + object + ";");
 
     const QString null("!self is NULL");
     QCOMPARE(rig.run("p.setOption.call(o, 'ltres', 3)"), leadsToTracer ? "undefined" : null);
     QCOMPARE(tracer.options.value("ltres"), leadsToTracer ? 3.0 : 1.0);
     QCOMPARE(rig.run("p.trace.call(o, '').length"), leadsToTracer ? "0" : null);
     QCOMPARE(rig.run("p.preprocess.call(o, img)"), leadsToTracer ? "undefined" : null);
-    QCOMPARE(rig.run("p.toString.call(o)"),
-             QString("ZTraceBitmap(0x%1)")
-                 .arg(leadsToTracer ? quint64(quintptr(&tracer)) : 0, 0, 16));
+    QCOMPARE(
+        rig.run("p.toString.call(o)"),
+        QString("ZTraceBitmap(0x%1)").arg(leadsToTracer ? quint64(quintptr(&tracer)) : 0, 0, 16));
     QCOMPARE(rig.run("p.getClassName.call(o)"), QString("ZTraceBitmap"));
     QCOMPARE(rig.run("p.getBaseClasses.call(o).length"), QString("0"));
     if (!leadsToTracer)
@@ -172,7 +178,8 @@ void tst_ThisObject::destroyLeavesTheOthers()
     QCOMPARE(rig.run("b.setOption('ltres', 2)"), QString("undefined"));
     QCOMPARE(rig.run("var c = new ZTraceBitmap(); c.setOption('ltres', 2)"), QString("undefined"));
     QCOMPARE(rig.run("typeof ZTraceBitmap.prototype.trace"), QString("function"));
-    QVERIFY(rig.engine.globalObject().property("ZTraceBitmap").property("prototype").data().isNull());
+    QVERIFY(
+        rig.engine.globalObject().property("ZTraceBitmap").property("prototype").data().isNull());
     rig.run("b.destroy(); c.destroy();");
 }
 

@@ -129,9 +129,10 @@ void tst_TraceClass::globalIsNotEnumerated()
 void tst_TraceClass::prototypeHasSevenMethods()
 {
     ScriptRig rig;
-    QCOMPARE(rig.run("Object.getOwnPropertyNames(ZTraceBitmap.prototype).sort().join()"),
-             QString("constructor,destroy,getBaseClasses,getClassName,preprocess,setOption,toString,"
-                     "trace"));
+    QCOMPARE(
+        rig.run("Object.getOwnPropertyNames(ZTraceBitmap.prototype).sort().join()"),
+        QString("constructor,destroy,getBaseClasses,getClassName,preprocess,setOption,toString,"
+                "trace"));
     // Any pointer of the type gets the methods, whoever made it.
     ZTraceBitmap tracer;
     rig.setTracer("native", &tracer);
@@ -157,8 +158,7 @@ void tst_TraceClass::toStringGivesTheAddress()
     ScriptRig rig;
     ZTraceBitmap tracer;
     rig.setTracer("t", &tracer);
-    const QString expected
-        = QString("ZTraceBitmap(0x%1)").arg(quint64(quintptr(&tracer)), 0, 16);
+    const QString expected = QString("ZTraceBitmap(0x%1)").arg(quint64(quintptr(&tracer)), 0, 16);
     QCOMPARE(rig.run("t.toString()"), expected);
     QCOMPARE(rig.run("'' + t"), expected);
     QCOMPARE(expected, expected.toLower().replace("ztracebitmap", "ZTraceBitmap"));
@@ -345,9 +345,14 @@ void tst_TraceClass::imageArguments_data()
     QTest::newRow("null image pointer") << "nullPointer" << none << none;
     QTest::newRow("a tracer") << "t" << none << none;
     QTest::newRow("a tracer's prototype") << "ZTraceBitmap.prototype" << none << none;
-    QTest::newRow("image by pointer") << "byPointer" << "ok" << "undefined";
-    QTest::newRow("image by value") << "byValue" << "ok" << "undefined";
-    QTest::newRow("file name") << "'no such file.png'" << "ok" << pre;
+    QTest::newRow("image by pointer") << "byPointer"
+                                      << "ok"
+                                      << "undefined";
+    QTest::newRow("image by value") << "byValue"
+                                    << "ok"
+                                    << "undefined";
+    QTest::newRow("file name") << "'no such file.png'"
+                               << "ok" << pre;
 }
 
 void tst_TraceClass::imageArguments()

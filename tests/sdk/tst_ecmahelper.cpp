@@ -95,8 +95,8 @@ void tst_EcmaHelper::valueByValue()
     QCOMPARE(value.toVariant().value<Box>().content, 4);
 }
 
-// The engine's own prototype of variants holds nothing; the toolkit's cast takes it for one of a type
-// whose name it does not know.
+// The engine's own prototype of variants holds nothing; the toolkit's cast takes it for one of a
+// type whose name it does not know.
 void tst_EcmaHelper::unregisteredValueName()
 {
     QCOMPARE(QMetaType::type("Unregistered"), 0);

@@ -273,7 +273,8 @@ void tst_Geometry::prepended()
     ZPolyline p;
     p.appendVertex(ZVector(6.0, 2.0));
     p.appendVertex(ZVector(9.0, 2.0));
-    QVERIFY(p.appendShape(quadratic(ZVector(4.0, 0.0), ZVector(6.0, 0.0), ZVector(6.0, 2.0)), true));
+    QVERIFY(
+        p.appendShape(quadratic(ZVector(4.0, 0.0), ZVector(6.0, 0.0), ZVector(6.0, 2.0)), true));
     QCOMPARE(p.countPieces(), 2);
     QCOMPARE(p.getPieceKind(0), ZPolyline::SplinePiece);
     QVERIFY(p.getStartPoint() == ZVector(4.0, 0.0));

@@ -30,13 +30,14 @@ public:
         return context->throwError(message);
     }
 
-    template <class T> static T *scriptValueTo(QScriptValue value)
+    template<class T>
+    static T *scriptValueTo(QScriptValue value)
     {
         T *self = qscriptvalue_cast<T *>(value);
         return self ? self : qscriptvalue_cast<T *>(value.prototype());
     }
 
-    template <class T>
+    template<class T>
     static QScriptValue listToScriptValue(QScriptEngine *engine, const QList<T> &list)
     {
         QVariantList variants;
