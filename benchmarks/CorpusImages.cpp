@@ -1,9 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "CorpusImages.h"
 
-#include <QFile>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -11,16 +11,26 @@ namespace {
 
 typedef QMap<QString, double> Options;
 
-BenchImage scanImage(const char *name, const QImage &image)
+const int kDrawnSize = 256;
+
+BenchImage scanImage(const QString &name, const QImage &image)
 {
     const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    return BenchImage { QLatin1String(name), argb, argb, lineartOptions() };
+    return BenchImage { name, argb, argb, lineartOptions() };
 }
 
-BenchImage colourImage(const char *name, const QImage &image)
+BenchImage colourImage(const QString &name, const QImage &image)
 {
     const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    return BenchImage { QLatin1String(name), withInvertedTopBits(argb), argb, colourOptions() };
+    return BenchImage { name, withInvertedTopBits(argb), argb, colourOptions() };
+}
+
+// The package has some of its sizes as links to one larger file.
+QImage scaledTo(const QImage &image, const QSize &size)
+{
+    if (image.isNull() || image.size() == size)
+        return image;
+    return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QImage load(const QString &path)
@@ -149,62 +159,105 @@ QImage withInvertedTopBits(const QImage &image)
     return result;
 }
 
-QList<BenchImage> corpusImages(const QString &folder)
+QStringList corpusNames()
+{
+    return QStringList() << QLatin1String("text page") << QLatin1String("score sheet")
+                         << QLatin1String("clip art") << QLatin1String("cartoon")
+                         << QLatin1String("photo 2M") << QLatin1String("photo 12M");
+}
+
+BenchImage corpusImage(const QString &folder, const QString &name)
 {
     const QString scans = folder + QLatin1String("/src-leptonlib/prog");
     const QString clipart
         = folder + QLatin1String("/pkg-openclipart-png/usr/share/openclipart/png");
     const QString papers
         = folder + QLatin1String("/pkg-plasma-workspace-wallpapers/usr/share/wallpapers");
-    QList<BenchImage> images;
-    images
-        << scanImage("text page", load(scans + QLatin1String("/feyn.tif")))
-        << scanImage("score sheet", scoreSheet(scans))
-        << colourImage("clip art",
-                       load(clipart
-                            + QLatin1String("/animals/mammals/big_cats/"
-                                            "tiger_graig_ryan_smith_-_01.png")))
-        << colourImage("cartoon",
-                       load(papers + QLatin1String("/FlyingKonqui/contents/images/2560x1600.png")))
-        << colourImage("photo 2M",
-                       load(papers + QLatin1String("/EveningGlow/contents/images/1920x1080.jpg")))
-        << colourImage("photo 12M",
-                       load(papers + QLatin1String("/Patak/contents/images/5120x2880.png"))
-                           .copy(560, 0, 4166, 2880));
-    for (int i = images.size() - 1; i >= 0; --i) {
-        if (images.at(i).image.isNull())
-            images.removeAt(i);
-    }
-    return images;
+    if (name == QLatin1String("text page"))
+        return scanImage(name, load(scans + QLatin1String("/feyn.tif")));
+    if (name == QLatin1String("score sheet"))
+        return scanImage(name, scoreSheet(scans));
+    if (name == QLatin1String("clip art"))
+        return colourImage(name,
+                           load(clipart
+                                + QLatin1String("/animals/mammals/big_cats/"
+                                                "tiger_graig_ryan_smith_-_01.png")));
+    if (name == QLatin1String("cartoon"))
+        return colourImage(
+            name, load(papers + QLatin1String("/FlyingKonqui/contents/images/2560x1600.png")));
+    if (name == QLatin1String("photo 2M"))
+        return colourImage(
+            name,
+            scaledTo(load(papers + QLatin1String("/EveningGlow/contents/images/1920x1080.jpg")),
+                     QSize(1920, 1080)));
+    if (name == QLatin1String("photo 12M"))
+        return colourImage(name,
+                           load(papers + QLatin1String("/Patak/contents/images/5120x2880.png"))
+                               .copy(560, 0, 4166, 2880));
+    std::fprintf(stderr, "benchmarks: no image is called %s\n", qPrintable(name));
+    return BenchImage();
 }
 
-QList<BenchImage> drawnImages()
+QStringList drawnNames()
 {
-    return QList<BenchImage>() << scanImage("drawn lines", drawnPicture(256, false))
-                               << colourImage("drawn flat", drawnPicture(256, false))
-                               << colourImage("drawn smooth", drawnPicture(256, true));
+    return QStringList() << QLatin1String("drawn lines") << QLatin1String("drawn flat")
+                         << QLatin1String("drawn smooth");
 }
 
-QList<BenchImage> pathologicalImages(int size)
+BenchImage drawnImage(const QString &name)
 {
-    return QList<BenchImage>()
-        << scanImage("checkerboard", byPixel(size, [](int x, int y) { return ((x ^ y) & 1) == 0; }))
-        << scanImage("noise", byPixel(size, noisePixel)) << scanImage("spiral", spiral(size))
-        << scanImage("staircase", byPixel(size, [](int x, int y) { return x < y; }));
+    if (name == QLatin1String("drawn lines"))
+        return scanImage(name, drawnPicture(kDrawnSize, false));
+    return colourImage(name, drawnPicture(kDrawnSize, name == QLatin1String("drawn smooth")));
 }
 
-QImage tiled(const QImage &image, qint64 pixels)
+BenchImage iconImage()
 {
-    const double factor = double(pixels) / (double(image.width()) * image.height());
-    const int side = int(std::ceil(std::sqrt(factor)));
+    return colourImage(QLatin1String("icon"), drawnPicture(16, false));
+}
+
+QStringList hardNames()
+{
+    return QStringList() << QLatin1String("checkerboard") << QLatin1String("noise")
+                         << QLatin1String("noise, all kept") << QLatin1String("spiral")
+                         << QLatin1String("staircase");
+}
+
+BenchImage hardImage(const QString &name, int size)
+{
+    if (name == QLatin1String("checkerboard"))
+        return scanImage(name, byPixel(size, [](int x, int y) { return ((x ^ y) & 1) == 0; }));
+    if (name == QLatin1String("spiral"))
+        return scanImage(name, spiral(size));
+    if (name == QLatin1String("staircase"))
+        return scanImage(name, byPixel(size, [](int x, int y) { return x < y; }));
+    BenchImage noise = scanImage(name, byPixel(size, noisePixel));
+    if (name == QLatin1String("noise, all kept"))
+        noise.options.insert(QLatin1String("pathomit"), 0);
+    return noise;
+}
+
+QImage middleOf(const QImage &image, qint64 pixels)
+{
+    if (qint64(image.width()) * image.height() <= pixels)
+        return image;
+    const int side = int(std::sqrt(double(pixels)));
+    const int width = std::min(image.width(), int(pixels / std::min(side, image.height())));
+    const int height = std::min(image.height(), int(pixels / width));
+    return image.copy((image.width() - width) / 2, (image.height() - height) / 2, width, height);
+}
+
+QImage tiled(const QImage &image, int side)
+{
     if (side <= 1)
         return image;
+    const size_t rowBytes = 4 * size_t(image.width());
     QImage result(image.width() * side, image.height() * side, QImage::Format_ARGB32);
     for (int y = 0; y < result.height(); ++y) {
         const uchar *source = image.constScanLine(y % image.height());
-        for (int k = 0; k < side; ++k)
-            std::copy(source, source + 4 * image.width(),
-                      result.scanLine(y) + 4 * image.width() * k);
+        uchar *target = result.scanLine(y);
+        for (int k = 0; k < side; ++k, target += rowBytes)
+            std::copy(source, source + rowBytes, target);
     }
     return result;
 }

@@ -8,6 +8,7 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+#include <QStringList>
 
 struct BenchImage
 {
@@ -28,16 +29,26 @@ QMap<QString, double> colourOptions(int colours = 16);
 QImage withInvertedTopBits(const QImage &image);
 
 // The images of the corpus folder that benchmarks/corpus.sh fills. One that is missing is named
-// on stderr and left out.
-QList<BenchImage> corpusImages(const QString &folder);
+// on stderr and null.
+QStringList corpusNames();
+BenchImage corpusImage(const QString &folder, const QString &name);
 
 // Small drawn pictures, for a smoke run without the corpus.
-QList<BenchImage> drawnImages();
+QStringList drawnNames();
+BenchImage drawnImage(const QString &name);
 
-// Pictures that are hard on purpose: checkerboard, noise, spiral, diagonal staircase.
-QList<BenchImage> pathologicalImages(int size);
+// 16 x 16 pixels in colours.
+BenchImage iconImage();
 
-// The image repeated until it covers at least `pixels`.
-QImage tiled(const QImage &image, qint64 pixels);
+// Pictures that are hard on purpose, size x size pixels: checkerboard, noise, spiral, diagonal
+// staircase. The noise comes twice, once with every one-pixel region kept.
+QStringList hardNames();
+BenchImage hardImage(const QString &name, int size);
+
+// A part out of the middle of at most so many pixels, as square as the image allows.
+QImage middleOf(const QImage &image, qint64 pixels);
+
+// The image side x side times.
+QImage tiled(const QImage &image, int side);
 
 #endif

@@ -1,0 +1,32 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Processor seconds that vtracer takes for one image, from RGBA pixels in memory to the text of an
+// SVG:  node vtracer.mjs MODE WIDTH HEIGHT PIXELS.rgba
+//
+// MODE   binary   black and white
+//        stacked  colour clusters, one above the other; cutout: beside each other
+// All else as vtracer's own command line has it by default. Neither start-up nor reading counts.
+import { readFileSync } from 'node:fs';
+import { vectorizeRawSync, ColorMode, Hierarchical, PathSimplifyMode } from '@neplex/vectorizer';
+
+const [mode, width, height, file] = process.argv.slice(2);
+const config = {
+    colorMode: mode === 'binary' ? ColorMode.Binary : ColorMode.Color,
+    hierarchical: mode === 'cutout' ? Hierarchical.Cutout : Hierarchical.Stacked,
+    filterSpeckle: 4,
+    colorPrecision: 6,
+    layerDifference: 16,
+    mode: PathSimplifyMode.Spline,
+    cornerThreshold: 60,
+    lengthThreshold: 4,
+    maxIterations: 10,
+    spliceThreshold: 45,
+    pathPrecision: 2,
+};
+const pixels = readFileSync(file);
+const start = process.cpuUsage();
+const svg = vectorizeRawSync(pixels, { width: Number(width), height: Number(height) }, config);
+const used = process.cpuUsage(start);
+if (!svg.includes('<path'))
+    process.exit(1);
+console.log(((used.user + used.system) * 1e-6).toFixed(6));
