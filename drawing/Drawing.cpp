@@ -5,20 +5,18 @@
 
 #include <QSet>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const double kScreenDpi = 96.0; // what a pixel means to SVG, where nothing else is known
+const double kMillimetresPerInch = 25.4;
+const double kPointsPerInch = 72.0;
+
+double effectiveDpi(const Drawing &drawing)
 {
-
-namespace
-{
-
-    const double kScreenDpi = 96.0; // what a pixel means to SVG, where nothing else is known
-    const double kMillimetresPerInch = 25.4;
-    const double kPointsPerInch = 72.0;
-
-    double effectiveDpi(const Drawing &drawing)
-    {
-        return drawing.dpi > 0.0 ? drawing.dpi : kScreenDpi;
-    }
+    return drawing.dpi > 0.0 ? drawing.dpi : kScreenDpi;
+}
 
 } // namespace
 

@@ -12,17 +12,17 @@
 
 #include "ZPolyline.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 enum class Unit { Pixel, Millimetre, Inch };
 
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
 // Outlines are painted in the order of the drawing, later ones over earlier ones.
-struct Outline {
+struct Outline
+{
     ZPolyline shape;
     QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
-    QString layer; // empty: layer "0"
+    QString layer;             // empty: layer "0"
 
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
     std::vector<int> holes;
@@ -34,7 +34,8 @@ struct Outline {
 
 // The outlines are all that a drawing must have. Writers treat a picture of 0 x 0 as having the
 // bounding box of the outlines.
-struct Drawing {
+struct Drawing
+{
     std::vector<Outline> outlines;
     int width = 0; // of the source picture, in pixels
     int height = 0;
@@ -54,14 +55,16 @@ struct Drawing {
 };
 
 // What a picture of the outlines looks like; the geometry is the same for all.
-struct PaintStyle {
-    bool stroked = false; // strokes in the outline's colour instead of fills
+struct PaintStyle
+{
+    bool stroked = false;     // strokes in the outline's colour instead of fills
     double strokeWidth = 1.0; // in pixels
-    bool byLayer = false; // one group a layer, where the format has groups
+    bool byLayer = false;     // one group a layer, where the format has groups
 };
 
 // The area that is drawn, in pixels with y upwards: the picture, or without one the bounding box.
-struct Frame {
+struct Frame
+{
     double x = 0.0;
     double y = 0.0;
     double width = 0.0;

@@ -7,19 +7,28 @@
 #include <QByteArray>
 #include <QIODevice>
 
-namespace ztrace
+namespace ztrace {
+
+// A device may take a part, as a disk does on which that was all the room; only the next attempt
+// says why.
+inline bool writeFully(QIODevice *device, const QByteArray &bytes)
 {
+    qint64 written = 0;
+    while (written < bytes.size()) {
+        const qint64 taken = device->write(bytes.constData() + written, bytes.size() - written);
+        if (taken <= 0)
+            return false;
+        written += taken;
+    }
+    return true;
+}
 
 // Writers append to text() and call flushIfLarge() between elements. A device that takes less than
 // it is given makes finish() return false; nothing more is written to it then.
 class TextSink
 {
 public:
-    explicit TextSink(QIODevice *target)
-        : device(target)
-    {
-        buffer.reserve(2 * kPortion);
-    }
+    explicit TextSink(QIODevice *target) : device(target) { buffer.reserve(2 * kPortion); }
 
     QByteArray &text() { return buffer; }
 
@@ -41,7 +50,7 @@ private:
     void flush()
     {
         if (good && !buffer.isEmpty())
-            good = device->write(buffer) == buffer.size();
+            good = writeFully(device, buffer);
         buffer.resize(0); // keeps the memory
     }
 

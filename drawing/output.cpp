@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "output.h"
 
+#include "TextSink.h"
+
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
@@ -8,37 +10,35 @@
 
 #include <cstdio>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+bool fail(QString *error, const QString &text)
 {
+    *error = text;
+    return false;
+}
 
-namespace
+QString reasonOf(const QFileDevice &file)
 {
+    const QString text = file.errorString();
+    return text.isEmpty() || text == QLatin1String("Unknown error")
+        ? QString::fromLatin1("it could not be written")
+        : text;
+}
 
-    bool fail(QString *error, const QString &text)
-    {
-        *error = text;
-        return false;
-    }
-
-    QString reasonOf(const QFileDevice &file)
-    {
-        const QString text = file.errorString();
-        return text.isEmpty() || text == QLatin1String("Unknown error")
-            ? QString::fromLatin1("it could not be written")
-            : text;
-    }
-
-    // Streams cannot be taken back, so they get nothing before the writer has succeeded.
-    bool writeStream(QFile *stream, const std::function<bool(QIODevice *)> &write, QString *error)
-    {
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        if (!write(&buffer))
-            return fail(error, QString::fromLatin1("the drawing could not be put together"));
-        if (stream->write(buffer.data()) != buffer.size() || !stream->flush())
-            return fail(error, reasonOf(*stream));
-        return true;
-    }
+// Streams cannot be taken back, so they get nothing before the writer has succeeded.
+bool writeStream(QFile *stream, const std::function<bool(QIODevice *)> &write, QString *error)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    if (!write(&buffer))
+        return fail(error, QString::fromLatin1("the drawing could not be put together"));
+    if (!writeFully(stream, buffer.data()) || !stream->flush())
+        return fail(error, reasonOf(*stream));
+    return true;
+}
 
 } // namespace
 

@@ -10,8 +10,7 @@
 
 class QIODevice;
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Calls `write` with a device, open for writing. Its contents get the file's name only when
 // everything has arrived on the disk; otherwise a file of that name stays as it was, and `error`

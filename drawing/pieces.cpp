@@ -6,94 +6,91 @@
 #include <algorithm>
 #include <cmath>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const int kMostSteps = 1000;
+const int kStepsOfOtherSplines = 64;
+
+bool isFinite(const ZVector &p)
 {
+    return std::isfinite(p.x) && std::isfinite(p.y);
+}
 
-namespace
+ZVector weighted(double a, const ZVector &p, double b, const ZVector &q, double c, const ZVector &r)
 {
+    return ZVector(a * p.x + b * q.x + c * r.x, a * p.y + b * q.y + c * r.y);
+}
 
-    const int kMostSteps = 1000;
-    const int kStepsOfOtherSplines = 64;
+PathPiece lineTo(const ZVector &start, const ZVector &end)
+{
+    PathPiece piece;
+    piece.start = start;
+    piece.end = end;
+    return piece;
+}
 
-    bool isFinite(const ZVector &p)
-    {
-        return std::isfinite(p.x) && std::isfinite(p.y);
+bool allFinite(const ZPolyline &polyline, int index)
+{
+    for (int i = 0; i < polyline.countPiecePoints(index); ++i) {
+        if (!isFinite(polyline.getPiecePointAt(index, i)))
+            return false;
     }
+    return true;
+}
 
-    ZVector weighted(double a, const ZVector &p, double b, const ZVector &q, double c,
-                     const ZVector &r)
-    {
-        return ZVector(a * p.x + b * q.x + c * r.x, a * p.y + b * q.y + c * r.y);
+// A spline of another degree or with more control points: lines along it.
+void appendOtherSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
+{
+    ZSpline spline;
+    spline.setDegree(polyline.getPieceDegree(index));
+    for (int i = 0; i < polyline.countPiecePoints(index); ++i)
+        spline.appendControlPoint(polyline.getPiecePointAt(index, i));
+    const int steps = kStepsOfOtherSplines * std::max(1, polyline.countPiecePoints(index) - 1);
+    ZVector from = spline.getStartPoint();
+    for (int i = 1; i <= steps; ++i) {
+        const ZVector to
+            = i == steps ? spline.getEndPoint() : spline.getPointAt(double(i) / double(steps));
+        pieces->push_back(lineTo(from, to));
+        from = to;
     }
+}
 
-    PathPiece lineTo(const ZVector &start, const ZVector &end)
-    {
-        PathPiece piece;
-        piece.start = start;
-        piece.end = end;
-        return piece;
+void appendSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
+{
+    const int count = polyline.countPiecePoints(index);
+    const int degree = polyline.getPieceDegree(index);
+    PathPiece piece
+        = lineTo(polyline.getPiecePointAt(index, 0), polyline.getPiecePointAt(index, count - 1));
+    if (degree == 2 && count == 3) {
+        piece.kind = PathPiece::Quadratic;
+        piece.control1 = polyline.getPiecePointAt(index, 1);
+    } else if (degree == 3 && count == 4) {
+        piece.kind = PathPiece::Cubic;
+        piece.control1 = polyline.getPiecePointAt(index, 1);
+        piece.control2 = polyline.getPiecePointAt(index, 2);
+    } else if (count > 2) {
+        appendOtherSpline(polyline, index, pieces);
+        return;
     }
+    pieces->push_back(piece);
+}
 
-    bool allFinite(const ZPolyline &polyline, int index)
-    {
-        for (int i = 0; i < polyline.countPiecePoints(index); ++i) {
-            if (!isFinite(polyline.getPiecePointAt(index, i)))
-                return false;
-        }
-        return true;
-    }
+// Steps so that chords of a curve whose second derivative is at most `second` stay within the
+// tolerance. Source: the chord error of a parabola, second / (8 steps^2).
+int stepsFor(double second, double tolerance)
+{
+    const double steps = std::ceil(std::sqrt(second / (8.0 * tolerance)));
+    if (!(steps > 1.0))
+        return 1;
+    return steps < kMostSteps ? static_cast<int>(steps) : kMostSteps;
+}
 
-    // A spline of another degree or with more control points: lines along it.
-    void appendOtherSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
-    {
-        ZSpline spline;
-        spline.setDegree(polyline.getPieceDegree(index));
-        for (int i = 0; i < polyline.countPiecePoints(index); ++i)
-            spline.appendControlPoint(polyline.getPiecePointAt(index, i));
-        const int steps = kStepsOfOtherSplines * std::max(1, polyline.countPiecePoints(index) - 1);
-        ZVector from = spline.getStartPoint();
-        for (int i = 1; i <= steps; ++i) {
-            const ZVector to
-                = i == steps ? spline.getEndPoint() : spline.getPointAt(double(i) / double(steps));
-            pieces->push_back(lineTo(from, to));
-            from = to;
-        }
-    }
-
-    void appendSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
-    {
-        const int count = polyline.countPiecePoints(index);
-        const int degree = polyline.getPieceDegree(index);
-        PathPiece piece = lineTo(polyline.getPiecePointAt(index, 0),
-                                 polyline.getPiecePointAt(index, count - 1));
-        if (degree == 2 && count == 3) {
-            piece.kind = PathPiece::Quadratic;
-            piece.control1 = polyline.getPiecePointAt(index, 1);
-        } else if (degree == 3 && count == 4) {
-            piece.kind = PathPiece::Cubic;
-            piece.control1 = polyline.getPiecePointAt(index, 1);
-            piece.control2 = polyline.getPiecePointAt(index, 2);
-        } else if (count > 2) {
-            appendOtherSpline(polyline, index, pieces);
-            return;
-        }
-        pieces->push_back(piece);
-    }
-
-    // Steps so that chords of a curve whose second derivative is at most `second` stay within the
-    // tolerance. Source: the chord error of a parabola, second / (8 steps^2).
-    int stepsFor(double second, double tolerance)
-    {
-        const double steps = std::ceil(std::sqrt(second / (8.0 * tolerance)));
-        if (!(steps > 1.0))
-            return 1;
-        return steps < kMostSteps ? static_cast<int>(steps) : kMostSteps;
-    }
-
-    double secondDifference(const ZVector &a, const ZVector &b, const ZVector &c)
-    {
-        return std::hypot(a.x - 2.0 * b.x + c.x, a.y - 2.0 * b.y + c.y);
-    }
+double secondDifference(const ZVector &a, const ZVector &b, const ZVector &c)
+{
+    return std::hypot(a.x - 2.0 * b.x + c.x, a.y - 2.0 * b.y + c.y);
+}
 
 } // namespace
 

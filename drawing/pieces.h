@@ -8,13 +8,13 @@
 
 #include "ZPolyline.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // One piece between two points. A curve that is neither a quadratic nor a cubic Bezier, nor an
 // arc, has been turned into lines, and so has one with a control point that is no finite number
 // (negative tolerances make such points): its end points are still right.
-struct PathPiece {
+struct PathPiece
+{
     enum Kind { Line, Quadratic, Cubic, Arc };
 
     Kind kind = Line;
@@ -40,7 +40,8 @@ void flatten(const PathPiece &piece, double tolerance, std::vector<ZVector> *poi
 ZVector pointOn(const PathPiece &piece, double t);
 
 // The circle of an arc piece.
-struct Circle {
+struct Circle
+{
     ZVector center;
     double radius;
     double startAngle;

@@ -6,219 +6,211 @@
 
 #include <cmath>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const int kSizeDecimals = 9; // a nanometre and less
+
+// Text in an attribute's value.
+QByteArray escaped(const QString &text)
 {
+    return text.toHtmlEscaped().toUtf8();
+}
 
-namespace
+class SvgWriter
 {
+public:
+    SvgWriter(const Drawing &d, const SvgOptions &o, QIODevice *device)
+        : drawing(d), options(o), frame(frameOf(d)), sink(device)
+    { }
 
-    const int kSizeDecimals = 9; // a nanometre and less
-
-    // Text in an attribute's value.
-    QByteArray escaped(const QString &text)
+    bool write()
     {
-        return text.toHtmlEscaped().toUtf8();
+        writeHead();
+        if (options.style.byLayer) {
+            const QStringList layers = drawing.layers();
+            for (int i = 0; i < layers.size(); ++i)
+                writeLayer(layers.at(i), i + 1);
+        } else {
+            for (const Outline &outline : drawing.outlines)
+                writeOutline(outline);
+        }
+        sink.text() += "</svg>\n";
+        return sink.finish();
     }
 
-    class SvgWriter
+private:
+    void number(double value) { appendNumber(&sink.text(), value, options.decimals); }
+
+    void point(const ZVector &p)
     {
-    public:
-        SvgWriter(const Drawing &d, const SvgOptions &o, QIODevice *device)
-            : drawing(d)
-            , options(o)
-            , frame(frameOf(d))
-            , sink(device)
-        {
+        number(p.x - frame.x);
+        sink.text() += ' ';
+        number(frame.y + frame.height - p.y);
+    }
+
+    // A length of the whole picture in the drawing's unit.
+    void size(const char *name, double pixels)
+    {
+        QByteArray &text = sink.text();
+        text += ' ';
+        text += name;
+        text += "=\"";
+        appendNumber(&text, pixels * drawing.unitsPerPixel(), kSizeDecimals);
+        text += drawing.unit == Unit::Millimetre ? "mm" : drawing.unit == Unit::Inch ? "in" : "";
+        text += '"';
+    }
+
+    void writeHead()
+    {
+        QByteArray &text = sink.text();
+        text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                "<svg xmlns=\"http://www.w3.org/2000/svg\"";
+        if (options.style.byLayer)
+            text += " xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\"";
+        size("width", frame.width);
+        size("height", frame.height);
+        text += " viewBox=\"0 0 ";
+        number(frame.width);
+        text += ' ';
+        number(frame.height);
+        text += "\">\n";
+        if (qAlpha(drawing.ground) != 0 && !options.style.stroked)
+            writeGround();
+    }
+
+    void writeGround()
+    {
+        QByteArray &text = sink.text();
+        text += "<rect width=\"";
+        number(frame.width);
+        text += "\" height=\"";
+        number(frame.height);
+        text += "\" fill=\"" + colourName(drawing.ground) + "\"/>\n";
+    }
+
+    void writeLayer(const QString &name, int serial)
+    {
+        sink.text() += "<g inkscape:groupmode=\"layer\" id=\"layer" + QByteArray::number(serial)
+            + "\" inkscape:label=\"" + escaped(name) + "\">\n";
+        for (const Outline &outline : drawing.outlines) {
+            if (layerName(outline) == name)
+                writeOutline(outline);
         }
+        sink.text() += "</g>\n";
+    }
 
-        bool write()
-        {
-            writeHead();
-            if (options.style.byLayer) {
-                const QStringList layers = drawing.layers();
-                for (int i = 0; i < layers.size(); ++i)
-                    writeLayer(layers.at(i), i + 1);
-            } else {
-                for (const Outline &outline : drawing.outlines)
-                    writeOutline(outline);
-            }
-            sink.text() += "</svg>\n";
-            return sink.finish();
+    void writeOutline(const Outline &outline)
+    {
+        const bool stroked = options.style.stroked;
+        if (outline.shape.countPieces() == 0 || (qAlpha(outline.colour) == 0 && !stroked))
+            return;
+        QByteArray &text = sink.text();
+        text += "<path";
+        if (stroked)
+            writeStroke(outline);
+        else
+            writeFill(outline);
+        text += " d=\"";
+        writePath(outline.shape);
+        if (!stroked) {
+            for (int hole : outline.holes)
+                writePath(drawing.outlines[static_cast<std::size_t>(hole)].shape);
         }
+        text += "\"/>\n";
+        sink.flushIfLarge();
+    }
 
-    private:
-        void number(double value) { appendNumber(&sink.text(), value, options.decimals); }
+    void writeOpacity(const char *name, QRgb colour)
+    {
+        if (qAlpha(colour) == 255)
+            return;
+        sink.text() += QByteArray(" ") + name + "=\"";
+        appendNumber(&sink.text(), qAlpha(colour) / 255.0, 4);
+        sink.text() += '"';
+    }
 
-        void point(const ZVector &p)
-        {
-            number(p.x - frame.x);
-            sink.text() += ' ';
-            number(frame.y + frame.height - p.y);
+    void writeStroke(const Outline &outline)
+    {
+        QByteArray &text = sink.text();
+        text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
+        appendNumber(&text, options.style.strokeWidth);
+        text += '"';
+        // An outline of a transparent region is drawn only when it was asked for: visibly.
+        if (qAlpha(outline.colour) != 0)
+            writeOpacity("stroke-opacity", outline.colour);
+    }
+
+    void writeFill(const Outline &outline)
+    {
+        QByteArray &text = sink.text();
+        text += " fill=\"" + colourName(outline.colour) + '"';
+        writeOpacity("fill-opacity", outline.colour);
+        if (!outline.holes.empty())
+            text += " fill-rule=\"evenodd\"";
+        if (outline.seam > 0.0) {
+            text += " stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
+            appendNumber(&text, outline.seam, 4);
+            text += "\" stroke-linejoin=\"round\"";
         }
+    }
 
-        // A length of the whole picture in the drawing's unit.
-        void size(const char *name, double pixels)
-        {
-            QByteArray &text = sink.text();
+    void writePath(const ZPolyline &shape)
+    {
+        const std::vector<PathPiece> pieces = piecesOf(shape);
+        if (pieces.empty())
+            return;
+        QByteArray &text = sink.text();
+        text += 'M';
+        point(pieces.front().start);
+        for (const PathPiece &piece : pieces)
+            writePiece(piece);
+        if (isClosed(pieces))
+            text += 'Z';
+    }
+
+    void writePiece(const PathPiece &piece)
+    {
+        QByteArray &text = sink.text();
+        switch (piece.kind) {
+        case PathPiece::Line:
+            text += 'L';
+            break;
+        case PathPiece::Quadratic:
+            text += 'Q';
+            point(piece.control1);
             text += ' ';
-            text += name;
-            text += "=\"";
-            appendNumber(&text, pixels * drawing.unitsPerPixel(), kSizeDecimals);
-            text += drawing.unit == Unit::Millimetre ? "mm"
-                : drawing.unit == Unit::Inch         ? "in"
-                                                     : "";
-            text += '"';
-        }
-
-        void writeHead()
-        {
-            QByteArray &text = sink.text();
-            text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                    "<svg xmlns=\"http://www.w3.org/2000/svg\"";
-            if (options.style.byLayer)
-                text += " xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\"";
-            size("width", frame.width);
-            size("height", frame.height);
-            text += " viewBox=\"0 0 ";
-            number(frame.width);
+            break;
+        case PathPiece::Cubic:
+            text += 'C';
+            point(piece.control1);
             text += ' ';
-            number(frame.height);
-            text += "\">\n";
-            if (qAlpha(drawing.ground) != 0 && !options.style.stroked)
-                writeGround();
+            point(piece.control2);
+            text += ' ';
+            break;
+        case PathPiece::Arc: {
+            const Circle circle = circleOf(piece);
+            text += 'A';
+            number(circle.radius);
+            text += ' ';
+            number(circle.radius);
+            text += " 0 ";
+            text += std::fabs(piece.bulge) > 1.0 ? '1' : '0';
+            text += ' ';
+            text += piece.bulge < 0.0 ? '1' : '0'; // y is turned over, and the sense with it
+            text += ' ';
+            break;
         }
-
-        void writeGround()
-        {
-            QByteArray &text = sink.text();
-            text += "<rect width=\"";
-            number(frame.width);
-            text += "\" height=\"";
-            number(frame.height);
-            text += "\" fill=\"" + colourName(drawing.ground) + "\"/>\n";
         }
+        point(piece.end);
+    }
 
-        void writeLayer(const QString &name, int serial)
-        {
-            sink.text() += "<g inkscape:groupmode=\"layer\" id=\"layer" + QByteArray::number(serial)
-                + "\" inkscape:label=\"" + escaped(name) + "\">\n";
-            for (const Outline &outline : drawing.outlines) {
-                if (layerName(outline) == name)
-                    writeOutline(outline);
-            }
-            sink.text() += "</g>\n";
-        }
-
-        void writeOutline(const Outline &outline)
-        {
-            const bool stroked = options.style.stroked;
-            if (outline.shape.countPieces() == 0 || (qAlpha(outline.colour) == 0 && !stroked))
-                return;
-            QByteArray &text = sink.text();
-            text += "<path";
-            if (stroked)
-                writeStroke(outline);
-            else
-                writeFill(outline);
-            text += " d=\"";
-            writePath(outline.shape);
-            if (!stroked) {
-                for (int hole : outline.holes)
-                    writePath(drawing.outlines[static_cast<std::size_t>(hole)].shape);
-            }
-            text += "\"/>\n";
-            sink.flushIfLarge();
-        }
-
-        void writeOpacity(const char *name, QRgb colour)
-        {
-            if (qAlpha(colour) == 255)
-                return;
-            sink.text() += QByteArray(" ") + name + "=\"";
-            appendNumber(&sink.text(), qAlpha(colour) / 255.0, 4);
-            sink.text() += '"';
-        }
-
-        void writeStroke(const Outline &outline)
-        {
-            QByteArray &text = sink.text();
-            text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
-            appendNumber(&text, options.style.strokeWidth);
-            text += '"';
-            // An outline of a transparent region is drawn only when it was asked for: visibly.
-            if (qAlpha(outline.colour) != 0)
-                writeOpacity("stroke-opacity", outline.colour);
-        }
-
-        void writeFill(const Outline &outline)
-        {
-            QByteArray &text = sink.text();
-            text += " fill=\"" + colourName(outline.colour) + '"';
-            writeOpacity("fill-opacity", outline.colour);
-            if (!outline.holes.empty())
-                text += " fill-rule=\"evenodd\"";
-            if (outline.seam > 0.0) {
-                text += " stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
-                appendNumber(&text, outline.seam, 4);
-                text += "\" stroke-linejoin=\"round\"";
-            }
-        }
-
-        void writePath(const ZPolyline &shape)
-        {
-            const std::vector<PathPiece> pieces = piecesOf(shape);
-            if (pieces.empty())
-                return;
-            QByteArray &text = sink.text();
-            text += 'M';
-            point(pieces.front().start);
-            for (const PathPiece &piece : pieces)
-                writePiece(piece);
-            if (isClosed(pieces))
-                text += 'Z';
-        }
-
-        void writePiece(const PathPiece &piece)
-        {
-            QByteArray &text = sink.text();
-            switch (piece.kind) {
-            case PathPiece::Line:
-                text += 'L';
-                break;
-            case PathPiece::Quadratic:
-                text += 'Q';
-                point(piece.control1);
-                text += ' ';
-                break;
-            case PathPiece::Cubic:
-                text += 'C';
-                point(piece.control1);
-                text += ' ';
-                point(piece.control2);
-                text += ' ';
-                break;
-            case PathPiece::Arc: {
-                const Circle circle = circleOf(piece);
-                text += 'A';
-                number(circle.radius);
-                text += ' ';
-                number(circle.radius);
-                text += " 0 ";
-                text += std::fabs(piece.bulge) > 1.0 ? '1' : '0';
-                text += ' ';
-                text += piece.bulge < 0.0 ? '1' : '0'; // y is turned over, and the sense with it
-                text += ' ';
-                break;
-            }
-            }
-            point(piece.end);
-        }
-
-        const Drawing &drawing;
-        const SvgOptions &options;
-        const Frame frame;
-        TextSink sink;
-    };
+    const Drawing &drawing;
+    const SvgOptions &options;
+    const Frame frame;
+    TextSink sink;
+};
 
 } // namespace
 

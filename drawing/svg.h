@@ -9,10 +9,10 @@
 
 class QIODevice;
 
-namespace ztrace
-{
+namespace ztrace {
 
-struct SvgOptions {
+struct SvgOptions
+{
     PaintStyle style;
     int decimals = kExactDecimals;
 };

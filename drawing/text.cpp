@@ -3,8 +3,7 @@
 
 #include <charconv>
 
-namespace ztrace
-{
+namespace ztrace {
 
 void appendNumber(QByteArray *text, double value, int decimals)
 {

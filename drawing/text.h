@@ -6,8 +6,7 @@
 
 #include <QByteArray>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Decimals of numberText that stand for "as many as it takes to read the same number back".
 const int kExactDecimals = -1;

@@ -16,8 +16,7 @@
 
 using namespace ztrace;
 
-namespace
-{
+namespace {
 
 ZPolyline square(double x, double y, double side)
 {

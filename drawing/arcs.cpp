@@ -1,0 +1,168 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "arcs.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const int kMostHalvings = 10;
+const double kLargestBulge = 0.5; // wider arcs are not like a parabola
+const int kProbes = 8;            // points of a curve that are compared with its arcs
+
+ZVector mean(const ZVector &a, const ZVector &b)
+{
+    return ZVector(0.5 * (a.x + b.x), 0.5 * (a.y + b.y));
+}
+
+double cross(const ZVector &origin, const ZVector &a, const ZVector &b)
+{
+    return (a.x - origin.x) * (b.y - origin.y) - (a.y - origin.y) * (b.x - origin.x);
+}
+
+double distance(const ZVector &a, const ZVector &b)
+{
+    return std::hypot(a.x - b.x, a.y - b.y);
+}
+
+// Bulge of the arc from `start` to `end` that leaves in the direction of `ahead`. Source: the
+// angle between an arc's tangent and its chord is half the arc's angle.
+double bulgeFrom(const ZVector &start, const ZVector &ahead, const ZVector &end)
+{
+    const double dx = ahead.x - start.x;
+    const double dy = ahead.y - start.y;
+    const double cx = end.x - start.x;
+    const double cy = end.y - start.y;
+    return std::tan(0.5 * std::atan2(dx * cy - dy * cx, dx * cx + dy * cy));
+}
+
+double distanceToArc(const ZVector &p, const ZVector &start, const ZVector &end, double bulge)
+{
+    if (bulge == 0.0) {
+        const double length = distance(start, end);
+        return length > 0.0 ? std::fabs(cross(start, end, p)) / length : distance(start, p);
+    }
+    PathPiece arc;
+    arc.start = start;
+    arc.end = end;
+    arc.bulge = bulge;
+    const Circle circle = circleOf(arc);
+    return std::fabs(distance(p, circle.center) - circle.radius);
+}
+
+class Chain
+{
+public:
+    Chain(double t, std::vector<BulgeVertex> *v) : tolerance(t), vertices(v) { }
+
+    // Appends everything but the end of the curve.
+    void appendQuadratic(const PathPiece &curve, int halvings)
+    {
+        const ZVector &a = curve.start;
+        const ZVector &b = curve.control1;
+        const ZVector &c = curve.end;
+        const double chord = distance(a, c);
+        // A curve bends away from its chord by half of what its control point does.
+        if (chord > 0.0 && std::fabs(cross(a, c, b)) / chord < tolerance && between(a, b, c)) {
+            vertices->push_back({ a, 0.0 });
+            return;
+        }
+        const double toStart = distance(b, c);
+        const double toEnd = distance(a, b);
+        const double around = toStart + chord + toEnd;
+        // In-center of the control triangle: both arcs touch there.
+        const ZVector joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
+                            (toStart * a.y + chord * b.y + toEnd * c.y) / around);
+        const double first = bulgeFrom(a, b, joint);
+        const double second = -bulgeFrom(c, b, joint);
+        if (chord > 0.0 && std::fabs(first) < kLargestBulge && std::fabs(second) < kLargestBulge
+            && isWithin(curve, joint, first, second)) {
+            vertices->push_back({ a, first });
+            vertices->push_back({ joint, second });
+            return;
+        }
+        if (halvings == kMostHalvings) {
+            vertices->push_back({ a, 0.0 });
+            return;
+        }
+        PathPiece left = curve;
+        PathPiece right = curve;
+        left.control1 = mean(a, b);
+        right.control1 = mean(b, c);
+        left.end = right.start = mean(left.control1, right.control1);
+        appendQuadratic(left, halvings + 1);
+        appendQuadratic(right, halvings + 1);
+    }
+
+private:
+    // Whether b lies beside the chord and not beyond one of its ends.
+    static bool between(const ZVector &a, const ZVector &b, const ZVector &c)
+    {
+        const double along = (b.x - a.x) * (c.x - a.x) + (b.y - a.y) * (c.y - a.y);
+        const double chord = distance(a, c);
+        return along >= 0.0 && along <= chord * chord;
+    }
+
+    bool isWithin(const PathPiece &curve, const ZVector &joint, double first, double second) const
+    {
+        for (int i = 1; i < kProbes; ++i) {
+            const ZVector p = pointOn(curve, double(i) / kProbes);
+            const double d = std::min(distanceToArc(p, curve.start, joint, first),
+                                      distanceToArc(p, joint, curve.end, second));
+            if (!(d < tolerance))
+                return false;
+        }
+        return true;
+    }
+
+    double tolerance;
+    std::vector<BulgeVertex> *vertices;
+};
+
+} // namespace
+
+std::vector<BulgeVertex> bulgeChain(const std::vector<PathPiece> &pieces, double tolerance)
+{
+    std::vector<BulgeVertex> vertices;
+    Chain chain(tolerance, &vertices);
+    std::vector<ZVector> points;
+    for (const PathPiece &piece : pieces) {
+        switch (piece.kind) {
+        case PathPiece::Line:
+            vertices.push_back({ piece.start, 0.0 });
+            break;
+        case PathPiece::Arc:
+            vertices.push_back({ piece.start, piece.bulge });
+            break;
+        case PathPiece::Quadratic:
+            chain.appendQuadratic(piece, 0);
+            break;
+        case PathPiece::Cubic:
+            points.assign(1, piece.start);
+            flatten(piece, tolerance, &points);
+            for (std::size_t i = 0; i + 1 < points.size(); ++i)
+                vertices.push_back({ points[i], 0.0 });
+            break;
+        }
+    }
+    if (!pieces.empty())
+        vertices.push_back({ pieces.back().end, 0.0 });
+    return vertices;
+}
+
+std::vector<BulgeVertex> lineChain(const std::vector<PathPiece> &pieces, double tolerance)
+{
+    std::vector<BulgeVertex> vertices;
+    if (pieces.empty())
+        return vertices;
+    std::vector<ZVector> points(1, pieces.front().start);
+    for (const PathPiece &piece : pieces)
+        flatten(piece, tolerance, &points);
+    for (const ZVector &point : points)
+        vertices.push_back({ point, 0.0 });
+    return vertices;
+}
+
+} // namespace ztrace

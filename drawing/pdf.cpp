@@ -1,0 +1,285 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "pdf.h"
+
+#include "TextSink.h"
+#include "pieces.h"
+#include "text.h"
+
+#include <QMap>
+
+namespace ztrace {
+
+namespace {
+
+const int kDecimals = 6;           // of coordinates in pixels
+const double kArcTolerance = 0.01; // pixels
+const int kCompressionHeader = 4;  // qCompress puts the length before the zlib stream
+
+// Objects are collected with their places, which the table at the end of the file lists.
+class PdfFile
+{
+public:
+    PdfFile() { text = "%PDF-1.5\n%\xE2\xE3\xCF\xD3\n"; }
+
+    int reserve()
+    {
+        places.append(0);
+        return places.size();
+    }
+
+    void object(int number, const QByteArray &body)
+    {
+        places[number - 1] = text.size();
+        text += QByteArray::number(number) + " 0 obj\n" + body + "\nendobj\n";
+    }
+
+    void stream(int number, const QByteArray &data)
+    {
+        const QByteArray packed = qCompress(data).mid(kCompressionHeader);
+        object(number,
+               "<< /Length " + QByteArray::number(packed.size())
+                   + " /Filter /FlateDecode >>\nstream\n" + packed + "\nendstream");
+    }
+
+    QByteArray finish(int catalog)
+    {
+        const int table = text.size();
+        text += "xref\n0 " + QByteArray::number(places.size() + 1) + "\n0000000000 65535 f \n";
+        for (int place : qAsConst(places))
+            text += QByteArray::number(place).rightJustified(10, '0') + " 00000 n \n";
+        text += "trailer\n<< /Size " + QByteArray::number(places.size() + 1) + " /Root "
+            + QByteArray::number(catalog) + " 0 R >>\nstartxref\n" + QByteArray::number(table)
+            + "\n%%EOF\n";
+        return text;
+    }
+
+private:
+    QByteArray text;
+    QVector<int> places;
+};
+
+QByteArray reference(int number)
+{
+    return QByteArray::number(number) + " 0 R";
+}
+
+// Text as UTF-16 in hexadecimal digits, which needs no escaping.
+QByteArray hexText(const QString &text)
+{
+    QByteArray hex = "<FEFF";
+    for (QChar letter : text)
+        hex += QByteArray::number(letter.unicode(), 16).rightJustified(4, '0');
+    return hex + '>';
+}
+
+class PageContent
+{
+public:
+    PageContent(const Drawing &d, const PaintStyle &s) : drawing(d), style(s), frame(frameOf(d)) { }
+
+    QByteArray make()
+    {
+        const double scale = drawing.pointsPerPixel();
+        matrix(scale, -frame.x * scale, -frame.y * scale);
+        content += "1 j 1 J\n"; // round joins and ends
+        if (qAlpha(drawing.ground) != 0 && !style.stroked)
+            paintGround();
+        if (style.byLayer) {
+            const QStringList layers = drawing.layers();
+            for (int i = 0; i < layers.size(); ++i) {
+                content += "/OC /L" + QByteArray::number(i) + " BDC\n";
+                for (const Outline &outline : drawing.outlines) {
+                    if (layerName(outline) == layers.at(i))
+                        paint(outline);
+                }
+                content += "EMC\n";
+            }
+        } else {
+            for (const Outline &outline : drawing.outlines)
+                paint(outline);
+        }
+        return content;
+    }
+
+    // Opacities that were used, with the number of their graphics state.
+    QMap<int, int> opacities;
+
+private:
+    void number(double value)
+    {
+        appendNumber(&content, value, kDecimals);
+        content += ' ';
+    }
+
+    void matrix(double scale, double dx, double dy)
+    {
+        const int kScaleDecimals = 12;
+        const QByteArray factor = numberText(scale, kScaleDecimals);
+        content += factor + " 0 0 " + factor + ' ' + numberText(dx, kScaleDecimals) + ' '
+            + numberText(dy, kScaleDecimals) + " cm\n";
+    }
+
+    void colour(QRgb rgb, const char *setter)
+    {
+        const int kColourDecimals = 5;
+        for (int channel : { qRed(rgb), qGreen(rgb), qBlue(rgb) })
+            content += numberText(channel / 255.0, kColourDecimals) + ' ';
+        content += setter;
+        content += '\n';
+    }
+
+    void opacity(int alpha)
+    {
+        if (alpha == currentAlpha)
+            return;
+        currentAlpha = alpha;
+        if (!opacities.contains(alpha))
+            opacities.insert(alpha, opacities.size());
+        content += "/A" + QByteArray::number(opacities.value(alpha)) + " gs\n";
+    }
+
+    void paintGround()
+    {
+        colour(drawing.ground, "rg");
+        for (double value : { frame.x, frame.y, frame.width, frame.height })
+            number(value);
+        content += "re f\n";
+    }
+
+    void paint(const Outline &outline)
+    {
+        const int alpha = qAlpha(outline.colour);
+        if (style.stroked) {
+            opacity(alpha == 0 ? 255 : alpha);
+            colour(outline.colour, "RG");
+            number(style.strokeWidth);
+            content += "w\n";
+            path(outline.shape);
+            content += "S\n";
+            return;
+        }
+        if (alpha == 0)
+            return;
+        opacity(alpha);
+        colour(outline.colour, "rg");
+        if (outline.seam > 0.0) {
+            colour(outline.colour, "RG");
+            number(outline.seam);
+            content += "w\n";
+        }
+        path(outline.shape);
+        for (int hole : outline.holes)
+            path(drawing.outlines[static_cast<std::size_t>(hole)].shape);
+        content += outline.seam > 0.0 ? 'B' : 'f';
+        content += outline.holes.empty() ? "\n" : "*\n";
+    }
+
+    void point(const ZVector &p)
+    {
+        number(p.x);
+        number(p.y);
+    }
+
+    void path(const ZPolyline &shape)
+    {
+        const std::vector<PathPiece> pieces = piecesOf(shape);
+        if (pieces.empty())
+            return;
+        point(pieces.front().start);
+        content += "m\n";
+        for (const PathPiece &piece : pieces)
+            writePiece(piece);
+        if (isClosed(pieces))
+            content += "h\n";
+    }
+
+    void writePiece(const PathPiece &piece)
+    {
+        const auto third = [](const ZVector &a, const ZVector &b) {
+            return ZVector(a.x + (b.x - a.x) * 2.0 / 3.0, a.y + (b.y - a.y) * 2.0 / 3.0);
+        };
+        switch (piece.kind) {
+        case PathPiece::Quadratic:
+            point(third(piece.start, piece.control1));
+            point(third(piece.end, piece.control1));
+            break;
+        case PathPiece::Cubic:
+            point(piece.control1);
+            point(piece.control2);
+            break;
+        case PathPiece::Line:
+        case PathPiece::Arc: {
+            std::vector<ZVector> points;
+            flatten(piece, kArcTolerance, &points);
+            for (const ZVector &p : points) {
+                point(p);
+                content += "l\n";
+            }
+            return;
+        }
+        }
+        point(piece.end);
+        content += "c\n";
+    }
+
+    const Drawing &drawing;
+    const PaintStyle &style;
+    const Frame frame;
+    QByteArray content;
+    int currentAlpha = 255;
+};
+
+} // namespace
+
+bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device)
+{
+    PdfFile file;
+    const int catalog = file.reserve();
+    const int pages = file.reserve();
+    const int page = file.reserve();
+    const int contents = file.reserve();
+    PageContent content(drawing, style);
+    file.stream(contents, content.make());
+
+    QByteArray resources;
+    if (!content.opacities.isEmpty()) {
+        resources += " /ExtGState <<";
+        for (auto it = content.opacities.constBegin(); it != content.opacities.constEnd(); ++it) {
+            const QByteArray value = numberText(it.key() / 255.0, 5);
+            resources += " /A" + QByteArray::number(it.value()) + " << /ca " + value + " /CA "
+                + value + " >>";
+        }
+        resources += " >>";
+    }
+    QByteArray groups;
+    if (style.byLayer) {
+        resources += " /Properties <<";
+        const QStringList layers = drawing.layers();
+        for (int i = 0; i < layers.size(); ++i) {
+            const int group = file.reserve();
+            file.object(group, "<< /Type /OCG /Name " + hexText(layers.at(i)) + " >>");
+            resources += " /L" + QByteArray::number(i) + ' ' + reference(group);
+            groups += reference(group) + ' ';
+        }
+        resources += " >>";
+    }
+    const Frame frame = frameOf(drawing);
+    const double scale = drawing.pointsPerPixel();
+    const int kSizeDecimals = 6;
+    file.object(page,
+                "<< /Type /Page /Parent " + reference(pages) + " /MediaBox [0 0 "
+                    + numberText(frame.width * scale, kSizeDecimals) + ' '
+                    + numberText(frame.height * scale, kSizeDecimals) + "] /Contents "
+                    + reference(contents) + " /Resources <<" + resources + " >> >>");
+    file.object(pages, "<< /Type /Pages /Kids [" + reference(page) + "] /Count 1 >>");
+    file.object(catalog,
+                "<< /Type /Catalog /Pages " + reference(pages)
+                    + (groups.isEmpty() ? QByteArray()
+                                        : " /OCProperties << /OCGs [" + groups + "] /D << /Order ["
+                               + groups + "] >> >>")
+                    + " >>");
+    const QByteArray text = file.finish(catalog);
+    return writeFully(device, text);
+}
+
+} // namespace ztrace

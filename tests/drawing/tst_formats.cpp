@@ -1,0 +1,359 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// JSON there and back, arcs along curves, DXF colours and structure, PDF and PNG. What other
+// programs make of the files is in tests/cli/test_readers.py.
+#include "drawing/arcs.h"
+#include "drawing/dxf.h"
+#include "drawing/json.h"
+#include "drawing/pdf.h"
+#include "drawing/png.h"
+
+#include "ZSpline.h"
+
+#include <QBuffer>
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+using namespace ztrace;
+
+namespace {
+
+const double kNan = std::numeric_limits<double>::quiet_NaN();
+const double kInfinity = std::numeric_limits<double>::infinity();
+
+void addQuadratic(ZPolyline *line, const ZVector &control, const ZVector &end)
+{
+    ZSpline spline;
+    spline.setDegree(2);
+    spline.appendControlPoint(line->getEndPoint());
+    spline.appendControlPoint(control);
+    spline.appendControlPoint(end);
+    line->appendShape(spline, false);
+}
+
+// A closed outline of lines and quadratics with awkward numbers.
+ZPolyline leaf()
+{
+    ZPolyline line;
+    line.appendVertex(ZVector(0.1, 1.0 / 3.0));
+    addQuadratic(&line, ZVector(5.0, -0.0), ZVector(9.5, 4.25));
+    line.appendVertex(ZVector(7.5, 8.5));
+    addQuadratic(&line, ZVector(1e-17, 1e300), ZVector(0.1, 1.0 / 3.0));
+    return line;
+}
+
+Drawing sample()
+{
+    Drawing drawing;
+    drawing.width = 20;
+    drawing.height = 10;
+    drawing.dpi = 299.9994;
+    drawing.unit = Unit::Millimetre;
+    drawing.ground = 0xFF010203u;
+    Outline outline;
+    outline.shape = leaf();
+    outline.colour = 0x80FF8000u;
+    outline.layer = QString::fromUtf8("Lage \"\xC3\xA4\" \\ \x01");
+    outline.holes.push_back(1);
+    outline.seam = 1.5;
+    drawing.outlines.push_back(outline);
+    drawing.outlines.push_back(Outline());
+    drawing.outlines[1].shape.appendVertex(ZVector(0, 0), 0.5);
+    drawing.outlines[1].shape.appendVertex(ZVector(2, 0), 0.0);
+    drawing.outlines[1].shape.appendVertex(ZVector(2, 2));
+    drawing.outlines.push_back(Outline());
+    return drawing;
+}
+
+QByteArray written(const std::function<bool(QIODevice *)> &write)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return write(&buffer) ? buffer.data() : QByteArray();
+}
+
+QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions())
+{
+    return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
+}
+
+PathPiece quadratic(const ZVector &a, const ZVector &b, const ZVector &c)
+{
+    PathPiece piece;
+    piece.kind = PathPiece::Quadratic;
+    piece.start = a;
+    piece.control1 = b;
+    piece.end = c;
+    return piece;
+}
+
+// Distance of a point from a chain of arcs and lines, by sampling the chain finely.
+double distanceTo(const std::vector<BulgeVertex> &chain, const ZVector &p)
+{
+    double best = kInfinity;
+    for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
+        PathPiece piece;
+        piece.kind = chain[i].bulge == 0.0 ? PathPiece::Line : PathPiece::Arc;
+        piece.start = chain[i].point;
+        piece.end = chain[i + 1].point;
+        piece.bulge = chain[i].bulge;
+        for (int k = 0; k <= 400; ++k) {
+            const double t = k / 400.0;
+            ZVector q(piece.start.x + t * (piece.end.x - piece.start.x),
+                      piece.start.y + t * (piece.end.y - piece.start.y));
+            if (piece.kind == PathPiece::Arc) {
+                const Circle circle = circleOf(piece);
+                const double angle = circle.startAngle + t * circle.sweep;
+                q = ZVector(circle.center.x + circle.radius * std::cos(angle),
+                            circle.center.y + circle.radius * std::sin(angle));
+            }
+            best = std::min(best, std::hypot(q.x - p.x, q.y - p.y));
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+class tst_Formats : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void jsonIsLossless()
+    {
+        const Drawing before = sample();
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(before, "\"seed\":1", device); });
+        Drawing after;
+        QString error;
+        QVERIFY2(readJson(text, &after, &error), qPrintable(error));
+        QCOMPARE(after.width, before.width);
+        QCOMPARE(after.height, before.height);
+        QVERIFY(after.dpi == before.dpi);
+        QCOMPARE(int(after.unit), int(before.unit));
+        QCOMPARE(after.ground, before.ground);
+        QCOMPARE(after.outlines.size(), before.outlines.size());
+        for (std::size_t i = 0; i < before.outlines.size(); ++i) {
+            QVERIFY(after.outlines[i].shape == before.outlines[i].shape);
+            QCOMPARE(after.outlines[i].colour, before.outlines[i].colour);
+            QCOMPARE(after.outlines[i].layer, before.outlines[i].layer);
+            QCOMPARE(after.outlines[i].holes, before.outlines[i].holes);
+            QVERIFY(after.outlines[i].seam == before.outlines[i].seam);
+        }
+        QVERIFY(std::signbit(after.outlines[0].shape.getPiecePointAt(0, 1).y));
+        QCOMPARE(written([&](QIODevice *device) { return writeJson(after, "\"seed\":1", device); }),
+                 text);
+    }
+
+    void jsonKeepsNumbersThatAreNone()
+    {
+        Drawing before;
+        before.outlines.push_back(Outline());
+        before.outlines[0].shape.appendVertex(ZVector(0, 0));
+        addQuadratic(&before.outlines[0].shape, ZVector(kNan, -kInfinity), ZVector(1, kInfinity));
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(before, QByteArray(), device); });
+        Drawing after;
+        QString error;
+        QVERIFY(readJson(text, &after, &error));
+        const ZPolyline &shape = after.outlines[0].shape;
+        QVERIFY(std::isnan(shape.getPiecePointAt(0, 1).x));
+        QVERIFY(shape.getPiecePointAt(0, 1).y == -kInfinity);
+        QVERIFY(shape.getPiecePointAt(0, 2).y == kInfinity);
+    }
+
+    void jsonOfAnotherKindIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray head = "{\"format\":\"ztrace drawing\",\"version\":";
+        QTest::newRow("no JSON") << QByteArray("{");
+        QTest::newRow("another object") << QByteArray("{}");
+        QTest::newRow("another version") << head + "2}";
+        const auto outline = [&](const char *text) {
+            return head + "1,\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["
+                + text + "]}]}";
+        };
+        QTest::newRow("unknown piece") << outline("[\"X\",1,2]");
+        QTest::newRow("odd coordinates") << outline("[\"L\",1,2,3]");
+        QTest::newRow("no coordinates") << outline("[\"Q\"]");
+        QTest::newRow("hole that is not there")
+            << head + "1,\"outlines\":[{\"color\":\"#000000\",\"holes\":[1],\"pieces\":[]}]}";
+        QTest::newRow("no colour") << head + "1,\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}";
+        QTest::newRow("no start") << head
+                + "1,\"outlines\":[{\"color\":\"#000000\",\"pieces\":[[\"L\",1,2]]}]}";
+    }
+    void jsonOfAnotherKindIsRefused()
+    {
+        QFETCH(QByteArray, text);
+        Drawing drawing;
+        QString error;
+        QVERIFY(!readJson(text, &drawing, &error));
+        QVERIFY(!error.isEmpty());
+    }
+
+    void arcsStayWithinTheTolerance()
+    {
+        std::mt19937 random(7);
+        std::uniform_real_distribution<double> place(-10.0, 10.0);
+        for (int i = 0; i < 60; ++i) {
+            const PathPiece curve = quadratic(ZVector(place(random), place(random)),
+                                              ZVector(place(random), place(random)),
+                                              ZVector(place(random), place(random)));
+            for (double tolerance : { 0.5, 0.05, 0.01 }) {
+                const std::vector<BulgeVertex> chain = bulgeChain({ curve }, tolerance);
+                QVERIFY(chain.front().point == curve.start && chain.back().point == curve.end);
+                for (int k = 0; k <= 25; ++k)
+                    QVERIFY(distanceTo(chain, pointOn(curve, k / 25.0)) < tolerance + 0.03);
+            }
+        }
+    }
+
+    void arcsOfDegenerateCurves_data()
+    {
+        QTest::addColumn<double>("controlX");
+        QTest::addColumn<double>("controlY");
+        QTest::addColumn<double>("endX");
+        QTest::newRow("straight") << 5.0 << 0.0 << 10.0;
+        QTest::newRow("turns back") << 20.0 << 0.0 << 10.0;
+        QTest::newRow("closed") << 5.0 << 5.0 << 0.0;
+        QTest::newRow("a point") << 0.0 << 0.0 << 0.0;
+        QTest::newRow("control on the start") << 0.0 << 0.0 << 10.0;
+    }
+    void arcsOfDegenerateCurves()
+    {
+        QFETCH(double, controlX);
+        QFETCH(double, controlY);
+        QFETCH(double, endX);
+        const PathPiece curve
+            = quadratic(ZVector(0, 0), ZVector(controlX, controlY), ZVector(endX, 0));
+        for (const BulgeVertex &vertex : bulgeChain({ curve }, 0.01)) {
+            QVERIFY(std::isfinite(vertex.bulge));
+            QVERIFY(std::isfinite(vertex.point.x) && std::isfinite(vertex.point.y));
+        }
+    }
+
+    void colourIndices_data()
+    {
+        QTest::addColumn<uint>("colour");
+        QTest::addColumn<int>("index");
+        QTest::newRow("black shows on black and white") << 0x000000u << 7;
+        QTest::newRow("white") << 0xFFFFFFu << 255;
+        QTest::newRow("red") << 0xFF0000u << 10;
+        QTest::newRow("orange") << 0xFF8000u << 30;
+        QTest::newRow("dark green") << 0x008100u << 94;
+        QTest::newRow("grey") << 0x828282u << 253;
+    }
+    void colourIndices()
+    {
+        QFETCH(uint, colour);
+        QTEST(dxfColourIndex(colour), "index");
+    }
+
+    void dxfHasALayerAColour()
+    {
+        Drawing drawing = sample();
+        drawing.outlines[1].layer = QString::fromLatin1("A");
+        drawing.outlines[1].colour = 0xFF0000FFu;
+        drawing.outlines.push_back(drawing.outlines[1]);
+        drawing.outlines.back().layer = QString::fromLatin1("a"); // the same name to the format
+        const QByteArray dxf = dxfOf(drawing);
+        QVERIFY(dxf.contains("$ACADVER\n1\nAC1018\n"));
+        QVERIFY(dxf.contains("$INSUNITS\n70\n4\n"));
+        QVERIFY(dxf.contains("AcDbLayerTableRecord\n2\nA\n70\n0\n62\n170\n420\n255\n"));
+        QVERIFY(dxf.contains("\n2\na_2\n"));
+        QVERIFY(dxf.endsWith("0\nEOF\n"));
+    }
+
+    void dxfVersions()
+    {
+        DxfOptions options;
+        options.version = DxfVersion::R12;
+        QByteArray dxf = dxfOf(sample(), options);
+        QVERIFY(dxf.contains("AC1009") && dxf.contains("POLYLINE") && !dxf.contains("SPLINE"));
+        QVERIFY(!dxf.contains("AcDb") && !dxf.contains("\n420\n"));
+        options.version = DxfVersion::R2000;
+        dxf = dxfOf(sample(), options);
+        QVERIFY(dxf.contains("AC1015") && dxf.contains("SPLINE"));
+    }
+
+    void closedPolylinesEndWithoutTheirFirstPoint()
+    {
+        DxfOptions options;
+        options.curves = DxfCurves::Polyline;
+        Drawing drawing = sample();
+        drawing.outlines.resize(1);
+        drawing.outlines[0].holes.clear();
+        ZPolyline triangle;
+        for (double x : { 0.0, 4.0, 2.0, 0.0 })
+            triangle.appendVertex(ZVector(x, x == 2.0 ? 3.0 : 0.0));
+        drawing.outlines[0].shape = triangle;
+        drawing.unit = Unit::Pixel;
+        QVERIFY(dxfOf(drawing, options)
+                    .contains(
+                        "\n90\n3\n70\n1\n10\n0.0\n20\n0.0\n10\n4.0\n20\n0.0\n10\n2.0\n20\n3.0\n"));
+    }
+
+    void pdfIsTheSameEveryTime()
+    {
+        PaintStyle style;
+        style.byLayer = true;
+        const auto make = [&] {
+            return written([&](QIODevice *device) { return writePdf(sample(), style, device); });
+        };
+        const QByteArray pdf = make();
+        QVERIFY(pdf.startsWith("%PDF-1.5"));
+        QCOMPARE(pdf, make());
+        QVERIFY(!pdf.contains("Date"));
+        // 20 pixels at 299.9994 an inch.
+        QVERIFY(pdf.contains("/MediaBox [0 0 4.80001 2.400005]"));
+        QVERIFY(pdf.contains("/ca 0.50196"));
+        QCOMPARE(pdf.count("/Type /OCG"), 2);
+    }
+
+    void pictureShowsFillsHolesAndGround()
+    {
+        Drawing drawing;
+        drawing.width = drawing.height = 10;
+        const auto addSquare = [&](double low, double side, QRgb colour) {
+            Outline outline;
+            for (int i = 0; i < 5; ++i)
+                outline.shape.appendVertex(ZVector(low + (i == 1 || i == 2 ? side : 0.0),
+                                                   low + (i == 2 || i == 3 ? side : 0.0)));
+            outline.colour = colour;
+            drawing.outlines.push_back(outline);
+        };
+        addSquare(1, 8, 0xFFFF0000u);
+        addSquare(4, 2, 0u);
+        drawing.outlines[0].holes.push_back(1);
+        QImage image = renderDrawing(drawing, PaintStyle(), 2.0);
+        QCOMPARE(image.size(), QSize(20, 20));
+        QCOMPARE(image.pixel(4, 4), 0xFFFF0000u);
+        QCOMPARE(image.pixel(10, 10), 0u);
+        QCOMPARE(image.pixel(0, 0), 0u);
+        drawing.ground = 0xFF00FF00u;
+        QCOMPARE(renderDrawing(drawing, PaintStyle(), 1.0).pixel(5, 5), 0xFF00FF00u);
+        QVERIFY(renderDrawing(drawing, PaintStyle(), 1e6).isNull());
+        PaintStyle strokes;
+        strokes.stroked = true;
+        image = renderDrawing(drawing, strokes, 2.0);
+        QCOMPARE(image.pixel(10, 10), 0u);
+        QVERIFY(qAlpha(image.pixel(2, 10)) > 0);
+    }
+
+    void emptyDrawingsAreWritten()
+    {
+        const Drawing empty;
+        QVERIFY(dxfOf(empty).endsWith("EOF\n"));
+        QVERIFY(!written([&](QIODevice *d) { return writePdf(empty, PaintStyle(), d); }).isEmpty());
+        QVERIFY(
+            !written([&](QIODevice *d) { return writePng(empty, PaintStyle(), 1, d); }).isEmpty());
+        QVERIFY(!written([&](QIODevice *d) { return writeJson(empty, "", d); }).isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Formats)
+#include "tst_formats.moc"
