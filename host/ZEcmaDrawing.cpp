@@ -78,6 +78,19 @@ QScriptValue count(QScriptContext *context, QScriptEngine *)
     return QScriptValue(double(self->drawing.outlines.size()));
 }
 
+QScriptValue setPage(QScriptContext *context, QScriptEngine *engine)
+{
+    ZDrawing *self = selfOf<ZDrawing>(kClass, "setPage", context);
+    if (!self)
+        return QScriptValue();
+    if (!areNumbers(context, 2) || integerArgument(context, 0) < 1
+        || integerArgument(context, 1) < 1)
+        return raiseWrongArguments(kClass, "setPage", context);
+    self->drawing.width = integerArgument(context, 0);
+    self->drawing.height = integerArgument(context, 1);
+    return engine->undefinedValue();
+}
+
 QScriptValue save(QScriptContext *context, QScriptEngine *engine)
 {
     const ZDrawing *self = selfOf<ZDrawing>(kClass, "save", context);
@@ -122,6 +135,7 @@ void ZEcmaDrawing::initEcma(QScriptEngine &engine)
         { "getBaseClasses", getBaseClasses },
         { "addObject", addObject },
         { "count", count },
+        { "setPage", setPage },
         { "save", save },
     };
     const QScriptValue proto

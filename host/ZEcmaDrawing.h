@@ -5,9 +5,10 @@
 //   new ZDrawing()
 //   addObject(polyline)      or an array of polylines; they are copied
 //   count()                  polylines in the drawing
+//   setPage(width, height)   what is drawn of it, from (0, 0); without it, as much as it holds
 //   save(fileName)           in the format of the ending; an error names the reason of a failure
 //
-// Polylines are strokes of one pixel in black on layer "0"; the drawing is as big as they are.
+// Polylines are strokes of one pixel in black on layer "0".
 #ifndef ZECMADRAWING_H
 #define ZECMADRAWING_H
 

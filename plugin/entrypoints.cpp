@@ -8,7 +8,8 @@
 #include <QtGlobal>
 
 // A section of its own that holds nothing else; `used` keeps it through every optimisation.
-// clang-format off: one line of the text a line
+// One line of the text a line:
+// clang-format off
 static const char kVerificationText[] __attribute__((section(".qtplugin"), used))
     = "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
       "version=4.8.4\n"

@@ -4,24 +4,12 @@
 //
 // ZTRACE_HEADLESS is the program, ZTRACE_PLUGIN_FILE our plug-in, ZTRACE_SIBLINGS a folder with one
 // folder of a plug-in for each kind of sibling.
-#include <QProcess>
+#include "HostRun.h"
+
 #include <QtTest>
 
-namespace {
-
-struct Run
-{
-    int code;
-    QString out;
-    QString err;
-};
-
-QString environment(const char *name)
-{
-    return QString::fromLocal8Bit(qgetenv(name));
-}
-
-} // namespace
+using tests::environment;
+typedef tests::HostRun Run;
 
 class tst_Headless : public QObject
 {
@@ -91,18 +79,7 @@ QString tst_Headless::plugIn(const QString &sibling)
 
 Run tst_Headless::run(const QStringList &arguments)
 {
-    QProcess process;
-    process.setWorkingDirectory(folder->path());
-    process.start(environment("ZTRACE_HEADLESS"), arguments);
-    Run result = { -1, QString(), QString() };
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
-        result.err = QString("crashed or hung: ") + process.readAllStandardError();
-        return result;
-    }
-    result.code = process.exitCode();
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    return tests::runProgram(environment("ZTRACE_HEADLESS"), arguments, folder->path());
 }
 
 Run tst_Headless::runText(const QString &script, const QStringList &arguments)

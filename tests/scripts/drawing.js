@@ -16,6 +16,12 @@ assertEquals(drawing.count(), 3);
 assertEquals(drawing.toString(), "ZDrawing(3 objects)");
 assertEquals(drawing.getClassName(), "ZDrawing");
 
+assertEquals(drawing.setPage(40, 40), undefined);
+[[], [40], [0, 40], [40, -1], ["40", "40"], [NaN, 40], [1, 2, 3]].forEach(function(a) {
+    assertThrows(function() { drawing.setPage.apply(drawing, a); },
+                 "Wrong number/types of arguments for ZDrawing.setPage().");
+});
+
 // All of an array or none of it.
 var wrong = "Wrong number/types of arguments for ZDrawing.addObject().";
 [[], [5], [null], ["a"], [{}], [[list[0], 5]], [list, list], [new QImage(1, 1)]].forEach(function(a) {
