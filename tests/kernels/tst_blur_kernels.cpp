@@ -23,22 +23,21 @@ typedef std::vector<signed char> Bytes;
 const int kGuardBytes = 64;
 const signed char kGuard = 0x5A;
 
-struct Image {
+struct Image
+{
     int width;
     int height;
     Bytes bytes; // followed by guard bytes
     QString what;
 
     Image(int w, int h, const QString &name)
-        : width(w)
-        , height(h)
-        , bytes(static_cast<size_t>(4 * w * h + kGuardBytes), kGuard)
-        , what(QString("%1x%2 %3").arg(w).arg(h).arg(name))
-    {
-    }
+        : width(w), height(h), bytes(static_cast<size_t>(4 * w * h + kGuardBytes), kGuard),
+          what(QString("%1x%2 %3").arg(w).arg(h).arg(name))
+    { }
 
     // rule gives the byte of a channel of a pixel.
-    template <typename Rule> void fill(Rule rule)
+    template<typename Rule>
+    void fill(Rule rule)
     {
         signed char *out = bytes.data();
         for (int y = 0; y < height; ++y)
@@ -262,10 +261,9 @@ void tst_BlurKernels::everyTripleAtRadiusOne()
         b[i] = static_cast<signed char>(int(i / 256) - 128);
         c[i] = static_cast<signed char>(int(i % 256) - 128);
     }
-    ztrace::TapRow row = { { a.data(), b.data(), c.data() },
-                           { weights[0], weights[1], weights[2] },
-                           3,
-                           weightSum };
+    ztrace::TapRow row = {
+        { a.data(), b.data(), c.data() }, { weights[0], weights[1], weights[2] }, 3, weightSum
+    };
     for (int first = -128; first <= 127; ++first) {
         std::fill(a.begin(), a.end(), static_cast<signed char>(first));
         kernels().weighRow(row, out.data(), count);
