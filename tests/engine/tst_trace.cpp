@@ -70,6 +70,7 @@ private slots:
     void stateAfterATrace();
     void twentyMillionColoursLeaveTheTracerUsable();
     void memoryThatIsNotThereGivesAnEmptyList();
+    void imageOfTooManyPixelsGivesAnEmptyList();
     void defaultsBlackenAnOpaqueImage();
     void everyFormatIsTraced_data();
     void everyFormatIsTraced();
@@ -329,6 +330,20 @@ void tst_Trace::memoryThatIsNotThereGivesAnEmptyList()
         QVERIFY(!tracer.trace(image).isEmpty());
     }
 #endif
+}
+
+// 2^29 pixels of four bytes are more than one container holds.
+void tst_Trace::imageOfTooManyPixelsGivesAnEmptyList()
+{
+    const QImage image(32768, 16384, QImage::Format_Mono);
+    QVERIFY(!image.isNull());
+    for (const double monochrome : { 0.0, 1.0 }) {
+        ZTraceBitmap tracer;
+        tracer.setOption("monochrome", monochrome);
+        QVERIFY(tracer.trace(image).isEmpty());
+        QCOMPARE(tracer.imageWidth, 0);
+        QVERIFY(tracer.imageData.isEmpty());
+    }
 }
 
 void tst_Trace::defaultsBlackenAnOpaqueImage()

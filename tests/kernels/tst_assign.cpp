@@ -184,6 +184,7 @@ class tst_Assign : public QObject
 private slots:
     void initTestCase();
 
+    void workedExample();
     void tieGoesToTheLowerIndex();
     void farPixelFallsToEntryZero_data();
     void farPixelFallsToEntryZero();
@@ -218,6 +219,19 @@ void tst_Assign::initTestCase()
             QCOMPARE(plain.cells[static_cast<size_t>(c.width) + 3 + x], wanted[x]);                \
         QCOMPARE(compared(c), QString());                                                          \
     } while (false)
+
+// Opaque greys 0, 10, 200 and 255 against 0 and 200: white, read as -1, is next to black.
+void tst_Assign::workedExample()
+{
+    const Bytes pixels({ 0, 0, 0, -1, 10, 10, 10, -1, -56, -56, -56, -1, -1, -1, -1, -1 });
+    const Bytes palette({ 0, 0, 0, -1, -56, -56, -56, -1 });
+    COMPARE_INDICES(pixels, palette, 0, 0, 1, 0);
+    const Case c = { 4, 1, pixels, palette, "greys" };
+    const std::vector<ColourSum> sums = assigned(ztrace::assignPlain, c, true, false).sums;
+    const std::vector<ColourSum> expected
+        = { { { 393, 393, 393, 381 }, 3 }, { { 72, 72, 72, 127 }, 1 } };
+    QCOMPARE(sumsDifference(sums, expected), QString());
+}
 
 void tst_Assign::tieGoesToTheLowerIndex()
 {

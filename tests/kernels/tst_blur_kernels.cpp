@@ -135,6 +135,8 @@ class tst_BlurKernels : public QObject
 private slots:
     void initTestCase();
 
+    void workedExample();
+    void flatPictureMayLoseOne();
     void allShapes_data();
     void allShapes();
     void limits_data();
@@ -154,6 +156,30 @@ void tst_BlurKernels::initTestCase()
 {
     qInfo("seed %llu, fast form with %s", ztrace::testSeed(),
           ztrace::useAvx2() ? "AVX2" : "the kernels of any machine");
+}
+
+// Two rows of 0, 10, 20, 60 in every channel. Row 0 takes no part, so that the vertical pass has
+// one tap and changes nothing here.
+void tst_BlurKernels::workedExample()
+{
+    const int row[4] = { 0, 10, 20, 60 };
+    const int expected[4] = { 10, 13, 28, 44 };
+    Image image(4, 2, "worked example");
+    image.fill([&](int x, int, int) { return row[x]; });
+    QCOMPARE(compared(image, 1, 1024), QString());
+    ztrace::blurPlain(image.bytes.data(), 4, 2, 1, 1024);
+    for (size_t i = 0; i < 32; ++i)
+        QCOMPARE(int(image.bytes[i]), expected[i / 4 % 4]);
+}
+
+// The sum of 3 times each weight comes out a hair below 3: a flat picture of 3 becomes one of 2.
+void tst_BlurKernels::flatPictureMayLoseOne()
+{
+    Image image(9, 9, "all 3");
+    image.fill([](int, int, int) { return 3; });
+    QCOMPARE(compared(image, 1, 1024), QString());
+    ztrace::blurPlain(image.bytes.data(), 9, 9, 1, 1024);
+    QCOMPARE(int(image.bytes[4 * (9 * 4 + 4)]), 2);
 }
 
 void tst_BlurKernels::allShapes_data()
