@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 
@@ -63,11 +64,13 @@ private slots:
     void pathomit_data();
     void pathomit();
     void tolerancesAreHandedOverInOrder();
-    void tolerancesAreSinglePrecision();
+    void tolerancesAreRoundedToSinglePrecision_data();
+    void tolerancesAreRoundedToSinglePrecision();
     void paletteIsKeptFromTraceToTrace();
     void stateAfterATrace();
     void twentyMillionColoursLeaveTheTracerUsable();
     void memoryThatIsNotThereGivesAnEmptyList();
+    void imageOfTooManyPixelsGivesAnEmptyList();
     void defaultsBlackenAnOpaqueImage();
     void everyFormatIsTraced_data();
     void everyFormatIsTraced();
@@ -213,13 +216,36 @@ void tst_Trace::tolerancesAreHandedOverInOrder()
     QCOMPARE(curves.trace(image).at(1).getPieceKind(0), ZPolyline::SplinePiece);
 }
 
-void tst_Trace::tolerancesAreSinglePrecision()
+void tst_Trace::tolerancesAreRoundedToSinglePrecision_data()
 {
-    // 0.25 less a little is 0.25 in single precision.
-    TwoColourTracer tracer;
-    tracer.setOption("ltres", 0.24999999999);
-    const QImage image = letters({ "...", ".#.", "..." }).toImage();
-    QCOMPARE(tracer.trace(image).at(1).getPieceKind(0), ZPolyline::LinePiece);
+    QTest::addColumn<QString>("name");
+    QTest::newRow("of lines") << "ltres";
+    QTest::newRow("of quadratics") << "qtres";
+}
+
+// A value less a little is the value itself in single precision, also with the other tolerance
+// next to it; the single-precision number below it is another one.
+void tst_Trace::tolerancesAreRoundedToSinglePrecision()
+{
+    QFETCH(QString, name);
+    ztrace::Random random(8);
+    const QImage image = ztrace::saddlePicture(random, 40, 40).toImage();
+    const auto traced = [&](double value) {
+        TwoColourTracer tracer;
+        tracer.setOption("ltres", 0);
+        tracer.setOption("qtres", 0);
+        tracer.setOption(name, value);
+        tracer.trace(image);
+        return tracer.indexedImage.tracedLayers;
+    };
+    int told = 0;
+    for (int sixteenths = 1; sixteenths <= 32; ++sixteenths) {
+        const float value = static_cast<float>(sixteenths) / 16;
+        const auto exact = traced(double(value));
+        QCOMPARE(difference(traced(double(value) - 1e-12), exact), QString());
+        told += traced(double(std::nextafter(value, 0.0f))) != exact ? 1 : 0;
+    }
+    QVERIFY2(told > 0, "no error of the picture lies on any of the values");
 }
 
 void tst_Trace::paletteIsKeptFromTraceToTrace()
@@ -304,6 +330,20 @@ void tst_Trace::memoryThatIsNotThereGivesAnEmptyList()
         QVERIFY(!tracer.trace(image).isEmpty());
     }
 #endif
+}
+
+// 2^29 pixels of four bytes are more than one container holds.
+void tst_Trace::imageOfTooManyPixelsGivesAnEmptyList()
+{
+    const QImage image(32768, 16384, QImage::Format_Mono);
+    QVERIFY(!image.isNull());
+    for (const double monochrome : { 0.0, 1.0 }) {
+        ZTraceBitmap tracer;
+        tracer.setOption("monochrome", monochrome);
+        QVERIFY(tracer.trace(image).isEmpty());
+        QCOMPARE(tracer.imageWidth, 0);
+        QVERIFY(tracer.imageData.isEmpty());
+    }
 }
 
 void tst_Trace::defaultsBlackenAnOpaqueImage()

@@ -21,7 +21,8 @@ namespace {
 
 typedef std::vector<signed char> Bytes;
 
-struct Case {
+struct Case
+{
     int width;
     int height;
     Bytes pixels;
@@ -33,7 +34,8 @@ struct Case {
 };
 
 // How colours are strewn: spread 256 is any colour, a small one makes many ties and close calls.
-struct Strewing {
+struct Strewing
+{
     const char *name;
     int spread;
     int alphaSpread;
@@ -41,8 +43,8 @@ struct Strewing {
 };
 
 const Strewing kStrewings[] = {
-    { "any colours", 256, 256, 1 },   { "opaque colours", 256, 1, 1 },
-    { "close colours", 12, 2, 1 },    { "few levels", 3, 1, 1 },
+    { "any colours", 256, 256, 1 },          { "opaque colours", 256, 1, 1 },
+    { "close colours", 12, 2, 1 },           { "few levels", 3, 1, 1 },
     { "any colours in runs", 256, 256, 40 }, { "opaque colours in runs", 256, 1, 200 },
 };
 
@@ -73,13 +75,15 @@ Case randomCase(Random &random, int width, int height, int entries)
     Case result = { width, height, {}, {}, QString() };
     result.pixels = strewn(random, width * height, how, centre);
     result.palette = strewn(random, entries, random.oneIn(3) ? kStrewings[0] : how, centre);
-    result.what = QString("%1x%2, %3 entries, %4").arg(width).arg(height).arg(entries).arg(how.name);
+    result.what
+        = QString("%1x%2, %3 entries, %4").arg(width).arg(height).arg(entries).arg(how.name);
     return result;
 }
 
 typedef void (*Assign)(const PixelView &, const Bytes &, std::vector<ColourSum> *, IndexPlane *);
 
-struct Outcome {
+struct Outcome
+{
     std::vector<ColourSum> sums;
     std::vector<qint64> cells; // the whole plane, border and all
 };
@@ -102,7 +106,7 @@ Outcome assigned(Assign assign, const Case &c, bool withSums, bool withPlane)
         plane.resize(c.width, c.height, c.entries());
     // What is there before must not matter.
     if (withSums)
-        outcome.sums.assign(3, ColourSum{ { 7, 7, 7, 7 }, 7 });
+        outcome.sums.assign(3, ColourSum { { 7, 7, 7, 7 }, 7 });
     assign(c.view(), c.palette, withSums ? &outcome.sums : nullptr, withPlane ? &plane : nullptr);
     if (withPlane)
         outcome.cells = cellsOf(plane);
@@ -148,7 +152,8 @@ QString cellsDifference(const std::vector<qint64> &actual, const std::vector<qin
 QString compared(const Case &c)
 {
     const Outcome expected = assigned(ztrace::assignPlain, c, true, true);
-    const struct {
+    const struct
+    {
         bool sums;
         bool plane;
     } ways[] = { { true, true }, { true, false }, { false, true }, { false, false } };
@@ -161,7 +166,10 @@ QString compared(const Case &c)
             found = cellsDifference(actual.cells, expected.cells, c.width + 2);
         if (!found.isEmpty())
             return QString("%1%2: %3")
-                .arg(c.what, way.sums && way.plane ? "" : way.sums ? ", sums alone" : ", plane alone")
+                .arg(c.what,
+                     way.sums && way.plane ? ""
+                         : way.sums        ? ", sums alone"
+                                           : ", plane alone")
                 .arg(found);
     }
     return QString();
@@ -176,6 +184,7 @@ class tst_Assign : public QObject
 private slots:
     void initTestCase();
 
+    void workedExample();
     void tieGoesToTheLowerIndex();
     void farPixelFallsToEntryZero_data();
     void farPixelFallsToEntryZero();
@@ -211,6 +220,19 @@ void tst_Assign::initTestCase()
         QCOMPARE(compared(c), QString());                                                          \
     } while (false)
 
+// Opaque greys 0, 10, 200 and 255 against 0 and 200: white, read as -1, is next to black.
+void tst_Assign::workedExample()
+{
+    const Bytes pixels({ 0, 0, 0, -1, 10, 10, 10, -1, -56, -56, -56, -1, -1, -1, -1, -1 });
+    const Bytes palette({ 0, 0, 0, -1, -56, -56, -56, -1 });
+    COMPARE_INDICES(pixels, palette, 0, 0, 1, 0);
+    const Case c = { 4, 1, pixels, palette, "greys" };
+    const std::vector<ColourSum> sums = assigned(ztrace::assignPlain, c, true, false).sums;
+    const std::vector<ColourSum> expected
+        = { { { 393, 393, 393, 381 }, 3 }, { { 72, 72, 72, 127 }, 1 } };
+    QCOMPARE(sumsDifference(sums, expected), QString());
+}
+
 void tst_Assign::tieGoesToTheLowerIndex()
 {
     const Bytes pixel({ 10, 0, 0, 0 });
@@ -241,8 +263,7 @@ void tst_Assign::farPixelFallsToEntryZero()
     QFETCH(int, distance);
     QFETCH(int, index);
     const Bytes pixel(4, 127);
-    const Bytes palette(
-        { -128, -128, -128, -128, static_cast<signed char>(red), 127, 127, -128 });
+    const Bytes palette({ -128, -128, -128, -128, static_cast<signed char>(red), 127, 127, -128 });
     QCOMPARE(ztrace::weightedL1(pixel.data(), palette.data()), 1785);
     QCOMPARE(ztrace::weightedL1(pixel.data(), palette.data() + 4), distance);
     COMPARE_INDICES(pixel, palette, index);

@@ -23,22 +23,21 @@ typedef std::vector<signed char> Bytes;
 const int kGuardBytes = 64;
 const signed char kGuard = 0x5A;
 
-struct Image {
+struct Image
+{
     int width;
     int height;
     Bytes bytes; // followed by guard bytes
     QString what;
 
     Image(int w, int h, const QString &name)
-        : width(w)
-        , height(h)
-        , bytes(static_cast<size_t>(4 * w * h + kGuardBytes), kGuard)
-        , what(QString("%1x%2 %3").arg(w).arg(h).arg(name))
-    {
-    }
+        : width(w), height(h), bytes(static_cast<size_t>(4 * w * h + kGuardBytes), kGuard),
+          what(QString("%1x%2 %3").arg(w).arg(h).arg(name))
+    { }
 
     // rule gives the byte of a channel of a pixel.
-    template <typename Rule> void fill(Rule rule)
+    template<typename Rule>
+    void fill(Rule rule)
     {
         signed char *out = bytes.data();
         for (int y = 0; y < height; ++y)
@@ -136,6 +135,8 @@ class tst_BlurKernels : public QObject
 private slots:
     void initTestCase();
 
+    void workedExample();
+    void flatPictureMayLoseOne();
     void allShapes_data();
     void allShapes();
     void limits_data();
@@ -155,6 +156,30 @@ void tst_BlurKernels::initTestCase()
 {
     qInfo("seed %llu, fast form with %s", ztrace::testSeed(),
           ztrace::useAvx2() ? "AVX2" : "the kernels of any machine");
+}
+
+// Two rows of 0, 10, 20, 60 in every channel. Row 0 takes no part, so that the vertical pass has
+// one tap and changes nothing here.
+void tst_BlurKernels::workedExample()
+{
+    const int row[4] = { 0, 10, 20, 60 };
+    const int expected[4] = { 10, 13, 28, 44 };
+    Image image(4, 2, "worked example");
+    image.fill([&](int x, int, int) { return row[x]; });
+    QCOMPARE(compared(image, 1, 1024), QString());
+    ztrace::blurPlain(image.bytes.data(), 4, 2, 1, 1024);
+    for (size_t i = 0; i < 32; ++i)
+        QCOMPARE(int(image.bytes[i]), expected[i / 4 % 4]);
+}
+
+// The sum of 3 times each weight comes out a hair below 3: a flat picture of 3 becomes one of 2.
+void tst_BlurKernels::flatPictureMayLoseOne()
+{
+    Image image(9, 9, "all 3");
+    image.fill([](int, int, int) { return 3; });
+    QCOMPARE(compared(image, 1, 1024), QString());
+    ztrace::blurPlain(image.bytes.data(), 9, 9, 1, 1024);
+    QCOMPARE(int(image.bytes[4 * (9 * 4 + 4)]), 2);
 }
 
 void tst_BlurKernels::allShapes_data()
@@ -262,10 +287,9 @@ void tst_BlurKernels::everyTripleAtRadiusOne()
         b[i] = static_cast<signed char>(int(i / 256) - 128);
         c[i] = static_cast<signed char>(int(i % 256) - 128);
     }
-    ztrace::TapRow row = { { a.data(), b.data(), c.data() },
-                           { weights[0], weights[1], weights[2] },
-                           3,
-                           weightSum };
+    ztrace::TapRow row = {
+        { a.data(), b.data(), c.data() }, { weights[0], weights[1], weights[2] }, 3, weightSum
+    };
     for (int first = -128; first <= 127; ++first) {
         std::fill(a.begin(), a.end(), static_cast<signed char>(first));
         kernels().weighRow(row, out.data(), count);

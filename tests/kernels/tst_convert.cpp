@@ -129,7 +129,8 @@ void tst_Convert::roundedToSingle()
 // register it must not lose the rounding.
 void tst_Convert::roundedToSingleSideBySide()
 {
-    struct Pair {
+    struct Pair
+    {
         double first;
         double second;
     };

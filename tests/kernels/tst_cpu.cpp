@@ -108,8 +108,8 @@ void tst_Cpu::bothAssignLoopsAgree()
         const int width = random.between(1, 30);
         const int height = random.between(1, 30);
         const int entries = random.between(1, 40);
-        const int padded = (entries + ztrace::kEntryBlock - 1) / ztrace::kEntryBlock
-            * ztrace::kEntryBlock;
+        const int padded
+            = (entries + ztrace::kEntryBlock - 1) / ztrace::kEntryBlock * ztrace::kEntryBlock;
         const size_t blocks = static_cast<size_t>(padded);
         std::vector<unsigned char> pixels(static_cast<size_t>(4 * width * height));
         for (unsigned char &byte : pixels)

@@ -22,7 +22,9 @@ namespace {
 
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 
-template <typename Code> struct Internodes {
+template<typename Code>
+struct Internodes
+{
     std::vector<double> x;
     std::vector<double> y;
     std::vector<Code> code;
@@ -151,21 +153,20 @@ private slots:
 
 void tst_Fit::pixelByLines()
 {
-    const Nested expected
-        = { { 1, 0.5, 0, 0.5, 1, 0, 0 }, { 1, 0.5, 1, 0.5, 0, 0, 0 } };
+    const Nested expected = { { 1, 0.5, 0, 0.5, 1, 0, 0 }, { 1, 0.5, 1, 0.5, 0, 0, 0 } };
     QCOMPARE(difference(fitted(diamond(), 0.25, 0), expected), QString());
 }
 
 void tst_Fit::pixelByQuadratics()
 {
-    const Nested expected
-        = { { 2, 0.5, 0, 1.5, 0.5, 0.5, 1 }, { 2, 0.5, 1, -0.5, 0.5, 0.5, 0 } };
+    const Nested expected = { { 2, 0.5, 0, 1.5, 0.5, 0.5, 1 }, { 2, 0.5, 1, -0.5, 0.5, 0.5, 0 } };
     QCOMPARE(difference(fitted(diamond(), 0.2, 0), expected), QString());
 }
 
 void tst_Fit::straightRunIsOneLine()
 {
-    Internodes<double> path = closed({ { 0, 0 }, { 1, 0 }, { 2, 0 }, { 3, 0 }, { 3, 5 }, { 0, 5 } });
+    Internodes<double> path
+        = closed({ { 0, 0 }, { 1, 0 }, { 2, 0 }, { 3, 0 }, { 3, 5 }, { 0, 5 } });
     const Nested expected = { { 1, 0, 0, 3, 0, 0, 0 } };
     QCOMPARE(difference(fittedSequence(path, 0, 0, 0, 3), expected), QString());
 }
@@ -177,7 +178,8 @@ void tst_Fit::halvesMeetAtTheSplit()
         { { 0, 0 }, { 1, 0 }, { 2, 0 }, { 3, 0 }, { 4, 0 }, { 4, 1 }, { 4, 2 }, { 4, 3 } });
     const Nested segments = fittedSequence(path, 0, 0, 0, 7);
     QVERIFY(segments.size() >= 2);
-    QCOMPARE(difference(segments.front()[1], 0.0) + difference(segments.front()[2], 0.0), QString());
+    QCOMPARE(difference(segments.front()[1], 0.0) + difference(segments.front()[2], 0.0),
+             QString());
     for (size_t i = 1; i < segments.size(); ++i) {
         QCOMPARE(segments[i][1], endX(segments[i - 1]));
         QCOMPARE(segments[i][2], endY(segments[i - 1]));
@@ -202,7 +204,7 @@ void tst_Fit::earlierOfEqualErrorsIsTheFitPoint()
 
 void tst_Fit::segmentsAreAppended()
 {
-    std::vector<Segment> segments(1, Segment{ { 9, 9, 9, 9, 9, 9, 9 } });
+    std::vector<Segment> segments(1, Segment { { 9, 9, 9, 9, 9, 9, 9 } });
     Fitter fitter({ 1, 1 });
     const Internodes<double> path = diamond();
     fitter.fitPath(path.view(), &segments);
@@ -230,8 +232,9 @@ void tst_Fit::endsOutOfRange()
 
 void tst_Fit::endAtTheSizeIsTheFirstInternode()
 {
-    QCOMPARE(difference(fittedSequence(diamond(), 0, 1, 2, 4), fittedSequence(diamond(), 0, 1, 2, 0)),
-             QString());
+    QCOMPARE(
+        difference(fittedSequence(diamond(), 0, 1, 2, 4), fittedSequence(diamond(), 0, 1, 2, 0)),
+        QString());
 }
 
 void tst_Fit::emptyAndTinyPaths()
@@ -325,12 +328,11 @@ void tst_Fit::fitPathEqualsReference()
         const Internodes<double> path = randomPath(random, round % 100 == 0 ? 1000 : 60);
         const float line = tolerances[random.below(7)];
         const float quadratic = tolerances[random.below(7)];
-        const QString found
-            = difference(fitted(path, double(line), double(quadratic)),
-                         reference.tracepath(forReference(path), line, quadratic));
-        QVERIFY2(found.isEmpty(),
-                 qPrintable(QString("seed %1, round %2: ").arg(ztrace::testSeed()).arg(round)
-                            + found));
+        const QString found = difference(fitted(path, double(line), double(quadratic)),
+                                         reference.tracepath(forReference(path), line, quadratic));
+        QVERIFY2(
+            found.isEmpty(),
+            qPrintable(QString("seed %1, round %2: ").arg(ztrace::testSeed()).arg(round) + found));
     }
 }
 
@@ -346,12 +348,12 @@ void tst_Fit::fitSequenceEqualsReference()
         const float line = static_cast<float>(random.unit() * 0.5);
         const float quadratic = static_cast<float>(random.unit() * 0.5);
         const ztrace::reference::Reference reference; // counts its calls
-        const QString found = difference(
-            fittedSequence(path, double(line), double(quadratic), start, end),
-            reference.fitseq(forReference(path), line, quadratic, start, end));
-        QVERIFY2(found.isEmpty(),
-                 qPrintable(QString("seed %1, round %2: ").arg(ztrace::testSeed()).arg(round)
-                            + found));
+        const QString found
+            = difference(fittedSequence(path, double(line), double(quadratic), start, end),
+                         reference.fitseq(forReference(path), line, quadratic, start, end));
+        QVERIFY2(
+            found.isEmpty(),
+            qPrintable(QString("seed %1, round %2: ").arg(ztrace::testSeed()).arg(round) + found));
     }
 }
 

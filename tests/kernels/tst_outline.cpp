@@ -21,7 +21,8 @@ using ztrace::Random;
 
 namespace {
 
-struct Field {
+struct Field
+{
     int width;
     int height;
     int entries; // of the palette: decides how wide the cells are
@@ -38,15 +39,17 @@ struct Field {
 // A field drawn as rows of digits.
 Field drawn(const QStringList &rows, int entries = 10)
 {
-    Field field = { rows.isEmpty() ? 0 : int(rows.first().size()), int(rows.size()), entries, {},
-                    rows.join('/') };
+    Field field = {
+        rows.isEmpty() ? 0 : int(rows.first().size()), int(rows.size()), entries, {}, rows.join('/')
+    };
     for (const QString &row : rows)
         for (const QChar digit : row)
             field.indices.push_back(digit.digitValue());
     return field;
 }
 
-struct Outline {
+struct Outline
+{
     int entry;
     std::vector<double> x;
     std::vector<double> y;
@@ -77,21 +80,21 @@ std::vector<Outline> scanned(const Field &field, float shortest)
                     = static_cast<std::remove_pointer_t<decltype(cells)>>(field.at(x, y));
     });
     std::vector<Outline> result;
-    ztrace::scanOutlines(plane, shortest,
-                         [&](int entry, const ztrace::PathView<uint8_t> &path) {
-                             Outline outline = { entry,
-                                                 { path.x, path.x + path.size },
-                                                 { path.y, path.y + path.size },
-                                                 { path.code, path.code + path.size } };
-                             result.push_back(outline);
-                         });
+    ztrace::scanOutlines(plane, shortest, [&](int entry, const ztrace::PathView<uint8_t> &path) {
+        Outline outline = { entry,
+                            { path.x, path.x + path.size },
+                            { path.y, path.y + path.size },
+                            { path.code, path.code + path.size } };
+        result.push_back(outline);
+    });
     return result;
 }
 
 // The plain way: every edge between a pixel of the entry and another one is a step with the entry's
 // pixel on the right hand; a step goes on to the left where it can, else straight on, else to the
 // right. Each step lies on one closed walk; those that go round clockwise are outer outlines.
-struct Step {
+struct Step
+{
     int y;
     int x;
     int heading; // 0 right, 1 up, 2 left, 3 down
