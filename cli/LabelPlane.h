@@ -10,12 +10,12 @@
 #include <cstdint>
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // labels has width * height entries, rows from the top, each below colours.size(). Colours carry
 // alpha and are plain (not premultiplied).
-struct LabelPlane {
+struct LabelPlane
+{
     int width = 0;
     int height = 0;
     std::vector<uint16_t> labels;

@@ -10,49 +10,75 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "drawing/Drawing.h"
+#include "drawing/dxf.h"
+#include "drawing/text.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // How an image becomes few colours.
 enum class Method {
-    Ink, // black and white by a threshold
-    Flat, // the image's own flat colours; soft edges go to the colours beside them
+    Ink,   // black and white by a threshold
+    Flat,  // the image's own flat colours; soft edges go to the colours beside them
     Blend, // a palette chosen for the image, refined by the engine
-    Raw // the image as it is, everything left to the engine
+    Raw    // the image as it is, everything left to the engine
 };
 
-struct Settings {
-    // What to do.
+enum class Threshold { Otsu, Adaptive, Fixed };
+enum class Progress { Auto, Always, Never };
+
+struct Settings
+{
+    // What to write.
     std::vector<std::string> outputs;
     std::string format;
-    std::string preset = "auto";
-    std::string config;
-    bool stats = false;
-    bool quiet = false;
+    double scale = 1.0; // of previews
+    int decimals = kExactDecimals;
+    DxfOptions dxf;
+    PaintStyle style;
+
+    // Size on paper. A resolution of 0 is unknown; nothing said means the image's own where the
+    // unit needs one.
+    std::optional<double> dpi; // 0: the image's own
+    Unit unit = Unit::Pixel;
 
     // From image to colours.
+    std::string preset = "auto";
     std::optional<Method> method;
     std::map<std::string, double> engine; // options that go to the engine as they are
     unsigned seed = 1;
     bool raw = false;
     std::optional<int> colors;
-    std::optional<int> threshold; // none: from the image's histogram
+    std::vector<QRgb> palette; // exactly these, when not empty
+    std::optional<QRgb> background;
+    Threshold threshold = Threshold::Otsu;
+    int fixedThreshold = 0;
+    bool deskew = false;
+    int despeckle = 0; // pixels
+    int page = 1;      // 0: all
 
-    // What is kept, and how it is drawn.
+    // What is kept.
     std::optional<double> minPath;
     std::optional<double> tolerance;
     std::optional<double> curveTolerance;
-    PaintStyle style;
+    bool noFrame = false;
+    bool transparent = false; // fully transparent regions have outlines of their own
+    std::vector<QRgb> onlyColours;
+
+    // How the command runs.
+    std::string config;
+    bool stats = false;
+    bool json = false;
+    bool quiet = false;
+    Progress progress = Progress::Auto;
 };
 
 // One thing that can be set, by the same name on the command line (`--name`) and in TOML files.
-struct Setting {
+struct Setting
+{
     enum Kind { Flag, Value, List }; // a list may be given several times
 
     std::string name;

@@ -10,207 +10,249 @@
 #include <algorithm>
 #include <cmath>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const int kNone = -1;
+
+enum SegmentField { kX1 = 1, kY1 = 2 };
+
+struct Source
 {
+    int entry;
+    std::size_t firstPixel;
+};
 
-namespace
+// Palette entry and first pixel of every outline, in the order of getPolylines: by start point,
+// a later outline in the place of an earlier one with the same start. A walk starts at its
+// region's first pixel and goes right along its upper edge, so that its first midpoint tells
+// the pixel.
+std::vector<Source> sourcesOf(const IndexedImage &indexed)
 {
-
-    const int kNone = -1;
-
-    enum SegmentField { kX1 = 1, kY1 = 2 };
-
-    struct Source {
-        int entry;
-        std::size_t firstPixel;
-    };
-
-    // Palette entry and first pixel of every outline, in the order of getPolylines: by start point,
-    // a later outline in the place of an earlier one with the same start. A walk starts at its
-    // region's first pixel and goes right along its upper edge, so that its first midpoint tells
-    // the pixel.
-    std::vector<Source> sourcesOf(const IndexedImage &indexed)
-    {
-        QMap<double, Source> order;
-        for (int k = 0; k < indexed.tracedLayers.size(); ++k) {
-            for (const QVector<QVector<double>> &path : indexed.tracedLayers.at(k)) {
-                if (path.isEmpty())
-                    continue;
-                const double x = path.at(0).at(kX1);
-                const double y = path.at(0).at(kY1);
-                const std::size_t pixel
-                    = static_cast<std::size_t>(y) * static_cast<std::size_t>(indexed.width)
-                    + static_cast<std::size_t>(x);
-                order.insert(indexed.width * y + x, { k, pixel });
-            }
+    QMap<double, Source> order;
+    for (int k = 0; k < indexed.tracedLayers.size(); ++k) {
+        for (const QVector<QVector<double>> &path : indexed.tracedLayers.at(k)) {
+            if (path.isEmpty())
+                continue;
+            const double x = path.at(0).at(kX1);
+            const double y = path.at(0).at(kY1);
+            const std::size_t pixel
+                = static_cast<std::size_t>(y) * static_cast<std::size_t>(indexed.width)
+                + static_cast<std::size_t>(x);
+            order.insert(indexed.width * y + x, { k, pixel });
         }
-        std::vector<Source> sources;
-        for (const Source &source : order)
-            sources.push_back(source);
-        return sources;
+    }
+    std::vector<Source> sources;
+    for (const Source &source : order)
+        sources.push_back(source);
+    return sources;
+}
+
+LabelPlane planeOf(const IndexedImage &indexed, const std::vector<QRgb> &colours)
+{
+    LabelPlane plane;
+    plane.width = indexed.width;
+    plane.height = indexed.height;
+    plane.colours = colours;
+    plane.labels.reserve(static_cast<std::size_t>(plane.width)
+                         * static_cast<std::size_t>(plane.height));
+    for (int y = 1; y <= plane.height; ++y) {
+        const QVector<int> &row = indexed.indices.at(y);
+        for (int x = 1; x <= plane.width; ++x)
+            plane.labels.push_back(static_cast<uint16_t>(row.at(x)));
+    }
+    return plane;
+}
+
+class Arranger
+{
+public:
+    Arranger(const LabelPlane &p, const std::vector<Source> &sources, std::vector<Outline> *o)
+        : plane(p), map(findRegions(p)), outlines(o)
+    {
+        nesting = findNesting(plane, map);
+        std::vector<int>().swap(map.regionOfPixel);
+        outlineOf.assign(map.regions.size(), kNone);
+        regionOf.assign(sources.size(), kNone);
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            const auto found = std::lower_bound(
+                map.regions.begin(), map.regions.end(), sources[i].firstPixel,
+                [](const Region &region, std::size_t pixel) { return region.firstPixel < pixel; });
+            if (found == map.regions.end() || found->firstPixel != sources[i].firstPixel)
+                continue;
+            regionOf[i] = static_cast<int>(found - map.regions.begin());
+            outlineOf[at(regionOf[i])] = static_cast<int>(i);
+        }
     }
 
-    LabelPlane planeOf(const IndexedImage &indexed, const std::vector<QRgb> &colours)
+    // Cuts every region that is not opaque out of what lies around it, up to the next region
+    // that is not opaque either: that one is cut out of the rest already.
+    void cutTransparent()
     {
-        LabelPlane plane;
-        plane.width = indexed.width;
-        plane.height = indexed.height;
-        plane.colours = colours;
-        plane.labels.reserve(static_cast<std::size_t>(plane.width)
-                             * static_cast<std::size_t>(plane.height));
-        for (int y = 1; y <= plane.height; ++y) {
-            const QVector<int> &row = indexed.indices.at(y);
-            for (int x = 1; x <= plane.width; ++x)
-                plane.labels.push_back(static_cast<uint16_t>(row.at(x)));
+        for (std::size_t r = 0; r < map.regions.size(); ++r) {
+            const int hole = outlineOf[r];
+            if (hole == kNone || alphaOf(static_cast<int>(r)) == 255)
+                continue;
+            for (int around = nesting.parent[r]; around != kOutside;
+                 around = nesting.parent[at(around)]) {
+                const int alpha = alphaOf(around);
+                if (alpha == 0)
+                    break;
+                if (outlineOf[at(around)] != kNone)
+                    (*outlines)[at(outlineOf[at(around)])].holes.push_back(hole);
+                if (alpha < 255)
+                    break;
+            }
         }
-        return plane;
     }
 
-    class Arranger
+    // Cuts everything out of the region right around it, so that no outline paints over
+    // another.
+    void cutAll()
     {
-    public:
-        Arranger(const LabelPlane &p, const std::vector<Source> &sources, std::vector<Outline> *o)
-            : plane(p)
-            , map(findRegions(p))
-            , outlines(o)
-        {
-            nesting = findNesting(plane, map);
-            std::vector<int>().swap(map.regionOfPixel);
-            outlineOf.assign(map.regions.size(), kNone);
-            regionOf.assign(sources.size(), kNone);
-            for (std::size_t i = 0; i < sources.size(); ++i) {
-                const auto found = std::lower_bound(map.regions.begin(), map.regions.end(),
-                                                    sources[i].firstPixel,
-                                                    [](const Region &region, std::size_t pixel) {
-                                                        return region.firstPixel < pixel;
-                                                    });
-                if (found == map.regions.end() || found->firstPixel != sources[i].firstPixel)
+        for (std::size_t r = 0; r < map.regions.size(); ++r) {
+            int around = nesting.parent[r];
+            while (around != kOutside && outlineOf[at(around)] == kNone)
+                around = nesting.parent[at(around)];
+            if (outlineOf[r] != kNone && around != kOutside)
+                (*outlines)[at(outlineOf[at(around)])].holes.push_back(outlineOf[r]);
+        }
+    }
+
+    // The colour that most pixels have.
+    QRgb commonestColour() const
+    {
+        std::vector<std::size_t> areas(plane.colours.size(), 0);
+        for (const Region &region : map.regions)
+            areas[at(region.label)] += region.area;
+        return plane.colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
+                                                      - areas.begin())];
+    }
+
+    // Strokes under neighbours that are painted later: they lie on top with their exact
+    // outlines.
+    void closeSeams(bool everywhere, double width, double rimWidth)
+    {
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
+                continue;
+            const int around = nesting.parent[at(regionOf[i])];
+            if (everywhere || nesting.hasLaterSibling[at(regionOf[i])])
+                (*outlines)[i].seam = width;
+            else if (around == kOutside || alphaOf(around) < 255)
+                (*outlines)[i].seam = rimWidth;
+        }
+    }
+
+    // The outline of the page itself: of a region that reaches all four sides of the image.
+    void dropFrame()
+    {
+        std::vector<bool> keep(regionOf.size(), true);
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone)
+                continue;
+            const Region &region = map.regions[at(regionOf[i])];
+            keep[i] = region.left > 0 || region.top > 0 || region.right < plane.width - 1
+                || region.bottom < plane.height - 1;
+        }
+        retain(keep);
+    }
+
+    // Outlines of other colours go, but for the holes of those that stay.
+    void keepColours(const std::vector<QRgb> &colours)
+    {
+        const auto isWanted = [&colours](const Outline &outline) {
+            return qAlpha(outline.colour) != 0
+                && std::find(colours.begin(), colours.end(), outline.colour | 0xFF000000u)
+                != colours.end();
+        };
+        std::vector<bool> keep(outlines->size(), false);
+        for (std::size_t i = 0; i < outlines->size(); ++i)
+            keep[i] = isWanted((*outlines)[i]);
+        std::vector<bool> kept = keep;
+        for (std::size_t i = 0; i < outlines->size(); ++i) {
+            if (!keep[i])
+                continue;
+            Outline &outline = (*outlines)[i];
+            outline.seam = 0.0;
+            for (int hole : outline.holes) {
+                if (keep[at(hole)])
                     continue;
-                regionOf[i] = static_cast<int>(found - map.regions.begin());
-                outlineOf[at(regionOf[i])] = static_cast<int>(i);
+                kept[at(hole)] = true;
+                (*outlines)[at(hole)].colour = outline.colour & 0x00FFFFFFu;
+                (*outlines)[at(hole)].layer = outline.layer;
+                (*outlines)[at(hole)].holes.clear();
             }
         }
+        retain(kept);
+    }
 
-        // Cuts every region that is not opaque out of what lies around it, up to the next region
-        // that is not opaque either: that one is cut out of the rest already.
-        void cutTransparent()
-        {
-            for (std::size_t r = 0; r < map.regions.size(); ++r) {
-                const int hole = outlineOf[r];
-                if (hole == kNone || alphaOf(static_cast<int>(r)) == 255)
-                    continue;
-                for (int around = nesting.parent[r]; around != kOutside;
-                     around = nesting.parent[at(around)]) {
-                    const int alpha = alphaOf(around);
-                    if (alpha == 0)
-                        break;
-                    if (outlineOf[at(around)] != kNone)
-                        (*outlines)[at(outlineOf[at(around)])].holes.push_back(hole);
-                    if (alpha < 255)
-                        break;
-                }
+    // A hole belongs to the layer of what it is cut out of; one in nothing is not an outline.
+    void dropTransparent()
+    {
+        std::vector<bool> keep(outlines->size(), true);
+        for (std::size_t i = 0; i < outlines->size(); ++i) {
+            if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
+                continue;
+            const int around = nesting.parent[at(regionOf[i])];
+            const int owner = around == kOutside ? kNone : outlineOf[at(around)];
+            keep[i] = owner != kNone;
+            if (!keep[i])
+                continue;
+            (*outlines)[i].layer = (*outlines)[at(owner)].layer;
+            (*outlines)[i].colour = (*outlines)[at(owner)].colour & 0x00FFFFFFu;
+        }
+        retain(keep);
+    }
+
+private:
+    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+    int alphaOf(int region) const
+    {
+        return qAlpha(plane.colours[at(map.regions[at(region)].label)]);
+    }
+
+    void retain(const std::vector<bool> &keep)
+    {
+        std::vector<int> place(keep.size(), kNone);
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < keep.size(); ++i) {
+            if (!keep[i])
+                continue;
+            place[i] = static_cast<int>(count);
+            if (count != i)
+                (*outlines)[count] = std::move((*outlines)[i]);
+            regionOf[count] = regionOf[i];
+            ++count;
+        }
+        outlines->resize(count);
+        regionOf.resize(count);
+        for (Outline &outline : *outlines) {
+            std::vector<int> holes;
+            for (int hole : outline.holes) {
+                if (place[at(hole)] != kNone)
+                    holes.push_back(place[at(hole)]);
             }
+            outline.holes.swap(holes);
         }
+    }
 
-        // Cuts everything out of the region right around it, so that no outline paints over
-        // another.
-        void cutAll()
-        {
-            for (std::size_t r = 0; r < map.regions.size(); ++r) {
-                int around = nesting.parent[r];
-                while (around != kOutside && outlineOf[at(around)] == kNone)
-                    around = nesting.parent[at(around)];
-                if (outlineOf[r] != kNone && around != kOutside)
-                    (*outlines)[at(outlineOf[at(around)])].holes.push_back(outlineOf[r]);
-            }
-        }
-
-        // The colour that most pixels have.
-        QRgb commonestColour() const
-        {
-            std::vector<std::size_t> areas(plane.colours.size(), 0);
-            for (const Region &region : map.regions)
-                areas[at(region.label)] += region.area;
-            return plane.colours[static_cast<std::size_t>(
-                std::max_element(areas.begin(), areas.end()) - areas.begin())];
-        }
-
-        // Strokes under neighbours that are painted later: they lie on top with their exact
-        // outlines.
-        void closeSeams(bool everywhere, double width, double rimWidth)
-        {
-            for (std::size_t i = 0; i < regionOf.size(); ++i) {
-                if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
-                    continue;
-                const int around = nesting.parent[at(regionOf[i])];
-                if (everywhere || nesting.hasLaterSibling[at(regionOf[i])])
-                    (*outlines)[i].seam = width;
-                else if (around == kOutside || alphaOf(around) < 255)
-                    (*outlines)[i].seam = rimWidth;
-            }
-        }
-
-        // A hole belongs to the layer of what it is cut out of; one in nothing is not an outline.
-        void dropTransparent()
-        {
-            std::vector<bool> keep(outlines->size(), true);
-            for (std::size_t i = 0; i < outlines->size(); ++i) {
-                if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
-                    continue;
-                const int around = nesting.parent[at(regionOf[i])];
-                const int owner = around == kOutside ? kNone : outlineOf[at(around)];
-                keep[i] = owner != kNone;
-                if (!keep[i])
-                    continue;
-                (*outlines)[i].layer = (*outlines)[at(owner)].layer;
-                (*outlines)[i].colour = (*outlines)[at(owner)].colour & 0x00FFFFFFu;
-            }
-            retain(keep);
-        }
-
-    private:
-        static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
-        int alphaOf(int region) const
-        {
-            return qAlpha(plane.colours[at(map.regions[at(region)].label)]);
-        }
-
-        void retain(const std::vector<bool> &keep)
-        {
-            std::vector<int> place(keep.size(), kNone);
-            std::size_t count = 0;
-            for (std::size_t i = 0; i < keep.size(); ++i) {
-                if (!keep[i])
-                    continue;
-                place[i] = static_cast<int>(count);
-                if (count != i)
-                    (*outlines)[count] = std::move((*outlines)[i]);
-                ++count;
-            }
-            outlines->resize(count);
-            for (Outline &outline : *outlines) {
-                std::vector<int> holes;
-                for (int hole : outline.holes) {
-                    if (place[at(hole)] != kNone)
-                        holes.push_back(place[at(hole)]);
-                }
-                outline.holes.swap(holes);
-            }
-        }
-
-        const LabelPlane &plane;
-        RegionMap map;
-        Nesting nesting;
-        std::vector<Outline> *outlines;
-        std::vector<int> outlineOf; // of every region
-        std::vector<int> regionOf; // of every outline
-    };
+    const LabelPlane &plane;
+    RegionMap map;
+    Nesting nesting;
+    std::vector<Outline> *outlines;
+    std::vector<int> outlineOf; // of every region
+    std::vector<int> regionOf;  // of every outline
+};
 
 } // namespace
 
 QString layerOfColour(QRgb colour)
 {
+    if (qAlpha(colour) == 0)
+        return QLatin1String("TRANSPARENT");
     return QLatin1String("COLOR_") + QString::fromLatin1(colourName(colour).mid(1).toUpper());
 }
 
@@ -234,21 +276,27 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
     const bool opaque = std::all_of(colours.begin(), colours.end(),
                                     [](QRgb colour) { return qAlpha(colour) == 255; });
     const bool fewSeams = settings.method == Method::Ink || settings.method == Method::Raw;
-    if (opaque && fewSeams && !settings.style.byLayer)
+    const bool apart = settings.style.byLayer || !settings.onlyColours.empty();
+    if (opaque && fewSeams && !apart && !settings.noFrame)
         return drawing;
     const LabelPlane plane = planeOf(engine->indexedImage, colours);
     engine->indexedImage = IndexedImage();
     Arranger arranger(plane, sources, &drawing.outlines);
-    if (settings.style.byLayer)
+    if (apart)
         arranger.cutAll();
     else
         arranger.cutTransparent();
-    if (opaque)
+    if (opaque && !fewSeams && !settings.noFrame && settings.onlyColours.empty())
         drawing.ground = arranger.commonestColour();
     if (!fewSeams || settings.style.byLayer)
         arranger.closeSeams(settings.style.byLayer, opaque ? kSeamWidth : kSeamWidthWithoutGround,
                             opaque ? 0.0 : kSeamWidthAtRim);
-    arranger.dropTransparent();
+    if (!settings.transparent)
+        arranger.dropTransparent();
+    if (settings.noFrame)
+        arranger.dropFrame();
+    if (!settings.onlyColours.empty())
+        arranger.keepColours(settings.onlyColours);
     return drawing;
 }
 

@@ -10,8 +10,7 @@
 
 class ZTraceBitmap;
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
 // Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
@@ -23,11 +22,11 @@ const double kSeamWidthAtRim = 0.5;
 // Moves the outlines of the engine's last trace into a drawing. `colours` are what the palette
 // entries stand for. Painted in order, the outlines give the picture back: later ones lie over
 // earlier ones. What is not opaque is cut out of everything that it would be painted over by.
-// Fully transparent outlines stay only as such holes.
+// Fully transparent outlines stay only as such holes, unless they are asked for.
 Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
                 const std::vector<QRgb> &colours, const Settings &settings);
 
-// The layer of a colour: "COLOR_" and its six digits, valid in every format.
+// The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.
 QString layerOfColour(QRgb colour);
 
 } // namespace ztrace

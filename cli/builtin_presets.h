@@ -4,10 +4,10 @@
 #ifndef ZTRACE_CLI_BUILTIN_PRESETS_H
 #define ZTRACE_CLI_BUILTIN_PRESETS_H
 
-namespace ztrace
-{
+namespace ztrace {
 
-struct BuiltinPreset {
+struct BuiltinPreset
+{
     const char *name;
     const char *text;
 };

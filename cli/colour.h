@@ -9,8 +9,7 @@
 
 #include <cstdlib>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Sum of the channels' differences, alpha counted four times: the engine's own measure, but for
 // fully transparent colours, which have only their transparency.

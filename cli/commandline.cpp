@@ -10,13 +10,11 @@
 #include <deque>
 #include <iostream>
 
-namespace ztrace
-{
+namespace ztrace {
 
-namespace
-{
+namespace {
 
-    const char *const kFooter = R"(Formats: svg
+const char *const kFooter = R"(Formats: svg
 Exit codes: 0 success, 1 failure, 2 wrong usage
 
 Examples:
@@ -24,53 +22,54 @@ Examples:
   ztrace scan.tif --preset lineart -o scan.svg black on white
   cat a.png | ztrace - -o - > a.svg            from and to a pipe)";
 
-    class HelpFormatter : public CLI::Formatter
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    std::string make_usage(const CLI::App *, std::string) const override
     {
-    public:
-        std::string make_usage(const CLI::App *, std::string) const override
-        {
-            return "Usage: ztrace INPUT [-o OUTPUT]... [OPTIONS]\n       ztrace presets\n";
-        }
-    };
-
-    struct Parsed {
-        const Setting *setting;
-        CLI::Option *option;
-        std::vector<std::string> values;
-        bool flag = false;
-    };
-
-    CLI::Option *addSetting(CLI::App *app, Parsed *parsed)
-    {
-        const Setting &setting = *parsed->setting;
-        const std::string names = (setting.shortName.empty() ? "" : "-" + setting.shortName + ",")
-            + "--" + setting.name;
-        if (setting.kind == Setting::Flag)
-            return app->add_flag(names, parsed->flag, setting.help)->group(setting.group);
-        CLI::Option *option = app->add_option(names, parsed->values, setting.help);
-        option->group(setting.group)->option_text(setting.value)->allow_extra_args(false);
-        option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-        return option;
+        return "Usage: ztrace INPUT [-o OUTPUT]... [OPTIONS]\n       ztrace presets\n";
     }
+};
 
-    void storeParsed(const Parsed &parsed, CommandLine *line)
-    {
-        if (parsed.option->count() == 0)
-            return;
-        const Setting &setting = *parsed.setting;
-        if (setting.kind == Setting::Flag) {
-            setting.store(&line->settings, parsed.flag ? "true" : "false");
-            line->given.insert(setting.name);
-            return;
-        }
-        if (setting.kind == Setting::Value && parsed.values.size() != 1)
-            throw Failure(kWrongUsage, "--" + setting.name + " is given more than once");
-        for (const std::string &value : parsed.values) {
-            setting.store(&line->settings, value);
-            line->given.insert(setting.name == "set" ? "set " + value.substr(0, value.find('='))
-                                                     : setting.name);
-        }
+struct Parsed
+{
+    const Setting *setting;
+    CLI::Option *option;
+    std::vector<std::string> values;
+    bool flag = false;
+};
+
+CLI::Option *addSetting(CLI::App *app, Parsed *parsed)
+{
+    const Setting &setting = *parsed->setting;
+    const std::string names
+        = (setting.shortName.empty() ? "" : "-" + setting.shortName + ",") + "--" + setting.name;
+    if (setting.kind == Setting::Flag)
+        return app->add_flag(names, parsed->flag, setting.help)->group(setting.group);
+    CLI::Option *option = app->add_option(names, parsed->values, setting.help);
+    option->group(setting.group)->option_text(setting.value)->allow_extra_args(false);
+    option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    return option;
+}
+
+void storeParsed(const Parsed &parsed, CommandLine *line)
+{
+    if (parsed.option->count() == 0)
+        return;
+    const Setting &setting = *parsed.setting;
+    if (setting.kind == Setting::Flag) {
+        setting.store(&line->settings, parsed.flag ? "true" : "false");
+        line->given.insert(setting.name);
+        return;
     }
+    if (setting.kind == Setting::Value && parsed.values.size() != 1)
+        throw Failure(kWrongUsage, "--" + setting.name + " is given more than once");
+    for (const std::string &value : parsed.values) {
+        setting.store(&line->settings, value);
+        line->given.insert(setting.name == "set" ? "set " + value.substr(0, value.find('='))
+                                                 : setting.name);
+    }
+}
 
 } // namespace
 

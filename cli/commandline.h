@@ -9,10 +9,10 @@
 
 #include "Settings.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
-struct CommandLine {
+struct CommandLine
+{
     enum Action { Trace, ListPresets, Done };
 
     Action action = Done; // Done: help or version has been printed

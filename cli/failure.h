@@ -7,8 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Listed in --help and in docs/command.md.
 enum ExitCode {
@@ -23,11 +22,8 @@ enum ExitCode {
 class Failure : public std::runtime_error
 {
 public:
-    Failure(ExitCode exitCode, const std::string &text)
-        : std::runtime_error(text)
-        , code(exitCode)
-    {
-    }
+    Failure(ExitCode exitCode, const std::string &text) : std::runtime_error(text), code(exitCode)
+    { }
 
     ExitCode code;
 };

@@ -17,163 +17,160 @@
 #include <cmath>
 #include <limits>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const int kNearlyEqual = 12;   // colourDistance of two entries that would be one
+const int kLeastFlat = 4;      // 2 x 2 blocks that make a colour a flat one
+const int kLeastCell = 8;      // pixels of a cell that can become an entry
+const int kMoves = 4;          // rounds of moving entries to their cells' means
+const double kFlatShare = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
+const QRgb kCubeMask = 0xF0F0F0F0u;
+
+struct Cell
 {
+    QRgb colour = 0;
+    bool flat = false;
+    double pixels = 0.0;
+    double sums[4] = { 0.0, 0.0, 0.0, 0.0 }; // R, G, B, A
+    int distance = std::numeric_limits<int>::max();
+    std::size_t entry = 0;
+};
 
-namespace
+void add(Cell *cell, QRgb word)
 {
+    cell->pixels += 1.0;
+    cell->sums[0] += qRed(word);
+    cell->sums[1] += qGreen(word);
+    cell->sums[2] += qBlue(word);
+    cell->sums[3] += qAlpha(word);
+}
 
-    const int kNearlyEqual = 12; // colourDistance of two entries that would be one
-    const int kLeastFlat = 4; // 2 x 2 blocks that make a colour a flat one
-    const int kLeastCell = 8; // pixels of a cell that can become an entry
-    const int kMoves = 4; // rounds of moving entries to their cells' means
-    const double kFlatShare
-        = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
-    const QRgb kCubeMask = 0xF0F0F0F0u;
+QRgb meanOf(const double *sums, double pixels)
+{
+    const auto mean = [&](int channel) { return static_cast<int>(sums[channel] / pixels + 0.5); };
+    return qRgba(mean(0), mean(1), mean(2), mean(3));
+}
 
-    struct Cell {
-        QRgb colour = 0;
-        bool flat = false;
-        double pixels = 0.0;
-        double sums[4] = { 0.0, 0.0, 0.0, 0.0 }; // R, G, B, A
-        int distance = std::numeric_limits<int>::max();
-        std::size_t entry = 0;
-    };
+const QRgb *row(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
 
-    void add(Cell *cell, QRgb word)
-    {
-        cell->pixels += 1.0;
-        cell->sums[0] += qRed(word);
-        cell->sums[1] += qGreen(word);
-        cell->sums[2] += qBlue(word);
-        cell->sums[3] += qAlpha(word);
-    }
-
-    QRgb meanOf(const double *sums, double pixels)
-    {
-        const auto mean
-            = [&](int channel) { return static_cast<int>(sums[channel] / pixels + 0.5); };
-        return qRgba(mean(0), mean(1), mean(2), mean(3));
-    }
-
-    const QRgb *row(const QImage &image, int y)
-    {
-        return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-    }
-
-    QHash<QRgb, int> countBlocks(const QImage &image)
-    {
-        QHash<QRgb, int> blocks;
-        for (int y = 0; y + 1 < image.height(); ++y) {
-            const QRgb *words = row(image, y);
-            const QRgb *below = row(image, y + 1);
-            for (int x = 0; x + 1 < image.width(); ++x) {
-                if (words[x] == words[x + 1] && words[x] == below[x] && words[x] == below[x + 1])
-                    ++blocks[words[x]];
-            }
+QHash<QRgb, int> countBlocks(const QImage &image)
+{
+    QHash<QRgb, int> blocks;
+    for (int y = 0; y + 1 < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        const QRgb *below = row(image, y + 1);
+        for (int x = 0; x + 1 < image.width(); ++x) {
+            if (words[x] == words[x + 1] && words[x] == below[x] && words[x] == below[x + 1])
+                ++blocks[words[x]];
         }
-        return blocks;
     }
+    return blocks;
+}
 
-    // Cells in the order in which they are met. Edges count only when nothing else does.
-    std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
-    {
-        const QHash<QRgb, int> blocks = countBlocks(image);
-        QHash<QRgb, int> flatCells;
-        QHash<QRgb, int> cubes;
-        std::vector<Cell> cells;
-        for (int y = 0; y < image.height(); ++y) {
-            const QRgb *words = row(image, y);
-            for (int x = 0; x < image.width(); ++x) {
-                const QRgb word = words[x];
-                if (qAlpha(word) == 0)
-                    continue;
-                const bool flat = blocks.value(word) >= kLeastFlat;
-                if (!flat && !withEdges && isEdge(image, x, y))
-                    continue;
-                int &place = flat ? flatCells[word] : cubes[word & kCubeMask];
-                if (place == 0) {
-                    cells.emplace_back();
-                    place = static_cast<int>(cells.size());
-                    cells.back().flat = flat;
-                }
-                add(&cells[static_cast<std::size_t>(place - 1)], word);
-            }
-        }
-        for (Cell &cell : cells)
-            cell.colour = meanOf(cell.sums, cell.pixels);
-        return cells;
-    }
-
-    // Appends the best remaining cell; false when none is worth an entry.
-    bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
-    {
-        const bool first = palette->empty();
-        const Cell *best = nullptr;
-        double bestScore = 0.0;
-        for (const Cell &cell : *cells) {
-            if (!first && (cell.distance <= kNearlyEqual || cell.pixels < kLeastCell))
+// Cells in the order in which they are met. Edges count only when nothing else does.
+std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
+{
+    const QHash<QRgb, int> blocks = countBlocks(image);
+    QHash<QRgb, int> flatCells;
+    QHash<QRgb, int> cubes;
+    std::vector<Cell> cells;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb word = words[x];
+            if (qAlpha(word) == 0)
                 continue;
-            const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
-            if (score > bestScore) {
-                bestScore = score;
-                best = &cell;
+            const bool flat = blocks.value(word) >= kLeastFlat;
+            if (!flat && !withEdges && isEdge(image, x, y))
+                continue;
+            int &place = flat ? flatCells[word] : cubes[word & kCubeMask];
+            if (place == 0) {
+                cells.emplace_back();
+                place = static_cast<int>(cells.size());
+                cells.back().flat = flat;
             }
+            add(&cells[static_cast<std::size_t>(place - 1)], word);
         }
-        if (!best)
-            return false;
-        const QRgb colour = best->colour;
-        for (Cell &cell : *cells) {
-            const int distance = colourDistance(cell.colour, colour);
+    }
+    for (Cell &cell : cells)
+        cell.colour = meanOf(cell.sums, cell.pixels);
+    return cells;
+}
+
+// Appends the best remaining cell; false when none is worth an entry.
+bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
+{
+    const bool first = palette->empty();
+    const Cell *best = nullptr;
+    double bestScore = 0.0;
+    for (const Cell &cell : *cells) {
+        if (!first && (cell.distance <= kNearlyEqual || cell.pixels < kLeastCell))
+            continue;
+        const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
+        if (score > bestScore) {
+            bestScore = score;
+            best = &cell;
+        }
+    }
+    if (!best)
+        return false;
+    const QRgb colour = best->colour;
+    for (Cell &cell : *cells) {
+        const int distance = colourDistance(cell.colour, colour);
+        if (distance < cell.distance) {
+            cell.distance = distance;
+            cell.entry = palette->size();
+        }
+    }
+    palette->push_back(colour);
+    return true;
+}
+
+void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
+{
+    struct Sum
+    {
+        double sums[4] = { 0.0, 0.0, 0.0, 0.0 };
+        double pixels = 0.0;
+        double own = 0.0; // of the flat cell that has the entry's very colour
+    };
+    std::vector<Sum> totals(palette->size());
+    for (Cell &cell : *cells) {
+        cell.distance = std::numeric_limits<int>::max();
+        for (std::size_t k = 0; k < palette->size(); ++k) {
+            const int distance = colourDistance(cell.colour, (*palette)[k]);
             if (distance < cell.distance) {
                 cell.distance = distance;
-                cell.entry = palette->size();
+                cell.entry = k;
             }
         }
-        palette->push_back(colour);
-        return true;
+        Sum &total = totals[cell.entry];
+        for (int channel = 0; channel < 4; ++channel)
+            total.sums[channel] += cell.sums[channel];
+        total.pixels += cell.pixels;
+        if (cell.flat && cell.colour == (*palette)[cell.entry])
+            total.own += cell.pixels;
     }
+    for (std::size_t k = 0; k < palette->size(); ++k) {
+        if (totals[k].pixels > 0.0 && totals[k].own < kFlatShare * totals[k].pixels)
+            (*palette)[k] = meanOf(totals[k].sums, totals[k].pixels);
+    }
+}
 
-    void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
-    {
-        struct Sum {
-            double sums[4] = { 0.0, 0.0, 0.0, 0.0 };
-            double pixels = 0.0;
-            double own = 0.0; // of the flat cell that has the entry's very colour
-        };
-        std::vector<Sum> totals(palette->size());
-        for (Cell &cell : *cells) {
-            cell.distance = std::numeric_limits<int>::max();
-            for (std::size_t k = 0; k < palette->size(); ++k) {
-                const int distance = colourDistance(cell.colour, (*palette)[k]);
-                if (distance < cell.distance) {
-                    cell.distance = distance;
-                    cell.entry = k;
-                }
-            }
-            Sum &total = totals[cell.entry];
-            for (int channel = 0; channel < 4; ++channel)
-                total.sums[channel] += cell.sums[channel];
-            total.pixels += cell.pixels;
-            if (cell.flat && cell.colour == (*palette)[cell.entry])
-                total.own += cell.pixels;
-        }
-        for (std::size_t k = 0; k < palette->size(); ++k) {
-            if (totals[k].pixels > 0.0 && totals[k].own < kFlatShare * totals[k].pixels)
-                (*palette)[k] = meanOf(totals[k].sums, totals[k].pixels);
-        }
+bool hasTransparentPixels(const QImage &image)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        if (std::any_of(words, words + image.width(), [](QRgb word) { return qAlpha(word) == 0; }))
+            return true;
     }
-
-    bool hasTransparentPixels(const QImage &image)
-    {
-        for (int y = 0; y < image.height(); ++y) {
-            const QRgb *words = row(image, y);
-            if (std::any_of(words, words + image.width(),
-                            [](QRgb word) { return qAlpha(word) == 0; }))
-                return true;
-        }
-        return false;
-    }
+    return false;
+}
 
 } // namespace
 

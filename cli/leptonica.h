@@ -8,10 +8,10 @@
 
 #include <memory>
 
-namespace ztrace
-{
+namespace ztrace {
 
-struct PixRelease {
+struct PixRelease
+{
     void operator()(PIX *pix) const { pixDestroy(&pix); }
 };
 

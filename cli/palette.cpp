@@ -10,139 +10,149 @@
 #include <array>
 #include <cmath>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const int kSampleWidth = 1024;            // pixels a row of the sample that is quantised
+const long long kMostSampled = 1LL << 20; // more pixels do not change the palette visibly
+const int kMostLibraryColours = 256;
+
+const QRgb *row(const QImage &image, int y)
 {
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
 
-namespace
+QRgb *writableRow(QImage *image, int y)
 {
+    return reinterpret_cast<QRgb *>(image->scanLine(y));
+}
 
-    const int kSampleWidth = 1024; // pixels a row of the sample that is quantised
-    const long long kMostSampled = 1LL << 20; // more pixels do not change the palette visibly
-    const int kMostLibraryColours = 256;
-
-    const QRgb *row(const QImage &image, int y)
-    {
-        return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-    }
-
-    QRgb *writableRow(QImage *image, int y)
-    {
-        return reinterpret_cast<QRgb *>(image->scanLine(y));
-    }
-
-    // Every n-th opaque pixel of the image that `wanted` takes.
-    template<typename Wanted> std::vector<QRgb> sampleOf(const QImage &image, const Wanted &wanted)
-    {
-        const long long pixels = 1LL * image.width() * image.height();
-        const int step = std::max(1, static_cast<int>(std::sqrt(double(pixels) / kMostSampled)));
-        std::vector<QRgb> sample;
-        for (int y = 0; y < image.height(); y += step) {
-            const QRgb *words = row(image, y);
-            for (int x = 0; x < image.width(); x += step) {
-                if (qAlpha(words[x]) == 255 && wanted(words[x], x, y))
-                    sample.push_back(words[x]);
-            }
-        }
-        return sample;
-    }
-
-    QRgb meanColour(const std::vector<QRgb> &sample)
-    {
-        long long sums[3] = { 0, 0, 0 };
-        for (QRgb word : sample) {
-            sums[0] += qRed(word);
-            sums[1] += qGreen(word);
-            sums[2] += qBlue(word);
-        }
-        const long long count = static_cast<long long>(sample.size());
-        return qRgb(static_cast<int>(sums[0] / count), static_cast<int>(sums[1] / count),
-                    static_cast<int>(sums[2] / count));
-    }
-
-    // Appends at most `most` colours for the sample, by the library's median cut.
-    void appendMedianCut(const std::vector<QRgb> &sample, int most, std::vector<QRgb> *colours)
-    {
-        if (sample.empty() || most <= 0)
-            return;
-        setMsgSeverity(L_SEVERITY_NONE);
-        if (most == 1) {
-            colours->push_back(meanColour(sample)); // the library makes two or more
-            return;
-        }
-        const int width = std::min<int>(kSampleWidth, static_cast<int>(sample.size()));
-        const int height = (static_cast<int>(sample.size()) + width - 1) / width;
-        const PixPtr pix(pixCreate(width, height, 32));
-        if (!pix)
-            return;
-        l_uint32 *data = pixGetData(pix.get());
-        const int stride = pixGetWpl(pix.get());
-        for (int i = 0; i < width * height; ++i) {
-            const QRgb word = sample[static_cast<std::size_t>(i) % sample.size()];
-            composeRGBPixel(qRed(word), qGreen(word), qBlue(word),
-                            data + (i / width) * stride + i % width);
-        }
-        const int kNoDither = 0;
-        const int kBitsOfOutput = 8;
-        const int kSignificantBits = 5;
-        const int kNoSubsampling = 1;
-        const int kKeepColours = 0; // do not look whether the image is grey
-        const PixPtr quantised(pixMedianCutQuantGeneral(
-            pix.get(), kNoDither, kBitsOfOutput, std::min(most, kMostLibraryColours),
-            kSignificantBits, kNoSubsampling, kKeepColours));
-        PIXCMAP *map = quantised ? pixGetColormap(quantised.get()) : nullptr;
-        for (int i = 0; map && i < pixcmapGetCount(map); ++i) {
-            int red = 0;
-            int green = 0;
-            int blue = 0;
-            pixcmapGetColor(map, i, &red, &green, &blue);
-            colours->push_back(qRgb(red, green, blue));
+// Every n-th opaque pixel of the image that `wanted` takes.
+template<typename Wanted>
+std::vector<QRgb> sampleOf(const QImage &image, const Wanted &wanted)
+{
+    const long long pixels = 1LL * image.width() * image.height();
+    const int step = std::max(1, static_cast<int>(std::sqrt(double(pixels) / kMostSampled)));
+    std::vector<QRgb> sample;
+    for (int y = 0; y < image.height(); y += step) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < image.width(); x += step) {
+            if (qAlpha(words[x]) == 255 && wanted(words[x], x, y))
+                sample.push_back(words[x]);
         }
     }
+    return sample;
+}
 
-    // One colour for each transparency: the mean of its pixels.
-    void appendTranslucent(const QImage &image, std::vector<QRgb> *colours)
-    {
-        std::array<std::array<long long, 4>, 256> sums = {};
-        for (int y = 0; y < image.height(); ++y) {
-            const QRgb *words = row(image, y);
-            for (int x = 0; x < image.width(); ++x) {
-                std::array<long long, 4> &sum = sums[static_cast<std::size_t>(qAlpha(words[x]))];
-                sum[0] += qRed(words[x]);
-                sum[1] += qGreen(words[x]);
-                sum[2] += qBlue(words[x]);
-                ++sum[3];
-            }
-        }
-        for (int alpha = 0; alpha < 255; ++alpha) {
-            const std::array<long long, 4> &sum = sums[static_cast<std::size_t>(alpha)];
-            if (sum[3] > 0) {
-                colours->push_back(qRgba(static_cast<int>(sum[0] / sum[3]),
-                                         static_cast<int>(sum[1] / sum[3]),
-                                         static_cast<int>(sum[2] / sum[3]), alpha));
-            }
+QRgb meanColour(const std::vector<QRgb> &sample)
+{
+    long long sums[3] = { 0, 0, 0 };
+    for (QRgb word : sample) {
+        sums[0] += qRed(word);
+        sums[1] += qGreen(word);
+        sums[2] += qBlue(word);
+    }
+    const long long count = static_cast<long long>(sample.size());
+    return qRgb(static_cast<int>(sums[0] / count), static_cast<int>(sums[1] / count),
+                static_cast<int>(sums[2] / count));
+}
+
+// Appends at most `most` colours for the sample, by the library's median cut.
+void appendMedianCut(const std::vector<QRgb> &sample, int most, std::vector<QRgb> *colours)
+{
+    if (sample.empty() || most <= 0)
+        return;
+    setMsgSeverity(L_SEVERITY_NONE);
+    if (most == 1) {
+        colours->push_back(meanColour(sample)); // the library makes two or more
+        return;
+    }
+    const int width = std::min<int>(kSampleWidth, static_cast<int>(sample.size()));
+    const int height = (static_cast<int>(sample.size()) + width - 1) / width;
+    const PixPtr pix(pixCreate(width, height, 32));
+    if (!pix)
+        return;
+    l_uint32 *data = pixGetData(pix.get());
+    const int stride = pixGetWpl(pix.get());
+    for (int i = 0; i < width * height; ++i) {
+        const QRgb word = sample[static_cast<std::size_t>(i) % sample.size()];
+        composeRGBPixel(qRed(word), qGreen(word), qBlue(word),
+                        data + (i / width) * stride + i % width);
+    }
+    const int kNoDither = 0;
+    const int kBitsOfOutput = 8;
+    const int kSignificantBits = 5;
+    const int kNoSubsampling = 1;
+    const int kKeepColours = 0; // do not look whether the image is grey
+    const PixPtr quantised(pixMedianCutQuantGeneral(
+        pix.get(), kNoDither, kBitsOfOutput, std::min(most, kMostLibraryColours), kSignificantBits,
+        kNoSubsampling, kKeepColours));
+    PIXCMAP *map = quantised ? pixGetColormap(quantised.get()) : nullptr;
+    // The library may make a colour more than it was asked for; the rarest go.
+    std::vector<std::pair<float, int>> order;
+    NUMA *counts = map ? pixGetCmapHistogram(quantised.get(), 1) : nullptr;
+    for (int i = 0; counts && i < pixcmapGetCount(map); ++i) {
+        float count = 0.0f;
+        numaGetFValue(counts, i, &count);
+        order.push_back({ -count, i });
+    }
+    numaDestroy(&counts);
+    std::sort(order.begin(), order.end());
+    order.resize(std::min(order.size(), static_cast<std::size_t>(most)));
+    for (const auto &entry : order) {
+        int red = 0;
+        int green = 0;
+        int blue = 0;
+        pixcmapGetColor(map, entry.second, &red, &green, &blue);
+        colours->push_back(qRgb(red, green, blue));
+    }
+}
+
+// One colour for each transparency: the mean of its pixels.
+void appendTranslucent(const QImage &image, std::vector<QRgb> *colours)
+{
+    std::array<std::array<long long, 4>, 256> sums = {};
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < image.width(); ++x) {
+            std::array<long long, 4> &sum = sums[static_cast<std::size_t>(qAlpha(words[x]))];
+            sum[0] += qRed(words[x]);
+            sum[1] += qGreen(words[x]);
+            sum[2] += qBlue(words[x]);
+            ++sum[3];
         }
     }
-
-    // Alpha levels, other than 0 and 255, that fill 2 x 2 blocks of at least kLeastTranslucent
-    // pixels.
-    std::array<bool, 256> translucentLevels(const QImage &image)
-    {
-        std::array<long long, 256> counts = {};
-        for (int y = 0; y + 1 < image.height(); ++y) {
-            const QRgb *words = row(image, y);
-            const QRgb *below = row(image, y + 1);
-            for (int x = 0; x + 1 < image.width(); ++x) {
-                const int alpha = qAlpha(words[x]);
-                if (alpha == qAlpha(words[x + 1]) && alpha == qAlpha(below[x])
-                    && alpha == qAlpha(below[x + 1]))
-                    ++counts[static_cast<std::size_t>(alpha)];
-            }
+    for (int alpha = 0; alpha < 255; ++alpha) {
+        const std::array<long long, 4> &sum = sums[static_cast<std::size_t>(alpha)];
+        if (sum[3] > 0) {
+            colours->push_back(qRgba(static_cast<int>(sum[0] / sum[3]),
+                                     static_cast<int>(sum[1] / sum[3]),
+                                     static_cast<int>(sum[2] / sum[3]), alpha));
         }
-        std::array<bool, 256> levels = {};
-        for (std::size_t alpha = 1; alpha < 255; ++alpha)
-            levels[alpha] = counts[alpha] >= kLeastTranslucent;
-        return levels;
     }
+}
+
+// Alpha levels, other than 0 and 255, that fill 2 x 2 blocks of at least kLeastTranslucent
+// pixels.
+std::array<bool, 256> translucentLevels(const QImage &image)
+{
+    std::array<long long, 256> counts = {};
+    for (int y = 0; y + 1 < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        const QRgb *below = row(image, y + 1);
+        for (int x = 0; x + 1 < image.width(); ++x) {
+            const int alpha = qAlpha(words[x]);
+            if (alpha == qAlpha(words[x + 1]) && alpha == qAlpha(below[x])
+                && alpha == qAlpha(below[x + 1]))
+                ++counts[static_cast<std::size_t>(alpha)];
+        }
+    }
+    std::array<bool, 256> levels = {};
+    for (std::size_t alpha = 1; alpha < 255; ++alpha)
+        levels[alpha] = counts[alpha] >= kLeastTranslucent;
+    return levels;
+}
 
 } // namespace
 
@@ -152,6 +162,15 @@ std::vector<QRgb> medianPalette(const QImage &image, int most)
     appendMedianCut(sampleOf(image, [](QRgb, int, int) { return true; }), most, &colours);
     appendTranslucent(image, &colours);
     return colours;
+}
+
+void makeAlphaBinary(QImage *image)
+{
+    for (int y = 0; y < image->height(); ++y) {
+        QRgb *words = writableRow(image, y);
+        for (int x = 0; x < image->width(); ++x)
+            words[x] = qAlpha(words[x]) < 128 ? 0u : (words[x] | 0xFF000000u);
+    }
 }
 
 void settleAlpha(QImage *image)

@@ -8,8 +8,7 @@
 
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Colours of the areas of an ARGB32 image, without those of soft edges (isEdge): flat colours as
 // they are, shaded areas in steps. Few pixels count as well as many when their colour is far from
@@ -24,6 +23,9 @@ std::vector<QRgb> medianPalette(const QImage &image, int most);
 // except where an area of at least `kLeastTranslucent` pixels shares one alpha. Fully transparent
 // pixels get one colour.
 void settleAlpha(QImage *image);
+
+// Pixels less than half opaque become fully transparent, the others opaque.
+void makeAlphaBinary(QImage *image);
 
 const int kLeastTranslucent = 64;
 

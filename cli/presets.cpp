@@ -15,70 +15,67 @@
 #include <map>
 #include <sstream>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const char *const kDescription = "description";
+
+std::string unquoted(const std::string &text)
 {
+    const bool quoted = text.size() >= 2 && text.front() == text.back()
+        && (text.front() == '"' || text.front() == '\'');
+    return quoted ? text.substr(1, text.size() - 2) : text;
+}
 
-namespace
+FileSetting fromItem(const CLI::ConfigItem &item, const std::string &origin)
 {
-
-    const char *const kDescription = "description";
-
-    std::string unquoted(const std::string &text)
-    {
-        const bool quoted = text.size() >= 2 && text.front() == text.back()
-            && (text.front() == '"' || text.front() == '\'');
-        return quoted ? text.substr(1, text.size() - 2) : text;
-    }
-
-    FileSetting fromItem(const CLI::ConfigItem &item, const std::string &origin)
-    {
-        FileSetting setting;
-        setting.name = item.name;
-        for (const std::string &value : item.inputs)
-            setting.values.push_back(unquoted(value));
-        const bool isSet = item.parents.size() == 1 && item.parents.front() == "set";
-        if (isSet) {
-            setting.name = "set";
-            setting.engineOption = item.name;
-            if (!isEngineOption(item.name))
-                throw Failure(kWrongUsage,
-                              origin + ": [set]: there is no option \"" + item.name + "\"");
-            return setting;
-        }
-        if (!item.parents.empty())
+    FileSetting setting;
+    setting.name = item.name;
+    for (const std::string &value : item.inputs)
+        setting.values.push_back(unquoted(value));
+    const bool isSet = item.parents.size() == 1 && item.parents.front() == "set";
+    if (isSet) {
+        setting.name = "set";
+        setting.engineOption = item.name;
+        if (!isEngineOption(item.name))
             throw Failure(kWrongUsage,
-                          origin + ": there is no section [" + item.parents.front() + "]");
-        if (item.name != kDescription && !findSetting(item.name))
-            throw Failure(kWrongUsage, origin + ": there is no setting \"" + item.name + "\"");
+                          origin + ": [set]: there is no option \"" + item.name + "\"");
         return setting;
     }
+    if (!item.parents.empty())
+        throw Failure(kWrongUsage, origin + ": there is no section [" + item.parents.front() + "]");
+    if (item.name != kDescription && !findSetting(item.name))
+        throw Failure(kWrongUsage, origin + ": there is no setting \"" + item.name + "\"");
+    return setting;
+}
 
-    // The parser reports the opening and closing of sections as items of their own.
-    bool isSectionMark(const CLI::ConfigItem &item)
-    {
-        return item.name == "++" || item.name == "--";
-    }
+// The parser reports the opening and closing of sections as items of their own.
+bool isSectionMark(const CLI::ConfigItem &item)
+{
+    return item.name == "++" || item.name == "--";
+}
 
-    void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
-    {
-        const QDir dir(folder);
-        for (const QString &file : dir.entryList({ QString::fromLatin1("*.toml") }, QDir::Files)) {
-            Preset preset;
-            preset.name = QFile::encodeName(file.chopped(5)).toStdString();
-            preset.origin = QFile::encodeName(dir.filePath(file)).toStdString();
-            preset.text = settingsFile(preset.origin);
-            (*presets)[preset.name] = preset;
-        }
+void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
+{
+    const QDir dir(folder);
+    for (const QString &file : dir.entryList({ QString::fromLatin1("*.toml") }, QDir::Files)) {
+        Preset preset;
+        preset.name = QFile::encodeName(file.chopped(5)).toStdString();
+        preset.origin = QFile::encodeName(dir.filePath(file)).toStdString();
+        preset.text = settingsFile(preset.origin);
+        (*presets)[preset.name] = preset;
     }
+}
 
-    std::string descriptionIn(const Preset &preset)
-    {
-        for (const FileSetting &setting : parseSettings(preset.text, preset.origin)) {
-            if (setting.name == kDescription && !setting.values.empty())
-                return setting.values.front();
-        }
-        return std::string();
+std::string descriptionIn(const Preset &preset)
+{
+    for (const FileSetting &setting : parseSettings(preset.text, preset.origin)) {
+        if (setting.name == kDescription && !setting.values.empty())
+            return setting.values.front();
     }
+    return std::string();
+}
 
 } // namespace
 

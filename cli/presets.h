@@ -10,12 +10,12 @@
 
 #include "Settings.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Keys that a TOML text sets, with their values. A list has several values; the engine's options
 // stand in the section [set].
-struct FileSetting {
+struct FileSetting
+{
     std::string name;
     std::vector<std::string> values;
     std::string engineOption; // for entries of [set], else empty
@@ -31,7 +31,8 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
 // Text of a file; throws a Failure when it cannot be read.
 std::string settingsFile(const std::string &fileName);
 
-struct Preset {
+struct Preset
+{
     std::string name;
     std::string description;
     std::string origin; // its file, or "built in"

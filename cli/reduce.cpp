@@ -10,111 +10,103 @@
 
 #include <algorithm>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const uint16_t kUnlabelled = 0xFFFF;
+const int kAlmost = 8; // of 255: an alpha this near to an end is taken as that end
+
+const QRgb *row(const QImage &image, int y)
 {
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
 
-namespace
+uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
 {
+    std::size_t best = 0;
+    for (std::size_t k = 1; k < colours.size(); ++k) {
+        if (colourDistance(word, colours[k]) < colourDistance(word, colours[best]))
+            best = k;
+    }
+    return static_cast<uint16_t>(best);
+}
 
-    const uint16_t kUnlabelled = 0xFFFF;
-    const int kAlmost = 8; // of 255: an alpha this near to an end is taken as that end
+// Spreads labels into unlabelled pixels, one ring of pixels at a time.
+class Spread
+{
+public:
+    Spread(const QImage &source, LabelPlane *target) : image(source), plane(target) { }
 
-    const QRgb *row(const QImage &image, int y)
+    void run()
     {
-        return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        std::vector<std::size_t> waiting;
+        for (std::size_t i = 0; i < plane->pixels(); ++i) {
+            if (plane->labels[i] == kUnlabelled)
+                waiting.push_back(i);
+        }
+        std::vector<std::pair<std::size_t, uint16_t>> ring;
+        while (!waiting.empty()) {
+            ring.clear();
+            std::vector<std::size_t> left;
+            for (std::size_t i : waiting) {
+                const uint16_t label = bestAround(i);
+                if (label == kUnlabelled)
+                    left.push_back(i);
+                else
+                    ring.push_back({ i, label });
+            }
+            if (ring.empty())
+                break; // not a single label to start from
+            for (const auto &entry : ring)
+                plane->labels[entry.first] = entry.second;
+            waiting.swap(left);
+        }
     }
 
-    uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
+private:
+    // Labels within two pixels count, so that both sides of a soft edge are in the choice.
+    uint16_t bestAround(std::size_t i) const
     {
-        std::size_t best = 0;
-        for (std::size_t k = 1; k < colours.size(); ++k) {
-            if (colourDistance(word, colours[k]) < colourDistance(word, colours[best]))
-                best = k;
-        }
-        return static_cast<uint16_t>(best);
-    }
-
-    // Spreads labels into unlabelled pixels, one ring of pixels at a time.
-    class Spread
-    {
-    public:
-        Spread(const QImage &source, LabelPlane *target)
-            : image(source)
-            , plane(target)
-        {
-        }
-
-        void run()
-        {
-            std::vector<std::size_t> waiting;
-            for (std::size_t i = 0; i < plane->pixels(); ++i) {
-                if (plane->labels[i] == kUnlabelled)
-                    waiting.push_back(i);
-            }
-            std::vector<std::pair<std::size_t, uint16_t>> ring;
-            while (!waiting.empty()) {
-                ring.clear();
-                std::vector<std::size_t> left;
-                for (std::size_t i : waiting) {
-                    const uint16_t label = bestAround(i);
-                    if (label == kUnlabelled)
-                        left.push_back(i);
-                    else
-                        ring.push_back({ i, label });
-                }
-                if (ring.empty())
-                    break; // not a single label to start from
-                for (const auto &entry : ring)
-                    plane->labels[entry.first] = entry.second;
-                waiting.swap(left);
-            }
-        }
-
-    private:
-        // Labels within two pixels count, so that both sides of a soft edge are in the choice.
-        uint16_t bestAround(std::size_t i) const
-        {
-            const int x = static_cast<int>(i % static_cast<std::size_t>(plane->width));
-            const int y = static_cast<int>(i / static_cast<std::size_t>(plane->width));
-            const QRgb word = row(image, y)[x];
-            uint16_t best = kUnlabelled;
-            int bestDistance = 0;
-            for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach);
-                 ++v) {
-                for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
-                     ++u) {
-                    const uint16_t label
-                        = plane->labels[static_cast<std::size_t>(v)
-                                            * static_cast<std::size_t>(plane->width)
-                                        + static_cast<std::size_t>(u)];
-                    if (label == kUnlabelled || label == best)
-                        continue;
-                    const int distance = colourDistance(word, plane->colours[label]);
-                    if (best == kUnlabelled || distance < bestDistance
-                        || (distance == bestDistance && label < best)) {
-                        best = label;
-                        bestDistance = distance;
-                    }
+        const int x = static_cast<int>(i % static_cast<std::size_t>(plane->width));
+        const int y = static_cast<int>(i / static_cast<std::size_t>(plane->width));
+        const QRgb word = row(image, y)[x];
+        uint16_t best = kUnlabelled;
+        int bestDistance = 0;
+        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
+            for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
+                 ++u) {
+                const uint16_t label = plane->labels[static_cast<std::size_t>(v)
+                                                         * static_cast<std::size_t>(plane->width)
+                                                     + static_cast<std::size_t>(u)];
+                if (label == kUnlabelled || label == best)
+                    continue;
+                const int distance = colourDistance(word, plane->colours[label]);
+                if (best == kUnlabelled || distance < bestDistance
+                    || (distance == bestDistance && label < best)) {
+                    best = label;
+                    bestDistance = distance;
                 }
             }
-            return best;
         }
-
-        static const int kReach = 2;
-        const QImage &image;
-        LabelPlane *plane;
-    };
-
-    LabelPlane emptyPlane(const QImage &image)
-    {
-        LabelPlane plane;
-        plane.width = image.width();
-        plane.height = image.height();
-        plane.labels.assign(static_cast<std::size_t>(plane.width)
-                                * static_cast<std::size_t>(plane.height),
-                            kUnlabelled);
-        return plane;
+        return best;
     }
+
+    static const int kReach = 2;
+    const QImage &image;
+    LabelPlane *plane;
+};
+
+LabelPlane emptyPlane(const QImage &image)
+{
+    LabelPlane plane;
+    plane.width = image.width();
+    plane.height = image.height();
+    plane.labels.assign(static_cast<std::size_t>(plane.width)
+                            * static_cast<std::size_t>(plane.height),
+                        kUnlabelled);
+    return plane;
+}
 
 } // namespace
 

@@ -9,8 +9,7 @@
 #include "LabelPlane.h"
 #include "Settings.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // Every pixel gets one of the colours: the most similar one. On edges (isEdge) that would draw
 // fringes of a third colour, so that a pixel there chooses among the labels that have reached it

@@ -7,219 +7,215 @@
 #include <map>
 #include <numeric>
 
-namespace ztrace
-{
+namespace ztrace {
 
-namespace
-{
+namespace {
 
-    // Disjoint sets of provisional region numbers; the smallest number leads its set.
-    class Sets
+// Disjoint sets of provisional region numbers; the smallest number leads its set.
+class Sets
+{
+public:
+    int add()
     {
-    public:
-        int add()
-        {
-            leader.push_back(static_cast<int>(leader.size()));
-            return leader.back();
-        }
+        leader.push_back(static_cast<int>(leader.size()));
+        return leader.back();
+    }
 
-        int find(int a)
-        {
-            while (leader[at(a)] != a) {
-                leader[at(a)] = leader[at(leader[at(a)])];
-                a = leader[at(a)];
+    int find(int a)
+    {
+        while (leader[at(a)] != a) {
+            leader[at(a)] = leader[at(leader[at(a)])];
+            a = leader[at(a)];
+        }
+        return a;
+    }
+
+    int join(int a, int b)
+    {
+        a = find(a);
+        b = find(b);
+        const int low = std::min(a, b);
+        leader[at(std::max(a, b))] = low;
+        return low;
+    }
+
+    int size() const { return static_cast<int>(leader.size()); }
+
+private:
+    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
+    std::vector<int> leader;
+};
+
+void growBox(Region *region, int x, int y)
+{
+    region->left = std::min(region->left, x);
+    region->right = std::max(region->right, x);
+    region->bottom = y;
+}
+
+// Number of the pixel's four edges beyond which there is another region or the rim.
+std::size_t openEdges(const LabelPlane &plane, std::size_t i, int x, int y)
+{
+    const std::size_t stride = static_cast<std::size_t>(plane.width);
+    const uint16_t own = plane.labels[i];
+    return std::size_t(x == 0 || plane.labels[i - 1] != own)
+        + std::size_t(x == plane.width - 1 || plane.labels[i + 1] != own)
+        + std::size_t(y == 0 || plane.labels[i - stride] != own)
+        + std::size_t(y == plane.height - 1 || plane.labels[i + stride] != own);
+}
+
+// Provisional numbers from the left and the three pixels above, joined where they meet.
+std::vector<int> provisionalNumbers(const LabelPlane &plane, Sets *sets)
+{
+    const std::size_t stride = static_cast<std::size_t>(plane.width);
+    std::vector<int> number(plane.pixels());
+    std::size_t i = 0;
+    for (int y = 0; y < plane.height; ++y) {
+        for (int x = 0; x < plane.width; ++x, ++i) {
+            const uint16_t own = plane.labels[i];
+            int found = -1;
+            const auto meet = [&](std::size_t j) {
+                if (plane.labels[j] != own || number[j] == found)
+                    return;
+                found = found < 0 ? number[j] : sets->join(found, number[j]);
+            };
+            if (x > 0)
+                meet(i - 1);
+            if (y > 0) {
+                if (x > 0)
+                    meet(i - stride - 1);
+                meet(i - stride);
+                if (x < plane.width - 1)
+                    meet(i - stride + 1);
             }
-            return a;
+            number[i] = found < 0 ? sets->add() : found;
         }
+    }
+    return number;
+}
 
-        int join(int a, int b)
-        {
-            a = find(a);
-            b = find(b);
-            const int low = std::min(a, b);
-            leader[at(std::max(a, b))] = low;
-            return low;
+// Depth-first search over regions. The rim of the image is a node of its own, the root.
+class NestingSearch
+{
+public:
+    NestingSearch(int nodeCount, const std::vector<std::pair<int, int>> &edges)
+        : firstEdge(static_cast<std::size_t>(nodeCount) + 1, 0), parent(size(nodeCount), 0),
+          discovered(size(nodeCount), 0), low(size(nodeCount), 0)
+    {
+        for (const auto &edge : edges) {
+            ++firstEdge[at(edge.first) + 1];
+            ++firstEdge[at(edge.second) + 1];
         }
+        std::partial_sum(firstEdge.begin(), firstEdge.end(), firstEdge.begin());
+        target.resize(2 * edges.size());
+        std::vector<std::size_t> fill(firstEdge.begin(), firstEdge.end() - 1);
+        for (const auto &edge : edges) {
+            target[fill[at(edge.first)]++] = edge.second;
+            target[fill[at(edge.second)]++] = edge.first;
+        }
+    }
 
-        int size() const { return static_cast<int>(leader.size()); }
+    // The node that separates each node from the root: the top of the two-connected component
+    // in which the node is not the top. Source: Tarjan's low points.
+    std::vector<int> separators(int root)
+    {
+        int clock = 0;
+        std::vector<Step> steps;
+        std::vector<int> open; // discovered, component not known yet
+        visit(root, root, &clock, &steps);
+        while (!steps.empty()) {
+            Step &step = steps.back();
+            const int node = step.node;
+            if (step.edge < firstEdge[at(node) + 1]) {
+                const int next = target[step.edge++];
+                if (discovered[at(next)] == 0) {
+                    open.push_back(next);
+                    visit(next, node, &clock, &steps);
+                } else {
+                    low[at(node)] = std::min(low[at(node)], discovered[at(next)]);
+                }
+                continue;
+            }
+            const int from = step.from;
+            steps.pop_back();
+            if (node == root)
+                break;
+            low[at(from)] = std::min(low[at(from)], low[at(node)]);
+            if (low[at(node)] >= discovered[at(from)])
+                closeComponent(node, from, &open);
+        }
+        return parent;
+    }
 
-    private:
-        static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-        std::vector<int> leader;
+private:
+    struct Step
+    {
+        int node;
+        int from;
+        std::size_t edge;
     };
 
-    void growBox(Region *region, int x, int y)
+    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
+    static std::size_t size(int i) { return static_cast<std::size_t>(i); }
+
+    void visit(int node, int from, int *clock, std::vector<Step> *steps)
     {
-        region->left = std::min(region->left, x);
-        region->right = std::max(region->right, x);
-        region->bottom = y;
+        discovered[at(node)] = low[at(node)] = ++*clock;
+        steps->push_back({ node, from, firstEdge[at(node)] });
     }
 
-    // Number of the pixel's four edges beyond which there is another region or the rim.
-    std::size_t openEdges(const LabelPlane &plane, std::size_t i, int x, int y)
+    void closeComponent(int node, int top, std::vector<int> *open)
     {
-        const std::size_t stride = static_cast<std::size_t>(plane.width);
-        const uint16_t own = plane.labels[i];
-        return std::size_t(x == 0 || plane.labels[i - 1] != own)
-            + std::size_t(x == plane.width - 1 || plane.labels[i + 1] != own)
-            + std::size_t(y == 0 || plane.labels[i - stride] != own)
-            + std::size_t(y == plane.height - 1 || plane.labels[i + stride] != own);
+        int member;
+        do {
+            member = open->back();
+            open->pop_back();
+            parent[at(member)] = top;
+        } while (member != node);
     }
 
-    // Provisional numbers from the left and the three pixels above, joined where they meet.
-    std::vector<int> provisionalNumbers(const LabelPlane &plane, Sets *sets)
-    {
-        const std::size_t stride = static_cast<std::size_t>(plane.width);
-        std::vector<int> number(plane.pixels());
-        std::size_t i = 0;
-        for (int y = 0; y < plane.height; ++y) {
-            for (int x = 0; x < plane.width; ++x, ++i) {
-                const uint16_t own = plane.labels[i];
-                int found = -1;
-                const auto meet = [&](std::size_t j) {
-                    if (plane.labels[j] != own || number[j] == found)
-                        return;
-                    found = found < 0 ? number[j] : sets->join(found, number[j]);
-                };
-                if (x > 0)
-                    meet(i - 1);
-                if (y > 0) {
-                    if (x > 0)
-                        meet(i - stride - 1);
-                    meet(i - stride);
-                    if (x < plane.width - 1)
-                        meet(i - stride + 1);
-                }
-                number[i] = found < 0 ? sets->add() : found;
-            }
-        }
-        return number;
-    }
+    std::vector<std::size_t> firstEdge;
+    std::vector<int> target;
+    std::vector<int> parent;
+    std::vector<int> discovered;
+    std::vector<int> low;
+};
 
-    // Depth-first search over regions. The rim of the image is a node of its own, the root.
-    class NestingSearch
-    {
-    public:
-        NestingSearch(int nodeCount, const std::vector<std::pair<int, int>> &edges)
-            : firstEdge(static_cast<std::size_t>(nodeCount) + 1, 0)
-            , parent(size(nodeCount), 0)
-            , discovered(size(nodeCount), 0)
-            , low(size(nodeCount), 0)
-        {
-            for (const auto &edge : edges) {
-                ++firstEdge[at(edge.first) + 1];
-                ++firstEdge[at(edge.second) + 1];
-            }
-            std::partial_sum(firstEdge.begin(), firstEdge.end(), firstEdge.begin());
-            target.resize(2 * edges.size());
-            std::vector<std::size_t> fill(firstEdge.begin(), firstEdge.end() - 1);
-            for (const auto &edge : edges) {
-                target[fill[at(edge.first)]++] = edge.second;
-                target[fill[at(edge.second)]++] = edge.first;
-            }
-        }
-
-        // The node that separates each node from the root: the top of the two-connected component
-        // in which the node is not the top. Source: Tarjan's low points.
-        std::vector<int> separators(int root)
-        {
-            int clock = 0;
-            std::vector<Step> steps;
-            std::vector<int> open; // discovered, component not known yet
-            visit(root, root, &clock, &steps);
-            while (!steps.empty()) {
-                Step &step = steps.back();
-                const int node = step.node;
-                if (step.edge < firstEdge[at(node) + 1]) {
-                    const int next = target[step.edge++];
-                    if (discovered[at(next)] == 0) {
-                        open.push_back(next);
-                        visit(next, node, &clock, &steps);
-                    } else {
-                        low[at(node)] = std::min(low[at(node)], discovered[at(next)]);
-                    }
-                    continue;
-                }
-                const int from = step.from;
-                steps.pop_back();
-                if (node == root)
-                    break;
-                low[at(from)] = std::min(low[at(from)], low[at(node)]);
-                if (low[at(node)] >= discovered[at(from)])
-                    closeComponent(node, from, &open);
-            }
-            return parent;
-        }
-
-    private:
-        struct Step {
-            int node;
-            int from;
-            std::size_t edge;
-        };
-
-        static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-        static std::size_t size(int i) { return static_cast<std::size_t>(i); }
-
-        void visit(int node, int from, int *clock, std::vector<Step> *steps)
-        {
-            discovered[at(node)] = low[at(node)] = ++*clock;
-            steps->push_back({ node, from, firstEdge[at(node)] });
-        }
-
-        void closeComponent(int node, int top, std::vector<int> *open)
-        {
-            int member;
-            do {
-                member = open->back();
-                open->pop_back();
-                parent[at(member)] = top;
-            } while (member != node);
-        }
-
-        std::vector<std::size_t> firstEdge;
-        std::vector<int> target;
-        std::vector<int> parent;
-        std::vector<int> discovered;
-        std::vector<int> low;
+// Pairs of neighbouring regions, each once, the lower number first; `rim` stands for the
+// outside.
+std::vector<std::pair<int, int>> neighbours(const LabelPlane &plane, const RegionMap &map, int rim)
+{
+    std::vector<std::pair<int, int>> pairs;
+    const auto add = [&](int a, int b) {
+        const std::pair<int, int> pair(std::min(a, b), std::max(a, b));
+        if (a != b && (pairs.empty() || pairs.back() != pair))
+            pairs.push_back(pair);
     };
-
-    // Pairs of neighbouring regions, each once, the lower number first; `rim` stands for the
-    // outside.
-    std::vector<std::pair<int, int>> neighbours(const LabelPlane &plane, const RegionMap &map,
-                                                int rim)
-    {
-        std::vector<std::pair<int, int>> pairs;
-        const auto add = [&](int a, int b) {
-            const std::pair<int, int> pair(std::min(a, b), std::max(a, b));
-            if (a != b && (pairs.empty() || pairs.back() != pair))
-                pairs.push_back(pair);
-        };
-        const auto compact = [&] {
-            std::sort(pairs.begin(), pairs.end());
-            pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
-        };
-        const std::size_t stride = static_cast<std::size_t>(plane.width);
-        std::size_t limit = 1u << 22;
-        std::size_t i = 0;
-        for (int y = 0; y < plane.height; ++y) {
-            for (int x = 0; x < plane.width; ++x, ++i) {
-                const int own = map.regionOfPixel[i];
-                if (x == 0 || x == plane.width - 1 || y == 0 || y == plane.height - 1)
-                    add(own, rim);
-                if (x > 0)
-                    add(own, map.regionOfPixel[i - 1]);
-                if (y > 0)
-                    add(own, map.regionOfPixel[i - stride]);
-            }
-            if (pairs.size() > limit) {
-                compact();
-                limit = std::max(limit, 2 * pairs.size());
-            }
+    const auto compact = [&] {
+        std::sort(pairs.begin(), pairs.end());
+        pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+    };
+    const std::size_t stride = static_cast<std::size_t>(plane.width);
+    std::size_t limit = 1u << 22;
+    std::size_t i = 0;
+    for (int y = 0; y < plane.height; ++y) {
+        for (int x = 0; x < plane.width; ++x, ++i) {
+            const int own = map.regionOfPixel[i];
+            if (x == 0 || x == plane.width - 1 || y == 0 || y == plane.height - 1)
+                add(own, rim);
+            if (x > 0)
+                add(own, map.regionOfPixel[i - 1]);
+            if (y > 0)
+                add(own, map.regionOfPixel[i - stride]);
         }
-        compact();
-        return pairs;
+        if (pairs.size() > limit) {
+            compact();
+            limit = std::max(limit, 2 * pairs.size());
+        }
     }
+    compact();
+    return pairs;
+}
 
 } // namespace
 

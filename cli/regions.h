@@ -6,23 +6,24 @@
 
 #include "LabelPlane.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
 // A largest set of pixels of one label that hang together by edges or corners, which is what the
 // engine draws one outline around.
-struct Region {
+struct Region
+{
     int label = 0;
     std::size_t firstPixel = 0; // the topmost, then leftmost one
-    std::size_t area = 0; // in pixels
-    std::size_t border = 0; // pixel edges towards other regions and the rim of the image
-    int left = 0; // bounding box, in pixels, right and bottom inclusive
+    std::size_t area = 0;       // in pixels
+    std::size_t border = 0;     // pixel edges towards other regions and the rim of the image
+    int left = 0;               // bounding box, in pixels, right and bottom inclusive
     int top = 0;
     int right = 0;
     int bottom = 0;
 };
 
-struct RegionMap {
+struct RegionMap
+{
     std::vector<int> regionOfPixel;
     std::vector<Region> regions; // in the order of their first pixels
 };
@@ -34,7 +35,8 @@ const int kOutside = -1;
 // What every region lies in: the region that separates it from the rim of the image and is nearest
 // to it, or kOutside. And whether a region has a neighbour that lies in the same one and comes
 // after it in the order of first pixels.
-struct Nesting {
+struct Nesting
+{
     std::vector<int> parent;
     std::vector<bool> hasLaterSibling;
 };

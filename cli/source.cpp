@@ -8,111 +8,127 @@
 #include <QFileInfo>
 #include <QImageReader>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+[[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
+    throw Failure(kInputUnreadable, name + ": " + reason);
+}
 
-namespace
+void refuseTooLarge(const std::string &name, const QSize &size)
 {
-
-    [[noreturn]] void fail(const std::string &name, const std::string &reason)
-    {
-        throw Failure(kInputUnreadable, name + ": " + reason);
+    if (size.isValid() && 1LL * size.width() * size.height() > kMostPixels) {
+        fail(name,
+             "an image of " + std::to_string(size.width()) + " x " + std::to_string(size.height())
+                 + " pixels is too large to be traced");
     }
+}
 
-    QByteArray readStandardInput()
+// Image libraries print their complaints; while this lives they go nowhere.
+class Silence
+{
+public:
+    Silence() : saved(dup(STDERR_FILENO))
     {
-        QFile stream;
-        if (!stream.open(stdin, QIODevice::ReadOnly))
-            fail("standard input", "cannot be read");
-        return stream.readAll();
+        const int nowhere = open("/dev/null", O_WRONLY);
+        if (nowhere < 0)
+            return;
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
     }
-
-    void refuseTooLarge(const std::string &name, const QSize &size)
+    ~Silence()
     {
-        if (size.isValid() && 1LL * size.width() * size.height() > kMostPixels) {
-            fail(name,
-                 "an image of " + std::to_string(size.width()) + " x "
-                     + std::to_string(size.height()) + " pixels is too large to be traced");
-        }
+        if (saved < 0)
+            return;
+        dup2(saved, STDERR_FILENO);
+        close(saved);
     }
+    Silence(const Silence &) = delete;
+    Silence &operator=(const Silence &) = delete;
 
-    // Image libraries print their complaints; while this lives they go nowhere.
-    class Silence
-    {
-    public:
-        Silence()
-            : saved(dup(STDERR_FILENO))
-        {
-            const int nowhere = open("/dev/null", O_WRONLY);
-            if (nowhere < 0)
-                return;
-            dup2(nowhere, STDERR_FILENO);
-            close(nowhere);
-        }
-        ~Silence()
-        {
-            if (saved < 0)
-                return;
-            dup2(saved, STDERR_FILENO);
-            close(saved);
-        }
-        Silence(const Silence &) = delete;
-        Silence &operator=(const Silence &) = delete;
+private:
+    int saved;
+};
 
-    private:
-        int saved;
-    };
-
-    QImage readFrom(QIODevice *device, const std::string &name, bool upright)
-    {
-        const Silence silence;
-        QImageReader reader(device);
-        reader.setDecideFormatFromContent(true);
-        reader.setAutoTransform(upright);
-        if (!reader.canRead())
-            fail(name, "not an image of a known format");
-        refuseTooLarge(name, reader.size());
-        QImage image;
-        if (!reader.read(&image) || image.isNull()) {
-            fail(name,
-                 "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
-        }
-        refuseTooLarge(name, image.size());
-        return image;
-    }
+void checkReadable(QImageReader *reader, const std::string &name)
+{
+    reader->setDecideFormatFromContent(true);
+    if (!reader->canRead())
+        fail(name, "not an image of a known format");
+}
 
 } // namespace
 
-QImage readImage(const std::string &fileName, bool upright)
+ImageSource::ImageSource(const std::string &fileName) : name(fileName)
 {
-    if (fileName == "-") {
-        QByteArray data = readStandardInput();
-        if (data.isEmpty())
-            fail("standard input", "is empty");
-        QBuffer buffer(&data);
-        buffer.open(QIODevice::ReadOnly);
-        return readFrom(&buffer, "standard input", upright);
-    }
     QFile file(QFile::decodeName(fileName.c_str()));
-    if (QFileInfo(file).isDir())
-        fail(fileName, "is a folder");
-    if (!file.open(QIODevice::ReadOnly))
-        fail(fileName, file.errorString().toLocal8Bit().toStdString());
-    if (!file.isSequential() && file.size() == 0)
-        fail(fileName, "the file is empty");
-    if (file.isSequential()) {
-        // A pipe cannot be looked at and then read from the start.
-        QByteArray data = file.readAll();
-        QBuffer buffer(&data);
-        buffer.open(QIODevice::ReadOnly);
-        return readFrom(&buffer, fileName, upright);
+    if (fileName == "-") {
+        name = "standard input";
+        if (!file.open(stdin, QIODevice::ReadOnly))
+            fail(name, "cannot be read");
+    } else if (QFileInfo(file).isDir()) {
+        fail(name, "is a folder");
+    } else if (!file.open(QIODevice::ReadOnly)) {
+        fail(name, file.errorString().toLocal8Bit().toStdString());
     }
-    return readFrom(&file, fileName, upright);
+    data = file.readAll();
+    if (data.isEmpty())
+        fail(name, file.error() == QFileDevice::NoError ? "is empty" : "cannot be read");
+}
+
+int ImageSource::pages() const
+{
+    const Silence silence;
+    QByteArray bytes = data;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    checkReadable(&reader, name);
+    return std::max(1, reader.imageCount());
+}
+
+QImage ImageSource::read(int page, bool upright) const
+{
+    const Silence silence;
+    QByteArray bytes = data;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    checkReadable(&reader, name);
+    reader.setAutoTransform(upright);
+    if (page > 1 && (page > reader.imageCount() || !reader.jumpToImage(page - 1))) {
+        fail(name,
+             "there is no page " + std::to_string(page) + " (the file has "
+                 + std::to_string(std::max(1, reader.imageCount())) + ")");
+    }
+    refuseTooLarge(name, reader.size());
+    QImage image;
+    if (!reader.read(&image) || image.isNull()) {
+        fail(name,
+             "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
+    }
+    refuseTooLarge(name, image.size());
+    return image;
+}
+
+double dpiOf(const QImage &image)
+{
+    const double kMetresPerInch = 0.0254;
+    const double kRoundingOfFormats = 0.02; // whole dots a metre, of whole dots an inch
+    const double dpi = image.dotsPerMeterX() * kMetresPerInch;
+    if (!(dpi > 0.0))
+        return 96.0;
+    const double whole = std::round(dpi);
+    return std::fabs(dpi - whole) < kRoundingOfFormats ? whole : dpi;
 }
 
 } // namespace ztrace

@@ -4,21 +4,40 @@
 #ifndef ZTRACE_CLI_SOURCE_H
 #define ZTRACE_CLI_SOURCE_H
 
+#include <QByteArray>
 #include <QImage>
 
 #include <string>
 
-namespace ztrace
-{
-
-// Reads an image file, or standard input for "-", by its contents, whatever its name. Throws a
-// Failure that says what is wrong: no such file, a folder, empty, not an image, damaged, or too
-// large for the tracer.
-// `upright` turns the image as its own note on orientation says.
-QImage readImage(const std::string &fileName, bool upright);
+namespace ztrace {
 
 // Largest number of pixels that the tracer can hold.
 const long long kMostPixels = ((1LL << 31) - 65) / 4;
+
+// An image file, or standard input for "-", read by its contents, whatever its name. Every
+// operation throws a Failure that says what is wrong: no such file, a folder, empty, not an image,
+// damaged, no such page, or too large for the tracer.
+class ImageSource
+{
+public:
+    explicit ImageSource(const std::string &fileName);
+
+    // Pages of a file that has several; 1 for all others.
+    int pages() const;
+
+    // Page 1 is the first. `upright` turns the image as its own note on orientation says.
+    QImage read(int page, bool upright) const;
+
+    // The file's bytes.
+    const QByteArray &contents() const { return data; }
+
+private:
+    std::string name;
+    QByteArray data;
+};
+
+// The image's own resolution in pixels an inch; 96 when it has none.
+double dpiOf(const QImage &image);
 
 } // namespace ztrace
 

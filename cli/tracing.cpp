@@ -6,328 +6,339 @@
 #include "palette.h"
 #include "reduce.h"
 #include "regions.h"
+#include "scan.h"
+#include "source.h"
 
 #include "engine/ZTraceBitmap.h"
 
-#include <QColor>
 #include <QElapsedTimer>
 
-#include <array>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+const double kMostLabels = 65534.0;
+const int kDefaultColors = 16;
+const double kDefaultMinPath = 8.0;
+const int kBetweenBlackAndWhite = 127;
+const QRgb kPaper = 0xFFFFFFFFu;
+
+// Options that steer the engine's own reduction to a palette.
+bool isReducing(const std::string &name)
 {
+    return name != "ltres" && name != "qtres" && name != "pathomit";
+}
 
-namespace
+class Tracer
 {
-
-    const double kMostLabels = 65534.0;
-    const int kDefaultColors = 16;
-    const double kDefaultMinPath = 8.0;
-    const int kNoInkBeyond = 127; // threshold of an image without any contrast
-    const QRgb kPaper = 0xFFFFFFFFu;
-
-    // Options that steer the engine's own reduction to a palette.
-    bool isReducing(const std::string &name)
+public:
+    Tracer(QImage &&source, const Settings &s, const StageSink &sink)
+        : image(std::move(source)), settings(s), announce(sink)
     {
-        return name != "ltres" && name != "qtres" && name != "pathomit";
+        clock.start();
     }
 
-    class Tracer
+    TraceResult run()
     {
-    public:
-        Tracer(QImage &&source, const Settings &s)
-            : image(std::move(source))
-            , settings(s)
-        {
-            clock.start();
+        std::srand(settings.seed);
+        switch (settings.raw ? Method::Raw : settings.method.value_or(Method::Flat)) {
+        case Method::Raw:
+            traceRaw();
+            break;
+        case Method::Ink:
+            traceInk();
+            break;
+        case Method::Flat:
+        case Method::Blend:
+            traceColours();
+            break;
         }
+        return std::move(result);
+    }
 
-        TraceResult run()
-        {
-            std::srand(settings.seed);
-            switch (settings.raw ? Method::Raw : settings.method.value_or(Method::Flat)) {
-            case Method::Raw:
-                traceRaw();
-                break;
-            case Method::Ink:
-                traceInk();
-                break;
-            case Method::Flat:
-            case Method::Blend:
-                traceColours();
-                break;
+private:
+    void lap(const char *stage)
+    {
+        result.seconds.push_back({ stage, 1e-9 * double(clock.nsecsElapsed()) });
+        clock.restart();
+    }
+
+    void begin(const char *stage) const
+    {
+        if (announce)
+            announce(stage);
+    }
+
+    void useGeometry(std::map<std::string, double> *options) const
+    {
+        if (settings.tolerance)
+            (*options)["ltres"] = (*options)["qtres"] = *settings.tolerance * *settings.tolerance;
+        if (settings.curveTolerance)
+            (*options)["qtres"] = *settings.curveTolerance * *settings.curveTolerance;
+        if (settings.minPath)
+            (*options)["pathomit"] = *settings.minPath;
+    }
+
+    void useEngineOptions(std::map<std::string, double> *options) const
+    {
+        for (const auto &option : settings.engine)
+            (*options)[option.first] = option.second;
+    }
+
+    // Traces what is in `image`, which is released on the way.
+    void traceWith(ZTraceBitmap *engine, const std::map<std::string, double> &options,
+                   QList<ZPolyline> *polylines)
+    {
+        for (const auto &option : options)
+            engine->setOption(QString::fromStdString(option.first), option.second);
+        for (auto it = engine->options.constBegin(); it != engine->options.constEnd(); ++it)
+            result.engine.insert({ it.key().toStdString(), it.value() });
+        const QSize size = image.size();
+        begin("tracing");
+        *polylines = engine->trace(image);
+        image = QImage();
+        // The engine reports nothing: what it could not hold is an empty result.
+        if (engine->imageWidth != size.width() || engine->imageHeight != size.height())
+            throw Failure(kFailed, "the image does not fit into memory");
+        if (engine->currentPalette.isEmpty())
+            throw Failure(kFailed, "no palette of that many colours can be made");
+        engine->imageData = QVector<char>();
+        lap("trace");
+    }
+
+    void arrangeOutlines(ZTraceBitmap *engine, const QList<ZPolyline> &polylines)
+    {
+        Settings used = settings;
+        used.method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
+        result.drawing = arrange(polylines, engine, result.palette, used);
+        lap("arrange");
+    }
+
+    void traceRaw()
+    {
+        ZTraceBitmap engine;
+        QList<ZPolyline> polylines;
+        std::map<std::string, double> options;
+        useGeometry(&options);
+        useEngineOptions(&options);
+        traceWith(&engine, options, &polylines);
+        // Generated entries are stored as value - 128, sampled ones as the image's bytes.
+        const bool generated = engine.options.value(QString::fromLatin1("colorsampling")) == 0.0;
+        for (const QVector<char> &entry : qAsConst(engine.currentPalette)) {
+            const QRgb stored
+                = qRgba(entry.at(0) & 255, entry.at(1) & 255, entry.at(2) & 255, entry.at(3) & 255);
+            result.palette.push_back(generated ? colourOfEntry(entry) : stored);
+        }
+        arrangeOutlines(&engine, polylines);
+    }
+
+    void putOnPaper(QRgb paper)
+    {
+        for (int y = 0; y < image.height(); ++y) {
+            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
+            for (int x = 0; x < image.width(); ++x) {
+                const int alpha = qAlpha(words[x]);
+                const auto over = [alpha](int top, int bottom) {
+                    return (top * alpha + bottom * (255 - alpha) + 127) / 255;
+                };
+                words[x]
+                    = qRgb(over(qRed(words[x]), qRed(paper)), over(qGreen(words[x]), qGreen(paper)),
+                           over(qBlue(words[x]), qBlue(paper)));
             }
-            return std::move(result);
         }
+    }
 
-    private:
-        void lap(const char *stage)
-        {
-            result.seconds.push_back({ stage, 1e-9 * double(clock.nsecsElapsed()) });
-            clock.restart();
+    void traceInk()
+    {
+        image = image.convertToFormat(QImage::Format_ARGB32);
+        requireImage();
+        begin("preparing");
+        putOnPaper(settings.background.value_or(kPaper));
+        int threshold = settings.threshold == Threshold::Fixed ? settings.fixedThreshold : -1;
+        const CleanScan scan = cleanScan(image, settings, &threshold);
+        image = scan.image;
+        result.angle = scan.angle;
+        if (scan.bilevel) {
+            result.threshold = settings.threshold == Threshold::Adaptive ? -1 : threshold;
+            threshold = kBetweenBlackAndWhite;
+        } else {
+            result.threshold = threshold;
         }
+        std::map<std::string, double> options = { { "monochrome", 1 },
+                                                  { "alphathreshold", 255 },
+                                                  { "colorsampling", 0 },
+                                                  { "numberofcolors", 2 },
+                                                  { "colorquantcycles", 1 },
+                                                  { "blurradius", 0 },
+                                                  { "brightnessthreshold", threshold } };
+        useGeometry(&options);
+        useEngineOptions(&options);
+        lap("prepare");
+        ZTraceBitmap engine;
+        QList<ZPolyline> polylines;
+        traceWith(&engine, options, &polylines);
+        for (const QVector<char> &entry : qAsConst(engine.currentPalette))
+            result.palette.push_back(colourOfEntry(entry));
+        usePens();
+        arrangeOutlines(&engine, polylines);
+    }
 
-        void useGeometry(std::map<std::string, double> *options) const
-        {
-            if (settings.tolerance)
-                (*options)["ltres"] = (*options)["qtres"]
-                    = *settings.tolerance * *settings.tolerance;
-            if (settings.curveTolerance)
-                (*options)["qtres"] = *settings.curveTolerance * *settings.curveTolerance;
-            if (settings.minPath)
-                (*options)["pathomit"] = *settings.minPath;
-        }
+    // Ink and paper in the darkest and the lightest of the colours that were asked for.
+    void usePens()
+    {
+        if (settings.palette.empty())
+            return;
+        const auto darker = [](QRgb a, QRgb b) { return qGray(a) < qGray(b); };
+        const auto ends
+            = std::minmax_element(settings.palette.begin(), settings.palette.end(), darker);
+        for (QRgb &colour : result.palette)
+            colour = qGray(colour) < 128 ? *ends.first : *ends.second;
+    }
 
-        void useEngineOptions(std::map<std::string, double> *options) const
-        {
-            for (const auto &option : settings.engine)
-                (*options)[option.first] = option.second;
-        }
+    std::vector<QRgb> penPalette() const
+    {
+        std::vector<QRgb> pens = settings.palette;
+        if (!settings.background)
+            pens.push_back(0u); // what is transparent stays so
+        return pens;
+    }
 
-        // Traces what is in `image`, which is released on the way.
-        void traceWith(ZTraceBitmap *engine, const std::map<std::string, double> &options,
-                       QList<ZPolyline> *polylines)
-        {
-            for (const auto &option : options)
-                engine->setOption(QString::fromStdString(option.first), option.second);
-            for (auto it = engine->options.constBegin(); it != engine->options.constEnd(); ++it)
-                result.engine.insert({ it.key().toStdString(), it.value() });
-            const QSize size = image.size();
-            *polylines = engine->trace(image);
-            image = QImage();
-            // The engine reports nothing: what it could not hold is an empty result.
-            if (engine->imageWidth != size.width() || engine->imageHeight != size.height())
-                throw Failure(kFailed, "the image does not fit into memory");
-            if (engine->currentPalette.isEmpty())
+    void requireImage() const
+    {
+        if (image.isNull())
+            throw Failure(kFailed, "the image does not fit into memory");
+    }
+
+    LabelPlane reduce()
+    {
+        std::map<std::string, double> options = { { "monochrome", 0 },
+                                                  { "mincolorratio", 0 },
+                                                  { "blurradius", 0 },
+                                                  { "colorquantcycles", 3 } };
+        bool engineDecides = false;
+        for (const auto &option : settings.engine)
+            engineDecides
+                = engineDecides || (isReducing(option.first) && option.first != "numberofcolors");
+        useEngineOptions(&options);
+        int colors = settings.colors.value_or(kDefaultColors);
+        const auto asked = settings.engine.find("numberofcolors");
+        if (asked != settings.engine.end()) {
+            if (asked->second >= kMostLabels)
                 throw Failure(kFailed, "no palette of that many colours can be made");
-            engine->imageData = QVector<char>();
-            lap("trace");
+            colors = asked->second >= 1.0 ? static_cast<int>(asked->second) : 0;
         }
-
-        void arrangeOutlines(ZTraceBitmap *engine, const QList<ZPolyline> &polylines)
-        {
-            Settings used = settings;
-            used.method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
-            result.drawing = arrange(polylines, engine, result.palette, used);
-            lap("arrange");
-        }
-
-        void traceRaw()
-        {
-            ZTraceBitmap engine;
-            QList<ZPolyline> polylines;
-            std::map<std::string, double> options;
-            useGeometry(&options);
-            useEngineOptions(&options);
-            traceWith(&engine, options, &polylines);
-            // Generated entries are stored as value - 128, sampled ones as the image's bytes.
-            const bool generated
-                = engine.options.value(QString::fromLatin1("colorsampling")) == 0.0;
-            for (const QVector<char> &entry : qAsConst(engine.currentPalette)) {
-                const QRgb stored = qRgba(entry.at(0) & 255, entry.at(1) & 255, entry.at(2) & 255,
-                                          entry.at(3) & 255);
-                result.palette.push_back(generated ? colourOfEntry(entry) : stored);
-            }
-            arrangeOutlines(&engine, polylines);
-        }
-
-        void putOnPaper(QRgb paper)
-        {
-            for (int y = 0; y < image.height(); ++y) {
-                QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-                for (int x = 0; x < image.width(); ++x) {
-                    const int alpha = qAlpha(words[x]);
-                    const auto over = [alpha](int top, int bottom) {
-                        return (top * alpha + bottom * (255 - alpha) + 127) / 255;
-                    };
-                    words[x] = qRgb(over(qRed(words[x]), qRed(paper)),
-                                    over(qGreen(words[x]), qGreen(paper)),
-                                    over(qBlue(words[x]), qBlue(paper)));
-                }
-            }
-        }
-
-        void traceInk()
-        {
-            image = image.convertToFormat(QImage::Format_ARGB32);
-            requireImage();
-            putOnPaper(kPaper);
-            result.threshold = settings.threshold ? *settings.threshold : otsuThreshold(image);
-            std::map<std::string, double> options = { { "monochrome", 1 },
-                                                      { "alphathreshold", 255 },
-                                                      { "colorsampling", 0 },
-                                                      { "numberofcolors", 2 },
-                                                      { "colorquantcycles", 1 },
-                                                      { "blurradius", 0 },
-                                                      { "brightnessthreshold", result.threshold } };
-            useGeometry(&options);
-            useEngineOptions(&options);
-            lap("prepare");
-            ZTraceBitmap engine;
-            QList<ZPolyline> polylines;
-            traceWith(&engine, options, &polylines);
-            for (const QVector<char> &entry : qAsConst(engine.currentPalette))
-                result.palette.push_back(colourOfEntry(entry));
-            arrangeOutlines(&engine, polylines);
-        }
-
-        void requireImage() const
-        {
-            if (image.isNull())
-                throw Failure(kFailed, "the image does not fit into memory");
-        }
-
-        LabelPlane reduce()
-        {
-            std::map<std::string, double> options = { { "monochrome", 0 },
-                                                      { "mincolorratio", 0 },
-                                                      { "blurradius", 0 },
-                                                      { "colorquantcycles", 3 } };
-            bool engineDecides = false;
-            for (const auto &option : settings.engine)
-                engineDecides = engineDecides
-                    || (isReducing(option.first) && option.first != "numberofcolors");
-            useEngineOptions(&options);
-            int colors = settings.colors.value_or(kDefaultColors);
-            const auto asked = settings.engine.find("numberofcolors");
-            if (asked != settings.engine.end()) {
-                if (asked->second >= kMostLabels)
-                    throw Failure(kFailed, "no palette of that many colours can be made");
-                colors = asked->second >= 1.0 ? static_cast<int>(asked->second) : 0;
-            }
-            result.engine = { options.begin(), options.end() };
-            result.engine["numberofcolors"] = colors;
-            if (!engineDecides && settings.method.value_or(Method::Flat) == Method::Flat
-                && colors > 0) {
-                const std::vector<QRgb> colours = flatPalette(image, colors);
-                lap("palette");
-                return reduceFlat(image, colours);
-            }
-            settleAlpha(&image);
-            options["numberofcolors"] = colors;
-            std::vector<QRgb> start;
-            if (!settings.engine.count("colorsampling") && colors > 0)
-                start = medianPalette(image, colors);
+        result.engine = { options.begin(), options.end() };
+        result.engine["numberofcolors"] = colors;
+        begin("choosing colours");
+        if (!settings.palette.empty()) {
+            makeAlphaBinary(&image);
             lap("palette");
-            return reduceBlend(image, start, options);
+            return reduceFlat(image, penPalette());
         }
-
-        // Labels in use, each once, become the image that the engine traces: every pixel is exactly
-        // one of the palette's colours.
-        void useLabels(LabelPlane *plane, ZTraceBitmap *engine)
-        {
-            std::vector<int> entryOf(plane->colours.size(), -1);
-            for (uint16_t label : plane->labels) {
-                if (entryOf[label] >= 0)
-                    continue;
-                const QRgb colour = plane->colours[label];
-                const auto known = std::find(result.palette.begin(), result.palette.end(), colour);
-                entryOf[label] = static_cast<int>(known - result.palette.begin());
-                if (known == result.palette.end())
-                    result.palette.push_back(colour);
-            }
-            image = QImage(plane->width, plane->height, QImage::Format_ARGB32);
-            requireImage();
-            std::size_t i = 0;
-            for (int y = 0; y < plane->height; ++y) {
-                QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-                for (int x = 0; x < plane->width; ++x)
-                    words[x] = plane->colours[plane->labels[i++]];
-            }
-            *plane = LabelPlane();
-            invertTopBits(&image);
-            for (QRgb colour : result.palette)
-                engine->currentPalette.append(entryOfColour(colour));
+        if (!engineDecides && settings.method.value_or(Method::Flat) == Method::Flat
+            && colors > 0) {
+            const std::vector<QRgb> colours = flatPalette(image, colors);
+            lap("palette");
+            return reduceFlat(image, colours);
         }
+        settleAlpha(&image);
+        options["numberofcolors"] = colors;
+        std::vector<QRgb> start;
+        if (!settings.engine.count("colorsampling") && colors > 0)
+            start = medianPalette(image, colors);
+        lap("palette");
+        return reduceBlend(image, start, options);
+    }
 
-        void traceColours()
-        {
-            image = image.convertToFormat(QImage::Format_ARGB32);
-            requireImage();
-            lap("prepare");
-            LabelPlane plane = reduce();
-            image = QImage();
-            // Regions too small to be kept would leave holes; they go to their neighbours instead.
-            double least = settings.minPath.value_or(kDefaultMinPath);
-            const auto asked = settings.engine.find("pathomit");
-            if (asked != settings.engine.end())
-                least = std::floor(asked->second);
-            if (least > 0.0)
-                mergeSmallRegions(&plane, static_cast<std::size_t>(std::min(least, 1e15)));
-            std::map<std::string, double> options = { { "monochrome", 0 },
-                                                      { "blurradius", 0 },
-                                                      { "colorquantcycles", 1 },
-                                                      { "pathomit", 0 } };
-            Settings geometry = settings;
-            geometry.minPath.reset();
-            useGeometry(&options);
-            options["pathomit"] = 0;
-            for (const char *name : { "ltres", "qtres" }) {
-                const auto set = settings.engine.find(name);
-                if (set != settings.engine.end())
-                    options[name] = set->second;
-            }
-            ZTraceBitmap engine;
-            useLabels(&plane, &engine);
-            lap("reduce");
-            QList<ZPolyline> polylines;
-            const std::map<std::string, double> reduction = result.engine;
-            traceWith(&engine, options, &polylines);
-            for (const auto &option : reduction)
-                result.engine[option.first] = option.second;
-            result.engine["pathomit"] = least;
-            arrangeOutlines(&engine, polylines);
+    // Labels in use, each once, become the image that the engine traces: every pixel is exactly
+    // one of the palette's colours.
+    void useLabels(LabelPlane *plane, ZTraceBitmap *engine)
+    {
+        std::vector<int> entryOf(plane->colours.size(), -1);
+        for (uint16_t label : plane->labels) {
+            if (entryOf[label] >= 0)
+                continue;
+            const QRgb colour = plane->colours[label];
+            const auto known = std::find(result.palette.begin(), result.palette.end(), colour);
+            entryOf[label] = static_cast<int>(known - result.palette.begin());
+            if (known == result.palette.end())
+                result.palette.push_back(colour);
         }
+        image = QImage(plane->width, plane->height, QImage::Format_ARGB32);
+        requireImage();
+        std::size_t i = 0;
+        for (int y = 0; y < plane->height; ++y) {
+            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
+            for (int x = 0; x < plane->width; ++x)
+                words[x] = plane->colours[plane->labels[i++]];
+        }
+        *plane = LabelPlane();
+        invertTopBits(&image);
+        for (QRgb colour : result.palette)
+            engine->currentPalette.append(entryOfColour(colour));
+    }
 
-        QImage image;
-        const Settings &settings;
-        TraceResult result;
-        QElapsedTimer clock;
-    };
+    void traceColours()
+    {
+        image = image.convertToFormat(QImage::Format_ARGB32);
+        requireImage();
+        if (settings.background)
+            putOnPaper(*settings.background);
+        lap("prepare");
+        LabelPlane plane = reduce();
+        image = QImage();
+        begin("joining areas");
+        // Regions too small to be kept would leave holes; they go to their neighbours instead.
+        double least = settings.minPath.value_or(kDefaultMinPath);
+        const auto asked = settings.engine.find("pathomit");
+        if (asked != settings.engine.end())
+            least = std::floor(asked->second);
+        if (least > 0.0)
+            mergeSmallRegions(&plane, static_cast<std::size_t>(std::min(least, 1e15)));
+        std::map<std::string, double> options = {
+            { "monochrome", 0 }, { "blurradius", 0 }, { "colorquantcycles", 1 }, { "pathomit", 0 }
+        };
+        Settings geometry = settings;
+        geometry.minPath.reset();
+        useGeometry(&options);
+        options["pathomit"] = 0;
+        for (const char *name : { "ltres", "qtres" }) {
+            const auto set = settings.engine.find(name);
+            if (set != settings.engine.end())
+                options[name] = set->second;
+        }
+        ZTraceBitmap engine;
+        useLabels(&plane, &engine);
+        lap("reduce");
+        QList<ZPolyline> polylines;
+        const std::map<std::string, double> reduction = result.engine;
+        traceWith(&engine, options, &polylines);
+        for (const auto &option : reduction)
+            result.engine[option.first] = option.second;
+        result.engine["pathomit"] = least;
+        arrangeOutlines(&engine, polylines);
+    }
+
+    QImage image;
+    const Settings &settings;
+    const StageSink &announce;
+    TraceResult result;
+    QElapsedTimer clock;
+};
 
 } // namespace
 
-TraceResult traceImage(QImage image, const Settings &settings)
+TraceResult traceImage(QImage image, const Settings &settings, const StageSink &announce)
 {
-    return Tracer(std::move(image), settings).run();
-}
-
-int otsuThreshold(const QImage &image)
-{
-    std::array<double, 256> counts = {};
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            counts[static_cast<std::size_t>(QColor(image.pixel(x, y)).lightness())] += 1.0;
-    }
-    double total = 0.0;
-    double sum = 0.0;
-    for (std::size_t v = 0; v < counts.size(); ++v) {
-        total += counts[v];
-        sum += double(v) * counts[v];
-    }
-    double below = 0.0;
-    double sumBelow = 0.0;
-    double best = 0.0;
-    int first = kNoInkBeyond;
-    int last = kNoInkBeyond;
-    for (std::size_t v = 0; v < counts.size(); ++v) {
-        below += counts[v];
-        sumBelow += double(v) * counts[v];
-        const double above = total - below;
-        if (below == 0.0 || above == 0.0)
-            continue;
-        const double difference = sumBelow / below - (sum - sumBelow) / above;
-        const double variance = below * above * difference * difference;
-        if (variance > best) {
-            best = variance;
-            first = last = static_cast<int>(v);
-        } else if (variance == best && best > 0.0) {
-            last = static_cast<int>(v);
-        }
-    }
-    return (first + last) / 2;
+    const double dpi = dpiOf(image);
+    TraceResult result = Tracer(std::move(image), settings, announce).run();
+    result.drawing.dpi = settings.dpi && *settings.dpi > 0.0 ? *settings.dpi : dpi;
+    result.drawing.unit = settings.unit;
+    return result;
 }
 
 } // namespace ztrace

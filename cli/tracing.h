@@ -6,6 +6,8 @@
 
 #include <QImage>
 
+#include <functional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,26 +15,26 @@
 #include "Settings.h"
 #include "drawing/Drawing.h"
 
-namespace ztrace
-{
+namespace ztrace {
 
-struct TraceResult {
+struct TraceResult
+{
     Drawing drawing;
     std::vector<QRgb> palette;
     std::vector<std::pair<std::string, double>> seconds; // stages and their times, in order
-    std::map<std::string, double> engine; // the engine's options
-    int threshold = -1; // ink only
+    std::map<std::string, double> engine;                // the engine's options
+    int threshold = -1;                                  // ink only; -1: none for the whole page
+    double angle = 0.0; // degrees that a crooked page was turned by
 };
+
+// Called with a few words when a stage begins.
+typedef std::function<void(const char *)> StageSink;
 
 // Seeds the engine's random numbers and traces the image as the settings say; what they leave open
 // has a default here. The image is taken over, so that it does not use memory twice. Throws a
 // Failure when the engine cannot hold the image.
-TraceResult traceImage(QImage image, const Settings &settings);
-
-// Lightness that separates ink from paper best: the threshold with the largest variance between
-// the classes, in the middle of those that are equally good. Source: N. Otsu, 1979. An image of one
-// lightness gives 127.
-int otsuThreshold(const QImage &image);
+TraceResult traceImage(QImage image, const Settings &settings,
+                       const StageSink &announce = StageSink());
 
 } // namespace ztrace
 

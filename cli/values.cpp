@@ -9,34 +9,32 @@
 #include <charconv>
 #include <cmath>
 
-namespace ztrace
+namespace ztrace {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string &setting, const std::string &text,
+                         const std::string &wanted)
 {
+    throw Failure(kWrongUsage, setting + ": \"" + text + "\" is not " + wanted);
+}
 
-namespace
+bool parseNumber(const std::string &text, double *value)
 {
+    const char *begin = text.data();
+    const char *end = begin + text.size();
+    if (begin != end && *begin == '+')
+        ++begin;
+    const std::from_chars_result result = std::from_chars(begin, end, *value);
+    // A number beyond the range of doubles is refused like one that is none.
+    return result.ec == std::errc() && result.ptr == end;
+}
 
-    [[noreturn]] void refuse(const std::string &setting, const std::string &text,
-                             const std::string &wanted)
-    {
-        throw Failure(kWrongUsage, setting + ": \"" + text + "\" is not " + wanted);
-    }
-
-    bool parseNumber(const std::string &text, double *value)
-    {
-        const char *begin = text.data();
-        const char *end = begin + text.size();
-        if (begin != end && *begin == '+')
-            ++begin;
-        const std::from_chars_result result = std::from_chars(begin, end, *value);
-        // A number beyond the range of doubles is refused like one that is none.
-        return result.ec == std::errc() && result.ptr == end;
-    }
-
-    std::string shortText(double value)
-    {
-        char buffer[32];
-        return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
-    }
+std::string shortText(double value)
+{
+    char buffer[32];
+    return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+}
 
 } // namespace
 

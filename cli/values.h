@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace ztrace
-{
+namespace ztrace {
 
 // A finite number of at least `least`; the whole text must be the number.
 double numberValue(const std::string &setting, const std::string &text, double least);

@@ -133,7 +133,7 @@ class Options(CommandTest):
     def test_statistics(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
         out = self.run_program("a.png", "--stats").stdout.decode()
-        self.assertRegex(out, r"image +40 x 40 pixels\n")
+        self.assertRegex(out, r"image +40 x 40 pixels, 96 an inch\n")
         self.assertRegex(out, r"palette +2 colours: #")
         self.assertRegex(out, r"outlines +3\nsegments +\d+ \(\d+ lines, \d+ curves\)\n")
         self.assertRegex(out, r"times .*trace [\d.]+ s")
@@ -182,7 +182,7 @@ class Failing(CommandTest):
         self.write("text.png", b"hello\n")
         self.write("cut.png", png(99, 99, lambda x, y: (x, y, x * y % 251, 255))[:2000])
         os.mkdir(self.path("folder.png"))
-        for name, words in [("none.png", "No such file"), ("empty.png", "the file is empty"),
+        for name, words in [("none.png", "No such file"), ("empty.png", "is empty"),
                             ("text.png", "not an image"), ("cut.png", "the image is damaged or incomplete"),
                             ("folder.png", "is a folder")]:
             with self.subTest(name):

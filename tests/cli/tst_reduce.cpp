@@ -4,14 +4,13 @@
 #include "cli/colour.h"
 #include "cli/palette.h"
 #include "cli/reduce.h"
-#include "cli/tracing.h"
+#include "cli/scan.h"
 
 #include <QTest>
 
 using namespace ztrace;
 
-namespace
-{
+namespace {
 
 const QRgb kRed = 0xFFE02020u;
 const QRgb kBlue = 0xFF2020E0u;

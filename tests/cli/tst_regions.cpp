@@ -8,8 +8,7 @@
 
 using namespace ztrace;
 
-namespace
-{
+namespace {
 
 LabelPlane planeOf(const QStringList &rows)
 {

@@ -1,0 +1,171 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "formats.h"
+
+#include "failure.h"
+
+#include "drawing/json.h"
+#include "drawing/output.h"
+#include "drawing/pdf.h"
+#include "drawing/png.h"
+#include "drawing/svg.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QIODevice>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const char kStandardOutput[] = "-";
+
+std::string bytesOf(const QString &fileName)
+{
+    return QFile::encodeName(fileName).toStdString();
+}
+
+std::string nameOf(const Output &output)
+{
+    return output.fileName == QLatin1String(kStandardOutput) ? "standard output"
+                                                             : bytesOf(output.fileName);
+}
+
+std::string listOfFormats()
+{
+    std::string list;
+    for (const std::string &name : formatNames())
+        list += (list.empty() ? "" : ", ") + name;
+    return list;
+}
+
+std::string formatByEnding(const QString &fileName)
+{
+    const std::string ending
+        = QFile::encodeName(QFileInfo(fileName).suffix().toLower()).toStdString();
+    const std::vector<std::string> &names = formatNames();
+    if (std::find(names.begin(), names.end(), ending) == names.end()) {
+        throw Failure(kWrongUsage,
+                      bytesOf(fileName) + ": the ending tells no format (there are "
+                          + listOfFormats() + ")");
+    }
+    return ending;
+}
+
+QString besideInput(const std::string &input, const std::string &format)
+{
+    const QFileInfo info(QFile::decodeName(input.c_str()));
+    return info.path() + QLatin1Char('/') + info.completeBaseName() + QLatin1Char('.')
+        + QString::fromStdString(format);
+}
+
+void refuseInputAsOutput(const std::string &input, const QString &output)
+{
+    const QFileInfo in(QFile::decodeName(input.c_str()));
+    const QFileInfo out(output);
+    if (input != kStandardOutput && in.exists() && out.exists()
+        && in.canonicalFilePath() == out.canonicalFilePath())
+        throw Failure(kWrongUsage, input + ": the output would overwrite the input");
+}
+
+// What fails here would fail after the work as well.
+void requireFolder(const Output &output)
+{
+    if (output.fileName == QLatin1String(kStandardOutput))
+        return;
+    const QFileInfo file(output.fileName);
+    if (file.isDir())
+        throw Failure(kOutputNotWritable, nameOf(output) + ": it is a folder");
+    if (!QFileInfo(file.path()).isDir())
+        throw Failure(kOutputNotWritable, nameOf(output) + ": No such file or directory");
+}
+
+void requirePicture(const Output &output, const Drawing &drawing, double scale)
+{
+    const Frame frame = frameOf(drawing);
+    const double width = std::ceil(frame.width * scale);
+    const double height = std::ceil(frame.height * scale);
+    if (width > kLargestPictureSide || height > kLargestPictureSide) {
+        throw Failure(kFailed,
+                      nameOf(output) + ": a picture of more than "
+                          + std::to_string(kLargestPictureSide) + " pixels a side (see --scale)");
+    }
+}
+
+bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawing,
+             const Settings &settings, const QByteArray &about)
+{
+    if (format == "dxf")
+        return writeDxf(drawing, settings.dxf, device);
+    if (format == "pdf")
+        return writePdf(drawing, settings.style, device);
+    if (format == "png")
+        return writePng(drawing, settings.style, settings.scale, device);
+    if (format == "json")
+        return writeJson(drawing, about, device);
+    SvgOptions options;
+    options.style = settings.style;
+    options.decimals = settings.decimals;
+    return writeSvg(drawing, options, device);
+}
+
+} // namespace
+
+const std::vector<std::string> &formatNames()
+{
+    static const std::vector<std::string> names = { "svg", "dxf", "pdf", "png", "json" };
+    return names;
+}
+
+std::vector<Output> outputsFor(const std::string &input, const Settings &settings)
+{
+    const std::string chosen = settings.format.empty() ? formatNames().front() : settings.format;
+    std::vector<Output> outputs;
+    for (const std::string &name : settings.outputs) {
+        const QString fileName = QFile::decodeName(name.c_str());
+        const bool isFile = name != kStandardOutput
+            && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());
+        // A device has no ending; neither has standard output.
+        const bool plain = !QFileInfo(fileName).exists() || QFileInfo(fileName).isFile();
+        outputs.push_back({ fileName, isFile && plain ? formatByEnding(fileName) : chosen });
+    }
+    if (outputs.empty() && input == kStandardOutput)
+        outputs.push_back({ QString::fromLatin1(kStandardOutput), chosen });
+    if (outputs.empty())
+        outputs.push_back({ besideInput(input, chosen), chosen });
+    for (const Output &output : outputs) {
+        refuseInputAsOutput(input, output.fileName);
+        requireFolder(output);
+    }
+    return outputs;
+}
+
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page)
+{
+    for (Output &output : outputs) {
+        if (output.fileName == QLatin1String(kStandardOutput))
+            throw Failure(kWrongUsage, "--page all: several pages do not fit into standard output");
+        const QFileInfo info(output.fileName);
+        output.fileName = info.path() + QLatin1Char('/') + info.completeBaseName()
+            + QLatin1Char('-') + QString::number(page) + QLatin1Char('.') + info.suffix();
+    }
+    return outputs;
+}
+
+void writeOutput(const Output &output, const Drawing &drawing, const Settings &settings,
+                 const QByteArray &about)
+{
+    if (output.format == "png")
+        requirePicture(output, drawing, settings.scale);
+    QString error;
+    const auto write = [&](QIODevice *device) {
+        return writeTo(device, output.format, drawing, settings, about);
+    };
+    if (!writeWhole(output.fileName, write, &error))
+        throw Failure(kOutputNotWritable,
+                      nameOf(output) + ": " + error.toLocal8Bit().toStdString());
+}
+
+} // namespace ztrace

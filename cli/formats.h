@@ -1,0 +1,40 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The formats that drawings are written in.
+#ifndef ZTRACE_CLI_FORMATS_H
+#define ZTRACE_CLI_FORMATS_H
+
+#include <QByteArray>
+#include <QString>
+
+#include <string>
+#include <vector>
+
+#include "Settings.h"
+
+namespace ztrace {
+
+// A place to write to and how. "-" is standard output.
+struct Output
+{
+    QString fileName;
+    std::string format;
+};
+
+// Names of the formats, which are their endings too.
+const std::vector<std::string> &formatNames();
+
+// The outputs that the settings name, or the one that follows from the input's name. Throws a
+// Failure for endings without a format and for an output that is the input.
+std::vector<Output> outputsFor(const std::string &input, const Settings &settings);
+
+// The same for one page of several: the page's number goes before the ending.
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page);
+
+// Writes a drawing; `about` is what JSON says besides. Throws a Failure.
+void writeOutput(const Output &output, const Drawing &drawing, const Settings &settings,
+                 const QByteArray &about);
+
+} // namespace ztrace
+
+#endif

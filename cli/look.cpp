@@ -1,0 +1,127 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The limits were read off scans, logos, clip art, cartoons, wallpapers and photographs of
+// Debian's packages: line art has two lightnesses (unevenness below 0.2), drawn pictures lie in
+// flat areas of a few colours for a third and more, photographs for a fifth at most, and shaded
+// illustrations have fewer edges than both.
+#include "look.h"
+
+#include "colour.h"
+#include "scan.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <vector>
+
+namespace ztrace {
+
+namespace {
+
+const int kManyColours = 256;
+const int kGreyChannels = 24; // a channel's difference to another in a grey
+const std::size_t kMainColours = 16;
+const double kColouredShare = 0.01;
+const double kClearShare = 0.002;
+const double kTwoValued = 0.2;
+const double kFlat = 0.25;
+const double kFlatInFewColours = 0.3;
+const double kSmooth = 0.3;
+const double kFewEdges = 0.03;
+
+struct Features
+{
+    double visible = 0.0;
+    double clear = 0.0;
+    double coloured = 0.0;
+    double flat = 0.0;
+    double mainColours = 0.0; // flat pixels of the most frequent colours
+    double edges = 0.0;
+    QSet<QRgb> colours; // no more than kManyColours + 1
+};
+
+const QRgb *row(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
+
+Features featuresOf(const QImage &image)
+{
+    Features features;
+    QHash<QRgb, int> flatColours;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        const QRgb *below = row(image, std::min(y + 1, image.height() - 1));
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb word = words[x];
+            if (features.colours.size() <= kManyColours)
+                features.colours.insert(word);
+            if (qAlpha(word) == 0) {
+                features.clear += 1.0;
+                continue;
+            }
+            features.visible += 1.0;
+            const int most = std::max(qRed(word), std::max(qGreen(word), qBlue(word)));
+            const int least = std::min(qRed(word), std::min(qGreen(word), qBlue(word)));
+            features.coloured += most - least > kGreyChannels;
+            const int next = std::min(x + 1, image.width() - 1);
+            if (word == words[next] && word == below[x] && word == below[next]) {
+                features.flat += 1.0;
+                ++flatColours[word];
+            } else if (isEdge(image, x, y)) {
+                features.edges += 1.0;
+            }
+        }
+    }
+    std::vector<int> counts;
+    for (int count : qAsConst(flatColours))
+        counts.push_back(count);
+    std::sort(counts.rbegin(), counts.rend());
+    for (std::size_t i = 0; i < std::min(kMainColours, counts.size()); ++i)
+        features.mainColours += counts[i];
+    return features;
+}
+
+std::string percent(double share)
+{
+    return std::to_string(static_cast<int>(100.0 * share + 0.5)) + " %";
+}
+
+} // namespace
+
+Look lookAt(const QImage &original)
+{
+    const QImage image = original.convertToFormat(QImage::Format_ARGB32);
+    if (image.isNull())
+        return { "photo", "too large to be looked at" };
+    const Features features = featuresOf(image);
+    const double visible = std::max(1.0, features.visible);
+    const double clear = features.clear / (visible + features.clear);
+    const bool grey = features.coloured <= kColouredShare * visible;
+    if (grey && clear <= kClearShare) {
+        if (features.colours.size() <= 2)
+            return { "lineart", std::to_string(features.colours.size()) + " colours, no hue" };
+        const double uneven = unevenness(image, otsuThreshold(image));
+        const bool inFlatColours = features.colours.size() <= static_cast<int>(kMainColours);
+        if (uneven < kTwoValued && !inFlatColours)
+            return { "lineart",
+                     "grey, two lightnesses hold " + percent(1.0 - uneven) + " of the contrast" };
+    }
+    const double flat = features.flat / visible;
+    const double mainColours = features.mainColours / visible;
+    const std::string numbers
+        = percent(flat) + " in flat areas, " + percent(mainColours) + " in the commonest of them";
+    if (mainColours >= kFlatInFewColours)
+        return { "logo", numbers };
+    if (clear > kClearShare && flat >= kFlat)
+        return { "logo", percent(clear) + " transparent, " + numbers };
+    if (features.colours.size() <= static_cast<int>(kMainColours))
+        return { "logo", std::to_string(features.colours.size()) + " colours" };
+    const double edges = features.edges / visible;
+    if (flat >= kSmooth && edges <= kFewEdges)
+        return { "poster", numbers + ", " + percent(edges) + " in edges" };
+    return { "photo", numbers + ", " + percent(edges) + " in edges" };
+}
+
+} // namespace ztrace

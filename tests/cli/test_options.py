@@ -1,0 +1,327 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Presets, palettes, scans, pages, units, configuration and what is kept."""
+import json
+import os
+import re
+import struct
+import unittest
+
+from support import BLACK, CLEAR, RED, WHITE, CommandTest, paths, png, ring, square
+
+
+def tiff(pages, dpi=300):
+    """A little-endian TIFF of bilevel pages: functions of (x, y) that tell whether there is ink."""
+    size = 64
+    data = b"II*\0"
+    offset_at = len(data)
+    data += bytes(4)
+    for ink in pages:
+        strip = len(data)
+        for y in range(size):
+            data += bytes(sum((0 if ink(8 * b + i, y) else 1) << (7 - i) for i in range(8)) for b in range(size // 8))
+        resolution = len(data)
+        data += struct.pack("<II", dpi, 1)
+        entries = [(256, 4, size), (257, 4, size), (258, 3, 1), (259, 3, 1), (262, 3, 1), (273, 4, strip),
+                   (277, 3, 1), (278, 4, size), (279, 4, size * size // 8), (282, 5, resolution),
+                   (283, 5, resolution), (296, 3, 2)]
+        data = data[:offset_at] + struct.pack("<I", len(data)) + data[offset_at + 4:]
+        data += struct.pack("<H", len(entries))
+        for tag, kind, value in entries:
+            data += struct.pack("<HHII", tag, kind, 1, value)
+        offset_at = len(data)
+        data += bytes(4)
+    return data
+
+
+class OptionsTest(CommandTest):
+    def svg(self, *arguments):
+        return self.run_program(*arguments, "-o", "-").stdout
+
+    def fills(self, *arguments):
+        return [fill for fill, _, _ in paths(self.svg(*arguments))]
+
+    def stats(self, *arguments):
+        return json.loads(self.run_program(*arguments, "--json", "-o", self.path("ignored.svg")).stdout)
+
+
+class Presets(OptionsTest):
+    def test_auto_looks_at_the_image(self):
+        def noise(x, y):
+            return (x * 5 % 256, (x * x + 31 * y) * 7 % 256, (x * y + y) * 11 % 256, 255)
+
+        def shading(x, y):
+            return (x, 255 - x, 100 + y // 2, 255)
+        for name, pixel in ("lineart", lambda x, y: BLACK if square(x, y, 9, 9, 20) else WHITE), \
+                           ("logo", lambda x, y: RED if square(x, y, 9, 9, 20) else WHITE), \
+                           ("logo", lambda x, y: BLACK if square(x, y, 9, 9, 20) else CLEAR), \
+                           ("photo", noise):
+            self.write("a.png", png(60, 60, pixel))
+            self.assertEqual(self.stats("a.png")["preset"], name)
+        self.write("a.png", png(90, 90, lambda x, y: shading(x // 3 * 3, y // 3 * 3)))
+        self.assertEqual(self.stats("a.png")["preset"], "poster")
+
+    def test_statistics_say_why(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.assertIn("in flat areas", self.stats("a.png")["reason"])
+        self.assertRegex(self.run_program("a.png", "--stats").stdout.decode(), r"preset +logo \(\d+ % in flat areas")
+
+    def test_they_are_listed(self):
+        text = self.run_program("presets").stdout.decode()
+        for name in "auto", "lineart", "logo", "poster", "photo":
+            self.assertRegex(text, r"(?m)^%s +\w" % name)
+
+    def test_own_presets(self):
+        home = self.path("home")
+        os.makedirs(home + "/ztrace/presets")
+        with open(home + "/ztrace/presets/two.toml", "w", encoding="utf-8") as file:
+            file.write('description = "mine"\nmethod = "blend"\ncolors = 2\n')
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
+        self.assertIn(b"two          mine", self.run_program("presets", environment={"XDG_CONFIG_HOME": home}).stdout)
+        self.run_program("a.png", "-p", "two", "-o", "b.svg", environment={"XDG_CONFIG_HOME": home})
+        self.assertEqual(len({fill for fill, _, _ in paths(self.read("b.svg"))}), 2)
+        self.assertEqual(len(set(self.fills("a.png", "-p", home + "/ztrace/presets/two.toml"))), 2)
+
+
+class Configuration(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
+
+    def test_order_of_precedence(self):
+        self.write("c.toml", b'preset = "photo"\ncolors = 3\nseed = 5\n\n[set]\nltres = 0.25\n')
+        stats = self.stats("a.png", "--config", "c.toml")
+        self.assertEqual((stats["preset"], stats["seed"]), ("photo", 5))
+        self.assertEqual((stats["options"]["numberofcolors"], stats["options"]["ltres"]), (3, 0.25))
+        stats = self.stats("a.png", "--config", "c.toml", "--colors", "4", "--set", "ltres=2")
+        self.assertEqual((stats["options"]["numberofcolors"], stats["options"]["ltres"]), (4, 2))
+
+    def test_flags_and_lists(self):
+        self.write("c.toml", b'outline = true\noutput = ["x.svg", "y.dxf"]\n')
+        self.run_program("a.png", "--config", "c.toml")
+        self.assertTrue(os.path.exists(self.path("y.dxf")))
+        self.assertEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"none"})
+
+    def test_mistakes_are_told(self):
+        for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = many\n", '"many"'),
+                            (b"[set]\nfoo = 1\n", '"foo"'), (b"[other]\ncolors = 1\n", "[other]"),
+                            (b"colors = [1, 2]\n", "one value"), (b"outline = 1\n", "true or false")]:
+            self.write("c.toml", text)
+            with self.subTest(text):
+                self.assert_refused("a.png", "--config", "c.toml", code=2, words=words)
+        self.assert_refused("a.png", "--config", "none.toml", code=1, words="none.toml: No such file")
+
+
+class Palettes(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 128, 255 if x > 20 else 0)))
+
+    def test_nothing_but_the_given_colours(self):
+        pens = ["#102030", "#f0e010", "#c02080"]
+        for preset in "logo", "poster", "photo", "auto":
+            found = self.svg("a.png", "-p", preset, "--palette", ",".join(pens))
+            self.assertLessEqual(set(re.findall(rb"#[0-9a-f]{6}", found)), {p.encode() for p in pens})
+        self.assertEqual(set(self.fills("a.png", "-p", "lineart", "--palette", "navy,#fff,gray")),
+                         {"#ffffff", "#000080"})
+
+    def test_one_and_three_hundred_colours(self):
+        self.assertEqual(set(self.fills("a.png", "-p", "photo", "--palette", "#123456")), {"#123456"})
+        many = ",".join("#%02x%02x80" % (i % 20 * 12, i // 20 * 16) for i in range(300))
+        self.assertGreater(len(set(self.fills("a.png", "-p", "photo", "--palette", many, "--min-path", "0"))), 20)
+        self.assertEqual(len(set(self.fills("a.png", "-p", "photo", "--colors", "1"))), 1)
+        self.run_program("a.png", "-p", "photo", "--colors", "300")
+        self.run_program("a.png", "-p", "logo", "--colors", "300")
+
+    def test_palette_file(self):
+        self.write("pens.gpl", b"GIMP Palette\nName: pens\nColumns: 2\n# comment\n255   0   0\tRed\n  0 0 255 Blue\n")
+        self.assertLessEqual(set(self.fills("a.png", "--palette", "pens.gpl")), {"#ff0000", "#0000ff"})
+
+    def test_mistakes_are_told(self):
+        self.write("a.gpl", b"GIMP Palette\n256 0 0\n")
+        self.write("b.gpl", b"red\n")
+        self.write("c.gpl", b"GIMP Palette\n")
+        for value, code, words in [("", 2, "no colours"), ("#12", 2, '"#12" is not a colour'), (",,", 2, '"" is not'),
+                                   ("a.gpl", 1, '"256 0 0" is not a colour'), ("b.gpl", 1, "not a palette file"),
+                                   ("c.gpl", 2, "no colours"), ("d.gpl", 1, "No such file")]:
+            with self.subTest(value):
+                self.assert_refused("a.png", "--palette", value, code=code, words=words)
+
+
+class Keeping(OptionsTest):
+    def test_background(self):
+        self.write("a.png", ring(RED, CLEAR, CLEAR))
+        self.assertEqual(self.fills("a.png", "--background", "#0000ff", "-p", "logo"), ["#0000ff", "#ff0000", "#0000ff"])
+
+    def test_no_frame(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        svg = self.svg("a.png", "--no-frame")
+        self.assertEqual([fill for fill, _, _ in paths(svg)], ["#ff0000", "#ffffff"])
+        self.assertNotIn(b"<rect", svg)
+        self.assertEqual(self.fills("a.png", "--no-frame", "-p", "lineart"), ["#000000", "#ffffff"])
+
+    def test_only_colour(self):
+        self.write("a.png", ring(RED, BLACK, WHITE))
+        found = paths(self.svg("a.png", "--only-color", "red", "-p", "logo"))
+        self.assertEqual([(fill, d.count("M")) for fill, _, d in found], [("#ff0000", 2)])
+        self.assertEqual(self.fills("a.png", "--only-color", "red", "--only-color", "black", "-p", "logo"),
+                         ["#ff0000", "#000000"])
+
+    def test_layers_do_not_paint_over_each_other(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        svg = self.svg("a.png", "--layers")
+        self.assertEqual(re.findall(rb'inkscape:label="(\w+)"', svg), [b"COLOR_FFFFFF", b"COLOR_FF0000"])
+        self.assertEqual([(fill, d.count("M")) for fill, _, d in paths(svg)],
+                         [("#ffffff", 2), ("#ffffff", 1), ("#ff0000", 2)])
+
+    def test_min_path(self):
+        self.write("a.png", png(40, 40, lambda x, y: RED if square(x, y, 9, 9, 3) else WHITE))
+        self.assertEqual(len(self.fills("a.png", "-p", "logo", "--min-path", "12")), 2)
+        self.assertEqual(len(self.fills("a.png", "-p", "logo", "--min-path", "13")), 1)
+        self.assertEqual(len(self.fills("a.png", "--raw", "--min-path", "13", "--set", "monochrome=0")), 1)
+
+    def test_tolerances_are_squared_for_the_engine(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        options = self.stats("a.png", "--tolerance", "0.5", "--curve-tolerance", "2")["options"]
+        self.assertEqual((options["ltres"], options["qtres"]), (0.25, 4))
+        self.assertEqual(self.stats("a.png", "-t", "3", "--set", "qtres=7")["options"]["qtres"], 7)
+
+    def test_decimals(self):
+        self.write("a.png", png(60, 60, lambda x, y: RED if (x - 30) ** 2 + (y - 28) ** 2 < 500 else WHITE))
+        longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"[\d.]+", self.svg("a.png", "--decimals", "2")))
+        self.assertEqual(longest, 2)
+
+
+class Units(OptionsTest):
+    def test_resolution(self):
+        self.write("a.png", png(60, 30, lambda x, y: WHITE, dpi=300))
+        self.write("b.png", png(60, 30, lambda x, y: WHITE))
+        for arguments, size in [(("a.png",), b'width="60" height="30"'), (("a.png", "-u", "in"), b'width="0.2in"'),
+                                (("a.png", "-u", "mm", "--dpi", "auto"), b'width="5.08mm" height="2.54mm"'),
+                                (("a.png", "-u", "mm", "--dpi", "600"), b'width="2.54mm"'),
+                                (("b.png", "-u", "in"), b'width="0.625in"')]:
+            self.assertIn(size, self.svg(*arguments))
+
+    def test_mistakes_are_told(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        for arguments in [("--dpi", "0"), ("--dpi", "-3"), ("--dpi", "nan"), ("--dpi", "inf"), ("--units", "cm"),
+                          ("--dxf-tolerance", "0"), ("--dxf-curves", "x"), ("--dxf-version", "2018"),
+                          ("--curve-tolerance", "-1"), ("--min-path", "-1"), ("--stroke-width", "-1"),
+                          ("--scale", "0"), ("--despeckle", "-1"), ("--page", "0"), ("--decimals", "18"),
+                          ("--format", "gif"), ("--progress", "maybe"), ("--background", "no"),
+                          ("-o", "a.gif"), ("-o", "a")]:
+            with self.subTest(arguments):
+                self.assert_refused("a.png", *arguments, code=2, words=arguments[1])
+
+    def test_format_of_standard_output(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        for name, start in ("svg", b"<?xml"), ("dxf", b"0\nSECTION"), ("pdf", b"%PDF"), ("png", b"\x89PNG"), \
+                           ("json", b'{"format"'):
+            self.assertTrue(self.run_program("a.png", "-f", name, "-o", "-").stdout.startswith(start))
+        self.run_program("a.png", "-f", "dxf")
+        self.assertTrue(os.path.exists(self.path("a.dxf")))
+
+    def test_scale_of_the_preview(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.run_program("a.png", "-o", "b.png", "--scale", "2.5")
+        self.assertEqual(struct.unpack(">II", self.read("b.png")[16:24]), (100, 100))
+        self.assert_refused("a.png", "-o", "c.png", "--scale", "1000", code=1, words="c.png: a picture of more than")
+
+
+class Scans(OptionsTest):
+    def test_pages(self):
+        self.write("a.tif", tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)]))
+        self.assertEqual(self.stats("a.tif")["dpi"], 300)
+        one, two = self.svg("a.tif"), self.svg("a.tif", "--page", "2")
+        self.assertNotEqual(one, two)
+        self.run_program("a.tif", "--page", "all", "-o", "p.svg", "-o", "p.dxf")
+        self.assertEqual((self.read("p-1.svg"), self.read("p-2.svg")), (one, two))
+        self.assertTrue(os.path.exists(self.path("p-2.dxf")))
+        self.assert_refused("a.tif", "--page", "3", code=1, words="there is no page 3 (the file has 2)")
+        self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
+
+    def test_all_pages_of_a_file_with_one(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.run_program("a.png", "--page", "all")
+        self.assertTrue(os.path.exists(self.path("a.svg")))
+
+    def test_despeckle(self):
+        def page(x, y):
+            speck = square(x, y, 80, 80, 3) or square(x, y, 30, 30, 3)
+            return BLACK if square(x, y, 20, 20, 40) != speck else WHITE
+        self.write("a.png", png(100, 100, page))
+        self.assertEqual(len(self.fills("a.png")), 4)
+        self.assertEqual(len(self.fills("a.png", "--despeckle", "8")), 4)
+        self.assertEqual(len(self.fills("a.png", "--despeckle", "9")), 2)
+
+    def test_adaptive_threshold_under_uneven_light(self):
+        def page(x, y):
+            light = 60 + x
+            return (light // 3,) * 3 + (255,) if x % 20 < 4 and y % 20 < 4 else (light,) * 3 + (255,)
+        self.write("a.png", png(180, 100, page))
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "adaptive")), 46)
+        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart")), 46)
+
+    def test_tiny_images(self):
+        for size in 1, 5, 11:
+            self.write("a.png", png(size, size, lambda x, y: BLACK if x > 2 else WHITE))
+            self.run_program("a.png", "-p", "lineart", "--threshold", "adaptive", "--deskew", "--despeckle", "2")
+
+    def test_deskew(self):
+        def page(x, y):
+            line = y + x * 0.035  # two degrees
+            return BLACK if 30 < x < 370 and 60 < line < 340 and line % 20 < 7 and x % 11 < 8 else WHITE
+        self.write("a.png", png(400, 400, page))
+        stats = self.stats("a.png", "--deskew", "-p", "lineart")
+        self.assertAlmostEqual(abs(stats["statistics"]["angle"]), 2.0, delta=0.3)
+        self.assertNotIn("angle", self.stats("a.png", "-p", "lineart")["statistics"])
+
+
+class Drawings(OptionsTest):
+    def test_a_drawing_becomes_other_formats(self):
+        self.write("a.png", ring(RED, CLEAR, WHITE))
+        self.run_program("a.png", "-o", "a.json", "-o", "a.svg", "-o", "a.dxf", "-u", "mm")
+        self.run_program("a.json", "-o", "b.svg", "-o", "b.dxf")
+        self.assertEqual(self.read("a.svg"), self.read("b.svg"))
+        self.assertEqual(self.read("a.dxf"), self.read("b.dxf"))
+
+    def test_what_the_file_says(self):
+        self.write("a.png", ring(RED, WHITE, WHITE, size=40))
+        self.run_program("a.png", "-o", "a.json", "--seed", "9")
+        data = json.loads(self.read("a.json"))
+        self.assertEqual((data["width"], data["seed"], data["preset"]), (40, 9, "logo"))
+        self.assertEqual([c["color"] for c in data["palette"]], ["#ffffff", "#ff0000"])
+        self.assertEqual(len(data["outlines"]), data["statistics"]["outlines"])
+
+    def test_other_json_is_refused(self):
+        self.write("a.json", b"{}")
+        self.assert_refused("a.json", "-o", "b.svg", code=1, words="a.json: not a drawing")
+
+
+class Progress(OptionsTest):
+    def test_silence_without_a_terminal(self):
+        self.write("a.png", png(300, 300, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
+        self.assertEqual(self.run_program("a.png", "-p", "photo").stderr, b"")
+        self.assertEqual(self.run_program("a.png", "-p", "photo", "--progress", "never").stderr, b"")
+
+
+class FullDisk(OptionsTest):
+    def test_a_small_file_system(self):
+        import subprocess
+        os.mkdir(self.path("disk"))
+        mount = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", self.path("disk")],
+                               capture_output=True)
+        if mount.returncode:
+            self.skipTest("no right to mount a file system")
+        try:
+            self.write("disk/a.svg", b"old")
+            self.write("a.png", png(400, 400, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
+            result = self.run_program("a.png", "-p", "photo", "-o", "disk/a.svg", code=1)
+            self.assertIn(b"disk/a.svg: No space left on device", result.stderr)
+            self.assertEqual(self.read("disk/a.svg"), b"old")
+            self.assertEqual(os.listdir(self.path("disk")), ["a.svg"])
+        finally:
+            subprocess.run(["umount", self.path("disk")], check=True)
+
+
+if __name__ == "__main__":
+    unittest.main()
