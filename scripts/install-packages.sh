@@ -7,6 +7,10 @@ here=$(cd "$(dirname "$0")" && pwd)
 missing=
 for section in "$@"; do
     for package in $(sed -n "s/^$section //p" "$here/packages.txt"); do
+        # Where another source of Node.js is in use, its command is as good as Debian's package.
+        case $package in
+        nodejs | npm) command -v "${package%js}" > /dev/null && continue ;;
+        esac
         if ! dpkg-query -W -f '${Status}' "$package" 2> /dev/null | grep -q 'ok installed'; then
             missing="$missing $package"
         fi
