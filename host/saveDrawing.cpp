@@ -1,7 +1,11 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "saveDrawing.h"
 
+#include "drawing/dxf.h"
+#include "drawing/json.h"
 #include "drawing/output.h"
+#include "drawing/pdf.h"
+#include "drawing/png.h"
 #include "drawing/svg.h"
 
 #include <QFileInfo>
@@ -25,12 +29,33 @@ bool writeSvg(const Drawing &drawing, QIODevice *device)
     return ztrace::writeSvg(drawing, options, device);
 }
 
+bool writeDxf(const Drawing &drawing, QIODevice *device)
+{
+    return ztrace::writeDxf(drawing, ztrace::DxfOptions(), device);
+}
+
+bool writePdf(const Drawing &drawing, QIODevice *device)
+{
+    return ztrace::writePdf(drawing, strokes(), device);
+}
+
+bool writePng(const Drawing &drawing, QIODevice *device)
+{
+    return ztrace::writePng(drawing, strokes(), 1.0, device);
+}
+
+bool writeJson(const Drawing &drawing, QIODevice *device)
+{
+    return ztrace::writeJson(drawing, QByteArray(), device);
+}
+
 const struct
 {
     const char *ending;
     bool (*write)(const Drawing &drawing, QIODevice *device);
 } kFormats[] = {
-    { "svg", writeSvg },
+    { "svg", writeSvg }, { "dxf", writeDxf },   { "pdf", writePdf },
+    { "png", writePng }, { "json", writeJson },
 };
 
 } // namespace

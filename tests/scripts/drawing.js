@@ -31,7 +31,12 @@ assertEquals(drawing.count(), 3);
 
 assertEquals(drawing.save(args[0] + "/drawing.svg"), undefined);
 assertEquals(drawing.save(args[0] + "/empty.SVG"), undefined);
-new ZDrawing().save(args[0] + "/empty.svg");
+["svg", "dxf", "pdf", "png", "json"].forEach(function(format) {
+    drawing.save(args[0] + "/drawing." + format);
+    new ZDrawing().save(args[0] + "/empty." + format);
+});
+var picture = new QImage(args[0] + "/drawing.png");
+assertEquals([picture.isNull(), picture.width() >= 40], [false, true]);
 
 function messageOf(run) {
     try {
