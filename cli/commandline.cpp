@@ -14,13 +14,15 @@ namespace ztrace {
 
 namespace {
 
-const char *const kFooter = R"(Formats: svg
+const char *const kFooter = R"(Formats: svg, dxf, pdf, png, json
 Exit codes: 0 success, 1 failure, 2 wrong usage
 
 Examples:
-  ztrace logo.png                              logo.svg beside it, colours chosen from the image
-  ztrace scan.tif --preset lineart -o scan.svg black on white
-  cat a.png | ztrace - -o - > a.svg            from and to a pipe)";
+  ztrace logo.png                          logo.svg beside it
+  ztrace scan.tif -o scan.dxf --units mm   at true size, as the scan's resolution says
+  ztrace logo.png -o logo.svg --palette '#173f7a,#e87722,white'
+  ztrace photo.jpg -o photo.pdf --colors 24
+  cat a.png | ztrace - -o - > a.svg        from and to a pipe)";
 
 class HelpFormatter : public CLI::Formatter
 {

@@ -21,10 +21,11 @@ namespace ztrace {
 
 namespace {
 
-const int kNearlyEqual = 12;   // colourDistance of two entries that would be one
-const int kLeastFlat = 4;      // 2 x 2 blocks that make a colour a flat one
-const int kLeastCell = 8;      // pixels of a cell that can become an entry
-const int kMoves = 4;          // rounds of moving entries to their cells' means
+const int kNearlyEqual = 12;          // colourDistance of two entries that would be one
+const int kLeastFlat = 4;             // 2 x 2 blocks that make a colour a flat one
+const int kLeastCell = 8;             // pixels of a cell that can become an entry
+const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
+const int kMoves = 4;                 // rounds of moving entries to their cells' means
 const double kFlatShare = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
 const QRgb kCubeMask = 0xF0F0F0F0u;
 
@@ -109,7 +110,10 @@ bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
     const Cell *best = nullptr;
     double bestScore = 0.0;
     for (const Cell &cell : *cells) {
-        if (!first && (cell.distance <= kNearlyEqual || cell.pixels < kLeastCell))
+        if (!first && cell.distance <= kNearlyEqual)
+            continue;
+        const int least = qAlpha(cell.colour) == 255 ? kLeastCell : kLeastTranslucentCell;
+        if (cell.pixels < least && !(first && qAlpha(cell.colour) == 255))
             continue;
         const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
         if (score > bestScore) {

@@ -25,6 +25,8 @@ const std::size_t kMainColours = 16;
 const double kColouredShare = 0.01;
 const double kClearShare = 0.002;
 const double kTwoValued = 0.2;
+const int kFewGreys = 8; // of a drawing in steps of grey
+const double kPureGreys = 0.02;
 const double kFlat = 0.25;
 const double kFlatInFewColours = 0.3;
 const double kSmooth = 0.3;
@@ -103,8 +105,8 @@ Look lookAt(const QImage &original)
         if (features.colours.size() <= 2)
             return { "lineart", std::to_string(features.colours.size()) + " colours, no hue" };
         const double uneven = unevenness(image, otsuThreshold(image));
-        const bool inFlatColours = features.colours.size() <= static_cast<int>(kMainColours);
-        if (uneven < kTwoValued && !inFlatColours)
+        const bool inSteps = features.colours.size() <= kFewGreys && uneven > kPureGreys;
+        if (uneven < kTwoValued && !inSteps)
             return { "lineart",
                      "grey, two lightnesses hold " + percent(1.0 - uneven) + " of the contrast" };
     }

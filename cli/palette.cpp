@@ -164,6 +164,21 @@ std::vector<QRgb> medianPalette(const QImage &image, int most)
     return colours;
 }
 
+void roundAlpha(QImage *image)
+{
+    const int kNearly = 12; // of 255
+    for (int y = 0; y < image->height(); ++y) {
+        QRgb *words = writableRow(image, y);
+        for (int x = 0; x < image->width(); ++x) {
+            const int alpha = qAlpha(words[x]);
+            if (alpha <= kNearly)
+                words[x] = 0u;
+            else if (alpha >= 255 - kNearly)
+                words[x] |= 0xFF000000u;
+        }
+    }
+}
+
 void makeAlphaBinary(QImage *image)
 {
     for (int y = 0; y < image->height(); ++y) {

@@ -24,6 +24,9 @@ std::vector<QRgb> medianPalette(const QImage &image, int most);
 // pixels get one colour.
 void settleAlpha(QImage *image);
 
+// Pixels that are nearly opaque or nearly transparent become wholly so.
+void roundAlpha(QImage *image);
+
 // Pixels less than half opaque become fully transparent, the others opaque.
 void makeAlphaBinary(QImage *image);
 

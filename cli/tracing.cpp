@@ -288,6 +288,7 @@ private:
         requireImage();
         if (settings.background)
             putOnPaper(*settings.background);
+        roundAlpha(&image);
         lap("prepare");
         LabelPlane plane = reduce();
         image = QImage();
