@@ -138,7 +138,7 @@ void tst_Options::missingOptionReadsAsZero()
     tracer.options.remove("monochrome");
     tracer.options.remove("colorquantcycles");
     tracer.trace(picture.toImage());
-    QCOMPARE(int(tracer.imageData.at(0)), 0x33); // not turned black or white
+    QCOMPARE(int(tracer.imageData.at(0)), 0x33);           // not turned black or white
     QCOMPARE(tracer.options.value("monochrome", -1), 0.0); // and added with value 0
     QCOMPARE(tracer.options.value("colorquantcycles", -1), 0.0);
 }

@@ -31,7 +31,8 @@ Segments stroke(double x, double y, double length = 1)
     return { line(x, y, x + length, y), line(x + length, y, x, y) };
 }
 
-struct LayersTracer : ZTraceBitmap {
+struct LayersTracer : ZTraceBitmap
+{
     LayersTracer(int width, int height, const QVector<QVector<Segments>> &layers)
     {
         imageWidth = width;

@@ -28,7 +28,8 @@ QVector<char> entry(int r, int g, int b, int a)
 }
 
 // A tracer that holds a picture as it is and quantizes it without blur.
-struct Quantizer : ZTraceBitmap {
+struct Quantizer : ZTraceBitmap
+{
     explicit Quantizer(const ztrace::Picture &picture, const Palette &palette = Palette(),
                        double cycles = 1)
     {

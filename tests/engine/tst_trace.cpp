@@ -28,7 +28,8 @@ const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();
 
 // Entry 0 black, entry 1 white, pixels as they are.
-struct TwoColourTracer : ZTraceBitmap {
+struct TwoColourTracer : ZTraceBitmap
+{
     TwoColourTracer()
     {
         currentPalette = { QVector<char>({ 0, 0, 0, -1 }), QVector<char>({ 100, 100, 100, -1 }) };

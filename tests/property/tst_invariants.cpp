@@ -23,7 +23,8 @@ using Internodes = QVector<QVector<double>>;
 using Segments = QVector<QVector<double>>;
 
 // A tracer that has quantized a random picture into few colours.
-struct Quantized : ZTraceBitmap {
+struct Quantized : ZTraceBitmap
+{
     explicit Quantized(Random &random)
     {
         const Picture picture = ztrace::randomPicture(random, 30);

@@ -30,12 +30,9 @@ int lightness(int r, int g, int b)
 }
 
 // The engine and the reference, set up alike.
-struct Pair {
-    explicit Pair(const Options &options)
-        : expected(lightness)
-    {
-        set(options);
-    }
+struct Pair
+{
+    explicit Pair(const Options &options) : expected(lightness) { set(options); }
 
     void set(const Options &options)
     {

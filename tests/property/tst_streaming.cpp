@@ -18,7 +18,8 @@ using ztrace::Random;
 
 namespace {
 
-struct Work {
+struct Work
+{
     int outlines = 0;
     int saddles = 0;
 };
@@ -227,9 +228,9 @@ void tst_Streaming::lonePixelInEveryColumn()
                 Picture picture = ztrace::uniformPicture(width, 3);
                 picture.at(x, y) = 0xFF3C0000u;
                 const QString found = compared(start, picture, 1, work);
-                QVERIFY2(found.isEmpty(),
-                         qPrintable(QString("(%1, %2) of %3:%4").arg(x).arg(y).arg(width).arg(
-                             found)));
+                QVERIFY2(
+                    found.isEmpty(),
+                    qPrintable(QString("(%1, %2) of %3:%4").arg(x).arg(y).arg(width).arg(found)));
             }
         }
     }

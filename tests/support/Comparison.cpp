@@ -9,7 +9,8 @@ namespace {
 
 // A polyline as plain numbers: the start point, then per piece its kind, what it carries,
 // points.
-struct Flat {
+struct Flat
+{
     std::vector<double> start;
     std::vector<std::vector<double>> pieces;
 };

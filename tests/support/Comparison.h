@@ -67,24 +67,32 @@ QString difference(const ZPolyline &actual, const ZPolyline &expected);
 QString difference(const ZPolyline &actual, const reference::Polyline &expected);
 
 // The same nested numbers in the toolkit's containers, and the other way round.
-template<typename T> struct Converted {
+template<typename T>
+struct Converted
+{
     using Qt = T;
 };
 
-template<> struct Converted<signed char> {
+template<>
+struct Converted<signed char>
+{
     using Qt = char;
 };
 
-template<typename T> struct Converted<std::vector<T>> {
+template<typename T>
+struct Converted<std::vector<T>>
+{
     using Qt = QVector<typename Converted<T>::Qt>;
 };
 
-template<typename T> typename Converted<T>::Qt toQt(const T &value)
+template<typename T>
+typename Converted<T>::Qt toQt(const T &value)
 {
     return static_cast<typename Converted<T>::Qt>(value);
 }
 
-template<typename T> typename Converted<std::vector<T>>::Qt toQt(const std::vector<T> &values)
+template<typename T>
+typename Converted<std::vector<T>>::Qt toQt(const std::vector<T> &values)
 {
     typename Converted<std::vector<T>>::Qt result;
     for (const T &value : values)

@@ -10,7 +10,8 @@
 
 namespace ztrace {
 
-struct FakeRand {
+struct FakeRand
+{
     static int &draws()
     {
         static int count = 0;

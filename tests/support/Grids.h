@@ -23,7 +23,8 @@ inline QVector<QVector<int>> indexGrid(const QStringList &rows)
 }
 
 // A tracer that holds this index grid and a palette of so many entries.
-struct GridTracer : ZTraceBitmap {
+struct GridTracer : ZTraceBitmap
+{
     explicit GridTracer(const QStringList &rows, int entries = 2)
     {
         indexedImage.indices = indexGrid(rows);

@@ -65,7 +65,8 @@ private:
 };
 
 // What the toolkit's debug stream makes of a label and a value.
-template<typename T> QString debugLine(const char *label, const T &value)
+template<typename T>
+QString debugLine(const char *label, const T &value)
 {
     QString text;
     {

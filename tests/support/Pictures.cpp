@@ -29,7 +29,8 @@ std::uint32_t grey(int value, int alpha = 255)
     return static_cast<std::uint32_t>(alpha) << 24 | v << 16 | v << 8 | v;
 }
 
-template<typename Rule> void paint(Picture &picture, Rule rule)
+template<typename Rule>
+void paint(Picture &picture, Rule rule)
 {
     for (int y = 0; y < picture.height; ++y)
         for (int x = 0; x < picture.width; ++x)
@@ -57,8 +58,7 @@ void fewColours(Picture &picture, Random &random)
 void blackAndWhite(Picture &picture, Random &random)
 {
     const int share = random.between(1, 9);
-    paint(picture,
-          [&](int, int) { return random.below(10) < share ? 0xFF000000u : 0xFFFFFFFFu; });
+    paint(picture, [&](int, int) { return random.below(10) < share ? 0xFF000000u : 0xFFFFFFFFu; });
 }
 
 void blobs(Picture &picture, Random &random)
@@ -155,7 +155,8 @@ void speckles(Picture &picture, Random &random)
     paint(picture, [&](int, int) { return colours[random.oneIn(rarity) ? 1 : 0]; });
 }
 
-struct Shape {
+struct Shape
+{
     const char *name;
     Painter painter;
 };

@@ -20,10 +20,7 @@ quint64 testSeed();
 class Random
 {
 public:
-    explicit Random(quint64 seed)
-        : engine(seed)
-    {
-    }
+    explicit Random(quint64 seed) : engine(seed) { }
 
     // 0 .. limit - 1; limit > 0.
     int below(int limit) { return static_cast<int>(engine() % static_cast<quint64>(limit)); }
@@ -37,7 +34,8 @@ private:
 };
 
 // Row-major words 0xAARRGGBB, with the name of what they show.
-struct Picture {
+struct Picture
+{
     int width = 0;
     int height = 0;
     std::vector<std::uint32_t> words;

@@ -72,8 +72,7 @@ int flooredInt(double value)
     return truncatedInt(std::floor(value));
 }
 
-Reference::Reference(Lightness lightnessOfColor)
-    : lightness(std::move(lightnessOfColor))
+Reference::Reference(Lightness lightnessOfColor) : lightness(std::move(lightnessOfColor))
 {
     options["monochrome"] = 1;
     options["numberofcolors"] = 16;

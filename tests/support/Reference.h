@@ -24,9 +24,9 @@ using Grid = std::vector<std::vector<int>>;
 using Words = std::vector<std::uint32_t>;
 using Lightness = std::function<int(int r, int g, int b)>;
 
-using PathPoint = std::vector<int>; // x, y, node code
-using Path = std::vector<PathPoint>; // closed, first point not repeated
-using Paths = std::vector<Path>; // of one layer
+using PathPoint = std::vector<int>;         // x, y, node code
+using Path = std::vector<PathPoint>;        // closed, first point not repeated
+using Paths = std::vector<Path>;            // of one layer
 using InternodePoint = std::vector<double>; // x, y, direction code
 using InternodePath = std::vector<InternodePoint>;
 using InternodePaths = std::vector<InternodePath>;
@@ -35,27 +35,31 @@ using TracedPath = std::vector<Segment>;
 using TracedPaths = std::vector<TracedPath>;
 using TracedLayers = std::vector<TracedPaths>;
 
-struct Point {
+struct Point
+{
     double x;
     double y;
 };
 
 // One piece of a polyline in drawing coordinates (y upwards).
 // Line: one point, where it ends.  Quadratic: start, control and end point.
-struct Piece {
+struct Piece
+{
     enum Kind { Line, Quadratic };
     Kind kind;
     std::vector<Point> points;
 };
 
-struct Polyline {
+struct Polyline
+{
     Point first;
     std::vector<Piece> pieces;
 
     Point endPoint() const { return pieces.empty() ? first : pieces.back().points.back(); }
 };
 
-struct Indexed {
+struct Indexed
+{
     int width = 0;
     int height = 0;
     Grid indices;
@@ -67,7 +71,8 @@ struct Indexed {
 int truncatedInt(double value);
 int flooredInt(double value);
 
-struct Reference {
+struct Reference
+{
     // lightness: the lightness 0..255 of a colour; needed by preprocess() only.
     explicit Reference(Lightness lightness = Lightness());
 

@@ -7,7 +7,8 @@ namespace ztrace::reference {
 
 namespace {
 
-struct Step {
+struct Step
+{
     int code;
     int direction;
     int dx;
