@@ -3,7 +3,7 @@
 // Same answer as blurPlain: every sample is the same sum in the same order, over the same taps,
 // divided once. Only where samples lie in memory differs: rows are blurred horizontally into a ring
 // of 2 * radius + 1 rows, and a finished row replaces the original one, which by then no later row
-// needs. tst_blur compares the two over all radii and odd shapes.
+// needs. tst_blur_kernels compares the two over all radii and odd shapes.
 #include "blur.h"
 
 #include "blur_rows.h"

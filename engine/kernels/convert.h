@@ -30,8 +30,8 @@ inline int floorToInt(double value)
 }
 
 // The nearest single-precision number, widened again. The store is volatile because gcc 12 drops
-// the rounding where two such values end up side by side in one vector register (seen with -O3;
-// tst_trace, tolerancesAreRoundedToSinglePrecision).
+// the rounding where two such values end up side by side in one vector register (seen with -O2 and
+// -O3; tst_trace, tolerancesAreRoundedToSinglePrecision).
 inline double roundedToSingle(double value)
 {
     const volatile float single = static_cast<float>(value);
