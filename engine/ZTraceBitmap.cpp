@@ -89,21 +89,61 @@ QVector<QVector<char>> movesOfCode(int code)
     return moves;
 }
 
-// The table of all moves; every construction announces it line by line.
 QVector<QVector<QVector<char>>> moveTable()
 {
-    const bool announce = ztrace::debugOutputIsOn();
     QVector<QVector<QVector<char>>> table;
     table.reserve(kNodeCodes);
-    for (int code = 0; code < kNodeCodes; ++code) {
-        const QVector<QVector<char>> moves = movesOfCode(code);
-        if (announce)
-            qDebug() << "tuples:" << moves;
-        table.append(moves);
-    }
-    if (announce)
-        qDebug() << "lines:" << table;
+    for (int code = 0; code < kNodeCodes; ++code)
+        table.append(movesOfCode(code));
     return table;
+}
+
+// Every construction announces the moves, code by code and then all together.
+void announceMoves(const QVector<QVector<QVector<char>>> &table)
+{
+    if (!ztrace::debugOutputIsOn())
+        return;
+    for (int code = 0; code < table.size(); ++code)
+        qDebug() << "tuples:" << table.at(code);
+    qDebug() << "lines:" << table;
+}
+
+template<typename T>
+QVector<T> codeTable(const T *values)
+{
+    QVector<T> table;
+    table.reserve(kNodeCodes);
+    for (int code = 0; code < kNodeCodes; ++code)
+        table.append(values[code]);
+    return table;
+}
+
+QVector<char> startDirections()
+{
+    char values[kNodeCodes];
+    for (int code = 0; code < kNodeCodes; ++code)
+        values[code] = kStartDirection[code];
+    return codeTable<char>(values);
+}
+
+// The constant tables, made once: all tracers share them, as containers share what nobody changes.
+struct Tables
+{
+    QVector<QVector<double>> gaussian;
+    QVector<char> startDirection;
+    QVector<bool> startsHole;
+    QVector<QVector<QVector<char>>> moves;
+
+    Tables()
+        : gaussian(gaussianTable()), startDirection(startDirections()),
+          startsHole(codeTable<bool>(kStartsHole)), moves(moveTable())
+    { }
+};
+
+const Tables &tables()
+{
+    static const Tables made;
+    return made;
 }
 
 } // namespace
@@ -112,12 +152,12 @@ ZTraceBitmap::ZTraceBitmap() : imageWidth(0), imageHeight(0)
 {
     for (const OptionDefault &entry : kOptionDefaults)
         options.insert(QLatin1String(entry.name), entry.value);
-    gaussianKernels = gaussianTable();
-    for (int code = 0; code < kNodeCodes; ++code)
-        pathscanDirLookup.append(kStartDirection[code]);
-    for (int code = 0; code < kNodeCodes; ++code)
-        pathscanHoleLookup.append(kStartsHole[code]);
-    pathscanCombinedLookup = moveTable();
+    const Tables &shared = tables();
+    gaussianKernels = shared.gaussian;
+    pathscanDirLookup = shared.startDirection;
+    pathscanHoleLookup = shared.startsHole;
+    announceMoves(shared.moves);
+    pathscanCombinedLookup = shared.moves;
 }
 
 ZTraceBitmap::~ZTraceBitmap() { }

@@ -65,7 +65,7 @@ public:
 private:
     void grow()
     {
-        const size_t capacity = x.empty() ? 1024 : 2 * x.size();
+        const size_t capacity = x.empty() ? 256 : 2 * x.size();
         x.resize(capacity);
         y.resize(capacity);
         code.resize(capacity);
