@@ -277,6 +277,10 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
                                     [](QRgb colour) { return qAlpha(colour) == 255; });
     const bool fewSeams = settings.method == Method::Ink || settings.method == Method::Raw;
     const bool apart = settings.style.byLayer || !settings.onlyColours.empty();
+    const bool whole = !settings.noFrame && settings.onlyColours.empty();
+    if (opaque && settings.method == Method::Ink && whole)
+        drawing.ground = *std::max_element(colours.begin(), colours.end(),
+                                           [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
     if (opaque && fewSeams && !apart && !settings.noFrame)
         return drawing;
     const LabelPlane plane = planeOf(engine->indexedImage, colours);
@@ -286,7 +290,7 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
         arranger.cutAll();
     else
         arranger.cutTransparent();
-    if (opaque && !fewSeams && !settings.noFrame && settings.onlyColours.empty())
+    if (opaque && !fewSeams && whole)
         drawing.ground = arranger.commonestColour();
     if (!fewSeams || settings.style.byLayer)
         arranger.closeSeams(settings.style.byLayer, opaque ? kSeamWidth : kSeamWidthWithoutGround,

@@ -59,15 +59,34 @@ const QRgb *row(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-QHash<QRgb, int> countBlocks(const QImage &image)
+// Whether a pixel is clearly darker or lighter than both its neighbours to the sides, or above and
+// below: part of a thin line and not of a soft edge.
+bool isThinLine(const QImage &image, int x, int y)
 {
-    QHash<QRgb, int> blocks;
+    const int kClearly = 24;
+    const int own = qGray(row(image, y)[x]);
+    const auto stands = [own](int a, int b) {
+        return own < std::min(a, b) - kClearly || own > std::max(a, b) + kClearly;
+    };
+    const bool hasSides = x > 0 && x + 1 < image.width();
+    const bool hasRows = y > 0 && y + 1 < image.height();
+    return (hasSides && stands(qGray(row(image, y)[x - 1]), qGray(row(image, y)[x + 1])))
+        || (hasRows && stands(qGray(row(image, y - 1)[x]), qGray(row(image, y + 1)[x])));
+}
+
+// How often a colour fills a 2 x 2 block, or a part of that where it makes thin lines.
+QHash<QRgb, double> countBlocks(const QImage &image)
+{
+    const double kThinPart = 1.0 / 6.0;
+    QHash<QRgb, double> blocks;
     for (int y = 0; y + 1 < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const QRgb *below = row(image, y + 1);
         for (int x = 0; x + 1 < image.width(); ++x) {
             if (words[x] == words[x + 1] && words[x] == below[x] && words[x] == below[x + 1])
-                ++blocks[words[x]];
+                blocks[words[x]] += 1.0;
+            else if (isThinLine(image, x, y))
+                blocks[words[x]] += kThinPart;
         }
     }
     return blocks;
@@ -76,7 +95,7 @@ QHash<QRgb, int> countBlocks(const QImage &image)
 // Cells in the order in which they are met. Edges count only when nothing else does.
 std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
 {
-    const QHash<QRgb, int> blocks = countBlocks(image);
+    const QHash<QRgb, double> blocks = countBlocks(image);
     QHash<QRgb, int> flatCells;
     QHash<QRgb, int> cubes;
     std::vector<Cell> cells;

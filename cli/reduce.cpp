@@ -6,7 +6,9 @@
 
 #include "engine/ZTraceBitmap.h"
 
+#include <QColor>
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 
@@ -108,6 +110,26 @@ LabelPlane emptyPlane(const QImage &image)
     return plane;
 }
 
+// Labels of one colour become the lowest of them, and all transparent ones one.
+void joinEqualColours(LabelPlane *plane)
+{
+    QHash<QRgb, uint16_t> first;
+    std::vector<uint16_t> joined;
+    for (std::size_t k = 0; k < plane->colours.size(); ++k) {
+        if (qAlpha(plane->colours[k]) == 0)
+            plane->colours[k] = 0u;
+        if (!first.contains(plane->colours[k]))
+            first.insert(plane->colours[k], static_cast<uint16_t>(first.size()));
+        joined.push_back(first.value(plane->colours[k]));
+    }
+    std::vector<QRgb> colours(static_cast<std::size_t>(first.size()));
+    for (auto it = first.constBegin(); it != first.constEnd(); ++it)
+        colours[it.value()] = it.key();
+    plane->colours.swap(colours);
+    for (uint16_t &label : plane->labels)
+        label = joined[label];
+}
+
 } // namespace
 
 QVector<char> entryOfColour(QRgb colour)
@@ -172,6 +194,38 @@ LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
     return plane;
 }
 
+LabelPlane inkAndPaper(const QImage &image, int threshold)
+{
+    LabelPlane plane = emptyPlane(image);
+    plane.colours = { 0xFF000000u, 0xFFFFFFFFu };
+    std::size_t i = 0;
+    for (int y = 0; y < plane.height; ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < plane.width; ++x)
+            plane.labels[i++] = QColor(words[x]).lightness() > threshold;
+    }
+    return plane;
+}
+
+std::vector<QRgb> distinctEntries(const std::vector<QRgb> &colours)
+{
+    QSet<QRgb> taken;
+    for (QRgb colour : colours)
+        taken.insert(colour);
+    QSet<QRgb> used;
+    std::vector<QRgb> entries;
+    for (QRgb colour : colours) {
+        QRgb entry = colour;
+        for (QRgb change = 1; used.contains(entry); ++change) {
+            if (!taken.contains(colour ^ change))
+                entry = colour ^ change;
+        }
+        used.insert(entry);
+        entries.push_back(entry);
+    }
+    return entries;
+}
+
 LabelPlane reduceBlend(const QImage &image, const std::vector<QRgb> &start,
                        const std::map<std::string, double> &engineOptions)
 {
@@ -201,6 +255,7 @@ LabelPlane reduceBlend(const QImage &image, const std::vector<QRgb> &start,
         for (int x = 0; x < plane.width; ++x, ++i)
             plane.labels[i] = static_cast<uint16_t>(indices.at(x + 1));
     }
+    joinEqualColours(&plane);
     return plane;
 }
 

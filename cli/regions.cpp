@@ -65,7 +65,7 @@ std::size_t openEdges(const LabelPlane &plane, std::size_t i, int x, int y)
 }
 
 // Provisional numbers from the left and the three pixels above, joined where they meet.
-std::vector<int> provisionalNumbers(const LabelPlane &plane, Sets *sets)
+std::vector<int> provisionalNumbers(const LabelPlane &plane, Touching touching, Sets *sets)
 {
     const std::size_t stride = static_cast<std::size_t>(plane.width);
     std::vector<int> number(plane.pixels());
@@ -82,10 +82,11 @@ std::vector<int> provisionalNumbers(const LabelPlane &plane, Sets *sets)
             if (x > 0)
                 meet(i - 1);
             if (y > 0) {
-                if (x > 0)
+                const bool corners = touching == Touching::Corners;
+                if (corners && x > 0)
                     meet(i - stride - 1);
                 meet(i - stride);
-                if (x < plane.width - 1)
+                if (corners && x < plane.width - 1)
                     meet(i - stride + 1);
             }
             number[i] = found < 0 ? sets->add() : found;
@@ -219,11 +220,11 @@ std::vector<std::pair<int, int>> neighbours(const LabelPlane &plane, const Regio
 
 } // namespace
 
-RegionMap findRegions(const LabelPlane &plane)
+RegionMap findRegions(const LabelPlane &plane, Touching touching)
 {
     Sets sets;
     RegionMap map;
-    map.regionOfPixel = provisionalNumbers(plane, &sets);
+    map.regionOfPixel = provisionalNumbers(plane, touching, &sets);
     // The lowest number of a set was given at the region's first pixel, so numbering the sets in
     // the order of their leaders is the order of first pixels.
     std::vector<int> final(static_cast<std::size_t>(sets.size()), -1);

@@ -28,7 +28,10 @@ struct RegionMap
     std::vector<Region> regions; // in the order of their first pixels
 };
 
-RegionMap findRegions(const LabelPlane &plane);
+enum class Touching { Corners, Edges };
+
+// Regions as the engine sees them hang together by corners; Edges asks for more.
+RegionMap findRegions(const LabelPlane &plane, Touching touching = Touching::Corners);
 
 const int kOutside = -1;
 

@@ -2,6 +2,7 @@
 #include "tracing.h"
 
 #include "arrange.h"
+#include "crossings.h"
 #include "failure.h"
 #include "palette.h"
 #include "reduce.h"
@@ -114,7 +115,8 @@ private:
     {
         Settings used = settings;
         used.method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
-        result.drawing = arrange(polylines, engine, result.palette, used);
+        result.drawing = arrange(polylines, engine,
+                                 entryColours.empty() ? result.palette : entryColours, used);
         lap("arrange");
     }
 
@@ -177,25 +179,39 @@ private:
                                                   { "brightnessthreshold", threshold } };
         useGeometry(&options);
         useEngineOptions(&options);
-        lap("prepare");
         ZTraceBitmap engine;
+        LabelPlane plane = inkAndPaper(image, threshold);
+        const bool asInk = std::any_of(settings.engine.begin(), settings.engine.end(),
+                                       [](const auto &option) { return isReducing(option.first); });
+        if (!asInk && separateCrossings(&plane)) {
+            // Two colours are not enough to keep all areas apart that have to be.
+            const std::map<std::string, double> labels
+                = { { "monochrome", 0 }, { "numberofcolors", double(plane.colours.size()) } };
+            for (const auto &option : labels)
+                options[option.first] = option.second;
+            useLabels(&plane, &engine);
+        }
+        lap("prepare");
         QList<ZPolyline> polylines;
         traceWith(&engine, options, &polylines);
-        for (const QVector<char> &entry : qAsConst(engine.currentPalette))
-            result.palette.push_back(colourOfEntry(entry));
-        usePens();
+        if (entryColours.empty()) {
+            for (const QVector<char> &entry : qAsConst(engine.currentPalette))
+                result.palette.push_back(colourOfEntry(entry));
+        }
+        usePens(&result.palette);
+        usePens(&entryColours);
         arrangeOutlines(&engine, polylines);
     }
 
     // Ink and paper in the darkest and the lightest of the colours that were asked for.
-    void usePens()
+    void usePens(std::vector<QRgb> *colours) const
     {
         if (settings.palette.empty())
             return;
         const auto darker = [](QRgb a, QRgb b) { return qGray(a) < qGray(b); };
         const auto ends
             = std::minmax_element(settings.palette.begin(), settings.palette.end(), darker);
-        for (QRgb &colour : result.palette)
+        for (QRgb &colour : *colours)
             colour = qGray(colour) < 128 ? *ends.first : *ends.second;
     }
 
@@ -258,14 +274,11 @@ private:
     // one of the palette's colours.
     void useLabels(LabelPlane *plane, ZTraceBitmap *engine)
     {
-        std::vector<int> entryOf(plane->colours.size(), -1);
-        for (uint16_t label : plane->labels) {
-            if (entryOf[label] >= 0)
-                continue;
-            const QRgb colour = plane->colours[label];
-            const auto known = std::find(result.palette.begin(), result.palette.end(), colour);
-            entryOf[label] = static_cast<int>(known - result.palette.begin());
-            if (known == result.palette.end())
+        const std::vector<QRgb> entries = distinctEntries(plane->colours);
+        entryColours = plane->colours;
+        for (QRgb colour : entryColours) {
+            if (std::find(result.palette.begin(), result.palette.end(), colour)
+                == result.palette.end())
                 result.palette.push_back(colour);
         }
         image = QImage(plane->width, plane->height, QImage::Format_ARGB32);
@@ -274,12 +287,12 @@ private:
         for (int y = 0; y < plane->height; ++y) {
             QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
             for (int x = 0; x < plane->width; ++x)
-                words[x] = plane->colours[plane->labels[i++]];
+                words[x] = entries[plane->labels[i++]];
         }
         *plane = LabelPlane();
         invertTopBits(&image);
-        for (QRgb colour : result.palette)
-            engine->currentPalette.append(entryOfColour(colour));
+        for (QRgb entry : entries)
+            engine->currentPalette.append(entryOfColour(entry));
     }
 
     void traceColours()
@@ -300,6 +313,8 @@ private:
             least = std::floor(asked->second);
         if (least > 0.0)
             mergeSmallRegions(&plane, static_cast<std::size_t>(std::min(least, 1e15)));
+        if (settings.method.value_or(Method::Flat) == Method::Flat)
+            separateCrossings(&plane); // in a blend nothing of note hangs on a corner
         std::map<std::string, double> options = {
             { "monochrome", 0 }, { "blurradius", 0 }, { "colorquantcycles", 1 }, { "pathomit", 0 }
         };
@@ -328,6 +343,7 @@ private:
     const Settings &settings;
     const StageSink &announce;
     TraceResult result;
+    std::vector<QRgb> entryColours; // of the engine's palette entries, when they are labels
     QElapsedTimer clock;
 };
 

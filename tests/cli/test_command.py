@@ -69,6 +69,11 @@ class Colours(CommandTest):
         self.write("a.png", ring((60, 40, 20, 255), (230, 230, 200, 255), CLEAR))
         self.assertEqual(self.fills("a.png", "-p", "lineart"), ["#ffffff", "#000000", "#ffffff"])
 
+    def test_ring_that_closes_over_corners_keeps_its_hole(self):
+        self.write("a.png", png(60, 60, lambda x, y: BLACK if 20 <= abs(x - 30) + abs(y - 30) <= 20 else WHITE))
+        for preset in "lineart", "logo":
+            self.assertEqual(self.fills("a.png", "-p", preset), ["#ffffff", "#000000", "#ffffff"])
+
     def test_threshold_decides_what_is_ink(self):
         self.write("a.png", ring((60, 60, 60, 255), (120, 120, 120, 255), WHITE))
         self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "59")), 1)

@@ -2,6 +2,7 @@
 //
 // Regions, what lies in what, and the merging of small ones. Planes are given as text, a digit a
 // pixel.
+#include "cli/crossings.h"
 #include "cli/regions.h"
 
 #include <QTest>
@@ -126,6 +127,46 @@ private slots:
         QCOMPARE(nesting.parent.size(), std::size_t(1001));
         for (int i = 0; i < 1001; ++i)
             QCOMPARE(nesting.parent[static_cast<std::size_t>(i)], i - 1);
+    }
+
+    void edgesAskForMore()
+    {
+        const LabelPlane plane = planeOf({ "0100", "1011", "0100" });
+        QCOMPARE(findRegions(plane, Touching::Edges).regions.size(), std::size_t(9));
+    }
+
+    // Label 1 is ink, label 0 paper; labels above 1 are copies.
+    void crossings_data()
+    {
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QStringList>("after");
+        QTest::newRow("nothing touches")
+            << QStringList { "0000", "0110", "0000" } << QStringList { "0000", "0110", "0000" };
+        QTest::newRow("thin diagonal line stays one")
+            << QStringList { "00000", "01000", "00100", "00010", "00000" }
+            << QStringList { "00000", "01000", "00100", "00010", "00000" };
+        QTest::newRow("ring that closes over corners keeps its hole")
+            << QStringList { "00000", "00100", "01010", "00100", "00000" }
+            << QStringList { "00000", "00100", "01210", "00100", "00000" };
+        QTest::newRow("ink in a hole stays apart from the ring around it")
+            << QStringList { "0000000", "0111110", "0101010", "0100010", "0111110", "0000000" }
+            << QStringList { "0000000", "0111110", "0101010", "0100010", "0111110", "0000000" };
+        QTest::newRow("ink that hangs on a corner inside a ring")
+            << QStringList { "00000000", "01111110", "01100010", "01010010",
+                             "01000010", "01111110", "00000000" }
+            << QStringList { "00000000", "01111110", "01100010", "01020010",
+                             "01000010", "01111110", "00000000" };
+    }
+    void crossings()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(QStringList, after);
+        LabelPlane plane = planeOf(before);
+        plane.colours.resize(2);
+        QCOMPARE(separateCrossings(&plane), before != after);
+        QCOMPARE(textOf(plane), after);
+        for (std::size_t k = 2; k < plane.colours.size(); ++k)
+            QVERIFY(plane.colours[k] == plane.colours[0] || plane.colours[k] == plane.colours[1]);
     }
 
     void smallRegionGoesToTheMostSimilarNeighbour()
