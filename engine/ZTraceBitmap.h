@@ -6,9 +6,10 @@
 // corners; getPolylines turns them into drawing coordinates, y upwards. Pixel and palette bytes
 // are read as signed numbers everywhere (docs/architecture.md, "Signed bytes").
 //
-// Nothing is reported: no operation throws or returns an error, and odd values of options have
-// the results that docs/algorithm/ gives. Not thread-safe; separate tracers share no state but the
-// C library's rand(), which is drawn from in a fixed order and never seeded here.
+// Nothing is reported: no operation returns an error, and odd values of options have the results
+// that docs/algorithm/ gives. trace never throws; the others let std::bad_alloc through. Not
+// thread-safe; separate tracers share no state but the C library's rand(), which is drawn from in a
+// fixed order and never seeded here.
 #ifndef ZTRACEBITMAP_H
 #define ZTRACEBITMAP_H
 
@@ -109,6 +110,8 @@ public:
     int imageHeight;
     QVector<char> imageData; // R, G, B, A of every pixel, rows from the top
     IndexedImage indexedImage;
+    // Constant tables, for whoever wants to look: the blur and trace have the same numbers built
+    // in.
     QVector<QVector<double>> gaussianKernels;               // [radius - 1][2 radius + 1]
     QVector<char> pathscanDirLookup;                        // [code]
     QVector<bool> pathscanHoleLookup;                       // [code]
@@ -117,7 +120,9 @@ public:
 private:
     double option(const char *name);
     int integerOption(const char *name);
-    static bool canHold(const QImage &image);
+    static bool canHold(int width, int height);
+    template<typename Trace>
+    QList<ZPolyline> traceGuarded(const Trace &trace);
     QList<ZPolyline> traceStages(const QImage &image);
     void forgetImage();
     bool hasPixels() const;

@@ -82,9 +82,11 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
     makeStartPalette();
     const double radius = option("blurradius");
     if (radius > 0.0)
-        blur(static_cast<float>(radius), static_cast<float>(option("blurdelta")));
+        blur(static_cast<float>(ztrace::roundedToSingle(radius)),
+             static_cast<float>(ztrace::roundedToSingle(option("blurdelta"))));
 
-    plane->resize(qMax(imageWidth, 0), qMax(imageHeight, 0), currentPalette.size());
+    const bool possible = canHold(imageWidth, imageHeight);
+    plane->resize(possible ? imageWidth : 0, possible ? imageHeight : 0, currentPalette.size());
     if (currentPalette.isEmpty())
         return; // there is no entry to assign to: every index stays 0
 

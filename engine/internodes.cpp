@@ -7,10 +7,11 @@
 
 namespace {
 
-// Twice the midpoint of two points, in 64 bits: a caller's coordinates may be any int.
+// Twice the midpoint of two points, in 64 bits: a caller's coordinates may be any int. What is
+// missing of a point reads as 0.
 qint64 doubled(const QVector<QVector<int>> &path, int i, int j, int axis)
 {
-    return qint64(path.at(i).at(axis)) + path.at(j).at(axis);
+    return qint64(path.at(i).value(axis)) + path.at(j).value(axis);
 }
 
 QVector<double> internode(const QVector<QVector<int>> &path, int i)

@@ -38,8 +38,8 @@ bool walk(const QVector<QVector<QVector<char>>> &moves, int px, int py, int dire
         path->append(pathPoint(px - 1, py - 1, code));
         if (!isEdgeNode(code))
             return false;
-        const QVector<char> &move = moves.at(code).at(direction);
-        if (move.at(kNewDirection) < 0)
+        const QVector<char> move = moves.value(code).value(direction);
+        if (move.size() <= kStepY || move.at(kNewDirection) < 0)
             return false;
         (*grid)[py][px] = move.at(kCodeLeft);
         direction = move.at(kNewDirection);
@@ -64,8 +64,8 @@ QVector<ZTraceBitmap::Path> ZTraceBitmap::pathscan(EdgeGrid grid, float pathomit
                 continue;
             Path path;
             const bool closed
-                = walk(pathscanCombinedLookup, px, py, pathscanDirLookup.at(code), &grid, &path);
-            const bool hole = pathscanHoleLookup.at(code);
+                = walk(pathscanCombinedLookup, px, py, pathscanDirLookup.value(code), &grid, &path);
+            const bool hole = pathscanHoleLookup.value(code);
             if (closed && !hole && !(pathomit > static_cast<float>(path.size())))
                 paths.append(path);
         }

@@ -17,7 +17,7 @@ enum SegmentField { kType, kX1, kY1, kX2, kY2, kX3, kY3 };
 
 ZVector imagePoint(const QVector<double> &segment, int xField)
 {
-    return ZVector(segment.at(xField), segment.at(xField + 1), 0.0, true);
+    return ZVector(segment.value(xField), segment.value(xField + 1), 0.0, true);
 }
 
 // Ascending by the row-major position of the first point; the later outline takes the place of an
@@ -32,7 +32,7 @@ QMap<double, QPair<int, int>> orderByStart(const QVector<QVector<QVector<QVector
             if (paths.at(p).isEmpty())
                 continue;
             const QVector<double> &first = paths.at(p).at(0);
-            order.insert(double(width) * first.at(kY1) + first.at(kX1), qMakePair(k, p));
+            order.insert(double(width) * first.value(kY1) + first.value(kX1), qMakePair(k, p));
         }
     }
     return order;
@@ -53,7 +53,7 @@ ZPolyline ZTraceBitmap::polylineFrom(const TracedPath &segments)
     polyline.appendVertex(transform(imagePoint(segments.at(0), kX1)), 0.0, 0.0, 0.0);
     for (int i = 0; i < segments.size(); ++i) {
         const QVector<double> &segment = segments.at(i);
-        if (segment.at(kType) == ztrace::kLineType) {
+        if (segment.value(kType) == ztrace::kLineType) {
             polyline.appendVertex(transform(imagePoint(segment, kX2)), 0.0, 0.0, 0.0);
             continue;
         }

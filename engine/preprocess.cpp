@@ -64,6 +64,14 @@ void loadRow(const QImage &image, int y, char *row)
             storePixel(qAlpha(words[x]) == 255 ? words[x] : image.pixel(x, y), row + 4 * x);
         break;
     }
+    case QImage::Format_Indexed8: {
+        // pixel() answers 0 beyond the colour table, in the newer release; the older one trusts it.
+        const QVector<QRgb> colours = image.colorTable();
+        const uchar *indices = image.constScanLine(y);
+        for (int x = 0; x < width; ++x)
+            storePixel(colours.value(indices[x]), row + 4 * x);
+        break;
+    }
     default:
         for (int x = 0; x < width; ++x)
             storePixel(image.pixel(x, y), row + 4 * x);
@@ -108,9 +116,9 @@ void announceLoading()
 } // namespace
 
 // imageData holds at most what one container can: INT_MAX bytes less the container's own header.
-bool ZTraceBitmap::canHold(const QImage &image)
+bool ZTraceBitmap::canHold(int width, int height)
 {
-    return 4LL * image.width() * image.height() <= INT_MAX - 64;
+    return width >= 0 && height >= 0 && qint64(width) * height <= (INT_MAX - 64) / 4;
 }
 
 void ZTraceBitmap::preprocess(QImage &image)
@@ -137,7 +145,8 @@ void ZTraceBitmap::preprocess(QImage &image)
 
 void ZTraceBitmap::loadImageData(const QImage &image)
 {
-    if (!canHold(image)) {
+    if (!canHold(image.width(), image.height())) {
+        announceLoading();
         forgetImage();
         return;
     }
@@ -188,7 +197,8 @@ void ZTraceBitmap::takeImageData(int width, int height, QVector<char> *data)
 // False for an empty image, and where a caller left the members at odds with each other.
 bool ZTraceBitmap::hasPixels() const
 {
-    return imageWidth > 0 && imageHeight > 0 && imageData.size() >= 4LL * imageWidth * imageHeight;
+    return imageWidth > 0 && imageHeight > 0
+        && qint64(imageWidth) * imageHeight <= imageData.size() / 4;
 }
 
 void ZTraceBitmap::forgetImage()

@@ -17,26 +17,32 @@
 
 #include <exception>
 
-QList<ZPolyline> ZTraceBitmap::trace(const QImage &image)
+// Where memory runs out the result is empty and the tracer knows no image, but stays usable.
+template<typename Trace>
+QList<ZPolyline> ZTraceBitmap::traceGuarded(const Trace &trace)
 {
     try {
-        return traceStages(image);
+        return trace();
     } catch (const std::exception &) {
-        // Memory ran out. The tracer stays usable: it only knows no image any more.
         forgetImage();
         return QList<ZPolyline>();
     }
 }
 
+QList<ZPolyline> ZTraceBitmap::trace(const QImage &image)
+{
+    return traceGuarded([&] { return traceStages(image); });
+}
+
 QList<ZPolyline> ZTraceBitmap::trace(const QString &fileName)
 {
-    return trace(QImage(fileName));
+    return traceGuarded([&] { return traceStages(QImage(fileName)); });
 }
 
 QList<ZPolyline> ZTraceBitmap::traceStages(const QImage &image)
 {
-    if (!canHold(image)) {
-        forgetImage();
+    if (!canHold(image.width(), image.height())) {
+        loadImageData(image); // leaves no image
         return QList<ZPolyline>();
     }
     loadReduced(image);

@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "ZEcmaTraceBitmap.h"
 
-#include "RetiredTracers.h"
+#include "TracerPool.h"
 #include "ZTraceBitmap.h"
 #include "conversions.h"
 
@@ -107,13 +107,13 @@ QScriptValue ZEcmaTraceBitmap::createEcma(QScriptContext *context, QScriptEngine
     if (context->argumentCount() != 0)
         return raise("ZTraceBitmap(): no matching constructor found.", context);
 
-    QScopedPointer<ZTraceBitmap> tracer(new ZTraceBitmap);
+    ZTraceBitmap *tracer = ztrace::makeTracer();
     const QScriptValue object
-        = engine->newVariant(context->thisObject(), ztrace::tracerVariant(tracer.data()));
+        = engine->newVariant(context->thisObject(), ztrace::tracerVariant(tracer));
     // A call with an ordinary object as `this` cannot make a tracer of it; the toolkit says so by
     // an invalid value, and nobody would hold the tracer.
-    if (ztrace::holdsTracer(object, tracer.data()))
-        tracer.take();
+    if (!ztrace::holdsTracer(object, tracer))
+        ztrace::destroyTracer(tracer, false);
     return object;
 }
 
@@ -159,10 +159,7 @@ QScriptValue ZEcmaTraceBitmap::destroy(QScriptContext *context, QScriptEngine *e
         return raiseSelfIsNull(context);
 
     QScriptValue object = context->thisObject();
-    if (ztrace::holdsTracer(object, self))
-        delete self;
-    else
-        ztrace::retire(self);
+    ztrace::destroyTracer(self, !ztrace::holdsTracer(object, self));
 
     object.setData(engine->nullValue());
     object.prototype().setData(engine->nullValue());

@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "conversions.h"
 
-#include "RetiredTracers.h"
+#include "TracerPool.h"
 
 #include "ZEcmaHelper.h"
 
@@ -26,13 +26,14 @@ int imageType()
 }
 
 // A script that sets __proto__ can give any variant a prototype of tracers or images, and the
-// toolkit then hands out the variant's bytes as one. True for a variant of none of the two types.
+// toolkit then hands out the variant's bytes as one, also those of a variant of nothing. True for
+// a variant of none of the two types.
 bool isDisguised(const QScriptValue &value, int pointerType, int valueType)
 {
     if (!value.isVariant())
         return false;
     const int type = value.toVariant().userType();
-    return type != 0 && type != pointerType && type != valueType;
+    return type != pointerType && type != valueType;
 }
 
 // The toolkit's qscriptvalue_cast by id, which needs no declaration of the type: the host's headers
@@ -106,7 +107,7 @@ ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value)
     if (leadsAstray(value))
         return 0;
     ZTraceBitmap *tracer = ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value);
-    return isRetired(tracer) ? 0 : tracer;
+    return isDead(tracer) ? 0 : tracer;
 }
 
 QImage *ztrace::imageFromScript(const QScriptValue &value)

@@ -7,7 +7,8 @@
 namespace ztrace {
 
 // True when this build has kernels for AVX2 and the machine runs them. False in a build with
-// ZTRACE_PLAIN_KERNELS, and when the environment variable ZTRACE_NO_AVX2 is set at the first call.
+// ZTRACE_PLAIN_KERNELS. Builds with tests or benchmarks also ask the environment variable
+// ZTRACE_NO_AVX2, at the first call; the product reads no environment.
 bool useAvx2();
 
 } // namespace ztrace
