@@ -13,7 +13,6 @@ tracer.setOption("numberofcolors", 2);
 tracer.setOption("colorsampling", 0);            // two fixed tones instead of random samples
 tracer.setOption("colorquantcycles", 1);
 tracer.setOption("blurradius", 0);
-tracer.setOption("pathomit", 12);                // specks of dust stay out
 
 var polylines = tracer.trace(args[0]);
 tracer.destroy();

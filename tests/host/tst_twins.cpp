@@ -113,11 +113,7 @@ void tst_Twins::sameOutlines()
     QFETCH(QImage, image);
     QFETCH(int, seed);
     QFETCH(QString, options);
-    QStringList list = options.split(' ', Qt::SkipEmptyParts);
-    // The command has tolerances of its own where none are given.
-    if (!options.contains("ltres"))
-        list << "ltres=1"
-             << "qtres=1";
+    const QStringList list = options.split(' ', Qt::SkipEmptyParts);
     const QStringList script = byScript(image, seed, list);
     const QStringList command = byCommand(image, seed, list);
     QVERIFY2(script.size() > 1, qPrintable(script.join("\n")));
