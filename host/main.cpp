@@ -95,6 +95,8 @@ int runScript(const Arguments &arguments)
     }
     for (const QString &refusal : plugins.refusals())
         complain(QString::fromLatin1("plug-in refused: %1").arg(refusal));
+    if (plugins.count() == 0)
+        complain(QString::fromLatin1("no plug-in in %1").arg(arguments.pluginFolder));
 
     // The engine goes before the plug-ins whose classes it holds.
     zelvora::ScriptWorld world(arguments.scriptArguments);

@@ -32,6 +32,7 @@ private slots:
     void callOnOtherValuesWorks();
     void disguisedVariants_data();
     void disguisedVariants();
+    void secondVariantOfADestroyedTracer();
     void roundsDoNotGrow();
 };
 
@@ -194,6 +195,12 @@ void tst_Safety::disguisedVariants_data()
     QTest::newRow("polyline as an image") << "line.__proto__ = imgProto; t.trace(line)";
     QTest::newRow("tracer as an image") << "t.__proto__ = imgProto; p.trace.call(t, t)";
     QTest::newRow("tracer to preprocess") << "t.__proto__ = imgProto; p.preprocess.call(t, t)";
+    QTest::newRow("nothing as this")
+        << "nothing.__proto__ = ZTraceBitmap.prototype; nothing.setOption('ltres', 1)";
+    QTest::newRow("nothing destroyed")
+        << "nothing.__proto__ = ZTraceBitmap.prototype; nothing.destroy()";
+    QTest::newRow("nothing as an image") << "nothing.__proto__ = imgProto; t.trace(nothing)";
+    QTest::newRow("nothing to preprocess") << "nothing.__proto__ = imgProto; t.preprocess(nothing)";
 }
 
 void tst_Safety::disguisedVariants()
@@ -206,11 +213,26 @@ void tst_Safety::disguisedVariants()
     rig.setImage("img", &image);
     rig.setImage("imgProto", 0);
     rig.set("number", rig.engine.newVariant(QVariant(5)));
+    rig.set("nothing", rig.engine.newVariant(QVariant()));
     rig.set("line", rig.engine.newVariant(QVariant::fromValue(ZPolyline())));
     rig.run("var p = ZTraceBitmap.prototype");
     const QString text = rig.run(script);
     QVERIFY2(text == "!self is NULL" || text == "!ZTraceBitmap: Argument 0 is not of type QImage*.",
              qPrintable(text));
+}
+
+// The toolkit makes a second variant object of a pointer that passes through a QVariant.
+void tst_Safety::secondVariantOfADestroyedTracer()
+{
+    ScriptRig rig;
+    rig.run("var first = new ZTraceBitmap()");
+    rig.set("second", rig.engine.newVariant(rig.engine.evaluate("first").toVariant()));
+    QCOMPARE(rig.run("second.setOption('ltres', 2); first.toString() == second.toString()"),
+             QString("true"));
+    rig.run("first.destroy()");
+    QCOMPARE(rig.run("second.setOption('ltres', 2)"), QString("!self is NULL"));
+    QCOMPARE(rig.run("second.toString()"), QString("ZTraceBitmap(0x0)"));
+    QCOMPARE(rig.run("second.destroy()"), QString("!self is NULL"));
 }
 
 void tst_Safety::roundsDoNotGrow()
