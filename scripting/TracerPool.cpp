@@ -51,7 +51,7 @@ void ztrace::destroyTracer(ZTraceBitmap *tracer, bool mayBeHeldElsewhere)
     }
     tracer->~ZTraceBitmap();
     pool().dead.insert(tracer);
-    if (hasPlace)
+    if (!mayBeHeldElsewhere)
         pool().empty.append(tracer);
 }
 
