@@ -20,6 +20,7 @@ const char *const kEngineOptions[] = {
 };
 
 const double kLeastDpi = 0.01;
+const double kMostDpi = 1e6;
 const double kLeastScale = 0.001;
 const double kLeastDxfTolerance = 1e-6;
 const int kMostPages = 100000;
@@ -50,7 +51,7 @@ void storeThreshold(Settings *s, const std::string &text)
 
 void storeDpi(Settings *s, const std::string &text)
 {
-    s->dpi = text == "auto" ? 0.0 : numberValue("--dpi", text, kLeastDpi);
+    s->dpi = text == "auto" ? 0.0 : numberValue("--dpi", text, kLeastDpi, kMostDpi);
 }
 
 void storePage(Settings *s, const std::string &text)
@@ -133,7 +134,7 @@ const Setting kColourSettings[] = {
       [](Settings *s, const std::string &t) {
           s->method = static_cast<Method>(wordValue("--method", t, { "ink", "flat", "blend" }));
       } },
-    { "colors", "c", Setting::Value, kColourGroup, "N", "Number of colours, 1 to 4096",
+    { "colors", "c", Setting::Value, kColourGroup, "N", "Largest number of colours, 1 to 4096",
       [](Settings *s, const std::string &t) {
           s->colors = wholeValue("--colors", t, 1, kMostColors);
       } },
@@ -156,7 +157,9 @@ const Setting kColourSettings[] = {
           s->despeckle = wholeValue("--despeckle", t, 0, kMostSpeck);
       } },
     { "page", "", Setting::Value, kColourGroup, "N|all",
-      "Page of a TIFF with several; all numbers the outputs (1)", storePage },
+      "Page of a TIFF; all writes every page, with numbers in the outputs' names when there are "
+      "several (1)",
+      storePage },
     { "raw", "", Setting::Flag, kColourGroup, "",
       "Hand the image to the engine untouched, with the engine's own defaults",
       [](Settings *s, const std::string &t) { s->raw = flagValue("--raw", t); } },

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace ztrace {
 
@@ -123,7 +124,12 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
 {
     const std::string chosen = settings.format.empty() ? formatNames().front() : settings.format;
     std::vector<Output> outputs;
+    std::set<std::string> names;
     for (const std::string &name : settings.outputs) {
+        if (name.empty())
+            throw Failure(kWrongUsage, "--output: a file name is wanted");
+        if (!names.insert(name).second)
+            throw Failure(kWrongUsage, "--output: " + name + " is given twice");
         const QString fileName = QFile::decodeName(name.c_str());
         const bool isFile = name != kStandardOutput
             && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());

@@ -2,6 +2,7 @@
 //
 // The command ztrace: an image in, a drawing out.
 #include "commandline.h"
+#include "effects.h"
 #include "failure.h"
 #include "formats.h"
 #include "look.h"
@@ -21,6 +22,8 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
+#include <set>
+#include <string>
 
 namespace ztrace {
 
@@ -77,6 +80,8 @@ public:
         progress = &progressLine;
         progress->stage("reading " + line.input);
         const ImageSource source(line.input);
+        if (source.isCutShort())
+            warn(line.input + ": the image is incomplete; what is missing has one colour");
         if (isDrawing(line.input)) {
             convert(source, outputs);
             return;
@@ -91,8 +96,15 @@ public:
     }
 
 private:
+    void warn(const std::string &text)
+    {
+        if (!line.settings.quiet && told.insert(text).second)
+            std::fprintf(stderr, "ztrace: %s\n", text.c_str());
+    }
+
     void useConfiguration()
     {
+        onCommandLine = line.given;
         const std::string &file = line.settings.config;
         if (!file.empty())
             applySettings(parseSettings(settingsFile(file), file), file, &line.given,
@@ -120,6 +132,8 @@ private:
         Look look = { "raw", "" };
         progress->stage("looking");
         const Settings settings = settingsFor(image, &look);
+        for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
+            warn(sentence);
         const TraceResult result = traceImage(
             std::move(image), settings, [this](const char *stage) { progress->stage(stage); });
         write(result.drawing, settings, outputs, aboutTrace(result, look, settings));
@@ -163,6 +177,8 @@ private:
     }
 
     CommandLine line;
+    std::set<std::string> onCommandLine; // settings that were given there, not in a file
+    std::set<std::string> told;          // warnings are given once, not once a page
     ProgressLine *progress = nullptr;
 };
 

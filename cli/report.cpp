@@ -42,7 +42,7 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
     std::fprintf(stream, "\noutlines  %d\nsegments  %d (%d lines, %d curves)\noptions  ",
                  counts.outlines, counts.lines + counts.curves, counts.lines, counts.curves);
     for (const auto &option : result.engine)
-        std::fprintf(stream, " %s=%s", option.first.c_str(), numberText(option.second).constData());
+        std::fprintf(stream, " %s=%.6g", option.first.c_str(), option.second);
     std::fprintf(stream, "\ntimes    ");
     double total = 0.0;
     for (const auto &stage : result.seconds) {

@@ -113,11 +113,21 @@ QImage ImageSource::read(int page, bool upright) const
     refuseTooLarge(name, reader.size());
     QImage image;
     if (!reader.read(&image) || image.isNull()) {
+        if (reader.size().isValid() && QImage(reader.size(), QImage::Format_ARGB32).isNull())
+            throw Failure(kFailed, name + ": the image does not fit into memory");
         fail(name,
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(name, image.size());
     return image;
+}
+
+bool ImageSource::isCutShort() const
+{
+    // The last scan begins after its marker; the mark of the end cannot stand inside of one.
+    const int lastScan = data.lastIndexOf(QByteArray("\xFF\xDA", 2));
+    return data.startsWith(QByteArray("\xFF\xD8\xFF", 3)) && lastScan >= 0
+        && data.lastIndexOf(QByteArray("\xFF\xD9", 2)) < lastScan;
 }
 
 double dpiOf(const QImage &image)

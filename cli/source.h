@@ -28,6 +28,10 @@ public:
     // Page 1 is the first. `upright` turns the image as its own note on orientation says.
     QImage read(int page, bool upright) const;
 
+    // True for a JPEG that ends before its picture does. Its reader gives what is there and fills
+    // the rest; every other format that ends early cannot be read.
+    bool isCutShort() const;
+
     // The file's bytes.
     const QByteArray &contents() const { return data; }
 

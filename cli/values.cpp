@@ -46,13 +46,15 @@ double anyNumberValue(const std::string &setting, const std::string &text)
     return value;
 }
 
-double numberValue(const std::string &setting, const std::string &text, double least)
+double numberValue(const std::string &setting, const std::string &text, double least, double most)
 {
     const double value = anyNumberValue(setting, text);
     if (!std::isfinite(value))
         refuse(setting, text, "a finite number");
     if (value < least)
         refuse(setting, text, "a number of at least " + shortText(least));
+    if (value > most)
+        refuse(setting, text, "a number of at most " + shortText(most));
     return value;
 }
 

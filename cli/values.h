@@ -6,13 +6,15 @@
 
 #include <QRgb>
 
+#include <limits>
 #include <string>
 #include <vector>
 
 namespace ztrace {
 
-// A finite number of at least `least`; the whole text must be the number.
-double numberValue(const std::string &setting, const std::string &text, double least);
+// A finite number from `least` to `most`; the whole text must be the number.
+double numberValue(const std::string &setting, const std::string &text, double least,
+                   double most = std::numeric_limits<double>::max());
 
 // A number of any size, infinity included, but not not-a-number.
 double anyNumberValue(const std::string &setting, const std::string &text);

@@ -96,20 +96,15 @@ private:
 
     DxfExtents extents() const
     {
+        ZBox box;
+        for (const Outline &outline : drawing.outlines)
+            box.growToInclude(outline.shape.getBoundingBox());
         DxfExtents result;
-        bool empty = true;
-        for (const Outline &outline : drawing.outlines) {
-            for (const PathPiece &piece : piecesOf(outline.shape)) {
-                for (const ZVector &p : { piece.start, piece.end }) {
-                    const double x = p.x * scale;
-                    const double y = p.y * scale;
-                    result.left = empty ? x : std::min(result.left, x);
-                    result.right = empty ? x : std::max(result.right, x);
-                    result.bottom = empty ? y : std::min(result.bottom, y);
-                    result.top = empty ? y : std::max(result.top, y);
-                    empty = false;
-                }
-            }
+        if (box.isValid()) {
+            result.left = box.minimum.x * scale;
+            result.right = box.maximum.x * scale;
+            result.bottom = box.minimum.y * scale;
+            result.top = box.maximum.y * scale;
         }
         return result;
     }

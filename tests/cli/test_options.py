@@ -203,7 +203,7 @@ class Units(OptionsTest):
 
     def test_mistakes_are_told(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
-        for arguments in [("--dpi", "0"), ("--dpi", "-3"), ("--dpi", "nan"), ("--dpi", "inf"), ("--units", "cm"),
+        for arguments in [("--dpi", "0"), ("--dpi", "-3"), ("--dpi", "nan"), ("--dpi", "1e308"), ("--dpi", "inf"), ("--units", "cm"),
                           ("--dxf-tolerance", "0"), ("--dxf-curves", "x"), ("--dxf-version", "2018"),
                           ("--curve-tolerance", "-1"), ("--min-path", "-1"), ("--stroke-width", "-1"),
                           ("--scale", "0"), ("--despeckle", "-1"), ("--page", "0"), ("--decimals", "18"),
@@ -295,6 +295,62 @@ class Drawings(OptionsTest):
     def test_other_json_is_refused(self):
         self.write("a.json", b"{}")
         self.assert_refused("a.json", "-o", "b.svg", code=1, words="a.json: not a drawing")
+
+
+class WithoutEffect(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_are_told(self):
+        for arguments, words in [(("--deskew",), "--deskew has no effect: it is for black and white"),
+                                 (("--threshold", "9"), "--threshold has no effect"),
+                                 (("-c", "3", "-p", "lineart"), "--colors has no effect: the preset"),
+                                 (("-c", "3", "--palette", "red"), "--colors has no effect: the palette"),
+                                 (("--stroke-width", "2"), "--outline draws outlines"),
+                                 (("--scale", "2"), "no png is written"),
+                                 (("--raw", "-p", "photo"), "--preset has no effect: --raw"),
+                                 (("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "spline"), "no splines")]:
+            with self.subTest(arguments):
+                text = self.run_program("a.png", *arguments).stderr.decode()
+                self.assertIn(words, text)
+                self.assertEqual(text.count("\n"), 1)
+                self.assertEqual(self.run_program("a.png", *arguments, "-q").stderr, b"")
+
+    def test_those_with_one_are_not(self):
+        for arguments in [("-p", "lineart", "--deskew", "--despeckle", "3", "--threshold", "9", "--palette", "red,white"),
+                          ("-p", "photo", "-c", "3", "--background", "red"), ("--raw", "--set", "ltres=2"),
+                          ("--outline", "--stroke-width", "2"), ("-o", "a.png.png", "--scale", "2"),
+                          ("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "arc", "--dxf-tolerance", "1")]:
+            with self.subTest(arguments):
+                self.assertEqual(self.run_program("a.png", *arguments).stderr, b"")
+
+    def test_those_of_a_file_are_not(self):
+        self.write("c.toml", b"deskew = true\ncolors = 3\n")
+        self.assertEqual(self.run_program("a.png", "--config", "c.toml").stderr, b"")
+
+
+class Outputs(OptionsTest):
+    def test_names_that_are_none_or_doubled(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.assert_refused("a.png", "-o", "", code=2, words="a file name is wanted")
+        self.assert_refused("a.png", "-o", "-", "-o", "-", code=2, words="- is given twice")
+
+
+class CutShort(OptionsTest):
+    def test_a_jpeg_that_ends_early_is_traced_with_a_warning(self):
+        with open(os.path.join(os.environ["ZTRACE_SOURCE_DIR"], "examples/hills.jpg"), "rb") as file:
+            whole = file.read()
+        self.write("whole.jpg", whole)
+        self.write("half.jpg", whole[:len(whole) // 2])
+        self.assertEqual(self.run_program("whole.jpg").stderr, b"")
+        self.assertIn(b"half.jpg: the image is incomplete", self.run_program("half.jpg").stderr)
+        self.assertTrue(os.path.exists(self.path("half.svg")))
+
+    def test_a_png_that_does_is_refused(self):
+        whole = ring(RED, WHITE, WHITE)
+        self.write("half.png", whole[:len(whole) - 40])
+        self.assert_refused("half.png", code=1, words="half.png: the image is damaged or incomplete")
 
 
 class Progress(OptionsTest):
