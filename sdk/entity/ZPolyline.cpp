@@ -75,10 +75,20 @@ void ZPolyline::appendPiece(int pointSteps, int degree, const Style &style)
         styles.append(style);
 }
 
+// Most outlines have a handful of pieces, which then need no second block of memory.
+void ZPolyline::reserveFew()
+{
+    const int kFew = 5;
+    points.reserve(kFew + 1);
+    pieces.reserve(kFew);
+}
+
 void ZPolyline::appendVertex(const ZVector &vertex, double bulge, double startWidth,
                              double endWidth)
 {
-    if (!points.isEmpty())
+    if (points.isEmpty())
+        reserveFew();
+    else
         appendPiece(1, 0, pending);
     points.append(vertex);
     const Style given = { bulge, startWidth, endWidth };

@@ -91,6 +91,7 @@ private:
 
     static Style plainStyle();
     Style styleAt(int index) const;
+    void reserveFew();
     void appendPiece(int pointSteps, int degree, const Style &style);
     ZSpline splineAt(int index) const;
     void appendSpline(const ZSpline &spline);
