@@ -6,9 +6,10 @@
 
 Every drawing is rendered by rsvg-convert and compared with the image. An image of one bit a pixel
 is a row of line art, everything else a row of colour. Other tools run as separate programs where
-they are installed: potrace for line art, vtracer for colour.
+they are installed: potrace for line art, vtracer for colour (./bench installs it for node).
 
-agree     share of pixels that are the same as in the image, both split at half lightness
+agree     share of pixels that are the same as in the image, rendered hard-edged (crispEdges) at its
+          size, both split at half lightness
 dE        mean colour error (CIE 1976) over the opaque pixels; `quantiser`: what the imaging
           library's median cut makes of the same number of colours
 seams     share of the opaque pixels that the drawing covers by less than 98 %
@@ -16,7 +17,8 @@ over      share of the fully transparent pixels that the drawing paints by more 
 numbers   coordinates written per 1000 boundary edges (a line 2, a quadratic 4, a cubic 6); a
           boundary edge lies between two pixels of different colour, in the image for line art, in
           the rendered drawing for colour
-holes     black and white regions of at least 8 pixels: how many of the image's the drawing lacks
+lost      black or white regions of at least 8 pixels of which the drawing shows nothing; -1 where
+          python3-scipy is missing
 """
 import argparse
 import ctypes
@@ -93,17 +95,6 @@ def library_quantised(rgb, colours):
         return np.array(Image.open(target).convert("RGB"))
 
 
-def regions(bilevel):
-    """Numbered regions of both colours, joined by edges, by repeated spreading of labels."""
-    from scipy import ndimage
-    found = []
-    for value in (True, False):
-        labels, count = ndimage.label(bilevel == value)
-        sizes = ndimage.sum(np.ones_like(labels), labels, range(1, count + 1))
-        found += [(labels, i + 1) for i in range(count) if sizes[i] >= 8]
-    return found
-
-
 def lost_regions(image, drawn):
     """Regions of the image of which the drawing shows nothing."""
     try:
@@ -127,6 +118,9 @@ def lost_of(image, drawn):
 
 def measure_lineart(image, svg):
     ink = np.array(image.convert("L")) < 128
+    text = open(svg, encoding="utf-8").read()
+    with open(svg, "w", encoding="utf-8") as file:
+        file.write(text.replace("<svg ", '<svg shape-rendering="crispEdges" ', 1))
     drawn = on_white(render(svg, image.size)).mean(-1) < 128
     return {"agree": 100 * (ink == drawn).mean(), "numbers": 1000 * numbers_in(svg) / boundary_edges(ink),
             "lost": lost_regions(ink, drawn)}
@@ -177,22 +171,25 @@ def colour_rows(args, name, file, image, folder):
             quantised = library_quantised(on_white(np.array(image.convert("RGBA"))).astype("uint8"), values["colours"])
             values["quantiser dE"] = colour_error(rgb, quantised, mask)
         row(name, ("ztrace " + options).strip(), values, seconds)
-    vtracer = args.vtracer or shutil.which("vtracer")
-    if vtracer and not args.no_peers:
-        png = folder + "/a.png"
-        image.save(png)
-        for options in (["--preset", "photo"], ["--preset", "poster"], ["--hierarchical", "cutout"]):
-            seconds = run([vtracer, "--input", png, "--output", folder + "/v.svg"] + options)
-            row(name, " ".join(["vtracer"] + options), measure_colour(image, folder + "/v.svg"), seconds)
+    vtracer = os.path.join(args.peers, "vtracer.mjs")
+    if os.path.exists(vtracer) and shutil.which("node"):
+        rgba = folder + "/a.rgba"
+        with open(rgba, "wb") as file:
+            file.write(image.convert("RGBA").tobytes())
+        for mode in ("stacked", "cutout"):
+            svg = folder + "/v.svg"
+            seconds = run(["node", vtracer, mode, str(image.width), str(image.height), rgba, svg])
+            values = measure_colour(image, svg)
+            values["colours"] = colours_of(svg)
+            row(name, "vtracer " + mode, values, seconds)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("images", nargs="+")
     parser.add_argument("--ztrace", default="build/release/cli/ztrace")
-    parser.add_argument("--vtracer", help="the program, when it is not in the path")
+    parser.add_argument("--peers", default="build/bench/peers", help="where ./bench has put vtracer")
     parser.add_argument("--options", action="append", help="options of a colour row; several times")
-    parser.add_argument("--no-peers", action="store_true")
     args = parser.parse_args()
     for file in args.images:
         image = Image.open(file)

@@ -1,15 +1,15 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Processor seconds that vtracer takes for one image, from RGBA pixels in memory to the text of an
-// SVG:  node vtracer.mjs MODE WIDTH HEIGHT PIXELS.rgba
+// SVG:  node vtracer.mjs MODE WIDTH HEIGHT PIXELS.rgba [OUTPUT.svg]
 //
 // MODE   binary   black and white
 //        stacked  colour clusters, one above the other; cutout: beside each other
 // All else as vtracer's own command line has it by default. Neither start-up nor reading counts.
-import { readFileSync } from 'node:fs';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { vectorizeRawSync, ColorMode, Hierarchical, PathSimplifyMode } from '@neplex/vectorizer';
 
-const [mode, width, height, file] = process.argv.slice(2);
+const [mode, width, height, file, target] = process.argv.slice(2);
 const config = {
     colorMode: mode === 'binary' ? ColorMode.Binary : ColorMode.Color,
     hierarchical: mode === 'cutout' ? Hierarchical.Cutout : Hierarchical.Stacked,
@@ -29,4 +29,6 @@ const svg = vectorizeRawSync(pixels, { width: Number(width), height: Number(heig
 const used = process.cpuUsage(start);
 if (!svg.includes('<path'))
     process.exit(1);
+if (target)
+    writeFileSync(target, svg);
 console.log(((used.user + used.system) * 1e-6).toFixed(6));
