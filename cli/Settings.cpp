@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "formats.h"
 #include "gimppalette.h"
+#include "upsample.h"
 #include "values.h"
 
 #include <algorithm>
@@ -57,6 +58,11 @@ void storeDpi(Settings *s, const std::string &text)
 void storePage(Settings *s, const std::string &text)
 {
     s->page = text == "all" ? 0 : wholeValue("--page", text, 1, kMostPages);
+}
+
+void storeUpsampling(Settings *s, const std::string &text)
+{
+    s->upsample = text == "auto" ? 0 : wholeValue("--upsample", text, 1, kMostUpsampling);
 }
 
 const std::string kOutputGroup = "Output";
@@ -160,6 +166,10 @@ const Setting kColourSettings[] = {
       "Page of a TIFF; all writes every page, with numbers in the outputs' names when there are "
       "several (1)",
       storePage },
+    { "upsample", "", Setting::Value, kColourGroup, "N|auto",
+      "Let soft edges tell where between the pixels they run, on a grid N times as fine (auto: "
+      "finer for small images with soft edges)",
+      storeUpsampling },
     { "raw", "", Setting::Flag, kColourGroup, "",
       "Hand the image to the engine untouched, with the engine's own defaults",
       [](Settings *s, const std::string &t) { s->raw = flagValue("--raw", t); } },

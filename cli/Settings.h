@@ -59,6 +59,7 @@ struct Settings
     bool deskew = false;
     int despeckle = 0; // pixels
     int page = 1;      // 0: all
+    int upsample = 0;  // how many times finer than pixels; 0: as is useful
 
     // What is kept.
     std::optional<double> minPath;

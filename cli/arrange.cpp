@@ -5,6 +5,8 @@
 
 #include "engine/ZTraceBitmap.h"
 
+#include "ZSpline.h"
+
 #include <QMap>
 
 #include <algorithm>
@@ -247,6 +249,30 @@ private:
     std::vector<int> regionOf;  // of every outline
 };
 
+// The polyline with all coordinates divided.
+ZPolyline divided(const ZPolyline &polyline, double divisor)
+{
+    const auto divide = [divisor](const ZVector &point) {
+        return ZVector(point.x / divisor, point.y / divisor, point.z / divisor);
+    };
+    ZPolyline result;
+    if (!polyline.isEmpty())
+        result.appendVertex(divide(polyline.getStartPoint()));
+    for (int i = 0; i < polyline.countPieces(); ++i) {
+        const int last = polyline.countPiecePoints(i) - 1;
+        if (polyline.getPieceKind(i) == ZPolyline::LinePiece) {
+            result.appendVertex(divide(polyline.getPiecePointAt(i, last)));
+            continue;
+        }
+        ZSpline spline;
+        spline.setDegree(polyline.getPieceDegree(i));
+        for (int k = 0; k <= last; ++k)
+            spline.appendControlPoint(divide(polyline.getPiecePointAt(i, k)));
+        result.appendShape(spline);
+    }
+    return result;
+}
+
 } // namespace
 
 QString layerOfColour(QRgb colour)
@@ -257,17 +283,18 @@ QString layerOfColour(QRgb colour)
 }
 
 Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
-                const std::vector<QRgb> &colours, const Settings &settings)
+                const std::vector<QRgb> &colours, const Settings &settings, int upsampling)
 {
     Drawing drawing;
-    drawing.width = engine->indexedImage.width;
-    drawing.height = engine->indexedImage.height;
+    drawing.width = engine->indexedImage.width / upsampling;
+    drawing.height = engine->indexedImage.height / upsampling;
     const std::vector<Source> sources = sourcesOf(engine->indexedImage);
     engine->indexedImage.tracedLayers.clear();
     drawing.outlines.resize(static_cast<std::size_t>(polylines.size()));
     for (std::size_t i = 0; i < drawing.outlines.size() && i < sources.size(); ++i) {
         Outline &outline = drawing.outlines[i];
-        outline.shape = polylines.at(static_cast<int>(i));
+        const ZPolyline &polyline = polylines.at(static_cast<int>(i));
+        outline.shape = upsampling == 1 ? polyline : divided(polyline, upsampling);
         outline.colour = colours.at(static_cast<std::size_t>(sources[i].entry));
         outline.layer = layerOfColour(outline.colour);
     }

@@ -22,9 +22,10 @@ const double kSeamWidthAtRim = 1.0;
 // Moves the outlines of the engine's last trace into a drawing. `colours` are what the palette
 // entries stand for. Painted in order, the outlines give the picture back: later ones lie over
 // earlier ones. What is not opaque is cut out of everything that it would be painted over by.
-// Fully transparent outlines stay only as such holes, unless they are asked for.
+// Fully transparent outlines stay only as such holes, unless they are asked for. The engine's grid
+// was `upsampling` times as fine as the pixels of the picture, which the drawing is measured in.
 Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
-                const std::vector<QRgb> &colours, const Settings &settings);
+                const std::vector<QRgb> &colours, const Settings &settings, int upsampling);
 
 // The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.
 QString layerOfColour(QRgb colour);

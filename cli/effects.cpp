@@ -8,8 +8,8 @@ namespace ztrace {
 namespace {
 
 const char *const kNotForColours[] = { "threshold", "deskew", "despeckle" };
-const char *const kNotForRaw[]
-    = { "background", "colors", "deskew", "despeckle", "method", "palette", "preset", "threshold" };
+const char *const kNotForRaw[] = { "background", "colors", "deskew",    "despeckle", "method",
+                                   "palette",    "preset", "threshold", "upsample" };
 
 template<std::size_t Count>
 bool isIn(const char *const (&names)[Count], const std::string &name)
@@ -50,6 +50,9 @@ std::string reasonAgainst(const std::string &name, const Settings &settings,
     const bool isInk = settings.method.value_or(Method::Flat) == Method::Ink;
     if (!isInk && isIn(kNotForColours, name))
         return "it is for black and white; --preset lineart makes that";
+    if (name == "upsample" && isInk
+        && (settings.despeckle > 0 || settings.threshold == Threshold::Adaptive))
+        return "specks and adaptive thresholds are made of whole pixels";
     if (name == "colors" && isInk)
         return "the preset makes black and white";
     if (name == "colors" && !settings.palette.empty())

@@ -32,6 +32,8 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
         std::fprintf(stream, "threshold %d\n", result.threshold);
     if (result.angle != 0.0)
         std::fprintf(stream, "turned by %s degrees\n", numberText(result.angle, 3).constData());
+    if (result.upsampling > 1)
+        std::fprintf(stream, "upsampled %d times\n", result.upsampling);
     std::fprintf(stream, "palette   %d colours:", static_cast<int>(result.palette.size()));
     for (QRgb colour : result.palette) {
         std::fprintf(stream, " %s", colourName(colour).constData());
@@ -75,6 +77,8 @@ QByteArray aboutTrace(const TraceResult &result, const Look &look, const Setting
         text += ",\"threshold\":" + QByteArray::number(result.threshold);
     if (result.angle != 0.0)
         text += ",\"angle\":" + jsonNumber(result.angle);
+    if (result.upsampling > 1)
+        text += ",\"upsampling\":" + QByteArray::number(result.upsampling);
     return text + '}';
 }
 

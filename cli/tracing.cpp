@@ -9,6 +9,7 @@
 #include "regions.h"
 #include "scan.h"
 #include "source.h"
+#include "upsample.h"
 
 #include "engine/ZTraceBitmap.h"
 
@@ -17,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 namespace ztrace {
 
@@ -25,6 +27,7 @@ namespace {
 const double kMostLabels = 65534.0;
 const int kDefaultColors = 16;
 const double kDefaultMinPath = 8.0;
+const double kFineTolerance = 0.5; // where the grid is finer than pixels
 const int kBetweenBlackAndWhite = 127;
 const QRgb kPaper = 0xFFFFFFFFu;
 
@@ -74,14 +77,19 @@ private:
             announce(stage);
     }
 
+    // The engine's options in squared steps of its grid; settings are in pixels.
     void useGeometry(std::map<std::string, double> *options) const
     {
-        if (settings.tolerance)
-            (*options)["ltres"] = (*options)["qtres"] = *settings.tolerance * *settings.tolerance;
+        const double steps = result.upsampling;
+        const auto squared = [](double value) { return value * value; };
+        if (settings.tolerance || result.upsampling > 1) {
+            const double tolerance = settings.tolerance.value_or(kFineTolerance);
+            (*options)["ltres"] = (*options)["qtres"] = squared(tolerance * steps);
+        }
         if (settings.curveTolerance)
-            (*options)["qtres"] = *settings.curveTolerance * *settings.curveTolerance;
+            (*options)["qtres"] = squared(*settings.curveTolerance * steps);
         if (settings.minPath)
-            (*options)["pathomit"] = *settings.minPath;
+            (*options)["pathomit"] = *settings.minPath * steps;
     }
 
     void useEngineOptions(std::map<std::string, double> *options) const
@@ -115,8 +123,9 @@ private:
     {
         Settings used = settings;
         used.method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
-        result.drawing = arrange(polylines, engine,
-                                 entryColours.empty() ? result.palette : entryColours, used);
+        result.drawing
+            = arrange(polylines, engine, entryColours.empty() ? result.palette : entryColours, used,
+                      result.upsampling);
         lap("arrange");
     }
 
@@ -154,6 +163,20 @@ private:
         }
     }
 
+    void refineInk(int threshold)
+    {
+        {
+            LabelPlane plane = inkAndPaper(image, threshold);
+            useMeanColours(image, &plane);
+            result.upsampling = upsamplingFor(plane);
+        }
+        if (result.upsampling > 1) {
+            requireRoom(result.upsampling);
+            image = upsampled(image, result.upsampling);
+            requireImage();
+        }
+    }
+
     void traceInk()
     {
         image = image.convertToFormat(QImage::Format_ARGB32);
@@ -169,6 +192,7 @@ private:
             threshold = kBetweenBlackAndWhite;
         } else {
             result.threshold = threshold;
+            refineInk(threshold);
         }
         std::map<std::string, double> options = { { "monochrome", 1 },
                                                   { "alphathreshold", 255 },
@@ -295,6 +319,33 @@ private:
             engine->currentPalette.append(entryOfColour(entry));
     }
 
+    static void mergeRegionsBelow(double least, LabelPlane *plane)
+    {
+        if (least > 0.0)
+            mergeSmallRegions(plane, static_cast<std::size_t>(std::min(least, 1e15)));
+    }
+
+    // A grid of the engine's own is kept where its geometry is set directly, and in blends, whose
+    // areas have no edges in the image.
+    int upsamplingFor(const LabelPlane &plane) const
+    {
+        if (settings.upsample > 0)
+            return settings.upsample;
+        const bool geometrySet = settings.engine.count("ltres") || settings.engine.count("qtres")
+            || settings.engine.count("pathomit");
+        if (geometrySet || settings.method.value_or(Method::Flat) == Method::Blend)
+            return 1;
+        return usefulUpsampling(image, plane);
+    }
+
+    // Nothing that the toolkit's sizes cannot count.
+    void requireRoom(int factor) const
+    {
+        if (double(image.width()) * double(image.height()) * factor * factor
+            > double(std::numeric_limits<int>::max()))
+            throw Failure(kFailed, "the image does not fit into memory");
+    }
+
     void traceColours()
     {
         image = image.convertToFormat(QImage::Format_ARGB32);
@@ -304,15 +355,20 @@ private:
         roundAlpha(&image);
         lap("prepare");
         LabelPlane plane = reduce();
-        image = QImage();
         begin("joining areas");
         // Regions too small to be kept would leave holes; they go to their neighbours instead.
         double least = settings.minPath.value_or(kDefaultMinPath);
         const auto asked = settings.engine.find("pathomit");
         if (asked != settings.engine.end())
             least = std::floor(asked->second);
-        if (least > 0.0)
-            mergeSmallRegions(&plane, static_cast<std::size_t>(std::min(least, 1e15)));
+        mergeRegionsBelow(least, &plane);
+        result.upsampling = upsamplingFor(plane);
+        if (result.upsampling > 1) {
+            requireRoom(result.upsampling);
+            plane = upsampled(image, plane, result.upsampling);
+            mergeRegionsBelow(least * result.upsampling, &plane);
+        }
+        image = QImage();
         if (settings.method.value_or(Method::Flat) == Method::Flat)
             separateCrossings(&plane); // in a blend nothing of note hangs on a corner
         std::map<std::string, double> options = {

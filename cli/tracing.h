@@ -25,6 +25,7 @@ struct TraceResult
     std::map<std::string, double> engine;                // the engine's options
     int threshold = -1;                                  // ink only; -1: none for the whole page
     double angle = 0.0; // degrees that a crooked page was turned by
+    int upsampling = 1; // how many times as fine as pixels the engine's grid was
 };
 
 // Called with a few words when a stage begins.

@@ -22,6 +22,7 @@ _ztrace() {
         --threshold) choices="otsu adaptive" ;;
         --dpi) choices="auto 72 96 150 300 600" ;;
         --page) choices="all 1" ;;
+        --upsample) choices="auto 1 2 3 4" ;;
         --dxf-curves) choices="spline arc polyline" ;;
         --dxf-version) choices="2004 2000 r12" ;;
         --progress) choices="auto always never" ;;
@@ -37,8 +38,8 @@ _ztrace() {
             if [[ $word == -* ]]; then
                 choices="--output --format --dpi --units --layers --outline --stroke-width --decimals
                     --scale --dxf-curves --dxf-tolerance --dxf-version --preset --method --colors
-                    --palette --background --threshold --deskew --despeckle --page --raw --set --seed
-                    --min-path --tolerance --curve-tolerance --no-frame --only-color --transparent
+                    --palette --background --threshold --deskew --despeckle --page --upsample --raw --set
+                    --seed --min-path --tolerance --curve-tolerance --no-frame --only-color --transparent
                     --config --stats --json --progress --quiet --help --version"
             else
                 compopt -o filenames 2> /dev/null

@@ -55,6 +55,14 @@ class Completion(CommandTest):
             missing = {option for option in self.options() if option not in text}
             self.assertEqual(missing, set(), name)
 
+    def test_the_man_page_says_what_help_says(self):
+        help_text = self.run_program("--help").stdout.decode()
+        with open(os.path.join(SOURCE, "cli/man/ztrace.1"), encoding="utf-8") as file:
+            page = " ".join(file.read().replace("\\-", "-").replace("\\(aq", "'").split())
+        told = re.findall(r"(?m)^  (?:-\w,)?--[\w-]+(?: [A-Z][\w|=]*| N\|[\w|]+)?  +(\S.*)$", help_text)
+        self.assertGreater(len(told), 30)
+        self.assertEqual([text for text in told if " ".join(text.split()) not in page], [])
+
     def test_man_page_is_clean(self):
         if not shutil.which("groff"):
             self.skipTest("groff is not installed")

@@ -276,6 +276,60 @@ class Scans(OptionsTest):
         self.assertNotIn("angle", self.stats("a.png", "-p", "lineart")["statistics"])
 
 
+class Upsampling(OptionsTest):
+    """A disc with soft edges, on a field that its outline is measured against."""
+    CENTRE, RADIUS, SIZE = 30.3, 20.4, 60
+
+    def disc(self, ink, paper):
+        def pixel(x, y):
+            inside = sum((x + (i + 0.5) / 8 - self.CENTRE) ** 2 + (y + (j + 0.5) / 8 - self.CENTRE) ** 2
+                         < self.RADIUS ** 2 for i in range(8) for j in range(8)) / 64
+            return tuple(round(a * inside + b * (1 - inside)) for a, b in zip(ink, paper))
+        return png(self.SIZE, self.SIZE, pixel)
+
+    def worst_distance(self, *arguments):
+        """Of the points on the disc's outline from the true circle."""
+        self.run_program("a.png", "-o", "a.json", *arguments)
+        data = json.loads(self.read("a.json"))
+        points = [piece[-2:] for outline in data["outlines"] if outline["start"][0] > 0.6
+                  for piece in outline["pieces"]]
+        self.assertGreater(len(points), 4)
+        return max(abs(((x - self.CENTRE) ** 2 + (self.SIZE - y - self.CENTRE) ** 2) ** 0.5 - self.RADIUS)
+                   for x, y in points)
+
+    def test_outlines_of_soft_edges_are_nearer_to_the_truth(self):
+        for ink, preset in ((BLACK, "lineart"), (RED, "logo")):
+            with self.subTest(preset):
+                self.write("a.png", self.disc(ink, WHITE))
+                coarse = self.worst_distance("-p", preset, "--upsample", "1")
+                fine = self.worst_distance("-p", preset, "--upsample", "4")
+                self.assertLess(fine, 0.6 * coarse, (coarse, fine))
+
+    def test_auto(self):
+        self.write("a.png", self.disc(BLACK, WHITE))
+        self.write("crisp.png", ring(RED, WHITE, WHITE))
+        self.assertEqual(self.stats("a.png")["statistics"]["upsampling"], 2)
+        self.assertIn(b"upsampled 2 times", self.run_program("a.png", "--stats").stdout)
+        self.assertEqual(self.svg("a.png"), self.svg("a.png", "--upsample", "2"))
+        for arguments in [("crisp.png",), ("a.png", "-p", "photo"), ("a.png", "--set", "ltres=1"), ("a.png", "--raw"),
+                          ("a.png", "--despeckle", "3")]:
+            self.assertNotIn("upsampling", self.stats(*arguments)["statistics"])
+
+    def test_size_of_the_drawing_stays(self):
+        self.write("a.png", ring(RED, WHITE, CLEAR))
+        for arguments in (), ("--layers",), ("--no-frame",), ("-p", "photo"):
+            one = json.loads(self.run_program("a.png", "-f", "json", "-o", "-", *arguments).stdout)
+            three = json.loads(self.run_program("a.png", "-f", "json", "-o", "-", "--upsample", "3", *arguments).stdout)
+            self.assertEqual((three["width"], three["height"]), (40, 40))
+            self.assertEqual([(o["color"], o["alpha"], o["holes"] if "holes" in o else []) for o in three["outlines"]],
+                             [(o["color"], o["alpha"], o["holes"] if "holes" in o else []) for o in one["outlines"]])
+
+    def test_too_much(self):
+        self.write("a.png", self.disc(BLACK, WHITE))
+        for value in "0", "9", "x", "1.5":
+            self.assert_refused("a.png", "--upsample", value, code=2, words="--upsample")
+
+
 class Drawings(OptionsTest):
     def test_a_drawing_becomes_other_formats(self):
         self.write("a.png", ring(RED, CLEAR, WHITE))
@@ -310,6 +364,7 @@ class WithoutEffect(OptionsTest):
                                  (("--stroke-width", "2"), "--outline draws outlines"),
                                  (("--scale", "2"), "no png is written"),
                                  (("--raw", "-p", "photo"), "--preset has no effect: --raw"),
+                                 (("-p", "lineart", "--despeckle", "2", "--upsample", "2"), "whole pixels"),
                                  (("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "spline"), "no splines")]:
             with self.subTest(arguments):
                 text = self.run_program("a.png", *arguments).stderr.decode()
