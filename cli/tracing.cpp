@@ -27,7 +27,6 @@ namespace {
 const double kMostLabels = 65534.0;
 const int kDefaultColors = 16;
 const double kDefaultMinPath = 8.0;
-const double kFineTolerance = 0.5; // where the grid is finer than pixels
 const int kBetweenBlackAndWhite = 127;
 const QRgb kPaper = 0xFFFFFFFFu;
 
@@ -77,15 +76,23 @@ private:
             announce(stage);
     }
 
+    // In pixels. Soft edges tell more than pixels do, and flat areas are worth more numbers than
+    // areas that are a compromise anyway.
+    double usualTolerance() const
+    {
+        const Method method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
+        if (method == Method::Flat)
+            return result.upsampling > 1 ? 0.6 : 0.7;
+        return method == Method::Ink && result.upsampling > 1 ? 0.5 : 1.0;
+    }
+
     // The engine's options in squared steps of its grid; settings are in pixels.
     void useGeometry(std::map<std::string, double> *options) const
     {
         const double steps = result.upsampling;
         const auto squared = [](double value) { return value * value; };
-        if (settings.tolerance || result.upsampling > 1) {
-            const double tolerance = settings.tolerance.value_or(kFineTolerance);
-            (*options)["ltres"] = (*options)["qtres"] = squared(tolerance * steps);
-        }
+        const double tolerance = settings.tolerance.value_or(usualTolerance());
+        (*options)["ltres"] = (*options)["qtres"] = squared(tolerance * steps);
         if (settings.curveTolerance)
             (*options)["qtres"] = squared(*settings.curveTolerance * steps);
         if (settings.minPath)
