@@ -39,5 +39,6 @@ fetch_package() { # package
 fetch_source leptonlib
 fetch_package openclipart-png
 fetch_package plasma-workspace-wallpapers
+fetch_package python3-skimage
 
 echo "corpus in $dir"

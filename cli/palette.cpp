@@ -17,6 +17,7 @@ namespace {
 const int kSampleWidth = 1024;            // pixels a row of the sample that is quantised
 const long long kMostSampled = 1LL << 20; // more pixels do not change the palette visibly
 const int kMostLibraryColours = 256;
+const int kOpaqueForOneTranslucent = 4; // of the colours of a palette, one in so many
 
 const QRgb *row(const QImage &image, int y)
 {
@@ -133,9 +134,18 @@ void appendTranslucent(const QImage &image, std::vector<QRgb> *colours)
     }
 }
 
-// Alpha levels, other than 0 and 255, that fill 2 x 2 blocks of at least kLeastTranslucent
-// pixels.
-std::array<bool, 256> translucentLevels(const QImage &image)
+int distanceTo(const std::vector<int> &levels, int alpha)
+{
+    int least = 255;
+    for (int level : levels)
+        least = std::min(least, std::abs(level - alpha));
+    return least;
+}
+
+// What becomes of every alpha. Levels that fill 2 x 2 blocks of at least kLeastTranslucent pixels
+// are areas: at most `most` of them stay, common ones and such as are far from the others, and the
+// rest go to the nearest that stays. All other levels are soft edges.
+std::array<int, 256> settledLevels(const QImage &image, int most)
 {
     std::array<long long, 256> counts = {};
     for (int y = 0; y + 1 < image.height(); ++y) {
@@ -148,19 +158,47 @@ std::array<bool, 256> translucentLevels(const QImage &image)
                 ++counts[static_cast<std::size_t>(alpha)];
         }
     }
-    std::array<bool, 256> levels = {};
-    for (std::size_t alpha = 1; alpha < 255; ++alpha)
-        levels[alpha] = counts[alpha] >= kLeastTranslucent;
-    return levels;
+    std::vector<int> levels = { 0, 255 };
+    for (; most > 0; --most) {
+        int best = 0;
+        long long bestScore = 0;
+        for (int alpha = 1; alpha < 255; ++alpha) {
+            const long long count = counts[static_cast<std::size_t>(alpha)];
+            const long long score
+                = count < kLeastTranslucent ? 0 : count * distanceTo(levels, alpha);
+            if (score > bestScore) {
+                best = alpha;
+                bestScore = score;
+            }
+        }
+        if (best == 0)
+            break;
+        levels.push_back(best);
+    }
+    std::array<int, 256> settled;
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        int &level = settled[static_cast<std::size_t>(alpha)];
+        level = alpha < 128 ? 0 : 255;
+        if (counts[static_cast<std::size_t>(alpha)] < kLeastTranslucent)
+            continue;
+        level = *std::min_element(levels.begin(), levels.end(), [alpha](int a, int b) {
+            return std::abs(a - alpha) < std::abs(b - alpha);
+        });
+    }
+    return settled;
 }
 
 } // namespace
 
 std::vector<QRgb> medianPalette(const QImage &image, int most)
 {
+    std::vector<QRgb> translucent;
+    appendTranslucent(image, &translucent);
+    const auto counts = [](QRgb colour) { return qAlpha(colour) != 0; };
+    most -= static_cast<int>(std::count_if(translucent.begin(), translucent.end(), counts));
     std::vector<QRgb> colours;
     appendMedianCut(sampleOf(image, [](QRgb, int, int) { return true; }), most, &colours);
-    appendTranslucent(image, &colours);
+    colours.insert(colours.end(), translucent.begin(), translucent.end());
     return colours;
 }
 
@@ -188,16 +226,14 @@ void makeAlphaBinary(QImage *image)
     }
 }
 
-void settleAlpha(QImage *image)
+void settleAlpha(QImage *image, int most)
 {
-    const std::array<bool, 256> kept = translucentLevels(*image);
+    const std::array<int, 256> settled = settledLevels(*image, most / kOpaqueForOneTranslucent);
     for (int y = 0; y < image->height(); ++y) {
         QRgb *words = writableRow(image, y);
         for (int x = 0; x < image->width(); ++x) {
-            const int alpha = qAlpha(words[x]);
-            if (alpha == 255 || kept[static_cast<std::size_t>(alpha)])
-                continue;
-            words[x] = alpha < 128 ? 0u : (words[x] | 0xFF000000u);
+            const int alpha = settled[static_cast<std::size_t>(qAlpha(words[x]))];
+            words[x] = alpha == 0 ? 0u : (words[x] & 0x00FFFFFFu) | static_cast<QRgb>(alpha) << 24;
         }
     }
 }

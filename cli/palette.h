@@ -15,14 +15,15 @@ namespace ztrace {
 // all others. Fully transparent pixels get one colour that does not count towards `most`.
 std::vector<QRgb> flatPalette(const QImage &image, int most);
 
-// At most `most` opaque colours for the image's opaque pixels, by a library's median cut, and one
-// for each level of transparency (see settleAlpha).
+// At most `most` colours: one for each level of transparency (see settleAlpha), the others for the
+// image's opaque pixels by a library's median cut. Fully transparent pixels get one colour that
+// does not count.
 std::vector<QRgb> medianPalette(const QImage &image, int most);
 
 // Gives soft edges away: pixels neither opaque nor fully transparent become one or the other,
-// except where an area of at least `kLeastTranslucent` pixels shares one alpha. Fully transparent
-// pixels get one colour.
-void settleAlpha(QImage *image);
+// except in areas of at least `kLeastTranslucent` pixels of one alpha. Of these alphas as many stay
+// as suit a palette of `most` colours, one in four. Fully transparent pixels get one colour.
+void settleAlpha(QImage *image, int most);
 
 // Pixels that are nearly opaque or nearly transparent become wholly so.
 void roundAlpha(QImage *image);

@@ -292,7 +292,7 @@ private:
             lap("palette");
             return reduceFlat(image, colours);
         }
-        settleAlpha(&image);
+        settleAlpha(&image, colors);
         options["numberofcolors"] = colors;
         std::vector<QRgb> start;
         if (!settings.engine.count("colorsampling") && colors > 0)

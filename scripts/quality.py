@@ -2,8 +2,9 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Measures how good traced drawings are, beside other tools, and prints the table of docs/quality.md.
 
-    scripts/quality.py --ztrace build/release/cli/ztrace IMAGE...
+    scripts/quality.py [--corpus build/corpus | IMAGE...]
 
+The corpus is what benchmarks/corpus.sh fetches (./bench runs it): CORPUS below lists its images.
 Every drawing is rendered by rsvg-convert and compared with the image. An image of one bit a pixel
 is a row of line art, everything else a row of colour. Other tools run as separate programs where
 they are installed: potrace for line art, vtracer for colour (./bench installs it for node).
@@ -132,8 +133,8 @@ def measure_colour(image, svg):
     opaque = source[..., 3] == 255
     clear = source[..., 3] == 0
     return {"dE": colour_error(on_white(source), on_white(drawn), opaque),
-            "seams": 100 * (drawn[..., 3][opaque] < 0.98 * 255).mean() if opaque.any() else 0.0,
-            "over": 100 * (drawn[..., 3][clear] > 127).mean() if clear.any() else 0.0,
+            "seams": 100 * (drawn[..., 3][opaque] < 0.98 * 255).mean() if opaque.any() else None,
+            "over": 100 * (drawn[..., 3][clear] > 127).mean() if clear.any() else None,
             "numbers": 1000 * numbers_in(svg) / max(1, boundary_edges(drawn))}
 
 
@@ -141,25 +142,56 @@ def colours_of(svg):
     return len(set(re.findall(r'fill="(#[0-9a-fA-F]{6})"', open(svg, encoding="utf-8").read())))
 
 
-def row(name, tool, values, seconds):
-    text = " | ".join("%s %.3f" % (key, value) if isinstance(value, float) else "%s %d" % (key, value)
-                      for key, value in values.items())
-    print("%-18s %-26s %s | %.2f s" % (name, tool, text, seconds), flush=True)
+CLIP_ART = "pkg-openclipart-png/usr/share/openclipart/png/"
+WALLPAPERS = "pkg-plasma-workspace-wallpapers/usr/share/wallpapers/"
+CORPUS = {
+    "text page": "src-leptonlib/prog/feyn.tif",
+    "magazine page": "src-leptonlib/prog/pageseg1.tif",
+    "patent drawing": "src-leptonlib/prog/patent.png",
+    "stamp": CLIP_ART + "logos/francobollo_gnome_ezechi_02.png",
+    "badge": CLIP_ART + "logos/velocette_frank_warttig_01.png",
+    "tiger": CLIP_ART + "animals/mammals/big_cats/tiger_graig_ryan_smith_-_01.png",
+    "swan": CLIP_ART + "animals/birds/cigno_architetto_frances_01.png",
+    "cartoon": WALLPAPERS + "FlyingKonqui/contents/images/2560x1600.png",
+    "portrait": "pkg-python3-skimage/usr/lib/python3/dist-packages/skimage/data/astronaut.png",
+    "painting": WALLPAPERS + "Autumn/contents/images/1920x1080.jpg",
+    "photograph": WALLPAPERS + "EveningGlow/contents/images/1920x1080.jpg",
+}
+LINEART = (("agree", "%.2f %%"), ("numbers", "%.0f"), ("lost", "%d"))
+COLOUR = (("colours", "%d"), ("dE", "%.1f"), ("quantiser", "%.1f"), ("seams", "%.2f %%"), ("over", "%.2f %%"),
+          ("numbers", "%.0f"))
 
 
-def lineart_rows(args, name, file, image, folder):
+class Table:
+    """A table in Markdown that is printed row by row."""
+
+    def __init__(self, columns):
+        self.columns = columns
+        self.last = None
+
+    def row(self, image, tool, values, seconds):
+        if self.last is None:
+            names = ["image", "drawn by"] + [name for name, _ in self.columns] + ["seconds"]
+            print("\n| " + " | ".join(names) + " |\n|" + "---|" * len(names), flush=True)
+        cells = [form % values[name] if values.get(name) is not None else "" for name, form in self.columns]
+        print("| " + " | ".join(["" if image == self.last else image, tool] + cells + ["%.2f" % seconds]) + " |",
+              flush=True)
+        self.last = image
+
+
+def lineart_rows(table, args, name, file, image, folder):
     for options in ([], ["--tolerance", "0.5"]):
         svg = folder + "/z.svg"
         seconds = run([args.ztrace, file, "--preset", "lineart", "-o", svg] + options)
-        row(name, " ".join(["ztrace lineart"] + options), measure_lineart(image, svg), seconds)
+        table.row(name, " ".join(["ztrace"] + options), measure_lineart(image, svg), seconds)
     if shutil.which("potrace"):
         pbm = folder + "/a.pbm"
         image.convert("1").save(pbm)
         seconds = run(["potrace", "-s", pbm, "-o", folder + "/p.svg"])
-        row(name, "potrace", measure_lineart(image, folder + "/p.svg"), seconds)
+        table.row(name, "potrace", measure_lineart(image, folder + "/p.svg"), seconds)
 
 
-def colour_rows(args, name, file, image, folder):
+def colour_rows(table, args, name, file, image, folder):
     rgb = np.array(image.convert("RGB"))
     mask = np.array(image.convert("RGBA"))[..., 3] == 255
     for options in args.options or ["", "--preset photo --colors 16"]:
@@ -169,8 +201,8 @@ def colour_rows(args, name, file, image, folder):
         values["colours"] = colours_of(svg)
         if mask.any():
             quantised = library_quantised(on_white(np.array(image.convert("RGBA"))).astype("uint8"), values["colours"])
-            values["quantiser dE"] = colour_error(rgb, quantised, mask)
-        row(name, ("ztrace " + options).strip(), values, seconds)
+            values["quantiser"] = colour_error(rgb, quantised, mask)
+        table.row(name, ("ztrace " + options).strip(), values, seconds)
     vtracer = os.path.join(args.peers, "vtracer.mjs")
     if os.path.exists(vtracer) and shutil.which("node"):
         rgba = folder + "/a.rgba"
@@ -181,26 +213,30 @@ def colour_rows(args, name, file, image, folder):
             seconds = run(["node", vtracer, mode, str(image.width), str(image.height), rgba, svg])
             values = measure_colour(image, svg)
             values["colours"] = colours_of(svg)
-            row(name, "vtracer " + mode, values, seconds)
+            table.row(name, "vtracer " + mode, values, seconds)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("images", nargs="+")
+    parser.add_argument("images", nargs="*", metavar="IMAGE")
+    parser.add_argument("--corpus", default="build/corpus", help="used when no image is named")
     parser.add_argument("--ztrace", default="build/release/cli/ztrace")
     parser.add_argument("--peers", default="build/bench/peers", help="where ./bench has put vtracer")
     parser.add_argument("--options", action="append", help="options of a colour row; several times")
     args = parser.parse_args()
-    for file in args.images:
-        image = Image.open(file)
-        name = os.path.basename(file)
+    # Line art first: a table each.
+    named = {os.path.basename(file): file for file in args.images} or {
+        name: os.path.join(args.corpus, file) for name, file in CORPUS.items()}
+    opened = [(name, file, Image.open(file)) for name, file in named.items()]
+    lineart, colour = Table(LINEART), Table(COLOUR)
+    for name, file, image in sorted(opened, key=lambda entry: entry[2].mode != "1"):
         with tempfile.TemporaryDirectory() as folder:
             if image.mode == "1":
-                lineart_rows(args, name, file, image, folder)
+                lineart_rows(lineart, args, name, file, image, folder)
             else:
                 if image.mode not in ("RGB", "RGBA"):
                     image = image.convert("RGBA")
-                colour_rows(args, name, file, image, folder)
+                colour_rows(colour, args, name, file, image, folder)
 
 
 if __name__ == "__main__":

@@ -102,10 +102,30 @@ private slots:
         image.fill(0x60FF0000u);
         image.setPixel(3, 3, 0xC0FF0000u);
         image.setPixel(9, 9, 0x10FF0000u);
-        settleAlpha(&image);
+        QImage one = image;
+        settleAlpha(&one, 3);
+        QCOMPARE(one.pixel(0, 0), 0u); // three colours have no room for it
+        settleAlpha(&image, 4);
         QCOMPARE(image.pixel(0, 0), 0x60FF0000u);
         QCOMPARE(image.pixel(3, 3), 0xFFFF0000u);
         QCOMPARE(image.pixel(9, 9), 0u);
+    }
+
+    void levelsOfTransparencyAreColoursToo()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32); // a shadow of ten levels beside a red area
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, x < 100 ? kRed : qRgba(0, 0, 0, 20 * ((x - 100) / 10)));
+        }
+        settleAlpha(&image, 8);
+        const std::vector<QRgb> palette = medianPalette(image, 8);
+        QCOMPARE(std::count_if(palette.begin(), palette.end(),
+                               [](QRgb c) { return qAlpha(c) != 0 && qAlpha(c) != 255; }),
+                 std::ptrdiff_t(2));
+        QVERIFY(palette.size() <= 8 + 1);
+        for (int x = 100; x < 200; ++x) // to the nearest that stays
+            QVERIFY(qAbs(qAlpha(image.pixel(x, 0)) - 20 * ((x - 100) / 10)) <= 60);
     }
 
     void medianPaletteOfOneColour()
