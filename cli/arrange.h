@@ -17,7 +17,7 @@ namespace ztrace {
 const double kSeamWidth = 1.0;
 const double kSeamWidthWithoutGround = 1.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
-const double kSeamWidthAtRim = 1.0;
+const double kSeamWidthAtRim = 0.5;
 
 // Moves the outlines of the engine's last trace into a drawing. `colours` are what the palette
 // entries stand for. Painted in order, the outlines give the picture back: later ones lie over

@@ -81,9 +81,11 @@ private:
     double usualTolerance() const
     {
         const Method method = settings.raw ? Method::Raw : settings.method.value_or(Method::Flat);
-        if (method == Method::Flat)
-            return result.upsampling > 1 ? 0.6 : 0.7;
-        return method == Method::Ink && result.upsampling > 1 ? 0.5 : 1.0;
+        if (method == Method::Raw || method == Method::Blend)
+            return 1.0;
+        if (result.upsampling > 1)
+            return 0.5;
+        return method == Method::Flat ? 0.7 : 1.0;
     }
 
     // The engine's options in squared steps of its grid; settings are in pixels.
