@@ -194,6 +194,11 @@ LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
     return plane;
 }
 
+uint16_t labelOfInk(QRgb word, int threshold)
+{
+    return QColor(word).lightness() > threshold;
+}
+
 LabelPlane inkAndPaper(const QImage &image, int threshold)
 {
     LabelPlane plane = emptyPlane(image);
@@ -202,7 +207,7 @@ LabelPlane inkAndPaper(const QImage &image, int threshold)
     for (int y = 0; y < plane.height; ++y) {
         const QRgb *words = row(image, y);
         for (int x = 0; x < plane.width; ++x)
-            plane.labels[i++] = QColor(words[x]).lightness() > threshold;
+            plane.labels[i++] = labelOfInk(words[x], threshold);
     }
     return plane;
 }

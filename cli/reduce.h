@@ -17,7 +17,10 @@ namespace ztrace {
 LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours);
 
 // Label 0 is ink, label 1 paper: what is at most as light as the threshold is ink, by the engine's
-// own rule. The image must be opaque.
+// own rule.
+uint16_t labelOfInk(QRgb word, int threshold);
+
+// A label of ink or paper for every pixel. The image must be opaque.
 LabelPlane inkAndPaper(const QImage &image, int threshold);
 
 // Words that are different for different labels, equal to the colours where those are: areas of one

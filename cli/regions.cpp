@@ -263,8 +263,9 @@ Nesting findNesting(const LabelPlane &plane, const RegionMap &map)
     return nesting;
 }
 
-void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder)
+void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder, int similar)
 {
+    const auto isSliver = [](const Region &region) { return 2 * region.area <= region.border; };
     const int kMostPasses = 4; // what is left after that is a handful of regions
     const std::size_t stride = static_cast<std::size_t>(plane->width);
     for (int pass = 0; pass < kMostPasses; ++pass) {
@@ -273,7 +274,7 @@ void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder)
         std::vector<std::pair<int, std::size_t>> pixels;
         for (std::size_t i = 0; i < plane->pixels(); ++i) {
             const Region &region = map.regions[static_cast<std::size_t>(map.regionOfPixel[i])];
-            if (region.border < leastBorder)
+            if (region.border < leastBorder || (similar > 0 && isSliver(region)))
                 pixels.push_back({ map.regionOfPixel[i], i });
         }
         if (pixels.empty() || map.regions.size() == 1)
@@ -315,6 +316,9 @@ void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder)
                     bestDistance = distance;
                 }
             }
+            if (map.regions[static_cast<std::size_t>(number)].border >= leastBorder
+                && bestDistance > similar)
+                best = -1;
             for (std::size_t k = begin; best >= 0 && k < end; ++k)
                 plane->labels[pixels[k].second] = static_cast<uint16_t>(best);
             begin = end;

@@ -49,8 +49,10 @@ struct Nesting
 Nesting findNesting(const LabelPlane &plane, const RegionMap &map);
 
 // Gives every region with fewer than `leastBorder` edges to the neighbour with the most similar
-// colour; of equally similar ones to the one with the longest common border.
-void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder);
+// colour; of equally similar ones to the one with the longest common border. So do regions of any
+// length that are a pixel wide, if that neighbour's colour is within `similar` (colourDistance):
+// they are fringes of soft edges.
+void mergeSmallRegions(LabelPlane *plane, std::size_t leastBorder, int similar = 0);
 
 } // namespace ztrace
 

@@ -27,6 +27,7 @@ namespace {
 const double kMostLabels = 65534.0;
 const int kDefaultColors = 16;
 const double kDefaultMinPath = 8.0;
+const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
 const int kBetweenBlackAndWhite = 127;
 const QRgb kPaper = 0xFFFFFFFFu;
 
@@ -172,18 +173,20 @@ private:
         }
     }
 
-    void refineInk(int threshold)
+    // Where the grid is to be finer than pixels the image becomes ink and paper on that grid.
+    void refineInk(int *threshold)
     {
-        {
-            LabelPlane plane = inkAndPaper(image, threshold);
-            useMeanColours(image, &plane);
-            result.upsampling = upsamplingFor(plane);
-        }
-        if (result.upsampling > 1) {
-            requireRoom(result.upsampling);
-            image = upsampled(image, result.upsampling);
-            requireImage();
-        }
+        LabelPlane plane = inkAndPaper(image, *threshold);
+        LabelPlane means = plane;
+        useMeanColours(image, &means);
+        result.upsampling = upsamplingFor(means);
+        if (result.upsampling == 1)
+            return;
+        requireRoom(result.upsampling);
+        plane = upsampledInk(image, plane, result.upsampling, *threshold);
+        image = imageOf(plane, plane.colours);
+        requireImage();
+        *threshold = kBetweenBlackAndWhite;
     }
 
     void traceInk()
@@ -201,7 +204,7 @@ private:
             threshold = kBetweenBlackAndWhite;
         } else {
             result.threshold = threshold;
-            refineInk(threshold);
+            refineInk(&threshold);
         }
         std::map<std::string, double> options = { { "monochrome", 1 },
                                                   { "alphathreshold", 255 },
@@ -284,9 +287,10 @@ private:
         result.engine["numberofcolors"] = colors;
         begin("choosing colours");
         if (!settings.palette.empty()) {
-            makeAlphaBinary(&image);
+            QImage binary(image); // the soft edges of `image` still tell where they run
+            makeAlphaBinary(&binary);
             lap("palette");
-            return reduceFlat(image, penPalette());
+            return reduceFlat(binary, penPalette());
         }
         if (!engineDecides && settings.method.value_or(Method::Flat) == Method::Flat
             && colors > 0) {
@@ -303,35 +307,50 @@ private:
         return reduceBlend(image, start, options);
     }
 
+    // Null when it does not fit into memory.
+    static QImage imageOf(const LabelPlane &plane, const std::vector<QRgb> &colours)
+    {
+        QImage picture(plane.width, plane.height, QImage::Format_ARGB32);
+        std::size_t i = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            QRgb *words = reinterpret_cast<QRgb *>(picture.scanLine(y));
+            for (int x = 0; x < picture.width(); ++x)
+                words[x] = colours[plane.labels[i++]];
+        }
+        return picture;
+    }
+
     // Labels in use, each once, become the image that the engine traces: every pixel is exactly
     // one of the palette's colours.
     void useLabels(LabelPlane *plane, ZTraceBitmap *engine)
     {
         const std::vector<QRgb> entries = distinctEntries(plane->colours);
         entryColours = plane->colours;
-        for (QRgb colour : entryColours) {
-            if (std::find(result.palette.begin(), result.palette.end(), colour)
-                == result.palette.end())
+        std::vector<bool> used(entryColours.size(), false);
+        for (uint16_t label : plane->labels)
+            used[label] = true;
+        for (std::size_t k = 0; k < entryColours.size(); ++k) {
+            const QRgb colour = entryColours[k];
+            if (used[k]
+                && std::find(result.palette.begin(), result.palette.end(), colour)
+                    == result.palette.end())
                 result.palette.push_back(colour);
         }
-        image = QImage(plane->width, plane->height, QImage::Format_ARGB32);
+        image = imageOf(*plane, entries);
         requireImage();
-        std::size_t i = 0;
-        for (int y = 0; y < plane->height; ++y) {
-            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-            for (int x = 0; x < plane->width; ++x)
-                words[x] = entries[plane->labels[i++]];
-        }
         *plane = LabelPlane();
         invertTopBits(&image);
         for (QRgb entry : entries)
             engine->currentPalette.append(entryOfColour(entry));
     }
 
-    static void mergeRegionsBelow(double least, LabelPlane *plane)
+    void mergeRegionsBelow(double least, LabelPlane *plane) const
     {
-        if (least > 0.0)
-            mergeSmallRegions(plane, static_cast<std::size_t>(std::min(least, 1e15)));
+        if (least <= 0.0)
+            return;
+        const bool hasFringes = settings.method.value_or(Method::Flat) == Method::Flat;
+        mergeSmallRegions(plane, static_cast<std::size_t>(std::min(least, 1e15)),
+                          hasFringes ? kFringe : 0);
     }
 
     // A grid of the engine's own is kept where its geometry is set directly, and in blends, whose

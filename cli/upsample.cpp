@@ -2,6 +2,7 @@
 #include "upsample.h"
 
 #include "colour.h"
+#include "reduce.h"
 
 #include <algorithm>
 #include <array>
@@ -22,48 +23,54 @@ const QRgb *row(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-// Two neighbours along one axis and their weights, of which `factor` parts of a pixel lie at
-// different places; the weights add up to 2 * factor.
-struct Blend
+// Four neighbours along one axis and their weights, which add up to 1: a cubic through the pixels'
+// colours, which keeps the height of narrow peaks. Source: E. Catmull and R. Rom, 1974.
+struct Taps
 {
-    int here;
-    int next;
-    int weightOfHere;
-    int weightOfNext;
+    std::array<int, 4> pixels;
+    std::array<double, 4> weights;
 };
 
-Blend blendAt(int pixel, int part, int factor, int size)
+// For the part of a pixel that is `part` of `factor`; beyond the rim of the image its last pixel
+// goes on.
+Taps tapsAt(int pixel, int part, int factor, int size)
 {
-    const int offset = 2 * part + 1 - factor; // from the pixel's middle, in 2 * factor parts of it
-    const int next = std::max(0, std::min(size - 1, pixel + (offset > 0) - (offset < 0)));
-    return { pixel, next, 2 * factor - std::abs(offset), std::abs(offset) };
+    const double offset = (2.0 * part + 1.0 - factor) / (2.0 * factor); // from the pixel's middle
+    const int first = offset < 0.0 ? pixel - 2 : pixel - 1;
+    const double t = offset < 0.0 ? offset + 1.0 : offset;
+    Taps taps;
+    for (int i = 0; i < 4; ++i)
+        taps.pixels[static_cast<std::size_t>(i)] = std::max(0, std::min(size - 1, first + i));
+    taps.weights = { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
+                     ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 };
+    return taps;
 }
 
-// The colour between four pixels; what is transparent has no share in the hue.
-QRgb interpolated(const QImage &image, const Blend &x, const Blend &y)
+// The colour between the pixels; what is transparent has no share in the hue.
+QRgb interpolated(const QImage &image, const Taps &x, const Taps &y)
 {
-    const QRgb *rows[] = { row(image, y.here), row(image, y.next) };
-    const int weights[] = { y.weightOfHere, y.weightOfNext };
-    int total = 0;
-    int alpha = 0;
-    int red = 0;
-    int green = 0;
-    int blue = 0;
-    const auto add = [&](QRgb word, int weight) {
-        total += weight;
-        alpha += weight * qAlpha(word);
-        red += weight * qAlpha(word) * qRed(word);
-        green += weight * qAlpha(word) * qGreen(word);
-        blue += weight * qAlpha(word) * qBlue(word);
-    };
-    for (int i = 0; i < 2; ++i) {
-        add(rows[i][x.here], weights[i] * x.weightOfHere);
-        add(rows[i][x.next], weights[i] * x.weightOfNext);
+    double alpha = 0.0;
+    double red = 0.0;
+    double green = 0.0;
+    double blue = 0.0;
+    for (std::size_t j = 0; j < 4; ++j) {
+        const QRgb *words = row(image, y.pixels[j]);
+        for (std::size_t i = 0; i < 4; ++i) {
+            const QRgb word = words[x.pixels[i]];
+            const double weight = y.weights[j] * x.weights[i] * qAlpha(word);
+            alpha += weight;
+            red += weight * qRed(word);
+            green += weight * qGreen(word);
+            blue += weight * qBlue(word);
+        }
     }
-    if (alpha == 0)
+    const auto inRange = [](double value) {
+        return static_cast<int>(std::max(0.0, std::min(255.0, value)) + 0.5);
+    };
+    if (inRange(alpha) == 0)
         return 0u;
-    const auto part = [](int sum, int whole) { return (sum + whole / 2) / whole; };
-    return qRgba(part(red, alpha), part(green, alpha), part(blue, alpha), part(alpha, total));
+    return qRgba(inRange(red / alpha), inRange(green / alpha), inRange(blue / alpha),
+                 inRange(alpha));
 }
 
 // The labels of a pixel and of those around it, each once, the pixel's own first.
@@ -113,6 +120,36 @@ private:
     std::array<uint16_t, 9> labels;
     std::size_t count = 0;
 };
+
+template<typename Choose>
+LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, const Choose &choose)
+{
+    LabelPlane fine;
+    fine.width = plane.width * factor;
+    fine.height = plane.height * factor;
+    fine.colours = plane.colours;
+    const std::size_t stride = static_cast<std::size_t>(fine.width);
+    fine.labels.resize(stride * static_cast<std::size_t>(fine.height));
+    for (int y = 0; y < plane.height; ++y) {
+        for (int x = 0; x < plane.width; ++x) {
+            const Choice choice(plane, x, y);
+            uint16_t *corner = fine.labels.data() + static_cast<std::size_t>(y * factor) * stride
+                + static_cast<std::size_t>(x * factor);
+            for (int j = 0; j < factor; ++j) {
+                const Taps down = tapsAt(y, j, factor, plane.height);
+                for (int i = 0; i < factor; ++i) {
+                    uint16_t label = choice.own();
+                    if (choice.size() > 1)
+                        label = choose(
+                            choice, interpolated(image, tapsAt(x, i, factor, plane.width), down));
+                    corner[static_cast<std::size_t>(j) * stride + static_cast<std::size_t>(i)]
+                        = label;
+                }
+            }
+        }
+    }
+    return fine;
+}
 
 } // namespace
 
@@ -164,47 +201,15 @@ void useMeanColours(const QImage &image, LabelPlane *plane)
 
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
-    LabelPlane fine;
-    fine.width = plane.width * factor;
-    fine.height = plane.height * factor;
-    fine.colours = plane.colours;
-    const std::size_t stride = static_cast<std::size_t>(fine.width);
-    fine.labels.resize(stride * static_cast<std::size_t>(fine.height));
-    for (int y = 0; y < plane.height; ++y) {
-        for (int x = 0; x < plane.width; ++x) {
-            const Choice choice(plane, x, y);
-            uint16_t *corner = fine.labels.data() + static_cast<std::size_t>(y * factor) * stride
-                + static_cast<std::size_t>(x * factor);
-            for (int j = 0; j < factor; ++j) {
-                const Blend down = blendAt(y, j, factor, plane.height);
-                for (int i = 0; i < factor; ++i) {
-                    uint16_t label = choice.own();
-                    if (choice.size() > 1)
-                        label = choice.nearest(
-                            interpolated(image, blendAt(x, i, factor, plane.width), down),
-                            plane.colours);
-                    corner[static_cast<std::size_t>(j) * stride + static_cast<std::size_t>(i)]
-                        = label;
-                }
-            }
-        }
-    }
-    return fine;
+    return refine(image, plane, factor, [&plane](const Choice &choice, QRgb word) {
+        return choice.nearest(word, plane.colours);
+    });
 }
 
-QImage upsampled(const QImage &image, int factor)
+LabelPlane upsampledInk(const QImage &image, const LabelPlane &plane, int factor, int threshold)
 {
-    QImage fine(image.width() * factor, image.height() * factor, QImage::Format_ARGB32);
-    if (fine.isNull())
-        return fine;
-    for (int y = 0; y < fine.height(); ++y) {
-        QRgb *words = reinterpret_cast<QRgb *>(fine.scanLine(y));
-        const Blend down = blendAt(y / factor, y % factor, factor, image.height());
-        for (int x = 0; x < fine.width(); ++x)
-            words[x]
-                = interpolated(image, blendAt(x / factor, x % factor, factor, image.width()), down);
-    }
-    return fine;
+    return refine(image, plane, factor,
+                  [threshold](const Choice &, QRgb word) { return labelOfInk(word, threshold); });
 }
 
 } // namespace ztrace

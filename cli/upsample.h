@@ -26,9 +26,8 @@ void useMeanColours(const QImage &image, LabelPlane *plane);
 // interpolated there.
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
 
-// The image `factor` times as large, bilinearly interpolated; null when it does not fit into
-// memory. ARGB32.
-QImage upsampled(const QImage &image, int factor);
+// The same for a plane of inkAndPaper: every part of a pixel is ink or paper by the threshold.
+LabelPlane upsampledInk(const QImage &image, const LabelPlane &plane, int factor, int threshold);
 
 } // namespace ztrace
 

@@ -106,19 +106,35 @@ private slots:
         const QImage image = edgeAt(4.3);
         const LabelPlane plane = blackAndWhite(image);
         QCOMPARE(upsampled(image, plane, 1).labels, plane.labels);
-        QCOMPARE(upsampled(image, 1), image);
+        QCOMPARE(upsampledInk(image, plane, 1, 127).labels, plane.labels);
     }
 
     void whatIsTransparentHasNoHue()
     {
-        QImage image(2, 1, QImage::Format_ARGB32);
-        image.setPixel(0, 0, qRgba(200, 10, 10, 255));
-        image.setPixel(1, 0, qRgba(0, 255, 0, 0));
-        const QImage fine = upsampled(image, 2);
-        QCOMPARE(fine.pixel(0, 0), qRgba(200, 10, 10, 255));
-        QCOMPARE(fine.pixel(1, 0), qRgba(200, 10, 10, 191));
-        QCOMPARE(fine.pixel(2, 1), qRgba(200, 10, 10, 64));
-        QCOMPARE(fine.pixel(3, 1), 0u);
+        // Green under an alpha of 0 is not mixed into the red beside it.
+        QImage image(6, 1, QImage::Format_ARGB32);
+        image.fill(qRgba(0, 255, 0, 0));
+        for (int x = 0; x < 3; ++x)
+            image.setPixel(x, 0, qRgba(200, 10, 10, 255));
+        LabelPlane plane;
+        plane.width = 6;
+        plane.height = 1;
+        plane.colours = { qRgba(200, 10, 10, 255), 0u, qRgba(110, 120, 5, 150) };
+        plane.labels = { 0, 0, 0, 1, 2, 1 };
+        const LabelPlane fine = upsampled(image, plane, 2);
+        for (std::size_t i = 0; i < 12; ++i)
+            QCOMPARE(fine.labels[i], uint16_t(i < 6 ? 0 : 1));
+    }
+
+    // The eye of a letter, a light pixel among dark ones, is not closed.
+    void narrowPeaksKeepTheirHeight()
+    {
+        QImage image(7, 7, QImage::Format_ARGB32);
+        image.fill(qRgb(40, 40, 40));
+        image.setPixel(3, 3, qRgb(180, 180, 180));
+        const LabelPlane fine = upsampledInk(image, inkAndPaper(image, 127), 2, 127);
+        QCOMPARE(std::count(fine.labels.begin(), fine.labels.end(), uint16_t(1)),
+                 std::ptrdiff_t(4));
     }
 
     void onlySoftEdgesAreWorthIt()
