@@ -141,7 +141,8 @@ public:
                 continue;
             const int around = nesting.parent[at(regionOf[i])];
             if (everywhere || nesting.hasLaterSibling[at(regionOf[i])])
-                (*outlines)[i].seam = width;
+                (*outlines)[i].seam
+                    = nesting.touchesClear[at(regionOf[i])] ? std::min(width, kSeamWidthBesideClear) : width;
             else if (around == kOutside || alphaOf(around) < 255)
                 (*outlines)[i].seam = rimWidth;
         }

@@ -16,6 +16,8 @@ namespace ztrace {
 // Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
 const double kSeamWidth = 1.0;
 const double kSeamWidthWithoutGround = 1.5;
+// Of outlines that reach what is not opaque: half of the stroke lies over it.
+const double kSeamWidthBesideClear = 1.25;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
 const double kSeamWidthAtRim = 0.5;
 

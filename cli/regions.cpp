@@ -255,7 +255,18 @@ Nesting findNesting(const LabelPlane &plane, const RegionMap &map)
     nesting.parent.pop_back();
     std::replace(nesting.parent.begin(), nesting.parent.end(), rim, kOutside);
     nesting.hasLaterSibling.assign(map.regions.size(), false);
+    nesting.touchesClear.assign(map.regions.size() + 1, false);
+    const auto isClear = [&](int region) {
+        return region != rim
+            && qAlpha(plane.colours[static_cast<std::size_t>(
+                   map.regions[static_cast<std::size_t>(region)].label)])
+            != 255;
+    };
     for (const auto &pair : pairs) {
+        if (isClear(pair.first))
+            nesting.touchesClear[static_cast<std::size_t>(pair.second)] = true;
+        if (isClear(pair.second))
+            nesting.touchesClear[static_cast<std::size_t>(pair.first)] = true;
         if (pair.second != rim
             && nesting.parent[static_cast<std::size_t>(pair.second)] != pair.first)
             nesting.hasLaterSibling[static_cast<std::size_t>(pair.first)] = true;

@@ -42,6 +42,7 @@ struct Nesting
 {
     std::vector<int> parent;
     std::vector<bool> hasLaterSibling;
+    std::vector<bool> touchesClear; // has a neighbour that is not opaque
 };
 
 // Regions count as neighbours when pixels of theirs share an edge. A region's parent comes before
