@@ -141,8 +141,9 @@ public:
                 continue;
             const int around = nesting.parent[at(regionOf[i])];
             if (everywhere || nesting.hasLaterSibling[at(regionOf[i])])
-                (*outlines)[i].seam
-                    = nesting.touchesClear[at(regionOf[i])] ? std::min(width, kSeamWidthBesideClear) : width;
+                (*outlines)[i].seam = nesting.touchesClear[at(regionOf[i])]
+                    ? std::min(width, kSeamWidthBesideClear)
+                    : width;
             else if (around == kOutside || alphaOf(around) < 255)
                 (*outlines)[i].seam = rimWidth;
         }

@@ -73,6 +73,15 @@ void storeParsed(const Parsed &parsed, CommandLine *line)
     }
 }
 
+std::string aboutExtras(const std::vector<std::string> &words)
+{
+    for (const std::string &word : words) {
+        if (word.size() > 1 && word[0] == '-')
+            return "there is no option " + word;
+    }
+    return words.front() + ": there is one INPUT only; -o " + words.front() + " makes it an output";
+}
+
 } // namespace
 
 CommandLine parseCommandLine(int argc, char **argv)
@@ -97,6 +106,8 @@ CommandLine parseCommandLine(int argc, char **argv)
     } catch (const CLI::Success &request) {
         app.exit(request);
         return line;
+    } catch (const CLI::ExtrasError &) {
+        throw Failure(kWrongUsage, aboutExtras(app.remaining()) + " (see ztrace --help)");
     } catch (const CLI::ParseError &error) {
         throw Failure(kWrongUsage, std::string(error.what()) + " (see ztrace --help)");
     }

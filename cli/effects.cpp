@@ -74,4 +74,21 @@ std::vector<std::string> withoutEffect(const std::set<std::string> &given, const
     return sentences;
 }
 
+std::vector<std::string> withoutEffectOnDrawings(const std::set<std::string> &given,
+                                                 const Settings &settings,
+                                                 const std::vector<Output> &outputs)
+{
+    std::vector<std::string> sentences;
+    for (const std::string &name : given) {
+        const std::string option = name.substr(0, name.find(' ')); // of "set ltres"
+        const Setting *setting = findSetting(option);
+        std::string reason = reasonAgainst(name, settings, outputs);
+        if (setting->group == "Colours" || setting->group == "Outlines" || option == "layers")
+            reason = "the input is a drawing already";
+        if (!reason.empty())
+            sentences.push_back("--" + name + " has no effect: " + reason);
+    }
+    return sentences;
+}
+
 } // namespace ztrace

@@ -18,6 +18,11 @@ namespace ztrace {
 std::vector<std::string> withoutEffect(const std::set<std::string> &given, const Settings &settings,
                                        const std::vector<Output> &outputs);
 
+// The same where the input is a drawing, which has its outlines already.
+std::vector<std::string> withoutEffectOnDrawings(const std::set<std::string> &given,
+                                                 const Settings &settings,
+                                                 const std::vector<Output> &outputs);
+
 } // namespace ztrace
 
 #endif

@@ -80,7 +80,8 @@ void requireFolder(const Output &output)
     if (file.isDir())
         throw Failure(kOutputNotWritable, nameOf(output) + ": it is a folder");
     if (!QFileInfo(file.path()).isDir())
-        throw Failure(kOutputNotWritable, nameOf(output) + ": No such file or directory");
+        throw Failure(kOutputNotWritable,
+                      nameOf(output) + ": there is no folder " + bytesOf(file.path()));
 }
 
 void requirePicture(const Output &output, const Drawing &drawing, double scale)

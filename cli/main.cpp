@@ -35,6 +35,10 @@ void listPresets()
 {
     std::printf("%-12s %s\n", kAuto, "one of these, by the look of the image");
     for (const Preset &preset : allPresets()) {
+        if (!preset.error.empty()) {
+            std::fprintf(stderr, "ztrace: %s\n", preset.error.c_str());
+            continue;
+        }
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
                     preset.origin == "built in" ? "" : (" (" + preset.origin + ")").c_str());
     }
@@ -75,6 +79,7 @@ public:
     void all()
     {
         useConfiguration();
+        ImageSource::requireFile(line.input);
         const std::vector<Output> outputs = outputsFor(line.input, line.settings);
         ProgressLine progressLine(line.settings);
         progress = &progressLine;
@@ -136,6 +141,8 @@ private:
             warn(sentence);
         const TraceResult result = traceImage(
             std::move(image), settings, [this](const char *stage) { progress->stage(stage); });
+        if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
+            warn("no area has a colour of --only-color (--stats lists the palette)");
         write(result.drawing, settings, outputs, aboutTrace(result, look, settings));
         report(result, look, settings, outputs, page);
     }
@@ -150,6 +157,9 @@ private:
             drawing.dpi = *line.settings.dpi;
         if (line.given.count("units"))
             drawing.unit = line.settings.unit;
+        for (const std::string &sentence :
+             withoutEffectOnDrawings(onCommandLine, line.settings, outputs))
+            warn(sentence);
         write(drawing, line.settings, outputs, QByteArray());
     }
 

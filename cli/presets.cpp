@@ -63,7 +63,11 @@ void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
         Preset preset;
         preset.name = QFile::encodeName(file.chopped(5)).toStdString();
         preset.origin = QFile::encodeName(dir.filePath(file)).toStdString();
-        preset.text = settingsFile(preset.origin);
+        try {
+            preset.text = settingsFile(preset.origin);
+        } catch (const Failure &failure) {
+            preset.error = failure.what();
+        }
         (*presets)[preset.name] = preset;
     }
 }
@@ -145,8 +149,13 @@ std::vector<Preset> allPresets()
     addFolder(own + QString::fromLatin1("/ztrace/presets"), &byName);
     std::vector<Preset> presets;
     for (auto &entry : byName) {
-        entry.second.description = descriptionIn(entry.second);
-        presets.push_back(entry.second);
+        Preset &preset = entry.second;
+        try {
+            preset.description = descriptionIn(preset);
+        } catch (const Failure &failure) {
+            preset.error = failure.what();
+        }
+        presets.push_back(preset);
     }
     return presets;
 }
@@ -165,6 +174,8 @@ Preset findPreset(const std::string &name)
     }
     std::string names;
     for (const Preset &preset : allPresets()) {
+        if (preset.name == name && !preset.error.empty())
+            throw Failure(kWrongUsage, preset.error);
         if (preset.name == name)
             return preset;
         names += (names.empty() ? "" : ", ") + preset.name;

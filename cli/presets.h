@@ -37,10 +37,11 @@ struct Preset
     std::string description;
     std::string origin; // its file, or "built in"
     std::string text;
+    std::string error; // why it cannot be used; empty when it can
 };
 
 // The presets by name: built in, then the installed files, then the user's own; a later one of the
-// same name takes the place of an earlier one.
+// same name takes the place of an earlier one. Those that cannot be read are there with an error.
 std::vector<Preset> allPresets();
 
 // The preset of a name, or of a file when the name contains a slash or ends with .toml.

@@ -85,6 +85,12 @@ ImageSource::ImageSource(const std::string &fileName) : name(fileName)
         fail(name, file.error() == QFileDevice::NoError ? "is empty" : "cannot be read");
 }
 
+void ImageSource::requireFile(const std::string &fileName)
+{
+    if (fileName != "-" && !QFileInfo::exists(QFile::decodeName(fileName.c_str())))
+        fail(fileName, "No such file or directory");
+}
+
 int ImageSource::pages() const
 {
     const Silence silence;

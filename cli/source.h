@@ -22,6 +22,9 @@ class ImageSource
 public:
     explicit ImageSource(const std::string &fileName);
 
+    // Throws when there is no such file, before anything else is found wrong.
+    static void requireFile(const std::string &fileName);
+
     // Pages of a file that has several; 1 for all others.
     int pages() const;
 

@@ -5,6 +5,11 @@
 // scan.png   a page with a few thick lines, unevenly lit and grainy as from a scanner
 // logo.png   flat colours on nothing: transparent where nothing is painted
 
+if (args.length < 1) {
+    print("usage: zelvora-headless examples/draw_pictures.js FOLDER");
+    quit(2);
+}
+
 // Numbers that look random and are the same every time.
 var seed = 12345;
 function grain(range) {

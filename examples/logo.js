@@ -5,6 +5,11 @@
 // The tracer reads channel bytes as signed numbers, so that a light tone (128 to 255) counts as
 // darker than a dark one. Handing it the image with every top bit inverted puts the tones in order.
 
+if (args.length < 2) {
+    print("usage: zelvora-headless examples/logo.js IMAGE DRAWING [COLOURS]");
+    quit(2);
+}
+
 var image = new QImage(args[0]);
 if (image.isNull()) {
     print("cannot read " + args[0]);

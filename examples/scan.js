@@ -4,6 +4,11 @@
 //
 // LIMIT is the lightest ink, 0 to 255; 128 when it is not given.
 
+if (args.length < 2) {
+    print("usage: zelvora-headless examples/scan.js IMAGE DRAWING [LIMIT]");
+    quit(2);
+}
+
 var limit = args.length > 2 ? Number(args[2]) : 128;
 
 var tracer = new ZTraceBitmap();

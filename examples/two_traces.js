@@ -5,6 +5,11 @@
 // So pictures of one series get the same colours, and asking for another number of colours after the
 // first trace changes nothing. For an independent result make a new tracer.
 
+if (args.length < 1) {
+    print("usage: zelvora-headless examples/two_traces.js IMAGE");
+    quit(2);
+}
+
 function makeTracer() {
     var tracer = new ZTraceBitmap();
     tracer.setOption("monochrome", 0);

@@ -385,6 +385,49 @@ class WithoutEffect(OptionsTest):
         self.assertEqual(self.run_program("a.png", "--config", "c.toml").stderr, b"")
 
 
+    def test_what_a_drawing_has_already(self):
+        self.run_program("a.png", "-o", "a.json")
+        for arguments in ("--colors", "4"), ("--preset", "logo"), ("--tolerance", "2"), ("--set", "ltres=2"), ("--layers",):
+            text = self.run_program("a.json", "-o", "b.svg", *arguments).stderr.decode()
+            self.assertIn(arguments[0], text)
+            self.assertIn("the input is a drawing already", text)
+        self.assertEqual(self.run_program("a.json", "-o", "b.dxf", "-u", "mm", "--dxf-curves", "arc").stderr, b"")
+
+    def test_a_colour_that_is_nowhere(self):
+        self.assertIn(b"no area has a colour", self.run_program("a.png", "--only-color", "green").stderr)
+        self.assertEqual(self.run_program("a.png", "--only-color", "red").stderr, b"")
+
+
+class Mistakes(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_words_that_are_not_understood(self):
+        self.assert_refused("--palete", "red", "a.png", code=2, words="there is no option --palete")
+        self.assert_refused("a.png", "out.svg", code=2, words="-o out.svg makes it an output")
+
+    def test_folders_that_are_not_there(self):
+        self.assert_refused("no/a.png", code=1, words="no/a.png: No such file")
+        self.assert_refused("a.png", "-o", "no/a.svg", code=1, words="no/a.svg: there is no folder no")
+
+    def test_a_broken_preset_that_nobody_asked_for(self):
+        folder = self.path("ztrace/presets")
+        os.makedirs(folder)
+        for name, text in ("bad", "colrs = 3\n"), ("mine", "description = 'x'\ncolors = 2\n"):
+            with open(os.path.join(folder, name + ".toml"), "w", encoding="utf-8") as file:
+                file.write(text)
+        environment = {"XDG_CONFIG_HOME": self.folder}
+        self.run_program("a.png", "-o", "a.svg", environment=environment)
+        self.run_program("a.png", "-o", "a.svg", "-p", "mine", environment=environment)
+        listed = self.run_program("presets", environment=environment)
+        self.assertIn(b"mine", listed.stdout)
+        self.assertIn(b"photo", listed.stdout)
+        self.assertIn(b'bad.toml: there is no setting "colrs"', listed.stderr)
+        result = self.run_program("a.png", "-p", "bad", code=2, environment=environment)
+        self.assertIn(b"colrs", result.stderr)
+
+
 class Outputs(OptionsTest):
     def test_names_that_are_none_or_doubled(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
