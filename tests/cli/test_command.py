@@ -198,7 +198,7 @@ class Failing(CommandTest):
 
     def test_unwritable_output(self):
         os.mkdir(self.path("folder"))
-        for name, words in [("none/a.svg", "No such file"), ("folder", "it is a folder"),
+        for name, words in [("none/a.svg", "there is no folder none"), ("folder", "it is a folder"),
                             ("/dev/full", "No space left")]:
             with self.subTest(name):
                 self.assert_refused("a.png", "-o", name, code=1, words=name + ": " + words)
