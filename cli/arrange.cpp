@@ -200,7 +200,9 @@ public:
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
                 continue;
             const int around = nesting.parent[at(regionOf[i])];
-            const int owner = around == kOutside ? kNone : outlineOf[at(around)];
+            // Ringed by several areas it lies in what is transparent, and is the hole of none.
+            const bool inNothing = around == kOutside || alphaOf(around) == 0;
+            const int owner = inNothing ? kNone : outlineOf[at(around)];
             keep[i] = owner != kNone;
             if (!keep[i])
                 continue;

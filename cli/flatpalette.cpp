@@ -122,6 +122,16 @@ std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
     return cells;
 }
 
+// A picture of small or faint parts alone is worth its largest one.
+void takeLargest(const std::vector<Cell> &cells, std::vector<QRgb> *palette)
+{
+    const auto largest
+        = std::max_element(cells.begin(), cells.end(),
+                           [](const Cell &a, const Cell &b) { return a.pixels < b.pixels; });
+    if (largest != cells.end())
+        palette->push_back(largest->colour);
+}
+
 // Appends the best remaining cell; false when none is worth an entry.
 bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
 {
@@ -204,6 +214,8 @@ std::vector<QRgb> flatPalette(const QImage &image, int most)
         cells = cellsOf(image, true);
     std::vector<QRgb> palette;
     while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette)) { }
+    if (palette.empty() && most > 0)
+        takeLargest(cells, &palette);
     if (static_cast<int>(palette.size()) == most) {
         for (int i = 0; i < kMoves; ++i)
             moveToMeans(&cells, &palette);

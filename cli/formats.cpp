@@ -17,6 +17,9 @@
 #include <cmath>
 #include <set>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace ztrace {
 
 namespace {
@@ -62,12 +65,23 @@ QString besideInput(const std::string &input, const std::string &format)
         + QString::fromStdString(format);
 }
 
+// Whether standard input was redirected from this file.
+bool isStandardInput(const QString &fileName)
+{
+    struct stat in;
+    struct stat file;
+    return fstat(STDIN_FILENO, &in) == 0
+        && stat(QFile::encodeName(fileName).constData(), &file) == 0 && S_ISREG(in.st_mode)
+        && in.st_dev == file.st_dev && in.st_ino == file.st_ino;
+}
+
 void refuseInputAsOutput(const std::string &input, const QString &output)
 {
     const QFileInfo in(QFile::decodeName(input.c_str()));
     const QFileInfo out(output);
-    if (input != kStandardOutput && in.exists() && out.exists()
-        && in.canonicalFilePath() == out.canonicalFilePath())
+    if (input == kStandardOutput
+            ? isStandardInput(output)
+            : in.exists() && out.exists() && in.canonicalFilePath() == out.canonicalFilePath())
         throw Failure(kWrongUsage, input + ": the output would overwrite the input");
 }
 
@@ -149,14 +163,19 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
     return outputs;
 }
 
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page)
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input)
 {
     for (Output &output : outputs) {
         if (output.fileName == QLatin1String(kStandardOutput))
             throw Failure(kWrongUsage, "--page all: several pages do not fit into standard output");
         const QFileInfo info(output.fileName);
+        if (info.exists() && !info.isFile())
+            continue; // a device takes all pages
+        const QString ending
+            = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
         output.fileName = info.path() + QLatin1Char('/') + info.completeBaseName()
-            + QLatin1Char('-') + QString::number(page) + QLatin1Char('.') + info.suffix();
+            + QLatin1Char('-') + QString::number(page) + ending;
+        refuseInputAsOutput(input, output.fileName);
     }
     return outputs;
 }

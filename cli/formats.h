@@ -28,8 +28,8 @@ const std::vector<std::string> &formatNames();
 // Failure for endings without a format and for an output that is the input.
 std::vector<Output> outputsFor(const std::string &input, const Settings &settings);
 
-// The same for one page of several: the page's number goes before the ending.
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page);
+// The same for one page of several: the page's number goes before the ending. Devices take all.
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input);
 
 // Writes a drawing; `about` is what JSON says besides. Throws a Failure.
 void writeOutput(const Output &output, const Drawing &drawing, const Settings &settings,

@@ -97,7 +97,7 @@ public:
         }
         const int pages = source.pages();
         for (int page = 1; page <= pages; ++page)
-            trace(source, page, pages > 1 ? outputsForPage(outputs, page) : outputs);
+            trace(source, page, pages > 1 ? outputsForPage(outputs, page, line.input) : outputs);
     }
 
 private:

@@ -142,6 +142,34 @@ int distanceTo(const std::vector<int> &levels, int alpha)
     return least;
 }
 
+// A picture that is faint all over would vanish: its commonest alpha stays then, for all that is at
+// least half as opaque.
+void keepFaint(const QImage &image, std::array<int, 256> *settled)
+{
+    const double kVanishing = 0.05; // of what there is to see
+    std::array<long long, 256> counts = {};
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < image.width(); ++x)
+            ++counts[static_cast<std::size_t>(qAlpha(words[x]))];
+    }
+    double visible = 0.0;
+    double kept = 0.0;
+    for (std::size_t alpha = 1; alpha < 256; ++alpha) {
+        visible += double(counts[alpha]);
+        kept += (*settled)[alpha] > 0 ? double(counts[alpha]) : 0.0;
+    }
+    if (kept >= kVanishing * visible)
+        return;
+    const int faint
+        = static_cast<int>(std::max_element(counts.begin() + 1, counts.end()) - counts.begin());
+    for (int alpha = 1; alpha < 256; ++alpha) {
+        int &level = (*settled)[static_cast<std::size_t>(alpha)];
+        if (level == 0 && 2 * alpha >= faint)
+            level = faint;
+    }
+}
+
 // What becomes of every alpha. Levels that fill 2 x 2 blocks of at least kLeastTranslucent pixels
 // are areas: at most `most` of them stay, common ones and such as are far from the others, and the
 // rest go to the nearest that stays. All other levels are soft edges.
@@ -185,6 +213,7 @@ std::array<int, 256> settledLevels(const QImage &image, int most)
             return std::abs(a - alpha) < std::abs(b - alpha);
         });
     }
+    keepFaint(image, &settled);
     return settled;
 }
 

@@ -63,7 +63,8 @@ bool writeWhole(const QString &fileName, const std::function<bool(QIODevice *)> 
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
         return fail(error, reasonOf(file));
-    if (!write(&file)) {
+    // The last bytes wait in a buffer, and commit() does not tell when they cannot be written.
+    if (!write(&file) || !file.flush()) {
         const QString reason = reasonOf(file);
         file.cancelWriting();
         return fail(error, reason);

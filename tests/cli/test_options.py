@@ -4,9 +4,10 @@ import json
 import os
 import re
 import struct
+import subprocess
 import unittest
 
-from support import BLACK, CLEAR, RED, WHITE, CommandTest, paths, png, ring, square
+from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, paths, png, ring, square
 
 
 def tiff(pages, dpi=300):
@@ -239,6 +240,24 @@ class Scans(OptionsTest):
         self.assert_refused("a.tif", "--page", "3", code=1, words="there is no page 3 (the file has 2)")
         self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
 
+    def test_the_input_is_not_overwritten_by_a_page(self):
+        data = tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)])
+        self.write("scan-1.png", data)
+        self.run_program("scan-1.png", "--page", "all", "-o", "scan.png", code=2)
+        self.assertEqual(self.read("scan-1.png"), data)
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        with open(self.path("a.png"), "rb") as file:
+            result = subprocess.run([PROGRAM, "-", "-o", "a.png"], stdin=file, capture_output=True, cwd=self.folder)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"would overwrite the input", result.stderr)
+
+    def test_pages_without_an_ending(self):
+        self.write("a.tif", tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)]))
+        self.run_program("a.tif", "--page", "all", "-f", "svg", "-o", "p")
+        self.assertTrue(os.path.exists(self.path("p-1")) and os.path.exists(self.path("p-2")))
+        self.run_program("a.tif", "--page", "all", "-f", "svg", "-o", "/dev/null")
+        self.assertFalse(os.path.exists("/dev/null-1"))
+
     def test_all_pages_of_a_file_with_one(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
         self.run_program("a.png", "--page", "all")
@@ -274,6 +293,30 @@ class Scans(OptionsTest):
         stats = self.stats("a.png", "--deskew", "-p", "lineart")
         self.assertAlmostEqual(abs(stats["statistics"]["angle"]), 2.0, delta=0.3)
         self.assertNotIn("angle", self.stats("a.png", "-p", "lineart")["statistics"])
+
+
+class Faint(OptionsTest):
+    def test_small_and_faint_pictures_are_drawn(self):
+        for size in 1, 2, 3, 7, 40:
+            for alpha in 20, 100, 128, 200:
+                self.write("a.png", png(16 + size, 16 + size, lambda x, y: (255, 0, 0, alpha) if square(x, y, 8, 8, size)
+                                        else CLEAR))
+                self.write("b.png", png(size, size, lambda x, y: (0, 255, 0, alpha)))
+                for preset in "logo", "photo", "poster", "auto":
+                    with self.subTest((size, alpha, preset)):
+                        if size > 6:
+                            self.assertEqual(self.stats("a.png", "-p", preset)["statistics"]["outlines"], 1)
+                        self.assertEqual(self.stats("b.png", "-p", preset)["page"], 1)
+
+    def test_what_several_areas_surround_is_no_layer(self):
+        def pixel(x, y):
+            if square(x, y, 15, 15, 10) or not square(x, y, 5, 5, 30):
+                return CLEAR
+            return RED if x < 20 else (0, 0, 255, 255)
+        self.write("a.png", png(40, 40, pixel))
+        self.run_program("a.png", "-o", "a.dxf", "-o", "a.svg", "--layers")
+        for name in "a.dxf", "a.svg":
+            self.assertNotIn(b"TRANSPARENT", self.read(name))
 
 
 class Upsampling(OptionsTest):
@@ -460,7 +503,6 @@ class Progress(OptionsTest):
 
 class FullDisk(OptionsTest):
     def test_a_small_file_system(self):
-        import subprocess
         os.mkdir(self.path("disk"))
         mount = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", self.path("disk")],
                                capture_output=True)
@@ -473,6 +515,15 @@ class FullDisk(OptionsTest):
             self.assertIn(b"disk/a.svg: No space left on device", result.stderr)
             self.assertEqual(self.read("disk/a.svg"), b"old")
             self.assertEqual(os.listdir(self.path("disk")), ["a.svg"])
+            # Nearly full: the last bytes of a small file do not fit either.
+            free = os.statvfs(self.path("disk"))
+            self.write("disk/fill", b"x" * (free.f_bavail * free.f_bsize))
+            self.write("small.png", ring(RED, WHITE, WHITE))
+            for name in "a.svg", "a.dxf", "a.json", "a.pdf", "a.png":
+                result = self.run_program("small.png", "-o", "disk/" + name, code=1)
+                self.assertIn(b"disk/" + name.encode() + b": ", result.stderr)
+            self.assertEqual(self.read("disk/a.svg"), b"old")
+            self.assertEqual(sorted(os.listdir(self.path("disk"))), ["a.svg", "fill"])
         finally:
             subprocess.run(["umount", self.path("disk")], check=True)
 

@@ -102,6 +102,11 @@ private slots:
         image.fill(0x60FF0000u);
         image.setPixel(3, 3, 0xC0FF0000u);
         image.setPixel(9, 9, 0x10FF0000u);
+        QImage faint = image;
+        settleAlpha(&faint, 3);
+        QCOMPARE(faint.pixel(0, 0), 0x60FF0000u); // or nothing would be left
+        for (int i = 0; i < 100; ++i)
+            image.setPixel(20 + i % 10, 20 + i / 10, 0xFFFF0000u);
         QImage one = image;
         settleAlpha(&one, 3);
         QCOMPARE(one.pixel(0, 0), 0u); // three colours have no room for it
