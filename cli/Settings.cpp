@@ -264,6 +264,13 @@ const Setting *findSetting(const std::string &name)
     return nullptr;
 }
 
+void storeSetting(const Setting &setting, const std::string &text, Settings *settings)
+{
+    setting.store(settings, text);
+    if (setting.group == kColourGroup || setting.group == kOutlineGroup)
+        settings->said[setting.name].push_back(text);
+}
+
 bool isEngineOption(const std::string &name)
 {
     return std::find(std::begin(kEngineOptions), std::end(kEngineOptions), name)

@@ -75,6 +75,9 @@ struct Settings
     bool json = false;
     bool quiet = false;
     Progress progress = Progress::Auto;
+
+    // What was said of colours and outlines, by preset, file or command line, in its own words.
+    std::map<std::string, std::vector<std::string>> said;
 };
 
 // One thing that can be set, by the same name on the command line (`--name`) and in TOML files.
@@ -95,6 +98,9 @@ struct Setting
 const std::vector<Setting> &allSettings();
 
 const Setting *findSetting(const std::string &name);
+
+// Stores a value and keeps what was said. Throws a Failure for a value that cannot be.
+void storeSetting(const Setting &setting, const std::string &text, Settings *settings);
 
 // The twelve names that --set takes.
 bool isEngineOption(const std::string &name);

@@ -15,7 +15,8 @@ namespace ztrace {
 namespace {
 
 const char *const kFooter = R"(Formats: svg, dxf, pdf, png, json
-Exit codes: 0 success, 1 failure, 2 wrong usage
+Exit codes: 0 success, 1 failure (some pages of several, or not enough memory),
+  2 wrong usage, 3 input cannot be read, 4 output cannot be written
 
 Examples:
   ztrace logo.png                          logo.svg beside it
@@ -60,14 +61,14 @@ void storeParsed(const Parsed &parsed, CommandLine *line)
         return;
     const Setting &setting = *parsed.setting;
     if (setting.kind == Setting::Flag) {
-        setting.store(&line->settings, parsed.flag ? "true" : "false");
+        storeSetting(setting, parsed.flag ? "true" : "false", &line->settings);
         line->given.insert(setting.name);
         return;
     }
     if (setting.kind == Setting::Value && parsed.values.size() != 1)
         throw Failure(kWrongUsage, "--" + setting.name + " is given more than once");
     for (const std::string &value : parsed.values) {
-        setting.store(&line->settings, value);
+        storeSetting(setting, value, &line->settings);
         line->given.insert(setting.name == "set" ? "set " + value.substr(0, value.find('='))
                                                  : setting.name);
     }

@@ -9,13 +9,13 @@
 
 namespace ztrace {
 
-// Listed in --help and in docs/command.md.
+// Listed in --help, in the man page and in docs/command.md.
 enum ExitCode {
     kSuccess = 0,
-    kFailed = 1,
+    kFailed = 1, // some pages of several, or not enough memory
     kWrongUsage = 2,
-    kInputUnreadable = 1,
-    kOutputNotWritable = 1
+    kInputUnreadable = 3, // a palette or settings file, too
+    kOutputNotWritable = 4
 };
 
 // Ends the command with a code and one line of text, which names the file or option it is about.

@@ -31,10 +31,14 @@ std::string bytesOf(const QString &fileName)
     return QFile::encodeName(fileName).toStdString();
 }
 
-std::string nameOf(const Output &output)
+std::string nameOf(const QString &fileName)
 {
-    return output.fileName == QLatin1String(kStandardOutput) ? "standard output"
-                                                             : bytesOf(output.fileName);
+    return fileName == QLatin1String(kStandardOutput) ? "standard output" : bytesOf(fileName);
+}
+
+[[noreturn]] void failToWrite(const std::string &name, const QString &reason)
+{
+    throw Failure(kOutputNotWritable, name + ": " + reason.toLocal8Bit().toStdString());
 }
 
 std::string listOfFormats()
@@ -92,10 +96,10 @@ void requireFolder(const Output &output)
         return;
     const QFileInfo file(output.fileName);
     if (file.isDir())
-        throw Failure(kOutputNotWritable, nameOf(output) + ": it is a folder");
+        throw Failure(kOutputNotWritable, nameOf(output.fileName) + ": it is a folder");
     if (!QFileInfo(file.path()).isDir())
         throw Failure(kOutputNotWritable,
-                      nameOf(output) + ": there is no folder " + bytesOf(file.path()));
+                      nameOf(output.fileName) + ": there is no folder " + bytesOf(file.path()));
 }
 
 void requirePicture(const Output &output, const Drawing &drawing, double scale)
@@ -104,14 +108,14 @@ void requirePicture(const Output &output, const Drawing &drawing, double scale)
     const double width = std::ceil(frame.width * scale);
     const double height = std::ceil(frame.height * scale);
     if (width > kLargestPictureSide || height > kLargestPictureSide) {
-        throw Failure(kFailed,
-                      nameOf(output) + ": a picture of more than "
+        throw Failure(kOutputNotWritable,
+                      nameOf(output.fileName) + ": a picture of more than "
                           + std::to_string(kLargestPictureSide) + " pixels a side (see --scale)");
     }
 }
 
 bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawing,
-             const Settings &settings, const QByteArray &about)
+             const Settings &settings)
 {
     if (format == "dxf")
         return writeDxf(drawing, settings.dxf, device);
@@ -120,7 +124,7 @@ bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawin
     if (format == "png")
         return writePng(drawing, settings.style, settings.scale, device);
     if (format == "json")
-        return writeJson(drawing, about, device);
+        return writeJson(drawing, device);
     SvgOptions options;
     options.style = settings.style;
     options.decimals = settings.decimals;
@@ -139,13 +143,13 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
 {
     const std::string chosen = settings.format.empty() ? formatNames().front() : settings.format;
     std::vector<Output> outputs;
-    std::set<std::string> names;
+    std::set<QString> names;
     for (const std::string &name : settings.outputs) {
         if (name.empty())
             throw Failure(kWrongUsage, "--output: a file name is wanted");
-        if (!names.insert(name).second)
-            throw Failure(kWrongUsage, "--output: " + name + " is given twice");
         const QString fileName = QFile::decodeName(name.c_str());
+        if (!names.insert(QFileInfo(fileName).absoluteFilePath()).second)
+            throw Failure(kWrongUsage, "--output: " + name + " is given twice");
         const bool isFile = name != kStandardOutput
             && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());
         // A device has no ending; neither has standard output.
@@ -180,18 +184,24 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
     return outputs;
 }
 
-void writeOutput(const Output &output, const Drawing &drawing, const Settings &settings,
-                 const QByteArray &about)
+void writeOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
+                  const Settings &settings)
 {
-    if (output.format == "png")
-        requirePicture(output, drawing, settings.scale);
+    for (const Output &output : outputs) {
+        if (output.format == "png")
+            requirePicture(output, drawing, settings.scale);
+    }
+    OutputFiles files;
     QString error;
-    const auto write = [&](QIODevice *device) {
-        return writeTo(device, output.format, drawing, settings, about);
-    };
-    if (!writeWhole(output.fileName, write, &error))
-        throw Failure(kOutputNotWritable,
-                      nameOf(output) + ": " + error.toLocal8Bit().toStdString());
+    for (const Output &output : outputs) {
+        const auto write
+            = [&](QIODevice *device) { return writeTo(device, output.format, drawing, settings); };
+        if (!files.add(output.fileName, write, &error))
+            failToWrite(nameOf(output.fileName), error);
+    }
+    QString name;
+    if (!files.commit(&name, &error))
+        failToWrite(nameOf(name), error);
 }
 
 } // namespace ztrace

@@ -4,7 +4,6 @@
 #ifndef ZTRACE_CLI_FORMATS_H
 #define ZTRACE_CLI_FORMATS_H
 
-#include <QByteArray>
 #include <QString>
 
 #include <string>
@@ -31,9 +30,9 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
 // The same for one page of several: the page's number goes before the ending. Devices take all.
 std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input);
 
-// Writes a drawing; `about` is what JSON says besides. Throws a Failure.
-void writeOutput(const Output &output, const Drawing &drawing, const Settings &settings,
-                 const QByteArray &about);
+// Writes a drawing to all outputs, or to none when that fails for one. Throws a Failure.
+void writeOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
+                  const Settings &settings);
 
 } // namespace ztrace
 

@@ -5,7 +5,11 @@
 #include "presets.h"
 #include "values.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 namespace ztrace {
@@ -13,6 +17,7 @@ namespace ztrace {
 namespace {
 
 const char kHeading[] = "GIMP Palette";
+const char kByteOrderMark[] = "\xEF\xBB\xBF";
 
 void addOnce(QRgb colour, std::vector<QRgb> *colours)
 {
@@ -20,35 +25,71 @@ void addOnce(QRgb colour, std::vector<QRgb> *colours)
         colours->push_back(colour);
 }
 
+std::string trimmed(const std::string &text)
+{
+    return QByteArray::fromStdString(text).trimmed().toStdString();
+}
+
+void addList(const std::string &setting, const std::string &list, std::vector<QRgb> *colours)
+{
+    std::istringstream words(list);
+    std::string word;
+    while (std::getline(words, word, ','))
+        addOnce(colourValue(setting, word), colours);
+}
+
+// "Name:", "Columns:" and the like, which stand before the colours.
+bool isHeader(const std::string &line)
+{
+    const std::size_t colon = line.find(':');
+    return colon != std::string::npos && std::isalpha(static_cast<unsigned char>(line.front()));
+}
+
+void addPaletteLine(const std::string &place, const std::string &line, std::vector<QRgb> *colours)
+{
+    if (line.front() == '#' || isHeader(line))
+        return;
+    int channels[3] = { -1, -1, -1 };
+    std::istringstream words(line);
+    words >> channels[0] >> channels[1] >> channels[2];
+    for (int channel : channels) {
+        if (!words || channel < 0 || channel > 255) {
+            throw Failure(kWrongUsage,
+                          place + ": \"" + line + "\" is not a colour (three numbers to 255)");
+        }
+    }
+    addOnce(qRgb(channels[0], channels[1], channels[2]), colours);
+}
+
+// A palette of GIMP, or a text with a colour or several a line.
 std::vector<QRgb> coloursInFile(const std::string &fileName)
 {
-    std::istringstream lines(settingsFile(fileName));
+    std::string text = settingsFile(fileName);
+    if (text.compare(0, sizeof kByteOrderMark - 1, kByteOrderMark) == 0)
+        text.erase(0, sizeof kByteOrderMark - 1);
+    std::istringstream lines(text);
+    const bool isPalette = text.compare(0, sizeof kHeading - 1, kHeading) == 0;
     std::string line;
-    std::getline(lines, line);
-    if (line.compare(0, sizeof kHeading - 1, kHeading) != 0)
-        throw Failure(kInputUnreadable, fileName + ": not a palette file");
     std::vector<QRgb> colours;
-    while (std::getline(lines, line)) {
-        int red = -1;
-        int green = -1;
-        int blue = -1;
-        std::istringstream words(line);
-        // Comments and the lines before the colours do not start with numbers.
-        if (!(words >> red >> green >> blue))
+    for (int number = 1; std::getline(lines, line); ++number) {
+        const std::string place = fileName + ", line " + std::to_string(number);
+        line = trimmed(line);
+        if (line.empty() || (isPalette && number == 1))
             continue;
-        if (red < 0 || red > 255 || green < 0 || green > 255 || blue < 0 || blue > 255)
-            throw Failure(kInputUnreadable, fileName + ": \"" + line + "\" is not a colour");
-        addOnce(qRgb(red, green, blue), &colours);
+        if (isPalette)
+            addPaletteLine(place, line, &colours);
+        else
+            addList(place, line, &colours);
     }
     return colours;
 }
 
 bool isFileName(const std::string &text)
 {
-    const std::string ending = ".gpl";
+    const QString name = QFile::decodeName(text.c_str());
     return text.find('/') != std::string::npos
-        || (text.size() > ending.size()
-            && text.compare(text.size() - ending.size(), ending.size(), ending) == 0);
+        || name.endsWith(QLatin1String(".gpl"), Qt::CaseInsensitive)
+        || (text.find(',') == std::string::npos && QFileInfo(name).isFile());
 }
 
 } // namespace
@@ -59,10 +100,7 @@ std::vector<QRgb> paletteValue(const std::string &text)
     if (isFileName(text)) {
         colours = coloursInFile(text);
     } else {
-        std::istringstream words(text);
-        std::string word;
-        while (std::getline(words, word, ','))
-            addOnce(colourValue("--palette", word), &colours);
+        addList("--palette", text, &colours);
     }
     if (colours.empty())
         throw Failure(kWrongUsage, "--palette: \"" + text + "\" has no colours");

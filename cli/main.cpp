@@ -18,9 +18,11 @@
 #include <QLoggingCategory>
 #include <QTextCodec>
 
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <set>
 #include <string>
@@ -64,19 +66,12 @@ private:
     sigset_t saved;
 };
 
-bool isDrawing(const std::string &name)
-{
-    const std::string ending = ".json";
-    return name.size() > ending.size()
-        && name.compare(name.size() - ending.size(), ending.size(), ending) == 0;
-}
-
 class Run
 {
 public:
     explicit Run(const CommandLine &commandLine) : line(commandLine) { }
 
-    void all()
+    ExitCode all()
     {
         useConfiguration();
         ImageSource::requireFile(line.input);
@@ -87,17 +82,15 @@ public:
         const ImageSource source(line.input);
         if (source.isCutShort())
             warn(line.input + ": the image is incomplete; what is missing has one colour");
-        if (isDrawing(line.input)) {
+        if (source.isDrawing()) {
             convert(source, outputs);
-            return;
+            return kSuccess;
         }
         if (line.settings.page > 0) {
             trace(source, line.settings.page, outputs);
-            return;
+            return kSuccess;
         }
-        const int pages = source.pages();
-        for (int page = 1; page <= pages; ++page)
-            trace(source, page, pages > 1 ? outputsForPage(outputs, page, line.input) : outputs);
+        return traceAllPages(source, outputs);
     }
 
 private:
@@ -117,6 +110,29 @@ private:
         // A wrong name is to be told before the work.
         if (line.settings.preset != kAuto)
             findPreset(line.settings.preset);
+    }
+
+    // A page that cannot be traced keeps no other from it.
+    ExitCode traceAllPages(const ImageSource &source, const std::vector<Output> &outputs)
+    {
+        const int pages = source.pages();
+        if (pages == 1) {
+            trace(source, 1, outputs);
+            return kSuccess;
+        }
+        ExitCode code = kSuccess;
+        for (int page = 1; page <= pages; ++page) {
+            const std::vector<Output> own = outputsForPage(outputs, page, line.input);
+            try {
+                trace(source, page, own);
+            } catch (const Failure &failure) {
+                if (failure.code == kWrongUsage)
+                    throw;
+                std::fprintf(stderr, "ztrace: page %d: %s\n", page, failure.what());
+                code = kFailed;
+            }
+        }
+        return code;
     }
 
     Settings settingsFor(const QImage &image, Look *look)
@@ -139,12 +155,17 @@ private:
         const Settings settings = settingsFor(image, &look);
         for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
             warn(sentence);
-        const TraceResult result = traceImage(
-            std::move(image), settings, [this](const char *stage) { progress->stage(stage); });
+        TraceResult result = traceImage(std::move(image), settings,
+                                        [this](const char *stage) { progress->stage(stage); });
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
-        write(result.drawing, settings, outputs, aboutTrace(result, look, settings));
-        report(result, look, settings, outputs, page);
+        result.drawing.about = aboutTrace(result, look, settings);
+        write(result.drawing, settings, outputs);
+        std::FILE *stream = reportStream(outputs);
+        if (settings.stats)
+            printStatistics(result, look, stream);
+        if (settings.json)
+            printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
     }
 
     void convert(const ImageSource &source, const std::vector<Output> &outputs)
@@ -160,30 +181,29 @@ private:
         for (const std::string &sentence :
              withoutEffectOnDrawings(onCommandLine, line.settings, outputs))
             warn(sentence);
-        write(drawing, line.settings, outputs, QByteArray());
+        write(drawing, line.settings, outputs);
+        std::FILE *stream = reportStream(outputs);
+        if (line.settings.stats)
+            printStatistics(drawing, stream);
+        if (line.settings.json)
+            printJson(drawing, line.input, 1, QJsonObject(), stream);
     }
 
-    void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
-               const QByteArray &about)
+    void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs)
     {
         progress->stage("writing");
         const Uninterrupted guard;
-        for (const Output &output : outputs)
-            writeOutput(output, drawing, settings, about);
+        writeOutputs(outputs, drawing, settings);
     }
 
-    void report(const TraceResult &result, const Look &look, const Settings &settings,
-                const std::vector<Output> &outputs, int page) const
+    // Standard output is for one thing at a time.
+    static std::FILE *reportStream(const std::vector<Output> &outputs)
     {
-        // Standard output is for one thing at a time.
-        bool isTaken = false;
-        for (const Output &output : outputs)
-            isTaken = isTaken || output.fileName == QLatin1String("-");
-        std::FILE *stream = isTaken ? stderr : stdout;
-        if (settings.stats)
-            printStatistics(result, look, stream);
-        if (settings.json)
-            printJson(result, look, settings, line.input, page, stream);
+        for (const Output &output : outputs) {
+            if (output.fileName == QLatin1String("-"))
+                return stderr;
+        }
+        return stdout;
     }
 
     CommandLine line;
@@ -216,11 +236,16 @@ int main(int argc, char **argv)
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
     try {
         const CommandLine line = parseCommandLine(argc, argv);
+        ExitCode code = kSuccess;
         if (line.action == CommandLine::ListPresets)
             listPresets();
         else if (line.action == CommandLine::Trace)
-            Run(line).all();
-        return kSuccess;
+            code = Run(line).all();
+        // A report that did not arrive is an output that was not written.
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            throw Failure(kOutputNotWritable,
+                          "standard output: " + std::string(std::strerror(errno)));
+        return code;
     } catch (const Failure &failure) {
         std::fprintf(stderr, "ztrace: %s\n", failure.what());
         return failure.code;

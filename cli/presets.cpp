@@ -5,55 +5,91 @@
 #include "failure.h"
 #include "values.h"
 
-#include <CLI/CLI.hpp>
+#include <toml++/toml.h>
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 
+#include <charconv>
 #include <map>
-#include <sstream>
+#include <optional>
+#include <string_view>
 
 namespace ztrace {
 
 namespace {
 
-const char *const kDescription = "description";
+const char kDescription[] = "description";
+const char kEngineSection[] = "set";
 
-std::string unquoted(const std::string &text)
+[[noreturn]] void refuse(const std::string &origin, int line, const std::string &reason)
 {
-    const bool quoted = text.size() >= 2 && text.front() == text.back()
-        && (text.front() == '"' || text.front() == '\'');
-    return quoted ? text.substr(1, text.size() - 2) : text;
+    throw Failure(kWrongUsage, origin + ", line " + std::to_string(line) + ": " + reason);
 }
 
-FileSetting fromItem(const CLI::ConfigItem &item, const std::string &origin)
+int lineOf(const toml::node &node)
+{
+    return static_cast<int>(node.source().begin.line);
+}
+
+std::string shortest(double value)
+{
+    char buffer[32];
+    return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+}
+
+// The text that the command line would have; empty for what has none.
+std::optional<std::string> textOf(const toml::node &node)
+{
+    if (const auto text = node.as_string())
+        return text->get();
+    if (const auto number = node.as_integer())
+        return std::to_string(number->get());
+    if (const auto number = node.as_floating_point())
+        return shortest(number->get());
+    if (const auto flag = node.as_boolean())
+        return flag->get() ? "true" : "false";
+    return std::nullopt;
+}
+
+void addValues(const toml::node &node, const std::string &origin, FileSetting *setting)
+{
+    if (const toml::array *list = node.as_array()) {
+        for (const toml::node &entry : *list)
+            addValues(entry, origin, setting);
+        return;
+    }
+    const std::optional<std::string> text = textOf(node);
+    if (!text)
+        refuse(origin, lineOf(node),
+               "a text, a number, true or false, or a list of them is wanted");
+    setting->values.push_back(*text);
+}
+
+FileSetting settingOf(std::string_view name, const toml::node &node, const std::string &origin)
 {
     FileSetting setting;
-    setting.name = item.name;
-    for (const std::string &value : item.inputs)
-        setting.values.push_back(unquoted(value));
-    const bool isSet = item.parents.size() == 1 && item.parents.front() == "set";
-    if (isSet) {
-        setting.name = "set";
-        setting.engineOption = item.name;
-        if (!isEngineOption(item.name))
-            throw Failure(kWrongUsage,
-                          origin + ": [set]: there is no option \"" + item.name + "\"");
-        return setting;
-    }
-    if (!item.parents.empty())
-        throw Failure(kWrongUsage, origin + ": there is no section [" + item.parents.front() + "]");
-    if (item.name != kDescription && !findSetting(item.name))
-        throw Failure(kWrongUsage, origin + ": there is no setting \"" + item.name + "\"");
+    setting.name = std::string(name);
+    setting.line = lineOf(node);
+    addValues(node, origin, &setting);
     return setting;
 }
 
-// The parser reports the opening and closing of sections as items of their own.
-bool isSectionMark(const CLI::ConfigItem &item)
+void addEngineOptions(const toml::table &table, const std::string &origin,
+                      std::vector<FileSetting> *settings)
 {
-    return item.name == "++" || item.name == "--";
+    for (const auto &[key, node] : table) {
+        FileSetting setting = settingOf(key.str(), node, origin);
+        setting.engineOption = setting.name;
+        setting.name = kEngineSection;
+        if (!isEngineOption(setting.engineOption)) {
+            refuse(origin, setting.line,
+                   "[set]: there is no option \"" + setting.engineOption + "\"");
+        }
+        settings->push_back(setting);
+    }
 }
 
 void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
@@ -85,15 +121,27 @@ std::string descriptionIn(const Preset &preset)
 
 std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin)
 {
-    std::istringstream stream(text);
     std::vector<FileSetting> settings;
+    toml::table table;
     try {
-        for (const CLI::ConfigItem &item : CLI::ConfigTOML().from_config(stream)) {
-            if (!isSectionMark(item))
-                settings.push_back(fromItem(item, origin));
+        table = toml::parse(text);
+    } catch (const toml::parse_error &error) {
+        std::string reason(error.description());
+        if (reason.find("value type") != std::string::npos)
+            reason += " (texts stand in quotes)";
+        refuse(origin, static_cast<int>(error.source().begin.line), reason);
+    }
+    for (const auto &[key, node] : table) {
+        const std::string name(key.str());
+        if (const toml::table *section = node.as_table()) {
+            if (name != kEngineSection)
+                refuse(origin, lineOf(node), "there is no section [" + name + "]");
+            addEngineOptions(*section, origin, &settings);
+            continue;
         }
-    } catch (const CLI::Error &error) {
-        throw Failure(kWrongUsage, origin + ": " + error.what());
+        if (name == kEngineSection || (name != kDescription && !findSetting(name)))
+            refuse(origin, lineOf(node), "there is no setting \"" + name + "\"");
+        settings.push_back(settingOf(name, node, origin));
     }
     return settings;
 }
@@ -106,17 +154,19 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
         if (value.name == kDescription)
             continue;
         const bool isSet = !value.engineOption.empty();
-        const std::string key = isSet ? "set " + value.engineOption : value.name;
+        const std::string key = isSet ? kEngineSection + (' ' + value.engineOption) : value.name;
         if (given->count(key))
             continue;
         const Setting &setting = *findSetting(value.name);
-        if (value.values.empty() || (setting.kind != Setting::List && value.values.size() != 1))
-            throw Failure(kWrongUsage, origin + ": " + value.name + " takes one value");
+        if (value.values.empty()
+            || ((isSet || setting.kind != Setting::List) && value.values.size() != 1))
+            refuse(origin, value.line, value.name + " takes one value");
         try {
             for (const std::string &text : value.values)
-                setting.store(settings, isSet ? value.engineOption + "=" + text : text);
+                storeSetting(setting, isSet ? value.engineOption + "=" + text : text, settings);
         } catch (const Failure &failure) {
-            throw Failure(failure.code, origin + ": " + failure.what());
+            throw Failure(failure.code,
+                          origin + ", line " + std::to_string(value.line) + ": " + failure.what());
         }
         stored.insert(key);
     }

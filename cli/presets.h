@@ -19,6 +19,7 @@ struct FileSetting
     std::string name;
     std::vector<std::string> values;
     std::string engineOption; // for entries of [set], else empty
+    int line = 0;
 };
 
 // Throws a Failure naming `origin` for text that is no TOML and for keys that do not exist.

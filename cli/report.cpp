@@ -4,6 +4,8 @@
 #include "drawing/json.h"
 #include "drawing/text.h"
 
+#include <QJsonArray>
+
 namespace ztrace {
 
 Counts countPieces(const Drawing &drawing)
@@ -21,11 +23,41 @@ Counts countPieces(const Drawing &drawing)
     return counts;
 }
 
-void printStatistics(const TraceResult &result, const Look &look, std::FILE *stream)
+namespace {
+
+QString textOf(const std::string &bytes)
 {
-    const Drawing &drawing = result.drawing;
+    return QString::fromUtf8(bytes.c_str());
+}
+
+QJsonObject countsOf(const Drawing &drawing)
+{
+    const Counts counts = countPieces(drawing);
+    QJsonObject object;
+    object.insert(QLatin1String("outlines"), counts.outlines);
+    object.insert(QLatin1String("lines"), counts.lines);
+    object.insert(QLatin1String("curves"), counts.curves);
+    return object;
+}
+
+void printSize(const Drawing &drawing, std::FILE *stream)
+{
     std::fprintf(stream, "image     %d x %d pixels, %s an inch\n", drawing.width, drawing.height,
                  numberText(drawing.dpi, 4).constData());
+}
+
+void printCounts(const Drawing &drawing, std::FILE *stream)
+{
+    const Counts counts = countPieces(drawing);
+    std::fprintf(stream, "outlines  %d\nsegments  %d (%d lines, %d curves)\n", counts.outlines,
+                 counts.lines + counts.curves, counts.lines, counts.curves);
+}
+
+} // namespace
+
+void printStatistics(const TraceResult &result, const Look &look, std::FILE *stream)
+{
+    printSize(result.drawing, stream);
     std::fprintf(stream, "preset    %s%s\n", look.preset.c_str(),
                  look.reason.empty() ? "" : (" (" + look.reason + ")").c_str());
     if (result.threshold >= 0)
@@ -40,9 +72,9 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
         if (qAlpha(colour) != 255)
             std::fprintf(stream, "/%s", numberText(qAlpha(colour) / 255.0, 2).constData());
     }
-    const Counts counts = countPieces(drawing);
-    std::fprintf(stream, "\noutlines  %d\nsegments  %d (%d lines, %d curves)\noptions  ",
-                 counts.outlines, counts.lines + counts.curves, counts.lines, counts.curves);
+    std::fprintf(stream, "\n");
+    printCounts(result.drawing, stream);
+    std::fprintf(stream, "options  ");
     for (const auto &option : result.engine)
         std::fprintf(stream, " %s=%.6g", option.first.c_str(), option.second);
     std::fprintf(stream, "\ntimes    ");
@@ -54,50 +86,73 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
     std::fprintf(stream, " together %.3f s\n", total);
 }
 
-QByteArray aboutTrace(const TraceResult &result, const Look &look, const Settings &settings)
+void printStatistics(const Drawing &drawing, std::FILE *stream)
 {
-    QByteArray text = "\"preset\":" + jsonText(QString::fromStdString(look.preset))
-        + ",\"seed\":" + QByteArray::number(settings.seed) + ",\n\"options\":{";
-    bool first = true;
-    for (const auto &option : result.engine) {
-        text += (first ? "" : ",") + jsonText(QString::fromStdString(option.first)) + ':'
-            + jsonNumber(option.second);
-        first = false;
-    }
-    text += "},\n\"palette\":[";
-    for (std::size_t i = 0; i < result.palette.size(); ++i) {
-        text += (i ? "," : "") + QByteArray("{\"color\":\"") + colourName(result.palette[i])
-            + "\",\"alpha\":" + QByteArray::number(qAlpha(result.palette[i])) + '}';
-    }
-    const Counts counts = countPieces(result.drawing);
-    text += "],\n\"statistics\":{\"outlines\":" + QByteArray::number(counts.outlines)
-        + ",\"lines\":" + QByteArray::number(counts.lines)
-        + ",\"curves\":" + QByteArray::number(counts.curves);
-    if (result.threshold >= 0)
-        text += ",\"threshold\":" + QByteArray::number(result.threshold);
-    if (result.angle != 0.0)
-        text += ",\"angle\":" + jsonNumber(result.angle);
-    if (result.upsampling > 1)
-        text += ",\"upsampling\":" + QByteArray::number(result.upsampling);
-    return text + '}';
+    printSize(drawing, stream);
+    printCounts(drawing, stream);
 }
 
-void printJson(const TraceResult &result, const Look &look, const Settings &settings,
-               const std::string &input, int page, std::FILE *stream)
+QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settings &settings)
 {
-    QByteArray text = "{\"input\":" + jsonText(QString::fromUtf8(input.c_str())) + ",\"page\":"
-        + QByteArray::number(page) + ",\"width\":" + QByteArray::number(result.drawing.width)
-        + ",\"height\":" + QByteArray::number(result.drawing.height)
-        + ",\"dpi\":" + jsonNumber(result.drawing.dpi)
-        + ",\"reason\":" + jsonText(QString::fromStdString(look.reason)) + ','
-        + aboutTrace(result, look, settings) + ",\"seconds\":{";
-    for (std::size_t i = 0; i < result.seconds.size(); ++i) {
-        text += (i ? "," : "") + jsonText(QString::fromStdString(result.seconds[i].first)) + ':'
-            + numberText(result.seconds[i].second, 6);
+    QJsonObject options;
+    for (const auto &option : result.engine)
+        options.insert(textOf(option.first), jsonNumberValue(option.second));
+    QJsonArray palette;
+    for (QRgb entry : result.palette) {
+        QJsonObject colour;
+        colour.insert(QLatin1String("color"), QLatin1String(colourName(entry)));
+        colour.insert(QLatin1String("alpha"), qAlpha(entry));
+        palette.append(colour);
     }
-    text += "}}";
-    text.replace("\n", "");
-    std::fprintf(stream, "%s\n", text.constData());
+    QJsonObject said;
+    for (const auto &setting : settings.said) {
+        QJsonArray values;
+        for (const std::string &value : setting.second)
+            values.append(textOf(value));
+        said.insert(textOf(setting.first), values);
+    }
+    QJsonObject statistics = countsOf(result.drawing);
+    if (result.threshold >= 0)
+        statistics.insert(QLatin1String("threshold"), result.threshold);
+    if (result.angle != 0.0)
+        statistics.insert(QLatin1String("angle"), result.angle);
+    if (result.upsampling > 1)
+        statistics.insert(QLatin1String("upsampling"), result.upsampling);
+    QJsonObject about;
+    about.insert(QLatin1String("preset"), textOf(look.preset));
+    about.insert(QLatin1String("seed"), static_cast<double>(settings.seed));
+    about.insert(QLatin1String("settings"), said);
+    about.insert(QLatin1String("options"), options);
+    about.insert(QLatin1String("palette"), palette);
+    about.insert(QLatin1String("statistics"), statistics);
+    return about;
+}
+
+void printJson(const Drawing &drawing, const std::string &input, int page, const QJsonObject &more,
+               std::FILE *stream)
+{
+    QJsonObject object = drawing.about;
+    if (!object.contains(QLatin1String("statistics")))
+        object.insert(QLatin1String("statistics"), countsOf(drawing));
+    object.insert(QLatin1String("input"), textOf(input));
+    object.insert(QLatin1String("page"), page);
+    object.insert(QLatin1String("width"), drawing.width);
+    object.insert(QLatin1String("height"), drawing.height);
+    object.insert(QLatin1String("dpi"), jsonNumberValue(drawing.dpi));
+    for (auto it = more.begin(); it != more.end(); ++it)
+        object.insert(it.key(), it.value());
+    std::fprintf(stream, "%s\n", jsonValue(object).constData());
+}
+
+QJsonObject aboutRun(const TraceResult &result, const Look &look)
+{
+    QJsonObject seconds;
+    for (const auto &stage : result.seconds)
+        seconds.insert(textOf(stage.first), stage.second);
+    QJsonObject object;
+    object.insert(QLatin1String("reason"), textOf(look.reason));
+    object.insert(QLatin1String("seconds"), seconds);
+    return object;
 }
 
 } // namespace ztrace

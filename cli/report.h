@@ -7,7 +7,7 @@
 #include "look.h"
 #include "tracing.h"
 
-#include <QByteArray>
+#include <QJsonObject>
 
 #include <cstdio>
 
@@ -24,13 +24,19 @@ Counts countPieces(const Drawing &drawing);
 
 void printStatistics(const TraceResult &result, const Look &look, std::FILE *stream);
 
-// The same as a JSON object on a line, with the times.
-void printJson(const TraceResult &result, const Look &look, const Settings &settings,
-               const std::string &input, int page, std::FILE *stream);
+// Of a drawing that was read: its size and counts.
+void printStatistics(const Drawing &drawing, std::FILE *stream);
 
-// What a drawing's JSON file says about its origin: preset, seed, options, palette, counts. No
-// times: the same trace gives the same file.
-QByteArray aboutTrace(const TraceResult &result, const Look &look, const Settings &settings);
+// The drawing's size, counts and origin as a JSON object on a line, with some members more.
+void printJson(const Drawing &drawing, const std::string &input, int page, const QJsonObject &more,
+               std::FILE *stream);
+
+// What a drawing's JSON file says about its origin: preset, seed, settings, the engine's options,
+// palette, counts. No times: the same trace gives the same file.
+QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settings &settings);
+
+// Why the preset was taken, and the times.
+QJsonObject aboutRun(const TraceResult &result, const Look &look);
 
 } // namespace ztrace
 

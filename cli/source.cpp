@@ -136,6 +136,12 @@ bool ImageSource::isCutShort() const
         && data.lastIndexOf(QByteArray("\xFF\xD9", 2)) < lastScan;
 }
 
+bool ImageSource::isDrawing() const
+{
+    const QByteArray start = data.left(1000).trimmed();
+    return start.startsWith('{');
+}
+
 double dpiOf(const QImage &image)
 {
     const double kMetresPerInch = 0.0254;

@@ -35,6 +35,9 @@ public:
     // the rest; every other format that ends early cannot be read.
     bool isCutShort() const;
 
+    // True for a drawing that was written as JSON, and for other JSON, which readJson refuses.
+    bool isDrawing() const;
+
     // The file's bytes.
     const QByteArray &contents() const { return data; }
 

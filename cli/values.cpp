@@ -83,10 +83,15 @@ QRgb colourValue(const std::string &setting, const std::string &text)
 {
     QString name = QString::fromStdString(text).trimmed();
     QColor colour(name);
-    if (!colour.isValid())
-        colour = QColor(QLatin1Char('#') + name);
+    if (!colour.isValid()) {
+        name.prepend(QLatin1Char('#'));
+        colour = QColor(name);
+    }
     if (!colour.isValid())
         refuse(setting, text, "a colour (such as \"#ff8000\" or \"orange\")");
+    const int kWithAlpha = 9; // of "#aarrggbb"
+    if (colour.alpha() != 255 || (name.startsWith(QLatin1Char('#')) && name.size() == kWithAlpha))
+        refuse(setting, text, "an opaque colour (such as \"#ff8000\" or \"orange\")");
     return colour.rgb();
 }
 

@@ -49,7 +49,19 @@ QStringList Drawing::layers() const
             names.append(name);
         }
     }
+    const int place = names.indexOf(groundLayer());
+    if (place > 0)
+        names.move(place, 0);
     return names;
+}
+
+QString Drawing::groundLayer() const
+{
+    for (const Outline &outline : outlines) {
+        if (qAlpha(ground) != 0 && outline.colour == ground)
+            return layerName(outline);
+    }
+    return QString();
 }
 
 Frame frameOf(const Drawing &drawing)

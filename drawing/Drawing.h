@@ -4,6 +4,7 @@
 #ifndef ZTRACE_DRAWING_H
 #define ZTRACE_DRAWING_H
 
+#include <QJsonObject>
 #include <QRgb>
 #include <QString>
 #include <QStringList>
@@ -46,12 +47,17 @@ struct Drawing
     // through the hairlines between neighbours. Part of fills only.
     QRgb ground = 0;
 
+    // How the drawing came about: what JSON says besides (docs/command.md lists the members).
+    QJsonObject about;
+
     // Drawing units that one pixel is long: 1 for pixels.
     double unitsPerPixel() const;
     // Points (1/72 inch) that one pixel is long on paper.
     double pointsPerPixel() const;
-    // Layers in the order of their first outline, each once.
+    // Layers in the order of their first outline, each once; the ground's before all others.
     QStringList layers() const;
+    // The layer of the ground's own colour, which the ground is part of; null when there is none.
+    QString groundLayer() const;
 };
 
 // What a picture of the outlines looks like; the geometry is the same for all.

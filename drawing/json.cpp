@@ -21,6 +21,9 @@ namespace {
 const char kFormatName[] = "ztrace drawing";
 const int kFormatVersion = 1;
 const char *const kUnitNames[] = { "px", "mm", "in" };
+// Of the drawing itself; all others say how it came about.
+const char *const kOwnMembers[]
+    = { "format", "version", "width", "height", "dpi", "unit", "ground", "outlines" };
 
 // A piece without its start: ["L", x, y], ["A", bulge, x, y], or ["S", degree, x, y, ...] with
 // all control points but the first; a quadratic, the most frequent one, is ["Q", x, y, x, y].
@@ -187,7 +190,20 @@ QByteArray jsonNumber(double value)
     return numberText(value);
 }
 
-bool writeJson(const Drawing &drawing, const QByteArray &about, QIODevice *device)
+QByteArray jsonValue(const QJsonValue &value)
+{
+    const QByteArray list = QJsonDocument(QJsonArray { value }).toJson(QJsonDocument::Compact);
+    return list.mid(1, list.size() - 2);
+}
+
+QJsonValue jsonNumberValue(double value)
+{
+    const QByteArray text = jsonNumber(value);
+    return text.startsWith('"') ? QJsonValue(QString::fromLatin1(text.mid(1, text.size() - 2)))
+                                : QJsonValue(value);
+}
+
+bool writeJson(const Drawing &drawing, QIODevice *device)
 {
     TextSink sink(device);
     QByteArray &text = sink.text();
@@ -198,8 +214,8 @@ bool writeJson(const Drawing &drawing, const QByteArray &about, QIODevice *devic
         + kUnitNames[static_cast<int>(drawing.unit)] + '"';
     if (qAlpha(drawing.ground) != 0)
         text += ",\"ground\":\"" + colourName(drawing.ground) + '"';
-    if (!about.isEmpty())
-        text += ",\n" + about;
+    for (auto member = drawing.about.begin(); member != drawing.about.end(); ++member)
+        text += ",\n" + jsonText(member.key()) + ':' + jsonValue(member.value());
     text += ",\n\"outlines\":[";
     for (std::size_t i = 0; i < drawing.outlines.size(); ++i) {
         text += i ? ",\n" : "\n";
@@ -235,6 +251,9 @@ bool readJson(const QByteArray &text, Drawing *drawing, QString *error)
     const QColor ground(object.value(QLatin1String("ground")).toString());
     if (ground.isValid())
         result.ground = ground.rgb();
+    result.about = object;
+    for (const char *own : kOwnMembers)
+        result.about.remove(QLatin1String(own));
     const QJsonArray outlines = object.value(QLatin1String("outlines")).toArray();
     for (const QJsonValue &value : outlines) {
         Outline outline;

@@ -5,6 +5,7 @@
 #define ZTRACE_DRAWING_JSON_H
 
 #include <QByteArray>
+#include <QJsonValue>
 
 #include "Drawing.h"
 
@@ -12,10 +13,9 @@ class QIODevice;
 
 namespace ztrace {
 
-// Writes the drawing losslessly: readJson gives an equal one. `about` is put into the file as it
-// is: the members of an object, without braces, or nothing. Returns false when the device took less
-// than everything.
-bool writeJson(const Drawing &drawing, const QByteArray &about, QIODevice *device);
+// Writes the drawing losslessly: readJson gives an equal one, and writing that the same bytes.
+// Returns false when the device took less than everything.
+bool writeJson(const Drawing &drawing, QIODevice *device);
 
 // Reads what writeJson has written. Returns false, and says in `error` what is wrong, for text that
 // is no such drawing.
@@ -23,6 +23,12 @@ bool readJson(const QByteArray &text, Drawing *drawing, QString *error);
 
 // A JSON string with its quotes.
 QByteArray jsonText(const QString &text);
+
+// Any value, on one line.
+QByteArray jsonValue(const QJsonValue &value);
+
+// A number for a document, with the strings of jsonNumber.
+QJsonValue jsonNumberValue(double value);
 
 // A JSON number; what has no number there is one of the strings "nan", "inf", "-inf" and "-0".
 QByteArray jsonNumber(double value);

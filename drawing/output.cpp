@@ -6,13 +6,14 @@
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cstdio>
 
 namespace ztrace {
 
 namespace {
+
+const char kStandardOutput[] = "-";
 
 bool fail(QString *error, const QString &text)
 {
@@ -28,50 +29,74 @@ QString reasonOf(const QFileDevice &file)
         : text;
 }
 
-// Streams cannot be taken back, so they get nothing before the writer has succeeded.
-bool writeStream(QFile *stream, const std::function<bool(QIODevice *)> &write, QString *error)
+bool isStream(const QString &fileName)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    if (!write(&buffer))
-        return fail(error, QString::fromLatin1("the drawing could not be put together"));
-    if (!writeFully(stream, buffer.data()) || !stream->flush())
-        return fail(error, reasonOf(*stream));
+    const QFileInfo info(fileName);
+    return fileName == QLatin1String(kStandardOutput) || (info.exists() && !info.isFile());
+}
+
+bool send(const QString &fileName, const QByteArray &contents, QString *error)
+{
+    QFile stream(fileName);
+    const bool open = fileName == QLatin1String(kStandardOutput)
+        ? stream.open(stdout, QIODevice::WriteOnly)
+        : stream.open(QIODevice::WriteOnly);
+    if (!open || !writeFully(&stream, contents) || !stream.flush())
+        return fail(error, reasonOf(stream));
     return true;
 }
 
 } // namespace
 
-bool writeWhole(const QString &fileName, const std::function<bool(QIODevice *)> &write,
-                QString *error)
+bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QString *error)
 {
-    if (fileName == QLatin1String("-")) {
-        QFile stream;
-        if (!stream.open(stdout, QIODevice::WriteOnly))
-            return fail(error, reasonOf(stream));
-        return writeStream(&stream, write, error);
-    }
-    const QFileInfo info(fileName);
-    if (info.isDir())
+    if (fileName != QLatin1String(kStandardOutput) && QFileInfo(fileName).isDir())
         return fail(error, QString::fromLatin1("it is a folder"));
-    if (info.exists() && !info.isFile()) {
-        QFile stream(fileName);
-        if (!stream.open(QIODevice::WriteOnly))
-            return fail(error, reasonOf(stream));
-        return writeStream(&stream, write, error);
-    }
-    QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly))
-        return fail(error, reasonOf(file));
+    if (isStream(fileName))
+        return addStream(fileName, write, error);
+    std::unique_ptr<QSaveFile> file(new QSaveFile(fileName));
+    if (!file->open(QIODevice::WriteOnly))
+        return fail(error, reasonOf(*file));
     // The last bytes wait in a buffer, and commit() does not tell when they cannot be written.
-    if (!write(&file) || !file.flush()) {
-        const QString reason = reasonOf(file);
-        file.cancelWriting();
-        return fail(error, reason);
-    }
-    if (!file.commit())
-        return fail(error, reasonOf(file));
+    if (!write(file.get()) || !file->flush())
+        return fail(error, reasonOf(*file));
+    files.push_back(std::move(file));
     return true;
+}
+
+// Streams cannot be taken back, so they get nothing before all writers have succeeded.
+bool OutputFiles::addStream(const QString &fileName, const DeviceWriter &write, QString *error)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    if (!write(&buffer))
+        return fail(error, QString::fromLatin1("the drawing could not be put together"));
+    streams.push_back({ fileName, buffer.data() });
+    return true;
+}
+
+bool OutputFiles::commit(QString *fileName, QString *error)
+{
+    for (const Stream &stream : streams) {
+        *fileName = stream.name;
+        if (!send(stream.name, stream.contents, error))
+            return false;
+    }
+    for (const std::unique_ptr<QSaveFile> &file : files) {
+        *fileName = file->fileName();
+        if (!file->commit())
+            return fail(error, reasonOf(*file));
+    }
+    streams.clear();
+    files.clear();
+    return true;
+}
+
+bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error)
+{
+    OutputFiles output;
+    QString name;
+    return output.add(fileName, write, error) && output.commit(&name, error);
 }
 
 } // namespace ztrace

@@ -4,20 +4,53 @@
 #ifndef ZTRACE_DRAWING_OUTPUT_H
 #define ZTRACE_DRAWING_OUTPUT_H
 
+#include <QByteArray>
+#include <QSaveFile>
 #include <QString>
 
 #include <functional>
+#include <memory>
+#include <vector>
 
 class QIODevice;
 
 namespace ztrace {
 
-// Calls `write` with a device, open for writing. Its contents get the file's name only when
-// everything has arrived on the disk; otherwise a file of that name stays as it was, and `error`
-// says why in one sentence without the file's name. A name that is no ordinary file (a terminal, a
-// pipe) is written to directly; "-" is standard output.
-bool writeWhole(const QString &fileName, const std::function<bool(QIODevice *)> &write,
-                QString *error);
+// Puts something on a device that is open for writing; false when the device took less.
+typedef std::function<bool(QIODevice *)> DeviceWriter;
+
+// Files that get their names together, when the contents of all of them have arrived on the disk.
+// Until then, and after a failure, files of those names stay as they were. A name that is no
+// ordinary file (a terminal, a pipe) gets its contents with the others; "-" is standard output.
+class OutputFiles
+{
+public:
+    OutputFiles() = default;
+    OutputFiles(const OutputFiles &) = delete;
+    OutputFiles &operator=(const OutputFiles &) = delete;
+
+    // Calls `write` with a temporary place. On failure `error` says why in one sentence without the
+    // file's name.
+    bool add(const QString &fileName, const DeviceWriter &write, QString *error);
+
+    // Gives everything its name. On failure `fileName` is the one that it is about.
+    bool commit(QString *fileName, QString *error);
+
+private:
+    struct Stream
+    {
+        QString name;
+        QByteArray contents;
+    };
+
+    bool addStream(const QString &fileName, const DeviceWriter &write, QString *error);
+
+    std::vector<Stream> streams;
+    std::vector<std::unique_ptr<QSaveFile>> files;
+};
+
+// One file alone.
+bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error);
 
 } // namespace ztrace
 

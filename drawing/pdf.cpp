@@ -82,12 +82,15 @@ public:
         const double scale = drawing.pointsPerPixel();
         matrix(scale, -frame.x * scale, -frame.y * scale);
         content += "1 j 1 J\n"; // round joins and ends
-        if (qAlpha(drawing.ground) != 0 && !style.stroked)
+        const QString groundLayer = style.byLayer ? drawing.groundLayer() : QString();
+        if (groundLayer.isNull())
             paintGround();
         if (style.byLayer) {
             const QStringList layers = drawing.layers();
             for (int i = 0; i < layers.size(); ++i) {
                 content += "/OC /L" + QByteArray::number(i) + " BDC\n";
+                if (layers.at(i) == groundLayer)
+                    paintGround();
                 for (const Outline &outline : drawing.outlines) {
                     if (layerName(outline) == layers.at(i))
                         paint(outline);
@@ -140,6 +143,8 @@ private:
 
     void paintGround()
     {
+        if (qAlpha(drawing.ground) == 0 || style.stroked)
+            return;
         colour(drawing.ground, "rg");
         for (double value : { frame.x, frame.y, frame.width, frame.height })
             number(value);

@@ -1,8 +1,10 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "png.h"
 
+#include "TextSink.h"
 #include "pieces.h"
 
+#include <QBuffer>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -135,7 +137,10 @@ QImage renderDrawing(const Drawing &drawing, const PaintStyle &style, double sca
 bool writePng(const Drawing &drawing, const PaintStyle &style, double scale, QIODevice *device)
 {
     const QImage image = renderDrawing(drawing, style, scale);
-    return !image.isNull() && image.save(device, "PNG");
+    // The encoder has words of its own for a full disk.
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return !image.isNull() && image.save(&buffer, "PNG") && writeFully(device, buffer.data());
 }
 
 } // namespace ztrace

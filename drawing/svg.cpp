@@ -76,12 +76,14 @@ private:
         text += ' ';
         number(frame.height);
         text += "\">\n";
-        if (qAlpha(drawing.ground) != 0 && !options.style.stroked)
+        if (!options.style.byLayer || drawing.groundLayer().isNull())
             writeGround();
     }
 
     void writeGround()
     {
+        if (qAlpha(drawing.ground) == 0 || options.style.stroked)
+            return;
         QByteArray &text = sink.text();
         text += "<rect width=\"";
         number(frame.width);
@@ -94,6 +96,8 @@ private:
     {
         sink.text() += "<g inkscape:groupmode=\"layer\" id=\"layer" + QByteArray::number(serial)
             + "\" inkscape:label=\"" + escaped(name) + "\">\n";
+        if (name == drawing.groundLayer())
+            writeGround();
         for (const Outline &outline : drawing.outlines) {
             if (layerName(outline) == name)
                 writeOutline(outline);

@@ -44,18 +44,13 @@ bool writePng(const Drawing &drawing, QIODevice *device)
     return ztrace::writePng(drawing, strokes(), 1.0, device);
 }
 
-bool writeJson(const Drawing &drawing, QIODevice *device)
-{
-    return ztrace::writeJson(drawing, QByteArray(), device);
-}
-
 const struct
 {
     const char *ending;
     bool (*write)(const Drawing &drawing, QIODevice *device);
 } kFormats[] = {
-    { "svg", writeSvg }, { "dxf", writeDxf },   { "pdf", writePdf },
-    { "png", writePng }, { "json", writeJson },
+    { "svg", writeSvg }, { "dxf", writeDxf },           { "pdf", writePdf },
+    { "png", writePng }, { "json", ztrace::writeJson },
 };
 
 } // namespace

@@ -2,9 +2,10 @@
 """The command line: what it writes, and how it fails."""
 import os
 import re
+import subprocess
 import unittest
 
-from support import BLACK, CLEAR, RED, WHITE, CommandTest, area, paths, png, ring, square
+from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, area, paths, png, ring, square
 
 HALF = (0, 0, 255, 128)
 
@@ -191,27 +192,42 @@ class Failing(CommandTest):
                             ("text.png", "not an image"), ("cut.png", "the image is damaged or incomplete"),
                             ("folder.png", "is a folder")]:
             with self.subTest(name):
-                self.assert_refused(name, "-o", "out.svg", code=1, words=name + ": " + words)
+                self.assert_refused(name, "-o", "out.svg", code=3, words=name + ": " + words)
 
     def test_empty_standard_input(self):
-        self.assert_refused("-", code=1, words="standard input: is empty")
+        self.assert_refused("-", code=3, words="standard input: is empty")
 
     def test_unwritable_output(self):
         os.mkdir(self.path("folder"))
         for name, words in [("none/a.svg", "there is no folder none"), ("folder", "it is a folder"),
                             ("/dev/full", "No space left")]:
             with self.subTest(name):
-                self.assert_refused("a.png", "-o", name, code=1, words=name + ": " + words)
+                self.assert_refused("a.png", "-o", name, code=4, words=name + ": " + words)
 
     def test_palette_that_cannot_be_made(self):
         for arguments in (["--raw"], ["-p", "photo"]):
             self.assert_refused("a.png", *arguments, "--set", "numberofcolors=1e300", code=1,
                                 words="no palette of that many colours")
 
+    def test_outputs_appear_together(self):
+        outputs = ["-o", "a.svg", "-o", "a.dxf"]
+        self.assert_refused("a.png", *outputs, "-o", "/dev/full", code=4, words="/dev/full: No space left")
+        self.assert_refused("a.png", *outputs, "-o", "large.png", "--scale", "1000", code=4,
+                            words="large.png: a picture of more than")
+
+    def test_an_output_by_two_names(self):
+        self.assert_refused("a.png", "-o", "b.svg", "-o", "./b.svg", code=2, words="./b.svg is given twice")
+
+    def test_report_that_does_not_arrive(self):
+        with open("/dev/full", "wb") as full:
+            result = subprocess.run([PROGRAM, "a.png", "--stats"], cwd=self.folder, stdout=full,
+                                    stderr=subprocess.PIPE)
+        self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: No space left on device\n"))
+
     def test_failure_keeps_the_old_file(self):
         self.write("out.svg", b"old")
         self.write("cut.png", png(99, 99, lambda x, y: (x, y, 0, 255))[:300])
-        self.run_program("cut.png", "-o", "out.svg", code=1)
+        self.run_program("cut.png", "-o", "out.svg", code=3)
         self.assertEqual(self.read("out.svg"), b"old")
 
 

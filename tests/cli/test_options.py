@@ -102,14 +102,25 @@ class Configuration(OptionsTest):
         self.assertTrue(os.path.exists(self.path("y.dxf")))
         self.assertEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"none"})
 
+    def test_all_of_the_notation(self):
+        self.write("c.toml", b"palette = '#ff0000,#0000ff' # two pens\noutput = [\n  \"x.svg\", # one\n  \"y.json\",\n]\n"
+                             b"'seed' = 0x10\nset.ltres = inf\nset.qtres = 1e-1\n")
+        self.run_program("a.png", "--config", "c.toml")
+        self.assertLessEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"#ff0000", "#0000ff"})
+        data = json.loads(self.read("y.json"))
+        self.assertEqual((data["seed"], data["options"]["ltres"], data["options"]["qtres"]), (16, "inf", 0.1))
+
     def test_mistakes_are_told(self):
-        for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = many\n", '"many"'),
+        for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = 'many'\n", '"many"'), (b"colors = many\n", "in quotes"),
                             (b"[set]\nfoo = 1\n", '"foo"'), (b"[other]\ncolors = 1\n", "[other]"),
-                            (b"colors = [1, 2]\n", "one value"), (b"outline = 1\n", "true or false")]:
+                            (b"colors = [1, 2]\n", "one value"), (b"outline = 1\n", "true or false"),
+                            (b"seed = 2\n\npreset = logo\n", "c.toml, line 3: "), (b"seed = 1979-05-27\n", "a number"),
+                            (b"# one\nseed = -1\n", 'c.toml, line 2: --seed: "-1"'), (b"set = 1\n", '"set"'),
+                            (b"seed = 1\nseed = 2\n", "line 2"), (b"[set]\nltres = nan\n", "not a number")]:
             self.write("c.toml", text)
             with self.subTest(text):
                 self.assert_refused("a.png", "--config", "c.toml", code=2, words=words)
-        self.assert_refused("a.png", "--config", "none.toml", code=1, words="none.toml: No such file")
+        self.assert_refused("a.png", "--config", "none.toml", code=3, words="none.toml: No such file")
 
 
 class Palettes(OptionsTest):
@@ -135,15 +146,23 @@ class Palettes(OptionsTest):
 
     def test_palette_file(self):
         self.write("pens.gpl", b"GIMP Palette\nName: pens\nColumns: 2\n# comment\n255   0   0\tRed\n  0 0 255 Blue\n")
-        self.assertLessEqual(set(self.fills("a.png", "--palette", "pens.gpl")), {"#ff0000", "#0000ff"})
+        fills = self.fills("a.png", "--palette", "pens.gpl")
+        self.assertLessEqual(set(fills), {"#ff0000", "#0000ff"})
+        for name, text in [("PENS.GPL", b"\xef\xbb\xbfGIMP Palette\r\nName: 2 pens\r\n255 0 0\r\n0 0 255 Blue\r\n"),
+                           ("pens.txt", b"red\n\n#0000ff\n"), ("pens", b"#f00,blue")]:
+            self.write(name, text)
+            self.assertEqual(self.fills("a.png", "--palette", name), fills)
 
     def test_mistakes_are_told(self):
-        self.write("a.gpl", b"GIMP Palette\n256 0 0\n")
-        self.write("b.gpl", b"red\n")
+        self.write("a.gpl", b"GIMP Palette\n#\n256 0 0\n")
+        self.write("b.gpl", b"red\nreed\n")
         self.write("c.gpl", b"GIMP Palette\n")
+        self.write("e.gpl", b"GIMP Palette\n12 13 x\n")
         for value, code, words in [("", 2, "no colours"), ("#12", 2, '"#12" is not a colour'), (",,", 2, '"" is not'),
-                                   ("a.gpl", 1, '"256 0 0" is not a colour'), ("b.gpl", 1, "not a palette file"),
-                                   ("c.gpl", 2, "no colours"), ("d.gpl", 1, "No such file")]:
+                                   ("a.gpl", 2, 'a.gpl, line 3: "256 0 0" is not a colour'),
+                                   ("b.gpl", 2, 'b.gpl, line 2: "reed" is not a colour'), ("c.gpl", 2, "no colours"),
+                                   ("d.gpl", 3, "No such file"), ("e.gpl", 2, 'line 2: "12 13 x" is not a colour'),
+                                   ("#ff000080", 2, "not an opaque colour"), ("transparent", 2, "not an opaque")]:
             with self.subTest(value):
                 self.assert_refused("a.png", "--palette", value, code=code, words=words)
 
@@ -225,7 +244,7 @@ class Units(OptionsTest):
         self.write("a.png", ring(RED, WHITE, WHITE))
         self.run_program("a.png", "-o", "b.png", "--scale", "2.5")
         self.assertEqual(struct.unpack(">II", self.read("b.png")[16:24]), (100, 100))
-        self.assert_refused("a.png", "-o", "c.png", "--scale", "1000", code=1, words="c.png: a picture of more than")
+        self.assert_refused("a.png", "-o", "c.png", "--scale", "1000", code=4, words="c.png: a picture of more than")
 
 
 class Scans(OptionsTest):
@@ -237,7 +256,7 @@ class Scans(OptionsTest):
         self.run_program("a.tif", "--page", "all", "-o", "p.svg", "-o", "p.dxf")
         self.assertEqual((self.read("p-1.svg"), self.read("p-2.svg")), (one, two))
         self.assertTrue(os.path.exists(self.path("p-2.dxf")))
-        self.assert_refused("a.tif", "--page", "3", code=1, words="there is no page 3 (the file has 2)")
+        self.assert_refused("a.tif", "--page", "3", code=3, words="there is no page 3 (the file has 2)")
         self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
 
     def test_the_input_is_not_overwritten_by_a_page(self):
@@ -389,9 +408,35 @@ class Drawings(OptionsTest):
         self.assertEqual([c["color"] for c in data["palette"]], ["#ffffff", "#ff0000"])
         self.assertEqual(len(data["outlines"]), data["statistics"]["outlines"])
 
+    def test_a_drawing_is_told_by_its_contents(self):
+        self.write("a.png", ring(RED, CLEAR, WHITE))
+        self.run_program("a.png", "-o", "a.json", "-o", "a.svg")
+        self.write("drawing.txt", self.read("a.json"))
+        self.assertEqual(self.svg("drawing.txt"), self.read("a.svg"))
+        self.assertEqual(self.run_program("-", stdin=self.read("a.json")).stdout, self.read("a.svg"))
+
+    def test_a_drawing_written_again_is_the_same(self):
+        self.write("a.png", ring(RED, (0, 0, 255, 90), WHITE))
+        self.run_program("a.png", "-o", "a.json", "--set", "ltres=inf", "--set", "qtres=0.1", "--colors", "7")
+        self.run_program("a.json", "-o", "b.json")
+        self.assertEqual(self.read("b.json"), self.read("a.json"))
+        data = json.loads(self.read("a.json"))
+        self.assertEqual(data["settings"], {"method": ["flat"], "colors": ["7"], "set": ["ltres=inf", "qtres=0.1"]})
+        self.assertEqual((data["options"]["ltres"], data["options"]["qtres"]), ("inf", 0.1))
+
+    def test_statistics_of_a_drawing(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        traced = self.stats("a.png")
+        self.run_program("a.png", "-o", "a.json")
+        read = self.stats("a.json")
+        self.assertEqual({name for name in traced if name not in read}, {"reason", "seconds"})
+        self.assertEqual({**traced, **read}, {**traced, "input": "a.json"})
+        self.assertRegex(self.run_program("a.json", "-o", "b.svg", "--stats").stdout.decode(),
+                         r"^image +40 x 40 pixels, 96 an inch\noutlines +3\nsegments ")
+
     def test_other_json_is_refused(self):
         self.write("a.json", b"{}")
-        self.assert_refused("a.json", "-o", "b.svg", code=1, words="a.json: not a drawing")
+        self.assert_refused("a.json", "-o", "b.svg", code=3, words="a.json: not a drawing")
 
 
 class WithoutEffect(OptionsTest):
@@ -451,8 +496,8 @@ class Mistakes(OptionsTest):
         self.assert_refused("a.png", "out.svg", code=2, words="-o out.svg makes it an output")
 
     def test_folders_that_are_not_there(self):
-        self.assert_refused("no/a.png", code=1, words="no/a.png: No such file")
-        self.assert_refused("a.png", "-o", "no/a.svg", code=1, words="no/a.svg: there is no folder no")
+        self.assert_refused("no/a.png", code=3, words="no/a.png: No such file")
+        self.assert_refused("a.png", "-o", "no/a.svg", code=4, words="no/a.svg: there is no folder no")
 
     def test_a_broken_preset_that_nobody_asked_for(self):
         folder = self.path("ztrace/presets")
@@ -466,7 +511,7 @@ class Mistakes(OptionsTest):
         listed = self.run_program("presets", environment=environment)
         self.assertIn(b"mine", listed.stdout)
         self.assertIn(b"photo", listed.stdout)
-        self.assertIn(b'bad.toml: there is no setting "colrs"', listed.stderr)
+        self.assertIn(b'bad.toml, line 1: there is no setting "colrs"', listed.stderr)
         result = self.run_program("a.png", "-p", "bad", code=2, environment=environment)
         self.assertIn(b"colrs", result.stderr)
 
@@ -491,7 +536,7 @@ class CutShort(OptionsTest):
     def test_a_png_that_does_is_refused(self):
         whole = ring(RED, WHITE, WHITE)
         self.write("half.png", whole[:len(whole) - 40])
-        self.assert_refused("half.png", code=1, words="half.png: the image is damaged or incomplete")
+        self.assert_refused("half.png", code=3, words="half.png: the image is damaged or incomplete")
 
 
 class Progress(OptionsTest):
@@ -511,7 +556,7 @@ class FullDisk(OptionsTest):
         try:
             self.write("disk/a.svg", b"old")
             self.write("a.png", png(400, 400, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
-            result = self.run_program("a.png", "-p", "photo", "-o", "disk/a.svg", code=1)
+            result = self.run_program("a.png", "-p", "photo", "-o", "disk/a.svg", code=4)
             self.assertIn(b"disk/a.svg: No space left on device", result.stderr)
             self.assertEqual(self.read("disk/a.svg"), b"old")
             self.assertEqual(os.listdir(self.path("disk")), ["a.svg"])
@@ -520,7 +565,7 @@ class FullDisk(OptionsTest):
             self.write("disk/fill", b"x" * (free.f_bavail * free.f_bsize))
             self.write("small.png", ring(RED, WHITE, WHITE))
             for name in "a.svg", "a.dxf", "a.json", "a.pdf", "a.png":
-                result = self.run_program("small.png", "-o", "disk/" + name, code=1)
+                result = self.run_program("small.png", "-o", "disk/" + name, code=4)
                 self.assertIn(b"disk/" + name.encode() + b": ", result.stderr)
             self.assertEqual(self.read("disk/a.svg"), b"old")
             self.assertEqual(sorted(os.listdir(self.path("disk"))), ["a.svg", "fill"])
