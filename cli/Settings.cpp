@@ -40,29 +40,33 @@ void storeEngineOption(Settings *s, const std::string &text)
 
 void storeThreshold(Settings *s, const std::string &text)
 {
-    if (text == "otsu") {
-        s->threshold = Threshold::Otsu;
-    } else if (text == "adaptive") {
-        s->threshold = Threshold::Adaptive;
-    } else {
-        s->threshold = Threshold::Fixed;
-        s->fixedThreshold = wholeValue("--threshold", text, 0, 255);
+    const std::vector<std::pair<const char *, Threshold>> words
+        = { { "auto", Threshold::Auto },
+            { "otsu", Threshold::Otsu },
+            { "adaptive", Threshold::Adaptive } };
+    for (const auto &word : words) {
+        if (text == word.first) {
+            s->threshold = word.second;
+            return;
+        }
     }
+    s->fixedThreshold = wholeValue("--threshold", text, 0, 255, "auto, otsu or adaptive");
+    s->threshold = Threshold::Fixed;
 }
 
 void storeDpi(Settings *s, const std::string &text)
 {
-    s->dpi = text == "auto" ? 0.0 : numberValue("--dpi", text, kLeastDpi, kMostDpi);
+    s->dpi = text == "auto" ? 0.0 : numberValue("--dpi", text, kLeastDpi, kMostDpi, "auto");
 }
 
 void storePage(Settings *s, const std::string &text)
 {
-    s->page = text == "all" ? 0 : wholeValue("--page", text, 1, kMostPages);
+    s->page = text == "all" ? 0 : wholeValue("--page", text, 1, kMostPages, "all");
 }
 
 void storeUpsampling(Settings *s, const std::string &text)
 {
-    s->upsample = text == "auto" ? 0 : wholeValue("--upsample", text, 1, kMostUpsampling);
+    s->upsample = text == "auto" ? 0 : wholeValue("--upsample", text, 1, kMostUpsampling, "auto");
 }
 
 const std::string kOutputGroup = "Output";
@@ -150,10 +154,9 @@ const Setting kColourSettings[] = {
     { "background", "", Setting::Value, kColourGroup, "COLOR",
       "Put this colour under what is transparent",
       [](Settings *s, const std::string &t) { s->background = colourValue("--background", t); } },
-    { "threshold", "", Setting::Value, kColourGroup, "N|otsu|adaptive",
-      "lineart: what is at most this light is ink; otsu chooses for the whole page, adaptive "
-      "for "
-      "every part of it, against uneven light (otsu)",
+    { "threshold", "", Setting::Value, kColourGroup, "N|WORD",
+      "lineart: what is at most this light is ink. auto evens out uneven light and chooses for the "
+      "page, otsu chooses for the page as it is, adaptive for every part of it (auto)",
       storeThreshold },
     { "deskew", "", Setting::Flag, kColourGroup, "", "lineart: turn a crooked page upright",
       [](Settings *s, const std::string &t) { s->deskew = flagValue("--deskew", t); } },

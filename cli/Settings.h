@@ -27,7 +27,8 @@ enum class Method {
     Raw    // the image as it is, everything left to the engine
 };
 
-enum class Threshold { Otsu, Adaptive, Fixed };
+// Auto: for the whole page, after uneven light has been evened out.
+enum class Threshold { Auto, Otsu, Adaptive, Fixed };
 enum class Progress { Auto, Always, Never };
 
 struct Settings
@@ -54,7 +55,7 @@ struct Settings
     std::optional<int> colors;
     std::vector<QRgb> palette; // exactly these, when not empty
     std::optional<QRgb> background;
-    Threshold threshold = Threshold::Otsu;
+    Threshold threshold = Threshold::Auto;
     int fixedThreshold = 0;
     bool deskew = false;
     int despeckle = 0; // pixels

@@ -132,20 +132,39 @@ public:
                                                       - areas.begin())];
     }
 
-    // Strokes under neighbours that are painted later: they lie on top with their exact
-    // outlines.
-    void closeSeams(bool everywhere, double width, double rimWidth)
+    // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
+    // Where the ground has the colour of one of the two, the hairline shows what should be there.
+    // Where `apart`, areas are cut out of what lies around them and have their seams with it, too.
+    void closeSeams(const Drawing &drawing, bool apart)
     {
+        const std::vector<int> places = placesInPainting(drawing, apart);
+        std::vector<bool> touchesClear(map.regions.size(), false);
+        std::vector<bool> isBelow(map.regions.size(), false);
+        for (const auto &pair : nesting.neighbours) {
+            const std::size_t a = at(pair.first);
+            const std::size_t b = at(pair.second);
+            touchesClear[a] = touchesClear[a] || alphaOf(pair.second) < 255;
+            touchesClear[b] = touchesClear[b] || alphaOf(pair.first) < 255;
+            const bool nested = nesting.parent[b] == pair.first;
+            const bool onGround
+                = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
+            if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
+                || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
+                continue;
+            isBelow[places[a] < places[b] ? a : b] = true;
+        }
+        const bool hasGround = qAlpha(drawing.ground) != 0;
+        const double width = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
                 continue;
-            const int around = nesting.parent[at(regionOf[i])];
-            if (everywhere || nesting.hasLaterSibling[at(regionOf[i])])
-                (*outlines)[i].seam = nesting.touchesClear[at(regionOf[i])]
-                    ? std::min(width, kSeamWidthBesideClear)
-                    : width;
-            else if (around == kOutside || alphaOf(around) < 255)
-                (*outlines)[i].seam = rimWidth;
+            const std::size_t region = at(regionOf[i]);
+            const int around = nesting.parent[region];
+            if (isBelow[region])
+                (*outlines)[i].seam
+                    = touchesClear[region] ? std::min(width, kSeamWidthBesideClear) : width;
+            else if (!hasGround && (around == kOutside || alphaOf(around) < 255))
+                (*outlines)[i].seam = kSeamWidthAtRim;
         }
     }
 
@@ -215,10 +234,24 @@ public:
 private:
     static std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-    int alphaOf(int region) const
+    // When each region's outline is painted; kNone for one without.
+    std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
-        return qAlpha(plane.colours[at(map.regions[at(region)].label)]);
+        std::vector<int> places(map.regions.size(), kNone);
+        int place = 0;
+        const QStringList layers = byLayer ? drawing.layers() : QStringList(QString());
+        for (const QString &layer : layers) {
+            for (std::size_t i = 0; i < regionOf.size(); ++i) {
+                if (regionOf[i] != kNone && (!byLayer || layerName((*outlines)[i]) == layer))
+                    places[at(regionOf[i])] = place++;
+            }
+        }
+        return places;
     }
+
+    QRgb colourOf(int region) const { return plane.colours[at(map.regions[at(region)].label)]; }
+
+    int alphaOf(int region) const { return qAlpha(colourOf(region)); }
 
     void retain(const std::vector<bool> &keep)
     {
@@ -323,13 +356,12 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
         arranger.cutTransparent();
     if (opaque && !fewSeams && whole)
         drawing.ground = arranger.commonestColour();
-    if (!fewSeams || settings.style.byLayer)
-        arranger.closeSeams(settings.style.byLayer, opaque ? kSeamWidth : kSeamWidthWithoutGround,
-                            opaque ? 0.0 : kSeamWidthAtRim);
     if (!settings.transparent)
         arranger.dropTransparent();
     if (settings.noFrame)
         arranger.dropFrame();
+    if (!fewSeams || settings.style.byLayer)
+        arranger.closeSeams(drawing, settings.style.byLayer);
     if (!settings.onlyColours.empty())
         arranger.keepColours(settings.onlyColours);
     return drawing;

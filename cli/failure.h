@@ -28,6 +28,11 @@ public:
     ExitCode code;
 };
 
+[[noreturn]] inline void failForMemory()
+{
+    throw Failure(kFailed, "the image does not fit into memory");
+}
+
 } // namespace ztrace
 
 #endif

@@ -6,6 +6,8 @@
 
 #include <leptonica/allheaders.h>
 
+#include <QImage>
+
 #include <memory>
 
 namespace ztrace {
@@ -16,6 +18,13 @@ struct PixRelease
 };
 
 typedef std::unique_ptr<PIX, PixRelease> PixPtr;
+
+// The lightness of an opaque image, 8 bits a pixel. The library prints nothing from then on. Throws
+// a Failure when it does not fit into memory.
+PixPtr greyPixOf(const QImage &image);
+
+// RGB32 of an image of 8 bits a pixel, or of one bit with ink as ones. Throws as well.
+QImage imageOfPix(PIX *pix);
 
 } // namespace ztrace
 

@@ -1,18 +1,21 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // The limits were read off scans, logos, clip art, cartoons, wallpapers and photographs of
-// Debian's packages: line art has two lightnesses (unevenness below 0.2), drawn pictures lie in
-// flat areas of a few colours for a third and more, photographs for a fifth at most, and shaded
-// illustrations have fewer edges than both.
+// Debian's packages: line art has two lightnesses (unevenness below 0.2) and little ink, drawn
+// pictures lie in flat areas of a few colours for a third and more, photographs for a fifth at
+// most, and shaded illustrations have fewer edges than both.
 #include "look.h"
 
 #include "colour.h"
+#include "leptonica.h"
+#include "lighting.h"
 #include "scan.h"
 
 #include <QHash>
 #include <QSet>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 namespace ztrace {
@@ -25,7 +28,10 @@ const std::size_t kMainColours = 16;
 const double kColouredShare = 0.01;
 const double kClearShare = 0.002;
 const double kTwoValued = 0.2;
-const int kFewGreys = 8; // of a drawing in steps of grey
+const double kPurelyTwoValued = 0.1; // with more ink than pages have
+const double kInkOfPages = 0.25;
+const double kLineEdges = 0.45; // of lines on transparency, which shaded objects do not have
+const int kFewGreys = 8;        // of a drawing in steps of grey
 const double kPureGreys = 0.02;
 const double kFlat = 0.25;
 const double kFlatInFewColours = 0.3;
@@ -90,6 +96,38 @@ std::string percent(double share)
     return std::to_string(static_cast<int>(100.0 * share + 0.5)) + " %";
 }
 
+std::string twoLightnesses(const std::string &kind, double uneven)
+{
+    return kind + ", two lightnesses hold " + percent(1.0 - uneven) + " of the contrast";
+}
+
+// How the lightnesses of a grey picture fall into ink and paper.
+struct Split
+{
+    double uneven = 1.0;
+    double ink = 1.0; // share of the pixels
+};
+
+Split splitOf(const QImage &image)
+{
+    const Histogram counts = histogramOf(image);
+    const int threshold = otsuThreshold(counts);
+    Split split;
+    split.uneven = unevenness(counts, threshold);
+    const double ink = std::accumulate(counts.begin(), counts.begin() + threshold + 1, 0.0);
+    split.ink = ink / std::accumulate(counts.begin(), counts.end(), 0.0);
+    return split;
+}
+
+// Nothing like ink on paper where the light is even anyway.
+Split splitInEvenLight(const QImage &image)
+{
+    if (!isUnevenlyLit(image))
+        return Split();
+    const PixPtr page = evenlyLit(greyPixOf(image).get());
+    return page ? splitOf(imageOfPix(page.get())) : Split();
+}
+
 } // namespace
 
 Look lookAt(const QImage &original)
@@ -100,15 +138,25 @@ Look lookAt(const QImage &original)
     const Features features = featuresOf(image);
     const double visible = std::max(1.0, features.visible);
     const double clear = features.clear / (visible + features.clear);
+    const double edges = features.edges / visible;
     const bool grey = features.coloured <= kColouredShare * visible;
     if (grey && clear <= kClearShare) {
         if (features.colours.size() <= 2)
             return { "lineart", std::to_string(features.colours.size()) + " colours, no hue" };
-        const double uneven = unevenness(image, otsuThreshold(image));
-        const bool inSteps = features.colours.size() <= kFewGreys && uneven > kPureGreys;
-        if (uneven < kTwoValued && !inSteps)
-            return { "lineart",
-                     "grey, two lightnesses hold " + percent(1.0 - uneven) + " of the contrast" };
+        const Split split = splitOf(image);
+        const bool inSteps = features.colours.size() <= kFewGreys && split.uneven > kPureGreys;
+        const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
+        if (split.uneven < most && !inSteps)
+            return { "lineart", twoLightnesses("grey", split.uneven) };
+        const Split even = inSteps ? Split() : splitInEvenLight(image);
+        if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
+            return { "lineart", twoLightnesses("grey, unevenly lit", even.uneven) };
+    } else if (grey && edges >= kLineEdges) {
+        QImage onWhite = image;
+        putOnPaper(&onWhite, 0xFFFFFFFFu);
+        const Split split = splitOf(onWhite);
+        if (split.uneven < kTwoValued)
+            return { "logo", twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
     }
     const double flat = features.flat / visible;
     const double mainColours = features.mainColours / visible;
@@ -120,7 +168,6 @@ Look lookAt(const QImage &original)
         return { "logo", percent(clear) + " transparent, " + numbers };
     if (features.colours.size() <= static_cast<int>(kMainColours))
         return { "logo", std::to_string(features.colours.size()) + " colours" };
-    const double edges = features.edges / visible;
     if (flat >= kSmooth && edges <= kFewEdges)
         return { "poster", numbers + ", " + percent(edges) + " in edges" };
     return { "photo", numbers + ", " + percent(edges) + " in edges" };

@@ -249,28 +249,15 @@ RegionMap findRegions(const LabelPlane &plane, Touching touching)
 Nesting findNesting(const LabelPlane &plane, const RegionMap &map)
 {
     const int rim = static_cast<int>(map.regions.size());
-    const std::vector<std::pair<int, int>> pairs = neighbours(plane, map, rim);
     Nesting nesting;
-    nesting.parent = NestingSearch(rim + 1, pairs).separators(rim);
+    nesting.neighbours = neighbours(plane, map, rim);
+    nesting.parent = NestingSearch(rim + 1, nesting.neighbours).separators(rim);
     nesting.parent.pop_back();
     std::replace(nesting.parent.begin(), nesting.parent.end(), rim, kOutside);
-    nesting.hasLaterSibling.assign(map.regions.size(), false);
-    nesting.touchesClear.assign(map.regions.size() + 1, false);
-    const auto isClear = [&](int region) {
-        return region != rim
-            && qAlpha(plane.colours[static_cast<std::size_t>(
-                   map.regions[static_cast<std::size_t>(region)].label)])
-            != 255;
-    };
-    for (const auto &pair : pairs) {
-        if (isClear(pair.first))
-            nesting.touchesClear[static_cast<std::size_t>(pair.second)] = true;
-        if (isClear(pair.second))
-            nesting.touchesClear[static_cast<std::size_t>(pair.first)] = true;
-        if (pair.second != rim
-            && nesting.parent[static_cast<std::size_t>(pair.second)] != pair.first)
-            nesting.hasLaterSibling[static_cast<std::size_t>(pair.first)] = true;
-    }
+    const auto toRim = [rim](const std::pair<int, int> &pair) { return pair.second == rim; };
+    nesting.neighbours.erase(
+        std::remove_if(nesting.neighbours.begin(), nesting.neighbours.end(), toRim),
+        nesting.neighbours.end());
     return nesting;
 }
 

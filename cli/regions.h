@@ -6,6 +6,9 @@
 
 #include "LabelPlane.h"
 
+#include <utility>
+#include <vector>
+
 namespace ztrace {
 
 // A largest set of pixels of one label that hang together by edges or corners, which is what the
@@ -36,13 +39,11 @@ RegionMap findRegions(const LabelPlane &plane, Touching touching = Touching::Cor
 const int kOutside = -1;
 
 // What every region lies in: the region that separates it from the rim of the image and is nearest
-// to it, or kOutside. And whether a region has a neighbour that lies in the same one and comes
-// after it in the order of first pixels.
+// to it, or kOutside.
 struct Nesting
 {
     std::vector<int> parent;
-    std::vector<bool> hasLaterSibling;
-    std::vector<bool> touchesClear; // has a neighbour that is not opaque
+    std::vector<std::pair<int, int>> neighbours; // each pair once, the earlier region first
 };
 
 // Regions count as neighbours when pixels of theirs share an edge. A region's parent comes before

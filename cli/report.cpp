@@ -62,6 +62,8 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
                  look.reason.empty() ? "" : (" (" + look.reason + ")").c_str());
     if (result.threshold >= 0)
         std::fprintf(stream, "threshold %d\n", result.threshold);
+    if (result.evenedOut)
+        std::fprintf(stream, "uneven light evened out\n");
     if (result.angle != 0.0)
         std::fprintf(stream, "turned by %s degrees\n", numberText(result.angle, 3).constData());
     if (result.upsampling > 1)
@@ -114,6 +116,8 @@ QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settin
     QJsonObject statistics = countsOf(result.drawing);
     if (result.threshold >= 0)
         statistics.insert(QLatin1String("threshold"), result.threshold);
+    if (result.evenedOut)
+        statistics.insert(QLatin1String("evened"), true);
     if (result.angle != 0.0)
         statistics.insert(QLatin1String("angle"), result.angle);
     if (result.upsampling > 1)

@@ -3,11 +3,11 @@
 
 #include "failure.h"
 #include "leptonica.h"
+#include "lighting.h"
 
 #include <QColor>
 
 #include <algorithm>
-#include <array>
 
 namespace ztrace {
 
@@ -18,57 +18,6 @@ const int kWindow = 25;       // half width, in pixels, of an adaptive threshold
 const int kLeastWindow = 3;
 const float kSauvola = 0.34f;  // contrast that ink must have; the method's usual value
 const int kLargestTile = 2000; // pixels; the method's sums are kept tile by tile
-
-typedef std::array<double, 256> Histogram;
-
-Histogram histogramOf(const QImage &image)
-{
-    Histogram counts = {};
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            counts[static_cast<std::size_t>(QColor(image.pixel(x, y)).lightness())] += 1.0;
-    }
-    return counts;
-}
-
-[[noreturn]] void failForMemory()
-{
-    throw Failure(kFailed, "the image does not fit into memory");
-}
-
-PixPtr greyOf(const QImage &image)
-{
-    PixPtr pix(pixCreate(image.width(), image.height(), 8));
-    if (!pix)
-        failForMemory();
-    const int stride = pixGetWpl(pix.get());
-    for (int y = 0; y < image.height(); ++y) {
-        l_uint32 *line = pixGetData(pix.get()) + static_cast<std::ptrdiff_t>(y) * stride;
-        const QRgb *words = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        for (int x = 0; x < image.width(); ++x)
-            SET_DATA_BYTE(line, x, static_cast<l_uint8>(QColor(words[x]).lightness()));
-    }
-    return pix;
-}
-
-QImage imageOf(PIX *pix)
-{
-    const bool bilevel = pixGetDepth(pix) == 1;
-    QImage image(pixGetWidth(pix), pixGetHeight(pix), QImage::Format_RGB32);
-    if (image.isNull())
-        failForMemory();
-    const int stride = pixGetWpl(pix);
-    for (int y = 0; y < image.height(); ++y) {
-        l_uint32 *line = pixGetData(pix) + static_cast<std::ptrdiff_t>(y) * stride;
-        QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-        for (int x = 0; x < image.width(); ++x) {
-            const int grey = bilevel ? (GET_DATA_BIT(line, x) ? 0 : 255)
-                                     : static_cast<int>(GET_DATA_BYTE(line, x));
-            words[x] = qRgb(grey, grey, grey);
-        }
-    }
-    return image;
-}
 
 // Null when the image is too small for a window.
 PixPtr adaptiveInk(PIX *grey)
@@ -105,9 +54,23 @@ PixPtr withoutSpecks(PixPtr ink, int pixels)
 
 } // namespace
 
+Histogram histogramOf(const QImage &image)
+{
+    Histogram counts = {};
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            counts[static_cast<std::size_t>(QColor(image.pixel(x, y)).lightness())] += 1.0;
+    }
+    return counts;
+}
+
 int otsuThreshold(const QImage &image)
 {
-    const Histogram counts = histogramOf(image);
+    return otsuThreshold(histogramOf(image));
+}
+
+int otsuThreshold(const Histogram &counts)
+{
     double total = 0.0;
     double sum = 0.0;
     for (std::size_t v = 0; v < counts.size(); ++v) {
@@ -137,9 +100,8 @@ int otsuThreshold(const QImage &image)
     return (first + last) / 2;
 }
 
-double unevenness(const QImage &image, int threshold)
+double unevenness(const Histogram &counts, int threshold)
 {
-    const Histogram counts = histogramOf(image);
     double pixels[2] = { 0.0, 0.0 };
     double sums[2] = { 0.0, 0.0 };
     double squares = 0.0;
@@ -160,16 +122,41 @@ double unevenness(const QImage &image, int threshold)
     return variance > 0.0 ? within / variance : 0.0;
 }
 
+void putOnPaper(QImage *image, QRgb paper)
+{
+    for (int y = 0; y < image->height(); ++y) {
+        QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
+        for (int x = 0; x < image->width(); ++x) {
+            const int alpha = qAlpha(words[x]);
+            const auto over = [alpha](int top, int bottom) {
+                return (top * alpha + bottom * (255 - alpha) + 127) / 255;
+            };
+            words[x]
+                = qRgb(over(qRed(words[x]), qRed(paper)), over(qGreen(words[x]), qGreen(paper)),
+                       over(qBlue(words[x]), qBlue(paper)));
+        }
+    }
+}
+
 CleanScan cleanScan(const QImage &image, const Settings &settings, int *threshold)
 {
-    CleanScan result = { image, false, 0.0 };
-    if (!settings.deskew && settings.despeckle == 0 && settings.threshold != Threshold::Adaptive) {
+    CleanScan result;
+    result.image = image;
+    result.evenedOut = settings.threshold == Threshold::Auto && isUnevenlyLit(image);
+    const bool untouched = !settings.deskew && settings.despeckle == 0 && !result.evenedOut
+        && settings.threshold != Threshold::Adaptive;
+    if (untouched) {
         if (*threshold < 0)
             *threshold = otsuThreshold(image);
         return result;
     }
-    setMsgSeverity(L_SEVERITY_NONE);
-    PixPtr page = greyOf(image);
+    PixPtr page = greyPixOf(image);
+    if (result.evenedOut) {
+        PixPtr even = evenlyLit(page.get());
+        result.evenedOut = static_cast<bool>(even);
+        if (even)
+            page = std::move(even);
+    }
     if (settings.deskew) {
         const int kUsualSearch = 0;
         float angle = 0.0f;
@@ -185,7 +172,7 @@ CleanScan cleanScan(const QImage &image, const Settings &settings, int *threshol
         ink = adaptiveInk(page.get());
     if (!ink) {
         if (*threshold < 0)
-            *threshold = otsuThreshold(imageOf(page.get()));
+            *threshold = otsuThreshold(imageOfPix(page.get()));
         if (settings.despeckle > 0) {
             // The library counts what is darker than its threshold as ink.
             ink.reset(pixThresholdToBinary(page.get(), std::min(*threshold + 1, 256)));
@@ -196,7 +183,7 @@ CleanScan cleanScan(const QImage &image, const Settings &settings, int *threshol
     if (ink && settings.despeckle > 0)
         ink = withoutSpecks(std::move(ink), settings.despeckle);
     result.bilevel = static_cast<bool>(ink);
-    result.image = imageOf(ink ? ink.get() : page.get());
+    result.image = imageOfPix(ink ? ink.get() : page.get());
     return result;
 }
 

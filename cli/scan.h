@@ -6,29 +6,41 @@
 
 #include <QImage>
 
+#include <array>
+
 #include "Settings.h"
 
 namespace ztrace {
 
+// Numbers of pixels by lightness.
+typedef std::array<double, 256> Histogram;
+
+Histogram histogramOf(const QImage &image);
+
 // Lightness that separates ink from paper best: the threshold with the largest variance between
 // the classes, in the middle of those that are equally good. Source: N. Otsu, 1979. An image of one
 // lightness gives 127.
+int otsuThreshold(const Histogram &counts);
 int otsuThreshold(const QImage &image);
 
 // Part of the variance of the lightness that remains within ink and paper when they are split at
 // the threshold: 0 for two pure values, towards 1 for a picture without any split.
-double unevenness(const QImage &image, int threshold);
+double unevenness(const Histogram &counts, int threshold);
+
+// Puts a colour under what is not opaque in an ARGB32 image.
+void putOnPaper(QImage *image, QRgb paper);
 
 struct CleanScan
 {
-    QImage image;       // RGB32, black on white when `bilevel`
-    bool bilevel;       // a threshold has been applied already
-    double angle = 0.0; // degrees that the page was turned by
+    QImage image;           // RGB32, black on white when `bilevel`
+    bool bilevel = false;   // a threshold has been applied already
+    bool evenedOut = false; // uneven light has been
+    double angle = 0.0;     // degrees that the page was turned by
 };
 
-// Turns the page upright, applies an adaptive threshold and removes specks, as the settings ask.
-// `threshold` is used where specks are to be removed and the threshold is not adaptive; negative:
-// chosen after turning. The image must be opaque.
+// Evens out uneven light, turns the page upright, applies an adaptive threshold and removes specks,
+// as the settings ask. `threshold` is used where specks are to be removed and the threshold is not
+// adaptive; negative: chosen after turning. The image must be opaque.
 CleanScan cleanScan(const QImage &image, const Settings &settings, int *threshold);
 
 } // namespace ztrace

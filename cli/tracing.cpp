@@ -122,7 +122,7 @@ private:
         image = QImage();
         // The engine reports nothing: what it could not hold is an empty result.
         if (engine->imageWidth != size.width() || engine->imageHeight != size.height())
-            throw Failure(kFailed, "the image does not fit into memory");
+            failForMemory();
         if (engine->currentPalette.isEmpty())
             throw Failure(kFailed, "no palette of that many colours can be made");
         engine->imageData = QVector<char>();
@@ -157,22 +157,6 @@ private:
         arrangeOutlines(&engine, polylines);
     }
 
-    void putOnPaper(QRgb paper)
-    {
-        for (int y = 0; y < image.height(); ++y) {
-            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-            for (int x = 0; x < image.width(); ++x) {
-                const int alpha = qAlpha(words[x]);
-                const auto over = [alpha](int top, int bottom) {
-                    return (top * alpha + bottom * (255 - alpha) + 127) / 255;
-                };
-                words[x]
-                    = qRgb(over(qRed(words[x]), qRed(paper)), over(qGreen(words[x]), qGreen(paper)),
-                           over(qBlue(words[x]), qBlue(paper)));
-            }
-        }
-    }
-
     // Where the grid is to be finer than pixels the image becomes ink and paper on that grid.
     void refineInk(int *threshold)
     {
@@ -194,11 +178,12 @@ private:
         image = image.convertToFormat(QImage::Format_ARGB32);
         requireImage();
         begin("preparing");
-        putOnPaper(settings.background.value_or(kPaper));
+        putOnPaper(&image, settings.background.value_or(kPaper));
         int threshold = settings.threshold == Threshold::Fixed ? settings.fixedThreshold : -1;
         const CleanScan scan = cleanScan(image, settings, &threshold);
         image = scan.image;
         result.angle = scan.angle;
+        result.evenedOut = scan.evenedOut;
         if (scan.bilevel) {
             result.threshold = settings.threshold == Threshold::Adaptive ? -1 : threshold;
             threshold = kBetweenBlackAndWhite;
@@ -262,7 +247,7 @@ private:
     void requireImage() const
     {
         if (image.isNull())
-            throw Failure(kFailed, "the image does not fit into memory");
+            failForMemory();
     }
 
     LabelPlane reduce()
@@ -371,7 +356,7 @@ private:
     {
         if (double(image.width()) * double(image.height()) * factor * factor
             > double(std::numeric_limits<int>::max()))
-            throw Failure(kFailed, "the image does not fit into memory");
+            failForMemory();
     }
 
     void traceColours()
@@ -379,7 +364,7 @@ private:
         image = image.convertToFormat(QImage::Format_ARGB32);
         requireImage();
         if (settings.background)
-            putOnPaper(*settings.background);
+            putOnPaper(&image, *settings.background);
         roundAlpha(&image);
         lap("prepare");
         LabelPlane plane = reduce();

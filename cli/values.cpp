@@ -30,6 +30,11 @@ bool parseNumber(const std::string &text, double *value)
     return result.ec == std::errc() && result.ptr == end;
 }
 
+std::string orElse(const std::string &words)
+{
+    return words.empty() ? std::string() : ", or " + words;
+}
+
 std::string shortText(double value)
 {
     char buffer[32];
@@ -46,26 +51,31 @@ double anyNumberValue(const std::string &setting, const std::string &text)
     return value;
 }
 
-double numberValue(const std::string &setting, const std::string &text, double least, double most)
+double numberValue(const std::string &setting, const std::string &text, double least, double most,
+                   const std::string &words)
 {
-    const double value = anyNumberValue(setting, text);
+    double value = 0.0;
+    if (!parseNumber(text, &value) || std::isnan(value))
+        refuse(setting, text, "a number" + orElse(words));
     if (!std::isfinite(value))
-        refuse(setting, text, "a finite number");
+        refuse(setting, text, "a finite number" + orElse(words));
     if (value < least)
-        refuse(setting, text, "a number of at least " + shortText(least));
+        refuse(setting, text, "a number of at least " + shortText(least) + orElse(words));
     if (value > most)
-        refuse(setting, text, "a number of at most " + shortText(most));
+        refuse(setting, text, "a number of at most " + shortText(most) + orElse(words));
     return value;
 }
 
-int wholeValue(const std::string &setting, const std::string &text, int least, int greatest)
+int wholeValue(const std::string &setting, const std::string &text, int least, int greatest,
+               const std::string &words)
 {
     int value = 0;
     const char *end = text.data() + text.size();
     const std::from_chars_result result = std::from_chars(text.data(), end, value);
     if (result.ec != std::errc() || result.ptr != end || value < least || value > greatest) {
         refuse(setting, text,
-               "a whole number from " + std::to_string(least) + " to " + std::to_string(greatest));
+               "a whole number from " + std::to_string(least) + " to " + std::to_string(greatest)
+                   + orElse(words));
     }
     return value;
 }

@@ -12,14 +12,19 @@
 
 namespace ztrace {
 
+// Texts become values; every function throws a Failure for text that has none. `words` names the
+// words that the setting takes besides numbers.
+
 // A finite number from `least` to `most`; the whole text must be the number.
 double numberValue(const std::string &setting, const std::string &text, double least,
-                   double most = std::numeric_limits<double>::max());
+                   double most = std::numeric_limits<double>::max(),
+                   const std::string &words = std::string());
 
 // A number of any size, infinity included, but not not-a-number.
 double anyNumberValue(const std::string &setting, const std::string &text);
 
-int wholeValue(const std::string &setting, const std::string &text, int least, int greatest);
+int wholeValue(const std::string &setting, const std::string &text, int least, int greatest,
+               const std::string &words = std::string());
 
 bool flagValue(const std::string &setting, const std::string &text);
 

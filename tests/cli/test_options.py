@@ -297,7 +297,21 @@ class Scans(OptionsTest):
             return (light // 3,) * 3 + (255,) if x % 20 < 4 and y % 20 < 4 else (light,) * 3 + (255,)
         self.write("a.png", png(180, 100, page))
         self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "adaptive")), 46)
-        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart")), 46)
+        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "otsu")), 46)
+
+    def test_uneven_light_is_evened_out(self):
+        def page(x, y):
+            light = 70 + x // 2
+            ink = x % 40 < 8 and y % 40 < 20
+            return (light // 3 if ink else light,) * 3 + (255,)
+        self.write("a.png", png(360, 200, page))
+        stats = self.stats("a.png")
+        self.assertEqual((stats["preset"], stats["statistics"]["outlines"], stats["statistics"]["evened"]),
+                         ("lineart", 46, True))
+        self.assertIn("unevenly lit", stats["reason"])
+        self.write("b.png", png(360, 200, lambda x, y: (40, 40, 40, 255) if x % 40 < 8 else (110, 110, 110, 255)
+                                if x > 200 else WHITE))
+        self.assertNotIn("evened", self.stats("b.png", "-p", "lineart")["statistics"])
 
     def test_tiny_images(self):
         for size in 1, 5, 11:

@@ -91,7 +91,8 @@ private slots:
         QCOMPARE(parentsOf({ "0000", "0120", "0000" }), (std::vector<int> { kOutside, 0, 0 }));
         const LabelPlane plane = planeOf({ "0000", "0120", "0000" });
         const Nesting nesting = findNesting(plane, findRegions(plane));
-        QCOMPARE(nesting.hasLaterSibling, (std::vector<bool> { false, true, false }));
+        QCOMPARE(nesting.neighbours,
+                 (std::vector<std::pair<int, int>> { { 0, 1 }, { 0, 2 }, { 1, 2 } }));
     }
 
     void openRingHoldsNothing()
