@@ -10,7 +10,7 @@ namespace {
 
 const int kMostHalvings = 10;
 const double kLargestBulge = 0.5; // wider arcs are not like a parabola
-const int kProbes = 8;            // points of a curve that are compared with its arcs
+const int kProbes = 8;            // parts of a curve with one largest distance at most
 
 ZVector mean(const ZVector &a, const ZVector &b)
 {
@@ -38,19 +38,87 @@ double bulgeFrom(const ZVector &start, const ZVector &ahead, const ZVector &end)
     return std::tan(0.5 * std::atan2(dx * cy - dy * cx, dx * cx + dy * cy));
 }
 
-double distanceToArc(const ZVector &p, const ZVector &start, const ZVector &end, double bulge)
+// The line or the circle that a vertex with its bulge starts, and how far a curve is from it.
+class Track
 {
-    if (bulge == 0.0) {
-        const double length = distance(start, end);
-        return length > 0.0 ? std::fabs(cross(start, end, p)) / length : distance(start, p);
+public:
+    Track(const ZVector &start, const ZVector &end, double bulge)
+        : from(start), to(end), straight(bulge == 0.0)
+    {
+        PathPiece arc;
+        arc.start = start;
+        arc.end = end;
+        arc.bulge = bulge;
+        circle = straight ? Circle() : circleOf(arc);
     }
-    PathPiece arc;
-    arc.start = start;
-    arc.end = end;
-    arc.bulge = bulge;
-    const Circle circle = circleOf(arc);
-    return std::fabs(distance(p, circle.center) - circle.radius);
-}
+
+    // Along the track at its end, not of length 1.
+    ZVector directionAtEnd() const
+    {
+        return straight ? ZVector(to.x - from.x, to.y - from.y)
+                        : ZVector(circle.center.y - to.y, to.x - circle.center.x);
+    }
+
+    double distanceTo(const ZVector &p) const
+    {
+        if (!straight)
+            return std::fabs(distance(p, circle.center) - circle.radius);
+        const double length = distance(from, to);
+        return length > 0.0 ? std::fabs(cross(from, to, p)) / length : distance(from, p);
+    }
+
+    // Largest distance of a quadratic between two parameters: at one of them, or where the distance
+    // stops growing.
+    double farthest(const PathPiece &curve, double first, double last) const
+    {
+        double worst
+            = std::max(distanceTo(pointOn(curve, first)), distanceTo(pointOn(curve, last)));
+        double before = first;
+        for (int i = 1; i <= kProbes; ++i) {
+            const double t = first + (last - first) * i / kProbes;
+            const double change = changeAt(curve, before);
+            if ((change < 0.0) != (changeAt(curve, t) < 0.0)) {
+                const double turn = zeroBetween(before, t, [&](double u) {
+                    return (changeAt(curve, u) < 0.0) == (change < 0.0);
+                });
+                worst = std::max(worst, distanceTo(pointOn(curve, turn)));
+            }
+            before = t;
+        }
+        return worst;
+    }
+
+    // The place between two where something that is true at the first ceases to be.
+    template<class Test>
+    static double zeroBetween(double first, double last, const Test &isStill)
+    {
+        const int kBisections = 40;
+        for (int i = 0; i < kBisections; ++i) {
+            const double middle = 0.5 * (first + last);
+            (isStill(middle) ? first : last) = middle;
+        }
+        return first;
+    }
+
+private:
+    // Of the sign of the derivative of the distance, up to a sign that is the same everywhere.
+    double changeAt(const PathPiece &curve, double t) const
+    {
+        const ZVector d(mixed(curve.control1.x - curve.start.x, curve.end.x - curve.control1.x, t),
+                        mixed(curve.control1.y - curve.start.y, curve.end.y - curve.control1.y, t));
+        if (straight)
+            return (to.x - from.x) * d.y - (to.y - from.y) * d.x;
+        const ZVector p = pointOn(curve, t);
+        return (p.x - circle.center.x) * d.x + (p.y - circle.center.y) * d.y;
+    }
+
+    static double mixed(double a, double b, double t) { return a + t * (b - a); }
+
+    ZVector from;
+    ZVector to;
+    bool straight;
+    Circle circle;
+};
 
 class Chain
 {
@@ -105,16 +173,21 @@ private:
         return along >= 0.0 && along <= chord * chord;
     }
 
+    // Each arc stands for the part of the curve on its side of the line across their joint.
     bool isWithin(const PathPiece &curve, const ZVector &joint, double first, double second) const
     {
-        for (int i = 1; i < kProbes; ++i) {
-            const ZVector p = pointOn(curve, double(i) / kProbes);
-            const double d = std::min(distanceToArc(p, curve.start, joint, first),
-                                      distanceToArc(p, joint, curve.end, second));
-            if (!(d < tolerance))
-                return false;
-        }
-        return true;
+        const Track before(curve.start, joint, first);
+        const Track after(joint, curve.end, second);
+        const ZVector ahead = before.directionAtEnd();
+        const double side
+            = cross(joint, ZVector(joint.x - ahead.y, joint.y + ahead.x), curve.start);
+        const double split = Track::zeroBetween(0.0, 1.0, [&](double t) {
+            const ZVector p = pointOn(curve, t);
+            return (cross(joint, ZVector(joint.x - ahead.y, joint.y + ahead.x), p) < 0.0)
+                == (side < 0.0);
+        });
+        return before.farthest(curve, 0.0, split) <= tolerance
+            && after.farthest(curve, split, 1.0) <= tolerance;
     }
 
     double tolerance;

@@ -213,8 +213,12 @@ private:
                      const QByteArray &handle)
     {
         record("LAYER", "2", handle, "AcDbLayerTableRecord");
+        // Some readers skip the first group of a record, which is the handle where there is one.
+        if (old)
+            out.group(70, 0);
         out.group(2, name);
-        out.group(70, 0);
+        if (!old)
+            out.group(70, 0);
         out.group(62, index);
         if (trueColour && !old)
             out.group(420, static_cast<int>(*trueColour & 0xFFFFFFu));

@@ -19,7 +19,7 @@ _ztrace() {
         -f | --format) choices="svg dxf pdf png json" ;;
         -u | --units) choices="px mm in" ;;
         --method) choices="ink flat blend" ;;
-        --threshold) choices="otsu adaptive" ;;
+        --threshold) choices="auto otsu adaptive" ;;
         --dpi) choices="auto 72 96 150 300 600" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;

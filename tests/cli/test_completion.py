@@ -99,6 +99,7 @@ class Completion(CommandTest):
         for name in "scan.png", "brand.gpl", "page.toml":
             self.write(name, b"")
         self.assertEqual(self.complete_in_zsh("ztrace sc"), {"scan.png"})
+        self.assertEqual(self.complete_in_zsh("ztrace pre"), {"presets"})
         self.assertEqual(self.complete_in_zsh("ztrace -o sc"), {"scan.png"})
         self.assertEqual(self.complete_in_zsh("ztrace --palette="), {"brand.gpl"})
         self.assertEqual(self.complete_in_zsh("ztrace scan.png --config "), {"page.toml"})

@@ -279,8 +279,7 @@ class Ogr(Reader):
                     point = ogr.Geometry(ogr.wkbPoint)
                     point.AddPoint_2D(x, y)
                     farthest = max(farthest, point.Distance(curves[layer]))
-            # The writer looks at a few points of every curve; between them it may be a little more.
-            self.assertLess(farthest, 1.02 * tolerance * MM + 1e-6)
+            self.assertLess(farthest, tolerance * MM + 1e-6)
             self.assertGreater(farthest, tolerance * MM / 100)
 
 
