@@ -22,6 +22,7 @@ const char *const kEngineOptions[] = {
 
 const double kLeastDpi = 0.01;
 const double kMostDpi = 1e6;
+const double kMostStrokeWidth = 1e6; // pixels
 const double kLeastScale = 0.001;
 const double kLeastDxfTolerance = 1e-6;
 const int kMostPages = 100000;
@@ -103,7 +104,7 @@ const Setting kOutputSettings[] = {
       [](Settings *s, const std::string &t) { s->style.stroked = flagValue("--outline", t); } },
     { "stroke-width", "", Setting::Value, kOutputGroup, "PX", "Width of outlines in pixels (1)",
       [](Settings *s, const std::string &t) {
-          s->style.strokeWidth = numberValue("--stroke-width", t, 0.0);
+          s->style.strokeWidth = numberValue("--stroke-width", t, 0.0, kMostStrokeWidth);
       } },
     { "decimals", "", Setting::Value, kOutputGroup, "N",
       "Decimals of SVG coordinates (as many as it takes to be exact)",

@@ -40,6 +40,14 @@ std::string reasonAgainst(const std::string &name, const Settings &settings,
     const std::string format = formatOf(name);
     if (!format.empty() && !isWritten(format, outputs))
         return "no " + format + " is written";
+    if (name == "format" && !isWritten(settings.format, outputs))
+        return "the endings of the outputs tell their formats";
+    const bool isPainted
+        = isWritten("svg", outputs) || isWritten("pdf", outputs) || isWritten("png", outputs);
+    if (name == "layers" && !isPainted && !isWritten("json", outputs))
+        return "dxf has its layers anyway";
+    if (name == "outline" && !isPainted)
+        return "nothing is filled in dxf and json";
     if (name == "stroke-width" && !settings.style.stroked)
         return "areas are filled; --outline draws outlines";
     if (name == "dxf-curves" && settings.dxf.version == DxfVersion::R12

@@ -13,6 +13,7 @@
 #include "tracing.h"
 
 #include "drawing/json.h"
+#include "drawing/text.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -155,6 +156,7 @@ private:
         const Settings settings = settingsFor(image, &look);
         for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
             warn(sentence);
+        useResolution(settings, outputs, &image);
         TraceResult result = traceImage(std::move(image), settings,
                                         [this](const char *stage) { progress->stage(stage); });
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
@@ -166,6 +168,34 @@ private:
             printStatistics(result, look, stream);
         if (settings.json)
             printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
+    }
+
+    // Pixels that are not square are made so, and what has to be guessed is told.
+    void useResolution(const Settings &settings, const std::vector<Output> &outputs, QImage *image)
+    {
+        const bool given = settings.dpi && *settings.dpi > 0.0;
+        const Resolution resolution = resolutionOf(*image);
+        if (!given && !resolution.isSquare()) {
+            const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
+                + numberText(resolution.down, 2).toStdString() + " pixels an inch";
+            if (settings.raw) {
+                warn(line.input + ": " + sizes
+                     + " are taken as square, since --raw changes nothing");
+            } else {
+                warn(line.input + ": " + sizes + " are made square");
+                *image = withSquarePixels(*image);
+                if (image->isNull())
+                    failForMemory();
+            }
+        }
+        if (settings.unit == Unit::Pixel)
+            return;
+        if (!given && !tellsResolution(*image))
+            warn(line.input + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
+        for (const Output &output : outputs) {
+            if (output.format == "dxf" && settings.dxf.version == DxfVersion::R12)
+                warn("r12 has no place for the unit; programs have to be told when they read it");
+        }
     }
 
     void convert(const ImageSource &source, const std::vector<Output> &outputs)

@@ -17,9 +17,9 @@ const char kClearLine[] = "\r\x1b[K";
 } // namespace
 
 ProgressLine::ProgressLine(const Settings &settings)
-    : shown(!settings.quiet
-            && (settings.progress == Progress::Always
-                || (settings.progress == Progress::Auto && isatty(STDERR_FILENO))))
+    : shown(!settings.quiet && settings.progress != Progress::Never && isatty(STDERR_FILENO)),
+      told(!settings.quiet && settings.progress == Progress::Always && !shown),
+      first(settings.progress == Progress::Always ? kInterval : kFirst)
 {
     if (shown)
         thread = std::thread([this] { draw(); });
@@ -41,6 +41,8 @@ void ProgressLine::stage(const std::string &stageName)
 {
     const std::lock_guard<std::mutex> guard(lock);
     name = stageName;
+    if (told)
+        std::fprintf(stderr, "ztrace: %s\n", name.c_str());
 }
 
 void ProgressLine::draw()
@@ -48,7 +50,7 @@ void ProgressLine::draw()
     const auto start = std::chrono::steady_clock::now();
     std::unique_lock<std::mutex> guard(lock);
     bool drawn = false;
-    std::chrono::milliseconds wait = kFirst;
+    std::chrono::milliseconds wait = first;
     while (!change.wait_for(guard, wait, [this] { return done; })) {
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
         std::fprintf(stderr, "%sztrace: %s (%.0f s)", kClearLine, name.c_str(), seconds.count());

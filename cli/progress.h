@@ -4,6 +4,7 @@
 #ifndef ZTRACE_CLI_PROGRESS_H
 #define ZTRACE_CLI_PROGRESS_H
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -13,9 +14,10 @@
 
 namespace ztrace {
 
-// Shows the stage that was named last and the seconds so far, from the first second on, and clears
-// the line at the end. The line is drawn by a thread of its own, which touches nothing else. Where
-// nothing is to be shown there is no thread.
+// Shows the stage that was named last and the seconds so far on a terminal, from the first second
+// on, and clears the line at the end. Where it is always to be shown and there is no terminal,
+// every stage is a line. The line is drawn by a thread of its own, which touches nothing else.
+// Where nothing is to be shown there is no thread.
 class ProgressLine
 {
 public:
@@ -30,6 +32,8 @@ private:
     void draw();
 
     bool shown;
+    bool told;
+    std::chrono::milliseconds first; // before anything is shown
     bool done = false;
     std::string name;
     std::mutex lock;

@@ -19,6 +19,8 @@ namespace ztrace {
 
 namespace {
 
+const double kScreenDpi = 96.0;
+
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
     throw Failure(kInputUnreadable, name + ": " + reason);
@@ -64,6 +66,17 @@ void checkReadable(QImageReader *reader, const std::string &name)
     reader->setDecideFormatFromContent(true);
     if (!reader->canRead())
         fail(name, "not an image of a known format");
+}
+
+double dpiOf(int dotsPerMetre)
+{
+    const double kMetresPerInch = 0.0254;
+    const double kRoundingOfFormats = 0.02; // whole dots a metre, of whole dots an inch
+    const double dpi = dotsPerMetre * kMetresPerInch;
+    if (!(dpi > 0.0))
+        return kScreenDpi;
+    const double whole = std::round(dpi);
+    return std::fabs(dpi - whole) < kRoundingOfFormats ? whole : dpi;
 }
 
 } // namespace
@@ -142,15 +155,42 @@ bool ImageSource::isDrawing() const
     return start.startsWith('{');
 }
 
-double dpiOf(const QImage &image)
+bool Resolution::isSquare() const
 {
-    const double kMetresPerInch = 0.0254;
-    const double kRoundingOfFormats = 0.02; // whole dots a metre, of whole dots an inch
-    const double dpi = image.dotsPerMeterX() * kMetresPerInch;
-    if (!(dpi > 0.0))
-        return 96.0;
-    const double whole = std::round(dpi);
-    return std::fabs(dpi - whole) < kRoundingOfFormats ? whole : dpi;
+    // Beyond the larger one it is not a resolution but an error.
+    const double kRounding = 1.02;
+    const double kMostStretch = 20.0;
+    const double stretch = std::max(across / down, down / across);
+    return stretch < kRounding || stretch > kMostStretch;
+}
+
+Resolution resolutionOf(const QImage &image)
+{
+    Resolution resolution;
+    resolution.across = dpiOf(image.dotsPerMeterX());
+    resolution.down = dpiOf(image.dotsPerMeterY());
+    return resolution;
+}
+
+bool tellsResolution(const QImage &image)
+{
+    return resolutionOf(image).across != kScreenDpi || resolutionOf(image).down != kScreenDpi;
+}
+
+QImage withSquarePixels(const QImage &image)
+{
+    const Resolution resolution = resolutionOf(image);
+    const double finer = std::max(resolution.across, resolution.down);
+    const auto length = [finer](int pixels, double dpi) {
+        return std::max(1, static_cast<int>(std::lround(pixels * finer / dpi)));
+    };
+    const QSize size(length(image.width(), resolution.across),
+                     length(image.height(), resolution.down));
+    QImage square = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const int dotsPerMetre = std::max(image.dotsPerMeterX(), image.dotsPerMeterY());
+    square.setDotsPerMeterX(dotsPerMetre);
+    square.setDotsPerMeterY(dotsPerMetre);
+    return square;
 }
 
 } // namespace ztrace

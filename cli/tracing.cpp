@@ -420,7 +420,7 @@ private:
 
 TraceResult traceImage(QImage image, const Settings &settings, const StageSink &announce)
 {
-    const double dpi = dpiOf(image);
+    const double dpi = resolutionOf(image).across;
     TraceResult result = Tracer(std::move(image), settings, announce).run();
     result.drawing.dpi = settings.dpi && *settings.dpi > 0.0 ? *settings.dpi : dpi;
     result.drawing.unit = settings.unit;

@@ -10,8 +10,9 @@ import unittest
 from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, paths, png, ring, square
 
 
-def tiff(pages, dpi=300):
-    """A little-endian TIFF of bilevel pages: functions of (x, y) that tell whether there is ink."""
+def tiff(pages, dpi=(300, 300)):
+    """A little-endian TIFF of bilevel pages: functions of (x, y) that tell whether there is ink. A page of None has
+    no pixels."""
     size = 64
     data = b"II*\0"
     offset_at = len(data)
@@ -19,12 +20,13 @@ def tiff(pages, dpi=300):
     for ink in pages:
         strip = len(data)
         for y in range(size):
-            data += bytes(sum((0 if ink(8 * b + i, y) else 1) << (7 - i) for i in range(8)) for b in range(size // 8))
+            if ink:
+                data += bytes(sum((0 if ink(8 * b + i, y) else 1) << (7 - i) for i in range(8)) for b in range(size // 8))
         resolution = len(data)
-        data += struct.pack("<II", dpi, 1)
-        entries = [(256, 4, size), (257, 4, size), (258, 3, 1), (259, 3, 1), (262, 3, 1), (273, 4, strip),
-                   (277, 3, 1), (278, 4, size), (279, 4, size * size // 8), (282, 5, resolution),
-                   (283, 5, resolution), (296, 3, 2)]
+        data += struct.pack("<IIII", dpi[0], 1, dpi[1], 1)
+        entries = [(256, 4, size), (257, 4, size), (258, 3, 1), (259, 3, 1), (262, 3, 1),
+                   (273, 4, strip if ink else 1 << 30), (277, 3, 1), (278, 4, size), (279, 4, size * size // 8),
+                   (282, 5, resolution), (283, 5, resolution + 8), (296, 3, 2)]
         data = data[:offset_at] + struct.pack("<I", len(data)) + data[offset_at + 4:]
         data += struct.pack("<H", len(entries))
         for tag, kind, value in entries:
@@ -186,6 +188,24 @@ class Keeping(OptionsTest):
         self.assertEqual(self.fills("a.png", "--only-color", "red", "--only-color", "black", "-p", "logo"),
                          ["#ff0000", "#000000"])
 
+    def test_ink_in_layers_is_not_bolder(self):
+        self.write("a.png", ring(BLACK, WHITE, WHITE))
+        found = self.svg("a.png", "-p", "lineart", "--layers")
+        self.assertNotIn(b"stroke", found)
+        # The ground is part of the paper's layer, so that the layer can be switched off.
+        self.assertRegex(found, rb'inkscape:label="COLOR_FFFFFF">\n<rect [^>]*fill="#ffffff"/>\n<path')
+        self.assertLess(found.index(b"<rect"), found.index(b"COLOR_000000"))
+
+    def test_strokes_lie_below_later_neighbours_alone(self):
+        self.write("a.png", png(40, 40, lambda x, y: WHITE if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
+        for arguments in [], ["--layers"]:
+            strokes = re.findall(rb'fill="(#\w+)"[^>]* stroke="', self.svg("a.png", "-p", "logo", *arguments))
+            self.assertEqual(strokes, [b"#ff0000"])
+        self.write("b.png", png(40, 40, lambda x, y: CLEAR if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
+        for arguments in [], ["--layers"]:
+            widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "-p", "logo", *arguments))
+            self.assertEqual(widths, [b"1.25", b"0.5"])
+
     def test_layers_do_not_paint_over_each_other(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
         svg = self.svg("a.png", "--layers")
@@ -220,6 +240,17 @@ class Units(OptionsTest):
                                 (("a.png", "-u", "mm", "--dpi", "600"), b'width="2.54mm"'),
                                 (("b.png", "-u", "in"), b'width="0.625in"')]:
             self.assertIn(size, self.svg(*arguments))
+
+    def test_what_is_guessed_is_told(self):
+        self.write("a.png", png(60, 30, lambda x, y: WHITE, dpi=300))
+        self.write("b.png", png(60, 30, lambda x, y: WHITE))
+        for arguments, words in [(("a.png", "-u", "mm"), b""), (("b.png",), b""),
+                                 (("b.png", "-u", "mm", "--dpi", "96"), b""), (("b.png", "-u", "mm", "-q"), b""),
+                                 (("b.png", "-u", "mm"), b"ztrace: b.png: 96 pixels an inch are taken, as it says nothing "
+                                                         b"else (see --dpi)\n")]:
+            self.assertEqual(self.run_program(*arguments, "-o", "c.svg").stderr, words)
+        self.assertIn(b"r12 has no place for the unit",
+                      self.run_program("a.png", "-u", "mm", "--dxf-version", "r12", "-o", "c.dxf").stderr)
 
     def test_mistakes_are_told(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
@@ -258,6 +289,28 @@ class Scans(OptionsTest):
         self.assertTrue(os.path.exists(self.path("p-2.dxf")))
         self.assert_refused("a.tif", "--page", "3", code=3, words="there is no page 3 (the file has 2)")
         self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
+
+    def test_a_broken_page_keeps_no_other_from_being_written(self):
+        self.write("a.tif", tiff([lambda x, y: x < 9, None, lambda x, y: y < 9]))
+        result = self.run_program("a.tif", "--page", "all", "-o", "p.svg", code=1)
+        self.assertRegex(result.stderr.decode(), r"^ztrace: page 2: a.tif: [^\n]+\n$")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "p-1.svg", "p-3.svg"])
+        self.assert_refused("a.tif", "--page", "2", code=3, words="a.tif: ")
+
+    def test_pixels_that_are_not_square(self):
+        self.write("fax.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)], dpi=(204, 98)))
+        result = self.run_program("fax.tif", "-o", "a.svg", "-o", "a.json", "-u", "in")
+        self.assertEqual(result.stderr, b"ztrace: fax.tif: 204 x 98 pixels an inch are made square\n")
+        data = json.loads(self.read("a.json"))
+        self.assertEqual((data["preset"], data["width"], data["height"], data["dpi"]), ("lineart", 64, 133, 204))
+        self.assertIn(b'viewBox="0 0 64 133"', self.read("a.svg"))
+        points = [data["outlines"][1]["start"]] + [p[-2:] for p in data["outlines"][1]["pieces"]]
+        self.assertAlmostEqual(max(x for x, _ in points) - min(x for x, _ in points), 30, delta=1)
+        self.assertAlmostEqual(max(y for _, y in points) - min(y for _, y in points), 30 * 204 / 98, delta=1)
+        self.assertIn("taken as square", self.run_program("fax.tif", "--raw", "-o", "b.svg").stderr.decode())
+        for arguments in ["--dpi", "204"], ["-q", "--raw"]:
+            self.assertEqual(self.run_program("fax.tif", "-o", "b.svg", *arguments).stderr, b"")
+            self.assertIn(b'viewBox="0 0 64 64"', self.read("b.svg"))
 
     def test_the_input_is_not_overwritten_by_a_page(self):
         data = tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)])
@@ -465,6 +518,9 @@ class WithoutEffect(OptionsTest):
                                  (("-c", "3", "--palette", "red"), "--colors has no effect: the palette"),
                                  (("--stroke-width", "2"), "--outline draws outlines"),
                                  (("--scale", "2"), "no png is written"),
+                                 (("-o", "a.dxf", "--layers"), "--layers has no effect: dxf has"),
+                                 (("-o", "a.dxf", "--outline"), "--outline has no effect"),
+                                 (("-o", "a.dxf", "-f", "svg"), "--format has no effect: the endings"),
                                  (("--raw", "-p", "photo"), "--preset has no effect: --raw"),
                                  (("-p", "lineart", "--despeckle", "2", "--upsample", "2"), "whole pixels"),
                                  (("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "spline"), "no splines")]:
@@ -558,6 +614,8 @@ class Progress(OptionsTest):
         self.write("a.png", png(300, 300, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
         self.assertEqual(self.run_program("a.png", "-p", "photo").stderr, b"")
         self.assertEqual(self.run_program("a.png", "-p", "photo", "--progress", "never").stderr, b"")
+        told = self.run_program("a.png", "--progress", "always").stderr.decode().splitlines()
+        self.assertEqual((told[0], told[-1]), ("ztrace: reading a.png", "ztrace: writing"))
 
 
 class FullDisk(OptionsTest):
