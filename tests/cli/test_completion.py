@@ -134,8 +134,9 @@ class Completion(CommandTest):
     def test_man_page_is_clean(self):
         if not shutil.which("groff"):
             self.skipTest("groff is not installed")
-        result = subprocess.run(["groff", "-man", "-Tascii", "-ww", SOURCE + "/cli/man/ztrace.1"], capture_output=True)
-        self.assertEqual(result.stderr, b"")
+        for page in "cli/man/ztrace.1", "host/man/zelvora-headless.1":
+            result = subprocess.run(["groff", "-man", "-Tascii", "-ww", os.path.join(SOURCE, page)], capture_output=True)
+            self.assertEqual(result.stderr, b"", page)
 
 
 if __name__ == "__main__":

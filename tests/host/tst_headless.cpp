@@ -143,6 +143,21 @@ void tst_Headless::helpAndVersion()
     QCOMPARE(help.code, 0);
     QVERIFY(help.out.startsWith("Usage: zelvora-headless [OPTIONS] SCRIPT.js [ARGS...]\n"));
     QCOMPARE(help.err, QString());
+    QFile manual(QLatin1String(ZTRACE_SOURCE_DIR "/host/man/zelvora-headless.1"));
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QString page = QString::fromUtf8(manual.readAll()).remove(QLatin1Char('\\'));
+    int options = 0;
+    for (const QString &line : help.out.split(QLatin1Char('\n'))) {
+        if (!line.startsWith(QLatin1String("  --")))
+            continue;
+        ++options;
+        const QString option = line.trimmed().section(QLatin1Char(' '), 0, 0);
+        const QString text = line.mid(18).section(QLatin1Char(';'), 0, 0);
+        QVERIFY2(page.contains(option), qPrintable(option));
+        QVERIFY2(page.contains(QString(text).replace("C library's", "C library(aqs")),
+                 qPrintable(text));
+    }
+    QCOMPARE(options, 5);
     const Run version = run(QStringList("--version"));
     QCOMPARE(version.code, 0);
     QCOMPARE(version.out, QString("zelvora-headless 3.27.8\n"));
