@@ -134,24 +134,27 @@ public:
 
     // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
     // Where the ground has the colour of one of the two, the hairline shows what should be there.
-    // Where `apart`, areas are cut out of what lies around them and have their seams with it, too.
+    // An area beside transparency would grow into that, so that a neighbour which has none beside
+    // it is stroked instead, although its own outline grows then. Where `apart`, areas are cut out
+    // of what lies around them and have their seams with it, too.
     void closeSeams(const Drawing &drawing, bool apart)
     {
         const std::vector<int> places = placesInPainting(drawing, apart);
-        std::vector<bool> touchesClear(map.regions.size(), false);
-        std::vector<bool> isBelow(map.regions.size(), false);
+        const std::vector<bool> touchesClear = findBesideClear();
+        std::vector<bool> isStroked(map.regions.size(), false);
         for (const auto &pair : nesting.neighbours) {
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
-            touchesClear[a] = touchesClear[a] || alphaOf(pair.second) < 255;
-            touchesClear[b] = touchesClear[b] || alphaOf(pair.first) < 255;
             const bool nested = nesting.parent[b] == pair.first;
             const bool onGround
                 = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
             if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
                 || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
                 continue;
-            isBelow[places[a] < places[b] ? a : b] = true;
+            const std::size_t below = places[a] < places[b] ? a : b;
+            const std::size_t above = below == a ? b : a;
+            const bool spare = touchesClear[below] && !touchesClear[above];
+            isStroked[spare ? above : below] = true;
         }
         const bool hasGround = qAlpha(drawing.ground) != 0;
         const double width = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
@@ -160,7 +163,10 @@ public:
                 continue;
             const std::size_t region = at(regionOf[i]);
             const int around = nesting.parent[region];
-            if (isBelow[region])
+            const bool onOpaque = !apart && around != kOutside && alphaOf(around) == 255;
+            if (isStroked[region] && onOpaque)
+                (*outlines)[i].seam = kSeamWidthOnOpaque;
+            else if (isStroked[region])
                 (*outlines)[i].seam
                     = touchesClear[region] ? std::min(width, kSeamWidthBesideClear) : width;
             else if (!hasGround && (around == kOutside || alphaOf(around) < 255))
@@ -247,6 +253,18 @@ private:
             }
         }
         return places;
+    }
+
+    std::vector<bool> findBesideClear() const
+    {
+        std::vector<bool> besideClear(map.regions.size(), false);
+        for (const auto &pair : nesting.neighbours) {
+            if (alphaOf(pair.second) < 255)
+                besideClear[at(pair.first)] = true;
+            if (alphaOf(pair.first) < 255)
+                besideClear[at(pair.second)] = true;
+        }
+        return besideClear;
     }
 
     QRgb colourOf(int region) const { return plane.colours[at(map.regions[at(region)].label)]; }

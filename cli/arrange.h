@@ -18,8 +18,11 @@ const double kSeamWidth = 1.0;
 const double kSeamWidthWithoutGround = 1.5;
 // Of outlines that reach what is not opaque: half of the stroke lies over it.
 const double kSeamWidthBesideClear = 1.25;
+// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
+// over that.
+const double kSeamWidthOnOpaque = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
-const double kSeamWidthAtRim = 0.5;
+const double kSeamWidthAtRim = 0.75;
 
 // Moves the outlines of the engine's last trace into a drawing. `colours` are what the palette
 // entries stand for. Painted in order, the outlines give the picture back: later ones lie over

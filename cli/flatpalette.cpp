@@ -10,6 +10,7 @@
 #include "palette.h"
 
 #include "colour.h"
+#include "ridges.h"
 
 #include <QHash>
 
@@ -59,34 +60,16 @@ const QRgb *row(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-// Whether a pixel is clearly darker or lighter than both its neighbours to the sides, or above and
-// below: part of a thin line and not of a soft edge.
-bool isThinLine(const QImage &image, int x, int y)
+// How often a colour fills a 2 x 2 block.
+QHash<QRgb, int> countBlocks(const QImage &image)
 {
-    const int kClearly = 24;
-    const int own = qGray(row(image, y)[x]);
-    const auto stands = [own](int a, int b) {
-        return own < std::min(a, b) - kClearly || own > std::max(a, b) + kClearly;
-    };
-    const bool hasSides = x > 0 && x + 1 < image.width();
-    const bool hasRows = y > 0 && y + 1 < image.height();
-    return (hasSides && stands(qGray(row(image, y)[x - 1]), qGray(row(image, y)[x + 1])))
-        || (hasRows && stands(qGray(row(image, y - 1)[x]), qGray(row(image, y + 1)[x])));
-}
-
-// How often a colour fills a 2 x 2 block, or a part of that where it makes thin lines.
-QHash<QRgb, double> countBlocks(const QImage &image)
-{
-    const double kThinPart = 1.0 / 6.0;
-    QHash<QRgb, double> blocks;
+    QHash<QRgb, int> blocks;
     for (int y = 0; y + 1 < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const QRgb *below = row(image, y + 1);
         for (int x = 0; x + 1 < image.width(); ++x) {
             if (words[x] == words[x + 1] && words[x] == below[x] && words[x] == below[x + 1])
-                blocks[words[x]] += 1.0;
-            else if (isThinLine(image, x, y))
-                blocks[words[x]] += kThinPart;
+                ++blocks[words[x]];
         }
     }
     return blocks;
@@ -95,7 +78,7 @@ QHash<QRgb, double> countBlocks(const QImage &image)
 // Cells in the order in which they are met. Edges count only when nothing else does.
 std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
 {
-    const QHash<QRgb, double> blocks = countBlocks(image);
+    const QHash<QRgb, int> blocks = countBlocks(image);
     QHash<QRgb, int> flatCells;
     QHash<QRgb, int> cubes;
     std::vector<Cell> cells;
@@ -133,7 +116,7 @@ void takeLargest(const std::vector<Cell> &cells, std::vector<QRgb> *palette)
 }
 
 // Appends the best remaining cell; false when none is worth an entry.
-bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
+bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette, std::vector<double> *scores)
 {
     const bool first = palette->empty();
     const Cell *best = nullptr;
@@ -161,7 +144,26 @@ bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette)
         }
     }
     palette->push_back(colour);
+    scores->push_back(bestScore);
     return true;
+}
+
+// Colours of thin lines. Where the palette is full they take the places of entries of less worth.
+std::vector<QRgb> takeAccents(const QImage &image, int most, std::vector<QRgb> *palette,
+                              std::vector<double> scores)
+{
+    std::vector<QRgb> colours;
+    for (const Accent &accent : accentsIn(image, *palette, most)) {
+        const bool full = static_cast<int>(palette->size() + colours.size()) >= most;
+        if (full && (palette->size() < 2 || scores.back() >= accent.score))
+            break;
+        if (full) {
+            palette->pop_back();
+            scores.pop_back();
+        }
+        colours.push_back(accent.colour);
+    }
+    return colours;
 }
 
 void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
@@ -210,16 +212,21 @@ bool hasTransparentPixels(const QImage &image)
 std::vector<QRgb> flatPalette(const QImage &image, int most)
 {
     std::vector<Cell> cells = cellsOf(image, false);
-    if (cells.empty())
-        cells = cellsOf(image, true);
     std::vector<QRgb> palette;
-    while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette)) { }
-    if (palette.empty() && most > 0)
+    std::vector<double> scores;
+    while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette, &scores)) { }
+    const std::vector<QRgb> accents = takeAccents(image, most, &palette, scores);
+    if (palette.empty() && accents.empty()) {
+        cells = cellsOf(image, true);
+        while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette, &scores)) { }
+    }
+    if (palette.empty() && accents.empty() && most > 0)
         takeLargest(cells, &palette);
-    if (static_cast<int>(palette.size()) == most) {
-        for (int i = 0; i < kMoves; ++i)
+    if (static_cast<int>(palette.size() + accents.size()) == most) {
+        for (int i = 0; i < kMoves && !palette.empty(); ++i)
             moveToMeans(&cells, &palette);
     }
+    palette.insert(palette.end(), accents.begin(), accents.end());
     if (hasTransparentPixels(image))
         palette.push_back(0u);
     return palette;

@@ -3,6 +3,7 @@
 
 #include "colour.h"
 #include "failure.h"
+#include "ridges.h"
 
 #include "engine/ZTraceBitmap.h"
 
@@ -99,6 +100,46 @@ private:
     LabelPlane *plane;
 };
 
+// Colours of the labels around a pixel, each once.
+std::vector<QRgb> coloursAround(const LabelPlane &plane, int x, int y)
+{
+    const int kNear = 3;
+    std::vector<QRgb> colours;
+    for (int v = std::max(0, y - kNear); v <= std::min(plane.height - 1, y + kNear); ++v) {
+        for (int u = std::max(0, x - kNear); u <= std::min(plane.width - 1, x + kNear); ++u) {
+            const uint16_t label
+                = plane.labels[static_cast<std::size_t>(v) * static_cast<std::size_t>(plane.width)
+                               + static_cast<std::size_t>(u)];
+            if (label != kUnlabelled
+                && std::find(colours.begin(), colours.end(), plane.colours[label]) == colours.end())
+                colours.push_back(plane.colours[label]);
+        }
+    }
+    return colours;
+}
+
+// Thin lines have no flat pixels that labels could spread from. Ridges that are no mixtures of what
+// is around them get labels of their own.
+void seedRidges(const QImage &image, LabelPlane *plane)
+{
+    std::vector<std::pair<std::size_t, uint16_t>> seeds;
+    std::size_t i = 0;
+    for (int y = 0; y < plane->height; ++y) {
+        for (int x = 0; x < plane->width; ++x, ++i) {
+            if (plane->labels[i] != kUnlabelled)
+                continue;
+            const Ridge ridge = ridgeAt(image, x, y);
+            if (!ridge.found || isMixture(ridge.colour, coloursAround(*plane, x, y)))
+                continue;
+            const int label = nearestTo(ridge, plane->colours);
+            if (label >= 0)
+                seeds.push_back({ i, static_cast<uint16_t>(label) });
+        }
+    }
+    for (const auto &seed : seeds)
+        plane->labels[seed.first] = seed.second;
+}
+
 LabelPlane emptyPlane(const QImage &image)
 {
     LabelPlane plane;
@@ -183,6 +224,7 @@ LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
             plane.labels[i] = label;
         }
     }
+    seedRidges(image, &plane);
     Spread(image, &plane).run();
     for (i = 0; i < plane.pixels(); ++i) {
         if (plane.labels[i] == kUnlabelled) {

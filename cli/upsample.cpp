@@ -73,16 +73,19 @@ QRgb interpolated(const QImage &image, const Taps &x, const Taps &y)
                  inRange(alpha));
 }
 
-// The labels of a pixel and of those around it, each once, the pixel's own first.
+// The labels of a pixel and of those around it, each once, the pixel's own first. The colour of
+// each is the label's, but where the pixels show nothing near that, as a line thinner than a pixel
+// does: there it is the nearest that they show.
 class Choice
 {
 public:
-    Choice(const LabelPlane &plane, int x, int y)
+    Choice(const QImage &picture, const LabelPlane &source, int x, int y)
+        : image(picture), plane(source)
     {
-        add(labelAt(plane, x, y));
+        add(x, y);
         for (int v = std::max(0, y - 1); v <= std::min(plane.height - 1, y + 1); ++v) {
             for (int u = std::max(0, x - 1); u <= std::min(plane.width - 1, x + 1); ++u)
-                add(labelAt(plane, u, v));
+                add(u, v);
         }
     }
 
@@ -90,12 +93,12 @@ public:
     uint16_t own() const { return labels[0]; }
 
     // The first of the most similar ones.
-    uint16_t nearest(QRgb word, const std::vector<QRgb> &colours) const
+    uint16_t nearest(QRgb word) const
     {
         std::size_t best = 0;
-        int least = colourDistance(word, colours[labels[0]]);
+        int least = colourDistance(word, colourOf(0));
         for (std::size_t i = 1; i < count; ++i) {
-            const int distance = colourDistance(word, colours[labels[i]]);
+            const int distance = colourDistance(word, colourOf(i));
             if (distance < least) {
                 best = i;
                 least = distance;
@@ -105,19 +108,35 @@ public:
     }
 
 private:
-    static uint16_t labelAt(const LabelPlane &plane, int x, int y)
+    void add(int x, int y)
     {
-        return plane.labels[static_cast<std::size_t>(y) * static_cast<std::size_t>(plane.width)
-                            + static_cast<std::size_t>(x)];
+        const uint16_t label
+            = plane.labels[static_cast<std::size_t>(y) * static_cast<std::size_t>(plane.width)
+                           + static_cast<std::size_t>(x)];
+        const QRgb word = row(image, y)[x];
+        const int distance = colourDistance(word, plane.colours[label]);
+        const std::size_t place = static_cast<std::size_t>(
+            std::find(labels.begin(), labels.begin() + count, label) - labels.begin());
+        if (place < count && distance >= distances[place])
+            return;
+        labels[place] = label;
+        shown[place] = word;
+        distances[place] = distance;
+        count = std::max(count, place + 1);
     }
 
-    void add(uint16_t label)
+    QRgb colourOf(std::size_t i) const
     {
-        if (std::find(labels.begin(), labels.begin() + count, label) == labels.begin() + count)
-            labels[count++] = label;
+        return distances[i] <= kDiluted ? plane.colours[labels[i]] : shown[i];
     }
 
+    static const int kDiluted = 96; // colourDistance
+
+    const QImage &image;
+    const LabelPlane &plane;
     std::array<uint16_t, 9> labels;
+    std::array<QRgb, 9> shown;
+    std::array<int, 9> distances;
     std::size_t count = 0;
 };
 
@@ -132,7 +151,7 @@ LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, cons
     fine.labels.resize(stride * static_cast<std::size_t>(fine.height));
     for (int y = 0; y < plane.height; ++y) {
         for (int x = 0; x < plane.width; ++x) {
-            const Choice choice(plane, x, y);
+            const Choice choice(image, plane, x, y);
             uint16_t *corner = fine.labels.data() + static_cast<std::size_t>(y * factor) * stride
                 + static_cast<std::size_t>(x * factor);
             for (int j = 0; j < factor; ++j) {
@@ -159,7 +178,7 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
     std::size_t soft = 0;
     for (int y = 0; y < plane.height; ++y) {
         for (int x = 0; x < plane.width; ++x) {
-            const Choice choice(plane, x, y);
+            const Choice choice(image, plane, x, y);
             if (choice.size() == 1)
                 continue;
             ++onBorder;
@@ -201,9 +220,8 @@ void useMeanColours(const QImage &image, LabelPlane *plane)
 
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
-    return refine(image, plane, factor, [&plane](const Choice &choice, QRgb word) {
-        return choice.nearest(word, plane.colours);
-    });
+    return refine(image, plane, factor,
+                  [](const Choice &choice, QRgb word) { return choice.nearest(word); });
 }
 
 LabelPlane upsampledInk(const QImage &image, const LabelPlane &plane, int factor, int threshold)

@@ -204,7 +204,7 @@ class Keeping(OptionsTest):
         self.write("b.png", png(40, 40, lambda x, y: CLEAR if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
         for arguments in [], ["--layers"]:
             widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "-p", "logo", *arguments))
-            self.assertEqual(widths, [b"1.25", b"0.5"])
+            self.assertEqual(widths, [b"1.25", b"0.75"])
 
     def test_layers_do_not_paint_over_each_other(self):
         self.write("a.png", ring(RED, WHITE, WHITE))

@@ -4,6 +4,7 @@
 #include "cli/colour.h"
 #include "cli/palette.h"
 #include "cli/reduce.h"
+#include "cli/ridges.h"
 #include "cli/scan.h"
 
 #include <QTest>
@@ -84,6 +85,82 @@ private slots:
         const std::vector<QRgb> palette = flatPalette(image, 6);
         QVERIFY(std::find(palette.begin(), palette.end(), kRed) != palette.end());
         QCOMPARE(palette.size(), std::size_t(6));
+    }
+
+    // A line has soft edges alone, in rows 28 to 32.
+    static QImage softLine(QRgb ground, QRgb line)
+    {
+        QImage image(60, 60, QImage::Format_ARGB32);
+        image.fill(ground);
+        for (int x = 0; x < 60; ++x) {
+            for (int y : { 29, 31 })
+                image.setPixel(x, y, mixture(ground, line));
+            image.setPixel(x, 30, line);
+        }
+        return image;
+    }
+
+    static QRgb mixture(QRgb a, QRgb b)
+    {
+        return qRgba((qRed(a) + qRed(b)) / 2, (qGreen(a) + qGreen(b)) / 2,
+                     (qBlue(a) + qBlue(b)) / 2, (qAlpha(a) + qAlpha(b)) / 2);
+    }
+
+    void thinLinesHaveAColour_data()
+    {
+        QTest::addColumn<QRgb>("ground");
+        QTest::addColumn<QRgb>("line");
+        QTest::newRow("green on white") << 0xFFFFFFFFu << 0xFF148C28u;
+        QTest::newRow("white on blue") << kBlue << 0xFFFFFFFFu;
+        QTest::newRow("black on nothing") << 0u << 0xFF000000u;
+    }
+    void thinLinesHaveAColour()
+    {
+        QFETCH(QRgb, ground);
+        QFETCH(QRgb, line);
+        const QImage image = softLine(ground, line);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette.size(), std::size_t(2));
+        const LabelPlane plane = reduceFlat(image, palette);
+        for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
+            QCOMPARE(palette[plane.labels[i]], line);
+        QCOMPARE(palette[plane.labels[0]], ground);
+    }
+
+    void thinLinesDilutedByTheirEdgesStayTheirColour()
+    {
+        // Half of the line's colour is left, and the colour itself is to be seen elsewhere.
+        QImage image = softLine(0xFFFFFFFFu, mixture(0xFFFFFFFFu, kBlue));
+        for (int i = 0; i < 100; ++i)
+            image.setPixel(10 + i % 10, 10 + i / 10, kBlue);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { 0xFFFFFFFFu, kBlue }));
+        const LabelPlane plane = reduceFlat(image, palette);
+        for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
+            QCOMPARE(int(plane.labels[i]), 1);
+    }
+
+    void softEdgesAreNoLines()
+    {
+        const QImage image = softEdge(kRed, kBlue, mixture(kRed, kBlue));
+        QCOMPARE(accentsIn(image, { kRed, kBlue }, 16).size(), std::size_t(0));
+        for (int x = 0; x < image.width(); ++x)
+            QVERIFY(!ridgeAt(image, x, image.height() / 2).found);
+    }
+
+    void accentsTakeThePlacesOfLessUsefulColours()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32);
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, qRgb(120 + x / 2, 120 + x / 2, 120 + x / 2)); // greys
+        }
+        for (int y = 0; y < 200; ++y)
+            image.setPixel(100, y, qRgb(200, 120, 0));
+        const std::vector<QRgb> palette = flatPalette(image, 6);
+        QCOMPARE(palette.size(), std::size_t(6));
+        const auto isOrange = [](QRgb colour) { return qRed(colour) > qBlue(colour) + 100; };
+        QCOMPARE(std::count_if(palette.begin(), palette.end(), isOrange), std::ptrdiff_t(1));
     }
 
     void transparencyIsAnEntryOfItsOwn()

@@ -112,18 +112,38 @@ private slots:
     void whatIsTransparentHasNoHue()
     {
         // Green under an alpha of 0 is not mixed into the red beside it.
-        QImage image(6, 1, QImage::Format_ARGB32);
+        const QRgb mixture = qRgba(110, 120, 5, 150);
+        QImage image(8, 1, QImage::Format_ARGB32);
         image.fill(qRgba(0, 255, 0, 0));
         for (int x = 0; x < 3; ++x)
             image.setPixel(x, 0, qRgba(200, 10, 10, 255));
+        image.setPixel(4, 0, mixture);
         LabelPlane plane;
-        plane.width = 6;
+        plane.width = 8;
         plane.height = 1;
-        plane.colours = { qRgba(200, 10, 10, 255), 0u, qRgba(110, 120, 5, 150) };
-        plane.labels = { 0, 0, 0, 1, 2, 1 };
+        plane.colours = { qRgba(200, 10, 10, 255), 0u, mixture };
+        plane.labels = { 0, 0, 0, 1, 2, 1, 1, 1 };
         const LabelPlane fine = upsampled(image, plane, 2);
-        for (std::size_t i = 0; i < 12; ++i)
-            QCOMPARE(fine.labels[i], uint16_t(i < 6 ? 0 : 1));
+        const std::vector<uint16_t> row(fine.labels.begin(), fine.labels.begin() + 16);
+        QCOMPARE(row, (std::vector<uint16_t> { 0, 0, 0, 0, 0, 0, 1, 1, 2, 2, 1, 1, 1, 1, 1, 1 }));
+    }
+
+    // A line thinner than a pixel shows its colour nowhere; it is no reason to lose it.
+    void dilutedLinesStay()
+    {
+        QImage image(9, 9, QImage::Format_ARGB32);
+        image.fill(qRgb(255, 255, 255));
+        LabelPlane plane;
+        plane.width = plane.height = 9;
+        plane.colours = { qRgb(255, 255, 255), qRgb(0, 0, 0) };
+        plane.labels.assign(81, 0);
+        for (int x = 0; x < 9; ++x) {
+            image.setPixel(x, 4, qRgb(150, 150, 150));
+            plane.labels[static_cast<std::size_t>(36 + x)] = 1;
+        }
+        const LabelPlane fine = upsampled(image, plane, 2);
+        QCOMPARE(std::count(fine.labels.begin(), fine.labels.end(), uint16_t(1)),
+                 std::ptrdiff_t(36));
     }
 
     // The eye of a letter, a light pixel among dark ones, is not closed.
