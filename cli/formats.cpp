@@ -86,7 +86,42 @@ void refuseInputAsOutput(const std::string &input, const QString &output)
     if (input == kStandardOutput
             ? isStandardInput(output)
             : in.exists() && out.exists() && in.canonicalFilePath() == out.canonicalFilePath())
-        throw Failure(kWrongUsage, input + ": the output would overwrite the input");
+        throw Failure(kWrongUsage, inputName(input) + ": the output would overwrite the input");
+}
+
+// Files that the settings were read from.
+std::vector<std::string> filesOf(const Settings &settings)
+{
+    std::vector<std::string> files;
+    for (const char *name : { "palette", "preset" }) {
+        const auto said = settings.said.find(name);
+        if (said != settings.said.end())
+            files.insert(files.end(), said->second.begin(), said->second.end());
+    }
+    if (!settings.config.empty())
+        files.push_back(settings.config);
+    return files;
+}
+
+// The same for all names of a file.
+QString identityOf(const QString &fileName)
+{
+    const QFileInfo file(fileName);
+    if (fileName == QLatin1String(kStandardOutput))
+        return fileName;
+    return file.exists()
+        ? file.canonicalFilePath()
+        : QFileInfo(file.path()).canonicalFilePath() + QLatin1Char('/') + file.fileName();
+}
+
+// Standard output by its name in the file system would be opened anew, and what is in it be lost.
+QString withoutAlias(const QString &fileName)
+{
+    for (const char *alias : { "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1" }) {
+        if (fileName == QLatin1String(alias))
+            return QString::fromLatin1(kStandardOutput);
+    }
+    return fileName;
 }
 
 // What fails here would fail after the work as well.
@@ -121,8 +156,12 @@ bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawin
         return writeDxf(drawing, settings.dxf, device);
     if (format == "pdf")
         return writePdf(drawing, settings.style, device);
-    if (format == "png")
-        return writePng(drawing, settings.style, settings.scale, device);
+    if (format == "png") {
+        const QImage picture = renderDrawing(drawing, settings.style, settings.scale);
+        if (picture.isNull())
+            failForMemory();
+        return savePng(picture, device);
+    }
     if (format == "json")
         return writeJson(drawing, device);
     SvgOptions options;
@@ -132,6 +171,11 @@ bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawin
 }
 
 } // namespace
+
+std::string inputName(const std::string &input)
+{
+    return input == kStandardOutput ? "standard input" : input;
+}
 
 const std::vector<std::string> &formatNames()
 {
@@ -147,10 +191,10 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
     for (const std::string &name : settings.outputs) {
         if (name.empty())
             throw Failure(kWrongUsage, "--output: a file name is wanted");
-        const QString fileName = QFile::decodeName(name.c_str());
-        if (!names.insert(QFileInfo(fileName).absoluteFilePath()).second)
+        const QString fileName = withoutAlias(QFile::decodeName(name.c_str()));
+        if (!names.insert(identityOf(fileName)).second)
             throw Failure(kWrongUsage, "--output: " + name + " is given twice");
-        const bool isFile = name != kStandardOutput
+        const bool isFile = fileName != QLatin1String(kStandardOutput)
             && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());
         // A device has no ending; neither has standard output.
         const bool plain = !QFileInfo(fileName).exists() || QFileInfo(fileName).isFile();
@@ -162,6 +206,10 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
         outputs.push_back({ besideInput(input, chosen), chosen });
     for (const Output &output : outputs) {
         refuseInputAsOutput(input, output.fileName);
+        for (const std::string &other : filesOf(settings)) {
+            if (identityOf(output.fileName) == identityOf(QFile::decodeName(other.c_str())))
+                throw Failure(kWrongUsage, other + ": the output would overwrite it");
+        }
         requireFolder(output);
     }
     return outputs;
@@ -184,23 +232,27 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
     return outputs;
 }
 
-void writeOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
-                  const Settings &settings)
+void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
+                  const Settings &settings, OutputFiles *files)
 {
     for (const Output &output : outputs) {
         if (output.format == "png")
             requirePicture(output, drawing, settings.scale);
     }
-    OutputFiles files;
-    QString error;
     for (const Output &output : outputs) {
         const auto write
             = [&](QIODevice *device) { return writeTo(device, output.format, drawing, settings); };
-        if (!files.add(output.fileName, write, &error))
+        QString error;
+        if (!files->add(output.fileName, write, &error))
             failToWrite(nameOf(output.fileName), error);
     }
+}
+
+void commitOutputs(OutputFiles *files)
+{
     QString name;
-    if (!files.commit(&name, &error))
+    QString error;
+    if (!files->commit(&name, &error))
         failToWrite(nameOf(name), error);
 }
 

@@ -13,6 +13,8 @@
 
 namespace ztrace {
 
+class OutputFiles;
+
 // A place to write to and how. "-" is standard output.
 struct Output
 {
@@ -23,6 +25,9 @@ struct Output
 // Names of the formats, which are their endings too.
 const std::vector<std::string> &formatNames();
 
+// What messages call an input.
+std::string inputName(const std::string &input);
+
 // The outputs that the settings name, or the one that follows from the input's name. Throws a
 // Failure for endings without a format and for an output that is the input.
 std::vector<Output> outputsFor(const std::string &input, const Settings &settings);
@@ -30,9 +35,10 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
 // The same for one page of several: the page's number goes before the ending. Devices take all.
 std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input);
 
-// Writes a drawing to all outputs, or to none when that fails for one. Throws a Failure.
-void writeOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
-                  const Settings &settings);
+// Writes a drawing to temporary places, and gives all of them their names. Both throw a Failure.
+void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
+                  const Settings &settings, OutputFiles *files);
+void commitOutputs(OutputFiles *files);
 
 } // namespace ztrace
 

@@ -13,17 +13,19 @@
 #include "tracing.h"
 
 #include "drawing/json.h"
+#include "drawing/output.h"
 #include "drawing/text.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QTextCodec>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <set>
 #include <string>
@@ -34,38 +36,28 @@ namespace {
 
 const char kAuto[] = "auto";
 
+// A message is a line, whatever the names in it are.
+void tell(std::string text)
+{
+    for (char &letter : text) {
+        if (static_cast<unsigned char>(letter) < ' ' || letter == 127)
+            letter = '?';
+    }
+    std::fprintf(stderr, "ztrace: %s\n", text.c_str());
+}
+
 void listPresets()
 {
     std::printf("%-12s %s\n", kAuto, "one of these, by the look of the image");
     for (const Preset &preset : allPresets()) {
         if (!preset.error.empty()) {
-            std::fprintf(stderr, "ztrace: %s\n", preset.error.c_str());
+            tell(preset.error);
             continue;
         }
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
                     preset.origin == "built in" ? "" : (" (" + preset.origin + ")").c_str());
     }
 }
-
-// While this lives, interrupting the program waits: files are whole or not there.
-class Uninterrupted
-{
-public:
-    Uninterrupted()
-    {
-        sigset_t blocked;
-        sigemptyset(&blocked);
-        for (int number : { SIGINT, SIGTERM, SIGHUP })
-            sigaddset(&blocked, number);
-        pthread_sigmask(SIG_BLOCK, &blocked, &saved);
-    }
-    ~Uninterrupted() { pthread_sigmask(SIG_SETMASK, &saved, nullptr); }
-    Uninterrupted(const Uninterrupted &) = delete;
-    Uninterrupted &operator=(const Uninterrupted &) = delete;
-
-private:
-    sigset_t saved;
-};
 
 class Run
 {
@@ -98,7 +90,7 @@ private:
     void warn(const std::string &text)
     {
         if (!line.settings.quiet && told.insert(text).second)
-            std::fprintf(stderr, "ztrace: %s\n", text.c_str());
+            tell(text);
     }
 
     void useConfiguration()
@@ -117,23 +109,38 @@ private:
     ExitCode traceAllPages(const ImageSource &source, const std::vector<Output> &outputs)
     {
         const int pages = source.pages();
-        if (pages == 1) {
+        const int claimed = std::max(pages, source.pagesClaimed());
+        if (claimed == 1) {
             trace(source, 1, outputs);
             return kSuccess;
         }
-        ExitCode code = kSuccess;
+        std::vector<std::vector<Output>> outputsOfPages;
+        for (int page = 1; page <= pages; ++page)
+            outputsOfPages.push_back(outputsForPage(outputs, page, line.input));
+        int failed = claimed - pages;
+        std::set<ExitCode> codes;
+        if (failed > 0)
+            codes.insert(kInputUnreadable);
         for (int page = 1; page <= pages; ++page) {
-            const std::vector<Output> own = outputsForPage(outputs, page, line.input);
             try {
-                trace(source, page, own);
+                trace(source, page, outputsOfPages[static_cast<std::size_t>(page - 1)]);
+                continue;
             } catch (const Failure &failure) {
-                if (failure.code == kWrongUsage)
-                    throw;
-                std::fprintf(stderr, "ztrace: page %d: %s\n", page, failure.what());
-                code = kFailed;
+                tell("page " + std::to_string(page) + ": " + failure.what());
+                codes.insert(failure.code);
+            } catch (const std::bad_alloc &) {
+                tell("page " + std::to_string(page) + ": not enough memory");
+                codes.insert(kFailed);
             }
+            ++failed;
         }
-        return code;
+        if (claimed > pages) {
+            tell(line.input + ": only " + std::to_string(pages) + " of " + std::to_string(claimed)
+                 + " pages can be read");
+        }
+        if (failed == 0)
+            return kSuccess;
+        return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
     Settings settingsFor(const QImage &image, Look *look)
@@ -162,12 +169,12 @@ private:
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
-        write(result.drawing, settings, outputs);
-        std::FILE *stream = reportStream(outputs);
-        if (settings.stats)
-            printStatistics(result, look, stream);
-        if (settings.json)
-            printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
+        write(result.drawing, settings, outputs, [&](std::FILE *stream) {
+            if (settings.stats)
+                printStatistics(result, look, stream);
+            if (settings.json)
+                printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
+        });
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.
@@ -203,27 +210,38 @@ private:
         Drawing drawing;
         QString error;
         if (!readJson(source.contents(), &drawing, &error))
-            throw Failure(kInputUnreadable, line.input + ": " + error.toStdString());
+            throw Failure(kInputUnreadable, inputName(line.input) + ": " + error.toStdString());
         if (line.settings.dpi && *line.settings.dpi > 0.0)
             drawing.dpi = *line.settings.dpi;
         if (line.given.count("units"))
             drawing.unit = line.settings.unit;
+        line.settings.style.byLayer = false; // its areas are not cut out of each other
         for (const std::string &sentence :
              withoutEffectOnDrawings(onCommandLine, line.settings, outputs))
             warn(sentence);
-        write(drawing, line.settings, outputs);
-        std::FILE *stream = reportStream(outputs);
-        if (line.settings.stats)
-            printStatistics(drawing, stream);
-        if (line.settings.json)
-            printJson(drawing, line.input, 1, QJsonObject(), stream);
+        write(drawing, line.settings, outputs, [&](std::FILE *stream) {
+            if (line.settings.stats)
+                printStatistics(drawing, stream);
+            if (line.settings.json)
+                printJson(drawing, line.input, 1, QJsonObject(), stream);
+        });
     }
 
-    void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs)
+    // A report that does not arrive is a failure, after which the outputs are not there either.
+    void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
+               const std::function<void(std::FILE *)> &report)
     {
         progress->stage("writing");
-        const Uninterrupted guard;
-        writeOutputs(outputs, drawing, settings);
+        OutputFiles files;
+        stageOutputs(outputs, drawing, settings, &files);
+        std::FILE *stream = reportStream(outputs);
+        errno = 0;
+        report(stream);
+        if (std::fflush(stream) != 0 || std::ferror(stream) != 0) {
+            throw Failure(kOutputNotWritable,
+                          std::string("standard output: ") + std::strerror(errno));
+        }
+        commitOutputs(&files);
     }
 
     // Standard output is for one thing at a time.
@@ -271,16 +289,12 @@ int main(int argc, char **argv)
             listPresets();
         else if (line.action == CommandLine::Trace)
             code = Run(line).all();
-        // A report that did not arrive is an output that was not written.
-        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-            throw Failure(kOutputNotWritable,
-                          "standard output: " + std::string(std::strerror(errno)));
         return code;
     } catch (const Failure &failure) {
-        std::fprintf(stderr, "ztrace: %s\n", failure.what());
+        tell(failure.what());
         return failure.code;
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "ztrace: not enough memory\n");
+        tell("not enough memory");
         return kFailed;
     }
 }

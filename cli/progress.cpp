@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "progress.h"
 
+#include "drawing/signals.h"
+
 #include <chrono>
 #include <cstdio>
 
@@ -21,8 +23,10 @@ ProgressLine::ProgressLine(const Settings &settings)
       told(!settings.quiet && settings.progress == Progress::Always && !shown),
       first(settings.progress == Progress::Always ? kInterval : kFirst)
 {
-    if (shown)
-        thread = std::thread([this] { draw(); });
+    if (!shown)
+        return;
+    const Uninterrupted inherited; // signals are the main thread's
+    thread = std::thread([this] { draw(); });
 }
 
 ProgressLine::~ProgressLine()

@@ -9,10 +9,14 @@
 #include <QImageReader>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <set>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ztrace {
@@ -20,6 +24,7 @@ namespace ztrace {
 namespace {
 
 const double kScreenDpi = 96.0;
+const double kMostStretch = 20.0; // of pixels; beyond it a resolution is an error
 
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
@@ -94,14 +99,17 @@ ImageSource::ImageSource(const std::string &fileName) : name(fileName)
         fail(name, file.errorString().toLocal8Bit().toStdString());
     }
     data = file.readAll();
+    if (data.startsWith("\xEF\xBB\xBF{"))
+        data.remove(0, 3); // editors put a byte order mark before a drawing
     if (data.isEmpty())
         fail(name, file.error() == QFileDevice::NoError ? "is empty" : "cannot be read");
 }
 
 void ImageSource::requireFile(const std::string &fileName)
 {
-    if (fileName != "-" && !QFileInfo::exists(QFile::decodeName(fileName.c_str())))
-        fail(fileName, "No such file or directory");
+    struct stat ignored;
+    if (fileName != "-" && stat(fileName.c_str(), &ignored) != 0)
+        fail(fileName, std::strerror(errno));
 }
 
 int ImageSource::pages() const
@@ -113,6 +121,34 @@ int ImageSource::pages() const
     QImageReader reader(&buffer);
     checkReadable(&reader, name);
     return std::max(1, reader.imageCount());
+}
+
+// A TIFF is a chain of directories: a count of entries, the entries of 12 bytes, the place of the
+// next directory.
+int ImageSource::pagesClaimed() const
+{
+    const bool little = data.startsWith(QByteArray("II*\0", 4));
+    if (!little && !data.startsWith(QByteArray("MM\0*", 4)))
+        return 0;
+    const auto number = [&](qint64 at, int bytes) {
+        qint64 value = 0;
+        for (int i = 0; i < bytes; ++i) {
+            const int byte = static_cast<unsigned char>(data.at(static_cast<int>(at + i)));
+            value |= static_cast<qint64>(byte) << (8 * (little ? i : bytes - 1 - i));
+        }
+        return value;
+    };
+    const int kEntry = 12;
+    std::set<qint64> places;
+    qint64 place = data.size() >= 8 ? number(4, 4) : 0;
+    while (place != 0 && places.insert(place).second) {
+        // A directory that is not there is a page nevertheless.
+        const qint64 end = place + 2 > data.size() ? place : place + 2 + kEntry * number(place, 2);
+        if (place + 2 > data.size() || end + 4 > data.size())
+            break;
+        place = number(end, 4);
+    }
+    return static_cast<int>(places.size());
 }
 
 QImage ImageSource::read(int page, bool upright) const
@@ -151,17 +187,13 @@ bool ImageSource::isCutShort() const
 
 bool ImageSource::isDrawing() const
 {
-    const QByteArray start = data.left(1000).trimmed();
-    return start.startsWith('{');
+    return data.left(1000).trimmed().startsWith('{');
 }
 
 bool Resolution::isSquare() const
 {
-    // Beyond the larger one it is not a resolution but an error.
     const double kRounding = 1.02;
-    const double kMostStretch = 20.0;
-    const double stretch = std::max(across / down, down / across);
-    return stretch < kRounding || stretch > kMostStretch;
+    return std::max(across / down, down / across) < kRounding;
 }
 
 Resolution resolutionOf(const QImage &image)
@@ -169,6 +201,15 @@ Resolution resolutionOf(const QImage &image)
     Resolution resolution;
     resolution.across = dpiOf(image.dotsPerMeterX());
     resolution.down = dpiOf(image.dotsPerMeterY());
+    // One that is not told, or cannot be true, is the other one.
+    const double larger = std::max(resolution.across, resolution.down);
+    const double smaller = std::min(resolution.across, resolution.down);
+    if (resolution.across == kScreenDpi)
+        resolution.across = resolution.down;
+    else if (resolution.down == kScreenDpi)
+        resolution.down = resolution.across;
+    else if (larger > kMostStretch * smaller)
+        resolution.across = resolution.down = larger;
     return resolution;
 }
 

@@ -28,6 +28,10 @@ public:
     // Pages of a file that has several; 1 for all others.
     int pages() const;
 
+    // Pages that a TIFF lists; its reader stops at the first that it cannot make sense of. 0 for
+    // all others.
+    int pagesClaimed() const;
+
     // Page 1 is the first. `upright` turns the image as its own note on orientation says.
     QImage read(int page, bool upright) const;
 

@@ -382,8 +382,7 @@ private:
             mergeRegionsBelow(least * result.upsampling, &plane);
         }
         image = QImage();
-        if (settings.method.value_or(Method::Flat) == Method::Flat)
-            separateCrossings(&plane); // in a blend nothing of note hangs on a corner
+        separateCrossings(&plane);
         std::map<std::string, double> options = {
             { "monochrome", 0 }, { "blurradius", 0 }, { "colorquantcycles", 1 }, { "pathomit", 0 }
         };

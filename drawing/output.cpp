@@ -2,12 +2,15 @@
 #include "output.h"
 
 #include "TextSink.h"
+#include "signals.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 
 #include <cstdio>
+
+#include <unistd.h>
 
 namespace ztrace {
 
@@ -46,6 +49,43 @@ bool send(const QString &fileName, const QByteArray &contents, QString *error)
     return true;
 }
 
+// What a name stood for before it is given to a new file: another link to the old file, or nothing.
+class OldFile
+{
+public:
+    explicit OldFile(const QString &fileName)
+        : name(QFile::encodeName(QFileInfo(fileName).canonicalFilePath()))
+    {
+        existed = !name.isEmpty();
+        if (!existed) {
+            name = QFile::encodeName(fileName);
+            return;
+        }
+        link = name + ".old-" + QByteArray::number(static_cast<qint64>(getpid()));
+        isKept = ::link(name.constData(), link.constData()) == 0;
+    }
+
+    void restore() const
+    {
+        if (isKept)
+            ::rename(link.constData(), name.constData());
+        else if (!existed)
+            ::unlink(name.constData());
+    }
+
+    void forget() const
+    {
+        if (isKept)
+            ::unlink(link.constData());
+    }
+
+private:
+    QByteArray name;
+    QByteArray link;
+    bool existed = false;
+    bool isKept = false; // not every file system has links
+};
+
 } // namespace
 
 bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QString *error)
@@ -57,8 +97,9 @@ bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QStrin
     std::unique_ptr<QSaveFile> file(new QSaveFile(fileName));
     if (!file->open(QIODevice::WriteOnly))
         return fail(error, reasonOf(*file));
-    // The last bytes wait in a buffer, and commit() does not tell when they cannot be written.
-    if (!write(file.get()) || !file->flush())
+    // The last bytes wait in a buffer, and commit() does not tell when they cannot be written. Only
+    // a second attempt says why a part of them was.
+    if (!write(file.get()) || (!file->flush() && !file->flush()))
         return fail(error, reasonOf(*file));
     files.push_back(std::move(file));
     return true;
@@ -82,13 +123,30 @@ bool OutputFiles::commit(QString *fileName, QString *error)
         if (!send(stream.name, stream.contents, error))
             return false;
     }
+    streams.clear();
+    const Uninterrupted guard;
+    const bool renamed = rename(fileName, error);
+    files.clear();
+    return renamed;
+}
+
+bool OutputFiles::rename(QString *fileName, QString *error)
+{
+    std::vector<OldFile> old;
     for (const std::unique_ptr<QSaveFile> &file : files) {
         *fileName = file->fileName();
-        if (!file->commit())
-            return fail(error, reasonOf(*file));
+        old.emplace_back(file->fileName());
+        if (file->commit())
+            continue;
+        *error = reasonOf(*file);
+        old.back().forget();
+        old.pop_back();
+        for (const OldFile &before : old)
+            before.restore();
+        return false;
     }
-    streams.clear();
-    files.clear();
+    for (const OldFile &before : old)
+        before.forget();
     return true;
 }
 

@@ -21,7 +21,8 @@ typedef std::function<bool(QIODevice *)> DeviceWriter;
 
 // Files that get their names together, when the contents of all of them have arrived on the disk.
 // Until then, and after a failure, files of those names stay as they were. A name that is no
-// ordinary file (a terminal, a pipe) gets its contents with the others; "-" is standard output.
+// ordinary file (a terminal, a pipe) gets its contents before the files get their names; "-" is
+// standard output.
 class OutputFiles
 {
 public:
@@ -44,6 +45,7 @@ private:
     };
 
     bool addStream(const QString &fileName, const DeviceWriter &write, QString *error);
+    bool rename(QString *fileName, QString *error);
 
     std::vector<Stream> streams;
     std::vector<std::unique_ptr<QSaveFile>> files;

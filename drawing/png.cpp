@@ -134,13 +134,18 @@ QImage renderDrawing(const Drawing &drawing, const PaintStyle &style, double sca
     return image;
 }
 
-bool writePng(const Drawing &drawing, const PaintStyle &style, double scale, QIODevice *device)
+bool savePng(const QImage &image, QIODevice *device)
 {
-    const QImage image = renderDrawing(drawing, style, scale);
     // The encoder has words of its own for a full disk.
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
-    return !image.isNull() && image.save(&buffer, "PNG") && writeFully(device, buffer.data());
+    return image.save(&buffer, "PNG") && writeFully(device, buffer.data());
+}
+
+bool writePng(const Drawing &drawing, const PaintStyle &style, double scale, QIODevice *device)
+{
+    const QImage image = renderDrawing(drawing, style, scale);
+    return !image.isNull() && savePng(image, device);
 }
 
 } // namespace ztrace

@@ -19,6 +19,9 @@ const int kLargestPictureSide = 32767;
 // Null when memory does not hold it. Needs no display.
 QImage renderDrawing(const Drawing &drawing, const PaintStyle &style, double scale);
 
+// Writes a picture; false when the device took less.
+bool savePng(const QImage &image, QIODevice *device);
+
 // Writes that picture with its resolution. Returns false when there is none, or when the device
 // took less than everything.
 bool writePng(const Drawing &drawing, const PaintStyle &style, double scale, QIODevice *device);
