@@ -7,6 +7,8 @@
 #include "upsample.h"
 #include "values.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <limits>
 
@@ -46,7 +48,7 @@ void storeThreshold(Settings *s, const std::string &text)
             { "otsu", Threshold::Otsu },
             { "adaptive", Threshold::Adaptive } };
     for (const auto &word : words) {
-        if (text == word.first) {
+        if (QString::fromStdString(text).toLower() == QLatin1String(word.first)) {
             s->threshold = word.second;
             return;
         }
@@ -85,8 +87,7 @@ const Setting kOutputSettings[] = {
     { "format", "f", Setting::Value, kOutputGroup, "FORMAT",
       "Format where no ending tells it, as on standard output",
       [](Settings *s, const std::string &t) {
-          wordValue("--format", t, formatNames());
-          s->format = t;
+          s->format = formatNames()[wordValue("--format", t, formatNames())];
       } },
     { "dpi", "", Setting::Value, kOutputGroup, "N|auto",
       "Pixels an inch of the image (auto: what the image says of itself)", storeDpi },
@@ -149,7 +150,7 @@ const Setting kColourSettings[] = {
       [](Settings *s, const std::string &t) {
           s->colors = wholeValue("--colors", t, 1, kMostColors);
       } },
-    { "palette", "", Setting::Value, kColourGroup, "LIST|FILE",
+    { "palette", "", Setting::Commas, kColourGroup, "LIST|FILE",
       "Exactly these colours and no others: '#000000,#ff0000,orange' or a palette file (.gpl)",
       [](Settings *s, const std::string &t) { s->palette = paletteValue(t); } },
     { "background", "", Setting::Value, kColourGroup, "COLOR",
@@ -206,6 +207,9 @@ const Setting kOutlineSettings[] = {
       } },
     { "no-frame", "", Setting::Flag, kOutlineGroup, "", "Leave out the outline of the page itself",
       [](Settings *s, const std::string &t) { s->noFrame = flagValue("--no-frame", t); } },
+    { "no-seams", "", Setting::Flag, kOutlineGroup, "",
+      "Leave out the strokes that close the hairlines between areas, for plotters and cutters",
+      [](Settings *s, const std::string &t) { s->seams = !flagValue("--no-seams", t); } },
     { "only-color", "", Setting::List, kOutlineGroup, "COLOR",
       "Keep the outlines of this colour alone; may be given several times",
       [](Settings *s, const std::string &t) {
@@ -221,7 +225,11 @@ const Setting kRunningSettings[] = {
       "Take settings from a TOML file; names are those of the options, the engine's options "
       "stand "
       "in a section [set]. The command line goes before the file, the file before the preset",
-      [](Settings *s, const std::string &t) { s->config = t; } },
+      [](Settings *s, const std::string &t) {
+          if (t.empty())
+              throw Failure(kWrongUsage, "--config: a file name is wanted");
+          s->config = t;
+      } },
     { "stats", "", Setting::Flag, kRunningGroup, "",
       "Print sizes, palette, numbers of outlines and segments, and times",
       [](Settings *s, const std::string &t) { s->stats = flagValue("--stats", t); } },

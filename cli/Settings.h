@@ -67,6 +67,7 @@ struct Settings
     std::optional<double> tolerance;
     std::optional<double> curveTolerance;
     bool noFrame = false;
+    bool seams = true;        // strokes that close the hairlines between neighbours
     bool transparent = false; // fully transparent regions have outlines of their own
     std::vector<QRgb> onlyColours;
 
@@ -84,7 +85,9 @@ struct Settings
 // One thing that can be set, by the same name on the command line (`--name`) and in TOML files.
 struct Setting
 {
-    enum Kind { Flag, Value, List }; // a list may be given several times
+    // A list may be given several times; a file may have several values with commas between them
+    // as a list as well.
+    enum Kind { Flag, Value, List, Commas };
 
     std::string name;
     std::string shortName; // one letter, or empty

@@ -74,6 +74,7 @@ public:
         : plane(p), map(findRegions(p)), outlines(o)
     {
         nesting = findNesting(plane, map);
+        rims = rimsOfRegions();
         std::vector<int>().swap(map.regionOfPixel);
         outlineOf.assign(map.regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
@@ -174,18 +175,21 @@ public:
         }
     }
 
-    // The outline of the page itself: of a region that reaches all four sides of the image.
-    void dropFrame()
+    // The outline of the page itself goes: of a region that reaches all four sides of the image and
+    // runs along half of its rim. Returns whether there was one.
+    bool dropFrame()
     {
+        const std::size_t rim = 2 * static_cast<std::size_t>(plane.width + plane.height);
         std::vector<bool> keep(regionOf.size(), true);
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone)
                 continue;
             const Region &region = map.regions[at(regionOf[i])];
             keep[i] = region.left > 0 || region.top > 0 || region.right < plane.width - 1
-                || region.bottom < plane.height - 1;
+                || region.bottom < plane.height - 1 || 2 * rims[at(regionOf[i])] < rim;
         }
         retain(keep);
+        return std::find(keep.begin(), keep.end(), false) != keep.end();
     }
 
     // Outlines of other colours go, but for the holes of those that stay.
@@ -239,6 +243,25 @@ public:
 
 private:
     static std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+    // Pixel edges of every region along the rim of the image.
+    std::vector<std::size_t> rimsOfRegions() const
+    {
+        std::vector<std::size_t> counts(map.regions.size(), 0);
+        const auto count = [&](int x, int y) {
+            const std::size_t pixel = at(y) * at(plane.width) + at(x);
+            ++counts[at(map.regionOfPixel[pixel])];
+        };
+        for (int x = 0; x < plane.width; ++x) {
+            count(x, 0);
+            count(x, plane.height - 1);
+        }
+        for (int y = 0; y < plane.height; ++y) {
+            count(0, y);
+            count(plane.width - 1, y);
+        }
+        return counts;
+    }
 
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
@@ -300,8 +323,9 @@ private:
     RegionMap map;
     Nesting nesting;
     std::vector<Outline> *outlines;
-    std::vector<int> outlineOf; // of every region
-    std::vector<int> regionOf;  // of every outline
+    std::vector<std::size_t> rims; // of every region
+    std::vector<int> outlineOf;    // of every region
+    std::vector<int> regionOf;     // of every outline
 };
 
 // The polyline with all coordinates divided.
@@ -359,7 +383,7 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
                                     [](QRgb colour) { return qAlpha(colour) == 255; });
     const bool fewSeams = settings.method == Method::Ink || settings.method == Method::Raw;
     const bool apart = settings.style.byLayer || !settings.onlyColours.empty();
-    const bool whole = !settings.noFrame && settings.onlyColours.empty();
+    const bool whole = settings.onlyColours.empty();
     if (opaque && settings.method == Method::Ink && whole)
         drawing.ground = *std::max_element(colours.begin(), colours.end(),
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
@@ -376,9 +400,10 @@ Drawing arrange(const QList<ZPolyline> &polylines, ZTraceBitmap *engine,
         drawing.ground = arranger.commonestColour();
     if (!settings.transparent)
         arranger.dropTransparent();
-    if (settings.noFrame)
-        arranger.dropFrame();
-    if (!fewSeams || settings.style.byLayer)
+    // What is left of the paper would lie on the ground, which is the page as well.
+    if (settings.noFrame && arranger.dropFrame())
+        drawing.ground = 0;
+    if (settings.seams && (!fewSeams || settings.style.byLayer))
         arranger.closeSeams(drawing, settings.style.byLayer);
     if (!settings.onlyColours.empty())
         arranger.keepColours(settings.onlyColours);

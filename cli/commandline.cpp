@@ -16,7 +16,7 @@ namespace {
 
 const char *const kFooter = R"(Formats: svg, dxf, pdf, png, json
 Exit codes: 0 success, 1 failure (some pages of several, or not enough memory),
-  2 wrong usage, 3 input cannot be read, 4 output cannot be written
+  2 wrong usage, 3 input cannot be read, 4 output cannot be written, 130 interrupted
 
 Examples:
   ztrace logo.png                          logo.svg beside it
@@ -48,7 +48,9 @@ CLI::Option *addSetting(CLI::App *app, Parsed *parsed)
     const std::string names
         = (setting.shortName.empty() ? "" : "-" + setting.shortName + ",") + "--" + setting.name;
     if (setting.kind == Setting::Flag)
-        return app->add_flag(names, parsed->flag, setting.help)->group(setting.group);
+        return app->add_flag(names, parsed->flag, setting.help)
+            ->group(setting.group)
+            ->disable_flag_override();
     CLI::Option *option = app->add_option(names, parsed->values, setting.help);
     option->group(setting.group)->option_text(setting.value)->allow_extra_args(false);
     option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -65,7 +67,7 @@ void storeParsed(const Parsed &parsed, CommandLine *line)
         line->given.insert(setting.name);
         return;
     }
-    if (setting.kind == Setting::Value && parsed.values.size() != 1)
+    if (setting.kind != Setting::List && parsed.values.size() != 1)
         throw Failure(kWrongUsage, "--" + setting.name + " is given more than once");
     for (const std::string &value : parsed.values) {
         storeSetting(setting, value, &line->settings);
@@ -109,6 +111,11 @@ CommandLine parseCommandLine(int argc, char **argv)
         return line;
     } catch (const CLI::ExtrasError &) {
         throw Failure(kWrongUsage, aboutExtras(app.remaining()) + " (see ztrace --help)");
+    } catch (const CLI::ArgumentMismatch &error) {
+        // "--output: 1 required TEXT missing"
+        const std::string text = error.what();
+        throw Failure(kWrongUsage,
+                      text.substr(0, text.find(':')) + ": a value is wanted (see ztrace --help)");
     } catch (const CLI::ParseError &error) {
         throw Failure(kWrongUsage, std::string(error.what()) + " (see ztrace --help)");
     }

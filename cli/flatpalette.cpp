@@ -26,6 +26,7 @@ const int kNearlyEqual = 12;          // colourDistance of two entries that woul
 const int kLeastFlat = 4;             // 2 x 2 blocks that make a colour a flat one
 const int kLeastCell = 8;             // pixels of a cell that can become an entry
 const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
+const int kPartOfTranslucent = 3;     // one entry in three at most, so that hues are not displaced
 const int kMoves = 4;                 // rounds of moving entries to their cells' means
 const double kFlatShare = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
 const QRgb kCubeMask = 0xF0F0F0F0u;
@@ -116,13 +117,19 @@ void takeLargest(const std::vector<Cell> &cells, std::vector<QRgb> *palette)
 }
 
 // Appends the best remaining cell; false when none is worth an entry.
-bool takeNext(std::vector<Cell> *cells, std::vector<QRgb> *palette, std::vector<double> *scores)
+bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
+              std::vector<double> *scores)
 {
     const bool first = palette->empty();
+    const auto translucent = std::count_if(palette->begin(), palette->end(),
+                                           [](QRgb colour) { return qAlpha(colour) != 255; });
+    const bool enough = translucent >= std::max(1, most / kPartOfTranslucent);
     const Cell *best = nullptr;
     double bestScore = 0.0;
     for (const Cell &cell : *cells) {
         if (!first && cell.distance <= kNearlyEqual)
+            continue;
+        if (enough && qAlpha(cell.colour) != 255)
             continue;
         const int least = qAlpha(cell.colour) == 255 ? kLeastCell : kLeastTranslucentCell;
         if (cell.pixels < least && !(first && qAlpha(cell.colour) == 255))
@@ -184,6 +191,8 @@ void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
                 cell.entry = k;
             }
         }
+        if (qAlpha(cell.colour) != 255 && qAlpha((*palette)[cell.entry]) == 255)
+            continue; // opaque colours stay so
         Sum &total = totals[cell.entry];
         for (int channel = 0; channel < 4; ++channel)
             total.sums[channel] += cell.sums[channel];
@@ -214,11 +223,12 @@ std::vector<QRgb> flatPalette(const QImage &image, int most)
     std::vector<Cell> cells = cellsOf(image, false);
     std::vector<QRgb> palette;
     std::vector<double> scores;
-    while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette, &scores)) { }
+    while (static_cast<int>(palette.size()) < most && takeNext(&cells, most, &palette, &scores)) { }
     const std::vector<QRgb> accents = takeAccents(image, most, &palette, scores);
     if (palette.empty() && accents.empty()) {
         cells = cellsOf(image, true);
-        while (static_cast<int>(palette.size()) < most && takeNext(&cells, &palette, &scores)) { }
+        while (static_cast<int>(palette.size()) < most
+               && takeNext(&cells, most, &palette, &scores)) { }
     }
     if (palette.empty() && accents.empty() && most > 0)
         takeLargest(cells, &palette);

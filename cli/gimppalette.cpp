@@ -21,6 +21,8 @@ const char kByteOrderMark[] = "\xEF\xBB\xBF";
 
 void addOnce(QRgb colour, std::vector<QRgb> *colours)
 {
+    if (static_cast<int>(colours->size()) > kMostColors)
+        return; // too many anyway
     if (std::find(colours->begin(), colours->end(), colour) == colours->end())
         colours->push_back(colour);
 }

@@ -46,43 +46,66 @@ public:
             paper = (paper - ink) / range;
     }
 
-    // Share of the tiles whose paper lies below, reached from paper in full light step by step.
+    // Share of the tiles whose paper lies below, reached from paper in full light step by step, and
+    // connected with the rim of the page in the same way: what is dark in its middle is drawn.
     double shareInShade(double below) const
     {
-        std::vector<std::size_t> open;
-        std::vector<bool> reached(papers.size(), false);
+        std::vector<bool> isLit(papers.size(), false);
+        std::vector<bool> atRim(papers.size(), false);
         for (std::size_t i = 0; i < papers.size(); ++i) {
-            reached[i] = papers[i] >= kLitPaper;
-            if (reached[i])
-                open.push_back(i);
-        }
-        double inShade = 0.0;
-        while (!open.empty()) {
-            const std::size_t i = open.back();
-            open.pop_back();
-            inShade += papers[i] < below;
             const int column = static_cast<int>(i) % columns;
             const int row = static_cast<int>(i) / columns;
-            const auto step = [&](int toColumn, int toRow) {
-                if (toColumn < 0 || toRow < 0 || toColumn >= columns || toRow >= rows)
-                    return;
-                const std::size_t next = static_cast<std::size_t>(toRow * columns + toColumn);
-                if (reached[next] || papers[next] < kInk || papers[next] < papers[i] - kGradually)
-                    return;
-                reached[next] = true;
-                open.push_back(next);
-            };
-            step(column - 1, row);
-            step(column + 1, row);
-            step(column, row - 1);
-            step(column, row + 1);
+            isLit[i] = papers[i] >= kLitPaper;
+            atRim[i] = column == 0 || row == 0 || column == columns - 1 || row == rows - 1;
         }
-        return inShade / double(papers.size());
+        const std::vector<bool> gradual
+            = reachedFrom(isLit, [this](std::size_t from, std::size_t to) {
+                  return papers[to] >= kInk && papers[to] >= papers[from] - kGradually;
+              });
+        std::vector<bool> shade(papers.size(), false);
+        for (std::size_t i = 0; i < papers.size(); ++i)
+            shade[i] = gradual[i] && papers[i] < below;
+        std::vector<bool> start(papers.size(), false);
+        for (std::size_t i = 0; i < papers.size(); ++i)
+            start[i] = shade[i] && atRim[i];
+        const std::vector<bool> counted
+            = reachedFrom(start, [&shade](std::size_t, std::size_t to) { return bool(shade[to]); });
+        return double(std::count(counted.begin(), counted.end(), true)) / double(papers.size());
     }
 
     double range = 1.0; // from ink to the lightest paper
 
 private:
+    // The tiles of a start, and those that steps to the side lead to.
+    template<class MayStep>
+    std::vector<bool> reachedFrom(std::vector<bool> reached, const MayStep &mayStep) const
+    {
+        std::vector<std::size_t> open;
+        for (std::size_t i = 0; i < reached.size(); ++i) {
+            if (reached[i])
+                open.push_back(i);
+        }
+        while (!open.empty()) {
+            const std::size_t from = open.back();
+            open.pop_back();
+            const int column = static_cast<int>(from) % columns;
+            const int row = static_cast<int>(from) / columns;
+            const int steps[4][2] = { { -1, 0 }, { 1, 0 }, { 0, -1 }, { 0, 1 } };
+            for (const auto &step : steps) {
+                const int toColumn = column + step[0];
+                const int toRow = row + step[1];
+                if (toColumn < 0 || toRow < 0 || toColumn >= columns || toRow >= rows)
+                    continue;
+                const std::size_t to = static_cast<std::size_t>(toRow * columns + toColumn);
+                if (reached[to] || !mayStep(from, to))
+                    continue;
+                reached[to] = true;
+                open.push_back(to);
+            }
+        }
+        return reached;
+    }
+
     double paperIn(const QImage &image, int left, int top) const
     {
         std::array<int, 256> counts = {};

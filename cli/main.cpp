@@ -9,6 +9,7 @@
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
+#include "scan.h"
 #include "source.h"
 #include "tracing.h"
 
@@ -98,8 +99,8 @@ private:
         onCommandLine = line.given;
         const std::string &file = line.settings.config;
         if (!file.empty())
-            applySettings(parseSettings(settingsFile(file), file), file, &line.given,
-                          &line.settings);
+            applySettings(parseSettings(settingsFile(file), file, Role::Configuration), file,
+                          &line.given, &line.settings);
         // A wrong name is to be told before the work.
         if (line.settings.preset != kAuto)
             findPreset(line.settings.preset);
@@ -151,7 +152,8 @@ private:
         *look = settings.preset == kAuto ? lookAt(image) : Look { settings.preset, "" };
         const Preset preset = findPreset(look->preset);
         std::set<std::string> given = line.given;
-        applySettings(parseSettings(preset.text, preset.origin), preset.origin, &given, &settings);
+        applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin,
+                      &given, &settings);
         return settings;
     }
 
@@ -160,12 +162,18 @@ private:
         QImage image = source.read(page, !line.settings.raw);
         Look look = { "raw", "" };
         progress->stage("looking");
+        if (line.settings.background && !line.settings.raw) {
+            image = image.convertToFormat(QImage::Format_ARGB32);
+            putOnPaper(&image, *line.settings.background);
+        }
         const Settings settings = settingsFor(image, &look);
         for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
             warn(sentence);
         useResolution(settings, outputs, &image);
         TraceResult result = traceImage(std::move(image), settings,
                                         [this](const char *stage) { progress->stage(stage); });
+        for (const std::string &note : result.notes)
+            warn(note);
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);

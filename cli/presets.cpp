@@ -23,6 +23,7 @@ namespace {
 
 const char kDescription[] = "description";
 const char kEngineSection[] = "set";
+const std::size_t kMostText = 16384; // bytes; the parser does not bound its own depth
 
 [[noreturn]] void refuse(const std::string &origin, int line, const std::string &reason)
 {
@@ -77,6 +78,13 @@ FileSetting settingOf(std::string_view name, const toml::node &node, const std::
     return setting;
 }
 
+// What is read before the file is.
+bool isTooLate(const std::string &name, Role role)
+{
+    const std::set<std::string> before = { "preset", "output", "format", "page" };
+    return name == "config" || (role == Role::Preset && before.count(name) > 0);
+}
+
 void addEngineOptions(const toml::table &table, const std::string &origin,
                       std::vector<FileSetting> *settings)
 {
@@ -90,6 +98,16 @@ void addEngineOptions(const toml::table &table, const std::string &origin,
         }
         settings->push_back(setting);
     }
+}
+
+std::vector<std::string> textsFor(const Setting &setting, const std::vector<std::string> &values)
+{
+    if (setting.kind != Setting::Commas)
+        return values;
+    std::string text;
+    for (const std::string &value : values)
+        text += (text.empty() ? "" : ",") + value;
+    return { text };
 }
 
 void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
@@ -110,7 +128,7 @@ void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
 
 std::string descriptionIn(const Preset &preset)
 {
-    for (const FileSetting &setting : parseSettings(preset.text, preset.origin)) {
+    for (const FileSetting &setting : parseSettings(preset.text, preset.origin, Role::Preset)) {
         if (setting.name == kDescription && !setting.values.empty())
             return setting.values.front();
     }
@@ -119,9 +137,12 @@ std::string descriptionIn(const Preset &preset)
 
 } // namespace
 
-std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin)
+std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin,
+                                       Role role)
 {
     std::vector<FileSetting> settings;
+    if (text.size() > kMostText)
+        throw Failure(kWrongUsage, origin + ": too long for a file of settings");
     toml::table table;
     try {
         table = toml::parse(text);
@@ -141,6 +162,8 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
         }
         if (name == kEngineSection || (name != kDescription && !findSetting(name)))
             refuse(origin, lineOf(node), "there is no setting \"" + name + "\"");
+        if (isTooLate(name, role))
+            refuse(origin, lineOf(node), "\"" + name + "\" cannot be set here");
         settings.push_back(settingOf(name, node, origin));
     }
     return settings;
@@ -159,10 +182,11 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
             continue;
         const Setting &setting = *findSetting(value.name);
         if (value.values.empty()
-            || ((isSet || setting.kind != Setting::List) && value.values.size() != 1))
+            || ((isSet || setting.kind == Setting::Flag || setting.kind == Setting::Value)
+                && value.values.size() != 1))
             refuse(origin, value.line, value.name + " takes one value");
         try {
-            for (const std::string &text : value.values)
+            for (const std::string &text : textsFor(setting, value.values))
                 storeSetting(setting, isSet ? value.engineOption + "=" + text : text, settings);
         } catch (const Failure &failure) {
             throw Failure(failure.code,

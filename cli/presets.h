@@ -22,8 +22,12 @@ struct FileSetting
     int line = 0;
 };
 
-// Throws a Failure naming `origin` for text that is no TOML and for keys that do not exist.
-std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin);
+enum class Role { Configuration, Preset };
+
+// Throws a Failure naming `origin` for text that is no TOML, for keys that do not exist, and for
+// those that come too late in a file of that role.
+std::vector<FileSetting> parseSettings(const std::string &text, const std::string &origin,
+                                       Role role);
 
 // Stores what is not in `given`: what was said nearer to the user wins. Adds the names stored.
 void applySettings(const std::vector<FileSetting> &values, const std::string &origin,

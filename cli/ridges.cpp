@@ -19,7 +19,7 @@ const double kAligned = 0.5;  // cosine between the differences to both sides
 const double kWeightOfAlpha = 0.7;
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
 const double kLeastPart = 0.3;  // of a line's own colour that must be left
-const double kExplained = 30.0; // distance from a mixture that a line may have
+const double kExplained = 0.15; // sine of the angle between a line's colour and the supposed one
 const double kMixture = 45.0;   // length of a difference; what is nearer to a mixture is one
 const double kSame = 60.0;      // the same for what is a shade of an accent
 const double kWorthOfPixels = 0.25;
@@ -178,8 +178,9 @@ int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
         const Colour colour = visible(colours[k]);
         const double unexplained = distanceToMixture(own, beside, colour);
         const double distance = unexplained + kDoubt * length(difference(own, colour));
-        const bool isLikely = unexplained <= kExplained
-            && length(difference(own, beside)) >= kLeastPart * length(difference(colour, beside));
+        const double depth = length(difference(own, beside));
+        const bool isLikely = unexplained <= kExplained * depth
+            && depth >= kLeastPart * length(difference(colour, beside));
         if (isLikely && distance < least) {
             least = distance;
             best = static_cast<int>(k);

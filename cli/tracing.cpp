@@ -184,6 +184,9 @@ private:
         image = scan.image;
         result.angle = scan.angle;
         result.evenedOut = scan.evenedOut;
+        if (settings.deskew && result.angle == 0.0)
+            result.notes.push_back(
+                "--deskew: the page is straight, or by more than 6 degrees crooked");
         if (scan.bilevel) {
             result.threshold = settings.threshold == Threshold::Adaptive ? -1 : threshold;
             threshold = kBetweenBlackAndWhite;
@@ -340,8 +343,12 @@ private:
 
     // A grid of the engine's own is kept where its geometry is set directly, and in blends, whose
     // areas have no edges in the image.
-    int upsamplingFor(const LabelPlane &plane) const
+    int upsamplingFor(const LabelPlane &plane)
     {
+        if (settings.upsample > 1 && !hasSoftEdges(image, plane)) {
+            result.notes.push_back("--upsample has no effect: the image has no soft edges");
+            return 1;
+        }
         if (settings.upsample > 0)
             return settings.upsample;
         const bool geometrySet = settings.engine.count("ltres") || settings.engine.count("qtres")

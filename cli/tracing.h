@@ -24,9 +24,10 @@ struct TraceResult
     std::vector<std::pair<std::string, double>> seconds; // stages and their times, in order
     std::map<std::string, double> engine;                // the engine's options
     int threshold = -1;                                  // ink only; -1: none for the whole page
-    double angle = 0.0;     // degrees that a crooked page was turned by
-    bool evenedOut = false; // uneven light has been, before the threshold
-    int upsampling = 1;     // how many times as fine as pixels the engine's grid was
+    double angle = 0.0;             // degrees that a crooked page was turned by
+    std::vector<std::string> notes; // what the user should know of the result
+    bool evenedOut = false;         // uneven light has been, before the threshold
+    int upsampling = 1;             // how many times as fine as pixels the engine's grid was
 };
 
 // Called with a few words when a stage begins.

@@ -172,7 +172,7 @@ LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, cons
 
 } // namespace
 
-int usefulUpsampling(const QImage &image, const LabelPlane &plane)
+bool hasSoftEdges(const QImage &image, const LabelPlane &plane)
 {
     std::size_t onBorder = 0;
     std::size_t soft = 0;
@@ -185,9 +185,12 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
             soft += colourDistance(row(image, y)[x], plane.colours[choice.own()]) > kMixture;
         }
     }
-    if (soft == 0 || double(soft) < kSoftShare * double(onBorder))
-        return 1;
-    return double(plane.pixels()) <= kLarge ? kUseful : 1;
+    return soft > 0 && double(soft) >= kSoftShare * double(onBorder);
+}
+
+int usefulUpsampling(const QImage &image, const LabelPlane &plane)
+{
+    return double(plane.pixels()) <= kLarge && hasSoftEdges(image, plane) ? kUseful : 1;
 }
 
 void useMeanColours(const QImage &image, LabelPlane *plane)

@@ -13,6 +13,10 @@ namespace ztrace {
 
 const int kMostUpsampling = 8;
 
+// Whether many pixels beside a border have a colour between those of the two sides, so that it runs
+// between the pixels.
+bool hasSoftEdges(const QImage &image, const LabelPlane &plane);
+
 // How many times as fine an image is worth to be traced: 1 where hardly any of the pixels on the
 // borders of labels are mixtures of colours, and for images that are large enough as they are.
 // `plane` holds the image's labels, one a pixel.

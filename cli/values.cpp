@@ -108,9 +108,10 @@ QRgb colourValue(const std::string &setting, const std::string &text)
 std::size_t wordValue(const std::string &setting, const std::string &text,
                       const std::vector<std::string> &words)
 {
+    const std::string lower = QByteArray::fromStdString(text).toLower().toStdString();
     std::string list;
     for (std::size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == text)
+        if (words[i] == lower)
             return i;
         list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
     }

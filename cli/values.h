@@ -31,7 +31,7 @@ bool flagValue(const std::string &setting, const std::string &text);
 // "#rgb", "#rrggbb", with or without "#", or a colour name that the toolkit knows.
 QRgb colourValue(const std::string &setting, const std::string &text);
 
-// Position of the text among the words.
+// Position of the text, in letters of either case, among the words.
 std::size_t wordValue(const std::string &setting, const std::string &text,
                       const std::vector<std::string> &words);
 

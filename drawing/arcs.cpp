@@ -132,6 +132,8 @@ public:
         const ZVector &b = curve.control1;
         const ZVector &c = curve.end;
         const double chord = distance(a, c);
+        if (chord == 0.0 && distance(a, b) == 0.0)
+            return;
         // A curve bends away from its chord by half of what its control point does.
         if (chord > 0.0 && std::fabs(cross(a, c, b)) / chord < tolerance && between(a, b, c)) {
             vertices->push_back({ a, 0.0 });
@@ -145,8 +147,9 @@ public:
                             (toStart * a.y + chord * b.y + toEnd * c.y) / around);
         const double first = bulgeFrom(a, b, joint);
         const double second = -bulgeFrom(c, b, joint);
-        if (chord > 0.0 && std::fabs(first) < kLargestBulge && std::fabs(second) < kLargestBulge
-            && isWithin(curve, joint, first, second)) {
+        // Beyond an end of the chord the curve folds back, where arcs would not follow.
+        if (chord > 0.0 && between(a, b, c) && std::fabs(first) < kLargestBulge
+            && std::fabs(second) < kLargestBulge && isWithin(curve, joint, first, second)) {
             vertices->push_back({ a, first });
             vertices->push_back({ joint, second });
             return;

@@ -20,6 +20,7 @@ namespace ztrace {
 namespace {
 
 const int kLongestR12Name = 31;
+const int kLongestName = 200;
 const int kClosed = 1;
 const int kPlanar = 8;
 
@@ -41,12 +42,10 @@ QByteArray validName(const QString &name, bool old)
         const bool allowed = plain || (!old && code == '#') || (!old && code == ' ');
         if (allowed)
             valid += char(code);
-        else if (!old && code > 127)
-            valid += "\\U+" + QByteArray::number(code, 16).rightJustified(4, '0').toUpper();
         else
             valid += '_';
     }
-    return old ? valid.left(kLongestR12Name) : valid;
+    return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
 class DxfWriter
@@ -86,8 +85,9 @@ private:
                 continue;
             const QByteArray wanted = validName(name, options.version == DxfVersion::R12);
             QByteArray free = wanted;
+            const int longest = options.version == DxfVersion::R12 ? kLongestR12Name : kLongestName;
             for (int n = 2; taken.contains(free.toUpper()); ++n)
-                free = wanted.left(kLongestR12Name - 8) + '_' + QByteArray::number(n);
+                free = wanted.left(longest - 8) + '_' + QByteArray::number(n);
             taken.insert(free.toUpper());
             layerOf.insert(name, static_cast<int>(layers.size()));
             layers.push_back({ free, outline.colour });

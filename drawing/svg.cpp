@@ -15,7 +15,14 @@ const int kSizeDecimals = 9; // a nanometre and less
 // Text in an attribute's value.
 QByteArray escaped(const QString &text)
 {
-    return text.toHtmlEscaped().toUtf8();
+    QString valid = text;
+    for (QChar &letter : valid) {
+        const ushort code = letter.unicode();
+        // XML has no way to write these.
+        if ((code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code >= 0xFFFE)
+            letter = QLatin1Char('_');
+    }
+    return valid.toHtmlEscaped().toUtf8();
 }
 
 class SvgWriter

@@ -39,7 +39,7 @@ _ztrace() {
                 choices="--output --format --dpi --units --layers --outline --stroke-width --decimals
                     --scale --dxf-curves --dxf-tolerance --dxf-version --preset --method --colors
                     --palette --background --threshold --deskew --despeckle --page --upsample --raw --set
-                    --seed --min-path --tolerance --curve-tolerance --no-frame --only-color --transparent
+                    --seed --min-path --tolerance --curve-tolerance --no-frame --no-seams --only-color --transparent
                     --config --stats --json --progress --quiet --help --version"
             else
                 compopt -o filenames 2> /dev/null
