@@ -81,8 +81,7 @@ const Setting kOutputSettings[] = {
     { "output", "o", Setting::List, kOutputGroup, "FILE",
       "Write the drawing to FILE, \"-\" for standard output; may be given several times. The "
       "ending tells the format: svg, dxf, pdf, png or json. Without it the input's name gets "
-      "the "
-      "ending .svg",
+      "the ending .svg",
       [](Settings *s, const std::string &t) { s->outputs.push_back(t); } },
     { "format", "f", Setting::Value, kOutputGroup, "FORMAT",
       "Format where no ending tells it, as on standard output",
@@ -116,8 +115,7 @@ const Setting kOutputSettings[] = {
       } },
     { "dxf-curves", "", Setting::Value, kOutputGroup, "KIND",
       "Curves in DXF: spline (exact), arc (one closed polyline an outline, with arcs) or "
-      "polyline "
-      "(lines alone) (spline)",
+      "polyline (lines alone) (spline)",
       [](Settings *s, const std::string &t) {
           s->dxf.curves = static_cast<DxfCurves>(
               wordValue("--dxf-curves", t, { "spline", "arc", "polyline" }));
@@ -196,8 +194,7 @@ const Setting kOutlineSettings[] = {
       [](Settings *s, const std::string &t) { s->minPath = numberValue("--min-path", t, 0.0); } },
     { "tolerance", "t", Setting::Value, kOutlineGroup, "PX",
       "How far, in pixels, lines and curves may be from the image's outline; the engine's "
-      "ltres "
-      "and qtres are the square of it",
+      "ltres and qtres are the square of it",
       [](Settings *s, const std::string &t) {
           s->tolerance = numberValue("--tolerance", t, 0.0);
       } },
@@ -223,8 +220,7 @@ const Setting kOutlineSettings[] = {
 const Setting kRunningSettings[] = {
     { "config", "", Setting::Value, kRunningGroup, "FILE",
       "Take settings from a TOML file; names are those of the options, the engine's options "
-      "stand "
-      "in a section [set]. The command line goes before the file, the file before the preset",
+      "stand in a section [set]. The command line goes before the file, the file before the preset",
       [](Settings *s, const std::string &t) {
           if (t.empty())
               throw Failure(kWrongUsage, "--config: a file name is wanted");

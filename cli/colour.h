@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// How different two colours are.
+// Colours of an image, and how different two of them are.
 #ifndef ZTRACE_CLI_COLOUR_H
 #define ZTRACE_CLI_COLOUR_H
 
@@ -10,6 +10,12 @@
 #include <cstdlib>
 
 namespace ztrace {
+
+// The words of a line of an image of 32 bits a pixel.
+inline const QRgb *row(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
 
 // Sum of the channels' differences, alpha counted four times: the engine's own measure, but for
 // fully transparent colours, which have only their transparency.
@@ -25,14 +31,13 @@ inline int colourDistance(QRgb a, QRgb b)
 inline bool isEdge(const QImage &image, int x, int y)
 {
     const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
-    const QRgb *words = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+    const QRgb *words = row(image, y);
     const QRgb own = words[x];
     const auto differs
         = [own](QRgb other) { return own != other && colourDistance(own, other) > kClearly; };
     return (x > 0 && differs(words[x - 1])) || (x + 1 < image.width() && differs(words[x + 1]))
-        || (y > 0 && differs(reinterpret_cast<const QRgb *>(image.constScanLine(y - 1))[x]))
-        || (y + 1 < image.height()
-            && differs(reinterpret_cast<const QRgb *>(image.constScanLine(y + 1))[x]));
+        || (y > 0 && differs(row(image, y - 1)[x]))
+        || (y + 1 < image.height() && differs(row(image, y + 1)[x]));
 }
 
 } // namespace ztrace

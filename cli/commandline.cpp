@@ -85,6 +85,16 @@ std::string aboutExtras(const std::vector<std::string> &words)
     return words.front() + ": there is one INPUT only; -o " + words.front() + " makes it an output";
 }
 
+// The parser says "--output: 1 required TEXT missing" and "layers was given a disallowed flag
+// override".
+std::string aboutMismatch(const std::string &text)
+{
+    const std::size_t colon = text.find(':');
+    if (colon != std::string::npos)
+        return text.substr(0, colon) + ": a value is wanted";
+    return "--" + text.substr(0, text.find(' ')) + " takes no value";
+}
+
 } // namespace
 
 CommandLine parseCommandLine(int argc, char **argv)
@@ -112,10 +122,7 @@ CommandLine parseCommandLine(int argc, char **argv)
     } catch (const CLI::ExtrasError &) {
         throw Failure(kWrongUsage, aboutExtras(app.remaining()) + " (see ztrace --help)");
     } catch (const CLI::ArgumentMismatch &error) {
-        // "--output: 1 required TEXT missing"
-        const std::string text = error.what();
-        throw Failure(kWrongUsage,
-                      text.substr(0, text.find(':')) + ": a value is wanted (see ztrace --help)");
+        throw Failure(kWrongUsage, aboutMismatch(error.what()) + " (see ztrace --help)");
     } catch (const CLI::ParseError &error) {
         throw Failure(kWrongUsage, std::string(error.what()) + " (see ztrace --help)");
     }

@@ -56,11 +56,6 @@ QRgb meanOf(const double *sums, double pixels)
     return qRgba(mean(0), mean(1), mean(2), mean(3));
 }
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 // How often a colour fills a 2 x 2 block.
 QHash<QRgb, int> countBlocks(const QImage &image)
 {

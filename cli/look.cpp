@@ -49,11 +49,6 @@ struct Features
     QSet<QRgb> colours; // no more than kManyColours + 1
 };
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 Features featuresOf(const QImage &image)
 {
     Features features;

@@ -19,11 +19,6 @@ const long long kMostSampled = 1LL << 20; // more pixels do not change the palet
 const int kMostLibraryColours = 256;
 const int kOpaqueForOneTranslucent = 4; // of the colours of a palette, one in so many
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 QRgb *writableRow(QImage *image, int y)
 {
     return reinterpret_cast<QRgb *>(image->scanLine(y));

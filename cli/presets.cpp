@@ -12,7 +12,6 @@
 #include <QFile>
 #include <QStandardPaths>
 
-#include <charconv>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -35,12 +34,6 @@ int lineOf(const toml::node &node)
     return static_cast<int>(node.source().begin.line);
 }
 
-std::string shortest(double value)
-{
-    char buffer[32];
-    return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
-}
-
 // The text that the command line would have; empty for what has none.
 std::optional<std::string> textOf(const toml::node &node)
 {
@@ -49,7 +42,7 @@ std::optional<std::string> textOf(const toml::node &node)
     if (const auto number = node.as_integer())
         return std::to_string(number->get());
     if (const auto number = node.as_floating_point())
-        return shortest(number->get());
+        return shortText(number->get());
     if (const auto flag = node.as_boolean())
         return flag->get() ? "true" : "false";
     return std::nullopt;

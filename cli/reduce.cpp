@@ -20,11 +20,6 @@ namespace {
 const uint16_t kUnlabelled = 0xFFFF;
 const int kAlmost = 8; // of 255: an alpha this near to an end is taken as that end
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
 {
     std::size_t best = 0;

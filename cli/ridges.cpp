@@ -30,11 +30,6 @@ const QRgb kCubeMask = 0x00F0F0F0u;
 // Red, green and blue on white paper, and alpha. Soft edges are straight lines in it.
 typedef std::array<double, 4> Colour;
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 Colour visible(QRgb word)
 {
     const double alpha = qAlpha(word) / 255.0;

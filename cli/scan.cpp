@@ -162,9 +162,13 @@ CleanScan cleanScan(const QImage &image, const Settings &settings, int *threshol
         float angle = 0.0f;
         float confidence = 0.0f;
         PixPtr turned(pixFindSkewAndDeskew(page.get(), kUsualSearch, &angle, &confidence));
-        if (turned) {
+        // What is straight, or has no clear direction, comes back as it is.
+        if (turned && turned.get() != page.get()) {
             page = std::move(turned);
             result.angle = double(angle);
+        } else {
+            const float kClear = 3.0f; // the library's own limit
+            result.unclear = confidence < kClear;
         }
     }
     PixPtr ink;

@@ -36,6 +36,7 @@ struct CleanScan
     bool bilevel = false;   // a threshold has been applied already
     bool evenedOut = false; // uneven light has been
     double angle = 0.0;     // degrees that the page was turned by
+    bool unclear = false;   // no direction was found that it could be turned to
 };
 
 // Evens out uneven light, turns the page upright, applies an adaptive threshold and removes specks,

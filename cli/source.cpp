@@ -3,6 +3,8 @@
 
 #include "failure.h"
 
+#include "drawing/Drawing.h"
+
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
@@ -23,7 +25,6 @@ namespace ztrace {
 
 namespace {
 
-const double kScreenDpi = 96.0;
 const double kMostStretch = 20.0; // of pixels; beyond it a resolution is an error
 
 [[noreturn]] void fail(const std::string &name, const std::string &reason)

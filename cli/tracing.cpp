@@ -184,9 +184,8 @@ private:
         image = scan.image;
         result.angle = scan.angle;
         result.evenedOut = scan.evenedOut;
-        if (settings.deskew && result.angle == 0.0)
-            result.notes.push_back(
-                "--deskew: the page is straight, or by more than 6 degrees crooked");
+        if (scan.unclear)
+            result.notes.push_back("--deskew: no clear direction was found within 7 degrees");
         if (scan.bilevel) {
             result.threshold = settings.threshold == Threshold::Adaptive ? -1 : threshold;
             threshold = kBetweenBlackAndWhite;

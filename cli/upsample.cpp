@@ -18,11 +18,6 @@ const int kMixture = 24;       // colourDistance; what is nearer to its label's 
 const double kSoftShare = 0.2; // of the pixels on borders; a soft edge has one in two or three
 const double kLarge = 2.5e6;   // pixels of an image that is fine enough as it is
 
-const QRgb *row(const QImage &image, int y)
-{
-    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
-}
-
 // Four neighbours along one axis and their weights, which add up to 1: a cubic through the pixels'
 // colours, which keeps the height of narrow peaks. Source: E. Catmull and R. Rom, 1974.
 struct Taps

@@ -35,13 +35,13 @@ std::string orElse(const std::string &words)
     return words.empty() ? std::string() : ", or " + words;
 }
 
+} // namespace
+
 std::string shortText(double value)
 {
     char buffer[32];
     return std::string(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
 }
-
-} // namespace
 
 double anyNumberValue(const std::string &setting, const std::string &text)
 {

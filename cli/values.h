@@ -35,6 +35,9 @@ QRgb colourValue(const std::string &setting, const std::string &text);
 std::size_t wordValue(const std::string &setting, const std::string &text,
                       const std::vector<std::string> &words);
 
+// The shortest text that is read as this number.
+std::string shortText(double value);
+
 } // namespace ztrace
 
 #endif

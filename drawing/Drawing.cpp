@@ -9,7 +9,6 @@ namespace ztrace {
 
 namespace {
 
-const double kScreenDpi = 96.0; // what a pixel means to SVG, where nothing else is known
 const double kMillimetresPerInch = 25.4;
 const double kPointsPerInch = 72.0;
 

@@ -15,6 +15,8 @@
 
 namespace ztrace {
 
+const double kScreenDpi = 96.0; // what a pixel means where nothing else is known
+
 enum class Unit { Pixel, Millimetre, Inch };
 
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.

@@ -123,7 +123,7 @@ QImage renderDrawing(const Drawing &drawing, const PaintStyle &style, double sca
     if (image.isNull())
         return image;
     image.fill(Qt::transparent);
-    const double dpi = drawing.dpi > 0.0 ? drawing.dpi : 96.0;
+    const double dpi = drawing.dpi > 0.0 ? drawing.dpi : kScreenDpi;
     const int dotsPerMetre = static_cast<int>(std::min(1e9, dpi * scale * kInchesPerMetre + 0.5));
     image.setDotsPerMeterX(std::max(1, dotsPerMetre));
     image.setDotsPerMeterY(std::max(1, dotsPerMetre));

@@ -2,6 +2,7 @@
 """The command line: what it writes, and how it fails."""
 import os
 import re
+import signal
 import subprocess
 import unittest
 
@@ -72,7 +73,7 @@ class Colours(CommandTest):
 
     def test_ring_that_closes_over_corners_keeps_its_hole(self):
         self.write("a.png", png(60, 60, lambda x, y: BLACK if 20 <= abs(x - 30) + abs(y - 30) <= 20 else WHITE))
-        for preset in "lineart", "logo":
+        for preset in "lineart", "logo", "poster", "photo":
             self.assertEqual(self.fills("a.png", "-p", preset), ["#ffffff", "#000000", "#ffffff"])
 
     def test_threshold_decides_what_is_ink(self):
@@ -166,6 +167,9 @@ class Failing(CommandTest):
                 ((), "no input"),
                 (("a.png", "b.png"), "b.png"),
                 (("a.png", "--bogus"), "--bogus"),
+                (("a.png", "--layers=5"), "--layers"),
+                (("a.png", "-o"), "--output: a value is wanted"),
+                (("a.png", "--config", ""), "a file name is wanted"),
                 (("a.png", "--set", "foo=1"), '"foo"'),
                 (("a.png", "--set", "ltres"), "name=value"),
                 (("a.png", "--set", "ltres=abc"), '"abc" is not a number'),
@@ -218,11 +222,47 @@ class Failing(CommandTest):
     def test_an_output_by_two_names(self):
         self.assert_refused("a.png", "-o", "b.svg", "-o", "./b.svg", code=2, words="./b.svg is given twice")
 
+    def test_names_that_lead_to_one_file(self):
+        self.write("b.svg", b"old")
+        os.symlink("b.svg", self.path("c.dxf"))
+        os.symlink(".", self.path("here"))
+        for other in "c.dxf", "here/b.svg", "here/none.svg":
+            first = "none.svg" if "none" in other else "b.svg"
+            self.assert_refused("a.png", "-o", first, "-o", other, code=2, words=other + " is given twice")
+        self.assert_refused("a.png", "-o", "-", "-o", "/dev/stdout", code=2, words="is given twice")
+        self.assertEqual(self.read("b.svg"), b"old")
+
+    def test_files_of_settings_are_not_overwritten(self):
+        self.write("pens.svg", b"red\nwhite\n")
+        self.write("c.svg", b"colors = 2\n")
+        self.assert_refused("a.png", "--palette", "pens.svg", "-o", "pens.svg", code=2, words="would overwrite it")
+        self.assert_refused("a.png", "--config", "c.svg", "-o", "c.svg", code=2, words="would overwrite it")
+
+    def test_standard_output_by_its_name_is_not_opened_anew(self):
+        with open(self.path("log"), "wb") as log:
+            log.write(b"first\n")
+            log.flush()
+            subprocess.run([PROGRAM, "a.png", "-f", "svg", "-o", "/dev/stdout"], cwd=self.folder, stdout=log, check=True)
+        self.assertTrue(self.read("log").startswith(b"first\n<?xml"))
+
+    def test_waiting_for_a_reader_can_be_interrupted(self):
+        os.mkfifo(self.path("pipe.svg"))
+        process = subprocess.Popen([PROGRAM, "a.png", "-o", "pipe.svg"], cwd=self.folder)
+        try:
+            with self.assertRaises(subprocess.TimeoutExpired):
+                process.wait(0.5)
+            process.terminate()
+            self.assertEqual(process.wait(20), -signal.SIGTERM)
+        finally:
+            process.kill()
+
     def test_report_that_does_not_arrive(self):
+        self.write("a.svg", b"old")
         with open("/dev/full", "wb") as full:
             result = subprocess.run([PROGRAM, "a.png", "--stats"], cwd=self.folder, stdout=full,
                                     stderr=subprocess.PIPE)
         self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: No space left on device\n"))
+        self.assertEqual(self.read("a.svg"), b"old")
 
     def test_failure_keeps_the_old_file(self):
         self.write("out.svg", b"old")

@@ -1,6 +1,7 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Presets, palettes, scans, pages, units, configuration and what is kept."""
 import json
+import math
 import os
 import re
 import struct
@@ -111,6 +112,14 @@ class Configuration(OptionsTest):
         self.assertLessEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"#ff0000", "#0000ff"})
         data = json.loads(self.read("y.json"))
         self.assertEqual((data["seed"], data["options"]["ltres"], data["options"]["qtres"]), (16, "inf", 0.1))
+        self.write("d.toml", b"palette = ['#ff0000', 'blue']\nunits = 'MM'\ndxf-version = 'R12'\n")
+        self.assertEqual(self.svg("a.png", "--config", "d.toml", "--dpi", "96", "-q"),
+                         self.svg("a.png", "--palette", "red,blue", "-u", "mm", "--dpi", "96"))
+
+    def test_presets_that_come_too_late(self):
+        for name in "output", "format", "page", "config", "preset":
+            self.write("p.toml", b"# mine\n%s = 'svg'\n" % name.encode())
+            self.assert_refused("a.png", "-p", "p.toml", code=2, words='p.toml, line 2: "%s" cannot be set here' % name)
 
     def test_mistakes_are_told(self):
         for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = 'many'\n", '"many"'), (b"colors = many\n", "in quotes"),
@@ -118,7 +127,9 @@ class Configuration(OptionsTest):
                             (b"colors = [1, 2]\n", "one value"), (b"outline = 1\n", "true or false"),
                             (b"seed = 2\n\npreset = logo\n", "c.toml, line 3: "), (b"seed = 1979-05-27\n", "a number"),
                             (b"# one\nseed = -1\n", 'c.toml, line 2: --seed: "-1"'), (b"set = 1\n", '"set"'),
-                            (b"seed = 1\nseed = 2\n", "line 2"), (b"[set]\nltres = nan\n", "not a number")]:
+                            (b"seed = 1\nseed = 2\n", "line 2"), (b"[set]\nltres = nan\n", "not a number"),
+                            (b"config = 'd.toml'\n", '"config" cannot be set here'),
+                            (b".".join([b"a"] * 50000) + b" = 1\n", "c.toml: too long")]:
             self.write("c.toml", text)
             with self.subTest(text):
                 self.assert_refused("a.png", "--config", "c.toml", code=2, words=words)
@@ -170,6 +181,12 @@ class Palettes(OptionsTest):
 
 
 class Keeping(OptionsTest):
+    def test_the_look_is_at_what_lies_on_the_background(self):
+        self.write("a.png", png(80, 80, lambda x, y: BLACK if x % 20 == 3 or y == 40 else CLEAR))
+        self.write("b.png", png(80, 80, lambda x, y: BLACK if x % 20 == 3 or y == 40 else WHITE))
+        self.assertEqual(self.stats("a.png")["preset"], "logo")
+        self.assertEqual(self.svg("a.png", "--background", "white"), self.svg("b.png"))
+
     def test_background(self):
         self.write("a.png", ring(RED, CLEAR, CLEAR))
         self.assertEqual(self.fills("a.png", "--background", "#0000ff", "-p", "logo"), ["#0000ff", "#ff0000", "#0000ff"])
@@ -195,6 +212,21 @@ class Keeping(OptionsTest):
         # The ground is part of the paper's layer, so that the layer can be switched off.
         self.assertRegex(found, rb'inkscape:label="COLOR_FFFFFF">\n<rect [^>]*fill="#ffffff"/>\n<path')
         self.assertLess(found.index(b"<rect"), found.index(b"COLOR_000000"))
+
+    def test_no_frame_keeps_shapes_that_reach_all_sides(self):
+        def disc(x, y):
+            return WHITE if square(x, y, 40, 40, 20) else RED if math.hypot(x - 49.5, y - 49.5) < 50 else CLEAR
+        self.write("a.png", png(100, 100, disc))
+        self.assertEqual(self.fills("a.png", "-p", "logo", "--no-frame"), ["#ff0000", "#ffffff"])
+        # Nothing is left out here, and so the ground is not either.
+        self.write("b.png", png(90, 60, lambda x, y: (RED, WHITE, BLACK)[x // 30]))
+        self.assertEqual(self.svg("b.png", "-p", "logo", "--no-frame"), self.svg("b.png", "-p", "logo"))
+
+    def test_no_seams(self):
+        self.write("a.png", png(90, 60, lambda x, y: (RED, CLEAR, BLACK, RED)[x // 24]))
+        for arguments in [], ["--layers"]:
+            self.assertIn(b"stroke", self.svg("a.png", "-p", "logo", *arguments))
+            self.assertNotIn(b"stroke", self.svg("a.png", "-p", "logo", "--no-seams", *arguments))
 
     def test_strokes_lie_below_later_neighbours_alone(self):
         self.write("a.png", png(40, 40, lambda x, y: WHITE if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
@@ -365,6 +397,34 @@ class Scans(OptionsTest):
         self.write("b.png", png(360, 200, lambda x, y: (40, 40, 40, 255) if x % 40 < 8 else (110, 110, 110, 255)
                                 if x > 200 else WHITE))
         self.assertNotIn("evened", self.stats("b.png", "-p", "lineart")["statistics"])
+        # What gets dark in the middle of the page is drawn so.
+        self.write("c.png", png(400, 400, lambda x, y: (240 - x // 2 + 20,) * 3 + (255,) if square(x, y, 50, 50, 300)
+                                else (250, 250, 250, 255)))
+        self.assertNotIn("evened", self.stats("c.png", "-p", "lineart")["statistics"])
+
+    def test_missing_pages_are_told(self):
+        data = tiff([lambda x, y: x < 9, lambda x, y: y < 9])
+        place = struct.unpack_from("<I", data, 4)[0]
+        count = struct.unpack_from("<H", data, place)[0]
+        self.write("a.tif", data[:place + 2 + 12 * count] + struct.pack("<I", 1 << 30) + data[place + 6 + 12 * count:])
+        result = self.run_program("a.tif", "--page", "all", "-o", "p.svg", code=1)
+        self.assertEqual(result.stderr, b"ztrace: a.tif: only 1 of 2 pages can be read\n")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "p-1.svg"])
+        self.write("b.tif", tiff([None, None]))
+        self.run_program("b.tif", "--page", "all", "-o", "q.svg", code=3)
+
+    def test_a_resolution_in_one_direction_is_that_of_both(self):
+        for dpi in (0, 300), (300, 0):
+            self.write("a.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)], dpi=dpi))
+            result = self.run_program("a.tif", "-u", "in", "--json", "-o", "a.svg")
+            self.assertEqual((json.loads(result.stdout)["dpi"], result.stderr), (300, b""))
+
+    def test_what_could_not_be_done_is_told(self):
+        self.write("a.png", ring(BLACK, WHITE, WHITE))
+        for arguments, words in [(("--deskew",), b"--deskew: no clear direction"),
+                                 (("--upsample", "2"), b"--upsample has no effect: the image has no soft edges")]:
+            self.assertIn(words, self.run_program("a.png", "-p", "lineart", *arguments).stderr)
+        self.assertIn(b"no soft edges", self.run_program("a.png", "-p", "logo", "--upsample", "2").stderr)
 
     def test_tiny_images(self):
         for size in 1, 5, 11:
@@ -531,7 +591,7 @@ class WithoutEffect(OptionsTest):
                 self.assertEqual(self.run_program("a.png", *arguments, "-q").stderr, b"")
 
     def test_those_with_one_are_not(self):
-        for arguments in [("-p", "lineart", "--deskew", "--despeckle", "3", "--threshold", "9", "--palette", "red,white"),
+        for arguments in [("-p", "lineart", "--despeckle", "3", "--threshold", "9", "--palette", "red,white"),
                           ("-p", "photo", "-c", "3", "--background", "red"), ("--raw", "--set", "ltres=2"),
                           ("--outline", "--stroke-width", "2"), ("-o", "a.png.png", "--scale", "2"),
                           ("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "arc", "--dxf-tolerance", "1")]:

@@ -211,6 +211,43 @@ private slots:
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 1);
     }
 
+    void filesGetTheirNamesTogether()
+    {
+        QTemporaryDir folder;
+        const QString first = folder.filePath("a.svg");
+        const QString fresh = folder.filePath("b.svg");
+        const QString refused = folder.filePath("c.svg");
+        QString error;
+        QVERIFY(writeWhole(
+            first, [](QIODevice *d) { return d->write("old") == 3; }, &error));
+        {
+            OutputFiles files;
+            for (const QString &name : { first, fresh, refused })
+                QVERIFY(files.add(
+                    name, [](QIODevice *d) { return d->write("new") == 3; }, &error));
+            QVERIFY(QDir().mkdir(refused)); // a name that cannot be taken any more
+            QString name;
+            QVERIFY(!files.commit(&name, &error));
+            QCOMPARE(name, refused);
+            QVERIFY(!error.isEmpty());
+        }
+        QFile file(first);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("old"));
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList("a.svg"));
+    }
+
+    void namesHoldNothingThatXmlForbids()
+    {
+        Drawing drawing = drawingOf(square(0, 0, 4));
+        drawing.outlines[0].layer = QString::fromUtf8("a\x01<\xC3\xA4");
+        SvgOptions options;
+        options.style.byLayer = true;
+        const QString svg = svgOf(drawing, options);
+        QVERIFY2(svg.contains(QString::fromUtf8("inkscape:label=\"a_&lt;\xC3\xA4\"")),
+                 qPrintable(svg));
+    }
+
     void folderAndMissingFolderAreRefused()
     {
         QTemporaryDir folder;
