@@ -143,6 +143,7 @@ public:
         const std::vector<int> places = placesInPainting(drawing, apart);
         const std::vector<bool> touchesClear = findBesideClear();
         std::vector<bool> isStroked(map.regions.size(), false);
+        std::vector<bool> isAbove(map.regions.size(), false);
         for (const auto &pair : nesting.neighbours) {
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
@@ -154,8 +155,9 @@ public:
                 continue;
             const std::size_t below = places[a] < places[b] ? a : b;
             const std::size_t above = below == a ? b : a;
-            const bool spare = touchesClear[below] && !touchesClear[above];
+            const bool spare = !apart && touchesClear[below] && !touchesClear[above];
             isStroked[spare ? above : below] = true;
+            isAbove[above] = true;
         }
         const bool hasGround = qAlpha(drawing.ground) != 0;
         const double width = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
@@ -170,6 +172,8 @@ public:
             else if (isStroked[region])
                 (*outlines)[i].seam
                     = touchesClear[region] ? std::min(width, kSeamWidthBesideClear) : width;
+            else if (apart && !hasGround && isAbove[region])
+                (*outlines)[i].seam = kSeamWidthApart;
             else if (!hasGround && (around == kOutside || alphaOf(around) < 255))
                 (*outlines)[i].seam = kSeamWidthAtRim;
         }

@@ -21,6 +21,9 @@ const double kSeamWidthBesideClear = 1.25;
 // Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
 // over that.
 const double kSeamWidthOnOpaque = 0.5;
+// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
+// from both sides.
+const double kSeamWidthApart = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
 const double kSeamWidthAtRim = 0.75;
 

@@ -31,6 +31,7 @@ const double kTwoValued = 0.2;
 const double kPurelyTwoValued = 0.1; // with more ink than pages have
 const double kInkOfPages = 0.25;
 const double kLineEdges = 0.45; // of lines on transparency, which shaded objects do not have
+const int kIcon = 48;           // pixels
 const int kFewGreys = 8;        // of a drawing in steps of grey
 const double kPureGreys = 0.02;
 const double kFlat = 0.25;
@@ -161,6 +162,8 @@ Look lookAt(const QImage &original)
         return { "logo", numbers };
     if (clear > kClearShare && flat >= kFlat)
         return { "logo", percent(clear) + " transparent, " + numbers };
+    if (std::max(image.width(), image.height()) <= kIcon)
+        return { "logo", "as small as an icon" };
     if (features.colours.size() <= static_cast<int>(kMainColours))
         return { "logo", std::to_string(features.colours.size()) + " colours" };
     if (flat >= kSmooth && edges <= kFewEdges)

@@ -25,6 +25,8 @@ const double kSame = 60.0;      // the same for what is a shade of an accent
 const double kWorthOfPixels = 0.25;
 const double kLeastAccent = 8.0; // pixels
 const double kLeastShare = 1.0 / 20000.0;
+const int kMostAccents = 16;
+const std::size_t kLargePalette = 64; // has a colour or a mixture for every line
 const QRgb kCubeMask = 0x00F0F0F0u;
 
 // Red, green and blue on white paper, and alpha. Soft edges are straight lines in it.
@@ -194,6 +196,8 @@ bool isMixture(QRgb colour, const std::vector<QRgb> &colours)
 
 std::vector<Accent> accentsIn(const QImage &image, const std::vector<QRgb> &palette, int most)
 {
+    if (palette.size() > kLargePalette)
+        return std::vector<Accent>();
     std::vector<Colour> known;
     for (QRgb colour : palette) {
         if (qAlpha(colour) == 255)
@@ -203,7 +207,7 @@ std::vector<Accent> accentsIn(const QImage &image, const std::vector<QRgb> &pale
     const std::vector<Shade> shades = shadesOfRidges(image, &visiblePixels);
     const double least = std::max(kLeastAccent, kLeastShare * visiblePixels);
     std::vector<Accent> accents;
-    while (static_cast<int>(accents.size()) < most) {
+    while (static_cast<int>(accents.size()) < std::min(most, kMostAccents)) {
         std::vector<std::pair<const Shade *, double>> strange;
         for (const Shade &shade : shades) {
             const double distance = distanceToMixtures(shade.colour, known);

@@ -61,6 +61,8 @@ class Presets(OptionsTest):
                            ("photo", noise):
             self.write("a.png", png(60, 60, pixel))
             self.assertEqual(self.stats("a.png")["preset"], name)
+        self.write("a.png", png(48, 48, noise))
+        self.assertEqual(self.stats("a.png")["reason"], "as small as an icon")
         self.write("a.png", png(90, 90, lambda x, y: shading(x // 3 * 3, y // 3 * 3)))
         self.assertEqual(self.stats("a.png")["preset"], "poster")
 
@@ -234,9 +236,9 @@ class Keeping(OptionsTest):
             strokes = re.findall(rb'fill="(#\w+)"[^>]* stroke="', self.svg("a.png", "-p", "logo", *arguments))
             self.assertEqual(strokes, [b"#ff0000"])
         self.write("b.png", png(40, 40, lambda x, y: CLEAR if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
-        for arguments in [], ["--layers"]:
+        for arguments, other in ([], b"0.75"), (["--layers"], b"0.5"):
             widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "-p", "logo", *arguments))
-            self.assertEqual(widths, [b"1.25", b"0.75"])
+            self.assertEqual(widths, [b"1.25", other])
 
     def test_layers_do_not_paint_over_each_other(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
