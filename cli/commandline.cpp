@@ -14,6 +14,8 @@ namespace ztrace {
 
 namespace {
 
+const char kPresets[] = "presets";
+
 const char *const kFooter = R"(Formats: svg, dxf, pdf, png, json
 Exit codes: 0 success, 1 failure (some pages of several, or not enough memory),
   2 wrong usage, 3 input cannot be read, 4 output cannot be written, 130 interrupted
@@ -76,12 +78,14 @@ void storeParsed(const Parsed &parsed, CommandLine *line)
     }
 }
 
-std::string aboutExtras(const std::vector<std::string> &words)
+std::string aboutExtras(const std::vector<std::string> &words, const std::string &input)
 {
     for (const std::string &word : words) {
         if (word.size() > 1 && word[0] == '-')
             return "there is no option " + word;
     }
+    if (input == kPresets)
+        return words.front() + ": presets takes nothing more";
     return words.front() + ": there is one INPUT only; -o " + words.front() + " makes it an output";
 }
 
@@ -120,7 +124,8 @@ CommandLine parseCommandLine(int argc, char **argv)
         app.exit(request);
         return line;
     } catch (const CLI::ExtrasError &) {
-        throw Failure(kWrongUsage, aboutExtras(app.remaining()) + " (see ztrace --help)");
+        throw Failure(kWrongUsage,
+                      aboutExtras(app.remaining(), line.input) + " (see ztrace --help)");
     } catch (const CLI::ArgumentMismatch &error) {
         throw Failure(kWrongUsage, aboutMismatch(error.what()) + " (see ztrace --help)");
     } catch (const CLI::ParseError &error) {
@@ -131,7 +136,9 @@ CommandLine parseCommandLine(int argc, char **argv)
                       "no input: give an image, or - for standard input (see ztrace --help)");
     for (const Parsed &entry : parsed)
         storeParsed(entry, &line);
-    line.action = line.input == "presets" ? CommandLine::ListPresets : CommandLine::Trace;
+    line.action = line.input == kPresets ? CommandLine::ListPresets : CommandLine::Trace;
+    if (line.action == CommandLine::ListPresets && !line.given.empty())
+        throw Failure(kWrongUsage, "presets: it takes no options");
     return line;
 }
 

@@ -1,5 +1,6 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Helpers of the tests that run the program: small PNG files, runs, and SVG read back."""
+import json
 import os
 import re
 import struct
@@ -96,3 +97,40 @@ def area(d):
         points = list(zip(numbers[::2], numbers[1::2]))
         areas.append(sum(a[0] * b[1] - b[0] * a[1] for a, b in zip(points, points[1:] + points[:1])) / 2)
     return areas
+
+
+def tiff(pages, dpi=(300, 300)):
+    """A little-endian TIFF of bilevel pages: functions of (x, y) that tell whether there is ink. A page of None has
+    no pixels."""
+    size = 64
+    data = b"II*\0"
+    offset_at = len(data)
+    data += bytes(4)
+    for ink in pages:
+        strip = len(data)
+        for y in range(size):
+            if ink:
+                data += bytes(sum((0 if ink(8 * b + i, y) else 1) << (7 - i) for i in range(8)) for b in range(size // 8))
+        resolution = len(data)
+        data += struct.pack("<IIII", dpi[0], 1, dpi[1], 1)
+        entries = [(256, 4, size), (257, 4, size), (258, 3, 1), (259, 3, 1), (262, 3, 1),
+                   (273, 4, strip if ink else 1 << 30), (277, 3, 1), (278, 4, size), (279, 4, size * size // 8),
+                   (282, 5, resolution), (283, 5, resolution + 8), (296, 3, 2)]
+        data = data[:offset_at] + struct.pack("<I", len(data)) + data[offset_at + 4:]
+        data += struct.pack("<H", len(entries))
+        for tag, kind, value in entries:
+            data += struct.pack("<HHII", tag, kind, 1, value)
+        offset_at = len(data)
+        data += bytes(4)
+    return data
+
+
+class OptionsTest(CommandTest):
+    def svg(self, *arguments):
+        return self.run_program(*arguments, "-o", "-").stdout
+
+    def fills(self, *arguments):
+        return [fill for fill, _, _ in paths(self.svg(*arguments))]
+
+    def stats(self, *arguments):
+        return json.loads(self.run_program(*arguments, "--json", "-o", self.path("ignored.svg")).stdout)

@@ -167,6 +167,8 @@ class Failing(CommandTest):
                 ((), "no input"),
                 (("a.png", "b.png"), "b.png"),
                 (("a.png", "--bogus"), "--bogus"),
+                (("presets", "foo"), "foo: presets takes nothing more"),
+                (("presets", "-o", "x.svg"), "presets: it takes no options"),
                 (("a.png", "--layers=5"), "--layers"),
                 (("a.png", "-o"), "--output: a value is wanted"),
                 (("a.png", "--config", ""), "a file name is wanted"),

@@ -1,0 +1,214 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Pages, resolutions, light, grids, damaged and incomplete images."""
+import json
+import os
+import struct
+import subprocess
+import unittest
+
+from support import BLACK, CLEAR, PROGRAM, RED, WHITE, OptionsTest, png, ring, square, tiff
+
+
+class Scans(OptionsTest):
+    def test_pages(self):
+        self.write("a.tif", tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)]))
+        self.assertEqual(self.stats("a.tif")["dpi"], 300)
+        one, two = self.svg("a.tif"), self.svg("a.tif", "--page", "2")
+        self.assertNotEqual(one, two)
+        self.run_program("a.tif", "--page", "all", "-o", "p.svg", "-o", "p.dxf")
+        self.assertEqual((self.read("p-1.svg"), self.read("p-2.svg")), (one, two))
+        self.assertTrue(os.path.exists(self.path("p-2.dxf")))
+        self.assert_refused("a.tif", "--page", "3", code=3, words="there is no page 3 (the file has 2)")
+        self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
+
+    def test_a_broken_page_keeps_no_other_from_being_written(self):
+        self.write("a.tif", tiff([lambda x, y: x < 9, None, lambda x, y: y < 9]))
+        result = self.run_program("a.tif", "--page", "all", "-o", "p.svg", code=1)
+        self.assertRegex(result.stderr.decode(), r"^ztrace: page 2: a.tif: [^\n]+\n$")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "p-1.svg", "p-3.svg"])
+        self.assert_refused("a.tif", "--page", "2", code=3, words="a.tif: ")
+
+    def test_pixels_that_are_not_square(self):
+        self.write("fax.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)], dpi=(204, 98)))
+        result = self.run_program("fax.tif", "-o", "a.svg", "-o", "a.json", "-u", "in")
+        self.assertEqual(result.stderr, b"ztrace: fax.tif: 204 x 98 pixels an inch are made square\n")
+        data = json.loads(self.read("a.json"))
+        self.assertEqual((data["preset"], data["width"], data["height"], data["dpi"]), ("lineart", 64, 133, 204))
+        self.assertIn(b'viewBox="0 0 64 133"', self.read("a.svg"))
+        points = [data["outlines"][1]["start"]] + [p[-2:] for p in data["outlines"][1]["pieces"]]
+        self.assertAlmostEqual(max(x for x, _ in points) - min(x for x, _ in points), 30, delta=1)
+        self.assertAlmostEqual(max(y for _, y in points) - min(y for _, y in points), 30 * 204 / 98, delta=1)
+        self.assertIn("taken as square", self.run_program("fax.tif", "--raw", "-o", "b.svg").stderr.decode())
+        for arguments in ["--dpi", "204"], ["-q", "--raw"]:
+            self.assertEqual(self.run_program("fax.tif", "-o", "b.svg", *arguments).stderr, b"")
+            self.assertIn(b'viewBox="0 0 64 64"', self.read("b.svg"))
+
+    def test_the_input_is_not_overwritten_by_a_page(self):
+        data = tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)])
+        self.write("scan-1.png", data)
+        self.run_program("scan-1.png", "--page", "all", "-o", "scan.png", code=2)
+        self.assertEqual(self.read("scan-1.png"), data)
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        with open(self.path("a.png"), "rb") as file:
+            result = subprocess.run([PROGRAM, "-", "-o", "a.png"], stdin=file, capture_output=True, cwd=self.folder)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"would overwrite the input", result.stderr)
+
+    def test_pages_without_an_ending(self):
+        self.write("a.tif", tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)]))
+        self.run_program("a.tif", "--page", "all", "-f", "svg", "-o", "p")
+        self.assertTrue(os.path.exists(self.path("p-1")) and os.path.exists(self.path("p-2")))
+        self.run_program("a.tif", "--page", "all", "-f", "svg", "-o", "/dev/null")
+        self.assertFalse(os.path.exists("/dev/null-1"))
+
+    def test_all_pages_of_a_file_with_one(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.run_program("a.png", "--page", "all")
+        self.assertTrue(os.path.exists(self.path("a.svg")))
+
+    def test_despeckle(self):
+        def page(x, y):
+            speck = square(x, y, 80, 80, 3) or square(x, y, 30, 30, 3)
+            return BLACK if square(x, y, 20, 20, 40) != speck else WHITE
+        self.write("a.png", png(100, 100, page))
+        self.assertEqual(len(self.fills("a.png")), 4)
+        self.assertEqual(len(self.fills("a.png", "--despeckle", "8")), 4)
+        self.assertEqual(len(self.fills("a.png", "--despeckle", "9")), 2)
+
+    def test_adaptive_threshold_under_uneven_light(self):
+        def page(x, y):
+            light = 60 + x
+            return (light // 3,) * 3 + (255,) if x % 20 < 4 and y % 20 < 4 else (light,) * 3 + (255,)
+        self.write("a.png", png(180, 100, page))
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "adaptive")), 46)
+        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "otsu")), 46)
+
+    def test_uneven_light_is_evened_out(self):
+        def page(x, y):
+            light = 70 + x // 2
+            ink = x % 40 < 8 and y % 40 < 20
+            return (light // 3 if ink else light,) * 3 + (255,)
+        self.write("a.png", png(360, 200, page))
+        stats = self.stats("a.png")
+        self.assertEqual((stats["preset"], stats["statistics"]["outlines"], stats["statistics"]["evened"]),
+                         ("lineart", 46, True))
+        self.assertIn("unevenly lit", stats["reason"])
+        self.write("b.png", png(360, 200, lambda x, y: (40, 40, 40, 255) if x % 40 < 8 else (110, 110, 110, 255)
+                                if x > 200 else WHITE))
+        self.assertNotIn("evened", self.stats("b.png", "-p", "lineart")["statistics"])
+        # What gets dark in the middle of the page is drawn so.
+        self.write("c.png", png(400, 400, lambda x, y: (240 - x // 2 + 20,) * 3 + (255,) if square(x, y, 50, 50, 300)
+                                else (250, 250, 250, 255)))
+        self.assertNotIn("evened", self.stats("c.png", "-p", "lineart")["statistics"])
+
+    def test_missing_pages_are_told(self):
+        data = tiff([lambda x, y: x < 9, lambda x, y: y < 9])
+        place = struct.unpack_from("<I", data, 4)[0]
+        count = struct.unpack_from("<H", data, place)[0]
+        self.write("a.tif", data[:place + 2 + 12 * count] + struct.pack("<I", 1 << 30) + data[place + 6 + 12 * count:])
+        result = self.run_program("a.tif", "--page", "all", "-o", "p.svg", code=1)
+        self.assertEqual(result.stderr, b"ztrace: a.tif: only 1 of 2 pages can be read\n")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "p-1.svg"])
+        self.write("b.tif", tiff([None, None]))
+        self.run_program("b.tif", "--page", "all", "-o", "q.svg", code=3)
+
+    def test_a_resolution_in_one_direction_is_that_of_both(self):
+        for dpi in (0, 300), (300, 0):
+            self.write("a.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)], dpi=dpi))
+            result = self.run_program("a.tif", "-u", "in", "--json", "-o", "a.svg")
+            self.assertEqual((json.loads(result.stdout)["dpi"], result.stderr), (300, b""))
+
+    def test_what_could_not_be_done_is_told(self):
+        self.write("a.png", ring(BLACK, WHITE, WHITE))
+        for arguments, words in [(("--deskew",), b"--deskew: no clear direction"),
+                                 (("--upsample", "2"), b"--upsample has no effect: the image has no soft edges")]:
+            self.assertIn(words, self.run_program("a.png", "-p", "lineart", *arguments).stderr)
+        self.assertIn(b"no soft edges", self.run_program("a.png", "-p", "logo", "--upsample", "2").stderr)
+
+    def test_tiny_images(self):
+        for size in 1, 5, 11:
+            self.write("a.png", png(size, size, lambda x, y: BLACK if x > 2 else WHITE))
+            self.run_program("a.png", "-p", "lineart", "--threshold", "adaptive", "--deskew", "--despeckle", "2")
+
+    def test_deskew(self):
+        def page(x, y):
+            line = y + x * 0.035  # two degrees
+            return BLACK if 30 < x < 370 and 60 < line < 340 and line % 20 < 7 and x % 11 < 8 else WHITE
+        self.write("a.png", png(400, 400, page))
+        stats = self.stats("a.png", "--deskew", "-p", "lineart")
+        self.assertAlmostEqual(abs(stats["statistics"]["angle"]), 2.0, delta=0.3)
+        self.assertNotIn("angle", self.stats("a.png", "-p", "lineart")["statistics"])
+
+
+class Upsampling(OptionsTest):
+    """A disc with soft edges, on a field that its outline is measured against."""
+    CENTRE, RADIUS, SIZE = 30.3, 20.4, 60
+
+    def disc(self, ink, paper):
+        def pixel(x, y):
+            inside = sum((x + (i + 0.5) / 8 - self.CENTRE) ** 2 + (y + (j + 0.5) / 8 - self.CENTRE) ** 2
+                         < self.RADIUS ** 2 for i in range(8) for j in range(8)) / 64
+            return tuple(round(a * inside + b * (1 - inside)) for a, b in zip(ink, paper))
+        return png(self.SIZE, self.SIZE, pixel)
+
+    def worst_distance(self, *arguments):
+        """Of the points on the disc's outline from the true circle."""
+        self.run_program("a.png", "-o", "a.json", *arguments)
+        data = json.loads(self.read("a.json"))
+        points = [piece[-2:] for outline in data["outlines"] if outline["start"][0] > 0.6
+                  for piece in outline["pieces"]]
+        self.assertGreater(len(points), 4)
+        return max(abs(((x - self.CENTRE) ** 2 + (self.SIZE - y - self.CENTRE) ** 2) ** 0.5 - self.RADIUS)
+                   for x, y in points)
+
+    def test_outlines_of_soft_edges_are_nearer_to_the_truth(self):
+        for ink, preset in ((BLACK, "lineart"), (RED, "logo")):
+            with self.subTest(preset):
+                self.write("a.png", self.disc(ink, WHITE))
+                coarse = self.worst_distance("-p", preset, "--upsample", "1")
+                fine = self.worst_distance("-p", preset, "--upsample", "4")
+                self.assertLess(fine, 0.7 * coarse, (coarse, fine))
+
+    def test_auto(self):
+        self.write("a.png", self.disc(BLACK, WHITE))
+        self.write("crisp.png", ring(RED, WHITE, WHITE))
+        self.assertEqual(self.stats("a.png")["statistics"]["upsampling"], 2)
+        self.assertIn(b"upsampled 2 times", self.run_program("a.png", "--stats").stdout)
+        self.assertEqual(self.svg("a.png"), self.svg("a.png", "--upsample", "2"))
+        for arguments in [("crisp.png",), ("a.png", "-p", "photo"), ("a.png", "--set", "ltres=1"), ("a.png", "--raw"),
+                          ("a.png", "--despeckle", "3")]:
+            self.assertNotIn("upsampling", self.stats(*arguments)["statistics"])
+
+    def test_size_of_the_drawing_stays(self):
+        self.write("a.png", ring(RED, WHITE, CLEAR))
+        for arguments in (), ("--layers",), ("--no-frame",), ("-p", "photo"):
+            one = json.loads(self.run_program("a.png", "-f", "json", "-o", "-", *arguments).stdout)
+            three = json.loads(self.run_program("a.png", "-f", "json", "-o", "-", "--upsample", "3", *arguments).stdout)
+            self.assertEqual((three["width"], three["height"]), (40, 40))
+            self.assertEqual([(o["color"], o["alpha"], o["holes"] if "holes" in o else []) for o in three["outlines"]],
+                             [(o["color"], o["alpha"], o["holes"] if "holes" in o else []) for o in one["outlines"]])
+
+    def test_too_much(self):
+        self.write("a.png", self.disc(BLACK, WHITE))
+        for value in "0", "9", "x", "1.5":
+            self.assert_refused("a.png", "--upsample", value, code=2, words="--upsample")
+
+
+class CutShort(OptionsTest):
+    def test_a_jpeg_that_ends_early_is_traced_with_a_warning(self):
+        with open(os.path.join(os.environ["ZTRACE_SOURCE_DIR"], "examples/hills.jpg"), "rb") as file:
+            whole = file.read()
+        self.write("whole.jpg", whole)
+        self.write("half.jpg", whole[:len(whole) // 2])
+        self.assertEqual(self.run_program("whole.jpg").stderr, b"")
+        self.assertIn(b"half.jpg: the image is incomplete", self.run_program("half.jpg").stderr)
+        self.assertTrue(os.path.exists(self.path("half.svg")))
+
+    def test_a_png_that_does_is_refused(self):
+        whole = ring(RED, WHITE, WHITE)
+        self.write("half.png", whole[:len(whole) - 40])
+        self.assert_refused("half.png", code=3, words="half.png: the image is damaged or incomplete")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,218 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Presets, configuration, and options that are wrong or without effect."""
+import json
+import os
+import subprocess
+import unittest
+
+from support import BLACK, CLEAR, RED, WHITE, OptionsTest, paths, png, ring, square
+
+
+class Presets(OptionsTest):
+    def test_auto_looks_at_the_image(self):
+        def noise(x, y):
+            return (x * 5 % 256, (x * x + 31 * y) * 7 % 256, (x * y + y) * 11 % 256, 255)
+
+        def shading(x, y):
+            return (x, 255 - x, 100 + y // 2, 255)
+        for name, pixel in ("lineart", lambda x, y: BLACK if square(x, y, 9, 9, 20) else WHITE), \
+                           ("logo", lambda x, y: RED if square(x, y, 9, 9, 20) else WHITE), \
+                           ("logo", lambda x, y: BLACK if square(x, y, 9, 9, 20) else CLEAR), \
+                           ("photo", noise):
+            self.write("a.png", png(60, 60, pixel))
+            self.assertEqual(self.stats("a.png")["preset"], name)
+        self.write("a.png", png(48, 48, noise))
+        self.assertEqual(self.stats("a.png")["reason"], "as small as an icon")
+        self.write("a.png", png(90, 90, lambda x, y: shading(x // 3 * 3, y // 3 * 3)))
+        self.assertEqual(self.stats("a.png")["preset"], "poster")
+
+    def test_statistics_say_why(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        self.assertIn("in flat areas", self.stats("a.png")["reason"])
+        self.assertRegex(self.run_program("a.png", "--stats").stdout.decode(), r"preset +logo \(\d+ % in flat areas")
+
+    def test_they_are_listed(self):
+        text = self.run_program("presets").stdout.decode()
+        for name in "auto", "lineart", "logo", "poster", "photo":
+            self.assertRegex(text, r"(?m)^%s +\w" % name)
+
+    def test_own_presets(self):
+        home = self.path("home")
+        os.makedirs(home + "/ztrace/presets")
+        with open(home + "/ztrace/presets/two.toml", "w", encoding="utf-8") as file:
+            file.write('description = "mine"\nmethod = "blend"\ncolors = 2\n')
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
+        self.assertIn(b"two          mine", self.run_program("presets", environment={"XDG_CONFIG_HOME": home}).stdout)
+        self.run_program("a.png", "-p", "two", "-o", "b.svg", environment={"XDG_CONFIG_HOME": home})
+        self.assertEqual(len({fill for fill, _, _ in paths(self.read("b.svg"))}), 2)
+        self.assertEqual(len(set(self.fills("a.png", "-p", home + "/ztrace/presets/two.toml"))), 2)
+
+
+class Configuration(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
+
+    def test_order_of_precedence(self):
+        self.write("c.toml", b'preset = "photo"\ncolors = 3\nseed = 5\n\n[set]\nltres = 0.25\n')
+        stats = self.stats("a.png", "--config", "c.toml")
+        self.assertEqual((stats["preset"], stats["seed"]), ("photo", 5))
+        self.assertEqual((stats["options"]["numberofcolors"], stats["options"]["ltres"]), (3, 0.25))
+        stats = self.stats("a.png", "--config", "c.toml", "--colors", "4", "--set", "ltres=2")
+        self.assertEqual((stats["options"]["numberofcolors"], stats["options"]["ltres"]), (4, 2))
+
+    def test_flags_and_lists(self):
+        self.write("c.toml", b'outline = true\noutput = ["x.svg", "y.dxf"]\n')
+        self.run_program("a.png", "--config", "c.toml")
+        self.assertTrue(os.path.exists(self.path("y.dxf")))
+        self.assertEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"none"})
+
+    def test_all_of_the_notation(self):
+        self.write("c.toml", b"palette = '#ff0000,#0000ff' # two pens\noutput = [\n  \"x.svg\", # one\n  \"y.json\",\n]\n"
+                             b"'seed' = 0x10\nset.ltres = inf\nset.qtres = 1e-1\n")
+        self.run_program("a.png", "--config", "c.toml")
+        self.assertLessEqual({fill for fill, _, _ in paths(self.read("x.svg"))}, {"#ff0000", "#0000ff"})
+        data = json.loads(self.read("y.json"))
+        self.assertEqual((data["seed"], data["options"]["ltres"], data["options"]["qtres"]), (16, "inf", 0.1))
+        self.write("d.toml", b"palette = ['#ff0000', 'blue']\nunits = 'MM'\ndxf-version = 'R12'\n")
+        self.assertEqual(self.svg("a.png", "--config", "d.toml", "--dpi", "96", "-q"),
+                         self.svg("a.png", "--palette", "red,blue", "-u", "mm", "--dpi", "96"))
+
+    def test_presets_that_come_too_late(self):
+        for name in "output", "format", "page", "config", "preset":
+            self.write("p.toml", b"# mine\n%s = 'svg'\n" % name.encode())
+            self.assert_refused("a.png", "-p", "p.toml", code=2, words='p.toml, line 2: "%s" cannot be set here' % name)
+
+    def test_mistakes_are_told(self):
+        for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = 'many'\n", '"many"'), (b"colors = many\n", "in quotes"),
+                            (b"[set]\nfoo = 1\n", '"foo"'), (b"[other]\ncolors = 1\n", "[other]"),
+                            (b"colors = [1, 2]\n", "one value"), (b"outline = 1\n", "true or false"),
+                            (b"seed = 2\n\npreset = logo\n", "c.toml, line 3: "), (b"seed = 1979-05-27\n", "a number"),
+                            (b"# one\nseed = -1\n", 'c.toml, line 2: --seed: "-1"'), (b"set = 1\n", '"set"'),
+                            (b"seed = 1\nseed = 2\n", "line 2"), (b"[set]\nltres = nan\n", "not a number"),
+                            (b"config = 'd.toml'\n", '"config" cannot be set here'),
+                            (b".".join([b"a"] * 50000) + b" = 1\n", "c.toml: too long")]:
+            self.write("c.toml", text)
+            with self.subTest(text):
+                self.assert_refused("a.png", "--config", "c.toml", code=2, words=words)
+        self.assert_refused("a.png", "--config", "none.toml", code=3, words="none.toml: No such file")
+
+
+class WithoutEffect(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_are_told(self):
+        for arguments, words in [(("--deskew",), "--deskew has no effect: it is for black and white"),
+                                 (("--threshold", "9"), "--threshold has no effect"),
+                                 (("-c", "3", "-p", "lineart"), "--colors has no effect: the preset"),
+                                 (("-c", "3", "--palette", "red"), "--colors has no effect: the palette"),
+                                 (("--stroke-width", "2"), "--outline draws outlines"),
+                                 (("--scale", "2"), "no png is written"),
+                                 (("-o", "a.dxf", "--layers"), "--layers has no effect: dxf has"),
+                                 (("-o", "a.dxf", "--outline"), "--outline has no effect"),
+                                 (("-o", "a.dxf", "-f", "svg"), "--format has no effect: the endings"),
+                                 (("--raw", "-p", "photo"), "--preset has no effect: --raw"),
+                                 (("-p", "lineart", "--despeckle", "2", "--upsample", "2"), "whole pixels"),
+                                 (("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "spline"), "no splines")]:
+            with self.subTest(arguments):
+                text = self.run_program("a.png", *arguments).stderr.decode()
+                self.assertIn(words, text)
+                self.assertEqual(text.count("\n"), 1)
+                self.assertEqual(self.run_program("a.png", *arguments, "-q").stderr, b"")
+
+    def test_those_with_one_are_not(self):
+        for arguments in [("-p", "lineart", "--despeckle", "3", "--threshold", "9", "--palette", "red,white"),
+                          ("-p", "photo", "-c", "3", "--background", "red"), ("--raw", "--set", "ltres=2"),
+                          ("--outline", "--stroke-width", "2"), ("-o", "a.png.png", "--scale", "2"),
+                          ("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "arc", "--dxf-tolerance", "1")]:
+            with self.subTest(arguments):
+                self.assertEqual(self.run_program("a.png", *arguments).stderr, b"")
+
+    def test_those_of_a_file_are_not(self):
+        self.write("c.toml", b"deskew = true\ncolors = 3\n")
+        self.assertEqual(self.run_program("a.png", "--config", "c.toml").stderr, b"")
+
+
+    def test_what_a_drawing_has_already(self):
+        self.run_program("a.png", "-o", "a.json")
+        for arguments in ("--colors", "4"), ("--preset", "logo"), ("--tolerance", "2"), ("--set", "ltres=2"), ("--layers",):
+            text = self.run_program("a.json", "-o", "b.svg", *arguments).stderr.decode()
+            self.assertIn(arguments[0], text)
+            self.assertIn("the input is a drawing already", text)
+        self.assertEqual(self.run_program("a.json", "-o", "b.dxf", "-u", "mm", "--dxf-curves", "arc").stderr, b"")
+
+    def test_a_colour_that_is_nowhere(self):
+        self.assertIn(b"no area has a colour", self.run_program("a.png", "--only-color", "green").stderr)
+        self.assertEqual(self.run_program("a.png", "--only-color", "red").stderr, b"")
+
+
+class Mistakes(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_words_that_are_not_understood(self):
+        self.assert_refused("--palete", "red", "a.png", code=2, words="there is no option --palete")
+        self.assert_refused("a.png", "out.svg", code=2, words="-o out.svg makes it an output")
+
+    def test_folders_that_are_not_there(self):
+        self.assert_refused("no/a.png", code=3, words="no/a.png: No such file")
+        self.assert_refused("a.png", "-o", "no/a.svg", code=4, words="no/a.svg: there is no folder no")
+
+    def test_a_broken_preset_that_nobody_asked_for(self):
+        folder = self.path("ztrace/presets")
+        os.makedirs(folder)
+        for name, text in ("bad", "colrs = 3\n"), ("mine", "description = 'x'\ncolors = 2\n"):
+            with open(os.path.join(folder, name + ".toml"), "w", encoding="utf-8") as file:
+                file.write(text)
+        environment = {"XDG_CONFIG_HOME": self.folder}
+        self.run_program("a.png", "-o", "a.svg", environment=environment)
+        self.run_program("a.png", "-o", "a.svg", "-p", "mine", environment=environment)
+        listed = self.run_program("presets", environment=environment)
+        self.assertIn(b"mine", listed.stdout)
+        self.assertIn(b"photo", listed.stdout)
+        self.assertIn(b'bad.toml, line 1: there is no setting "colrs"', listed.stderr)
+        result = self.run_program("a.png", "-p", "bad", code=2, environment=environment)
+        self.assertIn(b"colrs", result.stderr)
+
+
+class Progress(OptionsTest):
+    def test_silence_without_a_terminal(self):
+        self.write("a.png", png(300, 300, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
+        self.assertEqual(self.run_program("a.png", "-p", "photo").stderr, b"")
+        self.assertEqual(self.run_program("a.png", "-p", "photo", "--progress", "never").stderr, b"")
+        told = self.run_program("a.png", "--progress", "always").stderr.decode().splitlines()
+        self.assertEqual((told[0], told[-1]), ("ztrace: reading a.png", "ztrace: writing"))
+
+
+class FullDisk(OptionsTest):
+    def test_a_small_file_system(self):
+        os.mkdir(self.path("disk"))
+        mount = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", self.path("disk")],
+                               capture_output=True)
+        if mount.returncode:
+            self.skipTest("no right to mount a file system")
+        try:
+            self.write("disk/a.svg", b"old")
+            self.write("a.png", png(400, 400, lambda x, y: (x * y % 256, x % 256, y % 256, 255)))
+            result = self.run_program("a.png", "-p", "photo", "-o", "disk/a.svg", code=4)
+            self.assertIn(b"disk/a.svg: No space left on device", result.stderr)
+            self.assertEqual(self.read("disk/a.svg"), b"old")
+            self.assertEqual(os.listdir(self.path("disk")), ["a.svg"])
+            # Nearly full: the last bytes of a small file do not fit either.
+            free = os.statvfs(self.path("disk"))
+            self.write("disk/fill", b"x" * (free.f_bavail * free.f_bsize))
+            self.write("small.png", ring(RED, WHITE, WHITE))
+            for name in "a.svg", "a.dxf", "a.json", "a.pdf", "a.png":
+                result = self.run_program("small.png", "-o", "disk/" + name, code=4)
+                self.assertIn(b"disk/" + name.encode() + b": ", result.stderr)
+            self.assertEqual(self.read("disk/a.svg"), b"old")
+            self.assertEqual(sorted(os.listdir(self.path("disk"))), ["a.svg", "fill"])
+        finally:
+            subprocess.run(["umount", self.path("disk")], check=True)
+
+
+if __name__ == "__main__":
+    unittest.main()
