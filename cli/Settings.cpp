@@ -149,7 +149,8 @@ const Setting kColourSettings[] = {
           s->colors = wholeValue("--colors", t, 1, kMostColors);
       } },
     { "palette", "", Setting::Commas, kColourGroup, "LIST|FILE",
-      "Exactly these colours and no others: '#000000,#ff0000,orange' or a palette file (.gpl)",
+      "Exactly these colours and no others: '#000000,#ff0000,orange', a GIMP palette (.gpl) or a "
+      "text with such a list",
       [](Settings *s, const std::string &t) { s->palette = paletteValue(t); } },
     { "background", "", Setting::Value, kColourGroup, "COLOR",
       "Put this colour under what is transparent",

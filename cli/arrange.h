@@ -25,7 +25,7 @@ const double kSeamWidthOnOpaque = 0.5;
 // from both sides.
 const double kSeamWidthApart = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
-const double kSeamWidthAtRim = 0.75;
+const double kSeamWidthAtRim = 0.25;
 
 // Moves the outlines of the engine's last trace into a drawing. `colours` are what the palette
 // entries stand for. Painted in order, the outlines give the picture back: later ones lie over

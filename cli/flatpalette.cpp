@@ -71,8 +71,9 @@ QHash<QRgb, int> countBlocks(const QImage &image)
     return blocks;
 }
 
-// Cells in the order in which they are met. Edges count only when nothing else does.
-std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
+// Cells in the order in which they are met. Edges count only in textures, and when nothing else
+// does.
+std::vector<Cell> cellsOf(const QImage &image, const RidgeMap &ridges, bool withEdges)
 {
     const QHash<QRgb, int> blocks = countBlocks(image);
     QHash<QRgb, int> flatCells;
@@ -85,7 +86,7 @@ std::vector<Cell> cellsOf(const QImage &image, bool withEdges)
             if (qAlpha(word) == 0)
                 continue;
             const bool flat = blocks.value(word) >= kLeastFlat;
-            if (!flat && !withEdges && isEdge(image, x, y))
+            if (!flat && !withEdges && isEdge(image, x, y) && !ridges.isTexture(x, y))
                 continue;
             int &place = flat ? flatCells[word] : cubes[word & kCubeMask];
             if (place == 0) {
@@ -111,7 +112,31 @@ void takeLargest(const std::vector<Cell> &cells, std::vector<QRgb> *palette)
         palette->push_back(largest->colour);
 }
 
-// Appends the best remaining cell; false when none is worth an entry.
+// The remaining cell of the highest score, or of those that are opaque; null when none is worth an
+// entry.
+const Cell *bestCell(const std::vector<Cell> &cells, bool first, bool opaqueAlone,
+                     double *bestScore)
+{
+    const Cell *best = nullptr;
+    *bestScore = 0.0;
+    for (const Cell &cell : cells) {
+        const bool opaque = qAlpha(cell.colour) == 255;
+        if ((!first && cell.distance <= kNearlyEqual) || (opaqueAlone && !opaque))
+            continue;
+        const int least = opaque ? kLeastCell : kLeastTranslucentCell;
+        if (cell.pixels < least && !(first && opaque))
+            continue;
+        const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
+        if (score > *bestScore) {
+            *bestScore = score;
+            best = &cell;
+        }
+    }
+    return best;
+}
+
+// Appends the best remaining cell; false when none is worth an entry. Where there are translucent
+// entries enough, opaque cells go before others.
 bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
               std::vector<double> *scores)
 {
@@ -119,22 +144,10 @@ bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
     const auto translucent = std::count_if(palette->begin(), palette->end(),
                                            [](QRgb colour) { return qAlpha(colour) != 255; });
     const bool enough = translucent >= std::max(1, most / kPartOfTranslucent);
-    const Cell *best = nullptr;
-    double bestScore = 0.0;
-    for (const Cell &cell : *cells) {
-        if (!first && cell.distance <= kNearlyEqual)
-            continue;
-        if (enough && qAlpha(cell.colour) != 255)
-            continue;
-        const int least = qAlpha(cell.colour) == 255 ? kLeastCell : kLeastTranslucentCell;
-        if (cell.pixels < least && !(first && qAlpha(cell.colour) == 255))
-            continue;
-        const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
-        if (score > bestScore) {
-            bestScore = score;
-            best = &cell;
-        }
-    }
+    double score = 0.0;
+    const Cell *best = enough ? bestCell(*cells, first, true, &score) : nullptr;
+    if (!best)
+        best = bestCell(*cells, first, false, &score);
     if (!best)
         return false;
     const QRgb colour = best->colour;
@@ -146,16 +159,16 @@ bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
         }
     }
     palette->push_back(colour);
-    scores->push_back(bestScore);
+    scores->push_back(score);
     return true;
 }
 
 // Colours of thin lines. Where the palette is full they take the places of entries of less worth.
-std::vector<QRgb> takeAccents(const QImage &image, int most, std::vector<QRgb> *palette,
-                              std::vector<double> scores)
+std::vector<QRgb> takeAccents(const QImage &image, const RidgeMap &ridges, int most,
+                              std::vector<QRgb> *palette, std::vector<double> scores)
 {
     std::vector<QRgb> colours;
-    for (const Accent &accent : accentsIn(image, *palette, most)) {
+    for (const Accent &accent : accentsIn(image, ridges, *palette, most)) {
         const bool full = static_cast<int>(palette->size() + colours.size()) >= most;
         if (full && (palette->size() < 2 || scores.back() >= accent.score))
             break;
@@ -215,13 +228,14 @@ bool hasTransparentPixels(const QImage &image)
 
 std::vector<QRgb> flatPalette(const QImage &image, int most)
 {
-    std::vector<Cell> cells = cellsOf(image, false);
+    const RidgeMap ridges(image);
+    std::vector<Cell> cells = cellsOf(image, ridges, false);
     std::vector<QRgb> palette;
     std::vector<double> scores;
     while (static_cast<int>(palette.size()) < most && takeNext(&cells, most, &palette, &scores)) { }
-    const std::vector<QRgb> accents = takeAccents(image, most, &palette, scores);
+    const std::vector<QRgb> accents = takeAccents(image, ridges, most, &palette, scores);
     if (palette.empty() && accents.empty()) {
-        cells = cellsOf(image, true);
+        cells = cellsOf(image, ridges, true);
         while (static_cast<int>(palette.size()) < most
                && takeNext(&cells, most, &palette, &scores)) { }
     }

@@ -32,7 +32,8 @@ const double kPurelyTwoValued = 0.1; // with more ink than pages have
 const double kInkOfPages = 0.25;
 const double kLineEdges = 0.45; // of lines on transparency, which shaded objects do not have
 const int kIcon = 48;           // pixels
-const int kFewGreys = 8;        // of a drawing in steps of grey
+const double kFlatInIcons = 0.1;
+const int kFewGreys = 8; // of a drawing in steps of grey
 const double kPureGreys = 0.02;
 const double kFlat = 0.25;
 const double kFlatInFewColours = 0.3;
@@ -162,10 +163,10 @@ Look lookAt(const QImage &original)
         return { "logo", numbers };
     if (clear > kClearShare && flat >= kFlat)
         return { "logo", percent(clear) + " transparent, " + numbers };
-    if (std::max(image.width(), image.height()) <= kIcon)
-        return { "logo", "as small as an icon" };
     if (features.colours.size() <= static_cast<int>(kMainColours))
         return { "logo", std::to_string(features.colours.size()) + " colours" };
+    if (std::max(image.width(), image.height()) <= kIcon && flat >= kFlatInIcons)
+        return { "logo", "as small as an icon, " + numbers };
     if (flat >= kSmooth && edges <= kFewEdges)
         return { "poster", numbers + ", " + percent(edges) + " in edges" };
     return { "photo", numbers + ", " + percent(edges) + " in edges" };

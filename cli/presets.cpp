@@ -22,6 +22,7 @@ namespace {
 
 const char kDescription[] = "description";
 const char kEngineSection[] = "set";
+const int kMostBytes = 1 << 20;      // of any file
 const std::size_t kMostText = 16384; // bytes; the parser does not bound its own depth
 
 [[noreturn]] void refuse(const std::string &origin, int line, const std::string &reason)
@@ -196,7 +197,10 @@ std::string settingsFile(const std::string &fileName)
     if (!file.open(QIODevice::ReadOnly))
         throw Failure(kInputUnreadable,
                       fileName + ": " + file.errorString().toLocal8Bit().toStdString());
-    return file.readAll().toStdString();
+    const QByteArray text = file.read(kMostBytes + 1);
+    if (text.size() > kMostBytes)
+        throw Failure(kInputUnreadable, fileName + ": too long for settings or a palette");
+    return text.toStdString();
 }
 
 std::vector<Preset> allPresets()

@@ -30,11 +30,20 @@ uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
     return static_cast<uint16_t>(best);
 }
 
-// Spreads labels into unlabelled pixels, one ring of pixels at a time.
+// Spreads labels into unlabelled pixels, one ring of pixels at a time. Labels of thin lines go no
+// farther than to pixels that no other colour is more similar to.
 class Spread
 {
 public:
-    Spread(const QImage &source, LabelPlane *target) : image(source), plane(target) { }
+    Spread(const QImage &source, LabelPlane *target)
+        : image(source), plane(target), ofLine(target->pixels(), false)
+    { }
+
+    void label(std::size_t pixel, uint16_t label)
+    {
+        plane->labels[pixel] = label;
+        ofLine[pixel] = true;
+    }
 
     void run()
     {
@@ -43,46 +52,62 @@ public:
             if (plane->labels[i] == kUnlabelled)
                 waiting.push_back(i);
         }
-        std::vector<std::pair<std::size_t, uint16_t>> ring;
+        std::vector<std::pair<std::size_t, Choice>> ring;
         while (!waiting.empty()) {
             ring.clear();
             std::vector<std::size_t> left;
             for (std::size_t i : waiting) {
-                const uint16_t label = bestAround(i);
-                if (label == kUnlabelled)
+                const Choice choice = bestAround(i);
+                if (choice.label == kUnlabelled)
                     left.push_back(i);
                 else
-                    ring.push_back({ i, label });
+                    ring.push_back({ i, choice });
             }
             if (ring.empty())
                 break; // not a single label to start from
-            for (const auto &entry : ring)
-                plane->labels[entry.first] = entry.second;
+            for (const auto &entry : ring) {
+                plane->labels[entry.first] = entry.second.label;
+                ofLine[entry.first] = entry.second.ofLine;
+            }
             waiting.swap(left);
         }
     }
 
 private:
+    struct Choice
+    {
+        uint16_t label = kUnlabelled;
+        bool ofLine = false;
+    };
+
     // Labels within two pixels count, so that both sides of a soft edge are in the choice.
-    uint16_t bestAround(std::size_t i) const
+    Choice bestAround(std::size_t i) const
     {
         const int x = static_cast<int>(i % static_cast<std::size_t>(plane->width));
         const int y = static_cast<int>(i / static_cast<std::size_t>(plane->width));
         const QRgb word = row(image, y)[x];
-        uint16_t best = kUnlabelled;
+        uint16_t similar = kUnlabelled;
+        Choice best;
         int bestDistance = 0;
         for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
             for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
                  ++u) {
-                const uint16_t label = plane->labels[static_cast<std::size_t>(v)
-                                                         * static_cast<std::size_t>(plane->width)
-                                                     + static_cast<std::size_t>(u)];
-                if (label == kUnlabelled || label == best)
+                const std::size_t other
+                    = static_cast<std::size_t>(v) * static_cast<std::size_t>(plane->width)
+                    + static_cast<std::size_t>(u);
+                const uint16_t label = plane->labels[other];
+                if (label == kUnlabelled
+                    || (label == best.label && (ofLine[other] || !best.ofLine)))
+                    continue;
+                if (ofLine[other] && similar == kUnlabelled)
+                    similar = nearest(word, plane->colours);
+                if (ofLine[other] && label != similar)
                     continue;
                 const int distance = colourDistance(word, plane->colours[label]);
-                if (best == kUnlabelled || distance < bestDistance
-                    || (distance == bestDistance && label < best)) {
-                    best = label;
+                if (best.label == kUnlabelled || distance < bestDistance
+                    || (distance == bestDistance && label <= best.label)) {
+                    best.label = label;
+                    best.ofLine = ofLine[other];
                     bestDistance = distance;
                 }
             }
@@ -93,6 +118,7 @@ private:
     static const int kReach = 2;
     const QImage &image;
     LabelPlane *plane;
+    std::vector<bool> ofLine;
 };
 
 // Colours of the labels around a pixel, each once.
@@ -115,24 +141,24 @@ std::vector<QRgb> coloursAround(const LabelPlane &plane, int x, int y)
 
 // Thin lines have no flat pixels that labels could spread from. Ridges that are no mixtures of what
 // is around them get labels of their own.
-void seedRidges(const QImage &image, LabelPlane *plane)
+std::vector<std::pair<std::size_t, uint16_t>> labelsOfRidges(const QImage &image,
+                                                             const LabelPlane &plane)
 {
-    std::vector<std::pair<std::size_t, uint16_t>> seeds;
+    std::vector<std::pair<std::size_t, uint16_t>> found;
     std::size_t i = 0;
-    for (int y = 0; y < plane->height; ++y) {
-        for (int x = 0; x < plane->width; ++x, ++i) {
-            if (plane->labels[i] != kUnlabelled)
+    for (int y = 0; y < plane.height; ++y) {
+        for (int x = 0; x < plane.width; ++x, ++i) {
+            if (plane.labels[i] != kUnlabelled)
                 continue;
             const Ridge ridge = ridgeAt(image, x, y);
-            if (!ridge.found || isMixture(ridge.colour, coloursAround(*plane, x, y)))
+            if (!ridge.found || isMixture(ridge.colour, coloursAround(plane, x, y)))
                 continue;
-            const int label = nearestTo(ridge, plane->colours);
+            const int label = nearestTo(ridge, plane.colours);
             if (label >= 0)
-                seeds.push_back({ i, static_cast<uint16_t>(label) });
+                found.push_back({ i, static_cast<uint16_t>(label) });
         }
     }
-    for (const auto &seed : seeds)
-        plane->labels[seed.first] = seed.second;
+    return found;
 }
 
 LabelPlane emptyPlane(const QImage &image)
@@ -219,8 +245,11 @@ LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
             plane.labels[i] = label;
         }
     }
-    seedRidges(image, &plane);
-    Spread(image, &plane).run();
+    const std::vector<std::pair<std::size_t, uint16_t>> ridges = labelsOfRidges(image, plane);
+    Spread spread(image, &plane);
+    for (const auto &ridge : ridges)
+        spread.label(ridge.first, ridge.second);
+    spread.run();
     for (i = 0; i < plane.pixels(); ++i) {
         if (plane.labels[i] == kUnlabelled) {
             const int y = static_cast<int>(i / static_cast<std::size_t>(plane.width));

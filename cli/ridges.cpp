@@ -13,9 +13,10 @@ namespace ztrace {
 
 namespace {
 
-const int kReach = 3;         // pixels to either side
-const double kClearly = 40.0; // length of a difference
-const double kAligned = 0.5;  // cosine between the differences to both sides
+const int kReach = 3;          // pixels to either side
+const double kClearly = 40.0;  // length of a difference
+const double kAligned = 0.5;   // cosine between the differences to both sides
+const double kSameSlope = 0.9; // cosine between two steps of one slope
 const double kWeightOfAlpha = 0.7;
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
 const double kLeastPart = 0.3;  // of a line's own colour that must be left
@@ -27,6 +28,7 @@ const double kLeastAccent = 8.0;          // pixels
 const double kLeastShare = 1.0 / 20000.0; // of the visible pixels
 const int kMostAccents = 16;
 const std::size_t kLargePalette = 64; // has a colour or a mixture for every line
+const int kLeastAlpha = 96;           // of a line on transparency
 const QRgb kCubeMask = 0x00F0F0F0u;
 
 // Red, green and blue on white paper, and alpha. Soft edges are straight lines in it.
@@ -55,14 +57,19 @@ double length(const Colour &a)
     return std::sqrt(product(a, a));
 }
 
-// Ridge pixels of similar colours.
+bool isAligned(const Colour &a, const Colour &b, double cosine)
+{
+    return product(a, b) > cosine * length(a) * length(b);
+}
+
+// Pixels of lines of similar colours.
 struct Shade
 {
     Colour colour = { { 0.0, 0.0, 0.0, 0.0 } };
     double pixels = 0.0;
 };
 
-std::vector<Shade> shadesOfRidges(const QImage &image, double *visiblePixels)
+std::vector<Shade> shadesOfLines(const QImage &image, const RidgeMap &ridges, double *visiblePixels)
 {
     QHash<QRgb, int> places;
     std::vector<Shade> shades;
@@ -71,7 +78,7 @@ std::vector<Shade> shadesOfRidges(const QImage &image, double *visiblePixels)
         for (int x = 0; x < image.width(); ++x) {
             const QRgb word = words[x];
             *visiblePixels += qAlpha(word) != 0;
-            if (qAlpha(word) < 128 || !isEdge(image, x, y) || !ridgeAt(image, x, y).found)
+            if (!ridges.isLine(x, y))
                 continue;
             int &place = places[word & kCubeMask];
             if (place == 0) {
@@ -80,8 +87,8 @@ std::vector<Shade> shadesOfRidges(const QImage &image, double *visiblePixels)
             }
             Shade &shade = shades[static_cast<std::size_t>(place - 1)];
             const Colour colour = visible(word | 0xFF000000u);
-            for (std::size_t i = 0; i < 4; ++i)
-                shade.colour[i] += colour[i];
+            for (std::size_t channel = 0; channel < 4; ++channel)
+                shade.colour[channel] += colour[channel];
             shade.pixels += 1.0;
         }
     }
@@ -115,7 +122,8 @@ double distanceToMixtures(const Colour &colour, const std::vector<Colour> &palet
     return least;
 }
 
-// The first pixel that differs clearly on the way from a pixel; steps of 0 when there is none.
+// What lies to one side of a pixel: steps to the first one that differs clearly, 0 when there is
+// none, and the foot of the slope that begins there.
 struct Side
 {
     int steps = 0;
@@ -125,19 +133,24 @@ struct Side
 
 Side sideOf(const QImage &image, int x, int y, int dx, int dy)
 {
+    const int kSlope = 2; // pixels that a soft edge goes on for
     const Colour own = visible(row(image, y)[x]);
     Side side;
-    for (int step = 1; step <= kReach; ++step) {
+    for (int step = 1; step <= (side.steps > 0 ? side.steps + kSlope : kReach); ++step) {
         const int u = x + step * dx;
         const int v = y + step * dy;
         if (u < 0 || v < 0 || u >= image.width() || v >= image.height())
             break;
-        side.word = row(image, v)[u];
-        side.away = difference(own, visible(side.word));
-        if (length(side.away) > kClearly) {
-            side.steps = step;
+        const QRgb word = row(image, v)[u];
+        const Colour away = difference(own, visible(word));
+        if (side.steps == 0 && length(away) <= kClearly)
+            continue;
+        if (side.steps > 0
+            && (length(away) <= length(side.away) || !isAligned(away, side.away, kSameSlope)))
             break;
-        }
+        side.steps = side.steps > 0 ? side.steps : step;
+        side.word = word;
+        side.away = away;
     }
     return side;
 }
@@ -150,9 +163,8 @@ Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
     if (one.steps == 0)
         return ridge;
     const Side other = sideOf(image, x, y, -dx, -dy);
-    const double lengths = length(one.away) * length(other.away);
     ridge.found = other.steps > 0 && one.steps + other.steps <= kReach + 1
-        && product(one.away, other.away) > kAligned * lengths;
+        && isAligned(one.away, other.away, kAligned);
     ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
     return ridge;
 }
@@ -194,7 +206,30 @@ bool isMixture(QRgb colour, const std::vector<QRgb> &colours)
     return distanceToMixtures(visible(colour), known) <= kMixture;
 }
 
-std::vector<Accent> accentsIn(const QImage &image, const std::vector<QRgb> &palette, int most)
+RidgeMap::RidgeMap(const QImage &image) : width(image.width()), height(image.height())
+{
+    ridges.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < width; ++x) {
+            ridges.push_back(qAlpha(words[x]) >= kLeastAlpha && isEdge(image, x, y)
+                             && ridgeAt(image, x, y).found);
+        }
+    }
+}
+
+int RidgeMap::crowdAt(int x, int y, int reach) const
+{
+    int count = 0;
+    for (int v = std::max(0, y - reach); v <= std::min(height - 1, y + reach); ++v) {
+        for (int u = std::max(0, x - reach); u <= std::min(width - 1, x + reach); ++u)
+            count += at(u, v);
+    }
+    return count;
+}
+
+std::vector<Accent> accentsIn(const QImage &image, const RidgeMap &ridges,
+                              const std::vector<QRgb> &palette, int most)
 {
     if (palette.size() > kLargePalette)
         return std::vector<Accent>();
@@ -204,7 +239,7 @@ std::vector<Accent> accentsIn(const QImage &image, const std::vector<QRgb> &pale
             known.push_back(visible(colour));
     }
     double visiblePixels = 0.0;
-    const std::vector<Shade> shades = shadesOfRidges(image, &visiblePixels);
+    const std::vector<Shade> shades = shadesOfLines(image, ridges, &visiblePixels);
     const double least = std::max(kLeastAccent, kLeastShare * visiblePixels);
     std::vector<Accent> accents;
     while (static_cast<int>(accents.size()) < std::min(most, kMostAccents)) {

@@ -29,6 +29,31 @@ int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours);
 // Whether the colour is near one of the others, or near a mixture of two.
 bool isMixture(QRgb colour, const std::vector<QRgb> &colours);
 
+// Where an image has ridges: lines, and textures, which are areas filled by them.
+class RidgeMap
+{
+public:
+    explicit RidgeMap(const QImage &image);
+
+    bool isLine(int x, int y) const { return at(x, y) && crowdAt(x, y, 1) <= kMostInLine; }
+    bool isTexture(int x, int y) const { return at(x, y) && crowdAt(x, y, 2) >= kLeastInTexture; }
+
+private:
+    static const int kMostInLine = 6;      // of 3 x 3 pixels
+    static const int kLeastInTexture = 24; // of 5 x 5; lines side by side have fewer
+
+    bool at(int x, int y) const
+    {
+        return ridges[static_cast<std::size_t>(y) * static_cast<std::size_t>(width)
+                      + static_cast<std::size_t>(x)];
+    }
+    int crowdAt(int x, int y, int reach) const;
+
+    int width;
+    int height;
+    std::vector<bool> ridges;
+};
+
 // A colour for thin lines, and how much it is worth (see flatpalette.cpp).
 struct Accent
 {
@@ -36,9 +61,10 @@ struct Accent
     double score;
 };
 
-// Colours of ridges that are no mixtures of two of the palette's opaque colours, at most `most`,
-// the one of most worth first.
-std::vector<Accent> accentsIn(const QImage &image, const std::vector<QRgb> &palette, int most);
+// Colours of lines that are no mixtures of two of the palette's opaque colours, at most `most`, the
+// one of most worth first.
+std::vector<Accent> accentsIn(const QImage &image, const RidgeMap &ridges,
+                              const std::vector<QRgb> &palette, int most);
 
 } // namespace ztrace
 

@@ -4,6 +4,7 @@
 #include "failure.h"
 
 #include "drawing/Drawing.h"
+#include "drawing/signals.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -25,7 +26,7 @@ namespace ztrace {
 
 namespace {
 
-const double kMostStretch = 20.0; // of pixels; beyond it a resolution is an error
+const double kMostStretch = 5.0; // of pixels; beyond it a resolution is an error
 
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
@@ -180,10 +181,25 @@ QImage ImageSource::read(int page, bool upright) const
 
 bool ImageSource::isCutShort() const
 {
-    // The last scan begins after its marker; the mark of the end cannot stand inside of one.
-    const int lastScan = data.lastIndexOf(QByteArray("\xFF\xDA", 2));
-    return data.startsWith(QByteArray("\xFF\xD8\xFF", 3)) && lastScan >= 0
-        && data.lastIndexOf(QByteArray("\xFF\xD9", 2)) < lastScan;
+    if (!data.startsWith(QByteArray("\xFF\xD8\xFF", 3)))
+        return false;
+    const auto byte = [this](int at) { return static_cast<unsigned char>(data.at(at)); };
+    const int kEnd = 0xD9;
+    int at = 2;
+    while (at + 4 <= data.size()) {
+        // Between segments, and in the data of a scan, where neither stuffed zeros nor restarts end
+        // it.
+        const bool isMarker = byte(at) == 0xFF && byte(at + 1) != 0x00 && byte(at + 1) != 0xFF
+            && (byte(at + 1) < 0xD0 || byte(at + 1) > 0xD7);
+        if (!isMarker) {
+            ++at;
+            continue;
+        }
+        if (byte(at + 1) == kEnd)
+            return false;
+        at += 2 + 256 * byte(at + 2) + byte(at + 3);
+    }
+    return !data.endsWith("\xFF\xD9");
 }
 
 bool ImageSource::isDrawing() const
@@ -228,7 +244,15 @@ QImage withSquarePixels(const QImage &image)
     };
     const QSize size(length(image.width(), resolution.across),
                      length(image.height(), resolution.down));
-    QImage square = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    if (1LL * size.width() * size.height() > kMostPixels)
+        return QImage();
+    const bool isGrey = image.format() == QImage::Format_Mono
+        || image.format() == QImage::Format_MonoLSB || image.allGray();
+    const QImage source = image.hasAlphaChannel() || !isGrey
+        ? image
+        : image.convertToFormat(QImage::Format_Grayscale8);
+    const Uninterrupted inherited; // the toolkit scales in threads
+    QImage square = source.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     const int dotsPerMetre = std::max(image.dotsPerMeterX(), image.dotsPerMeterY());
     square.setDotsPerMeterX(dotsPerMetre);
     square.setDotsPerMeterY(dotsPerMetre);

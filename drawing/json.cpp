@@ -20,6 +20,7 @@ namespace {
 
 const char kFormatName[] = "ztrace drawing";
 const int kFormatVersion = 1;
+const double kLargestSize = 2147483647.0;
 const char *const kUnitNames[] = { "px", "mm", "in" };
 // Of the drawing itself; all others say how it came about.
 const char *const kOwnMembers[]
@@ -239,6 +240,16 @@ bool readJson(const QByteArray &text, Drawing *drawing, QString *error)
         return refuse(error, "not a drawing");
     if (object.value(QLatin1String("version")).toInt() != kFormatVersion)
         return refuse(error, "a drawing of another version");
+    for (const char *name : { "width", "height" }) {
+        const double size = object.value(QLatin1String(name)).toDouble(-1.0);
+        if (!(size >= 0.0 && size <= kLargestSize && size == std::floor(size)))
+            return refuse(error, "the size is none");
+    }
+    const QJsonValue dpi = object.value(QLatin1String("dpi"));
+    if (!dpi.isDouble() || dpi.toDouble() < 0.0)
+        return refuse(error, "the resolution is none");
+    if (!object.value(QLatin1String("outlines")).isArray())
+        return refuse(error, "there are no outlines");
     Drawing result;
     result.width = object.value(QLatin1String("width")).toInt();
     result.height = object.value(QLatin1String("height")).toInt();

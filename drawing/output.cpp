@@ -58,7 +58,9 @@ public:
     {
         existed = !name.isEmpty();
         if (!existed) {
-            name = QFile::encodeName(fileName);
+            const QFileInfo file(
+                fileName); // maybe a link to nothing, which the new file will be at
+            name = QFile::encodeName(file.isSymLink() ? file.symLinkTarget() : fileName);
             return;
         }
         link = name + ".old-" + QByteArray::number(static_cast<qint64>(getpid()));

@@ -49,7 +49,7 @@ class Palettes(OptionsTest):
                                    ("a.gpl", 2, 'a.gpl, line 3: "256 0 0" is not a colour'),
                                    ("b.gpl", 2, 'b.gpl, line 2: "reed" is not a colour'), ("c.gpl", 2, "no colours"),
                                    ("d.gpl", 3, "No such file"), ("e.gpl", 2, 'line 2: "12 13 x" is not a colour'),
-                                   ("#ff000080", 2, "not an opaque colour"), ("transparent", 2, "not an opaque")]:
+                                   ("#ff000080", 2, "not an opaque colour"), ("transparent", 2, "not an opaque"), ("/dev/zero", 3, "too long")]:
             with self.subTest(value):
                 self.assert_refused("a.png", "--palette", value, code=code, words=words)
 
@@ -108,7 +108,7 @@ class Keeping(OptionsTest):
             strokes = re.findall(rb'fill="(#\w+)"[^>]* stroke="', self.svg("a.png", "-p", "logo", *arguments))
             self.assertEqual(strokes, [b"#ff0000"])
         self.write("b.png", png(40, 40, lambda x, y: CLEAR if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
-        for arguments, other in ([], b"0.75"), (["--layers"], b"0.5"):
+        for arguments, other in ([], b"0.25"), (["--layers"], b"0.5"):
             widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "-p", "logo", *arguments))
             self.assertEqual(widths, [b"1.25", other])
 
@@ -253,6 +253,13 @@ class Drawings(OptionsTest):
     def test_other_json_is_refused(self):
         self.write("a.json", b"{}")
         self.assert_refused("a.json", "-o", "b.svg", code=3, words="a.json: not a drawing")
+        for sizes in ('"width":-5,"height":3,"dpi":96,"outlines":[]', '"width":1.5,"height":3,"dpi":96,"outlines":[]',
+                      '"width":5,"height":3,"dpi":-3,"outlines":[]', '"width":5,"height":3,"dpi":"nan","outlines":[]',
+                      '"width":5,"height":3,"dpi":96,"outlines":7'):
+            self.write("a.json", b'{"format":"ztrace drawing","version":1,' + sizes.encode() + b"}")
+            self.assert_refused("a.json", "-o", "b.svg", code=3, words="a.json: ")
+        self.write("a.json", b'\xef\xbb\xbf{"format":"ztrace drawing","version":1,"width":5,"height":3,"dpi":96,"outlines":[]}')
+        self.run_program("a.json", "-o", "b.svg")
 
 
 class Outputs(OptionsTest):

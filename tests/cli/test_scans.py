@@ -201,6 +201,9 @@ class CutShort(OptionsTest):
         self.write("whole.jpg", whole)
         self.write("half.jpg", whole[:len(whole) // 2])
         self.assertEqual(self.run_program("whole.jpg").stderr, b"")
+        # What follows the end is none of the picture's business.
+        self.write("more.jpg", whole + b"\xff\xda\x00\x00" + bytes(range(256)))
+        self.assertEqual(self.run_program("more.jpg").stderr, b"")
         self.assertIn(b"half.jpg: the image is incomplete", self.run_program("half.jpg").stderr)
         self.assertTrue(os.path.exists(self.path("half.svg")))
 

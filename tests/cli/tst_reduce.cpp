@@ -5,6 +5,7 @@
 #include "cli/palette.h"
 #include "cli/reduce.h"
 #include "cli/ridges.h"
+#include "cli/source.h"
 #include "cli/scan.h"
 
 #include <QTest>
@@ -143,9 +144,50 @@ private slots:
     void softEdgesAreNoLines()
     {
         const QImage image = softEdge(kRed, kBlue, mixture(kRed, kBlue));
-        QCOMPARE(accentsIn(image, { kRed, kBlue }, 16).size(), std::size_t(0));
+        QCOMPARE(accentsIn(image, RidgeMap(image), { kRed, kBlue }, 16).size(), std::size_t(0));
         for (int x = 0; x < image.width(); ++x)
             QVERIFY(!ridgeAt(image, x, image.height() / 2).found);
+    }
+
+    void pixelsAreMadeSquareWhereTheyFit()
+    {
+        QImage image(20, 10, QImage::Format_ARGB32);
+        image.fill(kRed);
+        image.setDotsPerMeterX(4000);
+        image.setDotsPerMeterY(2000);
+        QVERIFY(!resolutionOf(image).isSquare());
+        QCOMPARE(withSquarePixels(image).size(), QSize(20, 20));
+        QVERIFY(resolutionOf(withSquarePixels(image)).isSquare());
+        image.setDotsPerMeterY(200); // that cannot be true
+        QVERIFY(resolutionOf(image).isSquare());
+        QImage large(13000, 13000, QImage::Format_Mono);
+        large.setDotsPerMeterX(4000);
+        large.setDotsPerMeterY(1000);
+        QVERIFY(withSquarePixels(large).isNull());
+    }
+
+    void texturesAreNoLines()
+    {
+        QImage image(60, 60, QImage::Format_ARGB32);
+        image.fill(kRed);
+        for (int y = 10; y < 50; ++y) {
+            for (int x = 10; x < 50; ++x)
+                image.setPixel(x, y, y % 2 ? qRgb(160, 160, 160) : qRgb(205, 205, 205));
+        }
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        for (QRgb grey : { qRgb(160, 160, 160), qRgb(205, 205, 205) })
+            QVERIFY(std::find(palette.begin(), palette.end(), grey) != palette.end());
+    }
+
+    void translucentColoursFillWhatOpaqueOnesLeave()
+    {
+        QImage image(160, 20, QImage::Format_ARGB32);
+        for (int y = 0; y < 20; ++y) {
+            for (int x = 0; x < 160; ++x)
+                image.setPixel(x, y, qRgba(x / 20 * 30, 255 - x / 20 * 30, 90, 128));
+        }
+        QCOMPARE(flatPalette(image, 16).size(), std::size_t(8));
+        QCOMPARE(flatPalette(image, 5).size(), std::size_t(5));
     }
 
     void accentsTakeThePlacesOfLessUsefulColours()

@@ -185,18 +185,19 @@ private slots:
         QTest::newRow("no JSON") << QByteArray("{");
         QTest::newRow("another object") << QByteArray("{}");
         QTest::newRow("another version") << head + "2}";
+        const QByteArray first = head + "1,\"width\":9,\"height\":9,\"dpi\":96,";
         const auto outline = [&](const char *text) {
-            return head + "1,\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["
+            return first + "\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["
                 + text + "]}]}";
         };
         QTest::newRow("unknown piece") << outline("[\"X\",1,2]");
         QTest::newRow("odd coordinates") << outline("[\"L\",1,2,3]");
         QTest::newRow("no coordinates") << outline("[\"Q\"]");
         QTest::newRow("hole that is not there")
-            << head + "1,\"outlines\":[{\"color\":\"#000000\",\"holes\":[1],\"pieces\":[]}]}";
-        QTest::newRow("no colour") << head + "1,\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}";
-        QTest::newRow("no start") << head
-                + "1,\"outlines\":[{\"color\":\"#000000\",\"pieces\":[[\"L\",1,2]]}]}";
+            << first + "\"outlines\":[{\"color\":\"#000000\",\"holes\":[1],\"pieces\":[]}]}";
+        QTest::newRow("no colour") << first + "\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}";
+        QTest::newRow("no start") << first
+                + "\"outlines\":[{\"color\":\"#000000\",\"pieces\":[[\"L\",1,2]]}]}";
     }
     void jsonOfAnotherKindIsRefused()
     {
