@@ -75,7 +75,8 @@ public:
         progress->stage("reading " + line.input);
         const ImageSource source(line.input);
         if (source.isCutShort())
-            warn(line.input + ": the image is incomplete; what is missing has one colour");
+            warn(inputName(line.input)
+                 + ": the image is incomplete; what is missing has one colour");
         if (source.isDrawing()) {
             convert(source, outputs);
             return kSuccess;
@@ -136,8 +137,8 @@ private:
             ++failed;
         }
         if (claimed > pages) {
-            tell(line.input + ": only " + std::to_string(pages) + " of " + std::to_string(claimed)
-                 + " pages can be read");
+            tell(inputName(line.input) + ": only " + std::to_string(pages) + " of "
+                 + std::to_string(claimed) + " pages can be read");
         }
         if (failed == 0)
             return kSuccess;
@@ -194,10 +195,10 @@ private:
             const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
                 + numberText(resolution.down, 2).toStdString() + " pixels an inch";
             if (settings.raw) {
-                warn(line.input + ": " + sizes
+                warn(inputName(line.input) + ": " + sizes
                      + " are taken as square, since --raw changes nothing");
             } else {
-                warn(line.input + ": " + sizes + " are made square");
+                warn(inputName(line.input) + ": " + sizes + " are made square");
                 *image = withSquarePixels(*image);
                 if (image->isNull())
                     failForMemory();
@@ -206,7 +207,8 @@ private:
         if (settings.unit == Unit::Pixel)
             return;
         if (!given && !tellsResolution(*image))
-            warn(line.input + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
+            warn(inputName(line.input)
+                 + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
         for (const Output &output : outputs) {
             if (output.format == "dxf" && settings.dxf.version == DxfVersion::R12)
                 warn("r12 has no place for the unit; programs have to be told when they read it");

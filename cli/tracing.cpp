@@ -185,7 +185,7 @@ private:
         result.angle = scan.angle;
         result.evenedOut = scan.evenedOut;
         if (scan.unclear)
-            result.notes.push_back("--deskew: no clear direction was found within 7 degrees");
+            result.notes.push_back("--deskew: no clear direction was found within 6 degrees");
         if (scan.bilevel) {
             result.threshold = settings.threshold == Threshold::Adaptive ? -1 : threshold;
             threshold = kBetweenBlackAndWhite;

@@ -1,6 +1,7 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """The command line: what it writes, and how it fails."""
 import os
+import pty
 import re
 import signal
 import subprocess
@@ -257,6 +258,30 @@ class Failing(CommandTest):
             self.assertEqual(process.wait(20), -signal.SIGTERM)
         finally:
             process.kill()
+
+    def test_signals_are_for_the_main_thread_alone(self):
+        """Another one would end the program while files get their names."""
+        try:
+            master, slave = pty.openpty()
+        except OSError:
+            self.skipTest("there are no pseudo-terminals here")
+        os.mkfifo(self.path("pipe.svg"))
+        process = subprocess.Popen([PROGRAM, "a.png", "-o", "pipe.svg"], cwd=self.folder, stderr=slave)
+        try:
+            with self.assertRaises(subprocess.TimeoutExpired):
+                process.wait(0.5)
+            tasks = "/proc/%d/task" % process.pid
+            others = [task for task in os.listdir(tasks) if task != str(process.pid)]
+            self.assertEqual(len(others), 1)  # the one that draws the progress
+            with open("%s/%s/status" % (tasks, others[0]), encoding="ascii") as file:
+                blocked = int(re.search(r"(?m)^SigBlk:\s*([0-9a-f]+)", file.read()).group(1), 16)
+            for number in signal.SIGINT, signal.SIGTERM, signal.SIGHUP:
+                self.assertTrue(blocked >> (number - 1) & 1, number)
+        finally:
+            process.kill()
+            process.wait()
+            os.close(master)
+            os.close(slave)
 
     def test_report_that_does_not_arrive(self):
         self.write("a.svg", b"old")

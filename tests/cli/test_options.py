@@ -155,6 +155,8 @@ class Units(OptionsTest):
                                  (("b.png", "-u", "mm"), b"ztrace: b.png: 96 pixels an inch are taken, as it says nothing "
                                                          b"else (see --dpi)\n")]:
             self.assertEqual(self.run_program(*arguments, "-o", "c.svg").stderr, words)
+        self.assertIn(b"ztrace: standard input: 96 pixels an inch",
+                      self.run_program("-", "-u", "mm", "-o", "c.svg", stdin=self.read("b.png")).stderr)
         self.assertIn(b"r12 has no place for the unit",
                       self.run_program("a.png", "-u", "mm", "--dxf-version", "r12", "-o", "c.dxf").stderr)
 
