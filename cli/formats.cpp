@@ -89,7 +89,7 @@ void refuseInputAsOutput(const std::string &input, const QString &output)
         throw Failure(kWrongUsage, inputName(input) + ": the output would overwrite the input");
 }
 
-// Files that the settings were read from.
+// What the settings were read from, where that is a file.
 std::vector<std::string> filesOf(const Settings &settings)
 {
     std::vector<std::string> files;
@@ -207,7 +207,8 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
     for (const Output &output : outputs) {
         refuseInputAsOutput(input, output.fileName);
         for (const std::string &other : filesOf(settings)) {
-            if (identityOf(output.fileName) == identityOf(QFile::decodeName(other.c_str())))
+            const QString file = QFile::decodeName(other.c_str()); // or a list, or a preset's name
+            if (QFileInfo(file).isFile() && identityOf(output.fileName) == identityOf(file))
                 throw Failure(kWrongUsage, other + ": the output would overwrite it");
         }
         requireFolder(output);

@@ -240,6 +240,9 @@ class Failing(CommandTest):
         self.write("c.svg", b"colors = 2\n")
         self.assert_refused("a.png", "--palette", "pens.svg", "-o", "pens.svg", code=2, words="would overwrite it")
         self.assert_refused("a.png", "--config", "c.svg", "-o", "c.svg", code=2, words="would overwrite it")
+        # A preset and a colour of that name are no files.
+        self.run_program("a.png", "-p", "photo", "-f", "svg", "-o", "photo")
+        self.run_program("a.png", "--palette", "red", "-f", "svg", "-o", "red")
 
     def test_standard_output_by_its_name_is_not_opened_anew(self):
         with open(self.path("log"), "wb") as log:
