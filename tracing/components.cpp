@@ -91,6 +91,14 @@ std::vector<uint32_t> joinedRuns(const Runs &runs, Connectivity connectivity,
     return leader;
 }
 
+std::size_t countLeaders(const std::vector<uint32_t> &leader)
+{
+    std::size_t count = 0;
+    for (std::size_t k = 0; k < leader.size(); ++k)
+        count += leader[k] == k;
+    return count;
+}
+
 uint32_t rimEdges(const Runs &runs, int y, int begin, int end)
 {
     const uint32_t length = uint32_t(end - begin);
@@ -118,6 +126,7 @@ Components findComponents(const Runs &runs, Connectivity connectivity)
     std::vector<uint32_t> hidden(runs.count(), 0);
     components.ofRun = joinedRuns(runs, connectivity, &hidden);
     std::vector<Component> &list = components.list;
+    list.reserve(countLeaders(components.ofRun));
     forEachRun(runs, [&](uint32_t run, int y, int begin, int end) {
         // The run it points to came before and holds its component's number already.
         uint32_t &number = components.ofRun[run];
