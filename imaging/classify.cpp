@@ -6,10 +6,9 @@
 // most, and shaded illustrations have fewer edges than both.
 #include "classify.h"
 
+#include "Picture.h"
 #include "colour.h"
 #include "failure.h"
-#include "leptonica.h"
-#include "lighting.h"
 #include "scan.h"
 
 #include <QHash>
@@ -17,6 +16,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 namespace ztrace {
@@ -106,9 +106,8 @@ struct Split
     double ink = 1.0; // share of the pixels
 };
 
-Split splitOf(const QImage &image)
+Split splitOf(const Histogram &counts)
 {
-    const Histogram counts = histogramOf(image);
     const int threshold = otsuThreshold(counts);
     Split split;
     split.uneven = unevenness(counts, threshold);
@@ -118,19 +117,38 @@ Split splitOf(const QImage &image)
 }
 
 // Nothing like ink on paper where the light is even anyway.
-Split splitInEvenLight(const QImage &image)
+Split splitInEvenLight(Picture *picture)
 {
-    if (!isUnevenlyLit(image))
+    if (!isUnevenlyLit(picture->tones()) || picture->evenlyLit().isNull())
         return Split();
-    const PixPtr page = evenlyLit(greyPixOf(image).get());
-    return page ? splitOf(imageOfPix(page.get())) : Split();
+    return splitOf(tonesOf(picture->evenlyLit()).counts);
+}
+
+// Whether an opaque grey picture of that many colours is ink on paper.
+std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
+{
+    if (colours <= 2)
+        return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
+    const Split split = splitOf(picture->tones().counts);
+    const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
+    const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
+    if (split.uneven < most && !inSteps)
+        return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
+    const Split even = inSteps ? Split() : splitInEvenLight(picture);
+    if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
+        return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
+    return std::nullopt;
 }
 
 } // namespace
 
-Classification classify(const QImage &original)
+Classification classify(Picture *picture)
 {
-    const QImage image = original.convertToFormat(QImage::Format_ARGB32);
+    if (picture->isGrey()) {
+        if (const auto ink = asInkOnPaper(picture, picture->tones().lightnesses()))
+            return *ink;
+    }
+    const QImage image = picture->asImage().convertToFormat(QImage::Format_ARGB32);
     if (image.isNull())
         throwNoRoom();
     const Features features = featuresOf(image);
@@ -138,23 +156,15 @@ Classification classify(const QImage &original)
     const double clear = features.clear / (visible + features.clear);
     const double edges = features.edges / visible;
     const bool grey = features.coloured <= kColouredShare * visible;
-    if (grey && clear <= kClearShare) {
-        if (features.colours.size() <= 2)
-            return { Kind::LineArt, std::to_string(features.colours.size()) + " colours, no hue" };
-        const Split split = splitOf(image);
-        const bool inSteps = features.colours.size() <= kFewGreys && split.uneven > kPureGreys;
-        const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
-        if (split.uneven < most && !inSteps)
-            return { Kind::LineArt, twoLightnesses("grey", split.uneven) };
-        const Split even = inSteps ? Split() : splitInEvenLight(image);
-        if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
-            return { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
-    } else if (grey && edges >= kLineEdges) {
-        QImage onWhite = image;
-        putOnPaper(&onWhite, 0xFFFFFFFFu);
-        const Split split = splitOf(onWhite);
-        if (split.uneven < kTwoValued)
-            return { Kind::Logo, twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
+    if (grey && clear <= kClearShare && !picture->isGrey()) {
+        if (const auto ink = asInkOnPaper(picture, features.colours.size()))
+            return *ink;
+    } else if (grey && clear > kClearShare && edges >= kLineEdges) {
+        const Split split = splitOf(picture->tones().counts);
+        if (split.uneven < kTwoValued) {
+            return { Kind::Logo,
+                     twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
+        }
     }
     const double flat = features.flat / visible;
     const double mainColours = features.mainColours / visible;

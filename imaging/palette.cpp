@@ -59,7 +59,7 @@ void appendMedianCut(const std::vector<QRgb> &sample, int most, std::vector<QRgb
 {
     if (sample.empty() || most <= 0)
         return;
-    setMsgSeverity(L_SEVERITY_NONE);
+    silenceLibrary();
     if (most == 1) {
         colours->push_back(meanColour(sample)); // the library makes two or more
         return;

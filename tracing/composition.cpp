@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
-#include "imaging/components.h"
+#include "imaging/regions.h"
 
 #include "ZSpline.h"
 

@@ -5,7 +5,7 @@
 #include "rawtrace.h"
 
 #include "engine/ZTraceBitmap.h"
-#include "imaging/components.h"
+#include "imaging/regions.h"
 #include "imaging/corners.h"
 #include "imaging/failure.h"
 #include "imaging/palette.h"
