@@ -58,5 +58,6 @@ fetch_source leptonlib
 fetch_package openclipart-png
 fetch_package plasma-workspace-wallpapers
 fetch_package python3-skimage
+fetch_package kicad-doc-en
 
 echo "corpus in $dir"
