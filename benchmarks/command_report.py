@@ -152,7 +152,7 @@ def start_section(numbers):
         rows.append([tool, milliseconds([one["cpu"] for one in runs]),
                      milliseconds([one["wall"] for one in runs]),
                      report.number(beyond * 1e3 if beyond is not None else None),
-                     report.number(report.median([one["peak"] for one in runs]) / 1e6)])
+                     report.number(ratio(report.median([one["peak"] for one in runs]), 1e6))])
     return (["## Start", "",
              "`toolkit` is a program that makes the toolkit's application object, without a display, "
              "and ends; the icon has 16 x 16 pixels. Milliseconds, median (and least); megabytes at "
