@@ -29,14 +29,14 @@ SCREENS = "pkg-kicad-doc-en/usr/share/doc/kicad/help/en/images"
 def softened(page):
     """A bitmap as a scanner in grey gives it: edges two pixels wide, paper not quite white and ink
     not quite black, noise of a few steps."""
-    soft = numpy.asarray(page.convert("L").filter(ImageFilter.GaussianBlur(0.7)), dtype=numpy.int16)
-    noise = numpy.random.RandomState(1).randint(-3, 4, soft.shape, dtype=numpy.int16)
+    soft = numpy.asarray(page.convert("L").filter(ImageFilter.GaussianBlur(0.7)), dtype=numpy.int32)
+    noise = numpy.random.RandomState(1).randint(-3, 4, soft.shape, dtype=numpy.int32)
     return Image.fromarray(numpy.clip(20 + soft * 225 // 255 + noise, 0, 255).astype(numpy.uint8))
 
 
 def shaded(page):
-    """A softened page as an open book lies on the glass: three quarters of the light are lost
-    towards one edge, and some of it towards a corner."""
+    """A softened page as an open book lies on the glass: more than half of the light is lost
+    towards one edge, and a fifth of it from top to bottom."""
     grey = numpy.asarray(softened(page), dtype=numpy.float32)
     across = numpy.linspace(0, 1, grey.shape[1], dtype=numpy.float32)[None, :]
     down = numpy.linspace(0, 1, grey.shape[0], dtype=numpy.float32)[:, None]
