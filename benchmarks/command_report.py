@@ -3,6 +3,7 @@
 """Turns the numbers of bench_command into a page: what is wanted and met, times, memory, start.
 
     benchmarks/command_report.py NUMBERS.json > PAGE.md
+    benchmarks/command_report.py --short NUMBERS.json     the one table that other pages quote
 
 Marks are judged by medians, for the slower of the command by itself and with the fitting preset.
 Nothing is subtracted from the command's processes. Memory is judged where the mark allows a picture
@@ -95,6 +96,11 @@ def marks(numbers):
     return result.rows
 
 
+def scaled(seconds):
+    """In milliseconds, with decimals where there are few."""
+    return report.number(seconds * 1e3, 1 if seconds < 0.1 else 0) if seconds is not None else "-"
+
+
 def milliseconds(found):
     """The median, and the least behind it."""
     if not found:
@@ -176,11 +182,29 @@ def page(numbers):
     return "\n".join(lines).rstrip("\n")
 
 
+def short_table(numbers):
+    """The command by itself beside the others; milliseconds, medians."""
+    rows = []
+    for picture in numbers["pictures"]:
+        runs = picture["runs"]
+        ours, floor = median(runs, "ztrace"), floor_of(runs)
+        cells = [scaled(value) for value in (ours, floor, median(runs, "potrace"),
+                                             median(runs, "vtracer"))]
+        peak = ratio(median(runs, "ztrace", "peak"), pixels_of(picture))
+        rows.append([f"{picture['name']}, {pixels_of(picture) / 1e6:.1f} megapixels"] + cells
+                    + [report.number(ratio(ours, floor)), report.number(peak)])
+    return "\n".join(report.table(["picture", "ztrace", "decoding and engine", "potrace", "vtracer",
+                                   "ztrace in times of decoding and engine", "bytes a pixel"],
+                                  rows)).rstrip("\n")
+
+
 def main():
-    if len(sys.argv) != 2:
+    arguments = [one for one in sys.argv[1:] if one != "--short"]
+    if len(arguments) != 1:
         sys.exit(__doc__)
-    with open(sys.argv[1], encoding="utf-8") as stream:
-        print(page(json.load(stream)))
+    with open(arguments[0], encoding="utf-8") as stream:
+        numbers = json.load(stream)
+    print(page(numbers) if len(sys.argv) == 2 else short_table(numbers))
 
 
 if __name__ == "__main__":

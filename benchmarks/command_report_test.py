@@ -85,6 +85,11 @@ class Page(unittest.TestCase):
         self.assertIn("| ztrace preset | base | base preset |", page)
         self.assertIn("432.1", page)
 
+    def test_short_table_is_of_the_command_by_itself(self):
+        lines = command_report.short_table(numbers(SCAN, PHOTO)).splitlines()
+        self.assertEqual(lines[2:], ["| page, 10.0 megapixels | 300 | 150 | 250 | - | 2.0 | 10.0 |",
+                                     "| lake, 1.0 megapixels | 200 | 50.0 | - | 2000 | 4.0 | 50.0 |"])
+
     def test_nothing_measured_makes_a_page_too(self):
         given = numbers(dict(SCAN, runs={}))
         given["start"] = {"toolkit": []}
@@ -92,6 +97,7 @@ class Page(unittest.TestCase):
         page = command_report.page(given)
         self.assertIn("- ztrace: status 1", page)
         self.assertIn("0 of 4 met", page)
+        self.assertIn("| page, 10.0 megapixels | - | - |", command_report.short_table(given))
 
 
 if __name__ == "__main__":
