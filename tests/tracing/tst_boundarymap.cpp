@@ -7,6 +7,7 @@
 
 #include <QTest>
 
+#include <map>
 #include <set>
 
 using namespace ztrace;
@@ -124,17 +125,18 @@ QString chainError(const Plane &plane, const BoundaryMap &map)
         const Chain &chain = map.chains[c];
         uint32_t length = 0;
         bool right = true;
-        forEachMove(map, referenceTo(uint32_t(c), false), [&](int x, int y, Heading heading, int n) {
-            length += uint32_t(n);
-            for (int k = 0; k < n; ++k) {
-                const Point from { x + k * stepX(heading), y + k * stepY(heading) };
-                const Point to { from.x + stepX(heading), from.y + stepY(heading) };
-                right = right && lattice.hasCrack(from, heading)
-                    && lattice.areaLeft(from, heading) == chain.left
-                    && lattice.areaRight(from, heading) == chain.right;
-                seen.insert({ std::min(from, to), stepY(heading) != 0 });
-            }
-        });
+        forEachMove(map, referenceTo(uint32_t(c), false),
+                    [&](int x, int y, Heading heading, int n) {
+                        length += uint32_t(n);
+                        for (int k = 0; k < n; ++k) {
+                            const Point from { x + k * stepX(heading), y + k * stepY(heading) };
+                            const Point to { from.x + stepX(heading), from.y + stepY(heading) };
+                            right = right && lattice.hasCrack(from, heading)
+                                && lattice.areaLeft(from, heading) == chain.left
+                                && lattice.areaRight(from, heading) == chain.right;
+                            seen.insert({ std::min(from, to), stepY(heading) != 0 });
+                        }
+                    });
         if (!right)
             return QLatin1String("areas beside a chain");
         if (length != chain.cracks)
@@ -270,6 +272,61 @@ QString ringError(const Plane &plane, const BoundaryMap &map)
     return once ? QString() : QString(QLatin1String("a side of a chain in no ring or in two"));
 }
 
+// Twice the coordinates of a chain drawn through the middles of its cracks and pinned at its nodes.
+std::vector<Point> middlesOf(const BoundaryMap &map, uint32_t chain)
+{
+    const std::vector<Point> points = pointsOf(map, referenceTo(chain, false));
+    const bool isLoop = map.chains[chain].startNode == kNoNode;
+    std::vector<Point> middles;
+    if (!isLoop)
+        middles.push_back({ 2 * points.front().x, 2 * points.front().y });
+    for (std::size_t k = 1; k < points.size(); ++k)
+        middles.push_back({ points[k - 1].x + points[k].x, points[k - 1].y + points[k].y });
+    middles.push_back(isLoop ? middles.front()
+                             : Point { 2 * points.back().x, 2 * points.back().y });
+    return middles;
+}
+
+typedef std::pair<Point, Point> Segment;
+
+int side(const Segment &line, const Point &p)
+{
+    const int cross = (line.second.x - line.first.x) * (p.y - line.first.y)
+        - (line.second.y - line.first.y) * (p.x - line.first.x);
+    return (cross > 0) - (cross < 0);
+}
+
+// Whether two short segments have more in common than an end of both.
+bool meet(const Segment &a, const Segment &b)
+{
+    if (a.first == b.first || a.first == b.second || a.second == b.first || a.second == b.second)
+        return side(a, b.first) == 0 && side(a, b.second) == 0
+            && (std::minmax(a.first, a.second) == std::minmax(b.first, b.second));
+    return side(a, b.first) != side(a, b.second) && side(b, a.first) != side(b, a.second);
+}
+
+// Every segment through the middles lies in the cell around one lattice point.
+bool middlesCross(const BoundaryMap &map)
+{
+    std::map<Point, std::vector<Segment>> cells;
+    for (uint32_t chain = 0; chain < map.chains.size(); ++chain) {
+        const std::vector<Point> middles = middlesOf(map, chain);
+        const std::vector<Point> points = pointsOf(map, referenceTo(chain, false));
+        const std::size_t first = map.chains[chain].startNode == kNoNode ? 1 : 0;
+        for (std::size_t k = 1; k < middles.size(); ++k)
+            cells[points[k - 1 + first]].push_back({ middles[k - 1], middles[k] });
+    }
+    for (const auto &cell : cells) {
+        for (std::size_t a = 0; a < cell.second.size(); ++a) {
+            for (std::size_t b = 0; b < a; ++b) {
+                if (meet(cell.second[a], cell.second[b]))
+                    return true;
+            }
+        }
+    }
+    return false;
+}
+
 // Label and size of an area tell it well enough.
 typedef std::pair<int, unsigned> AreaKind;
 
@@ -384,6 +441,9 @@ private slots:
         QCOMPARE(movesOf(map, node.leaving[kLeft]), (QStringList { "2,1 l1", "1,1 d1", "1,2 r1" }));
         QCOMPARE(movesOf(map, node.leaving[kLeft] ^ 1u),
                  (QStringList { "2,2 l1", "1,2 u1", "1,1 r1" }));
+        const Chain &chain = map.chains[chainOf(node.leaving[kLeft])];
+        QCOMPARE(isReversed(node.leaving[kLeft]) ? chain.right : chain.left, 2);
+        QCOMPARE(isReversed(node.leaving[kLeft]) ? chain.left : chain.right, 0);
         QCOMPARE(map.firstRing, (std::vector<uint32_t> { 0, 1, 2, 3 }));
         QCOMPARE(enclosedArea(map, 0), int64_t(7));
     }
@@ -477,6 +537,13 @@ private slots:
         forEachPlane(34, [](const Plane &plane) {
             const QString error = ringError(plane, mapOf(plane));
             QVERIFY2(error.isEmpty(), qPrintable(error + describe(plane)));
+        });
+    }
+
+    void linesThroughTheMiddlesOfCracksDoNotCross()
+    {
+        forEachPlane(38, [](const Plane &plane) {
+            QVERIFY2(!middlesCross(mapOf(plane)), qPrintable(describe(plane)));
         });
     }
 
