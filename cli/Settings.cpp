@@ -4,8 +4,9 @@
 #include "failure.h"
 #include "formats.h"
 #include "gimppalette.h"
-#include "upsample.h"
 #include "values.h"
+
+#include "imaging/upsample.h"
 
 #include <QString>
 

@@ -16,6 +16,7 @@
 #include "drawing/Drawing.h"
 #include "drawing/dxf.h"
 #include "drawing/text.h"
+#include "imaging/scan.h"
 
 namespace ztrace {
 
@@ -27,8 +28,6 @@ enum class Method {
     Raw    // the image as it is, everything left to the engine
 };
 
-// Auto: for the whole page, after uneven light has been evened out.
-enum class Threshold { Auto, Otsu, Adaptive, Fixed };
 enum class Progress { Auto, Always, Never };
 
 struct Settings

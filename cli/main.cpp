@@ -5,17 +5,21 @@
 #include "effects.h"
 #include "failure.h"
 #include "formats.h"
-#include "look.h"
+#include "plan.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
-#include "scan.h"
 #include "source.h"
-#include "tracing.h"
 
 #include "drawing/json.h"
 #include "drawing/output.h"
+#include "drawing/signals.h"
 #include "drawing/text.h"
+#include "imaging/classify.h"
+#include "imaging/failure.h"
+#include "imaging/paper.h"
+#include "imaging/resolution.h"
+#include "tracing/pipeline.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -58,6 +62,34 @@ void listPresets()
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
                     preset.origin == "built in" ? "" : (" (" + preset.origin + ")").c_str());
     }
+}
+
+const char *presetOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::LineArt:
+        return "lineart";
+    case Kind::Logo:
+        return "logo";
+    case Kind::Poster:
+        return "poster";
+    case Kind::Photo:
+        break;
+    }
+    return "photo";
+}
+
+Look lookAt(Picture *picture)
+{
+    const Classification classified = classify(picture);
+    return { presetOf(classified.kind), classified.reason };
+}
+
+const char *sentenceOf(Remark remark)
+{
+    return remark == Remark::NoClearDirection
+        ? "--deskew: no clear direction was found within 6 degrees"
+        : "--upsample has no effect: the image has no soft edges";
 }
 
 class Run
@@ -130,6 +162,9 @@ private:
             } catch (const Failure &failure) {
                 tell("page " + std::to_string(page) + ": " + failure.what());
                 codes.insert(failure.code);
+            } catch (const TraceError &error) {
+                tell("page " + std::to_string(page) + ": " + error.what());
+                codes.insert(kFailed);
             } catch (const std::bad_alloc &) {
                 tell("page " + std::to_string(page) + ": not enough memory");
                 codes.insert(kFailed);
@@ -145,12 +180,12 @@ private:
         return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
-    Settings settingsFor(const QImage &image, Look *look)
+    Settings settingsFor(Picture *picture, Look *look)
     {
         Settings settings = line.settings;
         if (settings.raw)
             return settings;
-        *look = settings.preset == kAuto ? lookAt(image) : Look { settings.preset, "" };
+        *look = settings.preset == kAuto ? lookAt(picture) : Look { settings.preset, "" };
         const Preset preset = findPreset(look->preset);
         std::set<std::string> given = line.given;
         applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin,
@@ -167,14 +202,15 @@ private:
             image = image.convertToFormat(QImage::Format_ARGB32);
             putOnPaper(&image, *line.settings.background);
         }
-        const Settings settings = settingsFor(image, &look);
+        Picture picture(std::move(image));
+        const Settings settings = settingsFor(&picture, &look);
         for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
             warn(sentence);
-        useResolution(settings, outputs, &image);
-        TraceResult result = traceImage(std::move(image), settings,
+        useResolution(settings, outputs, &picture);
+        TraceResult result = traceImage(std::move(picture), planOf(settings),
                                         [this](const char *stage) { progress->stage(stage); });
-        for (const std::string &note : result.notes)
-            warn(note);
+        for (Remark remark : result.report.remarks)
+            warn(sentenceOf(remark));
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
@@ -187,10 +223,11 @@ private:
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.
-    void useResolution(const Settings &settings, const std::vector<Output> &outputs, QImage *image)
+    void useResolution(const Settings &settings, const std::vector<Output> &outputs,
+                       Picture *picture)
     {
         const bool given = settings.dpi && *settings.dpi > 0.0;
-        const Resolution resolution = resolutionOf(*image);
+        const Resolution resolution = resolutionOf(picture->asImage());
         if (!given && !resolution.isSquare()) {
             const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
                 + numberText(resolution.down, 2).toStdString() + " pixels an inch";
@@ -199,14 +236,16 @@ private:
                      + " are taken as square, since --raw changes nothing");
             } else {
                 warn(inputName(line.input) + ": " + sizes + " are made square");
-                *image = withSquarePixels(*image);
-                if (image->isNull())
+                const Uninterrupted inherited;
+                QImage square = withSquarePixels(picture->asImage());
+                if (square.isNull())
                     failForMemory();
+                *picture = Picture(std::move(square));
             }
         }
         if (settings.unit == Unit::Pixel)
             return;
-        if (!given && !tellsResolution(*image))
+        if (!given && !tellsResolution(picture->asImage()))
             warn(inputName(line.input)
                  + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
         for (const Output &output : outputs) {
@@ -303,6 +342,9 @@ int main(int argc, char **argv)
     } catch (const Failure &failure) {
         tell(failure.what());
         return failure.code;
+    } catch (const TraceError &error) {
+        tell(error.what());
+        return kFailed;
     } catch (const std::bad_alloc &) {
         tell("not enough memory");
         return kFailed;

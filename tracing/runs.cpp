@@ -50,27 +50,79 @@ int32_t *findStarts(const Label *row, int width, int32_t *found)
 template<typename Label>
 Runs scan(const Label *labels, int width, int height)
 {
-    if (width < 0 || height < 0 || std::size_t(width) * std::size_t(height) > kMostPlanePixels)
-        throw std::length_error("label plane too large");
-    Runs runs;
-    runs.width = width;
-    runs.height = width > 0 ? height : 0;
-    runs.firstOfRow.reserve(std::size_t(runs.height) + 1);
-    std::vector<int32_t> starts(std::size_t(width) + 1, 0);
-    for (int y = 0; y < runs.height; ++y) {
-        const Label *row = labels + std::size_t(y) * std::size_t(width);
-        runs.firstOfRow.push_back(uint32_t(runs.start.size()));
-        const int32_t *end = findStarts(row, width, starts.data() + 1);
-        runs.start.insert(runs.start.end(), static_cast<const int32_t *>(starts.data()), end);
-        for (const int32_t *start = starts.data(); start != end; ++start)
-            runs.label.push_back(row[*start]);
-    }
-    runs.firstOfRow.push_back(uint32_t(runs.start.size()));
-    runs.start.push_back(0);
-    return runs;
+    RunScanner scanner(width, height);
+    for (int y = 0; y < height && width > 0; ++y)
+        scanner.addRow(labels + std::size_t(y) * std::size_t(width));
+    return scanner.take();
 }
 
 } // namespace
+
+RunScanner::RunScanner(int width, int height)
+{
+    if (width < 0 || height < 0 || std::size_t(width) * std::size_t(height) > kMostPlanePixels)
+        throw std::length_error("label plane too large");
+    runs.width = width;
+    runs.height = width > 0 ? height : 0;
+    runs.firstOfRow.reserve(std::size_t(runs.height) + 1);
+    starts.assign(std::size_t(width) + 1, 0);
+}
+
+template<typename Label>
+void RunScanner::add(const Label *labels)
+{
+    runs.firstOfRow.push_back(uint32_t(runs.start.size()));
+    const int32_t *end = findStarts(labels, runs.width, starts.data() + 1);
+    runs.start.insert(runs.start.end(), static_cast<const int32_t *>(starts.data()), end);
+    for (const int32_t *start = starts.data(); start != end; ++start)
+        runs.label.push_back(labels[*start]);
+}
+
+void RunScanner::addRow(const uint8_t *labels)
+{
+    add(labels);
+}
+
+void RunScanner::addRow(const uint16_t *labels)
+{
+    add(labels);
+}
+
+void RunScanner::addBits(const uint8_t *bits, const uint16_t (&ones)[2])
+{
+    runs.firstOfRow.push_back(uint32_t(runs.start.size()));
+    uint8_t last = bits[0] >> 7;
+    const auto begin = [&](int x) {
+        runs.start.push_back(x);
+        runs.label.push_back(ones[last]);
+    };
+    begin(0);
+    const int bytes = (runs.width + 7) / 8;
+    for (int byte = 0; byte < bytes;) {
+        const uint8_t same = last ? 0xFF : 0x00;
+        if (byte + 8 <= bytes && wordAt(bits + byte) == (last ? ~uint64_t(0) : 0)) {
+            byte += 8;
+            continue;
+        }
+        if (bits[byte] != same) {
+            for (int bit = 0; bit < 8 && 8 * byte + bit < runs.width; ++bit) {
+                const uint8_t own = (bits[byte] >> (7 - bit)) & 1;
+                if (own == last)
+                    continue;
+                last = own;
+                begin(8 * byte + bit);
+            }
+        }
+        ++byte;
+    }
+}
+
+Runs RunScanner::take()
+{
+    runs.firstOfRow.push_back(uint32_t(runs.start.size()));
+    runs.start.push_back(0);
+    return std::move(runs);
+}
 
 Runs scanRuns(const uint8_t *labels, int width, int height)
 {

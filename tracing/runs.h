@@ -36,6 +36,32 @@ struct Runs
     uint32_t rowEnd(int y) const { return firstOfRow[std::size_t(y) + 1]; }
 };
 
+// Finds runs row by row, so that labels need not be kept.
+class RunScanner
+{
+public:
+    // Throws std::length_error for negative sizes and for more than kMostPlanePixels pixels.
+    RunScanner(int width, int height);
+
+    // The next row from the top, `width` labels.
+    void addRow(const uint8_t *labels);
+    void addRow(const uint16_t *labels);
+
+    // The next row as one of two labels a bit, the leftmost in the highest bit of the first byte:
+    // ones[0] for zeros, ones[1] for ones. Bytes that the width ends in may hold anything.
+    void addBits(const uint8_t *bits, const uint16_t (&ones)[2]);
+
+    // What was found, when all rows were added.
+    Runs take();
+
+private:
+    template<typename Label>
+    void add(const Label *labels);
+
+    Runs runs;
+    std::vector<int32_t> starts; // of one row
+};
+
 // The runs of width * height labels, rows from the top without gaps between them. Throws
 // std::length_error for negative sizes and for more than kMostPlanePixels pixels.
 Runs scanRuns(const uint8_t *labels, int width, int height);
