@@ -129,6 +129,8 @@ private slots:
     {
         const uint8_t pixel = 0;
         QVERIFY_EXCEPTION_THROWN(scanRuns(&pixel, -1, 1), std::length_error);
+        QVERIFY_EXCEPTION_THROWN(scanRuns(&pixel, -1, -1), std::length_error);
+        QVERIFY_EXCEPTION_THROWN(scanRuns(&pixel, -1, 0), std::length_error);
         QVERIFY_EXCEPTION_THROWN(scanRuns(&pixel, 1, -1), std::length_error);
         QVERIFY_EXCEPTION_THROWN(scanRuns(&pixel, 1 << 16, 1 << 15), std::length_error);
     }
@@ -164,7 +166,7 @@ private slots:
                          qPrintable(describe(plane)));
             ++planes;
         });
-        QVERIFY(planes > 6000);
+        QVERIFY(planes > 2500);
     }
 
     void runsNeedNotBeLong()
