@@ -64,6 +64,14 @@ QScriptValue raiseNotATracer(const QString &functionName, QScriptContext *contex
         context);
 }
 
+QScriptValue raiseTooDeep(const QString &functionName, QScriptContext *context)
+{
+    return ZEcmaHelper::throwError(
+        QString::fromLatin1("ZTraceBitmap.%1(): Too many calls inside each other")
+            .arg(functionName),
+        context);
+}
+
 // One argument that may hold an image. Whether it does is asked afterwards, with an error of its
 // own: a null and a QObject come this far and hold none.
 bool hasImageArgument(QScriptContext *context)
@@ -119,10 +127,12 @@ QScriptValue ZEcmaTraceBitmap::createEcma(QScriptContext *context, QScriptEngine
 
 ZTraceBitmap *ZEcmaTraceBitmap::getSelf(const QString &functionName, QScriptContext *context)
 {
-    ZTraceBitmap *self = ztrace::tracerFromScript(context->thisObject());
-    if (!self && functionName != QLatin1String("toString"))
+    const ztrace::FoundTracer found = ztrace::tracerFromScript(context->thisObject());
+    if (found.isTooDeep)
+        raiseTooDeep(functionName, context);
+    else if (!found.tracer && functionName != QLatin1String("toString"))
         raiseNotATracer(functionName, context);
-    return self;
+    return found.tracer;
 }
 
 ZTraceBitmap *ZEcmaTraceBitmap::getSelfShell(const QString &functionName, QScriptContext *context)

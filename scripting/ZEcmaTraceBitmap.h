@@ -35,7 +35,8 @@ public:
     static QScriptValue preprocess(QScriptContext *context, QScriptEngine *engine);
 
     // The tracer of the context's `this`. Null raises an error that names the function, but for
-    // "toString", which works on any object.
+    // "toString", which works on any object. So does, whatever the function, a look-up too deep
+    // inside others.
     static ZTraceBitmap *getSelf(const QString &functionName, QScriptContext *context);
 
     // The same, raising the error for "toString" as well.

@@ -59,6 +59,27 @@ bool leadsAstray(const QScriptValue &value)
         && isDisguised(holder, type, QMetaType::type("ZTraceBitmap"));
 }
 
+// A look-up that is under way, those around it included.
+class LookUp
+{
+public:
+    LookUp() { isOverflowing = ++depth > ztrace::kDeepestLookUp || isOverflowing; }
+    ~LookUp() { isOverflowing = --depth > 0 && isOverflowing; }
+
+    static bool isTooDeep() { return isOverflowing; }
+
+private:
+    Q_DISABLE_COPY(LookUp)
+
+    static thread_local int depth;
+    // Stays set on the way out: what is called there could otherwise go down again, each level
+    // as often as it likes.
+    static thread_local bool isOverflowing;
+};
+
+thread_local int LookUp::depth = 0;
+thread_local bool LookUp::isOverflowing = false;
+
 // The host's conversion where the host's headers declare the meta type of its polyline.
 template<class T, bool isDeclared>
 struct ListConversion
@@ -102,12 +123,17 @@ bool ztrace::holdsTracer(const QScriptValue &value, const ZTraceBitmap *tracer)
         && pointerCast<ZTraceBitmap>(value, tracerType()) == tracer;
 }
 
-ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value)
+ztrace::FoundTracer ztrace::tracerFromScript(const QScriptValue &value)
 {
+    const FoundTracer none = { nullptr, false };
+    const FoundTracer tooDeep = { nullptr, true };
+    const LookUp lookUp;
+    if (lookUp.isTooDeep())
+        return tooDeep;
     if (leadsAstray(value))
-        return 0;
-    ZTraceBitmap *tracer = ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value);
-    return isDead(tracer) ? 0 : tracer;
+        return none;
+    const FoundTracer found = { ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value), false };
+    return isDead(found.tracer) ? none : found;
 }
 
 QImage *ztrace::imageFromScript(const QScriptValue &value)
