@@ -21,7 +21,7 @@ class ZEcmaTraceBitmap
 public:
     // Installs the class in an engine. A null `proto` makes the prototype here; another one is used
     // as it is and stays the caller's. Once per engine.
-    static void initEcma(QScriptEngine &engine, QScriptValue *proto = 0);
+    static void initEcma(QScriptEngine &engine, QScriptValue *proto = nullptr);
 
     // new ZTraceBitmap()
     static QScriptValue createEcma(QScriptContext *context, QScriptEngine *engine);

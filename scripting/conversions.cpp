@@ -41,13 +41,13 @@ bool isDisguised(const QScriptValue &value, int pointerType, int valueType)
 template<class T>
 T *pointerCast(const QScriptValue &value, int type)
 {
-    T *pointer = 0;
+    T *pointer = nullptr;
     if (qscriptvalue_cast_helper(value, type, &pointer))
         return pointer;
     if (!value.isVariant())
-        return 0;
+        return nullptr;
     const QVariant variant = value.toVariant();
-    return variant.userType() == type ? *static_cast<T *const *>(variant.constData()) : 0;
+    return variant.userType() == type ? *static_cast<T *const *>(variant.constData()) : nullptr;
 }
 
 // Whether the tracer that the toolkit sees in the value, or else in its prototype, is a disguise.
@@ -123,23 +123,21 @@ bool ztrace::holdsTracer(const QScriptValue &value, const ZTraceBitmap *tracer)
         && pointerCast<ZTraceBitmap>(value, tracerType()) == tracer;
 }
 
-ztrace::FoundTracer ztrace::tracerFromScript(const QScriptValue &value)
+ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value, bool *isTooDeep)
 {
-    const FoundTracer none = { nullptr, false };
-    const FoundTracer tooDeep = { nullptr, true };
     const LookUp lookUp;
-    if (lookUp.isTooDeep())
-        return tooDeep;
-    if (leadsAstray(value))
-        return none;
-    const FoundTracer found = { ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value), false };
-    return isDead(found.tracer) ? none : found;
+    if (isTooDeep)
+        *isTooDeep = lookUp.isTooDeep();
+    if (lookUp.isTooDeep() || leadsAstray(value))
+        return nullptr;
+    ZTraceBitmap *tracer = ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value);
+    return isDead(tracer) ? nullptr : tracer;
 }
 
 QImage *ztrace::imageFromScript(const QScriptValue &value)
 {
     if (isDisguised(value, imageType(), QMetaType::QImage))
-        return 0;
+        return nullptr;
     return pointerCast<QImage>(value, imageType());
 }
 

@@ -74,7 +74,7 @@ template<class T>
 T *ZEcmaHelper::pointerCast(const QScriptValue &value)
 {
     if (holdsAnother(value, qMetaTypeId<T *>()))
-        return 0;
+        return nullptr;
     return qscriptvalue_cast<T *>(value);
 }
 
@@ -90,14 +90,14 @@ T *ZEcmaHelper::scriptValueTo(QScriptValue value)
 
     const LookUp lookUp(value);
     if (lookUp.isTooDeep())
-        return 0;
+        return nullptr;
     const QScriptValue baseClasses = baseClassesOf(value);
     if (!baseClasses.isValid())
-        return 0;
+        return nullptr;
     for (quint32 i = 1;; ++i) {
         const QString name = nameOfBaseClass(baseClasses, i);
         if (name.isEmpty())
-            return 0;
+            return nullptr;
         self = pointerCast<T>(baseObject(value, name));
         if (self)
             return self;

@@ -10,7 +10,36 @@
 
 #include <QtTest>
 
+#include <cstdlib>
+#include <new>
+
 using tests::ScriptRig;
+
+namespace {
+
+bool refusesTracers = false;
+
+} // namespace
+
+// Stands in for memory that runs out when a tracer is made.
+void *operator new(std::size_t size)
+{
+    void *const memory
+        = refusesTracers && size == sizeof(ZTraceBitmap) ? nullptr : std::malloc(size);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 class tst_Safety : public QObject
 {
@@ -36,6 +65,7 @@ private slots:
     void recursionThroughOwnMethods_data();
     void recursionThroughOwnMethods();
     void lookUpsWorkAgainAfterTooManyInsideEachOther();
+    void outOfMemoryIsAScriptError();
     void roundsDoNotGrow();
 };
 
@@ -291,6 +321,18 @@ void tst_Safety::lookUpsWorkAgainAfterTooManyInsideEachOther()
     QCOMPARE(rig.run("var t = new ZTraceBitmap(); var s = { getBaseClasses: function() { return"
                      " ['', 'T'] }, getT: function() { return t } };"
                      "p.setOption.call(s, 'ltres', 2); p.destroy.call(s)"),
+             QString("undefined"));
+}
+
+void tst_Safety::outOfMemoryIsAScriptError()
+{
+    ScriptRig rig;
+    refusesTracers = true;
+    const QString text
+        = rig.run("var kept = []; for (var i = 0; i < 100; ++i) kept.push(new ZTraceBitmap())");
+    refusesTracers = false;
+    QCOMPARE(text, QString("!ZTraceBitmap: There is not enough memory."));
+    QCOMPARE(rig.run("kept.forEach(function(t) { t.destroy() }); new ZTraceBitmap().destroy()"),
              QString("undefined"));
 }
 
