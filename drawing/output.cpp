@@ -73,10 +73,12 @@ bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QStrin
         return false;
     const bool isFile = contents->target.kind == Target::File;
     if (isFile) {
-        recover(contents->target.folder());
-        // What a killed run had put there may be gone now.
-        if (!lookUp(fileName, &contents->target, error))
-            return false;
+        // What a killed run had put there may be gone then.
+        if (recover(contents->target.folder())) {
+            contents->target = Target();
+            if (!lookUp(fileName, &contents->target, error))
+                return false;
+        }
         if (const int number = openUnnamed(contents->target, &contents->file))
             return fail(error, number);
     }
@@ -95,13 +97,13 @@ bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QStrin
     return true;
 }
 
-void OutputFiles::recover(const QByteArray &folder)
+bool OutputFiles::recover(const QByteArray &folder)
 {
     if (folders.contains(folder))
-        return;
+        return false;
     folders.insert(folder);
     const Uninterrupted guard;
-    recoverFolder(folder);
+    return recoverFolder(folder);
 }
 
 bool OutputFiles::commit(QString *fileName, QString *error)

@@ -43,7 +43,7 @@ public:
 private:
     struct Contents;
 
-    void recover(const QByteArray &folder);
+    bool recover(const QByteArray &folder);
     bool nameFiles(QString *fileName, QString *error);
 
     std::vector<std::unique_ptr<Contents>> streams;

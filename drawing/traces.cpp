@@ -210,7 +210,7 @@ const QByteArray *removeTraces(const std::vector<Naming> &names,
     return rest;
 }
 
-void recoverFolder(const QByteArray &folder)
+bool recoverFolder(const QByteArray &folder)
 {
     QByteArrayList runs;
     QByteArrayList files;
@@ -224,6 +224,7 @@ void recoverFolder(const QByteArray &folder)
             && takeOver(folder + name, &lock))
             ::unlink((folder + name).constData());
     }
+    return !runs.isEmpty() || !files.isEmpty();
 }
 
 } // namespace ztrace

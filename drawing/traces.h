@@ -45,8 +45,9 @@ const QByteArray *removeTraces(const std::vector<Naming> &names,
                                const std::vector<QByteArray> &records);
 
 // Undoes or finishes, in a folder that ends with a slash, what killed runs of this user have left
-// there. What fails is left to the next run. No signal may end the process meanwhile.
-void recoverFolder(const QByteArray &folder);
+// there. What fails is left to the next run. Returns whether there was any. No signal may end the
+// process meanwhile.
+bool recoverFolder(const QByteArray &folder);
 
 } // namespace ztrace
 
