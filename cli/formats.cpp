@@ -197,8 +197,8 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
         const bool isFile = fileName != QLatin1String(kStandardOutput)
             && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());
         // A device has no ending; neither has standard output.
-        const bool plain = !QFileInfo(fileName).exists() || QFileInfo(fileName).isFile();
-        outputs.push_back({ fileName, isFile && plain ? formatByEnding(fileName) : chosen });
+        outputs.push_back(
+            { fileName, isFile && !isStream(fileName) ? formatByEnding(fileName) : chosen });
     }
     if (outputs.empty() && input == kStandardOutput)
         outputs.push_back({ QString::fromLatin1(kStandardOutput), chosen });
@@ -222,7 +222,7 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
         if (output.fileName == QLatin1String(kStandardOutput))
             throw Failure(kWrongUsage, "--page all: several pages do not fit into standard output");
         const QFileInfo info(output.fileName);
-        if (info.exists() && !info.isFile())
+        if (isStream(output.fileName))
             continue; // a device takes all pages
         const QString ending
             = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
