@@ -15,6 +15,7 @@
 #include "drawing/Drawing.h"
 #include "drawing/dxf.h"
 #include "drawing/text.h"
+#include "imaging/scan.h"
 
 namespace ztrace {
 
@@ -26,8 +27,6 @@ enum class Method {
     Raw    // the image as it is, everything left to the engine
 };
 
-// Auto: for the whole page, after uneven light has been evened out.
-enum class Threshold { Auto, Otsu, Adaptive, Fixed };
 enum class Progress { Auto, Always, Never };
 
 // Colours that a palette may have.

@@ -50,27 +50,27 @@ const Format *formatByEnding(const QString &fileName)
 }
 
 // What a name stands for, links followed.
-enum class Kind {
+enum class FileKind {
     Nothing,
     File,
     Folder,
     Stream // a terminal or other device, a pipe, a socket
 };
 
-Kind kindOf(const QString &fileName)
+FileKind kindOf(const QString &fileName)
 {
     if (fileName == QLatin1String(kStandardOutput))
-        return Kind::Stream;
+        return FileKind::Stream;
     struct stat info;
     if (stat(QFile::encodeName(fileName).constData(), &info) != 0) {
         if (errno != ENOENT && errno != ENOTDIR)
             failToWrite(bytesOf(fileName), QString::fromLocal8Bit(std::strerror(errno)));
-        return Kind::Nothing;
+        return FileKind::Nothing;
     }
     if (S_ISDIR(info.st_mode))
-        return Kind::Folder;
-    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode) ? Kind::Stream
-                                                                                     : Kind::File;
+        return FileKind::Folder;
+    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode) ? FileKind::Stream
+                                                                                     : FileKind::File;
 }
 
 QString besideInput(const std::string &input, const Format &format)
@@ -127,7 +127,7 @@ void requireFolder(const Output &output)
     if (output.fileName == QLatin1String(kStandardOutput))
         return;
     const QFileInfo file(output.fileName);
-    if (kindOf(output.fileName) == Kind::Folder)
+    if (kindOf(output.fileName) == FileKind::Folder)
         throw Failure(kOutputNotWritable, nameOf(output.fileName) + ": it is a folder");
     if (!QFileInfo(file.path()).isDir())
         throw Failure(kOutputNotWritable,
@@ -179,11 +179,11 @@ Output outputNamed(const std::string &name, const Settings &settings)
     const QString fileName = withoutAlias(QFile::decodeName(name.c_str()));
     // A device has no ending; neither has standard output.
     const bool tellsFormat = settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty();
-    const Kind kind = kindOf(fileName);
-    if (kind == Kind::Folder)
+    const FileKind kind = kindOf(fileName);
+    if (kind == FileKind::Folder)
         throw Failure(kOutputNotWritable, bytesOf(fileName) + ": it is a folder");
     return { fileName,
-             kind != Kind::Stream && tellsFormat ? formatByEnding(fileName)
+             kind != FileKind::Stream && tellsFormat ? formatByEnding(fileName)
                                                  : chosenFormat(settings) };
 }
 
@@ -198,7 +198,7 @@ void refuseToReplace(const QString &fileName, const Settings &settings)
 {
     if (settings.overwrite && !settings.noClobber)
         return;
-    if (kindOf(fileName) != Kind::File)
+    if (kindOf(fileName) != FileKind::File)
         return;
     if (settings.noClobber)
         throw Failure(kWrongUsage, nameOf(fileName) + ": the file exists (--no-clobber)");
@@ -237,7 +237,7 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
     for (Output &output : outputs) {
         if (output.fileName == QLatin1String(kStandardOutput))
             throw Failure(kWrongUsage, "--page all: several pages do not fit into standard output");
-        if (kindOf(output.fileName) == Kind::Stream)
+        if (kindOf(output.fileName) == FileKind::Stream)
             continue; // a device takes all pages
         const QFileInfo info(output.fileName);
         const QString ending

@@ -6,19 +6,22 @@
 #include "failure.h"
 #include "formats.h"
 #include "help.h"
-#include "look.h"
 #include "messages.h"
+#include "plan.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
-#include "scan.h"
 #include "source.h"
 #include "textfile.h"
-#include "tracing.h"
 
 #include "drawing/json.h"
 #include "drawing/output.h"
+#include "drawing/signals.h"
 #include "drawing/text.h"
+#include "imaging/classify.h"
+#include "imaging/failure.h"
+#include "imaging/resolution.h"
+#include "tracing/pipeline.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -52,6 +55,34 @@ void listPresets()
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
                     preset.origin == kBuiltIn ? "" : (" (" + preset.origin + ")").c_str());
     }
+}
+
+const char *presetOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::LineArt:
+        return "lineart";
+    case Kind::Logo:
+        return "logo";
+    case Kind::Poster:
+        return "poster";
+    case Kind::Photo:
+        break;
+    }
+    return "photo";
+}
+
+Look lookAt(const QImage &image)
+{
+    const Classification classified = classify(image);
+    return { presetOf(classified.kind), classified.reason };
+}
+
+const char *sentenceOf(Remark remark)
+{
+    return remark == Remark::NoClearDirection
+        ? "--deskew: no clear direction was found within 6 degrees"
+        : "--upsample has no effect: the image has no soft edges";
 }
 
 class Run
@@ -131,6 +162,9 @@ private:
             } catch (const Failure &failure) {
                 tell("page " + std::to_string(page) + ": " + failure.what());
                 codes.insert(failure.code);
+            } catch (const TraceError &error) {
+                tell("page " + std::to_string(page) + ": " + error.what());
+                codes.insert(kFailed);
             } catch (const std::bad_alloc &) {
                 tell("page " + std::to_string(page) + ": not enough memory");
                 codes.insert(kFailed);
@@ -172,10 +206,10 @@ private:
         for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
             warn(sentence);
         useResolution(settings, outputs, &image);
-        TraceResult result = traceImage(std::move(image), settings,
+        TraceResult result = traceImage(std::move(image), planOf(settings),
                                         [this](const char *stage) { progress->stage(stage); });
-        for (const std::string &note : result.notes)
-            warn(note);
+        for (Remark remark : result.report.remarks)
+            warn(sentenceOf(remark));
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
@@ -200,6 +234,7 @@ private:
                      + " are taken as square, since --raw changes nothing");
             } else {
                 warn(inputName(line.input) + ": " + sizes + " are made square");
+                const Uninterrupted inherited;
                 *image = withSquarePixels(*image);
                 if (image->isNull())
                     failForMemory();
@@ -321,6 +356,9 @@ int main(int argc, char **argv)
     } catch (const Failure &failure) {
         tell(failure.what());
         return failure.code;
+    } catch (const TraceError &error) {
+        tell(error.what());
+        return kFailed;
     } catch (const std::bad_alloc &) {
         tell("not enough memory");
         return kFailed;

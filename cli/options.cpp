@@ -4,10 +4,11 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "suggest.h"
-#include "upsample.h"
+
 
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
+#include "imaging/upsample.h"
 
 #include <algorithm>
 #include <cmath>

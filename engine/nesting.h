@@ -7,6 +7,7 @@
 #include <QVector>
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "kernels/fit.h"
@@ -14,16 +15,21 @@
 namespace ztrace {
 
 // One vector of seven doubles a segment, all sized exactly.
-inline QVector<QVector<double>> nested(const std::vector<Segment> &segments)
+inline QVector<QVector<double>> nested(const Segment *segments, std::size_t count)
 {
-    QVector<QVector<double>> result(int(segments.size()));
+    QVector<QVector<double>> result(static_cast<int>(count));
     QVector<double> *target = result.data();
-    for (size_t i = 0; i < segments.size(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         QVector<double> fields(7);
         std::copy(segments[i].field, segments[i].field + 7, fields.data());
         target[i].swap(fields);
     }
     return result;
+}
+
+inline QVector<QVector<double>> nested(const std::vector<Segment> &segments)
+{
+    return nested(segments.data(), segments.size());
 }
 
 } // namespace ztrace
