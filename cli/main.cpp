@@ -20,6 +20,7 @@
 #include "drawing/text.h"
 #include "imaging/classify.h"
 #include "imaging/failure.h"
+#include "imaging/paper.h"
 #include "imaging/resolution.h"
 #include "tracing/pipeline.h"
 
@@ -72,9 +73,9 @@ const char *presetOf(Kind kind)
     return "photo";
 }
 
-Look lookAt(const QImage &image)
+Look lookAt(Picture *picture)
 {
-    const Classification classified = classify(image);
+    const Classification classified = classify(picture);
     return { presetOf(classified.kind), classified.reason };
 }
 
@@ -180,12 +181,12 @@ private:
         return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
-    Settings settingsFor(const QImage &image, Look *look)
+    Settings settingsFor(Picture *picture, Look *look)
     {
         Settings settings = line.settings;
         if (settings.raw)
             return settings;
-        *look = settings.preset == kAuto ? lookAt(image) : Look { settings.preset, "" };
+        *look = settings.preset == kAuto ? lookAt(picture) : Look { settings.preset, "" };
         const Preset preset = findPreset(look->preset);
         std::set<std::string> given = line.given;
         applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin,
@@ -202,11 +203,12 @@ private:
             image = image.convertToFormat(QImage::Format_ARGB32);
             putOnPaper(&image, *line.settings.background);
         }
-        const Settings settings = settingsFor(image, &look);
+        Picture picture(std::move(image));
+        const Settings settings = settingsFor(&picture, &look);
         for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
             warn(sentence);
-        useResolution(settings, outputs, &image);
-        TraceResult result = traceImage(std::move(image), planOf(settings),
+        useResolution(settings, outputs, &picture);
+        TraceResult result = traceImage(std::move(picture), planOf(settings),
                                         [this](const char *stage) { progress->stage(stage); });
         for (Remark remark : result.report.remarks)
             warn(sentenceOf(remark));
@@ -222,10 +224,11 @@ private:
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.
-    void useResolution(const Settings &settings, const std::vector<Output> &outputs, QImage *image)
+    void useResolution(const Settings &settings, const std::vector<Output> &outputs,
+                       Picture *picture)
     {
         const bool given = settings.dpi && *settings.dpi > 0.0;
-        const Resolution resolution = resolutionOf(*image);
+        const Resolution resolution = resolutionOf(picture->asImage());
         if (!given && !resolution.isSquare()) {
             const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
                 + numberText(resolution.down, 2).toStdString() + " pixels an inch";
@@ -235,14 +238,15 @@ private:
             } else {
                 warn(inputName(line.input) + ": " + sizes + " are made square");
                 const Uninterrupted inherited;
-                *image = withSquarePixels(*image);
-                if (image->isNull())
+                QImage square = withSquarePixels(picture->asImage());
+                if (square.isNull())
                     failForMemory();
+                *picture = Picture(std::move(square));
             }
         }
         if (settings.unit == Unit::Pixel)
             return;
-        if (!given && !tellsResolution(*image))
+        if (!given && !tellsResolution(picture->asImage()))
             warn(inputName(line.input)
                  + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
         for (const Output &output : outputs) {

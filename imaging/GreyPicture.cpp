@@ -3,6 +3,7 @@
 
 #include "failure.h"
 #include "lightness.h"
+#include "paper.h"
 
 #include <QColor>
 

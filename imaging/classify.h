@@ -18,8 +18,8 @@ struct Classification
     std::string reason; // in a few words, with the numbers that decided
 };
 
-// Tells the kind of a picture by the number of colours, by how grey and how two-valued it is, by its
-// transparency, and by how much of it lies in flat areas.
+// Tells the kind of a picture by the number of colours, by how grey and how two-valued it is, by
+// its transparency, and by how much of it lies in flat areas.
 Classification classify(Picture *picture);
 
 } // namespace ztrace

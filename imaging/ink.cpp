@@ -11,8 +11,8 @@ namespace ztrace {
 
 namespace {
 
-// Lightness; what is nearer to the mean of its side is pure. A third of the limit for colours, which
-// sums three channels.
+// Lightness; what is nearer to the mean of its side is pure. A third of the limit for colours,
+// which sums three channels.
 const int kMixture = 8;
 const double kSoftShare = 0.2; // of the pixels on borders; a soft edge has one in two or three
 
@@ -108,8 +108,8 @@ Runs inkRuns(const GreyPicture &page, int threshold)
 {
     RunScanner scanner(page.width(), page.height());
     if (page.isBilevel()) {
-        const uint16_t labels[2] = { uint16_t(page.toneOf(0) > threshold),
-                                     uint16_t(page.toneOf(1) > threshold) };
+        const uint16_t labels[2]
+            = { uint16_t(page.toneOf(0) > threshold), uint16_t(page.toneOf(1) > threshold) };
         for (int y = 0; y < page.height(); ++y)
             scanner.addBits(page.bits(y), labels);
         return scanner.take();

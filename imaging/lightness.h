@@ -12,8 +12,8 @@
 
 namespace ztrace {
 
-// QColor::lightness() depends on a colour's largest and smallest channel alone; it is asked once for
-// every pair of them that is met. A grey's lightness is its own value.
+// QColor::lightness() depends on a colour's largest and smallest channel alone; it is asked once
+// for every pair of them that is met. A grey's lightness is its own value.
 class LightnessTable
 {
 public:
@@ -35,19 +35,6 @@ private:
 
     std::vector<int16_t> byExtremes = std::vector<int16_t>(256 * 256, -1);
 };
-
-// The colour of a pixel over an opaque one: channels weighted by alpha, rounded to the nearest.
-inline QRgb onPaper(QRgb word, QRgb paper)
-{
-    const int alpha = qAlpha(word);
-    if (alpha == 255)
-        return word;
-    const auto over = [alpha](int top, int bottom) {
-        return (top * alpha + bottom * (255 - alpha) + 127) / 255;
-    };
-    return qRgb(over(qRed(word), qRed(paper)), over(qGreen(word), qGreen(paper)),
-                over(qBlue(word), qBlue(paper)));
-}
 
 } // namespace ztrace
 

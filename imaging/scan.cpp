@@ -113,18 +113,17 @@ GreyPicture evenlyLit(const GreyPicture &page)
 CleanPage cleanPage(Picture picture, const ScanPlan &plan)
 {
     CleanPage result;
-    result.evenedOut = plan.threshold == Threshold::Auto && isUnevenlyLit(picture.tones())
+    const Tones tones = picture.tones();
+    result.evenedOut = plan.threshold == Threshold::Auto && isUnevenlyLit(tones)
         && !picture.evenlyLit().isNull();
     result.page = result.evenedOut ? picture.takeEvenlyLit() : picture.takeGrey();
     if (plan.deskew || plan.despeckle > 0 || plan.threshold == Threshold::Adaptive) {
         cleanByLibrary(plan, &result);
         return result;
     }
-    if (result.evenedOut)
-        picture = Picture(result.page.asImage());
+    result.tones = result.evenedOut ? tonesOf(result.page) : tones;
     result.threshold = plan.threshold == Threshold::Fixed ? plan.fixedThreshold
-                                                          : otsuThreshold(picture.tones().counts);
-    result.tones = picture.tones();
+                                                          : otsuThreshold(result.tones.counts);
     return result;
 }
 

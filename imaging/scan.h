@@ -7,7 +7,6 @@
 #include "GreyPicture.h"
 #include "tones.h"
 
-
 namespace ztrace {
 
 class Picture;

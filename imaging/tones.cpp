@@ -67,8 +67,7 @@ void countTiles(const GreyPicture &page, int top, int bottom, int side, Tones *t
         const uint8_t *row = page.row(y, nullptr);
         for (std::size_t column = 0; column < even.size(); ++column) {
             const int left = static_cast<int>(column) * side;
-            countRow(row + left, std::min(side, page.width() - left), &even[column],
-                     &odd[column]);
+            countRow(row + left, std::min(side, page.width() - left), &even[column], &odd[column]);
         }
     }
     for (std::size_t column = 0; column < even.size(); ++column) {
