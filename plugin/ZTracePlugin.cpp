@@ -33,7 +33,7 @@ ZPluginInfo ZTracePlugin::getPluginInfo()
 {
     ZPluginInfo info;
     set(&info, "QtVersion", qVersion());
-    set(&info, "Version", "3.27.8");
+    set(&info, "Version", ZTRACE_VERSION);
     info[QLatin1String("ID")] = QVariant(pluginId);
     set(&info, "Name", "Zelvora Professional");
     set(&info, "Description", "Bitmap vectorization.");
