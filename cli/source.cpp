@@ -60,10 +60,12 @@ ImageSource::ImageSource(const std::string &fileName) : name(fileName)
         fail(name, file.errorString().toLocal8Bit().toStdString());
     }
     data = file.readAll();
+    if (file.error() != QFileDevice::NoError) // what came before it is not all
+        fail(name, file.errorString().toLocal8Bit().toStdString());
     if (data.startsWith("\xEF\xBB\xBF{"))
         data.remove(0, 3); // editors put a byte order mark before a drawing
     if (data.isEmpty())
-        fail(name, file.error() == QFileDevice::NoError ? "is empty" : "cannot be read");
+        fail(name, "is empty");
 }
 
 void ImageSource::requireFile(const std::string &fileName)

@@ -46,6 +46,22 @@ QByteArray validName(const QString &name, bool old)
     return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
+// What the splines of a degree have in common: counts and knots of a Bezier curve.
+std::string splineHead(int degree)
+{
+    std::string head;
+    DxfText out(&head);
+    out.group(100, "AcDbSpline");
+    out.group(70, kPlanar);
+    out.group(71, degree);
+    out.group(72, 2 * (degree + 1));
+    out.group(73, degree + 1);
+    out.group(74, 0);
+    for (int i = 0; i < 2 * (degree + 1); ++i)
+        out.number(40, i <= degree ? 0.0 : 1.0);
+    return head;
+}
+
 class DxfWriter
 {
 public:
@@ -181,14 +197,7 @@ private:
     {
         const int degree = piece.kind == PathPiece::Quadratic ? 2 : 3;
         beginEntity("SPLINE", outline);
-        out.group(100, "AcDbSpline");
-        out.group(70, kPlanar);
-        out.group(71, degree);
-        out.group(72, 2 * (degree + 1));
-        out.group(73, degree + 1);
-        out.group(74, 0);
-        for (int i = 0; i < 2 * (degree + 1); ++i)
-            out.number(40, i <= degree ? 0.0 : 1.0);
+        out.groups(degree == 2 ? quadraticHead : cubicHead);
         controlPoint(piece.start);
         controlPoint(piece.control1);
         if (degree == 3)
@@ -252,6 +261,8 @@ private:
     const double scale;
     TextSink sink;
     DxfText out;
+    const std::string quadraticHead = splineHead(2);
+    const std::string cubicHead = splineHead(3);
     std::vector<DxfLayer> layers;
     QHash<QString, int> layerOf;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory

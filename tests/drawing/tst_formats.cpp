@@ -172,31 +172,129 @@ private slots:
     void jsonOfAnotherKindIsRefused_data()
     {
         QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("words");
         const QByteArray head = "{\"format\":\"ztrace drawing\",\"version\":";
-        QTest::newRow("no JSON") << QByteArray("{");
-        QTest::newRow("another object") << QByteArray("{}");
-        QTest::newRow("another version") << head + "2}";
+        QTest::newRow("no JSON") << QByteArray("{") << QString("at byte 1");
+        QTest::newRow("another object") << QByteArray("{}") << QString("not a drawing");
+        QTest::newRow("another version") << head + "2}" << QString("another version");
         const QByteArray first = head + "1,\"width\":9,\"height\":9,\"dpi\":96,";
         const auto outline = [&](const char *text) {
             return first + "\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["
                 + text + "]}]}";
         };
-        QTest::newRow("unknown piece") << outline("[\"X\",1,2]");
-        QTest::newRow("odd coordinates") << outline("[\"L\",1,2,3]");
-        QTest::newRow("no coordinates") << outline("[\"Q\"]");
+        const auto outlines = [&](const QByteArray &members) {
+            QByteArray list;
+            for (const QByteArray &member : members.split(';'))
+                list += (list.isEmpty() ? "{\"color\":\"#000000\"," : ",{\"color\":\"#000000\",")
+                    + member + '}';
+            return first + "\"outlines\":[" + list + "]}";
+        };
+        QTest::newRow("unknown piece")
+            << outline("[\"X\",1,2]") << QString("outline 0: piece 0: there are pieces");
+        QTest::newRow("odd coordinates")
+            << outline("[\"L\",0,0],[\"L\",1,2,3]") << QString("outline 0: piece 1: the end point");
+        QTest::newRow("no coordinates") << outline("[\"Q\"]") << QString("piece 0: coordinates");
+        QTest::newRow("text as a coordinate")
+            << outline("[\"L\",1,\"x\"]") << QString("piece 0: a coordinate is no number");
+        QTest::newRow("spline of degree 4")
+            << outline("[\"S\",4,1,1]")
+            << QString("the degree has to be a whole number from 1 to 3");
+        QTest::newRow("spline of degree 0") << outline("[\"S\",0,1,1]") << QString("the degree");
         QTest::newRow("hole that is not there")
-            << first + "\"outlines\":[{\"color\":\"#000000\",\"holes\":[1],\"pieces\":[]}]}";
-        QTest::newRow("no colour") << first + "\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}";
-        QTest::newRow("no start") << first
-                + "\"outlines\":[{\"color\":\"#000000\",\"pieces\":[[\"L\",1,2]]}]}";
+            << outlines("\"holes\":[1]") << QString("outline 0: a hole has to be");
+        QTest::newRow("the same hole twice") << outlines("\"holes\":[1,1];\"alpha\":0")
+                                             << QString("outline 0: outline 1 is twice its hole");
+        QTest::newRow("a hole in itself") << outlines("\"alpha\":1;\"holes\":[1]")
+                                          << QString("outline 1: it is a hole of its own");
+        QTest::newRow("holes in a circle") << outlines("\"holes\":[2];\"holes\":[0];\"holes\":[1]")
+                                           << QString("outline 0: it is a hole of its own holes");
+        QTest::newRow("no colour") << first + "\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}"
+                                   << QString("outline 0: \"color\" has to be");
+        QTest::newRow("opacity of 256")
+            << outlines("\"alpha\":256") << QString("\"alpha\" has to be");
+        QTest::newRow("negative seam") << outlines("\"seam\":-1") << QString("\"seam\" has to be");
+        QTest::newRow("layer 5") << outlines("\"layer\":5") << QString("\"layer\" has to be text");
+        QTest::newRow("holes that are no list")
+            << outlines("\"holes\":1") << QString("\"holes\" has to be a list");
+        QTest::newRow("no start") << outlines("\"pieces\":[[\"L\",1,2]]")
+                                  << QString("outline 0: \"start\" has to be");
+        const auto size
+            = [&](const char *members) { return head + "1,\"outlines\":[]," + members + "}"; };
+        QTest::newRow("negative size") << size("\"width\":-1,\"height\":1,\"dpi\":1")
+                                       << QString("\"width\" has to be a whole number from 0");
+        QTest::newRow("half a pixel")
+            << size("\"width\":1,\"height\":0.5,\"dpi\":1") << QString("\"height\" has to be");
+        QTest::newRow("no resolution")
+            << size("\"width\":1,\"height\":1") << QString("\"dpi\" has to be");
+        QTest::newRow("unknown unit") << size("\"width\":1,\"height\":1,\"dpi\":1,\"unit\":\"ft\"")
+                                      << QString("\"unit\" has to be");
     }
     void jsonOfAnotherKindIsRefused()
     {
         QFETCH(QByteArray, text);
+        QFETCH(QString, words);
         Drawing drawing;
         QString error;
         QVERIFY(!readJson(text, &drawing, &error));
-        QVERIFY(!error.isEmpty());
+        QVERIFY2(error.contains(words), qPrintable(error));
+    }
+
+    void holesOfNestedOutlinesAreRead()
+    {
+        // 0 around 1 around 2, which is cut out of both.
+        Drawing drawing = sample();
+        drawing.outlines[0].holes = { 1, 2 };
+        drawing.outlines[1].holes = { 2 };
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(drawing, device); });
+        Drawing after;
+        QString error;
+        QVERIFY2(readJson(text, &after, &error), qPrintable(error));
+        QCOMPARE(after.outlines[0].holes, drawing.outlines[0].holes);
+    }
+
+    void holesDoNotMultiplyADrawing()
+    {
+        Drawing drawing;
+        drawing.outlines.resize(1000);
+        for (int i = 0; i < 1000; ++i)
+            drawing.outlines[0].shape.appendVertex(ZVector(i, i % 2));
+        for (std::size_t i = 1; i < drawing.outlines.size(); ++i)
+            drawing.outlines[i].holes.push_back(0);
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(drawing, device); });
+        QString error;
+        QVERIFY(!readJson(text, &drawing, &error));
+        QCOMPARE(error, QString("the holes have too many pieces"));
+    }
+
+    void layersOfOneNameAreNumbered()
+    {
+        // All letters are ones that the format has not.
+        Drawing drawing;
+        drawing.outlines.resize(20000);
+        for (int i = 0; i < 20000; ++i) {
+            Outline &outline = drawing.outlines[static_cast<std::size_t>(i)];
+            outline.layer = QString(QChar(0x4000 + i));
+            outline.shape.appendVertex(ZVector(0, 0));
+            outline.shape.appendVertex(ZVector(1, i));
+        }
+        const QByteArray dxf = dxfOf(drawing);
+        QVERIFY(dxf.contains("\n2\n_\n") && dxf.contains("\n2\n__2\n"));
+        QVERIFY(dxf.contains("\n2\n__20000\n") && !dxf.contains("\n2\n__20001\n"));
+    }
+
+    void groundIsBelowAllLayers()
+    {
+        Drawing drawing = sample();
+        QVERIFY(!drawing.layered().front().hasGround); // no layer has its colour
+        drawing.outlines[2].colour = drawing.ground;
+        drawing.outlines[2].layer = QString::fromLatin1("paper");
+        const std::vector<Layer> layers = drawing.layered();
+        QCOMPARE(drawing.layers().size(), 3);
+        QCOMPARE(layers.front().name, QString("paper"));
+        QVERIFY(layers.front().hasGround && !layers[1].hasGround && !layers[2].hasGround);
+        QVERIFY(layers[1].outlines == std::vector<const Outline *> { &drawing.outlines[0] });
     }
 
     void arcsStayWithinTheTolerance()
