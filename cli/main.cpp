@@ -99,14 +99,12 @@ public:
         ProgressLine progressLine(line.settings);
         progress = &progressLine;
         progress->stage("reading " + line.input);
-        const ImageSource source(line.input);
-        if (source.isCutShort())
-            warn(inputName(line.input)
-                 + ": the image is incomplete; what is missing has one colour");
+        const ImageSource source(line.input, { line.settings.maxPixels, line.settings.maxMemory });
         if (source.isDrawing()) {
             convert(source, outputs);
             return kSuccess;
         }
+        tellOfSource(source);
         if (line.settings.page > 0) {
             trace(source, line.settings.page, outputs);
             return kSuccess;
@@ -119,6 +117,29 @@ private:
     {
         if (!line.settings.quiet && told.insert(text).second)
             tell(text);
+    }
+
+    void tellOfSource(const ImageSource &source)
+    {
+        const std::string name = inputName(line.input);
+        if (source.filesLeftOut() > 0)
+            warn(name + ": files that the image names are not loaded");
+        if (line.given.count("page"))
+            return;
+        const int pages = std::max(source.pages(), source.pagesClaimed());
+        if (pages > 1) {
+            warn(name + ": page 1 of " + std::to_string(pages)
+                 + " is traced (see --page; --page all takes every one)");
+        }
+    }
+
+    void tellOfEnding(Ending ending)
+    {
+        const std::string name = inputName(line.input);
+        if (ending == Ending::CutShort)
+            warn(name + ": the image is incomplete; what is missing has one colour");
+        if (ending == Ending::Untold)
+            warn(name + ": whether the image is complete cannot be told of this format");
     }
 
     void useConfiguration()
@@ -197,6 +218,7 @@ private:
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
         QImage image = source.read(page, !line.settings.raw);
+        tellOfEnding(source.ending(page));
         Look look = { "raw", "" };
         progress->stage("looking");
         if (line.settings.background && !line.settings.raw) {
