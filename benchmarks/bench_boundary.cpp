@@ -7,12 +7,14 @@
 //   parents/PLANE       neighbours and parents of these
 //   areas/PLANE         the three together
 //   corners/PLANE       corner separation on runs
+//   map/PLANE           the boundary map: nodes, chains, rings
 //   small/PLANE         merging of areas below 8 edges and of slivers, on runs
 //
 // The planes: drawing-35 (a large sheet, thin lines, 35 megapixels), text-8 (a page of letters, a
 // million runs), map-8 (areas of 12 labels), noise-4 and checkerboard-4 (a run a pixel).
 #include "BenchRig.h"
 
+#include "tracing/boundarymap.h"
 #include "tracing/containment.h"
 #include "tracing/corners.h"
 #include "tracing/smallregions.h"
@@ -165,6 +167,12 @@ QString areaError(const Plane &plane)
 {
     const ztrace::Runs runs = runsOf(plane);
     const ztrace::Components components = ztrace::findComponents(runs, ztrace::Connectivity::Edges);
+    const ztrace::BoundaryMap boundary = ztrace::makeBoundaryMap(runs);
+    int64_t enclosed = 0;
+    for (uint32_t ring = 0; ring + 1 < boundary.firstReference.size(); ++ring)
+        enclosed += ztrace::enclosedArea(boundary, ring);
+    if (enclosed != int64_t(plane.labels.size()))
+        return QLatin1String("rings do not sum to the plane's area");
     std::size_t pixels = 0;
     for (const ztrace::Component &component : components.list) {
         pixels += component.area;
@@ -232,6 +240,9 @@ void addChanges(const Named &named)
     add("corners", named, [](State &, const Plane &, const ztrace::Runs &runs, const Components &) {
         ztrace::Runs changed = runs;
         benchmark::DoNotOptimize(ztrace::separateCorners(&changed, 16).found);
+    });
+    add("map", named, [](State &, const Plane &, const ztrace::Runs &runs, const Components &) {
+        benchmark::DoNotOptimize(ztrace::makeBoundaryMap(runs).references.data());
     });
     add("small", named, [](State &, const Plane &, const ztrace::Runs &runs, const Components &) {
         ztrace::Runs changed = runs;

@@ -37,9 +37,10 @@ std::array<uint8_t, 256> tonesOfTable(const QImage &picture, QRgb paper)
 QImage greyFromTable(QImage picture, const std::array<uint8_t, 256> &tones)
 {
     // In place: a byte is a byte.
+    const int width = picture.width();
     for (int y = 0; y < picture.height(); ++y) {
         uchar *row = picture.scanLine(y);
-        for (int x = 0; x < picture.width(); ++x)
+        for (int x = 0; x < width; ++x)
             row[x] = tones[row[x]];
     }
     picture.reinterpretAsFormat(QImage::Format_Grayscale8);
@@ -53,10 +54,11 @@ QImage greyFromWords(const QImage &picture, QRgb paper)
         throwNoRoom();
     LightnessTable lightness;
     const bool opaque = picture.format() == QImage::Format_RGB32;
+    const int width = picture.width();
     for (int y = 0; y < picture.height(); ++y) {
         const QRgb *words = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
         uchar *row = grey.scanLine(y);
-        for (int x = 0; x < picture.width(); ++x)
+        for (int x = 0; x < width; ++x)
             row[x] = lightness(opaque ? words[x] : onPaper(words[x], paper));
     }
     return grey;
@@ -108,7 +110,8 @@ const uint8_t *GreyPicture::row(int y, uint8_t *buffer) const
     const uint8_t *bytes = image.constScanLine(y);
     if (!isBilevel())
         return bytes;
-    for (int x = 0; x < image.width(); ++x)
+    const int width = image.width();
+    for (int x = 0; x < width; ++x)
         buffer[x] = tones[(bytes[x >> 3] >> (7 - (x & 7))) & 1];
     return buffer;
 }

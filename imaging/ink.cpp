@@ -70,7 +70,7 @@ private:
     {
         const uint8_t *tones = page.row(y, buffer.data());
         uint8_t *target = labels->data();
-        for (int x = 0; x < page.width(); ++x)
+        for (std::size_t x = 0; x < labels->size(); ++x)
             target[x] = tones[x] > threshold;
     }
 
@@ -117,8 +117,8 @@ Runs inkRuns(const GreyPicture &page, int threshold)
     Row labels(at(page.width()));
     for (int y = 0; y < page.height(); ++y) {
         const uint8_t *tones = page.row(y, nullptr);
-        for (int x = 0; x < page.width(); ++x)
-            labels[at(x)] = tones[x] > threshold;
+        for (std::size_t x = 0; x < labels.size(); ++x)
+            labels[x] = tones[x] > threshold;
         scanner.addRow(labels.data());
     }
     return scanner.take();
@@ -132,10 +132,11 @@ bool hasSoftInk(const GreyPicture &page, const Histogram &counts, int threshold)
     Borders rows(page, threshold);
     std::size_t onBorder = 0;
     std::size_t soft = 0;
+    const int width = page.width();
     for (int y = 0; y < page.height(); ++y) {
         rows.moveTo(y);
         const uint8_t *tones = page.row(y, nullptr);
-        for (int x = 0; x < page.width(); ++x) {
+        for (int x = 0; x < width; ++x) {
             if (!rows.borders()[at(x)])
                 continue;
             ++onBorder;

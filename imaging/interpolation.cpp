@@ -22,7 +22,8 @@ GreyInterpolation::Taps GreyInterpolation::tapsOf(int part, int factor)
     return taps;
 }
 
-GreyInterpolation::GreyInterpolation(const GreyPicture &p, int f) : page(p), factor(f)
+GreyInterpolation::GreyInterpolation(const GreyPicture &p, int f)
+    : page(p), factor(f), width(p.width())
 {
     for (int part = 0; part < factor; ++part)
         taps.push_back(tapsOf(part, factor));
@@ -58,7 +59,7 @@ int GreyInterpolation::lightness(const Lines &lines, int x, int i, int j) const
     const int left = x + taps[static_cast<std::size_t>(i)].first;
     std::array<int, 4> columns;
     for (int k = 0; k < 4; ++k)
-        columns[static_cast<std::size_t>(k)] = std::max(0, std::min(page.width() - 1, left + k));
+        columns[static_cast<std::size_t>(k)] = std::max(0, std::min(width - 1, left + k));
     double sum = 0.0;
     for (std::size_t k = 0; k < 16; ++k) {
         const uint8_t *line = lines[static_cast<std::size_t>(firstRow) + k / 4];

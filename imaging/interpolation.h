@@ -37,6 +37,7 @@ private:
 
     const GreyPicture &page;
     int factor;
+    int width;                                   // of the page
     std::vector<Taps> taps;                      // of every part along an axis
     std::vector<std::array<double, 16>> weights; // of part (i, j) at j * factor + i, rows first
     std::vector<double> sums;                    // of these

@@ -79,21 +79,32 @@ void countTiles(const GreyPicture &page, int top, int bottom, int side, Tones *t
     }
 }
 
+// Sums of pairs, fours and eights of bits, side by side.
+uint64_t onesIn(uint64_t word)
+{
+    if (word == 0)
+        return 0;
+    word -= (word >> 1) & 0x5555555555555555u;
+    word = (word & 0x3333333333333333u) + ((word >> 2) & 0x3333333333333333u);
+    word = (word + (word >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
+    return (word * 0x0101010101010101u) >> 56;
+}
+
 void countBits(const GreyPicture &page, Tones *tones)
 {
     double ones = 0.0;
     for (int y = 0; y < page.height(); ++y) {
         const uint8_t *bits = page.bits(y);
-        int inRow = 0;
+        uint64_t inRow = 0;
         int x = 0;
         for (; x + 64 <= page.width(); x += 64) {
             uint64_t word;
             std::memcpy(&word, bits + x / 8, sizeof word);
-            inRow += __builtin_popcountll(word);
+            inRow += onesIn(word);
         }
         for (; x < page.width(); ++x)
             inRow += (bits[x >> 3] >> (7 - (x & 7))) & 1;
-        ones += inRow;
+        ones += double(inRow);
     }
     const double pixels = double(page.width()) * double(page.height());
     tones->counts[page.toneOf(0)] += pixels - ones;

@@ -24,7 +24,7 @@ void ZTracePlugin::uninit(bool) { }
 
 void ZTracePlugin::initScriptExtensions(QScriptEngine &engine)
 {
-    ZEcmaTraceBitmap::initEcma(engine, 0);
+    ZEcmaTraceBitmap::initEcma(engine, nullptr);
 }
 
 void ZTracePlugin::initTranslations() { }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <type_traits>
 
 namespace ztrace {
 
@@ -34,21 +35,42 @@ OutlineOptions outlineOptions(const Geometry &geometry, int upsampling)
     return options;
 }
 
-// The plane that the engine finds outlines in.
-IndexPlane planeOf(const Areas &areas)
+// The label of most pixels: paper, as a rule.
+uint16_t commonestLabel(const Areas &areas)
 {
+    std::vector<std::size_t> pixels(areas.colours.size(), 0);
+    forEachRun(areas.runs, [&](uint32_t run, int, int begin, int end) {
+        pixels[areas.runs.label[run]] += static_cast<std::size_t>(end - begin);
+    });
+    return static_cast<uint16_t>(std::max_element(pixels.begin(), pixels.end()) - pixels.begin());
+}
+
+// The outlines of the areas. In the engine's plane the commonest label and label 0 change places,
+// since new memory is all zeros and what is never written to costs next to nothing; the outlines
+// are the same ones (tst_labels, namesOfLabelsDoNotMatter).
+TracedLabels outlinesOf(const Areas &areas, const OutlineOptions &options)
+{
+    const uint16_t commonest = commonestLabel(areas);
+    const auto exchanged = [commonest](int label) {
+        return label == commonest ? 0 : label == 0 ? commonest : label;
+    };
     IndexPlane plane;
     plane.resize(areas.runs.width, areas.runs.height, static_cast<int>(areas.colours.size()));
     plane.visit([&](auto *cells) {
+        typedef std::remove_reference_t<decltype(*cells)> Cell;
         forEachRun(areas.runs, [&](uint32_t run, int y, int begin, int end) {
-            auto *row = cells
+            const int label = exchanged(areas.runs.label[run]);
+            if (label == 0)
+                return;
+            Cell *row = cells
                 + static_cast<std::size_t>(y + 1) * static_cast<std::size_t>(plane.stride()) + 1;
-            std::fill(
-                row + begin, row + end,
-                static_cast<std::remove_reference_t<decltype(*cells)>>(areas.runs.label[run]));
+            std::fill(row + begin, row + end, static_cast<Cell>(label));
         });
     });
-    return plane;
+    TracedLabels traced = traceLabels(plane, options);
+    for (LabelOutline &outline : traced.outlines)
+        outline.label = exchanged(outline.label);
+    return traced;
 }
 
 // Colours, each once, as they come.
@@ -104,7 +126,7 @@ Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutS
     // Where small areas have gone to their neighbours none are left out.
     if (!leavesOutSmall)
         options.pathomit = 0.0;
-    TracedLabels outlines = traceLabels(planeOf(segmented.areas), options);
+    TracedLabels outlines = outlinesOf(segmented.areas, options);
     stages->end("trace");
     return { std::move(segmented.areas), std::move(outlines) };
 }

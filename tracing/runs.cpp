@@ -134,4 +134,24 @@ Runs scanRuns(const uint16_t *labels, int width, int height)
     return scan(labels, width, height);
 }
 
+Runs longestRuns(const Runs &runs)
+{
+    Runs longest;
+    longest.width = runs.width;
+    longest.height = runs.height;
+    longest.firstOfRow.reserve(runs.firstOfRow.size());
+    for (int y = 0; y < runs.height; ++y) {
+        longest.firstOfRow.push_back(uint32_t(longest.start.size()));
+        for (uint32_t k = runs.rowBegin(y); k < runs.rowEnd(y); ++k) {
+            if (k > runs.rowBegin(y) && runs.label[k] == runs.label[k - 1])
+                continue;
+            longest.start.push_back(runs.start[k]);
+            longest.label.push_back(runs.label[k]);
+        }
+    }
+    longest.firstOfRow.push_back(uint32_t(longest.start.size()));
+    longest.start.push_back(0);
+    return longest;
+}
+
 } // namespace ztrace

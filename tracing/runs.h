@@ -67,6 +67,9 @@ private:
 Runs scanRuns(const uint8_t *labels, int width, int height);
 Runs scanRuns(const uint16_t *labels, int width, int height);
 
+// The same pixels in runs that are as long as they can be.
+Runs longestRuns(const Runs &runs);
+
 // Calls use(run, y, begin, end) for all runs in order; pixels begin to end - 1 of row y.
 template<typename Use>
 void forEachRun(const Runs &runs, Use use)

@@ -74,25 +74,30 @@ std::size_t rimEdges(const Plane &plane, int x, int y)
         + std::size_t(y == plane.height - 1);
 }
 
-// Whether the pixels on a diagonal go on over the corner that `crossing`, one of the other
-// diagonal, lies at.
-bool goesOn(const Plane &plane, std::size_t pixel, std::size_t crossing, std::size_t otherCrossing)
+std::vector<std::size_t> countPixels(const Plane &plane)
+{
+    std::vector<std::size_t> pixels(std::size_t(1) << 16, 0);
+    for (uint16_t label : plane.labels)
+        ++pixels[label];
+    return pixels;
+}
+
+// Whether the pixels on a diagonal go on across the corner, where a and b lie on the other one.
+bool goesOn(const Plane &plane, std::size_t pixel, std::size_t a, std::size_t b,
+            const std::vector<std::size_t> &pixelsOf)
 {
     const uint16_t own = plane.labels[pixel];
-    const uint16_t other = plane.labels[crossing];
-    if (other != plane.labels[otherCrossing])
-        return true;
-    const auto pixelsOf = [&plane](uint16_t label) {
-        return std::count(plane.labels.begin(), plane.labels.end(), label);
-    };
-    return own == other
-        || std::make_pair(pixelsOf(own), own) < std::make_pair(pixelsOf(other), other);
+    const uint16_t other = plane.labels[a];
+    return other != plane.labels[b] || own == other
+        || std::make_pair(pixelsOf[own], own) < std::make_pair(pixelsOf[other], other);
 }
 
 // Provisional numbers from the left and the three pixels above, joined where they meet.
 std::vector<int> provisionalNumbers(const Plane &plane, Touching touching, Sets *sets)
 {
     const std::size_t stride = static_cast<std::size_t>(plane.width);
+    const std::vector<std::size_t> pixelsOf
+        = touching == Touching::Split ? countPixels(plane) : std::vector<std::size_t>();
     std::vector<int> number(plane.pixels());
     std::size_t i = 0;
     for (int y = 0; y < plane.height; ++y) {
@@ -112,7 +117,7 @@ std::vector<int> provisionalNumbers(const Plane &plane, Touching touching, Sets 
                     // The pixel above lies at the same corner.
                     if (touching == Touching::Corners
                         || (touching == Touching::Split && plane.labels[j] == own
-                            && goesOn(plane, i, above, beside)))
+                            && goesOn(plane, i, above, beside, pixelsOf)))
                         meet(j);
                 };
                 if (x > 0)

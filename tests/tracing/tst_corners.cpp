@@ -88,7 +88,7 @@ private slots:
             separated += !result.copies.empty();
             QVERIFY2(result == onPixels(plane, 10), qPrintable(describe(plane)));
         });
-        QVERIFY(separated > 500);
+        QVERIFY(separated > 200);
     }
 
     void labelsMayRunOut()
