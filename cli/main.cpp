@@ -7,6 +7,7 @@
 #include "formats.h"
 #include "help.h"
 #include "messages.h"
+#include "onlycolours.h"
 #include "plan.h"
 #include "presets.h"
 #include "progress.h"
@@ -230,12 +231,9 @@ private:
         for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
             warn(sentence);
         useResolution(settings, outputs, &picture);
-        TraceResult result = traceImage(std::move(picture), planOf(settings),
-                                        [this](const char *stage) { progress->stage(stage); });
+        TraceResult result = traceOnly(std::move(picture), planOf(settings));
         for (Remark remark : result.report.remarks)
             warn(sentenceOf(remark));
-        if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
-            warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
         write(result.drawing, settings, outputs, [&](std::FILE *stream) {
             if (settings.stats)
@@ -243,6 +241,23 @@ private:
             if (settings.json)
                 printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
         });
+    }
+
+    // The colours that are to be kept are among the palette's, which is known after a trace.
+    TraceResult traceOnly(Picture picture, TracePlan plan)
+    {
+        const auto announce = [this](const char *stage) { progress->stage(stage); };
+        const std::vector<QRgb> wanted = plan.composition.onlyColours;
+        if (wanted.empty())
+            return traceImage(std::move(picture), plan, announce);
+        TraceResult result = traceImage(picture, plan, announce);
+        std::vector<std::string> notes;
+        plan.composition.onlyColours = nearestInPalette(wanted, result.report.palette, &notes);
+        for (const std::string &note : notes)
+            warn(note);
+        if (plan.composition.onlyColours == wanted)
+            return result;
+        return traceImage(std::move(picture), plan, announce);
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.
