@@ -39,7 +39,7 @@ public:
             const int index = static_cast<int>(from) + (little ? count - 1 - i : i);
             value = (value << 8) | static_cast<unsigned char>(bytes.at(index));
         }
-        const quint64 kFar = Q_UINT64_C(1) << 62;
+        const quint64 kFar = Q_UINT64_C(1) << 61; // sums of two are numbers, too
         return static_cast<qint64>(value < kFar ? value : kFar);
     }
 

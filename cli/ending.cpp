@@ -126,7 +126,8 @@ bool bmpEnds(const QByteArray &bytes)
         return false;
     if (compression == 1 || compression == 2)
         return bmpRunsEnd(bytes, data, bits);
-    return inBytes(data + (width * bits + 31) / 32 * 4 * height, bytes);
+    const qint64 row = (width * bits + 31) / 32 * 4;
+    return row <= 0 || (bytes.size() - data) / row >= height; // the reader refuses empty rows
 }
 
 // Icons are a list of images with their sizes and places.

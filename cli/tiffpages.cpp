@@ -21,7 +21,8 @@ class TiffWalk
 {
 public:
     TiffWalk(const QByteArray &file, bool littleEndian, bool isLarge)
-        : bytes(file), little(littleEndian), large(isLarge), wide(isLarge ? 8 : 4)
+        : bytes(file), little(littleEndian), large(isLarge), wide(isLarge ? 8 : 4),
+          left(file.size())
     { }
 
     std::vector<bool> pages()
@@ -48,7 +49,7 @@ private:
         const qint64 entries = walk.number(large ? 8 : 2);
         std::vector<qint64> offsets;
         std::vector<qint64> sizes;
-        for (qint64 i = 0; i < entries && !walk.isBeyond(); ++i) {
+        for (qint64 i = 0; i < entries && !walk.isBeyond() && left > 0; ++i, --left) {
             const qint64 tag = walk.number(2);
             const qint64 type = walk.number(2);
             const qint64 count = walk.number(wide);
@@ -60,7 +61,7 @@ private:
                 sizes = numbersAt(value, type, count);
         }
         *next = walk.number(wide);
-        if (walk.isBeyond()) {
+        if (walk.isBeyond() || left <= 0) {
             *next = 0;
             return false;
         }
@@ -76,9 +77,9 @@ private:
         if (count > wide / size)
             walk.moveTo(walk.number(wide));
         std::vector<qint64> numbers;
-        for (qint64 i = 0; i < count && !walk.isBeyond(); ++i)
+        for (qint64 i = 0; i < count && !walk.isBeyond() && left > 0; ++i, --left)
             numbers.push_back(walk.number(size));
-        return walk.isBeyond() ? std::vector<qint64> { -1 } : numbers;
+        return walk.isBeyond() || left <= 0 ? std::vector<qint64> { -1 } : numbers;
     }
 
     // Sizes may be missing, and those of old writers may be 0.
@@ -96,6 +97,7 @@ private:
     const bool little;
     const bool large;
     const int wide; // bytes of a place
+    qint64 left;    // entries and numbers that may be read: each has bytes of its own
 };
 
 } // namespace

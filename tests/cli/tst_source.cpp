@@ -5,6 +5,7 @@
 #include "cli/failure.h"
 #include "cli/source.h"
 #include "cli/svgfile.h"
+#include "cli/tiffpages.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -186,6 +187,8 @@ private slots:
     void filesCutAnywhereAreTold_data() { wholeFilesAreWhole_data(); }
     void filesCutAnywhereAreTold();
     void tgaEndsWithItsPixels();
+    void sizesBeyondAllFiles();
+    void directoriesThatShareTheirBytes();
     void everyFormatOfTheToolkitIsThere();
     void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
     void sizesAreAskedFirst();
@@ -264,6 +267,39 @@ void tst_Source::tgaEndsWithItsPixels()
     QCOMPARE(endingOf(bytes, "tga"), Ending::Whole);
     for (int size = 0; size < bytes.size(); ++size)
         QCOMPARE(endingOf(bytes.left(size), "tga"), Ending::CutShort);
+}
+
+void tst_Source::sizesBeyondAllFiles()
+{
+    const QByteArray far(64, '\x7f');
+    const QByteArray farther(64, '\xff');
+    for (const QByteArray &format : QImageReader::supportedImageFormats()) {
+        for (const QByteArray &bytes : { far, farther, "II*" + little(0, 1) + far, "MM" + farther })
+            QVERIFY(endingOf(bytes, format) != Ending::Untold);
+    }
+    for (const char *text : { "P5 99999999999 99999999999 255\n", "P3 1073741824 1073741824 9 1 " })
+        QCOMPARE(endingOf(text, "ppm"), Ending::CutShort);
+    const QByteArray bmp = "BM" + little(0, 8) + little(54, 4) + little(40, 4)
+        + little(0x7FFFFFFF, 4) + little(0x7FFFFFFF, 4) + little(1, 2) + little(0x7FFF, 2)
+        + little(0, 24);
+    QCOMPARE(endingOf(bmp, "bmp"), Ending::CutShort);
+}
+
+// A chain of directories, one at every twelfth byte, each with 65,535 entries: work grows with the
+// bytes, not with their square.
+void tst_Source::directoriesThatShareTheirBytes()
+{
+    const int kDirectories = 2000;
+    const int kEntries = 2 + 12 * 65535;
+    QByteArray bytes = "II*" + little(0, 1) + little(8, 4);
+    for (int i = 0; i < kDirectories; ++i)
+        bytes += little(0xFFFF, 2) + little(0, 10);
+    bytes += QByteArray(8 + kEntries - bytes.size(), '\0');
+    for (int i = 0; i < kDirectories; ++i)
+        bytes += little(8 + 12 * (i + 1), 4) + little(0, 8);
+    const std::size_t pages = tiffPages(bytes).size();
+    QVERIFY(pages >= 2 && pages < 20);
+    QCOMPARE(endingOf(bytes, "tiff"), Ending::CutShort);
 }
 
 // One more plug-in of the toolkit is one more row, and a check in cli/ending.cpp.
