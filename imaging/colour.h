@@ -9,6 +9,10 @@
 
 #include <cstdlib>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace ztrace {
 
 // The words of a line of an image of 32 bits a pixel.
@@ -17,14 +21,24 @@ inline const QRgb *row(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
+// Sum of the differences of red, green and blue.
+inline int hueDistance(QRgb a, QRgb b)
+{
+#ifdef __SSE2__
+    const auto hue = [](QRgb word) { return _mm_cvtsi32_si128(int(word & 0x00FFFFFFu)); };
+    return _mm_cvtsi128_si32(_mm_sad_epu8(hue(a), hue(b)));
+#else
+    return std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b))
+        + std::abs(qBlue(a) - qBlue(b));
+#endif
+}
+
 // Sum of the channels' differences, alpha counted four times: the engine's own measure, but for
-// fully transparent colours, which have only their transparency.
+// fully transparent colours, which have only their transparency. At most 1785.
 inline int colourDistance(QRgb a, QRgb b)
 {
-    if (qAlpha(a) == 0 || qAlpha(b) == 0)
-        return 4 * std::abs(qAlpha(a) - qAlpha(b));
-    return std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b))
-        + std::abs(qBlue(a) - qBlue(b)) + 4 * std::abs(qAlpha(a) - qAlpha(b));
+    const int transparency = 4 * std::abs(qAlpha(a) - qAlpha(b));
+    return qAlpha(a) == 0 || qAlpha(b) == 0 ? transparency : transparency + hueDistance(a, b);
 }
 
 // Whether the pixel of an ARGB32 image differs clearly from one of its four neighbours.
