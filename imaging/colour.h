@@ -41,17 +41,22 @@ inline int colourDistance(QRgb a, QRgb b)
     return qAlpha(a) == 0 || qAlpha(b) == 0 ? transparency : transparency + hueDistance(a, b);
 }
 
+// Whether two pixels side by side are on two sides of an edge.
+inline bool differsClearly(QRgb a, QRgb b)
+{
+    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
+    return colourDistance(a, b) > kClearly;
+}
+
 // Whether the pixel of an ARGB32 image differs clearly from one of its four neighbours.
 inline bool isEdge(const QImage &image, int x, int y)
 {
-    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
     const QRgb *words = row(image, y);
     const QRgb own = words[x];
-    const auto differs
-        = [own](QRgb other) { return own != other && colourDistance(own, other) > kClearly; };
-    return (x > 0 && differs(words[x - 1])) || (x + 1 < image.width() && differs(words[x + 1]))
-        || (y > 0 && differs(row(image, y - 1)[x]))
-        || (y + 1 < image.height() && differs(row(image, y + 1)[x]));
+    return (x > 0 && differsClearly(own, words[x - 1]))
+        || (x + 1 < image.width() && differsClearly(own, words[x + 1]))
+        || (y > 0 && differsClearly(own, row(image, y - 1)[x]))
+        || (y + 1 < image.height() && differsClearly(own, row(image, y + 1)[x]));
 }
 
 } // namespace ztrace

@@ -261,11 +261,12 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages,
         QImage binary(picture); // the soft edges of the picture still tell where they run
         makeAlphaBinary(&binary);
         stages->end("palette", report);
-        return reduceFlat(binary, flat.palette);
+        return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    const std::vector<QRgb> colours = flatPalette(picture, flat.colours);
+    EdgeMap edges(picture);
+    const std::vector<QRgb> colours = flatPalette(picture, edges, flat.colours);
     stages->end("palette", report);
-    return reduceFlat(picture, colours);
+    return reduceFlat(picture, std::move(edges), colours);
 }
 
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages, TraceReport *report)
