@@ -6,26 +6,20 @@
 // most, and shaded illustrations have fewer edges than both.
 #include "classify.h"
 
-#include "colour.h"
+#include "colourfeatures.h"
 #include "failure.h"
 #include "leptonica.h"
 #include "lighting.h"
 #include "scan.h"
 
-#include <QHash>
-#include <QSet>
-
 #include <algorithm>
 #include <numeric>
-#include <vector>
+#include <optional>
 
 namespace ztrace {
 
 namespace {
 
-const int kManyColours = 256;
-const int kGreyChannels = 24; // a channel's difference to another in a grey
-const std::size_t kMainColours = 16;
 const double kColouredShare = 0.01;
 const double kClearShare = 0.002;
 const double kTwoValued = 0.2;
@@ -40,54 +34,6 @@ const double kFlat = 0.25;
 const double kFlatInFewColours = 0.3;
 const double kSmooth = 0.3;
 const double kFewEdges = 0.03;
-
-struct Features
-{
-    double visible = 0.0;
-    double clear = 0.0;
-    double coloured = 0.0;
-    double flat = 0.0;
-    double mainColours = 0.0; // flat pixels of the most frequent colours
-    double edges = 0.0;
-    QSet<QRgb> colours; // no more than kManyColours + 1
-};
-
-Features featuresOf(const QImage &image)
-{
-    Features features;
-    QHash<QRgb, int> flatColours;
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        const QRgb *below = row(image, std::min(y + 1, image.height() - 1));
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb word = words[x];
-            if (features.colours.size() <= kManyColours)
-                features.colours.insert(word);
-            if (qAlpha(word) == 0) {
-                features.clear += 1.0;
-                continue;
-            }
-            features.visible += 1.0;
-            const int most = std::max(qRed(word), std::max(qGreen(word), qBlue(word)));
-            const int least = std::min(qRed(word), std::min(qGreen(word), qBlue(word)));
-            features.coloured += most - least > kGreyChannels;
-            const int next = std::min(x + 1, image.width() - 1);
-            if (word == words[next] && word == below[x] && word == below[next]) {
-                features.flat += 1.0;
-                ++flatColours[word];
-            } else if (isEdge(image, x, y)) {
-                features.edges += 1.0;
-            }
-        }
-    }
-    std::vector<int> counts;
-    for (int count : qAsConst(flatColours))
-        counts.push_back(count);
-    std::sort(counts.rbegin(), counts.rend());
-    for (std::size_t i = 0; i < std::min(kMainColours, counts.size()); ++i)
-        features.mainColours += counts[i];
-    return features;
-}
 
 std::string percent(double share)
 {
@@ -126,51 +72,96 @@ Split splitInEvenLight(const QImage &image)
     return page ? splitOf(imageOfPix(page.get())) : Split();
 }
 
+// Shares of the pixels of an image.
+struct Shares
+{
+    explicit Shares(const ColourFeatures &counts)
+    {
+        const double visible = std::max(1.0, double(counts.visible));
+        clear = double(counts.clear) / (visible + double(counts.clear));
+        isGrey = double(counts.coloured) <= kColouredShare * visible;
+        flat = double(counts.flat) / visible;
+        mainColours = double(counts.mainColours) / visible;
+        edges = double(counts.edges) / visible;
+    }
+
+    double clear = 0.0; // of all pixels; the others of those that are visible
+    bool isGrey = false;
+    double flat = 0.0;
+    double mainColours = 0.0;
+    double edges = 0.0;
+};
+
+// By the lightnesses of a grey picture that is all but opaque.
+std::optional<Classification> kindOfGrey(const QImage &image, int colours)
+{
+    if (colours <= 2)
+        return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
+    const Split split = splitOf(image);
+    const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
+    const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
+    if (split.uneven < most && !inSteps)
+        return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
+    const Split even = inSteps ? Split() : splitInEvenLight(image);
+    if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
+        return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
+    return std::nullopt;
+}
+
+// Grey lines on transparency.
+std::optional<Classification> kindOfGreyOnClear(const QImage &image, double clear)
+{
+    QImage onWhite = image;
+    putOnPaper(&onWhite, 0xFFFFFFFFu);
+    const Split split = splitOf(onWhite);
+    if (split.uneven >= kTwoValued)
+        return std::nullopt;
+    return Classification { Kind::Logo,
+                            twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
+}
+
+// By colours and areas.
+Classification kindOfColours(const QSize &size, const Shares &shares, int colours)
+{
+    const std::string numbers = percent(shares.flat) + " in flat areas, "
+        + percent(shares.mainColours) + " in the commonest of them";
+    if (shares.mainColours >= kFlatInFewColours)
+        return { Kind::Logo, numbers };
+    if (shares.clear > kClearShare && shares.flat >= kFlat)
+        return { Kind::Logo, percent(shares.clear) + " transparent, " + numbers };
+    if (colours <= kMainColours)
+        return { Kind::Logo, std::to_string(colours) + " colours" };
+    if (std::max(size.width(), size.height()) <= kIcon && shares.flat >= kFlatInIcons)
+        return { Kind::Logo, "as small as an icon, " + numbers };
+    const std::string inEdges = ", " + percent(shares.edges) + " in edges";
+    if (shares.flat >= kSmooth && shares.edges <= kFewEdges)
+        return { Kind::Poster, numbers + inEdges };
+    return { Kind::Photo, numbers + inEdges };
+}
+
+// The words of RGB32 serve as they are: no alpha but that of ARGB32 is looked at.
+QImage withWords(const QImage &image)
+{
+    if (image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_RGB32)
+        return image;
+    return image.convertToFormat(QImage::Format_ARGB32);
+}
+
 } // namespace
 
 Classification classify(const QImage &original)
 {
-    const QImage image = original.convertToFormat(QImage::Format_ARGB32);
+    const QImage image = withWords(original);
     if (image.isNull())
         throwNoRoom();
-    const Features features = featuresOf(image);
-    const double visible = std::max(1.0, features.visible);
-    const double clear = features.clear / (visible + features.clear);
-    const double edges = features.edges / visible;
-    const bool grey = features.coloured <= kColouredShare * visible;
-    if (grey && clear <= kClearShare) {
-        if (features.colours.size() <= 2)
-            return { Kind::LineArt, std::to_string(features.colours.size()) + " colours, no hue" };
-        const Split split = splitOf(image);
-        const bool inSteps = features.colours.size() <= kFewGreys && split.uneven > kPureGreys;
-        const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
-        if (split.uneven < most && !inSteps)
-            return { Kind::LineArt, twoLightnesses("grey", split.uneven) };
-        const Split even = inSteps ? Split() : splitInEvenLight(image);
-        if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
-            return { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
-    } else if (grey && edges >= kLineEdges) {
-        QImage onWhite = image;
-        putOnPaper(&onWhite, 0xFFFFFFFFu);
-        const Split split = splitOf(onWhite);
-        if (split.uneven < kTwoValued)
-            return { Kind::Logo, twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
-    }
-    const double flat = features.flat / visible;
-    const double mainColours = features.mainColours / visible;
-    const std::string numbers
-        = percent(flat) + " in flat areas, " + percent(mainColours) + " in the commonest of them";
-    if (mainColours >= kFlatInFewColours)
-        return { Kind::Logo, numbers };
-    if (clear > kClearShare && flat >= kFlat)
-        return { Kind::Logo, percent(clear) + " transparent, " + numbers };
-    if (features.colours.size() <= static_cast<int>(kMainColours))
-        return { Kind::Logo, std::to_string(features.colours.size()) + " colours" };
-    if (std::max(image.width(), image.height()) <= kIcon && flat >= kFlatInIcons)
-        return { Kind::Logo, "as small as an icon, " + numbers };
-    if (flat >= kSmooth && edges <= kFewEdges)
-        return { Kind::Poster, numbers + ", " + percent(edges) + " in edges" };
-    return { Kind::Photo, numbers + ", " + percent(edges) + " in edges" };
+    const ColourFeatures features = colourFeaturesOf(image);
+    const Shares shares(features);
+    std::optional<Classification> grey;
+    if (shares.isGrey && shares.clear <= kClearShare)
+        grey = kindOfGrey(image, features.colours);
+    else if (shares.isGrey && shares.edges >= kLineEdges)
+        grey = kindOfGreyOnClear(image, shares.clear);
+    return grey ? *grey : kindOfColours(image.size(), shares, features.colours);
 }
 
 } // namespace ztrace

@@ -27,14 +27,20 @@ inline int colourDistance(QRgb a, QRgb b)
         + std::abs(qBlue(a) - qBlue(b)) + 4 * std::abs(qAlpha(a) - qAlpha(b));
 }
 
+// Whether two pixels beside each other are of different areas or on the edge between them; shading
+// from pixel to pixel stays below.
+inline bool differsClearly(QRgb a, QRgb b)
+{
+    const int kClearly = 24; // colourDistance
+    return colourDistance(a, b) > kClearly;
+}
+
 // Whether the pixel of an ARGB32 image differs clearly from one of its four neighbours.
 inline bool isEdge(const QImage &image, int x, int y)
 {
-    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
     const QRgb *words = row(image, y);
     const QRgb own = words[x];
-    const auto differs
-        = [own](QRgb other) { return own != other && colourDistance(own, other) > kClearly; };
+    const auto differs = [own](QRgb other) { return own != other && differsClearly(own, other); };
     return (x > 0 && differs(words[x - 1])) || (x + 1 < image.width() && differs(words[x + 1]))
         || (y > 0 && differs(row(image, y - 1)[x]))
         || (y + 1 < image.height() && differs(row(image, y + 1)[x]));

@@ -5,6 +5,8 @@
 #include "rawtrace.h"
 
 #include "engine/ZTraceBitmap.h"
+#include "imaging/alpha.h"
+#include "imaging/blend.h"
 #include "imaging/components.h"
 #include "imaging/corners.h"
 #include "imaging/failure.h"
@@ -203,8 +205,7 @@ LabelPlane segmentInk(QImage picture, const TracePlan &plan, const Ink &ink, Sta
     report->evenedOut = scan.evenedOut;
     if (scan.unclear)
         report->remarks.push_back(Remark::NoClearDirection);
-    report->threshold
-        = scan.bilevel && ink.scan.threshold == Threshold::Adaptive ? -1 : threshold;
+    report->threshold = scan.bilevel && ink.scan.threshold == Threshold::Adaptive ? -1 : threshold;
     if (scan.bilevel)
         threshold = kBetweenBlackAndWhite;
     LabelPlane plane = inkAndPaper(scan.image, threshold);
@@ -213,9 +214,12 @@ LabelPlane segmentInk(QImage picture, const TracePlan &plan, const Ink &ink, Sta
     if (report->upsampling > 1)
         threshold = kBetweenBlackAndWhite;
 
-    EngineOptions options = { { "monochrome", 1 },       { "alphathreshold", 255 },
-                              { "colorsampling", 0 },    { "numberofcolors", 2 },
-                              { "colorquantcycles", 1 }, { "blurradius", 0 },
+    EngineOptions options = { { "monochrome", 1 },
+                              { "alphathreshold", 255 },
+                              { "colorsampling", 0 },
+                              { "numberofcolors", 2 },
+                              { "colorquantcycles", 1 },
+                              { "blurradius", 0 },
                               { "brightnessthreshold", threshold } };
     setOptions(ink.engine, &options);
     if (engineReduces(ink.engine)) {
@@ -239,23 +243,21 @@ LabelPlane segmentInk(QImage picture, const TracePlan &plan, const Ink &ink, Sta
 TraceResult traceInk(QImage picture, const TracePlan &plan, const Ink &ink, Stages *stages)
 {
     TraceResult result;
-    const LabelPlane plane
-        = segmentInk(std::move(picture), plan, ink, stages, &result.report);
+    const LabelPlane plane = segmentInk(std::move(picture), plan, ink, stages, &result.report);
     const OutlineOptions options = outlineOptions(plan.geometry, result.report.upsampling);
     report(options, &result.report.engine);
     stages->begin("tracing");
     const TracedLabels traced = outlinesIn(plane, options);
     stages->end("trace", &result.report);
-    result.drawing = compose(traced, plane, result.report.upsampling, Painting::InkOnPaper,
-                             plan.composition);
+    result.drawing
+        = compose(traced, plane, result.report.upsampling, Painting::InkOnPaper, plan.composition);
     stages->end("arrange", &result.report);
     return result;
 }
 
 // Colours.
 
-LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages,
-                       TraceReport *report)
+LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages, TraceReport *report)
 {
     if (!flat.palette.empty()) {
         QImage binary(picture); // the soft edges of the picture still tell where they run
@@ -338,8 +340,7 @@ TraceResult traceRaw(QImage picture, const TracePlan &plan, const Raw &raw, Stag
     result.report.engine = std::move(trace.options);
     result.report.palette = trace.plane.colours;
     stages->end("trace", &result.report);
-    result.drawing
-        = compose(trace.traced, trace.plane, 1, Painting::AsTheyAre, plan.composition);
+    result.drawing = compose(trace.traced, trace.plane, 1, Painting::AsTheyAre, plan.composition);
     stages->end("arrange", &result.report);
     return result;
 }
