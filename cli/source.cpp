@@ -2,6 +2,7 @@
 #include "source.h"
 
 #include "failure.h"
+#include "messages.h"
 
 #include "drawing/Drawing.h"
 #include "drawing/signals.h"
@@ -14,13 +15,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <set>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace ztrace {
 
@@ -39,32 +37,6 @@ void refuseTooLarge(const std::string &name, const QSize &size)
                  + " pixels is too large to be traced");
     }
 }
-
-// Image libraries print their complaints; while this lives they go nowhere.
-class Silence
-{
-public:
-    Silence() : saved(dup(STDERR_FILENO))
-    {
-        const int nowhere = open("/dev/null", O_WRONLY);
-        if (nowhere < 0)
-            return;
-        dup2(nowhere, STDERR_FILENO);
-        close(nowhere);
-    }
-    ~Silence()
-    {
-        if (saved < 0)
-            return;
-        dup2(saved, STDERR_FILENO);
-        close(saved);
-    }
-    Silence(const Silence &) = delete;
-    Silence &operator=(const Silence &) = delete;
-
-private:
-    int saved;
-};
 
 void checkReadable(QImageReader *reader, const std::string &name)
 {

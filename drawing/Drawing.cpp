@@ -3,7 +3,9 @@
 
 #include "ZBox.h"
 
-#include <QSet>
+#include <QHash>
+
+#include <algorithm>
 
 namespace ztrace {
 
@@ -11,6 +13,7 @@ namespace {
 
 const double kMillimetresPerInch = 25.4;
 const double kPointsPerInch = 72.0;
+const char *const kUnitNames[] = { "px", "mm", "in" }; // in the order of the type
 
 double effectiveDpi(const Drawing &drawing)
 {
@@ -18,6 +21,22 @@ double effectiveDpi(const Drawing &drawing)
 }
 
 } // namespace
+
+const char *nameOf(Unit unit)
+{
+    return kUnitNames[static_cast<int>(unit)];
+}
+
+bool unitOfName(const QString &name, Unit *unit)
+{
+    for (Unit other : { Unit::Pixel, Unit::Millimetre, Unit::Inch }) {
+        if (name == QLatin1String(nameOf(other))) {
+            *unit = other;
+            return true;
+        }
+    }
+    return false;
+}
 
 double Drawing::unitsPerPixel() const
 {
@@ -37,30 +56,38 @@ double Drawing::pointsPerPixel() const
     return kPointsPerInch / effectiveDpi(*this);
 }
 
+std::vector<Layer> Drawing::layered() const
+{
+    std::vector<Layer> layers;
+    QHash<QString, std::size_t> places;
+    std::size_t ofGround = outlines.size();
+    for (const Outline &outline : outlines) {
+        const QString name = layerName(outline);
+        const std::size_t place = places.value(name, layers.size());
+        if (place == layers.size()) {
+            places.insert(name, place);
+            layers.emplace_back();
+            layers.back().name = name;
+        }
+        layers[place].outlines.push_back(&outline);
+        if (ofGround == outlines.size() && qAlpha(ground) != 0 && outline.colour == ground)
+            ofGround = place;
+    }
+    if (ofGround < layers.size()) {
+        layers[ofGround].hasGround = true;
+        const auto first = layers.begin();
+        const auto its = first + static_cast<std::ptrdiff_t>(ofGround);
+        std::rotate(first, its, its + 1);
+    }
+    return layers;
+}
+
 QStringList Drawing::layers() const
 {
     QStringList names;
-    QSet<QString> known;
-    for (const Outline &outline : outlines) {
-        const QString name = layerName(outline);
-        if (!known.contains(name)) {
-            known.insert(name);
-            names.append(name);
-        }
-    }
-    const int place = names.indexOf(groundLayer());
-    if (place > 0)
-        names.move(place, 0);
+    for (const Layer &layer : layered())
+        names.append(layer.name);
     return names;
-}
-
-QString Drawing::groundLayer() const
-{
-    for (const Outline &outline : outlines) {
-        if (qAlpha(ground) != 0 && outline.colour == ground)
-            return layerName(outline);
-    }
-    return QString();
 }
 
 Frame frameOf(const Drawing &drawing)

@@ -19,6 +19,12 @@ const double kScreenDpi = 96.0; // what a pixel means where nothing else is know
 
 enum class Unit { Pixel, Millimetre, Inch };
 
+// "px", "mm" or "in".
+const char *nameOf(Unit unit);
+
+// Returns false, and leaves the unit as it is, for any other name.
+bool unitOfName(const QString &name, Unit *unit);
+
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
 // Outlines are painted in the order of the drawing, later ones over earlier ones.
 struct Outline
@@ -33,6 +39,14 @@ struct Outline
     // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
     // neighbour which is not painted over this outline; 0 for none.
     double seam = 0.0;
+};
+
+// A layer and what is painted in it.
+struct Layer
+{
+    QString name;
+    std::vector<const Outline *> outlines; // in the order of the drawing
+    bool hasGround = false;                // the ground is painted before them
 };
 
 // The outlines are all that a drawing must have. Writers treat a picture of 0 x 0 as having the
@@ -56,10 +70,12 @@ struct Drawing
     double unitsPerPixel() const;
     // Points (1/72 inch) that one pixel is long on paper.
     double pointsPerPixel() const;
-    // Layers in the order of their first outline, each once; the ground's before all others.
+    // The layers in the order of their first outline. The layer of the ground's own colour comes
+    // before all others, so that a ground painted in it is below everything, as one painted before
+    // all layers is where no layer has that colour.
+    std::vector<Layer> layered() const;
+    // Their names.
     QStringList layers() const;
-    // The layer of the ground's own colour, which the ground is part of; null when there is none.
-    QString groundLayer() const;
 };
 
 // What a picture of the outlines looks like; the geometry is the same for all.

@@ -7,20 +7,27 @@
 #include <QByteArray>
 #include <QIODevice>
 
+#include <string>
+
 namespace ztrace {
 
 // A device may take a part, as a disk does on which that was all the room; only the next attempt
 // says why.
-inline bool writeFully(QIODevice *device, const QByteArray &bytes)
+inline bool writeFully(QIODevice *device, const char *data, qint64 size)
 {
-    qint64 written = 0;
-    while (written < bytes.size()) {
-        const qint64 taken = device->write(bytes.constData() + written, bytes.size() - written);
+    while (size > 0) {
+        const qint64 taken = device->write(data, size);
         if (taken <= 0)
             return false;
-        written += taken;
+        data += taken;
+        size -= taken;
     }
     return true;
+}
+
+inline bool writeFully(QIODevice *device, const QByteArray &bytes)
+{
+    return writeFully(device, bytes.constData(), bytes.size());
 }
 
 // Writers append to text() and call flushIfLarge() between elements. A device that takes less than
@@ -30,7 +37,7 @@ class TextSink
 public:
     explicit TextSink(QIODevice *target) : device(target) { buffer.reserve(2 * kPortion); }
 
-    QByteArray &text() { return buffer; }
+    std::string &text() { return buffer; }
 
     void flushIfLarge()
     {
@@ -45,17 +52,17 @@ public:
     }
 
 private:
-    static const int kPortion = 1 << 20;
+    static const std::size_t kPortion = 1 << 20;
 
     void flush()
     {
-        if (good && !buffer.isEmpty())
-            good = writeFully(device, buffer);
-        buffer.resize(0); // keeps the memory
+        if (good && !buffer.empty())
+            good = writeFully(device, buffer.data(), static_cast<qint64>(buffer.size()));
+        buffer.clear(); // keeps the memory
     }
 
     QIODevice *device;
-    QByteArray buffer;
+    std::string buffer;
     bool good = true;
 };
 

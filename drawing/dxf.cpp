@@ -79,6 +79,7 @@ private:
     void findLayers()
     {
         QSet<QByteArray> taken;
+        QHash<QByteArray, int> numbers; // by the name before the number: the next one
         for (const Outline &outline : drawing.outlines) {
             const QString name = layerName(outline);
             if (layerOf.contains(name))
@@ -86,8 +87,10 @@ private:
             const QByteArray wanted = validName(name, options.version == DxfVersion::R12);
             QByteArray free = wanted;
             const int longest = options.version == DxfVersion::R12 ? kLongestR12Name : kLongestName;
-            for (int n = 2; taken.contains(free.toUpper()); ++n)
-                free = wanted.left(longest - 8) + '_' + QByteArray::number(n);
+            const QByteArray stem = wanted.left(longest - 8) + '_';
+            int &number = numbers[stem.toUpper()];
+            for (number = std::max(number, 2); taken.contains(free.toUpper()); ++number)
+                free = stem + QByteArray::number(number);
             taken.insert(free.toUpper());
             layerOf.insert(name, static_cast<int>(layers.size()));
             layers.push_back({ free, outline.colour });
@@ -111,12 +114,12 @@ private:
 
     void writeOutline(const Outline &outline)
     {
-        const std::vector<PathPiece> pieces = piecesOf(outline.shape);
+        piecesOf(outline.shape, &pieces);
         if (pieces.empty())
             return;
         switch (options.curves) {
         case DxfCurves::Spline:
-            writeExact(outline, pieces);
+            writeExact(outline);
             break;
         case DxfCurves::Arc:
             writePolyline(outline, bulgeChain(pieces, options.tolerance));
@@ -128,7 +131,7 @@ private:
     }
 
     // Runs of lines and arcs as polylines, Bezier curves as splines.
-    void writeExact(const Outline &outline, const std::vector<PathPiece> &pieces)
+    void writeExact(const Outline &outline)
     {
         std::vector<BulgeVertex> run;
         const auto endRun = [&] {
@@ -253,6 +256,7 @@ private:
     DxfText out;
     std::vector<DxfLayer> layers;
     QHash<QString, int> layerOf;
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
 };
 
 // Colours 10 to 249: 24 hues of ten, each in five values, pure and mixed with two parts of

@@ -5,8 +5,6 @@
 // empty; R12 wants none of the subclass marks and handles.
 #include "dxf_skeleton.h"
 
-#include "text.h"
-
 namespace ztrace {
 
 namespace {
@@ -307,27 +305,27 @@ private:
 
 const char kDxfModelSpace[] = "1F";
 
-void DxfText::group(int code, const QByteArray &value)
+void DxfText::group(int code, const char *value)
 {
-    *text += QByteArray::number(code);
-    *text += '\n';
+    begin(code);
     *text += value;
     *text += '\n';
 }
 
 void DxfText::group(int code, int value)
 {
-    group(code, QByteArray::number(value));
+    begin(code);
+    appendWhole(text, value);
+    *text += '\n';
 }
 
 void DxfText::number(int code, double value)
 {
-    *text += QByteArray::number(code);
-    *text += '\n';
-    const int before = text->size();
+    begin(code);
+    const std::size_t before = text->size();
     appendNumber(text, value);
     // Readers take a real by its point.
-    if (text->indexOf('.', before) < 0)
+    if (text->find('.', before) == std::string::npos)
         *text += ".0";
     *text += '\n';
 }

@@ -7,9 +7,11 @@
 #include <QByteArray>
 #include <QRgb>
 
+#include <string>
 #include <vector>
 
 #include "dxf.h"
+#include "text.h"
 
 namespace ztrace {
 
@@ -23,23 +25,29 @@ struct DxfLayer
 class DxfText
 {
 public:
-    explicit DxfText(QByteArray *target) : text(target) { }
+    explicit DxfText(std::string *target) : text(target) { }
 
-    void group(int code, const QByteArray &value);
+    void group(int code, const char *value);
+    void group(int code, const QByteArray &value) { group(code, value.constData()); }
     void group(int code, int value);
     void number(int code, double value);
     // Writes a new handle as a group of code 5 and returns it.
     QByteArray handle();
     static QByteArray handleText(unsigned serial);
 
-    void setTarget(QByteArray *target) { text = target; }
     unsigned lastHandle = kFirstFreeHandle;
 
     // Handles below this belong to the skeleton.
     static const unsigned kFirstFreeHandle = 0x100;
 
 private:
-    QByteArray *text;
+    void begin(int code)
+    {
+        appendWhole(text, code);
+        *text += '\n';
+    }
+
+    std::string *text;
 };
 
 // Handle of the model space, which owns the entities.

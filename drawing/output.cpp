@@ -1,155 +1,160 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "output.h"
 
-#include "TextSink.h"
+#include "naming.h"
 #include "signals.h"
 
-#include <QBuffer>
 #include <QFile>
-#include <QFileInfo>
 
+#include <cerrno>
 #include <cstdio>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace ztrace {
 
 namespace {
 
-const char kStandardOutput[] = "-";
-
-bool fail(QString *error, const QString &text)
+bool fail(QString *error, int number)
 {
-    *error = text;
+    *error = reasonText(number);
     return false;
 }
 
-QString reasonOf(const QFileDevice &file)
+int sendTo(int fd, const QByteArray &contents)
 {
-    const QString text = file.errorString();
-    return text.isEmpty() || text == QLatin1String("Unknown error")
-        ? QString::fromLatin1("it could not be written")
-        : text;
+    const QuietWrites guard;
+    if (const int error = writeAll(fd, contents.constData(), contents.size()))
+        return error;
+    // A reader of a pipe is told of the end when the process ends; a network file system tells of
+    // the last errors at once.
+    const int second = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (second < 0)
+        return errno;
+    return ::close(second) == 0 || errno == EINTR ? 0 : errno;
 }
 
-bool isStream(const QString &fileName)
+int send(const QString &fileName, const Target &target, const QByteArray &contents)
 {
-    const QFileInfo info(fileName);
-    return fileName == QLatin1String(kStandardOutput) || (info.exists() && !info.isFile());
+    if (target.kind == Target::StandardOutput) {
+        errno = 0;
+        return std::fflush(stdout) == 0 ? sendTo(STDOUT_FILENO, contents) : errno;
+    }
+    const QByteArray name = QFile::encodeName(fileName);
+    int fd = -1;
+    do
+        fd = ::open(name.constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    while (fd < 0 && errno == EINTR);
+    if (fd < 0)
+        return errno;
+    const Descriptor stream(fd);
+    return sendTo(fd, contents);
 }
-
-bool send(const QString &fileName, const QByteArray &contents, QString *error)
-{
-    QFile stream(fileName);
-    const bool open = fileName == QLatin1String(kStandardOutput)
-        ? stream.open(stdout, QIODevice::WriteOnly)
-        : stream.open(QIODevice::WriteOnly);
-    if (!open || !writeFully(&stream, contents) || !stream.flush())
-        return fail(error, reasonOf(stream));
-    return true;
-}
-
-// What a name stood for before it is given to a new file: another link to the old file, or nothing.
-class OldFile
-{
-public:
-    explicit OldFile(const QString &fileName)
-        : name(QFile::encodeName(QFileInfo(fileName).canonicalFilePath()))
-    {
-        existed = !name.isEmpty();
-        if (!existed) {
-            const QFileInfo file(
-                fileName); // maybe a link to nothing, which the new file will be at
-            name = QFile::encodeName(file.isSymLink() ? file.symLinkTarget() : fileName);
-            return;
-        }
-        link = name + ".old-" + QByteArray::number(static_cast<qint64>(getpid()));
-        isKept = ::link(name.constData(), link.constData()) == 0;
-    }
-
-    void restore() const
-    {
-        if (isKept)
-            ::rename(link.constData(), name.constData());
-        else if (!existed)
-            ::unlink(name.constData());
-    }
-
-    void forget() const
-    {
-        if (isKept)
-            ::unlink(link.constData());
-    }
-
-private:
-    QByteArray name;
-    QByteArray link;
-    bool existed = false;
-    bool isKept = false; // not every file system has links
-};
 
 } // namespace
 
+struct OutputFiles::Contents
+{
+    QString name;
+    Target target;
+    Descriptor file;  // without a name
+    QByteArray bytes; // of streams, and of files that cannot be without a name
+};
+
+OutputFiles::OutputFiles() = default;
+OutputFiles::~OutputFiles() = default;
+
 bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QString *error)
 {
-    if (fileName != QLatin1String(kStandardOutput) && QFileInfo(fileName).isDir())
-        return fail(error, QString::fromLatin1("it is a folder"));
-    if (isStream(fileName))
-        return addStream(fileName, write, error);
-    std::unique_ptr<QSaveFile> file(new QSaveFile(fileName));
-    if (!file->open(QIODevice::WriteOnly))
-        return fail(error, reasonOf(*file));
-    // The last bytes wait in a buffer, and commit() does not tell when they cannot be written. Only
-    // a second attempt says why a part of them was.
-    if (!write(file.get()) || (!file->flush() && !file->flush()))
-        return fail(error, reasonOf(*file));
-    files.push_back(std::move(file));
+    std::unique_ptr<Contents> contents(new Contents);
+    contents->name = fileName;
+    if (!lookUp(fileName, &contents->target, error))
+        return false;
+    const bool isFile = contents->target.kind == Target::File;
+    if (isFile) {
+        // What a killed run had put there may be gone then.
+        if (recover(contents->target.folder())) {
+            contents->target = Target();
+            if (!lookUp(fileName, &contents->target, error))
+                return false;
+        }
+        if (const int number = openUnnamed(contents->target, &contents->file))
+            return fail(error, number);
+    }
+    // Streams cannot be taken back, so they get nothing before all writers have succeeded.
+    Spool spool(contents->file.get(), &contents->bytes);
+    const QuietWrites guard;
+    if (!write(&spool) || spool.failure() != 0) {
+        *error = spool.failure() != 0
+            ? reasonText(spool.failure())
+            : QString::fromLatin1("the drawing could not be put together");
+        return false;
+    }
+    if (contents->file.isOpen() && contents->target.exists)
+        keepRights(contents->file.get(), contents->target.info);
+    (isFile ? files : streams).push_back(std::move(contents));
     return true;
 }
 
-// Streams cannot be taken back, so they get nothing before all writers have succeeded.
-bool OutputFiles::addStream(const QString &fileName, const DeviceWriter &write, QString *error)
+bool OutputFiles::recover(const QByteArray &folder)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    if (!write(&buffer))
-        return fail(error, QString::fromLatin1("the drawing could not be put together"));
-    streams.push_back({ fileName, buffer.data() });
-    return true;
+    if (folders.contains(folder))
+        return false;
+    folders.insert(folder);
+    const Uninterrupted guard;
+    return recoverFolder(folder);
 }
 
 bool OutputFiles::commit(QString *fileName, QString *error)
 {
-    for (const Stream &stream : streams) {
-        *fileName = stream.name;
-        if (!send(stream.name, stream.contents, error))
-            return false;
+    for (const std::unique_ptr<Contents> &file : files) {
+        *fileName = file->name;
+        const int number = file->file.isOpen() ? syncContents(file->file.get()) : 0;
+        if (number != 0)
+            return fail(error, number);
+    }
+    for (const std::unique_ptr<Contents> &stream : streams) {
+        *fileName = stream->name;
+        if (const int number = send(stream->name, stream->target, stream->bytes))
+            return fail(error, number);
     }
     streams.clear();
-    const Uninterrupted guard;
-    const bool renamed = rename(fileName, error);
+    const bool good = nameFiles(fileName, error);
     files.clear();
-    return renamed;
+    return good;
 }
 
-bool OutputFiles::rename(QString *fileName, QString *error)
+bool OutputFiles::nameFiles(QString *fileName, QString *error)
 {
-    std::vector<OldFile> old;
-    for (const std::unique_ptr<QSaveFile> &file : files) {
-        *fileName = file->fileName();
-        old.emplace_back(file->fileName());
-        if (file->commit())
-            continue;
-        *error = reasonOf(*file);
-        old.back().forget();
-        old.pop_back();
-        for (const OldFile &before : old)
-            before.restore();
-        return false;
+    std::vector<NewFile> contents;
+    for (const std::unique_ptr<Contents> &file : files)
+        contents.push_back({ &file->target, file->file.get(), &file->bytes });
+    if (contents.empty())
+        return true;
+    NamedTogether names(contents);
+    std::size_t position = 0;
+    int number = 0;
+    {
+        const Uninterrupted guard;
+        number = names.run(&position);
     }
-    for (const OldFile &before : old)
-        before.forget();
-    return true;
+    if (number == 0 && !names.remainder())
+        return true;
+    *fileName = files[number == 0 ? 0 : position]->name;
+    *error = number == 0 ? QString::fromLatin1("it is written") : reasonText(number);
+    if (names.remainder()) {
+        *error += QString::fromLatin1("; %1 could not be removed, the next run tries again")
+                      .arg(QFile::decodeName(*names.remainder()));
+    }
+    return false;
+}
+
+bool isStream(const QString &fileName)
+{
+    struct stat info;
+    return ::stat(QFile::encodeName(fileName).constData(), &info) == 0
+        && isStreamMode(info.st_mode);
 }
 
 bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error)

@@ -5,7 +5,7 @@
 #define ZTRACE_DRAWING_OUTPUT_H
 
 #include <QByteArray>
-#include <QSaveFile>
+#include <QSet>
 #include <QString>
 
 #include <functional>
@@ -20,13 +20,16 @@ namespace ztrace {
 typedef std::function<bool(QIODevice *)> DeviceWriter;
 
 // Files that get their names together, when the contents of all of them have arrived on the disk.
-// Until then, and after a failure, files of those names stay as they were. A name that is no
-// ordinary file (a terminal, a pipe) gets its contents before the files get their names; "-" is
-// standard output.
+// Until then, and after a failure, files of those names stay as they were; a process that is killed
+// meanwhile is undone by the next one that writes to the folder (naming.h). A file that is replaced
+// leaves its owner, group and mode to the new one where that is permitted; links to it are
+// followed. A name that is no ordinary file (a terminal, a pipe) gets its contents before the files
+// get their names; "-" is standard output.
 class OutputFiles
 {
 public:
-    OutputFiles() = default;
+    OutputFiles();
+    ~OutputFiles();
     OutputFiles(const OutputFiles &) = delete;
     OutputFiles &operator=(const OutputFiles &) = delete;
 
@@ -38,18 +41,18 @@ public:
     bool commit(QString *fileName, QString *error);
 
 private:
-    struct Stream
-    {
-        QString name;
-        QByteArray contents;
-    };
+    struct Contents;
 
-    bool addStream(const QString &fileName, const DeviceWriter &write, QString *error);
-    bool rename(QString *fileName, QString *error);
+    bool recover(const QByteArray &folder);
+    bool nameFiles(QString *fileName, QString *error);
 
-    std::vector<Stream> streams;
-    std::vector<std::unique_ptr<QSaveFile>> files;
+    std::vector<std::unique_ptr<Contents>> streams;
+    std::vector<std::unique_ptr<Contents>> files;
+    QSet<QByteArray> folders; // where nothing of killed runs is left
 };
+
+// Whether a name is that of a device, a pipe or a socket.
+bool isStream(const QString &fileName);
 
 // One file alone.
 bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error);

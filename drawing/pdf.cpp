@@ -33,9 +33,11 @@ public:
         text += QByteArray::number(number) + " 0 obj\n" + body + "\nendobj\n";
     }
 
-    void stream(int number, const QByteArray &data)
+    void stream(int number, const std::string &data)
     {
-        const QByteArray packed = qCompress(data).mid(kCompressionHeader);
+        const QByteArray packed
+            = qCompress(reinterpret_cast<const uchar *>(data.data()), static_cast<int>(data.size()))
+                  .mid(kCompressionHeader);
         object(number,
                "<< /Length " + QByteArray::number(packed.size())
                    + " /Filter /FlateDecode >>\nstream\n" + packed + "\nendstream");
@@ -75,29 +77,27 @@ QByteArray hexText(const QString &text)
 class PageContent
 {
 public:
-    PageContent(const Drawing &d, const PaintStyle &s) : drawing(d), style(s), frame(frameOf(d)) { }
+    // With layers, each is marked; without, outlines are painted as they come.
+    PageContent(const Drawing &d, const PaintStyle &s, const std::vector<Layer> &l)
+        : drawing(d), style(s), layers(l), frame(frameOf(d))
+    { }
 
-    QByteArray make()
+    const std::string &make()
     {
         const double scale = drawing.pointsPerPixel();
         matrix(scale, -frame.x * scale, -frame.y * scale);
         content += "1 j 1 J\n"; // round joins and ends
-        const QString groundLayer = style.byLayer ? drawing.groundLayer() : QString();
-        if (groundLayer.isNull())
+        if (layers.empty() || !layers.front().hasGround)
             paintGround();
-        if (style.byLayer) {
-            const QStringList layers = drawing.layers();
-            for (int i = 0; i < layers.size(); ++i) {
-                content += "/OC /L" + QByteArray::number(i) + " BDC\n";
-                if (layers.at(i) == groundLayer)
-                    paintGround();
-                for (const Outline &outline : drawing.outlines) {
-                    if (layerName(outline) == layers.at(i))
-                        paint(outline);
-                }
-                content += "EMC\n";
-            }
-        } else {
+        for (std::size_t i = 0; i < layers.size(); ++i) {
+            content += "/OC /L" + QByteArray::number(static_cast<int>(i)) + " BDC\n";
+            if (layers[i].hasGround)
+                paintGround();
+            for (const Outline *outline : layers[i].outlines)
+                paint(*outline);
+            content += "EMC\n";
+        }
+        if (layers.empty()) {
             for (const Outline &outline : drawing.outlines)
                 paint(outline);
         }
@@ -125,8 +125,10 @@ private:
     void colour(QRgb rgb, const char *setter)
     {
         const int kColourDecimals = 5;
-        for (int channel : { qRed(rgb), qGreen(rgb), qBlue(rgb) })
-            content += numberText(channel / 255.0, kColourDecimals) + ' ';
+        for (int channel : { qRed(rgb), qGreen(rgb), qBlue(rgb) }) {
+            appendNumber(&content, channel / 255.0, kColourDecimals);
+            content += ' ';
+        }
         content += setter;
         content += '\n';
     }
@@ -187,7 +189,7 @@ private:
 
     void path(const ZPolyline &shape)
     {
-        const std::vector<PathPiece> pieces = piecesOf(shape);
+        piecesOf(shape, &pieces);
         if (pieces.empty())
             return;
         point(pieces.front().start);
@@ -229,23 +231,17 @@ private:
 
     const Drawing &drawing;
     const PaintStyle &style;
+    const std::vector<Layer> &layers;
     const Frame frame;
-    QByteArray content;
+    std::string content;
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
     int currentAlpha = 255;
 };
 
-} // namespace
-
-bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device)
+// What the page names: opacities, and a group a layer, which are listed for the catalogue as well.
+QByteArray resourcesOf(const PageContent &content, const std::vector<Layer> &layers, PdfFile *file,
+                       QByteArray *groups)
 {
-    PdfFile file;
-    const int catalog = file.reserve();
-    const int pages = file.reserve();
-    const int page = file.reserve();
-    const int contents = file.reserve();
-    PageContent content(drawing, style);
-    file.stream(contents, content.make());
-
     QByteArray resources;
     if (!content.opacities.isEmpty()) {
         resources += " /ExtGState <<";
@@ -256,35 +252,55 @@ bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device
         }
         resources += " >>";
     }
-    QByteArray groups;
-    if (style.byLayer) {
-        resources += " /Properties <<";
-        const QStringList layers = drawing.layers();
-        for (int i = 0; i < layers.size(); ++i) {
-            const int group = file.reserve();
-            file.object(group, "<< /Type /OCG /Name " + hexText(layers.at(i)) + " >>");
-            resources += " /L" + QByteArray::number(i) + ' ' + reference(group);
-            groups += reference(group) + ' ';
-        }
-        resources += " >>";
+    if (layers.empty())
+        return resources;
+    resources += " /Properties <<";
+    for (std::size_t i = 0; i < layers.size(); ++i) {
+        const int group = file->reserve();
+        file->object(group, "<< /Type /OCG /Name " + hexText(layers[i].name) + " >>");
+        resources += " /L" + QByteArray::number(static_cast<int>(i)) + ' ' + reference(group);
+        *groups += reference(group) + ' ';
     }
+    return resources + " >>";
+}
+
+QByteArray pageBody(const Drawing &drawing, int pages, int contents, const QByteArray &resources)
+{
+    const int kSizeDecimals = 6;
     const Frame frame = frameOf(drawing);
     const double scale = drawing.pointsPerPixel();
-    const int kSizeDecimals = 6;
-    file.object(page,
-                "<< /Type /Page /Parent " + reference(pages) + " /MediaBox [0 0 "
-                    + numberText(frame.width * scale, kSizeDecimals) + ' '
-                    + numberText(frame.height * scale, kSizeDecimals) + "] /Contents "
-                    + reference(contents) + " /Resources <<" + resources + " >> >>");
+    return "<< /Type /Page /Parent " + reference(pages) + " /MediaBox [0 0 "
+        + numberText(frame.width * scale, kSizeDecimals) + ' '
+        + numberText(frame.height * scale, kSizeDecimals) + "] /Contents " + reference(contents)
+        + " /Resources <<" + resources + " >> >>";
+}
+
+QByteArray catalogBody(int pages, const QByteArray &groups)
+{
+    QByteArray body = "<< /Type /Catalog /Pages " + reference(pages);
+    if (!groups.isEmpty())
+        body += " /OCProperties << /OCGs [" + groups + "] /D << /Order [" + groups + "] >> >>";
+    return body + " >>";
+}
+
+} // namespace
+
+bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device)
+{
+    PdfFile file;
+    const int catalog = file.reserve();
+    const int pages = file.reserve();
+    const int page = file.reserve();
+    const int contents = file.reserve();
+    const std::vector<Layer> layers = style.byLayer ? drawing.layered() : std::vector<Layer>();
+    PageContent content(drawing, style, layers);
+    file.stream(contents, content.make());
+    QByteArray groups;
+    const QByteArray resources = resourcesOf(content, layers, &file, &groups);
+    file.object(page, pageBody(drawing, pages, contents, resources));
     file.object(pages, "<< /Type /Pages /Kids [" + reference(page) + "] /Count 1 >>");
-    file.object(catalog,
-                "<< /Type /Catalog /Pages " + reference(pages)
-                    + (groups.isEmpty() ? QByteArray()
-                                        : " /OCProperties << /OCGs [" + groups + "] /D << /Order ["
-                               + groups + "] >> >>")
-                    + " >>");
-    const QByteArray text = file.finish(catalog);
-    return writeFully(device, text);
+    file.object(catalog, catalogBody(pages, groups));
+    return writeFully(device, file.finish(catalog));
 }
 
 } // namespace ztrace

@@ -31,9 +31,9 @@ PathPiece lineTo(const ZVector &start, const ZVector &end)
     return piece;
 }
 
-bool allFinite(const ZPolyline &polyline, int index)
+bool allFinite(const ZPolyline &polyline, int index, int count)
 {
-    for (int i = 0; i < polyline.countPiecePoints(index); ++i) {
+    for (int i = 1; i < count - 1; ++i) {
         if (!isFinite(polyline.getPiecePointAt(index, i)))
             return false;
     }
@@ -94,37 +94,27 @@ double secondDifference(const ZVector &a, const ZVector &b, const ZVector &c)
 
 } // namespace
 
-std::vector<PathPiece> piecesOf(const ZPolyline &polyline)
+void piecesOf(const ZPolyline &polyline, std::vector<PathPiece> *pieces)
 {
-    std::vector<PathPiece> pieces;
-    pieces.reserve(static_cast<std::size_t>(polyline.countPieces()));
-    for (int i = 0; i < polyline.countPieces(); ++i) {
-        const int last = polyline.countPiecePoints(i) - 1;
+    pieces->clear();
+    const int size = polyline.countPieces();
+    for (int i = 0; i < size; ++i) {
+        const int count = polyline.countPiecePoints(i);
         const ZVector &start = polyline.getPiecePointAt(i, 0);
-        const ZVector &end = polyline.getPiecePointAt(i, last);
+        const ZVector &end = polyline.getPiecePointAt(i, count - 1);
         if (!isFinite(start) || !isFinite(end))
             continue;
-        if (!allFinite(polyline, i)) {
-            pieces.push_back(lineTo(start, end));
+        const ZPolyline::PieceKind kind = polyline.getPieceKind(i);
+        if (kind == ZPolyline::SplinePiece && allFinite(polyline, i, count)) {
+            appendSpline(polyline, i, pieces);
             continue;
         }
-        switch (polyline.getPieceKind(i)) {
-        case ZPolyline::LinePiece:
-            pieces.push_back(lineTo(start, end));
-            break;
-        case ZPolyline::ArcPiece:
-            pieces.push_back(lineTo(start, end));
-            if (std::isfinite(polyline.getBulgeAt(i)) && start != end) {
-                pieces.back().kind = PathPiece::Arc;
-                pieces.back().bulge = polyline.getBulgeAt(i);
-            }
-            break;
-        case ZPolyline::SplinePiece:
-            appendSpline(polyline, i, &pieces);
-            break;
+        pieces->push_back(lineTo(start, end));
+        if (kind == ZPolyline::ArcPiece && std::isfinite(polyline.getBulgeAt(i)) && start != end) {
+            pieces->back().kind = PathPiece::Arc;
+            pieces->back().bulge = polyline.getBulgeAt(i);
         }
     }
-    return pieces;
 }
 
 bool isClosed(const std::vector<PathPiece> &pieces)

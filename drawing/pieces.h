@@ -25,9 +25,9 @@ struct PathPiece
     double bulge = 0.0; // Arc: tangent of a quarter of its angle, positive to the left
 };
 
-// The pieces in order. Points that are not finite numbers are left out; so is a polyline of a
-// single point.
-std::vector<PathPiece> piecesOf(const ZPolyline &polyline);
+// The pieces in order, in place of what is in the list. Pieces that end on no finite number are
+// left out; a polyline of a single point has none.
+void piecesOf(const ZPolyline &polyline, std::vector<PathPiece> *pieces);
 
 // Whether the last point is the first one, bit for bit.
 bool isClosed(const std::vector<PathPiece> &pieces);

@@ -36,11 +36,9 @@ public:
                 paintOutline(outline);
             return;
         }
-        for (const QString &layer : drawing.layers()) {
-            for (const Outline &outline : drawing.outlines) {
-                if (layerName(outline) == layer)
-                    paintOutline(outline);
-            }
+        for (const Layer &layer : drawing.layered()) {
+            for (const Outline *outline : layer.outlines)
+                paintOutline(*outline);
         }
     }
 
@@ -50,9 +48,9 @@ private:
         return QPointF(p.x - frame.x, frame.y + frame.height - p.y);
     }
 
-    void addTo(QPainterPath *path, const ZPolyline &shape) const
+    void addTo(QPainterPath *path, const ZPolyline &shape)
     {
-        const std::vector<PathPiece> pieces = piecesOf(shape);
+        piecesOf(shape, &pieces);
         if (pieces.empty())
             return;
         path->moveTo(point(pieces.front().start));
@@ -107,6 +105,7 @@ private:
     const PaintStyle &style;
     const Frame frame;
     QPainter &painter;
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
 };
 
 } // namespace

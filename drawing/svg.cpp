@@ -3,6 +3,7 @@
 
 #include "TextSink.h"
 #include "pieces.h"
+#include "text.h"
 
 #include <cmath>
 
@@ -36,10 +37,13 @@ public:
     {
         writeHead();
         if (options.style.byLayer) {
-            const QStringList layers = drawing.layers();
-            for (int i = 0; i < layers.size(); ++i)
-                writeLayer(layers.at(i), i + 1);
+            const std::vector<Layer> layers = drawing.layered();
+            if (layers.empty() || !layers.front().hasGround)
+                writeGround();
+            for (std::size_t i = 0; i < layers.size(); ++i)
+                writeLayer(layers[i], static_cast<int>(i) + 1);
         } else {
+            writeGround();
             for (const Outline &outline : drawing.outlines)
                 writeOutline(outline);
         }
@@ -60,7 +64,7 @@ private:
     // A length of the whole picture in the drawing's unit.
     void size(const char *name, double pixels)
     {
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += ' ';
         text += name;
         text += "=\"";
@@ -71,7 +75,7 @@ private:
 
     void writeHead()
     {
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                 "<svg xmlns=\"http://www.w3.org/2000/svg\"";
         if (options.style.byLayer)
@@ -83,15 +87,13 @@ private:
         text += ' ';
         number(frame.height);
         text += "\">\n";
-        if (!options.style.byLayer || drawing.groundLayer().isNull())
-            writeGround();
     }
 
     void writeGround()
     {
         if (qAlpha(drawing.ground) == 0 || options.style.stroked)
             return;
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += "<rect width=\"";
         number(frame.width);
         text += "\" height=\"";
@@ -99,16 +101,14 @@ private:
         text += "\" fill=\"" + colourName(drawing.ground) + "\"/>\n";
     }
 
-    void writeLayer(const QString &name, int serial)
+    void writeLayer(const Layer &layer, int serial)
     {
         sink.text() += "<g inkscape:groupmode=\"layer\" id=\"layer" + QByteArray::number(serial)
-            + "\" inkscape:label=\"" + escaped(name) + "\">\n";
-        if (name == drawing.groundLayer())
+            + "\" inkscape:label=\"" + escaped(layer.name) + "\">\n";
+        if (layer.hasGround)
             writeGround();
-        for (const Outline &outline : drawing.outlines) {
-            if (layerName(outline) == name)
-                writeOutline(outline);
-        }
+        for (const Outline *outline : layer.outlines)
+            writeOutline(*outline);
         sink.text() += "</g>\n";
     }
 
@@ -117,7 +117,7 @@ private:
         const bool stroked = options.style.stroked;
         if (outline.shape.countPieces() == 0 || (qAlpha(outline.colour) == 0 && !stroked))
             return;
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += "<path";
         if (stroked)
             writeStroke(outline);
@@ -144,7 +144,7 @@ private:
 
     void writeStroke(const Outline &outline)
     {
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
         appendNumber(&text, options.style.strokeWidth);
         text += '"';
@@ -155,7 +155,7 @@ private:
 
     void writeFill(const Outline &outline)
     {
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += " fill=\"" + colourName(outline.colour) + '"';
         writeOpacity("fill-opacity", outline.colour);
         if (!outline.holes.empty())
@@ -169,10 +169,10 @@ private:
 
     void writePath(const ZPolyline &shape)
     {
-        const std::vector<PathPiece> pieces = piecesOf(shape);
+        piecesOf(shape, &pieces);
         if (pieces.empty())
             return;
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         text += 'M';
         point(pieces.front().start);
         for (const PathPiece &piece : pieces)
@@ -183,7 +183,7 @@ private:
 
     void writePiece(const PathPiece &piece)
     {
-        QByteArray &text = sink.text();
+        std::string &text = sink.text();
         switch (piece.kind) {
         case PathPiece::Line:
             text += 'L';
@@ -221,6 +221,7 @@ private:
     const SvgOptions &options;
     const Frame frame;
     TextSink sink;
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
 };
 
 } // namespace

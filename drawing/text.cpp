@@ -2,44 +2,142 @@
 #include "text.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace ztrace {
 
-void appendNumber(QByteArray *text, double value, int decimals)
+namespace {
+
+const int kLongest = 400; // the largest double has 309 digits, the smallest 324 decimals and more
+
+char *writeWhole(char *to, quint64 number)
 {
-    char buffer[400]; // the largest double has 309 digits, the smallest 324 decimals and more
-    std::to_chars_result result = { buffer, std::errc() };
-    if (value == 0.0)
-        value = 0.0; // no minus sign
-    if (decimals < 0)
-        result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
-    else
-        result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
-                               decimals);
+    return std::to_chars(to, to + 20, number).ptr;
+}
+
+// Multiples of 1/16, which most coordinates are: those of pixels, their middles and quarters. Their
+// decimals are the shortest that are read back, since up to the limit other numbers are nearer than
+// 1e-9. Returns null for others.
+char *writeSixteenths(char *to, double value, int decimals)
+{
+    static const char *const kDecimals[16]
+        = { "",  "0625", "125", "1875", "25", "3125", "375", "4375",
+            "5", "5625", "625", "6875", "75", "8125", "875", "9375" };
+    const double kLimit = 1e6 * 16.0;
+    const double scaled = value * 16.0;
+    if (!(std::fabs(scaled) <= kLimit))
+        return nullptr;
+    const qint64 number = static_cast<qint64>(scaled);
+    if (static_cast<double>(number) != scaled)
+        return nullptr;
+    const quint64 size = static_cast<quint64>(number < 0 ? -number : number);
+    const std::size_t part = size % 16;
+    const char *const fraction = kDecimals[part];
+    if (decimals >= 0 && decimals < 4 && fraction[0] != '\0'
+        && std::char_traits<char>::length(fraction) > static_cast<std::size_t>(decimals))
+        return nullptr;
+    if (number < 0)
+        *to++ = '-';
+    to = writeWhole(to, size / 16);
+    if (part != 0)
+        *to++ = '.';
+    for (const char *digit = fraction; *digit; ++digit)
+        *to++ = *digit;
+    return to;
+}
+
+// Rounded to so many decimals by whole numbers. The product is off by 0.0005 at most, which decides
+// nothing unless it is as near as that to the middle between two. Returns null for those and for
+// large numbers.
+char *writeRounded(char *to, double value, int decimals)
+{
+    static const quint64 kPowers[13]
+        = { 1ull,           10ull,           100ull,          1000ull,      10000ull,
+            100000ull,      1000000ull,      10000000ull,     100000000ull, 1000000000ull,
+            10000000000ull, 100000000000ull, 1000000000000ull };
+    const double kLimit = 8796093022208.0; // 2^43, where doubles are 2^-10 apart
+    const double kUnsure = 0.001;
+    if (decimals < 0 || decimals > 12)
+        return nullptr;
+    const double product = std::fabs(value) * static_cast<double>(kPowers[decimals]);
+    if (!(product < kLimit))
+        return nullptr;
+    quint64 number = static_cast<quint64>(product);
+    const double rest = product - static_cast<double>(number);
+    if (std::fabs(rest - 0.5) < kUnsure)
+        return nullptr;
+    number += rest > 0.5 ? 1 : 0;
+    if (value < 0.0 && number != 0)
+        *to++ = '-';
+    while (decimals > 0 && number % 10 == 0) {
+        number /= 10;
+        --decimals;
+    }
+    to = writeWhole(to, number / kPowers[decimals]);
+    if (decimals == 0)
+        return to;
+    *to++ = '.';
+    quint64 fraction = number % kPowers[decimals];
+    for (int i = decimals - 1; i >= 0; --i) {
+        to[i] = static_cast<char>('0' + fraction % 10);
+        fraction /= 10;
+    }
+    return to + decimals;
+}
+
+// Every number, by the library.
+char *writeAny(char *to, double value, int decimals)
+{
+    const std::to_chars_result result = decimals < 0
+        ? std::to_chars(to, to + kLongest, value, std::chars_format::fixed)
+        : std::to_chars(to, to + kLongest, value, std::chars_format::fixed, decimals);
+    char *end = result.ptr;
     if (result.ec != std::errc()) {
         // Longer than the buffer: a number of this size means nothing in any drawing.
-        text->append('0');
-        return;
+        *to = '0';
+        return to + 1;
     }
-    char *end = result.ptr;
     if (decimals > 0) {
         while (end[-1] == '0')
             --end;
         if (end[-1] == '.')
             --end;
     }
-    if (end - buffer == 2 && buffer[0] == '-' && buffer[1] == '0') {
-        text->append('0');
-        return;
+    if (end - to == 2 && to[0] == '-' && to[1] == '0') {
+        *to = '0';
+        return to + 1;
     }
-    text->append(buffer, static_cast<int>(end - buffer));
+    return end;
+}
+
+char *write(char *to, double value, int decimals)
+{
+    if (char *end = writeSixteenths(to, value, decimals))
+        return end;
+    if (char *end = writeRounded(to, value, decimals))
+        return end;
+    return writeAny(to, value, decimals);
+}
+
+} // namespace
+
+void appendNumber(std::string *text, double value, int decimals)
+{
+    char buffer[kLongest];
+    text->append(buffer, static_cast<std::size_t>(write(buffer, value, decimals) - buffer));
+}
+
+void appendWhole(std::string *text, qint64 value)
+{
+    char buffer[24];
+    const char *end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+    text->append(buffer, static_cast<std::size_t>(end - buffer));
 }
 
 QByteArray numberText(double value, int decimals)
 {
-    QByteArray text;
-    appendNumber(&text, value, decimals);
-    return text;
+    char buffer[kLongest];
+    return QByteArray(buffer, static_cast<int>(write(buffer, value, decimals) - buffer));
 }
 
 } // namespace ztrace

@@ -6,6 +6,8 @@
 
 #include <QByteArray>
 
+#include <string>
+
 namespace ztrace {
 
 // Decimals of numberText that stand for "as many as it takes to read the same number back".
@@ -13,7 +15,14 @@ const int kExactDecimals = -1;
 
 // Appends a finite number without exponent. With `decimals` it is rounded to so many places and
 // trailing zeros are left out. Zero has no sign.
-void appendNumber(QByteArray *text, double value, int decimals = kExactDecimals);
+void appendNumber(std::string *text, double value, int decimals = kExactDecimals);
+
+void appendWhole(std::string *text, qint64 value);
+
+inline std::string &operator+=(std::string &text, const QByteArray &more)
+{
+    return text.append(more.constData(), static_cast<std::size_t>(more.size()));
+}
 
 QByteArray numberText(double value, int decimals = kExactDecimals);
 

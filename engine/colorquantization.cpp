@@ -29,7 +29,7 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
         blur(static_cast<float>(ztrace::roundedToSingle(radius)),
              static_cast<float>(ztrace::roundedToSingle(option("blurdelta"))));
 
-    const bool possible = canHold(imageWidth, imageHeight);
+    const bool possible = sizesAreSound();
     plane->resize(possible ? imageWidth : 0, possible ? imageHeight : 0, currentPalette.size());
     const bool any = hasPixels();
     const ztrace::PixelView image = { reinterpret_cast<const signed char *>(imageData.constData()),

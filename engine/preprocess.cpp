@@ -17,6 +17,9 @@
 
 namespace {
 
+// 4 MB as a grid of indices.
+const int kMostCellsWithoutPixels = 1 << 20;
+
 // The formats whose scan lines are 32-bit words 0xAARRGGBB.
 bool hasColourWords(const QImage &image)
 {
@@ -46,15 +49,17 @@ const QRgb *wordsOf(const QImage &image, int y)
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
 }
 
-// One row as QImage::pixel gives it. The words of the two plain formats are what pixel() returns;
-// premultiplied ones are too where they are opaque.
+// One row as QImage::pixel gives it. The words of the two plain formats are what pixel() returns,
+// but for the alpha of Format_RGB32; premultiplied ones are too where they are opaque.
 void loadRow(const QImage &image, int y, char *row)
 {
     const int width = image.width();
     switch (image.format()) {
-    case QImage::Format_RGB32:
-        storeWords(wordsOf(image, y), 0xFF000000u, width, row);
+    case QImage::Format_RGB32: {
+        static const QRgb alwaysSet = ztrace::alwaysSetInRgb32();
+        storeWords(wordsOf(image, y), alwaysSet, width, row);
         break;
+    }
     case QImage::Format_ARGB32:
         storeWords(wordsOf(image, y), 0, width, row);
         break;
@@ -199,6 +204,15 @@ bool ZTraceBitmap::hasPixels() const
 {
     return imageWidth > 0 && imageHeight > 0
         && qint64(imageWidth) * imageHeight <= imageData.size() / 4;
+}
+
+// False where the sizes claim much and no pixels stand behind them. What a loader leaves is sound,
+// and so is a small grid without pixels.
+bool ZTraceBitmap::sizesAreSound() const
+{
+    return canHold(imageWidth, imageHeight)
+        && (hasPixels()
+            || (qint64(imageWidth) + 2) * (qint64(imageHeight) + 2) <= kMostCellsWithoutPixels);
 }
 
 void ZTraceBitmap::forgetImage()

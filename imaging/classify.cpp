@@ -6,10 +6,9 @@
 // most, and shaded illustrations have fewer edges than both.
 #include "classify.h"
 
+#include "Picture.h"
 #include "colourfeatures.h"
 #include "failure.h"
-#include "leptonica.h"
-#include "lighting.h"
 #include "scan.h"
 
 #include <algorithm>
@@ -52,9 +51,8 @@ struct Split
     double ink = 1.0; // share of the pixels
 };
 
-Split splitOf(const QImage &image)
+Split splitOf(const Histogram &counts)
 {
-    const Histogram counts = histogramOf(image);
     const int threshold = otsuThreshold(counts);
     Split split;
     split.uneven = unevenness(counts, threshold);
@@ -64,12 +62,37 @@ Split splitOf(const QImage &image)
 }
 
 // Nothing like ink on paper where the light is even anyway.
-Split splitInEvenLight(const QImage &image)
+Split splitInEvenLight(Picture *picture)
 {
-    if (!isUnevenlyLit(image))
+    if (!isUnevenlyLit(picture->tones()) || picture->evenlyLit().isNull())
         return Split();
-    const PixPtr page = evenlyLit(greyPixOf(image).get());
-    return page ? splitOf(imageOfPix(page.get())) : Split();
+    return splitOf(tonesOf(picture->evenlyLit()).counts);
+}
+
+// Whether an opaque grey picture of that many colours is ink on paper.
+std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
+{
+    if (colours <= 2)
+        return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
+    const Split split = splitOf(picture->tones().counts);
+    const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
+    const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
+    if (split.uneven < most && !inSteps)
+        return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
+    const Split even = inSteps ? Split() : splitInEvenLight(picture);
+    if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
+        return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
+    return std::nullopt;
+}
+
+// Whether a picture is grey lines on transparency.
+std::optional<Classification> asGreyLines(Picture *picture, double clear)
+{
+    const Split split = splitOf(picture->tones().counts);
+    if (split.uneven >= kTwoValued)
+        return std::nullopt;
+    return Classification { Kind::Logo,
+                            twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
 }
 
 // Shares of the pixels of an image.
@@ -92,34 +115,6 @@ struct Shares
     double edges = 0.0;
 };
 
-// By the lightnesses of a grey picture that is all but opaque.
-std::optional<Classification> kindOfGrey(const QImage &image, int colours)
-{
-    if (colours <= 2)
-        return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
-    const Split split = splitOf(image);
-    const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
-    const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
-    if (split.uneven < most && !inSteps)
-        return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
-    const Split even = inSteps ? Split() : splitInEvenLight(image);
-    if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
-        return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
-    return std::nullopt;
-}
-
-// Grey lines on transparency.
-std::optional<Classification> kindOfGreyOnClear(const QImage &image, double clear)
-{
-    QImage onWhite = image;
-    putOnPaper(&onWhite, 0xFFFFFFFFu);
-    const Split split = splitOf(onWhite);
-    if (split.uneven >= kTwoValued)
-        return std::nullopt;
-    return Classification { Kind::Logo,
-                            twoLightnesses(percent(clear) + " transparent, grey", split.uneven) };
-}
-
 // By colours and areas.
 Classification kindOfColours(const QSize &size, const Shares &shares, int colours)
 {
@@ -139,7 +134,7 @@ Classification kindOfColours(const QSize &size, const Shares &shares, int colour
     return { Kind::Photo, numbers + inEdges };
 }
 
-// The words of RGB32 serve as they are: no alpha but that of ARGB32 is looked at.
+// The words of RGB32 serve as they are.
 QImage withWords(const QImage &image)
 {
     if (image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_RGB32)
@@ -149,19 +144,23 @@ QImage withWords(const QImage &image)
 
 } // namespace
 
-Classification classify(const QImage &original)
+Classification classify(Picture *picture)
 {
-    const QImage image = withWords(original);
+    if (picture->isGrey()) {
+        if (const auto ink = asInkOnPaper(picture, picture->tones().lightnesses()))
+            return *ink;
+    }
+    const QImage image = withWords(picture->asImage());
     if (image.isNull())
         throwNoRoom();
     const ColourFeatures features = colourFeaturesOf(image);
     const Shares shares(features);
-    std::optional<Classification> grey;
-    if (shares.isGrey && shares.clear <= kClearShare)
-        grey = kindOfGrey(image, features.colours);
-    else if (shares.isGrey && shares.edges >= kLineEdges)
-        grey = kindOfGreyOnClear(image, shares.clear);
-    return grey ? *grey : kindOfColours(image.size(), shares, features.colours);
+    std::optional<Classification> found;
+    if (shares.isGrey && shares.clear <= kClearShare && !picture->isGrey())
+        found = asInkOnPaper(picture, features.colours);
+    else if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
+        found = asGreyLines(picture, shares.clear);
+    return found ? *found : kindOfColours(image.size(), shares, features.colours);
 }
 
 } // namespace ztrace

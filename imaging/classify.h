@@ -4,11 +4,11 @@
 #ifndef ZTRACE_IMAGING_CLASSIFY_H
 #define ZTRACE_IMAGING_CLASSIFY_H
 
-#include <QImage>
-
 #include <string>
 
 namespace ztrace {
+
+class Picture;
 
 enum class Kind { LineArt, Logo, Poster, Photo };
 
@@ -18,9 +18,9 @@ struct Classification
     std::string reason; // in a few words, with the numbers that decided
 };
 
-// Tells the kind of a picture by the number of colours, by how grey and how two-valued it is, by its
-// transparency, and by how much of it lies in flat areas.
-Classification classify(const QImage &image);
+// Tells the kind of a picture by the number of colours, by how grey and how two-valued it is, by
+// its transparency, and by how much of it lies in flat areas.
+Classification classify(Picture *picture);
 
 } // namespace ztrace
 

@@ -6,9 +6,9 @@
 
 #include <leptonica/allheaders.h>
 
-#include <QImage>
-
 #include <memory>
+
+#include "GreyPicture.h"
 
 namespace ztrace {
 
@@ -19,12 +19,14 @@ struct PixRelease
 
 typedef std::unique_ptr<PIX, PixRelease> PixPtr;
 
-// The lightness of an opaque image, 8 bits a pixel. The library prints nothing from then on. Throws
-// a Failure when it does not fit into memory.
-PixPtr greyPixOf(const QImage &image);
+// The library prints what goes wrong, from the first of its images on; it is told not to, once.
+void silenceLibrary();
 
-// RGB32 of an image of 8 bits a pixel, or of one bit with ink as ones. Throws as well.
-QImage imageOfPix(PIX *pix);
+// 8 bits a pixel. Throws a TraceError when it does not fit into memory.
+PixPtr greyPixOf(const GreyPicture &page);
+
+// Of an image of 8 bits a pixel, or of one bit with ink as ones. Throws as well.
+GreyPicture pageOfPix(PIX *pix);
 
 } // namespace ztrace
 

@@ -98,7 +98,7 @@ void appendMedianCut(const Sample &sample, int most, std::vector<QRgb> *colours)
 {
     if (sample.count == 0 || most <= 0)
         return;
-    setMsgSeverity(L_SEVERITY_NONE);
+    silenceLibrary();
     if (most == 1) {
         colours->push_back(meanColour(sample)); // the library makes two or more
         return;

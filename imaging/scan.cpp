@@ -1,11 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "scan.h"
 
+#include "Picture.h"
 #include "failure.h"
 #include "leptonica.h"
-#include "lighting.h"
-
-#include <QColor>
 
 #include <algorithm>
 
@@ -13,8 +11,7 @@ namespace ztrace {
 
 namespace {
 
-const int kNoInkBeyond = 127; // threshold of an image without any contrast
-const int kWindow = 25;       // half width, in pixels, of an adaptive threshold's window
+const int kWindow = 25; // half width, in pixels, of an adaptive threshold's window
 const int kLeastWindow = 3;
 const float kSauvola = 0.34f;  // contrast that ink must have; the method's usual value
 const int kLargestTile = 2000; // pixels; the method's sums are kept tile by tile
@@ -52,142 +49,81 @@ PixPtr withoutSpecks(PixPtr ink, int pixels)
     return ink;
 }
 
-} // namespace
-
-Histogram histogramOf(const QImage &image)
+// What is straight, or has no clear direction, stays as it is.
+void turnUpright(PixPtr *page, CleanPage *result)
 {
-    Histogram counts = {};
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            counts[static_cast<std::size_t>(QColor(image.pixel(x, y)).lightness())] += 1.0;
+    const int kUsualSearch = 0;
+    const float kClear = 3.0f; // the library's own limit
+    float angle = 0.0f;
+    float confidence = 0.0f;
+    PixPtr turned(pixFindSkewAndDeskew(page->get(), kUsualSearch, &angle, &confidence));
+    if (turned && turned.get() != page->get()) {
+        *page = std::move(turned);
+        result->angle = double(angle);
+    } else {
+        result->unclear = confidence < kClear;
     }
-    return counts;
 }
 
-int otsuThreshold(const QImage &image)
+// Black on white where a threshold has to be applied here: one for every part of the page, or
+// before specks can be removed. Null where it has not.
+PixPtr inkOf(PIX *page, const ScanPlan &plan, CleanPage *result)
 {
-    return otsuThreshold(histogramOf(image));
-}
-
-int otsuThreshold(const Histogram &counts)
-{
-    double total = 0.0;
-    double sum = 0.0;
-    for (std::size_t v = 0; v < counts.size(); ++v) {
-        total += counts[v];
-        sum += double(v) * counts[v];
-    }
-    double below = 0.0;
-    double sumBelow = 0.0;
-    double best = 0.0;
-    int first = kNoInkBeyond;
-    int last = kNoInkBeyond;
-    for (std::size_t v = 0; v < counts.size(); ++v) {
-        below += counts[v];
-        sumBelow += double(v) * counts[v];
-        const double above = total - below;
-        if (below == 0.0 || above == 0.0)
-            continue;
-        const double difference = sumBelow / below - (sum - sumBelow) / above;
-        const double variance = below * above * difference * difference;
-        if (variance > best) {
-            best = variance;
-            first = last = static_cast<int>(v);
-        } else if (variance == best && best > 0.0) {
-            last = static_cast<int>(v);
+    if (plan.threshold == Threshold::Adaptive) {
+        if (PixPtr ink = adaptiveInk(page)) {
+            result->wholePage = false;
+            return ink;
         }
     }
-    return (first + last) / 2;
+    result->threshold = plan.threshold == Threshold::Fixed
+        ? plan.fixedThreshold
+        : otsuThreshold(tonesOf(pageOfPix(page)).counts);
+    if (plan.despeckle == 0)
+        return PixPtr();
+    // The library counts what is darker than its threshold as ink.
+    PixPtr ink(pixThresholdToBinary(page, std::min(result->threshold + 1, 256)));
+    if (!ink)
+        throwNoRoom();
+    return ink;
 }
 
-double unevenness(const Histogram &counts, int threshold)
+void cleanByLibrary(const ScanPlan &plan, CleanPage *result)
 {
-    double pixels[2] = { 0.0, 0.0 };
-    double sums[2] = { 0.0, 0.0 };
-    double squares = 0.0;
-    for (int v = 0; v < 256; ++v) {
-        const double count = counts[static_cast<std::size_t>(v)];
-        pixels[v > threshold] += count;
-        sums[v > threshold] += v * count;
-        squares += double(v) * v * count;
-    }
-    const double total = pixels[0] + pixels[1];
-    const double mean = (sums[0] + sums[1]) / total;
-    const double variance = squares - total * mean * mean;
-    double within = squares;
-    for (int side = 0; side < 2; ++side) {
-        if (pixels[side] > 0.0)
-            within -= sums[side] * sums[side] / pixels[side];
-    }
-    return variance > 0.0 ? within / variance : 0.0;
-}
-
-void putOnPaper(QImage *image, QRgb paper)
-{
-    for (int y = 0; y < image->height(); ++y) {
-        QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
-        for (int x = 0; x < image->width(); ++x) {
-            const int alpha = qAlpha(words[x]);
-            const auto over = [alpha](int top, int bottom) {
-                return (top * alpha + bottom * (255 - alpha) + 127) / 255;
-            };
-            words[x]
-                = qRgb(over(qRed(words[x]), qRed(paper)), over(qGreen(words[x]), qGreen(paper)),
-                       over(qBlue(words[x]), qBlue(paper)));
-        }
-    }
-}
-
-CleanScan cleanScan(const QImage &image, const ScanPlan &plan, int *threshold)
-{
-    CleanScan result;
-    result.image = image;
-    result.evenedOut = plan.threshold == Threshold::Auto && isUnevenlyLit(image);
-    const bool untouched = !plan.deskew && plan.despeckle == 0 && !result.evenedOut
-        && plan.threshold != Threshold::Adaptive;
-    if (untouched) {
-        if (*threshold < 0)
-            *threshold = otsuThreshold(image);
-        return result;
-    }
-    PixPtr page = greyPixOf(image);
-    if (result.evenedOut) {
-        PixPtr even = evenlyLit(page.get());
-        result.evenedOut = static_cast<bool>(even);
-        if (even)
-            page = std::move(even);
-    }
-    if (plan.deskew) {
-        const int kUsualSearch = 0;
-        float angle = 0.0f;
-        float confidence = 0.0f;
-        PixPtr turned(pixFindSkewAndDeskew(page.get(), kUsualSearch, &angle, &confidence));
-        // What is straight, or has no clear direction, comes back as it is.
-        if (turned && turned.get() != page.get()) {
-            page = std::move(turned);
-            result.angle = double(angle);
-        } else {
-            const float kClear = 3.0f; // the library's own limit
-            result.unclear = confidence < kClear;
-        }
-    }
-    PixPtr ink;
-    if (plan.threshold == Threshold::Adaptive)
-        ink = adaptiveInk(page.get());
-    if (!ink) {
-        if (*threshold < 0)
-            *threshold = otsuThreshold(imageOfPix(page.get()));
-        if (plan.despeckle > 0) {
-            // The library counts what is darker than its threshold as ink.
-            ink.reset(pixThresholdToBinary(page.get(), std::min(*threshold + 1, 256)));
-            if (!ink)
-                throwNoRoom();
-        }
-    }
+    PixPtr pix = greyPixOf(result->page);
+    result->page = GreyPicture();
+    if (plan.deskew)
+        turnUpright(&pix, result);
+    PixPtr ink = inkOf(pix.get(), plan, result);
     if (ink && plan.despeckle > 0)
         ink = withoutSpecks(std::move(ink), plan.despeckle);
-    result.bilevel = static_cast<bool>(ink);
-    result.image = imageOfPix(ink ? ink.get() : page.get());
+    result->bilevel = static_cast<bool>(ink);
+    result->page = pageOfPix(ink ? ink.get() : pix.get());
+    result->tones = tonesOf(result->page);
+}
+
+} // namespace
+
+GreyPicture evenlyLit(const GreyPicture &page)
+{
+    const PixPtr pix = greyPixOf(page);
+    const PixPtr even(pixBackgroundNormSimple(pix.get(), nullptr, nullptr));
+    return even ? pageOfPix(even.get()) : GreyPicture();
+}
+
+CleanPage cleanPage(Picture picture, const ScanPlan &plan)
+{
+    CleanPage result;
+    const Tones tones = picture.tones();
+    result.evenedOut = plan.threshold == Threshold::Auto && isUnevenlyLit(tones)
+        && !picture.evenlyLit().isNull();
+    result.page = result.evenedOut ? picture.takeEvenlyLit() : picture.takeGrey();
+    if (plan.deskew || plan.despeckle > 0 || plan.threshold == Threshold::Adaptive) {
+        cleanByLibrary(plan, &result);
+        return result;
+    }
+    result.tones = result.evenedOut ? tonesOf(result.page) : tones;
+    result.threshold = plan.threshold == Threshold::Fixed ? plan.fixedThreshold
+                                                          : otsuThreshold(result.tones.counts);
     return result;
 }
 

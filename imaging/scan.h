@@ -1,14 +1,15 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Scanned pages: ink on paper, by an imaging library.
+// Scanned pages: ink on paper, by an imaging library where it has what is asked for.
 #ifndef ZTRACE_IMAGING_SCAN_H
 #define ZTRACE_IMAGING_SCAN_H
 
-#include <QImage>
-
-#include <array>
+#include "GreyPicture.h"
+#include "tones.h"
 
 namespace ztrace {
+
+class Picture;
 
 // Auto: for the whole page, after uneven light has been evened out.
 enum class Threshold { Auto, Otsu, Adaptive, Fixed };
@@ -22,37 +23,25 @@ struct ScanPlan
     int despeckle = 0;      // pixels: specks and pinholes up to this area go
 };
 
-// Numbers of pixels by lightness.
-typedef std::array<double, 256> Histogram;
-
-Histogram histogramOf(const QImage &image);
-
-// Lightness that separates ink from paper best: the threshold with the largest variance between
-// the classes, in the middle of those that are equally good. Source: N. Otsu, 1979. An image of one
-// lightness gives 127.
-int otsuThreshold(const Histogram &counts);
-int otsuThreshold(const QImage &image);
-
-// Part of the variance of the lightness that remains within ink and paper when they are split at
-// the threshold: 0 for two pure values, towards 1 for a picture without any split.
-double unevenness(const Histogram &counts, int threshold);
-
-// Puts a colour under what is not opaque in an ARGB32 image.
-void putOnPaper(QImage *image, QRgb paper);
-
-struct CleanScan
+struct CleanPage
 {
-    QImage image;           // RGB32, black on white when `bilevel`
-    bool bilevel = false;   // a threshold has been applied already
+    GreyPicture page;
+    Tones tones;            // of the page
+    int threshold = 127;    // what is at most this light is ink
+    bool bilevel = false;   // a threshold has been applied: the page is black on white
+    bool wholePage = true;  // the threshold holds for all of it
     bool evenedOut = false; // uneven light has been
     double angle = 0.0;     // degrees that the page was turned by
     bool unclear = false;   // no direction was found that it could be turned to
 };
 
-// Evens out uneven light, turns the page upright, applies an adaptive threshold and removes specks,
-// as the plan asks. `threshold` is used where specks are to be removed and the threshold is not
-// adaptive; negative: chosen after turning. The image must be opaque.
-CleanScan cleanScan(const QImage &image, const ScanPlan &plan, int *threshold);
+// Evens out uneven light, turns the page upright, chooses a threshold and removes specks, as the
+// plan asks. The picture is taken over, so that it does not use memory twice.
+CleanPage cleanPage(Picture picture, const ScanPlan &plan);
+
+// The page with paper of the same lightness everywhere: every pixel in relation to the paper around
+// it. Null where the page is too small for that.
+GreyPicture evenlyLit(const GreyPicture &page);
 
 } // namespace ztrace
 

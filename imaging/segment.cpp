@@ -4,7 +4,6 @@
 #include "colour.h"
 #include "ridges.h"
 
-#include <QColor>
 #include <QHash>
 
 #include <algorithm>
@@ -201,24 +200,6 @@ LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
             const int x = static_cast<int>(i % static_cast<std::size_t>(plane.width));
             plane.labels[i] = nearest(row(image, y)[x], colours);
         }
-    }
-    return plane;
-}
-
-uint16_t labelOfInk(QRgb word, int threshold)
-{
-    return QColor(word).lightness() > threshold;
-}
-
-LabelPlane inkAndPaper(const QImage &image, int threshold)
-{
-    LabelPlane plane = emptyPlane(image.size());
-    plane.colours = { 0xFF000000u, 0xFFFFFFFFu };
-    std::size_t i = 0;
-    for (int y = 0; y < plane.height; ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < plane.width; ++x)
-            plane.labels[i++] = labelOfInk(words[x], threshold);
     }
     return plane;
 }

@@ -17,12 +17,6 @@ namespace ztrace {
 // from the pixels around it, unless it is of exactly one of the colours.
 LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours);
 
-// Label 0 is ink, label 1 paper: what is at most as light as the threshold is ink, by the engine's
-// own rule.
-uint16_t labelOfInk(QRgb word, int threshold);
-
-// A label of ink or paper for every pixel. The image must be opaque.
-LabelPlane inkAndPaper(const QImage &image, int threshold);
 
 } // namespace ztrace
 

@@ -188,44 +188,10 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
     return double(plane.pixels()) <= kLarge && hasSoftEdges(image, plane) ? kUseful : 1;
 }
 
-void useMeanColours(const QImage &image, LabelPlane *plane)
-{
-    struct Sum
-    {
-        double count = 0.0;
-        double channels[3] = { 0.0, 0.0, 0.0 };
-    };
-    std::vector<Sum> sums(plane->colours.size());
-    std::size_t i = 0;
-    for (int y = 0; y < plane->height; ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < plane->width; ++x) {
-            Sum &sum = sums[plane->labels[i++]];
-            sum.count += 1.0;
-            sum.channels[0] += qRed(words[x]);
-            sum.channels[1] += qGreen(words[x]);
-            sum.channels[2] += qBlue(words[x]);
-        }
-    }
-    for (std::size_t k = 0; k < sums.size(); ++k) {
-        const auto mean = [&](int channel) {
-            return static_cast<int>(sums[k].channels[channel] / sums[k].count + 0.5);
-        };
-        if (sums[k].count > 0.0)
-            plane->colours[k] = qRgb(mean(0), mean(1), mean(2));
-    }
-}
-
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
     return refine(image, plane, factor,
                   [](const Choice &choice, QRgb word) { return choice.nearest(word); });
-}
-
-LabelPlane upsampledInk(const QImage &image, const LabelPlane &plane, int factor, int threshold)
-{
-    return refine(image, plane, factor,
-                  [threshold](const Choice &, QRgb word) { return labelOfInk(word, threshold); });
 }
 
 } // namespace ztrace

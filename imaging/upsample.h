@@ -22,16 +22,10 @@ bool hasSoftEdges(const QImage &image, const LabelPlane &plane);
 // `plane` holds the image's labels, one a pixel.
 int usefulUpsampling(const QImage &image, const LabelPlane &plane);
 
-// Gives every label the mean colour of its pixels, which must be opaque.
-void useMeanColours(const QImage &image, LabelPlane *plane);
-
 // The labels on a grid `factor` times as fine (1 to kMostUpsampling). Every part of a pixel chooses
 // among the labels of the pixel and its eight neighbours the one most similar to the colour
 // interpolated there.
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
-
-// The same for a plane of inkAndPaper: every part of a pixel is ink or paper by the threshold.
-LabelPlane upsampledInk(const QImage &image, const LabelPlane &plane, int factor, int threshold);
 
 } // namespace ztrace
 

@@ -1,7 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
-#include "imaging/components.h"
+#include "components.h"
+#include "containment.h"
 
 #include "ZSpline.h"
 
@@ -20,21 +21,24 @@ enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
 class Arranger
 {
 public:
-    Arranger(const LabelPlane &p, const std::vector<LabelOutline> &sources, std::vector<Outline> *o)
-        : plane(p), map(findRegions(p)), outlines(o)
+    Arranger(const Areas &areas, const std::vector<LabelOutline> &sources, std::vector<Outline> *o)
+        : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
     {
-        nesting = findNesting(plane, map);
-        rims = rimsOfRegions();
-        std::vector<int>().swap(map.regionOfPixel);
-        outlineOf.assign(map.regions.size(), kNone);
+        const Components components = findComponents(areas.runs, Connectivity::Corners);
+        neighbours = findNeighbours(areas.runs, components);
+        parent = findParents(components, neighbours);
+        regions = components.list;
+        outlineOf.assign(regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            const auto found = std::lower_bound(
-                map.regions.begin(), map.regions.end(), sources[i].firstPixel,
-                [](const Region &region, std::size_t pixel) { return region.firstPixel < pixel; });
-            if (found == map.regions.end() || found->firstPixel != sources[i].firstPixel)
+            const auto found
+                = std::lower_bound(regions.begin(), regions.end(), sources[i].firstPixel,
+                                   [](const Component &region, std::size_t pixel) {
+                                       return region.firstPixel < pixel;
+                                   });
+            if (found == regions.end() || found->firstPixel != sources[i].firstPixel)
                 continue;
-            regionOf[i] = static_cast<int>(found - map.regions.begin());
+            regionOf[i] = static_cast<int>(found - regions.begin());
             outlineOf[at(regionOf[i])] = static_cast<int>(i);
         }
     }
@@ -43,12 +47,11 @@ public:
     // that is not opaque either: that one is cut out of the rest already.
     void cutTransparent()
     {
-        for (std::size_t r = 0; r < map.regions.size(); ++r) {
+        for (std::size_t r = 0; r < regions.size(); ++r) {
             const int hole = outlineOf[r];
             if (hole == kNone || alphaOf(static_cast<int>(r)) == 255)
                 continue;
-            for (int around = nesting.parent[r]; around != kOutside;
-                 around = nesting.parent[at(around)]) {
+            for (int around = parent[r]; around != kInNothing; around = parent[at(around)]) {
                 const int alpha = alphaOf(around);
                 if (alpha == 0)
                     break;
@@ -64,11 +67,11 @@ public:
     // another.
     void cutAll()
     {
-        for (std::size_t r = 0; r < map.regions.size(); ++r) {
-            int around = nesting.parent[r];
-            while (around != kOutside && outlineOf[at(around)] == kNone)
-                around = nesting.parent[at(around)];
-            if (outlineOf[r] != kNone && around != kOutside)
+        for (std::size_t r = 0; r < regions.size(); ++r) {
+            int around = parent[r];
+            while (around != kInNothing && outlineOf[at(around)] == kNone)
+                around = parent[at(around)];
+            if (outlineOf[r] != kNone && around != kInNothing)
                 (*outlines)[at(outlineOf[at(around)])].holes.push_back(outlineOf[r]);
         }
     }
@@ -76,11 +79,11 @@ public:
     // The colour that most pixels have.
     QRgb commonestColour() const
     {
-        std::vector<std::size_t> areas(plane.colours.size(), 0);
-        for (const Region &region : map.regions)
+        std::vector<std::size_t> areas(colours.size(), 0);
+        for (const Component &region : regions)
             areas[at(region.label)] += region.area;
-        return plane.colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
-                                                      - areas.begin())];
+        return colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
+                                                - areas.begin())];
     }
 
     // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
@@ -92,12 +95,12 @@ public:
     {
         const std::vector<int> places = placesInPainting(drawing, apart);
         const std::vector<bool> touchesClear = findBesideClear();
-        std::vector<bool> isStroked(map.regions.size(), false);
-        std::vector<bool> isAbove(map.regions.size(), false);
-        for (const auto &pair : nesting.neighbours) {
+        std::vector<bool> isStroked(regions.size(), false);
+        std::vector<bool> isAbove(regions.size(), false);
+        for (const auto &pair : neighbours) {
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
-            const bool nested = nesting.parent[b] == pair.first;
+            const bool nested = parent[b] == pair.first;
             const bool onGround
                 = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
             if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
@@ -110,21 +113,21 @@ public:
             isAbove[above] = true;
         }
         const bool hasGround = qAlpha(drawing.ground) != 0;
-        const double width = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
+        const double usual = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
                 continue;
             const std::size_t region = at(regionOf[i]);
-            const int around = nesting.parent[region];
-            const bool onOpaque = !apart && around != kOutside && alphaOf(around) == 255;
+            const int around = parent[region];
+            const bool onOpaque = !apart && around != kInNothing && alphaOf(around) == 255;
             if (isStroked[region] && onOpaque)
                 (*outlines)[i].seam = kSeamWidthOnOpaque;
             else if (isStroked[region])
                 (*outlines)[i].seam
-                    = touchesClear[region] ? std::min(width, kSeamWidthBesideClear) : width;
+                    = touchesClear[region] ? std::min(usual, kSeamWidthBesideClear) : usual;
             else if (apart && !hasGround && isAbove[region])
                 (*outlines)[i].seam = kSeamWidthApart;
-            else if (!hasGround && (around == kOutside || alphaOf(around) < 255))
+            else if (!hasGround && (around == kInNothing || alphaOf(around) < 255))
                 (*outlines)[i].seam = kSeamWidthAtRim;
         }
     }
@@ -133,26 +136,26 @@ public:
     // runs along half of its rim. Returns whether there was one.
     bool dropFrame()
     {
-        const std::size_t rim = 2 * static_cast<std::size_t>(plane.width + plane.height);
+        const std::size_t rim = 2 * static_cast<std::size_t>(width + height);
         std::vector<bool> keep(regionOf.size(), true);
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone)
                 continue;
-            const Region &region = map.regions[at(regionOf[i])];
-            keep[i] = region.left > 0 || region.top > 0 || region.right < plane.width - 1
-                || region.bottom < plane.height - 1 || 2 * rims[at(regionOf[i])] < rim;
+            const Component &region = regions[at(regionOf[i])];
+            keep[i] = region.left > 0 || region.top > 0 || region.right < width - 1
+                || region.bottom < height - 1 || 2 * std::size_t(region.rim) < rim;
         }
         retain(keep);
         return std::find(keep.begin(), keep.end(), false) != keep.end();
     }
 
     // Outlines of other colours go, but for the holes of those that stay.
-    void keepColours(const std::vector<QRgb> &colours)
+    void keepColours(const std::vector<QRgb> &wanted)
     {
-        const auto isWanted = [&colours](const Outline &outline) {
+        const auto isWanted = [&wanted](const Outline &outline) {
             return qAlpha(outline.colour) != 0
-                && std::find(colours.begin(), colours.end(), outline.colour | 0xFF000000u)
-                != colours.end();
+                && std::find(wanted.begin(), wanted.end(), outline.colour | 0xFF000000u)
+                != wanted.end();
         };
         std::vector<bool> keep(outlines->size(), false);
         for (std::size_t i = 0; i < outlines->size(); ++i)
@@ -182,9 +185,9 @@ public:
         for (std::size_t i = 0; i < outlines->size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
                 continue;
-            const int around = nesting.parent[at(regionOf[i])];
+            const int around = parent[at(regionOf[i])];
             // Ringed by several areas it lies in what is transparent, and is the hole of none.
-            const bool inNothing = around == kOutside || alphaOf(around) == 0;
+            const bool inNothing = around == kInNothing || alphaOf(around) == 0;
             const int owner = inNothing ? kNone : outlineOf[at(around)];
             keep[i] = owner != kNone;
             if (!keep[i])
@@ -198,29 +201,10 @@ public:
 private:
     static std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
-    // Pixel edges of every region along the rim of the image.
-    std::vector<std::size_t> rimsOfRegions() const
-    {
-        std::vector<std::size_t> counts(map.regions.size(), 0);
-        const auto count = [&](int x, int y) {
-            const std::size_t pixel = at(y) * at(plane.width) + at(x);
-            ++counts[at(map.regionOfPixel[pixel])];
-        };
-        for (int x = 0; x < plane.width; ++x) {
-            count(x, 0);
-            count(x, plane.height - 1);
-        }
-        for (int y = 0; y < plane.height; ++y) {
-            count(0, y);
-            count(plane.width - 1, y);
-        }
-        return counts;
-    }
-
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
-        std::vector<int> places(map.regions.size(), kNone);
+        std::vector<int> places(regions.size(), kNone);
         int place = 0;
         const QStringList layers = byLayer ? drawing.layers() : QStringList(QString());
         for (const QString &layer : layers) {
@@ -234,8 +218,8 @@ private:
 
     std::vector<bool> findBesideClear() const
     {
-        std::vector<bool> besideClear(map.regions.size(), false);
-        for (const auto &pair : nesting.neighbours) {
+        std::vector<bool> besideClear(regions.size(), false);
+        for (const auto &pair : neighbours) {
             if (alphaOf(pair.second) < 255)
                 besideClear[at(pair.first)] = true;
             if (alphaOf(pair.first) < 255)
@@ -244,7 +228,7 @@ private:
         return besideClear;
     }
 
-    QRgb colourOf(int region) const { return plane.colours[at(map.regions[at(region)].label)]; }
+    QRgb colourOf(int region) const { return colours[at(regions[at(region)].label)]; }
 
     int alphaOf(int region) const { return qAlpha(colourOf(region)); }
 
@@ -273,13 +257,15 @@ private:
         }
     }
 
-    const LabelPlane &plane;
-    RegionMap map;
-    Nesting nesting;
+    const std::vector<QRgb> &colours;
+    int width; // of the grid
+    int height;
+    std::vector<Component> regions;
+    std::vector<Neighbours> neighbours;
+    std::vector<int> parent; // of every region
     std::vector<Outline> *outlines;
-    std::vector<std::size_t> rims; // of every region
-    std::vector<int> outlineOf;    // of every region
-    std::vector<int> regionOf;     // of every outline
+    std::vector<int> outlineOf; // of every region
+    std::vector<int> regionOf;  // of every outline
 };
 
 // From the grid, y downwards, to the drawing.
@@ -318,16 +304,15 @@ ZPolyline shapeOf(const Segment *segments, std::size_t count, const ToDrawing &t
     return shape;
 }
 
-std::vector<Outline> outlinesOf(const TracedLabels &traced, const LabelPlane &plane,
-                                int upsampling)
+std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
 {
-    const ToDrawing toDrawing(plane.height, upsampling);
+    const ToDrawing toDrawing(areas.runs.height, upsampling);
     std::vector<Outline> outlines;
     outlines.reserve(traced.outlines.size());
     for (const LabelOutline &source : traced.outlines) {
         Outline outline;
         outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
-        outline.colour = plane.colours[static_cast<std::size_t>(source.label)];
+        outline.colour = areas.colours[static_cast<std::size_t>(source.label)];
         outline.layer = layerOfColour(outline.colour);
         outlines.push_back(outline);
     }
@@ -343,38 +328,38 @@ QString layerOfColour(QRgb colour)
     return QLatin1String("COLOR_") + QString::fromLatin1(colourName(colour).mid(1).toUpper());
 }
 
-Drawing compose(const TracedLabels &traced, const LabelPlane &plane, int upsampling,
-                Painting painting, const Composition &composition)
+Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition)
 {
     Drawing drawing;
-    drawing.width = plane.width / upsampling;
-    drawing.height = plane.height / upsampling;
-    drawing.outlines = outlinesOf(traced, plane, upsampling);
+    drawing.width = areas.runs.width / upsampling;
+    drawing.height = areas.runs.height / upsampling;
+    drawing.outlines = outlinesOf(traced, areas, upsampling);
     if (drawing.outlines.empty())
         return drawing;
-    const bool opaque = std::all_of(plane.colours.begin(), plane.colours.end(),
+    const bool opaque = std::all_of(areas.colours.begin(), areas.colours.end(),
                                     [](QRgb colour) { return qAlpha(colour) == 255; });
     const bool whole = composition.onlyColours.empty();
     const bool apart = composition.byLayer || !whole;
-    const bool areas = painting == Painting::Areas;
+    const bool coloured = painting == Painting::Areas;
     if (opaque && painting == Painting::InkOnPaper && whole)
-        drawing.ground = *std::max_element(plane.colours.begin(), plane.colours.end(),
+        drawing.ground = *std::max_element(areas.colours.begin(), areas.colours.end(),
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
-    if (opaque && !areas && !apart && composition.frame)
+    if (opaque && !coloured && !apart && composition.frame)
         return drawing;
-    Arranger arranger(plane, traced.outlines, &drawing.outlines);
+    Arranger arranger(areas, traced.outlines, &drawing.outlines);
     if (apart)
         arranger.cutAll();
     else
         arranger.cutTransparent();
-    if (opaque && areas && whole)
+    if (opaque && coloured && whole)
         drawing.ground = arranger.commonestColour();
     if (!composition.transparent)
         arranger.dropTransparent();
     // What is left of the paper would lie on the ground, which is the page as well.
     if (!composition.frame && arranger.dropFrame())
         drawing.ground = 0;
-    if (composition.trapping && (areas || composition.byLayer))
+    if (composition.trapping && (coloured || composition.byLayer))
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);

@@ -6,7 +6,7 @@
 
 #include "drawing/Drawing.h"
 #include "engine/labels.h"
-#include "imaging/LabelPlane.h"
+#include "Areas.h"
 #include "plan.h"
 
 namespace ztrace {
@@ -33,13 +33,13 @@ enum class Painting {
     AsTheyAre   // the engine's own outlines
 };
 
-// Makes a drawing of outlines. `plane` holds the labels that they were traced in, on a grid
-// `upsampling` times as fine as the pixels of the picture, which the drawing is measured in. Painted
-// in order, the outlines give the picture back: later ones lie over earlier ones. What is not opaque
-// is cut out of everything that it would be painted over by. Fully transparent outlines stay only
-// as such holes, unless they are asked for.
-Drawing compose(const TracedLabels &traced, const LabelPlane &plane, int upsampling,
-                Painting painting, const Composition &composition);
+// Makes a drawing of outlines. `areas` are what they were traced in, on a grid
+// `upsampling` times as fine as the pixels of the picture, which the drawing is measured in.
+// Painted in order, the outlines give the picture back: later ones lie over earlier ones. What is
+// not opaque is cut out of everything that it would be painted over by. Fully transparent outlines
+// stay only as such holes, unless they are asked for.
+Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition);
 
 // The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.
 QString layerOfColour(QRgb colour);

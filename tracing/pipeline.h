@@ -4,12 +4,10 @@
 #ifndef ZTRACE_TRACING_PIPELINE_H
 #define ZTRACE_TRACING_PIPELINE_H
 
-#include <QImage>
-
-#include <functional>
-
+#include "imaging/Picture.h"
 #include "plan.h"
 #include "report.h"
+#include "stages.h"
 
 namespace ztrace {
 
@@ -19,13 +17,10 @@ struct TraceResult
     TraceReport report;
 };
 
-// Called with a few words when a stage begins.
-typedef std::function<void(const char *)> StageSink;
-
 // Seeds the engine's random numbers and traces the picture as the plan says. The picture is taken
 // over, so that it does not use memory twice. Throws a TraceError where memory cannot hold what the
 // plan asks for, and std::bad_alloc.
-TraceResult traceImage(QImage picture, const TracePlan &plan,
+TraceResult traceImage(Picture picture, const TracePlan &plan,
                        const StageSink &announce = StageSink());
 
 } // namespace ztrace

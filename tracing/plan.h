@@ -46,7 +46,7 @@ struct Flat
 // A palette chosen for the picture, refined by the engine.
 struct Blend
 {
-    int colours = 0; // at most; below 1 the engine makes what it makes
+    int colours = 0;             // at most; below 1 the engine makes what it makes
     bool chosenByEngine = false; // the engine starts from a palette of its own
     EngineOptions engine;
 };
@@ -68,8 +68,9 @@ struct Geometry
     double lineToleranceFiner = 0.5;
     double curveTolerance = 1.0;
     double curveToleranceFiner = 0.5;
-    double leastBorder = 8.0; // areas with fewer pixel edges go to their neighbours, or are left out
-    int upsampling = 0;       // how many times finer than pixels the grid is; 0: as is useful
+    double leastBorder
+        = 8.0;          // areas with fewer pixel edges go to their neighbours, or are left out
+    int upsampling = 0; // how many times finer than pixels the grid is; 0: as is useful
 
     // Areas a pixel wide that are similar to a neighbour are fringes of soft edges and go to it.
     bool fringes = false;
@@ -81,10 +82,10 @@ struct Geometry
 // What becomes of the outlines.
 struct Composition
 {
-    bool byLayer = false;     // every area is cut out of what lies around it
-    bool trapping = true;     // strokes close the hairlines between neighbours
-    bool frame = true;        // the outline of the page itself stays
-    bool transparent = false; // fully transparent areas have outlines of their own
+    bool byLayer = false;          // every area is cut out of what lies around it
+    bool trapping = true;          // strokes close the hairlines between neighbours
+    bool frame = true;             // the outline of the page itself stays
+    bool transparent = false;      // fully transparent areas have outlines of their own
     std::vector<QRgb> onlyColours; // nothing but these, when not empty
 };
 

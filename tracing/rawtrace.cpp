@@ -26,19 +26,17 @@ std::vector<QRgb> coloursOf(const ZTraceBitmap &engine)
     return colours;
 }
 
-LabelPlane planeOf(const IndexedImage &indexed)
+Runs runsOf(const IndexedImage &indexed)
 {
-    LabelPlane plane;
-    plane.width = indexed.width;
-    plane.height = indexed.height;
-    plane.labels.reserve(static_cast<std::size_t>(plane.width)
-                         * static_cast<std::size_t>(plane.height));
-    for (int y = 1; y <= plane.height; ++y) {
+    RunScanner scanner(indexed.width, indexed.height);
+    std::vector<uint16_t> labels(static_cast<std::size_t>(indexed.width));
+    for (int y = 1; y <= indexed.height; ++y) {
         const QVector<int> &row = indexed.indices.at(y);
-        for (int x = 1; x <= plane.width; ++x)
-            plane.labels.push_back(static_cast<uint16_t>(row.at(x)));
+        for (std::size_t x = 0; x < labels.size(); ++x)
+            labels[x] = static_cast<uint16_t>(row.at(static_cast<int>(x) + 1));
+        scanner.addRow(labels.data());
     }
-    return plane;
+    return scanner.take();
 }
 
 // The outlines of all layers in the order of their first pixels, which is that of getPolylines.
@@ -100,8 +98,8 @@ RawTrace rawTrace(QImage picture, const EngineOptions &options)
         result.options.insert({ it.key().toStdString(), it.value() });
     result.traced = tracedIn(engine.indexedImage);
     engine.indexedImage.tracedLayers.clear();
-    result.plane = planeOf(engine.indexedImage);
-    result.plane.colours = coloursOf(engine);
+    result.areas.runs = runsOf(engine.indexedImage);
+    result.areas.colours = coloursOf(engine);
     return result;
 }
 

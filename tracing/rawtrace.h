@@ -7,7 +7,7 @@
 #include <QImage>
 
 #include "engine/labels.h"
-#include "imaging/LabelPlane.h"
+#include "Areas.h"
 #include "plan.h"
 
 namespace ztrace {
@@ -15,7 +15,7 @@ namespace ztrace {
 struct RawTrace
 {
     TracedLabels traced;
-    LabelPlane plane;      // the engine's indices, and the colours of its palette
+    Areas areas;           // of the engine's indices, in the colours of its palette
     EngineOptions options; // all twelve
 };
 

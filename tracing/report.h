@@ -23,7 +23,7 @@ enum class Remark {
 
 struct TraceReport
 {
-    std::vector<QRgb> palette; // colours in use, each once
+    std::vector<QRgb> palette;                           // colours in use, each once
     std::vector<std::pair<std::string, double>> seconds; // stages and their times, in order
     EngineOptions engine;   // the options that the areas and outlines came from
     int threshold = -1;     // ink only; -1: none for the whole page

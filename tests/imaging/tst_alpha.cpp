@@ -3,7 +3,6 @@
 // Transparency settled: what is rounded, which levels stay, and that opaque images stay untouched.
 #include "imaging/alpha.h"
 #include "imaging/palette.h"
-#include "support/Pictures.h"
 
 #include <QImage>
 #include <QtTest>

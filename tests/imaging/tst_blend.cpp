@@ -6,7 +6,7 @@
 #include "imaging/blend.h"
 #include "imaging/failure.h"
 #include "support/Messages.h"
-#include "support/Pictures.h"
+#include "RandomImages.h"
 
 #include <QImage>
 #include <QtTest>
@@ -15,6 +15,7 @@
 #include <set>
 
 using namespace ztrace;
+using namespace randomimages;
 
 namespace {
 
@@ -90,7 +91,7 @@ private slots:
     {
         Random random(testSeed());
         for (int i = 0; i < 300; ++i) {
-            const QImage image = randomPicture(random, 40).toImage();
+            const QImage image = randomImage(random, 40);
             const double starts[] = { 2, 5, 17, 300 };
             Options options = kPlain;
             options["numberofcolors"] = starts[random.below(4)];
@@ -158,7 +159,7 @@ private slots:
     {
         Random random(testSeed() + 1);
         for (int i = 0; i < 100; ++i) {
-            const QImage image = randomPicture(random, 40).toImage();
+            const QImage image = randomImage(random, 40);
             Options options = kPlain;
             options["monochrome"] = 1;
             options["alphathreshold"] = 255;

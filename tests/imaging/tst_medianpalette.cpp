@@ -4,7 +4,7 @@
 // n-th row and column in rows of 1024, the last filled up from the start, the rarest colours left
 // out. ZTRACE_TEST_SEED in the environment takes another seed.
 #include "imaging/palette.h"
-#include "support/Pictures.h"
+#include "RandomImages.h"
 
 #include <leptonica/allheaders.h>
 
@@ -14,6 +14,7 @@
 #include <algorithm>
 
 using namespace ztrace;
+using namespace randomimages;
 
 namespace {
 

@@ -6,7 +6,6 @@
 #include "imaging/segment.h"
 #include "imaging/ridges.h"
 #include "imaging/resolution.h"
-#include "imaging/scan.h"
 
 #include <QTest>
 
@@ -28,15 +27,6 @@ QImage softEdge(QRgb left, QRgb right, QRgb between)
     return image;
 }
 
-QImage greys(std::initializer_list<int> values)
-{
-    QImage image(static_cast<int>(values.size()), 1, QImage::Format_ARGB32);
-    int x = 0;
-    for (int value : values)
-        image.setPixel(x++, 0, qRgb(value, value, value));
-    return image;
-}
-
 } // namespace
 
 class tst_Segment : public QObject
@@ -44,18 +34,6 @@ class tst_Segment : public QObject
     Q_OBJECT
 
 private slots:
-    void otsuTakesTheMiddleOfTheGap()
-    {
-        QCOMPARE(otsuThreshold(greys({ 0, 0, 0, 255, 255 })), 127);
-        QCOMPARE(otsuThreshold(greys({ 10, 20, 200, 210 })), (20 + 199) / 2);
-    }
-
-    void otsuOfOneLightness()
-    {
-        QCOMPARE(otsuThreshold(greys({ 255, 255 })), 127);
-        QCOMPARE(otsuThreshold(greys({ 0 })), 127);
-    }
-
     void flatColoursAreExactAndEdgesLeaveNone()
     {
         const QImage image = softEdge(kRed, kBlue, 0xFF802080u);

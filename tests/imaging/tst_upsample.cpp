@@ -1,7 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Labels on a grid finer than pixels.
-#include "imaging/segment.h"
 #include "imaging/upsample.h"
 
 #include <QTest>
@@ -28,7 +27,15 @@ QImage edgeAt(double edge, int width = 12, int height = 6)
 
 LabelPlane blackAndWhite(const QImage &image)
 {
-    return inkAndPaper(image, 127);
+    LabelPlane plane;
+    plane.width = image.width();
+    plane.height = image.height();
+    plane.colours = { kBlack, kWhite };
+    for (int y = 0; y < plane.height; ++y) {
+        for (int x = 0; x < plane.width; ++x)
+            plane.labels.push_back(qGray(image.pixel(x, y)) > 127);
+    }
+    return plane;
 }
 
 int blackInRow(const LabelPlane &plane, int y)
@@ -106,7 +113,6 @@ private slots:
         const QImage image = edgeAt(4.3);
         const LabelPlane plane = blackAndWhite(image);
         QCOMPARE(upsampled(image, plane, 1).labels, plane.labels);
-        QCOMPARE(upsampledInk(image, plane, 1, 127).labels, plane.labels);
     }
 
     void whatIsTransparentHasNoHue()
@@ -146,17 +152,6 @@ private slots:
                  std::ptrdiff_t(36));
     }
 
-    // The eye of a letter, a light pixel among dark ones, is not closed.
-    void narrowPeaksKeepTheirHeight()
-    {
-        QImage image(7, 7, QImage::Format_ARGB32);
-        image.fill(qRgb(40, 40, 40));
-        image.setPixel(3, 3, qRgb(180, 180, 180));
-        const LabelPlane fine = upsampledInk(image, inkAndPaper(image, 127), 2, 127);
-        QCOMPARE(std::count(fine.labels.begin(), fine.labels.end(), uint16_t(1)),
-                 std::ptrdiff_t(4));
-    }
-
     void onlySoftEdgesAreWorthIt()
     {
         const QImage soft = edgeAt(4.5);
@@ -172,15 +167,6 @@ private slots:
     {
         const QImage image = edgeAt(4.5, 12, 250000);
         QCOMPARE(usefulUpsampling(image, blackAndWhite(image)), 1);
-    }
-
-    void meanColours()
-    {
-        const QImage image = edgeAt(1.5, 2, 1); // 0 and 128
-        LabelPlane plane = blackAndWhite(image);
-        useMeanColours(image, &plane);
-        QCOMPARE(plane.colours[0], qRgb(0, 0, 0));
-        QCOMPARE(plane.colours[1], qRgb(128, 128, 128));
     }
 };
 

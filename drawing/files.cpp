@@ -1,0 +1,219 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "files.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace ztrace {
+
+namespace {
+
+const char kStandardOutput[] = "-";
+
+QByteArray folderOf(const QByteArray &path)
+{
+    const int slash = path.lastIndexOf('/');
+    return slash < 0 ? QByteArray(".") : path.left(slash + 1);
+}
+
+// The path without symbolic links; empty, with errno, when there is no such file or folder.
+QByteArray canonical(const QByteArray &path)
+{
+    char *resolved = ::realpath(path.constData(), nullptr);
+    if (!resolved)
+        return QByteArray();
+    const QByteArray result(resolved);
+    std::free(resolved);
+    return result;
+}
+
+// Where a file that is not there yet will be: at the end of its links, in a folder that is there.
+int placeOfNewFile(QByteArray path, QByteArray *place)
+{
+    const int kMostLinks = 40; // as the system has it
+    char link[PATH_MAX];
+    for (int i = 0; i < kMostLinks; ++i) {
+        const ssize_t length = ::readlink(path.constData(), link, sizeof link);
+        if (length < 0) {
+            if (errno != ENOENT && errno != EINVAL)
+                return errno;
+            const QByteArray folder = canonical(folderOf(path));
+            if (folder.isEmpty())
+                return errno;
+            *place = (folder.endsWith('/') ? folder : folder + '/')
+                + path.mid(path.lastIndexOf('/') + 1);
+            return 0;
+        }
+        const QByteArray next(link, static_cast<int>(length));
+        path = next.startsWith('/') ? next : folderOf(path) + '/' + next;
+    }
+    return ELOOP;
+}
+
+// A protected file is not replaced, and in a sticky folder no file of somebody else, which would
+// only be seen when its new contents are there.
+int whyNotReplaced(const Target &target)
+{
+    if (::faccessat(AT_FDCWD, target.path.constData(), W_OK, AT_EACCESS) != 0)
+        return errno;
+    struct stat folder;
+    if (::stat(target.folder().constData(), &folder) != 0)
+        return errno;
+    const uid_t self = ::geteuid();
+    const bool isOthers = self != 0 && target.info.st_uid != self && folder.st_uid != self;
+    return isOthers && (folder.st_mode & S_ISVTX) ? EPERM : 0;
+}
+
+int lookUpFile(const QByteArray &name, Target *target)
+{
+    if (::stat(name.constData(), &target->info) == 0) {
+        target->exists = true;
+        target->path = canonical(name);
+        return target->path.isEmpty() ? errno : 0;
+    }
+    return errno == ENOENT ? placeOfNewFile(name, &target->path) : errno;
+}
+
+} // namespace
+
+Descriptor &Descriptor::operator=(Descriptor &&other) noexcept
+{
+    std::swap(fd, other.fd);
+    return *this;
+}
+
+Descriptor::~Descriptor()
+{
+    if (fd >= 0)
+        ::close(fd);
+}
+
+bool isStreamMode(mode_t mode)
+{
+    return S_ISCHR(mode) || S_ISBLK(mode) || S_ISFIFO(mode) || S_ISSOCK(mode);
+}
+
+QString reasonText(int error)
+{
+    if (error == ELOOP)
+        return QString::fromLatin1("its symbolic links lead in a circle");
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+bool lookUp(const QString &fileName, Target *target, QString *error)
+{
+    if (fileName == QLatin1String(kStandardOutput)) {
+        target->kind = Target::StandardOutput;
+        return true;
+    }
+    int failure = lookUpFile(QFile::encodeName(fileName), target);
+    if (failure == 0 && target->exists && S_ISDIR(target->info.st_mode)) {
+        *error = QString::fromLatin1("it is a folder");
+        return false;
+    }
+    if (failure == 0 && target->exists && isStreamMode(target->info.st_mode)) {
+        target->kind = Target::Stream;
+        return true;
+    }
+    if (failure == 0 && target->exists)
+        failure = whyNotReplaced(*target);
+    if (failure == 0)
+        return true;
+    *error = reasonText(failure);
+    return false;
+}
+
+int writeAll(int fd, const char *data, qint64 size)
+{
+    while (size > 0) {
+        const ssize_t taken = ::write(fd, data, static_cast<std::size_t>(size));
+        if (taken > 0) {
+            data += taken;
+            size -= taken;
+        } else if (taken == 0) {
+            return ENOSPC;
+        } else if (errno == EAGAIN) {
+            pollfd room = { fd, POLLOUT, 0 };
+            if (::poll(&room, 1, -1) < 0 && errno != EINTR)
+                return errno;
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+int syncContents(int fd)
+{
+    while (::fsync(fd) != 0) {
+        if (errno == EINVAL || errno == ENOTSUP)
+            break;
+        if (errno != EINTR)
+            return errno;
+    }
+    // Network file systems tell of the last errors when a file is closed, which has to be before
+    // it gets its name.
+    const int second = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (second < 0)
+        return errno;
+    return ::close(second) == 0 || errno == EINTR ? 0 : errno;
+}
+
+mode_t modeOfNewFile(const Target &target)
+{
+    return target.exists ? S_IRUSR | S_IWUSR : 0666;
+}
+
+int openUnnamed(const Target &target, Descriptor *file)
+{
+    const int fd = ::open(target.folder().constData(), O_TMPFILE | O_RDWR | O_CLOEXEC,
+                          modeOfNewFile(target));
+    if (fd >= 0) {
+        *file = Descriptor(fd);
+        return 0;
+    }
+    // What file systems, and kernels, that know of no such files say.
+    const bool isUnknown
+        = errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL || errno == ENOSYS;
+    return isUnknown ? 0 : errno;
+}
+
+void keepRights(int fd, const struct stat &old)
+{
+    struct stat own;
+    if (::fstat(fd, &own) != 0)
+        return;
+    const bool sameOwner = own.st_uid == old.st_uid || ::fchown(fd, old.st_uid, gid_t(-1)) == 0;
+    const bool sameGroup = own.st_gid == old.st_gid || ::fchown(fd, uid_t(-1), old.st_gid) == 0;
+    mode_t mode = old.st_mode & (sameOwner && sameGroup ? 07777 : 0777);
+    if (!sameGroup)
+        mode = (mode & ~mode_t(S_IRWXG)) | (mode & ((mode & S_IRWXO) << 3));
+    if (mode != (own.st_mode & 07777))
+        ::fchmod(fd, mode);
+}
+
+qint64 Spool::writeData(const char *data, qint64 size)
+{
+    if (fd < 0) {
+        if (size > std::numeric_limits<int>::max() - memory->size() - 64)
+            error = EFBIG;
+        else
+            memory->append(data, static_cast<int>(size));
+    } else if (error == 0) {
+        error = writeAll(fd, data, size);
+    }
+    if (error != 0)
+        setErrorString(reasonText(error));
+    return error == 0 ? size : -1;
+}
+
+} // namespace ztrace

@@ -1,0 +1,316 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Time and memory are of the order of the text, and so is what any writer makes of the drawing:
+// the bounds below see to that.
+#include "json.h"
+
+#include "ZSpline.h"
+
+#include <QColor>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cmath>
+#include <limits>
+
+namespace ztrace {
+
+namespace {
+
+const double kLargestSize = 2147483647.0;
+const int kHighestDegree = 3; // the cost of a point grows with the square of the degree
+
+// An outline may be cut out of several that lie around each other, and is written with each of
+// them. Pieces that are written so, for each piece of the drawing: drawings of ours have at most a
+// handful. Below the second number nobody cares.
+const qint64 kMostCutPieces = 64;
+const qint64 kFreeCutPieces = 100000;
+
+// Of the drawing itself; all others say how it came about.
+const char *const kOwnMembers[]
+    = { "format", "version", "width", "height", "dpi", "unit", "ground", "outlines" };
+
+// Unwinds to readJson.
+struct Refusal
+{
+    QString reason;
+};
+
+[[noreturn]] void refuse(const QString &reason)
+{
+    throw Refusal { reason };
+}
+
+[[noreturn]] void refuse(const char *reason)
+{
+    refuse(QString::fromLatin1(reason));
+}
+
+QJsonValue member(const QJsonObject &object, const char *name)
+{
+    return object.value(QLatin1String(name));
+}
+
+int wholeNumber(const QJsonValue &value, double least, double most, const char *what)
+{
+    const double number = value.toDouble(std::numeric_limits<double>::quiet_NaN());
+    if (!(number >= least && number <= most && number == std::floor(number))) {
+        refuse(QString::fromLatin1("%1 has to be a whole number from %2 to %3")
+                   .arg(QLatin1String(what))
+                   .arg(least, 0, 'f', 0)
+                   .arg(most, 0, 'f', 0));
+    }
+    return static_cast<int>(number);
+}
+
+double positive(const QJsonValue &value, const char *what)
+{
+    const double number = value.toDouble(std::numeric_limits<double>::quiet_NaN());
+    if (!(number >= 0.0 && std::isfinite(number)))
+        refuse(QString::fromLatin1("%1 has to be a number of at least 0").arg(QLatin1String(what)));
+    return number;
+}
+
+QJsonArray list(const QJsonValue &value, const char *what)
+{
+    if (!value.isArray() && !value.isUndefined())
+        refuse(QString::fromLatin1("%1 has to be a list").arg(QLatin1String(what)));
+    return value.toArray();
+}
+
+QString text(const QJsonValue &value, const char *what)
+{
+    if (!value.isString() && !value.isUndefined())
+        refuse(QString::fromLatin1("%1 has to be text").arg(QLatin1String(what)));
+    return value.toString();
+}
+
+QRgb colour(const QJsonValue &value, const char *what)
+{
+    const QColor colour(value.toString());
+    if (!colour.isValid())
+        refuse(QString::fromLatin1("%1 has to be a colour, such as \"#ff8000\"")
+                   .arg(QLatin1String(what)));
+    return colour.rgb();
+}
+
+// A number, or the string of one that JSON has no form for.
+double coordinate(const QJsonValue &value)
+{
+    if (value.isDouble())
+        return value.toDouble();
+    const QString name = value.toString();
+    if (name == QLatin1String("-0"))
+        return -0.0;
+    if (name == QLatin1String("inf"))
+        return std::numeric_limits<double>::infinity();
+    if (name == QLatin1String("-inf"))
+        return -std::numeric_limits<double>::infinity();
+    if (name != QLatin1String("nan"))
+        refuse("a coordinate is no number");
+    return std::numeric_limits<double>::quiet_NaN();
+}
+
+ZVector pointAt(const QJsonArray &numbers, int place)
+{
+    return ZVector(coordinate(numbers.at(place)), coordinate(numbers.at(place + 1)));
+}
+
+void appendSpline(const QJsonArray &piece, int fields, int degree, const ZVector &from,
+                  ZPolyline *shape)
+{
+    ZSpline spline;
+    spline.setDegree(degree);
+    spline.appendControlPoint(from);
+    for (int i = fields; i < piece.size(); i += 2)
+        spline.appendControlPoint(pointAt(piece, i));
+    shape->appendShape(spline, false);
+}
+
+// The bulge of a polyline belongs to the vertex before the piece, so vertices are appended when
+// the piece after them is known.
+void appendPiece(const QJsonArray &piece, const ZVector &from, ZPolyline *shape)
+{
+    const QString kind = piece.at(0).toString();
+    const char letter = kind.size() == 1 ? kind.at(0).toLatin1() : '\0';
+    const int fields = letter == 'A' || letter == 'S' ? 2 : 1;
+    const int numbers = piece.size() - fields;
+    switch (letter) {
+    case 'L':
+    case 'A': {
+        if (numbers != 2)
+            refuse("the end point has to be two numbers");
+        ZPolyline step;
+        step.appendVertex(from, letter == 'A' ? coordinate(piece.at(1)) : 0.0);
+        step.appendVertex(pointAt(piece, fields));
+        shape->appendShape(step, false);
+        return;
+    }
+    case 'Q':
+    case 'S':
+        if (numbers < 2 || numbers % 2 != 0)
+            refuse("coordinates come in pairs");
+        appendSpline(piece, fields,
+                     letter == 'Q' ? 2 : wholeNumber(piece.at(1), 1, kHighestDegree, "the degree"),
+                     from, shape);
+        return;
+    }
+    refuse("there are pieces \"L\", \"Q\", \"A\" and \"S\"");
+}
+
+void readShape(const QJsonObject &object, ZPolyline *shape)
+{
+    const QJsonArray pieces = list(member(object, "pieces"), "\"pieces\"");
+    const QJsonArray start = list(member(object, "start"), "\"start\"");
+    if (start.isEmpty() && pieces.isEmpty())
+        return;
+    if (start.size() != 2)
+        refuse("\"start\" has to be two numbers");
+    ZVector from = pointAt(start, 0);
+    shape->appendVertex(from);
+    for (int i = 0; i < pieces.size(); ++i) {
+        try {
+            appendPiece(pieces.at(i).toArray(), from, shape);
+        } catch (const Refusal &refusal) {
+            refuse(QString::fromLatin1("piece %1: %2").arg(i).arg(refusal.reason));
+        }
+        from = shape->getEndPoint();
+    }
+}
+
+Outline readOutline(const QJsonObject &object, int count)
+{
+    Outline outline;
+    const QJsonValue alpha = member(object, "alpha");
+    const int opacity = alpha.isUndefined() ? 255 : wholeNumber(alpha, 0, 255, "\"alpha\"");
+    outline.colour = (colour(member(object, "color"), "\"color\"") & 0xFFFFFFu)
+        | (static_cast<QRgb>(opacity) << 24);
+    outline.layer = text(member(object, "layer"), "\"layer\"");
+    const QJsonValue seam = member(object, "seam");
+    outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
+    for (const QJsonValue &hole : list(member(object, "holes"), "\"holes\""))
+        outline.holes.push_back(wholeNumber(hole, 0, count - 1, "a hole"));
+    readShape(object, &outline.shape);
+    return outline;
+}
+
+[[noreturn]] void refuseOutline(int index, const QString &reason)
+{
+    refuse(QString::fromLatin1("outline %1: %2").arg(index).arg(reason));
+}
+
+std::size_t at(int index)
+{
+    return static_cast<std::size_t>(index);
+}
+
+// No outline is twice a hole of another one, and together they do not multiply the drawing.
+void checkHoles(const std::vector<Outline> &outlines)
+{
+    std::vector<int> lastOf(outlines.size(), -1);
+    qint64 pieces = 0;
+    qint64 cut = 0;
+    for (int i = 0; at(i) < outlines.size(); ++i) {
+        pieces += outlines[at(i)].shape.countPieces();
+        for (int hole : outlines[at(i)].holes) {
+            if (lastOf[at(hole)] == i)
+                refuseOutline(i, QString::fromLatin1("outline %1 is twice its hole").arg(hole));
+            lastOf[at(hole)] = i;
+            cut += outlines[at(hole)].shape.countPieces();
+        }
+    }
+    if (cut > kFreeCutPieces && cut > kMostCutPieces * pieces)
+        refuse("the holes have too many pieces");
+}
+
+// No outline is a hole in itself, or in one of its holes. Without recursion: depth is the file's.
+void checkNesting(const std::vector<Outline> &outlines)
+{
+    enum State : char { New, Open, Done };
+    std::vector<State> states(outlines.size(), New);
+    std::vector<std::size_t> next(outlines.size(), 0); // hole that is to be looked at
+    std::vector<int> path;
+    for (int i = 0; at(i) < outlines.size(); ++i) {
+        if (states[at(i)] == New)
+            path.push_back(i);
+        while (!path.empty()) {
+            const int outline = path.back();
+            states[at(outline)] = Open;
+            const std::vector<int> &holes = outlines[at(outline)].holes;
+            if (next[at(outline)] == holes.size()) {
+                states[at(outline)] = Done;
+                path.pop_back();
+                continue;
+            }
+            const int hole = holes[next[at(outline)]++];
+            if (states[at(hole)] == Open)
+                refuseOutline(hole, QString::fromLatin1("it is a hole of its own holes"));
+            if (states[at(hole)] == New)
+                path.push_back(hole);
+        }
+    }
+}
+
+std::vector<Outline> readOutlines(const QJsonArray &array)
+{
+    std::vector<Outline> outlines;
+    outlines.reserve(at(array.size()));
+    for (int i = 0; i < array.size(); ++i) {
+        try {
+            outlines.push_back(readOutline(array.at(i).toObject(), array.size()));
+        } catch (const Refusal &refusal) {
+            refuseOutline(i, refusal.reason);
+        }
+    }
+    checkHoles(outlines);
+    checkNesting(outlines);
+    return outlines;
+}
+
+Drawing readDrawing(const QJsonObject &object)
+{
+    if (member(object, "format").toString() != QLatin1String(kJsonFormatName))
+        refuse("not a drawing");
+    if (member(object, "version").toDouble() != kJsonFormatVersion)
+        refuse("a drawing of another version");
+    if (!member(object, "outlines").isArray())
+        refuse("there are no outlines");
+    Drawing drawing;
+    drawing.width = wholeNumber(member(object, "width"), 0, kLargestSize, "\"width\"");
+    drawing.height = wholeNumber(member(object, "height"), 0, kLargestSize, "\"height\"");
+    drawing.dpi = positive(member(object, "dpi"), "\"dpi\"");
+    const QJsonValue unit = member(object, "unit");
+    if (!unit.isUndefined() && !unitOfName(unit.toString(), &drawing.unit))
+        refuse("\"unit\" has to be \"px\", \"mm\" or \"in\"");
+    const QJsonValue ground = member(object, "ground");
+    if (!ground.isUndefined())
+        drawing.ground = colour(ground, "\"ground\"");
+    drawing.about = object;
+    for (const char *own : kOwnMembers)
+        drawing.about.remove(QLatin1String(own));
+    drawing.outlines = readOutlines(member(object, "outlines").toArray());
+    return drawing;
+}
+
+} // namespace
+
+bool readJson(const QByteArray &text, Drawing *drawing, QString *error)
+{
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &problem);
+    if (problem.error != QJsonParseError::NoError) {
+        *error
+            = QString::fromLatin1("%1, at byte %2").arg(problem.errorString()).arg(problem.offset);
+        return false;
+    }
+    try {
+        *drawing = readDrawing(document.object());
+        return true;
+    } catch (const Refusal &refusal) {
+        *error = refusal.reason;
+        return false;
+    }
+}
+
+} // namespace ztrace

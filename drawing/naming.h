@@ -1,0 +1,73 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Several files get their names together, or none does, whenever the process ends.
+//
+// Everything happens in the folders of the files, under names that begin with ".ztrace-" and the
+// run's random number:
+//
+//   1. Each new file gets a hidden name (".new").
+//   2. With more than one, a record (".undo") of what is to be named goes into each folder.
+//   3. One after the other, each old file but the last gets a hidden name as well (".old"), and
+//      the new one takes its place by rename. The last rename decides: until then the run can be
+//      undone, and from then on it is done.
+//   4. Old files and records are removed.
+//
+// A process that is killed in between leaves hidden names. The next run that writes to one of the
+// folders finds them: with a record and with the last hidden name of step 1 still there, it undoes
+// the killed run, and then removes what is left. The files of a run that lives are locked, which is
+// how it is told from a killed one, on whatever machine it is.
+#ifndef ZTRACE_DRAWING_NAMING_H
+#define ZTRACE_DRAWING_NAMING_H
+
+#include "files.h"
+#include "traces.h"
+
+#include <vector>
+
+namespace ztrace {
+
+// Contents for a target: a file without a name, whose contents are on the disk, or where there are
+// no such files, bytes.
+struct NewFile
+{
+    const Target *target;
+    int fd;
+    const QByteArray *bytes;
+};
+
+class NamedTogether
+{
+public:
+    // Prepares all names; nothing happens in any folder yet. The files stay open until the end.
+    explicit NamedTogether(const std::vector<NewFile> &newFiles);
+    // Undoes what was begun and not finished.
+    ~NamedTogether();
+    NamedTogether(const NamedTogether &) = delete;
+    NamedTogether &operator=(const NamedTogether &) = delete;
+
+    // Gives the names. On an error nothing has changed but for remainder(), and `position` is the
+    // file that it is about. No signal may end the process meanwhile (signals.h).
+    int run(std::size_t *position);
+
+    // A hidden name that could not be removed; null when there is none. The next run tries again.
+    const QByteArray *remainder() const { return rest; }
+
+private:
+    int giveAll(std::size_t *position);
+    int linkNew(std::size_t index);
+    int makeNew(std::size_t index);
+    int record();
+    int give(std::size_t index);
+    void clear();
+
+    std::vector<NewFile> files;
+    std::vector<Naming> names;
+    std::vector<QByteArray> records; // one a folder; none for a single file
+    std::vector<Descriptor> created; // locked until the end: records, files that were made anew
+    const QByteArray *rest = nullptr;
+    bool begun = false;
+};
+
+} // namespace ztrace
+
+#endif
