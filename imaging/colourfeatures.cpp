@@ -17,9 +17,8 @@ namespace ztrace {
 
 namespace {
 
-// Of 255: the largest difference of two channels in a grey. Scans of grey paper reach 18 where the
-// scanner's colours are not in register, JPEG leaves up to 12; the palest tints of clip art
-// have 30.
+// Of 255: the largest difference of two channels in a grey, so that the tint of scanned paper and
+// what JPEG leaves of colour in greys is none.
 const int kGreyChannels = 24;
 
 // The rows of an image as words 0xAARRGGBB, one after the other and the next one with each.

@@ -14,9 +14,10 @@ namespace ztrace {
 
 namespace {
 
-// Pixels. Of larger images every n-th column and row is sampled so that between this number and
-// four times as many are left. Quantising those of 2560 x 1600 pixels takes 25 ms, and a colour
-// that none of a million pixels has is not missed among 4 to 48.
+// Pixels. Of larger images every n-th column and row is sampled, so that between this number and
+// four times as many are left. Palettes from a quarter of the pixels are as near to photographs as
+// those from all (20.21 against 20.23, mean sum of the channels' differences,
+// docs/imaging/medianpalette.md).
 const long long kMostSampled = 1LL << 20;
 
 const int kSampleWidth = 1024; // pixels a row of the sample, so that its rows follow without gaps
@@ -25,7 +26,8 @@ const int kMostLibraryColours = 256;
 // What the library is asked for.
 const int kNoDither = 0;
 const int kBitsOfOutput = 8;
-const int kSignificantBits = 5; // of a channel in its histogram: 32768 cells, and 6 gain nothing
+const int kSignificantBits
+    = 5; // of a channel in its histogram; 6 are 2 % nearer in 8 times the cells
 const int kNoSubsampling = 1;
 const int kKeepColours = 0; // do not look whether the image is grey
 

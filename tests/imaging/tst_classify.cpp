@@ -127,6 +127,23 @@ private slots:
     void kindsOfDrawnPictures_data();
     void kindsOfDrawnPictures();
 
+    void workedExample()
+    {
+        const QRgb a = 0xFFFFFFFFu;
+        const QRgb b = 0xFF000000u;
+        const QRgb c = 0xFFFF0000u;
+        const QRgb words[3][3] = { { a, a, b }, { a, a, b }, { c, c, c } };
+        const QImage image = drawn(3, 3, [&](int x, int y) { return words[y][x]; });
+        ColourFeatures expected;
+        expected.visible = 9;
+        expected.coloured = 3;
+        expected.flat = 5;
+        expected.mainColours = 5;
+        expected.edges = 4;
+        expected.colours = 3;
+        QCOMPARE(difference(colourFeaturesOf(image), expected), QString());
+    }
+
     void featuresAreAsDefined()
     {
         Random random(testSeed());
