@@ -5,8 +5,6 @@
 #ifndef ZTRACE_RANDOMBYTE_H
 #define ZTRACE_RANDOMBYTE_H
 
-#include <QVector>
-
 #include <cmath>
 #include <cstdlib>
 
@@ -21,18 +19,16 @@ inline double drawUnit()
 }
 
 // One draw as a stored channel, -128 to 127.
-inline char drawChannel()
+inline signed char drawChannel()
 {
-    return static_cast<char>(lowByte(truncateToInt(std::floor(drawUnit() * 255.0)) - 128));
+    return lowByte(truncateToInt(std::floor(drawUnit() * 255.0)) - 128);
 }
 
 // Four draws: R, G, B and A. The alpha is random too, on purpose.
-inline QVector<char> randomEntry()
+inline void drawEntry(signed char entry[4])
 {
-    QVector<char> entry(4);
     for (int channel = 0; channel < 4; ++channel)
         entry[channel] = drawChannel();
-    return entry;
 }
 
 } // namespace ztrace

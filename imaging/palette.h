@@ -22,19 +22,6 @@ std::vector<QRgb> flatPalette(const QImage &image, const EdgeMap &edges, int mos
 // does not count.
 std::vector<QRgb> medianPalette(const QImage &image, int most);
 
-// Gives soft edges away: pixels neither opaque nor fully transparent become one or the other,
-// except in areas of at least `kLeastTranslucent` pixels of one alpha. Of these alphas as many stay
-// as suit a palette of `most` colours, one in four. Fully transparent pixels get one colour.
-void settleAlpha(QImage *image, int most);
-
-// Pixels that are nearly opaque or nearly transparent become wholly so.
-void roundAlpha(QImage *image);
-
-// Pixels less than half opaque become fully transparent, the others opaque.
-void makeAlphaBinary(QImage *image);
-
-const int kLeastTranslucent = 64;
-
 } // namespace ztrace
 
 #endif

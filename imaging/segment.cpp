@@ -2,12 +2,9 @@
 #include "segment.h"
 
 #include "colour.h"
-#include "failure.h"
 #include "nearestcolour.h"
 #include "ridges.h"
 #include "spread.h"
-
-#include "engine/ZTraceBitmap.h"
 
 #include <QHash>
 
@@ -16,8 +13,6 @@
 namespace ztrace {
 
 namespace {
-
-const int kAlmost = 8; // of 255: an alpha this near to an end is taken as that end
 
 // The label of a word, and whether it is of exactly that colour. Fully transparent words are as
 // similar to each other as can be, but exactly one colour only where they are equal.
@@ -111,96 +106,7 @@ std::vector<uint32_t> labelRidges(const QImage &image, std::vector<uint32_t> wai
     return waiting;
 }
 
-LabelPlane emptyPlane(const QSize &size)
-{
-    LabelPlane plane;
-    plane.width = size.width();
-    plane.height = size.height();
-    plane.labels.assign(static_cast<std::size_t>(plane.width)
-                            * static_cast<std::size_t>(plane.height),
-                        kUnlabelled);
-    return plane;
-}
-
-// Labels of one colour become the lowest of them, and all transparent ones one.
-void joinEqualColours(LabelPlane *plane)
-{
-    QHash<QRgb, uint16_t> first;
-    std::vector<uint16_t> joined;
-    for (std::size_t k = 0; k < plane->colours.size(); ++k) {
-        if (qAlpha(plane->colours[k]) == 0)
-            plane->colours[k] = 0u;
-        if (!first.contains(plane->colours[k]))
-            first.insert(plane->colours[k], static_cast<uint16_t>(first.size()));
-        joined.push_back(first.value(plane->colours[k]));
-    }
-    std::vector<QRgb> colours(static_cast<std::size_t>(first.size()));
-    for (auto it = first.constBegin(); it != first.constEnd(); ++it)
-        colours[it.value()] = it.key();
-    plane->colours.swap(colours);
-    for (uint16_t &label : plane->labels)
-        label = joined[label];
-}
-
-void setOptions(const std::map<std::string, double> &options, ZTraceBitmap *engine)
-{
-    for (const auto &option : options)
-        engine->setOption(QString::fromStdString(option.first), option.second);
-}
-
-// The engine's quantisation of the image that it has loaded.
-LabelPlane quantised(const QSize &size, ZTraceBitmap *engine)
-{
-    engine->colorquantization();
-    const IndexedImage &indexed = engine->indexedImage;
-    if (engine->currentPalette.isEmpty() || indexed.width != size.width()
-        || indexed.height != size.height())
-        throw TraceError("no palette of that many colours fits into memory");
-    if (engine->currentPalette.size() >= kUnlabelled)
-        throw TraceError("palettes of more than 65534 colours need --raw");
-    LabelPlane plane = emptyPlane(size);
-    for (const QVector<char> &entry : qAsConst(engine->currentPalette))
-        plane.colours.push_back(colourOfEntry(entry));
-    std::size_t i = 0;
-    for (int y = 0; y < plane.height; ++y) {
-        const QVector<int> &indices = indexed.indices.at(y + 1);
-        for (int x = 0; x < plane.width; ++x, ++i)
-            plane.labels[i] = static_cast<uint16_t>(indices.at(x + 1));
-    }
-    return plane;
-}
-
 } // namespace
-
-QVector<char> entryOfColour(QRgb colour)
-{
-    const QRgb word = colour ^ 0x80808080u;
-    QVector<char> entry(4);
-    entry[0] = static_cast<char>(qRed(word));
-    entry[1] = static_cast<char>(qGreen(word));
-    entry[2] = static_cast<char>(qBlue(word));
-    entry[3] = static_cast<char>(qAlpha(word));
-    return entry;
-}
-
-void invertTopBits(QImage *image)
-{
-    for (int y = 0; y < image->height(); ++y) {
-        QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
-        for (int x = 0; x < image->width(); ++x)
-            words[x] ^= 0x80808080u;
-    }
-}
-
-QRgb colourOfEntry(const QVector<char> &entry)
-{
-    int alpha = entry.at(3) + 128;
-    if (alpha >= 255 - kAlmost)
-        alpha = 255;
-    else if (alpha <= kAlmost)
-        alpha = 0;
-    return qRgba(entry.at(0) + 128, entry.at(1) + 128, entry.at(2) + 128, alpha);
-}
 
 LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours)
 {
@@ -215,35 +121,6 @@ LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb
     waiting = labelRidges(image, std::move(waiting), &edges, &plane);
     spreadLabels(image, std::move(waiting), &nearest, &edges, &plane);
     return plane;
-}
-
-LabelPlane reduceBlend(const QImage &image, const std::vector<QRgb> &start,
-                       const std::map<std::string, double> &engineOptions)
-{
-    ZTraceBitmap engine;
-    setOptions(engineOptions, &engine);
-    for (QRgb colour : start)
-        engine.currentPalette.append(entryOfColour(colour));
-    {
-        QImage inverted(image);
-        invertTopBits(&inverted);
-        engine.loadImageData(inverted);
-    }
-    LabelPlane plane = quantised(image.size(), &engine);
-    joinEqualColours(&plane);
-    return plane;
-}
-
-LabelPlane reduceInk(QImage image, const std::map<std::string, double> &engineOptions)
-{
-    ZTraceBitmap engine;
-    setOptions(engineOptions, &engine);
-    const QSize size = image.size();
-    if (engine.options.value(QString::fromLatin1("monochrome")) > 0.0)
-        engine.preprocess(image);
-    engine.loadImageData(image);
-    image = QImage();
-    return quantised(size, &engine);
 }
 
 } // namespace ztrace

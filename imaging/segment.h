@@ -6,8 +6,7 @@
 
 #include <QImage>
 
-#include <map>
-#include <string>
+#include <vector>
 
 #include "LabelPlane.h"
 #include "edges.h"
@@ -20,24 +19,6 @@ namespace ztrace {
 // the colours. The edges are those of the image, and used up.
 LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours);
 
-// The engine's quantisation from a start palette, refined in its cycles. An empty palette leaves
-// the start to the engine.
-LabelPlane reduceBlend(const QImage &image, const std::vector<QRgb> &start,
-                       const std::map<std::string, double> &engineOptions);
-
-// The engine's own black and white, with its preprocessing: `engineOptions` have monochrome set.
-LabelPlane reduceInk(QImage image, const std::map<std::string, double> &engineOptions);
-
-// The colour that a stored palette entry stands for when the image was handed over with the top
-// bits of its channels inverted. Nearly opaque and nearly transparent ones are taken as such.
-QRgb colourOfEntry(const QVector<char> &entry);
-
-// The palette entry that stands for a colour, as colourOfEntry reads it.
-QVector<char> entryOfColour(QRgb colour);
-
-// The image with the top bit of every channel inverted: the engine's signed bytes then keep the
-// order of the channel values.
-void invertTopBits(QImage *image);
 
 } // namespace ztrace
 

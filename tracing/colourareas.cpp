@@ -3,6 +3,8 @@
 
 #include "smallregions.h"
 
+#include "imaging/alpha.h"
+#include "imaging/blend.h"
 #include "imaging/colour.h"
 #include "imaging/edges.h"
 #include "imaging/failure.h"

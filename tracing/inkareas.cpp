@@ -1,11 +1,11 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segmentation.h"
 
+#include "imaging/blend.h"
 #include "imaging/failure.h"
 #include "imaging/ink.h"
 #include "imaging/paper.h"
 #include "imaging/scan.h"
-#include "imaging/segment.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 #include "rawtrace.h"
 
 #include "engine/ZTraceBitmap.h"
+#include "imaging/blend.h"
 #include "imaging/failure.h"
-#include "imaging/segment.h"
 
 #include <algorithm>
 
@@ -19,7 +19,9 @@ std::vector<QRgb> coloursOf(const ZTraceBitmap &engine)
     for (const QVector<char> &entry : qAsConst(engine.currentPalette)) {
         const QRgb stored
             = qRgba(entry.at(0) & 255, entry.at(1) & 255, entry.at(2) & 255, entry.at(3) & 255);
-        colours.push_back(generated ? colourOfEntry(entry) : stored);
+        colours.push_back(
+            generated ? colourOfEntry(reinterpret_cast<const signed char *>(entry.constData()))
+                      : stored);
     }
     return colours;
 }

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_KERNELS_ASSIGN_H
 #define ZTRACE_KERNELS_ASSIGN_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -19,13 +20,23 @@ struct ColourSum
     int64_t count;
 };
 
-// The pixels of an image, R, G, B, A as signed bytes, rows from the top without padding.
+// How the four bytes of a pixel are read.
+enum class PixelLayout {
+    StoredBytes, // R, G, B, A as signed bytes
+    ColourWords  // 32-bit words 0xAARRGGBB; a channel v counts as the stored byte v - 128
+};
+
+// The pixels of an image, rows from the top without padding.
 struct PixelView
 {
     const signed char *pixels;
     int width;
     int height;
+    PixelLayout layout = PixelLayout::StoredBytes;
 };
+
+// Pixel i of the image, counted by rows, as the stored bytes R, G, B, A.
+void storedPixel(const PixelView &image, size_t i, signed char stored[4]);
 
 // Assigns every pixel to its nearest entry of the palette (4 signed bytes an entry, at least one
 // entry; see nearest.h for ties and far pixels).

@@ -49,6 +49,15 @@ private:
     std::vector<int> candidates;
 };
 
+void tellLayout(PixelLayout layout, TileJob *job)
+{
+    const bool words = layout == PixelLayout::ColourWords;
+    const int shifts[2][kChannels] = { { 0, 8, 16, 24 }, { 16, 8, 0, 24 } };
+    for (int c = 0; c < kChannels; ++c)
+        job->shift[c] = shifts[words ? 1 : 0][c];
+    job->flip = words ? 0u : 0x80u;
+}
+
 } // namespace
 
 void assignFast(const PixelView &image, const std::vector<signed char> &palette,
@@ -59,6 +68,7 @@ void assignFast(const PixelView &image, const std::vector<signed char> &palette,
     job.pixels = reinterpret_cast<const unsigned char *>(image.pixels);
     job.width = image.width;
     job.height = image.height;
+    tellLayout(image.layout, &job);
     scratch.attachTo(&job);
     if (sums) {
         sums->assign(palette.size() / kChannels, ColourSum());

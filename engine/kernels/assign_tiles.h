@@ -23,6 +23,7 @@ enum {
 
 // One assignment pass. Channels are stored byte + 128, so 0 to 255.
 //
+// shift, flip  where a channel lies in a pixel's word, and what turns its bits to stored byte + 128
 // entry       per channel one array of `padded` values; those from `entries` on are padding
 // lower, upper   scratch of `padded` elements each; candidates   one element more
 // sums        one record an entry, already zero, to add to; may be null
@@ -32,6 +33,8 @@ struct TileJob
     const unsigned char *pixels;
     int width;
     int height;
+    int shift[4];
+    uint32_t flip;
     const int16_t *entry[4];
     int entries;
     int padded;

@@ -11,6 +11,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cstring>
 
 using ztrace::ColourSum;
 using ztrace::IndexPlane;
@@ -28,8 +29,9 @@ struct Case
     Bytes pixels;
     Bytes palette;
     QString what;
+    ztrace::PixelLayout layout = ztrace::PixelLayout::StoredBytes;
 
-    PixelView view() const { return { pixels.data(), width, height }; }
+    PixelView view() const { return { pixels.data(), width, height, layout }; }
     int entries() const { return int(palette.size() / 4); }
 };
 
@@ -148,10 +150,9 @@ QString cellsDifference(const std::vector<qint64> &actual, const std::vector<qin
     return QString();
 }
 
-// Empty when the fast form does what the plain one does, asked for both results and for each alone.
-QString compared(const Case &c)
+// Empty when the fast form gives what is expected, asked for both results and for each alone.
+QString comparedWith(const Outcome &expected, const Case &c)
 {
-    const Outcome expected = assigned(ztrace::assignPlain, c, true, true);
     const struct
     {
         bool sums;
@@ -175,6 +176,26 @@ QString compared(const Case &c)
     return QString();
 }
 
+// Empty when the fast form does what the plain one does.
+QString compared(const Case &c)
+{
+    return comparedWith(assigned(ztrace::assignPlain, c, true, true), c);
+}
+
+// The same pixels as words 0xAARRGGBB.
+Case asWords(Case c)
+{
+    for (size_t i = 0; i < c.pixels.size(); i += 4) {
+        std::uint32_t word = 0;
+        for (const size_t channel : { 3u, 0u, 1u, 2u })
+            word = word << 8 | static_cast<std::uint32_t>(c.pixels[i + channel] + 128);
+        std::memcpy(c.pixels.data() + i, &word, sizeof word);
+    }
+    c.layout = ztrace::PixelLayout::ColourWords;
+    c.what += ", as words";
+    return c;
+}
+
 } // namespace
 
 class tst_Assign : public QObject
@@ -196,6 +217,7 @@ private slots:
     void fastEqualsPlain_data();
     void fastEqualsPlain();
     void sizesAroundATile();
+    void wordsCountAsStoredBytes();
     void everyPaletteSize();
     void farAndNearTogether();
     void allEqualTiles();
@@ -361,6 +383,21 @@ void tst_Assign::sizesAroundATile()
                 QCOMPARE(compared(randomCase(random, width, height, random.between(1, 33))),
                          QString());
         }
+    }
+}
+
+void tst_Assign::wordsCountAsStoredBytes()
+{
+    Random random(ztrace::testSeed() + 5);
+    for (int round = 0; round < 300; ++round) {
+        const Case bytes = randomCase(random, random.between(1, 40), random.between(1, 40),
+                                      random.between(1, 40));
+        const Case words = asWords(bytes);
+        const Outcome expected = assigned(ztrace::assignPlain, bytes, true, true);
+        const Outcome plain = assigned(ztrace::assignPlain, words, true, true);
+        QCOMPARE(sumsDifference(plain.sums, expected.sums), QString());
+        QCOMPARE(cellsDifference(plain.cells, expected.cells, words.width + 2), QString());
+        QCOMPARE(comparedWith(expected, words), QString());
     }
 }
 

@@ -1,0 +1,292 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The kind of drawn pictures, and the features that decide it against their definitions pixel by
+// pixel. ZTRACE_TEST_SEED in the environment takes another seed.
+#include "imaging/Picture.h"
+#include "imaging/classify.h"
+#include "imaging/colour.h"
+#include "imaging/colourfeatures.h"
+#include "imaging/failure.h"
+#include "RandomImages.h"
+
+#include <QHash>
+#include <QImage>
+#include <QSet>
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+using namespace ztrace;
+using namespace randomimages;
+
+namespace {
+
+typedef std::function<QRgb(int x, int y)> Paint;
+
+QImage drawn(int width, int height, const Paint &paint)
+{
+    QImage image(width, height, QImage::Format_ARGB32);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, paint(x, y));
+    }
+    return image;
+}
+
+QRgb grey(int value)
+{
+    return qRgb(value, value, value);
+}
+
+bool inText(int x, int y)
+{
+    return y % 12 < 7 && (x * 7 + y / 12 * 13) % 11 < 3;
+}
+
+// Dark text on light paper, with grain.
+QRgb page(int x, int y)
+{
+    const int grain = (x * 31 + y * 17) % 9;
+    return inText(x, y) ? grey(20 + grain) : grey(245 + grain);
+}
+
+Classification classified(const QImage &image)
+{
+    Picture picture(image);
+    return classify(&picture);
+}
+
+ColourFeatures plainFeatures(const QImage &image)
+{
+    ColourFeatures features;
+    QSet<QRgb> colours;
+    QHash<QRgb, int> flatColours;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb word = image.pixel(x, y);
+            colours.insert(word);
+            if (qAlpha(word) == 0) {
+                ++features.clear;
+                continue;
+            }
+            ++features.visible;
+            const int most = std::max({ qRed(word), qGreen(word), qBlue(word) });
+            const int least = std::min({ qRed(word), qGreen(word), qBlue(word) });
+            features.coloured += most - least > 24;
+            const int right = std::min(x + 1, image.width() - 1);
+            const int below = std::min(y + 1, image.height() - 1);
+            if (word == image.pixel(right, y) && word == image.pixel(x, below)
+                && word == image.pixel(right, below)) {
+                ++features.flat;
+                ++flatColours[word];
+            } else if (isEdge(image, x, y)) {
+                ++features.edges;
+            }
+        }
+    }
+    QList<int> counts = flatColours.values();
+    std::sort(counts.begin(), counts.end(), std::greater<int>());
+    for (int i = 0; i < std::min(kMainColours, counts.size()); ++i)
+        features.mainColours += counts.at(i);
+    features.colours = std::min(kMostCounted, colours.size());
+    return features;
+}
+
+QString difference(const ColourFeatures &actual, const ColourFeatures &expected)
+{
+    const std::pair<const char *, std::pair<long long, long long>> pairs[] = {
+        { "clear", { actual.clear, expected.clear } },
+        { "visible", { actual.visible, expected.visible } },
+        { "coloured", { actual.coloured, expected.coloured } },
+        { "flat", { actual.flat, expected.flat } },
+        { "mainColours", { actual.mainColours, expected.mainColours } },
+        { "edges", { actual.edges, expected.edges } },
+        { "colours", { actual.colours, expected.colours } },
+    };
+    for (const auto &pair : pairs) {
+        if (pair.second.first != pair.second.second)
+            return QString("%1: %2 against %3")
+                .arg(pair.first)
+                .arg(pair.second.first)
+                .arg(pair.second.second);
+    }
+    return QString();
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(ztrace::Kind)
+
+class tst_Classify : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void kindsOfDrawnPictures_data();
+    void kindsOfDrawnPictures();
+
+    void workedExample()
+    {
+        const QRgb a = 0xFFFFFFFFu;
+        const QRgb b = 0xFF000000u;
+        const QRgb c = 0xFFFF0000u;
+        const QRgb words[3][3] = { { a, a, b }, { a, a, b }, { c, c, c } };
+        const QImage image = drawn(3, 3, [&](int x, int y) { return words[y][x]; });
+        ColourFeatures expected;
+        expected.visible = 9;
+        expected.coloured = 3;
+        expected.flat = 5;
+        expected.mainColours = 5;
+        expected.edges = 4;
+        expected.colours = 3;
+        QCOMPARE(difference(colourFeaturesOf(image), expected), QString());
+    }
+
+    void featuresAreAsDefined()
+    {
+        Random random(testSeed());
+        for (int i = 0; i < 400; ++i) {
+            const QImage image = randomImage(random, i % 10 == 0 ? 90 : 24);
+            const QString found = difference(colourFeaturesOf(image), plainFeatures(image));
+            QVERIFY2(found.isEmpty(), qPrintable(QString("round %1: %2").arg(i).arg(found)));
+        }
+    }
+
+    // Blocks of 2 x 2 in more colours than the table first has room for, a few of them often.
+    void commonestColoursAmongThousands()
+    {
+        Random random(testSeed() + 1);
+        std::vector<QRgb> blocks;
+        for (int i = 0; i < 150 * 150; ++i)
+            blocks.push_back(random.oneIn(3) ? grey(random.below(30))
+                                             : 0xFF000000u | random.word());
+        const QImage image = drawn(300, 300, [&](int x, int y) {
+            return blocks[static_cast<std::size_t>(y / 2 * 150 + x / 2)];
+        });
+        QCOMPARE(difference(colourFeaturesOf(image), plainFeatures(image)), QString());
+    }
+
+    // A fourth byte that is not 255 is no transparency there.
+    void imagesWithoutAlphaAreOpaque()
+    {
+        Random random(testSeed() + 2);
+        for (int i = 0; i < 50; ++i) {
+            const QImage image = randomImage(random, 30);
+            QImage opaque(image.size(), QImage::Format_RGB32);
+            QImage plain(image.size(), QImage::Format_ARGB32);
+            for (int y = 0; y < image.height(); ++y) {
+                QRgb *words = reinterpret_cast<QRgb *>(opaque.scanLine(y));
+                for (int x = 0; x < image.width(); ++x) {
+                    words[x] = image.pixel(x, y);
+                    plain.setPixel(x, y, words[x] | 0xFF000000u);
+                }
+            }
+            QCOMPARE(difference(colourFeaturesOf(opaque), plainFeatures(plain)), QString());
+            QCOMPARE(classified(opaque).reason, classified(plain).reason);
+        }
+    }
+
+    void formatsDoNotMatter()
+    {
+        const QImage image = drawn(120, 90, [](int x, int y) { return grey((x + y) / 2 % 256); });
+        const Classification expected = classified(image);
+        for (QImage::Format format :
+             { QImage::Format_RGB32, QImage::Format_RGB888, QImage::Format_Grayscale8,
+               QImage::Format_ARGB32_Premultiplied }) {
+            QCOMPARE(classified(image.convertToFormat(format)).reason, expected.reason);
+            QCOMPARE(classified(image.convertToFormat(format)).kind, expected.kind);
+        }
+    }
+
+    void noImageIsAnError() { QVERIFY_EXCEPTION_THROWN(classified(QImage()), TraceError); }
+};
+
+void tst_Classify::kindsOfDrawnPictures_data()
+{
+    QTest::addColumn<QImage>("image");
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QString>("reason");
+
+    const auto add = [](const char *name, const QImage &image, Kind kind, const char *reason) {
+        QTest::newRow(name) << image << kind << QString::fromLatin1(reason);
+    };
+    const auto shaded = [](int x, int y) {
+        return qRgb(x * 255 / 200, y * 255 / 160, 255 - (x + y) * 255 / 360);
+    };
+    add("two greys", drawn(60, 40, [](int x, int y) { return inText(x, y) ? grey(0) : grey(255); }),
+        Kind::LineArt, "2 colours, no hue");
+    add("a page", drawn(200, 160, page), Kind::LineArt,
+        "grey, two lightnesses hold 100 % of the contrast");
+    add("a page in a shadow",
+        drawn(400, 400,
+              [](int x, int y) {
+                  const int paper = 250 - x * 190 / 400;
+                  const bool ink = y % 12 < 5 && x % 9 < 2;
+                  return grey(ink ? paper / 8 : paper - (x * 31 + y * 17) % 5);
+              }),
+        Kind::LineArt, "grey, unevenly lit, two lightnesses hold 87 % of the contrast");
+    add("grey lines on transparency",
+        drawn(60, 60,
+              [](int x, int y) {
+                  const bool line = x % 6 == 0 || y % 6 == 0;
+                  return line ? qRgba(x, x, x, 255) : 0u;
+              }),
+        Kind::Logo, "69 % transparent, grey, two lightnesses hold 99 % of the contrast");
+    add("flat colours",
+        drawn(200, 160,
+              [](int x, int y) {
+                  return x < 60 ? qRgb(200, 30, 40)
+                      : y < 80  ? qRgb(250, 240, 200)
+                                : qRgb(30, 80, 160);
+              }),
+        Kind::Logo, "99 % in flat areas, 99 % in the commonest of them");
+    add("few colours in noise",
+        drawn(60, 60,
+              [](int x, int y) { return qRgb((x * 37 + y * 91 + x * y) % 7 * 30, 200, 60); }),
+        Kind::Logo, "7 colours");
+    add("shades in blocks",
+        drawn(200, 160, [&](int x, int y) { return shaded(x / 3 * 3, y / 3 * 3); }), Kind::Poster,
+        "45 % in flat areas, 0 % in the commonest of them, 0 % in edges");
+    add("an icon of shades",
+        drawn(48, 48,
+              [](int x, int y) {
+                  return y < 12 ? qRgb(x / 2 * 10, 100, 20) : qRgb(x * 5, y * 5, (x * y) % 256);
+              }),
+        Kind::Logo, "as small as an icon, 12 % in flat areas, 8 % in the commonest of them");
+    add("the same, larger than an icon",
+        drawn(49, 48,
+              [](int x, int y) {
+                  return y < 12 ? qRgb(x / 2 * 10, 100, 20) : qRgb(x * 5, y * 5, (x * y) % 256);
+              }),
+        Kind::Photo, "");
+    add("shades", drawn(200, 160, [&](int x, int y) { return shaded(x, y); }), Kind::Photo, "");
+    add("shades on transparency, some flat",
+        drawn(200, 160,
+              [&](int x, int y) {
+                  return x < 100 ? 0u : y < 60 ? shaded(x / 8 * 8, y / 8 * 8) : shaded(x, y);
+              }),
+        Kind::Logo, "");
+    add("noise",
+        drawn(90, 90,
+              [](int x, int y) {
+                  return qRgb((x * 7919 + y * 104729) % 251, (x * x * 31 + y * 17) % 241,
+                              (x * y * 13 + x) % 239);
+              }),
+        Kind::Photo, "");
+}
+
+void tst_Classify::kindsOfDrawnPictures()
+{
+    QFETCH(QImage, image);
+    QFETCH(Kind, kind);
+    QFETCH(QString, reason);
+    const Classification found = classified(image);
+    QVERIFY2(found.kind == kind, found.reason.c_str());
+    if (!reason.isEmpty())
+        QCOMPARE(QString::fromStdString(found.reason), reason);
+}
+
+QTEST_GUILESS_MAIN(tst_Classify)
+#include "tst_classify.moc"
