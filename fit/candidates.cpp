@@ -102,11 +102,26 @@ SpanEnd endOf(const Points &points, const Span &span)
     return endAt(points, span, span.last);
 }
 
+// Whether the two ends, drawn on, meet within reach of where they end.
+bool meetNear(const SpanEnd &before, const SpanEnd &after)
+{
+    const Point gap = after.foot - before.foot;
+    if (dot(gap, gap) < kSmoothGap * kSmoothGap)
+        return true;
+    const double sine = cross(before.tangent, after.tangent);
+    const double ahead = cross(gap, after.tangent);
+    const double back = cross(gap, before.tangent);
+    const double reach = kMeetingReach * std::fabs(sine);
+    return std::fabs(ahead) <= reach && std::fabs(back) <= reach;
+}
+
 double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
                  bool *smooth)
 {
     const double corner = table.numbers(table.prices.corner);
     *smooth = false;
+    if (!meetNear(before, after))
+        return 2 * corner + table.numbers(table.prices.line) + leftOut * table.judgement.leftOut;
     if (leftOut > 0)
         return corner + leftOut * table.judgement.leftOut;
     if (!before.arc && !after.arc)

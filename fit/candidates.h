@@ -67,7 +67,13 @@ SpanPair spansOf(const Table &table, int first, int last);
 SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);
 
-// Nats for the joint of two spans between which `leftOut` points belong to neither.
+// Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the one
+// to the other.
+const double kMeetingReach = 2.5;
+bool meetNear(const SpanEnd &before, const SpanEnd &after);
+
+// Nats for the joint of two spans between which `leftOut` points belong to neither: nothing where it is
+// smooth, a corner, or the line and the two corners of a cap.
 double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
                  bool *smooth);
 

@@ -66,11 +66,11 @@ bool fitWhole(const Table &table, std::vector<Span> *spans)
     return false;
 }
 
-// A closed chain is cut at its sharpest turn, then twice where the last answer had a break half way
+// A closed chain is cut where it turns least, then twice where the last answer had a break half way
 // round, so that every break is refined with points to both its sides.
 std::vector<Span> spansOfClosed(Points *points, const Settings &settings, const Judgement &judgement)
 {
-    *points = rotated(*points, sharpestBreak(*points));
+    *points = rotated(*points, flattestBreak(*points));
     std::vector<Span> spans;
     for (int round = 0; round < 3; ++round) {
         const Sums sums(*points);
@@ -122,7 +122,7 @@ std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Jud
     const Table table = { *points, sums, settings.prices, judgement };
     if (!points->closed)
         spans = spansOfOpen(table);
-    std::vector<Piece> pieces = joinSpans(table, spans);
+    std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
     if (settings.curves)
         pieces = withCurves(table, pieces);
     return pieces;

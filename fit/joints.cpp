@@ -13,15 +13,22 @@ namespace {
 const double kPi = 3.14159265358979323846;
 // Pixels: how firmly a vertex stays where the free fits meet.
 const double kAnchorSigma = 1;
+// The same along the tangent of a joint without a corner: the pieces nearly coincide there, so that
+// their points do not say where one ends.
+const double kSlideSigma = 0.1;
 // Pixels from the points at a break within which fits are intersected, cosine of the least turn.
 const double kFarthestMeeting = 6;
 const double kMeetingCosine = std::cos(12 * kPi / 180);
 // Weight of a common tangent per squared radian: 1e4 times what 1000 points of .03 px weigh at a
 // lever of 10 px, and still 1e6 below what doubles cannot add any more.
 const double kTangentWeight = 1e10;
+// It grows to that by hundreds from round to round; at once, it lets no vertex move but along the kinks.
+const double kFirstTangentWeight = 1e4;
 const double kPinWeight = 1e12;
-const int kRounds = 8;
-const double kSettled = 1e-7; // pixels
+const int kRounds = 12;
+// Pixels a vertex may move in one round.
+const double kLongestStep = 1.5;
+const double kSettled = 1e-5; // pixels
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
 // Pixels by which a piece may leave the box of its points.
@@ -153,8 +160,8 @@ private:
             return points.at(n - 1);
         if (!hasJoint(k))
             return points.at(spans[index(k)].first);
-        return 0.5 * (points.at(spans[index(before(k))].last - 1)
-                      + points.at(spans[index(k)].first));
+        return 0.5 * (points.at((spans[index(before(k))].last - 1 + n) % n)
+                      + points.at(spans[index(k)].first % n));
     }
 
     SpanEnd meeting(const Span &span, int k) const
@@ -163,15 +170,18 @@ private:
         return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p) };
     }
 
-    // Where two fits meet near a break: their tangents' intersection, followed along arcs.
-    Point meet(int k) const
+    // Where two fits meet near a break: their tangents' intersection, followed along arcs; where they
+    // hardly turn half way between them, with the tangent.
+    Point meet(int k, Point *tangent) const
     {
         const Primitive &a = primitive(before(k));
         const Primitive &b = primitive(k);
         const Point at = breakPoint(k);
         const Point between = 0.5 * (a.foot(at) + b.foot(at));
-        if (dot(a.tangent(at), b.tangent(at)) > kMeetingCosine)
+        if (dot(a.tangent(at), b.tangent(at)) > kMeetingCosine) {
+            *tangent = b.tangent(at);
             return between;
+        }
         Point p = at;
         for (int round = 0; round < 4; ++round) {
             const Point ta = a.tangent(p);
@@ -191,10 +201,11 @@ private:
     void placeAnchors()
     {
         anchors.clear();
+        slide.assign(index(vertices), Point { 0, 0 });
         for (int k = 0; k < vertices; ++k) {
             const Point at = breakPoint(k);
             if (k < count && hasJoint(k))
-                anchors.push_back(meet(k));
+                anchors.push_back(meet(k, &slide[index(k)]));
             else
                 anchors.push_back(primitive(std::min(k, count - 1)).foot(at));
         }
@@ -250,6 +261,7 @@ private:
     {
         const int n = 3 * vertices;
         Skyline matrix(rowStarts());
+        double tangentWeight = kFirstTangentWeight;
         for (int round = 0; round < kRounds; ++round) {
             matrix.clear();
             std::vector<double> right(index(n), 0.0);
@@ -258,15 +270,17 @@ private:
                 addPoints(k, &matrix, &right);
             for (int k = 0; k < count; ++k) {
                 if (smooth[index(k)])
-                    addTangent(k, &matrix, &right);
+                    addTangent(k, tangentWeight, &matrix, &right);
             }
             if (!matrix.solve(&right))
                 return false;
             const double step = take(right);
             if (!(step < 1e3))
-                return false;
-            if (step < kSettled)
+                 return false;
+            const bool firm = tangentWeight >= kTangentWeight;
+            if (step < kSettled && firm)
                 break;
+            tangentWeight = std::min(kTangentWeight, 100 * tangentWeight);
         }
         return staysNear();
     }
@@ -274,13 +288,14 @@ private:
     double take(const std::vector<double> &step)
     {
         double largest = 0;
+        for (const double d : step)
+            largest = std::isfinite(d) ? std::max(largest, std::fabs(d)) : INFINITY;
+        const double part = largest > kLongestStep ? kLongestStep / largest : 1;
         for (int k = 0; k < vertices; ++k) {
             const double *d = &step[index(unknown(k))];
-            vertex[index(k)] = vertex[index(k)] + Point { d[0], d[1] };
+            vertex[index(k)] = vertex[index(k)] + part * Point { d[0], d[1] };
             if (k < count && primitive(k).arc)
-                sagitta[index(k)] += d[2];
-            for (int i = 0; i < 3; ++i)
-                largest = std::isfinite(d[i]) ? std::max(largest, std::fabs(d[i])) : INFINITY;
+                sagitta[index(k)] += part * d[2];
         }
         return largest;
     }
@@ -297,6 +312,13 @@ private:
             matrix->add(at + 1, at + 1, weight);
             (*right)[index(at)] += weight * off.x;
             (*right)[index(at + 1)] += weight * off.y;
+            const Point t = slide[index(k)];
+            const double firmness = 1 / (kSlideSigma * kSlideSigma);
+            matrix->add(at, at, firmness * t.x * t.x);
+            matrix->add(at + 1, at, firmness * t.x * t.y);
+            matrix->add(at + 1, at + 1, firmness * t.y * t.y);
+            (*right)[index(at)] += firmness * dot(off, t) * t.x;
+            (*right)[index(at + 1)] += firmness * dot(off, t) * t.y;
             // A line has no sagitta, an arc one that its points hold.
             matrix->add(at + 2, at + 2, k < count && primitive(k).arc ? 1e-3 : 1);
         }
@@ -398,7 +420,7 @@ private:
         return wrapped(chords - a.halfSweep() - b.halfSweep());
     }
 
-    void addTangent(int k, Skyline *matrix, std::vector<double> *right) const
+    void addTangent(int k, double weight, Skyline *matrix, std::vector<double> *right) const
     {
         const double residual = kink(k);
         double gradient[10];
@@ -410,10 +432,10 @@ private:
         for (int i = 5; i < 10; ++i)
             gradient[i] = -gradient[i];
         for (int r = 0; r < 10; ++r) {
-            (*right)[index(at[r])] -= kTangentWeight * gradient[r] * residual;
+            (*right)[index(at[r])] -= weight * gradient[r] * residual;
             for (int c = 0; c < 10; ++c) {
                 if (at[c] <= at[r])
-                    matrix->add(at[r], at[c], kTangentWeight * gradient[r] * gradient[c]);
+                    matrix->add(at[r], at[c], weight * gradient[r] * gradient[c]);
             }
         }
     }
@@ -423,6 +445,8 @@ private:
     {
         for (int k = 0; k < count; ++k) {
             const Span &span = spans[index(k)];
+            if (span.first == span.last)
+                continue;
             Box box = { points.at(span.first), points.at(span.first) };
             for (int i = span.first; i < span.last; ++i) {
                 const Point p = points.at(i);
@@ -432,11 +456,11 @@ private:
             for (const Point v : { vertex[index(k)], vertex[index(after(k))] }) {
                 if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
                       && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
-                    return false;
+                     return false;
             }
             const double sweep = 2 * frame(k).halfSweep();
             if (std::fabs(sweep) > kLargestSweep + 1)
-                return false;
+                 return false;
         }
         return true;
     }
@@ -514,6 +538,7 @@ private:
     const int vertices;
     std::vector<char> smooth; // per joint
     std::vector<Point> anchors;
+    std::vector<Point> slide; // per vertex: the joint's tangent, 0 at corners
     std::vector<Point> vertex;
     std::vector<double> sagitta;
 };

@@ -56,7 +56,44 @@ void judgeJoints(const Table &table, std::vector<Span> *spans)
     }
 }
 
+// The cap of a joint, across the direction half way between the one that comes and the one that
+// turned round leaves.
+Span capBetween(const Points &points, const Span &before, const Span &after)
+{
+    const SpanEnd a = endOf(points, before);
+    const SpanEnd b = startOf(points, after);
+    const Point ahead = a.tangent - b.tangent;
+    const double length = std::hypot(ahead.x, ahead.y);
+    const Point direction = length > 1e-6 ? (1 / length) * ahead : a.tangent;
+    Span cap = {};
+    cap.first = cap.last = after.first;
+    cap.primitive.point = points.at(after.first);
+    for (int i = before.last - 1; i != after.first; i = (i + 1) % points.size()) {
+        if (dot(points.at(i) - cap.primitive.point, direction) > 0)
+            cap.primitive.point = points.at(i);
+    }
+    cap.primitive.direction = { -direction.y, direction.x };
+    if (dot(cap.primitive.direction, b.foot - a.foot) < 0)
+        cap.primitive.direction = -1.0 * cap.primitive.direction;
+    return cap;
+}
+
 } // namespace
+
+std::vector<Span> withCaps(const Table &table, const std::vector<Span> &spans)
+{
+    const Points &points = table.points;
+    std::vector<Span> result;
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        result.push_back(spans[k]);
+        const bool last = k + 1 == spans.size();
+        const Span &next = spans[last ? 0 : k + 1];
+        if ((last && !points.closed) || meetNear(endOf(points, spans[k]), startOf(points, next)))
+            continue;
+        result.push_back(capBetween(points, spans[k], next));
+    }
+    return result;
+}
 
 bool isConsistent(const Points &points, const Primitive &primitive, int first, int last)
 {

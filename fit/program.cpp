@@ -43,7 +43,7 @@ public:
                 leave(first, ends);
         }
         keepStates(size);
-        return way();
+        return bestEnd();
     }
 
 private:
@@ -134,14 +134,25 @@ private:
         return candidate->before >= 0;
     }
 
-    Answer way() const
+    // The cheapest way to the end. A closed chain's joint at its ends may leave points out, too.
+    Answer bestEnd() const
     {
-        Answer answer = { {}, 0 };
-        if (keptFrom(size) == keptFrom(size + 1))
-            return answer;
-        int s = survivors[static_cast<std::size_t>(keptFrom(size))];
-        answer.cost = state(s).cost;
-        for (; s >= 0; s = state(s).before)
+        Answer answer = { {}, std::numeric_limits<double>::infinity() };
+        int last = -1;
+        const int most = table.points.closed ? table.judgement.mayLeaveOut : 0;
+        for (int k = 0; k <= most && k < size; ++k) {
+            const int at = keptFrom(size - k);
+            if (at == keptFrom(size - k + 1))
+                continue;
+            const int s = survivors[static_cast<std::size_t>(at)];
+            const double cost
+                = state(s).cost + (k > 0 ? cornerCost() + k * table.judgement.leftOut : 0);
+            if (cost < answer.cost) {
+                answer.cost = cost;
+                last = s;
+            }
+        }
+        for (int s = last; s >= 0; s = state(s).before)
             answer.spans.push_back(state(s).span);
         std::reverse(answer.spans.begin(), answer.spans.end());
         return answer;

@@ -35,8 +35,9 @@ private:
     std::vector<int> group; // refinement: per element of `corners`
 };
 
-// The break where the walk turns most sharply; 0 for chains of few points.
-int sharpestBreak(const Points &points);
+// The break of a closed chain around which the walk turns least: a good place to cut it, since points
+// beside corners may have to be left out.
+int flattestBreak(const Points &points);
 
 struct Answer
 {

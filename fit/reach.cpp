@@ -21,6 +21,8 @@ const int kHardChord = 6;
 const double kLeastTurn = 0.06;
 // Breaks to both sides of a corner that are always looked at.
 const int kCornerReach = 2;
+// Points to both sides of a break that have to lie flat where a closed chain is cut.
+const int kFlatReach = 8;
 // Spans of the earlier answer that one of a refinement may replace.
 const int kMostMerged = 3;
 
@@ -66,12 +68,26 @@ bool isSharpest(const std::vector<double> &turn, int i, int reach)
 
 } // namespace
 
-int sharpestBreak(const Points &points)
+int flattestBreak(const Points &points)
 {
     const std::vector<double> turn = turns(points);
-    return turn.empty()
-        ? 0
-        : static_cast<int>(std::max_element(turn.begin(), turn.end()) - turn.begin());
+    const int n = static_cast<int>(turn.size());
+    const int reach = std::min(kFlatReach, n / 2);
+    double sum = 0;
+    for (int k = 0; k < 2 * reach; ++k)
+        sum += turn[static_cast<std::size_t>(k)];
+    double least = sum;
+    int best = reach;
+    for (int i = reach; i < n; ++i) {
+        // The window around break i holds the points i - reach to i + reach - 1.
+        if (sum < least) {
+            least = sum;
+            best = i;
+        }
+        sum += turn[static_cast<std::size_t>((i + reach) % n)]
+            - turn[static_cast<std::size_t>(i - reach)];
+    }
+    return n > 0 ? best % n : 0;
 }
 
 Reach Reach::every(int size)
@@ -115,6 +131,8 @@ Reach Reach::refinement(int size, const std::vector<Span> &spans, int radius)
         const bool inner = k > 0 && k < count;
         int from = k < count ? spans[static_cast<std::size_t>(k)].first : size;
         int to = from;
+        if (k == count)
+            from = std::max(reach.corners.back() + 1, spans.back().last);
         if (inner) {
             from = spans[static_cast<std::size_t>(k - 1)].last - radius;
             to += radius;
