@@ -18,31 +18,25 @@ bool goesAhead(double chord, double walk)
     return chord >= 0.75 * walk - 1.5;
 }
 
-// Radians from the first to the last point around the circle, in the direction of the walk.
-double sweepOf(const Primitive &arc, Point first, Point last)
-{
-    const Point a = first - arc.point;
-    const Point b = last - arc.point;
-    const double sweep = std::atan2(arc.turn * cross(a, b), dot(a, b));
-    return sweep < 0 ? sweep + 2 * kPi : sweep;
-}
-
-bool goesRound(double onCircle, double walk)
-{
-    return std::fabs(onCircle - walk) <= 0.3 * walk + 1.5;
-}
-
+// Gives a circle the direction of the walk; false where it is no arc of these points.
 bool completeArc(const Table &table, int first, int last, Primitive *arc)
 {
     const Points &points = table.points;
-    const Point a = points.at(first);
-    const Point b = points.at((first + last - 1) / 2);
-    const Point c = points.at(last - 1);
+    const Point a = points.at(first) - arc->point;
+    const Point b = points.at((first + last - 1) / 2) - arc->point;
+    const Point c = points.at(last - 1) - arc->point;
     arc->turn = cross(b - a, c - b) < 0 ? -1 : 1;
-    const double sweep = sweepOf(*arc, a, c);
-    if (sweep > kLargestSweep || !goesRound(arc->radius * sweep, points.walk(first, last - 1)))
+    // Radians from the first to the last point around the circle, in the direction of the walk.
+    const double sine = arc->turn * cross(a, c);
+    const double cosine = dot(a, c);
+    double sweep = std::atan2(sine, cosine);
+    sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
+    const double walk = points.walk(first, last - 1);
+    // Round the circle as far as the walk goes; like goesAhead.
+    if (sweep > kLargestSweep || std::fabs(arc->radius * sweep - walk) > 0.3 * walk + 1.5)
         return false;
-    const double sagitta = arc->radius * (1 - std::cos(sweep / 2));
+    const double half = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
+    const double sagitta = arc->radius * (sweep > kPi ? 1 + half : 1 - half);
     return sagitta > points.sigmaOf((first + last) / 2);
 }
 
@@ -65,30 +59,37 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 
 } // namespace
 
-SpanPair spansOf(const Table &table, int first, int last)
+SpanPair spansOf(const Table &table, int first, int last, double most)
 {
     const Points &points = table.points;
     const Moments m = table.sums.over(first, last);
+    const LineMoments c = lineMoments(m);
     const int n = last - first;
+    SpanPair pair;
+    pair.lineMisfit = table.judgement.misfit(c.least * m.w, n);
+    pair.arcMisfit = kAnyCost;
     const Point a = points.at(first);
     const Point b = points.at(last - 1);
-    SpanPair pair;
-    pair.line.first = pair.arc.first = first;
-    pair.line.last = pair.arc.last = last;
-    pair.line.smooth = pair.arc.smooth = false;
-    pair.line.primitive = lineOf(m, a, b);
-    pair.lineMisfit = pair.line.misfit = table.judgement.misfit(pair.line.primitive.chi2, n);
     const Point chord = b - a;
     pair.hasLine = goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
-    pair.arcMisfit = pair.lineMisfit;
     // Where the line is within half a number of perfect, no arc can tell itself from it.
-    pair.hasArc = n >= kArcPoints && offered(table.prices.arc)
+    const double arcPrice = table.numbers(table.prices.arc);
+    pair.hasArc = n >= kArcPoints && offered(table.prices.arc) && arcPrice <= most
         && (!pair.hasLine || pair.lineMisfit > table.numbers(0.5))
-        && circleOf(m, &pair.arc.primitive);
+        && circleOf(m, c, &pair.arc.primitive);
+    if (pair.hasLine && pair.lineMisfit + table.numbers(table.prices.line) <= most)
+        pair.line = { first, last, lineOf(m, c, a, b), pair.lineMisfit, false };
+    else
+        pair.hasLine = false;
     if (!pair.hasArc)
         return pair;
-    pair.arcMisfit = pair.arc.misfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
-    pair.hasArc = completeArc(table, first, last, &pair.arc.primitive);
+    pair.arcMisfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
+    pair.hasArc = pair.arcMisfit + arcPrice <= most
+        && completeArc(table, first, last, &pair.arc.primitive);
+    pair.arc.first = first;
+    pair.arc.last = last;
+    pair.arc.misfit = pair.arcMisfit;
+    pair.arc.smooth = false;
     return pair;
 }
 

@@ -50,19 +50,20 @@ struct Table
     }
 };
 
-// The two kinds of one span. lineMisfit and arcMisfit are what the sums tell also where the kind is
-// not offered: a line not where the walk turns back, an arc not where the line is as good, where it
-// would sweep too far, or where its sagitta is below one sigma.
+// The two kinds of one span. A line is not there where the walk turns back; an arc not where the line
+// is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither is where
+// its misfit and price exceed `most`; then its misfit may be left at infinity.
 struct SpanPair
 {
     bool hasLine;
     bool hasArc;
     double lineMisfit;
     double arcMisfit;
-    Span line;
+    Span line; // void unless hasLine
     Span arc;
 };
-SpanPair spansOf(const Table &table, int first, int last);
+SpanPair spansOf(const Table &table, int first, int last, double most);
+const double kAnyCost = 1e300;
 
 SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);

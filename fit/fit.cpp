@@ -15,7 +15,7 @@ namespace {
 
 // Breaks to both sides of the lattice's answer, then of the refined one.
 const int kWideRefinement = 3;
-const int kFineRefinement = 2;
+const int kFineRefinement = 1;
 // Chains of fewer points are not worth a lattice.
 const int kShortChain = 24;
 
@@ -42,28 +42,22 @@ Path fewPoints(const Points &points)
     return path;
 }
 
-// A line or an arc that explains an open chain as well as its errors let anything.
+bool explains(const Points &points, const Span &span)
+{
+    return points.edge == Edge::Soft
+        ? isAsExpected(Edge::Soft, span.primitive.chi2, span.last - span.first)
+        : isConsistent(points, span.primitive, span.first, span.last);
+}
+
+// A line, else an arc, that explains an open chain as well as its errors let anything.
 bool fitWhole(const Table &table, std::vector<Span> *spans)
 {
-    const Points &points = table.points;
-    if (points.closed)
-        return false;
-    const int n = points.size();
-    const SpanPair pair = spansOf(table, 0, n);
-    for (const Span &span : { pair.line, pair.arc }) {
-        const bool offeredHere = span.primitive.arc ? pair.hasArc : pair.hasLine;
-        const bool fits = points.edge == Edge::Soft
-            ? isAsExpected(Edge::Soft, span.primitive.chi2, n)
-            : isConsistent(points, span.primitive, 0, n);
-        if (!offeredHere || !fits)
-            if (!span.primitive.arc || !pair.hasArc)
-                continue;
-        if (offeredHere && fits) {
-            spans->assign(1, span);
-            return true;
-        }
-    }
-    return false;
+    const SpanPair pair = spansOf(table, 0, table.points.size(), kAnyCost);
+    if (pair.hasLine && explains(table.points, pair.line))
+        spans->assign(1, pair.line);
+    else if (pair.hasArc && explains(table.points, pair.arc))
+        spans->assign(1, pair.arc);
+    return !spans->empty();
 }
 
 // A closed chain is cut where it turns least, then twice where the last answer had a break half way

@@ -23,12 +23,12 @@ const double kMeetingCosine = std::cos(12 * kPi / 180);
 // lever of 10 px, and still 1e6 below what doubles cannot add any more.
 const double kTangentWeight = 1e10;
 // It grows to that by hundreds from round to round; at once, it lets no vertex move but along the kinks.
-const double kFirstTangentWeight = 1e4;
+const double kFirstTangentWeight = 1e6;
 const double kPinWeight = 1e12;
 const int kRounds = 12;
 // Pixels a vertex may move in one round.
 const double kLongestStep = 1.5;
-const double kSettled = 1e-5; // pixels
+const double kSettled = 1e-4; // pixels; the next step is its square
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
 // Pixels by which a piece may leave the box of its points.
@@ -280,7 +280,7 @@ private:
             const bool firm = tangentWeight >= kTangentWeight;
             if (step < kSettled && firm)
                 break;
-            tangentWeight = std::min(kTangentWeight, 100 * tangentWeight);
+            tangentWeight = std::min(kTangentWeight, 1e2 * tangentWeight);
         }
         return staysNear();
     }

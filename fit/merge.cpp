@@ -27,7 +27,7 @@ bool mergeAt(const Table &table, std::vector<Span> *spans, std::size_t from, int
 {
     const Span &a = (*spans)[from];
     const Span &b = (*spans)[from + static_cast<std::size_t>(count) - 1];
-    const SpanPair pair = spansOf(table, a.first, b.last);
+    const SpanPair pair = spansOf(table, a.first, b.last, kAnyCost);
     Span merged = pair.line;
     const bool line = pair.hasLine && cheaper(table, *spans, from, count, table.prices.line)
         && isConsistent(table.points, merged.primitive, a.first, b.last);

@@ -62,7 +62,7 @@ inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
         return { 5, 0.5, 0, 0, 4, 2 };
-    return { 4, 1, 1.5, 0.1, 0, 0 };
+    return { 4, 1, 1.2, 0.1, 0, 0 };
 }
 
 } // namespace ztrace::fit

@@ -11,10 +11,11 @@ namespace {
 // Ends in a row at which neither kind can win before longer spans are given up. Residuals of curves
 // are not monotone, so one is not enough.
 const int kFailures = 3;
-// Nats a point, and numbers, that a span's misfit must exceed to count as a failure. Relative to the
+// Nats a point, and numbers, that a span's misfit must exceed to count as a failure, and not to be
+// taken. Relative to the
 // points: an absolute bound breaks every long line of a staircase.
-const double kHopelessPerPoint = 2;
-const double kHopelessNumbers = 12;
+const double kHopelessPerPoint = 1;
+const double kHopelessNumbers = 8;
 
 struct State
 {
@@ -35,6 +36,7 @@ public:
         head.assign(static_cast<std::size_t>(size + 1), -1);
         best.assign(static_cast<std::size_t>(size + 1), std::numeric_limits<double>::infinity());
         kept.assign(static_cast<std::size_t>(size + 2), 0);
+        states.reserve(static_cast<std::size_t>(8 * size));
         std::vector<int> ends;
         for (int first = 0; first < size; ++first) {
             keepStates(first);
@@ -65,8 +67,11 @@ private:
     {
         const double limit = best[static_cast<std::size_t>(at)] + cornerCost();
         for (int s = head[static_cast<std::size_t>(at)]; s >= 0; s = state(s).next) {
-            if (state(s).cost <= limit)
+            if (state(s).cost <= limit) {
                 survivors.push_back(s);
+                State *survivor = &states[static_cast<std::size_t>(s)];
+                survivor->end = endOf(table.points, survivor->span);
+            }
         }
         std::sort(survivors.begin() + keptFrom(at), survivors.end(), [this](int a, int b) {
             return state(a).cost < state(b).cost || (state(a).cost == state(b).cost && a < b);
@@ -77,34 +82,52 @@ private:
     void leave(int first, const std::vector<int> &ends)
     {
         int failures = 0;
+        const double before = leastBefore(first);
         for (const int last : ends) {
             if (last - first < 2 && size > 1)
                 continue;
-            const SpanPair pair = spansOf(table, first, last);
-            if (pair.hasLine)
+            const double most = best[static_cast<std::size_t>(last)] + cornerCost() - before;
+            const SpanPair pair = spansOf(table, first, last, most);
+            const double hopeless = reach.mayCut()
+                ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
+                : kAnyCost;
+            if (pair.hasLine && pair.lineMisfit <= hopeless)
                 enter(pair.line);
-            if (pair.hasArc)
+            if (pair.hasArc && pair.arcMisfit <= hopeless)
                 enter(pair.arc);
-            const double hopeless
-                = kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers);
             const bool failed = std::min(pair.lineMisfit, pair.arcMisfit) > hopeless;
             failures = failed ? failures + 1 : 0;
-            if (failures >= kFailures && reach.mayCut())
+            if (failures >= kFailures)
                 break;
         }
+    }
+
+    // The cheapest way to a break from which a span may begin at `first`, joint not counted.
+    double leastBefore(int first) const
+    {
+        if (first == 0)
+            return 0;
+        double least = std::numeric_limits<double>::infinity();
+        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= first; ++k)
+            least = std::min(least, best[static_cast<std::size_t>(first - k)] + leftOutCost(k));
+        return least;
+    }
+
+    double leftOutCost(int k) const
+    {
+        return k > 0 ? cornerCost() + k * table.judgement.leftOut : 0;
     }
 
     // Adds the best way that ends with this span.
     void enter(const Span &span)
     {
         const double own = span.misfit + table.priceOf(span);
+        const auto last = static_cast<std::size_t>(span.last);
         State candidate = { own, -1, -1, span, {} };
         if (span.first > 0 && !joinBest(own, &candidate))
             return;
-        const auto last = static_cast<std::size_t>(span.last);
         if (candidate.cost > best[last] + cornerCost())
             return;
-        candidate.end = endOf(table.points, span);
         best[last] = std::min(best[last], candidate.cost);
         candidate.next = head[last];
         head[last] = static_cast<int>(states.size());
@@ -119,7 +142,7 @@ private:
             const int at = candidate->span.first - k;
             for (int s = keptFrom(at); s < keptFrom(at + 1); ++s) {
                 const int before = survivors[static_cast<std::size_t>(s)];
-                if (state(before).cost >= least)
+                if (state(before).cost + leftOutCost(k) >= least)
                     break;
                 bool smooth = false;
                 const double joint = jointCost(table, state(before).end, start, k, &smooth);

@@ -115,7 +115,7 @@ Moments Sums::over(int first, int last) const
 double Primitive::distance(Point p) const
 {
     const Point d = p - point;
-    return arc ? std::hypot(d.x, d.y) - radius : cross(d, direction);
+    return arc ? std::sqrt(dot(d, d)) - radius : cross(d, direction);
 }
 
 Point Primitive::foot(Point p) const
@@ -123,7 +123,7 @@ Point Primitive::foot(Point p) const
     const Point d = p - point;
     if (!arc)
         return point + dot(d, direction) * direction;
-    const double length = std::hypot(d.x, d.y);
+    const double length = std::sqrt(dot(d, d));
     return length > 0 ? point + (radius / length) * d : p;
 }
 
@@ -132,7 +132,7 @@ Point Primitive::tangent(Point p) const
     if (!arc)
         return direction;
     const Point d = p - point;
-    const double length = std::hypot(d.x, d.y);
+    const double length = std::sqrt(dot(d, d));
     return length > 0 ? Point { -turn * d.y / length, turn * d.x / length } : Point { 1, 0 };
 }
 
@@ -148,23 +148,21 @@ LineMoments lineMoments(const Moments &m)
     return { mx, my, xx, xy, yy, std::max(0.0, least) };
 }
 
-Primitive lineOf(const Moments &m, Point first, Point last)
+Primitive lineOf(const Moments &m, const LineMoments &c, Point first, Point last)
 {
-    const LineMoments c = lineMoments(m);
     // The eigenvector of the larger eigenvalue, from the row that keeps more digits.
     const double half = 0.5 * (c.xx - c.yy);
     const double root = std::sqrt(half * half + c.xy * c.xy);
     Point direction = half > 0 ? Point { half + root, c.xy } : Point { c.xy, root - half };
-    const double length = std::hypot(direction.x, direction.y);
+    const double length = std::sqrt(dot(direction, direction));
     direction = length > 0 ? (1 / length) * direction : Point { 1, 0 };
     if (dot(direction, last - first) < 0)
         direction = -1.0 * direction;
     return { false, { c.mx + m.ox, c.my + m.oy }, direction, 0, 0, c.least * m.w };
 }
 
-bool circleOf(const Moments &m, Primitive *circle)
+bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle)
 {
-    const LineMoments c = lineMoments(m);
     const double mz = c.xx + c.yy;
     const double q = c.mx * c.mx + c.my * c.my;
     const double z = m.xx + m.yy;

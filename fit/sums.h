@@ -63,12 +63,12 @@ struct LineMoments
 LineMoments lineMoments(const Moments &m);
 
 // Least total squares; direction (1, 0) where all points coincide.
-Primitive lineOf(const Moments &m, Point first, Point last);
+Primitive lineOf(const Moments &m, const LineMoments &c, Point first, Point last);
 
 // The circle of least algebraic distance over mean gradient (Taubin 1991), by Newton's method on the
 // characteristic polynomial (Chernov, Circular and Linear Regression, 2010, 5.10). False where the
 // points tell no circle, or one with a radius over kLargestRadius.
-bool circleOf(const Moments &m, Primitive *circle);
+bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle);
 const double kLargestRadius = 1e5;
 
 } // namespace ztrace::fit

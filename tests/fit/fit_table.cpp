@@ -31,6 +31,7 @@ struct Row
 };
 
 std::string svgFolder;
+int repeats = 1; // of every fit, for its time
 
 int sizeFor(const Truth &truth)
 {
@@ -93,8 +94,10 @@ void print(const Row &row, Edge edge, const Settings &settings)
             addNoise(&raster, row.noise, &noise);
         const ChainData data = outlineOf(raster, edge, row.noise);
         const std::clock_t begin = std::clock();
-        const Path path = fitChain(data.view(), settings);
-        seconds += static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+        Path path;
+        for (int k = 0; k < repeats; ++k)
+            path = fitChain(data.view(), settings);
+        seconds += static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC / repeats;
         points += static_cast<int>(data.x.size());
         const Score score = scoreOf(path, truth, settings);
         rms += score.rms * score.rms;
@@ -176,6 +179,8 @@ int main(int argc, char **argv)
             svgFolder = argv[i + 1];
         if (!std::strcmp(argv[i], "--only"))
             only = argv[i + 1];
+        if (!std::strcmp(argv[i], "--repeat"))
+            repeats = std::max(1, std::atoi(argv[i + 1]));
         if (!std::strcmp(argv[i], "--prices"))
             prices = argv[i + 1][0] == 'd' ? &dxf : argv[i + 1][0] == 'h' ? &host : &svg;
     }
