@@ -31,8 +31,10 @@ const double kLongestStep = 1.5;
 const double kSettled = 1e-4; // pixels; the next step is its square
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
-// Pixels by which a piece may leave the box of its points.
+// Pixels by which a piece may leave the box of its points, and a vertex its anchor.
 const double kLeaves = 6;
+const double kStrays = 3;
+const double kMissed = 1.5; // pixels
 
 double wrapped(double angle)
 {
@@ -131,6 +133,7 @@ public:
                 break;
         }
         start();
+        straightenStrays();
         return pieces();
     }
 
@@ -231,15 +234,14 @@ private:
         const Point a = anchors[index(k)];
         const Point b = anchors[index(after(k))];
         const Span &span = spans[index(k)];
-        const Point middle = arc.foot(points.at((span.first + span.last - 1) / 2));
         const Frame chord(a, b, 0);
-        // The circle's top over this chord, on the side where the points are.
+        // The circle's top over this chord: the far one where the points go more than half round.
         const double half = chord.length / 2;
         const double root = std::sqrt(std::max(0.0, arc.radius * arc.radius - half * half));
-        const double side = dot(middle - chord.middle, chord.outward);
-        const bool wide = dot(arc.point - chord.middle, chord.outward) * side > 0;
-        const double top = wide ? arc.radius + root : arc.radius - root;
-        return side < 0 ? -top : top;
+        const Point from = points.at(span.first) - arc.point;
+        const Point to = points.at(span.last - 1) - arc.point;
+        const bool wide = arc.turn * cross(from, to) < 0;
+        return arc.turn * (wide ? arc.radius + root : arc.radius - root);
     }
 
     // Unknowns: x and y of vertex k, then the sagitta of span k.
@@ -453,7 +455,11 @@ private:
                 box.low = { std::min(box.low.x, p.x), std::min(box.low.y, p.y) };
                 box.high = { std::max(box.high.x, p.x), std::max(box.high.y, p.y) };
             }
-            for (const Point v : { vertex[index(k)], vertex[index(after(k))] }) {
+            for (const int end : { k, after(k) }) {
+                const Point v = vertex[index(end)];
+                const Point off = v - anchors[index(end)];
+                if (!(dot(off, off) < kStrays * kStrays))
+                    return false;
                 if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
                       && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
                      return false;
@@ -470,6 +476,18 @@ private:
         const bool any = std::count(smooth.begin(), smooth.end(), 1) > 0;
         smooth.assign(index(count), 0);
         return any;
+    }
+
+    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is better.
+    void straightenStrays()
+    {
+        for (int k = 0; k < count; ++k) {
+            const Frame f = frame(k);
+            for (int i = spans[index(k)].first; i < spans[index(k)].last; ++i) {
+                if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
+                    sagitta[index(k)] = 0;
+            }
+        }
     }
 
     double misfitOf(int k) const

@@ -20,9 +20,17 @@ const double kSettled = 1e-7;
 // Pixels from both sides of a corner within which pixels see both.
 const double kCornerZone = 2;
 // Radii below this cannot be told from a corner: its points are all in the zone.
-const double kLeastRadius = 0.75;
+const double kLeastRadius = 1.5;
 // Points to both sides for directions along a rectangle's sides.
 const int kDirectionReach = 4;
+
+// Length over width from which the axis of inertia is the better direction, and the area the better
+// width.
+const double kLong = 4;
+// Half a crack in standard deviations of a uniform error; pixels by which points of a staircase may
+// lie farther off: corners of pixels at the corners of the shape.
+const double kHalfCrack = 1.7320508;
+const double kStepsRoom = 0.4;
 
 // One step's answer: distance to the shape and its change by each parameter.
 template<int N>
@@ -150,10 +158,7 @@ public:
 
     std::vector<WholeShape> run()
     {
-        const double det = moments.xx * moments.yy - moments.xy * moments.xy;
-        const bool possible = points.closed && points.size() >= kShapePoints && det > 0
-            && std::fabs(moments.area) > kLeastRatio * std::sqrt(det);
-        if (!possible)
+        if (!points.closed || points.size() < kShapePoints || !isPossible())
             return {};
         if (offered(table.prices.circle) && circle())
             return shapes;
@@ -168,12 +173,27 @@ public:
     }
 
 private:
+    bool isPossible()
+    {
+        const double mean = 0.5 * (moments.xx + moments.yy);
+        const double half = 0.5 * (moments.xx - moments.yy);
+        const double root = std::hypot(half, moments.xy);
+        axis = 0.5 * std::atan2(moments.xy, half);
+        isLong = mean + root > kLong * kLong * (mean - root);
+        // The steps of a staircase widen strokes of a pixel or two.
+        const double steps
+            = points.edge == Edge::Hard ? kStaircaseSigma * kStaircaseSigma : 0;
+        const double across = std::max(mean - root - steps, 1e-3);
+        return mean > 0 && std::fabs(moments.area) > kLeastRatio * std::sqrt((mean + root) * across);
+    }
+
     // Enters a shape; true where nothing else needs to be tried.
     template<int N, typename Shape>
     bool enter(Piece piece, const Eigen::Matrix<double, N, 1> &s, Shape shape, bool corners)
     {
         double chi2 = 0;
         double left = 0;
+        double farthest = 0; // beyond half a crack
         int counted = 0;
         for (int i = 0; i < points.size(); ++i) {
             const double d = shape(s, points.at(i)).distance;
@@ -184,12 +204,14 @@ private:
             left += out ? table.judgement.leftOut : 0;
             chi2 += out ? 0 : part;
             counted += out ? 0 : 1;
+            farthest = std::max(farthest, std::fabs(d) - kHalfCrack * points.sigmaOf(i));
         }
         piece.misfit = table.judgement.misfit(chi2, counted) + left;
         const double cost = piece.misfit + table.numbers(priceOf(piece, table.prices));
-        if (!std::isfinite(cost))
+        if (!std::isfinite(cost) || !hasArea(piece))
             return false;
-        shapes.push_back({ piece, cost, isAsExpected(points.edge, chi2, counted) });
+        const bool near = points.edge == Edge::Soft || farthest < kStepsRoom;
+        shapes.push_back({ piece, cost, near && isAsExpected(points.edge, chi2, counted) });
         return shapes.back().asExpected;
     }
 
@@ -200,6 +222,17 @@ private:
         const double u = std::fabs(dot(d, axis));
         const double v = std::fabs(cross(axis, d));
         return u > piece.half[0] - kCornerZone && v > piece.half[1] - kCornerZone;
+    }
+
+    // Points alone do not say how long a thin shape is: all may lie along its sides.
+    bool hasArea(const Piece &piece) const
+    {
+        const double full = 4 * piece.half[0] * piece.half[1];
+        const double area = piece.kind == Kind::RoundedRectangle
+            ? full - (4 - kPi) * piece.radius * piece.radius
+            : full * kPi / 4;
+        const double perPoint = points.edge == Edge::Soft ? 0.05 : 0.15;
+        return std::fabs(area - std::fabs(moments.area)) < 2 + perPoint * points.size();
     }
 
     bool circle()
@@ -215,12 +248,10 @@ private:
     bool ellipse()
     {
         const double mean = 0.5 * (moments.xx + moments.yy);
-        const double half = 0.5 * (moments.xx - moments.yy);
-        const double root = std::hypot(half, moments.xy);
-        const double angle = 0.5 * std::atan2(moments.xy, half);
+        const double root = std::hypot(0.5 * (moments.xx - moments.yy), moments.xy);
         Vector5 s;
         s << moments.centre.x, moments.centre.y, 2 * std::sqrt(mean + root),
-            2 * std::sqrt(std::max(mean - root, 1e-6)), angle;
+            2 * std::sqrt(std::max(mean - root, 1e-6)), axis;
         const auto limit = [](Vector5 *v) {
             (*v)[2] = std::max((*v)[2], 0.1);
             (*v)[3] = std::max((*v)[3], 0.1);
@@ -250,17 +281,19 @@ private:
 
     void rectangle()
     {
-        const double angle = sideAngle();
+        const double angle = isLong ? axis : sideAngle();
         const double c = std::cos(angle);
         const double n = std::sin(angle);
         const double along = c * c * moments.xx + 2 * c * n * moments.xy + n * n * moments.yy;
         const double across = n * n * moments.xx - 2 * c * n * moments.xy + c * c * moments.yy;
         const double a = std::sqrt(3 * std::max(along, 1e-6));
-        const double b = std::sqrt(3 * std::max(across, 1e-6));
+        const double b
+            = isLong ? std::fabs(moments.area) / (4 * a) : std::sqrt(3 * std::max(across, 1e-6));
         Vector6 s;
         s << moments.centre.x, moments.centre.y, a, b, angle, 0;
-        if (offered(table.prices.rectangle) && fitRectangle(s, 0))
-            return;
+        // Both where both are offered: few points tell a small rounding from a corner.
+        if (offered(table.prices.rectangle))
+            fitRectangle(s, 0);
         if (!offered(table.prices.roundedRectangle))
             return;
         // The inertia is a little smaller than without the rounding; what the area lacks is the
@@ -317,6 +350,8 @@ private:
     const Table &table;
     const Points &points;
     const AreaMoments moments;
+    double axis = 0; // of the largest inertia
+    bool isLong = false;
     std::vector<WholeShape> shapes;
 };
 

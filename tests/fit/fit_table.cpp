@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Prints how well shapes of known geometry come back: fit_table [--svg DIR].
-// With --svg every row's first picture is written as an SVG: truth green, points blue, fit black,
+// With --svg every row's worst picture is written as an SVG: truth green, points blue, fit black,
 // corners red, smooth joints orange, four times enlarged.
 #include "FitRig.h"
 
@@ -114,7 +114,7 @@ void print(const Row &row, Edge edge, const Settings &settings)
         for (const Piece &piece : truth)
             truthNumbers += priceOf(piece, settings.prices);
         length += lengthOfTruth(truth);
-        if (i == 0 && !svgFolder.empty()) {
+        if (score.rms >= worst && !svgFolder.empty()) {
             std::ofstream out(svgFolder + "/" + row.name + (edge == Edge::Soft ? "-aa" : "-bw")
                               + ".svg");
             out << svgOf(path, truth, data);
