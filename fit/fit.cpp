@@ -109,17 +109,20 @@ std::vector<Span> spansOfOpen(const Table &table)
 
 std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Judgement &judgement)
 {
+    Settings working = settings;
+    working.prices = workingPrices(settings.prices);
     std::vector<Span> spans;
     if (points->closed)
-        spans = spansOfClosed(points, settings, judgement);
+        spans = spansOfClosed(points, working, judgement);
     const Sums sums(*points);
-    const Table table = { *points, sums, settings.prices, judgement };
+    const Table table = { *points, sums, working.prices, judgement };
     if (!points->closed)
         spans = spansOfOpen(table);
-    std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
-    if (settings.curves)
-        pieces = withCurves(table, pieces);
-    return pieces;
+    const std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
+    if (!settings.curves && offered(settings.prices.arc))
+        return pieces;
+    const Table written = { *points, sums, settings.prices, judgement };
+    return withCurves(written, pieces, points->closed);
 }
 
 double leftOutCost(const Points &points, const std::vector<Piece> &pieces, const Judgement &judgement)

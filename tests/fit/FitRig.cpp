@@ -350,7 +350,8 @@ Score scoreOf(const Path &path, const Truth &truth, const Settings &settings)
             score.worst = std::max(score.worst, nearest);
             ++samples;
         }
-        score.numbers += priceOf(piece, settings.prices);
+        if (offered(priceOf(piece, settings.prices)))
+            score.numbers += priceOf(piece, settings.prices);
         score.turning += turningOf(piece) * 180 / kPi;
         if (isWhole(piece.kind) || (k == 0 && !path.closed))
             continue;

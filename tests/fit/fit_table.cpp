@@ -112,7 +112,7 @@ void print(const Row &row, Edge edge, const Settings &settings)
         if (truth[0].kind == Kind::Line && truth.size() <= 40)
             corners = std::max(corners, cornerError(path, truth));
         for (const Piece &piece : truth)
-            truthNumbers += priceOf(piece, settings.prices);
+            truthNumbers += priceOf(piece, svgPrices());
         length += lengthOfTruth(truth);
         if (score.rms >= worst && !svgFolder.empty()) {
             std::ofstream out(svgFolder + "/" + row.name + (edge == Edge::Soft ? "-aa" : "-bw")
@@ -256,7 +256,6 @@ int main(int argc, char **argv)
             rows.push_back(noisy);
     }
     Settings settings = settingsFor(*prices);
-    if (getenv("SLACK")) sscanf(getenv("SLACK"),"%lf,%lf,%lf,%lf",&settings.hard.slack,&settings.hard.leak,&settings.hard.slope,&settings.hard.lambda);
     std::printf("| shape | edge | rms | worst | numbers | truth's | whole | bias | corner | turning "
                 "| kinks | kinks/100px | ns/pt |\n|---|---|---|---|---|---|---|---|---|---|---|---|---|\n");
     for (const Row &row : rows) {
