@@ -37,7 +37,8 @@ struct Chain
 // Pixels. A noise-free soft edge is found to .01; rasterisers are off by up to .03 themselves.
 const double kSoftSigma = 0.05;
 const double kSoftFloor = 0.03;
-// Cracks along the boundary spread by .289 = 1/sqrt(12); across it the steps tell nearly nothing new.
+// Cracks along the boundary spread by .289 = 1/sqrt(12); across it the steps tell nearly nothing
+// new.
 const double kStaircaseSigma = 0.289;
 const double kHardFloor = 0.1;
 
@@ -47,12 +48,27 @@ struct Point
     double y;
 };
 
-inline Point operator+(Point a, Point b) { return { a.x + b.x, a.y + b.y }; }
-inline Point operator-(Point a, Point b) { return { a.x - b.x, a.y - b.y }; }
-inline Point operator*(double f, Point a) { return { f * a.x, f * a.y }; }
-inline double dot(Point a, Point b) { return a.x * b.x + a.y * b.y; }
+inline Point operator+(Point a, Point b)
+{
+    return { a.x + b.x, a.y + b.y };
+}
+inline Point operator-(Point a, Point b)
+{
+    return { a.x - b.x, a.y - b.y };
+}
+inline Point operator*(double f, Point a)
+{
+    return { f * a.x, f * a.y };
+}
+inline double dot(Point a, Point b)
+{
+    return a.x * b.x + a.y * b.y;
+}
 // Positive where b lies to the side of a towards which x turns into y.
-inline double cross(Point a, Point b) { return a.x * b.y - a.y * b.x; }
+inline double cross(Point a, Point b)
+{
+    return a.x * b.y - a.y * b.x;
+}
 
 } // namespace ztrace::fit
 

@@ -254,8 +254,8 @@ Piece reversed(const Piece &piece)
 
 EllipseShape ellipseShape(const Piece &conic)
 {
-    // With M the chord's middle, T the control point and w the weight, the curve is the affine image
-    // of a circle's arc: half chord c along one conjugate diameter, T - M along the other.
+    // With M the chord's middle, T the control point and w the weight, the curve is the affine
+    // image of a circle's arc: half chord c along one conjugate diameter, T - M along the other.
     const double w = conic.weight;
     const Point middle = 0.5 * (conic.start + conic.end);
     const Point toControl = conic.control - middle;

@@ -11,17 +11,20 @@ namespace ztrace::fit {
 // The last three are whole closed shapes and the only piece of their path.
 enum class Kind { Line, Arc, EllipticArc, Quadratic, Cubic, Circle, Ellipse, RoundedRectangle };
 
-inline bool isWhole(Kind kind) { return kind >= Kind::Circle; }
+inline bool isWhole(Kind kind)
+{
+    return kind >= Kind::Circle;
+}
 
 // Coordinates in pixels, angles in radians from x towards y.
 struct Piece
 {
     Kind kind;
-    int first; // number in the chain of the first point that it explains
-    int count; // of points from there on, past the chain's end from its begin again
-    bool smooth; // begins with the tangent with which the piece before it ends
+    int first;     // number in the chain of the first point that it explains
+    int count;     // of points from there on, past the chain's end from its begin again
+    bool smooth;   // begins with the tangent with which the piece before it ends
     double misfit; // nats
-    Point start; // of an open piece; whole shapes begin and end on their own positive first axis
+    Point start;   // of an open piece; whole shapes begin and end on their own positive first axis
     Point end;
     // Arc: tangent of a quarter of the sweep, positive where it turns from x towards y.
     double bulge;
@@ -32,8 +35,9 @@ struct Piece
     double weight;
     // Whole shapes.
     Point centre;
-    double half[2]; // half axes, or half width and height with the rounding; a circle's radius twice
-    double angle; // of the first axis
+    double
+        half[2];   // half axes, or half width and height with the rounding; a circle's radius twice
+    double angle;  // of the first axis
     double radius; // of rounded corners; 0 for a rectangle
 };
 
@@ -84,7 +88,8 @@ double distanceTo(const Piece &piece, Point p);
 Piece reversed(const Piece &piece);
 
 double priceOf(const Piece &piece, const Prices &prices);
-// Prices of pieces and corners of a path; the corner between last and first only where it is closed.
+// Prices of pieces and corners of a path; the corner between last and first only where it is
+// closed.
 double numbersOf(const std::vector<Piece> &pieces, bool closed, const Prices &prices);
 
 } // namespace ztrace::fit

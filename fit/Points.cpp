@@ -14,6 +14,9 @@ const int kStaircaseReach = 4;
 // Coordinates beyond this many pixels lose the digits that fits need.
 const double kFarthest = 1e9;
 
+// Pixels: what says nothing about a place may not vanish from the sums either.
+const double kLargestSigma = 100;
+
 bool usable(double value)
 {
     return std::isfinite(value) && std::fabs(value) < kFarthest;
@@ -75,7 +78,7 @@ double sigmaOf(const Chain &chain, const Points &points, int i)
     else if (!soft)
         sigma = staircaseSigma(points, i);
     const double lowest = soft ? kSoftFloor : kHardFloor;
-    return sigma > lowest && std::isfinite(sigma) ? sigma : lowest;
+    return sigma > lowest && std::isfinite(sigma) ? std::min(sigma, kLargestSigma) : lowest;
 }
 
 void measureWalk(Points *points)

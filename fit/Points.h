@@ -18,7 +18,7 @@ struct Points
     std::vector<double> sigma;
     std::vector<double> weight; // 1 / sigma squared
     std::vector<double> length; // of the walk up to this point; one element more when closed
-    std::vector<int> source; // the point's number in the chain
+    std::vector<int> source;    // the point's number in the chain
     Point origin;
     Edge edge;
     bool closed;

@@ -35,7 +35,8 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
     // Round the circle as far as the walk goes; like goesAhead.
     if (sweep > kLargestSweep || std::fabs(arc->radius * sweep - walk) > 0.3 * walk + 1.5)
         return false;
-    const double half = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
+    const double half
+        = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
     const double sagitta = arc->radius * (sweep > kPi ? 1 + half : 1 - half);
     return sagitta > points.sigmaOf((first + last) / 2);
 }
@@ -71,7 +72,8 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
     const Point a = points.at(first);
     const Point b = points.at(last - 1);
     const Point chord = b - a;
-    pair.hasLine = goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
+    // Two or three points are always a line, so that there is a way through every chain.
+    pair.hasLine = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
     // Where the line is within half a number of perfect, no arc can tell itself from it.
     const double arcPrice = table.numbers(table.prices.arc);
     pair.hasArc = n >= kArcPoints && offered(table.prices.arc) && arcPrice <= most
@@ -84,8 +86,8 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
     if (!pair.hasArc)
         return pair;
     pair.arcMisfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
-    pair.hasArc = pair.arcMisfit + arcPrice <= most
-        && completeArc(table, first, last, &pair.arc.primitive);
+    pair.hasArc
+        = pair.arcMisfit + arcPrice <= most && completeArc(table, first, last, &pair.arc.primitive);
     pair.arc.first = first;
     pair.arc.last = last;
     pair.arc.misfit = pair.arcMisfit;

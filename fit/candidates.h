@@ -16,7 +16,7 @@ struct Span
     int last;
     Primitive primitive;
     double misfit; // nats
-    bool smooth; // joins the span before it with a common tangent
+    bool smooth;   // joins the span before it with a common tangent
 };
 
 // Where and how a span meets its neighbour.
@@ -50,9 +50,9 @@ struct Table
     }
 };
 
-// The two kinds of one span. A line is not there where the walk turns back; an arc not where the line
-// is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither is where
-// its misfit and price exceed `most`; then its misfit may be left at infinity.
+// The two kinds of one span. A line is not there where the walk turns back; an arc not where the
+// line is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither
+// is where its misfit and price exceed `most`; then its misfit may be left at infinity.
 struct SpanPair
 {
     bool hasLine;
@@ -68,13 +68,13 @@ const double kAnyCost = 1e300;
 SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);
 
-// Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the one
-// to the other.
+// Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the
+// one to the other.
 const double kMeetingReach = 2.5;
 bool meetNear(const SpanEnd &before, const SpanEnd &after);
 
-// Nats for the joint of two spans between which `leftOut` points belong to neither: nothing where it is
-// smooth, a corner, or the line and the two corners of a cap.
+// Nats for the joint of two spans between which `leftOut` points belong to neither: nothing where
+// it is smooth, a corner, or the line and the two corners of a cap.
 double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
                  bool *smooth);
 

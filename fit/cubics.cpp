@@ -14,7 +14,7 @@ namespace {
 // counts all.
 const int kMostPoints = 32;
 const int kRounds = 6;
-const double kSettled = 1e-4; // pixels
+const double kSettled = 1e-4;      // pixels
 const double kLongestHandle = 1.5; // chords
 const double kShortestHandle = 0.02;
 // Parameter by which a point may run past the ends: those beside a joint may project there.
@@ -140,7 +140,8 @@ public:
     }
 
 private:
-    // Points near the curve do not say that the curve is near the points: loops are longer than the walk.
+    // Points near the curve do not say that the curve is near the points: loops are longer than the
+    // walk.
     bool followsWalk(const Bezier &curve) const
     {
         const int steps = 16;
@@ -177,8 +178,7 @@ private:
             const double b = 3 * u * t * t;
             Vector j;
             j << a * dot(n, handles.tangent[0]), -b * dot(n, handles.tangent[1]),
-                ends.startFixed ? 0
-                                : a * handles.length[0] * dot(n, leftOf(handles.tangent[0])),
+                ends.startFixed ? 0 : a * handles.length[0] * dot(n, leftOf(handles.tangent[0])),
                 ends.endFixed ? 0 : -b * handles.length[1] * dot(n, leftOf(handles.tangent[1]));
             const double weight = table.points.weightOf(i);
             normal += weight * j * j.transpose();

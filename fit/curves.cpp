@@ -23,10 +23,10 @@ const double kCubicSweep = 1.6;
 struct Choice
 {
     double cost;
-    int from; // vertex where the last part begins
-    bool curve; // what the last part is
+    int from;       // vertex where the last part begins
+    bool curve;     // what the last part is
     bool fromCurve; // what ended at `from`
-    Piece piece; // the curve
+    Piece piece;    // the curve
 };
 
 class Curves
@@ -41,7 +41,8 @@ public:
 
     std::vector<Piece> run()
     {
-        best.assign(static_cast<std::size_t>(2 * (count + 1)), Choice { kAnyCost, 0, false, false, {} });
+        best.assign(static_cast<std::size_t>(2 * (count + 1)),
+                    Choice { kAnyCost, 0, false, false, {} });
         at(0, false).cost = 0;
         for (int to = 1; to <= count; ++to) {
             keep(to);
@@ -57,8 +58,8 @@ public:
 private:
     struct Vertex
     {
-        bool smooth; // common tangent already
-        bool passable; // a curve may go over it
+        bool smooth;    // common tangent already
+        bool passable;  // a curve may go over it
         bool shareable; // two curves may get a common tangent
         Point shared;
         Point before; // tangents of the pieces
@@ -205,9 +206,8 @@ void appendParts(const Piece &arc, const Prices &prices, std::vector<Piece> *res
             * (quadratic ? std::tan(std::fabs(sweep) / 2)
                          : 4.0 / 3 * std::tan(std::fabs(sweep) / 4));
         const Point control = start + handle * startTangent(part);
-        Piece curve = quadratic
-            ? quadraticPiece(start, control, end)
-            : cubicPiece(start, control, end - handle * endTangent(part), end);
+        Piece curve = quadratic ? quadraticPiece(start, control, end)
+                                : cubicPiece(start, control, end - handle * endTangent(part), end);
         const int from = arc.count * k / parts;
         curve.first = arc.first + from;
         curve.count = arc.count * (k + 1) / parts - from;

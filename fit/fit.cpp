@@ -8,6 +8,7 @@
 #include "fit/shapes.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace::fit {
 
@@ -60,9 +61,17 @@ bool fitWhole(const Table &table, std::vector<Span> *spans)
     return !spans->empty();
 }
 
+std::vector<Span> refined(const Table &table, const std::vector<Span> &spans, int radius)
+{
+    const Reach reach = Reach::refinement(table.points.size(), spans, radius);
+    const std::vector<Span> better = runProgram(table, reach).spans;
+    return better.empty() ? spans : better;
+}
+
 // A closed chain is cut where it turns least, then twice where the last answer had a break half way
 // round, so that every break is refined with points to both its sides.
-std::vector<Span> spansOfClosed(Points *points, const Settings &settings, const Judgement &judgement)
+std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
+                                const Judgement &judgement)
 {
     *points = rotated(*points, flattestBreak(*points));
     std::vector<Span> spans;
@@ -75,8 +84,7 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings, const 
                         .spans;
         } else {
             const int radius = round == 1 ? kWideRefinement : kFineRefinement;
-            spans = runProgram(table, Reach::refinement(points->size(), spans, radius)).spans;
-            spans = mergeSteps(table, spans);
+            spans = mergeSteps(table, refined(table, spans, radius));
         }
         if (round == 2 || spans.size() < 2)
             break;
@@ -85,7 +93,8 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings, const 
         const int start = spans[middle].first;
         const int n = points->size();
         *points = rotated(*points, start);
-        std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(middle), spans.end());
+        std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(middle),
+                    spans.end());
         for (Span &span : spans) {
             span.first = (span.first - start + n) % n;
             span.last = (span.last - start + n - 1) % n + 1;
@@ -103,8 +112,7 @@ std::vector<Span> spansOfOpen(const Table &table)
     if (n < kShortChain)
         return mergeSteps(table, runProgram(table, Reach::every(n)).spans);
     spans = runProgram(table, Reach::lattice(table.points)).spans;
-    spans = runProgram(table, Reach::refinement(n, spans, kWideRefinement)).spans;
-    return mergeSteps(table, spans);
+    return mergeSteps(table, refined(table, spans, kWideRefinement));
 }
 
 std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Judgement &judgement)
@@ -125,7 +133,34 @@ std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Jud
     return withCurves(written, pieces, points->closed);
 }
 
-double leftOutCost(const Points &points, const std::vector<Piece> &pieces, const Judgement &judgement)
+bool isDrawable(const std::vector<Piece> &pieces)
+{
+    for (const Piece &piece : pieces) {
+        const double sum = piece.start.x + piece.start.y + piece.end.x + piece.end.y + piece.bulge
+            + piece.control.x + piece.control.y + piece.control2.x + piece.control2.y
+            + piece.misfit;
+        if (!std::isfinite(sum))
+            return false;
+    }
+    return !pieces.empty();
+}
+
+// Lines from point to point: where nothing else holds, the points do.
+std::vector<Piece> polyline(const Points &points)
+{
+    std::vector<Piece> pieces;
+    const int n = points.size();
+    for (int i = 0; i + 1 < n + (points.closed ? 1 : 0); ++i) {
+        Piece line = linePiece(points.at(i), points.at((i + 1) % n));
+        line.first = i;
+        line.count = 1;
+        pieces.push_back(line);
+    }
+    return pieces;
+}
+
+double leftOutCost(const Points &points, const std::vector<Piece> &pieces,
+                   const Judgement &judgement)
 {
     int counted = 0;
     for (const Piece &piece : pieces)
@@ -137,7 +172,8 @@ double leftOutCost(const Points &points, const std::vector<Piece> &pieces, const
 void toChain(const Points &points, std::vector<Piece> *pieces)
 {
     for (Piece &piece : *pieces) {
-        for (Point *p : { &piece.start, &piece.end, &piece.control, &piece.control2, &piece.centre })
+        for (Point *p :
+             { &piece.start, &piece.end, &piece.control, &piece.control2, &piece.centre })
             *p = *p + points.origin;
         if (piece.first < points.size())
             piece.first = points.source[static_cast<std::size_t>(piece.first)];
@@ -180,6 +216,8 @@ Path fitChain(const Chain &chain, const Settings &settings)
         path = fewPoints(points);
     } else {
         path.pieces = fitPieces(&points, settings, judgement);
+        if (!isDrawable(path.pieces))
+            path.pieces = polyline(points);
         double cost = leftOutCost(points, path.pieces, judgement)
             + judgement.lambda * numbersOf(path.pieces, path.closed, settings.prices);
         for (const Piece &piece : path.pieces)

@@ -28,7 +28,7 @@ struct Path
 {
     std::vector<Piece> pieces;
     bool closed;
-    double misfit; // nats of all points
+    double misfit;  // nats of all points
     double numbers; // by the price list
 };
 

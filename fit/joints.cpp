@@ -22,7 +22,8 @@ const double kMeetingCosine = std::cos(12 * kPi / 180);
 // Weight of a common tangent per squared radian: 1e4 times what 1000 points of .03 px weigh at a
 // lever of 10 px, and still 1e6 below what doubles cannot add any more.
 const double kTangentWeight = 1e10;
-// It grows to that by hundreds from round to round; at once, it lets no vertex move but along the kinks.
+// It grows to that by hundreds from round to round; at once, it lets no vertex move but along the
+// kinks.
 const double kFirstTangentWeight = 1e6;
 const double kPinWeight = 1e12;
 const int kRounds = 12;
@@ -68,8 +69,8 @@ struct Frame
         byHalf = -4 * s * c / (sum * sum);
     }
 
-    // Signed distance of p outside of the circle through both vertices and the sagitta's top. In this
-    // form it goes over into the distance from the chord as the sagitta goes to zero.
+    // Signed distance of p outside of the circle through both vertices and the sagitta's top. In
+    // this form it goes over into the distance from the chord as the sagitta goes to zero.
     double distance(Point p, double jacobian[5]) const
     {
         const double u = dot(p - middle, along);
@@ -94,10 +95,7 @@ struct Frame
 
     // Half the sweep, and what it changes by per sagitta and per half chord.
     double halfSweep() const { return 2 * std::atan(2 * sagitta / length); }
-    double sweepBySagitta() const
-    {
-        return length / (sagitta * sagitta + 0.25 * length * length);
-    }
+    double sweepBySagitta() const { return length / (sagitta * sagitta + 0.25 * length * length); }
     double sweepByHalf() const
     {
         return -2 * sagitta / (sagitta * sagitta + 0.25 * length * length);
@@ -163,8 +161,9 @@ private:
             return points.at(n - 1);
         if (!hasJoint(k))
             return points.at(spans[index(k)].first);
-        return 0.5 * (points.at((spans[index(before(k))].last - 1 + n) % n)
-                      + points.at(spans[index(k)].first % n));
+        return 0.5
+            * (points.at((spans[index(before(k))].last - 1 + n) % n)
+               + points.at(spans[index(k)].first % n));
     }
 
     SpanEnd meeting(const Span &span, int k) const
@@ -173,8 +172,8 @@ private:
         return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p) };
     }
 
-    // Where two fits meet near a break: their tangents' intersection, followed along arcs; where they
-    // hardly turn half way between them, with the tangent.
+    // Where two fits meet near a break: their tangents' intersection, followed along arcs; where
+    // they hardly turn half way between them, with the tangent.
     Point meet(int k, Point *tangent) const
     {
         const Primitive &a = primitive(before(k));
@@ -278,7 +277,7 @@ private:
                 return false;
             const double step = take(right);
             if (!(step < 1e3))
-                 return false;
+                return false;
             const bool firm = tangentWeight >= kTangentWeight;
             if (step < kSettled && firm)
                 break;
@@ -462,11 +461,11 @@ private:
                     return false;
                 if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
                       && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
-                     return false;
+                    return false;
             }
             const double sweep = 2 * frame(k).halfSweep();
             if (std::fabs(sweep) > kLargestSweep + 1)
-                 return false;
+                return false;
         }
         return true;
     }
@@ -478,7 +477,8 @@ private:
         return any;
     }
 
-    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is better.
+    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is
+    // better.
     void straightenStrays()
     {
         for (int k = 0; k < count; ++k) {
@@ -534,8 +534,7 @@ private:
             const Point b = points.closed && count == 1 ? a : vertex[index(after(k))];
             const Frame f = frame(k);
             const bool arc = primitive(k).arc && std::fabs(sagitta[index(k)]) > 0;
-            Piece piece
-                = arc ? arcPiece(a, b, 2 * sagitta[index(k)] / f.length) : linePiece(a, b);
+            Piece piece = arc ? arcPiece(a, b, 2 * sagitta[index(k)] / f.length) : linePiece(a, b);
             piece.first = span.first;
             piece.count = span.last - span.first;
             piece.smooth = smooth[index(k)] != 0;

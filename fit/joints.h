@@ -10,8 +10,8 @@
 namespace ztrace::fit {
 
 // Least squares over the vertices and the sagittas of the arcs, all spans together, by Gauss and
-// Newton's method on true distances. Every vertex is anchored with 1 px where the free fits meet: at
-// their intersection where they turn by more than 12 degrees, else half way between their feet.
+// Newton's method on true distances. Every vertex is anchored with 1 px where the free fits meet:
+// at their intersection where they turn by more than 12 degrees, else half way between their feet.
 // Smooth joints have one tangent to 1e-6 radians; one whose common tangent costs more misfit than a
 // corner is worth becomes a corner.
 //

@@ -11,8 +11,8 @@ namespace ztrace::fit {
 // A price that is never paid: the format has no such piece.
 const double kNotOffered = 1e9;
 
-// Numbers a piece adds to what is written. A joint with a corner costs `corner` more than one with a
-// common tangent: by the written numbers alone polygons win everywhere.
+// Numbers a piece adds to what is written. A joint with a corner costs `corner` more than one with
+// a common tangent: by the written numbers alone polygons win everywhere.
 struct Prices
 {
     double line;
@@ -27,10 +27,19 @@ struct Prices
     double corner;
 };
 
-inline bool offered(double price) { return price < kNotOffered; }
+inline bool offered(double price)
+{
+    return price < kNotOffered;
+}
 
-inline Prices svgPrices() { return { 2, 5, 7, 4, 6, 3, 5, 5, 6, 1.5 }; }
-inline Prices dxfPrices() { return { 2, 3, kNotOffered, kNotOffered, 6, 3, 5, 8, 12, 1.5 }; }
+inline Prices svgPrices()
+{
+    return { 2, 5, 7, 4, 6, 3, 5, 5, 6, 1.5 };
+}
+inline Prices dxfPrices()
+{
+    return { 2, 3, kNotOffered, kNotOffered, 6, 3, 5, 8, 12, 1.5 };
+}
 inline Prices hostPrices()
 {
     return { 2,           kNotOffered, kNotOffered, 4,           kNotOffered,
@@ -48,7 +57,7 @@ struct Judgement
     double slope;
     double slack;
     double leak;
-    double leftOut; // nats for a point left out beside a corner, where pixels see both sides
+    double leftOut;  // nats for a point left out beside a corner, where pixels see both sides
     int mayLeaveOut; // points at one corner
 
     double misfit(double chi2, int n) const

@@ -20,8 +20,8 @@ const double kHopelessNumbers = 8;
 struct State
 {
     double cost; // of the way up to and with this span
-    int before; // state, -1 at the start
-    int next; // state that ends at the same break, -1 at the end
+    int before;  // state, -1 at the start
+    int next;    // state that ends at the same break, -1 at the end
     Span span;
     SpanEnd end;
 };
@@ -88,7 +88,7 @@ private:
                 continue;
             const double most = best[static_cast<std::size_t>(last)] + cornerCost() - before;
             const SpanPair pair = spansOf(table, first, last, most);
-            const double hopeless = reach.mayCut()
+            const double hopeless = reach.mayCut() && last - first > 3
                 ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
                 : kAnyCost;
             if (pair.hasLine && pair.lineMisfit <= hopeless)
@@ -188,10 +188,10 @@ private:
     const Reach &reach;
     const int size;
     std::vector<State> states;
-    std::vector<int> head; // per break: the state that came last
-    std::vector<double> best; // per break
+    std::vector<int> head;      // per break: the state that came last
+    std::vector<double> best;   // per break
     std::vector<int> survivors; // states, break after break
-    std::vector<int> kept; // per break: where its survivors begin
+    std::vector<int> kept;      // per break: where its survivors begin
 };
 
 } // namespace

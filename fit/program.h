@@ -12,7 +12,8 @@ namespace ztrace::fit {
 //
 // Every      all of them, O(n^2); the reference of tests and the choice for the shortest chains
 // Lattice    those of about length L that begin and end at multiples of L / 8 or near corners
-// Refinement those between points near the breaks of an earlier answer, over up to three of its spans
+// Refinement those between points near the breaks of an earlier answer, over up to three of its
+// spans
 class Reach
 {
 public:
@@ -30,25 +31,26 @@ private:
 
     Kind kind = Kind::Every;
     int size = 0;
-    std::vector<int> corners; // lattice: breaks near corners; refinement: all breaks; ascending
+    std::vector<int> corners;   // lattice: breaks near corners; refinement: all breaks; ascending
     std::vector<char> isCorner; // per break
-    std::vector<int> group; // refinement: per element of `corners`
+    std::vector<int> group;     // refinement: per element of `corners`
 };
 
-// The break of a closed chain around which the walk turns least: a good place to cut it, since points
-// beside corners may have to be left out.
+// The break of a closed chain around which the walk turns least: a good place to cut it, since
+// points beside corners may have to be left out.
 int flattestBreak(const Points &points);
 
 struct Answer
 {
     std::vector<Span> spans; // in order
-    double cost; // nats: misfit, numbers and joints; the joint of a closed chain's ends is not in it
+    double
+        cost; // nats: misfit, numbers and joints; the joint of a closed chain's ends is not in it
 };
 
 // States are spans, so an answer is exact for the spans that `reach` offers: a way through a span
-// costs the same whatever comes later, but for the next joint, which is why not only the best way to
-// a break is kept but all that are worse by less than a corner. Points may be left out at breaks.
-// A chain without points gives an answer without spans.
+// costs the same whatever comes later, but for the next joint, which is why not only the best way
+// to a break is kept but all that are worse by less than a corner. Points may be left out at
+// breaks. A chain without points gives an answer without spans.
 Answer runProgram(const Table &table, const Reach &reach);
 
 } // namespace ztrace::fit

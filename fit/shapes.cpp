@@ -181,10 +181,10 @@ private:
         axis = 0.5 * std::atan2(moments.xy, half);
         isLong = mean + root > kLong * kLong * (mean - root);
         // The steps of a staircase widen strokes of a pixel or two.
-        const double steps
-            = points.edge == Edge::Hard ? kStaircaseSigma * kStaircaseSigma : 0;
+        const double steps = points.edge == Edge::Hard ? kStaircaseSigma * kStaircaseSigma : 0;
         const double across = std::max(mean - root - steps, 1e-3);
-        return mean > 0 && std::fabs(moments.area) > kLeastRatio * std::sqrt((mean + root) * across);
+        return mean > 0
+            && std::fabs(moments.area) > kLeastRatio * std::sqrt((mean + root) * across);
     }
 
     // Enters a shape; true where nothing else needs to be tried.
@@ -238,10 +238,9 @@ private:
     bool circle()
     {
         Vector3 s(moments.centre.x, moments.centre.y, std::sqrt(std::fabs(moments.area) / kPi));
-        if (!gaussNewton<3>(points, &s, toCircle, [](Vector3 *) { }) || !(s[2] > 0))
+        if (!gaussNewton<3>(points, &s, toCircle, [](Vector3 *) {}) || !(s[2] > 0))
             return false;
-        const Piece piece
-            = wholePiece(Kind::Circle, points, { s[0], s[1] }, s[2], s[2], 0);
+        const Piece piece = wholePiece(Kind::Circle, points, { s[0], s[1] }, s[2], s[2], 0);
         return enter<3>(piece, s, toCircle, false);
     }
 
@@ -258,8 +257,7 @@ private:
         };
         if (!gaussNewton<5>(points, &s, toEllipse, limit))
             return false;
-        const Piece piece
-            = wholePiece(Kind::Ellipse, points, { s[0], s[1] }, s[2], s[3], s[4]);
+        const Piece piece = wholePiece(Kind::Ellipse, points, { s[0], s[1] }, s[2], s[3], s[4]);
         return enter<5>(piece, s, toEllipse, false);
     }
 
@@ -329,7 +327,8 @@ private:
         return enter<6>(piece, s, shape, !rounding);
     }
 
-    // Once more without the points near the corners, unless nearly none are left (the caps of lines).
+    // Once more without the points near the corners, unless nearly none are left (the caps of
+    // lines).
     template<typename Shape, typename Limit>
     void awayFromCorners(Vector6 *s, Shape shape, Limit limit) const
     {

@@ -18,9 +18,9 @@ struct WholeShape
 };
 
 // The shapes that are worth a comparison, cheapest first; none for open chains, for fewer than
-// kShapePoints points, for outlines whose area and inertia belong to none of the kinds, and of kinds
-// that have no price. Least squares of true distances by Gauss and Newton's method; points within
-// two pixels of a rectangle's corner count at most as left out.
+// kShapePoints points, for outlines whose area and inertia belong to none of the kinds, and of
+// kinds that have no price. Least squares of true distances by Gauss and Newton's method; points
+// within two pixels of a rectangle's corner count at most as left out.
 std::vector<WholeShape> wholeShapes(const Table &table);
 const int kShapePoints = 8;
 

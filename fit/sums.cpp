@@ -168,10 +168,8 @@ bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle)
     const double z = m.xx + m.yy;
     // Around the mean: shifted() with dx = -mean, written out for the three that are needed.
     const double zNew = z - 2 * c.mx * m.x - 2 * c.my * m.y + q * m.w;
-    const double xz
-        = (m.xz - 2 * c.mx * m.xx - 2 * c.my * m.xy + q * m.x - c.mx * zNew) / m.w;
-    const double yz
-        = (m.yz - 2 * c.mx * m.xy - 2 * c.my * m.yy + q * m.y - c.my * zNew) / m.w;
+    const double xz = (m.xz - 2 * c.mx * m.xx - 2 * c.my * m.xy + q * m.x - c.mx * zNew) / m.w;
+    const double yz = (m.yz - 2 * c.mx * m.xy - 2 * c.my * m.yy + q * m.y - c.my * zNew) / m.w;
     const double zz = (m.zz + 4 * c.mx * c.mx * m.xx + 4 * c.my * c.my * m.yy + q * q * m.w
                        - 4 * c.mx * m.xz - 4 * c.my * m.yz + 2 * q * z + 8 * c.mx * c.my * m.xy
                        - 4 * q * (c.mx * m.x + c.my * m.y))

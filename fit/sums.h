@@ -43,15 +43,15 @@ private:
 struct Primitive
 {
     bool arc;
-    Point point; // of the line: the mean; of the circle: the centre
+    Point point;     // of the line: the mean; of the circle: the centre
     Point direction; // of the line, unit length
     double radius;
     double turn; // of the circle: 1 where the walk turns from x to y, else -1
     double chi2; // sum of (distance / sigma) squared; of the circle to first order
 
     double distance(Point p) const; // signed: right of the line, outside of the circle
-    Point foot(Point p) const; // nearest point; p itself at a circle's centre
-    Point tangent(Point p) const; // unit, at the foot, along the walk
+    Point foot(Point p) const;      // nearest point; p itself at a circle's centre
+    Point tangent(Point p) const;   // unit, at the foot, along the walk
 };
 
 // Central second moments; the smaller eigenvalue is the mean squared distance.
@@ -65,9 +65,9 @@ LineMoments lineMoments(const Moments &m);
 // Least total squares; direction (1, 0) where all points coincide.
 Primitive lineOf(const Moments &m, const LineMoments &c, Point first, Point last);
 
-// The circle of least algebraic distance over mean gradient (Taubin 1991), by Newton's method on the
-// characteristic polynomial (Chernov, Circular and Linear Regression, 2010, 5.10). False where the
-// points tell no circle, or one with a radius over kLargestRadius.
+// The circle of least algebraic distance over mean gradient (Taubin 1991), by Newton's method on
+// the characteristic polynomial (Chernov, Circular and Linear Regression, 2010, 5.10). False where
+// the points tell no circle, or one with a radius over kLargestRadius.
 bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle);
 const double kLargestRadius = 1e5;
 

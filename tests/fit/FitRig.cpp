@@ -42,8 +42,7 @@ class Accumulator
 public:
     Accumulator(int w, int h)
         : width(w), height(h), cells(static_cast<std::size_t>((w + 2) * h), 0.0)
-    {
-    }
+    { }
 
     void edge(Point a, Point b)
     {
@@ -111,8 +110,9 @@ private:
     std::vector<double> cells;
 };
 
-// Where a straight edge with this unit normal covers `area` of a unit pixel: the distance of the edge
-// from the pixel's centre along the normal, the covered side behind it. Bisection: plainly right.
+// Where a straight edge with this unit normal covers `area` of a unit pixel: the distance of the
+// edge from the pixel's centre along the normal, the covered side behind it. Bisection: plainly
+// right.
 double edgeOffset(Point normal, double area)
 {
     const double a = std::fabs(normal.x);
@@ -280,8 +280,8 @@ Truth rectangleTruth(Point centre, double width, double height, double angle, do
     }
     const Point along = { std::cos(angle) * width / 2, std::sin(angle) * width / 2 };
     const Point across = { -std::sin(angle) * height / 2, std::cos(angle) * height / 2 };
-    return polygonTruth({ centre - along - across, centre + along - across,
-                          centre + along + across, centre - along + across });
+    return polygonTruth({ centre - along - across, centre + along - across, centre + along + across,
+                          centre - along + across });
 }
 
 Truth polygonTruth(const std::vector<Point> &corners)

@@ -18,7 +18,7 @@ class Noise
 public:
     explicit Noise(std::uint64_t seed) : state(seed * 2862933555777941757ULL + 3037000493ULL) { }
     double uniform(); // 0 <= u < 1
-    double normal(); // of deviation 1
+    double normal();  // of deviation 1
 private:
     std::uint64_t state;
 };
@@ -48,8 +48,9 @@ struct Raster
 Raster rasterOf(const Truth &truth, int width, int height);
 void addNoise(Raster *raster, double deviation, Noise *noise); // coverage units
 
-// The outline of the pixels of at least half coverage that holds the topmost one. Soft: each crack's
-// place by the coverage of the pixel nearer to half, inverted along the normal. Hard: midpoints.
+// The outline of the pixels of at least half coverage that holds the topmost one. Soft: each
+// crack's place by the coverage of the pixel nearer to half, inverted along the normal. Hard:
+// midpoints.
 struct ChainData
 {
     std::vector<double> x;
@@ -69,7 +70,7 @@ struct Score
     double numbers; // prices without corners
     int pieces;
     double turning; // degrees in all
-    int kinks; // joints of more than 3 degrees
+    int kinks;      // joints of more than 3 degrees
 };
 Score scoreOf(const Path &path, const Truth &truth, const Settings &settings);
 

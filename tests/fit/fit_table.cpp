@@ -121,11 +121,12 @@ void print(const Row &row, Edge edge, const Settings &settings)
         }
     }
     const double n = row.count;
-    std::printf("| %-26s | %s | %.4f | %.3f | %7.1f | %7.1f | %d/%d | %+.4f | %.3f | %6.1f | %5.1f | %.2f "
-                "| %.0f |\n",
-                row.name.c_str(), edge == Edge::Soft ? "aa" : "bw", std::sqrt(rms / n), worst,
-                numbers / n, truthNumbers / n, whole, row.count, bias / n, corners, turning / n,
-                kinks / n, kinks / length * 100, 1e9 * seconds / points);
+    std::printf(
+        "| %-26s | %s | %.4f | %.3f | %7.1f | %7.1f | %d/%d | %+.4f | %.3f | %6.1f | %5.1f | %.2f "
+        "| %.0f |\n",
+        row.name.c_str(), edge == Edge::Soft ? "aa" : "bw", std::sqrt(rms / n), worst, numbers / n,
+        truthNumbers / n, whole, row.count, bias / n, corners, turning / n, kinks / n,
+        kinks / length * 100, 1e9 * seconds / points);
     std::fflush(stdout);
 }
 
@@ -190,52 +191,64 @@ int main(int argc, char **argv)
                          [r](Noise *n) { return circleTruth(phase(n, r + 4), r); }, 20 });
     }
     for (const double degrees : { 0., 3., 10., 17., 30., 45. }) {
-        rows.push_back({ "rectangle-" + std::to_string(int(degrees)), 0, [degrees](Noise *n) {
-                            return rectangleTruth(phase(n, 70), 90 + 10 * n->uniform(),
-                                                  50 + 10 * n->uniform(), degrees * kPi / 180);
-                        }, 20 });
+        rows.push_back({ "rectangle-" + std::to_string(int(degrees)), 0,
+                         [degrees](Noise *n) {
+                             return rectangleTruth(phase(n, 70), 90 + 10 * n->uniform(),
+                                                   50 + 10 * n->uniform(), degrees * kPi / 180);
+                         },
+                         20 });
     }
-    rows.push_back({ "ellipse-40-20", 0, [](Noise *n) {
-                        return ellipseTruth(phase(n, 50), 40, 20, 3 * n->uniform());
-                    }, 20 });
-    rows.push_back({ "ellipse-90-70", 0, [](Noise *n) {
-                        return ellipseTruth(phase(n, 100), 90, 70, 3 * n->uniform());
-                    }, 20 });
-    rows.push_back({ "ellipse-12-8", 0, [](Noise *n) {
-                        return ellipseTruth(phase(n, 20), 12, 8, 3 * n->uniform());
-                    }, 20 });
+    rows.push_back({ "ellipse-40-20", 0,
+                     [](Noise *n) { return ellipseTruth(phase(n, 50), 40, 20, 3 * n->uniform()); },
+                     20 });
+    rows.push_back({ "ellipse-90-70", 0,
+                     [](Noise *n) { return ellipseTruth(phase(n, 100), 90, 70, 3 * n->uniform()); },
+                     20 });
+    rows.push_back({ "ellipse-12-8", 0,
+                     [](Noise *n) { return ellipseTruth(phase(n, 20), 12, 8, 3 * n->uniform()); },
+                     20 });
     for (const double r : { 3., 5., 8., 15. }) {
-        rows.push_back({ "rounded-" + std::to_string(int(r)), 0, [r](Noise *n) {
-                            return rectangleTruth(phase(n, 80), 100, 60, 1.6 * n->uniform(), r);
-                        }, 20 });
+        rows.push_back({ "rounded-" + std::to_string(int(r)), 0,
+                         [r](Noise *n) {
+                             return rectangleTruth(phase(n, 80), 100, 60, 1.6 * n->uniform(), r);
+                         },
+                         20 });
     }
     for (const double width : { 1., 1.5, 2., 3., 6. }) {
-        rows.push_back({ "line-" + std::to_string(width).substr(0, 3), 0, [width](Noise *n) {
-                            return rectangleTruth(phase(n, 60), 100, width, 3.14 * n->uniform());
-                        }, 20 });
+        rows.push_back({ "line-" + std::to_string(width).substr(0, 3), 0,
+                         [width](Noise *n) {
+                             return rectangleTruth(phase(n, 60), 100, width, 3.14 * n->uniform());
+                         },
+                         20 });
     }
-    rows.push_back({ "long-line", 0, [](Noise *n) {
-                        return rectangleTruth(phase(n, 760), 1480, 20, 3.14 * n->uniform());
-                    }, 20 });
-    rows.push_back({ "long-line-flat", 0, [](Noise *n) {
-                        return rectangleTruth(phase(n, 760), 1480, 20, 0.02 * n->uniform());
-                    }, 20 });
-    rows.push_back({ "long-triangle", 0, [](Noise *n) {
-                        const Point p = phase(n, 8);
-                        return polygonTruth({ p, p + Point { 1200, 8 * n->uniform() },
-                                              p + Point { 1200 * n->uniform(), 700 } });
-                    }, 20 });
-    rows.push_back({ "star", 0, [](Noise *n) {
-                        const Point c = phase(n, 60);
-                        const double turn = n->uniform();
-                        std::vector<Point> corners;
-                        for (int k = 0; k < 10; ++k) {
-                            const double a = turn + k * kPi / 5;
-                            corners.push_back(c + (k % 2 ? 22.0 : 55.0)
-                                                  * Point { std::cos(a), std::sin(a) });
-                        }
-                        return polygonTruth(corners);
-                    }, 20 });
+    rows.push_back(
+        { "long-line", 0,
+          [](Noise *n) { return rectangleTruth(phase(n, 760), 1480, 20, 3.14 * n->uniform()); },
+          20 });
+    rows.push_back(
+        { "long-line-flat", 0,
+          [](Noise *n) { return rectangleTruth(phase(n, 760), 1480, 20, 0.02 * n->uniform()); },
+          20 });
+    rows.push_back({ "long-triangle", 0,
+                     [](Noise *n) {
+                         const Point p = phase(n, 8);
+                         return polygonTruth({ p, p + Point { 1200, 8 * n->uniform() },
+                                               p + Point { 1200 * n->uniform(), 700 } });
+                     },
+                     20 });
+    rows.push_back(
+        { "star", 0,
+          [](Noise *n) {
+              const Point c = phase(n, 60);
+              const double turn = n->uniform();
+              std::vector<Point> corners;
+              for (int k = 0; k < 10; ++k) {
+                  const double a = turn + k * kPi / 5;
+                  corners.push_back(c + (k % 2 ? 22.0 : 55.0) * Point { std::cos(a), std::sin(a) });
+              }
+              return polygonTruth(corners);
+          },
+          20 });
     for (const double size : { 24., 60., 120. }) {
         const char *letters = "SaRgCe5tfG&m";
         for (const char *family : { "DejaVu Sans", "DejaVu Serif" }) {
@@ -256,8 +269,9 @@ int main(int argc, char **argv)
             rows.push_back(noisy);
     }
     Settings settings = settingsFor(*prices);
-    std::printf("| shape | edge | rms | worst | numbers | truth's | whole | bias | corner | turning "
-                "| kinks | kinks/100px | ns/pt |\n|---|---|---|---|---|---|---|---|---|---|---|---|---|\n");
+    std::printf(
+        "| shape | edge | rms | worst | numbers | truth's | whole | bias | corner | turning "
+        "| kinks | kinks/100px | ns/pt |\n|---|---|---|---|---|---|---|---|---|---|---|---|---|\n");
     for (const Row &row : rows) {
         if (!only.empty() && row.name.find(only) == std::string::npos)
             continue;

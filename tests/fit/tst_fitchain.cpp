@@ -65,10 +65,9 @@ struct Quality
 bool isFinite(const Path &path)
 {
     for (const Piece &p : path.pieces) {
-        for (const double v :
-             { p.start.x, p.start.y, p.end.x, p.end.y, p.bulge, p.control.x, p.control.y,
-               p.control2.x, p.control2.y, p.centre.x, p.centre.y, p.half[0], p.half[1], p.angle,
-               p.radius, p.misfit }) {
+        for (const double v : { p.start.x, p.start.y, p.end.x, p.end.y, p.bulge, p.control.x,
+                                p.control.y, p.control2.x, p.control2.y, p.centre.x, p.centre.y,
+                                p.half[0], p.half[1], p.angle, p.radius, p.misfit }) {
             if (!std::isfinite(v))
                 return false;
         }
@@ -188,7 +187,8 @@ void tst_FitChain::circles()
         quality.add(path, truth, Kind::Circle, settings);
         sum += path.pieces[0].half[0] - radius;
     }
-    QVERIFY2(quality.ofKind >= (radius == 10 && !soft ? 19 : 20), qPrintable(QString::number(quality.ofKind)));
+    QVERIFY2(quality.ofKind >= (radius == 10 && !soft ? 19 : 20),
+             qPrintable(QString::number(quality.ofKind)));
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(std::fabs(sum / 20) < bias, qPrintable(QString::number(sum / 20)));
 }
@@ -266,8 +266,7 @@ void tst_FitChain::rectangles()
                 for (const double b : { -1., 1. }) {
                     const Point p
                         = piece.centre + (a * piece.half[0]) * u + (b * piece.half[1]) * v;
-                    nearest = std::min(nearest,
-                                       std::hypot(p.x - side.start.x, p.y - side.start.y));
+                    nearest = std::min(nearest, std::hypot(p.x - side.start.x, p.y - side.start.y));
                 }
             }
             worst = std::max(worst, nearest);
@@ -331,8 +330,7 @@ void tst_FitChain::thinLines()
     Noise random(1);
     Quality quality;
     for (int k = 0; k < 20; ++k) {
-        const Truth truth
-            = rectangleTruth(phase(&random, 60), 100, width, 3.14 * random.uniform());
+        const Truth truth = rectangleTruth(phase(&random, 60), 100, width, 3.14 * random.uniform());
         quality.add(fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings), truth,
                     Kind::RoundedRectangle, settings);
     }
@@ -353,8 +351,7 @@ void tst_FitChain::longLines()
     const Settings settings = settingsFor(svgPrices());
     Noise random(1);
     for (int k = 0; k < 10; ++k) {
-        const Truth truth
-            = rectangleTruth(phase(&random, 760), 1480, 20, turn * random.uniform());
+        const Truth truth = rectangleTruth(phase(&random, 760), 1480, 20, turn * random.uniform());
         for (const Edge edge : { Edge::Soft, Edge::Hard }) {
             const Path path = fitOf(truth, edge, settings);
             QCOMPARE(int(path.pieces.size()), 1);
@@ -469,7 +466,8 @@ void tst_FitChain::smoothJointsHaveOneTangent()
                 if (!path.pieces[i].smooth)
                     continue;
                 ++smooth;
-                QVERIFY2(kinkBefore(path, i) < 1e-4, qPrintable(QString::number(kinkBefore(path, i))));
+                QVERIFY2(kinkBefore(path, i) < 1e-4,
+                         qPrintable(QString::number(kinkBefore(path, i))));
             }
         }
     }
@@ -523,12 +521,10 @@ void tst_FitChain::degenerateChains_data()
     const double inf = INFINITY;
     QTest::newRow("no point") << QVector<double>() << QVector<double>() << 0;
     QTest::newRow("one point") << QVector<double> { 3 } << QVector<double> { 4 } << 1;
-    QTest::newRow("one point many times")
-        << QVector<double>(9, 3.) << QVector<double>(9, 4.) << 1;
-    QTest::newRow("only not-a-number")
-        << QVector<double>(9, nan) << QVector<double>(9, 4.) << 0;
-    QTest::newRow("some points not finite")
-        << QVector<double> { 0, nan, 1, inf, 2, 3 } << QVector<double> { 0, 1, 0, 0, -inf, 0 } << -1;
+    QTest::newRow("one point many times") << QVector<double>(9, 3.) << QVector<double>(9, 4.) << 1;
+    QTest::newRow("only not-a-number") << QVector<double>(9, nan) << QVector<double>(9, 4.) << 0;
+    QTest::newRow("some points not finite") << QVector<double> { 0, nan, 1, inf, 2, 3 }
+                                            << QVector<double> { 0, 1, 0, 0, -inf, 0 } << -1;
     QTest::newRow("two points") << QVector<double> { 0, 1 } << QVector<double> { 0, 2 } << -1;
     QTest::newRow("three points on a line")
         << QVector<double> { 0, 1, 2 } << QVector<double> { 0, 0, 0 } << -1;
@@ -682,8 +678,10 @@ void tst_FitChain::ellipticArcIsOnItsEllipse()
     const EllipseShape shape = ellipseShape(conic);
     for (const double t : { 0., 0.1, 0.3, 0.7, 1. }) {
         const Point d = pointAt(conic, t) - shape.centre;
-        const double u = (std::cos(shape.angle) * d.x + std::sin(shape.angle) * d.y) / shape.half[0];
-        const double v = (std::cos(shape.angle) * d.y - std::sin(shape.angle) * d.x) / shape.half[1];
+        const double u
+            = (std::cos(shape.angle) * d.x + std::sin(shape.angle) * d.y) / shape.half[0];
+        const double v
+            = (std::cos(shape.angle) * d.y - std::sin(shape.angle) * d.x) / shape.half[1];
         QVERIFY(std::fabs(u * u + v * v - 1) < 1e-9);
     }
 }

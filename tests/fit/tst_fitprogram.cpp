@@ -268,10 +268,8 @@ void tst_FitProgram::programEqualsExhaustiveSearch()
         }
         const double expected = Exhaustive { table, size }.from(0, nullptr);
         QVERIFY2(relative(answer.cost, expected) < 1e-9,
-                 qPrintable(QString("round %1: %2 against %3")
-                                .arg(round)
-                                .arg(answer.cost)
-                                .arg(expected)));
+                 qPrintable(
+                     QString("round %1: %2 against %3").arg(round).arg(answer.cost).arg(expected)));
         spansSeen = std::max(spansSeen, static_cast<int>(answer.spans.size()));
     }
     if (size > 8)
