@@ -146,7 +146,7 @@ QString ScriptWriter::expression()
     if (depth >= kDeepest)
         return plainValue();
     ++depth;
-    const QString text = object();
+    QString text = object();
     --depth;
     return text;
 }
@@ -183,9 +183,9 @@ QString ScriptWriter::callable()
     if (depth >= kDeepest || input->between(0, 2) == 0)
         return oneOf(kMethods, sizeOf(kMethods));
     ++depth;
-    const QString text = QString::fromLatin1("function() { tick(); %1; return %2 }")
-                             .arg(statement())
-                             .arg(expression());
+    QString text = QString::fromLatin1("function() { tick(); %1; return %2 }")
+                       .arg(statement())
+                       .arg(expression());
     --depth;
     return text;
 }
