@@ -101,25 +101,20 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     stages->begin("joining areas");
     Segmented segmented;
     Runs runs = runsOf(plane);
-    const std::vector<uint16_t> before = runs.label;
     mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
     if (geometry.upsampling != 1) {
-        Runs merged = std::move(runs);
-        std::vector<uint16_t> after = before;
-        after.swap(merged.label);
-        paint(merged, after, plane.labels.data());
-        merged = Runs();
+        paint(runs, plane.labels.data());
         segmented.upsampling = upsamplingOf(image, plane, geometry, report);
         if (segmented.upsampling > 1) {
             if (double(plane.pixels()) * segmented.upsampling * segmented.upsampling
                 > double(kMostPlanePixels))
                 throwNoRoom();
+            runs = Runs();
             plane = upsampled(image, plane, segmented.upsampling);
-        }
-        runs = runsOf(plane);
-        if (segmented.upsampling > 1)
+            runs = runsOf(plane);
             mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
                        &runs);
+        }
     }
     segmented.areas.colours = plane.colours;
     segmented.areas.runs = std::move(runs);

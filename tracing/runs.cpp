@@ -134,24 +134,27 @@ Runs scanRuns(const uint16_t *labels, int width, int height)
     return scan(labels, width, height);
 }
 
-Runs longestRuns(const Runs &runs)
+Runs longestRuns(Runs runs)
 {
-    Runs longest;
-    longest.width = runs.width;
-    longest.height = runs.height;
-    longest.firstOfRow.reserve(runs.firstOfRow.size());
+    uint32_t kept = 0;
     for (int y = 0; y < runs.height; ++y) {
-        longest.firstOfRow.push_back(uint32_t(longest.start.size()));
-        for (uint32_t k = runs.rowBegin(y); k < runs.rowEnd(y); ++k) {
-            if (k > runs.rowBegin(y) && runs.label[k] == runs.label[k - 1])
+        const uint32_t begin = runs.rowBegin(y);
+        const uint32_t end = runs.rowEnd(y);
+        const uint32_t first = kept;
+        for (uint32_t k = begin; k < end; ++k) {
+            if (k > begin && runs.label[k] == runs.label[kept - 1])
                 continue;
-            longest.start.push_back(runs.start[k]);
-            longest.label.push_back(runs.label[k]);
+            runs.start[kept] = runs.start[k];
+            runs.label[kept] = runs.label[k];
+            ++kept;
         }
+        runs.firstOfRow[std::size_t(y)] = first;
     }
-    longest.firstOfRow.push_back(uint32_t(longest.start.size()));
-    longest.start.push_back(0);
-    return longest;
+    runs.firstOfRow[std::size_t(runs.height)] = kept;
+    runs.start.resize(kept + 1);
+    runs.start.back() = 0;
+    runs.label.resize(kept);
+    return runs;
 }
 
 } // namespace ztrace

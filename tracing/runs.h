@@ -68,7 +68,7 @@ Runs scanRuns(const uint8_t *labels, int width, int height);
 Runs scanRuns(const uint16_t *labels, int width, int height);
 
 // The same pixels in runs that are as long as they can be.
-Runs longestRuns(const Runs &runs);
+Runs longestRuns(Runs runs);
 
 // Calls use(run, y, begin, end) for all runs in order; pixels begin to end - 1 of row y.
 template<typename Use>
@@ -80,16 +80,14 @@ void forEachRun(const Runs &runs, Use use)
     }
 }
 
-// Gives the pixels of every run with another label in `labels` than in `runs` that label. Labels
-// that the plane cannot hold are cut to its width.
+// Gives the pixels of a plane of the same size the labels of their runs. Labels that the plane
+// cannot hold are cut to its width.
 template<typename Label>
-void paint(const Runs &runs, const std::vector<uint16_t> &labels, Label *plane)
+void paint(const Runs &runs, Label *plane)
 {
     forEachRun(runs, [&](uint32_t run, int y, int begin, int end) {
-        if (labels[run] == runs.label[run])
-            return;
         Label *row = plane + std::size_t(y) * std::size_t(runs.width);
-        std::fill(row + begin, row + end, Label(labels[run]));
+        std::fill(row + begin, row + end, Label(runs.label[run]));
     });
 }
 

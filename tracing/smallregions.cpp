@@ -174,6 +174,8 @@ bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
     for (int pass = 0; pass < kMostPasses; ++pass) {
         if (!Merging(runs, leastBorder, similar).run(distance, &edgesOfLabel))
             break;
+        // A noisy picture has several times as many runs before it is merged as afterwards.
+        *runs = longestRuns(std::move(*runs));
         changed = true;
     }
     return changed;

@@ -178,12 +178,12 @@ private slots:
     void paintedRunsAreThePlane()
     {
         forEachPlane(2, [](const Plane &plane) {
-            const Runs runs = runsOf(plane);
-            std::vector<uint16_t> labels = runs.label;
+            Runs runs = runsOf(plane);
+            std::vector<uint16_t> &labels = runs.label;
             for (std::size_t k = 0; k < labels.size(); k += 2)
                 ++labels[k];
             Plane painted = plane;
-            paint(runs, labels, painted.labels.data());
+            paint(runs, painted.labels.data());
             std::size_t pixel = 0;
             forEachRun(runs, [&](uint32_t run, int y, int begin, int end) {
                 QVERIFY(end > begin);

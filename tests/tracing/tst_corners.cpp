@@ -21,11 +21,10 @@ struct Result
 
 Result onRuns(const Plane &plane, int labelCount, int mostLabels = kMostSeparateLabels)
 {
-    const Runs before = scanRuns(plane.labels.data(), plane.width, plane.height);
-    Runs runs = before;
+    Runs runs = scanRuns(plane.labels.data(), plane.width, plane.height);
     const CornerSeparation separation = separateCorners(&runs, labelCount, mostLabels);
     Plane painted = plane;
-    paint(before, runs.label, painted.labels.data());
+    paint(runs, painted.labels.data());
     return { separation.found, separation.copies, painted.labels };
 }
 

@@ -27,13 +27,12 @@ int parityDistance(uint16_t a, uint16_t b)
 std::vector<uint16_t> onRuns(const Plane &plane, std::size_t least, int similar,
                              const LabelDistance &distance)
 {
-    const Runs before = scanRuns(plane.labels.data(), plane.width, plane.height);
-    Runs runs = before;
+    Runs runs = scanRuns(plane.labels.data(), plane.width, plane.height);
     const bool changed = mergeSmallRegions(&runs, least, similar, distance);
-    if (changed != (runs.label != before.label))
+    std::vector<uint16_t> labels(plane.labels.size());
+    paint(runs, labels.data());
+    if (changed != (labels != plane.labels))
         return {};
-    std::vector<uint16_t> labels = plane.labels;
-    paint(before, runs.label, labels.data());
     return labels;
 }
 
