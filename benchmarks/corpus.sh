@@ -1,23 +1,41 @@
 #!/bin/sh
 # Fetches the benchmark images from Debian's packages and prepares them: benchmarks/corpus.sh DIR
 #
-# Nothing is installed and the system's package lists are not touched: sources are looked up in
-# lists of the script's own below DIR. What is there already is not fetched again.
+# Packages come from where the system gets its own. Nothing is installed and the system's package
+# lists are not touched: where they have no sources, the sources of the same archives are looked up
+# in lists of the script's own below DIR. What is there already is not fetched again.
 set -eu
 
 dir=${1:?usage: corpus.sh DIR}
 mkdir -p "$dir"
 dir=$(cd "$dir" && pwd)
-mirror=${ZTRACE_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+
+# A line for the sources beside each of the archives of Debian that the system has packages from.
+source_lines() {
+    # shellcheck disable=SC2016
+    apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)' \
+        'Created-By: Packages' 'Origin: Debian' | sort -u
+}
+
+# The options with which apt-get knows sources; none where the system's own lists have them.
+source_options() {
+    # shellcheck disable=SC2016
+    [ -z "$(apt-get indextargets --format '$(FILENAME)' 'Created-By: Sources')" ] || return 0
+    mkdir -p "$dir/apt/lists/partial" "$dir/apt/cache/archives/partial"
+    source_lines > "$dir/apt/sources.list"
+    if [ ! -s "$dir/apt/sources.list" ]; then
+        echo "corpus.sh: the system has no package lists of Debian (apt-get update)" >&2
+        return 1
+    fi
+    echo "-o Dir::Etc::SourceList=$dir/apt/sources.list -o Dir::Etc::SourceParts=/dev/null
+          -o Dir::State::Lists=$dir/apt/lists -o Dir::Cache=$dir/apt/cache"
+}
 
 fetch_source() { # package
     [ -d "$dir/src-$1" ] && return
-    mkdir -p "$dir/apt/lists/partial" "$dir/apt/cache/archives/partial"
-    echo "deb-src $mirror bookworm main" > "$dir/apt/sources.list"
-    options="-o Dir::Etc::SourceList=$dir/apt/sources.list -o Dir::Etc::SourceParts=/dev/null
-             -o Dir::State::Lists=$dir/apt/lists -o Dir::Cache=$dir/apt/cache"
+    options=$(source_options)
     # shellcheck disable=SC2086
-    apt-get $options -qq update
+    [ -z "$options" ] || apt-get $options -qq update
     mkdir -p "$dir/work-$1"
     # shellcheck disable=SC2086
     (cd "$dir/work-$1" && apt-get $options -qq source --download-only "$1")
@@ -40,5 +58,6 @@ fetch_source leptonlib
 fetch_package openclipart-png
 fetch_package plasma-workspace-wallpapers
 fetch_package python3-skimage
+fetch_package kicad-doc-en
 
 echo "corpus in $dir"

@@ -49,6 +49,18 @@ def first_line(command):
     return text.strip().splitlines()[0] if text and text.strip() else "-"
 
 
+def install_vtracer(folder):
+    """Into a folder of the build tree. npm's strict form is not used: it insists on the packages of
+    all other platforms being in the lock file."""
+    if not shutil.which("npm"):
+        return False
+    os.makedirs(folder, exist_ok=True)
+    for file in ("package.json", "package-lock.json", "vtracer.mjs"):
+        shutil.copy(os.path.join(HERE, "peers", file), folder)
+    return output(["npm", "install", "--no-save", "--ignore-scripts", "--no-audit", "--no-fund"],
+                  cwd=folder, stderr=subprocess.DEVNULL) is not None
+
+
 class Runner:
     def __init__(self, args):
         self.args = args
@@ -101,17 +113,6 @@ class Runner:
                     "masks": [f"{stem}.{k:02d}.pbm" for k in range(int(masks))]})
         return images
 
-    def install_vtracer(self):
-        """Into the build tree. npm's strict form is not used: it insists on the packages of all
-        other platforms being in the lock file."""
-        if not shutil.which("npm"):
-            return False
-        os.makedirs(self.peers_folder, exist_ok=True)
-        for file in ("package.json", "package-lock.json", "vtracer.mjs"):
-            shutil.copy(os.path.join(HERE, "peers", file), self.peers_folder)
-        return output(["npm", "install", "--no-save", "--ignore-scripts", "--no-audit", "--no-fund"],
-                      cwd=self.peers_folder, stderr=subprocess.DEVNULL) is not None
-
     # The peers' processor seconds for one image, or None.
 
     def opencv(self, image):
@@ -137,7 +138,7 @@ class Runner:
     def side_by_side(self):
         """{image: {tool: [ns a pixel, one a round]}} and the sizes of the images."""
         images = self.export()
-        with_vtracer = self.install_vtracer()
+        with_vtracer = install_vtracer(self.peers_folder)
         table = {image["name"]: {} for image in images}
         for turn in range(self.args.rounds):
             say(f"== side by side, round {turn + 1} of {self.args.rounds}")

@@ -1,13 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Everything that a user can ask for, wherever it was said: preset, configuration file or command
-// line.
+// line. The values here are the defaults; options.cpp has the table of what can be said.
 #ifndef ZTRACE_CLI_SETTINGS_H
 #define ZTRACE_CLI_SETTINGS_H
 
 #include <QRgb>
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,6 +15,7 @@
 #include "drawing/Drawing.h"
 #include "drawing/dxf.h"
 #include "drawing/text.h"
+#include "imaging/scan.h"
 
 namespace ztrace {
 
@@ -27,15 +27,18 @@ enum class Method {
     Raw    // the image as it is, everything left to the engine
 };
 
-// Auto: for the whole page, after uneven light has been evened out.
-enum class Threshold { Auto, Otsu, Adaptive, Fixed };
 enum class Progress { Auto, Always, Never };
+
+// Colours that a palette may have.
+const int kMostColors = 4096;
 
 struct Settings
 {
     // What to write.
     std::vector<std::string> outputs;
     std::string format;
+    bool overwrite = false; // images, too
+    bool noClobber = false;
     double scale = 1.0; // of previews
     int decimals = kExactDecimals;
     DxfOptions dxf;
@@ -77,37 +80,15 @@ struct Settings
     bool json = false;
     bool quiet = false;
     Progress progress = Progress::Auto;
+    double maxPixels = 1000.0; // million pixels of an image
+    double maxMemory = 8192.0; // million bytes that an image may take
 
     // What was said of colours and outlines, by preset, file or command line, in its own words.
     std::map<std::string, std::vector<std::string>> said;
+
+    // Files that settings, presets and palettes were read from.
+    std::vector<std::string> filesRead;
 };
-
-// One thing that can be set, by the same name on the command line (`--name`) and in TOML files.
-struct Setting
-{
-    // A list may be given several times; a file may have several values with commas between them
-    // as a list as well.
-    enum Kind { Flag, Value, List, Commas };
-
-    std::string name;
-    std::string shortName; // one letter, or empty
-    Kind kind;
-    std::string group;
-    std::string value; // what the value is called in the help
-    std::string help;
-    std::function<void(Settings *, const std::string &)> store; // throws Failure
-};
-
-// All of them, in the order of the help.
-const std::vector<Setting> &allSettings();
-
-const Setting *findSetting(const std::string &name);
-
-// Stores a value and keeps what was said. Throws a Failure for a value that cannot be.
-void storeSetting(const Setting &setting, const std::string &text, Settings *settings);
-
-// The twelve names that --set takes.
-bool isEngineOption(const std::string &name);
 
 } // namespace ztrace
 

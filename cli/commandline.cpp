@@ -2,144 +2,161 @@
 #include "commandline.h"
 
 #include "failure.h"
-#include "presets.h"
-#include "version.h"
-
-#include <CLI/CLI.hpp>
+#include "options.h"
+#include "suggest.h"
 
 #include <deque>
-#include <iostream>
 
 namespace ztrace {
 
 namespace {
 
 const char kPresets[] = "presets";
+const char kSeeHelp[] = " (see ztrace --help)";
 
-const char *const kFooter = R"(Formats: svg, dxf, pdf, png, json
-Exit codes: 0 success, 1 failure (some pages of several, or not enough memory),
-  2 wrong usage, 3 input cannot be read, 4 output cannot be written, 130 interrupted
+[[noreturn]] void refuse(const std::string &text)
+{
+    throw Failure(kWrongUsage, text + kSeeHelp);
+}
 
-Examples:
-  ztrace logo.png                          logo.svg beside it
-  ztrace scan.tif -o scan.dxf --units mm   at true size, as the scan's resolution says
-  ztrace logo.png -o logo.svg --palette '#173f7a,#e87722,white'
-  ztrace photo.jpg -o photo.pdf --colors 24
-  cat a.png | ztrace - -o - > a.svg        from and to a pipe)";
+// "-", a number, and what does not begin with a dash.
+bool isPlain(const std::string &word)
+{
+    return word.size() < 2 || word[0] != '-' || word[1] == '.'
+        || (word[1] >= '0' && word[1] <= '9');
+}
 
-class HelpFormatter : public CLI::Formatter
+// A word that cannot be meant as an option's value: another option.
+bool isOption(const std::string &word)
+{
+    if (isPlain(word))
+        return false;
+    const std::string name = word.substr(2, word.find('=') - 2);
+    return word[1] == '-' ? findOption(name) != nullptr
+                          : word.size() == 2 && findOption(word[1]) != nullptr;
+}
+
+class Parser
 {
 public:
-    std::string make_usage(const CLI::App *, std::string) const override
+    Parser(int argc, char **argv)
     {
-        return "Usage: ztrace INPUT [-o OUTPUT]... [OPTIONS]\n       ztrace presets\n";
+        for (int i = 1; i < argc; ++i) // programs can be started without even a name
+            words.push_back(argv[i]);
     }
+
+    CommandLine parse()
+    {
+        while (!words.empty() && !isDone) {
+            const std::string word = next();
+            if (onlyInputs || isPlain(word))
+                inputs.push_back(word);
+            else if (word == "--")
+                onlyInputs = true;
+            else if (word[1] == '-')
+                parseLong(word.substr(2));
+            else
+                parseShort(word);
+        }
+        if (!isDone)
+            useInputs();
+        return line;
+    }
+
+private:
+    std::string next()
+    {
+        const std::string word = words.front();
+        words.pop_front();
+        return word;
+    }
+
+    void parseLong(const std::string &text)
+    {
+        const std::size_t equals = text.find('=');
+        const std::string name = text.substr(0, equals);
+        const Option *option = findOption(name);
+        if (!option)
+            refuse("there is no option --" + name + suggestion(name, optionNames(), "--"));
+        const bool hasValue = equals != std::string::npos;
+        if (option->value.placeholder.empty() && hasValue)
+            refuse("--" + name + " takes no value");
+        use(*option, hasValue ? text.substr(equals + 1) : valueOf(*option));
+    }
+
+    // "-ofile", "-o file", "-qV".
+    void parseShort(const std::string &word)
+    {
+        // "-colors" would be "-c olors".
+        const std::string name = word.substr(1, word.find('=') - 1);
+        if (name.size() > 1 && findOption(name))
+            refuse("there is no option -" + name + " (did you mean --" + name + "?)");
+        for (std::size_t i = 1; i < word.size(); ++i) {
+            const Option *option = findOption(word[i]);
+            if (!option)
+                refuse("there is no option " + word + suggestion(name, optionNames(), "--"));
+            const bool isLast = i + 1 == word.size();
+            if (option->value.placeholder.empty()) {
+                use(*option, valueOf(*option));
+            } else {
+                use(*option, isLast ? valueOf(*option) : word.substr(i + 1));
+                return;
+            }
+        }
+    }
+
+    std::string valueOf(const Option &option)
+    {
+        if (option.value.placeholder.empty())
+            return "true";
+        if (words.empty() || isOption(words.front()))
+            refuse("--" + option.name + " needs a value");
+        return next();
+    }
+
+    void use(const Option &option, const std::string &text)
+    {
+        if (option.isAction()) {
+            line.action = option.name == "help" ? CommandLine::Help : CommandLine::Version;
+            isDone = true;
+            return;
+        }
+        if (!option.several && !option.isFlag() && line.given.count(option.name))
+            throw Failure(kWrongUsage, "--" + option.name + " is given more than once");
+        storeOption(option, text, &line.settings);
+        line.given.insert(option.value.kind == OptionValue::Assignment
+                              ? option.name + " " + text.substr(0, text.find('='))
+                              : option.name);
+    }
+
+    void useInputs()
+    {
+        if (inputs.empty())
+            refuse("no input: give an image, or - for standard input");
+        line.input = inputs.front();
+        const bool isPresets = line.input == kPresets;
+        line.action = isPresets ? CommandLine::ListPresets : CommandLine::Trace;
+        if (isPresets && inputs.size() > 1)
+            refuse(inputs[1] + ": presets takes nothing more");
+        if (isPresets && !line.given.empty())
+            throw Failure(kWrongUsage, "presets: it takes no options");
+        if (inputs.size() > 1)
+            refuse(inputs[1]
+                   + ": there is one INPUT only; for several images run ztrace once for each");
+    }
+
+    std::deque<std::string> words;
+    std::vector<std::string> inputs;
+    bool onlyInputs = false;
+    bool isDone = false;
+    CommandLine line;
 };
-
-struct Parsed
-{
-    const Setting *setting;
-    CLI::Option *option;
-    std::vector<std::string> values;
-    bool flag = false;
-};
-
-CLI::Option *addSetting(CLI::App *app, Parsed *parsed)
-{
-    const Setting &setting = *parsed->setting;
-    const std::string names
-        = (setting.shortName.empty() ? "" : "-" + setting.shortName + ",") + "--" + setting.name;
-    if (setting.kind == Setting::Flag)
-        return app->add_flag(names, parsed->flag, setting.help)
-            ->group(setting.group)
-            ->disable_flag_override();
-    CLI::Option *option = app->add_option(names, parsed->values, setting.help);
-    option->group(setting.group)->option_text(setting.value)->allow_extra_args(false);
-    option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    return option;
-}
-
-void storeParsed(const Parsed &parsed, CommandLine *line)
-{
-    if (parsed.option->count() == 0)
-        return;
-    const Setting &setting = *parsed.setting;
-    if (setting.kind == Setting::Flag) {
-        storeSetting(setting, parsed.flag ? "true" : "false", &line->settings);
-        line->given.insert(setting.name);
-        return;
-    }
-    if (setting.kind != Setting::List && parsed.values.size() != 1)
-        throw Failure(kWrongUsage, "--" + setting.name + " is given more than once");
-    for (const std::string &value : parsed.values) {
-        storeSetting(setting, value, &line->settings);
-        line->given.insert(setting.name == "set" ? "set " + value.substr(0, value.find('='))
-                                                 : setting.name);
-    }
-}
-
-std::string aboutExtras(const std::vector<std::string> &words, const std::string &input)
-{
-    for (const std::string &word : words) {
-        if (word.size() > 1 && word[0] == '-')
-            return "there is no option " + word;
-    }
-    if (input == kPresets)
-        return words.front() + ": presets takes nothing more";
-    return words.front() + ": there is one INPUT only; -o " + words.front() + " makes it an output";
-}
-
-// The parser says "--output: 1 required TEXT missing" and "layers was given a disallowed flag
-// override".
-std::string aboutMismatch(const std::string &text)
-{
-    const std::size_t colon = text.find(':');
-    if (colon != std::string::npos)
-        return text.substr(0, colon) + ": a value is wanted";
-    return "--" + text.substr(0, text.find(' ')) + " takes no value";
-}
 
 } // namespace
 
 CommandLine parseCommandLine(int argc, char **argv)
 {
-    CommandLine line;
-    CLI::App app("Traces an image into a drawing of straight lines and quadratic curves.",
-                 "ztrace");
-    app.formatter(std::make_shared<HelpFormatter>());
-    app.footer(kFooter);
-    app.set_help_flag("-h,--help", "Print this help")->group("Running");
-    app.set_version_flag("-V,--version", std::string("ztrace ") + kVersion)->group("Running");
-    app.get_formatter()->column_width(30);
-    app.add_option("INPUT", line.input, "Image of any format that is read; \"-\" is standard input")
-        ->type_name("");
-    std::deque<Parsed> parsed;
-    for (const Setting &setting : allSettings()) {
-        parsed.push_back({ &setting, nullptr, {}, false });
-        parsed.back().option = addSetting(&app, &parsed.back());
-    }
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success &request) {
-        app.exit(request);
-        return line;
-    } catch (const CLI::ExtrasError &) {
-        throw Failure(kWrongUsage,
-                      aboutExtras(app.remaining(), line.input) + " (see ztrace --help)");
-    } catch (const CLI::ArgumentMismatch &error) {
-        throw Failure(kWrongUsage, aboutMismatch(error.what()) + " (see ztrace --help)");
-    } catch (const CLI::ParseError &error) {
-        throw Failure(kWrongUsage, std::string(error.what()) + " (see ztrace --help)");
-    }
-    if (line.input.empty())
-        throw Failure(kWrongUsage,
-                      "no input: give an image, or - for standard input (see ztrace --help)");
-    for (const Parsed &entry : parsed)
-        storeParsed(entry, &line);
-    line.action = line.input == kPresets ? CommandLine::ListPresets : CommandLine::Trace;
-    if (line.action == CommandLine::ListPresets && !line.given.empty())
-        throw Failure(kWrongUsage, "presets: it takes no options");
-    return line;
+    return Parser(argc, argv).parse();
 }
 
 } // namespace ztrace

@@ -13,15 +13,17 @@ namespace ztrace {
 
 struct CommandLine
 {
-    enum Action { Trace, ListPresets, Done };
+    enum Action { Trace, ListPresets, Help, Version };
 
-    Action action = Done; // Done: help or version has been printed
+    Action action = Trace;
     std::string input;
     Settings settings;
-    std::set<std::string> given; // names of settings that were said; "set NAME" for engine options
+    std::set<std::string> given; // names of options that were said; "set NAME" for the engine's
 };
 
-// Throws a Failure with kWrongUsage.
+// Options may stand before and after the input; `--` ends them. What follows --help or --version is
+// not looked at. Throws a Failure with kWrongUsage, which for a name that does not exist says what
+// was probably meant.
 CommandLine parseCommandLine(int argc, char **argv);
 
 } // namespace ztrace

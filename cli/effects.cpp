@@ -1,98 +1,111 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "effects.h"
 
+#include "options.h"
+
+#include "drawing/formats.h"
+
 #include <algorithm>
 
 namespace ztrace {
 
 namespace {
 
-const char *const kNotForColours[] = { "threshold", "deskew", "despeckle" };
-const char *const kNotForRaw[] = { "background", "colors", "deskew",    "despeckle", "method",
-                                   "palette",    "preset", "threshold", "upsample" };
-
-template<std::size_t Count>
-bool isIn(const char *const (&names)[Count], const std::string &name)
+bool isInk(const Settings &settings)
 {
-    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+    return settings.method.value_or(Method::Flat) == Method::Ink;
 }
 
-// The format that an option is for; empty for the others.
-std::string formatOf(const std::string &name)
+// Options that another one makes idle.
+struct Idle
 {
-    if (name.compare(0, 4, "dxf-") == 0)
-        return "dxf";
-    if (name == "scale")
-        return "png";
-    return name == "decimals" ? "svg" : "";
+    const char *name;
+    bool (*when)(const Settings &settings);
+    const char *reason;
+};
+
+const Idle kIdle[] = {
+    { "stroke-width", [](const Settings &s) { return !s.style.stroked; },
+      "areas are filled; --outline draws outlines" },
+    { "dxf-curves",
+      [](const Settings &s) {
+          return s.dxf.version == DxfVersion::R12 && s.dxf.curves == DxfCurves::Spline;
+      },
+      "r12 has no splines; choose arc or polyline" },
+    { "overwrite", [](const Settings &s) { return s.noClobber; },
+      "--no-clobber replaces no file at all" },
+    { "upsample",
+      [](const Settings &s) {
+          return !s.raw && isInk(s) && (s.despeckle > 0 || s.threshold == Threshold::Adaptive);
+      },
+      "specks and adaptive thresholds are made of whole pixels" },
+    { "colors", [](const Settings &s) { return !s.raw && !isInk(s) && !s.palette.empty(); },
+      "the palette gives the colours" },
+};
+
+std::vector<std::string> formatsWith(unsigned capability)
+{
+    std::vector<std::string> names;
+    for (const Format &format : allFormats()) {
+        if (format.capabilities & capability)
+            names.push_back(format.name);
+    }
+    return names;
 }
 
-bool isWritten(const std::string &format, const std::vector<Output> &outputs)
+bool isWritten(unsigned capability, const std::vector<Output> &outputs)
 {
-    return std::any_of(outputs.begin(), outputs.end(),
-                       [&format](const Output &output) { return output.format == format; });
+    return std::any_of(outputs.begin(), outputs.end(), [capability](const Output &output) {
+        return (output.format->capabilities & capability) != 0;
+    });
+}
+
+std::string reasonOfFormats(unsigned needs)
+{
+    if (needs == kCutsAreasOut)
+        return "dxf has its layers anyway";
+    if (needs == kFillsAreas)
+        return "only " + listOfWords(formatsWith(needs)) + " have filled areas";
+    return "no " + listOfWords(formatsWith(needs)) + " is written";
+}
+
+std::string reasonOfMethod(unsigned appliesTo, const Settings &settings)
+{
+    if (settings.raw)
+        return appliesTo & kToRaw ? "" : "--raw leaves all to the engine";
+    if (isInk(settings))
+        return appliesTo & kToInk ? "" : "the preset makes black and white";
+    return appliesTo & kToColours ? "" : "it is for black and white; --preset lineart makes that";
 }
 
 // Why the option has no effect; empty when it has one.
-std::string reasonAgainst(const std::string &name, const Settings &settings,
+std::string reasonAgainst(const Option &option, bool isDrawing, const Settings &settings,
                           const std::vector<Output> &outputs)
 {
-    const std::string format = formatOf(name);
-    if (!format.empty() && !isWritten(format, outputs))
-        return "no " + format + " is written";
-    if (name == "format" && !isWritten(settings.format, outputs))
+    if (isDrawing && !(option.appliesTo & kToDrawings))
+        return "the input is a drawing already";
+    if (option.needs != 0 && !isWritten(option.needs, outputs))
+        return reasonOfFormats(option.needs);
+    const auto isChosen
+        = [&](const Output &output) { return output.format->name == settings.format; };
+    if (option.name == "format" && std::none_of(outputs.begin(), outputs.end(), isChosen))
         return "the endings of the outputs tell their formats";
-    const bool isPainted
-        = isWritten("svg", outputs) || isWritten("pdf", outputs) || isWritten("png", outputs);
-    if (name == "layers" && !isPainted && !isWritten("json", outputs))
-        return "dxf has its layers anyway";
-    if (name == "outline" && !isPainted)
-        return "nothing is filled in dxf and json";
-    if (name == "stroke-width" && !settings.style.stroked)
-        return "areas are filled; --outline draws outlines";
-    if (name == "dxf-curves" && settings.dxf.version == DxfVersion::R12
-        && settings.dxf.curves == DxfCurves::Spline)
-        return "r12 has no splines; arc and polyline are to be had";
-    if (settings.raw)
-        return isIn(kNotForRaw, name) ? "--raw leaves all to the engine" : "";
-    const bool isInk = settings.method.value_or(Method::Flat) == Method::Ink;
-    if (!isInk && isIn(kNotForColours, name))
-        return "it is for black and white; --preset lineart makes that";
-    if (name == "upsample" && isInk
-        && (settings.despeckle > 0 || settings.threshold == Threshold::Adaptive))
-        return "specks and adaptive thresholds are made of whole pixels";
-    if (name == "colors" && isInk)
-        return "the preset makes black and white";
-    if (name == "colors" && !settings.palette.empty())
-        return "the palette gives the colours";
-    return std::string();
+    for (const Idle &idle : kIdle) {
+        if (option.name == idle.name && idle.when(settings))
+            return idle.reason;
+    }
+    return isDrawing ? std::string() : reasonOfMethod(option.appliesTo, settings);
 }
 
 } // namespace
 
-std::vector<std::string> withoutEffect(const std::set<std::string> &given, const Settings &settings,
-                                       const std::vector<Output> &outputs)
+std::vector<std::string> withoutEffect(const std::set<std::string> &given, bool isDrawing,
+                                       const Settings &settings, const std::vector<Output> &outputs)
 {
     std::vector<std::string> sentences;
     for (const std::string &name : given) {
-        const std::string reason = reasonAgainst(name, settings, outputs);
-        if (!reason.empty())
-            sentences.push_back("--" + name + " has no effect: " + reason);
-    }
-    return sentences;
-}
-
-std::vector<std::string> withoutEffectOnDrawings(const std::set<std::string> &given,
-                                                 const Settings &settings,
-                                                 const std::vector<Output> &outputs)
-{
-    std::vector<std::string> sentences;
-    for (const std::string &name : given) {
-        const std::string option = name.substr(0, name.find(' ')); // of "set ltres"
-        const Setting *setting = findSetting(option);
-        std::string reason = reasonAgainst(name, settings, outputs);
-        if (setting->group == "Colours" || setting->group == "Outlines" || option == "layers")
-            reason = "the input is a drawing already";
+        const Option &option = *findOption(name.substr(0, name.find(' '))); // of "set ltres"
+        const std::string reason = reasonAgainst(option, isDrawing, settings, outputs);
         if (!reason.empty())
             sentences.push_back("--" + name + " has no effect: " + reason);
     }

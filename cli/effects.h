@@ -14,14 +14,11 @@
 namespace ztrace {
 
 // One sentence for each of the options `given` that has no effect together with the others, in
-// alphabetical order. `settings` are complete: preset and configuration file are in them.
-std::vector<std::string> withoutEffect(const std::set<std::string> &given, const Settings &settings,
+// alphabetical order. `settings` are complete: preset and configuration file are in them. A drawing
+// as the input has its colours and outlines already.
+std::vector<std::string> withoutEffect(const std::set<std::string> &given, bool isDrawing,
+                                       const Settings &settings,
                                        const std::vector<Output> &outputs);
-
-// The same where the input is a drawing, which has its outlines already.
-std::vector<std::string> withoutEffectOnDrawings(const std::set<std::string> &given,
-                                                 const Settings &settings,
-                                                 const std::vector<Output> &outputs);
 
 } // namespace ztrace
 

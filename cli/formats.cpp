@@ -3,18 +3,15 @@
 
 #include "failure.h"
 
-#include "drawing/json.h"
 #include "drawing/output.h"
-#include "drawing/pdf.h"
-#include "drawing/png.h"
-#include "drawing/svg.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
+#include <QImageReader>
 
-#include <algorithm>
-#include <cmath>
+#include <cerrno>
+#include <cstring>
 #include <set>
 
 #include <sys/stat.h>
@@ -41,32 +38,47 @@ std::string nameOf(const QString &fileName)
     throw Failure(kOutputNotWritable, name + ": " + reason.toLocal8Bit().toStdString());
 }
 
-std::string listOfFormats()
+const Format *formatByEnding(const QString &fileName)
 {
-    std::string list;
-    for (const std::string &name : formatNames())
-        list += (list.empty() ? "" : ", ") + name;
-    return list;
-}
-
-std::string formatByEnding(const QString &fileName)
-{
-    const std::string ending
-        = QFile::encodeName(QFileInfo(fileName).suffix().toLower()).toStdString();
-    const std::vector<std::string> &names = formatNames();
-    if (std::find(names.begin(), names.end(), ending) == names.end()) {
+    const Format *format = formatOfSuffix(QFileInfo(fileName).suffix());
+    if (!format) {
         throw Failure(kWrongUsage,
                       bytesOf(fileName) + ": the ending tells no format (there are "
-                          + listOfFormats() + ")");
+                          + namesOfFormats().toStdString() + ")");
     }
-    return ending;
+    return format;
 }
 
-QString besideInput(const std::string &input, const std::string &format)
+// What a name stands for, links followed.
+enum class FileKind {
+    Nothing,
+    File,
+    Folder,
+    Stream // a terminal or other device, a pipe, a socket
+};
+
+FileKind kindOf(const QString &fileName)
+{
+    if (fileName == QLatin1String(kStandardOutput))
+        return FileKind::Stream;
+    struct stat info;
+    if (stat(QFile::encodeName(fileName).constData(), &info) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR)
+            failToWrite(bytesOf(fileName), QString::fromLocal8Bit(std::strerror(errno)));
+        return FileKind::Nothing;
+    }
+    if (S_ISDIR(info.st_mode))
+        return FileKind::Folder;
+    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode)
+        ? FileKind::Stream
+        : FileKind::File;
+}
+
+QString besideInput(const std::string &input, const Format &format)
 {
     const QFileInfo info(QFile::decodeName(input.c_str()));
     return info.path() + QLatin1Char('/') + info.completeBaseName() + QLatin1Char('.')
-        + QString::fromStdString(format);
+        + QLatin1String(format.suffix);
 }
 
 // Whether standard input was redirected from this file.
@@ -87,20 +99,6 @@ void refuseInputAsOutput(const std::string &input, const QString &output)
             ? isStandardInput(output)
             : in.exists() && out.exists() && in.canonicalFilePath() == out.canonicalFilePath())
         throw Failure(kWrongUsage, inputName(input) + ": the output would overwrite the input");
-}
-
-// What the settings were read from, where that is a file.
-std::vector<std::string> filesOf(const Settings &settings)
-{
-    std::vector<std::string> files;
-    for (const char *name : { "palette", "preset" }) {
-        const auto said = settings.said.find(name);
-        if (said != settings.said.end())
-            files.insert(files.end(), said->second.begin(), said->second.end());
-    }
-    if (!settings.config.empty())
-        files.push_back(settings.config);
-    return files;
 }
 
 // The same for all names of a file.
@@ -130,44 +128,64 @@ void requireFolder(const Output &output)
     if (output.fileName == QLatin1String(kStandardOutput))
         return;
     const QFileInfo file(output.fileName);
-    if (file.isDir())
+    if (kindOf(output.fileName) == FileKind::Folder)
         throw Failure(kOutputNotWritable, nameOf(output.fileName) + ": it is a folder");
     if (!QFileInfo(file.path()).isDir())
         throw Failure(kOutputNotWritable,
                       nameOf(output.fileName) + ": there is no folder " + bytesOf(file.path()));
 }
 
-void requirePicture(const Output &output, const Drawing &drawing, double scale)
+// One file that the outputs would go over.
+void refuseOthers(const QString &fileName, const std::string &input, const Settings &settings)
 {
-    const Frame frame = frameOf(drawing);
-    const double width = std::ceil(frame.width * scale);
-    const double height = std::ceil(frame.height * scale);
-    if (width > kLargestPictureSide || height > kLargestPictureSide) {
-        throw Failure(kOutputNotWritable,
-                      nameOf(output.fileName) + ": a picture of more than "
-                          + std::to_string(kLargestPictureSide) + " pixels a side (see --scale)");
+    refuseInputAsOutput(input, fileName);
+    for (const std::string &other : settings.filesRead) {
+        if (identityOf(fileName) == identityOf(QFile::decodeName(other.c_str())))
+            throw Failure(kWrongUsage, other + ": the output would overwrite it");
     }
 }
 
-bool writeTo(QIODevice *device, const std::string &format, const Drawing &drawing,
-             const Settings &settings)
+// Whether the file is a picture in pixels that this program has not made.
+bool isForeignImage(const QString &fileName)
 {
-    if (format == "dxf")
-        return writeDxf(drawing, settings.dxf, device);
-    if (format == "pdf")
-        return writePdf(drawing, settings.style, device);
-    if (format == "png") {
-        const QImage picture = renderDrawing(drawing, settings.style, settings.scale);
-        if (picture.isNull())
-            failForMemory();
-        return savePng(picture, device);
-    }
-    if (format == "json")
-        return writeJson(drawing, device);
-    SvgOptions options;
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QImageReader reader(&file);
+    reader.setDecideFormatFromContent(true);
+    return reader.canRead() && !reader.format().startsWith("svg")
+        && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
+}
+
+WriteOptions writeOptions(const Settings &settings)
+{
+    WriteOptions options;
     options.style = settings.style;
     options.decimals = settings.decimals;
-    return writeSvg(drawing, options, device);
+    options.scale = settings.scale;
+    options.dxf = settings.dxf;
+    return options;
+}
+
+// The format that was chosen, or is written when nothing is said.
+const Format *chosenFormat(const Settings &settings)
+{
+    return settings.format.empty() ? &allFormats().front() : findFormat(settings.format);
+}
+
+Output outputNamed(const std::string &name, const Settings &settings)
+{
+    if (name.empty())
+        throw Failure(kWrongUsage, "--output: the file name is empty");
+    const QString fileName = withoutAlias(QFile::decodeName(name.c_str()));
+    // A device has no ending; neither has standard output.
+    const bool tellsFormat = settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty();
+    const FileKind kind = kindOf(fileName);
+    if (kind == FileKind::Folder)
+        throw Failure(kOutputNotWritable, bytesOf(fileName) + ": it is a folder");
+    return { fileName,
+             kind != FileKind::Stream && tellsFormat ? formatByEnding(fileName)
+                                                     : chosenFormat(settings) };
 }
 
 } // namespace
@@ -177,58 +195,58 @@ std::string inputName(const std::string &input)
     return input == kStandardOutput ? "standard input" : input;
 }
 
-const std::vector<std::string> &formatNames()
+void refuseToReplace(const QString &fileName, const Settings &settings)
 {
-    static const std::vector<std::string> names = { "svg", "dxf", "pdf", "png", "json" };
-    return names;
+    if (settings.overwrite && !settings.noClobber)
+        return;
+    if (kindOf(fileName) != FileKind::File)
+        return;
+    if (settings.noClobber)
+        throw Failure(kWrongUsage, nameOf(fileName) + ": the file exists (--no-clobber)");
+    if (isForeignImage(fileName)) {
+        throw Failure(kWrongUsage,
+                      nameOf(fileName) + ": the file is an image; --overwrite replaces it");
+    }
 }
 
 std::vector<Output> outputsFor(const std::string &input, const Settings &settings)
 {
-    const std::string chosen = settings.format.empty() ? formatNames().front() : settings.format;
     std::vector<Output> outputs;
     std::set<QString> names;
     for (const std::string &name : settings.outputs) {
-        if (name.empty())
-            throw Failure(kWrongUsage, "--output: a file name is wanted");
-        const QString fileName = withoutAlias(QFile::decodeName(name.c_str()));
-        if (!names.insert(identityOf(fileName)).second)
+        outputs.push_back(outputNamed(name, settings));
+        if (!names.insert(identityOf(outputs.back().fileName)).second)
             throw Failure(kWrongUsage, "--output: " + name + " is given twice");
-        const bool isFile = fileName != QLatin1String(kStandardOutput)
-            && (settings.format.empty() || !QFileInfo(fileName).suffix().isEmpty());
-        // A device has no ending; neither has standard output.
-        outputs.push_back(
-            { fileName, isFile && !isStream(fileName) ? formatByEnding(fileName) : chosen });
     }
+    const Format *chosen = chosenFormat(settings);
     if (outputs.empty() && input == kStandardOutput)
         outputs.push_back({ QString::fromLatin1(kStandardOutput), chosen });
     if (outputs.empty())
-        outputs.push_back({ besideInput(input, chosen), chosen });
+        outputs.push_back({ besideInput(input, *chosen), chosen });
     for (const Output &output : outputs) {
-        refuseInputAsOutput(input, output.fileName);
-        for (const std::string &other : filesOf(settings)) {
-            const QString file = QFile::decodeName(other.c_str()); // or a list, or a preset's name
-            if (QFileInfo(file).isFile() && identityOf(output.fileName) == identityOf(file))
-                throw Failure(kWrongUsage, other + ": the output would overwrite it");
-        }
+        refuseOthers(output.fileName, input, settings);
         requireFolder(output);
+        if (settings.page > 0)
+            refuseToReplace(output.fileName, settings);
     }
     return outputs;
 }
 
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input)
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
+                                   const Settings &settings)
 {
     for (Output &output : outputs) {
         if (output.fileName == QLatin1String(kStandardOutput))
             throw Failure(kWrongUsage, "--page all: several pages do not fit into standard output");
-        const QFileInfo info(output.fileName);
-        if (isStream(output.fileName))
+        if (kindOf(output.fileName) == FileKind::Stream)
             continue; // a device takes all pages
+        const QFileInfo info(output.fileName);
         const QString ending
             = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
         output.fileName = info.path() + QLatin1Char('/') + info.completeBaseName()
             + QLatin1Char('-') + QString::number(page) + ending;
-        refuseInputAsOutput(input, output.fileName);
+        refuseOthers(output.fileName, input, settings);
+        refuseToReplace(output.fileName, settings);
     }
     return outputs;
 }
@@ -236,15 +254,29 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
 void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
                   const Settings &settings, OutputFiles *files)
 {
+    const WriteOptions options = writeOptions(settings);
     for (const Output &output : outputs) {
-        if (output.format == "png")
-            requirePicture(output, drawing, settings.scale);
+        const QString obstacle
+            = output.format->obstacle ? output.format->obstacle(drawing, options) : QString();
+        if (!obstacle.isEmpty()) {
+            failToWrite(nameOf(output.fileName),
+                        obstacle
+                            + QLatin1String(
+                                output.format->capabilities & kIsRaster ? " (see --scale)" : ""));
+        }
     }
     for (const Output &output : outputs) {
-        const auto write
-            = [&](QIODevice *device) { return writeTo(device, output.format, drawing, settings); };
+        Written written = Written::Whole;
+        const auto write = [&](QIODevice *device) {
+            written = output.format->write(drawing, options, device);
+            return written == Written::Whole;
+        };
         QString error;
-        if (!files->add(output.fileName, write, &error))
+        const bool isStaged = files->add(output.fileName, write, &error);
+        if (written == Written::NoMemory)
+            throw Failure(kFailed,
+                          nameOf(output.fileName) + ": the picture does not fit into memory");
+        if (!isStaged)
             failToWrite(nameOf(output.fileName), error);
     }
 }

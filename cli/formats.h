@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// The formats that drawings are written in.
+// Where drawings are written to, and in which format.
 #ifndef ZTRACE_CLI_FORMATS_H
 #define ZTRACE_CLI_FORMATS_H
 
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Settings.h"
+#include "drawing/formats.h"
 
 namespace ztrace {
 
@@ -19,21 +20,24 @@ class OutputFiles;
 struct Output
 {
     QString fileName;
-    std::string format;
+    const Format *format; // of the registry
 };
-
-// Names of the formats, which are their endings too.
-const std::vector<std::string> &formatNames();
 
 // What messages call an input.
 std::string inputName(const std::string &input);
 
 // The outputs that the settings name, or the one that follows from the input's name. Throws a
-// Failure for endings without a format and for an output that is the input.
+// Failure for endings without a format, for an output that is the input or a file that settings
+// were read from, and for one that must not be replaced (refuseToReplace).
 std::vector<Output> outputsFor(const std::string &input, const Settings &settings);
 
-// The same for one page of several: the page's number goes before the ending. Devices take all.
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input);
+// Throws a Failure for an existing file that the settings keep: any with --no-clobber, without
+// --overwrite an image that is no preview of ours. Others are drawings, which are made again.
+void refuseToReplace(const QString &fileName, const Settings &settings);
+
+// The outputs for one page of several: the page's number goes before the ending. Devices take all.
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
+                                   const Settings &settings);
 
 // Writes a drawing to temporary places, and gives all of them their names. Both throw a Failure.
 void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,

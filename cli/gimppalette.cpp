@@ -2,7 +2,8 @@
 #include "gimppalette.h"
 
 #include "failure.h"
-#include "presets.h"
+#include "Settings.h"
+#include "textfile.h"
 #include "values.h"
 
 #include <QFile>
@@ -66,7 +67,7 @@ void addPaletteLine(const std::string &place, const std::string &line, std::vect
 // A palette of GIMP, or a text with a colour or several a line.
 std::vector<QRgb> coloursInFile(const std::string &fileName)
 {
-    std::string text = settingsFile(fileName);
+    std::string text = textOfFile(fileName);
     if (text.compare(0, sizeof kByteOrderMark - 1, kByteOrderMark) == 0)
         text.erase(0, sizeof kByteOrderMark - 1);
     std::istringstream lines(text);
@@ -86,7 +87,9 @@ std::vector<QRgb> coloursInFile(const std::string &fileName)
     return colours;
 }
 
-bool isFileName(const std::string &text)
+} // namespace
+
+bool isPaletteFile(const std::string &text)
 {
     const QString name = QFile::decodeName(text.c_str());
     return text.find('/') != std::string::npos
@@ -94,12 +97,10 @@ bool isFileName(const std::string &text)
         || (text.find(',') == std::string::npos && QFileInfo(name).isFile());
 }
 
-} // namespace
-
 std::vector<QRgb> paletteValue(const std::string &text)
 {
     std::vector<QRgb> colours;
-    if (isFileName(text)) {
+    if (isPaletteFile(text)) {
         colours = coloursInFile(text);
     } else {
         addList("--palette", text, &colours);

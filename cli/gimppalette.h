@@ -11,8 +11,8 @@
 
 namespace ztrace {
 
-// Most colours that a palette may have.
-const int kMostColors = 4096;
+// Whether the text of a palette names a file.
+bool isPaletteFile(const std::string &text);
 
 // Colours from "#000000,#ff0000,orange" or from a palette file (.gpl: a line "GIMP Palette", then a
 // colour a line as three numbers). Each colour once. Throws a Failure for text that is neither, for

@@ -5,17 +5,24 @@
 #include "effects.h"
 #include "failure.h"
 #include "formats.h"
-#include "look.h"
+#include "help.h"
+#include "messages.h"
+#include "plan.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
-#include "scan.h"
 #include "source.h"
-#include "tracing.h"
+#include "textfile.h"
 
 #include "drawing/json.h"
 #include "drawing/output.h"
+#include "drawing/signals.h"
 #include "drawing/text.h"
+#include "imaging/classify.h"
+#include "imaging/failure.h"
+#include "imaging/paper.h"
+#include "imaging/resolution.h"
+#include "tracing/pipeline.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
@@ -24,8 +31,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <functional>
 #include <new>
 #include <set>
@@ -37,16 +45,6 @@ namespace {
 
 const char kAuto[] = "auto";
 
-// A message is a line, whatever the names in it are.
-void tell(std::string text)
-{
-    for (char &letter : text) {
-        if (static_cast<unsigned char>(letter) < ' ' || letter == 127)
-            letter = '?';
-    }
-    std::fprintf(stderr, "ztrace: %s\n", text.c_str());
-}
-
 void listPresets()
 {
     std::printf("%-12s %s\n", kAuto, "one of these, by the look of the image");
@@ -56,8 +54,36 @@ void listPresets()
             continue;
         }
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
-                    preset.origin == "built in" ? "" : (" (" + preset.origin + ")").c_str());
+                    preset.origin == kBuiltIn ? "" : (" (" + preset.origin + ")").c_str());
     }
+}
+
+const char *presetOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::LineArt:
+        return "lineart";
+    case Kind::Logo:
+        return "logo";
+    case Kind::Poster:
+        return "poster";
+    case Kind::Photo:
+        break;
+    }
+    return "photo";
+}
+
+Look lookAt(Picture *picture)
+{
+    const Classification classified = classify(picture);
+    return { presetOf(classified.kind), classified.reason };
+}
+
+const char *sentenceOf(Remark remark)
+{
+    return remark == Remark::NoClearDirection
+        ? "--deskew: no clear direction was found within 6 degrees"
+        : "--upsample has no effect: the image has no soft edges";
 }
 
 class Run
@@ -100,11 +126,16 @@ private:
         onCommandLine = line.given;
         const std::string &file = line.settings.config;
         if (!file.empty())
-            applySettings(parseSettings(settingsFile(file), file, Role::Configuration), file,
+            applySettings(parseSettings(textOfFile(file), file, Role::Configuration), file,
                           &line.given, &line.settings);
+        if (!file.empty())
+            line.settings.filesRead.push_back(file);
         // A wrong name is to be told before the work.
-        if (line.settings.preset != kAuto)
-            findPreset(line.settings.preset);
+        if (line.settings.preset == kAuto)
+            return;
+        const Preset preset = findPreset(line.settings.preset);
+        if (preset.origin != kBuiltIn)
+            line.settings.filesRead.push_back(preset.origin);
     }
 
     // A page that cannot be traced keeps no other from it.
@@ -113,12 +144,14 @@ private:
         const int pages = source.pages();
         const int claimed = std::max(pages, source.pagesClaimed());
         if (claimed == 1) {
+            for (const Output &output : outputs)
+                refuseToReplace(output.fileName, line.settings);
             trace(source, 1, outputs);
             return kSuccess;
         }
         std::vector<std::vector<Output>> outputsOfPages;
         for (int page = 1; page <= pages; ++page)
-            outputsOfPages.push_back(outputsForPage(outputs, page, line.input));
+            outputsOfPages.push_back(outputsForPage(outputs, page, line.input, line.settings));
         int failed = claimed - pages;
         std::set<ExitCode> codes;
         if (failed > 0)
@@ -130,6 +163,9 @@ private:
             } catch (const Failure &failure) {
                 tell("page " + std::to_string(page) + ": " + failure.what());
                 codes.insert(failure.code);
+            } catch (const TraceError &error) {
+                tell("page " + std::to_string(page) + ": " + error.what());
+                codes.insert(kFailed);
             } catch (const std::bad_alloc &) {
                 tell("page " + std::to_string(page) + ": not enough memory");
                 codes.insert(kFailed);
@@ -145,12 +181,12 @@ private:
         return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
-    Settings settingsFor(const QImage &image, Look *look)
+    Settings settingsFor(Picture *picture, Look *look)
     {
         Settings settings = line.settings;
         if (settings.raw)
             return settings;
-        *look = settings.preset == kAuto ? lookAt(image) : Look { settings.preset, "" };
+        *look = settings.preset == kAuto ? lookAt(picture) : Look { settings.preset, "" };
         const Preset preset = findPreset(look->preset);
         std::set<std::string> given = line.given;
         applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin,
@@ -167,14 +203,15 @@ private:
             image = image.convertToFormat(QImage::Format_ARGB32);
             putOnPaper(&image, *line.settings.background);
         }
-        const Settings settings = settingsFor(image, &look);
-        for (const std::string &sentence : withoutEffect(onCommandLine, settings, outputs))
+        Picture picture(std::move(image));
+        const Settings settings = settingsFor(&picture, &look);
+        for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
             warn(sentence);
-        useResolution(settings, outputs, &image);
-        TraceResult result = traceImage(std::move(image), settings,
+        useResolution(settings, outputs, &picture);
+        TraceResult result = traceImage(std::move(picture), planOf(settings),
                                         [this](const char *stage) { progress->stage(stage); });
-        for (const std::string &note : result.notes)
-            warn(note);
+        for (Remark remark : result.report.remarks)
+            warn(sentenceOf(remark));
         if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
             warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
@@ -187,10 +224,11 @@ private:
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.
-    void useResolution(const Settings &settings, const std::vector<Output> &outputs, QImage *image)
+    void useResolution(const Settings &settings, const std::vector<Output> &outputs,
+                       Picture *picture)
     {
         const bool given = settings.dpi && *settings.dpi > 0.0;
-        const Resolution resolution = resolutionOf(*image);
+        const Resolution resolution = resolutionOf(picture->asImage());
         if (!given && !resolution.isSquare()) {
             const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
                 + numberText(resolution.down, 2).toStdString() + " pixels an inch";
@@ -199,18 +237,21 @@ private:
                      + " are taken as square, since --raw changes nothing");
             } else {
                 warn(inputName(line.input) + ": " + sizes + " are made square");
-                *image = withSquarePixels(*image);
-                if (image->isNull())
+                const Uninterrupted inherited;
+                QImage square = withSquarePixels(picture->asImage());
+                if (square.isNull())
                     failForMemory();
+                *picture = Picture(std::move(square));
             }
         }
         if (settings.unit == Unit::Pixel)
             return;
-        if (!given && !tellsResolution(*image))
+        if (!given && !tellsResolution(picture->asImage()))
             warn(inputName(line.input)
                  + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
         for (const Output &output : outputs) {
-            if (output.format == "dxf" && settings.dxf.version == DxfVersion::R12)
+            if ((output.format->capabilities & kChoosesCurves)
+                && settings.dxf.version == DxfVersion::R12)
                 warn("r12 has no place for the unit; programs have to be told when they read it");
         }
     }
@@ -227,7 +268,7 @@ private:
             drawing.unit = line.settings.unit;
         line.settings.style.byLayer = false; // its areas are not cut out of each other
         for (const std::string &sentence :
-             withoutEffectOnDrawings(onCommandLine, line.settings, outputs))
+             withoutEffect(onCommandLine, true, line.settings, outputs))
             warn(sentence);
         write(drawing, line.settings, outputs, [&](std::FILE *stream) {
             if (line.settings.stats)
@@ -237,21 +278,20 @@ private:
         });
     }
 
-    // A report that does not arrive is a failure, after which the outputs are not there either.
+    // Outputs first: a reader of the report that goes away early takes no drawing with it.
     void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
                const std::function<void(std::FILE *)> &report)
     {
         progress->stage("writing");
+        if (drawing.outlines.empty())
+            warn(inputName(line.input) + ": the drawing is empty");
         OutputFiles files;
         stageOutputs(outputs, drawing, settings, &files);
+        commitOutputs(&files);
         std::FILE *stream = reportStream(outputs);
         errno = 0;
         report(stream);
-        if (std::fflush(stream) != 0 || std::ferror(stream) != 0) {
-            throw Failure(kOutputNotWritable,
-                          std::string("standard output: ") + std::strerror(errno));
-        }
-        commitOutputs(&files);
+        requireArrival(stream);
     }
 
     // Standard output is for one thing at a time.
@@ -259,7 +299,7 @@ private:
     {
         for (const Output &output : outputs) {
             if (output.fileName == QLatin1String("-"))
-                return stderr;
+                return messageStream();
         }
         return stdout;
     }
@@ -270,7 +310,26 @@ private:
     ProgressLine *progress = nullptr;
 };
 
-void dropMessage(QtMsgType, const QMessageLogContext &, const QString &) { }
+ExitCode perform(int argc, char **argv)
+{
+    const CommandLine line = parseCommandLine(argc, argv);
+    errno = 0;
+    switch (line.action) {
+    case CommandLine::Trace:
+        return Run(line).all();
+    case CommandLine::ListPresets:
+        listPresets();
+        break;
+    case CommandLine::Help:
+        std::fputs(helpText(helpWidth()).c_str(), stdout);
+        break;
+    case CommandLine::Version:
+        std::puts("ztrace " ZTRACE_VERSION);
+        break;
+    }
+    requireArrival(stdout);
+    return kSuccess;
+}
 
 } // namespace
 
@@ -279,11 +338,15 @@ void dropMessage(QtMsgType, const QMessageLogContext &, const QString &) { }
 int main(int argc, char **argv)
 {
     using namespace ztrace;
+    reserveStandardDescriptors();
+    // A reader that goes away is a failure to write, not the end.
+    std::signal(SIGPIPE, SIG_IGN);
     // Image readers may draw text, which needs a platform; none that shows anything.
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    // What goes wrong is said once, by this program; the engine's own lines are for scripts.
-    qInstallMessageHandler(dropMessage);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // What an image reader complains of is no reason to end.
+    qunsetenv("QT_FATAL_WARNINGS");
+    qunsetenv("QT_FATAL_CRITICALS");
+    qInstallMessageHandler(toolkitMessage);
     QLoggingCategory::setFilterRules(QString::fromLatin1("*.debug=false"));
     // An image that says nothing of its resolution is then taken for one of 96 dots an inch.
     QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
@@ -293,16 +356,13 @@ int main(int argc, char **argv)
     // File names are bytes; this codec maps them one to one, whatever the locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
     try {
-        const CommandLine line = parseCommandLine(argc, argv);
-        ExitCode code = kSuccess;
-        if (line.action == CommandLine::ListPresets)
-            listPresets();
-        else if (line.action == CommandLine::Trace)
-            code = Run(line).all();
-        return code;
+        return perform(argc, argv);
     } catch (const Failure &failure) {
         tell(failure.what());
         return failure.code;
+    } catch (const TraceError &error) {
+        tell(error.what());
+        return kFailed;
     } catch (const std::bad_alloc &) {
         tell("not enough memory");
         return kFailed;

@@ -3,6 +3,8 @@
 
 #include "builtin_presets.h"
 #include "failure.h"
+#include "suggest.h"
+#include "textfile.h"
 #include "values.h"
 
 #include <toml++/toml.h>
@@ -22,7 +24,6 @@ namespace {
 
 const char kDescription[] = "description";
 const char kEngineSection[] = "set";
-const int kMostBytes = 1 << 20;      // of any file
 const std::size_t kMostText = 16384; // bytes; the parser does not bound its own depth
 
 [[noreturn]] void refuse(const std::string &origin, int line, const std::string &reason)
@@ -59,7 +60,7 @@ void addValues(const toml::node &node, const std::string &origin, FileSetting *s
     const std::optional<std::string> text = textOf(node);
     if (!text)
         refuse(origin, lineOf(node),
-               "a text, a number, true or false, or a list of them is wanted");
+               "the value must be a text, a number, true or false, or a list of them");
     setting->values.push_back(*text);
 }
 
@@ -72,11 +73,10 @@ FileSetting settingOf(std::string_view name, const toml::node &node, const std::
     return setting;
 }
 
-// What is read before the file is.
-bool isTooLate(const std::string &name, Role role)
+// What has to be known before the file is read.
+bool isTooLate(const Option &option, Role role)
 {
-    const std::set<std::string> before = { "preset", "output", "format", "page" };
-    return name == "config" || (role == Role::Preset && before.count(name) > 0);
+    return option.place < (role == Role::Preset ? Place::UpToPreset : Place::UpToSettingsFile);
 }
 
 void addEngineOptions(const toml::table &table, const std::string &origin,
@@ -88,15 +88,16 @@ void addEngineOptions(const toml::table &table, const std::string &origin,
         setting.name = kEngineSection;
         if (!isEngineOption(setting.engineOption)) {
             refuse(origin, setting.line,
-                   "[set]: there is no option \"" + setting.engineOption + "\"");
+                   "[set]: there is no option \"" + setting.engineOption + "\""
+                       + suggestion(setting.engineOption, engineOptionNames()));
         }
         settings->push_back(setting);
     }
 }
 
-std::vector<std::string> textsFor(const Setting &setting, const std::vector<std::string> &values)
+std::vector<std::string> textsFor(const Option &setting, const std::vector<std::string> &values)
 {
-    if (setting.kind != Setting::Commas)
+    if (!setting.commas)
         return values;
     std::string text;
     for (const std::string &value : values)
@@ -112,7 +113,7 @@ void addFolder(const QString &folder, std::map<std::string, Preset> *presets)
         preset.name = QFile::encodeName(file.chopped(5)).toStdString();
         preset.origin = QFile::encodeName(dir.filePath(file)).toStdString();
         try {
-            preset.text = settingsFile(preset.origin);
+            preset.text = textOfFile(preset.origin);
         } catch (const Failure &failure) {
             preset.error = failure.what();
         }
@@ -154,9 +155,12 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
             addEngineOptions(*section, origin, &settings);
             continue;
         }
-        if (name == kEngineSection || (name != kDescription && !findSetting(name)))
-            refuse(origin, lineOf(node), "there is no setting \"" + name + "\"");
-        if (isTooLate(name, role))
+        const Option *option = findOption(name);
+        if (name == kEngineSection || (name != kDescription && (!option || option->isAction()))) {
+            refuse(origin, lineOf(node),
+                   "there is no setting \"" + name + "\"" + suggestion(name, optionNames()));
+        }
+        if (option && isTooLate(*option, role))
             refuse(origin, lineOf(node), "\"" + name + "\" cannot be set here");
         settings.push_back(settingOf(name, node, origin));
     }
@@ -174,14 +178,13 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
         const std::string key = isSet ? kEngineSection + (' ' + value.engineOption) : value.name;
         if (given->count(key))
             continue;
-        const Setting &setting = *findSetting(value.name);
+        const Option &setting = *findOption(value.name);
         if (value.values.empty()
-            || ((isSet || setting.kind == Setting::Flag || setting.kind == Setting::Value)
-                && value.values.size() != 1))
+            || (value.values.size() != 1 && (isSet || !(setting.several || setting.commas))))
             refuse(origin, value.line, value.name + " takes one value");
         try {
             for (const std::string &text : textsFor(setting, value.values))
-                storeSetting(setting, isSet ? value.engineOption + "=" + text : text, settings);
+                storeOption(setting, isSet ? value.engineOption + "=" + text : text, settings);
         } catch (const Failure &failure) {
             throw Failure(failure.code,
                           origin + ", line " + std::to_string(value.line) + ": " + failure.what());
@@ -191,25 +194,13 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
     given->insert(stored.begin(), stored.end());
 }
 
-std::string settingsFile(const std::string &fileName)
-{
-    QFile file(QFile::decodeName(fileName.c_str()));
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(kInputUnreadable,
-                      fileName + ": " + file.errorString().toLocal8Bit().toStdString());
-    const QByteArray text = file.read(kMostBytes + 1);
-    if (text.size() > kMostBytes)
-        throw Failure(kInputUnreadable, fileName + ": too long for settings or a palette");
-    return text.toStdString();
-}
-
 std::vector<Preset> allPresets()
 {
     std::map<std::string, Preset> byName;
     for (int i = 0; i < kBuiltinPresetCount; ++i) {
         Preset preset;
         preset.name = kBuiltinPresets[i].name;
-        preset.origin = "built in";
+        preset.origin = kBuiltIn;
         preset.text = kBuiltinPresets[i].text;
         byName[preset.name] = preset;
     }
@@ -240,19 +231,20 @@ Preset findPreset(const std::string &name)
     if (isFile) {
         Preset preset;
         preset.name = preset.origin = name;
-        preset.text = settingsFile(name);
+        preset.text = textOfFile(name);
         return preset;
     }
-    std::string names;
+    std::vector<std::string> names = { "auto" };
     for (const Preset &preset : allPresets()) {
         if (preset.name == name && !preset.error.empty())
             throw Failure(kWrongUsage, preset.error);
         if (preset.name == name)
             return preset;
-        names += (names.empty() ? "" : ", ") + preset.name;
+        names.push_back(preset.name);
     }
     throw Failure(kWrongUsage,
-                  "--preset: there is no preset \"" + name + "\" (there are auto, " + names + ")");
+                  "--preset: there is no preset \"" + name + "\"; it is one of "
+                      + listOfWords(names) + suggestion(name, names));
 }
 
 } // namespace ztrace

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Settings.h"
+#include "options.h"
 
 namespace ztrace {
 
@@ -33,14 +33,13 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
 void applySettings(const std::vector<FileSetting> &values, const std::string &origin,
                    std::set<std::string> *given, Settings *settings);
 
-// Text of a file; throws a Failure when it cannot be read.
-std::string settingsFile(const std::string &fileName);
+const char kBuiltIn[] = "built in";
 
 struct Preset
 {
     std::string name;
     std::string description;
-    std::string origin; // its file, or "built in"
+    std::string origin; // its file, or kBuiltIn
     std::string text;
     std::string error; // why it cannot be used; empty when it can
 };

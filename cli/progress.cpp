@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "progress.h"
 
+#include "messages.h"
+
 #include "drawing/signals.h"
 
 #include <chrono>
@@ -46,7 +48,7 @@ void ProgressLine::stage(const std::string &stageName)
     const std::lock_guard<std::mutex> guard(lock);
     name = stageName;
     if (told)
-        std::fprintf(stderr, "ztrace: %s\n", name.c_str());
+        std::fprintf(messageStream(), "ztrace: %s\n", name.c_str());
 }
 
 void ProgressLine::draw()
@@ -57,14 +59,15 @@ void ProgressLine::draw()
     std::chrono::milliseconds wait = first;
     while (!change.wait_for(guard, wait, [this] { return done; })) {
         const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-        std::fprintf(stderr, "%sztrace: %s (%.0f s)", kClearLine, name.c_str(), seconds.count());
-        std::fflush(stderr);
+        std::fprintf(messageStream(), "%sztrace: %s (%.0f s)", kClearLine, name.c_str(),
+                     seconds.count());
+        std::fflush(messageStream());
         drawn = true;
         wait = kInterval;
     }
     if (drawn) {
-        std::fprintf(stderr, "%s", kClearLine);
-        std::fflush(stderr);
+        std::fprintf(messageStream(), "%s", kClearLine);
+        std::fflush(messageStream());
     }
 }
 

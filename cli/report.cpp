@@ -8,21 +8,6 @@
 
 namespace ztrace {
 
-Counts countPieces(const Drawing &drawing)
-{
-    Counts counts;
-    for (const Outline &outline : drawing.outlines) {
-        ++counts.outlines;
-        for (int i = 0; i < outline.shape.countPieces(); ++i) {
-            if (outline.shape.getPieceKind(i) == ZPolyline::LinePiece)
-                ++counts.lines;
-            else
-                ++counts.curves;
-        }
-    }
-    return counts;
-}
-
 namespace {
 
 QString textOf(const std::string &bytes)
@@ -60,16 +45,17 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
     printSize(result.drawing, stream);
     std::fprintf(stream, "preset    %s%s\n", look.preset.c_str(),
                  look.reason.empty() ? "" : (" (" + look.reason + ")").c_str());
-    if (result.threshold >= 0)
-        std::fprintf(stream, "threshold %d\n", result.threshold);
-    if (result.evenedOut)
+    if (result.report.threshold >= 0)
+        std::fprintf(stream, "threshold %d\n", result.report.threshold);
+    if (result.report.evenedOut)
         std::fprintf(stream, "uneven light evened out\n");
-    if (result.angle != 0.0)
-        std::fprintf(stream, "turned by %s degrees\n", numberText(result.angle, 3).constData());
-    if (result.upsampling > 1)
-        std::fprintf(stream, "upsampled %d times\n", result.upsampling);
-    std::fprintf(stream, "palette   %d colours:", static_cast<int>(result.palette.size()));
-    for (QRgb colour : result.palette) {
+    if (result.report.angle != 0.0)
+        std::fprintf(stream, "turned by %s degrees\n",
+                     numberText(result.report.angle, 3).constData());
+    if (result.report.upsampling > 1)
+        std::fprintf(stream, "upsampled %d times\n", result.report.upsampling);
+    std::fprintf(stream, "palette   %d colours:", static_cast<int>(result.report.palette.size()));
+    for (QRgb colour : result.report.palette) {
         std::fprintf(stream, " %s", colourName(colour).constData());
         if (qAlpha(colour) != 255)
             std::fprintf(stream, "/%s", numberText(qAlpha(colour) / 255.0, 2).constData());
@@ -77,11 +63,11 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
     std::fprintf(stream, "\n");
     printCounts(result.drawing, stream);
     std::fprintf(stream, "options  ");
-    for (const auto &option : result.engine)
+    for (const auto &option : result.report.engine)
         std::fprintf(stream, " %s=%.6g", option.first.c_str(), option.second);
     std::fprintf(stream, "\ntimes    ");
     double total = 0.0;
-    for (const auto &stage : result.seconds) {
+    for (const auto &stage : result.report.seconds) {
         std::fprintf(stream, " %s %.3f s,", stage.first.c_str(), stage.second);
         total += stage.second;
     }
@@ -97,10 +83,10 @@ void printStatistics(const Drawing &drawing, std::FILE *stream)
 QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settings &settings)
 {
     QJsonObject options;
-    for (const auto &option : result.engine)
+    for (const auto &option : result.report.engine)
         options.insert(textOf(option.first), jsonNumberValue(option.second));
     QJsonArray palette;
-    for (QRgb entry : result.palette) {
+    for (QRgb entry : result.report.palette) {
         QJsonObject colour;
         colour.insert(QLatin1String("color"), QLatin1String(colourName(entry)));
         colour.insert(QLatin1String("alpha"), qAlpha(entry));
@@ -114,14 +100,14 @@ QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settin
         said.insert(textOf(setting.first), values);
     }
     QJsonObject statistics = countsOf(result.drawing);
-    if (result.threshold >= 0)
-        statistics.insert(QLatin1String("threshold"), result.threshold);
-    if (result.evenedOut)
+    if (result.report.threshold >= 0)
+        statistics.insert(QLatin1String("threshold"), result.report.threshold);
+    if (result.report.evenedOut)
         statistics.insert(QLatin1String("evened"), true);
-    if (result.angle != 0.0)
-        statistics.insert(QLatin1String("angle"), result.angle);
-    if (result.upsampling > 1)
-        statistics.insert(QLatin1String("upsampling"), result.upsampling);
+    if (result.report.angle != 0.0)
+        statistics.insert(QLatin1String("angle"), result.report.angle);
+    if (result.report.upsampling > 1)
+        statistics.insert(QLatin1String("upsampling"), result.report.upsampling);
     QJsonObject about;
     about.insert(QLatin1String("preset"), textOf(look.preset));
     about.insert(QLatin1String("seed"), static_cast<double>(settings.seed));
@@ -151,7 +137,7 @@ void printJson(const Drawing &drawing, const std::string &input, int page, const
 QJsonObject aboutRun(const TraceResult &result, const Look &look)
 {
     QJsonObject seconds;
-    for (const auto &stage : result.seconds)
+    for (const auto &stage : result.report.seconds)
         seconds.insert(textOf(stage.first), stage.second);
     QJsonObject object;
     object.insert(QLatin1String("reason"), textOf(look.reason));

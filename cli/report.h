@@ -4,8 +4,8 @@
 #ifndef ZTRACE_CLI_REPORT_H
 #define ZTRACE_CLI_REPORT_H
 
-#include "look.h"
-#include "tracing.h"
+#include "Settings.h"
+#include "tracing/pipeline.h"
 
 #include <QJsonObject>
 
@@ -13,14 +13,12 @@
 
 namespace ztrace {
 
-struct Counts
+// The preset that a picture was traced with, and why.
+struct Look
 {
-    int outlines = 0;
-    int lines = 0;
-    int curves = 0;
+    std::string preset;
+    std::string reason;
 };
-
-Counts countPieces(const Drawing &drawing);
 
 void printStatistics(const TraceResult &result, const Look &look, std::FILE *stream);
 

@@ -2,6 +2,7 @@
 #include "source.h"
 
 #include "failure.h"
+#include "messages.h"
 
 #include "drawing/Drawing.h"
 #include "drawing/signals.h"
@@ -14,19 +15,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <set>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace ztrace {
 
 namespace {
-
-const double kMostStretch = 5.0; // of pixels; beyond it a resolution is an error
 
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
@@ -42,48 +38,11 @@ void refuseTooLarge(const std::string &name, const QSize &size)
     }
 }
 
-// Image libraries print their complaints; while this lives they go nowhere.
-class Silence
-{
-public:
-    Silence() : saved(dup(STDERR_FILENO))
-    {
-        const int nowhere = open("/dev/null", O_WRONLY);
-        if (nowhere < 0)
-            return;
-        dup2(nowhere, STDERR_FILENO);
-        close(nowhere);
-    }
-    ~Silence()
-    {
-        if (saved < 0)
-            return;
-        dup2(saved, STDERR_FILENO);
-        close(saved);
-    }
-    Silence(const Silence &) = delete;
-    Silence &operator=(const Silence &) = delete;
-
-private:
-    int saved;
-};
-
 void checkReadable(QImageReader *reader, const std::string &name)
 {
     reader->setDecideFormatFromContent(true);
     if (!reader->canRead())
         fail(name, "not an image of a known format");
-}
-
-double dpiOf(int dotsPerMetre)
-{
-    const double kMetresPerInch = 0.0254;
-    const double kRoundingOfFormats = 0.02; // whole dots a metre, of whole dots an inch
-    const double dpi = dotsPerMetre * kMetresPerInch;
-    if (!(dpi > 0.0))
-        return kScreenDpi;
-    const double whole = std::round(dpi);
-    return std::fabs(dpi - whole) < kRoundingOfFormats ? whole : dpi;
 }
 
 } // namespace
@@ -207,58 +166,6 @@ bool ImageSource::isCutShort() const
 bool ImageSource::isDrawing() const
 {
     return data.left(1000).trimmed().startsWith('{');
-}
-
-bool Resolution::isSquare() const
-{
-    const double kRounding = 1.02;
-    return std::max(across / down, down / across) < kRounding;
-}
-
-Resolution resolutionOf(const QImage &image)
-{
-    Resolution resolution;
-    resolution.across = dpiOf(image.dotsPerMeterX());
-    resolution.down = dpiOf(image.dotsPerMeterY());
-    // One that is not told, or cannot be true, is the other one.
-    const double larger = std::max(resolution.across, resolution.down);
-    const double smaller = std::min(resolution.across, resolution.down);
-    if (resolution.across == kScreenDpi)
-        resolution.across = resolution.down;
-    else if (resolution.down == kScreenDpi)
-        resolution.down = resolution.across;
-    else if (larger > kMostStretch * smaller)
-        resolution.across = resolution.down = larger;
-    return resolution;
-}
-
-bool tellsResolution(const QImage &image)
-{
-    return resolutionOf(image).across != kScreenDpi || resolutionOf(image).down != kScreenDpi;
-}
-
-QImage withSquarePixels(const QImage &image)
-{
-    const Resolution resolution = resolutionOf(image);
-    const double finer = std::max(resolution.across, resolution.down);
-    const auto length = [finer](int pixels, double dpi) {
-        return std::max(1, static_cast<int>(std::lround(pixels * finer / dpi)));
-    };
-    const QSize size(length(image.width(), resolution.across),
-                     length(image.height(), resolution.down));
-    if (1LL * size.width() * size.height() > kMostPixels)
-        return QImage();
-    const bool isGrey = image.format() == QImage::Format_Mono
-        || image.format() == QImage::Format_MonoLSB || image.allGray();
-    const QImage source = image.hasAlphaChannel() || !isGrey
-        ? image
-        : image.convertToFormat(QImage::Format_Grayscale8);
-    const Uninterrupted inherited; // the toolkit scales in threads
-    QImage square = source.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    const int dotsPerMetre = std::max(image.dotsPerMeterX(), image.dotsPerMeterY());
-    square.setDotsPerMeterX(dotsPerMetre);
-    square.setDotsPerMeterY(dotsPerMetre);
-    return square;
 }
 
 } // namespace ztrace

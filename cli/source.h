@@ -50,25 +50,6 @@ private:
     QByteArray data;
 };
 
-// The image's own resolution in pixels an inch; 96 when it has none.
-struct Resolution
-{
-    double across = 96.0;
-    double down = 96.0;
-
-    // Whether pixels are as wide as high, but for what formats round.
-    bool isSquare() const;
-};
-
-Resolution resolutionOf(const QImage &image);
-
-// Whether the image says what its resolution is. One that says 96 counts as saying nothing.
-bool tellsResolution(const QImage &image);
-
-// The image with as many pixels an inch in the coarser direction as in the finer one, as faxes
-// need it. Null when it does not fit into memory.
-QImage withSquarePixels(const QImage &image);
-
 } // namespace ztrace
 
 #endif

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QString>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -28,6 +29,11 @@ bool parseNumber(const std::string &text, double *value)
     const std::from_chars_result result = std::from_chars(begin, end, *value);
     // A number beyond the range of doubles is refused like one that is none.
     return result.ec == std::errc() && result.ptr == end;
+}
+
+std::string lowered(const std::string &text)
+{
+    return QByteArray::fromStdString(text).toLower().toStdString();
 }
 
 std::string orElse(const std::string &words)
@@ -105,17 +111,26 @@ QRgb colourValue(const std::string &setting, const std::string &text)
     return colour.rgb();
 }
 
+bool isWord(const std::string &text, const std::vector<std::string> &words)
+{
+    return std::find(words.begin(), words.end(), lowered(text)) != words.end();
+}
+
+std::string listOfWords(const std::vector<std::string> &words)
+{
+    std::string list;
+    for (std::size_t i = 0; i < words.size(); ++i)
+        list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    return list;
+}
+
 std::size_t wordValue(const std::string &setting, const std::string &text,
                       const std::vector<std::string> &words)
 {
-    const std::string lower = QByteArray::fromStdString(text).toLower().toStdString();
-    std::string list;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == lower)
-            return i;
-        list += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
-    }
-    refuse(setting, text, "one of " + list);
+    if (!isWord(text, words))
+        refuse(setting, text, "one of " + listOfWords(words));
+    return static_cast<std::size_t>(std::find(words.begin(), words.end(), lowered(text))
+                                    - words.begin());
 }
 
 } // namespace ztrace

@@ -31,6 +31,12 @@ bool flagValue(const std::string &setting, const std::string &text);
 // "#rgb", "#rrggbb", with or without "#", or a colour name that the toolkit knows.
 QRgb colourValue(const std::string &setting, const std::string &text);
 
+// Whether the text, in letters of either case, is among the words.
+bool isWord(const std::string &text, const std::vector<std::string> &words);
+
+// "a, b or c".
+std::string listOfWords(const std::vector<std::string> &words);
+
 // Position of the text, in letters of either case, among the words.
 std::size_t wordValue(const std::string &setting, const std::string &text,
                       const std::vector<std::string> &words);

@@ -6,8 +6,6 @@
 #include "dxf_skeleton.h"
 #include "pieces.h"
 
-#include "ZBox.h"
-
 #include <QHash>
 #include <QSet>
 
@@ -80,7 +78,7 @@ public:
         // Enough for every entity: one a piece at most, one an outline, and the layers.
         std::size_t entities = layers.size();
         for (const Outline &outline : drawing.outlines)
-            entities += static_cast<std::size_t>(outline.shape.countPieces()) + 1;
+            entities += static_cast<std::size_t>(outline.shape.pieces().size()) + 1;
         appendDxfHead(&out, options.version, unitCodeOf(drawing.unit), extents(), layers,
                       static_cast<unsigned>(DxfText::kFirstFreeHandle + entities + 1));
         for (const Outline &outline : drawing.outlines) {
@@ -115,15 +113,15 @@ private:
 
     DxfExtents extents() const
     {
-        ZBox box;
+        Bounds bounds;
         for (const Outline &outline : drawing.outlines)
-            box.growToInclude(outline.shape.getBoundingBox());
+            bounds.grow(boundsOf(outline.shape));
         DxfExtents result;
-        if (box.isValid()) {
-            result.left = box.minimum.x * scale;
-            result.right = box.maximum.x * scale;
-            result.bottom = box.minimum.y * scale;
-            result.top = box.maximum.y * scale;
+        if (bounds.valid) {
+            result.left = bounds.low.x * scale;
+            result.right = bounds.high.x * scale;
+            result.bottom = bounds.low.y * scale;
+            result.top = bounds.high.y * scale;
         }
         return result;
     }
@@ -189,7 +187,7 @@ private:
         }
     }
 
-    void point(int code, const ZVector &p)
+    void point(int code, const Point &p)
     {
         out.number(code, p.x * scale);
         out.number(code + 10, p.y * scale);
@@ -207,7 +205,7 @@ private:
         controlPoint(piece.end);
     }
 
-    void controlPoint(const ZVector &p)
+    void controlPoint(const Point &p)
     {
         point(10, p);
         out.number(30, 0.0);
@@ -215,8 +213,8 @@ private:
 
     void writePolyline(const Outline &outline, std::vector<BulgeVertex> vertices)
     {
-        const ZVector &first = vertices.front().point;
-        const ZVector &last = vertices.back().point;
+        const Point &first = vertices.front().point;
+        const Point &last = vertices.back().point;
         const bool closed = vertices.size() > 2 && first.x == last.x && first.y == last.y;
         if (closed)
             vertices.pop_back();
@@ -245,7 +243,7 @@ private:
     {
         beginEntity("POLYLINE", outline);
         out.group(66, 1);
-        point(10, ZVector(0.0, 0.0));
+        point(10, Point(0.0, 0.0));
         out.number(30, 0.0);
         out.group(70, closed ? kClosed : 0);
         for (const BulgeVertex &vertex : vertices) {

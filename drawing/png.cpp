@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    QPointF point(const ZVector &p) const
+    QPointF point(const Point &p) const
     {
         return QPointF(p.x - frame.x, frame.y + frame.height - p.y);
     }
@@ -81,7 +81,7 @@ private:
                          + elements * (stroked ? kMemoryOfStrokedElement : kMemoryOfFilledElement));
     }
 
-    bool addTo(QPainterPath *path, const ZPolyline &shape, bool stroked)
+    bool addTo(QPainterPath *path, const Path &shape, bool stroked)
     {
         piecesOf(shape, &pieces);
         if (pieces.empty())
@@ -97,11 +97,12 @@ private:
             case PathPiece::Cubic:
                 path->cubicTo(point(piece.control1), point(piece.control2), point(piece.end));
                 break;
+            case PathPiece::Spline: // piecesOf leaves none
             case PathPiece::Line:
             case PathPiece::Arc: {
-                std::vector<ZVector> points;
+                std::vector<Point> points;
                 flatten(piece, kArcTolerance, &points);
-                for (const ZVector &p : points)
+                for (const Point &p : points)
                     path->lineTo(point(p));
                 break;
             }

@@ -5,32 +5,12 @@
 
 #include "kernels/convert.h"
 #include "kernels/gaussian.h"
+#include "optiondefaults.h"
 #include "qtcompat.h"
 
 #include <QDebug>
 
 namespace {
-
-struct OptionDefault
-{
-    const char *name;
-    double value;
-};
-
-const OptionDefault kOptionDefaults[] = {
-    { "monochrome", 1.0 },
-    { "numberofcolors", 16.0 },
-    { "mincolorratio", 0.02 },
-    { "colorquantcycles", 3.0 },
-    { "colorsampling", 1.0 },
-    { "blurradius", 1.0 },
-    { "blurdelta", 2000.0 },
-    { "pathomit", 8.0 },
-    { "ltres", 1.0 },
-    { "qtres", 1.0 },
-    { "alphathreshold", 200.0 },
-    { "brightnessthreshold", 200.0 },
-};
 
 const int kNodeCodes = 16;
 const int kDirections = 4;
@@ -150,7 +130,7 @@ const Tables &tables()
 
 ZTraceBitmap::ZTraceBitmap() : imageWidth(0), imageHeight(0)
 {
-    for (const OptionDefault &entry : kOptionDefaults)
+    for (const ztrace::OptionDefault &entry : ztrace::kOptionDefaults)
         options.insert(QLatin1String(entry.name), entry.value);
     const Tables &shared = tables();
     gaussianKernels = shared.gaussian;

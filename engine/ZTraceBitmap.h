@@ -71,7 +71,8 @@ public:
     // without an image.
     Palette samplepalette(int numberofcolors);
 
-    // Fills indexedImage and makes or refines currentPalette; blurs imageData when asked to.
+    // Fills indexedImage and makes or refines currentPalette; blurs imageData when asked to. Where
+    // somebody has set imageWidth or imageHeight far beyond imageData the grid is empty.
     void colorquantization();
 
     // Selective Gaussian blur of imageData. radius in pixels (1 to 5 differ), delta the largest
@@ -126,6 +127,7 @@ private:
     QList<ZPolyline> traceStages(const QImage &image);
     void forgetImage();
     bool hasPixels() const;
+    bool sizesAreSound() const;
     void loadReduced(const QImage &image);
     void takeImageData(int width, int height, QVector<char> *data);
     void makeStartPalette();

@@ -85,7 +85,7 @@ void ZTraceBitmap::quantize(ztrace::IndexPlane *plane)
         blur(static_cast<float>(ztrace::roundedToSingle(radius)),
              static_cast<float>(ztrace::roundedToSingle(option("blurdelta"))));
 
-    const bool possible = canHold(imageWidth, imageHeight);
+    const bool possible = sizesAreSound();
     plane->resize(possible ? imageWidth : 0, possible ? imageHeight : 0, currentPalette.size());
     if (currentPalette.isEmpty())
         return; // there is no entry to assign to: every index stays 0

@@ -7,10 +7,8 @@
 #include "ZTraceBitmap.h"
 
 #include "announce.h"
-#include "kernels/IndexPlane.h"
-#include "kernels/convert.h"
-#include "kernels/outline.h"
-#include "nesting.h"
+#include "labels.h"
+#include "nestedvectors.h"
 #include "qtcompat.h"
 
 #include <QImage>
@@ -52,34 +50,29 @@ QList<ZPolyline> ZTraceBitmap::traceStages(const QImage &image)
     return traceOutlines(plane);
 }
 
-// Outlines, fitting and output in one pass. Outer outlines are met in the order of their start
-// nodes, which is the order of getPolylines, and no two of them start on one node, so that nothing
-// needs to be sorted or left out.
+// Outlines, fitting and output in one pass, in the order of getPolylines.
 QList<ZPolyline> ZTraceBitmap::traceOutlines(const ztrace::IndexPlane &plane)
 {
-    const float shortest = static_cast<float>(integerOption("pathomit"));
-    const double qtres = ztrace::roundedToSingle(option("qtres"));
-    const double ltres = ztrace::roundedToSingle(option("ltres"));
-    const ztrace::Tolerances tolerances = { ltres, qtres };
+    ztrace::OutlineOptions outlineOptions;
+    outlineOptions.pathomit = option("pathomit");
+    outlineOptions.qtres = option("qtres");
+    outlineOptions.ltres = option("ltres");
     const bool announce = ztrace::debugOutputIsOn();
 
     QVector<QVector<TracedPath>> layers(currentPalette.size());
     QList<ZPolyline> result;
-    ztrace::Fitter fitter(tolerances);
-    std::vector<ztrace::Segment> segments;
-    const auto take = [&](int entry, const ztrace::PathView<uint8_t> &path) {
-        segments.clear();
-        fitter.fitPath(path, &segments);
-        TracedPath traced = ztrace::nested(segments);
+    const auto take = [&](const ztrace::LabelOutline &outline, const ztrace::Segment *segments) {
+        TracedPath traced = ztrace::nested(segments, outline.count);
+        QVector<TracedPath> &layer = layers[outline.label];
         if (announce)
-            ztrace::announcePolyline(entry, layers.at(entry).size());
+            ztrace::announcePolyline(outline.label, layer.size());
         result.append(polylineFrom(traced));
-        layers[entry].append(TracedPath());
-        layers[entry].last().swap(traced);
+        layer.append(TracedPath());
+        layer.last().swap(traced);
     };
     // Without a palette the indices are 0 all the same, and there is no layer to trace.
     if (!layers.isEmpty())
-        ztrace::scanOutlines(plane, shortest, take);
+        ztrace::traceLabels(plane, outlineOptions, take);
     indexedImage.tracedLayers = layers;
     return result;
 }

@@ -5,12 +5,14 @@
 #include "ZEcmaPolyline.h"
 #include "ZEcmaQImage.h"
 #include "binding.h"
+#include "process.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QScriptValueIterator>
 
+#include <cmath>
 #include <cstdio>
 
 using zelvora::ScriptWorld;
@@ -18,6 +20,10 @@ using zelvora::ScriptWorld;
 namespace {
 
 const char kWorldProperty[] = "zelvoraScriptWorld";
+const char kStandardInput[] = "-";
+
+// Bytes. Far more than people write, and less than makes the engine's parser run out of memory.
+const qint64 kLargestScript = 64 << 20;
 
 // The toolkit's default global object ignores flags: a property set to be skipped is enumerated all
 // the same. An ordinary object in its place, with the same contents, heeds them.
@@ -33,26 +39,39 @@ void replaceGlobalObject(QScriptEngine &engine)
     engine.setGlobalObject(global);
 }
 
+bool openText(const QString &fileName, QFile *file, QString *error)
+{
+    if (fileName == QLatin1String(kStandardInput)) {
+        if (file->open(stdin, QIODevice::ReadOnly))
+            return true;
+    } else if (QFileInfo(fileName).isDir()) {
+        *error = QString::fromLatin1("It is a folder");
+        return false;
+    } else if (file->open(QIODevice::ReadOnly)) {
+        return true;
+    }
+    *error = file->errorString();
+    return false;
+}
+
 bool readText(const QString &fileName, QString *text, QString *error)
 {
     QFile file(fileName);
-    if (QFileInfo(fileName).isDir()) {
-        *error = QString::fromLatin1("It is a folder");
+    if (!openText(fileName, &file, error))
         return false;
+    QByteArray bytes;
+    while (bytes.size() <= kLargestScript) {
+        const QByteArray more = file.read(kLargestScript + 1 - bytes.size());
+        if (more.isEmpty())
+            break;
+        bytes += more;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (file.error() != QFileDevice::NoError)
         *error = file.errorString();
-        return false;
-    }
-    *text = QString::fromUtf8(file.readAll());
-    return true;
-}
-
-void writeLine(const QString &text)
-{
-    const QByteArray line = text.toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
-    std::fflush(stdout);
+    else if (bytes.size() > kLargestScript)
+        *error = QString::fromLatin1("It is larger than %1 megabytes").arg(kLargestScript >> 20);
+    *text = QString::fromUtf8(bytes);
+    return error->isEmpty();
 }
 
 } // namespace
@@ -63,9 +82,10 @@ ScriptWorld::ScriptWorld(const QStringList &arguments) : hasQuit(false), code(0)
     scriptEngine.setProperty(kWorldProperty, QVariant::fromValue(static_cast<void *>(this)));
     QScriptValue global = scriptEngine.globalObject();
     const QScriptValue::PropertyFlags hidden = QScriptValue::SkipInEnumeration;
-    global.setProperty(QLatin1String("print"), scriptEngine.newFunction(print), hidden);
-    global.setProperty(QLatin1String("quit"), scriptEngine.newFunction(quit), hidden);
-    global.setProperty(QLatin1String("include"), scriptEngine.newFunction(include), hidden);
+    global.setProperty(QLatin1String("print"), scriptEngine.newFunction(guarded<print>), hidden);
+    global.setProperty(QLatin1String("quit"), scriptEngine.newFunction(guarded<quit>), hidden);
+    global.setProperty(QLatin1String("include"), scriptEngine.newFunction(guarded<include>),
+                       hidden);
     global.setProperty(QLatin1String("args"), qScriptValueFromSequence(&scriptEngine, arguments),
                        hidden);
     ZEcmaQImage::initEcma(scriptEngine);
@@ -122,8 +142,12 @@ QScriptValue ScriptWorld::print(QScriptContext *context, QScriptEngine *engine)
         if (engine->hasUncaughtException())
             return engine->uncaughtException();
     }
-    writeLine(texts.join(QLatin1String(" ")));
-    return engine->undefinedValue();
+    QString *const error = &of(engine)->lossOfOutput;
+    const QByteArray line = texts.join(QLatin1String(" ")).toUtf8() + '\n';
+    if (error->isEmpty() && writeToStandardOutput(line, error))
+        return engine->undefinedValue();
+    return raise(QString::fromLatin1("print(): cannot write to standard output: %1").arg(*error),
+                 context);
 }
 
 QScriptValue ScriptWorld::quit(QScriptContext *context, QScriptEngine *engine)
@@ -131,8 +155,12 @@ QScriptValue ScriptWorld::quit(QScriptContext *context, QScriptEngine *engine)
     if (context->argumentCount() > 1
         || (context->argumentCount() == 1 && !context->argument(0).isNumber()))
         return raise(QString::fromLatin1("Wrong number/types of arguments for quit()."), context);
+    const double number = context->argumentCount() == 1 ? context->argument(0).toNumber() : 0.0;
+    if (!(number >= 0.0 && number <= 255.0) || std::floor(number) != number)
+        return raise(QString::fromLatin1("quit(): The code is a whole number from 0 to 255."),
+                     context);
     ScriptWorld *world = of(engine);
-    world->code = context->argument(0).toInt32();
+    world->code = static_cast<int>(number);
     world->hasQuit = true;
     // Not an error: no catch and no finally of the script stops it.
     engine->abortEvaluation();

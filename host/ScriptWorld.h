@@ -2,9 +2,10 @@
 //
 // A script engine with the host's own functions and classes, and the running of one script in it.
 //
-//   print(values...)   one line on standard output, the values separated by blanks
+//   print(values...)   one line on standard output, the values separated by blanks; an error when
+//                      it cannot be written
 //   args               the script's arguments, an array of texts
-//   quit(code)         ends the script at once; code 0 when none is given
+//   quit(code)         ends the script at once; a whole number from 0 to 255, 0 when none is given
 //   include(file)      runs another script in the global scope; its name is taken from the folder
 //                      of the script that includes it
 #ifndef ZELVORA_SCRIPTWORLD_H
@@ -24,7 +25,8 @@ public:
 
     QScriptEngine &engine() { return scriptEngine; }
 
-    // Runs the file. False when it cannot be read, with the reason in `error`.
+    // Runs the file, "-" being standard input. False when it cannot be read, with the reason in
+    // `error`.
     bool run(const QString &fileName, QString *error);
 
     // After run: what the script gave to quit.
@@ -33,6 +35,9 @@ public:
     // After run: whether an error got out of the script; message, file, line and backtrace of it.
     bool hasFailed() const { return !failure.isEmpty(); }
     const QString &failureText() const { return failure; }
+
+    // Why something that the script printed did not arrive; nothing when all of it did.
+    const QString &outputError() const { return lossOfOutput; }
 
 private:
     static QScriptValue print(QScriptContext *context, QScriptEngine *engine);
@@ -48,6 +53,7 @@ private:
     bool hasQuit;
     int code;
     QString failure;
+    QString lossOfOutput;
 };
 
 } // namespace zelvora

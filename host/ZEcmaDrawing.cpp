@@ -4,12 +4,17 @@
 #include "binding.h"
 #include "saveDrawing.h"
 
+#include "drawing/hostpath.h"
+
 #include <QStringList>
 
-// The drawing behind a script object; the variant of the object holds it by value.
+#include <memory>
+
+// The drawing behind a script object. A method holds it by a pointer of its own: scripts that run
+// meanwhile may put something else into the object, or let go of it.
 struct ZDrawing
 {
-    ztrace::Drawing drawing;
+    std::shared_ptr<ztrace::Drawing> drawing = std::make_shared<ztrace::Drawing>();
 };
 
 Q_DECLARE_METATYPE(ZDrawing)
@@ -20,6 +25,13 @@ namespace {
 using namespace zelvora;
 
 const char kClass[] = "ZDrawing";
+
+// The drawing of `this`; null, with an error raised, when there is none.
+std::shared_ptr<ztrace::Drawing> drawingOf(const char *method, QScriptContext *context)
+{
+    const ZDrawing *self = selfOf<ZDrawing>(kClass, method, context);
+    return self ? self->drawing : nullptr;
+}
 
 QScriptValue create(QScriptContext *context, QScriptEngine *engine)
 {
@@ -37,7 +49,7 @@ bool append(const QScriptValue &value, std::vector<ztrace::Outline> *outlines)
     if (!polyline)
         return false;
     ztrace::Outline outline;
-    outline.shape = *polyline;
+    outline.shape = ztrace::pathOf(*polyline);
     outlines->push_back(outline);
     return true;
 }
@@ -57,49 +69,49 @@ bool appendAll(const QScriptValue &value, std::vector<ztrace::Outline> *outlines
 
 QScriptValue addObject(QScriptContext *context, QScriptEngine *engine)
 {
-    ZDrawing *self = selfOf<ZDrawing>(kClass, "addObject", context);
-    if (!self)
+    const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("addObject", context);
+    if (!drawing)
         return QScriptValue();
     std::vector<ztrace::Outline> outlines;
     if (context->argumentCount() != 1 || !appendAll(context->argument(0), &outlines))
         return raiseWrongArguments(kClass, "addObject", context);
-    std::vector<ztrace::Outline> &all = self->drawing.outlines;
+    std::vector<ztrace::Outline> &all = drawing->outlines;
     all.insert(all.end(), outlines.begin(), outlines.end());
     return engine->undefinedValue();
 }
 
 QScriptValue count(QScriptContext *context, QScriptEngine *)
 {
-    const ZDrawing *self = selfOf<ZDrawing>(kClass, "count", context);
-    if (!self)
+    const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("count", context);
+    if (!drawing)
         return QScriptValue();
     if (context->argumentCount() != 0)
         return raiseWrongArguments(kClass, "count", context);
-    return QScriptValue(double(self->drawing.outlines.size()));
+    return QScriptValue(double(drawing->outlines.size()));
 }
 
 QScriptValue setPage(QScriptContext *context, QScriptEngine *engine)
 {
-    ZDrawing *self = selfOf<ZDrawing>(kClass, "setPage", context);
-    if (!self)
+    const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("setPage", context);
+    if (!drawing)
         return QScriptValue();
     if (!areNumbers(context, 2) || integerArgument(context, 0) < 1
         || integerArgument(context, 1) < 1)
         return raiseWrongArguments(kClass, "setPage", context);
-    self->drawing.width = integerArgument(context, 0);
-    self->drawing.height = integerArgument(context, 1);
+    drawing->width = integerArgument(context, 0);
+    drawing->height = integerArgument(context, 1);
     return engine->undefinedValue();
 }
 
 QScriptValue save(QScriptContext *context, QScriptEngine *engine)
 {
-    const ZDrawing *self = selfOf<ZDrawing>(kClass, "save", context);
-    if (!self)
+    const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("save", context);
+    if (!drawing)
         return QScriptValue();
     if (context->argumentCount() != 1 || !context->argument(0).isString())
         return raiseWrongArguments(kClass, "save", context);
     QString error;
-    if (saveDrawing(self->drawing, context->argument(0).toString(), &error))
+    if (saveDrawing(*drawing, context->argument(0).toString(), &error))
         return engine->undefinedValue();
     return raise(
         QString::fromLatin1("ZDrawing.save(): %1: %2").arg(context->argument(0).toString(), error),
@@ -122,7 +134,7 @@ QScriptValue toString(QScriptContext *context, QScriptEngine *)
     if (!self)
         return QScriptValue(QString::fromLatin1(kClass));
     return QScriptValue(
-        QString::fromLatin1("ZDrawing(%1 objects)").arg(self->drawing.outlines.size()));
+        QString::fromLatin1("ZDrawing(%1 objects)").arg(self->drawing->outlines.size()));
 }
 
 } // namespace
@@ -130,15 +142,15 @@ QScriptValue toString(QScriptContext *context, QScriptEngine *)
 void ZEcmaDrawing::initEcma(QScriptEngine &engine)
 {
     static const Method kMethods[] = {
-        { "toString", toString },
-        { "getClassName", getClassName },
-        { "getBaseClasses", getBaseClasses },
-        { "addObject", addObject },
-        { "count", count },
-        { "setPage", setPage },
-        { "save", save },
+        { "toString", guarded<toString> },
+        { "getClassName", guarded<getClassName> },
+        { "getBaseClasses", guarded<getBaseClasses> },
+        { "addObject", guarded<addObject> },
+        { "count", guarded<count> },
+        { "setPage", guarded<setPage> },
+        { "save", guarded<save> },
     };
     const QScriptValue proto
         = makePrototype<ZDrawing>(engine, kMethods, sizeof(kMethods) / sizeof(kMethods[0]));
-    installConstructor(engine, kClass, create, proto);
+    installConstructor(engine, kClass, guarded<create>, proto);
 }

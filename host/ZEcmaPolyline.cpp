@@ -17,7 +17,7 @@ const ZPolyline *polylineAlone(const char *method, QScriptContext *context)
     const ZPolyline *self = selfOf<ZPolyline>(kClass, method, context);
     if (self && context->argumentCount() != 0) {
         raiseWrongArguments(kClass, method, context);
-        return 0;
+        return nullptr;
     }
     return self;
 }
@@ -27,17 +27,17 @@ const ZPolyline *polylineAndPiece(const char *method, QScriptContext *context, i
 {
     const ZPolyline *self = selfOf<ZPolyline>(kClass, method, context);
     if (!self)
-        return 0;
+        return nullptr;
     if (!areNumbers(context, 1)) {
         raiseWrongArguments(kClass, method, context);
-        return 0;
+        return nullptr;
     }
     *index = integerArgument(context, 0);
     if (*index >= 0 && *index < self->countPieces())
         return self;
     raise(QString::fromLatin1("ZPolyline.%1(): There is no such piece.").arg(QLatin1String(method)),
           context);
-    return 0;
+    return nullptr;
 }
 
 QScriptValue countPieces(QScriptContext *context, QScriptEngine *)
@@ -69,9 +69,11 @@ QScriptValue getPiecePoints(QScriptContext *context, QScriptEngine *engine)
     if (!self)
         return QScriptValue();
     const int count = self->countPiecePoints(index);
+    // A copy, which shares the data: setters of the script run while the list is made.
+    const ZPolyline polyline = *self;
     QScriptValue list = engine->newArray(uint(count));
     for (int i = 0; i < count; ++i)
-        list.setProperty(quint32(i), pointToScript(self->getPiecePointAt(index, i), engine));
+        list.setProperty(quint32(i), pointToScript(polyline.getPiecePointAt(index, i), engine));
     return list;
 }
 
@@ -132,16 +134,16 @@ QScriptValue toString(QScriptContext *context, QScriptEngine *)
 void ZEcmaPolyline::initEcma(QScriptEngine &engine)
 {
     static const Method kMethods[] = {
-        { "toString", toString },
-        { "getClassName", getClassName },
-        { "getBaseClasses", getBaseClasses },
-        { "countPieces", countPieces },
-        { "getPieceKind", getPieceKind },
-        { "getPiecePoints", getPiecePoints },
-        { "getStartPoint", getStartPoint },
-        { "getEndPoint", getEndPoint },
-        { "getLength", getLength },
-        { "getBoundingBox", getBoundingBox },
+        { "toString", guarded<toString> },
+        { "getClassName", guarded<getClassName> },
+        { "getBaseClasses", guarded<getBaseClasses> },
+        { "countPieces", guarded<countPieces> },
+        { "getPieceKind", guarded<getPieceKind> },
+        { "getPiecePoints", guarded<getPiecePoints> },
+        { "getStartPoint", guarded<getStartPoint> },
+        { "getEndPoint", guarded<getEndPoint> },
+        { "getLength", guarded<getLength> },
+        { "getBoundingBox", guarded<getBoundingBox> },
     };
     makePrototype<ZPolyline>(engine, kMethods, sizeof(kMethods) / sizeof(kMethods[0]));
 }

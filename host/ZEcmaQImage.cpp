@@ -2,6 +2,7 @@
 #include "ZEcmaQImage.h"
 
 #include "binding.h"
+#include "saveImage.h"
 
 #include <QStringList>
 
@@ -23,7 +24,7 @@ QImage *imageAlone(const char *method, QScriptContext *context)
     QImage *image = imageOf(method, context);
     if (image && context->argumentCount() != 0) {
         raiseWrongArguments(kClass, method, context);
-        return 0;
+        return nullptr;
     }
     return image;
 }
@@ -121,7 +122,7 @@ QScriptValue save(QScriptContext *context, QScriptEngine *)
         return QScriptValue();
     if (context->argumentCount() != 1 || !context->argument(0).isString())
         return raiseWrongArguments(kClass, "save", context);
-    return QScriptValue(image->save(context->argument(0).toString()));
+    return QScriptValue(saveImage(*image, context->argument(0).toString()));
 }
 
 QScriptValue convertToArgb32(QScriptContext *context, QScriptEngine *engine)
@@ -171,20 +172,20 @@ QScriptValue toString(QScriptContext *context, QScriptEngine *)
 void ZEcmaQImage::initEcma(QScriptEngine &engine)
 {
     static const Method kMethods[] = {
-        { "toString", toString },
-        { "getClassName", getClassName },
-        { "getBaseClasses", getBaseClasses },
-        { "isNull", isNull },
-        { "width", width },
-        { "height", height },
-        { "pixel", pixel },
-        { "setPixel", setPixel },
-        { "copy", copy },
-        { "save", save },
-        { "convertToArgb32", convertToArgb32 },
-        { "invertTopBits", invertTopBits },
+        { "toString", guarded<toString> },
+        { "getClassName", guarded<getClassName> },
+        { "getBaseClasses", guarded<getBaseClasses> },
+        { "isNull", guarded<isNull> },
+        { "width", guarded<width> },
+        { "height", guarded<height> },
+        { "pixel", guarded<pixel> },
+        { "setPixel", guarded<setPixel> },
+        { "copy", guarded<copy> },
+        { "save", guarded<save> },
+        { "convertToArgb32", guarded<convertToArgb32> },
+        { "invertTopBits", guarded<invertTopBits> },
     };
     const QScriptValue proto
         = makePrototype<QImage>(engine, kMethods, sizeof(kMethods) / sizeof(kMethods[0]));
-    installConstructor(engine, kClass, create, proto);
+    installConstructor(engine, kClass, guarded<create>, proto);
 }

@@ -16,6 +16,11 @@ QScriptValue zelvora::raiseWrongArguments(const char *className, const char *met
                  context);
 }
 
+QScriptValue zelvora::raiseOutOfMemory(QScriptContext *context)
+{
+    return raise(QString::fromLatin1("There is not enough memory."), context);
+}
+
 bool zelvora::calledWithoutNew(const char *className, QScriptContext *context,
                                QScriptEngine *engine)
 {

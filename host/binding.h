@@ -13,12 +13,29 @@
 #include <QImage>
 #include <QMetaType>
 
+#include <exception>
+
 Q_DECLARE_METATYPE(QImage *)
 Q_DECLARE_METATYPE(ZPolyline *)
 
 namespace zelvora {
 
 typedef QScriptValue (*NativeFunction)(QScriptContext *, QScriptEngine *);
+
+// "There is not enough memory."
+QScriptValue raiseOutOfMemory(QScriptContext *context);
+
+// A native function as the engine may call it: memory that runs out is a script error. The engine's
+// own code cannot be passed through by an exception.
+template<NativeFunction function>
+QScriptValue guarded(QScriptContext *context, QScriptEngine *engine)
+{
+    try {
+        return function(context, engine);
+    } catch (const std::exception &) {
+        return raiseOutOfMemory(context);
+    }
+}
 
 struct Method
 {
@@ -50,7 +67,7 @@ QScriptValue pointToScript(const ZVector &point, QScriptEngine *engine);
 template<class T>
 QScriptValue makePrototype(QScriptEngine &engine, const Method *methods, int count)
 {
-    QScriptValue proto = engine.newVariant(QVariant::fromValue(static_cast<T *>(0)));
+    QScriptValue proto = engine.newVariant(QVariant::fromValue(static_cast<T *>(nullptr)));
     for (int i = 0; i < count; ++i)
         ZEcmaHelper::registerFunction(engine, &proto, methods[i].function, methods[i].name);
     engine.setDefaultPrototype(qMetaTypeId<T>(), proto);
@@ -62,7 +79,9 @@ QScriptValue makePrototype(QScriptEngine &engine, const Method *methods, int cou
 void installConstructor(QScriptEngine &engine, const char *name, NativeFunction constructor,
                         const QScriptValue &proto);
 
-// The T of the context's `this`; null, with an error raised, when there is none.
+// The T of the context's `this`; null, with an error raised, when there is none. It is gone as soon
+// as a script runs or the engine makes an object: a stand-in's getter may have returned a T that
+// nobody else holds, and any setter can put another one in its place.
 template<class T>
 T *selfOf(const char *className, const char *method, QScriptContext *context)
 {

@@ -3,6 +3,7 @@
 // zelvora-headless: runs a script with the plug-ins of a folder, without a display.
 #include "PluginHost.h"
 #include "ScriptWorld.h"
+#include "process.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -11,15 +12,25 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 namespace {
 
-enum ExitCode { kOk = 0, kWrongUsage = 2, kNoScript = 3, kScriptError = 5, kNoPlugins = 6 };
+enum ExitCode {
+    kOk = 0,
+    kFailed = 1,
+    kWrongUsage = 2,
+    kNoScript = 3,
+    kNoOutput = 4,
+    kScriptError = 5,
+    kNoPlugins = 6
+};
 
 const char kUsage[]
     = "Usage: zelvora-headless [OPTIONS] SCRIPT.js [ARGS...]\n"
       "\n"
-      "Runs a script with the plug-ins of a folder, as the application would load them.\n"
+      "Runs a script with the plug-ins of a folder, as the application would load them. With - as\n"
+      "its name the script is read from standard input.\n"
       "\n"
       "  --plugins DIR   folder of plug-ins; without it, the one of the installation\n"
       "  --seed N        seeds the C library's random numbers before the script; 1 when not given\n"
@@ -27,8 +38,10 @@ const char kUsage[]
       "  --version       prints the version\n"
       "  --help          prints this text\n"
       "\n"
-      "Exit codes: what the script gives to quit(); 0 at its end, 2 wrong usage, 3 script not\n"
-      "readable, 5 error in the script, 6 no folder of plug-ins.\n";
+      "Exit codes: what the script gives to quit(); 0 at its end, 1 failure of the host, such as\n"
+      "too little memory, 2 wrong usage, 3 script not readable, 4 standard output lost, 5 error "
+      "in\n"
+      "the script, 6 no plug-ins.\n";
 
 struct Arguments
 {
@@ -55,11 +68,17 @@ QString seedError(const QString &text, uint *seed)
     return isNumber ? QString() : QString::fromLatin1("no seed: %1").arg(text);
 }
 
+// "-" alone is a script.
+bool isOption(const QString &word)
+{
+    return word.size() > 1 && word.startsWith(QLatin1Char('-'));
+}
+
 Arguments parse(const QStringList &words)
 {
     Arguments result;
     int i = 0;
-    for (; i < words.size() && words.at(i).startsWith(QLatin1String("-")); ++i) {
+    for (; i < words.size() && isOption(words.at(i)); ++i) {
         const QString &word = words.at(i);
         if (word == QLatin1String("--plugins") && i + 1 < words.size())
             result.pluginFolder = words.at(++i);
@@ -86,43 +105,87 @@ Arguments parse(const QStringList &words)
     return result;
 }
 
-int runScript(const Arguments &arguments)
+// The text on standard output; kNoOutput, with a complaint, when it does not arrive.
+int show(const char *text)
 {
-    zelvora::PluginHost plugins;
-    if (!plugins.loadFolder(arguments.pluginFolder)) {
-        complain(QString::fromLatin1("no folder of plug-ins: %1").arg(arguments.pluginFolder));
-        return kNoPlugins;
-    }
-    for (const QString &refusal : plugins.refusals())
-        complain(QString::fromLatin1("plug-in refused: %1").arg(refusal));
-    if (plugins.count() == 0)
-        complain(QString::fromLatin1("no plug-in in %1").arg(arguments.pluginFolder));
+    QString error;
+    if (zelvora::writeToStandardOutput(QByteArray(text), &error))
+        return kOk;
+    complain(QString::fromLatin1("cannot write to standard output: %1").arg(error));
+    return kNoOutput;
+}
 
-    // The engine goes before the plug-ins whose classes it holds.
-    zelvora::ScriptWorld world(arguments.scriptArguments);
-    plugins.extend(world.engine());
+bool loadPlugins(const QString &folder, zelvora::PluginHost *plugins)
+{
+    if (!plugins->loadFolder(folder)) {
+        complain(QString::fromLatin1("no folder of plug-ins: %1").arg(folder));
+        return false;
+    }
+    for (const QString &refusal : plugins->refusals())
+        complain(QString::fromLatin1("plug-in refused: %1").arg(refusal));
+    if (plugins->count() == 0)
+        complain(QString::fromLatin1("no plug-in in %1").arg(folder));
+    return plugins->count() > 0;
+}
+
+int runScript(const Arguments &arguments, zelvora::ScriptWorld *world)
+{
     // The script engine has seeded the generator from the clock; runs are to be repeatable.
     std::srand(arguments.seed);
     QString error;
-    if (!world.run(arguments.script, &error)) {
+    if (!world->run(arguments.script, &error)) {
         complain(QString::fromLatin1("cannot read the script %1: %2").arg(arguments.script, error));
         return kNoScript;
     }
-    if (world.hasFailed()) {
-        std::fprintf(stderr, "%s\n", qPrintable(world.failureText()));
-        return kScriptError;
+    if (world->hasFailed())
+        std::fprintf(stderr, "%s\n", qPrintable(world->failureText()));
+    if (!world->outputError().isEmpty()) {
+        complain(
+            QString::fromLatin1("cannot write to standard output: %1").arg(world->outputError()));
+        return kNoOutput;
     }
-    return world.exitCode();
+    return world->hasFailed() ? int(kScriptError) : world->exitCode();
+}
+
+// Whether the script engine is taken down at the end. Its destructor can crash after a script has
+// enumerated getters that are named __proto__, when all is done already; leak checkers need it.
+bool takesEngineDown()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    return true;
+#else
+    return false;
+#endif
+}
+
+int runWithPlugins(const Arguments &arguments)
+{
+    if (!zelvora::hasRoomForScripts()) {
+        complain(
+            QString::fromLatin1("there is not enough address space for the script engine, which"
+                                " takes 2.1 gigabytes: see the limits of the shell (ulimit)"));
+        return kFailed;
+    }
+    zelvora::PluginHost plugins;
+    if (!loadPlugins(arguments.pluginFolder, &plugins))
+        return kNoPlugins;
+    zelvora::ScriptWorld *const world = new zelvora::ScriptWorld(arguments.scriptArguments);
+    plugins.extend(world->engine());
+    const int code = runScript(arguments, world);
+    // Before the plug-ins whose classes it holds.
+    if (takesEngineDown())
+        delete world;
+    return code;
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // The toolkit's painting needs a platform; this one needs no display.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Nor does it need the folder of a login session, whose absence it would complain about.
+    zelvora::reserveStandardDescriptors();
+    zelvora::ignoreBrokenPipes();
+    zelvora::prepareToolkit();
+    // The toolkit needs no folder of a login session, whose absence it would complain about.
     const QTemporaryDir runtimeFolder;
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
@@ -134,14 +197,10 @@ int main(int argc, char *argv[])
     for (int i = 1; i < argc; ++i)
         words.append(QString::fromLocal8Bit(argv[i]));
     Arguments arguments = parse(words);
-    if (arguments.wantsHelp) {
-        std::fputs(kUsage, stdout);
-        return kOk;
-    }
-    if (arguments.wantsVersion) {
-        std::puts("zelvora-headless " ZTRACE_VERSION);
-        return kOk;
-    }
+    if (arguments.wantsHelp)
+        return show(kUsage);
+    if (arguments.wantsVersion)
+        return show("zelvora-headless " ZTRACE_VERSION "\n");
     if (!arguments.error.isEmpty()) {
         complain(arguments.error);
         std::fputs(kUsage, stderr);
@@ -153,5 +212,10 @@ int main(int argc, char *argv[])
     }
     if (!arguments.verbose)
         QLoggingCategory::setFilterRules(QLatin1String("default.debug=false"));
-    return runScript(arguments);
+    try {
+        return runWithPlugins(arguments);
+    } catch (const std::exception &) {
+        complain(QString::fromLatin1("there is not enough memory"));
+        return kFailed;
+    }
 }

@@ -24,7 +24,7 @@ void ZTracePlugin::uninit(bool) { }
 
 void ZTracePlugin::initScriptExtensions(QScriptEngine &engine)
 {
-    ZEcmaTraceBitmap::initEcma(engine, 0);
+    ZEcmaTraceBitmap::initEcma(engine, nullptr);
 }
 
 void ZTracePlugin::initTranslations() { }
@@ -33,7 +33,7 @@ ZPluginInfo ZTracePlugin::getPluginInfo()
 {
     ZPluginInfo info;
     set(&info, "QtVersion", qVersion());
-    set(&info, "Version", "3.27.8");
+    set(&info, "Version", ZTRACE_VERSION);
     info[QLatin1String("ID")] = QVariant(pluginId);
     set(&info, "Name", "Zelvora Professional");
     set(&info, "Description", "Bitmap vectorization.");

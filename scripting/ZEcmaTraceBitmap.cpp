@@ -12,7 +12,14 @@
 #include <QScopedPointer>
 #include <QStringList>
 
+#include <exception>
+
 namespace {
+
+QScriptValue raise(const char *message, QScriptContext *context)
+{
+    return ZEcmaHelper::throwError(QString::fromLatin1(message), context);
+}
 
 // One method of the prototype. Headers of the host differ in whether they take the engine by
 // reference or by pointer; the overload that compiles is taken, the reference first.
@@ -32,6 +39,18 @@ auto registerMethod(QScriptEngine &engine, QScriptValue *proto,
     return Helper::registerFunction(&engine, proto, function, name);
 }
 
+// A native function as the engine may call it: memory that runs out is a script error. The engine's
+// own code cannot be passed through by an exception.
+template<QScriptEngine::FunctionSignature function>
+QScriptValue guarded(QScriptContext *context, QScriptEngine *engine)
+{
+    try {
+        return function(context, engine);
+    } catch (const std::exception &) {
+        return raise("ZTraceBitmap: There is not enough memory.", context);
+    }
+}
+
 void registerMethods(QScriptEngine &engine, QScriptValue *proto)
 {
     static const struct
@@ -39,27 +58,30 @@ void registerMethods(QScriptEngine &engine, QScriptValue *proto)
         QScriptEngine::FunctionSignature function;
         const char *name;
     } kMethods[] = {
-        { ZEcmaTraceBitmap::toString, "toString" },
-        { ZEcmaTraceBitmap::destroy, "destroy" },
-        { ZEcmaTraceBitmap::getClassName, "getClassName" },
-        { ZEcmaTraceBitmap::getBaseClasses, "getBaseClasses" },
-        { ZEcmaTraceBitmap::preprocess, "preprocess" },
-        { ZEcmaTraceBitmap::trace, "trace" },
-        { ZEcmaTraceBitmap::setOption, "setOption" },
+        { guarded<ZEcmaTraceBitmap::toString>, "toString" },
+        { guarded<ZEcmaTraceBitmap::destroy>, "destroy" },
+        { guarded<ZEcmaTraceBitmap::getClassName>, "getClassName" },
+        { guarded<ZEcmaTraceBitmap::getBaseClasses>, "getBaseClasses" },
+        { guarded<ZEcmaTraceBitmap::preprocess>, "preprocess" },
+        { guarded<ZEcmaTraceBitmap::trace>, "trace" },
+        { guarded<ZEcmaTraceBitmap::setOption>, "setOption" },
     };
     for (const auto &method : kMethods)
         registerMethod<ZEcmaHelper>(engine, proto, method.function, method.name, 0);
-}
-
-QScriptValue raise(const char *message, QScriptContext *context)
-{
-    return ZEcmaHelper::throwError(QString::fromLatin1(message), context);
 }
 
 QScriptValue raiseNotATracer(const QString &functionName, QScriptContext *context)
 {
     return ZEcmaHelper::throwError(
         QString::fromLatin1("ZTraceBitmap.%1(): This object is not a ZTraceBitmap")
+            .arg(functionName),
+        context);
+}
+
+QScriptValue raiseTooDeep(const QString &functionName, QScriptContext *context)
+{
+    return ZEcmaHelper::throwError(
+        QString::fromLatin1("ZTraceBitmap.%1(): Too many calls inside each other")
             .arg(functionName),
         context);
 }
@@ -90,13 +112,13 @@ void ZEcmaTraceBitmap::initEcma(QScriptEngine &engine, QScriptValue *proto)
 {
     QScopedPointer<QScriptValue> ownProto;
     if (!proto) {
-        ownProto.reset(new QScriptValue(engine.newVariant(ztrace::tracerVariant(0))));
+        ownProto.reset(new QScriptValue(engine.newVariant(ztrace::tracerVariant(nullptr))));
         proto = ownProto.data();
     }
     registerMethods(engine, proto);
     engine.setDefaultPrototype(ztrace::tracerType(), *proto);
     engine.globalObject().setProperty(QLatin1String("ZTraceBitmap"),
-                                      engine.newFunction(createEcma, *proto, 2),
+                                      engine.newFunction(guarded<createEcma>, *proto, 2),
                                       QScriptValue::SkipInEnumeration);
 }
 
@@ -119,8 +141,11 @@ QScriptValue ZEcmaTraceBitmap::createEcma(QScriptContext *context, QScriptEngine
 
 ZTraceBitmap *ZEcmaTraceBitmap::getSelf(const QString &functionName, QScriptContext *context)
 {
-    ZTraceBitmap *self = ztrace::tracerFromScript(context->thisObject());
-    if (!self && functionName != QLatin1String("toString"))
+    bool isTooDeep = false;
+    ZTraceBitmap *self = ztrace::tracerFromScript(context->thisObject(), &isTooDeep);
+    if (isTooDeep)
+        raiseTooDeep(functionName, context);
+    else if (!self && functionName != QLatin1String("toString"))
         raiseNotATracer(functionName, context);
     return self;
 }
@@ -164,7 +189,7 @@ QScriptValue ZEcmaTraceBitmap::destroy(QScriptContext *context, QScriptEngine *e
     object.setData(engine->nullValue());
     object.prototype().setData(engine->nullValue());
     object.setPrototype(engine->nullValue());
-    object.setScriptClass(0);
+    object.setScriptClass(nullptr);
     return engine->undefinedValue();
 }
 

@@ -21,7 +21,7 @@ class ZEcmaTraceBitmap
 public:
     // Installs the class in an engine. A null `proto` makes the prototype here; another one is used
     // as it is and stays the caller's. Once per engine.
-    static void initEcma(QScriptEngine &engine, QScriptValue *proto = 0);
+    static void initEcma(QScriptEngine &engine, QScriptValue *proto = nullptr);
 
     // new ZTraceBitmap()
     static QScriptValue createEcma(QScriptContext *context, QScriptEngine *engine);
@@ -35,7 +35,8 @@ public:
     static QScriptValue preprocess(QScriptContext *context, QScriptEngine *engine);
 
     // The tracer of the context's `this`. Null raises an error that names the function, but for
-    // "toString", which works on any object.
+    // "toString", which works on any object. So does, whatever the function, a look-up too deep
+    // inside others.
     static ZTraceBitmap *getSelf(const QString &functionName, QScriptContext *context);
 
     // The same, raising the error for "toString" as well.

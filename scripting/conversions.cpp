@@ -41,13 +41,13 @@ bool isDisguised(const QScriptValue &value, int pointerType, int valueType)
 template<class T>
 T *pointerCast(const QScriptValue &value, int type)
 {
-    T *pointer = 0;
+    T *pointer = nullptr;
     if (qscriptvalue_cast_helper(value, type, &pointer))
         return pointer;
     if (!value.isVariant())
-        return 0;
+        return nullptr;
     const QVariant variant = value.toVariant();
-    return variant.userType() == type ? *static_cast<T *const *>(variant.constData()) : 0;
+    return variant.userType() == type ? *static_cast<T *const *>(variant.constData()) : nullptr;
 }
 
 // Whether the tracer that the toolkit sees in the value, or else in its prototype, is a disguise.
@@ -58,6 +58,27 @@ bool leadsAstray(const QScriptValue &value)
     return pointerCast<ZTraceBitmap>(holder, type)
         && isDisguised(holder, type, QMetaType::type("ZTraceBitmap"));
 }
+
+// A look-up that is under way, those around it included.
+class LookUp
+{
+public:
+    LookUp() { isOverflowing = ++depth > ztrace::kDeepestLookUp || isOverflowing; }
+    ~LookUp() { isOverflowing = --depth > 0 && isOverflowing; }
+
+    static bool isTooDeep() { return isOverflowing; }
+
+private:
+    Q_DISABLE_COPY(LookUp)
+
+    static thread_local int depth;
+    // Stays set on the way out: what is called there could otherwise go down again, each level
+    // as often as it likes.
+    static thread_local bool isOverflowing;
+};
+
+thread_local int LookUp::depth = 0;
+thread_local bool LookUp::isOverflowing = false;
 
 // The host's conversion where the host's headers declare the meta type of its polyline.
 template<class T, bool isDeclared>
@@ -102,18 +123,21 @@ bool ztrace::holdsTracer(const QScriptValue &value, const ZTraceBitmap *tracer)
         && pointerCast<ZTraceBitmap>(value, tracerType()) == tracer;
 }
 
-ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value)
+ZTraceBitmap *ztrace::tracerFromScript(const QScriptValue &value, bool *isTooDeep)
 {
-    if (leadsAstray(value))
-        return 0;
+    const LookUp lookUp;
+    if (isTooDeep)
+        *isTooDeep = lookUp.isTooDeep();
+    if (lookUp.isTooDeep() || leadsAstray(value))
+        return nullptr;
     ZTraceBitmap *tracer = ZEcmaHelper::scriptValueTo<ZTraceBitmap>(value);
-    return isDead(tracer) ? 0 : tracer;
+    return isDead(tracer) ? nullptr : tracer;
 }
 
 QImage *ztrace::imageFromScript(const QScriptValue &value)
 {
     if (isDisguised(value, imageType(), QMetaType::QImage))
-        return 0;
+        return nullptr;
     return pointerCast<QImage>(value, imageType());
 }
 

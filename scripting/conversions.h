@@ -31,8 +31,14 @@ QVariant tracerVariant(ZTraceBitmap *tracer);
 // True when the value itself is a variant object that holds exactly this tracer.
 bool holdsTracer(const QScriptValue &value, const ZTraceBitmap *tracer);
 
-// The live tracer that the value holds or leads to (ZEcmaHelper::scriptValueTo), or null.
-ZTraceBitmap *tracerFromScript(const QScriptValue &value);
+// Look-ups inside each other that are answered; stand-ins of stand-ins need two or three.
+const int kDeepestLookUp = 32;
+
+// The live tracer that the value holds or leads to (ZEcmaHelper::scriptValueTo), or null. Methods
+// of the value run meanwhile, and when they are the tracer's own they look for a tracer again,
+// without a call of a script in between that the engine would count. Beyond kDeepestLookUp nothing
+// is looked for any more, until the outermost look-up has come back; isTooDeep tells that.
+ZTraceBitmap *tracerFromScript(const QScriptValue &value, bool *isTooDeep = nullptr);
 
 // The image that the value holds, as a pointer or by value, or null. Of an image held by value
 // this is the script's own, so that changes show.

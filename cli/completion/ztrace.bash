@@ -1,5 +1,5 @@
 # (c) the ztrace developers. Licence: see LICENSE.
-# Completion of ztrace for bash.
+# Completion of ztrace for bash. Made from the table of options by scripts/update-manuals.sh.
 
 _ztrace() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
@@ -9,46 +9,93 @@ _ztrace() {
     elif [[ $before == = && $COMP_CWORD -ge 2 ]]; then
         before=${COMP_WORDS[COMP_CWORD - 2]}
     fi
-    local engine="monochrome numberofcolors mincolorratio colorquantcycles colorsampling blurradius
-        blurdelta pathomit ltres qtres alphathreshold brightnessthreshold"
-    local choices=
+    local choices= offer_files=
     case $before in
-        -p | --preset)
-            choices=$("${COMP_WORDS[0]}" presets 2> /dev/null | cut -d' ' -f1)
-            ;;
+        -o | --output) offer_files=yes ;;
         -f | --format) choices="svg dxf pdf png json" ;;
-        -u | --units) choices="px mm in" ;;
-        --method) choices="ink flat blend" ;;
-        --threshold) choices="auto otsu adaptive" ;;
+        --stroke-width) choices="" ;;
+        --decimals) choices="" ;;
+        --scale) choices="" ;;
+        --dxf-curves) choices="spline arc polyline" ;;
+        --dxf-tolerance) choices="" ;;
+        --dxf-version) choices="2004 2000 r12" ;;
         --dpi) choices="auto 72 96 150 300 600" ;;
+        -u | --units) choices="px mm in" ;;
+        -p | --preset) choices=$("${COMP_WORDS[0]}" presets 2> /dev/null | cut -d' ' -f1) ;;
+        --method) choices="ink flat blend" ;;
+        -c | --colors) choices="" ;;
+        --palette) offer_files=yes ;;
+        --background) choices="" ;;
+        --threshold) choices="auto otsu adaptive" ;;
+        --despeckle) choices="" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
-        --dxf-curves) choices="spline arc polyline" ;;
-        --dxf-version) choices="2004 2000 r12" ;;
+        --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
+        --seed) choices="" ;;
+        --min-path) choices="" ;;
+        -t | --tolerance) choices="" ;;
+        --curve-tolerance) choices="" ;;
+        --only-color) choices="" ;;
+        --config) offer_files=yes ;;
         --progress) choices="auto always never" ;;
-        --set)
-            compopt -o nospace
-            choices=$(for name in $engine; do echo "$name="; done)
-            ;;
-        -c | --colors | -t | --tolerance | --curve-tolerance | --seed | --min-path | --scale | \
-            --stroke-width | --decimals | --despeckle | --dxf-tolerance | --background | --only-color)
-            return
-            ;;
+        --max-pixels) choices="" ;;
+        --max-memory) choices="" ;;
         *)
             if [[ $word == -* ]]; then
-                choices="--output --format --dpi --units --layers --outline --stroke-width --decimals
-                    --scale --dxf-curves --dxf-tolerance --dxf-version --preset --method --colors
-                    --palette --background --threshold --deskew --despeckle --page --upsample --raw --set
-                    --seed --min-path --tolerance --curve-tolerance --no-frame --no-seams --only-color --transparent
-                    --config --stats --json --progress --quiet --help --version"
+                choices="--output
+                    --format
+                    --overwrite
+                    --no-clobber
+                    --layers
+                    --outline
+                    --stroke-width
+                    --decimals
+                    --scale
+                    --dxf-curves
+                    --dxf-tolerance
+                    --dxf-version
+                    --dpi
+                    --units
+                    --preset
+                    --method
+                    --colors
+                    --palette
+                    --background
+                    --threshold
+                    --deskew
+                    --despeckle
+                    --page
+                    --upsample
+                    --raw
+                    --set
+                    --seed
+                    --min-path
+                    --tolerance
+                    --curve-tolerance
+                    --no-frame
+                    --no-seams
+                    --only-color
+                    --transparent
+                    --config
+                    --stats
+                    --json
+                    --progress
+                    --max-pixels
+                    --max-memory
+                    --quiet
+                    --help
+                    --version"
             else
-                compopt -o filenames 2> /dev/null
-                mapfile -t COMPREPLY < <(compgen -f -- "$word")
-                [[ $COMP_CWORD -eq 1 && presets == "$word"* ]] && COMPREPLY+=(presets)
-                return
+                offer_files=yes
             fi
             ;;
     esac
+    if [[ $offer_files ]]; then
+        compopt -o filenames 2> /dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        [[ $COMP_CWORD -eq 1 && presets == "$word"* ]] && COMPREPLY+=(presets)
+        return
+    fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
 }
 

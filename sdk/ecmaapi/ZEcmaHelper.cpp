@@ -3,6 +3,35 @@
 
 #include <QByteArray>
 
+namespace {
+
+const int kDeepestLookUp = 64;
+
+thread_local int depth = 0;
+// Stays set on the way out: what is called there could otherwise go down again, each level as
+// often as it likes.
+thread_local bool isOverflowing = false;
+
+} // namespace
+
+ZEcmaHelper::LookUp::LookUp(const QScriptValue &value)
+{
+    isOverflowing = ++depth > kDeepestLookUp || isOverflowing;
+    if (isOverflowing && value.engine())
+        value.engine()->currentContext()->throwError(
+            QString::fromLatin1("Too many calls inside each other"));
+}
+
+ZEcmaHelper::LookUp::~LookUp()
+{
+    isOverflowing = --depth > 0 && isOverflowing;
+}
+
+bool ZEcmaHelper::LookUp::isTooDeep() const
+{
+    return isOverflowing;
+}
+
 void ZEcmaHelper::registerFunction(QScriptEngine &engine, QScriptValue *proto,
                                    QScriptEngine::FunctionSignature function, const char *name)
 {

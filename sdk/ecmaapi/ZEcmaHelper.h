@@ -35,7 +35,9 @@ public:
     //   - it stands in for a native object: getBaseClasses() lists class names, and the method
     //     "get" + name returns a value that holds one. The entry at index 0 is the value's own
     //     class and is not asked; an empty or missing entry ends the list.
-    // Raises nothing itself; what the value's own methods throw stays pending.
+    // The value's methods may lead here again without a script in between, whose depth the engine
+    // would watch: more than 64 look-ups inside each other raise an error and find nothing. Raises
+    // nothing else itself; what the value's own methods throw stays pending.
     template<class T>
     static T *scriptValueTo(QScriptValue value);
 
@@ -44,6 +46,18 @@ public:
     static QScriptValue listToScriptValue(QScriptEngine *engine, const QList<T> &list);
 
 private:
+    // A look-up that asks the value's own methods, with those that it is inside of.
+    class ZELVORA_EXPORT LookUp
+    {
+    public:
+        explicit LookUp(const QScriptValue &value);
+        ~LookUp();
+        bool isTooDeep() const;
+
+    private:
+        Q_DISABLE_COPY(LookUp)
+    };
+
     static QScriptValue baseClassesOf(const QScriptValue &value);
     static QString nameOfBaseClass(const QScriptValue &list, quint32 index);
     static QScriptValue baseObject(const QScriptValue &value, const QString &className);
@@ -60,7 +74,7 @@ template<class T>
 T *ZEcmaHelper::pointerCast(const QScriptValue &value)
 {
     if (holdsAnother(value, qMetaTypeId<T *>()))
-        return 0;
+        return nullptr;
     return qscriptvalue_cast<T *>(value);
 }
 
@@ -74,13 +88,16 @@ T *ZEcmaHelper::scriptValueTo(QScriptValue value)
     if (self)
         return self;
 
+    const LookUp lookUp(value);
+    if (lookUp.isTooDeep())
+        return nullptr;
     const QScriptValue baseClasses = baseClassesOf(value);
     if (!baseClasses.isValid())
-        return 0;
+        return nullptr;
     for (quint32 i = 1;; ++i) {
         const QString name = nameOfBaseClass(baseClasses, i);
         if (name.isEmpty())
-            return 0;
+            return nullptr;
         self = pointerCast<T>(baseObject(value, name));
         if (self)
             return self;

@@ -171,8 +171,8 @@ class Failing(CommandTest):
                 (("presets", "foo"), "foo: presets takes nothing more"),
                 (("presets", "-o", "x.svg"), "presets: it takes no options"),
                 (("a.png", "--layers=5"), "--layers"),
-                (("a.png", "-o"), "--output: a value is wanted"),
-                (("a.png", "--config", ""), "a file name is wanted"),
+                (("a.png", "-o"), "--output needs a value"),
+                (("a.png", "--config", ""), "--config: the file name is empty"),
                 (("a.png", "--set", "foo=1"), '"foo"'),
                 (("a.png", "--set", "ltres"), "name=value"),
                 (("a.png", "--set", "ltres=abc"), '"abc" is not a number'),
@@ -287,12 +287,78 @@ class Failing(CommandTest):
             os.close(slave)
 
     def test_report_that_does_not_arrive(self):
+        """The drawing does."""
         self.write("a.svg", b"old")
         with open("/dev/full", "wb") as full:
             result = subprocess.run([PROGRAM, "a.png", "--stats"], cwd=self.folder, stdout=full,
                                     stderr=subprocess.PIPE)
         self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: No space left on device\n"))
-        self.assertEqual(self.read("a.svg"), b"old")
+        self.assertTrue(self.read("a.svg").startswith(b"<?xml"))
+
+    def test_a_reader_of_the_report_that_goes_away(self):
+        for option in "--stats", "--json":
+            self.write("a.svg", b"old")
+            reading, writing = os.pipe()
+            os.close(reading)
+            result = subprocess.run([PROGRAM, "a.png", option], cwd=self.folder, stdout=writing, stderr=subprocess.PIPE)
+            os.close(writing)
+            self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: Broken pipe\n"))
+            self.assertTrue(self.read("a.svg").startswith(b"<?xml"))
+
+    def test_printed_text_that_does_not_arrive(self):
+        for arguments in ["presets"], ["--help"], ["--version"]:
+            with self.subTest(arguments), open("/dev/full", "wb") as full:
+                result = subprocess.run([PROGRAM, *arguments], stdout=full, stderr=subprocess.PIPE)
+                self.assertEqual((result.returncode, result.stderr),
+                                 (4, b"ztrace: standard output: No space left on device\n"))
+                closed = subprocess.run(["sh", "-c", 'exec "$0" "$@" >&-', PROGRAM, *arguments], stderr=subprocess.PIPE)
+                self.assertEqual((closed.returncode, closed.stderr),
+                                 (4, b"ztrace: standard output: Bad file descriptor\n"))
+
+    def test_closed_standard_streams(self):
+        """What is printed does not go into the drawing, which is the next file to be opened."""
+        self.run_program("a.png", "-o", "wanted.svg")
+        for closed in ">&-", "<&- >&-", "<&- >&- 2>&-", "2>&-":
+            self.write("a.svg", b"old")
+            result = subprocess.run(["sh", "-c", 'exec "$0" a.png --stats ' + closed, PROGRAM], cwd=self.folder,
+                                    capture_output=True)
+            self.assertEqual(self.read("a.svg"), self.read("wanted.svg"))
+            self.assertEqual(result.returncode, 4 if ">&- " in closed + " " and closed != "2>&-" else 0, closed)
+
+    def test_surroundings_of_the_toolkit(self):
+        for value in "xcb", "wayland", "nonsense", "":
+            self.run_program("a.png", environment={"QT_QPA_PLATFORM": value})
+
+    def test_warnings_of_the_toolkit_are_not_fatal(self):
+        """What it says of a damaged image does not end the program."""
+        self.write("cut.png", png(99, 99, lambda x, y: (x, y, 0, 255))[:300])
+        fatal = {"QT_FATAL_WARNINGS": "1", "QT_FATAL_CRITICALS": "1"}
+        result = self.run_program("cut.png", code=3, environment=fatal)
+        self.assertIn(b"ztrace: cut.png: ", result.stderr)
+
+    def test_images_are_not_replaced(self):
+        """`ztrace a.png b.png` means two inputs, and its reader might make an output of the second."""
+        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; for several images")
+        for name, data in ("b.png", ring(RED, WHITE, WHITE)), ("b.svg", ring(RED, WHITE, WHITE)):
+            self.write(name, data)
+            self.assert_refused("a.png", "-o", name, code=2, words=name + ": the file is an image; --overwrite replaces it")
+            self.assertEqual(self.read(name), data)
+            self.run_program("a.png", "-o", name, "--overwrite")
+            self.assertNotEqual(self.read(name), data)
+
+    def test_what_was_drawn_before_is_replaced(self):
+        for name in "a.svg", "a.dxf", "a.pdf", "b.png", "a.json":
+            self.run_program("a.png", "-o", name)
+            self.write(name + ".copy", self.read(name))
+            self.run_program("a.png", "-o", name)
+            self.assertEqual(self.read(name), self.read(name + ".copy"))
+            self.assert_refused("a.png", "-o", name, "--no-clobber", code=2, words=name + ": the file exists")
+            self.assert_refused("a.png", "-o", name, "--no-clobber", "--overwrite", code=2, words=name + ": the file exists")
+        self.run_program("a.png", "-o", "new.svg", "--no-clobber")
+
+    def test_outputs_whose_state_cannot_be_told(self):
+        os.symlink("loop.svg", self.path("loop.svg"))
+        self.assert_refused("a.png", "-o", "loop.svg", code=4, words="loop.svg: Too many levels of symbolic links")
 
     def test_failure_keeps_the_old_file(self):
         self.write("out.svg", b"old")

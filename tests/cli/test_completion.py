@@ -1,5 +1,5 @@
 # (c) the ztrace developers. Licence: see LICENSE.
-"""Completion knows every option of --help, and so do the manual and the man page."""
+"""Help, man page, completions and the tables of the manual say what the table of options says."""
 import os
 import pty
 import re
@@ -10,6 +10,9 @@ import unittest
 from support import PROGRAM, CommandTest
 
 SOURCE = os.environ["ZTRACE_SOURCE_DIR"]
+MANUALS = os.environ["ZTRACE_MANUALS"]
+MADE = {"cli/man/ztrace.1": "man", "cli/completion/ztrace.bash": "bash", "cli/completion/_ztrace": "zsh",
+        "docs/command.md": "markdown"}
 
 # An interactive zsh whose first line is typed for it. What would be offered goes to a file, and then
 # it ends. Calls of compadd that only ask what matches (-O, -A, -D) offer nothing.
@@ -34,7 +37,7 @@ zle -N zle-line-init typed
 class Completion(CommandTest):
     def options(self):
         text = self.run_program("--help").stdout.decode()
-        return set(re.findall(r"(?m)^  (?:-\w,)?(--[\w-]+)", text))
+        return set(re.findall(r"(?m)^  (?:-\w, )?(--[\w-]+)", text))
 
     def complete(self, *words):
         """What bash offers for the last word."""
@@ -126,13 +129,47 @@ class Completion(CommandTest):
             missing = {option for option in self.options() if option not in text}
             self.assertEqual(missing, set(), name)
 
-    def test_the_man_page_says_what_help_says(self):
-        help_text = self.run_program("--help").stdout.decode()
-        with open(os.path.join(SOURCE, "cli/man/ztrace.1"), encoding="utf-8") as file:
-            page = " ".join(file.read().replace("\\-", "-").replace("\\(aq", "'").split())
-        told = re.findall(r"(?m)^  (?:-\w,)?--[\w-]+(?: [A-Z][\w|=]*| N\|[\w|]+)?  +(\S.*)$", help_text)
-        self.assertGreater(len(told), 30)
-        self.assertEqual([text for text in told if " ".join(text.split()) not in page], [])
+    def made(self, what, document=b""):
+        return subprocess.run([MANUALS, what], input=document, capture_output=True, check=True).stdout.decode()
+
+    def test_files_are_made_from_the_table(self):
+        """scripts/update-manuals.sh makes them equal."""
+        for name, what in MADE.items():
+            with open(os.path.join(SOURCE, name), "rb") as file:
+                text = file.read()
+            with self.subTest(name):
+                self.assertEqual(self.made(what, text), text.decode())
+
+    def test_a_table_that_is_none(self):
+        result = subprocess.run([MANUALS, "markdown"], input=b"<!-- table Nothing -->\n<!-- end -->\n", capture_output=True)
+        self.assertEqual((result.returncode, result.stderr), (2, b'ztrace-manuals: there is no table "Nothing"\n'))
+        self.assertEqual(subprocess.run([MANUALS], capture_output=True).returncode, 2)
+
+    def test_the_manual_has_all_tables(self):
+        with open(os.path.join(SOURCE, "docs/command.md"), encoding="utf-8") as file:
+            text = file.read()
+        groups = re.findall(r"(?m)^(\w[\w ]*):$", self.run_program("--help").stdout.decode())
+        self.assertEqual(set(re.findall(r"<!-- table (.*) -->", text)), set(groups) - {"Examples"})
+
+    def test_help_fits_the_terminal(self):
+        longest = {}
+        for columns in 40, 60, 80, 120, 500:
+            text = self.run_program("--help", environment={"COLUMNS": str(columns)}).stdout.decode()
+            longest[columns] = max(len(line) for line in text.splitlines() if line.count(" ") > 8)
+            self.assertLessEqual(longest[columns], min(columns, 120))
+            self.assertEqual(set(re.findall(r"(?m)^  (?:-\w, )?(--[\w-]+)", text)), self.options())
+        self.assertGreater(longest[120], longest[80])
+        plain = self.run_program("--help").stdout
+        self.assertEqual(plain, self.run_program("--help", environment={"COLUMNS": "80"}).stdout)
+
+    def test_engine_options_in_the_manuals(self):
+        with open(SOURCE + "/engine/optiondefaults.h", encoding="utf-8") as file:
+            names = re.findall(r'\{ "(\w+)", ', file.read())
+        self.assertEqual(len(names), 12)
+        for manual in "README.md", "docs/scripting.md":
+            with open(os.path.join(SOURCE, manual), encoding="utf-8") as file:
+                text = file.read()
+            self.assertEqual([name for name in names if "| `%s` |" % name not in text], [], manual)
 
     def test_man_page_is_clean(self):
         if not shutil.which("groff"):

@@ -267,7 +267,7 @@ class Drawings(OptionsTest):
 class Outputs(OptionsTest):
     def test_names_that_are_none_or_doubled(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
-        self.assert_refused("a.png", "-o", "", code=2, words="a file name is wanted")
+        self.assert_refused("a.png", "-o", "", code=2, words="--output: the file name is empty")
         self.assert_refused("a.png", "-o", "-", "-o", "-", code=2, words="- is given twice")
 
 

@@ -154,8 +154,27 @@ class Mistakes(OptionsTest):
         self.write("a.png", ring(RED, WHITE, WHITE))
 
     def test_words_that_are_not_understood(self):
-        self.assert_refused("--palete", "red", "a.png", code=2, words="there is no option --palete")
-        self.assert_refused("a.png", "out.svg", code=2, words="-o out.svg makes it an output")
+        for word, meant in [("--palete", "--palette"), ("--colour", "--colors"), ("--color", "--colors"),
+                            ("--only-colour", "--only-color"), ("--thresh", "--threshold"), ("-colors", "--colors"),
+                            ("-output", "--output"), ("--untis=mm", "--units")]:
+            self.assert_refused(word, "red", "a.png", code=2,
+                                words="there is no option %s (did you mean %s?)" % (word.partition("=")[0], meant))
+        self.assert_refused("a.png", "--nothing-like-it", code=2, words="no option --nothing-like-it (see ztrace --help)")
+        self.assert_refused("a.png", "--set", "ltress=1", code=2, words='"ltress" (did you mean ltres?)')
+        self.assert_refused("a.png", "-p", "phot", code=2, words="did you mean photo?")
+        self.write("c.toml", b"colour = 3\n")
+        self.assert_refused("a.png", "--config", "c.toml", code=2, words='"colour" (did you mean colors?)')
+
+    def test_forms_of_options(self):
+        wanted = self.svg("a.png", "--colors", "2", "--layers")
+        for arguments in (["--layers", "-c2"], ["-c", "2", "--layers"], ["--colors=2", "--layers", "-q"], ["-qc2", "--layers"]):
+            self.assertEqual(self.svg(*arguments, "a.png"), wanted)
+        self.write("--odd", self.read("a.png"))
+        self.run_program("-o", "b.svg", "--", "--odd")
+        self.run_program("./--odd", "--output=--odd.svg")
+        self.assertTrue(os.path.exists(self.path("--odd.svg")))
+        self.assert_refused("a.png", "-o", "--stats", code=2, words="--output needs a value")
+        self.assert_refused("a.png", "-o", "-q", code=2, words="--output needs a value")
 
     def test_folders_that_are_not_there(self):
         self.assert_refused("no/a.png", code=3, words="no/a.png: No such file")

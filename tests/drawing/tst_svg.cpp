@@ -2,8 +2,10 @@
 //
 // The SVG writer, number text and files that appear whole.
 #include "drawing/output.h"
+#include "drawing/hostpath.h"
 #include "drawing/svg.h"
 
+#include "ZPolyline.h"
 #include "ZSpline.h"
 
 #include <QBuffer>
@@ -38,7 +40,7 @@ Drawing drawingOf(const ZPolyline &line)
     drawing.width = 10;
     drawing.height = 8;
     Outline outline;
-    outline.shape = line;
+    outline.shape = pathOf(line);
     outline.colour = 0xFFFF8000u;
     drawing.outlines.push_back(outline);
     return drawing;
@@ -156,7 +158,7 @@ private slots:
     {
         Drawing drawing = drawingOf(square(0, 0, 8));
         Outline inner;
-        inner.shape = square(2, 2, 2);
+        inner.shape = pathOf(square(2, 2, 2));
         inner.colour = 0;
         drawing.outlines.push_back(inner);
         drawing.outlines[0].holes.push_back(1);

@@ -9,6 +9,10 @@
 
 #include <QtTest>
 
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#endif
+
 #include <cmath>
 #include <limits>
 
@@ -93,6 +97,8 @@ private slots:
     void emptyImageHasItsBorder();
     void tracedLayersAreEmptied();
     void publishedPaletteIsACopy();
+    void sizesWithoutPixelsBehindThem_data();
+    void sizesWithoutPixelsBehindThem();
 };
 
 void tst_Quantization::tieGoesToTheLowerIndex()
@@ -511,6 +517,51 @@ void tst_Quantization::publishedPaletteIsACopy()
     QCOMPARE(difference(q.indexedImage.palette, q.currentPalette), QString());
     q.currentPalette[0][0] = 99;
     QVERIFY(q.indexedImage.palette.at(0).at(0) != 99);
+}
+
+void tst_Quantization::sizesWithoutPixelsBehindThem_data()
+{
+    const int most = std::numeric_limits<int>::max();
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<int>("rows");
+    QTest::newRow("a few more than there are") << 3 << 5 << 5 << 7;
+    QTest::newRow("half a thousand million") << 20000 << 20000 << 2 << 2;
+    QTest::newRow("no columns, many rows") << 0 << 500000000 << 2 << 2;
+    QTest::newRow("many columns, no rows") << most << 0 << 2 << 2;
+    QTest::newRow("the largest") << most << most << 2 << 2;
+    QTest::newRow("negative") << -2 << -3 << 2 << 2;
+    QTest::newRow("the lowest") << std::numeric_limits<int>::min() << 1 << 2 << 2;
+}
+
+// Somebody has changed the sizes and calls one stage alone: no gigabytes for pixels that are not
+// there.
+void tst_Quantization::sizesWithoutPixelsBehindThem()
+{
+    QFETCH(int, width);
+    QFETCH(int, height);
+    QFETCH(int, columns);
+    QFETCH(int, rows);
+    Quantizer tracer(twoPixels(), Quantizer::Palette(), 3);
+    tracer.setOption("blurradius", 2);
+    tracer.imageWidth = width;
+    tracer.imageHeight = height;
+#ifdef Q_OS_LINUX
+    rusage before;
+    rusage after;
+    getrusage(RUSAGE_SELF, &before);
+    tracer.colorquantization();
+    getrusage(RUSAGE_SELF, &after);
+    QVERIFY2(after.ru_maxrss - before.ru_maxrss < 64 * 1024, "more than 64 MB");
+#else
+    tracer.colorquantization();
+#endif
+    QCOMPARE(tracer.indexedImage.indices.size(), rows);
+    QCOMPARE(tracer.indexedImage.indices.first().size(), columns);
+    QCOMPARE(tracer.indexedImage.width, columns - 2);
+    QVERIFY(tracer.getPolylines().isEmpty());
+    tracer.layering();
 }
 
 QTEST_GUILESS_MAIN(tst_Quantization)

@@ -10,7 +10,36 @@
 
 #include <QtTest>
 
+#include <cstdlib>
+#include <new>
+
 using tests::ScriptRig;
+
+namespace {
+
+bool refusesTracers = false;
+
+} // namespace
+
+// Stands in for memory that runs out when a tracer is made.
+void *operator new(std::size_t size)
+{
+    void *const memory
+        = refusesTracers && size == sizeof(ZTraceBitmap) ? nullptr : std::malloc(size);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 class tst_Safety : public QObject
 {
@@ -33,6 +62,10 @@ private slots:
     void disguisedVariants_data();
     void disguisedVariants();
     void secondVariantOfADestroyedTracer();
+    void recursionThroughOwnMethods_data();
+    void recursionThroughOwnMethods();
+    void lookUpsWorkAgainAfterTooManyInsideEachOther();
+    void outOfMemoryIsAScriptError();
     void roundsDoNotGrow();
 };
 
@@ -233,6 +266,74 @@ void tst_Safety::secondVariantOfADestroyedTracer()
     QCOMPARE(rig.run("second.setOption('ltres', 2)"), QString("!self is NULL"));
     QCOMPARE(rig.run("second.toString()"), QString("ZTraceBitmap(0x0)"));
     QCOMPARE(rig.run("second.destroy()"), QString("!self is NULL"));
+}
+
+// Methods of the tracer that call each other by way of the look-up of `this`: no script runs in
+// between, so the engine does not see how deep they are.
+void tst_Safety::recursionThroughOwnMethods_data()
+{
+    const QString tooDeep("!ZTraceBitmap.toString(): Too many calls inside each other");
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("result");
+    QTest::newRow("toString") << "o.getBaseClasses = p.toString; p.toString.call(o)" << tooDeep;
+    const char *const names[] = { "trace", "setOption", "preprocess", "destroy" };
+    for (const char *name : names) {
+        QTest::newRow(name)
+            << QString("o.getBaseClasses = p.%1; p.%1.call(o)").arg(QLatin1String(name))
+            << "!self is NULL";
+    }
+    QTest::newRow("a getter") << "o.__defineGetter__('getBaseClasses', p.toString);"
+                                 "p.toString.call(o)"
+                              << tooDeep;
+    QTest::newRow("a native getter") << "o.getBaseClasses = function() { return ['', 'A'] };"
+                                        "o.getA = p.toString; p.toString.call(o)"
+                                     << tooDeep;
+    QTest::newRow("many getters, each level going down again")
+        << "o.getBaseClasses = function() { return ['', 'A', 'A', 'A', 'A'] };"
+           "o.getA = p.toString; p.toString.call(o)"
+        << tooDeep;
+    QTest::newRow("a name that is asked for its text")
+        << "o.getBaseClasses = function() { return [o, o, o] }; o.toString = p.toString;"
+           "p.toString.call(o)"
+        << tooDeep;
+    QTest::newRow("the error caught on the way")
+        << "o.getBaseClasses = function() {"
+           "  try { return p.toString.call(o) } catch (e) { return [e, e, e] } };"
+           "o.getError = p.trace; p.toString.call(o)"
+        << "";
+}
+
+void tst_Safety::recursionThroughOwnMethods()
+{
+    QFETCH(QString, script);
+    QFETCH(QString, result);
+    ScriptRig rig;
+    const QString got = rig.run("var p = ZTraceBitmap.prototype; var o = {};" + script);
+    if (!result.isEmpty())
+        QCOMPARE(got, result);
+}
+
+void tst_Safety::lookUpsWorkAgainAfterTooManyInsideEachOther()
+{
+    ScriptRig rig;
+    rig.run("var p = ZTraceBitmap.prototype; var o = { getBaseClasses: p.toString };"
+            "p.toString.call(o)");
+    QCOMPARE(rig.run("var t = new ZTraceBitmap(); var s = { getBaseClasses: function() { return"
+                     " ['', 'T'] }, getT: function() { return t } };"
+                     "p.setOption.call(s, 'ltres', 2); p.destroy.call(s)"),
+             QString("undefined"));
+}
+
+void tst_Safety::outOfMemoryIsAScriptError()
+{
+    ScriptRig rig;
+    refusesTracers = true;
+    const QString text
+        = rig.run("var kept = []; for (var i = 0; i < 100; ++i) kept.push(new ZTraceBitmap())");
+    refusesTracers = false;
+    QCOMPARE(text, QString("!ZTraceBitmap: There is not enough memory."));
+    QCOMPARE(rig.run("kept.forEach(function(t) { t.destroy() }); new ZTraceBitmap().destroy()"),
+             QString("undefined"));
 }
 
 void tst_Safety::roundsDoNotGrow()

@@ -47,3 +47,34 @@ try {
     assert(error instanceof RangeError || error instanceof Error, error);
 }
 assert(depth > 1);
+
+// Native methods that call each other by way of the look-up of `this`, without a script between.
+[ZTraceBitmap, QImage, ZDrawing].forEach(function(Class) {
+    ["toString", "trace", "destroy", "save", "count", "width"].forEach(function(name) {
+        var method = Class.prototype[name];
+        if (method === undefined)
+            return;
+        var asClasses = { getBaseClasses: method };
+        var asGetter = { getBaseClasses: function() { return ["", "A", "A", "A"]; }, getA: method };
+        [asClasses, asGetter].forEach(function(object) {
+            var caught = null;
+            try {
+                method.call(object);
+            } catch (error) {
+                caught = error;
+            }
+            assert(caught instanceof Error, Class.name + "." + name);
+        });
+    });
+});
+// Of two classes, each of which looks the other up.
+var image2 = new QImage(2, 2);
+var both = { getBaseClasses: ZTraceBitmap.prototype.toString };
+both.__proto__ = { toString: QImage.prototype.width };
+try {
+    QImage.prototype.width.call(both);
+    assert(false);
+} catch (error) {
+    assert(error instanceof Error, error);
+}
+assertEquals(image2.width(), 2);

@@ -4,6 +4,7 @@
 //   SIBLING_ABSENT      is linked to a library that is not there
 //   SIBLING_STRANGER    is a plug-in of the toolkit, but not of this host
 //   SIBLING_UNWILLING   says no to init
+//   SIBLING_FATAL       gives the toolkit's message that ends the process
 //   none of them        works, and tells every call on standard output
 #ifndef SIBLING_H
 #define SIBLING_H

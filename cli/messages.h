@@ -1,0 +1,49 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Lines for the user, and the standard streams that they go to.
+#ifndef ZTRACE_CLI_MESSAGES_H
+#define ZTRACE_CLI_MESSAGES_H
+
+#include <QtGlobal>
+
+#include <cstdio>
+#include <string>
+
+class QString;
+
+namespace ztrace {
+
+// Gives descriptors 0, 1 and 2, where the caller has closed them, something that cannot be read or
+// written: no file that is opened later takes their place, and what is lost is noticed. The first
+// thing that a program does.
+void reserveStandardDescriptors();
+
+// Standard error, also while image libraries are kept from writing to it (Silence).
+std::FILE *messageStream();
+
+// "ztrace: TEXT" on a line, whatever is in the text.
+void tell(std::string text);
+
+// The toolkit's messages: dropped, since what goes wrong is said once, by this program, and the
+// engine's own lines are for scripts. A fatal one is told and ends the process with kFailed.
+void toolkitMessage(QtMsgType type, const QMessageLogContext &context, const QString &text);
+
+// Throws a Failure when something that was printed on the stream has not arrived.
+void requireArrival(std::FILE *stream);
+
+// Image libraries print their complaints; while this lives they go nowhere.
+class Silence
+{
+public:
+    Silence();
+    ~Silence();
+    Silence(const Silence &) = delete;
+    Silence &operator=(const Silence &) = delete;
+
+private:
+    int saved;
+};
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,530 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "options.h"
+
+#include "failure.h"
+#include "gimppalette.h"
+#include "suggest.h"
+
+#include "drawing/formats.h"
+#include "engine/optiondefaults.h"
+#include "imaging/upsample.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const double kLeastDpi = 0.01;
+const double kMostDpi = 1e6;
+const double kMostStrokeWidth = 1e6; // pixels
+const double kLeastScale = 0.001;
+const double kLeastDxfTolerance = 1e-6;
+const int kMostDecimals = 17; // tell every double from every other one
+const int kMostPages = 100000;
+const int kMostSpeck = 1000000;
+const double kMostNumber = std::numeric_limits<double>::max();
+
+const WordTable<Unit> kUnits
+    = { { "px", Unit::Pixel }, { "mm", Unit::Millimetre }, { "in", Unit::Inch } };
+const WordTable<DxfCurves> kDxfCurves = { { "spline", DxfCurves::Spline },
+                                          { "arc", DxfCurves::Arc },
+                                          { "polyline", DxfCurves::Polyline } };
+const WordTable<DxfVersion> kDxfVersions
+    = { { "2004", DxfVersion::R2004 }, { "2000", DxfVersion::R2000 }, { "r12", DxfVersion::R12 } };
+const WordTable<Method> kMethods
+    = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
+const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
+                                           { "otsu", Threshold::Otsu },
+                                           { "adaptive", Threshold::Adaptive } };
+const WordTable<Progress> kProgress
+    = { { "auto", Progress::Auto }, { "always", Progress::Always }, { "never", Progress::Never } };
+
+OptionValue formatName()
+{
+    WordTable<std::string> names;
+    for (const Format &format : allFormats())
+        names.push_back({ format.name, format.name });
+    return oneOf<std::string>("FORMAT", names,
+                              [](Settings &s, std::string name) { s.format = name; });
+}
+
+OptionValue thresholdOrWord()
+{
+    OptionValue value = oneOf<Threshold>("N|WORD", kThresholds,
+                                         [](Settings &s, Threshold t) { s.threshold = t; });
+    const auto storeWord = value.store;
+    value.kind = OptionValue::Whole;
+    value.most = 255;
+    value.store
+        = [storeWord](const std::string &option, const std::string &text, Settings *settings) {
+              const std::vector<std::string> words = wordsOf(kThresholds);
+              if (isWord(text, words)) {
+                  storeWord(option, text, settings);
+                  return;
+              }
+              settings->fixedThreshold = wholeValue(option, text, 0, 255, listOfWords(words));
+              settings->threshold = Threshold::Fixed;
+          };
+    return value;
+}
+
+OptionValue paletteOrFile()
+{
+    OptionValue value;
+    value.kind = OptionValue::Palette;
+    value.placeholder = "LIST|FILE";
+    value.pattern = "*.gpl";
+    value.store = [](const std::string &, const std::string &text, Settings *settings) {
+        settings->palette = paletteValue(text);
+        if (isPaletteFile(text))
+            settings->filesRead.push_back(text);
+    };
+    return value;
+}
+
+OptionValue presetName()
+{
+    OptionValue value;
+    value.kind = OptionValue::PresetName;
+    value.placeholder = "NAME";
+    value.pattern = "*.toml";
+    value.store = [](const std::string &, const std::string &text, Settings *settings) {
+        settings->preset = text;
+    };
+    return value;
+}
+
+void storeEngineOption(const std::string &option, const std::string &text, Settings *settings)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos)
+        throw Failure(kWrongUsage, option + ": \"" + text + "\" is not of the form name=value");
+    const std::string name = text.substr(0, equals);
+    if (!isEngineOption(name))
+        throw Failure(kWrongUsage,
+                      option + ": there is no option \"" + name + "\""
+                          + suggestion(name, engineOptionNames()));
+    settings->engine[name] = anyNumberValue(option + " " + name, text.substr(equals + 1));
+}
+
+OptionValue engineAssignment()
+{
+    OptionValue value;
+    value.kind = OptionValue::Assignment;
+    value.placeholder = "NAME=VALUE";
+    value.words = engineOptionNames();
+    value.store = storeEngineOption;
+    return value;
+}
+
+// Writes an entry of the table.
+class Entry
+{
+public:
+    Entry(const char *name, char shortName, const OptionValue &value)
+    {
+        option.name = name;
+        option.shortName = shortName;
+        option.value = value;
+    }
+    Entry(const char *name, const OptionValue &value) : Entry(name, 0, value) { }
+
+    Entry &standard(const char *text) { return option.standard = text, *this; }
+    Entry &appliesTo(unsigned what) { return option.appliesTo = what, *this; }
+    Entry &needs(unsigned capabilities) { return option.needs = capabilities, *this; }
+    Entry &several() { return option.several = true, *this; }
+    Entry &commas() { return option.commas = true, *this; }
+    Entry &place(Place last) { return option.place = last, *this; }
+    Entry &help(const char *text) { return option.help = text, *this; }
+    Entry &manual(const char *text) { return option.manual = text, *this; }
+
+    Option option;
+};
+
+std::vector<Entry> outputOptions()
+{
+    return {
+        Entry("output", 'o',
+              fileName("FILE", "*",
+                       [](Settings &s, const std::string &t) { s.outputs.push_back(t); }))
+            .several()
+            .place(Place::UpToSettingsFile)
+            .help("Write the drawing to `FILE`, `-` for standard output; may be given several "
+                  "times. The ending tells the format. Without it the input's name gets the "
+                  "ending `.svg`"),
+        Entry("format", 'f', formatName())
+            .place(Place::UpToSettingsFile)
+            .help("Format where no ending tells it, as on standard output")
+            .manual("An ending wins"),
+        Entry("overwrite", flag([](Settings &s, bool on) { s.overwrite = on; }))
+            .help("Replace an existing file that is an image, too")
+            .manual("Drawings, and previews that ztrace has written, are replaced without it"),
+        Entry("no-clobber", flag([](Settings &s, bool on) { s.noClobber = on; }))
+            .help("Replace no existing file at all"),
+        Entry("layers", flag([](Settings &s, bool on) { s.style.byLayer = on; }))
+            .appliesTo(kToImages)
+            .needs(kCutsAreasOut)
+            .help("One group or layer a colour in SVG and PDF; every area is cut out of what lies "
+                  "around it")
+            .manual("In PNG and JSON areas are cut out as well; DXF has a layer a colour anyway"),
+        Entry("outline", flag([](Settings &s, bool on) { s.style.stroked = on; }))
+            .needs(kFillsAreas)
+            .help("Draw outlines instead of filled areas"),
+        Entry("stroke-width",
+              number("PX", 0.0, kMostStrokeWidth,
+                     [](Settings &s, double width) { s.style.strokeWidth = width; }))
+            .standard("1")
+            .needs(kFillsAreas)
+            .help("Width of outlines in pixels"),
+        Entry("decimals",
+              wholeNumber("N", 0, kMostDecimals,
+                          [](Settings &s, int decimals) { s.decimals = decimals; }))
+            .needs(kRoundsNumbers)
+            .help("Decimals of SVG coordinates; without it as many as it takes to be exact"),
+        Entry("scale",
+              number("F", kLeastScale, kMostNumber,
+                     [](Settings &s, double scale) { s.scale = scale; }))
+            .standard("1")
+            .needs(kIsRaster)
+            .help("Size of a PNG in times the image's"),
+        Entry("dxf-curves",
+              oneOf<DxfCurves>("KIND", kDxfCurves,
+                               [](Settings &s, DxfCurves c) { s.dxf.curves = c; }))
+            .standard("spline")
+            .needs(kChoosesCurves)
+            .help("Curves in DXF: `spline` is exact, `arc` makes one closed polyline an outline "
+                  "with arcs, `polyline` the same in lines alone")
+            .manual("Splines are of degree 2, with polylines for the lines between them; arcs are "
+                    "for cutters and old programs"),
+        Entry("dxf-tolerance",
+              number("PX", kLeastDxfTolerance, kMostNumber,
+                     [](Settings &s, double tolerance) { s.dxf.tolerance = tolerance; }))
+            .standard("0.05")
+            .needs(kChoosesCurves)
+            .help("How far arcs and lines may be from the curves, in pixels"),
+        Entry("dxf-version",
+              oneOf<DxfVersion>("VERSION", kDxfVersions,
+                                [](Settings &s, DxfVersion v) { s.dxf.version = v; }))
+            .standard("2004")
+            .needs(kChoosesCurves)
+            .help("Version of DXF; `r12` has no splines")
+            .manual("2004 is AC1018, 2000 is AC1015, r12 is AC1009"),
+    };
+}
+
+std::vector<Entry> sizeOptions()
+{
+    return {
+        Entry("dpi",
+              numberOr("N|auto", { "auto", 0 }, kLeastDpi, kMostDpi,
+                       [](Settings &s, double dpi) { s.dpi = dpi; })
+                  .offering({ "72", "96", "150", "300", "600" }))
+            .help("Pixels an inch of the image; `auto` is what the image says of itself, and 96 "
+                  "where it says nothing"),
+        Entry("units", 'u',
+              oneOf<Unit>("UNIT", kUnits, [](Settings &s, Unit unit) { s.unit = unit; }))
+            .standard("px")
+            .needs(kHasUnits)
+            .help("Unit of DXF coordinates and of the SVG's size. `mm` and `in` take the image's "
+                  "own resolution when `--dpi` is not given"),
+    };
+}
+
+std::vector<Entry> colourOptions()
+{
+    return {
+        Entry("preset", 'p', presetName())
+            .standard("auto")
+            .place(Place::UpToSettingsFile)
+            .appliesTo(kToReduced)
+            .help("How to treat the image: `auto` looks at it and takes one of the presets that "
+                  "`ztrace presets` lists; or a TOML file"),
+        Entry("method",
+              oneOf<Method>("NAME", kMethods, [](Settings &s, Method m) { s.method = m; }))
+            .appliesTo(kToReduced)
+            .help("How the image becomes few colours: `ink` (black and white by a threshold), "
+                  "`flat` (its own flat colours) or `blend` (a palette chosen for it)")
+            .manual("The presets are built on these"),
+        Entry("colors", 'c',
+              wholeNumber("N", 1, kMostColors, [](Settings &s, int colors) { s.colors = colors; }))
+            .appliesTo(kToColours)
+            .help("Largest number of colours")
+            .manual("Without it 16 for logo, 12 for poster, 48 for photo; full transparency does "
+                    "not count"),
+        Entry("palette", paletteOrFile())
+            .commas()
+            .appliesTo(kToReduced)
+            .help("Exactly these colours and no others: `'#000000,#ff0000,orange'`, a GIMP palette "
+                  "(`.gpl`) or a text with such a list")
+            .manual("Text files have one colour a line, or several with commas between them"),
+        Entry("background",
+              colour("COLOR", [](Settings &s, QRgb colour) { s.background = colour; }))
+            .appliesTo(kToReduced)
+            .help("Put this colour under what is transparent"),
+        Entry("threshold", thresholdOrWord())
+            .standard("auto")
+            .appliesTo(kToInk)
+            .help("lineart: what is at most this light is ink. `auto` evens out uneven light and "
+                  "chooses for the page, `otsu` chooses for the page as it is, `adaptive` for "
+                  "every part of it")
+            .manual("`adaptive` suits stains, and hollows out solid areas"),
+        Entry("deskew", flag([](Settings &s, bool on) { s.deskew = on; }))
+            .appliesTo(kToInk)
+            .help("lineart: turn a page upright that is crooked by up to 6 degrees"),
+        Entry(
+            "despeckle",
+            wholeNumber("N", 0, kMostSpeck, [](Settings &s, int pixels) { s.despeckle = pixels; }))
+            .standard("0")
+            .appliesTo(kToInk)
+            .help("lineart: remove specks and fill pinholes of up to `N` pixels"),
+        Entry("page",
+              wholeNumberOr("N|all", { "all", 0 }, 1, kMostPages,
+                            [](Settings &s, int page) { s.page = page; })
+                  .offering({ "1" }))
+            .standard("1")
+            .place(Place::UpToSettingsFile)
+            .appliesTo(kToImages)
+            .help("Page of a TIFF, frame of an animation; `all` writes every page, with numbers in "
+                  "the outputs' names when there are several"),
+        Entry("upsample",
+              wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostUpsampling,
+                            [](Settings &s, int times) { s.upsample = times; })
+                  .offering({ "1", "2", "3", "4" }))
+            .standard("auto")
+            .appliesTo(kToReduced)
+            .help("Let soft edges tell where between the pixels they run, on a grid `N` times as "
+                  "fine; `auto` is finer for small images with soft edges")
+            .manual("`auto` takes 2 for images of up to 2.5 megapixels with soft edges; 1 for all "
+                    "others, for `poster` and `photo`, and where `--set` gives `ltres`, `qtres` or "
+                    "`pathomit`"),
+        Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
+            .appliesTo(kToImages)
+            .help("Hand the image to the engine untouched, with the engine's own defaults"),
+        Entry("set", engineAssignment())
+            .several()
+            .appliesTo(kToImages)
+            .help("Set one of the engine's options")
+            .manual("The table in the README says what they do. Any number is taken, infinity and "
+                    "negative ones too, since the engine has a meaning for all of them"),
+        Entry("seed",
+              wholeNumber("N", 0, std::numeric_limits<int>::max(),
+                          [](Settings &s, int seed) { s.seed = static_cast<unsigned>(seed); }))
+            .standard("1")
+            .appliesTo(kToImages)
+            .help("Start of the random numbers"),
+    };
+}
+
+std::vector<Entry> outlineOptions()
+{
+    return {
+        Entry("min-path",
+              number("N", 0.0, kMostNumber, [](Settings &s, double edges) { s.minPath = edges; }))
+            .appliesTo(kToImages)
+            .help("Leave out areas with outlines of fewer than `N` pixel edges (the engine's "
+                  "`pathomit`)")
+            .manual("They go to their neighbours; for lineart and `--raw` they are left out. "
+                    "Without it 8, 24 for poster, 10 for photo"),
+        Entry("tolerance", 't',
+              number("PX", 0.0, kMostNumber,
+                     [](Settings &s, double pixels) { s.tolerance = pixels; }))
+            .appliesTo(kToImages)
+            .help("How far, in pixels, lines and curves may be from the image's outline; the "
+                  "engine's `ltres` and `qtres` are the square of it")
+            .manual("Without it 1, for logo 0.7, and 0.5 for lineart and logo on a finer grid"),
+        Entry("curve-tolerance",
+              number("PX", 0.0, kMostNumber,
+                     [](Settings &s, double pixels) { s.curveTolerance = pixels; }))
+            .appliesTo(kToImages)
+            .help("The same for curves alone"),
+        Entry("no-frame", flag([](Settings &s, bool on) { s.noFrame = on; }))
+            .appliesTo(kToImages)
+            .help("Leave out the outline of the page itself")
+            .manual("That is an area that reaches all four sides and runs along half of the rim"),
+        Entry("no-seams", flag([](Settings &s, bool on) { s.seams = !on; }))
+            .appliesTo(kToImages)
+            .help("Leave out the strokes that close the hairlines between areas, for plotters and "
+                  "cutters")
+            .manual("These strokes of SVG, PDF and PNG are half a pixel to one and a half wide and "
+                    "of the fill's own colour; shapes grow by half of that where nothing covers "
+                    "them"),
+        Entry("only-color",
+              colour("COLOR", [](Settings &s, QRgb colour) { s.onlyColours.push_back(colour); }))
+            .several()
+            .appliesTo(kToImages)
+            .help("Keep the outlines of this colour alone; may be given several times")
+            .manual("A colour that is not in the palette stands for the nearest one that is, which "
+                    "is told; one that nothing is near to is refused. Holes are on the same layer"),
+        Entry("transparent", flag([](Settings &s, bool on) { s.transparent = on; }))
+            .appliesTo(kToImages)
+            .help("Outlines of fully transparent areas too, on a layer of their own"),
+    };
+}
+
+std::vector<Entry> runningOptions()
+{
+    return {
+        Entry("config",
+              fileName("FILE", "*.toml", [](Settings &s, const std::string &t) { s.config = t; }))
+            .place(Place::CommandLine)
+            .help("Take settings from a TOML file; names are those of the options, the engine's "
+                  "options stand in a section `[set]`. The command line goes before the file, the "
+                  "file before the preset"),
+        Entry("stats", flag([](Settings &s, bool on) { s.stats = on; }))
+            .help("Print sizes, palette, numbers of outlines and segments, and times")
+            .manual("To standard output, or to standard error when the drawing goes there"),
+        Entry("json", flag([](Settings &s, bool on) { s.json = on; }))
+            .help("The same as one JSON object a drawing, one a line"),
+        Entry("progress",
+              oneOf<Progress>("WHEN", kProgress, [](Settings &s, Progress p) { s.progress = p; }))
+            .standard("auto")
+            .help("Say what is being done: `auto` does on a terminal, for what takes more than a "
+                  "second")
+            .manual("`always` says so at once, and where standard error is no terminal in a line a "
+                    "stage"),
+        Entry("max-pixels",
+              number("N", 0.0, kMostNumber,
+                     [](Settings &s, double millions) { s.maxPixels = millions; }))
+            .standard("1000")
+            .appliesTo(kToImages)
+            .help("Refuse images of more than `N` million pixels before they are decoded"),
+        Entry("max-memory",
+              number("MB", 0.0, kMostNumber,
+                     [](Settings &s, double millions) { s.maxMemory = millions; }))
+            .standard("8192")
+            .help("Refuse images that would take more than this, in millions of bytes, before they "
+                  "are decoded, and input of more than this")
+            .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
+        Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
+            .help("No warnings and no progress"),
+        Entry("help", 'h', action()).place(Place::CommandLine).help("Print this help"),
+        Entry("version", 'V', action()).place(Place::CommandLine).help("Print the version"),
+    };
+}
+
+void append(Group group, const std::vector<Entry> &entries, std::vector<Option> *options)
+{
+    for (const Entry &entry : entries) {
+        options->push_back(entry.option);
+        options->back().group = group;
+    }
+}
+
+std::string boundText(double bound)
+{
+    return bound == std::floor(bound) ? std::to_string(static_cast<long long>(bound))
+                                      : shortText(bound);
+}
+
+// "0.01 to 1000000", "at least 0"; empty for what has no bounds that help.
+std::string rangeText(const OptionValue &value)
+{
+    const double kTellingNothing = 1e9;
+    if (value.most < kTellingNothing)
+        return boundText(value.least) + " to " + boundText(value.most);
+    return value.least > 0.0 ? "at least " + boundText(value.least) : std::string();
+}
+
+// Words that the help does not name.
+std::vector<std::string> untoldWords(const Option &option)
+{
+    const auto isTold = [&](const std::string &word) {
+        return option.help.find('`' + word + '`') != std::string::npos;
+    };
+    const std::vector<std::string> &words = option.value.words;
+    return std::all_of(words.begin(), words.end(), isTold) ? std::vector<std::string>() : words;
+}
+
+} // namespace
+
+const std::vector<Option> &allOptions()
+{
+    static const std::vector<Option> options = [] {
+        std::vector<Option> all;
+        append(Group::Output, outputOptions(), &all);
+        append(Group::Size, sizeOptions(), &all);
+        append(Group::Colours, colourOptions(), &all);
+        append(Group::Outlines, outlineOptions(), &all);
+        append(Group::Running, runningOptions(), &all);
+        return all;
+    }();
+    return options;
+}
+
+const std::vector<std::pair<Group, const char *>> &allGroups()
+{
+    static const std::vector<std::pair<Group, const char *>> groups
+        = { { Group::Output, "Output" },
+            { Group::Size, "Size" },
+            { Group::Colours, "Colours" },
+            { Group::Outlines, "Outlines" },
+            { Group::Running, "Running" } };
+    return groups;
+}
+
+const Option *findOption(const std::string &name)
+{
+    for (const Option &option : allOptions()) {
+        if (option.name == name)
+            return &option;
+    }
+    return nullptr;
+}
+
+const Option *findOption(char shortName)
+{
+    for (const Option &option : allOptions()) {
+        if (option.shortName != 0 && option.shortName == shortName)
+            return &option;
+    }
+    return nullptr;
+}
+
+std::vector<std::string> optionNames()
+{
+    std::vector<std::string> names;
+    for (const Option &option : allOptions())
+        names.push_back(option.name);
+    return names;
+}
+
+std::string valueNote(const Option &option)
+{
+    const OptionValue &value = option.value;
+    std::vector<std::string> parts = untoldWords(option);
+    if (value.kind == OptionValue::Whole || value.kind == OptionValue::Number)
+        parts.insert(parts.begin(), rangeText(value));
+    parts.erase(std::remove(parts.begin(), parts.end(), ""), parts.end());
+    std::string note = listOfWords(parts);
+    if (!option.standard.empty())
+        note += (note.empty() ? "default " : "; default ") + option.standard;
+    return note;
+}
+
+void storeOption(const Option &option, const std::string &text, Settings *settings)
+{
+    option.value.store("--" + option.name, text, settings);
+    if (option.group == Group::Colours || option.group == Group::Outlines)
+        settings->said[option.name].push_back(text);
+}
+
+const std::vector<std::string> &engineOptionNames()
+{
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const OptionDefault &option : kOptionDefaults)
+            all.push_back(option.name);
+        return all;
+    }();
+    return names;
+}
+
+bool isEngineOption(const std::string &name)
+{
+    const std::vector<std::string> &names = engineOptionNames();
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+} // namespace ztrace

@@ -1,0 +1,110 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "formats.h"
+
+#include "json.h"
+#include "pdf.h"
+#include "png.h"
+#include "svg.h"
+
+#include <QStringList>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+Written outcome(bool isWhole)
+{
+    return isWhole ? Written::Whole : Written::DeviceRefused;
+}
+
+Written asSvg(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    SvgOptions svg;
+    svg.style = options.style;
+    svg.decimals = options.decimals;
+    return outcome(writeSvg(drawing, svg, device));
+}
+
+Written asDxf(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    return outcome(writeDxf(drawing, options.dxf, device));
+}
+
+Written asPdf(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    return outcome(writePdf(drawing, options.style, device));
+}
+
+Written asPng(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    QImage picture = renderDrawing(drawing, options.style, options.scale);
+    if (picture.isNull())
+        return Written::NoMemory;
+    picture.setText(QString::fromLatin1(kPreviewKey), QString::fromLatin1(kPreviewValue));
+    return outcome(savePng(picture, device));
+}
+
+Written asJson(const Drawing &drawing, const WriteOptions &, QIODevice *device)
+{
+    return outcome(writeJson(drawing, device));
+}
+
+QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
+{
+    const Frame frame = frameOf(drawing);
+    const double side = std::ceil(std::max(frame.width, frame.height) * options.scale);
+    if (side <= kLargestPictureSide)
+        return QString();
+    return QString::fromLatin1("a picture of more than %1 pixels a side").arg(kLargestPictureSide);
+}
+
+} // namespace
+
+const std::vector<Format> &allFormats()
+{
+    static const std::vector<Format> formats = {
+        { "svg", "svg", "Scalable Vector Graphics",
+          kFillsAreas | kGroupsLayers | kCutsAreasOut | kHasUnits | kRoundsNumbers, asSvg,
+          nullptr },
+        { "dxf", "dxf", "drawing exchange of CAD programs", kHasUnits | kChoosesCurves, asDxf,
+          nullptr },
+        { "pdf", "pdf", "a page of the image's physical size",
+          kFillsAreas | kGroupsLayers | kCutsAreasOut, asPdf, nullptr },
+        { "png", "png", "a preview in pixels", kFillsAreas | kCutsAreasOut | kIsRaster, asPng,
+          tooLargePicture },
+        { "json", "json", "the drawing without loss, to be read again", kCutsAreasOut | kHasUnits,
+          asJson, nullptr },
+    };
+    return formats;
+}
+
+const Format *findFormat(const std::string &name)
+{
+    for (const Format &format : allFormats()) {
+        if (name == format.name)
+            return &format;
+    }
+    return nullptr;
+}
+
+const Format *formatOfSuffix(const QString &suffix)
+{
+    for (const Format &format : allFormats()) {
+        if (suffix.compare(QLatin1String(format.suffix), Qt::CaseInsensitive) == 0)
+            return &format;
+    }
+    return nullptr;
+}
+
+QString namesOfFormats()
+{
+    QStringList names;
+    for (const Format &format : allFormats())
+        names.append(QLatin1String(format.name));
+    return names.join(QLatin1String(", "));
+}
+
+} // namespace ztrace

@@ -1,0 +1,265 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// From images to few colours: thresholds, palettes, edges.
+#include "imaging/colour.h"
+#include "imaging/palette.h"
+#include "imaging/segment.h"
+#include "imaging/ridges.h"
+#include "imaging/resolution.h"
+
+#include <QTest>
+
+using namespace ztrace;
+
+namespace {
+
+const QRgb kRed = 0xFFE02020u;
+const QRgb kBlue = 0xFF2020E0u;
+
+// Halves of two colours with a column of their mean between them.
+QImage softEdge(QRgb left, QRgb right, QRgb between)
+{
+    QImage image(21, 12, QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, x < 10 ? left : x > 10 ? right : between);
+    }
+    return image;
+}
+
+} // namespace
+
+class tst_Segment : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void flatColoursAreExactAndEdgesLeaveNone()
+    {
+        const QImage image = softEdge(kRed, kBlue, 0xFF802080u);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { kRed, kBlue }));
+    }
+
+    void edgePixelsGoToOneOfTheSides()
+    {
+        // The mean of the two is exactly a third colour of the palette, which is not beside it.
+        const QImage image = softEdge(kRed, kBlue, 0xFF812081u);
+        const LabelPlane plane = reduceFlat(image, { kRed, kBlue, 0xFF802080u });
+        for (uint16_t label : plane.labels)
+            QVERIFY(label < 2);
+    }
+
+    void rareColourFarFromAllOthersIsKept()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32);
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, qRgb(0, 60 + y / 4 * 3, 255)); // a sky in 50 blues
+        }
+        for (int y = 100; y < 110; ++y) {
+            for (int x = 100; x < 110; ++x)
+                image.setPixel(x, y, kRed);
+        }
+        const std::vector<QRgb> palette = flatPalette(image, 6);
+        QVERIFY(std::find(palette.begin(), palette.end(), kRed) != palette.end());
+        QCOMPARE(palette.size(), std::size_t(6));
+    }
+
+    // A line has soft edges alone, in rows 28 to 32.
+    static QImage softLine(QRgb ground, QRgb line)
+    {
+        QImage image(60, 60, QImage::Format_ARGB32);
+        image.fill(ground);
+        for (int x = 0; x < 60; ++x) {
+            for (int y : { 29, 31 })
+                image.setPixel(x, y, mixture(ground, line));
+            image.setPixel(x, 30, line);
+        }
+        return image;
+    }
+
+    static QRgb mixture(QRgb a, QRgb b)
+    {
+        return qRgba((qRed(a) + qRed(b)) / 2, (qGreen(a) + qGreen(b)) / 2,
+                     (qBlue(a) + qBlue(b)) / 2, (qAlpha(a) + qAlpha(b)) / 2);
+    }
+
+    void thinLinesHaveAColour_data()
+    {
+        QTest::addColumn<QRgb>("ground");
+        QTest::addColumn<QRgb>("line");
+        QTest::newRow("green on white") << 0xFFFFFFFFu << 0xFF148C28u;
+        QTest::newRow("white on blue") << kBlue << 0xFFFFFFFFu;
+        QTest::newRow("black on nothing") << 0u << 0xFF000000u;
+    }
+    void thinLinesHaveAColour()
+    {
+        QFETCH(QRgb, ground);
+        QFETCH(QRgb, line);
+        const QImage image = softLine(ground, line);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette.size(), std::size_t(2));
+        const LabelPlane plane = reduceFlat(image, palette);
+        for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
+            QCOMPARE(palette[plane.labels[i]], line);
+        QCOMPARE(palette[plane.labels[0]], ground);
+    }
+
+    void thinLinesDilutedByTheirEdgesStayTheirColour()
+    {
+        // Half of the line's colour is left, and the colour itself is to be seen elsewhere.
+        QImage image = softLine(0xFFFFFFFFu, mixture(0xFFFFFFFFu, kBlue));
+        for (int i = 0; i < 100; ++i)
+            image.setPixel(10 + i % 10, 10 + i / 10, kBlue);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { 0xFFFFFFFFu, kBlue }));
+        const LabelPlane plane = reduceFlat(image, palette);
+        for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
+            QCOMPARE(int(plane.labels[i]), 1);
+    }
+
+    void softEdgesAreNoLines()
+    {
+        const QImage image = softEdge(kRed, kBlue, mixture(kRed, kBlue));
+        QCOMPARE(accentsIn(image, RidgeMap(image), { kRed, kBlue }, 16).size(), std::size_t(0));
+        for (int x = 0; x < image.width(); ++x)
+            QVERIFY(!ridgeAt(image, x, image.height() / 2).found);
+    }
+
+    void pixelsAreMadeSquareWhereTheyFit()
+    {
+        QImage image(20, 10, QImage::Format_ARGB32);
+        image.fill(kRed);
+        image.setDotsPerMeterX(4000);
+        image.setDotsPerMeterY(2000);
+        QVERIFY(!resolutionOf(image).isSquare());
+        QCOMPARE(withSquarePixels(image).size(), QSize(20, 20));
+        QVERIFY(resolutionOf(withSquarePixels(image)).isSquare());
+        image.setDotsPerMeterY(200); // that cannot be true
+        QVERIFY(resolutionOf(image).isSquare());
+        QImage large(13000, 13000, QImage::Format_Mono);
+        large.setDotsPerMeterX(4000);
+        large.setDotsPerMeterY(1000);
+        QVERIFY(withSquarePixels(large).isNull());
+    }
+
+    void texturesAreNoLines()
+    {
+        QImage image(60, 60, QImage::Format_ARGB32);
+        image.fill(kRed);
+        for (int y = 10; y < 50; ++y) {
+            for (int x = 10; x < 50; ++x)
+                image.setPixel(x, y, y % 2 ? qRgb(160, 160, 160) : qRgb(205, 205, 205));
+        }
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        for (QRgb grey : { qRgb(160, 160, 160), qRgb(205, 205, 205) })
+            QVERIFY(std::find(palette.begin(), palette.end(), grey) != palette.end());
+    }
+
+    void translucentColoursFillWhatOpaqueOnesLeave()
+    {
+        QImage image(160, 20, QImage::Format_ARGB32);
+        for (int y = 0; y < 20; ++y) {
+            for (int x = 0; x < 160; ++x)
+                image.setPixel(x, y, qRgba(x / 20 * 30, 255 - x / 20 * 30, 90, 128));
+        }
+        QCOMPARE(flatPalette(image, 16).size(), std::size_t(8));
+        QCOMPARE(flatPalette(image, 5).size(), std::size_t(5));
+    }
+
+    void accentsTakeThePlacesOfLessUsefulColours()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32);
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, qRgb(120 + x / 2, 120 + x / 2, 120 + x / 2)); // greys
+        }
+        for (int y = 0; y < 200; ++y)
+            image.setPixel(100, y, qRgb(200, 120, 0));
+        const std::vector<QRgb> palette = flatPalette(image, 6);
+        QCOMPARE(palette.size(), std::size_t(6));
+        const auto isOrange = [](QRgb colour) { return qRed(colour) > qBlue(colour) + 100; };
+        QCOMPARE(std::count_if(palette.begin(), palette.end(), isOrange), std::ptrdiff_t(1));
+    }
+
+    void transparencyIsAnEntryOfItsOwn()
+    {
+        QImage image = softEdge(0x00FFFFFFu, kBlue, 0x802020E0u);
+        const std::vector<QRgb> palette = flatPalette(image, 16);
+        QCOMPARE(palette, (std::vector<QRgb> { kBlue, 0u }));
+        const LabelPlane plane = reduceFlat(image, palette);
+        QCOMPARE(int(plane.labels.front()), 1);
+        QCOMPARE(int(plane.labels.back()), 0);
+    }
+
+    void settledAlphaKeepsAreasAndGivesEdgesAway()
+    {
+        QImage image(30, 30, QImage::Format_ARGB32);
+        image.fill(0x60FF0000u);
+        image.setPixel(3, 3, 0xC0FF0000u);
+        image.setPixel(9, 9, 0x10FF0000u);
+        QImage faint = image;
+        settleAlpha(&faint, 3);
+        QCOMPARE(faint.pixel(0, 0), 0x60FF0000u); // or nothing would be left
+        for (int i = 0; i < 100; ++i)
+            image.setPixel(20 + i % 10, 20 + i / 10, 0xFFFF0000u);
+        QImage one = image;
+        settleAlpha(&one, 3);
+        QCOMPARE(one.pixel(0, 0), 0u); // three colours have no room for it
+        settleAlpha(&image, 4);
+        QCOMPARE(image.pixel(0, 0), 0x60FF0000u);
+        QCOMPARE(image.pixel(3, 3), 0xFFFF0000u);
+        QCOMPARE(image.pixel(9, 9), 0u);
+    }
+
+    void levelsOfTransparencyAreColoursToo()
+    {
+        QImage image(200, 200, QImage::Format_ARGB32); // a shadow of ten levels beside a red area
+        for (int y = 0; y < 200; ++y) {
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, x < 100 ? kRed : qRgba(0, 0, 0, 20 * ((x - 100) / 10)));
+        }
+        settleAlpha(&image, 8);
+        const std::vector<QRgb> palette = medianPalette(image, 8);
+        QCOMPARE(std::count_if(palette.begin(), palette.end(),
+                               [](QRgb c) { return qAlpha(c) != 0 && qAlpha(c) != 255; }),
+                 std::ptrdiff_t(2));
+        QVERIFY(palette.size() <= 8 + 1);
+        for (int x = 100; x < 200; ++x) // to the nearest that stays
+            QVERIFY(qAbs(qAlpha(image.pixel(x, 0)) - 20 * ((x - 100) / 10)) <= 60);
+    }
+
+    void medianPaletteOfOneColour()
+    {
+        const QImage image = softEdge(kRed, kRed, kRed);
+        QCOMPARE(medianPalette(image, 1), std::vector<QRgb> { kRed });
+        QVERIFY(!medianPalette(image, 300).empty());
+    }
+
+    void blendKeepsTheOrderOfChannelValues()
+    {
+        // Without the inverted top bits 120 and 140 would be far apart for the engine.
+        const QImage image
+            = softEdge(qRgb(120, 120, 120), qRgb(250, 250, 250), qRgb(140, 140, 140));
+        const LabelPlane plane = reduceBlend(image, { qRgb(130, 130, 130), qRgb(240, 240, 240) },
+                                             { { "monochrome", 0 },
+                                               { "mincolorratio", 0 },
+                                               { "blurradius", 0 },
+                                               { "colorquantcycles", 3 } });
+        QCOMPARE(int(plane.labels[10]), 0);
+        QCOMPARE(plane.colours[1], qRgb(250, 250, 250));
+        QCOMPARE(qRed(plane.colours[0]), (10 * 120 + 140) / 11);
+    }
+
+    void entriesAndColoursMatch()
+    {
+        for (QRgb colour : { 0xFF000000u, 0xFFFFFFFFu, 0x80123456u, 0xFF7F80FFu })
+            QCOMPARE(colourOfEntry(entryOfColour(colour)), colour);
+        QCOMPARE(qAlpha(colourOfEntry(entryOfColour(0xFA000000u))), 255);
+        QCOMPARE(qAlpha(colourOfEntry(entryOfColour(0x05000000u))), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Segment)
+#include "tst_segment.moc"

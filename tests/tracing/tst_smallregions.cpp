@@ -1,0 +1,110 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The merging of small areas and of slivers, against the plain statement pixel by pixel.
+#include "Planes.h"
+
+#include "tracing/smallregions.h"
+
+#include <QTest>
+
+using namespace ztrace;
+using namespace planes;
+
+namespace {
+
+// Label n is the grey 20 n.
+int greyDistance(uint16_t a, uint16_t b)
+{
+    return 60 * std::abs(int(a) - int(b));
+}
+
+// Many labels are as far from each other.
+int parityDistance(uint16_t a, uint16_t b)
+{
+    return (a + b) % 2;
+}
+
+std::vector<uint16_t> onRuns(const Plane &plane, std::size_t least, int similar,
+                             const LabelDistance &distance)
+{
+    const Runs before = scanRuns(plane.labels.data(), plane.width, plane.height);
+    Runs runs = before;
+    const bool changed = mergeSmallRegions(&runs, least, similar, distance);
+    if (changed != (runs.label != before.label))
+        return {};
+    std::vector<uint16_t> labels = plane.labels;
+    paint(before, runs.label, labels.data());
+    return labels;
+}
+
+QStringList merged(const QStringList &rows, std::size_t least, int similar = 0)
+{
+    const Plane plane = planeOf(rows);
+    return textOf({ plane.width, plane.height, onRuns(plane, least, similar, greyDistance) });
+}
+
+} // namespace
+
+class tst_SmallRegions : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void smallRegionGoesToTheMostSimilarNeighbour()
+    {
+        QCOMPARE(merged({ "00044", "00144", "00044" }, 5),
+                 (QStringList { "00044", "00044", "00044" }));
+    }
+
+    void equallySimilarOnesAreChosenByTheirBorder()
+    {
+        QCOMPARE(merged({ "02222", "01222", "02222" }, 5),
+                 (QStringList { "02222", "02222", "02222" }));
+    }
+
+    void largeEnoughStays()
+    {
+        const QStringList rows = { "0000", "0110", "0110", "0000" };
+        QCOMPARE(merged(rows, 8), rows);
+        QCOMPARE(merged(rows, 9), (QStringList { "0000", "0000", "0000", "0000" }));
+    }
+
+    void sliverGoesToWhatIsSimilarOnly()
+    {
+        const QStringList rows = { "0013", "0013", "0013" };
+        QCOMPARE(merged(rows, 1, 59), rows);
+        QCOMPARE(merged(rows, 1, 60), (QStringList { "0003", "0003", "0003" }));
+    }
+
+    void theOnlyRegionStays() { QCOMPARE(merged({ "3" }, 100), QStringList { "3" }); }
+
+    void labelsAreThePlainOnes()
+    {
+        Random random(21);
+        int changed = 0;
+        forEachPlane(21, [&](const Plane &plane) {
+            for (const auto &distance : { greyDistance, parityDistance }) {
+                const std::size_t least = at(below(&random, 20));
+                const int similar = below(&random, 3) * 60;
+                Plane expected = plane;
+                reference::mergeSmallRegions(&expected, least, similar, distance);
+                const std::vector<uint16_t> labels = onRuns(plane, least, similar, distance);
+                QVERIFY2(labels == expected.labels, qPrintable(describe(plane)));
+                changed += labels != plane.labels;
+            }
+        });
+        QVERIFY(changed > 1200);
+    }
+
+    void largeNoise()
+    {
+        Random random(22);
+        const Plane plane = noise(&random, 900, 700, 40);
+        Plane expected = plane;
+        reference::mergeSmallRegions(&expected, 12, 120, greyDistance);
+        QVERIFY(onRuns(plane, 12, 120, greyDistance) == expected.labels);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SmallRegions)
+#include "tst_smallregions.moc"

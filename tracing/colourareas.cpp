@@ -1,0 +1,130 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "segmentation.h"
+
+#include "smallregions.h"
+
+#include "imaging/colour.h"
+#include "imaging/failure.h"
+#include "imaging/palette.h"
+#include "imaging/paper.h"
+#include "imaging/segment.h"
+#include "imaging/upsample.h"
+
+#include <algorithm>
+
+namespace ztrace {
+
+namespace {
+
+const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
+
+LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
+{
+    if (!flat.palette.empty()) {
+        QImage binary(picture); // the soft edges of the picture still tell where they run
+        makeAlphaBinary(&binary);
+        stages->end("palette");
+        return reduceFlat(binary, flat.palette);
+    }
+    const std::vector<QRgb> colours = flatPalette(picture, flat.colours);
+    stages->end("palette");
+    return reduceFlat(picture, colours);
+}
+
+LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
+{
+    settleAlpha(picture, blend.colours);
+    std::vector<QRgb> start;
+    if (!blend.chosenByEngine && blend.colours > 0)
+        start = medianPalette(*picture, blend.colours);
+    stages->end("palette");
+    return reduceBlend(*picture, start, blend.engine);
+}
+
+Runs runsOf(const LabelPlane &plane)
+{
+    return scanRuns(plane.labels.data(), plane.width, plane.height);
+}
+
+// Areas below a border go to their neighbours.
+void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Runs *runs)
+{
+    if (least <= 0.0)
+        return;
+    mergeSmallRegions(
+        runs, static_cast<std::size_t>(std::min(least, 1e15)), fringes ? kFringe : 0,
+        [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); });
+}
+
+// A grid of its own is kept where its geometry is set directly.
+int upsamplingOf(const QImage &picture, const LabelPlane &plane, const Geometry &geometry,
+                 TraceReport *report)
+{
+    if (geometry.upsampling == 0)
+        return usefulUpsampling(picture, plane);
+    if (geometry.upsampling == 1 || hasSoftEdges(picture, plane))
+        return geometry.upsampling;
+    report->remarks.push_back(Remark::NoSoftEdges);
+    return 1;
+}
+
+QImage prepared(Picture picture, const Preparation &preparation)
+{
+    QImage image = picture.takeImage().convertToFormat(QImage::Format_ARGB32);
+    if (image.isNull())
+        throwNoRoom();
+    if (qAlpha(preparation.background) != 0)
+        putOnPaper(&image, preparation.background);
+    roundAlpha(&image);
+    return image;
+}
+
+} // namespace
+
+Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
+                         TraceReport *report)
+{
+    const Geometry &geometry = plan.geometry;
+    QImage image = prepared(std::move(picture), plan.preparation);
+    stages->end("prepare");
+
+    stages->begin("choosing colours");
+    const Flat *flat = std::get_if<Flat>(&plan.segmentation);
+    const Blend *blend = std::get_if<Blend>(&plan.segmentation);
+    LabelPlane plane
+        = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
+
+    stages->begin("joining areas");
+    Segmented segmented;
+    Runs runs = runsOf(plane);
+    const std::vector<uint16_t> before = runs.label;
+    mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
+    if (geometry.upsampling != 1) {
+        Runs merged = std::move(runs);
+        std::vector<uint16_t> after = before;
+        after.swap(merged.label);
+        paint(merged, after, plane.labels.data());
+        merged = Runs();
+        segmented.upsampling = upsamplingOf(image, plane, geometry, report);
+        if (segmented.upsampling > 1) {
+            if (double(plane.pixels()) * segmented.upsampling * segmented.upsampling
+                > double(kMostPlanePixels))
+                throwNoRoom();
+            plane = upsampled(image, plane, segmented.upsampling);
+        }
+        runs = runsOf(plane);
+        if (segmented.upsampling > 1)
+            mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
+                       &runs);
+    }
+    segmented.areas.colours = plane.colours;
+    segmented.areas.runs = std::move(runs);
+    image = QImage();
+    plane = LabelPlane();
+    separateAreas(&segmented.areas);
+    segmented.engine = flat ? flat->engine : blend->engine;
+    stages->end("reduce");
+    return segmented;
+}
+
+} // namespace ztrace

@@ -1,0 +1,362 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "composition.h"
+
+#include "components.h"
+#include "containment.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const int kNone = -1;
+
+// Of a segment: its type, then its points; a line ends with the second.
+enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
+
+class Arranger
+{
+public:
+    Arranger(const Areas &areas, const std::vector<LabelOutline> &sources, std::vector<Outline> *o)
+        : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
+    {
+        const Components components = findComponents(areas.runs, Connectivity::Corners);
+        neighbours = findNeighbours(areas.runs, components);
+        parent = findParents(components, neighbours);
+        regions = components.list;
+        outlineOf.assign(regions.size(), kNone);
+        regionOf.assign(sources.size(), kNone);
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            const auto found
+                = std::lower_bound(regions.begin(), regions.end(), sources[i].firstPixel,
+                                   [](const Component &region, std::size_t pixel) {
+                                       return region.firstPixel < pixel;
+                                   });
+            if (found == regions.end() || found->firstPixel != sources[i].firstPixel)
+                continue;
+            regionOf[i] = static_cast<int>(found - regions.begin());
+            outlineOf[at(regionOf[i])] = static_cast<int>(i);
+        }
+    }
+
+    // Cuts every region that is not opaque out of what lies around it, up to the next region
+    // that is not opaque either: that one is cut out of the rest already.
+    void cutTransparent()
+    {
+        for (std::size_t r = 0; r < regions.size(); ++r) {
+            const int hole = outlineOf[r];
+            if (hole == kNone || alphaOf(static_cast<int>(r)) == 255)
+                continue;
+            for (int around = parent[r]; around != kInNothing; around = parent[at(around)]) {
+                const int alpha = alphaOf(around);
+                if (alpha == 0)
+                    break;
+                if (outlineOf[at(around)] != kNone)
+                    (*outlines)[at(outlineOf[at(around)])].holes.push_back(hole);
+                if (alpha < 255)
+                    break;
+            }
+        }
+    }
+
+    // Cuts everything out of the region right around it, so that no outline paints over
+    // another.
+    void cutAll()
+    {
+        for (std::size_t r = 0; r < regions.size(); ++r) {
+            int around = parent[r];
+            while (around != kInNothing && outlineOf[at(around)] == kNone)
+                around = parent[at(around)];
+            if (outlineOf[r] != kNone && around != kInNothing)
+                (*outlines)[at(outlineOf[at(around)])].holes.push_back(outlineOf[r]);
+        }
+    }
+
+    // The colour that most pixels have.
+    QRgb commonestColour() const
+    {
+        std::vector<std::size_t> areas(colours.size(), 0);
+        for (const Component &region : regions)
+            areas[at(region.label)] += region.area;
+        return colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
+                                                - areas.begin())];
+    }
+
+    // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
+    // Where the ground has the colour of one of the two, the hairline shows what should be there.
+    // An area beside transparency would grow into that, so that a neighbour which has none beside
+    // it is stroked instead, although its own outline grows then. Where `apart`, areas are cut out
+    // of what lies around them and have their seams with it, too.
+    void closeSeams(const Drawing &drawing, bool apart)
+    {
+        const std::vector<int> places = placesInPainting(drawing, apart);
+        const std::vector<bool> touchesClear = findBesideClear();
+        std::vector<bool> isStroked(regions.size(), false);
+        std::vector<bool> isAbove(regions.size(), false);
+        for (const auto &pair : neighbours) {
+            const std::size_t a = at(pair.first);
+            const std::size_t b = at(pair.second);
+            const bool nested = parent[b] == pair.first;
+            const bool onGround
+                = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
+            if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
+                || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
+                continue;
+            const std::size_t below = places[a] < places[b] ? a : b;
+            const std::size_t above = below == a ? b : a;
+            const bool spare = !apart && touchesClear[below] && !touchesClear[above];
+            isStroked[spare ? above : below] = true;
+            isAbove[above] = true;
+        }
+        const bool hasGround = qAlpha(drawing.ground) != 0;
+        const double usual = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
+                continue;
+            const std::size_t region = at(regionOf[i]);
+            const int around = parent[region];
+            const bool onOpaque = !apart && around != kInNothing && alphaOf(around) == 255;
+            if (isStroked[region] && onOpaque)
+                (*outlines)[i].seam = kSeamWidthOnOpaque;
+            else if (isStroked[region])
+                (*outlines)[i].seam
+                    = touchesClear[region] ? std::min(usual, kSeamWidthBesideClear) : usual;
+            else if (apart && !hasGround && isAbove[region])
+                (*outlines)[i].seam = kSeamWidthApart;
+            else if (!hasGround && (around == kInNothing || alphaOf(around) < 255))
+                (*outlines)[i].seam = kSeamWidthAtRim;
+        }
+    }
+
+    // The outline of the page itself goes: of a region that reaches all four sides of the image and
+    // runs along half of its rim. Returns whether there was one.
+    bool dropFrame()
+    {
+        const std::size_t rim = 2 * static_cast<std::size_t>(width + height);
+        std::vector<bool> keep(regionOf.size(), true);
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone)
+                continue;
+            const Component &region = regions[at(regionOf[i])];
+            keep[i] = region.left > 0 || region.top > 0 || region.right < width - 1
+                || region.bottom < height - 1 || 2 * std::size_t(region.rim) < rim;
+        }
+        retain(keep);
+        return std::find(keep.begin(), keep.end(), false) != keep.end();
+    }
+
+    // Outlines of other colours go, but for the holes of those that stay.
+    void keepColours(const std::vector<QRgb> &wanted)
+    {
+        const auto isWanted = [&wanted](const Outline &outline) {
+            return qAlpha(outline.colour) != 0
+                && std::find(wanted.begin(), wanted.end(), outline.colour | 0xFF000000u)
+                != wanted.end();
+        };
+        std::vector<bool> keep(outlines->size(), false);
+        for (std::size_t i = 0; i < outlines->size(); ++i)
+            keep[i] = isWanted((*outlines)[i]);
+        std::vector<bool> kept = keep;
+        for (std::size_t i = 0; i < outlines->size(); ++i) {
+            if (!keep[i])
+                continue;
+            Outline &outline = (*outlines)[i];
+            outline.seam = 0.0;
+            for (int hole : outline.holes) {
+                if (keep[at(hole)])
+                    continue;
+                kept[at(hole)] = true;
+                (*outlines)[at(hole)].colour = outline.colour & 0x00FFFFFFu;
+                (*outlines)[at(hole)].layer = outline.layer;
+                (*outlines)[at(hole)].holes.clear();
+            }
+        }
+        retain(kept);
+    }
+
+    // A hole belongs to the layer of what it is cut out of; one in nothing is not an outline.
+    void dropTransparent()
+    {
+        std::vector<bool> keep(outlines->size(), true);
+        for (std::size_t i = 0; i < outlines->size(); ++i) {
+            if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
+                continue;
+            const int around = parent[at(regionOf[i])];
+            // Ringed by several areas it lies in what is transparent, and is the hole of none.
+            const bool inNothing = around == kInNothing || alphaOf(around) == 0;
+            const int owner = inNothing ? kNone : outlineOf[at(around)];
+            keep[i] = owner != kNone;
+            if (!keep[i])
+                continue;
+            (*outlines)[i].layer = (*outlines)[at(owner)].layer;
+            (*outlines)[i].colour = (*outlines)[at(owner)].colour & 0x00FFFFFFu;
+        }
+        retain(keep);
+    }
+
+private:
+    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+    // When each region's outline is painted; kNone for one without.
+    std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
+    {
+        std::vector<int> places(regions.size(), kNone);
+        int place = 0;
+        const QStringList layers = byLayer ? drawing.layers() : QStringList(QString());
+        for (const QString &layer : layers) {
+            for (std::size_t i = 0; i < regionOf.size(); ++i) {
+                if (regionOf[i] != kNone && (!byLayer || layerName((*outlines)[i]) == layer))
+                    places[at(regionOf[i])] = place++;
+            }
+        }
+        return places;
+    }
+
+    std::vector<bool> findBesideClear() const
+    {
+        std::vector<bool> besideClear(regions.size(), false);
+        for (const auto &pair : neighbours) {
+            if (alphaOf(pair.second) < 255)
+                besideClear[at(pair.first)] = true;
+            if (alphaOf(pair.first) < 255)
+                besideClear[at(pair.second)] = true;
+        }
+        return besideClear;
+    }
+
+    QRgb colourOf(int region) const { return colours[at(regions[at(region)].label)]; }
+
+    int alphaOf(int region) const { return qAlpha(colourOf(region)); }
+
+    void retain(const std::vector<bool> &keep)
+    {
+        std::vector<int> place(keep.size(), kNone);
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < keep.size(); ++i) {
+            if (!keep[i])
+                continue;
+            place[i] = static_cast<int>(count);
+            if (count != i)
+                (*outlines)[count] = std::move((*outlines)[i]);
+            regionOf[count] = regionOf[i];
+            ++count;
+        }
+        outlines->resize(count);
+        regionOf.resize(count);
+        for (Outline &outline : *outlines) {
+            std::vector<int> holes;
+            for (int hole : outline.holes) {
+                if (place[at(hole)] != kNone)
+                    holes.push_back(place[at(hole)]);
+            }
+            outline.holes.swap(holes);
+        }
+    }
+
+    const std::vector<QRgb> &colours;
+    int width; // of the grid
+    int height;
+    std::vector<Component> regions;
+    std::vector<Neighbours> neighbours;
+    std::vector<int> parent; // of every region
+    std::vector<Outline> *outlines;
+    std::vector<int> outlineOf; // of every region
+    std::vector<int> regionOf;  // of every outline
+};
+
+// From the grid, y downwards, to the drawing.
+class ToDrawing
+{
+public:
+    ToDrawing(int gridHeight, int upsampling) : height(gridHeight), divisor(upsampling) { }
+
+    Point operator()(const double *point) const
+    {
+        return Point(point[0] / divisor, (height - point[1]) / divisor);
+    }
+
+private:
+    double height;
+    double divisor;
+};
+
+Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
+{
+    Path shape;
+    shape.moveTo(toDrawing(segments[0].field + kStart));
+    shape.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double *field = segments[i].field;
+        if (field[kType] == kLineType)
+            shape.lineTo(toDrawing(field + kMiddle));
+        else
+            shape.quadraticTo(toDrawing(field + kMiddle), toDrawing(field + kEnd));
+    }
+    return shape;
+}
+
+std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
+{
+    const ToDrawing toDrawing(areas.runs.height, upsampling);
+    std::vector<Outline> outlines;
+    outlines.reserve(traced.outlines.size());
+    for (const LabelOutline &source : traced.outlines) {
+        Outline outline;
+        outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
+        outline.colour = areas.colours[static_cast<std::size_t>(source.label)];
+        outline.layer = layerOfColour(outline.colour);
+        outlines.push_back(std::move(outline));
+    }
+    return outlines;
+}
+
+} // namespace
+
+QString layerOfColour(QRgb colour)
+{
+    if (qAlpha(colour) == 0)
+        return QLatin1String("TRANSPARENT");
+    return QLatin1String("COLOR_") + QString::fromLatin1(colourName(colour).mid(1).toUpper());
+}
+
+Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition)
+{
+    Drawing drawing;
+    drawing.width = areas.runs.width / upsampling;
+    drawing.height = areas.runs.height / upsampling;
+    drawing.outlines = outlinesOf(traced, areas, upsampling);
+    if (drawing.outlines.empty())
+        return drawing;
+    const bool opaque = std::all_of(areas.colours.begin(), areas.colours.end(),
+                                    [](QRgb colour) { return qAlpha(colour) == 255; });
+    const bool whole = composition.onlyColours.empty();
+    const bool apart = composition.byLayer || !whole;
+    const bool coloured = painting == Painting::Areas;
+    if (opaque && painting == Painting::InkOnPaper && whole)
+        drawing.ground = *std::max_element(areas.colours.begin(), areas.colours.end(),
+                                           [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
+    if (opaque && !coloured && !apart && composition.frame)
+        return drawing;
+    Arranger arranger(areas, traced.outlines, &drawing.outlines);
+    if (apart)
+        arranger.cutAll();
+    else
+        arranger.cutTransparent();
+    if (opaque && coloured && whole)
+        drawing.ground = arranger.commonestColour();
+    if (!composition.transparent)
+        arranger.dropTransparent();
+    // What is left of the paper would lie on the ground, which is the page as well.
+    if (!composition.frame && arranger.dropFrame())
+        drawing.ground = 0;
+    if (composition.trapping && (coloured || composition.byLayer))
+        arranger.closeSeams(drawing, composition.byLayer);
+    if (!whole)
+        arranger.keepColours(composition.onlyColours);
+    return drawing;
+}
+
+} // namespace ztrace

@@ -1,0 +1,49 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What the engine's outlines are in a drawing: colours, layers, what is cut out of what.
+#ifndef ZTRACE_TRACING_COMPOSITION_H
+#define ZTRACE_TRACING_COMPOSITION_H
+
+#include "drawing/Drawing.h"
+#include "engine/labels.h"
+#include "Areas.h"
+#include "plan.h"
+
+namespace ztrace {
+
+// Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
+// Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
+const double kSeamWidth = 1.0;
+const double kSeamWidthWithoutGround = 1.5;
+// Of outlines that reach what is not opaque: half of the stroke lies over it.
+const double kSeamWidthBesideClear = 1.25;
+// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
+// over that.
+const double kSeamWidthOnOpaque = 0.5;
+// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
+// from both sides.
+const double kSeamWidthApart = 0.5;
+// Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
+const double kSeamWidthAtRim = 0.25;
+
+// How areas are painted beside each other.
+enum class Painting {
+    InkOnPaper, // two tones: the paper is the ground, and nothing shows between them
+    Areas,      // side by side, on a ground of the commonest colour
+    AsTheyAre   // the engine's own outlines
+};
+
+// Makes a drawing of outlines. `areas` are what they were traced in, on a grid
+// `upsampling` times as fine as the pixels of the picture, which the drawing is measured in.
+// Painted in order, the outlines give the picture back: later ones lie over earlier ones. What is
+// not opaque is cut out of everything that it would be painted over by. Fully transparent outlines
+// stay only as such holes, unless they are asked for.
+Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition);
+
+// The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.
+QString layerOfColour(QRgb colour);
+
+} // namespace ztrace
+
+#endif

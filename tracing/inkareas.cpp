@@ -1,0 +1,119 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "segmentation.h"
+
+#include "imaging/failure.h"
+#include "imaging/ink.h"
+#include "imaging/paper.h"
+#include "imaging/scan.h"
+#include "imaging/segment.h"
+
+#include <algorithm>
+
+namespace ztrace {
+
+namespace {
+
+const int kBetweenBlackAndWhite = 127;
+const std::size_t kLargePicture = 2500000; // pixels of a page that is fine enough as it is
+const int kUsefulUpsampling = 2;           // three times gives more numbers and no better outlines
+
+// Options that steer the engine's own reduction to a palette.
+bool engineReduces(const EngineOptions &options)
+{
+    return std::any_of(options.begin(), options.end(), [](const auto &option) {
+        return option.first != "ltres" && option.first != "qtres" && option.first != "pathomit";
+    });
+}
+
+int upsamplingOf(const CleanPage &clean, const Geometry &geometry, TraceReport *report)
+{
+    if (clean.bilevel || geometry.upsampling == 1)
+        return 1;
+    const std::size_t pixels = static_cast<std::size_t>(clean.page.width())
+        * static_cast<std::size_t>(clean.page.height());
+    if (geometry.upsampling == 0 && pixels > kLargePicture)
+        return 1;
+    if (hasSoftInk(clean.page, clean.tones.counts, clean.threshold))
+        return geometry.upsampling > 0 ? geometry.upsampling : kUsefulUpsampling;
+    if (geometry.upsampling > 1)
+        report->remarks.push_back(Remark::NoSoftEdges);
+    return 1;
+}
+
+// Black and white, for the engine's own reduction.
+QImage pictureOf(const Runs &runs)
+{
+    QImage picture(runs.width, runs.height, QImage::Format_ARGB32);
+    if (picture.isNull())
+        throwNoRoom();
+    forEachRun(runs, [&](uint32_t run, int y, int begin, int end) {
+        QRgb *words = reinterpret_cast<QRgb *>(picture.scanLine(y));
+        std::fill(words + begin, words + end,
+                  runs.label[run] == kInkLabel ? 0xFF000000u : 0xFFFFFFFFu);
+    });
+    return picture;
+}
+
+// The engine's own areas where its options were asked for.
+Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
+                    const EngineOptions &options)
+{
+    const LabelPlane plane
+        = reduceInk(upsampling > 1 || clean.bilevel
+                        ? pictureOf(areas.runs)
+                        : clean.page.asImage().convertToFormat(QImage::Format_RGB32),
+                    options);
+    return { scanRuns(plane.labels.data(), plane.width, plane.height), plane.colours };
+}
+
+void tell(const CleanPage &clean, TraceReport *report)
+{
+    report->angle = clean.angle;
+    report->evenedOut = clean.evenedOut;
+    report->threshold = clean.wholePage ? clean.threshold : -1;
+    if (clean.unclear)
+        report->remarks.push_back(Remark::NoClearDirection);
+}
+
+} // namespace
+
+Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Stages *stages,
+                     TraceReport *report)
+{
+    stages->begin("preparing");
+    const CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    tell(clean, report);
+    Segmented segmented;
+    Areas &areas = segmented.areas;
+    areas.colours = { 0xFF000000u, 0xFFFFFFFFu };
+    int threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
+    segmented.upsampling = upsamplingOf(clean, plan.geometry, report);
+    if (segmented.upsampling > 1) {
+        areas.runs = fineInkRuns(clean.page, threshold, segmented.upsampling);
+        threshold = kBetweenBlackAndWhite;
+    } else {
+        areas.runs = inkRuns(clean.page, threshold);
+    }
+    EngineOptions options = { { "monochrome", 1 },
+                              { "alphathreshold", 255 },
+                              { "colorsampling", 0 },
+                              { "numberofcolors", 2 },
+                              { "colorquantcycles", 1 },
+                              { "blurradius", 0 },
+                              { "brightnessthreshold", threshold } };
+    setOptions(ink.engine, &options);
+    if (engineReduces(ink.engine)) {
+        areas = areasByEngine(clean, areas, segmented.upsampling, options);
+    } else if (separateAreas(&areas)) {
+        // Two colours are not enough to keep all areas apart that have to be.
+        options["monochrome"] = 0;
+        options["numberofcolors"] = double(areas.colours.size());
+    }
+    for (QRgb &colour : areas.colours)
+        colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
+    segmented.engine = options;
+    stages->end("prepare");
+    return segmented;
+}
+
+} // namespace ztrace

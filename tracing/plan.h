@@ -1,0 +1,105 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What a trace is to do, settled before anything runs: no value is left open here, and none names
+// an option or a file.
+#ifndef ZTRACE_TRACING_PLAN_H
+#define ZTRACE_TRACING_PLAN_H
+
+#include <QRgb>
+
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "drawing/Drawing.h"
+#include "imaging/scan.h"
+
+namespace ztrace {
+
+// Options of the engine by name, which go to it as they are.
+typedef std::map<std::string, double> EngineOptions;
+
+// What happens to the picture before it is split into areas.
+struct Preparation
+{
+    QRgb background = 0; // put under what is transparent, where its own alpha is not 0
+};
+
+// Ink and paper by a threshold.
+struct Ink
+{
+    ScanPlan scan;
+    QRgb inkColour = 0xFF000000u;
+    QRgb paperColour = 0xFFFFFFFFu;
+    EngineOptions engine; // said by the user; where they steer its reduction the engine splits
+};
+
+// The picture's own flat colours; soft edges go to the areas beside them.
+struct Flat
+{
+    int colours = 0;           // at most
+    std::vector<QRgb> palette; // exactly these, when not empty; a clear entry keeps transparency
+    EngineOptions engine;      // for the report
+};
+
+// A palette chosen for the picture, refined by the engine.
+struct Blend
+{
+    int colours = 0;             // at most; below 1 the engine makes what it makes
+    bool chosenByEngine = false; // the engine starts from a palette of its own
+    EngineOptions engine;
+};
+
+// The picture as it is, everything left to the engine.
+struct Raw
+{
+    EngineOptions engine;
+};
+
+typedef std::variant<Ink, Flat, Blend, Raw> Segmentation;
+
+// How finely outlines follow the areas.
+struct Geometry
+{
+    // How far lines and curves may be from the outline of the pixels, in pixels; the second value
+    // is for outlines on a finer grid, where soft edges tell more than pixels do.
+    double lineTolerance = 1.0;
+    double lineToleranceFiner = 0.5;
+    double curveTolerance = 1.0;
+    double curveToleranceFiner = 0.5;
+    double leastBorder
+        = 8.0;          // areas with fewer pixel edges go to their neighbours, or are left out
+    int upsampling = 0; // how many times finer than pixels the grid is; 0: as is useful
+
+    // Areas a pixel wide that are similar to a neighbour are fringes of soft edges and go to it.
+    bool fringes = false;
+
+    // ltres, qtres and pathomit on that grid, in the engine's own units; they go before the others.
+    EngineOptions engine;
+};
+
+// What becomes of the outlines.
+struct Composition
+{
+    bool byLayer = false;          // every area is cut out of what lies around it
+    bool trapping = true;          // strokes close the hairlines between neighbours
+    bool frame = true;             // the outline of the page itself stays
+    bool transparent = false;      // fully transparent areas have outlines of their own
+    std::vector<QRgb> onlyColours; // nothing but these, when not empty
+};
+
+struct TracePlan
+{
+    unsigned seed = 1; // of the engine's random numbers
+    Preparation preparation;
+    Segmentation segmentation;
+    Geometry geometry;
+    Composition composition;
+    double dpi = 0.0; // pixels an inch; 0: the picture's own
+    Unit unit = Unit::Pixel;
+};
+
+} // namespace ztrace
+
+#endif

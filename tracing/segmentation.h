@@ -1,0 +1,42 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// From a picture to areas, as the plan says.
+#ifndef ZTRACE_TRACING_SEGMENTATION_H
+#define ZTRACE_TRACING_SEGMENTATION_H
+
+#include "Areas.h"
+#include "imaging/Picture.h"
+#include "plan.h"
+#include "stages.h"
+
+namespace ztrace {
+
+struct Segmented
+{
+    Areas areas; // those that must not be one have labels of their own, also where they touch
+    int upsampling = 1;   // how many times as fine as pixels their grid is
+    EngineOptions engine; // what the areas came from, for the report
+};
+
+// Ink and paper.
+Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Stages *stages,
+                     TraceReport *report);
+
+// Flat colours, or the colours of a palette. Areas too small to be kept have gone to their
+// neighbours.
+Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
+                         TraceReport *report);
+
+// Sets options to values, whether they are there or not.
+void setOptions(const EngineOptions &values, EngineOptions *options);
+
+// All twelve options, at the engine's defaults where `values` says nothing.
+EngineOptions allOptions(const EngineOptions &values);
+
+// Gives areas that touch at a corner only, and must not be one, labels of their own; returns
+// whether there were any.
+bool separateAreas(Areas *areas);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,29 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The merging of areas that are too small to be drawn.
+#ifndef ZTRACE_TRACING_SMALLREGIONS_H
+#define ZTRACE_TRACING_SMALLREGIONS_H
+
+#include "tracing/runs.h"
+
+#include <functional>
+
+namespace ztrace {
+
+// How different the colours of two labels are; at least 0, and the same in both orders.
+typedef std::function<int(uint16_t, uint16_t)> LabelDistance;
+
+// Gives every area (Connectivity::Corners) with fewer than `leastBorder` edges to the neighbouring
+// label with the most similar colour; of equally similar ones to the one with the longest common
+// border, then to the lowest. So do areas of any length that are a pixel wide, if that neighbour's
+// colour is within `similar`: they are fringes of soft edges.
+//
+// The smallest area goes first, and each looks at what the ones before it have become. All is done
+// four times over, since areas grow together. The runs stay; their labels change. Returns whether
+// any did.
+bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
+                       const LabelDistance &distance);
+
+} // namespace ztrace
+
+#endif
