@@ -131,7 +131,7 @@ class Faults(FaultTest):
     def test_contents(self):
         self.each_kind({"write": 5, "fsync": 5}, **STAGE)
         self.each_kind({"write": 1, "fsync": 1}, **STAGE, lasting=1)
-        self.each_kind({"write": 10}, **STAGE, portion=1000)
+        self.each_kind({"write": 8}, **STAGE, portion=1000)
 
     def test_close(self):
         self.each_kind({"close": 5}, **STAGE)
