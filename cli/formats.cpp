@@ -3,6 +3,7 @@
 
 #include "failure.h"
 
+#include "drawing/files.h"
 #include "drawing/output.h"
 
 #include <QFile>
@@ -64,14 +65,12 @@ FileKind kindOf(const QString &fileName)
     struct stat info;
     if (stat(QFile::encodeName(fileName).constData(), &info) != 0) {
         if (errno != ENOENT && errno != ENOTDIR)
-            failToWrite(bytesOf(fileName), QString::fromLocal8Bit(std::strerror(errno)));
+            failToWrite(bytesOf(fileName), reasonText(errno));
         return FileKind::Nothing;
     }
     if (S_ISDIR(info.st_mode))
         return FileKind::Folder;
-    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode)
-        ? FileKind::Stream
-        : FileKind::File;
+    return isStreamMode(info.st_mode) ? FileKind::Stream : FileKind::File;
 }
 
 QString besideInput(const std::string &input, const Format &format)

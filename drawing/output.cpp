@@ -150,13 +150,6 @@ bool OutputFiles::nameFiles(QString *fileName, QString *error)
     return false;
 }
 
-bool isStream(const QString &fileName)
-{
-    struct stat info;
-    return ::stat(QFile::encodeName(fileName).constData(), &info) == 0
-        && isStreamMode(info.st_mode);
-}
-
 bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error)
 {
     OutputFiles output;

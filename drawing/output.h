@@ -51,9 +51,6 @@ private:
     QSet<QByteArray> folders; // where nothing of killed runs is left
 };
 
-// Whether a name is that of a device, a pipe or a socket.
-bool isStream(const QString &fileName);
-
 // One file alone.
 bool writeWhole(const QString &fileName, const DeviceWriter &write, QString *error);
 

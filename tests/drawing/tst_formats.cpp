@@ -257,8 +257,9 @@ private slots:
     {
         Drawing drawing;
         drawing.outlines.resize(1000);
-        for (int i = 0; i < 1000; ++i)
-            drawing.outlines[0].shape.appendVertex(ZVector(i, i % 2));
+        drawing.outlines[0].shape.moveTo(Point(0, 0));
+        for (int i = 1; i < 1000; ++i)
+            drawing.outlines[0].shape.lineTo(Point(i, i % 2));
         for (std::size_t i = 1; i < drawing.outlines.size(); ++i)
             drawing.outlines[i].holes.push_back(0);
         const QByteArray text
@@ -276,8 +277,8 @@ private slots:
         for (int i = 0; i < 20000; ++i) {
             Outline &outline = drawing.outlines[static_cast<std::size_t>(i)];
             outline.layer = QString(QChar(0x4000 + i));
-            outline.shape.appendVertex(ZVector(0, 0));
-            outline.shape.appendVertex(ZVector(1, i));
+            outline.shape.moveTo(Point(0, 0));
+            outline.shape.lineTo(Point(1, i));
         }
         const QByteArray dxf = dxfOf(drawing);
         QVERIFY(dxf.contains("\n2\n_\n") && dxf.contains("\n2\n__2\n"));
