@@ -50,6 +50,8 @@ public:
         std::size_t best = 0;
         int least = colourDistance(word, entries[0].colour);
         for (std::size_t i = 1; i < count; ++i) {
+            if (least == 0)
+                break;
             const int distance = colourDistance(word, entries[i].colour);
             if (distance < least) {
                 best = i;

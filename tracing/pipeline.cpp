@@ -109,9 +109,9 @@ void report(const OutlineOptions &options, EngineOptions *engine)
 // Colours in use, each once.
 std::vector<QRgb> coloursIn(const LabelPlane &plane)
 {
-    std::vector<bool> used(plane.colours.size(), false);
+    std::vector<char> used(plane.colours.size(), 0);
     for (uint16_t label : plane.labels)
-        used[label] = true;
+        used[label] = 1;
     std::vector<QRgb> palette;
     for (std::size_t k = 0; k < used.size(); ++k) {
         const QRgb colour = plane.colours[k];
