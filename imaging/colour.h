@@ -7,7 +7,9 @@
 #include <QImage>
 #include <QRgb>
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -19,6 +21,22 @@ namespace ztrace {
 inline const QRgb *row(const QImage &image, int y)
 {
     return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
+
+// Where the run of words ends that are equal to the one at `x`: at `width` at the latest.
+inline int endOfRun(const QRgb *words, int x, int width)
+{
+    const QRgb word = words[x];
+    const uint64_t two = uint64_t(word) << 32 | word;
+    uint64_t next = 0;
+    for (++x; x + 1 < width; x += 2) {
+        std::memcpy(&next, words + x, sizeof next);
+        if (next != two)
+            break;
+    }
+    while (x < width && words[x] == word)
+        ++x;
+    return x;
 }
 
 // Sum of the differences of red, green and blue.

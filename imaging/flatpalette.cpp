@@ -56,26 +56,18 @@ QRgb meanOf(const double *sums, double pixels)
     return qRgba(mean(0), mean(1), mean(2), mean(3));
 }
 
-int endOfRun(const QRgb *words, int x, int width)
-{
-    const QRgb word = words[x];
-    do
-        ++x;
-    while (x < width && words[x] == word);
-    return x;
-}
-
 // How often a colour fills a 2 x 2 block.
 WordTable countBlocks(const QImage &image)
 {
     WordTable blocks;
+    const int width = image.width();
     for (int y = 0; y + 1 < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const QRgb *below = row(image, y + 1);
         int end = 0;
-        for (int x = 0; x < image.width(); x = end) {
+        for (int x = 0; x < width; x = end) {
             const QRgb word = words[x];
-            end = endOfRun(words, x, image.width());
+            end = endOfRun(words, x, width);
             uint32_t count = 0;
             for (; x + 1 < end; ++x)
                 count += below[x] == word && below[x + 1] == word;
@@ -136,13 +128,14 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
 {
     const WordTable blocks = countBlocks(image);
     Cells cells;
+    const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const uint8_t *marks = edges.row(y);
         int end = 0;
-        for (int x = 0; x < image.width(); x = end) {
+        for (int x = 0; x < width; x = end) {
             const QRgb word = words[x];
-            end = endOfRun(words, x, image.width());
+            end = endOfRun(words, x, width);
             if (qAlpha(word) == 0)
                 continue;
             const bool flat = blocks.of(word) >= kLeastFlat;

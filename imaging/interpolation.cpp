@@ -91,19 +91,26 @@ struct SubpixelColours::OpaqueHalves
     explicit OpaqueHalves(const Window &words)
     {
         const __m128i none = _mm_setzero_si128();
+        const auto channels = [none](__m128i halves) {
+            return _mm_cvtepi32_ps(_mm_unpacklo_epi16(halves, none));
+        };
         for (std::size_t v = 0; v < kWindow; ++v) {
-            for (std::size_t u = 0; u < kWindow; ++u) {
-                const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(words[v][u]));
-                window[v][u] = _mm_cvtepi32_ps(
-                    _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, none), none));
-            }
+            const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words[v].data()));
+            const __m128i low = _mm_unpacklo_epi8(four, none);
+            const __m128i high = _mm_unpackhi_epi8(four, none);
+            const __m128i fifth = _mm_cvtsi32_si128(static_cast<int>(words[v][4]));
+            window[v][0] = channels(low);
+            window[v][1] = _mm_cvtepi32_ps(_mm_unpackhi_epi16(low, none));
+            window[v][2] = channels(high);
+            window[v][3] = _mm_cvtepi32_ps(_mm_unpackhi_epi16(high, none));
+            window[v][4] = channels(_mm_unpacklo_epi8(fifth, none));
         }
     }
 
-    static __m128 sum(const __m128 *from, const std::array<double, kTaps> &weights)
+    static __m128 sum(const __m128 *from, const Part &part)
     {
         const auto tap = [&](std::size_t i) {
-            return _mm_mul_ps(_mm_set1_ps(static_cast<float>(weights[i])), from[i]);
+            return _mm_mul_ps(_mm_loadu_ps(part.wide[i].data()), from[i]);
         };
         return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
     }
@@ -123,45 +130,52 @@ struct SubpixelColours::OpaqueHalves
         for (std::size_t i = 0; i < parts.size(); ++i) {
             __m128 column[kWindow];
             for (std::size_t v = 0; v < kWindow; ++v)
-                column[v] = sum(&window[v][parts[i].first], parts[i].weights);
+                column[v] = sum(&window[v][parts[i].first], parts[i]);
             for (std::size_t j = 0; j < parts.size(); ++j)
                 target[j * parts.size() + i]
-                    = inRange(sum(&column[parts[j].first], parts[j].weights));
+                    = inRange(sum(&column[parts[j].first], parts[j]));
         }
     }
 };
 #endif
 
-SubpixelColours::SubpixelColours(const QImage &source, int parts_)
-    : image(source),
-      factor(static_cast<std::size_t>(parts_)),
-      exact((parts_ & (parts_ - 1)) == 0),
+SubpixelColours::SubpixelColours(const QImage &image, int partsOfSide)
+    : first(row(image, 0)),
+      stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
+      width(image.width()),
+      height(image.height()),
+      factor(static_cast<std::size_t>(partsOfSide)),
+      exact((partsOfSide & (partsOfSide - 1)) == 0),
       colours(factor * factor)
 {
-    for (int part = 0; part < parts_; ++part) {
-        const double offset = (2.0 * part + 1.0 - parts_) / (2.0 * parts_); // from the middle
-        const double t = offset < 0.0 ? offset + 1.0 : offset;
-        parts.push_back({ offset < 0.0 ? std::size_t(0) : std::size_t(1),
-                          { { ((-t + 2.0) * t - 1.0) * t / 2.0,
-                              ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
-                              ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0,
-                              (t - 1.0) * t * t / 2.0 } } });
+    for (int i = 0; i < partsOfSide; ++i) {
+        const double offset = (2.0 * i + 1.0 - partsOfSide) / (2.0 * partsOfSide);
+        const double t = offset < 0.0 ? offset + 1.0 : offset; // from the second pixel
+        Part part;
+        part.first = offset < 0.0 ? 0 : 1;
+        part.weights
+            = { { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
+                  ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 } };
+        for (std::size_t tap = 0; tap < kTaps; ++tap)
+            part.wide[tap].fill(static_cast<float>(part.weights[tap]));
+        parts.push_back(part);
     }
 }
 
 SubpixelColours::Window SubpixelColours::windowAt(int x, int y) const
 {
     const int kHalf = kWindow / 2;
-    const bool within = x >= kHalf && x + kHalf < image.width();
+    const bool within = x >= kHalf && x + kHalf < width;
     Window window;
     for (int v = 0; v < kWindow; ++v) {
-        const QRgb *words = row(image, std::max(0, std::min(image.height() - 1, y + v - kHalf)));
+        const QRgb *words = first + std::max(0, std::min(height - 1, y + v - kHalf)) * stride;
         std::array<QRgb, kWindow> &line = window[static_cast<std::size_t>(v)];
-        for (int u = 0; u < kWindow; ++u) {
-            const int place = x + u - kHalf;
-            line[static_cast<std::size_t>(u)]
-                = words[within ? place : std::max(0, std::min(image.width() - 1, place))];
+        if (within) {
+            std::copy_n(words + x - kHalf, kWindow, line.begin());
+            continue;
         }
+        for (int u = 0; u < kWindow; ++u)
+            line[static_cast<std::size_t>(u)] = words[std::max(0, std::min(width - 1, x + u - kHalf))];
     }
     return window;
 }

@@ -17,7 +17,7 @@ namespace ztrace {
 // image its last pixel goes on. What is transparent has no share in the hue. Source of the cubic:
 // E. Catmull and R. Rom, 1974. The page is docs/imaging/upsample.md.
 //
-// Keeps a reference to the image, which must be ARGB32, and no more than the weights of the parts.
+// The image must be ARGB32 and outlive the object.
 class SubpixelColours
 {
 public:
@@ -37,6 +37,7 @@ private:
     {
         std::size_t first;
         std::array<double, kTaps> weights;
+        std::array<std::array<float, 4>, kTaps> wide; // each weight once for every channel
     };
     typedef std::array<std::array<QRgb, kWindow>, kWindow> Window;
 
@@ -46,7 +47,10 @@ private:
     Window windowAt(int x, int y) const;
     QRgb inOrder(const Window &window, const Part &across, const Part &down) const;
 
-    const QImage &image;
+    const QRgb *first;
+    const std::ptrdiff_t stride; // words
+    const int width;
+    const int height;
     const std::size_t factor;
     const bool exact; // every sum is free of rounding, so that its order does not matter
     std::vector<Part> parts;

@@ -42,14 +42,17 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
         const QRgb *words = row(image, y);
         const uint8_t *marks = edges.row(y);
         const std::size_t before = plane->labels.size();
-        LabelOfWord current = { 0, false };
-        for (int x = 0; x < plane->width; ++x) {
-            if (x == 0 || words[x] != words[x - 1])
-                current = labelOf(words[x], plane->colours, nearest);
-            const bool clear = current.exact || (marks[x] & EdgeMap::kEdge) == 0;
-            labels[static_cast<std::size_t>(x)] = clear ? current.label : kUnlabelled;
-            if (!clear)
+        int end = 0;
+        for (int x = 0; x < plane->width; x = end) {
+            end = endOfRun(words, x, plane->width);
+            const LabelOfWord run = labelOf(words[x], plane->colours, nearest);
+            std::fill(labels.begin() + x, labels.begin() + end, run.label);
+            for (; !run.exact && x < end; ++x) {
+                if ((marks[x] & EdgeMap::kEdge) == 0)
+                    continue;
+                labels[static_cast<std::size_t>(x)] = kUnlabelled;
                 waiting.push_back(static_cast<uint32_t>(before + static_cast<std::size_t>(x)));
+            }
         }
         plane->labels.insert(plane->labels.end(), labels.begin(), labels.end());
     }

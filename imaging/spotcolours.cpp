@@ -39,11 +39,11 @@ std::vector<Shade> shadesOfLines(const QImage &image, const EdgeMap &edges)
 {
     std::vector<uint16_t> places(16 * 16 * 16, uint16_t(0));
     std::vector<Shade> shades;
+    const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const uint8_t *marks = edges.row(y);
-        for (int x = nextSet(marks, 0, image.width()); x < image.width();
-             x = nextSet(marks, x + 1, image.width())) {
+        for (int x = nextSet(marks, 0, width); x < width; x = nextSet(marks, x + 1, width)) {
             if (!edges.isLine(x, y))
                 continue;
             uint16_t &place = places[cubeOf(words[x])];

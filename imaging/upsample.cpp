@@ -27,16 +27,19 @@ const int kDiluted = 96;       // colourDistance; a label whose colour is farthe
 class Choice
 {
 public:
-    Choice(const QImage &image, const LabelPlane &plane, int x, int y)
+    // Row y of the labels, and rows y - 1 to y + 1 of the words, as far as there are any.
+    Choice(const LabelPlane &plane, const uint16_t *labels, const std::array<const QRgb *, 3> &words,
+           int x)
     {
-        const std::size_t stride = static_cast<std::size_t>(plane.width);
-        const uint16_t *labels = plane.labels.data() + static_cast<std::size_t>(y) * stride;
-        add(labels[x], row(image, y)[x], plane);
-        for (int v = std::max(0, y - 1); v <= std::min(plane.height - 1, y + 1); ++v) {
-            const QRgb *words = row(image, v);
-            labels = plane.labels.data() + static_cast<std::size_t>(v) * stride;
-            for (int u = std::max(0, x - 1); u <= std::min(plane.width - 1, x + 1); ++u)
-                add(labels[u], words[u], plane);
+        add(labels[x], words[1][x], plane);
+        const int left = std::max(0, x - 1);
+        const int right = std::min(plane.width - 1, x + 1);
+        for (int v = 0; v < 3; ++v) {
+            if (!words[static_cast<std::size_t>(v)])
+                continue;
+            const uint16_t *line = labels + std::ptrdiff_t(v - 1) * plane.width;
+            for (int u = left; u <= right; ++u)
+                add(line[u], words[static_cast<std::size_t>(v)][u], plane);
         }
         for (std::size_t i = 0; i < count; ++i) {
             if (entries[i].distance <= kDiluted)
@@ -50,6 +53,8 @@ public:
         std::size_t best = 0;
         int least = colourDistance(word, entries[0].colour);
         for (std::size_t i = 1; i < count; ++i) {
+            if (least == 0)
+                break;
             const int distance = colourDistance(word, entries[i].colour);
             if (distance < least) {
                 best = i;
@@ -70,7 +75,7 @@ private:
     void add(uint16_t label, QRgb word, const LabelPlane &plane)
     {
         std::size_t place = 0;
-        while (place < count && entries[place].label != label)
+        while (place < count && label != entries[place].label)
             ++place;
         if (place < count && entries[place].distance <= kDiluted)
             return;
@@ -116,19 +121,23 @@ LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, cons
     SubpixelColours colours(image, factor);
     BorderRows borders(plane);
     for (int y = 0; y < plane.height; ++y) {
-        widen(plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts), plane.width,
-              parts, rows.data());
+        const uint16_t *labels
+            = plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts);
+        widen(labels, plane.width, parts, rows.data());
         for (std::size_t j = 1; j < parts; ++j)
             std::copy_n(rows.begin(), stride, rows.data() + j * stride);
         const uint8_t *border = borders.next();
+        const std::array<const QRgb *, 3> words
+            = { { y > 0 ? row(image, y - 1) : nullptr, row(image, y),
+                  y + 1 < plane.height ? row(image, y + 1) : nullptr } };
         for (int x = nextSet(border, 0, plane.width); x < plane.width;
              x = nextSet(border, x + 1, plane.width)) {
-            const auto labelOf = choose(x, y);
-            const QRgb *words = colours.at(x, y);
+            const auto labelOf = choose(labels, words, x);
+            const QRgb *part = colours.at(x, y);
             uint16_t *corner = rows.data() + static_cast<std::size_t>(x) * parts;
             for (std::size_t j = 0; j < parts; ++j, corner += stride) {
                 for (std::size_t i = 0; i < parts; ++i)
-                    corner[i] = labelOf(*words++);
+                    corner[i] = labelOf(*part++);
             }
         }
         fine.labels.insert(fine.labels.end(), rows.begin(), rows.end());
@@ -163,9 +172,11 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
 
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
-    return refine(image, plane, factor, [&](int x, int y) {
-        return [choice = Choice(image, plane, x, y)](QRgb word) { return choice.nearest(word); };
-    });
+    return refine(image, plane, factor,
+                  [&](const uint16_t *labels, const std::array<const QRgb *, 3> &words, int x) {
+                      const Choice choice(plane, labels, words, x);
+                      return [choice](QRgb word) { return choice.nearest(word); };
+                  });
 }
 
 } // namespace ztrace

@@ -60,6 +60,15 @@ QImage fewColours(int width, int height, Random *random)
     return filled(width, height, [&] { return words[(*random)() % 6]; });
 }
 
+// Differences about as long as a ridge needs.
+QImage faint(int width, int height, Random *random)
+{
+    return filled(width, height, [&] {
+        const int grey = 100 + static_cast<int>((*random)() % 12) * 4;
+        return qRgb(grey, grey + static_cast<int>((*random)() % 8), grey);
+    });
+}
+
 // Shapes and thin lines with soft edges, on paper or on nothing, drawn by arithmetic.
 QImage drawing(int width, int height, bool onPaper, Random *random)
 {
@@ -120,6 +129,7 @@ std::vector<Case> cases()
     }
     all.push_back({ "noise with alpha", noise(61, 47, false, &random) });
     all.push_back({ "few colours", fewColours(64, 48, &random) });
+    all.push_back({ "faint", faint(60, 50, &random) });
     all.push_back({ "shading", shading(90, 70, &random) });
     for (int i = 0; i < 6; ++i) {
         all.push_back({ "drawing on paper", drawing(71 + i, 60, true, &random) });
@@ -280,6 +290,15 @@ private slots:
                 QCOMPARE(std::ptrdiff_t(nearest.of(word)), first - palette.begin());
             }
         }
+    }
+
+    void nearestColourAtTheRimOfACube()
+    {
+        // As far from the first as from the second, whose cube it is.
+        NearestColour nearest({ qRgb(15, 15, 60), qRgb(0, 0, 0), qRgb(250, 0, 0), qRgb(0, 250, 0),
+                                qRgb(250, 250, 0) });
+        QCOMPARE(int(nearest.of(qRgb(15, 15, 15))), 0);
+        QCOMPARE(int(nearest.of(qRgb(14, 15, 15))), 1);
     }
 
     void distances()
