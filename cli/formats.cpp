@@ -69,8 +69,9 @@ FileKind kindOf(const QString &fileName)
     }
     if (S_ISDIR(info.st_mode))
         return FileKind::Folder;
-    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode) ? FileKind::Stream
-                                                                                     : FileKind::File;
+    return S_ISCHR(info.st_mode) || S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode)
+        ? FileKind::Stream
+        : FileKind::File;
 }
 
 QString besideInput(const std::string &input, const Format &format)
@@ -184,7 +185,7 @@ Output outputNamed(const std::string &name, const Settings &settings)
         throw Failure(kOutputNotWritable, bytesOf(fileName) + ": it is a folder");
     return { fileName,
              kind != FileKind::Stream && tellsFormat ? formatByEnding(fileName)
-                                                 : chosenFormat(settings) };
+                                                     : chosenFormat(settings) };
 }
 
 } // namespace

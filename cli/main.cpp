@@ -7,6 +7,7 @@
 #include "formats.h"
 #include "help.h"
 #include "messages.h"
+#include "onlycolours.h"
 #include "plan.h"
 #include "presets.h"
 #include "progress.h"
@@ -99,14 +100,12 @@ public:
         ProgressLine progressLine(line.settings);
         progress = &progressLine;
         progress->stage("reading " + line.input);
-        const ImageSource source(line.input);
-        if (source.isCutShort())
-            warn(inputName(line.input)
-                 + ": the image is incomplete; what is missing has one colour");
+        const ImageSource source(line.input, { line.settings.maxPixels, line.settings.maxMemory });
         if (source.isDrawing()) {
             convert(source, outputs);
             return kSuccess;
         }
+        tellOfSource(source);
         if (line.settings.page > 0) {
             trace(source, line.settings.page, outputs);
             return kSuccess;
@@ -119,6 +118,29 @@ private:
     {
         if (!line.settings.quiet && told.insert(text).second)
             tell(text);
+    }
+
+    void tellOfSource(const ImageSource &source)
+    {
+        const std::string name = inputName(line.input);
+        if (source.filesLeftOut() > 0)
+            warn(name + ": files that the image names are not loaded");
+        if (line.given.count("page"))
+            return;
+        const int pages = std::max(source.pages(), source.pagesClaimed());
+        if (pages > 1) {
+            warn(name + ": page 1 of " + std::to_string(pages)
+                 + " is traced (see --page; --page all takes every one)");
+        }
+    }
+
+    void tellOfEnding(Ending ending)
+    {
+        const std::string name = inputName(line.input);
+        if (ending == Ending::CutShort)
+            warn(name + ": the image is incomplete; what is missing has one colour");
+        if (ending == Ending::Untold)
+            warn(name + ": whether the image is complete cannot be told of this format");
     }
 
     void useConfiguration()
@@ -197,6 +219,7 @@ private:
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
         QImage image = source.read(page, !line.settings.raw);
+        tellOfEnding(source.ending(page));
         Look look = { "raw", "" };
         progress->stage("looking");
         if (line.settings.background && !line.settings.raw) {
@@ -208,12 +231,9 @@ private:
         for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
             warn(sentence);
         useResolution(settings, outputs, &picture);
-        TraceResult result = traceImage(std::move(picture), planOf(settings),
-                                        [this](const char *stage) { progress->stage(stage); });
+        TraceResult result = traceOnly(std::move(picture), planOf(settings));
         for (Remark remark : result.report.remarks)
             warn(sentenceOf(remark));
-        if (result.drawing.outlines.empty() && !settings.onlyColours.empty())
-            warn("no area has a colour of --only-color (--stats lists the palette)");
         result.drawing.about = aboutTrace(result, look, settings);
         write(result.drawing, settings, outputs, [&](std::FILE *stream) {
             if (settings.stats)
@@ -221,6 +241,23 @@ private:
             if (settings.json)
                 printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
         });
+    }
+
+    // The colours that are to be kept are among the palette's, which is known after a trace.
+    TraceResult traceOnly(Picture picture, TracePlan plan)
+    {
+        const auto announce = [this](const char *stage) { progress->stage(stage); };
+        const std::vector<QRgb> wanted = plan.composition.onlyColours;
+        if (wanted.empty())
+            return traceImage(std::move(picture), plan, announce);
+        TraceResult result = traceImage(picture, plan, announce);
+        std::vector<std::string> notes;
+        plan.composition.onlyColours = nearestInPalette(wanted, result.report.palette, &notes);
+        for (const std::string &note : notes)
+            warn(note);
+        if (plan.composition.onlyColours == wanted)
+            return result;
+        return traceImage(std::move(picture), plan, announce);
     }
 
     // Pixels that are not square are made so, and what has to be guessed is told.

@@ -5,7 +5,6 @@
 #include "gimppalette.h"
 #include "suggest.h"
 
-
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
 #include "imaging/upsample.h"

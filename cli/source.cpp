@@ -3,22 +3,23 @@
 
 #include "failure.h"
 #include "messages.h"
-
-#include "drawing/Drawing.h"
-#include "drawing/signals.h"
+#include "svgfile.h"
+#include "tiffpages.h"
+#include "values.h"
 
 #include <QBuffer>
-#include <QFile>
-#include <QFileInfo>
 #include <QImageReader>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <set>
+#include <memory>
+#include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace ztrace {
 
@@ -29,13 +30,24 @@ namespace {
     throw Failure(kInputUnreadable, name + ": " + reason);
 }
 
-void refuseTooLarge(const std::string &name, const QSize &size)
+const double kMillion = 1e6;
+
+// Bytes a pixel that tracing takes, the decoded image and all that is made from it included.
+const double kBytesOfGrey = 14.0;
+const double kBytesOfColour = 24.0;
+
+// A container of the toolkit holds no more.
+const qint64 kMostBytes = (1LL << 31) - 4096;
+
+bool isGreyFormat(QImage::Format format)
 {
-    if (size.isValid() && 1LL * size.width() * size.height() > kMostPixels) {
-        fail(name,
-             "an image of " + std::to_string(size.width()) + " x " + std::to_string(size.height())
-                 + " pixels is too large to be traced");
-    }
+    return format == QImage::Format_Mono || format == QImage::Format_MonoLSB
+        || format == QImage::Format_Grayscale8;
+}
+
+std::string millions(double value)
+{
+    return shortText(std::ceil(value));
 }
 
 void checkReadable(QImageReader *reader, const std::string &name)
@@ -47,23 +59,95 @@ void checkReadable(QImageReader *reader, const std::string &name)
 
 } // namespace
 
-ImageSource::ImageSource(const std::string &fileName) : name(fileName)
+ImageSource::ImageSource(const std::string &fileName, const SourceLimits &sourceLimits)
+    : name(fileName), limits(sourceLimits)
 {
-    QFile file(QFile::decodeName(fileName.c_str()));
     if (fileName == "-") {
         name = "standard input";
-        if (!file.open(stdin, QIODevice::ReadOnly))
-            fail(name, "cannot be read");
-    } else if (QFileInfo(file).isDir()) {
-        fail(name, "is a folder");
-    } else if (!file.open(QIODevice::ReadOnly)) {
-        fail(name, file.errorString().toLocal8Bit().toStdString());
+        readAll(STDIN_FILENO);
+    } else {
+        const int file = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
+        if (file < 0)
+            fail(name, std::strerror(errno));
+        const auto closeFile = [](const int *descriptor) { close(*descriptor); };
+        const std::unique_ptr<const int, decltype(closeFile)> closer(&file, closeFile);
+        readAll(file);
     }
-    data = file.readAll();
+    if (data.isEmpty())
+        fail(name, "is empty");
     if (data.startsWith("\xEF\xBB\xBF{"))
         data.remove(0, 3); // editors put a byte order mark before a drawing
-    if (data.isEmpty())
-        fail(name, file.error() == QFileDevice::NoError ? "is empty" : "cannot be read");
+    if (isDrawing())
+        return;
+    {
+        const Silence silence;
+        QBuffer buffer(&data);
+        buffer.open(QIODevice::ReadOnly);
+        format = QImageReader(&buffer).format();
+    }
+    end = endingOf(data, format);
+    if (format.startsWith("svg"))
+        useSvg();
+}
+
+// Until the end, which endless input does not have.
+void ImageSource::readAll(int descriptor)
+{
+    const qint64 most = static_cast<qint64>(
+        std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes)));
+    struct stat info;
+    if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
+        fail(name, "is a folder");
+    if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= most)
+        data.reserve(static_cast<int>(info.st_size) + 1);
+    std::vector<char> part(1 << 16);
+    for (;;) {
+        const ssize_t size = ::read(descriptor, part.data(), part.size());
+        if (size < 0 && errno == EINTR)
+            continue;
+        if (size < 0)
+            fail(name, std::string("cannot be read: ") + std::strerror(errno));
+        if (size == 0)
+            return;
+        if (data.size() + size > most) {
+            fail(name,
+                 "has more than " + millions(static_cast<double>(most) / kMillion)
+                     + " million bytes (see --max-memory)");
+        }
+        data.append(part.data(), static_cast<int>(size));
+    }
+}
+
+void ImageSource::useSvg()
+{
+    const double most = std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes));
+    const QByteArray text = withoutNamedFiles(data, static_cast<qint64>(most), &leftOut);
+    if (text.isNull())
+        fail(name, "the image is damaged or incomplete (its text has no end)");
+    data = text;
+    format = "svg";
+}
+
+void ImageSource::refuseTooLarge(const QSize &size, bool isGrey) const
+{
+    const double pixels = double(size.width()) * double(size.height());
+    const std::string image = "an image of " + std::to_string(size.width()) + " x "
+        + std::to_string(size.height()) + " pixels ";
+    if (!size.isValid())
+        return;
+    if (pixels > limits.pixels * kMillion) {
+        fail(name,
+             image + "has more than " + shortText(limits.pixels)
+                 + " million pixels (see --max-pixels)");
+    }
+    if (pixels > double(kMostPixels))
+        fail(name, image + "is too large to be traced");
+    const double megabytes = pixels * (isGrey ? kBytesOfGrey : kBytesOfColour) / kMillion;
+    if (megabytes > limits.megabytes) {
+        fail(name,
+             image + "takes " + millions(megabytes) + " million bytes of memory, more than "
+                 + shortText(limits.megabytes) + " (see --max-memory)");
+    }
 }
 
 void ImageSource::requireFile(const std::string &fileName)
@@ -84,32 +168,28 @@ int ImageSource::pages() const
     return std::max(1, reader.imageCount());
 }
 
-// A TIFF is a chain of directories: a count of entries, the entries of 12 bytes, the place of the
-// next directory.
 int ImageSource::pagesClaimed() const
 {
-    const bool little = data.startsWith(QByteArray("II*\0", 4));
-    if (!little && !data.startsWith(QByteArray("MM\0*", 4)))
-        return 0;
-    const auto number = [&](qint64 at, int bytes) {
-        qint64 value = 0;
-        for (int i = 0; i < bytes; ++i) {
-            const int byte = static_cast<unsigned char>(data.at(static_cast<int>(at + i)));
-            value |= static_cast<qint64>(byte) << (8 * (little ? i : bytes - 1 - i));
-        }
-        return value;
-    };
-    const int kEntry = 12;
-    std::set<qint64> places;
-    qint64 place = data.size() >= 8 ? number(4, 4) : 0;
-    while (place != 0 && places.insert(place).second) {
-        // A directory that is not there is a page nevertheless.
-        const qint64 end = place + 2 > data.size() ? place : place + 2 + kEntry * number(place, 2);
-        if (place + 2 > data.size() || end + 4 > data.size())
-            break;
-        place = number(end, 4);
-    }
-    return static_cast<int>(places.size());
+    return static_cast<int>(tiffPages(data).size());
+}
+
+// Some readers lose their place when they are asked for the size, so this is one for the question
+// alone. False when there is no such page.
+bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
+{
+    QByteArray bytes = data;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    checkReadable(&reader, name);
+    const int count = reader.imageCount();
+    if (page > 1 && page > count && count > 0)
+        return false;
+    if (page > 1)
+        reader.jumpToImage(page - 1); // frames of an animation are as large as the first one
+    *size = reader.size();
+    *isGrey = isGreyFormat(reader.imageFormat());
+    return true;
 }
 
 QImage ImageSource::read(int page, bool upright) const
@@ -121,44 +201,37 @@ QImage ImageSource::read(int page, bool upright) const
     QImageReader reader(&buffer);
     checkReadable(&reader, name);
     reader.setAutoTransform(upright);
-    if (page > 1 && (page > reader.imageCount() || !reader.jumpToImage(page - 1))) {
+    QSize size;
+    bool isGrey = false;
+    bool isThere = askForSize(page, &size, &isGrey);
+    refuseTooLarge(size, isGrey);
+    QImage image;
+    if (isThere && page > 1 && !reader.jumpToImage(page - 1)) {
+        // Readers of animations go from frame to frame only.
+        for (int frame = 1; frame < page && isThere; ++frame)
+            isThere = reader.read(&image);
+    }
+    if (!isThere) {
         fail(name,
              "there is no page " + std::to_string(page) + " (the file has "
                  + std::to_string(std::max(1, reader.imageCount())) + ")");
     }
-    refuseTooLarge(name, reader.size());
-    QImage image;
     if (!reader.read(&image) || image.isNull()) {
-        if (reader.size().isValid() && QImage(reader.size(), QImage::Format_ARGB32).isNull())
+        if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
             throw Failure(kFailed, name + ": the image does not fit into memory");
         fail(name,
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
-    refuseTooLarge(name, image.size());
+    refuseTooLarge(image.size(), isGreyFormat(image.format()));
     return image;
 }
 
-bool ImageSource::isCutShort() const
+Ending ImageSource::ending(int page) const
 {
-    if (!data.startsWith(QByteArray("\xFF\xD8\xFF", 3)))
-        return false;
-    const auto byte = [this](int at) { return static_cast<unsigned char>(data.at(at)); };
-    const int kEnd = 0xD9;
-    int at = 2;
-    while (at + 4 <= data.size()) {
-        // Between segments, and in the data of a scan, where neither stuffed zeros nor restarts end
-        // it.
-        const bool isMarker = byte(at) == 0xFF && byte(at + 1) != 0x00 && byte(at + 1) != 0xFF
-            && (byte(at + 1) < 0xD0 || byte(at + 1) > 0xD7);
-        if (!isMarker) {
-            ++at;
-            continue;
-        }
-        if (byte(at + 1) == kEnd)
-            return false;
-        at += 2 + 256 * byte(at + 2) + byte(at + 3);
-    }
-    return !data.endsWith("\xFF\xD9");
+    const std::vector<bool> pages = tiffPages(data);
+    if (page < 1 || static_cast<std::size_t>(page) > pages.size())
+        return end;
+    return pages[static_cast<std::size_t>(page - 1)] ? Ending::Whole : Ending::CutShort;
 }
 
 bool ImageSource::isDrawing() const

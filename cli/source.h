@@ -9,23 +9,32 @@
 
 #include <string>
 
+#include "ending.h"
+
 namespace ztrace {
 
 // Largest number of pixels that the tracer can hold.
 const long long kMostPixels = ((1LL << 31) - 65) / 4;
 
+// What an input may ask for before it is refused. In millions, as the options say them.
+struct SourceLimits
+{
+    double pixels = 1e6;    // of an image
+    double megabytes = 1e6; // that an image takes while it is traced, or a file has
+};
+
 // An image file, or standard input for "-", read by its contents, whatever its name. Every
 // operation throws a Failure that says what is wrong: no such file, a folder, empty, not an image,
-// damaged, no such page, or too large for the tracer.
+// damaged, no such page, or too large for the tracer or the limits.
 class ImageSource
 {
 public:
-    explicit ImageSource(const std::string &fileName);
+    explicit ImageSource(const std::string &fileName, const SourceLimits &limits = SourceLimits());
 
     // Throws when there is no such file, before anything else is found wrong.
     static void requireFile(const std::string &fileName);
 
-    // Pages of a file that has several; 1 for all others.
+    // Pages of a file that has several, the frames of an animation too; 1 for all others.
     int pages() const;
 
     // Pages that a TIFF lists; its reader stops at the first that it cannot make sense of. 0 for
@@ -35,9 +44,12 @@ public:
     // Page 1 is the first. `upright` turns the image as its own note on orientation says.
     QImage read(int page, bool upright) const;
 
-    // True for a JPEG that ends before its picture does. Its reader gives what is there and fills
-    // the rest; every other format that ends early cannot be read.
-    bool isCutShort() const;
+    // Whether the file ends where its image does; of a TIFF whether the page is there. Its reader
+    // may give what is there and fill the rest.
+    Ending ending(int page) const;
+
+    // Files that an SVG names; they are never loaded.
+    int filesLeftOut() const { return leftOut; }
 
     // True for a drawing that was written as JSON, and for other JSON, which readJson refuses.
     bool isDrawing() const;
@@ -46,8 +58,17 @@ public:
     const QByteArray &contents() const { return data; }
 
 private:
+    void readAll(int descriptor);
+    void useSvg();
+    bool askForSize(int page, QSize *size, bool *isGrey) const;
+    void refuseTooLarge(const QSize &size, bool isGrey) const;
+
     std::string name;
+    SourceLimits limits;
     QByteArray data;
+    QByteArray format; // the toolkit's name of it; empty for drawings and what is no image
+    Ending end = Ending::Untold;
+    int leftOut = 0;
 };
 
 } // namespace ztrace

@@ -1,8 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "Drawing.h"
 
-#include "ZBox.h"
-
 #include <QHash>
 
 #include <algorithm>
@@ -104,9 +102,9 @@ Frame frameOf(const Drawing &drawing)
     for (const Outline &outline : drawing.outlines) {
         if (outline.shape.isEmpty())
             continue;
-        const ZBox box = outline.shape.getBoundingBox();
-        const ZVector low = box.minimum;
-        const ZVector high = box.maximum;
+        const Bounds bounds = boundsOf(outline.shape);
+        const Point low = bounds.low;
+        const Point high = bounds.high;
         frame.x = empty ? low.x : qMin(frame.x, low.x);
         frame.y = empty ? low.y : qMin(frame.y, low.y);
         right = empty ? high.x : qMax(right, high.x);

@@ -11,7 +11,7 @@
 
 #include <vector>
 
-#include "ZPolyline.h"
+#include "Path.h"
 
 namespace ztrace {
 
@@ -29,7 +29,7 @@ bool unitOfName(const QString &name, Unit *unit);
 // Outlines are painted in the order of the drawing, later ones over earlier ones.
 struct Outline
 {
-    ZPolyline shape;
+    Path shape;
     QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
     QString layer;             // empty: layer "0"
 

@@ -12,24 +12,24 @@ const int kMostHalvings = 10;
 const double kLargestBulge = 0.5; // wider arcs are not like a parabola
 const int kProbes = 8;            // parts of a curve with one largest distance at most
 
-ZVector mean(const ZVector &a, const ZVector &b)
+Point mean(const Point &a, const Point &b)
 {
-    return ZVector(0.5 * (a.x + b.x), 0.5 * (a.y + b.y));
+    return Point(0.5 * (a.x + b.x), 0.5 * (a.y + b.y));
 }
 
-double cross(const ZVector &origin, const ZVector &a, const ZVector &b)
+double cross(const Point &origin, const Point &a, const Point &b)
 {
     return (a.x - origin.x) * (b.y - origin.y) - (a.y - origin.y) * (b.x - origin.x);
 }
 
-double distance(const ZVector &a, const ZVector &b)
+double distance(const Point &a, const Point &b)
 {
     return std::hypot(a.x - b.x, a.y - b.y);
 }
 
 // Bulge of the arc from `start` to `end` that leaves in the direction of `ahead`. Source: the
 // angle between an arc's tangent and its chord is half the arc's angle.
-double bulgeFrom(const ZVector &start, const ZVector &ahead, const ZVector &end)
+double bulgeFrom(const Point &start, const Point &ahead, const Point &end)
 {
     const double dx = ahead.x - start.x;
     const double dy = ahead.y - start.y;
@@ -42,7 +42,7 @@ double bulgeFrom(const ZVector &start, const ZVector &ahead, const ZVector &end)
 class Track
 {
 public:
-    Track(const ZVector &start, const ZVector &end, double bulge)
+    Track(const Point &start, const Point &end, double bulge)
         : from(start), to(end), straight(bulge == 0.0)
     {
         PathPiece arc;
@@ -53,13 +53,13 @@ public:
     }
 
     // Along the track at its end, not of length 1.
-    ZVector directionAtEnd() const
+    Point directionAtEnd() const
     {
-        return straight ? ZVector(to.x - from.x, to.y - from.y)
-                        : ZVector(circle.center.y - to.y, to.x - circle.center.x);
+        return straight ? Point(to.x - from.x, to.y - from.y)
+                        : Point(circle.center.y - to.y, to.x - circle.center.x);
     }
 
-    double distanceTo(const ZVector &p) const
+    double distanceTo(const Point &p) const
     {
         if (!straight)
             return std::fabs(distance(p, circle.center) - circle.radius);
@@ -104,18 +104,18 @@ private:
     // Of the sign of the derivative of the distance, up to a sign that is the same everywhere.
     double changeAt(const PathPiece &curve, double t) const
     {
-        const ZVector d(mixed(curve.control1.x - curve.start.x, curve.end.x - curve.control1.x, t),
-                        mixed(curve.control1.y - curve.start.y, curve.end.y - curve.control1.y, t));
+        const Point d(mixed(curve.control1.x - curve.start.x, curve.end.x - curve.control1.x, t),
+                      mixed(curve.control1.y - curve.start.y, curve.end.y - curve.control1.y, t));
         if (straight)
             return (to.x - from.x) * d.y - (to.y - from.y) * d.x;
-        const ZVector p = pointOn(curve, t);
+        const Point p = pointOn(curve, t);
         return (p.x - circle.center.x) * d.x + (p.y - circle.center.y) * d.y;
     }
 
     static double mixed(double a, double b, double t) { return a + t * (b - a); }
 
-    ZVector from;
-    ZVector to;
+    Point from;
+    Point to;
     bool straight;
     Circle circle;
 };
@@ -128,9 +128,9 @@ public:
     // Appends everything but the end of the curve.
     void appendQuadratic(const PathPiece &curve, int halvings)
     {
-        const ZVector &a = curve.start;
-        const ZVector &b = curve.control1;
-        const ZVector &c = curve.end;
+        const Point &a = curve.start;
+        const Point &b = curve.control1;
+        const Point &c = curve.end;
         const double chord = distance(a, c);
         if (chord == 0.0 && distance(a, b) == 0.0)
             return;
@@ -143,8 +143,8 @@ public:
         const double toEnd = distance(a, b);
         const double around = toStart + chord + toEnd;
         // In-center of the control triangle: both arcs touch there.
-        const ZVector joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
-                            (toStart * a.y + chord * b.y + toEnd * c.y) / around);
+        const Point joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
+                          (toStart * a.y + chord * b.y + toEnd * c.y) / around);
         const double first = bulgeFrom(a, b, joint);
         const double second = -bulgeFrom(c, b, joint);
         // Beyond an end of the chord the curve folds back, where arcs would not follow.
@@ -169,7 +169,7 @@ public:
 
 private:
     // Whether b lies beside the chord and not beyond one of its ends.
-    static bool between(const ZVector &a, const ZVector &b, const ZVector &c)
+    static bool between(const Point &a, const Point &b, const Point &c)
     {
         const double along = (b.x - a.x) * (c.x - a.x) + (b.y - a.y) * (c.y - a.y);
         const double chord = distance(a, c);
@@ -177,16 +177,15 @@ private:
     }
 
     // Each arc stands for the part of the curve on its side of the line across their joint.
-    bool isWithin(const PathPiece &curve, const ZVector &joint, double first, double second) const
+    bool isWithin(const PathPiece &curve, const Point &joint, double first, double second) const
     {
         const Track before(curve.start, joint, first);
         const Track after(joint, curve.end, second);
-        const ZVector ahead = before.directionAtEnd();
-        const double side
-            = cross(joint, ZVector(joint.x - ahead.y, joint.y + ahead.x), curve.start);
+        const Point ahead = before.directionAtEnd();
+        const double side = cross(joint, Point(joint.x - ahead.y, joint.y + ahead.x), curve.start);
         const double split = Track::zeroBetween(0.0, 1.0, [&](double t) {
-            const ZVector p = pointOn(curve, t);
-            return (cross(joint, ZVector(joint.x - ahead.y, joint.y + ahead.x), p) < 0.0)
+            const Point p = pointOn(curve, t);
+            return (cross(joint, Point(joint.x - ahead.y, joint.y + ahead.x), p) < 0.0)
                 == (side < 0.0);
         });
         return before.farthest(curve, 0.0, split) <= tolerance
@@ -203,9 +202,10 @@ std::vector<BulgeVertex> bulgeChain(const std::vector<PathPiece> &pieces, double
 {
     std::vector<BulgeVertex> vertices;
     Chain chain(tolerance, &vertices);
-    std::vector<ZVector> points;
+    std::vector<Point> points;
     for (const PathPiece &piece : pieces) {
         switch (piece.kind) {
+        case PathPiece::Spline: // piecesOf leaves none
         case PathPiece::Line:
             vertices.push_back({ piece.start, 0.0 });
             break;
@@ -233,10 +233,10 @@ std::vector<BulgeVertex> lineChain(const std::vector<PathPiece> &pieces, double 
     std::vector<BulgeVertex> vertices;
     if (pieces.empty())
         return vertices;
-    std::vector<ZVector> points(1, pieces.front().start);
+    std::vector<Point> points(1, pieces.front().start);
     for (const PathPiece &piece : pieces)
         flatten(piece, tolerance, &points);
-    for (const ZVector &point : points)
+    for (const Point &point : points)
         vertices.push_back({ point, 0.0 });
     return vertices;
 }

@@ -12,7 +12,7 @@ namespace ztrace {
 // positive to the left; 0 is a straight line.
 struct BulgeVertex
 {
-    ZVector point;
+    Point point;
     double bulge;
 };
 

@@ -6,8 +6,6 @@
 #include "dxf_skeleton.h"
 #include "pieces.h"
 
-#include "ZBox.h"
-
 #include <QHash>
 #include <QSet>
 
@@ -48,6 +46,22 @@ QByteArray validName(const QString &name, bool old)
     return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
+// What the splines of a degree have in common: counts and knots of a Bezier curve.
+std::string splineHead(int degree)
+{
+    std::string head;
+    DxfText out(&head);
+    out.group(100, "AcDbSpline");
+    out.group(70, kPlanar);
+    out.group(71, degree);
+    out.group(72, 2 * (degree + 1));
+    out.group(73, degree + 1);
+    out.group(74, 0);
+    for (int i = 0; i < 2 * (degree + 1); ++i)
+        out.number(40, i <= degree ? 0.0 : 1.0);
+    return head;
+}
+
 class DxfWriter
 {
 public:
@@ -64,7 +78,7 @@ public:
         // Enough for every entity: one a piece at most, one an outline, and the layers.
         std::size_t entities = layers.size();
         for (const Outline &outline : drawing.outlines)
-            entities += static_cast<std::size_t>(outline.shape.countPieces()) + 1;
+            entities += static_cast<std::size_t>(outline.shape.pieces().size()) + 1;
         appendDxfHead(&out, options.version, unitCodeOf(drawing.unit), extents(), layers,
                       static_cast<unsigned>(DxfText::kFirstFreeHandle + entities + 1));
         for (const Outline &outline : drawing.outlines) {
@@ -99,15 +113,15 @@ private:
 
     DxfExtents extents() const
     {
-        ZBox box;
+        Bounds bounds;
         for (const Outline &outline : drawing.outlines)
-            box.growToInclude(outline.shape.getBoundingBox());
+            bounds.grow(boundsOf(outline.shape));
         DxfExtents result;
-        if (box.isValid()) {
-            result.left = box.minimum.x * scale;
-            result.right = box.maximum.x * scale;
-            result.bottom = box.minimum.y * scale;
-            result.top = box.maximum.y * scale;
+        if (bounds.valid) {
+            result.left = bounds.low.x * scale;
+            result.right = bounds.high.x * scale;
+            result.bottom = bounds.low.y * scale;
+            result.top = bounds.high.y * scale;
         }
         return result;
     }
@@ -173,7 +187,7 @@ private:
         }
     }
 
-    void point(int code, const ZVector &p)
+    void point(int code, const Point &p)
     {
         out.number(code, p.x * scale);
         out.number(code + 10, p.y * scale);
@@ -183,14 +197,7 @@ private:
     {
         const int degree = piece.kind == PathPiece::Quadratic ? 2 : 3;
         beginEntity("SPLINE", outline);
-        out.group(100, "AcDbSpline");
-        out.group(70, kPlanar);
-        out.group(71, degree);
-        out.group(72, 2 * (degree + 1));
-        out.group(73, degree + 1);
-        out.group(74, 0);
-        for (int i = 0; i < 2 * (degree + 1); ++i)
-            out.number(40, i <= degree ? 0.0 : 1.0);
+        out.groups(degree == 2 ? quadraticHead : cubicHead);
         controlPoint(piece.start);
         controlPoint(piece.control1);
         if (degree == 3)
@@ -198,7 +205,7 @@ private:
         controlPoint(piece.end);
     }
 
-    void controlPoint(const ZVector &p)
+    void controlPoint(const Point &p)
     {
         point(10, p);
         out.number(30, 0.0);
@@ -206,8 +213,8 @@ private:
 
     void writePolyline(const Outline &outline, std::vector<BulgeVertex> vertices)
     {
-        const ZVector &first = vertices.front().point;
-        const ZVector &last = vertices.back().point;
+        const Point &first = vertices.front().point;
+        const Point &last = vertices.back().point;
         const bool closed = vertices.size() > 2 && first.x == last.x && first.y == last.y;
         if (closed)
             vertices.pop_back();
@@ -236,7 +243,7 @@ private:
     {
         beginEntity("POLYLINE", outline);
         out.group(66, 1);
-        point(10, ZVector(0.0, 0.0));
+        point(10, Point(0.0, 0.0));
         out.number(30, 0.0);
         out.group(70, closed ? kClosed : 0);
         for (const BulgeVertex &vertex : vertices) {
@@ -254,6 +261,8 @@ private:
     const double scale;
     TextSink sink;
     DxfText out;
+    const std::string quadraticHead = splineHead(2);
+    const std::string cubicHead = splineHead(3);
     std::vector<DxfLayer> layers;
     QHash<QString, int> layerOf;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory

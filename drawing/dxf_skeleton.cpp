@@ -5,6 +5,9 @@
 // empty; R12 wants none of the subclass marks and handles.
 #include "dxf_skeleton.h"
 
+#include <charconv>
+#include <cstring>
+
 namespace ztrace {
 
 namespace {
@@ -321,13 +324,17 @@ void DxfText::group(int code, int value)
 
 void DxfText::number(int code, double value)
 {
-    begin(code);
-    const std::size_t before = text->size();
-    appendNumber(text, value);
+    char group[kLongestNumber + 30];
+    char *const start = std::to_chars(group, group + 20, code).ptr;
+    *start = '\n';
+    char *end = writeNumber(start + 1, value);
     // Readers take a real by its point.
-    if (text->find('.', before) == std::string::npos)
-        *text += ".0";
-    *text += '\n';
+    if (!std::memchr(start, '.', static_cast<std::size_t>(end - start))) {
+        *end++ = '.';
+        *end++ = '0';
+    }
+    *end++ = '\n';
+    text->append(group, static_cast<std::size_t>(end - group));
 }
 
 QByteArray DxfText::handle()

@@ -31,6 +31,8 @@ public:
     void group(int code, const QByteArray &value) { group(code, value.constData()); }
     void group(int code, int value);
     void number(int code, double value);
+    // Groups that are put together already.
+    void groups(const std::string &ready) { *text += ready; }
     // Writes a new handle as a group of code 5 and returns it.
     QByteArray handle();
     static QByteArray handleText(unsigned serial);

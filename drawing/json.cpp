@@ -26,7 +26,7 @@ void appendJsonNumber(std::string *text, double value)
         appendNumber(text, value);
 }
 
-void appendPoint(std::string *text, const ZVector &point)
+void appendPoint(std::string *text, const Point &point)
 {
     appendJsonNumber(text, point.x);
     *text += ',';
@@ -35,30 +35,37 @@ void appendPoint(std::string *text, const ZVector &point)
 
 // A piece without its start: ["L", x, y], ["A", bulge, x, y], or ["S", degree, x, y, ...] with
 // all control points but the first; a quadratic, the most frequent one, is ["Q", x, y, x, y].
-void appendPiece(std::string *text, const ZPolyline &shape, int index)
+void appendPiece(std::string *text, const Path &shape, const PathPiece &piece)
 {
-    const int count = shape.countPiecePoints(index);
-    switch (shape.getPieceKind(index)) {
-    case ZPolyline::LinePiece:
+    const auto append = [text](const Point &point) {
+        *text += ',';
+        appendPoint(text, point);
+    };
+    switch (piece.kind) {
+    case PathPiece::Line:
         *text += "[\"L\"";
         break;
-    case ZPolyline::ArcPiece:
+    case PathPiece::Arc:
         *text += "[\"A\",";
-        appendJsonNumber(text, shape.getBulgeAt(index));
+        appendJsonNumber(text, piece.bulge);
         break;
-    case ZPolyline::SplinePiece:
-        if (count == 3 && shape.getPieceDegree(index) == 2) {
-            *text += "[\"Q\"";
-        } else {
-            *text += "[\"S\",";
-            appendWhole(text, shape.getPieceDegree(index));
-        }
+    case PathPiece::Quadratic:
+        *text += "[\"Q\"";
+        append(piece.control1);
+        break;
+    case PathPiece::Cubic:
+        *text += "[\"S\",3";
+        append(piece.control1);
+        append(piece.control2);
+        break;
+    case PathPiece::Spline:
+        *text += "[\"S\",";
+        appendWhole(text, piece.degree);
+        for (std::size_t i = 0; i < piece.innerCount; ++i)
+            append(shape.inner()[piece.firstInner + i]);
         break;
     }
-    for (int i = 1; i < count; ++i) {
-        *text += ',';
-        appendPoint(text, shape.getPiecePointAt(index, i));
-    }
+    append(piece.end);
     *text += ']';
 }
 
@@ -87,14 +94,16 @@ void appendOutline(std::string *text, const Outline &outline)
         appendHoles(text, outline.holes);
     if (!outline.shape.isEmpty()) {
         *text += ",\"start\":[";
-        appendPoint(text, outline.shape.getStartPoint());
+        appendPoint(text, outline.shape.start());
         *text += ']';
     }
     *text += ",\"pieces\":[";
-    for (int i = 0; i < outline.shape.countPieces(); ++i) {
-        if (i > 0)
+    bool isFirst = true;
+    for (const PathPiece &piece : outline.shape.pieces()) {
+        if (!isFirst)
             *text += ',';
-        appendPiece(text, outline.shape, i);
+        isFirst = false;
+        appendPiece(text, outline.shape, piece);
     }
     *text += "]}";
 }

@@ -4,8 +4,6 @@
 // the bounds below see to that.
 #include "json.h"
 
-#include "ZSpline.h"
-
 #include <QColor>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -112,25 +110,21 @@ double coordinate(const QJsonValue &value)
     return std::numeric_limits<double>::quiet_NaN();
 }
 
-ZVector pointAt(const QJsonArray &numbers, int place)
+Point pointAt(const QJsonArray &numbers, int place)
 {
-    return ZVector(coordinate(numbers.at(place)), coordinate(numbers.at(place + 1)));
+    return Point(coordinate(numbers.at(place)), coordinate(numbers.at(place + 1)));
 }
 
-void appendSpline(const QJsonArray &piece, int fields, int degree, const ZVector &from,
-                  ZPolyline *shape)
+void appendSpline(const QJsonArray &piece, int fields, int degree, Path *shape)
 {
-    ZSpline spline;
-    spline.setDegree(degree);
-    spline.appendControlPoint(from);
-    for (int i = fields; i < piece.size(); i += 2)
-        spline.appendControlPoint(pointAt(piece, i));
-    shape->appendShape(spline, false);
+    std::vector<Point> inner;
+    int i = fields;
+    for (; i + 2 < piece.size(); i += 2)
+        inner.push_back(pointAt(piece, i));
+    shape->splineTo(degree, inner, pointAt(piece, i));
 }
 
-// The bulge of a polyline belongs to the vertex before the piece, so vertices are appended when
-// the piece after them is known.
-void appendPiece(const QJsonArray &piece, const ZVector &from, ZPolyline *shape)
+void appendPiece(const QJsonArray &piece, Path *shape)
 {
     const QString kind = piece.at(0).toString();
     const char letter = kind.size() == 1 ? kind.at(0).toLatin1() : '\0';
@@ -138,28 +132,24 @@ void appendPiece(const QJsonArray &piece, const ZVector &from, ZPolyline *shape)
     const int numbers = piece.size() - fields;
     switch (letter) {
     case 'L':
-    case 'A': {
+    case 'A':
         if (numbers != 2)
             refuse("the end point has to be two numbers");
-        ZPolyline step;
-        step.appendVertex(from, letter == 'A' ? coordinate(piece.at(1)) : 0.0);
-        step.appendVertex(pointAt(piece, fields));
-        shape->appendShape(step, false);
+        shape->arcTo(pointAt(piece, fields), letter == 'A' ? coordinate(piece.at(1)) : 0.0);
         return;
-    }
     case 'Q':
     case 'S':
         if (numbers < 2 || numbers % 2 != 0)
             refuse("coordinates come in pairs");
         appendSpline(piece, fields,
                      letter == 'Q' ? 2 : wholeNumber(piece.at(1), 1, kHighestDegree, "the degree"),
-                     from, shape);
+                     shape);
         return;
     }
     refuse("there are pieces \"L\", \"Q\", \"A\" and \"S\"");
 }
 
-void readShape(const QJsonObject &object, ZPolyline *shape)
+void readShape(const QJsonObject &object, Path *shape)
 {
     const QJsonArray pieces = list(member(object, "pieces"), "\"pieces\"");
     const QJsonArray start = list(member(object, "start"), "\"start\"");
@@ -167,15 +157,14 @@ void readShape(const QJsonObject &object, ZPolyline *shape)
         return;
     if (start.size() != 2)
         refuse("\"start\" has to be two numbers");
-    ZVector from = pointAt(start, 0);
-    shape->appendVertex(from);
+    shape->moveTo(pointAt(start, 0));
+    shape->reserve(static_cast<std::size_t>(pieces.size()));
     for (int i = 0; i < pieces.size(); ++i) {
         try {
-            appendPiece(pieces.at(i).toArray(), from, shape);
+            appendPiece(pieces.at(i).toArray(), shape);
         } catch (const Refusal &refusal) {
             refuse(QString::fromLatin1("piece %1: %2").arg(i).arg(refusal.reason));
         }
-        from = shape->getEndPoint();
     }
 }
 
@@ -212,12 +201,12 @@ void checkHoles(const std::vector<Outline> &outlines)
     qint64 pieces = 0;
     qint64 cut = 0;
     for (int i = 0; at(i) < outlines.size(); ++i) {
-        pieces += outlines[at(i)].shape.countPieces();
+        pieces += static_cast<qint64>(outlines[at(i)].shape.pieces().size());
         for (int hole : outlines[at(i)].holes) {
             if (lastOf[at(hole)] == i)
                 refuseOutline(i, QString::fromLatin1("outline %1 is twice its hole").arg(hole));
             lastOf[at(hole)] = i;
-            cut += outlines[at(hole)].shape.countPieces();
+            cut += static_cast<qint64>(outlines[at(hole)].shape.pieces().size());
         }
     }
     if (cut > kFreeCutPieces && cut > kMostCutPieces * pieces)

@@ -181,13 +181,13 @@ private:
         content += outline.holes.empty() ? "\n" : "*\n";
     }
 
-    void point(const ZVector &p)
+    void point(const Point &p)
     {
         number(p.x);
         number(p.y);
     }
 
-    void path(const ZPolyline &shape)
+    void path(const Path &shape)
     {
         piecesOf(shape, &pieces);
         if (pieces.empty())
@@ -202,8 +202,8 @@ private:
 
     void writePiece(const PathPiece &piece)
     {
-        const auto third = [](const ZVector &a, const ZVector &b) {
-            return ZVector(a.x + (b.x - a.x) * 2.0 / 3.0, a.y + (b.y - a.y) * 2.0 / 3.0);
+        const auto third = [](const Point &a, const Point &b) {
+            return Point(a.x + (b.x - a.x) * 2.0 / 3.0, a.y + (b.y - a.y) * 2.0 / 3.0);
         };
         switch (piece.kind) {
         case PathPiece::Quadratic:
@@ -214,11 +214,12 @@ private:
             point(piece.control1);
             point(piece.control2);
             break;
+        case PathPiece::Spline: // piecesOf leaves none
         case PathPiece::Line:
         case PathPiece::Arc: {
-            std::vector<ZVector> points;
+            std::vector<Point> points;
             flatten(piece, kArcTolerance, &points);
-            for (const ZVector &p : points) {
+            for (const Point &p : points) {
                 point(p);
                 content += "l\n";
             }

@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "pieces.h"
 
-#include "ZSpline.h"
+#include "hostpath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,19 +11,19 @@ namespace ztrace {
 namespace {
 
 const int kMostSteps = 1000;
-const int kStepsOfOtherSplines = 64;
+const std::size_t kStepsOfOtherSplines = 64;
 
-bool isFinite(const ZVector &p)
+bool isFinite(const Point &p)
 {
     return std::isfinite(p.x) && std::isfinite(p.y);
 }
 
-ZVector weighted(double a, const ZVector &p, double b, const ZVector &q, double c, const ZVector &r)
+Point weighted(double a, const Point &p, double b, const Point &q, double c, const Point &r)
 {
-    return ZVector(a * p.x + b * q.x + c * r.x, a * p.y + b * q.y + c * r.y);
+    return Point(a * p.x + b * q.x + c * r.x, a * p.y + b * q.y + c * r.y);
 }
 
-PathPiece lineTo(const ZVector &start, const ZVector &end)
+PathPiece lineTo(const Point &start, const Point &end)
 {
     PathPiece piece;
     piece.start = start;
@@ -31,50 +31,23 @@ PathPiece lineTo(const ZVector &start, const ZVector &end)
     return piece;
 }
 
-bool allFinite(const ZPolyline &polyline, int index, int count)
+bool hasFiniteControls(const Path &path, const PathPiece &piece)
 {
-    for (int i = 1; i < count - 1; ++i) {
-        if (!isFinite(polyline.getPiecePointAt(index, i)))
-            return false;
-    }
-    return true;
+    bool finite = isFinite(piece.control1) && isFinite(piece.control2);
+    for (std::size_t i = 0; i < piece.innerCount; ++i)
+        finite = finite && isFinite(path.inner()[piece.firstInner + i]);
+    return finite;
 }
 
 // A spline of another degree or with more control points: lines along it.
-void appendOtherSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
+void appendOtherSpline(const Path &path, const PathPiece &piece, std::vector<PathPiece> *pieces)
 {
-    ZSpline spline;
-    spline.setDegree(polyline.getPieceDegree(index));
-    for (int i = 0; i < polyline.countPiecePoints(index); ++i)
-        spline.appendControlPoint(polyline.getPiecePointAt(index, i));
-    const int steps = kStepsOfOtherSplines * std::max(1, polyline.countPiecePoints(index) - 1);
-    ZVector from = spline.getStartPoint();
-    for (int i = 1; i <= steps; ++i) {
-        const ZVector to
-            = i == steps ? spline.getEndPoint() : spline.getPointAt(double(i) / double(steps));
+    const std::size_t steps = kStepsOfOtherSplines * (piece.innerCount + 1);
+    Point from = piece.start;
+    for (const Point &to : pointsAlongSpline(path, piece, steps)) {
         pieces->push_back(lineTo(from, to));
         from = to;
     }
-}
-
-void appendSpline(const ZPolyline &polyline, int index, std::vector<PathPiece> *pieces)
-{
-    const int count = polyline.countPiecePoints(index);
-    const int degree = polyline.getPieceDegree(index);
-    PathPiece piece
-        = lineTo(polyline.getPiecePointAt(index, 0), polyline.getPiecePointAt(index, count - 1));
-    if (degree == 2 && count == 3) {
-        piece.kind = PathPiece::Quadratic;
-        piece.control1 = polyline.getPiecePointAt(index, 1);
-    } else if (degree == 3 && count == 4) {
-        piece.kind = PathPiece::Cubic;
-        piece.control1 = polyline.getPiecePointAt(index, 1);
-        piece.control2 = polyline.getPiecePointAt(index, 2);
-    } else if (count > 2) {
-        appendOtherSpline(polyline, index, pieces);
-        return;
-    }
-    pieces->push_back(piece);
 }
 
 // Steps so that chords of a curve whose second derivative is at most `second` stay within the
@@ -87,33 +60,27 @@ int stepsFor(double second, double tolerance)
     return steps < kMostSteps ? static_cast<int>(steps) : kMostSteps;
 }
 
-double secondDifference(const ZVector &a, const ZVector &b, const ZVector &c)
+double secondDifference(const Point &a, const Point &b, const Point &c)
 {
     return std::hypot(a.x - 2.0 * b.x + c.x, a.y - 2.0 * b.y + c.y);
 }
 
 } // namespace
 
-void piecesOf(const ZPolyline &polyline, std::vector<PathPiece> *pieces)
+void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
 {
     pieces->clear();
-    const int size = polyline.countPieces();
-    for (int i = 0; i < size; ++i) {
-        const int count = polyline.countPiecePoints(i);
-        const ZVector &start = polyline.getPiecePointAt(i, 0);
-        const ZVector &end = polyline.getPiecePointAt(i, count - 1);
-        if (!isFinite(start) || !isFinite(end))
+    for (const PathPiece &piece : path.pieces()) {
+        if (!isFinite(piece.start) || !isFinite(piece.end))
             continue;
-        const ZPolyline::PieceKind kind = polyline.getPieceKind(i);
-        if (kind == ZPolyline::SplinePiece && allFinite(polyline, i, count)) {
-            appendSpline(polyline, i, pieces);
-            continue;
-        }
-        pieces->push_back(lineTo(start, end));
-        if (kind == ZPolyline::ArcPiece && std::isfinite(polyline.getBulgeAt(i)) && start != end) {
-            pieces->back().kind = PathPiece::Arc;
-            pieces->back().bulge = polyline.getBulgeAt(i);
-        }
+        const bool drawable = hasFiniteControls(path, piece) && std::isfinite(piece.bulge)
+            && !(piece.kind == PathPiece::Arc && piece.start == piece.end);
+        if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
+            appendOtherSpline(path, piece, pieces);
+        else if (drawable && piece.kind != PathPiece::Spline)
+            pieces->push_back(piece);
+        else
+            pieces->push_back(lineTo(piece.start, piece.end));
     }
 }
 
@@ -123,13 +90,13 @@ bool isClosed(const std::vector<PathPiece> &pieces)
         && pieces.front().start.y == pieces.back().end.y;
 }
 
-ZVector pointOn(const PathPiece &piece, double t)
+Point pointOn(const PathPiece &piece, double t)
 {
     const double s = 1.0 - t;
     if (piece.kind == PathPiece::Quadratic)
         return weighted(s * s, piece.start, 2.0 * s * t, piece.control1, t * t, piece.end);
-    const ZVector inner = weighted(3.0 * s * s * t, piece.control1, 3.0 * s * t * t, piece.control2,
-                                   0.0, piece.end);
+    const Point inner = weighted(3.0 * s * s * t, piece.control1, 3.0 * s * t * t, piece.control2,
+                                 0.0, piece.end);
     return weighted(s * s * s, piece.start, t * t * t, piece.end, 1.0, inner);
 }
 
@@ -140,18 +107,19 @@ Circle circleOf(const PathPiece &arc)
     const double dy = arc.end.y - arc.start.y;
     const double offset = (1.0 - arc.bulge * arc.bulge) / (4.0 * arc.bulge);
     Circle circle;
-    circle.center = ZVector(0.5 * (arc.start.x + arc.end.x) - dy * offset,
-                            0.5 * (arc.start.y + arc.end.y) + dx * offset);
+    circle.center = Point(0.5 * (arc.start.x + arc.end.x) - dy * offset,
+                          0.5 * (arc.start.y + arc.end.y) + dx * offset);
     circle.radius = std::hypot(arc.start.x - circle.center.x, arc.start.y - circle.center.y);
     circle.startAngle = std::atan2(arc.start.y - circle.center.y, arc.start.x - circle.center.x);
     circle.sweep = 4.0 * std::atan(arc.bulge);
     return circle;
 }
 
-void flatten(const PathPiece &piece, double tolerance, std::vector<ZVector> *points)
+void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *points)
 {
     int steps = 1;
     switch (piece.kind) {
+    case PathPiece::Spline: // piecesOf leaves none
     case PathPiece::Line:
         break;
     case PathPiece::Quadratic:
@@ -169,8 +137,8 @@ void flatten(const PathPiece &piece, double tolerance, std::vector<ZVector> *poi
         steps = stepsFor(circle.radius * circle.sweep * circle.sweep, tolerance);
         for (int i = 1; i < steps; ++i) {
             const double angle = circle.startAngle + circle.sweep * i / steps;
-            points->push_back(ZVector(circle.center.x + circle.radius * std::cos(angle),
-                                      circle.center.y + circle.radius * std::sin(angle)));
+            points->push_back(Point(circle.center.x + circle.radius * std::cos(angle),
+                                    circle.center.y + circle.radius * std::sin(angle)));
         }
         points->push_back(piece.end);
         return;

@@ -54,7 +54,7 @@ public:
 private:
     void number(double value) { appendNumber(&sink.text(), value, options.decimals); }
 
-    void point(const ZVector &p)
+    void point(const Point &p)
     {
         number(p.x - frame.x);
         sink.text() += ' ';
@@ -115,7 +115,7 @@ private:
     void writeOutline(const Outline &outline)
     {
         const bool stroked = options.style.stroked;
-        if (outline.shape.countPieces() == 0 || (qAlpha(outline.colour) == 0 && !stroked))
+        if (outline.shape.pieces().empty() || (qAlpha(outline.colour) == 0 && !stroked))
             return;
         std::string &text = sink.text();
         text += "<path";
@@ -167,7 +167,7 @@ private:
         }
     }
 
-    void writePath(const ZPolyline &shape)
+    void writePath(const Path &shape)
     {
         piecesOf(shape, &pieces);
         if (pieces.empty())
@@ -185,6 +185,7 @@ private:
     {
         std::string &text = sink.text();
         switch (piece.kind) {
+        case PathPiece::Spline: // piecesOf leaves none
         case PathPiece::Line:
             text += 'L';
             break;

@@ -8,8 +8,6 @@ namespace ztrace {
 
 namespace {
 
-const int kLongest = 400; // the largest double has 309 digits, the smallest 324 decimals and more
-
 char *writeWhole(char *to, quint64 number)
 {
     return std::to_chars(to, to + 20, number).ptr;
@@ -89,8 +87,8 @@ char *writeRounded(char *to, double value, int decimals)
 char *writeAny(char *to, double value, int decimals)
 {
     const std::to_chars_result result = decimals < 0
-        ? std::to_chars(to, to + kLongest, value, std::chars_format::fixed)
-        : std::to_chars(to, to + kLongest, value, std::chars_format::fixed, decimals);
+        ? std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed)
+        : std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed, decimals);
     char *end = result.ptr;
     if (result.ec != std::errc()) {
         // Longer than the buffer: a number of this size means nothing in any drawing.
@@ -110,7 +108,10 @@ char *writeAny(char *to, double value, int decimals)
     return end;
 }
 
-char *write(char *to, double value, int decimals)
+} // namespace
+
+// The largest double has 309 digits, the smallest 324 decimals and more.
+char *writeNumber(char *to, double value, int decimals)
 {
     if (char *end = writeSixteenths(to, value, decimals))
         return end;
@@ -119,12 +120,10 @@ char *write(char *to, double value, int decimals)
     return writeAny(to, value, decimals);
 }
 
-} // namespace
-
 void appendNumber(std::string *text, double value, int decimals)
 {
-    char buffer[kLongest];
-    text->append(buffer, static_cast<std::size_t>(write(buffer, value, decimals) - buffer));
+    char buffer[kLongestNumber];
+    text->append(buffer, static_cast<std::size_t>(writeNumber(buffer, value, decimals) - buffer));
 }
 
 void appendWhole(std::string *text, qint64 value)
@@ -136,8 +135,8 @@ void appendWhole(std::string *text, qint64 value)
 
 QByteArray numberText(double value, int decimals)
 {
-    char buffer[kLongest];
-    return QByteArray(buffer, static_cast<int>(write(buffer, value, decimals) - buffer));
+    char buffer[kLongestNumber];
+    return QByteArray(buffer, static_cast<int>(writeNumber(buffer, value, decimals) - buffer));
 }
 
 } // namespace ztrace

@@ -17,6 +17,10 @@ const int kExactDecimals = -1;
 // trailing zeros are left out. Zero has no sign.
 void appendNumber(std::string *text, double value, int decimals = kExactDecimals);
 
+// The same text at `to`, which has room for kLongestNumber characters; returns its end.
+const int kLongestNumber = 400;
+char *writeNumber(char *to, double value, int decimals = kExactDecimals);
+
 void appendWhole(std::string *text, qint64 value);
 
 inline std::string &operator+=(std::string &text, const QByteArray &more)

@@ -4,7 +4,7 @@
 #include "ZTraceBitmap.h"
 
 #include "kernels/fit.h"
-#include "nesting.h"
+#include "nestedvectors.h"
 
 namespace {
 

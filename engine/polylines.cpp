@@ -13,7 +13,7 @@
 
 namespace {
 
-enum SegmentField { kType, kX1, kY1, kX2, kY2, kX3, kY3 };
+using ztrace::Segment;
 
 ZVector imagePoint(const QVector<double> &segment, int xField)
 {
@@ -32,7 +32,8 @@ QMap<double, QPair<int, int>> orderByStart(const QVector<QVector<QVector<QVector
             if (paths.at(p).isEmpty())
                 continue;
             const QVector<double> &first = paths.at(p).at(0);
-            order.insert(double(width) * first.value(kY1) + first.value(kX1), qMakePair(k, p));
+            order.insert(double(width) * first.value(Segment::kY1) + first.value(Segment::kX1),
+                         qMakePair(k, p));
         }
     }
     return order;
@@ -50,18 +51,18 @@ ZVector ZTraceBitmap::transform(const ZVector &point) const
 ZPolyline ZTraceBitmap::polylineFrom(const TracedPath &segments)
 {
     ZPolyline polyline;
-    polyline.appendVertex(transform(imagePoint(segments.at(0), kX1)), 0.0, 0.0, 0.0);
+    polyline.appendVertex(transform(imagePoint(segments.at(0), Segment::kX1)), 0.0, 0.0, 0.0);
     for (int i = 0; i < segments.size(); ++i) {
         const QVector<double> &segment = segments.at(i);
-        if (segment.value(kType) == ztrace::kLineType) {
-            polyline.appendVertex(transform(imagePoint(segment, kX2)), 0.0, 0.0, 0.0);
+        if (segment.value(Segment::kType) == ztrace::kLineType) {
+            polyline.appendVertex(transform(imagePoint(segment, Segment::kX2)), 0.0, 0.0, 0.0);
             continue;
         }
         ZSpline spline;
         spline.setDegree(2);
         spline.appendControlPoint(polyline.getEndPoint());
-        spline.appendControlPoint(transform(imagePoint(segment, kX2)));
-        spline.appendControlPoint(transform(imagePoint(segment, kX3)));
+        spline.appendControlPoint(transform(imagePoint(segment, Segment::kX2)));
+        spline.appendControlPoint(transform(imagePoint(segment, Segment::kX3)));
         polyline.appendShape(spline, false);
     }
     return polyline;

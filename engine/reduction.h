@@ -5,6 +5,7 @@
 #define ZTRACE_REDUCTION_H
 
 #include <QColor>
+#include <QImage>
 
 #include <vector>
 
@@ -12,6 +13,13 @@ namespace ztrace {
 
 const QRgb kBlackWord = 0xFF000000u;
 const QRgb kWhiteWord = 0xFFFFFFFFu;
+
+// The formats whose scan lines are 32-bit words 0xAARRGGBB.
+inline bool hasColourWords(const QImage &image)
+{
+    return image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32
+        || image.format() == QImage::Format_ARGB32_Premultiplied;
+}
 
 // A pixel becomes white only when it is at most as opaque as the alpha limit and at most as light
 // as the lightness limit; every other pixel becomes black. So with the default limits an opaque

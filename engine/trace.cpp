@@ -8,7 +8,7 @@
 
 #include "announce.h"
 #include "labels.h"
-#include "nesting.h"
+#include "nestedvectors.h"
 #include "qtcompat.h"
 
 #include <QImage>

@@ -4,6 +4,8 @@
 #include "binding.h"
 #include "saveDrawing.h"
 
+#include "drawing/hostpath.h"
+
 #include <QStringList>
 
 #include <memory>
@@ -47,7 +49,7 @@ bool append(const QScriptValue &value, std::vector<ztrace::Outline> *outlines)
     if (!polyline)
         return false;
     ztrace::Outline outline;
-    outline.shape = *polyline;
+    outline.shape = ztrace::pathOf(*polyline);
     outlines->push_back(outline);
     return true;
 }

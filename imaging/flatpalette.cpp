@@ -10,9 +10,9 @@
 #include "palette.h"
 
 #include "colour.h"
-#include "ridges.h"
-
-#include <QHash>
+#include "edges.h"
+#include "spotcolours.h"
+#include "wordtable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,13 +23,12 @@ namespace ztrace {
 namespace {
 
 const int kNearlyEqual = 12;          // colourDistance of two entries that would be one
-const int kLeastFlat = 4;             // 2 x 2 blocks that make a colour a flat one
+const uint32_t kLeastFlat = 4;             // 2 x 2 blocks that make a colour a flat one
 const int kLeastCell = 8;             // pixels of a cell that can become an entry
 const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
 const int kPartOfTranslucent = 3;     // one entry in three at most, so that hues are not displaced
 const int kMoves = 4;                 // rounds of moving entries to their cells' means
 const double kFlatShare = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
-const QRgb kCubeMask = 0xF0F0F0F0u;
 
 struct Cell
 {
@@ -41,13 +40,14 @@ struct Cell
     std::size_t entry = 0;
 };
 
-void add(Cell *cell, QRgb word)
+// Sums of whole numbers below 2^53, so that their order does not matter.
+void add(Cell *cell, QRgb word, int count)
 {
-    cell->pixels += 1.0;
-    cell->sums[0] += qRed(word);
-    cell->sums[1] += qGreen(word);
-    cell->sums[2] += qBlue(word);
-    cell->sums[3] += qAlpha(word);
+    cell->pixels += count;
+    cell->sums[0] += double(count) * qRed(word);
+    cell->sums[1] += double(count) * qGreen(word);
+    cell->sums[2] += double(count) * qBlue(word);
+    cell->sums[3] += double(count) * qAlpha(word);
 }
 
 QRgb meanOf(const double *sums, double pixels)
@@ -56,50 +56,104 @@ QRgb meanOf(const double *sums, double pixels)
     return qRgba(mean(0), mean(1), mean(2), mean(3));
 }
 
-// How often a colour fills a 2 x 2 block.
-QHash<QRgb, int> countBlocks(const QImage &image)
+int endOfRun(const QRgb *words, int x, int width)
 {
-    QHash<QRgb, int> blocks;
+    const QRgb word = words[x];
+    do
+        ++x;
+    while (x < width && words[x] == word);
+    return x;
+}
+
+// How often a colour fills a 2 x 2 block.
+WordTable countBlocks(const QImage &image)
+{
+    WordTable blocks;
     for (int y = 0; y + 1 < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const QRgb *below = row(image, y + 1);
-        for (int x = 0; x + 1 < image.width(); ++x) {
-            if (words[x] == words[x + 1] && words[x] == below[x] && words[x] == below[x + 1])
-                ++blocks[words[x]];
+        int end = 0;
+        for (int x = 0; x < image.width(); x = end) {
+            const QRgb word = words[x];
+            end = endOfRun(words, x, image.width());
+            uint32_t count = 0;
+            for (; x + 1 < end; ++x)
+                count += below[x] == word && below[x + 1] == word;
+            if (count > 0)
+                blocks.set(word, blocks.of(word) + count);
         }
     }
     return blocks;
 }
 
-// Cells in the order in which they are met. Edges count only in textures, and when nothing else
-// does.
-std::vector<Cell> cellsOf(const QImage &image, const RidgeMap &ridges, bool withEdges)
+// Cells in the order in which they are met.
+class Cells
 {
-    const QHash<QRgb, int> blocks = countBlocks(image);
-    QHash<QRgb, int> flatCells;
-    QHash<QRgb, int> cubes;
+public:
+    Cells() : cubes(16 * 16 * 16 * 16, 0u) { }
+
+    void add(QRgb word, bool flat, int count)
+    {
+        const uint32_t known = flat ? flatCells.of(word) : cubes[cubeOf(word)];
+        const std::size_t place = known > 0 ? known - 1 : append(word, flat);
+        ztrace::add(&cells[place], word, count);
+    }
+
+    std::vector<Cell> take()
+    {
+        for (Cell &cell : cells)
+            cell.colour = meanOf(cell.sums, cell.pixels);
+        return std::move(cells);
+    }
+
+private:
+    // The upper four bits of every channel.
+    static std::size_t cubeOf(QRgb word)
+    {
+        return (word >> 16 & 0xF000u) | (word >> 12 & 0xF00u) | (word >> 8 & 0xF0u)
+            | (word >> 4 & 0xFu);
+    }
+
+    std::size_t append(QRgb word, bool flat)
+    {
+        cells.emplace_back();
+        cells.back().flat = flat;
+        const uint32_t known = static_cast<uint32_t>(cells.size());
+        if (flat)
+            flatCells.set(word, known);
+        else
+            cubes[cubeOf(word)] = known;
+        return known - 1;
+    }
+
+    WordTable flatCells;
+    std::vector<uint32_t> cubes;
     std::vector<Cell> cells;
+};
+
+// Edges count only in textures, and when nothing else does.
+std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEdges)
+{
+    const WordTable blocks = countBlocks(image);
+    Cells cells;
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
-        for (int x = 0; x < image.width(); ++x) {
+        const uint8_t *marks = edges.row(y);
+        int end = 0;
+        for (int x = 0; x < image.width(); x = end) {
             const QRgb word = words[x];
+            end = endOfRun(words, x, image.width());
             if (qAlpha(word) == 0)
                 continue;
-            const bool flat = blocks.value(word) >= kLeastFlat;
-            if (!flat && !withEdges && isEdge(image, x, y) && !ridges.isTexture(x, y))
-                continue;
-            int &place = flat ? flatCells[word] : cubes[word & kCubeMask];
-            if (place == 0) {
-                cells.emplace_back();
-                place = static_cast<int>(cells.size());
-                cells.back().flat = flat;
-            }
-            add(&cells[static_cast<std::size_t>(place - 1)], word);
+            const bool flat = blocks.of(word) >= kLeastFlat;
+            int count = end - x;
+            for (; !flat && !withEdges && x < end; ++x)
+                count -= (marks[x] & EdgeMap::kEdge) != 0 && !edges.isTexture(x, y);
+            if (count > 0)
+                cells.add(word, flat, count);
         }
     }
-    for (Cell &cell : cells)
-        cell.colour = meanOf(cell.sums, cell.pixels);
-    return cells;
+    return cells.take();
 }
 
 // A picture of small or faint parts alone is worth its largest one.
@@ -164,19 +218,19 @@ bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
 }
 
 // Colours of thin lines. Where the palette is full they take the places of entries of less worth.
-std::vector<QRgb> takeAccents(const QImage &image, const RidgeMap &ridges, int most,
-                              std::vector<QRgb> *palette, std::vector<double> scores)
+std::vector<QRgb> takeSpotColours(const QImage &image, const EdgeMap &edges, int most,
+                                  std::vector<QRgb> *palette, std::vector<double> scores)
 {
     std::vector<QRgb> colours;
-    for (const Accent &accent : accentsIn(image, ridges, *palette, most)) {
+    for (const SpotColour &spot : spotColoursIn(image, edges, *palette, most)) {
         const bool full = static_cast<int>(palette->size() + colours.size()) >= most;
-        if (full && (palette->size() < 2 || scores.back() >= accent.score))
+        if (full && (palette->size() < 2 || scores.back() >= spot.score))
             break;
         if (full) {
             palette->pop_back();
             scores.pop_back();
         }
-        colours.push_back(accent.colour);
+        colours.push_back(spot.colour);
     }
     return colours;
 }
@@ -214,39 +268,28 @@ void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
     }
 }
 
-bool hasTransparentPixels(const QImage &image)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        if (std::any_of(words, words + image.width(), [](QRgb word) { return qAlpha(word) == 0; }))
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
-std::vector<QRgb> flatPalette(const QImage &image, int most)
+std::vector<QRgb> flatPalette(const QImage &image, const EdgeMap &edges, int most)
 {
-    const RidgeMap ridges(image);
-    std::vector<Cell> cells = cellsOf(image, ridges, false);
+    std::vector<Cell> cells = cellsOf(image, edges, false);
     std::vector<QRgb> palette;
     std::vector<double> scores;
     while (static_cast<int>(palette.size()) < most && takeNext(&cells, most, &palette, &scores)) { }
-    const std::vector<QRgb> accents = takeAccents(image, ridges, most, &palette, scores);
-    if (palette.empty() && accents.empty()) {
-        cells = cellsOf(image, ridges, true);
+    const std::vector<QRgb> spots = takeSpotColours(image, edges, most, &palette, scores);
+    if (palette.empty() && spots.empty()) {
+        cells = cellsOf(image, edges, true);
         while (static_cast<int>(palette.size()) < most
                && takeNext(&cells, most, &palette, &scores)) { }
     }
-    if (palette.empty() && accents.empty() && most > 0)
+    if (palette.empty() && spots.empty() && most > 0)
         takeLargest(cells, &palette);
-    if (static_cast<int>(palette.size() + accents.size()) == most) {
+    if (static_cast<int>(palette.size() + spots.size()) == most) {
         for (int i = 0; i < kMoves && !palette.empty(); ++i)
             moveToMeans(&cells, &palette);
     }
-    palette.insert(palette.end(), accents.begin(), accents.end());
-    if (hasTransparentPixels(image))
+    palette.insert(palette.end(), spots.begin(), spots.end());
+    if (edges.hasTransparentPixels())
         palette.push_back(0u);
     return palette;
 }

@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "ink.h"
 
-#include "interpolation.h"
+#include "greyinterpolation.h"
 
 #include <algorithm>
 #include <cmath>

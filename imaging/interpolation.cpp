@@ -1,72 +1,214 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "interpolation.h"
 
+#include "colour.h"
+
 #include <algorithm>
 
 namespace ztrace {
 
 namespace {
 
-const double kOpaque = 255.0; // weight of a pixel, as colours have theirs by their alpha
+const std::size_t kRed = 0;
+const std::size_t kGreen = 1;
+const std::size_t kBlue = 2;
+const std::size_t kAlpha = 3;
+
+int inRange(double value)
+{
+    return static_cast<int>(std::max(0.0, std::min(255.0, value)) + 0.5);
+}
+
+// red, green and blue are weighted with alpha already.
+QRgb unweighted(double red, double green, double blue, double alpha)
+{
+    if (inRange(alpha) == 0)
+        return 0u;
+    return qRgba(inRange(red / alpha), inRange(green / alpha), inRange(blue / alpha),
+                 inRange(alpha));
+}
 
 } // namespace
 
-GreyInterpolation::Taps GreyInterpolation::tapsOf(int part, int factor)
+// The sums of a factor that is a power of two, first along the rows, then down the columns, for all
+// parts of a pixel together.
+//
+// Same colours as inOrder, because nothing is rounded there either: the places of such parts are
+// multiples of 1/16 at most, the weights multiples of 2^-13, their products of 2^-26, and with
+// two bytes and a sum of 16 that needs 45 of the 53 bits of a double.
+struct SubpixelColours::Separable
 {
-    const double offset = (2.0 * part + 1.0 - factor) / (2.0 * factor); // from the pixel's middle
-    const double t = offset < 0.0 ? offset + 1.0 : offset;
-    Taps taps;
-    taps.first = offset < 0.0 ? -2 : -1;
-    taps.weights = { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
-                     ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 };
-    return taps;
-}
+    // Red, green and blue weighted with alpha, and alpha.
+    typedef std::array<double, 4> Channels;
 
-GreyInterpolation::GreyInterpolation(const GreyPicture &p, int f)
-    : page(p), factor(f), width(p.width())
-{
-    for (int part = 0; part < factor; ++part)
-        taps.push_back(tapsOf(part, factor));
-    for (const Taps &down : taps) {
-        for (const Taps &across : taps) {
-            std::array<double, 16> products;
-            double sum = 0.0;
-            for (std::size_t k = 0; k < 16; ++k) {
-                products[k] = down.weights[k / 4] * across.weights[k % 4] * kOpaque;
-                sum += products[k];
+    std::array<std::array<Channels, kWindow>, kWindow> window;
+
+    explicit Separable(const Window &words)
+    {
+        for (std::size_t v = 0; v < kWindow; ++v) {
+            for (std::size_t u = 0; u < kWindow; ++u) {
+                const QRgb word = words[v][u];
+                const int alpha = qAlpha(word);
+                window[v][u] = { { double(qRed(word) * alpha), double(qGreen(word) * alpha),
+                                   double(qBlue(word) * alpha), double(alpha) } };
             }
-            weights.push_back(products);
-            sums.push_back(sum);
         }
     }
+
+    static Channels sum(const Channels *from, const std::array<double, kTaps> &weights)
+    {
+        Channels total;
+        for (std::size_t c = 0; c < 4; ++c) {
+            total[c] = weights[0] * from[0][c] + weights[1] * from[1][c] + weights[2] * from[2][c]
+                + weights[3] * from[3][c];
+        }
+        return total;
+    }
+
+    void run(const std::vector<Part> &parts, QRgb *target) const
+    {
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            std::array<Channels, kWindow> column;
+            for (std::size_t v = 0; v < kWindow; ++v)
+                column[v] = sum(&window[v][parts[i].first], parts[i].weights);
+            for (std::size_t j = 0; j < parts.size(); ++j) {
+                const Channels c = sum(&column[parts[j].first], parts[j].weights);
+                target[j * parts.size() + i]
+                    = unweighted(c[kRed], c[kGreen], c[kBlue], c[kAlpha]);
+            }
+        }
+    }
+};
+
+// The same for windows of opaque pixels and a factor of 2 at most: there the sums would be
+// multiplied and divided by an alpha of 255, exactly, which is left out, and with weights that are
+// multiples of 2^-7 the sums of single bytes need 23 of the 24 bits of a float.
+#ifdef __SSE2__
+struct SubpixelColours::OpaqueHalves
+{
+    __m128 window[kWindow][kWindow]; // a word's bytes, in the order in which it holds them
+
+    explicit OpaqueHalves(const Window &words)
+    {
+        const __m128i none = _mm_setzero_si128();
+        for (std::size_t v = 0; v < kWindow; ++v) {
+            for (std::size_t u = 0; u < kWindow; ++u) {
+                const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(words[v][u]));
+                window[v][u] = _mm_cvtepi32_ps(
+                    _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, none), none));
+            }
+        }
+    }
+
+    static __m128 sum(const __m128 *from, const std::array<double, kTaps> &weights)
+    {
+        const auto tap = [&](std::size_t i) {
+            return _mm_mul_ps(_mm_set1_ps(static_cast<float>(weights[i])), from[i]);
+        };
+        return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
+    }
+
+    static QRgb inRange(__m128 channels)
+    {
+        // Rounded as the plain form does; packing cuts off what is out of range.
+        const __m128 rounded = _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()),
+                                          _mm_set1_ps(0.5f));
+        const __m128i words = _mm_cvttps_epi32(rounded);
+        const __m128i halves = _mm_packs_epi32(words, words);
+        return static_cast<QRgb>(_mm_cvtsi128_si32(_mm_packus_epi16(halves, halves)));
+    }
+
+    void run(const std::vector<Part> &parts, QRgb *target) const
+    {
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            __m128 column[kWindow];
+            for (std::size_t v = 0; v < kWindow; ++v)
+                column[v] = sum(&window[v][parts[i].first], parts[i].weights);
+            for (std::size_t j = 0; j < parts.size(); ++j)
+                target[j * parts.size() + i]
+                    = inRange(sum(&column[parts[j].first], parts[j].weights));
+        }
+    }
+};
+#endif
+
+SubpixelColours::SubpixelColours(const QImage &source, int parts_)
+    : image(source),
+      factor(static_cast<std::size_t>(parts_)),
+      exact((parts_ & (parts_ - 1)) == 0),
+      colours(factor * factor)
+{
+    for (int part = 0; part < parts_; ++part) {
+        const double offset = (2.0 * part + 1.0 - parts_) / (2.0 * parts_); // from the middle
+        const double t = offset < 0.0 ? offset + 1.0 : offset;
+        parts.push_back({ offset < 0.0 ? std::size_t(0) : std::size_t(1),
+                          { { ((-t + 2.0) * t - 1.0) * t / 2.0,
+                              ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
+                              ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0,
+                              (t - 1.0) * t * t / 2.0 } } });
+    }
 }
 
-GreyInterpolation::Lines GreyInterpolation::linesAt(int y) const
+SubpixelColours::Window SubpixelColours::windowAt(int x, int y) const
 {
-    Lines lines;
-    for (int k = 0; k < 5; ++k) {
-        const int row = std::max(0, std::min(page.height() - 1, y + k - 2));
-        lines[static_cast<std::size_t>(k)] = page.row(row, nullptr);
+    const int kHalf = kWindow / 2;
+    const bool within = x >= kHalf && x + kHalf < image.width();
+    Window window;
+    for (int v = 0; v < kWindow; ++v) {
+        const QRgb *words = row(image, std::max(0, std::min(image.height() - 1, y + v - kHalf)));
+        std::array<QRgb, kWindow> &line = window[static_cast<std::size_t>(v)];
+        for (int u = 0; u < kWindow; ++u) {
+            const int place = x + u - kHalf;
+            line[static_cast<std::size_t>(u)]
+                = words[within ? place : std::max(0, std::min(image.width() - 1, place))];
+        }
     }
-    return lines;
+    return window;
 }
 
-int GreyInterpolation::lightness(const Lines &lines, int x, int i, int j) const
+// The rule as it stands: one sum over the sixteen pixels, row by row.
+QRgb SubpixelColours::inOrder(const Window &window, const Part &across, const Part &down) const
 {
-    const std::size_t place = static_cast<std::size_t>(j * factor + i);
-    const std::array<double, 16> &weight = weights[place];
-    const int firstRow = taps[static_cast<std::size_t>(j)].first + 2;
-    const int left = x + taps[static_cast<std::size_t>(i)].first;
-    std::array<int, 4> columns;
-    for (int k = 0; k < 4; ++k)
-        columns[static_cast<std::size_t>(k)] = std::max(0, std::min(width - 1, left + k));
-    double sum = 0.0;
-    for (std::size_t k = 0; k < 16; ++k) {
-        const uint8_t *line = lines[static_cast<std::size_t>(firstRow) + k / 4];
-        sum += weight[k] * line[columns[k % 4]];
+    double alpha = 0.0;
+    double red = 0.0;
+    double green = 0.0;
+    double blue = 0.0;
+    for (std::size_t j = 0; j < kTaps; ++j) {
+        for (std::size_t i = 0; i < kTaps; ++i) {
+            const QRgb word = window[down.first + j][across.first + i];
+            const double weight = down.weights[j] * across.weights[i] * qAlpha(word);
+            alpha += weight;
+            red += weight * qRed(word);
+            green += weight * qGreen(word);
+            blue += weight * qBlue(word);
+        }
     }
-    const double value = sum / sums[place];
-    return static_cast<int>(std::max(0.0, std::min(255.0, value)) + 0.5);
+    return unweighted(red, green, blue, alpha);
+}
+
+const QRgb *SubpixelColours::at(int x, int y)
+{
+    const Window window = windowAt(x, y);
+    if (!exact) {
+        for (std::size_t j = 0; j < factor; ++j) {
+            for (std::size_t i = 0; i < factor; ++i)
+                colours[j * factor + i] = inOrder(window, parts[i], parts[j]);
+        }
+        return colours.data();
+    }
+#ifdef __SSE2__
+    QRgb common = 0xFFFFFFFFu;
+    for (const auto &line : window) {
+        for (QRgb word : line)
+            common &= word;
+    }
+    if (factor <= 2 && qAlpha(common) == 255) {
+        OpaqueHalves(window).run(parts, colours.data());
+        return colours.data();
+    }
+#endif
+    Separable(window).run(parts, colours.data());
+    return colours.data();
 }
 
 } // namespace ztrace

@@ -1,46 +1,56 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// The lightness between the pixels of a page.
+// Colours between the pixels of an image.
 #ifndef ZTRACE_IMAGING_INTERPOLATION_H
 #define ZTRACE_IMAGING_INTERPOLATION_H
+
+#include <QImage>
+#include <QRgb>
 
 #include <array>
 #include <vector>
 
-#include "GreyPicture.h"
-
 namespace ztrace {
 
-// A cubic through the pixels along both axes, which keeps the height of narrow peaks. Source:
-// E. Catmull and R. Rom, 1974. Beyond the rim of the page its last pixel goes on.
-class GreyInterpolation
+// The colours of the parts of a pixel: a cubic through the colours of the four pixels around the
+// middle of a part, along both axes, which keeps the height of narrow peaks. Beyond the rim of the
+// image its last pixel goes on. What is transparent has no share in the hue. Source of the cubic:
+// E. Catmull and R. Rom, 1974. The page is docs/imaging/upsample.md.
+//
+// Keeps a reference to the image, which must be ARGB32, and no more than the weights of the parts.
+class SubpixelColours
 {
 public:
-    // For parts of pixels, `factor` along each side. The page must be of one byte a pixel and
-    // outlive this.
-    GreyInterpolation(const GreyPicture &page, int factor);
+    // factor  parts along either side of a pixel, at least 1
+    SubpixelColours(const QImage &image, int factor);
 
-    // The five rows around one, from two above to two below; the nearest where there is none.
-    typedef std::array<const uint8_t *, 5> Lines;
-    Lines linesAt(int y) const;
-
-    // Lightness, 0 to 255, in the middle of part (i, j) of the pixel x of the middle row.
-    int lightness(const Lines &lines, int x, int i, int j) const;
+    // factor * factor colours of the pixel's parts, in rows from the top; valid until the next call.
+    const QRgb *at(int x, int y);
 
 private:
-    struct Taps
-    {
-        int first; // pixel of the first of four weights, from the part's own
-        std::array<double, 4> weights;
-    };
-    static Taps tapsOf(int part, int factor);
+    static const int kTaps = 4;
+    static const int kWindow = 5; // pixels along either axis that the parts of a pixel see
 
-    const GreyPicture &page;
-    int factor;
-    int width;                                   // of the page
-    std::vector<Taps> taps;                      // of every part along an axis
-    std::vector<std::array<double, 16>> weights; // of part (i, j) at j * factor + i, rows first
-    std::vector<double> sums;                    // of these
+    // For one part along one axis: the place of the first of its four pixels in the window, and
+    // their weights, which add up to 1.
+    struct Part
+    {
+        std::size_t first;
+        std::array<double, kTaps> weights;
+    };
+    typedef std::array<std::array<QRgb, kWindow>, kWindow> Window;
+
+    struct Separable;
+    struct OpaqueHalves;
+
+    Window windowAt(int x, int y) const;
+    QRgb inOrder(const Window &window, const Part &across, const Part &down) const;
+
+    const QImage &image;
+    const std::size_t factor;
+    const bool exact; // every sum is free of rounding, so that its order does not matter
+    std::vector<Part> parts;
+    std::vector<QRgb> colours;
 };
 
 } // namespace ztrace

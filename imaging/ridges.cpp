@@ -3,193 +3,138 @@
 
 #include "colour.h"
 
-#include <QHash>
-
 #include <algorithm>
-#include <array>
-#include <cmath>
 
 namespace ztrace {
 
 namespace {
 
-const int kReach = 3;          // pixels to either side
-const double kClearly = 40.0;  // length of a difference
-const double kAligned = 0.5;   // cosine between the differences to both sides
-const double kSameSlope = 0.9; // cosine between two steps of one slope
-const double kWeightOfAlpha = 0.7;
+const int kReach = 3;           // pixels to either side
+const int kSlope = 2;           // pixels that a soft edge goes on for
+const double kClearly = 40.0;   // length of a difference
+const double kAligned = 0.5;    // cosine between the differences to both sides
+const double kSameSlope = 0.9;  // cosine between two steps of one slope
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
 const double kLeastPart = 0.3;  // of a line's own colour that must be left
 const double kExplained = 0.15; // sine of the angle between a line's colour and the supposed one
-const double kMixture = 45.0;   // length of a difference; what is nearer to a mixture is one
-const double kSame = 60.0;      // the same for what is a shade of an accent
-const double kWorthOfPixels = 0.25;       // exponent; the strongest shade of a line is a rare one
-const double kLeastAccent = 8.0;          // pixels
-const double kLeastShare = 1.0 / 20000.0; // of the visible pixels
-const int kMostAccents = 16;
-const std::size_t kLargePalette = 64; // has a colour or a mixture for every line
-const int kLeastAlpha = 96;           // of a line on transparency
-const QRgb kCubeMask = 0x00F0F0F0u;
 
-// Red, green and blue on white paper, and alpha. Soft edges are straight lines in it.
-typedef std::array<double, 4> Colour;
-
-Colour visible(QRgb word)
+// Whether the length of the difference is above kClearly. Between opaque colours the sum of the
+// channels' differences is at least the length and at most 1.74 times as much, so that it decides
+// most cases alone.
+bool differs(QRgb a, QRgb b)
 {
-    const double alpha = qAlpha(word) / 255.0;
-    const auto onWhite = [alpha](int channel) { return 255.0 - (255 - channel) * alpha; };
-    return { { onWhite(qRed(word)), onWhite(qGreen(word)), onWhite(qBlue(word)),
-               kWeightOfAlpha * 255.0 * alpha } };
-}
-
-Colour difference(const Colour &a, const Colour &b)
-{
-    return { { a[0] - b[0], a[1] - b[1], a[2] - b[2], a[3] - b[3] } };
-}
-
-double product(const Colour &a, const Colour &b)
-{
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2] + a[3] * b[3];
-}
-
-double length(const Colour &a)
-{
-    return std::sqrt(product(a, a));
-}
-
-bool isAligned(const Colour &a, const Colour &b, double cosine)
-{
-    return product(a, b) > cosine * length(a) * length(b);
-}
-
-// Pixels of lines of similar colours.
-struct Shade
-{
-    Colour colour = { { 0.0, 0.0, 0.0, 0.0 } };
-    double pixels = 0.0;
-};
-
-std::vector<Shade> shadesOfLines(const QImage &image, const RidgeMap &ridges, double *visiblePixels)
-{
-    QHash<QRgb, int> places;
-    std::vector<Shade> shades;
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb word = words[x];
-            *visiblePixels += qAlpha(word) != 0;
-            if (!ridges.isLine(x, y))
-                continue;
-            int &place = places[word & kCubeMask];
-            if (place == 0) {
-                shades.emplace_back();
-                place = static_cast<int>(shades.size());
-            }
-            Shade &shade = shades[static_cast<std::size_t>(place - 1)];
-            const Colour colour = visible(word | 0xFF000000u);
-            for (std::size_t channel = 0; channel < 4; ++channel)
-                shade.colour[channel] += colour[channel];
-            shade.pixels += 1.0;
-        }
+    if (a == b)
+        return false;
+    if (qAlpha(a & b) == 255) {
+        const int sum = hueDistance(a, b);
+        if (sum <= 40 || sum >= 70)
+            return sum >= 70;
     }
-    for (Shade &shade : shades) {
-        for (double &channel : shade.colour)
-            channel /= shade.pixels;
-    }
-    return shades;
-}
-
-double distanceToMixture(const Colour &colour, const Colour &a, const Colour &b)
-{
-    const Colour along = difference(b, a);
-    const Colour from = difference(colour, a);
-    const double square = product(along, along);
-    const double t
-        = square > 0.0 ? std::max(0.0, std::min(1.0, product(from, along) / square)) : 0.0;
-    Colour away = from;
-    for (std::size_t i = 0; i < 4; ++i)
-        away[i] -= t * along[i];
-    return length(away);
-}
-
-double distanceToMixtures(const Colour &colour, const std::vector<Colour> &palette)
-{
-    double least = palette.empty() ? 1000.0 : length(difference(colour, palette.front()));
-    for (std::size_t i = 0; i < palette.size(); ++i) {
-        for (std::size_t j = i + 1; j < palette.size(); ++j)
-            least = std::min(least, distanceToMixture(colour, palette[i], palette[j]));
-    }
-    return least;
-}
-
-// What lies to one side of a pixel: steps to the first one that differs clearly, 0 when there is
-// none, and the foot of the slope that begins there.
-struct Side
-{
-    int steps = 0;
-    QRgb word = 0;
-    Colour away = { { 0.0, 0.0, 0.0, 0.0 } };
-};
-
-Side sideOf(const QImage &image, int x, int y, int dx, int dy)
-{
-    const int kSlope = 2; // pixels that a soft edge goes on for
-    const Colour own = visible(row(image, y)[x]);
-    Side side;
-    for (int step = 1; step <= (side.steps > 0 ? side.steps + kSlope : kReach); ++step) {
-        const int u = x + step * dx;
-        const int v = y + step * dy;
-        if (u < 0 || v < 0 || u >= image.width() || v >= image.height())
-            break;
-        const QRgb word = row(image, v)[u];
-        const Colour away = difference(own, visible(word));
-        if (side.steps == 0 && length(away) <= kClearly)
-            continue;
-        if (side.steps > 0
-            && (length(away) <= length(side.away) || !isAligned(away, side.away, kSameSlope)))
-            break;
-        side.steps = side.steps > 0 ? side.steps : step;
-        side.word = word;
-        side.away = away;
-    }
-    return side;
-}
-
-Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
-{
-    Ridge ridge;
-    ridge.colour = row(image, y)[x];
-    const Side one = sideOf(image, x, y, dx, dy);
-    if (one.steps == 0)
-        return ridge;
-    const Side other = sideOf(image, x, y, -dx, -dy);
-    ridge.found = other.steps > 0 && one.steps + other.steps <= kReach + 1
-        && isAligned(one.away, other.away, kAligned);
-    ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
-    return ridge;
+    return isRootAbove(square(difference(visible(a), visible(b))), kClearly);
 }
 
 } // namespace
 
-Ridge ridgeAt(const QImage &image, int x, int y)
+// The pixels in line with one, `step` words apart, and how many of them there are on either side.
+struct RidgeFinder::Line
 {
-    const Ridge ridge = ridgeAcross(image, x, y, 1, 0);
-    return ridge.found ? ridge : ridgeAcross(image, x, y, 0, 1);
+    const QRgb *middle;
+    std::ptrdiff_t step;
+    int before;
+    int after;
+};
+
+// What lies to one side of a pixel: steps to the first one that differs clearly, at most `most`, 0
+// when there is none, and the foot of the slope that begins there.
+struct RidgeFinder::Side
+{
+    const QRgb *middle;
+    std::ptrdiff_t step;
+    int count; // of pixels on this side
+    int steps = 0;
+    QRgb word = 0;
+    VisibleColour away = { { 0.0, 0.0, 0.0, 0.0 } };
+
+    bool find(int most)
+    {
+        for (int i = 1; i <= std::min(most, count); ++i) {
+            if (differs(*middle, middle[i * step])) {
+                steps = i;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void followSlope()
+    {
+        const VisibleColour own = visible(*middle);
+        word = middle[steps * step];
+        away = difference(own, visible(word));
+        for (int i = steps + 1; i <= std::min(steps + kSlope, count); ++i) {
+            const QRgb next = middle[i * step];
+            if (next == word)
+                break; // not farther away
+            const VisibleColour farther = difference(own, visible(next));
+            if (!isRootAboveRoot(square(farther), square(away))
+                || !isAligned(farther, away, kSameSlope))
+                break;
+            word = next;
+            away = farther;
+        }
+    }
+};
+
+RidgeFinder::RidgeFinder(const QImage &image)
+    : first(row(image, 0)),
+      stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
+      width(image.width()),
+      height(image.height())
+{ }
+
+Ridge RidgeFinder::across(const Line &line) const
+{
+    Ridge ridge;
+    ridge.colour = *line.middle;
+    Side one { line.middle, line.step, line.after };
+    Side other { line.middle, -line.step, line.before };
+    // No more than kReach + 1 steps to both sides together.
+    if (!one.find(kReach) || !other.find(std::min(kReach, kReach + 1 - one.steps)))
+        return ridge;
+    one.followSlope();
+    other.followSlope();
+    ridge.found = isAligned(one.away, other.away, kAligned);
+    ridge.beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
+    return ridge;
 }
 
-int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
+Ridge RidgeFinder::at(int x, int y) const
 {
-    const Colour own = visible(ridge.colour);
-    const Colour beside = visible(ridge.beside);
+    const QRgb *middle = first + y * stride + x;
+    const Ridge ridge = across({ middle, 1, x, width - 1 - x });
+    return ridge.found ? ridge : across({ middle, stride, y, height - 1 - y });
+}
+
+RidgeColours::RidgeColours(const std::vector<QRgb> &palette) : words(palette)
+{
+    for (QRgb word : words)
+        colours.push_back(visible(word));
+}
+
+int RidgeColours::nearestTo(const Ridge &ridge) const
+{
+    const VisibleColour own = visible(ridge.colour);
+    const VisibleColour beside = visible(ridge.beside);
+    const double depth = length(difference(own, beside));
     int best = -1;
     double least = 1e9;
     for (std::size_t k = 0; k < colours.size(); ++k) {
-        const Colour colour = visible(colours[k]);
-        const double unexplained = distanceToMixture(own, beside, colour);
-        const double distance = unexplained + kDoubt * length(difference(own, colour));
-        const double depth = length(difference(own, beside));
+        if (isRootAbove(square(difference(colours[k], beside)), depth / kLeastPart * (1.0 + kMargin)))
+            continue; // surely too little of it would be left
+        const double unexplained = std::sqrt(squareToMixture(own, beside, colours[k]));
+        const double distance = unexplained + kDoubt * length(difference(own, colours[k]));
         const bool isLikely = unexplained <= kExplained * depth
-            && depth >= kLeastPart * length(difference(colour, beside));
+            && depth >= kLeastPart * length(difference(colours[k], beside));
         if (isLikely && distance < least) {
             least = distance;
             best = static_cast<int>(k);
@@ -198,83 +143,24 @@ int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
     return best;
 }
 
-bool isMixture(QRgb colour, const std::vector<QRgb> &colours)
-{
-    std::vector<Colour> known;
-    for (QRgb other : colours)
-        known.push_back(visible(other));
-    return distanceToMixtures(visible(colour), known) <= kMixture;
-}
+RidgeColours::Around::Around(const RidgeColours &colours, QRgb word)
+    : palette(colours), own(visible(word))
+{ }
 
-RidgeMap::RidgeMap(const QImage &image) : width(image.width()), height(image.height())
+void RidgeColours::Around::add(std::size_t place)
 {
-    ridges.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (int y = 0; y < height; ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < width; ++x) {
-            ridges.push_back(qAlpha(words[x]) >= kLeastAlpha && isEdge(image, x, y)
-                             && ridgeAt(image, x, y).found);
-        }
+    const QRgb word = palette.words[place];
+    const auto isSame = [&](std::size_t other) { return palette.words[other] == word; };
+    if (found || std::any_of(places.begin(), places.end(), isSame))
+        return;
+    const VisibleColour &colour = palette.colours[place];
+    if (places.empty())
+        found = !isRootAbove(square(difference(own, colour)), kMixtureLength);
+    for (std::size_t other : places) {
+        found = found
+            || !isRootAbove(squareToMixture(own, palette.colours[other], colour), kMixtureLength);
     }
-}
-
-int RidgeMap::crowdAt(int x, int y, int reach) const
-{
-    int count = 0;
-    for (int v = std::max(0, y - reach); v <= std::min(height - 1, y + reach); ++v) {
-        for (int u = std::max(0, x - reach); u <= std::min(width - 1, x + reach); ++u)
-            count += at(u, v);
-    }
-    return count;
-}
-
-std::vector<Accent> accentsIn(const QImage &image, const RidgeMap &ridges,
-                              const std::vector<QRgb> &palette, int most)
-{
-    if (palette.size() > kLargePalette)
-        return std::vector<Accent>();
-    std::vector<Colour> known;
-    for (QRgb colour : palette) {
-        if (qAlpha(colour) == 255)
-            known.push_back(visible(colour));
-    }
-    double visiblePixels = 0.0;
-    const std::vector<Shade> shades = shadesOfLines(image, ridges, &visiblePixels);
-    const double least = std::max(kLeastAccent, kLeastShare * visiblePixels);
-    std::vector<Accent> accents;
-    while (static_cast<int>(accents.size()) < std::min(most, kMostAccents)) {
-        std::vector<std::pair<const Shade *, double>> strange;
-        for (const Shade &shade : shades) {
-            const double distance = distanceToMixtures(shade.colour, known);
-            if (distance > kMixture)
-                strange.push_back({ &shade, distance });
-        }
-        // The strongest shade of a line is its colour; the others are mixtures with that.
-        const Shade *best = nullptr;
-        double bestPixels = 0.0;
-        double bestDistance = 0.0;
-        for (const auto &candidate : strange) {
-            double pixels = 0.0;
-            for (const auto &other : strange) {
-                if (length(difference(candidate.first->colour, other.first->colour)) < kSame)
-                    pixels += other.first->pixels;
-            }
-            const double strength = std::pow(pixels, kWorthOfPixels) * candidate.second;
-            if (pixels >= least && strength > std::pow(bestPixels, kWorthOfPixels) * bestDistance) {
-                best = candidate.first;
-                bestPixels = pixels;
-                bestDistance = candidate.second;
-            }
-        }
-        if (!best)
-            break;
-        known.push_back(best->colour);
-        const auto channel
-            = [best](std::size_t i) { return static_cast<int>(best->colour[i] + 0.5); };
-        accents.push_back(
-            { qRgb(channel(0), channel(1), channel(2)), std::sqrt(bestPixels) * bestDistance });
-    }
-    return accents;
+    places.push_back(place);
 }
 
 } // namespace ztrace

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Thin lines and small marks: soft edges on both sides and nothing flat between them.
+// Thin lines and small marks: soft edges on both sides and nothing flat between them. The page is
+// docs/imaging/ridges.md.
 #ifndef ZTRACE_IMAGING_RIDGES_H
 #define ZTRACE_IMAGING_RIDGES_H
 
@@ -8,6 +9,8 @@
 #include <QRgb>
 
 #include <vector>
+
+#include "visiblecolour.h"
 
 namespace ztrace {
 
@@ -20,51 +23,57 @@ struct Ridge
     QRgb beside = 0; // of the side that it differs less from
 };
 
-Ridge ridgeAt(const QImage &image, int x, int y);
-
-// The place of the colour that explains the ridge best, since soft edges mix a thin line's colour
-// with what is beside it; -1 when none does.
-int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours);
-
-// Whether the colour is near one of the others, or near a mixture of two.
-bool isMixture(QRgb colour, const std::vector<QRgb> &colours);
-
-// Where an image has ridges: lines, and textures, which are areas filled by them.
-class RidgeMap
+// Looks for ridges in an ARGB32 image, which must outlive it.
+class RidgeFinder
 {
 public:
-    explicit RidgeMap(const QImage &image);
+    explicit RidgeFinder(const QImage &image);
 
-    bool isLine(int x, int y) const { return at(x, y) && crowdAt(x, y, 1) <= kMostInLine; }
-    bool isTexture(int x, int y) const { return at(x, y) && crowdAt(x, y, 2) >= kLeastInTexture; }
+    bool isRidge(int x, int y) const { return at(x, y).found; }
+    Ridge at(int x, int y) const;
 
 private:
-    static const int kMostInLine = 6;      // of 3 x 3 pixels
-    static const int kLeastInTexture = 24; // of 5 x 5; lines side by side have fewer
+    struct Line;
+    struct Side;
 
-    bool at(int x, int y) const
-    {
-        return ridges[static_cast<std::size_t>(y) * static_cast<std::size_t>(width)
-                      + static_cast<std::size_t>(x)];
-    }
-    int crowdAt(int x, int y, int reach) const;
+    Ridge across(const Line &line) const;
 
-    int width;
-    int height;
-    std::vector<bool> ridges;
+    const QRgb *first;
+    const std::ptrdiff_t stride; // words
+    const int width;
+    const int height;
 };
 
-// A colour for thin lines, and how much it is worth (see flatpalette.cpp).
-struct Accent
+// Explains the colours of ridges by those of a palette, of any size.
+class RidgeColours
 {
-    QRgb colour;
-    double score;
-};
+public:
+    explicit RidgeColours(const std::vector<QRgb> &palette);
 
-// Colours of lines that are no mixtures of two of the palette's opaque colours, at most `most`, the
-// one of most worth first.
-std::vector<Accent> accentsIn(const QImage &image, const RidgeMap &ridges,
-                              const std::vector<QRgb> &palette, int most);
+    // The place of the colour that explains the ridge best, since soft edges mix a thin line's
+    // colour with what is beside it; -1 when none does.
+    int nearestTo(const Ridge &ridge) const;
+
+    // The colours seen around a pixel, added one by one in the order in which they are met, until
+    // the pixel's colour is found to be near one of them or near a mixture of two.
+    class Around
+    {
+    public:
+        Around(const RidgeColours &colours, QRgb word);
+        bool isMixture() const { return found; }
+        void add(std::size_t place);
+
+    private:
+        const RidgeColours &palette;
+        VisibleColour own;
+        bool found = false;
+        std::vector<std::size_t> places;
+    };
+
+private:
+    std::vector<QRgb> words;
+    std::vector<VisibleColour> colours;
+};
 
 } // namespace ztrace
 

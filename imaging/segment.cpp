@@ -2,7 +2,9 @@
 #include "segment.h"
 
 #include "colour.h"
+#include "nearestcolour.h"
 #include "ridges.h"
+#include "spread.h"
 
 #include <QHash>
 
@@ -12,195 +14,112 @@ namespace ztrace {
 
 namespace {
 
-const uint16_t kUnlabelled = 0xFFFF;
-
-uint16_t nearest(QRgb word, const std::vector<QRgb> &colours)
+// The label of a word, and whether it is of exactly that colour. Fully transparent words are as
+// similar to each other as can be, but exactly one colour only where they are equal.
+struct LabelOfWord
 {
-    std::size_t best = 0;
-    for (std::size_t k = 1; k < colours.size(); ++k) {
-        if (colourDistance(word, colours[k]) < colourDistance(word, colours[best]))
-            best = k;
-    }
-    return static_cast<uint16_t>(best);
-}
-
-// Spreads labels into unlabelled pixels, one ring of pixels at a time. Labels of thin lines go no
-// farther than to pixels that no other colour is more similar to.
-class Spread
-{
-public:
-    Spread(const QImage &source, LabelPlane *target)
-        : image(source), plane(target), ofLine(target->pixels(), false)
-    { }
-
-    void label(std::size_t pixel, uint16_t label)
-    {
-        plane->labels[pixel] = label;
-        ofLine[pixel] = true;
-    }
-
-    void run()
-    {
-        std::vector<std::size_t> waiting;
-        for (std::size_t i = 0; i < plane->pixels(); ++i) {
-            if (plane->labels[i] == kUnlabelled)
-                waiting.push_back(i);
-        }
-        std::vector<std::pair<std::size_t, Choice>> ring;
-        while (!waiting.empty()) {
-            ring.clear();
-            std::vector<std::size_t> left;
-            for (std::size_t i : waiting) {
-                const Choice choice = bestAround(i);
-                if (choice.label == kUnlabelled)
-                    left.push_back(i);
-                else
-                    ring.push_back({ i, choice });
-            }
-            if (ring.empty())
-                break; // not a single label to start from
-            for (const auto &entry : ring) {
-                plane->labels[entry.first] = entry.second.label;
-                ofLine[entry.first] = entry.second.ofLine;
-            }
-            waiting.swap(left);
-        }
-    }
-
-private:
-    struct Choice
-    {
-        uint16_t label = kUnlabelled;
-        bool ofLine = false;
-    };
-
-    // Labels within two pixels count, so that both sides of a soft edge are in the choice.
-    Choice bestAround(std::size_t i) const
-    {
-        const int x = static_cast<int>(i % static_cast<std::size_t>(plane->width));
-        const int y = static_cast<int>(i / static_cast<std::size_t>(plane->width));
-        const QRgb word = row(image, y)[x];
-        uint16_t similar = kUnlabelled;
-        Choice best;
-        int bestDistance = 0;
-        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
-            for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
-                 ++u) {
-                const std::size_t other
-                    = static_cast<std::size_t>(v) * static_cast<std::size_t>(plane->width)
-                    + static_cast<std::size_t>(u);
-                const uint16_t label = plane->labels[other];
-                if (label == kUnlabelled
-                    || (label == best.label && (ofLine[other] || !best.ofLine)))
-                    continue;
-                if (ofLine[other] && similar == kUnlabelled)
-                    similar = nearest(word, plane->colours);
-                if (ofLine[other] && label != similar)
-                    continue;
-                const int distance = colourDistance(word, plane->colours[label]);
-                if (best.label == kUnlabelled || distance < bestDistance
-                    || (distance == bestDistance && label <= best.label)) {
-                    best.label = label;
-                    best.ofLine = ofLine[other];
-                    bestDistance = distance;
-                }
-            }
-        }
-        return best;
-    }
-
-    static const int kReach = 2;
-    const QImage &image;
-    LabelPlane *plane;
-    std::vector<bool> ofLine;
+    uint16_t label;
+    bool exact;
 };
 
-// Colours of the labels around a pixel, each once.
-std::vector<QRgb> coloursAround(const LabelPlane &plane, int x, int y)
+LabelOfWord labelOf(QRgb word, const std::vector<QRgb> &colours, NearestColour *nearest)
+{
+    const auto same = qAlpha(word) == 0 ? std::find(colours.begin(), colours.end(), word)
+                                        : colours.end();
+    if (same != colours.end())
+        return { static_cast<uint16_t>(same - colours.begin()), true };
+    const uint16_t label = nearest->of(word);
+    return { label, colours[label] == word };
+}
+
+// Labels where they are clear; the other pixels are unlabelled, and returned from the top.
+std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, NearestColour *nearest,
+                                 LabelPlane *plane)
+{
+    std::vector<uint32_t> waiting;
+    std::vector<uint16_t> labels(static_cast<std::size_t>(plane->width));
+    for (int y = 0; y < plane->height; ++y) {
+        const QRgb *words = row(image, y);
+        const uint8_t *marks = edges.row(y);
+        const std::size_t before = plane->labels.size();
+        LabelOfWord current = { 0, false };
+        for (int x = 0; x < plane->width; ++x) {
+            if (x == 0 || words[x] != words[x - 1])
+                current = labelOf(words[x], plane->colours, nearest);
+            const bool clear = current.exact || (marks[x] & EdgeMap::kEdge) == 0;
+            labels[static_cast<std::size_t>(x)] = clear ? current.label : kUnlabelled;
+            if (!clear)
+                waiting.push_back(static_cast<uint32_t>(before + static_cast<std::size_t>(x)));
+        }
+        plane->labels.insert(plane->labels.end(), labels.begin(), labels.end());
+    }
+    return waiting;
+}
+
+// Whether the pixel's colour is a mixture of those of the labels around it.
+bool isMixtureAround(const LabelPlane &plane, int x, int y, RidgeColours::Around around)
 {
     const int kNear = 3;
-    std::vector<QRgb> colours;
     for (int v = std::max(0, y - kNear); v <= std::min(plane.height - 1, y + kNear); ++v) {
+        const uint16_t *labels = plane.labels.data()
+            + static_cast<std::size_t>(v) * static_cast<std::size_t>(plane.width);
+        uint16_t last = kUnlabelled;
         for (int u = std::max(0, x - kNear); u <= std::min(plane.width - 1, x + kNear); ++u) {
-            const uint16_t label
-                = plane.labels[static_cast<std::size_t>(v) * static_cast<std::size_t>(plane.width)
-                               + static_cast<std::size_t>(u)];
-            if (label != kUnlabelled
-                && std::find(colours.begin(), colours.end(), plane.colours[label]) == colours.end())
-                colours.push_back(plane.colours[label]);
+            if (labels[u] == last || labels[u] == kUnlabelled)
+                continue;
+            last = labels[u];
+            around.add(last);
+            if (around.isMixture())
+                return true;
         }
     }
-    return colours;
+    return false;
 }
 
 // Thin lines have no flat pixels that labels could spread from. Ridges that are no mixtures of what
-// is around them get labels of their own.
-std::vector<std::pair<std::size_t, uint16_t>> labelsOfRidges(const QImage &image,
-                                                             const LabelPlane &plane)
+// is around them get labels of their own. Returns the pixels that stay unlabelled.
+std::vector<uint32_t> labelRidges(const QImage &image, std::vector<uint32_t> waiting,
+                                  EdgeMap *edges, LabelPlane *plane)
 {
-    std::vector<std::pair<std::size_t, uint16_t>> found;
-    std::size_t i = 0;
-    for (int y = 0; y < plane.height; ++y) {
-        for (int x = 0; x < plane.width; ++x, ++i) {
-            if (plane.labels[i] != kUnlabelled)
-                continue;
-            const Ridge ridge = ridgeAt(image, x, y);
-            if (!ridge.found || isMixture(ridge.colour, coloursAround(plane, x, y)))
-                continue;
-            const int label = nearestTo(ridge, plane.colours);
-            if (label >= 0)
-                found.push_back({ i, static_cast<uint16_t>(label) });
+    const RidgeFinder finder(image);
+    const RidgeColours colours(plane->colours);
+    const uint32_t width = static_cast<uint32_t>(plane->width);
+    std::vector<std::pair<uint32_t, uint16_t>> found; // given when all have been looked at
+    std::size_t left = 0;
+    for (uint32_t pixel : waiting) {
+        const int y = static_cast<int>(pixel / width);
+        const int x = static_cast<int>(pixel % width);
+        int label = -1;
+        if ((edges->row(y)[x] & EdgeMap::kRidge) != 0
+            && !isMixtureAround(*plane, x, y, { colours, row(image, y)[x] }))
+            label = colours.nearestTo(finder.at(x, y));
+        if (label < 0) {
+            waiting[left++] = pixel;
+            continue;
         }
+        edges->row(y)[x] |= EdgeMap::kOfLine;
+        found.push_back({ pixel, static_cast<uint16_t>(label) });
     }
-    return found;
-}
-
-LabelPlane emptyPlane(const QSize &size)
-{
-    LabelPlane plane;
-    plane.width = size.width();
-    plane.height = size.height();
-    plane.labels.assign(static_cast<std::size_t>(plane.width)
-                            * static_cast<std::size_t>(plane.height),
-                        kUnlabelled);
-    return plane;
+    for (const auto &ridge : found)
+        plane->labels[ridge.first] = ridge.second;
+    waiting.resize(left);
+    return waiting;
 }
 
 } // namespace
 
-LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours)
+LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours)
 {
-    LabelPlane plane = emptyPlane(image.size());
+    LabelPlane plane;
+    plane.width = image.width();
+    plane.height = image.height();
     plane.colours = colours;
-    QHash<QRgb, uint16_t> labelOf;
-    for (std::size_t k = colours.size(); k-- > 0;)
-        labelOf.insert(colours[k], static_cast<uint16_t>(k));
-    std::size_t i = 0;
-    for (int y = 0; y < plane.height; ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < plane.width; ++x, ++i) {
-            uint16_t label = labelOf.value(words[x], kUnlabelled);
-            if (label == kUnlabelled && !isEdge(image, x, y)) {
-                label = nearest(words[x], colours);
-                labelOf.insert(words[x], label);
-            } else if (label != kUnlabelled && colours[label] != words[x] && isEdge(image, x, y)) {
-                label = kUnlabelled; // known only from elsewhere, where it was no edge
-            }
-            plane.labels[i] = label;
-        }
-    }
-    const std::vector<std::pair<std::size_t, uint16_t>> ridges = labelsOfRidges(image, plane);
-    Spread spread(image, &plane);
-    for (const auto &ridge : ridges)
-        spread.label(ridge.first, ridge.second);
-    spread.run();
-    for (i = 0; i < plane.pixels(); ++i) {
-        if (plane.labels[i] == kUnlabelled) {
-            const int y = static_cast<int>(i / static_cast<std::size_t>(plane.width));
-            const int x = static_cast<int>(i % static_cast<std::size_t>(plane.width));
-            plane.labels[i] = nearest(row(image, y)[x], colours);
-        }
-    }
+    plane.labels.reserve(static_cast<std::size_t>(plane.width)
+                         * static_cast<std::size_t>(plane.height));
+    NearestColour nearest(colours);
+    std::vector<uint32_t> waiting = labelAreas(image, edges, &nearest, &plane);
+    waiting = labelRidges(image, std::move(waiting), &edges, &plane);
+    spreadLabels(image, std::move(waiting), &nearest, &edges, &plane);
     return plane;
 }
 

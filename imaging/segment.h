@@ -9,13 +9,15 @@
 #include <vector>
 
 #include "LabelPlane.h"
+#include "edges.h"
 
 namespace ztrace {
 
-// Every pixel gets one of the colours: the most similar one. On edges (isEdge) that would draw
-// fringes of a third colour, so that a pixel there chooses among the labels that have reached it
-// from the pixels around it, unless it is of exactly one of the colours.
-LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours);
+// Every pixel of an ARGB32 image gets one of the colours, of which there is at least one: the most
+// similar one. On edges that would draw fringes of a third colour, so that a pixel there chooses
+// among the labels that have reached it from the pixels around it, unless it is of exactly one of
+// the colours. The edges are those of the image, and used up.
+LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours);
 
 
 } // namespace ztrace

@@ -1,7 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "upsample.h"
 
+#include "borders.h"
 #include "colour.h"
+#include "interpolation.h"
 #include "segment.h"
 
 #include <algorithm>
@@ -17,56 +19,7 @@ const int kUseful = 2;
 const int kMixture = 24;       // colourDistance; what is nearer to its label's colour is pure
 const double kSoftShare = 0.2; // of the pixels on borders; a soft edge has one in two or three
 const double kLarge = 2.5e6;   // pixels of an image that is fine enough as it is
-
-// Four neighbours along one axis and their weights, which add up to 1: a cubic through the pixels'
-// colours, which keeps the height of narrow peaks. Source: E. Catmull and R. Rom, 1974.
-struct Taps
-{
-    std::array<int, 4> pixels;
-    std::array<double, 4> weights;
-};
-
-// For the part of a pixel that is `part` of `factor`; beyond the rim of the image its last pixel
-// goes on.
-Taps tapsAt(int pixel, int part, int factor, int size)
-{
-    const double offset = (2.0 * part + 1.0 - factor) / (2.0 * factor); // from the pixel's middle
-    const int first = offset < 0.0 ? pixel - 2 : pixel - 1;
-    const double t = offset < 0.0 ? offset + 1.0 : offset;
-    Taps taps;
-    for (int i = 0; i < 4; ++i)
-        taps.pixels[static_cast<std::size_t>(i)] = std::max(0, std::min(size - 1, first + i));
-    taps.weights = { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
-                     ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 };
-    return taps;
-}
-
-// The colour between the pixels; what is transparent has no share in the hue.
-QRgb interpolated(const QImage &image, const Taps &x, const Taps &y)
-{
-    double alpha = 0.0;
-    double red = 0.0;
-    double green = 0.0;
-    double blue = 0.0;
-    for (std::size_t j = 0; j < 4; ++j) {
-        const QRgb *words = row(image, y.pixels[j]);
-        for (std::size_t i = 0; i < 4; ++i) {
-            const QRgb word = words[x.pixels[i]];
-            const double weight = y.weights[j] * x.weights[i] * qAlpha(word);
-            alpha += weight;
-            red += weight * qRed(word);
-            green += weight * qGreen(word);
-            blue += weight * qBlue(word);
-        }
-    }
-    const auto inRange = [](double value) {
-        return static_cast<int>(std::max(0.0, std::min(255.0, value)) + 0.5);
-    };
-    if (inRange(alpha) == 0)
-        return 0u;
-    return qRgba(inRange(red / alpha), inRange(green / alpha), inRange(blue / alpha),
-                 inRange(alpha));
-}
+const int kDiluted = 96;       // colourDistance; a label whose colour is farther is not to be seen
 
 // The labels of a pixel and of those around it, each once, the pixel's own first. The colour of
 // each is the label's, but where the pixels show nothing near that, as a line thinner than a pixel
@@ -74,67 +27,81 @@ QRgb interpolated(const QImage &image, const Taps &x, const Taps &y)
 class Choice
 {
 public:
-    Choice(const QImage &picture, const LabelPlane &source, int x, int y)
-        : image(picture), plane(source)
+    Choice(const QImage &image, const LabelPlane &plane, int x, int y)
     {
-        add(x, y);
+        const std::size_t stride = static_cast<std::size_t>(plane.width);
+        const uint16_t *labels = plane.labels.data() + static_cast<std::size_t>(y) * stride;
+        add(labels[x], row(image, y)[x], plane);
         for (int v = std::max(0, y - 1); v <= std::min(plane.height - 1, y + 1); ++v) {
+            const QRgb *words = row(image, v);
+            labels = plane.labels.data() + static_cast<std::size_t>(v) * stride;
             for (int u = std::max(0, x - 1); u <= std::min(plane.width - 1, x + 1); ++u)
-                add(u, v);
+                add(labels[u], words[u], plane);
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            if (entries[i].distance <= kDiluted)
+                entries[i].colour = plane.colours[entries[i].label];
         }
     }
 
-    std::size_t size() const { return count; }
-    uint16_t own() const { return labels[0]; }
-
-    // The first of the most similar ones.
+    // The label of the most similar colour, the first of several.
     uint16_t nearest(QRgb word) const
     {
         std::size_t best = 0;
-        int least = colourDistance(word, colourOf(0));
+        int least = colourDistance(word, entries[0].colour);
         for (std::size_t i = 1; i < count; ++i) {
-            const int distance = colourDistance(word, colourOf(i));
+            const int distance = colourDistance(word, entries[i].colour);
             if (distance < least) {
                 best = i;
                 least = distance;
             }
         }
-        return labels[best];
+        return entries[best].label;
     }
 
 private:
-    void add(int x, int y)
+    struct Entry
     {
-        const uint16_t label
-            = plane.labels[static_cast<std::size_t>(y) * static_cast<std::size_t>(plane.width)
-                           + static_cast<std::size_t>(x)];
-        const QRgb word = row(image, y)[x];
-        const int distance = colourDistance(word, plane.colours[label]);
-        const std::size_t place = static_cast<std::size_t>(
-            std::find(labels.begin(), labels.begin() + count, label) - labels.begin());
-        if (place < count && distance >= distances[place])
+        uint16_t label;
+        int distance; // of the nearest word so far; any below kDiluted will do
+        QRgb colour;
+    };
+
+    void add(uint16_t label, QRgb word, const LabelPlane &plane)
+    {
+        std::size_t place = 0;
+        while (place < count && entries[place].label != label)
+            ++place;
+        if (place < count && entries[place].distance <= kDiluted)
             return;
-        labels[place] = label;
-        shown[place] = word;
-        distances[place] = distance;
-        count = std::max(count, place + 1);
+        const QRgb colour = plane.colours[label];
+        const int distance = word == colour ? 0 : colourDistance(word, colour);
+        if (place == count)
+            ++count;
+        else if (distance >= entries[place].distance)
+            return;
+        entries[place] = { label, distance, word };
     }
 
-    QRgb colourOf(std::size_t i) const
-    {
-        return distances[i] <= kDiluted ? plane.colours[labels[i]] : shown[i];
-    }
-
-    static const int kDiluted = 96; // colourDistance
-
-    const QImage &image;
-    const LabelPlane &plane;
-    std::array<uint16_t, 9> labels;
-    std::array<QRgb, 9> shown;
-    std::array<int, 9> distances;
+    std::array<Entry, 9> entries;
     std::size_t count = 0;
 };
 
+// Every label `factor` times.
+void widen(const uint16_t *labels, int width, std::size_t factor, uint16_t *target)
+{
+    if (factor == 2) {
+        for (int x = 0; x < width; ++x) {
+            target[2 * x] = labels[x];
+            target[2 * x + 1] = labels[x];
+        }
+        return;
+    }
+    for (int x = 0; x < width; ++x, target += factor)
+        std::fill_n(target, factor, labels[x]);
+}
+
+// Pixels amid their own label keep it in all parts; `choose` gives the labels of the others' parts.
 template<typename Choose>
 LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, const Choose &choose)
 {
@@ -142,25 +109,29 @@ LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, cons
     fine.width = plane.width * factor;
     fine.height = plane.height * factor;
     fine.colours = plane.colours;
+    const std::size_t parts = static_cast<std::size_t>(factor);
     const std::size_t stride = static_cast<std::size_t>(fine.width);
-    fine.labels.resize(stride * static_cast<std::size_t>(fine.height));
+    fine.labels.reserve(stride * static_cast<std::size_t>(fine.height));
+    std::vector<uint16_t> rows(stride * parts); // of one row of pixels
+    SubpixelColours colours(image, factor);
+    BorderRows borders(plane);
     for (int y = 0; y < plane.height; ++y) {
-        for (int x = 0; x < plane.width; ++x) {
-            const Choice choice(image, plane, x, y);
-            uint16_t *corner = fine.labels.data() + static_cast<std::size_t>(y * factor) * stride
-                + static_cast<std::size_t>(x * factor);
-            for (int j = 0; j < factor; ++j) {
-                const Taps down = tapsAt(y, j, factor, plane.height);
-                for (int i = 0; i < factor; ++i) {
-                    uint16_t label = choice.own();
-                    if (choice.size() > 1)
-                        label = choose(
-                            choice, interpolated(image, tapsAt(x, i, factor, plane.width), down));
-                    corner[static_cast<std::size_t>(j) * stride + static_cast<std::size_t>(i)]
-                        = label;
-                }
+        widen(plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts), plane.width,
+              parts, rows.data());
+        for (std::size_t j = 1; j < parts; ++j)
+            std::copy_n(rows.begin(), stride, rows.data() + j * stride);
+        const uint8_t *border = borders.next();
+        for (int x = nextSet(border, 0, plane.width); x < plane.width;
+             x = nextSet(border, x + 1, plane.width)) {
+            const auto labelOf = choose(x, y);
+            const QRgb *words = colours.at(x, y);
+            uint16_t *corner = rows.data() + static_cast<std::size_t>(x) * parts;
+            for (std::size_t j = 0; j < parts; ++j, corner += stride) {
+                for (std::size_t i = 0; i < parts; ++i)
+                    corner[i] = labelOf(*words++);
             }
         }
+        fine.labels.insert(fine.labels.end(), rows.begin(), rows.end());
     }
     return fine;
 }
@@ -171,13 +142,15 @@ bool hasSoftEdges(const QImage &image, const LabelPlane &plane)
 {
     std::size_t onBorder = 0;
     std::size_t soft = 0;
-    for (int y = 0; y < plane.height; ++y) {
-        for (int x = 0; x < plane.width; ++x) {
-            const Choice choice(image, plane, x, y);
-            if (choice.size() == 1)
-                continue;
+    BorderRows borders(plane);
+    const uint16_t *labels = plane.labels.data();
+    for (int y = 0; y < plane.height; ++y, labels += plane.width) {
+        const QRgb *words = row(image, y);
+        const uint8_t *border = borders.next();
+        for (int x = nextSet(border, 0, plane.width); x < plane.width;
+             x = nextSet(border, x + 1, plane.width)) {
             ++onBorder;
-            soft += colourDistance(row(image, y)[x], plane.colours[choice.own()]) > kMixture;
+            soft += colourDistance(words[x], plane.colours[labels[x]]) > kMixture;
         }
     }
     return soft > 0 && double(soft) >= kSoftShare * double(onBorder);
@@ -190,8 +163,9 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
 
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
-    return refine(image, plane, factor,
-                  [](const Choice &choice, QRgb word) { return choice.nearest(word); });
+    return refine(image, plane, factor, [&](int x, int y) {
+        return [choice = Choice(image, plane, x, y)](QRgb word) { return choice.nearest(word); };
+    });
 }
 
 } // namespace ztrace

@@ -6,6 +6,7 @@
 #include "imaging/alpha.h"
 #include "imaging/blend.h"
 #include "imaging/colour.h"
+#include "imaging/edges.h"
 #include "imaging/failure.h"
 #include "imaging/palette.h"
 #include "imaging/paper.h"
@@ -26,11 +27,12 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
         QImage binary(picture); // the soft edges of the picture still tell where they run
         makeAlphaBinary(&binary);
         stages->end("palette");
-        return reduceFlat(binary, flat.palette);
+        return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    const std::vector<QRgb> colours = flatPalette(picture, flat.colours);
+    EdgeMap edges(picture);
+    const std::vector<QRgb> colours = flatPalette(picture, edges, flat.colours);
     stages->end("palette");
-    return reduceFlat(picture, colours);
+    return reduceFlat(picture, std::move(edges), colours);
 }
 
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)

@@ -4,8 +4,6 @@
 #include "components.h"
 #include "containment.h"
 
-#include "ZSpline.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -274,9 +272,9 @@ class ToDrawing
 public:
     ToDrawing(int gridHeight, int upsampling) : height(gridHeight), divisor(upsampling) { }
 
-    ZVector operator()(const double *point) const
+    Point operator()(const double *point) const
     {
-        return ZVector(point[0] / divisor, (height - point[1]) / divisor, 0.0, true);
+        return Point(point[0] / divisor, (height - point[1]) / divisor);
     }
 
 private:
@@ -284,22 +282,17 @@ private:
     double divisor;
 };
 
-ZPolyline shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
+Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
 {
-    ZPolyline shape;
-    shape.appendVertex(toDrawing(segments[0].field + kStart));
+    Path shape;
+    shape.moveTo(toDrawing(segments[0].field + kStart));
+    shape.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
-        if (field[kType] == kLineType) {
-            shape.appendVertex(toDrawing(field + kMiddle));
-            continue;
-        }
-        ZSpline spline;
-        spline.setDegree(2);
-        spline.appendControlPoint(shape.getEndPoint());
-        spline.appendControlPoint(toDrawing(field + kMiddle));
-        spline.appendControlPoint(toDrawing(field + kEnd));
-        shape.appendShape(spline, false);
+        if (field[kType] == kLineType)
+            shape.lineTo(toDrawing(field + kMiddle));
+        else
+            shape.quadraticTo(toDrawing(field + kMiddle), toDrawing(field + kEnd));
     }
     return shape;
 }
@@ -314,7 +307,7 @@ std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, 
         outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
         outline.colour = areas.colours[static_cast<std::size_t>(source.label)];
         outline.layer = layerOfColour(outline.colour);
-        outlines.push_back(outline);
+        outlines.push_back(std::move(outline));
     }
     return outlines;
 }

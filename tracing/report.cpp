@@ -8,8 +8,8 @@ Counts countPieces(const Drawing &drawing)
     Counts counts;
     for (const Outline &outline : drawing.outlines) {
         ++counts.outlines;
-        for (int i = 0; i < outline.shape.countPieces(); ++i) {
-            if (outline.shape.getPieceKind(i) == ZPolyline::LinePiece)
+        for (const PathPiece &piece : outline.shape.pieces()) {
+            if (piece.kind == PathPiece::Line)
                 ++counts.lines;
             else
                 ++counts.curves;

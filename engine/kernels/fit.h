@@ -14,7 +14,11 @@ namespace ztrace {
 // and two zeros, for a quadratic the control point and the end point.
 struct Segment
 {
-    double field[7];
+    // The places of the fields, in nested vectors as well. The control point of a quadratic is its
+    // second one.
+    enum Field { kType, kX1, kY1, kX2, kY2, kX3, kY3, kFieldCount };
+
+    double field[kFieldCount];
 };
 
 const double kLineType = 1.0;

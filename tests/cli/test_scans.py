@@ -212,6 +212,70 @@ class CutShort(OptionsTest):
         self.write("half.png", whole[:len(whole) - 40])
         self.assert_refused("half.png", code=3, words="half.png: the image is damaged or incomplete")
 
+    def test_a_bmp_that_does_is_traced_with_a_warning(self):
+        rows = b"".join(bytes([(x * y) % 256, 0, 255 - x]) for y in range(40) for x in range(40))
+        whole = (b"BM" + struct.pack("<IIIIiiHHIIiiII", 54 + len(rows), 0, 54, 40, 40, 40, 1, 24, 0, 0, 0, 0, 0, 0)
+                 + rows)
+        self.write("whole.bmp", whole)
+        self.write("half.bmp", whole[:2000])
+        self.assertEqual(self.run_program("whole.bmp").stderr, b"")
+        self.assertEqual(self.run_program("half.bmp").stderr,
+                         b"ztrace: half.bmp: the image is incomplete; what is missing has one colour\n")
+
+
+class Limits(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", ring(RED, WHITE, WHITE))
+
+    def test_images_that_ask_for_more(self):
+        for arguments, words in [(("--max-pixels", "0.0015"), "a.png: an image of 40 x 40 pixels has more than 0.0015 "
+                                                              "million pixels (see --max-pixels)"),
+                                 (("--max-memory", "0.03"), "a.png: an image of 40 x 40 pixels takes 1 million bytes of "
+                                                            "memory, more than 0.03 (see --max-memory)"),
+                                 (("--max-memory", "0.0001"), "a.png: has more than 1 million bytes")]:
+            self.assert_refused("a.png", *arguments, code=3, words=words)
+        self.run_program("a.png", "--max-pixels", "0.0016", "--max-memory", "0.0384")
+
+    def test_small_files_that_claim_much(self):
+        self.write("a.svg", b"<svg xmlns='http://www.w3.org/2000/svg' width='32000' height='32000'/>")
+        self.assert_refused("a.svg", "-o", "b.svg", code=3, words="an image of 32000 x 32000 pixels has more than 1000 million")
+        self.write("b.svg", b"<svg xmlns='http://www.w3.org/2000/svg' width='20000' height='20000'/>")
+        self.assert_refused("b.svg", "-o", "c.svg", code=3, words="takes 9600 million bytes of memory, more than 8192")
+
+    def test_endless_input(self):
+        self.assert_refused("/dev/zero", "-o", "b.svg", "--max-memory", "2", code=3, words="has more than 2 million bytes")
+
+    def test_input_that_cannot_be_read_to_its_end(self):
+        """As on a disk with a fault: a part of the memory of this process that is not there."""
+        script = ("import os, subprocess, sys\n"
+                  "memory = open('/proc/self/mem', 'rb', buffering=0)\n"
+                  "line = [l for l in open('/proc/self/maps') if '[heap]' in l][0].split()[0]\n"
+                  "end = int(line.split('-')[1], 16)\n"
+                  "os.lseek(memory.fileno(), end - 8192, 0)\n"
+                  "sys.exit(subprocess.run([sys.argv[1], '-', '-o', 'x.svg'], stdin=memory).returncode)\n")
+        result = subprocess.run(["/usr/bin/python3", "-c", script, PROGRAM], cwd=self.folder, capture_output=True)
+        self.assertEqual((result.returncode, result.stderr), (3, b"ztrace: standard input: cannot be read: Input/output error\n"))
+        self.assertFalse(os.path.exists(self.path("x.svg")))
+
+
+class OtherPages(OptionsTest):
+    def test_those_that_are_left_out_are_told(self):
+        self.write("a.tif", tiff([lambda x, y: x < 20, lambda x, y: y < 20, lambda x, y: y < 9]))
+        told = b"ztrace: a.tif: page 1 of 3 is traced (see --page; --page all takes every one)\n"
+        self.assertEqual(self.run_program("a.tif").stderr, told)
+        self.assertEqual(self.run_program("a.tif", "-q").stderr, b"")
+        for page in "1", "3", "all":
+            self.assertEqual(self.run_program("a.tif", "--page", page).stderr, b"")
+
+    def test_files_that_an_svg_names(self):
+        self.write("red.png", png(40, 40, lambda x, y: RED))
+        self.write("a.svg", b"<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' width='40' "
+                            b"height='40'><rect width='20' height='20' fill='#0000ff'/><image width='40' height='40' xlink:href='red.png'/></svg>")
+        result = self.run_program("a.svg", "-o", "b.svg")
+        self.assertEqual(result.stderr, b"ztrace: a.svg: files that the image names are not loaded\n")
+        self.assertNotIn(b"#ff0000", self.read("b.svg"))
+
 
 if __name__ == "__main__":
     unittest.main()

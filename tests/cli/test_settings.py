@@ -144,8 +144,24 @@ class WithoutEffect(OptionsTest):
         self.assertEqual(self.run_program("a.json", "-o", "b.dxf", "-u", "mm", "--dxf-curves", "arc").stderr, b"")
 
     def test_a_colour_that_is_nowhere(self):
-        self.assertIn(b"no area has a colour", self.run_program("a.png", "--only-color", "green").stderr)
+        self.write("old.svg", b"old")
+        self.assert_refused("a.png", "--only-color", "green", "-o", "old.svg", code=2,
+                            words="--only-color #008000: no colour is near to it; the nearest, #ffffff, is 255 of 255 away")
+        self.assertEqual(self.read("old.svg"), b"old")
         self.assertEqual(self.run_program("a.png", "--only-color", "red").stderr, b"")
+
+    def test_a_colour_that_is_nearly_there(self):
+        wanted = self.svg("a.png", "--only-color", "red")
+        result = self.run_program("a.png", "--only-color", "#d8282e", "-o", "-")
+        self.assertEqual(result.stdout, wanted)
+        self.assertEqual(result.stderr, b"ztrace: --only-color #d8282e: #ff0000 is taken, 46 of 255 away\n")
+        far = self.run_program("a.png", "--only-color", "#bf0000", "-o", "x.svg", code=2).stderr
+        self.assertIn(b"64 of 255 away", far)
+
+    def test_an_empty_drawing_is_told(self):
+        self.write("b.png", png(40, 40, lambda x, y: WHITE))
+        self.assertEqual(self.run_program("b.png", "-p", "lineart", "--no-frame").stderr, b"ztrace: b.png: the drawing is empty\n")
+        self.assertEqual(self.run_program("a.png").stderr, b"")
 
 
 class Mistakes(OptionsTest):

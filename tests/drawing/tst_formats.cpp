@@ -8,8 +8,6 @@
 #include "drawing/pdf.h"
 #include "drawing/png.h"
 
-#include "ZSpline.h"
-
 #include <QBuffer>
 #include <QTest>
 
@@ -24,25 +22,15 @@ namespace {
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();
 
-void addQuadratic(ZPolyline *line, const ZVector &control, const ZVector &end)
-{
-    ZSpline spline;
-    spline.setDegree(2);
-    spline.appendControlPoint(line->getEndPoint());
-    spline.appendControlPoint(control);
-    spline.appendControlPoint(end);
-    line->appendShape(spline, false);
-}
-
 // A closed outline of lines and quadratics with awkward numbers.
-ZPolyline leaf()
+Path leaf()
 {
-    ZPolyline line;
-    line.appendVertex(ZVector(0.1, 1.0 / 3.0));
-    addQuadratic(&line, ZVector(5.0, -0.0), ZVector(9.5, 4.25));
-    line.appendVertex(ZVector(7.5, 8.5));
-    addQuadratic(&line, ZVector(1e-17, 1e300), ZVector(0.1, 1.0 / 3.0));
-    return line;
+    Path path;
+    path.moveTo(Point(0.1, 1.0 / 3.0));
+    path.quadraticTo(Point(5.0, -0.0), Point(9.5, 4.25));
+    path.lineTo(Point(7.5, 8.5));
+    path.quadraticTo(Point(1e-17, 1e300), Point(0.1, 1.0 / 3.0));
+    return path;
 }
 
 Drawing sample()
@@ -61,9 +49,12 @@ Drawing sample()
     outline.seam = 1.5;
     drawing.outlines.push_back(outline);
     drawing.outlines.push_back(Outline());
-    drawing.outlines[1].shape.appendVertex(ZVector(0, 0), 0.5);
-    drawing.outlines[1].shape.appendVertex(ZVector(2, 0), 0.0);
-    drawing.outlines[1].shape.appendVertex(ZVector(2, 2));
+    Path &open = drawing.outlines[1].shape;
+    open.moveTo(Point(0, 0));
+    open.arcTo(Point(2, 0), 0.5);
+    open.lineTo(Point(2, 2));
+    open.cubicTo(Point(3, 3), Point(4, 1), Point(5, 2));
+    open.splineTo(3, { Point(6, 3), Point(7, 1), Point(8, 3) }, Point(9, 2));
     drawing.outlines.push_back(Outline());
     return drawing;
 }
@@ -80,7 +71,7 @@ QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions(
     return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
 }
 
-PathPiece quadratic(const ZVector &a, const ZVector &b, const ZVector &c)
+PathPiece quadratic(const Point &a, const Point &b, const Point &c)
 {
     PathPiece piece;
     piece.kind = PathPiece::Quadratic;
@@ -90,7 +81,7 @@ PathPiece quadratic(const ZVector &a, const ZVector &b, const ZVector &c)
     return piece;
 }
 
-double distanceToArc(const PathPiece &arc, const ZVector &p)
+double distanceToArc(const PathPiece &arc, const Point &p)
 {
     const Circle circle = circleOf(arc);
     const double angle = std::atan2(p.y - circle.center.y, p.x - circle.center.x);
@@ -102,7 +93,7 @@ double distanceToArc(const PathPiece &arc, const ZVector &p)
                     std::hypot(p.x - arc.end.x, p.y - arc.end.y));
 }
 
-double distanceToLine(const PathPiece &line, const ZVector &p)
+double distanceToLine(const PathPiece &line, const Point &p)
 {
     const double dx = line.end.x - line.start.x;
     const double dy = line.end.y - line.start.y;
@@ -112,7 +103,7 @@ double distanceToLine(const PathPiece &line, const ZVector &p)
 }
 
 // Distance of a point from a chain of arcs and lines.
-double distanceTo(const std::vector<BulgeVertex> &chain, const ZVector &p)
+double distanceTo(const std::vector<BulgeVertex> &chain, const Point &p)
 {
     double best = kInfinity;
     for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
@@ -157,7 +148,7 @@ private slots:
             QCOMPARE(after.outlines[i].holes, before.outlines[i].holes);
             QVERIFY(after.outlines[i].seam == before.outlines[i].seam);
         }
-        QVERIFY(std::signbit(after.outlines[0].shape.getPiecePointAt(0, 1).y));
+        QVERIFY(std::signbit(after.outlines[0].shape.pieces()[0].control1.y));
         QCOMPARE(written([&](QIODevice *device) { return writeJson(after, device); }), text);
     }
 
@@ -165,47 +156,145 @@ private slots:
     {
         Drawing before;
         before.outlines.push_back(Outline());
-        before.outlines[0].shape.appendVertex(ZVector(0, 0));
-        addQuadratic(&before.outlines[0].shape, ZVector(kNan, -kInfinity), ZVector(1, kInfinity));
+        before.outlines[0].shape.moveTo(Point(0, 0));
+        before.outlines[0].shape.quadraticTo(Point(kNan, -kInfinity), Point(1, kInfinity));
         const QByteArray text
             = written([&](QIODevice *device) { return writeJson(before, device); });
         Drawing after;
         QString error;
         QVERIFY(readJson(text, &after, &error));
-        const ZPolyline &shape = after.outlines[0].shape;
-        QVERIFY(std::isnan(shape.getPiecePointAt(0, 1).x));
-        QVERIFY(shape.getPiecePointAt(0, 1).y == -kInfinity);
-        QVERIFY(shape.getPiecePointAt(0, 2).y == kInfinity);
+        const PathPiece &piece = after.outlines[0].shape.pieces()[0];
+        QVERIFY(std::isnan(piece.control1.x));
+        QVERIFY(piece.control1.y == -kInfinity);
+        QVERIFY(piece.end.y == kInfinity);
     }
 
     void jsonOfAnotherKindIsRefused_data()
     {
         QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("words");
         const QByteArray head = "{\"format\":\"ztrace drawing\",\"version\":";
-        QTest::newRow("no JSON") << QByteArray("{");
-        QTest::newRow("another object") << QByteArray("{}");
-        QTest::newRow("another version") << head + "2}";
+        QTest::newRow("no JSON") << QByteArray("{") << QString("at byte 1");
+        QTest::newRow("another object") << QByteArray("{}") << QString("not a drawing");
+        QTest::newRow("another version") << head + "2}" << QString("another version");
         const QByteArray first = head + "1,\"width\":9,\"height\":9,\"dpi\":96,";
         const auto outline = [&](const char *text) {
             return first + "\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["
                 + text + "]}]}";
         };
-        QTest::newRow("unknown piece") << outline("[\"X\",1,2]");
-        QTest::newRow("odd coordinates") << outline("[\"L\",1,2,3]");
-        QTest::newRow("no coordinates") << outline("[\"Q\"]");
+        const auto outlines = [&](const QByteArray &members) {
+            QByteArray list;
+            for (const QByteArray &member : members.split(';'))
+                list += (list.isEmpty() ? "{\"color\":\"#000000\"," : ",{\"color\":\"#000000\",")
+                    + member + '}';
+            return first + "\"outlines\":[" + list + "]}";
+        };
+        QTest::newRow("unknown piece")
+            << outline("[\"X\",1,2]") << QString("outline 0: piece 0: there are pieces");
+        QTest::newRow("odd coordinates")
+            << outline("[\"L\",0,0],[\"L\",1,2,3]") << QString("outline 0: piece 1: the end point");
+        QTest::newRow("no coordinates") << outline("[\"Q\"]") << QString("piece 0: coordinates");
+        QTest::newRow("text as a coordinate")
+            << outline("[\"L\",1,\"x\"]") << QString("piece 0: a coordinate is no number");
+        QTest::newRow("spline of degree 4")
+            << outline("[\"S\",4,1,1]")
+            << QString("the degree has to be a whole number from 1 to 3");
+        QTest::newRow("spline of degree 0") << outline("[\"S\",0,1,1]") << QString("the degree");
         QTest::newRow("hole that is not there")
-            << first + "\"outlines\":[{\"color\":\"#000000\",\"holes\":[1],\"pieces\":[]}]}";
-        QTest::newRow("no colour") << first + "\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}";
-        QTest::newRow("no start") << first
-                + "\"outlines\":[{\"color\":\"#000000\",\"pieces\":[[\"L\",1,2]]}]}";
+            << outlines("\"holes\":[1]") << QString("outline 0: a hole has to be");
+        QTest::newRow("the same hole twice") << outlines("\"holes\":[1,1];\"alpha\":0")
+                                             << QString("outline 0: outline 1 is twice its hole");
+        QTest::newRow("a hole in itself") << outlines("\"alpha\":1;\"holes\":[1]")
+                                          << QString("outline 1: it is a hole of its own");
+        QTest::newRow("holes in a circle") << outlines("\"holes\":[2];\"holes\":[0];\"holes\":[1]")
+                                           << QString("outline 0: it is a hole of its own holes");
+        QTest::newRow("no colour") << first + "\"outlines\":[{\"color\":\"x\",\"pieces\":[]}]}"
+                                   << QString("outline 0: \"color\" has to be");
+        QTest::newRow("opacity of 256")
+            << outlines("\"alpha\":256") << QString("\"alpha\" has to be");
+        QTest::newRow("negative seam") << outlines("\"seam\":-1") << QString("\"seam\" has to be");
+        QTest::newRow("layer 5") << outlines("\"layer\":5") << QString("\"layer\" has to be text");
+        QTest::newRow("holes that are no list")
+            << outlines("\"holes\":1") << QString("\"holes\" has to be a list");
+        QTest::newRow("no start") << outlines("\"pieces\":[[\"L\",1,2]]")
+                                  << QString("outline 0: \"start\" has to be");
+        const auto size
+            = [&](const char *members) { return head + "1,\"outlines\":[]," + members + "}"; };
+        QTest::newRow("negative size") << size("\"width\":-1,\"height\":1,\"dpi\":1")
+                                       << QString("\"width\" has to be a whole number from 0");
+        QTest::newRow("half a pixel")
+            << size("\"width\":1,\"height\":0.5,\"dpi\":1") << QString("\"height\" has to be");
+        QTest::newRow("no resolution")
+            << size("\"width\":1,\"height\":1") << QString("\"dpi\" has to be");
+        QTest::newRow("unknown unit") << size("\"width\":1,\"height\":1,\"dpi\":1,\"unit\":\"ft\"")
+                                      << QString("\"unit\" has to be");
     }
     void jsonOfAnotherKindIsRefused()
     {
         QFETCH(QByteArray, text);
+        QFETCH(QString, words);
         Drawing drawing;
         QString error;
         QVERIFY(!readJson(text, &drawing, &error));
-        QVERIFY(!error.isEmpty());
+        QVERIFY2(error.contains(words), qPrintable(error));
+    }
+
+    void holesOfNestedOutlinesAreRead()
+    {
+        // 0 around 1 around 2, which is cut out of both.
+        Drawing drawing = sample();
+        drawing.outlines[0].holes = { 1, 2 };
+        drawing.outlines[1].holes = { 2 };
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(drawing, device); });
+        Drawing after;
+        QString error;
+        QVERIFY2(readJson(text, &after, &error), qPrintable(error));
+        QCOMPARE(after.outlines[0].holes, drawing.outlines[0].holes);
+    }
+
+    void holesDoNotMultiplyADrawing()
+    {
+        Drawing drawing;
+        drawing.outlines.resize(1000);
+        for (int i = 0; i < 1000; ++i)
+            drawing.outlines[0].shape.appendVertex(ZVector(i, i % 2));
+        for (std::size_t i = 1; i < drawing.outlines.size(); ++i)
+            drawing.outlines[i].holes.push_back(0);
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(drawing, device); });
+        QString error;
+        QVERIFY(!readJson(text, &drawing, &error));
+        QCOMPARE(error, QString("the holes have too many pieces"));
+    }
+
+    void layersOfOneNameAreNumbered()
+    {
+        // All letters are ones that the format has not.
+        Drawing drawing;
+        drawing.outlines.resize(20000);
+        for (int i = 0; i < 20000; ++i) {
+            Outline &outline = drawing.outlines[static_cast<std::size_t>(i)];
+            outline.layer = QString(QChar(0x4000 + i));
+            outline.shape.appendVertex(ZVector(0, 0));
+            outline.shape.appendVertex(ZVector(1, i));
+        }
+        const QByteArray dxf = dxfOf(drawing);
+        QVERIFY(dxf.contains("\n2\n_\n") && dxf.contains("\n2\n__2\n"));
+        QVERIFY(dxf.contains("\n2\n__20000\n") && !dxf.contains("\n2\n__20001\n"));
+    }
+
+    void groundIsBelowAllLayers()
+    {
+        Drawing drawing = sample();
+        QVERIFY(!drawing.layered().front().hasGround); // no layer has its colour
+        drawing.outlines[2].colour = drawing.ground;
+        drawing.outlines[2].layer = QString::fromLatin1("paper");
+        const std::vector<Layer> layers = drawing.layered();
+        QCOMPARE(drawing.layers().size(), 3);
+        QCOMPARE(layers.front().name, QString("paper"));
+        QVERIFY(layers.front().hasGround && !layers[1].hasGround && !layers[2].hasGround);
+        QVERIFY(layers[1].outlines == std::vector<const Outline *> { &drawing.outlines[0] });
     }
 
     void arcsStayWithinTheTolerance()
@@ -213,9 +302,9 @@ private slots:
         std::mt19937 random(7);
         std::uniform_real_distribution<double> place(-10.0, 10.0);
         for (int i = 0; i < 500; ++i) {
-            const PathPiece curve = quadratic(ZVector(place(random), place(random)),
-                                              ZVector(place(random), place(random)),
-                                              ZVector(place(random), place(random)));
+            const PathPiece curve = quadratic(Point(place(random), place(random)),
+                                              Point(place(random), place(random)),
+                                              Point(place(random), place(random)));
             for (double tolerance : { 0.5, 0.05, 0.001 }) {
                 const std::vector<BulgeVertex> chain = bulgeChain({ curve }, tolerance);
                 QVERIFY(chain.front().point == curve.start && chain.back().point == curve.end);
@@ -246,8 +335,7 @@ private slots:
         QFETCH(double, controlX);
         QFETCH(double, controlY);
         QFETCH(double, endX);
-        const PathPiece curve
-            = quadratic(ZVector(0, 0), ZVector(controlX, controlY), ZVector(endX, 0));
+        const PathPiece curve = quadratic(Point(0, 0), Point(controlX, controlY), Point(endX, 0));
         for (double tolerance : { 0.05, 0.001 }) {
             const std::vector<BulgeVertex> chain = bulgeChain({ curve }, tolerance);
             for (const BulgeVertex &vertex : chain) {
@@ -263,7 +351,7 @@ private slots:
 
     void curveThatIsAPointHasOneVertex()
     {
-        const PathPiece curve = quadratic(ZVector(1, 1), ZVector(1, 1), ZVector(1, 1));
+        const PathPiece curve = quadratic(Point(1, 1), Point(1, 1), Point(1, 1));
         QCOMPARE(bulgeChain({ curve }, 0.05).size(), std::size_t(1));
     }
 
@@ -318,9 +406,10 @@ private slots:
         Drawing drawing = sample();
         drawing.outlines.resize(1);
         drawing.outlines[0].holes.clear();
-        ZPolyline triangle;
-        for (double x : { 0.0, 4.0, 2.0, 0.0 })
-            triangle.appendVertex(ZVector(x, x == 2.0 ? 3.0 : 0.0));
+        Path triangle;
+        triangle.moveTo(Point(0, 0));
+        for (double x : { 4.0, 2.0, 0.0 })
+            triangle.lineTo(Point(x, x == 2.0 ? 3.0 : 0.0));
         drawing.outlines[0].shape = triangle;
         drawing.unit = Unit::Pixel;
         QVERIFY(dxfOf(drawing, options)
@@ -351,9 +440,10 @@ private slots:
         drawing.width = drawing.height = 10;
         const auto addSquare = [&](double low, double side, QRgb colour) {
             Outline outline;
-            for (int i = 0; i < 5; ++i)
-                outline.shape.appendVertex(ZVector(low + (i == 1 || i == 2 ? side : 0.0),
-                                                   low + (i == 2 || i == 3 ? side : 0.0)));
+            outline.shape.moveTo(Point(low, low));
+            for (int i = 1; i < 5; ++i)
+                outline.shape.lineTo(Point(low + (i == 1 || i == 2 ? side : 0.0),
+                                           low + (i == 2 || i == 3 ? side : 0.0)));
             outline.colour = colour;
             drawing.outlines.push_back(outline);
         };

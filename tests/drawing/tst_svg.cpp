@@ -2,8 +2,10 @@
 //
 // The SVG writer, number text and files that appear whole.
 #include "drawing/output.h"
+#include "drawing/hostpath.h"
 #include "drawing/svg.h"
 
+#include "ZPolyline.h"
 #include "ZSpline.h"
 
 #include <QBuffer>
@@ -12,7 +14,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <charconv>
+#include <cmath>
 #include <limits>
+#include <random>
 
 using namespace ztrace;
 
@@ -35,7 +40,7 @@ Drawing drawingOf(const ZPolyline &line)
     drawing.width = 10;
     drawing.height = 8;
     Outline outline;
-    outline.shape = line;
+    outline.shape = pathOf(line);
     outline.colour = 0xFFFF8000u;
     drawing.outlines.push_back(outline);
     return drawing;
@@ -46,6 +51,23 @@ QString svgOf(const Drawing &drawing, const SvgOptions &options = SvgOptions())
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     return writeSvg(drawing, options, &buffer) ? QString::fromUtf8(buffer.data()) : QString();
+}
+
+// A number by the library alone, without what text.cpp does to be fast.
+QByteArray fromLibrary(double value, int decimals)
+{
+    char buffer[400];
+    const std::to_chars_result result = decimals < 0
+        ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)
+        : std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+    QByteArray text(buffer, static_cast<int>(result.ptr - buffer));
+    if (text.contains('.')) {
+        while (text.endsWith('0'))
+            text.chop(1);
+        if (text.endsWith('.'))
+            text.chop(1);
+    }
+    return text == "-0" ? QByteArray("0") : text;
 }
 
 } // namespace
@@ -136,7 +158,7 @@ private slots:
     {
         Drawing drawing = drawingOf(square(0, 0, 8));
         Outline inner;
-        inner.shape = square(2, 2, 2);
+        inner.shape = pathOf(square(2, 2, 2));
         inner.colour = 0;
         drawing.outlines.push_back(inner);
         drawing.outlines[0].holes.push_back(1);
@@ -193,6 +215,33 @@ private slots:
         const QString svg = svgOf(drawing);
         QVERIFY(svg.contains("viewBox=\"0 0 4 4\""));
         QVERIFY(svg.contains("M0 4L4 4L4 0L0 0L0 4Z"));
+    }
+
+    void numbersAreThoseOfTheLibrary_data()
+    {
+        QTest::addColumn<int>("decimals");
+        for (int decimals = kExactDecimals; decimals <= 13; ++decimals)
+            QTest::addRow("%d decimals", decimals) << decimals;
+    }
+    void numbersAreThoseOfTheLibrary()
+    {
+        QFETCH(int, decimals);
+        std::mt19937_64 random(11);
+        std::uniform_real_distribution<double> place(-5000.0, 5000.0);
+        const double steps[] = { 1.0, 2.0, 4.0, 8.0, 16.0, 10.0, 1000.0, 1e6, 3.0, 1e-3 };
+        for (int i = 0; i < 60000; ++i) {
+            double value = place(random);
+            const double step = steps[i % 10];
+            if (i % 3 == 1)
+                value = std::floor(value * step) / step;
+            if (i % 3 == 2) // near the middle of two
+                value = (std::floor(value * step) + 0.5) / step * (1.0 + (i % 7 - 3) * 1e-16);
+            if (i % 11 == 0)
+                value *= 1e-7;
+            if (i % 13 == 0)
+                value *= 1e9;
+            QCOMPARE(numberText(value, decimals), fromLibrary(value, decimals));
+        }
     }
 
     void failedWriteLeavesTheOldFile()

@@ -6,6 +6,7 @@
 #include "imaging/segment.h"
 #include "imaging/ridges.h"
 #include "imaging/resolution.h"
+#include "imaging/spotcolours.h"
 
 #include <QTest>
 
@@ -37,7 +38,7 @@ private slots:
     void flatColoursAreExactAndEdgesLeaveNone()
     {
         const QImage image = softEdge(kRed, kBlue, 0xFF802080u);
-        const std::vector<QRgb> palette = flatPalette(image, 16);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
         QCOMPARE(palette, (std::vector<QRgb> { kRed, kBlue }));
     }
 
@@ -45,7 +46,7 @@ private slots:
     {
         // The mean of the two is exactly a third colour of the palette, which is not beside it.
         const QImage image = softEdge(kRed, kBlue, 0xFF812081u);
-        const LabelPlane plane = reduceFlat(image, { kRed, kBlue, 0xFF802080u });
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), { kRed, kBlue, 0xFF802080u });
         for (uint16_t label : plane.labels)
             QVERIFY(label < 2);
     }
@@ -61,7 +62,7 @@ private slots:
             for (int x = 100; x < 110; ++x)
                 image.setPixel(x, y, kRed);
         }
-        const std::vector<QRgb> palette = flatPalette(image, 6);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 6);
         QVERIFY(std::find(palette.begin(), palette.end(), kRed) != palette.end());
         QCOMPARE(palette.size(), std::size_t(6));
     }
@@ -98,9 +99,9 @@ private slots:
         QFETCH(QRgb, ground);
         QFETCH(QRgb, line);
         const QImage image = softLine(ground, line);
-        const std::vector<QRgb> palette = flatPalette(image, 16);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
         QCOMPARE(palette.size(), std::size_t(2));
-        const LabelPlane plane = reduceFlat(image, palette);
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
         for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
             QCOMPARE(palette[plane.labels[i]], line);
         QCOMPARE(palette[plane.labels[0]], ground);
@@ -112,9 +113,9 @@ private slots:
         QImage image = softLine(0xFFFFFFFFu, mixture(0xFFFFFFFFu, kBlue));
         for (int i = 0; i < 100; ++i)
             image.setPixel(10 + i % 10, 10 + i / 10, kBlue);
-        const std::vector<QRgb> palette = flatPalette(image, 16);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
         QCOMPARE(palette, (std::vector<QRgb> { 0xFFFFFFFFu, kBlue }));
-        const LabelPlane plane = reduceFlat(image, palette);
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
         for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
             QCOMPARE(int(plane.labels[i]), 1);
     }
@@ -122,9 +123,9 @@ private slots:
     void softEdgesAreNoLines()
     {
         const QImage image = softEdge(kRed, kBlue, mixture(kRed, kBlue));
-        QCOMPARE(accentsIn(image, RidgeMap(image), { kRed, kBlue }, 16).size(), std::size_t(0));
+        QCOMPARE(spotColoursIn(image, EdgeMap(image), { kRed, kBlue }, 16).size(), std::size_t(0));
         for (int x = 0; x < image.width(); ++x)
-            QVERIFY(!ridgeAt(image, x, image.height() / 2).found);
+            QVERIFY(!RidgeFinder(image).isRidge(x, image.height() / 2));
     }
 
     void pixelsAreMadeSquareWhereTheyFit()
@@ -152,7 +153,7 @@ private slots:
             for (int x = 10; x < 50; ++x)
                 image.setPixel(x, y, y % 2 ? qRgb(160, 160, 160) : qRgb(205, 205, 205));
         }
-        const std::vector<QRgb> palette = flatPalette(image, 16);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
         for (QRgb grey : { qRgb(160, 160, 160), qRgb(205, 205, 205) })
             QVERIFY(std::find(palette.begin(), palette.end(), grey) != palette.end());
     }
@@ -164,11 +165,11 @@ private slots:
             for (int x = 0; x < 160; ++x)
                 image.setPixel(x, y, qRgba(x / 20 * 30, 255 - x / 20 * 30, 90, 128));
         }
-        QCOMPARE(flatPalette(image, 16).size(), std::size_t(8));
-        QCOMPARE(flatPalette(image, 5).size(), std::size_t(5));
+        QCOMPARE(flatPalette(image, EdgeMap(image), 16).size(), std::size_t(8));
+        QCOMPARE(flatPalette(image, EdgeMap(image), 5).size(), std::size_t(5));
     }
 
-    void accentsTakeThePlacesOfLessUsefulColours()
+    void spotColoursTakeThePlacesOfLessUsefulColours()
     {
         QImage image(200, 200, QImage::Format_ARGB32);
         for (int y = 0; y < 200; ++y) {
@@ -177,7 +178,7 @@ private slots:
         }
         for (int y = 0; y < 200; ++y)
             image.setPixel(100, y, qRgb(200, 120, 0));
-        const std::vector<QRgb> palette = flatPalette(image, 6);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 6);
         QCOMPARE(palette.size(), std::size_t(6));
         const auto isOrange = [](QRgb colour) { return qRed(colour) > qBlue(colour) + 100; };
         QCOMPARE(std::count_if(palette.begin(), palette.end(), isOrange), std::ptrdiff_t(1));
@@ -186,9 +187,9 @@ private slots:
     void transparencyIsAnEntryOfItsOwn()
     {
         QImage image = softEdge(0x00FFFFFFu, kBlue, 0x802020E0u);
-        const std::vector<QRgb> palette = flatPalette(image, 16);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
         QCOMPARE(palette, (std::vector<QRgb> { kBlue, 0u }));
-        const LabelPlane plane = reduceFlat(image, palette);
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
         QCOMPARE(int(plane.labels.front()), 1);
         QCOMPARE(int(plane.labels.back()), 0);
     }

@@ -184,6 +184,11 @@ QString endError(const Plane &plane, const BoundaryMap &map)
     const Lattice lattice(plane);
     for (std::size_t c = 0; c < map.chains.size(); ++c) {
         const Chain &chain = map.chains[c];
+        for (uint32_t k = 1; k < chain.moves; ++k) {
+            const Move *move = map.moves.data() + chain.firstMove + k;
+            if ((move[-1].heading() + move[0].heading()) % 2 == 0)
+                return QLatin1String("two moves of one heading");
+        }
         const std::vector<Point> points = pointsOf(map, referenceTo(uint32_t(c), false));
         for (std::size_t k = 1; k + 1 < points.size(); ++k) {
             if (lattice.isNode(points[k]))

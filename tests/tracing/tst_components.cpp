@@ -104,6 +104,46 @@ private slots:
         }
     }
 
+    void bitsAreScannedAsLabels()
+    {
+        Random random(9);
+        const uint16_t ones[2] = { 3, 700 };
+        for (int width = 1; width <= 200; ++width) {
+            const Plane drawn = noise(&random, width, 4, 2);
+            Plane plane = drawn;
+            RunScanner scanner(width, 4);
+            for (int y = 0; y < 4; ++y) {
+                // What lies beyond the width is no part of the row.
+                std::vector<uint8_t> bytes(at(width + 7) / 8, 0xFF);
+                for (int x = 0; x < width; ++x) {
+                    const std::size_t pixel = at(y * width + x);
+                    plane.labels[pixel] = ones[drawn.labels[pixel]];
+                    const unsigned bit = 0x80u >> (x % 8);
+                    if (drawn.labels[pixel] == 0)
+                        bytes[at(x / 8)] = uint8_t(bytes[at(x / 8)] & ~bit);
+                }
+                scanner.addBits(bytes.data(), ones);
+            }
+            const Runs runs = scanner.take();
+            const Runs expected = runsOf(plane);
+            QCOMPARE(runs.start, expected.start);
+            QCOMPARE(runs.label, expected.label);
+            QCOMPARE(runs.firstOfRow, expected.firstOfRow);
+        }
+    }
+
+    void longUniformRowsOfBits()
+    {
+        const uint16_t ones[2] = { 1, 0 };
+        for (int seed : { 0, 0xFF }) {
+            std::vector<uint8_t> bytes(100, uint8_t(seed));
+            bytes[50] = uint8_t(seed ^ 0x10);
+            RunScanner scanner(800, 1);
+            scanner.addBits(bytes.data(), ones);
+            QCOMPARE(scanner.take().start, (std::vector<int32_t> { 0, 403, 404, 0 }));
+        }
+    }
+
     void bytesAboveTheSignBitAreLabels()
     {
         const uint8_t bytes[] = { 200, 200, 56, 255 };

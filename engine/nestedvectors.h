@@ -1,8 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // From the kernels' flat segments to the nested form of the stage operations.
-#ifndef ZTRACE_NESTING_H
-#define ZTRACE_NESTING_H
+#ifndef ZTRACE_NESTEDVECTORS_H
+#define ZTRACE_NESTEDVECTORS_H
 
 #include <QVector>
 
@@ -20,8 +20,8 @@ inline QVector<QVector<double>> nested(const Segment *segments, std::size_t coun
     QVector<QVector<double>> result(static_cast<int>(count));
     QVector<double> *target = result.data();
     for (std::size_t i = 0; i < count; ++i) {
-        QVector<double> fields(7);
-        std::copy(segments[i].field, segments[i].field + 7, fields.data());
+        QVector<double> fields(static_cast<int>(Segment::kFieldCount));
+        std::copy(segments[i].field, segments[i].field + Segment::kFieldCount, fields.data());
         target[i].swap(fields);
     }
     return result;

@@ -1,0 +1,25 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Whether an image file ends where its image does. The toolkit's readers give what is there of a
+// file that was cut short, and fill the rest without a word.
+#ifndef ZTRACE_CLI_ENDING_H
+#define ZTRACE_CLI_ENDING_H
+
+#include <QByteArray>
+
+namespace ztrace {
+
+enum class Ending {
+    Whole,
+    CutShort,
+    Untold // of a format that is not known here
+};
+
+// What the bytes of a file say themselves: their counts, sizes, places and end marks. `format` is
+// the toolkit's name for it ("bmp"). Nothing is decoded: bytes that are wrong are the reader's to
+// find. Takes time in proportion to the bytes at most.
+Ending endingOf(const QByteArray &bytes, const QByteArray &format);
+
+} // namespace ztrace
+
+#endif

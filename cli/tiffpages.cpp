@@ -1,0 +1,118 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A TIFF is a chain of directories: a count of entries, the entries (tag, type, count, value or
+// place), the place of the next directory. The large form of it has 8 bytes where the other has 4.
+#include "tiffpages.h"
+
+#include "ByteWalk.h"
+
+#include <set>
+
+namespace ztrace {
+
+namespace {
+
+const int kStripOffsets = 273;
+const int kStripSizes = 279;
+const int kTileOffsets = 324;
+const int kTileSizes = 325;
+
+class TiffWalk
+{
+public:
+    TiffWalk(const QByteArray &file, bool littleEndian, bool isLarge)
+        : bytes(file), little(littleEndian), large(isLarge), wide(isLarge ? 8 : 4),
+          left(file.size())
+    { }
+
+    std::vector<bool> pages()
+    {
+        std::vector<bool> found;
+        ByteWalk walk(bytes, little);
+        walk.moveTo(large ? 8 : 4);
+        std::set<qint64> places;
+        qint64 next = walk.number(wide);
+        while (next != 0 && places.insert(next).second) {
+            // A directory that is not there is a page nevertheless.
+            const bool isWhole = readDirectory(next, &next);
+            found.push_back(isWhole);
+        }
+        return found;
+    }
+
+private:
+    // Whether all of it is there. Where that cannot be told there is no next one.
+    bool readDirectory(qint64 place, qint64 *next)
+    {
+        ByteWalk walk(bytes, little);
+        walk.moveTo(place);
+        const qint64 entries = walk.number(large ? 8 : 2);
+        std::vector<qint64> offsets;
+        std::vector<qint64> sizes;
+        for (qint64 i = 0; i < entries && !walk.isBeyond() && left > 0; ++i, --left) {
+            const qint64 tag = walk.number(2);
+            const qint64 type = walk.number(2);
+            const qint64 count = walk.number(wide);
+            const qint64 value = walk.at();
+            walk.skip(wide);
+            if (tag == kStripOffsets || tag == kTileOffsets)
+                offsets = numbersAt(value, type, count);
+            else if (tag == kStripSizes || tag == kTileSizes)
+                sizes = numbersAt(value, type, count);
+        }
+        *next = walk.number(wide);
+        if (walk.isBeyond() || left <= 0) {
+            *next = 0;
+            return false;
+        }
+        return dataIsThere(offsets, sizes);
+    }
+
+    // Values of an entry; a single -1 where they lie beyond the end.
+    std::vector<qint64> numbersAt(qint64 place, qint64 type, qint64 count)
+    {
+        const int size = type == 3 ? 2 : type == 16 ? 8 : 4;
+        ByteWalk walk(bytes, little);
+        walk.moveTo(place);
+        if (count > wide / size)
+            walk.moveTo(walk.number(wide));
+        std::vector<qint64> numbers;
+        for (qint64 i = 0; i < count && !walk.isBeyond() && left > 0; ++i, --left)
+            numbers.push_back(walk.number(size));
+        return walk.isBeyond() || left <= 0 ? std::vector<qint64> { -1 } : numbers;
+    }
+
+    // Sizes may be missing, and those of old writers may be 0.
+    bool dataIsThere(const std::vector<qint64> &offsets, const std::vector<qint64> &sizes) const
+    {
+        for (std::size_t i = 0; i < offsets.size(); ++i) {
+            const qint64 size = i < sizes.size() ? sizes[i] : 1;
+            if (offsets[i] < 0 || size < 0 || offsets[i] + size > bytes.size())
+                return false;
+        }
+        return true;
+    }
+
+    const QByteArray &bytes;
+    const bool little;
+    const bool large;
+    const int wide; // bytes of a place
+    qint64 left;    // entries and numbers that may be read: each has bytes of its own
+};
+
+} // namespace
+
+std::vector<bool> tiffPages(const QByteArray &bytes)
+{
+    for (const bool little : { true, false }) {
+        for (const int version : { 42, 43 }) {
+            ByteWalk walk(bytes, little);
+            const qint64 order = walk.number(2);
+            if (order == (little ? 0x4949 : 0x4D4D) && walk.number(2) == version)
+                return TiffWalk(bytes, little, version == 43).pages();
+        }
+    }
+    return {};
+}
+
+} // namespace ztrace

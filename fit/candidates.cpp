@@ -1,0 +1,138 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fit/candidates.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::fit {
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+const double kSmoothCosine = std::cos(kSmoothTurn * kPi / 180);
+
+// A walk that is this much longer than its chord turns back on itself. A staircase is up to 1.08
+// times longer; 1.5 px more for the ends of short ones.
+bool goesAhead(double chord, double walk)
+{
+    return chord >= 0.75 * walk - 1.5;
+}
+
+// Gives a circle the direction of the walk; false where it is no arc of these points.
+bool completeArc(const Table &table, int first, int last, Primitive *arc)
+{
+    const Points &points = table.points;
+    const Point a = points.at(first) - arc->point;
+    const Point b = points.at((first + last - 1) / 2) - arc->point;
+    const Point c = points.at(last - 1) - arc->point;
+    arc->turn = cross(b - a, c - b) < 0 ? -1 : 1;
+    // Radians from the first to the last point around the circle, in the direction of the walk.
+    const double sine = arc->turn * cross(a, c);
+    const double cosine = dot(a, c);
+    double sweep = std::atan2(sine, cosine);
+    sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
+    const double walk = points.walk(first, last - 1);
+    // Round the circle as far as the walk goes; like goesAhead.
+    if (sweep > kLargestSweep || std::fabs(arc->radius * sweep - walk) > 0.3 * walk + 1.5)
+        return false;
+    const double half
+        = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
+    const double sagitta = arc->radius * (sweep > kPi ? 1 + half : 1 - half);
+    return sagitta > points.sigmaOf((first + last) / 2);
+}
+
+Point breakPoint(const Points &points, int i)
+{
+    const int n = points.size();
+    if (i <= 0)
+        return points.at(0);
+    if (i >= n)
+        return points.at(n - 1);
+    return 0.5 * (points.at(i - 1) + points.at(i));
+}
+
+SpanEnd endAt(const Points &points, const Span &span, int i)
+{
+    const Point p = breakPoint(points, i);
+    const Primitive &primitive = span.primitive;
+    return { primitive.arc, primitive.foot(p), primitive.tangent(p) };
+}
+
+} // namespace
+
+SpanPair spansOf(const Table &table, int first, int last, double most)
+{
+    const Points &points = table.points;
+    const Moments m = table.sums.over(first, last);
+    const LineMoments c = lineMoments(m);
+    const int n = last - first;
+    SpanPair pair;
+    pair.lineMisfit = table.judgement.misfit(c.least * m.w, n);
+    pair.arcMisfit = kAnyCost;
+    const Point a = points.at(first);
+    const Point b = points.at(last - 1);
+    const Point chord = b - a;
+    // Two or three points are always a line, so that there is a way through every chain.
+    pair.hasLine = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
+    // Where the line is within half a number of perfect, no arc can tell itself from it.
+    const double arcPrice = table.numbers(table.prices.arc);
+    pair.hasArc = n >= kArcPoints && offered(table.prices.arc) && arcPrice <= most
+        && (!pair.hasLine || pair.lineMisfit > table.numbers(0.5))
+        && circleOf(m, c, &pair.arc.primitive);
+    if (pair.hasLine && pair.lineMisfit + table.numbers(table.prices.line) <= most)
+        pair.line = { first, last, lineOf(m, c, a, b), pair.lineMisfit, false };
+    else
+        pair.hasLine = false;
+    if (!pair.hasArc)
+        return pair;
+    pair.arcMisfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
+    pair.hasArc
+        = pair.arcMisfit + arcPrice <= most && completeArc(table, first, last, &pair.arc.primitive);
+    pair.arc.first = first;
+    pair.arc.last = last;
+    pair.arc.misfit = pair.arcMisfit;
+    pair.arc.smooth = false;
+    return pair;
+}
+
+SpanEnd startOf(const Points &points, const Span &span)
+{
+    return endAt(points, span, span.first);
+}
+
+SpanEnd endOf(const Points &points, const Span &span)
+{
+    return endAt(points, span, span.last);
+}
+
+// Whether the two ends, drawn on, meet within reach of where they end.
+bool meetNear(const SpanEnd &before, const SpanEnd &after)
+{
+    const Point gap = after.foot - before.foot;
+    if (dot(gap, gap) < kSmoothGap * kSmoothGap)
+        return true;
+    const double sine = cross(before.tangent, after.tangent);
+    const double ahead = cross(gap, after.tangent);
+    const double back = cross(gap, before.tangent);
+    const double reach = kMeetingReach * std::fabs(sine);
+    return std::fabs(ahead) <= reach && std::fabs(back) <= reach;
+}
+
+double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
+                 bool *smooth)
+{
+    const double corner = table.numbers(table.prices.corner);
+    *smooth = false;
+    if (!meetNear(before, after))
+        return 2 * corner + table.numbers(table.prices.line) + leftOut * table.judgement.leftOut;
+    if (leftOut > 0)
+        return corner + leftOut * table.judgement.leftOut;
+    if (!before.arc && !after.arc)
+        return corner;
+    const Point gap = after.foot - before.foot;
+    *smooth = dot(before.tangent, after.tangent) > kSmoothCosine
+        && dot(gap, gap) < kSmoothGap * kSmoothGap;
+    return *smooth ? 0 : corner;
+}
+
+} // namespace ztrace::fit

@@ -1,0 +1,83 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The pieces that the program may choose between, and what a joint of two of them costs.
+#ifndef ZTRACE_FIT_CANDIDATES_H
+#define ZTRACE_FIT_CANDIDATES_H
+
+#include "fit/prices.h"
+#include "fit/sums.h"
+
+namespace ztrace::fit {
+
+// A line or an arc through the points first to last - 1, fitted to them alone.
+struct Span
+{
+    int first;
+    int last;
+    Primitive primitive;
+    double misfit; // nats
+    bool smooth;   // joins the span before it with a common tangent
+};
+
+// Where and how a span meets its neighbour.
+struct SpanEnd
+{
+    bool arc;
+    Point foot; // of the middle between the two points at the break
+    Point tangent;
+};
+
+// Degrees of turn below which a joint counts as smooth, and pixels that the two free fits may lie
+// apart there. Twelve degrees is what a joint of two fits of 8 points at .1 px can be off.
+const double kSmoothTurn = 12;
+const double kSmoothGap = 0.6;
+// Radians a single arc may sweep, and its fewest points.
+const double kLargestSweep = 4.7;
+const int kArcPoints = 5;
+
+// What spans are measured with; all references must outlive it.
+struct Table
+{
+    const Points &points;
+    const Sums &sums;
+    const Prices &prices;
+    const Judgement &judgement;
+
+    double numbers(double count) const { return judgement.lambda * count; }
+    double priceOf(const Span &span) const
+    {
+        return numbers(span.primitive.arc ? prices.arc : prices.line);
+    }
+};
+
+// The two kinds of one span. A line is not there where the walk turns back; an arc not where the
+// line is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither
+// is where its misfit and price exceed `most`; then its misfit may be left at infinity.
+struct SpanPair
+{
+    bool hasLine;
+    bool hasArc;
+    double lineMisfit;
+    double arcMisfit;
+    Span line; // void unless hasLine
+    Span arc;
+};
+SpanPair spansOf(const Table &table, int first, int last, double most);
+const double kAnyCost = 1e300;
+
+SpanEnd startOf(const Points &points, const Span &span);
+SpanEnd endOf(const Points &points, const Span &span);
+
+// Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the
+// one to the other.
+const double kMeetingReach = 2.5;
+bool meetNear(const SpanEnd &before, const SpanEnd &after);
+
+// Nats for the joint of two spans between which `leftOut` points belong to neither: nothing where
+// it is smooth, a corner, or the line and the two corners of a cap.
+double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
+                 bool *smooth);
+
+} // namespace ztrace::fit
+
+#endif

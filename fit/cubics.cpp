@@ -1,0 +1,276 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fit/cubics.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::fit {
+
+namespace {
+
+// Points that a round looks at: more of them move no handle by a hundredth of a pixel. The misfit
+// counts all.
+const int kMostPoints = 32;
+const int kRounds = 6;
+const double kSettled = 1e-4;      // pixels
+const double kLongestHandle = 1.5; // chords
+const double kShortestHandle = 0.02;
+// Parameter by which a point may run past the ends: those beside a joint may project there.
+const double kPast = 0.05;
+
+struct Bezier
+{
+    Point p[4];
+    double weight; // of both inner points together where the curve is rational (p[1] = p[2])
+    bool conic;
+
+    // Place and first derivative at t.
+    void at(double t, Point *place, Point *change) const
+    {
+        const double u = 1 - t;
+        if (conic) {
+            const double w = 2 * weight;
+            const double total = u * u + w * u * t + t * t;
+            const Point sum = u * u * p[0] + w * u * t * p[1] + t * t * p[3];
+            const Point slope = -2 * u * p[0] + w * (u - t) * p[1] + 2 * t * p[3];
+            const double totalSlope = -2 * u + w * (u - t) + 2 * t;
+            *place = (1 / total) * sum;
+            *change = (1 / total) * (slope - totalSlope * *place);
+            return;
+        }
+        *place = u * u * u * p[0] + 3 * u * u * t * p[1] + 3 * u * t * t * p[2] + t * t * t * p[3];
+        *change = 3 * u * u * (p[1] - p[0]) + 6 * u * t * (p[2] - p[1]) + 3 * t * t * (p[3] - p[2]);
+    }
+
+    // One step towards the foot of q. The curve's second derivative is left out: near the curve it
+    // only slows the last digits.
+    double nearer(double t, Point q) const
+    {
+        Point place, change;
+        at(t, &place, &change);
+        const double square = dot(change, change);
+        const double next = square > 0 ? t + dot(q - place, change) / square : t;
+        return std::min(1 + kPast, std::max(-kPast, next));
+    }
+};
+
+// Misfit of all points; their parameters start as shares of the walk.
+double misfitOf(const Table &table, const Bezier &curve, int first, int last)
+{
+    const Points &points = table.points;
+    const double total = std::max(1e-9, points.walk(first, last - 1));
+    double chi2 = 0;
+    for (int i = first; i < last; ++i) {
+        double t = points.walk(first, i) / total;
+        for (int step = 0; step < 3; ++step)
+            t = curve.nearer(t, points.at(i));
+        Point place, change;
+        curve.at(t, &place, &change);
+        const Point gap = points.at(i) - place;
+        chi2 += dot(gap, gap) * points.weightOf(i);
+    }
+    const double misfit = table.judgement.misfit(chi2, last - first);
+    return std::isfinite(misfit) ? misfit : kAnyCost;
+}
+
+Point leftOf(Point v)
+{
+    return { -v.y, v.x };
+}
+
+// The unknowns: lengths of the handles, angles of the free tangents.
+struct Handles
+{
+    Point tangent[2];
+    double length[2];
+
+    Bezier curve(const CurveEnds &ends) const
+    {
+        return { { ends.start, ends.start + length[0] * tangent[0],
+                   ends.end - length[1] * tangent[1], ends.end },
+                 1,
+                 false };
+    }
+};
+
+void turn(Point *tangent, double angle)
+{
+    const double c = std::cos(angle);
+    const double s = std::sin(angle);
+    *tangent = { c * tangent->x - s * tangent->y, s * tangent->x + c * tangent->y };
+}
+
+class CubicFit
+{
+public:
+    CubicFit(const Table &t, const CurveEnds &e, int f, int l)
+        : table(t), ends(e), first(f), last(l), stride(std::max(1, (l - f) / kMostPoints))
+    {
+        const Point chord = e.end - e.start;
+        reach = std::hypot(chord.x, chord.y);
+        handles = { { e.startTangent, e.endTangent }, { reach / 3, reach / 3 } };
+        const double total = std::max(1e-9, t.points.walk(f, l - 1));
+        for (int i = f; i < l; i += stride)
+            parameter.push_back(t.points.walk(f, i) / total);
+    }
+
+    bool run(Piece *cubic)
+    {
+        if (!(reach > 1e-3))
+            return false;
+        for (int round = 0; round < kRounds; ++round) {
+            const double step = improve();
+            if (!(step < 10 * reach))
+                return false;
+            if (step < kSettled)
+                break;
+        }
+        for (const double length : handles.length) {
+            if (!(length > kShortestHandle * reach && length < kLongestHandle * reach))
+                return false;
+        }
+        const Bezier curve = handles.curve(ends);
+        if (!followsWalk(curve))
+            return false;
+        *cubic = cubicPiece(ends.start, curve.p[1], curve.p[2], ends.end);
+        cubic->misfit = misfitOf(table, curve, first, last);
+        return cubic->misfit < kAnyCost;
+    }
+
+private:
+    // Points near the curve do not say that the curve is near the points: loops are longer than the
+    // walk.
+    bool followsWalk(const Bezier &curve) const
+    {
+        const int steps = 16;
+        double length = 0;
+        Point before = ends.start;
+        for (int i = 1; i <= steps; ++i) {
+            Point place, change;
+            curve.at(static_cast<double>(i) / steps, &place, &change);
+            length += std::hypot(place.x - before.x, place.y - before.y);
+            before = place;
+        }
+        return length < 1.1 * table.points.walk(first, last - 1) + 2;
+    }
+
+    double improve()
+    {
+        using Vector = Eigen::Matrix<double, 4, 1>;
+        Eigen::Matrix4d normal = Eigen::Matrix4d::Identity() * 1e-3;
+        Vector right = Vector::Zero();
+        const Bezier curve = handles.curve(ends);
+        std::size_t k = 0;
+        for (int i = first; i < last; i += stride, ++k) {
+            const Point q = table.points.at(i);
+            const double t = curve.nearer(parameter[k], q);
+            parameter[k] = t;
+            Point place, change;
+            curve.at(t, &place, &change);
+            const double speed = std::sqrt(dot(change, change));
+            if (!(speed > 0))
+                continue;
+            const Point n = (1 / speed) * leftOf(change);
+            const double u = 1 - t;
+            const double a = 3 * u * u * t;
+            const double b = 3 * u * t * t;
+            Vector j;
+            j << a * dot(n, handles.tangent[0]), -b * dot(n, handles.tangent[1]),
+                ends.startFixed ? 0 : a * handles.length[0] * dot(n, leftOf(handles.tangent[0])),
+                ends.endFixed ? 0 : -b * handles.length[1] * dot(n, leftOf(handles.tangent[1]));
+            const double weight = table.points.weightOf(i);
+            normal += weight * j * j.transpose();
+            right += weight * dot(n, q - place) * j;
+        }
+        const Vector step = normal.ldlt().solve(right);
+        for (int h = 0; h < 2; ++h) {
+            handles.length[h] += std::min(reach, std::max(-reach, step[h]));
+            turn(&handles.tangent[h], std::min(0.3, std::max(-0.3, step[2 + h])));
+        }
+        const double largest = std::max(step.head<2>().cwiseAbs().maxCoeff(),
+                                        reach * step.tail<2>().cwiseAbs().maxCoeff());
+        return std::isfinite(largest) ? largest : INFINITY;
+    }
+
+    const Table &table;
+    const CurveEnds &ends;
+    const int first;
+    const int last;
+    const int stride;
+    double reach;
+    Handles handles;
+    std::vector<double> parameter;
+};
+
+bool tangentsMeet(const CurveEnds &ends, Point *control)
+{
+    const double sine = cross(ends.startTangent, ends.endTangent);
+    const Point chord = ends.end - ends.start;
+    const double ahead = cross(chord, ends.endTangent);
+    const double back = cross(ends.startTangent, chord);
+    if (!(std::fabs(sine) > 1e-6) || !(ahead / sine > 0) || !(back / sine > 0))
+        return false;
+    *control = ends.start + (ahead / sine) * ends.startTangent;
+    return true;
+}
+
+} // namespace
+
+bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, Piece *cubic)
+{
+    return CubicFit(table, ends, first, last).run(cubic);
+}
+
+bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece)
+{
+    Point control;
+    if (!tangentsMeet(ends, &control))
+        return false;
+    *piece = quadraticPiece(ends.start, control, ends.end);
+    const Bezier curve = { { ends.start, control, control, ends.end }, 1, true };
+    piece->misfit = misfitOf(table, curve, first, last);
+    return piece->misfit < kAnyCost;
+}
+
+bool fitConic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece)
+{
+    Point control;
+    if (!tangentsMeet(ends, &control) || last - first < kArcPoints)
+        return false;
+    // The shoulder, where the curve crosses the line from the chord's middle to the control point,
+    // divides it as w / (1 + w): read off the points there.
+    const Point middle = 0.5 * (ends.start + ends.end);
+    const Point rise = control - middle;
+    const double square = dot(rise, rise);
+    if (!(square > 0))
+        return false;
+    double share = 0;
+    double nearest = INFINITY;
+    for (int i = first; i < last; ++i) {
+        const Point q = table.points.at(i) - middle;
+        if (std::fabs(cross(rise, q)) < nearest) {
+            nearest = std::fabs(cross(rise, q));
+            share = dot(q, rise) / square;
+        }
+    }
+    double best = kAnyCost;
+    // Around that, the best of a few: the misfit is smooth in the share.
+    for (int k = -4; k <= 4; ++k) {
+        const double s = share + 0.01 * k;
+        if (!(s > 0.02 && s < 0.495))
+            continue;
+        const double w = s / (1 - s);
+        const Bezier curve = { { ends.start, control, control, ends.end }, w, true };
+        const double misfit = misfitOf(table, curve, first, last);
+        if (misfit < best) {
+            best = misfit;
+            *piece = conicPiece(ends.start, control, w, ends.end);
+            piece->misfit = misfit;
+        }
+    }
+    return best < kAnyCost;
+}
+
+} // namespace ztrace::fit

@@ -1,0 +1,582 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fit/joints.h"
+
+#include "fit/skyline.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::fit {
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+// Pixels: how firmly a vertex stays where the free fits meet.
+const double kAnchorSigma = 1;
+// The same along the tangent of a joint without a corner: the pieces nearly coincide there, so that
+// their points do not say where one ends.
+const double kSlideSigma = 0.1;
+// Pixels from the points at a break within which fits are intersected, cosine of the least turn.
+const double kFarthestMeeting = 6;
+const double kMeetingCosine = std::cos(12 * kPi / 180);
+// Weight of a common tangent per squared radian: 1e4 times what 1000 points of .03 px weigh at a
+// lever of 10 px, and still 1e6 below what doubles cannot add any more.
+const double kTangentWeight = 1e10;
+// It grows to that by hundreds from round to round; at once, it lets no vertex move but along the
+// kinks.
+const double kFirstTangentWeight = 1e6;
+const double kPinWeight = 1e12;
+const int kRounds = 12;
+// Pixels a vertex may move in one round.
+const double kLongestStep = 1.5;
+const double kSettled = 1e-4; // pixels; the next step is its square
+// Rounds in which smooth joints may become corners.
+const int kReleases = 3;
+// Pixels by which a piece may leave the box of its points, and a vertex its anchor.
+const double kLeaves = 6;
+const double kStrays = 3;
+const double kMissed = 1.5; // pixels
+
+double wrapped(double angle)
+{
+    return angle - 2 * kPi * std::floor(angle / (2 * kPi) + 0.5);
+}
+
+// One piece between two vertices in the frame of its chord: u along, v outwards (towards positive
+// sagittas, the right-hand side where x turns into y to the left).
+struct Frame
+{
+    Point middle;
+    Point along;
+    Point outward;
+    double length;
+    double sagitta;
+    double curvature;
+    double bySagitta; // derivatives of the curvature
+    double byHalf;
+
+    Frame(Point start, Point end, double s)
+        : middle(0.5 * (start + end)), along(end - start), length(std::hypot(along.x, along.y)),
+          sagitta(s)
+    {
+        along = length > 1e-9 ? (1 / length) * along : Point { 1, 0 };
+        length = std::max(length, 1e-9);
+        outward = { along.y, -along.x };
+        const double c = length / 2;
+        const double sum = s * s + c * c;
+        curvature = 2 * s / sum;
+        bySagitta = 2 * (c * c - s * s) / (sum * sum);
+        byHalf = -4 * s * c / (sum * sum);
+    }
+
+    // Signed distance of p outside of the circle through both vertices and the sagitta's top. In
+    // this form it goes over into the distance from the chord as the sagitta goes to zero.
+    double distance(Point p, double jacobian[5]) const
+    {
+        const double u = dot(p - middle, along);
+        const double v = dot(p - middle, outward) - sagitta;
+        const double square = u * u + v * v;
+        const double f = curvature * square + 2 * v;
+        const double root = 1 + curvature * f;
+        const double d = f / (1 + std::sqrt(std::max(0.0, root)));
+        if (jacobian) {
+            const double gu = curvature * u;
+            const double gv = 1 + curvature * v;
+            const double turn = (gv * u - gu * (v + sagitta)) / length;
+            const double widen = 0.25 * square * byHalf;
+            jacobian[0] = -widen - 0.5 * gu;
+            jacobian[1] = -0.5 * gv + turn;
+            jacobian[2] = 0.5 * square * bySagitta - gv;
+            jacobian[3] = widen - 0.5 * gu;
+            jacobian[4] = -0.5 * gv - turn;
+        }
+        return d;
+    }
+
+    // Half the sweep, and what it changes by per sagitta and per half chord.
+    double halfSweep() const { return 2 * std::atan(2 * sagitta / length); }
+    double sweepBySagitta() const { return length / (sagitta * sagitta + 0.25 * length * length); }
+    double sweepByHalf() const
+    {
+        return -2 * sagitta / (sagitta * sagitta + 0.25 * length * length);
+    }
+};
+
+class Joiner
+{
+public:
+    Joiner(const Table &t, std::vector<Span> s)
+        : table(t), points(t.points), spans(std::move(s)), count(static_cast<int>(spans.size())),
+          vertices(points.closed ? count : count + 1)
+    {
+        smooth.assign(static_cast<std::size_t>(count), 0);
+        for (int k = 0; k < count; ++k)
+            smooth[index(k)] = spans[index(k)].smooth && hasJoint(k);
+        if (points.closed && count > 1)
+            smooth[0] = closesSmoothly();
+    }
+
+    std::vector<Piece> run()
+    {
+        placeAnchors();
+        start();
+        for (int release = 0; release <= kReleases; ++release) {
+            if (solve()) {
+                if (!releaseCostlyTangents(release == kReleases))
+                    return pieces();
+                continue;
+            }
+            start();
+            if (!releaseAll())
+                break;
+        }
+        start();
+        straightenStrays();
+        return pieces();
+    }
+
+private:
+    static std::size_t index(int i) { return static_cast<std::size_t>(i); }
+    // Joint k lies before span k.
+    bool hasJoint(int k) const { return k > 0 || (points.closed && count > 1); }
+    int before(int k) const { return k > 0 ? k - 1 : count - 1; }
+    int after(int k) const { return points.closed && k + 1 == count ? 0 : k + 1; }
+    const Primitive &primitive(int k) const { return spans[index(k)].primitive; }
+
+    bool closesSmoothly() const
+    {
+        bool result = false;
+        const Span &last = spans.back();
+        const Span &first = spans.front();
+        SpanEnd end = meeting(last, 0);
+        SpanEnd begin = meeting(first, 0);
+        jointCost(table, end, begin, 0, &result);
+        return result;
+    }
+
+    Point breakPoint(int k) const
+    {
+        const int n = points.size();
+        if (k == count)
+            return points.at(n - 1);
+        if (!hasJoint(k))
+            return points.at(spans[index(k)].first);
+        return 0.5
+            * (points.at((spans[index(before(k))].last - 1 + n) % n)
+               + points.at(spans[index(k)].first % n));
+    }
+
+    SpanEnd meeting(const Span &span, int k) const
+    {
+        const Point p = breakPoint(k);
+        return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p) };
+    }
+
+    // Where two fits meet near a break: their tangents' intersection, followed along arcs; where
+    // they hardly turn half way between them, with the tangent.
+    Point meet(int k, Point *tangent) const
+    {
+        const Primitive &a = primitive(before(k));
+        const Primitive &b = primitive(k);
+        const Point at = breakPoint(k);
+        const Point between = 0.5 * (a.foot(at) + b.foot(at));
+        if (dot(a.tangent(at), b.tangent(at)) > kMeetingCosine) {
+            *tangent = b.tangent(at);
+            return between;
+        }
+        Point p = at;
+        for (int round = 0; round < 4; ++round) {
+            const Point ta = a.tangent(p);
+            const Point tb = b.tangent(p);
+            const Point fa = a.foot(p);
+            const double sine = cross(ta, tb);
+            if (std::fabs(sine) < 1 - kMeetingCosine)
+                return between;
+            p = fa + (cross(b.foot(p) - fa, tb) / sine) * ta;
+            const Point off = p - at;
+            if (!(dot(off, off) < kFarthestMeeting * kFarthestMeeting))
+                return between;
+        }
+        return p;
+    }
+
+    void placeAnchors()
+    {
+        anchors.clear();
+        slide.assign(index(vertices), Point { 0, 0 });
+        for (int k = 0; k < vertices; ++k) {
+            const Point at = breakPoint(k);
+            if (k < count && hasJoint(k))
+                anchors.push_back(meet(k, &slide[index(k)]));
+            else
+                anchors.push_back(primitive(std::min(k, count - 1)).foot(at));
+        }
+        if (points.pinnedStart)
+            anchors.front() = points.at(0);
+        if (points.pinnedEnd)
+            anchors.back() = points.at(points.size() - 1);
+    }
+
+    void start()
+    {
+        vertex = anchors;
+        sagitta.assign(index(count), 0.0);
+        for (int k = 0; k < count; ++k)
+            sagitta[index(k)] = freeSagitta(k);
+    }
+
+    double freeSagitta(int k) const
+    {
+        const Primitive &arc = primitive(k);
+        if (!arc.arc)
+            return 0;
+        const Point a = anchors[index(k)];
+        const Point b = anchors[index(after(k))];
+        const Span &span = spans[index(k)];
+        const Frame chord(a, b, 0);
+        // The circle's top over this chord: the far one where the points go more than half round.
+        const double half = chord.length / 2;
+        const double root = std::sqrt(std::max(0.0, arc.radius * arc.radius - half * half));
+        const Point from = points.at(span.first) - arc.point;
+        const Point to = points.at(span.last - 1) - arc.point;
+        const bool wide = arc.turn * cross(from, to) < 0;
+        return arc.turn * (wide ? arc.radius + root : arc.radius - root);
+    }
+
+    // Unknowns: x and y of vertex k, then the sagitta of span k.
+    int unknown(int k) const { return 3 * k; }
+
+    std::vector<int> rowStarts() const
+    {
+        std::vector<int> starts;
+        for (int k = 0; k < vertices; ++k) {
+            const bool wraps = points.closed && k >= vertices - 2;
+            const int from = wraps ? 0 : unknown(std::max(0, k - 2));
+            for (int i = 0; i < 3; ++i)
+                starts.push_back(std::min(from, unknown(k) + i));
+        }
+        return starts;
+    }
+
+    bool solve()
+    {
+        const int n = 3 * vertices;
+        Skyline matrix(rowStarts());
+        double tangentWeight = kFirstTangentWeight;
+        for (int round = 0; round < kRounds; ++round) {
+            matrix.clear();
+            std::vector<double> right(index(n), 0.0);
+            addAnchors(&matrix, &right);
+            for (int k = 0; k < count; ++k)
+                addPoints(k, &matrix, &right);
+            for (int k = 0; k < count; ++k) {
+                if (smooth[index(k)])
+                    addTangent(k, tangentWeight, &matrix, &right);
+            }
+            if (!matrix.solve(&right))
+                return false;
+            const double step = take(right);
+            if (!(step < 1e3))
+                return false;
+            const bool firm = tangentWeight >= kTangentWeight;
+            if (step < kSettled && firm)
+                break;
+            tangentWeight = std::min(kTangentWeight, 1e2 * tangentWeight);
+        }
+        return staysNear();
+    }
+
+    double take(const std::vector<double> &step)
+    {
+        double largest = 0;
+        for (const double d : step)
+            largest = std::isfinite(d) ? std::max(largest, std::fabs(d)) : INFINITY;
+        const double part = largest > kLongestStep ? kLongestStep / largest : 1;
+        for (int k = 0; k < vertices; ++k) {
+            const double *d = &step[index(unknown(k))];
+            vertex[index(k)] = vertex[index(k)] + part * Point { d[0], d[1] };
+            if (k < count && primitive(k).arc)
+                sagitta[index(k)] += part * d[2];
+        }
+        return largest;
+    }
+
+    void addAnchors(Skyline *matrix, std::vector<double> *right) const
+    {
+        for (int k = 0; k < vertices; ++k) {
+            const bool pinned
+                = (k == 0 && points.pinnedStart) || (k == vertices - 1 && points.pinnedEnd);
+            const double weight = pinned ? kPinWeight : 1 / (kAnchorSigma * kAnchorSigma);
+            const Point off = anchors[index(k)] - vertex[index(k)];
+            const int at = unknown(k);
+            matrix->add(at, at, weight);
+            matrix->add(at + 1, at + 1, weight);
+            (*right)[index(at)] += weight * off.x;
+            (*right)[index(at + 1)] += weight * off.y;
+            const Point t = slide[index(k)];
+            const double firmness = 1 / (kSlideSigma * kSlideSigma);
+            matrix->add(at, at, firmness * t.x * t.x);
+            matrix->add(at + 1, at, firmness * t.x * t.y);
+            matrix->add(at + 1, at + 1, firmness * t.y * t.y);
+            (*right)[index(at)] += firmness * dot(off, t) * t.x;
+            (*right)[index(at + 1)] += firmness * dot(off, t) * t.y;
+            // A line has no sagitta, an arc one that its points hold.
+            matrix->add(at + 2, at + 2, k < count && primitive(k).arc ? 1e-3 : 1);
+        }
+    }
+
+    // The five unknowns of a span: start, sagitta, end.
+    void places(int k, int at[5]) const
+    {
+        const int a = unknown(k);
+        const int b = unknown(after(k));
+        const int list[5] = { a, a + 1, a + 2, b, b + 1 };
+        std::copy(list, list + 5, at);
+    }
+
+    Frame frame(int k) const
+    {
+        return Frame(vertex[index(k)], vertex[index(after(k))], sagitta[index(k)]);
+    }
+
+    void addPoints(int k, Skyline *matrix, std::vector<double> *right) const
+    {
+        const Frame f = frame(k);
+        const Span &span = spans[index(k)];
+        double normal[5][5] = {};
+        double side[5] = {};
+        double j[5];
+        for (int i = span.first; i < span.last; ++i) {
+            const double d = f.distance(points.at(i), j);
+            const double weight = points.weightOf(i);
+            for (int r = 0; r < 5; ++r) {
+                const double wr = weight * j[r];
+                side[r] -= wr * d;
+                for (int c = 0; c <= r; ++c)
+                    normal[r][c] += wr * j[c];
+            }
+        }
+        for (int r = 0; r < 5; ++r)
+            for (int c = 0; c < r; ++c)
+                normal[c][r] = normal[r][c];
+        spread(k, f, normal, side, matrix, right);
+    }
+
+    // From the chord's frame (start along, outward; sagitta; end along, outward) to x and y.
+    void spread(int k, const Frame &f, double normal[5][5], const double side[5], Skyline *matrix,
+                std::vector<double> *right) const
+    {
+        double turn[5][5] = {};
+        turn[0][0] = turn[3][3] = f.along.x;
+        turn[0][1] = turn[3][4] = f.along.y;
+        turn[1][0] = turn[4][3] = f.outward.x;
+        turn[1][1] = turn[4][4] = f.outward.y;
+        turn[2][2] = primitive(k).arc ? 1 : 0;
+        double half[5][5];
+        for (int r = 0; r < 5; ++r) {
+            for (int c = 0; c < 5; ++c) {
+                half[r][c] = 0;
+                for (int i = 0; i < 5; ++i)
+                    half[r][c] += normal[r][i] * turn[i][c];
+            }
+        }
+        int at[5];
+        places(k, at);
+        for (int r = 0; r < 5; ++r) {
+            double sum = 0;
+            for (int i = 0; i < 5; ++i)
+                sum += turn[i][r] * side[i];
+            (*right)[index(at[r])] += sum;
+            for (int c = 0; c < 5; ++c) {
+                double value = 0;
+                for (int i = 0; i < 5; ++i)
+                    value += turn[i][r] * half[i][c];
+                if (at[c] <= at[r])
+                    matrix->add(at[r], at[c], value);
+            }
+        }
+    }
+
+    // How the direction at a span's start or end changes with its five unknowns.
+    void tangentGradient(int k, bool atEnd, double gradient[5]) const
+    {
+        const Frame f = frame(k);
+        const double sign = atEnd ? 1 : -1;
+        const double bySagitta = primitive(k).arc ? sign * f.sweepBySagitta() : 0;
+        const double byHalf = sign * f.sweepByHalf() * 0.5;
+        // Chord direction: (outward of start - outward of end) / length.
+        const double turn = 1 / f.length;
+        gradient[0] = -byHalf * f.along.x + turn * f.outward.x;
+        gradient[1] = -byHalf * f.along.y + turn * f.outward.y;
+        gradient[2] = bySagitta;
+        gradient[3] = byHalf * f.along.x - turn * f.outward.x;
+        gradient[4] = byHalf * f.along.y - turn * f.outward.y;
+    }
+
+    double kink(int k) const
+    {
+        const Frame a = frame(before(k));
+        const Frame b = frame(k);
+        const double chords = std::atan2(cross(a.along, b.along), dot(a.along, b.along));
+        return wrapped(chords - a.halfSweep() - b.halfSweep());
+    }
+
+    void addTangent(int k, double weight, Skyline *matrix, std::vector<double> *right) const
+    {
+        const double residual = kink(k);
+        double gradient[10];
+        int at[10];
+        tangentGradient(k, false, gradient);
+        tangentGradient(before(k), true, gradient + 5);
+        places(k, at);
+        places(before(k), at + 5);
+        for (int i = 5; i < 10; ++i)
+            gradient[i] = -gradient[i];
+        for (int r = 0; r < 10; ++r) {
+            (*right)[index(at[r])] -= weight * gradient[r] * residual;
+            for (int c = 0; c < 10; ++c) {
+                if (at[c] <= at[r])
+                    matrix->add(at[r], at[c], weight * gradient[r] * gradient[c]);
+            }
+        }
+    }
+
+    // A piece whose vertices leave its points, or whose arc goes the other way, was not solved.
+    bool staysNear() const
+    {
+        for (int k = 0; k < count; ++k) {
+            const Span &span = spans[index(k)];
+            if (span.first == span.last)
+                continue;
+            Box box = { points.at(span.first), points.at(span.first) };
+            for (int i = span.first; i < span.last; ++i) {
+                const Point p = points.at(i);
+                box.low = { std::min(box.low.x, p.x), std::min(box.low.y, p.y) };
+                box.high = { std::max(box.high.x, p.x), std::max(box.high.y, p.y) };
+            }
+            for (const int end : { k, after(k) }) {
+                const Point v = vertex[index(end)];
+                const Point off = v - anchors[index(end)];
+                if (!(dot(off, off) < kStrays * kStrays))
+                    return false;
+                if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
+                      && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
+                    return false;
+            }
+            const double sweep = 2 * frame(k).halfSweep();
+            if (std::fabs(sweep) > kLargestSweep + 1)
+                return false;
+        }
+        return true;
+    }
+
+    bool releaseAll()
+    {
+        const bool any = std::count(smooth.begin(), smooth.end(), 1) > 0;
+        smooth.assign(index(count), 0);
+        return any;
+    }
+
+    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is
+    // better.
+    void straightenStrays()
+    {
+        for (int k = 0; k < count; ++k) {
+            const Frame f = frame(k);
+            for (int i = spans[index(k)].first; i < spans[index(k)].last; ++i) {
+                if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
+                    sagitta[index(k)] = 0;
+            }
+        }
+    }
+
+    double misfitOf(int k) const
+    {
+        const Span &span = spans[index(k)];
+        const Frame f = frame(k);
+        double chi2 = 0;
+        for (int i = span.first; i < span.last; ++i) {
+            const double d = f.distance(points.at(i), nullptr);
+            chi2 += d * d * points.weightOf(i);
+        }
+        return table.judgement.misfit(chi2, span.last - span.first);
+    }
+
+    // Makes corners of the joints whose spans lost more than a corner is worth. True where one was.
+    bool releaseCostlyTangents(bool last)
+    {
+        const double worth = table.numbers(table.prices.corner);
+        bool released = false;
+        std::vector<double> rise(index(count), 0.0);
+        for (int k = 0; k < count; ++k)
+            rise[index(k)] = misfitOf(k) - spans[index(k)].misfit;
+        for (int k = 0; k < count && !last; ++k) {
+            if (!smooth[index(k)])
+                continue;
+            // A span between two smooth joints shares its loss.
+            const double a = rise[index(before(k))] / (smooth[index(before(k))] ? 2 : 1);
+            const int next = after(k);
+            const double b = rise[index(k)] / (next < count && smooth[index(next)] ? 2 : 1);
+            if (a + b > worth) {
+                smooth[index(k)] = 0;
+                released = true;
+            }
+        }
+        return released;
+    }
+
+    std::vector<Piece> pieces() const
+    {
+        std::vector<Piece> result;
+        for (int k = 0; k < count; ++k) {
+            const Span &span = spans[index(k)];
+            const Point a = vertex[index(k)];
+            const Point b = points.closed && count == 1 ? a : vertex[index(after(k))];
+            const Frame f = frame(k);
+            const bool arc = primitive(k).arc && std::fabs(sagitta[index(k)]) > 0;
+            Piece piece = arc ? arcPiece(a, b, 2 * sagitta[index(k)] / f.length) : linePiece(a, b);
+            piece.first = span.first;
+            piece.count = span.last - span.first;
+            piece.smooth = smooth[index(k)] != 0;
+            piece.misfit = misfitOf(k);
+            result.push_back(piece);
+        }
+        if (points.pinnedStart && !result.empty())
+            result.front().start = points.at(0);
+        if (points.pinnedEnd && !result.empty())
+            result.back().end = points.at(points.size() - 1);
+        return result;
+    }
+
+    const Table &table;
+    const Points &points;
+    const std::vector<Span> spans;
+    const int count;
+    const int vertices;
+    std::vector<char> smooth; // per joint
+    std::vector<Point> anchors;
+    std::vector<Point> slide; // per vertex: the joint's tangent, 0 at corners
+    std::vector<Point> vertex;
+    std::vector<double> sagitta;
+};
+
+} // namespace
+
+std::vector<Piece> joinSpans(const Table &table, std::vector<Span> spans)
+{
+    if (spans.empty())
+        return {};
+    return Joiner(table, std::move(spans)).run();
+}
+
+double misfitAlong(const Table &table, const Piece &piece, int first, int last)
+{
+    double chi2 = 0;
+    for (int i = first; i < last; ++i) {
+        const double d = distanceTo(piece, table.points.at(i));
+        chi2 += d * d * table.points.weightOf(i);
+    }
+    return table.judgement.misfit(chi2, last - first);
+}
+
+} // namespace ztrace::fit

@@ -1,0 +1,79 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What a drawing costs: the numbers that a format writes, and how much misfit a number is worth.
+#ifndef ZTRACE_FIT_PRICES_H
+#define ZTRACE_FIT_PRICES_H
+
+#include "fit/Chain.h"
+
+namespace ztrace::fit {
+
+// A price that is never paid: the format has no such piece.
+const double kNotOffered = 1e9;
+
+// Numbers a piece adds to what is written. A joint with a corner costs `corner` more than one with
+// a common tangent: by the written numbers alone polygons win everywhere.
+struct Prices
+{
+    double line;
+    double arc;
+    double ellipticArc;
+    double quadratic;
+    double cubic;
+    double circle;
+    double ellipse;
+    double rectangle;
+    double roundedRectangle;
+    double corner;
+};
+
+inline bool offered(double price)
+{
+    return price < kNotOffered;
+}
+
+inline Prices svgPrices()
+{
+    return { 2, 5, 7, 4, 6, 3, 5, 5, 6, 1.5 };
+}
+inline Prices dxfPrices()
+{
+    return { 2, 3, kNotOffered, kNotOffered, 6, 3, 5, 8, 12, 1.5 };
+}
+inline Prices hostPrices()
+{
+    return { 2,           kNotOffered, kNotOffered, 4,           kNotOffered,
+             kNotOffered, kNotOffered, kNotOffered, kNotOffered, 1.5 };
+}
+
+// How distances become misfit, in nats: with c the sum of (distance / sigma) squared over n points,
+// slope * max(0, c - slack * n) + leak * c.
+//
+// Soft edges have errors like noise, so half of c (docs/fit/program.md, "Price"). A staircase is no
+// noise: below what its steps make anyway, there is next to nothing to gain.
+struct Judgement
+{
+    double lambda; // nats a number; 3 to 8 hardly differ
+    double slope;
+    double slack;
+    double leak;
+    double leftOut;  // nats for a point left out beside a corner, where pixels see both sides
+    int mayLeaveOut; // points at one corner
+
+    double misfit(double chi2, int n) const
+    {
+        const double excess = chi2 - slack * n;
+        return leak * chi2 + (excess > 0 ? slope * excess : 0);
+    }
+};
+
+inline Judgement judgementOf(Edge edge)
+{
+    if (edge == Edge::Soft)
+        return { 5, 0.5, 0, 0, 4, 2 };
+    return { 4, 1, 1.2, 0.1, 0, 0 };
+}
+
+} // namespace ztrace::fit
+
+#endif

@@ -1,0 +1,206 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fit/program.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ztrace::fit {
+
+namespace {
+
+// Ends in a row at which neither kind can win before longer spans are given up. Residuals of curves
+// are not monotone, so one is not enough.
+const int kFailures = 3;
+// Nats a point, and numbers, that a span's misfit must exceed to count as a failure, and not to be
+// taken. Relative to the
+// points: an absolute bound breaks every long line of a staircase.
+const double kHopelessPerPoint = 1;
+const double kHopelessNumbers = 8;
+
+struct State
+{
+    double cost; // of the way up to and with this span
+    int before;  // state, -1 at the start
+    int next;    // state that ends at the same break, -1 at the end
+    Span span;
+    SpanEnd end;
+};
+
+class Program
+{
+public:
+    Program(const Table &t, const Reach &r) : table(t), reach(r), size(t.points.size()) { }
+
+    Answer run()
+    {
+        head.assign(static_cast<std::size_t>(size + 1), -1);
+        best.assign(static_cast<std::size_t>(size + 1), std::numeric_limits<double>::infinity());
+        kept.assign(static_cast<std::size_t>(size + 2), 0);
+        states.reserve(static_cast<std::size_t>(8 * size));
+        std::vector<int> ends;
+        for (int first = 0; first < size; ++first) {
+            keepStates(first);
+            reach.endsFrom(first, &ends);
+            if (!ends.empty() && reachable(first))
+                leave(first, ends);
+        }
+        keepStates(size);
+        return bestEnd();
+    }
+
+private:
+    bool reachable(int first) const
+    {
+        if (first == 0)
+            return true;
+        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= first; ++k) {
+            if (keptFrom(first - k) < keptFrom(first - k + 1))
+                return true;
+        }
+        return false;
+    }
+
+    int keptFrom(int i) const { return kept[static_cast<std::size_t>(i)]; }
+
+    // Sorts the ways that end at a break and drops those that no joint can make the best.
+    void keepStates(int at)
+    {
+        const double limit = best[static_cast<std::size_t>(at)] + cornerCost();
+        for (int s = head[static_cast<std::size_t>(at)]; s >= 0; s = state(s).next) {
+            if (state(s).cost <= limit) {
+                survivors.push_back(s);
+                State *survivor = &states[static_cast<std::size_t>(s)];
+                survivor->end = endOf(table.points, survivor->span);
+            }
+        }
+        std::sort(survivors.begin() + keptFrom(at), survivors.end(), [this](int a, int b) {
+            return state(a).cost < state(b).cost || (state(a).cost == state(b).cost && a < b);
+        });
+        kept[static_cast<std::size_t>(at + 1)] = static_cast<int>(survivors.size());
+    }
+
+    void leave(int first, const std::vector<int> &ends)
+    {
+        int failures = 0;
+        const double before = leastBefore(first);
+        for (const int last : ends) {
+            if (last - first < 2 && size > 1)
+                continue;
+            const double most = best[static_cast<std::size_t>(last)] + cornerCost() - before;
+            const SpanPair pair = spansOf(table, first, last, most);
+            const double hopeless = reach.mayCut() && last - first > 3
+                ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
+                : kAnyCost;
+            if (pair.hasLine && pair.lineMisfit <= hopeless)
+                enter(pair.line);
+            if (pair.hasArc && pair.arcMisfit <= hopeless)
+                enter(pair.arc);
+            const bool failed = std::min(pair.lineMisfit, pair.arcMisfit) > hopeless;
+            failures = failed ? failures + 1 : 0;
+            if (failures >= kFailures)
+                break;
+        }
+    }
+
+    // The cheapest way to a break from which a span may begin at `first`, joint not counted.
+    double leastBefore(int first) const
+    {
+        if (first == 0)
+            return 0;
+        double least = std::numeric_limits<double>::infinity();
+        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= first; ++k)
+            least = std::min(least, best[static_cast<std::size_t>(first - k)] + leftOutCost(k));
+        return least;
+    }
+
+    double leftOutCost(int k) const
+    {
+        return k > 0 ? cornerCost() + k * table.judgement.leftOut : 0;
+    }
+
+    // Adds the best way that ends with this span.
+    void enter(const Span &span)
+    {
+        const double own = span.misfit + table.priceOf(span);
+        const auto last = static_cast<std::size_t>(span.last);
+        State candidate = { own, -1, -1, span, {} };
+        if (span.first > 0 && !joinBest(own, &candidate))
+            return;
+        if (candidate.cost > best[last] + cornerCost())
+            return;
+        best[last] = std::min(best[last], candidate.cost);
+        candidate.next = head[last];
+        head[last] = static_cast<int>(states.size());
+        states.push_back(candidate);
+    }
+
+    bool joinBest(double own, State *candidate) const
+    {
+        const SpanEnd start = startOf(table.points, candidate->span);
+        double least = std::numeric_limits<double>::infinity();
+        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= candidate->span.first; ++k) {
+            const int at = candidate->span.first - k;
+            for (int s = keptFrom(at); s < keptFrom(at + 1); ++s) {
+                const int before = survivors[static_cast<std::size_t>(s)];
+                if (state(before).cost + leftOutCost(k) >= least)
+                    break;
+                bool smooth = false;
+                const double joint = jointCost(table, state(before).end, start, k, &smooth);
+                if (state(before).cost + joint >= least)
+                    continue;
+                least = state(before).cost + joint;
+                candidate->before = before;
+                candidate->span.smooth = smooth;
+            }
+        }
+        candidate->cost = least + own;
+        return candidate->before >= 0;
+    }
+
+    // The cheapest way to the end. A closed chain's joint at its ends may leave points out, too.
+    Answer bestEnd() const
+    {
+        Answer answer = { {}, std::numeric_limits<double>::infinity() };
+        int last = -1;
+        const int most = table.points.closed ? table.judgement.mayLeaveOut : 0;
+        for (int k = 0; k <= most && k < size; ++k) {
+            const int at = keptFrom(size - k);
+            if (at == keptFrom(size - k + 1))
+                continue;
+            const int s = survivors[static_cast<std::size_t>(at)];
+            const double cost
+                = state(s).cost + (k > 0 ? cornerCost() + k * table.judgement.leftOut : 0);
+            if (cost < answer.cost) {
+                answer.cost = cost;
+                last = s;
+            }
+        }
+        for (int s = last; s >= 0; s = state(s).before)
+            answer.spans.push_back(state(s).span);
+        std::reverse(answer.spans.begin(), answer.spans.end());
+        return answer;
+    }
+
+    double cornerCost() const { return table.numbers(table.prices.corner); }
+    const State &state(int s) const { return states[static_cast<std::size_t>(s)]; }
+
+    const Table &table;
+    const Reach &reach;
+    const int size;
+    std::vector<State> states;
+    std::vector<int> head;      // per break: the state that came last
+    std::vector<double> best;   // per break
+    std::vector<int> survivors; // states, break after break
+    std::vector<int> kept;      // per break: where its survivors begin
+};
+
+} // namespace
+
+Answer runProgram(const Table &table, const Reach &reach)
+{
+    if (table.points.size() == 0)
+        return { {}, 0 };
+    return Program(table, reach).run();
+}
+
+} // namespace ztrace::fit

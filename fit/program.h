@@ -1,0 +1,58 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The dynamic program: the cheapest way through a chain in lines and arcs.
+#ifndef ZTRACE_FIT_PROGRAM_H
+#define ZTRACE_FIT_PROGRAM_H
+
+#include "fit/candidates.h"
+
+namespace ztrace::fit {
+
+// Which spans are looked at.
+//
+// Every      all of them, O(n^2); the reference of tests and the choice for the shortest chains
+// Lattice    those of about length L that begin and end at multiples of L / 8 or near corners
+// Refinement those between points near the breaks of an earlier answer, over up to three of its
+// spans
+class Reach
+{
+public:
+    static Reach every(int size);
+    static Reach lattice(const Points &points);
+    static Reach refinement(int size, const std::vector<Span> &spans, int radius);
+
+    // The ends of spans from break `first`, ascending in length; empty where no span begins.
+    void endsFrom(int first, std::vector<int> *ends) const;
+    bool mayCut() const { return kind != Kind::Every; }
+
+private:
+    enum class Kind { Every, Lattice, Refinement };
+    void latticeEnds(int first, std::vector<int> *ends) const;
+
+    Kind kind = Kind::Every;
+    int size = 0;
+    std::vector<int> corners;   // lattice: breaks near corners; refinement: all breaks; ascending
+    std::vector<char> isCorner; // per break
+    std::vector<int> group;     // refinement: per element of `corners`
+};
+
+// The break of a closed chain around which the walk turns least: a good place to cut it, since
+// points beside corners may have to be left out.
+int flattestBreak(const Points &points);
+
+struct Answer
+{
+    std::vector<Span> spans; // in order
+    double
+        cost; // nats: misfit, numbers and joints; the joint of a closed chain's ends is not in it
+};
+
+// States are spans, so an answer is exact for the spans that `reach` offers: a way through a span
+// costs the same whatever comes later, but for the next joint, which is why not only the best way
+// to a break is kept but all that are worse by less than a corner. Points may be left out at
+// breaks. A chain without points gives an answer without spans.
+Answer runProgram(const Table &table, const Reach &reach);
+
+} // namespace ztrace::fit
+
+#endif

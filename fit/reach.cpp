@@ -1,0 +1,196 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Which spans the program looks at, and where a chain turns.
+#include "fit/program.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::fit {
+
+namespace {
+
+// Spans shorter than this go between any two points; longer ones, by doubling, between multiples of
+// 2, 4, ...: 8 to 16 steps a span. Half as fine loses 3 % of numbers, twice as fine wins none after
+// the refinement.
+const int kFineLength = 16;
+// Points to both sides over which a turn is measured: a staircase needs longer chords.
+const int kSoftChord = 3;
+const int kHardChord = 6;
+// 1 - cosine of the least turn at a corner, 20 degrees.
+const double kLeastTurn = 0.06;
+// Breaks to both sides of a corner that are always looked at.
+const int kCornerReach = 2;
+// Points to both sides of a break that have to lie flat where a closed chain is cut.
+const int kFlatReach = 8;
+// Spans of the earlier answer that one of a refinement may replace.
+const int kMostMerged = 3;
+
+int stepOf(int length)
+{
+    int step = 1;
+    while (length >= kFineLength * step)
+        step *= 2;
+    return step;
+}
+
+// 1 - cosine of the turn at every point; 0 where the chain ends too near.
+std::vector<double> turns(const Points &points)
+{
+    const int n = points.size();
+    const int reach = points.edge == Edge::Soft ? kSoftChord : kHardChord;
+    std::vector<double> turn(static_cast<std::size_t>(n), 0.0);
+    if (n <= 2 * reach)
+        return turn;
+    for (int i = points.closed ? 0 : reach; i < (points.closed ? n : n - reach); ++i) {
+        const int before = i < reach ? i - reach + n : i - reach;
+        const int after = i + reach >= n ? i + reach - n : i + reach;
+        const Point a = points.at(i) - points.at(before);
+        const Point b = points.at(after) - points.at(i);
+        const double lengths = std::sqrt(dot(a, a) * dot(b, b));
+        turn[static_cast<std::size_t>(i)] = lengths > 0 ? 1 - dot(a, b) / lengths : 0;
+    }
+    return turn;
+}
+
+// Whether no point within the reach of the chord turns more; of equal ones the first.
+bool isSharpest(const std::vector<double> &turn, int i, int reach)
+{
+    const int n = static_cast<int>(turn.size());
+    const double here = turn[static_cast<std::size_t>(i)];
+    for (int k = std::max(0, i - reach); k <= std::min(n - 1, i + reach); ++k) {
+        const double there = turn[static_cast<std::size_t>(k)];
+        if (there > here || (there == here && k < i))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int flattestBreak(const Points &points)
+{
+    const std::vector<double> turn = turns(points);
+    const int n = static_cast<int>(turn.size());
+    const int reach = std::min(kFlatReach, n / 2);
+    double sum = 0;
+    for (int k = 0; k < 2 * reach; ++k)
+        sum += turn[static_cast<std::size_t>(k)];
+    double least = sum;
+    int best = reach;
+    for (int i = reach; i < n; ++i) {
+        // The window around break i holds the points i - reach to i + reach - 1.
+        if (sum < least) {
+            least = sum;
+            best = i;
+        }
+        sum += turn[static_cast<std::size_t>((i + reach) % n)]
+            - turn[static_cast<std::size_t>(i - reach)];
+    }
+    return n > 0 ? best % n : 0;
+}
+
+Reach Reach::every(int size)
+{
+    Reach reach;
+    reach.size = size;
+    return reach;
+}
+
+Reach Reach::lattice(const Points &points)
+{
+    Reach reach;
+    reach.kind = Kind::Lattice;
+    reach.size = points.size();
+    reach.isCorner.assign(static_cast<std::size_t>(reach.size + 1), 0);
+    const std::vector<double> turn = turns(points);
+    const int chord = points.edge == Edge::Soft ? kSoftChord : kHardChord;
+    for (int i = 0; i < reach.size; ++i) {
+        if (turn[static_cast<std::size_t>(i)] < kLeastTurn || !isSharpest(turn, i, chord))
+            continue;
+        const int end = std::min(reach.size, i + kCornerReach + 1);
+        for (int k = std::max(0, i - kCornerReach); k <= end; ++k)
+            reach.isCorner[static_cast<std::size_t>(k)] = 1;
+    }
+    reach.isCorner.front() = reach.isCorner.back() = 1;
+    for (int i = 0; i <= reach.size; ++i) {
+        if (reach.isCorner[static_cast<std::size_t>(i)])
+            reach.corners.push_back(i);
+    }
+    return reach;
+}
+
+Reach Reach::refinement(int size, const std::vector<Span> &spans, int radius)
+{
+    Reach reach;
+    reach.kind = Kind::Refinement;
+    reach.size = size;
+    reach.isCorner.assign(static_cast<std::size_t>(size + 1), 0);
+    const int count = static_cast<int>(spans.size());
+    for (int k = 0; k <= count; ++k) {
+        const bool inner = k > 0 && k < count;
+        int from = k < count ? spans[static_cast<std::size_t>(k)].first : size;
+        int to = from;
+        if (k == count)
+            from = std::max(reach.corners.back() + 1, spans.back().last);
+        if (inner) {
+            from = spans[static_cast<std::size_t>(k - 1)].last - radius;
+            to += radius;
+        }
+        const int past = reach.corners.empty() ? 0 : reach.corners.back() + 1;
+        for (int i = std::max(from, past); i <= std::min(to, k < count ? size - 1 : size); ++i) {
+            reach.corners.push_back(i);
+            reach.group.push_back(k);
+            reach.isCorner[static_cast<std::size_t>(i)] = 1;
+        }
+    }
+    return reach;
+}
+
+void Reach::latticeEnds(int first, std::vector<int> *ends) const
+{
+    const bool corner = isCorner[static_cast<std::size_t>(first)] != 0;
+    auto next = std::upper_bound(corners.begin(), corners.end(), first);
+    int end = first + 1;
+    while (end <= size) {
+        const int step = stepOf(end - first);
+        // Corner to multiple, multiple to multiple; corners as ends come in between.
+        if (corner || first % step == 0) {
+            const int aligned = (end + step - 1) / step * step;
+            for (; next != corners.end() && *next < aligned; ++next)
+                ends->push_back(*next);
+            if (next != corners.end() && *next == aligned)
+                ++next;
+            if (aligned <= size)
+                ends->push_back(aligned);
+            end = aligned + 1;
+        } else {
+            break;
+        }
+    }
+}
+
+void Reach::endsFrom(int first, std::vector<int> *ends) const
+{
+    ends->clear();
+    if (kind == Kind::Lattice) {
+        latticeEnds(first, ends);
+        return;
+    }
+    if (kind == Kind::Every) {
+        for (int end = first + 1; end <= size; ++end)
+            ends->push_back(end);
+        return;
+    }
+    if (!isCorner[static_cast<std::size_t>(first)])
+        return;
+    const auto from = std::lower_bound(corners.begin(), corners.end(), first) - corners.begin();
+    const int own = group[static_cast<std::size_t>(from)];
+    for (auto k = static_cast<std::size_t>(from) + 1; k < corners.size(); ++k) {
+        if (group[k] > own + kMostMerged)
+            break;
+        ends->push_back(corners[k]);
+    }
+}
+
+} // namespace ztrace::fit

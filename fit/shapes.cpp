@@ -1,0 +1,402 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fit/shapes.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+namespace ztrace::fit {
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+// Area over the root of the moments' determinant: 4 pi for ellipses, which is the largest there is,
+// 12 for rectangles, between them for rounded ones. Room for noise and the steps of small shapes.
+const double kLeastRatio = 11.6;
+const int kRounds = 12;
+const double kSettled = 1e-7;
+// Pixels from both sides of a corner within which pixels see both.
+const double kCornerZone = 2;
+// Radii below this cannot be told from a corner: its points are all in the zone.
+const double kLeastRadius = 1.5;
+// Points to both sides for directions along a rectangle's sides.
+const int kDirectionReach = 4;
+
+// Length over width from which the axis of inertia is the better direction, and the area the better
+// width.
+const double kLong = 4;
+// Half a crack in standard deviations of a uniform error; pixels by which points of a staircase may
+// lie farther off: corners of pixels at the corners of the shape.
+const double kHalfCrack = 1.7320508;
+const double kStepsRoom = 0.4;
+
+// One step's answer: distance to the shape and its change by each parameter.
+template<int N>
+struct Residual
+{
+    double distance;
+    Eigen::Matrix<double, N, 1> change;
+};
+
+// Weighted least squares over all points. `shape` gives the Residual of a point, `limit` brings
+// parameters back into their range.
+template<int N, typename Shape, typename Limit>
+bool gaussNewton(const Points &points, Eigen::Matrix<double, N, 1> *parameters, Shape shape,
+                 Limit limit)
+{
+    for (int round = 0; round < kRounds; ++round) {
+        Eigen::Matrix<double, N, N> normal = Eigen::Matrix<double, N, N>::Zero();
+        Eigen::Matrix<double, N, 1> right = Eigen::Matrix<double, N, 1>::Zero();
+        for (int i = 0; i < points.size(); ++i) {
+            const Residual<N> r = shape(*parameters, points.at(i));
+            const double weight = points.weightOf(i);
+            normal.template selfadjointView<Eigen::Lower>().rankUpdate(r.change, weight);
+            right -= weight * r.distance * r.change;
+        }
+        // A parameter that no point sees stays where it is.
+        for (int k = 0; k < N; ++k)
+            normal(k, k) += 1e-6;
+        const Eigen::LLT<Eigen::Matrix<double, N, N>> factors(
+            normal.template selfadjointView<Eigen::Lower>());
+        if (factors.info() != Eigen::Success)
+            return false;
+        const Eigen::Matrix<double, N, 1> step = factors.solve(right);
+        if (!step.allFinite())
+            return false;
+        *parameters += step;
+        limit(parameters);
+        if (step.cwiseAbs().maxCoeff() < kSettled)
+            break;
+    }
+    return true;
+}
+
+using Vector3 = Eigen::Matrix<double, 3, 1>;
+using Vector5 = Eigen::Matrix<double, 5, 1>;
+using Vector6 = Eigen::Matrix<double, 6, 1>;
+
+// Parameters: centre, radius.
+Residual<3> toCircle(const Vector3 &s, Point p)
+{
+    const Point d = { p.x - s[0], p.y - s[1] };
+    const double length = std::max(std::hypot(d.x, d.y), 1e-12);
+    return { length - s[2], Vector3(-d.x / length, -d.y / length, -1) };
+}
+
+// Parameters: centre, half axes, angle. The distance is that of first order in the scale by which
+// the ellipse would pass through the point: exact for circles, off by the square of the distance
+// over the radius of curvature elsewhere.
+Residual<5> toEllipse(const Vector5 &s, Point p)
+{
+    const double c = std::cos(s[4]);
+    const double n = std::sin(s[4]);
+    const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
+    const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
+    const double a = s[2];
+    const double b = s[3];
+    const double scale = std::max(std::sqrt(u * u / (a * a) + v * v / (b * b)), 1e-9);
+    const double gu = u / (a * a * scale);
+    const double gv = v / (b * b * scale);
+    const double length = std::max(std::hypot(gu, gv), 1e-12);
+    Residual<5> r;
+    r.distance = (scale - 1) / length;
+    r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gu * u / a, -gv * v / b, gu * v - gv * u;
+    r.change /= length;
+    return r;
+}
+
+// Parameters: centre, half width and height, angle, radius.
+Residual<6> toRoundedRectangle(const Vector6 &s, Point p)
+{
+    const double c = std::cos(s[4]);
+    const double n = std::sin(s[4]);
+    const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
+    const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
+    const double x = std::fabs(u) - s[2] + s[5];
+    const double y = std::fabs(v) - s[3] + s[5];
+    double gx = x > y ? 1 : 0;
+    double gy = 1 - gx;
+    Residual<6> r;
+    r.distance = std::max(x, y) - s[5];
+    double byRadius = 0;
+    if (x > 0 && y > 0) {
+        const double length = std::max(std::hypot(x, y), 1e-12);
+        gx = x / length;
+        gy = y / length;
+        r.distance = length - s[5];
+        byRadius = gx + gy - 1;
+    }
+    const double gu = u < 0 ? -gx : gx;
+    const double gv = v < 0 ? -gy : gy;
+    r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gx, -gy, gu * v - gv * u, byRadius;
+    return r;
+}
+
+Piece wholePiece(Kind kind, const Points &points, Point centre, double a, double b, double angle)
+{
+    Piece piece = {};
+    piece.kind = kind;
+    piece.count = points.size();
+    piece.centre = centre;
+    // The first axis is the longer one, its angle within half a turn.
+    if (b > a && kind == Kind::Ellipse) {
+        std::swap(a, b);
+        angle += kPi / 2;
+    }
+    piece.half[0] = a;
+    piece.half[1] = b;
+    piece.angle = angle - kPi * std::floor(angle / kPi + 0.5);
+    return piece;
+}
+
+class Finder
+{
+public:
+    Finder(const Table &t) : table(t), points(t.points), moments(areaMoments(t.points)) { }
+
+    std::vector<WholeShape> run()
+    {
+        if (!points.closed || points.size() < kShapePoints || !isPossible())
+            return {};
+        if (offered(table.prices.circle) && circle())
+            return shapes;
+        if (offered(table.prices.ellipse))
+            ellipse();
+        if (offered(table.prices.rectangle) || offered(table.prices.roundedRectangle))
+            rectangle();
+        std::stable_sort(shapes.begin(), shapes.end(), [](const auto &a, const auto &b) {
+            return a.asExpected != b.asExpected ? a.asExpected : a.cost < b.cost;
+        });
+        return shapes;
+    }
+
+private:
+    bool isPossible()
+    {
+        const double mean = 0.5 * (moments.xx + moments.yy);
+        const double half = 0.5 * (moments.xx - moments.yy);
+        const double root = std::hypot(half, moments.xy);
+        axis = 0.5 * std::atan2(moments.xy, half);
+        isLong = mean + root > kLong * kLong * (mean - root);
+        // The steps of a staircase widen strokes of a pixel or two.
+        const double steps = points.edge == Edge::Hard ? kStaircaseSigma * kStaircaseSigma : 0;
+        const double across = std::max(mean - root - steps, 1e-3);
+        return mean > 0
+            && std::fabs(moments.area) > kLeastRatio * std::sqrt((mean + root) * across);
+    }
+
+    // Enters a shape; true where nothing else needs to be tried.
+    template<int N, typename Shape>
+    bool enter(Piece piece, const Eigen::Matrix<double, N, 1> &s, Shape shape, bool corners)
+    {
+        double chi2 = 0;
+        double left = 0;
+        double farthest = 0; // beyond half a crack
+        int counted = 0;
+        for (int i = 0; i < points.size(); ++i) {
+            const double d = shape(s, points.at(i)).distance;
+            const double part = d * d * points.weightOf(i);
+            const bool out = corners && table.judgement.mayLeaveOut > 0
+                && nearCorner(piece, points.at(i))
+                && table.judgement.slope * part > table.judgement.leftOut;
+            left += out ? table.judgement.leftOut : 0;
+            chi2 += out ? 0 : part;
+            counted += out ? 0 : 1;
+            farthest = std::max(farthest, std::fabs(d) - kHalfCrack * points.sigmaOf(i));
+        }
+        piece.misfit = table.judgement.misfit(chi2, counted) + left;
+        const double cost = piece.misfit + table.numbers(priceOf(piece, table.prices));
+        if (!std::isfinite(cost) || !hasArea(piece))
+            return false;
+        const bool near = points.edge == Edge::Soft || farthest < kStepsRoom;
+        shapes.push_back({ piece, cost, near && isAsExpected(points.edge, chi2, counted) });
+        return shapes.back().asExpected;
+    }
+
+    static bool nearCorner(const Piece &piece, Point p)
+    {
+        const Point d = p - piece.centre;
+        const Point axis = { std::cos(piece.angle), std::sin(piece.angle) };
+        const double u = std::fabs(dot(d, axis));
+        const double v = std::fabs(cross(axis, d));
+        return u > piece.half[0] - kCornerZone && v > piece.half[1] - kCornerZone;
+    }
+
+    // Points alone do not say how long a thin shape is: all may lie along its sides.
+    bool hasArea(const Piece &piece) const
+    {
+        const double full = 4 * piece.half[0] * piece.half[1];
+        const double area = piece.kind == Kind::RoundedRectangle
+            ? full - (4 - kPi) * piece.radius * piece.radius
+            : full * kPi / 4;
+        const double perPoint = points.edge == Edge::Soft ? 0.05 : 0.15;
+        return std::fabs(area - std::fabs(moments.area)) < 2 + perPoint * points.size();
+    }
+
+    bool circle()
+    {
+        Vector3 s(moments.centre.x, moments.centre.y, std::sqrt(std::fabs(moments.area) / kPi));
+        if (!gaussNewton<3>(points, &s, toCircle, [](Vector3 *) {}) || !(s[2] > 0))
+            return false;
+        const Piece piece = wholePiece(Kind::Circle, points, { s[0], s[1] }, s[2], s[2], 0);
+        return enter<3>(piece, s, toCircle, false);
+    }
+
+    bool ellipse()
+    {
+        const double mean = 0.5 * (moments.xx + moments.yy);
+        const double root = std::hypot(0.5 * (moments.xx - moments.yy), moments.xy);
+        Vector5 s;
+        s << moments.centre.x, moments.centre.y, 2 * std::sqrt(mean + root),
+            2 * std::sqrt(std::max(mean - root, 1e-6)), axis;
+        const auto limit = [](Vector5 *v) {
+            (*v)[2] = std::max((*v)[2], 0.1);
+            (*v)[3] = std::max((*v)[3], 0.1);
+        };
+        if (!gaussNewton<5>(points, &s, toEllipse, limit))
+            return false;
+        const Piece piece = wholePiece(Kind::Ellipse, points, { s[0], s[1] }, s[2], s[3], s[4]);
+        return enter<5>(piece, s, toEllipse, false);
+    }
+
+    // The direction of the sides: the mean of chords' directions, each taken four times around.
+    double sideAngle() const
+    {
+        const int n = points.size();
+        const int reach = std::min(kDirectionReach, n / 4);
+        std::complex<double> sum = 0;
+        for (int i = 0; i < n; ++i) {
+            const Point chord = points.at((i + reach) % n) - points.at((i - reach + n) % n);
+            const std::complex<double> z(chord.x, chord.y);
+            const double square = std::norm(z);
+            if (square > 0)
+                sum += z * z * z * z / (square * square);
+        }
+        return std::arg(sum) / 4;
+    }
+
+    void rectangle()
+    {
+        const double angle = isLong ? axis : sideAngle();
+        const double c = std::cos(angle);
+        const double n = std::sin(angle);
+        const double along = c * c * moments.xx + 2 * c * n * moments.xy + n * n * moments.yy;
+        const double across = n * n * moments.xx - 2 * c * n * moments.xy + c * c * moments.yy;
+        const double a = std::sqrt(3 * std::max(along, 1e-6));
+        const double b
+            = isLong ? std::fabs(moments.area) / (4 * a) : std::sqrt(3 * std::max(across, 1e-6));
+        Vector6 s;
+        s << moments.centre.x, moments.centre.y, a, b, angle, 0;
+        // Both where both are offered: few points tell a small rounding from a corner.
+        if (offered(table.prices.rectangle))
+            fitRectangle(s, 0);
+        if (!offered(table.prices.roundedRectangle))
+            return;
+        // The inertia is a little smaller than without the rounding; what the area lacks is the
+        // corners.
+        const double lacking = std::max(0.0, 4 * a * b - std::fabs(moments.area));
+        const double least = std::min(a, b);
+        s[5] = std::min(0.9 * least, std::max(0.2 * least, std::sqrt(lacking / (4 - kPi))));
+        fitRectangle(s, 1);
+    }
+
+    bool fitRectangle(Vector6 s, int rounding)
+    {
+        const auto limit = [rounding](Vector6 *v) {
+            (*v)[2] = std::max((*v)[2], 0.1);
+            (*v)[3] = std::max((*v)[3], 0.1);
+            const double most = std::min((*v)[2], (*v)[3]);
+            (*v)[5] = rounding ? std::min(most, std::max((*v)[5], 0.1)) : 0;
+        };
+        const auto shape = [rounding](const Vector6 &v, Point p) {
+            Residual<6> r = toRoundedRectangle(v, p);
+            if (!rounding)
+                r.change[5] = 0;
+            return r;
+        };
+        if (!gaussNewton<6>(points, &s, shape, limit))
+            return false;
+        if (!rounding && points.edge == Edge::Soft)
+            awayFromCorners(&s, shape, limit);
+        if (rounding && s[5] < kLeastRadius)
+            return false;
+        Piece piece = wholePiece(Kind::RoundedRectangle, points, { s[0], s[1] }, s[2], s[3], s[4]);
+        piece.radius = s[5];
+        return enter<6>(piece, s, shape, !rounding);
+    }
+
+    // Once more without the points near the corners, unless nearly none are left (the caps of
+    // lines).
+    template<typename Shape, typename Limit>
+    void awayFromCorners(Vector6 *s, Shape shape, Limit limit) const
+    {
+        const Piece piece = wholePiece(Kind::RoundedRectangle, points, { (*s)[0], (*s)[1] },
+                                       (*s)[2], (*s)[3], (*s)[4]);
+        if (std::min(piece.half[0], piece.half[1]) < 2 * kCornerZone)
+            return;
+        Points sides = points;
+        for (int i = 0; i < points.size(); ++i) {
+            if (nearCorner(piece, points.at(i)))
+                sides.weight[static_cast<std::size_t>(i)] = 0;
+        }
+        Vector6 again = *s;
+        if (gaussNewton<6>(sides, &again, shape, limit))
+            *s = again;
+    }
+
+    const Table &table;
+    const Points &points;
+    const AreaMoments moments;
+    double axis = 0; // of the largest inertia
+    bool isLong = false;
+    std::vector<WholeShape> shapes;
+};
+
+} // namespace
+
+AreaMoments areaMoments(const Points &points)
+{
+    const int n = points.size();
+    AreaMoments m = {};
+    if (n == 0)
+        return m;
+    // Around a point of the chain: its first one is the origin.
+    double x = 0;
+    double y = 0;
+    for (int i = 0; i < n; ++i) {
+        const Point p = points.at(i);
+        const Point q = points.at(i + 1 < n ? i + 1 : 0);
+        const double c = cross(p, q);
+        m.area += c / 2;
+        x += c * (p.x + q.x) / 6;
+        y += c * (p.y + q.y) / 6;
+        m.xx += c * (p.x * p.x + p.x * q.x + q.x * q.x) / 12;
+        m.yy += c * (p.y * p.y + p.y * q.y + q.y * q.y) / 12;
+        m.xy += c * (2 * p.x * p.y + p.x * q.y + q.x * p.y + 2 * q.x * q.y) / 24;
+    }
+    if (m.area == 0)
+        return {};
+    m.centre = { x / m.area, y / m.area };
+    m.xx = m.xx / m.area - m.centre.x * m.centre.x;
+    m.yy = m.yy / m.area - m.centre.y * m.centre.y;
+    m.xy = m.xy / m.area - m.centre.x * m.centre.y;
+    return m;
+}
+
+bool isAsExpected(Edge edge, double chi2, int n)
+{
+    // White noise: four standard deviations. Steps of a staircase scatter less than noise of their
+    // variance would, but small shapes have few of them.
+    if (edge == Edge::Soft)
+        return chi2 <= n + 4 * std::sqrt(2.0 * n) + 4;
+    return chi2 <= 1.2 * n + 6;
+}
+
+std::vector<WholeShape> wholeShapes(const Table &table)
+{
+    return Finder(table).run();
+}
+
+} // namespace ztrace::fit

@@ -1,0 +1,79 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Symmetric positive definite systems whose rows begin late.
+#ifndef ZTRACE_FIT_SKYLINE_H
+#define ZTRACE_FIT_SKYLINE_H
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace ztrace::fit {
+
+// The lower triangle, row by row from its first element that may differ from zero; factors fill
+// nothing outside of that. A path's joints couple neighbours only, so a row has 8 elements but for
+// the last few of a closed path.
+class Skyline
+{
+public:
+    // starts[r] <= r: the first column of row r.
+    explicit Skyline(const std::vector<int> &starts) : first(starts)
+    {
+        std::size_t at = 0;
+        for (std::size_t r = 0; r < first.size(); ++r) {
+            at += r + 1 - static_cast<std::size_t>(first[r]);
+            diagonal.push_back(at - 1);
+        }
+        values.assign(at, 0.0);
+    }
+
+    void clear() { std::fill(values.begin(), values.end(), 0.0); }
+
+    void add(int r, int c, double value) { r >= c ? at(r, c) += value : at(c, r) += value; }
+
+    // Solves in place by Cholesky's factors; false, and b is void, where a pivot is not positive.
+    bool solve(std::vector<double> *b)
+    {
+        const int n = static_cast<int>(first.size());
+        double *x = b->data();
+        for (int r = 0; r < n; ++r) {
+            for (int c = start(r); c <= r; ++c) {
+                const int from = std::max(start(r), start(c));
+                double sum = at(r, c);
+                for (int k = from; k < c; ++k)
+                    sum -= at(r, k) * at(c, k);
+                if (c < r)
+                    at(r, c) = sum / at(c, c);
+                else if (sum > 0)
+                    at(r, r) = std::sqrt(sum);
+                else
+                    return false;
+            }
+            for (int k = start(r); k < r; ++k)
+                x[r] -= at(r, k) * x[k];
+            x[r] /= at(r, r);
+        }
+        for (int r = n - 1; r >= 0; --r) {
+            x[r] /= at(r, r);
+            for (int k = start(r); k < r; ++k)
+                x[k] -= at(r, k) * x[r];
+        }
+        return true;
+    }
+
+private:
+    int start(int r) const { return first[static_cast<std::size_t>(r)]; }
+    double &at(int r, int c)
+    {
+        return values[diagonal[static_cast<std::size_t>(r)] - static_cast<std::size_t>(r - c)];
+    }
+
+    std::vector<int> first;
+    std::vector<std::size_t> diagonal;
+    std::vector<double> values;
+};
+
+} // namespace ztrace::fit
+
+#endif

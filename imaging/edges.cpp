@@ -1,0 +1,121 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "edges.h"
+
+#include "borders.h"
+#include "colour.h"
+#include "ridges.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace ztrace {
+
+namespace {
+
+const int kMostInLine = 6;      // ridges in 3 x 3 pixels
+const int kLeastInTexture = 24; // ridges in 5 x 5; lines side by side have fewer
+const int kLeastAlpha = 96;     // of a line on transparency
+
+const uint8_t kDrawnRidge = EdgeMap::kRidge | EdgeMap::kDrawn;
+
+std::size_t countVisible(const QRgb *words, int count)
+{
+    unsigned visible = 0;
+    for (int x = 0; x < count; ++x)
+        visible += words[x] > 0x00FFFFFFu;
+    return visible;
+}
+
+// Pixels of a row that are followed by equal ones, to the right and, where there is a row below, in
+// it. Two words at a time.
+int skipEqual(const QRgb *words, const QRgb *below, int x, int end)
+{
+    for (; x + 1 < end; x += 2) {
+        uint64_t here = 0;
+        uint64_t right = 0;
+        uint64_t under = 0;
+        std::memcpy(&here, words + x, sizeof here);
+        std::memcpy(&right, words + x + 1, sizeof right);
+        std::memcpy(&under, below + x, sizeof under);
+        if (((here ^ right) | (here ^ under)) != 0)
+            break;
+    }
+    return x;
+}
+
+// Marks both pixels of every pair in a row, or of it and the row below, that differ clearly. The
+// last row is its own row below.
+void markPairs(const QRgb *words, const QRgb *below, int width, uint8_t *marks, uint8_t *marksBelow)
+{
+    for (int x = skipEqual(words, below, 0, width - 1); x < width;) {
+        const QRgb word = words[x];
+        if (word != below[x] && differsClearly(word, below[x])) {
+            marks[x] |= EdgeMap::kEdge;
+            marksBelow[x] |= EdgeMap::kEdge;
+        }
+        if (x + 1 < width && word != words[x + 1] && differsClearly(word, words[x + 1])) {
+            marks[x] |= EdgeMap::kEdge;
+            marks[x + 1] |= EdgeMap::kEdge;
+        }
+        ++x;
+        if (x + 1 < width && words[x] == words[x + 1])
+            x = skipEqual(words, below, x, width - 1);
+    }
+}
+
+} // namespace
+
+EdgeMap::EdgeMap(const QImage &image)
+    : width(image.width()),
+      height(image.height()),
+      marks(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), uint8_t(0))
+{
+    markEdges(image);
+    markRidges(image);
+}
+
+void EdgeMap::markEdges(const QImage &image)
+{
+    for (int y = 0; y < height; ++y) {
+        const int next = std::min(y + 1, height - 1);
+        const QRgb *words = ztrace::row(image, y);
+        visible += countVisible(words, width);
+        markPairs(words, ztrace::row(image, next), width, row(y), row(next));
+    }
+}
+
+void EdgeMap::markRidges(const QImage &image)
+{
+    const RidgeFinder finder(image);
+    for (int y = 0; y < height; ++y) {
+        const QRgb *words = ztrace::row(image, y);
+        uint8_t *bytes = row(y);
+        for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
+            if (finder.isRidge(x, y))
+                bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
+        }
+    }
+}
+
+bool EdgeMap::isLine(int x, int y) const
+{
+    return (row(y)[x] & kDrawn) != 0 && crowdAt(x, y, 1) <= kMostInLine;
+}
+
+bool EdgeMap::isTexture(int x, int y) const
+{
+    return (row(y)[x] & kDrawn) != 0 && crowdAt(x, y, 2) >= kLeastInTexture;
+}
+
+int EdgeMap::crowdAt(int x, int y, int reach) const
+{
+    int count = 0;
+    for (int v = std::max(0, y - reach); v <= std::min(height - 1, y + reach); ++v) {
+        const uint8_t *bytes = row(v);
+        for (int u = std::max(0, x - reach); u <= std::min(width - 1, x + reach); ++u)
+            count += (bytes[u] & kDrawn) != 0;
+    }
+    return count;
+}
+
+} // namespace ztrace

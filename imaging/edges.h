@@ -1,0 +1,56 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What the stages for flat colours ask of every pixel, found once: whether it lies on an edge, on a
+// ridge, in a thin line or in a texture. The page is docs/imaging/edges.md.
+#ifndef ZTRACE_IMAGING_EDGES_H
+#define ZTRACE_IMAGING_EDGES_H
+
+#include <QImage>
+
+#include <cstdint>
+#include <vector>
+
+namespace ztrace {
+
+// A byte a pixel, rows from the top.
+class EdgeMap
+{
+public:
+    // Bits of a pixel.
+    static const uint8_t kEdge = 1;  // isEdge
+    static const uint8_t kRidge = 2; // an edge at which ridgeAt finds a ridge
+    static const uint8_t kDrawn = 4; // a ridge that is opaque enough to be a line
+    static const uint8_t kOfLine = 8; // for the use of reduceFlat
+
+    // Of an ARGB32 image, which is not kept.
+    explicit EdgeMap(const QImage &image);
+
+    const uint8_t *row(int y) const { return marks.data() + offset(y); }
+    uint8_t *row(int y) { return marks.data() + offset(y); }
+
+    // A drawn ridge with few others around it, and one that is surrounded by others.
+    bool isLine(int x, int y) const;
+    bool isTexture(int x, int y) const;
+
+    // Pixels that are not fully transparent.
+    std::size_t visiblePixels() const { return visible; }
+    bool hasTransparentPixels() const { return visible < marks.size(); }
+
+private:
+    std::size_t offset(int y) const
+    {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
+    }
+    void markEdges(const QImage &image);
+    void markRidges(const QImage &image);
+    int crowdAt(int x, int y, int reach) const;
+
+    int width;
+    int height;
+    std::size_t visible = 0;
+    std::vector<uint8_t> marks;
+};
+
+} // namespace ztrace
+
+#endif

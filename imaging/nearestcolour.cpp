@@ -1,0 +1,110 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "nearestcolour.h"
+
+#include "colour.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ztrace {
+
+namespace {
+
+const std::size_t kShort = 4; // palettes that need no lists
+const QRgb kCubeMask = 0x00F0F0F0u;
+const int kCubeSide = 16;
+
+std::size_t cubeOf(QRgb word)
+{
+    return (word >> 12 & 0xF00u) | (word >> 8 & 0xF0u) | (word >> 4 & 0xFu);
+}
+
+// The smallest and the largest distance of a colour to the words of a cube.
+struct Bounds
+{
+    int least;
+    int largest;
+};
+
+Bounds boundsOf(QRgb corner, QRgb colour)
+{
+    const int transparency = 4 * (255 - qAlpha(colour));
+    Bounds bounds { transparency, transparency };
+    if (qAlpha(colour) == 0)
+        return bounds;
+    for (int shift : { 0, 8, 16 }) {
+        const int low = static_cast<int>(corner >> shift & 0xFFu);
+        const int channel = static_cast<int>(colour >> shift & 0xFFu);
+        const int below = low - channel;
+        const int above = channel - (low + kCubeSide - 1);
+        bounds.least += std::max(0, std::max(below, above));
+        bounds.largest += std::max(std::abs(below), std::abs(above));
+    }
+    return bounds;
+}
+
+} // namespace
+
+NearestColour::NearestColour(std::vector<QRgb> palette)
+    : colours(std::move(palette)), lists(kCubes, 0u), entries(1, uint16_t(0))
+{
+    nearestToLast = nearestOfAll(last);
+}
+
+uint16_t NearestColour::nearestOfAll(QRgb word) const
+{
+    std::size_t best = 0;
+    int least = std::numeric_limits<int>::max();
+    for (std::size_t k = 0; k < colours.size(); ++k) {
+        const int distance = colourDistance(word, colours[k]);
+        if (distance < least) {
+            best = k;
+            least = distance;
+        }
+    }
+    return static_cast<uint16_t>(best);
+}
+
+// A colour whose smallest distance is above the largest of another is nearest to no word of the
+// cube. Equal ones stay, since the first of several is wanted.
+std::size_t NearestColour::makeList(QRgb word)
+{
+    const QRgb corner = word & kCubeMask;
+    int limit = std::numeric_limits<int>::max();
+    for (QRgb colour : colours)
+        limit = std::min(limit, boundsOf(corner, colour).largest);
+    const std::size_t place = entries.size();
+    entries.push_back(0);
+    for (std::size_t k = 0; k < colours.size(); ++k) {
+        if (boundsOf(corner, colours[k]).least <= limit)
+            entries.push_back(static_cast<uint16_t>(k));
+    }
+    entries[place] = static_cast<uint16_t>(entries.size() - place - 1);
+    return place;
+}
+
+uint16_t NearestColour::of(QRgb word)
+{
+    if (word == last)
+        return nearestToLast;
+    last = word;
+    if (qAlpha(word) != 255 || colours.size() <= kShort)
+        return nearestToLast = nearestOfAll(word);
+    uint32_t &list = lists[cubeOf(word)];
+    if (list == 0)
+        list = static_cast<uint32_t>(makeList(word));
+    const uint16_t *entry = entries.data() + list + 1;
+    const uint16_t *end = entry + entry[-1];
+    uint16_t best = *entry;
+    int least = colourDistance(word, colours[best]);
+    while (++entry < end) {
+        const int distance = colourDistance(word, colours[*entry]);
+        if (distance < least) {
+            best = *entry;
+            least = distance;
+        }
+    }
+    return nearestToLast = best;
+}
+
+} // namespace ztrace

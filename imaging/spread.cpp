@@ -1,0 +1,178 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "spread.h"
+
+#include "colour.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ztrace {
+
+namespace {
+
+const int kReach = 2; // pixels that a label goes in one ring
+
+struct Choice
+{
+    uint16_t label = kUnlabelled;
+    bool ofLine = false;
+};
+
+struct Decided
+{
+    uint32_t pixel;
+    Choice choice;
+};
+
+class Spread
+{
+public:
+    Spread(const QImage &source, NearestColour *nearestColour, EdgeMap *edgeMap,
+           LabelPlane *target)
+        : image(source), nearest(nearestColour), edges(edgeMap), plane(target)
+    { }
+
+    // Pixels of one ring do not see each other.
+    void run(std::vector<uint32_t> waiting)
+    {
+        bool farther = false;
+        std::vector<Decided> ring;
+        while (!waiting.empty()) {
+            ring.clear();
+            std::size_t left = 0;
+            for (uint32_t pixel : waiting) {
+                const Choice choice = choiceFor(pixel);
+                if (choice.label == kUnlabelled)
+                    waiting[left++] = pixel;
+                else
+                    ring.push_back({ pixel, choice });
+            }
+            waiting.resize(left);
+            for (const Decided &decided : ring)
+                label(decided);
+            if (ring.empty())
+                break; // no label comes any farther
+            // Where many are left, only those that a new label may have reached are looked at.
+            farther = farther || left > ring.size();
+            if (farther)
+                waiting = within(ring);
+        }
+        labelUnreached();
+    }
+
+private:
+    static const uint8_t kQueued = 128; // beside the bits of EdgeMap
+
+    int rowOf(uint32_t pixel) const
+    {
+        return static_cast<int>(pixel / static_cast<uint32_t>(plane->width));
+    }
+
+    int columnOf(uint32_t pixel, int y) const
+    {
+        return static_cast<int>(pixel - static_cast<uint32_t>(y) * static_cast<uint32_t>(plane->width));
+    }
+
+    uint16_t *labelsOf(int y) const
+    {
+        return plane->labels.data()
+            + static_cast<std::size_t>(y) * static_cast<std::size_t>(plane->width);
+    }
+
+    void label(const Decided &decided)
+    {
+        const int y = rowOf(decided.pixel);
+        plane->labels[decided.pixel] = decided.choice.label;
+        if (decided.choice.ofLine)
+            edges->row(y)[columnOf(decided.pixel, y)] |= EdgeMap::kOfLine;
+    }
+
+    // The most similar label of all is the best one wherever it is in reach, and the only one that
+    // may come from a line; so it is looked for while the best of the others is kept.
+    Choice choiceFor(uint32_t pixel)
+    {
+        const int y = rowOf(pixel);
+        const int x = columnOf(pixel, y);
+        const QRgb word = row(image, y)[x];
+        const uint16_t similar = nearest->of(word);
+        const int right = std::min(plane->width - 1, x + kReach);
+        bool isSimilarInLine = false;
+        Choice best;
+        int least = std::numeric_limits<int>::max();
+        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
+            const uint16_t *labels = labelsOf(v);
+            const uint8_t *marks = edges->row(v);
+            for (int u = std::max(0, x - kReach); u <= right; ++u) {
+                const uint16_t label = labels[u];
+                if (label == kUnlabelled || label == best.label)
+                    continue;
+                const bool ofLine = (marks[u] & EdgeMap::kOfLine) != 0;
+                if (label == similar && !ofLine)
+                    return { similar, false };
+                isSimilarInLine = isSimilarInLine || label == similar;
+                if (ofLine)
+                    continue;
+                const int distance = colourDistance(word, plane->colours[label]);
+                if (distance < least || (distance == least && label < best.label)) {
+                    best.label = label;
+                    least = distance;
+                }
+            }
+        }
+        return isSimilarInLine ? Choice { similar, true } : best;
+    }
+
+    std::vector<uint32_t> within(const std::vector<Decided> &ring)
+    {
+        std::vector<uint32_t> reached;
+        for (const Decided &decided : ring) {
+            const int y = rowOf(decided.pixel);
+            const int x = columnOf(decided.pixel, y);
+            for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v)
+                queue(v, std::max(0, x - kReach), std::min(plane->width - 1, x + kReach), &reached);
+        }
+        for (uint32_t pixel : reached) {
+            const int y = rowOf(pixel);
+            edges->row(y)[columnOf(pixel, y)] &= static_cast<uint8_t>(~kQueued);
+        }
+        return reached;
+    }
+
+    void queue(int y, int from, int to, std::vector<uint32_t> *reached)
+    {
+        const uint16_t *labels = labelsOf(y);
+        uint8_t *marks = edges->row(y);
+        for (int x = from; x <= to; ++x) {
+            if (labels[x] != kUnlabelled || (marks[x] & kQueued) != 0)
+                continue;
+            marks[x] |= kQueued;
+            reached->push_back(static_cast<uint32_t>(labels + x - plane->labels.data()));
+        }
+    }
+
+    void labelUnreached()
+    {
+        for (int y = 0; y < plane->height; ++y) {
+            uint16_t *labels = labelsOf(y);
+            for (int x = 0; x < plane->width; ++x) {
+                if (labels[x] == kUnlabelled)
+                    labels[x] = nearest->of(row(image, y)[x]);
+            }
+        }
+    }
+
+    const QImage &image;
+    NearestColour *nearest;
+    EdgeMap *edges;
+    LabelPlane *plane;
+};
+
+} // namespace
+
+void spreadLabels(const QImage &image, std::vector<uint32_t> waiting, NearestColour *nearest,
+                  EdgeMap *edges, LabelPlane *plane)
+{
+    Spread(image, nearest, edges, plane).run(std::move(waiting));
+}
+
+} // namespace ztrace

@@ -1,0 +1,413 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Input files: those that end early, at every byte and in every format that the toolkit reads;
+// those that ask for too much; those that name other files.
+#include "cli/failure.h"
+#include "cli/source.h"
+#include "cli/svgfile.h"
+#include "cli/tiffpages.h"
+
+#include <QBuffer>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QPainter>
+#include <QtTest>
+
+#include <algorithm>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+using namespace ztrace;
+
+namespace {
+
+QImage picture(QImage::Format format, int width = 23, int height = 9)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, qRgb(x * 11 + 1, y * 28, (x * y * 7) % 256));
+    }
+    return image.convertToFormat(format);
+}
+
+QByteArray written(const char *writer, const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter imageWriter(&buffer, writer);
+    if (!imageWriter.write(image))
+        qFatal("%s: %s", writer, qPrintable(imageWriter.errorString()));
+    return bytes;
+}
+
+QByteArray little(int value, int bytes)
+{
+    QByteArray text;
+    for (int i = 0; i < bytes; ++i)
+        text += static_cast<char>(value >> (8 * i));
+    return text;
+}
+
+QByteArray big(int value)
+{
+    QByteArray text = little(value, 4);
+    std::reverse(text.begin(), text.end());
+    return text;
+}
+
+// Two frames of 4 x 4 pixels. Codes of three bits, a clear code before every second pixel, so that
+// the table never grows.
+QByteArray gif(int frames)
+{
+    QByteArray bytes = "GIF89a" + little(4, 2) + little(4, 2) + little(0x80, 3);
+    bytes += QByteArray::fromHex("000000ffffff");
+    for (int frame = 0; frame < frames; ++frame) {
+        int bits = 0;
+        int count = 0;
+        QByteArray codes;
+        const auto put = [&](int code) {
+            bits |= code << count;
+            for (count += 3; count >= 8; count -= 8, bits >>= 8)
+                codes += static_cast<char>(bits & 255);
+        };
+        for (int i = 0; i < 16; ++i) {
+            if (i % 2 == 0)
+                put(4);
+            put((i + frame) % 3 == 0 ? 1 : 0);
+        }
+        put(5);
+        codes += static_cast<char>(bits & 255);
+        bytes += QByteArray::fromHex("21f9040005000000"); // shown for five hundredths of a second
+        bytes += ',' + little(0, 4) + little(4, 2) + little(4, 2) + little(0, 1) + little(2, 1)
+            + little(codes.size(), 1) + codes + little(0, 1);
+    }
+    return bytes + ';';
+}
+
+QByteArray tga()
+{
+    QByteArray bytes = little(0, 2) + little(2, 1) + little(0, 9) + little(5, 2) + little(4, 2)
+        + little(24, 1) + little(0x20, 1);
+    for (int i = 0; i < 20; ++i)
+        bytes += little(i * 0x0A0305 + 0x101010, 3);
+    return bytes;
+}
+
+// One of runs: 8 x 4 pixels, 8 bits each.
+QByteArray bmpInRuns()
+{
+    QByteArray runs;
+    for (int y = 0; y < 4; ++y)
+        runs
+            += little(5, 1) + little(y + 1, 1) + QByteArray::fromHex("000307080900") + little(0, 2);
+    runs += little(0x100, 2);
+    QByteArray colours;
+    for (int i = 0; i < 256; ++i)
+        colours += little(i * 0x010203, 4);
+    QByteArray head = little(40, 4) + little(8, 4) + little(4, 4) + little(1, 2) + little(8, 2)
+        + little(1, 4) + little(runs.size(), 4) + little(0, 8) + little(256, 4) + little(0, 4);
+    const int data = 14 + head.size() + colours.size();
+    return "BM" + little(data + runs.size(), 4) + little(0, 4) + little(data, 4) + head + colours
+        + runs;
+}
+
+QByteArray mng()
+{
+    const QByteArray png = written("png", picture(QImage::Format_RGB32));
+    const QByteArray head
+        = "MHDR" + big(23) + big(9) + big(100) + big(0) + big(0) + big(0) + big(1);
+    const auto sum = [](const QByteArray &content) {
+        quint32 value = 0xFFFFFFFFu;
+        for (const char byte : content) {
+            value ^= static_cast<unsigned char>(byte);
+            for (int i = 0; i < 8; ++i)
+                value = (value >> 1) ^ (value & 1 ? 0xEDB88320u : 0u);
+        }
+        return big(static_cast<int>(~value));
+    };
+    return QByteArray::fromHex("8a4d4e470d0a1a0a") + big(28) + head + sum(head) + png.mid(8)
+        + big(0) + "MEND" + sum("MEND");
+}
+
+QByteArray svg(const QByteArray &inside)
+{
+    return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
+           "width='20' height='20'>"
+        + inside + "</svg>\n";
+}
+
+// A file in memory alone.
+std::string temporaryFile(const QByteArray &bytes)
+{
+    static const int file = memfd_create("input", 0);
+    if (ftruncate(file, 0) != 0
+        || pwrite(file, bytes.constData(), static_cast<std::size_t>(bytes.size()), 0)
+            != bytes.size())
+        qFatal("no temporary file");
+    return "/proc/self/fd/" + std::to_string(file);
+}
+
+ImageSource sourceOf(const QByteArray &bytes, const SourceLimits &limits = SourceLimits())
+{
+    return ImageSource(temporaryFile(bytes), limits);
+}
+
+// What is said of the bytes; empty when they are read without a word.
+QString complaint(const QByteArray &bytes, QImage *image,
+                  const SourceLimits &limits = SourceLimits())
+{
+    try {
+        const ImageSource source = sourceOf(bytes, limits);
+        *image = source.read(1, true);
+        if (source.ending(1) == Ending::Whole)
+            return QString();
+        return QString::fromLatin1(source.ending(1) == Ending::CutShort ? "cut short" : "untold");
+    } catch (const Failure &failure) {
+        return failure.code == kInputUnreadable ? QString::fromLocal8Bit(failure.what())
+                                                : QString::fromLatin1("another code");
+    }
+}
+
+} // namespace
+
+class tst_Source : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    }
+    void wholeFilesAreWhole_data();
+    void wholeFilesAreWhole();
+    void filesCutAnywhereAreTold_data() { wholeFilesAreWhole_data(); }
+    void filesCutAnywhereAreTold();
+    void tgaEndsWithItsPixels();
+    void sizesBeyondAllFiles();
+    void directoriesThatShareTheirBytes();
+    void everyFormatOfTheToolkitIsThere();
+    void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
+    void sizesAreAskedFirst();
+    void framesOfAnAnimation();
+    void endlessInput();
+    void svgLoadsNoFiles_data();
+    void svgLoadsNoFiles();
+    void svgKeepsItsOwn();
+};
+
+void tst_Source::wholeFilesAreWhole_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("format");
+    const auto row = [](const char *name, const QByteArray &bytes, const char *format) {
+        QTest::newRow(name) << bytes << QString::fromLatin1(format);
+    };
+    const QImage colour = picture(QImage::Format_RGB32);
+    const QImage grey = picture(QImage::Format_Grayscale8);
+    const QImage mono = picture(QImage::Format_Mono);
+    for (const char *format : { "bmp", "icns", "ico", "jpeg", "png", "ppm", "tiff", "webp", "xpm" })
+        row(format,
+            written(format,
+                    QByteArray(format) == "icns" ? picture(QImage::Format_ARGB32, 16, 16) : colour),
+            format);
+    row("cur", written("cur", colour), "ico");
+    row("bmp of one bit", written("bmp", mono), "bmp");
+    row("bmp of eight bits", written("bmp", picture(QImage::Format_Indexed8)), "bmp");
+    row("bmp in runs", bmpInRuns(), "bmp");
+    row("grey jpeg", written("jpeg", grey), "jpeg");
+    row("pbm", written("pbm", mono), "pbm");
+    row("pgm", written("pgm", grey), "pgm");
+    row("pbm in letters", "P1\n# a comment\n3 2\n0 1 0\n1 0 1\n", "pbm");
+    row("pgm in letters", "P2\n3 2 255\n0 17 204\n3 2 1\n", "pgm");
+    row("ppm in letters", "P3\n2 1\n255\n0 17 204\n3 2 11\n", "ppm");
+    row("pgm of sixteen bits", "P5 2 2 65535\nabcdefgh", "pgm");
+    row("xbm", written("xbm", mono), "xbm");
+    row("wbmp", written("wbmp", mono), "wbmp");
+    row("gif", gif(1), "gif");
+    row("animated gif", gif(2), "gif");
+    row("mng", mng(), "mng");
+    row("svg", svg("<rect width='9' height='7' fill='red'/>"), "svg");
+}
+
+void tst_Source::wholeFilesAreWhole()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, format);
+    QImage image;
+    QCOMPARE(complaint(bytes, &image), QString());
+    QVERIFY(!image.isNull());
+    QBuffer buffer(&bytes);
+    QCOMPARE(QString::fromLatin1(QImageReader(&buffer).format()), format);
+}
+
+void tst_Source::filesCutAnywhereAreTold()
+{
+    QFETCH(QByteArray, bytes);
+    QImage whole;
+    complaint(bytes, &whole);
+    const int step = 1 + bytes.size() / 1500;
+    for (int size = 0; size<bytes.size(); size += size + 300> bytes.size() ? 1 : step) {
+        QImage cut;
+        const QString said = complaint(bytes.left(size), &cut);
+        QVERIFY2(said != QString::fromLatin1("another code"), qPrintable(QString::number(size)));
+        // What is lost may be nothing but the end of the last line.
+        if (said.isEmpty())
+            QVERIFY2(cut == whole, qPrintable(QString::number(size)));
+    }
+}
+
+// The toolkit's reader of it takes none in this release, so that files of it are refused anyway.
+void tst_Source::tgaEndsWithItsPixels()
+{
+    const QByteArray bytes = tga();
+    QCOMPARE(endingOf(bytes, "tga"), Ending::Whole);
+    for (int size = 0; size < bytes.size(); ++size)
+        QCOMPARE(endingOf(bytes.left(size), "tga"), Ending::CutShort);
+}
+
+void tst_Source::sizesBeyondAllFiles()
+{
+    const QByteArray far(64, '\x7f');
+    const QByteArray farther(64, '\xff');
+    for (const QByteArray &format : QImageReader::supportedImageFormats()) {
+        for (const QByteArray &bytes : { far, farther, "II*" + little(0, 1) + far, "MM" + farther })
+            QVERIFY(endingOf(bytes, format) != Ending::Untold);
+    }
+    for (const char *text : { "P5 99999999999 99999999999 255\n", "P3 1073741824 1073741824 9 1 " })
+        QCOMPARE(endingOf(text, "ppm"), Ending::CutShort);
+    const QByteArray bmp = "BM" + little(0, 8) + little(54, 4) + little(40, 4)
+        + little(0x7FFFFFFF, 4) + little(0x7FFFFFFF, 4) + little(1, 2) + little(0x7FFF, 2)
+        + little(0, 24);
+    QCOMPARE(endingOf(bmp, "bmp"), Ending::CutShort);
+}
+
+// A chain of directories, one at every twelfth byte, each with 65,535 entries: work grows with the
+// bytes, not with their square.
+void tst_Source::directoriesThatShareTheirBytes()
+{
+    const int kDirectories = 2000;
+    const int kEntries = 2 + 12 * 65535;
+    QByteArray bytes = "II*" + little(0, 1) + little(8, 4);
+    for (int i = 0; i < kDirectories; ++i)
+        bytes += little(0xFFFF, 2) + little(0, 10);
+    bytes += QByteArray(8 + kEntries - bytes.size(), '\0');
+    for (int i = 0; i < kDirectories; ++i)
+        bytes += little(8 + 12 * (i + 1), 4) + little(0, 8);
+    const std::size_t pages = tiffPages(bytes).size();
+    QVERIFY(pages >= 2 && pages < 20);
+    QCOMPARE(endingOf(bytes, "tiff"), Ending::CutShort);
+}
+
+// One more plug-in of the toolkit is one more row, and a check in cli/ending.cpp.
+void tst_Source::everyFormatOfTheToolkitIsThere()
+{
+    for (const QByteArray &format : QImageReader::supportedImageFormats())
+        QVERIFY2(endingOf(QByteArray(), format) == Ending::CutShort, format.constData());
+    QCOMPARE(endingOf(QByteArray("xyz"), QByteArray("unheard-of")), Ending::Untold);
+}
+
+void tst_Source::sizesAreAskedFirst()
+{
+    QFETCH(QByteArray, bytes);
+    QImage image;
+    SourceLimits limits;
+    limits.pixels = 1e-6;
+    QVERIFY2(complaint(bytes, &image, limits)
+                 .contains(QLatin1String("more than 1e-06 million pixels (see --max-pixels)")),
+             qPrintable(complaint(bytes, &image, limits)));
+    QVERIFY(image.isNull());
+}
+
+void tst_Source::framesOfAnAnimation()
+{
+    const ImageSource source = sourceOf(gif(5));
+    QCOMPARE(source.pages(), 5);
+    for (int page : { 2, 3, 5 }) {
+        const QImage frame = source.read(page, true);
+        QCOMPARE(frame.pixelColor(0, 0) == QColor(Qt::white), (page - 1) % 3 == 0);
+        QCOMPARE(frame.pixelColor(1, 0) == QColor(Qt::white), (1 + page - 1) % 3 == 0);
+    }
+    try {
+        source.read(6, true);
+        QFAIL("there is no page 6");
+    } catch (const Failure &failure) {
+        QVERIFY(std::string(failure.what()).find("there is no page 6 (the file has 5)")
+                != std::string::npos);
+    }
+}
+
+void tst_Source::endlessInput()
+{
+    SourceLimits limits;
+    limits.megabytes = 3.0;
+    try {
+        ImageSource("/dev/zero", limits);
+        QFAIL("it has no end");
+    } catch (const Failure &failure) {
+        QCOMPARE(failure.code, kInputUnreadable);
+        QCOMPARE(QString::fromLatin1(failure.what()),
+                 QString("/dev/zero: has more than 3 million bytes (see --max-memory)"));
+    }
+}
+
+void tst_Source::svgLoadsNoFiles_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    static QTemporaryDir folder;
+    const QByteArray name = folder.filePath(QString::fromLatin1("red.png")).toUtf8();
+    QImage red(20, 20, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    red.save(QString::fromUtf8(name));
+    QFile sheet(folder.filePath(QString::fromLatin1("red.css")));
+    sheet.open(QIODevice::WriteOnly);
+    sheet.write("rect { fill: #ff0000 }");
+    sheet.close();
+    const QByteArray image = "<image width='20' height='20' xlink:href='" + name + "'/>";
+    const QByteArray nested = svg(image).toBase64();
+    QTest::newRow("by its name") << svg(image);
+    QTest::newRow("in a group") << svg("<g><g>" + image + "</g></g><path d='M0 0h1'/>");
+    QTest::newRow("in another svg") << svg(
+        "<image width='20' height='20' xlink:href='data:image/svg+xml;base64," + nested + "'/>");
+    QTest::newRow("by an entity") << "<!DOCTYPE svg [<!ENTITY n '" + name + "'>]>"
+            + svg("<image width='20' height='20' xlink:href='&n;'/>");
+    QTest::newRow("as a style sheet")
+        << "<?xml version='1.0'?><?xml-stylesheet type=\"text/css\" href=\""
+            + sheet.fileName().toUtf8() + "\"?>" + svg("<rect width='20' height='20'/>");
+}
+
+void tst_Source::svgLoadsNoFiles()
+{
+    QFETCH(QByteArray, text);
+    QImage loaded;
+    QVERIFY(loaded.loadFromData(text));
+    QCOMPARE(loaded.pixelColor(9, 9), QColor(Qt::red)); // the toolkit does
+    const ImageSource source = sourceOf(text);
+    QCOMPARE(source.filesLeftOut(), 1);
+    QVERIFY(source.read(1, true).pixelColor(9, 9) != QColor(Qt::red));
+}
+
+void tst_Source::svgKeepsItsOwn()
+{
+    QImage green(20, 20, QImage::Format_RGB32);
+    green.fill(Qt::green);
+    const QByteArray text = svg("<image width='20' height='20' xlink:href='data:image/png;base64,"
+                                + written("png", green).toBase64() + "'/>");
+    int leftOut = 7;
+    QCOMPARE(withoutNamedFiles(text, 1 << 20, &leftOut), text);
+    QCOMPARE(leftOut, 0);
+    QCOMPARE(sourceOf(text).read(1, true).pixelColor(9, 9), QColor(Qt::green));
+    QVERIFY(withoutNamedFiles(text.left(text.size() - 4), 1 << 20, &leftOut).isNull());
+}
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
+    tst_Source test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_source.moc"

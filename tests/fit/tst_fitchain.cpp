@@ -1,0 +1,690 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Chains of shapes of known geometry, of odd input, and pieces by themselves.
+#include "FitRig.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+using namespace ztrace::fit;
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+const double kGrey = 8.0 / 255; // noise of deviation 8, as coverage
+
+Point phase(Noise *noise, double at)
+{
+    return { at + noise->uniform(), at + noise->uniform() };
+}
+
+int sizeFor(const Truth &truth)
+{
+    double size = 0;
+    for (const Piece &piece : truth)
+        size = std::max(size, std::max(boxOf(piece).high.x, boxOf(piece).high.y));
+    return static_cast<int>(size) + 8;
+}
+
+Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation = 0,
+           Noise *noise = nullptr)
+{
+    const int size = sizeFor(truth);
+    Raster raster = rasterOf(truth, size, size);
+    if (noise)
+        addNoise(&raster, deviation, noise);
+    return fitChain(outlineOf(raster, edge, deviation).view(), settings);
+}
+
+// Root mean square over phases of the rms, and whether one piece of the kind came back each time.
+struct Quality
+{
+    double squares = 0;
+    double worst = 0;
+    double numbers = 0;
+    int kinks = 0;
+    int count = 0;
+    int ofKind = 0;
+
+    void add(const Path &path, const Truth &truth, Kind kind, const Settings &settings)
+    {
+        const Score score = scoreOf(path, truth, settings);
+        squares += score.rms * score.rms;
+        worst = std::max(worst, score.rms);
+        numbers += score.numbers;
+        kinks += score.kinks;
+        ++count;
+        ofKind += path.pieces.size() == 1 && path.pieces[0].kind == kind;
+    }
+    double rms() const { return std::sqrt(squares / count); }
+};
+
+bool isFinite(const Path &path)
+{
+    for (const Piece &p : path.pieces) {
+        for (const double v : { p.start.x, p.start.y, p.end.x, p.end.y, p.bulge, p.control.x,
+                                p.control.y, p.control2.x, p.control2.y, p.centre.x, p.centre.y,
+                                p.half[0], p.half[1], p.angle, p.radius, p.misfit }) {
+            if (!std::isfinite(v))
+                return false;
+        }
+    }
+    return std::isfinite(path.misfit) && std::isfinite(path.numbers);
+}
+
+bool isJoined(const Path &path)
+{
+    for (std::size_t k = 0; k + 1 < path.pieces.size(); ++k) {
+        const Point a = path.pieces[k].end;
+        const Point b = path.pieces[k + 1].start;
+        if (a.x != b.x || a.y != b.y)
+            return false;
+    }
+    return true;
+}
+
+double kinkBefore(const Path &path, std::size_t k)
+{
+    const Point a = endTangent(path.pieces[k > 0 ? k - 1 : path.pieces.size() - 1]);
+    const Point b = startTangent(path.pieces[k]);
+    return std::fabs(std::atan2(cross(a, b), dot(a, b)));
+}
+
+Truth star(Point centre, double turn)
+{
+    std::vector<Point> corners;
+    for (int k = 0; k < 10; ++k) {
+        const double a = turn + k * kPi / 5;
+        corners.push_back(centre + (k % 2 ? 22.0 : 55.0) * Point { std::cos(a), std::sin(a) });
+    }
+    return polygonTruth(corners);
+}
+
+// A blob of cubics with two corners, as lettering has them.
+Truth leaf(Point at)
+{
+    return { cubicPiece(at, at + Point { 20, -15 }, at + Point { 60, -10 }, at + Point { 80, 20 }),
+             cubicPiece(at + Point { 80, 20 }, at + Point { 70, 45 }, at + Point { 20, 50 },
+                        at + Point { 5, 30 }),
+             linePiece(at + Point { 5, 30 }, at) };
+}
+
+} // namespace
+
+class tst_FitChain : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void circles_data();
+    void circles();
+    void ellipses_data();
+    void ellipses();
+    void rectangles_data();
+    void rectangles();
+    void roundedRectangles_data();
+    void roundedRectangles();
+    void thinLines_data();
+    void thinLines();
+    void longLines_data();
+    void longLines();
+    void longOpenLineIsOne();
+    void starsHaveTenCorners_data();
+    void starsHaveTenCorners();
+    void curvesOfLettering_data();
+    void curvesOfLettering();
+    void noiseAddsNoNumbers();
+    void smoothJointsHaveOneTangent();
+    void quadraticsOnlyForTheHost();
+    void pinnedEndsAreExact();
+    void degenerateChains_data();
+    void degenerateChains();
+    void randomChainsStayFinite();
+    void sameInputSameBytes();
+    void movedInputMovedFit();
+    void distanceEqualsSampledOne();
+    void reversedPieceIsTheSameCurve();
+    void ellipticArcIsOnItsEllipse();
+};
+
+void tst_FitChain::circles_data()
+{
+    QTest::addColumn<double>("radius");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("noise");
+    QTest::addColumn<double>("rms");
+    QTest::addColumn<double>("bias");
+    QTest::newRow("radius 5, soft") << 5. << true << 0. << 0.012 << 0.011;
+    QTest::newRow("radius 10, soft") << 10. << true << 0. << 0.007 << 0.007;
+    QTest::newRow("radius 50, soft") << 50. << true << 0. << 0.003 << 0.003;
+    QTest::newRow("radius 300, soft") << 300. << true << 0. << 0.002 << 0.001;
+    QTest::newRow("radius 5, noise") << 5. << true << kGrey << 0.02 << 0.015;
+    QTest::newRow("radius 50, noise") << 50. << true << kGrey << 0.006 << 0.004;
+    QTest::newRow("radius 5, one bit") << 5. << false << 0. << 0.09 << 0.03;
+    QTest::newRow("radius 10, one bit") << 10. << false << 0. << 0.07 << 0.02;
+    QTest::newRow("radius 50, one bit") << 50. << false << 0. << 0.03 << 0.01;
+    QTest::newRow("radius 300, one bit") << 300. << false << 0. << 0.012 << 0.005;
+}
+
+void tst_FitChain::circles()
+{
+    QFETCH(double, radius);
+    QFETCH(bool, soft);
+    QFETCH(double, noise);
+    QFETCH(double, rms);
+    QFETCH(double, bias);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    double sum = 0;
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = circleTruth(phase(&random, radius + 4), radius);
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings, noise,
+                                noise > 0 ? &random : nullptr);
+        quality.add(path, truth, Kind::Circle, settings);
+        sum += path.pieces[0].half[0] - radius;
+    }
+    QVERIFY2(quality.ofKind >= (radius == 10 && !soft ? 19 : 20),
+             qPrintable(QString::number(quality.ofKind)));
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+    QVERIFY2(std::fabs(sum / 20) < bias, qPrintable(QString::number(sum / 20)));
+}
+
+void tst_FitChain::ellipses_data()
+{
+    QTest::addColumn<double>("a");
+    QTest::addColumn<double>("b");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::newRow("40 by 20, soft") << 40. << 20. << true << 0.005;
+    QTest::newRow("90 by 70, soft") << 90. << 70. << true << 0.003;
+    QTest::newRow("12 by 8, soft") << 12. << 8. << true << 0.009;
+    QTest::newRow("40 by 20, one bit") << 40. << 20. << false << 0.05;
+    QTest::newRow("90 by 70, one bit") << 90. << 70. << false << 0.03;
+}
+
+void tst_FitChain::ellipses()
+{
+    QFETCH(double, a);
+    QFETCH(double, b);
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(2);
+    Quality quality;
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = ellipseTruth(phase(&random, a + 5), a, b, 3 * random.uniform());
+        quality.add(fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings), truth, Kind::Ellipse,
+                    settings);
+    }
+    QCOMPARE(quality.ofKind, 20);
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+}
+
+void tst_FitChain::rectangles_data()
+{
+    QTest::addColumn<double>("degrees");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("corner");
+    for (const double degrees : { 0., 3., 10., 17., 30., 45. })
+        QTest::newRow(qPrintable(QString("soft at %1 degrees").arg(degrees)))
+            << degrees << true << 0.005;
+    // In one bit the place at 0 and 45 degrees is not in the picture.
+    QTest::newRow("one bit at 3 degrees") << 3. << false << 0.08;
+    QTest::newRow("one bit at 10 degrees") << 10. << false << 0.06;
+    QTest::newRow("one bit at 17 degrees") << 17. << false << 0.06;
+    QTest::newRow("one bit at 30 degrees") << 30. << false << 0.06;
+}
+
+void tst_FitChain::rectangles()
+{
+    QFETCH(double, degrees);
+    QFETCH(bool, soft);
+    QFETCH(double, corner);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    for (int k = 0; k < 20; ++k) {
+        const double width = 90 + 10 * random.uniform();
+        const double height = 50 + 10 * random.uniform();
+        const double angle = degrees * kPi / 180;
+        const Point centre = phase(&random, 70);
+        const Truth truth = rectangleTruth(centre, width, height, angle);
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        QCOMPARE(int(path.pieces.size()), 1);
+        const Piece &piece = path.pieces[0];
+        QCOMPARE(piece.kind, Kind::RoundedRectangle);
+        QCOMPARE(piece.radius, 0.);
+        const Point u = { std::cos(piece.angle), std::sin(piece.angle) };
+        const Point v = { -u.y, u.x };
+        double worst = 0;
+        for (const Piece &side : truth) {
+            double nearest = INFINITY;
+            for (const double a : { -1., 1. }) {
+                for (const double b : { -1., 1. }) {
+                    const Point p
+                        = piece.centre + (a * piece.half[0]) * u + (b * piece.half[1]) * v;
+                    nearest = std::min(nearest, std::hypot(p.x - side.start.x, p.y - side.start.y));
+                }
+            }
+            worst = std::max(worst, nearest);
+        }
+        QVERIFY2(worst < corner, qPrintable(QString("%1: %2").arg(k).arg(worst)));
+    }
+}
+
+void tst_FitChain::roundedRectangles_data()
+{
+    QTest::addColumn<double>("radius");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::newRow("radius 3, soft") << 3. << true << 0.008;
+    QTest::newRow("radius 5, soft") << 5. << true << 0.006;
+    QTest::newRow("radius 15, soft") << 15. << true << 0.005;
+    QTest::newRow("radius 5, one bit") << 5. << false << 0.05;
+    QTest::newRow("radius 15, one bit") << 15. << false << 0.05;
+}
+
+void tst_FitChain::roundedRectangles()
+{
+    QFETCH(double, radius);
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    for (int k = 0; k < 20; ++k) {
+        // Away from the axes, where one bit does not tell the place.
+        const double angle = 0.1 + 0.5 * random.uniform();
+        const Truth truth = rectangleTruth(phase(&random, 80), 100, 60, angle, radius);
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        quality.add(path, truth, Kind::RoundedRectangle, settings);
+        QVERIFY(path.pieces[0].radius > 0.5 * radius);
+    }
+    QCOMPARE(quality.ofKind, 20);
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+}
+
+void tst_FitChain::thinLines_data()
+{
+    QTest::addColumn<double>("width");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::newRow("1 px, soft") << 1. << true << 0.03;
+    QTest::newRow("1.5 px, soft") << 1.5 << true << 0.02;
+    QTest::newRow("2 px, soft") << 2. << true << 0.02;
+    QTest::newRow("6 px, soft") << 6. << true << 0.01;
+    QTest::newRow("1 px, one bit") << 1. << false << 0.1;
+    QTest::newRow("2 px, one bit") << 2. << false << 0.06;
+    QTest::newRow("6 px, one bit") << 6. << false << 0.05;
+}
+
+void tst_FitChain::thinLines()
+{
+    QFETCH(double, width);
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = rectangleTruth(phase(&random, 60), 100, width, 3.14 * random.uniform());
+        quality.add(fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings), truth,
+                    Kind::RoundedRectangle, settings);
+    }
+    QCOMPARE(quality.ofKind, 20);
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+}
+
+void tst_FitChain::longLines_data()
+{
+    QTest::addColumn<double>("turn");
+    QTest::newRow("any angle") << 3.14;
+    QTest::newRow("nearly along the rows") << 0.02;
+}
+
+void tst_FitChain::longLines()
+{
+    QFETCH(double, turn);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    for (int k = 0; k < 10; ++k) {
+        const Truth truth = rectangleTruth(phase(&random, 760), 1480, 20, turn * random.uniform());
+        for (const Edge edge : { Edge::Soft, Edge::Hard }) {
+            const Path path = fitOf(truth, edge, settings);
+            QCOMPARE(int(path.pieces.size()), 1);
+        }
+    }
+}
+
+void tst_FitChain::longOpenLineIsOne()
+{
+    // The cracks of a half plane, as a chain between two nodes.
+    const Settings settings = settingsFor(svgPrices());
+    for (const double slope : { 0.0004, 0.003, 0.01, 0.07, 0.31, 0.5, 0.77, 1.0 }) {
+        ChainData data = { {}, {}, {}, Edge::Hard, false };
+        int y = 0;
+        for (int x = 0; x < 1480; ++x) {
+            const int next = static_cast<int>(std::floor(slope * (x + 0.5) + 0.37));
+            for (; y < next; ++y) {
+                data.x.push_back(x);
+                data.y.push_back(y + 0.5);
+            }
+            data.x.push_back(x + 0.5);
+            data.y.push_back(y);
+        }
+        const Path path = fitChain(data.view(), settings);
+        QVERIFY2(path.pieces.size() == 1, qPrintable(QString::number(slope)));
+        QCOMPARE(path.pieces[0].kind, Kind::Line);
+    }
+}
+
+void tst_FitChain::starsHaveTenCorners_data()
+{
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::addColumn<double>("numbers");
+    QTest::newRow("soft") << true << 0.03 << 22.5;
+    QTest::newRow("one bit") << false << 0.08 << 20.5;
+}
+
+void tst_FitChain::starsHaveTenCorners()
+{
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    QFETCH(double, numbers);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = star(phase(&random, 60), random.uniform());
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        QVERIFY(isJoined(path));
+        quality.add(path, truth, Kind::Line, settings);
+    }
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+    QVERIFY2(quality.numbers / 20 <= numbers, qPrintable(QString::number(quality.numbers / 20)));
+}
+
+void tst_FitChain::curvesOfLettering_data()
+{
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::addColumn<double>("numbers");
+    QTest::newRow("soft") << true << 0.03 << 20.;
+    QTest::newRow("one bit") << false << 0.2 << 16.;
+}
+
+void tst_FitChain::curvesOfLettering()
+{
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    QFETCH(double, numbers);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    bool cubics = false;
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = leaf(phase(&random, 12));
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        quality.add(path, truth, Kind::Cubic, settings);
+        for (const Piece &piece : path.pieces)
+            cubics = cubics || piece.kind == Kind::Cubic;
+    }
+    QVERIFY(cubics);
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+    QVERIFY2(quality.numbers / 20 <= numbers, qPrintable(QString::number(quality.numbers / 20)));
+}
+
+void tst_FitChain::noiseAddsNoNumbers()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    double clean = 0;
+    double noisy = 0;
+    for (int k = 0; k < 20; ++k) {
+        for (const Truth &truth : { leaf(phase(&random, 12)), star(phase(&random, 60), 0.1 * k) }) {
+            clean += scoreOf(fitOf(truth, Edge::Soft, settings), truth, settings).numbers;
+            const Path path = fitOf(truth, Edge::Soft, settings, kGrey, &random);
+            noisy += scoreOf(path, truth, settings).numbers;
+        }
+    }
+    QVERIFY2(noisy < 1.1 * clean, qPrintable(QString("%1 of %2").arg(noisy).arg(clean)));
+}
+
+void tst_FitChain::smoothJointsHaveOneTangent()
+{
+    int smooth = 0;
+    for (const Prices &prices : { svgPrices(), dxfPrices(), hostPrices() }) {
+        const Settings settings = settingsFor(prices);
+        Noise random(3);
+        for (int k = 0; k < 10; ++k) {
+            const Path path = fitOf(leaf(phase(&random, 12)), Edge::Hard, settings);
+            for (std::size_t i = 0; i < path.pieces.size(); ++i) {
+                if (!path.pieces[i].smooth)
+                    continue;
+                ++smooth;
+                QVERIFY2(kinkBefore(path, i) < 1e-4,
+                         qPrintable(QString::number(kinkBefore(path, i))));
+            }
+        }
+    }
+    QVERIFY(smooth > 20);
+}
+
+void tst_FitChain::quadraticsOnlyForTheHost()
+{
+    const Settings settings = settingsFor(hostPrices());
+    Noise random(1);
+    int quadratics = 0;
+    for (const Truth &truth : { leaf(phase(&random, 12)), circleTruth(phase(&random, 30), 25) }) {
+        const Path path = fitOf(truth, Edge::Soft, settings);
+        for (const Piece &piece : path.pieces) {
+            QVERIFY(piece.kind == Kind::Line || piece.kind == Kind::Quadratic);
+            quadratics += piece.kind == Kind::Quadratic;
+        }
+        QVERIFY(scoreOf(path, truth, settings).rms < 0.06);
+    }
+    QVERIFY(quadratics >= 8);
+}
+
+void tst_FitChain::pinnedEndsAreExact()
+{
+    const Settings settings = settingsFor(dxfPrices());
+    ChainData data = { {}, {}, {}, Edge::Soft, false };
+    for (int i = 0; i < 50; ++i) {
+        data.x.push_back(100 + 20 * std::cos(0.05 * i));
+        data.y.push_back(100 + 20 * std::sin(0.05 * i));
+    }
+    data.x[0] += 0.11; // nodes need not lie on the fit of the chain
+    data.y[49] -= 0.07;
+    Chain chain = data.view();
+    chain.pinnedStart = chain.pinnedEnd = true;
+    const Path path = fitChain(chain, settings);
+    QVERIFY(isJoined(path));
+    QCOMPARE(path.pieces.front().start.x, data.x[0]);
+    QCOMPARE(path.pieces.front().start.y, data.y[0]);
+    QCOMPARE(path.pieces.back().end.x, data.x[49]);
+    QCOMPARE(path.pieces.back().end.y, data.y[49]);
+    chain.pinnedStart = chain.pinnedEnd = false;
+    QVERIFY(fitChain(chain, settings).pieces.front().start.x != data.x[0]);
+}
+
+void tst_FitChain::degenerateChains_data()
+{
+    QTest::addColumn<QVector<double>>("x");
+    QTest::addColumn<QVector<double>>("y");
+    QTest::addColumn<int>("pieces"); // -1: any
+    const double nan = std::nan("");
+    const double inf = INFINITY;
+    QTest::newRow("no point") << QVector<double>() << QVector<double>() << 0;
+    QTest::newRow("one point") << QVector<double> { 3 } << QVector<double> { 4 } << 1;
+    QTest::newRow("one point many times") << QVector<double>(9, 3.) << QVector<double>(9, 4.) << 1;
+    QTest::newRow("only not-a-number") << QVector<double>(9, nan) << QVector<double>(9, 4.) << 0;
+    QTest::newRow("some points not finite") << QVector<double> { 0, nan, 1, inf, 2, 3 }
+                                            << QVector<double> { 0, 1, 0, 0, -inf, 0 } << -1;
+    QTest::newRow("two points") << QVector<double> { 0, 1 } << QVector<double> { 0, 2 } << -1;
+    QTest::newRow("three points on a line")
+        << QVector<double> { 0, 1, 2 } << QVector<double> { 0, 0, 0 } << -1;
+    QTest::newRow("there and back")
+        << QVector<double> { 0, 1, 2, 3, 2, 1 } << QVector<double> { 0, 0, 0, 0, 0, 0 } << -1;
+    QTest::newRow("one pixel") << QVector<double> { 0.5, 1, 0.5, 0 }
+                               << QVector<double> { 0, 0.5, 1, 0.5 } << -1;
+    QTest::newRow("far away") << QVector<double> { 1e8, 1e8 + 1, 1e8 + 2, 1e8 + 2, 1e8 + 1 }
+                              << QVector<double> { 1e8, 1e8, 1e8, 1e8 + 2, 1e8 + 2 } << -1;
+    QTest::newRow("huge steps") << QVector<double> { 0, 1e8, -1e8, 1e8, 0, 5 }
+                                << QVector<double> { 0, 1e8, 1e8, -1e8, 3, 1e7 } << -1;
+}
+
+void tst_FitChain::degenerateChains()
+{
+    QFETCH(QVector<double>, x);
+    QFETCH(QVector<double>, y);
+    QFETCH(int, pieces);
+    const double nan = std::nan("");
+    for (const double value : { 0., -1., nan, double(INFINITY), 1e-300, 1e300 }) {
+        const std::vector<double> sigma(static_cast<std::size_t>(x.size()), value);
+        for (int form = 0; form < 16; ++form) {
+            Chain chain = {};
+            chain.x = x.constData();
+            chain.y = y.constData();
+            chain.sigma = form & 8 ? sigma.data() : nullptr;
+            chain.size = x.size();
+            chain.closed = form & 1;
+            chain.edge = form & 2 ? Edge::Hard : Edge::Soft;
+            chain.pinnedStart = chain.pinnedEnd = form & 4;
+            for (const Prices &prices : { svgPrices(), dxfPrices(), hostPrices() }) {
+                const Path path = fitChain(chain, settingsFor(prices));
+                QVERIFY(isFinite(path));
+                QVERIFY(isJoined(path));
+                if (pieces >= 0)
+                    QCOMPARE(int(path.pieces.size()), pieces);
+                else
+                    QVERIFY(!path.pieces.empty());
+            }
+        }
+    }
+}
+
+void tst_FitChain::randomChainsStayFinite()
+{
+    Noise random(7);
+    for (int round = 0; round < 400; ++round) {
+        const int size = 1 + static_cast<int>(60 * random.uniform());
+        const double scale = std::pow(10, 4 * random.uniform() - 1);
+        std::vector<double> x, y, sigma;
+        for (int i = 0; i < size; ++i) {
+            x.push_back(scale * random.uniform());
+            y.push_back(round % 3 ? scale * random.uniform() : i);
+            sigma.push_back(random.uniform() < 0.2 ? 0 : random.uniform());
+        }
+        Chain chain = {};
+        chain.x = x.data();
+        chain.y = y.data();
+        chain.sigma = sigma.data();
+        chain.size = size;
+        chain.closed = round & 1;
+        chain.edge = round & 2 ? Edge::Hard : Edge::Soft;
+        const Path path = fitChain(chain, settingsFor(round % 5 ? svgPrices() : hostPrices()));
+        QVERIFY2(isFinite(path), qPrintable(QString::number(round)));
+        QVERIFY2(isJoined(path), qPrintable(QString::number(round)));
+    }
+}
+
+void tst_FitChain::sameInputSameBytes()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(5);
+    const Truth truth = leaf(phase(&random, 12));
+    const Path a = fitOf(truth, Edge::Soft, settings);
+    const Path b = fitOf(truth, Edge::Soft, settings);
+    QCOMPARE(a.pieces.size(), b.pieces.size());
+    for (std::size_t k = 0; k < a.pieces.size(); ++k) {
+        QCOMPARE(std::memcmp(&a.pieces[k].start, &b.pieces[k].start, 2 * sizeof(Point)), 0);
+        QCOMPARE(std::memcmp(&a.pieces[k].control, &b.pieces[k].control, 2 * sizeof(Point)), 0);
+    }
+}
+
+void tst_FitChain::movedInputMovedFit()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(6);
+    const Truth truth = leaf(phase(&random, 12));
+    const int size = sizeFor(truth);
+    ChainData data = outlineOf(rasterOf(truth, size, size), Edge::Soft);
+    const Path before = fitChain(data.view(), settings);
+    for (double &x : data.x)
+        x += 4096;
+    const Path after = fitChain(data.view(), settings);
+    QCOMPARE(before.pieces.size(), after.pieces.size());
+    for (std::size_t k = 0; k < before.pieces.size(); ++k)
+        QVERIFY(std::fabs(before.pieces[k].start.x + 4096 - after.pieces[k].start.x) < 1e-3);
+}
+
+void tst_FitChain::distanceEqualsSampledOne()
+{
+    std::vector<Piece> pieces = {
+        linePiece({ 1, 2 }, { 9, 5 }),
+        arcPiece({ 1, 2 }, { 9, 5 }, 0.4),
+        arcPiece({ 1, 2 }, { 9, 5 }, -1.7),
+        quadraticPiece({ 1, 2 }, { 6, 9 }, { 9, 5 }),
+        cubicPiece({ 1, 2 }, { 3, 9 }, { 8, -4 }, { 9, 5 }),
+        conicPiece({ 1, 2 }, { 6, 9 }, 0.6, { 9, 5 }),
+        circleTruth({ 4, 4 }, 3)[0],
+        ellipseTruth({ 4, 4 }, 6, 2, 0.7)[0],
+        rectangleTruth({ 4, 4 }, 8, 5, 0.4, 1.5)[0],
+    };
+    Noise random(8);
+    for (const Piece &piece : pieces) {
+        for (int round = 0; round < 20; ++round) {
+            const Point p = { 10 * random.uniform(), 10 * random.uniform() };
+            double nearest = INFINITY;
+            for (int i = 0; i <= 20000; ++i) {
+                const Point q = pointAt(piece, i / 20000.0);
+                nearest = std::min(nearest, std::hypot(q.x - p.x, q.y - p.y));
+            }
+            QVERIFY2(std::fabs(distanceTo(piece, p) - nearest) < 2e-3,
+                     qPrintable(QString("kind %1: %2 against %3")
+                                    .arg(int(piece.kind))
+                                    .arg(distanceTo(piece, p))
+                                    .arg(nearest)));
+        }
+    }
+}
+
+void tst_FitChain::reversedPieceIsTheSameCurve()
+{
+    for (const Piece &piece :
+         { arcPiece({ 1, 2 }, { 9, 5 }, 0.4), quadraticPiece({ 1, 2 }, { 6, 9 }, { 9, 5 }),
+           cubicPiece({ 1, 2 }, { 3, 9 }, { 8, -4 }, { 9, 5 }) }) {
+        const Piece back = reversed(piece);
+        for (const double t : { 0., 0.2, 0.5, 1. }) {
+            const Point gap = pointAt(piece, t) - pointAt(back, 1 - t);
+            QVERIFY(std::hypot(gap.x, gap.y) < 1e-9);
+        }
+        const Point sum = startTangent(piece) + endTangent(back);
+        QVERIFY(std::hypot(sum.x, sum.y) < 1e-9);
+        // The tangent is where the curve goes.
+        const Point step = pointAt(piece, 1e-6) - piece.start;
+        QVERIFY(dot(step, startTangent(piece)) > 0.999 * std::hypot(step.x, step.y));
+    }
+}
+
+void tst_FitChain::ellipticArcIsOnItsEllipse()
+{
+    const Piece conic = conicPiece({ 1, 2 }, { 6, 9 }, 0.6, { 9, 5 });
+    const EllipseShape shape = ellipseShape(conic);
+    for (const double t : { 0., 0.1, 0.3, 0.7, 1. }) {
+        const Point d = pointAt(conic, t) - shape.centre;
+        const double u
+            = (std::cos(shape.angle) * d.x + std::sin(shape.angle) * d.y) / shape.half[0];
+        const double v
+            = (std::cos(shape.angle) * d.y - std::sin(shape.angle) * d.x) / shape.half[1];
+        QVERIFY(std::fabs(u * u + v * v - 1) < 1e-9);
+    }
+}
+
+QTEST_APPLESS_MAIN(tst_FitChain)
+#include "tst_fitchain.moc"

@@ -1,0 +1,81 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The stages for flat colours as their pages state them, pixel by pixel, without any of what makes
+// them fast: what the fast forms are held against.
+#ifndef ZTRACE_TESTS_IMAGING_PLAIN_H
+#define ZTRACE_TESTS_IMAGING_PLAIN_H
+
+#include "imaging/LabelPlane.h"
+
+#include <QImage>
+
+namespace ztrace {
+namespace plain {
+
+// A pixel that differs clearly, and in the same direction, from what lies on both sides of it
+// within three pixels.
+struct Ridge
+{
+    bool found = false;
+    QRgb colour = 0;
+    QRgb beside = 0; // of the side that it differs less from
+};
+
+Ridge ridgeAt(const QImage &image, int x, int y);
+
+// The place of the colour that explains the ridge best, since soft edges mix a thin line's colour
+// with what is beside it; -1 when none does.
+int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours);
+
+// Whether the colour is near one of the others, or near a mixture of two.
+bool isMixture(QRgb colour, const std::vector<QRgb> &colours);
+
+// Where an image has ridges: lines, and textures, which are areas filled by them.
+class RidgeMap
+{
+public:
+    explicit RidgeMap(const QImage &image);
+
+    bool isLine(int x, int y) const { return at(x, y) && crowdAt(x, y, 1) <= kMostInLine; }
+    bool isTexture(int x, int y) const { return at(x, y) && crowdAt(x, y, 2) >= kLeastInTexture; }
+
+private:
+    static const int kMostInLine = 6;      // of 3 x 3 pixels
+    static const int kLeastInTexture = 24; // of 5 x 5; lines side by side have fewer
+
+    bool at(int x, int y) const
+    {
+        return ridges[static_cast<std::size_t>(y) * static_cast<std::size_t>(width)
+                      + static_cast<std::size_t>(x)];
+    }
+    int crowdAt(int x, int y, int reach) const;
+
+    int width;
+    int height;
+    std::vector<bool> ridges;
+};
+
+// A colour for thin lines, and how much it is worth.
+struct SpotColour
+{
+    QRgb colour;
+    double score;
+};
+
+// Colours of lines that are no mixtures of two of the palette's opaque colours, at most `most`, the
+// one of most worth first.
+std::vector<SpotColour> spotColoursIn(const QImage &image, const RidgeMap &ridges,
+                                      const std::vector<QRgb> &palette, int most);
+
+std::vector<QRgb> flatPalette(const QImage &image, int most);
+LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours);
+bool hasSoftEdges(const QImage &image, const LabelPlane &plane);
+LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
+
+// Whether the pixel of an ARGB32 image differs clearly from one of its four neighbours.
+bool isEdge(const QImage &image, int x, int y);
+
+} // namespace plain
+} // namespace ztrace
+
+#endif
