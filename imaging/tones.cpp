@@ -103,7 +103,7 @@ void countBits(const GreyPicture &page, Tones *tones)
             inRow += onesIn(word);
         }
         for (; x < page.width(); ++x)
-            inRow += (bits[x >> 3] >> (7 - (x & 7))) & 1;
+            inRow += (static_cast<unsigned>(bits[x >> 3]) >> (7 - (x & 7))) & 1u;
         ones += double(inRow);
     }
     const double pixels = double(page.width()) * double(page.height());
