@@ -19,7 +19,7 @@ bool goesAhead(double chord, double walk)
 }
 
 // Pixels: half a crack, half of another where the pixels of a corner are lost, and noise.
-const double kFarthestStep = 1.1;
+const double kFarthestStep = 0.8;
 const int kLookedAt = 64;
 
 // Gives a circle the direction of the walk; false where it is no arc of these points.

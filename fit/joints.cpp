@@ -32,9 +32,9 @@ const double kLongestStep = 1.5;
 const double kSettled = 1e-4; // pixels; the next step is its square
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
-// Pixels by which a piece may leave the box of its points, and a vertex its anchor.
-const double kLeaves = 6;
+// Pixels by which a vertex may leave its anchor, and a step that nothing comes back from.
 const double kStrays = 3;
+const double kDiverged = 1e3;
 const double kMissed = 1.5; // pixels
 
 double wrapped(double angle)
@@ -126,8 +126,9 @@ public:
                     return pieces();
                 continue;
             }
+            // The vertices that ran away stay at their anchors from now on.
             start();
-            if (!releaseAll())
+            if (!holdStrays())
                 break;
         }
         start();
@@ -204,6 +205,8 @@ private:
     {
         anchors.clear();
         slide.assign(index(vertices), Point { 0, 0 });
+        strays.assign(index(vertices), 0);
+        held.assign(index(vertices), 0);
         for (int k = 0; k < vertices; ++k) {
             const Point at = breakPoint(k);
             if (k < count && hasJoint(k))
@@ -273,11 +276,11 @@ private:
                 if (smooth[index(k)])
                     addTangent(k, tangentWeight, &matrix, &right);
             }
-            if (!matrix.solve(&right))
+            const double step = matrix.solve(&right) ? take(right) : INFINITY;
+            if (!(step < kDiverged)) {
+                strays.assign(index(vertices), 1);
                 return false;
-            const double step = take(right);
-            if (!(step < 1e3))
-                return false;
+            }
             const bool firm = tangentWeight >= kTangentWeight;
             if (step < kSettled && firm)
                 break;
@@ -306,7 +309,8 @@ private:
         for (int k = 0; k < vertices; ++k) {
             const bool pinned
                 = (k == 0 && points.pinnedStart) || (k == vertices - 1 && points.pinnedEnd);
-            const double weight = pinned ? kPinWeight : 1 / (kAnchorSigma * kAnchorSigma);
+            const double weight
+                = pinned || held[index(k)] ? kPinWeight : 1 / (kAnchorSigma * kAnchorSigma);
             const Point off = anchors[index(k)] - vertex[index(k)];
             const int at = unknown(k);
             matrix->add(at, at, weight);
@@ -441,39 +445,33 @@ private:
         }
     }
 
-    // A piece whose vertices leave its points, or whose arc goes the other way, was not solved.
-    bool staysNear() const
+    // Marks vertices that left their anchors, and both ends of arcs that went round; true for none.
+    bool staysNear()
     {
+        bool near = true;
         for (int k = 0; k < count; ++k) {
-            const Span &span = spans[index(k)];
-            if (span.first == span.last)
-                continue;
-            Box box = { points.at(span.first), points.at(span.first) };
-            for (int i = span.first; i < span.last; ++i) {
-                const Point p = points.at(i);
-                box.low = { std::min(box.low.x, p.x), std::min(box.low.y, p.y) };
-                box.high = { std::max(box.high.x, p.x), std::max(box.high.y, p.y) };
-            }
+            const bool round = !(std::fabs(2 * frame(k).halfSweep()) < kLargestSweep + 1);
             for (const int end : { k, after(k) }) {
-                const Point v = vertex[index(end)];
-                const Point off = v - anchors[index(end)];
-                if (!(dot(off, off) < kStrays * kStrays))
-                    return false;
-                if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
-                      && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
-                    return false;
+                const Point off = vertex[index(end)] - anchors[index(end)];
+                const bool stray = round || !(dot(off, off) < kStrays * kStrays);
+                strays[index(end)] = strays[index(end)] || stray;
+                near = near && !stray;
             }
-            const double sweep = 2 * frame(k).halfSweep();
-            if (std::fabs(sweep) > kLargestSweep + 1)
-                return false;
         }
-        return true;
+        return near;
     }
 
-    bool releaseAll()
+    bool holdStrays()
     {
-        const bool any = std::count(smooth.begin(), smooth.end(), 1) > 0;
-        smooth.assign(index(count), 0);
+        bool any = false;
+        for (int k = 0; k < vertices; ++k) {
+            if (!strays[index(k)] || held[index(k)])
+                continue;
+            held[index(k)] = 1;
+            any = true;
+            if (k < count)
+                smooth[index(k)] = 0;
+        }
         return any;
     }
 
@@ -558,6 +556,8 @@ private:
     std::vector<Point> slide; // per vertex: the joint's tangent, 0 at corners
     std::vector<Point> vertex;
     std::vector<double> sagitta;
+    std::vector<char> strays; // per vertex: left its points in the last solve
+    std::vector<char> held;   // per vertex: stays at its anchor
 };
 
 } // namespace
