@@ -123,7 +123,7 @@ public:
         for (int release = 0; release <= kReleases; ++release) {
             if (solve()) {
                 if (!releaseCostlyTangents(release == kReleases))
-                    return pieces();
+                    break;
                 continue;
             }
             // The vertices that ran away stay at their anchors from now on.
@@ -131,7 +131,6 @@ public:
             if (!holdStrays())
                 break;
         }
-        start();
         straightenStrays();
         return pieces();
     }
@@ -475,17 +474,32 @@ private:
         return any;
     }
 
-    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is
-    // better.
+    // An arc of few points may miss them all, or go round much farther than they do: then its chord
+    // is better, and its joints are corners.
     void straightenStrays()
     {
         for (int k = 0; k < count; ++k) {
-            const Frame f = frame(k);
-            for (int i = spans[index(k)].first; i < spans[index(k)].last; ++i) {
-                if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
-                    sagitta[index(k)] = 0;
-            }
+            if (sagitta[index(k)] == 0 || !isStray(k))
+                continue;
+            sagitta[index(k)] = 0;
+            smooth[index(k)] = 0;
+            if (after(k) < count)
+                smooth[index(after(k))] = 0;
         }
+    }
+
+    bool isStray(int k) const
+    {
+        const Frame f = frame(k);
+        const Span &span = spans[index(k)];
+        const double length = 2 * f.halfSweep() / f.curvature;
+        if (!(length < 1.3 * points.walk(span.first, std::max(span.first, span.last - 1)) + 3))
+            return true;
+        for (int i = span.first; i < span.last; ++i) {
+            if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
+                return true;
+        }
+        return false;
     }
 
     double misfitOf(int k) const
