@@ -18,6 +18,10 @@ bool goesAhead(double chord, double walk)
     return chord >= 0.75 * walk - 1.5;
 }
 
+// Pixels: half a crack, half of another where the pixels of a corner are lost, and noise.
+const double kFarthestStep = 0.8;
+const int kLookedAt = 64;
+
 // Gives a circle the direction of the walk; false where it is no arc of these points.
 bool completeArc(const Table &table, int first, int last, Primitive *arc)
 {
@@ -39,6 +43,20 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
         = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
     const double sagitta = arc->radius * (sweep > kPi ? 1 + half : 1 - half);
     return sagitta > points.sigmaOf((first + last) / 2);
+}
+
+// Whether a point of a staircase lies farther off than steps and noise take it. Its misfit is
+// pooled over the span, whose other points can pay for a corner that a short piece cuts off.
+bool cutsCorners(const Points &points, const Span &span)
+{
+    if (points.edge != Edge::Hard)
+        return false;
+    const int stride = 1 + (span.last - span.first) / kLookedAt;
+    for (int i = span.first; i < span.last; i += stride) {
+        if (std::fabs(span.primitive.distance(points.at(i))) > kFarthestStep)
+            return true;
+    }
+    return false;
 }
 
 Point breakPoint(const Points &points, int i)
@@ -83,6 +101,8 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
         pair.line = { first, last, lineOf(m, c, a, b), pair.lineMisfit, false };
     else
         pair.hasLine = false;
+    if (pair.hasLine && n > 3 && cutsCorners(points, pair.line))
+        pair.hasLine = false;
     if (!pair.hasArc)
         return pair;
     pair.arcMisfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
@@ -92,6 +112,7 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
     pair.arc.last = last;
     pair.arc.misfit = pair.arcMisfit;
     pair.arc.smooth = false;
+    pair.hasArc = pair.hasArc && !cutsCorners(points, pair.arc);
     return pair;
 }
 

@@ -204,7 +204,10 @@ private:
     std::vector<double> parameter;
 };
 
-bool tangentsMeet(const CurveEnds &ends, Point *control)
+// Handles in lengths of the walk: a half circle has 1.5.
+const double kLongestPolygon = 1.6;
+
+bool tangentsMeet(const CurveEnds &ends, double walk, Point *control)
 {
     const double sine = cross(ends.startTangent, ends.endTangent);
     const Point chord = ends.end - ends.start;
@@ -213,7 +216,7 @@ bool tangentsMeet(const CurveEnds &ends, Point *control)
     if (!(std::fabs(sine) > 1e-6) || !(ahead / sine > 0) || !(back / sine > 0))
         return false;
     *control = ends.start + (ahead / sine) * ends.startTangent;
-    return true;
+    return ahead / sine + back / sine < kLongestPolygon * walk + 2;
 }
 
 } // namespace
@@ -226,7 +229,7 @@ bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, Pi
 bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece)
 {
     Point control;
-    if (!tangentsMeet(ends, &control))
+    if (!tangentsMeet(ends, table.points.walk(first, last - 1), &control))
         return false;
     *piece = quadraticPiece(ends.start, control, ends.end);
     const Bezier curve = { { ends.start, control, control, ends.end }, 1, true };
@@ -237,7 +240,8 @@ bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last
 bool fitConic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece)
 {
     Point control;
-    if (!tangentsMeet(ends, &control) || last - first < kArcPoints)
+    if (!tangentsMeet(ends, table.points.walk(first, last - 1), &control)
+        || last - first < kArcPoints)
         return false;
     // The shoulder, where the curve crosses the line from the chord's middle to the control point,
     // divides it as w / (1 + w): read off the points there.

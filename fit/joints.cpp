@@ -32,9 +32,9 @@ const double kLongestStep = 1.5;
 const double kSettled = 1e-4; // pixels; the next step is its square
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
-// Pixels by which a piece may leave the box of its points, and a vertex its anchor.
-const double kLeaves = 6;
+// Pixels by which a vertex may leave its anchor, and a step that nothing comes back from.
 const double kStrays = 3;
+const double kDiverged = 1e3;
 const double kMissed = 1.5; // pixels
 
 double wrapped(double angle)
@@ -123,14 +123,14 @@ public:
         for (int release = 0; release <= kReleases; ++release) {
             if (solve()) {
                 if (!releaseCostlyTangents(release == kReleases))
-                    return pieces();
+                    break;
                 continue;
             }
+            // The vertices that ran away stay at their anchors from now on.
             start();
-            if (!releaseAll())
+            if (!holdStrays())
                 break;
         }
-        start();
         straightenStrays();
         return pieces();
     }
@@ -204,6 +204,8 @@ private:
     {
         anchors.clear();
         slide.assign(index(vertices), Point { 0, 0 });
+        strays.assign(index(vertices), 0);
+        held.assign(index(vertices), 0);
         for (int k = 0; k < vertices; ++k) {
             const Point at = breakPoint(k);
             if (k < count && hasJoint(k))
@@ -273,11 +275,11 @@ private:
                 if (smooth[index(k)])
                     addTangent(k, tangentWeight, &matrix, &right);
             }
-            if (!matrix.solve(&right))
+            const double step = matrix.solve(&right) ? take(right) : INFINITY;
+            if (!(step < kDiverged)) {
+                strays.assign(index(vertices), 1);
                 return false;
-            const double step = take(right);
-            if (!(step < 1e3))
-                return false;
+            }
             const bool firm = tangentWeight >= kTangentWeight;
             if (step < kSettled && firm)
                 break;
@@ -306,7 +308,8 @@ private:
         for (int k = 0; k < vertices; ++k) {
             const bool pinned
                 = (k == 0 && points.pinnedStart) || (k == vertices - 1 && points.pinnedEnd);
-            const double weight = pinned ? kPinWeight : 1 / (kAnchorSigma * kAnchorSigma);
+            const double weight
+                = pinned || held[index(k)] ? kPinWeight : 1 / (kAnchorSigma * kAnchorSigma);
             const Point off = anchors[index(k)] - vertex[index(k)];
             const int at = unknown(k);
             matrix->add(at, at, weight);
@@ -441,53 +444,62 @@ private:
         }
     }
 
-    // A piece whose vertices leave its points, or whose arc goes the other way, was not solved.
-    bool staysNear() const
+    // Marks vertices that left their anchors, and both ends of arcs that went round; true for none.
+    bool staysNear()
     {
+        bool near = true;
         for (int k = 0; k < count; ++k) {
-            const Span &span = spans[index(k)];
-            if (span.first == span.last)
-                continue;
-            Box box = { points.at(span.first), points.at(span.first) };
-            for (int i = span.first; i < span.last; ++i) {
-                const Point p = points.at(i);
-                box.low = { std::min(box.low.x, p.x), std::min(box.low.y, p.y) };
-                box.high = { std::max(box.high.x, p.x), std::max(box.high.y, p.y) };
-            }
+            const bool round = !(std::fabs(2 * frame(k).halfSweep()) < kLargestSweep + 1);
             for (const int end : { k, after(k) }) {
-                const Point v = vertex[index(end)];
-                const Point off = v - anchors[index(end)];
-                if (!(dot(off, off) < kStrays * kStrays))
-                    return false;
-                if (!(v.x > box.low.x - kLeaves && v.x < box.high.x + kLeaves
-                      && v.y > box.low.y - kLeaves && v.y < box.high.y + kLeaves))
-                    return false;
+                const Point off = vertex[index(end)] - anchors[index(end)];
+                const bool stray = round || !(dot(off, off) < kStrays * kStrays);
+                strays[index(end)] = strays[index(end)] || stray;
+                near = near && !stray;
             }
-            const double sweep = 2 * frame(k).halfSweep();
-            if (std::fabs(sweep) > kLargestSweep + 1)
-                return false;
         }
-        return true;
+        return near;
     }
 
-    bool releaseAll()
+    bool holdStrays()
     {
-        const bool any = std::count(smooth.begin(), smooth.end(), 1) > 0;
-        smooth.assign(index(count), 0);
+        bool any = false;
+        for (int k = 0; k < vertices; ++k) {
+            if (!strays[index(k)] || held[index(k)])
+                continue;
+            held[index(k)] = 1;
+            any = true;
+            if (k < count)
+                smooth[index(k)] = 0;
+        }
         return any;
     }
 
-    // Drawn from the anchors alone, an arc of few points may miss them all: then its chord is
-    // better.
+    // An arc of few points may miss them all, or go round much farther than they do: then its chord
+    // is better, and its joints are corners.
     void straightenStrays()
     {
         for (int k = 0; k < count; ++k) {
-            const Frame f = frame(k);
-            for (int i = spans[index(k)].first; i < spans[index(k)].last; ++i) {
-                if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
-                    sagitta[index(k)] = 0;
-            }
+            if (sagitta[index(k)] == 0 || !isStray(k))
+                continue;
+            sagitta[index(k)] = 0;
+            smooth[index(k)] = 0;
+            if (after(k) < count)
+                smooth[index(after(k))] = 0;
         }
+    }
+
+    bool isStray(int k) const
+    {
+        const Frame f = frame(k);
+        const Span &span = spans[index(k)];
+        const double length = 2 * f.halfSweep() / f.curvature;
+        if (!(length < 1.3 * points.walk(span.first, std::max(span.first, span.last - 1)) + 3))
+            return true;
+        for (int i = span.first; i < span.last; ++i) {
+            if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
+                return true;
+        }
+        return false;
     }
 
     double misfitOf(int k) const
@@ -558,6 +570,8 @@ private:
     std::vector<Point> slide; // per vertex: the joint's tangent, 0 at corners
     std::vector<Point> vertex;
     std::vector<double> sagitta;
+    std::vector<char> strays; // per vertex: left its points in the last solve
+    std::vector<char> held;   // per vertex: stays at its anchor
 };
 
 } // namespace
