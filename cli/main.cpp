@@ -14,6 +14,7 @@
 #include "report.h"
 #include "source.h"
 #include "textfile.h"
+#include "toolkit.h"
 
 #include "drawing/json.h"
 #include "drawing/output.h"
@@ -25,7 +26,7 @@
 #include "imaging/resolution.h"
 #include "tracing/pipeline.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <QLoggingCategory>
 #include <QTextCodec>
 
@@ -36,6 +37,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <new>
 #include <set>
 #include <string>
@@ -370,6 +372,26 @@ ExitCode perform(int argc, char **argv)
 
 } // namespace
 
+namespace {
+
+int runGuarded(int argc, char **argv)
+{
+    try {
+        return perform(argc, argv);
+    } catch (const Failure &failure) {
+        tell(failure.what());
+        return failure.code;
+    } catch (const TraceError &error) {
+        tell(error.what());
+        return kFailed;
+    } catch (const std::bad_alloc &) {
+        tell("not enough memory");
+        return kFailed;
+    }
+}
+
+} // namespace
+
 } // namespace ztrace
 
 int main(int argc, char **argv)
@@ -387,21 +409,9 @@ int main(int argc, char **argv)
     QLoggingCategory::setFilterRules(QString::fromLatin1("*.debug=false"));
     // An image that says nothing of its resolution is then taken for one of 96 dots an inch.
     QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
-    int ownName = 1; // the toolkit has options of its own, which are not ours
-    QGuiApplication application(ownName, argv);
+    const std::unique_ptr<QCoreApplication> application = startToolkit(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     // File names are bytes; this codec maps them one to one, whatever the locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
-    try {
-        return perform(argc, argv);
-    } catch (const Failure &failure) {
-        tell(failure.what());
-        return failure.code;
-    } catch (const TraceError &error) {
-        tell(error.what());
-        return kFailed;
-    } catch (const std::bad_alloc &) {
-        tell("not enough memory");
-        return kFailed;
-    }
+    leave(runGuarded(argc, argv));
 }
