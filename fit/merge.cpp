@@ -7,9 +7,7 @@ namespace ztrace::fit {
 
 namespace {
 
-// Half a crack in standard deviations of a uniform error, and pixels of room: the line of least
-// squares need not be the one that is consistent.
-const double kHalfCrack = 1.7320508;
+// Pixels of room: the line of least squares need not be the one that is consistent.
 const double kRoom = 0.06;
 const int kMostMerged = 3;
 

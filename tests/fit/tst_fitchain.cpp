@@ -187,8 +187,7 @@ void tst_FitChain::circles()
         quality.add(path, truth, Kind::Circle, settings);
         sum += path.pieces[0].half[0] - radius;
     }
-    QVERIFY2(quality.ofKind >= (radius == 10 && !soft ? 19 : 20),
-             qPrintable(QString::number(quality.ofKind)));
+    QCOMPARE(quality.ofKind, 20);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(std::fabs(sum / 20) < bias, qPrintable(QString::number(sum / 20)));
 }
