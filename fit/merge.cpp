@@ -8,8 +8,8 @@ namespace ztrace::fit {
 namespace {
 
 // Pixels of room: the line of least squares need not be the one that is consistent.
-const double kRoom = 0.06;
-const int kMostMerged = 3;
+const double kRoom = 0.12;
+const int kMostMerged = 5;
 
 bool cheaper(const Table &table, const std::vector<Span> &spans, std::size_t from, int count,
              double price)
