@@ -66,7 +66,7 @@ public:
 private:
     std::string next()
     {
-        const std::string word = words.front();
+        std::string word = words.front();
         words.pop_front();
         return word;
     }

@@ -88,7 +88,7 @@ private:
         entries[place] = { label, distance, word };
     }
 
-    std::array<Entry, 9> entries;
+    std::array<Entry, 9> entries = {}; // compilers do not see that only the first `count` are read
     std::size_t count = 0;
 };
 

@@ -12,4 +12,4 @@ list() {
 }
 { [ $# -gt 0 ] && printf '%s\n' "$@" || list; } |
     xargs -P "$(nproc)" -n 4 clang-tidy -p $commands --quiet --warnings-as-errors='*' \
-        --extra-arg=-Wno-unknown-warning-option 2> /dev/null
+        --extra-arg=-Wno-unknown-warning-option --extra-arg=-std=c++17 2> /dev/null

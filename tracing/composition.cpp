@@ -300,14 +300,18 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
 std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
 {
     const ToDrawing toDrawing(areas.runs.height, upsampling);
+    std::vector<QString> layers; // of every label, made once
+    for (QRgb colour : areas.colours)
+        layers.push_back(layerOfColour(colour));
     std::vector<Outline> outlines;
     outlines.reserve(traced.outlines.size());
     for (const LabelOutline &source : traced.outlines) {
-        Outline outline;
+        const std::size_t label = static_cast<std::size_t>(source.label);
+        outlines.emplace_back();
+        Outline &outline = outlines.back();
         outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
-        outline.colour = areas.colours[static_cast<std::size_t>(source.label)];
-        outline.layer = layerOfColour(outline.colour);
-        outlines.push_back(std::move(outline));
+        outline.colour = areas.colours[label];
+        outline.layer = layers[label];
     }
     return outlines;
 }
