@@ -284,9 +284,12 @@ private:
 
 Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
 {
+    std::size_t points = 1;
+    for (std::size_t i = 0; i < count; ++i)
+        points += segments[i].field[kType] == kLineType ? 1 : 2;
     Path shape;
+    shape.reserve(count, points);
     shape.moveTo(toDrawing(segments[0].field + kStart));
-    shape.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
         if (field[kType] == kLineType)
