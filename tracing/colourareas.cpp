@@ -106,9 +106,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         paint(runs, plane.labels.data());
         segmented.upsampling = upsamplingOf(image, plane, geometry, report);
         if (segmented.upsampling > 1) {
-            if (double(plane.pixels()) * segmented.upsampling * segmented.upsampling
-                > double(kMostPlanePixels))
-                throwNoRoom();
+            requireRoom(plane.width, plane.height, segmented.upsampling);
             runs = Runs();
             plane = upsampled(image, plane, segmented.upsampling);
             runs = runsOf(plane);

@@ -88,6 +88,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     areas.colours = { 0xFF000000u, 0xFFFFFFFFu };
     int threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
     segmented.upsampling = upsamplingOf(clean, plan.geometry, report);
+    requireRoom(clean.page.width(), clean.page.height(), segmented.upsampling);
     if (segmented.upsampling > 1) {
         areas.runs = fineInkRuns(clean.page, threshold, segmented.upsampling);
         threshold = kBetweenBlackAndWhite;

@@ -33,6 +33,10 @@ void setOptions(const EngineOptions &values, EngineOptions *options);
 // All twelve options, at the engine's defaults where `values` says nothing.
 EngineOptions allOptions(const EngineOptions &values);
 
+// Throws a TraceError where a picture on a grid `upsampling` times as fine has more pixels than
+// runs can count.
+void requireRoom(int width, int height, int upsampling);
+
 // Gives areas that touch at a corner only, and must not be one, labels of their own; returns
 // whether there were any.
 bool separateAreas(Areas *areas);
