@@ -234,7 +234,7 @@ Preset findPreset(const std::string &name)
         preset.text = textOfFile(name);
         return preset;
     }
-    std::vector<std::string> names = { "auto" };
+    std::vector<std::string> names = { kAutoPreset };
     for (const Preset &preset : allPresets()) {
         if (preset.name == name && !preset.error.empty())
             throw Failure(kWrongUsage, preset.error);

@@ -33,6 +33,9 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
 void applySettings(const std::vector<FileSetting> &values, const std::string &origin,
                    std::set<std::string> *given, Settings *settings);
 
+// The name that stands for one of the others, by the look of the image.
+const char kAutoPreset[] = "auto";
+
 const char kBuiltIn[] = "built in";
 
 struct Preset
