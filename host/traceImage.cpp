@@ -45,6 +45,8 @@ std::vector<ztrace::Output> allOutputs()
 QImage imageOfFile(const ztrace::TraceJob &job)
 {
     const ztrace::Settings &settings = job.settings;
+    if (job.input.empty())
+        throw ztrace::Failure(ztrace::kWrongUsage, "the file name is empty");
     const ztrace::ImageSource source(job.input, { settings.maxPixels, settings.maxMemory });
     if (source.isDrawing())
         throw ztrace::Failure(ztrace::kInputUnreadable, job.input + ": it is a drawing already");

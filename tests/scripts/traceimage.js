@@ -105,6 +105,7 @@ assertThrows(function() { traceImage(golden + "/scan.png", { maxPixels: 0.01 });
              "traceImage(): " + golden + "/scan.png: an image of " + new QImage(golden + "/scan.png").width()
                  + " x " + new QImage(golden + "/scan.png").height()
                  + " pixels has more than 0.01 million pixels (see --max-pixels)");
+assertThrows(function() { traceImage(""); }, "traceImage(): the file name is empty");
 assertThrows(function() { traceImage(folder + "/none.png"); },
              "traceImage(): " + folder + "/none.png: No such file or directory");
 assertThrows(function() { traceImage(golden + "/auto-scan.json"); },
