@@ -5,7 +5,7 @@ import math
 import numpy as np
 from numpy.lib.stride_tricks import sliding_window_view
 
-LEAST_REGION = 12      # pixels of an area of one colour that has to be there
+LEAST_REGION = 8       # pixels of an area of one colour that has to be there
 PRESENT = 0.08         # Oklab: a pixel this near to its colour shows the area
 PRESENT_SHARE = 0.25   # of its pixels that have to show it
 DETAIL = 15.0          # L: a pixel that differs so much from around it is thin detail

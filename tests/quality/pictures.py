@@ -226,6 +226,37 @@ def hills():
     return c.pixels()
 
 
+def marks():
+    """Colours of few pixels and colours that are nearly the same: lamps, swatches, a key."""
+    c = Canvas(160, 110, (236, 236, 232))
+    hard = 1e-3
+    for k in range(12):
+        tone = (150 + 6 * k, 170 - 2 * k, 200 - 5 * k)
+        c.paint(c.box(8 + 12 * k, 8, 20 + 12 * k, 34), tone, hard)
+    c.paint(c.box(8, 44, 152, 74), (44, 48, 60), hard)
+    lamps = (RED, GREEN, YELLOW, (90, 170, 250), ORANGE, (220, 90, 200), WHITE)
+    for k, colour in enumerate(lamps):
+        side = 3 + k % 2
+        for left, top in ((14 + 20 * k, 48), (24 + 20 * k, 62))[:1 + k % 2]:
+            c.paint(c.box(left, top, left + side, top + 3), colour, hard)
+    for k in range(4):
+        c.paint(c.disc(18 + 14 * k, 90, 5), (200, 60 + 10 * k, 50))
+    c.paint(c.text(80, 96, 9, 1.5, "LIST"), BLUE)
+    return c.pixels()
+
+
+def glass():
+    """Half-transparent shapes, one with a soft shadow."""
+    c = Canvas(150, 110, None)
+    c.paint(c.box(20, 24, 96, 84, 8) + 2, INK, soft=14, opacity=0.4)
+    c.paint(c.box(14, 16, 90, 76, 8), CREAM)
+    c.paint(c.disc(96, 40, 26), BLUE, opacity=0.6)
+    c.paint(c.disc(116, 70, 26), RED, opacity=0.6)
+    c.paint(c.box(4, 92, 146, 102, 3), GREEN, opacity=0.8)
+    c.paint(c.text(24, 48, 12, 2, "TOTAL"), INK)
+    return c.pixels()
+
+
 # Name: picture and options.
 PICTURES = {
     "discs": (discs, "-p logo"),
@@ -234,10 +265,15 @@ PICTURES = {
     "logo": (logo, "-p auto"),
     "logo-layers": (logo, "-p logo --layers"),
     "icon": (icon, "-p auto"),
+    "marks": (marks, "-p logo -c 24"),
+    "glass": (glass, "-p logo"),
     "map": (land, "-p logo"),
     "map-layers": (land, "-p logo --layers"),
     "dialog": (dialog, "-p auto"),
     "cartoon": (cartoon, "-p logo"),
+    "cartoon-few": (cartoon, "-p logo -c 5"),
+    "hills-flat": (hills, "-p logo -c 6"),
+    "shaded-flat": (shaded, "-p logo -c 10"),
     "shaded": (shaded, "-p photo"),
     "shaded-few": (shaded, "-p photo -c 12"),
     "hills": (hills, "-p poster"),
