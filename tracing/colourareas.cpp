@@ -53,7 +53,7 @@ Runs runsOf(const LabelPlane &plane)
 // Areas below a border go to their neighbours.
 void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Runs *runs)
 {
-    if (least <= 0.0)
+    if (!(least > 0.0)) // of what is not a number neither
         return;
     mergeSmallRegions(
         runs, static_cast<std::size_t>(std::min(least, 1e15)), fringes ? kFringe : 0,

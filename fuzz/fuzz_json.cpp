@@ -1,0 +1,119 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A drawing's text through the reader and every writer. The first byte tells whether the rest is
+// the text itself or what a drawing of any pieces is made from. What is read is written and read
+// again without loss; every writer ends, and writes something or says why not.
+#include "Input.h"
+
+#include "drawing/formats.h"
+#include "drawing/json.h"
+#include "drawing/png.h"
+
+#include <QBuffer>
+
+using namespace ztrace;
+
+namespace {
+
+const double kMostPixels = 65536.0; // of a preview; larger ones take their time
+
+Point pointFrom(fuzz::Input &input)
+{
+    const double x = input.number();
+    return Point(x, input.number());
+}
+
+void addPiece(fuzz::Input &input, Path *shape)
+{
+    switch (input.between(0, 4)) {
+    case 0:
+        return shape->lineTo(pointFrom(input));
+    case 1:
+        return shape->arcTo(pointFrom(input), input.number());
+    case 2:
+        return shape->quadraticTo(pointFrom(input), pointFrom(input));
+    case 3:
+        return shape->cubicTo(pointFrom(input), pointFrom(input), pointFrom(input));
+    }
+    std::vector<Point> inner(static_cast<std::size_t>(input.between(0, 5)));
+    for (Point &point : inner)
+        point = pointFrom(input);
+    shape->splineTo(input.between(1, 3), inner, pointFrom(input));
+}
+
+Drawing drawingFrom(fuzz::Input &input)
+{
+    Drawing drawing;
+    drawing.width = input.between(0, 64);
+    drawing.height = input.between(0, 64);
+    drawing.dpi = input.between(0, 3) * 96.5;
+    drawing.unit = static_cast<Unit>(input.between(0, 2));
+    drawing.ground = input.byte() & 1 ? 0xFF336699u : 0u;
+    for (int left = input.between(0, 5); left > 0; --left) {
+        Outline outline;
+        outline.colour = qRgba(input.byte(), 7, 200, input.between(0, 255));
+        outline.layer = QString(input.between(0, 3), QChar(input.between(1, 0xD7FF)));
+        outline.seam = input.between(0, 16) / 8.0;
+        if (!drawing.outlines.empty() && (input.byte() & 1))
+            outline.holes.push_back(static_cast<int>(drawing.outlines.size()) - 1);
+        if (input.byte() & 7)
+            outline.shape.moveTo(pointFrom(input));
+        for (int pieces = outline.shape.isEmpty() ? 0 : input.between(0, 6); pieces > 0; --pieces)
+            addPiece(input, &outline.shape);
+        drawing.outlines.push_back(outline);
+    }
+    return drawing;
+}
+
+WriteOptions optionsFrom(int choice)
+{
+    WriteOptions options;
+    options.style.stroked = choice & 1;
+    options.style.byLayer = choice & 2;
+    options.decimals = choice & 4 ? 3 : kExactDecimals;
+    options.scale = choice & 8 ? 0.5 : 1.0;
+    options.dxf.curves = static_cast<DxfCurves>((choice >> 4) % 3);
+    options.dxf.version = static_cast<DxfVersion>((choice >> 6) % 3);
+    return options;
+}
+
+QByteArray written(const Format &format, const Drawing &drawing, const WriteOptions &options)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    const Written outcome = format.write(drawing, options, &buffer);
+    fuzz::require(outcome == Written::Whole && !buffer.data().isEmpty());
+    return buffer.data();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    fuzz::Input input(data, size);
+    const bool isText = input.byte() & 1;
+    const WriteOptions options = optionsFrom(input.byte());
+    const Format &json = *findFormat("json");
+    const size_t used = size < 2 ? size : 2;
+    const QByteArray text = isText
+        ? QByteArray(reinterpret_cast<const char *>(data) + used, static_cast<int>(size - used))
+        : written(json, drawingFrom(input), options);
+    Drawing drawing;
+    QString error;
+    if (!readJson(text, &drawing, &error)) {
+        fuzz::require(isText && !error.isEmpty());
+        return 0;
+    }
+    const QByteArray again = written(json, drawing, options);
+    fuzz::require(isText || again == text);
+    Drawing copy;
+    fuzz::require(readJson(again, &copy, &error) && written(json, copy, options) == again);
+    const Frame frame = frameOf(drawing);
+    for (const Format &format : allFormats()) {
+        if (format.capabilities & kIsRaster && !(frame.width * frame.height <= kMostPixels))
+            continue;
+        if (!format.obstacle || format.obstacle(drawing, options).isEmpty())
+            written(format, drawing, options);
+    }
+    return 0;
+}
