@@ -35,6 +35,8 @@ const WordTable<DxfVersion> kDxfVersions
     = { { "2004", DxfVersion::R2004 }, { "2000", DxfVersion::R2000 }, { "r12", DxfVersion::R12 } };
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
+const WordTable<Geometry::Fit> kFits
+    = { { "engine", Geometry::Fit::Engine }, { "shapes", Geometry::Fit::Shapes } };
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },
                                            { "adaptive", Threshold::Adaptive } };
@@ -304,6 +306,13 @@ std::vector<Entry> colourOptions()
             .manual("`auto` takes 2 for images of up to 2.5 megapixels with soft edges; 1 for all "
                     "others, for `poster` and `photo`, and where `--set` gives `ltres`, `qtres` or "
                     "`pathomit`"),
+        Entry("fit", oneOf<Geometry::Fit>("NAME", kFits,
+                                          [](Settings &s, Geometry::Fit fit) { s.fit = fit; }))
+            .standard("engine")
+            .appliesTo(kToReduced)
+            .help("What draws the outlines: the engine, area by area, or true shapes, every "
+                  "boundary once from its soft edge, in lines, arcs, curves and circles")
+            .manual("With `shapes`, `--upsample` and tolerances have no effect"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),

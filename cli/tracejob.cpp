@@ -44,9 +44,15 @@ Look lookAt(Picture *picture)
 
 const char *sentenceOf(Remark remark)
 {
-    return remark == Remark::NoClearDirection
-        ? "--deskew: no clear direction was found within 6 degrees"
-        : "--upsample has no effect: the image has no soft edges";
+    switch (remark) {
+    case Remark::NoClearDirection:
+        return "--deskew: no clear direction was found within 6 degrees";
+    case Remark::NoSoftEdges:
+        return "--upsample has no effect: the image has no soft edges";
+    case Remark::TooManyShapes:
+        break;
+    }
+    return "--fit shapes has no effect: the image has too many small areas";
 }
 
 // The job's settings, completed by the preset.

@@ -7,14 +7,18 @@
 #include "Areas.h"
 #include "imaging/Picture.h"
 #include "plan.h"
+#include "softedges.h"
 #include "stages.h"
 
 namespace ztrace {
 
 struct Segmented
 {
-    Areas areas; // those that must not be one have labels of their own, also where they touch
+    // Those that must not be one have labels of their own, also where they touch; not so for true
+    // shapes.
+    Areas areas;
     int upsampling = 1;   // how many times as fine as pixels their grid is
+    EdgePicture edges;    // what the areas came from; for true shapes only
     EngineOptions engine; // what the areas came from, for the report
 };
 
