@@ -16,6 +16,7 @@
 #include "drawing/dxf.h"
 #include "drawing/text.h"
 #include "imaging/scan.h"
+#include "tracing/plan.h"
 
 namespace ztrace {
 
@@ -64,6 +65,8 @@ struct Settings
     int despeckle = 0; // pixels
     int page = 1;      // 0: all
     int upsample = 0;  // how many times finer than pixels; 0: as is useful
+
+    Geometry::Fit fit = Geometry::Fit::Engine;
 
     // What is kept.
     std::optional<double> minPath;

@@ -66,7 +66,7 @@ public:
 private:
     std::string next()
     {
-        const std::string word = words.front();
+        std::string word = words.front();
         words.pop_front();
         return word;
     }
@@ -77,7 +77,7 @@ private:
         const std::string name = text.substr(0, equals);
         const Option *option = findOption(name);
         if (!option)
-            refuse("there is no option --" + name + suggestion(name, optionNames(), "--"));
+            refuse(noSuchOption(name));
         const bool hasValue = equals != std::string::npos;
         if (option->value.placeholder.empty() && hasValue)
             refuse("--" + name + " takes no value");

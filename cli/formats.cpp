@@ -156,16 +156,6 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
-WriteOptions writeOptions(const Settings &settings)
-{
-    WriteOptions options;
-    options.style = settings.style;
-    options.decimals = settings.decimals;
-    options.scale = settings.scale;
-    options.dxf = settings.dxf;
-    return options;
-}
-
 // The format that was chosen, or is written when nothing is said.
 const Format *chosenFormat(const Settings &settings)
 {
@@ -248,6 +238,16 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
         refuseToReplace(output.fileName, settings);
     }
     return outputs;
+}
+
+WriteOptions writeOptions(const Settings &settings)
+{
+    WriteOptions options;
+    options.style = settings.style;
+    options.decimals = settings.decimals;
+    options.scale = settings.scale;
+    options.dxf = settings.dxf;
+    return options;
 }
 
 void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,

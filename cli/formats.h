@@ -39,6 +39,9 @@ void refuseToReplace(const QString &fileName, const Settings &settings);
 std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
                                    const Settings &settings);
 
+// What the settings tell the writers.
+WriteOptions writeOptions(const Settings &settings);
+
 // Writes a drawing to temporary places, and gives all of them their names. Both throw a Failure.
 void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
                   const Settings &settings, OutputFiles *files);

@@ -7,25 +7,18 @@
 #include "formats.h"
 #include "help.h"
 #include "messages.h"
-#include "onlycolours.h"
-#include "plan.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
 #include "source.h"
-#include "textfile.h"
+#include "toolkit.h"
+#include "tracejob.h"
 
 #include "drawing/json.h"
 #include "drawing/output.h"
-#include "drawing/signals.h"
-#include "drawing/text.h"
-#include "imaging/classify.h"
 #include "imaging/failure.h"
-#include "imaging/paper.h"
-#include "imaging/resolution.h"
-#include "tracing/pipeline.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <QLoggingCategory>
 #include <QTextCodec>
 
@@ -36,6 +29,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <new>
 #include <set>
 #include <string>
@@ -44,11 +38,9 @@ namespace ztrace {
 
 namespace {
 
-const char kAuto[] = "auto";
-
 void listPresets()
 {
-    std::printf("%-12s %s\n", kAuto, "one of these, by the look of the image");
+    std::printf("%-12s %s\n", kAutoPreset, "one of these, by the look of the image");
     for (const Preset &preset : allPresets()) {
         if (!preset.error.empty()) {
             tell(preset.error);
@@ -59,34 +51,6 @@ void listPresets()
     }
 }
 
-const char *presetOf(Kind kind)
-{
-    switch (kind) {
-    case Kind::LineArt:
-        return "lineart";
-    case Kind::Logo:
-        return "logo";
-    case Kind::Poster:
-        return "poster";
-    case Kind::Photo:
-        break;
-    }
-    return "photo";
-}
-
-Look lookAt(Picture *picture)
-{
-    const Classification classified = classify(picture);
-    return { presetOf(classified.kind), classified.reason };
-}
-
-const char *sentenceOf(Remark remark)
-{
-    return remark == Remark::NoClearDirection
-        ? "--deskew: no clear direction was found within 6 degrees"
-        : "--upsample has no effect: the image has no soft edges";
-}
-
 class Run
 {
 public:
@@ -94,7 +58,8 @@ public:
 
     ExitCode all()
     {
-        useConfiguration();
+        onCommandLine = line.given;
+        useConfiguration(&line.settings, &line.given);
         ImageSource::requireFile(line.input);
         const std::vector<Output> outputs = outputsFor(line.input, line.settings);
         ProgressLine progressLine(line.settings);
@@ -105,7 +70,8 @@ public:
             convert(source, outputs);
             return kSuccess;
         }
-        tellOfSource(source);
+        job = jobOfLine();
+        warnOfSource(source, job);
         if (line.settings.page > 0) {
             trace(source, line.settings.page, outputs);
             return kSuccess;
@@ -120,44 +86,16 @@ private:
             tell(text);
     }
 
-    void tellOfSource(const ImageSource &source)
+    TraceJob jobOfLine()
     {
-        const std::string name = inputName(line.input);
-        if (source.filesLeftOut() > 0)
-            warn(name + ": files that the image names are not loaded");
-        if (line.given.count("page"))
-            return;
-        const int pages = std::max(source.pages(), source.pagesClaimed());
-        if (pages > 1) {
-            warn(name + ": page 1 of " + std::to_string(pages)
-                 + " is traced (see --page; --page all takes every one)");
-        }
-    }
-
-    void tellOfEnding(Ending ending)
-    {
-        const std::string name = inputName(line.input);
-        if (ending == Ending::CutShort)
-            warn(name + ": the image is incomplete; what is missing has one colour");
-        if (ending == Ending::Untold)
-            warn(name + ": whether the image is complete cannot be told of this format");
-    }
-
-    void useConfiguration()
-    {
-        onCommandLine = line.given;
-        const std::string &file = line.settings.config;
-        if (!file.empty())
-            applySettings(parseSettings(textOfFile(file), file, Role::Configuration), file,
-                          &line.given, &line.settings);
-        if (!file.empty())
-            line.settings.filesRead.push_back(file);
-        // A wrong name is to be told before the work.
-        if (line.settings.preset == kAuto)
-            return;
-        const Preset preset = findPreset(line.settings.preset);
-        if (preset.origin != kBuiltIn)
-            line.settings.filesRead.push_back(preset.origin);
+        TraceJob made;
+        made.input = line.input;
+        made.settings = line.settings;
+        made.given = line.given;
+        made.onTheSpot = onCommandLine;
+        made.warn = [this](const std::string &text) { warn(text); };
+        made.announce = [this](const char *stage) { progress->stage(stage); };
+        return made;
     }
 
     // A page that cannot be traced keeps no other from it.
@@ -203,94 +141,20 @@ private:
         return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
-    Settings settingsFor(Picture *picture, Look *look)
-    {
-        Settings settings = line.settings;
-        if (settings.raw)
-            return settings;
-        *look = settings.preset == kAuto ? lookAt(picture) : Look { settings.preset, "" };
-        const Preset preset = findPreset(look->preset);
-        std::set<std::string> given = line.given;
-        applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin,
-                      &given, &settings);
-        return settings;
-    }
-
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
         QImage image = source.read(page, !line.settings.raw);
-        tellOfEnding(source.ending(page));
-        Look look = { "raw", "" };
-        progress->stage("looking");
-        if (line.settings.background && !line.settings.raw) {
-            image = image.convertToFormat(QImage::Format_ARGB32);
-            putOnPaper(&image, *line.settings.background);
-        }
-        Picture picture(std::move(image));
-        const Settings settings = settingsFor(&picture, &look);
-        for (const std::string &sentence : withoutEffect(onCommandLine, false, settings, outputs))
-            warn(sentence);
-        useResolution(settings, outputs, &picture);
-        TraceResult result = traceOnly(std::move(picture), planOf(settings));
-        for (Remark remark : result.report.remarks)
-            warn(sentenceOf(remark));
-        result.drawing.about = aboutTrace(result, look, settings);
-        write(result.drawing, settings, outputs, [&](std::FILE *stream) {
-            if (settings.stats)
-                printStatistics(result, look, stream);
-            if (settings.json)
-                printJson(result.drawing, line.input, page, aboutRun(result, look), stream);
+        TraceJob pageJob = job;
+        pageJob.outputs = outputs;
+        warnOfEnding(source.ending(page), pageJob);
+        const TracedPicture traced = tracePicture(std::move(image), pageJob);
+        const TraceResult &result = traced.result;
+        write(result.drawing, traced.settings, outputs, [&](std::FILE *stream) {
+            if (traced.settings.stats)
+                printStatistics(result, traced.look, stream);
+            if (traced.settings.json)
+                printJson(result.drawing, line.input, page, aboutRun(result, traced.look), stream);
         });
-    }
-
-    // The colours that are to be kept are among the palette's, which is known after a trace.
-    TraceResult traceOnly(Picture picture, TracePlan plan)
-    {
-        const auto announce = [this](const char *stage) { progress->stage(stage); };
-        const std::vector<QRgb> wanted = plan.composition.onlyColours;
-        if (wanted.empty())
-            return traceImage(std::move(picture), plan, announce);
-        TraceResult result = traceImage(picture, plan, announce);
-        std::vector<std::string> notes;
-        plan.composition.onlyColours = nearestInPalette(wanted, result.report.palette, &notes);
-        for (const std::string &note : notes)
-            warn(note);
-        if (plan.composition.onlyColours == wanted)
-            return result;
-        return traceImage(std::move(picture), plan, announce);
-    }
-
-    // Pixels that are not square are made so, and what has to be guessed is told.
-    void useResolution(const Settings &settings, const std::vector<Output> &outputs,
-                       Picture *picture)
-    {
-        const bool given = settings.dpi && *settings.dpi > 0.0;
-        const Resolution resolution = resolutionOf(picture->asImage());
-        if (!given && !resolution.isSquare()) {
-            const std::string sizes = numberText(resolution.across, 2).toStdString() + " x "
-                + numberText(resolution.down, 2).toStdString() + " pixels an inch";
-            if (settings.raw) {
-                warn(inputName(line.input) + ": " + sizes
-                     + " are taken as square, since --raw changes nothing");
-            } else {
-                warn(inputName(line.input) + ": " + sizes + " are made square");
-                const Uninterrupted inherited;
-                QImage square = withSquarePixels(picture->asImage());
-                if (square.isNull())
-                    failForMemory();
-                *picture = Picture(std::move(square));
-            }
-        }
-        if (settings.unit == Unit::Pixel)
-            return;
-        if (!given && !tellsResolution(picture->asImage()))
-            warn(inputName(line.input)
-                 + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
-        for (const Output &output : outputs) {
-            if ((output.format->capabilities & kChoosesCurves)
-                && settings.dxf.version == DxfVersion::R12)
-                warn("r12 has no place for the unit; programs have to be told when they read it");
-        }
     }
 
     void convert(const ImageSource &source, const std::vector<Output> &outputs)
@@ -342,6 +206,7 @@ private:
     }
 
     CommandLine line;
+    TraceJob job;                        // of every page
     std::set<std::string> onCommandLine; // settings that were given there, not in a file
     std::set<std::string> told;          // warnings are given once, not once a page
     ProgressLine *progress = nullptr;
@@ -370,6 +235,26 @@ ExitCode perform(int argc, char **argv)
 
 } // namespace
 
+namespace {
+
+int runGuarded(int argc, char **argv)
+{
+    try {
+        return perform(argc, argv);
+    } catch (const Failure &failure) {
+        tell(failure.what());
+        return failure.code;
+    } catch (const TraceError &error) {
+        tell(error.what());
+        return kFailed;
+    } catch (const std::bad_alloc &) {
+        tell("not enough memory");
+        return kFailed;
+    }
+}
+
+} // namespace
+
 } // namespace ztrace
 
 int main(int argc, char **argv)
@@ -387,21 +272,10 @@ int main(int argc, char **argv)
     QLoggingCategory::setFilterRules(QString::fromLatin1("*.debug=false"));
     // An image that says nothing of its resolution is then taken for one of 96 dots an inch.
     QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
-    int ownName = 1; // the toolkit has options of its own, which are not ours
-    QGuiApplication application(ownName, argv);
+    // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): it has to be there, and is never asked
+    const std::unique_ptr<QCoreApplication> application = startToolkit(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     // File names are bytes; this codec maps them one to one, whatever the locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
-    try {
-        return perform(argc, argv);
-    } catch (const Failure &failure) {
-        tell(failure.what());
-        return failure.code;
-    } catch (const TraceError &error) {
-        tell(error.what());
-        return kFailed;
-    } catch (const std::bad_alloc &) {
-        tell("not enough memory");
-        return kFailed;
-    }
+    leave(runGuarded(argc, argv));
 }

@@ -35,6 +35,8 @@ const WordTable<DxfVersion> kDxfVersions
     = { { "2004", DxfVersion::R2004 }, { "2000", DxfVersion::R2000 }, { "r12", DxfVersion::R12 } };
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
+const WordTable<Geometry::Fit> kFits
+    = { { "engine", Geometry::Fit::Engine }, { "shapes", Geometry::Fit::Shapes } };
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },
                                            { "adaptive", Threshold::Adaptive } };
@@ -137,6 +139,7 @@ public:
     Entry &several() { return option.several = true, *this; }
     Entry &commas() { return option.commas = true, *this; }
     Entry &place(Place last) { return option.place = last, *this; }
+    Entry &commandOnly() { return option.inScripts = false, *this; }
     Entry &help(const char *text) { return option.help = text, *this; }
     Entry &manual(const char *text) { return option.manual = text, *this; }
 
@@ -151,17 +154,21 @@ std::vector<Entry> outputOptions()
                        [](Settings &s, const std::string &t) { s.outputs.push_back(t); }))
             .several()
             .place(Place::UpToSettingsFile)
+            .commandOnly()
             .help("Write the drawing to `FILE`, `-` for standard output; may be given several "
                   "times. The ending tells the format. Without it the input's name gets the "
                   "ending `.svg`"),
         Entry("format", 'f', formatName())
             .place(Place::UpToSettingsFile)
+            .commandOnly()
             .help("Format where no ending tells it, as on standard output")
             .manual("An ending wins"),
         Entry("overwrite", flag([](Settings &s, bool on) { s.overwrite = on; }))
+            .commandOnly()
             .help("Replace an existing file that is an image, too")
             .manual("Drawings, and previews that ztrace has written, are replaced without it"),
         Entry("no-clobber", flag([](Settings &s, bool on) { s.noClobber = on; }))
+            .commandOnly()
             .help("Replace no existing file at all"),
         Entry("layers", flag([](Settings &s, bool on) { s.style.byLayer = on; }))
             .appliesTo(kToImages)
@@ -299,6 +306,13 @@ std::vector<Entry> colourOptions()
             .manual("`auto` takes 2 for images of up to 2.5 megapixels with soft edges; 1 for all "
                     "others, for `poster` and `photo`, and where `--set` gives `ltres`, `qtres` or "
                     "`pathomit`"),
+        Entry("fit", oneOf<Geometry::Fit>("NAME", kFits,
+                                          [](Settings &s, Geometry::Fit fit) { s.fit = fit; }))
+            .standard("engine")
+            .appliesTo(kToReduced)
+            .help("What draws the outlines: the engine, area by area, or true shapes, every "
+                  "boundary once from its soft edge, in lines, arcs, curves and circles")
+            .manual("With `shapes`, `--upsample` and tolerances have no effect"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),
@@ -373,13 +387,16 @@ std::vector<Entry> runningOptions()
                   "options stand in a section `[set]`. The command line goes before the file, the "
                   "file before the preset"),
         Entry("stats", flag([](Settings &s, bool on) { s.stats = on; }))
+            .commandOnly()
             .help("Print sizes, palette, numbers of outlines and segments, and times")
             .manual("To standard output, or to standard error when the drawing goes there"),
         Entry("json", flag([](Settings &s, bool on) { s.json = on; }))
+            .commandOnly()
             .help("The same as one JSON object a drawing, one a line"),
         Entry("progress",
               oneOf<Progress>("WHEN", kProgress, [](Settings &s, Progress p) { s.progress = p; }))
             .standard("auto")
+            .commandOnly()
             .help("Say what is being done: `auto` does on a terminal, for what takes more than a "
                   "second")
             .manual("`always` says so at once, and where standard error is no terminal in a line a "
@@ -398,9 +415,16 @@ std::vector<Entry> runningOptions()
                   "are decoded, and input of more than this")
             .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
         Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
+            .commandOnly()
             .help("No warnings and no progress"),
-        Entry("help", 'h', action()).place(Place::CommandLine).help("Print this help"),
-        Entry("version", 'V', action()).place(Place::CommandLine).help("Print the version"),
+        Entry("help", 'h', action())
+            .place(Place::CommandLine)
+            .commandOnly()
+            .help("Print this help"),
+        Entry("version", 'V', action())
+            .place(Place::CommandLine)
+            .commandOnly()
+            .help("Print the version"),
     };
 }
 
@@ -471,6 +495,11 @@ const Option *findOption(const std::string &name)
             return &option;
     }
     return nullptr;
+}
+
+std::string noSuchOption(const std::string &name)
+{
+    return "there is no option --" + name + suggestion(name, optionNames(), "--");
 }
 
 const Option *findOption(char shortName)

@@ -43,7 +43,8 @@ struct Option
     bool several = false; // may be given several times
     bool commas = false;  // a list in a file is one text with commas
     Place place = Place::UpToPreset;
-    std::string standard; // what holds when nothing is said; empty when there is nothing to tell
+    bool inScripts = true; // false: what it is about is the script's own business
+    std::string standard;  // what holds when nothing is said; empty when there is nothing to tell
 
     // Sentences in which `words to type` stand in backticks: one for all, and those that only the
     // manuals have.
@@ -59,6 +60,9 @@ const std::vector<Option> &allOptions();
 
 const Option *findOption(const std::string &name);
 const Option *findOption(char shortName);
+
+// What is said of a long name that no option has: "there is no option --x (did you mean --y?)".
+std::string noSuchOption(const std::string &name);
 
 // What the help and the documents call a group.
 const std::vector<std::pair<Group, const char *>> &allGroups();

@@ -126,6 +126,7 @@ Geometry geometryOf(const Settings &settings)
             geometry.engine[option.first] = option.second;
     }
     geometry.upsampling = settings.upsample;
+    geometry.fit = settings.fit;
     // The areas of a blend have no edges in the picture.
     if (settings.upsample == 0 && (shaped || method == Method::Blend))
         geometry.upsampling = 1;

@@ -26,9 +26,22 @@ const char kDescription[] = "description";
 const char kEngineSection[] = "set";
 const std::size_t kMostText = 16384; // bytes; the parser does not bound its own depth
 
+// Of no line: the text alone.
+std::string placed(const std::string &origin, int line, const std::string &text)
+{
+    return line > 0 ? origin + ", line " + std::to_string(line) + ": " + text : text;
+}
+
 [[noreturn]] void refuse(const std::string &origin, int line, const std::string &reason)
 {
-    throw Failure(kWrongUsage, origin + ", line " + std::to_string(line) + ": " + reason);
+    throw Failure(kWrongUsage, placed(origin, line, reason));
+}
+
+[[noreturn]] void refuseList(const std::string &origin, const FileSetting &setting)
+{
+    throw Failure(kWrongUsage,
+                  placed(origin, setting.line,
+                         (setting.line > 0 ? "" : "--") + setting.name + " takes one value"));
 }
 
 int lineOf(const toml::node &node)
@@ -181,13 +194,12 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
         const Option &setting = *findOption(value.name);
         if (value.values.empty()
             || (value.values.size() != 1 && (isSet || !(setting.several || setting.commas))))
-            refuse(origin, value.line, value.name + " takes one value");
+            refuseList(origin, value);
         try {
             for (const std::string &text : textsFor(setting, value.values))
                 storeOption(setting, isSet ? value.engineOption + "=" + text : text, settings);
         } catch (const Failure &failure) {
-            throw Failure(failure.code,
-                          origin + ", line " + std::to_string(value.line) + ": " + failure.what());
+            throw Failure(failure.code, placed(origin, value.line, failure.what()));
         }
         stored.insert(key);
     }
@@ -234,7 +246,7 @@ Preset findPreset(const std::string &name)
         preset.text = textOfFile(name);
         return preset;
     }
-    std::vector<std::string> names = { "auto" };
+    std::vector<std::string> names = { kAutoPreset };
     for (const Preset &preset : allPresets()) {
         if (preset.name == name && !preset.error.empty())
             throw Failure(kWrongUsage, preset.error);

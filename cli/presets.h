@@ -12,14 +12,14 @@
 
 namespace ztrace {
 
-// Keys that a TOML text sets, with their values. A list has several values; the engine's options
-// stand in the section [set].
+// Keys that a TOML text or a script sets, with their values. A list has several values; the
+// engine's options stand in the section [set].
 struct FileSetting
 {
     std::string name;
     std::vector<std::string> values;
     std::string engineOption; // for entries of [set], else empty
-    int line = 0;
+    int line = 0;             // 0: of a script, whose errors say the place themselves
 };
 
 enum class Role { Configuration, Preset };
@@ -30,8 +30,12 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
                                        Role role);
 
 // Stores what is not in `given`: what was said nearer to the user wins. Adds the names stored.
+// Throws a Failure that names `origin` and line, where there is one.
 void applySettings(const std::vector<FileSetting> &values, const std::string &origin,
                    std::set<std::string> *given, Settings *settings);
+
+// The name that stands for one of the others, by the look of the image.
+const char kAutoPreset[] = "auto";
 
 const char kBuiltIn[] = "built in";
 

@@ -14,7 +14,7 @@
 namespace ztrace {
 
 // Largest number of pixels that the tracer can hold.
-const long long kMostPixels = ((1LL << 31) - 65) / 4;
+const long long kMostPixels = 1LL << 30;
 
 // What an input may ask for before it is refused. In millions, as the options say them.
 struct SourceLimits

@@ -31,6 +31,9 @@ if(ZTRACE_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type." FORCE)
 endif()
 
+# Programs find the libraries beside them by relative paths, so that builds in two folders are equal.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 # Linked by every target of ours. Bytes are signed whatever the machine's char is, and
 # floating-point expressions are evaluated as written: results are exact by contract.
 add_library(ztrace_options INTERFACE)

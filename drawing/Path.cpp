@@ -10,25 +10,6 @@ namespace ztrace {
 
 namespace {
 
-bool areEqual(const PathPiece &a, const PathPiece &b)
-{
-    if (a.kind != b.kind || a.start != b.start || a.end != b.end)
-        return false;
-    switch (a.kind) {
-    case PathPiece::Line:
-        return true;
-    case PathPiece::Arc:
-        return a.bulge == b.bulge;
-    case PathPiece::Quadratic:
-        return a.control1 == b.control1;
-    case PathPiece::Cubic:
-        return a.control1 == b.control1 && a.control2 == b.control2;
-    case PathPiece::Spline:
-        break;
-    }
-    return a.degree == b.degree && a.innerCount == b.innerCount;
-}
-
 // The points where the arc turns: its crossings of the axes through its center.
 void growByArc(const PathPiece &piece, Bounds *bounds)
 {
@@ -57,66 +38,92 @@ void growByQuadratic(const PathPiece &piece, Bounds *bounds)
 
 } // namespace
 
-PathPiece &Path::append(PathPiece::Kind kind, const Point &point)
+PathPiece Path::Iterator::operator*() const
 {
     PathPiece piece;
-    piece.kind = kind;
-    piece.start = end();
-    piece.end = point;
-    parts.push_back(piece);
-    return parts.back();
+    piece.kind = step->kind;
+    piece.degree = step->degree;
+    piece.start = start[0];
+    piece.end = start[step->points];
+    switch (step->kind) {
+    case PathPiece::Line:
+        break;
+    case PathPiece::Arc:
+        piece.bulge = start[1].x;
+        break;
+    case PathPiece::Cubic:
+        piece.control2 = start[2];
+        piece.control1 = start[1];
+        break;
+    case PathPiece::Quadratic:
+        piece.control1 = start[1];
+        break;
+    case PathPiece::Spline:
+        piece.inner = start + 1;
+        piece.innerCount = step->points - 1;
+        break;
+    }
+    return piece;
 }
 
-void Path::moveTo(const Point &point)
+void Path::reserve(std::size_t pieceCount, std::size_t pointCount)
 {
-    started = true;
-    first = point;
+    steps.reserve(pieceCount);
+    points.reserve(pointCount);
 }
 
 void Path::lineTo(const Point &point)
 {
-    append(PathPiece::Line, point);
+    steps.push_back({ PathPiece::Line, 1, 1 });
+    points.push_back(point);
 }
 
 void Path::arcTo(const Point &point, double bulge)
 {
-    append(bulge == 0.0 ? PathPiece::Line : PathPiece::Arc, point).bulge = bulge;
+    if (bulge == 0.0) {
+        lineTo(point);
+        return;
+    }
+    steps.push_back({ PathPiece::Arc, 2, 2 });
+    points.push_back(Point(bulge, 0.0));
+    points.push_back(point);
 }
 
 void Path::quadraticTo(const Point &control, const Point &point)
 {
-    append(PathPiece::Quadratic, point).control1 = control;
+    steps.push_back({ PathPiece::Quadratic, 2, 2 });
+    points.push_back(control);
+    points.push_back(point);
 }
 
 void Path::cubicTo(const Point &control1, const Point &control2, const Point &point)
 {
-    PathPiece &piece = append(PathPiece::Cubic, point);
-    piece.control1 = control1;
-    piece.control2 = control2;
+    steps.push_back({ PathPiece::Cubic, 3, 3 });
+    points.push_back(control1);
+    points.push_back(control2);
+    points.push_back(point);
 }
 
 void Path::splineTo(int degree, const std::vector<Point> &innerControls, const Point &point)
 {
-    if (degree == 2 && innerControls.size() == 1) {
-        quadraticTo(innerControls[0], point);
-        return;
-    }
-    if (degree == 3 && innerControls.size() == 2) {
-        cubicTo(innerControls[0], innerControls[1], point);
-        return;
-    }
-    PathPiece &piece = append(PathPiece::Spline, point);
-    piece.degree = degree;
-    piece.firstInner = innerPoints.size();
-    piece.innerCount = innerControls.size();
-    innerPoints.insert(innerPoints.end(), innerControls.begin(), innerControls.end());
+    PathPiece::Kind kind = PathPiece::Spline;
+    if (degree == 2 && innerControls.size() == 1)
+        kind = PathPiece::Quadratic;
+    else if (degree == 3 && innerControls.size() == 2)
+        kind = PathPiece::Cubic;
+    steps.push_back(
+        { kind, static_cast<uint8_t>(degree), static_cast<uint32_t>(innerControls.size() + 1) });
+    points.insert(points.end(), innerControls.begin(), innerControls.end());
+    points.push_back(point);
 }
 
 bool operator==(const Path &a, const Path &b)
 {
-    return a.isEmpty() == b.isEmpty() && a.start() == b.start()
-        && a.pieces().size() == b.pieces().size() && a.inner() == b.inner()
-        && std::equal(a.pieces().begin(), a.pieces().end(), b.pieces().begin(), areEqual);
+    const auto same = [](const Path::Step &one, const Path::Step &other) {
+        return one.kind == other.kind && one.degree == other.degree && one.points == other.points;
+    };
+    return a.points == b.points && a.steps.size() == b.steps.size()
+        && std::equal(a.steps.begin(), a.steps.end(), b.steps.begin(), same);
 }
 
 void Bounds::grow(const Point &point)
@@ -146,7 +153,7 @@ Bounds boundsOf(const Path &path)
     Bounds bounds;
     if (!path.isEmpty())
         bounds.grow(path.start());
-    for (const PathPiece &piece : path.pieces()) {
+    for (const PathPiece piece : path.pieces()) {
         bounds.grow(piece.end);
         if (piece.kind == PathPiece::Arc)
             growByArc(piece, &bounds);
@@ -157,7 +164,7 @@ Bounds boundsOf(const Path &path)
             bounds.grow(piece.control2);
         }
         for (std::size_t i = 0; i < piece.innerCount; ++i)
-            bounds.grow(path.inner()[piece.firstInner + i]);
+            bounds.grow(piece.inner[i]);
     }
     return bounds;
 }

@@ -5,6 +5,7 @@
 #define ZTRACE_DRAWING_PATH_H
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace ztrace {
@@ -31,50 +32,92 @@ inline bool operator!=(const Point &a, const Point &b)
 struct PathPiece
 {
     // Spline: a curve of another degree, or of more control points, as hosts know them.
-    enum Kind { Line, Quadratic, Cubic, Arc, Spline };
+    enum Kind : uint8_t { Line, Quadratic, Cubic, Arc, Spline };
 
     Kind kind = Line;
-    int degree = 1; // of a Spline
+    uint8_t degree = 1; // of a Spline
     Point start;
     Point control1; // Quadratic, Cubic
     Point control2; // Cubic
     Point end;
-    double bulge = 0.0;         // Arc: tangent of a quarter of its angle, positive to the left
-    std::size_t firstInner = 0; // Spline: its control points between the ends, in Path::inner
+    double bulge = 0.0;           // Arc: tangent of a quarter of its angle, positive to the left
+    const Point *inner = nullptr; // Spline: its control points between the ends; the path's own
     std::size_t innerCount = 0;
 };
 
 // Pieces in order; each starts where the one before it ends. Coordinates may be no finite numbers:
-// writers leave out what cannot be drawn (pieces.h).
+// writers leave out what cannot be drawn (pieces.h). A line takes 24 bytes, a quadratic 40: a
+// photograph has half a million of them.
 class Path
 {
-public:
-    bool isEmpty() const { return !started; }
-    Point start() const { return first; }
-    Point end() const { return parts.empty() ? first : parts.back().end; }
-    const std::vector<PathPiece> &pieces() const { return parts; }
-    const std::vector<Point> &inner() const { return innerPoints; }
+    // A piece: its points are those of the path from where the one before it ends, `points` of
+    // them. An arc's first one is its bulge.
+    struct Step
+    {
+        PathPiece::Kind kind;
+        uint8_t degree;
+        uint32_t points;
+    };
 
-    // The first point; a path of it alone has no pieces.
-    void moveTo(const Point &point);
+public:
+    // Goes over the pieces and puts each together.
+    class Iterator
+    {
+    public:
+        Iterator(const Step *atStep, const Point *atStart) : step(atStep), start(atStart) { }
+
+        PathPiece operator*() const;
+        Iterator &operator++()
+        {
+            start += step->points;
+            ++step;
+            return *this;
+        }
+        bool operator!=(const Iterator &other) const { return step != other.step; }
+
+    private:
+        const Step *step;
+        const Point *start;
+    };
+
+    class Pieces
+    {
+    public:
+        explicit Pieces(const Path &p) : path(p) { }
+
+        Iterator begin() const { return Iterator(path.steps.data(), path.points.data()); }
+        Iterator end() const { return Iterator(path.steps.data() + path.steps.size(), nullptr); }
+        std::size_t size() const { return path.steps.size(); }
+        bool empty() const { return path.steps.empty(); }
+
+    private:
+        const Path &path;
+    };
+
+    bool isEmpty() const { return points.empty(); }
+    Point start() const { return points.empty() ? Point() : points.front(); }
+    Point end() const { return points.empty() ? Point() : points.back(); }
+    Pieces pieces() const { return Pieces(*this); }
+
+    // The first point, before all else; a path of it alone has no pieces.
+    void moveTo(const Point &point) { points.assign(1, point); }
 
     // Each goes on from the end.
     void lineTo(const Point &point);
     void arcTo(const Point &point, double bulge); // a line for a bulge of 0
     void quadraticTo(const Point &control, const Point &point);
     void cubicTo(const Point &control1, const Point &control2, const Point &point);
-    // A quadratic or cubic where the degree and the number of points make one.
+    // A quadratic or cubic where the degree, 1 to 255, and the number of points make one.
     void splineTo(int degree, const std::vector<Point> &innerControls, const Point &point);
 
-    void reserve(std::size_t pieces) { parts.reserve(pieces); }
+    // Room for pieces with so many points, the first one among them.
+    void reserve(std::size_t pieceCount, std::size_t pointCount);
+
+    friend bool operator==(const Path &a, const Path &b);
 
 private:
-    PathPiece &append(PathPiece::Kind kind, const Point &point);
-
-    bool started = false;
-    Point first;
-    std::vector<PathPiece> parts;
-    std::vector<Point> innerPoints;
+    std::vector<Step> steps;
+    std::vector<Point> points;
 };
 
 // Exact comparison, piece by piece; not-a-number equals nothing.

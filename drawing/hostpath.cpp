@@ -32,7 +32,7 @@ void appendPiece(const ZPolyline &polyline, int index, Path *path)
     path->splineTo(polyline.getPieceDegree(index), inner, end);
 }
 
-ZSpline splineOf(const Path &path, const PathPiece &piece)
+ZSpline splineOf(const PathPiece &piece)
 {
     ZSpline spline;
     spline.appendControlPoint(vectorOf(piece.start));
@@ -41,7 +41,7 @@ ZSpline splineOf(const Path &path, const PathPiece &piece)
     if (piece.kind == PathPiece::Cubic)
         spline.appendControlPoint(vectorOf(piece.control2));
     for (std::size_t i = 0; i < piece.innerCount; ++i)
-        spline.appendControlPoint(vectorOf(path.inner()[piece.firstInner + i]));
+        spline.appendControlPoint(vectorOf(piece.inner[i]));
     spline.appendControlPoint(vectorOf(piece.end));
     spline.setDegree(piece.kind == PathPiece::Quadratic   ? 2
                          : piece.kind == PathPiece::Cubic ? 3
@@ -57,7 +57,6 @@ Path pathOf(const ZPolyline &polyline)
     if (polyline.isEmpty())
         return path;
     path.moveTo(pointOf(polyline.getStartPoint()));
-    path.reserve(static_cast<std::size_t>(polyline.countPieces()));
     for (int i = 0; i < polyline.countPieces(); ++i)
         appendPiece(polyline, i, &path);
     return path;
@@ -69,7 +68,7 @@ ZPolyline polylineOf(const Path &path)
     if (path.isEmpty())
         return polyline;
     polyline.appendVertex(vectorOf(path.start()));
-    for (const PathPiece &piece : path.pieces()) {
+    for (const PathPiece piece : path.pieces()) {
         if (piece.kind == PathPiece::Line || piece.kind == PathPiece::Arc) {
             // A bulge belongs to the vertex before the piece.
             ZPolyline step;
@@ -77,15 +76,15 @@ ZPolyline polylineOf(const Path &path)
             step.appendVertex(vectorOf(piece.end));
             polyline.appendShape(step);
         } else {
-            polyline.appendShape(splineOf(path, piece));
+            polyline.appendShape(splineOf(piece));
         }
     }
     return polyline;
 }
 
-std::vector<Point> pointsAlongSpline(const Path &path, const PathPiece &piece, std::size_t steps)
+std::vector<Point> pointsAlongSpline(const PathPiece &piece, std::size_t steps)
 {
-    const ZSpline spline = splineOf(path, piece);
+    const ZSpline spline = splineOf(piece);
     std::vector<Point> points;
     for (std::size_t i = 1; i < steps; ++i)
         points.push_back(pointOf(spline.getPointAt(double(i) / double(steps))));

@@ -17,7 +17,7 @@ ZPolyline polylineOf(const Path &path);
 
 // `steps` points along a Spline piece in even steps of its parameter, the last one its exact end:
 // such splines come from the host, and run as the host says.
-std::vector<Point> pointsAlongSpline(const Path &path, const PathPiece &piece, std::size_t steps);
+std::vector<Point> pointsAlongSpline(const PathPiece &piece, std::size_t steps);
 
 } // namespace ztrace
 

@@ -35,7 +35,7 @@ void appendPoint(std::string *text, const Point &point)
 
 // A piece without its start: ["L", x, y], ["A", bulge, x, y], or ["S", degree, x, y, ...] with
 // all control points but the first; a quadratic, the most frequent one, is ["Q", x, y, x, y].
-void appendPiece(std::string *text, const Path &shape, const PathPiece &piece)
+void appendPiece(std::string *text, const PathPiece &piece)
 {
     const auto append = [text](const Point &point) {
         *text += ',';
@@ -62,7 +62,7 @@ void appendPiece(std::string *text, const Path &shape, const PathPiece &piece)
         *text += "[\"S\",";
         appendWhole(text, piece.degree);
         for (std::size_t i = 0; i < piece.innerCount; ++i)
-            append(shape.inner()[piece.firstInner + i]);
+            append(piece.inner[i]);
         break;
     }
     append(piece.end);
@@ -99,11 +99,11 @@ void appendOutline(std::string *text, const Outline &outline)
     }
     *text += ",\"pieces\":[";
     bool isFirst = true;
-    for (const PathPiece &piece : outline.shape.pieces()) {
+    for (const PathPiece piece : outline.shape.pieces()) {
         if (!isFirst)
             *text += ',';
         isFirst = false;
-        appendPiece(text, outline.shape, piece);
+        appendPiece(text, piece);
     }
     *text += "]}";
 }

@@ -158,7 +158,6 @@ void readShape(const QJsonObject &object, Path *shape)
     if (start.size() != 2)
         refuse("\"start\" has to be two numbers");
     shape->moveTo(pointAt(start, 0));
-    shape->reserve(static_cast<std::size_t>(pieces.size()));
     for (int i = 0; i < pieces.size(); ++i) {
         try {
             appendPiece(pieces.at(i).toArray(), shape);

@@ -31,20 +31,20 @@ PathPiece lineTo(const Point &start, const Point &end)
     return piece;
 }
 
-bool hasFiniteControls(const Path &path, const PathPiece &piece)
+bool hasFiniteControls(const PathPiece &piece)
 {
     bool finite = isFinite(piece.control1) && isFinite(piece.control2);
     for (std::size_t i = 0; i < piece.innerCount; ++i)
-        finite = finite && isFinite(path.inner()[piece.firstInner + i]);
+        finite = finite && isFinite(piece.inner[i]);
     return finite;
 }
 
 // A spline of another degree or with more control points: lines along it.
-void appendOtherSpline(const Path &path, const PathPiece &piece, std::vector<PathPiece> *pieces)
+void appendOtherSpline(const PathPiece &piece, std::vector<PathPiece> *pieces)
 {
     const std::size_t steps = kStepsOfOtherSplines * (piece.innerCount + 1);
     Point from = piece.start;
-    for (const Point &to : pointsAlongSpline(path, piece, steps)) {
+    for (const Point &to : pointsAlongSpline(piece, steps)) {
         pieces->push_back(lineTo(from, to));
         from = to;
     }
@@ -70,13 +70,13 @@ double secondDifference(const Point &a, const Point &b, const Point &c)
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
 {
     pieces->clear();
-    for (const PathPiece &piece : path.pieces()) {
+    for (const PathPiece piece : path.pieces()) {
         if (!isFinite(piece.start) || !isFinite(piece.end))
             continue;
-        const bool drawable = hasFiniteControls(path, piece) && std::isfinite(piece.bulge)
+        const bool drawable = hasFiniteControls(piece) && std::isfinite(piece.bulge)
             && !(piece.kind == PathPiece::Arc && piece.start == piece.end);
         if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
-            appendOtherSpline(path, piece, pieces);
+            appendOtherSpline(piece, pieces);
         else if (drawable && piece.kind != PathPiece::Spline)
             pieces->push_back(piece);
         else

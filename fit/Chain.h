@@ -41,6 +41,8 @@ const double kSoftFloor = 0.03;
 // new.
 const double kStaircaseSigma = 0.289;
 const double kHardFloor = 0.1;
+// Half a crack in standard deviations of its uniform error.
+const double kHalfCrack = 1.7320508;
 
 struct Point
 {

@@ -15,9 +15,9 @@ namespace ztrace::fit {
 // Smooth joints have one tangent to 1e-6 radians; one whose common tangent costs more misfit than a
 // corner is worth becomes a corner.
 //
-// Points outside of all spans count nowhere. A vertex that leaves its anchor by 3 px stays there in the
-// next solve; an arc that misses its points in the end becomes its chord. `first` and `count` of the
-// pieces are numbers in `points`; coordinates are relative to their origin.
+// Points outside of all spans count nowhere. A vertex that leaves its anchor by 3 px stays there in
+// the next solve; an arc that misses its points in the end becomes its chord. `first` and `count`
+// of the pieces are numbers in `points`; coordinates are relative to their origin.
 std::vector<Piece> joinSpans(const Table &table, std::vector<Span> spans);
 
 // Nats of the points first to last - 1 along a piece.

@@ -7,11 +7,9 @@ namespace ztrace::fit {
 
 namespace {
 
-// Half a crack in standard deviations of a uniform error, and pixels of room: the line of least
-// squares need not be the one that is consistent.
-const double kHalfCrack = 1.7320508;
-const double kRoom = 0.06;
-const int kMostMerged = 3;
+// Pixels of room: the line of least squares need not be the one that is consistent.
+const double kRoom = 0.12;
+const int kMostMerged = 5;
 
 bool cheaper(const Table &table, const std::vector<Span> &spans, std::size_t from, int count,
              double price)

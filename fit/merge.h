@@ -13,7 +13,7 @@ namespace ztrace::fit {
 // of the primitive, measured along the normal.
 bool isConsistent(const Points &points, const Primitive &primitive, int first, int last);
 
-// Replaces runs of two or three spans by the one line, else arc, that is consistent with all their
+// Replaces runs of two to five spans by the one line, else arc, that is consistent with all their
 // points, as long as any is found. The errors of a staircase are no noise: along a line of 0.1
 // degrees they keep their sign for hundreds of points, so sums of squares alone break it at every
 // step. Soft edges are left as they are.

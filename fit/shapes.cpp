@@ -27,9 +27,8 @@ const int kDirectionReach = 4;
 // Length over width from which the axis of inertia is the better direction, and the area the better
 // width.
 const double kLong = 4;
-// Half a crack in standard deviations of a uniform error; pixels by which points of a staircase may
-// lie farther off: corners of pixels at the corners of the shape.
-const double kHalfCrack = 1.7320508;
+// Pixels by which points of a staircase may lie farther off than half a crack: corners of pixels at
+// the corners of the shape.
 const double kStepsRoom = 0.4;
 
 // One step's answer: distance to the shape and its change by each parameter.
@@ -162,8 +161,8 @@ public:
             return {};
         if (offered(table.prices.circle) && circle())
             return shapes;
-        if (offered(table.prices.ellipse))
-            ellipse();
+        if (offered(table.prices.ellipse) && ellipse())
+            preferCircle();
         if (offered(table.prices.rectangle) || offered(table.prices.roundedRectangle))
             rectangle();
         std::stable_sort(shapes.begin(), shapes.end(), [](const auto &a, const auto &b) {
@@ -242,6 +241,14 @@ private:
             return false;
         const Piece piece = wholePiece(Kind::Circle, points, { s[0], s[1] }, s[2], s[2], 0);
         return enter<3>(piece, s, toCircle, false);
+    }
+
+    // Where an ellipse is as expected only because its two more numbers took up some steps.
+    void preferCircle()
+    {
+        WholeShape *first = &shapes.front();
+        if (first->piece.kind == Kind::Circle && first->cost < shapes.back().cost)
+            first->asExpected = true;
     }
 
     bool ellipse()

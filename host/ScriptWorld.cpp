@@ -6,9 +6,10 @@
 #include "ZEcmaQImage.h"
 #include "binding.h"
 #include "process.h"
+#include "textFiles.h"
+#include "traceImage.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QScriptValueIterator>
 
@@ -20,10 +21,6 @@ using zelvora::ScriptWorld;
 namespace {
 
 const char kWorldProperty[] = "zelvoraScriptWorld";
-const char kStandardInput[] = "-";
-
-// Bytes. Far more than people write, and less than makes the engine's parser run out of memory.
-const qint64 kLargestScript = 64 << 20;
 
 // The toolkit's default global object ignores flags: a property set to be skipped is enumerated all
 // the same. An ordinary object in its place, with the same contents, heeds them.
@@ -39,53 +36,23 @@ void replaceGlobalObject(QScriptEngine &engine)
     engine.setGlobalObject(global);
 }
 
-bool openText(const QString &fileName, QFile *file, QString *error)
-{
-    if (fileName == QLatin1String(kStandardInput)) {
-        if (file->open(stdin, QIODevice::ReadOnly))
-            return true;
-    } else if (QFileInfo(fileName).isDir()) {
-        *error = QString::fromLatin1("It is a folder");
-        return false;
-    } else if (file->open(QIODevice::ReadOnly)) {
-        return true;
-    }
-    *error = file->errorString();
-    return false;
-}
-
-bool readText(const QString &fileName, QString *text, QString *error)
-{
-    QFile file(fileName);
-    if (!openText(fileName, &file, error))
-        return false;
-    QByteArray bytes;
-    while (bytes.size() <= kLargestScript) {
-        const QByteArray more = file.read(kLargestScript + 1 - bytes.size());
-        if (more.isEmpty())
-            break;
-        bytes += more;
-    }
-    if (file.error() != QFileDevice::NoError)
-        *error = file.errorString();
-    else if (bytes.size() > kLargestScript)
-        *error = QString::fromLatin1("It is larger than %1 megabytes").arg(kLargestScript >> 20);
-    *text = QString::fromUtf8(bytes);
-    return error->isEmpty();
-}
-
 } // namespace
 
 ScriptWorld::ScriptWorld(const QStringList &arguments) : hasQuit(false), code(0)
 {
     replaceGlobalObject(scriptEngine);
     scriptEngine.setProperty(kWorldProperty, QVariant::fromValue(static_cast<void *>(this)));
+    static const Method kFunctions[] = {
+        { "print", guarded<print> },           { "quit", guarded<quit> },
+        { "include", guarded<include> },       { "readTextFile", guarded<readTextFile> },
+        { "listFolder", guarded<listFolder> }, { "traceImage", guarded<traceImage> },
+    };
     QScriptValue global = scriptEngine.globalObject();
     const QScriptValue::PropertyFlags hidden = QScriptValue::SkipInEnumeration;
-    global.setProperty(QLatin1String("print"), scriptEngine.newFunction(guarded<print>), hidden);
-    global.setProperty(QLatin1String("quit"), scriptEngine.newFunction(guarded<quit>), hidden);
-    global.setProperty(QLatin1String("include"), scriptEngine.newFunction(guarded<include>),
-                       hidden);
+    for (const Method &method : kFunctions) {
+        global.setProperty(QLatin1String(method.name), scriptEngine.newFunction(method.function),
+                           hidden);
+    }
     global.setProperty(QLatin1String("args"), qScriptValueFromSequence(&scriptEngine, arguments),
                        hidden);
     ZEcmaQImage::initEcma(scriptEngine);

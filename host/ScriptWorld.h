@@ -8,6 +8,8 @@
 //   quit(code)         ends the script at once; a whole number from 0 to 255, 0 when none is given
 //   include(file)      runs another script in the global scope; its name is taken from the folder
 //                      of the script that includes it
+//   readTextFile(file), listFolder(folder, pattern)   see textFiles.h
+//   traceImage(image, options)                        see traceImage.h
 #ifndef ZELVORA_SCRIPTWORLD_H
 #define ZELVORA_SCRIPTWORLD_H
 

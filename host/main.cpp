@@ -10,6 +10,7 @@
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -191,7 +192,11 @@ int main(int argc, char *argv[])
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     // It gets the program's name alone: it would take options like -plugin out of the script's.
     int nameAlone = 1;
+    // An image that says nothing of its resolution is taken for one of 96 dots an inch.
+    QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
     QGuiApplication application(nameAlone, argv);
+    // Numbers are written the same in every locale, the toolkit's plug-ins included.
+    std::setlocale(LC_NUMERIC, "C");
 
     QStringList words;
     for (int i = 1; i < argc; ++i)

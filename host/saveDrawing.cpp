@@ -1,20 +1,23 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "saveDrawing.h"
 
-#include "drawing/formats.h"
 #include "drawing/output.h"
 
 #include <QFileInfo>
 
-bool zelvora::saveDrawing(const ztrace::Drawing &drawing, const QString &fileName, QString *error)
+const ztrace::Format *zelvora::formatOfDrawing(const QString &fileName)
 {
-    const ztrace::Format *format = ztrace::formatOfSuffix(QFileInfo(fileName).suffix());
+    return ztrace::formatOfSuffix(QFileInfo(fileName).suffix());
+}
+
+bool zelvora::saveDrawing(const ztrace::Drawing &drawing, const ztrace::WriteOptions &options,
+                          const QString &fileName, QString *error)
+{
+    const ztrace::Format *format = formatOfDrawing(fileName);
     if (!format) {
         *error = QString::fromLatin1("a drawing is saved as one of: ") + ztrace::namesOfFormats();
         return false;
     }
-    ztrace::WriteOptions options;
-    options.style.stroked = true; // polylines of scripts have no colour to be filled with
     const QString obstacle = format->obstacle ? format->obstacle(drawing, options) : QString();
     if (!obstacle.isEmpty()) {
         *error = obstacle;

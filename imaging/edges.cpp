@@ -66,8 +66,7 @@ void markPairs(const QRgb *words, const QRgb *below, int width, uint8_t *marks, 
 } // namespace
 
 EdgeMap::EdgeMap(const QImage &image)
-    : width(image.width()),
-      height(image.height()),
+    : width(image.width()), height(image.height()),
       marks(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), uint8_t(0))
 {
     markEdges(image);

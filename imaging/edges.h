@@ -17,9 +17,9 @@ class EdgeMap
 {
 public:
     // Bits of a pixel.
-    static const uint8_t kEdge = 1;  // isEdge
-    static const uint8_t kRidge = 2; // an edge at which ridgeAt finds a ridge
-    static const uint8_t kDrawn = 4; // a ridge that is opaque enough to be a line
+    static const uint8_t kEdge = 1;   // isEdge
+    static const uint8_t kRidge = 2;  // an edge at which ridgeAt finds a ridge
+    static const uint8_t kDrawn = 4;  // a ridge that is opaque enough to be a line
     static const uint8_t kOfLine = 8; // for the use of reduceFlat
 
     // Of an ARGB32 image, which is not kept.

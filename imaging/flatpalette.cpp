@@ -23,7 +23,7 @@ namespace ztrace {
 namespace {
 
 const int kNearlyEqual = 12;          // colourDistance of two entries that would be one
-const uint32_t kLeastFlat = 4;             // 2 x 2 blocks that make a colour a flat one
+const uint32_t kLeastFlat = 4;        // 2 x 2 blocks that make a colour a flat one
 const int kLeastCell = 8;             // pixels of a cell that can become an entry
 const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
 const int kPartOfTranslucent = 3;     // one entry in three at most, so that hues are not displaced

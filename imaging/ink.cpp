@@ -32,7 +32,8 @@ public:
     {
         for (Row *row : { &above, &own, &below })
             row->assign(at(page.width()), 0);
-        some = every = onBorder = own;
+        some = every = Row(own.size() + 2, 0);
+        onBorder = own;
         label(0, &below);
     }
 
@@ -43,29 +44,39 @@ public:
         own.swap(below);
         if (y + 1 < page.height())
             label(y + 1, &below);
-        const Row &over = y > 0 ? above : own;
-        const Row &under = y + 1 < page.height() ? below : own;
-        const std::size_t width = own.size();
-        for (std::size_t x = 0; x < width; ++x) {
-            some[x] = over[x] | own[x] | under[x];
-            every[x] = over[x] & own[x] & under[x];
-        }
-        onBorder = some;
-        for (std::size_t x = 0; x + 1 < width; ++x)
-            onBorder[x] |= some[x + 1];
-        for (std::size_t x = 1; x < width; ++x)
-            onBorder[x] |= some[x - 1];
-        for (std::size_t x = 0; x < width; ++x) {
-            const uint8_t left = every[x > 0 ? x - 1 : x];
-            const uint8_t right = every[x + 1 < width ? x + 1 : x];
-            onBorder[x] &= static_cast<uint8_t>(1 ^ (left & every[x] & right));
-        }
+        const uint8_t *middle = own.data();
+        const uint8_t *over = y > 0 ? above.data() : middle;
+        const uint8_t *under = y + 1 < page.height() ? below.data() : middle;
+        mark(over, middle, under, own.size(), some.data() + 1, every.data() + 1, onBorder.data());
     }
 
     const Row &labels() const { return own; }
     const Row &borders() const { return onBorder; }
 
 private:
+    // Plain loops over bytes that do not overlap, which the compiler works on side by side. `some`
+    // and `every` have a pixel more on both sides, which repeats the last one.
+    static void mark(const uint8_t *__restrict over, const uint8_t *__restrict middle,
+                     const uint8_t *__restrict under, std::size_t width, uint8_t *__restrict some,
+                     uint8_t *__restrict every, uint8_t *__restrict onBorder)
+    {
+        for (std::size_t x = 0; x < width; ++x) {
+            some[x] = over[x] | middle[x] | under[x];
+            every[x] = over[x] & middle[x] & under[x];
+        }
+        some[-1] = some[0];
+        every[-1] = every[0];
+        some[width] = some[width - 1];
+        every[width] = every[width - 1];
+        const uint8_t *someLeft = some - 1;
+        const uint8_t *everyLeft = every - 1;
+        for (std::size_t x = 0; x < width; ++x) {
+            const uint8_t any = someLeft[x] | someLeft[x + 1] | someLeft[x + 2];
+            const uint8_t all = everyLeft[x] & everyLeft[x + 1] & everyLeft[x + 2];
+            onBorder[x] = any & static_cast<uint8_t>(1 ^ all);
+        }
+    }
+
     void label(int y, Row *labels)
     {
         const uint8_t *tones = page.row(y, buffer.data());

@@ -73,8 +73,7 @@ struct SubpixelColours::Separable
                 column[v] = sum(&window[v][parts[i].first], parts[i].weights);
             for (std::size_t j = 0; j < parts.size(); ++j) {
                 const Channels c = sum(&column[parts[j].first], parts[j].weights);
-                target[j * parts.size() + i]
-                    = unweighted(c[kRed], c[kGreen], c[kBlue], c[kAlpha]);
+                target[j * parts.size() + i] = unweighted(c[kRed], c[kGreen], c[kBlue], c[kAlpha]);
             }
         }
     }
@@ -91,11 +90,11 @@ struct SubpixelColours::OpaqueHalves
     explicit OpaqueHalves(const Window &words)
     {
         const __m128i none = _mm_setzero_si128();
-        const auto channels = [none](__m128i halves) {
-            return _mm_cvtepi32_ps(_mm_unpacklo_epi16(halves, none));
-        };
+        const auto channels
+            = [none](__m128i halves) { return _mm_cvtepi32_ps(_mm_unpacklo_epi16(halves, none)); };
         for (std::size_t v = 0; v < kWindow; ++v) {
-            const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words[v].data()));
+            const __m128i four
+                = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words[v].data()));
             const __m128i low = _mm_unpacklo_epi8(four, none);
             const __m128i high = _mm_unpackhi_epi8(four, none);
             const __m128i fifth = _mm_cvtsi32_si128(static_cast<int>(words[v][4]));
@@ -109,17 +108,16 @@ struct SubpixelColours::OpaqueHalves
 
     static __m128 sum(const __m128 *from, const Part &part)
     {
-        const auto tap = [&](std::size_t i) {
-            return _mm_mul_ps(_mm_loadu_ps(part.wide[i].data()), from[i]);
-        };
+        const auto tap
+            = [&](std::size_t i) { return _mm_mul_ps(_mm_loadu_ps(part.wide[i].data()), from[i]); };
         return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
     }
 
     static QRgb inRange(__m128 channels)
     {
         // Rounded as the plain form does; packing cuts off what is out of range.
-        const __m128 rounded = _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()),
-                                          _mm_set1_ps(0.5f));
+        const __m128 rounded
+            = _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()), _mm_set1_ps(0.5f));
         const __m128i words = _mm_cvttps_epi32(rounded);
         const __m128i halves = _mm_packs_epi32(words, words);
         return static_cast<QRgb>(_mm_cvtsi128_si32(_mm_packus_epi16(halves, halves)));
@@ -132,30 +130,24 @@ struct SubpixelColours::OpaqueHalves
             for (std::size_t v = 0; v < kWindow; ++v)
                 column[v] = sum(&window[v][parts[i].first], parts[i]);
             for (std::size_t j = 0; j < parts.size(); ++j)
-                target[j * parts.size() + i]
-                    = inRange(sum(&column[parts[j].first], parts[j]));
+                target[j * parts.size() + i] = inRange(sum(&column[parts[j].first], parts[j]));
         }
     }
 };
 #endif
 
 SubpixelColours::SubpixelColours(const QImage &image, int partsOfSide)
-    : first(row(image, 0)),
-      stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
-      width(image.width()),
-      height(image.height()),
-      factor(static_cast<std::size_t>(partsOfSide)),
-      exact((partsOfSide & (partsOfSide - 1)) == 0),
-      colours(factor * factor)
+    : first(row(image, 0)), stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
+      width(image.width()), height(image.height()), factor(static_cast<std::size_t>(partsOfSide)),
+      exact((partsOfSide & (partsOfSide - 1)) == 0), colours(factor * factor)
 {
     for (int i = 0; i < partsOfSide; ++i) {
         const double offset = (2.0 * i + 1.0 - partsOfSide) / (2.0 * partsOfSide);
         const double t = offset < 0.0 ? offset + 1.0 : offset; // from the second pixel
         Part part;
         part.first = offset < 0.0 ? 0 : 1;
-        part.weights
-            = { { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
-                  ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 } };
+        part.weights = { { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
+                           ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 } };
         for (std::size_t tap = 0; tap < kTaps; ++tap)
             part.wide[tap].fill(static_cast<float>(part.weights[tap]));
         parts.push_back(part);
@@ -175,7 +167,8 @@ SubpixelColours::Window SubpixelColours::windowAt(int x, int y) const
             continue;
         }
         for (int u = 0; u < kWindow; ++u)
-            line[static_cast<std::size_t>(u)] = words[std::max(0, std::min(width - 1, x + u - kHalf))];
+            line[static_cast<std::size_t>(u)]
+                = words[std::max(0, std::min(width - 1, x + u - kHalf))];
     }
     return window;
 }

@@ -24,7 +24,8 @@ public:
     // factor  parts along either side of a pixel, at least 1
     SubpixelColours(const QImage &image, int factor);
 
-    // factor * factor colours of the pixel's parts, in rows from the top; valid until the next call.
+    // factor * factor colours of the pixel's parts, in rows from the top; valid until the next
+    // call.
     const QRgb *at(int x, int y);
 
 private:

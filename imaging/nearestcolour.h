@@ -29,7 +29,7 @@ private:
     uint16_t nearestOfAll(QRgb word) const;
 
     std::vector<QRgb> colours;
-    std::vector<uint32_t> lists; // of every cube: 0, or the place of its list in entries
+    std::vector<uint32_t> lists;   // of every cube: 0, or the place of its list in entries
     std::vector<uint16_t> entries; // lists in the palette's order, each after its length
     QRgb last = 0;
     uint16_t nearestToLast = 0;

@@ -11,9 +11,9 @@ namespace ztrace {
 
 namespace {
 
-const double kMostStretch = 5.0; // of pixels; beyond it a resolution is an error
-const double kUntold = 96.0;     // pixels an inch, where the file says nothing
-const long long kMostSquared = ((1LL << 31) - 65) / 4; // pixels, as many as are traced
+const double kMostStretch = 5.0;          // of pixels; beyond it a resolution is an error
+const double kUntold = 96.0;              // pixels an inch, where the file says nothing
+const long long kMostSquared = 1LL << 30; // pixels, as many as are traced
 
 double dpiOf(int dotsPerMetre)
 {

@@ -86,10 +86,8 @@ struct RidgeFinder::Side
 };
 
 RidgeFinder::RidgeFinder(const QImage &image)
-    : first(row(image, 0)),
-      stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
-      width(image.width()),
-      height(image.height())
+    : first(row(image, 0)), stride(image.bytesPerLine() / static_cast<int>(sizeof(QRgb))),
+      width(image.width()), height(image.height())
 { }
 
 Ridge RidgeFinder::across(const Line &line) const
@@ -129,7 +127,8 @@ int RidgeColours::nearestTo(const Ridge &ridge) const
     int best = -1;
     double least = 1e9;
     for (std::size_t k = 0; k < colours.size(); ++k) {
-        if (isRootAbove(square(difference(colours[k], beside)), depth / kLeastPart * (1.0 + kMargin)))
+        if (isRootAbove(square(difference(colours[k], beside)),
+                        depth / kLeastPart * (1.0 + kMargin)))
             continue; // surely too little of it would be left
         const double unexplained = std::sqrt(squareToMixture(own, beside, colours[k]));
         const double distance = unexplained + kDoubt * length(difference(own, colours[k]));

@@ -24,8 +24,8 @@ struct LabelOfWord
 
 LabelOfWord labelOf(QRgb word, const std::vector<QRgb> &colours, NearestColour *nearest)
 {
-    const auto same = qAlpha(word) == 0 ? std::find(colours.begin(), colours.end(), word)
-                                        : colours.end();
+    const auto same
+        = qAlpha(word) == 0 ? std::find(colours.begin(), colours.end(), word) : colours.end();
     if (same != colours.end())
         return { static_cast<uint16_t>(same - colours.begin()), true };
     const uint16_t label = nearest->of(word);

@@ -19,7 +19,6 @@ namespace ztrace {
 // the colours. The edges are those of the image, and used up.
 LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours);
 
-
 } // namespace ztrace
 
 #endif

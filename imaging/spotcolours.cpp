@@ -80,8 +80,7 @@ public:
             for (const VisibleColour &other : known) {
                 if (!isRootAbove(shade.square, kMixtureLength))
                     break;
-                shade.square
-                    = std::min(shade.square, squareToMixture(shade.colour, other, colour));
+                shade.square = std::min(shade.square, squareToMixture(shade.colour, other, colour));
             }
         }
         known.push_back(colour);
@@ -128,9 +127,8 @@ private:
 
     void forget()
     {
-        const auto isMixture = [](const Shade &shade) {
-            return !isRootAbove(shade.square, kMixtureLength);
-        };
+        const auto isMixture
+            = [](const Shade &shade) { return !isRootAbove(shade.square, kMixtureLength); };
         const auto kept = std::stable_partition(shades.begin(), shades.end(),
                                                 [&](const Shade &s) { return !isMixture(s); });
         for (auto gone = kept; gone != shades.end(); ++gone) {

@@ -27,8 +27,7 @@ struct Decided
 class Spread
 {
 public:
-    Spread(const QImage &source, NearestColour *nearestColour, EdgeMap *edgeMap,
-           LabelPlane *target)
+    Spread(const QImage &source, NearestColour *nearestColour, EdgeMap *edgeMap, LabelPlane *target)
         : image(source), nearest(nearestColour), edges(edgeMap), plane(target)
     { }
 
@@ -70,7 +69,8 @@ private:
 
     int columnOf(uint32_t pixel, int y) const
     {
-        return static_cast<int>(pixel - static_cast<uint32_t>(y) * static_cast<uint32_t>(plane->width));
+        return static_cast<int>(pixel
+                                - static_cast<uint32_t>(y) * static_cast<uint32_t>(plane->width));
     }
 
     uint16_t *labelsOf(int y) const

@@ -28,8 +28,8 @@ class Choice
 {
 public:
     // Row y of the labels, and rows y - 1 to y + 1 of the words, as far as there are any.
-    Choice(const LabelPlane &plane, const uint16_t *labels, const std::array<const QRgb *, 3> &words,
-           int x)
+    Choice(const LabelPlane &plane, const uint16_t *labels,
+           const std::array<const QRgb *, 3> &words, int x)
     {
         add(labels[x], words[1][x], plane);
         const int left = std::max(0, x - 1);
@@ -88,7 +88,7 @@ private:
         entries[place] = { label, distance, word };
     }
 
-    std::array<Entry, 9> entries;
+    std::array<Entry, 9> entries = {}; // compilers do not see that only the first `count` are read
     std::size_t count = 0;
 };
 

@@ -48,8 +48,8 @@ inline double length(const VisibleColour &a)
 }
 
 // Comparisons of lengths, and of a cosine, decide as the roots themselves would: a root is rounded
-// by less than kMargin of it, so that squares that are farther apart decide alone, and the roots are
-// drawn for the others.
+// by less than kMargin of it, so that squares that are farther apart decide alone, and the roots
+// are drawn for the others.
 const double kMargin = 1e-9;
 
 // Whether the root of one is above the other number.
@@ -63,7 +63,8 @@ inline bool isRootAbove(double square, double limit)
 // Whether the root of one is above the root of the other.
 inline bool isRootAboveRoot(double square, double other)
 {
-    return square > other * (1.0 + kMargin) || (square > other && std::sqrt(square) > std::sqrt(other));
+    return square > other * (1.0 + kMargin)
+        || (square > other && std::sqrt(square) > std::sqrt(other));
 }
 
 // Whether the cosine of the angle between two differences is above `cosine`, which is positive.
@@ -85,8 +86,7 @@ inline double squareToMixture(const VisibleColour &colour, const VisibleColour &
     const VisibleColour along = difference(b, a);
     const VisibleColour from = difference(colour, a);
     const double whole = square(along);
-    const double t
-        = whole > 0.0 ? std::max(0.0, std::min(1.0, product(from, along) / whole)) : 0.0;
+    const double t = whole > 0.0 ? std::max(0.0, std::min(1.0, product(from, along) / whole)) : 0.0;
     VisibleColour away = from;
     for (std::size_t i = 0; i < 4; ++i)
         away[i] -= t * along[i];

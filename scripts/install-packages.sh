@@ -26,8 +26,11 @@ if [ "$(id -u)" -ne 0 ]; then
     fi
     sudo=sudo
 fi
-echo "installing:$missing" >&2
-$sudo apt-get -qq update
+echo "installing (a few minutes):$missing" >&2
+if ! $sudo apt-get -qq update; then
+    echo "install-packages.sh: the package lists cannot be fetched: there is no network, or no mirror answers" >&2
+    exit 1
+fi
 # shellcheck disable=SC2086
 $sudo env DEBIAN_FRONTEND=noninteractive apt-get -qq -y install --no-install-recommends $missing \
     > /dev/null

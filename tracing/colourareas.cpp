@@ -72,6 +72,25 @@ int upsamplingOf(const QImage &picture, const LabelPlane &plane, const Geometry 
     return 1;
 }
 
+// Every pixel times its alpha.
+EdgePicture edgesOf(const QImage &image)
+{
+    const QImage premultiplied = image.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    if (premultiplied.isNull())
+        throwNoRoom();
+    EdgePicture edges;
+    edges.width = image.width();
+    edges.height = image.height();
+    edges.channels = kMostChannels;
+    const std::size_t bytes = std::size_t(edges.width) * kMostChannels;
+    edges.values.resize(bytes * std::size_t(edges.height));
+    for (int y = 0; y < edges.height; ++y) {
+        const uint8_t *row = premultiplied.constScanLine(y);
+        std::copy(row, row + bytes, edges.values.begin() + y * std::ptrdiff_t(bytes));
+    }
+    return edges;
+}
+
 QImage prepared(Picture picture, const Preparation &preparation)
 {
     QImage image = picture.takeImage().convertToFormat(QImage::Format_ARGB32);
@@ -92,6 +111,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     QImage image = prepared(std::move(picture), plan.preparation);
     stages->end("prepare");
 
+    const bool shapes = geometry.fit == Geometry::Fit::Shapes;
+    Segmented segmented;
+    if (shapes)
+        segmented.edges = edgesOf(image);
     stages->begin("choosing colours");
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
@@ -99,16 +122,13 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
     stages->begin("joining areas");
-    Segmented segmented;
     Runs runs = runsOf(plane);
     mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
-    if (geometry.upsampling != 1) {
+    if (geometry.upsampling != 1 && !shapes) {
         paint(runs, plane.labels.data());
         segmented.upsampling = upsamplingOf(image, plane, geometry, report);
         if (segmented.upsampling > 1) {
-            if (double(plane.pixels()) * segmented.upsampling * segmented.upsampling
-                > double(kMostPlanePixels))
-                throwNoRoom();
+            requireRoom(plane.width, plane.height, segmented.upsampling);
             runs = Runs();
             plane = upsampled(image, plane, segmented.upsampling);
             runs = runsOf(plane);
@@ -120,7 +140,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     segmented.areas.runs = std::move(runs);
     image = QImage();
     plane = LabelPlane();
-    separateAreas(&segmented.areas);
+    if (!shapes)
+        separateAreas(&segmented.areas);
     segmented.engine = flat ? flat->engine : blend->engine;
     stages->end("reduce");
     return segmented;

@@ -19,10 +19,12 @@ enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
 class Arranger
 {
 public:
-    Arranger(const Areas &areas, const std::vector<LabelOutline> &sources, std::vector<Outline> *o)
+    // `sources` has the first pixel of every outline's region.
+    Arranger(const Areas &areas, Connectivity connectivity, const std::vector<std::size_t> &sources,
+             std::vector<Outline> *o)
         : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
     {
-        const Components components = findComponents(areas.runs, Connectivity::Corners);
+        const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
         parent = findParents(components, neighbours);
         regions = components.list;
@@ -30,11 +32,11 @@ public:
         regionOf.assign(sources.size(), kNone);
         for (std::size_t i = 0; i < sources.size(); ++i) {
             const auto found
-                = std::lower_bound(regions.begin(), regions.end(), sources[i].firstPixel,
+                = std::lower_bound(regions.begin(), regions.end(), sources[i],
                                    [](const Component &region, std::size_t pixel) {
                                        return region.firstPixel < pixel;
                                    });
-            if (found == regions.end() || found->firstPixel != sources[i].firstPixel)
+            if (found == regions.end() || found->firstPixel != sources[i])
                 continue;
             regionOf[i] = static_cast<int>(found - regions.begin());
             outlineOf[at(regionOf[i])] = static_cast<int>(i);
@@ -284,9 +286,12 @@ private:
 
 Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
 {
+    std::size_t points = 1;
+    for (std::size_t i = 0; i < count; ++i)
+        points += segments[i].field[kType] == kLineType ? 1 : 2;
     Path shape;
+    shape.reserve(count, points);
     shape.moveTo(toDrawing(segments[0].field + kStart));
-    shape.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
         if (field[kType] == kLineType)
@@ -300,14 +305,18 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
 std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
 {
     const ToDrawing toDrawing(areas.runs.height, upsampling);
+    std::vector<QString> layers; // of every label, made once
+    for (QRgb colour : areas.colours)
+        layers.push_back(layerOfColour(colour));
     std::vector<Outline> outlines;
     outlines.reserve(traced.outlines.size());
     for (const LabelOutline &source : traced.outlines) {
-        Outline outline;
+        const std::size_t label = static_cast<std::size_t>(source.label);
+        outlines.emplace_back();
+        Outline &outline = outlines.back();
         outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
-        outline.colour = areas.colours[static_cast<std::size_t>(source.label)];
-        outline.layer = layerOfColour(outline.colour);
-        outlines.push_back(std::move(outline));
+        outline.colour = areas.colours[label];
+        outline.layer = layers[label];
     }
     return outlines;
 }
@@ -321,15 +330,16 @@ QString layerOfColour(QRgb colour)
     return QLatin1String("COLOR_") + QString::fromLatin1(colourName(colour).mid(1).toUpper());
 }
 
-Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
-                const Composition &composition)
+namespace {
+
+// Of a drawing that has its outlines and its size.
+void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
+             Connectivity connectivity, Painting painting, const Composition &composition,
+             Drawing *result)
 {
-    Drawing drawing;
-    drawing.width = areas.runs.width / upsampling;
-    drawing.height = areas.runs.height / upsampling;
-    drawing.outlines = outlinesOf(traced, areas, upsampling);
+    Drawing &drawing = *result;
     if (drawing.outlines.empty())
-        return drawing;
+        return;
     const bool opaque = std::all_of(areas.colours.begin(), areas.colours.end(),
                                     [](QRgb colour) { return qAlpha(colour) == 255; });
     const bool whole = composition.onlyColours.empty();
@@ -339,8 +349,8 @@ Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, 
         drawing.ground = *std::max_element(areas.colours.begin(), areas.colours.end(),
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
     if (opaque && !coloured && !apart && composition.frame)
-        return drawing;
-    Arranger arranger(areas, traced.outlines, &drawing.outlines);
+        return;
+    Arranger arranger(areas, connectivity, firstPixels, &drawing.outlines);
     if (apart)
         arranger.cutAll();
     else
@@ -356,6 +366,33 @@ Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, 
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);
+}
+
+} // namespace
+
+Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition)
+{
+    Drawing drawing;
+    drawing.width = areas.runs.width / upsampling;
+    drawing.height = areas.runs.height / upsampling;
+    drawing.outlines = outlinesOf(traced, areas, upsampling);
+    std::vector<std::size_t> firstPixels;
+    firstPixels.reserve(traced.outlines.size());
+    for (const LabelOutline &source : traced.outlines)
+        firstPixels.push_back(source.firstPixel);
+    arrange(firstPixels, areas, Connectivity::Corners, painting, composition, &drawing);
+    return drawing;
+}
+
+Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
+                const Composition &composition)
+{
+    Drawing drawing;
+    drawing.width = areas.runs.width;
+    drawing.height = areas.runs.height;
+    drawing.outlines = std::move(shapes.outlines);
+    arrange(shapes.firstPixel, areas, Connectivity::Split, painting, composition, &drawing);
     return drawing;
 }
 

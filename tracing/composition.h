@@ -8,6 +8,7 @@
 #include "engine/labels.h"
 #include "Areas.h"
 #include "plan.h"
+#include "shapes.h"
 
 namespace ztrace {
 
@@ -39,6 +40,10 @@ enum class Painting {
 // not opaque is cut out of everything that it would be painted over by. Fully transparent outlines
 // stay only as such holes, unless they are asked for.
 Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
+                const Composition &composition);
+
+// The same of true shapes, whose areas are on the grid of the pixels.
+Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
                 const Composition &composition);
 
 // The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.

@@ -6,6 +6,7 @@
 #include "imaging/ink.h"
 #include "imaging/paper.h"
 #include "imaging/scan.h"
+#include "smallregions.h"
 
 #include <algorithm>
 
@@ -27,7 +28,7 @@ bool engineReduces(const EngineOptions &options)
 
 int upsamplingOf(const CleanPage &clean, const Geometry &geometry, TraceReport *report)
 {
-    if (clean.bilevel || geometry.upsampling == 1)
+    if (clean.bilevel || geometry.upsampling == 1 || geometry.fit == Geometry::Fit::Shapes)
         return 1;
     const std::size_t pixels = static_cast<std::size_t>(clean.page.width())
         * static_cast<std::size_t>(clean.page.height());
@@ -66,6 +67,24 @@ Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
     return { scanRuns(plane.labels.data(), plane.width, plane.height), plane.colours };
 }
 
+EdgePicture edgesOf(const CleanPage &clean)
+{
+    EdgePicture edges;
+    edges.width = clean.page.width();
+    edges.height = clean.page.height();
+    edges.hard = clean.bilevel || clean.page.isBilevel();
+    if (edges.hard)
+        return edges;
+    const std::size_t width = static_cast<std::size_t>(edges.width);
+    edges.values.resize(width * static_cast<std::size_t>(edges.height));
+    std::vector<uint8_t> buffer(width);
+    for (int y = 0; y < edges.height; ++y) {
+        const uint8_t *row = clean.page.row(y, buffer.data());
+        std::copy(row, row + width, edges.values.begin() + y * std::ptrdiff_t(width));
+    }
+    return edges;
+}
+
 void tell(const CleanPage &clean, TraceReport *report)
 {
     report->angle = clean.angle;
@@ -88,6 +107,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     areas.colours = { 0xFF000000u, 0xFFFFFFFFu };
     int threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
     segmented.upsampling = upsamplingOf(clean, plan.geometry, report);
+    requireRoom(clean.page.width(), clean.page.height(), segmented.upsampling);
     if (segmented.upsampling > 1) {
         areas.runs = fineInkRuns(clean.page, threshold, segmented.upsampling);
         threshold = kBetweenBlackAndWhite;
@@ -102,9 +122,17 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
                               { "blurradius", 0 },
                               { "brightnessthreshold", threshold } };
     setOptions(ink.engine, &options);
+    const bool shapes = plan.geometry.fit == Geometry::Fit::Shapes;
+    if (shapes) {
+        segmented.edges = edgesOf(clean);
+        if (plan.geometry.leastBorder > 0.0)
+            mergeSmallRegions(&areas.runs,
+                              std::size_t(std::min(plan.geometry.leastBorder, 1e15)), 0,
+                              [](uint16_t, uint16_t) { return 1; });
+    }
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
-    } else if (separateAreas(&areas)) {
+    } else if (!shapes && separateAreas(&areas)) {
         // Two colours are not enough to keep all areas apart that have to be.
         options["monochrome"] = 0;
         options["numberofcolors"] = double(areas.colours.size());

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <type_traits>
 
 namespace ztrace {
@@ -101,6 +102,7 @@ struct Traced
 {
     Areas areas;
     TracedLabels outlines;
+    std::optional<ShapeOutlines> shapes; // instead of outlines
 };
 
 Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *report)
@@ -110,13 +112,24 @@ Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *re
     report->engine = std::move(trace.options);
     report->palette = trace.areas.colours;
     stages->end("trace");
-    return { std::move(trace.areas), std::move(trace.traced) };
+    return { std::move(trace.areas), std::move(trace.traced), std::nullopt };
 }
 
 Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutSmall,
                   Stages *stages, TraceReport *report)
 {
     stages->begin("tracing");
+    if (geometry.fit == Geometry::Fit::Shapes) {
+        std::optional<ShapeOutlines> shapes = shapesOf(segmented.areas, segmented.edges);
+        if (shapes) {
+            report->shapes = true;
+            stages->end("trace");
+            return { std::move(segmented.areas), TracedLabels(), std::move(shapes) };
+        }
+        report->remarks.push_back(Remark::TooManyShapes);
+        segmented.edges = EdgePicture();
+        separateAreas(&segmented.areas);
+    }
     OutlineOptions options = outlineOptions(geometry, segmented.upsampling);
     report->upsampling = segmented.upsampling;
     report->engine = allOptions(segmented.engine);
@@ -128,7 +141,7 @@ Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutS
         options.pathomit = 0.0;
     TracedLabels outlines = outlinesOf(segmented.areas, options);
     stages->end("trace");
-    return { std::move(segmented.areas), std::move(outlines) };
+    return { std::move(segmented.areas), std::move(outlines), std::nullopt };
 }
 
 } // namespace
@@ -156,8 +169,9 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         report.palette = coloursInUse(areas.areas);
         traced = traceAreas(std::move(areas), plan.geometry, false, &stages, &report);
     }
-    result.drawing
-        = compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
+    result.drawing = traced.shapes
+        ? compose(std::move(*traced.shapes), traced.areas, painting, plan.composition)
+        : compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
     stages.end("arrange");
     result.drawing.dpi = dpi;
     result.drawing.unit = plan.unit;

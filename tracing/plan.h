@@ -59,9 +59,13 @@ struct Raw
 
 typedef std::variant<Ink, Flat, Blend, Raw> Segmentation;
 
-// How finely outlines follow the areas.
+// How finely outlines follow the areas. Of true shapes (shapes.h) only the least border is of use:
+// they need no tolerance and no finer grid.
 struct Geometry
 {
+    enum class Fit { Engine, Shapes };
+
+    Fit fit = Fit::Engine;
     // How far lines and curves may be from the outline of the pixels, in pixels; the second value
     // is for outlines on a finer grid, where soft edges tell more than pixels do.
     double lineTolerance = 1.0;

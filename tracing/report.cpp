@@ -8,7 +8,7 @@ Counts countPieces(const Drawing &drawing)
     Counts counts;
     for (const Outline &outline : drawing.outlines) {
         ++counts.outlines;
-        for (const PathPiece &piece : outline.shape.pieces()) {
+        for (const PathPiece piece : outline.shape.pieces()) {
             if (piece.kind == PathPiece::Line)
                 ++counts.lines;
             else

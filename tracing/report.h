@@ -18,7 +18,8 @@ namespace ztrace {
 // What the user should know of a result.
 enum class Remark {
     NoClearDirection, // a page that was to be turned upright shows none within 6 degrees
-    NoSoftEdges       // a finer grid was asked for and would show nothing
+    NoSoftEdges,      // a finer grid was asked for and would show nothing
+    TooManyShapes     // true shapes were asked for, of areas that are too many for them
 };
 
 struct TraceReport
@@ -30,6 +31,7 @@ struct TraceReport
     double angle = 0.0;     // degrees that a crooked page was turned by
     bool evenedOut = false; // uneven light has been, before the threshold
     int upsampling = 1;     // how many times as fine as pixels the grid of the outlines was
+    bool shapes = false;    // outlines are true shapes, not the engine's
     std::vector<Remark> remarks;
 };
 

@@ -3,7 +3,8 @@
 
 #include "corners.h"
 
-#include "engine/ZTraceBitmap.h"
+#include "engine/optiondefaults.h"
+#include "imaging/failure.h"
 
 namespace ztrace {
 
@@ -16,10 +17,15 @@ void setOptions(const EngineOptions &values, EngineOptions *options)
 EngineOptions allOptions(const EngineOptions &values)
 {
     EngineOptions options = values;
-    const ZTraceBitmap engine;
-    for (auto it = engine.options.constBegin(); it != engine.options.constEnd(); ++it)
-        options.insert({ it.key().toStdString(), it.value() });
+    for (const OptionDefault &option : kOptionDefaults)
+        options.insert({ option.name, option.value });
     return options;
+}
+
+void requireRoom(int width, int height, int upsampling)
+{
+    if (double(width) * double(height) * upsampling * upsampling > double(kMostPlanePixels))
+        throwNoRoom();
 }
 
 bool separateAreas(Areas *areas)

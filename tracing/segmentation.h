@@ -7,14 +7,18 @@
 #include "Areas.h"
 #include "imaging/Picture.h"
 #include "plan.h"
+#include "softedges.h"
 #include "stages.h"
 
 namespace ztrace {
 
 struct Segmented
 {
-    Areas areas; // those that must not be one have labels of their own, also where they touch
+    // Those that must not be one have labels of their own, also where they touch; not so for true
+    // shapes.
+    Areas areas;
     int upsampling = 1;   // how many times as fine as pixels their grid is
+    EdgePicture edges;    // what the areas came from; for true shapes only
     EngineOptions engine; // what the areas came from, for the report
 };
 
@@ -32,6 +36,10 @@ void setOptions(const EngineOptions &values, EngineOptions *options);
 
 // All twelve options, at the engine's defaults where `values` says nothing.
 EngineOptions allOptions(const EngineOptions &values);
+
+// Throws a TraceError where a picture on a grid `upsampling` times as fine has more pixels than
+// runs can count.
+void requireRoom(int width, int height, int upsampling);
 
 // Gives areas that touch at a corner only, and must not be one, labels of their own; returns
 // whether there were any.

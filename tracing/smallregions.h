@@ -19,8 +19,8 @@ typedef std::function<int(uint16_t, uint16_t)> LabelDistance;
 // colour is within `similar`: they are fringes of soft edges.
 //
 // The smallest area goes first, and each looks at what the ones before it have become. All is done
-// four times over, since areas grow together. Runs that grow together become one. Returns whether any
-// label changed.
+// four times over, since areas grow together. Runs that grow together become one. Returns whether
+// any label changed.
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance);
 

@@ -90,10 +90,12 @@ private slots:
         path.splineTo(3, { Point(3, 1), Point(4, 1) }, Point(5, 0));
         path.splineTo(2, { Point(6, 1), Point(7, 1) }, Point(8, 0));
         path.arcTo(Point(9, 0), 0.0);
-        QCOMPARE(int(path.pieces()[0].kind), int(PathPiece::Quadratic));
-        QCOMPARE(int(path.pieces()[1].kind), int(PathPiece::Cubic));
-        QCOMPARE(int(path.pieces()[2].kind), int(PathPiece::Spline));
-        QCOMPARE(int(path.pieces()[3].kind), int(PathPiece::Line));
+        std::vector<int> kinds;
+        for (const PathPiece piece : path.pieces())
+            kinds.push_back(piece.kind);
+        QCOMPARE(kinds,
+                 (std::vector<int> { PathPiece::Quadratic, PathPiece::Cubic, PathPiece::Spline,
+                                     PathPiece::Line }));
     }
 
     void boundsAreThoseOfThePolyline()

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <stdexcept>
 
 using ztrace::IndexPlane;
@@ -166,6 +167,7 @@ private slots:
     void outlinesAreThoseOfATrace();
     void cellsAreAsNarrowAsTheLabelsAllow();
     void allLabelsAtOnce();
+    void namesOfLabelsDoNotMatter();
     void labelsBeyondTheirNumberAreRefused();
     void oddSizesAreRefused();
 };
@@ -246,6 +248,42 @@ void tst_Labels::allLabelsAtOnce()
     for (size_t i = 0; i < traced.outlines.size(); ++i) {
         QCOMPARE(traced.outlines[i].firstPixel, i);
         QCOMPARE(traced.outlines[i].label, int(labels.values[i]));
+    }
+}
+
+// Any two labels may change places: outlines, their order and their segments stay.
+void tst_Labels::namesOfLabelsDoNotMatter()
+{
+    std::mt19937 random(11);
+    for (int round = 0; round < 60; ++round) {
+        const int width = 1 + static_cast<int>(random() % 40);
+        const int height = 1 + static_cast<int>(random() % 40);
+        const int count = 2 + static_cast<int>(random() % 5);
+        std::vector<std::uint8_t> labels(static_cast<std::size_t>(width * height));
+        for (std::uint8_t &label : labels)
+            label = static_cast<std::uint8_t>(random() % static_cast<unsigned>(count));
+        const int other = 1 + static_cast<int>(random() % static_cast<unsigned>(count - 1));
+        const auto exchanged = [other](int label) {
+            return label == other ? 0 : label == 0 ? other : label;
+        };
+        std::vector<std::uint8_t> renamed = labels;
+        for (std::uint8_t &label : renamed)
+            label = static_cast<std::uint8_t>(exchanged(label));
+        const OutlineOptions options;
+        const TracedLabels one = ztrace::traceLabels(
+            ztrace::planeOfLabels(labels.data(), width, height, count), options);
+        const TracedLabels two = ztrace::traceLabels(
+            ztrace::planeOfLabels(renamed.data(), width, height, count), options);
+        QCOMPARE(two.outlines.size(), one.outlines.size());
+        QCOMPARE(two.segments.size(), one.segments.size());
+        for (std::size_t i = 0; i < one.outlines.size(); ++i) {
+            QCOMPARE(two.outlines[i].label, exchanged(one.outlines[i].label));
+            QCOMPARE(two.outlines[i].firstPixel, one.outlines[i].firstPixel);
+            QCOMPARE(two.outlines[i].count, one.outlines[i].count);
+        }
+        for (std::size_t i = 0; i < one.segments.size(); ++i)
+            QVERIFY(std::equal(std::begin(one.segments[i].field), std::end(one.segments[i].field),
+                               std::begin(two.segments[i].field)));
     }
 }
 

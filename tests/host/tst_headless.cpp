@@ -42,6 +42,7 @@ private slots:
     void includeIsRelativeAndGlobal();
     void debugLinesOnRequest();
     void runsAreRepeatable();
+    void traceImageLeavesRandomNumbers();
     void scriptOfStandardInput();
     void endlessScript();
     void lostOutput_data();
@@ -444,6 +445,20 @@ void tst_Headless::runsAreRepeatable()
                  .out,
              two.out);
     QVERIFY(two.out != one.out);
+}
+
+void tst_Headless::traceImageLeavesRandomNumbers()
+{
+    const QString text
+        = "var img = new QImage(48, 48);"
+          "for (var y = 0; y < 48; ++y) for (var x = 0; x < 48; ++x)"
+          " img.setPixel(x, y, 0xff000000 + x * 5 * 65536 + y * 5 * 256 + ((x * y) & 255));"
+          "if (args[0] === 'between') traceImage(img, { preset: 'photo', seed: 7 });"
+          "var t = new ZTraceBitmap(); t.setOption('monochrome', 0);"
+          "t.trace(img).forEach(function(p) { print(p, p.getLength()); }); t.destroy();";
+    const Run alone = runText(text);
+    QVERIFY2(!alone.out.isEmpty(), qPrintable(alone.err));
+    QCOMPARE(runText(text, QStringList("between")).out, alone.out);
 }
 
 void tst_Headless::scriptOfStandardInput()

@@ -1,36 +1,62 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// From a picture to a drawing: plans at the edge of what they may say.
+// Whole traces of small pictures: areas, outlines, what is cut out of what, grounds and strokes.
 #include "tracing/pipeline.h"
+#include "tracing/segmentation.h"
+
+#include "imaging/failure.h"
+#include "support/Messages.h"
 
 #include <QTest>
 
-#include <limits>
+#include <algorithm>
 
 using namespace ztrace;
 
 namespace {
 
-// A small mark on a large area.
-QImage mark()
+const QRgb kRed = 0xFFE02020u;
+const QRgb kBlue = 0xFF2020E0u;
+const QRgb kWhite = 0xFFFFFFFFu;
+const QRgb kBlack = 0xFF000000u;
+
+// Squares inside each other, the outermost first; every one is `step` pixels smaller on each side.
+QImage nested(const std::vector<QRgb> &colours, int size = 60, int step = 10)
 {
-    QImage image(16, 16, QImage::Format_ARGB32);
-    image.fill(0xFFFFFFFFu);
-    for (int y = 6; y < 9; ++y) {
-        for (int x = 6; x < 9; ++x)
-            image.setPixel(x, y, 0xFFC8281Eu);
+    QImage image(size, size, QImage::Format_ARGB32);
+    int inset = 0;
+    for (QRgb colour : colours) {
+        for (int y = inset; y < size - inset; ++y) {
+            for (int x = inset; x < size - inset; ++x)
+                image.setPixel(x, y, colour);
+        }
+        inset += step;
     }
     return image;
 }
 
-std::size_t outlinesWith(double leastBorder)
+TracePlan flatPlan(int colours = 8)
 {
     TracePlan plan;
     Flat flat;
-    flat.colours = 4;
+    flat.colours = colours;
     plan.segmentation = flat;
-    plan.geometry.leastBorder = leastBorder;
-    return traceImage(Picture(mark()), plan).drawing.outlines.size();
+    return plan;
+}
+
+TracePlan inkPlan()
+{
+    TracePlan plan;
+    plan.segmentation = Ink();
+    return plan;
+}
+
+std::vector<QRgb> coloursOf(const Drawing &drawing)
+{
+    std::vector<QRgb> colours;
+    for (const Outline &outline : drawing.outlines)
+        colours.push_back(outline.colour);
+    return colours;
 }
 
 } // namespace
@@ -40,17 +66,173 @@ class tst_Pipeline : public QObject
     Q_OBJECT
 
 private slots:
-    void smallAreasGoBelowTheLeastBorder()
+    void initTestCase() { switchDebugOutput(false); }
+
+    void paintedInOrderNestedAreasGiveThePicture()
     {
-        QCOMPARE(outlinesWith(12.0), std::size_t(2));
-        QCOMPARE(outlinesWith(13.0), std::size_t(1));
+        const TraceResult result = traceImage(nested({ kRed, kBlue, kWhite }), flatPlan());
+        QCOMPARE(coloursOf(result.drawing), (std::vector<QRgb> { kRed, kBlue, kWhite }));
+        QCOMPARE(result.drawing.width, 60);
+        for (const Outline &outline : result.drawing.outlines)
+            QVERIFY(outline.holes.empty());
+        QCOMPARE(result.drawing.outlines[1].layer, QString::fromLatin1("COLOR_2020E0"));
     }
 
-    void leastBorderThatIsNoNumberKeepsAll()
+    void commonestColourIsTheGround()
     {
-        QCOMPARE(outlinesWith(std::numeric_limits<double>::quiet_NaN()), std::size_t(2));
-        QCOMPARE(outlinesWith(-std::numeric_limits<double>::infinity()), std::size_t(2));
-        QCOMPARE(outlinesWith(std::numeric_limits<double>::infinity()), std::size_t(1));
+        const TraceResult result = traceImage(nested({ kRed, kBlue }, 60, 20), flatPlan());
+        QCOMPARE(result.drawing.ground, kRed);
+    }
+
+    void whatIsTransparentIsCutOut()
+    {
+        const TraceResult result = traceImage(nested({ kRed, 0u, kBlue }), flatPlan());
+        QCOMPARE(result.drawing.ground, 0u);
+        const Outline &red = result.drawing.outlines.at(0);
+        QCOMPARE(red.holes.size(), std::size_t(1));
+        const Outline &hole = result.drawing.outlines.at(std::size_t(red.holes[0]));
+        QCOMPARE(qAlpha(hole.colour), 0);
+        QCOMPARE(hole.layer, red.layer);
+    }
+
+    void byLayerEveryAreaIsCutOutOfTheOneAround()
+    {
+        TracePlan plan = flatPlan();
+        plan.composition.byLayer = true;
+        const TraceResult result = traceImage(nested({ kRed, kBlue, kWhite }), plan);
+        QCOMPARE(result.drawing.outlines[0].holes, (std::vector<int> { 1 }));
+        QCOMPARE(result.drawing.outlines[1].holes, (std::vector<int> { 2 }));
+    }
+
+    void onlyOneColourStays()
+    {
+        TracePlan plan = flatPlan();
+        plan.composition.onlyColours = { kBlue };
+        const TraceResult result = traceImage(nested({ kRed, kBlue, kWhite }), plan);
+        QCOMPARE(result.drawing.outlines.size(), std::size_t(2)); // and its hole
+        QCOMPARE(result.drawing.outlines[0].colour, kBlue);
+        QCOMPARE(qAlpha(result.drawing.outlines[1].colour), 0);
+        QCOMPARE(result.drawing.ground, 0u);
+    }
+
+    void frameOfThePageGoes()
+    {
+        TracePlan plan = inkPlan();
+        const QImage page = nested({ kWhite, kBlack });
+        QCOMPARE(traceImage(page, plan).drawing.outlines.size(), std::size_t(2));
+        plan.composition.frame = false;
+        const TraceResult result = traceImage(page, plan);
+        QCOMPARE(coloursOf(result.drawing), (std::vector<QRgb> { kBlack }));
+        QCOMPARE(result.drawing.ground, 0u);
+    }
+
+    void neighboursSideBySideAreTrapped()
+    {
+        QImage image(60, 40, QImage::Format_ARGB32);
+        for (int y = 0; y < 40; ++y) {
+            for (int x = 0; x < 60; ++x)
+                image.setPixel(x, y, x < 20 ? kRed : x < 40 ? kBlue : kWhite);
+        }
+        TracePlan plan = flatPlan();
+        const auto strokes = [&] {
+            const TraceResult result = traceImage(image, plan);
+            return std::count_if(result.drawing.outlines.begin(), result.drawing.outlines.end(),
+                                 [](const Outline &outline) { return outline.seam > 0.0; });
+        };
+        QVERIFY(strokes() > 0);
+        plan.composition.trapping = false;
+        QCOMPARE(strokes(), std::ptrdiff_t(0));
+    }
+
+    void penColoursAreThoseOfThePlan()
+    {
+        TracePlan plan = inkPlan();
+        Ink ink;
+        ink.inkColour = kBlue;
+        ink.paperColour = kRed;
+        plan.segmentation = ink;
+        const TraceResult result = traceImage(nested({ kWhite, kBlack }), plan);
+        QCOMPARE(coloursOf(result.drawing), (std::vector<QRgb> { kRed, kBlue }));
+        QCOMPARE(result.report.palette, (std::vector<QRgb> { kBlue, kRed }));
+    }
+
+    void sameSeedSameDrawing()
+    {
+        TracePlan plan;
+        plan.segmentation = Blend { 6, false, { { "numberofcolors", 6 } } };
+        const QImage image = nested({ kRed, 0xFFD03020u, kBlue, 0xFF3030D0u, kWhite }, 60, 6);
+        const Drawing one = traceImage(image, plan).drawing;
+        const Drawing two = traceImage(image, plan).drawing;
+        QCOMPARE(one.outlines.size(), two.outlines.size());
+        for (std::size_t i = 0; i < one.outlines.size(); ++i)
+            QVERIFY(one.outlines[i].shape == two.outlines[i].shape);
+    }
+
+    void smallAreasGoToTheirNeighbours()
+    {
+        QImage image = nested({ kRed, kBlue });
+        image.setPixel(30, 30, kWhite);
+        TracePlan plan = flatPlan();
+        plan.geometry.leastBorder = 8;
+        QCOMPARE(traceImage(image, plan).drawing.outlines.size(), std::size_t(2));
+    }
+
+    void softEdgesAreToldWhenThereAreNone()
+    {
+        TracePlan plan = inkPlan();
+        plan.geometry.upsampling = 3;
+        const TraceResult result = traceImage(nested({ kWhite, kBlack }), plan);
+        QCOMPARE(result.report.remarks.size(), std::size_t(1));
+        QCOMPARE(int(result.report.remarks[0]), int(Remark::NoSoftEdges));
+        QCOMPARE(result.report.upsampling, 1);
+    }
+
+    void rawLeavesAllToTheEngine()
+    {
+        TracePlan plan;
+        plan.segmentation = Raw { { { "colorsampling", 1 }, { "numberofcolors", 4 } } };
+        const TraceResult result = traceImage(nested({ kRed, kBlue }), plan);
+        QCOMPARE(result.report.engine.size(), std::size_t(12));
+        QCOMPARE(result.report.palette.size(), std::size_t(4));
+        plan.segmentation = Raw { { { "numberofcolors", 0 } } };
+        QVERIFY_EXCEPTION_THROWN(traceImage(nested({ kRed, kBlue }), plan), TraceError);
+    }
+
+    void gridsThatAreTooFineAreRefused()
+    {
+        requireRoom(6000, 3000, 7);
+        QVERIFY_EXCEPTION_THROWN(requireRoom(6000, 3000, 8), TraceError);
+    }
+
+    void areasThatMustNotBeOneKeepTheirColour()
+    {
+        // A ring that closes over a corner only: the paper inside is not the paper outside.
+        const std::vector<uint8_t> labels = { 1, 1, 1, 1, 1, //
+                                              1, 0, 0, 1, 1, //
+                                              1, 0, 1, 0, 1, //
+                                              1, 0, 0, 0, 1, //
+                                              1, 1, 1, 1, 1 };
+        Areas areas { scanRuns(labels.data(), 5, 5), { kBlack, kWhite } };
+        QVERIFY(separateAreas(&areas));
+        QVERIFY(areas.colours.size() > 2);
+        for (std::size_t k = 2; k < areas.colours.size(); ++k)
+            QVERIFY(areas.colours[k] == kWhite || areas.colours[k] == kBlack);
+    }
+
+    void optionsAreComplete()
+    {
+        const EngineOptions options = allOptions({ { "ltres", 9.0 } });
+        QCOMPARE(options.size(), std::size_t(12));
+        QCOMPARE(options.at("ltres"), 9.0);
+        QCOMPARE(options.at("pathomit"), 8.0);
+    }
+
+    void onePixelIsAnOutline()
+    {
+        QImage image(1, 1, QImage::Format_ARGB32);
+        image.fill(kRed);
+        for (const TracePlan &plan : { flatPlan(), inkPlan() })
+            QCOMPARE(traceImage(image, plan).drawing.width, 1);
     }
 };
 

@@ -1,0 +1,81 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "toolkit.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ztrace {
+
+namespace {
+
+// How images of pixels, and drawings as JSON, begin.
+const struct
+{
+    const char *bytes;
+    std::size_t size;
+} kBeginnings[] = {
+    { "\x89PNG", 4 }, { "\xFF\xD8\xFF", 3 }, { "II*\0", 4 }, { "MM\0*", 4 }, { "GIF8", 4 },
+    { "BM", 2 },      { "P1", 2 },           { "P2", 2 },    { "P3", 2 },    { "P4", 2 },
+    { "P5", 2 },      { "P6", 2 },           { "{", 1 },     { "RIFF", 4 },
+};
+
+enum class Beginning { NoFile, Pixels, Other };
+
+Beginning beginningOf(const char *fileName)
+{
+    struct stat info;
+    if (stat(fileName, &info) != 0 || !S_ISREG(info.st_mode))
+        return Beginning::NoFile;
+    char bytes[4] = { 0, 0, 0, 0 };
+    const int file = open(fileName, O_RDONLY | O_CLOEXEC);
+    const ssize_t size = file >= 0 ? read(file, bytes, sizeof bytes) : -1;
+    if (file >= 0)
+        close(file);
+    for (const auto &beginning : kBeginnings) {
+        if (size >= static_cast<ssize_t>(beginning.size)
+            && std::memcmp(bytes, beginning.bytes, beginning.size) == 0)
+            return Beginning::Pixels;
+    }
+    return Beginning::Other;
+}
+
+} // namespace
+
+bool needsFonts(int argc, const char *const *argv)
+{
+    bool pixels = false;
+    for (int i = 1; i < argc; ++i) {
+        const Beginning beginning = beginningOf(argv[i]);
+        if (beginning == Beginning::Other)
+            return true;
+        pixels = pixels || beginning == Beginning::Pixels;
+    }
+    return !pixels;
+}
+
+std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv)
+{
+    static int ownName = 1; // the toolkit has options of its own, which are not ours
+    if (needsFonts(argc, argv))
+        return std::make_unique<QGuiApplication>(ownName, argv);
+    return std::make_unique<QCoreApplication>(ownName, argv);
+}
+
+void leave(int code)
+{
+    std::fflush(nullptr);
+#if defined(__SANITIZE_ADDRESS__) || defined(ZTRACE_COVERAGE)
+    std::exit(code);
+#else
+    _exit(code);
+#endif
+}
+
+} // namespace ztrace

@@ -1,0 +1,188 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "tracejob.h"
+
+#include "effects.h"
+#include "failure.h"
+#include "messages.h"
+#include "onlycolours.h"
+#include "plan.h"
+#include "presets.h"
+#include "textfile.h"
+
+#include "drawing/signals.h"
+#include "drawing/text.h"
+#include "imaging/classify.h"
+#include "imaging/paper.h"
+#include "imaging/resolution.h"
+
+#include <algorithm>
+
+namespace ztrace {
+
+namespace {
+
+const char *presetOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::LineArt:
+        return "lineart";
+    case Kind::Logo:
+        return "logo";
+    case Kind::Poster:
+        return "poster";
+    case Kind::Photo:
+        break;
+    }
+    return "photo";
+}
+
+Look lookAt(Picture *picture)
+{
+    const Classification classified = classify(picture);
+    return { presetOf(classified.kind), classified.reason };
+}
+
+const char *sentenceOf(Remark remark)
+{
+    switch (remark) {
+    case Remark::NoClearDirection:
+        return "--deskew: no clear direction was found within 6 degrees";
+    case Remark::NoSoftEdges:
+        return "--upsample has no effect: the image has no soft edges";
+    case Remark::TooManyShapes:
+        break;
+    }
+    return "--fit shapes has no effect: the image has too many small areas";
+}
+
+// The job's settings, completed by the preset.
+Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
+{
+    Settings settings = job.settings;
+    if (settings.raw)
+        return settings;
+    *look = settings.preset == kAutoPreset ? lookAt(picture) : Look { settings.preset, "" };
+    const Preset preset = findPreset(look->preset);
+    std::set<std::string> given = job.given;
+    applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
+                  &settings);
+    return settings;
+}
+
+void makeSquare(const Resolution &resolution, const TraceJob &job, Picture *picture)
+{
+    const std::string sizes = inputName(job.input) + ": "
+        + numberText(resolution.across, 2).toStdString() + " x "
+        + numberText(resolution.down, 2).toStdString() + " pixels an inch";
+    if (job.settings.raw) {
+        job.warn(sizes + " are taken as square, since --raw changes nothing");
+        return;
+    }
+    job.warn(sizes + " are made square");
+    const Uninterrupted inherited;
+    QImage square = withSquarePixels(picture->asImage());
+    if (square.isNull())
+        failForMemory();
+    *picture = Picture(std::move(square));
+}
+
+// Pixels that are not square are made so, and what has to be guessed is told.
+void useResolution(const Settings &settings, const TraceJob &job, Picture *picture)
+{
+    const bool given = settings.dpi && *settings.dpi > 0.0;
+    const Resolution resolution = resolutionOf(picture->asImage());
+    if (!given && !resolution.isSquare())
+        makeSquare(resolution, job, picture);
+    if (settings.unit == Unit::Pixel)
+        return;
+    if (!given && !tellsResolution(picture->asImage()))
+        job.warn(inputName(job.input)
+                 + ": 96 pixels an inch are taken, as it says nothing else (see --dpi)");
+    for (const Output &output : job.outputs) {
+        if ((output.format->capabilities & kChoosesCurves)
+            && settings.dxf.version == DxfVersion::R12)
+            job.warn("r12 has no place for the unit; programs have to be told when they read it");
+    }
+}
+
+// The colours that are to be kept are among the palette's, which is known after a trace.
+TraceResult traceOnly(Picture picture, TracePlan plan, const TraceJob &job)
+{
+    const std::vector<QRgb> wanted = plan.composition.onlyColours;
+    if (wanted.empty())
+        return traceImage(std::move(picture), plan, job.announce);
+    TraceResult result = traceImage(picture, plan, job.announce);
+    std::vector<std::string> notes;
+    plan.composition.onlyColours = nearestInPalette(wanted, result.report.palette, &notes);
+    for (const std::string &note : notes)
+        job.warn(note);
+    if (plan.composition.onlyColours == wanted)
+        return result;
+    return traceImage(std::move(picture), plan, job.announce);
+}
+
+} // namespace
+
+void useConfiguration(Settings *settings, std::set<std::string> *given)
+{
+    const std::string file = settings->config;
+    if (!file.empty()) {
+        applySettings(parseSettings(textOfFile(file), file, Role::Configuration), file, given,
+                      settings);
+        settings->filesRead.push_back(file);
+    }
+    // A wrong name is to be told before the work.
+    if (settings->preset == kAutoPreset)
+        return;
+    const Preset preset = findPreset(settings->preset);
+    if (preset.origin != kBuiltIn)
+        settings->filesRead.push_back(preset.origin);
+}
+
+void warnOfSource(const ImageSource &source, const TraceJob &job)
+{
+    const std::string name = inputName(job.input);
+    if (source.filesLeftOut() > 0)
+        job.warn(name + ": files that the image names are not loaded");
+    if (job.given.count("page"))
+        return;
+    const int pages = std::max(source.pages(), source.pagesClaimed());
+    if (pages > 1) {
+        job.warn(name + ": page 1 of " + std::to_string(pages)
+                 + " is traced (see --page; --page all takes every one)");
+    }
+}
+
+void warnOfEnding(Ending ending, const TraceJob &job)
+{
+    const std::string name = inputName(job.input);
+    if (ending == Ending::CutShort)
+        job.warn(name + ": the image is incomplete; what is missing has one colour");
+    if (ending == Ending::Untold)
+        job.warn(name + ": whether the image is complete cannot be told of this format");
+}
+
+TracedPicture tracePicture(QImage image, const TraceJob &job)
+{
+    TracedPicture traced;
+    traced.look = { "raw", "" };
+    if (job.announce)
+        job.announce("looking");
+    if (job.settings.background && !job.settings.raw) {
+        image = image.convertToFormat(QImage::Format_ARGB32);
+        putOnPaper(&image, *job.settings.background);
+    }
+    Picture picture(std::move(image));
+    traced.settings = settingsFor(job, &picture, &traced.look);
+    for (const std::string &sentence :
+         withoutEffect(job.onTheSpot, false, traced.settings, job.outputs))
+        job.warn(sentence);
+    useResolution(traced.settings, job, &picture);
+    traced.result = traceOnly(std::move(picture), planOf(traced.settings), job);
+    for (Remark remark : traced.result.report.remarks)
+        job.warn(sentenceOf(remark));
+    traced.result.drawing.about = aboutTrace(traced.result, traced.look, traced.settings);
+    return traced;
+}
+
+} // namespace ztrace

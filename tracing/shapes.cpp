@@ -1,0 +1,384 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "shapes.h"
+
+#include "composition.h"
+
+#include "fit/fit.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+namespace ztrace {
+
+namespace {
+
+const uint32_t kChainsAtOnce = 16;  // that a thread takes
+const double kNodeLeavesOut = 1.6;  // pixels around a node where three colours mix
+const double kNodeLooksAt = 7.0;    // pixels around a node that tell where it is
+const double kNodeAnchor = 0.05;    // weight of the lattice point beside that of a chain
+const double kNodeReach = 0.75;     // pixels from there at most
+const double kRimReach = 0.45;      // likewise of nodes on the rim, so that none passes another
+const double kQuarterOfEllipse = 0.5522847498307936; // control points, of the half axes
+
+// What a Path can hold: no elliptic arcs; ellipses go in as four cubics.
+fit::Settings settings()
+{
+    fit::Prices prices = fit::svgPrices();
+    prices.ellipticArc = fit::kNotOffered;
+    return fit::settingsFor(prices);
+}
+
+Tone toneOf(QRgb colour, int channels)
+{
+    if (channels == 1)
+        return { { float(qGray(colour)), 0, 0, 0 } };
+    const float alpha = float(qAlpha(colour)) / 255.0f;
+    return { { float(qRed(colour)) * alpha, float(qGreen(colour)) * alpha,
+               float(qBlue(colour)) * alpha, float(qAlpha(colour)) } };
+}
+
+bool isOnRim(const Chain &chain)
+{
+    return chain.left < 0 || chain.right < 0;
+}
+
+class ChainFitter
+{
+public:
+    ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries)
+        : map(std::move(boundaries)), edges(picture, map, tonesOf(areas.colours, picture.channels))
+    {
+        points.resize(map.chains.size());
+        paths.resize(map.chains.size());
+        forEachChain([this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
+        placeNodes();
+        forEachChain([this](uint32_t chain) { fitOne(chain); });
+    }
+
+    const BoundaryMap &boundaries() const { return map; }
+
+    // Pieces in the direction of the reference.
+    void append(uint32_t reference, std::vector<fit::Piece> *pieces) const
+    {
+        const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
+        if (!isReversed(reference)) {
+            pieces->insert(pieces->end(), own.begin(), own.end());
+            return;
+        }
+        for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
+            pieces->push_back(fit::reversed(*piece));
+    }
+
+private:
+    static std::vector<Tone> tonesOf(const std::vector<QRgb> &colours, int channels)
+    {
+        std::vector<Tone> tones;
+        for (QRgb colour : colours)
+            tones.push_back(toneOf(colour, channels));
+        return tones;
+    }
+
+    // Each chain is worked on by one thread and has a place of its own for what comes out.
+    template<typename Work>
+    void forEachChain(const Work &work)
+    {
+        const uint32_t count = uint32_t(map.chains.size());
+        std::atomic<uint32_t> next(0);
+        std::exception_ptr failure;
+        std::atomic<bool> failed(false);
+        const auto run = [&] {
+            try {
+                for (uint32_t first; (first = next.fetch_add(kChainsAtOnce)) < count;) {
+                    for (uint32_t k = first; k < std::min(count, first + kChainsAtOnce); ++k)
+                        work(k);
+                }
+            } catch (...) {
+                if (!failed.exchange(true))
+                    failure = std::current_exception();
+            }
+        };
+        std::vector<std::thread> threads;
+        const unsigned most = std::min(std::max(1u, std::thread::hardware_concurrency()),
+                                       1 + count / (4 * kChainsAtOnce));
+        for (unsigned k = 1; k < most; ++k)
+            threads.emplace_back(run);
+        run();
+        for (std::thread &thread : threads)
+            thread.join();
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+
+    // Where the chains that end in a node meet: least squares of the distances from their lines
+    // beside it. On the rim it stays on the rim, in corners of the plane where it is.
+    void placeNodes()
+    {
+        const int width = map.runs.width;
+        const int height = map.runs.height;
+        for (const Node &node : map.nodes) {
+            const bool upright = node.x == 0 || node.x == width;
+            const bool flat = node.y == 0 || node.y == height;
+            fit::Point p = { double(node.x), double(node.y) };
+            if (!(upright && flat))
+                p = meetingAt(node, p, !upright, !flat);
+            places.push_back(p);
+        }
+    }
+
+    fit::Point meetingAt(const Node &node, fit::Point lattice, bool movesInX, bool movesInY) const
+    {
+        double xx = kNodeAnchor, xy = 0, yy = kNodeAnchor, x = 0, y = 0;
+        for (uint32_t reference : node.leaving) {
+            fit::Point normal, on;
+            if (reference == kNoReference || isOnRim(map.chains[chainOf(reference)])
+                || !lineBeside(reference, lattice, &normal, &on))
+                continue;
+            const double d = dot(normal, on - lattice);
+            xx += normal.x * normal.x;
+            xy += normal.x * normal.y;
+            yy += normal.y * normal.y;
+            x += normal.x * d;
+            y += normal.y * d;
+        }
+        fit::Point move = { 0, 0 };
+        if (movesInX && movesInY) {
+            const double determinant = xx * yy - xy * xy;
+            move = { (x * yy - y * xy) / determinant, (y * xx - x * xy) / determinant };
+        } else if (movesInX) {
+            move.x = x / xx;
+        } else {
+            move.y = y / yy;
+        }
+        const double length = std::sqrt(dot(move, move));
+        const double most = movesInX && movesInY ? kNodeReach : kRimReach;
+        return lattice + (length > most ? most / length : 1.0) * move;
+    }
+
+    // The line of the points of a chain that are near its begin; false where too few are.
+    bool lineBeside(uint32_t reference, fit::Point lattice, fit::Point *normal,
+                    fit::Point *on) const
+    {
+        const ChainPoints &p = points[chainOf(reference)];
+        const std::size_t count = p.x.size();
+        double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0, syy = 0;
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t i = isReversed(reference) ? count - 1 - k : k;
+            const fit::Point d = fit::Point { p.x[i], p.y[i] } - lattice;
+            const double distance = std::sqrt(dot(d, d));
+            if (distance > kNodeLooksAt)
+                break;
+            if (distance < kNodeLeavesOut)
+                continue;
+            n += 1;
+            sx += d.x;
+            sy += d.y;
+            sxx += d.x * d.x;
+            sxy += d.x * d.y;
+            syy += d.y * d.y;
+        }
+        if (n < 3)
+            return false;
+        const fit::Point mean = { sx / n, sy / n };
+        const double angle
+            = 0.5 * std::atan2(2 * (sxy / n - mean.x * mean.y),
+                               sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
+        *normal = { -std::sin(angle), std::cos(angle) };
+        *on = lattice + mean;
+        return true;
+    }
+
+    void fitOne(uint32_t number)
+    {
+        const Chain &chain = map.chains[number];
+        ChainPoints &p = points[number];
+        const bool loop = chain.startNode == kNoNode;
+        if (isOnRim(chain) && !loop) {
+            paths[number].pieces
+                = { fit::linePiece(places[std::size_t(chain.startNode)],
+                                   places[std::size_t(chain.endNode)]) };
+            return;
+        }
+        if (!loop)
+            pinEnds(chain, &p);
+        const fit::Chain view = { p.x.data(),
+                                  p.y.data(),
+                                  p.sigma.empty() ? nullptr : p.sigma.data(),
+                                  int(p.x.size()),
+                                  loop,
+                                  p.edge,
+                                  !loop,
+                                  !loop };
+        paths[number] = fit::fitChain(view, settings());
+        p = ChainPoints();
+    }
+
+    // Nodes instead of what was measured where three colours mix.
+    void pinEnds(const Chain &chain, ChainPoints *p) const
+    {
+        const fit::Point start = places[std::size_t(chain.startNode)];
+        const fit::Point end = places[std::size_t(chain.endNode)];
+        ChainPoints kept;
+        kept.edge = p->edge;
+        const bool soft = !p->sigma.empty();
+        const auto add = [&](fit::Point q, double sigma) {
+            kept.x.push_back(q.x);
+            kept.y.push_back(q.y);
+            if (soft)
+                kept.sigma.push_back(sigma);
+        };
+        add(start, fit::kSoftSigma);
+        for (std::size_t k = 0; k < p->x.size(); ++k) {
+            const fit::Point q = { p->x[k], p->y[k] };
+            const fit::Point a = q - start;
+            const fit::Point b = q - end;
+            const double near = std::sqrt(std::min(dot(a, a), dot(b, b)));
+            if (!soft || near > kNodeLeavesOut)
+                add(q, soft ? p->sigma[k] : 0);
+        }
+        add(end, fit::kSoftSigma);
+        *p = std::move(kept);
+    }
+
+    const BoundaryMap map;
+    const SoftEdges edges;
+    std::vector<ChainPoints> points;
+    std::vector<fit::Point> places; // of nodes
+    std::vector<fit::Path> paths;
+};
+
+// From the picture, y downwards, to the drawing.
+class ShapeWriter
+{
+public:
+    explicit ShapeWriter(int pictureHeight) : height(pictureHeight) { }
+
+    Path pathOf(const std::vector<fit::Piece> &pieces) const
+    {
+        Path path;
+        if (pieces.empty())
+            return path;
+        if (fit::isWhole(pieces.front().kind)) {
+            whole(pieces.front(), &path);
+            return path;
+        }
+        path.moveTo(at(pieces.front().start));
+        path.reserve(pieces.size(), 2 * pieces.size() + 1);
+        for (const fit::Piece &piece : pieces)
+            append(piece, &path);
+        return path;
+    }
+
+private:
+    Point at(fit::Point p) const { return Point(p.x, height - p.y); }
+
+    void append(const fit::Piece &piece, Path *path) const
+    {
+        switch (piece.kind) {
+        case fit::Kind::Arc:
+            path->arcTo(at(piece.end), -piece.bulge); // turned over with y
+            break;
+        case fit::Kind::Quadratic:
+            path->quadraticTo(at(piece.control), at(piece.end));
+            break;
+        case fit::Kind::Cubic:
+            path->cubicTo(at(piece.control), at(piece.control2), at(piece.end));
+            break;
+        default:
+            path->lineTo(at(piece.end));
+        }
+    }
+
+    // Clockwise on the screen, as areas' outlines go.
+    void whole(const fit::Piece &shape, Path *path) const
+    {
+        const fit::Point u = { std::cos(shape.angle), std::sin(shape.angle) };
+        const fit::Point v = { -u.y, u.x };
+        const auto place = [&](double along, double across) {
+            return at(shape.centre + along * u + across * v);
+        };
+        const double a = shape.half[0];
+        const double b = shape.half[1];
+        if (shape.kind == fit::Kind::Circle) {
+            path->moveTo(place(a, 0));
+            path->arcTo(place(-a, 0), -1.0);
+            path->arcTo(place(a, 0), -1.0);
+        } else if (shape.kind == fit::Kind::Ellipse) {
+            static const double cosine[4] = { 1, 0, -1, 0 };
+            path->moveTo(place(a, 0));
+            for (int k = 0; k < 4; ++k) {
+                const double c0 = cosine[k], s0 = cosine[(k + 3) % 4];
+                const double c1 = cosine[(k + 1) % 4], s1 = cosine[k];
+                const double f = kQuarterOfEllipse;
+                path->cubicTo(place(a * (c0 - f * s0), b * (s0 + f * c0)),
+                              place(a * (c1 + f * s1), b * (s1 - f * c1)), place(a * c1, b * s1));
+            }
+        } else {
+            rounded(shape, place, path);
+        }
+    }
+
+    template<typename Place>
+    void rounded(const fit::Piece &shape, const Place &place, Path *path) const
+    {
+        static const int signs[4][2] = { { -1, -1 }, { 1, -1 }, { 1, 1 }, { -1, 1 } };
+        const double r = std::min({ shape.radius, shape.half[0], shape.half[1] });
+        const double bulge = -std::tan(std::atan(1.0) / 2); // a quarter of a circle
+        for (int k = 0; k < 4; ++k) {
+            const double x = signs[k][0] * shape.half[0];
+            const double y = signs[k][1] * shape.half[1];
+            // Upright sides come before corners 0 and 2, flat ones before 1 and 3.
+            const bool upright = k % 2 == 0;
+            const Point before = upright ? place(x, y - signs[k][1] * r)
+                                         : place(x - signs[k][0] * r, y);
+            const Point after = upright ? place(x - signs[k][0] * r, y)
+                                        : place(x, y - signs[k][1] * r);
+            if (k == 0)
+                path->moveTo(r > 0 ? before : place(x, y));
+            else if (r > 0)
+                path->lineTo(before);
+            else
+                path->lineTo(place(x, y));
+            if (r > 0)
+                path->arcTo(after, bulge);
+        }
+        path->lineTo(path->start());
+    }
+
+    double height;
+};
+
+} // namespace
+
+std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture)
+{
+    BoundaryMap map = makeBoundaryMap(areas.runs);
+    std::size_t cracks = 0;
+    for (const Chain &chain : map.chains)
+        cracks += chain.cracks;
+    if (map.chains.size() > kMostChains || cracks > kMostCracks)
+        return std::nullopt;
+    const ChainFitter fitter(areas, picture, std::move(map));
+    const BoundaryMap &boundaries = fitter.boundaries();
+    const ShapeWriter writer(areas.runs.height);
+    ShapeOutlines shapes;
+    for (std::size_t area = 0; area < boundaries.areas.list.size(); ++area) {
+        const uint32_t ring = boundaries.firstRing[area];
+        std::vector<fit::Piece> pieces;
+        for (uint32_t k = boundaries.firstReference[ring]; k < boundaries.firstReference[ring + 1];
+             ++k)
+            fitter.append(boundaries.references[k], &pieces);
+        Outline outline;
+        outline.shape = writer.pathOf(pieces);
+        if (outline.shape.pieces().empty())
+            continue;
+        outline.colour = areas.colours[boundaries.areas.list[area].label];
+        outline.layer = layerOfColour(outline.colour);
+        shapes.outlines.push_back(std::move(outline));
+        shapes.firstPixel.push_back(boundaries.areas.list[area].firstPixel);
+    }
+    return shapes;
+}
+
+} // namespace ztrace

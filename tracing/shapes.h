@@ -1,0 +1,34 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// True shapes: every boundary between two areas fitted once, the areas drawn from what was found.
+// docs/tracing/shapes.md.
+#ifndef ZTRACE_TRACING_SHAPES_H
+#define ZTRACE_TRACING_SHAPES_H
+
+#include "drawing/Drawing.h"
+#include "Areas.h"
+#include "softedges.h"
+
+#include <optional>
+
+namespace ztrace {
+
+// Outer outlines of the areas (Connectivity::Split) in the order of their first pixels, which
+// firstPixel tells: what lies in an area comes after it. Neighbours have the same pieces where
+// they meet, forwards or backwards.
+struct ShapeOutlines
+{
+    std::vector<Outline> outlines;
+    std::vector<std::size_t> firstPixel; // y * width + x
+};
+
+// Fits on all cores; the outlines do not depend on how many there are. The picture has the size of
+// the areas, which need no labels of their own where they touch at corners. Nothing where the areas
+// have more boundaries than kMostChains or longer ones than kMostCracks: noise and checkerboards.
+std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture);
+const std::size_t kMostChains = 200000;
+const std::size_t kMostCracks = 12000000;
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,415 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "tracing/softedges.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+using fit::Point;
+
+namespace {
+
+const int kLeastOwnPixels = 12;    // that tell an area's own tone
+const double kLeastContrast = 12;  // steps of 255; below, an edge's place is its cracks'
+const double kMixed = 0.1;         // of coverage: a pixel this far from both sides is mixed
+const double kSoftShare = 0.3;     // of the corners of a soft chain lie beside mixed pixels
+const double kUsefulCosine = 0.62; // between normal and axis; steeper cracks say little
+const int kColumn = 3;             // pixels on either side of a crack that a blurred edge takes
+const double kPlain = 0.02;        // of coverage: nearer to a side's tone, a pixel is that side's
+const double kFarthest = 1.5;      // pixels from a crack to the edge that it stands for
+// The deviation of normal errors over the mean absolute difference of two of them.
+const double kDeviationOfDifference = 0.8862;
+const int kThinStroke = 5;         // pixels across which no pixel need have the stroke's own tone
+const double kBlurredBy = 0.15;    // of coverage: both pixels at a crack are mixed by that much
+const double kBlurredSlope = 0.7;  // and differ by less
+// Pixels of sigma for each mixed pixel in a column beyond the two of a sharp edge: around corners
+// and in narrow places blurred edges lie elsewhere.
+const double kSigmaOfBlur = 0.04;
+
+double clamped(double value, double low, double high)
+{
+    return std::min(high, std::max(low, value));
+}
+
+} // namespace
+
+// What coverage of the right side means along a chain.
+struct SoftEdges::Side
+{
+    uint32_t left;
+    uint32_t right;
+    Tone base; // of the left side
+    Tone span; // from there to the right side's
+    double square;
+    double noise; // of coverage
+};
+
+// From lattice point (x, y) by one step.
+struct SoftEdges::Crack
+{
+    int x;
+    int y;
+    Heading heading;
+
+    Point middle() const { return { x + 0.5 * stepX(heading), y + 0.5 * stepY(heading) }; }
+    // To the left.
+    int acrossX() const { return stepX(turned(heading, 3)); }
+    int acrossY() const { return stepY(turned(heading, 3)); }
+    int rightX() const { return heading == kRight || heading == kUp ? x : x - 1; }
+    int rightY() const { return heading == kRight || heading == kDown ? y : y - 1; }
+};
+
+double offsetOfCoverage(Point normal, double coverage)
+{
+    const double a = std::fabs(normal.x);
+    const double b = std::fabs(normal.y);
+    const double high = std::max(a, b);
+    const double low = std::min(a, b);
+    const double part = std::min(coverage, 1 - coverage);
+    const double offset = 2 * part * high < low
+        ? std::sqrt(2 * std::max(0.0, part) * low * high) - 0.5 * (high + low)
+        : (part - 0.5) * high;
+    return coverage < 0.5 ? offset : -offset;
+}
+
+SoftEdges::SoftEdges(const EdgePicture &p, const BoundaryMap &m, const std::vector<Tone> &tones)
+    : picture(p), map(m)
+{
+    if (picture.hard)
+        return;
+    areas.resize(map.runs.pixels());
+    forEachRun(map.runs, [this](uint32_t run, int y, int begin, int end) {
+        const auto row = areas.begin() + std::ptrdiff_t(y) * map.runs.width;
+        std::fill(row + begin, row + end, map.areas.ofRun[run]);
+    });
+    measureTones(tones);
+}
+
+uint32_t SoftEdges::areaAt(int x, int y) const
+{
+    if (x < 0 || y < 0 || x >= picture.width || y >= picture.height)
+        return uint32_t(-1);
+    return areas[std::size_t(y) * std::size_t(picture.width) + std::size_t(x)];
+}
+
+// An area's tone is the mean of the pixels with nothing else around them. Noise is measured between
+// neighbours among these.
+void SoftEdges::measureTones(const std::vector<Tone> &tones)
+{
+    const int channels = picture.channels;
+    const std::size_t count = map.areas.list.size();
+    std::vector<std::array<double, kMostChannels>> sums(count, { { 0, 0, 0, 0 } });
+    std::vector<uint32_t> pixels(count, 0);
+    std::vector<double> differences(count, 0.0);
+    std::vector<uint32_t> compared(count, 0);
+    const auto isOwn = [this](int x, int y) {
+        const uint32_t area = areaAt(x, y);
+        for (int v = -1; v <= 1; ++v) {
+            for (int u = -1; u <= 1; ++u) {
+                if (areaAt(x + u, y + v) != area)
+                    return false;
+            }
+        }
+        return true;
+    };
+    for (int y = 1; y + 1 < picture.height; ++y) {
+        bool before = false;
+        for (int x = 1; x + 1 < picture.width; ++x) {
+            const bool own = isOwn(x, y);
+            if (own) {
+                const uint8_t *value = picture.at(x, y);
+                for (int c = 0; c < channels; ++c)
+                    sums[areaAt(x, y)][std::size_t(c)] += value[c];
+                ++pixels[areaAt(x, y)];
+                if (before && areaAt(x, y) == areaAt(x - 1, y)) {
+                    for (int c = 0; c < channels; ++c)
+                        differences[areaAt(x, y)] += std::abs(int(value[c]) - int(value[c - channels]));
+                    ++compared[areaAt(x, y)];
+                }
+            }
+            before = own;
+        }
+    }
+    struct Sum
+    {
+        double tone[kMostChannels] = { 0, 0, 0, 0 };
+        double pixels = 0;
+        double differences = 0;
+        double compared = 0;
+    };
+    std::vector<Sum> ofLabel(tones.size());
+    for (std::size_t a = 0; a < count; ++a) {
+        Sum &label = ofLabel[map.areas.list[a].label];
+        for (std::size_t c = 0; c < kMostChannels; ++c)
+            label.tone[c] += sums[a][c];
+        label.pixels += pixels[a];
+        label.differences += differences[a];
+        label.compared += compared[a];
+    }
+    toneOf.resize(count);
+    noiseOf.resize(count);
+    for (std::size_t a = 0; a < count; ++a) {
+        const std::size_t label = map.areas.list[a].label;
+        const Sum &all = ofLabel[label];
+        noiseOf[a] = kDeviationOfDifference / channels
+            * (int(compared[a]) >= kLeastOwnPixels ? differences[a] / compared[a]
+                   : all.compared > 0              ? all.differences / all.compared
+                                                   : 0.0);
+        for (std::size_t c = 0; c < kMostChannels; ++c) {
+            if (int(pixels[a]) >= kLeastOwnPixels)
+                toneOf[a][c] = float(sums[a][c] / pixels[a]);
+            else if (all.pixels >= kLeastOwnPixels)
+                toneOf[a][c] = float(all.tone[c] / all.pixels);
+            else
+                toneOf[a][c] = tones[label][c];
+        }
+    }
+}
+
+SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
+{
+    const Chain &c = map.chains[chain];
+    Side side = {};
+    side.left = uint32_t(c.left);
+    side.right = uint32_t(c.right);
+    if (picture.hard || c.left < 0 || c.right < 0)
+        return side;
+    for (std::size_t k = 0; k < kMostChannels; ++k) {
+        side.base[k] = toneOf[side.left][k];
+        side.span[k] = toneOf[side.right][k] - side.base[k];
+        side.square += double(side.span[k]) * side.span[k];
+    }
+    const double a = noiseOf[side.left];
+    const double b = noiseOf[side.right];
+    side.noise = side.square > 0 ? std::sqrt(0.5 * (a * a + b * b) / side.square) : 0;
+    return side;
+}
+
+// Of the right side; beyond the picture the nearest pixel's.
+double SoftEdges::coverageAt(const Side &side, int x, int y) const
+{
+    const uint8_t *value = picture.at(std::min(picture.width - 1, std::max(0, x)),
+                                      std::min(picture.height - 1, std::max(0, y)));
+    double sum = 0;
+    for (int c = 0; c < picture.channels; ++c)
+        sum += (value[c] - double(side.base[std::size_t(c)])) * side.span[std::size_t(c)];
+    return clamped(sum / side.square, 0, 1);
+}
+
+// Towards the left side, not of unit length.
+Point SoftEdges::normalAt(const Side &side, int x, int y) const
+{
+    double c[3][3];
+    for (int v = 0; v < 3; ++v) {
+        for (int u = 0; u < 3; ++u)
+            c[v][u] = coverageAt(side, x + u - 1, y + v - 1);
+    }
+    return { c[0][0] + 2 * c[1][0] + c[2][0] - c[0][2] - 2 * c[1][2] - c[2][2],
+             c[0][0] + 2 * c[0][1] + c[0][2] - c[2][0] - 2 * c[2][1] - c[2][2] };
+}
+
+// The whole edge in the column of pixels across the crack, from one side's own tone to the other's:
+// what is missing of the right side against what there is of it beyond the crack. Exact for
+// straight edges, however blurred.
+bool SoftEdges::columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const
+{
+    const double plain = std::max(kPlain, 2.5 * side.noise);
+    *offset = 0;
+    *mixed = 0;
+    for (int direction : { -1, 1 }) {
+        const uint32_t own = direction < 0 ? side.right : side.left;
+        bool reached = false;
+        for (int k = 0; k < kColumn && !reached; ++k) {
+            const int steps = direction < 0 ? -k : k + 1;
+            const int x = crack.rightX() + steps * crack.acrossX();
+            const int y = crack.rightY() + steps * crack.acrossY();
+            if (areaAt(x, y) != own)
+                return false;
+            const double part = coverageAt(side, x, y);
+            const double other = direction < 0 ? 1 - part : part;
+            reached = other <= plain;
+            if (!reached) {
+                *offset += direction * other;
+                ++*mixed;
+            }
+        }
+        if (!reached)
+            return false;
+    }
+    return true;
+}
+
+// A stroke so thin that none of its pixels has its own tone, between twice the same neighbour: its
+// width is what there is of it in the column, and it lies about the middle of that.
+bool SoftEdges::strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
+                             int *mixed) const
+{
+    const double plain = std::max(kPlain, 2.5 * side.noise);
+    const uint32_t stroke = ofRight ? side.right : side.left;
+    const uint32_t around = ofRight ? side.left : side.right;
+    // Pixel k lies in the stroke from 0 on, beside it below 0.
+    const auto part = [&](int k) {
+        const int steps = ofRight ? -k : k + 1;
+        const double right = coverageAt(side, crack.rightX() + steps * crack.acrossX(),
+                                        crack.rightY() + steps * crack.acrossY());
+        return ofRight ? right : 1 - right;
+    };
+    const auto areaOf = [&](int k) {
+        const int steps = ofRight ? -k : k + 1;
+        return areaAt(crack.rightX() + steps * crack.acrossX(),
+                      crack.rightY() + steps * crack.acrossY());
+    };
+    int width = 0;
+    while (width <= kThinStroke && areaOf(width) == stroke)
+        ++width;
+    if (width > kThinStroke)
+        return false;
+    double sum = 0;
+    double moment = 0;
+    *mixed = 0;
+    const auto add = [&](int k) {
+        sum += part(k);
+        moment += part(k) * (k + 0.5);
+        ++*mixed;
+    };
+    for (int k = 0; k < width; ++k)
+        add(k);
+    for (int direction : { -1, 1 }) {
+        bool reached = false;
+        for (int n = 0; n < kColumn && !reached; ++n) {
+            const int k = direction < 0 ? -1 - n : width + n;
+            if (areaOf(k) != around)
+                return false;
+            reached = part(k) <= plain;
+            if (!reached)
+                add(k);
+        }
+        if (!reached)
+            return false;
+    }
+    const double begin = moment / sum - 0.5 * sum; // into the stroke
+    *offset = ofRight ? -begin : begin;
+    return true;
+}
+
+bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
+                          ChainPoints *points) const
+{
+    const int rx = crack.rightX();
+    const int ry = crack.rightY();
+    const int lx = rx + crack.acrossX();
+    const int ly = ry + crack.acrossY();
+    const double right = coverageAt(side, rx, ry);
+    const double left = coverageAt(side, lx, ly);
+    const double share = right - left > 1e-3 ? clamped((right - 0.5) / (right - left), 0, 1) : 0.5;
+    Point normal = (1 - share) * normalAt(side, rx, ry) + share * normalAt(side, lx, ly);
+    const Point across = { double(crack.acrossX()), double(crack.acrossY()) };
+    const double length = std::sqrt(dot(normal, normal));
+    normal = length > 1e-6 ? (1 / length) * normal : across;
+    const double cosine = dot(normal, across);
+    if (cosine < kUsefulCosine && !everywhere)
+        return false;
+
+    double offset = 0;
+    int mixed = 0;
+    double sigma = 0;
+    Point place = crack.middle();
+    if (cosine >= kUsefulCosine
+        && (columnOffset(side, crack, &offset, &mixed)
+            || strokeOffset(side, crack, true, &offset, &mixed)
+            || strokeOffset(side, crack, false, &offset, &mixed))) {
+        place = place + clamped(offset, -kFarthest, kFarthest) * across;
+        sigma = side.noise * std::sqrt(double(mixed)) * cosine
+            + kSigmaOfBlur * std::max(0, mixed - 2);
+    } else if (left > kBlurredBy && right < 1 - kBlurredBy && right - left < kBlurredSlope) {
+        place = place + (share - 0.5) * across;
+        sigma = side.noise / std::max(0.2, right - left) + kSigmaOfBlur;
+    } else {
+        const bool nearerRight = std::fabs(right - 0.5) < std::fabs(left - 0.5);
+        const Point centre = { (nearerRight ? rx : lx) + 0.5, (nearerRight ? ry : ly) + 0.5 };
+        const double part = nearerRight ? right : left;
+        const double along = offsetOfCoverage(normal, part) - dot(normal, place - centre);
+        place = place + clamped(along, -kFarthest, kFarthest) * normal;
+        sigma = side.noise * std::max(std::fabs(normal.x), std::fabs(normal.y));
+    }
+    // Along the walk points do not go back: where the edge runs at 45 degrees, cracks of both
+    // directions tell the same.
+    if (!points->x.empty()) {
+        const Point before = { points->x.back(), points->y.back() };
+        const Point ahead = { -normal.y, normal.x };
+        if (dot(place - before, ahead) < 0.05 && !everywhere)
+            return false;
+    }
+    points->x.push_back(place.x);
+    points->y.push_back(place.y);
+    points->sigma.push_back(std::sqrt(fit::kSoftFloor * fit::kSoftFloor + sigma * sigma));
+    return true;
+}
+
+// Whether the staircase of a chain has mixed pixels where it steps. What runs along pixels all the
+// way shows none, and its cracks are where it is.
+bool SoftEdges::isSoft(uint32_t chain, const Side &side) const
+{
+    if (picture.hard || side.square < kLeastContrast * kLeastContrast)
+        return false;
+    int corners = 0;
+    int mixed = 0;
+    const double least = std::max(kMixed, 3 * side.noise);
+    bool first = map.chains[chain].startNode != kNoNode;
+    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading, int) {
+        if (first) {
+            first = false;
+            return;
+        }
+        ++corners;
+        for (int k = 0; k < 4; ++k) {
+            const int px = x - (k & 1);
+            const int py = y - (k >> 1);
+            const uint32_t area = areaAt(px, py);
+            if (area != side.left && area != side.right)
+                continue;
+            const double part = coverageAt(side, px, py);
+            if (part > least && part < 1 - least) {
+                ++mixed;
+                break;
+            }
+        }
+    });
+    // A straight chain between nodes has no steps: its first crack decides nothing either way.
+    return corners == 0 || mixed >= kSoftShare * corners;
+}
+
+ChainPoints SoftEdges::pointsOf(uint32_t chain) const
+{
+    const Side side = sideOf(chain);
+    ChainPoints points;
+    const bool onRim = map.chains[chain].left < 0 || map.chains[chain].right < 0;
+    if (!onRim && isSoft(chain, side)) {
+        points.edge = fit::Edge::Soft;
+        for (const bool everywhere : { false, true }) {
+            forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
+                for (int k = 0; k < length; ++k)
+                    softPoint(side, { x + k * stepX(h), y + k * stepY(h), h }, everywhere, &points);
+            });
+            // Of the smallest areas every crack is needed.
+            if (4 * points.x.size() >= map.chains[chain].cracks && points.x.size() >= 8)
+                break;
+            if (everywhere)
+                break;
+            points = ChainPoints();
+            points.edge = fit::Edge::Soft;
+        }
+        return points;
+    }
+    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
+        for (int k = 0; k < length; ++k) {
+            const Point p = Crack { x + k * stepX(h), y + k * stepY(h), h }.middle();
+            points.x.push_back(p.x);
+            points.y.push_back(p.y);
+        }
+    });
+    return points;
+}
+
+} // namespace ztrace

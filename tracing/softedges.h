@@ -1,0 +1,85 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where between the pixels a boundary runs, from the colours on both sides of it:
+// docs/tracing/shapes.md, "Points".
+#ifndef ZTRACE_TRACING_SOFTEDGES_H
+#define ZTRACE_TRACING_SOFTEDGES_H
+
+#include "tracing/boundarymap.h"
+
+#include "fit/Chain.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace ztrace {
+
+const int kMostChannels = 4;
+typedef std::array<float, kMostChannels> Tone; // 0 to 255; channels that are not there are 0
+
+// A picture as its edges are looked at: 1 channel of lightness or 4 of colour, times alpha, and
+// alpha; interleaved, rows from the top without gaps.
+struct EdgePicture
+{
+    int width = 0;
+    int height = 0;
+    int channels = 1;
+    bool hard = false; // a threshold has been applied: nothing lies between the tones
+    std::vector<uint8_t> values;
+
+    const uint8_t *at(int x, int y) const
+    {
+        return values.data()
+            + (std::size_t(y) * std::size_t(width) + std::size_t(x)) * std::size_t(channels);
+    }
+};
+
+// Points of a chain in the order of its walk, nodes not included; sigma is empty for hard edges.
+struct ChainPoints
+{
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<double> sigma;
+    fit::Edge edge = fit::Edge::Hard;
+};
+
+// Both must outlive it; the picture has the size of the plane.
+class SoftEdges
+{
+public:
+    // `tones` are the tones of the labels, used for areas without pixels that are all their own.
+    SoftEdges(const EdgePicture &picture, const BoundaryMap &map, const std::vector<Tone> &tones);
+
+    // May be called from several threads. Chains on the rim have their cracks' midpoints.
+    ChainPoints pointsOf(uint32_t chain) const;
+
+private:
+    struct Side;
+    struct Crack;
+
+    void measureTones(const std::vector<Tone> &tones);
+    bool isSoft(uint32_t chain, const Side &side) const;
+    uint32_t areaAt(int x, int y) const;
+    double coverageAt(const Side &side, int x, int y) const;
+    fit::Point normalAt(const Side &side, int x, int y) const;
+    bool softPoint(const Side &side, const Crack &crack, bool everywhere, ChainPoints *points) const;
+    bool columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const;
+    bool strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
+                      int *mixed) const;
+    Side sideOf(uint32_t chain) const;
+
+    const EdgePicture &picture;
+    const BoundaryMap &map;
+    std::vector<uint32_t> areas; // of every pixel
+    std::vector<Tone> toneOf;    // of every area
+    std::vector<double> noiseOf; // of every area: deviation of a pixel, in steps of 255
+};
+
+// Signed distance from a pixel's centre, along the unit normal, of the straight edge that covers
+// the given part of the pixel on the side that the normal points away from.
+double offsetOfCoverage(fit::Point normal, double coverage);
+
+} // namespace ztrace
+
+#endif
