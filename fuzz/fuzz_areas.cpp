@@ -28,7 +28,9 @@ struct Plane
 // Pixels of their own, or like the one to the left, or like the one above.
 Plane planeFrom(fuzz::Input &input, int step, int labels)
 {
-    Plane plane { step * input.between(1, 24 / step), step * input.between(1, 24 / step), {} };
+    Plane plane { 0, 0, {} };
+    plane.width = step * input.between(1, 24 / step);
+    plane.height = step * input.between(1, 24 / step);
     for (int y = 0; y < plane.height; ++y) {
         for (int x = 0; x < plane.width; ++x) {
             const int drawn = input.byte();

@@ -23,7 +23,8 @@ QImage imageFrom(fuzz::Input &input)
 {
     const int format = input.between(QImage::Format_Mono, QImage::NImageFormats - 1);
     const int largest = input.byte() & 1 ? 16 : 48;
-    QImage image(input.between(1, largest), input.between(1, largest), QImage::Format(format));
+    const int width = input.between(1, largest);
+    QImage image(width, input.between(1, largest), QImage::Format(format));
     if (image.format() == QImage::Format_Indexed8) {
         QVector<QRgb> table;
         for (int k = 0; k < 256; ++k)
@@ -48,7 +49,8 @@ EngineOptions engineFrom(fuzz::Input &input)
     EngineOptions options;
     for (int count = input.between(0, 5); count > 0; --count) {
         const QString name = names.at(input.between(0, names.size() - 1));
-        double value = input.number() * (input.byte() & 1 ? 16 : 1);
+        double value = input.number();
+        value *= input.byte() & 1 ? 16 : 1;
         if (name == "numberofcolors" && value > 300)
             value = 300;
         if (name == "colorquantcycles" && value > 6)
@@ -60,8 +62,9 @@ EngineOptions engineFrom(fuzz::Input &input)
 
 QRgb colourFrom(fuzz::Input &input)
 {
-    const int drawn = input.byte();
-    return qRgba(drawn, input.byte(), input.byte(), drawn & 1 ? 255 : 0);
+    const int red = input.byte();
+    const int green = input.byte();
+    return qRgba(red, green, input.byte(), red & 1 ? 255 : 0);
 }
 
 Ink inkFrom(fuzz::Input &input)

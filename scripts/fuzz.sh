@@ -16,6 +16,7 @@ shift
 cd "$(dirname "$0")/.."
 jobs=${ZTRACE_JOBS:-$(nproc)}
 if [ $# -eq 0 ]; then
+    # shellcheck disable=SC2012,SC2046 # the names are ours: letters and _
     set -- $(ls fuzz/fuzz_*.cpp | sed 's|.*/fuzz_\(.*\)\.cpp|\1|')
 fi
 programs=
@@ -54,6 +55,7 @@ for target; do
         >"$log.merge" 2>&1; then
         rm -rf "$inputs" && mv "$inputs.less" "$inputs"
     fi
+    # shellcheck disable=SC2012 # the fuzzer's names: letters and digits
     printf '%-16s %12s %9s %9s %7s  %s\n' "$target" "$(figure 'stat::number_of_executed_units:' "$log")" \
         "$(figure ' cov:' "$log")" "$(figure ' ft:' "$log")" "$(ls "$inputs" | wc -l)" "$outcome"
 done
