@@ -41,7 +41,7 @@ struct Settings
     bool overwrite = false; // images, too
     bool noClobber = false;
     double scale = 1.0; // of previews
-    int decimals = kExactDecimals;
+    std::optional<int> decimals; // not said: exact, or what true shapes deserve
     DxfOptions dxf;
     PaintStyle style;
 

@@ -156,11 +156,15 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
+// What soft edges can tell is a hundredth of a pixel at best.
+const int kDecimalsOfShapes = 3;
+
 WriteOptions writeOptions(const Settings &settings)
 {
     WriteOptions options;
     options.style = settings.style;
-    options.decimals = settings.decimals;
+    const bool shapes = settings.fit == Geometry::Fit::Shapes && !settings.raw;
+    options.decimals = settings.decimals.value_or(shapes ? kDecimalsOfShapes : kExactDecimals);
     options.scale = settings.scale;
     options.dxf = settings.dxf;
     return options;

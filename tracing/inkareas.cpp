@@ -70,6 +70,7 @@ Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
 EdgePicture edgesOf(const CleanPage &clean)
 {
     EdgePicture edges;
+    edges.threshold = clean.threshold;
     edges.width = clean.page.width();
     edges.height = clean.page.height();
     edges.hard = clean.bilevel || clean.page.isBilevel();

@@ -26,6 +26,7 @@ struct EdgePicture
     int height = 0;
     int channels = 1;
     bool hard = false; // a threshold has been applied: nothing lies between the tones
+    int threshold = -1; // of lightness: what is at most this light is one area; -1: none
     std::vector<uint8_t> values;
 
     const uint8_t *at(int x, int y) const
