@@ -1,9 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "shapes.h"
 
+#include "chainfit.h"
 #include "composition.h"
 
-#include "fit/fit.h"
 
 #include <algorithm>
 #include <atomic>
@@ -21,14 +21,6 @@ const double kNodeAnchor = 0.05;    // weight of the lattice point beside that o
 const double kNodeReach = 0.75;     // pixels from there at most
 const double kRimReach = 0.45;      // likewise of nodes on the rim, so that none passes another
 const double kQuarterOfEllipse = 0.5522847498307936; // control points, of the half axes
-
-// What a Path can hold: no elliptic arcs; ellipses go in as four cubics.
-fit::Settings settings()
-{
-    fit::Prices prices = fit::svgPrices();
-    prices.ellipticArc = fit::kNotOffered;
-    return fit::settingsFor(prices);
-}
 
 Tone toneOf(QRgb colour, int channels)
 {
@@ -202,15 +194,7 @@ private:
         }
         if (!loop)
             pinEnds(chain, &p);
-        const fit::Chain view = { p.x.data(),
-                                  p.y.data(),
-                                  p.sigma.empty() ? nullptr : p.sigma.data(),
-                                  int(p.x.size()),
-                                  loop,
-                                  p.edge,
-                                  !loop,
-                                  !loop };
-        paths[number] = fit::fitChain(view, settings());
+        paths[number] = fitPoints(p, loop);
         p = ChainPoints();
     }
 
