@@ -156,6 +156,9 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
+// What soft edges can tell is a hundredth of a pixel at best.
+const int kDecimalsOfShapes = 3;
+
 // The format that was chosen, or is written when nothing is said.
 const Format *chosenFormat(const Settings &settings)
 {
@@ -244,7 +247,8 @@ WriteOptions writeOptions(const Settings &settings)
 {
     WriteOptions options;
     options.style = settings.style;
-    options.decimals = settings.decimals;
+    const bool shapes = settings.fit == Geometry::Fit::Shapes && !settings.raw;
+    options.decimals = settings.decimals.value_or(shapes ? kDecimalsOfShapes : kExactDecimals);
     options.scale = settings.scale;
     options.dxf = settings.dxf;
     return options;

@@ -70,6 +70,7 @@ Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
 EdgePicture edgesOf(const CleanPage &clean)
 {
     EdgePicture edges;
+    edges.threshold = clean.threshold;
     edges.width = clean.page.width();
     edges.height = clean.page.height();
     edges.hard = clean.bilevel || clean.page.isBilevel();
@@ -126,9 +127,8 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     if (shapes) {
         segmented.edges = edgesOf(clean);
         if (plan.geometry.leastBorder > 0.0)
-            mergeSmallRegions(&areas.runs,
-                              std::size_t(std::min(plan.geometry.leastBorder, 1e15)), 0,
-                              [](uint16_t, uint16_t) { return 1; });
+            mergeSmallRegions(&areas.runs, std::size_t(std::min(plan.geometry.leastBorder, 1e15)),
+                              0, [](uint16_t, uint16_t) { return 1; });
     }
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);

@@ -1,9 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "shapes.h"
 
+#include "chainfit.h"
 #include "composition.h"
-
-#include "fit/fit.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,21 +13,13 @@ namespace ztrace {
 
 namespace {
 
-const uint32_t kChainsAtOnce = 16;  // that a thread takes
-const double kNodeLeavesOut = 1.6;  // pixels around a node where three colours mix
-const double kNodeLooksAt = 7.0;    // pixels around a node that tell where it is
-const double kNodeAnchor = 0.05;    // weight of the lattice point beside that of a chain
-const double kNodeReach = 0.75;     // pixels from there at most
-const double kRimReach = 0.45;      // likewise of nodes on the rim, so that none passes another
+const uint32_t kChainsAtOnce = 16; // that a thread takes
+const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
+const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
+const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
+const double kNodeReach = 0.75;    // pixels from there at most
+const double kRimReach = 0.45;     // likewise of nodes on the rim, so that none passes another
 const double kQuarterOfEllipse = 0.5522847498307936; // control points, of the half axes
-
-// What a Path can hold: no elliptic arcs; ellipses go in as four cubics.
-fit::Settings settings()
-{
-    fit::Prices prices = fit::svgPrices();
-    prices.ellipticArc = fit::kNotOffered;
-    return fit::settingsFor(prices);
-}
 
 Tone toneOf(QRgb colour, int channels)
 {
@@ -181,9 +172,9 @@ private:
         if (n < 3)
             return false;
         const fit::Point mean = { sx / n, sy / n };
-        const double angle
-            = 0.5 * std::atan2(2 * (sxy / n - mean.x * mean.y),
-                               sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
+        const double angle = 0.5
+            * std::atan2(2 * (sxy / n - mean.x * mean.y),
+                         sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
         *normal = { -std::sin(angle), std::cos(angle) };
         *on = lattice + mean;
         return true;
@@ -195,22 +186,13 @@ private:
         ChainPoints &p = points[number];
         const bool loop = chain.startNode == kNoNode;
         if (isOnRim(chain) && !loop) {
-            paths[number].pieces
-                = { fit::linePiece(places[std::size_t(chain.startNode)],
-                                   places[std::size_t(chain.endNode)]) };
+            paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
+                                                    places[std::size_t(chain.endNode)]) };
             return;
         }
         if (!loop)
             pinEnds(chain, &p);
-        const fit::Chain view = { p.x.data(),
-                                  p.y.data(),
-                                  p.sigma.empty() ? nullptr : p.sigma.data(),
-                                  int(p.x.size()),
-                                  loop,
-                                  p.edge,
-                                  !loop,
-                                  !loop };
-        paths[number] = fit::fitChain(view, settings());
+        paths[number] = fitPoints(p, loop);
         p = ChainPoints();
     }
 
@@ -330,10 +312,10 @@ private:
             const double y = signs[k][1] * shape.half[1];
             // Upright sides come before corners 0 and 2, flat ones before 1 and 3.
             const bool upright = k % 2 == 0;
-            const Point before = upright ? place(x, y - signs[k][1] * r)
-                                         : place(x - signs[k][0] * r, y);
-            const Point after = upright ? place(x - signs[k][0] * r, y)
-                                        : place(x, y - signs[k][1] * r);
+            const Point before
+                = upright ? place(x, y - signs[k][1] * r) : place(x - signs[k][0] * r, y);
+            const Point after
+                = upright ? place(x - signs[k][0] * r, y) : place(x, y - signs[k][1] * r);
             if (k == 0)
                 path->moveTo(r > 0 ? before : place(x, y));
             else if (r > 0)

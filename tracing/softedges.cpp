@@ -10,6 +10,7 @@ using fit::Point;
 
 namespace {
 
+const int kBlurReach = 3;          // pixels
 const int kLeastOwnPixels = 12;    // that tell an area's own tone
 const double kLeastContrast = 12;  // steps of 255; below, an edge's place is its cracks'
 const double kMixed = 0.1;         // of coverage: a pixel this far from both sides is mixed
@@ -20,12 +21,12 @@ const double kPlain = 0.02;        // of coverage: nearer to a side's tone, a pi
 const double kFarthest = 1.5;      // pixels from a crack to the edge that it stands for
 // The deviation of normal errors over the mean absolute difference of two of them.
 const double kDeviationOfDifference = 0.8862;
-const int kThinStroke = 5;         // pixels across which no pixel need have the stroke's own tone
-const double kBlurredBy = 0.15;    // of coverage: both pixels at a crack are mixed by that much
-const double kBlurredSlope = 0.7;  // and differ by less
+const int kThinStroke = 5;        // pixels across which no pixel need have the stroke's own tone
+const double kBlurredBy = 0.15;   // of coverage: both pixels at a crack are mixed by that much
+const double kBlurredSlope = 0.7; // and differ by less
 // Pixels of sigma for each mixed pixel in a column beyond the two of a sharp edge: around corners
 // and in narrow places blurred edges lie elsewhere.
-const double kSigmaOfBlur = 0.04;
+const double kSigmaOfBlur = 0.015;
 
 double clamped(double value, double low, double high)
 {
@@ -43,6 +44,7 @@ struct SoftEdges::Side
     Tone span; // from there to the right side's
     double square;
     double noise; // of coverage
+    double level; // coverage at which labels change
 };
 
 // From lattice point (x, y) by one step.
@@ -103,10 +105,10 @@ void SoftEdges::measureTones(const std::vector<Tone> &tones)
     std::vector<uint32_t> pixels(count, 0);
     std::vector<double> differences(count, 0.0);
     std::vector<uint32_t> compared(count, 0);
-    const auto isOwn = [this](int x, int y) {
+    const auto isOwn = [this](int x, int y, int reach) {
         const uint32_t area = areaAt(x, y);
-        for (int v = -1; v <= 1; ++v) {
-            for (int u = -1; u <= 1; ++u) {
+        for (int v = -reach; v <= reach; v += reach) {
+            for (int u = -reach; u <= reach; u += reach) {
                 if (areaAt(x + u, y + v) != area)
                     return false;
             }
@@ -116,15 +118,21 @@ void SoftEdges::measureTones(const std::vector<Tone> &tones)
     for (int y = 1; y + 1 < picture.height; ++y) {
         bool before = false;
         for (int x = 1; x + 1 < picture.width; ++x) {
-            const bool own = isOwn(x, y);
-            if (own) {
+            if (!isOwn(x, y, 1)) {
+                before = false;
+                continue;
+            }
+            // Noise is what is left where no blurred edge can reach.
+            const bool own = isOwn(x, y, kBlurReach);
+            {
                 const uint8_t *value = picture.at(x, y);
                 for (int c = 0; c < channels; ++c)
                     sums[areaAt(x, y)][std::size_t(c)] += value[c];
                 ++pixels[areaAt(x, y)];
-                if (before && areaAt(x, y) == areaAt(x - 1, y)) {
+                if (own && before && areaAt(x, y) == areaAt(x - 1, y)) {
                     for (int c = 0; c < channels; ++c)
-                        differences[areaAt(x, y)] += std::abs(int(value[c]) - int(value[c - channels]));
+                        differences[areaAt(x, y)]
+                            += std::abs(int(value[c]) - int(value[c - channels]));
                     ++compared[areaAt(x, y)];
                 }
             }
@@ -183,6 +191,11 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
     const double a = noiseOf[side.left];
     const double b = noiseOf[side.right];
     side.noise = side.square > 0 ? std::sqrt(0.5 * (a * a + b * b) / side.square) : 0;
+    side.level = 0.5;
+    if (picture.threshold >= 0 && picture.channels == 1 && side.span[0] != 0)
+        side.level
+            = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
+                      kBlurredBy, 1 - kBlurredBy);
     return side;
 }
 
@@ -323,7 +336,8 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
         sigma = side.noise * std::sqrt(double(mixed)) * cosine
             + kSigmaOfBlur * std::max(0, mixed - 2);
     } else if (left > kBlurredBy && right < 1 - kBlurredBy && right - left < kBlurredSlope) {
-        place = place + (share - 0.5) * across;
+        const double at = clamped((right - side.level) / (right - left), 0, 1);
+        place = place + (at - 0.5) * across;
         sigma = side.noise / std::max(0.2, right - left) + kSigmaOfBlur;
     } else {
         const bool nearerRight = std::fabs(right - 0.5) < std::fabs(left - 0.5);

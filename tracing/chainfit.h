@@ -1,0 +1,20 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A chain's points to a path that stays with them: docs/tracing/shapes.md, "Fitting".
+#ifndef ZTRACE_TRACING_CHAINFIT_H
+#define ZTRACE_TRACING_CHAINFIT_H
+
+#include "softedges.h"
+
+#include "fit/fit.h"
+
+namespace ztrace {
+
+// A fit that leaves its points by more than kFarFromPoints is tried again for less, and given up
+// for the points themselves, line by line. A chain that is not closed is pinned at its ends.
+fit::Path fitPoints(const ChainPoints &points, bool closed);
+const double kFarFromPoints = 1.8; // pixels
+
+} // namespace ztrace
+
+#endif
