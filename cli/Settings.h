@@ -40,7 +40,7 @@ struct Settings
     std::string format;
     bool overwrite = false; // images, too
     bool noClobber = false;
-    double scale = 1.0; // of previews
+    double scale = 1.0;          // of previews
     std::optional<int> decimals; // not said: exact, or what true shapes deserve
     DxfOptions dxf;
     PaintStyle style;

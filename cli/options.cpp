@@ -301,8 +301,9 @@ std::vector<Entry> colourOptions()
             .manual("`auto` takes 2 for images of up to 2.5 megapixels with soft edges; 1 for all "
                     "others, for `poster` and `photo`, and where `--set` gives `ltres`, `qtres` or "
                     "`pathomit`"),
-        Entry("fit", oneOf<Geometry::Fit>("NAME", kFits,
-                                          [](Settings &s, Geometry::Fit fit) { s.fit = fit; }))
+        Entry("fit",
+              oneOf<Geometry::Fit>("NAME", kFits,
+                                   [](Settings &s, Geometry::Fit fit) { s.fit = fit; }))
             .standard("engine")
             .appliesTo(kToReduced)
             .help("What draws the outlines: the engine, area by area, or true shapes, every "

@@ -10,17 +10,17 @@ namespace {
 
 const double kCheaper = 0.4; // of the price of a number, where the first fit is not good enough
 const int kCheaperTimes = 3;
-const double kFarAtLeast = 0.3;    // pixels
-const double kFarByPoint = 0.025;  // pixels; chains of 60 points may do what long ones may
+const double kFarAtLeast = 0.3;     // pixels
+const double kFarByPoint = 0.025;   // pixels; chains of 60 points may do what long ones may
 const double kLeftOutWithin = 0.45; // pixels from the path; beside a corner .3 are usual
-const int kLeftOutAtOnce = 4;      // points
-const int kSamples = 5;      // of a piece that are looked at
+const int kLeftOutAtOnce = 4;       // points
+const int kSamples = 5;             // of a piece that are looked at
 
 fit::Chain viewOf(const ChainPoints &p, bool closed)
 {
-    return { p.x.data(), p.y.data(), p.sigma.empty() ? nullptr : p.sigma.data(),
-             int(p.x.size()), closed, p.edge,
-             !closed, !closed };
+    return { p.x.data(),      p.y.data(), p.sigma.empty() ? nullptr : p.sigma.data(),
+             int(p.x.size()), closed,     p.edge,
+             !closed,         !closed };
 }
 
 // What a Path of a drawing can hold: no elliptic arcs; ellipses go in as four cubics.
@@ -51,7 +51,8 @@ bool staysWith(const fit::Piece &piece, const ChainPoints &points, bool closed)
 {
     const int size = int(points.x.size());
     const auto at = [&](int k) {
-        const int wrapped = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
+        const int wrapped
+            = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
         return fit::Point { points.x[std::size_t(wrapped)], points.y[std::size_t(wrapped)] };
     };
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
@@ -83,12 +84,12 @@ bool leftOutRightly(const fit::Path &path, const ChainPoints &points)
         if (explained[std::size_t(k)])
             continue;
         const fit::Point p = { points.x[std::size_t(k)], points.y[std::size_t(k)] };
-        const bool near = std::any_of(
-            path.pieces.begin(), path.pieces.end(), [&](const fit::Piece &piece) {
-                const int after = ((k - piece.first) % size + size) % size;
-                return (after <= piece.count + kLeftOutAtOnce || after >= size - kLeftOutAtOnce)
-                    && distanceTo(piece, p) <= kLeftOutWithin;
-            });
+        const bool near
+            = std::any_of(path.pieces.begin(), path.pieces.end(), [&](const fit::Piece &piece) {
+                  const int after = ((k - piece.first) % size + size) % size;
+                  return (after <= piece.count + kLeftOutAtOnce || after >= size - kLeftOutAtOnce)
+                      && distanceTo(piece, p) <= kLeftOutWithin;
+              });
         if (!near)
             return false;
     }
@@ -103,9 +104,8 @@ bool staysWith(const fit::Path &path, const ChainPoints &points, bool closed)
         return false;
     if (!leftOutRightly(path, points))
         return false;
-    return std::all_of(
-        path.pieces.begin(), path.pieces.end(),
-        [&](const fit::Piece &piece) { return staysWith(piece, points, closed); });
+    return std::all_of(path.pieces.begin(), path.pieces.end(),
+                       [&](const fit::Piece &piece) { return staysWith(piece, points, closed); });
 }
 
 fit::Path lineByLine(const ChainPoints &points, bool closed)
@@ -115,8 +115,8 @@ fit::Path lineByLine(const ChainPoints &points, bool closed)
     const std::size_t size = points.x.size();
     for (std::size_t k = 0; k + (closed ? 0 : 1) < size; ++k) {
         const std::size_t next = (k + 1) % size;
-        path.pieces.push_back(fit::linePiece({ points.x[k], points.y[k] },
-                                             { points.x[next], points.y[next] }));
+        path.pieces.push_back(
+            fit::linePiece({ points.x[k], points.y[k] }, { points.x[next], points.y[next] }));
     }
     return path;
 }

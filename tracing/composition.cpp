@@ -31,11 +31,10 @@ public:
         outlineOf.assign(regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            const auto found
-                = std::lower_bound(regions.begin(), regions.end(), sources[i],
-                                   [](const Component &region, std::size_t pixel) {
-                                       return region.firstPixel < pixel;
-                                   });
+            const auto found = std::lower_bound(regions.begin(), regions.end(), sources[i],
+                                                [](const Component &region, std::size_t pixel) {
+                                                    return region.firstPixel < pixel;
+                                                });
             if (found == regions.end() || found->firstPixel != sources[i])
                 continue;
             regionOf[i] = static_cast<int>(found - regions.begin());

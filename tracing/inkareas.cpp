@@ -126,9 +126,8 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     if (shapes) {
         segmented.edges = edgesOf(clean);
         if (plan.geometry.leastBorder > 0.0)
-            mergeSmallRegions(&areas.runs,
-                              std::size_t(std::min(plan.geometry.leastBorder, 1e15)), 0,
-                              [](uint16_t, uint16_t) { return 1; });
+            mergeSmallRegions(&areas.runs, std::size_t(std::min(plan.geometry.leastBorder, 1e15)),
+                              0, [](uint16_t, uint16_t) { return 1; });
     }
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);

@@ -4,7 +4,6 @@
 #include "chainfit.h"
 #include "composition.h"
 
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -14,12 +13,12 @@ namespace ztrace {
 
 namespace {
 
-const uint32_t kChainsAtOnce = 16;  // that a thread takes
-const double kNodeLeavesOut = 1.6;  // pixels around a node where three colours mix
-const double kNodeLooksAt = 7.0;    // pixels around a node that tell where it is
-const double kNodeAnchor = 0.05;    // weight of the lattice point beside that of a chain
-const double kNodeReach = 0.75;     // pixels from there at most
-const double kRimReach = 0.45;      // likewise of nodes on the rim, so that none passes another
+const uint32_t kChainsAtOnce = 16; // that a thread takes
+const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
+const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
+const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
+const double kNodeReach = 0.75;    // pixels from there at most
+const double kRimReach = 0.45;     // likewise of nodes on the rim, so that none passes another
 const double kQuarterOfEllipse = 0.5522847498307936; // control points, of the half axes
 
 Tone toneOf(QRgb colour, int channels)
@@ -173,9 +172,9 @@ private:
         if (n < 3)
             return false;
         const fit::Point mean = { sx / n, sy / n };
-        const double angle
-            = 0.5 * std::atan2(2 * (sxy / n - mean.x * mean.y),
-                               sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
+        const double angle = 0.5
+            * std::atan2(2 * (sxy / n - mean.x * mean.y),
+                         sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
         *normal = { -std::sin(angle), std::cos(angle) };
         *on = lattice + mean;
         return true;
@@ -187,9 +186,8 @@ private:
         ChainPoints &p = points[number];
         const bool loop = chain.startNode == kNoNode;
         if (isOnRim(chain) && !loop) {
-            paths[number].pieces
-                = { fit::linePiece(places[std::size_t(chain.startNode)],
-                                   places[std::size_t(chain.endNode)]) };
+            paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
+                                                    places[std::size_t(chain.endNode)]) };
             return;
         }
         if (!loop)
@@ -314,10 +312,10 @@ private:
             const double y = signs[k][1] * shape.half[1];
             // Upright sides come before corners 0 and 2, flat ones before 1 and 3.
             const bool upright = k % 2 == 0;
-            const Point before = upright ? place(x, y - signs[k][1] * r)
-                                         : place(x - signs[k][0] * r, y);
-            const Point after = upright ? place(x - signs[k][0] * r, y)
-                                        : place(x, y - signs[k][1] * r);
+            const Point before
+                = upright ? place(x, y - signs[k][1] * r) : place(x - signs[k][0] * r, y);
+            const Point after
+                = upright ? place(x - signs[k][0] * r, y) : place(x, y - signs[k][1] * r);
             if (k == 0)
                 path->moveTo(r > 0 ? before : place(x, y));
             else if (r > 0)

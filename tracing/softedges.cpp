@@ -21,9 +21,9 @@ const double kPlain = 0.02;        // of coverage: nearer to a side's tone, a pi
 const double kFarthest = 1.5;      // pixels from a crack to the edge that it stands for
 // The deviation of normal errors over the mean absolute difference of two of them.
 const double kDeviationOfDifference = 0.8862;
-const int kThinStroke = 5;         // pixels across which no pixel need have the stroke's own tone
-const double kBlurredBy = 0.15;    // of coverage: both pixels at a crack are mixed by that much
-const double kBlurredSlope = 0.7;  // and differ by less
+const int kThinStroke = 5;        // pixels across which no pixel need have the stroke's own tone
+const double kBlurredBy = 0.15;   // of coverage: both pixels at a crack are mixed by that much
+const double kBlurredSlope = 0.7; // and differ by less
 // Pixels of sigma for each mixed pixel in a column beyond the two of a sharp edge: around corners
 // and in narrow places blurred edges lie elsewhere.
 const double kSigmaOfBlur = 0.015;
@@ -131,7 +131,8 @@ void SoftEdges::measureTones(const std::vector<Tone> &tones)
                 ++pixels[areaAt(x, y)];
                 if (own && before && areaAt(x, y) == areaAt(x - 1, y)) {
                     for (int c = 0; c < channels; ++c)
-                        differences[areaAt(x, y)] += std::abs(int(value[c]) - int(value[c - channels]));
+                        differences[areaAt(x, y)]
+                            += std::abs(int(value[c]) - int(value[c - channels]));
                     ++compared[areaAt(x, y)];
                 }
             }
@@ -192,8 +193,9 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
     side.noise = side.square > 0 ? std::sqrt(0.5 * (a * a + b * b) / side.square) : 0;
     side.level = 0.5;
     if (picture.threshold >= 0 && picture.channels == 1 && side.span[0] != 0)
-        side.level = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
-                             kBlurredBy, 1 - kBlurredBy);
+        side.level
+            = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
+                      kBlurredBy, 1 - kBlurredBy);
     return side;
 }
 

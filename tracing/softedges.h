@@ -25,7 +25,7 @@ struct EdgePicture
     int width = 0;
     int height = 0;
     int channels = 1;
-    bool hard = false; // a threshold has been applied: nothing lies between the tones
+    bool hard = false;  // a threshold has been applied: nothing lies between the tones
     int threshold = -1; // of lightness: what is at most this light is one area; -1: none
     std::vector<uint8_t> values;
 
@@ -64,7 +64,8 @@ private:
     uint32_t areaAt(int x, int y) const;
     double coverageAt(const Side &side, int x, int y) const;
     fit::Point normalAt(const Side &side, int x, int y) const;
-    bool softPoint(const Side &side, const Crack &crack, bool everywhere, ChainPoints *points) const;
+    bool softPoint(const Side &side, const Crack &crack, bool everywhere,
+                   ChainPoints *points) const;
     bool columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const;
     bool strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
                       int *mixed) const;

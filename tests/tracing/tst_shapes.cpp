@@ -139,8 +139,9 @@ QImage noiseOf(int width, int height, std::uint64_t seed)
     QImage image(width, height, QImage::Format_RGB32);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, qRgb(int(256 * noise.uniform()), int(256 * noise.uniform()),
-                                      int(256 * noise.uniform())));
+            image.setPixel(x, y,
+                           qRgb(int(256 * noise.uniform()), int(256 * noise.uniform()),
+                                int(256 * noise.uniform())));
     }
     return image;
 }
@@ -230,11 +231,11 @@ void tst_Shapes::rotatedRectangleHasFourSides_data()
     QTest::addColumn<bool>("hard");
     QTest::addColumn<double>("worst");
     for (double degrees : { 3.0, 10.0, 17.0, 30.0, 45.0 }) {
-        QTest::addRow("soft, %g degrees", degrees) << degrees << false
-                                                  << (degrees == 45.0 ? 0.02 : 0.003);
+        QTest::addRow("soft, %g degrees", degrees)
+            << degrees << false << (degrees == 45.0 ? 0.02 : 0.003);
         // At 45 degrees the place of a side is not in the picture.
-        QTest::addRow("one bit, %g degrees", degrees) << degrees << true
-                                                      << (degrees == 45.0 ? 0.3 : 0.04);
+        QTest::addRow("one bit, %g degrees", degrees)
+            << degrees << true << (degrees == 45.0 ? 0.3 : 0.04);
     }
 }
 
@@ -243,8 +244,7 @@ void tst_Shapes::rotatedRectangleHasFourSides()
     QFETCH(double, degrees);
     QFETCH(bool, hard);
     QFETCH(double, worst);
-    const fit::Truth truth
-        = fit::rectangleTruth({ 80.3, 80.6 }, 100, 60, degrees * kPi / 180);
+    const fit::Truth truth = fit::rectangleTruth({ 80.3, 80.6 }, 100, 60, degrees * kPi / 180);
     const QImage image = pictureOf(truth, 160, 160);
     const Drawing drawing = traceInk(hard ? oneBit(image) : image).drawing;
     QCOMPARE(drawing.outlines.size(), std::size_t(2));
@@ -274,7 +274,8 @@ void tst_Shapes::lineKeepsItsInk()
     const Drawing drawing = traceInk(pictureOf(truth, 120, 120)).drawing;
     QCOMPARE(drawing.outlines.size(), std::size_t(2));
     const double area = areaOf(drawing.outlines[1].shape);
-    QVERIFY2(std::fabs(area / (90 * width) - 1) < (width == 1 ? 0.04 : 0.006), qPrintable(QString::number(area)));
+    QVERIFY2(std::fabs(area / (90 * width) - 1) < (width == 1 ? 0.04 : 0.006),
+             qPrintable(QString::number(area)));
     QCOMPARE(drawing.outlines[1].shape.pieces().size(), std::size_t(4)); // 8 numbers
 }
 
@@ -320,8 +321,8 @@ void tst_Shapes::noiseOfAGreyPictureDoesNotMatter()
     fit::Noise noise(3);
     for (int y = 0; y < 120; ++y) {
         for (int x = 0; x < 120; ++x)
-            image.scanLine(y)[x] = uchar(
-                std::min(255.0, std::max(0.0, 30 + image.scanLine(y)[x] * 0.8 + 8 * noise.normal())));
+            image.scanLine(y)[x] = uchar(std::min(
+                255.0, std::max(0.0, 30 + image.scanLine(y)[x] * 0.8 + 8 * noise.normal())));
     }
     const Drawing drawing = traceInk(image).drawing;
     QCOMPARE(drawing.outlines.size(), std::size_t(2));
@@ -337,7 +338,8 @@ void tst_Shapes::neighboursHaveTheSamePieces()
         for (int x = 0; x < 90; ++x) {
             const double angle = std::atan2(y - 44.3, x - 45.2) + kPi;
             const int sector = int(3 * angle / (2 * kPi)) % 3;
-            image.setPixel(x, y, sector == 0 ? qRgb(200, 0, 0)
+            image.setPixel(x, y,
+                           sector == 0       ? qRgb(200, 0, 0)
                                : sector == 1 ? qRgb(0, 160, 0)
                                              : qRgb(0, 0, 220));
         }
@@ -355,11 +357,11 @@ void tst_Shapes::neighboursHaveTheSamePieces()
     }
     QVERIFY(std::fabs(sum - 8100) < 1e-9 * 8100);
     for (const auto &side : sides) {
-        const bool onRim = (side.first.x == side.second.x
-                            && (side.first.x == 0 || side.first.x == 90))
+        const bool onRim
+            = (side.first.x == side.second.x && (side.first.x == 0 || side.first.x == 90))
             || (side.first.y == side.second.y && (side.first.y == 0 || side.first.y == 90));
-        const auto back = std::find(sides.begin(), sides.end(),
-                                    std::make_pair(side.second, side.first));
+        const auto back
+            = std::find(sides.begin(), sides.end(), std::make_pair(side.second, side.first));
         QVERIFY(onRim || back != sides.end());
     }
 }
@@ -394,8 +396,8 @@ void tst_Shapes::oddPictures()
         flat.colours = 6;
         Blend blend;
         blend.colours = 6;
-        for (const Segmentation &segmentation : { Segmentation(Ink()), Segmentation(flat),
-                                                  Segmentation(blend) }) {
+        for (const Segmentation &segmentation :
+             { Segmentation(Ink()), Segmentation(flat), Segmentation(blend) }) {
             TracePlan plan = planOf(segmentation);
             for (double least : { 0.0, 8.0 }) {
                 plan.geometry.leastBorder = least;
