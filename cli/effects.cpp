@@ -24,6 +24,11 @@ struct Idle
     const char *reason;
 };
 
+bool isShaped(const Settings &s)
+{
+    return !s.raw && s.fit == Geometry::Fit::Shapes;
+}
+
 const Idle kIdle[] = {
     { "stroke-width", [](const Settings &s) { return !s.style.stroked; },
       "areas are filled; --outline draws outlines" },
@@ -39,6 +44,9 @@ const Idle kIdle[] = {
           return !s.raw && isInk(s) && (s.despeckle > 0 || s.threshold == Threshold::Adaptive);
       },
       "specks and adaptive thresholds are made of whole pixels" },
+    { "upsample", isShaped, "true shapes take the soft edges as they are" },
+    { "tolerance", isShaped, "true shapes are fitted by the errors of their points" },
+    { "curve-tolerance", isShaped, "true shapes are fitted by the errors of their points" },
     { "colors", [](const Settings &s) { return !s.raw && !isInk(s) && !s.palette.empty(); },
       "the palette gives the colours" },
 };

@@ -54,6 +54,8 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
                      numberText(result.report.angle, 3).constData());
     if (result.report.upsampling > 1)
         std::fprintf(stream, "upsampled %d times\n", result.report.upsampling);
+    if (result.report.shapes)
+        std::fprintf(stream, "fit       shapes\n");
     std::fprintf(stream, "palette   %d colours:", static_cast<int>(result.report.palette.size()));
     for (QRgb colour : result.report.palette) {
         std::fprintf(stream, " %s", colourName(colour).constData());
@@ -108,6 +110,8 @@ QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settin
         statistics.insert(QLatin1String("angle"), result.report.angle);
     if (result.report.upsampling > 1)
         statistics.insert(QLatin1String("upsampling"), result.report.upsampling);
+    if (result.report.shapes)
+        statistics.insert(QLatin1String("fit"), QLatin1String("shapes"));
     QJsonObject about;
     about.insert(QLatin1String("preset"), textOf(look.preset));
     about.insert(QLatin1String("seed"), static_cast<double>(settings.seed));

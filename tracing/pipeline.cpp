@@ -123,6 +123,7 @@ Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutS
         std::optional<ShapeOutlines> shapes = shapesOf(segmented.areas, segmented.edges);
         if (shapes) {
             report->shapes = true;
+            report->engine = segmented.engine;
             stages->end("trace");
             return { std::move(segmented.areas), TracedLabels(), std::move(shapes) };
         }

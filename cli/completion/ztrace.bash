@@ -30,6 +30,7 @@ _ztrace() {
         --despeckle) choices="" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
+        --fit) choices="engine shapes" ;;
         --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
         --seed) choices="" ;;
         --min-path) choices="" ;;
@@ -66,6 +67,7 @@ _ztrace() {
                     --despeckle
                     --page
                     --upsample
+                    --fit
                     --raw
                     --set
                     --seed
