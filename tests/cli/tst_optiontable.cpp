@@ -27,6 +27,7 @@ std::string stateOf(const Settings &s)
                           double(s.style.stroked),
                           s.style.strokeWidth,
                           double(s.decimals.value_or(-1)),
+                          double(s.fit),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,

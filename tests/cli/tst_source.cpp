@@ -47,7 +47,7 @@ QByteArray little(int value, int bytes)
 {
     QByteArray text;
     for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(value >> (8 * i));
+        text += static_cast<char>(i < 4 ? value >> (8 * i) : 0);
     return text;
 }
 
