@@ -10,8 +10,9 @@ namespace {
 
 const double kCheaper = 0.4; // of the price of a number, where the first fit is not good enough
 const int kCheaperTimes = 3;
-const double kFarAtLeast = 0.3;     // pixels
-const double kFarByPoint = 0.025;   // pixels; chains of 60 points may do what long ones may
+const double kFarAtLeast = 0.3;   // pixels
+const double kFarOfStairs = 0.9;  // pixels; of hard edges, whose points are half a pixel off anyway
+const double kFarByPoint = 0.025; // pixels; chains of 60 points may do what long ones may
 const double kLeftOutWithin = 0.45; // pixels from the path; beside a corner .3 are usual
 const int kLeftOutAtOnce = 4;       // points
 const int kSamples = 5;             // of a piece that are looked at
@@ -34,7 +35,8 @@ fit::Settings usualSettings()
 // Of short chains less: small counters of letters are all corners.
 double farFrom(const ChainPoints &points)
 {
-    return std::min(kFarFromPoints, kFarAtLeast + kFarByPoint * double(points.x.size()));
+    const double least = points.edge == fit::Edge::Hard ? kFarOfStairs : kFarAtLeast;
+    return std::min(kFarFromPoints, least + kFarByPoint * double(points.x.size()));
 }
 
 double toSegment(fit::Point p, fit::Point a, fit::Point b)

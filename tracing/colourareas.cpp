@@ -113,8 +113,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     const bool shapes = geometry.fit == Geometry::Fit::Shapes;
     Segmented segmented;
-    if (shapes)
+    if (shapes && std::holds_alternative<Flat>(plan.segmentation))
         segmented.edges = edgesOf(image);
+    // The areas of a blend have no edges in the picture.
+    segmented.edges.hard = !std::holds_alternative<Flat>(plan.segmentation);
     stages->begin("choosing colours");
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
