@@ -272,10 +272,10 @@ int main(int argc, char **argv)
     QLoggingCategory::setFilterRules(QString::fromLatin1("*.debug=false"));
     // An image that says nothing of its resolution is then taken for one of 96 dots an inch.
     QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
-    // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): it has to be there, and is never asked
-    const std::unique_ptr<QCoreApplication> application = startToolkit(argc, argv);
+    std::unique_ptr<QCoreApplication> application = startToolkit(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     // File names are bytes; this codec maps them one to one, whatever the locale.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
-    leave(runGuarded(argc, argv));
+    const int code = runGuarded(argc, argv);
+    leave(code, std::move(application));
 }

@@ -68,12 +68,14 @@ std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv)
     return std::make_unique<QCoreApplication>(ownName, argv);
 }
 
-void leave(int code)
+void leave(int code, std::unique_ptr<QCoreApplication> application)
 {
     std::fflush(nullptr);
 #if defined(__SANITIZE_ADDRESS__) || defined(ZTRACE_COVERAGE)
+    application.reset();
     std::exit(code);
 #else
+    (void)application.release(); // it goes with the process
     _exit(code);
 #endif
 }

@@ -20,7 +20,7 @@ std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv);
 
 // Ends the process with what was printed delivered, but without the toolkit's own way out, which
 // reads all fonts of the system (some 200 calls to it). Sanitizers look for what is lost there.
-[[noreturn]] void leave(int code);
+[[noreturn]] void leave(int code, std::unique_ptr<QCoreApplication> application);
 
 } // namespace ztrace
 
