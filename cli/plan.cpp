@@ -151,7 +151,6 @@ TracePlan planOf(const Settings &settings)
 {
     TracePlan plan;
     plan.seed = settings.seed;
-    plan.preparation.background = settings.background.value_or(0u);
     if (settings.raw)
         plan.segmentation = rawOf(settings);
     else if (settings.method.value_or(Method::Flat) == Method::Ink)

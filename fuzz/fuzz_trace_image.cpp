@@ -106,7 +106,8 @@ TracePlan planFrom(fuzz::Input &input)
 {
     TracePlan plan;
     plan.segmentation = segmentationFrom(input);
-    plan.preparation.background = input.byte() & 1 ? colourFrom(input) : 0u;
+    if (input.byte() & 1)
+        colourFrom(input); // a byte and a colour that old inputs have here
     Geometry &geometry = plan.geometry;
     geometry.lineTolerance = geometry.lineToleranceFiner = input.between(0, 255) / 16.0;
     geometry.curveTolerance = geometry.curveToleranceFiner = input.between(0, 255) / 16.0;

@@ -9,7 +9,6 @@
 #include "imaging/edges.h"
 #include "imaging/failure.h"
 #include "imaging/palette.h"
-#include "imaging/paper.h"
 #include "imaging/segment.h"
 #include "imaging/upsample.h"
 
@@ -91,13 +90,11 @@ EdgePicture edgesOf(const QImage &image)
     return edges;
 }
 
-QImage prepared(Picture picture, const Preparation &preparation)
+QImage prepared(Picture picture)
 {
     QImage image = picture.takeImage().convertToFormat(QImage::Format_ARGB32);
     if (image.isNull())
         throwNoRoom();
-    if (qAlpha(preparation.background) != 0)
-        putOnPaper(&image, preparation.background);
     roundAlpha(&image);
     return image;
 }
@@ -108,7 +105,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
                          TraceReport *report)
 {
     const Geometry &geometry = plan.geometry;
-    QImage image = prepared(std::move(picture), plan.preparation);
+    QImage image = prepared(std::move(picture));
     stages->end("prepare");
 
     const bool shapes = geometry.fit == Geometry::Fit::Shapes;

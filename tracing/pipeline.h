@@ -18,7 +18,8 @@ struct TraceResult
 };
 
 // Seeds the engine's random numbers and traces the picture as the plan says. The picture is taken
-// over, so that it does not use memory twice. Throws a TraceError where memory cannot hold what the
+// over, so that it does not use memory twice; a background is put under it before it is classified,
+// by the caller. Throws a TraceError where memory cannot hold what the
 // plan asks for, and std::bad_alloc.
 TraceResult traceImage(Picture picture, const TracePlan &plan,
                        const StageSink &announce = StageSink());

@@ -20,12 +20,6 @@ namespace ztrace {
 // Options of the engine by name, which go to it as they are.
 typedef std::map<std::string, double> EngineOptions;
 
-// What happens to the picture before it is split into areas.
-struct Preparation
-{
-    QRgb background = 0; // put under what is transparent, where its own alpha is not 0
-};
-
 // Ink and paper by a threshold.
 struct Ink
 {
@@ -96,7 +90,6 @@ struct Composition
 struct TracePlan
 {
     unsigned seed = 1; // of the engine's random numbers
-    Preparation preparation;
     Segmentation segmentation;
     Geometry geometry;
     Composition composition;
