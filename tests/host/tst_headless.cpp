@@ -1,10 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // The headless host as a program: arguments, plug-in folders, scripts that fail, exit codes.
-//
-// ZTRACE_HEADLESS is the program, ZTRACE_PLUGIN_FILE our plug-in, ZTRACE_SIBLINGS a folder with one
-// folder of a plug-in for each kind of sibling.
-#include "HostRun.h"
+#include "HostFolder.h"
 
 #include <QImage>
 #include <QtTest>
@@ -12,12 +9,12 @@
 using tests::environment;
 typedef tests::HostRun Run;
 
-class tst_Headless : public QObject
+class tst_Headless : public QObject, private tests::HostFolder
 {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { QVERIFY(prepare()); }
     void scriptRuns();
     void argumentsReachTheScript();
     void wrongUsage_data();
@@ -43,78 +40,7 @@ private slots:
     void debugLinesOnRequest();
     void runsAreRepeatable();
     void traceImageLeavesRandomNumbers();
-    void scriptOfStandardInput();
-    void endlessScript();
-    void lostOutput_data();
-    void lostOutput();
-    void readerThatLeaves();
-    void slowReaderGetsEverything();
-    void closedDescriptors();
-    void platformOfTheEnvironment();
-    void fatalMessageIsShown();
-    void noRoomForTheScriptEngine();
-    void outOfMemoryIsAScriptError();
-    void imageOnAFullDisk_data();
-    void imageOnAFullDisk();
-
-private:
-    Run shell(const QString &command, const QStringList &arguments = QStringList());
-    QString write(const QString &name, const QString &text);
-    QString plugIn(const QString &sibling);
-    Run run(const QStringList &arguments);
-    Run runText(const QString &script, const QStringList &arguments = QStringList());
-
-    QScopedPointer<QTemporaryDir> folder;
-    QString plugins;
 };
-
-void tst_Headless::init()
-{
-    folder.reset(new QTemporaryDir);
-    plugins = folder->filePath("plugins");
-    QVERIFY(QDir().mkdir(plugins));
-    QVERIFY(QFile::link(environment("ZTRACE_PLUGIN_FILE"), plugins + "/libztrace.so"));
-}
-
-QString tst_Headless::write(const QString &name, const QString &text)
-{
-    const QString fileName = folder->filePath(name);
-    QDir().mkpath(QFileInfo(fileName).absolutePath());
-    QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly))
-        qFatal("cannot write %s", qPrintable(fileName));
-    file.write(text.toUtf8());
-    return fileName;
-}
-
-// Puts a sibling beside our plug-in; returns its file name there.
-QString tst_Headless::plugIn(const QString &sibling)
-{
-    const QDir from(environment("ZTRACE_SIBLINGS") + '/' + sibling);
-    const QStringList files = from.entryList(QDir::Files);
-    const QString to = plugins + '/' + files.value(0);
-    return QFile::link(from.absoluteFilePath(files.value(0)), to) ? to : QString();
-}
-
-Run tst_Headless::run(const QStringList &arguments)
-{
-    return tests::runProgram(environment("ZTRACE_HEADLESS"), arguments, folder->path());
-}
-
-// A command of the shell; in it $0 is the host, $1 the folder of plug-ins, and so on.
-Run tst_Headless::shell(const QString &command, const QStringList &arguments)
-{
-    return tests::runProgram("/bin/sh",
-                             QStringList() << "-c" << command << environment("ZTRACE_HEADLESS")
-                                           << plugins << arguments,
-                             folder->path());
-}
-
-Run tst_Headless::runText(const QString &script, const QStringList &arguments)
-{
-    const QString name = write("script.js", script);
-    return run(QStringList() << "--plugins" << plugins << name << arguments);
-}
 
 void tst_Headless::scriptRuns()
 {
@@ -459,172 +385,6 @@ void tst_Headless::traceImageLeavesRandomNumbers()
     const Run alone = runText(text);
     QVERIFY2(!alone.out.isEmpty(), qPrintable(alone.err));
     QCOMPARE(runText(text, QStringList("between")).out, alone.out);
-}
-
-void tst_Headless::scriptOfStandardInput()
-{
-    const Run r = shell("echo 'print(args); throw new Error(7)' | \"$0\" --plugins \"$1\" - a -b");
-    QCOMPARE(r.out, QString("a,-b\n"));
-    QVERIFY2(r.err.startsWith("-:1: Error: 7\n"), qPrintable(r.err));
-    QCOMPARE(r.code, 5);
-}
-
-void tst_Headless::endlessScript()
-{
-    const Run r = shell("\"$0\" --plugins \"$1\" /dev/zero");
-    QCOMPARE(r.err,
-             QString("zelvora-headless: cannot read the script /dev/zero: "
-                     "It is larger than 64 megabytes\n"));
-    QCOMPARE(r.code, 3);
-}
-
-void tst_Headless::lostOutput_data()
-{
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<QString>("to");
-    const char *const places[] = { "/dev/full", "&-" };
-    for (const char *place : places) {
-        QTest::addRow("help to %s", place) << "--help" << place;
-        QTest::addRow("version to %s", place) << "--version" << place;
-        QTest::addRow("script to %s", place) << "--plugins \"$1\" print.js" << place;
-        QTest::addRow("error caught, to %s", place) << "--plugins \"$1\" caught.js" << place;
-    }
-}
-
-void tst_Headless::lostOutput()
-{
-    QFETCH(QString, arguments);
-    QFETCH(QString, to);
-    write("print.js", "print(1)");
-    write("caught.js", "try { print(1) } catch (e) { }");
-    const Run r = shell(QString("\"$0\" %1 >%2").arg(arguments, to));
-    QCOMPARE(r.code, 4);
-    QVERIFY2(r.err.contains("zelvora-headless: cannot write to standard output: "),
-             qPrintable(r.err));
-}
-
-// The script learns of it and may go on: what it has to save is saved.
-void tst_Headless::readerThatLeaves()
-{
-    write("script.js",
-          "var error = null;"
-          "try { for (var i = 0; i < 1e6; ++i) print('a line of a long report'); }"
-          "catch (e) { error = e }"
-          "if (error) new QImage(2, 2).save('saved.png')");
-    const Run r = shell("{ \"$0\" --plugins \"$1\" script.js; echo $? >&2; } | true");
-    QVERIFY2(r.err.endsWith("\n4\n"), qPrintable(r.err));
-    QVERIFY(QFile::exists(folder->filePath("saved.png")));
-}
-
-void tst_Headless::slowReaderGetsEverything()
-{
-    write("script.js", "for (var i = 0; i < 20000; ++i) print('a line of a long report', i)");
-    // The descriptor that both ends of a pipe share is made non-blocking by the first of them.
-    write("run.py",
-          "import os, subprocess, sys, time\n"
-          "r, w = os.pipe()\n"
-          "os.set_blocking(w, False)\n"
-          "p = subprocess.Popen(sys.argv[1:], stdout=w)\n"
-          "os.close(w)\n"
-          "time.sleep(0.2)\n"
-          "data = os.fdopen(r, 'rb').read()\n"
-          "print(len(data.splitlines()), p.wait())\n");
-    const Run r = shell("python3 run.py \"$0\" --plugins \"$1\" script.js");
-    QCOMPARE(r.err, QString());
-    QCOMPARE(r.out, QString("20000 0\n"));
-}
-
-// Else the first file that is opened gets the number of standard error.
-void tst_Headless::closedDescriptors()
-{
-    write("script.js",
-          "var d = new ZDrawing(); d.setPage(4, 4); d.save(args[0]);"
-          "throw new Error('a report')");
-    const Run open = shell("\"$0\" --plugins \"$1\" script.js open.svg");
-    QCOMPARE(open.code, 5);
-    const Run closed = shell("\"$0\" --plugins \"$1\" script.js closed.svg <&- >&- 2>&-");
-    QCOMPARE(closed.code, 5);
-    QFile expected(folder->filePath("open.svg"));
-    QFile got(folder->filePath("closed.svg"));
-    QVERIFY(expected.open(QIODevice::ReadOnly) && got.open(QIODevice::ReadOnly));
-    QCOMPARE(got.readAll(), expected.readAll());
-}
-
-void tst_Headless::platformOfTheEnvironment()
-{
-    write("script.js", "print(1)");
-    const Run r = shell("QT_QPA_PLATFORM=nonsense \"$0\" --plugins \"$1\" script.js");
-    QCOMPARE(r.err, QString());
-    QCOMPARE(r.out, QString("1\n"));
-}
-
-void tst_Headless::fatalMessageIsShown()
-{
-    QVERIFY(!plugIn("fatal").isEmpty());
-    const Run r = runText("print(1)");
-    QCOMPARE(r.err, QString("zelvora-headless: nothing goes on\n"));
-    QCOMPARE(r.code, 1);
-}
-
-void tst_Headless::noRoomForTheScriptEngine()
-{
-#ifdef __SANITIZE_ADDRESS__
-    QSKIP("the sanitizer needs all of the address space for itself");
-#endif
-    write("script.js", "print(1)");
-    const Run r = shell("ulimit -v 1000000; \"$0\" --plugins \"$1\" script.js");
-    QVERIFY2(r.err.startsWith("zelvora-headless: there is not enough address space"),
-             qPrintable(r.err));
-    QCOMPARE(r.code, 1);
-}
-
-void tst_Headless::outOfMemoryIsAScriptError()
-{
-#ifdef __SANITIZE_ADDRESS__
-    QSKIP("the sanitizer needs all of the address space for itself");
-#endif
-    write("script.js",
-          "var i = new QImage(8, 8); i.setPixel(3, 3, 0xff000000);"
-          "var t = new ZTraceBitmap(); t.setOption('pathomit', 0);"
-          "var p = t.trace(i)[0]; var many = []; var d = new ZDrawing();"
-          "for (var k = 0; k < 10000; ++k) many.push(p);"
-          "try { for (;;) d.addObject(many) } catch (e) { print(e.message) }"
-          "for (;;) d.addObject(many)");
-    const Run r = shell("ulimit -v 2700000; \"$0\" --plugins \"$1\" script.js");
-    QCOMPARE(r.out, QString("There is not enough memory.\n"));
-    QVERIFY2(r.err.startsWith("script.js:1: Error: There is not enough memory.\n"),
-             qPrintable(r.err));
-    QCOMPARE(r.code, 5);
-}
-
-void tst_Headless::imageOnAFullDisk_data()
-{
-    QTest::addColumn<QString>("name");
-    const char *const endings[] = { "png", "bmp", "jpg", "ppm", "tiff" };
-    for (const char *ending : endings)
-        QTest::newRow(ending) << QString("old.%1").arg(ending);
-}
-
-// A limit on the size of files stands for the disk.
-void tst_Headless::imageOnAFullDisk()
-{
-    QFETCH(QString, name);
-    write("script.js",
-          "var i = new QImage(200, 200);"
-          "for (var y = 0; y < 200; ++y) for (var x = 0; x < 200; ++x)"
-          " i.setPixel(x, y, 0xff000000 + Math.random() * 0xffffff);"
-          "print(i.save(args[0]))");
-    write(name, "the old contents");
-    const QStringList before = QDir(folder->path()).entryList(QDir::Files);
-    const Run r = shell("trap '' XFSZ; ulimit -f 8; \"$0\" --plugins \"$1\" script.js " + name);
-    QCOMPARE(r.out, QString("false\n"));
-    QFile old(folder->filePath(name));
-    QVERIFY(old.open(QIODevice::ReadOnly));
-    QCOMPARE(old.readAll(), QByteArray("the old contents"));
-    QCOMPARE(QDir(folder->path()).entryList(QDir::Files), before);
-    const Run enough = shell("\"$0\" --plugins \"$1\" script.js " + name);
-    QCOMPARE(enough.out, QString("true\n"));
-    QVERIFY(!QImage(folder->filePath(name)).isNull());
 }
 
 QTEST_GUILESS_MAIN(tst_Headless)
