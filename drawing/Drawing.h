@@ -25,6 +25,19 @@ const char *nameOf(Unit unit);
 // Returns false, and leaves the unit as it is, for any other name.
 bool unitOfName(const QString &name, Unit *unit);
 
+enum class LineType { Continuous, Hidden, Center, Phantom, Dot };
+
+// What a centre line is drawn with.
+struct Pen
+{
+    double width = 1.0; // in pixels
+    LineType lineType = LineType::Continuous;
+    // Pixels that are drawn and left out in turn, beginning with drawn ones; empty: drawn
+    // throughout.
+    std::vector<double> dashes;
+    bool roundEnds = true; // else cut off square at the ends of the path
+};
+
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
 // Outlines are painted in the order of the drawing, later ones over earlier ones.
 struct Outline
@@ -32,6 +45,10 @@ struct Outline
     Path shape;
     QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
     QString layer;             // empty: layer "0"
+
+    // By position in the drawing's pens: the shape is a centre line, open or closed, drawn with
+    // that pen and never filled. Negative: the shape bounds an area, which is filled.
+    int pen = -1;
 
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
     std::vector<int> holes;
@@ -54,6 +71,7 @@ struct Layer
 struct Drawing
 {
     std::vector<Outline> outlines;
+    std::vector<Pen> pens;
     int width = 0; // of the source picture, in pixels
     int height = 0;
     double dpi = 0.0; // pixels an inch; 0: unknown, a pixel then is 1/96 inch on paper
