@@ -49,7 +49,7 @@ OptionValue formatName()
     for (const Format &format : allFormats())
         names.push_back({ format.name, format.name });
     return oneOf<std::string>("FORMAT", names,
-                              [](Settings &s, std::string name) { s.format = name; });
+                              [](Settings &s, std::string name) { s.format = std::move(name); });
 }
 
 OptionValue thresholdOrWord()

@@ -177,7 +177,7 @@ Outline readOutline(const QJsonObject &object, int count)
     outline.layer = text(member(object, "layer"), "\"layer\"");
     const QJsonValue seam = member(object, "seam");
     outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
-    for (const QJsonValue &hole : list(member(object, "holes"), "\"holes\""))
+    for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, count - 1, "a hole"));
     readShape(object, &outline.shape);
     return outline;
