@@ -314,6 +314,14 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: the engine, area by area, or true shapes, every "
                   "boundary once from its soft edge, in lines, arcs, curves and circles")
             .manual("With `shapes`, `--upsample` and tolerances have no effect"),
+        Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
+            .appliesTo(kToInk)
+            .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "
+                  "with a pen of that width; what is solid stays an area")
+            .manual("The presets `drawing` and `lineart` know it; the command takes `drawing` "
+                    "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
+                    "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
+                    "from thin to thick; solid parts are on `SOLID`"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),
