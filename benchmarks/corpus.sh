@@ -59,5 +59,6 @@ fetch_package openclipart-png
 fetch_package plasma-workspace-wallpapers
 fetch_package python3-skimage
 fetch_package kicad-doc-en
+fetch_package xfig-libs
 
 echo "corpus in $dir"
