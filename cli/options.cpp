@@ -211,6 +211,12 @@ std::vector<Entry> outputOptions()
             .standard("0.05")
             .needs(kChoosesCurves)
             .help("How far arcs and lines may be from the curves, in pixels"),
+        Entry("dxf-join", flag([](Settings &s, bool on) { s.dxf.join = on; }))
+            .needs(kChoosesCurves)
+            .help("Centre lines in DXF as the longest polylines: lines of one layer and pen that "
+                  "go on from one another are one")
+            .manual("Curves are arcs in them, within `--dxf-tolerance`. Without it every line, "
+                    "arc, circle and curve is an entity of its own"),
         Entry("dxf-version",
               oneOf<DxfVersion>("VERSION", kDxfVersions,
                                 [](Settings &s, DxfVersion v) { s.dxf.version = v; }))
