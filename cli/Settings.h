@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "batch/settings.h"
 #include "drawing/Drawing.h"
 #include "drawing/dxf.h"
 #include "drawing/text.h"
@@ -86,6 +87,8 @@ struct Settings
     Progress progress = Progress::Auto;
     double maxPixels = 1000.0; // million pixels of an image
     double maxMemory = 8192.0; // million bytes that an image may take
+
+    BatchSettings batch; // of a run over many pictures
 
     // What was said of colours and outlines, by preset, file or command line, in its own words.
     std::map<std::string, std::vector<std::string>> said;
