@@ -20,7 +20,10 @@ namespace {
 // Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
 // leaves steps whose errors keep their sign for as long as a line keeps within a row.
 const double kLeastSoft = 0.06;
-const double kLeastHard = 0.25;
+const double kLeastHard = 0.2;
+
+// Cross-sections that tell a direction well enough to join by it.
+const std::size_t kTelling = 8;
 
 struct Skeleton
 {
@@ -124,7 +127,9 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     Web web = webOf(std::move(atoms), std::move(cores.joints));
-    joinAcrossJoints(measure, &web);
+    joinAcrossJoints(measure, kTelling, &web);
+    joinAlongCarriers(coverage, measure, &web);
+    joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
     takeStrokes(web, drawing);
