@@ -13,8 +13,11 @@ namespace {
 const double kPi = 3.14159265358979323846;
 // Cross-sections over which a line is taken for one line or arc; half as many where no line is so
 // long.
-const int kStretch = 120;
-const double kStretchScale = 1.1; // the fit to a stretch hides a part of its deviation
+const int kStretch = 80;
+// Of the stretches in order of their deviation: those that hold a bend or a corner are last. What
+// the others tell is less than the mean, and fits hide a part of it.
+const double kStretchQuantile = 0.3;
+const double kStretchScale = 1.8;
 const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
 const double kMostSigma = 0.8;
 const std::size_t kLeastStretches = 3;
@@ -187,7 +190,8 @@ Measure measureOf(const Cores &cores, double least)
     measure.sigma = std::max(kUsualSigma, least);
     if (variances.size() < kLeastStretches)
         return measure;
-    const auto middle = variances.begin() + std::ptrdiff_t(variances.size() / 2);
+    const auto middle = variances.begin()
+        + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
     std::nth_element(variances.begin(), middle, variances.end());
     measure.sigma = std::clamp(kStretchScale * std::sqrt(*middle), least, kMostSigma);
     return measure;

@@ -39,7 +39,7 @@ struct Measure
 };
 
 // The deviation that the cores themselves tell: how far cross-sections lie from a line or an arc
-// through a long stretch of them, the median of all such stretches. `least` is what can be asked of
+// through a long stretch of them; what a third of all such stretches keep. `least` is what can be asked of
 // the picture at all.
 Measure measureOf(const Cores &cores, double least);
 

@@ -19,7 +19,7 @@ namespace {
 
 // Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
 // leaves steps whose errors keep their sign for as long as a line keeps within a row.
-const double kLeastSoft = 0.06;
+const double kLeastSoft = 0.035;
 const double kLeastHard = 0.2;
 
 // Cross-sections that tell a direction well enough to join by it.
