@@ -239,7 +239,7 @@ Outline readOutline(const QJsonObject &object, int pens, int count)
     if (!pen.isUndefined() && pens == 0)
         refuse("there are no pens");
     outline.pen = pen.isUndefined() ? -1 : wholeNumber(pen, 0, pens - 1, "\"pen\"");
-    for (const QJsonValue &hole : list(member(object, "holes"), "\"holes\""))
+    for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, count - 1, "a hole"));
     readShape(object, &outline.shape);
     return outline;
