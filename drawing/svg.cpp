@@ -44,15 +44,17 @@ class SvgWriter
 {
 public:
     SvgWriter(const Drawing &d, const SvgOptions &o, QIODevice *device)
-        : drawing(d), options(o), frame(frameOf(d)), sink(device),
-          isCompact(o.decimals >= 0 && o.decimals <= kMostCompactDecimals),
-          compact(frame.x, frame.y + frame.height, isCompact ? o.decimals : 0)
+        : drawing(d), style(o.style),
+          decimals(o.decimals == kDecimalsOfDrawing ? decimalsFor(d.precision) : o.decimals),
+          frame(frameOf(d)), sink(device),
+          isCompact(decimals >= 0 && decimals <= kMostCompactDecimals),
+          compact(frame.x, frame.y + frame.height, isCompact ? decimals : 0)
     { }
 
     bool write()
     {
         writeHead();
-        if (options.style.byLayer) {
+        if (style.byLayer) {
             const std::vector<Layer> layers = drawing.layered();
             if (layers.empty() || !layers.front().hasGround)
                 writeGround();
@@ -70,7 +72,7 @@ public:
     }
 
 private:
-    void number(double value) { appendNumber(&sink.text(), value, options.decimals); }
+    void number(double value) { appendNumber(&sink.text(), value, decimals); }
 
     void point(const Point &p)
     {
@@ -96,7 +98,7 @@ private:
         std::string &text = sink.text();
         text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                 "<svg xmlns=\"http://www.w3.org/2000/svg\"";
-        if (options.style.byLayer)
+        if (style.byLayer)
             text += " xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\"";
         size("width", frame.width);
         size("height", frame.height);
@@ -109,7 +111,7 @@ private:
 
     void writeGround()
     {
-        if (qAlpha(drawing.ground) == 0 || options.style.stroked)
+        if (qAlpha(drawing.ground) == 0 || style.stroked)
             return;
         std::string &text = sink.text();
         text += "<rect width=\"";
@@ -161,7 +163,7 @@ private:
     Bounds boxOf(const Outline &outline) const
     {
         const double width = outline.pen >= 0 ? kMostMiter * penOf(drawing, outline).width
-            : options.style.stroked           ? kMostMiter * options.style.strokeWidth
+            : style.stroked                   ? kMostMiter * style.strokeWidth
                                               : outline.seam;
         const double margin = 0.5 * width + 1.0;
         Bounds box = boundsOf(outline.shape);
@@ -190,15 +192,14 @@ private:
 
     std::string looksOf(const Outline &outline) const
     {
-        return outline.pen >= 0     ? penLooks(outline)
-            : options.style.stroked ? strokeLooks(outline)
-                                    : fillLooks(outline);
+        return outline.pen >= 0 ? penLooks(outline)
+            : style.stroked     ? strokeLooks(outline)
+                                : fillLooks(outline);
     }
 
     bool isPainted(const Outline &outline) const
     {
-        return !outline.shape.pieces().empty()
-            && (qAlpha(outline.colour) != 0 || options.style.stroked);
+        return !outline.shape.pieces().empty() && (qAlpha(outline.colour) != 0 || style.stroked);
     }
 
     // An outline, or of very many several in one path: areas of a logo are things to be edited,
@@ -237,12 +238,13 @@ private:
             && std::min(whole.half[0], whole.half[1]) >= kSmallestShape;
     }
 
-    bool isArea(const Outline &outline) const { return outline.pen < 0 && !options.style.stroked; }
+    bool isArea(const Outline &outline) const { return outline.pen < 0 && !style.stroked; }
 
     void writeOutline(const Outline &outline, const std::string &looks)
     {
         const bool area = isArea(outline);
-        if (isCompact && (!area || outline.holes.empty()) && isLargeShape(outline.shape)
+        if (isCompact && (!area || outline.holes.empty())
+            && (!hasMany() || isLargeShape(outline.shape))
             && writeWhole(wholeShapeOf(outline.shape), looks))
             return;
         std::string &text = sink.text();
@@ -256,11 +258,11 @@ private:
         sink.flushIfLarge();
     }
 
-    void attribute(const char *name, double value, int decimals)
+    void attribute(const char *name, double value, int places)
     {
         std::string &text = sink.text();
         text += std::string(" ") + name + "=\"";
-        appendShort(&text, value, decimals);
+        appendShort(&text, value, places);
         text += '"';
     }
 
@@ -269,19 +271,20 @@ private:
     {
         const double x = shape.center.x - frame.x;
         const double y = frame.y + frame.height - shape.center.y;
-        const int decimals = options.decimals;
+        // Better known than the points of a path, and few.
+        const int finer = decimals + 1;
         std::string &text = sink.text();
         switch (shape.kind) {
         case WholeShape::Circle:
         case WholeShape::Ellipse:
             text += (shape.kind == WholeShape::Circle ? "<circle" : "<ellipse") + looks;
-            attribute("cx", x, decimals);
-            attribute("cy", y, decimals);
+            attribute("cx", x, finer);
+            attribute("cy", y, finer);
             if (shape.kind == WholeShape::Circle) {
-                attribute("r", shape.half[0], decimals);
+                attribute("r", shape.half[0], finer);
             } else {
-                attribute("rx", shape.half[0], decimals);
-                attribute("ry", shape.half[1], decimals);
+                attribute("rx", shape.half[0], finer);
+                attribute("ry", shape.half[1], finer);
                 turn(shape.angle, x, y);
             }
             break;
@@ -289,8 +292,8 @@ private:
             if (shape.angle != 0.0 && shape.radius == 0.0)
                 return false;
             text += "<rect" + looks;
-            sides(x - shape.half[0], x + shape.half[0], "x", "width");
-            sides(y - shape.half[1], y + shape.half[1], "y", "height");
+            sides(Point(x - shape.half[0], y - shape.half[1]),
+                  Point(x + shape.half[0], y + shape.half[1]));
             if (shape.radius > 0.0)
                 attribute("rx", shape.radius, decimals);
             turn(shape.angle, x, y);
@@ -304,12 +307,15 @@ private:
     }
 
     // Both ends are rounded, as the same ends of neighbours are.
-    void sides(double low, double high, const char *begin, const char *length)
+    void sides(const Point &low, const Point &high)
     {
-        const double unit = std::pow(10.0, options.decimals);
-        const double first = std::round(low * unit);
-        attribute(begin, first / unit, options.decimals);
-        attribute(length, (std::round(high * unit) - first) / unit, options.decimals);
+        const double unit = std::pow(10.0, decimals);
+        const double left = std::round(low.x * unit);
+        const double upper = std::round(low.y * unit);
+        attribute("x", left / unit, decimals);
+        attribute("y", upper / unit, decimals);
+        attribute("width", (std::round(high.x * unit) - left) / unit, decimals);
+        attribute("height", (std::round(high.y * unit) - upper) / unit, decimals);
     }
 
     void turn(double angle, double x, double y)
@@ -319,10 +325,10 @@ private:
             return;
         std::string &text = sink.text();
         text += " transform=\"rotate(";
-        appendShort(&text, degrees, options.decimals + kTurnDecimals);
+        appendShort(&text, degrees, decimals + kTurnDecimals);
         for (double number : { x, y }) {
             text += ' ';
-            appendShort(&text, number, options.decimals);
+            appendShort(&text, number, decimals);
         }
         text += ")\"";
     }
@@ -376,7 +382,7 @@ private:
     {
         std::string text
             = " fill=\"none\" stroke=\"" + colourText(outline.colour) + "\" stroke-width=\"";
-        appendNumber(&text, options.style.strokeWidth);
+        appendNumber(&text, style.strokeWidth);
         return text + '"' + strokeOpacity(outline.colour);
     }
 
@@ -465,7 +471,8 @@ private:
     }
 
     const Drawing &drawing;
-    const SvgOptions &options;
+    const PaintStyle &style;
+    const int decimals;
     const Frame frame;
     TextSink sink;
     const bool isCompact; // rounded, which leaves a choice of how to write

@@ -12,6 +12,8 @@ namespace {
 
 const double kLargestPlace = 1e15;
 const int kMostMoreDecimals = 8;  // of an arc's radii
+const double kMiddleMoves = 0.75; // units of the last decimal; the middle of an arc by rounding
+const double kMovesMore = 0.25;   // than by its ends alone
 const int kLeastTurnDecimals = 2; // of degrees
 const double kDegrees = 45.0 / std::atan(1.0);
 const double kHalfTurn = 4.0 * std::atan(1.0);
@@ -235,6 +237,11 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
     const double height = ellipse.major * (1.0 - std::cos(0.5 * ellipse.sweep));
     const double radius = (half * half + height * height) / (2.0 * height);
     const bool isRound = piece.kind == PathPiece::Arc;
+    const double exact[2] = { radius, radius * ratio };
+    // Where the ends are a little elsewhere the middle is, too, whatever the radii: of a flat
+    // ellipse by more.
+    const double most = std::max(
+        kMiddleMoves, kMovesMore + unit * distanceOfMiddle(ellipse, to, exact, ellipse.angle));
     std::string radii[2];
     std::string turn;
     for (int more = 0; more <= kMostMoreDecimals; ++more) {
@@ -242,14 +249,14 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
         double rounded[2];
         for (int i = 0; i < 2; ++i) {
             radii[i].clear();
-            appendShort(&radii[i], i == 0 ? radius : radius * ratio, places);
+            appendShort(&radii[i], exact[i], places);
             rounded[i] = std::stod(radii[i]);
         }
         turn.clear();
         appendShort(&turn, isRound ? 0.0 : -std::remainder(ellipse.angle, kHalfTurn) * kDegrees,
                     kLeastTurnDecimals + more);
         if (rounded[1] > 0.0
-            && distanceOfMiddle(ellipse, to, rounded, -std::stod(turn) / kDegrees) * unit <= 0.75)
+            && distanceOfMiddle(ellipse, to, rounded, -std::stod(turn) / kDegrees) * unit <= most)
             break;
     }
     Numbers numbers(true);
