@@ -236,10 +236,14 @@ std::vector<Entry> outputOptions()
             .needs(kFillsAreas)
             .help("Width of outlines in pixels"),
         Entry("decimals",
-              wholeNumber("N", 0, kMostDecimals,
-                          [](Settings &s, int decimals) { s.decimals = decimals; }))
+              wholeNumberOr("N|exact", { "exact", kExactDecimals }, 0, kMostDecimals,
+                            [](Settings &s, int decimals) { s.decimals = decimals; })
+                  .offering({ "1", "2", "3" }))
             .needs(kRoundsNumbers)
-            .help("Decimals of SVG coordinates; without it as many as it takes to be exact"),
+            .help("Decimals of SVG coordinates; `exact` are as many as it takes")
+            .manual("Without it 2 for true shapes and centre lines, 1 for pages of more than 1000 "
+                    "areas with hard edges, and exact for the engine's outlines. Rounded "
+                    "coordinates are written in few bytes"),
         Entry("scale",
               number("F", kLeastScale, kMostNumber,
                      [](Settings &s, double scale) { s.scale = scale; }))

@@ -26,7 +26,7 @@ std::string stateOf(const Settings &s)
     for (double value : { double(s.style.byLayer),
                           double(s.style.stroked),
                           s.style.strokeWidth,
-                          double(s.decimals.value_or(-1)),
+                          double(s.decimals.value_or(-9)),
                           double(s.fit),
                           double(s.strokes),
                           s.scale,
