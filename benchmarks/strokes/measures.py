@@ -198,10 +198,11 @@ class Comparison:
     def junctions(self):
         """(right, true). What is no longer the same seen twice as sharply is not asked for."""
         true = junctions.junctions(self.counted, 2.0)
-        same = junctions.junctions(self.counted, 1.0)
-        true = [junction for junction in true if junctions.right_ones([junction], same, 0.5)]
-        drawn = junctions.junctions(self.judged(), 2.0)
-        return junctions.right_ones(true, drawn), len(true)
+        sharper = junctions.junctions(self.counted, 1.0)
+        sure = junctions.near_each_other(true, sharper, 0.5)
+        true = [junction for junction, same in zip(true, sure) if same]
+        drawn = junctions.junctions(self.judged(), 2.0, [point for point, _ in true])
+        return int(junctions.near_each_other(true, drawn, WITHIN).sum()), len(true)
 
 
 def measured(truth, drawn):
