@@ -10,6 +10,7 @@ import json
 import math
 
 import numpy
+from scipy.spatial import cKDTree
 
 from primitives import is_path, length, points_at, samples
 
@@ -74,8 +75,7 @@ def joined_arcs(one, other):
         if offset + sweep < -slack:
             return None
     begin, end = min(0.0, offset), max(span, offset + sweep)
-    if end - begin >= 2 * math.pi - slack or \
-            (offset > 0 and offset + sweep >= 2 * math.pi - slack):
+    if end - begin >= 2 * math.pi - slack:
         rest = {key: value for key, value in one.items() if key not in ("start", "sweep", "tips")}
         return dict(rest, kind="circle")
     joined = dict(one, start=low + begin, sweep=end - begin)
@@ -156,8 +156,6 @@ def runs_into(one, others, nearest):
 
 def tellable(primitives):
     """Without what could not be told from the ink."""
-    from scipy.spatial import cKDTree
-
     def nearest(other, points):
         if id(other) not in trees:
             at, _ = samples(other)
