@@ -110,6 +110,11 @@ class Truth(unittest.TestCase):
                                  line((120, 0), (150, 0), width=3)])
         self.assertEqual(sorted(round(length(item)) for item in joined), [30, 100])
 
+    def test_gap_that_the_pen_closes_is_none(self):
+        for gap, lines in ((2.5, 1), (3.5, 2)):
+            parts = [line((0, 0), (50, 0), width=3), line((50 + gap, 0), (90, 0), width=3)]
+            self.assertEqual(len(truth.join_all(parts)), lines)
+
     def test_other_pens_and_corners_stay_apart(self):
         self.assertEqual(len(truth.join_all([line((0, 0), (50, 0), width=3),
                                              line((50, 0), (90, 0), width=6),

@@ -15,7 +15,7 @@ from scipy.spatial import cKDTree
 from primitives import is_path, length, points_at, samples
 
 OFF_CARRIER = 0.6   # pixels: two lines are on one carrier when no end is further from it
-MEETING = 0.5       # pixels: ends that are not further apart meet
+MEETING = 0.5       # pixels: ends that are not further apart meet; so do those within a pen's width
 
 
 def same_pen(one, other):
@@ -35,7 +35,8 @@ def joined_lines(one, other):
     if numpy.abs(offsets @ numpy.array([-along[1], along[0]])).max() > OFF_CARRIER:
         return None
     places = offsets @ along
-    if places.min() > whole + MEETING or places.max() < -MEETING:
+    meeting = max(MEETING, one["width"])
+    if places.min() > whole + meeting or places.max() < -meeting:
         return None
     low, high = min(0.0, places.min()), max(whole, places.max())
     joined = dict(first, points=[(origin + along * low).tolist(), (origin + along * high).tolist()])
@@ -66,7 +67,7 @@ def joined_arcs(one, other):
         return None
     if "circle" in (one["kind"], other["kind"]):
         return one if one["kind"] == "circle" else other
-    slack = MEETING / one["radius"]
+    slack = max(MEETING, one["width"]) / one["radius"]
     low, span = forward(one)
     start, sweep = forward(other)
     offset = (start - low + slack) % (2 * math.pi) - slack
