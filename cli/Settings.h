@@ -85,6 +85,7 @@ struct Settings
     Progress progress = Progress::Auto;
     double maxPixels = 1000.0; // million pixels of an image
     double maxMemory = 8192.0; // million bytes that an image may take
+    double timeLimit = 0.0;    // seconds; 0: none
 
     // What was said of colours and outlines, by preset, file or command line, in its own words.
     std::map<std::string, std::vector<std::string>> said;

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "suggest.h"
+#include "timelimit.h"
 
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
@@ -415,6 +416,13 @@ std::vector<Entry> runningOptions()
             .help("Refuse images that would take more than this, in millions of bytes, before they "
                   "are decoded, and input of more than this")
             .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
+        Entry("time-limit",
+              number("SECONDS", 0.0, kMostSeconds,
+                     [](Settings &s, double seconds) { s.timeLimit = seconds; }))
+            .standard("0")
+            .commandOnly()
+            .help("End the run when it has taken so long; 0 is no limit")
+            .manual("Outputs that are not written by then are not written at all"),
         Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
             .commandOnly()
             .help("No warnings and no progress"),

@@ -57,6 +57,7 @@ std::string stateOf(const Settings &s)
                           double(s.progress),
                           s.maxPixels,
                           s.maxMemory,
+                          s.timeLimit,
                           double(s.overwrite),
                           double(s.noClobber),
                           double(s.onlyColours.size()),
