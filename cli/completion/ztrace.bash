@@ -41,6 +41,7 @@ _ztrace() {
         --progress) choices="auto always never" ;;
         --max-pixels) choices="" ;;
         --max-memory) choices="" ;;
+        --time-limit) choices="" ;;
         *)
             if [[ $word == -* ]]; then
                 choices="--output
@@ -84,6 +85,7 @@ _ztrace() {
                     --progress
                     --max-pixels
                     --max-memory
+                    --time-limit
                     --quiet
                     --help
                     --version"
