@@ -62,8 +62,8 @@ public:
     {
         onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
-        if (line.settings.timeLimit > 0.0)
-            endAfter(line.settings.timeLimit);
+        if (line.settings.timeLimit.value_or(0.0) > 0.0)
+            endAfter(*line.settings.timeLimit);
         ImageSource::requireFile(line.input);
         const std::vector<Output> outputs = outputsFor(line.input, line.settings);
         ProgressLine progressLine(line.settings);

@@ -7,7 +7,7 @@
 namespace ztrace {
 
 // The longest limit, in seconds: more is told from no limit by nobody.
-const double kMostSeconds = 1e8;
+const double kMostSeconds = 1e6;
 
 // Has SIGALRM arrive after so many seconds, counted from here, and be handled. Whatever signal mask
 // and timer the process has inherited, it arrives: in a thread that does not hold it back

@@ -25,7 +25,7 @@ const int kTimeIsOver = 7; // exit code
 
 const char kInterruptedText[] = "The run was interrupted.";
 
-const double kMostSeconds = 1e8; // of a time limit
+const double kMostSeconds = 1e6; // of a time limit
 
 // Starts the time limit. Before a script runs, the process ends at once when it is over.
 void limitTime(double seconds);

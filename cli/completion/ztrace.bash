@@ -42,6 +42,18 @@ _ztrace() {
         --max-pixels) choices="" ;;
         --max-memory) choices="" ;;
         --time-limit) choices="" ;;
+        --out) offer_files=yes ;;
+        --names) offer_files=yes ;;
+        --formats) choices="svg dxf pdf png json" ;;
+        --pattern) offer_files=yes ;;
+        --files-from) offer_files=yes ;;
+        --manifest) offer_files=yes ;;
+        -j | --jobs) choices="auto 1 2 4 8" ;;
+        --memory-limit) choices="" ;;
+        --retry) choices="failed" ;;
+        --results) offer_files=yes ;;
+        --flag-below) choices="" ;;
+        --chunk) choices="1/2 2/2" ;;
         *)
             if [[ $word == -* ]]; then
                 choices="--output
@@ -70,6 +82,7 @@ _ztrace() {
                     --page
                     --upsample
                     --fit
+                    --strokes
                     --raw
                     --set
                     --seed
@@ -89,7 +102,23 @@ _ztrace() {
                     --time-limit
                     --quiet
                     --help
-                    --version"
+                    --version
+                    --out
+                    --names
+                    --formats
+                    --recursive
+                    --pattern
+                    --files-from
+                    --manifest
+                    --jobs
+                    --memory-limit
+                    --retry
+                    --dry-run
+                    --fail-fast
+                    --results
+                    --no-check
+                    --flag-below
+                    --chunk"
             else
                 offer_files=yes
             fi
@@ -98,7 +127,7 @@ _ztrace() {
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 && presets == "$word"* ]] && COMPREPLY+=(presets)
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
