@@ -68,6 +68,7 @@ struct Settings
     int upsample = 0;  // how many times finer than pixels; 0: as is useful
 
     Geometry::Fit fit = Geometry::Fit::Engine;
+    bool strokes = false; // lines as centre lines
 
     // What is kept.
     std::optional<double> minPath;

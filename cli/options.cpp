@@ -52,7 +52,7 @@ OptionValue formatName()
     for (const Format &format : allFormats())
         names.push_back({ format.name, format.name });
     return oneOf<std::string>("FORMAT", names,
-                              [](Settings &s, std::string name) { s.format = name; });
+                              [](Settings &s, std::string name) { s.format = std::move(name); });
 }
 
 OptionValue thresholdOrWord()
@@ -261,6 +261,12 @@ std::vector<Entry> outputOptions()
             .standard("0.05")
             .needs(kChoosesCurves)
             .help("How far arcs and lines may be from the curves, in pixels"),
+        Entry("dxf-join", flag([](Settings &s, bool on) { s.dxf.join = on; }))
+            .needs(kChoosesCurves)
+            .help("Centre lines in DXF as the longest polylines: lines of one layer and pen that "
+                  "go on from one another are one")
+            .manual("Curves are arcs in them, within `--dxf-tolerance`. Without it every line, "
+                    "arc, circle and curve is an entity of its own"),
         Entry("dxf-version",
               oneOf<DxfVersion>("VERSION", kDxfVersions,
                                 [](Settings &s, DxfVersion v) { s.dxf.version = v; }))
@@ -364,6 +370,14 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: the engine, area by area, or true shapes, every "
                   "boundary once from its soft edge, in lines, arcs, curves and circles")
             .manual("With `shapes`, `--upsample` and tolerances have no effect"),
+        Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
+            .appliesTo(kToInk)
+            .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "
+                  "with a pen of that width; what is solid stays an area")
+            .manual("The presets `drawing` and `lineart` know it; the command takes `drawing` "
+                    "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
+                    "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
+                    "from thin to thick; solid parts are on `SOLID`"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),

@@ -22,6 +22,9 @@ namespace ztrace {
 
 namespace {
 
+// What --strokes means where no preset is named.
+const char *const kStrokesPreset = "drawing";
+
 const char *presetOf(Kind kind)
 {
     switch (kind) {
@@ -62,7 +65,12 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     Settings settings = job.settings;
     if (settings.raw)
         return settings;
-    *look = settings.preset == kAutoPreset ? lookAt(picture) : Look { settings.preset, "" };
+    if (settings.preset != kAutoPreset)
+        *look = { settings.preset, "" };
+    else if (settings.strokes)
+        *look = { kStrokesPreset, "--strokes" };
+    else
+        *look = lookAt(picture);
     const Preset preset = findPreset(look->preset);
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,

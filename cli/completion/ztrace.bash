@@ -67,6 +67,7 @@ _ztrace() {
                     --scale
                     --dxf-curves
                     --dxf-tolerance
+                    --dxf-join
                     --dxf-version
                     --dpi
                     --units

@@ -31,6 +31,7 @@ std::string stateOf(const Settings &s)
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
+                          double(s.dxf.join),
                           double(s.dxf.version),
                           s.dpi.value_or(0.0),
                           double(s.unit),
