@@ -54,6 +54,11 @@ _ztrace() {
         --results) offer_files=yes ;;
         --flag-below) choices="" ;;
         --chunk) choices="1/2 2/2" ;;
+        --leases) choices="none 16 64" ;;
+        --watch) offer_files=yes ;;
+        --report) offer_files=yes ;;
+        --csv) offer_files=yes ;;
+        --premis) offer_files=yes ;;
         *)
             if [[ $word == -* ]]; then
                 choices="--output
@@ -82,6 +87,7 @@ _ztrace() {
                     --page
                     --upsample
                     --fit
+                    --strokes
                     --raw
                     --set
                     --seed
@@ -117,7 +123,12 @@ _ztrace() {
                     --results
                     --no-check
                     --flag-below
-                    --chunk"
+                    --chunk
+                    --leases
+                    --watch
+                    --report
+                    --csv
+                    --premis"
             else
                 offer_files=yes
             fi
@@ -126,7 +137,7 @@ _ztrace() {
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch presets" -- "$word")
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch formats presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
