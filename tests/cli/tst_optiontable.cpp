@@ -79,9 +79,14 @@ std::string stateOf(const Settings &s)
                           double(s.batch.check),
                           s.batch.flagBelow,
                           double(s.batch.chunk),
-                          double(s.batch.chunks) })
+                          double(s.batch.chunks),
+                          double(s.batch.leases),
+                          double(s.batch.watch.size()),
+                          double(s.pages.size()),
+                          double(s.pages.front().second) })
         add(value);
-    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ';
+    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ' + s.batch.report + ' '
+        + s.batch.csv + ' ' + s.batch.premis + ' ';
     return state + s.preset + ' ' + s.format + ' ' + s.config;
 }
 
