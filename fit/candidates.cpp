@@ -73,7 +73,9 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 {
     const Point p = breakPoint(points, i);
     const Primitive &primitive = span.primitive;
-    return { primitive.arc, primitive.foot(p), primitive.tangent(p) };
+    const double length = span.last > span.first ? points.walk(span.first, span.last - 1) + 0.5 : 0;
+    return { primitive.arc, primitive.foot(p), primitive.tangent(p),
+             std::min(kMetBefore, kMetBeforePart * length) };
 }
 
 } // namespace
@@ -126,17 +128,32 @@ SpanEnd endOf(const Points &points, const Span &span)
     return endAt(points, span, span.last);
 }
 
-// Whether the two ends, drawn on, meet within reach of where they end.
+// Whether the two ends meet within reach of where they end: where they hardly turn side by side,
+// else drawn on or cut a little short.
 bool meetNear(const SpanEnd &before, const SpanEnd &after)
 {
     const Point gap = after.foot - before.foot;
-    if (dot(gap, gap) < kSmoothGap * kSmoothGap)
-        return true;
+    if (dot(before.tangent, after.tangent) > kSmoothCosine)
+        return dot(gap, gap) < kSmoothGap * kSmoothGap;
     const double sine = cross(before.tangent, after.tangent);
-    const double ahead = cross(gap, after.tangent);
-    const double back = cross(gap, before.tangent);
-    const double reach = kMeetingReach * std::fabs(sine);
-    return std::fabs(ahead) <= reach && std::fabs(back) <= reach;
+    const double ahead = cross(gap, after.tangent) * (sine < 0 ? -1 : 1);
+    const double back = -cross(gap, before.tangent) * (sine < 0 ? -1 : 1);
+    const double scale = std::fabs(sine);
+    const double reach = kMeetingReach * scale;
+    return ahead <= reach && back <= reach && ahead >= -before.room * scale
+        && back >= -after.room * scale;
+}
+
+bool mayLeaveOut(const Points &points, const Span &before, const Span &after)
+{
+    const int n = points.size();
+    for (int i = before.last; i % n != after.first % n; ++i) {
+        const Point p = points.at(i % n);
+        if (std::fabs(before.primitive.distance(p)) > kLeftOutWithin
+            && std::fabs(after.primitive.distance(p)) > kLeftOutWithin)
+            return false;
+    }
+    return true;
 }
 
 double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,
