@@ -10,11 +10,12 @@ namespace {
 
 const double kCheaper = 0.4; // of the price of a number, where the first fit is not good enough
 const int kCheaperTimes = 3;
-const double kFarAtLeast = 0.3;   // pixels
-const double kFarOfStairs = 0.9;  // pixels; of hard edges, whose points are half a pixel off anyway
-const double kFarByPoint = 0.025; // pixels; chains of 60 points may do what long ones may
+const double kFar = 0.45;        // pixels from the path that a point may be
+const double kFarBySigma = 4;    // standard deviations, where that is more
+const double kFarOfStairs = 1.0; // pixels; of hard edges, whose points are half a pixel off anyway
 const double kLeftOutWithin
-    = 0.6;                    // pixels from the path; the program allows .45 from its free fits
+    = 0.6;               // pixels from the path; the program allows .45 from its free fits
+const double kTip = 0.5; // pixels more by which corners stand out from the line through the points
 const int kLeftOutAtOnce = 4; // points
 const int kSamples = 5;       // of a piece that are looked at
 
@@ -33,11 +34,11 @@ fit::Settings usualSettings()
     return fit::settingsFor(prices);
 }
 
-// Of short chains less: small counters of letters are all corners.
-double farFrom(const ChainPoints &points)
+double farFrom(const ChainPoints &points, int k)
 {
-    const double least = points.edge == fit::Edge::Hard ? kFarOfStairs : kFarAtLeast;
-    return std::min(kFarFromPoints, least + kFarByPoint * double(points.x.size()));
+    if (points.sigma.empty())
+        return kFarOfStairs;
+    return std::min(kFarFromPoints, std::max(kFar, kFarBySigma * points.sigma[std::size_t(k)]));
 }
 
 double toSegment(fit::Point p, fit::Point a, fit::Point b)
@@ -49,17 +50,25 @@ double toSegment(fit::Point p, fit::Point a, fit::Point b)
     return std::sqrt(dot(away, away));
 }
 
-// Of a piece from the points that it explains and one more on either side.
-bool staysWith(const fit::Piece &piece, const ChainPoints &points, bool closed)
+// Whether the points that a piece explains lie on it or on those beside it, and it near the line
+// through them.
+bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const ChainPoints &points,
+               bool closed)
 {
+    const fit::Piece &piece = pieces[number];
     const int size = int(points.x.size());
     const auto at = [&](int k) {
-        const int wrapped
-            = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
-        return fit::Point { points.x[std::size_t(wrapped)], points.y[std::size_t(wrapped)] };
+        const int i = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
+        return fit::Point { points.x[std::size_t(i)], points.y[std::size_t(i)] };
     };
+    const std::size_t before = (number + pieces.size() - 1) % pieces.size();
+    const std::size_t after = (number + 1) % pieces.size();
+    double far = farFrom(points, piece.first % size);
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
-        if (distanceTo(piece, at(k)) > farFrom(points))
+        const double most = farFrom(points, k % size);
+        far = std::max(far, most);
+        if (distanceTo(piece, at(k)) > most && distanceTo(pieces[before], at(k)) > most
+            && distanceTo(pieces[after], at(k)) > most)
             return false;
     }
     for (int sample = 1; sample < kSamples; ++sample) {
@@ -67,7 +76,7 @@ bool staysWith(const fit::Piece &piece, const ChainPoints &points, bool closed)
         double nearest = HUGE_VAL;
         for (int k = piece.first - 2; k < piece.first + piece.count + 1; ++k)
             nearest = std::min(nearest, toSegment(p, at(k), at(k + 1)));
-        if (!(nearest <= farFrom(points)))
+        if (!(nearest <= far + kTip))
             return false;
     }
     return true;
@@ -102,6 +111,21 @@ void markLeftOut(const fit::Path &path, const ChainPoints &points, std::vector<c
     }
 }
 
+// Whether the chords of the pieces on either side of one cross: its corners are the wrong way
+// round.
+bool isTwisted(const std::vector<fit::Piece> &pieces, std::size_t number, bool closed)
+{
+    const std::size_t count = pieces.size();
+    if (count < 4 || (!closed && (number == 0 || number + 1 == count)))
+        return false;
+    const fit::Piece &a = pieces[(number + count - 1) % count];
+    const fit::Piece &b = pieces[(number + 1) % count];
+    const auto side = [](const fit::Piece &piece, fit::Point p) {
+        return cross(piece.end - piece.start, p - piece.start);
+    };
+    return side(a, b.start) * side(a, b.end) < 0 && side(b, a.start) * side(b, a.end) < 0;
+}
+
 // Per piece whether it is not where its points are; one more that is set where the path as a whole
 // is none.
 std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bool closed)
@@ -110,9 +134,19 @@ std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bo
     std::vector<char> bad(count + 1, 0);
     bad[count] = count == 0 || (closed && count == 1 && !fit::isWhole(path.pieces.front().kind));
     for (std::size_t k = 0; k < count; ++k)
-        bad[k] = !staysWith(path.pieces[k], points, closed);
+        bad[k] = !staysWith(path.pieces, k, points, closed) || isTwisted(path.pieces, k, closed);
     if (!points.sigma.empty())
         markLeftOut(path, points, &bad);
+    // A joint beside a bad piece is a bad one.
+    const std::vector<char> found = bad;
+    for (std::size_t k = 0; k < count; ++k) {
+        if (!found[k])
+            continue;
+        if (k > 0 || closed)
+            bad[(k + count - 1) % count] = 1;
+        if (k + 1 < count || closed)
+            bad[(k + 1) % count] = 1;
+    }
     return bad;
 }
 
@@ -221,7 +255,7 @@ fit::Path fitPoints(const ChainPoints &points, bool closed)
     if (isGood(bad))
         return path;
     const auto count = std::count(bad.begin(), bad.end() - 1, 1);
-    if (!bad.back() && 2 * std::size_t(count) <= path.pieces.size())
+    if (!bad.back() && std::size_t(count) < path.pieces.size())
         return repaired(std::move(path), bad, points, closed);
     return fitCloser(points, closed);
 }
