@@ -13,6 +13,7 @@ namespace ztrace {
 namespace {
 
 const int kSameGround = 12;       // colourDistance; a ground may be dithered
+const int kLongWord = 24;         // pixels
 const int kLongestRun = 96;       // pixels; letters that touch each other
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
 const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to the next
@@ -120,27 +121,41 @@ bool isFringed(const Run &run, const Differences &differences)
     return apart > kFringed;
 }
 
-// Calls use(y, run) for every stretch between two pixels of one opaque ground.
+// Whether two opaque pixels side by side are the ground of what lies beside them.
+bool isGround(QRgb a, QRgb b)
+{
+    return qAlpha(a & b) == 255 && colourDistance(a, b) <= kSameGround;
+}
+
+// Where the run that begins at `begin` ends, after which there is the ground again; 0 if nowhere.
+int endOfStretch(const QRgb *words, int begin, int width)
+{
+    const QRgb ground = words[begin - 1];
+    const int last = std::min(width - 2, begin + kLongestRun);
+    for (int x = begin; x <= last && qAlpha(words[x]) == 255; ++x) {
+        if (isGround(words[x], ground) && isGround(words[x + 1], ground))
+            return x;
+    }
+    return 0;
+}
+
+// Calls use(y, run) for every stretch between two pixels of one ground on either side; those within
+// it are left out where that returns true.
 template<typename Use>
 void forEachRun(const QImage &image, Use use)
 {
     const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
-        for (int x = 0; x + 1 < width; ++x) {
-            const QRgb ground = words[x];
-            if (words[x + 1] == ground || qAlpha(ground) != 255
-                || colourDistance(words[x + 1], ground) <= kSameGround)
+        for (int x = 2; x + 2 < width; ++x) {
+            if (words[x] == words[x - 1] || isGround(words[x], words[x - 1])
+                || !isGround(words[x - 2], words[x - 1]))
                 continue;
-            const int last = std::min(width - 1, x + 1 + kLongestRun);
-            int end = x + 2;
-            while (end <= last && qAlpha(words[end]) == 255
-                   && colourDistance(words[end], ground) > kSameGround)
-                ++end;
-            if (end > last || qAlpha(words[end]) != 255)
+            const int end = endOfStretch(words, x, width);
+            if (end == 0)
                 continue;
-            use(y, Run { words, x + 1, end });
-            x = end - 1;
+            if (use(y, Run { words, x, end }))
+                x = end;
         }
     }
 }
@@ -153,11 +168,14 @@ Order orderOf(const QImage &image)
     forEachRun(image, [&](int, const Run &run) {
         const Differences differences(run);
         const Order order = orderOf(differences, kTolerance);
+        if (order == Order::None && run.end - run.begin > kLongWord)
+            return false; // what a frame encloses
         if (!isFringed(run, differences))
-            return;
+            return true;
         ++runs;
         redFirst += order == Order::RedFirst;
         blueFirst += order == Order::BlueFirst;
+        return order != Order::None;
     });
     const int most = std::max(redFirst, blueFirst);
     if (most < kLeastRuns || most < kMajority * runs
@@ -192,8 +210,10 @@ bool removeFringes(QImage *image)
     const QImage source = *image;
     forEachRun(source, [&](int y, const Run &run) {
         const Differences differences(run);
-        if (orderOf(differences, kToleranceOfKnown) == order)
+        const bool isText = orderOf(differences, kToleranceOfKnown) == order;
+        if (isText)
             flatten(run, differences, reinterpret_cast<QRgb *>(image->scanLine(y)));
+        return isText;
     });
     return true;
 }

@@ -15,8 +15,8 @@ namespace ztrace {
 
 namespace {
 
-const int kNear = 2;         // pixels between cores of one stroke; junctions have no ridge
-const float kContact = 8.0f; // price of two cores side by side with different labels: a length
+const int kNear = 2;          // pixels between cores of one stroke; junctions have no ridge
+const float kContact = 16.0f; // price of two cores side by side with different labels: a length
 
 struct Core
 {
