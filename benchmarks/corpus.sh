@@ -10,54 +10,14 @@ dir=${1:?usage: corpus.sh DIR}
 mkdir -p "$dir"
 dir=$(cd "$dir" && pwd)
 
-# A line for the sources beside each of the archives of Debian that the system has packages from.
-source_lines() {
-    # shellcheck disable=SC2016
-    apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)' \
-        'Created-By: Packages' 'Origin: Debian' | sort -u
-}
-
-# The options with which apt-get knows sources; none where the system's own lists have them.
-source_options() {
-    # shellcheck disable=SC2016
-    [ -z "$(apt-get indextargets --format '$(FILENAME)' 'Created-By: Sources')" ] || return 0
-    mkdir -p "$dir/apt/lists/partial" "$dir/apt/cache/archives/partial"
-    source_lines > "$dir/apt/sources.list"
-    if [ ! -s "$dir/apt/sources.list" ]; then
-        echo "corpus.sh: the system has no package lists of Debian (apt-get update)" >&2
-        return 1
-    fi
-    echo "-o Dir::Etc::SourceList=$dir/apt/sources.list -o Dir::Etc::SourceParts=/dev/null
-          -o Dir::State::Lists=$dir/apt/lists -o Dir::Cache=$dir/apt/cache"
-}
-
-fetch_source() { # package
-    [ -d "$dir/src-$1" ] && return
-    options=$(source_options)
-    # shellcheck disable=SC2086
-    [ -z "$options" ] || apt-get $options -qq update
-    mkdir -p "$dir/work-$1"
-    # shellcheck disable=SC2086
-    (cd "$dir/work-$1" && apt-get $options -qq source --download-only "$1")
-    mkdir -p "$dir/part-$1"
-    tar -C "$dir/part-$1" --strip-components=1 -xf "$dir/work-$1"/*.orig.tar.*
-    rm -rf "$dir/work-$1"
-    mv "$dir/part-$1" "$dir/src-$1"
-}
-
-fetch_package() { # package
-    [ -d "$dir/pkg-$1" ] && return
-    mkdir -p "$dir/work-$1" "$dir/part-$1"
-    (cd "$dir/work-$1" && apt-get -qq download "$1")
-    dpkg-deb -x "$dir/work-$1"/*.deb "$dir/part-$1"
-    rm -rf "$dir/work-$1"
-    mv "$dir/part-$1" "$dir/pkg-$1"
-}
+# shellcheck source=benchmarks/fetch.sh
+. "$(dirname "$0")/fetch.sh"
 
 fetch_source leptonlib
 fetch_package openclipart-png
 fetch_package plasma-workspace-wallpapers
 fetch_package python3-skimage
 fetch_package kicad-doc-en
+fetch_package xfig-libs
 
 echo "corpus in $dir"

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "batch/settings.h"
 #include "drawing/Drawing.h"
 #include "drawing/dxf.h"
 #include "drawing/text.h"
@@ -67,6 +68,7 @@ struct Settings
     int upsample = 0;  // how many times finer than pixels; 0: as is useful
 
     Geometry::Fit fit = Geometry::Fit::Engine;
+    bool strokes = false; // lines as centre lines
 
     // What is kept.
     std::optional<double> minPath;
@@ -85,6 +87,8 @@ struct Settings
     Progress progress = Progress::Auto;
     double maxPixels = 1000.0; // million pixels of an image
     double maxMemory = 8192.0; // million bytes that an image may take
+
+    BatchSettings batch; // of a run over many pictures
 
     // What was said of colours and outlines, by preset, file or command line, in its own words.
     std::map<std::string, std::vector<std::string>> said;

@@ -12,6 +12,7 @@ namespace ztrace {
 namespace {
 
 const char kPresets[] = "presets";
+const char kBatch[] = "batch";
 const char kSeeHelp[] = " (see ztrace --help)";
 
 [[noreturn]] void refuse(const std::string &text)
@@ -124,6 +125,7 @@ private:
         if (!option.several && !option.isFlag() && line.given.count(option.name))
             throw Failure(kWrongUsage, "--" + option.name + " is given more than once");
         storeOption(option, text, &line.settings);
+        line.said.push_back({ option.name, text });
         line.given.insert(option.value.kind == OptionValue::Assignment
                               ? option.name + " " + text.substr(0, text.find('='))
                               : option.name);
@@ -131,6 +133,11 @@ private:
 
     void useInputs()
     {
+        if (!inputs.empty() && inputs.front() == kBatch) {
+            useBatch();
+            return;
+        }
+        refuseBatchOptions();
         if (inputs.empty())
             refuse("no input: give an image, or - for standard input");
         line.input = inputs.front();
@@ -141,8 +148,27 @@ private:
         if (isPresets && !line.given.empty())
             throw Failure(kWrongUsage, "presets: it takes no options");
         if (inputs.size() > 1)
-            refuse(inputs[1]
-                   + ": there is one INPUT only; for several images run ztrace once for each");
+            refuse(inputs[1] + ": there is one INPUT only; several are for ztrace batch");
+    }
+
+    void useBatch()
+    {
+        line.action = CommandLine::Batch;
+        line.inputs.assign(inputs.begin() + 1, inputs.end());
+        for (const char *name : { "output", "stats", "json" }) {
+            if (line.given.count(name))
+                throw Failure(kWrongUsage,
+                              std::string("--") + name + ": not for ztrace batch, which has "
+                                  + (name[0] == 'o' ? "--out and --names" : "result lines"));
+        }
+    }
+
+    void refuseBatchOptions()
+    {
+        for (const auto &said : line.said) {
+            if (findOption(said.first)->group == Group::Batch)
+                throw Failure(kWrongUsage, "--" + said.first + ": only for ztrace batch");
+        }
     }
 
     std::deque<std::string> words;

@@ -1,8 +1,10 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // The command ztrace: an image in, a drawing out.
+#include "batch/batch.h"
+#include "batch/version.h"
+#include "batch/worker.h"
 #include "commandline.h"
-#include "effects.h"
 #include "failure.h"
 #include "formats.h"
 #include "help.h"
@@ -14,7 +16,6 @@
 #include "toolkit.h"
 #include "tracejob.h"
 
-#include "drawing/json.h"
 #include "drawing/output.h"
 #include "imaging/failure.h"
 
@@ -159,18 +160,10 @@ private:
 
     void convert(const ImageSource &source, const std::vector<Output> &outputs)
     {
-        Drawing drawing;
-        QString error;
-        if (!readJson(source.contents(), &drawing, &error))
-            throw Failure(kInputUnreadable, inputName(line.input) + ": " + error.toStdString());
-        if (line.settings.dpi && *line.settings.dpi > 0.0)
-            drawing.dpi = *line.settings.dpi;
-        if (line.given.count("units"))
-            drawing.unit = line.settings.unit;
-        line.settings.style.byLayer = false; // its areas are not cut out of each other
-        for (const std::string &sentence :
-             withoutEffect(onCommandLine, true, line.settings, outputs))
-            warn(sentence);
+        TraceJob drawn = jobOfLine();
+        drawn.outputs = outputs;
+        const Drawing drawing = readDrawing(source, &drawn);
+        line.settings = drawn.settings;
         write(drawing, line.settings, outputs, [&](std::FILE *stream) {
             if (line.settings.stats)
                 printStatistics(drawing, stream);
@@ -214,11 +207,15 @@ private:
 
 ExitCode perform(int argc, char **argv)
 {
+    if (isWorker(argc, argv))
+        return runWorker();
     const CommandLine line = parseCommandLine(argc, argv);
     errno = 0;
     switch (line.action) {
     case CommandLine::Trace:
         return Run(line).all();
+    case CommandLine::Batch:
+        return runBatch(line, argc, argv);
     case CommandLine::ListPresets:
         listPresets();
         break;
@@ -226,7 +223,7 @@ ExitCode perform(int argc, char **argv)
         std::fputs(helpText(helpWidth()).c_str(), stdout);
         break;
     case CommandLine::Version:
-        std::puts("ztrace " ZTRACE_VERSION);
+        std::printf("ztrace %s\n", programVersion());
         break;
     }
     requireArrival(stdout);

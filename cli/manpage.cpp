@@ -54,6 +54,12 @@ ztrace \- trace an image into lines and quadratic curves
 .IR OUTPUT ]...
 .RI [ OPTIONS ]
 .br
+.B ztrace batch
+.IR INPUT ...
+.B \-\-out
+.I DIR
+.RI [ OPTIONS ]
+.br
 .B ztrace presets
 .SH DESCRIPTION
 Traces an image of any format that is read into a drawing of straight lines and quadratic curves,
@@ -64,6 +70,10 @@ Without
 .B \-o
 the drawing gets the name of the input with the ending .svg.
 Pictures that an SVG names are never loaded.
+.PP
+.B ztrace batch
+traces many pictures, folders and lists of them, each by itself, and goes on where it was ended.
+Its own options are those of the section Batch.
 .PP
 .B ztrace presets
 lists the presets.

@@ -24,6 +24,9 @@ const double kLeastDxfTolerance = 1e-6;
 const int kMostDecimals = 17; // tell every double from every other one
 const int kMostPages = 100000;
 const int kMostSpeck = 1000000;
+const int kMostJobs = 1024;
+const int kMostChunks = 1000000;
+const double kMostSeconds = 1e6;
 const double kMostNumber = std::numeric_limits<double>::max();
 
 const WordTable<Unit> kUnits
@@ -49,7 +52,7 @@ OptionValue formatName()
     for (const Format &format : allFormats())
         names.push_back({ format.name, format.name });
     return oneOf<std::string>("FORMAT", names,
-                              [](Settings &s, std::string name) { s.format = name; });
+                              [](Settings &s, std::string name) { s.format = std::move(name); });
 }
 
 OptionValue thresholdOrWord()
@@ -118,6 +121,53 @@ OptionValue engineAssignment()
     value.placeholder = "NAME=VALUE";
     value.words = engineOptionNames();
     value.store = storeEngineOption;
+    return value;
+}
+
+// Texts with commas between them; each is given to `store`.
+void forEachPart(const std::string &text, const std::function<void(const std::string &)> &store)
+{
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', at), text.size());
+        store(text.substr(at, comma - at));
+        at = comma + 1;
+    }
+}
+
+OptionValue formatNames()
+{
+    OptionValue value = formatName();
+    value.placeholder = "LIST";
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        std::vector<std::string> names;
+        for (const Format &format : allFormats())
+            names.push_back(format.name);
+        settings->batch.formats.clear();
+        forEachPart(text, [&](const std::string &part) {
+            const std::string &name = names[wordValue(option, part, names)];
+            std::vector<std::string> &formats = settings->batch.formats;
+            if (std::find(formats.begin(), formats.end(), name) == formats.end())
+                formats.push_back(name);
+        });
+    };
+    return value;
+}
+
+// Some of what can be said, for completion; any two numbers can.
+OptionValue chunkOfChunks()
+{
+    OptionValue value;
+    value.kind = OptionValue::Word;
+    value.placeholder = "I/N";
+    value.words = { "1/2", "2/2" };
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        const std::size_t slash = text.find('/');
+        if (slash == std::string::npos)
+            throw Failure(kWrongUsage, option + ": \"" + text + "\" is not of the form I/N");
+        BatchSettings &batch = settings->batch;
+        batch.chunks = wholeValue(option, text.substr(slash + 1), 1, kMostChunks);
+        batch.chunk = wholeValue(option, text.substr(0, slash), 1, batch.chunks);
+    };
     return value;
 }
 
@@ -211,6 +261,12 @@ std::vector<Entry> outputOptions()
             .standard("0.05")
             .needs(kChoosesCurves)
             .help("How far arcs and lines may be from the curves, in pixels"),
+        Entry("dxf-join", flag([](Settings &s, bool on) { s.dxf.join = on; }))
+            .needs(kChoosesCurves)
+            .help("Centre lines in DXF as the longest polylines: lines of one layer and pen that "
+                  "go on from one another are one")
+            .manual("Curves are arcs in them, within `--dxf-tolerance`. Without it every line, "
+                    "arc, circle and curve is an entity of its own"),
         Entry("dxf-version",
               oneOf<DxfVersion>("VERSION", kDxfVersions,
                                 [](Settings &s, DxfVersion v) { s.dxf.version = v; }))
@@ -314,6 +370,14 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: the engine, area by area, or true shapes, every "
                   "boundary once from its soft edge, in lines, arcs, curves and circles")
             .manual("With `shapes`, `--upsample` and tolerances have no effect"),
+        Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
+            .appliesTo(kToInk)
+            .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "
+                  "with a pen of that width; what is solid stays an area")
+            .manual("The presets `drawing` and `lineart` know it; the command takes `drawing` "
+                    "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
+                    "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
+                    "from thin to thick; solid parts are on `SOLID`"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),
@@ -429,6 +493,88 @@ std::vector<Entry> runningOptions()
     };
 }
 
+std::vector<Entry> batchOptions()
+{
+    const auto file = [](const char *placeholder, TextStore store) {
+        return fileName(placeholder, "*", store);
+    };
+    std::vector<Entry> entries = {
+        Entry("out", file("DIR", [](Settings &s, const std::string &t) { s.batch.out = t; }))
+            .help("Folder of the drawings, which is made when it is not there"),
+        Entry("names",
+              file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))
+            .help("Names of the drawings below that folder: `{folder}`, `{name}` and `{suffix}` "
+                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending; "
+                  "without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
+                  "where a file has several pages")
+            .manual("The folder is that of the picture below the folder that was named, or the one "
+                    "that a list or manifest says"),
+        Entry("formats", formatNames())
+            .help("Formats of the drawings, with commas between them; without it that of "
+                  "`--format`"),
+        Entry("recursive", flag([](Settings &s, bool on) { s.batch.recursive = on; }))
+            .help("Folders in folders as well")
+            .manual("A folder is visited once, whatever links lead to it"),
+        Entry(
+            "pattern",
+            file("GLOB", [](Settings &s, const std::string &t) { s.batch.patterns.push_back(t); }))
+            .several()
+            .help("Take files of folders whose names are like this, as shells have it; may be "
+                  "given several times. Without it names that end as those of images do"),
+        Entry("files-from",
+              file("FILE", [](Settings &s, const std::string &t) { s.batch.lists.push_back(t); }))
+            .several()
+            .help("Take the pictures that a file names, one a line or with zero bytes between "
+                  "them; `-` is standard input"),
+        Entry(
+            "manifest",
+            file("FILE", [](Settings &s, const std::string &t) { s.batch.manifests.push_back(t); }))
+            .several()
+            .help("Take the pictures of a CSV file or JSON lines: `path`, and as wanted `page`, "
+                  "`settings` and `sha256`"),
+        Entry("jobs", 'j',
+              wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostJobs,
+                            [](Settings &s, int jobs) { s.batch.jobs = jobs; })
+                  .offering({ "1", "2", "4", "8" }))
+            .standard("auto")
+            .help("Processes that trace; `auto` is one a processor"),
+        Entry("time-limit",
+              number("S", 0.0, kMostSeconds,
+                     [](Settings &s, double seconds) { s.batch.timeLimit = seconds; }))
+            .standard("600")
+            .help("Seconds that a picture may take; 0 is no limit"),
+        Entry("memory-limit",
+              number("MB", 0.0, kMostNumber,
+                     [](Settings &s, double millions) { s.batch.memoryLimit = millions; }))
+            .standard("8192")
+            .help("Millions of bytes that a picture may take; 0 is no limit"),
+        Entry("retry",
+              oneOf<bool>("WHICH", { { "failed", true } },
+                          [](Settings &s, bool failed) { s.batch.retryFailed = failed; }))
+            .help("`failed` traces pictures again that an earlier run could not"),
+        Entry("dry-run", flag([](Settings &s, bool on) { s.batch.dryRun = on; }))
+            .help("Say what would be done, and do nothing"),
+        Entry("fail-fast", flag([](Settings &s, bool on) { s.batch.failFast = on; }))
+            .help("End with the first picture that fails"),
+        Entry("results",
+              file("FILE", [](Settings &s, const std::string &t) { s.batch.results = t; }))
+            .help("Where result lines go; without it `ztrace-results.jsonl` in the folder of the "
+                  "drawings"),
+        Entry("no-check", flag([](Settings &s, bool on) { s.batch.check = !on; }))
+            .help("Do not draw the drawing again to compare it with its picture"),
+        Entry("flag-below",
+              number("F", 0.0, 1.0, [](Settings &s, double share) { s.batch.flagBelow = share; }))
+            .standard("0.9")
+            .help("Flag pictures whose drawings agree with them less than this"),
+        Entry("chunk", chunkOfChunks())
+            .help("Take one part of several, `1/2` or `2/2`, for several machines; which picture "
+                  "is in which part follows from its name alone"),
+    };
+    for (Entry &entry : entries)
+        entry.place(Place::CommandLine).commandOnly();
+    return entries;
+}
+
 void append(Group group, const std::vector<Entry> &entries, std::vector<Option> *options)
 {
     for (const Entry &entry : entries) {
@@ -473,6 +619,7 @@ const std::vector<Option> &allOptions()
         append(Group::Colours, colourOptions(), &all);
         append(Group::Outlines, outlineOptions(), &all);
         append(Group::Running, runningOptions(), &all);
+        append(Group::Batch, batchOptions(), &all);
         return all;
     }();
     return options;
@@ -481,11 +628,9 @@ const std::vector<Option> &allOptions()
 const std::vector<std::pair<Group, const char *>> &allGroups()
 {
     static const std::vector<std::pair<Group, const char *>> groups
-        = { { Group::Output, "Output" },
-            { Group::Size, "Size" },
-            { Group::Colours, "Colours" },
-            { Group::Outlines, "Outlines" },
-            { Group::Running, "Running" } };
+        = { { Group::Output, "Output" },   { Group::Size, "Size" },
+            { Group::Colours, "Colours" }, { Group::Outlines, "Outlines" },
+            { Group::Running, "Running" }, { Group::Batch, "Batch" } };
     return groups;
 }
 

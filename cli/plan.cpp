@@ -40,6 +40,7 @@ Ink inkOf(const Settings &settings)
     ink.scan.deskew = settings.deskew;
     ink.scan.despeckle = settings.despeckle;
     ink.engine = settings.engine;
+    ink.strokes = settings.strokes;
     if (!settings.palette.empty()) {
         const auto darker = [](QRgb a, QRgb b) { return qGray(a) < qGray(b); };
         const auto ends

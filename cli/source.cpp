@@ -57,22 +57,63 @@ void checkReadable(QImageReader *reader, const std::string &name)
         fail(name, "not an image of a known format");
 }
 
+// Until the end, which endless input does not have.
+QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &limits)
+{
+    const qint64 most = static_cast<qint64>(
+        std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes)));
+    QByteArray data;
+    struct stat info;
+    if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
+        fail(name, "is a folder");
+    if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= most)
+        data.reserve(static_cast<int>(info.st_size) + 1);
+    std::vector<char> part(1 << 16);
+    for (;;) {
+        const ssize_t size = ::read(descriptor, part.data(), part.size());
+        if (size < 0 && errno == EINTR)
+            continue;
+        if (size < 0)
+            fail(name, std::string("cannot be read: ") + std::strerror(errno));
+        if (size == 0)
+            return data;
+        if (data.size() + size > most) {
+            fail(name,
+                 "has more than " + millions(static_cast<double>(most) / kMillion)
+                     + " million bytes (see --max-memory)");
+        }
+        data.append(part.data(), static_cast<int>(size));
+    }
+}
+
 } // namespace
 
-ImageSource::ImageSource(const std::string &fileName, const SourceLimits &sourceLimits)
-    : name(fileName), limits(sourceLimits)
+QByteArray contentsOf(const std::string &fileName, const SourceLimits &limits)
 {
-    if (fileName == "-") {
-        name = "standard input";
-        readAll(STDIN_FILENO);
-    } else {
-        const int file = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file < 0)
-            fail(name, std::strerror(errno));
-        const auto closeFile = [](const int *descriptor) { close(*descriptor); };
-        const std::unique_ptr<const int, decltype(closeFile)> closer(&file, closeFile);
-        readAll(file);
-    }
+    if (fileName == "-")
+        return readAll(STDIN_FILENO, "standard input", limits);
+    const int file = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        fail(fileName, std::strerror(errno));
+    const auto closeFile = [](const int *descriptor) { close(*descriptor); };
+    const std::unique_ptr<const int, decltype(closeFile)> closer(&file, closeFile);
+    return readAll(file, fileName, limits);
+}
+
+ImageSource::ImageSource(const std::string &fileName, const SourceLimits &sourceLimits)
+    : ImageSource(fileName, contentsOf(fileName, sourceLimits), sourceLimits)
+{ }
+
+ImageSource::ImageSource(const std::string &fileName, QByteArray contents,
+                         const SourceLimits &sourceLimits)
+    : name(fileName == "-" ? "standard input" : fileName), limits(sourceLimits),
+      data(std::move(contents))
+{
+    useContents();
+}
+
+void ImageSource::useContents()
+{
     if (data.isEmpty())
         fail(name, "is empty");
     if (data.startsWith("\xEF\xBB\xBF{"))
@@ -88,34 +129,6 @@ ImageSource::ImageSource(const std::string &fileName, const SourceLimits &source
     end = endingOf(data, format);
     if (format.startsWith("svg"))
         useSvg();
-}
-
-// Until the end, which endless input does not have.
-void ImageSource::readAll(int descriptor)
-{
-    const qint64 most = static_cast<qint64>(
-        std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes)));
-    struct stat info;
-    if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
-        fail(name, "is a folder");
-    if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= most)
-        data.reserve(static_cast<int>(info.st_size) + 1);
-    std::vector<char> part(1 << 16);
-    for (;;) {
-        const ssize_t size = ::read(descriptor, part.data(), part.size());
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size < 0)
-            fail(name, std::string("cannot be read: ") + std::strerror(errno));
-        if (size == 0)
-            return;
-        if (data.size() + size > most) {
-            fail(name,
-                 "has more than " + millions(static_cast<double>(most) / kMillion)
-                     + " million bytes (see --max-memory)");
-        }
-        data.append(part.data(), static_cast<int>(size));
-    }
 }
 
 void ImageSource::useSvg()

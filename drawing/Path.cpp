@@ -10,10 +10,11 @@ namespace ztrace {
 
 namespace {
 
+const double kQuarterTurn = 2.0 * std::atan(1.0);
+
 // The points where the arc turns: its crossings of the axes through its center.
 void growByArc(const PathPiece &piece, Bounds *bounds)
 {
-    const double kQuarterTurn = 2.0 * std::atan(1.0);
     const Circle circle = circleOf(piece);
     const double low = std::min(circle.startAngle, circle.startAngle + circle.sweep);
     const double high = std::max(circle.startAngle, circle.startAngle + circle.sweep);
@@ -22,6 +23,23 @@ void growByArc(const PathPiece &piece, Bounds *bounds)
         const double angle = quarter * kQuarterTurn;
         bounds->grow(Point(circle.center.x + circle.radius * std::cos(angle),
                            circle.center.y + circle.radius * std::sin(angle)));
+    }
+}
+
+// Where x or y of an ellipse is largest or least: x = major cos(t) cos(angle) - minor sin(t)
+// sin(angle), and y likewise.
+void growByEllipticArc(const PathPiece &piece, Bounds *bounds)
+{
+    const Ellipse ellipse = ellipseOf(piece);
+    const double low = std::min(ellipse.start, ellipse.start + ellipse.sweep);
+    const double high = std::max(ellipse.start, ellipse.start + ellipse.sweep);
+    const double c = std::cos(ellipse.angle);
+    const double s = std::sin(ellipse.angle);
+    const double half = 2.0 * kQuarterTurn;
+    for (double turn : { std::atan2(-ellipse.minor * s, ellipse.major * c),
+                         std::atan2(ellipse.minor * c, ellipse.major * s) }) {
+        for (double k = std::ceil((low - turn) / half); turn + k * half <= high; k += 1.0)
+            bounds->grow(pointOn(ellipse, turn + k * half));
     }
 }
 
@@ -50,6 +68,11 @@ PathPiece Path::Iterator::operator*() const
         break;
     case PathPiece::Arc:
         piece.bulge = start[1].x;
+        break;
+    case PathPiece::EllipticArc:
+        piece.bulge = start[1].x;
+        piece.ratio = start[1].y;
+        piece.angle = start[2].x;
         break;
     case PathPiece::Cubic:
         piece.control2 = start[2];
@@ -86,6 +109,18 @@ void Path::arcTo(const Point &point, double bulge)
     }
     steps.push_back({ PathPiece::Arc, 2, 2 });
     points.push_back(Point(bulge, 0.0));
+    points.push_back(point);
+}
+
+void Path::ellipticArcTo(const Point &point, double bulge, double ratio, double angle)
+{
+    if (bulge == 0.0 || ratio == 1.0) {
+        arcTo(point, bulge);
+        return;
+    }
+    steps.push_back({ PathPiece::EllipticArc, 2, 3 });
+    points.push_back(Point(bulge, ratio));
+    points.push_back(Point(angle, 0.0));
     points.push_back(point);
 }
 
@@ -157,6 +192,8 @@ Bounds boundsOf(const Path &path)
         bounds.grow(piece.end);
         if (piece.kind == PathPiece::Arc)
             growByArc(piece, &bounds);
+        else if (piece.kind == PathPiece::EllipticArc)
+            growByEllipticArc(piece, &bounds);
         else if (piece.kind == PathPiece::Quadratic)
             growByQuadratic(piece, &bounds);
         if (piece.kind == PathPiece::Cubic) {

@@ -32,7 +32,7 @@ inline bool operator!=(const Point &a, const Point &b)
 struct PathPiece
 {
     // Spline: a curve of another degree, or of more control points, as hosts know them.
-    enum Kind : uint8_t { Line, Quadratic, Cubic, Arc, Spline };
+    enum Kind : uint8_t { Line, Quadratic, Cubic, Arc, EllipticArc, Spline };
 
     Kind kind = Line;
     uint8_t degree = 1; // of a Spline
@@ -40,7 +40,12 @@ struct PathPiece
     Point control1; // Quadratic, Cubic
     Point control2; // Cubic
     Point end;
-    double bulge = 0.0;           // Arc: tangent of a quarter of its angle, positive to the left
+    double bulge = 0.0; // Arc: tangent of a quarter of its angle, positive to the left
+    // EllipticArc: what becomes an arc of that bulge when the plane is stretched by 1 / ratio
+    // across the direction of `angle`, in radians, which is that of the longer axis. 0 < ratio
+    // <= 1.
+    double ratio = 1.0;
+    double angle = 0.0;
     const Point *inner = nullptr; // Spline: its control points between the ends; the path's own
     std::size_t innerCount = 0;
 };
@@ -51,7 +56,8 @@ struct PathPiece
 class Path
 {
     // A piece: its points are those of the path from where the one before it ends, `points` of
-    // them. An arc's first one is its bulge.
+    // them. An arc's first one is its bulge; an elliptic arc's first two are bulge, ratio and
+    // angle.
     struct Step
     {
         PathPiece::Kind kind;
@@ -105,6 +111,8 @@ public:
     // Each goes on from the end.
     void lineTo(const Point &point);
     void arcTo(const Point &point, double bulge); // a line for a bulge of 0
+    // Likewise, and an arc for a ratio of 1.
+    void ellipticArcTo(const Point &point, double bulge, double ratio, double angle);
     void quadraticTo(const Point &control, const Point &point);
     void cubicTo(const Point &control1, const Point &control2, const Point &point);
     // A quadratic or cubic where the degree, 1 to 255, and the number of points make one.

@@ -120,6 +120,48 @@ private:
     Circle circle;
 };
 
+// A cubic or the arc of an ellipse, by a parameter.
+class Smooth
+{
+public:
+    explicit Smooth(const PathPiece &p) : piece(p)
+    {
+        if (piece.kind == PathPiece::EllipticArc)
+            ellipse = ellipseOf(piece);
+    }
+
+    Point at(double t) const
+    {
+        if (t <= 0.0 || t >= 1.0)
+            return t <= 0.0 ? piece.start : piece.end;
+        return piece.kind == PathPiece::EllipticArc
+            ? pointOn(ellipse, ellipse.start + t * ellipse.sweep)
+            : pointOn(piece, t);
+    }
+
+    // The way to go on from t, not of length 1.
+    Point ahead(double t) const
+    {
+        if (piece.kind == PathPiece::EllipticArc) {
+            const double turn = ellipse.sweep < 0.0 ? -2.0 : 2.0; // a quarter, in units of pi / 4
+            const Point p
+                = pointOn(ellipse, ellipse.start + t * ellipse.sweep + turn * std::atan(1.0));
+            return Point(p.x - ellipse.center.x, p.y - ellipse.center.y);
+        }
+        const double s = 1.0 - t;
+        const auto slope = [&](double a, double b, double c, double d) {
+            return s * s * (b - a) + 2.0 * s * t * (c - b) + t * t * (d - c);
+        };
+        const PathPiece &p = piece;
+        return Point(slope(p.start.x, p.control1.x, p.control2.x, p.end.x),
+                     slope(p.start.y, p.control1.y, p.control2.y, p.end.y));
+    }
+
+private:
+    const PathPiece &piece;
+    Ellipse ellipse = {};
+};
+
 class Chain
 {
 public:
@@ -167,7 +209,78 @@ public:
         appendQuadratic(right, halvings + 1);
     }
 
+    // The same of a part of a cubic or an elliptic arc.
+    void appendSmooth(const Smooth &curve, double from, double to, int halvings)
+    {
+        const Point a = curve.at(from);
+        const Point c = curve.at(to);
+        if (isStraight(curve, from, to)) {
+            vertices->push_back({ a, 0.0 });
+            return;
+        }
+        const Point ahead = curve.ahead(from);
+        const Point back = curve.ahead(to);
+        const double across = ahead.x * back.y - ahead.y * back.x;
+        const double along = ((c.x - a.x) * back.y - (c.y - a.y) * back.x) / across;
+        const Point b(a.x + along * ahead.x, a.y + along * ahead.y);
+        // Both tangents have to meet in front of the start and behind the end.
+        if (along > 0.0 && (c.x - b.x) * back.x + (c.y - b.y) * back.y > 0.0
+            && appendPair(curve, from, to, b))
+            return;
+        if (halvings == kMostHalvings) {
+            vertices->push_back({ a, 0.0 });
+            return;
+        }
+        const double middle = 0.5 * (from + to);
+        appendSmooth(curve, from, middle, halvings + 1);
+        appendSmooth(curve, middle, to, halvings + 1);
+    }
+
 private:
+    static const int kSamples = 16;            // of a part that are looked at
+    static constexpr double kOfSampled = 0.97; // of the tolerance: what may lie between them
+
+    bool isStraight(const Smooth &curve, double from, double to) const
+    {
+        const Track line(curve.at(from), curve.at(to), 0.0);
+        for (int i = 1; i < kSamples; ++i) {
+            if (!(line.distanceTo(curve.at(from + (to - from) * i / kSamples)) < 0.5 * tolerance))
+                return false;
+        }
+        return true;
+    }
+
+    // The pair of arcs in the triangle with the corner b; false where it is too far away.
+    bool appendPair(const Smooth &curve, double from, double to, const Point &b)
+    {
+        const Point a = curve.at(from);
+        const Point c = curve.at(to);
+        const double toStart = distance(b, c);
+        const double chord = distance(a, c);
+        const double toEnd = distance(a, b);
+        const double around = toStart + chord + toEnd;
+        const Point joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
+                          (toStart * a.y + chord * b.y + toEnd * c.y) / around);
+        const double first = bulgeFrom(a, b, joint);
+        const double second = -bulgeFrom(c, b, joint);
+        if (!(std::fabs(first) < kLargestBulge && std::fabs(second) < kLargestBulge))
+            return false;
+        const Track before(a, joint, first);
+        const Track after(joint, c, second);
+        const Point ahead = before.directionAtEnd();
+        const Point beside(joint.x - ahead.y, joint.y + ahead.x);
+        const bool side = cross(joint, beside, a) < 0.0;
+        for (int i = 1; i < kSamples; ++i) {
+            const Point p = curve.at(from + (to - from) * i / kSamples);
+            const Track &track = (cross(joint, beside, p) < 0.0) == side ? before : after;
+            if (!(track.distanceTo(p) <= kOfSampled * tolerance))
+                return false;
+        }
+        vertices->push_back({ a, first });
+        vertices->push_back({ joint, second });
+        return true;
+    }
+
     // Whether b lies beside the chord and not beyond one of its ends.
     static bool between(const Point &a, const Point &b, const Point &c)
     {
@@ -202,7 +315,6 @@ std::vector<BulgeVertex> bulgeChain(const std::vector<PathPiece> &pieces, double
 {
     std::vector<BulgeVertex> vertices;
     Chain chain(tolerance, &vertices);
-    std::vector<Point> points;
     for (const PathPiece &piece : pieces) {
         switch (piece.kind) {
         case PathPiece::Spline: // piecesOf leaves none
@@ -216,10 +328,8 @@ std::vector<BulgeVertex> bulgeChain(const std::vector<PathPiece> &pieces, double
             chain.appendQuadratic(piece, 0);
             break;
         case PathPiece::Cubic:
-            points.assign(1, piece.start);
-            flatten(piece, tolerance, &points);
-            for (std::size_t i = 0; i + 1 < points.size(); ++i)
-                vertices.push_back({ points[i], 0.0 });
+        case PathPiece::EllipticArc:
+            chain.appendSmooth(Smooth(piece), 0.0, 1.0, 0);
             break;
         }
     }

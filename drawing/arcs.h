@@ -16,9 +16,10 @@ struct BulgeVertex
     double bulge;
 };
 
-// The chain of the pieces. Curves become arcs that touch each other (pairs of them from the
-// in-center of the control triangle, halved until they are within the tolerance), or lines where
-// that does not work out. The last vertex is the end of the last piece; its bulge is 0.
+// The chain of the pieces. Curves and elliptic arcs become arcs that touch each other (pairs of
+// them from the in-center of the triangle of the ends and of where their tangents meet, halved
+// until they are within the tolerance), or lines where that does not work out. The last vertex is
+// the end of the last piece; its bulge is 0.
 std::vector<BulgeVertex> bulgeChain(const std::vector<PathPiece> &pieces, double tolerance);
 
 // The same in lines alone.

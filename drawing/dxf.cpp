@@ -3,8 +3,11 @@
 
 #include "TextSink.h"
 #include "arcs.h"
-#include "dxf_skeleton.h"
+#include "dxf_entities.h"
+#include "pens.h"
 #include "pieces.h"
+#include "strokepaths.h"
+#include "wholeshape.h"
 
 #include <QHash>
 #include <QSet>
@@ -19,8 +22,7 @@ namespace {
 
 const int kLongestR12Name = 31;
 const int kLongestName = 200;
-const int kClosed = 1;
-const int kPlanar = 8;
+const double kMillimetresPerInch = 25.4;
 
 int unitCodeOf(Unit unit)
 {
@@ -46,45 +48,25 @@ QByteArray validName(const QString &name, bool old)
     return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
-// What the splines of a degree have in common: counts and knots of a Bezier curve.
-std::string splineHead(int degree)
-{
-    std::string head;
-    DxfText out(&head);
-    out.group(100, "AcDbSpline");
-    out.group(70, kPlanar);
-    out.group(71, degree);
-    out.group(72, 2 * (degree + 1));
-    out.group(73, degree + 1);
-    out.group(74, 0);
-    for (int i = 0; i < 2 * (degree + 1); ++i)
-        out.number(40, i <= degree ? 0.0 : 1.0);
-    return head;
-}
-
 class DxfWriter
 {
 public:
     DxfWriter(const Drawing &d, const DxfOptions &o, QIODevice *device)
-        : drawing(d), options(o), scale(d.unitsPerPixel()), sink(device), out(&sink.text())
-    {
-        if (options.version == DxfVersion::R12 && options.curves == DxfCurves::Spline)
-            options.curves = DxfCurves::Polyline;
-    }
+        : drawing(d), options(o), scale(d.unitsPerPixel()), sink(device), out(&sink.text()),
+          lineTypes(d, o.version), entities(&out, o.version, scale)
+    { }
 
     bool write()
     {
         findLayers();
-        // Enough for every entity: one a piece at most, one an outline, and the layers.
-        std::size_t entities = layers.size();
+        tables.lineTypes = lineTypes.records();
+        // Enough for every entity: one a piece at most, one an outline, and the records.
+        std::size_t handles = tables.layers.size() + tables.lineTypes.size();
         for (const Outline &outline : drawing.outlines)
-            entities += static_cast<std::size_t>(outline.shape.pieces().size()) + 1;
-        appendDxfHead(&out, options.version, unitCodeOf(drawing.unit), extents(), layers,
-                      static_cast<unsigned>(DxfText::kFirstFreeHandle + entities + 1));
-        for (const Outline &outline : drawing.outlines) {
-            writeOutline(outline);
-            sink.flushIfLarge();
-        }
+            handles += static_cast<std::size_t>(outline.shape.pieces().size()) + 1;
+        appendDxfHead(&out, options.version, unitCodeOf(drawing.unit), extents(), tables,
+                      static_cast<unsigned>(DxfText::kFirstFreeHandle + handles + 1));
+        writeOutlines();
         appendDxfTail(&out, options.version);
         return sink.finish();
     }
@@ -106,8 +88,8 @@ private:
             for (number = std::max(number, 2); taken.contains(free.toUpper()); ++number)
                 free = stem + QByteArray::number(number);
             taken.insert(free.toUpper());
-            layerOf.insert(name, static_cast<int>(layers.size()));
-            layers.push_back({ free, outline.colour });
+            layerOf.insert(name, static_cast<int>(tables.layers.size()));
+            tables.layers.push_back({ free, outline.colour });
         }
     }
 
@@ -126,134 +108,147 @@ private:
         return result;
     }
 
-    void writeOutline(const Outline &outline)
+    void setLook(const Outline &outline)
     {
-        piecesOf(outline.shape, &pieces);
-        if (pieces.empty())
+        DxfLook look;
+        look.layer = &tables.layers[static_cast<std::size_t>(layerOf.value(layerName(outline)))];
+        look.colour = outline.colour;
+        if (outline.pen >= 0) {
+            const double dpi = drawing.dpi > 0.0 ? drawing.dpi : kScreenDpi;
+            look.lineWeight
+                = dxfLineWeight(penOf(drawing, outline).width * kMillimetresPerInch / dpi);
+            look.lineType = lineTypes.recordOf(outline.pen);
+            look.lineTypeScale = lineTypes.scaleOf(outline.pen);
+        }
+        entities.setLook(look);
+    }
+
+    void writeArea(const Path &shape)
+    {
+        if (writeWhole(wholeShapeOf(shape)))
             return;
         switch (options.curves) {
         case DxfCurves::Spline:
-            writeExact(outline);
+            writeRuns();
             break;
         case DxfCurves::Arc:
-            writePolyline(outline, bulgeChain(pieces, options.tolerance));
+            entities.polyline(bulgeChain(pieces, options.tolerance));
             break;
         case DxfCurves::Polyline:
-            writePolyline(outline, lineChain(pieces, options.tolerance));
+            entities.polyline(lineChain(pieces, options.tolerance));
             break;
         }
     }
 
-    // Runs of lines and arcs as polylines, Bezier curves as splines.
-    void writeExact(const Outline &outline)
+    bool isOld() const { return options.version == DxfVersion::R12; }
+    bool hasArcs() const { return options.curves != DxfCurves::Polyline; }
+    bool hasCurves() const { return options.curves == DxfCurves::Spline && !isOld(); }
+
+    // A circle or an ellipse; rectangles are closed polylines as they are.
+    bool writeWhole(const WholeShape &whole)
+    {
+        if (whole.kind == WholeShape::Circle && hasArcs())
+            entities.circle(whole.center, whole.half[0]);
+        else if (whole.kind == WholeShape::Ellipse && hasCurves())
+            entities.wholeEllipse(
+                { whole.center, whole.half[0], whole.half[1], whole.angle, 0.0, 0.0 });
+        else
+            return false;
+        return true;
+    }
+
+    // Runs of lines and arcs as polylines, curves one by one.
+    void writeRuns()
     {
         std::vector<BulgeVertex> run;
         const auto endRun = [&] {
             if (run.size() > 1)
-                writePolyline(outline, run);
+                entities.polyline(run);
             run.clear();
         };
         for (const PathPiece &piece : pieces) {
-            const bool curved
-                = piece.kind == PathPiece::Quadratic || piece.kind == PathPiece::Cubic;
-            if (curved) {
-                endRun();
-                writeSpline(outline, piece);
+            if (isCurve(piece)) {
+                if (hasCurves()) {
+                    endRun();
+                    writePiece(piece);
+                    continue;
+                }
+                appendTo(&run, lineChain({ piece }, options.tolerance));
                 continue;
             }
-            if (run.empty())
-                run.push_back({ piece.start, 0.0 });
-            run.back().bulge = piece.kind == PathPiece::Arc ? piece.bulge : 0.0;
-            run.push_back({ piece.end, 0.0 });
+            appendTo(&run,
+                     { { piece.start, piece.kind == PathPiece::Arc ? piece.bulge : 0.0 },
+                       { piece.end, 0.0 } });
         }
         endRun();
     }
 
-    void beginEntity(const char *kind, const Outline &outline)
+    static bool isCurve(const PathPiece &piece)
     {
-        const DxfLayer &layer = layers[static_cast<std::size_t>(layerOf.value(layerName(outline)))];
-        const bool old = options.version == DxfVersion::R12;
-        out.group(0, kind);
-        if (!old) {
-            out.handle();
-            out.group(330, kDxfModelSpace);
-            out.group(100, "AcDbEntity");
-        }
-        out.group(8, layer.name);
-        if ((outline.colour ^ layer.colour) & 0xFFFFFFu) {
-            out.group(62, dxfColourIndex(outline.colour));
-            if (!old)
-                out.group(420, static_cast<int>(outline.colour & 0xFFFFFFu));
-        }
+        return piece.kind != PathPiece::Line && piece.kind != PathPiece::Arc;
     }
 
-    void point(int code, const Point &p)
+    // A chain that begins where the other one ends.
+    static void appendTo(std::vector<BulgeVertex> *run, const std::vector<BulgeVertex> &more)
     {
-        out.number(code, p.x * scale);
-        out.number(code + 10, p.y * scale);
+        if (!run->empty())
+            run->pop_back();
+        run->insert(run->end(), more.begin(), more.end());
     }
 
-    void writeSpline(const Outline &outline, const PathPiece &piece)
+    // An entity of its own, or what stands for it where there is none.
+    void writePiece(const PathPiece &piece)
     {
-        const int degree = piece.kind == PathPiece::Quadratic ? 2 : 3;
-        beginEntity("SPLINE", outline);
-        out.groups(degree == 2 ? quadraticHead : cubicHead);
-        controlPoint(piece.start);
-        controlPoint(piece.control1);
-        if (degree == 3)
-            controlPoint(piece.control2);
-        controlPoint(piece.end);
-    }
-
-    void controlPoint(const Point &p)
-    {
-        point(10, p);
-        out.number(30, 0.0);
-    }
-
-    void writePolyline(const Outline &outline, std::vector<BulgeVertex> vertices)
-    {
-        const Point &first = vertices.front().point;
-        const Point &last = vertices.back().point;
-        const bool closed = vertices.size() > 2 && first.x == last.x && first.y == last.y;
-        if (closed)
-            vertices.pop_back();
-        if (options.version == DxfVersion::R12)
-            writeOldPolyline(outline, vertices, closed);
+        if (piece.kind == PathPiece::Line)
+            entities.line(piece);
+        else if (piece.kind == PathPiece::Arc && hasArcs())
+            entities.arc(piece);
+        else if (piece.kind == PathPiece::EllipticArc && hasCurves())
+            entities.ellipse(piece);
+        else if (hasCurves())
+            entities.spline(piece);
+        else if (options.curves == DxfCurves::Arc)
+            entities.polyline(bulgeChain({ piece }, options.tolerance));
         else
-            writeLightPolyline(outline, vertices, closed);
+            entities.polyline(lineChain({ piece }, options.tolerance));
     }
 
-    void writeLightPolyline(const Outline &outline, const std::vector<BulgeVertex> &vertices,
-                            bool closed)
+    // Piece by piece; what is round as a whole, and joined paths, as one polyline, curves as arcs.
+    void writeStroke(const Path &path)
     {
-        beginEntity("LWPOLYLINE", outline);
-        out.group(100, "AcDbPolyline");
-        out.group(90, static_cast<int>(vertices.size()));
-        out.group(70, closed ? kClosed : 0);
-        for (const BulgeVertex &vertex : vertices) {
-            point(10, vertex.point);
-            if (vertex.bulge != 0.0)
-                out.number(42, vertex.bulge);
+        const WholeShape whole = wholeShapeOf(path);
+        piecesOf(path, &pieces);
+        if (pieces.empty() || writeWhole(whole))
+            return;
+        const bool isRound = whole.kind == WholeShape::Circle || whole.kind == WholeShape::Ellipse;
+        if (isRound || (options.join && pieces.size() > 1)) {
+            entities.polyline(hasArcs() ? bulgeChain(pieces, options.tolerance)
+                                        : lineChain(pieces, options.tolerance));
+            return;
         }
+        for (const PathPiece &piece : pieces)
+            writePiece(piece);
     }
 
-    void writeOldPolyline(const Outline &outline, const std::vector<BulgeVertex> &vertices,
-                          bool closed)
+    // In the order of the drawing; a joined path in the place of its first stroke.
+    void writeOutlines()
     {
-        beginEntity("POLYLINE", outline);
-        out.group(66, 1);
-        point(10, Point(0.0, 0.0));
-        out.number(30, 0.0);
-        out.group(70, closed ? kClosed : 0);
-        for (const BulgeVertex &vertex : vertices) {
-            beginEntity("VERTEX", outline);
-            point(10, vertex.point);
-            out.number(30, 0.0);
-            if (vertex.bulge != 0.0)
-                out.number(42, vertex.bulge);
+        const std::vector<StrokePath> joined
+            = options.join ? longestPaths(drawing) : std::vector<StrokePath>();
+        auto next = joined.begin();
+        for (const Outline &outline : drawing.outlines) {
+            setLook(outline);
+            if (outline.pen < 0) {
+                piecesOf(outline.shape, &pieces);
+                if (!pieces.empty())
+                    writeArea(outline.shape);
+            } else if (!options.join) {
+                writeStroke(outline.shape);
+            } else if (next != joined.end() && next->first == &outline) {
+                writeStroke((next++)->path);
+            }
+            sink.flushIfLarge();
         }
-        beginEntity("SEQEND", outline);
     }
 
     const Drawing &drawing;
@@ -261,9 +256,9 @@ private:
     const double scale;
     TextSink sink;
     DxfText out;
-    const std::string quadraticHead = splineHead(2);
-    const std::string cubicHead = splineHead(3);
-    std::vector<DxfLayer> layers;
+    const DxfLineTypes lineTypes;
+    DxfEntities entities;
+    DxfTables tables;
     QHash<QString, int> layerOf;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
 };

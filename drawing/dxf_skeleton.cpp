@@ -5,6 +5,7 @@
 // empty; R12 wants none of the subclass marks and handles.
 #include "dxf_skeleton.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -17,6 +18,8 @@ const char kPaperSpaceRecord[] = "1B";
 const char kRootDictionary[] = "C";
 const char kGroupDictionary[] = "D";
 const int kContinuousByLayer = 7;
+const unsigned kFirstLineType = 0x30; // handles
+const unsigned kFirstLayer = 0x40;
 
 const char *versionName(DxfVersion version)
 {
@@ -50,13 +53,13 @@ public:
         endSection();
     }
 
-    void tables(const std::vector<DxfLayer> &layers)
+    void tables(const DxfTables &listed)
     {
         section("TABLES");
         if (!old)
             viewport();
-        lineTypes();
-        layerTable(layers);
+        lineTypes(listed.lineTypes);
+        layerTable(listed.layers);
         styleTable();
         if (!old) {
             emptyTable("VIEW", "6");
@@ -162,15 +165,51 @@ private:
         endTable();
     }
 
-    void lineTypes()
+    void lineTypes(const std::vector<DxfLineType> &patterned)
     {
-        table("LTYPE", "5", old ? 1 : 3);
+        table("LTYPE", "5", (old ? 1 : 3) + static_cast<int>(patterned.size()));
         if (!old) {
             lineType("ByBlock", "14");
             lineType("ByLayer", "15");
         }
         lineType(old ? "CONTINUOUS" : "Continuous", "16");
+        unsigned serial = kFirstLineType;
+        for (const DxfLineType &type : patterned)
+            lineType(type, old ? QByteArray() : freeHandle(serial++, kFirstLayer));
         endTable();
+    }
+
+    // Lengths that are left out are negative.
+    void lineType(const DxfLineType &type, const QByteArray &handle)
+    {
+        record("LTYPE", "5", handle, "AcDbLinetypeTableRecord");
+        out.group(2, type.name);
+        out.group(70, 0);
+        out.group(3, describe(type.pattern));
+        out.group(72, 65);
+        out.group(73, static_cast<int>(type.pattern.size()));
+        double length = 0.0;
+        for (double part : type.pattern)
+            length += part;
+        out.number(40, length);
+        for (std::size_t i = 0; i < type.pattern.size(); ++i) {
+            out.number(49, i % 2 == 0 ? type.pattern[i] : -type.pattern[i]);
+            if (!old)
+                out.group(74, 0);
+        }
+    }
+
+    // The way such records are described: "____ _ ____".
+    static QByteArray describe(const std::vector<double> &pattern)
+    {
+        const double most
+            = pattern.empty() ? 0.0 : *std::max_element(pattern.begin(), pattern.end());
+        QByteArray text;
+        for (std::size_t i = 0; i < pattern.size(); i += 2) {
+            text += pattern[i] == 0.0 ? "." : pattern[i] >= 0.5 * most ? "____" : "_";
+            text += ' ';
+        }
+        return text + text.trimmed();
     }
 
     void lineType(const char *name, const char *handle)
@@ -192,22 +231,22 @@ private:
         table("LAYER", "2", static_cast<int>(layers.size()) + (hasZero ? 0 : 1));
         if (!hasZero)
             layerRecord("0", kContinuousByLayer, nullptr, "10");
-        unsigned serial = 0x40;
+        unsigned serial = kFirstLayer;
         for (const DxfLayer &layer : layers) {
             // Layer handles follow those of the skeleton and end below the entities'.
             const QByteArray handle = old
                 ? QByteArray()
-                : (layer.name == "0" ? QByteArray("10") : layerHandle(serial++));
+                : (layer.name == "0" ? QByteArray("10")
+                                     : freeHandle(serial++, DxfText::kFirstFreeHandle));
             layerRecord(layer.name, dxfColourIndex(layer.colour), &layer.colour, handle);
         }
         endTable();
     }
 
-    // There may be more layers than free handles below the entities': take new ones then.
-    QByteArray layerHandle(unsigned serial)
+    // There may be more records than handles kept for them: take new ones then.
+    QByteArray freeHandle(unsigned serial, unsigned end)
     {
-        return serial < DxfText::kFirstFreeHandle ? DxfText::handleText(serial)
-                                                  : DxfText::handleText(++out.lastHandle);
+        return serial < end ? DxfText::handleText(serial) : DxfText::handleText(++out.lastHandle);
     }
 
     void layerRecord(const QByteArray &name, int index, const QRgb *trueColour,
@@ -350,7 +389,7 @@ QByteArray DxfText::handleText(unsigned serial)
 }
 
 void appendDxfHead(DxfText *out, DxfVersion version, int unitCode, const DxfExtents &extents,
-                   const std::vector<DxfLayer> &layers, unsigned handleSeed)
+                   const DxfTables &tables, unsigned handleSeed)
 {
     Skeleton skeleton(out, version);
     skeleton.header(unitCode, extents, handleSeed);
@@ -358,7 +397,7 @@ void appendDxfHead(DxfText *out, DxfVersion version, int unitCode, const DxfExte
         skeleton.section("CLASSES");
         skeleton.endSection();
     }
-    skeleton.tables(layers);
+    skeleton.tables(tables);
     skeleton.blocks();
     skeleton.section("ENTITIES");
 }

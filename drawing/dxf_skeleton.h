@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dxf.h"
+#include "dxf_linetypes.h"
 #include "text.h"
 
 namespace ztrace {
@@ -63,9 +64,16 @@ struct DxfExtents
     double top = 0.0;
 };
 
+// What the tables list.
+struct DxfTables
+{
+    std::vector<DxfLayer> layers;
+    std::vector<DxfLineType> lineTypes; // besides the continuous one
+};
+
 // Everything up to the first entity. handleSeed is above every handle of the file.
 void appendDxfHead(DxfText *out, DxfVersion version, int unitCode, const DxfExtents &extents,
-                   const std::vector<DxfLayer> &layers, unsigned handleSeed);
+                   const DxfTables &tables, unsigned handleSeed);
 
 // Everything after the last entity.
 void appendDxfTail(DxfText *out, DxfVersion version);

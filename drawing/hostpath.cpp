@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "hostpath.h"
 
+#include "pieces.h"
+
 #include "ZPolyline.h"
 #include "ZSpline.h"
 
@@ -69,7 +71,12 @@ ZPolyline polylineOf(const Path &path)
         return polyline;
     polyline.appendVertex(vectorOf(path.start()));
     for (const PathPiece piece : path.pieces()) {
-        if (piece.kind == PathPiece::Line || piece.kind == PathPiece::Arc) {
+        if (piece.kind == PathPiece::EllipticArc) {
+            std::vector<PathPiece> cubics;
+            appendCubics(piece, kEllipseTolerance, &cubics);
+            for (const PathPiece &cubic : cubics)
+                polyline.appendShape(splineOf(cubic));
+        } else if (piece.kind == PathPiece::Line || piece.kind == PathPiece::Arc) {
             // A bulge belongs to the vertex before the piece.
             ZPolyline step;
             step.appendVertex(vectorOf(piece.start), piece.bulge);

@@ -11,7 +11,10 @@ class ZPolyline;
 namespace ztrace {
 
 // The same chain. Widths and the third dimension are no part of drawings; a spline goes on from
-// where the piece before it ends.
+// where the piece before it ends. Polylines know no elliptic arcs: they become splines of degree 3
+// that are nowhere farther from them than this.
+const double kEllipseTolerance = 0.001; // pixels
+
 Path pathOf(const ZPolyline &polyline);
 ZPolyline polylineOf(const Path &path);
 

@@ -2,17 +2,22 @@
 #include "json.h"
 
 #include "TextSink.h"
+#include "pens.h"
 #include "text.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <cmath>
 
 namespace ztrace {
 
 namespace {
+
+const char kRoundEnds[] = "round";
+const char kFlatEnds[] = "flat";
 
 void appendJsonNumber(std::string *text, double value)
 {
@@ -33,8 +38,9 @@ void appendPoint(std::string *text, const Point &point)
     appendJsonNumber(text, point.y);
 }
 
-// A piece without its start: ["L", x, y], ["A", bulge, x, y], or ["S", degree, x, y, ...] with
-// all control points but the first; a quadratic, the most frequent one, is ["Q", x, y, x, y].
+// A piece without its start: ["L", x, y], ["A", bulge, x, y], ["E", bulge, ratio, angle, x, y], or
+// ["S", degree, x, y, ...] with all control points but the first; a quadratic, the most frequent
+// one, is ["Q", x, y, x, y].
 void appendPiece(std::string *text, const PathPiece &piece)
 {
     const auto append = [text](const Point &point) {
@@ -48,6 +54,13 @@ void appendPiece(std::string *text, const PathPiece &piece)
     case PathPiece::Arc:
         *text += "[\"A\",";
         appendJsonNumber(text, piece.bulge);
+        break;
+    case PathPiece::EllipticArc:
+        *text += "[\"E\"";
+        for (double number : { piece.bulge, piece.ratio, piece.angle }) {
+            *text += ',';
+            appendJsonNumber(text, number);
+        }
         break;
     case PathPiece::Quadratic:
         *text += "[\"Q\"";
@@ -86,6 +99,10 @@ void appendOutline(std::string *text, const Outline &outline)
     *text += "{\"layer\":" + jsonText(outline.layer) + ",\"color\":\"" + colourName(outline.colour)
         + "\",\"alpha\":";
     appendWhole(text, qAlpha(outline.colour));
+    if (outline.pen >= 0) {
+        *text += ",\"pen\":";
+        appendWhole(text, outline.pen);
+    }
     if (outline.seam != 0.0) {
         *text += ",\"seam\":";
         appendJsonNumber(text, outline.seam);
@@ -106,6 +123,51 @@ void appendOutline(std::string *text, const Outline &outline)
         appendPiece(text, piece);
     }
     *text += "]}";
+}
+
+void appendPen(std::string *text, const Pen &pen)
+{
+    *text += "{\"width\":";
+    appendJsonNumber(text, pen.width);
+    *text += std::string(",\"type\":\"") + nameOf(pen.lineType) + '"';
+    if (!pen.dashes.empty()) {
+        char separator = '[';
+        *text += ",\"dashes\":";
+        for (double dash : pen.dashes) {
+            *text += separator;
+            appendJsonNumber(text, dash);
+            separator = ',';
+        }
+        *text += ']';
+    }
+    *text += std::string(",\"ends\":\"") + (pen.roundEnds ? kRoundEnds : kFlatEnds) + "\"}";
+}
+
+void appendPens(std::string *text, const std::vector<Pen> &pens)
+{
+    *text += ",\n\"pens\":[";
+    for (std::size_t i = 0; i < pens.size(); ++i) {
+        *text += i ? ",\n" : "\n";
+        appendPen(text, pens[i]);
+    }
+    *text += "\n]";
+}
+
+int versionOf(const Drawing &drawing)
+{
+    const auto isNew = [](const Outline &outline) {
+        if (outline.pen >= 0)
+            return true;
+        for (const PathPiece piece : outline.shape.pieces()) {
+            if (piece.kind == PathPiece::EllipticArc)
+                return true;
+        }
+        return false;
+    };
+    return !drawing.pens.empty()
+            || std::any_of(drawing.outlines.begin(), drawing.outlines.end(), isNew)
+        ? kJsonFormatVersionOfPens
+        : kJsonFormatVersion;
 }
 
 } // namespace
@@ -149,11 +211,13 @@ bool writeJson(const Drawing &drawing, QIODevice *device)
     TextSink sink(device);
     std::string &text = sink.text();
     text += QByteArray("{\"format\":\"") + kJsonFormatName
-        + "\",\"version\":" + QByteArray::number(kJsonFormatVersion) + ",\n\"width\":"
+        + "\",\"version\":" + QByteArray::number(versionOf(drawing)) + ",\n\"width\":"
         + QByteArray::number(drawing.width) + ",\"height\":" + QByteArray::number(drawing.height)
         + ",\"dpi\":" + jsonNumber(drawing.dpi) + ",\"unit\":\"" + nameOf(drawing.unit) + '"';
     if (qAlpha(drawing.ground) != 0)
         text += ",\"ground\":\"" + colourName(drawing.ground) + '"';
+    if (!drawing.pens.empty())
+        appendPens(&text, drawing.pens);
     for (auto member = drawing.about.begin(); member != drawing.about.end(); ++member)
         text += ",\n" + jsonText(member.key()) + ':' + jsonValue(member.value());
     text += ",\n\"outlines\":[";

@@ -15,6 +15,8 @@ namespace ztrace {
 
 const char kJsonFormatName[] = "ztrace drawing";
 const int kJsonFormatVersion = 1;
+// Of drawings that have what readers of the first one would draw wrongly: pens, elliptic arcs.
+const int kJsonFormatVersionOfPens = 2;
 
 // Writes the drawing losslessly: readJson gives an equal one, and writing that the same bytes.
 // Returns false when the device took less than everything.

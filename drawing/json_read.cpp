@@ -4,6 +4,8 @@
 // the bounds below see to that.
 #include "json.h"
 
+#include "pens.h"
+
 #include <QColor>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -19,6 +21,8 @@ namespace {
 const double kLargestSize = 2147483647.0;
 const int kHighestDegree = 3; // the cost of a point grows with the square of the degree
 
+const int kMostDashes = 64;
+
 // An outline may be cut out of several that lie around each other, and is written with each of
 // them. Pieces that are written so, for each piece of the drawing: drawings of ours have at most a
 // handful. Below the second number nobody cares.
@@ -27,7 +31,7 @@ const qint64 kFreeCutPieces = 100000;
 
 // Of the drawing itself; all others say how it came about.
 const char *const kOwnMembers[]
-    = { "format", "version", "width", "height", "dpi", "unit", "ground", "outlines" };
+    = { "format", "version", "width", "height", "dpi", "unit", "ground", "pens", "outlines" };
 
 // Unwinds to readJson.
 struct Refusal
@@ -124,6 +128,19 @@ void appendSpline(const QJsonArray &piece, int fields, int degree, Path *shape)
     shape->splineTo(degree, inner, pointAt(piece, i));
 }
 
+void appendEllipticArc(const QJsonArray &piece, Path *shape)
+{
+    if (piece.size() != 6)
+        refuse("bulge, ratio, angle and the end point have to be five numbers");
+    const double ratio = coordinate(piece.at(2));
+    if (!(ratio > 0.0 && ratio <= 1.0))
+        refuse("the ratio of the axes has to be above 0, and at most 1");
+    const double angle = coordinate(piece.at(3));
+    if (!std::isfinite(angle))
+        refuse("the angle has to be a number");
+    shape->ellipticArcTo(pointAt(piece, 4), coordinate(piece.at(1)), ratio, angle);
+}
+
 void appendPiece(const QJsonArray &piece, Path *shape)
 {
     const QString kind = piece.at(0).toString();
@@ -137,6 +154,9 @@ void appendPiece(const QJsonArray &piece, Path *shape)
             refuse("the end point has to be two numbers");
         shape->arcTo(pointAt(piece, fields), letter == 'A' ? coordinate(piece.at(1)) : 0.0);
         return;
+    case 'E':
+        appendEllipticArc(piece, shape);
+        return;
     case 'Q':
     case 'S':
         if (numbers < 2 || numbers % 2 != 0)
@@ -146,7 +166,7 @@ void appendPiece(const QJsonArray &piece, Path *shape)
                      shape);
         return;
     }
-    refuse("there are pieces \"L\", \"Q\", \"A\" and \"S\"");
+    refuse("there are pieces \"L\", \"Q\", \"A\", \"E\" and \"S\"");
 }
 
 void readShape(const QJsonObject &object, Path *shape)
@@ -167,7 +187,45 @@ void readShape(const QJsonObject &object, Path *shape)
     }
 }
 
-Outline readOutline(const QJsonObject &object, int count)
+Pen readPen(const QJsonObject &object)
+{
+    Pen pen;
+    pen.width = positive(member(object, "width"), "\"width\"");
+    if (!(pen.width > 0.0))
+        refuse("\"width\" has to be a number above 0");
+    const QJsonValue type = member(object, "type");
+    if (!type.isUndefined() && !lineTypeOfName(type.toString(), &pen.lineType))
+        refuse("\"type\" has to be \"continuous\", \"hidden\", \"center\", \"phantom\" or \"dot\"");
+    const QJsonArray dashes = list(member(object, "dashes"), "\"dashes\"");
+    if (dashes.size() > kMostDashes)
+        refuse(QString::fromLatin1("there are more than %1 dashes").arg(kMostDashes));
+    for (const QJsonValue &dash : dashes)
+        pen.dashes.push_back(positive(dash, "a dash"));
+    if (!pen.dashes.empty() && !(sumOf(pen.dashes) > 0.0 && std::isfinite(sumOf(pen.dashes))))
+        refuse("the dashes have no length");
+    const QJsonValue ends = member(object, "ends");
+    const QString name = ends.toString();
+    if (!ends.isUndefined() && name != QLatin1String("round") && name != QLatin1String("flat"))
+        refuse("\"ends\" has to be \"round\" or \"flat\"");
+    pen.roundEnds = ends.isUndefined() || name == QLatin1String("round");
+    return pen;
+}
+
+std::vector<Pen> readPens(const QJsonArray &array)
+{
+    std::vector<Pen> pens;
+    for (int i = 0; i < array.size(); ++i) {
+        try {
+            pens.push_back(readPen(array.at(i).toObject()));
+        } catch (const Refusal &refusal) {
+            refuse(QString::fromLatin1("pen %1: %2").arg(i).arg(refusal.reason));
+        }
+    }
+    return pens;
+}
+
+// The drawing has so many pens, and outlines.
+Outline readOutline(const QJsonObject &object, int pens, int count)
 {
     Outline outline;
     const QJsonValue alpha = member(object, "alpha");
@@ -177,7 +235,11 @@ Outline readOutline(const QJsonObject &object, int count)
     outline.layer = text(member(object, "layer"), "\"layer\"");
     const QJsonValue seam = member(object, "seam");
     outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
-    for (const QJsonValue &hole : list(member(object, "holes"), "\"holes\""))
+    const QJsonValue pen = member(object, "pen");
+    if (!pen.isUndefined() && pens == 0)
+        refuse("there are no pens");
+    outline.pen = pen.isUndefined() ? -1 : wholeNumber(pen, 0, pens - 1, "\"pen\"");
+    for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, count - 1, "a hole"));
     readShape(object, &outline.shape);
     return outline;
@@ -204,6 +266,8 @@ void checkHoles(const std::vector<Outline> &outlines)
         for (int hole : outlines[at(i)].holes) {
             if (lastOf[at(hole)] == i)
                 refuseOutline(i, QString::fromLatin1("outline %1 is twice its hole").arg(hole));
+            if (outlines[at(hole)].pen >= 0 || outlines[at(i)].pen >= 0)
+                refuseOutline(i, QString::fromLatin1("strokes are no holes, and have none"));
             lastOf[at(hole)] = i;
             cut += static_cast<qint64>(outlines[at(hole)].shape.pieces().size());
         }
@@ -240,13 +304,13 @@ void checkNesting(const std::vector<Outline> &outlines)
     }
 }
 
-std::vector<Outline> readOutlines(const QJsonArray &array)
+std::vector<Outline> readOutlines(const QJsonArray &array, int pens)
 {
     std::vector<Outline> outlines;
     outlines.reserve(at(array.size()));
     for (int i = 0; i < array.size(); ++i) {
         try {
-            outlines.push_back(readOutline(array.at(i).toObject(), array.size()));
+            outlines.push_back(readOutline(array.at(i).toObject(), pens, array.size()));
         } catch (const Refusal &refusal) {
             refuseOutline(i, refusal.reason);
         }
@@ -260,7 +324,8 @@ Drawing readDrawing(const QJsonObject &object)
 {
     if (member(object, "format").toString() != QLatin1String(kJsonFormatName))
         refuse("not a drawing");
-    if (member(object, "version").toDouble() != kJsonFormatVersion)
+    const double version = member(object, "version").toDouble();
+    if (version != kJsonFormatVersion && version != kJsonFormatVersionOfPens)
         refuse("a drawing of another version");
     if (!member(object, "outlines").isArray())
         refuse("there are no outlines");
@@ -277,7 +342,9 @@ Drawing readDrawing(const QJsonObject &object)
     drawing.about = object;
     for (const char *own : kOwnMembers)
         drawing.about.remove(QLatin1String(own));
-    drawing.outlines = readOutlines(member(object, "outlines").toArray());
+    drawing.pens = readPens(list(member(object, "pens"), "\"pens\""));
+    drawing.outlines
+        = readOutlines(member(object, "outlines").toArray(), static_cast<int>(drawing.pens.size()));
     return drawing;
 }
 

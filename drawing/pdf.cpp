@@ -2,6 +2,7 @@
 #include "pdf.h"
 
 #include "TextSink.h"
+#include "pens.h"
 #include "pieces.h"
 #include "text.h"
 
@@ -11,9 +12,9 @@ namespace ztrace {
 
 namespace {
 
-const int kDecimals = 6;           // of coordinates in pixels
-const double kArcTolerance = 0.01; // pixels
-const int kCompressionHeader = 4;  // qCompress puts the length before the zlib stream
+const int kDecimals = 6;            // of coordinates in pixels
+const double kArcTolerance = 0.001; // pixels
+const int kCompressionHeader = 4;   // qCompress puts the length before the zlib stream
 
 // Objects are collected with their places, which the table at the end of the file lists.
 class PdfFile
@@ -156,6 +157,10 @@ private:
     void paint(const Outline &outline)
     {
         const int alpha = qAlpha(outline.colour);
+        if (outline.pen >= 0) {
+            paintStroke(outline);
+            return;
+        }
         if (style.stroked) {
             opacity(alpha == 0 ? 255 : alpha);
             colour(outline.colour, "RG");
@@ -181,6 +186,34 @@ private:
         content += outline.holes.empty() ? "\n" : "*\n";
     }
 
+    // Round ends and joins, drawn throughout, are what the page begins with.
+    void paintStroke(const Outline &outline)
+    {
+        const int alpha = qAlpha(outline.colour);
+        if (alpha == 0 && !style.stroked)
+            return;
+        const Pen pen = penOf(drawing, outline);
+        const std::vector<double> dashes = paintedDashesOf(pen);
+        opacity(alpha == 0 ? 255 : alpha);
+        colour(outline.colour, "RG");
+        number(pen.width);
+        content += "w\n";
+        if (!pen.roundEnds)
+            content += "0 j 0 J\n";
+        if (!dashes.empty()) {
+            content += '[';
+            for (double dash : dashes)
+                number(dash);
+            content += "] 0 d\n";
+        }
+        path(outline.shape);
+        content += "S\n";
+        if (!dashes.empty())
+            content += "[] 0 d\n";
+        if (!pen.roundEnds)
+            content += "1 j 1 J\n";
+    }
+
     void point(const Point &p)
     {
         number(p.x);
@@ -190,6 +223,7 @@ private:
     void path(const Path &shape)
     {
         piecesOf(shape, &pieces);
+        replaceArcs(kArcTolerance, &pieces);
         if (pieces.empty())
             return;
         point(pieces.front().start);
@@ -214,17 +248,13 @@ private:
             point(piece.control1);
             point(piece.control2);
             break;
-        case PathPiece::Spline: // piecesOf leaves none
+        case PathPiece::Spline: // piecesOf leaves none,
+        case PathPiece::Arc:    // nor replaceArcs
+        case PathPiece::EllipticArc:
         case PathPiece::Line:
-        case PathPiece::Arc: {
-            std::vector<Point> points;
-            flatten(piece, kArcTolerance, &points);
-            for (const Point &p : points) {
-                point(p);
-                content += "l\n";
-            }
+            point(piece.end);
+            content += "l\n";
             return;
-        }
         }
         point(piece.end);
         content += "c\n";

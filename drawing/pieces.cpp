@@ -31,6 +31,21 @@ PathPiece lineTo(const Point &start, const Point &end)
     return piece;
 }
 
+bool isArc(const PathPiece &piece)
+{
+    return piece.kind == PathPiece::Arc || piece.kind == PathPiece::EllipticArc;
+}
+
+// Whether there is an ellipse that an elliptic arc is of.
+bool isDrawable(const PathPiece &piece)
+{
+    if (piece.kind != PathPiece::EllipticArc)
+        return true;
+    const Ellipse ellipse = ellipseOf(piece);
+    return piece.ratio > 0.0 && piece.ratio <= 1.0 && std::isfinite(piece.angle)
+        && isFinite(ellipse.center) && std::isfinite(ellipse.major) && ellipse.minor > 0.0;
+}
+
 bool hasFiniteControls(const PathPiece &piece)
 {
     bool finite = isFinite(piece.control1) && isFinite(piece.control2);
@@ -74,7 +89,7 @@ void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
         if (!isFinite(piece.start) || !isFinite(piece.end))
             continue;
         const bool drawable = hasFiniteControls(piece) && std::isfinite(piece.bulge)
-            && !(piece.kind == PathPiece::Arc && piece.start == piece.end);
+            && !(isArc(piece) && piece.start == piece.end) && isDrawable(piece);
         if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
             appendOtherSpline(piece, pieces);
         else if (drawable && piece.kind != PathPiece::Spline)
@@ -115,6 +130,90 @@ Circle circleOf(const PathPiece &arc)
     return circle;
 }
 
+Ellipse ellipseOf(const PathPiece &arc)
+{
+    // In a plane in which the ellipse is a circle, with the start as origin and the major axis as
+    // x.
+    const double c = std::cos(arc.angle);
+    const double s = std::sin(arc.angle);
+    const double dx = arc.end.x - arc.start.x;
+    const double dy = arc.end.y - arc.start.y;
+    PathPiece stretched;
+    stretched.end = Point(c * dx + s * dy, (c * dy - s * dx) / arc.ratio);
+    stretched.bulge = arc.bulge;
+    const Circle circle = circleOf(stretched);
+    const Point center(circle.center.x, circle.center.y * arc.ratio);
+    Ellipse ellipse;
+    ellipse.center = Point(arc.start.x + c * center.x - s * center.y,
+                           arc.start.y + s * center.x + c * center.y);
+    ellipse.major = circle.radius;
+    ellipse.minor = circle.radius * arc.ratio;
+    ellipse.angle = arc.angle;
+    ellipse.start = circle.startAngle;
+    ellipse.sweep = circle.sweep;
+    return ellipse;
+}
+
+Point pointOn(const Ellipse &ellipse, double t)
+{
+    const double c = std::cos(ellipse.angle);
+    const double s = std::sin(ellipse.angle);
+    const double x = ellipse.major * std::cos(t);
+    const double y = ellipse.minor * std::sin(t);
+    return Point(ellipse.center.x + c * x - s * y, ellipse.center.y + s * x + c * y);
+}
+
+void appendCubics(const PathPiece &arc, double tolerance, std::vector<PathPiece> *cubics)
+{
+    const int kMostParts = 64;
+    const Ellipse ellipse = ellipseOf(arc);
+    int parts
+        = static_cast<int>(std::ceil(std::fabs(ellipse.sweep) / (2.0 * std::atan(1.0)) - 1e-9));
+    parts = std::max(1, parts);
+    const auto error = [&ellipse](int count) {
+        const double quarter = 0.25 * ellipse.sweep / count;
+        return ellipse.major * 2.0 / 27.0 * std::pow(std::sin(quarter), 6.0)
+            / std::pow(std::cos(quarter), 2.0);
+    };
+    while (parts < kMostParts && !(error(parts) <= tolerance))
+        ++parts;
+    const double step = ellipse.sweep / parts;
+    // Tangents are the points a quarter turn ahead, seen from the center.
+    const double reach = 4.0 / 3.0 * std::tan(0.25 * step);
+    const double kQuarterTurn = 2.0 * std::atan(1.0);
+    const auto beside = [&](const Point &p, double t, double length) {
+        const Point ahead = pointOn(ellipse, t + kQuarterTurn);
+        return Point(p.x + length * (ahead.x - ellipse.center.x),
+                     p.y + length * (ahead.y - ellipse.center.y));
+    };
+    PathPiece cubic;
+    cubic.kind = PathPiece::Cubic;
+    cubic.degree = 3;
+    cubic.start = arc.start;
+    for (int i = 1; i <= parts; ++i) {
+        const double t = ellipse.start + step * i;
+        cubic.end = i == parts ? arc.end : pointOn(ellipse, t);
+        cubic.control1 = beside(cubic.start, t - step, reach);
+        cubic.control2 = beside(cubic.end, t, -reach);
+        cubics->push_back(cubic);
+        cubic.start = cubic.end;
+    }
+}
+
+void replaceArcs(double tolerance, std::vector<PathPiece> *pieces)
+{
+    if (std::none_of(pieces->begin(), pieces->end(), isArc))
+        return;
+    std::vector<PathPiece> replaced;
+    for (const PathPiece &piece : *pieces) {
+        if (isArc(piece))
+            appendCubics(piece, tolerance, &replaced);
+        else
+            replaced.push_back(piece);
+    }
+    pieces->swap(replaced);
+}
+
 void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *points)
 {
     int steps = 1;
@@ -140,6 +239,14 @@ void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *point
             points->push_back(Point(circle.center.x + circle.radius * std::cos(angle),
                                     circle.center.y + circle.radius * std::sin(angle)));
         }
+        points->push_back(piece.end);
+        return;
+    }
+    case PathPiece::EllipticArc: {
+        const Ellipse ellipse = ellipseOf(piece);
+        steps = stepsFor(ellipse.major * ellipse.sweep * ellipse.sweep, tolerance);
+        for (int i = 1; i < steps; ++i)
+            points->push_back(pointOn(ellipse, ellipse.start + ellipse.sweep * i / steps));
         points->push_back(piece.end);
         return;
     }

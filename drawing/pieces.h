@@ -11,9 +11,10 @@
 namespace ztrace {
 
 // The pieces of a path as they are drawn, in place of what is in the list. A curve that is neither
-// a quadratic nor a cubic Bezier, nor an arc, is turned into lines, and so is one with a control
-// point that is no finite number (negative tolerances make such points): its end points are still
-// right. Pieces that start or end on no finite number are left out.
+// a quadratic nor a cubic Bezier, nor an arc of a circle or an ellipse, is turned into lines, and
+// so is one with a control point that is no finite number (negative tolerances make such points) or
+// an ellipse that is none: its end points are still right. Pieces that start or end on no finite
+// number are left out.
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces);
 
 // Whether the last point is the first one, bit for bit.
@@ -26,6 +27,15 @@ void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *point
 // The point of a quadratic or cubic piece at t in 0..1.
 Point pointOn(const PathPiece &piece, double t);
 
+// Appends the cubics of an arc, of a circle or an ellipse, that are nowhere farther from it than
+// the tolerance: a good millionth of the radius for parts of 45 degrees. Source: tangents at both
+// ends of length 4/3 tan(angle / 4); the error is 2/27 sin^6(a) / cos^2(a) of the radius where a is
+// a quarter of the angle of one part.
+void appendCubics(const PathPiece &arc, double tolerance, std::vector<PathPiece> *cubics);
+
+// Arcs as their cubics, where formats know no arcs.
+void replaceArcs(double tolerance, std::vector<PathPiece> *pieces);
+
 // The circle of an arc piece.
 struct Circle
 {
@@ -36,6 +46,21 @@ struct Circle
 };
 
 Circle circleOf(const PathPiece &arc);
+
+// The ellipse of an arc piece, elliptic or not. Its points are center + major cos(t) u + minor
+// sin(t) v, u in the direction of `angle` and v a quarter turn to the left of it.
+struct Ellipse
+{
+    Point center;
+    double major;
+    double minor; // positive, at most `major`
+    double angle;
+    double start; // t of the piece's start
+    double sweep; // of t; counter-clockwise positive
+};
+
+Ellipse ellipseOf(const PathPiece &arc);
+Point pointOn(const Ellipse &ellipse, double t);
 
 } // namespace ztrace
 

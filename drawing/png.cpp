@@ -2,6 +2,7 @@
 #include "png.h"
 
 #include "TextSink.h"
+#include "pens.h"
 #include "pieces.h"
 
 #include <QBuffer>
@@ -16,7 +17,8 @@ namespace ztrace {
 
 namespace {
 
-const double kArcTolerance = 0.01; // pixels
+const double kArcTolerance = 0.001;  // pixels
+const double kMostDashes = 100000.0; // of a stroke; more are drawn throughout
 const double kInchesPerMetre = 1000.0 / 25.4;
 
 // The toolkit's painter takes memory without looking whether it has got it, and ends the process
@@ -27,7 +29,6 @@ const std::size_t kMemoryOfPainter = 4u << 20;
 const std::size_t kMemoryOfFilledElement = 200;
 const std::size_t kMemoryOfStrokedElement = 1500;
 const std::size_t kElementsOfCurve = 3;
-const std::size_t kElementsOfArc = 1000; // as lines, at most
 
 bool hasMemory(std::size_t bytes)
 {
@@ -73,9 +74,7 @@ private:
     bool hasMemoryFor(bool stroked)
     {
         for (const PathPiece &piece : pieces) {
-            elements += piece.kind == PathPiece::Line ? 1
-                : piece.kind == PathPiece::Arc        ? kElementsOfArc
-                                                      : kElementsOfCurve;
+            elements += piece.kind == PathPiece::Line ? 1 : kElementsOfCurve;
         }
         return hasMemory(kMemoryOfPainter
                          + elements * (stroked ? kMemoryOfStrokedElement : kMemoryOfFilledElement));
@@ -84,6 +83,7 @@ private:
     bool addTo(QPainterPath *path, const Path &shape, bool stroked)
     {
         piecesOf(shape, &pieces);
+        replaceArcs(kArcTolerance, &pieces);
         if (pieces.empty())
             return true;
         if (!hasMemoryFor(stroked))
@@ -97,15 +97,12 @@ private:
             case PathPiece::Cubic:
                 path->cubicTo(point(piece.control1), point(piece.control2), point(piece.end));
                 break;
-            case PathPiece::Spline: // piecesOf leaves none
+            case PathPiece::Spline: // piecesOf leaves none,
+            case PathPiece::Arc:    // nor replaceArcs
+            case PathPiece::EllipticArc:
             case PathPiece::Line:
-            case PathPiece::Arc: {
-                std::vector<Point> points;
-                flatten(piece, kArcTolerance, &points);
-                for (const Point &p : points)
-                    path->lineTo(point(p));
+                path->lineTo(point(piece.end));
                 break;
-            }
             }
         }
         if (isClosed(pieces))
@@ -117,14 +114,18 @@ private:
     {
         if (qAlpha(outline.colour) == 0 && !style.stroked)
             return true;
-        const bool stroked = style.stroked || outline.seam > 0.0;
+        const bool stroked = style.stroked || outline.pen >= 0 || outline.seam > 0.0;
         QPainterPath path;
         elements = 0;
         if (!addTo(&path, outline.shape, stroked))
             return false;
+        const QRgb colour
+            = qAlpha(outline.colour) == 0 ? outline.colour | 0xFF000000u : outline.colour;
+        if (outline.pen >= 0) {
+            painter.strokePath(path, pen(colour, penOf(drawing, outline), path));
+            return true;
+        }
         if (style.stroked) {
-            const QRgb colour
-                = qAlpha(outline.colour) == 0 ? outline.colour | 0xFF000000u : outline.colour;
             painter.strokePath(path, pen(colour, style.strokeWidth));
             return true;
         }
@@ -142,6 +143,22 @@ private:
     static QPen pen(QRgb colour, double width)
     {
         return QPen(QColor::fromRgba(colour), width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+    }
+
+    // Dashes are counted in widths there.
+    static QPen pen(QRgb colour, const Pen &looks, const QPainterPath &path)
+    {
+        QPen pen(QColor::fromRgba(colour), looks.width, Qt::SolidLine,
+                 looks.roundEnds ? Qt::RoundCap : Qt::FlatCap,
+                 looks.roundEnds ? Qt::RoundJoin : Qt::SvgMiterJoin);
+        QVector<qreal> pattern;
+        for (double dash : paintedDashesOf(looks))
+            pattern.append(dash / looks.width);
+        const QRectF box = path.controlPointRect();
+        const double longest = (box.width() + box.height()) * path.elementCount();
+        if (!pattern.isEmpty() && longest <= kMostDashes * sumOf(paintedDashesOf(looks)))
+            pen.setDashPattern(pattern);
+        return pen;
     }
 
     const Drawing &drawing;

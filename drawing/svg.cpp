@@ -2,6 +2,7 @@
 #include "svg.h"
 
 #include "TextSink.h"
+#include "pens.h"
 #include "pieces.h"
 #include "text.h"
 
@@ -12,6 +13,8 @@ namespace ztrace {
 namespace {
 
 const int kSizeDecimals = 9; // a nanometre and less
+const int kPenDecimals = 4;  // of widths and dashes in pixels
+const double kDegrees = 45.0 / std::atan(1.0);
 
 // Text in an attribute's value.
 QByteArray escaped(const QString &text)
@@ -114,12 +117,14 @@ private:
 
     void writeOutline(const Outline &outline)
     {
-        const bool stroked = options.style.stroked;
-        if (outline.shape.pieces().empty() || (qAlpha(outline.colour) == 0 && !stroked))
+        const bool stroked = options.style.stroked || outline.pen >= 0;
+        if (!isPainted(outline))
             return;
         std::string &text = sink.text();
         text += "<path";
-        if (stroked)
+        if (outline.pen >= 0)
+            writePen(outline);
+        else if (stroked)
             writeStroke(outline);
         else
             writeFill(outline);
@@ -140,6 +145,34 @@ private:
         sink.text() += QByteArray(" ") + name + "=\"";
         appendNumber(&sink.text(), qAlpha(colour) / 255.0, 4);
         sink.text() += '"';
+    }
+
+    bool isPainted(const Outline &outline) const
+    {
+        return !outline.shape.pieces().empty()
+            && (qAlpha(outline.colour) != 0 || options.style.stroked);
+    }
+
+    void writePen(const Outline &outline)
+    {
+        const Pen pen = penOf(drawing, outline);
+        std::string &text = sink.text();
+        text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
+        appendNumber(&text, pen.width, kPenDecimals);
+        text += '"';
+        if (pen.roundEnds)
+            text += " stroke-linecap=\"round\" stroke-linejoin=\"round\"";
+        const char *separator = " stroke-dasharray=\"";
+        const std::vector<double> dashes = paintedDashesOf(pen);
+        for (double dash : dashes) {
+            text += separator;
+            appendNumber(&text, dash, kPenDecimals);
+            separator = " ";
+        }
+        if (!dashes.empty())
+            text += '"';
+        if (qAlpha(outline.colour) != 0)
+            writeOpacity("stroke-opacity", outline.colour);
     }
 
     void writeStroke(const Outline &outline)
@@ -181,6 +214,13 @@ private:
             text += 'Z';
     }
 
+    void endArc(const PathPiece &piece)
+    {
+        std::string &text = sink.text();
+        text += std::fabs(piece.bulge) > 1.0 ? " 1 " : " 0 ";
+        text += piece.bulge < 0.0 ? "1 " : "0 "; // y is turned over, and the sense with it
+    }
+
     void writePiece(const PathPiece &piece)
     {
         std::string &text = sink.text();
@@ -194,6 +234,17 @@ private:
             point(piece.control1);
             text += ' ';
             break;
+        case PathPiece::EllipticArc: {
+            const Ellipse ellipse = ellipseOf(piece);
+            text += 'A';
+            number(ellipse.major);
+            text += ' ';
+            number(ellipse.minor);
+            text += ' ';
+            number(-ellipse.angle * kDegrees); // y is turned over
+            endArc(piece);
+            break;
+        }
         case PathPiece::Cubic:
             text += 'C';
             point(piece.control1);
@@ -207,11 +258,8 @@ private:
             number(circle.radius);
             text += ' ';
             number(circle.radius);
-            text += " 0 ";
-            text += std::fabs(piece.bulge) > 1.0 ? '1' : '0';
-            text += ' ';
-            text += piece.bulge < 0.0 ? '1' : '0'; // y is turned over, and the sense with it
-            text += ' ';
+            text += " 0";
+            endArc(piece);
             break;
         }
         }

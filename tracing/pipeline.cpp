@@ -4,6 +4,7 @@
 #include "composition.h"
 #include "rawtrace.h"
 #include "segmentation.h"
+#include "strokes.h"
 
 #include "imaging/resolution.h"
 
@@ -155,6 +156,15 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
     Stages stages(announce, &report);
     const double dpi = plan.dpi > 0.0 ? plan.dpi : resolutionOf(picture.asImage()).across;
 
+    const Ink *drawn = std::get_if<Ink>(&plan.segmentation);
+    if (drawn && drawn->strokes) {
+        const bool known = plan.dpi > 0.0 || tellsResolution(picture.asImage());
+        result.drawing
+            = traceStrokes(std::move(picture), plan, *drawn, known ? dpi : 0.0, &stages, &report);
+        result.drawing.dpi = dpi;
+        result.drawing.unit = plan.unit;
+        return result;
+    }
     Traced traced;
     Painting painting = Painting::Areas;
     if (const Raw *raw = std::get_if<Raw>(&plan.segmentation)) {

@@ -27,6 +27,7 @@ struct Ink
     QRgb inkColour = 0xFF000000u;
     QRgb paperColour = 0xFFFFFFFFu;
     EngineOptions engine; // said by the user; where they steer its reduction the engine splits
+    bool strokes = false; // lines become centre lines with pens; what is solid stays an area
 };
 
 // The picture's own flat colours; soft edges go to the areas beside them.

@@ -4,6 +4,8 @@
 #include "chainfit.h"
 #include "composition.h"
 
+#include "drawing/wholeshape.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -19,7 +21,7 @@ const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
 const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
 const double kNodeReach = 0.75;    // pixels from there at most
 const double kRimReach = 0.45;     // likewise of nodes on the rim, so that none passes another
-const double kQuarterOfEllipse = 0.5522847498307936; // control points, of the half axes
+const double kQuarterTurn = 2.0 * std::atan(1.0);
 
 Tone toneOf(QRgb colour, int channels)
 {
@@ -241,10 +243,8 @@ public:
         Path path;
         if (pieces.empty())
             return path;
-        if (fit::isWhole(pieces.front().kind)) {
-            whole(pieces.front(), &path);
-            return path;
-        }
+        if (fit::isWhole(pieces.front().kind))
+            return whole(pieces.front());
         path.moveTo(at(pieces.front().start));
         path.reserve(pieces.size(), 2 * pieces.size() + 1);
         for (const fit::Piece &piece : pieces)
@@ -261,6 +261,14 @@ private:
         case fit::Kind::Arc:
             path->arcTo(at(piece.end), -piece.bulge); // turned over with y
             break;
+        case fit::Kind::EllipticArc: {
+            // The control point lies to the right of a chord from which the way turns to the left.
+            const fit::EllipseShape ellipse = fit::ellipseShape(piece);
+            const double bulge = std::sqrt((1 - piece.weight) / (1 + piece.weight));
+            const bool left = cross(piece.end - piece.start, piece.control - piece.start) < 0;
+            appendElliptic(at(piece.end), left ? -bulge : bulge, ellipse.half, ellipse.angle, path);
+            break;
+        }
         case fit::Kind::Quadratic:
             path->quadraticTo(at(piece.control), at(piece.end));
             break;
@@ -272,60 +280,33 @@ private:
         }
     }
 
-    // Clockwise on the screen, as areas' outlines go.
-    void whole(const fit::Piece &shape, Path *path) const
+    // The longer axis first; angles turn over with y.
+    static void appendElliptic(Point end, double bulge, const double half[2], double angle,
+                               Path *path)
     {
-        const fit::Point u = { std::cos(shape.angle), std::sin(shape.angle) };
-        const fit::Point v = { -u.y, u.x };
-        const auto place = [&](double along, double across) {
-            return at(shape.centre + along * u + across * v);
-        };
-        const double a = shape.half[0];
-        const double b = shape.half[1];
-        if (shape.kind == fit::Kind::Circle) {
-            path->moveTo(place(a, 0));
-            path->arcTo(place(-a, 0), -1.0);
-            path->arcTo(place(a, 0), -1.0);
-        } else if (shape.kind == fit::Kind::Ellipse) {
-            static const double cosine[4] = { 1, 0, -1, 0 };
-            path->moveTo(place(a, 0));
-            for (int k = 0; k < 4; ++k) {
-                const double c0 = cosine[k], s0 = cosine[(k + 3) % 4];
-                const double c1 = cosine[(k + 1) % 4], s1 = cosine[k];
-                const double f = kQuarterOfEllipse;
-                path->cubicTo(place(a * (c0 - f * s0), b * (s0 + f * c0)),
-                              place(a * (c1 + f * s1), b * (s1 - f * c1)), place(a * c1, b * s1));
-            }
-        } else {
-            rounded(shape, place, path);
-        }
+        if (half[0] >= half[1])
+            path->ellipticArcTo(end, bulge, half[1] / half[0], -angle);
+        else
+            path->ellipticArcTo(end, bulge, half[0] / half[1], -angle - kQuarterTurn);
     }
 
-    template<typename Place>
-    void rounded(const fit::Piece &shape, const Place &place, Path *path) const
+    // Clockwise on the screen, as areas' outlines go.
+    Path whole(const fit::Piece &piece) const
     {
-        static const int signs[4][2] = { { -1, -1 }, { 1, -1 }, { 1, 1 }, { -1, 1 } };
-        const double r = std::min({ shape.radius, shape.half[0], shape.half[1] });
-        const double bulge = -std::tan(std::atan(1.0) / 2); // a quarter of a circle
-        for (int k = 0; k < 4; ++k) {
-            const double x = signs[k][0] * shape.half[0];
-            const double y = signs[k][1] * shape.half[1];
-            // Upright sides come before corners 0 and 2, flat ones before 1 and 3.
-            const bool upright = k % 2 == 0;
-            const Point before
-                = upright ? place(x, y - signs[k][1] * r) : place(x - signs[k][0] * r, y);
-            const Point after
-                = upright ? place(x - signs[k][0] * r, y) : place(x, y - signs[k][1] * r);
-            if (k == 0)
-                path->moveTo(r > 0 ? before : place(x, y));
-            else if (r > 0)
-                path->lineTo(before);
-            else
-                path->lineTo(place(x, y));
-            if (r > 0)
-                path->arcTo(after, bulge);
+        WholeShape shape;
+        shape.kind = piece.kind == fit::Kind::Circle ? WholeShape::Circle
+            : piece.kind == fit::Kind::Ellipse       ? WholeShape::Ellipse
+                                                     : WholeShape::Rectangle;
+        shape.center = at(piece.centre);
+        shape.half[0] = piece.half[0];
+        shape.half[1] = piece.half[1];
+        shape.angle = piece.kind == fit::Kind::Circle ? 0.0 : -piece.angle;
+        shape.radius = piece.radius;
+        if (shape.kind == WholeShape::Ellipse && shape.half[0] < shape.half[1]) {
+            std::swap(shape.half[0], shape.half[1]);
+            shape.angle -= kQuarterTurn;
         }
-        path->lineTo(path->start());
+        return ztrace::pathOf(shape);
     }
 
     double height;

@@ -54,6 +54,7 @@ _ztrace() {
                     --scale
                     --dxf-curves
                     --dxf-tolerance
+                    --dxf-join
                     --dxf-version
                     --dpi
                     --units

@@ -31,6 +31,7 @@ std::string stateOf(const Settings &s)
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
+                          double(s.dxf.join),
                           double(s.dxf.version),
                           s.dpi.value_or(0.0),
                           double(s.unit),
@@ -62,8 +63,24 @@ std::string stateOf(const Settings &s)
                           double(s.onlyColours.size()),
                           double(s.palette.size()),
                           double(s.engine.size()),
-                          double(s.outputs.size()) })
+                          double(s.outputs.size()),
+                          double(s.batch.recursive),
+                          double(s.batch.patterns.size()),
+                          double(s.batch.lists.size()),
+                          double(s.batch.manifests.size()),
+                          double(s.batch.formats.size()),
+                          double(s.batch.jobs),
+                          s.batch.timeLimit,
+                          s.batch.memoryLimit,
+                          double(s.batch.retryFailed),
+                          double(s.batch.dryRun),
+                          double(s.batch.failFast),
+                          double(s.batch.check),
+                          s.batch.flagBelow,
+                          double(s.batch.chunk),
+                          double(s.batch.chunks) })
         add(value);
+    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ';
     return state + s.preset + ' ' + s.format + ' ' + s.config;
 }
 

@@ -176,7 +176,7 @@ private slots:
         const QByteArray head = "{\"format\":\"ztrace drawing\",\"version\":";
         QTest::newRow("no JSON") << QByteArray("{") << QString("at byte 1");
         QTest::newRow("another object") << QByteArray("{}") << QString("not a drawing");
-        QTest::newRow("another version") << head + "2}" << QString("another version");
+        QTest::newRow("another version") << head + "3}" << QString("another version");
         const QByteArray first = head + "1,\"width\":9,\"height\":9,\"dpi\":96,";
         const auto outline = [&](const char *text) {
             return first + "\"outlines\":[{\"color\":\"#000000\",\"start\":[0,0],\"pieces\":["

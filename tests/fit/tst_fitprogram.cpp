@@ -289,7 +289,7 @@ void tst_FitProgram::latticeIsNearlyAsGood()
         const Table table = { points, sums, prices, judgement };
         all += runProgram(table, Reach::every(120)).cost;
         const Answer rough = runProgram(table, Reach::lattice(points));
-        const Answer fine = runProgram(table, Reach::refinement(120, rough.spans, 3));
+        const Answer fine = runProgram(table, Reach::refinement(table, rough.spans, 3));
         QVERIFY(fine.cost <= rough.cost + 1e-6);
         thinned += fine.cost;
     }

@@ -5,6 +5,7 @@
 
 #include "imaging/Picture.h"
 #include "tracing/pipeline.h"
+#include "drawing/pieces.h"
 #include "tracing/shapes.h"
 
 #include <QtTest>
@@ -58,6 +59,14 @@ std::vector<fit::Point> pointsOn(const Path &path, double height)
 {
     std::vector<fit::Point> points;
     for (const PathPiece p : path.pieces()) {
+        if (p.kind == PathPiece::EllipticArc) {
+            const Ellipse ellipse = ellipseOf(p);
+            for (int k = 0; k < 64; ++k) {
+                const Point on = pointOn(ellipse, ellipse.start + ellipse.sweep * k / 64.0);
+                points.push_back({ on.x, height - on.y });
+            }
+            continue;
+        }
         const fit::Point start = { p.start.x, height - p.start.y };
         const fit::Point end = { p.end.x, height - p.end.y };
         const fit::Point one = { p.control1.x, height - p.control1.y };

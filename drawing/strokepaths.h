@@ -1,0 +1,24 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Centre lines that go on from one another.
+#ifndef ZTRACE_DRAWING_STROKEPATHS_H
+#define ZTRACE_DRAWING_STROKEPATHS_H
+
+#include "Drawing.h"
+
+namespace ztrace {
+
+struct StrokePath
+{
+    const Outline *first; // of those that it is made of: layer, colour and pen are the same
+    Path path;
+};
+
+// The strokes of the drawing in its order, joined to the longest paths: where exactly two open ones
+// of one layer, colour and pen end in the same point, to a 65536th of a pixel, one goes on as the
+// other. A path that comes back to its begin is closed. Areas are left out.
+std::vector<StrokePath> longestPaths(const Drawing &drawing);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,33 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where a line ends that meets nothing.
+#ifndef ZTRACE_STROKES_ENDS_H
+#define ZTRACE_STROKES_ENDS_H
+
+#include "strokes/joining.h"
+
+namespace ztrace::strokes {
+
+// How far ink goes on beyond a place, along the middle of a line and beside it.
+struct FreeEnd
+{
+    double middle = 0.0; // pixels
+    double side = 0.0;   // the same at kBeside of the half width
+};
+const double kBeside = 0.8;
+
+// From the foot of the last cross-section outwards; coverage summed up along the carrier.
+FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
+
+// Whether the ends of most lines are round: ink goes farther in the middle than beside it.
+bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths);
+
+// A place on the carrier that many pixels outwards from the foot of the last cross-section.
+Point alongCarrier(const Atom &atom, int end, double pixels);
+
+// Unit tangent out of an end along the carrier, at its last cross-section.
+Point outwardsOf(const Atom &atom, int end);
+
+} // namespace ztrace::strokes
+
+#endif

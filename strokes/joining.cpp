@@ -1,0 +1,368 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/joining.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::strokes {
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+const int kMostRounds = 6;
+// Widths of one pen: their ratio, and pixels that they may differ in any case.
+const double kWidthRatio = 1.45;
+const double kWidthSlack = 1.2;
+// Cosine of the turn that may lie between two parts of one line or arc.
+const double kGoesOn = 0.5;
+// Part of an arc's sweep that its samples may go back by.
+const double kGoesBack = 0.05;
+// Radians of samples that make a circle, and where both ends are in one joint.
+const double kWholeSweep = 2 * kPi * 0.93;
+const double kMeetingSweep = 2 * kPi * 0.7;
+// Gaps without ink: in widths of the line and pixels, and in parts of the shorter neighbour.
+const double kGapWidths = 1.0;
+const double kGapPixels = 1.5;
+const double kGapPart = 0.5;
+const double kInked = 0.5;      // coverage of the middle of a line that goes on
+const double kMostTurnApart = 0.06; // radians between lines of one carrier
+const double kNear = 2.5;           // pixels that the middle of one may lie beside it
+const std::size_t kShort = 16;      // cross-sections of an atom whose direction is not known well
+const std::size_t kManyAtoms = 6000; // carriers of more atoms are not compared
+
+std::vector<Section> inOrder(const Atom &atom, int lastEnd)
+{
+    std::vector<Section> samples = atom.samples;
+    if (lastEnd == 0)
+        std::reverse(samples.begin(), samples.end());
+    return samples;
+}
+
+Point endSample(const Atom &atom, int end)
+{
+    return end == 0 ? atom.samples.front().centre : atom.samples.back().centre;
+}
+
+// Unit tangent along the carrier out of an end.
+Point outwards(const Atom &atom, int end)
+{
+    const Point last = endSample(atom, end);
+    const std::size_t n = atom.samples.size();
+    const std::size_t back = std::min<std::size_t>(n - 1, 12);
+    const Point before
+        = (end == 0 ? atom.samples[back] : atom.samples[n - 1 - back]).centre;
+    Point tangent = atom.carrier.tangent(last);
+    if (fit::dot(tangent, last - before) < 0)
+        tangent = -1.0 * tangent;
+    return tangent;
+}
+
+bool isOnePen(const Atom &a, const Atom &b)
+{
+    const double thin = std::min(a.width, b.width);
+    const double thick = std::max(a.width, b.width);
+    return thick < kWidthRatio * thin || thick - thin < kWidthSlack;
+}
+
+bool isJoinable(const Atom &atom)
+{
+    return atom.alive && (atom.shape == Shape::Line || atom.shape == Shape::Arc);
+}
+
+struct Union
+{
+    fit::Primitive carrier;
+    double cost = 0.0;
+    double gain = 0.0; // nats less than apart
+    double loss = 0.0; // chi squared more than apart
+};
+
+class Joiner
+{
+public:
+    Joiner(const Measure &m, Web *w) : measure(m), web(*w) { }
+
+    void acrossJoints()
+    {
+        for (int round = 0; round < kMostRounds; ++round) {
+            bool changed = false;
+            for (std::size_t j = 0; j < web.joints.size(); ++j) {
+                while (joinBestAt(j))
+                    changed = true;
+            }
+            if (!changed)
+                return;
+        }
+    }
+
+    void alongCarriers(const Coverage &coverage)
+    {
+        std::vector<int> order;
+        for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+            if (isJoinable(web.atoms[k]))
+                order.push_back(int(k));
+        }
+        if (order.size() > kManyAtoms)
+            return;
+        std::sort(order.begin(), order.end(), [this](int a, int b) {
+            const std::size_t m = atom(a).samples.size();
+            const std::size_t n = atom(b).samples.size();
+            return m > n || (m == n && a < b);
+        });
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            for (bool changed = true; changed;) {
+                changed = false;
+                for (std::size_t k = i + 1; k < order.size() && isJoinable(atom(order[i])); ++k)
+                    changed = joinAlong(order[i], order[k], coverage) || changed;
+            }
+        }
+    }
+
+private:
+    Atom &atom(int number) { return web.atoms[std::size_t(number)]; }
+    const Atom &atom(int number) const { return web.atoms[std::size_t(number)]; }
+
+    static double numbersOf(const fit::Primitive &carrier)
+    {
+        return carrier.arc ? kNumbersOfArc : kNumbersOfLine;
+    }
+
+    // Whether a's end and b's end can be one place in a line or arc.
+    bool unite(AtomEnd a, AtomEnd b, Union *result) const
+    {
+        const Atom &first = atom(a.atom);
+        const Atom &second = atom(b.atom);
+        if (a.atom == b.atom || !isJoinable(first) || !isJoinable(second)
+            || !isOnePen(first, second))
+            return false;
+        const Point from = endSample(first, 1 - a.end);
+        const Point to = endSample(second, 1 - b.end);
+        const fit::Moments sum = together(first.moments, second.moments);
+        if (!cheapest(sum, measure, from, to, &result->carrier, &result->cost))
+            return false;
+        result->gain = first.cost + second.cost - result->cost;
+        result->loss = measure.lambda
+                * (numbersOf(first.carrier) + numbersOf(second.carrier)
+                   - numbersOf(result->carrier))
+            - result->gain;
+        return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result);
+    }
+
+    bool joinBestAt(std::size_t joint)
+    {
+        const std::vector<AtomEnd> &ends = web.meetings[joint].ends;
+        double least = 1e300;
+        AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
+        for (std::size_t i = 0; i < ends.size(); ++i) {
+            for (std::size_t k = i + 1; k < ends.size(); ++k) {
+                Union candidate;
+                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= least)
+                    continue;
+                least = candidate.loss;
+                best[0] = ends[i];
+                best[1] = ends[k];
+            }
+        }
+        if (best[0].atom < 0)
+            return false;
+        join(best[0], best[1]);
+        return true;
+    }
+
+    // The walk along both goes one way.
+    bool goesOn(const Atom &first, int a, const Atom &second, int b, const Union &joined) const
+    {
+        const Point gap = endSample(second, b) - endSample(first, a);
+        const double slack = 0.5 * (first.width + second.width) + 2.0;
+        if (!joined.carrier.arc) {
+            const Point out = outwards(first, a);
+            return fit::dot(out, outwards(second, b)) < -kGoesOn && fit::dot(gap, out) > -slack;
+        }
+        std::vector<Section> samples = inOrder(first, a);
+        const std::vector<Section> more = inOrder(second, 1 - b);
+        samples.insert(samples.end(), more.begin(), more.end());
+        const Sweep sweep = sweepOf(samples, joined.carrier.point);
+        const double turned = std::fabs(sweep.turned);
+        const double noise = slack / joined.carrier.radius;
+        return turned < 2 * kPi + noise && sweep.walked - turned < kGoesBack * turned + noise;
+    }
+
+    void join(AtomEnd a, AtomEnd b)
+    {
+        Atom &first = atom(a.atom);
+        Atom &second = atom(b.atom);
+        const int from = first.joint[1 - a.end];
+        const int to = second.joint[1 - b.end];
+        const int at[2] = { first.joint[a.end], second.joint[b.end] };
+        for (int joint : at)
+            takeOut(joint, a, b);
+        rename(from, { a.atom, 1 - a.end }, { a.atom, 0 });
+        rename(to, { b.atom, 1 - b.end }, { a.atom, 1 });
+        for (int k = 0; k < 2; ++k) {
+            if (at[k] >= 0 && (k == 0 || at[1] != at[0]))
+                web.meetings[std::size_t(at[k])].through.push_back(a.atom);
+        }
+        std::vector<Section> samples = inOrder(first, a.end);
+        const std::vector<Section> more = inOrder(second, 1 - b.end);
+        samples.insert(samples.end(), more.begin(), more.end());
+        first.samples = std::move(samples);
+        first.joint[0] = from;
+        first.joint[1] = to;
+        second.alive = false;
+        second.heir = a.atom;
+        second.samples = std::vector<Section>();
+        refit(&first, measure);
+        closeIfWhole(a.atom);
+    }
+
+    void closeIfWhole(int number)
+    {
+        Atom &arc = atom(number);
+        if (!arc.carrier.arc)
+            return;
+        const double turned = std::fabs(sweepOf(arc.samples, arc.carrier.point).turned);
+        const bool meets = arc.joint[0] >= 0 && arc.joint[0] == arc.joint[1];
+        if (turned < (meets ? kMeetingSweep : kWholeSweep))
+            return;
+        arc.shape = Shape::Circle;
+        for (int end = 0; end < 2; ++end) {
+            const int joint = arc.joint[end];
+            if (joint < 0)
+                continue;
+            takeOut(joint, { number, 0 }, { number, 1 });
+            web.meetings[std::size_t(joint)].through.push_back(number);
+            arc.joint[end] = -1;
+        }
+    }
+
+    void takeOut(int joint, AtomEnd a, AtomEnd b)
+    {
+        if (joint < 0)
+            return;
+        std::vector<AtomEnd> &ends = web.meetings[std::size_t(joint)].ends;
+        const auto isOne = [&](const AtomEnd &end) {
+            return (end.atom == a.atom && end.end == a.end)
+                || (end.atom == b.atom && end.end == b.end);
+        };
+        ends.erase(std::remove_if(ends.begin(), ends.end(), isOne), ends.end());
+    }
+
+    void rename(int joint, AtomEnd from, AtomEnd to)
+    {
+        if (joint < 0)
+            return;
+        for (AtomEnd &end : web.meetings[std::size_t(joint)].ends) {
+            if (end.atom == from.atom && end.end == from.end) {
+                end = to;
+                return;
+            }
+        }
+    }
+
+    // Cheap reasons why two atoms have no common carrier.
+    static bool mayShareCarrier(const Atom &a, const Atom &b)
+    {
+        const Point middle = b.samples[b.samples.size() / 2].centre;
+        if (std::fabs(a.carrier.distance(middle)) > kNear)
+            return false;
+        if (a.carrier.arc != b.carrier.arc)
+            return a.carrier.arc || a.samples.size() < kShort;
+        if (!a.carrier.arc)
+            return std::fabs(fit::cross(a.carrier.direction, b.carrier.direction)) < kMostTurnApart
+                || b.samples.size() < kShort;
+        return true;
+    }
+
+    bool joinAlong(int a, int b, const Coverage &coverage)
+    {
+        if (!isJoinable(atom(b)) || !mayShareCarrier(atom(a), atom(b)))
+            return false;
+        // The ends that face each other: those that are nearest, or for arcs the shortest way.
+        AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
+        double shortest = 1e300;
+        for (int i = 0; i < 2; ++i) {
+            for (int k = 0; k < 2; ++k) {
+                const Point gap = endSample(atom(b), k) - endSample(atom(a), i);
+                const double length = std::hypot(gap.x, gap.y);
+                Union candidate;
+                if (length >= shortest || !unite({ a, i }, { b, k }, &candidate)
+                    || !hasInk({ a, i }, { b, k }, candidate.carrier, coverage))
+                    continue;
+                shortest = length;
+                best[0] = { a, i };
+                best[1] = { b, k };
+            }
+        }
+        if (best[0].atom < 0)
+            return false;
+        join(best[0], best[1]);
+        return true;
+    }
+
+    // Whether there is ink along the carrier from one end to the other, but for short gaps.
+    bool hasInk(AtomEnd a, AtomEnd b, const fit::Primitive &carrier, const Coverage &coverage) const
+    {
+        const Point from = carrier.foot(endSample(atom(a.atom), a.end));
+        const Point to = carrier.foot(endSample(atom(b.atom), b.end));
+        double length = std::hypot(to.x - from.x, to.y - from.y);
+        double angle = 0.0;
+        double start = 0.0;
+        if (carrier.arc) {
+            const Point u = from - carrier.point;
+            const Point v = to - carrier.point;
+            start = std::atan2(u.y, u.x);
+            angle = std::atan2(fit::cross(u, v), fit::dot(u, v));
+            length = std::fabs(angle) * carrier.radius;
+        }
+        const double width = std::min(atom(a.atom).width, atom(b.atom).width);
+        const double shorter
+            = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
+        const double allowed = std::min(kGapWidths * width + kGapPixels, kGapPart * shorter);
+        const int steps = int(length) + 1;
+        double missing = 0.0;
+        for (int k = 0; k <= steps; ++k) {
+            const double t = double(k) / steps;
+            const double at = start + t * angle;
+            const Point p = carrier.arc
+                ? carrier.point + carrier.radius * Point { std::cos(at), std::sin(at) }
+                : from + t * (to - from);
+            missing = coverage.at(p) < kInked ? missing + length / steps : 0.0;
+            if (missing > allowed)
+                return false;
+        }
+        return true;
+    }
+
+    const Measure &measure;
+    Web &web;
+};
+
+} // namespace
+
+Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)
+{
+    Web web;
+    web.atoms = std::move(atoms);
+    web.joints = std::move(joints);
+    web.meetings.resize(web.joints.size());
+    for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+        for (int end = 0; end < 2; ++end) {
+            const int joint = web.atoms[k].joint[end];
+            if (joint >= 0)
+                web.meetings[std::size_t(joint)].ends.push_back({ int(k), end });
+        }
+    }
+    return web;
+}
+
+void joinAcrossJoints(const Measure &measure, Web *web)
+{
+    Joiner(measure, web).acrossJoints();
+}
+
+void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web)
+{
+    Joiner(measure, web).alongCarriers(coverage);
+}
+
+} // namespace ztrace::strokes

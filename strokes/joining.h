@@ -1,0 +1,43 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Lines and arcs that go on across junctions, gaps and other lines become one.
+#ifndef ZTRACE_STROKES_JOINING_H
+#define ZTRACE_STROKES_JOINING_H
+
+#include "strokes/primitives.h"
+
+namespace ztrace::strokes {
+
+struct AtomEnd
+{
+    int atom;
+    int end;
+};
+
+// What meets at a joint: atoms that end there, and atoms that go through.
+struct Meeting
+{
+    std::vector<AtomEnd> ends;
+    std::vector<int> through;
+};
+
+struct Web
+{
+    std::vector<Atom> atoms;
+    std::vector<Joint> joints;
+    std::vector<Meeting> meetings; // of every joint
+};
+
+Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
+
+// Joins at every joint the pairs that one line or arc explains for less than two do, the pair that
+// loses least first, until nothing changes. Arcs that come back to where they began become circles.
+void joinAcrossJoints(const Measure &measure, Web *web);
+
+// Joins atoms with a common carrier between which there is ink all the way, or a gap that is short
+// against both of them; arcs of one circle in any order.
+void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web);
+
+} // namespace ztrace::strokes
+
+#endif

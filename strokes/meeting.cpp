@@ -1,0 +1,257 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/meeting.h"
+
+#include "strokes/ends.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::strokes {
+
+namespace {
+
+const double kCrossing = 0.2;   // sine of the least angle at which carriers are crossed; 12 degrees
+const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
+const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
+const double kMeetsAll = 1.5;   // pixels from a common place that its carriers may pass by
+
+double distanceBetween(Point a, Point b)
+{
+    return std::hypot(a.x - b.x, a.y - b.y);
+}
+
+Crossings lineWithLine(const fit::Primitive &a, const fit::Primitive &b)
+{
+    Crossings result;
+    const double sine = fit::cross(a.direction, b.direction);
+    if (std::fabs(sine) < 1e-9)
+        return result;
+    const double t = fit::cross(b.point - a.point, b.direction) / sine;
+    result.place[result.count++] = a.point + t * a.direction;
+    return result;
+}
+
+Crossings lineWithCircle(const fit::Primitive &line, const fit::Primitive &circle)
+{
+    Crossings result;
+    const Point foot = line.foot(circle.point);
+    const double d = distanceBetween(foot, circle.point);
+    const double square = circle.radius * circle.radius - d * d;
+    if (square < 0)
+        return result;
+    const double half = std::sqrt(square);
+    result.place[result.count++] = foot + half * line.direction;
+    result.place[result.count++] = foot - half * line.direction;
+    return result;
+}
+
+Crossings circleWithCircle(const fit::Primitive &a, const fit::Primitive &b)
+{
+    Crossings result;
+    const double d = distanceBetween(a.point, b.point);
+    if (!(d > 1e-9))
+        return result;
+    const double along = 0.5 * (d + (a.radius * a.radius - b.radius * b.radius) / d);
+    const double square = a.radius * a.radius - along * along;
+    if (square < 0)
+        return result;
+    const Point u = (1 / d) * (b.point - a.point);
+    const Point v = { -u.y, u.x };
+    const double half = std::sqrt(square);
+    result.place[result.count++] = a.point + along * u + half * v;
+    result.place[result.count++] = a.point + along * u - half * v;
+    return result;
+}
+
+// Half way between the feet of a place on two carriers that touch each other near it.
+Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach)
+{
+    Point place = near;
+    if (a.arc != b.arc) {
+        const fit::Primitive &line = a.arc ? b : a;
+        const Point tangency = line.foot((a.arc ? a : b).point);
+        if (distanceBetween(tangency, near) < reach)
+            place = tangency;
+    }
+    return 0.5 * (a.foot(place) + b.foot(place));
+}
+
+class Settler
+{
+public:
+    Settler(const Coverage &c, Web *w) : coverage(c), web(*w) { }
+
+    bool settle()
+    {
+        for (std::size_t j = 0; j < web.joints.size(); ++j)
+            settleAt(j);
+        for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+            const Atom &atom = web.atoms[k];
+            if (!atom.alive || atom.shape > Shape::Arc)
+                continue;
+            for (int end = 0; end < 2; ++end) {
+                if (atom.joint[end] < 0)
+                    free.push_back({ int(k), end });
+            }
+        }
+        return settleFree();
+    }
+
+private:
+    Atom &atom(const AtomEnd &end) { return web.atoms[std::size_t(end.atom)]; }
+
+    int living(int number) const
+    {
+        while (number >= 0 && !web.atoms[std::size_t(number)].alive)
+            number = web.atoms[std::size_t(number)].heir;
+        return number;
+    }
+
+    std::vector<int> throughAt(std::size_t joint) const
+    {
+        std::vector<int> through;
+        for (int number : web.meetings[joint].through) {
+            const int heir = living(number);
+            if (heir >= 0 && web.atoms[std::size_t(heir)].shape != Shape::Ellipse)
+                through.push_back(heir);
+        }
+        std::sort(through.begin(), through.end());
+        through.erase(std::unique(through.begin(), through.end()), through.end());
+        return through;
+    }
+
+    void settleAt(std::size_t joint)
+    {
+        const std::vector<AtomEnd> ends = web.meetings[joint].ends;
+        const std::vector<int> through = throughAt(joint);
+        const Joint &at = web.joints[joint];
+        if (ends.empty())
+            return;
+        if (!through.empty()) {
+            for (const AtomEnd &end : ends)
+                endOnThrough(end, through, at);
+        } else if (ends.size() == 1) {
+            free.push_back(ends[0]);
+        } else {
+            meetAll(ends, at);
+        }
+    }
+
+    // The place where two carriers meet near a joint.
+    bool meet(const fit::Primitive &a, const fit::Primitive &b, const Joint &at, Point *place,
+              double *weight) const
+    {
+        const Point foot = a.foot(at.place);
+        const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(foot)));
+        const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
+        *weight = sine * sine + 1e-3;
+        if (sine > kCrossing || (a.arc == b.arc && !a.arc && sine > 0.5 * kCrossing)) {
+            const Crossings crossings = crossingsOf(a, b);
+            double nearest = reach;
+            for (int k = 0; k < crossings.count; ++k) {
+                const double d = distanceBetween(crossings.place[k], at.place);
+                if (d < nearest) {
+                    nearest = d;
+                    *place = crossings.place[k];
+                }
+            }
+            if (nearest < reach)
+                return true;
+        }
+        const Point touched = touching(a, b, at.place, reach);
+        if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
+            return false;
+        *place = touched;
+        return true;
+    }
+
+    void endOnThrough(const AtomEnd &end, const std::vector<int> &through, const Joint &at)
+    {
+        Atom &ending = atom(end);
+        double heaviest = -1.0;
+        Point place = ending.carrier.foot(at.place);
+        for (int number : through) {
+            Point candidate;
+            double weight = 0.0;
+            if (number != end.atom
+                && meet(ending.carrier, web.atoms[std::size_t(number)].carrier, at, &candidate,
+                        &weight)
+                && weight > heaviest) {
+                heaviest = weight;
+                place = candidate;
+            }
+        }
+        putEnd(end, place);
+    }
+
+    void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
+    {
+        Point sum = { 0, 0 };
+        double all = 0.0;
+        for (std::size_t i = 0; i < ends.size(); ++i) {
+            for (std::size_t k = i + 1; k < ends.size(); ++k) {
+                Point place;
+                double weight = 0.0;
+                if (!meet(atom(ends[i]).carrier, atom(ends[k]).carrier, at, &place, &weight))
+                    continue;
+                sum = sum + weight * place;
+                all += weight;
+            }
+        }
+        const Point middle = all > 0.0 ? (1 / all) * sum : at.place;
+        for (const AtomEnd &end : ends) {
+            const bool passesBy = std::fabs(atom(end).carrier.distance(middle)) > kMeetsAll;
+            putEnd(end, passesBy ? atom(end).carrier.foot(at.place) : middle);
+        }
+    }
+
+    void putEnd(const AtomEnd &end, Point place)
+    {
+        Atom &ending = atom(end);
+        const Point last = end.end == 0 ? ending.samples.front().centre
+                                        : ending.samples.back().centre;
+        if (fit::dot(place - last, outwardsOf(ending, end.end)) < -kBackwards - ending.width)
+            place = ending.carrier.foot(last);
+        ending.place[end.end] = place;
+    }
+
+    bool settleFree()
+    {
+        std::vector<FreeEnd> measured;
+        std::vector<double> widths;
+        for (const AtomEnd &end : free) {
+            measured.push_back(freeEndOf(coverage, atom(end), end.end));
+            widths.push_back(atom(end).width);
+        }
+        const bool round = hasRoundEnds(measured, widths);
+        for (std::size_t k = 0; k < free.size(); ++k) {
+            const double less = round ? 0.5 * widths[k] : 0.0;
+            Atom &ending = atom(free[k]);
+            ending.place[free[k].end]
+                = alongCarrier(ending, free[k].end, measured[k].middle - less);
+        }
+        return round;
+    }
+
+    const Coverage &coverage;
+    Web &web;
+    std::vector<AtomEnd> free;
+};
+
+} // namespace
+
+Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
+{
+    if (!a.arc && !b.arc)
+        return lineWithLine(a, b);
+    if (a.arc && b.arc)
+        return circleWithCircle(a, b);
+    return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
+}
+
+bool settleEnds(const Coverage &coverage, Web *web)
+{
+    return Settler(coverage, web).settle();
+}
+
+} // namespace ztrace::strokes

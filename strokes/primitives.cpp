@@ -1,0 +1,295 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/primitives.h"
+
+#include "fit/fit.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::strokes {
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+const int kStretch = 48; // cross-sections over which a line is taken for one line or arc
+const int kBlock = 8;    // of which the means are compared
+// Blocks of a stretch over its degrees of freedom, over the median of that distribution's square.
+const double kStretchScale = 2.0 / 0.79;
+const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
+const double kMostSigma = 0.8;
+const std::size_t kLeastStretches = 3;
+const int kCircleSteps = 8;
+const double kLeastSagitta = 1.0; // sigmas below which an arc is a line
+
+fit::Moments momentsOf(const std::vector<Section> &samples, std::size_t first, std::size_t last,
+                       double weight)
+{
+    fit::Moments sum = {};
+    const Point origin = samples[(first + last) / 2].centre;
+    sum.ox = origin.x;
+    sum.oy = origin.y;
+    for (std::size_t i = first; i < last; ++i)
+        addTo(&sum, samples[i].centre, weight);
+    return sum;
+}
+
+// Of a stretch: mean square of the means of its blocks, times the cross-sections of a block.
+double stretchVariance(const std::vector<Section> &samples, std::size_t first)
+{
+    const std::size_t last = first + std::size_t(kStretch);
+    const fit::Moments sum = momentsOf(samples, first, last, 1.0);
+    const fit::LineMoments c = fit::lineMoments(sum);
+    fit::Primitive best = fit::lineOf(sum, c, samples[first].centre, samples[last - 1].centre);
+    fit::Primitive circle = {};
+    if (fit::circleOf(sum, c, &circle) && circle.chi2 < best.chi2)
+        best = circle;
+    double squares = 0.0;
+    for (std::size_t block = first; block < last; block += std::size_t(kBlock)) {
+        double mean = 0.0;
+        for (std::size_t i = block; i < block + std::size_t(kBlock); ++i)
+            mean += best.distance(samples[i].centre) / kBlock;
+        squares += mean * mean;
+    }
+    return squares * kBlock / (kStretch / kBlock);
+}
+
+fit::Prices strokePrices()
+{
+    fit::Prices prices = fit::dxfPrices();
+    prices.cubic = fit::kNotOffered;
+    prices.rectangle = fit::kNotOffered;
+    prices.roundedRectangle = fit::kNotOffered;
+    return prices;
+}
+
+double medianWidth(const std::vector<Section> &samples)
+{
+    std::vector<double> widths;
+    widths.reserve(samples.size());
+    for (const Section &section : samples)
+        widths.push_back(section.width);
+    const auto middle = widths.begin() + std::ptrdiff_t(widths.size() / 2);
+    std::nth_element(widths.begin(), middle, widths.end());
+    return *middle;
+}
+
+Atom wholeAtom(const Core &core, const fit::Piece &piece, const Measure &measure)
+{
+    Atom atom;
+    atom.samples = core.samples;
+    refit(&atom, measure);
+    if (piece.kind == fit::Kind::Circle) {
+        atom.shape = Shape::Circle;
+        atom.carrier = { true, piece.centre, { 1, 0 }, piece.radius > 0 ? piece.radius : piece.half[0], 1, 0 };
+        polishCircle(atom.samples, &atom.carrier);
+    } else {
+        atom.shape = Shape::Ellipse;
+        atom.ellipse = piece;
+    }
+    return atom;
+}
+
+// The atoms of one core, in order; their joints between themselves are added to the others.
+void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *joints,
+              std::vector<Atom> *atoms)
+{
+    std::vector<double> x, y, sigma;
+    for (const Section &section : core.samples) {
+        x.push_back(section.centre.x);
+        y.push_back(section.centre.y);
+    }
+    sigma.assign(x.size(), measure.sigma);
+    const fit::Chain chain = { x.data(), y.data(), sigma.data(), int(x.size()), core.closed(),
+                               fit::Edge::Soft, false, false };
+    fit::Settings settings = fit::settingsFor(strokePrices());
+    settings.curves = false;
+    settings.soft.lambda = measure.lambda;
+    const fit::Path path = fit::fitChain(chain, settings);
+    if (path.pieces.size() == 1 && fit::isWhole(path.pieces[0].kind)) {
+        atoms->push_back(wholeAtom(core, path.pieces[0], measure));
+        return;
+    }
+    std::vector<const fit::Piece *> pieces;
+    for (const fit::Piece &piece : path.pieces) {
+        if (piece.count >= 2)
+            pieces.push_back(&piece);
+    }
+    const std::size_t firstJoint = joints->size();
+    for (std::size_t k = 0; k + (core.closed() ? 0 : 1) < pieces.size(); ++k)
+        joints->push_back({ pieces[k]->end, 0.5 * core.width, JointKind::Break });
+    for (std::size_t k = 0; k < pieces.size(); ++k) {
+        Atom atom;
+        for (int i = 0; i < pieces[k]->count; ++i)
+            atom.samples.push_back(
+                core.samples[std::size_t(pieces[k]->first + i) % core.samples.size()]);
+        refit(&atom, measure);
+        const int before = int(firstJoint + k) - 1;
+        atom.joint[0] = k > 0 ? before
+            : core.closed()   ? int(firstJoint + pieces.size() - 1)
+                              : core.joint[0];
+        atom.joint[1]
+            = k + 1 < pieces.size() || core.closed() ? int(firstJoint + k) : core.joint[1];
+        atoms->push_back(std::move(atom));
+    }
+}
+
+} // namespace
+
+void addTo(fit::Moments *sum, Point place, double w)
+{
+    const double x = place.x - sum->ox;
+    const double y = place.y - sum->oy;
+    const double z = x * x + y * y;
+    sum->w += w;
+    sum->x += w * x;
+    sum->y += w * y;
+    sum->xx += w * x * x;
+    sum->xy += w * x * y;
+    sum->yy += w * y * y;
+    sum->xz += w * x * z;
+    sum->yz += w * y * z;
+    sum->zz += w * z * z;
+}
+
+fit::Moments together(const fit::Moments &a, const fit::Moments &b)
+{
+    const double w = a.w + b.w;
+    const double x = (a.x + a.w * a.ox + b.x + b.w * b.ox) / w;
+    const double y = (a.y + a.w * a.oy + b.y + b.w * b.oy) / w;
+    fit::Moments sum = fit::shifted(a, x, y);
+    const fit::Moments other = fit::shifted(b, x, y);
+    sum.w += other.w;
+    sum.x += other.x;
+    sum.y += other.y;
+    sum.xx += other.xx;
+    sum.xy += other.xy;
+    sum.yy += other.yy;
+    sum.xz += other.xz;
+    sum.yz += other.yz;
+    sum.zz += other.zz;
+    return sum;
+}
+
+Measure measureOf(const Cores &cores, double least)
+{
+    std::vector<double> variances;
+    for (const Core &core : cores.cores) {
+        const std::size_t stretch = std::size_t(kStretch);
+        for (std::size_t i = 0; i + stretch <= core.samples.size(); i += stretch)
+            variances.push_back(stretchVariance(core.samples, i));
+    }
+    Measure measure;
+    measure.sigma = std::max(kUsualSigma, least);
+    if (variances.size() < kLeastStretches)
+        return measure;
+    const auto middle = variances.begin() + std::ptrdiff_t(variances.size() / 2);
+    std::nth_element(variances.begin(), middle, variances.end());
+    measure.sigma = std::clamp(std::sqrt(kStretchScale * *middle), least, kMostSigma);
+    return measure;
+}
+
+bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Point last,
+              fit::Primitive *carrier, double *cost)
+{
+    const fit::LineMoments c = fit::lineMoments(sum);
+    const fit::Primitive line = fit::lineOf(sum, c, first, last);
+    const double ofLine = 0.5 * line.chi2 + measure.lambda * kNumbersOfLine;
+    *carrier = line;
+    *cost = ofLine;
+    fit::Primitive circle = {};
+    if (!std::isfinite(ofLine))
+        return false;
+    if (!fit::circleOf(sum, c, &circle))
+        return true;
+    const double ofArc = 0.5 * circle.chi2 + measure.lambda * kNumbersOfArc;
+    const double chord = std::hypot(last.x - first.x, last.y - first.y);
+    const double sagitta = chord * chord / (8 * circle.radius);
+    if (ofArc < ofLine && (sagitta > kLeastSagitta * measure.sigma || chord < 2 * circle.radius)) {
+        *carrier = circle;
+        *cost = ofArc;
+    }
+    return true;
+}
+
+void refit(Atom *atom, const Measure &measure)
+{
+    atom->moments = momentsOf(atom->samples, 0, atom->samples.size(), measure.weight());
+    cheapest(atom->moments, measure, atom->samples.front().centre, atom->samples.back().centre,
+             &atom->carrier, &atom->cost);
+    atom->shape = atom->carrier.arc ? Shape::Arc : Shape::Line;
+    if (atom->carrier.arc) {
+        polishCircle(atom->samples, &atom->carrier);
+        atom->carrier.turn = sweepOf(atom->samples, atom->carrier.point).turned < 0 ? -1 : 1;
+    }
+    atom->width = medianWidth(atom->samples);
+}
+
+void polishCircle(const std::vector<Section> &samples, fit::Primitive *circle)
+{
+    fit::Primitive best = *circle;
+    for (int step = 0; step < kCircleSteps; ++step) {
+        // Normal equations of the distances' derivatives: -cos, -sin, -1.
+        double a[3][4] = {};
+        for (const Section &section : samples) {
+            const Point d = section.centre - best.point;
+            const double r = std::hypot(d.x, d.y);
+            if (!(r > 0))
+                continue;
+            const double row[4] = { d.x / r, d.y / r, 1.0, r - best.radius };
+            for (int i = 0; i < 3; ++i) {
+                for (int j = 0; j < 4; ++j)
+                    a[i][j] += row[i] * row[j];
+            }
+        }
+        double change[3] = {};
+        for (int i = 0; i < 3; ++i) {
+            if (!(a[i][i] > 1e-12))
+                return;
+            for (int k = i + 1; k < 3; ++k) {
+                const double f = a[k][i] / a[i][i];
+                for (int j = i; j < 4; ++j)
+                    a[k][j] -= f * a[i][j];
+            }
+        }
+        for (int i = 2; i >= 0; --i) {
+            change[i] = a[i][3];
+            for (int j = i + 1; j < 3; ++j)
+                change[i] -= a[i][j] * change[j];
+            change[i] /= a[i][i];
+        }
+        const double size = std::hypot(change[0], change[1], change[2]);
+        if (!std::isfinite(size) || size > 0.5 * best.radius)
+            return;
+        best.point = best.point + Point { change[0], change[1] };
+        best.radius += change[2];
+        if (size < 1e-6)
+            break;
+    }
+    if (best.radius > 0 && best.radius < fit::kLargestRadius)
+        *circle = best;
+}
+
+Sweep sweepOf(const std::vector<Section> &samples, Point centre)
+{
+    Sweep sweep;
+    for (std::size_t i = 1; i < samples.size(); ++i) {
+        const Point a = samples[i - 1].centre - centre;
+        const Point b = samples[i].centre - centre;
+        const double step = std::atan2(fit::cross(a, b), fit::dot(a, b));
+        sweep.turned += step;
+        sweep.walked += std::fabs(step);
+    }
+    return sweep;
+}
+
+std::vector<Atom> atomsOf(Cores *cores, const Measure &measure)
+{
+    std::vector<Atom> atoms;
+    for (const Core &core : cores->cores) {
+        if (core.samples.size() >= 2)
+            addAtoms(core, measure, &cores->joints, &atoms);
+    }
+    return atoms;
+}
+
+} // namespace ztrace::strokes

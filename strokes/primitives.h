@@ -1,0 +1,78 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Lines and arcs through the cross-sections of a drawing's lines.
+#ifndef ZTRACE_STROKES_PRIMITIVES_H
+#define ZTRACE_STROKES_PRIMITIVES_H
+
+#include "strokes/samples.h"
+
+#include "fit/Piece.h"
+#include "fit/sums.h"
+
+namespace ztrace::strokes {
+
+// Adds a point of a weight to sums around their origin.
+void addTo(fit::Moments *sum, Point place, double weight);
+
+// The sums of both around the mean of their points.
+fit::Moments together(const fit::Moments &a, const fit::Moments &b);
+
+// What fits are judged by: the deviation of a cross-section's centre, in pixels, as large as if
+// neighbours had independent errors, and nats for a number that is written.
+struct Measure
+{
+    double sigma = 0.1;
+    double lambda = 5.0;
+    double weight() const { return 1.0 / (sigma * sigma); }
+};
+
+// The deviation that the cores themselves tell: how far the means of eight cross-sections in a row
+// lie from a line or an arc through forty-eight of them, the median of all such stretches. `least`
+// is what can be asked of the picture at all.
+Measure measureOf(const Cores &cores, double least);
+
+enum class Shape { Line, Arc, Circle, Ellipse };
+
+// A line, or an arc or circle, and what it was seen in.
+struct Atom
+{
+    Shape shape = Shape::Line;
+    fit::Primitive carrier;        // of lines, arcs and circles
+    fit::Piece ellipse;            // of an ellipse
+    std::vector<Section> samples;  // in the order of the walk from joint[0] to joint[1]
+    fit::Moments moments;          // of the samples
+    double cost = 0.0;             // nats
+    double width = 0.0;            // median
+    int joint[2] = { -1, -1 };     // -1: closed, or free of any joint
+    Point place[2];                // its ends, once they are known
+    bool alive = true;
+    int heir = -1; // the atom that a dead one has become part of; -1: none
+};
+
+const double kNumbersOfLine = 2;
+const double kNumbersOfArc = 3;
+
+// The cheaper of the line and the arc for sums; nats. False where neither can be made.
+bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Point last,
+              fit::Primitive *carrier, double *cost);
+
+// Moments, carrier, cost and width from the samples, of which there is at least one.
+void refit(Atom *atom, const Measure &measure);
+
+// A circle through the samples by least squares of their true distances, from where it is.
+void polishCircle(const std::vector<Section> &samples, fit::Primitive *circle);
+
+// Signed angle that the samples go around a centre, and the sum of its steps without signs.
+struct Sweep
+{
+    double turned = 0.0;
+    double walked = 0.0;
+};
+Sweep sweepOf(const std::vector<Section> &samples, Point centre);
+
+// The atoms of all cores, by fit/: where a core is broken a joint of its own is added.
+std::vector<Atom> atomsOf(Cores *cores, const Measure &measure);
+
+} // namespace ztrace::strokes
+
+#endif

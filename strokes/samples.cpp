@@ -1,0 +1,427 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/samples.h"
+
+#include "strokes/distance.h"
+#include "strokes/primitives.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace ztrace::strokes {
+
+namespace {
+
+const double kStep = 0.5;       // pixels between the values of a cross-section
+const double kPaper = 0.06;     // coverage that counts as none
+const double kRises = 0.04;     // coverage by which another line announces itself
+const double kPaperBeyond = 2.5; // pixels outside of the ink that its edge may be soft
+const int kChord = 5;           // cells to either side that the direction is taken from
+// Parts of the median width, and pixels, that a cross-section may differ from it.
+const double kWidthPart = 0.2;
+const double kWidthSlack = 0.6;
+const double kJunctionReach = 1.0; // pixels around the disc of a junction that it spoils
+const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
+// Times by which an arc has to miss a corner's cross-sections farther than two lines do.
+const double kCornerContrast = 2.0;
+const double kCornerFloor = 0.06; // pixels
+const int kLeastArm = 4;          // cross-sections of a corner's side
+
+double distanceBetween(Point a, Point b)
+{
+    return std::hypot(a.x - b.x, a.y - b.y);
+}
+
+// One side of a cross-section: sums of coverage times step, and of that times the place.
+struct HalfSection
+{
+    double area = 0.0;
+    double moment = 0.0;
+    bool clear = false;
+};
+
+HalfSection walkOut(const Coverage &coverage, Point place, Point step, double reach)
+{
+    HalfSection half;
+    double least = 2.0;
+    for (double t = 0.5 * kStep; t < reach; t += kStep) {
+        const double part = coverage.at(place + t * step);
+        if (part > least + kRises && least < 0.5) {
+            half.clear = true;
+            break;
+        }
+        half.area += part * kStep;
+        half.moment += part * t * kStep;
+        least = std::min(least, part);
+        if (part < kPaper) {
+            half.clear = true;
+            break;
+        }
+    }
+    half.clear = half.clear || least < 0.35;
+    return half;
+}
+
+double median(std::vector<double> values)
+{
+    if (values.empty())
+        return 0.0;
+    const auto middle = values.begin() + std::ptrdiff_t(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// A line through points by least squares: mean, direction, root of the mean squared distance.
+struct Arm
+{
+    Point mean;
+    Point direction;
+    double rms;
+};
+
+Arm armOf(const std::vector<Section> &sections, int first, int last)
+{
+    fit::Moments m = {};
+    m.ox = sections[std::size_t(first)].centre.x;
+    m.oy = sections[std::size_t(first)].centre.y;
+    for (int i = first; i <= last; ++i) {
+        const Point p = sections[std::size_t(i)].centre - Point { m.ox, m.oy };
+        m.w += 1;
+        m.x += p.x;
+        m.y += p.y;
+        m.xx += p.x * p.x;
+        m.xy += p.x * p.y;
+        m.yy += p.y * p.y;
+    }
+    const fit::LineMoments c = fit::lineMoments(m);
+    const fit::Primitive line
+        = fit::lineOf(m, c, sections[std::size_t(first)].centre, sections[std::size_t(last)].centre);
+    return { line.point, line.direction, std::sqrt(c.least) };
+}
+
+class CoreFinder
+{
+public:
+    CoreFinder(const Graph &g, const Plane &d, const Coverage &c)
+        : graph(g), distance(d), coverage(c)
+    {
+    }
+
+    Cores find()
+    {
+        clusterOf.resize(graph.nodes.size());
+        std::iota(clusterOf.begin(), clusterOf.end(), 0);
+        std::vector<std::vector<Section>> sections(graph.branches.size());
+        for (std::size_t b = 0; b < graph.branches.size(); ++b) {
+            if (graph.branches[b].alive)
+                sections[b] = sectionsOf(graph.branches[b]);
+        }
+        bridges.assign(graph.branches.size(), false);
+        for (std::size_t b = 0; b < graph.branches.size(); ++b) {
+            if (graph.branches[b].alive && isBridge(graph.branches[b], sections[b])) {
+                bridges[b] = true;
+                unite(graph.branches[b].node[0], graph.branches[b].node[1]);
+            }
+        }
+        makeJoints();
+        for (std::size_t b = 0; b < graph.branches.size(); ++b) {
+            if (graph.branches[b].alive && !bridges[b])
+                addCores(int(b), sections[b]);
+        }
+        return std::move(result);
+    }
+
+private:
+    // One a cell.
+    std::vector<Section> sectionsOf(const Branch &branch) const
+    {
+        const int n = int(branch.cells.size());
+        std::vector<Section> sections;
+        sections.reserve(std::size_t(n));
+        for (int i = 0; i < n; ++i) {
+            const uint32_t cell = branch.cells[std::size_t(i)];
+            const Point chord = distance.middleOf(cellAlong(branch, i + kChord))
+                - distance.middleOf(cellAlong(branch, i - kChord));
+            const double length = std::hypot(chord.x, chord.y);
+            const Point direction = length > 0 ? (1 / length) * chord : Point { 1, 0 };
+            const double reach = 1.6 * std::max(0.5, radiusOf(distance.cells[cell])) + kPaperBeyond;
+            Section section
+                = sectionAt(coverage, distance.middleOf(cell), direction, reach);
+            sections.push_back(section);
+        }
+        return sections;
+    }
+
+    static uint32_t cellAlong(const Branch &branch, int i)
+    {
+        const int n = int(branch.cells.size());
+        if (branch.closed())
+            return branch.cells[std::size_t(((i % n) + n) % n)];
+        return branch.cells[std::size_t(std::clamp(i, 0, n - 1))];
+    }
+
+    // Nothing but the ink of the two junctions it lies between.
+    bool isBridge(const Branch &branch, const std::vector<Section> &sections) const
+    {
+        if (branch.closed() || branch.node[0] == branch.node[1])
+            return false;
+        const Node &from = graph.nodes[std::size_t(branch.node[0])];
+        const Node &to = graph.nodes[std::size_t(branch.node[1])];
+        if (from.ends.size() < 3 || to.ends.size() < 3)
+            return false;
+        if (lengthOf(graph, distance, branch) <= from.radius + to.radius + 1.0)
+            return true;
+        const double usual = std::min(usualWidth(from, branch), usualWidth(to, branch));
+        if (usual <= 0.0 || double(branch.cells.size()) > 6.0 * usual)
+            return false;
+        return std::none_of(sections.begin(), sections.end(), [usual](const Section &section) {
+            return section.clear && section.width < 1.2 * usual + kWidthSlack;
+        });
+    }
+
+    // The least of the widths of the ink along the other branches at a node.
+    double usualWidth(const Node &node, const Branch &except) const
+    {
+        double least = 0.0;
+        for (const BranchEnd &end : node.ends) {
+            const Branch &branch = graph.branches[std::size_t(end.branch)];
+            if (&branch == &except || branch.cells.empty())
+                continue;
+            const uint32_t middle = branch.cells[branch.cells.size() / 2];
+            const double width = 2 * radiusOf(distance.cells[middle]);
+            least = least == 0.0 ? width : std::min(least, width);
+        }
+        return least;
+    }
+
+    int find(int node)
+    {
+        while (clusterOf[std::size_t(node)] != node)
+            node = clusterOf[std::size_t(node)] = clusterOf[std::size_t(clusterOf[std::size_t(node)])];
+        return node;
+    }
+
+    void unite(int a, int b)
+    {
+        a = find(a);
+        b = find(b);
+        clusterOf[std::size_t(std::max(a, b))] = std::min(a, b);
+    }
+
+    // One a cluster of nodes, its disc around those of the nodes.
+    void makeJoints()
+    {
+        jointOf.assign(graph.nodes.size(), -1);
+        std::vector<int> members(graph.nodes.size(), 0);
+        for (std::size_t n = 0; n < graph.nodes.size(); ++n) {
+            const Node &node = graph.nodes[n];
+            if (node.ends.empty())
+                continue;
+            const std::size_t root = std::size_t(find(int(n)));
+            if (jointOf[root] < 0) {
+                jointOf[root] = int(result.joints.size());
+                result.joints.emplace_back();
+                result.joints.back().kind
+                    = node.ends.size() == 1 ? JointKind::Tip : JointKind::Junction;
+            }
+            jointOf[n] = jointOf[root];
+            Joint &joint = result.joints[std::size_t(jointOf[n])];
+            joint.place = joint.place + node.place;
+            ++members[std::size_t(jointOf[n])];
+        }
+        for (std::size_t j = 0; j < result.joints.size(); ++j)
+            result.joints[j].place = (1.0 / members[j]) * result.joints[j].place;
+        for (std::size_t n = 0; n < graph.nodes.size(); ++n) {
+            if (jointOf[n] < 0)
+                continue;
+            Joint &joint = result.joints[std::size_t(jointOf[n])];
+            joint.radius = std::max(joint.radius,
+                                    graph.nodes[n].radius
+                                        + distanceBetween(joint.place, graph.nodes[n].place));
+        }
+    }
+
+    void addCores(int number, const std::vector<Section> &sections)
+    {
+        const Branch &branch = graph.branches[std::size_t(number)];
+        const int n = int(sections.size());
+        std::vector<double> widths;
+        for (const Section &section : sections) {
+            if (section.clear)
+                widths.push_back(section.width);
+        }
+        const double width = median(widths);
+        const std::vector<int> corners = cornersOf(branch, sections, width);
+        if (branch.closed() && corners.empty()) {
+            addCore(number, sections, 0, n, width, -1, -1);
+            return;
+        }
+        std::vector<int> joints;
+        for (int corner : corners) {
+            joints.push_back(int(result.joints.size()));
+            result.joints.push_back({ sections[std::size_t(corner)].centre, 0.6 * width,
+                                      JointKind::Corner });
+        }
+        if (branch.closed()) {
+            for (std::size_t k = 0; k < corners.size(); ++k) {
+                const std::size_t next = (k + 1) % corners.size();
+                const int last = corners[next] + (next <= k ? n : 0);
+                addCore(number, sections, corners[k], last, width, joints[k], joints[next]);
+            }
+            return;
+        }
+        int first = 0;
+        int from = jointOf[std::size_t(branch.node[0])];
+        for (std::size_t k = 0; k < corners.size(); ++k) {
+            addCore(number, sections, first, corners[k], width, from, joints[k]);
+            first = corners[k];
+            from = joints[k];
+        }
+        addCore(number, sections, first, n, width, from, jointOf[std::size_t(branch.node[1])]);
+    }
+
+    void addCore(int number, const std::vector<Section> &sections, int first, int last,
+                 double width, int from, int to)
+    {
+        Core core;
+        core.branch = number;
+        core.joint[0] = from;
+        core.joint[1] = to;
+        core.length = last - first;
+        const int n = int(sections.size());
+        for (int i = first; i < last; ++i) {
+            const Section &section = sections[std::size_t(i % n)];
+            if (section.clear && std::fabs(section.width - width) < kWidthPart * width + kWidthSlack
+                && !isSpoilt(section.centre, from) && !isSpoilt(section.centre, to))
+                core.samples.push_back(section);
+        }
+        core.width = width;
+        result.cores.push_back(std::move(core));
+    }
+
+    bool isSpoilt(Point place, int number) const
+    {
+        if (number < 0)
+            return false;
+        const Joint &joint = result.joints[std::size_t(number)];
+        const double reach
+            = joint.kind == JointKind::Tip ? 0.0 : joint.radius + kJunctionReach;
+        return distanceBetween(place, joint.place) < reach;
+    }
+
+    // Cross-sections at which a branch turns as two lines do and no arc does.
+    std::vector<int> cornersOf(const Branch &branch, const std::vector<Section> &sections,
+                               double width) const
+    {
+        const int n = int(sections.size());
+        const int gap = int(0.5 * width + 1.5);
+        const int arm = int(width + 4.5);
+        std::vector<int> corners;
+        double bestTurn = 0.0;
+        int best = -1;
+        if (n < 2 * (gap + kLeastArm) || (branch.closed() && n < 4 * (gap + arm)))
+            return corners;
+        // Closed ones are looked at in a copy that goes on past the end.
+        std::vector<Section> line = sections;
+        const int rim = branch.closed() ? gap + arm : 0;
+        if (branch.closed()) {
+            line.insert(line.begin(), sections.end() - rim, sections.end());
+            line.insert(line.end(), sections.begin(), sections.begin() + rim);
+        }
+        const int end = int(line.size());
+        for (int i = gap + kLeastArm; i < end - gap - kLeastArm; ++i) {
+            const double turn = cornerAt(line, i, gap, arm);
+            if (best >= 0 && (i - best > gap + kLeastArm || (turn <= 0.0 && i - best > gap))) {
+                takeCorner(best - rim, n, &corners);
+                best = -1;
+                bestTurn = 0.0;
+            }
+            if (turn > bestTurn) {
+                bestTurn = turn;
+                best = i;
+            }
+        }
+        if (best >= 0)
+            takeCorner(best - rim, n, &corners);
+        std::sort(corners.begin(), corners.end());
+        corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
+        return corners;
+    }
+
+    static void takeCorner(int at, int n, std::vector<int> *corners)
+    {
+        if (at >= 0 && at < n)
+            corners->push_back(at);
+    }
+
+    // Radians of the turn; 0 where there is no corner.
+    static double cornerAt(const std::vector<Section> &line, int i, int gap, int arm)
+    {
+        const int n = int(line.size());
+        const int first = std::max(0, i - gap - arm);
+        const int last = std::min(n - 1, i + gap + arm);
+        const Point here = line[std::size_t(i)].centre;
+        const Point in = here - line[std::size_t(first)].centre;
+        const Point out = line[std::size_t(last)].centre - here;
+        if (std::fabs(std::atan2(fit::cross(in, out), fit::dot(in, out))) < 0.5 * kLeastTurn)
+            return 0.0;
+        const Arm before = armOf(line, first, i - gap);
+        const Arm after = armOf(line, i + gap, last);
+        const double turn = std::fabs(std::atan2(fit::cross(before.direction, after.direction),
+                                                 fit::dot(before.direction, after.direction)));
+        if (turn < kLeastTurn)
+            return 0.0;
+        const double lines = std::max(before.rms, after.rms);
+        return arcMisses(line, first, last) > kCornerContrast * lines + kCornerFloor ? turn : 0.0;
+    }
+
+    // Root of the mean squared distance from one arc.
+    static double arcMisses(const std::vector<Section> &line, int first, int last)
+    {
+        fit::Moments m = {};
+        m.ox = line[std::size_t((first + last) / 2)].centre.x;
+        m.oy = line[std::size_t((first + last) / 2)].centre.y;
+        for (int i = first; i <= last; ++i)
+            addTo(&m, line[std::size_t(i)].centre, 1.0);
+        fit::Primitive circle = {};
+        if (!fit::circleOf(m, fit::lineMoments(m), &circle))
+            return 0.0;
+        double sum = 0.0;
+        for (int i = first; i <= last; ++i) {
+            const double d = circle.distance(line[std::size_t(i)].centre);
+            sum += d * d;
+        }
+        return std::sqrt(sum / (last - first + 1));
+    }
+
+    const Graph &graph;
+    const Plane &distance;
+    const Coverage &coverage;
+    std::vector<int> clusterOf; // of every node
+    std::vector<int> jointOf;   // of every node
+    std::vector<bool> bridges;  // of every branch
+    Cores result;
+};
+
+} // namespace
+
+Section sectionAt(const Coverage &coverage, Point place, Point direction, double reach)
+{
+    const Point normal = { -direction.y, direction.x };
+    const HalfSection left = walkOut(coverage, place, normal, reach);
+    const HalfSection right = walkOut(coverage, place, -1.0 * normal, reach);
+    Section section;
+    section.width = left.area + right.area;
+    section.clear = left.clear && right.clear && section.width > 0.0;
+    const double offset
+        = section.width > 0.0 ? (left.moment - right.moment) / section.width : 0.0;
+    section.centre = place + offset * normal;
+    return section;
+}
+
+Cores coresOf(const Graph &graph, const Plane &distance, const Coverage &coverage)
+{
+    return CoreFinder(graph, distance, coverage).find();
+}
+
+} // namespace ztrace::strokes

@@ -1,0 +1,23 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What no pen has drawn: ink far wider than the lines.
+#ifndef ZTRACE_STROKES_SOLIDS_H
+#define ZTRACE_STROKES_SOLIDS_H
+
+#include "strokes/graph.h"
+
+namespace ztrace::strokes {
+
+// The width of the widest pen, in pixels: the largest of those that long branches are drawn with.
+// 0 where no branch is a line.
+double widestPen(const Graph &graph, const Plane &distance);
+
+// Takes out of the ink what is solid: discs of a radius over kSolidWidths times the widest pen's
+// half width, and the ink around them that lies within their reach. Gives what it took, 1 in the
+// cells of solids; a plane of no size where there is nothing.
+Plane takeSolids(const Plane &distance, double widest, Plane *ink);
+const double kSolidWidths = 2.5;
+
+} // namespace ztrace::strokes
+
+#endif

@@ -1,0 +1,135 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/strokes.h"
+
+#include "strokes/distance.h"
+#include "strokes/ends.h"
+#include "strokes/joining.h"
+#include "strokes/meeting.h"
+#include "strokes/pens.h"
+#include "strokes/solids.h"
+#include "strokes/spurs.h"
+#include "strokes/thinning.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace::strokes {
+
+namespace {
+
+// Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
+// leaves steps whose errors keep their sign for as long as a line keeps within a row.
+const double kLeastSoft = 0.06;
+const double kLeastHard = 0.25;
+
+struct Skeleton
+{
+    Plane distance;
+    Plane thin;
+    std::vector<uint32_t> cells;
+    Graph graph;
+};
+
+Skeleton skeletonOf(Plane ink)
+{
+    Skeleton skeleton;
+    skeleton.distance = inkDistance(std::move(ink));
+    skeleton.cells = thin(skeleton.distance, &skeleton.thin);
+    skeleton.graph = graphOf(skeleton.thin, skeleton.distance, skeleton.cells);
+    return skeleton;
+}
+
+fit::Piece pieceOf(const Atom &atom)
+{
+    if (atom.shape == Shape::Ellipse)
+        return atom.ellipse;
+    if (atom.shape == Shape::Line)
+        return fit::linePiece(atom.place[0], atom.place[1]);
+    if (atom.shape == Shape::Circle) {
+        fit::Piece circle = {};
+        circle.kind = fit::Kind::Circle;
+        circle.centre = atom.carrier.point;
+        circle.radius = circle.half[0] = circle.half[1] = atom.carrier.radius;
+        circle.start = circle.end = circle.centre + Point { circle.radius, 0 };
+        return circle;
+    }
+    const Point from = atom.place[0] - atom.carrier.point;
+    const Point to = atom.place[1] - atom.carrier.point;
+    double sweep = std::atan2(fit::cross(from, to), fit::dot(from, to));
+    const double kTurn = 2 * 3.14159265358979323846;
+    // The walk along the samples tells which way around, and how many times half.
+    const double walked = sweepOf(atom.samples, atom.carrier.point).turned;
+    while (sweep < walked - 0.5 * kTurn)
+        sweep += kTurn;
+    while (sweep > walked + 0.5 * kTurn)
+        sweep -= kTurn;
+    return fit::arcPiece(atom.place[0], atom.place[1], std::tan(0.25 * sweep));
+}
+
+double lengthOf(const fit::Piece &piece)
+{
+    switch (piece.kind) {
+    case fit::Kind::Line:
+        return std::hypot(piece.end.x - piece.start.x, piece.end.y - piece.start.y);
+    case fit::Kind::Arc: {
+        const fit::ArcShape arc = fit::arcShape(piece);
+        return std::fabs(arc.sweep) * arc.radius;
+    }
+    default:
+        return 3.1416 * (piece.half[0] + piece.half[1]);
+    }
+}
+
+void takeStrokes(const Web &web, StrokeDrawing *drawing)
+{
+    std::vector<DrawnWidth> widths;
+    for (const Atom &atom : web.atoms) {
+        if (!atom.alive)
+            continue;
+        Stroke stroke;
+        stroke.piece = pieceOf(atom);
+        stroke.width = atom.width;
+        stroke.joint[0] = atom.joint[0];
+        stroke.joint[1] = atom.joint[1];
+        stroke.samples = atom.samples;
+        widths.push_back({ atom.width, lengthOf(stroke.piece) });
+        drawing->strokes.push_back(std::move(stroke));
+    }
+    Pens pens = pensOf(widths);
+    for (std::size_t k = 0; k < drawing->strokes.size(); ++k)
+        drawing->strokes[k].pen = pens.penOf[k];
+    drawing->pens = std::move(pens.widths);
+}
+
+} // namespace
+
+bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
+{
+    *drawing = StrokeDrawing();
+    Plane ink = inkOf(picture);
+    Skeleton skeleton = skeletonOf(ink);
+    if (skeleton.graph.branches.size() > kMostBranches)
+        return false;
+    dropSpurs(skeleton.distance, &skeleton.graph);
+    drawing->solids
+        = takeSolids(skeleton.distance, widestPen(skeleton.graph, skeleton.distance), &ink);
+    if (!drawing->solids.cells.empty()) {
+        skeleton = skeletonOf(std::move(ink));
+        dropSpurs(skeleton.distance, &skeleton.graph);
+    }
+    const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
+    const Coverage coverage(picture, tones.ink, tones.paper);
+    Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
+    const Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    drawing->sigma = measure.sigma;
+    std::vector<Atom> atoms = atomsOf(&cores, measure);
+    Web web = webOf(std::move(atoms), std::move(cores.joints));
+    joinAcrossJoints(measure, &web);
+    joinAlongCarriers(coverage, measure, &web);
+    drawing->roundEnds = settleEnds(coverage, &web);
+    takeStrokes(web, drawing);
+    drawing->joints = std::move(web.joints);
+    return true;
+}
+
+} // namespace ztrace::strokes

@@ -1,0 +1,51 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The entry point: a picture of lines becomes lines, arcs, circles and ellipses with pens.
+// docs/strokes/strokes.md.
+#ifndef ZTRACE_STROKES_STROKES_H
+#define ZTRACE_STROKES_STROKES_H
+
+#include "strokes/primitives.h"
+
+namespace ztrace::strokes {
+
+// One line, arc, circle or ellipse of the drawing.
+//
+// piece   a Line, Arc, Circle or Ellipse; y down as in the picture
+// joint   by position in StrokeDrawing::joints, where its ends are; -1: nowhere
+// width   its own, in pixels; `pen` has that of its pen
+// samples the cross-sections that it was seen in
+struct Stroke
+{
+    fit::Piece piece;
+    int pen = 0;
+    double width = 0.0;
+    int joint[2] = { -1, -1 };
+    std::vector<Section> samples;
+};
+
+struct StrokeDrawing
+{
+    std::vector<Stroke> strokes;
+    std::vector<Joint> joints;
+    std::vector<double> pens; // widths in pixels, ascending
+    bool roundEnds = true;
+    Plane solids;             // 1 in the pixels of what is no line; of no size where there is none
+    double sigma = 0.0;       // what fits were judged by, in pixels
+};
+
+struct StrokeOptions
+{
+    bool hard = false; // the picture has no values between ink and paper
+};
+
+// More strokes than a drawing has: noise, screens and photographs.
+const std::size_t kMostBranches = 400000;
+
+// Finds the strokes of a picture. Deterministic. Returns false, and no strokes, where there are
+// more than kMostBranches branches; a picture without ink gives none and true.
+bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing);
+
+} // namespace ztrace::strokes
+
+#endif

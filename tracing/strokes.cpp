@@ -1,0 +1,197 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes.h"
+
+#include "composition.h"
+#include "segmentation.h"
+#include "shapes.h"
+
+#include "imaging/failure.h"
+#include "imaging/ink.h"
+#include "imaging/scan.h"
+#include "strokes/strokes.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const double kMillimetresAnInch = 25.4;
+const int kBetweenBlackAndWhite = 127;
+// Of a quarter of an ellipse as a cubic: control points at this part of the half axes.
+const double kQuarter = 0.5522847498307936;
+const double kStandardWidths[] = { 0.13, 0.18, 0.25, 0.35, 0.5, 0.7, 1.0, 1.4, 2.0 };
+
+std::vector<uint8_t> greyOf(const GreyPicture &page)
+{
+    const std::size_t width = std::size_t(page.width());
+    std::vector<uint8_t> values(width * std::size_t(page.height()));
+    std::vector<uint8_t> buffer(width);
+    for (int y = 0; y < page.height(); ++y) {
+        const uint8_t *row = page.row(y, buffer.data());
+        std::copy(row, row + width, values.begin() + y * std::ptrdiff_t(width));
+    }
+    return values;
+}
+
+Point toDrawing(fit::Point p, int height)
+{
+    return Point(p.x, height - p.y);
+}
+
+Path ellipseOf(const fit::Piece &piece, int height)
+{
+    const fit::Point u
+        = piece.half[0] * fit::Point { std::cos(piece.angle), std::sin(piece.angle) };
+    const fit::Point v
+        = piece.half[1] * fit::Point { -std::sin(piece.angle), std::cos(piece.angle) };
+    const fit::Point arms[] = { u, v, -1.0 * u, -1.0 * v, u };
+    Path path;
+    path.moveTo(toDrawing(piece.centre + u, height));
+    for (int k = 0; k < 4; ++k) {
+        const fit::Point from = piece.centre + arms[k];
+        const fit::Point to = piece.centre + arms[k + 1];
+        path.cubicTo(toDrawing(from + kQuarter * arms[k + 1], height),
+                     toDrawing(to + kQuarter * arms[k], height), toDrawing(to, height));
+    }
+    return path;
+}
+
+// In the drawing y points up, so arcs turn the other way.
+Path pathOf(const fit::Piece &piece, int height)
+{
+    Path path;
+    if (piece.kind == fit::Kind::Ellipse)
+        return ellipseOf(piece, height);
+    if (piece.kind == fit::Kind::Circle) {
+        const fit::Point arm = { piece.radius, 0 };
+        path.moveTo(toDrawing(piece.centre + arm, height));
+        path.arcTo(toDrawing(piece.centre - arm, height), 1.0);
+        path.arcTo(toDrawing(piece.centre + arm, height), 1.0);
+        return path;
+    }
+    path.moveTo(toDrawing(piece.start, height));
+    if (piece.kind == fit::Kind::Arc)
+        path.arcTo(toDrawing(piece.end, height), -piece.bulge);
+    else
+        path.lineTo(toDrawing(piece.end, height));
+    return path;
+}
+
+// A layer a standard width, where the resolution is known, else a number a pen.
+std::vector<QString> layersOf(const std::vector<double> &pens, double dpi)
+{
+    std::vector<QString> layers;
+    for (std::size_t k = 0; k < pens.size(); ++k) {
+        const double width = dpi > 0.0 ? standardWidth(pens[k] / dpi * kMillimetresAnInch) : 0.0;
+        layers.push_back(
+            QLatin1String("PEN_")
+            + (dpi > 0.0 ? QString::number(width, 'f', 2) : QString::number(int(k) + 1)));
+    }
+    return layers;
+}
+
+// The solid parts alone, what is cut out of them as their holes.
+Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey, int threshold,
+                        const TracePlan &plan, const Ink &ink)
+{
+    Areas areas;
+    areas.colours = { ink.inkColour, ink.paperColour };
+    RunScanner scanner(solids.width, solids.height);
+    std::vector<uint8_t> labels(std::size_t(solids.width));
+    EdgePicture edges;
+    edges.width = solids.width;
+    edges.height = solids.height;
+    edges.threshold = threshold;
+    edges.values = std::move(grey);
+    for (int y = 0; y < solids.height; ++y) {
+        for (int x = 0; x < solids.width; ++x)
+            labels[std::size_t(x)]
+                = uint8_t(solids.cells[solids.cellOf(x, y)] != 0 ? kInkLabel : kPaperLabel);
+        scanner.addRow(labels.data());
+    }
+    areas.runs = scanner.take();
+    std::optional<ShapeOutlines> shapes = shapesOf(areas, edges);
+    if (!shapes)
+        throw TraceError("too many solid areas for a drawing of strokes");
+    Composition composition = plan.composition;
+    composition.onlyColours.assign(1, ink.inkColour | 0xFF000000u);
+    Drawing drawing = compose(std::move(*shapes), areas, Painting::InkOnPaper, composition);
+    for (Outline &outline : drawing.outlines) {
+        outline.layer = QLatin1String(kSolidLayer);
+        outline.seam = 0.0;
+    }
+    return drawing;
+}
+
+void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi, Drawing *drawing)
+{
+    const std::vector<QString> layers = layersOf(found.pens, dpi);
+    for (double width : found.pens) {
+        Pen pen;
+        pen.width = width;
+        pen.roundEnds = found.roundEnds;
+        drawing->pens.push_back(pen);
+    }
+    for (const strokes::Stroke &stroke : found.strokes) {
+        Outline outline;
+        outline.shape = pathOf(stroke.piece, drawing->height);
+        outline.colour = ink.inkColour;
+        outline.layer = layers[std::size_t(stroke.pen)];
+        outline.pen = stroke.pen;
+        drawing->outlines.push_back(std::move(outline));
+    }
+}
+
+} // namespace
+
+double standardWidth(double millimetres)
+{
+    double best = kStandardWidths[0];
+    for (double width : kStandardWidths) {
+        if (std::fabs(std::log(width / millimetres)) < std::fabs(std::log(best / millimetres)))
+            best = width;
+    }
+    return best;
+}
+
+Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, double dpi,
+                     Stages *stages, TraceReport *report)
+{
+    stages->begin("preparing");
+    const CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    report->angle = clean.angle;
+    report->evenedOut = clean.evenedOut;
+    report->threshold = clean.wholePage ? clean.threshold : -1;
+    if (clean.unclear)
+        report->remarks.push_back(Remark::NoClearDirection);
+    requireRoom(clean.page.width(), clean.page.height(), 1);
+    std::vector<uint8_t> grey = greyOf(clean.page);
+    strokes::InkPicture page;
+    page.width = clean.page.width();
+    page.height = clean.page.height();
+    page.grey = grey.data();
+    page.threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
+    stages->end("prepare");
+    stages->begin("tracing");
+    strokes::StrokeOptions options;
+    options.hard = clean.bilevel || clean.page.isBilevel() || clean.tones.lightnesses() <= 2;
+    strokes::StrokeDrawing found;
+    if (!strokes::strokesOf(page, options, &found))
+        throw TraceError("the picture has more lines than a drawing; --despeckle or another "
+                         "--threshold may help, or leave out --strokes");
+    Drawing drawing;
+    if (!found.solids.cells.empty())
+        drawing = drawingOfSolids(found.solids, std::move(grey), page.threshold, plan, ink);
+    drawing.width = page.width;
+    drawing.height = page.height;
+    drawing.ground = ink.paperColour;
+    addStrokes(found, ink, dpi, &drawing);
+    report->palette = { ink.inkColour, ink.paperColour };
+    report->shapes = true;
+    stages->end("trace");
+    return drawing;
+}
+
+} // namespace ztrace
