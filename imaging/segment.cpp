@@ -4,7 +4,7 @@
 #include "colour.h"
 #include "nearestcolour.h"
 #include "spread.h"
-#include "strokes.h"
+#include "thinstrokes.h"
 
 #include <QHash>
 

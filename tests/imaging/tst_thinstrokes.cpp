@@ -53,7 +53,7 @@ std::vector<QRgb> coloursAlong(const QImage &image)
 
 } // namespace
 
-class tst_Strokes : public QObject
+class tst_ThinStrokes : public QObject
 {
     Q_OBJECT
 
@@ -100,5 +100,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Strokes)
-#include "tst_strokes.moc"
+QTEST_GUILESS_MAIN(tst_ThinStrokes)
+#include "tst_thinstrokes.moc"

@@ -1,9 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Labels of thin strokes, which have no flat pixels that labels could spread from: every stroke is
-// judged as a whole. The page is docs/imaging/strokes.md.
-#ifndef ZTRACE_IMAGING_STROKES_H
-#define ZTRACE_IMAGING_STROKES_H
+// judged as a whole. The page is docs/imaging/thinstrokes.md.
+#ifndef ZTRACE_IMAGING_THINSTROKES_H
+#define ZTRACE_IMAGING_THINSTROKES_H
 
 #include <QImage>
 

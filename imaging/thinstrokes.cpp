@@ -1,5 +1,5 @@
 // (c) the ztrace developers. Licence: see LICENSE.
-#include "strokes.h"
+#include "thinstrokes.h"
 
 #include "colour.h"
 #include "ridges.h"
