@@ -66,7 +66,7 @@ bool isOnePen(const Atom &a, const Atom &b)
 
 bool isJoinable(const Atom &atom)
 {
-    return atom.alive && (atom.shape == Shape::Line || atom.shape == Shape::Arc);
+    return atom.alive && atom.shape <= Shape::Arc && atom.dashing.type == DashType::None;
 }
 
 struct Union

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_STROKES_PRIMITIVES_H
 #define ZTRACE_STROKES_PRIMITIVES_H
 
+#include "strokes/linetypes.h"
 #include "strokes/samples.h"
 
 #include "fit/Piece.h"
@@ -44,8 +45,9 @@ struct Atom
     double cost = 0.0;             // nats
     double width = 0.0;            // median
     int joint[2] = { -1, -1 };     // -1: closed, or free of any joint
-    Point place[2];                // its ends, once they are known
+    Point place[2] = {};                // its ends, once they are known
     bool alive = true;
+    Dashing dashing;
     int heir = -1; // the atom that a dead one has become part of; -1: none
 };
 

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/dashes.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
 #include "strokes/joining.h"
@@ -89,6 +90,7 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
         Stroke stroke;
         stroke.piece = pieceOf(atom);
         stroke.width = atom.width;
+        stroke.dashing = atom.dashing;
         stroke.joint[0] = atom.joint[0];
         stroke.joint[1] = atom.joint[1];
         stroke.samples = atom.samples;
@@ -123,10 +125,14 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     const Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
+    const std::vector<Dot> dots
+        = dotsOf(skeleton.graph, skeleton.distance, cores, mostOfDot(cores));
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, &web);
+    joinDashes(coverage, measure, dots, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
+    settleDashes(coverage, &web);
     takeStrokes(web, drawing);
     drawing->joints = std::move(web.joints);
     return true;

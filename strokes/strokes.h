@@ -14,12 +14,14 @@ namespace ztrace::strokes {
 // piece   a Line, Arc, Circle or Ellipse; y down as in the picture
 // joint   by position in StrokeDrawing::joints, where its ends are; -1: nowhere
 // width   its own, in pixels; `pen` has that of its pen
+// dashing how it is drawn where it does not go through
 // samples the cross-sections that it was seen in
 struct Stroke
 {
     fit::Piece piece;
     int pen = 0;
     double width = 0.0;
+    Dashing dashing;
     int joint[2] = { -1, -1 };
     std::vector<Section> samples;
 };

@@ -125,6 +125,33 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     return drawing;
 }
 
+LineType lineTypeOf(strokes::DashType type)
+{
+    switch (type) {
+    case strokes::DashType::Hidden:
+        return LineType::Hidden;
+    case strokes::DashType::Center:
+        return LineType::Center;
+    case strokes::DashType::Phantom:
+        return LineType::Phantom;
+    case strokes::DashType::Dot:
+        return LineType::Dot;
+    default:
+        return LineType::Continuous;
+    }
+}
+
+// A pen of its own for a dashed stroke, as wide as the pen that drew it.
+int dashedPen(const strokes::Stroke &stroke, Drawing *drawing)
+{
+    Pen pen = drawing->pens[std::size_t(stroke.pen)];
+    pen.lineType = lineTypeOf(stroke.dashing.type);
+    pen.dashes = stroke.dashing.pattern;
+    pen.roundEnds = stroke.dashing.roundEnds;
+    drawing->pens.push_back(pen);
+    return int(drawing->pens.size()) - 1;
+}
+
 void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi, Drawing *drawing)
 {
     const std::vector<QString> layers = layersOf(found.pens, dpi);
@@ -139,7 +166,9 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
         outline.shape = pathOf(stroke.piece, drawing->height);
         outline.colour = ink.inkColour;
         outline.layer = layers[std::size_t(stroke.pen)];
-        outline.pen = stroke.pen;
+        outline.pen = stroke.dashing.type == strokes::DashType::None
+            ? stroke.pen
+            : dashedPen(stroke, drawing);
         drawing->outlines.push_back(std::move(outline));
     }
 }
