@@ -23,6 +23,8 @@ namespace {
 const double kLeastSoft = 0.06;
 const double kLeastHard = 0.25;
 
+const double kWholeChord = 1e-3; // pixels
+
 struct Skeleton
 {
     Plane distance;
@@ -46,7 +48,9 @@ fit::Piece pieceOf(const Atom &atom)
         return atom.ellipse;
     if (atom.shape == Shape::Line)
         return fit::linePiece(atom.place[0], atom.place[1]);
-    if (atom.shape == Shape::Circle) {
+    // An arc that ends where it begins is whole; a bulge cannot tell that.
+    const Point chord = atom.place[1] - atom.place[0];
+    if (atom.shape == Shape::Circle || std::hypot(chord.x, chord.y) < kWholeChord) {
         fit::Piece circle = {};
         circle.kind = fit::Kind::Circle;
         circle.centre = atom.carrier.point;
