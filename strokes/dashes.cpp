@@ -30,6 +30,9 @@ const double kRmsSigmas = 2.0;
 const double kDotWeight = 4.0;     // cross-sections that a dot counts as
 const double kDotWidths = 2.6;     // widths of a line that a dot is long at most, and pixels
 const double kDotPixels = 2.0;
+const double kShortWidths = 3.0;   // widths of a dash that is short
+const double kAloneWidths = 4.0;   // widths around a short dash that are looked at for specks
+const double kMostOthers = 0.5;    // specks a short dash that may lie there
 const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
 
 double lengthOf(Point p)
@@ -387,10 +390,41 @@ private:
             trimEnds(0.0, to, &runs);
         }
         Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
-        if (dashing.type == DashType::None)
+        if (dashing.type == DashType::None
+            || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
             return false;
         take(chain, dashing, width);
         return true;
+    }
+
+    // Short dashes say little by themselves: rows of them are found in every scatter of specks, but
+    // there other specks lie beside them.
+    bool isAlone(const Chain &chain) const
+    {
+        const double reach
+            = std::min(kMostReach, kAloneWidths * chain.width + kReachPixels);
+        std::size_t others = 0;
+        for (const Next &next : chain.dashes) {
+            const Point at = dash(next.dash).end[next.near];
+            for (int y = cellAt(at.y - reach); y <= cellAt(at.y + reach); ++y) {
+                for (int x = cellAt(at.x - reach); x <= cellAt(at.x + reach); ++x) {
+                    const auto cell = grid.find(keyOf(x, y));
+                    if (cell == grid.end())
+                        continue;
+                    for (int entry : cell->second)
+                        others += isStrange(chain, entry, at, reach) ? 1u : 0u;
+                }
+            }
+        }
+        return double(others) <= kMostOthers * double(chain.dashes.size());
+    }
+
+    // Dots beside the chain that are of no chain.
+    bool isStrange(const Chain &chain, int entry, Point at, double reach) const
+    {
+        const Dash &other = dash(entry / 2);
+        return other.length() < reach && !other.isUsed && !isIn(chain, entry / 2)
+            && lengthOf(other.end[entry % 2] - at) < reach;
     }
 
     // What begins only beyond the last dash is not of this row.

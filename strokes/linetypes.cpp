@@ -19,6 +19,9 @@ const double kDotGap = 0.7;      // part of the gap that a dot is long at most
 const double kDotWidths = 2.2;   // the same in widths of the line
 const double kLeastDash = 0.8;   // part of the gap that dashes are long at least
 const double kMostGapWidths = 14.0;
+const std::size_t kLeastDots = 6; // where lengths say nothing, places have to say more
+const double kOffBeat = 0.1;      // part of the period, and pixels, that dashes lie off the beat
+const double kOffBeatPixels = 0.7;
 const double kStretch = 0.15; // part that a pattern is stretched by to end with the last dash
 
 double median(std::vector<double> values)
@@ -89,6 +92,32 @@ bool isEven(const Row &row, double *dash)
     }
     return partOf(single + joined, row.dashes.size()) >= kOrder
         && partOf(single, row.dashes.size()) >= 0.6;
+}
+
+// How far the middles of dashes lie, root of mean square, from places a period apart.
+double offBeat(const std::vector<Run> &runs, double period)
+{
+    double beat = 0.0;
+    const double start = 0.5 * (runs[0].from + runs[0].to);
+    double w = 0, k1 = 0, k2 = 0, t1 = 0, kt = 0, t2 = 0;
+    double last = start;
+    for (const Run &run : runs) {
+        const double middle = 0.5 * (run.from + run.to);
+        beat += std::round((middle - last) / period);
+        last = middle;
+        const double t = middle - start;
+        w += 1;
+        k1 += beat;
+        k2 += beat * beat;
+        t1 += t;
+        kt += beat * t;
+        t2 += t * t;
+    }
+    const double kk = k2 - k1 * k1 / w;
+    const double tt = t2 - t1 * t1 / w;
+    const double both = kt - k1 * t1 / w;
+    const double rest = kk > 0 ? tt - both * both / kk : tt;
+    return std::sqrt(std::max(0.0, rest / w));
 }
 
 // Long dashes with the same number of short ones between them.
@@ -209,7 +238,10 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
     ChainPattern chain;
     if (isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
-        if (!isDot && dash < kLeastDash * row.gap)
+        if (isDot ? row.dashes.size() < kLeastDots : dash < kLeastDash * row.gap)
+            return dashing;
+        const double period = dash + row.gap;
+        if (isDot && offBeat(dashes, period) > kOffBeat * period + kOffBeatPixels)
             return dashing;
         dashing.type = isDot ? DashType::Dot : DashType::Hidden;
         dashing.pattern = { dash, row.gap };

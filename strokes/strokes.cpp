@@ -20,8 +20,11 @@ namespace {
 
 // Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
 // leaves steps whose errors keep their sign for as long as a line keeps within a row.
-const double kLeastSoft = 0.06;
-const double kLeastHard = 0.25;
+const double kLeastSoft = 0.035;
+const double kLeastHard = 0.2;
+
+// Cross-sections that tell a direction well enough to join by it.
+const std::size_t kTelling = 8;
 
 const double kWholeChord = 1e-3; // pixels
 
@@ -132,8 +135,10 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     const std::vector<Dot> dots
         = dotsOf(skeleton.graph, skeleton.distance, cores, mostOfDot(cores));
     Web web = webOf(std::move(atoms), std::move(cores.joints));
-    joinAcrossJoints(measure, &web);
+    joinAcrossJoints(measure, kTelling, &web);
     joinDashes(coverage, measure, dots, &web);
+    joinAlongCarriers(coverage, measure, &web);
+    joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
     settleDashes(coverage, &web);

@@ -69,6 +69,7 @@ _ztrace() {
                     --page
                     --upsample
                     --fit
+                    --strokes
                     --raw
                     --set
                     --seed

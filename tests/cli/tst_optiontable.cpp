@@ -28,6 +28,7 @@ std::string stateOf(const Settings &s)
                           s.style.strokeWidth,
                           double(s.decimals.value_or(-1)),
                           double(s.fit),
+                          double(s.strokes),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
