@@ -126,6 +126,7 @@ struct ChainPattern
     double longDash = 0.0;
     double shortDash = 0.0;
     std::size_t shorts = 0; // 1 or 2
+    bool certain = false;   // no dash is out of order
 };
 
 // Lengths above which a dash is long: at the widest step between neighbours in order; 0 where none
@@ -193,6 +194,7 @@ bool isChain(const Row &row, ChainPattern *chain)
     const std::size_t orderly = steps.count[chain->shorts];
     if (orderly == 0 || partOf(orderly, steps.all) < 0.5)
         return false;
+    chain->certain = orderly == steps.all && steps.all > 1;
     std::size_t fits = 0;
     for (double dash : shorts)
         fits += isNear(dash, chain->shortDash, kGapPart) ? 1u : 0u;
@@ -236,7 +238,11 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
         return dashing;
     double dash = 0.0;
     ChainPattern chain;
-    if (isEven(row, &dash)) {
+    // Long dashes can be as long as several short ones with their gaps are.
+    const bool mayBeChain = isChain(row, &chain) && chain.longDash > row.gap;
+    const bool isSure
+        = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
+    if (!isSure && isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
         if (isDot ? row.dashes.size() < kLeastDots : dash < kLeastDash * row.gap)
             return dashing;
@@ -245,7 +251,7 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
             return dashing;
         dashing.type = isDot ? DashType::Dot : DashType::Hidden;
         dashing.pattern = { dash, row.gap };
-    } else if (isChain(row, &chain) && chain.longDash > row.gap) {
+    } else if (mayBeChain) {
         dashing.type = chain.shorts == 2 ? DashType::Phantom : DashType::Center;
         dashing.pattern = { chain.longDash, row.gap };
         for (std::size_t k = 0; k < chain.shorts; ++k) {
