@@ -17,6 +17,7 @@ const double kWidthSlack = 1.2;
 const double kGoesOn = 0.5;
 // Part of an arc's sweep that its samples may go back by.
 const double kGoesBack = 0.05;
+const double kOverlap = 0.1; // radians that the parts of a circle may lie over each other
 // Cross-sections for a pixel of an arc: of less, junctions make arcs that nobody has drawn.
 const double kSeenPart = 0.4;
 // Radians of samples that make a circle, and where both ends are in one joint.
@@ -149,9 +150,9 @@ private:
         // Each for itself: a long line has slack that could hide a short one at an angle to it.
         result->cost = costOn(first, result->carrier) + costOn(second, result->carrier)
             + measure.lambda * numbersOf(result->carrier);
-        result->gain = first.cost + second.cost - result->cost;
+        result->gain = first.cost + second.cost + measure.lambda * kNumbersOfJoint - result->cost;
         result->loss = measure.lambda
-                * (numbersOf(first.carrier) + numbersOf(second.carrier)
+                * (kNumbersOfJoint + numbersOf(first.carrier) + numbersOf(second.carrier)
                    - numbersOf(result->carrier))
             - result->gain;
         return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result);
@@ -199,7 +200,7 @@ private:
         const double turned = std::fabs(sweep.turned);
         if (double(samples.size()) < kSeenPart * turned * joined.carrier.radius)
             return false;
-        const double noise = slack / joined.carrier.radius;
+        const double noise = kOverlap + slack / joined.carrier.radius;
         return turned < 2 * kPi + noise && sweep.walked - turned < kGoesBack * turned + noise;
     }
 

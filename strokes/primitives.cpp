@@ -17,13 +17,13 @@ const int kStretch = 80;
 // Of the stretches in order of their deviation: those that hold a bend or a corner are last. What
 // the others tell is less than the mean, and fits hide a part of it.
 const double kStretchQuantile = 0.3;
-const double kStretchScale = 1.8;
+const double kStretchScale = 2.3;
 const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
 const double kMostSigma = 0.8;
 const std::size_t kLeastStretches = 3;
 const int kCircleSteps = 8;
 // An arc that is no more than this off its chord is a line: sigmas, and pixels.
-const double kLeastSagitta = 3.0;
+const double kLeastSagitta = 4.0;
 const double kLeastBend = 0.45;
 // Mean squared distance of an arc from its best line, over the squared sagitta.
 const double kOfSagitta = 4.0 / 45.0;

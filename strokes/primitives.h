@@ -68,6 +68,7 @@ struct Atom
 
 const double kNumbersOfLine = 2;
 const double kNumbersOfArc = 3;
+const double kNumbersOfJoint = 1.5; // saved where two become one, as a corner costs in fit/
 
 // The cheaper of the line and the arc for sums; nats. False where neither can be made.
 bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Point last,

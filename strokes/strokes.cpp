@@ -31,7 +31,6 @@ const double kWholeChord = 1e-3; // pixels
 struct Skeleton
 {
     Plane distance;
-    Plane thin;
     std::vector<uint32_t> cells;
     Graph graph;
 };
@@ -40,8 +39,9 @@ Skeleton skeletonOf(Plane ink)
 {
     Skeleton skeleton;
     skeleton.distance = inkDistance(std::move(ink));
-    skeleton.cells = thin(skeleton.distance, &skeleton.thin);
-    skeleton.graph = graphOf(skeleton.thin, skeleton.distance, skeleton.cells);
+    Plane thinned;
+    skeleton.cells = thin(skeleton.distance, &thinned);
+    skeleton.graph = graphOf(std::move(thinned), skeleton.distance, skeleton.cells);
     return skeleton;
 }
 
@@ -115,15 +115,15 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
 bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Plane ink = inkOf(picture);
-    Skeleton skeleton = skeletonOf(ink);
+    Skeleton skeleton = skeletonOf(inkOf(picture));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
     drawing->solids
-        = takeSolids(skeleton.distance, widestPen(skeleton.graph, skeleton.distance), &ink);
+        = takeSolids(widestPen(skeleton.graph, skeleton.distance), &skeleton.distance);
     if (!drawing->solids.cells.empty()) {
-        skeleton = skeletonOf(std::move(ink));
+        skeleton.graph = Graph();
+        skeleton = skeletonOf(std::move(skeleton.distance));
         dropSpurs(skeleton.distance, &skeleton.graph);
     }
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
