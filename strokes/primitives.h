@@ -47,6 +47,9 @@ Measure measureOf(const Cores &cores, double least);
 // Sum of (distance / sigma) squared of points from a carrier; of an arc to first order.
 double chi2Of(const fit::Moments &sum, const fit::Primitive &carrier);
 
+// What a line is drawn for, as far as its surroundings tell: layers are made of it.
+enum class Role { Line, Dimension, Text, Hatch };
+
 enum class Shape { Line, Arc, Circle, Ellipse };
 
 // A line, or an arc or circle, and what it was seen in.
@@ -63,6 +66,7 @@ struct Atom
     Point place[2] = {};                // its ends, once they are known
     bool alive = true;
     Dashing dashing;
+    Role role = Role::Line;
     int heir = -1; // the atom that a dead one has become part of; -1: none
 };
 

@@ -98,6 +98,7 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
         stroke.piece = pieceOf(atom);
         stroke.width = atom.width;
         stroke.dashing = atom.dashing;
+        stroke.role = atom.role;
         stroke.joint[0] = atom.joint[0];
         stroke.joint[1] = atom.joint[1];
         stroke.samples = atom.samples;
@@ -142,6 +143,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
     settleDashes(coverage, &web);
+    drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeStrokes(web, drawing);
     drawing->joints = std::move(web.joints);
     return true;

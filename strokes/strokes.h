@@ -5,7 +5,7 @@
 #ifndef ZTRACE_STROKES_STROKES_H
 #define ZTRACE_STROKES_STROKES_H
 
-#include "strokes/primitives.h"
+#include "strokes/arrows.h"
 
 namespace ztrace::strokes {
 
@@ -22,6 +22,7 @@ struct Stroke
     int pen = 0;
     double width = 0.0;
     Dashing dashing;
+    Role role = Role::Line;
     int joint[2] = { -1, -1 };
     std::vector<Section> samples;
 };
@@ -30,6 +31,7 @@ struct StrokeDrawing
 {
     std::vector<Stroke> strokes;
     std::vector<Joint> joints;
+    std::vector<Arrow> arrows; // solids at the ends of strokes whose role is Dimension
     std::vector<double> pens; // widths in pixels, ascending
     bool roundEnds = true;
     Plane solids;             // 1 in the pixels of what is no line; of no size where there is none

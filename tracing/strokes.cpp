@@ -125,6 +125,21 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     return drawing;
 }
 
+// What is drawn for a reason of its own has a layer of its own, all else one a pen.
+QString layerOf(const strokes::Stroke &stroke, const std::vector<QString> &layers)
+{
+    switch (stroke.role) {
+    case strokes::Role::Dimension:
+        return QLatin1String(kDimensionLayer);
+    case strokes::Role::Text:
+        return QLatin1String(kTextLayer);
+    case strokes::Role::Hatch:
+        return QLatin1String(kHatchLayer);
+    default:
+        return layers[std::size_t(stroke.pen)];
+    }
+}
+
 LineType lineTypeOf(strokes::DashType type)
 {
     switch (type) {
@@ -165,10 +180,19 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
         Outline outline;
         outline.shape = pathOf(stroke.piece, drawing->height);
         outline.colour = ink.inkColour;
-        outline.layer = layers[std::size_t(stroke.pen)];
+        outline.layer = layerOf(stroke, layers);
         outline.pen = stroke.dashing.type == strokes::DashType::None
             ? stroke.pen
             : dashedPen(stroke, drawing);
+        drawing->outlines.push_back(std::move(outline));
+    }
+    for (const strokes::Arrow &arrow : found.arrows) {
+        Outline outline;
+        outline.shape.moveTo(toDrawing(arrow.corner[0], drawing->height));
+        for (int k : { 1, 2, 0 })
+            outline.shape.lineTo(toDrawing(arrow.corner[k], drawing->height));
+        outline.colour = ink.inkColour;
+        outline.layer = QLatin1String(kDimensionLayer);
         drawing->outlines.push_back(std::move(outline));
     }
 }
