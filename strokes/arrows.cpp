@@ -149,7 +149,8 @@ public:
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             for (int end = 0; end < 2; ++end) {
                 const Atom &atom = web.atoms[k];
-                if (atom.alive && atom.shape <= Shape::Arc && atom.dashing.type == DashType::None
+                if (atom.alive && atom.shape <= Shape::Arc && atom.role != Role::Text
+                    && atom.dashing.type == DashType::None
                     && atom.samples.size() > 1)
                     lookAt(int(k), end);
             }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <unordered_map>
 
 namespace ztrace::strokes {
@@ -126,7 +127,7 @@ private:
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &atom = web.atoms[k];
             if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2
-                || atom.dashing.type != DashType::None)
+                || atom.role != Role::Line)
                 continue;
             Dash one;
             one.end[0] = atom.samples.front().centre;
@@ -389,11 +390,15 @@ private:
             runs = inkAlong(track, coverage, -beyond, to + beyond, width);
             trimEnds(0.0, to, &runs);
         }
+        if (getenv("ZD")) { fprintf(stderr,"chain %zu closed %d arc %d from %.1f %.1f to %.1f %.1f width %.2f:",chain.dashes.size(),chain.closed,chain.carrier.arc,first.x,first.y,last.x,last.y,width);
+        for(auto&r:runs) fprintf(stderr," %.1f-%.1f",r.from,r.to);
+        fprintf(stderr," type %d\n",int(dashingOf(runs, width, chain.closed ? track.whole() : 0.0).type)); }
         Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
         if (dashing.type == DashType::None
             || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
             return false;
-        take(chain, dashing, width);
+        const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
+        take(chain, dashing, width, ends);
         return true;
     }
 
@@ -424,6 +429,7 @@ private:
     {
         const Dash &other = dash(entry / 2);
         return other.length() < reach && !other.isUsed && !isIn(chain, entry / 2)
+            && std::fabs(chain.carrier.distance(other.end[entry % 2])) > chain.width
             && lengthOf(other.end[entry % 2] - at) < reach;
     }
 
@@ -461,7 +467,7 @@ private:
         return section;
     }
 
-    void take(const Chain &chain, const Dashing &dashing, double width)
+    void take(const Chain &chain, const Dashing &dashing, double width, const Point ends[2])
     {
         Atom whole;
         for (const Next &next : chain.dashes) {
@@ -479,6 +485,8 @@ private:
         refit(&whole, measure);
         whole.width = width;
         whole.dashing = dashing;
+        whole.inkEnd[0] = ends[0];
+        whole.inkEnd[1] = ends[1];
         if (chain.closed && whole.carrier.arc)
             whole.shape = Shape::Circle;
         const int heir = int(web.atoms.size());
@@ -537,7 +545,7 @@ void joinDashes(const Coverage &coverage, const Measure &measure, const std::vec
     DashFinder(coverage, measure, web).find(dots);
 }
 
-void settleDashes(const Coverage &coverage, Web *web)
+void settleDashes(Web *web)
 {
     for (std::size_t k = 0; k < web->atoms.size(); ++k) {
         Atom &atom = web->atoms[k];
@@ -549,9 +557,9 @@ void settleDashes(const Coverage &coverage, Web *web)
                 = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
             if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
                 continue;
-            const FreeEnd ink = freeEndOf(coverage, atom, end);
-            atom.place[end] = alongCarrier(
-                atom, end, ink.middle - (atom.dashing.roundEnds ? 0.5 * atom.width : 0.0));
+            const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
+            atom.place[end]
+                = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
         }
     }
 }

@@ -17,7 +17,7 @@ void joinDashes(const Coverage &coverage, const Measure &measure, const std::vec
 
 // Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
 // the width where its dashes are round. After settleEnds().
-void settleDashes(const Coverage &coverage, Web *web);
+void settleDashes(Web *web);
 
 } // namespace ztrace::strokes
 

@@ -18,6 +18,14 @@ const double kLongRatio = 1.9;   // between the long and the short dashes of a c
 const double kDotGap = 0.7;      // part of the gap that a dot is long at most
 const double kDotWidths = 2.2;   // the same in widths of the line
 const double kLeastDash = 0.8;   // part of the gap that dashes are long at least
+const double kLeastWidths = 1.8; // widths that a dash is long
+const double kLeastGap = 1.6;    // pixels; noise makes shorter ones in thin lines
+const double kLeastChainGap = 1.2;
+const double kLeastLong = 3.5;   // widths of a long dash
+// Gaps over so many widths have to be shorter than the dashes: edges in a row have such distances.
+const double kWideGap = 7.0;
+const double kWideGapPart = 0.6;
+const double kShortWidths = 6.0; // widths of dashes whose places have to be even
 const double kMostGapWidths = 14.0;
 const std::size_t kLeastDots = 6; // where lengths say nothing, places have to say more
 const double kOffBeat = 0.1;      // part of the period, and pixels, that dashes lie off the beat
@@ -211,6 +219,13 @@ bool isChain(const Row &row, ChainPattern *chain)
     return partOf(fits, row.dashes.size()) >= kOrder;
 }
 
+bool canBeHidden(double dash, double gap, double width)
+{
+    if (dash < kLeastDash * gap || dash < kLeastWidths * width || gap < kLeastGap)
+        return false;
+    return gap < kWideGap * width || gap < kWideGapPart * dash;
+}
+
 // Stretches a pattern such that a whole number of periods, and in open rows the first dash, take
 // that length; leaves it as it is where that changes too much.
 void stretch(double length, bool closed, std::vector<double> *pattern)
@@ -244,14 +259,17 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
         = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
     if (!isSure && isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
-        if (isDot ? row.dashes.size() < kLeastDots : dash < kLeastDash * row.gap)
-            return dashing;
+        const bool fits = isDot ? row.dashes.size() >= kLeastDots
+                                : canBeHidden(dash, row.gap, width);
         const double period = dash + row.gap;
-        if (isDot && offBeat(dashes, period) > kOffBeat * period + kOffBeatPixels)
+        if (!fits
+            || (dash < kShortWidths * width
+                && offBeat(dashes, period) > kOffBeat * period + kOffBeatPixels))
             return dashing;
         dashing.type = isDot ? DashType::Dot : DashType::Hidden;
         dashing.pattern = { dash, row.gap };
-    } else if (mayBeChain) {
+    } else if (mayBeChain && chain.longDash > kLeastLong * width
+               && row.gap > kLeastChainGap) {
         dashing.type = chain.shorts == 2 ? DashType::Phantom : DashType::Center;
         dashing.pattern = { chain.longDash, row.gap };
         for (std::size_t k = 0; k < chain.shorts; ++k) {

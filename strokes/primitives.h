@@ -66,6 +66,7 @@ struct Atom
     Point place[2] = {};                // its ends, once they are known
     bool alive = true;
     Dashing dashing;
+    Point inkEnd[2] = {}; // of a dashed one: where its first and last dash end
     Role role = Role::Line;
     int heir = -1; // the atom that a dead one has become part of; -1: none
 };

@@ -4,7 +4,9 @@
 #include "strokes/dashes.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
+#include "strokes/hatches.h"
 #include "strokes/joining.h"
+#include "strokes/lettering.h"
 #include "strokes/meeting.h"
 #include "strokes/pens.h"
 #include "strokes/solids.h"
@@ -137,13 +139,15 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
         = dotsOf(skeleton.graph, skeleton.distance, cores, mostOfDot(cores));
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
+    takeLettering(&web);
     joinDashes(coverage, measure, dots, &web);
     joinAlongCarriers(coverage, measure, &web);
     joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
-    settleDashes(coverage, &web);
+    settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
+    takeHatches(&web);
     takeStrokes(web, drawing);
     drawing->joints = std::move(web.joints);
     return true;

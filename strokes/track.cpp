@@ -11,7 +11,9 @@ namespace {
 const double kTurn = 2 * 3.14159265358979323846;
 const double kStep = 0.5;   // pixels
 const double kRow = 0.25;   // of the width, between the rows that are looked at
-const double kInk = 0.5;    // coverage
+const double kInk = 0.5;    // of the level that dashes have; blur takes much from thin lines
+const double kInkPart = 0.85; // of all levels that lie below that of dashes
+const double kLeastInk = 0.2; // coverage
 const double kNothing = 0.5; // pixels below which ink or a gap is none
 
 double levelAt(const Track &track, const Coverage &coverage, double t, double width)
@@ -20,6 +22,13 @@ double levelAt(const Track &track, const Coverage &coverage, double t, double wi
     const Point u = track.headingAt(t);
     const Point across = { -kRow * width * u.y, kRow * width * u.x };
     return (coverage.at(p) + coverage.at(p + across) + coverage.at(p - across)) / 3;
+}
+
+double thresholdOf(std::vector<double> levels)
+{
+    const auto high = levels.begin() + std::ptrdiff_t(kInkPart * double(levels.size() - 1));
+    std::nth_element(levels.begin(), high, levels.end());
+    return std::clamp(kInk * *high, kLeastInk, kInk);
 }
 
 } // namespace
@@ -70,27 +79,30 @@ double Track::whole() const
 std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double from, double to,
                           double width)
 {
-    std::vector<Run> runs;
     const int steps = std::max(1, int(std::ceil((to - from) / kStep)));
     const double step = (to - from) / steps;
-    double before = levelAt(track, coverage, from, width);
-    if (before >= kInk)
+    std::vector<double> levels;
+    levels.reserve(std::size_t(steps) + 1);
+    for (int k = 0; k <= steps; ++k)
+        levels.push_back(levelAt(track, coverage, from + k * step, width));
+    const double ink = thresholdOf(levels);
+    std::vector<Run> runs;
+    if (levels[0] >= ink)
         runs.push_back({ from, to });
     for (int k = 1; k <= steps; ++k) {
-        const double t = from + k * step;
-        const double level = levelAt(track, coverage, t, width);
-        const double crossed = t - step * (level - kInk) / (level - before);
-        if (before < kInk && level >= kInk) {
+        const double before = levels[std::size_t(k) - 1];
+        const double level = levels[std::size_t(k)];
+        const double crossed = from + step * (k - (level - ink) / (level - before));
+        if (before < ink && level >= ink) {
             if (!runs.empty() && crossed - runs.back().to < kNothing)
                 runs.back().to = to;
             else
                 runs.push_back({ crossed, to });
-        } else if (before >= kInk && level < kInk) {
+        } else if (before >= ink && level < ink) {
             runs.back().to = crossed;
             if (runs.back().length() < kNothing)
                 runs.pop_back();
         }
-        before = level;
     }
     return runs;
 }

@@ -35,7 +35,7 @@ private:
 };
 
 // Where there is ink along a track from one length to another: the mean of three rows across the
-// width, at half of its height; gaps and dashes under half a pixel are none.
+// width, at half of the level that the ink has; gaps and dashes under half a pixel are none.
 std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double from, double to,
                           double width);
 
