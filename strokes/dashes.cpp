@@ -28,6 +28,7 @@ const double kWidthPart = 0.4;     // of the width that dashes differ by, and pi
 const double kWidthPixels = 1.0;
 const double kRms = 0.35;          // pixels, and sigmas, that the dashes' middles lie off
 const double kRmsSigmas = 2.0;
+const double kDotLength = 0.6;     // widths between the outermost cross-sections of a dot
 const double kDotWeight = 4.0;     // cross-sections that a dot counts as
 const double kDotWidths = 2.6;     // widths of a line that a dot is long at most, and pixels
 const double kDotPixels = 2.0;
@@ -53,7 +54,7 @@ struct Dash
     fit::Moments moments = {};
 
     double length() const { return lengthOf(end[1] - end[0]); }
-    bool isDot() const { return atom < 0; }
+    bool isDot() const { return !(fit::dot(axis, axis) > 0); }
 };
 
 // A dash and the end of it that is met first.
@@ -136,6 +137,12 @@ private:
             one.atom = int(k);
             one.moments = atom.moments;
             const double length = one.length();
+            if (length < kDotLength * atom.width) {
+                // As good as round: it tells no direction.
+                const Point middle = atom.samples[atom.samples.size() / 2].centre;
+                dashes.push_back(dotAt(middle, atom.width, int(k)));
+                continue;
+            }
             if (!(length > 0.5) || length > kMostLength * std::max(2.0, atom.width))
                 continue;
             one.axis = (1 / length) * (one.end[1] - one.end[0]);
@@ -143,17 +150,22 @@ private:
         }
     }
 
+    Dash dotAt(Point centre, double width, int atom) const
+    {
+        Dash one;
+        one.end[0] = one.end[1] = centre;
+        one.width = width;
+        one.atom = atom;
+        one.moments.ox = centre.x;
+        one.moments.oy = centre.y;
+        addTo(&one.moments, centre, kDotWeight * measure.weight());
+        return one;
+    }
+
     void takeDots(const std::vector<Dot> &dots)
     {
         for (const Dot &dot : dots) {
-            Dash one;
-            one.end[0] = one.end[1] = dot.centre;
-            one.axis = { 0, 0 };
-            one.width = std::sqrt(dot.length[0] * dot.length[1]);
-            one.moments.ox = dot.centre.x;
-            one.moments.oy = dot.centre.y;
-            addTo(&one.moments, dot.centre, kDotWeight * measure.weight());
-            dashes.push_back(one);
+            dashes.push_back(dotAt(dot.centre, std::sqrt(dot.length[0] * dot.length[1]), -1));
         }
     }
 
@@ -491,7 +503,7 @@ private:
             whole.shape = Shape::Circle;
         const int heir = int(web.atoms.size());
         for (const Next &next : chain.dashes) {
-            if (!dash(next.dash).isDot())
+            if (dash(next.dash).atom >= 0)
                 inherit(chain, next, heir, &whole);
         }
         web.atoms.push_back(std::move(whole));

@@ -16,6 +16,7 @@ const double kLeastPixels = 6.0;
 const double kMostPixels = 160.0;
 const double kApart = 1.5;      // heights between the middles of neighbours
 const double kOneSize = 1.5;    // times that neighbours differ in height
+const double kFormed = 1.3;     // widths that a letter's middle line spreads to either side of a line
 const std::size_t kLeastLetters = 2;
 
 struct Part
@@ -23,9 +24,9 @@ struct Part
     Point low = { 1e300, 1e300 };
     Point high = { -1e300, -1e300 };
     std::vector<int> atoms;
+    fit::Moments moments = {};
     double width = 0.0;
     bool isWhole = false; // a circle or an ellipse and nothing else
-    int group = -1;
 
     void add(Point p)
     {
@@ -33,10 +34,11 @@ struct Part
         high = { std::max(high.x, p.x), std::max(high.y, p.y) };
     }
     double size() const { return std::max(high.x - low.x, high.y - low.y) + width; }
-    double breadth() const { return std::min(high.x - low.x, high.y - low.y) + width; }
+    // Of a bar with the same spread across its main direction.
+    double breadth() const { return std::sqrt(12 * fit::lineMoments(moments).least); }
     Point middle() const { return 0.5 * (low + high); }
     // Neither a dash nor a hole: a letter, if it has company.
-    bool isFormed() const { return !isWhole && breadth() > 2.0 * width; }
+    bool isFormed() const { return !isWhole && breadth() > kFormed * width; }
 };
 
 int rootOf(std::vector<int> *parent, int k)
@@ -96,6 +98,8 @@ std::vector<Part> partsOf(const Web &web)
         part.isWhole = part.atoms.size() == 1 && atom.shape >= Shape::Circle;
         for (const Section &section : atom.samples)
             part.add(section.centre);
+        part.moments
+            = part.atoms.size() == 1 ? atom.moments : together(part.moments, atom.moments);
     }
     return parts;
 }
