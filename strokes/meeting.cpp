@@ -13,6 +13,7 @@ namespace {
 const double kCrossing = 0.2;   // sine of the least angle at which carriers are crossed; 12 degrees
 const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
+const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
 const double kStub = 1.6;             // pixels of a line that is seen beyond another one
 const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
 const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
@@ -262,8 +263,66 @@ private:
         ending.place[end.end] = place;
     }
 
+    Point lastSample(const AtomEnd &end)
+    {
+        const Atom &ending = atom(end);
+        return end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
+    }
+
+    // Whether two ends that meet nothing are the two of a corner, and where.
+    bool isCorner(const AtomEnd &a, const AtomEnd &b, Point *place)
+    {
+        if (a.atom == b.atom)
+            return false;
+        const double widths = atom(a).width + atom(b).width;
+        const Point between = 0.5 * (lastSample(a) + lastSample(b));
+        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kReach
+            || std::fabs(fit::cross(outwardsOf(atom(a), a.end), outwardsOf(atom(b), b.end)))
+                < kCrossing)
+            return false;
+        const Crossings crossings = crossingsOf(atom(a).carrier, atom(b).carrier);
+        for (int k = 0; k < crossings.count; ++k) {
+            *place = crossings.place[k];
+            if (distanceBetween(*place, between) < widths + kReach && along(a, *place) > -kBackwards
+                && along(b, *place) > -kBackwards && leadsTo(a, *place) && leadsTo(b, *place))
+                return true;
+        }
+        return false;
+    }
+
+    // Corners whose skeleton came apart: their two ends are in joints of their own.
+    void meetFreely()
+    {
+        std::sort(free.begin(), free.end(), [this](const AtomEnd &a, const AtomEnd &b) {
+            const double x = lastSample(a).x;
+            const double y = lastSample(b).x;
+            return x < y || (x == y && (a.atom < b.atom || (a.atom == b.atom && a.end < b.end)));
+        });
+        std::vector<bool> met(free.size(), false);
+        for (std::size_t i = 0; i < free.size(); ++i) {
+            const double far = lastSample(free[i]).x + 2 * atom(free[i]).width + kFarthestCorner;
+            for (std::size_t k = i + 1; k < free.size() && !met[i]; ++k) {
+                Point place;
+                if (lastSample(free[k]).x > far)
+                    break;
+                if (met[k] || !isCorner(free[i], free[k], &place))
+                    continue;
+                met[i] = met[k] = true;
+                atom(free[i]).place[free[i].end] = place;
+                atom(free[k]).place[free[k].end] = place;
+            }
+        }
+        std::vector<AtomEnd> alone;
+        for (std::size_t i = 0; i < free.size(); ++i) {
+            if (!met[i])
+                alone.push_back(free[i]);
+        }
+        free = std::move(alone);
+    }
+
     bool settleFree()
     {
+        meetFreely();
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
         for (const AtomEnd &end : free) {
