@@ -14,6 +14,10 @@ const double kCrossing = 0.2;   // sine of the least angle at which carriers are
 const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
+const double kCutOff = 0.12;          // pixels; fits of clean lines are off by .05
+const double kSquare = 0.5;           // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;         // cross-sections of such a line
+const double kMostPairs = 4e7;        // ends times lines that are compared
 const double kStub = 1.6;             // pixels of a line that is seen beyond another one
 const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
 const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
@@ -160,6 +164,16 @@ private:
             && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0) + 0.5 * width + kReach;
     }
 
+    // Whether a line cuts off more of a circle than a tangent does whose fit is not exact.
+    static bool cutsInto(const fit::Primitive &a, const fit::Primitive &b)
+    {
+        if (a.arc == b.arc)
+            return false;
+        const fit::Primitive &line = a.arc ? b : a;
+        const fit::Primitive &circle = a.arc ? a : b;
+        return circle.radius - std::fabs(line.distance(circle.point)) > kCutOff;
+    }
+
     // The place where an end meets a carrier near a joint, or as far away as ink leads.
     bool meet(const AtomEnd &end, const fit::Primitive &b, const Joint &at, Point *place,
               double *weight)
@@ -170,7 +184,7 @@ private:
         const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
         *weight = sine * sine + 1e-3;
         const bool lines = !a.arc && !b.arc;
-        if (sine > (lines ? kCrossingOfLines : kCrossing)) {
+        if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(a, b)) {
             const Crossings crossings = crossingsOf(a, b);
             double nearest = lines ? std::max(kFarthestMeeting, reach) : reach;
             bool found = false;
@@ -320,9 +334,72 @@ private:
         free = std::move(alone);
     }
 
+    // Whether a place lies on an atom, not only on its carrier.
+    static bool isOn(const Atom &other, Point place)
+    {
+        const double slack = other.width + kReach;
+        const Point first = other.samples.front().centre;
+        const Point last = other.samples.back().centre;
+        if (other.shape == Shape::Line) {
+            const double t = fit::dot(place - first, other.carrier.direction);
+            const double length = fit::dot(last - first, other.carrier.direction);
+            return t > std::min(0.0, length) - slack && t < std::max(0.0, length) + slack;
+        }
+        return std::any_of(other.samples.begin(), other.samples.end(), [&](const Section &s) {
+            return distanceBetween(s.centre, place) < slack;
+        });
+    }
+
+    // Ends that meet nothing in their own joint, but the middle of a line beside it.
+    void endOnNeighbours()
+    {
+        if (double(free.size()) * double(web.atoms.size()) > kMostPairs)
+            return;
+        std::vector<AtomEnd> alone;
+        for (const AtomEnd &end : free) {
+            if (!endOnNeighbour(end))
+                alone.push_back(end);
+        }
+        free = std::move(alone);
+    }
+
+    bool endOnNeighbour(const AtomEnd &end)
+    {
+        const Point last = lastSample(end);
+        const Point out = outwardsOf(atom(end), end.end);
+        double nearest = 1e300;
+        double thickness = 0.0;
+        Point place = last;
+        for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+            const Atom &other = web.atoms[k];
+            const double reach = other.width + atom(end).width + 2 * kReach;
+            if (!other.alive || int(k) == end.atom || other.shape == Shape::Ellipse
+                || other.samples.size() < kBody || std::fabs(other.carrier.distance(last)) > reach)
+                continue;
+            const double sine = std::fabs(fit::cross(out, other.carrier.tangent(last)));
+            if (sine < kSquare)
+                continue;
+            const Crossings crossings = crossingsOf(atom(end).carrier, other.carrier);
+            for (int c = 0; c < crossings.count; ++c) {
+                const double ahead = along(end, crossings.place[c]);
+                if (ahead > -kBackwards && ahead < std::min(reach / sine, nearest)
+                    && isOn(other, crossings.place[c]) && leadsTo(end, crossings.place[c])) {
+                    nearest = ahead;
+                    place = crossings.place[c];
+                    thickness = 0.5 * other.width / sine;
+                }
+            }
+        }
+        if (nearest > 1e299 || goesBeyond(end, place, thickness))
+            return false;
+        putEnd(end, place);
+        return true;
+    }
+
     bool settleFree()
     {
         meetFreely();
+        endOnNeighbours();
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
         for (const AtomEnd &end : free) {
