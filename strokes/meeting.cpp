@@ -15,6 +15,7 @@ const double kCrossingOfLines = 0.03; // the same of two lines, which may meet f
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
 const double kCutOff = 0.12;          // pixels; fits of clean lines are off by .05
+const double kUnsure = 4.0;           // pixels between touching and crossing, not told apart
 const double kSquare = 0.5;           // sine of the least angle at which an end is put on a line
 const std::size_t kBody = 12;         // cross-sections of such a line
 const double kMostPairs = 4e7;        // ends times lines that are compared
@@ -174,6 +175,19 @@ private:
         return circle.radius - std::fabs(line.distance(circle.point)) > kCutOff;
     }
 
+    // A line that touches a circle and one that cuts off a little are not told apart by fits: the end
+    // lies between both places, as long as they are near each other.
+    static Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b,
+                                         Point crossing)
+    {
+        if (a.arc == b.arc)
+            return crossing;
+        const fit::Primitive &line = a.arc ? b : a;
+        const Point touch = line.foot((a.arc ? a : b).point);
+        const double apart = distanceBetween(touch, crossing);
+        return apart < kUnsure ? 0.5 * (touch + crossing) : crossing;
+    }
+
     // The place where an end meets a carrier near a joint, or as far away as ink leads.
     bool meet(const AtomEnd &end, const fit::Primitive &b, const Joint &at, Point *place,
               double *weight)
@@ -196,8 +210,11 @@ private:
                     found = true;
                 }
             }
-            if (found)
+            if (found) {
+                if (!lines && sine < kCrossing)
+                    *place = betweenTouchAndCrossing(a, b, *place);
                 return true;
+            }
         }
         const Point touched = touching(a, b, at.place, reach);
         if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
