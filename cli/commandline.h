@@ -6,6 +6,8 @@
 
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Settings.h"
 
@@ -13,11 +15,13 @@ namespace ztrace {
 
 struct CommandLine
 {
-    enum Action { Trace, ListPresets, Help, Version };
+    enum Action { Trace, ListPresets, ListFormats, Batch, BatchSummary, Help, Version };
 
     Action action = Trace;
     std::string input;
+    std::vector<std::string> inputs; // of a batch
     Settings settings;
+    std::vector<std::pair<std::string, std::string>> said; // options by long name, in their order
     std::set<std::string> given; // names of options that were said; "set NAME" for the engine's
 };
 

@@ -83,7 +83,7 @@ const char kBashTail[] = R"text("
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 && presets == "$word"* ]] && COMPREPLY+=(presets)
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch formats presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
@@ -163,7 +163,7 @@ _ztrace_presets() {
 }
 
 _ztrace_inputs() {
-    _alternative 'images:image:_files' 'commands:command:((presets\:"list the presets"))'
+    _alternative 'images:image:_files' 'commands:command:((presets\:"list the presets" batch\:"trace many images" formats\:"list the formats"))'
 }
 
 _arguments -s \
@@ -187,7 +187,7 @@ std::string zshCompletion()
     std::string script = kZshHead;
     for (const Option &option : allOptions())
         script += "    " + zshLine(option) + " \\\n";
-    return script + "    '1:image or presets:_ztrace_inputs'\n";
+    return script + "    '*:image or command:_ztrace_inputs'\n";
 }
 
 } // namespace ztrace

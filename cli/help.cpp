@@ -20,11 +20,14 @@ const int kMostWidth = 120;
 const int kTextColumn = 26; // where what an option does begins
 
 const char kUsage[] = "Usage: ztrace INPUT [-o OUTPUT]... [OPTIONS]\n"
-                      "       ztrace presets\n"
+                      "       ztrace batch INPUT... [OPTIONS]\n"
+                      "       ztrace batch summary FILE...\n"
+                      "       ztrace presets | formats\n"
                       "\n";
 const char kWhatItDoes[]
     = "Traces an image into a drawing of straight lines and quadratic curves. INPUT is an image of "
-      "any format that is read, - for standard input, or a drawing that was written as JSON.";
+      "any format that is read, - for standard input, or a drawing that was written as JSON. batch "
+      "traces many, in folders too, and goes on where it was ended.";
 
 // Appends words, going on in `column` of a new line where `width` is reached. `used` columns of the
 // first line are taken.
@@ -105,7 +108,8 @@ const std::vector<std::pair<std::string, std::string>> &exitMeanings()
     static const std::vector<std::pair<std::string, std::string>> meanings = {
         { "0", "success" },
         { "1",
-          "failure: some pages of several could not be traced, there is not enough memory, or "
+          "failure: some pages or pictures of several could not be traced, there is not enough "
+          "memory, or "
           "--set "
           "leaves no palette" },
         { "2",
@@ -113,6 +117,7 @@ const std::vector<std::pair<std::string, std::string>> &exitMeanings()
           "must not be replaced" },
         { "3", "the input, or a file that an option names, cannot be read" },
         { "4", "an output cannot be written, or what is printed does not arrive" },
+        { "5", "the time of --time-limit is over" },
         { "128+N",
           "ended by signal N, as shells tell it: 129 hung up, 130 interrupted, 137 killed, 143 "
           "terminated" },
@@ -128,6 +133,7 @@ const std::vector<std::pair<std::string, std::string>> &examples()
         { "ztrace logo.png -o logo.svg --palette '#173f7a,#e87722,white'",
           "these colours and no others" },
         { "ztrace photo.jpg -o photo.pdf --colors 24", "a photograph in at most 24 colours" },
+        { "ztrace batch scans --out drawings", "all images of a folder" },
         { "cat a.png | ztrace - -o - > a.svg", "from and to a pipe" },
     };
     return lines;

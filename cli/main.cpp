@@ -1,8 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // The command ztrace: an image in, a drawing out.
+#include "batch/batch.h"
+#include "batch/summary.h"
+#include "batch/version.h"
+#include "batch/worker.h"
 #include "commandline.h"
-#include "effects.h"
+#include "converters.h"
 #include "failure.h"
 #include "formats.h"
 #include "help.h"
@@ -11,10 +15,10 @@
 #include "progress.h"
 #include "report.h"
 #include "source.h"
+#include "timelimit.h"
 #include "toolkit.h"
 #include "tracejob.h"
 
-#include "drawing/json.h"
 #include "drawing/output.h"
 #include "imaging/failure.h"
 
@@ -60,6 +64,8 @@ public:
     {
         onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
+        if (line.settings.timeLimit.value_or(0.0) > 0.0)
+            endAfter(*line.settings.timeLimit);
         ImageSource::requireFile(line.input);
         const std::vector<Output> outputs = outputsFor(line.input, line.settings);
         ProgressLine progressLine(line.settings);
@@ -109,16 +115,20 @@ private:
             trace(source, 1, outputs);
             return kSuccess;
         }
+        const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
         std::vector<std::vector<Output>> outputsOfPages;
-        for (int page = 1; page <= pages; ++page)
-            outputsOfPages.push_back(outputsForPage(outputs, page, line.input, line.settings));
-        int failed = claimed - pages;
+        for (const int page : wanted)
+            outputsOfPages.push_back(
+                outputsForPage(outputs, page, claimed, line.input, line.settings));
+        std::size_t failed = 0;
         std::set<ExitCode> codes;
-        if (failed > 0)
-            codes.insert(kInputUnreadable);
-        for (int page = 1; page <= pages; ++page) {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            const int page = wanted[i];
             try {
-                trace(source, page, outputsOfPages[static_cast<std::size_t>(page - 1)]);
+                if (page <= pages || claimed == pages)
+                    trace(source, page, outputsOfPages[i]);
+                else
+                    codes.insert(kInputUnreadable), ++failed; // told below, once
                 continue;
             } catch (const Failure &failure) {
                 tell("page " + std::to_string(page) + ": " + failure.what());
@@ -132,13 +142,13 @@ private:
             }
             ++failed;
         }
-        if (claimed > pages) {
+        if (claimed > pages && wanted.back() > pages) {
             tell(inputName(line.input) + ": only " + std::to_string(pages) + " of "
                  + std::to_string(claimed) + " pages can be read");
         }
         if (failed == 0)
             return kSuccess;
-        return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
+        return failed == wanted.size() && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
@@ -159,18 +169,10 @@ private:
 
     void convert(const ImageSource &source, const std::vector<Output> &outputs)
     {
-        Drawing drawing;
-        QString error;
-        if (!readJson(source.contents(), &drawing, &error))
-            throw Failure(kInputUnreadable, inputName(line.input) + ": " + error.toStdString());
-        if (line.settings.dpi && *line.settings.dpi > 0.0)
-            drawing.dpi = *line.settings.dpi;
-        if (line.given.count("units"))
-            drawing.unit = line.settings.unit;
-        line.settings.style.byLayer = false; // its areas are not cut out of each other
-        for (const std::string &sentence :
-             withoutEffect(onCommandLine, true, line.settings, outputs))
-            warn(sentence);
+        TraceJob drawn = jobOfLine();
+        drawn.outputs = outputs;
+        const Drawing drawing = readDrawing(source, &drawn);
+        line.settings = drawn.settings;
         write(drawing, line.settings, outputs, [&](std::FILE *stream) {
             if (line.settings.stats)
                 printStatistics(drawing, stream);
@@ -214,19 +216,28 @@ private:
 
 ExitCode perform(int argc, char **argv)
 {
+    if (isWorker(argc, argv))
+        return runWorker();
     const CommandLine line = parseCommandLine(argc, argv);
     errno = 0;
     switch (line.action) {
     case CommandLine::Trace:
         return Run(line).all();
+    case CommandLine::Batch:
+        return runBatch(line, argc, argv);
+    case CommandLine::BatchSummary:
+        return runSummary(line);
     case CommandLine::ListPresets:
         listPresets();
+        break;
+    case CommandLine::ListFormats:
+        listFormats();
         break;
     case CommandLine::Help:
         std::fputs(helpText(helpWidth()).c_str(), stdout);
         break;
     case CommandLine::Version:
-        std::puts("ztrace " ZTRACE_VERSION);
+        std::printf("ztrace %s\n", programVersion());
         break;
     }
     requireArrival(stdout);

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "suggest.h"
+#include "timelimit.h"
 
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
@@ -24,6 +25,8 @@ const double kLeastDxfTolerance = 1e-6;
 const int kMostDecimals = 17; // tell every double from every other one
 const int kMostPages = 100000;
 const int kMostSpeck = 1000000;
+const int kMostJobs = 1024;
+const int kMostChunks = 1000000;
 const double kMostNumber = std::numeric_limits<double>::max();
 
 const WordTable<Unit> kUnits
@@ -49,7 +52,7 @@ OptionValue formatName()
     for (const Format &format : allFormats())
         names.push_back({ format.name, format.name });
     return oneOf<std::string>("FORMAT", names,
-                              [](Settings &s, std::string name) { s.format = name; });
+                              [](Settings &s, std::string name) { s.format = std::move(name); });
 }
 
 OptionValue thresholdOrWord()
@@ -121,6 +124,66 @@ OptionValue engineAssignment()
     return value;
 }
 
+OptionValue pageOrPages()
+{
+    OptionValue value = wholeNumberOr("LIST|all", { "all", 0 }, 1, kMostPages, [](Settings &, int) {
+                        }).offering({ "1" });
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        settings->pages = pagesValue(option, text, kMostPages);
+        const bool isOne = settings->pages.size() == 1
+            && settings->pages.front().first == settings->pages.front().second;
+        settings->page = isOne ? settings->pages.front().first : 0;
+    };
+    return value;
+}
+
+// Texts with commas between them; each is given to `store`.
+void forEachPart(const std::string &text, const std::function<void(const std::string &)> &store)
+{
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', at), text.size());
+        store(text.substr(at, comma - at));
+        at = comma + 1;
+    }
+}
+
+OptionValue formatNames()
+{
+    OptionValue value = formatName();
+    value.placeholder = "LIST";
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        std::vector<std::string> names;
+        for (const Format &format : allFormats())
+            names.push_back(format.name);
+        settings->batch.formats.clear();
+        forEachPart(text, [&](const std::string &part) {
+            const std::string &name = names[wordValue(option, part, names)];
+            std::vector<std::string> &formats = settings->batch.formats;
+            if (std::find(formats.begin(), formats.end(), name) == formats.end())
+                formats.push_back(name);
+        });
+    };
+    return value;
+}
+
+// Some of what can be said, for completion; any two numbers can.
+OptionValue chunkOfChunks()
+{
+    OptionValue value;
+    value.kind = OptionValue::Word;
+    value.placeholder = "I/N";
+    value.words = { "1/2", "2/2" };
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        const std::size_t slash = text.find('/');
+        if (slash == std::string::npos)
+            throw Failure(kWrongUsage, option + ": \"" + text + "\" is not of the form I/N");
+        BatchSettings &batch = settings->batch;
+        batch.chunks = wholeValue(option, text.substr(slash + 1), 1, kMostChunks);
+        batch.chunk = wholeValue(option, text.substr(0, slash), 1, batch.chunks);
+    };
+    return value;
+}
+
 // Writes an entry of the table.
 class Entry
 {
@@ -186,10 +249,14 @@ std::vector<Entry> outputOptions()
             .needs(kFillsAreas)
             .help("Width of outlines in pixels"),
         Entry("decimals",
-              wholeNumber("N", 0, kMostDecimals,
-                          [](Settings &s, int decimals) { s.decimals = decimals; }))
+              wholeNumberOr("N|exact", { "exact", kExactDecimals }, 0, kMostDecimals,
+                            [](Settings &s, int decimals) { s.decimals = decimals; })
+                  .offering({ "1", "2", "3" }))
             .needs(kRoundsNumbers)
-            .help("Decimals of SVG coordinates; without it as many as it takes to be exact"),
+            .help("Decimals of SVG coordinates; `exact` are as many as it takes")
+            .manual("Without it 2 for true shapes and centre lines, 1 for pages of more than 1000 "
+                    "areas with hard edges, and exact for the engine's outlines. Rounded "
+                    "coordinates are written in few bytes"),
         Entry("scale",
               number("F", kLeastScale, kMostNumber,
                      [](Settings &s, double scale) { s.scale = scale; }))
@@ -292,15 +359,12 @@ std::vector<Entry> colourOptions()
             .standard("0")
             .appliesTo(kToInk)
             .help("lineart: remove specks and fill pinholes of up to `N` pixels"),
-        Entry("page",
-              wholeNumberOr("N|all", { "all", 0 }, 1, kMostPages,
-                            [](Settings &s, int page) { s.page = page; })
-                  .offering({ "1" }))
+        Entry("page", pageOrPages())
             .standard("1")
             .place(Place::UpToSettingsFile)
             .appliesTo(kToImages)
-            .help("Page of a TIFF, frame of an animation; `all` writes every page, with numbers in "
-                  "the outputs' names when there are several"),
+            .help("Page of a TIFF or PDF, frame of an animation: one, or several as in `2-4,7`, or "
+                  "`all`; several have numbers in the outputs' names"),
         Entry("upsample",
               wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostUpsampling,
                             [](Settings &s, int times) { s.upsample = times; })
@@ -429,6 +493,14 @@ std::vector<Entry> runningOptions()
             .help("Refuse images that would take more than this, in millions of bytes, before they "
                   "are decoded, and input of more than this")
             .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
+        Entry("time-limit",
+              number("SECONDS", 0.0, kMostSeconds,
+                     [](Settings &s, double seconds) { s.timeLimit = seconds; }))
+            .place(Place::CommandLine)
+            .commandOnly()
+            .help("End the run when it has taken so long, and with `batch` a picture; 0 is no "
+                  "limit. Without it batch has 600, and a single run none")
+            .manual("Outputs that are not written by then are not written at all"),
         Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
             .commandOnly()
             .help("No warnings and no progress"),
@@ -441,6 +513,101 @@ std::vector<Entry> runningOptions()
             .commandOnly()
             .help("Print the version"),
     };
+}
+
+std::vector<Entry> batchOptions()
+{
+    const auto file = [](const char *placeholder, TextStore store) {
+        return fileName(placeholder, "*", store);
+    };
+    std::vector<Entry> entries = {
+        Entry("out", file("DIR", [](Settings &s, const std::string &t) { s.batch.out = t; }))
+            .help("Folder of the drawings, which is made when it is not there"),
+        Entry("names",
+              file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))
+            .help("Names of the drawings below that folder: `{folder}`, `{name}` and `{suffix}` "
+                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending; "
+                  "without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
+                  "where a file has several pages")
+            .manual("The folder is that of the picture below the folder that was named, or the one "
+                    "that a list or manifest says"),
+        Entry("formats", formatNames())
+            .help("Formats of the drawings, with commas between them; without it that of "
+                  "`--format`"),
+        Entry("recursive", flag([](Settings &s, bool on) { s.batch.recursive = on; }))
+            .help("Folders in folders as well")
+            .manual("A folder is visited once, whatever links lead to it"),
+        Entry(
+            "pattern",
+            file("GLOB", [](Settings &s, const std::string &t) { s.batch.patterns.push_back(t); }))
+            .several()
+            .help("Take files of folders whose names are like this, as shells have it; may be "
+                  "given several times. Without it names that end as those of images do"),
+        Entry("files-from",
+              file("FILE", [](Settings &s, const std::string &t) { s.batch.lists.push_back(t); }))
+            .several()
+            .help("Take the pictures that a file names, one a line or with zero bytes between "
+                  "them; `-` is standard input"),
+        Entry(
+            "manifest",
+            file("FILE", [](Settings &s, const std::string &t) { s.batch.manifests.push_back(t); }))
+            .several()
+            .help("Take the pictures of a CSV file or JSON lines: `path`, and as wanted `page`, "
+                  "`settings` and `sha256`"),
+        Entry("jobs", 'j',
+              wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostJobs,
+                            [](Settings &s, int jobs) { s.batch.jobs = jobs; })
+                  .offering({ "1", "2", "4", "8" }))
+            .standard("auto")
+            .help("Processes that trace; `auto` is one a processor"),
+        Entry("memory-limit",
+              number("MB", 0.0, kMostNumber,
+                     [](Settings &s, double millions) { s.batch.memoryLimit = millions; }))
+            .standard("8192")
+            .help("Millions of bytes that a picture may take; 0 is no limit"),
+        Entry("retry",
+              oneOf<bool>("WHICH", { { "failed", true } },
+                          [](Settings &s, bool failed) { s.batch.retryFailed = failed; }))
+            .help("`failed` traces pictures again that an earlier run could not"),
+        Entry("dry-run", flag([](Settings &s, bool on) { s.batch.dryRun = on; }))
+            .help("Say what would be done, and do nothing"),
+        Entry("fail-fast", flag([](Settings &s, bool on) { s.batch.failFast = on; }))
+            .help("End with the first picture that fails"),
+        Entry("results",
+              file("FILE", [](Settings &s, const std::string &t) { s.batch.results = t; }))
+            .help("Where result lines go; without it `ztrace-results.jsonl` in the folder of the "
+                  "drawings"),
+        Entry("no-check", flag([](Settings &s, bool on) { s.batch.check = !on; }))
+            .help("Do not draw the drawing again to compare it with its picture"),
+        Entry("flag-below",
+              number("F", 0.0, 1.0, [](Settings &s, double share) { s.batch.flagBelow = share; }))
+            .standard("0.9")
+            .help("Flag pictures whose drawings agree with them less than this"),
+        Entry("chunk", chunkOfChunks())
+            .help("Take one part of several, `1/2` or `2/2`, for several machines; which picture "
+                  "is in which part follows from its name alone"),
+        Entry("leases",
+              wholeNumberOr("N|none", { "none", 0 }, 2, kMostChunks,
+                            [](Settings &s, int parts) { s.batch.leases = parts; })
+                  .offering({ "16", "64" }))
+            .standard("none")
+            .help("Divide the pictures into `N` parts and take one after the other, beside other "
+                  "runs with the same words and the same folder of drawings"),
+        Entry("watch",
+              file("DIR", [](Settings &s, const std::string &t) { s.batch.watch.push_back(t); }))
+            .several()
+            .help("Go on until SIGTERM with the pictures that come into a folder, each when its "
+                  "size has been the same for a second"),
+        Entry("report", file("FILE", [](Settings &s, const std::string &t) { s.batch.report = t; }))
+            .help("Write a report to look at, one HTML file"),
+        Entry("csv", file("FILE", [](Settings &s, const std::string &t) { s.batch.csv = t; }))
+            .help("Write the results as a table for spreadsheets; also of `summary`"),
+        Entry("premis", file("FILE", [](Settings &s, const std::string &t) { s.batch.premis = t; }))
+            .help("Write the results as PREMIS events, in XML; also of `summary`"),
+    };
+    for (Entry &entry : entries)
+        entry.place(Place::CommandLine).commandOnly();
+    return entries;
 }
 
 void append(Group group, const std::vector<Entry> &entries, std::vector<Option> *options)
@@ -487,6 +654,7 @@ const std::vector<Option> &allOptions()
         append(Group::Colours, colourOptions(), &all);
         append(Group::Outlines, outlineOptions(), &all);
         append(Group::Running, runningOptions(), &all);
+        append(Group::Batch, batchOptions(), &all);
         return all;
     }();
     return options;
@@ -495,11 +663,9 @@ const std::vector<Option> &allOptions()
 const std::vector<std::pair<Group, const char *>> &allGroups()
 {
     static const std::vector<std::pair<Group, const char *>> groups
-        = { { Group::Output, "Output" },
-            { Group::Size, "Size" },
-            { Group::Colours, "Colours" },
-            { Group::Outlines, "Outlines" },
-            { Group::Running, "Running" } };
+        = { { Group::Output, "Output" },   { Group::Size, "Size" },
+            { Group::Colours, "Colours" }, { Group::Outlines, "Outlines" },
+            { Group::Running, "Running" }, { Group::Batch, "Batch" } };
     return groups;
 }
 

@@ -13,7 +13,7 @@
 
 namespace ztrace {
 
-enum class Group { Output, Size, Colours, Outlines, Running };
+enum class Group { Output, Size, Colours, Outlines, Running, Batch };
 
 // How an image is treated, or that the input is a drawing, which has its colours and outlines.
 enum AppliesTo : unsigned {

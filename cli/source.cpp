@@ -57,44 +57,12 @@ void checkReadable(QImageReader *reader, const std::string &name)
         fail(name, "not an image of a known format");
 }
 
-} // namespace
-
-ImageSource::ImageSource(const std::string &fileName, const SourceLimits &sourceLimits)
-    : name(fileName), limits(sourceLimits)
-{
-    if (fileName == "-") {
-        name = "standard input";
-        readAll(STDIN_FILENO);
-    } else {
-        const int file = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file < 0)
-            fail(name, std::strerror(errno));
-        const auto closeFile = [](const int *descriptor) { close(*descriptor); };
-        const std::unique_ptr<const int, decltype(closeFile)> closer(&file, closeFile);
-        readAll(file);
-    }
-    if (data.isEmpty())
-        fail(name, "is empty");
-    if (data.startsWith("\xEF\xBB\xBF{"))
-        data.remove(0, 3); // editors put a byte order mark before a drawing
-    if (isDrawing())
-        return;
-    {
-        const Silence silence;
-        QBuffer buffer(&data);
-        buffer.open(QIODevice::ReadOnly);
-        format = QImageReader(&buffer).format();
-    }
-    end = endingOf(data, format);
-    if (format.startsWith("svg"))
-        useSvg();
-}
-
 // Until the end, which endless input does not have.
-void ImageSource::readAll(int descriptor)
+QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &limits)
 {
     const qint64 most = static_cast<qint64>(
         std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes)));
+    QByteArray data;
     struct stat info;
     if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
         fail(name, "is a folder");
@@ -108,7 +76,7 @@ void ImageSource::readAll(int descriptor)
         if (size < 0)
             fail(name, std::string("cannot be read: ") + std::strerror(errno));
         if (size == 0)
-            return;
+            return data;
         if (data.size() + size > most) {
             fail(name,
                  "has more than " + millions(static_cast<double>(most) / kMillion)
@@ -116,6 +84,57 @@ void ImageSource::readAll(int descriptor)
         }
         data.append(part.data(), static_cast<int>(size));
     }
+}
+
+} // namespace
+
+QByteArray contentsOf(const std::string &fileName, const SourceLimits &limits)
+{
+    if (fileName == "-")
+        return readAll(STDIN_FILENO, "standard input", limits);
+    const int file = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        fail(fileName, std::strerror(errno));
+    const auto closeFile = [](const int *descriptor) { close(*descriptor); };
+    const std::unique_ptr<const int, decltype(closeFile)> closer(&file, closeFile);
+    return readAll(file, fileName, limits);
+}
+
+ImageSource::ImageSource(const std::string &fileName, const SourceLimits &sourceLimits)
+    : ImageSource(fileName, contentsOf(fileName, sourceLimits), sourceLimits)
+{ }
+
+ImageSource::ImageSource(const std::string &fileName, QByteArray contents,
+                         const SourceLimits &sourceLimits)
+    : name(fileName == "-" ? "standard input" : fileName), limits(sourceLimits),
+      data(std::move(contents))
+{
+    useContents();
+}
+
+void ImageSource::useContents()
+{
+    if (data.isEmpty())
+        fail(name, "is empty");
+    if (data.startsWith("\xEF\xBB\xBF{"))
+        data.remove(0, 3); // editors put a byte order mark before a drawing
+    if (isDrawing())
+        return;
+    {
+        const Silence silence;
+        QBuffer buffer(&data);
+        buffer.open(QIODevice::ReadOnly);
+        format = QImageReader(&buffer).format();
+    }
+    if (format.isEmpty() || format == "pdf")
+        foreign = foreignKind(data);
+    if (foreign != Foreign::None) {
+        end = Ending::Whole; // their programs refuse what is not
+        return;
+    }
+    end = endingOf(data, format);
+    if (format.startsWith("svg"))
+        useSvg();
 }
 
 void ImageSource::useSvg()
@@ -159,6 +178,8 @@ void ImageSource::requireFile(const std::string &fileName)
 
 int ImageSource::pages() const
 {
+    if (foreign != Foreign::None)
+        return foreignPages(foreign, name, data);
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);
@@ -194,6 +215,12 @@ bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
 
 QImage ImageSource::read(int page, bool upright) const
 {
+    if (foreign != Foreign::None) {
+        const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
+        const QImage made = foreignImage(foreign, name, data, page, most);
+        refuseTooLarge(made.size(), isGreyFormat(made.format()));
+        return made;
+    }
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);

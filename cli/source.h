@@ -9,6 +9,7 @@
 
 #include <string>
 
+#include "converters.h"
 #include "ending.h"
 
 namespace ztrace {
@@ -23,6 +24,10 @@ struct SourceLimits
     double megabytes = 1e6; // that an image takes while it is traced, or a file has
 };
 
+// The bytes of a file, or of standard input for "-". Throws a Failure: no such file, a folder, too
+// large for the limits.
+QByteArray contentsOf(const std::string &fileName, const SourceLimits &limits);
+
 // An image file, or standard input for "-", read by its contents, whatever its name. Every
 // operation throws a Failure that says what is wrong: no such file, a folder, empty, not an image,
 // damaged, no such page, or too large for the tracer or the limits.
@@ -30,6 +35,9 @@ class ImageSource
 {
 public:
     explicit ImageSource(const std::string &fileName, const SourceLimits &limits = SourceLimits());
+
+    // The contents of a file that has been read (contentsOf).
+    ImageSource(const std::string &fileName, QByteArray contents, const SourceLimits &limits);
 
     // Throws when there is no such file, before anything else is found wrong.
     static void requireFile(const std::string &fileName);
@@ -58,7 +66,7 @@ public:
     const QByteArray &contents() const { return data; }
 
 private:
-    void readAll(int descriptor);
+    void useContents();
     void useSvg();
     bool askForSize(int page, QSize *size, bool *isGrey) const;
     void refuseTooLarge(const QSize &size, bool isGrey) const;
@@ -67,6 +75,7 @@ private:
     SourceLimits limits;
     QByteArray data;
     QByteArray format; // the toolkit's name of it; empty for drawings and what is no image
+    Foreign foreign = Foreign::None; // what other programs read
     Ending end = Ending::Untold;
     int leftOut = 0;
 };

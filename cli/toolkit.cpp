@@ -63,6 +63,9 @@ bool needsFonts(int argc, const char *const *argv)
 std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv)
 {
     static int ownName = 1; // the toolkit has options of its own, which are not ours
+    // Its workers read the images.
+    if (argc > 1 && std::strcmp(argv[1], "batch") == 0)
+        return std::make_unique<QCoreApplication>(ownName, argv);
     if (needsFonts(argc, argv))
         return std::make_unique<QGuiApplication>(ownName, argv);
     return std::make_unique<QCoreApplication>(ownName, argv);

@@ -9,6 +9,7 @@
 #include "presets.h"
 #include "textfile.h"
 
+#include "drawing/json.h"
 #include "drawing/signals.h"
 #include "drawing/text.h"
 #include "imaging/classify.h"
@@ -168,6 +169,23 @@ void warnOfEnding(Ending ending, const TraceJob &job)
         job.warn(name + ": the image is incomplete; what is missing has one colour");
     if (ending == Ending::Untold)
         job.warn(name + ": whether the image is complete cannot be told of this format");
+}
+
+Drawing readDrawing(const ImageSource &source, TraceJob *job)
+{
+    Drawing drawing;
+    QString error;
+    if (!readJson(source.contents(), &drawing, &error))
+        throw Failure(kInputUnreadable, inputName(job->input) + ": " + error.toStdString());
+    Settings &settings = job->settings;
+    if (settings.dpi && *settings.dpi > 0.0)
+        drawing.dpi = *settings.dpi;
+    if (job->given.count("units"))
+        drawing.unit = settings.unit;
+    settings.style.byLayer = false; // its areas are not cut out of each other
+    for (const std::string &sentence : withoutEffect(job->onTheSpot, true, settings, job->outputs))
+        job->warn(sentence);
+    return drawing;
 }
 
 TracedPicture tracePicture(QImage image, const TraceJob &job)

@@ -52,6 +52,10 @@ void warnOfSource(const ImageSource &source, const TraceJob &job);
 // Tells of an image that does not end where it should.
 void warnOfEnding(Ending ending, const TraceJob &job);
 
+// The drawing that a source is which was written as JSON, with what the job says of size and unit.
+// The settings are made to fit it, and it is told of those that have no effect. Throws a Failure.
+Drawing readDrawing(const ImageSource &source, TraceJob *job);
+
 // Classifies the image where the preset is "auto", puts the background under it, makes its pixels
 // square and traces it. Throws a Failure, a TraceError or std::bad_alloc.
 TracedPicture tracePicture(QImage image, const TraceJob &job);

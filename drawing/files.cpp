@@ -31,7 +31,7 @@ QByteArray canonical(const QByteArray &path)
     char *resolved = ::realpath(path.constData(), nullptr);
     if (!resolved)
         return QByteArray();
-    const QByteArray result(resolved);
+    QByteArray result(resolved);
     std::free(resolved);
     return result;
 }

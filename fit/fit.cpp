@@ -14,9 +14,8 @@ namespace ztrace::fit {
 
 namespace {
 
-// Breaks to both sides of the lattice's answer, then of the refined one.
-const int kWideRefinement = 3;
-const int kFineRefinement = 1;
+// Breaks to both sides of the lattice's answer.
+const int kRefinement = 2;
 // Chains of fewer points are not worth a lattice.
 const int kShortChain = 24;
 
@@ -61,11 +60,10 @@ bool fitWhole(const Table &table, std::vector<Span> *spans)
     return !spans->empty();
 }
 
-std::vector<Span> refined(const Table &table, const std::vector<Span> &spans, int radius)
+std::vector<Span> refined(const Table &table, const std::vector<Span> &spans, const Reach &reach)
 {
-    const Reach reach = Reach::refinement(table.points.size(), spans, radius);
     const std::vector<Span> better = runProgram(table, reach).spans;
-    return better.empty() ? spans : better;
+    return mergeSteps(table, better.empty() ? spans : better);
 }
 
 // A closed chain is cut where it turns least, then twice where the last answer had a break half way
@@ -75,6 +73,7 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
 {
     *points = rotated(*points, flattestBreak(*points));
     std::vector<Span> spans;
+    int seam = 0; // the span that begins where the chain was cut before
     for (int round = 0; round < 3; ++round) {
         const Sums sums(*points);
         const Table table = { *points, sums, settings.prices, judgement };
@@ -83,8 +82,9 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
             spans = runProgram(table, few ? Reach::every(points->size()) : Reach::lattice(*points))
                         .spans;
         } else {
-            const int radius = round == 1 ? kWideRefinement : kFineRefinement;
-            spans = mergeSteps(table, refined(table, spans, radius));
+            const Reach reach = round == 1 ? Reach::refinement(table, spans, kRefinement)
+                                           : Reach::seam(table, spans, seam, kRefinement);
+            spans = refined(table, spans, reach);
         }
         if (round == 2 || spans.size() < 2)
             break;
@@ -95,6 +95,7 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
         *points = rotated(*points, start);
         std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(middle),
                     spans.end());
+        seam = static_cast<int>(spans.size() - middle);
         for (Span &span : spans) {
             span.first = (span.first - start + n) % n;
             span.last = (span.last - start + n - 1) % n + 1;
@@ -112,7 +113,7 @@ std::vector<Span> spansOfOpen(const Table &table)
     if (n < kShortChain)
         return mergeSteps(table, runProgram(table, Reach::every(n)).spans);
     spans = runProgram(table, Reach::lattice(table.points)).spans;
-    return mergeSteps(table, refined(table, spans, kWideRefinement));
+    return refined(table, spans, Reach::refinement(table, spans, kRefinement));
 }
 
 std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Judgement &judgement)

@@ -3,6 +3,8 @@
 
 #include "fit/skyline.h"
 
+#include <Eigen/Core>
+
 #include <algorithm>
 #include <cmath>
 
@@ -29,7 +31,7 @@ const double kPinWeight = 1e12;
 const int kRounds = 12;
 // Pixels a vertex may move in one round.
 const double kLongestStep = 1.5;
-const double kSettled = 1e-4; // pixels; the next step is its square
+const double kSettled = 3e-4; // pixels; the next step is far below
 // Rounds in which smooth joints may become corners.
 const int kReleases = 3;
 // Pixels by which a vertex may leave its anchor, and a step that nothing comes back from.
@@ -56,7 +58,7 @@ struct Frame
     double byHalf;
 
     Frame(Point start, Point end, double s)
-        : middle(0.5 * (start + end)), along(end - start), length(std::hypot(along.x, along.y)),
+        : middle(0.5 * (start + end)), along(end - start), length(std::sqrt(dot(along, along))),
           sagitta(s)
     {
         along = length > 1e-9 ? (1 / length) * along : Point { 1, 0 };
@@ -71,26 +73,50 @@ struct Frame
 
     // Signed distance of p outside of the circle through both vertices and the sagitta's top. In
     // this form it goes over into the distance from the chord as the sagitta goes to zero.
-    double distance(Point p, double jacobian[5]) const
+    double distance(Point p) const
     {
         const double u = dot(p - middle, along);
         const double v = dot(p - middle, outward) - sagitta;
-        const double square = u * u + v * v;
-        const double f = curvature * square + 2 * v;
-        const double root = 1 + curvature * f;
-        const double d = f / (1 + std::sqrt(std::max(0.0, root)));
-        if (jacobian) {
-            const double gu = curvature * u;
-            const double gv = 1 + curvature * v;
-            const double turn = (gv * u - gu * (v + sagitta)) / length;
-            const double widen = 0.25 * square * byHalf;
-            jacobian[0] = -widen - 0.5 * gu;
-            jacobian[1] = -0.5 * gv + turn;
-            jacobian[2] = 0.5 * square * bySagitta - gv;
-            jacobian[3] = widen - 0.5 * gu;
-            jacobian[4] = -0.5 * gv - turn;
-        }
-        return d;
+        const double f = curvature * (u * u + v * v) + 2 * v;
+        return f / (1 + std::sqrt(std::max(0.0, 1 + curvature * f)));
+    }
+
+    // Sums of the products of 1, u, v and z = uu + vv, v from the sagitta's top on: all that the
+    // distance to first order, v + curvature / 2 z, and its changes are made of.
+    Eigen::Matrix4d products(const Moments &moments) const
+    {
+        const Point top = middle + sagitta * outward;
+        const Moments m = shifted(moments, top.x, top.y);
+        const Point a = along;
+        const Point b = outward;
+        const double u = a.x * m.x + a.y * m.y;
+        const double v = b.x * m.x + b.y * m.y;
+        const double uu = a.x * a.x * m.xx + 2 * a.x * a.y * m.xy + a.y * a.y * m.yy;
+        const double vv = b.x * b.x * m.xx + 2 * b.x * b.y * m.xy + b.y * b.y * m.yy;
+        const double uv = a.x * b.x * m.xx + (a.x * b.y + a.y * b.x) * m.xy + a.y * b.y * m.yy;
+        const double uz = a.x * m.xz + a.y * m.yz;
+        const double vz = b.x * m.xz + b.y * m.yz;
+        Eigen::Matrix4d sums;
+        sums << m.w, u, v, uu + vv, u, uu, uv, uz, v, uv, vv, vz, uu + vv, uz, vz, m.zz;
+        return sums;
+    }
+    Eigen::Vector4d distanceTerms() const { return { 0, 0, 1, 0.5 * curvature }; }
+    // Changes of the distance by x and y of the start, the sagitta, x and y of the end.
+    Eigen::Matrix<double, 5, 4> changeTerms(bool arc) const
+    {
+        const double slide = 0.5 * curvature;
+        const double turn = (1 - curvature * sagitta) / length;
+        const double widen = 0.25 * byHalf;
+        const Point a = along;
+        const Point b = outward;
+        const double s = arc ? 1 : 0;
+        Eigen::Matrix<double, 5, 4> terms;
+        terms << -0.5 * b.x, -slide * a.x + turn * b.x, -slide * b.x, -widen * a.x, //
+            -0.5 * b.y, -slide * a.y + turn * b.y, -slide * b.y, -widen * a.y,      //
+            -s, 0, -s * curvature, s * 0.5 * bySagitta,                             //
+            -0.5 * b.x, -slide * a.x - turn * b.x, -slide * b.x, widen * a.x,       //
+            -0.5 * b.y, -slide * a.y - turn * b.y, -slide * b.y, widen * a.y;
+        return terms;
     }
 
     // Half the sweep, and what it changes by per sagitta and per half chord.
@@ -114,6 +140,9 @@ public:
             smooth[index(k)] = spans[index(k)].smooth && hasJoint(k);
         if (points.closed && count > 1)
             smooth[0] = closesSmoothly();
+        for (const Span &span : spans)
+            moments.push_back(span.first < span.last ? table.sums.over(span.first, span.last)
+                                                     : Moments {});
     }
 
     std::vector<Piece> run()
@@ -169,7 +198,8 @@ private:
     SpanEnd meeting(const Span &span, int k) const
     {
         const Point p = breakPoint(k);
-        return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p) };
+        return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p),
+                 kMetBefore };
     }
 
     // Where two fits meet near a break: their tangents' intersection, followed along arcs; where
@@ -225,6 +255,7 @@ private:
         sagitta.assign(index(count), 0.0);
         for (int k = 0; k < count; ++k)
             sagitta[index(k)] = freeSagitta(k);
+        measureFrames();
     }
 
     double freeSagitta(int k) const
@@ -248,14 +279,19 @@ private:
     // Unknowns: x and y of vertex k, then the sagitta of span k.
     int unknown(int k) const { return 3 * k; }
 
+    bool isSmooth(int k) const { return k >= 0 && k < count && smooth[index(k)] != 0; }
+
+    // A span ties its vertices together, a common tangent those of two spans; the last vertex of a
+    // closed path is tied to the first.
     std::vector<int> rowStarts() const
     {
         std::vector<int> starts;
         for (int k = 0; k < vertices; ++k) {
-            const bool wraps = points.closed && k >= vertices - 2;
-            const int from = wraps ? 0 : unknown(std::max(0, k - 2));
-            for (int i = 0; i < 3; ++i)
-                starts.push_back(std::min(from, unknown(k) + i));
+            int from = unknown(std::max(0, isSmooth(k - 1) ? k - 2 : k - 1));
+            if (points.closed
+                && (k == vertices - 1 || (k == vertices - 2 && isSmooth(vertices - 1))))
+                from = 0;
+            starts.insert(starts.end(), { from, from, from });
         }
         return starts;
     }
@@ -264,7 +300,8 @@ private:
     {
         const int n = 3 * vertices;
         Skyline matrix(rowStarts());
-        double tangentWeight = kFirstTangentWeight;
+        const bool tangents = std::any_of(smooth.begin(), smooth.end(), [](char s) { return s; });
+        double tangentWeight = tangents ? kFirstTangentWeight : kTangentWeight;
         for (int round = 0; round < kRounds; ++round) {
             matrix.clear();
             std::vector<double> right(index(n), 0.0);
@@ -300,6 +337,7 @@ private:
             if (k < count && primitive(k).arc)
                 sagitta[index(k)] += part * d[2];
         }
+        measureFrames();
         return largest;
     }
 
@@ -337,73 +375,41 @@ private:
         std::copy(list, list + 5, at);
     }
 
-    Frame frame(int k) const
+    const Frame &frame(int k) const { return frames[index(k)]; }
+
+    void measureFrames()
     {
-        return Frame(vertex[index(k)], vertex[index(after(k))], sagitta[index(k)]);
+        frames.clear();
+        for (int k = 0; k < count; ++k)
+            frames.emplace_back(vertex[index(k)], vertex[index(after(k))], sagitta[index(k)]);
     }
 
     void addPoints(int k, Skyline *matrix, std::vector<double> *right) const
     {
-        const Frame f = frame(k);
-        const Span &span = spans[index(k)];
-        double normal[5][5] = {};
-        double side[5] = {};
-        double j[5];
-        for (int i = span.first; i < span.last; ++i) {
-            const double d = f.distance(points.at(i), j);
-            const double weight = points.weightOf(i);
-            for (int r = 0; r < 5; ++r) {
-                const double wr = weight * j[r];
-                side[r] -= wr * d;
-                for (int c = 0; c <= r; ++c)
-                    normal[r][c] += wr * j[c];
-            }
-        }
-        for (int r = 0; r < 5; ++r)
-            for (int c = 0; c < r; ++c)
-                normal[c][r] = normal[r][c];
-        spread(k, f, normal, side, matrix, right);
-    }
-
-    // From the chord's frame (start along, outward; sagitta; end along, outward) to x and y.
-    void spread(int k, const Frame &f, double normal[5][5], const double side[5], Skyline *matrix,
-                std::vector<double> *right) const
-    {
-        double turn[5][5] = {};
-        turn[0][0] = turn[3][3] = f.along.x;
-        turn[0][1] = turn[3][4] = f.along.y;
-        turn[1][0] = turn[4][3] = f.outward.x;
-        turn[1][1] = turn[4][4] = f.outward.y;
-        turn[2][2] = primitive(k).arc ? 1 : 0;
-        double half[5][5];
-        for (int r = 0; r < 5; ++r) {
-            for (int c = 0; c < 5; ++c) {
-                half[r][c] = 0;
-                for (int i = 0; i < 5; ++i)
-                    half[r][c] += normal[r][i] * turn[i][c];
-            }
-        }
+        const Frame &f = frame(k);
+        const Eigen::Matrix4d sums = f.products(moments[index(k)]);
+        const Eigen::Matrix<double, 5, 4> change = f.changeTerms(primitive(k).arc);
+        const Eigen::Vector4d distance = sums * f.distanceTerms();
         int at[5];
         places(k, at);
         for (int r = 0; r < 5; ++r) {
-            double sum = 0;
-            for (int i = 0; i < 5; ++i)
-                sum += turn[i][r] * side[i];
-            (*right)[index(at[r])] += sum;
-            for (int c = 0; c < 5; ++c) {
-                double value = 0;
-                for (int i = 0; i < 5; ++i)
-                    value += turn[i][r] * half[i][c];
-                if (at[c] <= at[r])
-                    matrix->add(at[r], at[c], value);
-            }
+            const Eigen::Vector4d weighted = sums * change.row(r).transpose();
+            (*right)[index(at[r])] -= change.row(r).dot(distance);
+            for (int c = 0; c <= r; ++c)
+                addProduct(at[r], at[c], r != c, change.row(c).dot(weighted), matrix);
         }
+    }
+
+    // Both halves of a product of two unknowns; where a path is one span, both may be one.
+    static void addProduct(int r, int c, bool two, double value, Skyline *matrix)
+    {
+        matrix->add(r, c, r == c && two ? 2 * value : value);
     }
 
     // How the direction at a span's start or end changes with its five unknowns.
     void tangentGradient(int k, bool atEnd, double gradient[5]) const
     {
-        const Frame f = frame(k);
+        const Frame &f = frame(k);
         const double sign = atEnd ? 1 : -1;
         const double bySagitta = primitive(k).arc ? sign * f.sweepBySagitta() : 0;
         const double byHalf = sign * f.sweepByHalf() * 0.5;
@@ -418,8 +424,8 @@ private:
 
     double kink(int k) const
     {
-        const Frame a = frame(before(k));
-        const Frame b = frame(k);
+        const Frame &a = frame(before(k));
+        const Frame &b = frame(k);
         const double chords = std::atan2(cross(a.along, b.along), dot(a.along, b.along));
         return wrapped(chords - a.halfSweep() - b.halfSweep());
     }
@@ -437,10 +443,8 @@ private:
             gradient[i] = -gradient[i];
         for (int r = 0; r < 10; ++r) {
             (*right)[index(at[r])] -= weight * gradient[r] * residual;
-            for (int c = 0; c < 10; ++c) {
-                if (at[c] <= at[r])
-                    matrix->add(at[r], at[c], weight * gradient[r] * gradient[c]);
-            }
+            for (int c = 0; c <= r; ++c)
+                addProduct(at[r], at[c], r != c, weight * gradient[r] * gradient[c], matrix);
         }
     }
 
@@ -486,17 +490,18 @@ private:
             if (after(k) < count)
                 smooth[index(after(k))] = 0;
         }
+        measureFrames();
     }
 
     bool isStray(int k) const
     {
-        const Frame f = frame(k);
+        const Frame &f = frame(k);
         const Span &span = spans[index(k)];
         const double length = 2 * f.halfSweep() / f.curvature;
         if (!(length < 1.3 * points.walk(span.first, std::max(span.first, span.last - 1)) + 3))
             return true;
         for (int i = span.first; i < span.last; ++i) {
-            if (!(std::fabs(f.distance(points.at(i), nullptr)) < kMissed))
+            if (!(std::fabs(f.distance(points.at(i))) < kMissed))
                 return true;
         }
         return false;
@@ -505,13 +510,12 @@ private:
     double misfitOf(int k) const
     {
         const Span &span = spans[index(k)];
-        const Frame f = frame(k);
-        double chi2 = 0;
-        for (int i = span.first; i < span.last; ++i) {
-            const double d = f.distance(points.at(i), nullptr);
-            chi2 += d * d * points.weightOf(i);
-        }
-        return table.judgement.misfit(chi2, span.last - span.first);
+        if (span.first == span.last)
+            return 0;
+        const Frame &f = frame(k);
+        const Eigen::Vector4d terms = f.distanceTerms();
+        const double chi2 = terms.dot(f.products(moments[index(k)]) * terms);
+        return table.judgement.misfit(std::max(0.0, chi2), span.last - span.first);
     }
 
     // Makes corners of the joints whose spans lost more than a corner is worth. True where one was.
@@ -544,7 +548,7 @@ private:
             const Span &span = spans[index(k)];
             const Point a = vertex[index(k)];
             const Point b = points.closed && count == 1 ? a : vertex[index(after(k))];
-            const Frame f = frame(k);
+            const Frame &f = frame(k);
             const bool arc = primitive(k).arc && std::fabs(sagitta[index(k)]) > 0;
             Piece piece = arc ? arcPiece(a, b, 2 * sagitta[index(k)] / f.length) : linePiece(a, b);
             piece.first = span.first;
@@ -565,13 +569,15 @@ private:
     const std::vector<Span> spans;
     const int count;
     const int vertices;
-    std::vector<char> smooth; // per joint
+    std::vector<Moments> moments; // per span
+    std::vector<char> smooth;     // per joint
     std::vector<Point> anchors;
     std::vector<Point> slide; // per vertex: the joint's tangent, 0 at corners
     std::vector<Point> vertex;
     std::vector<double> sagitta;
-    std::vector<char> strays; // per vertex: left its points in the last solve
-    std::vector<char> held;   // per vertex: stays at its anchor
+    std::vector<Frame> frames; // per span, of vertices and sagitta
+    std::vector<char> strays;  // per vertex: left its points in the last solve
+    std::vector<char> held;    // per vertex: stays at its anchor
 };
 
 } // namespace

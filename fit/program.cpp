@@ -2,6 +2,7 @@
 #include "fit/program.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace ztrace::fit {
@@ -10,12 +11,13 @@ namespace {
 
 // Ends in a row at which neither kind can win before longer spans are given up. Residuals of curves
 // are not monotone, so one is not enough.
-const int kFailures = 3;
+const int kFailures = 2;
 // Nats a point, and numbers, that a span's misfit must exceed to count as a failure, and not to be
 // taken. Relative to the
 // points: an absolute bound breaks every long line of a staircase.
 const double kHopelessPerPoint = 1;
-const double kHopelessNumbers = 8;
+const double kHopelessNumbers = 5;
+const double kRounding = 1e-9; // nats
 
 struct State
 {
@@ -86,7 +88,9 @@ private:
         for (const int last : ends) {
             if (last - first < 2 && size > 1)
                 continue;
-            const double most = best[static_cast<std::size_t>(last)] + cornerCost() - before;
+            const double most
+                = std::min(best[static_cast<std::size_t>(last)] + cornerCost(), reach.limitAt(last))
+                - before;
             const SpanPair pair = spansOf(table, first, last, most);
             const double hopeless = reach.mayCut() && last - first > 3
                 ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
@@ -123,62 +127,75 @@ private:
     {
         const double own = span.misfit + table.priceOf(span);
         const auto last = static_cast<std::size_t>(span.last);
-        State candidate = { own, -1, -1, span, {} };
-        if (span.first > 0 && !joinBest(own, &candidate))
+        Way way = { own, -1, false };
+        if (span.first > 0)
+            way = bestWay(span, best[last] + cornerCost() - own);
+        if (span.first > 0 && way.before < 0)
             return;
-        if (candidate.cost > best[last] + cornerCost())
+        const double cost = span.first > 0 ? way.cost + own : own;
+        if (cost > best[last] + cornerCost())
             return;
-        best[last] = std::min(best[last], candidate.cost);
-        candidate.next = head[last];
-        head[last] = static_cast<int>(states.size());
-        states.push_back(candidate);
+        best[last] = std::min(best[last], cost);
+        states.push_back({ cost, way.before, head[last], span, {} });
+        states.back().span.smooth = way.smooth;
+        head[last] = static_cast<int>(states.size()) - 1;
     }
 
-    bool joinBest(double own, State *candidate) const
+    struct Way
     {
-        const SpanEnd start = startOf(table.points, candidate->span);
-        double least = std::numeric_limits<double>::infinity();
-        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= candidate->span.first; ++k) {
-            const int at = candidate->span.first - k;
+        double cost; // with the joint
+        int before;  // state; -1 where all are dearer than asked for
+        bool smooth;
+    };
+
+    // The cheapest way to the begin of a span that costs `most` at most.
+    Way bestWay(const Span &span, double most) const
+    {
+        const SpanEnd start = startOf(table.points, span);
+        Way way = { most + kRounding, -1, false };
+        for (int k = 0; k <= table.judgement.mayLeaveOut && k <= span.first; ++k) {
+            const int at = span.first - k;
             for (int s = keptFrom(at); s < keptFrom(at + 1); ++s) {
                 const int before = survivors[static_cast<std::size_t>(s)];
-                if (state(before).cost + leftOutCost(k) >= least)
+                if (state(before).cost + leftOutCost(k) >= way.cost)
                     break;
                 bool smooth = false;
                 const double joint = jointCost(table, state(before).end, start, k, &smooth);
-                if (state(before).cost + joint >= least)
-                    continue;
-                least = state(before).cost + joint;
-                candidate->before = before;
-                candidate->span.smooth = smooth;
+                if (state(before).cost + joint < way.cost
+                    && (k == 0 || mayLeaveOut(table.points, state(before).span, span)))
+                    way = { state(before).cost + joint, before, smooth };
             }
         }
-        candidate->cost = least + own;
-        return candidate->before >= 0;
+        return way;
     }
 
     // The cheapest way to the end. A closed chain's joint at its ends may leave points out, too.
     Answer bestEnd() const
     {
         Answer answer = { {}, std::numeric_limits<double>::infinity() };
-        int last = -1;
         const int most = table.points.closed ? table.judgement.mayLeaveOut : 0;
         for (int k = 0; k <= most && k < size; ++k) {
             const int at = keptFrom(size - k);
             if (at == keptFrom(size - k + 1))
                 continue;
             const int s = survivors[static_cast<std::size_t>(at)];
-            const double cost
-                = state(s).cost + (k > 0 ? cornerCost() + k * table.judgement.leftOut : 0);
-            if (cost < answer.cost) {
-                answer.cost = cost;
-                last = s;
-            }
+            const double cost = state(s).cost + leftOutCost(k);
+            if (cost >= answer.cost)
+                continue;
+            std::vector<Span> spans = wayTo(s);
+            if (k == 0 || mayLeaveOut(table.points, spans.back(), spans.front()))
+                answer = { std::move(spans), cost };
         }
-        for (int s = last; s >= 0; s = state(s).before)
-            answer.spans.push_back(state(s).span);
-        std::reverse(answer.spans.begin(), answer.spans.end());
         return answer;
+    }
+
+    std::vector<Span> wayTo(int last) const
+    {
+        std::vector<Span> spans;
+        for (int s = last; s >= 0; s = state(s).before)
+            spans.push_back(state(s).span);
+        std::reverse(spans.begin(), spans.end());
+        return spans;
     }
 
     double cornerCost() const { return table.numbers(table.prices.corner); }

@@ -11,7 +11,7 @@ namespace ztrace::fit {
 // Which spans are looked at.
 //
 // Every      all of them, O(n^2); the reference of tests and the choice for the shortest chains
-// Lattice    those of about length L that begin and end at multiples of L / 8 or near corners
+// Lattice    those of about length L that begin and end at multiples of L / 4 or near corners
 // Refinement those between points near the breaks of an earlier answer, over up to three of its
 // spans
 class Reach
@@ -19,13 +19,21 @@ class Reach
 public:
     static Reach every(int size);
     static Reach lattice(const Points &points);
-    static Reach refinement(int size, const std::vector<Span> &spans, int radius);
+    static Reach refinement(const Table &table, const std::vector<Span> &spans, int radius);
+    // A refinement near the begin of one span only; the other breaks stay or vanish.
+    static Reach seam(const Table &table, const std::vector<Span> &spans, int span, int radius);
 
     // The ends of spans from break `first`, ascending in length; empty where no span begins.
     void endsFrom(int first, std::vector<int> *ends) const;
     bool mayCut() const { return kind != Kind::Every; }
+    // Nats; dearer ways to this break lead to nothing better than the earlier answer.
+    double limitAt(int at) const
+    {
+        return limits.empty() ? kAnyCost : limits[static_cast<std::size_t>(at)];
+    }
 
 private:
+    static Reach around(const Table &table, const std::vector<Span> &spans, int radius, int seam);
     enum class Kind { Every, Lattice, Refinement };
     void latticeEnds(int first, std::vector<int> *ends) const;
 
@@ -34,6 +42,7 @@ private:
     std::vector<int> corners;   // lattice: breaks near corners; refinement: all breaks; ascending
     std::vector<char> isCorner; // per break
     std::vector<int> group;     // refinement: per element of `corners`
+    std::vector<double> limits; // refinement: per break
 };
 
 // The break of a closed chain around which the walk turns least: a good place to cut it, since

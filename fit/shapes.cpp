@@ -4,6 +4,7 @@
 #include <Eigen/Dense>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
 
@@ -16,7 +17,14 @@ const double kPi = 3.14159265358979323846;
 // 12 for rectangles, between them for rounded ones. Room for noise and the steps of small shapes.
 const double kLeastRatio = 11.6;
 const int kRounds = 12;
-const double kSettled = 1e-7;
+const double kSettled = 1e-6;
+// Steps, pixels and radians, below which all points are looked at instead of about this many.
+const double kRough = 1e-2;
+const int kRoughPoints = 64;
+// Sum of squares of distances in deviations over which a path of lines is cheaper than a shape: per
+// point and beyond. Generous, as deviations may be understated.
+const double kHopelessPerPoint = 300;
+const double kHopeless = 2000;
 // Pixels from both sides of a corner within which pixels see both.
 const double kCornerZone = 2;
 // Radii below this cannot be told from a corner: its points are all in the zone.
@@ -39,35 +47,79 @@ struct Residual
     Eigen::Matrix<double, N, 1> change;
 };
 
-// Weighted least squares over all points. `shape` gives the Residual of a point, `limit` brings
-// parameters back into their range.
-template<int N, typename Shape, typename Limit>
-bool gaussNewton(const Points &points, Eigen::Matrix<double, N, 1> *parameters, Shape shape,
-                 Limit limit)
+template<int N>
+struct Normal
 {
-    for (int round = 0; round < kRounds; ++round) {
-        Eigen::Matrix<double, N, N> normal = Eigen::Matrix<double, N, N>::Zero();
-        Eigen::Matrix<double, N, 1> right = Eigen::Matrix<double, N, 1>::Zero();
-        for (int i = 0; i < points.size(); ++i) {
-            const Residual<N> r = shape(*parameters, points.at(i));
-            const double weight = points.weightOf(i);
-            normal.template selfadjointView<Eigen::Lower>().rankUpdate(r.change, weight);
-            right -= weight * r.distance * r.change;
+    static constexpr std::size_t kSize = static_cast<std::size_t>(N);
+    std::array<std::array<double, kSize>, kSize> products = {};
+    std::array<double, kSize> right = {};
+    double chi2 = 0;
+
+    void add(const Residual<N> &r, double weight)
+    {
+        chi2 += weight * r.distance * r.distance;
+        for (std::size_t i = 0; i < kSize; ++i) {
+            const double change = weight * r.change[int(i)];
+            right[i] -= change * r.distance;
+            for (std::size_t k = 0; k <= i; ++k)
+                products[i][k] += change * r.change[int(k)];
         }
-        // A parameter that no point sees stays where it is.
-        for (int k = 0; k < N; ++k)
-            normal(k, k) += 1e-6;
+    }
+
+    // False where the points say nothing.
+    bool solve(Eigen::Matrix<double, N, 1> *step) const
+    {
+        Eigen::Matrix<double, N, N> matrix;
+        Eigen::Matrix<double, N, 1> side;
+        for (std::size_t i = 0; i < kSize; ++i) {
+            side[int(i)] = right[i];
+            for (std::size_t k = 0; k <= i; ++k)
+                matrix(int(i), int(k)) = products[i][k];
+            // A parameter that no point sees stays where it is.
+            matrix(int(i), int(i)) += 1e-6;
+        }
         const Eigen::LLT<Eigen::Matrix<double, N, N>> factors(
-            normal.template selfadjointView<Eigen::Lower>());
+            matrix.template selfadjointView<Eigen::Lower>());
         if (factors.info() != Eigen::Success)
             return false;
-        const Eigen::Matrix<double, N, 1> step = factors.solve(right);
-        if (!step.allFinite())
+        *step = factors.solve(side);
+        return step->allFinite();
+    }
+};
+
+// Whether a shape is so far from n points that some path of lines is cheaper in any case: what
+// the moments gave may be far off, by round 3 it is not.
+bool isHopeless(double chi2, int n, int round)
+{
+    static const double room[4] = { 1000, 100, 10, 1 };
+    return !(chi2 < room[std::min(round, 3)] * (kHopelessPerPoint * n + kHopeless));
+}
+
+// Weighted least squares over all points, the first rounds over some of them. `Shape` is made of
+// parameters and gives the Residual of a point, `limit` brings parameters back into their range.
+// False where no such shape is near the points.
+template<int N, typename Shape, typename Limit>
+bool gaussNewton(const Points &points, Eigen::Matrix<double, N, 1> *parameters, Limit limit)
+{
+    const int n = points.size();
+    int stride = 1 + n / kRoughPoints;
+    for (int round = 0; round < kRounds; ++round) {
+        const Shape shape(*parameters);
+        Normal<N> normal;
+        for (int i = 0; i < n; i += stride) {
+            const double weight = points.weightOf(i);
+            normal.add(shape.residual(points.at(i)), weight);
+        }
+        Eigen::Matrix<double, N, 1> step;
+        if (isHopeless(normal.chi2 * stride, n, round) || !normal.solve(&step))
             return false;
         *parameters += step;
         limit(parameters);
-        if (step.cwiseAbs().maxCoeff() < kSettled)
+        const double largest = step.cwiseAbs().maxCoeff();
+        if (largest < kSettled && stride == 1)
             break;
+        if (largest < kRough)
+            stride = 1;
     }
     return true;
 }
@@ -77,61 +129,85 @@ using Vector5 = Eigen::Matrix<double, 5, 1>;
 using Vector6 = Eigen::Matrix<double, 6, 1>;
 
 // Parameters: centre, radius.
-Residual<3> toCircle(const Vector3 &s, Point p)
+struct ToCircle
 {
-    const Point d = { p.x - s[0], p.y - s[1] };
-    const double length = std::max(std::hypot(d.x, d.y), 1e-12);
-    return { length - s[2], Vector3(-d.x / length, -d.y / length, -1) };
-}
+    const Vector3 s;
+    explicit ToCircle(const Vector3 &parameters) : s(parameters) { }
+
+    Residual<3> residual(Point p) const
+    {
+        const Point d = { p.x - s[0], p.y - s[1] };
+        const double length = std::max(std::sqrt(dot(d, d)), 1e-12);
+        return { length - s[2], Vector3(-d.x / length, -d.y / length, -1) };
+    }
+};
 
 // Parameters: centre, half axes, angle. The distance is that of first order in the scale by which
 // the ellipse would pass through the point: exact for circles, off by the square of the distance
 // over the radius of curvature elsewhere.
-Residual<5> toEllipse(const Vector5 &s, Point p)
+struct ToEllipse
 {
-    const double c = std::cos(s[4]);
-    const double n = std::sin(s[4]);
-    const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
-    const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
-    const double a = s[2];
-    const double b = s[3];
-    const double scale = std::max(std::sqrt(u * u / (a * a) + v * v / (b * b)), 1e-9);
-    const double gu = u / (a * a * scale);
-    const double gv = v / (b * b * scale);
-    const double length = std::max(std::hypot(gu, gv), 1e-12);
-    Residual<5> r;
-    r.distance = (scale - 1) / length;
-    r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gu * u / a, -gv * v / b, gu * v - gv * u;
-    r.change /= length;
-    return r;
-}
+    const Vector5 s;
+    const double c;
+    const double n;
+    explicit ToEllipse(const Vector5 &parameters)
+        : s(parameters), c(std::cos(parameters[4])), n(std::sin(parameters[4]))
+    { }
 
-// Parameters: centre, half width and height, angle, radius.
-Residual<6> toRoundedRectangle(const Vector6 &s, Point p)
-{
-    const double c = std::cos(s[4]);
-    const double n = std::sin(s[4]);
-    const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
-    const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
-    const double x = std::fabs(u) - s[2] + s[5];
-    const double y = std::fabs(v) - s[3] + s[5];
-    double gx = x > y ? 1 : 0;
-    double gy = 1 - gx;
-    Residual<6> r;
-    r.distance = std::max(x, y) - s[5];
-    double byRadius = 0;
-    if (x > 0 && y > 0) {
-        const double length = std::max(std::hypot(x, y), 1e-12);
-        gx = x / length;
-        gy = y / length;
-        r.distance = length - s[5];
-        byRadius = gx + gy - 1;
+    Residual<5> residual(Point p) const
+    {
+        const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
+        const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
+        const double a = s[2];
+        const double b = s[3];
+        const double scale = std::max(std::sqrt(u * u / (a * a) + v * v / (b * b)), 1e-9);
+        const double gu = u / (a * a * scale);
+        const double gv = v / (b * b * scale);
+        const double length = std::max(std::sqrt(gu * gu + gv * gv), 1e-12);
+        Residual<5> r;
+        r.distance = (scale - 1) / length;
+        r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gu * u / a, -gv * v / b,
+            gu * v - gv * u;
+        r.change /= length;
+        return r;
     }
-    const double gu = u < 0 ? -gx : gx;
-    const double gv = v < 0 ? -gy : gy;
-    r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gx, -gy, gu * v - gv * u, byRadius;
-    return r;
-}
+};
+
+// Parameters: centre, half width and height, angle, radius, which stays where it is not rounded.
+template<bool rounded>
+struct ToRectangle
+{
+    const Vector6 s;
+    const double c;
+    const double n;
+    explicit ToRectangle(const Vector6 &parameters)
+        : s(parameters), c(std::cos(parameters[4])), n(std::sin(parameters[4]))
+    { }
+
+    Residual<6> residual(Point p) const
+    {
+        const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
+        const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
+        const double x = std::fabs(u) - s[2] + s[5];
+        const double y = std::fabs(v) - s[3] + s[5];
+        double gx = x > y ? 1 : 0;
+        double gy = 1 - gx;
+        Residual<6> r;
+        r.distance = std::max(x, y) - s[5];
+        double byRadius = 0;
+        if (x > 0 && y > 0) {
+            const double length = std::max(std::sqrt(x * x + y * y), 1e-12);
+            gx = x / length;
+            gy = y / length;
+            r.distance = length - s[5];
+            byRadius = rounded ? gx + gy - 1 : 0;
+        }
+        const double gu = u < 0 ? -gx : gx;
+        const double gv = v < 0 ? -gy : gy;
+        r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gx, -gy, gu * v - gv * u, byRadius;
+        return r;
+    }
+};
 
 Piece wholePiece(Kind kind, const Points &points, Point centre, double a, double b, double angle)
 {
@@ -187,15 +263,15 @@ private:
     }
 
     // Enters a shape; true where nothing else needs to be tried.
-    template<int N, typename Shape>
-    bool enter(Piece piece, const Eigen::Matrix<double, N, 1> &s, Shape shape, bool corners)
+    template<typename Shape>
+    bool enter(Piece piece, const Shape &shape, bool corners)
     {
         double chi2 = 0;
         double left = 0;
         double farthest = 0; // beyond half a crack
         int counted = 0;
         for (int i = 0; i < points.size(); ++i) {
-            const double d = shape(s, points.at(i)).distance;
+            const double d = shape.residual(points.at(i)).distance;
             const double part = d * d * points.weightOf(i);
             const bool out = corners && table.judgement.mayLeaveOut > 0
                 && nearCorner(piece, points.at(i))
@@ -237,10 +313,10 @@ private:
     bool circle()
     {
         Vector3 s(moments.centre.x, moments.centre.y, std::sqrt(std::fabs(moments.area) / kPi));
-        if (!gaussNewton<3>(points, &s, toCircle, [](Vector3 *) {}) || !(s[2] > 0))
+        if (!gaussNewton<3, ToCircle>(points, &s, [](Vector3 *) {}) || !(s[2] > 0))
             return false;
         const Piece piece = wholePiece(Kind::Circle, points, { s[0], s[1] }, s[2], s[2], 0);
-        return enter<3>(piece, s, toCircle, false);
+        return enter(piece, ToCircle(s), false);
     }
 
     // Where an ellipse is as expected only because its two more numbers took up some steps.
@@ -262,10 +338,10 @@ private:
             (*v)[2] = std::max((*v)[2], 0.1);
             (*v)[3] = std::max((*v)[3], 0.1);
         };
-        if (!gaussNewton<5>(points, &s, toEllipse, limit))
+        if (!gaussNewton<5, ToEllipse>(points, &s, limit))
             return false;
         const Piece piece = wholePiece(Kind::Ellipse, points, { s[0], s[1] }, s[2], s[3], s[4]);
-        return enter<5>(piece, s, toEllipse, false);
+        return enter(piece, ToEllipse(s), false);
     }
 
     // The direction of the sides: the mean of chords' directions, each taken four times around.
@@ -298,7 +374,7 @@ private:
         s << moments.centre.x, moments.centre.y, a, b, angle, 0;
         // Both where both are offered: few points tell a small rounding from a corner.
         if (offered(table.prices.rectangle))
-            fitRectangle(s, 0);
+            fitRectangle<false>(s);
         if (!offered(table.prices.roundedRectangle))
             return;
         // The inertia is a little smaller than without the rounding; what the area lacks is the
@@ -306,38 +382,33 @@ private:
         const double lacking = std::max(0.0, 4 * a * b - std::fabs(moments.area));
         const double least = std::min(a, b);
         s[5] = std::min(0.9 * least, std::max(0.2 * least, std::sqrt(lacking / (4 - kPi))));
-        fitRectangle(s, 1);
+        fitRectangle<true>(s);
     }
 
-    bool fitRectangle(Vector6 s, int rounding)
+    template<bool rounded>
+    bool fitRectangle(Vector6 s)
     {
-        const auto limit = [rounding](Vector6 *v) {
+        const auto limit = [](Vector6 *v) {
             (*v)[2] = std::max((*v)[2], 0.1);
             (*v)[3] = std::max((*v)[3], 0.1);
             const double most = std::min((*v)[2], (*v)[3]);
-            (*v)[5] = rounding ? std::min(most, std::max((*v)[5], 0.1)) : 0;
+            (*v)[5] = rounded ? std::min(most, std::max((*v)[5], 0.1)) : 0;
         };
-        const auto shape = [rounding](const Vector6 &v, Point p) {
-            Residual<6> r = toRoundedRectangle(v, p);
-            if (!rounding)
-                r.change[5] = 0;
-            return r;
-        };
-        if (!gaussNewton<6>(points, &s, shape, limit))
+        if (!gaussNewton<6, ToRectangle<rounded>>(points, &s, limit))
             return false;
-        if (!rounding && points.edge == Edge::Soft)
-            awayFromCorners(&s, shape, limit);
-        if (rounding && s[5] < kLeastRadius)
+        if (!rounded && points.edge == Edge::Soft)
+            awayFromCorners(&s, limit);
+        if (rounded && s[5] < kLeastRadius)
             return false;
         Piece piece = wholePiece(Kind::RoundedRectangle, points, { s[0], s[1] }, s[2], s[3], s[4]);
         piece.radius = s[5];
-        return enter<6>(piece, s, shape, !rounding);
+        return enter(piece, ToRectangle<rounded>(s), !rounded);
     }
 
     // Once more without the points near the corners, unless nearly none are left (the caps of
     // lines).
-    template<typename Shape, typename Limit>
-    void awayFromCorners(Vector6 *s, Shape shape, Limit limit) const
+    template<typename Limit>
+    void awayFromCorners(Vector6 *s, Limit limit) const
     {
         const Piece piece = wholePiece(Kind::RoundedRectangle, points, { (*s)[0], (*s)[1] },
                                        (*s)[2], (*s)[3], (*s)[4]);
@@ -349,7 +420,7 @@ private:
                 sides.weight[static_cast<std::size_t>(i)] = 0;
         }
         Vector6 again = *s;
-        if (gaussNewton<6>(sides, &again, shape, limit))
+        if (gaussNewton<6, ToRectangle<false>>(sides, &again, limit))
             *s = again;
     }
 

@@ -23,9 +23,10 @@ public:
         std::size_t at = 0;
         for (std::size_t r = 0; r < first.size(); ++r) {
             at += r + 1 - static_cast<std::size_t>(first[r]);
-            diagonal.push_back(at - 1);
+            diagonal.push_back(static_cast<std::ptrdiff_t>(at) - 1);
         }
         values.assign(at, 0.0);
+        inverse.assign(first.size(), 0.0);
     }
 
     void clear() { std::fill(values.begin(), values.end(), 0.0); }
@@ -38,40 +39,42 @@ public:
         const int n = static_cast<int>(first.size());
         double *x = b->data();
         for (int r = 0; r < n; ++r) {
+            double *own = row(r);
             for (int c = start(r); c <= r; ++c) {
-                const int from = std::max(start(r), start(c));
-                double sum = at(r, c);
-                for (int k = from; k < c; ++k)
-                    sum -= at(r, k) * at(c, k);
+                const double *other = row(c);
+                double sum = own[c];
+                for (int k = std::max(start(r), start(c)); k < c; ++k)
+                    sum -= own[k] * other[k];
                 if (c < r)
-                    at(r, c) = sum / at(c, c);
+                    own[c] = sum * inverse[static_cast<std::size_t>(c)];
                 else if (sum > 0)
-                    at(r, r) = std::sqrt(sum);
+                    inverse[static_cast<std::size_t>(r)] = 1 / std::sqrt(sum);
                 else
                     return false;
             }
             for (int k = start(r); k < r; ++k)
-                x[r] -= at(r, k) * x[k];
-            x[r] /= at(r, r);
+                x[r] -= own[k] * x[k];
+            x[r] *= inverse[static_cast<std::size_t>(r)];
         }
         for (int r = n - 1; r >= 0; --r) {
-            x[r] /= at(r, r);
+            const double *own = row(r);
+            x[r] *= inverse[static_cast<std::size_t>(r)];
             for (int k = start(r); k < r; ++k)
-                x[k] -= at(r, k) * x[r];
+                x[k] -= own[k] * x[r];
         }
         return true;
     }
 
 private:
     int start(int r) const { return first[static_cast<std::size_t>(r)]; }
-    double &at(int r, int c)
-    {
-        return values[diagonal[static_cast<std::size_t>(r)] - static_cast<std::size_t>(r - c)];
-    }
+    double &at(int r, int c) { return row(r)[c]; }
+    // So that row(r)[c] is the element; valid from start(r) to r.
+    double *row(int r) { return values.data() + (diagonal[static_cast<std::size_t>(r)] - r); }
 
     std::vector<int> first;
-    std::vector<std::size_t> diagonal;
+    std::vector<std::ptrdiff_t> diagonal;
     std::vector<double> values;
+    std::vector<double> inverse; // of the factors' diagonal
 };
 
 } // namespace ztrace::fit

@@ -8,11 +8,11 @@ namespace ztrace::fit {
 
 namespace {
 
-// Points a block: up to half as many pixels wide, so that fourth powers keep 6 digits of a span of
-// 20 points with a radius of 10.
-const int kBlock = 1024;
 // More steps than the polynomial ever needed on 10^6 random spans.
 const int kNewtonSteps = 12;
+// Of the root, which is the mean squared distance; the next step is about the square of that.
+const double kSettled = 1e-3;
+const double kAnyRoot = 1e300;
 
 template<typename Entry>
 void add(Entry *sum, double w, double x, double y)
@@ -85,21 +85,10 @@ Sums::Sums(const Points &points)
     }
 }
 
-Moments Sums::within(int block, int first, int last) const
-{
-    const Entry &a = prefix[static_cast<std::size_t>(first + block)];
-    const Entry &b = prefix[static_cast<std::size_t>(last + block)];
-    const Point origin = origins[static_cast<std::size_t>(block)];
-    return { b.w - a.w,   b.x - a.x,   b.y - a.y,   b.xx - a.xx, b.xy - a.xy, b.yy - a.yy,
-             b.xz - a.xz, b.yz - a.yz, b.zz - a.zz, origin.x,    origin.y };
-}
-
-Moments Sums::over(int first, int last) const
+Moments Sums::overBlocks(int first, int last) const
 {
     const int firstBlock = first / kBlock;
     const int lastBlock = (last - 1) / kBlock;
-    if (firstBlock == lastBlock)
-        return within(firstBlock, first, last);
     const Point origin = origins[static_cast<std::size_t>((firstBlock + lastBlock) / 2)];
     Moments sum = {};
     sum.ox = origin.x;
@@ -136,18 +125,6 @@ Point Primitive::tangent(Point p) const
     return length > 0 ? Point { -turn * d.y / length, turn * d.x / length } : Point { 1, 0 };
 }
 
-LineMoments lineMoments(const Moments &m)
-{
-    const double mx = m.x / m.w;
-    const double my = m.y / m.w;
-    const double xx = m.xx / m.w - mx * mx;
-    const double yy = m.yy / m.w - my * my;
-    const double xy = m.xy / m.w - mx * my;
-    const double half = 0.5 * (xx - yy);
-    const double least = 0.5 * (xx + yy) - std::sqrt(half * half + xy * xy);
-    return { mx, my, xx, xy, yy, std::max(0.0, least) };
-}
-
 Primitive lineOf(const Moments &m, const LineMoments &c, Point first, Point last)
 {
     // The eigenvector of the larger eigenvalue, from the row that keeps more digits.
@@ -163,17 +140,18 @@ Primitive lineOf(const Moments &m, const LineMoments &c, Point first, Point last
 
 bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle)
 {
+    const double part = 1 / m.w;
     const double mz = c.xx + c.yy;
     const double q = c.mx * c.mx + c.my * c.my;
     const double z = m.xx + m.yy;
     // Around the mean: shifted() with dx = -mean, written out for the three that are needed.
     const double zNew = z - 2 * c.mx * m.x - 2 * c.my * m.y + q * m.w;
-    const double xz = (m.xz - 2 * c.mx * m.xx - 2 * c.my * m.xy + q * m.x - c.mx * zNew) / m.w;
-    const double yz = (m.yz - 2 * c.mx * m.xy - 2 * c.my * m.yy + q * m.y - c.my * zNew) / m.w;
+    const double xz = (m.xz - 2 * c.mx * m.xx - 2 * c.my * m.xy + q * m.x - c.mx * zNew) * part;
+    const double yz = (m.yz - 2 * c.mx * m.xy - 2 * c.my * m.yy + q * m.y - c.my * zNew) * part;
     const double zz = (m.zz + 4 * c.mx * c.mx * m.xx + 4 * c.my * c.my * m.yy + q * q * m.w
                        - 4 * c.mx * m.xz - 4 * c.my * m.yz + 2 * q * z + 8 * c.mx * c.my * m.xy
                        - 4 * q * (c.mx * m.x + c.my * m.y))
-        / m.w;
+        * part;
     const double cov = c.xx * c.yy - c.xy * c.xy;
     const double a3 = 4 * mz;
     const double a2 = -3 * mz * mz - zz;
@@ -185,10 +163,10 @@ bool circleOf(const Moments &m, const LineMoments &c, Primitive *circle)
     for (int step = 0; step < kNewtonSteps; ++step) {
         const double slope = a1 + root * (2 * a2 + root * 3 * a3);
         const double next = root - value / slope;
-        if (!(next > root) || !std::isfinite(next))
+        if (!(next > root) || !(next < kAnyRoot))
             break;
         const double nextValue = a0 + next * (a1 + next * (a2 + next * a3));
-        const bool settled = next - root < 1e-6 * next;
+        const bool settled = next - root < kSettled * next;
         if (std::fabs(nextValue) >= std::fabs(value))
             break;
         root = next;

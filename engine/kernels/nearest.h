@@ -4,6 +4,7 @@
 #ifndef ZTRACE_KERNELS_NEAREST_H
 #define ZTRACE_KERNELS_NEAREST_H
 
+#include <cstddef>
 #include <cstdlib>
 
 namespace ztrace {
@@ -31,7 +32,7 @@ inline int nearestPlain(const signed char *pixel, const signed char *palette, in
     int best = 0;
     int bestDistance = kFarthest;
     for (int k = 0; k < count; ++k) {
-        const int distance = weightedL1(pixel, palette + kChannels * k);
+        const int distance = weightedL1(pixel, palette + std::ptrdiff_t(kChannels) * k);
         if (distance < bestDistance) {
             best = k;
             bestDistance = distance;

@@ -27,7 +27,7 @@ public:
 
     // An empty, open polyline.
     ZPolyline();
-    virtual ~ZPolyline();
+    ~ZPolyline() override;
 
     // Appends a vertex; from the second on this makes a piece from the end point to `vertex`, with
     // the bulge and the widths that the vertex before it was given.
@@ -58,13 +58,13 @@ public:
     double getStartWidthAt(int index) const { return styleAt(index).startWidth; }
     double getEndWidthAt(int index) const { return styleAt(index).endWidth; }
 
-    virtual ZVector getStartPoint() const;
-    virtual ZVector getEndPoint() const;
-    virtual ZBox getBoundingBox() const;
-    virtual double getLength() const;
+    ZVector getStartPoint() const override;
+    ZVector getEndPoint() const override;
+    ZBox getBoundingBox() const override;
+    double getLength() const override;
 
     // Lines as polylines of one piece, arcs likewise, splines as ZSpline.
-    virtual QList<QSharedPointer<ZShape>> getExploded() const;
+    QList<QSharedPointer<ZShape>> getExploded() const override;
 
     // Exact comparison, piece by piece.
     bool operator==(const ZPolyline &other) const;

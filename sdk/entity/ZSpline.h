@@ -16,7 +16,7 @@ class ZELVORA_EXPORT ZSpline : public ZShape
 {
 public:
     ZSpline();
-    virtual ~ZSpline();
+    ~ZSpline() override;
 
     // Degree of the pieces; a new spline has 3. Values below 1 are taken as 1.
     void setDegree(int degree);
@@ -29,12 +29,12 @@ public:
     // Source: de Boor's algorithm. Not valid for a spline without control points.
     ZVector getPointAt(double t) const;
 
-    virtual ZVector getStartPoint() const;
-    virtual ZVector getEndPoint() const;
-    virtual ZBox getBoundingBox() const;
+    ZVector getStartPoint() const override;
+    ZVector getEndPoint() const override;
+    ZBox getBoundingBox() const override;
 
     // From chord lengths of ever finer pieces by Richardson's extrapolation, to 12 digits.
-    virtual double getLength() const;
+    double getLength() const override;
 
 private:
     int degree;

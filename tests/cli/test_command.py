@@ -338,7 +338,7 @@ class Failing(CommandTest):
 
     def test_images_are_not_replaced(self):
         """`ztrace a.png b.png` means two inputs, and its reader might make an output of the second."""
-        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; for several images")
+        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch")
         for name, data in ("b.png", ring(RED, WHITE, WHITE)), ("b.svg", ring(RED, WHITE, WHITE)):
             self.write(name, data)
             self.assert_refused("a.png", "-o", name, code=2, words=name + ": the file is an image; --overwrite replaces it")

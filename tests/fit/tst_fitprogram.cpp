@@ -67,6 +67,8 @@ struct Exhaustive
     double with(const Span &span, const Span *before, int leftOut) const
     {
         bool smooth = false;
+        if (before && leftOut > 0 && !mayLeaveOut(table.points, *before, span))
+            return kAnyCost;
         const double joint = before ? jointCost(table, endOf(table.points, *before),
                                                 startOf(table.points, span), leftOut, &smooth)
                                     : 0;
@@ -289,7 +291,7 @@ void tst_FitProgram::latticeIsNearlyAsGood()
         const Table table = { points, sums, prices, judgement };
         all += runProgram(table, Reach::every(120)).cost;
         const Answer rough = runProgram(table, Reach::lattice(points));
-        const Answer fine = runProgram(table, Reach::refinement(120, rough.spans, 3));
+        const Answer fine = runProgram(table, Reach::refinement(table, rough.spans, 3));
         QVERIFY(fine.cost <= rough.cost + 1e-6);
         thinned += fine.cost;
     }

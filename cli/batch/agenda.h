@@ -1,0 +1,43 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What a run is to do: its pictures and the names of their drawings, in order and without clashes.
+#ifndef ZTRACE_CLI_BATCH_AGENDA_H
+#define ZTRACE_CLI_BATCH_AGENDA_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/commandline.h"
+#include "cli/failure.h"
+#include "names.h"
+
+namespace ztrace {
+
+struct Agenda
+{
+    std::vector<Item> items;
+    std::vector<std::string> suffixes; // of the formats
+    std::string names;                 // template, empty for the usual one
+    std::vector<std::string> problems; // folders that could not be read
+
+    std::vector<std::string> outputsOf(const Item &item) const;
+};
+
+// Finds the pictures of the command line; those of other chunks are left out. Tells what was left
+// out, and every error of a manifest. Throws a Failure for wrong usage.
+Agenda collectAgenda(const CommandLine &line);
+
+// Which of `chunks` a file belongs to, from 1: by its name alone.
+int chunkOf(const std::string &path, int chunks);
+
+// Puts every page of files with page 0 in their place; `pages` tells how many there are.
+void spreadPages(const std::function<int(const Item &)> &pages, Agenda *agenda);
+
+// Throws a Failure when two drawings would have one name, or one that of a picture; all of them are
+// told, up to some.
+void refuseClashes(const Agenda &agenda, const std::string &out);
+
+} // namespace ztrace
+
+#endif

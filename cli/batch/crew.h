@@ -1,0 +1,84 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The workers of a run: processes, each with one job at a time, replaced when they end.
+#ifndef ZTRACE_CLI_BATCH_CREW_H
+#define ZTRACE_CLI_BATCH_CREW_H
+
+#include <QByteArray>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "drawing/files.h"
+
+namespace ztrace {
+
+struct Job
+{
+    std::size_t item = 0;
+    int attempt = 1;
+    QByteArray message; // a JSON object on a line
+};
+
+// How a job was lost.
+struct Loss
+{
+    const char *outcome; // of results.h
+    std::string reason;
+    std::string sha256; // of the picture's file; empty when it was not read
+};
+
+struct Duties
+{
+    std::function<bool(Job *)> next; // false: there are no more
+    std::function<void(const Job &, char letter, const QByteArray &text)> answered;
+    std::function<void(const Job &, const Loss &)> lost;
+    std::function<void()> afterRound; // ten times a second at least
+    std::function<int()> stop;        // 0: go on; 1: begin nothing new; 2: leave everything
+};
+
+class Crew
+{
+public:
+    // `greeting` is the first message of every worker, who answers with the `fingerprint`.
+    Crew(const QByteArray &greeting, const QByteArray &fingerprint, double secondsAJob);
+    ~Crew();
+    Crew(const Crew &) = delete;
+    Crew &operator=(const Crew &) = delete;
+
+    // Has up to `workers` of them do all jobs. Throws a Failure when nothing can be written, and
+    // what the duties throw.
+    void work(int workers, const Duties &duties);
+
+    // Ends the idle workers; the next job gets a new one.
+    void dismiss();
+
+private:
+    struct Worker;
+    typedef std::chrono::steady_clock Clock;
+
+    void handOut(int workers, const Duties &duties);
+    void wait();
+    void listen(Worker *worker, const Duties &duties);
+    void hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties);
+    void bury(Worker *worker, const Duties &duties);
+    void checkTimes();
+    Worker *idleWorker();
+    void hire();
+    bool isBusy() const;
+
+    QByteArray greeting;
+    QByteArray fingerprint;
+    double secondsAJob;
+    std::vector<std::unique_ptr<Worker>> workers;
+};
+
+} // namespace ztrace
+
+#endif

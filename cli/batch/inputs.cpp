@@ -1,0 +1,194 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "inputs.h"
+
+#include "cli/failure.h"
+#include "cli/formats.h"
+
+#include <QImageReader>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <set>
+
+#include <dirent.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+
+namespace ztrace {
+
+namespace {
+
+typedef std::pair<dev_t, ino_t> Identity;
+
+// Images that are no formats of the toolkit's.
+const char *const kConverted[] = { "pdf", "heic", "heif" };
+
+std::string lowered(const std::string &text)
+{
+    return QByteArray::fromStdString(text).toLower().toStdString();
+}
+
+const std::set<std::string> &imageSuffixes()
+{
+    static const std::set<std::string> suffixes = [] {
+        std::set<std::string> all(std::begin(kConverted), std::end(kConverted));
+        for (const QByteArray &format : QImageReader::supportedImageFormats())
+            all.insert(format.toLower().toStdString());
+        return all;
+    }();
+    return suffixes;
+}
+
+bool isWanted(const std::string &name, const std::vector<std::string> &patterns)
+{
+    if (patterns.empty()) {
+        const std::size_t dot = name.rfind('.');
+        return dot != std::string::npos && imageSuffixes().count(lowered(name.substr(dot + 1)));
+    }
+    return std::any_of(patterns.begin(), patterns.end(), [&](const std::string &pattern) {
+        return fnmatch(pattern.c_str(), name.c_str(), FNM_PERIOD) == 0;
+    });
+}
+
+class Walker
+{
+public:
+    Walker(const Walk &how, Collected *to) : walk(how), collected(to)
+    {
+        struct stat info;
+        if (!walk.out.empty() && stat(walk.out.c_str(), &info) == 0)
+            out = { info.st_dev, info.st_ino };
+    }
+
+    void visit(const std::string &path, const std::string &folder)
+    {
+        struct stat info;
+        if (stat(path.c_str(), &info) != 0) {
+            problem(path, errno);
+            return;
+        }
+        const Identity identity(info.st_dev, info.st_ino);
+        if (identity == out) {
+            collected->notes.push_back(path + ": is the folder of the drawings, left out");
+            return;
+        }
+        if (!visited.insert(identity).second) {
+            collected->notes.push_back(path + ": a folder that was there already, left out");
+            return;
+        }
+        std::vector<std::string> names;
+        if (!read(path, &names))
+            return;
+        std::sort(names.begin(), names.end());
+        for (const std::string &name : names)
+            take(path, folder, name);
+    }
+
+private:
+    void problem(const std::string &path, int error)
+    {
+        collected->problems.push_back(path + ": " + std::strerror(error));
+    }
+
+    bool read(const std::string &path, std::vector<std::string> *names)
+    {
+        const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);
+        if (!folder) {
+            problem(path, errno);
+            return false;
+        }
+        errno = 0;
+        while (const dirent *entry = readdir(folder.get())) {
+            if (entry->d_name[0] != '.')
+                names->push_back(entry->d_name);
+        }
+        if (errno != 0)
+            problem(path, errno);
+        return true;
+    }
+
+    void take(const std::string &path, const std::string &folder, const std::string &name)
+    {
+        const std::string full = path + (path.back() == '/' ? "" : "/") + name;
+        const bool wanted = isWanted(name, walk.patterns);
+        if (!walk.recursive && !wanted)
+            return;
+        struct stat info;
+        if (stat(full.c_str(), &info) != 0) {
+            if (wanted)
+                problem(full, errno); // a link to nothing, or in a circle
+            return;
+        }
+        if (S_ISDIR(info.st_mode)) {
+            if (walk.recursive)
+                visit(full, folder.empty() ? name : folder + '/' + name);
+        } else if (wanted && S_ISREG(info.st_mode)) {
+            Item item;
+            item.path = full;
+            item.folder = folder;
+            collected->items.push_back(std::move(item));
+        }
+    }
+
+    const Walk &walk;
+    Collected *collected;
+    Identity out = { 0, 0 };
+    std::set<Identity> visited;
+};
+
+} // namespace
+
+void collect(const std::string &input, const Walk &walk, Collected *collected)
+{
+    struct stat info;
+    if (stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        Walker(walk, collected).visit(input, std::string());
+        return;
+    }
+    Item item;
+    item.path = input;
+    collected->items.push_back(std::move(item));
+}
+
+std::string bytesOfFile(const std::string &fileName)
+{
+    const bool isInput = fileName == "-";
+    const auto close = [&](std::FILE *file) { return isInput ? 0 : std::fclose(file); };
+    const std::unique_ptr<std::FILE, decltype(close)> file(
+        isInput ? stdin : std::fopen(fileName.c_str(), "rbe"), close);
+    if (!file)
+        throw Failure(kInputUnreadable, fileName + ": " + std::strerror(errno));
+    std::string bytes;
+    char part[1 << 16];
+    while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
+        bytes.append(part, size);
+    if (std::ferror(file.get()))
+        throw Failure(kInputUnreadable, inputName(fileName) + ": " + std::strerror(errno));
+    return bytes;
+}
+
+void collectList(const std::string &fileName, Collected *collected)
+{
+    const std::string bytes = bytesOfFile(fileName);
+    const char end = bytes.find('\0') != std::string::npos ? '\0' : '\n';
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t next = std::min(bytes.find(end, at), bytes.size());
+        std::string name = bytes.substr(at, next - at);
+        if (end == '\n' && !name.empty() && name.back() == '\r')
+            name.pop_back();
+        at = next + 1;
+        if (name.empty())
+            continue;
+        Item item;
+        item.path = name;
+        // Names in a list may be equal but for their folders.
+        if (name[0] != '/' && name.find('/') != std::string::npos)
+            item.folder = name.substr(0, name.rfind('/'));
+        collected->items.push_back(std::move(item));
+    }
+}
+
+} // namespace ztrace

@@ -1,0 +1,43 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The files that a run is about: named, in folders, or in lists.
+#ifndef ZTRACE_CLI_BATCH_INPUTS_H
+#define ZTRACE_CLI_BATCH_INPUTS_H
+
+#include <string>
+#include <vector>
+
+#include "names.h"
+
+namespace ztrace {
+
+struct Collected
+{
+    std::vector<Item> items;
+    std::vector<std::string> problems; // what could not be looked at, in sentences
+    std::vector<std::string> notes;    // what was left out on purpose
+};
+
+// How folders are walked.
+struct Walk
+{
+    bool recursive = false;
+    std::vector<std::string> patterns; // as shells have them; empty: what images are called
+    std::string out;                   // this folder is left out
+};
+
+// Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left
+// out, each folder once whatever links lead to it. A file that is not there is no problem here: it
+// gets its result like any other.
+void collect(const std::string &input, const Walk &walk, Collected *collected);
+
+// Adds the files that a list names, one a line, "-" for standard input; empty lines are left out. A
+// zero byte in it says that names end with those. Throws a Failure.
+void collectList(const std::string &fileName, Collected *collected);
+
+// The bytes of a file, "-" for standard input. Throws a Failure.
+std::string bytesOfFile(const std::string &fileName);
+
+} // namespace ztrace
+
+#endif

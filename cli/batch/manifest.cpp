@@ -1,0 +1,307 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "manifest.h"
+
+#include "inputs.h"
+#include "itemsettings.h"
+
+#include "cli/failure.h"
+#include "cli/suggest.h"
+#include "cli/values.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace ztrace {
+
+namespace {
+
+const std::size_t kMostErrors = 100;
+const int kMostPage = 100000;
+const std::vector<std::string> kColumns = { "path", "page", "settings", "sha256" };
+
+// A field of the manifest in words, whichever kind of file it stands in.
+struct Entry
+{
+    std::string path;
+    std::string page;
+    std::string sha256;
+    std::vector<Said> settings;
+};
+
+class Reader
+{
+public:
+    Reader(const std::string &name, std::vector<std::string> *errorsFound)
+        : fileName(name), errors(errorsFound)
+    {
+        const std::size_t slash = fileName.rfind('/');
+        folder = fileName == "-" || slash == std::string::npos ? "" : fileName.substr(0, slash + 1);
+    }
+
+    std::vector<Item> read()
+    {
+        const std::string text = bytesOfFile(fileName);
+        const std::size_t first = text.find_first_not_of(" \t\r\n");
+        if (first != std::string::npos && text[first] == '{')
+            readJsonLines(text);
+        else
+            readCsv(text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? text.substr(3) : text);
+        numberPages();
+        if (items.empty() && errors->empty())
+            error(1, "it names no picture");
+        return items;
+    }
+
+private:
+    void error(int line, const std::string &text)
+    {
+        if (errors->size() < kMostErrors)
+            errors->push_back(fileName + ", line " + std::to_string(line) + ": " + text);
+    }
+
+    // A file that is there several times has pages with numbers.
+    void numberPages()
+    {
+        std::unordered_map<std::string, std::pair<int, int>> files; // times, last page
+        for (const Item &item : items) {
+            std::pair<int, int> &file = files[item.path];
+            ++file.first;
+            file.second = std::max(file.second, item.page);
+        }
+        for (Item &item : items) {
+            const std::pair<int, int> &file = files[item.path];
+            item.pages = file.first > 1 ? std::max(2, file.second) : 1;
+        }
+    }
+
+    bool checkColumns(const CsvRow &header)
+    {
+        bool good = true;
+        for (const std::string &name : header.fields) {
+            if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
+                error(header.line,
+                      "there is no column \"" + name + "\"; there are " + listOfWords(kColumns)
+                          + suggestion(name, kColumns));
+                good = false;
+            }
+        }
+        if (good && !std::count(header.fields.begin(), header.fields.end(), kColumns.front())) {
+            error(header.line, "there is no column \"path\"");
+            good = false;
+        }
+        return good;
+    }
+
+    void readCsv(const std::string &text)
+    {
+        std::vector<CsvRow> rows;
+        int wrongLine = 0;
+        if (!parseCsv(text, &rows, &wrongLine))
+            error(wrongLine, "a quote has no end");
+        else if (!rows.empty() && checkColumns(rows.front()))
+            for (std::size_t i = 1; i < rows.size(); ++i)
+                takeRow(rows.front().fields, rows[i]);
+    }
+
+    void takeRow(const std::vector<std::string> &columns, const CsvRow &row)
+    {
+        if (row.fields.size() != columns.size()) {
+            error(row.line,
+                  "there are " + std::to_string(row.fields.size())
+                      + " fields where the first line has " + std::to_string(columns.size()));
+            return;
+        }
+        Entry entry;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const std::string &field = row.fields[i];
+            if (columns[i] == "path")
+                entry.path = field;
+            else if (columns[i] == "page")
+                entry.page = field;
+            else if (columns[i] == "sha256")
+                entry.sha256 = field;
+            else if (!takeSettings(field, row.line, &entry))
+                return;
+        }
+        take(entry, row.line);
+    }
+
+    bool takeSettings(const std::string &field, int line, Entry *entry)
+    {
+        for (std::size_t at = 0; at < field.size();) {
+            const std::size_t end = std::min(field.find(';', at), field.size());
+            const std::string said = field.substr(at, end - at);
+            at = end + 1;
+            const std::size_t begin = said.find_first_not_of(' ');
+            if (begin == std::string::npos)
+                continue;
+            const std::size_t equals = said.find('=');
+            if (equals == std::string::npos) {
+                error(line, "\"" + said + "\" is not of the form name=value");
+                return false;
+            }
+            entry->settings.push_back(
+                { said.substr(begin, equals - begin), said.substr(equals + 1) });
+        }
+        return true;
+    }
+
+    void readJsonLines(const std::string &text)
+    {
+        int line = 0;
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t end = std::min(text.find('\n', at), text.size());
+            const QByteArray bytes(text.data() + at, static_cast<int>(end - at));
+            at = end + 1;
+            ++line;
+            if (bytes.trimmed().isEmpty())
+                continue;
+            QJsonParseError wrong;
+            const QJsonDocument document = QJsonDocument::fromJson(bytes, &wrong);
+            if (!document.isObject())
+                error(line,
+                      "is no JSON object"
+                          + (wrong.error == QJsonParseError::NoError
+                                 ? std::string()
+                                 : " (" + wrong.errorString().toStdString() + ")"));
+            else
+                takeObject(document.object(), line);
+        }
+    }
+
+    void takeObject(const QJsonObject &object, int line)
+    {
+        Entry entry;
+        for (auto it = object.begin(); it != object.end(); ++it) {
+            const std::string name = it.key().toStdString();
+            if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
+                error(line,
+                      "there is no member \"" + name + "\"; there are " + listOfWords(kColumns)
+                          + suggestion(name, kColumns));
+                return;
+            }
+        }
+        entry.path = object.value(QLatin1String("path")).toString().toStdString();
+        entry.page = textOf(object.value(QLatin1String("page")));
+        entry.sha256 = object.value(QLatin1String("sha256")).toString().toStdString();
+        const QJsonValue settings = object.value(QLatin1String("settings"));
+        if (!settings.isUndefined() && !settings.isObject()) {
+            error(line, "\"settings\" is no object");
+            return;
+        }
+        addSettings(settings.toObject(), std::string(), &entry);
+        take(entry, line);
+    }
+
+    static std::string textOf(const QJsonValue &value)
+    {
+        if (value.isDouble())
+            return shortText(value.toDouble());
+        if (value.isBool())
+            return value.toBool() ? "true" : "false";
+        return value.toString().toStdString();
+    }
+
+    static void addSettings(const QJsonObject &object, const std::string &before, Entry *entry)
+    {
+        for (auto it = object.begin(); it != object.end(); ++it) {
+            const std::string name = before + it.key().toStdString();
+            if (it.value().isObject()) {
+                addSettings(it.value().toObject(), name + '.', entry);
+            } else if (it.value().isArray()) {
+                for (const QJsonValue &value : it.value().toArray())
+                    entry->settings.push_back({ name, textOf(value) });
+            } else {
+                entry->settings.push_back({ name, textOf(it.value()) });
+            }
+        }
+    }
+
+    void take(Entry &entry, int line)
+    {
+        Item item;
+        if (entry.path.empty()) {
+            error(line, "there is no path");
+            return;
+        }
+        item.path = entry.path[0] == '/' ? entry.path : folder + entry.path;
+        if (entry.path[0] != '/' && entry.path.find('/') != std::string::npos)
+            item.folder = entry.path.substr(0, entry.path.rfind('/'));
+        item.sha256 = QByteArray::fromStdString(entry.sha256).toLower().toStdString();
+        if (!item.sha256.empty()
+            && (item.sha256.size() != 64
+                || item.sha256.find_first_not_of("0123456789abcdef") != std::string::npos)) {
+            error(line, "\"" + entry.sha256 + "\" is no SHA-256 of 64 hexadecimal digits");
+            return;
+        }
+        item.settings = std::move(entry.settings);
+        try {
+            if (!entry.page.empty())
+                item.ranges = pagesValue("page", entry.page, kMostPage);
+            const bool isOne = item.ranges.size() == 1
+                && item.ranges.front().first == item.ranges.front().second;
+            item.page = isOne ? item.ranges.front().first : item.ranges.empty() ? 1 : 0;
+            checkItemSettings(item.settings);
+        } catch (const Failure &failure) {
+            error(line, failure.what());
+            return;
+        }
+        items.push_back(std::move(item));
+    }
+
+    std::string fileName;
+    std::string folder;
+    std::vector<std::string> *errors;
+    std::vector<Item> items;
+};
+
+} // namespace
+
+bool parseCsv(const std::string &text, std::vector<CsvRow> *rows, int *wrongLine)
+{
+    int line = 1;
+    CsvRow row;
+    std::string field;
+    bool inQuotes = false;
+    const auto endRow = [&] {
+        row.fields.push_back(field);
+        field.clear();
+        if (row.fields.size() > 1 || !row.fields.front().empty())
+            rows->push_back(row);
+        row = CsvRow();
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char letter = text[i];
+        if (row.line == 0)
+            row.line = line;
+        if (letter == '\n')
+            ++line;
+        if (inQuotes && letter == '"' && i + 1 < text.size() && text[i + 1] == '"')
+            field += text[i++];
+        else if (letter == '"' && (inQuotes || field.empty()))
+            inQuotes = !inQuotes;
+        else if (inQuotes)
+            field += letter;
+        else if (letter == ',')
+            row.fields.push_back(field), field.clear();
+        else if (letter == '\n')
+            endRow();
+        else if (letter != '\r' || i + 1 == text.size() || text[i + 1] != '\n')
+            field += letter;
+    }
+    *wrongLine = row.line;
+    if (!field.empty() || !row.fields.empty())
+        endRow();
+    return !inQuotes;
+}
+
+std::vector<Item> readManifest(const std::string &fileName, std::vector<std::string> *errors)
+{
+    return Reader(fileName, errors).read();
+}
+
+} // namespace ztrace

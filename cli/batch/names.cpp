@@ -1,0 +1,137 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "names.h"
+
+#include "cli/failure.h"
+#include "cli/pages.h"
+#include "cli/suggest.h"
+#include "cli/values.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+
+namespace ztrace {
+
+namespace {
+
+const std::vector<std::string> kPlaces = { "folder", "name", "suffix", "page", "format" };
+
+std::string fileOf(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+// Of ".profile" everything is the name.
+std::size_t dotOf(const std::string &file)
+{
+    const std::size_t dot = file.rfind('.');
+    return dot == 0 || dot == std::string::npos ? file.size() : dot;
+}
+
+// Without empty parts, and without those that would lead elsewhere.
+std::string cleaned(const std::string &path)
+{
+    std::string result;
+    for (std::size_t at = 0; at <= path.size();) {
+        const std::size_t slash = std::min(path.find('/', at), path.size());
+        const std::string part = path.substr(at, slash - at);
+        if (!part.empty() && part != "." && part != "..")
+            result += (result.empty() ? "" : "/") + part;
+        at = slash + 1;
+    }
+    return result;
+}
+
+std::string filled(const std::string &pattern,
+                   const std::function<std::string(const std::string &)> &valueOf)
+{
+    std::string result;
+    for (std::size_t at = 0; at < pattern.size();) {
+        const std::size_t open = pattern.find('{', at);
+        const std::size_t close = pattern.find('}', open);
+        if (open == std::string::npos || close == std::string::npos)
+            return result + pattern.substr(at);
+        result
+            += pattern.substr(at, open - at) + valueOf(pattern.substr(open + 1, close - open - 1));
+        at = close + 1;
+    }
+    return result;
+}
+
+struct Named
+{
+    std::size_t hash;
+    std::size_t drawing; // item * suffixes + suffix
+};
+
+} // namespace
+
+void checkTemplate(const std::string &pattern)
+{
+    bool tellsPictures = false;
+    filled(pattern, [&](const std::string &place) {
+        if (std::find(kPlaces.begin(), kPlaces.end(), place) == kPlaces.end()) {
+            throw Failure(kWrongUsage,
+                          "--names: there is no {" + place + "}; there are " + listOfWords(kPlaces)
+                              + suggestion(place, kPlaces));
+        }
+        tellsPictures = tellsPictures || place == "name";
+        return std::string();
+    });
+    if (!tellsPictures)
+        throw Failure(kWrongUsage, "--names: without {name} all drawings have one name");
+}
+
+std::string outputNameOf(const Item &item, const std::string &pattern,
+                         const std::string &suffixOfFormat)
+{
+    const std::string file = fileOf(item.path);
+    const std::size_t dot = dotOf(file);
+    const std::string usual = item.pages > 1 ? kUsualNamesOfPages : kUsualNames;
+    const std::string name
+        = filled(pattern.empty() ? usual : pattern, [&](const std::string &place) {
+              if (place == "folder")
+                  return item.folder;
+              if (place == "name")
+                  return file.substr(0, dot);
+              if (place == "suffix")
+                  return dot < file.size() ? file.substr(dot + 1) : std::string();
+              if (place == "page")
+                  return pageNumber(item.page, item.pages);
+              return suffixOfFormat;
+          });
+    return cleaned(name);
+}
+
+std::vector<std::string> clashesOf(const std::vector<Item> &items, const std::string &pattern,
+                                   const std::vector<std::string> &suffixes, std::size_t most)
+{
+    const auto nameOf = [&](std::size_t drawing) {
+        return outputNameOf(items[drawing / suffixes.size()], pattern,
+                            suffixes[drawing % suffixes.size()]);
+    };
+    std::vector<Named> names;
+    names.reserve(items.size() * suffixes.size());
+    for (std::size_t drawing = 0; drawing < items.size() * suffixes.size(); ++drawing)
+        names.push_back({ std::hash<std::string>()(nameOf(drawing)), drawing });
+    std::sort(names.begin(), names.end(), [](const Named &a, const Named &b) {
+        return a.hash != b.hash ? a.hash < b.hash : a.drawing < b.drawing;
+    });
+    std::vector<std::string> clashes;
+    for (std::size_t i = 1; i < names.size() && clashes.size() < most; ++i) {
+        // Names of one hash are few; the first of them stands for all.
+        const std::size_t a = names[i - 1].drawing;
+        const std::size_t b = names[i].drawing;
+        if (names[i - 1].hash != names[i].hash || nameOf(a) != nameOf(b))
+            continue;
+        const Item &first = items[a / suffixes.size()];
+        const Item &second = items[b / suffixes.size()];
+        const bool same = first.path == second.path && first.page == second.page;
+        clashes.push_back(same ? second.path + ": is given twice"
+                               : first.path + " and " + second.path + " would both become "
+                                  + nameOf(a) + " (see --names)");
+    }
+    return clashes;
+}
+
+} // namespace ztrace

@@ -1,0 +1,51 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The pictures of a run and what their drawings are called.
+#ifndef ZTRACE_CLI_BATCH_NAMES_H
+#define ZTRACE_CLI_BATCH_NAMES_H
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/pages.h"
+
+namespace ztrace {
+
+// A setting by the name of its option, with what was said of it.
+typedef std::pair<std::string, std::string> Said;
+
+// One picture: a page of a file.
+struct Item
+{
+    std::string path;   // of the file, in bytes
+    std::string folder; // that {folder} stands for, without a slash at either end
+    int page = 1;       // 0: several, as long as they have not been counted
+    int pages = 1;      // of this file that the run takes at most; more than one get numbers
+    PageRanges ranges;  // that are wanted where the page is 0
+    std::string sha256; // that the file should have, in small letters; empty: any
+    std::vector<Said> settings; // of this picture alone
+};
+
+const char kUsualNames[] = "{folder}/{name}.{format}";
+const char kUsualNamesOfPages[] = "{folder}/{name}-{page}.{format}";
+
+// Throws a Failure for a template with unknown names in braces, or without {name}, {number} or
+// another one that differs from picture to picture.
+void checkTemplate(const std::string &pattern);
+
+// The file for a drawing below the folder of all drawings: the template with {folder}, {name} and
+// {suffix} of the picture, {page} with as many digits as the last one has, and {format} filled in.
+// An empty template is the usual one. An empty folder leaves no slash; no name leads out of the
+// folder.
+std::string outputNameOf(const Item &item, const std::string &pattern,
+                         const std::string &suffixOfFormat);
+
+// Tells of every two pictures whose drawings would be the same file, of the first `most` of them.
+// One string a clash; empty when there is none. Takes 16 bytes a drawing.
+std::vector<std::string> clashesOf(const std::vector<Item> &items, const std::string &pattern,
+                                   const std::vector<std::string> &suffixes, std::size_t most);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,215 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "results.h"
+
+#include "cli/failure.h"
+
+#include <QCryptographicHash>
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace ztrace {
+
+namespace {
+
+const int kLockTries = 50;
+const useconds_t kLockWait = 100000; // microseconds
+const int kPart = 1 << 18;
+const int kMostLine = 1 << 24; // longer ones are none of ours
+
+[[noreturn]] void fail(ExitCode code, const std::string &name, int error)
+{
+    throw Failure(code, name + ": " + reasonText(error).toLocal8Bit().toStdString());
+}
+
+bool isUtf8(const std::string &bytes)
+{
+    return QString::fromUtf8(bytes.c_str()).toUtf8() == QByteArray::fromStdString(bytes);
+}
+
+// Up to the end of the file's last whole line.
+qint64 endOfLines(int fd, const std::string &name)
+{
+    const off_t size = ::lseek(fd, 0, SEEK_END);
+    if (size < 0)
+        fail(kOutputNotWritable, name, errno);
+    char part[4096];
+    for (off_t end = size; end > 0;) {
+        const off_t begin = std::max<off_t>(0, end - static_cast<off_t>(sizeof part));
+        const ssize_t got = ::pread(fd, part, static_cast<std::size_t>(end - begin), begin);
+        if (got != end - begin)
+            fail(kOutputNotWritable, name, got < 0 ? errno : EIO);
+        for (ssize_t i = got; i > 0; --i) {
+            if (part[i - 1] == '\n')
+                return begin + i;
+        }
+        end = begin;
+    }
+    return 0;
+}
+
+} // namespace
+
+void insertName(const char *name, const std::string &bytes, QJsonObject *line)
+{
+    line->insert(QLatin1String(name), QString::fromUtf8(bytes.c_str()));
+    if (!isUtf8(bytes)) {
+        line->insert(QLatin1String(name) + QLatin1String("Bytes"),
+                     QLatin1String(QByteArray::fromStdString(bytes).toPercentEncoding("/")));
+    }
+}
+
+std::string nameIn(const QJsonObject &line, const char *name)
+{
+    const QString exact = line.value(QLatin1String(name) + QLatin1String("Bytes")).toString();
+    if (!exact.isEmpty())
+        return QByteArray::fromPercentEncoding(exact.toLatin1()).toStdString();
+    return line.value(QLatin1String(name)).toString().toStdString();
+}
+
+bool isDone(const QJsonObject &line)
+{
+    return line.value(QLatin1String("outcome")).toString() == QLatin1String(kDone);
+}
+
+std::string keyOf(const std::string &path, int page)
+{
+    const std::string text = path + '\0' + std::to_string(page);
+    return QCryptographicHash::hash(QByteArray::fromStdString(text), QCryptographicHash::Md5)
+        .toStdString();
+}
+
+int forEachLine(const std::string &fileName,
+                const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take)
+{
+    const Descriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen() && errno == ENOENT)
+        return 0;
+    if (!file.isOpen())
+        fail(kInputUnreadable, fileName, errno);
+    int wrong = 0;
+    qint64 offset = 0; // of what `text` begins with
+    QByteArray text;
+    std::vector<char> part(kPart);
+    for (;;) {
+        const ssize_t got = ::read(file.get(), part.data(), part.size());
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            fail(kInputUnreadable, fileName, errno);
+        if (got == 0)
+            return wrong;
+        text.append(part.data(), static_cast<int>(got));
+        int at = 0;
+        for (int end = text.indexOf('\n'); end >= 0; end = text.indexOf('\n', at)) {
+            const QJsonDocument document = QJsonDocument::fromJson(text.mid(at, end - at));
+            if (document.isObject())
+                take(document.object(), offset + at, end - at);
+            else
+                ++wrong;
+            at = end + 1;
+        }
+        text.remove(0, at);
+        offset += at;
+        if (text.size() > kMostLine)
+            throw Failure(kInputUnreadable, fileName + ": has no result lines");
+    }
+}
+
+void Ledger::read(const std::string &fileName)
+{
+    files.push_back(fileName);
+    const int file = static_cast<int>(files.size()) - 1;
+    wrong += forEachLine(fileName, [&](const QJsonObject &line, qint64 offset, int size) {
+        const std::string path = nameIn(line, "path");
+        if (path.empty())
+            return;
+        const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
+        const bool done = isDone(line);
+        const auto known = places.find(key);
+        if (known != places.end() && known->second.file != file && known->second.done && !done)
+            return;
+        places[key] = { file, size, offset, done };
+    });
+}
+
+void Ledger::forEach(const std::function<void(const QJsonObject &line)> &take) const
+{
+    forEachIn([&take](const QJsonObject &line, const std::string &) { take(line); });
+}
+
+void Ledger::forEachIn(
+    const std::function<void(const QJsonObject &line, const std::string &file)> &take) const
+{
+    std::vector<Place> sorted;
+    for (const auto &entry : places)
+        sorted.push_back(entry.second);
+    std::sort(sorted.begin(), sorted.end(), [](const Place &a, const Place &b) {
+        return a.file != b.file ? a.file < b.file : a.offset < b.offset;
+    });
+    for (const Place &place : sorted) {
+        const QJsonObject line = QJsonDocument::fromJson(lineAt(place)).object();
+        if (!line.isEmpty())
+            take(line, files[static_cast<std::size_t>(place.file)]);
+    }
+}
+
+QByteArray Ledger::lineOf(const std::string &path, int page) const
+{
+    if (places.empty())
+        return QByteArray();
+    const auto found = places.find(keyOf(path, page));
+    return found == places.end() ? QByteArray() : lineAt(found->second);
+}
+
+QByteArray Ledger::lineAt(const Place &place) const
+{
+    const Descriptor file(
+        ::open(files[static_cast<std::size_t>(place.file)].c_str(), O_RDONLY | O_CLOEXEC));
+    QByteArray line(place.size, '\0');
+    if (!file.isOpen()
+        || ::pread(file.get(), line.data(), static_cast<std::size_t>(line.size()), place.offset)
+            != line.size())
+        return QByteArray();
+    return line;
+}
+
+ResultFile::ResultFile(const std::string &fileName) : name(fileName)
+{
+    file = Descriptor(::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666));
+    if (!file.isOpen())
+        fail(kOutputNotWritable, name, errno);
+    for (int tries = 0; ::flock(file.get(), LOCK_EX | LOCK_NB) != 0; ++tries) {
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            break; // no locks there
+        if (tries == kLockTries)
+            throw Failure(kOutputNotWritable,
+                          name + ": another run is writing there (see --results)");
+        ::usleep(kLockWait);
+    }
+    end = endOfLines(file.get(), name);
+    if (::lseek(file.get(), 0, SEEK_END) != end && ::ftruncate(file.get(), end) != 0)
+        fail(kOutputNotWritable, name, errno);
+}
+
+void ResultFile::append(const QByteArray &lines)
+{
+    if (::lseek(file.get(), end, SEEK_SET) < 0)
+        fail(kOutputNotWritable, name, errno);
+    int error = writeAll(file.get(), lines.constData(), lines.size());
+    if (error == 0 && ::fdatasync(file.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
+        error = errno;
+    if (error != 0) {
+        (void)!::ftruncate(file.get(), end); // else the next run cuts it
+        fail(kOutputNotWritable, name, error);
+    }
+    end += lines.size();
+}
+
+} // namespace ztrace

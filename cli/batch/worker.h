@@ -1,0 +1,46 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A process that traces pictures one after the other for a run. It is the program itself, started
+// anew by name, and talks over one socket: the run sends lines with JSON objects, the worker
+// answers with lines that begin with a letter.
+#ifndef ZTRACE_CLI_BATCH_WORKER_H
+#define ZTRACE_CLI_BATCH_WORKER_H
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <string>
+
+#include "cli/failure.h"
+
+namespace ztrace {
+
+// The first argument of a worker, and the descriptor of its socket.
+const char kWorkerArgument[] = "--batch-worker";
+const int kWorkerSocket = 3;
+
+// Letters that answers begin with.
+enum Answer : char {
+    kReady = 'R',        // the fingerprint of all settings
+    kStarted = 'S',      // the SHA-256 of the picture's file
+    kLine = 'L',         // a result line: the picture is finished
+    kLineOfMemory = 'M', // the same, for a picture that memory did not hold
+    kSkipped = 'K',      // finished by an earlier run, with its outcome
+    kPages = 'P',        // the number of pages
+    kNoRoom = 'N',       // the run cannot go on: why nothing can be written
+    kRefused = 'E'       // a Failure: exit code, space, text
+};
+
+// Bytes in a JSON text and back, one letter a byte.
+QString packed(const std::string &bytes);
+std::string unpacked(const QJsonValue &value);
+
+bool isWorker(int argc, const char *const *argv);
+
+// Works until the socket is closed.
+ExitCode runWorker();
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,134 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""What is finished is not done again, and what is not finished leaves nothing behind."""
+import json
+import os
+import random
+import signal
+import subprocess
+import time
+import unittest
+
+from batchsupport import BatchTest, picture, untimed, workers_of
+from support import PROGRAM
+
+
+class Resume(BatchTest):
+    def test_nothing_is_done_twice(self):
+        self.pictures(5)
+        self.put("in/bad.png", b"nonsense")
+        self.batch("in", code=1)
+        results = self.read("out/ztrace-results.jsonl")
+        times = {name: os.stat(self.path("out/" + name)).st_mtime_ns for name in os.listdir(self.path("out"))}
+        text = self.batch("in", code=1).stderr.decode()
+        self.assertIn("0 done, 5 finished before, 1 failed", text)
+        self.assertEqual(self.read("out/ztrace-results.jsonl"), results)
+        self.assertEqual({name: os.stat(self.path("out/" + name)).st_mtime_ns for name in times}, times)
+
+    def test_what_has_changed_is_done_again(self):
+        self.pictures(5)
+        self.put("in/bad.png", b"nonsense")
+        self.batch("in", code=1)
+        self.put("in/p0000.png", picture(77))
+        os.remove(self.path("out/p0001.svg"))
+        self.write("out/p0002.svg", b"<svg/>")
+        self.assertIn("3 done, 2 finished before, 1 failed", self.batch("in", code=1).stderr.decode())
+        self.assertIn("5 finished before", self.batch("in", "-j", "1", "--no-check", code=1).stderr.decode())
+        self.assertIn("5 done, 1 failed", self.batch("in", "-p", "photo", code=1).stderr.decode())
+        self.assertIn("5 done, 1 failed", self.batch("in", "--formats", "svg,dxf", "-p", "photo",
+                                                     code=1).stderr.decode())
+        self.put("in/bad.png", picture(78))
+        self.assertIn("6 done; ", self.batch("in").stderr.decode())
+
+    def test_settings_in_files_count(self):
+        self.pictures(1)
+        self.write("my.toml", b"colors = 3\n")
+        self.batch("in", "--config", "my.toml")
+        self.assertIn("1 finished", self.batch("in", "--config", "my.toml").stderr.decode())
+        self.write("my.toml", b"colors = 4\n")
+        self.assertIn("1 done", self.batch("in", "--config", "my.toml").stderr.decode())
+
+    def test_failures_again_on_request(self):
+        self.pictures(1)
+        self.put("in/a.png", b"nonsense")
+        self.batch("in", code=1)
+        self.assertIn("--retry failed", self.batch("in", code=1).stderr.decode())
+        os.remove(self.path("in/a.png"))
+        self.assertIn("1 finished before, 1 failed",
+                      self.batch("in/p0000.png", "in/a.png", "--retry", "failed", code=1).stderr.decode())
+
+    def test_a_torn_last_line(self):
+        self.pictures(3)
+        self.batch("in", "-j", "1")
+        text = self.read("out/ztrace-results.jsonl")
+        self.write("out/ztrace-results.jsonl", text[:-40])
+        self.assertIn("1 done, 2 finished", self.batch("in").stderr.decode())
+        again = [untimed(json.loads(line)) for line in self.read("out/ztrace-results.jsonl").splitlines()]
+        self.assertEqual(again, [untimed(json.loads(line)) for line in text.splitlines()])
+
+    def test_two_runs_do_not_share_results(self):
+        os.makedirs(self.path("in"))
+        os.mkfifo(self.path("in/a.pipe"))
+        run = self.start("in/a.pipe")
+        try:
+            for _ in range(600):
+                if workers_of(run):
+                    break
+                time.sleep(0.05)
+            self.pictures(1)
+            self.assertIn("another run is writing there", self.batch("in", code=4).stderr.decode())
+        finally:
+            run.kill()
+            run.communicate()
+
+    def test_the_first_signal_finishes_what_is_begun(self):
+        self.pictures(60)
+        run = self.start("in", "-j", "2")
+        for _ in range(2000):
+            if os.path.exists(self.path("out/ztrace-results.jsonl")) and self.read("out/ztrace-results.jsonl"):
+                break
+            time.sleep(0.002)
+        run.send_signal(signal.SIGTERM)
+        text = run.communicate(timeout=120)[1].decode()
+        self.assertEqual(run.returncode, -signal.SIGTERM, text)
+        self.assertEqual(len(self.lines()), len(self.tree()))
+        self.batch("in")
+        self.assertEqual(len(self.lines()), 60)
+
+
+class Killed(BatchTest):
+    def test_killing_everything_gives_the_same_folder(self):
+        count = 150
+        self.pictures(count)
+        self.run_program("batch", "in", "--out", "right", "--formats", "svg,dxf")
+        chance = random.Random(5)
+        for _ in range(8):
+            run = self.start("in", "--formats", "svg,dxf", "-j", "2", start_new_session=True)
+            time.sleep(chance.uniform(0.05, 0.4))
+            if chance.random() < 0.5:
+                os.killpg(run.pid, signal.SIGKILL)
+            else:
+                run.kill() # its workers go with it
+            run.communicate()
+        for _ in range(3): # workers alone
+            run = self.start("in", "--formats", "svg,dxf", "-j", "2")
+            time.sleep(chance.uniform(0.05, 0.4))
+            for worker in workers_of(run):
+                os.kill(worker, signal.SIGKILL)
+            run.communicate(timeout=300)
+        self.batch("in", "--formats", "svg,dxf", "--retry", "failed")
+        self.assertEqual(self.tree(), self.tree("right"))
+        self.assertEqual(len(self.tree()), 2 * count)
+        right = self.lines("right/ztrace-results.jsonl")
+        last = {}
+        done = []
+        for text in self.read("out/ztrace-results.jsonl").splitlines():
+            line = json.loads(text)
+            last[line["path"], line["page"]] = untimed(line)
+            if line["outcome"] == "done":
+                done.append(line["path"])
+        self.assertEqual(last, {key: untimed(line) for key, line in right.items()})
+        self.assertEqual(len(done), len(set(done)))
+
+
+if __name__ == "__main__":
+    unittest.main()
