@@ -9,7 +9,7 @@ import math
 import numpy
 
 from lettering import lettering
-from primitives import arc, circle, line
+from primitives import arc, circle, line, moved
 
 
 class Board:
@@ -108,7 +108,6 @@ class Board:
 
     def shift(self, start, x, y):
         """Moves what has been drawn since there were `start` shapes."""
-        from primitives import moved
         self.shapes[start:] = [moved(shape, [[1, 0, x], [0, 1, y]])
                                for shape in self.shapes[start:]]
 
