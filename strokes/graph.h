@@ -18,7 +18,7 @@ struct BranchEnd
 // Where lines end, meet or cross. A node without ends is dead.
 struct Node
 {
-    Point place;
+    Point place = { 0, 0 };
     double radius = 0.0; // of the largest disc of ink in it
     std::vector<BranchEnd> ends;
 };

@@ -27,6 +27,9 @@ const double kMeetingSweep = 2 * kPi * 0.7;
 const double kGapWidths = 1.0;
 const double kGapPixels = 1.5;
 const double kGapPart = 0.5;
+// Widths beside a line, and cross-sections, up to which something within it is left over of it.
+const double kExplained = 0.35;
+const std::size_t kLeftOver = 24;
 const double kInked = 0.5;      // coverage of the middle of a line that goes on
 const double kMostTurnApart = 0.06; // radians between lines of one carrier
 const double kNear = 2.5;           // pixels that the middle of one may lie beside it
@@ -69,7 +72,7 @@ bool isOnePen(const Atom &a, const Atom &b)
 
 bool isJoinable(const Atom &atom)
 {
-    return atom.alive && (atom.shape == Shape::Line || atom.shape == Shape::Arc);
+    return atom.alive && atom.shape <= Shape::Arc && atom.dashing.type == DashType::None;
 }
 
 struct Union
@@ -290,10 +293,55 @@ private:
         return true;
     }
 
+    // Whether a place lies on an atom between its ends.
+    static bool isWithin(const Atom &whole, Point place)
+    {
+        const Point first = whole.samples.front().centre;
+        if (std::fabs(whole.carrier.distance(place)) > kExplained * whole.width + 0.5)
+            return false;
+        if (!whole.carrier.arc) {
+            const double t = fit::dot(place - first, whole.carrier.direction);
+            const double end
+                = fit::dot(whole.samples.back().centre - first, whole.carrier.direction);
+            return t > std::min(0.0, end) && t < std::max(0.0, end);
+        }
+        const double turned = sweepOf(whole.samples, whole.carrier.point).turned;
+        const Point from = first - whole.carrier.point;
+        const Point to = place - whole.carrier.point;
+        double angle = std::atan2(fit::cross(from, to), fit::dot(from, to));
+        if (turned < 0)
+            angle = -angle;
+        return (angle < 0 ? angle + 2 * kPi : angle) < std::fabs(turned);
+    }
+
+    // Whether a short atom is nothing but what was left over of a long one beside a joint.
+    static bool isExplained(const Atom &part, const Atom &whole)
+    {
+        return part.samples.size() < kLeftOver && 2 * part.samples.size() < whole.samples.size()
+            && isWithin(whole, endSample(part, 0)) && isWithin(whole, endSample(part, 1));
+    }
+
+    void absorb(int whole, int part)
+    {
+        Atom &gone = atom(part);
+        for (int end = 0; end < 2; ++end) {
+            takeOut(gone.joint[end], { part, 0 }, { part, 1 });
+            if (gone.joint[end] >= 0)
+                web.meetings[std::size_t(gone.joint[end])].through.push_back(whole);
+        }
+        gone.alive = false;
+        gone.heir = whole;
+        gone.samples = std::vector<Section>();
+    }
+
     bool joinAlong(int a, int b, const Coverage &coverage)
     {
         if (!isJoinable(atom(b)) || !mayShareCarrier(atom(a), atom(b)))
             return false;
+        if (isExplained(atom(b), atom(a))) {
+            absorb(a, b);
+            return true;
+        }
         // The ends that face each other: those that are nearest, or for arcs the shortest way.
         AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
         double shortest = 1e300;

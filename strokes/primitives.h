@@ -4,6 +4,7 @@
 #ifndef ZTRACE_STROKES_PRIMITIVES_H
 #define ZTRACE_STROKES_PRIMITIVES_H
 
+#include "strokes/linetypes.h"
 #include "strokes/samples.h"
 
 #include "fit/Piece.h"
@@ -46,6 +47,9 @@ Measure measureOf(const Cores &cores, double least);
 // Sum of (distance / sigma) squared of points from a carrier; of an arc to first order.
 double chi2Of(const fit::Moments &sum, const fit::Primitive &carrier);
 
+// What a line is drawn for, as far as its surroundings tell: layers are made of it.
+enum class Role { Line, Dimension, Text, Hatch };
+
 enum class Shape { Line, Arc, Circle, Ellipse };
 
 // A line, or an arc or circle, and what it was seen in.
@@ -59,8 +63,11 @@ struct Atom
     double cost = 0.0;             // nats
     double width = 0.0;            // median
     int joint[2] = { -1, -1 };     // -1: closed, or free of any joint
-    Point place[2];                // its ends, once they are known
+    Point place[2] = {};                // its ends, once they are known
     bool alive = true;
+    Dashing dashing;
+    Point inkEnd[2] = {}; // of a dashed one: where its first and last dash end
+    Role role = Role::Line;
     int heir = -1; // the atom that a dead one has become part of; -1: none
 };
 
