@@ -221,8 +221,8 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
     return outputs;
 }
 
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
-                                   const Settings &settings)
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, int pages,
+                                   const std::string &input, const Settings &settings)
 {
     for (Output &output : outputs) {
         if (output.fileName == QLatin1String(kStandardOutput))
@@ -233,7 +233,7 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
         const QString ending
             = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
         output.fileName = info.path() + QLatin1Char('/') + info.completeBaseName()
-            + QLatin1Char('-') + QString::number(page) + ending;
+            + QLatin1Char('-') + QString::fromStdString(pageNumber(page, pages)) + ending;
         refuseOthers(output.fileName, input, settings);
         refuseToReplace(output.fileName, settings);
     }

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "suggest.h"
+#include "timelimit.h"
 
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
@@ -26,7 +27,6 @@ const int kMostPages = 100000;
 const int kMostSpeck = 1000000;
 const int kMostJobs = 1024;
 const int kMostChunks = 1000000;
-const double kMostSeconds = 1e6;
 const double kMostNumber = std::numeric_limits<double>::max();
 
 const WordTable<Unit> kUnits
@@ -121,6 +121,19 @@ OptionValue engineAssignment()
     value.placeholder = "NAME=VALUE";
     value.words = engineOptionNames();
     value.store = storeEngineOption;
+    return value;
+}
+
+OptionValue pageOrPages()
+{
+    OptionValue value = wholeNumberOr("LIST|all", { "all", 0 }, 1, kMostPages, [](Settings &, int) {
+                        }).offering({ "1" });
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        settings->pages = pagesValue(option, text, kMostPages);
+        const bool isOne = settings->pages.size() == 1
+            && settings->pages.front().first == settings->pages.front().second;
+        settings->page = isOne ? settings->pages.front().first : 0;
+    };
     return value;
 }
 
@@ -346,15 +359,12 @@ std::vector<Entry> colourOptions()
             .standard("0")
             .appliesTo(kToInk)
             .help("lineart: remove specks and fill pinholes of up to `N` pixels"),
-        Entry("page",
-              wholeNumberOr("N|all", { "all", 0 }, 1, kMostPages,
-                            [](Settings &s, int page) { s.page = page; })
-                  .offering({ "1" }))
+        Entry("page", pageOrPages())
             .standard("1")
             .place(Place::UpToSettingsFile)
             .appliesTo(kToImages)
-            .help("Page of a TIFF, frame of an animation; `all` writes every page, with numbers in "
-                  "the outputs' names when there are several"),
+            .help("Page of a TIFF or PDF, frame of an animation: one, or several as in `2-4,7`, or "
+                  "`all`; several have numbers in the outputs' names"),
         Entry("upsample",
               wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostUpsampling,
                             [](Settings &s, int times) { s.upsample = times; })
@@ -483,6 +493,14 @@ std::vector<Entry> runningOptions()
             .help("Refuse images that would take more than this, in millions of bytes, before they "
                   "are decoded, and input of more than this")
             .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
+        Entry("time-limit",
+              number("SECONDS", 0.0, kMostSeconds,
+                     [](Settings &s, double seconds) { s.timeLimit = seconds; }))
+            .place(Place::CommandLine)
+            .commandOnly()
+            .help("End the run when it has taken so long, and with `batch` a picture; 0 is no "
+                  "limit. Without it batch has 600, and a single run none")
+            .manual("Outputs that are not written by then are not written at all"),
         Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
             .commandOnly()
             .help("No warnings and no progress"),
@@ -542,11 +560,6 @@ std::vector<Entry> batchOptions()
                   .offering({ "1", "2", "4", "8" }))
             .standard("auto")
             .help("Processes that trace; `auto` is one a processor"),
-        Entry("time-limit",
-              number("S", 0.0, kMostSeconds,
-                     [](Settings &s, double seconds) { s.batch.timeLimit = seconds; }))
-            .standard("600")
-            .help("Seconds that a picture may take; 0 is no limit"),
         Entry("memory-limit",
               number("MB", 0.0, kMostNumber,
                      [](Settings &s, double millions) { s.batch.memoryLimit = millions; }))
@@ -573,6 +586,24 @@ std::vector<Entry> batchOptions()
         Entry("chunk", chunkOfChunks())
             .help("Take one part of several, `1/2` or `2/2`, for several machines; which picture "
                   "is in which part follows from its name alone"),
+        Entry("leases",
+              wholeNumberOr("N|none", { "none", 0 }, 2, kMostChunks,
+                            [](Settings &s, int parts) { s.batch.leases = parts; })
+                  .offering({ "16", "64" }))
+            .standard("none")
+            .help("Divide the pictures into `N` parts and take one after the other, beside other "
+                  "runs with the same words and the same folder of drawings"),
+        Entry("watch",
+              file("DIR", [](Settings &s, const std::string &t) { s.batch.watch.push_back(t); }))
+            .several()
+            .help("Go on until SIGTERM with the pictures that come into a folder, each when its "
+                  "size has been the same for a second"),
+        Entry("report", file("FILE", [](Settings &s, const std::string &t) { s.batch.report = t; }))
+            .help("Write a report to look at, one HTML file"),
+        Entry("csv", file("FILE", [](Settings &s, const std::string &t) { s.batch.csv = t; }))
+            .help("Write the results as a table for spreadsheets; also of `summary`"),
+        Entry("premis", file("FILE", [](Settings &s, const std::string &t) { s.batch.premis = t; }))
+            .help("Write the results as PREMIS events, in XML; also of `summary`"),
     };
     for (Entry &entry : entries)
         entry.place(Place::CommandLine).commandOnly();

@@ -28,6 +28,7 @@ std::string stateOf(const Settings &s)
                           s.style.strokeWidth,
                           double(s.decimals.value_or(-9)),
                           double(s.fit),
+                          double(s.strokes),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
@@ -58,6 +59,7 @@ std::string stateOf(const Settings &s)
                           double(s.progress),
                           s.maxPixels,
                           s.maxMemory,
+                          s.timeLimit.value_or(-1.0),
                           double(s.overwrite),
                           double(s.noClobber),
                           double(s.onlyColours.size()),
@@ -70,7 +72,6 @@ std::string stateOf(const Settings &s)
                           double(s.batch.manifests.size()),
                           double(s.batch.formats.size()),
                           double(s.batch.jobs),
-                          s.batch.timeLimit,
                           s.batch.memoryLimit,
                           double(s.batch.retryFailed),
                           double(s.batch.dryRun),
@@ -78,9 +79,14 @@ std::string stateOf(const Settings &s)
                           double(s.batch.check),
                           s.batch.flagBelow,
                           double(s.batch.chunk),
-                          double(s.batch.chunks) })
+                          double(s.batch.chunks),
+                          double(s.batch.leases),
+                          double(s.batch.watch.size()),
+                          double(s.pages.size()),
+                          double(s.pages.front().second) })
         add(value);
-    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ';
+    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ' + s.batch.report + ' '
+        + s.batch.csv + ' ' + s.batch.premis + ' ';
     return state + s.preset + ' ' + s.format + ' ' + s.config;
 }
 

@@ -222,6 +222,69 @@ class Kills(FaultTest):
                 self.each_call(check, step=lambda at: at + 4, kind="kill", signal=int(number), **STAGE)
 
 
+class Limits(FaultTest):
+    """--time-limit ends a run wherever it is."""
+    NOISE = ["--raw", "--set", "colorquantcycles=1e9", "--set", "mincolorratio=1", "--set", "numberofcolors=16"]
+
+    def check_over(self, result, old):
+        self.assertEqual((result.returncode, result.stderr), (5, b"ztrace: the time limit of 0.3 seconds is over\n"))
+        self.assertEqual(self.contents(), old)
+
+    def test_trace(self):
+        random.seed(4)
+        self.image = self.write("a.png", png(64, 64, lambda x, y: (*random.randbytes(3), 255)))
+        self.check_over(self.trace("--time-limit", "0.3", *self.NOISE), self.restore())
+
+    def test_input_that_never_comes(self):
+        os.mkfifo(self.path("a.fifo"))
+        self.image = self.path("a.fifo")
+        self.check_over(self.trace("--time-limit", "0.3"), self.restore())
+
+    def test_reader_that_never_reads(self):
+        """Files get their names after what goes to pipes has gone there."""
+        old = self.restore()
+        os.mkfifo(os.path.join(self.outputs, "pipe.svg"))
+        self.names = [*NAMES, "pipe.svg"]
+        result = self.trace("--time-limit", "0.3")
+        os.unlink(os.path.join(self.outputs, "pipe.svg"))
+        self.check_over(result, old)
+
+    def test_in_a_settings_file(self):
+        random.seed(4)
+        self.image = self.write("a.png", png(64, 64, lambda x, y: (*random.randbytes(3), 255)))
+        settings = self.write("a.toml", b"time-limit = 0.3\n")
+        self.check_over(self.trace("--config", settings, *self.NOISE), self.restore())
+
+    def test_time_that_is_enough(self):
+        self.restore()
+        self.assertEqual(self.trace("--time-limit", "1000").returncode, 0)
+        self.assertEqual(self.contents(), self.whole)
+
+    def test_inherited_mask(self):
+        """A parent that holds the signal back does not keep it away."""
+        os.mkfifo(self.path("a.fifo"))
+        result = subprocess.run([PROGRAM, self.path("a.fifo"), "-o", "old.svg", "--time-limit", "0.3"],
+                                cwd=self.outputs, capture_output=True, timeout=60,
+                                preexec_fn=lambda: signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGALRM]))
+        self.assertEqual(result.returncode, 5)
+
+    def test_while_names_are_given(self):
+        """The end waits until they are."""
+        for without in WITHOUT:
+            def check(result, old):
+                self.assertEqual((result.returncode, result.stderr[:24]), (5, b"ztrace: the time limit o"))
+                self.assertIn(self.contents(), (old, self.of(self.whole)))
+
+            def trace(*more, **faults):
+                return FaultTest.trace(self, "--time-limit", "1000", *more, **faults)
+
+            self.names = TEXTS
+            self.trace = trace
+            with self.subTest(without=without):
+                self.each_call(check, step=lambda at: at + 4, kind="kill", signal=int(signal.SIGALRM), **STAGE,
+                               without=without)
+
+
 class Surroundings(FaultTest):
     def test_little_memory(self):
         random.seed(3)
