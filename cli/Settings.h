@@ -17,6 +17,7 @@
 #include "drawing/dxf.h"
 #include "drawing/text.h"
 #include "imaging/scan.h"
+#include "pages.h"
 #include "tracing/plan.h"
 
 namespace ztrace {
@@ -64,8 +65,9 @@ struct Settings
     int fixedThreshold = 0;
     bool deskew = false;
     int despeckle = 0; // pixels
-    int page = 1;      // 0: all
-    int upsample = 0;  // how many times finer than pixels; 0: as is useful
+    int page = 1;      // 0: those of `pages`
+    PageRanges pages = { { 1, 1 } };
+    int upsample = 0; // how many times finer than pixels; 0: as is useful
 
     Geometry::Fit fit = Geometry::Fit::Engine;
     bool strokes = false; // lines as centre lines

@@ -12,7 +12,9 @@ namespace ztrace {
 namespace {
 
 const char kPresets[] = "presets";
+const char kFormats[] = "formats";
 const char kBatch[] = "batch";
+const char kSummary[] = "summary";
 const char kSeeHelp[] = " (see ztrace --help)";
 
 [[noreturn]] void refuse(const std::string &text)
@@ -141,25 +143,42 @@ private:
         if (inputs.empty())
             refuse("no input: give an image, or - for standard input");
         line.input = inputs.front();
-        const bool isPresets = line.input == kPresets;
-        line.action = isPresets ? CommandLine::ListPresets : CommandLine::Trace;
-        if (isPresets && inputs.size() > 1)
-            refuse(inputs[1] + ": presets takes nothing more");
-        if (isPresets && !line.given.empty())
-            throw Failure(kWrongUsage, "presets: it takes no options");
+        const bool isList = line.input == kPresets || line.input == kFormats;
+        if (isList)
+            line.action
+                = line.input == kPresets ? CommandLine::ListPresets : CommandLine::ListFormats;
+        if (isList && inputs.size() > 1)
+            refuse(inputs[1] + ": " + line.input + " takes nothing more");
+        if (isList && !line.given.empty())
+            throw Failure(kWrongUsage, line.input + ": it takes no options");
         if (inputs.size() > 1)
             refuse(inputs[1] + ": there is one INPUT only; several are for ztrace batch");
     }
 
     void useBatch()
     {
-        line.action = CommandLine::Batch;
-        line.inputs.assign(inputs.begin() + 1, inputs.end());
+        const bool isSummary = inputs.size() > 1 && inputs[1] == kSummary;
+        line.action = isSummary ? CommandLine::BatchSummary : CommandLine::Batch;
+        line.inputs.assign(inputs.begin() + (isSummary ? 2 : 1), inputs.end());
+        if (isSummary)
+            refuseOthersOfSummary();
         for (const char *name : { "output", "stats", "json" }) {
-            if (line.given.count(name))
+            if (!isSummary && line.given.count(name))
                 throw Failure(kWrongUsage,
                               std::string("--") + name + ": not for ztrace batch, which has "
                                   + (name[0] == 'o' ? "--out and --names" : "result lines"));
+        }
+    }
+
+    void refuseOthersOfSummary()
+    {
+        for (const auto &said : line.said) {
+            if (said.first != "csv" && said.first != "premis" && said.first != "report"
+                && said.first != "json" && said.first != "quiet")
+                throw Failure(kWrongUsage,
+                              "--" + said.first
+                                  + ": not for batch summary, which takes --csv, --premis, "
+                                    "--report and --json");
         }
     }
 

@@ -15,7 +15,7 @@ namespace ztrace {
 
 struct CommandLine
 {
-    enum Action { Trace, ListPresets, Batch, Help, Version };
+    enum Action { Trace, ListPresets, ListFormats, Batch, BatchSummary, Help, Version };
 
     Action action = Trace;
     std::string input;

@@ -83,7 +83,7 @@ const char kBashTail[] = R"text("
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch presets" -- "$word")
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch formats presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
@@ -163,7 +163,7 @@ _ztrace_presets() {
 }
 
 _ztrace_inputs() {
-    _alternative 'images:image:_files' 'commands:command:((presets\:"list the presets" batch\:"trace many images"))'
+    _alternative 'images:image:_files' 'commands:command:((presets\:"list the presets" batch\:"trace many images" formats\:"list the formats"))'
 }
 
 _arguments -s \

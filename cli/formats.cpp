@@ -156,9 +156,6 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
-// What soft edges can tell is a hundredth of a pixel at best.
-const int kDecimalsOfShapes = 3;
-
 // The format that was chosen, or is written when nothing is said.
 const Format *chosenFormat(const Settings &settings)
 {
@@ -224,8 +221,8 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
     return outputs;
 }
 
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
-                                   const Settings &settings)
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, int pages,
+                                   const std::string &input, const Settings &settings)
 {
     for (Output &output : outputs) {
         if (output.fileName == QLatin1String(kStandardOutput))
@@ -236,7 +233,7 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const 
         const QString ending
             = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
         output.fileName = info.path() + QLatin1Char('/') + info.completeBaseName()
-            + QLatin1Char('-') + QString::number(page) + ending;
+            + QLatin1Char('-') + QString::fromStdString(pageNumber(page, pages)) + ending;
         refuseOthers(output.fileName, input, settings);
         refuseToReplace(output.fileName, settings);
     }
@@ -247,8 +244,7 @@ WriteOptions writeOptions(const Settings &settings)
 {
     WriteOptions options;
     options.style = settings.style;
-    const bool shapes = settings.fit == Geometry::Fit::Shapes && !settings.raw;
-    options.decimals = settings.decimals.value_or(shapes ? kDecimalsOfShapes : kExactDecimals);
+    options.decimals = settings.decimals.value_or(kDecimalsOfDrawing);
     options.scale = settings.scale;
     options.dxf = settings.dxf;
     return options;

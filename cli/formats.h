@@ -35,9 +35,10 @@ std::vector<Output> outputsFor(const std::string &input, const Settings &setting
 // --overwrite an image that is no preview of ours. Others are drawings, which are made again.
 void refuseToReplace(const QString &fileName, const Settings &settings);
 
-// The outputs for one page of several: the page's number goes before the ending. Devices take all.
-std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, const std::string &input,
-                                   const Settings &settings);
+// The outputs for one page of a file with `pages`: the page's number, with as many digits as the
+// last one's, goes before the ending. Devices take all.
+std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, int pages,
+                                   const std::string &input, const Settings &settings);
 
 // What the settings tell the writers.
 WriteOptions writeOptions(const Settings &settings);

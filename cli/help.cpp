@@ -21,7 +21,8 @@ const int kTextColumn = 26; // where what an option does begins
 
 const char kUsage[] = "Usage: ztrace INPUT [-o OUTPUT]... [OPTIONS]\n"
                       "       ztrace batch INPUT... [OPTIONS]\n"
-                      "       ztrace presets\n"
+                      "       ztrace batch summary FILE...\n"
+                      "       ztrace presets | formats\n"
                       "\n";
 const char kWhatItDoes[]
     = "Traces an image into a drawing of straight lines and quadratic curves. INPUT is an image of "

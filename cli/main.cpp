@@ -2,9 +2,11 @@
 //
 // The command ztrace: an image in, a drawing out.
 #include "batch/batch.h"
+#include "batch/summary.h"
 #include "batch/version.h"
 #include "batch/worker.h"
 #include "commandline.h"
+#include "converters.h"
 #include "failure.h"
 #include "formats.h"
 #include "help.h"
@@ -113,16 +115,20 @@ private:
             trace(source, 1, outputs);
             return kSuccess;
         }
+        const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
         std::vector<std::vector<Output>> outputsOfPages;
-        for (int page = 1; page <= pages; ++page)
-            outputsOfPages.push_back(outputsForPage(outputs, page, line.input, line.settings));
-        int failed = claimed - pages;
+        for (const int page : wanted)
+            outputsOfPages.push_back(
+                outputsForPage(outputs, page, claimed, line.input, line.settings));
+        std::size_t failed = 0;
         std::set<ExitCode> codes;
-        if (failed > 0)
-            codes.insert(kInputUnreadable);
-        for (int page = 1; page <= pages; ++page) {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            const int page = wanted[i];
             try {
-                trace(source, page, outputsOfPages[static_cast<std::size_t>(page - 1)]);
+                if (page <= pages || claimed == pages)
+                    trace(source, page, outputsOfPages[i]);
+                else
+                    codes.insert(kInputUnreadable), ++failed; // told below, once
                 continue;
             } catch (const Failure &failure) {
                 tell("page " + std::to_string(page) + ": " + failure.what());
@@ -136,13 +142,13 @@ private:
             }
             ++failed;
         }
-        if (claimed > pages) {
+        if (claimed > pages && wanted.back() > pages) {
             tell(inputName(line.input) + ": only " + std::to_string(pages) + " of "
                  + std::to_string(claimed) + " pages can be read");
         }
         if (failed == 0)
             return kSuccess;
-        return failed == claimed && codes.size() == 1 ? *codes.begin() : kFailed;
+        return failed == wanted.size() && codes.size() == 1 ? *codes.begin() : kFailed;
     }
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
@@ -219,8 +225,13 @@ ExitCode perform(int argc, char **argv)
         return Run(line).all();
     case CommandLine::Batch:
         return runBatch(line, argc, argv);
+    case CommandLine::BatchSummary:
+        return runSummary(line);
     case CommandLine::ListPresets:
         listPresets();
+        break;
+    case CommandLine::ListFormats:
+        listFormats();
         break;
     case CommandLine::Help:
         std::fputs(helpText(helpWidth()).c_str(), stdout);

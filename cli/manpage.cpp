@@ -60,7 +60,12 @@ ztrace \- trace an image into lines and quadratic curves
 .I DIR
 .RI [ OPTIONS ]
 .br
+.B ztrace batch summary
+.IR FILE ...
+.br
 .B ztrace presets
+.br
+.B ztrace formats
 .SH DESCRIPTION
 Traces an image of any format that is read into a drawing of straight lines and quadratic curves,
 and writes it in one format or several.
@@ -74,9 +79,13 @@ Pictures that an SVG names are never loaded.
 .B ztrace batch
 traces many pictures, folders and lists of them, each by itself, and goes on where it was ended.
 Its own options are those of the section Batch.
+.B ztrace batch summary
+makes one summary of the result lines of several runs.
 .PP
 .B ztrace presets
-lists the presets.
+lists the presets,
+.B ztrace formats
+what can be read and written here, and which packages would add what.
 )text";
 
 const char kManFiles[] = R"text(.SH FILES

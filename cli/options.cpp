@@ -124,6 +124,19 @@ OptionValue engineAssignment()
     return value;
 }
 
+OptionValue pageOrPages()
+{
+    OptionValue value = wholeNumberOr("LIST|all", { "all", 0 }, 1, kMostPages, [](Settings &, int) {
+                        }).offering({ "1" });
+    value.store = [](const std::string &option, const std::string &text, Settings *settings) {
+        settings->pages = pagesValue(option, text, kMostPages);
+        const bool isOne = settings->pages.size() == 1
+            && settings->pages.front().first == settings->pages.front().second;
+        settings->page = isOne ? settings->pages.front().first : 0;
+    };
+    return value;
+}
+
 // Texts with commas between them; each is given to `store`.
 void forEachPart(const std::string &text, const std::function<void(const std::string &)> &store)
 {
@@ -236,10 +249,14 @@ std::vector<Entry> outputOptions()
             .needs(kFillsAreas)
             .help("Width of outlines in pixels"),
         Entry("decimals",
-              wholeNumber("N", 0, kMostDecimals,
-                          [](Settings &s, int decimals) { s.decimals = decimals; }))
+              wholeNumberOr("N|exact", { "exact", kExactDecimals }, 0, kMostDecimals,
+                            [](Settings &s, int decimals) { s.decimals = decimals; })
+                  .offering({ "1", "2", "3" }))
             .needs(kRoundsNumbers)
-            .help("Decimals of SVG coordinates; without it as many as it takes to be exact"),
+            .help("Decimals of SVG coordinates; `exact` are as many as it takes")
+            .manual("Without it 2 for true shapes and centre lines, 1 for pages of more than 1000 "
+                    "areas with hard edges, and exact for the engine's outlines. Rounded "
+                    "coordinates are written in few bytes"),
         Entry("scale",
               number("F", kLeastScale, kMostNumber,
                      [](Settings &s, double scale) { s.scale = scale; }))
@@ -342,15 +359,12 @@ std::vector<Entry> colourOptions()
             .standard("0")
             .appliesTo(kToInk)
             .help("lineart: remove specks and fill pinholes of up to `N` pixels"),
-        Entry("page",
-              wholeNumberOr("N|all", { "all", 0 }, 1, kMostPages,
-                            [](Settings &s, int page) { s.page = page; })
-                  .offering({ "1" }))
+        Entry("page", pageOrPages())
             .standard("1")
             .place(Place::UpToSettingsFile)
             .appliesTo(kToImages)
-            .help("Page of a TIFF, frame of an animation; `all` writes every page, with numbers in "
-                  "the outputs' names when there are several"),
+            .help("Page of a TIFF or PDF, frame of an animation: one, or several as in `2-4,7`, or "
+                  "`all`; several have numbers in the outputs' names"),
         Entry("upsample",
               wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostUpsampling,
                             [](Settings &s, int times) { s.upsample = times; })
@@ -572,6 +586,24 @@ std::vector<Entry> batchOptions()
         Entry("chunk", chunkOfChunks())
             .help("Take one part of several, `1/2` or `2/2`, for several machines; which picture "
                   "is in which part follows from its name alone"),
+        Entry("leases",
+              wholeNumberOr("N|none", { "none", 0 }, 2, kMostChunks,
+                            [](Settings &s, int parts) { s.batch.leases = parts; })
+                  .offering({ "16", "64" }))
+            .standard("none")
+            .help("Divide the pictures into `N` parts and take one after the other, beside other "
+                  "runs with the same words and the same folder of drawings"),
+        Entry("watch",
+              file("DIR", [](Settings &s, const std::string &t) { s.batch.watch.push_back(t); }))
+            .several()
+            .help("Go on until SIGTERM with the pictures that come into a folder, each when its "
+                  "size has been the same for a second"),
+        Entry("report", file("FILE", [](Settings &s, const std::string &t) { s.batch.report = t; }))
+            .help("Write a report to look at, one HTML file"),
+        Entry("csv", file("FILE", [](Settings &s, const std::string &t) { s.batch.csv = t; }))
+            .help("Write the results as a table for spreadsheets; also of `summary`"),
+        Entry("premis", file("FILE", [](Settings &s, const std::string &t) { s.batch.premis = t; }))
+            .help("Write the results as PREMIS events, in XML; also of `summary`"),
     };
     for (Entry &entry : entries)
         entry.place(Place::CommandLine).commandOnly();

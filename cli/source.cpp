@@ -126,6 +126,12 @@ void ImageSource::useContents()
         buffer.open(QIODevice::ReadOnly);
         format = QImageReader(&buffer).format();
     }
+    if (format.isEmpty() || format == "pdf")
+        foreign = foreignKind(data);
+    if (foreign != Foreign::None) {
+        end = Ending::Whole; // their programs refuse what is not
+        return;
+    }
     end = endingOf(data, format);
     if (format.startsWith("svg"))
         useSvg();
@@ -172,6 +178,8 @@ void ImageSource::requireFile(const std::string &fileName)
 
 int ImageSource::pages() const
 {
+    if (foreign != Foreign::None)
+        return foreignPages(foreign, name, data);
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);
@@ -207,6 +215,12 @@ bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
 
 QImage ImageSource::read(int page, bool upright) const
 {
+    if (foreign != Foreign::None) {
+        const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
+        const QImage made = foreignImage(foreign, name, data, page, most);
+        refuseTooLarge(made.size(), isGreyFormat(made.format()));
+        return made;
+    }
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);

@@ -9,6 +9,7 @@
 
 #include <string>
 
+#include "converters.h"
 #include "ending.h"
 
 namespace ztrace {
@@ -74,6 +75,7 @@ private:
     SourceLimits limits;
     QByteArray data;
     QByteArray format; // the toolkit's name of it; empty for drawings and what is no image
+    Foreign foreign = Foreign::None; // what other programs read
     Ending end = Ending::Untold;
     int leftOut = 0;
 };

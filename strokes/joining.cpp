@@ -17,6 +17,9 @@ const double kWidthSlack = 1.2;
 const double kGoesOn = 0.5;
 // Part of an arc's sweep that its samples may go back by.
 const double kGoesBack = 0.05;
+const double kOverlap = 0.1; // radians that the parts of a circle may lie over each other
+// Cross-sections for a pixel of an arc: of less, junctions make arcs that nobody has drawn.
+const double kSeenPart = 0.4;
 // Radians of samples that make a circle, and where both ends are in one joint.
 const double kWholeSweep = 2 * kPi * 0.93;
 const double kMeetingSweep = 2 * kPi * 0.7;
@@ -82,8 +85,10 @@ class Joiner
 public:
     Joiner(const Measure &m, Web *w) : measure(m), web(*w) { }
 
-    void acrossJoints()
+    // Of atoms of at least so many cross-sections.
+    void acrossJoints(std::size_t leastSamples)
     {
+        least = leastSamples;
         for (int round = 0; round < kMostRounds; ++round) {
             bool changed = false;
             for (std::size_t j = 0; j < web.joints.size(); ++j) {
@@ -132,6 +137,8 @@ private:
     {
         const Atom &first = atom(a.atom);
         const Atom &second = atom(b.atom);
+        if (std::min(first.samples.size(), second.samples.size()) < least)
+            return false;
         if (a.atom == b.atom || !isJoinable(first) || !isJoinable(second)
             || !isOnePen(first, second))
             return false;
@@ -140,25 +147,33 @@ private:
         const fit::Moments sum = together(first.moments, second.moments);
         if (!cheapest(sum, measure, from, to, &result->carrier, &result->cost))
             return false;
-        result->gain = first.cost + second.cost - result->cost;
+        // Each for itself: a long line has slack that could hide a short one at an angle to it.
+        result->cost = costOn(first, result->carrier) + costOn(second, result->carrier)
+            + measure.lambda * numbersOf(result->carrier);
+        result->gain = first.cost + second.cost + measure.lambda * kNumbersOfJoint - result->cost;
         result->loss = measure.lambda
-                * (numbersOf(first.carrier) + numbersOf(second.carrier)
+                * (kNumbersOfJoint + numbersOf(first.carrier) + numbersOf(second.carrier)
                    - numbersOf(result->carrier))
             - result->gain;
         return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result);
     }
 
+    double costOn(const Atom &part, const fit::Primitive &carrier) const
+    {
+        return measure.misfit(chi2Of(part.moments, carrier), part.moments.w / measure.weight());
+    }
+
     bool joinBestAt(std::size_t joint)
     {
         const std::vector<AtomEnd> &ends = web.meetings[joint].ends;
-        double least = 1e300;
+        double smallest = 1e300;
         AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
         for (std::size_t i = 0; i < ends.size(); ++i) {
             for (std::size_t k = i + 1; k < ends.size(); ++k) {
                 Union candidate;
-                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= least)
+                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= smallest)
                     continue;
-                least = candidate.loss;
+                smallest = candidate.loss;
                 best[0] = ends[i];
                 best[1] = ends[k];
             }
@@ -183,7 +198,9 @@ private:
         samples.insert(samples.end(), more.begin(), more.end());
         const Sweep sweep = sweepOf(samples, joined.carrier.point);
         const double turned = std::fabs(sweep.turned);
-        const double noise = slack / joined.carrier.radius;
+        if (double(samples.size()) < kSeenPart * turned * joined.carrier.radius)
+            return false;
+        const double noise = kOverlap + slack / joined.carrier.radius;
         return turned < 2 * kPi + noise && sweep.walked - turned < kGoesBack * turned + noise;
     }
 
@@ -335,6 +352,7 @@ private:
 
     const Measure &measure;
     Web &web;
+    std::size_t least = 0;
 };
 
 } // namespace
@@ -355,9 +373,9 @@ Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)
     return web;
 }
 
-void joinAcrossJoints(const Measure &measure, Web *web)
+void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web)
 {
-    Joiner(measure, web).acrossJoints();
+    Joiner(measure, web).acrossJoints(leastSamples);
 }
 
 void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web)

@@ -11,6 +11,9 @@ namespace ztrace::strokes {
 namespace {
 
 const double kCrossing = 0.2;   // sine of the least angle at which carriers are crossed; 12 degrees
+const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
+const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
+const double kStub = 1.6;             // pixels of a line that is seen beyond another one
 const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
 const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
 const double kMeetsAll = 1.5;   // pixels from a common place that its carriers may pass by
@@ -137,25 +140,48 @@ private:
         }
     }
 
-    // The place where two carriers meet near a joint.
-    bool meet(const fit::Primitive &a, const fit::Primitive &b, const Joint &at, Point *place,
-              double *weight) const
+    // Pixels along an end's carrier from its last cross-section to a place.
+    double along(const AtomEnd &end, Point place)
     {
+        const Atom &ending = atom(end);
+        const Point last = end.end == 0 ? ending.samples.front().centre
+                                        : ending.samples.back().centre;
+        const double ahead = fit::dot(place - last, outwardsOf(ending, end.end));
+        return (ahead < 0 ? -1.0 : 1.0) * distanceBetween(place, last);
+    }
+
+    // Whether ink leads from an end to a place.
+    bool leadsTo(const AtomEnd &end, Point place)
+    {
+        const double ahead = along(end, place);
+        const double width = atom(end).width;
+        return ahead > -kBackwards - width
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0) + 0.5 * width + kReach;
+    }
+
+    // The place where an end meets a carrier near a joint, or as far away as ink leads.
+    bool meet(const AtomEnd &end, const fit::Primitive &b, const Joint &at, Point *place,
+              double *weight)
+    {
+        const fit::Primitive &a = atom(end).carrier;
         const Point foot = a.foot(at.place);
-        const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(foot)));
+        const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(b.foot(at.place))));
         const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
         *weight = sine * sine + 1e-3;
-        if (sine > kCrossing || (a.arc == b.arc && !a.arc && sine > 0.5 * kCrossing)) {
+        const bool lines = !a.arc && !b.arc;
+        if (sine > (lines ? kCrossingOfLines : kCrossing)) {
             const Crossings crossings = crossingsOf(a, b);
-            double nearest = reach;
+            double nearest = lines ? std::max(kFarthestMeeting, reach) : reach;
+            bool found = false;
             for (int k = 0; k < crossings.count; ++k) {
                 const double d = distanceBetween(crossings.place[k], at.place);
-                if (d < nearest) {
+                if (d < nearest && leadsTo(end, crossings.place[k])) {
                     nearest = d;
                     *place = crossings.place[k];
+                    found = true;
                 }
             }
-            if (nearest < reach)
+            if (found)
                 return true;
         }
         const Point touched = touching(a, b, at.place, reach);
@@ -167,21 +193,42 @@ private:
 
     void endOnThrough(const AtomEnd &end, const std::vector<int> &through, const Joint &at)
     {
-        Atom &ending = atom(end);
         double heaviest = -1.0;
-        Point place = ending.carrier.foot(at.place);
+        double thickness = 0.0;
+        Point place = atom(end).carrier.foot(at.place);
         for (int number : through) {
             Point candidate;
             double weight = 0.0;
-            if (number != end.atom
-                && meet(ending.carrier, web.atoms[std::size_t(number)].carrier, at, &candidate,
-                        &weight)
+            const Atom &other = web.atoms[std::size_t(number)];
+            if (number != end.atom && meet(end, other.carrier, at, &candidate, &weight)
                 && weight > heaviest) {
                 heaviest = weight;
                 place = candidate;
+                thickness = 0.5 * other.width / std::max(std::sqrt(weight), kCrossing);
             }
         }
-        putEnd(end, place);
+        if (heaviest > kCrossing * kCrossing && goesBeyond(end, place, thickness))
+            free.push_back(end);
+        else
+            putEnd(end, place);
+    }
+
+    // Whether the line is seen again beyond the one that it meets, which is that thick there.
+    bool goesBeyond(const AtomEnd &end, Point place, double thickness)
+    {
+        const Atom &ending = atom(end);
+        const double start = along(end, place) + thickness;
+        const double most = start + kFarthestMeeting;
+        const double ink = inkAhead(coverage, ending, end.end, most);
+        if (ink < start + kStub || ink >= most)
+            return false;
+        // Alone there: paper on both sides.
+        const double middle = 0.5 * (start + ink);
+        const Point p = alongCarrier(ending, end.end, middle);
+        const Point q = alongCarrier(ending, end.end, middle + 0.5);
+        const Point normal = 2.0 * Point { p.y - q.y, q.x - p.x };
+        const double beside = 0.5 * ending.width + 1.5;
+        return coverage.at(p + beside * normal) < 0.4 && coverage.at(p - beside * normal) < 0.4;
     }
 
     void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
@@ -192,7 +239,7 @@ private:
             for (std::size_t k = i + 1; k < ends.size(); ++k) {
                 Point place;
                 double weight = 0.0;
-                if (!meet(atom(ends[i]).carrier, atom(ends[k]).carrier, at, &place, &weight))
+                if (!meet(ends[i], atom(ends[k]).carrier, at, &place, &weight))
                     continue;
                 sum = sum + weight * place;
                 all += weight;

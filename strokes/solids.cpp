@@ -52,8 +52,9 @@ double widestPen(const Graph &graph, const Plane &distance)
     return 0.0;
 }
 
-Plane takeSolids(const Plane &distance, double widest, Plane *ink)
+Plane takeSolids(double widest, Plane *ink)
 {
+    Plane &distance = *ink;
     const double radius = 0.5 * kSolidWidths * widest;
     const double farthest = kFarthestInk - 1.0;
     const int limit = int(std::lround((std::min(radius, farthest) + 0.5) / kDistanceUnit));
@@ -77,7 +78,7 @@ Plane takeSolids(const Plane &distance, double widest, Plane *ink)
         if (distance.cells[cell] == 0 || away.cells[cell] > most)
             continue;
         solids.cells[cell] = 1;
-        ink->cells[cell] = 0;
+        distance.cells[cell] = 0;
     }
     return solids;
 }

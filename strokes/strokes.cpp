@@ -19,13 +19,15 @@ namespace {
 
 // Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
 // leaves steps whose errors keep their sign for as long as a line keeps within a row.
-const double kLeastSoft = 0.06;
-const double kLeastHard = 0.25;
+const double kLeastSoft = 0.035;
+const double kLeastHard = 0.2;
+
+// Cross-sections that tell a direction well enough to join by it.
+const std::size_t kTelling = 8;
 
 struct Skeleton
 {
     Plane distance;
-    Plane thin;
     std::vector<uint32_t> cells;
     Graph graph;
 };
@@ -34,8 +36,9 @@ Skeleton skeletonOf(Plane ink)
 {
     Skeleton skeleton;
     skeleton.distance = inkDistance(std::move(ink));
-    skeleton.cells = thin(skeleton.distance, &skeleton.thin);
-    skeleton.graph = graphOf(skeleton.thin, skeleton.distance, skeleton.cells);
+    Plane thinned;
+    skeleton.cells = thin(skeleton.distance, &thinned);
+    skeleton.graph = graphOf(std::move(thinned), skeleton.distance, skeleton.cells);
     return skeleton;
 }
 
@@ -106,15 +109,15 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
 bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Plane ink = inkOf(picture);
-    Skeleton skeleton = skeletonOf(ink);
+    Skeleton skeleton = skeletonOf(inkOf(picture));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
     drawing->solids
-        = takeSolids(skeleton.distance, widestPen(skeleton.graph, skeleton.distance), &ink);
+        = takeSolids(widestPen(skeleton.graph, skeleton.distance), &skeleton.distance);
     if (!drawing->solids.cells.empty()) {
-        skeleton = skeletonOf(std::move(ink));
+        skeleton.graph = Graph();
+        skeleton = skeletonOf(std::move(skeleton.distance));
         dropSpurs(skeleton.distance, &skeleton.graph);
     }
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
@@ -124,7 +127,9 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     Web web = webOf(std::move(atoms), std::move(cores.joints));
-    joinAcrossJoints(measure, &web);
+    joinAcrossJoints(measure, kTelling, &web);
+    joinAlongCarriers(coverage, measure, &web);
+    joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
     takeStrokes(web, drawing);

@@ -160,7 +160,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
                      Stages *stages, TraceReport *report)
 {
     stages->begin("preparing");
-    const CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    CleanPage clean = cleanPage(std::move(picture), ink.scan);
     report->angle = clean.angle;
     report->evenedOut = clean.evenedOut;
     report->threshold = clean.wholePage ? clean.threshold : -1;
@@ -173,10 +173,11 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     page.height = clean.page.height();
     page.grey = grey.data();
     page.threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
-    stages->end("prepare");
-    stages->begin("tracing");
     strokes::StrokeOptions options;
     options.hard = clean.bilevel || clean.page.isBilevel() || clean.tones.lightnesses() <= 2;
+    clean.page = GreyPicture();
+    stages->end("prepare");
+    stages->begin("tracing");
     strokes::StrokeDrawing found;
     if (!strokes::strokesOf(page, options, &found))
         throw TraceError("the picture has more lines than a drawing; --despeckle or another "

@@ -56,8 +56,11 @@ Collected collectAll(const CommandLine &line)
     }
     for (const std::string &list : batch.lists)
         collectList(list, &collected);
-    for (Item &item : collected.items)
+    for (Item &item : collected.items) {
         item.page = line.settings.page;
+        if (item.page == 0)
+            item.ranges = line.settings.pages;
+    }
     std::vector<std::string> errors;
     for (const std::string &manifest : batch.manifests)
         append(readManifest(manifest, &errors), &collected.items);
@@ -91,7 +94,8 @@ Agenda collectAgenda(const CommandLine &line)
     const BatchSettings &batch = line.settings.batch;
     if (!batch.names.empty())
         checkTemplate(batch.names);
-    if (line.inputs.empty() && batch.lists.empty() && batch.manifests.empty())
+    if (line.inputs.empty() && batch.lists.empty() && batch.manifests.empty()
+        && batch.watch.empty())
         throw Failure(kWrongUsage,
                       "batch: no input: give images, folders, --files-from or --manifest "
                       "(see ztrace --help)");
@@ -106,7 +110,7 @@ Agenda collectAgenda(const CommandLine &line)
     }
     for (const std::string &problem : agenda.problems)
         tell(problem);
-    if (collected.items.empty() && agenda.problems.empty())
+    if (collected.items.empty() && agenda.problems.empty() && batch.watch.empty())
         throw Failure(kInputUnreadable, "batch: there is no picture");
     for (Item &item : collected.items) {
         if (chunkOf(item.path, batch.chunks) == batch.chunk)
@@ -127,8 +131,9 @@ void spreadPages(const std::function<int(const Item &)> &pages, Agenda *agenda)
             continue;
         }
         const int count = pages(item);
-        item.pages = count;
-        for (int page = 1; page <= count; ++page) {
+        const std::vector<int> wanted = pagesWithin(item.ranges, count);
+        item.pages = count > 1 || wanted.size() > 1 ? std::max(2, count) : 1;
+        for (const int page : wanted) {
             item.page = page;
             spread.push_back(item);
         }

@@ -4,9 +4,14 @@
 #include "agenda.h"
 #include "crew.h"
 #include "fingerprint.h"
+#include "inputs.h"
+#include "leases.h"
 #include "meter.h"
+#include "preview.h"
 #include "results.h"
+#include "summary.h"
 #include "tracedline.h"
+#include "watch.h"
 #include "worker.h"
 
 #include "cli/messages.h"
@@ -25,6 +30,7 @@
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <unordered_map>
 
 #include <sched.h>
 #include <unistd.h>
@@ -33,7 +39,9 @@ namespace ztrace {
 
 namespace {
 
-const int kMostAttempts = 2; // the second one alone
+const int kMostAttempts = 2;          // the second one alone
+const useconds_t kLeaseWait = 500000; // microseconds between looks for a part
+const int kWatchWait = 1000;          // milliseconds between looks at folders
 
 // Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
 // that hangs is given up.
@@ -92,6 +100,8 @@ std::string resultsName(const BatchSettings &batch)
 {
     if (!batch.results.empty())
         return batch.results;
+    if (batch.leases > 0)
+        return batch.out + "/ztrace-results-" + Leases::owner() + ".jsonl";
     const std::string part = batch.chunks == 1
         ? ""
         : "-" + std::to_string(batch.chunk) + "-of-" + std::to_string(batch.chunks);
@@ -122,8 +132,17 @@ public:
         makeFolder();
         ResultFile ownResults(resultsName(batch));
         results = &ownResults;
-        readLedger();
-        traceAll();
+        Meter ownMeter(line.settings);
+        meter = &ownMeter;
+        if (batch.leases > 0) {
+            traceParts();
+        } else {
+            readLedger();
+            traceAll();
+        }
+        if (!batch.watch.empty() && stopWish() == 0)
+            traceWhatComes();
+        ownMeter.clear();
         return conclude();
     }
 
@@ -193,11 +212,9 @@ private:
     // What all runs into this folder have finished; the own lines come last and win.
     void readLedger()
     {
+        ledger = Ledger();
         const std::string own = resultsName(batch);
-        const QDir folder(QFile::decodeName(batch.out.c_str()));
-        for (const QString &file :
-             folder.entryList({ QString::fromLatin1("ztrace-results*.jsonl") }, QDir::Files)) {
-            const std::string name = batch.out + '/' + QFile::encodeName(file).toStdString();
+        for (const std::string &name : resultFilesIn(batch.out)) {
             if (name != own)
                 ledger.read(name);
         }
@@ -206,9 +223,7 @@ private:
 
     void traceAll()
     {
-        tally.all = agenda.items.size();
-        Meter ownMeter(line.settings);
-        meter = &ownMeter;
+        tally.all += agenda.items.size();
         std::size_t at = 0;
         Duties duties;
         duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
@@ -218,6 +233,8 @@ private:
         duties.afterRound = [this] {
             deliver();
             meter->draw(tally);
+            if (leases)
+                leases->keep();
         };
         duties.stop = [this] { return stopWish(); };
         duties.next = [&](Job *job) {
@@ -238,7 +255,80 @@ private:
         };
         crew.work(1, duties);
         deliver();
-        meter = nullptr;
+    }
+
+    // Part after part, beside other runs.
+    void traceParts()
+    {
+        Leases own(batch.out, batch.leases);
+        const std::vector<Item> all = std::move(agenda.items);
+        while (stopWish() == 0) {
+            bool othersWork = false;
+            const int part = own.take(&othersWork);
+            if (part == 0 && !othersWork)
+                break;
+            if (part == 0) {
+                ::usleep(kLeaseWait);
+                continue;
+            }
+            agenda.items.clear();
+            for (const Item &item : all) {
+                if (chunkOf(item.path, batch.leases) == part)
+                    agenda.items.push_back(item);
+            }
+            readLedger();
+            leases = &own;
+            traceAll();
+            leases = nullptr;
+            if (stopWish() != 0)
+                own.giveBack();
+            else
+                own.finish();
+        }
+    }
+
+    // Until a signal, which is the usual end here.
+    void traceWhatComes()
+    {
+        const Walk walk = { batch.recursive, batch.patterns, batch.out };
+        Watch watch(batch.watch, walk);
+        std::unordered_map<std::string, std::string> owners; // of drawings
+        while (signalCount == 0 && stopWish() == 0) {
+            watch.wait(kWatchWait);
+            std::vector<std::string> problems;
+            agenda.items = watch.takeComplete(&problems);
+            for (const std::string &problem : problems)
+                tell(problem);
+            if (agenda.items.empty())
+                continue;
+            for (Item &item : agenda.items) {
+                item.page = line.settings.page;
+                item.ranges = line.settings.pages;
+            }
+            countPages();
+            leaveOutClashes(&owners);
+            readLedger();
+            traceAll();
+            meter->draw(tally);
+        }
+    }
+
+    // A picture that comes later has no right to another one's drawing.
+    void leaveOutClashes(std::unordered_map<std::string, std::string> *owners)
+    {
+        std::vector<Item> good;
+        for (Item &item : agenda.items) {
+            const std::string drawing = agenda.outputsOf(item).front();
+            const auto owner = owners->insert({ drawing, item.path }).first;
+            if (owner->second == item.path) {
+                good.push_back(std::move(item));
+                continue;
+            }
+            tell(item.path + ": is left out, " + drawing + " is the drawing of " + owner->second
+                 + " (see --names)");
+            ++leftOut;
+        }
+        agenda.items = std::move(good);
     }
 
     Job jobOf(std::size_t index, int attempt)
@@ -264,6 +354,8 @@ private:
             message.insert(QLatin1String("before"), QString::fromUtf8(before));
         if (batch.retryFailed)
             message.insert(QLatin1String("retry"), true);
+        if (!batch.report.empty())
+            message.insert(QLatin1String("preview"), previewSide(agenda.items.size()));
         message.insert(QLatin1String("attempt"), attempt);
         return { index, attempt, jsonValue(message) + '\n' };
     }
@@ -356,10 +448,20 @@ private:
                 tell(std::to_string(failedBefore)
                      + " of the failures are of earlier runs (see --retry failed)");
         }
-        endBySignal();
+        if (!batch.report.empty() || !batch.csv.empty() || !batch.premis.empty()) {
+            Ledger now;
+            for (const std::string &name : resultFilesIn(batch.out))
+                now.read(name);
+            if (!batch.results.empty())
+                now.read(batch.results);
+            writeSummaries(now, line.settings);
+        }
+        if (batch.watch.empty())
+            endBySignal();
         errno = 0;
         requireArrival(stdout);
-        return tally.failed == 0 && open == 0 && agenda.problems.empty() ? kSuccess : kFailed;
+        return tally.failed == 0 && open == 0 && leftOut == 0 && agenda.problems.empty() ? kSuccess
+                                                                                         : kFailed;
     }
 
     CommandLine line;
@@ -372,7 +474,9 @@ private:
     ResultFile *results = nullptr;
     Meter *meter = nullptr;
     Tally tally;
+    Leases *leases = nullptr; // while a part is worked on
     std::size_t failedBefore = 0;
+    std::size_t leftOut = 0;
     std::deque<std::size_t> again;
     QByteArray arrived; // lines that are not written yet
 };

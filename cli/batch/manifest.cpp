@@ -240,10 +240,11 @@ private:
         }
         item.settings = std::move(entry.settings);
         try {
-            if (entry.page == "all")
-                item.page = 0;
-            else if (!entry.page.empty())
-                item.page = wholeValue("page", entry.page, 1, kMostPage, "all");
+            if (!entry.page.empty())
+                item.ranges = pagesValue("page", entry.page, kMostPage);
+            const bool isOne = item.ranges.size() == 1
+                && item.ranges.front().first == item.ranges.front().second;
+            item.page = isOne ? item.ranges.front().first : item.ranges.empty() ? 1 : 0;
             checkItemSettings(item.settings);
         } catch (const Failure &failure) {
             error(line, failure.what());

@@ -2,6 +2,7 @@
 #include "names.h"
 
 #include "cli/failure.h"
+#include "cli/pages.h"
 #include "cli/suggest.h"
 #include "cli/values.h"
 
@@ -25,13 +26,6 @@ std::size_t dotOf(const std::string &file)
 {
     const std::size_t dot = file.rfind('.');
     return dot == 0 || dot == std::string::npos ? file.size() : dot;
-}
-
-std::string padded(int page, int pages)
-{
-    const std::string number = std::to_string(page);
-    const std::size_t digits = std::to_string(std::max(page, pages)).size();
-    return std::string(digits - number.size(), '0') + number;
 }
 
 // Without empty parts, and without those that would lead elsewhere.
@@ -103,7 +97,7 @@ std::string outputNameOf(const Item &item, const std::string &pattern,
               if (place == "suffix")
                   return dot < file.size() ? file.substr(dot + 1) : std::string();
               if (place == "page")
-                  return padded(item.page, item.pages);
+                  return pageNumber(item.page, item.pages);
               return suffixOfFormat;
           });
     return cleaned(name);

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/pages.h"
+
 namespace ztrace {
 
 // A setting by the name of its option, with what was said of it.
@@ -18,8 +20,9 @@ struct Item
 {
     std::string path;   // of the file, in bytes
     std::string folder; // that {folder} stands for, without a slash at either end
-    int page = 1;       // 0: all, as long as they have not been counted
+    int page = 1;       // 0: several, as long as they have not been counted
     int pages = 1;      // of this file that the run takes at most; more than one get numbers
+    PageRanges ranges;  // that are wanted where the page is 0
     std::string sha256; // that the file should have, in small letters; empty: any
     std::vector<Said> settings; // of this picture alone
 };

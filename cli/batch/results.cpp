@@ -126,12 +126,38 @@ void Ledger::read(const std::string &fileName)
 {
     files.push_back(fileName);
     const int file = static_cast<int>(files.size()) - 1;
-    forEachLine(fileName, [&](const QJsonObject &line, qint64 offset, int size) {
+    wrong += forEachLine(fileName, [&](const QJsonObject &line, qint64 offset, int size) {
         const std::string path = nameIn(line, "path");
-        if (!path.empty())
-            places[keyOf(path, line.value(QLatin1String("page")).toInt(1))]
-                = { file, size, offset };
+        if (path.empty())
+            return;
+        const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
+        const bool done = isDone(line);
+        const auto known = places.find(key);
+        if (known != places.end() && known->second.file != file && known->second.done && !done)
+            return;
+        places[key] = { file, size, offset, done };
     });
+}
+
+void Ledger::forEach(const std::function<void(const QJsonObject &line)> &take) const
+{
+    forEachIn([&take](const QJsonObject &line, const std::string &) { take(line); });
+}
+
+void Ledger::forEachIn(
+    const std::function<void(const QJsonObject &line, const std::string &file)> &take) const
+{
+    std::vector<Place> sorted;
+    for (const auto &entry : places)
+        sorted.push_back(entry.second);
+    std::sort(sorted.begin(), sorted.end(), [](const Place &a, const Place &b) {
+        return a.file != b.file ? a.file < b.file : a.offset < b.offset;
+    });
+    for (const Place &place : sorted) {
+        const QJsonObject line = QJsonDocument::fromJson(lineAt(place)).object();
+        if (!line.isEmpty())
+            take(line, files[static_cast<std::size_t>(place.file)]);
+    }
 }
 
 QByteArray Ledger::lineOf(const std::string &path, int page) const
@@ -139,9 +165,11 @@ QByteArray Ledger::lineOf(const std::string &path, int page) const
     if (places.empty())
         return QByteArray();
     const auto found = places.find(keyOf(path, page));
-    if (found == places.end())
-        return QByteArray();
-    const Place &place = found->second;
+    return found == places.end() ? QByteArray() : lineAt(found->second);
+}
+
+QByteArray Ledger::lineAt(const Place &place) const
+{
     const Descriptor file(
         ::open(files[static_cast<std::size_t>(place.file)].c_str(), O_RDONLY | O_CLOEXEC));
     QByteArray line(place.size, '\0');

@@ -43,11 +43,23 @@ std::string keyOf(const std::string &path, int page);
 int forEachLine(const std::string &fileName,
                 const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take);
 
-// The last line of every picture, by place: some 100 bytes a picture, whatever is in the line.
+// The line of every picture that holds, by place: some 100 bytes a picture, whatever is in the
+// line. Of a file that is the last one; of several files one of a drawing that is there goes before
+// others.
 class Ledger
 {
 public:
     void read(const std::string &fileName);
+
+    // Every line that holds, in the order of files and lines.
+    void forEach(const std::function<void(const QJsonObject &line)> &take) const;
+
+    // The same with the name of the file that the line is in.
+    void forEachIn(
+        const std::function<void(const QJsonObject &line, const std::string &file)> &take) const;
+
+    // Whole lines that are no objects.
+    int wrongLines() const { return wrong; }
 
     // Null when there is none.
     QByteArray lineOf(const std::string &path, int page) const;
@@ -60,10 +72,13 @@ private:
         int file;
         int size;
         qint64 offset;
+        bool done;
     };
+    QByteArray lineAt(const Place &place) const;
 
     std::vector<std::string> files;
     std::unordered_map<std::string, Place> places;
+    int wrong = 0;
 };
 
 // The file that a run appends to. Nobody else does meanwhile.

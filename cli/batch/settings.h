@@ -36,10 +36,17 @@ struct BatchSettings
     // What is looked at.
     bool check = true;
     double flagBelow = 0.9; // agreement of picture and drawing, 0 to 1
+    std::string report;     // HTML
+    std::string csv;
+    std::string premis;
 
     // Several machines.
     int chunk = 1; // of `chunks`
     int chunks = 1;
+    int leases = 0; // parts that runs take one after the other; 0: none
+
+    // Folders that pictures come into.
+    std::vector<std::string> watch;
 };
 
 } // namespace ztrace

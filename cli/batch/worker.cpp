@@ -3,6 +3,7 @@
 
 #include "fingerprint.h"
 #include "itemsettings.h"
+#include "preview.h"
 #include "results.h"
 #include "selfcheck.h"
 #include "tracedline.h"
@@ -13,6 +14,7 @@
 #include "cli/tracejob.h"
 
 #include "drawing/output.h"
+#include "drawing/png.h"
 #include "imaging/failure.h"
 
 #include <QDir>
@@ -23,6 +25,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <new>
 #include <vector>
@@ -74,6 +77,14 @@ std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Processor time of this process.
+double processorSeconds()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
 
 // The process's largest memory since this was called with true, in bytes; 0 where that is unknown.
@@ -128,6 +139,7 @@ struct Task
     Item item;
     std::vector<std::string> outputs; // below the folder of the drawings
     QJsonObject before;               // its line of an earlier run
+    int preview = 0;                  // its longer side; 0: none
     bool retry = false;               // also when that one failed
     int attempt = 1;
 };
@@ -144,6 +156,7 @@ Task taskOf(const QJsonObject &message)
         task.outputs.push_back(unpacked(output));
     const QByteArray before = message.value(QLatin1String("before")).toString().toUtf8();
     task.before = QJsonDocument::fromJson(before).object();
+    task.preview = message.value(QLatin1String("preview")).toInt();
     task.retry = message.value(QLatin1String("retry")).toBool();
     task.attempt = message.value(QLatin1String("attempt")).toInt(1);
     return task;
@@ -259,8 +272,9 @@ private:
             return before.value(QLatin1String(name)).toString().toStdString();
         };
         if (before.isEmpty() || said("version") != programVersion()
-            || said("settings") != settings.toStdString() || said("sha256") != sourceSha)
-            return false;
+            || said("settings") != settings.toStdString()
+            || (said("sha256") != sourceSha && !(sourceSha.empty() && isDone(before))))
+            return false; // a picture that has gone needs no new drawing
         if (!isDone(before))
             return !task.retry;
         const QJsonArray outputs = before.value(QLatin1String("outputs")).toArray();
@@ -282,6 +296,7 @@ private:
     {
         peakMemory(true);
         const auto start = std::chrono::steady_clock::now();
+        const double begin = processorSeconds();
         const QByteArray settings = fingerprintOf(fingerprint, task.item.settings);
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
@@ -297,6 +312,8 @@ private:
             answer(kStarted, QByteArray::fromStdString(sourceSha));
         }
         if (isFinished(task, settings)) {
+            if (image && isDone(task.before))
+                showAgain(task, *image);
             answer(kSkipped, task.before.value(QLatin1String("outcome")).toString().toUtf8());
             return false;
         }
@@ -309,6 +326,7 @@ private:
         result->insert(QLatin1String("peak"), peakMemory(false));
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
+        seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
         result->insert(QLatin1String("seconds"), seconds);
         return true;
     }
@@ -371,7 +389,7 @@ private:
         const Ending ending = image.ending(task.item.page);
         warnOfEnding(ending, job);
         const bool checks = line.settings.batch.check;
-        const QImage shown = checks ? picture : QImage();
+        const QImage shown = checks || task.preview > 0 ? picture : QImage();
         const TracedPicture traced = tracePicture(std::move(picture), job);
         addTrace(traced, result);
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
@@ -383,7 +401,43 @@ private:
         if (checks)
             addCheck(shown, traced, line.settings.batch.flagBelow, ending, result);
         seconds.insert(QLatin1String("checking"), secondsSince(start));
+        if (task.preview > 0)
+            show(task, shown, drawnSmall(traced.result.drawing, task.preview));
         result->insert(QLatin1String("seconds"), seconds);
+    }
+
+    static QImage drawnSmall(const Drawing &drawing, int side)
+    {
+        const double longer = std::max(1, std::max(drawing.width, drawing.height));
+        return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
+    }
+
+    void show(const Task &task, const QImage &picture, const QImage &drawn)
+    {
+        const std::string name
+            = previewName(line.settings.batch.out, task.item.path, task.item.page);
+        makeFolders({ name });
+        const QByteArray bytes = previewOf(picture, drawn, task.preview);
+        QString ignored; // a report without one picture is still a report
+        writeWhole(
+            QFile::decodeName(name.c_str()),
+            [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &ignored);
+    }
+
+    // The preview of a picture that an earlier run has finished without one.
+    void showAgain(const Task &task, const ImageSource &image)
+    {
+        const std::string name
+            = previewName(line.settings.batch.out, task.item.path, task.item.page);
+        if (task.preview == 0 || image.isDrawing() || access(name.c_str(), F_OK) == 0)
+            return;
+        try {
+            std::vector<std::string> drawings;
+            for (const std::string &output : task.outputs)
+                drawings.push_back(fullName(output));
+            show(task, image.read(task.item.page, true), drawnFrom(drawings, task.preview));
+        } catch (const Failure &) {
+        } catch (const std::bad_alloc &) { }
     }
 
     void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,

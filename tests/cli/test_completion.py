@@ -63,6 +63,7 @@ class Completion(CommandTest):
         self.assertEqual(self.complete(PROGRAM, "sc"), {"scan.png"})
         self.assertEqual(self.complete(PROGRAM, "-o", "sc"), {"scan.png"})
         self.assertEqual(self.complete(PROGRAM, "pre"), {"presets"})
+        self.assertEqual(self.complete(PROGRAM, "bat"), {"batch"})
 
     def complete_in_zsh(self, line):
         """What zsh offers at the end of a line."""
@@ -106,6 +107,7 @@ class Completion(CommandTest):
             self.write(name, b"")
         self.assertEqual(self.complete_in_zsh("ztrace sc"), {"scan.png"})
         self.assertEqual(self.complete_in_zsh("ztrace pre"), {"presets"})
+        self.assertEqual(self.complete_in_zsh("ztrace bat"), {"batch"})
         self.assertEqual(self.complete_in_zsh("ztrace -o sc"), {"scan.png"})
         self.assertEqual(self.complete_in_zsh("ztrace --palette="), {"brand.gpl"})
         self.assertEqual(self.complete_in_zsh("ztrace scan.png --config "), {"page.toml"})

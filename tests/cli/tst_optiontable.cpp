@@ -26,8 +26,9 @@ std::string stateOf(const Settings &s)
     for (double value : { double(s.style.byLayer),
                           double(s.style.stroked),
                           s.style.strokeWidth,
-                          double(s.decimals.value_or(-1)),
+                          double(s.decimals.value_or(-9)),
                           double(s.fit),
+                          double(s.strokes),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
@@ -78,9 +79,14 @@ std::string stateOf(const Settings &s)
                           double(s.batch.check),
                           s.batch.flagBelow,
                           double(s.batch.chunk),
-                          double(s.batch.chunks) })
+                          double(s.batch.chunks),
+                          double(s.batch.leases),
+                          double(s.batch.watch.size()),
+                          double(s.pages.size()),
+                          double(s.pages.front().second) })
         add(value);
-    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ';
+    state += s.batch.out + ' ' + s.batch.names + ' ' + s.batch.results + ' ' + s.batch.report + ' '
+        + s.batch.csv + ' ' + s.batch.premis + ' ';
     return state + s.preset + ' ' + s.format + ' ' + s.config;
 }
 

@@ -1,0 +1,61 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Folders that files come into: scanners and other programs write them there, slowly.
+#ifndef ZTRACE_CLI_BATCH_WATCH_H
+#define ZTRACE_CLI_BATCH_WATCH_H
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "drawing/files.h"
+#include "inputs.h"
+
+namespace ztrace {
+
+// Tells of files when their size and time have been the same for a second, once for each such
+// state. Folders of this machine are asked for news, those of network file systems are looked at
+// every second.
+class Watch
+{
+public:
+    typedef std::chrono::steady_clock Clock;
+
+    // Throws a Failure for a folder that cannot be watched.
+    Watch(const std::vector<std::string> &folders, const Walk &how);
+
+    // Waits at most `milliseconds` for something to happen; signals end it early.
+    void wait(int milliseconds);
+
+    // Files that are complete by now. What cannot be read goes to `problems`, once.
+    std::vector<Item> takeComplete(std::vector<std::string> *problems);
+
+private:
+    struct State
+    {
+        off_t size = 0;
+        timespec time = {};
+        Clock::time_point since; // that it has been so
+        bool isTaken = false;
+        bool isThere = false;
+    };
+
+    void listen(const std::string &folder);
+    bool isDue() const;
+    void look(const Item &item);
+
+    std::vector<std::string> folders;
+    Walk walk;
+    std::map<std::string, State> files;
+    std::map<std::string, bool> toldProblems;
+    Descriptor events;
+    bool polls = false; // a folder gives no news
+    bool hasNews = true;
+    bool hasOpen = false; // files that are not complete yet
+    Clock::time_point lastLook;
+};
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,179 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Summaries, and the report in a browser."""
+import csv
+import io
+import json
+import os
+import re
+import unittest
+import xml.etree.ElementTree
+
+from batchsupport import BatchTest, picture
+from browser import CHROMIUM, Browser
+
+
+class Summary(BatchTest):
+    def setUp(self):
+        super().setUp()
+        self.pictures(6)
+        self.put("in/bad.png", b"nonsense")
+        self.put('in/a, "b" <c>.png', b"")
+        for i in range(1, 3):
+            self.batch("in", "--chunk", "%d/2" % i, code=None)
+
+    def run_program(self, *arguments, code=0, **more):
+        if code is None:
+            import subprocess
+            from support import PROGRAM
+            return subprocess.run([PROGRAM, *arguments], capture_output=True, cwd=self.folder, check=False)
+        return super().run_program(*arguments, code=code, **more)
+
+    def test_counts_and_percentiles(self):
+        told = json.loads(self.run_program("batch", "summary", "out", "--json").stdout)
+        self.assertEqual(told["pictures"], 8)
+        self.assertEqual(told["outcomes"], {"done": 6, "failed": 2})
+        self.assertEqual(told["reasons"], {"not an image of a known format": 1, "is empty": 1})
+        lines = [json.loads(text) for i in (1, 2)
+                 for text in self.read("out/ztrace-results-%d-of-2.jsonl" % i).splitlines()]
+        seconds = sorted(line["seconds"]["total"] for line in lines if line["outcome"] == "done")
+        self.assertEqual([told["seconds"][share] for share in ("0", "0.1", "0.5", "1")],
+                         [seconds[0], seconds[0], seconds[2], seconds[5]])
+        text = self.run_program("batch", "summary", "out/ztrace-results-1-of-2.jsonl",
+                                "out/ztrace-results-2-of-2.jsonl").stdout.decode()
+        self.assertRegex(text, r"outcome +6  done\noutcome +2  failed\nreason +1  ")
+
+    def test_a_drawing_goes_before_a_failure_and_torn_lines_are_left_out(self):
+        good = self.lines("out/ztrace-results-1-of-2.jsonl")
+        key = next(key for key, line in good.items() if line["outcome"] == "done")
+        self.write("later.jsonl", b'{"path": %s, "page": 1, "outcome": "failed", "error": "x"}\n[1]\n{"path": '
+                   % json.dumps(key[0]).encode())
+        result = self.run_program("batch", "summary", "out", "later.jsonl", "--json")
+        self.assertEqual(json.loads(result.stdout)["outcomes"], {"done": 6, "failed": 2})
+        self.assertIn("1 lines are no result lines", result.stderr.decode())
+        self.assert_refused("batch", "summary", "none", code=3, words="none: No such file")
+        self.assert_refused("batch", "summary", code=2, words="give files of result lines")
+        self.assert_refused("batch", "summary", "out", "--jobs", "2", code=2, words="--jobs: not for batch summary")
+
+    def test_table_and_events(self):
+        self.run_program("batch", "summary", "out", "--csv", "t.csv", "--premis", "p.xml")
+        rows = list(csv.DictReader(io.StringIO(self.read("t.csv").decode())))
+        self.assertEqual({row["path"] for row in rows},
+                         {"in/bad.png", 'in/a, "b" <c>.png'} | {"in/p%04d.png" % i for i in range(6)})
+        self.assertEqual(sum(float(row["agreement"]) > 0 for row in rows if row["agreement"]), 6)
+        tree = xml.etree.ElementTree.fromstring(self.read("p.xml"))
+        space = "{http://www.loc.gov/premis/v3}"
+        outcomes = [e.findtext(".//%seventOutcome" % space) for e in tree.iter(space + "event")]
+        self.assertEqual(sorted(outcomes), ["failure"] * 2 + ["success"] * 6)
+        digests = {e.text for e in tree.iter(space + "messageDigest")}
+        for i in (1, 2):
+            for line in self.lines("out/ztrace-results-%d-of-2.jsonl" % i).values():
+                for output in line.get("outputs", []):
+                    self.assertIn(output["sha256"], digests)
+        self.assertEqual(self.run_program("batch", "summary", "out", "--premis", "no/p.xml", code=4).stderr[:14],
+                         b"ztrace: no/p.x")
+
+
+@unittest.skipUnless(CHROMIUM, "chromium is not installed")
+class Report(BatchTest):
+    def setUp(self):
+        super().setUp()
+        self.pictures(8)
+        self.put("in/bad.png", b"nonsense")
+        self.put("in/x<script>.png", picture(99))
+        self.batch("in", "-p", "lineart", code=1)
+        # Finished without a report: previews are made from the drawings.
+        self.batch("in", "-p", "lineart", "--report", "r.html", code=1)
+        self.browser = Browser(self.path("profile"))
+        self.addCleanup(self.browser.close)
+        self.page = "file://" + self.path("r.html")
+
+    def number(self, selector):
+        return self.browser.evaluate("document.querySelectorAll(%s).length" % json.dumps(selector))
+
+    def text(self, selector):
+        return self.browser.evaluate("document.querySelector(%s).textContent" % json.dumps(selector))
+
+    def test_gallery_filters_table_and_viewer(self):
+        browser = self.browser
+        for width in 1400, 800, 390:
+            with self.subTest(width):
+                browser.open(self.page, width)
+                self.assertEqual(self.number(".card"), 10)
+                self.assertEqual(self.number(".card .both"), 9)
+                self.assertLessEqual(browser.evaluate("document.documentElement.scrollWidth"), width)
+                self.assertGreater(len(set(browser.screenshot())), 100)
+                browser.choose("#outcome", "failed")
+                self.assertEqual(self.number(".card"), 1)
+                self.assertIn("1 of 10 pictures, 1 without a drawing", self.text("#counts"))
+                browser.choose("#outcome", "")
+                browser.choose("#search", "P0003")
+                self.assertEqual(self.number(".card"), 1)
+                browser.choose("#search", "")
+                browser.click("#asTable")
+                self.assertEqual(self.number("#rowsOf tr"), 10)
+                browser.click("#heads th:nth-child(5) button")
+                browser.click("#heads th:nth-child(5) button")
+                self.assertEqual(browser.evaluate("document.querySelector('#heads th:nth-child(5)').ariaSort"), "descending")
+                values = [float(v) for v in browser.evaluate(
+                    "[...document.querySelectorAll('#rowsOf td:nth-child(5)')].map(c => c.textContent).filter(Boolean)")]
+                self.assertEqual(values, sorted(values, reverse=True))
+                browser.click("#asGallery")
+                browser.choose("#order", "4")
+                browser.click(".card:nth-child(3)")
+                self.assertEqual(self.text("#title"), "in/p0001.png")
+                browser.key("ArrowRight")
+                self.assertEqual(self.text("#title"), "in/p0002.png")
+                before = browser.evaluate("document.querySelector('#stage .both').clientWidth")
+                browser.click("#in")
+                browser.click("#in")
+                self.assertEqual(browser.evaluate("document.querySelector('#stage .both').clientWidth"), 2 * before)
+                self.assertEqual(self.text("#zoom"), "200 %")
+                browser.key("Escape", number=27)
+                self.assertFalse(browser.evaluate("document.querySelector('#viewer').open"))
+                self.assertEqual(browser.evaluate("document.activeElement.querySelector('.name').textContent"), "in/p0002.png")
+        self.assertEqual(browser.complaints(), [])
+
+    def test_one_slider_for_all_shows_picture_or_drawing(self):
+        self.browser.open(self.page, 1000)
+        pictures = []
+        for value in "0", "100":
+            self.browser.choose("#split", value)
+            self.assertEqual(self.browser.evaluate("getComputedStyle(document.querySelector('.both .drawing')).clipPath"),
+                             "inset(0px 0px 0px %s%%)" % value)
+            pictures.append(self.browser.screenshot())
+        self.assertNotEqual(*pictures)
+
+    def test_everything_has_a_name_and_is_reached_by_keys(self):
+        self.browser.open(self.page, 1000)
+        nameless = self.browser.evaluate("""[...document.querySelectorAll('button, input, select, svg, [role=img]')].filter(e =>
+            !(e.getAttribute('aria-label') || e.textContent.trim() || (e.labels && e.labels.length))).map(e => e.outerHTML)""")
+        self.assertEqual(nameless, [])
+        reached = set()
+        for _ in range(10):
+            self.browser.key("Tab", number=9)
+            reached.add(self.browser.evaluate("document.activeElement.id || document.activeElement.className"))
+        self.assertLessEqual({"search", "outcome", "flag", "preset", "order", "split", "asGallery", "asTable", "card"}, reached)
+        self.browser.key("Enter", text="\r", number=13)
+        self.assertTrue(self.browser.evaluate("document.querySelector('#viewer').open"))
+
+    def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
+        text = self.read("r.html").decode()
+        row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
+        rows = [{**row, "name": "p%05d" % i} for i in range(10000)]
+        self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
+                                    text, flags=re.S).encode())
+        self.browser.open(self.page, 1000)
+        self.assertLess(self.number(".card"), 500)
+        self.browser.evaluate("scrollTo(0, document.body.scrollHeight)")
+        for _ in range(100):
+            self.browser.settle()
+            if self.number(".card") > 60:
+                break
+        self.assertGreater(self.number(".card"), 60)
+        self.browser.click("#asTable")
+        self.browser.click("#next")
+        self.assertEqual(self.text("#place"), "101 to 200 of 10000")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,153 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Pages, sources that other programs read, folders that files come into, and runs beside each other."""
+import os
+import shutil
+import signal
+import subprocess
+import threading
+import time
+import unittest
+
+from batchsupport import BatchTest, picture
+from support import PROGRAM, tiff
+
+KINDS = [lambda x, y, n=n: 10 < x < 20 + n and y > 20 for n in range(12)]
+
+
+def gif(frames):
+    """An animation of 8 x 8 pixels in two colours; a frame is the number of dark columns."""
+    data = b"GIF89a\x08\0\x08\0\x80\0\0" + b"\xff\xff\xff\0\0\0"
+    for dark in frames:
+        bits = "".join(format(code, "03b")[::-1] for y in range(8) for code in
+                       [4] + [1 if x < dark else 0 for x in range(2)] + [4] + [1 if x < dark else 0 for x in range(2, 4)]
+                       + [4] + [1 if x < dark else 0 for x in range(4, 6)] + [4] + [1 if x < dark else 0 for x in range(6, 8)])
+        bits += format(5, "03b")[::-1]
+        bits += "0" * (-len(bits) % 8)
+        codes = bytes(int(bits[i:i + 8][::-1], 2) for i in range(0, len(bits), 8))
+        data += b",\0\0\0\0\x08\0\x08\0\0\x02" + bytes([len(codes)]) + codes + b"\0"
+    return data + b";"
+
+
+class Pages(BatchTest):
+    def test_pages_by_ranges(self):
+        self.write("a.tif", tiff(KINDS))
+        for pages, found in [("2-4,7", [2, 3, 4, 7]), ("11-", [11, 12]), ("3,3,2-3", [2, 3]), ("all", range(1, 13)),
+                             ("4-2", [2, 3, 4])]:
+            for folder in "out", "single":
+                shutil.rmtree(self.path(folder), ignore_errors=True)
+            self.batch("a.tif", "--page", pages)
+            os.mkdir(self.path("single"))
+            self.run_program("a.tif", "--page", pages, "-o", "single/a.svg", "-q")
+            self.assertEqual(self.tree(), self.tree("single"))
+            self.assertEqual(sorted(self.tree()), [b"a-%02d.svg" % page for page in found])
+
+    def test_pages_that_are_not_there(self):
+        self.write("a.tif", tiff(KINDS[:3]))
+        self.run_program("a.tif", "--page", "2-9", "-o", "a.svg")
+        self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.endswith("svg")), ["a-2.svg", "a-3.svg"])
+        self.assertIn("there is no page 7", self.run_program("a.tif", "--page", "7-9", code=3).stderr.decode())
+        self.assertIn("there is no page 7", self.batch("a.tif", "--page", "7,8", code=1).stderr.decode())
+        for wrong in "0", "x", "2-", "1,,2", "-3", "1-x", "":
+            if wrong != "2-":
+                self.assertIn("--page", self.run_program("a.tif", "--page=" + wrong, code=2).stderr.decode())
+
+    def test_frames_of_an_animation(self):
+        self.write("a.gif", gif([2, 4, 6]))
+        self.batch("a.gif", "--page", "all", "-p", "logo")
+        drawings = self.tree()
+        self.assertEqual(sorted(drawings), [b"a-1.svg", b"a-2.svg", b"a-3.svg"])
+        self.assertEqual(len(set(drawings.values())), 3)
+
+
+class Foreign(BatchTest):
+    @unittest.skipUnless(shutil.which("pdftoppm") and shutil.which("qpdf"), "poppler-utils or qpdf is not installed")
+    def test_pages_of_pdf(self):
+        for i in range(2):
+            self.write("a.png", picture(i, 60))
+            self.run_program("a.png", "-o", "p%d.pdf" % i)
+        subprocess.run(["qpdf", "--empty", "--pages", "p0.pdf", "p1.pdf", "--", "both.pdf"], cwd=self.folder, check=True)
+        self.batch("both.pdf", "--page", "all")
+        self.assertEqual(sorted(self.tree()), [b"both-1.svg", b"both-2.svg"])
+        line = self.lines()["both.pdf", 2]
+        self.assertEqual((line["dpi"], line["outcome"]), (300, "done"))
+        self.assertAlmostEqual(line["width"], 60 * 300 / 96, delta=2)
+        self.assertIn("there is no page 3", self.run_program("both.pdf", "--page", "3", code=3).stderr.decode())
+        self.write("bad.pdf", b"%PDF-1.4\nnonsense")
+        self.assertIn("cannot be read by pdf", self.run_program("bad.pdf", code=3).stderr.decode())
+
+    def test_the_missing_package_is_named(self):
+        self.write("a.pdf", b"%PDF-1.4\n")
+        self.write("a.heic", b"\0\0\0\x18ftypheic\0\0\0\0mif1heic")
+        for name, package in ("a.pdf", "poppler-utils"), ("a.heic", "libheif-examples"):
+            text = self.run_program(name, code=3, environment={"PATH": self.folder}).stderr.decode()
+            self.assertIn("Debian package " + package, text)
+        listed = self.run_program("formats", environment={"PATH": self.folder}).stdout.decode()
+        self.assertRegex(listed, r"(?m)^read   .*\bpng\b")
+        self.assertRegex(listed, r"(?m)^write  svg dxf pdf png json$")
+        self.assertIn("poppler-utils would add pages of pdf", listed)
+        self.assertNotRegex(listed.splitlines()[0], r"\bpdf\b")
+        self.assert_refused("formats", "x", code=2, words="formats takes nothing more")
+
+
+class Watching(BatchTest):
+    def test_files_that_are_written_slowly(self):
+        os.mkdir(self.path("in"))
+        os.mkdir(self.path("in/deep"))
+        self.put("in/first.png", picture(1))
+        run = subprocess.Popen([PROGRAM, "batch", "--watch", "in", "--out", "in/out"], cwd=self.folder,
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+        def write(i):
+            data = picture(i)
+            with open(self.path("in/w%d.png" % i), "wb") as file:
+                for part in range(5):
+                    file.write(data[part * len(data) // 5:(part + 1) * len(data) // 5])
+                    file.flush()
+                    time.sleep(0.3)
+        writers = [threading.Thread(target=write, args=(i,)) for i in range(6)]
+        for writer in writers:
+            writer.start()
+        for writer in writers:
+            writer.join()
+        os.rename(self.put("moved", picture(8)), self.path("in/moved.png"))
+        for _ in range(1200):
+            if len(self.tree("in/out")) == 8:
+                break
+            time.sleep(0.05)
+        run.send_signal(signal.SIGTERM)
+        text = run.communicate(timeout=60)[1].decode()
+        self.assertEqual(run.returncode, 0, text)
+        self.assertIn("8 done;", text)
+        lines = self.lines("in/out/ztrace-results.jsonl") # each once
+        self.assertEqual({line["outcome"] for line in lines.values()}, {"done"})
+        self.assertEqual(len(lines), 8)
+        self.assertIn("none: No such file", self.run_program("batch", "--watch", "none", "--out", "out", code=3).stderr.decode())
+
+
+class Together(BatchTest):
+    def test_runs_share_the_parts_and_take_over_those_of_the_dead(self):
+        self.pictures(40)
+        words = [PROGRAM, "batch", "in", "--out", "out", "--leases", "7", "-j", "1"]
+        runs = [subprocess.Popen(words, cwd=self.folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE) for _ in range(3)]
+        for run in runs:
+            run.communicate(timeout=300)
+            self.assertEqual(run.returncode, 0)
+        done = [name for name in os.listdir(self.path("out")) if name.startswith("ztrace-results")]
+        paths = [path for name in done for path, _ in self.lines("out/" + name)]
+        self.assertEqual(sorted(paths), ["in/p%04d.png" % i for i in range(40)])
+        # One that has died: its part waits for two minutes, by the clock of the file system.
+        folder = self.path("out/.ztrace-leases-7")
+        self.assertEqual(sorted(os.listdir(folder)), ["done-%d" % i for i in range(1, 8)])
+        os.rename(folder + "/done-3", folder + "/busy-3.elsewhere.1")
+        os.utime(folder + "/busy-3.elsewhere.1", (time.time() - 1000,) * 2)
+        self.put("in/new.png", picture(1000))
+        os.remove(self.path("out/p0001.svg"))
+        result = self.run_program("batch", "in", "--out", "out", "--leases", "7")
+        self.assertIn("done-3", os.listdir(folder))
+        self.assertIn("finished before", result.stderr.decode())
+        self.run_program("batch", "in", "--out", "out", "--leases", "7") # begins anew
+        self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), 41)
+
+
+if __name__ == "__main__":
+    unittest.main()
