@@ -331,7 +331,7 @@ std::vector<Entry> colourOptions()
               wholeNumber("N", 1, kMostColors, [](Settings &s, int colors) { s.colors = colors; }))
             .appliesTo(kToColours)
             .help("Largest number of colours")
-            .manual("Without it 16 for logo, 12 for poster, 48 for photo; full transparency does "
+            .manual("Without it 64 for logo, 12 for poster, 48 for photo; full transparency does "
                     "not count"),
         Entry("palette", paletteOrFile())
             .commas()
