@@ -526,11 +526,10 @@ std::vector<Entry> batchOptions()
         Entry("names",
               file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))
             .help("Names of the drawings below that folder: `{folder}`, `{name}` and `{suffix}` "
-                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending; "
-                  "without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
-                  "where a file has several pages")
-            .manual("The folder is that of the picture below the folder that was named, or the one "
-                    "that a list or manifest says"),
+                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending")
+            .manual("Without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
+                    "where a file has several pages. The folder is that of the picture below the "
+                    "folder that was named, or the one that a list or manifest says"),
         Entry("formats", formatNames())
             .help("Formats of the drawings, with commas between them; without it that of "
                   "`--format`"),

@@ -142,6 +142,7 @@ public:
         }
         if (!batch.watch.empty() && stopWish() == 0)
             traceWhatComes();
+        results->sync(true);
         ownMeter.clear();
         return conclude();
     }
@@ -424,10 +425,10 @@ private:
     // All lines of a round at once: waiting for the disk is what costs.
     void deliver()
     {
-        if (arrived.isEmpty())
-            return;
-        results->append(arrived);
+        if (!arrived.isEmpty())
+            results->append(arrived);
         arrived.clear();
+        results->sync(false);
     }
 
     ExitCode conclude()
