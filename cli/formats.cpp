@@ -247,7 +247,7 @@ WriteOptions writeOptions(const Settings &settings)
 {
     WriteOptions options;
     options.style = settings.style;
-    const bool shapes = settings.fit == Geometry::Fit::Shapes && !settings.raw;
+    const bool shapes = settings.fit == Geometry::Fit::Fair && !settings.raw;
     options.decimals = settings.decimals.value_or(shapes ? kDecimalsOfShapes : kExactDecimals);
     options.scale = settings.scale;
     options.dxf = settings.dxf;

@@ -108,7 +108,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
 
-    const bool shapes = geometry.fit == Geometry::Fit::Shapes;
+    const bool shapes = geometry.fit == Geometry::Fit::Fair;
     Segmented segmented;
     if (shapes && std::holds_alternative<Flat>(plan.segmentation))
         segmented.edges = edgesOf(image);
