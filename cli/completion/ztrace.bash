@@ -30,7 +30,7 @@ _ztrace() {
         --despeckle) choices="" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
-        --fit) choices="engine shapes" ;;
+        --fit) choices="fair engine" ;;
         --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
         --seed) choices="" ;;
         --min-path) choices="" ;;
@@ -41,6 +41,19 @@ _ztrace() {
         --progress) choices="auto always never" ;;
         --max-pixels) choices="" ;;
         --max-memory) choices="" ;;
+        --out) offer_files=yes ;;
+        --names) offer_files=yes ;;
+        --formats) choices="svg dxf pdf png json" ;;
+        --pattern) offer_files=yes ;;
+        --files-from) offer_files=yes ;;
+        --manifest) offer_files=yes ;;
+        -j | --jobs) choices="auto 1 2 4 8" ;;
+        --time-limit) choices="" ;;
+        --memory-limit) choices="" ;;
+        --retry) choices="failed" ;;
+        --results) offer_files=yes ;;
+        --flag-below) choices="" ;;
+        --chunk) choices="1/2 2/2" ;;
         *)
             if [[ $word == -* ]]; then
                 choices="--output
@@ -69,6 +82,7 @@ _ztrace() {
                     --page
                     --upsample
                     --fit
+                    --strokes
                     --raw
                     --set
                     --seed
@@ -87,7 +101,24 @@ _ztrace() {
                     --max-memory
                     --quiet
                     --help
-                    --version"
+                    --version
+                    --out
+                    --names
+                    --formats
+                    --recursive
+                    --pattern
+                    --files-from
+                    --manifest
+                    --jobs
+                    --time-limit
+                    --memory-limit
+                    --retry
+                    --dry-run
+                    --fail-fast
+                    --results
+                    --no-check
+                    --flag-below
+                    --chunk"
             else
                 offer_files=yes
             fi
@@ -96,7 +127,7 @@ _ztrace() {
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 && presets == "$word"* ]] && COMPREPLY+=(presets)
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
