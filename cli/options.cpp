@@ -39,7 +39,7 @@ const WordTable<DxfVersion> kDxfVersions
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
 const WordTable<Geometry::Fit> kFits
-    = { { "engine", Geometry::Fit::Engine }, { "shapes", Geometry::Fit::Shapes } };
+    = { { "fair", Geometry::Fit::Fair }, { "engine", Geometry::Fit::Engine } };
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },
                                            { "adaptive", Threshold::Adaptive } };
@@ -383,7 +383,7 @@ std::vector<Entry> colourOptions()
             .appliesTo(kToReduced)
             .help("What draws the outlines: the engine, area by area, or true shapes, every "
                   "boundary once from its soft edge, in lines, arcs, curves and circles")
-            .manual("With `shapes`, `--upsample` and tolerances have no effect"),
+            .manual("With `fair`, `--upsample` and tolerances have no effect"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "
