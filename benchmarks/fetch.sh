@@ -3,6 +3,7 @@
 # system's package lists are not touched: where they have no sources, the sources of the same archives
 # are looked up in lists of the script's own below $dir. What is there already is not fetched again.
 # shellcheck shell=sh
+: "${dir:?the folder to fetch into}"
 
 # A line for the sources beside each of the archives of Debian that the system has packages from.
 source_lines() {
@@ -44,8 +45,8 @@ fetch_source() { # package
     mkdir -p "$dir/work-$1"
     download_source "$1" "$options"
     mkdir -p "$dir/part-$1"
-    tar -C "$dir/part-$1" --strip-components=1 -xf \
-        "$(ls "$dir/work-$1"/*.orig.tar.?z "$dir/work-$1"/*.orig.tar.bz2 2>/dev/null | head -n 1)"
+    rm -f "$dir/work-$1"/*.asc  # signatures beside the archives
+    tar -C "$dir/part-$1" --strip-components=1 -xf "$dir/work-$1"/*.orig.tar.*
     rm -rf "$dir/work-$1"
     mv "$dir/part-$1" "$dir/src-$1"
 }

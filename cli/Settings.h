@@ -87,8 +87,9 @@ struct Settings
     bool json = false;
     bool quiet = false;
     Progress progress = Progress::Auto;
-    double maxPixels = 1000.0; // million pixels of an image
-    double maxMemory = 8192.0; // million bytes that an image may take
+    double maxPixels = 1000.0;       // million pixels of an image
+    double maxMemory = 8192.0;       // million bytes that an image may take
+    std::optional<double> timeLimit; // seconds of a run, of a picture of many; 0: none
 
     BatchSettings batch; // of a run over many pictures
 

@@ -15,7 +15,8 @@ enum ExitCode {
     kFailed = 1, // some pages of several, or not enough memory
     kWrongUsage = 2,
     kInputUnreadable = 3, // a palette or settings file, too
-    kOutputNotWritable = 4
+    kOutputNotWritable = 4,
+    kTimeIsOver = 5 // --time-limit
 };
 
 // Ends the command with a code and one line of text, which names the file or option it is about.

@@ -156,9 +156,6 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
-// What soft edges can tell is a hundredth of a pixel at best.
-const int kDecimalsOfShapes = 3;
-
 // The format that was chosen, or is written when nothing is said.
 const Format *chosenFormat(const Settings &settings)
 {
@@ -247,8 +244,7 @@ WriteOptions writeOptions(const Settings &settings)
 {
     WriteOptions options;
     options.style = settings.style;
-    const bool shapes = settings.fit == Geometry::Fit::Shapes && !settings.raw;
-    options.decimals = settings.decimals.value_or(shapes ? kDecimalsOfShapes : kExactDecimals);
+    options.decimals = settings.decimals.value_or(kDecimalsOfDrawing);
     options.scale = settings.scale;
     options.dxf = settings.dxf;
     return options;

@@ -117,6 +117,7 @@ const std::vector<std::pair<std::string, std::string>> &exitMeanings()
           "must not be replaced" },
         { "3", "the input, or a file that an option names, cannot be read" },
         { "4", "an output cannot be written, or what is printed does not arrive" },
+        { "5", "the time of --time-limit is over" },
         { "128+N",
           "ended by signal N, as shells tell it: 129 hung up, 130 interrupted, 137 killed, 143 "
           "terminated" },

@@ -15,6 +15,7 @@
 #include "progress.h"
 #include "report.h"
 #include "source.h"
+#include "timelimit.h"
 #include "toolkit.h"
 #include "tracejob.h"
 
@@ -63,6 +64,8 @@ public:
     {
         onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
+        if (line.settings.timeLimit.value_or(0.0) > 0.0)
+            endAfter(*line.settings.timeLimit);
         ImageSource::requireFile(line.input);
         const std::vector<Output> outputs = outputsFor(line.input, line.settings);
         ProgressLine progressLine(line.settings);

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "suggest.h"
+#include "timelimit.h"
 
 #include "drawing/formats.h"
 #include "engine/optiondefaults.h"
@@ -26,7 +27,6 @@ const int kMostPages = 100000;
 const int kMostSpeck = 1000000;
 const int kMostJobs = 1024;
 const int kMostChunks = 1000000;
-const double kMostSeconds = 1e6;
 const double kMostNumber = std::numeric_limits<double>::max();
 
 const WordTable<Unit> kUnits
@@ -249,10 +249,14 @@ std::vector<Entry> outputOptions()
             .needs(kFillsAreas)
             .help("Width of outlines in pixels"),
         Entry("decimals",
-              wholeNumber("N", 0, kMostDecimals,
-                          [](Settings &s, int decimals) { s.decimals = decimals; }))
+              wholeNumberOr("N|exact", { "exact", kExactDecimals }, 0, kMostDecimals,
+                            [](Settings &s, int decimals) { s.decimals = decimals; })
+                  .offering({ "1", "2", "3" }))
             .needs(kRoundsNumbers)
-            .help("Decimals of SVG coordinates; without it as many as it takes to be exact"),
+            .help("Decimals of SVG coordinates; `exact` are as many as it takes")
+            .manual("Without it 2 for true shapes and centre lines, 1 for pages of more than 1000 "
+                    "areas with hard edges, and exact for the engine's outlines. Rounded "
+                    "coordinates are written in few bytes"),
         Entry("scale",
               number("F", kLeastScale, kMostNumber,
                      [](Settings &s, double scale) { s.scale = scale; }))
@@ -327,7 +331,7 @@ std::vector<Entry> colourOptions()
               wholeNumber("N", 1, kMostColors, [](Settings &s, int colors) { s.colors = colors; }))
             .appliesTo(kToColours)
             .help("Largest number of colours")
-            .manual("Without it 16 for logo, 12 for poster, 48 for photo; full transparency does "
+            .manual("Without it 64 for logo, 12 for poster, 48 for photo; full transparency does "
                     "not count"),
         Entry("palette", paletteOrFile())
             .commas()
@@ -489,6 +493,14 @@ std::vector<Entry> runningOptions()
             .help("Refuse images that would take more than this, in millions of bytes, before they "
                   "are decoded, and input of more than this")
             .manual("An image is taken for 24 bytes a pixel, a grey or black-and-white one for 14"),
+        Entry("time-limit",
+              number("SECONDS", 0.0, kMostSeconds,
+                     [](Settings &s, double seconds) { s.timeLimit = seconds; }))
+            .place(Place::CommandLine)
+            .commandOnly()
+            .help("End the run when it has taken so long, and with `batch` a picture; 0 is no "
+                  "limit. Without it batch has 600, and a single run none")
+            .manual("Outputs that are not written by then are not written at all"),
         Entry("quiet", 'q', flag([](Settings &s, bool on) { s.quiet = on; }))
             .commandOnly()
             .help("No warnings and no progress"),
@@ -547,11 +559,6 @@ std::vector<Entry> batchOptions()
                   .offering({ "1", "2", "4", "8" }))
             .standard("auto")
             .help("Processes that trace; `auto` is one a processor"),
-        Entry("time-limit",
-              number("S", 0.0, kMostSeconds,
-                     [](Settings &s, double seconds) { s.batch.timeLimit = seconds; }))
-            .standard("600")
-            .help("Seconds that a picture may take; 0 is no limit"),
         Entry("memory-limit",
               number("MB", 0.0, kMostNumber,
                      [](Settings &s, double millions) { s.batch.memoryLimit = millions; }))

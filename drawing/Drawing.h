@@ -77,6 +77,10 @@ struct Drawing
     double dpi = 0.0; // pixels an inch; 0: unknown, a pixel then is 1/96 inch on paper
     Unit unit = Unit::Pixel;
 
+    // What coordinates are worth, in pixels: formats that round do so to a decimal of about this
+    // unless they are told otherwise. 0: they are exact.
+    double precision = 0.0;
+
     // Painted over the whole picture before the outlines, when its alpha is not 0: what shows
     // through the hairlines between neighbours. Part of fills only.
     QRgb ground = 0;

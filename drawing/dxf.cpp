@@ -157,12 +157,14 @@ private:
         return true;
     }
 
-    // Runs of lines and arcs as polylines, curves one by one.
+    // Runs of several lines and arcs as polylines, curves and single ones one by one.
     void writeRuns()
     {
         std::vector<BulgeVertex> run;
         const auto endRun = [&] {
-            if (run.size() > 1)
+            if (run.size() == 2)
+                writeStep(run[0], run[1].point);
+            else if (run.size() > 2)
                 entities.polyline(run);
             run.clear();
         };
@@ -181,6 +183,16 @@ private:
                        { piece.end, 0.0 } });
         }
         endRun();
+    }
+
+    void writeStep(const BulgeVertex &from, const Point &to)
+    {
+        PathPiece piece;
+        piece.kind = from.bulge == 0.0 ? PathPiece::Line : PathPiece::Arc;
+        piece.start = from.point;
+        piece.end = to;
+        piece.bulge = from.bulge;
+        writePiece(piece);
     }
 
     static bool isCurve(const PathPiece &piece)
@@ -287,11 +299,16 @@ QRgb indexedColour(int index)
 
 } // namespace
 
-int dxfColourIndex(QRgb colour)
+bool isDxfInk(QRgb colour)
 {
     const int kBlack = 24; // channels up to this are ink
+    return qRed(colour) <= kBlack && qGreen(colour) <= kBlack && qBlue(colour) <= kBlack;
+}
+
+int dxfColourIndex(QRgb colour)
+{
     const int kWhiteOnBlack = 7;
-    if (qRed(colour) <= kBlack && qGreen(colour) <= kBlack && qBlue(colour) <= kBlack)
+    if (isDxfInk(colour))
         return kWhiteOnBlack;
     int best = kWhiteOnBlack;
     int bestDistance = 1 << 30;

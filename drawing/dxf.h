@@ -29,15 +29,18 @@ struct DxfOptions
     bool join = false;
 };
 
-// Writes the drawing: a layer for every layer, in the colour of its first outline. Strokes are
+// Writes the drawing: a layer for every layer, in the colour of its first outline. A line or an arc
+// between curves is an entity of its own, several are a polyline. Strokes are
 // lines, arcs, circles and ellipses one by one, with line type, its scale and line weight of their
 // pen. R12 knows no splines and ellipses: with Spline they are lines there, within the tolerance.
 // Returns false when the device took less than everything.
 bool writeDxf(const Drawing &drawing, const DxfOptions &options, QIODevice *device);
 
-// Index of the colour among the 255 of the format that is most like it; black is 7, which readers
-// show in black on white and in white on black.
+// Index of the colour among the 255 of the format that is most like it; ink, black and nearly
+// black, is 7, which readers show in black on white and in white on black. It is written without a
+// true colour, which would be black on black.
 int dxfColourIndex(QRgb colour);
+bool isDxfInk(QRgb colour);
 
 } // namespace ztrace
 

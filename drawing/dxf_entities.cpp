@@ -73,7 +73,7 @@ void DxfEntities::colour()
     if (!((look.colour ^ look.layer->colour) & 0xFFFFFFu))
         return;
     out.group(62, dxfColourIndex(look.colour));
-    if (!old)
+    if (!old && !isDxfInk(look.colour))
         out.group(420, static_cast<int>(look.colour & 0xFFFFFFu));
 }
 

@@ -21,10 +21,16 @@ QByteArray recordName(LineType type)
     return QByteArray(nameOf(type)).toUpper();
 }
 
+// To 1e-9, which takes away what multiplying has added.
+double rounded(double length)
+{
+    return std::round(length * 1e9) / 1e9;
+}
+
 std::vector<double> scaled(std::vector<double> lengths, double factor)
 {
     for (double &length : lengths)
-        length *= factor;
+        length = rounded(length * factor);
     return lengths;
 }
 
@@ -53,18 +59,18 @@ DxfLineTypes::DxfLineTypes(const Drawing &drawing, DxfVersion version)
 
 DxfLineTypes::Use DxfLineTypes::useFor(const Pen &pen, double unitsPerPixel, bool isScaled)
 {
-    std::vector<double> pattern = scaled(dashesOf(pen), unitsPerPixel);
+    std::vector<double> pattern = dashesOf(pen);
     Use use;
-    const double length = sumOf(pattern);
+    const double length = sumOf(pattern) * unitsPerPixel;
     if (pattern.empty() || !(length > 0.0) || !std::isfinite(length))
         return use;
     // What has dashes is dashed, whatever it is called.
     const LineType type = pen.lineType == LineType::Continuous ? LineType::Hidden : pen.lineType;
     const double standard = sumOf(standardPattern(type));
     if (isScaled) {
-        use.scale = length / standard;
-        pattern = scaled(pattern, 1.0 / use.scale);
+        use.scale = std::max(rounded(length / standard), 1e-9);
     }
+    pattern = scaled(pattern, unitsPerPixel / use.scale);
     if (type == LineType::Dot && pattern.size() == 2)
         pattern = { 0.0, pattern[0] + pattern[1] };
     use.record = recordFor(type, pattern);

@@ -260,7 +260,7 @@ private:
         if (!old)
             out.group(70, 0);
         out.group(62, index);
-        if (trueColour && !old)
+        if (trueColour && !old && !isDxfInk(*trueColour))
             out.group(420, static_cast<int>(*trueColour & 0xFFFFFFu));
         out.group(6, old ? "CONTINUOUS" : "Continuous");
     }

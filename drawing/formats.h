@@ -37,7 +37,7 @@ const char kPreviewValue[] = "ztrace";
 struct WriteOptions
 {
     PaintStyle style;
-    int decimals = kExactDecimals;
+    int decimals = kDecimalsOfDrawing;
     double scale = 1.0; // of pictures
     DxfOptions dxf;
 };

@@ -214,6 +214,8 @@ bool writeJson(const Drawing &drawing, QIODevice *device)
         + "\",\"version\":" + QByteArray::number(versionOf(drawing)) + ",\n\"width\":"
         + QByteArray::number(drawing.width) + ",\"height\":" + QByteArray::number(drawing.height)
         + ",\"dpi\":" + jsonNumber(drawing.dpi) + ",\"unit\":\"" + nameOf(drawing.unit) + '"';
+    if (drawing.precision != 0.0)
+        text += ",\"precision\":" + jsonNumber(drawing.precision);
     if (qAlpha(drawing.ground) != 0)
         text += ",\"ground\":\"" + colourName(drawing.ground) + '"';
     if (!drawing.pens.empty())

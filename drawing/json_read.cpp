@@ -30,8 +30,8 @@ const qint64 kMostCutPieces = 64;
 const qint64 kFreeCutPieces = 100000;
 
 // Of the drawing itself; all others say how it came about.
-const char *const kOwnMembers[]
-    = { "format", "version", "width", "height", "dpi", "unit", "ground", "pens", "outlines" };
+const char *const kOwnMembers[] = { "format", "version",   "width",  "height", "dpi",
+                                    "unit",   "precision", "ground", "pens",   "outlines" };
 
 // Unwinds to readJson.
 struct Refusal
@@ -336,6 +336,9 @@ Drawing readDrawing(const QJsonObject &object)
     const QJsonValue unit = member(object, "unit");
     if (!unit.isUndefined() && !unitOfName(unit.toString(), &drawing.unit))
         refuse("\"unit\" has to be \"px\", \"mm\" or \"in\"");
+    const QJsonValue precision = member(object, "precision");
+    if (!precision.isUndefined())
+        drawing.precision = positive(precision, "\"precision\"");
     const QJsonValue ground = member(object, "ground");
     if (!ground.isUndefined())
         drawing.ground = colour(ground, "\"ground\"");

@@ -101,12 +101,14 @@ std::vector<double> dashesOf(const Pen &pen)
 std::vector<double> paintedDashesOf(const Pen &pen)
 {
     std::vector<double> dashes = dashesOf(pen);
-    if (!pen.roundEnds)
-        return dashes;
     for (std::size_t i = 0; i + 1 < dashes.size(); i += 2) {
-        const double taken = std::min(dashes[i], pen.width);
-        dashes[i] -= taken;
-        dashes[i + 1] += taken;
+        double longer = 0.0;
+        if (pen.roundEnds)
+            longer = -std::min(dashes[i], pen.width);
+        else if (dashes[i] == 0.0)
+            longer = std::min(dashes[i + 1], pen.width);
+        dashes[i] += longer;
+        dashes[i + 1] -= longer;
     }
     return dashes;
 }

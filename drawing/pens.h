@@ -31,7 +31,8 @@ Pen penOf(const Drawing &drawing, const Outline &stroke);
 std::vector<double> dashesOf(const Pen &pen);
 
 // The same for painters that put an end of the pen's shape on every dash: round ends lengthen a
-// dash by the width, which is taken off it, down to a dot, and given to the gap.
+// dash by the width, which is taken off it, down to a dot, and given to the gap. A dot of flat ends
+// is a square.
 std::vector<double> paintedDashesOf(const Pen &pen);
 
 double sumOf(const std::vector<double> &lengths);

@@ -18,6 +18,7 @@ namespace ztrace {
 namespace {
 
 const double kArcTolerance = 0.001;  // pixels
+const double kDot = 0.001;           // widths; the painter draws no dash without length
 const double kMostDashes = 100000.0; // of a stroke; more are drawn throughout
 const double kInchesPerMetre = 1000.0 / 25.4;
 
@@ -153,7 +154,7 @@ private:
                  looks.roundEnds ? Qt::RoundJoin : Qt::SvgMiterJoin);
         QVector<qreal> pattern;
         for (double dash : paintedDashesOf(looks))
-            pattern.append(dash / looks.width);
+            pattern.append(std::max(dash / looks.width, kDot));
         const QRectF box = path.controlPointRect();
         const double longest = (box.width() + box.height()) * path.elementCount();
         if (!pattern.isEmpty() && longest <= kMostDashes * sumOf(paintedDashesOf(looks)))

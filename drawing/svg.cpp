@@ -2,18 +2,29 @@
 #include "svg.h"
 
 #include "TextSink.h"
+#include "paintorder.h"
 #include "pens.h"
 #include "pieces.h"
+#include "svg_path.h"
 #include "text.h"
+#include "wholeshape.h"
 
+#include <QHash>
+
+#include <algorithm>
 #include <cmath>
 
 namespace ztrace {
 
 namespace {
 
-const int kSizeDecimals = 9; // a nanometre and less
-const int kPenDecimals = 4;  // of widths and dashes in pixels
+const int kSizeDecimals = 9;            // a nanometre and less
+const int kPenDecimals = 4;             // of widths and dashes in pixels
+const std::size_t kFewOutlines = 1000;  // each is an element of its own
+const std::size_t kMostInOnePath = 100; // of more outlines
+const double kMostMiter = 4.0;          // widths that a corner of strokes reaches
+const double kSmallestShape = 4.0;      // pixels; half a side, or a radius
+const int kTurnDecimals = 2;            // more than those of pixels, of degrees
 const double kDegrees = 45.0 / std::atan(1.0);
 
 // Text in an attribute's value.
@@ -33,13 +44,17 @@ class SvgWriter
 {
 public:
     SvgWriter(const Drawing &d, const SvgOptions &o, QIODevice *device)
-        : drawing(d), options(o), frame(frameOf(d)), sink(device)
+        : drawing(d), style(o.style),
+          decimals(o.decimals == kDecimalsOfDrawing ? decimalsFor(d.precision) : o.decimals),
+          frame(frameOf(d)), sink(device),
+          isCompact(decimals >= 0 && decimals <= kMostCompactDecimals),
+          compact(frame.x, frame.y + frame.height, isCompact ? decimals : 0)
     { }
 
     bool write()
     {
         writeHead();
-        if (options.style.byLayer) {
+        if (style.byLayer) {
             const std::vector<Layer> layers = drawing.layered();
             if (layers.empty() || !layers.front().hasGround)
                 writeGround();
@@ -47,15 +62,17 @@ public:
                 writeLayer(layers[i], static_cast<int>(i) + 1);
         } else {
             writeGround();
+            std::vector<const Outline *> outlines;
             for (const Outline &outline : drawing.outlines)
-                writeOutline(outline);
+                outlines.push_back(&outline);
+            writeOutlines(outlines);
         }
         sink.text() += "</svg>\n";
         return sink.finish();
     }
 
 private:
-    void number(double value) { appendNumber(&sink.text(), value, options.decimals); }
+    void number(double value) { appendNumber(&sink.text(), value, decimals); }
 
     void point(const Point &p)
     {
@@ -81,7 +98,7 @@ private:
         std::string &text = sink.text();
         text += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                 "<svg xmlns=\"http://www.w3.org/2000/svg\"";
-        if (options.style.byLayer)
+        if (style.byLayer)
             text += " xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\"";
         size("width", frame.width);
         size("height", frame.height);
@@ -94,7 +111,7 @@ private:
 
     void writeGround()
     {
-        if (qAlpha(drawing.ground) == 0 || options.style.stroked)
+        if (qAlpha(drawing.ground) == 0 || style.stroked)
             return;
         std::string &text = sink.text();
         text += "<rect width=\"";
@@ -110,27 +127,130 @@ private:
             + "\" inkscape:label=\"" + escaped(layer.name) + "\">\n";
         if (layer.hasGround)
             writeGround();
-        for (const Outline *outline : layer.outlines)
-            writeOutline(*outline);
+        writeOutlines(layer.outlines);
         sink.text() += "</g>\n";
     }
 
-    void writeOutline(const Outline &outline)
+    // What several in a row look like is said once, of strokes and where bytes count.
+    void writeOutlines(const std::vector<const Outline *> &outlines)
     {
-        const bool stroked = options.style.stroked || outline.pen >= 0;
-        if (!isPainted(outline))
+        std::vector<const Outline *> painted;
+        for (const Outline *outline : outlines) {
+            if (isPainted(*outline))
+                painted.push_back(outline);
+        }
+        if (isCompact && hasMany())
+            painted = sortedByLooks(painted);
+        for (std::size_t i = 0; i < painted.size();) {
+            const std::string looks = looksOf(*painted[i]);
+            std::size_t end = i + 1;
+            while ((isCompact || painted[i]->pen >= 0) && end < painted.size()
+                   && looksOf(*painted[end]) == looks)
+                ++end;
+            const bool isGroup = end - i > 1;
+            if (isGroup)
+                sink.text() += "<g" + looks + ">\n";
+            while (i < end)
+                i = writeNext(painted, i, end, isGroup ? std::string() : looks);
+            if (isGroup)
+                sink.text() += "</g>\n";
+        }
+    }
+
+    bool hasMany() const { return drawing.outlines.size() > kFewOutlines; }
+
+    // A pixel more than they reach, since they share the pixels on their rim with others.
+    Bounds boxOf(const Outline &outline) const
+    {
+        const double width = outline.pen >= 0 ? kMostMiter * penOf(drawing, outline).width
+            : style.stroked                   ? kMostMiter * style.strokeWidth
+                                              : outline.seam;
+        const double margin = 0.5 * width + 1.0;
+        Bounds box = boundsOf(outline.shape);
+        box.low = Point(box.low.x - margin, box.low.y - margin);
+        box.high = Point(box.high.x + margin, box.high.y + margin);
+        return box;
+    }
+
+    std::vector<const Outline *> sortedByLooks(const std::vector<const Outline *> &painted) const
+    {
+        QHash<QByteArray, int> numbers;
+        std::vector<Bounds> boxes;
+        std::vector<int> looks;
+        for (const Outline *outline : painted) {
+            const QByteArray text = QByteArray::fromStdString(looksOf(*outline));
+            if (!numbers.contains(text))
+                numbers.insert(text, numbers.size());
+            looks.push_back(numbers.value(text));
+            boxes.push_back(boxOf(*outline));
+        }
+        std::vector<const Outline *> sorted;
+        for (std::size_t place : paintOrder(boxes, looks))
+            sorted.push_back(painted[place]);
+        return sorted;
+    }
+
+    std::string looksOf(const Outline &outline) const
+    {
+        return outline.pen >= 0 ? penLooks(outline)
+            : style.stroked     ? strokeLooks(outline)
+                                : fillLooks(outline);
+    }
+
+    bool isPainted(const Outline &outline) const
+    {
+        return !outline.shape.pieces().empty() && (qAlpha(outline.colour) != 0 || style.stroked);
+    }
+
+    // An outline, or of very many several in one path: areas of a logo are things to be edited,
+    // letters of a page and specks of a scan are not, and elements for each are much of the file.
+    // Returns where the next one begins.
+    std::size_t writeNext(const std::vector<const Outline *> &painted, std::size_t first,
+                          std::size_t end, const std::string &looks)
+    {
+        std::size_t next = first;
+        while (next < end && next < first + kMostInOnePath && isOneOfMany(*painted[next]))
+            ++next;
+        if (next < first + 2) {
+            writeOutline(*painted[first], looks);
+            return first + 1;
+        }
+        sink.text() += "<path" + looks + " d=\"";
+        for (std::size_t i = first; i < next; ++i)
+            writePath(painted[i]->shape);
+        sink.text() += "\"/>\n";
+        sink.flushIfLarge();
+        return next;
+    }
+
+    // Opaque areas without holes go the same way around, so that together they look the same.
+    bool isOneOfMany(const Outline &outline) const
+    {
+        const Path &shape = outline.shape;
+        return isCompact && hasMany() && isArea(outline) && qAlpha(outline.colour) == 255
+            && outline.holes.empty() && shape.start() == shape.end() && !isLargeShape(shape);
+    }
+
+    bool isLargeShape(const Path &shape) const
+    {
+        const WholeShape whole = wholeShapeOf(shape);
+        return whole.kind != WholeShape::None
+            && std::min(whole.half[0], whole.half[1]) >= kSmallestShape;
+    }
+
+    bool isArea(const Outline &outline) const { return outline.pen < 0 && !style.stroked; }
+
+    void writeOutline(const Outline &outline, const std::string &looks)
+    {
+        const bool area = isArea(outline);
+        if (isCompact && (!area || outline.holes.empty())
+            && (!hasMany() || isLargeShape(outline.shape))
+            && writeWhole(wholeShapeOf(outline.shape), looks))
             return;
         std::string &text = sink.text();
-        text += "<path";
-        if (outline.pen >= 0)
-            writePen(outline);
-        else if (stroked)
-            writeStroke(outline);
-        else
-            writeFill(outline);
-        text += " d=\"";
+        text += "<path" + looks + " d=\"";
         writePath(outline.shape);
-        if (!stroked) {
+        if (area) {
             for (int hole : outline.holes)
                 writePath(drawing.outlines[static_cast<std::size_t>(hole)].shape);
         }
@@ -138,32 +258,113 @@ private:
         sink.flushIfLarge();
     }
 
-    void writeOpacity(const char *name, QRgb colour)
+    void attribute(const char *name, double value, int places)
+    {
+        std::string &text = sink.text();
+        text += std::string(" ") + name + "=\"";
+        appendShort(&text, value, places);
+        text += '"';
+    }
+
+    // An element of its own; false where there is none that is shorter or says more.
+    bool writeWhole(const WholeShape &shape, const std::string &looks)
+    {
+        const double x = shape.center.x - frame.x;
+        const double y = frame.y + frame.height - shape.center.y;
+        // Better known than the points of a path, and few.
+        const int finer = decimals + 1;
+        std::string &text = sink.text();
+        switch (shape.kind) {
+        case WholeShape::Circle:
+        case WholeShape::Ellipse:
+            text += (shape.kind == WholeShape::Circle ? "<circle" : "<ellipse") + looks;
+            attribute("cx", x, finer);
+            attribute("cy", y, finer);
+            if (shape.kind == WholeShape::Circle) {
+                attribute("r", shape.half[0], finer);
+            } else {
+                attribute("rx", shape.half[0], finer);
+                attribute("ry", shape.half[1], finer);
+                turn(shape, x, y);
+            }
+            break;
+        case WholeShape::Rectangle:
+            if (shape.angle != 0.0 && shape.radius == 0.0)
+                return false;
+            text += "<rect" + looks;
+            sides(Point(x - shape.half[0], y - shape.half[1]),
+                  Point(x + shape.half[0], y + shape.half[1]));
+            if (shape.radius > 0.0)
+                attribute("rx", shape.radius, decimals);
+            turn(shape, x, y);
+            break;
+        case WholeShape::None:
+            return false;
+        }
+        text += "/>\n";
+        sink.flushIfLarge();
+        return true;
+    }
+
+    // Both ends are rounded, as the same ends of neighbours are.
+    void sides(const Point &low, const Point &high)
+    {
+        const double unit = std::pow(10.0, decimals);
+        const double left = std::round(low.x * unit);
+        const double upper = std::round(low.y * unit);
+        attribute("x", left / unit, decimals);
+        attribute("y", upper / unit, decimals);
+        attribute("width", (std::round(high.x * unit) - left) / unit, decimals);
+        attribute("height", (std::round(high.y * unit) - upper) / unit, decimals);
+    }
+
+    // None where it would move no point by half of the last decimal.
+    void turn(const WholeShape &shape, double x, double y)
+    {
+        const double angle = std::remainder(shape.angle, 4.0 * std::atan(1.0));
+        const double reach = std::hypot(shape.half[0], shape.half[1]);
+        if (std::fabs(angle) * reach * std::pow(10.0, decimals) < 0.5)
+            return;
+        const double degrees = -angle * kDegrees;
+        std::string &text = sink.text();
+        text += " transform=\"rotate(";
+        appendShort(&text, degrees, decimals + kTurnDecimals);
+        for (double number : { x, y }) {
+            text += ' ';
+            appendShort(&text, number, decimals);
+        }
+        text += ")\"";
+    }
+
+    std::string opacityOf(const char *name, QRgb colour) const
     {
         if (qAlpha(colour) == 255)
-            return;
-        sink.text() += QByteArray(" ") + name + "=\"";
-        appendNumber(&sink.text(), qAlpha(colour) / 255.0, 4);
-        sink.text() += '"';
+            return std::string();
+        std::string text = std::string(" ") + name + "=\"";
+        appendNumber(&text, qAlpha(colour) / 255.0, 4);
+        return text + '"';
     }
 
-    bool isPainted(const Outline &outline) const
+    // "#rgb" says the same in three letters less.
+    std::string colourText(QRgb colour) const
     {
-        return !outline.shape.pieces().empty()
-            && (qAlpha(outline.colour) != 0 || options.style.stroked);
+        const std::string name = colourName(colour).toStdString();
+        if (isCompact && name[1] == name[2] && name[3] == name[4] && name[5] == name[6])
+            return { '#', name[1], name[3], name[5] };
+        return name;
     }
 
-    void writePen(const Outline &outline)
+    std::string penLooks(const Outline &outline) const
     {
         const Pen pen = penOf(drawing, outline);
-        std::string &text = sink.text();
-        text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
+        std::string text
+            = " fill=\"none\" stroke=\"" + colourText(outline.colour) + "\" stroke-width=\"";
         appendNumber(&text, pen.width, kPenDecimals);
         text += '"';
         if (pen.roundEnds)
             text += " stroke-linecap=\"round\" stroke-linejoin=\"round\"";
-        const char *separator = " stroke-dasharray=\"";
         const std::vector<double> dashes = paintedDashesOf(pen);
+        const char *separator = " stroke-dasharray=\"";
         for (double dash : dashes) {
             text += separator;
             appendNumber(&text, dash, kPenDecimals);
@@ -171,33 +372,35 @@ private:
         }
         if (!dashes.empty())
             text += '"';
-        if (qAlpha(outline.colour) != 0)
-            writeOpacity("stroke-opacity", outline.colour);
+        return text + strokeOpacity(outline.colour);
     }
 
-    void writeStroke(const Outline &outline)
+    // An outline of a transparent region is drawn only when it was asked for: visibly.
+    std::string strokeOpacity(QRgb colour) const
     {
-        std::string &text = sink.text();
-        text += " fill=\"none\" stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
-        appendNumber(&text, options.style.strokeWidth);
-        text += '"';
-        // An outline of a transparent region is drawn only when it was asked for: visibly.
-        if (qAlpha(outline.colour) != 0)
-            writeOpacity("stroke-opacity", outline.colour);
+        return qAlpha(colour) == 0 ? std::string() : opacityOf("stroke-opacity", colour);
     }
 
-    void writeFill(const Outline &outline)
+    std::string strokeLooks(const Outline &outline) const
     {
-        std::string &text = sink.text();
-        text += " fill=\"" + colourName(outline.colour) + '"';
-        writeOpacity("fill-opacity", outline.colour);
+        std::string text
+            = " fill=\"none\" stroke=\"" + colourText(outline.colour) + "\" stroke-width=\"";
+        appendNumber(&text, style.strokeWidth);
+        return text + '"' + strokeOpacity(outline.colour);
+    }
+
+    std::string fillLooks(const Outline &outline) const
+    {
+        std::string text = " fill=\"" + colourText(outline.colour) + '"';
+        text += opacityOf("fill-opacity", outline.colour);
         if (!outline.holes.empty())
             text += " fill-rule=\"evenodd\"";
         if (outline.seam > 0.0) {
-            text += " stroke=\"" + colourName(outline.colour) + "\" stroke-width=\"";
+            text += " stroke=\"" + colourText(outline.colour) + "\" stroke-width=\"";
             appendNumber(&text, outline.seam, 4);
             text += "\" stroke-linejoin=\"round\"";
         }
+        return text;
     }
 
     void writePath(const Path &shape)
@@ -206,6 +409,10 @@ private:
         if (pieces.empty())
             return;
         std::string &text = sink.text();
+        if (isCompact && compact.canWrite(pieces)) {
+            compact.append(pieces, &text);
+            return;
+        }
         text += 'M';
         point(pieces.front().start);
         for (const PathPiece &piece : pieces)
@@ -267,9 +474,12 @@ private:
     }
 
     const Drawing &drawing;
-    const SvgOptions &options;
+    const PaintStyle &style;
+    const int decimals;
     const Frame frame;
     TextSink sink;
+    const bool isCompact; // rounded, which leaves a choice of how to write
+    SvgPath compact;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
 };
 

@@ -14,13 +14,18 @@ namespace ztrace {
 struct SvgOptions
 {
     PaintStyle style;
-    int decimals = kExactDecimals;
+    int decimals = kDecimalsOfDrawing; // of coordinates
 };
 
 // Writes the drawing. Lines are `L`, quadratics `Q`, cubics `C`, arcs `A`; closed outlines end
 // with `Z`. The viewBox is in pixels; width and height are in the drawing's unit. Fills are painted
 // in the drawing's order unless style.byLayer groups them, which needs outlines whose holes are cut
-// out to look the same. Returns false when the device took less than everything.
+// out to look the same.
+//
+// Where coordinates are rounded, to at most 9 decimals, they are written in few bytes (svg_path.h),
+// looks once for several outlines in a row, and whole shapes as <circle>, <ellipse> and <rect>. Of
+// more than 1000 outlines several are in one path, and those that look alike come together where
+// that cannot be seen (paintorder.h). Returns false when the device took less than everything.
 bool writeSvg(const Drawing &drawing, const SvgOptions &options, QIODevice *device);
 
 } // namespace ztrace

@@ -110,6 +110,14 @@ char *writeAny(char *to, double value, int decimals)
 
 } // namespace
 
+int decimalsFor(double precision)
+{
+    if (!(precision > 0.0))
+        return kExactDecimals;
+    const double decimals = std::ceil(-std::log10(precision) - 1e-9);
+    return static_cast<int>(std::fmin(9.0, std::fmax(0.0, decimals)));
+}
+
 // The largest double has 309 digits, the smallest 324 decimals and more.
 char *writeNumber(char *to, double value, int decimals)
 {

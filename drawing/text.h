@@ -13,6 +13,10 @@ namespace ztrace {
 // Decimals of numberText that stand for "as many as it takes to read the same number back".
 const int kExactDecimals = -1;
 
+// Of writers: as many as the drawing's precision is worth, at most 9; exact where it is 0.
+const int kDecimalsOfDrawing = -2;
+int decimalsFor(double precision);
+
 // Appends a finite number without exponent. With `decimals` it is rounded to so many places and
 // trailing zeros are left out. Zero has no sign.
 void appendNumber(std::string *text, double value, int decimals = kExactDecimals);

@@ -34,7 +34,7 @@ inline void storePixel(QRgb word, char *pixel)
 void storeWords(const QRgb *words, QRgb alwaysSet, int width, char *row)
 {
     for (int x = 0; x < width; ++x)
-        storePixel(words[x] | alwaysSet, row + 4 * x);
+        storePixel(words[x] | alwaysSet, row + size_t(4) * size_t(x));
 }
 
 const QRgb *wordsOf(const QImage &image, int y)
@@ -59,7 +59,8 @@ void loadRow(const QImage &image, int y, char *row)
     case QImage::Format_ARGB32_Premultiplied: {
         const QRgb *words = wordsOf(image, y);
         for (int x = 0; x < width; ++x)
-            storePixel(qAlpha(words[x]) == 255 ? words[x] : image.pixel(x, y), row + 4 * x);
+            storePixel(qAlpha(words[x]) == 255 ? words[x] : image.pixel(x, y),
+                       row + size_t(4) * size_t(x));
         break;
     }
     case QImage::Format_Indexed8: {
@@ -67,12 +68,12 @@ void loadRow(const QImage &image, int y, char *row)
         const QVector<QRgb> colours = image.colorTable();
         const uchar *indices = image.constScanLine(y);
         for (int x = 0; x < width; ++x)
-            storePixel(colours.value(indices[x]), row + 4 * x);
+            storePixel(colours.value(indices[x]), row + size_t(4) * size_t(x));
         break;
     }
     default:
         for (int x = 0; x < width; ++x)
-            storePixel(image.pixel(x, y), row + 4 * x);
+            storePixel(image.pixel(x, y), row + size_t(4) * size_t(x));
     }
 }
 

@@ -5,6 +5,7 @@
 #include "kernels/convert.h"
 #include "kernels/gaussian.h"
 #include "kernels/nearest.h"
+#include "kernels/stop.h"
 #include "randombyte.h"
 
 #include <algorithm>
@@ -80,6 +81,7 @@ void runCycles(const PixelView &image, int pixels, double mincolorratio, long lo
     std::vector<ColourSum> sums;
     FlatPalette assigned;
     for (long long cycle = 0; cycle < cycles; ++cycle) {
+        stopWhereAsked();
         const bool last = cycle == cycles - 1;
         bool renewed = false;
         if (cycle > 0)

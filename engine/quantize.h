@@ -42,7 +42,7 @@ struct Quantized
 
 // From the options' start palette, or from `start` when it is not empty, to the last cycle's
 // indices. The image has at least one pixel and is not changed. Memory: the plane, and 4 bytes a
-// pixel more where it is blurred. Throws std::bad_alloc.
+// pixel more where it is blurred. Throws std::bad_alloc, and Stopped (kernels/stop.h).
 Quantized quantize(const PixelView &image, const FlatPalette &start,
                    const QuantizeOptions &options);
 

@@ -17,7 +17,8 @@ int Reduction::lightness(QRgb word)
     const int smallest = std::min(red, std::min(green, blue));
     if (lightnessByExtremes.empty())
         lightnessByExtremes.assign(256 * 256, -1);
-    short &known = lightnessByExtremes[static_cast<size_t>(largest * 256 + smallest)];
+    short &known
+        = lightnessByExtremes[256 * static_cast<size_t>(largest) + static_cast<size_t>(smallest)];
     if (known < 0) {
         QColor colour;
         colour.setRgb(red, green, blue);

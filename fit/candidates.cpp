@@ -20,6 +20,9 @@ bool goesAhead(double chord, double walk)
 
 // Pixels: half a crack, half of another where the pixels of a corner are lost, and noise.
 const double kFarthestStep = 0.8;
+// Of soft edges: pixels, and standard deviations where that is more.
+const double kFarthest = 0.35;
+const double kFarthestSigmas = 4;
 const int kLookedAt = 64;
 
 // Gives a circle the direction of the walk; false where it is no arc of these points.
@@ -45,15 +48,19 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
     return sagitta > points.sigmaOf((first + last) / 2);
 }
 
-// Whether a point of a staircase lies farther off than steps and noise take it. Its misfit is
+// Whether a point lies farther off than noise, or the steps of a staircase, take it. The misfit is
 // pooled over the span, whose other points can pay for a corner that a short piece cuts off.
 bool cutsCorners(const Points &points, const Span &span)
 {
-    if (points.edge != Edge::Hard)
+    const bool soft = points.edge == Edge::Soft;
+    // No point alone can be that far off.
+    if (soft && span.primitive.chi2 < kFarthestSigmas * kFarthestSigmas)
         return false;
     const int stride = 1 + (span.last - span.first) / kLookedAt;
     for (int i = span.first; i < span.last; i += stride) {
-        if (std::fabs(span.primitive.distance(points.at(i))) > kFarthestStep)
+        const double distance = std::fabs(span.primitive.distance(points.at(i)));
+        if (distance
+            > (soft ? std::max(kFarthest, kFarthestSigmas * points.sigmaOf(i)) : kFarthestStep))
             return true;
     }
     return false;
@@ -73,7 +80,8 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 {
     const Point p = breakPoint(points, i);
     const Primitive &primitive = span.primitive;
-    return { primitive.arc, primitive.foot(p), primitive.tangent(p) };
+    const double length = span.last > span.first ? points.walk(span.first, span.last - 1) + 0.5 : 0;
+    return { primitive.arc, primitive.foot(p), primitive.tangent(p), length };
 }
 
 } // namespace
@@ -126,17 +134,64 @@ SpanEnd endOf(const Points &points, const Span &span)
     return endAt(points, span, span.last);
 }
 
-// Whether the two ends, drawn on, meet within reach of where they end.
+static double roomOf(const SpanEnd &end)
+{
+    return std::min(kMetBefore, kMetBeforePart * end.length);
+}
+
+// Whether the two ends meet within reach of where they end: where they hardly turn side by side,
+// else drawn on or cut a little short.
 bool meetNear(const SpanEnd &before, const SpanEnd &after)
 {
     const Point gap = after.foot - before.foot;
-    if (dot(gap, gap) < kSmoothGap * kSmoothGap)
-        return true;
+    if (dot(before.tangent, after.tangent) > kSmoothCosine)
+        return dot(gap, gap) < kSmoothGap * kSmoothGap;
     const double sine = cross(before.tangent, after.tangent);
-    const double ahead = cross(gap, after.tangent);
-    const double back = cross(gap, before.tangent);
-    const double reach = kMeetingReach * std::fabs(sine);
-    return std::fabs(ahead) <= reach && std::fabs(back) <= reach;
+    const double ahead = cross(gap, after.tangent) * (sine < 0 ? -1 : 1);
+    const double back = -cross(gap, before.tangent) * (sine < 0 ? -1 : 1);
+    const double scale = std::fabs(sine);
+    const double cosine = dot(before.tangent, after.tangent);
+    const double sharp = std::sqrt((1 - cosine) / std::max(1e-3, 1 + cosine));
+    const double shorter = std::min(before.length, after.length);
+    const double reach = scale
+        * std::min({ kLargestMeetingReach, kMeetingReach + kMeetingReachSharp * sharp,
+                     kMeetingReach + kMeetingReachPart * shorter });
+    return ahead <= reach && back <= reach && ahead >= -roomOf(before) * scale
+        && back >= -roomOf(after) * scale;
+}
+
+// Where two ends, drawn on, meet; half way between them where they hardly turn.
+static Point meetingOf(const SpanEnd &before, const SpanEnd &after)
+{
+    const Point gap = after.foot - before.foot;
+    const double sine = cross(before.tangent, after.tangent);
+    if (dot(before.tangent, after.tangent) > kSmoothCosine || !(std::fabs(sine) > 1e-6))
+        return 0.5 * (before.foot + after.foot);
+    return before.foot + (cross(gap, after.tangent) / sine) * before.tangent;
+}
+
+static double toSegment(Point p, Point a, Point b)
+{
+    const Point d = b - a;
+    const double square = dot(d, d);
+    const double t = square > 0 ? std::min(1.0, std::max(0.0, dot(p - a, d) / square)) : 0;
+    const Point away = p - (a + t * d);
+    return std::sqrt(dot(away, away));
+}
+
+bool mayLeaveOut(const Points &points, const Span &before, const Span &after)
+{
+    const int n = points.size();
+    const Point from = before.primitive.foot(points.at(before.last - 1));
+    const Point to = after.primitive.foot(points.at(after.first % n));
+    const Point corner = meetingOf(endOf(points, before), startOf(points, after));
+    for (int i = before.last; i % n != after.first % n; ++i) {
+        const Point p = points.at(i % n);
+        if (toSegment(p, from, corner) > kLeftOutWithin
+            && toSegment(p, corner, to) > kLeftOutWithin)
+            return false;
+    }
+    return true;
 }
 
 double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after, int leftOut,

@@ -25,6 +25,7 @@ struct SpanEnd
     bool arc;
     Point foot; // of the middle between the two points at the break
     Point tangent;
+    double length; // of the span's points
 };
 
 // Degrees of turn below which a joint counts as smooth, and pixels that the two free fits may lie
@@ -69,9 +70,23 @@ SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);
 
 // Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the
-// one to the other.
-const double kMeetingReach = 2.5;
+// one to the other. Of a corner, pixels show half until it is about a pixel wide: the part over the
+// tangent of half its angle. Short sides need not be straight that far: serifs would become wedges.
+const double kMeetingReach = 0.8;
+const double kMeetingReachSharp = 0.65;
+const double kMeetingReachPart = 0.06; // of the shorter side
+const double kLargestMeetingReach = 2.5;
+// Pixels by which they may have met before, and of the length of a span: pixels see both sides of a
+// corner, but a span must not vanish between its neighbours.
+const double kMetBefore = 1.0;
+const double kMetBeforePart = 0.35;
 bool meetNear(const SpanEnd &before, const SpanEnd &after);
+
+// Pixels from the corner and its sides within which points may be left out: pixels that see both
+// sides are up to .3 off, serifs and caps are farther away.
+const double kLeftOutWithin = 0.45;
+// Whether all points between two spans, in a closed chain past its end, may be left out.
+bool mayLeaveOut(const Points &points, const Span &before, const Span &after);
 
 // Nats for the joint of two spans between which `leftOut` points belong to neither: nothing where
 // it is smooth, a corner, or the line and the two corners of a cap.

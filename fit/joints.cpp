@@ -198,7 +198,8 @@ private:
     SpanEnd meeting(const Span &span, int k) const
     {
         const Point p = breakPoint(k);
-        return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p) };
+        return { span.primitive.arc, span.primitive.foot(p), span.primitive.tangent(p),
+                 kMetBefore };
     }
 
     // Where two fits meet near a break: their tangents' intersection, followed along arcs; where

@@ -17,6 +17,7 @@ const int kFailures = 2;
 // points: an absolute bound breaks every long line of a staircase.
 const double kHopelessPerPoint = 1;
 const double kHopelessNumbers = 5;
+const double kRounding = 1e-9; // nats
 
 struct State
 {
@@ -151,7 +152,7 @@ private:
     Way bestWay(const Span &span, double most) const
     {
         const SpanEnd start = startOf(table.points, span);
-        Way way = { std::nextafter(most, kAnyCost), -1, false };
+        Way way = { most + kRounding, -1, false };
         for (int k = 0; k <= table.judgement.mayLeaveOut && k <= span.first; ++k) {
             const int at = span.first - k;
             for (int s = keptFrom(at); s < keptFrom(at + 1); ++s) {
@@ -160,7 +161,8 @@ private:
                     break;
                 bool smooth = false;
                 const double joint = jointCost(table, state(before).end, start, k, &smooth);
-                if (state(before).cost + joint < way.cost)
+                if (state(before).cost + joint < way.cost
+                    && (k == 0 || mayLeaveOut(table.points, state(before).span, span)))
                     way = { state(before).cost + joint, before, smooth };
             }
         }
@@ -171,24 +173,29 @@ private:
     Answer bestEnd() const
     {
         Answer answer = { {}, std::numeric_limits<double>::infinity() };
-        int last = -1;
         const int most = table.points.closed ? table.judgement.mayLeaveOut : 0;
         for (int k = 0; k <= most && k < size; ++k) {
             const int at = keptFrom(size - k);
             if (at == keptFrom(size - k + 1))
                 continue;
             const int s = survivors[static_cast<std::size_t>(at)];
-            const double cost
-                = state(s).cost + (k > 0 ? cornerCost() + k * table.judgement.leftOut : 0);
-            if (cost < answer.cost) {
-                answer.cost = cost;
-                last = s;
-            }
+            const double cost = state(s).cost + leftOutCost(k);
+            if (cost >= answer.cost)
+                continue;
+            std::vector<Span> spans = wayTo(s);
+            if (k == 0 || mayLeaveOut(table.points, spans.back(), spans.front()))
+                answer = { std::move(spans), cost };
         }
-        for (int s = last; s >= 0; s = state(s).before)
-            answer.spans.push_back(state(s).span);
-        std::reverse(answer.spans.begin(), answer.spans.end());
         return answer;
+    }
+
+    std::vector<Span> wayTo(int last) const
+    {
+        std::vector<Span> spans;
+        for (int s = last; s >= 0; s = state(s).before)
+            spans.push_back(state(s).span);
+        std::reverse(spans.begin(), spans.end());
+        return spans;
     }
 
     double cornerCost() const { return table.numbers(table.prices.corner); }

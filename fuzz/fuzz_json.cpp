@@ -27,9 +27,10 @@ Point pointFrom(fuzz::Input &input)
 
 void addPiece(fuzz::Input &input, Path *shape)
 {
-    const int kind = input.between(0, 4);
+    const int kind = input.between(0, 5);
     const Point end = pointFrom(input);
-    std::vector<Point> inner(static_cast<std::size_t>(kind < 2 ? 0 : input.between(2, 5)));
+    std::vector<Point> inner(
+        static_cast<std::size_t>(kind < 2 || kind == 5 ? 0 : input.between(2, 5)));
     for (Point &point : inner)
         point = pointFrom(input);
     switch (kind) {
@@ -41,6 +42,11 @@ void addPiece(fuzz::Input &input, Path *shape)
         return shape->quadraticTo(inner[0], end);
     case 3:
         return shape->cubicTo(inner[0], inner[1], end);
+    case 5: {
+        const double bulge = input.number();
+        const double ratio = input.between(1, 255) / 256.0;
+        return shape->ellipticArcTo(end, bulge, ratio, input.between(-30, 30) / 8.0);
+    }
     }
     shape->splineTo(input.between(1, 3), inner, end);
 }
@@ -53,6 +59,15 @@ Drawing drawingFrom(fuzz::Input &input)
     drawing.dpi = input.between(0, 3) * 96.5;
     drawing.unit = static_cast<Unit>(input.between(0, 2));
     drawing.ground = input.byte() & 1 ? 0xFF336699u : 0u;
+    for (int left = input.between(0, 3); left > 0; --left) {
+        Pen pen;
+        pen.width = input.between(1, 200) / 16.0;
+        pen.lineType = static_cast<LineType>(input.between(0, 4));
+        for (int dashes = input.between(0, 5); dashes > 0; --dashes)
+            pen.dashes.push_back(input.between(1, 255) / 16.0);
+        pen.roundEnds = input.byte() & 1;
+        drawing.pens.push_back(pen);
+    }
     for (int left = input.between(0, 5); left > 0; --left) {
         Outline outline;
         const int alpha = input.between(0, 255);
@@ -60,7 +75,11 @@ Drawing drawingFrom(fuzz::Input &input)
         const QChar letter(input.between(1, 0xD7FF));
         outline.layer = QString(input.between(0, 3), letter);
         outline.seam = input.between(0, 16) / 8.0;
-        if (!drawing.outlines.empty() && (input.byte() & 1))
+        const bool isStroke = !drawing.pens.empty() && (input.byte() & 1);
+        if (isStroke)
+            outline.pen = input.between(0, static_cast<int>(drawing.pens.size()) - 1);
+        if (!isStroke && !drawing.outlines.empty() && drawing.outlines.back().pen < 0
+            && (input.byte() & 1))
             outline.holes.push_back(static_cast<int>(drawing.outlines.size()) - 1);
         if (input.byte() & 7)
             outline.shape.moveTo(pointFrom(input));
@@ -76,10 +95,11 @@ WriteOptions optionsFrom(int choice)
     WriteOptions options;
     options.style.stroked = choice & 4;
     options.style.byLayer = choice & 8;
-    options.decimals = choice & 16 ? 3 : kExactDecimals;
+    options.decimals = choice & 16 ? 3 : kExactDecimals; // the few bytes, and the exact ones
     options.scale = choice & 32 ? 0.5 : 1.0;
     options.dxf.curves = static_cast<DxfCurves>(choice % 3);
     options.dxf.version = static_cast<DxfVersion>((choice >> 6) % 3);
+    options.dxf.join = choice & 32;
     return options;
 }
 

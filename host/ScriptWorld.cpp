@@ -5,6 +5,7 @@
 #include "ZEcmaPolyline.h"
 #include "ZEcmaQImage.h"
 #include "binding.h"
+#include "interruption.h"
 #include "process.h"
 #include "textFiles.h"
 #include "traceImage.h"
@@ -70,6 +71,7 @@ bool ScriptWorld::run(const QString &fileName, QString *error)
     QString text;
     if (!readText(fileName, &text, error))
         return false;
+    const Interruptible guard(&scriptEngine);
     const QScriptValue result = evaluateFile(fileName, text);
     if (!hasQuit && scriptEngine.hasUncaughtException())
         failure = describeFailure(result);
@@ -113,6 +115,10 @@ QScriptValue ScriptWorld::print(QScriptContext *context, QScriptEngine *engine)
     const QByteArray line = texts.join(QLatin1String(" ")).toUtf8() + '\n';
     if (error->isEmpty() && writeToStandardOutput(line, error))
         return engine->undefinedValue();
+    if (takesStop()) {
+        error->clear();
+        return raise(QString::fromLatin1(kInterruptedText), context);
+    }
     return raise(QString::fromLatin1("print(): cannot write to standard output: %1").arg(*error),
                  context);
 }

@@ -31,7 +31,8 @@ public:
     // `error`.
     bool run(const QString &fileName, QString *error);
 
-    // After run: what the script gave to quit.
+    // After run: what the script gave to quit, if it did.
+    bool hasEndedItself() const { return hasQuit; }
     int exitCode() const { return code; }
 
     // After run: whether an error got out of the script; message, file, line and backtrace of it.

@@ -3,6 +3,7 @@
 // zelvora-headless: runs a script with the plug-ins of a folder, without a display.
 #include "PluginHost.h"
 #include "ScriptWorld.h"
+#include "interruption.h"
 #include "process.h"
 
 #include <QDir>
@@ -35,6 +36,8 @@ const char kUsage[]
       "\n"
       "  --plugins DIR   folder of plug-ins; without it, the one of the installation\n"
       "  --seed N        seeds the C library's random numbers before the script; 1 when not given\n"
+      "  --time-limit SECONDS\n"
+      "                  ends the run when it has taken so long; 0, when not given, is no limit\n"
       "  --verbose       shows the debug lines of the plug-ins\n"
       "  --version       prints the version\n"
       "  --help          prints this text\n"
@@ -42,7 +45,11 @@ const char kUsage[]
       "Exit codes: what the script gives to quit(); 0 at its end, 1 failure of the host, such as\n"
       "too little memory, 2 wrong usage, 3 script not readable, 4 standard output lost, 5 error "
       "in\n"
-      "the script, 6 no plug-ins.\n";
+      "the script, 6 no plug-ins, 7 the time of --time-limit is over. An interrupt, SIGTERM and "
+      "the\n"
+      "time limit are an error in the script first, so that its finally is run, and end the "
+      "process\n"
+      "5 seconds later, or when a second signal comes.\n";
 
 struct Arguments
 {
@@ -50,6 +57,7 @@ struct Arguments
     QString script;
     QStringList scriptArguments;
     uint seed = 1;
+    double timeLimit = 0.0; // seconds; 0: none
     bool verbose = false;
     bool wantsHelp = false;
     bool wantsVersion = false;
@@ -67,6 +75,14 @@ QString seedError(const QString &text, uint *seed)
     bool isNumber = false;
     *seed = text.toUInt(&isNumber);
     return isNumber ? QString() : QString::fromLatin1("no seed: %1").arg(text);
+}
+
+QString timeLimitError(const QString &text, double *seconds)
+{
+    bool isNumber = false;
+    *seconds = text.toDouble(&isNumber);
+    const bool isGood = isNumber && *seconds >= 0.0 && *seconds <= zelvora::kMostSeconds;
+    return isGood ? QString() : QString::fromLatin1("no time limit: %1").arg(text);
 }
 
 // "-" alone is a script.
@@ -89,6 +105,10 @@ Arguments parse(const QStringList &words)
             result.error += seedError(words.at(++i), &result.seed);
         else if (word.startsWith(QLatin1String("--seed=")))
             result.error += seedError(word.mid(7), &result.seed);
+        else if (word == QLatin1String("--time-limit") && i + 1 < words.size())
+            result.error += timeLimitError(words.at(++i), &result.timeLimit);
+        else if (word.startsWith(QLatin1String("--time-limit=")))
+            result.error += timeLimitError(word.mid(13), &result.timeLimit);
         else if (word == QLatin1String("--verbose"))
             result.verbose = true;
         else if (word == QLatin1String("--help"))
@@ -138,6 +158,11 @@ int runScript(const Arguments &arguments, zelvora::ScriptWorld *world)
         complain(QString::fromLatin1("cannot read the script %1: %2").arg(arguments.script, error));
         return kNoScript;
     }
+    if (zelvora::isInterrupted() && !world->hasEndedItself()) {
+        if (world->hasFailed())
+            std::fprintf(stderr, "%s\n", qPrintable(world->failureText()));
+        zelvora::endAsAsked();
+    }
     if (world->hasFailed())
         std::fprintf(stderr, "%s\n", qPrintable(world->failureText()));
     if (!world->outputError().isEmpty()) {
@@ -186,8 +211,9 @@ int main(int argc, char *argv[])
     zelvora::reserveStandardDescriptors();
     zelvora::ignoreBrokenPipes();
     zelvora::prepareToolkit();
-    // The toolkit needs no folder of a login session, whose absence it would complain about.
-    const QTemporaryDir runtimeFolder;
+    // The toolkit needs no folder of a login session, whose absence it would complain about when it
+    // starts, and never asks for again.
+    QTemporaryDir runtimeFolder;
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
     // It gets the program's name alone: it would take options like -plugin out of the script's.
@@ -195,6 +221,7 @@ int main(int argc, char *argv[])
     // An image that says nothing of its resolution is taken for one of 96 dots an inch.
     QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
     QGuiApplication application(nameAlone, argv);
+    runtimeFolder.remove(); // at once: a run that is killed would leave it
     // Numbers are written the same in every locale, the toolkit's plug-ins included.
     std::setlocale(LC_NUMERIC, "C");
 
@@ -215,6 +242,8 @@ int main(int argc, char *argv[])
         arguments.pluginFolder = QDir(QCoreApplication::applicationDirPath())
                                      .absoluteFilePath(QLatin1String(ZELVORA_PLUGIN_FOLDER));
     }
+    if (arguments.timeLimit > 0.0)
+        zelvora::limitTime(arguments.timeLimit);
     if (!arguments.verbose)
         QLoggingCategory::setFilterRules(QLatin1String("default.debug=false"));
     try {

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "process.h"
 
+#include "interruption.h"
+
 #include <QtGlobal>
 
 #include <cerrno>
@@ -36,13 +38,16 @@ void handleMessage(QtMsgType type, const QMessageLogContext &context, const QStr
     std::_Exit(kFailed);
 }
 
-// True when the descriptor is ready for more, or will say itself why it is not.
+// True when the descriptor is ready for more, or will say itself why it is not. Whoever wants the
+// run to end need not wait for a reader.
 bool waitsForReader()
 {
-    if (errno != EAGAIN && errno != EWOULDBLOCK)
-        return errno == EINTR;
-    pollfd output = { STDOUT_FILENO, POLLOUT, 0 };
-    return poll(&output, 1, -1) >= 0 || errno == EINTR;
+    if (errno == EAGAIN || errno == EWOULDBLOCK) {
+        pollfd output = { STDOUT_FILENO, POLLOUT, 0 };
+        if (poll(&output, 1, -1) >= 0)
+            return true;
+    }
+    return errno == EINTR && zelvora::stopFlag() == 0;
 }
 
 } // namespace

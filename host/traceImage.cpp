@@ -3,10 +3,12 @@
 
 #include "DrawingContent.h"
 #include "binding.h"
+#include "interruption.h"
 #include "scriptsettings.h"
 
 #include "cli/failure.h"
 #include "cli/tracejob.h"
+#include "engine/kernels/stop.h"
 #include "imaging/failure.h"
 
 #include <QFile>
@@ -152,6 +154,7 @@ QScriptValue traceJob(const QImage *image, const QScriptValue &options, ztrace::
         return engine->uncaughtException();
     job->given = job->onTheSpot;
     job->outputs = allOutputs();
+    job->announce = [](const char *) { ztrace::stopWhereAsked(); };
     useConfiguration(&job->settings, &job->given);
     QImage pixels = image ? imageOfScript(*image, job) : imageOfFile(*job);
     const OwnRandomNumbers own;
@@ -176,11 +179,18 @@ QScriptValue zelvora::traceImage(QScriptContext *context, QScriptEngine *engine)
     ztrace::TraceJob job;
     if (!image)
         job.input = QFile::encodeName(source.toString()).toStdString();
+    const ztrace::StoppedBy stop(&stopFlag());
     try {
         return traceJob(image ? &held : nullptr, context->argument(1), &job, engine);
+    } catch (const ztrace::Stopped &) {
+        takesStop();
+        return raise(QString::fromLatin1(kInterruptedText), context);
     } catch (const ztrace::Failure &failure) {
         return raise(QLatin1String("traceImage(): ") + textOf(failure.what()), context);
     } catch (const ztrace::TraceError &error) {
+        // A tracer that was stopped has no outlines either.
+        if (takesStop())
+            return raise(QString::fromLatin1(kInterruptedText), context);
         return raise(QLatin1String("traceImage(): ") + textOf(error.what()), context);
     }
 }

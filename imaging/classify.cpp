@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "colourfeatures.h"
 #include "failure.h"
+#include "onehue.h"
 #include "scan.h"
 
 #include <algorithm>
@@ -39,6 +40,11 @@ const double kFlat = 0.25;
 // ... or in a picture of at most so many pixels a side.
 const int kIcon = 48;
 const double kFlatInIcons = 0.1;
+// Gradients: so few pixels are on edges.
+const double kNoEdges = 0.0005;
+// Text on coloured paper: runs of ink of so many pixels at most, or of such a part of the width.
+const double kShortRun = 8.0;
+const double kShortPart = 0.02;
 // Posters: so many lie in flat areas and at most so many on edges.
 const double kSmooth = 0.3;
 const double kFewEdges = 0.03;
@@ -124,11 +130,30 @@ struct Shares
     double edges = 0.0;
 };
 
+// A page of text on coloured paper, or a copy of a plan: one hue, two lightnesses, and ink in short
+// runs, which a dark shape before a bright sky is not in.
+std::optional<Classification> asInkOnColouredPaper(Picture *picture, const QImage &image)
+{
+    if (!isOfOneHue(image))
+        return std::nullopt;
+    const Histogram &counts = picture->tones().counts;
+    const Split split = splitOf(counts);
+    if (split.uneven >= kTwoValued || split.ink > kInkOfPages)
+        return std::nullopt;
+    const double longest = std::max(kShortRun, kShortPart * image.width());
+    if (meanInkRun(picture->grey(), otsuThreshold(counts)) > longest)
+        return std::nullopt;
+    return Classification { Kind::LineArt, twoLightnesses("ink on coloured paper", split.uneven) };
+}
+
 // By colours and areas.
 Classification kindOfColours(const QSize &size, const Shares &shares, int colours)
 {
     const std::string numbers = percent(shares.flat) + " in flat areas, "
         + percent(shares.mainColours) + " in the commonest of them";
+    const bool isFlat = shares.mainColours >= kFlatInFewColours || shares.flat >= kSmooth;
+    if (isFlat && shares.clear <= kClearShare && colours > kMainColours && shares.edges <= kNoEdges)
+        return { Kind::Photo, "a gradient without edges, " + numbers };
     if (shares.mainColours >= kFlatInFewColours)
         return { Kind::Logo, numbers };
     if (shares.clear > kClearShare && shares.flat >= kFlat)
@@ -169,7 +194,14 @@ Classification classify(Picture *picture)
         found = asInkOnPaper(picture, features.colours);
     else if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
         found = asGreyLines(picture, shares.clear);
-    return found ? *found : kindOfColours(image.size(), shares, features.colours);
+    if (!found)
+        found = kindOfColours(image.size(), shares, features.colours);
+    const bool isShaded = found->kind == Kind::Photo || found->kind == Kind::Poster;
+    if (isShaded && !shares.isGrey && shares.clear <= kClearShare) {
+        if (const auto page = asInkOnColouredPaper(picture, image))
+            return *page;
+    }
+    return *found;
 }
 
 } // namespace ztrace

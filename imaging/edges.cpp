@@ -15,6 +15,7 @@ namespace {
 const int kMostInLine = 6;      // ridges in 3 x 3 pixels
 const int kLeastInTexture = 24; // ridges in 5 x 5; lines side by side have fewer
 const int kLeastAlpha = 96;     // of a line on transparency
+const int kLeastRule = 16;      // pixels; stems of letters are shorter
 
 const uint8_t kDrawnRidge = EdgeMap::kRidge | EdgeMap::kDrawn;
 
@@ -71,6 +72,7 @@ EdgeMap::EdgeMap(const QImage &image)
 {
     markEdges(image);
     markRidges(image);
+    markRules(image);
 }
 
 void EdgeMap::markEdges(const QImage &image)
@@ -90,8 +92,43 @@ void EdgeMap::markRidges(const QImage &image)
         const QRgb *words = ztrace::row(image, y);
         uint8_t *bytes = row(y);
         for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
-            if (finder.isRidge(x, y))
-                bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
+            const Ridge ridge = finder.at(x, y);
+            if (!ridge.found)
+                continue;
+            bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
+            found.push_back(
+                { static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), ridge.beside });
+        }
+    }
+}
+
+// A straight run of one colour is that colour, however thin: soft edges change along a stroke.
+void EdgeMap::markRules(const QImage &image)
+{
+    struct Run
+    {
+        int row = -2;
+        int length = 0;
+        QRgb word = 0;
+    };
+    std::vector<Run> down(static_cast<std::size_t>(width));
+    for (int y = 0; y < height; ++y) {
+        const QRgb *words = ztrace::row(image, y);
+        uint8_t *bytes = row(y);
+        int across = 0;
+        for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
+            if ((bytes[x] & kDrawn) == 0)
+                continue;
+            const bool goesOn = x > 0 && (bytes[x - 1] & kDrawn) != 0 && words[x - 1] == words[x];
+            across = goesOn ? across + 1 : 1;
+            for (int k = 0; across >= kLeastRule && k < (across == kLeastRule ? across : 1); ++k)
+                bytes[x - k] |= kRule;
+            Run &run = down[static_cast<std::size_t>(x)];
+            const bool goesDown = run.row == y - 1 && run.word == words[x];
+            run = { y, goesDown ? run.length + 1 : 1, words[x] };
+            for (int k = 0;
+                 run.length >= kLeastRule && k < (run.length == kLeastRule ? run.length : 1); ++k)
+                row(y - k)[x] |= kRule;
         }
     }
 }
@@ -99,6 +136,18 @@ void EdgeMap::markRidges(const QImage &image)
 bool EdgeMap::isLine(int x, int y) const
 {
     return (row(y)[x] & kDrawn) != 0 && crowdAt(x, y, 1) <= kMostInLine;
+}
+
+bool EdgeMap::isCalm(int x, int y) const
+{
+    for (int v = std::max(0, y - 1); v <= std::min(height - 1, y + 1); ++v) {
+        const uint8_t *bytes = row(v);
+        for (int u = std::max(0, x - 1); u <= std::min(width - 1, x + 1); ++u) {
+            if ((bytes[u] & kEdge) != 0)
+                return false;
+        }
+    }
+    return true;
 }
 
 bool EdgeMap::isTexture(int x, int y) const

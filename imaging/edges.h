@@ -17,10 +17,12 @@ class EdgeMap
 {
 public:
     // Bits of a pixel.
-    static const uint8_t kEdge = 1;   // isEdge
-    static const uint8_t kRidge = 2;  // an edge at which ridgeAt finds a ridge
-    static const uint8_t kDrawn = 4;  // a ridge that is opaque enough to be a line
-    static const uint8_t kOfLine = 8; // for the use of reduceFlat
+    static const uint8_t kEdge = 1;    // isEdge
+    static const uint8_t kRidge = 2;   // an edge at which ridgeAt finds a ridge
+    static const uint8_t kDrawn = 4;   // a ridge that is opaque enough to be a line
+    static const uint8_t kRule = 8;    // a drawn ridge in a long straight run of its very colour
+    static const uint8_t kOfLine = 16; // for the use of reduceFlat: of a stroke's core
+    static const uint8_t kFlank = 32;  // the same: beside a stroke's core
 
     // Of an ARGB32 image, which is not kept.
     explicit EdgeMap(const QImage &image);
@@ -31,6 +33,19 @@ public:
     // A drawn ridge with few others around it, and one that is surrounded by others.
     bool isLine(int x, int y) const;
     bool isTexture(int x, int y) const;
+
+    // An edge at which there is a ridge, and the word beside it.
+    struct RidgePixel
+    {
+        uint32_t pixel;
+        QRgb beside;
+    };
+
+    // In the order of their pixels.
+    const std::vector<RidgePixel> &ridges() const { return found; }
+
+    // Whether neither the pixel nor one of its eight neighbours is an edge.
+    bool isCalm(int x, int y) const;
 
     // Pixels that are not fully transparent.
     std::size_t visiblePixels() const { return visible; }
@@ -43,12 +58,14 @@ private:
     }
     void markEdges(const QImage &image);
     void markRidges(const QImage &image);
+    void markRules(const QImage &image);
     int crowdAt(int x, int y, int reach) const;
 
     int width;
     int height;
     std::size_t visible = 0;
     std::vector<uint8_t> marks;
+    std::vector<RidgePixel> found;
 };
 
 } // namespace ztrace

@@ -11,6 +11,8 @@
 
 #include "colour.h"
 #include "edges.h"
+#include "nearestcolour.h"
+#include "oklab.h"
 #include "spotcolours.h"
 #include "wordtable.h"
 
@@ -22,12 +24,16 @@ namespace ztrace {
 
 namespace {
 
-const int kNearlyEqual = 12;          // colourDistance of two entries that would be one
-const uint32_t kLeastFlat = 4;        // 2 x 2 blocks that make a colour a flat one
-const int kLeastCell = 8;             // pixels of a cell that can become an entry
+const float kNearlyEqual = 12.0f; // seenDistance of two entries that would be one
+const std::size_t kSteps = 16;    // entries for shading, beyond which ...
+const float kCoarseStep = 48.0f;  // ... a shade that is not flat has to be so far from the others
+const uint32_t kLeastFlat = 4;    // 2 x 2 blocks that make a colour a flat one
+const int kLeastCell = 8;         // pixels of a cell that can become an entry
 const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
 const int kPartOfTranslucent = 3;     // one entry in three at most, so that hues are not displaced
-const int kMoves = 4;                 // rounds of moving entries to their cells' means
+const double kInside = 0.2;       // part of a shade's calm pixels amid their like; noise has less
+const double kShadedShare = 0.25; // shaded calm pixels for every edge; a clean picture has fewer
+const int kMoves = 4;             // rounds of moving entries to their cells' means
 const double kFlatShare = 0.3; // part of an entry's pixels, of its very colour, that makes it stay
 
 struct Cell
@@ -36,7 +42,8 @@ struct Cell
     bool flat = false;
     double pixels = 0.0;
     double sums[4] = { 0.0, 0.0, 0.0, 0.0 }; // R, G, B, A
-    int distance = std::numeric_limits<int>::max();
+    Oklab seen = { 0.0f, 0.0f, 0.0f, 0 };    // as the colour
+    float distance = std::numeric_limits<float>::max();
     std::size_t entry = 0;
 };
 
@@ -57,23 +64,35 @@ QRgb meanOf(const double *sums, double pixels)
 }
 
 // How often a colour fills a 2 x 2 block.
-WordTable countBlocks(const QImage &image)
+// Thin strokes do not count, unless they are straight.
+WordTable countBlocks(const QImage &image, const EdgeMap &edges)
 {
     WordTable blocks;
     const int width = image.width();
     for (int y = 0; y + 1 < image.height(); ++y) {
         const QRgb *words = row(image, y);
         const QRgb *below = row(image, y + 1);
+        const uint8_t *marks = edges.row(y);
+        const uint8_t *marksBelow = edges.row(y + 1);
         int end = 0;
         for (int x = 0; x < width; x = end) {
             const QRgb word = words[x];
             end = endOfRun(words, x, width);
             uint32_t count = 0;
             for (; x + 1 < end; ++x)
-                count += below[x] == word && below[x + 1] == word;
+                count += below[x] == word && below[x + 1] == word
+                    && (marks[x] & marks[x + 1] & marksBelow[x] & marksBelow[x + 1]
+                        & EdgeMap::kDrawn)
+                        == 0;
             if (count > 0)
                 blocks.set(word, blocks.of(word) + count);
         }
+    }
+    for (const EdgeMap::RidgePixel &ridge : edges.ridges()) {
+        const int y = static_cast<int>(ridge.pixel / static_cast<uint32_t>(width));
+        const int x = static_cast<int>(ridge.pixel % static_cast<uint32_t>(width));
+        if ((edges.row(y)[x] & EdgeMap::kRule) != 0)
+            blocks.set(row(image, y)[x], blocks.of(row(image, y)[x]) + 1);
     }
     return blocks;
 }
@@ -95,6 +114,8 @@ public:
     {
         for (Cell &cell : cells)
             cell.colour = meanOf(cell.sums, cell.pixels);
+        for (Cell &cell : cells)
+            cell.seen = oklabOf(cell.colour);
         return std::move(cells);
     }
 
@@ -126,12 +147,11 @@ private:
 // Edges count only in textures, and when nothing else does.
 std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEdges)
 {
-    const WordTable blocks = countBlocks(image);
+    const WordTable blocks = countBlocks(image, edges);
     Cells cells;
     const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
-        const uint8_t *marks = edges.row(y);
         int end = 0;
         for (int x = 0; x < width; x = end) {
             const QRgb word = words[x];
@@ -141,7 +161,7 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
             const bool flat = blocks.of(word) >= kLeastFlat;
             int count = end - x;
             for (; !flat && !withEdges && x < end; ++x)
-                count -= (marks[x] & EdgeMap::kEdge) != 0 && !edges.isTexture(x, y);
+                count -= !edges.isCalm(x, y) && !edges.isTexture(x, y);
             if (count > 0)
                 cells.add(word, flat, count);
         }
@@ -161,19 +181,20 @@ void takeLargest(const std::vector<Cell> &cells, std::vector<QRgb> *palette)
 
 // The remaining cell of the highest score, or of those that are opaque; null when none is worth an
 // entry.
-const Cell *bestCell(const std::vector<Cell> &cells, bool first, bool opaqueAlone,
+const Cell *bestCell(const std::vector<Cell> &cells, bool first, bool opaqueAlone, float apart,
                      double *bestScore)
 {
     const Cell *best = nullptr;
     *bestScore = 0.0;
     for (const Cell &cell : cells) {
         const bool opaque = qAlpha(cell.colour) == 255;
-        if ((!first && cell.distance <= kNearlyEqual) || (opaqueAlone && !opaque))
+        if ((!first && cell.distance <= (cell.flat ? kNearlyEqual : apart))
+            || (opaqueAlone && !opaque))
             continue;
         const int least = opaque ? kLeastCell : kLeastTranslucentCell;
         if (cell.pixels < least && !(first && opaque))
             continue;
-        const double score = first ? cell.pixels : std::sqrt(cell.pixels) * cell.distance;
+        const double score = first ? cell.pixels : std::sqrt(cell.pixels) * double(cell.distance);
         if (score > *bestScore) {
             *bestScore = score;
             best = &cell;
@@ -185,21 +206,24 @@ const Cell *bestCell(const std::vector<Cell> &cells, bool first, bool opaqueAlon
 // Appends the best remaining cell; false when none is worth an entry. Where there are translucent
 // entries enough, opaque cells go before others.
 bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
-              std::vector<double> *scores)
+              std::vector<double> *scores, std::vector<bool> *flats)
 {
     const bool first = palette->empty();
     const auto translucent = std::count_if(palette->begin(), palette->end(),
                                            [](QRgb colour) { return qAlpha(colour) != 255; });
     const bool enough = translucent >= std::max(1, most / kPartOfTranslucent);
+    const float apart = palette->size() < kSteps ? kNearlyEqual : kCoarseStep;
     double score = 0.0;
-    const Cell *best = enough ? bestCell(*cells, first, true, &score) : nullptr;
+    const Cell *best = enough ? bestCell(*cells, first, true, apart, &score) : nullptr;
     if (!best)
-        best = bestCell(*cells, first, false, &score);
+        best = bestCell(*cells, first, false, apart, &score);
     if (!best)
         return false;
     const QRgb colour = best->colour;
+    const Oklab seen = best->seen;
+    flats->push_back(best->flat);
     for (Cell &cell : *cells) {
-        const int distance = colourDistance(cell.colour, colour);
+        const float distance = seenDistance(cell.seen, seen);
         if (distance < cell.distance) {
             cell.distance = distance;
             cell.entry = palette->size();
@@ -210,12 +234,88 @@ bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
     return true;
 }
 
+// Counts what is nearest to each of a palette's colours, amid pixels that no edge is near.
+struct CalmPixels
+{
+    std::vector<double> all;
+    std::vector<double> inside; // with eight neighbours of the same colour
+
+    CalmPixels(const QImage &image, const EdgeMap &edges, const std::vector<QRgb> &palette)
+        : all(palette.size(), 0.0), inside(palette.size(), 0.0)
+    {
+        const std::size_t width = static_cast<std::size_t>(image.width());
+        NearestColour nearest(palette);
+        std::vector<uint16_t> labels[3];
+        for (int y = 0; y < image.height(); ++y) {
+            std::vector<uint16_t> &here = labels[y % 3];
+            here.resize(width);
+            const QRgb *words = row(image, y);
+            int end = 0;
+            for (int x = 0; x < image.width(); x = end) {
+                end = endOfRun(words, x, image.width());
+                std::fill(here.begin() + x, here.begin() + end, nearest.of(words[x]));
+            }
+            if (y >= 2)
+                countRow(labels[(y + 1) % 3], labels[(y + 2) % 3], here, edges, y - 1);
+        }
+    }
+
+private:
+    void countRow(const std::vector<uint16_t> &above, const std::vector<uint16_t> &here,
+                  const std::vector<uint16_t> &below, const EdgeMap &edges, int y)
+    {
+        for (std::size_t x = 1; x + 1 < here.size(); ++x) {
+            if (!edges.isCalm(static_cast<int>(x), y))
+                continue;
+            const uint16_t own = here[x];
+            const auto isAmid = [own, x](const std::vector<uint16_t> &line) {
+                return line[x - 1] == own && line[x] == own && line[x + 1] == own;
+            };
+            all[own] += 1.0;
+            inside[own] += isAmid(above) && isAmid(here) && isAmid(below);
+        }
+    }
+};
+
+// Takes out shades that are scattered over others: what compression leaves around edges.
+void dropNoise(const QImage &image, const EdgeMap &edges, const std::vector<bool> &flats,
+               std::vector<QRgb> *palette, std::vector<double> *scores)
+{
+    if (std::find(flats.begin(), flats.end(), false) == flats.end())
+        return;
+    const CalmPixels calm(image, edges, *palette);
+    std::size_t kept = 0;
+    for (std::size_t k = 0; k < palette->size(); ++k) {
+        if (!flats[k] && calm.all[k] > 0.0 && calm.inside[k] < kInside * calm.all[k])
+            continue;
+        (*palette)[kept] = (*palette)[k];
+        (*scores)[kept++] = (*scores)[k];
+    }
+    palette->resize(kept);
+    scores->resize(kept);
+}
+
+// Whether shades lie about the edges: a photograph's, or those of lossy compression.
+bool isClean(const QImage &image, const EdgeMap &edges, const std::vector<Cell> &cells)
+{
+    double shaded = 0.0;
+    for (const Cell &cell : cells)
+        shaded += cell.flat ? 0.0 : cell.pixels;
+    double onEdges = 0.0;
+    for (int y = 0; y < image.height(); ++y) {
+        const uint8_t *marks = edges.row(y);
+        onEdges += double(
+            std::count_if(marks, marks + image.width(), [](uint8_t m) { return m != 0; }));
+    }
+    return shaded <= kShadedShare * onEdges;
+}
+
 // Colours of thin lines. Where the palette is full they take the places of entries of less worth.
-std::vector<QRgb> takeSpotColours(const QImage &image, const EdgeMap &edges, int most,
+std::vector<QRgb> takeSpotColours(const QImage &image, const EdgeMap &edges, bool clean, int most,
                                   std::vector<QRgb> *palette, std::vector<double> scores)
 {
     std::vector<QRgb> colours;
-    for (const SpotColour &spot : spotColoursIn(image, edges, *palette, most)) {
+    for (const SpotColour &spot : spotColoursIn(image, edges, *palette, clean, most)) {
         const bool full = static_cast<int>(palette->size() + colours.size()) >= most;
         if (full && (palette->size() < 2 || scores.back() >= spot.score))
             break;
@@ -237,10 +337,13 @@ void moveToMeans(std::vector<Cell> *cells, std::vector<QRgb> *palette)
         double own = 0.0; // of the flat cell that has the entry's very colour
     };
     std::vector<Sum> totals(palette->size());
+    std::vector<Oklab> seen;
+    for (QRgb colour : *palette)
+        seen.push_back(oklabOf(colour));
     for (Cell &cell : *cells) {
-        cell.distance = std::numeric_limits<int>::max();
+        cell.distance = std::numeric_limits<float>::max();
         for (std::size_t k = 0; k < palette->size(); ++k) {
-            const int distance = colourDistance(cell.colour, (*palette)[k]);
+            const float distance = seenDistance(cell.seen, seen[k]);
             if (distance < cell.distance) {
                 cell.distance = distance;
                 cell.entry = k;
@@ -268,16 +371,20 @@ std::vector<QRgb> flatPalette(const QImage &image, const EdgeMap &edges, int mos
     std::vector<Cell> cells = cellsOf(image, edges, false);
     std::vector<QRgb> palette;
     std::vector<double> scores;
-    while (static_cast<int>(palette.size()) < most && takeNext(&cells, most, &palette, &scores)) { }
-    const std::vector<QRgb> spots = takeSpotColours(image, edges, most, &palette, scores);
+    std::vector<bool> flats;
+    while (static_cast<int>(palette.size()) < most
+           && takeNext(&cells, most, &palette, &scores, &flats)) { }
+    dropNoise(image, edges, flats, &palette, &scores);
+    const std::vector<QRgb> spots
+        = takeSpotColours(image, edges, isClean(image, edges, cells), most, &palette, scores);
     if (palette.empty() && spots.empty()) {
         cells = cellsOf(image, edges, true);
         while (static_cast<int>(palette.size()) < most
-               && takeNext(&cells, most, &palette, &scores)) { }
+               && takeNext(&cells, most, &palette, &scores, &flats)) { }
     }
     if (palette.empty() && spots.empty() && most > 0)
         takeLargest(cells, &palette);
-    if (static_cast<int>(palette.size() + spots.size()) == most) {
+    if (static_cast<int>(palette.size() + spots.size()) >= std::min<int>(most, kSteps)) {
         for (int i = 0; i < kMoves && !palette.empty(); ++i)
             moveToMeans(&cells, &palette);
     }

@@ -109,8 +109,15 @@ Ridge RidgeFinder::across(const Line &line) const
 Ridge RidgeFinder::at(int x, int y) const
 {
     const QRgb *middle = first + y * stride + x;
-    const Ridge ridge = across({ middle, 1, x, width - 1 - x });
-    return ridge.found ? ridge : across({ middle, stride, y, height - 1 - y });
+    const Ridge inRow = across({ middle, 1, x, width - 1 - x });
+    const Ridge inColumn = across({ middle, stride, y, height - 1 - y });
+    if (!inRow.found || !inColumn.found)
+        return inRow.found ? inRow : inColumn;
+    const VisibleColour own = visible(*middle);
+    return square(difference(own, visible(inColumn.beside)))
+            > square(difference(own, visible(inRow.beside)))
+        ? inColumn
+        : inRow;
 }
 
 RidgeColours::RidgeColours(const std::vector<QRgb> &palette) : words(palette)
@@ -142,24 +149,15 @@ int RidgeColours::nearestTo(const Ridge &ridge) const
     return best;
 }
 
-RidgeColours::Around::Around(const RidgeColours &colours, QRgb word)
-    : palette(colours), own(visible(word))
-{ }
-
-void RidgeColours::Around::add(std::size_t place)
+double RidgeColours::costOf(const Ridge &ridge, std::size_t place) const
 {
-    const QRgb word = palette.words[place];
-    const auto isSame = [&](std::size_t other) { return palette.words[other] == word; };
-    if (found || std::any_of(places.begin(), places.end(), isSame))
-        return;
-    const VisibleColour &colour = palette.colours[place];
-    if (places.empty())
-        found = !isRootAbove(square(difference(own, colour)), kMixtureLength);
-    for (std::size_t other : places) {
-        found = found
-            || !isRootAbove(squareToMixture(own, palette.colours[other], colour), kMixtureLength);
-    }
-    places.push_back(place);
+    const VisibleColour own = visible(ridge.colour);
+    const VisibleColour beside = visible(ridge.beside);
+    const VisibleColour &colour = colours[place];
+    const double missing
+        = kLeastPart * length(difference(colour, beside)) - length(difference(own, beside));
+    return std::sqrt(squareToMixture(own, beside, colour))
+        + kDoubt * length(difference(own, colour)) + std::max(0.0, missing);
 }
 
 } // namespace ztrace

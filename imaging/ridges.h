@@ -54,21 +54,8 @@ public:
     // colour with what is beside it; -1 when none does.
     int nearestTo(const Ridge &ridge) const;
 
-    // The colours seen around a pixel, added one by one in the order in which they are met, until
-    // the pixel's colour is found to be near one of them or near a mixture of two.
-    class Around
-    {
-    public:
-        Around(const RidgeColours &colours, QRgb word);
-        bool isMixture() const { return found; }
-        void add(std::size_t place);
-
-    private:
-        const RidgeColours &palette;
-        VisibleColour own;
-        bool found = false;
-        std::vector<std::size_t> places;
-    };
+    // What it costs to draw the ridge in the colour at that place: a length.
+    double costOf(const Ridge &ridge, std::size_t place) const;
 
 private:
     std::vector<QRgb> words;

@@ -65,6 +65,14 @@ void turnUpright(PixPtr *page, CleanPage *result)
     }
 }
 
+int thresholdOf(const ScanPlan &plan, const Histogram &counts)
+{
+    if (plan.threshold == Threshold::Fixed)
+        return plan.fixedThreshold;
+    const bool inTheMiddle = plan.threshold == Threshold::Auto && plan.splitsSoftEdges;
+    return inTheMiddle ? inkThreshold(counts) : otsuThreshold(counts);
+}
+
 // Black on white where a threshold has to be applied here: one for every part of the page, or
 // before specks can be removed. Null where it has not.
 PixPtr inkOf(PIX *page, const ScanPlan &plan, CleanPage *result)
@@ -75,9 +83,7 @@ PixPtr inkOf(PIX *page, const ScanPlan &plan, CleanPage *result)
             return ink;
         }
     }
-    result->threshold = plan.threshold == Threshold::Fixed
-        ? plan.fixedThreshold
-        : otsuThreshold(tonesOf(pageOfPix(page)).counts);
+    result->threshold = thresholdOf(plan, tonesOf(pageOfPix(page)).counts);
     if (plan.despeckle == 0)
         return PixPtr();
     // The library counts what is darker than its threshold as ink.
@@ -122,8 +128,7 @@ CleanPage cleanPage(Picture picture, const ScanPlan &plan)
         return result;
     }
     result.tones = result.evenedOut ? tonesOf(result.page) : tones;
-    result.threshold = plan.threshold == Threshold::Fixed ? plan.fixedThreshold
-                                                          : otsuThreshold(result.tones.counts);
+    result.threshold = thresholdOf(plan, result.tones.counts);
     return result;
 }
 

@@ -3,8 +3,8 @@
 
 #include "colour.h"
 #include "nearestcolour.h"
-#include "ridges.h"
 #include "spread.h"
+#include "thinstrokes.h"
 
 #include <QHash>
 
@@ -47,8 +47,10 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
             end = endOfRun(words, x, plane->width);
             const LabelOfWord run = labelOf(words[x], plane->colours, nearest);
             std::fill(labels.begin() + x, labels.begin() + end, run.label);
-            for (; !run.exact && x < end; ++x) {
-                if ((marks[x] & EdgeMap::kEdge) == 0)
+            for (; x < end; ++x) {
+                const bool isThin
+                    = (marks[x] & (EdgeMap::kDrawn | EdgeMap::kRule)) == EdgeMap::kDrawn;
+                if ((marks[x] & EdgeMap::kEdge) == 0 || (run.exact && !isThin))
                     continue;
                 labels[static_cast<std::size_t>(x)] = kUnlabelled;
                 waiting.push_back(static_cast<uint32_t>(before + static_cast<std::size_t>(x)));
@@ -56,56 +58,6 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
         }
         plane->labels.insert(plane->labels.end(), labels.begin(), labels.end());
     }
-    return waiting;
-}
-
-// Whether the pixel's colour is a mixture of those of the labels around it.
-bool isMixtureAround(const LabelPlane &plane, int x, int y, RidgeColours::Around around)
-{
-    const int kNear = 3;
-    for (int v = std::max(0, y - kNear); v <= std::min(plane.height - 1, y + kNear); ++v) {
-        const uint16_t *labels = plane.labels.data()
-            + static_cast<std::size_t>(v) * static_cast<std::size_t>(plane.width);
-        uint16_t last = kUnlabelled;
-        for (int u = std::max(0, x - kNear); u <= std::min(plane.width - 1, x + kNear); ++u) {
-            if (labels[u] == last || labels[u] == kUnlabelled)
-                continue;
-            last = labels[u];
-            around.add(last);
-            if (around.isMixture())
-                return true;
-        }
-    }
-    return false;
-}
-
-// Thin lines have no flat pixels that labels could spread from. Ridges that are no mixtures of what
-// is around them get labels of their own. Returns the pixels that stay unlabelled.
-std::vector<uint32_t> labelRidges(const QImage &image, std::vector<uint32_t> waiting,
-                                  EdgeMap *edges, LabelPlane *plane)
-{
-    const RidgeFinder finder(image);
-    const RidgeColours colours(plane->colours);
-    const uint32_t width = static_cast<uint32_t>(plane->width);
-    std::vector<std::pair<uint32_t, uint16_t>> found; // given when all have been looked at
-    std::size_t left = 0;
-    for (uint32_t pixel : waiting) {
-        const int y = static_cast<int>(pixel / width);
-        const int x = static_cast<int>(pixel % width);
-        int label = -1;
-        if ((edges->row(y)[x] & EdgeMap::kRidge) != 0
-            && !isMixtureAround(*plane, x, y, { colours, row(image, y)[x] }))
-            label = colours.nearestTo(finder.at(x, y));
-        if (label < 0) {
-            waiting[left++] = pixel;
-            continue;
-        }
-        edges->row(y)[x] |= EdgeMap::kOfLine;
-        found.push_back({ pixel, static_cast<uint16_t>(label) });
-    }
-    for (const auto &ridge : found)
-        plane->labels[ridge.first] = ridge.second;
-    waiting.resize(left);
     return waiting;
 }
 
@@ -121,7 +73,7 @@ LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb
                          * static_cast<std::size_t>(plane.height));
     NearestColour nearest(colours);
     std::vector<uint32_t> waiting = labelAreas(image, edges, &nearest, &plane);
-    waiting = labelRidges(image, std::move(waiting), &edges, &plane);
+    waiting = labelStrokes(image, std::move(waiting), &edges, &plane);
     spreadLabels(image, std::move(waiting), &nearest, &edges, &plane);
     return plane;
 }

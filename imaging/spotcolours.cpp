@@ -1,99 +1,131 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "spotcolours.h"
 
-#include "borders.h"
 #include "colour.h"
-#include "visiblecolour.h"
+#include "ridges.h"
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace ztrace {
 
 namespace {
 
-const double kSame = 60.0;                // a length; what is nearer is a shade of a spot colour
-const double kWorthOfPixels = 0.25;       // exponent; the strongest shade of a line is a rare one
-const double kLeastPixels = 8.0;          // of a spot colour
+const double kSame = 60.0;          // a length; what is nearer is a shade of a spot colour
+const double kWorthOfPixels = 0.25; // exponent; the strongest shade of a line is a rare one
+const double kLeastPixels = 8.0;    // of a spot colour
+const double kLeastPixelsInNoise = 32.0;
 const double kLeastShare = 1.0 / 20000.0; // the same, of the visible pixels
-const int kMostSpotColours = 16;
-const std::size_t kLargePalette = 64; // has a colour or a mixture for every line
+const double kExplained = 24.0;           // cost of drawing a line in another colour: a length
+const double kExplainedInNoise = 64.0;    // the same in a picture with noise about its edges
+const int kCore = 2;                      // pixels
+const double kDeeper = 1.2;               // times as far from what is beside
+const double kSameWay = 0.9;              // cosine
+const int kMostSpotColours = 32;
+const std::size_t kMostShades = 2048; // the commonest ones
 
-// Pixels of lines of similar colours.
+// Pixels of lines of similar colours on similar ground.
 struct Shade
 {
+    VisibleColour sum = { { 0.0, 0.0, 0.0, 0.0 } };
+    Ridge ridge; // of the mean colour
     VisibleColour colour = { { 0.0, 0.0, 0.0, 0.0 } };
     double pixels = 0.0;
-    double square = 1000.0 * 1000.0; // of the distance to the palette's mixtures
-    double distance = 1000.0;        // its root
-    double similar = 0.0;            // pixels of strange shades nearer than kSame, its own too
+    double cost = 1e9;    // of drawing it in the best of the known colours
+    double similar = 0.0; // pixels of strange shades nearer than kSame, its own too
 };
 
-// The upper four bits of every channel of hue.
-std::size_t cubeOf(QRgb word)
+// The upper four bits of every channel of both words.
+uint64_t shadeOf(QRgb word, QRgb beside)
 {
-    return (word >> 12 & 0xF00u) | (word >> 8 & 0xF0u) | (word >> 4 & 0xFu);
+    return uint64_t(word & 0x00F0F0F0u) << 32 | (beside & 0xF0F0F0F0u);
+}
+
+// Whether nothing within kCore pixels goes clearly farther from what is beside the ridge in the
+// same direction: soft ends and sides of a stroke do not tell its colour.
+bool isCore(const QImage &image, int x, int y, QRgb beside)
+{
+    const VisibleColour ground = visible(beside);
+    const VisibleColour away = difference(visible(row(image, y)[x]), ground);
+    const double depth = square(away);
+    QRgb last = beside;
+    for (int v = std::max(0, y - kCore); v <= std::min(image.height() - 1, y + kCore); ++v) {
+        const QRgb *words = row(image, v);
+        for (int u = std::max(0, x - kCore); u <= std::min(image.width() - 1, x + kCore); ++u) {
+            if (words[u] == last)
+                continue;
+            last = words[u];
+            const VisibleColour other = difference(visible(last), ground);
+            if (product(other, away) > kDeeper * depth && isAligned(other, away, kSameWay))
+                return false;
+        }
+    }
+    return true;
 }
 
 std::vector<Shade> shadesOfLines(const QImage &image, const EdgeMap &edges)
 {
-    std::vector<uint16_t> places(16 * 16 * 16, uint16_t(0));
+    std::unordered_map<uint64_t, std::size_t> places;
     std::vector<Shade> shades;
-    const int width = image.width();
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        const uint8_t *marks = edges.row(y);
-        for (int x = nextSet(marks, 0, width); x < width; x = nextSet(marks, x + 1, width)) {
-            if (!edges.isLine(x, y))
-                continue;
-            uint16_t &place = places[cubeOf(words[x])];
-            if (place == 0) {
-                shades.emplace_back();
-                place = static_cast<uint16_t>(shades.size());
-            }
-            Shade &shade = shades[place - 1u];
-            const VisibleColour colour = visible(words[x] | 0xFF000000u);
-            for (std::size_t channel = 0; channel < 4; ++channel)
-                shade.colour[channel] += colour[channel];
-            shade.pixels += 1.0;
+    const uint32_t width = static_cast<uint32_t>(image.width());
+    for (const EdgeMap::RidgePixel &ridge : edges.ridges()) {
+        const int y = static_cast<int>(ridge.pixel / width);
+        const int x = static_cast<int>(ridge.pixel % width);
+        if (!edges.isLine(x, y) || !isCore(image, x, y, ridge.beside))
+            continue;
+        const QRgb word = row(image, y)[x] | 0xFF000000u;
+        const auto place = places.insert({ shadeOf(word, ridge.beside), shades.size() });
+        if (place.second) {
+            shades.emplace_back();
+            shades.back().ridge = { true, word, ridge.beside };
         }
+        Shade &shade = shades[place.first->second];
+        const VisibleColour colour = visible(word);
+        for (std::size_t channel = 0; channel < 4; ++channel)
+            shade.sum[channel] += colour[channel];
+        shade.pixels += 1.0;
+    }
+    if (shades.size() > kMostShades) {
+        std::stable_sort(shades.begin(), shades.end(),
+                         [](const Shade &a, const Shade &b) { return a.pixels > b.pixels; });
+        shades.resize(kMostShades);
     }
     for (Shade &shade : shades) {
-        for (double &channel : shade.colour)
-            channel /= shade.pixels;
+        for (std::size_t channel = 0; channel < 4; ++channel)
+            shade.colour[channel] = shade.sum[channel] / shade.pixels;
+        const auto channel = [&](std::size_t i) { return static_cast<int>(shade.colour[i] + 0.5); };
+        shade.ridge.colour = qRgb(channel(0), channel(1), channel(2));
     }
     return shades;
 }
 
-// Shades that are no mixtures of the known colours. Their number only falls as colours become
-// known, so that what is found for one is kept and brought up to date.
+// Shades that no known colour explains. Their number only falls as colours become known.
 class StrangeShades
 {
 public:
-    explicit StrangeShades(std::vector<Shade> found) : shades(std::move(found)) { }
+    StrangeShades(std::vector<Shade> found, double explainedCost)
+        : shades(std::move(found)), explained(explainedCost)
+    { }
 
-    void learn(const VisibleColour &colour)
+    void learn(QRgb colour)
     {
-        for (Shade &shade : shades) {
-            if (known.empty())
-                shade.square = square(difference(shade.colour, colour));
-            for (const VisibleColour &other : known) {
-                if (!isRootAbove(shade.square, kMixtureLength))
-                    break;
-                shade.square = std::min(shade.square, squareToMixture(shade.colour, other, colour));
-            }
-        }
-        known.push_back(colour);
-        forget();
+        const RidgeColours known({ colour });
+        for (Shade &shade : shades)
+            shade.cost = std::min(shade.cost, known.costOf(shade.ridge, 0));
+        shades.erase(std::remove_if(shades.begin(), shades.end(),
+                                    [this](const Shade &shade) { return shade.cost <= explained; }),
+                     shades.end());
     }
 
     // The strongest shade of a line is its colour; the others are mixtures with that.
-    const Shade *strongest(double leastPixels) const
+    const Shade *strongest(double leastPixels)
     {
+        countSimilar();
         const Shade *best = nullptr;
         double bestStrength = 0.0;
         for (const Shade &shade : shades) {
-            const double strength = std::pow(shade.similar, kWorthOfPixels) * shade.distance;
+            const double strength = std::pow(shade.similar, kWorthOfPixels) * costOf(shade);
             if (shade.similar >= leastPixels && strength > bestStrength) {
                 best = &shade;
                 bestStrength = strength;
@@ -102,73 +134,50 @@ public:
         return best;
     }
 
-    // To be called once, when the palette is known.
-    void countSimilar()
+    // What it costs not to have it; of what nothing is known about: its distance to the ground.
+    static double costOf(const Shade &shade)
     {
-        for (std::size_t i = 0; i < shades.size(); ++i) {
-            shades[i].similar += shades[i].pixels;
-            for (std::size_t j = i + 1; j < shades.size(); ++j) {
-                if (isSimilar(shades[i], shades[j])) {
-                    shades[i].similar += shades[j].pixels;
-                    shades[j].similar += shades[i].pixels;
-                }
-            }
-        }
+        return std::min(shade.cost, length(difference(shade.colour, visible(shade.ridge.beside))));
     }
 
 private:
-    static bool isSimilar(const Shade &a, const Shade &b)
+    void countSimilar()
     {
-        // The root of what is below kSame squared is not above kSame, and equals it within kMargin
-        // alone.
-        const double apart = square(difference(a.colour, b.colour));
-        return apart < kSame * kSame * (1.0 + kMargin) && std::sqrt(apart) < kSame;
-    }
-
-    void forget()
-    {
-        const auto isMixture
-            = [](const Shade &shade) { return !isRootAbove(shade.square, kMixtureLength); };
-        const auto kept = std::stable_partition(shades.begin(), shades.end(),
-                                                [&](const Shade &s) { return !isMixture(s); });
-        for (auto gone = kept; gone != shades.end(); ++gone) {
-            for (auto shade = shades.begin(); shade != kept; ++shade) {
-                if (shade->similar > 0.0 && isSimilar(*shade, *gone))
-                    shade->similar -= gone->pixels;
+        for (Shade &shade : shades)
+            shade.similar = shade.pixels;
+        for (std::size_t i = 0; i < shades.size(); ++i) {
+            for (std::size_t j = i + 1; j < shades.size(); ++j) {
+                if (square(difference(shades[i].colour, shades[j].colour)) >= kSame * kSame)
+                    continue;
+                shades[i].similar += shades[j].pixels;
+                shades[j].similar += shades[i].pixels;
             }
         }
-        shades.erase(kept, shades.end());
-        for (Shade &shade : shades)
-            shade.distance = std::sqrt(shade.square);
     }
 
     std::vector<Shade> shades;
-    std::vector<VisibleColour> known;
+    const double explained;
 };
 
 } // namespace
 
 std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
-                                      const std::vector<QRgb> &palette, int most)
+                                      const std::vector<QRgb> &palette, bool clean, int most)
 {
     std::vector<SpotColour> spots;
-    if (palette.size() > kLargePalette)
-        return spots;
-    StrangeShades strange(shadesOfLines(image, edges));
+    StrangeShades strange(shadesOfLines(image, edges), clean ? kExplained : kExplainedInNoise);
     for (QRgb colour : palette) {
         if (qAlpha(colour) == 255)
-            strange.learn(visible(colour));
+            strange.learn(colour);
     }
-    strange.countSimilar();
-    const double least = std::max(kLeastPixels, kLeastShare * double(edges.visiblePixels()));
+    const double least = std::max(clean ? kLeastPixels : kLeastPixelsInNoise,
+                                  kLeastShare * double(edges.visiblePixels()));
     while (static_cast<int>(spots.size()) < std::min(most, kMostSpotColours)) {
         const Shade *best = strange.strongest(least);
         if (!best)
             break;
-        const VisibleColour colour = best->colour;
-        const auto channel = [&](std::size_t i) { return static_cast<int>(colour[i] + 0.5); };
-        spots.push_back({ qRgb(channel(0), channel(1), channel(2)),
-                          std::sqrt(best->similar) * best->distance });
+        const QRgb colour = best->ridge.colour;
+        spots.push_back({ colour, std::sqrt(best->similar) * StrangeShades::costOf(*best) });
         strange.learn(colour);
     }
     return spots;

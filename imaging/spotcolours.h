@@ -21,10 +21,11 @@ struct SpotColour
     double score;
 };
 
-// Colours of lines that are no mixtures of two of the palette's opaque colours, at most `most` and
-// no more than 16, the one of most worth first. None for a palette of more than 64 colours.
+// Colours of the cores of lines that no opaque colour of the palette explains, at most `most` and
+// no more than 32, the one of most worth first. A picture that is not clean has noise about its
+// edges, and has to have lines that differ more.
 std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
-                                      const std::vector<QRgb> &palette, int most);
+                                      const std::vector<QRgb> &palette, bool clean, int most);
 
 } // namespace ztrace
 

@@ -84,11 +84,11 @@ private:
         const int y = rowOf(decided.pixel);
         plane->labels[decided.pixel] = decided.choice.label;
         if (decided.choice.ofLine)
-            edges->row(y)[columnOf(decided.pixel, y)] |= EdgeMap::kOfLine;
+            edges->row(y)[columnOf(decided.pixel, y)] |= EdgeMap::kFlank;
     }
 
-    // The most similar label of all is the best one wherever it is in reach, and the only one that
-    // may come from a line; so it is looked for while the best of the others is kept.
+    // The most similar label of all is the best choice wherever it is in reach. Strokes reach no
+    // farther than the pixels that touch their cores: they are thin.
     Choice choiceFor(uint32_t pixel)
     {
         const int y = rowOf(pixel);
@@ -96,7 +96,6 @@ private:
         const QRgb word = row(image, y)[x];
         const uint16_t similar = nearest->of(word);
         const int right = std::min(plane->width - 1, x + kReach);
-        bool isSimilarInLine = false;
         Choice best;
         int least = std::numeric_limits<int>::max();
         for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
@@ -106,20 +105,24 @@ private:
                 const uint16_t label = labels[u];
                 if (label == kUnlabelled || label == best.label)
                     continue;
-                const bool ofLine = (marks[u] & EdgeMap::kOfLine) != 0;
-                if (label == similar && !ofLine)
-                    return { similar, false };
-                isSimilarInLine = isSimilarInLine || label == similar;
-                if (ofLine)
+                const bool ofLine = (marks[u] & (EdgeMap::kOfLine | EdgeMap::kFlank)) != 0;
+                if (ofLine && !touches(marks[u], u - x, v - y))
                     continue;
+                if (label == similar)
+                    return { similar, ofLine };
                 const int distance = colourDistance(word, plane->colours[label]);
                 if (distance < least || (distance == least && label < best.label)) {
-                    best.label = label;
+                    best = { label, ofLine };
                     least = distance;
                 }
             }
         }
-        return isSimilarInLine ? Choice { similar, true } : best;
+        return best;
+    }
+
+    static bool touches(uint8_t marks, int dx, int dy)
+    {
+        return (marks & EdgeMap::kOfLine) != 0 && std::abs(dx) <= 1 && std::abs(dy) <= 1;
     }
 
     std::vector<uint32_t> within(const std::vector<Decided> &ring)

@@ -19,7 +19,12 @@ const double kGradually = 0.2;   // largest step from tile to tile
 const double kMargin = 0.05;     // of paper above a threshold
 const double kInk = 0.15;        // tiles below are solid ink
 const double kLeastShare = 0.01; // of tiles in the shade
-const int kNoInkBeyond = 127;    // threshold of a page without any contrast
+// A drawing that is no scan: its ground has so many of the pixels, of its very lightness, ...
+const double kPureGround = 0.5;
+const int kNoiseReach = 3; // ... and so few of them are so near to it, ...
+const double kPureNoise = 0.02;
+const double kPureInk = 0.05; // ... of the others so many are ink without any ground in it.
+const int kNoInkBeyond = 127; // threshold of a page without any contrast
 
 typedef std::array<uint32_t, 256> Counts;
 
@@ -256,6 +261,52 @@ int otsuThreshold(const Histogram &counts)
         }
     }
     return (first + last) / 2;
+}
+
+namespace {
+
+// Where a drawing that was never scanned has its ground: a lightness that most pixels have exactly,
+// with next to nothing beside it. -1 where there is none.
+int pureGround(const Histogram &counts)
+{
+    const auto commonest = std::max_element(counts.begin(), counts.end());
+    const double total = std::accumulate(counts.begin(), counts.end(), 0.0);
+    const int ground = static_cast<int>(commonest - counts.begin());
+    double beside = 0.0;
+    for (int v = std::max(0, ground - kNoiseReach); v <= std::min(255, ground + kNoiseReach); ++v)
+        beside += v == ground ? 0.0 : double(counts[static_cast<std::size_t>(v)]);
+    const double own = double(*commonest);
+    return own >= kPureGround * total && beside <= kPureNoise * own ? ground : -1;
+}
+
+// The lightness of what lies on a ground of the darker half (or the lighter one): that which
+// kPureInk of the other pixels have or go beyond.
+int inkOn(const Histogram &counts, int ground)
+{
+    const int step = ground > kNoInkBeyond ? 1 : -1;
+    const int first = step > 0 ? 0 : 255;
+    double others = 0.0;
+    for (int v = first; v != ground; v += step)
+        others += double(counts[static_cast<std::size_t>(v)]);
+    double beyond = 0.0;
+    for (int v = first; v != ground; v += step) {
+        beyond += double(counts[static_cast<std::size_t>(v)]);
+        if (beyond >= kPureInk * others && beyond > 0.0)
+            return v;
+    }
+    return ground;
+}
+
+} // namespace
+
+int inkThreshold(const Histogram &counts)
+{
+    const int ground = pureGround(counts);
+    const auto used = [](auto count) { return count > 0; };
+    if (ground < 0 || std::count_if(counts.begin(), counts.end(), used) <= 2)
+        return otsuThreshold(counts);
+    const int ink = inkOn(counts, ground);
+    return (std::min(ink, ground) + std::max(ink, ground)) / 2;
 }
 
 double unevenness(const Histogram &counts, int threshold)

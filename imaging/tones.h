@@ -35,6 +35,10 @@ Tones tonesOf(const GreyPicture &page);
 // lightness gives 127.
 int otsuThreshold(const Histogram &counts);
 
+// What is at most this light is ink: the middle between ink and paper where both are pure and only
+// soft edges lie between them, Otsu's threshold else.
+int inkThreshold(const Histogram &counts);
+
 // Part of the variance of the lightness that remains within ink and paper when they are split at
 // the threshold: 0 for two pure values, towards 1 for a picture without any split.
 double unevenness(const Histogram &counts, int threshold);

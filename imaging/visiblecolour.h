@@ -93,9 +93,6 @@ inline double squareToMixture(const VisibleColour &colour, const VisibleColour &
     return square(away);
 }
 
-// Colours that are not farther than this from a mixture of two others are one: a length.
-const double kMixtureLength = 45.0;
-
 } // namespace ztrace
 
 #endif

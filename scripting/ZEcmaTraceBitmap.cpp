@@ -7,6 +7,7 @@
 
 #include "ZEcmaHelper.h"
 #include "ZPolyline.h"
+#include "kernels/stop.h"
 
 #include <QImage>
 #include <QScopedPointer>
@@ -99,6 +100,27 @@ bool hasImageArgument(QScriptContext *context)
 QScriptValue raiseNotAnImage(QScriptContext *context)
 {
     return raise("ZTraceBitmap: Argument 0 is not of type QImage*.", context);
+}
+
+// Where the application may say that its user wants the script to end: the address of a number that
+// is not 0 then. Whoever raises the error sets it to 0. An application that knows nothing of it has
+// no such property.
+std::atomic<int> *stopFlagOf(QScriptEngine *engine)
+{
+    return static_cast<std::atomic<int> *>(engine->property("zelvoraStop").value<void *>());
+}
+
+// The outlines of an image or of a file's.
+template<class Image>
+QScriptValue traced(ZTraceBitmap *self, const Image &image, QScriptContext *context,
+                    QScriptEngine *engine)
+{
+    std::atomic<int> *const stop = stopFlagOf(engine);
+    const ztrace::StoppedBy guard(stop);
+    const QList<ZPolyline> outlines = self->trace(image);
+    if (stop && stop->exchange(0) != 0)
+        return raise("The run was interrupted.", context);
+    return ztrace::polylinesToScript(engine, outlines);
 }
 
 QScriptValue raiseSelfIsNull(QScriptContext *context)
@@ -214,12 +236,12 @@ QScriptValue ZEcmaTraceBitmap::trace(QScriptContext *context, QScriptEngine *eng
         return raiseSelfIsNull(context);
 
     if (context->argumentCount() == 1 && context->argument(0).isString())
-        return ztrace::polylinesToScript(engine, self->trace(context->argument(0).toString()));
+        return traced(self, context->argument(0).toString(), context, engine);
     if (hasImageArgument(context)) {
         const QImage *image = ztrace::imageFromScript(context->argument(0));
         if (!image)
             return raiseNotAnImage(context);
-        return ztrace::polylinesToScript(engine, self->trace(*image));
+        return traced(self, *image, context, engine);
     }
     return raise("Wrong number/types of arguments for ZTraceBitmap.trace().", context);
 }

@@ -13,7 +13,7 @@ namespace {
 const std::size_t kPaperStep = 13;
 // Part of the tones along the middle of the ink that is darker than its tone. Thin lines are
 // lightened by the paper beside them, so the tone of ink lies below their median.
-const double kInkQuantile = 0.25;
+const double kInkQuantile = 0.5;
 
 typedef std::array<std::size_t, 256> Counts;
 
@@ -31,6 +31,20 @@ double quantile(const Counts &counts, double part, double none)
             return double(tone);
     }
     return 255.0;
+}
+
+// Of a pixel and those at its sides: where a line runs between two, one of them may be all ink.
+uint8_t darkestAround(const InkPicture &picture, int x, int y)
+{
+    uint8_t least = picture.grey[picture.at(x, y)];
+    const int steps[][2] = { { 1, 0 }, { -1, 0 }, { 0, 1 }, { 0, -1 } };
+    for (const auto &step : steps) {
+        const int u = x + step[0];
+        const int v = y + step[1];
+        if (u >= 0 && v >= 0 && u < picture.width && v < picture.height)
+            least = std::min(least, picture.grey[picture.at(u, v)]);
+    }
+    return least;
 }
 
 } // namespace
@@ -65,7 +79,7 @@ InkTones tonesAlong(const InkPicture &picture, const Plane &plane,
 {
     Counts ink = {};
     for (uint32_t cell : cells)
-        ++ink[picture.grey[picture.at(plane.xOf(cell), plane.yOf(cell))]];
+        ++ink[darkestAround(picture, plane.xOf(cell), plane.yOf(cell))];
     Counts paper = {};
     const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
     for (std::size_t i = 0; i < pixels; i += kPaperStep) {

@@ -70,6 +70,14 @@ FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end)
     return result;
 }
 
+double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most)
+{
+    double s = 0.0;
+    while (s < most && coverage.at(alongCarrier(atom, end, s + kStep)) >= 0.5)
+        s += kStep;
+    return s;
+}
+
 bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths)
 {
     double score = 0.0;

@@ -19,6 +19,10 @@ const double kBeside = 0.8;
 // From the foot of the last cross-section outwards; coverage summed up along the carrier.
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
 
+// Pixels from the foot of the last cross-section outwards along the carrier that are ink; at most
+// `most`.
+double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most);
+
 // Whether the ends of most lines are round: ink goes farther in the middle than beside it.
 bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths);
 

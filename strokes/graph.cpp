@@ -21,8 +21,8 @@ const uint8_t kWalked = 3;
 class Builder
 {
 public:
-    Builder(const Plane &skeleton, const Plane &dist, const std::vector<uint32_t> &all)
-        : marks(skeleton), distance(dist), cells(all), stride(skeleton.stride())
+    Builder(Plane skeleton, const Plane &dist, const std::vector<uint32_t> &all)
+        : marks(std::move(skeleton)), distance(dist), cells(all), stride(dist.stride())
     {
     }
 
@@ -218,9 +218,9 @@ void joinAt(const Plane &plane, Graph *graph, std::size_t number)
 
 } // namespace
 
-Graph graphOf(const Plane &skeleton, const Plane &distance, const std::vector<uint32_t> &cells)
+Graph graphOf(Plane skeleton, const Plane &distance, const std::vector<uint32_t> &cells)
 {
-    return Builder(skeleton, distance, cells).build();
+    return Builder(std::move(skeleton), distance, cells).build();
 }
 
 double lengthOf(const Graph &graph, const Plane &plane, const Branch &branch)

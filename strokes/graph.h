@@ -18,7 +18,7 @@ struct BranchEnd
 // Where lines end, meet or cross. A node without ends is dead.
 struct Node
 {
-    Point place;
+    Point place = { 0, 0 };
     double radius = 0.0; // of the largest disc of ink in it
     std::vector<BranchEnd> ends;
 };
@@ -43,7 +43,7 @@ struct Graph
 // Of the cells with 1 in `skeleton`; `cells` are these. Cells that touch at a side are neighbours,
 // those that touch at a corner where they have no neighbour in common. Cells of other than two
 // neighbours are nodes, together with those beside them.
-Graph graphOf(const Plane &skeleton, const Plane &distance, const std::vector<uint32_t> &cells);
+Graph graphOf(Plane skeleton, const Plane &distance, const std::vector<uint32_t> &cells);
 
 // Pixels along a branch, from node to node.
 double lengthOf(const Graph &graph, const Plane &plane, const Branch &branch);

@@ -17,6 +17,9 @@ const double kWidthSlack = 1.2;
 const double kGoesOn = 0.5;
 // Part of an arc's sweep that its samples may go back by.
 const double kGoesBack = 0.05;
+const double kOverlap = 0.1; // radians that the parts of a circle may lie over each other
+// Cross-sections for a pixel of an arc: of less, junctions make arcs that nobody has drawn.
+const double kSeenPart = 0.4;
 // Radians of samples that make a circle, and where both ends are in one joint.
 const double kWholeSweep = 2 * kPi * 0.93;
 const double kMeetingSweep = 2 * kPi * 0.7;
@@ -24,6 +27,9 @@ const double kMeetingSweep = 2 * kPi * 0.7;
 const double kGapWidths = 1.0;
 const double kGapPixels = 1.5;
 const double kGapPart = 0.5;
+// Widths beside a line, and cross-sections, up to which something within it is left over of it.
+const double kExplained = 0.35;
+const std::size_t kLeftOver = 24;
 const double kInked = 0.5;      // coverage of the middle of a line that goes on
 const double kMostTurnApart = 0.06; // radians between lines of one carrier
 const double kNear = 2.5;           // pixels that the middle of one may lie beside it
@@ -66,7 +72,7 @@ bool isOnePen(const Atom &a, const Atom &b)
 
 bool isJoinable(const Atom &atom)
 {
-    return atom.alive && (atom.shape == Shape::Line || atom.shape == Shape::Arc);
+    return atom.alive && atom.shape <= Shape::Arc && atom.dashing.type == DashType::None;
 }
 
 struct Union
@@ -82,8 +88,10 @@ class Joiner
 public:
     Joiner(const Measure &m, Web *w) : measure(m), web(*w) { }
 
-    void acrossJoints()
+    // Of atoms of at least so many cross-sections.
+    void acrossJoints(std::size_t leastSamples)
     {
+        least = leastSamples;
         for (int round = 0; round < kMostRounds; ++round) {
             bool changed = false;
             for (std::size_t j = 0; j < web.joints.size(); ++j) {
@@ -132,6 +140,8 @@ private:
     {
         const Atom &first = atom(a.atom);
         const Atom &second = atom(b.atom);
+        if (std::min(first.samples.size(), second.samples.size()) < least)
+            return false;
         if (a.atom == b.atom || !isJoinable(first) || !isJoinable(second)
             || !isOnePen(first, second))
             return false;
@@ -140,25 +150,33 @@ private:
         const fit::Moments sum = together(first.moments, second.moments);
         if (!cheapest(sum, measure, from, to, &result->carrier, &result->cost))
             return false;
-        result->gain = first.cost + second.cost - result->cost;
+        // Each for itself: a long line has slack that could hide a short one at an angle to it.
+        result->cost = costOn(first, result->carrier) + costOn(second, result->carrier)
+            + measure.lambda * numbersOf(result->carrier);
+        result->gain = first.cost + second.cost + measure.lambda * kNumbersOfJoint - result->cost;
         result->loss = measure.lambda
-                * (numbersOf(first.carrier) + numbersOf(second.carrier)
+                * (kNumbersOfJoint + numbersOf(first.carrier) + numbersOf(second.carrier)
                    - numbersOf(result->carrier))
             - result->gain;
         return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result);
     }
 
+    double costOn(const Atom &part, const fit::Primitive &carrier) const
+    {
+        return measure.misfit(chi2Of(part.moments, carrier), part.moments.w / measure.weight());
+    }
+
     bool joinBestAt(std::size_t joint)
     {
         const std::vector<AtomEnd> &ends = web.meetings[joint].ends;
-        double least = 1e300;
+        double smallest = 1e300;
         AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
         for (std::size_t i = 0; i < ends.size(); ++i) {
             for (std::size_t k = i + 1; k < ends.size(); ++k) {
                 Union candidate;
-                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= least)
+                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= smallest)
                     continue;
-                least = candidate.loss;
+                smallest = candidate.loss;
                 best[0] = ends[i];
                 best[1] = ends[k];
             }
@@ -183,7 +201,9 @@ private:
         samples.insert(samples.end(), more.begin(), more.end());
         const Sweep sweep = sweepOf(samples, joined.carrier.point);
         const double turned = std::fabs(sweep.turned);
-        const double noise = slack / joined.carrier.radius;
+        if (double(samples.size()) < kSeenPart * turned * joined.carrier.radius)
+            return false;
+        const double noise = kOverlap + slack / joined.carrier.radius;
         return turned < 2 * kPi + noise && sweep.walked - turned < kGoesBack * turned + noise;
     }
 
@@ -273,10 +293,55 @@ private:
         return true;
     }
 
+    // Whether a place lies on an atom between its ends.
+    static bool isWithin(const Atom &whole, Point place)
+    {
+        const Point first = whole.samples.front().centre;
+        if (std::fabs(whole.carrier.distance(place)) > kExplained * whole.width + 0.5)
+            return false;
+        if (!whole.carrier.arc) {
+            const double t = fit::dot(place - first, whole.carrier.direction);
+            const double end
+                = fit::dot(whole.samples.back().centre - first, whole.carrier.direction);
+            return t > std::min(0.0, end) && t < std::max(0.0, end);
+        }
+        const double turned = sweepOf(whole.samples, whole.carrier.point).turned;
+        const Point from = first - whole.carrier.point;
+        const Point to = place - whole.carrier.point;
+        double angle = std::atan2(fit::cross(from, to), fit::dot(from, to));
+        if (turned < 0)
+            angle = -angle;
+        return (angle < 0 ? angle + 2 * kPi : angle) < std::fabs(turned);
+    }
+
+    // Whether a short atom is nothing but what was left over of a long one beside a joint.
+    static bool isExplained(const Atom &part, const Atom &whole)
+    {
+        return part.samples.size() < kLeftOver && 2 * part.samples.size() < whole.samples.size()
+            && isWithin(whole, endSample(part, 0)) && isWithin(whole, endSample(part, 1));
+    }
+
+    void absorb(int whole, int part)
+    {
+        Atom &gone = atom(part);
+        for (int end = 0; end < 2; ++end) {
+            takeOut(gone.joint[end], { part, 0 }, { part, 1 });
+            if (gone.joint[end] >= 0)
+                web.meetings[std::size_t(gone.joint[end])].through.push_back(whole);
+        }
+        gone.alive = false;
+        gone.heir = whole;
+        gone.samples = std::vector<Section>();
+    }
+
     bool joinAlong(int a, int b, const Coverage &coverage)
     {
         if (!isJoinable(atom(b)) || !mayShareCarrier(atom(a), atom(b)))
             return false;
+        if (isExplained(atom(b), atom(a))) {
+            absorb(a, b);
+            return true;
+        }
         // The ends that face each other: those that are nearest, or for arcs the shortest way.
         AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
         double shortest = 1e300;
@@ -335,6 +400,7 @@ private:
 
     const Measure &measure;
     Web &web;
+    std::size_t least = 0;
 };
 
 } // namespace
@@ -355,9 +421,9 @@ Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)
     return web;
 }
 
-void joinAcrossJoints(const Measure &measure, Web *web)
+void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web)
 {
-    Joiner(measure, web).acrossJoints();
+    Joiner(measure, web).acrossJoints(leastSamples);
 }
 
 void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web)

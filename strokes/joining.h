@@ -31,8 +31,9 @@ struct Web
 Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
 
 // Joins at every joint the pairs that one line or arc explains for less than two do, the pair that
-// loses least first, until nothing changes. Arcs that come back to where they began become circles.
-void joinAcrossJoints(const Measure &measure, Web *web);
+// loses least first, until nothing changes; atoms of fewer cross-sections than `leastSamples` are
+// left alone, since next to nothing speaks against joining them with anything. Arcs that come back to where they began become circles.
+void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web);
 
 // Joins atoms with a common carrier between which there is ink all the way, or a gap that is short
 // against both of them; arcs of one circle in any order.

@@ -11,6 +11,15 @@ namespace ztrace::strokes {
 namespace {
 
 const double kCrossing = 0.2;   // sine of the least angle at which carriers are crossed; 12 degrees
+const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
+const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
+const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
+const double kCutOff = 0.12;          // pixels; fits of clean lines are off by .05
+const double kUnsure = 4.0;           // pixels between touching and crossing, not told apart
+const double kSquare = 0.5;           // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;         // cross-sections of such a line
+const double kMostPairs = 4e7;        // ends times lines that are compared
+const double kStub = 1.6;             // pixels of a line that is seen beyond another one
 const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
 const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
 const double kMeetsAll = 1.5;   // pixels from a common place that its carriers may pass by
@@ -137,26 +146,75 @@ private:
         }
     }
 
-    // The place where two carriers meet near a joint.
-    bool meet(const fit::Primitive &a, const fit::Primitive &b, const Joint &at, Point *place,
-              double *weight) const
+    // Pixels along an end's carrier from its last cross-section to a place.
+    double along(const AtomEnd &end, Point place)
     {
+        const Atom &ending = atom(end);
+        const Point last = end.end == 0 ? ending.samples.front().centre
+                                        : ending.samples.back().centre;
+        const double ahead = fit::dot(place - last, outwardsOf(ending, end.end));
+        return (ahead < 0 ? -1.0 : 1.0) * distanceBetween(place, last);
+    }
+
+    // Whether ink leads from an end to a place.
+    bool leadsTo(const AtomEnd &end, Point place)
+    {
+        const double ahead = along(end, place);
+        const double width = atom(end).width;
+        return ahead > -kBackwards - width
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0) + 0.5 * width + kReach;
+    }
+
+    // Whether a line cuts off more of a circle than a tangent does whose fit is not exact.
+    static bool cutsInto(const fit::Primitive &a, const fit::Primitive &b)
+    {
+        if (a.arc == b.arc)
+            return false;
+        const fit::Primitive &line = a.arc ? b : a;
+        const fit::Primitive &circle = a.arc ? a : b;
+        return circle.radius - std::fabs(line.distance(circle.point)) > kCutOff;
+    }
+
+    // A line that touches a circle and one that cuts off a little are not told apart by fits: the end
+    // lies between both places, as long as they are near each other.
+    static Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b,
+                                         Point crossing)
+    {
+        if (a.arc == b.arc)
+            return crossing;
+        const fit::Primitive &line = a.arc ? b : a;
+        const Point touch = line.foot((a.arc ? a : b).point);
+        const double apart = distanceBetween(touch, crossing);
+        return apart < kUnsure ? 0.5 * (touch + crossing) : crossing;
+    }
+
+    // The place where an end meets a carrier near a joint, or as far away as ink leads.
+    bool meet(const AtomEnd &end, const fit::Primitive &b, const Joint &at, Point *place,
+              double *weight)
+    {
+        const fit::Primitive &a = atom(end).carrier;
         const Point foot = a.foot(at.place);
-        const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(foot)));
+        const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(b.foot(at.place))));
         const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
         *weight = sine * sine + 1e-3;
-        if (sine > kCrossing || (a.arc == b.arc && !a.arc && sine > 0.5 * kCrossing)) {
+        const bool lines = !a.arc && !b.arc;
+        if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(a, b)) {
             const Crossings crossings = crossingsOf(a, b);
-            double nearest = reach;
+            double nearest = lines ? std::max(kFarthestMeeting, reach) : reach;
+            bool found = false;
             for (int k = 0; k < crossings.count; ++k) {
                 const double d = distanceBetween(crossings.place[k], at.place);
-                if (d < nearest) {
+                if (d < nearest && leadsTo(end, crossings.place[k])) {
                     nearest = d;
                     *place = crossings.place[k];
+                    found = true;
                 }
             }
-            if (nearest < reach)
+            if (found) {
+                if (!lines && sine < kCrossing)
+                    *place = betweenTouchAndCrossing(a, b, *place);
                 return true;
+            }
         }
         const Point touched = touching(a, b, at.place, reach);
         if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
@@ -167,21 +225,42 @@ private:
 
     void endOnThrough(const AtomEnd &end, const std::vector<int> &through, const Joint &at)
     {
-        Atom &ending = atom(end);
         double heaviest = -1.0;
-        Point place = ending.carrier.foot(at.place);
+        double thickness = 0.0;
+        Point place = atom(end).carrier.foot(at.place);
         for (int number : through) {
             Point candidate;
             double weight = 0.0;
-            if (number != end.atom
-                && meet(ending.carrier, web.atoms[std::size_t(number)].carrier, at, &candidate,
-                        &weight)
+            const Atom &other = web.atoms[std::size_t(number)];
+            if (number != end.atom && meet(end, other.carrier, at, &candidate, &weight)
                 && weight > heaviest) {
                 heaviest = weight;
                 place = candidate;
+                thickness = 0.5 * other.width / std::max(std::sqrt(weight), kCrossing);
             }
         }
-        putEnd(end, place);
+        if (heaviest > kCrossing * kCrossing && goesBeyond(end, place, thickness))
+            free.push_back(end);
+        else
+            putEnd(end, place);
+    }
+
+    // Whether the line is seen again beyond the one that it meets, which is that thick there.
+    bool goesBeyond(const AtomEnd &end, Point place, double thickness)
+    {
+        const Atom &ending = atom(end);
+        const double start = along(end, place) + thickness;
+        const double most = start + kFarthestMeeting;
+        const double ink = inkAhead(coverage, ending, end.end, most);
+        if (ink < start + kStub || ink >= most)
+            return false;
+        // Alone there: paper on both sides.
+        const double middle = 0.5 * (start + ink);
+        const Point p = alongCarrier(ending, end.end, middle);
+        const Point q = alongCarrier(ending, end.end, middle + 0.5);
+        const Point normal = 2.0 * Point { p.y - q.y, q.x - p.x };
+        const double beside = 0.5 * ending.width + 1.5;
+        return coverage.at(p + beside * normal) < 0.4 && coverage.at(p - beside * normal) < 0.4;
     }
 
     void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
@@ -192,7 +271,7 @@ private:
             for (std::size_t k = i + 1; k < ends.size(); ++k) {
                 Point place;
                 double weight = 0.0;
-                if (!meet(atom(ends[i]).carrier, atom(ends[k]).carrier, at, &place, &weight))
+                if (!meet(ends[i], atom(ends[k]).carrier, at, &place, &weight))
                     continue;
                 sum = sum + weight * place;
                 all += weight;
@@ -215,8 +294,129 @@ private:
         ending.place[end.end] = place;
     }
 
+    Point lastSample(const AtomEnd &end)
+    {
+        const Atom &ending = atom(end);
+        return end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
+    }
+
+    // Whether two ends that meet nothing are the two of a corner, and where.
+    bool isCorner(const AtomEnd &a, const AtomEnd &b, Point *place)
+    {
+        if (a.atom == b.atom)
+            return false;
+        const double widths = atom(a).width + atom(b).width;
+        const Point between = 0.5 * (lastSample(a) + lastSample(b));
+        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kReach
+            || std::fabs(fit::cross(outwardsOf(atom(a), a.end), outwardsOf(atom(b), b.end)))
+                < kCrossing)
+            return false;
+        const Crossings crossings = crossingsOf(atom(a).carrier, atom(b).carrier);
+        for (int k = 0; k < crossings.count; ++k) {
+            *place = crossings.place[k];
+            if (distanceBetween(*place, between) < widths + kReach && along(a, *place) > -kBackwards
+                && along(b, *place) > -kBackwards && leadsTo(a, *place) && leadsTo(b, *place))
+                return true;
+        }
+        return false;
+    }
+
+    // Corners whose skeleton came apart: their two ends are in joints of their own.
+    void meetFreely()
+    {
+        std::sort(free.begin(), free.end(), [this](const AtomEnd &a, const AtomEnd &b) {
+            const double x = lastSample(a).x;
+            const double y = lastSample(b).x;
+            return x < y || (x == y && (a.atom < b.atom || (a.atom == b.atom && a.end < b.end)));
+        });
+        std::vector<bool> met(free.size(), false);
+        for (std::size_t i = 0; i < free.size(); ++i) {
+            const double far = lastSample(free[i]).x + 2 * atom(free[i]).width + kFarthestCorner;
+            for (std::size_t k = i + 1; k < free.size() && !met[i]; ++k) {
+                Point place;
+                if (lastSample(free[k]).x > far)
+                    break;
+                if (met[k] || !isCorner(free[i], free[k], &place))
+                    continue;
+                met[i] = met[k] = true;
+                atom(free[i]).place[free[i].end] = place;
+                atom(free[k]).place[free[k].end] = place;
+            }
+        }
+        std::vector<AtomEnd> alone;
+        for (std::size_t i = 0; i < free.size(); ++i) {
+            if (!met[i])
+                alone.push_back(free[i]);
+        }
+        free = std::move(alone);
+    }
+
+    // Whether a place lies on an atom, not only on its carrier.
+    static bool isOn(const Atom &other, Point place)
+    {
+        const double slack = other.width + kReach;
+        const Point first = other.samples.front().centre;
+        const Point last = other.samples.back().centre;
+        if (other.shape == Shape::Line) {
+            const double t = fit::dot(place - first, other.carrier.direction);
+            const double length = fit::dot(last - first, other.carrier.direction);
+            return t > std::min(0.0, length) - slack && t < std::max(0.0, length) + slack;
+        }
+        return std::any_of(other.samples.begin(), other.samples.end(), [&](const Section &s) {
+            return distanceBetween(s.centre, place) < slack;
+        });
+    }
+
+    // Ends that meet nothing in their own joint, but the middle of a line beside it.
+    void endOnNeighbours()
+    {
+        if (double(free.size()) * double(web.atoms.size()) > kMostPairs)
+            return;
+        std::vector<AtomEnd> alone;
+        for (const AtomEnd &end : free) {
+            if (!endOnNeighbour(end))
+                alone.push_back(end);
+        }
+        free = std::move(alone);
+    }
+
+    bool endOnNeighbour(const AtomEnd &end)
+    {
+        const Point last = lastSample(end);
+        const Point out = outwardsOf(atom(end), end.end);
+        double nearest = 1e300;
+        double thickness = 0.0;
+        Point place = last;
+        for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+            const Atom &other = web.atoms[k];
+            const double reach = other.width + atom(end).width + 2 * kReach;
+            if (!other.alive || int(k) == end.atom || other.shape == Shape::Ellipse
+                || other.samples.size() < kBody || std::fabs(other.carrier.distance(last)) > reach)
+                continue;
+            const double sine = std::fabs(fit::cross(out, other.carrier.tangent(last)));
+            if (sine < kSquare)
+                continue;
+            const Crossings crossings = crossingsOf(atom(end).carrier, other.carrier);
+            for (int c = 0; c < crossings.count; ++c) {
+                const double ahead = along(end, crossings.place[c]);
+                if (ahead > -kBackwards && ahead < std::min(reach / sine, nearest)
+                    && isOn(other, crossings.place[c]) && leadsTo(end, crossings.place[c])) {
+                    nearest = ahead;
+                    place = crossings.place[c];
+                    thickness = 0.5 * other.width / sine;
+                }
+            }
+        }
+        if (nearest > 1e299 || goesBeyond(end, place, thickness))
+            return false;
+        putEnd(end, place);
+        return true;
+    }
+
     bool settleFree()
     {
+        meetFreely();
+        endOnNeighbours();
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
         for (const AtomEnd &end : free) {

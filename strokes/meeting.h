@@ -11,7 +11,7 @@ namespace ztrace::strokes {
 // Places where two carriers meet: up to two, none where they do not.
 struct Crossings
 {
-    Point place[2];
+    Point place[2] = {};
     int count = 0;
 };
 Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);

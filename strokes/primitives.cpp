@@ -11,15 +11,22 @@ namespace ztrace::strokes {
 namespace {
 
 const double kPi = 3.14159265358979323846;
-const int kStretch = 48; // cross-sections over which a line is taken for one line or arc
-const int kBlock = 8;    // of which the means are compared
-// Blocks of a stretch over its degrees of freedom, over the median of that distribution's square.
-const double kStretchScale = 2.0 / 0.79;
+// Cross-sections over which a line is taken for one line or arc; half as many where no line is so
+// long.
+const int kStretch = 80;
+// Of the stretches in order of their deviation: those that hold a bend or a corner are last. What
+// the others tell is less than the mean, and fits hide a part of it.
+const double kStretchQuantile = 0.3;
+const double kStretchScale = 2.3;
 const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
 const double kMostSigma = 0.8;
 const std::size_t kLeastStretches = 3;
 const int kCircleSteps = 8;
-const double kLeastSagitta = 1.0; // sigmas below which an arc is a line
+// An arc that is no more than this off its chord is a line: sigmas, and pixels.
+const double kLeastSagitta = 4.0;
+const double kLeastBend = 0.45;
+// Mean squared distance of an arc from its best line, over the squared sagitta.
+const double kOfSagitta = 4.0 / 45.0;
 
 fit::Moments momentsOf(const std::vector<Section> &samples, std::size_t first, std::size_t last,
                        double weight)
@@ -33,24 +40,25 @@ fit::Moments momentsOf(const std::vector<Section> &samples, std::size_t first, s
     return sum;
 }
 
-// Of a stretch: mean square of the means of its blocks, times the cross-sections of a block.
-double stretchVariance(const std::vector<Section> &samples, std::size_t first)
+// Mean squared distance of a stretch from its best line or arc.
+double stretchVariance(const std::vector<Section> &samples, std::size_t first, std::size_t length)
 {
-    const std::size_t last = first + std::size_t(kStretch);
-    const fit::Moments sum = momentsOf(samples, first, last, 1.0);
+    const fit::Moments sum = momentsOf(samples, first, first + length, 1.0);
     const fit::LineMoments c = fit::lineMoments(sum);
-    fit::Primitive best = fit::lineOf(sum, c, samples[first].centre, samples[last - 1].centre);
+    const fit::Primitive line = fit::lineOf(sum, c, samples[first].centre, samples[first].centre);
     fit::Primitive circle = {};
-    if (fit::circleOf(sum, c, &circle) && circle.chi2 < best.chi2)
-        best = circle;
-    double squares = 0.0;
-    for (std::size_t block = first; block < last; block += std::size_t(kBlock)) {
-        double mean = 0.0;
-        for (std::size_t i = block; i < block + std::size_t(kBlock); ++i)
-            mean += best.distance(samples[i].centre) / kBlock;
-        squares += mean * mean;
+    const bool round = fit::circleOf(sum, c, &circle);
+    return (round ? std::min(line.chi2, circle.chi2) : line.chi2) / double(length);
+}
+
+std::vector<double> stretchVariances(const Cores &cores, std::size_t length)
+{
+    std::vector<double> variances;
+    for (const Core &core : cores.cores) {
+        for (std::size_t i = 0; i + length <= core.samples.size(); i += length)
+            variances.push_back(stretchVariance(core.samples, i, length));
     }
-    return squares * kBlock / (kStretch / kBlock);
+    return variances;
 }
 
 fit::Prices strokePrices()
@@ -104,6 +112,9 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
     fit::Settings settings = fit::settingsFor(strokePrices());
     settings.curves = false;
     settings.soft.lambda = measure.lambda;
+    settings.soft.slope = measure.slope;
+    settings.soft.slack = measure.slack;
+    settings.soft.leak = measure.leak;
     const fit::Path path = fit::fitChain(chain, settings);
     if (path.pieces.size() == 1 && fit::isWhole(path.pieces[0].kind)) {
         atoms->push_back(wholeAtom(core, path.pieces[0], measure));
@@ -172,20 +183,30 @@ fit::Moments together(const fit::Moments &a, const fit::Moments &b)
 
 Measure measureOf(const Cores &cores, double least)
 {
-    std::vector<double> variances;
-    for (const Core &core : cores.cores) {
-        const std::size_t stretch = std::size_t(kStretch);
-        for (std::size_t i = 0; i + stretch <= core.samples.size(); i += stretch)
-            variances.push_back(stretchVariance(core.samples, i));
-    }
+    std::vector<double> variances = stretchVariances(cores, std::size_t(kStretch));
+    if (variances.size() < kLeastStretches)
+        variances = stretchVariances(cores, std::size_t(kStretch / 2));
     Measure measure;
     measure.sigma = std::max(kUsualSigma, least);
     if (variances.size() < kLeastStretches)
         return measure;
-    const auto middle = variances.begin() + std::ptrdiff_t(variances.size() / 2);
+    const auto middle = variances.begin()
+        + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
     std::nth_element(variances.begin(), middle, variances.end());
-    measure.sigma = std::clamp(std::sqrt(kStretchScale * *middle), least, kMostSigma);
+    measure.sigma = std::clamp(kStretchScale * std::sqrt(*middle), least, kMostSigma);
     return measure;
+}
+
+double chi2Of(const fit::Moments &sum, const fit::Primitive &carrier)
+{
+    const fit::Moments m = fit::shifted(sum, carrier.point.x, carrier.point.y);
+    if (carrier.arc) {
+        const double square = carrier.radius * carrier.radius;
+        return std::max(0.0, m.zz - 2 * square * (m.xx + m.yy) + square * square * m.w)
+            / (4 * square);
+    }
+    const Point n = { -carrier.direction.y, carrier.direction.x };
+    return std::max(0.0, n.x * n.x * m.xx + 2 * n.x * n.y * m.xy + n.y * n.y * m.yy);
 }
 
 bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Point last,
@@ -193,7 +214,8 @@ bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Poin
 {
     const fit::LineMoments c = fit::lineMoments(sum);
     const fit::Primitive line = fit::lineOf(sum, c, first, last);
-    const double ofLine = 0.5 * line.chi2 + measure.lambda * kNumbersOfLine;
+    const double count = sum.w / measure.weight();
+    const double ofLine = measure.misfit(line.chi2, count) + measure.lambda * kNumbersOfLine;
     *carrier = line;
     *cost = ofLine;
     fit::Primitive circle = {};
@@ -201,10 +223,10 @@ bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Poin
         return false;
     if (!fit::circleOf(sum, c, &circle))
         return true;
-    const double ofArc = 0.5 * circle.chi2 + measure.lambda * kNumbersOfArc;
-    const double chord = std::hypot(last.x - first.x, last.y - first.y);
-    const double sagitta = chord * chord / (8 * circle.radius);
-    if (ofArc < ofLine && (sagitta > kLeastSagitta * measure.sigma || chord < 2 * circle.radius)) {
+    const double ofArc = measure.misfit(circle.chi2, count) + measure.lambda * kNumbersOfArc;
+    // What the line misses more than the arc does is the square of the sagitta times kOfSagitta.
+    const double bend = std::sqrt(std::max(0.0, line.chi2 - circle.chi2) / (kOfSagitta * sum.w));
+    if (ofArc < ofLine && bend > std::max(kLeastSagitta * measure.sigma, kLeastBend)) {
         *carrier = circle;
         *cost = ofArc;
     }

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_STROKES_PRIMITIVES_H
 #define ZTRACE_STROKES_PRIMITIVES_H
 
+#include "strokes/linetypes.h"
 #include "strokes/samples.h"
 
 #include "fit/Piece.h"
@@ -17,19 +18,37 @@ void addTo(fit::Moments *sum, Point place, double weight);
 // The sums of both around the mean of their points.
 fit::Moments together(const fit::Moments &a, const fit::Moments &b);
 
-// What fits are judged by: the deviation of a cross-section's centre, in pixels, as large as if
-// neighbours had independent errors, and nats for a number that is written.
+// What fits are judged by: the deviation of a cross-section's centre from the line that was meant,
+// in pixels, and nats for a number that is written.
+//
+// Neighbouring errors are alike: pens wobble, steps of a staircase go on for as long as a line
+// keeps within a row. So a misfit below `slack` times what is expected earns next to nothing,
+// however many cross-sections there are; what is above counts at half the squares.
 struct Measure
 {
     double sigma = 0.1;
     double lambda = 5.0;
+    double slope = 0.5;
+    double slack = 1.6;
+    double leak = 0.02;
     double weight() const { return 1.0 / (sigma * sigma); }
+    double misfit(double chi2, double count) const
+    {
+        const double excess = chi2 - slack * count;
+        return leak * chi2 + (excess > 0 ? slope * excess : 0);
+    }
 };
 
-// The deviation that the cores themselves tell: how far the means of eight cross-sections in a row
-// lie from a line or an arc through forty-eight of them, the median of all such stretches. `least`
-// is what can be asked of the picture at all.
+// The deviation that the cores themselves tell: how far cross-sections lie from a line or an arc
+// through a long stretch of them; what a third of all such stretches keep. `least` is what can be asked of
+// the picture at all.
 Measure measureOf(const Cores &cores, double least);
+
+// Sum of (distance / sigma) squared of points from a carrier; of an arc to first order.
+double chi2Of(const fit::Moments &sum, const fit::Primitive &carrier);
+
+// What a line is drawn for, as far as its surroundings tell: layers are made of it.
+enum class Role { Line, Dimension, Text, Hatch };
 
 enum class Shape { Line, Arc, Circle, Ellipse };
 
@@ -44,13 +63,17 @@ struct Atom
     double cost = 0.0;             // nats
     double width = 0.0;            // median
     int joint[2] = { -1, -1 };     // -1: closed, or free of any joint
-    Point place[2];                // its ends, once they are known
+    Point place[2] = {};                // its ends, once they are known
     bool alive = true;
+    Dashing dashing;
+    Point inkEnd[2] = {}; // of a dashed one: where its first and last dash end
+    Role role = Role::Line;
     int heir = -1; // the atom that a dead one has become part of; -1: none
 };
 
 const double kNumbersOfLine = 2;
 const double kNumbersOfArc = 3;
+const double kNumbersOfJoint = 1.5; // saved where two become one, as a corner costs in fit/
 
 // The cheaper of the line and the arc for sums; nats. False where neither can be made.
 bool cheapest(const fit::Moments &sum, const Measure &measure, Point first, Point last,

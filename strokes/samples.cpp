@@ -20,6 +20,10 @@ const int kChord = 5;           // cells to either side that the direction is ta
 // Parts of the median width, and pixels, that a cross-section may differ from it.
 const double kWidthPart = 0.2;
 const double kWidthSlack = 0.6;
+// Deviations of a branch's widths, and pixels at least, by which a wider one sees another line.
+const double kSpreads = 3.0;
+const double kLeastSpread = 0.12;
+const int kSettled = 5; // cross-sections in a row that tell that none is seen any more
 const double kJunctionReach = 1.0; // pixels around the disc of a junction that it spoils
 const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
 // Times by which an arc has to miss a corner's cross-sections farther than two lines do.
@@ -289,6 +293,9 @@ private:
         core.joint[1] = to;
         core.length = last - first;
         const int n = int(sections.size());
+        const double widest = width + widthSlackOf(sections, width);
+        first += spoiltCells(sections, first, 1, last - first, from, widest);
+        last -= spoiltCells(sections, last - 1, -1, last - first, to, widest);
         for (int i = first; i < last; ++i) {
             const Section &section = sections[std::size_t(i % n)];
             if (section.clear && std::fabs(section.width - width) < kWidthPart * width + kWidthSlack
@@ -297,6 +304,37 @@ private:
         }
         core.width = width;
         result.cores.push_back(std::move(core));
+    }
+
+    // Pixels by which the widths of a branch spread around their median.
+    static double widthSlackOf(const std::vector<Section> &sections, double width)
+    {
+        std::vector<double> differences;
+        for (const Section &section : sections) {
+            if (section.clear)
+                differences.push_back(std::fabs(section.width - width));
+        }
+        return std::max(kLeastSpread, kSpreads * median(std::move(differences)));
+    }
+
+    // How many cross-sections from the begin on, by steps of 1 or -1, see the ink of another line:
+    // up to where kSettled in a row are no wider than the line.
+    int spoiltCells(const std::vector<Section> &sections, int begin, int step, int most, int joint,
+                    double widest) const
+    {
+        if (joint < 0 || result.joints[std::size_t(joint)].kind == JointKind::Tip)
+            return 0;
+        const int n = int(sections.size());
+        int settled = 0;
+        int spoilt = 0;
+        for (int k = 0; k < most && settled < kSettled; ++k) {
+            const Section &section = sections[std::size_t((begin + step * k + n) % n)];
+            const bool wide = !section.clear || section.width > widest;
+            settled = wide ? 0 : settled + 1;
+            if (wide)
+                spoilt = k + 1;
+        }
+        return settled < kSettled ? 0 : spoilt;
     }
 
     bool isSpoilt(Point place, int number) const

@@ -11,7 +11,7 @@ namespace ztrace::strokes {
 // A cross-section of a line.
 struct Section
 {
-    Point centre;
+    Point centre = { 0, 0 };
     double width = 0.0;
     bool clear = false; // there is paper on both sides
 };
@@ -26,7 +26,7 @@ Section sectionAt(const Coverage &coverage, Point place, Point direction, double
 enum class JointKind { Tip, Junction, Corner, Break };
 struct Joint
 {
-    Point place;
+    Point place = { 0, 0 };
     double radius = 0.0; // of the ink there
     JointKind kind = JointKind::Junction;
 };

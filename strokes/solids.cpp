@@ -4,56 +4,50 @@
 #include "strokes/distance.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace ztrace::strokes {
 
 namespace {
 
-const double kLineLengths = 6.0; // widths that a branch is long which a pen has drawn
-const double kLeastPart = 0.02;  // of the length of all lines that a pen has drawn
+const double kLineLengths = 6.0; // widths that a pen has drawn at least, all its lines together
+const double kLeastPart = 0.04;  // of the length of all lines that a pen has drawn
+const double kWithin = 0.75;     // widths that count as drawn by a pen of 1
 // Discs of ink reach by their radius and, in corners of solids, by 1.41 times it.
 const double kCorner = 1.45;
-
-double medianRadius(const Branch &branch, const Plane &distance)
-{
-    std::vector<uint8_t> values;
-    values.reserve(branch.cells.size());
-    for (uint32_t cell : branch.cells)
-        values.push_back(distance.cells[cell]);
-    const auto middle = values.begin() + std::ptrdiff_t(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return std::max(0.5, radiusOf(*middle));
-}
 
 } // namespace
 
 double widestPen(const Graph &graph, const Plane &distance)
 {
-    std::vector<std::pair<double, double>> lines; // width, length
-    double all = 0.0;
+    std::array<std::size_t, 256> counts = {};
+    std::size_t all = 0;
     for (const Branch &branch : graph.branches) {
-        if (!branch.alive || branch.cells.empty())
+        if (!branch.alive)
             continue;
-        const double width = 2 * medianRadius(branch, distance);
-        const double length = double(branch.cells.size());
-        if (length < kLineLengths * width)
-            continue;
-        lines.push_back({ width, length });
-        all += length;
+        for (uint32_t cell : branch.cells)
+            ++counts[distance.cells[cell]];
+        all += branch.cells.size();
     }
-    std::sort(lines.begin(), lines.end());
-    double seen = 0.0;
-    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-        seen += line->second;
-        if (seen >= kLeastPart * all)
-            return line->first;
+    std::size_t wider = 0; // cells of at least three quarters of the width
+    int from = 255;
+    for (int value = 255; value > 0; --value) {
+        for (; from > kWithin * value; --from)
+            wider += counts[std::size_t(from)];
+        const double width = 2 * std::max(0.5, radiusOf(uint8_t(value)));
+        if (counts[std::size_t(value)] > 0
+            && double(wider) >= std::max(kLineLengths * width, kLeastPart * double(all)))
+            return width;
     }
     return 0.0;
 }
 
-Plane takeSolids(const Plane &distance, double widest, Plane *ink)
+Plane takeSolids(double widest, Plane *ink)
 {
+    Plane &distance = *ink;
+    if (!(widest > 0.0))
+        return Plane();
     const double radius = 0.5 * kSolidWidths * widest;
     const double farthest = kFarthestInk - 1.0;
     const int limit = int(std::lround((std::min(radius, farthest) + 0.5) / kDistanceUnit));
@@ -77,7 +71,7 @@ Plane takeSolids(const Plane &distance, double widest, Plane *ink)
         if (distance.cells[cell] == 0 || away.cells[cell] > most)
             continue;
         solids.cells[cell] = 1;
-        ink->cells[cell] = 0;
+        distance.cells[cell] = 0;
     }
     return solids;
 }

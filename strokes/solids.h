@@ -8,14 +8,14 @@
 
 namespace ztrace::strokes {
 
-// The width of the widest pen, in pixels: the largest of those that long branches are drawn with.
-// 0 where no branch is a line.
+// The width of the widest pen, in pixels: the largest that a good part of all branches, and several
+// times their width, are drawn with. 0 where there is none; nothing is solid then.
 double widestPen(const Graph &graph, const Plane &distance);
 
-// Takes out of the ink what is solid: discs of a radius over kSolidWidths times the widest pen's
+// Takes out of the ink, which is where distances are not 0, what is solid: discs of a radius over kSolidWidths times the widest pen's
 // half width, and the ink around them that lies within their reach. Gives what it took, 1 in the
 // cells of solids; a plane of no size where there is nothing.
-Plane takeSolids(const Plane &distance, double widest, Plane *ink);
+Plane takeSolids(double widest, Plane *distance);
 const double kSolidWidths = 2.5;
 
 } // namespace ztrace::strokes

@@ -1,10 +1,14 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/dashes.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
+#include "strokes/hatches.h"
 #include "strokes/joining.h"
+#include "strokes/lettering.h"
 #include "strokes/meeting.h"
+#include "strokes/noise.h"
 #include "strokes/pens.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
@@ -19,13 +23,20 @@ namespace {
 
 // Pixels: the least deviation that neighbouring cross-sections together may have. One bit a pixel
 // leaves steps whose errors keep their sign for as long as a line keeps within a row.
-const double kLeastSoft = 0.06;
-const double kLeastHard = 0.25;
+const double kLeastSoft = 0.035;
+const double kLeastHard = 0.2;
+
+// Usual widths that a speck and its ink are long, and pixels of what has no length.
+const double kSpeckPart = 1.4;
+const double kNoLength = 0.3;
+// Cross-sections that tell a direction well enough to join by it.
+const std::size_t kTelling = 8;
+
+const double kWholeChord = 1e-3; // pixels
 
 struct Skeleton
 {
     Plane distance;
-    Plane thin;
     std::vector<uint32_t> cells;
     Graph graph;
 };
@@ -34,9 +45,31 @@ Skeleton skeletonOf(Plane ink)
 {
     Skeleton skeleton;
     skeleton.distance = inkDistance(std::move(ink));
-    skeleton.cells = thin(skeleton.distance, &skeleton.thin);
-    skeleton.graph = graphOf(skeleton.thin, skeleton.distance, skeleton.cells);
+    Plane thinned;
+    skeleton.cells = thin(skeleton.distance, &thinned);
+    skeleton.graph = graphOf(std::move(thinned), skeleton.distance, skeleton.cells);
     return skeleton;
+}
+
+// The ink, of noisy pictures without what noise alone makes of its edges.
+Plane clearInkOf(const InkPicture &picture, bool hard)
+{
+    if (!isNoisy(picture, hard))
+        return inkOf(picture);
+    const std::vector<uint8_t> grey = smoothed(picture);
+    InkPicture clear = picture;
+    clear.grey = grey.data();
+    return inkOf(clear);
+}
+
+// A stroke that meets nothing and is shorter than a pen is wide.
+bool isSpeck(const Atom &atom, const Web &web, double length, double pen)
+{
+    const auto isFree = [&web](int joint) {
+        return joint < 0 || web.joints[std::size_t(joint)].kind == JointKind::Tip;
+    };
+    return atom.shape <= Shape::Arc && isFree(atom.joint[0]) && isFree(atom.joint[1])
+        && length + atom.width < kSpeckPart * pen;
 }
 
 fit::Piece pieceOf(const Atom &atom)
@@ -45,7 +78,9 @@ fit::Piece pieceOf(const Atom &atom)
         return atom.ellipse;
     if (atom.shape == Shape::Line)
         return fit::linePiece(atom.place[0], atom.place[1]);
-    if (atom.shape == Shape::Circle) {
+    // An arc that ends where it begins is whole; a bulge cannot tell that.
+    const Point chord = atom.place[1] - atom.place[0];
+    if (atom.shape == Shape::Circle || std::hypot(chord.x, chord.y) < kWholeChord) {
         fit::Piece circle = {};
         circle.kind = fit::Kind::Circle;
         circle.centre = atom.carrier.point;
@@ -80,19 +115,46 @@ double lengthOf(const fit::Piece &piece)
     }
 }
 
+// The width that most cross-sections have at most.
+double usualWidth(const Web &web)
+{
+    std::vector<std::pair<double, std::size_t>> widths;
+    std::size_t all = 0;
+    for (const Atom &atom : web.atoms) {
+        if (atom.alive) {
+            widths.push_back({ atom.width, atom.samples.size() });
+            all += atom.samples.size();
+        }
+    }
+    std::sort(widths.begin(), widths.end());
+    std::size_t seen = 0;
+    for (const auto &width : widths) {
+        seen += width.second;
+        if (2 * seen >= all)
+            return width.first;
+    }
+    return 0.0;
+}
+
 void takeStrokes(const Web &web, StrokeDrawing *drawing)
 {
     std::vector<DrawnWidth> widths;
+    const double usual = usualWidth(web);
     for (const Atom &atom : web.atoms) {
         if (!atom.alive)
             continue;
         Stroke stroke;
         stroke.piece = pieceOf(atom);
+        const double length = lengthOf(stroke.piece);
+        if (!(length > kNoLength) || isSpeck(atom, web, length, usual))
+            continue;
         stroke.width = atom.width;
+        stroke.dashing = atom.dashing;
+        stroke.role = atom.role;
         stroke.joint[0] = atom.joint[0];
         stroke.joint[1] = atom.joint[1];
         stroke.samples = atom.samples;
-        widths.push_back({ atom.width, lengthOf(stroke.piece) });
+        widths.push_back({ atom.width, length });
         drawing->strokes.push_back(std::move(stroke));
     }
     Pens pens = pensOf(widths);
@@ -106,15 +168,15 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
 bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Plane ink = inkOf(picture);
-    Skeleton skeleton = skeletonOf(ink);
+    Skeleton skeleton = skeletonOf(clearInkOf(picture, options.hard));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
     drawing->solids
-        = takeSolids(skeleton.distance, widestPen(skeleton.graph, skeleton.distance), &ink);
+        = takeSolids(widestPen(skeleton.graph, skeleton.distance), &skeleton.distance);
     if (!drawing->solids.cells.empty()) {
-        skeleton = skeletonOf(std::move(ink));
+        skeleton.graph = Graph();
+        skeleton = skeletonOf(std::move(skeleton.distance));
         dropSpurs(skeleton.distance, &skeleton.graph);
     }
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
@@ -123,10 +185,19 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     const Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
+    const std::vector<Dot> dots
+        = dotsOf(skeleton.graph, skeleton.distance, cores, mostOfDot(cores));
     Web web = webOf(std::move(atoms), std::move(cores.joints));
-    joinAcrossJoints(measure, &web);
+    joinAcrossJoints(measure, kTelling, &web);
+    takeLettering(&web);
+    joinDashes(coverage, measure, dots, &web);
+    joinAlongCarriers(coverage, measure, &web);
+    joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, &web);
+    settleDashes(&web);
+    drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
+    takeHatches(&web);
     takeStrokes(web, drawing);
     drawing->joints = std::move(web.joints);
     return true;

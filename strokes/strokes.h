@@ -5,7 +5,7 @@
 #ifndef ZTRACE_STROKES_STROKES_H
 #define ZTRACE_STROKES_STROKES_H
 
-#include "strokes/primitives.h"
+#include "strokes/arrows.h"
 
 namespace ztrace::strokes {
 
@@ -14,12 +14,15 @@ namespace ztrace::strokes {
 // piece   a Line, Arc, Circle or Ellipse; y down as in the picture
 // joint   by position in StrokeDrawing::joints, where its ends are; -1: nowhere
 // width   its own, in pixels; `pen` has that of its pen
+// dashing how it is drawn where it does not go through
 // samples the cross-sections that it was seen in
 struct Stroke
 {
     fit::Piece piece;
     int pen = 0;
     double width = 0.0;
+    Dashing dashing;
+    Role role = Role::Line;
     int joint[2] = { -1, -1 };
     std::vector<Section> samples;
 };
@@ -28,6 +31,7 @@ struct StrokeDrawing
 {
     std::vector<Stroke> strokes;
     std::vector<Joint> joints;
+    std::vector<Arrow> arrows; // solids at the ends of strokes whose role is Dimension
     std::vector<double> pens; // widths in pixels, ascending
     bool roundEnds = true;
     Plane solids;             // 1 in the pixels of what is no line; of no size where there is none

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/thinning.h"
 
+#include <algorithm>
 #include <array>
 
 namespace ztrace::strokes {
@@ -28,7 +29,10 @@ struct Around
     }
 };
 
-bool isRemovable(unsigned code)
+// What the neighbours of a cell say about taking it away.
+enum class Fate : uint8_t { Stays, MayEnd, Goes };
+
+Fate fateOf(unsigned code)
 {
     const auto paper = [code](unsigned k) { return int((~code >> (k & 7u)) & 1u); };
     int crossings = 0;
@@ -37,15 +41,30 @@ bool isRemovable(unsigned code)
         neighbours += 1 - paper(k);
     for (unsigned k = 0; k < 8; k += 2)
         crossings += paper(k) - paper(k) * paper(k + 1) * paper(k + 2);
-    return crossings == 1 && neighbours >= 2;
+    if (crossings != 1 || neighbours < 2)
+        return Fate::Stays;
+    return neighbours == 2 ? Fate::MayEnd : Fate::Goes;
 }
 
-std::array<bool, 256> removableCodes()
+std::array<Fate, 256> fates()
 {
-    std::array<bool, 256> table;
+    std::array<Fate, 256> table;
     for (unsigned code = 0; code < 256; ++code)
-        table[code] = isRemovable(code);
+        table[code] = fateOf(code);
     return table;
+}
+
+// Two cells side by side at the end of a line as deep in the ink as its end is: taken for the rim,
+// the line would be eaten up from there, cell by cell.
+bool isEnd(const Plane &distance, const Around &around, unsigned code, uint32_t cell)
+{
+    uint8_t deepest = 0;
+    for (unsigned k = 0; k < 8; ++k) {
+        if ((code >> k) & 1u)
+            deepest = std::max(deepest, distance.cells[std::size_t(
+                                            std::ptrdiff_t(cell) + around.offset[k])]);
+    }
+    return distance.cells[cell] >= deepest;
 }
 
 // All cells of ink by distance, those of one distance row by row.
@@ -71,7 +90,7 @@ std::vector<uint32_t> inOrder(const Plane &distance)
 std::vector<uint32_t> thin(const Plane &distance, Plane *ink)
 {
     const Around around(distance.stride());
-    const std::array<bool, 256> removable = removableCodes();
+    const std::array<Fate, 256> table = fates();
     std::vector<uint32_t> cells = inOrder(distance);
     *ink = Plane(distance.width, distance.height);
     for (uint32_t cell : cells)
@@ -80,7 +99,10 @@ std::vector<uint32_t> thin(const Plane &distance, Plane *ink)
         std::size_t kept = 0;
         for (uint32_t cell : cells) {
             uint8_t *at = ink->cells.data() + cell;
-            if (removable[around.code(at)])
+            const unsigned code = around.code(at);
+            const Fate fate = table[code];
+            if (fate == Fate::Goes
+                || (fate == Fate::MayEnd && !isEnd(distance, around, code, cell)))
                 *at = 0;
             else
                 cells[kept++] = cell;

@@ -10,12 +10,14 @@ namespace {
 
 const double kCheaper = 0.4; // of the price of a number, where the first fit is not good enough
 const int kCheaperTimes = 3;
-const double kFarAtLeast = 0.3;   // pixels
-const double kFarOfStairs = 0.9;  // pixels; of hard edges, whose points are half a pixel off anyway
-const double kFarByPoint = 0.025; // pixels; chains of 60 points may do what long ones may
-const double kLeftOutWithin = 0.45; // pixels from the path; beside a corner .3 are usual
-const int kLeftOutAtOnce = 4;       // points
-const int kSamples = 5;             // of a piece that are looked at
+const double kFar = 0.45;        // pixels from the path that a point may be
+const double kFarBySigma = 4;    // standard deviations, where that is more
+const double kFarOfStairs = 1.0; // pixels; of hard edges, whose points are half a pixel off anyway
+const double kLeftOutWithin
+    = 0.6;               // pixels from the path; the program allows .45 from its free fits
+const double kTip = 0.5; // pixels more by which corners stand out from the line through the points
+const int kLeftOutAtOnce = 4; // points
+const int kSamples = 5;       // of a piece that are looked at
 
 fit::Chain viewOf(const ChainPoints &p, bool closed)
 {
@@ -32,11 +34,11 @@ fit::Settings usualSettings()
     return fit::settingsFor(prices);
 }
 
-// Of short chains less: small counters of letters are all corners.
-double farFrom(const ChainPoints &points)
+double farFrom(const ChainPoints &points, int k)
 {
-    const double least = points.edge == fit::Edge::Hard ? kFarOfStairs : kFarAtLeast;
-    return std::min(kFarFromPoints, least + kFarByPoint * double(points.x.size()));
+    if (points.sigma.empty())
+        return kFarOfStairs;
+    return std::min(kFarFromPoints, std::max(kFar, kFarBySigma * points.sigma[std::size_t(k)]));
 }
 
 double toSegment(fit::Point p, fit::Point a, fit::Point b)
@@ -48,17 +50,25 @@ double toSegment(fit::Point p, fit::Point a, fit::Point b)
     return std::sqrt(dot(away, away));
 }
 
-// Of a piece from the points that it explains and one more on either side.
-bool staysWith(const fit::Piece &piece, const ChainPoints &points, bool closed)
+// Whether the points that a piece explains lie on it or on those beside it, and it near the line
+// through them.
+bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const ChainPoints &points,
+               bool closed)
 {
+    const fit::Piece &piece = pieces[number];
     const int size = int(points.x.size());
     const auto at = [&](int k) {
-        const int wrapped
-            = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
-        return fit::Point { points.x[std::size_t(wrapped)], points.y[std::size_t(wrapped)] };
+        const int i = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
+        return fit::Point { points.x[std::size_t(i)], points.y[std::size_t(i)] };
     };
+    const std::size_t before = (number + pieces.size() - 1) % pieces.size();
+    const std::size_t after = (number + 1) % pieces.size();
+    double far = farFrom(points, piece.first % size);
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
-        if (distanceTo(piece, at(k)) > farFrom(points))
+        const double most = farFrom(points, k % size);
+        far = std::max(far, most);
+        if (distanceTo(piece, at(k)) > most && distanceTo(pieces[before], at(k)) > most
+            && distanceTo(pieces[after], at(k)) > most)
             return false;
     }
     for (int sample = 1; sample < kSamples; ++sample) {
@@ -66,48 +76,83 @@ bool staysWith(const fit::Piece &piece, const ChainPoints &points, bool closed)
         double nearest = HUGE_VAL;
         for (int k = piece.first - 2; k < piece.first + piece.count + 1; ++k)
             nearest = std::min(nearest, toSegment(p, at(k), at(k + 1)));
-        if (!(nearest <= farFrom(points)))
+        if (!(nearest <= far + kTip))
             return false;
     }
     return true;
 }
 
 // Points beside corners may be left out where pixels see both sides, but serifs, caps and small
-// radii are made of such points, too.
-bool leftOutRightly(const fit::Path &path, const ChainPoints &points)
+// radii are made of such points, too. Marks the pieces beside points that were left out wrongly.
+void markLeftOut(const fit::Path &path, const ChainPoints &points, std::vector<char> *bad)
 {
     const int size = int(points.x.size());
-    std::vector<bool> explained(std::size_t(size), false);
+    std::vector<char> explained(std::size_t(size), 0);
     for (const fit::Piece &piece : path.pieces) {
         for (int k = 0; k < piece.count; ++k)
-            explained[std::size_t((piece.first + k) % size)] = true;
+            explained[std::size_t((piece.first + k) % size)] = 1;
     }
     for (int k = 0; k < size; ++k) {
         if (explained[std::size_t(k)])
             continue;
         const fit::Point p = { points.x[std::size_t(k)], points.y[std::size_t(k)] };
-        const bool near
-            = std::any_of(path.pieces.begin(), path.pieces.end(), [&](const fit::Piece &piece) {
-                  const int after = ((k - piece.first) % size + size) % size;
-                  return (after <= piece.count + kLeftOutAtOnce || after >= size - kLeftOutAtOnce)
-                      && distanceTo(piece, p) <= kLeftOutWithin;
-              });
-        if (!near)
-            return false;
+        std::vector<std::size_t> beside;
+        bool near = false;
+        for (std::size_t i = 0; i < path.pieces.size() && !near; ++i) {
+            const fit::Piece &piece = path.pieces[i];
+            const int after = ((k - piece.first) % size + size) % size;
+            if (after > piece.count + kLeftOutAtOnce && after < size - kLeftOutAtOnce)
+                continue;
+            near = distanceTo(piece, p) <= kLeftOutWithin;
+            beside.push_back(i);
+        }
+        for (std::size_t i : near ? std::vector<std::size_t>() : beside)
+            (*bad)[i] = 1;
     }
-    return true;
 }
 
-bool staysWith(const fit::Path &path, const ChainPoints &points, bool closed)
+// Whether the chords of the pieces on either side of one cross: its corners are the wrong way
+// round.
+bool isTwisted(const std::vector<fit::Piece> &pieces, std::size_t number, bool closed)
 {
-    if (path.pieces.empty())
+    const std::size_t count = pieces.size();
+    if (count < 4 || (!closed && (number == 0 || number + 1 == count)))
         return false;
-    if (closed && path.pieces.size() == 1 && !fit::isWhole(path.pieces.front().kind))
-        return false;
-    if (!leftOutRightly(path, points))
-        return false;
-    return std::all_of(path.pieces.begin(), path.pieces.end(),
-                       [&](const fit::Piece &piece) { return staysWith(piece, points, closed); });
+    const fit::Piece &a = pieces[(number + count - 1) % count];
+    const fit::Piece &b = pieces[(number + 1) % count];
+    const auto side = [](const fit::Piece &piece, fit::Point p) {
+        return cross(piece.end - piece.start, p - piece.start);
+    };
+    return side(a, b.start) * side(a, b.end) < 0 && side(b, a.start) * side(b, a.end) < 0;
+}
+
+// Per piece whether it is not where its points are; one more that is set where the path as a whole
+// is none.
+std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bool closed)
+{
+    const std::size_t count = path.pieces.size();
+    std::vector<char> bad(count + 1, 0);
+    bad[count] = count == 0 || (closed && count == 1 && !fit::isWhole(path.pieces.front().kind));
+    for (std::size_t k = 0; k < count; ++k)
+        bad[k] = !staysWith(path.pieces, k, points, closed) || isTwisted(path.pieces, k, closed);
+    if (!points.sigma.empty())
+        markLeftOut(path, points, &bad);
+    // A joint beside a bad piece is a bad one.
+    const std::vector<char> found = bad;
+    for (std::size_t k = 0; k < count; ++k) {
+        if (!found[k])
+            continue;
+        if (k > 0 || closed)
+            bad[(k + count - 1) % count] = 1;
+        if (k + 1 < count || closed)
+            bad[(k + 1) % count] = 1;
+    }
+    return bad;
+}
+
+bool isGood(const std::vector<char> &bad)
+{
+    return std::none_of(bad.begin(), bad.end(), [](char b) { return b; });
 }
 
 fit::Path lineByLine(const ChainPoints &points, bool closed)
@@ -119,6 +164,84 @@ fit::Path lineByLine(const ChainPoints &points, bool closed)
         const std::size_t next = (k + 1) % size;
         path.pieces.push_back(
             fit::linePiece({ points.x[k], points.y[k] }, { points.x[next], points.y[next] }));
+        path.pieces.back().first = int(k);
+        path.pieces.back().count = 1;
+    }
+    return path;
+}
+
+// Cheaper numbers until the path stays with the points; then line by line.
+fit::Path fitCloser(const ChainPoints &points, bool closed)
+{
+    fit::Settings settings = usualSettings();
+    settings.soft.mayLeaveOut = 0;
+    for (int k = 0; k < kCheaperTimes; ++k) {
+        settings.soft.lambda *= kCheaper;
+        settings.hard.lambda *= kCheaper;
+        fit::Path path = fit::fitChain(viewOf(points, closed), settings);
+        if (isGood(badPieces(path, points, closed)))
+            return path;
+    }
+    return lineByLine(points, closed);
+}
+
+// The points of the pieces from `from` to before `to`, between where the first one begins and the
+// last one ends.
+ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, std::size_t to,
+                     const ChainPoints &points)
+{
+    const int size = int(points.x.size());
+    ChainPoints part;
+    part.edge = points.edge;
+    const auto add = [&](fit::Point p, double sigma) {
+        part.x.push_back(p.x);
+        part.y.push_back(p.y);
+        if (!points.sigma.empty())
+            part.sigma.push_back(sigma);
+    };
+    const fit::Piece &last = pieces[to - 1];
+    const int end = last.first + last.count;
+    const int count = ((end - pieces[from].first) % size + size) % size;
+    add(pieces[from].start, fit::kSoftSigma);
+    for (int k = 0; k < count; ++k) {
+        const auto i = std::size_t((pieces[from].first + k) % size);
+        add({ points.x[i], points.y[i] }, points.sigma.empty() ? 0 : points.sigma[i]);
+    }
+    add(last.end, fit::kSoftSigma);
+    return part;
+}
+
+// Fits the bad stretches of a path once more, each by itself; the rest stays.
+fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &points, bool closed)
+{
+    std::vector<fit::Piece> pieces = path.pieces;
+    if (closed) {
+        // No bad stretch goes over the end.
+        const auto good = std::find(bad.begin(), bad.end() - 1, 0) - bad.begin();
+        std::rotate(pieces.begin(), pieces.begin() + good, pieces.end());
+        std::rotate(bad.begin(), bad.begin() + good, bad.end() - 1);
+    }
+    path.pieces.clear();
+    for (std::size_t from = 0; from < pieces.size();) {
+        if (!bad[from]) {
+            path.pieces.push_back(pieces[from++]);
+            continue;
+        }
+        std::size_t to = from + 1;
+        while (to < pieces.size() && bad[to])
+            ++to;
+        const ChainPoints part = pointsOf(pieces, from, to, points);
+        fit::Path again = fitCloser(part, false);
+        for (fit::Piece &piece : again.pieces)
+            piece.first
+                = (pieces[from].first + std::max(0, piece.first - 1)) % int(points.x.size());
+        path.pieces.insert(path.pieces.end(), again.pieces.begin(), again.pieces.end());
+        path.pieces[path.pieces.size() - again.pieces.size()].smooth = false;
+        if (to < pieces.size())
+            pieces[to].smooth = false;
+        else if (closed)
+            path.pieces.front().smooth = false;
+        from = to;
     }
     return path;
 }
@@ -127,22 +250,14 @@ fit::Path lineByLine(const ChainPoints &points, bool closed)
 
 fit::Path fitPoints(const ChainPoints &points, bool closed)
 {
-    fit::Settings settings = usualSettings();
-    fit::Path path = fit::fitChain(viewOf(points, closed), settings);
-    if (staysWith(path, points, closed))
+    fit::Path path = fit::fitChain(viewOf(points, closed), usualSettings());
+    const std::vector<char> bad = badPieces(path, points, closed);
+    if (isGood(bad))
         return path;
-    settings.soft.mayLeaveOut = 0;
-    path = fit::fitChain(viewOf(points, closed), settings);
-    if (staysWith(path, points, closed))
-        return path;
-    for (int k = 0; k < kCheaperTimes; ++k) {
-        settings.soft.lambda *= kCheaper;
-        settings.hard.lambda *= kCheaper;
-        path = fit::fitChain(viewOf(points, closed), settings);
-        if (staysWith(path, points, closed))
-            return path;
-    }
-    return lineByLine(points, closed);
+    const auto count = std::count(bad.begin(), bad.end() - 1, 1);
+    if (!bad.back() && std::size_t(count) < path.pieces.size())
+        return repaired(std::move(path), bad, points, closed);
+    return fitCloser(points, closed);
 }
 
 } // namespace ztrace

@@ -8,6 +8,7 @@
 #include "imaging/colour.h"
 #include "imaging/edges.h"
 #include "imaging/failure.h"
+#include "imaging/fringes.h"
 #include "imaging/palette.h"
 #include "imaging/segment.h"
 #include "imaging/upsample.h"
@@ -108,6 +109,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
 
+    if (std::holds_alternative<Flat>(plan.segmentation))
+        removeFringes(&image);
     const bool shapes = geometry.fit == Geometry::Fit::Shapes;
     Segmented segmented;
     if (shapes && std::holds_alternative<Flat>(plan.segmentation))

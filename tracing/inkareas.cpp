@@ -101,7 +101,9 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
                      TraceReport *report)
 {
     stages->begin("preparing");
-    const CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    ScanPlan scan = ink.scan;
+    scan.splitsSoftEdges = plan.geometry.fit != Geometry::Fit::Shapes;
+    const CleanPage clean = cleanPage(std::move(picture), scan);
     tell(clean, report);
     Segmented segmented;
     Areas &areas = segmented.areas;

@@ -99,6 +99,8 @@ std::vector<QRgb> coloursInUse(const Areas &areas)
     return eachOnce(colours);
 }
 
+const double kPrecisionOfStrokes = 0.01; // pixels
+
 struct Traced
 {
     Areas areas;
@@ -161,6 +163,7 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         const bool known = plan.dpi > 0.0 || tellsResolution(picture.asImage());
         result.drawing
             = traceStrokes(std::move(picture), plan, *drawn, known ? dpi : 0.0, &stages, &report);
+        result.drawing.precision = kPrecisionOfStrokes;
         result.drawing.dpi = dpi;
         result.drawing.unit = plan.unit;
         return result;
@@ -180,10 +183,12 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         report.palette = coloursInUse(areas.areas);
         traced = traceAreas(std::move(areas), plan.geometry, false, &stages, &report);
     }
+    const double precision = traced.shapes ? traced.shapes->precision : 0.0;
     result.drawing = traced.shapes
         ? compose(std::move(*traced.shapes), traced.areas, painting, plan.composition)
         : compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
     stages.end("arrange");
+    result.drawing.precision = precision;
     result.drawing.dpi = dpi;
     result.drawing.unit = plan.unit;
     return result;

@@ -20,6 +20,7 @@ struct ShapeOutlines
 {
     std::vector<Outline> outlines;
     std::vector<std::size_t> firstPixel; // y * width + x
+    double precision = 0.0;              // what coordinates are worth, in pixels
 };
 
 // Fits on all cores; the outlines do not depend on how many there are. The picture has the size of

@@ -95,8 +95,69 @@ uint32_t SoftEdges::areaAt(int x, int y) const
     return areas[std::size_t(y) * std::size_t(picture.width) + std::size_t(x)];
 }
 
+namespace {
+
+struct Stretch
+{
+    int begin;
+    int end;
+    uint32_t area;
+};
+
+// The stretches of a row that are `reach` pixels from other areas along it.
+void shrunkRow(const BoundaryMap &map, int y, int reach, std::vector<Stretch> *row)
+{
+    row->clear();
+    const Runs &runs = map.runs;
+    const uint32_t past = runs.rowEnd(y);
+    for (uint32_t run = runs.rowBegin(y); run < past; ++run) {
+        const int begin = runs.start[run] + reach;
+        const int end = runs.end(run) - reach;
+        if (begin < end)
+            row->push_back({ begin, end, map.areas.ofRun[run] });
+    }
+}
+
+// What two rows have in common, in `a`.
+void intersect(std::vector<Stretch> *a, const std::vector<Stretch> &b, std::vector<Stretch> *room)
+{
+    room->clear();
+    auto other = b.begin();
+    for (auto own = a->begin(); own != a->end() && other != b.end();) {
+        const int begin = std::max(own->begin, other->begin);
+        const int end = std::min(own->end, other->end);
+        if (begin < end && own->area == other->area)
+            room->push_back({ begin, end, own->area });
+        if (own->end < other->end)
+            ++own;
+        else
+            ++other;
+    }
+    a->swap(*room);
+}
+
+} // namespace
+
+// Calls for the stretches whose pixels have nothing else within `reach` pixels along both axes.
+template<typename Work>
+void SoftEdges::forEachInner(int reach, const Work &work) const
+{
+    std::vector<Stretch> row, other, room;
+    for (int y = reach; y + reach < picture.height; ++y) {
+        shrunkRow(map, y, reach, &row);
+        for (int beside : { y - reach, y + reach }) {
+            if (row.empty())
+                break;
+            shrunkRow(map, beside, reach, &other);
+            intersect(&row, other, &room);
+        }
+        for (const Stretch &stretch : row)
+            work(y, stretch.begin, stretch.end, stretch.area);
+    }
+}
+
 // An area's tone is the mean of the pixels with nothing else around them. Noise is measured between
-// neighbours among these.
+// neighbours where no blurred edge can reach.
 void SoftEdges::measureTones(const std::vector<Tone> &tones)
 {
     const int channels = picture.channels;
@@ -105,40 +166,25 @@ void SoftEdges::measureTones(const std::vector<Tone> &tones)
     std::vector<uint32_t> pixels(count, 0);
     std::vector<double> differences(count, 0.0);
     std::vector<uint32_t> compared(count, 0);
-    const auto isOwn = [this](int x, int y, int reach) {
-        const uint32_t area = areaAt(x, y);
-        for (int v = -reach; v <= reach; v += reach) {
-            for (int u = -reach; u <= reach; u += reach) {
-                if (areaAt(x + u, y + v) != area)
-                    return false;
-            }
+    forEachInner(1, [&](int y, int begin, int end, uint32_t area) {
+        const uint8_t *value = picture.at(begin, y);
+        std::array<uint32_t, kMostChannels> sum = { { 0, 0, 0, 0 } };
+        for (int x = begin; x < end; ++x, value += channels) {
+            for (int c = 0; c < channels; ++c)
+                sum[std::size_t(c)] += value[c];
         }
-        return true;
-    };
-    for (int y = 1; y + 1 < picture.height; ++y) {
-        bool before = false;
-        for (int x = 1; x + 1 < picture.width; ++x) {
-            if (!isOwn(x, y, 1)) {
-                before = false;
-                continue;
-            }
-            // Noise is what is left where no blurred edge can reach.
-            const bool own = isOwn(x, y, kBlurReach);
-            {
-                const uint8_t *value = picture.at(x, y);
-                for (int c = 0; c < channels; ++c)
-                    sums[areaAt(x, y)][std::size_t(c)] += value[c];
-                ++pixels[areaAt(x, y)];
-                if (own && before && areaAt(x, y) == areaAt(x - 1, y)) {
-                    for (int c = 0; c < channels; ++c)
-                        differences[areaAt(x, y)]
-                            += std::abs(int(value[c]) - int(value[c - channels]));
-                    ++compared[areaAt(x, y)];
-                }
-            }
-            before = own;
-        }
-    }
+        for (std::size_t c = 0; c < kMostChannels; ++c)
+            sums[area][c] += sum[c];
+        pixels[area] += uint32_t(end - begin);
+    });
+    forEachInner(kBlurReach, [&](int y, int begin, int end, uint32_t area) {
+        const uint8_t *value = picture.at(begin, y);
+        uint32_t sum = 0;
+        for (int k = channels; k < (end - begin) * channels; ++k)
+            sum += uint32_t(std::abs(int(value[k]) - int(value[k - channels])));
+        differences[area] += sum;
+        compared[area] += uint32_t(end - begin - 1);
+    });
     struct Sum
     {
         double tone[kMostChannels] = { 0, 0, 0, 0 };

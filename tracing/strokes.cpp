@@ -125,6 +125,48 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     return drawing;
 }
 
+// What is drawn for a reason of its own has a layer of its own, all else one a pen.
+QString layerOf(const strokes::Stroke &stroke, const std::vector<QString> &layers)
+{
+    switch (stroke.role) {
+    case strokes::Role::Dimension:
+        return QLatin1String(kDimensionLayer);
+    case strokes::Role::Text:
+        return QLatin1String(kTextLayer);
+    case strokes::Role::Hatch:
+        return QLatin1String(kHatchLayer);
+    default:
+        return layers[std::size_t(stroke.pen)];
+    }
+}
+
+LineType lineTypeOf(strokes::DashType type)
+{
+    switch (type) {
+    case strokes::DashType::Hidden:
+        return LineType::Hidden;
+    case strokes::DashType::Center:
+        return LineType::Center;
+    case strokes::DashType::Phantom:
+        return LineType::Phantom;
+    case strokes::DashType::Dot:
+        return LineType::Dot;
+    default:
+        return LineType::Continuous;
+    }
+}
+
+// A pen of its own for a dashed stroke, as wide as the pen that drew it.
+int dashedPen(const strokes::Stroke &stroke, Drawing *drawing)
+{
+    Pen pen = drawing->pens[std::size_t(stroke.pen)];
+    pen.lineType = lineTypeOf(stroke.dashing.type);
+    pen.dashes = stroke.dashing.pattern;
+    pen.roundEnds = stroke.dashing.roundEnds;
+    drawing->pens.push_back(pen);
+    return int(drawing->pens.size()) - 1;
+}
+
 void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi, Drawing *drawing)
 {
     const std::vector<QString> layers = layersOf(found.pens, dpi);
@@ -138,8 +180,19 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
         Outline outline;
         outline.shape = pathOf(stroke.piece, drawing->height);
         outline.colour = ink.inkColour;
-        outline.layer = layers[std::size_t(stroke.pen)];
-        outline.pen = stroke.pen;
+        outline.layer = layerOf(stroke, layers);
+        outline.pen = stroke.dashing.type == strokes::DashType::None
+            ? stroke.pen
+            : dashedPen(stroke, drawing);
+        drawing->outlines.push_back(std::move(outline));
+    }
+    for (const strokes::Arrow &arrow : found.arrows) {
+        Outline outline;
+        outline.shape.moveTo(toDrawing(arrow.corner[0], drawing->height));
+        for (int k : { 1, 2, 0 })
+            outline.shape.lineTo(toDrawing(arrow.corner[k], drawing->height));
+        outline.colour = ink.inkColour;
+        outline.layer = QLatin1String(kDimensionLayer);
         drawing->outlines.push_back(std::move(outline));
     }
 }
@@ -160,7 +213,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
                      Stages *stages, TraceReport *report)
 {
     stages->begin("preparing");
-    const CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    CleanPage clean = cleanPage(std::move(picture), ink.scan);
     report->angle = clean.angle;
     report->evenedOut = clean.evenedOut;
     report->threshold = clean.wholePage ? clean.threshold : -1;
@@ -173,10 +226,11 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     page.height = clean.page.height();
     page.grey = grey.data();
     page.threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
-    stages->end("prepare");
-    stages->begin("tracing");
     strokes::StrokeOptions options;
     options.hard = clean.bilevel || clean.page.isBilevel() || clean.tones.lightnesses() <= 2;
+    clean.page = GreyPicture();
+    stages->end("prepare");
+    stages->begin("tracing");
     strokes::StrokeDrawing found;
     if (!strokes::strokesOf(page, options, &found))
         throw TraceError("the picture has more lines than a drawing; --despeckle or another "

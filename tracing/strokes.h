@@ -21,6 +21,9 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
 double standardWidth(double millimetres);
 
 const char *const kSolidLayer = "SOLID";
+const char *const kDimensionLayer = "DIM";
+const char *const kTextLayer = "TEXT";
+const char *const kHatchLayer = "HATCH";
 
 } // namespace ztrace
 

@@ -20,9 +20,11 @@ import render
 #   unlike    scale of y against x, of either sign breaks    a pixel of line
 #   blur      standard deviation of a Gaussian, px paper, ink  grey levels of 255
 #   uneven    grey levels from lightest to darkest paper
+#   contrast  of the greys that are left, of 1
 #   noise     standard deviation, grey levels; of it a share is grain, correlated over `grain` px
 #   one_bit   share of pictures with a threshold   threshold  of the way from ink to paper
 #   flips     probability of a flip beside an edge specks    a megapixel
+#   cleaned   share of the one-bit pictures that the scanner clears of single pixels (median 3 x 3)
 #   creases   a picture                            jpeg      quality; share of greys through JPEG
 STATES = {
     "0": {"one_bit": 1.0, "threshold": (0.5, 0.5)},
@@ -31,10 +33,10 @@ STATES = {
           "paper": (225, 250), "ink": (15, 60), "uneven": (0, 10), "noise": (11, 17),
           "grain": (0.4, 0.8), "one_bit": 0.25, "threshold": (0.45, 0.55), "specks": (0, 5)},
     "2": {"turn": (0, 1.0), "scale": (0, 0.005), "unlike": (0, 0.001), "breaks": (0.0005, 0.003),
-          "blur": (1.0, 1.5), "paper": (200, 240), "ink": (30, 95), "uneven": (15, 40),
-          "noise": (24, 33), "grain": (0.4, 0.9), "one_bit": 0.5, "threshold": (0.33, 0.5),
-          "flips": (0.0, 0.12), "specks": (20, 120), "creases": (0, 2), "jpeg": (60, 90),
-          "jpeg_share": 0.6},
+          "blur": (1.0, 1.5), "paper": (215, 245), "ink": (20, 60), "uneven": (10, 35),
+          "noise": (16, 27), "grain": (0.4, 0.8), "one_bit": 0.5, "threshold": (0.3, 0.45),
+          "flips": (0.0, 0.05), "cleaned": 0.5, "specks": (3, 30), "creases": (0, 2),
+          "contrast": (0.5, 1.0), "jpeg": (60, 90), "jpeg_share": 0.6},
 }
 
 
@@ -176,7 +178,7 @@ def through_jpeg(grey, quality):
 
 
 def scanned(rolls, ink):
-    """Grey levels of the sheet, and the level halfway from ink to paper where threshold is 0.5."""
+    """(grey levels of the sheet, level of ink, levels of paper)"""
     blur = rolls("blur")
     share = ink.astype(numpy.float32) / 255
     if blur:
@@ -188,7 +190,7 @@ def scanned(rolls, ink):
     grey += noise(rolls, ink.shape)
     for _ in range(int(round(rolls("creases")))):
         crease(rolls, grey)
-    return grey, black, float(numpy.mean(tone))
+    return grey, black, tone
 
 
 def degraded(drawing, state, seed):
@@ -202,10 +204,15 @@ def degraded(drawing, state, seed):
     grey, black, paper = scanned(rolls, ink)
     if rolls.share("one_bit"):
         level = black + rolls("threshold") * (paper - black)
-        picture = numpy.where(flips(rolls, grey < level), 0, 255).astype(numpy.uint8)
+        dark = flips(rolls, grey < level)
+        if rolls.share("cleaned"):
+            dark = ndimage.median_filter(dark.astype(numpy.uint8), 3) > 0
+        picture = numpy.where(dark, 0, 255).astype(numpy.uint8)
         specks(rolls, picture, 0)
     else:
         specks(rolls, grey, black)
+        if "contrast" in rolls.state:
+            grey = 128 + rolls("contrast") * (grey - 128)
         picture = numpy.clip(numpy.rint(grey), 0, 255).astype(numpy.uint8)
         if rolls.share("jpeg_share"):
             picture = through_jpeg(picture, rolls("jpeg"))

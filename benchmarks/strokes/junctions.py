@@ -104,28 +104,51 @@ def kind_of(arms):
         else None
 
 
-def junctions(paths, reach):
+def apart(points):
+    """The points without those within APART of one before them."""
+    kept, cells = [], {}
+    for point in points:
+        column, row = int(point[0] // APART), int(point[1] // APART)
+        around = [other for x in (-1, 0, 1) for y in (-1, 0, 1)
+                  for other in cells.get((column + x, row + y), ())]
+        if all(math.dist(point, other) > APART for other in around):
+            cells.setdefault((column, row), []).append(point)
+            kept.append(point)
+    return kept
+
+
+def junctions(paths, reach, near=None):
     """[(point, kind)] of paths that are whole lines. A path ends at a point when its end is within
-    `reach` pixels, and meets what is as near."""
+    `reach` pixels, and meets what is as near. With points `near`, only those around them."""
     paths = [path for path in paths if is_path(path) and not path.get("type")]
+    if near is not None:
+        paths = around(paths, near)
     if not paths:
         return []
     web = Web(paths)
     places = list(web.crossings())
     places += [point for both in web.ends for point in both]
-    found = []
-    for point in places:
-        if all(math.dist(point, other) > APART for other, _ in found):
-            found.append((point, kind_of(web.arms(point, reach))))
+    if near is not None:
+        gaps = cKDTree(near).query(places)[0]
+        places = [point for point, gap in zip(places, gaps) if gap <= 2 * APART]
+    found = [(point, kind_of(web.arms(point, reach))) for point in apart(places)]
     return [(point, kind) for point, kind in found if kind]
 
 
-def right_ones(truth, drawn, within=1.5):
-    """How many of the true junctions have one of their kind drawn near them."""
-    right = 0
+def around(paths, points, reach=20.0):
+    """The paths that come near one of the points."""
+    if not len(points):
+        return []
+    tree = cKDTree(points)
+    return [path for path in paths if tree.query(samples(path)[0][::8])[0].min() <= reach]
+
+
+def near_each_other(wanted, there, within):
+    """For each of `wanted`, whether one of its kind is there within that distance."""
+    right = numpy.zeros(len(wanted), bool)
     for kind in "LTYX":
-        wanted = [point for point, other in truth if other == kind]
-        there = [point for point, other in drawn if other == kind]
-        if wanted and there:
-            right += int((cKDTree(there).query(wanted)[0] <= within).sum())
+        mine = [i for i, (_, other) in enumerate(wanted) if other == kind]
+        points = [point for point, other in there if other == kind]
+        if mine and points:
+            right[mine] = cKDTree(points).query([wanted[i][0] for i in mine])[0] <= within
     return right

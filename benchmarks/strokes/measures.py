@@ -175,22 +175,25 @@ class Comparison:
         right = numpy.abs(wanted[true_owner] - given[drawn_owner]) <= 1
         return float(weights[found][right].sum()), float(weights[found].sum())
 
-    def pairs(self):
-        """{kind: (right, true, drawn)}; dashed ones are a kind of their own."""
-        drawn = self.judged()
-        result = {}
-        whole_true = [item for item in self.counted if not item.get("dash")]
-        whole_drawn = [item for item in drawn if not item.get("type")]
+    def matches(self):
+        """{kind: (true, drawn, pairs of indices into both)}; dashed ones are a kind of their own."""
+        judged = self.judged()
+        sets = {}
         for kind in KINDS:
-            true = [item for item in whole_true if item["kind"] == kind]
-            made = [item for item in whole_drawn if item["kind"] == kind]
-            result[kind] = (len(matched(true, made)), len(true), len(made))
-        true = [item for item in self.counted if item.get("dash")]
-        made = [item for item in drawn if item.get("type")]
-        result["dashed"] = (len(matched(true, made)), len(true), len(made))
-        heads = [item for item in self.areas if item["layer"].upper() == "DIM"]
-        result["arrow"] = (len(matched(self.arrows, heads)), len(self.arrows), len(heads))
-        return result
+            sets[kind] = ([item for item in self.counted
+                           if item["kind"] == kind and not item.get("dash")],
+                          [item for item in judged
+                           if item["kind"] == kind and not item.get("type")])
+        sets["dashed"] = ([item for item in self.counted if item.get("dash")],
+                          [item for item in judged if item.get("type")])
+        sets["arrow"] = (self.arrows,
+                         [item for item in self.areas if item["layer"].upper() == "DIM"])
+        return {kind: (true, drawn, matched(true, drawn)) for kind, (true, drawn) in sets.items()}
+
+    def pairs(self):
+        """{kind: (right, true, drawn)}"""
+        return {kind: (len(pairs), len(true), len(drawn))
+                for kind, (true, drawn, pairs) in self.matches().items()}
 
     def segments(self):
         return sum(item.get("spans", 1) for item in self.judged())
@@ -198,10 +201,11 @@ class Comparison:
     def junctions(self):
         """(right, true). What is no longer the same seen twice as sharply is not asked for."""
         true = junctions.junctions(self.counted, 2.0)
-        same = junctions.junctions(self.counted, 1.0)
-        true = [junction for junction in true if junctions.right_ones([junction], same, 0.5)]
-        drawn = junctions.junctions(self.judged(), 2.0)
-        return junctions.right_ones(true, drawn), len(true)
+        sharper = junctions.junctions(self.counted, 1.0)
+        sure = junctions.near_each_other(true, sharper, 0.5)
+        true = [junction for junction, same in zip(true, sure) if same]
+        drawn = junctions.junctions(self.judged(), 2.0, [point for point, _ in true])
+        return int(junctions.near_each_other(true, drawn, WITHIN).sum()), len(true)
 
 
 def measured(truth, drawn):

@@ -10,11 +10,12 @@ import json
 import math
 
 import numpy
+from scipy.spatial import cKDTree
 
 from primitives import is_path, length, points_at, samples
 
 OFF_CARRIER = 0.6   # pixels: two lines are on one carrier when no end is further from it
-MEETING = 0.5       # pixels: ends that are not further apart meet
+MEETING = 0.5       # pixels: ends that are not further apart meet; so do those within a pen's width
 
 
 def same_pen(one, other):
@@ -34,7 +35,8 @@ def joined_lines(one, other):
     if numpy.abs(offsets @ numpy.array([-along[1], along[0]])).max() > OFF_CARRIER:
         return None
     places = offsets @ along
-    if places.min() > whole + MEETING or places.max() < -MEETING:
+    meeting = max(MEETING, one["width"])
+    if places.min() > whole + meeting or places.max() < -meeting:
         return None
     low, high = min(0.0, places.min()), max(whole, places.max())
     joined = dict(first, points=[(origin + along * low).tolist(), (origin + along * high).tolist()])
@@ -65,7 +67,7 @@ def joined_arcs(one, other):
         return None
     if "circle" in (one["kind"], other["kind"]):
         return one if one["kind"] == "circle" else other
-    slack = MEETING / one["radius"]
+    slack = max(MEETING, one["width"]) / one["radius"]
     low, span = forward(one)
     start, sweep = forward(other)
     offset = (start - low + slack) % (2 * math.pi) - slack
@@ -74,8 +76,7 @@ def joined_arcs(one, other):
         if offset + sweep < -slack:
             return None
     begin, end = min(0.0, offset), max(span, offset + sweep)
-    if end - begin >= 2 * math.pi - slack or \
-            (offset > 0 and offset + sweep >= 2 * math.pi - slack):
+    if end - begin >= 2 * math.pi - slack:
         rest = {key: value for key, value in one.items() if key not in ("start", "sweep", "tips")}
         return dict(rest, kind="circle")
     joined = dict(one, start=low + begin, sweep=end - begin)
@@ -156,8 +157,6 @@ def runs_into(one, others, nearest):
 
 def tellable(primitives):
     """Without what could not be told from the ink."""
-    from scipy.spatial import cKDTree
-
     def nearest(other, points):
         if id(other) not in trees:
             at, _ = samples(other)

@@ -43,6 +43,10 @@ const int kMostAttempts = 2;          // the second one alone
 const useconds_t kLeaseWait = 500000; // microseconds between looks for a part
 const int kWatchWait = 1000;          // milliseconds between looks at folders
 
+// Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
+// that hangs is given up.
+const double kSecondsOfAPicture = 600.0;
+
 volatile std::sig_atomic_t signalCount = 0;
 volatile std::sig_atomic_t lastSignal = 0;
 
@@ -109,7 +113,8 @@ class BatchRun
 public:
     BatchRun(const CommandLine &commandLine, int argc, char **argv)
         : line(commandLine), batch(line.settings.batch), fingerprint(fingerprintOf(line)),
-          crew(greetingOf(argc, argv), fingerprint, batch.timeLimit)
+          crew(greetingOf(argc, argv), fingerprint,
+               line.settings.timeLimit.value_or(kSecondsOfAPicture))
     {
         useConfiguration(&line.settings, &line.given);
         jobs = batch.jobs > 0 ? batch.jobs : processors();

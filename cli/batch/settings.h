@@ -25,7 +25,6 @@ struct BatchSettings
 
     // Workers.
     int jobs = 0;                // 0: one a processor
-    double timeLimit = 600.0;    // seconds a picture; 0: none
     double memoryLimit = 8192.0; // million bytes a picture; 0: none
 
     // Order of events.

@@ -14,7 +14,7 @@ _ztrace() {
         -o | --output) offer_files=yes ;;
         -f | --format) choices="svg dxf pdf png json" ;;
         --stroke-width) choices="" ;;
-        --decimals) choices="" ;;
+        --decimals) choices="exact 1 2 3" ;;
         --scale) choices="" ;;
         --dxf-curves) choices="spline arc polyline" ;;
         --dxf-tolerance) choices="" ;;
@@ -41,6 +41,7 @@ _ztrace() {
         --progress) choices="auto always never" ;;
         --max-pixels) choices="" ;;
         --max-memory) choices="" ;;
+        --time-limit) choices="" ;;
         --out) offer_files=yes ;;
         --names) offer_files=yes ;;
         --formats) choices="svg dxf pdf png json" ;;
@@ -48,7 +49,6 @@ _ztrace() {
         --files-from) offer_files=yes ;;
         --manifest) offer_files=yes ;;
         -j | --jobs) choices="auto 1 2 4 8" ;;
-        --time-limit) choices="" ;;
         --memory-limit) choices="" ;;
         --retry) choices="failed" ;;
         --results) offer_files=yes ;;
@@ -104,6 +104,7 @@ _ztrace() {
                     --progress
                     --max-pixels
                     --max-memory
+                    --time-limit
                     --quiet
                     --help
                     --version
@@ -115,7 +116,6 @@ _ztrace() {
                     --files-from
                     --manifest
                     --jobs
-                    --time-limit
                     --memory-limit
                     --retry
                     --dry-run

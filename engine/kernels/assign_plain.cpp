@@ -4,6 +4,7 @@
 #include "IndexPlane.h"
 #include "convert.h"
 #include "nearest.h"
+#include "stop.h"
 
 #include <cstring>
 
@@ -26,6 +27,7 @@ void assignInto(const PixelView &image, const std::vector<signed char> &palette,
     const size_t stride = static_cast<size_t>(image.width) + 2;
     size_t i = 0;
     for (int y = 0; y < image.height; ++y) {
+        stopWhereAsked();
         Cell *row = cells ? cells + (static_cast<size_t>(y) + 1) * stride + 1 : nullptr;
         for (int x = 0; x < image.width; ++x, ++i) {
             signed char pixel[kChannels];

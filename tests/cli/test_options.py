@@ -133,8 +133,11 @@ class Keeping(OptionsTest):
 
     def test_decimals(self):
         self.write("a.png", png(60, 60, lambda x, y: RED if (x - 30) ** 2 + (y - 28) ** 2 < 500 else WHITE))
-        longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"[\d.]+", self.svg("a.png", "--decimals", "2")))
+        longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"\d*\.?\d+", self.svg("a.png", "--decimals", "2")))
         self.assertEqual(longest, 2)
+        exact = self.svg("a.png", "--decimals", "exact")
+        self.assertEqual(exact, self.svg("a.png"))
+        self.assertLess(len(self.svg("a.png", "--decimals", "2")), len(exact))
 
 
 class Units(OptionsTest):

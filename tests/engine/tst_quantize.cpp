@@ -3,6 +3,7 @@
 // The door for colours against the tracer's own stage, on random images, palettes and options.
 // ZTRACE_TEST_SEED in the environment takes another seed.
 #include "engine/ZTraceBitmap.h"
+#include "engine/kernels/stop.h"
 #include "engine/quantize.h"
 #include "support/Messages.h"
 #include "support/Pictures.h"
@@ -10,6 +11,7 @@
 #include <QImage>
 #include <QtTest>
 
+#include <atomic>
 #include <cstdlib>
 
 using ztrace::FlatPalette;
@@ -159,6 +161,34 @@ private slots:
                            image.height(), PixelLayout::ColourWords },
                          FlatPalette(), options);
         QCOMPARE(image, before);
+    }
+
+    // Only where it is asked for, within and between cycles; and the tracer stays usable.
+    void endsWhereAsked()
+    {
+        Random random(ztrace::testSeed() + 3);
+        const QImage image = randomImage(random);
+        const PixelView view = { reinterpret_cast<const signed char *>(image.constBits()),
+                                 image.width(), image.height(), PixelLayout::ColourWords };
+        const std::vector<signed char> palette = { 0, 0, 0, 127, 5, 5, 5, 127 };
+        std::vector<ztrace::ColourSum> sums;
+        ZTraceBitmap tracer;
+        tracer.setOption("pathomit", 0);
+        std::atomic<int> flag(1);
+        {
+            const ztrace::StoppedBy guard(&flag);
+            QVERIFY_EXCEPTION_THROWN(ztrace::quantize(view, FlatPalette(), QuantizeOptions()),
+                                     ztrace::Stopped);
+            QVERIFY_EXCEPTION_THROWN(ztrace::assignPlain(view, palette, &sums, nullptr),
+                                     ztrace::Stopped);
+            QVERIFY_EXCEPTION_THROWN(ztrace::assignFast(view, palette, &sums, nullptr),
+                                     ztrace::Stopped);
+            QVERIFY(tracer.trace(image).isEmpty());
+            const ztrace::StoppedBy nobody(nullptr);
+            ztrace::assignFast(view, palette, &sums, nullptr);
+        }
+        ztrace::assignFast(view, palette, &sums, nullptr);
+        QVERIFY(!tracer.trace(image).isEmpty());
     }
 
 private:

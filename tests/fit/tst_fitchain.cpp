@@ -400,7 +400,7 @@ void tst_FitChain::starsHaveTenCorners_data()
     QTest::addColumn<bool>("soft");
     QTest::addColumn<double>("rms");
     QTest::addColumn<double>("numbers");
-    QTest::newRow("soft") << true << 0.03 << 22.5;
+    QTest::newRow("soft") << true << 0.03 << 23.0; // a tip in twenty gets a cap
     QTest::newRow("one bit") << false << 0.08 << 20.5;
 }
 

@@ -67,6 +67,8 @@ struct Exhaustive
     double with(const Span &span, const Span *before, int leftOut) const
     {
         bool smooth = false;
+        if (before && leftOut > 0 && !mayLeaveOut(table.points, *before, span))
+            return kAnyCost;
         const double joint = before ? jointCost(table, endOf(table.points, *before),
                                                 startOf(table.points, span), leftOut, &smooth)
                                     : 0;

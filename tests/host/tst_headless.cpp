@@ -111,7 +111,7 @@ void tst_Headless::helpAndVersion()
         QVERIFY2(page.contains(QString(text).replace("C library's", "C library(aqs")),
                  qPrintable(text));
     }
-    QCOMPARE(options, 5);
+    QCOMPARE(options, 6);
     const Run version = run(QStringList("--version"));
     QCOMPARE(version.code, 0);
     QCOMPARE(version.out, QString("zelvora-headless 3.27.8\n"));

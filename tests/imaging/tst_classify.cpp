@@ -247,8 +247,13 @@ void tst_Classify::kindsOfDrawnPictures_data()
               [](int x, int y) { return qRgb((x * 37 + y * 91 + x * y) % 7 * 30, 200, 60); }),
         Kind::Logo, "7 colours");
     add("shades in blocks",
-        drawn(200, 160, [&](int x, int y) { return shaded(x / 3 * 3, y / 3 * 3); }), Kind::Poster,
-        "45 % in flat areas, 0 % in the commonest of them, 0 % in edges");
+        drawn(
+            200, 160,
+            [&](int x, int y) { return x < 12 ? qRgb(10, 60, 20) : shaded(x / 3 * 3, y / 3 * 3); }),
+        Kind::Poster, "");
+    add("the same without an edge",
+        drawn(200, 160, [&](int x, int y) { return shaded(x / 3 * 3, y / 3 * 3); }), Kind::Photo,
+        "a gradient without edges, 45 % in flat areas, 0 % in the commonest of them");
     add("an icon of shades",
         drawn(48, 48,
               [](int x, int y) {

@@ -8,7 +8,6 @@
 #include "imaging/palette.h"
 #include "imaging/ridges.h"
 #include "imaging/segment.h"
-#include "imaging/spotcolours.h"
 #include "imaging/upsample.h"
 #include "imaging/wordtable.h"
 
@@ -147,6 +146,12 @@ void eachCase()
         QTest::newRow(one.name.constData()) << one.image;
 }
 
+LabelPlane labelled(const QImage &image, int most)
+{
+    const EdgeMap edges(image);
+    return reduceFlat(image, edges, flatPalette(image, edges, most));
+}
+
 } // namespace
 
 class tst_Flat : public QObject
@@ -183,17 +188,13 @@ private slots:
     {
         QFETCH(QImage, image);
         const RidgeFinder finder(image);
-        const std::vector<QRgb> palette = plain::flatPalette(image, 12);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 12);
         const RidgeColours colours(palette);
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {
                 const plain::Ridge ridge = plain::ridgeAt(image, x, y);
                 const Ridge found = finder.at(x, y);
                 QCOMPARE(found.found, ridge.found);
-                RidgeColours::Around around(colours, image.pixel(x, y));
-                for (std::size_t k = 0; k < palette.size(); ++k)
-                    around.add(k);
-                QCOMPARE(around.isMixture(), plain::isMixture(image.pixel(x, y), palette));
                 if (!ridge.found)
                     continue;
                 QCOMPARE(found.colour, ridge.colour);
@@ -203,51 +204,9 @@ private slots:
         }
     }
 
-    void palettes_data() { eachCase(); }
-    void palettes()
-    {
-        QFETCH(QImage, image);
-        const EdgeMap edges(image);
-        for (int most : { 1, 2, 5, 16, 40 })
-            QCOMPARE(flatPalette(image, edges, most), plain::flatPalette(image, most));
-    }
-
-    void spotColours_data() { eachCase(); }
-    void spotColours()
-    {
-        QFETCH(QImage, image);
-        const EdgeMap edges(image);
-        const plain::RidgeMap ridges(image);
-        const std::vector<QRgb> palettes[]
-            = { {}, { 0xFFFFFFFFu }, { 0u, 0xFFFFFFFFu, 0xFF000000u, 0xFFFF0000u } };
-        for (const std::vector<QRgb> &palette : palettes) {
-            const auto fast = spotColoursIn(image, edges, palette, 12);
-            const auto slow = plain::spotColoursIn(image, ridges, palette, 12);
-            QCOMPARE(fast.size(), slow.size());
-            for (std::size_t i = 0; i < fast.size(); ++i) {
-                QCOMPARE(fast[i].colour, slow[i].colour);
-                QVERIFY(fast[i].score == slow[i].score);
-            }
-        }
-    }
-
-    void labels_data() { eachCase(); }
-    void labels()
-    {
-        QFETCH(QImage, image);
-        const std::vector<QRgb> palettes[]
-            = { plain::flatPalette(image, 3),
-                plain::flatPalette(image, 24),
-                { 0xFF102030u, 0x00FFFFFFu, 0xFFFFFFFFu, 0u, 0xFF102030u, 0xFF808080u } };
-        for (const std::vector<QRgb> &palette : palettes) {
-            QCOMPARE(reduceFlat(image, EdgeMap(image), palette).labels,
-                     plain::reduceFlat(image, palette).labels);
-        }
-    }
-
+    // Edges on every pixel: labels come from one corner and need many rings.
     void labelsOfLargeEmptyAreas()
     {
-        // All edges: labels come from one corner and need many rings.
         QImage image(60, 50, QImage::Format_ARGB32);
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x)
@@ -255,16 +214,31 @@ private slots:
         }
         for (int i = 0; i < 9; ++i)
             image.setPixel(i % 3, i / 3, 0xFF000000u);
-        const std::vector<QRgb> palette = { 0xFFFFFFFFu, 0xFF000000u };
-        QCOMPARE(reduceFlat(image, EdgeMap(image), palette).labels,
-                 plain::reduceFlat(image, palette).labels);
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), { 0xFFFFFFFFu, 0xFF000000u });
+        QCOMPARE(int(plane.labels.front()), 1);
+        for (uint16_t label : plane.labels)
+            QVERIFY(label < 2);
+    }
+
+    void everyPixelHasALabel_data() { eachCase(); }
+    void everyPixelHasALabel()
+    {
+        QFETCH(QImage, image);
+        for (int most : { 1, 2, 5, 16, 64 }) {
+            const LabelPlane plane = labelled(image, most);
+            const std::size_t clear = EdgeMap(image).hasTransparentPixels() ? 1 : 0;
+            QVERIFY(plane.colours.size() <= std::size_t(most) + clear);
+            QCOMPARE(plane.labels.size(), plane.pixels());
+            for (uint16_t label : plane.labels)
+                QVERIFY(label < plane.colours.size());
+        }
     }
 
     void finerGrid_data() { eachCase(); }
     void finerGrid()
     {
         QFETCH(QImage, image);
-        const LabelPlane plane = plain::reduceFlat(image, plain::flatPalette(image, 8));
+        const LabelPlane plane = labelled(image, 8);
         QCOMPARE(hasSoftEdges(image, plane), plain::hasSoftEdges(image, plane));
         for (int factor = 1; factor <= kMostUpsampling; ++factor) {
             QCOMPARE(upsampled(image, plane, factor).labels,

@@ -8,7 +8,11 @@
 #include "imaging/resolution.h"
 #include "imaging/spotcolours.h"
 
+#include <QBuffer>
+#include <QColor>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace ztrace;
 
@@ -107,23 +111,11 @@ private slots:
         QCOMPARE(palette[plane.labels[0]], ground);
     }
 
-    void thinLinesDilutedByTheirEdgesStayTheirColour()
-    {
-        // Half of the line's colour is left, and the colour itself is to be seen elsewhere.
-        QImage image = softLine(0xFFFFFFFFu, mixture(0xFFFFFFFFu, kBlue));
-        for (int i = 0; i < 100; ++i)
-            image.setPixel(10 + i % 10, 10 + i / 10, kBlue);
-        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
-        QCOMPARE(palette, (std::vector<QRgb> { 0xFFFFFFFFu, kBlue }));
-        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
-        for (std::size_t i = 30 * 60 + 3; i < 31 * 60 - 3; ++i)
-            QCOMPARE(int(plane.labels[i]), 1);
-    }
-
     void softEdgesAreNoLines()
     {
         const QImage image = softEdge(kRed, kBlue, mixture(kRed, kBlue));
-        QCOMPARE(spotColoursIn(image, EdgeMap(image), { kRed, kBlue }, 16).size(), std::size_t(0));
+        QCOMPARE(spotColoursIn(image, EdgeMap(image), { kRed, kBlue }, true, 16).size(),
+                 std::size_t(0));
         for (int x = 0; x < image.width(); ++x)
             QVERIFY(!RidgeFinder(image).isRidge(x, image.height() / 2));
     }
@@ -182,6 +174,61 @@ private slots:
         QCOMPARE(palette.size(), std::size_t(6));
         const auto isOrange = [](QRgb colour) { return qRed(colour) > qBlue(colour) + 100; };
         QCOMPARE(std::count_if(palette.begin(), palette.end(), isOrange), std::ptrdiff_t(1));
+    }
+
+    void asManyFlatColoursAsThereAre()
+    {
+        // 33 squares of hues and greys that are clearly different.
+        QImage image(33 * 12, 24, QImage::Format_ARGB32);
+        image.fill(0xFFFFFFFFu);
+        std::vector<QRgb> wanted = { 0xFFFFFFFFu };
+        for (int k = 0; k < 33; ++k) {
+            const QRgb colour = QColor::fromHsv(k * 10, 120 + k % 2 * 100, 90 + k % 3 * 50).rgb();
+            wanted.push_back(colour);
+            for (int i = 0; i < 100; ++i)
+                image.setPixel(12 * k + i % 10, 4 + i / 10, colour);
+        }
+        std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 64);
+        std::sort(palette.begin(), palette.end());
+        std::sort(wanted.begin(), wanted.end());
+        QCOMPARE(palette, wanted);
+        QCOMPARE(flatPalette(image, EdgeMap(image), 16).size(), std::size_t(16));
+    }
+
+    // What lossy compression leaves around edges is no colour of its own.
+    void noiseAboutEdgesHasNoColours()
+    {
+        QImage image(120, 80, QImage::Format_RGB32);
+        image.fill(0xFFFFFFFFu);
+        for (int y = 0; y < 80; ++y) {
+            for (int x = 0; x < 120; ++x) {
+                if ((x - 40) * (x - 40) + (y - 40) * (y - 40) < 900)
+                    image.setPixel(x, y, 0xFFC81E28u);
+                if (x > 60 && y > 30 && x < 110 && y < 60)
+                    image.setPixel(x, y, 0xFF143CA0u);
+            }
+        }
+        QBuffer file;
+        file.open(QIODevice::ReadWrite);
+        QVERIFY(image.save(&file, "jpg", 75));
+        const QImage read
+            = QImage::fromData(file.data(), "jpg").convertToFormat(QImage::Format_ARGB32);
+        QCOMPARE(flatPalette(read, EdgeMap(read), 64).size(), std::size_t(3));
+    }
+
+    // A pale rule is no black one of which little is left, whatever colours there are.
+    void palesRulesStayPale()
+    {
+        QImage image(80, 40, QImage::Format_ARGB32);
+        image.fill(0xFFFFFFFFu);
+        for (int i = 0; i < 100; ++i)
+            image.setPixel(10 + i % 10, 20 + i / 10, 0xFF000000u);
+        for (int x = 0; x < 80; ++x)
+            image.setPixel(x, 10, 0xFFC8C8C8u);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 64);
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
+        for (std::size_t x = 3; x < 77; ++x)
+            QCOMPARE(palette[plane.labels[10 * 80 + x]], 0xFFC8C8C8u);
     }
 
     void transparencyIsAnEntryOfItsOwn()

@@ -163,6 +163,39 @@ private slots:
         QCOMPARE(otsuOf({ 0 }), 127);
     }
 
+    // Few pixels are all ink where letters are thin, and Otsu's threshold is drawn to the paper.
+    void cleanDrawingsAreSplitInTheMiddle_data()
+    {
+        QTest::addColumn<int>("paper");
+        QTest::addColumn<int>("ink");
+        QTest::newRow("black on white") << 255 << 0;
+        QTest::newRow("grey on light grey") << 230 << 70;
+        QTest::newRow("white on black") << 0 << 255;
+    }
+    void cleanDrawingsAreSplitInTheMiddle()
+    {
+        QFETCH(int, paper);
+        QFETCH(int, ink);
+        std::vector<int> values(1000, paper);
+        for (int i = 0; i < 90; ++i)
+            values.push_back(paper + (ink - paper) * i / 90);
+        values.insert(values.end(), 10, ink);
+        const Histogram counts = tonesOf(GreyPicture(greys(values))).counts;
+        QVERIFY(std::abs(inkThreshold(counts) - (paper + ink) / 2) <= 6);
+        QVERIFY(std::abs(otsuThreshold(counts) - (paper + ink) / 2) > 6);
+    }
+
+    void noisyPagesAreSplitByOtsu()
+    {
+        std::mt19937 random(4);
+        std::vector<int> values;
+        for (int i = 0; i < 4000; ++i)
+            values.push_back((i % 20 == 0 ? 40 : 240) + int(random() % 9) - 4);
+        const Histogram counts = tonesOf(GreyPicture(greys(values))).counts;
+        QCOMPARE(inkThreshold(counts), otsuThreshold(counts));
+        QCOMPARE(inkThreshold(tonesOf(GreyPicture(greys({ 255, 255 }))).counts), 127);
+    }
+
     void twoValuesAreSplitWithoutRest()
     {
         const Tones tones = tonesOf(GreyPicture(greys({ 10, 10, 240 })));

@@ -27,9 +27,6 @@ Ridge ridgeAt(const QImage &image, int x, int y);
 // with what is beside it; -1 when none does.
 int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours);
 
-// Whether the colour is near one of the others, or near a mixture of two.
-bool isMixture(QRgb colour, const std::vector<QRgb> &colours);
-
 // Where an image has ridges: lines, and textures, which are areas filled by them.
 class RidgeMap
 {
@@ -55,20 +52,6 @@ private:
     std::vector<bool> ridges;
 };
 
-// A colour for thin lines, and how much it is worth.
-struct SpotColour
-{
-    QRgb colour;
-    double score;
-};
-
-// Colours of lines that are no mixtures of two of the palette's opaque colours, at most `most`, the
-// one of most worth first.
-std::vector<SpotColour> spotColoursIn(const QImage &image, const RidgeMap &ridges,
-                                      const std::vector<QRgb> &palette, int most);
-
-std::vector<QRgb> flatPalette(const QImage &image, int most);
-LabelPlane reduceFlat(const QImage &image, const std::vector<QRgb> &colours);
 bool hasSoftEdges(const QImage &image, const LabelPlane &plane);
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
 

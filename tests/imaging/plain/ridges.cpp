@@ -3,8 +3,6 @@
 
 #include "imaging/colour.h"
 
-#include <QHash>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -22,15 +20,7 @@ const double kWeightOfAlpha = 0.7;
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
 const double kLeastPart = 0.3;  // of a line's own colour that must be left
 const double kExplained = 0.15; // sine of the angle between a line's colour and the supposed one
-const double kMixture = 45.0;   // length of a difference; what is nearer to a mixture is one
-const double kSame = 60.0;      // the same for what is a shade of an spot
-const double kWorthOfPixels = 0.25;       // exponent; the strongest shade of a line is a rare one
-const double kLeastSpotColour = 8.0;      // pixels
-const double kLeastShare = 1.0 / 20000.0; // of the visible pixels
-const int kMostSpotColours = 16;
-const std::size_t kLargePalette = 64; // has a colour or a mixture for every line
-const int kLeastAlpha = 96;           // of a line on transparency
-const QRgb kCubeMask = 0x00F0F0F0u;
+const int kLeastAlpha = 96;     // of a line on transparency
 
 // Red, green and blue on white paper, and alpha. Soft edges are straight lines in it.
 typedef std::array<double, 4> Colour;
@@ -63,43 +53,6 @@ bool isAligned(const Colour &a, const Colour &b, double cosine)
     return product(a, b) > cosine * length(a) * length(b);
 }
 
-// Pixels of lines of similar colours.
-struct Shade
-{
-    Colour colour = { { 0.0, 0.0, 0.0, 0.0 } };
-    double pixels = 0.0;
-};
-
-std::vector<Shade> shadesOfLines(const QImage &image, const RidgeMap &ridges, double *visiblePixels)
-{
-    QHash<QRgb, int> places;
-    std::vector<Shade> shades;
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb word = words[x];
-            *visiblePixels += qAlpha(word) != 0;
-            if (!ridges.isLine(x, y))
-                continue;
-            int &place = places[word & kCubeMask];
-            if (place == 0) {
-                shades.emplace_back();
-                place = static_cast<int>(shades.size());
-            }
-            Shade &shade = shades[static_cast<std::size_t>(place - 1)];
-            const Colour colour = visible(word | 0xFF000000u);
-            for (std::size_t channel = 0; channel < 4; ++channel)
-                shade.colour[channel] += colour[channel];
-            shade.pixels += 1.0;
-        }
-    }
-    for (Shade &shade : shades) {
-        for (double &channel : shade.colour)
-            channel /= shade.pixels;
-    }
-    return shades;
-}
-
 double distanceToMixture(const Colour &colour, const Colour &a, const Colour &b)
 {
     const Colour along = difference(b, a);
@@ -111,16 +64,6 @@ double distanceToMixture(const Colour &colour, const Colour &a, const Colour &b)
     for (std::size_t i = 0; i < 4; ++i)
         away[i] -= t * along[i];
     return length(away);
-}
-
-double distanceToMixtures(const Colour &colour, const std::vector<Colour> &palette)
-{
-    double least = palette.empty() ? 1000.0 : length(difference(colour, palette.front()));
-    for (std::size_t i = 0; i < palette.size(); ++i) {
-        for (std::size_t j = i + 1; j < palette.size(); ++j)
-            least = std::min(least, distanceToMixture(colour, palette[i], palette[j]));
-    }
-    return least;
 }
 
 // What lies to one side of a pixel: steps to the first one that differs clearly, 0 when there is
@@ -174,8 +117,13 @@ Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
 
 Ridge ridgeAt(const QImage &image, int x, int y)
 {
-    const Ridge ridge = ridgeAcross(image, x, y, 1, 0);
-    return ridge.found ? ridge : ridgeAcross(image, x, y, 0, 1);
+    const Ridge inRow = ridgeAcross(image, x, y, 1, 0);
+    const Ridge inColumn = ridgeAcross(image, x, y, 0, 1);
+    const auto depth = [](const Ridge &ridge) {
+        return ridge.found ? length(difference(visible(ridge.colour), visible(ridge.beside)))
+                           : -1.0;
+    };
+    return depth(inColumn) > depth(inRow) ? inColumn : inRow;
 }
 
 int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
@@ -197,14 +145,6 @@ int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
         }
     }
     return best;
-}
-
-bool isMixture(QRgb colour, const std::vector<QRgb> &colours)
-{
-    std::vector<Colour> known;
-    for (QRgb other : colours)
-        known.push_back(visible(other));
-    return distanceToMixtures(visible(colour), known) <= kMixture;
 }
 
 RidgeMap::RidgeMap(const QImage &image) : width(image.width()), height(image.height())
@@ -229,53 +169,16 @@ int RidgeMap::crowdAt(int x, int y, int reach) const
     return count;
 }
 
-std::vector<SpotColour> spotColoursIn(const QImage &image, const RidgeMap &ridges,
-                                      const std::vector<QRgb> &palette, int most)
+bool isEdge(const QImage &image, int x, int y)
 {
-    if (palette.size() > kLargePalette)
-        return std::vector<SpotColour>();
-    std::vector<Colour> known;
-    for (QRgb colour : palette) {
-        if (qAlpha(colour) == 255)
-            known.push_back(visible(colour));
-    }
-    double visiblePixels = 0.0;
-    const std::vector<Shade> shades = shadesOfLines(image, ridges, &visiblePixels);
-    const double least = std::max(kLeastSpotColour, kLeastShare * visiblePixels);
-    std::vector<SpotColour> spots;
-    while (static_cast<int>(spots.size()) < std::min(most, kMostSpotColours)) {
-        std::vector<std::pair<const Shade *, double>> strange;
-        for (const Shade &shade : shades) {
-            const double distance = distanceToMixtures(shade.colour, known);
-            if (distance > kMixture)
-                strange.push_back({ &shade, distance });
-        }
-        // The strongest shade of a line is its colour; the others are mixtures with that.
-        const Shade *best = nullptr;
-        double bestPixels = 0.0;
-        double bestDistance = 0.0;
-        for (const auto &candidate : strange) {
-            double pixels = 0.0;
-            for (const auto &other : strange) {
-                if (length(difference(candidate.first->colour, other.first->colour)) < kSame)
-                    pixels += other.first->pixels;
-            }
-            const double strength = std::pow(pixels, kWorthOfPixels) * candidate.second;
-            if (pixels >= least && strength > std::pow(bestPixels, kWorthOfPixels) * bestDistance) {
-                best = candidate.first;
-                bestPixels = pixels;
-                bestDistance = candidate.second;
-            }
-        }
-        if (!best)
-            break;
-        known.push_back(best->colour);
-        const auto channel
-            = [best](std::size_t i) { return static_cast<int>(best->colour[i] + 0.5); };
-        spots.push_back(
-            { qRgb(channel(0), channel(1), channel(2)), std::sqrt(bestPixels) * bestDistance });
-    }
-    return spots;
+    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
+    const QRgb *words = row(image, y);
+    const QRgb own = words[x];
+    const auto differs
+        = [own](QRgb other) { return own != other && colourDistance(own, other) > kClearly; };
+    return (x > 0 && differs(words[x - 1])) || (x + 1 < image.width() && differs(words[x + 1]))
+        || (y > 0 && differs(row(image, y - 1)[x]))
+        || (y + 1 < image.height() && differs(row(image, y + 1)[x]));
 }
 
 } // namespace plain

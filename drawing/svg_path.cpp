@@ -1,0 +1,312 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "svg_path.h"
+
+#include "text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const double kLargestPlace = 1e15;
+const int kMostMoreDecimals = 8;  // of an arc's radii
+const double kMiddleMoves = 0.75; // units of the last decimal; the middle of an arc by rounding
+const double kMovesMore = 0.25;   // than by its ends alone
+const int kLeastTurnDecimals = 2; // of degrees
+const double kDegrees = 45.0 / std::atan(1.0);
+const double kHalfTurn = 4.0 * std::atan(1.0);
+
+// A number of whole units of 10^-decimals.
+std::string shortText(int64_t units, int decimals)
+{
+    std::string digits = std::to_string(units < 0 ? -units : units);
+    const std::size_t places = static_cast<std::size_t>(decimals);
+    if (digits.size() < places)
+        digits.insert(0, places - digits.size(), '0');
+    std::string fraction = digits.substr(digits.size() - places);
+    digits.resize(digits.size() - places);
+    fraction.resize(fraction.find_last_not_of('0') + 1);
+    if (digits == "0" && !fraction.empty())
+        digits.clear();
+    if (digits.empty() && fraction.empty())
+        return "0";
+    return (units < 0 ? "-" : "") + digits + (fraction.empty() ? "" : "." + fraction);
+}
+
+// Numbers after a letter, or after a number that has a point or none.
+class Numbers
+{
+public:
+    explicit Numbers(bool afterLetter, bool afterPoint = false)
+        : hadPoint(afterPoint), isFirst(afterLetter)
+    { }
+
+    void add(const std::string &number)
+    {
+        const bool apart = number[0] == '-' || (number[0] == '.' && hadPoint);
+        if (!isFirst && !apart)
+            text += ' ';
+        text += number;
+        hadPoint = number.find('.') != std::string::npos;
+        isFirst = false;
+    }
+
+    std::string text;
+    bool hadPoint;
+
+private:
+    bool isFirst;
+};
+
+} // namespace
+
+void appendShort(std::string *text, double value, int decimals)
+{
+    std::string number;
+    appendNumber(&number, value, decimals);
+    const std::size_t digits = number[0] == '-' ? 1 : 0;
+    if (number.compare(digits, 2, "0.") == 0)
+        number.erase(digits, 1);
+    *text += number;
+}
+
+SvgPath::SvgPath(double l, double t, int d) : left(l), top(t), decimals(d), unit(std::pow(10.0, d))
+{ }
+
+SvgPath::Place SvgPath::placeOf(const Point &p) const
+{
+    return { std::llround((p.x - left) * unit), std::llround((top - p.y) * unit) };
+}
+
+Point SvgPath::pointOf(const Place &place) const
+{
+    return Point(left + static_cast<double>(place.x) / unit,
+                 top - static_cast<double>(place.y) / unit);
+}
+
+bool SvgPath::canWrite(const std::vector<PathPiece> &pieces) const
+{
+    const auto fits = [this](const Point &p) {
+        return std::fabs(p.x - left) * unit < kLargestPlace
+            && std::fabs(p.y - top) * unit < kLargestPlace;
+    };
+    return std::all_of(pieces.begin(), pieces.end(), [&](const PathPiece &piece) {
+        const bool isArc = piece.kind == PathPiece::Arc || piece.kind == PathPiece::EllipticArc;
+        return fits(piece.start) && fits(piece.control1) && fits(piece.control2) && fits(piece.end)
+            && (!isArc || ellipseOf(piece).major * unit < kLargestPlace);
+    });
+}
+
+void SvgPath::append(const std::vector<PathPiece> &pieces, std::string *text)
+{
+    const Place start = placeOf(pieces.front().start);
+    moveTo(start, text);
+    const bool closed = isClosed(pieces);
+    bool isDrawn = false; // a dot is a line without length
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        const PathPiece &piece = pieces[i];
+        const bool isLast = i + 1 == pieces.size();
+        const Place to = placeOf(piece.end);
+        const Place controls[3] = { placeOf(piece.control1), placeOf(piece.control2), to };
+        const Place quadratic[2] = { controls[0], to };
+        switch (piece.kind) {
+        case PathPiece::Spline: // piecesOf leaves none
+        case PathPiece::Line:
+            if ((isLast && closed && isDrawn)
+                || (to.x == at.x && to.y == at.y && (isDrawn || !isLast)))
+                continue;
+            lineTo(to, text);
+            break;
+        case PathPiece::Quadratic:
+            curveTo('q', quadratic, 2, text);
+            break;
+        case PathPiece::Cubic:
+            curveTo('c', controls, 3, text);
+            break;
+        case PathPiece::Arc:
+        case PathPiece::EllipticArc:
+            arcTo(piece, text);
+            break;
+        }
+        isDrawn = true;
+    }
+    if (!closed)
+        return;
+    *text += 'z';
+    at = start;
+    letter = '\0';
+}
+
+// At the begin of the data numbers are absolute either way.
+void SvgPath::moveTo(const Place &to, std::string *text)
+{
+    Numbers absolute(true);
+    absolute.add(shortText(to.x, decimals));
+    absolute.add(shortText(to.y, decimals));
+    Numbers relative(true);
+    relative.add(shortText(to.x - at.x, decimals));
+    relative.add(shortText(to.y - at.y, decimals));
+    const bool isRelative
+        = !text->empty() && text->back() == 'z' && relative.text.size() < absolute.text.size();
+    *text += isRelative ? 'm' + relative.text : 'M' + absolute.text;
+    hadPoint = isRelative ? relative.hadPoint : absolute.hadPoint;
+    letter = isRelative ? 'l' : 'L';
+    at = to;
+}
+
+void SvgPath::lineTo(const Place &to, std::string *text)
+{
+    if (to.x != at.x && to.y != at.y) {
+        curveTo('l', &to, 1, text);
+        return;
+    }
+    const bool upright = to.x == at.x;
+    const int64_t before = upright ? at.y : at.x;
+    const int64_t after = upright ? to.y : to.x;
+    const std::string absolute = shortText(after, decimals);
+    const std::string relative = shortText(after - before, decimals);
+    const bool isRelative = relative.size() <= absolute.size();
+    letter = upright ? (isRelative ? 'v' : 'V') : (isRelative ? 'h' : 'H');
+    *text += letter + (isRelative ? relative : absolute);
+    hadPoint = false;
+    at = to;
+}
+
+// A line or a curve; the letter is the small one.
+void SvgPath::curveTo(char small, const Place *points, int count, std::string *text)
+{
+    std::string best;
+    char bestLetter = small;
+    bool bestHadPoint = false;
+    for (const bool isRelative : { true, false }) {
+        const char own = isRelative ? small : static_cast<char>(small - 'a' + 'A');
+        Numbers numbers(own != letter, hadPoint);
+        for (int i = 0; i < count; ++i) {
+            numbers.add(shortText(points[i].x - (isRelative ? at.x : 0), decimals));
+            numbers.add(shortText(points[i].y - (isRelative ? at.y : 0), decimals));
+        }
+        const std::string whole = (own != letter ? std::string(1, own) : "") + numbers.text;
+        if (isRelative || whole.size() < best.size()) {
+            best = whole;
+            bestLetter = own;
+            bestHadPoint = numbers.hadPoint;
+        }
+    }
+    *text += best;
+    letter = bestLetter;
+    hadPoint = bestHadPoint;
+    at = points[count - 1];
+}
+
+// Nearly a whole turn may end where it began when it is rounded: as two parts it does not.
+void SvgPath::arcTo(const PathPiece &piece, std::string *text)
+{
+    const Place to = placeOf(piece.end);
+    const Ellipse ellipse = ellipseOf(piece);
+    if (to.x != at.x || to.y != at.y || std::fabs(piece.bulge) < 1.0) {
+        appendArc(piece, text);
+        return;
+    }
+    PathPiece half = piece;
+    half.bulge = std::tan(0.125 * ellipse.sweep);
+    half.end = pointOn(ellipse, ellipse.start + 0.5 * ellipse.sweep);
+    appendArc(half, text);
+    half.start = half.end;
+    half.end = piece.end;
+    appendArc(half, text);
+}
+
+// From the ends as they are written and the height of the arc over them, both where the ellipse is
+// a circle: that keeps the middle of the arc in its place.
+void SvgPath::appendArc(const PathPiece &piece, std::string *text)
+{
+    const Place to = placeOf(piece.end);
+    if (to.x == at.x && to.y == at.y)
+        return;
+    const Ellipse ellipse = ellipseOf(piece);
+    const Point a = pointOf(at);
+    const Point b = pointOf(to);
+    const double c = std::cos(ellipse.angle);
+    const double s = std::sin(ellipse.angle);
+    const double ratio = ellipse.minor / ellipse.major;
+    const double half = 0.5
+        * std::hypot(c * (b.x - a.x) + s * (b.y - a.y),
+                     (c * (b.y - a.y) - s * (b.x - a.x)) / ratio);
+    const double height = ellipse.major * (1.0 - std::cos(0.5 * ellipse.sweep));
+    const double radius = (half * half + height * height) / (2.0 * height);
+    const bool isRound = piece.kind == PathPiece::Arc;
+    const double exact[2] = { radius, radius * ratio };
+    // Where the ends are a little elsewhere the middle is, too, whatever the radii: of a flat
+    // ellipse by more.
+    const double most = std::max(
+        kMiddleMoves, kMovesMore + unit * distanceOfMiddle(ellipse, to, exact, ellipse.angle));
+    std::string radii[2];
+    std::string turn;
+    for (int more = 0; more <= kMostMoreDecimals; ++more) {
+        const int places = std::min(decimals + more, kMostCompactDecimals + 3);
+        double rounded[2];
+        for (int i = 0; i < 2; ++i) {
+            radii[i].clear();
+            appendShort(&radii[i], exact[i], places);
+            rounded[i] = std::stod(radii[i]);
+        }
+        turn.clear();
+        appendShort(&turn, isRound ? 0.0 : -std::remainder(ellipse.angle, kHalfTurn) * kDegrees,
+                    kLeastTurnDecimals + more);
+        if (rounded[1] > 0.0
+            && distanceOfMiddle(ellipse, to, rounded, -std::stod(turn) / kDegrees) * unit <= most)
+            break;
+    }
+    Numbers numbers(true);
+    for (const std::string &number : { radii[0], radii[1], turn })
+        numbers.add(number);
+    numbers.add(std::fabs(piece.bulge) > 1.0 ? "1" : "0");
+    numbers.add(piece.bulge < 0.0 ? "1" : "0"); // y is turned over, and the sense with it
+    Numbers absolute = numbers;
+    Numbers relative = numbers;
+    absolute.add(shortText(to.x, decimals));
+    absolute.add(shortText(to.y, decimals));
+    relative.add(shortText(to.x - at.x, decimals));
+    relative.add(shortText(to.y - at.y, decimals));
+    const bool isRelative = relative.text.size() <= absolute.text.size();
+    const char own = isRelative ? 'a' : 'A';
+    if (own != letter)
+        *text += own;
+    else
+        *text += ' ';
+    *text += isRelative ? relative.text : absolute.text;
+    hadPoint = isRelative ? relative.hadPoint : absolute.hadPoint;
+    letter = own;
+    at = to;
+}
+
+// How far the middle of the arc that readers draw is from that of the ellipse's. Source: readers
+// put the center beside the chord, as far as the radii tell, and make radii that do not reach
+// larger.
+double SvgPath::distanceOfMiddle(const Ellipse &ellipse, const Place &to, const double radii[2],
+                                 double turn) const
+{
+    const Point a = pointOf(at);
+    const Point b = pointOf(to);
+    const double c = std::cos(turn);
+    const double s = std::sin(turn);
+    // A chord of the unit circle.
+    const double u = (c * (b.x - a.x) + s * (b.y - a.y)) / radii[0];
+    const double v = (c * (b.y - a.y) - s * (b.x - a.x)) / radii[1];
+    const double half = 0.5 * std::hypot(u, v);
+    const double size = std::max(1.0, half);
+    const double deep = std::sqrt(std::max(0.0, size * size - half * half));
+    const bool isLarge = std::fabs(ellipse.sweep) > kHalfTurn;
+    const double height = isLarge ? size + deep : size - deep;
+    // To the right of the chord where the arc turns to the left.
+    const double side = (ellipse.sweep > 0.0 ? height : -height) / (2.0 * half);
+    const double x = (0.5 * u + v * side) * radii[0];
+    const double y = (0.5 * v - u * side) * radii[1];
+    const Point middle(a.x + c * x - s * y, a.y + s * x + c * y);
+    const Point wanted = pointOn(ellipse, ellipse.start + 0.5 * ellipse.sweep);
+    return std::hypot(middle.x - wanted.x, middle.y - wanted.y);
+}
+
+} // namespace ztrace

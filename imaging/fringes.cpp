@@ -1,0 +1,221 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "fringes.h"
+
+#include "colour.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace ztrace {
+
+namespace {
+
+const int kSameGround = 12;       // colourDistance; a ground may be dithered
+const int kLongWord = 24;         // pixels
+const int kLongestRun = 96;       // pixels; letters that touch each other
+const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
+const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to the next
+const double kTolerance = 0.2;    // of a shift, pixels
+const double kToleranceOfKnown = 0.33; // the same where such text is known to be
+const double kFringed = 0.1;           // of a run's coverage that differs from channel to channel
+const int kLeastRuns = 12;             // that have to be there
+const double kMajority = 0.25;         // of the runs with differing channels
+const double kWrongWay = 0.1; // of those with the right shifts, most that may be the other way
+
+// Pixels of a row from `begin` to before `end` between two pixels of one ground.
+struct Run
+{
+    const QRgb *words;
+    int begin;
+    int end;
+};
+
+typedef std::array<double, 3> Channels; // red, green, blue
+
+Channels channelsOf(QRgb word)
+{
+    return { { double(qRed(word)), double(qGreen(word)), double(qBlue(word)) } };
+}
+
+// What a run differs by from its ground.
+struct Differences
+{
+    Channels ground;
+    Channels sums = { { 0.0, 0.0, 0.0 } };
+    Channels moments = { { 0.0, 0.0, 0.0 } }; // times the place in the run
+
+    explicit Differences(const Run &run)
+    {
+        const Channels before = channelsOf(run.words[run.begin - 1]);
+        const Channels after = channelsOf(run.words[run.end]);
+        for (std::size_t c = 0; c < 3; ++c)
+            ground[c] = (before[c] + after[c]) / 2.0;
+        for (int x = run.begin; x < run.end; ++x) {
+            const Channels own = channelsOf(run.words[x]);
+            for (std::size_t c = 0; c < 3; ++c) {
+                sums[c] += own[c] - ground[c];
+                moments[c] += (own[c] - ground[c]) * (x - run.begin);
+            }
+        }
+    }
+
+    bool hasCentre(std::size_t c) const { return std::fabs(sums[c]) >= kLeastSum; }
+    double centre(std::size_t c) const { return moments[c] / sums[c]; }
+
+    // How much of every pixel is covered, as the channels see it together.
+    double coverage(const Channels &own) const
+    {
+        double covered = 0.0;
+        double whole = 0.0;
+        for (std::size_t c = 0; c < 3; ++c) {
+            covered += sums[c] < 0.0 ? ground[c] - own[c] : own[c] - ground[c];
+            whole += std::fabs(sums[c]);
+        }
+        return covered / whole;
+    }
+};
+
+// What the channels see less of, the one to the left or the one to the right.
+enum class Order { None, RedFirst, BlueFirst };
+
+// The stripes lie beside each other, so that one edge is seen a third of a pixel farther by the
+// next channel. Nothing else shifts the channels' centres so.
+Order orderOf(const Differences &run, double tolerance)
+{
+    int shifts[2] = { 0, 0 };
+    int known = 0;
+    for (std::size_t c = 0; c < 2; ++c) {
+        if (!run.hasCentre(c) || !run.hasCentre(c + 1))
+            continue;
+        const double shift = run.centre(c) - run.centre(c + 1);
+        ++known;
+        shifts[0] += std::fabs(shift - kStripe) <= tolerance;
+        shifts[1] += std::fabs(shift + kStripe) <= tolerance;
+    }
+    if (known == 0)
+        return Order::None;
+    return shifts[0] == known ? Order::RedFirst
+        : shifts[1] == known  ? Order::BlueFirst
+                              : Order::None;
+}
+
+// Whether the channels cover different pixels: grey text has no fringes to take away.
+bool isFringed(const Run &run, const Differences &differences)
+{
+    double apart = 0.0;
+    for (int x = run.begin; x < run.end; ++x) {
+        const Channels own = channelsOf(run.words[x]);
+        double least = 1e9;
+        double most = -1e9;
+        for (std::size_t c = 0; c < 3; ++c) {
+            if (!differences.hasCentre(c))
+                continue;
+            const double part = (own[c] - differences.ground[c]) / differences.sums[c];
+            least = std::min(least, part);
+            most = std::max(most, part);
+        }
+        apart += std::max(0.0, most - least);
+    }
+    return apart > kFringed;
+}
+
+// Whether two opaque pixels side by side are the ground of what lies beside them.
+bool isGround(QRgb a, QRgb b)
+{
+    return qAlpha(a & b) == 255 && colourDistance(a, b) <= kSameGround;
+}
+
+// Where the run that begins at `begin` ends, after which there is the ground again; 0 if nowhere.
+int endOfStretch(const QRgb *words, int begin, int width)
+{
+    const QRgb ground = words[begin - 1];
+    const int last = std::min(width - 2, begin + kLongestRun);
+    for (int x = begin; x <= last && qAlpha(words[x]) == 255; ++x) {
+        if (isGround(words[x], ground) && isGround(words[x + 1], ground))
+            return x;
+    }
+    return 0;
+}
+
+// Calls use(y, run) for every stretch between two pixels of one ground on either side; those within
+// it are left out where that returns true.
+template<typename Use>
+void forEachRun(const QImage &image, Use use)
+{
+    const int width = image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 2; x + 2 < width; ++x) {
+            if (words[x] == words[x - 1] || isGround(words[x], words[x - 1])
+                || !isGround(words[x - 2], words[x - 1]))
+                continue;
+            const int end = endOfStretch(words, x, width);
+            if (end == 0)
+                continue;
+            if (use(y, Run { words, x, end }))
+                x = end;
+        }
+    }
+}
+
+Order orderOf(const QImage &image)
+{
+    int runs = 0;
+    int redFirst = 0;
+    int blueFirst = 0;
+    forEachRun(image, [&](int, const Run &run) {
+        const Differences differences(run);
+        const Order order = orderOf(differences, kTolerance);
+        if (order == Order::None && run.end - run.begin > kLongWord)
+            return false; // what a frame encloses
+        if (!isFringed(run, differences))
+            return true;
+        ++runs;
+        redFirst += order == Order::RedFirst;
+        blueFirst += order == Order::BlueFirst;
+        return order != Order::None;
+    });
+    const int most = std::max(redFirst, blueFirst);
+    if (most < kLeastRuns || most < kMajority * runs
+        || std::min(redFirst, blueFirst) > kWrongWay * most)
+        return Order::None;
+    return redFirst > blueFirst ? Order::RedFirst : Order::BlueFirst;
+}
+
+uint8_t byteOf(double value)
+{
+    return static_cast<uint8_t>(std::max(0.0, std::min(255.0, value)) + 0.5);
+}
+
+void flatten(const Run &run, const Differences &differences, QRgb *words)
+{
+    for (int x = run.begin; x < run.end; ++x) {
+        const double part = differences.coverage(channelsOf(run.words[x]));
+        Channels own = differences.ground;
+        for (std::size_t c = 0; c < 3; ++c)
+            own[c] += part * differences.sums[c];
+        words[x] = qRgb(byteOf(own[0]), byteOf(own[1]), byteOf(own[2]));
+    }
+}
+
+} // namespace
+
+bool removeFringes(QImage *image)
+{
+    const Order order = orderOf(*image);
+    if (order == Order::None)
+        return false;
+    const QImage source = *image;
+    forEachRun(source, [&](int y, const Run &run) {
+        const Differences differences(run);
+        const bool isText = orderOf(differences, kToleranceOfKnown) == order;
+        if (isText)
+            flatten(run, differences, reinterpret_cast<QRgb *>(image->scanLine(y)));
+        return isText;
+    });
+    return true;
+}
+
+} // namespace ztrace

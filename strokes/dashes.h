@@ -1,0 +1,24 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Rows of dashes become one line, arc or circle each. docs/strokes/linetypes.md.
+#ifndef ZTRACE_STROKES_DASHES_H
+#define ZTRACE_STROKES_DASHES_H
+
+#include "strokes/dots.h"
+#include "strokes/joining.h"
+
+namespace ztrace::strokes {
+
+// Puts atoms and dots on a common carrier whose lengths and gaps repeat together: one atom takes
+// the place of all, with its Dashing; what has ended on one of them then ends on it. To be called
+// before anything joins atoms across gaps. Takes time in proportion to atoms and dots.
+void joinDashes(const Coverage &coverage, const Measure &measure, const std::vector<Dot> &dots,
+                Web *web);
+
+// Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
+// the width where its dashes are round. After settleEnds().
+void settleDashes(Web *web);
+
+} // namespace ztrace::strokes
+
+#endif

@@ -1,0 +1,24 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Noise of scans, and a picture with less of it.
+#ifndef ZTRACE_STROKES_NOISE_H
+#define ZTRACE_STROKES_NOISE_H
+
+#include "strokes/InkPicture.h"
+
+namespace ztrace::strokes {
+
+// Whether pixels differ from their neighbours in the paper by more than kNoisy lightnesses, or, in
+// a picture of two tones, whether more than kSpeckled of the ink's pixels stand alone or lack a
+// single one among them.
+bool isNoisy(const InkPicture &picture, bool hard);
+const double kNoisy = 10.0;
+const double kSpeckled = 0.004;
+
+// The lightnesses under weights of 1 2 1 across and down: noise falls to three eighths, edges of
+// ink stay where they are. For telling what hangs together; lines of one pixel would vanish.
+std::vector<uint8_t> smoothed(const InkPicture &picture);
+
+} // namespace ztrace::strokes
+
+#endif

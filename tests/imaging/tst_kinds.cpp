@@ -1,0 +1,282 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A hundred drawn pictures and the preset that each should get.
+#include "imaging/Picture.h"
+#include "imaging/classify.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QPainter>
+#include <QTest>
+
+#include <cmath>
+#include <functional>
+#include <random>
+
+using namespace ztrace;
+
+namespace {
+
+const int kOfEachKind = 10;
+
+class Dice
+{
+public:
+    explicit Dice(unsigned seed) : engine(seed) { }
+    int below(int limit) { return int(engine() % unsigned(limit)); }
+    int between(int low, int high) { return low + below(high - low + 1); }
+    QColor colour() { return QColor::fromHsv(below(360), between(90, 255), between(60, 255)); }
+
+private:
+    std::mt19937 engine;
+};
+
+// Strokes that look like a line of lettering.
+void letter(QPainter *painter, Dice *dice, QPointF at, double height)
+{
+    const double w = 0.6 * height;
+    switch (dice->below(4)) {
+    case 0:
+        painter->drawLine(at, at + QPointF(0, height));
+        painter->drawLine(at + QPointF(0, height / 2), at + QPointF(w, height / 2));
+        break;
+    case 1:
+        painter->drawEllipse(QRectF(at, QSizeF(w, height)));
+        break;
+    case 2:
+        painter->drawLine(at, at + QPointF(w, height));
+        painter->drawLine(at + QPointF(w, 0), at + QPointF(0, height));
+        break;
+    default:
+        painter->drawLine(at, at + QPointF(w, 0));
+        painter->drawLine(at + QPointF(w / 2, 0), at + QPointF(w / 2, height));
+    }
+}
+
+void lettering(QPainter *painter, Dice *dice, QPointF at, double height, int letters)
+{
+    for (int k = 0; k < letters; ++k)
+        letter(painter, dice, at + QPointF(k * 0.85 * height, 0), height);
+}
+
+QImage drawn(int width, int height, QColor ground, const std::function<void(QPainter *)> &draw)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(ground);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    draw(&painter);
+    painter.end();
+    return image.convertToFormat(QImage::Format_ARGB32);
+}
+
+QImage withNoise(QImage image, Dice *dice, int amount)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const int by = dice->between(-amount, amount);
+            const auto moved = [by](int v) { return std::max(0, std::min(255, v + by)); };
+            const QRgb w = image.pixel(x, y);
+            image.setPixel(x, y, qRgb(moved(qRed(w)), moved(qGreen(w)), moved(qBlue(w))));
+        }
+    }
+    return image;
+}
+
+QImage asJpeg(const QImage &image, int quality)
+{
+    QBuffer file;
+    file.open(QIODevice::ReadWrite);
+    image.convertToFormat(QImage::Format_RGB32).save(&file, "jpg", quality);
+    return QImage::fromData(file.data(), "jpg");
+}
+
+QImage pageOf(Dice *dice, QColor paper, QColor ink)
+{
+    return drawn(360, 300, paper, [&](QPainter *painter) {
+        painter->setPen(QPen(ink, 1.6));
+        for (int line = 0; line < 13; ++line)
+            lettering(painter, dice, QPointF(20, 14 + line * 21), 11, dice->between(18, 32));
+    });
+}
+
+QImage cleanText(Dice *dice)
+{
+    return pageOf(dice, Qt::white, Qt::black);
+}
+
+QImage scannedText(Dice *dice)
+{
+    return withNoise(pageOf(dice, QColor(238, 238, 238), QColor(40, 40, 40)), dice, 7);
+}
+
+QImage colouredPaper(Dice *dice)
+{
+    const QColor paper
+        = QColor::fromHsv(dice->between(20, 50), dice->between(60, 140), dice->between(170, 235));
+    return asJpeg(withNoise(pageOf(dice, paper, paper.darker(450)), dice, 6), 85);
+}
+
+QImage fax(Dice *dice)
+{
+    QImage page = withNoise(pageOf(dice, Qt::white, Qt::black), dice, 90);
+    return page.convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+}
+
+QImage halftone(Dice *dice)
+{
+    const double across = 2.0 + dice->below(30) / 10.0;
+    return drawn(240, 200, Qt::white,
+                 [&](QPainter *painter) {
+                     painter->setBrush(Qt::black);
+                     painter->setPen(Qt::NoPen);
+                     for (int y = 0; y < 200; y += 6) {
+                         for (int x = 0; x < 240; x += 6) {
+                             const double part = 0.5 + 0.5 * std::sin(x / 40.0 * across / 3.0);
+                             painter->drawEllipse(QPointF(x + 3, y + 3), 2.6 * part, 2.6 * part);
+                         }
+                     }
+                 })
+        .convertToFormat(QImage::Format_Mono, Qt::ThresholdDither);
+}
+
+QImage dialog(Dice *dice)
+{
+    return drawn(360, 260, QColor(240, 240, 241), [&](QPainter *painter) {
+        painter->fillRect(0, 0, 360, 22, dice->colour());
+        for (int row = 0; row < 8; ++row) {
+            painter->setPen(QPen(QColor(35, 38, 41), 1.1));
+            lettering(painter, dice, QPointF(14, 36 + row * 27), 9, dice->between(6, 14));
+            painter->setPen(QColor(180, 182, 184));
+            painter->setBrush(Qt::white);
+            painter->drawRect(190, 30 + row * 27, 150, 20);
+            painter->setBrush(Qt::NoBrush);
+        }
+        painter->fillRect(250, 240, 90, 16, dice->colour());
+    });
+}
+
+QImage map(Dice *dice)
+{
+    return drawn(340, 280, QColor(247, 244, 230), [&](QPainter *painter) {
+        for (int k = 0; k < 10; ++k) {
+            QPolygonF land;
+            const QPointF middle(dice->below(340), dice->below(280));
+            for (int i = 0; i < 9; ++i) {
+                const double angle = i * 0.698;
+                land << middle + dice->between(30, 80) * QPointF(std::cos(angle), std::sin(angle));
+            }
+            painter->setBrush(QColor::fromHsv(dice->below(360), 40, 240));
+            painter->setPen(QPen(QColor(120, 110, 100), 0.8));
+            painter->drawPolygon(land);
+        }
+        for (int k = 0; k < 7; ++k) {
+            painter->setPen(QPen(dice->colour(), 1.0 + k % 3));
+            painter->drawLine(dice->below(340), 0, dice->below(340), 280);
+        }
+        painter->setPen(QPen(Qt::black, 1.0));
+        for (int k = 0; k < 12; ++k)
+            lettering(painter, dice, QPointF(dice->below(290), dice->below(265)), 8, 6);
+    });
+}
+
+QImage logo(Dice *dice)
+{
+    return drawn(260, 220, dice->below(2) ? Qt::white : Qt::transparent, [&](QPainter *painter) {
+        painter->setPen(Qt::NoPen);
+        for (int k = 0; k < 5; ++k) {
+            painter->setBrush(dice->colour());
+            painter->drawEllipse(dice->below(160), dice->below(120), 90, 90);
+        }
+    });
+}
+
+QImage icon(Dice *dice)
+{
+    const int side = 16 << dice->below(2);
+    return drawn(side, side, Qt::transparent, [&](QPainter *painter) {
+        painter->setBrush(dice->colour());
+        painter->drawRoundedRect(1, 1, side - 2, side - 2, 3, 3);
+        painter->fillRect(side / 4, side / 4, side / 2, side / 2, dice->colour());
+    });
+}
+
+QImage gradient(Dice *dice)
+{
+    const QColor from = dice->colour();
+    const QColor to = dice->colour();
+    return drawn(256, 200, from, [&](QPainter *painter) {
+        QLinearGradient ramp(0, 0, dice->between(150, 256), dice->between(0, 200));
+        ramp.setColorAt(0, from);
+        ramp.setColorAt(1, to);
+        painter->fillRect(0, 0, 256, 200, ramp);
+    });
+}
+
+QImage scenery(Dice *dice)
+{
+    QImage image = drawn(240, 200, Qt::gray, [&](QPainter *painter) {
+        painter->setPen(Qt::NoPen);
+        for (int k = 0; k < 60; ++k) {
+            QRadialGradient blob(dice->below(240), dice->below(200), dice->between(20, 60));
+            QColor colour = dice->colour();
+            blob.setColorAt(0, colour);
+            colour.setAlpha(0);
+            blob.setColorAt(1, colour);
+            painter->fillRect(0, 0, 240, 200, blob);
+        }
+    });
+    return asJpeg(withNoise(image, dice, 6), 90);
+}
+
+struct Row
+{
+    const char *name;
+    QImage (*draw)(Dice *);
+    Kind kind;
+};
+
+const Row kRows[] = {
+    { "clean text", cleanText, Kind::LineArt },
+    { "scanned text", scannedText, Kind::LineArt },
+    { "text on coloured paper", colouredPaper, Kind::LineArt },
+    { "fax", fax, Kind::LineArt },
+    { "halftone", halftone, Kind::LineArt },
+    { "dialog", dialog, Kind::Logo },
+    { "map", map, Kind::Logo },
+    { "logo", logo, Kind::Logo },
+    { "icon", icon, Kind::Logo },
+    { "gradient", gradient, Kind::Photo },
+    { "scenery", scenery, Kind::Photo },
+};
+
+} // namespace
+
+class tst_Kinds : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void kindsOfDrawnPictures_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("seed");
+        for (int row = 0; row < int(std::size(kRows)); ++row) {
+            for (int seed = 1; seed <= kOfEachKind; ++seed)
+                QTest::addRow("%s %d", kRows[row].name, seed) << row << seed;
+        }
+    }
+    void kindsOfDrawnPictures()
+    {
+        QFETCH(int, row);
+        QFETCH(int, seed);
+        Dice dice(static_cast<unsigned>(100 * row + seed));
+        Picture picture(kRows[row].draw(&dice));
+        const Classification found = classify(&picture);
+        QVERIFY2(found.kind == kRows[row].kind, found.reason.c_str());
+        QVERIFY(!found.reason.empty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Kinds)
+#include "tst_kinds.moc"

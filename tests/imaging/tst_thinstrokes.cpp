@@ -1,0 +1,104 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Thin strokes are judged as a whole.
+#include "imaging/palette.h"
+#include "imaging/segment.h"
+
+#include <QTest>
+
+#include <algorithm>
+
+using namespace ztrace;
+
+namespace {
+
+const QRgb kPaper = 0xFFFFFFFFu;
+const QRgb kBlack = 0xFF000000u;
+const QRgb kGrey = 0xFF787878u;
+
+QRgb between(QRgb a, QRgb b, double part)
+{
+    const auto mix = [part](int from, int to) { return int(from + (to - from) * part + 0.5); };
+    return qRgb(mix(qRed(a), qRed(b)), mix(qGreen(a), qGreen(b)), mix(qBlue(a), qBlue(b)));
+}
+
+// A stroke across paper at row 20, of the given coverage pixel by pixel, beside a square of black
+// and one of grey.
+QImage stroke(QRgb colour, const std::vector<double> &coverage)
+{
+    QImage image(100, 60, QImage::Format_ARGB32);
+    image.fill(kPaper);
+    for (int i = 0; i < 144; ++i) {
+        image.setPixel(10 + i % 12, 40 + i / 12, kBlack);
+        image.setPixel(60 + i % 12, 40 + i / 12, kGrey);
+    }
+    for (int x = 10; x < 90; ++x) {
+        const double part = coverage[std::size_t(x) % coverage.size()];
+        image.setPixel(x, 20, between(kPaper, colour, part));
+    }
+    return image;
+}
+
+std::vector<QRgb> coloursAlong(const QImage &image)
+{
+    const EdgeMap edges(image);
+    const LabelPlane plane = reduceFlat(image, edges, flatPalette(image, edges, 64));
+    std::vector<QRgb> colours;
+    for (std::size_t x = 12; x < 88; ++x)
+        colours.push_back(plane.colours[plane.labels[20 * 100 + x]]);
+    std::sort(colours.begin(), colours.end());
+    colours.erase(std::unique(colours.begin(), colours.end()), colours.end());
+    return colours;
+}
+
+} // namespace
+
+class tst_ThinStrokes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void changingCoverageIsOneColour_data()
+    {
+        QTest::addColumn<QRgb>("colour");
+        QTest::newRow("black, though grey is there") << kBlack;
+        QTest::newRow("a brown that no area has") << 0xFF96502Du;
+        QTest::newRow("grey") << kGrey;
+    }
+    void changingCoverageIsOneColour()
+    {
+        QFETCH(QRgb, colour);
+        const QImage image = stroke(colour, { 1.0, 0.9, 0.7, 0.55, 0.7, 0.9, 1.0, 0.6 });
+        const std::vector<QRgb> colours = coloursAlong(image);
+        QCOMPARE(colours.size(), std::size_t(1));
+        for (int shift : { 0, 8, 16 })
+            QVERIFY(std::abs(int(colours[0] >> shift & 255u) - int(colour >> shift & 255u)) < 24);
+    }
+
+    // A red stroke that a black one goes on from stays red: one colour for both would cost more.
+    void twoColoursStayTwo()
+    {
+        QImage image = stroke(kBlack, { 1.0, 0.8 });
+        for (int x = 10; x < 50; ++x)
+            image.setPixel(x, 20, between(kPaper, 0xFFDC1414u, x % 2 ? 1.0 : 0.8));
+        QCOMPARE(coloursAlong(image).size(), std::size_t(2));
+    }
+
+    void sidesOfAStrokeGoWithItOrWithThePaper()
+    {
+        QImage image = stroke(kBlack, { 1.0 });
+        for (int x = 10; x < 90; ++x) {
+            image.setPixel(x, 19, between(kPaper, kBlack, 0.7));
+            image.setPixel(x, 21, between(kPaper, kBlack, 0.3));
+        }
+        const EdgeMap edges(image);
+        const LabelPlane plane = reduceFlat(image, edges, flatPalette(image, edges, 64));
+        for (std::size_t x = 14; x < 86; ++x) {
+            QCOMPARE(plane.colours[plane.labels[19 * 100 + x]], kBlack);
+            QCOMPARE(plane.colours[plane.labels[21 * 100 + x]], kPaper);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_ThinStrokes)
+#include "tst_thinstrokes.moc"

@@ -1,0 +1,309 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Drawings of known lines: kinds, places, widths, where they meet and end.
+#include "StrokesRig.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace ztrace::strokes;
+using ztrace::fit::Kind;
+
+namespace {
+
+const double kThin = 3.0;
+const double kThick = 6.0;
+
+bool isNear(Point a, Point b, double within)
+{
+    return std::hypot(a.x - b.x, a.y - b.y) < within;
+}
+
+} // namespace
+
+class tst_CentreLines : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aLineIsOneStroke_data();
+    void aLineIsOneStroke();
+    void aCircleIsOneStroke_data();
+    void aCircleIsOneStroke();
+    void anArcKeepsItsEnds();
+    void anEndOnALineStopsOnItsMiddle();
+    void linesThatCrossGoThrough_data();
+    void linesThatCrossGoThrough();
+    void aCornerIsWhereTheLinesMeet();
+    void aRectangleHasFourLines();
+    void aRoundedCornerIsAnArc();
+    void aCircleBrokenByLinesStaysOne();
+    void anUnevenEdgeMakesNoStrokes();
+    void aShortGapIsBridged();
+    void aLongGapIsNot();
+    void twoPensAreTold();
+    void aSolidDiscIsNoStroke();
+    void oddPicturesGiveSomething_data();
+    void oddPicturesGiveSomething();
+    void theSamePictureGivesTheSame();
+};
+
+void tst_CentreLines::aLineIsOneStroke_data()
+{
+    QTest::addColumn<double>("degrees");
+    QTest::addColumn<double>("width");
+    QTest::addColumn<bool>("hard");
+    for (double degrees : { 0.0, 1.0, 17.0, 45.0, 71.0, 90.0 }) {
+        for (double width : { 2.0, 3.3, 8.0 }) {
+            for (bool hard : { false, true })
+                QTest::addRow("%g degrees, %g px, %s", degrees, width, hard ? "hard" : "soft")
+                    << degrees << width << hard;
+        }
+    }
+}
+
+void tst_CentreLines::aLineIsOneStroke()
+{
+    QFETCH(double, degrees);
+    QFETCH(double, width);
+    QFETCH(bool, hard);
+    const double angle = degrees * M_PI / 180;
+    const Point middle = { 120.3, 120.7 };
+    const Point arm = 100.0 * Point { std::cos(angle), std::sin(angle) };
+    const StrokeDrawing drawing = strokesOn(Sheet(240, 240).line(middle - arm, middle + arm, width),
+                                            hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, middle - arm, middle + arm, hard ? 0.8 : 0.35),
+             listOf(drawing).c_str());
+    QVERIFY2(std::fabs(drawing.strokes[0].width - width) < (hard ? 0.8 : 0.15),
+             listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aCircleIsOneStroke_data()
+{
+    QTest::addColumn<double>("radius");
+    QTest::addColumn<bool>("hard");
+    for (double radius : { 8.0, 20.0, 90.0 }) {
+        for (bool hard : { false, true })
+            QTest::addRow("radius %g, %s", radius, hard ? "hard" : "soft") << radius << hard;
+    }
+}
+
+void tst_CentreLines::aCircleIsOneStroke()
+{
+    QFETCH(double, radius);
+    QFETCH(bool, hard);
+    const Point centre = { 120.3, 119.6 };
+    const StrokeDrawing drawing = strokesOn(Sheet(240, 240).arc(centre, radius, 0, 2 * M_PI, kThin),
+                                            hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    const ztrace::fit::Piece &piece = drawing.strokes[0].piece;
+    QCOMPARE(int(piece.kind), int(Kind::Circle));
+    QVERIFY2(isNear(piece.centre, centre, hard ? 0.2 : 0.05), listOf(drawing).c_str());
+    QVERIFY2(std::fabs(piece.radius - radius) < (hard ? 0.2 : 0.05), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::anArcKeepsItsEnds()
+{
+    const Point centre = { 100, 100 };
+    const StrokeDrawing drawing = strokesOn(Sheet(200, 200).arc(centre, 70, 0.4, 2.0, 4.0));
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    const ztrace::fit::Piece &piece = drawing.strokes[0].piece;
+    QCOMPARE(int(piece.kind), int(Kind::Arc));
+    const ztrace::fit::ArcShape arc = ztrace::fit::arcShape(piece);
+    QVERIFY2(isNear(arc.centre, centre, 0.15), listOf(drawing).c_str());
+    QVERIFY(std::fabs(std::fabs(arc.sweep) - 2.0) < 0.01);
+}
+
+void tst_CentreLines::anEndOnALineStopsOnItsMiddle()
+{
+    const StrokeDrawing drawing = strokesOn(Sheet(240, 160)
+                                                .line({ 20, 40.5 }, { 220, 44.5 }, kThick)
+                                                .line({ 120, 42.5 }, { 100, 140 }, kThin));
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 20, 40.5 }, { 220, 44.5 }, 0.4), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 120, 42.5 }, { 100, 140 }, 0.4), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::linesThatCrossGoThrough_data()
+{
+    QTest::addColumn<double>("degrees");
+    for (double degrees : { 90.0, 60.0, 35.0, 20.0 })
+        QTest::addRow("at %g degrees", degrees) << degrees;
+}
+
+void tst_CentreLines::linesThatCrossGoThrough()
+{
+    QFETCH(double, degrees);
+    const double half = 0.5 * degrees * M_PI / 180;
+    const Point middle = { 150, 150 };
+    const Point a = 120.0 * Point { std::cos(0.3 + half), std::sin(0.3 + half) };
+    const Point b = 120.0 * Point { std::cos(0.3 - half), std::sin(0.3 - half) };
+    const StrokeDrawing drawing = strokesOn(
+        Sheet(300, 300).line(middle - a, middle + a, 4.0).line(middle - b, middle + b, 4.0));
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, middle - a, middle + a, 0.4), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, middle - b, middle + b, 0.4), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aCornerIsWhereTheLinesMeet()
+{
+    const Point corner = { 50.3, 60.8 };
+    const StrokeDrawing drawing
+        = strokesOn(Sheet(240, 200).line(corner, { 220, 70 }, 5.0).line(corner, { 90, 180 }, 5.0));
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, corner, { 220, 70 }, 0.3), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, corner, { 90, 180 }, 0.3), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aRectangleHasFourLines()
+{
+    Sheet sheet(300, 200);
+    sheet.line({ 30, 30 }, { 260, 30 }, 4).line({ 260, 30 }, { 260, 170 }, 4);
+    sheet.line({ 260, 170 }, { 30, 170 }, 4).line({ 30, 170 }, { 30, 30 }, 4);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 4, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 30, 30 }, { 260, 30 }, 0.2), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 30, 170 }, { 30, 30 }, 0.2), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aRoundedCornerIsAnArc()
+{
+    Sheet sheet(240, 240);
+    sheet.line({ 30, 40 }, { 150, 40 }, 4).arc({ 150, 70 }, 30, -M_PI / 2, M_PI / 2, 4);
+    sheet.line({ 180, 70 }, { 180, 210 }, 4);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+    QCOMPARE(countOf(drawing, Kind::Arc), 1);
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.piece.kind != Kind::Arc)
+            continue;
+        const ztrace::fit::ArcShape arc = ztrace::fit::arcShape(stroke.piece);
+        QVERIFY2(std::fabs(arc.radius - 30) < 0.5, listOf(drawing).c_str());
+        QVERIFY2(isNear(arc.centre, { 150, 70 }, 0.5), listOf(drawing).c_str());
+    }
+}
+
+void tst_CentreLines::aCircleBrokenByLinesStaysOne()
+{
+    const Point centre = { 150, 150 };
+    Sheet sheet(300, 300);
+    sheet.arc(centre, 100, 0, 2 * M_PI, 4);
+    for (int k = 0; k < 5; ++k) {
+        const double angle = 0.2 + k * M_PI / 5;
+        const Point arm = 130.0 * Point { std::cos(angle), std::sin(angle) };
+        sheet.line(centre - arm, centre + arm, 3);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(countOf(drawing, Kind::Circle) == 1, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Line) == 5, listOf(drawing).c_str());
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+}
+
+void tst_CentreLines::anUnevenEdgeMakesNoStrokes()
+{
+    // Every ninth pixel along both edges a step of one pixel.
+    Sheet sheet(300, 80);
+    sheet.line({ 20, 40 }, { 280, 40 }, 7);
+    for (int x = 25; x < 275; x += 9) {
+        sheet.disc({ x + 0.5, 36.5 }, 1.2);
+        sheet.disc({ x + 4.5, 43.5 }, 1.2);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aShortGapIsBridged()
+{
+    Sheet sheet(300, 120);
+    sheet.line({ 20, 40 }, { 280, 90 }, 4).paper({ 150, 0 }, { 153, 119 });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 20, 40 }, { 280, 90 }, 0.4), listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aLongGapIsNot()
+{
+    Sheet sheet(300, 120);
+    sheet.line({ 20, 40 }, { 280, 90 }, 4).paper({ 140, 0 }, { 160, 119 });
+    QCOMPARE(strokesOn(sheet).strokes.size(), std::size_t(2));
+}
+
+void tst_CentreLines::twoPensAreTold()
+{
+    Sheet sheet(300, 300);
+    for (int k = 0; k < 4; ++k) {
+        sheet.line({ 30, 30.0 + 25 * k }, { 270, 40.0 + 25 * k }, 2.5);
+        sheet.line({ 30, 160.0 + 25 * k }, { 270, 150.0 + 25 * k }, 5.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(drawing.pens.size(), std::size_t(2));
+    QVERIFY(std::fabs(drawing.pens[0] - 2.5) < 0.2);
+    QVERIFY(std::fabs(drawing.pens[1] - 5.0) < 0.2);
+    for (const Stroke &stroke : drawing.strokes)
+        QCOMPARE(stroke.pen, stroke.piece.start.y > 140 ? 1 : 0);
+}
+
+void tst_CentreLines::aSolidDiscIsNoStroke()
+{
+    Sheet sheet(300, 200);
+    sheet.line({ 20, 100 }, { 280, 100 }, 4).line({ 150, 20 }, { 150, 180 }, 4);
+    sheet.disc({ 150, 100 }, 25);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY(!drawing.solids.cells.empty());
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(150, 100)]), 1);
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(60, 100)]), 0);
+}
+
+void tst_CentreLines::oddPicturesGiveSomething_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::addColumn<int>("pattern");
+    const char *const names[] = { "paper", "ink", "checkerboard", "noise", "lines of one pixel" };
+    for (int pattern = 0; pattern < 5; ++pattern) {
+        for (int side : { 1, 2, 3, 50 }) {
+            QTest::addRow("%s, %d x 50", names[pattern], side) << side << 50 << pattern;
+            QTest::addRow("%s, 50 x %d", names[pattern], side) << 50 << side << pattern;
+        }
+    }
+}
+
+void tst_CentreLines::oddPicturesGiveSomething()
+{
+    QFETCH(int, width);
+    QFETCH(int, height);
+    QFETCH(int, pattern);
+    std::vector<uint8_t> grey;
+    unsigned state = 1;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            state = state * 1664525u + 1013904223u;
+            const int values[]
+                = { 255, 0, (x + y) % 2 ? 0 : 255, int(state >> 24), y % 4 == 0 ? 0 : 255 };
+            grey.push_back(uint8_t(values[pattern]));
+        }
+    }
+    const StrokeDrawing drawing = strokesOn(grey, width, height, pattern != 3);
+    for (const Stroke &stroke : drawing.strokes) {
+        const ztrace::fit::Piece &p = stroke.piece;
+        QVERIFY(std::isfinite(p.start.x + p.start.y + p.end.x + p.end.y + p.bulge + p.radius
+                              + stroke.width));
+        QVERIFY(stroke.pen >= 0 && std::size_t(stroke.pen) < drawing.pens.size());
+    }
+    if (pattern == 0)
+        QVERIFY(drawing.strokes.empty());
+}
+
+void tst_CentreLines::theSamePictureGivesTheSame()
+{
+    Sheet sheet(200, 200);
+    for (int k = 0; k < 7; ++k)
+        sheet.line({ 20, 20.0 + 25 * k }, { 180, 100 }, 3)
+            .line({ 100, 20 }, { 20.0 + 25 * k, 180 }, 3);
+    QCOMPARE(listOf(strokesOn(sheet)), listOf(strokesOn(sheet)));
+}
+
+QTEST_APPLESS_MAIN(tst_CentreLines)
+#include "tst_centrelines.moc"

@@ -1,0 +1,268 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Rows of dashes: which are one line, of what type, and where it ends.
+#include "StrokesRig.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace ztrace::strokes;
+using ztrace::fit::Kind;
+
+namespace {
+
+const double kTurn = 2 * 3.14159265358979323846;
+
+typedef std::vector<double> Lengths;
+
+double sumOf(const Lengths &pattern)
+{
+    double sum = 0.0;
+    for (double length : pattern)
+        sum += length;
+    return sum;
+}
+
+std::vector<Run> runsOf(const Lengths &pattern, int periods, bool withLast = true)
+{
+    std::vector<Run> runs;
+    double at = 0.0;
+    for (int k = 0; k < periods; ++k) {
+        for (std::size_t i = 0; i < pattern.size(); i += 2) {
+            runs.push_back({ at, at + pattern[i] });
+            at += pattern[i] + pattern[i + 1];
+        }
+    }
+    if (withLast)
+        runs.push_back({ at, at + pattern[0] });
+    return runs;
+}
+
+// Dashes with square ends from a place on; returns where the last one ends.
+Point drawDashes(Sheet *sheet, Point from, double radians, const Lengths &pattern, int periods,
+                 double width)
+{
+    const Point u = { std::cos(radians), std::sin(radians) };
+    double last = 0.0;
+    for (const Run &run : runsOf(pattern, periods)) {
+        // The rig's ends are round: the dash is as long with them.
+        const double half = std::min(0.5 * width, 0.499 * run.length());
+        sheet->line(from + (run.from + half) * u, from + (run.to - half) * u, width);
+        last = run.to;
+    }
+    return from + last * u;
+}
+
+int dashedOf(const StrokeDrawing &drawing)
+{
+    int count = 0;
+    for (const Stroke &stroke : drawing.strokes)
+        count += stroke.dashing.type == DashType::None ? 0 : 1;
+    return count;
+}
+
+} // namespace
+
+class tst_Dashes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void runsTellTheType_data();
+    void runsTellTheType();
+    void aPatternEndsWithTheLastDash();
+    void withoutOrderThereIsNoType_data();
+    void withoutOrderThereIsNoType();
+    void dashesAreOneLine_data();
+    void dashesAreOneLine();
+    void aCircleOfDashesIsACircle();
+    void aDashBehindACrossingIsPassed();
+    void dashesKeepTheirCorner();
+    void aBrokenLineStaysALine();
+    void specksAreNoLine();
+    void parallelsAreNoDashes();
+};
+
+Q_DECLARE_METATYPE(DashType)
+
+void tst_Dashes::runsTellTheType_data()
+{
+    QTest::addColumn<Lengths>("pattern");
+    QTest::addColumn<int>("type");
+    QTest::newRow("even dashes are hidden") << Lengths { 36, 9 } << int(DashType::Hidden);
+    QTest::newRow("short dashes are hidden") << Lengths { 9, 9 } << int(DashType::Hidden);
+    QTest::newRow("dots") << Lengths { 3, 9 } << int(DashType::Dot);
+    QTest::newRow("long and short is centre") << Lengths { 72, 9, 3, 9 } << int(DashType::Center);
+    QTest::newRow("close ones too") << Lengths { 19, 2.4, 2.4, 2.4 } << int(DashType::Center);
+    QTest::newRow("two short ones is phantom")
+        << Lengths { 72, 9, 3, 9, 3, 9 } << int(DashType::Phantom);
+}
+
+void tst_Dashes::runsTellTheType()
+{
+    QFETCH(Lengths, pattern);
+    QFETCH(int, type);
+    const Dashing dashing = dashingOf(runsOf(pattern, 8), 3.0, 0.0);
+    QCOMPARE(int(dashing.type), type);
+    QCOMPARE(dashing.pattern.size(), pattern.size());
+    for (std::size_t k = 0; k < pattern.size(); ++k)
+        QVERIFY(std::fabs(dashing.pattern[k] - pattern[k]) < 1e-6);
+    const double whole = 8 * sumOf(pattern);
+    QCOMPARE(int(dashingOf(runsOf(pattern, 8, false), 3.0, whole).type), type);
+}
+
+void tst_Dashes::aPatternEndsWithTheLastDash()
+{
+    std::vector<Run> runs = runsOf({ 30, 8 }, 6);
+    for (Run &run : runs) {
+        run.from *= 1.01;
+        run.to *= 1.01;
+    }
+    runs[2].to += 0.7;
+    const Dashing dashing = dashingOf(runs, 3.0, 0.0);
+    QCOMPARE(int(dashing.type), int(DashType::Hidden));
+    QVERIFY(std::fabs(6 * sumOf(dashing.pattern) + dashing.pattern[0] - runs.back().to) < 1e-6);
+}
+
+void tst_Dashes::withoutOrderThereIsNoType_data()
+{
+    QTest::addColumn<std::vector<double>>("dashes");
+    QTest::addColumn<std::vector<double>>("gaps");
+    QTest::newRow("three dashes") << Lengths { 20, 20, 20 } << Lengths { 6, 6 };
+    QTest::newRow("breaks of a pen") << Lengths { 90, 41, 160, 12, 70 } << Lengths { 3, 6, 4, 5 };
+    QTest::newRow("gaps of all lengths")
+        << Lengths { 20, 20, 20, 20, 20 } << Lengths { 4, 15, 30, 9 };
+    QTest::newRow("longer gaps than dashes") << Lengths { 9, 9, 9, 9, 9 } << Lengths { 20, 20, 20, 20 };
+    QTest::newRow("four dots") << Lengths { 3, 3, 3, 3 } << Lengths { 9, 9, 9 };
+}
+
+void tst_Dashes::withoutOrderThereIsNoType()
+{
+    QFETCH(std::vector<double>, dashes);
+    QFETCH(std::vector<double>, gaps);
+    std::vector<Run> runs;
+    double at = 0.0;
+    for (std::size_t k = 0; k < dashes.size(); ++k) {
+        runs.push_back({ at, at + dashes[k] });
+        at += dashes[k] + (k < gaps.size() ? gaps[k] : 0.0);
+    }
+    QCOMPARE(int(dashingOf(runs, 3.0, 0.0).type), int(DashType::None));
+}
+
+void tst_Dashes::dashesAreOneLine_data()
+{
+    QTest::addColumn<Lengths>("pattern");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<double>("degrees");
+    QTest::addColumn<bool>("hard");
+    for (double degrees : { 0.0, 33.0, 90.0 }) {
+        for (bool hard : { false, true }) {
+            const char *tone = hard ? "hard" : "soft";
+            QTest::addRow("hidden, %g degrees, %s", degrees, tone)
+                << Lengths { 24, 9 } << int(DashType::Hidden) << degrees << hard;
+            QTest::addRow("centre, %g degrees, %s", degrees, tone)
+                << Lengths { 48, 9, 3, 9 } << int(DashType::Center) << degrees << hard;
+            QTest::addRow("phantom, %g degrees, %s", degrees, tone)
+                << Lengths { 48, 9, 3, 9, 3, 9 } << int(DashType::Phantom) << degrees << hard;
+            QTest::addRow("dots, %g degrees, %s", degrees, tone)
+                << Lengths { 3, 9, 3, 9, 3, 9 } << int(DashType::Dot) << degrees << hard;
+        }
+    }
+}
+
+void tst_Dashes::dashesAreOneLine()
+{
+    QFETCH(Lengths, pattern);
+    QFETCH(int, type);
+    QFETCH(double, degrees);
+    QFETCH(bool, hard);
+    Sheet sheet(420, 420);
+    const Point from = { 30.3, 30.4 };
+    const Point to = drawDashes(&sheet, from, degrees * kTurn / 360, pattern, 4, 3.0);
+    sheet.line({ 300, 390 }, { 400, 370 }, 3.0); // a pen: what has none is solid
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QCOMPARE(int(drawing.strokes.back().dashing.type), type);
+    QVERIFY2(hasLine(drawing, from, to, 1.0), listOf(drawing).c_str());
+}
+
+void tst_Dashes::aCircleOfDashesIsACircle()
+{
+    Sheet sheet(300, 300);
+    const Point centre = { 150.2, 149.7 };
+    for (int k = 0; k < 20; ++k)
+        sheet.arc(centre, 100, k * kTurn / 20, 0.7 * kTurn / 20, 4.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    const Stroke &circle = drawing.strokes[0];
+    QCOMPARE(int(circle.piece.kind), int(Kind::Circle));
+    QCOMPARE(int(circle.dashing.type), int(DashType::Hidden));
+    QVERIFY(std::fabs(circle.piece.radius - 100) < 0.2);
+    QVERIFY(std::fabs(circle.piece.centre.x - centre.x) < 0.2);
+    QVERIFY(std::fabs(circle.piece.centre.y - centre.y) < 0.2);
+    QVERIFY(std::fabs(20 * sumOf(circle.dashing.pattern) - kTurn * 100) < 3.0);
+}
+
+// The short dash of a centre line, and one dash, lie on lines that cross it.
+void tst_Dashes::aDashBehindACrossingIsPassed()
+{
+    Sheet sheet(500, 120);
+    const Point to = drawDashes(&sheet, { 20, 60 }, 0.0, { 60, 9, 3, 9 }, 5, 3.0);
+    const double dot = 20 + 81 + 70.5;
+    sheet.line({ dot, 15 }, { dot, 105 }, 6.0);
+    sheet.line({ 300, 15 }, { 340, 105 }, 6.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(dashedOf(drawing), 1);
+    QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 20, 60 }, to, 1.0), listOf(drawing).c_str());
+}
+
+// Two hidden lines whose outer dashes meet.
+void tst_Dashes::dashesKeepTheirCorner()
+{
+    Sheet sheet(260, 260);
+    const Point right = drawDashes(&sheet, { 30, 30 }, 0.0, { 24, 8 }, 5, 4.0);
+    const Point below = drawDashes(&sheet, { 32, 28 }, 0.25 * kTurn, { 24, 8 }, 5, 4.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 2);
+    QVERIFY2(hasLine(drawing, { 32, 30 }, right, 1.2), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 32, 30 }, below, 1.2), listOf(drawing).c_str());
+}
+
+void tst_Dashes::aBrokenLineStaysALine()
+{
+    Sheet sheet(500, 60);
+    sheet.line({ 20, 30 }, { 480, 30 }, 4.0);
+    for (double at : { 90.0, 131.0, 300.0, 320.0, 433.0 })
+        sheet.paper({ at, 20 }, { at + 3.0, 40 });
+    QCOMPARE(dashedOf(strokesOn(sheet)), 0);
+}
+
+void tst_Dashes::specksAreNoLine()
+{
+    Sheet sheet(600, 600);
+    uint32_t seed = 12345;
+    for (int k = 0; k < 3000; ++k) {
+        seed = seed * 1664525u + 1013904223u;
+        const double x = 5 + (seed >> 8) % 5900 / 10.0;
+        seed = seed * 1664525u + 1013904223u;
+        const double y = 5 + (seed >> 8) % 5900 / 10.0;
+        sheet.disc({ x, y }, 1.2);
+    }
+    QVERIFY(dashedOf(strokesOn(sheet)) <= 2);
+}
+
+void tst_Dashes::parallelsAreNoDashes()
+{
+    Sheet sheet(400, 200);
+    for (int k = 0; k < 20; ++k)
+        sheet.line({ 20.0 + 18 * k, 60 }, { 20.0 + 18 * k, 140 }, 3.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(dashedOf(drawing), 0);
+    QCOMPARE(countOf(drawing, Kind::Line), 20);
+}
+
+QTEST_APPLESS_MAIN(tst_Dashes)
+#include "tst_dashes.moc"
