@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <unordered_map>
 
 namespace ztrace::strokes {
@@ -34,7 +33,8 @@ const double kDotWidths = 2.6;     // widths of a line that a dot is long at mos
 const double kDotPixels = 2.0;
 const double kShortWidths = 3.0;   // widths of a dash that is short
 const double kAloneWidths = 4.0;   // widths around a short dash that are looked at for specks
-const double kMostOthers = 0.5;    // specks a short dash that may lie there
+const double kMostCrowded = 0.4;   // part of the short dashes beside which there may be some
+const std::size_t kFewDots = 5;    // that a circle through them says nothing
 const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
 
 double lengthOf(Point p)
@@ -85,6 +85,7 @@ struct Chain
     fit::Primitive carrier = {};
     double width = 0.0;
     bool closed = false;
+    bool areDots = false; // all of them
 };
 
 class DashFinder
@@ -261,9 +262,13 @@ private:
         fit::Primitive carrier = {};
         double cost = 0.0;
         const Next &front = chain->dashes.front();
-        if (!cheapest(sum, measure, dash(front.dash).end[front.near], other.end[1 - next.near],
-                      &carrier, &cost))
+        const Point first = dash(front.dash).end[front.near];
+        const Point last = other.end[1 - next.near];
+        if (!cheapest(sum, measure, first, last, &carrier, &cost))
             return false;
+        // A few dots lie on any circle.
+        if (carrier.arc && chain->areDots && other.isDot() && chain->dashes.size() < kFewDots)
+            carrier = fit::lineOf(sum, fit::lineMoments(sum), first, last);
         const double rms = std::sqrt(std::max(0.0, carrier.chi2) / sum.w);
         if (rms > kRms + kRmsSigmas * measure.sigma)
             return false;
@@ -272,6 +277,7 @@ private:
         chain->moments = sum;
         chain->carrier = carrier;
         chain->dashes.push_back(next);
+        chain->areDots = chain->areDots && other.isDot();
         inChain[std::size_t(next.dash)] = stamp;
         return true;
     }
@@ -350,13 +356,14 @@ private:
         });
         near.resize(std::min(near.size(), kMostTries));
         for (const Next &other : near) {
-            if (dash(number).isUsed)
+            if (dash(number).isUsed || dash(number).isTried)
                 return;
             beginChain();
             Chain chain;
             chain.dashes = { { number, 0, 0.0 } };
             chain.moments = dash(number).moments;
             chain.width = dash(number).width;
+            chain.areDots = true;
             inChain[std::size_t(number)] = stamp;
             if (append(&chain, other))
                 growBothWays(&chain);
@@ -374,7 +381,7 @@ private:
         if (chain->dashes.size() >= 3 && accept(*chain))
             return;
         for (const Next &next : chain->dashes) {
-            if (!dash(next.dash).isDot())
+            if (!dash(next.dash).isDot() || chain->dashes.size() > kFewDots)
                 dash(next.dash).isTried = true;
         }
     }
@@ -402,9 +409,6 @@ private:
             runs = inkAlong(track, coverage, -beyond, to + beyond, width);
             trimEnds(0.0, to, &runs);
         }
-        if (getenv("ZD")) { fprintf(stderr,"chain %zu closed %d arc %d from %.1f %.1f to %.1f %.1f width %.2f:",chain.dashes.size(),chain.closed,chain.carrier.arc,first.x,first.y,last.x,last.y,width);
-        for(auto&r:runs) fprintf(stderr," %.1f-%.1f",r.from,r.to);
-        fprintf(stderr," type %d\n",int(dashingOf(runs, width, chain.closed ? track.whole() : 0.0).type)); }
         Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
         if (dashing.type == DashType::None
             || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
@@ -420,20 +424,26 @@ private:
     {
         const double reach
             = std::min(kMostReach, kAloneWidths * chain.width + kReachPixels);
-        std::size_t others = 0;
-        for (const Next &next : chain.dashes) {
-            const Point at = dash(next.dash).end[next.near];
-            for (int y = cellAt(at.y - reach); y <= cellAt(at.y + reach); ++y) {
-                for (int x = cellAt(at.x - reach); x <= cellAt(at.x + reach); ++x) {
-                    const auto cell = grid.find(keyOf(x, y));
-                    if (cell == grid.end())
-                        continue;
-                    for (int entry : cell->second)
-                        others += isStrange(chain, entry, at, reach) ? 1u : 0u;
+        std::size_t crowded = 0;
+        for (const Next &next : chain.dashes)
+            crowded += hasCompany(chain, dash(next.dash).end[next.near], reach) ? 1u : 0u;
+        return double(crowded) <= kMostCrowded * double(chain.dashes.size());
+    }
+
+    bool hasCompany(const Chain &chain, Point at, double reach) const
+    {
+        for (int y = cellAt(at.y - reach); y <= cellAt(at.y + reach); ++y) {
+            for (int x = cellAt(at.x - reach); x <= cellAt(at.x + reach); ++x) {
+                const auto cell = grid.find(keyOf(x, y));
+                if (cell == grid.end())
+                    continue;
+                for (int entry : cell->second) {
+                    if (isStrange(chain, entry, at, reach))
+                        return true;
                 }
             }
         }
-        return double(others) <= kMostOthers * double(chain.dashes.size());
+        return false;
     }
 
     // Dots beside the chain that are of no chain.

@@ -20,6 +20,8 @@ const double kDotWidths = 2.2;   // the same in widths of the line
 const double kLeastDash = 0.8;   // part of the gap that dashes are long at least
 const double kLeastWidths = 1.8; // widths that a dash is long
 const double kLeastGap = 1.6;    // pixels; noise makes shorter ones in thin lines
+const double kLeastGapPart = 0.15; // of the dash
+const double kLeastDotWidths = 0.35;
 const double kLeastChainGap = 1.2;
 const double kLeastLong = 3.5;   // widths of a long dash
 // Gaps over so many widths have to be shorter than the dashes: edges in a row have such distances.
@@ -221,7 +223,8 @@ bool isChain(const Row &row, ChainPattern *chain)
 
 bool canBeHidden(double dash, double gap, double width)
 {
-    if (dash < kLeastDash * gap || dash < kLeastWidths * width || gap < kLeastGap)
+    if (dash < kLeastDash * gap || dash < kLeastWidths * width
+        || gap < std::max(kLeastGap, kLeastGapPart * dash))
         return false;
     return gap < kWideGap * width || gap < kWideGapPart * dash;
 }
@@ -259,8 +262,9 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
         = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
     if (!isSure && isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
-        const bool fits = isDot ? row.dashes.size() >= kLeastDots
-                                : canBeHidden(dash, row.gap, width);
+        const bool fits = isDot
+            ? row.dashes.size() >= kLeastDots && dash > kLeastDotWidths * width
+            : canBeHidden(dash, row.gap, width);
         const double period = dash + row.gap;
         if (!fits
             || (dash < kShortWidths * width

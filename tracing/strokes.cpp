@@ -181,9 +181,8 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
         outline.shape = pathOf(stroke.piece, drawing->height);
         outline.colour = ink.inkColour;
         outline.layer = layerOf(stroke, layers);
-        outline.pen = stroke.dashing.type == strokes::DashType::None
-            ? stroke.pen
-            : dashedPen(stroke, drawing);
+        outline.pen = stroke.dashing.type == strokes::DashType::None ? stroke.pen
+                                                                     : dashedPen(stroke, drawing);
         drawing->outlines.push_back(std::move(outline));
     }
     for (const strokes::Arrow &arrow : found.arrows) {

@@ -133,7 +133,8 @@ void tst_Dashes::withoutOrderThereIsNoType_data()
     QTest::newRow("breaks of a pen") << Lengths { 90, 41, 160, 12, 70 } << Lengths { 3, 6, 4, 5 };
     QTest::newRow("gaps of all lengths")
         << Lengths { 20, 20, 20, 20, 20 } << Lengths { 4, 15, 30, 9 };
-    QTest::newRow("longer gaps than dashes") << Lengths { 9, 9, 9, 9, 9 } << Lengths { 20, 20, 20, 20 };
+    QTest::newRow("longer gaps than dashes")
+        << Lengths { 9, 9, 9, 9, 9 } << Lengths { 20, 20, 20, 20 };
     QTest::newRow("four dots") << Lengths { 3, 3, 3, 3 } << Lengths { 9, 9, 9 };
 }
 
