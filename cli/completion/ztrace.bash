@@ -30,7 +30,7 @@ _ztrace() {
         --despeckle) choices="" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
-        --fit) choices="engine shapes" ;;
+        --fit) choices="fair engine" ;;
         --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
         --seed) choices="" ;;
         --min-path) choices="" ;;
