@@ -26,7 +26,7 @@ struct Idle
 
 bool isShaped(const Settings &s)
 {
-    return !s.raw && s.fit == Geometry::Fit::Shapes;
+    return !s.raw && s.fit == Geometry::Fit::Fair;
 }
 
 const Idle kIdle[] = {

@@ -39,7 +39,7 @@ const WordTable<DxfVersion> kDxfVersions
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
 const WordTable<Geometry::Fit> kFits
-    = { { "engine", Geometry::Fit::Engine }, { "shapes", Geometry::Fit::Shapes } };
+    = { { "fair", Geometry::Fit::Fair }, { "engine", Geometry::Fit::Engine } };
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },
                                            { "adaptive", Threshold::Adaptive } };
@@ -331,7 +331,7 @@ std::vector<Entry> colourOptions()
               wholeNumber("N", 1, kMostColors, [](Settings &s, int colors) { s.colors = colors; }))
             .appliesTo(kToColours)
             .help("Largest number of colours")
-            .manual("Without it 16 for logo, 12 for poster, 48 for photo; full transparency does "
+            .manual("Without it 64 for logo, 12 for poster, 48 for photo; full transparency does "
                     "not count"),
         Entry("palette", paletteOrFile())
             .commas()
@@ -383,7 +383,7 @@ std::vector<Entry> colourOptions()
             .appliesTo(kToReduced)
             .help("What draws the outlines: the engine, area by area, or true shapes, every "
                   "boundary once from its soft edge, in lines, arcs, curves and circles")
-            .manual("With `shapes`, `--upsample` and tolerances have no effect"),
+            .manual("With `fair`, `--upsample` and tolerances have no effect"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "
@@ -526,11 +526,10 @@ std::vector<Entry> batchOptions()
         Entry("names",
               file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))
             .help("Names of the drawings below that folder: `{folder}`, `{name}` and `{suffix}` "
-                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending; "
-                  "without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
-                  "where a file has several pages")
-            .manual("The folder is that of the picture below the folder that was named, or the one "
-                    "that a list or manifest says"),
+                  "are the picture's, `{page}` is its number and `{format}` the drawing's ending")
+            .manual("Without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
+                    "where a file has several pages. The folder is that of the picture below the "
+                    "folder that was named, or the one that a list or manifest says"),
         Entry("formats", formatNames())
             .help("Formats of the drawings, with commas between them; without it that of "
                   "`--format`"),

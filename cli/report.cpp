@@ -55,7 +55,7 @@ void printStatistics(const TraceResult &result, const Look &look, std::FILE *str
     if (result.report.upsampling > 1)
         std::fprintf(stream, "upsampled %d times\n", result.report.upsampling);
     if (result.report.shapes)
-        std::fprintf(stream, "fit       shapes\n");
+        std::fprintf(stream, "fit       fair\n");
     std::fprintf(stream, "palette   %d colours:", static_cast<int>(result.report.palette.size()));
     for (QRgb colour : result.report.palette) {
         std::fprintf(stream, " %s", colourName(colour).constData());
@@ -111,7 +111,7 @@ QJsonObject aboutTrace(const TraceResult &result, const Look &look, const Settin
     if (result.report.upsampling > 1)
         statistics.insert(QLatin1String("upsampling"), result.report.upsampling);
     if (result.report.shapes)
-        statistics.insert(QLatin1String("fit"), QLatin1String("shapes"));
+        statistics.insert(QLatin1String("fit"), QLatin1String("fair"));
     QJsonObject about;
     about.insert(QLatin1String("preset"), textOf(look.preset));
     about.insert(QLatin1String("seed"), static_cast<double>(settings.seed));

@@ -56,7 +56,7 @@ const char *sentenceOf(Remark remark)
     case Remark::TooManyShapes:
         break;
     }
-    return "--fit shapes has no effect: the image has too many small areas";
+    return "--fit fair has no effect: the image has too many small areas";
 }
 
 // The job's settings, completed by the preset.

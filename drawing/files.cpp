@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace ztrace {
@@ -18,6 +19,9 @@ namespace ztrace {
 namespace {
 
 const char kStandardOutput[] = "-";
+const char kAccessList[] = "system.posix_acl_access";
+const int kMostAttribute
+    = 1 << 16; // bytes of an attribute, and of all names; the system's own limits
 
 QByteArray folderOf(const QByteArray &path)
 {
@@ -81,6 +85,37 @@ int lookUpFile(const QByteArray &name, Target *target)
         return target->path.isEmpty() ? errno : 0;
     }
     return errno == ENOENT ? placeOfNewFile(name, &target->path) : errno;
+}
+
+// The value of an attribute; false where it cannot be had.
+bool readAttribute(const char *path, const char *name, QByteArray *value)
+{
+    const ssize_t size = ::getxattr(path, name, nullptr, 0);
+    if (size < 0 || size > kMostAttribute)
+        return false;
+    value->resize(static_cast<int>(size));
+    return ::getxattr(path, name, value->data(), static_cast<std::size_t>(size)) == size;
+}
+
+// Attributes of users, and the list of who may do what; what the system keeps for itself
+// (capabilities, labels) is not for a file with new contents.
+bool isKept(const QByteArray &name)
+{
+    return name.startsWith("user.") || name == kAccessList;
+}
+
+void copyAttributes(const char *from, int to)
+{
+    QByteArray names(kMostAttribute, '\0');
+    const ssize_t size = ::listxattr(from, names.data(), static_cast<std::size_t>(names.size()));
+    names.resize(size > 0 ? static_cast<int>(size) : 0);
+    for (const QByteArray &name : names.split('\0')) {
+        QByteArray value;
+        if (isKept(name) && readAttribute(from, name.constData(), &value)) {
+            ::fsetxattr(to, name.constData(), value.constData(),
+                        static_cast<std::size_t>(value.size()), 0);
+        }
+    }
 }
 
 } // namespace
@@ -168,6 +203,20 @@ int syncContents(int fd)
     return ::close(second) == 0 || errno == EINTR ? 0 : errno;
 }
 
+int syncFolder(const QByteArray &folder)
+{
+    const Descriptor names(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!names.isOpen())
+        return errno == EACCES ? 0 : errno;
+    while (::fsync(names.get()) != 0) {
+        if (errno == EINVAL || errno == ENOTSUP)
+            return 0;
+        if (errno != EINTR)
+            return errno;
+    }
+    return 0;
+}
+
 mode_t modeOfNewFile(const Target &target)
 {
     return target.exists ? S_IRUSR | S_IWUSR : 0666;
@@ -187,18 +236,27 @@ int openUnnamed(const Target &target, Descriptor *file)
     return isUnknown ? 0 : errno;
 }
 
-void keepRights(int fd, const struct stat &old)
+static bool keepOwners(int fd, const struct stat &old)
 {
     struct stat own;
     if (::fstat(fd, &own) != 0)
-        return;
+        return false;
     const bool sameOwner = own.st_uid == old.st_uid || ::fchown(fd, old.st_uid, gid_t(-1)) == 0;
     const bool sameGroup = own.st_gid == old.st_gid || ::fchown(fd, uid_t(-1), old.st_gid) == 0;
+    // A list that the folder gives its new files would add to the rights.
+    ::fremovexattr(fd, kAccessList);
     mode_t mode = old.st_mode & (sameOwner && sameGroup ? 07777 : 0777);
     if (!sameGroup)
         mode = (mode & ~mode_t(S_IRWXG)) | (mode & ((mode & S_IRWXO) << 3));
     if (mode != (own.st_mode & 07777))
         ::fchmod(fd, mode);
+    return sameGroup;
+}
+
+void keepRights(int fd, const Target &target)
+{
+    if (keepOwners(fd, target.info))
+        copyAttributes(target.path.constData(), fd);
 }
 
 qint64 Spool::writeData(const char *data, qint64 size)

@@ -60,6 +60,10 @@ int writeAll(int fd, const char *data, qint64 size);
 // Returns when the contents are on the disk, as far as the file system knows of such a thing.
 int syncContents(int fd);
 
+// Returns when the names in a folder are on the disk, as far as the file system knows of such a
+// thing. A folder that may be written to and not read cannot be asked, which is no error.
+int syncFolder(const QByteArray &folder);
+
 // Opens a file without a name for a target's contents. Leaves it closed, and returns no error,
 // where the file system has no such files.
 int openUnnamed(const Target &target, Descriptor *file);
@@ -68,9 +72,10 @@ int openUnnamed(const Target &target, Descriptor *file);
 // else's until it has the other one's rights.
 mode_t modeOfNewFile(const Target &target);
 
-// Owner, group and mode of a file that is to be replaced, as far as that is permitted. A group that
-// cannot be kept gets no more than all others.
-void keepRights(int fd, const struct stat &old);
+// Owner, group, mode, access control list and extended attributes of a file that is to be replaced,
+// as far as that is permitted. A group that cannot be kept gets no more than all others, and then
+// no list is kept either, as its entries mean other people.
+void keepRights(int fd, const Target &target);
 
 // Takes contents into a file, or without one into memory.
 class Spool : public QIODevice

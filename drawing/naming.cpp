@@ -76,13 +76,15 @@ NamedTogether::~NamedTogether()
 int NamedTogether::run(std::size_t *position)
 {
     begun = true;
-    const int error = giveAll(position);
-    if (error != 0) {
+    if (const int error = giveAll(position)) {
         clear();
-    } else {
-        begun = false;
-        rest = removeTraces(names, records);
+        return error;
     }
+    begun = false;
+    given = true;
+    *position = 0;
+    const int error = syncFolders(); // before what could undo the run goes
+    rest = removeTraces(names, records);
     return error;
 }
 
@@ -141,7 +143,7 @@ int NamedTogether::makeNew(std::size_t index)
     if (error != 0)
         return error;
     if (file.target->exists)
-        keepRights(made.get(), file.target->info);
+        keepRights(made.get(), *file.target);
     error = file.fd < 0 ? writeAll(made.get(), file.bytes->constData(), file.bytes->size())
                         : copyContents(file.fd, made.get());
     if (error == 0)
@@ -173,6 +175,20 @@ int NamedTogether::record()
         if (error != 0)
             return error;
         created.push_back(std::move(file));
+    }
+    return records.empty() ? 0 : syncFolders(); // a machine that fails can be undone as well
+}
+
+int NamedTogether::syncFolders() const
+{
+    std::vector<QByteArray> done;
+    for (const NewFile &file : files) {
+        const QByteArray folder = file.target->folder();
+        if (std::find(done.begin(), done.end(), folder) != done.end())
+            continue;
+        if (const int error = syncFolder(folder))
+            return error;
+        done.push_back(folder);
     }
     return 0;
 }

@@ -45,9 +45,14 @@ public:
     NamedTogether(const NamedTogether &) = delete;
     NamedTogether &operator=(const NamedTogether &) = delete;
 
-    // Gives the names. On an error nothing has changed but for remainder(), and `position` is the
-    // file that it is about. No signal may end the process meanwhile (signals.h).
+    // Gives the names. On an error nothing has changed but for remainder() (see areGiven(), too),
+    // and `position` is the file that it is about. No signal may end the process meanwhile
+    // (signals.h).
     int run(std::size_t *position);
+
+    // Whether all names are given although run() told an error: the system did not say then that
+    // they are on the disk.
+    bool areGiven() const { return given; }
 
     // A hidden name that could not be removed; null when there is none. The next run tries again.
     const QByteArray *remainder() const { return rest; }
@@ -58,6 +63,7 @@ private:
     int makeNew(std::size_t index);
     int record();
     int give(std::size_t index);
+    int syncFolders() const;
     void clear();
 
     std::vector<NewFile> files;
@@ -66,6 +72,7 @@ private:
     std::vector<Descriptor> created; // locked until the end: records, files that were made anew
     const QByteArray *rest = nullptr;
     bool begun = false;
+    bool given = false;
 };
 
 } // namespace ztrace

@@ -92,7 +92,7 @@ bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QStrin
         return false;
     }
     if (contents->file.isOpen() && contents->target.exists)
-        keepRights(contents->file.get(), contents->target.info);
+        keepRights(contents->file.get(), contents->target);
     (isFile ? files : streams).push_back(std::move(contents));
     return true;
 }
@@ -143,6 +143,10 @@ bool OutputFiles::nameFiles(QString *fileName, QString *error)
         return true;
     *fileName = files[number == 0 ? 0 : position]->name;
     *error = number == 0 ? QString::fromLatin1("it is written") : reasonText(number);
+    if (number != 0 && names.areGiven()) {
+        *error += QString::fromLatin1("; it is written, but would not be there yet if the machine"
+                                      " failed now");
+    }
     if (names.remainder()) {
         *error += QString::fromLatin1("; %1 could not be removed, the next run tries again")
                       .arg(QFile::decodeName(*names.remainder()));

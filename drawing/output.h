@@ -22,9 +22,9 @@ typedef std::function<bool(QIODevice *)> DeviceWriter;
 // Files that get their names together, when the contents of all of them have arrived on the disk.
 // Until then, and after a failure, files of those names stay as they were; a process that is killed
 // meanwhile is undone by the next one that writes to the folder (naming.h). A file that is replaced
-// leaves its owner, group and mode to the new one where that is permitted; links to it are
-// followed. A name that is no ordinary file (a terminal, a pipe) gets its contents before the files
-// get their names; "-" is standard output.
+// leaves its owner, group, mode, access control list and extended attributes to the new one where
+// that is permitted; links to it are followed. A name that is no ordinary file (a terminal, a pipe)
+// gets its contents before the files get their names; "-" is standard output.
 class OutputFiles
 {
 public:

@@ -285,7 +285,7 @@ private:
             } else {
                 attribute("rx", shape.half[0], finer);
                 attribute("ry", shape.half[1], finer);
-                turn(shape.angle, x, y);
+                turn(shape, x, y);
             }
             break;
         case WholeShape::Rectangle:
@@ -296,7 +296,7 @@ private:
                   Point(x + shape.half[0], y + shape.half[1]));
             if (shape.radius > 0.0)
                 attribute("rx", shape.radius, decimals);
-            turn(shape.angle, x, y);
+            turn(shape, x, y);
             break;
         case WholeShape::None:
             return false;
@@ -318,11 +318,14 @@ private:
         attribute("height", (std::round(high.y * unit) - upper) / unit, decimals);
     }
 
-    void turn(double angle, double x, double y)
+    // None where it would move no point by half of the last decimal.
+    void turn(const WholeShape &shape, double x, double y)
     {
-        const double degrees = -std::remainder(angle, 4.0 * std::atan(1.0)) * kDegrees;
-        if (degrees == 0.0)
+        const double angle = std::remainder(shape.angle, 4.0 * std::atan(1.0));
+        const double reach = std::hypot(shape.half[0], shape.half[1]);
+        if (std::fabs(angle) * reach * std::pow(10.0, decimals) < 0.5)
             return;
+        const double degrees = -angle * kDegrees;
         std::string &text = sink.text();
         text += " transform=\"rotate(";
         appendShort(&text, degrees, decimals + kTurnDecimals);

@@ -72,9 +72,9 @@ SpanEnd endOf(const Points &points, const Span &span);
 // Pixels that two fits may have to be drawn on until they meet. Farther, a cap is drawn from the
 // one to the other. Of a corner, pixels show half until it is about a pixel wide: the part over the
 // tangent of half its angle. Short sides need not be straight that far: serifs would become wedges.
-const double kMeetingReach = 0.8;
-const double kMeetingReachSharp = 0.65;
-const double kMeetingReachPart = 0.06; // of the shorter side
+const double kMeetingReach = 1.2;
+const double kMeetingReachSharp = 0.5;
+const double kMeetingReachPart = 0.05; // of the shorter side
 const double kLargestMeetingReach = 2.5;
 // Pixels by which they may have met before, and of the length of a span: pixels see both sides of a
 // corner, but a span must not vanish between its neighbours.

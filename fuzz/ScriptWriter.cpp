@@ -33,6 +33,18 @@ const char *const kMethods[] = { "ZTraceBitmap.prototype.toString",
                                  "ZDrawing.prototype.addObject",
                                  "ZDrawing.prototype.count",
                                  "ZDrawing.prototype.setPage",
+                                 "ZDrawing.prototype.getPage",
+                                 "ZDrawing.prototype.getObject",
+                                 "ZDrawing.prototype.getLayer",
+                                 "ZDrawing.prototype.getLayers",
+                                 "ZDrawing.prototype.getColor",
+                                 "ZDrawing.prototype.setUnit",
+                                 "ZDrawing.prototype.getUnit",
+                                 "ZDrawing.prototype.setResolution",
+                                 "ZDrawing.prototype.getResolution",
+                                 "traceImage",
+                                 "listFolder",
+                                 "readTextFile",
                                  "Polyline.toString",
                                  "Polyline.countPieces",
                                  "Polyline.getPieceKind",
@@ -66,6 +78,28 @@ const char *const kNames[] = { "getBaseClasses",
 const char *const kOptions[]
     = { "'monochrome'", "'numberofcolors'", "'blurradius'", "'blurdelta'",    "'pathomit'",
         "'ltres'",      "'qtres'",          "'nothing'",    "'mincolorratio'" };
+
+// Members of what traceImage() is told, with values that are right, and places for others.
+const char *const kTraceOptions[] = { "preset: 'logo'",
+                                      "preset: 'photo'",
+                                      "preset: 'lineart'",
+                                      "method: 'flat'",
+                                      "method: 'blend'",
+                                      "raw: true",
+                                      "colors: 3",
+                                      "palette: '#000,#fff'",
+                                      "threshold: 'otsu'",
+                                      "despeckle: 2",
+                                      "units: 'mm', dpi: 96",
+                                      "fit: 'shapes'",
+                                      "set: { pathomit: %1 }",
+                                      "onlyColor: %1",
+                                      "layers: %1",
+                                      "minPath: %1",
+                                      "nothing: %1",
+                                      "seed: %1",
+                                      "palette: %1",
+                                      "background: %1" };
 
 const char *const kValues[]
     = { "null", "undefined", "true", "NaN", "Infinity", "-1",     "0",
@@ -193,7 +227,9 @@ QString ScriptWriter::callable()
 QString ScriptWriter::call()
 {
     const QString self = depth < kDeepest ? expression() : variable();
-    switch (input->between(0, 4)) {
+    switch (input->between(0, 5)) {
+    case 5:
+        return tracing();
     case 0:
         return QString::fromLatin1("%1.call(%2%3)")
             .arg(oneOf(kClasses, sizeOf(kClasses)))
@@ -214,6 +250,24 @@ QString ScriptWriter::call()
             .arg(self)
             .arg(arguments());
     }
+}
+
+// The drawing of a small picture, or what stands for one, or the whole answer.
+QString ScriptWriter::tracing()
+{
+    QString options;
+    for (int count = input->between(0, 3); count > 0; --count) {
+        const QString option = oneOf(kTraceOptions, sizeOf(kTraceOptions));
+        const bool takesValue = option.contains(QLatin1String("%1"));
+        options
+            += (takesValue ? option.arg(depth < kDeepest ? expression() : plainValue()) : option)
+            + QLatin1String(", ");
+    }
+    const QString picture = input->between(0, 2) > 0
+        ? QString::fromLatin1("picture(%1)").arg(input->between(0, 9))
+        : variable();
+    const QString drawing = QLatin1String(input->between(0, 1) ? ".drawing" : "");
+    return QString::fromLatin1("traceImage(%1, { %2 })%3").arg(picture, options, drawing);
 }
 
 QString ScriptWriter::arguments()

@@ -28,6 +28,7 @@ private:
     QString object();
     QString callable();
     QString call();
+    QString tracing();
     QString standIn();
     QString arguments();
     QString variable();

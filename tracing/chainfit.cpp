@@ -13,6 +13,7 @@ const int kCheaperTimes = 3;
 const double kFar = 0.45;        // pixels from the path that a point may be
 const double kFarBySigma = 4;    // standard deviations, where that is more
 const double kFarOfStairs = 1.0; // pixels; of hard edges, whose points are half a pixel off anyway
+const double kFarOfWhole = 0.85; // the same of circles and other whole shapes
 const double kLeftOutWithin
     = 0.6;               // pixels from the path; the program allows .45 from its free fits
 const double kTip = 0.5; // pixels more by which corners stand out from the line through the points
@@ -63,9 +64,10 @@ bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const 
     };
     const std::size_t before = (number + pieces.size() - 1) % pieces.size();
     const std::size_t after = (number + 1) % pieces.size();
+    const bool whole = fit::isWhole(piece.kind) && points.sigma.empty();
     double far = farFrom(points, piece.first % size);
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
-        const double most = farFrom(points, k % size);
+        const double most = whole ? kFarOfWhole : farFrom(points, k % size);
         far = std::max(far, most);
         if (distanceTo(piece, at(k)) > most && distanceTo(pieces[before], at(k)) > most
             && distanceTo(pieces[after], at(k)) > most)
@@ -120,6 +122,8 @@ bool isTwisted(const std::vector<fit::Piece> &pieces, std::size_t number, bool c
         return false;
     const fit::Piece &a = pieces[(number + count - 1) % count];
     const fit::Piece &b = pieces[(number + 1) % count];
+    if (a.kind != fit::Kind::Line || b.kind != fit::Kind::Line)
+        return false;
     const auto side = [](const fit::Piece &piece, fit::Point p) {
         return cross(piece.end - piece.start, p - piece.start);
     };
@@ -201,7 +205,12 @@ ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, st
     };
     const fit::Piece &last = pieces[to - 1];
     const int end = last.first + last.count;
-    const int count = ((end - pieces[from].first) % size + size) % size;
+    int count = ((end - pieces[from].first) % size + size) % size;
+    // All of them, where what is left is a cap without points of its own.
+    if (count == 0
+        && std::any_of(pieces.begin() + std::ptrdiff_t(from), pieces.begin() + std::ptrdiff_t(to),
+                       [](const fit::Piece &piece) { return piece.count > 0; }))
+        count = size;
     add(pieces[from].start, fit::kSoftSigma);
     for (int k = 0; k < count; ++k) {
         const auto i = std::size_t((pieces[from].first + k) % size);
@@ -250,8 +259,14 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
 
 fit::Path fitPoints(const ChainPoints &points, bool closed)
 {
-    fit::Path path = fit::fitChain(viewOf(points, closed), usualSettings());
-    const std::vector<char> bad = badPieces(path, points, closed);
+    fit::Settings settings = usualSettings();
+    fit::Path path = fit::fitChain(viewOf(points, closed), settings);
+    std::vector<char> bad = badPieces(path, points, closed);
+    if (!isGood(bad) && path.pieces.size() == 1 && fit::isWhole(path.pieces.front().kind)) {
+        settings.shapes = false;
+        path = fit::fitChain(viewOf(points, closed), settings);
+        bad = badPieces(path, points, closed);
+    }
     if (isGood(bad))
         return path;
     const auto count = std::count(bad.begin(), bad.end() - 1, 1);

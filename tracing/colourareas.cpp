@@ -111,7 +111,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     if (std::holds_alternative<Flat>(plan.segmentation))
         removeFringes(&image);
-    const bool shapes = geometry.fit == Geometry::Fit::Shapes;
+    const bool shapes = geometry.fit == Geometry::Fit::Fair;
     Segmented segmented;
     if (shapes && std::holds_alternative<Flat>(plan.segmentation))
         segmented.edges = edgesOf(image);

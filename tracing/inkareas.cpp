@@ -28,7 +28,7 @@ bool engineReduces(const EngineOptions &options)
 
 int upsamplingOf(const CleanPage &clean, const Geometry &geometry, TraceReport *report)
 {
-    if (clean.bilevel || geometry.upsampling == 1 || geometry.fit == Geometry::Fit::Shapes)
+    if (clean.bilevel || geometry.upsampling == 1 || geometry.fit == Geometry::Fit::Fair)
         return 1;
     const std::size_t pixels = static_cast<std::size_t>(clean.page.width())
         * static_cast<std::size_t>(clean.page.height());
@@ -102,7 +102,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
 {
     stages->begin("preparing");
     ScanPlan scan = ink.scan;
-    scan.splitsSoftEdges = plan.geometry.fit != Geometry::Fit::Shapes;
+    scan.splitsSoftEdges = plan.geometry.fit != Geometry::Fit::Fair;
     const CleanPage clean = cleanPage(std::move(picture), scan);
     tell(clean, report);
     Segmented segmented;
@@ -125,7 +125,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
                               { "blurradius", 0 },
                               { "brightnessthreshold", threshold } };
     setOptions(ink.engine, &options);
-    const bool shapes = plan.geometry.fit == Geometry::Fit::Shapes;
+    const bool shapes = plan.geometry.fit == Geometry::Fit::Fair;
     if (shapes) {
         segmented.edges = edgesOf(clean);
         if (plan.geometry.leastBorder > 0.0)

@@ -122,7 +122,7 @@ Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutS
                   Stages *stages, TraceReport *report)
 {
     stages->begin("tracing");
-    if (geometry.fit == Geometry::Fit::Shapes) {
+    if (geometry.fit == Geometry::Fit::Fair) {
         std::optional<ShapeOutlines> shapes = shapesOf(segmented.areas, segmented.edges);
         if (shapes) {
             report->shapes = true;

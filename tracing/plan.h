@@ -58,7 +58,7 @@ typedef std::variant<Ink, Flat, Blend, Raw> Segmentation;
 // they need no tolerance and no finer grid.
 struct Geometry
 {
-    enum class Fit { Engine, Shapes };
+    enum class Fit { Engine, Fair };
 
     Fit fit = Fit::Engine;
     // How far lines and curves may be from the outline of the pixels, in pixels; the second value

@@ -24,6 +24,7 @@ import render
 #   noise     standard deviation, grey levels; of it a share is grain, correlated over `grain` px
 #   one_bit   share of pictures with a threshold   threshold  of the way from ink to paper
 #   flips     probability of a flip beside an edge specks    a megapixel
+#   cleaned   share of the one-bit pictures that the scanner clears of single pixels (median 3 x 3)
 #   creases   a picture                            jpeg      quality; share of greys through JPEG
 STATES = {
     "0": {"one_bit": 1.0, "threshold": (0.5, 0.5)},
@@ -33,9 +34,9 @@ STATES = {
           "grain": (0.4, 0.8), "one_bit": 0.25, "threshold": (0.45, 0.55), "specks": (0, 5)},
     "2": {"turn": (0, 1.0), "scale": (0, 0.005), "unlike": (0, 0.001), "breaks": (0.0005, 0.003),
           "blur": (1.0, 1.5), "paper": (215, 245), "ink": (20, 60), "uneven": (10, 35),
-          "noise": (24, 32), "grain": (0.4, 0.8), "one_bit": 0.5, "threshold": (0.3, 0.45),
-          "flips": (0.0, 0.1), "specks": (10, 60), "creases": (0, 2), "contrast": (0.5, 1.0),
-          "jpeg": (60, 90), "jpeg_share": 0.6},
+          "noise": (16, 27), "grain": (0.4, 0.8), "one_bit": 0.5, "threshold": (0.3, 0.45),
+          "flips": (0.0, 0.05), "cleaned": 0.5, "specks": (3, 30), "creases": (0, 2),
+          "contrast": (0.5, 1.0), "jpeg": (60, 90), "jpeg_share": 0.6},
 }
 
 
@@ -203,7 +204,10 @@ def degraded(drawing, state, seed):
     grey, black, paper = scanned(rolls, ink)
     if rolls.share("one_bit"):
         level = black + rolls("threshold") * (paper - black)
-        picture = numpy.where(flips(rolls, grey < level), 0, 255).astype(numpy.uint8)
+        dark = flips(rolls, grey < level)
+        if rolls.share("cleaned"):
+            dark = ndimage.median_filter(dark.astype(numpy.uint8), 3) > 0
+        picture = numpy.where(dark, 0, 255).astype(numpy.uint8)
         specks(rolls, picture, 0)
     else:
         specks(rolls, grey, black)

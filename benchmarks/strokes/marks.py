@@ -163,6 +163,15 @@ def page(results, title, with_interval=True):
     counts = [f"state {state}: {len(results[state])} drawings, "
               f"{total(results[state], 'primitives')} primitives, "
               f"{total(results[state], 'segments')} segments drawn" for state in states]
-    failed = [f"{part['name']} ({state}): {part['complaint']}" for state in states
-              for part in results[state] if part["complaint"]]
-    return "\n".join(lines + [""] + counts + ["failed: " + text for text in failed]) + "\n"
+    return "\n".join(lines + [""] + counts + failures(results)) + "\n"
+
+
+def failures(results):
+    """A line for each complaint, with whom it concerns."""
+    whom = {}
+    for state in sorted(results):
+        for part in results[state]:
+            if part["complaint"]:
+                whom.setdefault(part["complaint"], []).append(f"{part['name']} ({state})")
+    return [f"failed: {names[0]}" + (f" and {len(names) - 1} more" if len(names) > 1 else "")
+            + f": {complaint}" for complaint, names in whom.items()]

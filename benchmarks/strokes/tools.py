@@ -8,6 +8,7 @@ import tempfile
 
 import numpy
 from PIL import Image
+from scipy import ndimage
 
 import dxf_read
 import dxf_write
@@ -74,9 +75,10 @@ class Autotrace:
 
 
 def halved(grey):
-    """Black and white, cut halfway between paper, which most pixels are, and ink, which the darkest
-    are."""
-    ink, paper = numpy.percentile(grey, [0.3, 50])
+    """Black and white, cut halfway between paper, which most pixels are, and ink, which is what is
+    darkest once noise is smoothed away."""
+    smooth = ndimage.uniform_filter(grey.astype(numpy.float32), 3)
+    ink, paper = numpy.percentile(smooth, [0.1, 50])
     return numpy.where(grey <= (ink + paper) / 2, 0, 255).astype(numpy.uint8)
 
 

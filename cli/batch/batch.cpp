@@ -134,6 +134,21 @@ public:
         results = &ownResults;
         Meter ownMeter(line.settings);
         meter = &ownMeter;
+        try {
+            traceEverything();
+        } catch (const Failure &) {
+            // What is finished is not to be done again; there may be room for so much.
+            results->append(arrived);
+            throw;
+        }
+        results->sync(true);
+        ownMeter.clear();
+        return conclude();
+    }
+
+private:
+    void traceEverything()
+    {
         if (batch.leases > 0) {
             traceParts();
         } else {
@@ -142,11 +157,8 @@ public:
         }
         if (!batch.watch.empty() && stopWish() == 0)
             traceWhatComes();
-        ownMeter.clear();
-        return conclude();
     }
 
-private:
     int stopWish() const
     {
         if (signalCount > 0)
@@ -182,7 +194,7 @@ private:
         duties.lost = [&](const Job &job, const Loss &) { agenda.items[job.item].pages = 1; };
         duties.afterRound = [] {};
         duties.stop = [this] { return signalCount > 0 ? 2 : 0; };
-        crew.work(jobs, duties);
+        crew.work(jobs, 1, duties);
         spreadPages([](const Item &item) { return item.pages; }, &agenda);
     }
 
@@ -243,7 +255,7 @@ private:
             *job = jobOf(at++, 1);
             return true;
         };
-        crew.work(jobs, duties);
+        crew.work(jobs, batch.failFast ? 0 : 1, duties);
         // Those whose workers were lost, once more and alone, each with a worker of its own.
         duties.next = [this](Job *job) {
             crew.dismiss();
@@ -253,7 +265,7 @@ private:
             again.pop_front();
             return true;
         };
-        crew.work(1, duties);
+        crew.work(1, 0, duties);
         deliver();
     }
 
@@ -416,7 +428,10 @@ private:
         result.insert(QLatin1String("code"), int(kFailed));
         result.insert(QLatin1String("error"),
                       QString::fromUtf8((item.path + ": " + loss.reason).c_str()));
-        arrived += lineText(result) + '\n';
+        // What an earlier run has finished was only to be looked at: its line stays.
+        const QByteArray before = ledger.lineOf(item.path, item.page);
+        if (!isDone(QJsonDocument::fromJson(before).object()))
+            arrived += lineText(result) + '\n';
         ++tally.failed;
         meter->line(tally, nameOf(item) + ": " + loss.reason, true);
     }
@@ -424,10 +439,10 @@ private:
     // All lines of a round at once: waiting for the disk is what costs.
     void deliver()
     {
-        if (arrived.isEmpty())
-            return;
-        results->append(arrived);
+        if (!arrived.isEmpty())
+            results->append(arrived);
         arrived.clear();
+        results->sync(false);
     }
 
     ExitCode conclude()

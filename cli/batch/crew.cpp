@@ -63,12 +63,13 @@ struct Crew::Worker
     pid_t process = 0;
     Descriptor socket;
     QByteArray text; // received, without a line's end
-    bool isBusy = false;
     bool isLate = false;
-    bool isWorn = false; // is not to be used again
-    Job job;
+    bool isWorn = false;  // is to have no more jobs
+    std::deque<Job> jobs; // the first one is being done
     std::string sha256;
-    Clock::time_point begin;
+    Clock::time_point begin; // of that one
+
+    bool isBusy() const { return !jobs.empty(); }
 };
 
 Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, double seconds)
@@ -78,7 +79,7 @@ Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, do
 Crew::~Crew()
 {
     for (const std::unique_ptr<Worker> &worker : workers) {
-        if (worker->isBusy)
+        if (worker->isBusy())
             kill(worker->process, SIGKILL);
     }
     dismiss();
@@ -89,13 +90,13 @@ Crew::~Crew()
 void Crew::dismiss()
 {
     const auto isIdle = [](const std::unique_ptr<Worker> &worker) {
-        if (worker->isBusy)
+        if (worker->isBusy())
             return false;
         worker->socket = Descriptor(); // the end of its work
         return true;
     };
     for (const std::unique_ptr<Worker> &worker : workers) {
-        if (worker->isBusy)
+        if (worker->isBusy())
             continue;
         ::shutdown(worker->socket.get(), SHUT_RDWR);
         while (waitpid(worker->process, nullptr, 0) < 0 && errno == EINTR)
@@ -107,17 +108,17 @@ void Crew::dismiss()
 bool Crew::isBusy() const
 {
     return std::any_of(workers.begin(), workers.end(),
-                       [](const std::unique_ptr<Worker> &worker) { return worker->isBusy; });
+                       [](const std::unique_ptr<Worker> &worker) { return worker->isBusy(); });
 }
 
-void Crew::work(int most, const Duties &duties)
+void Crew::work(int most, std::size_t ahead, const Duties &duties)
 {
     for (;;) {
         const int stop = duties.stop();
         if (stop == 2)
             return;
         if (stop == 0)
-            handOut(most, duties);
+            handOut(static_cast<std::size_t>(most), ahead, duties);
         duties.afterRound();
         if (!isBusy())
             return;
@@ -129,39 +130,57 @@ void Crew::work(int most, const Duties &duties)
     }
 }
 
-void Crew::handOut(int most, const Duties &duties)
+bool Crew::nextJob(const Duties &duties, Job *job)
 {
-    const auto busy = [this] {
-        return std::count_if(workers.begin(), workers.end(),
-                             [](const std::unique_ptr<Worker> &worker) { return worker->isBusy; });
-    };
-    while (busy() < most) {
-        Job job;
-        if (!duties.next(&job))
-            return;
-        Worker *worker = idleWorker();
-        worker->isBusy = true;
-        worker->isLate = false;
-        worker->job = std::move(job);
-        worker->sha256.clear();
-        worker->begin = Clock::now();
-        // One that has ended is noticed when it is listened to.
-        (void)writeAll(worker->socket.get(), worker->job.message.constData(),
-                       worker->job.message.size());
+    if (returned.empty())
+        return duties.next(job);
+    *job = std::move(returned.front());
+    returned.pop_front();
+    return true;
+}
+
+void Crew::handOut(std::size_t most, std::size_t ahead, const Duties &duties)
+{
+    Job job;
+    while (workerFor(most, ahead) && nextJob(duties, &job)) {
+        // The duties may have ended idle workers.
+        Worker *worker = workerFor(most, ahead);
+        give(worker->process == 0 ? hire() : worker, std::move(job));
     }
 }
 
-Crew::Worker *Crew::idleWorker()
+// One without a job, then a new one, then one that has not enough; null when all have. A new one is
+// a place that is still to be filled.
+Crew::Worker *Crew::workerFor(std::size_t most, std::size_t ahead)
 {
+    static Worker place;
+    Worker *least = nullptr;
+    std::size_t usable = 0;
     for (const std::unique_ptr<Worker> &worker : workers) {
-        if (!worker->isBusy && !worker->isWorn)
-            return worker.get();
+        if (worker->isWorn || worker->isLate)
+            continue;
+        ++usable;
+        if (!least || worker->jobs.size() < least->jobs.size())
+            least = worker.get();
     }
-    hire();
-    return workers.back().get();
+    if (least && !least->isBusy())
+        return least;
+    if (usable < most)
+        return &place;
+    return least && least->jobs.size() <= ahead ? least : nullptr;
 }
 
-void Crew::hire()
+void Crew::give(Worker *worker, Job &&job)
+{
+    if (!worker->isBusy())
+        worker->begin = Clock::now();
+    worker->jobs.push_back(std::move(job));
+    const QByteArray &message = worker->jobs.back().message;
+    // One that has ended is noticed when it is listened to.
+    (void)writeAll(worker->socket.get(), message.constData(), message.size());
+}
+
+Crew::Worker *Crew::hire()
 {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
@@ -179,6 +198,7 @@ void Crew::hire()
     worker->socket = std::move(own);
     (void)writeAll(worker->socket.get(), greeting.constData(), greeting.size());
     workers.push_back(std::move(worker));
+    return workers.back().get();
 }
 
 void Crew::wait()
@@ -192,14 +212,14 @@ void Crew::wait()
 void Crew::listen(Worker *worker, const Duties &duties)
 {
     char part[1 << 16];
+    bool hasEnded = false;
     for (;;) {
         const ssize_t size = ::recv(worker->socket.get(), part, sizeof part, MSG_DONTWAIT);
         if (size < 0 && (errno == EAGAIN || errno == EINTR))
             break;
-        if (size <= 0) {
-            bury(worker, duties);
-            return;
-        }
+        hasEnded = size <= 0;
+        if (hasEnded)
+            break;
         worker->text.append(part, static_cast<int>(size));
     }
     int at = 0;
@@ -208,6 +228,8 @@ void Crew::listen(Worker *worker, const Duties &duties)
         at = end + 1;
     }
     worker->text.remove(0, at);
+    if (hasEnded)
+        bury(worker, duties); // what it has finished counts
 }
 
 void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties)
@@ -227,9 +249,13 @@ void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Dutie
     default:
         break;
     }
-    worker->isBusy = false;
-    worker->isWorn = letter == kLineOfMemory;
-    const Job job = std::move(worker->job);
+    if (!worker->isBusy())
+        return;
+    worker->isWorn = worker->isWorn || letter == kLineOfMemory;
+    const Job job = std::move(worker->jobs.front());
+    worker->jobs.pop_front();
+    worker->sha256.clear();
+    worker->begin = Clock::now();
     duties.answered(job, letter, text);
 }
 
@@ -241,13 +267,15 @@ void Crew::bury(Worker *worker, const Duties &duties)
     const Loss loss = { worker->isLate ? kOutcomeTime : kOutcomeDied,
                         worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
                         worker->sha256 };
-    const bool wasBusy = worker->isBusy;
-    const Job job = std::move(worker->job);
+    std::deque<Job> jobs = std::move(worker->jobs);
     workers.erase(std::find_if(
         workers.begin(), workers.end(),
         [worker](const std::unique_ptr<Worker> &other) { return other.get() == worker; }));
-    if (wasBusy)
-        duties.lost(job, loss);
+    if (jobs.empty())
+        return;
+    for (std::size_t i = 1; i < jobs.size(); ++i)
+        returned.push_back(std::move(jobs[i]));
+    duties.lost(jobs.front(), loss);
 }
 
 void Crew::checkTimes()
@@ -256,7 +284,7 @@ void Crew::checkTimes()
         return;
     for (const std::unique_ptr<Worker> &worker : workers) {
         const std::chrono::duration<double> taken = Clock::now() - worker->begin;
-        if (worker->isBusy && !worker->isLate && taken.count() > secondsAJob) {
+        if (worker->isBusy() && !worker->isLate && taken.count() > secondsAJob) {
             worker->isLate = true;
             kill(worker->process, SIGKILL);
         }

@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// The workers of a run: processes, each with one job at a time, replaced when they end.
+// The workers of a run: processes that do one job after the other, replaced when they end.
 #ifndef ZTRACE_CLI_BATCH_CREW_H
 #define ZTRACE_CLI_BATCH_CREW_H
 
@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -52,9 +53,10 @@ public:
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
 
-    // Has up to `workers` of them do all jobs. Throws a Failure when nothing can be written, and
-    // what the duties throw.
-    void work(int workers, const Duties &duties);
+    // Has up to `workers` of them do all jobs. Each knows up to `ahead` jobs besides the one that
+    // it does, so that it need not wait for the run in between. Throws a Failure when nothing can
+    // be written, and what the duties throw.
+    void work(int workers, std::size_t ahead, const Duties &duties);
 
     // Ends the idle workers; the next job gets a new one.
     void dismiss();
@@ -63,20 +65,23 @@ private:
     struct Worker;
     typedef std::chrono::steady_clock Clock;
 
-    void handOut(int workers, const Duties &duties);
+    bool nextJob(const Duties &duties, Job *job);
+    void handOut(std::size_t workers, std::size_t ahead, const Duties &duties);
+    void give(Worker *worker, Job &&job);
     void wait();
     void listen(Worker *worker, const Duties &duties);
     void hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties);
     void bury(Worker *worker, const Duties &duties);
     void checkTimes();
-    Worker *idleWorker();
-    void hire();
+    Worker *workerFor(std::size_t most, std::size_t ahead);
+    Worker *hire();
     bool isBusy() const;
 
     QByteArray greeting;
     QByteArray fingerprint;
     double secondsAJob;
     std::vector<std::unique_ptr<Worker>> workers;
+    std::deque<Job> returned; // that lost workers had not begun
 };
 
 } // namespace ztrace

@@ -20,6 +20,7 @@ namespace {
 
 const int kLockTries = 50;
 const useconds_t kLockWait = 100000; // microseconds
+const std::chrono::milliseconds kBetweenSyncs(50);
 const int kPart = 1 << 18;
 const int kMostLine = 1 << 24; // longer ones are none of ours
 
@@ -202,14 +203,24 @@ void ResultFile::append(const QByteArray &lines)
 {
     if (::lseek(file.get(), end, SEEK_SET) < 0)
         fail(kOutputNotWritable, name, errno);
-    int error = writeAll(file.get(), lines.constData(), lines.size());
-    if (error == 0 && ::fdatasync(file.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
-        error = errno;
-    if (error != 0) {
+    if (const int error = writeAll(file.get(), lines.constData(), lines.size())) {
         (void)!::ftruncate(file.get(), end); // else the next run cuts it
         fail(kOutputNotWritable, name, error);
     }
     end += lines.size();
+    isSynced = false;
+    sync(false);
+}
+
+void ResultFile::sync(bool atOnce)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (isSynced || (!atOnce && now - lastSync < kBetweenSyncs))
+        return;
+    lastSync = now;
+    isSynced = true;
+    if (::fdatasync(file.get()) != 0 && errno != EINVAL && errno != ENOTSUP)
+        fail(kOutputNotWritable, name, errno);
 }
 
 } // namespace ztrace

@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
@@ -89,14 +90,19 @@ public:
     // an end. Throws a Failure when it cannot be written or another run goes on.
     explicit ResultFile(const std::string &fileName);
 
-    // Appends whole lines and returns when they are on the disk. Throws a Failure; nothing of them
-    // is there then.
+    // Appends whole lines, which then are there whatever ends the process. Throws a Failure;
+    // nothing of them is there then. They are on the disk, for whatever ends the machine, a
+    // twentieth of a second later at most, if this or sync is called: waiting for the disk is what
+    // costs.
     void append(const QByteArray &lines);
+    void sync(bool atOnce);
 
 private:
     std::string name;
     Descriptor file;
     qint64 end = 0;
+    bool isSynced = true;
+    std::chrono::steady_clock::time_point lastSync;
 };
 
 } // namespace ztrace

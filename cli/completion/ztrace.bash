@@ -41,6 +41,7 @@ _ztrace() {
         --progress) choices="auto always never" ;;
         --max-pixels) choices="" ;;
         --max-memory) choices="" ;;
+        --time-limit) choices="" ;;
         --out) offer_files=yes ;;
         --names) offer_files=yes ;;
         --formats) choices="svg dxf pdf png json" ;;
@@ -48,12 +49,16 @@ _ztrace() {
         --files-from) offer_files=yes ;;
         --manifest) offer_files=yes ;;
         -j | --jobs) choices="auto 1 2 4 8" ;;
-        --time-limit) choices="" ;;
         --memory-limit) choices="" ;;
         --retry) choices="failed" ;;
         --results) offer_files=yes ;;
         --flag-below) choices="" ;;
         --chunk) choices="1/2 2/2" ;;
+        --leases) choices="none 16 64" ;;
+        --watch) offer_files=yes ;;
+        --report) offer_files=yes ;;
+        --csv) offer_files=yes ;;
+        --premis) offer_files=yes ;;
         *)
             if [[ $word == -* ]]; then
                 choices="--output
@@ -99,6 +104,7 @@ _ztrace() {
                     --progress
                     --max-pixels
                     --max-memory
+                    --time-limit
                     --quiet
                     --help
                     --version
@@ -110,7 +116,6 @@ _ztrace() {
                     --files-from
                     --manifest
                     --jobs
-                    --time-limit
                     --memory-limit
                     --retry
                     --dry-run
@@ -118,7 +123,12 @@ _ztrace() {
                     --results
                     --no-check
                     --flag-below
-                    --chunk"
+                    --chunk
+                    --leases
+                    --watch
+                    --report
+                    --csv
+                    --premis"
             else
                 offer_files=yes
             fi
@@ -127,7 +137,7 @@ _ztrace() {
     if [[ $offer_files ]]; then
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
-        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch presets" -- "$word")
+        [[ $COMP_CWORD -eq 1 ]] && mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "batch formats presets" -- "$word")
         return
     fi
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")

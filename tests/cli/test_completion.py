@@ -49,7 +49,8 @@ class Completion(CommandTest):
 
     def test_bash_offers_all_options(self):
         self.assertEqual(self.complete(PROGRAM, "--"), self.options())
-        self.assertEqual(self.complete(PROGRAM, "a.png", "--dxf"), {"--dxf-curves", "--dxf-tolerance", "--dxf-version"})
+        self.assertEqual(self.complete(PROGRAM, "a.png", "--dxf"),
+                         {"--dxf-curves", "--dxf-tolerance", "--dxf-join", "--dxf-version"})
 
     def test_bash_offers_values(self):
         self.assertEqual(self.complete(PROGRAM, "-u", ""), {"px", "mm", "in"})

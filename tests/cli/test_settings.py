@@ -23,7 +23,7 @@ class Presets(OptionsTest):
             self.assertEqual(self.stats("a.png")["preset"], name)
         self.write("a.png", png(48, 48, lambda x, y: RED if x < 8 else noise(x, y)))
         self.assertIn("as small as an icon", self.stats("a.png")["reason"])
-        self.write("a.png", png(90, 90, lambda x, y: shading(x // 3 * 3, y // 3 * 3)))
+        self.write("a.png", png(90, 90, lambda x, y: RED if x < 4 else shading(x // 3 * 3, y // 3 * 3)))
         self.assertEqual(self.stats("a.png")["preset"], "poster")
 
     def test_statistics_say_why(self):

@@ -295,6 +295,8 @@ private slots:
         QVERIFY(svgOf(drawingOf({ pathOf(shape) }))
                     .contains("<ellipse fill=\"#000\" cx=\"30\" cy=\"40\" rx=\"12.5\" ry=\"8\" "
                               "transform=\"rotate(-30 30 40)\"/>"));
+        shape.angle = 1e-5; // moves nothing by half a hundredth
+        QVERIFY(svgOf(drawingOf({ pathOf(shape) })).contains(" ry=\"8\"/>"));
         shape.kind = WholeShape::Circle;
         shape.half[1] = 12.5;
         QVERIFY(svgOf(drawingOf({ pathOf(shape) }))

@@ -99,7 +99,9 @@ class FaultTest(CommandTest):
             self.assertEqual(self.contents(), self.of(self.whole))
             return
         self.check_message(result)
-        self.assertEqual(self.contents(), old)
+        # After the last name is given it can only be told that the folder is not on the disk.
+        isGiven = b"; it is written, but" in result.stderr
+        self.assertEqual(self.contents(), self.of(self.whole) if isGiven else old)
 
     def check_recovered(self):
         """Another run in any of the folders leaves outputs that belong together, and one in each cleans up."""
@@ -132,6 +134,21 @@ class Faults(FaultTest):
         self.each_kind({"write": 5, "fsync": 5}, **STAGE)
         self.each_kind({"write": 1, "fsync": 1}, **STAGE, lasting=1)
         self.each_kind({"write": 8}, **STAGE, portion=1000)
+
+    def test_folders_are_synced(self):
+        """Before the first name is given, and after the last: a fault there is told each time."""
+        told = set()
+
+        def check(result, old):
+            self.check_whole(result, old)
+            self.assertEqual(result.returncode, 4)
+            told.add(b"; it is written, but" in result.stderr)
+
+        self.names = TEXTS
+        made = self.each_call(check, kind="fsync", **STAGE)
+        self.assertEqual(told, {False, True})
+        # Four files, two records, two folders twice.
+        self.assertEqual(made, 4 + 2 + 2 * 2)
 
     def test_close(self):
         self.each_kind({"close": 5}, **STAGE)
@@ -249,12 +266,6 @@ class Limits(FaultTest):
         os.unlink(os.path.join(self.outputs, "pipe.svg"))
         self.check_over(result, old)
 
-    def test_in_a_settings_file(self):
-        random.seed(4)
-        self.image = self.write("a.png", png(64, 64, lambda x, y: (*random.randbytes(3), 255)))
-        settings = self.write("a.toml", b"time-limit = 0.3\n")
-        self.check_over(self.trace("--config", settings, *self.NOISE), self.restore())
-
     def test_time_that_is_enough(self):
         self.restore()
         self.assertEqual(self.trace("--time-limit", "1000").returncode, 0)
@@ -358,6 +369,40 @@ class Surroundings(FaultTest):
         after = os.stat(path)
         self.assertEqual((before.st_mode, before.st_uid, before.st_gid), (after.st_mode, after.st_uid, after.st_gid))
         self.assertNotEqual(before.st_ino, after.st_ino)
+
+    def test_attributes_are_kept(self):
+        """The user's own, and the list of who may do what, where files have no name until the end and where not."""
+        allowed = struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in (
+            (1, 6, 0xffffffff), (2, 4, 12345), (4, 0, 0xffffffff), (16, 4, 0xffffffff), (32, 0, 0xffffffff)))
+        kept = {"user.origin": b"a scan", "system.posix_acl_access": allowed}
+        for names in ["old.svg"], TEXTS:
+            for without in WITHOUT:
+                self.names = names
+                self.restore()
+                path = os.path.join(self.outputs, "old.svg")
+                try:
+                    for name, value in kept.items():
+                        os.setxattr(path, name, value)
+                except OSError as error:
+                    self.skipTest("no attributes here: %s" % error)
+                self.trace(kind="none", without=without)
+                self.assertEqual({name: os.getxattr(path, name) for name in os.listxattr(path)}, kept)
+                self.assertEqual(os.stat(path).st_mode & 0o777, 0o640)
+
+    def test_list_of_the_folder(self):
+        """What a folder gives to new files is not given to one that replaces another."""
+        self.names = ["old.svg"]
+        self.restore()
+        given = struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in (
+            (1, 7, 0xffffffff), (2, 7, 12345), (4, 7, 0xffffffff), (16, 7, 0xffffffff), (32, 7, 0xffffffff)))
+        path = os.path.join(self.outputs, "old.svg")
+        os.chmod(path, 0o600)
+        try:
+            os.setxattr(self.outputs, "system.posix_acl_default", given)
+        except OSError as error:
+            self.skipTest("no lists here: %s" % error)
+        self.trace()
+        self.assertEqual((os.listxattr(path), os.stat(path).st_mode & 0o777), ([], 0o600))
 
     def test_links_in_a_circle(self):
         self.names = []

@@ -17,64 +17,64 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.571, "detail": 23.6, "regions": 2, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.03, "joints": 6.443, "numbers": 719
+        "colour": 0.448, "detail": 3.3, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.03, "joints": 6.233, "numbers": 784
     },
     "lines": {
-        "colour": 0.964, "detail": 3.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.79, "joints": 8.441, "numbers": 1308
+        "colour": 1.014, "detail": 3.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 5.79, "joints": 8.449, "numbers": 1308
     },
     "letters": {
-        "colour": 1.706, "detail": 7.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 28.401, "numbers": 4699
+        "colour": 1.589, "detail": 6.2, "regions": 12, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 22.032, "numbers": 3079
     },
     "logo": {
-        "colour": 2.252, "detail": 18.7, "regions": 5, "uncovered": 6.85,
-        "uncovered4": 1.39, "hairlines": 1.39, "joints": 8.589, "numbers": 1233
+        "colour": 2.214, "detail": 13.2, "regions": 5, "uncovered": 5.90,
+        "uncovered4": 0.45, "hairlines": 0.45, "joints": 8.564, "numbers": 1251
     },
     "logo-layers": {
-        "colour": 2.507, "detail": 20.3, "regions": 4, "uncovered": 3.93,
-        "uncovered4": 0.96, "hairlines": 0.96, "joints": 8.589, "numbers": 1233
+        "colour": 2.448, "detail": 14.5, "regions": 4, "uncovered": 2.98,
+        "uncovered4": 0.03, "hairlines": 0.03, "joints": 8.564, "numbers": 1251
     },
     "icon": {
         "colour": 2.152, "detail": 2.3, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.503, "numbers": 82
     },
     "marks": {
-        "colour": 0.607, "detail": 16.5, "regions": 3, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.93, "joints": 7.600, "numbers": 380
+        "colour": 0.607, "detail": 6.4, "regions": 2, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.93, "joints": 7.028, "numbers": 323
     },
     "glass": {
-        "colour": 1.189, "detail": 7.6, "regions": 0, "uncovered": 4.79,
-        "uncovered4": 0.18, "hairlines": 0.18, "joints": 14.516, "numbers": 727
+        "colour": 1.201, "detail": 6.6, "regions": 0, "uncovered": 4.79,
+        "uncovered4": 0.18, "hairlines": 0.18, "joints": 13.621, "numbers": 661
     },
     "map": {
-        "colour": 1.439, "detail": 18.2, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.96, "joints": 17.994, "numbers": 5533
+        "colour": 1.775, "detail": 18.3, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 1.62, "joints": 15.502, "numbers": 4903
     },
     "map-layers": {
-        "colour": 1.457, "detail": 14.9, "regions": 3, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.86, "joints": 17.994, "numbers": 5533
+        "colour": 1.763, "detail": 14.5, "regions": 9, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 5.06, "joints": 15.502, "numbers": 4903
     },
     "dialog": {
-        "colour": 1.488, "detail": 8.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 26.600, "numbers": 4627
+        "colour": 1.905, "detail": 10.3, "regions": 24, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 23.690, "numbers": 3954
     },
     "cartoon": {
-        "colour": 1.806, "detail": 13.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.75, "joints": 15.828, "numbers": 1698
+        "colour": 1.583, "detail": 2.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 5.85, "joints": 9.086, "numbers": 1188
     },
     "cartoon-few": {
-        "colour": 2.021, "detail": 13.7, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.75, "joints": 14.464, "numbers": 1571
+        "colour": 1.932, "detail": 5.7, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 5.85, "joints": 10.360, "numbers": 1247
     },
     "hills-flat": {
-        "colour": 0.952, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.39, "joints": 3.979, "numbers": 484
+        "colour": 0.958, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 5.35, "joints": 4.243, "numbers": 484
     },
     "shaded-flat": {
-        "colour": 3.117, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 4.81, "joints": 43.543, "numbers": 3346
+        "colour": 2.859, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 4.43, "joints": 41.699, "numbers": 3338
     },
     "shaded": {
         "colour": 1.631, "regions": 0, "uncovered": 0.01,

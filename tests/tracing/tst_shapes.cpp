@@ -45,7 +45,7 @@ TracePlan planOf(Segmentation segmentation)
 {
     TracePlan plan;
     plan.segmentation = std::move(segmentation);
-    plan.geometry.fit = Geometry::Fit::Shapes;
+    plan.geometry.fit = Geometry::Fit::Fair;
     return plan;
 }
 

@@ -1,0 +1,83 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""The check flags pages that are damaged, and not those that are not. ZTRACE_CHECK_PAGES makes it larger; it prints what
+it has found."""
+import io
+import json
+import os
+import random
+import sys
+import unittest
+
+from PIL import Image, ImageDraw, ImageFilter
+
+from batchsupport import BatchTest
+
+PAGES = int(os.environ.get("ZTRACE_CHECK_PAGES", "12"))
+WIDTH, HEIGHT = 900, 1200
+BAND = (500, 700) # of rows, that are damaged
+
+
+def page(seed, fade=None):
+    """Words of strokes, lines and circles, blurred, on paper with grain and a slow shadow."""
+    chance = random.Random(seed)
+    image = Image.new("L", (WIDTH, HEIGHT), 255)
+    pen = ImageDraw.Draw(image)
+    for y in range(60, HEIGHT - 60, chance.randrange(26, 40)):
+        x = 60
+        while x < WIDTH - 90:
+            for _ in range(chance.randrange(2, 9)):
+                for _ in range(2):
+                    pen.line((x + chance.randrange(9), y + chance.randrange(14), x + chance.randrange(9),
+                              y + chance.randrange(14)), fill=0, width=chance.choice((2, 3)))
+                x += 12
+            x += 14
+    for _ in range(4):
+        x, y, r = chance.randrange(200, 700), chance.randrange(200, 1000), chance.randrange(20, 120)
+        pen.ellipse((x - r, y - r, x + r, y + r), outline=0, width=3)
+    if fade is not None:
+        for y in range(*BAND):
+            row = image.crop((0, y, WIDTH, y + 1)).point(lambda v: 255 - int((255 - v) * fade))
+            image.paste(row, (0, y))
+    image = image.filter(ImageFilter.GaussianBlur(chance.uniform(0.5, 1.0)))
+    grain = Image.frombytes("L", (WIDTH, HEIGHT), chance.randbytes(WIDTH * HEIGHT)).point(lambda v: v // 16)
+    shade = Image.linear_gradient("L").resize((WIDTH, HEIGHT)).point(lambda v: v // 10)
+    return Image.composite(Image.new("L", image.size, 0), image, Image.eval(Image.blend(grain, shade, 0.5), lambda v: v))
+
+
+def saved(image, kind, **options):
+    file = io.BytesIO()
+    image.save(file, kind, dpi=(150, 150), **options)
+    return file.getvalue()
+
+
+class SelfCheck(BatchTest):
+    def flags(self, folder, *arguments):
+        self.run_program("batch", folder, "--out", "out-" + folder, "-p", "lineart", "-q", *arguments)
+        found = [json.loads(line) for line in self.read("out-%s/ztrace-results.jsonl" % folder).splitlines()]
+        self.assertEqual(len(found), PAGES)
+        return sum("flags" in line for line in found)
+
+    def test_damaged_pages_and_good_ones(self):
+        pages = [page(seed) for seed in range(PAGES)]
+        for i, image in enumerate(pages):
+            self.put("good/p%d.png" % i, saved(image, "PNG"))
+            self.put("jpeg/p%d.jpg" % i, saved(image, "JPEG", quality=70))
+            data = saved(image, "JPEG", quality=70)
+            self.put("cut/p%d.jpg" % i, data[:len(data) * (30 + i % 60) // 100])
+            self.put("faded/p%d.png" % i, saved(page(i, 0.45), "PNG"))
+        found = {
+            "good": self.flags("good"), "jpeg": self.flags("jpeg"), "cut": self.flags("cut"),
+            "faded": self.flags("faded", "--threshold", "110"),
+        }
+        for name, arguments in [("dark", ("--threshold", "30")), ("light", ("--threshold", "238")),
+                                ("small", ("--despeckle", "0", "--min-path", "60"))]:
+            os.symlink("good", self.path(name))
+            found[name] = self.flags(name, *arguments)
+        print(found, "of", PAGES, file=sys.stderr)
+        self.assertLessEqual(found["good"] + found["jpeg"], 0.01 * 2 * PAGES)
+        damaged = [found[name] for name in ("cut", "faded", "dark", "light", "small")]
+        self.assertGreaterEqual(sum(damaged), 0.95 * 5 * PAGES)
+
+
+if __name__ == "__main__":
+    unittest.main()
