@@ -32,7 +32,7 @@ const double kLeastLength = 5.0; // pixels
 const double kLeastSlope = 0.12; // width lost a pixel
 const double kMostSlope = 1.2;
 const double kOffPart = 0.05;    // of the base's width, and pixels, that the taper is not straight
-const double kOffPixels = 0.35;
+const double kOffPixels = 0.5;
 const double kLopsided = 0.3;    // of the width, and pixels, that the two sides differ by
 const double kLopsidedPixels = 1.0;
 const double kLeastSeen = 0.35;  // of the head's length that has to be seen
@@ -134,6 +134,24 @@ bool isInside(const Arrow &arrow, Point p)
     return true;
 }
 
+// Each side's median over five rows: the edges of noisy scans are frayed, jumps stay.
+std::vector<Across> smoothed(const std::vector<Across> &rows)
+{
+    std::vector<Across> result = rows;
+    for (std::size_t k = 2; k + 2 < rows.size(); ++k) {
+        double left[5], right[5];
+        for (std::size_t i = 0; i < 5; ++i) {
+            left[i] = rows[k + i - 2].left;
+            right[i] = rows[k + i - 2].right;
+        }
+        std::nth_element(left, left + 2, left + 5);
+        std::nth_element(right, right + 2, right + 5);
+        result[k].left = left[2];
+        result[k].right = right[2];
+    }
+    return result;
+}
+
 class ArrowFinder
 {
 public:
@@ -194,7 +212,7 @@ private:
         const std::size_t n = atom.samples.size();
         const Point last = atom.samples[end == 0 ? 0 : n - 1].centre;
         const Track track(atom.carrier, last, last + outwardsOf(atom, end));
-        const std::vector<Across> rows = rowsAt(atom, track);
+        const std::vector<Across> rows = smoothed(rowsAt(atom, track));
         Taper taper;
         if (!taperOf(rows, atom.width, &taper))
             return;

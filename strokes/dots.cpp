@@ -109,13 +109,12 @@ int mostOfDot(const Cores &cores)
     return std::max(kLeastDot, int(std::lround(kDotWidths * *wide)));
 }
 
-std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const Cores &cores, int most)
+std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const std::vector<Atom> &atoms,
+                        int most)
 {
     DotFinder finder(distance, most);
-    for (const Core &core : cores.cores) {
-        if (core.samples.size() < 2)
-            continue;
-        for (const Section &section : core.samples)
+    for (const Atom &atom : atoms) {
+        for (const Section &section : atom.samples)
             finder.mark(section.centre);
     }
     for (const Node &node : graph.nodes) {

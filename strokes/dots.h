@@ -5,7 +5,7 @@
 #define ZTRACE_STROKES_DOTS_H
 
 #include "strokes/graph.h"
-#include "strokes/samples.h"
+#include "strokes/primitives.h"
 
 namespace ztrace::strokes {
 
@@ -18,9 +18,8 @@ struct Dot
     Point axis = { 1, 0 };           // unit
 };
 
-// The parts of the ink of at most `most` pixels in width and height that no core with two
-// cross-sections was seen in. Takes time in proportion to their pixels.
-std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const Cores &cores, int most);
+// The parts of the ink of at most `most` pixels in width and height that no atom was seen in. Takes time in proportion to their pixels.
+std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const std::vector<Atom> &atoms, int most);
 
 // Pixels that a dot of these lines is wide and high at most: kDotWidths of the widest line that is
 // drawn often.

@@ -186,7 +186,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots
-        = dotsOf(skeleton.graph, skeleton.distance, cores, mostOfDot(cores));
+        = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDot(cores));
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);

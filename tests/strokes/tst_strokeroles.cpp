@@ -1,0 +1,182 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Arrow heads, letters, hatches: what lines are drawn for.
+#include "StrokesRig.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace ztrace::strokes;
+using ztrace::fit::Kind;
+
+namespace {
+
+// A solid head with its tip at a place, its body towards a unit direction.
+void drawHead(Sheet *sheet, Point tip, Point back, double length, double width)
+{
+    const Point across = { -back.y, back.x };
+    for (double s = 0.0; s <= length; s += 0.2) {
+        const double half = 0.5 * width * s / length;
+        sheet->line(tip + s * back - half * across, tip + s * back + half * across, 0.4);
+    }
+}
+
+int countOf(const StrokeDrawing &drawing, Role role)
+{
+    int count = 0;
+    for (const Stroke &stroke : drawing.strokes)
+        count += stroke.role == role ? 1 : 0;
+    return count;
+}
+
+// A letter E of lines.
+void drawLetter(Sheet *sheet, Point at, double height)
+{
+    sheet->line(at, at + Point { 0, height }, 2.5);
+    for (double part : { 0.0, 0.5, 1.0 })
+        sheet->line(at + Point { 0, part * height }, at + Point { 0.6 * height, part * height },
+                    2.5);
+}
+
+} // namespace
+
+class tst_StrokeRoles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aTaperIsAJumpAndADecline();
+    void whatIsNoHead_data();
+    void whatIsNoHead();
+    void aDimensionHasHeads_data();
+    void aDimensionHasHeads();
+    void lettersAreText();
+    void dashesAreNoText();
+    void aHatchIsAFamily();
+    void rowsOfATableAreNoHatch();
+};
+
+void tst_StrokeRoles::aTaperIsAJumpAndADecline()
+{
+    std::vector<Across> rows;
+    for (double s = -20; s < 24; s += 0.5) {
+        const double width = s < 0 ? 3.0 : std::max(3.0, 10.0 * (1 - s / 25));
+        rows.push_back({ s, 0.5 * width, 0.5 * width });
+    }
+    Taper taper;
+    QVERIFY(taperOf(rows, 3.0, &taper));
+    QVERIFY(std::fabs(taper.base) < 1.0);
+    QVERIFY(std::fabs(taper.tip - 25) < 0.5);
+    QVERIFY(std::fabs(taper.width - 10) < 0.5);
+}
+
+void tst_StrokeRoles::whatIsNoHead_data()
+{
+    QTest::addColumn<int>("form");
+    QTest::newRow("a line's end") << 0;
+    QTest::newRow("a wider line") << 1;
+    QTest::newRow("a blunt bar across") << 2;
+    QTest::newRow("a line that grows wide") << 3;
+    QTest::newRow("a head on one side") << 4;
+}
+
+void tst_StrokeRoles::whatIsNoHead()
+{
+    QFETCH(int, form);
+    std::vector<Across> rows;
+    for (double s = -20; s < 24; s += 0.5) {
+        const double head = std::max(3.0, 10.0 * (1 - s / 25));
+        const double widths[] = { 3.0, s < 0 ? 3.0 : 10.0, s > 0 && s < 3 ? 12.0 : 3.0,
+                                  s < 0 ? 3.0 : 3.0 + 0.3 * s, s < 0 ? 3.0 : head };
+        const double width = widths[form];
+        const double left = form == 4 ? 1.5 : 0.5 * width;
+        rows.push_back({ s, left, width - left });
+    }
+    Taper taper;
+    QVERIFY(!taperOf(rows, 3.0, &taper));
+}
+
+void tst_StrokeRoles::aDimensionHasHeads_data()
+{
+    QTest::addColumn<double>("degrees");
+    QTest::addColumn<bool>("hard");
+    for (double degrees : { 0.0, 37.0, 90.0 }) {
+        QTest::addRow("%g degrees, soft", degrees) << degrees << false;
+        QTest::addRow("%g degrees, hard", degrees) << degrees << true;
+    }
+}
+
+// A line between two others with a head at either end.
+void tst_StrokeRoles::aDimensionHasHeads()
+{
+    QFETCH(double, degrees);
+    QFETCH(bool, hard);
+    const double angle = degrees * 3.14159265358979 / 180;
+    const Point u = { std::cos(angle), std::sin(angle) };
+    const Point v = { -u.y, u.x };
+    const Point middle = { 200.3, 200.6 };
+    const Point tips[] = { middle - 120 * u, middle + 120 * u };
+    Sheet sheet(400, 400);
+    sheet.line(tips[0], tips[1], 3.0);
+    drawHead(&sheet, tips[0], u, 28, 9);
+    drawHead(&sheet, tips[1], -1.0 * u, 28, 9);
+    for (const Point &tip : tips)
+        sheet.line(tip - 40 * v, tip + 12 * v, 3.0);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(int(drawing.arrows.size()), 2);
+    for (const Arrow &arrow : drawing.arrows) {
+        double nearest = 1e9;
+        for (const Point &tip : tips)
+            nearest = std::min(nearest,
+                               std::hypot(arrow.corner[0].x - tip.x, arrow.corner[0].y - tip.y));
+        // In whole pixels a head loses its width in steps of two.
+        QVERIFY2(nearest < (hard ? 4.0 : 2.0), qPrintable(QString::number(nearest)));
+        const Point base = arrow.corner[1] - arrow.corner[2];
+        QVERIFY(std::fabs(std::hypot(base.x, base.y) - 9) < 1.5);
+    }
+    QCOMPARE(countOf(drawing, Role::Dimension), 1);
+    QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, tips[0], tips[1], hard ? 4.0 : 2.0), listOf(drawing).c_str());
+}
+
+void tst_StrokeRoles::lettersAreText()
+{
+    Sheet sheet(400, 200);
+    for (int k = 0; k < 5; ++k)
+        drawLetter(&sheet, { 40.0 + 28 * k, 60 }, 26);
+    sheet.line({ 30, 130 }, { 370, 130 }, 2.5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(countOf(drawing, Role::Line), 1);
+    QVERIFY(countOf(drawing, Role::Text) >= 15);
+}
+
+void tst_StrokeRoles::dashesAreNoText()
+{
+    Sheet sheet(400, 120);
+    for (int k = 0; k < 10; ++k)
+        sheet.line({ 20.0 + 36 * k, 30.0 + 5 * k }, { 44.0 + 36 * k, 33.0 + 5 * k }, 3.0);
+    QCOMPARE(countOf(strokesOn(sheet), Role::Text), 0);
+}
+
+void tst_StrokeRoles::aHatchIsAFamily()
+{
+    Sheet sheet(300, 300);
+    for (int k = 0; k < 10; ++k)
+        sheet.line({ 40.0 + 16 * k, 60 }, { 140.0 + 16 * k, 160 }, 2.5);
+    sheet.line({ 20, 280 }, { 280, 240 }, 2.5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(countOf(drawing, Role::Hatch), 10);
+    QCOMPARE(countOf(drawing, Role::Line), 1);
+}
+
+void tst_StrokeRoles::rowsOfATableAreNoHatch()
+{
+    Sheet sheet(300, 300);
+    for (int k = 0; k < 10; ++k)
+        sheet.line({ 40, 40.0 + 20 * k }, { 250, 40.0 + 20 * k }, 2.5);
+    QCOMPARE(countOf(strokesOn(sheet), Role::Hatch), 0);
+}
+
+QTEST_APPLESS_MAIN(tst_StrokeRoles)
+#include "tst_strokeroles.moc"
