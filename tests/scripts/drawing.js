@@ -112,7 +112,7 @@ assert(Math.abs(right - box.x / 10) < 0.01, right + " is not " + box.x / 10);
 cut.save(dxf, { "dxf-version": "r12", "dxf-curves": "arc" });
 assertEquals(after(dxf, "$ACADVER"), "AC1009");
 cut.save(args[0] + "/cut.svg", { outline: false, decimals: 1 });
-assert(readTextFile(args[0] + "/cut.svg").indexOf("fill=\"#ff0000\"") > 0, "not filled");
+assert(readTextFile(args[0] + "/cut.svg").indexOf("fill=\"#f00\"") > 0, "not filled");
 
 [[cut.setUnit, ["cm"], "ZDrawing.setUnit(): The unit is px, mm or in."],
  [cut.setUnit, [5], "Wrong number/types of arguments for ZDrawing.setUnit()."],
