@@ -22,6 +22,7 @@ ZOOM = 3  # the drawing is rendered larger than its source, where a raster image
 PICTURES = [
     ("page", "examples/page.png", ["--preset", "lineart"], (0.12, 0.42, 0.56, 0.72)),
     ("badge", "examples/badge.png", ["--preset", "logo"], (0.0, 0.0, 1.0, 1.0)),
+    ("sheet", "examples/sheet.png", ["--strokes"], (0.0, 0.03, 1.0, 0.7)),
     ("hills", "examples/hills.jpg", ["--preset", "photo"], (0.3, 0.2, 0.9, 0.8)),
 ]
 
