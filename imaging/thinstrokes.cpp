@@ -16,6 +16,9 @@ namespace {
 const int kNear = 2;          // pixels between cores of one stroke; junctions have no ridge
 const float kContact = 16.0f; // price of two cores side by side with different labels: a length
 
+const double kMostRidges = 0.2; // of the pixels; where there are more there is noise and no stroke
+const std::size_t kFewRidges = 50000; // that cost little, whatever they are
+
 struct Core
 {
     uint32_t pixel;
@@ -383,34 +386,67 @@ private:
     uint32_t clock = 0;
 };
 
+// Takes the ridges out of what waits, in the order of their pixels: takes(pixel, ridge) says
+// whether it is one that some label explains.
+template<typename Takes>
+void takeRidges(const QImage &image, const EdgeMap &edges, std::vector<uint32_t> *waiting,
+                Takes takes)
+{
+    const uint32_t width = uint32_t(image.width());
+    std::size_t left = 0;
+    auto ridge = edges.ridges().begin();
+    for (uint32_t pixel : *waiting) {
+        while (ridge != edges.ridges().end() && ridge->pixel < pixel)
+            ++ridge;
+        const bool isRidge = ridge != edges.ridges().end() && ridge->pixel == pixel;
+        const QRgb word = row(image, int(pixel / width))[pixel % width];
+        if (!isRidge || !takes(pixel, Ridge { true, word, ridge->beside }))
+            (*waiting)[left++] = pixel;
+    }
+    waiting->resize(left);
+}
+
+void labelCore(uint32_t pixel, uint16_t label, EdgeMap *edges, LabelPlane *plane)
+{
+    const uint32_t width = uint32_t(plane->width);
+    plane->labels[pixel] = label;
+    edges->row(int(pixel / width))[pixel % width] |= EdgeMap::kOfLine;
+}
+
+// Every ridge by itself.
+void labelNoise(const QImage &image, std::vector<uint32_t> *waiting, EdgeMap *edges,
+                LabelPlane *plane)
+{
+    const RidgeColours colours(plane->colours);
+    takeRidges(image, *edges, waiting, [&](uint32_t pixel, const Ridge &ridge) {
+        const int label = colours.nearestTo(ridge);
+        if (label >= 0)
+            labelCore(pixel, uint16_t(label), edges, plane);
+        return label >= 0;
+    });
+}
+
 } // namespace
 
 std::vector<uint32_t> labelStrokes(const QImage &image, std::vector<uint32_t> waiting,
                                    EdgeMap *edges, LabelPlane *plane)
 {
-    const uint32_t width = static_cast<uint32_t>(plane->width);
+    const std::size_t ridges = edges->ridges().size();
+    if (ridges > kFewRidges && double(ridges) > kMostRidges * double(plane->labels.size())) {
+        labelNoise(image, &waiting, edges, plane);
+        return waiting;
+    }
     Costs costs(plane->colours);
     std::vector<Core> cores;
-    std::size_t left = 0;
-    auto ridge = edges->ridges().begin();
-    for (uint32_t pixel : waiting) {
-        while (ridge != edges->ridges().end() && ridge->pixel < pixel)
-            ++ridge;
-        const bool isRidge = ridge != edges->ridges().end() && ridge->pixel == pixel;
-        const QRgb word = ztrace::row(image, static_cast<int>(pixel / width))[pixel % width];
-        const int row = isRidge ? costs.rowOf({ true, word, ridge->beside }) : -1;
-        if (row < 0)
-            waiting[left++] = pixel;
-        else
+    takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge) {
+        const int row = costs.rowOf(ridge);
+        if (row >= 0)
             cores.push_back({ pixel, uint32_t(row) });
-    }
-    waiting.resize(left);
+        return row >= 0;
+    });
     const std::vector<uint16_t> labels = Strokes(cores, costs, plane->width).labels();
-    for (std::size_t i = 0; i < cores.size(); ++i) {
-        const uint32_t pixel = cores[i].pixel;
-        plane->labels[pixel] = labels[i];
-        edges->row(static_cast<int>(pixel / width))[pixel % width] |= EdgeMap::kOfLine;
-    }
+    for (std::size_t i = 0; i < cores.size(); ++i)
+        labelCore(cores[i].pixel, labels[i], edges, plane);
     return waiting;
 }
 
