@@ -138,16 +138,17 @@ bool EdgeMap::isLine(int x, int y) const
     return (row(y)[x] & kDrawn) != 0 && crowdAt(x, y, 1) <= kMostInLine;
 }
 
-bool EdgeMap::isCalm(int x, int y) const
+void EdgeMap::findCalm(int y, std::vector<uint8_t> *calm) const
 {
-    for (int v = std::max(0, y - 1); v <= std::min(height - 1, y + 1); ++v) {
-        const uint8_t *bytes = row(v);
-        for (int u = std::max(0, x - 1); u <= std::min(width - 1, x + 1); ++u) {
-            if ((bytes[u] & kEdge) != 0)
-                return false;
-        }
-    }
-    return true;
+    const uint8_t *above = row(std::max(0, y - 1));
+    const uint8_t *here = row(y);
+    const uint8_t *below = row(std::min(height - 1, y + 1));
+    std::vector<uint8_t> marked(static_cast<std::size_t>(width) + 2, uint8_t(0));
+    for (int x = 0; x < width; ++x)
+        marked[std::size_t(x) + 1] = uint8_t((above[x] | here[x] | below[x]) & kEdge);
+    calm->resize(static_cast<std::size_t>(width));
+    for (std::size_t x = 0; x < calm->size(); ++x)
+        (*calm)[x] = uint8_t((marked[x] | marked[x + 1] | marked[x + 2]) ^ kEdge);
 }
 
 bool EdgeMap::isTexture(int x, int y) const

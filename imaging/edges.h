@@ -44,8 +44,9 @@ public:
     // In the order of their pixels.
     const std::vector<RidgePixel> &ridges() const { return found; }
 
-    // Whether neither the pixel nor one of its eight neighbours is an edge.
-    bool isCalm(int x, int y) const;
+    // Of a row, for every pixel 1 where neither it nor one of its eight neighbours is an edge, else
+    // 0.
+    void findCalm(int y, std::vector<uint8_t> *calm) const;
 
     // Pixels that are not fully transparent.
     std::size_t visiblePixels() const { return visible; }

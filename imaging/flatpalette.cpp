@@ -150,8 +150,10 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
     const WordTable blocks = countBlocks(image, edges);
     Cells cells;
     const int width = image.width();
+    std::vector<uint8_t> calm;
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
+        calm.clear(); // until it is asked for
         int end = 0;
         for (int x = 0; x < width; x = end) {
             const QRgb word = words[x];
@@ -160,8 +162,10 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
                 continue;
             const bool flat = blocks.of(word) >= kLeastFlat;
             int count = end - x;
+            if (!flat && !withEdges && calm.empty())
+                edges.findCalm(y, &calm);
             for (; !flat && !withEdges && x < end; ++x)
-                count -= !edges.isCalm(x, y) && !edges.isTexture(x, y);
+                count -= calm[std::size_t(x)] == 0 && !edges.isTexture(x, y);
             if (count > 0)
                 cells.add(word, flat, count);
         }
@@ -234,47 +238,64 @@ bool takeNext(std::vector<Cell> *cells, int most, std::vector<QRgb> *palette,
     return true;
 }
 
-// Counts what is nearest to each of a palette's colours, amid pixels that no edge is near.
+// Counts what is nearest to each of a palette's shades, amid pixels that no edge is near.
 struct CalmPixels
 {
-    std::vector<double> all;
-    std::vector<double> inside; // with eight neighbours of the same colour
+    std::vector<int64_t> all;
+    std::vector<int64_t> inside; // with eight neighbours of the same colour
 
-    CalmPixels(const QImage &image, const EdgeMap &edges, const std::vector<QRgb> &palette)
-        : all(palette.size(), 0.0), inside(palette.size(), 0.0)
+    CalmPixels(const QImage &image, const EdgeMap &edges, const std::vector<QRgb> &palette,
+               const std::vector<bool> &flats)
+        : all(palette.size(), 0), inside(palette.size(), 0), isFlat(flats)
     {
         const std::size_t width = static_cast<std::size_t>(image.width());
         NearestColour nearest(palette);
         std::vector<uint16_t> labels[3];
+        std::vector<uint8_t> calm;
         for (int y = 0; y < image.height(); ++y) {
             std::vector<uint16_t> &here = labels[y % 3];
             here.resize(width);
             const QRgb *words = row(image, y);
+            const uint8_t *marks = edges.row(y);
             int end = 0;
             for (int x = 0; x < image.width(); x = end) {
                 end = endOfRun(words, x, image.width());
-                std::fill(here.begin() + x, here.begin() + end, nearest.of(words[x]));
+                // Nobody asks for the label of an edge.
+                if (end > x + 1 || (marks[x] & EdgeMap::kEdge) == 0)
+                    std::fill(here.begin() + x, here.begin() + end, nearest.of(words[x]));
             }
-            if (y >= 2)
-                countRow(labels[(y + 1) % 3], labels[(y + 2) % 3], here, edges, y - 1);
+            if (y >= 2) {
+                edges.findCalm(y - 1, &calm);
+                countRow(labels[(y + 1) % 3], labels[(y + 2) % 3], here, calm);
+            }
         }
     }
 
 private:
     void countRow(const std::vector<uint16_t> &above, const std::vector<uint16_t> &here,
-                  const std::vector<uint16_t> &below, const EdgeMap &edges, int y)
+                  const std::vector<uint16_t> &below, const std::vector<uint8_t> &calm)
     {
-        for (std::size_t x = 1; x + 1 < here.size(); ++x) {
-            if (!edges.isCalm(static_cast<int>(x), y))
+        for (std::size_t x = 1; x + 1 < here.size();) {
+            if (calm[x] == 0) {
+                ++x;
                 continue;
+            }
             const uint16_t own = here[x];
-            const auto isAmid = [own, x](const std::vector<uint16_t> &line) {
-                return line[x - 1] == own && line[x] == own && line[x + 1] == own;
+            const auto isAmid = [own](const std::vector<uint16_t> &line, std::size_t u) {
+                return line[u - 1] == own && line[u] == own && line[u + 1] == own;
             };
-            all[own] += 1.0;
-            inside[own] += isAmid(above) && isAmid(here) && isAmid(below);
+            int64_t pixels = 0;
+            int64_t amid = 0;
+            for (; x + 1 < here.size() && calm[x] != 0 && here[x] == own; ++x) {
+                ++pixels;
+                amid += !isFlat[own] && isAmid(above, x) && isAmid(here, x) && isAmid(below, x);
+            }
+            all[own] += pixels;
+            inside[own] += amid;
         }
     }
+
+    const std::vector<bool> &isFlat;
 };
 
 // Takes out shades that are scattered over others: what compression leaves around edges.
@@ -283,10 +304,10 @@ void dropNoise(const QImage &image, const EdgeMap &edges, const std::vector<bool
 {
     if (std::find(flats.begin(), flats.end(), false) == flats.end())
         return;
-    const CalmPixels calm(image, edges, *palette);
+    const CalmPixels calm(image, edges, *palette, flats);
     std::size_t kept = 0;
     for (std::size_t k = 0; k < palette->size(); ++k) {
-        if (!flats[k] && calm.all[k] > 0.0 && calm.inside[k] < kInside * calm.all[k])
+        if (!flats[k] && calm.all[k] > 0 && double(calm.inside[k]) < kInside * double(calm.all[k]))
             continue;
         (*palette)[kept] = (*palette)[k];
         (*scores)[kept++] = (*scores)[k];

@@ -148,8 +148,11 @@ void forEachRun(const QImage &image, Use use)
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
         for (int x = 2; x + 2 < width; ++x) {
-            if (words[x] == words[x - 1] || isGround(words[x], words[x - 1])
-                || !isGround(words[x - 2], words[x - 1]))
+            if (words[x] == words[x - 1]) {
+                x = endOfRun(words, x, width) - 1;
+                continue;
+            }
+            if (isGround(words[x], words[x - 1]) || !isGround(words[x - 2], words[x - 1]))
                 continue;
             const int end = endOfStretch(words, x, width);
             if (end == 0)

@@ -149,6 +149,22 @@ int RidgeColours::nearestTo(const Ridge &ridge) const
     return best;
 }
 
+bool RidgeColours::costsOf(const Ridge &ridge, float *costs) const
+{
+    const VisibleColour own = visible(ridge.colour);
+    const VisibleColour beside = visible(ridge.beside);
+    const double depth = length(difference(own, beside));
+    bool explained = false;
+    for (std::size_t k = 0; k < colours.size(); ++k) {
+        const double unexplained = std::sqrt(squareToMixture(own, beside, colours[k]));
+        const double missing = kLeastPart * length(difference(colours[k], beside)) - depth;
+        explained = explained || (unexplained <= kExplained * depth && missing <= 0.0);
+        costs[k] = float(unexplained + kDoubt * length(difference(own, colours[k]))
+                         + std::max(0.0, missing));
+    }
+    return explained;
+}
+
 double RidgeColours::costOf(const Ridge &ridge, std::size_t place) const
 {
     const VisibleColour own = visible(ridge.colour);

@@ -57,6 +57,9 @@ public:
     // What it costs to draw the ridge in the colour at that place: a length.
     double costOf(const Ridge &ridge, std::size_t place) const;
 
+    // The same for every colour of the palette; whether nearestTo finds one.
+    bool costsOf(const Ridge &ridge, float *costs) const;
+
 private:
     std::vector<QRgb> words;
     std::vector<VisibleColour> colours;

@@ -113,20 +113,28 @@ public:
         const RidgeColours known({ colour });
         for (Shade &shade : shades)
             shade.cost = std::min(shade.cost, known.costOf(shade.ridge, 0));
-        shades.erase(std::remove_if(shades.begin(), shades.end(),
-                                    [this](const Shade &shade) { return shade.cost <= explained; }),
-                     shades.end());
+        const auto firstKnown
+            = std::stable_partition(shades.begin(), shades.end(),
+                                    [this](const Shade &shade) { return shade.cost > explained; });
+        for (auto gone = firstKnown; isCounted && gone != shades.end(); ++gone) {
+            for (auto other = shades.begin(); other != firstKnown; ++other)
+                other->similar -= isSimilar(*gone, *other) ? gone->pixels : 0.0;
+        }
+        shades.erase(firstKnown, shades.end());
     }
 
     // The strongest shade of a line is its colour; the others are mixtures with that.
     const Shade *strongest(double leastPixels)
     {
-        countSimilar();
+        if (!isCounted)
+            countSimilar();
         const Shade *best = nullptr;
         double bestStrength = 0.0;
         for (const Shade &shade : shades) {
+            if (shade.similar < leastPixels)
+                continue;
             const double strength = std::pow(shade.similar, kWorthOfPixels) * costOf(shade);
-            if (shade.similar >= leastPixels && strength > bestStrength) {
+            if (strength > bestStrength) {
                 best = &shade;
                 bestStrength = strength;
             }
@@ -141,13 +149,20 @@ public:
     }
 
 private:
+    static bool isSimilar(const Shade &a, const Shade &b)
+    {
+        return square(difference(a.colour, b.colour)) < kSame * kSame;
+    }
+
+    // Numbers of pixels, whose sums are exact: later on what goes is taken off.
     void countSimilar()
     {
+        isCounted = true;
         for (Shade &shade : shades)
             shade.similar = shade.pixels;
         for (std::size_t i = 0; i < shades.size(); ++i) {
             for (std::size_t j = i + 1; j < shades.size(); ++j) {
-                if (square(difference(shades[i].colour, shades[j].colour)) >= kSame * kSame)
+                if (!isSimilar(shades[i], shades[j]))
                     continue;
                 shades[i].similar += shades[j].pixels;
                 shades[j].similar += shades[i].pixels;
@@ -157,6 +172,7 @@ private:
 
     std::vector<Shade> shades;
     const double explained;
+    bool isCounted = false;
 };
 
 } // namespace

@@ -7,9 +7,7 @@
 
 #include <algorithm>
 #include <limits>
-#include <map>
 #include <numeric>
-#include <unordered_map>
 
 namespace ztrace {
 
@@ -17,6 +15,9 @@ namespace {
 
 const int kNear = 2;          // pixels between cores of one stroke; junctions have no ridge
 const float kContact = 16.0f; // price of two cores side by side with different labels: a length
+
+const double kMostRidges = 0.2; // of the pixels; where there are more there is noise and no stroke
+const std::size_t kFewRidges = 50000; // that cost little, whatever they are
 
 struct Core
 {
@@ -28,25 +29,47 @@ struct Core
 class Costs
 {
 public:
-    explicit Costs(const std::vector<QRgb> &palette) : colours(palette), width(palette.size()) { }
+    explicit Costs(const std::vector<QRgb> &palette)
+        : colours(palette), width(palette.size()), table(kLeastTable)
+    { }
 
     // The row of a ridge, or -1 when no label explains it.
     int rowOf(const Ridge &ridge)
     {
-        const auto known = rows.insert({ keyOf(ridge), int(values.size() / width) });
-        if (!known.second)
-            return known.first->second;
-        if (colours.nearestTo(ridge) < 0)
-            return known.first->second = -1;
-        for (std::size_t k = 0; k < width; ++k)
-            values.push_back(float(colours.costOf(ridge, k)));
-        return known.first->second;
+        const uint64_t key = keyOf(ridge);
+        Slot &slot = table[placeOf(key)];
+        if (slot.row != kFree)
+            return slot.row;
+        const std::size_t place = values.size();
+        values.resize(place + width);
+        const bool isExplained = colours.costsOf(ridge, values.data() + place);
+        const int row = isExplained ? int(best.size()) : -1;
+        slot = { key, row };
+        if (isExplained)
+            best.push_back(
+                uint16_t(std::min_element(values.begin() + std::ptrdiff_t(place), values.end())
+                         - values.begin() - std::ptrdiff_t(place)));
+        else
+            values.resize(place);
+        if (++used * 2 > table.size())
+            grow();
+        return row;
     }
 
     const float *row(uint32_t place) const { return values.data() + place * width; }
+    uint16_t bestOf(uint32_t place) const { return best[place]; }
     std::size_t labels() const { return width; }
 
 private:
+    static const int kFree = -2;
+    static const std::size_t kLeastTable = 1024; // a power of two, as every number of them
+
+    struct Slot
+    {
+        uint64_t key = 0;
+        int row = kFree;
+    };
+
     // The upper six bits of every channel, alpha's upper four.
     static uint64_t keyOf(const Ridge &ridge)
     {
@@ -54,34 +77,69 @@ private:
         return (ridge.colour & kUpper) << 32 | (ridge.beside & kUpper);
     }
 
+    std::size_t placeOf(uint64_t key) const
+    {
+        const std::size_t mask = table.size() - 1;
+        std::size_t place = (key * 0x9E3779B97F4A7C15u >> 32) & mask; // 2^64 over the golden ratio
+        while (table[place].row != kFree && table[place].key != key)
+            place = (place + 1) & mask;
+        return place;
+    }
+
+    void grow()
+    {
+        std::vector<Slot> old(2 * table.size());
+        old.swap(table);
+        for (const Slot &slot : old) {
+            if (slot.row != kFree)
+                table[placeOf(slot.key)] = slot;
+        }
+    }
+
     const RidgeColours colours;
     const std::size_t width;
-    std::unordered_map<uint64_t, int> rows;
+    std::vector<Slot> table; // open addressing, at most half full
+    std::size_t used = 0;
     std::vector<float> values;
+    std::vector<uint16_t> best; // of every row
+};
+
+// Cores of another stretch that are near those of one.
+struct Contact
+{
+    uint32_t other;
+    int cores;
 };
 
 // Cores that have one label and hang together.
 struct Stretch
 {
-    std::vector<float> costs; // of every label, for all its cores
     uint16_t label = 0;
     std::size_t cores = 0;
-    std::map<uint32_t, int> contacts; // to other stretches
+    float *costs = nullptr;        // of every label, for all its cores; where there are contacts
+    float least = 0.0f;            // of these: that of the label
+    float second = 0.0f;           // and that of the best other label
+    uint32_t changed = 0;          // when it last was, and
+    uint32_t judged = 0;           // when nothing could be saved by uniting it
+    std::vector<Contact> contacts; // may be absorbed or repeated until they are tidied
 };
 
 // Unites stretches as long as one label for both costs less than two and what parts them.
 class Strokes
 {
 public:
-    Strokes(const std::vector<Core> &found, const Costs &of, int planeWidth, std::size_t pixels)
-        : cores(found), costs(of), width(planeWidth), places(pixels, 0u)
+    Strokes(const std::vector<Core> &found, const Costs &of, int planeWidth)
+        : cores(found), costs(of), width(uint32_t(planeWidth))
     { }
 
     // The label of every core.
     std::vector<uint16_t> labels()
     {
-        chooseAlone();
+        for (const Core &core : cores)
+            own.push_back(costs.bestOf(core.costs));
         gather();
+        findContacts();
+        addCosts();
         unite();
         for (std::size_t i = 0; i < cores.size(); ++i)
             own[i] = stretches[rootOf(stretchOf[i])].label;
@@ -89,30 +147,24 @@ public:
     }
 
 private:
-    void chooseAlone()
-    {
-        own.resize(cores.size());
-        for (std::size_t i = 0; i < cores.size(); ++i) {
-            const float *row = costs.row(cores[i].costs);
-            own[i] = uint16_t(std::min_element(row, row + costs.labels()) - row);
-            places[cores[i].pixel] = uint32_t(i) + 1;
-        }
-    }
-
     // Calls use(i, j) for every two cores that are near each other, the earlier first.
     template<typename Use>
     void forEachPair(Use use) const
     {
+        std::size_t first[kNear + 1] = {}; // in each row the first core that may be near
         for (std::size_t i = 0; i < cores.size(); ++i) {
-            const std::size_t x = cores[i].pixel % uint32_t(width);
-            const std::size_t left = std::min<std::size_t>(x, kNear);
-            const std::size_t right = std::min<std::size_t>(std::size_t(width) - 1 - x, kNear);
-            for (std::size_t dy = 0; dy <= std::size_t(kNear); ++dy) {
-                const std::size_t row = cores[i].pixel + dy * std::size_t(width);
-                for (std::size_t p = dy == 0 ? row + 1 : row - left; p <= row + right; ++p) {
-                    if (p < places.size() && places[p] > 0)
-                        use(i, std::size_t(places[p] - 1));
-                }
+            const uint32_t x = cores[i].pixel % width;
+            const uint32_t left = std::min(x, uint32_t(kNear));
+            const uint32_t right = std::min(width - 1 - x, uint32_t(kNear));
+            first[0] = i + 1;
+            for (uint32_t dy = 0; dy <= uint32_t(kNear); ++dy) {
+                const std::size_t row = std::size_t(cores[i].pixel) + dy * std::size_t(width);
+                std::size_t j = first[dy];
+                while (j < cores.size() && cores[j].pixel < row - left)
+                    ++j;
+                first[dy] = j;
+                for (; j < cores.size() && cores[j].pixel <= row + right; ++j)
+                    use(i, j);
             }
         }
     }
@@ -139,24 +191,82 @@ private:
             if (number == 0) {
                 stretches.emplace_back();
                 stretches.back().label = own[i];
-                stretches.back().costs.assign(costs.labels(), 0.0f);
                 number = uint32_t(stretches.size());
             }
             stretchOf[i] = number - 1;
-            Stretch &stretch = stretches[number - 1];
-            ++stretch.cores;
-            const float *row = costs.row(cores[i].costs);
-            for (std::size_t k = 0; k < costs.labels(); ++k)
-                stretch.costs[k] += row[k];
+            ++stretches[number - 1].cores;
         }
-        forEachPair([&](std::size_t i, std::size_t j) {
-            if (stretchOf[i] == stretchOf[j])
-                return;
-            ++stretches[stretchOf[i]].contacts[stretchOf[j]];
-            ++stretches[stretchOf[j]].contacts[stretchOf[i]];
-        });
         parent.resize(stretches.size());
         std::iota(parent.begin(), parent.end(), 0u);
+    }
+
+    void findContacts()
+    {
+        const auto add = [this](uint32_t to, uint32_t other) {
+            std::vector<Contact> &contacts = stretches[to].contacts;
+            if (contacts.empty() || contacts.back().other != other)
+                contacts.push_back({ other, 0 });
+            ++contacts.back().cores;
+        };
+        forEachPair([&](std::size_t i, std::size_t j) {
+            if (own[i] == own[j])
+                return;
+            add(stretchOf[i], stretchOf[j]);
+            add(stretchOf[j], stretchOf[i]);
+        });
+    }
+
+    // Stretches without contacts keep their labels, whatever they cost.
+    void addCosts()
+    {
+        const std::size_t labels = costs.labels();
+        const auto hasContacts = [](const Stretch &stretch) { return !stretch.contacts.empty(); };
+        sums.assign(
+            labels * std::size_t(std::count_if(stretches.begin(), stretches.end(), hasContacts)),
+            0.0f);
+        float *next = sums.data();
+        for (Stretch &stretch : stretches) {
+            if (!hasContacts(stretch))
+                continue;
+            stretch.costs = next;
+            next += labels;
+        }
+        for (std::size_t i = 0; i < cores.size(); ++i) {
+            float *sum = stretches[stretchOf[i]].costs;
+            const float *row = costs.row(cores[i].costs);
+            for (std::size_t k = 0; sum && k < labels; ++k)
+                sum[k] += row[k];
+        }
+        for (Stretch &stretch : stretches) {
+            if (stretch.costs)
+                rank(&stretch);
+        }
+    }
+
+    // The label is that of the least costs already: sums never change an order that all parts have.
+    void rank(Stretch *stretch) const
+    {
+        stretch->least = stretch->costs[stretch->label];
+        stretch->second = std::numeric_limits<float>::max();
+        for (std::size_t k = 0; k < costs.labels(); ++k) {
+            if (k != stretch->label)
+                stretch->second = std::min(stretch->second, stretch->costs[k]);
+        }
+    }
+
+    // What two cost that stay apart.
+    static float apart(const Stretch &a, const Stretch &b, int contacts)
+    {
+        return a.least + b.least + kContact * float(contacts);
+    }
+
+    // Uniting two costs no less than this: one label for both is that of the first, or another one
+    // that costs both at least what their best ones do.
+    static float leastPrice(const Stretch &a, const Stretch &b, int contacts)
+    {
+        const float one = std::min(a.least + b.costs[a.label], a.second + b.least);
+        const float other = std::min(b.least + a.costs[b.label], b.second + a.least);
+        return std::max(one, other) - apart(a, b, contacts);
     }
 
     // The best label for two, and what uniting them costs.
@@ -170,15 +280,16 @@ private:
                 *label = uint16_t(k);
             }
         }
-        const float apart = a.costs[a.label] + b.costs[b.label]
-            + (a.label != b.label ? kContact * float(contacts) : 0.0f);
-        return least - apart;
+        return least - apart(a, b, contacts);
     }
 
     void unite()
     {
-        std::vector<uint32_t> order(stretches.size());
-        std::iota(order.begin(), order.end(), 0u);
+        std::vector<uint32_t> order;
+        for (uint32_t k = 0; k < stretches.size(); ++k) {
+            if (stretches[k].costs)
+                order.push_back(k);
+        }
         std::stable_sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) {
             return stretches[a].cores < stretches[b].cores;
         });
@@ -191,86 +302,151 @@ private:
         }
     }
 
+    // Every contact once, in the order of their numbers.
+    void tidy(uint32_t k)
+    {
+        std::vector<Contact> &contacts = stretches[k].contacts;
+        bool isTidy = true;
+        uint32_t last = 0;
+        for (Contact &contact : contacts) {
+            contact.other = rootOf(contact.other);
+            isTidy = isTidy && contact.other != k
+                && (&contact == &contacts[0] || contact.other > last);
+            last = contact.other;
+        }
+        if (isTidy)
+            return;
+        std::sort(contacts.begin(), contacts.end(),
+                  [](const Contact &a, const Contact &b) { return a.other < b.other; });
+        std::size_t kept = 0;
+        for (const Contact &contact : contacts) {
+            if (contact.other == k)
+                continue;
+            if (kept > 0 && contacts[kept - 1].other == contact.other)
+                contacts[kept - 1].cores += contact.cores;
+            else
+                contacts[kept++] = contact;
+        }
+        contacts.resize(kept);
+    }
+
+    // What has been judged is judged again only with what has changed since.
     bool uniteWithBest(uint32_t k)
     {
+        tidy(k);
+        Stretch &stretch = stretches[k];
         float least = 0.0f;
         uint32_t best = k;
         uint16_t bestLabel = 0;
-        for (const auto &contact : stretches[k].contacts) {
+        for (const Contact &contact : stretch.contacts) {
+            const Stretch &other = stretches[contact.other];
+            const bool isJudged = std::max(stretch.changed, other.changed) < stretch.judged;
+            // With one label for both already there is nothing to be saved.
+            if (isJudged || stretch.label == other.label
+                || leastPrice(stretch, other, contact.cores) >= least)
+                continue;
             uint16_t label = 0;
-            const float price
-                = priceOf(stretches[k], stretches[contact.first], contact.second, &label);
+            const float price = priceOf(stretch, other, contact.cores, &label);
             if (price < least) {
                 least = price;
-                best = contact.first;
+                best = contact.other;
                 bestLabel = label;
             }
         }
-        if (best == k)
-            return false;
-        absorb(best, k, bestLabel);
-        return true;
+        if (best != k)
+            absorb(best, k, bestLabel);
+        else
+            stretch.judged = ++clock;
+        return best != k;
     }
 
     void absorb(uint32_t into, uint32_t gone, uint16_t label)
     {
         Stretch &to = stretches[into];
         Stretch &from = stretches[gone];
-        for (std::size_t k = 0; k < to.costs.size(); ++k)
+        for (std::size_t k = 0; k < costs.labels(); ++k)
             to.costs[k] += from.costs[k];
         to.label = label;
         to.cores += from.cores;
-        for (const auto &contact : from.contacts) {
-            std::map<uint32_t, int> &back = stretches[contact.first].contacts;
-            back.erase(gone);
-            if (contact.first == into)
-                continue;
-            back[into] += contact.second;
-            to.contacts[contact.first] += contact.second;
-        }
+        to.changed = ++clock;
+        rank(&to);
+        to.contacts.insert(to.contacts.end(), from.contacts.begin(), from.contacts.end());
         from = Stretch();
         parent[gone] = into;
     }
 
     const std::vector<Core> &cores;
     const Costs &costs;
-    const int width;
-    std::vector<uint32_t> places; // of every pixel: its core's number + 1, or 0
+    const uint32_t width;
     std::vector<uint16_t> own;
     std::vector<uint32_t> parent; // of cores first, of stretches then
     std::vector<uint32_t> stretchOf;
     std::vector<Stretch> stretches;
+    std::vector<float> sums; // of the stretches with contacts
+    uint32_t clock = 0;
 };
+
+// Takes the ridges out of what waits, in the order of their pixels: takes(pixel, ridge) says
+// whether it is one that some label explains.
+template<typename Takes>
+void takeRidges(const QImage &image, const EdgeMap &edges, std::vector<uint32_t> *waiting,
+                Takes takes)
+{
+    const uint32_t width = uint32_t(image.width());
+    std::size_t left = 0;
+    auto ridge = edges.ridges().begin();
+    for (uint32_t pixel : *waiting) {
+        while (ridge != edges.ridges().end() && ridge->pixel < pixel)
+            ++ridge;
+        const bool isRidge = ridge != edges.ridges().end() && ridge->pixel == pixel;
+        const QRgb word = row(image, int(pixel / width))[pixel % width];
+        if (!isRidge || !takes(pixel, Ridge { true, word, ridge->beside }))
+            (*waiting)[left++] = pixel;
+    }
+    waiting->resize(left);
+}
+
+void labelCore(uint32_t pixel, uint16_t label, EdgeMap *edges, LabelPlane *plane)
+{
+    const uint32_t width = uint32_t(plane->width);
+    plane->labels[pixel] = label;
+    edges->row(int(pixel / width))[pixel % width] |= EdgeMap::kOfLine;
+}
+
+// Every ridge by itself.
+void labelNoise(const QImage &image, std::vector<uint32_t> *waiting, EdgeMap *edges,
+                LabelPlane *plane)
+{
+    const RidgeColours colours(plane->colours);
+    takeRidges(image, *edges, waiting, [&](uint32_t pixel, const Ridge &ridge) {
+        const int label = colours.nearestTo(ridge);
+        if (label >= 0)
+            labelCore(pixel, uint16_t(label), edges, plane);
+        return label >= 0;
+    });
+}
 
 } // namespace
 
 std::vector<uint32_t> labelStrokes(const QImage &image, std::vector<uint32_t> waiting,
                                    EdgeMap *edges, LabelPlane *plane)
 {
-    const uint32_t width = static_cast<uint32_t>(plane->width);
+    const std::size_t ridges = edges->ridges().size();
+    if (ridges > kFewRidges && double(ridges) > kMostRidges * double(plane->labels.size())) {
+        labelNoise(image, &waiting, edges, plane);
+        return waiting;
+    }
     Costs costs(plane->colours);
     std::vector<Core> cores;
-    std::size_t left = 0;
-    auto ridge = edges->ridges().begin();
-    for (uint32_t pixel : waiting) {
-        while (ridge != edges->ridges().end() && ridge->pixel < pixel)
-            ++ridge;
-        const bool isRidge = ridge != edges->ridges().end() && ridge->pixel == pixel;
-        const QRgb word = ztrace::row(image, static_cast<int>(pixel / width))[pixel % width];
-        const int row = isRidge ? costs.rowOf({ true, word, ridge->beside }) : -1;
-        if (row < 0)
-            waiting[left++] = pixel;
-        else
+    takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge) {
+        const int row = costs.rowOf(ridge);
+        if (row >= 0)
             cores.push_back({ pixel, uint32_t(row) });
-    }
-    waiting.resize(left);
-    const std::vector<uint16_t> labels
-        = Strokes(cores, costs, plane->width, plane->labels.size()).labels();
-    for (std::size_t i = 0; i < cores.size(); ++i) {
-        const uint32_t pixel = cores[i].pixel;
-        plane->labels[pixel] = labels[i];
-        edges->row(static_cast<int>(pixel / width))[pixel % width] |= EdgeMap::kOfLine;
-    }
+        return row >= 0;
+    });
+    const std::vector<uint16_t> labels = Strokes(cores, costs, plane->width).labels();
+    for (std::size_t i = 0; i < cores.size(); ++i)
+        labelCore(cores[i].pixel, labels[i], edges, plane);
     return waiting;
 }
 

@@ -2,11 +2,13 @@
 //
 // Thin strokes are judged as a whole.
 #include "imaging/palette.h"
+#include "imaging/ridges.h"
 #include "imaging/segment.h"
 
 #include <QTest>
 
 #include <algorithm>
+#include <random>
 
 using namespace ztrace;
 
@@ -76,6 +78,32 @@ private slots:
     }
 
     // A red stroke that a black one goes on from stays red: one colour for both would cost more.
+    // Ridges of noise are judged one by one.
+    void noiseHasNoStrokes()
+    {
+        QImage image(600, 600, QImage::Format_ARGB32);
+        std::mt19937 random(7);
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                image.setPixel(x, y, 0xFF000000u | QRgb(random()));
+        }
+        const EdgeMap edges(image);
+        const std::vector<QRgb> palette
+            = { 0xFFFFFFFFu, 0xFF000000u, 0xFFFF0000u, 0xFF00FF00u, 0xFF0000FFu, 0xFF808080u };
+        const LabelPlane plane = reduceFlat(image, edges, palette);
+        const RidgeColours colours(palette);
+        int explained = 0;
+        for (const EdgeMap::RidgePixel &ridge : edges.ridges()) {
+            const QRgb word = image.pixel(int(ridge.pixel % 600), int(ridge.pixel / 600));
+            const int label = colours.nearestTo({ true, word, ridge.beside });
+            if (label < 0)
+                continue;
+            ++explained;
+            QCOMPARE(int(plane.labels[ridge.pixel]), label);
+        }
+        QVERIFY(explained > 10000);
+    }
+
     void twoColoursStayTwo()
     {
         QImage image = stroke(kBlack, { 1.0, 0.8 });
