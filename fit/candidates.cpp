@@ -139,10 +139,22 @@ static double roomOf(const SpanEnd &end)
     return std::min(kMetBefore, kMetBeforePart * end.length);
 }
 
+// Whether the two ends lie side by side, or meet within reach of where they end.
+static bool meetSideBySide(const SpanEnd &before, const SpanEnd &after)
+{
+    const Point gap = after.foot - before.foot;
+    const double reach = kLargestMeetingReach * std::fabs(cross(before.tangent, after.tangent));
+    return dot(gap, gap) < kSmoothGap * kSmoothGap
+        || (std::fabs(cross(gap, after.tangent)) <= reach
+            && std::fabs(cross(gap, before.tangent)) <= reach);
+}
+
 // Whether the two ends meet within reach of where they end: where they hardly turn side by side,
 // else drawn on or cut a little short.
-bool meetNear(const SpanEnd &before, const SpanEnd &after)
+bool meetNear(const SpanEnd &before, const SpanEnd &after, Meeting meeting)
 {
+    if (meeting == Meeting::OfCentreLines)
+        return meetSideBySide(before, after);
     const Point gap = after.foot - before.foot;
     if (dot(before.tangent, after.tangent) > kSmoothCosine)
         return dot(gap, gap) < kSmoothGap * kSmoothGap;
@@ -199,7 +211,7 @@ double jointCost(const Table &table, const SpanEnd &before, const SpanEnd &after
 {
     const double corner = table.numbers(table.prices.corner);
     *smooth = false;
-    if (!meetNear(before, after))
+    if (!meetNear(before, after, table.judgement.meeting))
         return 2 * corner + table.numbers(table.prices.line) + leftOut * table.judgement.leftOut;
     if (leftOut > 0)
         return corner + leftOut * table.judgement.leftOut;

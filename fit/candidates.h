@@ -80,7 +80,7 @@ const double kLargestMeetingReach = 2.5;
 // corner, but a span must not vanish between its neighbours.
 const double kMetBefore = 1.0;
 const double kMetBeforePart = 0.35;
-bool meetNear(const SpanEnd &before, const SpanEnd &after);
+bool meetNear(const SpanEnd &before, const SpanEnd &after, Meeting meeting);
 
 // Pixels from the corner and its sides within which points may be left out: pixels that see both
 // sides are up to .3 off, serifs and caps are farther away.

@@ -14,8 +14,6 @@ namespace ztrace::fit {
 
 namespace {
 
-// Breaks to both sides of the lattice's answer.
-const int kRefinement = 2;
 // Chains of fewer points are not worth a lattice.
 const int kShortChain = 24;
 
@@ -73,17 +71,20 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
 {
     *points = rotated(*points, flattestBreak(*points));
     std::vector<Span> spans;
+    const int radius = settings.search.refinement;
     int seam = 0; // the span that begins where the chain was cut before
     for (int round = 0; round < 3; ++round) {
         const Sums sums(*points);
         const Table table = { *points, sums, settings.prices, judgement };
         if (round == 0) {
             const bool few = points->size() < kShortChain;
-            spans = runProgram(table, few ? Reach::every(points->size()) : Reach::lattice(*points))
+            spans = runProgram(table,
+                               few ? Reach::every(points->size())
+                                   : Reach::lattice(*points, settings.search))
                         .spans;
         } else {
-            const Reach reach = round == 1 ? Reach::refinement(table, spans, kRefinement)
-                                           : Reach::seam(table, spans, seam, kRefinement);
+            const Reach reach = round == 1 ? Reach::refinement(table, spans, radius)
+                                           : Reach::seam(table, spans, seam, radius);
             spans = refined(table, spans, reach);
         }
         if (round == 2 || spans.size() < 2)
@@ -104,7 +105,7 @@ std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
     return spans;
 }
 
-std::vector<Span> spansOfOpen(const Table &table)
+std::vector<Span> spansOfOpen(const Table &table, const Search &search)
 {
     std::vector<Span> spans;
     if (fitWhole(table, &spans))
@@ -112,8 +113,8 @@ std::vector<Span> spansOfOpen(const Table &table)
     const int n = table.points.size();
     if (n < kShortChain)
         return mergeSteps(table, runProgram(table, Reach::every(n)).spans);
-    spans = runProgram(table, Reach::lattice(table.points)).spans;
-    return refined(table, spans, Reach::refinement(table, spans, kRefinement));
+    spans = runProgram(table, Reach::lattice(table.points, search)).spans;
+    return refined(table, spans, Reach::refinement(table, spans, search.refinement));
 }
 
 std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Judgement &judgement)
@@ -126,7 +127,7 @@ std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Jud
     const Sums sums(*points);
     const Table table = { *points, sums, working.prices, judgement };
     if (!points->closed)
-        spans = spansOfOpen(table);
+        spans = spansOfOpen(table, settings.search);
     const std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
     if (!settings.curves && offered(settings.prices.arc))
         return pieces;

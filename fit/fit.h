@@ -15,11 +15,12 @@ struct Settings
     Judgement hard;
     bool curves; // whether runs of arcs may become curves
     bool shapes; // whether closed chains may become whole shapes
+    Search search;
 };
 
 inline Settings settingsFor(const Prices &prices)
 {
-    return { prices, judgementOf(Edge::Soft), judgementOf(Edge::Hard), true, true };
+    return { prices, judgementOf(Edge::Soft), judgementOf(Edge::Hard), true, true, Search() };
 }
 
 // Pieces in the order of the walk. Each starts exactly where the one before it ends, the first of a

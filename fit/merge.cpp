@@ -86,7 +86,8 @@ std::vector<Span> withCaps(const Table &table, const std::vector<Span> &spans)
         result.push_back(spans[k]);
         const bool last = k + 1 == spans.size();
         const Span &next = spans[last ? 0 : k + 1];
-        if ((last && !points.closed) || meetNear(endOf(points, spans[k]), startOf(points, next)))
+        if ((last && !points.closed)
+            || meetNear(endOf(points, spans[k]), startOf(points, next), table.judgement.meeting))
             continue;
         result.push_back(capBetween(points, spans[k], next));
     }

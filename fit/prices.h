@@ -46,6 +46,21 @@ inline Prices hostPrices()
              kNotOffered, kNotOffered, kNotOffered, kNotOffered, 1.5 };
 }
 
+// Which joints of two fits need no cap. Outlines: those that pixels hide, so that serifs stay.
+// Centre lines have no caps, and where a line goes over into an arc their fits end side by side at
+// any turn.
+enum class Meeting { OfOutlines, OfCentreLines };
+
+// How closely breaks are searched, in points. Finer finds short arcs between lines, and costs time:
+// on scanned drawings F1 of centred arcs is .41 with 2, 1, 2 and .64 with 1, 2, 3; outlines, whose
+// chains are many times longer, win nothing (docs/fit/program.md).
+struct Search
+{
+    int fineStep = 2;    // between the ends of short spans
+    int cornerReach = 1; // breaks to both sides of a corner that are always looked at
+    int refinement = 2;  // breaks to both sides of the lattice's answer
+};
+
 // How distances become misfit, in nats: with c the sum of (distance / sigma) squared over n points,
 // slope * max(0, c - slack * n) + leak * c.
 //
@@ -59,6 +74,7 @@ struct Judgement
     double leak;
     double leftOut;  // nats for a point left out beside a corner, where pixels see both sides
     int mayLeaveOut; // points at one corner
+    Meeting meeting = Meeting::OfOutlines;
 
     double misfit(double chi2, int n) const
     {
@@ -70,8 +86,8 @@ struct Judgement
 inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
-        return { 5, 0.5, 0, 0, 4, 2 };
-    return { 4, 1, 1.2, 0.1, 0, 0 };
+        return { 5, 0.5, 0, 0, 4, 2, Meeting::OfOutlines };
+    return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines };
 }
 
 } // namespace ztrace::fit

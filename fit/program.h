@@ -18,7 +18,7 @@ class Reach
 {
 public:
     static Reach every(int size);
-    static Reach lattice(const Points &points);
+    static Reach lattice(const Points &points, const Search &search = Search());
     static Reach refinement(const Table &table, const std::vector<Span> &spans, int radius);
     // A refinement near the begin of one span only; the other breaks stay or vanish.
     static Reach seam(const Table &table, const std::vector<Span> &spans, int span, int radius);
@@ -39,6 +39,7 @@ private:
 
     Kind kind = Kind::Every;
     int size = 0;
+    int fineStep = 1;           // lattice: between the ends of the shortest spans
     std::vector<int> corners;   // lattice: breaks near corners; refinement: all breaks; ascending
     std::vector<char> isCorner; // per break
     std::vector<int> group;     // refinement: per element of `corners`

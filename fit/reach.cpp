@@ -11,19 +11,16 @@ namespace ztrace::fit {
 
 namespace {
 
-// Spans shorter than this go between every second point; longer ones, by doubling, between
-// multiples of 4, 8, ...: 4 to 8 steps a span. Twice or four times as fine wins no numbers after
-// the refinement on pages of letters, at 1.7 and 3 times the candidates; half as fine cuts small
-// curves.
+// Spans shorter than this go between every fineStep-th point, here the second; longer ones, by
+// doubling, between multiples of 4, 8, ...: 4 to 8 steps a span. Twice or four times as fine wins
+// no numbers after the refinement on pages of letters, at 1.7 and 3 times the candidates; half as
+// fine cuts small curves.
 const int kFineLength = 16;
-const int kFineStep = 2;
 // Points to both sides over which a turn is measured: a staircase needs longer chords.
 const int kSoftChord = 3;
 const int kHardChord = 6;
 // 1 - cosine of the least turn at a corner, 20 degrees.
 const double kLeastTurn = 0.06;
-// Breaks to both sides of a corner that are always looked at.
-const int kCornerReach = 1;
 // Points to both sides of a break that have to lie flat where a closed chain is cut.
 const int kFlatReach = 8;
 // Spans of the earlier answer that one of a refinement may replace.
@@ -34,10 +31,10 @@ const double kRoomForBetter = 6;
 // Breaks to both sides of the place where a closed chain was cut that have not been refined yet.
 const int kSeamReach = 2;
 
-int stepOf(int length)
+int stepOf(int length, int fineStep)
 {
-    int step = kFineStep;
-    while (length >= kFineLength / kFineStep * step)
+    int step = fineStep;
+    while (length >= kFineLength / fineStep * step)
         step *= 2;
     return step;
 }
@@ -118,10 +115,11 @@ Reach Reach::every(int size)
     return reach;
 }
 
-Reach Reach::lattice(const Points &points)
+Reach Reach::lattice(const Points &points, const Search &search)
 {
     Reach reach;
     reach.kind = Kind::Lattice;
+    reach.fineStep = search.fineStep;
     reach.size = points.size();
     reach.isCorner.assign(static_cast<std::size_t>(reach.size + 1), 0);
     const std::vector<double> turn = turns(points);
@@ -129,8 +127,8 @@ Reach Reach::lattice(const Points &points)
     for (int i = 0; i < reach.size; ++i) {
         if (turn[static_cast<std::size_t>(i)] < kLeastTurn || !isSharpest(turn, i, chord))
             continue;
-        const int end = std::min(reach.size, i + kCornerReach + 1);
-        for (int k = std::max(0, i - kCornerReach); k <= end; ++k)
+        const int end = std::min(reach.size, i + search.cornerReach + 1);
+        for (int k = std::max(0, i - search.cornerReach); k <= end; ++k)
             reach.isCorner[static_cast<std::size_t>(k)] = 1;
     }
     reach.isCorner.front() = reach.isCorner.back() = 1;
@@ -191,7 +189,7 @@ void Reach::latticeEnds(int first, std::vector<int> *ends) const
     auto next = std::upper_bound(corners.begin(), corners.end(), first);
     int end = first + 1;
     while (end <= size) {
-        const int step = stepOf(end - first);
+        const int step = stepOf(end - first, fineStep);
         // Corner to multiple, multiple to multiple; corners as ends come in between.
         if (corner || first % step == 0) {
             const int aligned = (end + step - 1) / step * step;

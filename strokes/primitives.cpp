@@ -115,6 +115,8 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
     settings.soft.slope = measure.slope;
     settings.soft.slack = measure.slack;
     settings.soft.leak = measure.leak;
+    settings.soft.meeting = fit::Meeting::OfCentreLines;
+    settings.search = { 1, 2, 3 };
     const fit::Path path = fit::fitChain(chain, settings);
     if (path.pieces.size() == 1 && fit::isWhole(path.pieces[0].kind)) {
         atoms->push_back(wholeAtom(core, path.pieces[0], measure));

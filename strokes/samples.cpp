@@ -183,19 +183,20 @@ private:
         });
     }
 
-    // The least of the widths of the ink along the other branches at a node.
+    // The largest of the widths of the ink along the other branches at a node. With the least, every
+    // piece of an outline between the thinner lines of a hatch is wider than usual, and the whole
+    // hatch becomes one joint.
     double usualWidth(const Node &node, const Branch &except) const
     {
-        double least = 0.0;
+        double most = 0.0;
         for (const BranchEnd &end : node.ends) {
             const Branch &branch = graph.branches[std::size_t(end.branch)];
             if (&branch == &except || branch.cells.empty())
                 continue;
             const uint32_t middle = branch.cells[branch.cells.size() / 2];
-            const double width = 2 * radiusOf(distance.cells[middle]);
-            least = least == 0.0 ? width : std::min(least, width);
+            most = std::max(most, 2 * radiusOf(distance.cells[middle]));
         }
-        return least;
+        return most;
     }
 
     int find(int node)

@@ -88,6 +88,7 @@ class tst_FitProgram : public QObject
     Q_OBJECT
 
 private slots:
+    void centreLinesGoOverSideBySide();
     void sumsEqualLoops();
     void shiftedMomentsEqualLoops();
     void lineOfPointsOnALine();
@@ -103,6 +104,18 @@ private slots:
     void lineIntoArcIsSmooth();
     void pointsBesideACornerAreLeftOut();
 };
+
+// Ends half a pixel apart that turn by 15 degrees: a cap of outlines, a corner of centre lines.
+void tst_FitProgram::centreLinesGoOverSideBySide()
+{
+    const double turn = 15 * std::acos(-1.0) / 180;
+    const SpanEnd before = { false, { 0, 0 }, { 1, 0 }, 40 };
+    const SpanEnd after = { true, { -0.1, -0.5 }, { std::cos(turn), std::sin(turn) }, 40 };
+    QVERIFY(!meetNear(before, after, Meeting::OfOutlines));
+    QVERIFY(meetNear(before, after, Meeting::OfCentreLines));
+    const SpanEnd apart = { true, { -0.1, -3.0 }, { std::cos(turn), std::sin(turn) }, 40 };
+    QVERIFY(!meetNear(before, apart, Meeting::OfCentreLines));
+}
 
 void tst_FitProgram::sumsEqualLoops()
 {

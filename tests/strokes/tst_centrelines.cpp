@@ -38,6 +38,7 @@ private slots:
     void aCornerIsWhereTheLinesMeet();
     void aRectangleHasFourLines();
     void aRoundedCornerIsAnArc();
+    void arcsBetweenLinesAreFoundInBlackAndWhite();
     void aCircleBrokenByLinesStaysOne();
     void anUnevenEdgeMakesNoStrokes();
     void aShortGapIsBridged();
@@ -183,6 +184,41 @@ void tst_CentreLines::aRoundedCornerIsAnArc()
         QVERIFY2(std::fabs(arc.radius - 30) < 0.5, listOf(drawing).c_str());
         QVERIFY2(isNear(arc.centre, { 150, 70 }, 0.5), listOf(drawing).c_str());
     }
+}
+
+// Springs and slots: arcs of half a turn, of many radii and directions, between two lines.
+void tst_CentreLines::arcsBetweenLinesAreFoundInBlackAndWhite()
+{
+    int right = 0;
+    std::string lists;
+    for (int k = 0; k < 24; ++k) {
+        const double radius = 8 + 1.3 * k;
+        const double turn = 0.26 * k;
+        const Point along = { std::cos(turn), std::sin(turn) };
+        const Point across = { -along.y, along.x };
+        const Point centre = { 200.3, 200.6 };
+        Sheet sheet(400, 400);
+        sheet.arc(centre, radius, turn - M_PI / 2, M_PI, 5);
+        for (const double side : { -radius, radius })
+            sheet.line(centre + side * across, centre + side * across - 120 * along, 5);
+        const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+        bool found = false;
+        for (const Stroke &stroke : drawing.strokes) {
+            found = found
+                || (stroke.piece.kind == Kind::Arc
+                    && isNear(ztrace::fit::arcShape(stroke.piece).centre, centre, 0.7)
+                    && std::fabs(std::fabs(ztrace::fit::dot(stroke.piece.end - stroke.piece.start,
+                                                            across))
+                                 - 2 * radius)
+                        < 1.0
+                    && std::fabs(ztrace::fit::dot(stroke.piece.end - centre, along)) < 2
+                    && std::fabs(ztrace::fit::dot(stroke.piece.start - centre, along)) < 2);
+        }
+        right += found && drawing.strokes.size() == 3;
+        if (!found || drawing.strokes.size() != 3)
+            lists += std::to_string(k) + ":\n" + listOf(drawing);
+    }
+    QVERIFY2(right >= 23, lists.c_str());
 }
 
 void tst_CentreLines::aCircleBrokenByLinesStaysOne()
