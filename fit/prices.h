@@ -52,8 +52,8 @@ inline Prices hostPrices()
 enum class Meeting { OfOutlines, OfCentreLines };
 
 // How closely breaks are searched, in points. Finer finds short arcs between lines, and costs time:
-// on scanned drawings F1 of centred arcs is .41 with 2, 1, 2 and .64 with 1, 2, 3; outlines, whose
-// chains are many times longer, win nothing (docs/fit/program.md).
+// on clean one-bit drawings F1 of centred arcs is .40 with 2, 1, 2 and .64 with 1, 2, 3; outlines,
+// whose chains are many times longer, win nothing (docs/fit/program.md).
 struct Search
 {
     int fineStep = 2;    // between the ends of short spans
