@@ -204,14 +204,14 @@ class Workers(BatchTest):
                 fresh = set(workers_of(run)) - killed
                 killed |= fresh
                 for worker in fresh:
-                    os.kill(worker, signal.SIGSEGV)
+                    os.kill(worker, signal.SIGKILL)
                 # The last one may have been idle, about to be ended.
                 if (fresh and lines == 2) or run.poll() is not None:
                     break
                 time.sleep(0.1)
         text = run.communicate(timeout=120)[1].decode()
         self.assertEqual(run.returncode, 1, text)
-        self.assertIn("in/p.pipe: its worker was ended by signal 11", text)
+        self.assertIn("in/p.pipe: its worker was ended by signal 9", text)
         lines = self.lines()
         self.assertEqual(lines["in/p.pipe", 1]["outcome"], "died")
         self.assertEqual(lines["in/p.pipe", 1]["attempts"], 2)

@@ -43,7 +43,7 @@ def ring(outer, inner, around, size=40):
 
 class CommandTest(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True) # a browser may still be ending
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
 
