@@ -391,7 +391,8 @@ std::vector<Entry> colourOptions()
             .manual("The presets `drawing` and `lineart` know it; the command takes `drawing` "
                     "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
                     "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
-                    "from thin to thick; solid parts are on `SOLID`"),
+                    "from thin to thick; solid parts are on `SOLID`, dimensions with their arrow "
+                    "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),
