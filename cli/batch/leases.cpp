@@ -112,19 +112,26 @@ bool Leases::rename(const std::string &from, const std::string &to)
     return false; // another run was there first
 }
 
+// Makes the part of that name this run's own, unless another run is faster.
+bool Leases::claim(const std::string &name)
+{
+    part = partIn(name);
+    mine = "busy-" + std::to_string(part) + '.' + owner();
+    if (!rename(name, mine))
+        return false;
+    touched = std::chrono::steady_clock::time_point();
+    keep();
+    return true;
+}
+
 int Leases::take(bool *wait)
 {
     *wait = false;
     for (const std::string &name : namesIn(folder)) {
         if (!beginsWith(name, "todo-"))
             continue;
-        part = partIn(name);
-        mine = "busy-" + std::to_string(part) + '.' + owner();
-        if (rename(name, mine)) {
-            touched = std::chrono::steady_clock::time_point();
-            keep();
+        if (claim(name))
             return part;
-        }
     }
     return takeOver(wait);
 }
@@ -145,13 +152,8 @@ int Leases::takeOver(bool *wait)
         *wait = true;
         if (!hasClock || now.st_mtime - info.st_mtime < kStale)
             continue;
-        part = partIn(name);
-        mine = "busy-" + std::to_string(part) + '.' + owner();
-        if (rename(name, mine)) {
-            touched = std::chrono::steady_clock::time_point();
-            keep();
+        if (claim(name))
             return part;
-        }
     }
     part = 0;
     return 0;

@@ -37,6 +37,7 @@ public:
 private:
     void beginAnew();
     bool rename(const std::string &from, const std::string &to);
+    bool claim(const std::string &name);
     int takeOver(bool *wait);
 
     std::string folder;
