@@ -10,6 +10,7 @@
 #include "preview.h"
 #include "results.h"
 #include "summary.h"
+#include "task.h"
 #include "tracedline.h"
 #include "watch.h"
 #include "worker.h"
@@ -181,20 +182,21 @@ private:
         duties.next = [&](Job *job) {
             if (at == whole.size())
                 return false;
-            job->item = whole[at++];
+            job->number = whole[at++];
+            job->item = agenda.items[job->number];
             QJsonObject message;
             message.insert(QLatin1String("count"), true);
-            message.insert(QLatin1String("path"), packed(agenda.items[job->item].path));
+            message.insert(QLatin1String("path"), packed(job->item.path));
             job->message = jsonValue(message) + '\n';
             return true;
         };
         duties.answered = [&](const Job &job, char, const QByteArray &text) {
-            agenda.items[job.item].pages = std::max(1, text.toInt());
+            agenda.items[job.number].pages = std::max(1, text.toInt());
         };
-        duties.lost = [&](const Job &job, const Loss &) { agenda.items[job.item].pages = 1; };
+        duties.lost = [&](const Job &job, const Loss &) { agenda.items[job.number].pages = 1; };
         duties.afterRound = [] {};
         duties.stop = [this] { return signalCount > 0 ? 2 : 0; };
-        crew.work(jobs, 1, duties);
+        crew.work(jobs, true, duties);
         spreadPages([](const Item &item) { return item.pages; }, &agenda);
     }
 
@@ -252,10 +254,10 @@ private:
         duties.next = [&](Job *job) {
             if (at == agenda.items.size())
                 return false;
-            *job = jobOf(at++, 1);
+            *job = jobOf(agenda.items[at++], 1);
             return true;
         };
-        crew.work(jobs, batch.failFast ? 0 : 1, duties);
+        crew.work(jobs, !batch.failFast, duties);
         // Those whose workers were lost, once more and alone, each with a worker of its own.
         duties.next = [this](Job *job) {
             crew.dismiss();
@@ -265,7 +267,7 @@ private:
             again.pop_front();
             return true;
         };
-        crew.work(1, 0, duties);
+        crew.work(1, false, duties);
         deliver();
     }
 
@@ -343,33 +345,16 @@ private:
         agenda.items = std::move(good);
     }
 
-    Job jobOf(std::size_t index, int attempt)
+    Job jobOf(const Item &item, int attempt) const
     {
-        const Item &item = agenda.items[index];
-        QJsonObject message;
-        message.insert(QLatin1String("path"), packed(item.path));
-        message.insert(QLatin1String("page"), item.page);
-        message.insert(QLatin1String("pages"), item.pages);
-        QJsonArray outputs;
-        for (const std::string &output : agenda.outputsOf(item))
-            outputs.append(packed(output));
-        message.insert(QLatin1String("outputs"), outputs);
-        if (!item.sha256.empty())
-            message.insert(QLatin1String("sha256"), packed(item.sha256));
-        QJsonArray settings;
-        for (const Said &said : item.settings)
-            settings.append(QJsonArray { packed(said.first), packed(said.second) });
-        if (!item.settings.empty())
-            message.insert(QLatin1String("settings"), settings);
-        const QByteArray before = ledger.lineOf(item.path, item.page);
-        if (!before.isEmpty())
-            message.insert(QLatin1String("before"), QString::fromUtf8(before));
-        if (batch.retryFailed)
-            message.insert(QLatin1String("retry"), true);
-        if (!batch.report.empty())
-            message.insert(QLatin1String("preview"), previewSide(agenda.items.size()));
-        message.insert(QLatin1String("attempt"), attempt);
-        return { index, attempt, jsonValue(message) + '\n' };
+        Task task;
+        task.item = item;
+        task.outputs = agenda.outputsOf(item);
+        task.before = ledger.lineOf(item.path, item.page);
+        task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.size());
+        task.retry = batch.retryFailed;
+        task.attempt = attempt;
+        return { item, 0, attempt, lineOfTask(task) };
     }
 
     std::string nameOf(const Item &item) const
@@ -379,7 +364,7 @@ private:
 
     void takeAnswer(const Job &job, char letter, const QByteArray &text)
     {
-        const Item &item = agenda.items[job.item];
+        const Item &item = job.item;
         if (letter == kSkipped) {
             const bool wasDone = text == kDone;
             ++(wasDone ? tally.finished : tally.failed);
@@ -387,12 +372,17 @@ private:
                 ++failedBefore;
             return;
         }
-        const QJsonObject result = QJsonDocument::fromJson(text).object();
         if (letter == kLineOfMemory && job.attempt < kMostAttempts) {
             again.push_back(job.item);
             return;
         }
         arrived += text + '\n';
+        if (letter == kLineOfDone) {
+            ++tally.done;
+            meter->line(tally, "done " + nameOf(item), false);
+            return;
+        }
+        const QJsonObject result = QJsonDocument::fromJson(text).object();
         const bool done = isDone(result);
         ++(done ? tally.done : tally.failed);
         const QJsonArray flags = result.value(QLatin1String("flags")).toArray();
@@ -419,7 +409,7 @@ private:
             again.push_back(job.item);
             return;
         }
-        const Item &item = agenda.items[job.item];
+        const Item &item = job.item;
         QJsonObject result;
         beginLine(item, fingerprintOf(fingerprint, item.settings), job.attempt, &result);
         if (!loss.sha256.empty())
@@ -492,7 +482,7 @@ private:
     Leases *leases = nullptr; // while a part is worked on
     std::size_t failedBefore = 0;
     std::size_t leftOut = 0;
-    std::deque<std::size_t> again;
+    std::deque<Item> again;
     QByteArray arrived; // lines that are not written yet
 };
 

@@ -20,7 +20,7 @@ namespace {
 
 const int kLockTries = 50;
 const useconds_t kLockWait = 100000; // microseconds
-const std::chrono::milliseconds kBetweenSyncs(50);
+const std::chrono::milliseconds kBetweenSyncs(200);
 const int kPart = 1 << 18;
 const int kMostLine = 1 << 24; // longer ones are none of ours
 

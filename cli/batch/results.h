@@ -92,7 +92,7 @@ public:
 
     // Appends whole lines, which then are there whatever ends the process. Throws a Failure;
     // nothing of them is there then. They are on the disk, for whatever ends the machine, a
-    // twentieth of a second later at most, if this or sync is called: waiting for the disk is what
+    // fifth of a second later at most, if this or sync is called: waiting for the disk is what
     // costs.
     void append(const QByteArray &lines);
     void sync(bool atOnce);
