@@ -16,9 +16,9 @@ struct NamedSet
     std::vector<NewFile> files; // at least one; their contents are on the disk
 
     // What has come of it.
-    int error = 0;             // a number of <cerrno>
-    std::size_t position = 0;  // of the file that it is about
-    bool isGiven = false;      // with an error: the system did not say that the names are on the disk
+    int error = 0;            // a number of <cerrno>
+    std::size_t position = 0; // of the file that it is about
+    bool isGiven = false; // with an error: the system did not say that the names are on the disk
     QByteArray remainder = {}; // a hidden name that could not be removed
 };
 

@@ -74,8 +74,8 @@ private:
 
     std::vector<NewFile> files;
     std::vector<Naming> names;
-    std::vector<QByteArray> records; // one a folder; none for a single file
-    std::vector<Descriptor> made; // locked until the end
+    std::vector<QByteArray> records;     // one a folder; none for a single file
+    std::vector<Descriptor> made;        // locked until the end
     std::vector<Descriptor> recordFiles; // as well
     const QByteArray *rest = nullptr;
     bool begun = false;

@@ -192,8 +192,7 @@ bool OutputFiles::isNamed(const NamedSet &set, Commit *commit)
     if (set.error == 0 && set.remainder.isEmpty())
         return true;
     commit->fileName = commit->files->files[set.error == 0 ? 0 : set.position]->name;
-    commit->error
-        = set.error == 0 ? QString::fromLatin1("it is written") : reasonText(set.error);
+    commit->error = set.error == 0 ? QString::fromLatin1("it is written") : reasonText(set.error);
     if (set.error != 0 && set.isGiven) {
         commit->error += QString::fromLatin1("; it is written, but would not be there yet if the "
                                              "machine failed now");

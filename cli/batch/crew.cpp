@@ -29,10 +29,10 @@ const int kRound = 100; // milliseconds
 const double kAhead = 0.1;
 const std::size_t kMostAhead = 64;
 const int kMostBytesAhead = 1 << 15;
-const std::size_t kPlenty = 8;      // jobs that a worker has before the run sleeps
-const useconds_t kNap = 10000;      // microseconds
-const double kWeightOfLast = 0.1;   // of the last picture's time among those before
-const int kMostTimesOrphan = 3;     // the picture is to blame after all
+const std::size_t kPlenty = 8;    // jobs that a worker has before the run sleeps
+const useconds_t kNap = 10000;    // microseconds
+const double kWeightOfLast = 0.1; // of the last picture's time among those before
+const int kMostTimesOrphan = 3;   // the picture is to blame after all
 
 // What happens in the child before it becomes a worker: only calls that are safe after a fork.
 [[noreturn]] void becomeWorker(int socket, pid_t parent)
@@ -72,15 +72,15 @@ struct Crew::Worker
 {
     pid_t process = 0;
     Descriptor socket;
-    QByteArray text; // received, without a line's end
+    QByteArray text;   // received, without a line's end
     QByteArray unsent; // to it
     bool isLate = false;
-    bool isWorn = false;     // is to have no more jobs
-    std::deque<Job> jobs;    // not answered yet, in their order
-    std::size_t traced = 0;  // of these the worker is done with so many; it does the next one
-    long long answered = 0;  // jobs before these
-    std::string sha256;      // of the one that it does
-    Clock::time_point begin; // of that one
+    bool isWorn = false;      // is to have no more jobs
+    std::deque<Job> jobs;     // not answered yet, in their order
+    std::size_t traced = 0;   // of these the worker is done with so many; it does the next one
+    long long answered = 0;   // jobs before these
+    std::string sha256;       // of the one that it does
+    Clock::time_point begin;  // of that one
     double secondsEach = 0.0; // lately; 0: not known yet
     int bytesAhead = 0;       // of messages of jobs that it is not done with
 
@@ -97,8 +97,7 @@ struct Crew::Worker
         const double last = taken.count() / double(now - traced);
         for (; traced < std::min(now, jobs.size()); ++traced)
             bytesAhead -= jobs[traced].message.size();
-        secondsEach
-            = secondsEach > 0.0 ? secondsEach + kWeightOfLast * (last - secondsEach) : last;
+        secondsEach = secondsEach > 0.0 ? secondsEach + kWeightOfLast * (last - secondsEach) : last;
         begin = Clock::now();
         sha256.clear();
     }
@@ -108,8 +107,7 @@ struct Crew::Worker
         if (secondsEach <= 0.0 || bytesAhead > kMostBytesAhead)
             return 1;
         const double fits = kAhead / secondsEach;
-        return fits > double(kMostAhead) ? kMostAhead
-                                         : std::max<std::size_t>(1, std::size_t(fits));
+        return fits > double(kMostAhead) ? kMostAhead : std::max<std::size_t>(1, std::size_t(fits));
     }
 };
 

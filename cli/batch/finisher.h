@@ -31,7 +31,8 @@ struct Traced
     std::unique_ptr<OutputFiles> extra; // whose failure does not matter, as well
 };
 
-// Whether what was said of a file that could not be written is no picture's fault: the disk is full.
+// Whether what was said of a file that could not be written is no picture's fault: the disk is
+// full.
 bool saysNoRoom(const std::string &text);
 
 // Answers come in the order of add(), each when what it tells of is on the disk: a line of a
