@@ -59,10 +59,11 @@ inline int colourDistance(QRgb a, QRgb b)
     return qAlpha(a) == 0 || qAlpha(b) == 0 ? transparency : transparency + hueDistance(a, b);
 }
 
+const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
+
 // Whether two pixels side by side are on two sides of an edge.
 inline bool differsClearly(QRgb a, QRgb b)
 {
-    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
     return colourDistance(a, b) > kClearly;
 }
 
