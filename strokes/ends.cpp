@@ -11,6 +11,7 @@ namespace {
 const double kStep = 0.5;
 const double kNoInk = 0.15;     // part of the inside's coverage that is left where ink has ended, ...
 const double kRests = 1.0;      // ... over so many pixels
+const double kRises = 0.3;      // part by which the ink of something else announces itself
 const double kFarthest = 3.0;   // widths that ink is followed for
 const double kMiddle = 0.25;    // of the half width, between the rows of the middle
 const double kBack = 1.0;       // widths before the last cross-section that an end is looked at from
@@ -30,9 +31,20 @@ public:
         inside = back + std::min(kInside * atom.width, 0.5 * double(atom.samples.size()));
         const double most = kFarthest * atom.width + 4.0;
         double rests = 0.0;
-        const double least = kNoInk * levelInside(0.0);
-        for (limit = 0.5 * kStep; limit < most && rests < kRests; limit += kStep)
-            rests = level(limit, 0.0) < least ? rests + kStep : 0.0;
+        double least = 1.0;
+        double leastAt = 0.0;
+        const double full = std::max(0.05, levelInside(0.0));
+        for (limit = 0.5 * kStep; limit < most && rests < kRests; limit += kStep) {
+            const double part = level(limit, 0.0) / full;
+            rests = part < kNoInk ? rests + kStep : 0.0;
+            if (part < least) {
+                least = part;
+                leastAt = limit;
+            } else if (least < 0.5 && part > least + kRises) {
+                limit = leastAt;
+                break;
+            }
+        }
     }
 
     // Pixels of ink beyond the last cross-section in the rows at a distance to either side of the

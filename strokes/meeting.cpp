@@ -3,8 +3,6 @@
 
 #include "strokes/ends.h"
 
-
-
 #include <algorithm>
 #include <cmath>
 

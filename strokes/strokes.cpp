@@ -214,10 +214,11 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
-    joinDashes(coverage, measure, dots, &web);
-    joinAlongCarriers(coverage, measure, &web);
+    const GapLimits gaps = gapLimits(page.isNoisy);
+    joinDashes(coverage, measure, gaps, dots, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
-    joinAlongCarriers(coverage, measure, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
     drawing->roundEnds = settleEnds(coverage, endLimits(options.hard, page.isNoisy), &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
