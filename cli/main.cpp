@@ -161,6 +161,7 @@ private:
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
         warnOfEnding(source.ending(page), pageJob);
+        usePlacement(source, page, &pageJob);
         const TracedPicture traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
         write(result.drawing, traced.settings, outputs, [&](std::FILE *stream) {

@@ -300,7 +300,7 @@ private:
         traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
     }
 
-    void tracePage(const Task &task, const ImageSource &image, const TraceJob &job, Traced *traced)
+    void tracePage(const Task &task, const ImageSource &image, TraceJob job, Traced *traced)
     {
         auto start = std::chrono::steady_clock::now();
         std::string remark;
@@ -310,6 +310,7 @@ private:
         const double reading = secondsSince(start);
         const Ending ending = image.ending(task.item.page);
         warnOfEnding(ending, job);
+        usePlacement(image, task.item.page, &job);
         const bool checks = line.settings.batch.check;
         const QImage shown = checks || task.preview > 0 ? picture : QImage();
         const TracedPicture page = tracePicture(std::move(picture), job);

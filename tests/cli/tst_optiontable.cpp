@@ -295,7 +295,7 @@ void tst_OptionTable::alikeWords()
 
 void tst_OptionTable::formatsAreWhole()
 {
-    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json"));
+    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json, geojson"));
     for (const Format &format : allFormats()) {
         QVERIFY(format.write);
         QCOMPARE(findFormat(format.name), &format);
