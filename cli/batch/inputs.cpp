@@ -23,6 +23,9 @@ namespace {
 
 typedef std::pair<dev_t, ino_t> Identity;
 
+// Of a list or a manifest, read as a whole: ten million names of a hundred letters.
+const std::size_t kMostBytesOfList = 1000000000;
+
 // Images that are no formats of the toolkit's.
 const char *const kConverted[] = { "pdf", "heic", "heif" };
 
@@ -163,8 +166,14 @@ std::string bytesOfFile(const std::string &fileName)
         throw Failure(kInputUnreadable, fileName + ": " + std::strerror(errno));
     std::string bytes;
     char part[1 << 16];
-    while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
+    while (const std::size_t size = std::fread(part, 1, sizeof part, file.get())) {
         bytes.append(part, size);
+        if (bytes.size() > kMostBytesOfList) {
+            throw Failure(kInputUnreadable,
+                          inputName(fileName) + ": has more than "
+                              + std::to_string(kMostBytesOfList / 1000000) + " million bytes");
+        }
+    }
     if (std::ferror(file.get()))
         throw Failure(kInputUnreadable, inputName(fileName) + ": " + std::strerror(errno));
     return bytes;

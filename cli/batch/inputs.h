@@ -35,7 +35,8 @@ void collect(const std::string &input, const Walk &walk, Collected *collected);
 // zero byte in it says that names end with those. Throws a Failure.
 void collectList(const std::string &fileName, Collected *collected);
 
-// The bytes of a file, "-" for standard input. Throws a Failure.
+// The bytes of a file, "-" for standard input. Throws a Failure, also when they are more than a
+// thousand million, which endless input is.
 std::string bytesOfFile(const std::string &fileName);
 
 } // namespace ztrace
