@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "inputs.h"
 
+#include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
 
@@ -38,8 +39,10 @@ const std::set<std::string> &imageSuffixes()
 {
     static const std::set<std::string> suffixes = [] {
         std::set<std::string> all(std::begin(kConverted), std::end(kConverted));
-        for (const QByteArray &format : QImageReader::supportedImageFormats())
-            all.insert(format.toLower().toStdString());
+        for (const QByteArray &format : QImageReader::supportedImageFormats()) {
+            if (!isDistrusted(format.toLower()))
+                all.insert(format.toLower().toStdString());
+        }
         return all;
     }();
     return suffixes;
