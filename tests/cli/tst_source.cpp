@@ -237,6 +237,7 @@ private slots:
     void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
     void sizesAreAskedFirst();
     void framesOfAnAnimation();
+    void framesOfAPngAreCounted();
     void endlessInput();
     void svgLoadsNoFiles_data();
     void svgLoadsNoFiles();
@@ -449,6 +450,20 @@ void tst_Source::framesOfAnAnimation()
         QVERIFY(std::string(failure.what()).find("there is no page 6 (the file has 5)")
                 != std::string::npos);
     }
+}
+
+void tst_Source::framesOfAPngAreCounted()
+{
+    const QByteArray png = written("png", picture(QImage::Format_RGB32));
+    const int kBehindHead = 8 + 12 + 13;
+    const QByteArray content = "acTL" + big(5) + big(0);
+    const QByteArray chunk = big(8) + content + sum(content);
+    QCOMPARE(framesOfPng(png), 1LL);
+    const QByteArray animated = png.left(kBehindHead) + chunk + png.mid(kBehindHead);
+    QCOMPARE(framesOfPng(animated), 5LL);
+    QCOMPARE(framesOfPng(png + chunk), 1LL);
+    for (int size = 0; size < animated.size(); ++size)
+        QVERIFY(framesOfPng(animated.left(size)) >= 1);
 }
 
 void tst_Source::endlessInput()
