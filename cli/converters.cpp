@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "converters.h"
 
+#include "distrust.h"
 #include "failure.h"
 #include "outside.h"
 
@@ -191,8 +192,10 @@ QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArra
 void listFormats()
 {
     std::set<QByteArray> formats;
-    for (const QByteArray &format : QImageReader::supportedImageFormats())
-        formats.insert(format.toLower());
+    for (const QByteArray &format : QImageReader::supportedImageFormats()) {
+        if (!isDistrusted(format.toLower()))
+            formats.insert(format.toLower());
+    }
     std::string read;
     for (const QByteArray &format : formats)
         read += (read.empty() ? "" : " ") + format.toStdString();

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "source.h"
 
+#include "distrust.h"
 #include "failure.h"
 #include "messages.h"
 #include "svgfile.h"
@@ -166,6 +167,9 @@ void ImageSource::useContents()
         findReader(&reader, data);
         format = reader.format();
     }
+    if (isDistrusted(format))
+        fail(name,
+             "the format " + format.toStdString() + " is not read, as its reader is not safe");
     if (format.isEmpty() || format == "pdf")
         foreign = foreignKind(data);
     if (foreign != Foreign::None) {

@@ -2,6 +2,7 @@
 #include "tracejob.h"
 
 #include "effects.h"
+#include "ending.h"
 #include "failure.h"
 #include "messages.h"
 #include "onlycolours.h"
@@ -188,6 +189,11 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
     const std::string name = inputName(job.input);
     if (source.filesLeftOut() > 0)
         job.warn(name + ": files that the image names are not loaded");
+    const qint64 frames = framesOfPng(source.contents());
+    if (frames > 1) {
+        job.warn(name + ": the first of " + std::to_string(frames)
+                 + " frames is traced; those of a PNG are not read");
+    }
     if (job.given.count("page"))
         return;
     const int pages = std::max(source.pages(), source.pagesClaimed());

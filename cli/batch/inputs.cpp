@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "inputs.h"
 
+#include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
 
@@ -24,6 +25,9 @@ namespace {
 
 typedef std::pair<dev_t, ino_t> Identity;
 
+// Of a list or a manifest, read as a whole: ten million names of a hundred letters.
+const std::size_t kMostBytesOfList = 1000000000;
+
 // Images that are no formats of the toolkit's.
 const char *const kConverted[] = { "pdf", "heic", "heif" };
 
@@ -36,8 +40,10 @@ const std::set<std::string> &imageSuffixes()
 {
     static const std::set<std::string> suffixes = [] {
         std::set<std::string> all(std::begin(kConverted), std::end(kConverted));
-        for (const QByteArray &format : QImageReader::supportedImageFormats())
-            all.insert(format.toLower().toStdString());
+        for (const QByteArray &format : QImageReader::supportedImageFormats()) {
+            if (!isDistrusted(format.toLower()))
+                all.insert(format.toLower().toStdString());
+        }
         return all;
     }();
     return suffixes;
@@ -187,7 +193,14 @@ void forEachPortion(const std::string &fileName,
     if (!file)
         throw Failure(kInputUnreadable, fileName + ": " + std::strerror(errno));
     std::string portion(1 << 16, '\0');
+    std::size_t total = 0;
     while (const std::size_t size = std::fread(&portion[0], 1, portion.size(), file.get())) {
+        total += size;
+        if (total > kMostBytesOfList) {
+            throw Failure(kInputUnreadable,
+                          inputName(fileName) + ": has more than "
+                              + std::to_string(kMostBytesOfList / 1000000) + " million bytes");
+        }
         portion.resize(size);
         take(portion);
         portion.resize(1 << 16);

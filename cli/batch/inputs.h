@@ -46,7 +46,8 @@ void collect(const std::string &input, const Walk &walk, Collected *collected);
 void collectList(const std::string &fileName, Collected *collected);
 
 // Gives the bytes of a file, "-" for standard input, portion by portion; none is empty, and the
-// first has at least 64 kB unless the file is shorter. Throws a Failure.
+// first has at least 64 kB unless the file is shorter. Throws a Failure, also when they are more
+// than a thousand million, which endless input is.
 void forEachPortion(const std::string &fileName,
                     const std::function<void(const std::string &)> &take);
 
