@@ -154,7 +154,10 @@ private:
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
-        QImage image = source.read(page, !line.settings.raw);
+        std::string remark;
+        QImage image = source.read(page, !line.settings.raw, &remark);
+        if (!remark.empty())
+            warn(inputName(line.input) + ": " + remark);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
         warnOfEnding(source.ending(page), pageJob);

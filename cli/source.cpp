@@ -219,7 +219,7 @@ void ImageSource::requireFile(const std::string &fileName)
 int ImageSource::pages() const
 {
     if (foreign != Foreign::None)
-        return foreignPages(foreign, name, data);
+        return foreignPages(foreign, name, data, foreignLimits());
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);
@@ -253,14 +253,33 @@ bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
     return true;
 }
 
-QImage ImageSource::read(int page, bool upright) const
+ForeignLimits ImageSource::foreignLimits() const
 {
-    if (foreign != Foreign::None) {
-        const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
-        const QImage made = foreignImage(foreign, name, data, page, most);
-        refuseTooLarge(made.size(), isGreyFormat(made.format()));
-        return made;
-    }
+    const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
+    return { std::min(most, static_cast<double>(kMostPixels)), limits.megabytes * kMillion };
+}
+
+// What another program has made is asked for its size like any file.
+QImage ImageSource::readForeign(int page, std::string *remark) const
+{
+    std::string ignored;
+    QByteArray png
+        = foreignPicture(foreign, name, data, page, foreignLimits(), remark ? remark : &ignored);
+    const Silence silence;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, "png");
+    refuseTooLarge(reader.size(), isGreyFormat(reader.imageFormat()));
+    QImage image;
+    if (!reader.read(&image) || image.isNull())
+        fail(name, "the image is damaged or incomplete");
+    return image;
+}
+
+QImage ImageSource::read(int page, bool upright, std::string *remark) const
+{
+    if (foreign != Foreign::None)
+        return readForeign(page, remark);
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);

@@ -431,6 +431,16 @@ private:
             text += 'Z';
     }
 
+    void startArc(double major, double minor, double degrees)
+    {
+        sink.text() += 'A';
+        number(major);
+        sink.text() += ' ';
+        number(minor);
+        sink.text() += ' ';
+        number(degrees);
+    }
+
     void endArc(const PathPiece &piece)
     {
         std::string &text = sink.text();
@@ -453,12 +463,7 @@ private:
             break;
         case PathPiece::EllipticArc: {
             const Ellipse ellipse = ellipseOf(piece);
-            text += 'A';
-            number(ellipse.major);
-            text += ' ';
-            number(ellipse.minor);
-            text += ' ';
-            number(-ellipse.angle * kDegrees); // y is turned over
+            startArc(ellipse.major, ellipse.minor, -ellipse.angle * kDegrees); // y is turned over
             endArc(piece);
             break;
         }
@@ -471,11 +476,7 @@ private:
             break;
         case PathPiece::Arc: {
             const Circle circle = circleOf(piece);
-            text += 'A';
-            number(circle.radius);
-            text += ' ';
-            number(circle.radius);
-            text += " 0";
+            startArc(circle.radius, circle.radius, 0.0);
             endArc(piece);
             break;
         }
