@@ -177,26 +177,38 @@ struct SubpixelColours::Halves
         column->isWeighted = true;
     }
 
-    static QRgb inRange(__m128 channels)
+    // Rounded as the plain form does; packing cuts off what is out of range.
+    static __m128i rounded(__m128 channels)
     {
-        // Rounded as the plain form does; packing cuts off what is out of range.
-        const __m128 rounded
-            = _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()), _mm_set1_ps(0.5f));
-        const __m128i words = _mm_cvttps_epi32(rounded);
-        const __m128i halves = _mm_packs_epi32(words, words);
-        return static_cast<QRgb>(_mm_cvtsi128_si32(_mm_packus_epi16(halves, halves)));
+        return _mm_cvttps_epi32(
+            _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()), _mm_set1_ps(0.5f)));
     }
 
-    QRgb plain(Column *const *window, const Part &across, std::size_t down) const
+    static __m128 plain(const Column *const *window, const Part &across, std::size_t down)
     {
-        Column *const *from = window + across.first;
+        const Column *const *from = window + across.first;
         const auto tap = [&](std::size_t i) {
             return _mm_mul_ps(load(across.wide[i]), load(from[i]->plain[down]));
         };
-        return inRange(_mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3))));
+        return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
     }
 
-    QRgb weighted(Column *const *window, const Part &across, std::size_t down) const
+    // Two rows of parts, or one part, which is the first then.
+    void plainParts(const Column *const *window) const
+    {
+        const Part &left = of.parts.front();
+        const Part &right = of.parts.back();
+        const std::size_t lower = of.parts.size() - 1;
+        const __m128i above
+            = _mm_packs_epi32(rounded(plain(window, left, 0)), rounded(plain(window, right, 0)));
+        const __m128i below = _mm_packs_epi32(rounded(plain(window, left, lower)),
+                                              rounded(plain(window, right, lower)));
+        std::array<QRgb, 4> four;
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(four.data()), _mm_packus_epi16(above, below));
+        std::copy_n(four.begin(), of.colours.size(), of.colours.begin());
+    }
+
+    static QRgb weighted(const Column *const *window, const Part &across, std::size_t down)
     {
         __m128d first = _mm_setzero_pd();
         __m128d second = _mm_setzero_pd();
@@ -224,12 +236,16 @@ struct SubpixelColours::Halves
             window[u] = columnAt(x + u - kHalf, y);
             isOpaque = isOpaque && window[u]->isOpaque;
         }
-        for (int u = 0; u < kWindow && !isOpaque; ++u)
-            weigh(window[u]);
+        if (isOpaque) {
+            plainParts(window);
+            return;
+        }
+        for (Column *column : window)
+            weigh(column);
         QRgb *target = of.colours.data();
         for (std::size_t j = 0; j < of.parts.size(); ++j) {
             for (const Part &across : of.parts)
-                *target++ = isOpaque ? plain(window, across, j) : weighted(window, across, j);
+                *target++ = weighted(window, across, j);
         }
     }
 };

@@ -34,7 +34,14 @@ public:
     void look(const uint16_t *labels, const std::array<const QRgb *, 3> &words, int x)
     {
         count = 0;
-        add(labels[x], words[1][x]);
+        std::array<uint32_t, 2> settled = { { kNone, kNone } }; // labels that need no more words
+        const auto see = [&](uint16_t label, QRgb word) {
+            if (label == settled[0] || label == settled[1])
+                return;
+            if (add(label, word))
+                settled = { { label, settled[0] } };
+        };
+        see(labels[x], words[1][x]);
         const int left = std::max(0, x - 1);
         const int right = std::min(plane.width - 1, x + 1);
         for (int v = 0; v < 3; ++v) {
@@ -43,7 +50,7 @@ public:
                 continue;
             const uint16_t *line = labels + std::ptrdiff_t(v - 1) * plane.width;
             for (int u = left; u <= right; ++u)
-                add(line[u], row[u]);
+                see(line[u], row[u]);
         }
         for (std::size_t i = 0; i < count; ++i) {
             if (entries[i].distance <= kDiluted)
@@ -105,20 +112,24 @@ private:
         QRgb colour;
     };
 
-    void add(uint16_t label, QRgb word)
+    static const uint32_t kNone = 0x10000; // no label
+
+    // Returns whether a word near enough is known.
+    bool add(uint16_t label, QRgb word)
     {
         std::size_t place = 0;
         while (place < count && label != entries[place].label)
             ++place;
         if (place < count && entries[place].distance <= kDiluted)
-            return;
+            return true;
         const QRgb colour = plane.colours[label];
         const int distance = word == colour ? 0 : colourDistance(word, colour);
         if (place == count)
             ++count;
         else if (distance >= entries[place].distance)
-            return;
+            return false;
         entries[place] = { label, distance, word };
+        return distance <= kDiluted;
     }
 
     const LabelPlane &plane;

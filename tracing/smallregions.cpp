@@ -11,6 +11,7 @@ namespace ztrace {
 namespace {
 
 const uint32_t kNone = uint32_t(-1);
+const uint32_t kCountedAreas = 1024; // pixels; what is larger is sorted by comparing
 
 // Pixel edges that an area has in common with another; 0 where they share a corner.
 struct Side
@@ -158,6 +159,7 @@ private:
     std::vector<uint32_t> smallestFirst() const
     {
         std::vector<uint32_t> small;
+        std::vector<uint32_t> ofArea(kCountedAreas, 0); // how many there are, and where they go
         for (uint32_t k = 0; k < groupOf.size(); ++k) {
             if (groupOf[k] != k)
                 continue;
@@ -165,10 +167,20 @@ private:
             if (groups[k].border < leastBorder || (similar > 0 && isSliver))
                 small.push_back(k);
         }
-        std::stable_sort(small.begin(), small.end(), [this](uint32_t a, uint32_t b) {
-            return groups[a].area < groups[b].area;
-        });
-        return small;
+        const auto areaOf = [this](uint32_t group) { return groups[group].area; };
+        const auto slotOf
+            = [&](uint32_t group) { return std::min(areaOf(group), kCountedAreas - 1); };
+        // Nearly all have few pixels, and are put in order by counting.
+        for (uint32_t group : small)
+            ++ofArea[slotOf(group)];
+        std::exclusive_scan(ofArea.begin(), ofArea.end(), ofArea.begin(), 0u);
+        const std::size_t counted = ofArea.back();
+        std::vector<uint32_t> sorted(small.size());
+        for (uint32_t group : small)
+            sorted[ofArea[slotOf(group)]++] = group;
+        std::stable_sort(sorted.begin() + std::ptrdiff_t(counted), sorted.end(),
+                         [&](uint32_t a, uint32_t b) { return areaOf(a) < areaOf(b); });
+        return sorted;
     }
 
     // Calls use(a, b, edges) for every stretch between two different areas, and for corners.
