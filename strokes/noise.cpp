@@ -12,6 +12,7 @@ namespace {
 const std::size_t kStep = 7; // of so many pixels one is looked at
 const int kLineStep = 3;      // and of so many rows and columns one
 const int kLongestBump = 4;   // pixels along the edge
+const double kFewBumps = 3.0; // that round ends and letters of a small picture have
 const int kFlat = 2;          // pixels of straight edge to either side of a bump
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
@@ -84,7 +85,8 @@ double raggedPart(const InkPicture &picture)
     Edges edges;
     countEdges(Lines(picture, false), &edges);
     countEdges(Lines(picture, true), &edges);
-    return edges.pixels > 0 ? double(edges.bumps) / double(edges.pixels) : 0.0;
+    const double bumps = std::max(0.0, double(edges.bumps) - kFewBumps);
+    return edges.pixels > 0 ? bumps / double(edges.pixels) : 0.0;
 }
 
 // Of all pixels: most are paper, and a threshold that lies in the noise tells nothing.
