@@ -16,7 +16,8 @@ const double kFarthest = 3.0;   // widths that ink is followed for
 const double kMiddle = 0.25;    // of the half width, between the rows of the middle
 const double kBack = 1.0;       // widths before the last cross-section that an end is looked at from
 const double kInside = 3.0;     // widths before these that the coverage inside is taken from
-const double kLeastWidth = 2.0; // pixels of lines that show the form of their ends
+const double kLeastWidth = 1.8; // pixels of lines that do not show the form of their ends
+const double kPrior = 3.0;      // pixels of round ends: pens are round, unless ends tell otherwise
 // Of a round end the ink beside the middle is .4 of the half width shorter, which is .2 widths.
 const double kShorter = 0.2;
 const double kMostVote = 1.0; // that an end may lie beyond both forms, for noise to cancel out
@@ -139,18 +140,17 @@ double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most
 double roundPart(const std::vector<FreeEnd> &ends, const std::vector<double> &widths,
                  const EndLimits &limits)
 {
-    double score = 0.0;
-    double all = 0.0;
+    double score = kPrior;
+    double all = kPrior;
     for (std::size_t k = 0; k < ends.size(); ++k) {
-        if (widths[k] < kLeastWidth)
+        // Each end has a vote as clear as its line is wide; of two pixels it says nothing.
+        const double weight = widths[k] - kLeastWidth;
+        if (!(weight > 0.0))
             continue;
-        // Each end has a vote as clear as its line is wide.
         const double round = (ends[k].middle - ends[k].side) / (kShorter * widths[k]);
-        score += widths[k] * std::clamp(round, -kMostVote, 1.0 + kMostVote);
-        all += widths[k];
+        score += weight * std::clamp(round, -kMostVote, 1.0 + kMostVote);
+        all += weight;
     }
-    if (!(all > 0.0))
-        return 1.0;
     const double vote = score / all;
     return std::clamp((vote - limits.square) / (limits.round - limits.square), 0.0, 1.0);
 }
@@ -158,7 +158,7 @@ double roundPart(const std::vector<FreeEnd> &ends, const std::vector<double> &wi
 EndLimits endLimits(bool hard, bool noisy)
 {
     if (hard)
-        return noisy ? EndLimits { 0.4, 0.9 } : EndLimits { 0.37, 0.47 };
+        return noisy ? EndLimits { 0.1, 1.3 } : EndLimits { 0.37, 0.47 };
     return noisy ? EndLimits { 0.08, 0.24 } : EndLimits { 0.24, 0.36 };
 }
 

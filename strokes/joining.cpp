@@ -26,7 +26,8 @@ const double kMeetingSweep = 2 * kPi * 0.7;
 // Gaps without ink: in widths of the line and pixels, and in parts of the shorter neighbour.
 const GapLimits kCleanGaps;
 // A pen that leaves out leaves gaps of up to its width and some pixels; thresholds widen them.
-const GapLimits kWornGaps = { 1.1, 6.0, 0.8, true };
+// Long lines on one carrier may be farther apart.
+const GapLimits kWornGaps = { 1.1, 6.0, 0.8, 0.25, 30.0, true };
 const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may close
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
@@ -392,7 +393,9 @@ private:
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
         const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
         const GapLimits &limits = isLetter ? kCleanGaps : gaps;
-        const double allowed = std::min(limits.of(width), limits.part * shorter);
+        const double allowed = std::min(std::max(limits.of(width),
+                                std::min(limits.ofLong * shorter, limits.longest)),
+                       limits.part * shorter);
         return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
     }
 

@@ -36,6 +36,8 @@ struct GapLimits
     double widths = 1.0;
     double pixels = 1.5;
     double part = 0.5;
+    double ofLong = 0.0;  // of the shorter neighbour, where both are long enough for more
+    double longest = 0.0; // pixels, of these
     bool worn = false;
     double of(double width) const { return widths * width + pixels; }
 };

@@ -29,6 +29,7 @@ const double kLeastHard = 0.2;
 
 // Usual widths that a speck and its ink are long, and pixels of what has no length.
 const double kSpeckPart = 1.4;
+const double kNoisySpeck = 8.0; // pixels, in scans that have specks of their own
 const double kNoLength = 0.3;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
@@ -84,14 +85,14 @@ Page pageOf(const InkPicture &picture, bool hard)
     return page;
 }
 
-// A stroke that meets nothing and is shorter than a pen is wide.
-bool isSpeck(const Atom &atom, const Web &web, double length, double pen)
+// A stroke that meets nothing and with its ink is shorter than that.
+bool isSpeck(const Atom &atom, const Web &web, double length, double longest)
 {
     const auto isFree = [&web](int joint) {
         return joint < 0 || web.joints[std::size_t(joint)].kind == JointKind::Tip;
     };
     return atom.shape <= Shape::Arc && isFree(atom.joint[0]) && isFree(atom.joint[1])
-        && length + atom.width < kSpeckPart * pen;
+        && length + atom.width < longest;
 }
 
 fit::Piece pieceOf(const Atom &atom)
@@ -158,17 +159,18 @@ double usualWidth(const Web &web)
     return 0.0;
 }
 
-void takeStrokes(const Web &web, StrokeDrawing *drawing)
+void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
 {
     std::vector<DrawnWidth> widths;
-    const double usual = usualWidth(web);
+    const double usual = kSpeckPart * usualWidth(web);
+    const double speck = isNoisy ? std::max(kNoisySpeck, usual) : usual;
     for (const Atom &atom : web.atoms) {
         if (!atom.alive)
             continue;
         Stroke stroke;
         stroke.piece = pieceOf(atom);
         const double length = lengthOf(stroke.piece);
-        if (!(length > kNoLength) || isSpeck(atom, web, length, usual))
+        if (!(length > kNoLength) || isSpeck(atom, web, length, atom.role == Role::Text ? usual : speck))
             continue;
         stroke.width = atom.width;
         stroke.dashing = atom.dashing;
@@ -223,7 +225,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
-    takeStrokes(web, drawing);
+    takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;
 }
