@@ -31,6 +31,7 @@ struct TraceJob
     std::set<std::string> onTheSpot; // those of them that were not said in a file: only of these it
                                      // is told when they have no effect
     std::vector<Output> outputs;     // that the drawing is for
+    unsigned threads = 0;            // 0: one a processor
     WarningSink warn;
     StageSink announce;
 };
