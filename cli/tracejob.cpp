@@ -153,6 +153,7 @@ void place(const TraceJob &job, const QSize &imageSize, TraceResult *result)
 // The colours that are to be kept are among the palette's, which is known after a trace.
 TraceResult traceOnly(Picture picture, TracePlan plan, const TraceJob &job)
 {
+    plan.threads = job.threads;
     const std::vector<QRgb> wanted = plan.composition.onlyColours;
     if (wanted.empty())
         return traceImage(std::move(picture), plan, job.announce);

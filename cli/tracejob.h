@@ -32,6 +32,7 @@ struct TraceJob
                                      // is told when they have no effect
     std::vector<Output> outputs;     // that the drawing is for
     Placement placement;             // of the image in a map, where an output is one
+    unsigned threads = 0;            // 0: one a processor
     WarningSink warn;
     StageSink announce;
 };

@@ -344,6 +344,13 @@ double distanceTo(const Piece &piece, Point p)
     }
 }
 
+void move(Piece *piece, Point by)
+{
+    for (Point *p :
+         { &piece->start, &piece->end, &piece->control, &piece->control2, &piece->centre })
+        *p = *p + by;
+}
+
 double priceOf(const Piece &piece, const Prices &prices)
 {
     switch (piece.kind) {

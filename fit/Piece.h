@@ -89,6 +89,9 @@ const int kPlacesOnCurve = 16;
 // The same drawing from end to start; `smooth` is for the caller to set.
 Piece reversed(const Piece &piece);
 
+// To another place.
+void move(Piece *piece, Point by);
+
 double priceOf(const Piece &piece, const Prices &prices);
 // Prices of pieces and corners of a path; the corner between last and first only where it is
 // closed.

@@ -25,12 +25,13 @@ const double kFarthest = 0.35;
 const double kFarthestSigmas = 4;
 const std::size_t kLookedAt = 64;
 
-// Whether the way round a circle is about as long as the walk; like goesAhead. The angle is that of
-// the given sine and cosine times `lengths`.
-bool goesRound(double sine, double cosine, double lengths, double radius, double walk)
+// Whether the way round a circle is about as long as the walk, like goesAhead, and at most
+// `largest` radians. The angle is that of the given sine and cosine times `lengths`.
+bool goesRound(double sine, double cosine, double lengths, double radius, double walk,
+               double largest)
 {
     const double room = 0.3 * walk + 1.5;
-    if (sine >= 0 && cosine >= 0) {
+    if (sine >= 0 && cosine >= 0 && largest >= kPi / 2) {
         // Up to a quarter turn two bounds of the arc's length decide nearly always:
         // t - t^3/3 < atan t < t - t^3/3 + t^5/5.
         const double t = sine / (lengths + cosine);
@@ -44,7 +45,7 @@ bool goesRound(double sine, double cosine, double lengths, double radius, double
     }
     double sweep = std::atan2(sine, cosine);
     sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
-    return sweep <= kLargestSweep && std::fabs(radius * sweep - walk) <= room;
+    return sweep <= largest && std::fabs(radius * sweep - walk) <= room;
 }
 
 // Gives a circle the direction of the walk; false where it is no arc of these points.
@@ -63,7 +64,8 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
     const double half = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / lengths));
     const double sagitta = arc->radius * (sine < 0 ? 1 + half : 1 - half);
     return sagitta > points.sigmaOf((first + last) / 2)
-        && goesRound(sine, cosine, lengths, arc->radius, points.walk(first, last - 1));
+        && goesRound(sine, cosine, lengths, arc->radius, points.walk(first, last - 1),
+                     kLargestSweep);
 }
 
 // Whether no point can be `far` pixels off, by the sum of squares alone. Of a circle's sum a

@@ -125,9 +125,10 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     const Geometry &geometry = plan.geometry;
     stages->begin("tracing");
     if (geometry.fit == Geometry::Fit::Fair) {
+        const unsigned threads = plan.threads > 0 ? plan.threads : threadsOfMachine();
         std::optional<ShapeOutlines> shapes = geometry.edges
-            ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours)
-            : shapesOf(segmented.areas, segmented.edges);
+            ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours, threads)
+            : shapesOf(segmented.areas, segmented.edges, threads);
         if (shapes) {
             report->shapes = true;
             report->engine = segmented.engine;

@@ -96,7 +96,8 @@ struct TracePlan
     Segmentation segmentation;
     Geometry geometry;
     Composition composition;
-    double dpi = 0.0; // pixels an inch; 0: the picture's own
+    double dpi = 0.0;     // pixels an inch; 0: the picture's own
+    unsigned threads = 0; // that may fit true shapes side by side; 0: one a processor
     Unit unit = Unit::Pixel;
 };
 

@@ -3,19 +3,23 @@
 
 #include "chainfit.h"
 #include "composition.h"
+#include "equalloops.h"
+#include "workers.h"
 
 #include "drawing/wholeshape.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <thread>
+#include <numeric>
 
 namespace ztrace {
 
 namespace {
 
-const uint32_t kChainsAtOnce = 16; // that a thread takes
+// Cracks that a thread takes at a time, and that a further thread is worth: about a quarter of a
+// millisecond and four, where to start one takes less than a tenth.
+const std::size_t kCracksAtOnce = 256;
+const std::size_t kCracksAThread = 4096;
 const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
 const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
 const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
@@ -46,16 +50,24 @@ bool isOnRim(const Chain &chain)
 class ChainFitter
 {
 public:
-    ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries)
+    ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries,
+                unsigned mostThreads)
         : map(std::move(boundaries)), edges(picture, map, tonesOf(areas.colours, picture.channels))
     {
         points.resize(map.chains.size());
         paths.resize(map.chains.size());
-        forEachChain([this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
+        std::vector<uint32_t> chains(map.chains.size());
+        std::iota(chains.begin(), chains.end(), 0u);
+        forEachChain(chains, mostThreads,
+                     [this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
         placeNodes();
-        forEachChain([this](uint32_t chain) { fitOne(chain); });
+        findEqualLoops();
+        chains.erase(std::remove_if(chains.begin(), chains.end(),
+                                    [this](uint32_t chain) { return !equal.isFirst[chain]; }),
+                     chains.end());
+        forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
     }
 
     const BoundaryMap &boundaries() const { return map; }
@@ -84,35 +96,41 @@ private:
         return tones;
     }
 
-    // Each chain is worked on by one thread and has a place of its own for what comes out.
+    // Each chain is worked on by one thread and has a place of its own for what comes out. The
+    // longest go first, so that none of them is left for the end.
     template<typename Work>
-    void forEachChain(const Work &work)
+    void forEachChain(std::vector<uint32_t> chains, unsigned mostThreads, const Work &work)
     {
-        const uint32_t count = uint32_t(map.chains.size());
-        std::atomic<uint32_t> next(0);
-        std::exception_ptr failure;
-        std::atomic<bool> failed(false);
-        const auto run = [&] {
-            try {
-                for (uint32_t first; (first = next.fetch_add(kChainsAtOnce)) < count;) {
-                    for (uint32_t k = first; k < std::min(count, first + kChainsAtOnce); ++k)
-                        work(k);
-                }
-            } catch (...) {
-                if (!failed.exchange(true))
-                    failure = std::current_exception();
+        const auto cracksOf = [this](uint32_t chain) { return map.chains[chain].cracks; };
+        std::stable_sort(chains.begin(), chains.end(),
+                         [&](uint32_t a, uint32_t b) { return cracksOf(a) > cracksOf(b); });
+        std::vector<std::size_t> begins;
+        std::size_t cracks = 0;
+        std::size_t taken = kCracksAtOnce;
+        for (std::size_t k = 0; k < chains.size(); ++k) {
+            if (taken >= kCracksAtOnce) {
+                begins.push_back(k);
+                taken = 0;
             }
-        };
-        std::vector<std::thread> threads;
-        const unsigned most = std::min(std::max(1u, std::thread::hardware_concurrency()),
-                                       1 + count / (4 * kChainsAtOnce));
-        for (unsigned k = 1; k < most; ++k)
-            threads.emplace_back(run);
-        run();
-        for (std::thread &thread : threads)
-            thread.join();
-        if (failure)
-            std::rethrow_exception(failure);
+            taken += cracksOf(chains[k]);
+            cracks += cracksOf(chains[k]);
+        }
+        begins.push_back(chains.size());
+        const std::size_t threads = std::min<std::size_t>(mostThreads, 1 + cracks / kCracksAThread);
+        forEachOnThreads(begins.size() - 1, unsigned(threads), [&](std::size_t part) {
+            for (std::size_t k = begins[part]; k < begins[part + 1]; ++k)
+                work(chains[k]);
+        });
+    }
+
+    // Equal loops of hard edges have equal points but for their place, by whole pixels: one of them
+    // is fitted, where it begins at the origin.
+    void findEqualLoops()
+    {
+        std::vector<char> isHard(points.size());
+        for (std::size_t k = 0; k < points.size(); ++k)
+            isHard[k] = points[k].edge == fit::Edge::Hard;
+        equal = equalLoops(map, isHard);
     }
 
     // Where the chains that end in a node meet: least squares of the distances from their lines
@@ -203,10 +221,32 @@ private:
                                                     places[std::size_t(chain.endNode)]) };
             return;
         }
+        if (loop && p.edge == fit::Edge::Hard) {
+            fitEqual(number);
+            return;
+        }
         if (!loop)
             pinEnds(chain, &p);
         paths[number] = fitPoints(p, loop);
         p = ChainPoints();
+    }
+
+    void fitEqual(uint32_t first)
+    {
+        ChainPoints &p = points[first];
+        const double x = map.chains[first].x;
+        const double y = map.chains[first].y;
+        for (std::size_t k = 0; k < p.x.size(); ++k) {
+            p.x[k] -= x;
+            p.y[k] -= y;
+        }
+        const fit::Path path = fitPoints(p, true);
+        for (uint32_t k = first; k != kNoReference; k = equal.next[k]) {
+            points[k] = ChainPoints();
+            paths[k] = path;
+            for (fit::Piece &piece : paths[k].pieces)
+                fit::move(&piece, { double(map.chains[k].x), double(map.chains[k].y) });
+        }
     }
 
     // Nodes instead of what was measured where three colours mix.
@@ -239,6 +279,7 @@ private:
     const BoundaryMap map;
     const SoftEdges edges;
     std::vector<ChainPoints> points;
+    EqualLoops equal;
     bool anySoft = false;
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
@@ -395,12 +436,18 @@ private:
 
 } // namespace
 
-std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture)
+unsigned threadsOfMachine()
+{
+    return std::max(1u, std::thread::hardware_concurrency());
+}
+
+std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture,
+                                      unsigned threads)
 {
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(*map));
+    const ChainFitter fitter(areas, picture, std::move(*map), threads);
     const BoundaryMap &boundaries = fitter.boundaries();
     const ShapeWriter writer(areas.runs.height);
     ShapeOutlines shapes;
@@ -424,12 +471,12 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
 }
 
 std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
-                                     const std::vector<QRgb> &onlyColours)
+                                     const std::vector<QRgb> &onlyColours, unsigned threads)
 {
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(*map));
+    const ChainFitter fitter(areas, picture, std::move(*map), threads);
     const BoundaryMap &boundaries = fitter.boundaries();
     const ShapeWriter writer(areas.runs.height);
     const EdgeColours colours(areas, boundaries, onlyColours);

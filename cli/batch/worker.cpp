@@ -254,6 +254,7 @@ private:
     TraceJob jobOf(const Task &task, QJsonArray *warnings)
     {
         TraceJob job;
+        job.threads = 1; // the processes of a batch are side by side already
         job.input = task.item.path;
         job.settings = line.settings;
         job.given = line.given;
