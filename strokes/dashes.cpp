@@ -1,12 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/dashes.h"
 
+#include "strokes/dashrow.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 namespace ztrace::strokes {
 
@@ -36,59 +36,14 @@ const double kAloneWidths = 4.0;   // widths around a short dash that are looked
 const double kMostCrowded = 0.4;   // part of the short dashes beside which there may be some
 const std::size_t kFewDots = 5;    // that a circle through them says nothing
 const double kWornInk = 0.5;       // part of a line in pieces that is there
+const double kWornGaps = 0.6;      // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0;    // widths of a line that is put together of pieces
 const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
-
-double lengthOf(Point p)
-{
-    return std::hypot(p.x, p.y);
-}
-
-// An atom or a dot that may be a dash.
-struct Dash
-{
-    Point end[2] = {};
-    Point axis = { 0, 0 }; // unit, from end[0] to end[1]; of no length where it has none
-    double width = 0.0;
-    int atom = -1;
-    bool isUsed = false;
-    bool isTried = false;
-    fit::Moments moments = {};
-
-    double length() const { return lengthOf(end[1] - end[0]); }
-    bool isDot() const { return !(fit::dot(axis, axis) > 0); }
-};
-
-// A dash and the end of it that is met first.
-struct Next
-{
-    int dash = -1;
-    int near = 0;
-    double rank = 0.0;
-};
-
-typedef std::unordered_map<uint64_t, std::vector<int>> Grid;
-
-uint64_t keyOf(int x, int y)
-{
-    return (uint64_t(uint32_t(x)) << 32) | uint32_t(y);
-}
 
 int cellAt(double v)
 {
     return int(std::floor(v / kCell));
 }
-
-// A row of dashes in the order of the walk; the ends that face forwards.
-struct Chain
-{
-    std::vector<Next> dashes;
-    fit::Moments moments = {};
-    fit::Primitive carrier = {};
-    double width = 0.0;
-    bool closed = false;
-    bool areDots = false; // all of them
-};
 
 class DashFinder
 {
@@ -109,6 +64,19 @@ public:
                     break;
             }
         }
+        growAll();
+        if (!gaps.worn)
+            return;
+        // Only what is left of all dashed lines may be a worn one.
+        takesWorn = true;
+        for (Dash &one : dashes)
+            one.isTried = false;
+        growAll();
+    }
+
+private:
+    void growAll()
+    {
         for (std::size_t k = 0; k < dashes.size(); ++k) {
             if (!dashes[k].isDot() && !dashes[k].isUsed && !dashes[k].isTried)
                 growFrom(int(k));
@@ -119,7 +87,6 @@ public:
         }
     }
 
-private:
     Dash &dash(int number) { return dashes[std::size_t(number)]; }
     const Dash &dash(int number) const { return dashes[std::size_t(number)]; }
 
@@ -385,7 +352,7 @@ private:
         }
         if (chain->dashes.size() >= 3 && accept(*chain))
             return;
-        if (gaps.worn && takeWorn(*chain))
+        if (takesWorn && takeWorn(*chain))
             return;
         for (const Next &next : chain->dashes) {
             if (!dash(next.dash).isDot() || chain->dashes.size() > kFewDots)
@@ -430,19 +397,26 @@ private:
     bool takeWorn(const Chain &chain)
     {
         const double allowed = gaps.of(widthOf(chain));
+        const std::size_t count = chain.dashes.size();
+        std::vector<bool> goesOn(count, false);
+        for (std::size_t k = 0; k + 1 < count; ++k) {
+            const Next &after = chain.dashes[k + 1];
+            const Point way = dash(after.dash).end[after.near] - endOf(chain.dashes[k]);
+            goesOn[k] = lengthOf(way) < allowed + dash(chain.dashes[k].dash).width;
+        }
+        // Where only some gaps are narrow, they belong to dashes that noise has stretched.
+        const auto narrow = std::count(goesOn.begin(), goesOn.end(), true);
+        if (double(narrow) < kWornGaps * double(count - 1))
+            return false;
         bool taken = false;
         Chain part;
         double ink = 0.0;
-        for (std::size_t k = 0; k < chain.dashes.size(); ++k) {
+        for (std::size_t k = 0; k < count; ++k) {
             const Next &next = chain.dashes[k];
             part.dashes.push_back(next);
             ink += dash(next.dash).length() + dash(next.dash).width;
-            if (k + 1 < chain.dashes.size()) {
-                const Next &after = chain.dashes[k + 1];
-                const Point way = dash(after.dash).end[after.near] - endOf(next);
-                if (lengthOf(way) < allowed + dash(next.dash).width)
-                    continue;
-            }
+            if (goesOn[k])
+                continue;
             taken = takePart(part, ink) || taken;
             part = Chain();
             ink = 0.0;
@@ -608,6 +582,7 @@ private:
     Grid grid;
     std::vector<int> inChain;
     int stamp = 0;
+    bool takesWorn = false;
 };
 
 } // namespace
@@ -616,25 +591,6 @@ void joinDashes(const Coverage &coverage, const Measure &measure, const GapLimit
                 const std::vector<Dot> &dots, Web *web)
 {
     DashFinder(coverage, measure, gaps, web).find(dots);
-}
-
-void settleDashes(Web *web)
-{
-    for (std::size_t k = 0; k < web->atoms.size(); ++k) {
-        Atom &atom = web->atoms[k];
-        if (!atom.alive || atom.dashing.type == DashType::None || atom.shape > Shape::Arc)
-            continue;
-        for (int end = 0; end < 2; ++end) {
-            const int joint = atom.joint[end];
-            const Meeting *meeting
-                = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
-            if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
-                continue;
-            const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
-            atom.place[end]
-                = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
-        }
-    }
 }
 
 } // namespace ztrace::strokes

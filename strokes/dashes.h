@@ -16,10 +16,6 @@ namespace ztrace::strokes {
 void joinDashes(const Coverage &coverage, const Measure &measure, const GapLimits &gaps,
                 const std::vector<Dot> &dots, Web *web);
 
-// Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
-// the width where its dashes are round. After settleEnds().
-void settleDashes(Web *web);
-
 } // namespace ztrace::strokes
 
 #endif

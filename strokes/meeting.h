@@ -22,6 +22,10 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 // round, or a part of that where they do not tell. Returns whether most are.
 bool settleEnds(const Coverage &coverage, const EndLimits &limits, Web *web);
 
+// Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
+// the width where its dashes are round. After settleEnds().
+void settleDashes(Web *web);
+
 } // namespace ztrace::strokes
 
 #endif
