@@ -303,7 +303,10 @@ private:
     void tracePage(const Task &task, const ImageSource &image, const TraceJob &job, Traced *traced)
     {
         auto start = std::chrono::steady_clock::now();
-        QImage picture = image.read(task.item.page, !job.settings.raw);
+        std::string remark;
+        QImage picture = image.read(task.item.page, !job.settings.raw, &remark);
+        if (!remark.empty())
+            job.warn(inputName(task.item.path) + ": " + remark);
         const double reading = secondsSince(start);
         const Ending ending = image.ending(task.item.page);
         warnOfEnding(ending, job);

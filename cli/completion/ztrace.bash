@@ -88,6 +88,7 @@ _ztrace() {
                     --upsample
                     --fit
                     --strokes
+                    --edges
                     --raw
                     --set
                     --seed

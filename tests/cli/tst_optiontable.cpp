@@ -29,6 +29,7 @@ std::string stateOf(const Settings &s)
                           double(s.decimals.value_or(-9)),
                           double(s.fit),
                           double(s.strokes),
+                          double(s.edges),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
