@@ -22,9 +22,12 @@
 #include "tracejob.h"
 
 #include "drawing/output.h"
+#include "drawing/pdf.h"
 #include "imaging/failure.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
+#include <QFile>
 #include <QLoggingCategory>
 #include <QTextCodec>
 
@@ -118,10 +121,17 @@ private:
             return kSuccess;
         }
         const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
+        std::vector<Output> single; // files with one page
+        for (const Output &output : outputs)
+            (output.format->capabilities & kHoldsPages ? books : single).push_back(output);
+        for (const Output &output : books)
+            refuseToReplace(output.fileName, line.settings);
+        if (!books.empty())
+            book = std::make_unique<PdfBook>();
         std::vector<std::vector<Output>> outputsOfPages;
         for (const int page : wanted)
             outputsOfPages.push_back(
-                outputsForPage(outputs, page, claimed, line.input, line.settings));
+                outputsForPage(single, page, claimed, line.input, line.settings));
         std::size_t failed = 0;
         std::set<ExitCode> codes;
         for (std::size_t i = 0; i < wanted.size(); ++i) {
@@ -148,9 +158,32 @@ private:
             tell(inputName(line.input) + ": only " + std::to_string(pages) + " of "
                  + std::to_string(claimed) + " pages can be read");
         }
+        writeBook();
         if (failed == 0)
             return kSuccess;
         return failed == wanted.size() && codes.size() == 1 ? *codes.begin() : kFailed;
+    }
+
+    // All pages that could be traced in one file.
+    void writeBook()
+    {
+        if (!book || book->isEmpty())
+            return;
+        QBuffer pages;
+        pages.open(QIODevice::WriteOnly);
+        book->write(&pages);
+        OutputFiles files;
+        for (const Output &output : books) {
+            QString error;
+            const auto write = [&pages](QIODevice *device) {
+                return device->write(pages.data()) == pages.data().size();
+            };
+            if (!files.add(output.fileName, write, &error))
+                throw Failure(kOutputNotWritable,
+                              QFile::encodeName(output.fileName).toStdString() + ": "
+                                  + error.toLocal8Bit().toStdString());
+        }
+        commitOutputs(&files);
     }
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
@@ -161,10 +194,13 @@ private:
             warn(inputName(line.input) + ": " + remark);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
+        pageJob.outputs.insert(pageJob.outputs.end(), books.begin(), books.end());
         warnOfEnding(source.ending(page), pageJob);
         usePlacement(source, page, &pageJob);
         const TracedPicture traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
+        if (book)
+            book->add(result.drawing, traced.settings.style);
         write(result.drawing, traced.settings, outputs, [&](std::FILE *stream) {
             if (traced.settings.stats)
                 printStatistics(result, traced.look, stream);
@@ -218,6 +254,8 @@ private:
     std::set<std::string> onCommandLine; // settings that were given there, not in a file
     std::set<std::string> told;          // warnings are given once, not once a page
     ProgressLine *progress = nullptr;
+    std::vector<Output> books;     // that get all pages, where there are several
+    std::unique_ptr<PdfBook> book; // for them
 };
 
 ExitCode perform(int argc, char **argv)

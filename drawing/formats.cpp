@@ -78,7 +78,7 @@ const std::vector<Format> &allFormats()
         { "dxf", "dxf", "drawing exchange of CAD programs", kHasUnits | kChoosesCurves, asDxf,
           nullptr },
         { "pdf", "pdf", "a page of the image's physical size",
-          kFillsAreas | kGroupsLayers | kCutsAreasOut, asPdf, nullptr },
+          kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages, asPdf, nullptr },
         { "png", "png", "a preview in pixels", kFillsAreas | kCutsAreasOut | kIsRaster, asPng,
           tooLargePicture },
         { "json", "json", "the drawing without loss, to be read again", kCutsAreasOut | kHasUnits,

@@ -27,7 +27,8 @@ enum Capability : unsigned {
     kRoundsNumbers = 16, // WriteOptions::decimals
     kIsRaster = 32,      // WriteOptions::scale
     kChoosesCurves = 64, // WriteOptions::dxf
-    kIsAMap = 128        // has the drawing's placement, and areas that do not lie on each other
+    kIsAMap = 128,       // has the drawing's placement, and areas that do not lie on each other
+    kHoldsPages = 256    // one file may have several drawings: PdfBook
 };
 
 // A note in the previews that these writers make, by which they are known again.

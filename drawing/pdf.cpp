@@ -323,22 +323,53 @@ QByteArray catalogBody(int pages, const QByteArray &groups)
 
 } // namespace
 
-bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device)
+struct PdfBook::Parts
 {
     PdfFile file;
     const int catalog = file.reserve();
     const int pages = file.reserve();
+    QByteArray kids;
+    int count = 0;
+    QByteArray groups; // layers of all pages
+};
+
+PdfBook::PdfBook() : parts(new Parts) { }
+
+PdfBook::~PdfBook() = default;
+
+void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
+{
+    PdfFile &file = parts->file;
     const int page = file.reserve();
     const int contents = file.reserve();
     const std::vector<Layer> layers = style.byLayer ? drawing.layered() : std::vector<Layer>();
     PageContent content(drawing, style, layers);
     file.stream(contents, content.make());
-    QByteArray groups;
-    const QByteArray resources = resourcesOf(content, layers, &file, &groups);
-    file.object(page, pageBody(drawing, pages, contents, resources));
-    file.object(pages, "<< /Type /Pages /Kids [" + reference(page) + "] /Count 1 >>");
-    file.object(catalog, catalogBody(pages, groups));
-    return writeFully(device, file.finish(catalog));
+    const QByteArray resources = resourcesOf(content, layers, &file, &parts->groups);
+    file.object(page, pageBody(drawing, parts->pages, contents, resources));
+    parts->kids += (parts->count > 0 ? " " : "") + reference(page);
+    ++parts->count;
+}
+
+bool PdfBook::isEmpty() const
+{
+    return parts->count == 0;
+}
+
+bool PdfBook::write(QIODevice *device)
+{
+    parts->file.object(parts->pages,
+                       "<< /Type /Pages /Kids [" + parts->kids + "] /Count "
+                           + QByteArray::number(parts->count) + " >>");
+    parts->file.object(parts->catalog, catalogBody(parts->pages, parts->groups));
+    return writeFully(device, parts->file.finish(parts->catalog));
+}
+
+bool writePdf(const Drawing &drawing, const PaintStyle &style, QIODevice *device)
+{
+    PdfBook book;
+    book.add(drawing, style);
+    return book.write(device);
 }
 
 } // namespace ztrace

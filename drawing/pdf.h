@@ -1,14 +1,38 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// PDF: one page of the drawing's size on paper.
+// PDF: a page of the size of each drawing on paper.
 #ifndef ZTRACE_DRAWING_PDF_H
 #define ZTRACE_DRAWING_PDF_H
+
+#include <memory>
 
 #include "Drawing.h"
 
 class QIODevice;
 
 namespace ztrace {
+
+// Several drawings, each with a page of its own; otherwise as writePdf().
+class PdfBook
+{
+public:
+    PdfBook();
+    ~PdfBook();
+    PdfBook(const PdfBook &) = delete;
+    PdfBook &operator=(const PdfBook &) = delete;
+
+    // Puts a drawing on the next page.
+    void add(const Drawing &drawing, const PaintStyle &style);
+
+    bool isEmpty() const;
+
+    // What writePdf() would return. Nothing is added afterwards.
+    bool write(QIODevice *device);
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts;
+};
 
 // Writes the drawing. Quadratics become cubics, exactly but for rounding; with style.byLayer every
 // layer is an optional content group that viewers list. The file carries no date and no random

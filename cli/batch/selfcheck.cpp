@@ -41,26 +41,32 @@ struct Plane
     }
 };
 
-QImage overWhite(const QImage &image, const QSize &size)
+QImage overWhite(const QImage &image, const QSize &size, double degrees = 0.0)
 {
     QImage result(size, QImage::Format_RGB32);
     if (result.isNull())
         return result;
     result.fill(Qt::white);
     QPainter painter(&result);
+    if (degrees != 0.0) {
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.translate(size.width() / 2.0, size.height() / 2.0);
+        painter.rotate(degrees);
+        painter.translate(-size.width() / 2.0, -size.height() / 2.0);
+    }
     painter.drawImage(QPoint(0, 0), image);
     return result;
 }
 
 // On the grid, over white.
-QImage pictureOnGrid(const QImage &picture, const QSize &size)
+QImage pictureOnGrid(const QImage &picture, const QSize &size, double degrees)
 {
     QImage image = picture.hasAlphaChannel() ? picture.convertToFormat(QImage::Format_ARGB32)
         : picture.isGrayscale()              ? picture.convertToFormat(QImage::Format_Grayscale8)
                                              : picture.convertToFormat(QImage::Format_RGB32);
     if (image.size() != size)
         image = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return overWhite(image, size);
+    return overWhite(image, size, degrees);
 }
 
 Plane greyOf(const QImage &image)
@@ -276,7 +282,8 @@ SelfCheck compareColours(const QImage &picture, const QImage &drawn, int least)
 
 } // namespace
 
-SelfCheck compareDrawing(const QImage &picture, const Drawing &drawing, CheckKind kind, int speck)
+SelfCheck compareDrawing(const QImage &picture, const Drawing &drawing, CheckKind kind, int speck,
+                         double degrees)
 {
     SelfCheck nothing;
     nothing.agreement = 0.0;
@@ -289,7 +296,7 @@ SelfCheck compareDrawing(const QImage &picture, const Drawing &drawing, CheckKin
         return nothing;
     const QSize size = drawn.size();
     drawn = overWhite(drawn, size);
-    const QImage source = pictureOnGrid(picture, size);
+    const QImage source = pictureOnGrid(picture, size, degrees);
     if (drawn.isNull() || source.isNull())
         return nothing;
     const int least = std::max(kLeastLost, static_cast<int>(std::ceil(speck * scale * scale)));

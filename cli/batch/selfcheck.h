@@ -25,9 +25,11 @@ struct SelfCheck
 enum class CheckKind { Ink, Colours };
 
 // Both are compared on a grid of at most a million pixels, over white. `picture` has the drawing's
-// proportions; `speck` is the size in its pixels of what may be missing. A null picture, and a
-// drawing that cannot be drawn, agree in nothing.
-SelfCheck compareDrawing(const QImage &picture, const Drawing &drawing, CheckKind kind, int speck);
+// proportions, and was turned by `degrees`, clockwise around its middle, for it; `speck` is the
+// size in its pixels of what may be missing. A null picture, and a drawing that cannot be drawn,
+// agree in nothing.
+SelfCheck compareDrawing(const QImage &picture, const Drawing &drawing, CheckKind kind, int speck,
+                         double degrees);
 
 } // namespace ztrace
 

@@ -113,14 +113,13 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
     if (traced.result.drawing.outlines.empty())
         flags.append(QLatin1String("empty"));
     const QLatin1String reason(whyNotCompared(traced));
-    if (reason.size() > 0 || traced.result.report.angle != 0.0) {
-        made.insert(QLatin1String("none"),
-                    reason.size() > 0 ? reason : QLatin1String("the page was turned"));
+    if (reason.size() > 0) {
+        made.insert(QLatin1String("none"), reason);
     } else {
         const bool isInk = traced.settings.method == Method::Ink;
-        const SelfCheck check = compareDrawing(picture, traced.result.drawing,
-                                               isInk ? CheckKind::Ink : CheckKind::Colours,
-                                               traced.settings.despeckle);
+        const SelfCheck check = compareDrawing(
+            picture, traced.result.drawing, isInk ? CheckKind::Ink : CheckKind::Colours,
+            traced.settings.despeckle, traced.result.report.angle);
         made.insert(QLatin1String("agreement"), rounded(check.agreement));
         made.insert(QLatin1String("lost"), check.lost);
         made.insert(QLatin1String("lostShare"), rounded(check.lostShare));

@@ -78,6 +78,17 @@ class SelfCheck(BatchTest):
         damaged = [found[name] for name in ("cut", "faded", "dark", "light", "small")]
         self.assertGreaterEqual(sum(damaged), 0.95 * 5 * PAGES)
 
+    def test_a_page_that_was_turned_is_compared_as_well(self):
+        for name, image in ("good", page(2)), ("faded", page(2, 0.45)):
+            self.put("in/%s.png" % name, saved(image.rotate(1.2, resample=Image.BICUBIC, fillcolor=245), "PNG"))
+        self.run_program("batch", "in", "--out", "out", "-p", "lineart", "-q", "--deskew", "--threshold", "110")
+        found = {line["path"]: line for line in map(json.loads, self.read("out/ztrace-results.jsonl").splitlines())}
+        for line in found.values():
+            self.assertAlmostEqual(line["angle"], 1.2, delta=0.2)
+        self.assertGreater(found["in/good.png"]["check"]["agreement"], 0.95)
+        self.assertNotIn("flags", found["in/good.png"])
+        self.assertIn("flags", found["in/faded.png"])
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -21,6 +21,21 @@ class Scans(OptionsTest):
         self.assert_refused("a.tif", "--page", "3", code=3, words="there is no page 3 (the file has 2)")
         self.assert_refused("a.tif", "--page", "all", "-o", "-", code=2, words="standard output")
 
+    def test_a_pdf_holds_all_pages(self):
+        pages = [lambda x, y: square(x, y, 10, 10, 20), None, lambda x, y: square(x, y, 30, 5, 30)]
+        self.write("a.tif", tiff([pages[0], pages[2], pages[0]]))
+        self.run_program("a.tif", "--page", "1-2", "-o", "p.pdf", "-o", "p.dxf", "--layers")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "p-1.dxf", "p-2.dxf", "p.pdf"])
+        self.assertIn(b"/Kids [3 0 R", self.read("p.pdf"))
+        self.assertIn(b"/Count 2 >>", self.read("p.pdf"))
+        self.run_program("a.tif", "--page", "2", "-o", "one.pdf")
+        self.assertIn(b"/Count 1 >>", self.read("one.pdf"))
+        self.run_program("a.tif", "--page", "all", "-f", "pdf", "-o", "-")
+        self.run_program("a.tif", "--page", "all", "-o", "p.pdf", "--no-clobber", code=2)
+        self.write("b.tif", tiff(pages))
+        self.run_program("b.tif", "--page", "all", "-o", "b.pdf", code=1)
+        self.assertIn(b"/Count 2 >>", self.read("b.pdf"))
+
     def test_a_broken_page_keeps_no_other_from_being_written(self):
         self.write("a.tif", tiff([lambda x, y: x < 9, None, lambda x, y: y < 9]))
         result = self.run_program("a.tif", "--page", "all", "-o", "p.svg", code=1)
