@@ -14,6 +14,10 @@ const double kMostEntries = 65534.0;
 const int kUsualColours = 16;
 const double kUsualLeastBorder = 8.0; // pixel edges
 
+// At 5, the usual detail, a pixel edge has to save 400: a colour 20 units off in one pixel, which are
+// 2.6 steps of CIE lightness. docs/imaging/regions.md has what other prices give.
+const double kPriceOfLeastDetail = 12800.0;
+
 // In pixels. Soft edges tell more than pixels do, and flat areas are worth more numbers than areas
 // that are a compromise anyway.
 const double kToleranceOfFlat = 0.7;
@@ -69,6 +73,12 @@ bool engineDecides(const Settings &settings)
     });
 }
 
+// What a pixel edge between two colours has to save: half as much with every step of detail.
+double priceOf(const Settings &settings)
+{
+    return kPriceOfLeastDetail * std::exp2(-settings.detail);
+}
+
 Segmentation coloursPlan(const Settings &settings)
 {
     const int colours = coloursOf(settings);
@@ -78,8 +88,11 @@ Segmentation coloursPlan(const Settings &settings)
     setOptions(settings.engine, &engine);
     engine["numberofcolors"] = colours;
     const bool flat = settings.method.value_or(Method::Flat) == Method::Flat;
-    if (settings.palette.empty() && (!flat || engineDecides(settings) || colours < 1))
-        return Blend { colours, settings.engine.count("colorsampling") > 0, engine };
+    if (settings.palette.empty() && (!flat || engineDecides(settings) || colours < 1)) {
+        const bool byEngine = engineDecides(settings) || colours < 1;
+        return Blend { colours, byEngine ? 0.0 : priceOf(settings),
+                       settings.engine.count("colorsampling") > 0, engine };
+    }
     Flat plan;
     plan.colours = colours;
     plan.palette = settings.palette;
