@@ -16,7 +16,7 @@ namespace {
 // not grow with the picture. A third of a step that is seen.
 const float kCube = 6.0f;
 
-const int kMeans = 4;      // times the colours move to the means of what is nearest to them
+const int kMeans = 4;       // times the colours move to the means of what is nearest to them
 const int kRelabelling = 2; // times every region looks at its neighbours' labels
 
 typedef float SeenColour::*Axis;
@@ -100,17 +100,18 @@ std::vector<SeenColour> splitColours(std::vector<Region> *cubes, std::size_t mos
     if (!cubes->empty())
         boxes.emplace_back(*cubes, 0, cubes->size());
     while (!boxes.empty() && boxes.size() < most) {
-        const auto worst = std::max_element(
-            boxes.begin(), boxes.end(), [](const Box &a, const Box &b) { return a.error < b.error; });
+        const auto worst
+            = std::max_element(boxes.begin(), boxes.end(),
+                               [](const Box &a, const Box &b) { return a.error < b.error; });
         if (!(worst->error > 0.0))
             break;
         const Box box = *worst;
         const Axis axis = kAxes[box.axis];
         const float mean = box.sums.mean().*axis;
         const auto first = cubes->begin();
-        const auto cut = std::partition(first + std::ptrdiff_t(box.begin),
-                                        first + std::ptrdiff_t(box.end),
-                                        [&](const Region &cube) { return cube.mean.*axis < mean; });
+        const auto cut
+            = std::partition(first + std::ptrdiff_t(box.begin), first + std::ptrdiff_t(box.end),
+                             [&](const Region &cube) { return cube.mean.*axis < mean; });
         const std::size_t middle = std::size_t(cut - first);
         if (middle == box.begin || middle == box.end) { // equal but for rounding
             worst->error = 0.0;

@@ -4,7 +4,6 @@
 #include "colour.h"
 
 #include <algorithm>
-#include <limits>
 #include <numeric>
 
 namespace ztrace {
@@ -14,11 +13,11 @@ namespace {
 const uint32_t kNone = uint32_t(-1);
 
 // Of the price: pixels join a region row by row whose mean is as near as this (squared).
-const float kJoinShare = 0.5f;
+const float kJoinShare = 1.0f;
 
 // Then neighbours are merged for these parts of the price, one time over the regions each: the
 // cheapest first, since what is merged looks different to what is left.
-const float kPartsOfPrice[] = { 1.0f / 16.0f, 1.0f / 4.0f, 1.0f };
+const float kPartsOfPrice[] = { 1.0f / 6.0f, 1.0f };
 
 // Noise makes a region of nearly every pixel. With more than a third of the pixels joining starts
 // again with four times the distance.
@@ -123,7 +122,8 @@ private:
     void addRow(const QRgb *words, uint32_t *target)
     {
         uint32_t left = kNone;
-        for (int x = 0; x < image.width(); ++x) {
+        const int width = int(above.size());
+        for (int x = 0; x < width; ++x) {
             uint32_t &up = above[std::size_t(x)];
             up = up == kNone ? kNone : merging.rootOf(up);
             left = addPixel({ seen.of(words[x]), 1.0f, qAlpha(words[x]) }, left, up);
@@ -274,13 +274,6 @@ void mergeAt(float price, RegionGraph *graph, std::vector<uint32_t> *numberOfFir
 }
 
 } // namespace
-
-float lossOf(const Region &a, const Region &b)
-{
-    if (a.alpha != b.alpha)
-        return std::numeric_limits<float>::infinity();
-    return a.pixels * b.pixels / (a.pixels + b.pixels) * squaredDistance(a.mean, b.mean);
-}
 
 RegionGraph findRegions(const QImage &image, const SeenColours &seen, double price)
 {

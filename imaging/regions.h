@@ -8,6 +8,7 @@
 #include <QImage>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "seencolour.h"
@@ -47,7 +48,12 @@ struct RegionGraph
 
 // What the picture loses when two regions become one: the squared distance of their pixels to their
 // means (SeenColour) grows by so much. Infinite for different alphas.
-float lossOf(const Region &a, const Region &b);
+inline float lossOf(const Region &a, const Region &b)
+{
+    return a.alpha == b.alpha
+        ? a.pixels * b.pixels / (a.pixels + b.pixels) * squaredDistance(a.mean, b.mean)
+        : std::numeric_limits<float>::infinity();
+}
 
 // The regions of an ARGB32 image: two neighbours are one where that loses less than `price` for
 // every pixel edge that it saves. A picture without pixels has none. Fully transparent pixels are

@@ -13,9 +13,9 @@ const double kScale = 765.0; // as in oklab.cpp
 const int kSteps = 65536;
 
 // Red, green and blue in the three lights of Oklab, and in luminance.
-const double kWeights[12] = { 0.4122214708, 0.5363325363, 0.0514459929, 0.2119034982,
-                              0.6806995451, 0.1073969566, 0.0883024619, 0.2817188376,
-                              0.6299787005, 0.2126,       0.7152,       0.0722 };
+const double kWeights[12]
+    = { 0.4122214708, 0.5363325363, 0.0514459929, 0.2119034982, 0.6806995451, 0.1073969566,
+        0.0883024619, 0.2817188376, 0.6299787005, 0.2126,       0.7152,       0.0722 };
 
 // Light of a channel's value, 0 to 1 (IEC 61966-2-1).
 double lightOf(int byte)

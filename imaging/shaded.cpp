@@ -20,7 +20,7 @@ namespace {
 const float kPriceOfSide = 0.5f;
 const float kPriceOfCorner = 0.35f;
 
-const int kSweeps = 2; // over the borders; a third changes hardly a pixel
+const int kSweeps = 1; // over the borders; a third changes hardly a pixel
 
 // Pixels on borders choose again among the labels beside them: the colour that is near and a short
 // border, which takes chips and combs off.
@@ -35,28 +35,27 @@ public:
 
     void sweep()
     {
-        for (int y = 0; y < image.height(); ++y) {
+        const int width = image.width();
+        const int height = image.height();
+        uint16_t *own = labels;
+        for (int y = 0; y < height; ++y, own += width) {
             const QRgb *words = row(image, y);
-            uint16_t *own = labels + offset(y);
-            const uint16_t *above = y > 0 ? own - image.width() : own;
-            const uint16_t *below = y + 1 < image.height() ? own + image.width() : own;
-            for (int x = 0; x < image.width(); ++x) {
+            const uint16_t *above = y > 0 ? own - width : own;
+            const uint16_t *below = y + 1 < height ? own + width : own;
+            for (int x = 0; x < width; ++x) {
                 const int left = x > 0 ? x - 1 : x;
-                const int right = x + 1 < image.width() ? x + 1 : x;
+                const int right = x + 1 < width ? x + 1 : x;
                 const uint16_t sides[] = { own[left], own[right], above[x], below[x] };
                 if (sides[0] == own[x] && sides[1] == own[x] && sides[2] == own[x]
                     && sides[3] == own[x])
                     continue;
-                const uint16_t corners[]
-                    = { above[left], above[right], below[left], below[right] };
+                const uint16_t corners[] = { above[left], above[right], below[left], below[right] };
                 own[x] = choose(words[x], own[x], sides, corners);
             }
         }
     }
 
 private:
-    std::size_t offset(int y) const { return std::size_t(y) * std::size_t(image.width()); }
-
     uint16_t choose(QRgb word, uint16_t own, const uint16_t (&sides)[4],
                     const uint16_t (&corners)[4]) const
     {
@@ -113,10 +112,11 @@ std::vector<Mean> meansOf(const QImage &image, const std::vector<uint16_t> &labe
                           std::size_t count)
 {
     std::vector<Mean> means(count);
+    const int width = image.width();
     const uint16_t *label = labels.data();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
-        for (int x = 0; x < image.width(); ++x) {
+        for (int x = 0; x < width; ++x) {
             Mean &mean = means[*label++];
             mean.sums[0] += uint64_t(qRed(words[x]));
             mean.sums[1] += uint64_t(qGreen(words[x]));
