@@ -46,7 +46,8 @@ def ciede2000(a, b):
          + 0.32 * np.cos(np.radians(3 * h + 6)) - 0.20 * np.cos(np.radians(4 * h - 63)))
     sl = 1 + 0.015 * (l - 50) ** 2 / np.sqrt(20 + (l - 50) ** 2)
     sc, sh = 1 + 0.045 * c, 1 + 0.015 * c * t
-    turn = -2 * np.sqrt(c ** 7 / (c ** 7 + 25.0 ** 7)) * np.sin(np.radians(60 * np.exp(-(((h - 275) % 360 if False else (h % 360) - 275) / 25) ** 2)))
+    around = np.exp(-((h % 360 - 275) / 25) ** 2)
+    turn = -2 * np.sqrt(c ** 7 / (c ** 7 + 25.0 ** 7)) * np.sin(np.radians(60 * around))
     return np.sqrt(np.maximum(0, (dl / sl) ** 2 + (dc / sc) ** 2 + (dbig / sh) ** 2 + turn * (dc / sc) * (dbig / sh)))
 
 
