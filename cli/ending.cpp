@@ -320,6 +320,25 @@ const struct
 
 } // namespace
 
+qint64 framesOfPng(const QByteArray &bytes)
+{
+    if (!bytes.startsWith("\x89PNG"))
+        return 1;
+    ByteWalk walk(bytes, false);
+    walk.skip(8);
+    while (!walk.isBeyond()) {
+        const qint64 length = walk.number(4);
+        const QByteArray name = bytes.mid(static_cast<int>(walk.at()), 4);
+        walk.skip(4);
+        if (name == "acTL")
+            return qMax(1LL, walk.number(4));
+        if (name == "IDAT")
+            break; // what stands behind it is no animation's
+        walk.skip(length + 4);
+    }
+    return 1;
+}
+
 Ending endingOf(const QByteArray &bytes, const QByteArray &format)
 {
     for (const auto &check : kChecks) {

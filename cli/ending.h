@@ -20,6 +20,9 @@ enum class Ending {
 // find. Takes time in proportion to the bytes at most.
 Ending endingOf(const QByteArray &bytes, const QByteArray &format);
 
+// Frames that a PNG says it has, of which its reader knows the first; 1 of all others.
+qint64 framesOfPng(const QByteArray &bytes);
+
 } // namespace ztrace
 
 #endif

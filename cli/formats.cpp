@@ -2,6 +2,7 @@
 #include "formats.h"
 
 #include "failure.h"
+#include "messages.h"
 
 #include "drawing/files.h"
 #include "drawing/output.h"
@@ -271,6 +272,7 @@ void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
             return written == Written::Whole;
         };
         QString error;
+        const Silence silence;
         const bool isStaged = files->add(output.fileName, write, &error);
         if (written == Written::NoMemory)
             throw Failure(kFailed,

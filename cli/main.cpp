@@ -9,7 +9,9 @@
 #include "converters.h"
 #include "failure.h"
 #include "formats.h"
+#include "heap.h"
 #include "help.h"
+#include "lastwords.h"
 #include "messages.h"
 #include "presets.h"
 #include "progress.h"
@@ -153,10 +155,14 @@ private:
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
-        QImage image = source.read(page, !line.settings.raw);
+        std::string remark;
+        QImage image = source.read(page, !line.settings.raw, &remark);
+        if (!remark.empty())
+            warn(inputName(line.input) + ": " + remark);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
         warnOfEnding(source.ending(page), pageJob);
+        usePlacement(source, page, &pageJob);
         const TracedPicture traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
         write(result.drawing, traced.settings, outputs, [&](std::FILE *stream) {
@@ -272,10 +278,16 @@ int main(int argc, char **argv)
 {
     using namespace ztrace;
     reserveStandardDescriptors();
+    keepHeap();
+    // What becomes of a worker is seen, and told, by the run that it works for.
+    if (!isWorker(argc, argv))
+        sayLastWords("ztrace", kFailed);
     // A reader that goes away is a failure to write, not the end.
     std::signal(SIGPIPE, SIG_IGN);
     // Image readers may draw text, which needs a platform; none that shows anything.
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Its loop is another library's else, which ends the process when it gets no memory.
+    qputenv("QT_NO_GLIB", "1");
     // What an image reader complains of is no reason to end.
     qunsetenv("QT_FATAL_WARNINGS");
     qunsetenv("QT_FATAL_CRITICALS");

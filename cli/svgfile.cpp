@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "svgfile.h"
 
+#include "distrust.h"
+
 #include <QBuffer>
 #include <QImageReader>
 #include <QXmlStreamReader>
@@ -56,7 +58,7 @@ bool isWrittenOut(const QString &reference)
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
-    return reader.canRead() && !reader.format().startsWith("svg");
+    return reader.canRead() && !reader.format().startsWith("svg") && !isDistrusted(reader.format());
 }
 
 // The toolkit loads style sheets, and takes what is no image of its own for the name of a file. It

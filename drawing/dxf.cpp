@@ -289,7 +289,8 @@ QRgb indexedColour(int index)
         return qRgb(kGreys[index - 250], kGreys[index - 250], kGreys[index - 250]);
     const int value = kValues[(index % 10) / 2];
     const int least = index % 2 ? value * 2 / 3 : 0;
-    const double hue = (index / 10 - 1) / 4.0; // 0 to 6 around the circle
+    const int step = index / 10 - 1; // the ten of one hue; 4 to a sixth of the circle
+    const double hue = step / 4.0;   // 0 to 6 around the circle
     const auto channel = [&](double center) {
         const double away = std::fabs(std::remainder(hue - center, 6.0));
         return least + static_cast<int>((value - least) * std::min(1.0, std::max(0.0, 2.0 - away)));

@@ -378,7 +378,7 @@ void DxfText::number(int code, double value)
 
 QByteArray DxfText::handle()
 {
-    const QByteArray next = handleText(++lastHandle);
+    QByteArray next = handleText(++lastHandle);
     group(5, next);
     return next;
 }

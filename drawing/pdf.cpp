@@ -8,6 +8,9 @@
 
 #include <QMap>
 
+#include <limits>
+#include <new>
+
 namespace ztrace {
 
 namespace {
@@ -36,9 +39,13 @@ public:
 
     void stream(int number, const std::string &data)
     {
+        if (data.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+            throw std::bad_alloc();
         const QByteArray packed
             = qCompress(reinterpret_cast<const uchar *>(data.data()), static_cast<int>(data.size()))
                   .mid(kCompressionHeader);
+        if (packed.isEmpty() && !data.empty())
+            throw std::bad_alloc(); // it says so in no other way
         object(number,
                "<< /Length " + QByteArray::number(packed.size())
                    + " /Filter /FlateDecode >>\nstream\n" + packed + "\nendstream");

@@ -11,7 +11,9 @@ namespace ztrace {
 namespace {
 
 const int kMostSteps = 1000;
-const std::size_t kStepsOfOtherSplines = 64;
+const std::size_t kStepsOfOtherSplines = 64; // for each control point
+const std::size_t kLeastStepsOfSplines = 8;  // where that would be more than this:
+const std::size_t kManySteps = 4096;
 
 bool isFinite(const Point &p)
 {
@@ -54,10 +56,13 @@ bool hasFiniteControls(const PathPiece &piece)
     return finite;
 }
 
-// A spline of another degree or with more control points: lines along it.
+// A spline of another degree or with more control points: lines along it, fewer for each point
+// where they are many, as a file may have millions.
 void appendOtherSpline(const PathPiece &piece, std::vector<PathPiece> *pieces)
 {
-    const std::size_t steps = kStepsOfOtherSplines * (piece.innerCount + 1);
+    const std::size_t spans = piece.innerCount + 1;
+    const std::size_t steps = std::max(std::min(kStepsOfOtherSplines * spans, kManySteps),
+                                       kLeastStepsOfSplines * spans);
     Point from = piece.start;
     for (const Point &to : pointsAlongSpline(piece, steps)) {
         pieces->push_back(lineTo(from, to));

@@ -174,9 +174,7 @@ double leftOutCost(const Points &points, const std::vector<Piece> &pieces,
 void toChain(const Points &points, std::vector<Piece> *pieces)
 {
     for (Piece &piece : *pieces) {
-        for (Point *p :
-             { &piece.start, &piece.end, &piece.control, &piece.control2, &piece.centre })
-            *p = *p + points.origin;
+        move(&piece, points.origin);
         if (piece.first < points.size())
             piece.first = points.source[static_cast<std::size_t>(piece.first)];
     }

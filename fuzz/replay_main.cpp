@@ -5,9 +5,22 @@
 #include "Input.h"
 
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <vector>
+
+namespace {
+
+// Budget of one input: the worst takes a second, ten under sanitizers.
+const double kMostSeconds = 60.0; // of processor time
+
+double processorSeconds()
+{
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -22,7 +35,12 @@ int main(int argc, char **argv)
         // Named before it runs: after a crash the last line tells the input.
         std::printf("%s: %zu bytes\n", argv[i], bytes.size());
         std::fflush(stdout);
+        const double start = processorSeconds();
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+        if (processorSeconds() - start > kMostSeconds) {
+            std::printf("it took more than %g seconds\n", kMostSeconds);
+            return 1;
+        }
     }
     std::printf("%d inputs\n", argc - 1);
     return argc > 1 ? 0 : 1;

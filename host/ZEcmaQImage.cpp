@@ -4,6 +4,9 @@
 #include "binding.h"
 #include "saveImage.h"
 
+#include "cli/distrust.h"
+
+#include <QImageReader>
 #include <QStringList>
 
 namespace {
@@ -41,7 +44,9 @@ QScriptValue create(QScriptContext *context, QScriptEngine *engine)
         return engine->undefinedValue();
     QImage image;
     if (context->argumentCount() == 1 && context->argument(0).isString()) {
-        image = QImage(context->argument(0).toString());
+        const QString name = context->argument(0).toString();
+        if (!ztrace::isDistrusted(QImageReader::imageFormat(name)))
+            image = QImage(name);
     } else if (areNumbers(context, 2)) {
         image = QImage(integerArgument(context, 0), integerArgument(context, 1),
                        QImage::Format_ARGB32);

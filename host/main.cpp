@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 
 namespace {
 
@@ -206,25 +207,10 @@ int runWithPlugins(const Arguments &arguments)
 
 } // namespace
 
-int main(int argc, char *argv[])
-{
-    zelvora::reserveStandardDescriptors();
-    zelvora::ignoreBrokenPipes();
-    zelvora::prepareToolkit();
-    // The toolkit needs no folder of a login session, whose absence it would complain about when it
-    // starts, and never asks for again.
-    QTemporaryDir runtimeFolder;
-    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
-    // It gets the program's name alone: it would take options like -plugin out of the script's.
-    int nameAlone = 1;
-    // An image that says nothing of its resolution is taken for one of 96 dots an inch.
-    QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
-    QGuiApplication application(nameAlone, argv);
-    runtimeFolder.remove(); // at once: a run that is killed would leave it
-    // Numbers are written the same in every locale, the toolkit's plug-ins included.
-    std::setlocale(LC_NUMERIC, "C");
+namespace {
 
+int perform(int argc, char *argv[])
+{
     QStringList words;
     for (int i = 1; i < argc; ++i)
         words.append(QString::fromLocal8Bit(argv[i]));
@@ -252,4 +238,29 @@ int main(int argc, char *argv[])
         complain(QString::fromLatin1("there is not enough memory"));
         return kFailed;
     }
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    zelvora::reserveStandardDescriptors();
+    zelvora::ignoreBrokenPipes();
+    zelvora::prepareToolkit();
+    // The toolkit needs no folder of a login session, whose absence it would complain about when it
+    // starts, and never asks for again.
+    QTemporaryDir runtimeFolder;
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+    // It gets the program's name alone: it would take options like -plugin out of the script's.
+    int nameAlone = 1;
+    // An image that says nothing of its resolution is taken for one of 96 dots an inch.
+    QCoreApplication::setAttribute(Qt::AA_Use96Dpi);
+    std::unique_ptr<QCoreApplication> application
+        = std::make_unique<QGuiApplication>(nameAlone, argv);
+    runtimeFolder.remove(); // at once: a run that is killed would leave it
+    // Numbers are written the same in every locale, the toolkit's plug-ins included.
+    std::setlocale(LC_NUMERIC, "C");
+    const int code = perform(argc, argv);
+    zelvora::leave(code, std::move(application));
 }

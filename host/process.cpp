@@ -3,7 +3,10 @@
 
 #include "interruption.h"
 
-#include <QtGlobal>
+#include "cli/lastwords.h"
+#include "cli/toolkit.h"
+
+#include <QCoreApplication>
 
 #include <cerrno>
 #include <csignal>
@@ -68,8 +71,19 @@ void zelvora::ignoreBrokenPipes()
 
 void zelvora::prepareToolkit()
 {
+    ztrace::sayLastWords("zelvora-headless", kFailed);
     toolkitsHandler = qInstallMessageHandler(handleMessage);
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Its loop is another library's else, which ends the process when it gets no memory.
+    qputenv("QT_NO_GLIB", "1");
+    // What the toolkit complains of in a script is no reason to end.
+    qunsetenv("QT_FATAL_WARNINGS");
+    qunsetenv("QT_FATAL_CRITICALS");
+}
+
+void zelvora::leave(int code, std::unique_ptr<QCoreApplication> application)
+{
+    ztrace::leave(code, std::move(application));
 }
 
 bool zelvora::hasRoomForScripts()

@@ -7,6 +7,10 @@
 #include <QByteArray>
 #include <QString>
 
+#include <memory>
+
+class QCoreApplication;
+
 namespace zelvora {
 
 // Descriptors 0 to 2 are open afterwards. One that was closed, as supervisors leave them, would
@@ -18,8 +22,13 @@ void reserveStandardDescriptors();
 void ignoreBrokenPipes();
 
 // The toolkit paints without a display, whatever the environment says, and what it says before it
-// gives up is shown on standard error: the process then ends with the exit code 1.
+// gives up is shown on standard error: the process then ends with the exit code 1. So it does, with
+// a line, when one of its libraries fails for want of memory.
 void prepareToolkit();
+
+// Ends the process with all output delivered, but without the toolkit's own way out, which needs
+// memory again; sanitizers get it.
+[[noreturn]] void leave(int code, std::unique_ptr<QCoreApplication> application);
 
 // False where a limit keeps the process from the address space that the script engine takes for its
 // machine code: without asking it would crash on its first use.

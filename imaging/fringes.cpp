@@ -2,6 +2,7 @@
 #include "fringes.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -132,7 +133,20 @@ int endOfStretch(const QRgb *words, int begin, int width)
 {
     const QRgb ground = words[begin - 1];
     const int last = std::min(width - 2, begin + kLongestRun);
-    for (int x = begin; x <= last && qAlpha(words[x]) == 255; ++x) {
+    int x = begin;
+#ifdef __SSE2__
+    for (; x + 3 <= last && x + 4 < width; x += 4) {
+        const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
+        const __m128i limit = _mm_set1_epi32(kSameGround + 1);
+        const __m128i four = fourWords(words + x);
+        const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
+        // The ground is opaque: what is not is farther from it unless it is hardly translucent.
+        const __m128i isNear = _mm_cmplt_epi32(colourDistances(four, grounds), limit);
+        if (_mm_movemask_epi8(_mm_andnot_si128(isNear, isOpaque)) != 0xFFFF)
+            break;
+    }
+#endif
+    for (; x <= last && qAlpha(words[x]) == 255; ++x) {
         if (isGround(words[x], ground) && isGround(words[x + 1], ground))
             return x;
     }

@@ -49,6 +49,7 @@ NearestColour::NearestColour(std::vector<QRgb> palette)
     : colours(std::move(palette)), lists(kCubes, 0u), entries(1, uint16_t(0))
 {
     nearestToLast = nearestOfAll(last);
+    translucent.assign(kPlaces, { last, nearestToLast });
 }
 
 uint16_t NearestColour::nearestOfAll(QRgb word) const
@@ -83,13 +84,24 @@ std::size_t NearestColour::makeList(QRgb word)
     return place;
 }
 
+uint16_t NearestColour::nearestToTranslucent(QRgb word)
+{
+    // 2^32 over the golden ratio mixes all bits into the upper ones.
+    Place &place = translucent[(word * 0x9E3779B1u >> 16) % kPlaces];
+    if (place.word != word)
+        place = { word, nearestOfAll(word) };
+    return place.nearest;
+}
+
 uint16_t NearestColour::of(QRgb word)
 {
     if (word == last)
         return nearestToLast;
     last = word;
-    if (qAlpha(word) != 255 || colours.size() <= kShort)
+    if (colours.size() <= kShort)
         return nearestToLast = nearestOfAll(word);
+    if (qAlpha(word) != 255)
+        return nearestToLast = nearestToTranslucent(word);
     uint32_t &list = lists[cubeOf(word)];
     if (list == 0)
         list = static_cast<uint32_t>(makeList(word));

@@ -26,11 +26,20 @@ private:
     static const std::size_t kCubes = 16 * 16 * 16;
 
     std::size_t makeList(QRgb word);
+    uint16_t nearestToTranslucent(QRgb word);
     uint16_t nearestOfAll(QRgb word) const;
 
     std::vector<QRgb> colours;
     std::vector<uint32_t> lists;   // of every cube: 0, or the place of its list in entries
     std::vector<uint16_t> entries; // lists in the palette's order, each after its length
+    // Other words are few. Each has one place, which it shares with others.
+    static const std::size_t kPlaces = 1024; // a power of two
+    struct Place
+    {
+        QRgb word = 0;
+        uint16_t nearest = 0;
+    };
+    std::vector<Place> translucent;
     QRgb last = 0;
     uint16_t nearestToLast = 0;
 };

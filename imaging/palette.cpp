@@ -56,6 +56,7 @@ Sample sampleOf(const QImage &image)
     const int most = ((image.width() + step - 1) / step) * ((image.height() + step - 1) / step);
     Sample sample;
     // A row more than can be needed: words are written before it is known whether they are opaque.
+    silenceLibrary();
     sample.pix.reset(pixCreate(kSampleWidth, most / kSampleWidth + 2, 32));
     if (!sample.pix)
         throwNoRoom();

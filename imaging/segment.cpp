@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segment.h"
 
+#include "borders.h"
 #include "colour.h"
 #include "nearestcolour.h"
 #include "spread.h"
@@ -47,10 +48,11 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
             end = endOfRun(words, x, plane->width);
             const LabelOfWord run = labelOf(words[x], plane->colours, nearest);
             std::fill(labels.begin() + x, labels.begin() + end, run.label);
-            for (; x < end; ++x) {
+            // What has a mark is an edge.
+            for (x = nextSet(marks, x, end); x < end; x = nextSet(marks, x + 1, end)) {
                 const bool isThin
                     = (marks[x] & (EdgeMap::kDrawn | EdgeMap::kRule)) == EdgeMap::kDrawn;
-                if ((marks[x] & EdgeMap::kEdge) == 0 || (run.exact && !isThin))
+                if (run.exact && !isThin)
                     continue;
                 labels[static_cast<std::size_t>(x)] = kUnlabelled;
                 waiting.push_back(static_cast<uint32_t>(before + static_cast<std::size_t>(x)));

@@ -56,7 +56,8 @@ public:
             if (farther)
                 waiting = within(ring);
         }
-        labelUnreached();
+        if (farther || !waiting.empty())
+            labelUnreached();
     }
 
 private:

@@ -9,28 +9,88 @@ namespace ztrace::strokes {
 namespace {
 
 const double kStep = 0.5;
-const double kPaper = 0.06;    // coverage that counts as none
-const double kFarthest = 3.0;  // widths that ink is followed for
-const double kLeastWidth = 2.0; // pixels of lines that show the form of their ends
+const double kNoInk = 0.15;     // part of the inside's coverage that is left where ink has ended, ...
+const double kRests = 1.0;      // ... over so many pixels
+const double kRises = 0.3;      // part by which the ink of something else announces itself
+const double kFarthest = 3.0;   // widths that ink is followed for
+const double kMiddle = 0.25;    // of the half width, between the rows of the middle
+const double kBack = 1.0;       // widths before the last cross-section that an end is looked at from
+const double kInside = 3.0;     // widths before these that the coverage inside is taken from
+const double kLeastWidth = 1.8; // pixels of lines that do not show the form of their ends
+const double kPrior = 3.0;      // pixels of round ends: pens are round, unless ends tell otherwise
 // Of a round end the ink beside the middle is .4 of the half width shorter, which is .2 widths.
 const double kShorter = 0.2;
+const double kMostVote = 1.0; // that an end may lie beyond both forms, for noise to cancel out
 
-double inkBeyond(const Coverage &coverage, const Atom &atom, int end, double beside)
+// The rows along an end, from before its last cross-section outwards.
+class EndRows
 {
-    const double most = kFarthest * atom.width + 4.0;
-    double sum = 0.0;
-    for (double s = 0.5 * kStep; s < most; s += kStep) {
+public:
+    EndRows(const Coverage &c, const Atom &a, int e) : coverage(c), atom(a), end(e)
+    {
+        back = std::min(kBack * atom.width, 0.3 * double(atom.samples.size()));
+        inside = back + std::min(kInside * atom.width, 0.5 * double(atom.samples.size()));
+        const double most = kFarthest * atom.width + 4.0;
+        double rests = 0.0;
+        double least = 1.0;
+        double leastAt = 0.0;
+        const double full = std::max(0.05, levelInside(0.0));
+        for (limit = 0.5 * kStep; limit < most && rests < kRests; limit += kStep) {
+            const double part = level(limit, 0.0) / full;
+            rests = part < kNoInk ? rests + kStep : 0.0;
+            if (part < least) {
+                least = part;
+                leastAt = limit;
+            } else if (least < 0.5 && part > least + kRises) {
+                limit = leastAt;
+                break;
+            }
+        }
+    }
+
+    // Pixels of ink beyond the last cross-section in the rows at a distance to either side of the
+    // middle, each as long as its coverage over that inside of the line sums up to. Blur makes an
+    // end fade over as many pixels in all rows of a square end alike.
+    double inkBeyond(double beside) const
+    {
+        const double full = std::max(0.05, levelInside(beside));
+        double sum = 0.0;
+        for (double s = 0.5 * kStep - back; s < limit; s += kStep)
+            sum += level(s, beside) * kStep;
+        return sum / full - back;
+    }
+
+private:
+    double levelInside(double beside) const
+    {
+        double sum = 0.0;
+        int count = 0;
+        for (double s = -inside; s < 1e-9 - back; s += kStep) {
+            sum += level(s, beside);
+            ++count;
+        }
+        return count > 0 ? sum / count : 1.0;
+    }
+
+    // Beside the middle on both sides; in the middle of three rows, since noise is of one pixel.
+    double level(double s, double beside) const
+    {
         const Point p = alongCarrier(atom, end, s);
         const Point q = alongCarrier(atom, end, s + 0.1);
         const double length = std::hypot(q.x - p.x, q.y - p.y);
         const Point normal = { (q.y - p.y) / length, (p.x - q.x) / length };
-        const double part = coverage.at(p + beside * normal);
-        if (part < kPaper)
-            break;
-        sum += part * kStep;
+        const double away = beside > 0.0 ? beside : kMiddle * 0.5 * atom.width;
+        const double sides = coverage.at(p + away * normal) + coverage.at(p - away * normal);
+        return beside > 0.0 ? 0.5 * sides : (sides + coverage.at(p)) / 3.0;
     }
-    return sum;
-}
+
+    const Coverage &coverage;
+    const Atom &atom;
+    int end;
+    double back = 0.0;
+    double inside = 0.0;
+    double limit = 0.0;
+};
 
 } // namespace
 
@@ -62,11 +122,10 @@ Point alongCarrier(const Atom &atom, int end, double pixels)
 
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end)
 {
+    const EndRows rows(coverage, atom, end);
     FreeEnd result;
-    result.middle = inkBeyond(coverage, atom, end, 0.0);
-    const double beside = kBeside * 0.5 * atom.width;
-    result.side = 0.5
-        * (inkBeyond(coverage, atom, end, beside) + inkBeyond(coverage, atom, end, -beside));
+    result.middle = rows.inkBeyond(0.0);
+    result.side = rows.inkBeyond(kBeside * 0.5 * atom.width);
     return result;
 }
 
@@ -78,19 +137,29 @@ double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most
     return s;
 }
 
-bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths)
+double roundPart(const std::vector<FreeEnd> &ends, const std::vector<double> &widths,
+                 const EndLimits &limits)
 {
-    double score = 0.0;
-    double all = 0.0;
+    double score = kPrior;
+    double all = kPrior;
     for (std::size_t k = 0; k < ends.size(); ++k) {
-        if (widths[k] < kLeastWidth)
+        // Each end has a vote as clear as its line is wide; of two pixels it says nothing.
+        const double weight = widths[k] - kLeastWidth;
+        if (!(weight > 0.0))
             continue;
-        // Each end has a vote as clear as its line is wide.
         const double round = (ends[k].middle - ends[k].side) / (kShorter * widths[k]);
-        score += widths[k] * std::clamp(round, 0.0, 1.0);
-        all += widths[k];
+        score += weight * std::clamp(round, -kMostVote, 1.0 + kMostVote);
+        all += weight;
     }
-    return !(all > 0.0) || score > 0.5 * all;
+    const double vote = score / all;
+    return std::clamp((vote - limits.square) / (limits.round - limits.square), 0.0, 1.0);
+}
+
+EndLimits endLimits(bool hard, bool noisy)
+{
+    if (hard)
+        return noisy ? EndLimits { 0.1, 1.3 } : EndLimits { 0.37, 0.47 };
+    return noisy ? EndLimits { 0.08, 0.24 } : EndLimits { 0.24, 0.36 };
 }
 
 } // namespace ztrace::strokes

@@ -16,15 +16,28 @@ struct FreeEnd
 };
 const double kBeside = 0.8;
 
-// From the foot of the last cross-section outwards; coverage summed up along the carrier.
+// From the foot of the last cross-section outwards: coverage summed up along the carrier, over that
+// of the same rows inside of the line.
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
 
 // Pixels from the foot of the last cross-section outwards along the carrier that are ink; at most
 // `most`.
 double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most);
 
-// Whether the ends of most lines are round: ink goes farther in the middle than beside it.
-bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths);
+// How much shorter the ink beside the middle is, in parts of what that is for round ends, where all
+// ends are square and where all are round. Blur takes from round ends, a threshold and ragged edges
+// give to square ones; measured over drawings of either, by what their pictures are like.
+struct EndLimits
+{
+    double square = 0.37;
+    double round = 0.47;
+};
+EndLimits endLimits(bool hard, bool noisy);
+
+// Whether lines end round: 1, or square: 0, or how likely the one is where ends do not tell. Many
+// ends tell together; none at all: 1.
+double roundPart(const std::vector<FreeEnd> &ends, const std::vector<double> &widths,
+                 const EndLimits &limits);
 
 // A place on the carrier that many pixels outwards from the foot of the last cross-section.
 Point alongCarrier(const Atom &atom, int end, double pixels);

@@ -88,7 +88,7 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
 class Settler
 {
 public:
-    Settler(const Coverage &c, Web *w) : coverage(c), web(*w) { }
+    Settler(const Coverage &c, const EndLimits &l, Web *w) : coverage(c), limits(l), web(*w) { }
 
     bool settle()
     {
@@ -419,21 +419,30 @@ private:
         endOnNeighbours();
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
+        std::vector<FreeEnd> telling;
+        std::vector<double> tellingWidths;
         for (const AtomEnd &end : free) {
             measured.push_back(freeEndOf(coverage, atom(end), end.end));
             widths.push_back(atom(end).width);
+            // Corners that did not meet have a form of their own.
+            const int joint = atom(end).joint[end.end];
+            if (joint >= 0 && web.joints[std::size_t(joint)].kind != JointKind::Tip)
+                continue;
+            telling.push_back(measured.back());
+            tellingWidths.push_back(widths.back());
         }
-        const bool round = hasRoundEnds(measured, widths);
+        const double round = roundPart(telling, tellingWidths, limits);
         for (std::size_t k = 0; k < free.size(); ++k) {
-            const double less = round ? 0.5 * widths[k] : 0.0;
+            const double less = 0.5 * round * widths[k];
             Atom &ending = atom(free[k]);
             ending.place[free[k].end]
                 = alongCarrier(ending, free[k].end, measured[k].middle - less);
         }
-        return round;
+        return round > 0.5;
     }
 
     const Coverage &coverage;
+    const EndLimits limits;
     Web &web;
     std::vector<AtomEnd> free;
 };
@@ -449,9 +458,9 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
 }
 
-bool settleEnds(const Coverage &coverage, Web *web)
+bool settleEnds(const Coverage &coverage, const EndLimits &limits, Web *web)
 {
-    return Settler(coverage, web).settle();
+    return Settler(coverage, limits, web).settle();
 }
 
 } // namespace ztrace::strokes

@@ -4,7 +4,7 @@
 #ifndef ZTRACE_STROKES_MEETING_H
 #define ZTRACE_STROKES_MEETING_H
 
-#include "strokes/joining.h"
+#include "strokes/ends.h"
 
 namespace ztrace::strokes {
 
@@ -19,8 +19,8 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 // Gives every end its place. At a T an end lies on the middle of the line that goes through; two
 // ends meet where their carriers cross, or where they touch each other; several in the middle of
 // their crossings. An end that meets nothing ends with its ink, less half its width where ends are
-// round. Returns whether they are.
-bool settleEnds(const Coverage &coverage, Web *web);
+// round, or a part of that where they do not tell. Returns whether most are.
+bool settleEnds(const Coverage &coverage, const EndLimits &limits, Web *web);
 
 } // namespace ztrace::strokes
 

@@ -10,25 +10,86 @@ namespace ztrace::strokes {
 namespace {
 
 const std::size_t kStep = 7; // of so many pixels one is looked at
+const int kLineStep = 3;      // and of so many rows and columns one
+const int kLongestBump = 4;   // pixels along the edge
+const double kFewBumps = 3.0; // that round ends and letters of a small picture have
+const int kFlat = 2;          // pixels of straight edge to either side of a bump
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 
-// Pixels unlike all four beside them, over the pixels of ink.
-double speckledPart(const InkPicture &picture)
+// Rows of a picture of two tones, or its columns.
+class Lines
 {
-    std::size_t alone = 0;
-    std::size_t ink = 0;
-    for (int y = 1; y + 1 < picture.height; ++y) {
-        for (int x = 1; x + 1 < picture.width; ++x) {
-            const bool here = picture.isInk(x, y);
-            ink += here;
-            alone += here != picture.isInk(x - 1, y) && here != picture.isInk(x + 1, y)
-                && here != picture.isInk(x, y - 1) && here != picture.isInk(x, y + 1);
+public:
+    Lines(const InkPicture &p, bool c) : picture(p), areColumns(c) { }
+
+    int count() const { return areColumns ? picture.width : picture.height; }
+    int length() const { return areColumns ? picture.height : picture.width; }
+    bool isInk(int line, int x) const
+    {
+        return areColumns ? picture.isInk(line, x) : picture.isInk(x, line);
+    }
+    bool isAll(bool ink, int line, int from, int to) const
+    {
+        for (int x = from; x < to; ++x) {
+            if (isInk(line, x) != ink)
+                return false;
+        }
+        return true;
+    }
+
+    // Whether what begins at x and goes on for so many pixels is a bump of an edge, or a dent.
+    bool isBump(int line, int x, int pixels) const
+    {
+        const int end = x + pixels;
+        const bool ink = isInk(line, x);
+        if (x < kFlat || end + kFlat > length() || !isAll(!ink, line, x - kFlat, x)
+            || !isAll(!ink, line, end, end + kFlat))
+            return false;
+        const auto liesOn = [&](int below, int above) {
+            return isAll(ink, below, x - kFlat, end + kFlat) && isAll(!ink, above, x, end);
+        };
+        return liesOn(line + 1, line - 1) || liesOn(line - 1, line + 1);
+    }
+
+private:
+    const InkPicture &picture;
+    bool areColumns;
+};
+
+struct Edges
+{
+    std::size_t pixels = 0;
+    std::size_t bumps = 0;
+};
+
+void countEdges(const Lines &lines, Edges *edges)
+{
+    for (int line = 1; line + 1 < lines.count(); line += kLineStep) {
+        int start = 0;
+        for (int x = 0; x < lines.length(); ++x) {
+            edges->pixels += lines.isInk(line, x) != lines.isInk(line + 1, x);
+            if (x == 0 || lines.isInk(line, x) == lines.isInk(line, x - 1))
+                continue;
+            if (x - start <= kLongestBump && lines.isBump(line, start, x - start))
+                ++edges->bumps;
+            start = x;
         }
     }
-    return ink > 0 ? double(alone) / double(ink) : 0.0;
 }
 
+// Bumps and dents of one pixel on edges that are straight on both sides of them, over the pixels of
+// edges: noise makes them, and no line.
+double raggedPart(const InkPicture &picture)
+{
+    Edges edges;
+    countEdges(Lines(picture, false), &edges);
+    countEdges(Lines(picture, true), &edges);
+    const double bumps = std::max(0.0, double(edges.bumps) - kFewBumps);
+    return edges.pixels > 0 ? bumps / double(edges.pixels) : 0.0;
+}
+
+// Of all pixels: most are paper, and a threshold that lies in the noise tells nothing.
 double paperNoise(const InkPicture &picture)
 {
     std::array<std::size_t, 256> counts = {};
@@ -37,8 +98,6 @@ double paperNoise(const InkPicture &picture)
     for (std::size_t i = 1; i < pixels; i += kStep) {
         const int a = picture.grey[i - 1];
         const int b = picture.grey[i];
-        if (std::min(a, b) <= picture.threshold)
-            continue;
         ++counts[std::size_t(std::abs(a - b))];
         ++all;
     }
@@ -55,7 +114,7 @@ double paperNoise(const InkPicture &picture)
 
 bool isNoisy(const InkPicture &picture, bool hard)
 {
-    return hard ? speckledPart(picture) > kSpeckled : paperNoise(picture) > kNoisy;
+    return hard ? raggedPart(picture) > kRagged : paperNoise(picture) > kNoisy;
 }
 
 std::vector<uint8_t> smoothed(const InkPicture &picture)

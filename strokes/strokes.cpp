@@ -10,6 +10,7 @@
 #include "strokes/meeting.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
+#include "strokes/scans.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
 #include "strokes/thinning.h"
@@ -28,6 +29,7 @@ const double kLeastHard = 0.2;
 
 // Usual widths that a speck and its ink are long, and pixels of what has no length.
 const double kSpeckPart = 1.4;
+const double kNoisySpeck = 8.0; // pixels, in scans that have specks of their own
 const double kNoLength = 0.3;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
@@ -51,25 +53,46 @@ Skeleton skeletonOf(Plane ink)
     return skeleton;
 }
 
-// The ink, of noisy pictures without what noise alone makes of its edges.
-Plane clearInkOf(const InkPicture &picture, bool hard)
+// The picture that all is measured in, and its ink. Of noisy scans the paper is even, and noise
+// alone is no ink.
+struct Page
 {
-    if (!isNoisy(picture, hard))
-        return inkOf(picture);
-    const std::vector<uint8_t> grey = smoothed(picture);
-    InkPicture clear = picture;
-    clear.grey = grey.data();
-    return inkOf(clear);
+    InkPicture picture;
+    std::vector<uint8_t> evenGrey;
+    Plane ink;
+    bool isNoisy = false;
+};
+
+Page pageOf(const InkPicture &picture, bool hard)
+{
+    Page page;
+    page.picture = picture;
+    page.isNoisy = isNoisy(picture, hard);
+    if (!page.isNoisy) {
+        page.ink = inkOf(picture);
+        return page;
+    }
+    if (hard) {
+        page.ink = inkOfNoisy(picture, lightestOf(picture)).ink;
+        return page;
+    }
+    EvenPage even = evenPageOf(picture);
+    page.evenGrey = std::move(even.grey);
+    page.picture.grey = page.evenGrey.data();
+    NoisyInk found = inkOfNoisy(page.picture, even.paper);
+    page.picture.threshold = found.threshold;
+    page.ink = std::move(found.ink);
+    return page;
 }
 
-// A stroke that meets nothing and is shorter than a pen is wide.
-bool isSpeck(const Atom &atom, const Web &web, double length, double pen)
+// A stroke that meets nothing and with its ink is shorter than that.
+bool isSpeck(const Atom &atom, const Web &web, double length, double longest)
 {
     const auto isFree = [&web](int joint) {
         return joint < 0 || web.joints[std::size_t(joint)].kind == JointKind::Tip;
     };
     return atom.shape <= Shape::Arc && isFree(atom.joint[0]) && isFree(atom.joint[1])
-        && length + atom.width < kSpeckPart * pen;
+        && length + atom.width < longest;
 }
 
 fit::Piece pieceOf(const Atom &atom)
@@ -136,17 +159,18 @@ double usualWidth(const Web &web)
     return 0.0;
 }
 
-void takeStrokes(const Web &web, StrokeDrawing *drawing)
+void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
 {
     std::vector<DrawnWidth> widths;
-    const double usual = usualWidth(web);
+    const double usual = kSpeckPart * usualWidth(web);
+    const double speck = isNoisy ? std::max(kNoisySpeck, usual) : usual;
     for (const Atom &atom : web.atoms) {
         if (!atom.alive)
             continue;
         Stroke stroke;
         stroke.piece = pieceOf(atom);
         const double length = lengthOf(stroke.piece);
-        if (!(length > kNoLength) || isSpeck(atom, web, length, usual))
+        if (!(length > kNoLength) || isSpeck(atom, web, length, atom.role == Role::Text ? usual : speck))
             continue;
         stroke.width = atom.width;
         stroke.dashing = atom.dashing;
@@ -165,10 +189,12 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
 
 } // namespace
 
-bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
+bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Skeleton skeleton = skeletonOf(clearInkOf(picture, options.hard));
+    Page page = pageOf(given, options.hard);
+    const InkPicture &picture = page.picture;
+    Skeleton skeleton = skeletonOf(std::move(page.ink));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
@@ -190,15 +216,16 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
-    joinDashes(coverage, measure, dots, &web);
-    joinAlongCarriers(coverage, measure, &web);
+    const GapLimits gaps = gapLimits(page.isNoisy);
+    joinDashes(coverage, measure, gaps, dots, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
-    joinAlongCarriers(coverage, measure, &web);
-    drawing->roundEnds = settleEnds(coverage, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
+    drawing->roundEnds = settleEnds(coverage, endLimits(options.hard, page.isNoisy), &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
-    takeStrokes(web, drawing);
+    takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;
 }

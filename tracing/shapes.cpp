@@ -3,19 +3,23 @@
 
 #include "chainfit.h"
 #include "composition.h"
+#include "equalloops.h"
+#include "workers.h"
 
 #include "drawing/wholeshape.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <thread>
+#include <numeric>
 
 namespace ztrace {
 
 namespace {
 
-const uint32_t kChainsAtOnce = 16; // that a thread takes
+// Cracks that a thread takes at a time, and that a further thread is worth: about a quarter of a
+// millisecond and four, where to start one takes less than a tenth.
+const std::size_t kCracksAtOnce = 256;
+const std::size_t kCracksAThread = 4096;
 const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
 const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
 const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
@@ -46,16 +50,24 @@ bool isOnRim(const Chain &chain)
 class ChainFitter
 {
 public:
-    ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries)
+    ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries,
+                unsigned mostThreads)
         : map(std::move(boundaries)), edges(picture, map, tonesOf(areas.colours, picture.channels))
     {
         points.resize(map.chains.size());
         paths.resize(map.chains.size());
-        forEachChain([this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
+        std::vector<uint32_t> chains(map.chains.size());
+        std::iota(chains.begin(), chains.end(), 0u);
+        forEachChain(chains, mostThreads,
+                     [this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
         placeNodes();
-        forEachChain([this](uint32_t chain) { fitOne(chain); });
+        findEqualLoops();
+        chains.erase(std::remove_if(chains.begin(), chains.end(),
+                                    [this](uint32_t chain) { return !equal.isFirst[chain]; }),
+                     chains.end());
+        forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
     }
 
     const BoundaryMap &boundaries() const { return map; }
@@ -84,35 +96,41 @@ private:
         return tones;
     }
 
-    // Each chain is worked on by one thread and has a place of its own for what comes out.
+    // Each chain is worked on by one thread and has a place of its own for what comes out. The
+    // longest go first, so that none of them is left for the end.
     template<typename Work>
-    void forEachChain(const Work &work)
+    void forEachChain(std::vector<uint32_t> chains, unsigned mostThreads, const Work &work)
     {
-        const uint32_t count = uint32_t(map.chains.size());
-        std::atomic<uint32_t> next(0);
-        std::exception_ptr failure;
-        std::atomic<bool> failed(false);
-        const auto run = [&] {
-            try {
-                for (uint32_t first; (first = next.fetch_add(kChainsAtOnce)) < count;) {
-                    for (uint32_t k = first; k < std::min(count, first + kChainsAtOnce); ++k)
-                        work(k);
-                }
-            } catch (...) {
-                if (!failed.exchange(true))
-                    failure = std::current_exception();
+        const auto cracksOf = [this](uint32_t chain) { return map.chains[chain].cracks; };
+        std::stable_sort(chains.begin(), chains.end(),
+                         [&](uint32_t a, uint32_t b) { return cracksOf(a) > cracksOf(b); });
+        std::vector<std::size_t> begins;
+        std::size_t cracks = 0;
+        std::size_t taken = kCracksAtOnce;
+        for (std::size_t k = 0; k < chains.size(); ++k) {
+            if (taken >= kCracksAtOnce) {
+                begins.push_back(k);
+                taken = 0;
             }
-        };
-        std::vector<std::thread> threads;
-        const unsigned most = std::min(std::max(1u, std::thread::hardware_concurrency()),
-                                       1 + count / (4 * kChainsAtOnce));
-        for (unsigned k = 1; k < most; ++k)
-            threads.emplace_back(run);
-        run();
-        for (std::thread &thread : threads)
-            thread.join();
-        if (failure)
-            std::rethrow_exception(failure);
+            taken += cracksOf(chains[k]);
+            cracks += cracksOf(chains[k]);
+        }
+        begins.push_back(chains.size());
+        const std::size_t threads = std::min<std::size_t>(mostThreads, 1 + cracks / kCracksAThread);
+        forEachOnThreads(begins.size() - 1, unsigned(threads), [&](std::size_t part) {
+            for (std::size_t k = begins[part]; k < begins[part + 1]; ++k)
+                work(chains[k]);
+        });
+    }
+
+    // Equal loops of hard edges have equal points but for their place, by whole pixels: one of them
+    // is fitted, where it begins at the origin.
+    void findEqualLoops()
+    {
+        std::vector<char> isHard(points.size());
+        for (std::size_t k = 0; k < points.size(); ++k)
+            isHard[k] = points[k].edge == fit::Edge::Hard;
+        equal = equalLoops(map, isHard);
     }
 
     // Where the chains that end in a node meet: least squares of the distances from their lines
@@ -203,10 +221,32 @@ private:
                                                     places[std::size_t(chain.endNode)]) };
             return;
         }
+        if (loop && p.edge == fit::Edge::Hard) {
+            fitEqual(number);
+            return;
+        }
         if (!loop)
             pinEnds(chain, &p);
         paths[number] = fitPoints(p, loop);
         p = ChainPoints();
+    }
+
+    void fitEqual(uint32_t first)
+    {
+        ChainPoints &p = points[first];
+        const double x = map.chains[first].x;
+        const double y = map.chains[first].y;
+        for (std::size_t k = 0; k < p.x.size(); ++k) {
+            p.x[k] -= x;
+            p.y[k] -= y;
+        }
+        const fit::Path path = fitPoints(p, true);
+        for (uint32_t k = first; k != kNoReference; k = equal.next[k]) {
+            points[k] = ChainPoints();
+            paths[k] = path;
+            for (fit::Piece &piece : paths[k].pieces)
+                fit::move(&piece, { double(map.chains[k].x), double(map.chains[k].y) });
+        }
     }
 
     // Nodes instead of what was measured where three colours mix.
@@ -239,6 +279,7 @@ private:
     const BoundaryMap map;
     const SoftEdges edges;
     std::vector<ChainPoints> points;
+    EqualLoops equal;
     bool anySoft = false;
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
@@ -324,17 +365,89 @@ private:
     double height;
 };
 
-} // namespace
-
-std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture)
+// Nothing where a fit would take too long.
+std::optional<BoundaryMap> boundariesOf(const Runs &runs)
 {
-    BoundaryMap map = makeBoundaryMap(areas.runs);
+    BoundaryMap map = makeBoundaryMap(runs);
     std::size_t cracks = 0;
     for (const Chain &chain : map.chains)
         cracks += chain.cracks;
     if (map.chains.size() > kMostChains || cracks > kMostCracks)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(map));
+    return map;
+}
+
+double precisionOf(const ChainFitter &fitter, std::size_t outlines)
+{
+    return fitter.allHard() && outlines > kFewOutlines ? kRoughPrecision : kPrecision;
+}
+
+// Which boundaries are drawn, and in which colour.
+class EdgeColours
+{
+public:
+    EdgeColours(const Areas &a, const BoundaryMap &m, const std::vector<QRgb> &wanted)
+        : areas(a), map(m), onlyColours(wanted)
+    { }
+
+    bool isDrawn(const Chain &chain) const
+    {
+        if (isOnRim(chain)) {
+            const int inside = std::max(chain.left, chain.right);
+            const Component &area = map.areas.list[std::size_t(inside)];
+            if (isPage(area, map.runs.width, map.runs.height) || qAlpha(colourOf(inside)) == 0)
+                return false;
+        }
+        return onlyColours.empty() || isWanted(chain.left) || isWanted(chain.right);
+    }
+
+    // Of two equally dark colours the one that has the lower number.
+    QRgb of(const Chain &chain) const
+    {
+        if (isOnRim(chain))
+            return colourOf(std::max(chain.left, chain.right));
+        const QRgb left = colourOf(chain.left);
+        const QRgb right = colourOf(chain.right);
+        return std::make_pair(lightness(left), left) < std::make_pair(lightness(right), right)
+            ? left
+            : right;
+    }
+
+private:
+    QRgb colourOf(int area) const { return areas.colours[map.areas.list[std::size_t(area)].label]; }
+
+    bool isWanted(int area) const
+    {
+        return area >= 0 && qAlpha(colourOf(area)) != 0
+            && std::find(onlyColours.begin(), onlyColours.end(), colourOf(area) | 0xFF000000u)
+            != onlyColours.end();
+    }
+
+    // As seen on white paper; what is clear is lighter than that.
+    static int lightness(QRgb colour)
+    {
+        return 255 * 255 - qAlpha(colour) * (255 - qGray(colour)) + int(qAlpha(colour) == 0);
+    }
+
+    const Areas &areas;
+    const BoundaryMap &map;
+    const std::vector<QRgb> &onlyColours;
+};
+
+} // namespace
+
+unsigned threadsOfMachine()
+{
+    return std::max(1u, std::thread::hardware_concurrency());
+}
+
+std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture,
+                                      unsigned threads)
+{
+    std::optional<BoundaryMap> map = boundariesOf(areas.runs);
+    if (!map)
+        return std::nullopt;
+    const ChainFitter fitter(areas, picture, std::move(*map), threads);
     const BoundaryMap &boundaries = fitter.boundaries();
     const ShapeWriter writer(areas.runs.height);
     ShapeOutlines shapes;
@@ -353,9 +466,38 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         shapes.outlines.push_back(std::move(outline));
         shapes.firstPixel.push_back(boundaries.areas.list[area].firstPixel);
     }
-    shapes.precision
-        = fitter.allHard() && shapes.outlines.size() > kFewOutlines ? kRoughPrecision : kPrecision;
+    shapes.precision = precisionOf(fitter, shapes.outlines.size());
     return shapes;
+}
+
+std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
+                                     const std::vector<QRgb> &onlyColours, unsigned threads)
+{
+    std::optional<BoundaryMap> map = boundariesOf(areas.runs);
+    if (!map)
+        return std::nullopt;
+    const ChainFitter fitter(areas, picture, std::move(*map), threads);
+    const BoundaryMap &boundaries = fitter.boundaries();
+    const ShapeWriter writer(areas.runs.height);
+    const EdgeColours colours(areas, boundaries, onlyColours);
+    ShapeOutlines edges;
+    for (uint32_t k = 0; k < boundaries.chains.size(); ++k) {
+        const Chain &chain = boundaries.chains[k];
+        if (!colours.isDrawn(chain))
+            continue;
+        std::vector<fit::Piece> pieces;
+        fitter.append(referenceTo(k, false), &pieces);
+        Outline outline;
+        outline.shape = writer.pathOf(pieces);
+        if (outline.shape.pieces().empty())
+            continue;
+        outline.pen = 0;
+        outline.colour = colours.of(chain);
+        outline.layer = layerOfColour(outline.colour);
+        edges.outlines.push_back(std::move(outline));
+    }
+    edges.precision = precisionOf(fitter, edges.outlines.size());
+    return edges;
 }
 
 } // namespace ztrace

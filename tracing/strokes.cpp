@@ -112,7 +112,8 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
         scanner.addRow(labels.data());
     }
     areas.runs = scanner.take();
-    std::optional<ShapeOutlines> shapes = shapesOf(areas, edges);
+    std::optional<ShapeOutlines> shapes
+        = shapesOf(areas, edges, plan.threads > 0 ? plan.threads : threadsOfMachine());
     if (!shapes)
         throw TraceError("too many solid areas for a drawing of strokes");
     Composition composition = plan.composition;

@@ -44,6 +44,11 @@ class Inputs(BatchTest):
         self.batch("-", stdin=b"in/p0002.png\0")
         self.assertIn(b"in/p0002.svg", self.tree())
 
+    def test_lists_without_an_end(self):
+        for option in "--files-from", "--manifest":
+            result = self.run_program("batch", option, "/dev/zero", "--out", "out", code=3)
+            self.assertEqual(result.stderr, b"ztrace: /dev/zero: has more than 1000 million bytes\n")
+
     def test_pages_get_numbers_of_one_length(self):
         self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(11)]))
         self.batch("a.tif", "--page", "all")

@@ -23,9 +23,12 @@ private slots:
     void slowReaderGetsEverything();
     void closedDescriptors();
     void platformOfTheEnvironment();
+    void complaintsOfTheToolkitAreNoEnd();
     void fatalMessageIsShown();
     void noRoomForTheScriptEngine();
     void outOfMemoryIsAScriptError();
+    void enginesOwnMemory_data();
+    void enginesOwnMemory();
     void imageOnAFullDisk_data();
     void imageOnAFullDisk();
 };
@@ -127,6 +130,17 @@ void tst_HostProcess::platformOfTheEnvironment()
     QCOMPARE(r.out, QString("1\n"));
 }
 
+// Whatever the environment says of them; this constructor makes the toolkit complain.
+void tst_HostProcess::complaintsOfTheToolkitAreNoEnd()
+{
+    write("script.js", "ZTraceBitmap.call(print); print(1)");
+    const Run r
+        = shell("QT_FATAL_WARNINGS=1 QT_FATAL_CRITICALS=1 \"$0\" --plugins \"$1\" script.js");
+    QVERIFY(r.err.contains("newVariant()"));
+    QCOMPARE(r.out, QString("1\n"));
+    QCOMPARE(r.code, 0);
+}
+
 void tst_HostProcess::fatalMessageIsShown()
 {
     QVERIFY(!plugIn("fatal").isEmpty());
@@ -164,6 +178,29 @@ void tst_HostProcess::outOfMemoryIsAScriptError()
     QVERIFY2(r.err.startsWith("script.js:1: Error: There is not enough memory.\n"),
              qPrintable(r.err));
     QCOMPARE(r.code, 5);
+}
+
+void tst_HostProcess::enginesOwnMemory_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::newRow("texts")
+        << "var a = []; for (;;) a.push(new Array(1000).join('xxxxxxxxxxxx' + a.length))";
+    QTest::newRow("images") << "var a = []; for (;;) a.push(new QImage(4000, 4000))";
+    QTest::newRow("objects") << "var a = []; for (;;) a.push({ a: a.length, b: [1, 2, 3] })";
+}
+
+// The script engine does not look at what it gets: an error in the script, or the end with a line,
+// but no signal, neither there nor on the way out.
+void tst_HostProcess::enginesOwnMemory()
+{
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("the sanitizer needs all of the address space for itself");
+#endif
+    QFETCH(QString, script);
+    write("script.js", script);
+    const Run r = shell("ulimit -c 0; ulimit -v 2500000; \"$0\" --plugins \"$1\" script.js");
+    QVERIFY2(r.code == 1 || r.code == 5, qPrintable(QString::number(r.code) + r.err));
+    QVERIFY(!r.err.isEmpty());
 }
 
 void tst_HostProcess::imageOnAFullDisk_data()

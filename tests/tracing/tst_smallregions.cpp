@@ -68,6 +68,20 @@ private slots:
         QCOMPARE(merged(rows, 9), (QStringList { "0000", "0000", "0000", "0000" }));
     }
 
+    // Ones have 16 edges around them and 4 around the two, which goes to them first.
+    void areaMayBecomeSmallWhenItsHoleIsFilled()
+    {
+        const QStringList rows
+            = { "00000000", "00111100", "00121100", "00111100", "00111100", "00000000" };
+        QStringList none;
+        for (int y = 0; y < rows.size(); ++y)
+            none << QStringLiteral("00000000");
+        QCOMPARE(merged(rows, 20), none);
+        QStringList filled = rows;
+        filled[2] = QStringLiteral("00111100");
+        QCOMPARE(merged(rows, 16), filled);
+    }
+
     void sliverGoesToWhatIsSimilarOnly()
     {
         const QStringList rows = { "0013", "0013", "0013" };

@@ -1,0 +1,211 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Drawings as scanners give them: noise, uneven paper, ragged edges, breaks, ends that are blurred.
+#include "StrokesRig.h"
+
+#include "strokes/noise.h"
+#include "strokes/scans.h"
+
+#include <QtTest>
+
+#include <cmath>
+#include <random>
+
+using namespace ztrace::strokes;
+using ztrace::fit::Kind;
+
+namespace {
+
+const int kSide = 400;
+const double kPaper = 215.0;
+const double kInk = 60.0;
+
+typedef std::vector<uint8_t> Greys;
+
+// Blurred by binomial weights so many times, with noise of that many lightnesses.
+Greys scanned(const Sheet &sheet, int blurs, double noise)
+{
+    Greys grey = sheet.grey(Sheet::Tones::Soft);
+    for (int k = 0; k < blurs; ++k)
+        grey = smoothed({ sheet.width(), sheet.height(), grey.data(), 127 });
+    std::mt19937 random(7);
+    for (uint8_t &value : grey) {
+        // The sum of twelve even numbers has a variance of 1.
+        double sum = -6.0;
+        for (int k = 0; k < 12; ++k)
+            sum += double(random()) / double(std::mt19937::max());
+        const double level = kInk + value / 255.0 * (kPaper - kInk) + noise * sum;
+        value = uint8_t(std::clamp(level, 0.0, 255.0));
+    }
+    return grey;
+}
+
+Greys cut(Greys grey, int at)
+{
+    for (uint8_t &value : grey)
+        value = value <= at ? 0 : 255;
+    return grey;
+}
+
+StrokeDrawing drawn(const Greys &grey, bool hard = false)
+{
+    return strokesOn(grey, kSide, kSide, hard);
+}
+
+// Eight lines from x = 60 to x = 340, with square ends where asked.
+Sheet lines(bool square)
+{
+    Sheet sheet(kSide, kSide);
+    for (int k = 0; k < 8; ++k)
+        sheet.line({ 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 7);
+    if (square)
+        sheet.paper({ 0, 0 }, { 60, kSide }).paper({ 340, 0 }, { kSide, kSide });
+    return sheet;
+}
+
+} // namespace
+
+class tst_ScannedStrokes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aPageWithLittleInkHasNoOther();
+    void aNoisyPageWithoutInkHasNone();
+    void unevenPaperBecomesEven();
+    void aCellFullOfInkIsNoPaper();
+    void raggedEdgesAreNoise();
+    void aWornLineIsOneStroke();
+    void dashesInNoiseAreNoWornLine();
+    void specksAreDropped();
+    void blurredEndsKeepTheirForm_data();
+    void blurredEndsKeepTheirForm();
+    void aSolidReachesNoFarther();
+    void aCircleThatTouchesALineIsOne();
+};
+
+void tst_ScannedStrokes::aPageWithLittleInkHasNoOther()
+{
+    const StrokeDrawing drawing
+        = drawn(scanned(Sheet(kSide, kSide).line({ 60, 200 }, { 340, 240 }, 4), 1, 25));
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 60, 200 }, { 340, 240 }, 2.0), listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::aNoisyPageWithoutInkHasNone()
+{
+    const StrokeDrawing drawing = drawn(scanned(Sheet(kSide, kSide), 0, 20));
+    QVERIFY2(drawing.strokes.empty(), listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::unevenPaperBecomesEven()
+{
+    Greys grey(std::size_t(kSide * kSide));
+    for (std::size_t i = 0; i < grey.size(); ++i)
+        grey[i] = uint8_t(170 + 60 * (i % std::size_t(kSide)) / std::size_t(kSide));
+    const EvenPage page = evenPageOf({ kSide, kSide, grey.data(), 127 });
+    // The outermost half cell has no neighbour to tell its slope.
+    for (int y = kPaperCell; y < kSide - kPaperCell; ++y) {
+        for (int x = kPaperCell; x < kSide - kPaperCell; ++x)
+            QVERIFY(std::abs(page.grey[std::size_t(y * kSide + x)] - page.paper) <= 2);
+    }
+}
+
+void tst_ScannedStrokes::aCellFullOfInkIsNoPaper()
+{
+    const Greys grey = Sheet(kSide, kSide).disc({ 200, 200 }, 45).grey(Sheet::Tones::Soft);
+    const EvenPage page = evenPageOf({ kSide, kSide, grey.data(), 127 });
+    QCOMPARE(page.paper, 255);
+    QVERIFY(page.grey[std::size_t(200 * kSide + 200)] < 20);
+}
+
+void tst_ScannedStrokes::raggedEdgesAreNoise()
+{
+    const Greys clean = lines(false).grey(Sheet::Tones::Hard);
+    QVERIFY(!isNoisy({ kSide, kSide, clean.data(), 127 }, true));
+    Greys ragged = cut(scanned(lines(false), 2, 30), 130);
+    QVERIFY(isNoisy({ kSide, kSide, ragged.data(), 127 }, true));
+}
+
+void tst_ScannedStrokes::aWornLineIsOneStroke()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 40, 100 }, { 360, 130 }, 4);
+    const double at[] = { 70, 127, 141, 203, 300, 322 };
+    const double gap[] = { 6, 4, 8, 7, 5, 8 };
+    for (int k = 0; k < 6; ++k)
+        sheet.paper({ at[k], 0 }, { at[k] + gap[k], 200 });
+    const StrokeDrawing worn = drawn(scanned(sheet, 1, 18));
+    QVERIFY2(worn.strokes.size() == 1, listOf(worn).c_str());
+    QVERIFY2(hasLine(worn, { 40, 100 }, { 360, 130 }, 2.0), listOf(worn).c_str());
+    const StrokeDrawing clean = strokesOn(sheet);
+    QVERIFY2(clean.strokes.size() > 1, listOf(clean).c_str());
+}
+
+void tst_ScannedStrokes::dashesInNoiseAreNoWornLine()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 40, 100 }, { 360, 130 }, 4);
+    for (int x = 58; x < 360; x += 26)
+        sheet.paper({ double(x), 0 }, { x + 8.0, 200 });
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 18));
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    QCOMPARE(int(drawing.strokes[0].dashing.type), int(DashType::Hidden));
+}
+
+void tst_ScannedStrokes::specksAreDropped()
+{
+    Sheet sheet = lines(false);
+    for (int k = 0; k < 8; ++k)
+        sheet.disc({ 90.0 + 30 * k, 66.0 + 42 * (k % 7) }, 2.0);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 18));
+    QVERIFY2(drawing.strokes.size() == 8, listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::blurredEndsKeepTheirForm_data()
+{
+    QTest::addColumn<bool>("square");
+    QTest::addColumn<double>("noise");
+    for (bool square : { false, true }) {
+        for (double noise : { 0.0, 16.0 })
+            QTest::addRow("%s, noise %g", square ? "square" : "round", noise) << square << noise;
+    }
+}
+
+void tst_ScannedStrokes::blurredEndsKeepTheirForm()
+{
+    QFETCH(bool, square);
+    QFETCH(double, noise);
+    const StrokeDrawing drawing = drawn(scanned(lines(square), 2, noise));
+    QCOMPARE(drawing.strokes.size(), std::size_t(8));
+    QCOMPARE(drawing.roundEnds, !square);
+    for (int k = 0; k < 8; ++k)
+        QVERIFY2(hasLine(drawing, { 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 1.5),
+                 listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::aSolidReachesNoFarther()
+{
+    Sheet sheet(kSide, kSide);
+    for (double y : { 8.0, 390.0 })
+        sheet.line({ 12, y }, { 388, y }, 5);
+    for (double x : { 60.0, 340.0 })
+        sheet.line({ x, 60 }, { x, 340 }, 14);
+    sheet.disc({ 200, 200 }, 40);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY(!drawing.solids.cells.empty());
+    QVERIFY2(hasLine(drawing, { 12, 8 }, { 388, 8 }, 1.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 12, 390 }, { 388, 390 }, 1.0), listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::aCircleThatTouchesALineIsOne()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 240, 20 }, { 240, 380 }, 7).arc({ 202, 200 }, 38, 0, 2 * M_PI, 7);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 2, 16));
+    QVERIFY2(countOf(drawing, Kind::Circle) == 1, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+}
+
+QTEST_APPLESS_MAIN(tst_ScannedStrokes)
+#include "tst_scannedstrokes.moc"
