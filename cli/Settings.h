@@ -35,6 +35,9 @@ enum class Progress { Auto, Always, Never };
 // Colours that a palette may have.
 const int kMostColors = 4096;
 
+// Finest detail of shaded pictures.
+const double kMostDetail = 10.0;
+
 struct Settings
 {
     // What to write.
@@ -60,6 +63,7 @@ struct Settings
     bool raw = false;
     std::optional<int> colors;
     std::vector<QRgb> palette; // exactly these, when not empty
+    double detail = 5.0;       // of shaded pictures, 0 to kMostDetail
     std::optional<QRgb> background;
     Threshold threshold = Threshold::Auto;
     int fixedThreshold = 0;

@@ -59,6 +59,12 @@ const Idle kIdle[] = {
     { "upsample", isShaped, "true shapes take the soft edges as they are" },
     { "tolerance", isShaped, "true shapes are fitted by the errors of their points" },
     { "curve-tolerance", isShaped, "true shapes are fitted by the errors of their points" },
+    { "detail",
+      [](const Settings &s) {
+          return !s.raw && !isInk(s)
+              && (s.method.value_or(Method::Flat) != Method::Blend || !s.palette.empty());
+      },
+      "flat colours have the areas that they have; --preset photo chooses" },
     { "colors", [](const Settings &s) { return !s.raw && !isInk(s) && !s.palette.empty(); },
       "the palette gives the colours" },
 };

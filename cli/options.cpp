@@ -188,8 +188,16 @@ std::vector<Entry> colourOptions()
               wholeNumber("N", 1, kMostColors, [](Settings &s, int colors) { s.colors = colors; }))
             .appliesTo(kToColours)
             .help("Largest number of colours")
-            .manual("Without it 64 for logo, 12 for poster, 48 for photo; full transparency does "
+            .manual("Without it 64 for logo, 12 for poster, 128 for photo; full transparency does "
                     "not count"),
+        Entry("detail",
+              number("N", 0.0, kMostDetail, [](Settings &s, double detail) { s.detail = detail; }))
+            .standard("5")
+            .appliesTo(kToColours)
+            .help("photo, poster: how fine areas are, from 0 (a few large ones) to 10; the same on "
+                  "every picture, whatever its size and its colours")
+            .manual("An area is drawn where it saves more of the colour error than its border "
+                    "costs; every step halves the price of a border. `poster` has 2"),
         Entry("palette", paletteOrFile())
             .commas()
             .appliesTo(kToReduced)
@@ -284,15 +292,18 @@ std::vector<Entry> outlineOptions()
             .appliesTo(kToImages)
             .help("Leave out areas with outlines of fewer than `N` pixel edges (the engine's "
                   "`pathomit`)")
-            .manual("They go to their neighbours; for lineart and `--raw` they are left out. "
-                    "Without it 8, 24 for poster, 10 for photo"),
+            .manual(
+                "They go to their neighbours; for lineart and `--raw` they are left out. "
+                "Without it 8, 24 for poster; photo has what `--detail` pays for, and 10 where it "
+                "has no effect"),
         Entry("tolerance", 't',
               number("PX", 0.0, kMostNumber,
                      [](Settings &s, double pixels) { s.tolerance = pixels; }))
             .appliesTo(kToImages)
             .help("How far, in pixels, lines and curves may be from the image's outline; the "
                   "engine's `ltres` and `qtres` are the square of it")
-            .manual("Without it 1, for logo 0.7, and 0.5 for lineart and logo on a finer grid"),
+            .manual("Without it 1, for logo and photo 0.7, and 0.5 for lineart and logo on a finer "
+                    "grid"),
         Entry("curve-tolerance",
               number("PX", 0.0, kMostNumber,
                      [](Settings &s, double pixels) { s.curveTolerance = pixels; }))

@@ -12,7 +12,14 @@ namespace {
 
 const double kMostEntries = 65534.0;
 const int kUsualColours = 16;
-const double kUsualLeastBorder = 8.0; // pixel edges
+
+// Pixel edges. Regions by price are as small as they pay for.
+const double kUsualLeastBorder = 8.0;
+const double kLeastBorderOfBlend = 10.0;
+
+// At 5, the usual detail, a pixel edge has to save 400: a colour 20 units off in one pixel, which
+// are 2.6 steps of CIE lightness. docs/imaging/regions.md has what other prices give.
+const double kPriceOfLeastDetail = 12800.0;
 
 // In pixels. Soft edges tell more than pixels do, and flat areas are worth more numbers than areas
 // that are a compromise anyway.
@@ -69,6 +76,26 @@ bool engineDecides(const Settings &settings)
     });
 }
 
+// Whether the picture becomes regions that pay for their borders.
+bool isPriced(const Settings &settings)
+{
+    return !settings.raw && settings.method.value_or(Method::Flat) == Method::Blend
+        && settings.palette.empty() && !engineDecides(settings) && coloursOf(settings) >= 1;
+}
+
+double usualLeastBorder(const Settings &settings)
+{
+    if (settings.method.value_or(Method::Flat) != Method::Blend)
+        return kUsualLeastBorder;
+    return isPriced(settings) ? 0.0 : kLeastBorderOfBlend;
+}
+
+// What a pixel edge between two colours has to save: half as much with every step of detail.
+double priceOf(const Settings &settings)
+{
+    return kPriceOfLeastDetail * std::exp2(-settings.detail);
+}
+
 Segmentation coloursPlan(const Settings &settings)
 {
     const int colours = coloursOf(settings);
@@ -78,8 +105,10 @@ Segmentation coloursPlan(const Settings &settings)
     setOptions(settings.engine, &engine);
     engine["numberofcolors"] = colours;
     const bool flat = settings.method.value_or(Method::Flat) == Method::Flat;
-    if (settings.palette.empty() && (!flat || engineDecides(settings) || colours < 1))
-        return Blend { colours, settings.engine.count("colorsampling") > 0, engine };
+    if (settings.palette.empty() && (!flat || engineDecides(settings) || colours < 1)) {
+        return Blend { colours, isPriced(settings) ? priceOf(settings) : 0.0,
+                       settings.engine.count("colorsampling") > 0, engine };
+    }
     Flat plan;
     plan.colours = colours;
     plan.palette = settings.palette;
@@ -112,7 +141,7 @@ Geometry geometryOf(const Settings &settings)
         = settings.tolerance.value_or(method == Method::Blend ? kTolerance : kToleranceFiner);
     geometry.curveTolerance = settings.curveTolerance.value_or(geometry.lineTolerance);
     geometry.curveToleranceFiner = settings.curveTolerance.value_or(geometry.lineToleranceFiner);
-    geometry.leastBorder = settings.minPath.value_or(kUsualLeastBorder);
+    geometry.leastBorder = settings.minPath.value_or(usualLeastBorder(settings));
     // Ink leaves small areas out: as small as the engine does, on whatever grid.
     if (method == Method::Ink && !settings.minPath)
         geometry.engine["pathomit"] = kUsualLeastBorder;

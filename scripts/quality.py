@@ -34,6 +34,7 @@ import numpy as np
 from PIL import Image
 
 Image.MAX_IMAGE_PIXELS = None
+SHAPES = {"circle": 3, "ellipse": 4, "rect": 4, "line": 4}
 NUMBERS = {"L": 2, "H": 1, "V": 1, "Q": 4, "T": 2, "C": 6, "S": 4, "A": 7}
 
 
@@ -44,9 +45,10 @@ def run(command):
 
 
 def numbers_in(svg):
-    """Coordinates in all paths, those of M left out."""
-    count = 0
-    for path in re.findall(r'\sd="([^"]*)"', open(svg, encoding="utf-8").read()):
+    """Coordinates in all paths, those of M left out, and those of whole shapes."""
+    text = open(svg, encoding="utf-8").read()
+    count = sum(SHAPES[shape] for shape in re.findall(r"<(circle|ellipse|rect|line)\s", text))
+    for path in re.findall(r'\sd="([^"]*)"', text):
         for command, rest in re.findall(r"([A-Za-z])([^A-Za-z]*)", path):
             if command.upper() != "M":
                 count += len(re.findall(r"-?(?:\d+\.?\d*|\.\d+)", rest))

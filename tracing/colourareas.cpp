@@ -11,6 +11,7 @@
 #include "imaging/fringes.h"
 #include "imaging/palette.h"
 #include "imaging/segment.h"
+#include "imaging/shaded.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -38,6 +39,8 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
 {
     settleAlpha(picture, blend.colours);
+    if (blend.price > 0.0)
+        return reduceShaded(*picture, blend.colours, blend.price);
     std::vector<QRgb> start;
     if (!blend.chosenByEngine && blend.colours > 0)
         start = medianPalette(*picture, blend.colours);

@@ -38,10 +38,12 @@ struct Flat
     EngineOptions engine;      // for the report
 };
 
-// A palette chosen for the picture, refined by the engine.
+// A palette chosen for the picture: for regions that pay for their borders, or, without a price, by
+// median cut, refined by the engine.
 struct Blend
 {
     int colours = 0;             // at most; below 1 the engine makes what it makes
+    double price = 0.0;          // of a pixel edge, as in shaded.h; 0: the engine's cycles
     bool chosenByEngine = false; // the engine starts from a palette of its own
     EngineOptions engine;
 };

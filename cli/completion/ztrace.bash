@@ -24,6 +24,7 @@ _ztrace() {
         -p | --preset) choices=$("${COMP_WORDS[0]}" presets 2> /dev/null | cut -d' ' -f1) ;;
         --method) choices="ink flat blend" ;;
         -c | --colors) choices="" ;;
+        --detail) choices="" ;;
         --palette) offer_files=yes ;;
         --background) choices="" ;;
         --threshold) choices="auto otsu adaptive" ;;
@@ -79,6 +80,7 @@ _ztrace() {
                     --preset
                     --method
                     --colors
+                    --detail
                     --palette
                     --background
                     --threshold

@@ -41,6 +41,7 @@ std::string stateOf(const Settings &s)
                           double(s.seed),
                           double(s.raw),
                           double(s.colors.value_or(-1)),
+                          s.detail,
                           double(s.background.value_or(0u)),
                           double(s.threshold),
                           double(s.fixedThreshold),

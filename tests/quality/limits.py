@@ -77,16 +77,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 4.43, "joints": 41.699, "numbers": 3338
     },
     "shaded": {
-        "colour": 1.631, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.50, "joints": 35.774, "numbers": 9168
+        "colour": 1.131, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 1.82, "joints": 17.109, "numbers": 5449
     },
     "shaded-few": {
-        "colour": 3.327, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.87, "joints": 30.174, "numbers": 2779
+        "colour": 2.535, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.19, "joints": 16.975, "numbers": 1643
     },
     "hills": {
-        "colour": 1.276, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 10.93, "joints": 4.588, "numbers": 378
+        "colour": 1.314, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 11.50, "joints": 3.586, "numbers": 337
     },
     "one-bit": {
         "colour": 4.275, "detail": 12.5, "regions": 21, "uncovered": 0.01,

@@ -1,0 +1,296 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "regionpalette.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <unordered_map>
+
+namespace ztrace {
+
+namespace {
+
+// Of SeenColour: regions within a cube of this side are one for the palette, so that its cost does
+// not grow with the picture. A third of a step that is seen.
+const float kCube = 6.0f;
+
+const int kMeans = 4;       // times the colours move to the means of what is nearest to them
+const int kRelabelling = 2; // times every region looks at its neighbours' labels
+
+typedef float SeenColour::*Axis;
+const Axis kAxes[] = { &SeenColour::lightness, &SeenColour::greenRed, &SeenColour::blueYellow };
+
+// Sums of weighted colours.
+struct Sums
+{
+    double pixels = 0.0;
+    std::array<double, 3> sums = {};
+    std::array<double, 3> squares = {};
+
+    void add(const Region &region)
+    {
+        pixels += double(region.pixels);
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double value = double(region.mean.*kAxes[k]);
+            sums[k] += double(region.pixels) * value;
+            squares[k] += double(region.pixels) * value * value;
+        }
+    }
+
+    double error(std::size_t axis) const
+    {
+        return std::max(0.0, squares[axis] - sums[axis] * sums[axis] / pixels);
+    }
+
+    SeenColour mean() const
+    {
+        return { float(sums[0] / pixels), float(sums[1] / pixels), float(sums[2] / pixels) };
+    }
+};
+
+// Opaque regions, those of a cube as one, in the order in which the cubes come.
+std::vector<Region> cubesOf(const std::vector<Region> &regions)
+{
+    std::unordered_map<uint64_t, std::size_t> places;
+    std::vector<Sums> cubes;
+    for (const Region &region : regions) {
+        if (region.alpha != 255)
+            continue;
+        uint64_t key = 0;
+        for (Axis axis : kAxes)
+            key = key << 16 | uint64_t(std::lround(region.mean.*axis / kCube) + 4096);
+        const auto place = places.emplace(key, cubes.size());
+        if (place.second)
+            cubes.emplace_back();
+        cubes[place.first->second].add(region);
+    }
+    std::vector<Region> means;
+    for (const Sums &cube : cubes)
+        means.push_back({ cube.mean(), float(cube.pixels), 255 });
+    return means;
+}
+
+// Cubes begin to end - 1, and how far they are from their mean.
+struct Box
+{
+    Box(const std::vector<Region> &cubes, std::size_t b, std::size_t e) : begin(b), end(e)
+    {
+        for (std::size_t k = begin; k < end; ++k)
+            sums.add(cubes[k]);
+        for (std::size_t k = 0; k < 3; ++k) {
+            error += sums.error(k);
+            if (sums.error(k) > sums.error(axis))
+                axis = k;
+        }
+    }
+
+    std::size_t begin;
+    std::size_t end;
+    Sums sums;
+    double error = 0.0;
+    std::size_t axis = 0; // the one with the largest error
+};
+
+// Splits the box with the largest error at its mean, until there are enough or all are of one cube.
+std::vector<SeenColour> splitColours(std::vector<Region> *cubes, std::size_t most)
+{
+    std::vector<Box> boxes;
+    if (!cubes->empty())
+        boxes.emplace_back(*cubes, 0, cubes->size());
+    while (!boxes.empty() && boxes.size() < most) {
+        const auto worst
+            = std::max_element(boxes.begin(), boxes.end(),
+                               [](const Box &a, const Box &b) { return a.error < b.error; });
+        if (!(worst->error > 0.0))
+            break;
+        const Box box = *worst;
+        const Axis axis = kAxes[box.axis];
+        const float mean = box.sums.mean().*axis;
+        const auto first = cubes->begin();
+        const auto cut
+            = std::partition(first + std::ptrdiff_t(box.begin), first + std::ptrdiff_t(box.end),
+                             [&](const Region &cube) { return cube.mean.*axis < mean; });
+        const std::size_t middle = std::size_t(cut - first);
+        if (middle == box.begin || middle == box.end) { // equal but for rounding
+            worst->error = 0.0;
+            continue;
+        }
+        *worst = Box(*cubes, box.begin, middle);
+        boxes.emplace_back(*cubes, middle, box.end);
+    }
+    std::vector<SeenColour> colours;
+    for (const Box &box : boxes)
+        colours.push_back(box.sums.mean());
+    return colours;
+}
+
+// Finds the nearest of several colours, of which there is at least one, from the one of the same
+// lightness up and down until lightness alone is farther than the best.
+class NearestSeen
+{
+public:
+    explicit NearestSeen(const std::vector<SeenColour> &c) : order(c.size())
+    {
+        std::iota(order.begin(), order.end(), std::size_t(0));
+        std::stable_sort(order.begin(), order.end(), [&c](std::size_t a, std::size_t b) {
+            return c[a].lightness < c[b].lightness;
+        });
+        for (std::size_t k : order)
+            sorted.push_back(c[k]);
+    }
+
+    std::size_t of(const SeenColour &colour) const
+    {
+        const auto lighter = std::lower_bound(
+            sorted.begin(), sorted.end(), colour.lightness,
+            [](const SeenColour &a, float lightness) { return a.lightness < lightness; });
+        const std::size_t middle = std::size_t(lighter - sorted.begin());
+        float least = std::numeric_limits<float>::max();
+        std::size_t best = 0;
+        for (std::size_t k = middle; k < sorted.size() && look(k, colour, &least, &best); ++k)
+            continue;
+        for (std::size_t k = middle; k > 0 && look(k - 1, colour, &least, &best); --k)
+            continue;
+        return order[best];
+    }
+
+private:
+    // Whether those behind this one may be nearer than the best.
+    bool look(std::size_t place, const SeenColour &colour, float *least, std::size_t *best) const
+    {
+        const float apart = sorted[place].lightness - colour.lightness;
+        if (apart * apart >= *least)
+            return false;
+        const float distance = squaredDistance(colour, sorted[place]);
+        if (distance < *least) {
+            *least = distance;
+            *best = place;
+        }
+        return true;
+    }
+
+    std::vector<std::size_t> order;
+    std::vector<SeenColour> sorted;
+};
+
+void moveToMeans(const std::vector<Region> &cubes, std::vector<SeenColour> *colours)
+{
+    std::vector<Sums> sums(colours->size());
+    const NearestSeen nearest(*colours);
+    for (const Region &cube : cubes)
+        sums[nearest.of(cube.mean)].add(cube);
+    for (std::size_t k = 0; k < sums.size(); ++k) {
+        if (sums[k].pixels > 0.0)
+            (*colours)[k] = sums[k].mean();
+    }
+}
+
+// A colour for each alpha below 255 that occurs, in ascending order.
+void appendTranslucent(const std::vector<Region> &regions, std::vector<PaletteColour> *palette)
+{
+    std::array<Sums, 256> sums;
+    for (const Region &region : regions) {
+        if (region.alpha < 255)
+            sums[std::size_t(region.alpha)].add(region);
+    }
+    for (int alpha = 0; alpha < 255; ++alpha) {
+        if (sums[std::size_t(alpha)].pixels > 0.0)
+            palette->push_back({ sums[std::size_t(alpha)].mean(), alpha });
+    }
+}
+
+// Which of its neighbours' labels suits a region best, its own among them.
+class Relabelling
+{
+public:
+    Relabelling(const RegionGraph &g, const std::vector<PaletteColour> &p, float price,
+                std::vector<uint16_t> *l)
+        : graph(g), palette(p), priceOfEdge(price), labels(*l), edges(p.size(), 0.0f)
+    { }
+
+    void relabel(std::size_t region)
+    {
+        const uint32_t begin = graph.firstSide[region];
+        const uint32_t end = graph.firstSide[region + 1];
+        for (uint32_t s = begin; s < end; ++s)
+            edges[labels[graph.sides[s].region]] += float(graph.sides[s].edges);
+        uint16_t best = labels[region];
+        float least = cost(region, best);
+        for (uint32_t s = begin; s < end; ++s) {
+            const uint16_t label = labels[graph.sides[s].region];
+            const float other = cost(region, label);
+            if (other < least) {
+                least = other;
+                best = label;
+            }
+        }
+        for (uint32_t s = begin; s < end; ++s)
+            edges[labels[graph.sides[s].region]] = 0.0f;
+        labels[region] = best;
+    }
+
+private:
+    float cost(std::size_t region, uint16_t label) const
+    {
+        const Region &own = graph.regions[region];
+        if (own.alpha != palette[label].alpha)
+            return std::numeric_limits<float>::infinity();
+        return own.pixels * squaredDistance(own.mean, palette[label].colour)
+            - priceOfEdge * edges[label];
+    }
+
+    const RegionGraph &graph;
+    const std::vector<PaletteColour> &palette;
+    const float priceOfEdge;
+    std::vector<uint16_t> &labels;
+    std::vector<float> edges; // that the region has in common with each label
+};
+
+} // namespace
+
+std::vector<PaletteColour> paletteOf(const std::vector<Region> &regions, int most)
+{
+    std::vector<PaletteColour> translucent;
+    appendTranslucent(regions, &translucent);
+    const auto counts = [](const PaletteColour &entry) { return entry.alpha != 0; };
+    const auto taken = std::count_if(translucent.begin(), translucent.end(), counts);
+    std::vector<Region> cubes = cubesOf(regions);
+    std::vector<SeenColour> colours
+        = splitColours(&cubes, std::size_t(std::max<std::ptrdiff_t>(1, most - taken)));
+    for (int time = 0; time < kMeans; ++time)
+        moveToMeans(cubes, &colours);
+    std::vector<PaletteColour> palette;
+    for (const SeenColour &colour : colours)
+        palette.push_back({ colour, 255 });
+    palette.insert(palette.end(), translucent.begin(), translucent.end());
+    return palette;
+}
+
+std::vector<uint16_t> labelRegions(const RegionGraph &graph,
+                                   const std::vector<PaletteColour> &palette, double price)
+{
+    std::vector<SeenColour> opaque;
+    for (const PaletteColour &entry : palette) {
+        if (entry.alpha == 255)
+            opaque.push_back(entry.colour);
+    }
+    const NearestSeen nearest(opaque);
+    std::vector<uint16_t> labels;
+    for (const Region &region : graph.regions) {
+        const auto same = std::find_if(palette.begin(), palette.end(), [&](const auto &entry) {
+            return entry.alpha == region.alpha;
+        });
+        labels.push_back(region.alpha == 255 ? uint16_t(nearest.of(region.mean))
+                                             : uint16_t(same - palette.begin()));
+    }
+    Relabelling relabelling(graph, palette, float(price), &labels);
+    for (int time = 0; time < kRelabelling; ++time) {
+        for (std::size_t region = 0; region < labels.size(); ++region)
+            relabelling.relabel(region);
+    }
+    return labels;
+}
+
+} // namespace ztrace

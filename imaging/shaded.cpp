@@ -1,0 +1,177 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "shaded.h"
+
+#include "colour.h"
+#include "regionpalette.h"
+#include "regions.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <numeric>
+
+namespace ztrace {
+
+namespace {
+
+// Of the price of an edge: what one of a pixel's four sides costs when it chooses a label, and what
+// one of its four corners does. Together they make the edges of a straight border at any angle cost
+// about as much, so that none is turned towards the axes.
+const float kPriceOfSide = 0.5f;
+const float kPriceOfCorner = 0.35f;
+
+const int kSweeps = 1; // over the borders; a third changes hardly a pixel
+
+// Pixels on borders choose again among the labels beside them: the colour that is near and a short
+// border, which takes chips and combs off.
+class Smoothing
+{
+public:
+    Smoothing(const QImage &i, const SeenColours &s, const std::vector<PaletteColour> &p,
+              double price, std::vector<uint16_t> *l)
+        : image(i), seen(s), palette(p), priceOfSide(float(price) * kPriceOfSide),
+          priceOfCorner(float(price) * kPriceOfCorner), labels(l->data())
+    { }
+
+    void sweep()
+    {
+        const int width = image.width();
+        const int height = image.height();
+        uint16_t *own = labels;
+        for (int y = 0; y < height; ++y, own += width) {
+            const QRgb *words = row(image, y);
+            const uint16_t *above = y > 0 ? own - width : own;
+            const uint16_t *below = y + 1 < height ? own + width : own;
+            for (int x = 0; x < width; ++x) {
+                const int left = x > 0 ? x - 1 : x;
+                const int right = x + 1 < width ? x + 1 : x;
+                const uint16_t sides[] = { own[left], own[right], above[x], below[x] };
+                if (sides[0] == own[x] && sides[1] == own[x] && sides[2] == own[x]
+                    && sides[3] == own[x])
+                    continue;
+                const uint16_t corners[] = { above[left], above[right], below[left], below[right] };
+                own[x] = choose(words[x], own[x], sides, corners);
+            }
+        }
+    }
+
+private:
+    uint16_t choose(QRgb word, uint16_t own, const uint16_t (&sides)[4],
+                    const uint16_t (&corners)[4]) const
+    {
+        const SeenColour colour = seen.of(word);
+        uint16_t best = own;
+        float least = cost(colour, own, sides, corners);
+        for (uint16_t label : sides) {
+            if (label == best || palette[label].alpha != palette[own].alpha)
+                continue;
+            const float other = cost(colour, label, sides, corners);
+            if (other < least) {
+                least = other;
+                best = label;
+            }
+        }
+        return best;
+    }
+
+    float cost(const SeenColour &colour, uint16_t label, const uint16_t (&sides)[4],
+               const uint16_t (&corners)[4]) const
+    {
+        int other = 0;
+        int oblique = 0;
+        for (std::size_t k = 0; k < 4; ++k) {
+            other += sides[k] != label ? 1 : 0;
+            oblique += corners[k] != label ? 1 : 0;
+        }
+        return squaredDistance(colour, palette[label].colour) + priceOfSide * float(other)
+            + priceOfCorner * float(oblique);
+    }
+
+    const QImage &image;
+    const SeenColours &seen;
+    const std::vector<PaletteColour> &palette;
+    const float priceOfSide;
+    const float priceOfCorner;
+    uint16_t *labels;
+};
+
+// Of the pixels of a label.
+struct Mean
+{
+    std::array<uint64_t, 3> sums = {};
+    uint64_t pixels = 0;
+
+    QRgb colour(int alpha) const
+    {
+        const auto rounded = [this](uint64_t sum) { return int((sum + pixels / 2) / pixels); };
+        return alpha == 0 ? 0u : qRgba(rounded(sums[0]), rounded(sums[1]), rounded(sums[2]), alpha);
+    }
+};
+
+std::vector<Mean> meansOf(const QImage &image, const std::vector<uint16_t> &labels,
+                          std::size_t count)
+{
+    std::vector<Mean> means(count);
+    const int width = image.width();
+    const uint16_t *label = labels.data();
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < width; ++x) {
+            Mean &mean = means[*label++];
+            mean.sums[0] += uint64_t(qRed(words[x]));
+            mean.sums[1] += uint64_t(qGreen(words[x]));
+            mean.sums[2] += uint64_t(qBlue(words[x]));
+            ++mean.pixels;
+        }
+    }
+    return means;
+}
+
+// The colours of a plane: means of its pixels, the commonest first; equal ones are one label.
+void settleColours(const QImage &image, const std::vector<PaletteColour> &palette,
+                   LabelPlane *plane)
+{
+    const std::vector<Mean> means = meansOf(image, plane->labels, palette.size());
+    std::vector<std::size_t> order(means.size());
+    std::iota(order.begin(), order.end(), std::size_t(0));
+    std::stable_sort(order.begin(), order.end(), [&means](std::size_t a, std::size_t b) {
+        return means[a].pixels > means[b].pixels;
+    });
+    std::map<QRgb, uint16_t> known;
+    std::vector<uint16_t> labelOf(means.size(), 0);
+    for (std::size_t entry : order) {
+        if (means[entry].pixels == 0)
+            break;
+        const QRgb colour = means[entry].colour(palette[entry].alpha);
+        const auto place = known.emplace(colour, uint16_t(plane->colours.size()));
+        if (place.second)
+            plane->colours.push_back(colour);
+        labelOf[entry] = place.first->second;
+    }
+    for (uint16_t &label : plane->labels)
+        label = labelOf[label];
+}
+
+} // namespace
+
+LabelPlane reduceShaded(const QImage &image, int colours, double price)
+{
+    const SeenColours seen;
+    RegionGraph graph = findRegions(image, seen, price);
+    const std::vector<PaletteColour> palette = paletteOf(graph.regions, colours);
+    const std::vector<uint16_t> labelOfRegion = labelRegions(graph, palette, price);
+    LabelPlane plane;
+    plane.width = image.width();
+    plane.height = image.height();
+    plane.labels.reserve(graph.ofPixel.size());
+    for (uint32_t region : graph.ofPixel)
+        plane.labels.push_back(labelOfRegion[region]);
+    graph = RegionGraph();
+    Smoothing smoothing(image, seen, palette, price, &plane.labels);
+    for (int sweep = 0; sweep < kSweeps; ++sweep)
+        smoothing.sweep();
+    settleColours(image, palette, &plane);
+    return plane;
+}
+
+} // namespace ztrace
