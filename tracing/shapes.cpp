@@ -3,6 +3,7 @@
 
 #include "chainfit.h"
 #include "composition.h"
+#include "crossings.h"
 
 #include "drawing/wholeshape.h"
 
@@ -56,6 +57,7 @@ public:
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
         placeNodes();
         forEachChain([this](uint32_t chain) { fitOne(chain); });
+        part();
     }
 
     const BoundaryMap &boundaries() const { return map; }
@@ -207,6 +209,36 @@ private:
             pinEnds(chain, &p);
         paths[number] = fitPoints(p, loop);
         p = ChainPoints();
+    }
+
+    // Fits chains closer to their points, which hardly ever cross, until none cross.
+    void part()
+    {
+        std::vector<char> changed;
+        for (int times = 1; times <= kCloserTimes; ++times) {
+            const auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed);
+            changed.assign(paths.size(), 0);
+            for (const auto &pair : pairs) {
+                for (uint32_t chain : { pair.first, pair.second })
+                    changed[chain] = !isOnRim(map.chains[chain]);
+            }
+            if (pairs.empty())
+                return;
+            forEachChain([&](uint32_t chain) {
+                if (changed[chain])
+                    fitCloser(chain, times);
+            });
+        }
+    }
+
+    void fitCloser(uint32_t number, int times)
+    {
+        const Chain &chain = map.chains[number];
+        const bool loop = chain.startNode == kNoNode;
+        ChainPoints p = times < kCloserTimes ? edges.pointsOf(number) : edges.cracksOf(number);
+        if (!loop)
+            pinEnds(chain, &p);
+        paths[number] = fitPointsCloser(p, loop, times);
     }
 
     // Nodes instead of what was measured where three colours mix.
