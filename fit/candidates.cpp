@@ -20,6 +20,28 @@ bool goesAhead(double chord, double walk)
 
 // Pixels: half a crack, half of another where the pixels of a corner are lost, and noise.
 const double kFarthestStep = 0.8;
+// A few points are on a circle whatever they come from, so that serifs and the ends of bars would
+// become balls on a neck. Fewer than so many are no more than the rounding of a corner (radians);
+// in one bit up to kFewCracks tell of no arc at all, and small circles of the end of a bar only.
+const int kSomePoints = 10;
+const double kRoundingOfSoft = 2.2;
+const double kRoundingOfSteps = 1.8;
+const int kFewCracks = 6;
+const double kBallRadius = 3; // pixels
+const double kBarEnd = 3.5;   // radians: half a turn, and a little for the steps
+
+// Radians; none, or a quarter turn at least. Ends of centre lines are another thing.
+double largestSweep(const Table &table, int points, double radius)
+{
+    if (table.judgement.meeting == Meeting::OfCentreLines)
+        return kLargestSweep;
+    if (table.points.edge == Edge::Soft)
+        return points < kSomePoints ? kRoundingOfSoft : kLargestSweep;
+    if (points <= kFewCracks)
+        return 0;
+    return points < kSomePoints ? kRoundingOfSteps : radius < kBallRadius ? kBarEnd : kLargestSweep;
+}
+
 // Of soft edges: pixels, and standard deviations where that is more.
 const double kFarthest = 0.35;
 const double kFarthestSigmas = 4;
@@ -52,6 +74,9 @@ bool goesRound(double sine, double cosine, double lengths, double radius, double
 bool completeArc(const Table &table, int first, int last, Primitive *arc)
 {
     const Points &points = table.points;
+    const double largest = largestSweep(table, last - first, arc->radius);
+    if (largest <= 0)
+        return false;
     const Point a = points.at(first) - arc->point;
     const Point b = points.at((first + last - 1) / 2) - arc->point;
     const Point c = points.at(last - 1) - arc->point;
@@ -64,8 +89,7 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
     const double half = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / lengths));
     const double sagitta = arc->radius * (sine < 0 ? 1 + half : 1 - half);
     return sagitta > points.sigmaOf((first + last) / 2)
-        && goesRound(sine, cosine, lengths, arc->radius, points.walk(first, last - 1),
-                     kLargestSweep);
+        && goesRound(sine, cosine, lengths, arc->radius, points.walk(first, last - 1), largest);
 }
 
 // Whether no point can be `far` pixels off, by the sum of squares alone. Of a circle's sum a

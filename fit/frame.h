@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// One piece between two vertices, and the distances of its points as sums: docs/fit/joints.md.
+// A line or an arc between two vertices: the distances of points from it by sums over them, and how
+// these change with vertices and sagitta. docs/fit/joints.md.
 #ifndef ZTRACE_FIT_FRAME_H
 #define ZTRACE_FIT_FRAME_H
 

@@ -5,7 +5,6 @@
 #include "fit/skyline.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace ztrace::fit {

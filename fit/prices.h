@@ -75,11 +75,16 @@ struct Judgement
     double leftOut;  // nats for a point left out beside a corner, where pixels see both sides
     int mayLeaveOut; // points at one corner
     Meeting meeting = Meeting::OfOutlines;
+    // What c costs beyond the leak up to `earlyMost`: a few steps are as good as noise, many of a
+    // long line are not.
+    double early = 0;
+    double earlyMost = 0;
 
     double misfit(double chi2, int n) const
     {
         const double excess = chi2 - slack * n;
-        return leak * chi2 + (excess > 0 ? slope * excess : 0);
+        return leak * chi2 + early * (chi2 < earlyMost ? chi2 : earlyMost)
+            + (excess > 0 ? slope * excess : 0);
     }
 };
 
@@ -87,7 +92,7 @@ inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
         return { 5, 0.5, 0, 0, 4, 2, Meeting::OfOutlines };
-    return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines };
+    return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines, 0.4, 10 };
 }
 
 } // namespace ztrace::fit

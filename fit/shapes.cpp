@@ -27,6 +27,8 @@ const double kHopelessPerPoint = 300;
 const double kHopeless = 2000;
 // Pixels from both sides of a corner within which pixels see both.
 const double kCornerZone = 2;
+// Points of a shape for each that may be left out there: of the smallest all are near corners.
+const int kCountedALeftOut = 6;
 // Radii below this cannot be told from a corner: its points are all in the zone.
 const double kLeastRadius = 1.5;
 // Points to both sides for directions along a rectangle's sides.
@@ -267,21 +269,22 @@ private:
     bool enter(Piece piece, const Shape &shape, bool corners)
     {
         double chi2 = 0;
-        double left = 0;
+        int leftOut = 0;
         double farthest = 0; // beyond half a crack
-        int counted = 0;
+        int leftAt[4] = { 0, 0, 0, 0 };
         for (int i = 0; i < points.size(); ++i) {
             const double d = shape.residual(points.at(i)).distance;
             const double part = d * d * points.weightOf(i);
-            const bool out = corners && table.judgement.mayLeaveOut > 0
+            const bool out = corners && table.judgement.slope * part > table.judgement.leftOut
                 && nearCorner(piece, points.at(i))
-                && table.judgement.slope * part > table.judgement.leftOut;
-            left += out ? table.judgement.leftOut : 0;
+                && (leftOut + 1) * kCountedALeftOut <= points.size()
+                && leftAt[cornerOf(piece, points.at(i))]++ < table.judgement.mayLeaveOut;
+            leftOut += out ? 1 : 0;
             chi2 += out ? 0 : part;
-            counted += out ? 0 : 1;
             farthest = std::max(farthest, std::fabs(d) - kHalfCrack * points.sigmaOf(i));
         }
-        piece.misfit = table.judgement.misfit(chi2, counted) + left;
+        const int counted = points.size() - leftOut;
+        piece.misfit = table.judgement.misfit(chi2, counted) + leftOut * table.judgement.leftOut;
         const double cost = piece.misfit + table.numbers(priceOf(piece, table.prices));
         if (!std::isfinite(cost) || !hasArea(piece))
             return false;
@@ -297,6 +300,14 @@ private:
         const double u = std::fabs(dot(d, axis));
         const double v = std::fabs(cross(axis, d));
         return u > piece.half[0] - kCornerZone && v > piece.half[1] - kCornerZone;
+    }
+
+    // Which of the four a point is nearest to.
+    static int cornerOf(const Piece &piece, Point p)
+    {
+        const Point d = p - piece.centre;
+        const Point along = { std::cos(piece.angle), std::sin(piece.angle) };
+        return (dot(d, along) > 0 ? 1 : 0) + (cross(along, d) > 0 ? 2 : 0);
     }
 
     // Points alone do not say how long a thin shape is: all may lie along its sides.

@@ -357,6 +357,19 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
 
 } // namespace
 
+fit::Path fitPointsCloser(const ChainPoints &points, bool closed, int times)
+{
+    if (times >= kCloserTimes)
+        return lineByLine(points, closed);
+    fit::Settings settings = usualSettings();
+    settings.soft.mayLeaveOut = 0;
+    settings.shapes = times < 2;
+    settings.soft.lambda *= std::pow(kCheaper, times);
+    settings.hard.lambda *= std::pow(kCheaper, times);
+    fit::Path path = fit::fitChain(viewOf(points, closed), settings);
+    return isGood(badPieces(path, points, closed)) ? path : lineByLine(points, closed);
+}
+
 fit::Path fitPoints(const ChainPoints &points, bool closed)
 {
     fit::Settings settings = usualSettings();

@@ -3,6 +3,7 @@
 
 #include "chainfit.h"
 #include "composition.h"
+#include "crossings.h"
 #include "equalloops.h"
 #include "workers.h"
 
@@ -68,6 +69,7 @@ public:
                                     [this](uint32_t chain) { return !equal.isFirst[chain]; }),
                      chains.end());
         forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
+        part(mostThreads);
     }
 
     const BoundaryMap &boundaries() const { return map; }
@@ -247,6 +249,38 @@ private:
             for (fit::Piece &piece : paths[k].pieces)
                 fit::move(&piece, { double(map.chains[k].x), double(map.chains[k].y) });
         }
+    }
+
+    // Fits chains closer to their points, which hardly ever cross, until none cross.
+    void part(unsigned mostThreads)
+    {
+        std::vector<char> changed;
+        for (int times = 1; times <= kCloserTimes; ++times) {
+            const auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed);
+            changed.assign(paths.size(), 0);
+            for (const auto &pair : pairs) {
+                for (uint32_t chain : { pair.first, pair.second })
+                    changed[chain] = !isOnRim(map.chains[chain]);
+            }
+            if (pairs.empty())
+                return;
+            std::vector<uint32_t> again;
+            for (uint32_t chain = 0; chain < changed.size(); ++chain) {
+                if (changed[chain])
+                    again.push_back(chain);
+            }
+            forEachChain(again, mostThreads, [&](uint32_t chain) { fitCloser(chain, times); });
+        }
+    }
+
+    void fitCloser(uint32_t number, int times)
+    {
+        const Chain &chain = map.chains[number];
+        const bool loop = chain.startNode == kNoNode;
+        ChainPoints p = times < kCloserTimes ? edges.pointsOf(number) : edges.cracksOf(number);
+        if (!loop)
+            pinEnds(chain, &p);
+        paths[number] = fitPointsCloser(p, loop, times);
     }
 
     // Nodes instead of what was measured where three colours mix.

@@ -27,6 +27,19 @@ const double kBlurredSlope = 0.7; // and differ by less
 // Pixels of sigma for each mixed pixel in a column beyond the two of a sharp edge: around corners
 // and in narrow places blurred edges lie elsewhere.
 const double kSigmaOfBlur = 0.015;
+// Pixels between neighbouring points from which the cracks between them are points as well, and how
+// far off those may be.
+const double kWidestGap = 1.5;
+const double kRoughSigma = 0.2;
+// From a median of third differences to the deviation of what is different: 1 / (.6745 sqrt(20)).
+const double kDeviationOfThird = 0.3315;
+// Slanted points from which they tell what they are off by: of fewer most are at corners. Slanted
+// are those between whose neighbours is this much of either axis.
+const std::size_t kTellScatter = 48;
+const double kSlanted = 0.1;
+// Pixels of scatter from which mixed pixels say less than the cracks: lines that were drawn with
+// nearly hard edges.
+const double kStairs = 0.2;
 
 double clamped(double value, double low, double high)
 {
@@ -61,6 +74,41 @@ struct SoftEdges::Crack
     int rightX() const { return heading == kRight || heading == kUp ? x : x - 1; }
     int rightY() const { return heading == kRight || heading == kDown ? y : y - 1; }
 };
+
+namespace {
+
+void insert(const ChainPoints &points, std::size_t at, ChainPoints *into)
+{
+    const auto add = [at](const std::vector<double> &from, std::vector<double> *to) {
+        to->insert(to->begin() + std::ptrdiff_t(at), from.begin(), from.end());
+    };
+    add(points.x, &into->x);
+    add(points.y, &into->y);
+    add(points.sigma, &into->sigma);
+}
+
+// What the points of a chain are off by, as a deviation, found from the points alone: the median of
+// their third differences across the walk, in which lines and wide curves leave nothing. What runs
+// along the pixels is exact and does not count. Zero where too few points tell.
+double scatterOf(const ChainPoints &points)
+{
+    std::vector<double> third;
+    for (std::size_t k = 0; k + 3 < points.x.size(); ++k) {
+        const auto at = [&](std::size_t i) { return Point { points.x[k + i], points.y[k + i] }; };
+        const Point along = at(3) - at(0);
+        const double length = std::sqrt(dot(along, along));
+        if (std::min(std::fabs(along.x), std::fabs(along.y)) > kSlanted * length)
+            third.push_back(std::fabs(cross(along, (at(3) - at(0)) - 3 * (at(2) - at(1))))
+                            / length);
+    }
+    if (third.size() < kTellScatter)
+        return 0;
+    const auto middle = third.begin() + std::ptrdiff_t(third.size() / 2);
+    std::nth_element(third.begin(), middle, third.end());
+    return kDeviationOfThird * *middle;
+}
+
+} // namespace
 
 double offsetOfCoverage(Point normal, double coverage)
 {
@@ -440,28 +488,70 @@ bool SoftEdges::isSoft(uint32_t chain, const Side &side) const
     return corners == 0 || mixed >= kSoftShare * corners;
 }
 
+// Where the picture crosses the level on the way from pixel to pixel: for cracks that tell nothing
+// better, in places too narrow for any.
+void SoftEdges::roughPoint(const Side &side, const Crack &crack, ChainPoints *points) const
+{
+    const double right = coverageAt(side, crack.rightX(), crack.rightY());
+    const double left
+        = coverageAt(side, crack.rightX() + crack.acrossX(), crack.rightY() + crack.acrossY());
+    const double at
+        = right - left > 1e-3 ? clamped((right - side.level) / (right - left), 0, 1) : 0.5;
+    const Point place
+        = crack.middle() + (at - 0.5) * Point { double(crack.acrossX()), double(crack.acrossY()) };
+    points->x.push_back(place.x);
+    points->y.push_back(place.y);
+    points->sigma.push_back(kRoughSigma);
+}
+
+// The points of all cracks that tell something, and of all others where too many in a row do not.
+ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywhere) const
+{
+    ChainPoints points;
+    points.edge = fit::Edge::Soft;
+    ChainPoints skipped; // since the last point
+    const auto take = [&](const Crack &crack) {
+        const std::size_t before = points.x.size();
+        if (!softPoint(side, crack, everywhere, &points)) {
+            roughPoint(side, crack, &skipped);
+            return;
+        }
+        if (before > 0 && !skipped.x.empty()) {
+            const Point gap = { points.x[before] - points.x[before - 1],
+                                points.y[before] - points.y[before - 1] };
+            if (dot(gap, gap) > kWidestGap * kWidestGap)
+                insert(skipped, before, &points);
+        }
+        skipped = ChainPoints();
+    };
+    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
+        for (int k = 0; k < length; ++k)
+            take({ x + k * stepX(h), y + k * stepY(h), h });
+    });
+    return points;
+}
+
 ChainPoints SoftEdges::pointsOf(uint32_t chain) const
 {
     const Side side = sideOf(chain);
-    ChainPoints points;
     const bool onRim = map.chains[chain].left < 0 || map.chains[chain].right < 0;
     if (!onRim && isSoft(chain, side)) {
-        points.edge = fit::Edge::Soft;
-        for (const bool everywhere : { false, true }) {
-            forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
-                for (int k = 0; k < length; ++k)
-                    softPoint(side, { x + k * stepX(h), y + k * stepY(h), h }, everywhere, &points);
-            });
-            // Of the smallest areas every crack is needed.
-            if (4 * points.x.size() >= map.chains[chain].cracks && points.x.size() >= 8)
-                break;
-            if (everywhere)
-                break;
-            points = ChainPoints();
-            points.edge = fit::Edge::Soft;
-        }
-        return points;
+        ChainPoints points = softPoints(chain, side, false);
+        // Of the smallest areas every crack is needed.
+        if (4 * points.x.size() < map.chains[chain].cracks || points.x.size() < 8)
+            points = softPoints(chain, side, true);
+        const double scatter = scatterOf(points);
+        for (double &sigma : points.sigma)
+            sigma = std::max(sigma, scatter);
+        if (scatter < kStairs)
+            return points;
     }
+    return cracksOf(chain);
+}
+
+ChainPoints SoftEdges::cracksOf(uint32_t chain) const
+{
+    ChainPoints points;
     forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
         for (int k = 0; k < length; ++k) {
             const Point p = Crack { x + k * stepX(h), y + k * stepY(h), h }.middle();

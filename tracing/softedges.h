@@ -54,6 +54,8 @@ public:
 
     // May be called from several threads. Chains on the rim have their cracks' midpoints.
     ChainPoints pointsOf(uint32_t chain) const;
+    // The middles of the cracks, whatever the picture tells: lines through them never cross.
+    ChainPoints cracksOf(uint32_t chain) const;
 
 private:
     struct Side;
@@ -68,6 +70,8 @@ private:
     fit::Point normalAt(const Side &side, int x, int y) const;
     bool softPoint(const Side &side, const Crack &crack, bool everywhere,
                    ChainPoints *points) const;
+    void roughPoint(const Side &side, const Crack &crack, ChainPoints *points) const;
+    ChainPoints softPoints(uint32_t chain, const Side &side, bool everywhere) const;
     bool columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const;
     bool strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
                       int *mixed) const;

@@ -1,0 +1,27 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where fitted boundaries cross: those of areas never may.
+#ifndef ZTRACE_TRACING_CROSSINGS_H
+#define ZTRACE_TRACING_CROSSINGS_H
+
+#include "fit/fit.h"
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace ztrace {
+
+// Pairs of paths that cross, the lower number first, each pair once and in order; a path that
+// crosses itself is a pair with itself. Paths that only touch, as at their common ends, do not
+// cross; nor do those whose curves meet within a hundredth of a pixel.
+//
+// `width`, `height`  of the plane in pixels; what lies outside counts to its rim
+// `looked`           if not empty, one entry a path: only pairs with one that is set are found
+std::vector<std::pair<uint32_t, uint32_t>> crossingsOf(const std::vector<fit::Path> &paths,
+                                                       int width, int height,
+                                                       const std::vector<char> &looked = {});
+
+} // namespace ztrace
+
+#endif
