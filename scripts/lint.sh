@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 commands=build/dev
 [ -f $commands/compile_commands.json ] || cmake --preset dev > /dev/null
 list() {
-    find engine fit imaging tracing drawing scripting plugin sdk host cli -name '*.cpp' -print | sort
+    find engine fit strokes imaging tracing drawing scripting plugin sdk host cli -name '*.cpp' -print | sort
 }
 { [ $# -gt 0 ] && printf '%s\n' "$@" || list; } |
     xargs -P "$(nproc)" -n 4 clang-tidy -p $commands --quiet --warnings-as-errors='*' \

@@ -10,7 +10,6 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kPi = 3.14159265358979323846;
 // Cross-sections over which a line is taken for one line or arc; half as many where no line is so
 // long.
 const int kStretch = 80;
