@@ -34,6 +34,7 @@ const double kDotPixels = 2.0;
 const double kShortWidths = 3.0;   // widths of a dash that is short
 const double kAloneWidths = 4.0;   // widths around a short dash that are looked at for specks
 const double kMostCrowded = 0.4;   // part of the short dashes beside which there may be some
+const double kMostCorners = 0.4;   // part of the inner ends of a row that are corners
 const std::size_t kFewDots = 5;    // that a circle through them says nothing
 const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
 
@@ -410,12 +411,49 @@ private:
             trimEnds(0.0, to, &runs);
         }
         Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
-        if (dashing.type == DashType::None
+        if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
             return false;
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         take(chain, dashing, width, ends);
         return true;
+    }
+
+    // Whether the ends that face each other are corners with lines of other directions: then they
+    // are the sides of shapes in a row.
+    bool areSides(const Chain &chain) const
+    {
+        std::size_t corners = 0;
+        std::size_t inner = 0;
+        for (std::size_t k = 0; k < chain.dashes.size(); ++k) {
+            const Dash &one = dash(chain.dashes[k].dash);
+            if (one.atom < 0)
+                continue;
+            for (int end = 0; end < 2; ++end) {
+                const bool isFirst = k == 0 && end == chain.dashes[k].near;
+                const bool isLast = k + 1 == chain.dashes.size() && end != chain.dashes[k].near;
+                if (!chain.closed && (isFirst || isLast))
+                    continue;
+                ++inner;
+                corners += isCorner(chain, web.atoms[std::size_t(one.atom)].joint[end]) ? 1u : 0u;
+            }
+        }
+        return double(corners) > kMostCorners * double(inner);
+    }
+
+    // Whether something ends at a joint that is long and goes off the chain, and nothing goes on.
+    bool isCorner(const Chain &chain, int joint) const
+    {
+        if (joint < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(joint)];
+        return meeting.through.empty()
+            && std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &end) {
+                   const Atom &atom = web.atoms[std::size_t(end.atom)];
+                   const Point far = (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre;
+                   return double(atom.samples.size()) > chain.width
+                       && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+               });
     }
 
     // Short dashes say little by themselves: rows of them are found in every scatter of specks, but

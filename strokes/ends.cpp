@@ -14,22 +14,37 @@ const double kFarthest = 3.0;  // widths that ink is followed for
 const double kLeastWidth = 2.0; // pixels of lines that show the form of their ends
 // Of a round end the ink beside the middle is .4 of the half width shorter, which is .2 widths.
 const double kShorter = 0.2;
+const int kInsideSteps = 4;       // places up to a width before an end that tell the ink there
+const double kLeastInside = 0.25; // coverage; less is no ink to compare with
 
+// Beside a line at an end, that many pixels outwards.
+Point besideEnd(const Atom &atom, int end, double pixels, double beside)
+{
+    const Point p = alongCarrier(atom, end, pixels);
+    const Point q = alongCarrier(atom, end, pixels + 0.1);
+    const double length = std::hypot(q.x - p.x, q.y - p.y);
+    return p + (beside / length) * Point { q.y - p.y, p.x - q.x };
+}
+
+// Pixels of ink, in parts of what the line has inside: blur takes from thin lines and from what
+// lies beside the middle all along, which is no sign of a round end.
 double inkBeyond(const Coverage &coverage, const Atom &atom, int end, double beside)
 {
     const double most = kFarthest * atom.width + 4.0;
     double sum = 0.0;
     for (double s = 0.5 * kStep; s < most; s += kStep) {
-        const Point p = alongCarrier(atom, end, s);
-        const Point q = alongCarrier(atom, end, s + 0.1);
-        const double length = std::hypot(q.x - p.x, q.y - p.y);
-        const Point normal = { (q.y - p.y) / length, (p.x - q.x) / length };
-        const double part = coverage.at(p + beside * normal);
+        const double part = coverage.at(besideEnd(atom, end, s, beside));
         if (part < kPaper)
             break;
         sum += part * kStep;
     }
-    return sum;
+    double inside = 0.0;
+    const double length = double(atom.samples.size());
+    for (int k = 1; k <= kInsideSteps; ++k) {
+        const double back = std::min(atom.width, 0.8 * length) * k / kInsideSteps;
+        inside += coverage.at(besideEnd(atom, end, -back, beside)) / kInsideSteps;
+    }
+    return inside > kLeastInside ? sum / inside : sum;
 }
 
 } // namespace

@@ -14,7 +14,15 @@ const double kCrossing = 0.2;   // sine of the least angle at which carriers are
 const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
-const double kCutOff = 0.12;          // pixels; fits of clean lines are off by .05
+// Pixels of a circle that a line cuts off and no tangent does whose fit is not exact: sigmas of the
+// cross-sections, at least, and at most.
+const double kCutOffSigmas = 1.5;
+const double kLeastCutOff = 0.05;
+const double kCutOff = 0.12;
+// A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
+// part of the way from there to the break of their cross-sections, and pixels at most.
+const double kBreakPart = 0.5;
+const double kMostAside = 1.2;
 const double kUnsure = 4.0;           // pixels between touching and crossing, not told apart
 const double kSquare = 0.5;           // sine of the least angle at which an end is put on a line
 const std::size_t kBody = 12;         // cross-sections of such a line
@@ -72,15 +80,19 @@ Crossings circleWithCircle(const fit::Primitive &a, const fit::Primitive &b)
     return result;
 }
 
-// Half way between the feet of a place on two carriers that touch each other near it.
+// Where two carriers touch each other near a place: of a line and an arc on the arc, as an end beside
+// it would change its radius; else half way between both.
 Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach)
 {
     Point place = near;
     if (a.arc != b.arc) {
         const fit::Primitive &line = a.arc ? b : a;
         const Point tangency = line.foot((a.arc ? a : b).point);
-        if (distanceBetween(tangency, near) < reach)
-            place = tangency;
+        if (distanceBetween(tangency, near) < reach) {
+            const double aside = kBreakPart * fit::dot(near - tangency, line.direction);
+            place = tangency + std::clamp(aside, -kMostAside, kMostAside) * line.direction;
+        }
+        return (a.arc ? a : b).foot(place);
     }
     return 0.5 * (a.foot(place) + b.foot(place));
 }
@@ -88,7 +100,7 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
 class Settler
 {
 public:
-    Settler(const Coverage &c, Web *w) : coverage(c), web(*w) { }
+    Settler(const Coverage &c, double s, Web *w) : coverage(c), sigma(s), web(*w) { }
 
     bool settle()
     {
@@ -166,13 +178,13 @@ private:
     }
 
     // Whether a line cuts off more of a circle than a tangent does whose fit is not exact.
-    static bool cutsInto(const fit::Primitive &a, const fit::Primitive &b)
+    bool cutsInto(const fit::Primitive &a, const fit::Primitive &b) const
     {
         if (a.arc == b.arc)
             return false;
         const fit::Primitive &line = a.arc ? b : a;
         const fit::Primitive &circle = a.arc ? a : b;
-        return circle.radius - std::fabs(line.distance(circle.point)) > kCutOff;
+        return circle.radius - std::fabs(line.distance(circle.point)) > std::clamp(kCutOffSigmas * sigma, kLeastCutOff, kCutOff);
     }
 
     // A line that touches a circle and one that cuts off a little are not told apart by fits: the end
@@ -434,6 +446,7 @@ private:
     }
 
     const Coverage &coverage;
+    const double sigma; // pixels, of a cross-section's centre
     Web &web;
     std::vector<AtomEnd> free;
 };
@@ -449,9 +462,9 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
 }
 
-bool settleEnds(const Coverage &coverage, Web *web)
+bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {
-    return Settler(coverage, web).settle();
+    return Settler(coverage, measure.sigma, web).settle();
 }
 
 } // namespace ztrace::strokes

@@ -30,6 +30,7 @@ const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
 const double kCornerContrast = 2.0;
 const double kCornerFloor = 0.06; // pixels
 const int kLeastArm = 4;          // cross-sections of a corner's side
+const double kCornerReach = 0.6;  // widths around a corner that see both sides
 
 double distanceBetween(Point a, Point b)
 {
@@ -264,8 +265,8 @@ private:
         std::vector<int> joints;
         for (int corner : corners) {
             joints.push_back(int(result.joints.size()));
-            result.joints.push_back({ sections[std::size_t(corner)].centre, 0.6 * width,
-                                      JointKind::Corner });
+            result.joints.push_back({ sections[std::size_t(corner)].centre,
+                                      kCornerReach * width, JointKind::Corner });
         }
         if (branch.closed()) {
             for (std::size_t k = 0; k < corners.size(); ++k) {
@@ -383,8 +384,26 @@ private:
         if (best >= 0)
             takeCorner(best - rim, n, &corners);
         std::sort(corners.begin(), corners.end());
-        corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
-        return corners;
+        const int apart = int(2 * (kCornerReach * width + kJunctionReach)) + 1;
+        return apartFrom(corners, apart, branch.closed() ? n : 0);
+    }
+
+    // Corners between which no cross-section tells anything are one, half way between them: the
+    // skeleton runs across the outside of a mitred corner. `around` is the length of a closed
+    // branch.
+    static std::vector<int> apartFrom(const std::vector<int> &corners, int apart, int around)
+    {
+        std::vector<int> result;
+        for (std::size_t k = 0; k < corners.size();) {
+            std::size_t last = k;
+            while (last + 1 < corners.size() && corners[last + 1] - corners[last] <= apart)
+                ++last;
+            result.push_back((corners[k] + corners[last]) / 2);
+            k = last + 1;
+        }
+        if (around > 0 && result.size() > 1 && result.front() + around - result.back() <= apart)
+            result.pop_back();
+        return result;
     }
 
     static void takeCorner(int at, int n, std::vector<int> *corners)

@@ -194,7 +194,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     joinAlongCarriers(coverage, measure, &web);
     joinAcrossJoints(measure, 0, &web);
     joinAlongCarriers(coverage, measure, &web);
-    drawing->roundEnds = settleEnds(coverage, &web);
+    drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
