@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/meeting.h"
 
+#include "strokes/ellipses.h"
 #include "strokes/ends.h"
 
 #include <algorithm>
@@ -133,7 +134,7 @@ private:
         std::vector<int> through;
         for (int number : web.meetings[joint].through) {
             const int heir = living(number);
-            if (heir >= 0 && web.atoms[std::size_t(heir)].shape != Shape::Ellipse)
+            if (heir >= 0)
                 through.push_back(heir);
         }
         std::sort(through.begin(), through.end());
@@ -244,7 +245,10 @@ private:
             Point candidate;
             double weight = 0.0;
             const Atom &other = web.atoms[std::size_t(number)];
-            if (number != end.atom && meet(end, other.carrier, at, &candidate, &weight)
+            const fit::Primitive carrier = other.shape == Shape::Ellipse
+                ? circleAlong(other.ellipse, at.place)
+                : other.carrier;
+            if (number != end.atom && meet(end, carrier, at, &candidate, &weight)
                 && weight > heaviest) {
                 heaviest = weight;
                 place = candidate;

@@ -10,6 +10,7 @@
 #include "strokes/meeting.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
+#include "strokes/rounds.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
 #include "strokes/thinning.h"
@@ -193,6 +194,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     joinDashes(coverage, measure, dots, &web);
     joinAlongCarriers(coverage, measure, &web);
     joinAcrossJoints(measure, 0, &web);
+    takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
