@@ -91,6 +91,17 @@ private:
         return thick < kWidthRatio * thin || thick - thin < kWidthSlack;
     }
 
+    // Unit tangent out of an end where its carrier passes the joint: small arcs turn far on the way.
+    Point leaving(const Atom &arc, int end) const
+    {
+        const Point last = end == 0 ? arc.samples.front().centre : arc.samples.back().centre;
+        const Point out = outwardsOf(arc, end);
+        const Point at = web.joints[std::size_t(arc.joint[end])].place;
+        const Point tangent = arc.carrier.tangent(at);
+        const bool same = fit::dot(arc.carrier.tangent(last), out) > 0;
+        return same ? tangent : -1.0 * tangent;
+    }
+
     // The arc that goes on best where a part ends; -1 for none.
     Part following(const Part &part) const
     {
@@ -105,7 +116,7 @@ private:
             if (other.atom == part.atom || !isPart(next) || !isOnePen(last, next)
                 || turnsLeft({ other.atom, other.end }) != turnsLeft(part))
                 continue;
-            const double straight = -fit::dot(outwardsOf(last, out), outwardsOf(next, other.end));
+            const double straight = -fit::dot(leaving(last, out), leaving(next, other.end));
             if (straight > straightest) {
                 straightest = straight;
                 best = { other.atom, other.end };
