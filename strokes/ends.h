@@ -9,12 +9,13 @@
 namespace ztrace::strokes {
 
 // How far ink goes on beyond a place, along the middle of a line and beside it.
+const int kRowsBeside = 2;
 struct FreeEnd
 {
     double middle = 0.0; // pixels
-    double side = 0.0;   // the same at kBeside of the half width
+    double side[kRowsBeside] = { 0.0, 0.0 }; // the same at kBeside of the half width
 };
-const double kBeside = 0.8;
+const double kBeside[kRowsBeside] = { 0.7, 0.8 };
 
 // From the foot of the last cross-section outwards; coverage summed up along the carrier.
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
@@ -23,8 +24,9 @@ FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
 // `most`.
 double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most);
 
-// Whether the ends of most lines are round: ink goes farther in the middle than beside it.
-bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths);
+// Whether the ends of most lines are round: ink goes farther in the middle than beside it. `hard`
+// says that the picture has no values between ink and paper.
+bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard);
 
 // A place on the carrier that many pixels outwards from the foot of the last cross-section.
 Point alongCarrier(const Atom &atom, int end, double pixels);

@@ -101,7 +101,9 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
 class Settler
 {
 public:
-    Settler(const Coverage &c, double s, Web *w) : coverage(c), sigma(s), web(*w) { }
+    Settler(const Coverage &c, double s, bool h, Web *w) : coverage(c), sigma(s), hard(h), web(*w)
+    {
+    }
 
     bool settle()
     {
@@ -439,7 +441,7 @@ private:
             measured.push_back(freeEndOf(coverage, atom(end), end.end));
             widths.push_back(atom(end).width);
         }
-        const bool round = hasRoundEnds(measured, widths);
+        const bool round = hasRoundEnds(measured, widths, hard);
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
@@ -451,6 +453,7 @@ private:
 
     const Coverage &coverage;
     const double sigma; // pixels, of a cross-section's centre
+    const bool hard;    // no values between ink and paper
     Web &web;
     std::vector<AtomEnd> free;
 };
@@ -466,9 +469,9 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
 }
 
-bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
+bool settleEnds(const Coverage &coverage, const Measure &measure, bool hard, Web *web)
 {
-    return Settler(coverage, measure.sigma, web).settle();
+    return Settler(coverage, measure.sigma, hard, web).settle();
 }
 
 } // namespace ztrace::strokes

@@ -196,7 +196,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, &web);
-    drawing->roundEnds = settleEnds(coverage, measure, &web);
+    drawing->roundEnds = settleEnds(coverage, measure, options.hard, &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
