@@ -11,13 +11,18 @@ namespace {
 const double kStep = 0.5;
 const double kPaper = 0.06;    // coverage that counts as none
 const double kFarthest = 3.0;  // widths that ink is followed for
-const double kLeastWidth = 2.0; // pixels of lines that show the form of their ends
+// Pixels of lines that show the form of their ends, in greys and in black and white.
+const double kLeastWidth = 2.0;
+const double kLeastHardWidth = 3.0;
 // Part of what sharp round ends fall short by beside the middle from which ends are round. Blur
 // leaves square ends as they are, row by row, and takes from the roundness: of lines of 4 to 7
 // pixels blurred by 1.2 it leaves .2 to .6. Cut to black and white it rounds the corners of square
 // ends, to .54 of lines 7 pixels wide; what steps leave of round ones is .57 and more.
 const double kSoftRound = 0.185;
 const double kHardRound = 0.555;
+// The same where there are few ends: most pens are round.
+const double kFewRound = 0.5;
+const std::size_t kFewEnds = 8;
 const int kInsideSteps = 4;       // places up to a width before an end that tell the ink there
 const double kLeastInside = 0.25; // coverage; less is no ink to compare with
 
@@ -102,15 +107,18 @@ double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most
 bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard)
 {
     double round = 0.0;
+    double least = hard ? kHardRound : kSoftRound;
     for (int row = 0; row < kRowsBeside; ++row) {
         const double sharp = 0.5 * (1.0 - std::sqrt(1.0 - kBeside[row] * kBeside[row]));
         std::vector<double> parts;
         for (std::size_t k = 0; k < ends.size(); ++k) {
-            if (widths[k] >= kLeastWidth)
+            if (widths[k] >= (hard ? kLeastHardWidth : kLeastWidth))
                 parts.push_back((ends[k].middle - ends[k].side[row]) / (sharp * widths[k]));
         }
         if (parts.empty())
             return true;
+        if (hard && parts.size() < kFewEnds)
+            least = kFewRound;
         // The median alone takes one of few steps, the mean alone is led astray by other ink.
         double mean = 0.0;
         for (double part : parts)
@@ -119,7 +127,7 @@ bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &w
         std::nth_element(parts.begin(), middle, parts.end());
         round += 0.5 * (mean + *middle) / kRowsBeside;
     }
-    return round > (hard ? kHardRound : kSoftRound);
+    return round > least;
 }
 
 } // namespace ztrace::strokes

@@ -21,7 +21,8 @@ const double kCutOffSigmas = 1.5;
 const double kLeastCutOff = 0.05;
 const double kCutOff = 0.12;
 // A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
-// part of the way from there to the break of their cross-sections, and pixels at most.
+// part of the way from there to the break of their cross-sections, and pixels at most. Steps of
+// black and white tell nothing about the break.
 const double kBreakPart = 0.5;
 const double kMostAside = 1.2;
 const double kUnsure = 4.0;           // pixels between touching and crossing, not told apart
@@ -82,15 +83,17 @@ Crossings circleWithCircle(const fit::Primitive &a, const fit::Primitive &b)
 }
 
 // Where two carriers touch each other near a place: of a line and an arc on the arc, as an end beside
-// it would change its radius; else half way between both.
-Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach)
+// it would change its radius; else half way between both. `breakPart` of the way from the foot of
+// the arc's centre to the place.
+Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,
+               double breakPart)
 {
     Point place = near;
     if (a.arc != b.arc) {
         const fit::Primitive &line = a.arc ? b : a;
         const Point tangency = line.foot((a.arc ? a : b).point);
         if (distanceBetween(tangency, near) < reach) {
-            const double aside = kBreakPart * fit::dot(near - tangency, line.direction);
+            const double aside = breakPart * fit::dot(near - tangency, line.direction);
             place = tangency + std::clamp(aside, -kMostAside, kMostAside) * line.direction;
         }
         return (a.arc ? a : b).foot(place);
@@ -187,7 +190,8 @@ private:
             return false;
         const fit::Primitive &line = a.arc ? b : a;
         const fit::Primitive &circle = a.arc ? a : b;
-        return circle.radius - std::fabs(line.distance(circle.point)) > std::clamp(kCutOffSigmas * sigma, kLeastCutOff, kCutOff);
+        return circle.radius - std::fabs(line.distance(circle.point))
+            > std::clamp(kCutOffSigmas * sigma, kLeastCutOff, kCutOff);
     }
 
     // A line that touches a circle and one that cuts off a little are not told apart by fits: the end
@@ -231,7 +235,7 @@ private:
                 return true;
             }
         }
-        const Point touched = touching(a, b, at.place, reach);
+        const Point touched = touching(a, b, at.place, reach, hard ? 0.0 : kBreakPart);
         if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
             return false;
         *place = touched;
@@ -469,9 +473,9 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
 }
 
-bool settleEnds(const Coverage &coverage, const Measure &measure, bool hard, Web *web)
+bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {
-    return Settler(coverage, measure.sigma, hard, web).settle();
+    return Settler(coverage, measure.sigma, measure.hard, web).settle();
 }
 
 } // namespace ztrace::strokes

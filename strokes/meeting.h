@@ -20,7 +20,7 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 // ends meet where their carriers cross, or where they touch each other; several in the middle of
 // their crossings. An end that meets nothing ends with its ink, less half its width where ends are
 // round. Returns whether they are.
-bool settleEnds(const Coverage &coverage, const Measure &measure, bool hard, Web *web);
+bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web);
 
 } // namespace ztrace::strokes
 

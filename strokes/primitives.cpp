@@ -23,6 +23,7 @@ const std::size_t kLeastStretches = 3;
 const int kCircleSteps = 8;
 const std::size_t kSlide = 24;      // cross-sections that a break is moved by at most
 const std::size_t kLeastBeside = 4; // cross-sections that stay on each side of it
+const double kSlideGain = 2.0; // nats for which a break is moved in black and white
 const int kSlideRounds = 2;
 const double kTail = 0.6; // widths; the skeleton leaves the middle half a width before a free end
 // An arc that is no more than this off its chord is a line: sigmas, and pixels.
@@ -136,8 +137,11 @@ void slideBreak(const Measure &measure, Atom *before, Atom *after)
     }
     std::size_t best = m;
     double lowest = 1e300;
+    double here = 0.0;
     for (std::size_t k = from; k <= to; ++k) {
         const double misfit = misfits[k - from] + bareMisfit(first, before->carrier.arc);
+        if (k == m)
+            here = misfit;
         if (misfit < lowest) {
             lowest = misfit;
             best = k;
@@ -145,7 +149,7 @@ void slideBreak(const Measure &measure, Atom *before, Atom *after)
         if (k < to)
             addTo(&first, all[k].centre, measure.weight());
     }
-    if (best == m)
+    if (best == m || (measure.hard && measure.slope * (here - lowest) < kSlideGain))
         return;
     const auto middle = all.begin() + std::ptrdiff_t(best);
     before->samples.assign(all.begin(), middle);

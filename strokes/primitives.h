@@ -31,6 +31,7 @@ struct Measure
     double slope = 0.5;
     double slack = 1.6;
     double leak = 0.02;
+    bool hard = false; // the picture has no values between ink and paper
     double weight() const { return 1.0 / (sigma * sigma); }
     double misfit(double chi2, double count) const
     {

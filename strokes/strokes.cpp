@@ -183,7 +183,8 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
     const Coverage coverage(picture, tones.ink, tones.paper);
     Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
-    const Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    measure.hard = options.hard;
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots
@@ -196,7 +197,7 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, &web);
-    drawing->roundEnds = settleEnds(coverage, measure, options.hard, &web);
+    drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
