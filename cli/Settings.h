@@ -71,6 +71,7 @@ struct Settings
 
     Geometry::Fit fit = Geometry::Fit::Engine;
     bool strokes = false; // lines as centre lines
+    bool edges = false;   // boundaries between areas as lines
 
     // What is kept.
     std::optional<double> minPath;

@@ -2,12 +2,13 @@
 #include "converters.h"
 
 #include "failure.h"
+#include "outside.h"
 
-#include "drawing/files.h"
 #include "drawing/formats.h"
 
+#include <QDir>
+#include <QFile>
 #include <QImageReader>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -17,8 +18,6 @@
 #include <cstdio>
 #include <set>
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 namespace ztrace {
@@ -33,54 +32,37 @@ const double kPointsAnInch = 72.0;
 const char kPoppler[] = "poppler-utils";
 const char kHeif[] = "libheif-examples";
 
+const char kSeeLimits[] = " (see --max-pixels and --max-memory)";
+
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
     throw Failure(kInputUnreadable, name + ": " + reason);
 }
 
-// Contents under a name for another program, without a file on a disk.
-class NamedContents
+// A file that other programs look at.
+struct Seen
 {
-public:
-    explicit NamedContents(const QByteArray &contents)
-        : file(static_cast<int>(::memfd_create("ztrace", 0)))
-    {
-        if (!file.isOpen() || writeAll(file.get(), contents.constData(), contents.size()) != 0)
-            failForMemory();
-    }
-    QString name() const
-    {
-        return QString::fromLatin1("/proc/%1/fd/%2").arg(::getpid()).arg(file.get());
-    }
+    const std::string &name; // of the input, for messages
+    QString file;            // what they open
+    ForeignLimits limits;
 
-private:
-    Descriptor file;
+    QByteArray by(const char *program, const QStringList &arguments) const
+    {
+        return outputOf(program, kPoppler, arguments, name, limits.bytes);
+    }
 };
 
-QByteArray outputOf(const char *program, const char *package, const QStringList &arguments,
-                    const std::string &name)
+QStringList onlyPage(int page)
 {
-    QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start(QLatin1String(program), arguments, QIODevice::ReadOnly);
-    if (!process.waitForStarted(-1))
-        fail(name,
-             std::string("reading it takes ") + program + " (Debian package " + package + ")");
-    process.waitForFinished(-1);
-    if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
-        return process.readAllStandardOutput();
-    const QByteArray said = process.readAllStandardError().split('\n').value(0);
-    fail(name, std::string("cannot be read by ") + program + ": " + said.toStdString());
+    const QString number = QString::number(page);
+    return { QLatin1String("-f"), number, QLatin1String("-l"), number };
 }
 
 // The largest resolution of the page's images.
-int dpiOf(const QString &file, int page, const std::string &name)
+int dpiOf(const Seen &pdf, int page)
 {
-    const QString number = QString::number(page);
-    const QByteArray table = outputOf(
-        "pdfimages", kPoppler,
-        { QLatin1String("-list"), QLatin1String("-f"), number, QLatin1String("-l"), number, file },
-        name);
+    const QByteArray table = pdf.by(
+        "pdfimages", QStringList(QLatin1String("-list")) + onlyPage(page) + QStringList(pdf.file));
     const int kColumn = 12; // x-ppi
     int dpi = 0;
     for (const QByteArray &line : table.split('\n').mid(2)) {
@@ -91,43 +73,77 @@ int dpiOf(const QString &file, int page, const std::string &name)
     return dpi == 0 ? kUsualDpi : std::min(kMostDpi, std::max(kLeastDpi, dpi));
 }
 
+// The last match: what stands before it is the file's own text, which may look like anything.
+QRegularExpressionMatch lastMatch(const char *expression, const QByteArray &text)
+{
+    const QRegularExpression lines(QLatin1String(expression), QRegularExpression::MultilineOption);
+    QRegularExpressionMatchIterator all = lines.globalMatch(QString::fromLatin1(text));
+    QRegularExpressionMatch last;
+    while (all.hasNext())
+        last = all.next();
+    return last;
+}
+
 // Inches, of a page as it is shown.
-QSizeF sizeOf(const QString &file, int page, const std::string &name)
+QSizeF sizeOf(const Seen &pdf, int page)
 {
-    const QString number = QString::number(page);
-    const QByteArray text
-        = outputOf("pdfinfo", kPoppler,
-                   { QLatin1String("-f"), number, QLatin1String("-l"), number, file }, name);
-    static const QRegularExpression size(
-        QLatin1String("Page\\s+\\d+\\s+size:\\s+([\\d.]+) x ([\\d.]+)"));
-    const QRegularExpressionMatch match = size.match(QString::fromLatin1(text));
-    return QSizeF(match.captured(1).toDouble(), match.captured(2).toDouble()) / kPointsAnInch;
+    const QByteArray text = pdf.by("pdfinfo", onlyPage(page) + QStringList(pdf.file));
+    const QRegularExpressionMatch match
+        = lastMatch("^Page\\s+\\d+\\s+size:\\s+(\\S+) x (\\S+)", text);
+    const QSizeF size(match.captured(1).toDouble(), match.captured(2).toDouble());
+    const bool isSize = size.width() > 0.0 && size.height() > 0.0 && std::isfinite(size.width())
+        && std::isfinite(size.height());
+    if (!isSize)
+        fail(pdf.name, "the size of page " + std::to_string(page) + " is not told");
+    return size / kPointsAnInch;
 }
 
-QImage pdfPage(const std::string &name, const QByteArray &contents, int page, double mostPixels)
+double pixelsOf(const QSizeF &inches, int dpi)
 {
-    const NamedContents file(contents);
-    int dpi = dpiOf(file.name(), page, name);
-    const QSizeF inches = sizeOf(file.name(), page, name);
-    const double area = inches.width() * inches.height();
-    if (area * dpi * dpi > mostPixels)
-        dpi = std::max(1, static_cast<int>(std::floor(std::sqrt(mostPixels / area))));
-    const QString number = QString::number(page);
-    const QByteArray png
-        = outputOf("pdftoppm", kPoppler,
-                   { QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi),
-                     QLatin1String("-f"), number, QLatin1String("-l"), number, file.name() },
-                   name);
-    return QImage::fromData(png, "PNG");
+    return std::ceil(inches.width() * dpi) * std::ceil(inches.height() * dpi);
 }
 
-QImage heicImage(const std::string &name, const QByteArray &contents)
+QByteArray pdfPage(const Seen &pdf, int page, std::string *remark)
 {
-    const NamedContents file(contents);
+    const int wanted = dpiOf(pdf, page);
+    const QSizeF inches = sizeOf(pdf, page);
+    int dpi = wanted;
+    if (pixelsOf(inches, dpi) > pdf.limits.pixels) {
+        const double fitting = std::sqrt(pdf.limits.pixels / (inches.width() * inches.height()));
+        dpi = static_cast<int>(std::min<double>(dpi, std::floor(fitting)));
+    }
+    while (dpi > 0 && pixelsOf(inches, dpi) > pdf.limits.pixels)
+        --dpi; // parts of pixels are whole ones
+    if (dpi < 1) {
+        fail(pdf.name,
+             "page " + std::to_string(page) + " has too many pixels even at one an inch"
+                 + kSeeLimits);
+    }
+    if (dpi < wanted) {
+        *remark = "page " + std::to_string(page) + " is taken at " + std::to_string(dpi)
+            + " pixels an inch instead of " + std::to_string(wanted) + kSeeLimits;
+    }
+    return pdf.by("pdftoppm",
+                  QStringList({ QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi) })
+                      + onlyPage(page) + QStringList(pdf.file));
+}
+
+// The program writes a file with an ending, or one each where there are several pictures: in a
+// folder that goes in any case.
+QByteArray heicPicture(const Seen &heic, int page)
+{
+    const EndsLater guard;
     const QTemporaryDir folder;
-    const QString output = folder.filePath(QLatin1String("image.png"));
-    outputOf("heif-convert", kHeif, { file.name(), output }, name);
-    return QImage(output);
+    outputOf("heif-convert", kHeif, { heic.file, folder.filePath(QLatin1String("image.png")) },
+             heic.name, heic.limits.bytes);
+    const QString numbered = QString::fromLatin1("image-%1.png").arg(page);
+    for (const QString &file : { QString::fromLatin1("image.png"), numbered }) {
+        QFile picture(folder.filePath(file));
+        if (picture.open(QIODevice::ReadOnly)
+            && static_cast<double>(picture.size()) <= heic.limits.bytes)
+            return picture.readAll();
+    }
+    return QByteArray();
 }
 
 bool isInstalled(const char *program)
@@ -146,29 +162,30 @@ Foreign foreignKind(const QByteArray &contents)
                                                                             : Foreign::None;
 }
 
-int foreignPages(Foreign kind, const std::string &name, const QByteArray &contents)
+int foreignPages(Foreign kind, const std::string &name, const QByteArray &contents,
+                 const ForeignLimits &limits)
 {
-    if (kind != Foreign::Pdf)
-        return 1;
     const NamedContents file(contents);
-    const QString text = QString::fromLatin1(outputOf("pdfinfo", kPoppler, { file.name() }, name));
-    static const QRegularExpression pages(QLatin1String("(?m)^Pages:\\s+(\\d+)"));
-    return std::max(1, pages.match(text).captured(1).toInt());
+    const Seen seen = { name, file.name(), limits };
+    if (kind == Foreign::Heic) {
+        const QByteArray text = outputOf("heif-info", kHeif, { file.name() }, name, limits.bytes);
+        return std::max(1, ('\n' + text).count("\nimage: "));
+    }
+    const QByteArray text = seen.by("pdfinfo", { file.name() });
+    return std::max(1, lastMatch("^Pages:\\s+(\\d+)", text).captured(1).toInt());
 }
 
-QImage foreignImage(Foreign kind, const std::string &name, const QByteArray &contents, int page,
-                    double mostPixels)
+QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArray &contents,
+                          int page, const ForeignLimits &limits, std::string *remark)
 {
-    const int pages = foreignPages(kind, name, contents);
+    const int pages = foreignPages(kind, name, contents, limits);
     if (page > pages)
         fail(name,
              "there is no page " + std::to_string(page) + " (the file has " + std::to_string(pages)
                  + ")");
-    const QImage image = kind == Foreign::Pdf ? pdfPage(name, contents, page, mostPixels)
-                                              : heicImage(name, contents);
-    if (image.isNull())
-        fail(name, "the image is damaged or incomplete");
-    return image;
+    const NamedContents file(contents);
+    const Seen seen = { name, file.name(), limits };
+    return kind == Foreign::Pdf ? pdfPage(seen, page, remark) : heicPicture(seen, page);
 }
 
 void listFormats()

@@ -6,7 +6,6 @@
 #define ZTRACE_CLI_CONVERTERS_H
 
 #include <QByteArray>
-#include <QImage>
 
 #include <string>
 
@@ -17,14 +16,23 @@ enum class Foreign { None, Pdf, Heic };
 // By the first bytes.
 Foreign foreignKind(const QByteArray &contents);
 
-// Pages of a PDF; 1 of all others. Throws a Failure that names the package when a program is not
-// installed, and one that says what it says when it fails.
-int foreignPages(Foreign kind, const std::string &name, const QByteArray &contents);
+// What a file may ask of them.
+struct ForeignLimits
+{
+    double pixels; // of a page
+    double bytes;  // of memory, and of what they write
+};
 
-// A page, from 1. That of a PDF has the resolution of the largest image on it, from 72 to 1200 dots
-// an inch, and 300 where there is none; with more than `mostPixels` it is made at less.
-QImage foreignImage(Foreign kind, const std::string &name, const QByteArray &contents, int page,
-                    double mostPixels);
+// Pages of a PDF, pictures of a HEIC. Throws a Failure that names the package when a program is
+// not installed, and one that says what it says when it fails.
+int foreignPages(Foreign kind, const std::string &name, const QByteArray &contents,
+                 const ForeignLimits &limits);
+
+// A page, from 1, as a PNG, which may be damaged. That of a PDF has the resolution of the largest
+// image on it, from 72 to 1200 dots an inch, and 300 where there is none; with more pixels than the
+// limit it is made at less, which `remark` says.
+QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArray &contents,
+                          int page, const ForeignLimits &limits, std::string *remark);
 
 // Prints what can be read and written here, and which package would add what.
 void listFormats();

@@ -24,14 +24,26 @@ struct Idle
     const char *reason;
 };
 
+bool drawsEdges(const Settings &s)
+{
+    return !s.raw && s.edges && !(isInk(s) && s.strokes);
+}
+
 bool isShaped(const Settings &s)
 {
-    return !s.raw && s.fit == Geometry::Fit::Fair;
+    return !s.raw && (s.fit == Geometry::Fit::Fair || s.edges);
 }
 
 const Idle kIdle[] = {
-    { "stroke-width", [](const Settings &s) { return !s.style.stroked; },
+    { "stroke-width", [](const Settings &s) { return !s.style.stroked && !drawsEdges(s); },
       "areas are filled; --outline draws outlines" },
+    { "fit", drawsEdges, "--edges are the boundaries of true shapes" },
+    { "no-frame", drawsEdges, "--edges leave out the outline of the page" },
+    { "no-seams", drawsEdges, "--edges have no areas" },
+    { "transparent", drawsEdges, "--edges have no areas" },
+    { "outline", drawsEdges, "--edges are lines" },
+    { "edges", [](const Settings &s) { return !s.raw && isInk(s) && s.strokes; },
+      "--strokes draws centre lines" },
     { "dxf-curves",
       [](const Settings &s) {
           return s.dxf.version == DxfVersion::R12 && s.dxf.curves == DxfCurves::Spline;

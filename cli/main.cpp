@@ -9,6 +9,7 @@
 #include "converters.h"
 #include "failure.h"
 #include "formats.h"
+#include "heap.h"
 #include "help.h"
 #include "messages.h"
 #include "presets.h"
@@ -153,10 +154,14 @@ private:
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
-        QImage image = source.read(page, !line.settings.raw);
+        std::string remark;
+        QImage image = source.read(page, !line.settings.raw, &remark);
+        if (!remark.empty())
+            warn(inputName(line.input) + ": " + remark);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
         warnOfEnding(source.ending(page), pageJob);
+        usePlacement(source, page, &pageJob);
         const TracedPicture traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
         write(result.drawing, traced.settings, outputs, [&](std::FILE *stream) {
@@ -272,6 +277,7 @@ int main(int argc, char **argv)
 {
     using namespace ztrace;
     reserveStandardDescriptors();
+    keepHeap();
     // A reader that goes away is a failure to write, not the end.
     std::signal(SIGPIPE, SIG_IGN);
     // Image readers may draw text, which needs a platform; none that shows anything.

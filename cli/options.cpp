@@ -250,6 +250,14 @@ std::vector<Entry> colourOptions()
                     "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
                     "from thin to thick; solid parts are on `SOLID`, dimensions with their arrow "
                     "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`"),
+        Entry("edges", flag([](Settings &s, bool on) { s.edges = on; }))
+            .appliesTo(kToReduced)
+            .help("Draw every boundary between two areas once, as a line, for cutters and "
+                  "plotters: no double lines")
+            .manual(
+                "Boundaries are those of `--fit fair`, on the layer of the darker of their two "
+                "colours; `--stroke-width` is their width. The rim of the picture is drawn where "
+                "an area other than the page ends there. `--dxf-join` makes long paths of them"),
         Entry("raw", flag([](Settings &s, bool on) { s.raw = on; }))
             .appliesTo(kToImages)
             .help("Hand the image to the engine untouched, with the engine's own defaults"),

@@ -127,7 +127,8 @@ Geometry geometryOf(const Settings &settings)
             geometry.engine[option.first] = option.second;
     }
     geometry.upsampling = settings.upsample;
-    geometry.fit = settings.fit;
+    geometry.fit = settings.edges ? Geometry::Fit::Fair : settings.fit;
+    geometry.edges = settings.edges;
     // The areas of a blend have no edges in the picture.
     if (settings.upsample == 0 && (shaped || method == Method::Blend))
         geometry.upsampling = 1;
@@ -143,6 +144,7 @@ Composition compositionOf(const Settings &settings)
     composition.frame = !settings.noFrame;
     composition.transparent = settings.transparent;
     composition.onlyColours = settings.onlyColours;
+    composition.edgeWidth = settings.style.strokeWidth;
     return composition;
 }
 

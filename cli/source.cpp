@@ -50,10 +50,48 @@ std::string millions(double value)
     return shortText(std::ceil(value));
 }
 
-void checkReadable(QImageReader *reader, const std::string &name)
+// The formats whose first bytes are those of no other, as the toolkit calls them. Its own search
+// for the format loads the readers of all formats, which takes longer than tracing an icon.
+QByteArray formatByBeginning(const QByteArray &data)
 {
+    const struct
+    {
+        QByteArray beginning;
+        const char *format;
+    } kBeginnings[] = {
+        { QByteArray("\x89PNG\r\n\x1A\n", 8), "png" },
+        { QByteArray("\xFF\xD8\xFF", 3), "jpeg" },
+        { QByteArray("GIF87a", 6), "gif" },
+        { QByteArray("GIF89a", 6), "gif" },
+        { QByteArray("II*\0", 4), "tiff" },
+        { QByteArray("MM\0*", 4), "tiff" },
+    };
+    for (const auto &known : kBeginnings) {
+        if (data.startsWith(known.beginning))
+            return known.format;
+    }
+    return QByteArray();
+}
+
+// Settles what reads a device, by the contents alone. Returns whether anything does.
+bool findReader(QImageReader *reader, const QByteArray &data)
+{
+    const QByteArray format = formatByBeginning(data);
+    if (!format.isEmpty()) {
+        reader->setAutoDetectImageFormat(false);
+        reader->setFormat(format);
+        if (reader->canRead())
+            return true;
+        reader->setFormat(QByteArray());
+        reader->setAutoDetectImageFormat(true);
+    }
     reader->setDecideFormatFromContent(true);
-    if (!reader->canRead())
+    return reader->canRead();
+}
+
+void checkReadable(QImageReader *reader, const QByteArray &data, const std::string &name)
+{
+    if (!findReader(reader, data))
         fail(name, "not an image of a known format");
 }
 
@@ -124,7 +162,9 @@ void ImageSource::useContents()
         const Silence silence;
         QBuffer buffer(&data);
         buffer.open(QIODevice::ReadOnly);
-        format = QImageReader(&buffer).format();
+        QImageReader reader(&buffer);
+        findReader(&reader, data);
+        format = reader.format();
     }
     if (format.isEmpty() || format == "pdf")
         foreign = foreignKind(data);
@@ -179,13 +219,13 @@ void ImageSource::requireFile(const std::string &fileName)
 int ImageSource::pages() const
 {
     if (foreign != Foreign::None)
-        return foreignPages(foreign, name, data);
+        return foreignPages(foreign, name, data, foreignLimits());
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
-    checkReadable(&reader, name);
+    checkReadable(&reader, data, name);
     return std::max(1, reader.imageCount());
 }
 
@@ -202,7 +242,7 @@ bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
-    checkReadable(&reader, name);
+    checkReadable(&reader, data, name);
     const int count = reader.imageCount();
     if (page > 1 && page > count && count > 0)
         return false;
@@ -213,20 +253,39 @@ bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
     return true;
 }
 
-QImage ImageSource::read(int page, bool upright) const
+ForeignLimits ImageSource::foreignLimits() const
 {
-    if (foreign != Foreign::None) {
-        const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
-        const QImage made = foreignImage(foreign, name, data, page, most);
-        refuseTooLarge(made.size(), isGreyFormat(made.format()));
-        return made;
-    }
+    const double most = std::min(limits.pixels, limits.megabytes / kBytesOfColour) * kMillion;
+    return { std::min(most, static_cast<double>(kMostPixels)), limits.megabytes * kMillion };
+}
+
+// What another program has made is asked for its size like any file.
+QImage ImageSource::readForeign(int page, std::string *remark) const
+{
+    std::string ignored;
+    QByteArray png
+        = foreignPicture(foreign, name, data, page, foreignLimits(), remark ? remark : &ignored);
+    const Silence silence;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, "png");
+    refuseTooLarge(reader.size(), isGreyFormat(reader.imageFormat()));
+    QImage image;
+    if (!reader.read(&image) || image.isNull())
+        fail(name, "the image is damaged or incomplete");
+    return image;
+}
+
+QImage ImageSource::read(int page, bool upright, std::string *remark) const
+{
+    if (foreign != Foreign::None)
+        return readForeign(page, remark);
     const Silence silence;
     QByteArray bytes = data;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
-    checkReadable(&reader, name);
+    checkReadable(&reader, data, name);
     reader.setAutoTransform(upright);
     QSize size;
     bool isGrey = false;

@@ -49,8 +49,9 @@ public:
     // all others.
     int pagesClaimed() const;
 
-    // Page 1 is the first. `upright` turns the image as its own note on orientation says.
-    QImage read(int page, bool upright) const;
+    // Page 1 is the first. `upright` turns the image as its own note on orientation says. What is
+    // to be told of an image that could not be read as it is goes to `remark`.
+    QImage read(int page, bool upright, std::string *remark = nullptr) const;
 
     // Whether the file ends where its image does; of a TIFF whether the page is there. Its reader
     // may give what is there and fill the rest.
@@ -68,6 +69,8 @@ public:
 private:
     void useContents();
     void useSvg();
+    ForeignLimits foreignLimits() const;
+    QImage readForeign(int page, std::string *remark) const;
     bool askForSize(int page, QSize *size, bool *isGrey) const;
     void refuseTooLarge(const QSize &size, bool isGrey) const;
 

@@ -1,7 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "toolkit.h"
 
+#include <QFile>
 #include <QGuiApplication>
+#include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
@@ -60,14 +62,43 @@ bool needsFonts(int argc, const char *const *argv)
     return !pixels;
 }
 
+namespace {
+
+// Where a login session has not made a folder for the toolkit it makes one itself, which stays. It
+// asks for it when it starts, and needs nothing there: one that goes at once does.
+class RuntimeFolder
+{
+public:
+    RuntimeFolder()
+    {
+        if (!qEnvironmentVariableIsEmpty(kName))
+            return;
+        folder = std::make_unique<QTemporaryDir>();
+        qputenv(kName, QFile::encodeName(folder->path()));
+    }
+    ~RuntimeFolder()
+    {
+        if (folder)
+            qunsetenv(kName);
+    }
+
+private:
+    static constexpr const char *kName = "XDG_RUNTIME_DIR";
+    std::unique_ptr<QTemporaryDir> folder;
+};
+
+} // namespace
+
 std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv)
 {
     static int ownName = 1; // the toolkit has options of its own, which are not ours
     // Its workers read the images.
     if (argc > 1 && std::strcmp(argv[1], "batch") == 0)
         return std::make_unique<QCoreApplication>(ownName, argv);
-    if (needsFonts(argc, argv))
+    if (needsFonts(argc, argv)) {
+        const RuntimeFolder forNow;
         return std::make_unique<QGuiApplication>(ownName, argv);
+    }
     return std::make_unique<QCoreApplication>(ownName, argv);
 }
 

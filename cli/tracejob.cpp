@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "messages.h"
 #include "onlycolours.h"
+#include "placement.h"
 #include "plan.h"
 #include "presets.h"
 #include "textfile.h"
@@ -114,6 +115,40 @@ void useResolution(const Settings &settings, const TraceJob &job, Picture *pictu
     }
 }
 
+bool drawsMap(const std::vector<Output> &outputs)
+{
+    return std::any_of(outputs.begin(), outputs.end(), [](const Output &output) {
+        return (output.format->capabilities & kIsAMap) != 0;
+    });
+}
+
+// Areas of a map lie beside each other, and neighbours leave no gap.
+void makeFitForMaps(const TraceJob &job, TracePlan *plan)
+{
+    plan->composition.byLayer = true;
+    if (job.given.count("fit") == 0)
+        plan->geometry.fit = Geometry::Fit::Fair;
+}
+
+// Pixels that were made square are other ones than the file's.
+void place(const TraceJob &job, const QSize &imageSize, TraceResult *result)
+{
+    if (!job.placement.isKnown)
+        return;
+    if (result->report.angle != 0.0) {
+        job.warn(inputName(job.input) + ": a page that is turned has no place in the map any more");
+        return;
+    }
+    Drawing &drawing = result->drawing;
+    drawing.placement = job.placement;
+    const double across = double(imageSize.width()) / drawing.width;
+    const double down = double(imageSize.height()) / drawing.height;
+    drawing.placement.columnX *= across;
+    drawing.placement.columnY *= across;
+    drawing.placement.rowX *= down;
+    drawing.placement.rowY *= down;
+}
+
 // The colours that are to be kept are among the palette's, which is known after a trace.
 TraceResult traceOnly(Picture picture, TracePlan plan, const TraceJob &job)
 {
@@ -162,6 +197,13 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
     }
 }
 
+void usePlacement(const ImageSource &source, int page, TraceJob *job)
+{
+    // Tags and world files are about the first page.
+    if (drawsMap(job->outputs) && page == 1)
+        job->placement = placementOf(job->input, source.contents());
+}
+
 void warnOfEnding(Ending ending, const TraceJob &job)
 {
     const std::string name = inputName(job.input);
@@ -198,13 +240,18 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
         image = image.convertToFormat(QImage::Format_ARGB32);
         putOnPaper(&image, *job.settings.background);
     }
+    const QSize size = image.size();
     Picture picture(std::move(image));
     traced.settings = settingsFor(job, &picture, &traced.look);
     for (const std::string &sentence :
          withoutEffect(job.onTheSpot, false, traced.settings, job.outputs))
         job.warn(sentence);
     useResolution(traced.settings, job, &picture);
-    traced.result = traceOnly(std::move(picture), planOf(traced.settings), job);
+    TracePlan plan = planOf(traced.settings);
+    if (drawsMap(job.outputs))
+        makeFitForMaps(job, &plan);
+    traced.result = traceOnly(std::move(picture), plan, job);
+    place(job, size, &traced.result);
     for (Remark remark : traced.result.report.remarks)
         job.warn(sentenceOf(remark));
     traced.result.drawing.about = aboutTrace(traced.result, traced.look, traced.settings);

@@ -31,6 +31,7 @@ struct TraceJob
     std::set<std::string> onTheSpot; // those of them that were not said in a file: only of these it
                                      // is told when they have no effect
     std::vector<Output> outputs;     // that the drawing is for
+    Placement placement;             // of the image in a map, where an output is one
     WarningSink warn;
     StageSink announce;
 };
@@ -48,6 +49,10 @@ void useConfiguration(Settings *settings, std::set<std::string> *given);
 
 // Tells of pages and files of an image that are not used.
 void warnOfSource(const ImageSource &source, const TraceJob &job);
+
+// Finds out where the page lies in a map, where an output of the job is one. Throws a Failure for a
+// world file that is none.
+void usePlacement(const ImageSource &source, int page, TraceJob *job);
 
 // Tells of an image that does not end where it should.
 void warnOfEnding(Ending ending, const TraceJob &job);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Path.h"
+#include "Placement.h"
 
 namespace ztrace {
 
@@ -74,7 +75,8 @@ struct Drawing
     std::vector<Pen> pens;
     int width = 0; // of the source picture, in pixels
     int height = 0;
-    double dpi = 0.0; // pixels an inch; 0: unknown, a pixel then is 1/96 inch on paper
+    Placement placement; // in a map
+    double dpi = 0.0;    // pixels an inch; 0: unknown, a pixel then is 1/96 inch on paper
     Unit unit = Unit::Pixel;
 
     // What coordinates are worth, in pixels: formats that round do so to a decimal of about this

@@ -162,6 +162,32 @@ private:
     Ellipse ellipse = {};
 };
 
+// Two arcs from a to c that have the tangents a-b and b-c and touch at the in-center of the
+// triangle.
+struct ArcPair
+{
+    ArcPair(const Point &a, const Point &b, const Point &c)
+    {
+        const double toStart = distance(b, c);
+        const double chord = distance(a, c);
+        const double toEnd = distance(a, b);
+        const double around = toStart + chord + toEnd;
+        joint = Point((toStart * a.x + chord * b.x + toEnd * c.x) / around,
+                      (toStart * a.y + chord * b.y + toEnd * c.y) / around);
+        first = bulgeFrom(a, b, joint);
+        second = -bulgeFrom(c, b, joint);
+    }
+
+    bool areModest() const
+    {
+        return std::fabs(first) < kLargestBulge && std::fabs(second) < kLargestBulge;
+    }
+
+    Point joint;
+    double first; // bulges
+    double second;
+};
+
 class Chain
 {
 public:
@@ -181,19 +207,11 @@ public:
             vertices->push_back({ a, 0.0 });
             return;
         }
-        const double toStart = distance(b, c);
-        const double toEnd = distance(a, b);
-        const double around = toStart + chord + toEnd;
-        // In-center of the control triangle: both arcs touch there.
-        const Point joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
-                          (toStart * a.y + chord * b.y + toEnd * c.y) / around);
-        const double first = bulgeFrom(a, b, joint);
-        const double second = -bulgeFrom(c, b, joint);
+        const ArcPair arcs(a, b, c);
         // Beyond an end of the chord the curve folds back, where arcs would not follow.
-        if (chord > 0.0 && between(a, b, c) && std::fabs(first) < kLargestBulge
-            && std::fabs(second) < kLargestBulge && isWithin(curve, joint, first, second)) {
-            vertices->push_back({ a, first });
-            vertices->push_back({ joint, second });
+        if (chord > 0.0 && between(a, b, c) && arcs.areModest()
+            && isWithin(curve, arcs.joint, arcs.first, arcs.second)) {
+            append(a, arcs);
             return;
         }
         if (halvings == kMostHalvings) {
@@ -255,18 +273,12 @@ private:
     {
         const Point a = curve.at(from);
         const Point c = curve.at(to);
-        const double toStart = distance(b, c);
-        const double chord = distance(a, c);
-        const double toEnd = distance(a, b);
-        const double around = toStart + chord + toEnd;
-        const Point joint((toStart * a.x + chord * b.x + toEnd * c.x) / around,
-                          (toStart * a.y + chord * b.y + toEnd * c.y) / around);
-        const double first = bulgeFrom(a, b, joint);
-        const double second = -bulgeFrom(c, b, joint);
-        if (!(std::fabs(first) < kLargestBulge && std::fabs(second) < kLargestBulge))
+        const ArcPair arcs(a, b, c);
+        if (!arcs.areModest())
             return false;
-        const Track before(a, joint, first);
-        const Track after(joint, c, second);
+        const Point &joint = arcs.joint;
+        const Track before(a, joint, arcs.first);
+        const Track after(joint, c, arcs.second);
         const Point ahead = before.directionAtEnd();
         const Point beside(joint.x - ahead.y, joint.y + ahead.x);
         const bool side = cross(joint, beside, a) < 0.0;
@@ -276,9 +288,14 @@ private:
             if (!(track.distanceTo(p) <= kOfSampled * tolerance))
                 return false;
         }
-        vertices->push_back({ a, first });
-        vertices->push_back({ joint, second });
+        append(a, arcs);
         return true;
+    }
+
+    void append(const Point &start, const ArcPair &arcs)
+    {
+        vertices->push_back({ start, arcs.first });
+        vertices->push_back({ arcs.joint, arcs.second });
     }
 
     // Whether b lies beside the chord and not beyond one of its ends.

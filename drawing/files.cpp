@@ -187,6 +187,27 @@ int writeAll(int fd, const char *data, qint64 size)
     return 0;
 }
 
+void beginToSync(int fd)
+{
+    (void)::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
+bool readAll(int fd, QByteArray *contents)
+{
+    struct stat info;
+    if (::fstat(fd, &info) != 0 || info.st_size > std::numeric_limits<int>::max() - 64)
+        return false;
+    contents->resize(static_cast<int>(info.st_size));
+    for (int at = 0; at < contents->size();) {
+        const ssize_t got = ::pread(fd, contents->data() + at,
+                                    static_cast<std::size_t>(contents->size() - at), at);
+        if (got == 0 || (got < 0 && errno != EINTR))
+            return false;
+        at += got > 0 ? static_cast<int>(got) : 0;
+    }
+    return true;
+}
+
 int syncContents(int fd)
 {
     while (::fsync(fd) != 0) {

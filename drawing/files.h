@@ -57,6 +57,13 @@ QString reasonText(int error);
 // Writes everything, to descriptors that do not wait as well.
 int writeAll(int fd, const char *data, qint64 size);
 
+// Has the contents be written, without waiting for it: files whose writing has begun together reach
+// the disk in one go when each is waited for after that. Says nothing of errors.
+void beginToSync(int fd);
+
+// All that is in a file, from its beginning, wherever it was written last. False on errors.
+bool readAll(int fd, QByteArray *contents);
+
 // Returns when the contents are on the disk, as far as the file system knows of such a thing.
 int syncContents(int fd);
 

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "formats.h"
 
+#include "geojson.h"
 #include "json.h"
 #include "pdf.h"
 #include "png.h"
@@ -52,6 +53,11 @@ Written asJson(const Drawing &drawing, const WriteOptions &, QIODevice *device)
     return outcome(writeJson(drawing, device));
 }
 
+Written asGeoJson(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    return outcome(writeGeoJson(drawing, options.decimals, device));
+}
+
 QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
 {
     const Frame frame = frameOf(drawing);
@@ -77,6 +83,8 @@ const std::vector<Format> &allFormats()
           tooLargePicture },
         { "json", "json", "the drawing without loss, to be read again", kCutsAreasOut | kHasUnits,
           asJson, nullptr },
+        { "geojson", "geojson", "areas for maps, cut out of each other",
+          kHasUnits | kRoundsNumbers | kIsAMap, asGeoJson, nullptr },
     };
     return formats;
 }

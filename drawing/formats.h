@@ -26,7 +26,8 @@ enum Capability : unsigned {
     kHasUnits = 8,       // the drawing's unit is in the file
     kRoundsNumbers = 16, // WriteOptions::decimals
     kIsRaster = 32,      // WriteOptions::scale
-    kChoosesCurves = 64  // WriteOptions::dxf
+    kChoosesCurves = 64, // WriteOptions::dxf
+    kIsAMap = 128        // has the drawing's placement, and areas that do not lie on each other
 };
 
 // A note in the previews that these writers make, by which they are known again.

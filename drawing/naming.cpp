@@ -64,32 +64,53 @@ NamedTogether::NamedTogether(const std::vector<NewFile> &newFiles) : files(newFi
         if (files.size() > 1 && std::find(records.begin(), records.end(), name) == records.end())
             records.push_back(name);
     }
-    created.reserve(files.size() + records.size());
+    made.reserve(files.size());
+    recordFiles.reserve(records.size());
 }
 
 NamedTogether::~NamedTogether()
 {
-    if (begun)
-        clear();
+    clear();
 }
 
-int NamedTogether::run(std::size_t *position)
+int NamedTogether::prepare(std::size_t *position)
 {
     begun = true;
-    if (const int error = giveAll(position)) {
+    for (*position = 0; *position < files.size(); ++*position) {
+        if (const int error = linkNew(*position)) {
+            clear();
+            return error;
+        }
+    }
+    *position = 0;
+    const int error = record();
+    if (error != 0)
         clear();
-        return error;
+    return error;
+}
+
+int NamedTogether::give(std::size_t *position)
+{
+    for (*position = 0; *position < files.size(); ++*position) {
+        if (const int error = giveOne(*position)) {
+            clear();
+            return error;
+        }
     }
     begun = false;
-    given = true;
     *position = 0;
-    const int error = syncFolders(); // before what could undo the run goes
+    return 0;
+}
+
+void NamedTogether::finish()
+{
     rest = removeTraces(names, records);
-    return error;
 }
 
 void NamedTogether::clear()
 {
+    if (!begun)
+        return;
     begun = false;
     if (undo(names)) {
         rest = removeTraces(names, records);
@@ -99,22 +120,6 @@ void NamedTogether::clear()
         = [](const Naming &name) { return ::access(name.old.constData(), F_OK) == 0; };
     const auto kept = std::find_if(names.begin(), names.end(), isKept);
     rest = kept == names.end() ? &names.front().old : &kept->old;
-}
-
-int NamedTogether::giveAll(std::size_t *position)
-{
-    for (*position = 0; *position < files.size(); ++*position) {
-        if (const int error = linkNew(*position))
-            return error;
-    }
-    *position = 0;
-    if (const int error = record())
-        return error;
-    for (; *position < files.size(); ++*position) {
-        if (const int error = give(*position))
-            return error;
-    }
-    return 0;
 }
 
 int NamedTogether::linkNew(std::size_t index)
@@ -138,21 +143,21 @@ int NamedTogether::linkNew(std::size_t index)
 int NamedTogether::makeNew(std::size_t index)
 {
     const NewFile &file = files[index];
-    Descriptor made;
-    int error = createLocked(names[index].fresh, modeOfNewFile(*file.target), &made);
+    Descriptor fresh;
+    int error = createLocked(names[index].fresh, modeOfNewFile(*file.target), &fresh);
     if (error != 0)
         return error;
     if (file.target->exists)
-        keepRights(made.get(), *file.target);
-    error = file.fd < 0 ? writeAll(made.get(), file.bytes->constData(), file.bytes->size())
-                        : copyContents(file.fd, made.get());
+        keepRights(fresh.get(), *file.target);
+    error = file.fd < 0 ? writeAll(fresh.get(), file.bytes->constData(), file.bytes->size())
+                        : copyContents(file.fd, fresh.get());
     if (error == 0)
-        error = syncContents(made.get());
+        error = syncContents(fresh.get());
     struct stat info;
-    if (error == 0 && ::fstat(made.get(), &info) != 0)
+    if (error == 0 && ::fstat(fresh.get(), &info) != 0)
         error = errno;
     names[index].inode = error == 0 ? info.st_ino : 0;
-    created.push_back(std::move(made));
+    made.push_back(std::move(fresh));
     return error;
 }
 
@@ -170,30 +175,34 @@ int NamedTogether::record()
             return error;
         const QByteArray text = textOfRecord(names, name.left(name.lastIndexOf('/') + 1));
         error = writeAll(file.get(), text.constData(), text.size());
-        if (error == 0)
-            error = syncContents(file.get());
         if (error != 0)
             return error;
-        created.push_back(std::move(file));
-    }
-    return records.empty() ? 0 : syncFolders(); // a machine that fails can be undone as well
-}
-
-int NamedTogether::syncFolders() const
-{
-    std::vector<QByteArray> done;
-    for (const NewFile &file : files) {
-        const QByteArray folder = file.target->folder();
-        if (std::find(done.begin(), done.end(), folder) != done.end())
-            continue;
-        if (const int error = syncFolder(folder))
-            return error;
-        done.push_back(folder);
+        recordFiles.push_back(std::move(file));
     }
     return 0;
 }
 
-int NamedTogether::give(std::size_t index)
+int NamedTogether::syncRecords() const
+{
+    for (const Descriptor &file : recordFiles) {
+        if (const int error = syncContents(file.get()))
+            return error;
+    }
+    return 0;
+}
+
+std::vector<QByteArray> NamedTogether::folders() const
+{
+    std::vector<QByteArray> found;
+    for (const NewFile &file : files) {
+        const QByteArray folder = file.target->folder();
+        if (std::find(found.begin(), found.end(), folder) == found.end())
+            found.push_back(folder);
+    }
+    return found;
+}
+
+int NamedTogether::giveOne(std::size_t index)
 {
     const Naming &name = names[index];
     const bool isLast = index + 1 == names.size(); // nothing comes after it that could fail

@@ -45,34 +45,40 @@ public:
     NamedTogether(const NamedTogether &) = delete;
     NamedTogether &operator=(const NamedTogether &) = delete;
 
-    // Gives the names. On an error nothing has changed but for remainder() (see areGiven(), too),
-    // and `position` is the file that it is about. No signal may end the process meanwhile
-    // (signals.h).
-    int run(std::size_t *position);
+    // Steps 1 and 2, step 3 and step 4; in between the disk is waited for, of many sets at once:
+    // for syncRecords() and folders() before step 3, for folders() before step 4. No signal may end
+    // the process from the first to the last (signals.h). On an error nothing has changed but for
+    // remainder(), and `position` is the file that it is about.
+    int prepare(std::size_t *position);
+    int give(std::size_t *position);
+    void finish();
 
-    // Whether all names are given although run() told an error: the system did not say then that
-    // they are on the disk.
-    bool areGiven() const { return given; }
+    // Returns when the records are on the disk, but for their names.
+    int syncRecords() const;
+    bool hasRecords() const { return !records.empty(); }
+
+    // Where the names are, each folder once.
+    std::vector<QByteArray> folders() const;
+
+    // Takes everything back that is not given.
+    void clear();
 
     // A hidden name that could not be removed; null when there is none. The next run tries again.
     const QByteArray *remainder() const { return rest; }
 
 private:
-    int giveAll(std::size_t *position);
     int linkNew(std::size_t index);
     int makeNew(std::size_t index);
     int record();
-    int give(std::size_t index);
-    int syncFolders() const;
-    void clear();
+    int giveOne(std::size_t index);
 
     std::vector<NewFile> files;
     std::vector<Naming> names;
-    std::vector<QByteArray> records; // one a folder; none for a single file
-    std::vector<Descriptor> created; // locked until the end: records, files that were made anew
+    std::vector<QByteArray> records;     // one a folder; none for a single file
+    std::vector<Descriptor> made;        // locked until the end
+    std::vector<Descriptor> recordFiles; // as well
     const QByteArray *rest = nullptr;
     bool begun = false;
-    bool given = false;
 };
 
 } // namespace ztrace

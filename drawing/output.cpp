@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "output.h"
 
-#include "naming.h"
+#include "namegroup.h"
 #include "signals.h"
 
 #include <QFile>
@@ -62,7 +62,10 @@ struct OutputFiles::Contents
     QByteArray bytes; // of streams, and of files that cannot be without a name
 };
 
-OutputFiles::OutputFiles() = default;
+OutputFiles::OutputFiles(CleanFolders known)
+    : folders(known ? std::move(known) : std::make_shared<QSet<QByteArray>>())
+{ }
+
 OutputFiles::~OutputFiles() = default;
 
 bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QString *error)
@@ -99,57 +102,104 @@ bool OutputFiles::add(const QString &fileName, const DeviceWriter &write, QStrin
 
 bool OutputFiles::recover(const QByteArray &folder)
 {
-    if (folders.contains(folder))
+    if (folders->contains(folder))
         return false;
-    folders.insert(folder);
+    folders->insert(folder);
     const Uninterrupted guard;
     return recoverFolder(folder);
 }
 
-bool OutputFiles::commit(QString *fileName, QString *error)
+QByteArray OutputFiles::contentsOf(const QString &fileName) const
+{
+    for (const auto *list : { &files, &streams }) {
+        for (const std::unique_ptr<Contents> &own : *list) {
+            if (own->name != fileName)
+                continue;
+            QByteArray contents = own->bytes;
+            if (own->file.isOpen() && !readAll(own->file.get(), &contents))
+                return QByteArray();
+            return contents;
+        }
+    }
+    return QByteArray();
+}
+
+int OutputFiles::syncAll(QString *fileName) const
 {
     for (const std::unique_ptr<Contents> &file : files) {
         *fileName = file->name;
         const int number = file->file.isOpen() ? syncContents(file->file.get()) : 0;
         if (number != 0)
-            return fail(error, number);
+            return number;
     }
+    return 0;
+}
+
+int OutputFiles::sendStreams(QString *fileName)
+{
     for (const std::unique_ptr<Contents> &stream : streams) {
         *fileName = stream->name;
         if (const int number = send(stream->name, stream->target, stream->bytes))
-            return fail(error, number);
+            return number;
     }
     streams.clear();
-    const bool good = nameFiles(fileName, error);
-    files.clear();
-    return good;
+    return 0;
 }
 
-bool OutputFiles::nameFiles(QString *fileName, QString *error)
+bool OutputFiles::commit(QString *fileName, QString *error)
 {
-    std::vector<NewFile> contents;
-    for (const std::unique_ptr<Contents> &file : files)
-        contents.push_back({ &file->target, file->file.get(), &file->bytes });
-    if (contents.empty())
-        return true;
-    NamedTogether names(contents);
-    std::size_t position = 0;
-    int number = 0;
-    {
-        const Uninterrupted guard;
-        number = names.run(&position);
+    std::vector<Commit> alone(1, { this });
+    commitAll(&alone);
+    *fileName = alone.front().fileName;
+    *error = alone.front().error;
+    return alone.front().isGood;
+}
+
+void OutputFiles::commitAll(std::vector<Commit> *sets)
+{
+    // What all of them have written goes to the disk together; each is only then asked for.
+    for (const Commit &commit : *sets) {
+        for (const std::unique_ptr<Contents> &file : commit.files->files) {
+            if (sets->size() > 1 && file->file.isOpen())
+                beginToSync(file->file.get());
+        }
     }
-    if (number == 0 && !names.remainder())
-        return true;
-    *fileName = files[number == 0 ? 0 : position]->name;
-    *error = number == 0 ? QString::fromLatin1("it is written") : reasonText(number);
-    if (number != 0 && names.areGiven()) {
-        *error += QString::fromLatin1("; it is written, but would not be there yet if the machine"
-                                      " failed now");
+    std::vector<NamedSet> named;
+    std::vector<Commit *> owners;
+    for (Commit &commit : *sets) {
+        OutputFiles &own = *commit.files;
+        int number = own.syncAll(&commit.fileName);
+        if (number == 0)
+            number = own.sendStreams(&commit.fileName);
+        commit.isGood = number == 0 || fail(&commit.error, number);
+        NamedSet set;
+        for (const std::unique_ptr<Contents> &file : own.files)
+            set.files.push_back({ &file->target, file->file.get(), &file->bytes });
+        if (commit.isGood && !set.files.empty()) {
+            named.push_back(std::move(set));
+            owners.push_back(&commit);
+        }
     }
-    if (names.remainder()) {
-        *error += QString::fromLatin1("; %1 could not be removed, the next run tries again")
-                      .arg(QFile::decodeName(*names.remainder()));
+    nameSets(&named);
+    for (std::size_t i = 0; i < named.size(); ++i)
+        owners[i]->isGood = isNamed(named[i], owners[i]);
+    for (const Commit &commit : *sets)
+        commit.files->files.clear();
+}
+
+bool OutputFiles::isNamed(const NamedSet &set, Commit *commit)
+{
+    if (set.error == 0 && set.remainder.isEmpty())
+        return true;
+    commit->fileName = commit->files->files[set.error == 0 ? 0 : set.position]->name;
+    commit->error = set.error == 0 ? QString::fromLatin1("it is written") : reasonText(set.error);
+    if (set.error != 0 && set.isGiven) {
+        commit->error += QString::fromLatin1("; it is written, but would not be there yet if the "
+                                             "machine failed now");
+    }
+    if (!set.remainder.isEmpty()) {
+        commit->error += QString::fromLatin1("; %1 could not be removed, the next run tries again")
+                             .arg(QFile::decodeName(set.remainder));
     }
     return false;
 }

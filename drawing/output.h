@@ -16,6 +16,8 @@ class QIODevice;
 
 namespace ztrace {
 
+struct NamedSet;
+
 // Puts something on a device that is open for writing; false when the device took less.
 typedef std::function<bool(QIODevice *)> DeviceWriter;
 
@@ -28,7 +30,10 @@ typedef std::function<bool(QIODevice *)> DeviceWriter;
 class OutputFiles
 {
 public:
-    OutputFiles();
+    // Folders where nothing of killed runs is left, to be found out once for many sets of files.
+    typedef std::shared_ptr<QSet<QByteArray>> CleanFolders;
+
+    explicit OutputFiles(CleanFolders known = CleanFolders());
     ~OutputFiles();
     OutputFiles(const OutputFiles &) = delete;
     OutputFiles &operator=(const OutputFiles &) = delete;
@@ -40,15 +45,32 @@ public:
     // Gives everything its name. On failure `fileName` is the one that it is about.
     bool commit(QString *fileName, QString *error);
 
+    // What was added under a name; empty when it cannot be read.
+    QByteArray contentsOf(const QString &fileName) const;
+
+    struct Commit
+    {
+        OutputFiles *files;
+        bool isGood = true;
+        QString fileName = {};
+        QString error = {};
+    };
+
+    // The same for many sets, each together or not at all whatever becomes of the others; the disk
+    // is waited for once for all of them.
+    static void commitAll(std::vector<Commit> *sets);
+
 private:
     struct Contents;
 
     bool recover(const QByteArray &folder);
-    bool nameFiles(QString *fileName, QString *error);
+    int syncAll(QString *fileName) const;
+    int sendStreams(QString *fileName);
+    static bool isNamed(const NamedSet &set, Commit *commit);
 
     std::vector<std::unique_ptr<Contents>> streams;
     std::vector<std::unique_ptr<Contents>> files;
-    QSet<QByteArray> folders; // where nothing of killed runs is left
+    CleanFolders folders;
 };
 
 // One file alone.

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <ctime>
+#include <initializer_list>
 
 namespace ztrace {
 

@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <tuple>
 
 namespace ztrace {
 
@@ -76,9 +78,11 @@ private:
 
     void point(const Point &p)
     {
-        number(p.x - frame.x);
-        sink.text() += ' ';
-        number(frame.y + frame.height - p.y);
+        char buffer[2 * kLongestNumber + 1];
+        char *end = writeNumber(buffer, p.x - frame.x, decimals);
+        *end++ = ' ';
+        end = writeNumber(end, frame.y + frame.height - p.y, decimals);
+        sink.text().append(buffer, static_cast<std::size_t>(end - buffer));
     }
 
     // A length of the whole picture in the drawing's unit.
@@ -142,7 +146,7 @@ private:
         if (isCompact && hasMany())
             painted = sortedByLooks(painted);
         for (std::size_t i = 0; i < painted.size();) {
-            const std::string looks = looksOf(*painted[i]);
+            const std::string &looks = looksOf(*painted[i]);
             std::size_t end = i + 1;
             while ((isCompact || painted[i]->pen >= 0) && end < painted.size()
                    && looksOf(*painted[end]) == looks)
@@ -190,11 +194,17 @@ private:
         return sorted;
     }
 
-    std::string looksOf(const Outline &outline) const
+    // A drawing has many outlines and few looks. Valid as long as the writer.
+    const std::string &looksOf(const Outline &outline) const
     {
-        return outline.pen >= 0 ? penLooks(outline)
-            : style.stroked     ? strokeLooks(outline)
-                                : fillLooks(outline);
+        const LooksKey key(outline.colour, !outline.holes.empty(), outline.pen, outline.seam);
+        std::string &text = knownLooks[key];
+        if (text.empty()) {
+            text = outline.pen >= 0 ? penLooks(outline)
+                : style.stroked     ? strokeLooks(outline)
+                                    : fillLooks(outline);
+        }
+        return text;
     }
 
     bool isPainted(const Outline &outline) const
@@ -421,6 +431,16 @@ private:
             text += 'Z';
     }
 
+    void startArc(double major, double minor, double degrees)
+    {
+        sink.text() += 'A';
+        number(major);
+        sink.text() += ' ';
+        number(minor);
+        sink.text() += ' ';
+        number(degrees);
+    }
+
     void endArc(const PathPiece &piece)
     {
         std::string &text = sink.text();
@@ -443,12 +463,7 @@ private:
             break;
         case PathPiece::EllipticArc: {
             const Ellipse ellipse = ellipseOf(piece);
-            text += 'A';
-            number(ellipse.major);
-            text += ' ';
-            number(ellipse.minor);
-            text += ' ';
-            number(-ellipse.angle * kDegrees); // y is turned over
+            startArc(ellipse.major, ellipse.minor, -ellipse.angle * kDegrees); // y is turned over
             endArc(piece);
             break;
         }
@@ -461,11 +476,7 @@ private:
             break;
         case PathPiece::Arc: {
             const Circle circle = circleOf(piece);
-            text += 'A';
-            number(circle.radius);
-            text += ' ';
-            number(circle.radius);
-            text += " 0";
+            startArc(circle.radius, circle.radius, 0.0);
             endArc(piece);
             break;
         }
@@ -480,7 +491,9 @@ private:
     TextSink sink;
     const bool isCompact; // rounded, which leaves a choice of how to write
     SvgPath compact;
-    std::vector<PathPiece> pieces; // of one outline, kept for its memory
+    std::vector<PathPiece> pieces;                        // of one outline, kept for its memory
+    typedef std::tuple<QRgb, bool, int, double> LooksKey; // colour, holes, pen and seam
+    mutable std::map<LooksKey, std::string> knownLooks;
 };
 
 } // namespace

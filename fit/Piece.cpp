@@ -9,9 +9,7 @@ namespace ztrace::fit {
 namespace {
 
 const double kPi = 3.14159265358979323846;
-// Places on a curve from which the nearest point is sought, and Newton steps from each.
-const int kStarts = 16;
-const int kSteps = 8;
+const int kSteps = 8; // Newton's, from the nearest place
 
 Point unit(Point v)
 {
@@ -111,8 +109,8 @@ double distanceToCurve(const Piece &p, Point point)
 {
     double bestT = 0;
     double best = INFINITY;
-    for (int i = 0; i <= kStarts; ++i) {
-        const double t = static_cast<double>(i) / kStarts;
+    for (int i = 0; i <= kPlacesOnCurve; ++i) {
+        const double t = static_cast<double>(i) / kPlacesOnCurve;
         const Point gap = pointAt(p, t) - point;
         if (dot(gap, gap) < best) {
             best = dot(gap, gap);

@@ -84,6 +84,8 @@ struct Box
 Box boxOf(const Piece &piece);
 // Distance from p to the nearest point of the piece, to 1e-6 px for smooth pieces.
 double distanceTo(const Piece &piece, Point p);
+// Of curves and ellipses it is no more than that from pointAt(piece, k / kPlacesOnCurve), any k.
+const int kPlacesOnCurve = 16;
 // The same drawing from end to start; `smooth` is for the caller to set.
 Piece reversed(const Piece &piece);
 

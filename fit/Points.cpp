@@ -117,6 +117,7 @@ Points pointsOf(const Chain &chain)
         const double sigma = sigmaOf(chain, points, i);
         points.sigma.push_back(pinned ? std::min(sigma, kPinSigma) : sigma);
         points.weight.push_back(1.0 / (points.sigma.back() * points.sigma.back()));
+        points.largestSigma = std::max(points.largestSigma, points.sigma.back());
     }
     if (n > 0)
         measureWalk(&points);

@@ -20,6 +20,7 @@ struct Points
     std::vector<double> length; // of the walk up to this point; one element more when closed
     std::vector<int> source;    // the point's number in the chain
     Point origin;
+    double largestSigma; // of the points
     Edge edge;
     bool closed;
     bool pinnedStart;

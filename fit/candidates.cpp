@@ -23,7 +23,29 @@ const double kFarthestStep = 0.8;
 // Of soft edges: pixels, and standard deviations where that is more.
 const double kFarthest = 0.35;
 const double kFarthestSigmas = 4;
-const int kLookedAt = 64;
+const std::size_t kLookedAt = 64;
+
+// Whether the way round a circle is about as long as the walk; like goesAhead. The angle is that of
+// the given sine and cosine times `lengths`.
+bool goesRound(double sine, double cosine, double lengths, double radius, double walk)
+{
+    const double room = 0.3 * walk + 1.5;
+    if (sine >= 0 && cosine >= 0) {
+        // Up to a quarter turn two bounds of the arc's length decide nearly always:
+        // t - t^3/3 < atan t < t - t^3/3 + t^5/5.
+        const double t = sine / (lengths + cosine);
+        const double least = 2 * radius * t * (1 - t * t / 3);
+        const double most = least + 0.4 * radius * t * t * t * t * t;
+        const double rounding = 1e-9 * (1 + walk);
+        if (least - walk > rounding - room && most - walk < room - rounding)
+            return true;
+        if (most - walk < -room - rounding || least - walk > room + rounding)
+            return false;
+    }
+    double sweep = std::atan2(sine, cosine);
+    sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
+    return sweep <= kLargestSweep && std::fabs(radius * sweep - walk) <= room;
+}
 
 // Gives a circle the direction of the walk; false where it is no arc of these points.
 bool completeArc(const Table &table, int first, int last, Primitive *arc)
@@ -33,37 +55,83 @@ bool completeArc(const Table &table, int first, int last, Primitive *arc)
     const Point b = points.at((first + last - 1) / 2) - arc->point;
     const Point c = points.at(last - 1) - arc->point;
     arc->turn = cross(b - a, c - b) < 0 ? -1 : 1;
-    // Radians from the first to the last point around the circle, in the direction of the walk.
+    // Of the angle from the first to the last point around the circle, in the direction of the
+    // walk.
     const double sine = arc->turn * cross(a, c);
     const double cosine = dot(a, c);
-    double sweep = std::atan2(sine, cosine);
-    sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
-    const double walk = points.walk(first, last - 1);
-    // Round the circle as far as the walk goes; like goesAhead.
-    if (sweep > kLargestSweep || std::fabs(arc->radius * sweep - walk) > 0.3 * walk + 1.5)
-        return false;
-    const double half
-        = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / std::sqrt(dot(a, a) * dot(c, c))));
-    const double sagitta = arc->radius * (sweep > kPi ? 1 + half : 1 - half);
-    return sagitta > points.sigmaOf((first + last) / 2);
+    const double lengths = std::sqrt(dot(a, a) * dot(c, c));
+    const double half = std::sqrt(std::max(0.0, 0.5 + 0.5 * cosine / lengths));
+    const double sagitta = arc->radius * (sine < 0 ? 1 + half : 1 - half);
+    return sagitta > points.sigmaOf((first + last) / 2)
+        && goesRound(sine, cosine, lengths, arc->radius, points.walk(first, last - 1));
+}
+
+// Whether no point can be `far` pixels off, by the sum of squares alone. Of a circle's sum a
+// point's part is (d (1 + d / 2r) / sigma)^2, since r^2 is the mean of the squared distances from
+// the centre; that is least inside of the circle. The sum is off by a thousandth.
+bool allAreNear(const Points &points, const Primitive &primitive, double far)
+{
+    const double sagging = primitive.arc ? 1 - 0.5 * far / std::max(far, primitive.radius) : 1;
+    const double least = far * sagging;
+    return 1.1 * primitive.chi2 * points.largestSigma * points.largestSigma < least * least;
+}
+
+// How many of the points first, first + stride, ... below `last` lie farther off than limit(i). All
+// are counted: loops without an early end take several points at once.
+template<typename Limit>
+int farPoints(const Points &points, const Primitive &primitive, std::size_t first, std::size_t last,
+              std::size_t stride, Limit limit)
+{
+    const double *x = points.x.data();
+    const double *y = points.y.data();
+    const Point p = primitive.point;
+    const Point direction = primitive.direction;
+    const double radius = primitive.radius;
+    const auto ofCircle = [=](std::size_t i) {
+        const Point d = { x[i] - p.x, y[i] - p.y };
+        return std::fabs(std::sqrt(dot(d, d)) - radius) > limit(i) ? 1L : 0L;
+    };
+    const auto ofLine = [=](std::size_t i) {
+        const Point d = { x[i] - p.x, y[i] - p.y };
+        return std::fabs(cross(d, direction)) > limit(i) ? 1L : 0L;
+    };
+    long far = 0;
+    if (stride > 1) {
+        for (std::size_t i = first; i < last; i += stride)
+            far += primitive.arc ? ofCircle(i) : ofLine(i);
+    } else if (primitive.arc) {
+        for (std::size_t i = first; i < last; ++i)
+            far += ofCircle(i);
+    } else {
+        for (std::size_t i = first; i < last; ++i)
+            far += ofLine(i);
+    }
+    return static_cast<int>(far);
 }
 
 // Whether a point lies farther off than noise, or the steps of a staircase, take it. The misfit is
 // pooled over the span, whose other points can pay for a corner that a short piece cuts off.
 bool cutsCorners(const Points &points, const Span &span)
 {
+    const Primitive &primitive = span.primitive;
     const bool soft = points.edge == Edge::Soft;
     // No point alone can be that far off.
-    if (soft && span.primitive.chi2 < kFarthestSigmas * kFarthestSigmas)
+    if (soft && primitive.chi2 < kFarthestSigmas * kFarthestSigmas)
         return false;
-    const int stride = 1 + (span.last - span.first) / kLookedAt;
-    for (int i = span.first; i < span.last; i += stride) {
-        const double distance = std::fabs(span.primitive.distance(points.at(i)));
-        if (distance
-            > (soft ? std::max(kFarthest, kFarthestSigmas * points.sigmaOf(i)) : kFarthestStep))
-            return true;
-    }
-    return false;
+    if (allAreNear(points, primitive, soft ? kFarthest : kFarthestStep))
+        return false;
+    const auto first = static_cast<std::size_t>(span.first);
+    const auto last = static_cast<std::size_t>(span.last);
+    const std::size_t stride = 1 + (last - first) / kLookedAt;
+    if (!soft)
+        return farPoints(points, primitive, first, last, stride,
+                         [](std::size_t) { return kFarthestStep; })
+            > 0;
+    const double *sigma = points.sigma.data();
+    return farPoints(
+               points, primitive, first, last, stride,
+               [sigma](std::size_t i) { return std::max(kFarthest, kFarthestSigmas * sigma[i]); })
+        > 0;
 }
 
 Point breakPoint(const Points &points, int i)
@@ -80,13 +148,15 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 {
     const Point p = breakPoint(points, i);
     const Primitive &primitive = span.primitive;
-    const double length = span.last > span.first ? points.walk(span.first, span.last - 1) + 0.5 : 0;
-    return { primitive.arc, primitive.foot(p), primitive.tangent(p), length };
+    const double walk = span.last > span.first ? points.walk(span.first, span.last - 1) + 0.5 : 0;
+    SpanEnd end = { primitive.arc, p, primitive.direction, walk };
+    primitive.lead(p, &end.foot, &end.tangent);
+    return end;
 }
 
 } // namespace
 
-SpanPair spansOf(const Table &table, int first, int last, double most)
+SpanPair spansOf(const Table &table, int first, int last, double most, double hopeless)
 {
     const Points &points = table.points;
     const Moments m = table.sums.over(first, last);
@@ -102,9 +172,14 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
     pair.hasLine = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
     // Where the line is within half a number of perfect, no arc can tell itself from it.
     const double arcPrice = table.numbers(table.prices.arc);
+    const bool needsNoMisfit = pair.lineMisfit <= hopeless;
+    const auto isHopeless = [&](double chi2) {
+        const double misfit = table.judgement.misfit(chi2, n);
+        return misfit + arcPrice > most && (needsNoMisfit || misfit > hopeless);
+    };
     pair.hasArc = n >= kArcPoints && offered(table.prices.arc) && arcPrice <= most
         && (!pair.hasLine || pair.lineMisfit > table.numbers(0.5))
-        && circleOf(m, c, &pair.arc.primitive);
+        && circleOf(m, c, isHopeless, &pair.arc.primitive);
     if (pair.hasLine && pair.lineMisfit + table.numbers(table.prices.line) <= most)
         pair.line = { first, last, lineOf(m, c, a, b), pair.lineMisfit, false };
     else
@@ -156,20 +231,27 @@ bool meetNear(const SpanEnd &before, const SpanEnd &after, Meeting meeting)
     if (meeting == Meeting::OfCentreLines)
         return meetSideBySide(before, after);
     const Point gap = after.foot - before.foot;
-    if (dot(before.tangent, after.tangent) > kSmoothCosine)
+    const double cosine = dot(before.tangent, after.tangent);
+    if (cosine > kSmoothCosine)
         return dot(gap, gap) < kSmoothGap * kSmoothGap;
     const double sine = cross(before.tangent, after.tangent);
     const double ahead = cross(gap, after.tangent) * (sine < 0 ? -1 : 1);
     const double back = -cross(gap, before.tangent) * (sine < 0 ? -1 : 1);
     const double scale = std::fabs(sine);
-    const double cosine = dot(before.tangent, after.tangent);
+    if (!(ahead >= -roomOf(before) * scale && back >= -roomOf(after) * scale))
+        return false;
+    // The reach lies between these two.
+    const double farther = std::max(ahead, back);
+    if (farther <= scale * kMeetingReach)
+        return true;
+    if (!(farther <= scale * kLargestMeetingReach))
+        return false;
     const double sharp = std::sqrt((1 - cosine) / std::max(1e-3, 1 + cosine));
     const double shorter = std::min(before.length, after.length);
     const double reach = scale
         * std::min({ kLargestMeetingReach, kMeetingReach + kMeetingReachSharp * sharp,
                      kMeetingReach + kMeetingReachPart * shorter });
-    return ahead <= reach && back <= reach && ahead >= -roomOf(before) * scale
-        && back >= -roomOf(after) * scale;
+    return ahead <= reach && back <= reach;
 }
 
 // Where two ends, drawn on, meet; half way between them where they hardly turn.

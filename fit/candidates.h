@@ -53,7 +53,8 @@ struct Table
 
 // The two kinds of one span. A line is not there where the walk turns back; an arc not where the
 // line is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither
-// is where its misfit and price exceed `most`; then its misfit may be left at infinity.
+// is where its misfit and price exceed `most`; then an arc's misfit may be left at infinity, where
+// that does not change whether the lesser one of both is above `hopeless`.
 struct SpanPair
 {
     bool hasLine;
@@ -63,8 +64,8 @@ struct SpanPair
     Span line; // void unless hasLine
     Span arc;
 };
-SpanPair spansOf(const Table &table, int first, int last, double most);
 const double kAnyCost = 1e300;
+SpanPair spansOf(const Table &table, int first, int last, double most, double hopeless = kAnyCost);
 
 SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);

@@ -3,9 +3,8 @@
 
 #include "fit/skyline.h"
 
-#include <Eigen/Core>
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace ztrace::fit {
@@ -43,6 +42,35 @@ double wrapped(double angle)
 {
     return angle - 2 * kPi * std::floor(angle / (2 * kPi) + 0.5);
 }
+
+// Factors of 1, u, v and z.
+typedef std::array<double, 4> Terms;
+
+double sumOf(const Terms &a, const Terms &b)
+{
+    return (a[0] * b[0] + a[1] * b[1]) + (a[2] * b[2] + a[3] * b[3]);
+}
+
+// Sums of the products of 1, u, v and z over points, by their weights; symmetric.
+struct Products
+{
+    std::array<Terms, 4> row;
+
+    // Of each of the four with the sum of all by their factors.
+    Terms with(const Terms &t) const
+    {
+        Terms sums;
+        for (std::size_t k = 0; k < 4; ++k)
+            sums[k] = row[0][k] * t[0] + row[1][k] * t[1] + row[2][k] * t[2] + row[3][k] * t[3];
+        return sums;
+    }
+};
+
+// Those of 1, u and v alone.
+struct LineProducts
+{
+    double w, u, uu, v, uv, vv;
+};
 
 // One piece between two vertices in the frame of its chord: u along, v outwards (towards positive
 // sagittas, the right-hand side where x turns into y to the left).
@@ -83,7 +111,7 @@ struct Frame
 
     // Sums of the products of 1, u, v and z = uu + vv, v from the sagitta's top on: all that the
     // distance to first order, v + curvature / 2 z, and its changes are made of.
-    Eigen::Matrix4d products(const Moments &moments) const
+    Products products(const Moments &moments) const
     {
         const Point top = middle + sagitta * outward;
         const Moments m = shifted(moments, top.x, top.y);
@@ -96,13 +124,31 @@ struct Frame
         const double uv = a.x * b.x * m.xx + (a.x * b.y + a.y * b.x) * m.xy + a.y * b.y * m.yy;
         const double uz = a.x * m.xz + a.y * m.yz;
         const double vz = b.x * m.xz + b.y * m.yz;
-        Eigen::Matrix4d sums;
-        sums << m.w, u, v, uu + vv, u, uu, uv, uz, v, uv, vv, vz, uu + vv, uz, vz, m.zz;
-        return sums;
+        return { { Terms { m.w, u, v, uu + vv }, Terms { u, uu, uv, uz }, Terms { v, uv, vv, vz },
+                   Terms { uu + vv, uz, vz, m.zz } } };
     }
-    Eigen::Vector4d distanceTerms() const { return { 0, 0, 1, 0.5 * curvature }; }
+    // The sums of the products that are left where the sagitta is zero.
+    LineProducts lineProducts(const Moments &m) const
+    {
+        const double dx = m.ox - middle.x;
+        const double dy = m.oy - middle.y;
+        const double x = m.x + dx * m.w;
+        const double y = m.y + dy * m.w;
+        const double xx = m.xx + 2 * dx * m.x + dx * dx * m.w;
+        const double xy = m.xy + dx * m.y + dy * m.x + dx * dy * m.w;
+        const double yy = m.yy + 2 * dy * m.y + dy * dy * m.w;
+        const Point a = along;
+        const Point b = outward;
+        return { m.w,
+                 a.x * x + a.y * y,
+                 a.x * a.x * xx + 2 * a.x * a.y * xy + a.y * a.y * yy,
+                 b.x * x + b.y * y,
+                 a.x * b.x * xx + (a.x * b.y + a.y * b.x) * xy + a.y * b.y * yy,
+                 b.x * b.x * xx + 2 * b.x * b.y * xy + b.y * b.y * yy };
+    }
+    Terms distanceTerms() const { return { 0, 0, 1, 0.5 * curvature }; }
     // Changes of the distance by x and y of the start, the sagitta, x and y of the end.
-    Eigen::Matrix<double, 5, 4> changeTerms(bool arc) const
+    std::array<Terms, 5> changeTerms(bool arc) const
     {
         const double slide = 0.5 * curvature;
         const double turn = (1 - curvature * sagitta) / length;
@@ -110,13 +156,11 @@ struct Frame
         const Point a = along;
         const Point b = outward;
         const double s = arc ? 1 : 0;
-        Eigen::Matrix<double, 5, 4> terms;
-        terms << -0.5 * b.x, -slide * a.x + turn * b.x, -slide * b.x, -widen * a.x, //
-            -0.5 * b.y, -slide * a.y + turn * b.y, -slide * b.y, -widen * a.y,      //
-            -s, 0, -s * curvature, s * 0.5 * bySagitta,                             //
-            -0.5 * b.x, -slide * a.x - turn * b.x, -slide * b.x, widen * a.x,       //
-            -0.5 * b.y, -slide * a.y - turn * b.y, -slide * b.y, widen * a.y;
-        return terms;
+        return { Terms { -0.5 * b.x, -slide * a.x + turn * b.x, -slide * b.x, -widen * a.x },
+                 Terms { -0.5 * b.y, -slide * a.y + turn * b.y, -slide * b.y, -widen * a.y },
+                 Terms { -s, 0, -s * curvature, s * 0.5 * bySagitta },
+                 Terms { -0.5 * b.x, -slide * a.x - turn * b.x, -slide * b.x, widen * a.x },
+                 Terms { -0.5 * b.y, -slide * a.y - turn * b.y, -slide * b.y, widen * a.y } };
     }
 
     // Half the sweep, and what it changes by per sagitta and per half chord.
@@ -386,17 +430,44 @@ private:
 
     void addPoints(int k, Skyline *matrix, std::vector<double> *right) const
     {
+        if (!primitive(k).arc && sagitta[index(k)] == 0) {
+            addPointsOfLine(k, matrix, right);
+            return;
+        }
         const Frame &f = frame(k);
-        const Eigen::Matrix4d sums = f.products(moments[index(k)]);
-        const Eigen::Matrix<double, 5, 4> change = f.changeTerms(primitive(k).arc);
-        const Eigen::Vector4d distance = sums * f.distanceTerms();
+        const Products sums = f.products(moments[index(k)]);
+        const std::array<Terms, 5> change = f.changeTerms(primitive(k).arc);
+        const Terms distance = sums.with(f.distanceTerms());
         int at[5];
         places(k, at);
-        for (int r = 0; r < 5; ++r) {
-            const Eigen::Vector4d weighted = sums * change.row(r).transpose();
-            (*right)[index(at[r])] -= change.row(r).dot(distance);
+        for (std::size_t r = 0; r < 5; ++r) {
+            const Terms weighted = sums.with(change[r]);
+            (*right)[index(at[r])] -= sumOf(change[r], distance);
+            for (std::size_t c = 0; c <= r; ++c)
+                addProduct(at[r], at[c], r != c, sumOf(change[c], weighted), matrix);
+        }
+    }
+
+    // The same without the terms that are zero: the distance is v, and changes by 1 and u only.
+    void addPointsOfLine(int k, Skyline *matrix, std::vector<double> *right) const
+    {
+        const Frame &f = frame(k);
+        const LineProducts sums = f.lineProducts(moments[index(k)]);
+        const double turn = 1 / f.length;
+        const double change[4][2] = { { -0.5 * f.outward.x, turn * f.outward.x },
+                                      { -0.5 * f.outward.y, turn * f.outward.y },
+                                      { -0.5 * f.outward.x, -turn * f.outward.x },
+                                      { -0.5 * f.outward.y, -turn * f.outward.y } };
+        const int a = unknown(k);
+        const int b = unknown(after(k));
+        const int at[4] = { a, a + 1, b, b + 1 };
+        for (int r = 0; r < 4; ++r) {
+            const double *own = change[r];
+            const double w = sums.w * own[0] + sums.u * own[1];
+            const double u = sums.u * own[0] + sums.uu * own[1];
+            (*right)[index(at[r])] -= own[0] * sums.v + own[1] * sums.uv;
             for (int c = 0; c <= r; ++c)
-                addProduct(at[r], at[c], r != c, change.row(c).dot(weighted), matrix);
+                addProduct(at[r], at[c], r != c, change[c][0] * w + change[c][1] * u, matrix);
         }
     }
 
@@ -513,8 +584,13 @@ private:
         if (span.first == span.last)
             return 0;
         const Frame &f = frame(k);
-        const Eigen::Vector4d terms = f.distanceTerms();
-        const double chi2 = terms.dot(f.products(moments[index(k)]) * terms);
+        double chi2 = 0;
+        if (sagitta[index(k)] == 0) {
+            chi2 = f.lineProducts(moments[index(k)]).vv;
+        } else {
+            const Terms terms = f.distanceTerms();
+            chi2 = sumOf(terms, f.products(moments[index(k)]).with(terms));
+        }
         return table.judgement.misfit(std::max(0.0, chi2), span.last - span.first);
     }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace ztrace::fit {
 
@@ -25,6 +26,13 @@ struct State
     int before;  // state, -1 at the start
     int next;    // state that ends at the same break, -1 at the end
     Span span;
+};
+
+// A state that may become part of the answer, with all that joints ask of it.
+struct Survivor
+{
+    double cost;
+    int state;
     SpanEnd end;
 };
 
@@ -38,7 +46,8 @@ public:
         head.assign(static_cast<std::size_t>(size + 1), -1);
         best.assign(static_cast<std::size_t>(size + 1), std::numeric_limits<double>::infinity());
         kept.assign(static_cast<std::size_t>(size + 2), 0);
-        states.reserve(static_cast<std::size_t>(8 * size));
+        states.reserve(static_cast<std::size_t>(4 * size));
+        survivors.reserve(static_cast<std::size_t>(4 * size));
         std::vector<int> ends;
         for (int first = 0; first < size; ++first) {
             keepStates(first);
@@ -68,16 +77,14 @@ private:
     void keepStates(int at)
     {
         const double limit = best[static_cast<std::size_t>(at)] + cornerCost();
+        order.clear();
         for (int s = head[static_cast<std::size_t>(at)]; s >= 0; s = state(s).next) {
-            if (state(s).cost <= limit) {
-                survivors.push_back(s);
-                State *survivor = &states[static_cast<std::size_t>(s)];
-                survivor->end = endOf(table.points, survivor->span);
-            }
+            if (state(s).cost <= limit)
+                order.push_back({ state(s).cost, s });
         }
-        std::sort(survivors.begin() + keptFrom(at), survivors.end(), [this](int a, int b) {
-            return state(a).cost < state(b).cost || (state(a).cost == state(b).cost && a < b);
-        });
+        std::sort(order.begin(), order.end());
+        for (const auto &[cost, s] : order)
+            survivors.push_back({ cost, s, endOf(table.points, state(s).span) });
         kept[static_cast<std::size_t>(at + 1)] = static_cast<int>(survivors.size());
     }
 
@@ -91,10 +98,10 @@ private:
             const double most
                 = std::min(best[static_cast<std::size_t>(last)] + cornerCost(), reach.limitAt(last))
                 - before;
-            const SpanPair pair = spansOf(table, first, last, most);
             const double hopeless = reach.mayCut() && last - first > 3
                 ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
                 : kAnyCost;
+            const SpanPair pair = spansOf(table, first, last, most, hopeless);
             if (pair.hasLine && pair.lineMisfit <= hopeless)
                 enter(pair.line);
             if (pair.hasArc && pair.arcMisfit <= hopeless)
@@ -136,7 +143,7 @@ private:
         if (cost > best[last] + cornerCost())
             return;
         best[last] = std::min(best[last], cost);
-        states.push_back({ cost, way.before, head[last], span, {} });
+        states.push_back({ cost, way.before, head[last], span });
         states.back().span.smooth = way.smooth;
         head[last] = static_cast<int>(states.size()) - 1;
     }
@@ -156,14 +163,18 @@ private:
         for (int k = 0; k <= table.judgement.mayLeaveOut && k <= span.first; ++k) {
             const int at = span.first - k;
             for (int s = keptFrom(at); s < keptFrom(at + 1); ++s) {
-                const int before = survivors[static_cast<std::size_t>(s)];
-                if (state(before).cost + leftOutCost(k) >= way.cost)
+                const Survivor &before = survivors[static_cast<std::size_t>(s)];
+                if (before.cost + leftOutCost(k) >= way.cost)
                     break;
+                // Two lines never go over into one another.
+                const bool lines = !span.primitive.arc && !before.end.arc;
+                if (lines && before.cost + cornerCost() >= way.cost)
+                    continue;
                 bool smooth = false;
-                const double joint = jointCost(table, state(before).end, start, k, &smooth);
-                if (state(before).cost + joint < way.cost
-                    && (k == 0 || mayLeaveOut(table.points, state(before).span, span)))
-                    way = { state(before).cost + joint, before, smooth };
+                const double joint = jointCost(table, before.end, start, k, &smooth);
+                if (before.cost + joint < way.cost
+                    && (k == 0 || mayLeaveOut(table.points, state(before.state).span, span)))
+                    way = { before.cost + joint, before.state, smooth };
             }
         }
         return way;
@@ -178,7 +189,7 @@ private:
             const int at = keptFrom(size - k);
             if (at == keptFrom(size - k + 1))
                 continue;
-            const int s = survivors[static_cast<std::size_t>(at)];
+            const int s = survivors[static_cast<std::size_t>(at)].state;
             const double cost = state(s).cost + leftOutCost(k);
             if (cost >= answer.cost)
                 continue;
@@ -205,10 +216,11 @@ private:
     const Reach &reach;
     const int size;
     std::vector<State> states;
-    std::vector<int> head;      // per break: the state that came last
-    std::vector<double> best;   // per break
-    std::vector<int> survivors; // states, break after break
-    std::vector<int> kept;      // per break: where its survivors begin
+    std::vector<int> head;                     // per break: the state that came last
+    std::vector<double> best;                  // per break
+    std::vector<Survivor> survivors;           // break after break, the cheapest first
+    std::vector<int> kept;                     // per break: where its survivors begin
+    std::vector<std::pair<double, int>> order; // cost and state
 };
 
 } // namespace

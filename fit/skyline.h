@@ -38,23 +38,20 @@ public:
     {
         const int n = static_cast<int>(first.size());
         double *x = b->data();
+        double *inverses = inverse.data();
         for (int r = 0; r < n; ++r) {
             double *own = row(r);
-            for (int c = start(r); c <= r; ++c) {
-                const double *other = row(c);
-                double sum = own[c];
-                for (int k = std::max(start(r), start(c)); k < c; ++k)
-                    sum -= own[k] * other[k];
-                if (c < r)
-                    own[c] = sum * inverse[static_cast<std::size_t>(c)];
-                else if (sum > 0)
-                    inverse[static_cast<std::size_t>(r)] = 1 / std::sqrt(sum);
-                else
-                    return false;
-            }
-            for (int k = start(r); k < r; ++k)
-                x[r] -= own[k] * x[k];
-            x[r] *= inverse[static_cast<std::size_t>(r)];
+            const int begin = start(r);
+            for (int c = begin; c < r; ++c)
+                own[c] = rest(own, c, begin) * inverses[c];
+            const double pivot = rest(own, r, begin);
+            if (!(pivot > 0))
+                return false;
+            inverses[r] = 1 / std::sqrt(pivot);
+            double sum = x[r];
+            for (int k = begin; k < r; ++k)
+                sum -= own[k] * x[k];
+            x[r] = sum * inverses[r];
         }
         for (int r = n - 1; r >= 0; --r) {
             const double *own = row(r);
@@ -66,6 +63,15 @@ public:
     }
 
 private:
+    // What is left of an element of a row that begins at `begin` without the factors before it.
+    double rest(const double *own, int c, int begin)
+    {
+        const double *other = row(c);
+        double sum = own[c];
+        for (int k = std::max(begin, start(c)); k < c; ++k)
+            sum -= own[k] * other[k];
+        return sum;
+    }
     int start(int r) const { return first[static_cast<std::size_t>(r)]; }
     double &at(int r, int c) { return row(r)[c]; }
     // So that row(r)[c] is the element; valid from start(r) to r.

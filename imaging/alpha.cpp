@@ -2,6 +2,7 @@
 #include "alpha.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -136,6 +137,30 @@ std::array<int, 256> settledLevels(const AlphaCounts &counts, int most)
     return settled;
 }
 
+// Alphas near an end go to it.
+void roundAlphas(QRgb *words, int width)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const __m128i mostlyOpaque = _mm_set1_epi32(255 - kNearly - 1);
+    const __m128i mostlyClear = _mm_set1_epi32(kNearly + 1);
+    const __m128i opaqueBits = _mm_set1_epi32(static_cast<int>(kOpaqueBits));
+    for (; x + 4 <= width; x += 4) {
+        const __m128i four = fourWords(words + x);
+        const __m128i alphas = _mm_srli_epi32(four, 24);
+        const __m128i isOpaque = _mm_cmpgt_epi32(alphas, mostlyOpaque);
+        const __m128i isClear = _mm_cmplt_epi32(alphas, mostlyClear);
+        const __m128i opaque = _mm_or_si128(four, _mm_and_si128(isOpaque, opaqueBits));
+        storeFour(words + x, _mm_andnot_si128(isClear, opaque));
+    }
+#endif
+    for (; x < width; ++x) {
+        const QRgb alpha = words[x] >> 24;
+        const QRgb opaque = alpha >= 255 - kNearly ? words[x] | kOpaqueBits : words[x];
+        words[x] = alpha <= kNearly ? 0u : opaque;
+    }
+}
+
 } // namespace
 
 bool isOpaque(const QImage &image)
@@ -151,14 +176,8 @@ void roundAlpha(QImage *image)
 {
     if (isOpaque(*image))
         return;
-    for (int y = 0; y < image->height(); ++y) {
-        QRgb *words = writableRow(image, y);
-        for (int x = 0; x < image->width(); ++x) {
-            const QRgb alpha = words[x] >> 24;
-            const QRgb opaque = alpha >= 255 - kNearly ? words[x] | kOpaqueBits : words[x];
-            words[x] = alpha <= kNearly ? 0u : opaque;
-        }
-    }
+    for (int y = 0; y < image->height(); ++y)
+        roundAlphas(writableRow(image, y), image->width());
 }
 
 void makeAlphaBinary(QImage *image)

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -27,13 +26,16 @@ inline const QRgb *row(const QImage &image, int y)
 inline int endOfRun(const QRgb *words, int x, int width)
 {
     const QRgb word = words[x];
-    const uint64_t two = uint64_t(word) << 32 | word;
-    uint64_t next = 0;
-    for (++x; x + 1 < width; x += 2) {
-        std::memcpy(&next, words + x, sizeof next);
-        if (next != two)
-            break;
+    ++x;
+#ifdef __SSE2__
+    const __m128i four = _mm_set1_epi32(int(word));
+    for (; x + 4 <= width; x += 4) {
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + x));
+        const unsigned equal = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi32(four, next)));
+        if (equal != 0xFFFFu)
+            return x + int(unsigned(__builtin_ctz(~equal)) / sizeof(QRgb));
     }
+#endif
     while (x < width && words[x] == word)
         ++x;
     return x;
@@ -59,10 +61,11 @@ inline int colourDistance(QRgb a, QRgb b)
     return qAlpha(a) == 0 || qAlpha(b) == 0 ? transparency : transparency + hueDistance(a, b);
 }
 
+const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
+
 // Whether two pixels side by side are on two sides of an edge.
 inline bool differsClearly(QRgb a, QRgb b)
 {
-    const int kClearly = 24; // colourDistance; shading from pixel to pixel stays below
     return colourDistance(a, b) > kClearly;
 }
 

@@ -1,11 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// One pass over rows. The flags of a row are found in plain loops over neighbouring words, which
-// compilers turn into vector code; what needs a table is left to the few pixels that need it: flat
-// ones come in runs of one colour, and distinct colours are counted only until there are too many.
+// One pass over rows, four pixels at a time where the machine can; uniform ones cost least. What
+// needs a table is left to the few pixels that need it: flat ones come in runs of one colour, and
+// distinct colours are counted only until there are too many.
 #include "colourfeatures.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -139,126 +140,180 @@ private:
     QRgb last = 0;
 };
 
-// The flags of a row's pixels, 0 or 1 each.
-struct Flags
-{
-    explicit Flags(int width)
-        : above(static_cast<std::size_t>(width)), below(above), right(above), flat(above)
-    { }
-
-    std::vector<std::uint32_t> above; // differs clearly from the pixel above
-    std::vector<std::uint32_t> below;
-    std::vector<std::uint32_t> right;
-    std::vector<std::uint32_t> flat;
-};
-
-inline std::uint32_t isClear(QRgb word)
-{
-    return word >> 24 == 0 ? 1u : 0u;
-}
-
-inline std::uint32_t isColoured(QRgb word)
+bool isColoured(QRgb word)
 {
     const int most = std::max(qRed(word), std::max(qGreen(word), qBlue(word)));
     const int least = std::min(qRed(word), std::min(qGreen(word), qBlue(word)));
-    return most - least > kGreyChannels ? 1u : 0u;
+    return most - least > kGreyChannels;
 }
 
-void compareRight(const QRgb *words, int width, std::uint32_t *right)
+// Counts the pixels of one row after the other.
+class RowCounter
 {
-    for (int x = 0; x + 1 < width; ++x)
-        right[x] = differsClearly(words[x], words[x + 1]) ? 1u : 0u;
-    right[width - 1] = 0u;
-}
+public:
+    explicit RowCounter(int rowWidth)
+        : width(rowWidth), above(static_cast<std::size_t>(rowWidth) + kAtOnce, 0u), below(above)
+    { }
 
-void compareBelow(const QRgb *words, const QRgb *below, int width, std::uint32_t *differs)
-{
-    for (int x = 0; x < width; ++x)
-        differs[x] = differsClearly(words[x], below[x]) ? 1u : 0u;
-}
-
-// At the right rim the pixel itself stands for its neighbour.
-void findFlat(const QRgb *words, const QRgb *below, int width, std::uint32_t *flat)
-{
-    for (int x = 0; x + 1 < width; ++x) {
-        const QRgb different
-            = (words[x] ^ words[x + 1]) | (words[x] ^ below[x]) | (words[x] ^ below[x + 1]);
-        flat[x] = different == 0 && words[x] >> 24 != 0 ? 1u : 0u;
+    // The next row and the one below it; the last row is its own row below.
+    void addRow(const QRgb *words, const QRgb *wordsBelow)
+    {
+        distinctWords.addRow(words, width);
+        left = 0;
+        int x = 0;
+#ifdef __SSE2__
+        // With the pixel to the right of them.
+        for (; x + kAtOnce < width; x += kAtOnce)
+            addFour(words, wordsBelow, x);
+#endif
+        for (; x < width; ++x)
+            addPixel(words, wordsBelow, x);
+        countRun();
+        above.swap(below);
     }
-    const QRgb last = words[width - 1];
-    flat[width - 1] = last == below[width - 1] && last >> 24 != 0 ? 1u : 0u;
-}
 
-// Adds up what the flags of a row say. A row has fewer than 2^31 pixels.
-void addRow(const QRgb *words, const Flags &flags, int width, ColourFeatures *features)
-{
-    std::uint32_t clear = 0;
-    std::uint32_t coloured = 0;
-    std::uint32_t flat = 0;
-    std::uint32_t edges = 0;
-    const auto addPixel = [&](int x, std::uint32_t left) {
-        const std::size_t i = static_cast<std::size_t>(x);
-        const std::uint32_t visible = 1u - isClear(words[i]);
-        const std::uint32_t edge = left | flags.right[i] | flags.above[i] | flags.below[i];
-        clear += 1u - visible;
-        coloured += visible & isColoured(words[i]);
-        flat += flags.flat[i];
-        edges += visible & edge & (1u - flags.flat[i]);
-    };
-    addPixel(0, 0u);
-    for (int x = 1; x < width; ++x)
-        addPixel(x, flags.right[static_cast<std::size_t>(x - 1)]);
-    features->clear += clear;
-    features->visible += static_cast<std::uint32_t>(width) - clear;
-    features->coloured += coloured;
-    features->flat += flat;
-    features->edges += edges;
-}
+    ColourFeatures take()
+    {
+        features.colours = distinctWords.count;
+        features.mainColours = flatColours.countCommonest(kMainColours);
+        return features;
+    }
 
-// Adds the flat pixels of a row, run by run.
-void addFlat(const QRgb *words, const std::vector<std::uint32_t> &flat, ColourTable *table)
-{
-    for (std::size_t x = 0; x < flat.size();) {
-        if (!flat[x]) {
-            ++x;
-            continue;
+private:
+    static const int kAtOnce = 4;
+
+    // At the right rim the pixel itself stands for its neighbour.
+    void addPixel(const QRgb *words, const QRgb *wordsBelow, int x)
+    {
+        const QRgb word = words[x];
+        const int next = std::min(x + 1, width - 1);
+        const std::size_t place = static_cast<std::size_t>(x);
+        const bool differsRight = differsClearly(word, words[next]);
+        const bool differsBelow = differsClearly(word, wordsBelow[x]);
+        const bool isVisible = word >> 24 != 0;
+        const bool isFlat
+            = isVisible && word == words[next] && word == wordsBelow[x] && word == wordsBelow[next];
+        const bool isOnEdge = differsRight || differsBelow || left != 0 || above[place] != 0;
+        features.clear += !isVisible;
+        features.visible += isVisible;
+        features.coloured += isVisible && isColoured(word);
+        features.flat += isFlat;
+        features.edges += isVisible && isOnEdge && !isFlat;
+        if (isFlat)
+            addToRun(word, 1);
+        below[place] = differsBelow ? kAll : 0u;
+        left = differsRight ? kAll : 0u;
+    }
+
+#ifdef __SSE2__
+    void addFour(const QRgb *words, const QRgb *wordsBelow, int x)
+    {
+        const __m128i four = fourWords(words + x);
+        const __m128i right = fourWords(words + x + 1);
+        const __m128i under = fourWords(wordsBelow + x);
+        const __m128i equal
+            = _mm_and_si128(_mm_cmpeq_epi32(four, right), _mm_cmpeq_epi32(four, under));
+        const __m128i equalAll
+            = _mm_and_si128(equal, _mm_cmpeq_epi32(four, fourWords(wordsBelow + x + 1)));
+        std::uint32_t *const belowFour = below.data() + x;
+        if (_mm_movemask_epi8(equalAll) == 0xFFFF) {
+            addUniform(words[x]);
+            storeFour(belowFour, _mm_setzero_si128());
+            left = 0;
+            return;
         }
-        const std::size_t first = x;
-        while (x < flat.size() && flat[x] && words[x] == words[first])
-            ++x;
-        table->add(words[first], static_cast<int>(x - first));
+        const __m128i clearly = _mm_set1_epi32(kClearly);
+        const __m128i differsRight = _mm_cmpgt_epi32(colourDistances(four, right), clearly);
+        const __m128i differsBelow = _mm_cmpgt_epi32(colourDistances(four, under), clearly);
+        const __m128i differsLeft = _mm_or_si128(_mm_slli_si128(differsRight, 4),
+                                                 _mm_cvtsi32_si128(static_cast<int>(left)));
+        const __m128i edge = _mm_or_si128(_mm_or_si128(differsRight, differsBelow),
+                                          _mm_or_si128(differsLeft, fourWords(above.data() + x)));
+        const __m128i clear = areClear(four);
+        const __m128i coloured = _mm_cmpgt_epi32(chromas(four), _mm_set1_epi32(kGreyChannels));
+        const __m128i flat = _mm_andnot_si128(clear, equalAll);
+        const auto count = [](__m128i mask) {
+            return countOfBits[static_cast<std::size_t>(_mm_movemask_ps(_mm_castsi128_ps(mask)))];
+        };
+        const int clearPixels = count(clear);
+        features.clear += clearPixels;
+        features.visible += kAtOnce - clearPixels;
+        features.coloured += count(_mm_andnot_si128(clear, coloured));
+        features.edges += count(_mm_andnot_si128(_mm_or_si128(clear, flat), edge));
+        const int flatBits = _mm_movemask_ps(_mm_castsi128_ps(flat));
+        for (int i = 0; flatBits >> i != 0; ++i) {
+            if ((flatBits >> i & 1) == 0)
+                continue;
+            ++features.flat;
+            addToRun(words[x + i], 1);
+        }
+        storeFour(belowFour, differsBelow);
+        left = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(differsRight, 12)));
     }
-}
+
+    // Four pixels that are equal to their neighbours to the right and below.
+    void addUniform(QRgb word)
+    {
+        if (word >> 24 == 0) {
+            features.clear += kAtOnce;
+            return;
+        }
+        features.visible += kAtOnce;
+        features.flat += kAtOnce;
+        features.coloured += isColoured(word) ? kAtOnce : 0;
+        addToRun(word, kAtOnce);
+    }
+#endif
+
+    void addToRun(QRgb word, int pixels)
+    {
+        if (word != runWord) {
+            countRun();
+            runWord = word;
+        }
+        runPixels += pixels;
+    }
+
+    void countRun()
+    {
+        if (runPixels > 0)
+            flatColours.add(runWord, runPixels);
+        runPixels = 0;
+    }
+
+    static const std::uint32_t kAll = 0xFFFFFFFFu;
+    static constexpr std::array<std::int8_t, 16> countOfBits
+        = { { 0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4 } };
+
+    const int width;
+    std::vector<std::uint32_t> above; // kAll where a pixel differs clearly from the one above
+    std::vector<std::uint32_t> below;
+    std::uint32_t left = 0;
+    QRgb runWord = 0; // of the flat pixels that are not counted yet
+    int runPixels = 0;
+    ColourFeatures features;
+    ColourTable flatColours;
+    DistinctWords distinctWords;
+};
 
 } // namespace
 
 ColourFeatures colourFeaturesOf(const QImage &image)
 {
-    ColourFeatures features;
     Rows rows(image);
     const int width = rows.width();
     const int height = rows.height();
     if (width == 0 || height == 0)
-        return features;
-    Flags flags(width);
-    ColourTable flatColours;
-    DistinctWords distinct;
+        return ColourFeatures();
+    RowCounter counter(width);
     const QRgb *words = rows.at(0);
     for (int y = 0; y < height; ++y) {
         // At the lower rim the row itself stands for the one below.
         const QRgb *below = y + 1 < height ? rows.at(y + 1) : words;
-        compareRight(words, width, flags.right.data());
-        compareBelow(words, below, width, flags.below.data());
-        findFlat(words, below, width, flags.flat.data());
-        distinct.addRow(words, width);
-        addRow(words, flags, width, &features);
-        addFlat(words, flags.flat, &flatColours);
-        flags.above.swap(flags.below);
+        counter.addRow(words, below);
         words = below;
     }
-    features.colours = distinct.count;
-    features.mainColours = flatColours.countCommonest(kMainColours);
-    return features;
+    return counter.take();
 }
 
 } // namespace ztrace

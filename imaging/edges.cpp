@@ -3,10 +3,10 @@
 
 #include "borders.h"
 #include "colour.h"
+#include "fourcolours.h"
 #include "ridges.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace ztrace {
 
@@ -27,20 +27,23 @@ std::size_t countVisible(const QRgb *words, int count)
     return visible;
 }
 
-// Pixels of a row that are followed by equal ones, to the right and, where there is a row below, in
-// it. Two words at a time.
+// Where the pixels of a row end that are followed by equal ones, to the right and, where there is a
+// row below, in it; or shortly before that.
 int skipEqual(const QRgb *words, const QRgb *below, int x, int end)
 {
-    for (; x + 1 < end; x += 2) {
-        uint64_t here = 0;
-        uint64_t right = 0;
-        uint64_t under = 0;
-        std::memcpy(&here, words + x, sizeof here);
-        std::memcpy(&right, words + x + 1, sizeof right);
-        std::memcpy(&under, below + x, sizeof under);
-        if (((here ^ right) | (here ^ under)) != 0)
-            break;
+#ifdef __SSE2__
+    for (; x + 3 < end; x += 4) {
+        const __m128i four = fourWords(words + x);
+        const __m128i equal = _mm_and_si128(_mm_cmpeq_epi32(four, fourWords(words + x + 1)),
+                                            _mm_cmpeq_epi32(four, fourWords(below + x)));
+        const unsigned bits = unsigned(_mm_movemask_epi8(equal));
+        if (bits != 0xFFFFu)
+            return x + int(unsigned(__builtin_ctz(~bits)) / sizeof(QRgb));
     }
+#else
+    while (x < end && words[x] == words[x + 1] && words[x] == below[x])
+        ++x;
+#endif
     return x;
 }
 

@@ -10,6 +10,7 @@
 #include "palette.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 #include "edges.h"
 #include "nearestcolour.h"
 #include "oklab.h"
@@ -18,6 +19,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace ztrace {
@@ -63,6 +65,26 @@ QRgb meanOf(const double *sums, double pixels)
     return qRgba(mean(0), mean(1), mean(2), mean(3));
 }
 
+// Where the 2 x 2 blocks end that are of the colour at x and have no marks in their upper row, as
+// far as fours of them tell. The row is of that colour up to `end` and there, too.
+int skipPlainBlocks(const QRgb *words, const QRgb *below, const uint8_t *marks, int x, int end)
+{
+#ifdef __SSE2__
+    const __m128i four = _mm_set1_epi32(static_cast<int>(words[x]));
+    for (; x + 4 <= end; x += 4) {
+        const __m128i equal = _mm_and_si128(_mm_cmpeq_epi32(four, fourWords(below + x)),
+                                            _mm_cmpeq_epi32(four, fourWords(below + x + 1)));
+        uint32_t ofFour = 0;
+        std::memcpy(&ofFour, marks + x, sizeof ofFour);
+        if (ofFour != 0 || _mm_movemask_epi8(equal) != 0xFFFF)
+            break;
+    }
+#else
+    (void)words, (void)below, (void)marks, (void)end;
+#endif
+    return x;
+}
+
 // How often a colour fills a 2 x 2 block.
 // Thin strokes do not count, unless they are straight.
 WordTable countBlocks(const QImage &image, const EdgeMap &edges)
@@ -79,11 +101,16 @@ WordTable countBlocks(const QImage &image, const EdgeMap &edges)
             const QRgb word = words[x];
             end = endOfRun(words, x, width);
             uint32_t count = 0;
-            for (; x + 1 < end; ++x)
-                count += below[x] == word && below[x + 1] == word
-                    && (marks[x] & marks[x + 1] & marksBelow[x] & marksBelow[x + 1]
-                        & EdgeMap::kDrawn)
-                        == 0;
+            while (x + 1 < end) {
+                const int before = x;
+                x = skipPlainBlocks(words, below, marks, x, end - 1);
+                count += static_cast<uint32_t>(x - before);
+                for (int next = std::min(x + 4, end - 1); x < next; ++x)
+                    count += below[x] == word && below[x + 1] == word
+                        && (marks[x] & marks[x + 1] & marksBelow[x] & marksBelow[x + 1]
+                            & EdgeMap::kDrawn)
+                            == 0;
+            }
             if (count > 0)
                 blocks.set(word, blocks.of(word) + count);
         }

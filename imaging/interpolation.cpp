@@ -79,38 +79,102 @@ struct SubpixelColours::Separable
     }
 };
 
-// The same for windows of opaque pixels and a factor of 2 at most: there the sums would be
-// multiplied and divided by an alpha of 255, exactly, which is left out, and with weights that are
-// multiples of 2^-7 the sums of single bytes need 23 of the 24 bits of a float.
+// The same for a factor of 2 at most, down the columns first, which neighbouring pixels share.
+//
+// Where all pixels of a window are opaque the sums would be multiplied and divided by an alpha of
+// 255, exactly, which is left out, and with weights that are multiples of 2^-7 the sums of single
+// bytes need 23 of the 24 bits of a float.
 #ifdef __SSE2__
-struct SubpixelColours::OpaqueHalves
+struct SubpixelColours::Halves
 {
-    __m128 window[kWindow][kWindow]; // a word's bytes, in the order in which it holds them
+    SubpixelColours &of;
 
-    explicit OpaqueHalves(const Window &words)
+    // Red and green, blue and alpha.
+    struct Weighted
+    {
+        __m128d first;
+        __m128d second;
+    };
+
+    static __m128 load(const std::array<float, 4> &from) { return _mm_loadu_ps(from.data()); }
+
+    static __m128i intsOf(QRgb word)
     {
         const __m128i none = _mm_setzero_si128();
-        const auto channels
-            = [none](__m128i halves) { return _mm_cvtepi32_ps(_mm_unpacklo_epi16(halves, none)); };
-        for (std::size_t v = 0; v < kWindow; ++v) {
-            const __m128i four
-                = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words[v].data()));
-            const __m128i low = _mm_unpacklo_epi8(four, none);
-            const __m128i high = _mm_unpackhi_epi8(four, none);
-            const __m128i fifth = _mm_cvtsi32_si128(static_cast<int>(words[v][4]));
-            window[v][0] = channels(low);
-            window[v][1] = _mm_cvtepi32_ps(_mm_unpackhi_epi16(low, none));
-            window[v][2] = channels(high);
-            window[v][3] = _mm_cvtepi32_ps(_mm_unpackhi_epi16(high, none));
-            window[v][4] = channels(_mm_unpacklo_epi8(fifth, none));
+        const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(word));
+        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, none), none);
+    }
+
+    static Weighted weightedOf(QRgb word)
+    {
+        const int alpha = qAlpha(word);
+        return { _mm_set_pd(double(qGreen(word) * alpha), double(qRed(word) * alpha)),
+                 _mm_set_pd(double(alpha), double(qBlue(word) * alpha)) };
+    }
+
+    void sumPlain(const std::array<QRgb, kWindow> &words, Column *column) const
+    {
+        __m128 values[kWindow];
+        for (std::size_t v = 0; v < kWindow; ++v)
+            values[v] = _mm_cvtepi32_ps(intsOf(words[v]));
+        for (std::size_t j = 0; j < of.parts.size(); ++j) {
+            const Part &part = of.parts[j];
+            const __m128 *from = values + part.first;
+            const auto tap = [&](std::size_t i) { return _mm_mul_ps(load(part.wide[i]), from[i]); };
+            _mm_storeu_ps(column->plain[j].data(),
+                          _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3))));
         }
     }
 
-    static __m128 sum(const __m128 *from, const Part &part)
+    void sumWeighted(const std::array<QRgb, kWindow> &words, Column *column) const
     {
-        const auto tap
-            = [&](std::size_t i) { return _mm_mul_ps(_mm_loadu_ps(part.wide[i].data()), from[i]); };
-        return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
+        Weighted values[kWindow];
+        for (std::size_t v = 0; v < kWindow; ++v)
+            values[v] = weightedOf(words[v]);
+        for (std::size_t j = 0; j < of.parts.size(); ++j) {
+            const Part &part = of.parts[j];
+            __m128d first = _mm_setzero_pd();
+            __m128d second = _mm_setzero_pd();
+            for (std::size_t i = 0; i < kTaps; ++i) {
+                const __m128d weight = _mm_set1_pd(part.weights[i]);
+                first = _mm_add_pd(first, _mm_mul_pd(weight, values[part.first + i].first));
+                second = _mm_add_pd(second, _mm_mul_pd(weight, values[part.first + i].second));
+            }
+            _mm_storeu_pd(column->weighted[j].data(), first);
+            _mm_storeu_pd(column->weighted[j].data() + 2, second);
+        }
+    }
+
+    std::array<QRgb, kWindow> wordsOf(int x) const
+    {
+        std::array<QRgb, kWindow> words;
+        for (std::size_t v = 0; v < kWindow; ++v)
+            words[v] = of.lines[v][x];
+        return words;
+    }
+
+    Column *columnAt(int x, int y) const
+    {
+        x = std::max(0, std::min(of.width - 1, x));
+        Column *column = &of.columns[static_cast<std::size_t>(x) % of.columns.size()];
+        const uint64_t place = static_cast<uint64_t>(y) << 32 | static_cast<uint32_t>(x);
+        if (column->place == place)
+            return column;
+        column->place = place;
+        column->isWeighted = false;
+        const std::array<QRgb, kWindow> words = wordsOf(x);
+        column->isOpaque = qAlpha(words[0] & words[1] & words[2] & words[3] & words[4]) == 255;
+        if (column->isOpaque)
+            sumPlain(words, column);
+        return column;
+    }
+
+    void weigh(Column *column) const
+    {
+        if (column->isWeighted)
+            return;
+        sumWeighted(wordsOf(static_cast<int>(column->place & 0xFFFFFFFFu)), column);
+        column->isWeighted = true;
     }
 
     static QRgb inRange(__m128 channels)
@@ -123,14 +187,49 @@ struct SubpixelColours::OpaqueHalves
         return static_cast<QRgb>(_mm_cvtsi128_si32(_mm_packus_epi16(halves, halves)));
     }
 
-    void run(const std::vector<Part> &parts, QRgb *target) const
+    QRgb plain(Column *const *window, const Part &across, std::size_t down) const
     {
-        for (std::size_t i = 0; i < parts.size(); ++i) {
-            __m128 column[kWindow];
-            for (std::size_t v = 0; v < kWindow; ++v)
-                column[v] = sum(&window[v][parts[i].first], parts[i]);
-            for (std::size_t j = 0; j < parts.size(); ++j)
-                target[j * parts.size() + i] = inRange(sum(&column[parts[j].first], parts[j]));
+        Column *const *from = window + across.first;
+        const auto tap = [&](std::size_t i) {
+            return _mm_mul_ps(load(across.wide[i]), load(from[i]->plain[down]));
+        };
+        return inRange(_mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3))));
+    }
+
+    QRgb weighted(Column *const *window, const Part &across, std::size_t down) const
+    {
+        __m128d first = _mm_setzero_pd();
+        __m128d second = _mm_setzero_pd();
+        for (std::size_t i = 0; i < kTaps; ++i) {
+            const double *from = window[across.first + i]->weighted[down].data();
+            const __m128d weight = _mm_set1_pd(across.weights[i]);
+            first = _mm_add_pd(first, _mm_mul_pd(weight, _mm_loadu_pd(from)));
+            second = _mm_add_pd(second, _mm_mul_pd(weight, _mm_loadu_pd(from + 2)));
+        }
+        const auto upper = [](__m128d pair) { return _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)); };
+        return unweighted(_mm_cvtsd_f64(first), upper(first), _mm_cvtsd_f64(second), upper(second));
+    }
+
+    void run(int x, int y) const
+    {
+        if (y != of.lineOfLast) {
+            of.lineOfLast = y;
+            for (int v = 0; v < kWindow; ++v)
+                of.lines[static_cast<std::size_t>(v)]
+                    = of.first + std::max(0, std::min(of.height - 1, y + v - kHalf)) * of.stride;
+        }
+        Column *window[kWindow];
+        bool isOpaque = true;
+        for (int u = 0; u < kWindow; ++u) {
+            window[u] = columnAt(x + u - kHalf, y);
+            isOpaque = isOpaque && window[u]->isOpaque;
+        }
+        for (int u = 0; u < kWindow && !isOpaque; ++u)
+            weigh(window[u]);
+        QRgb *target = of.colours.data();
+        for (std::size_t j = 0; j < of.parts.size(); ++j) {
+            for (const Part &across : of.parts)
+                *target++ = isOpaque ? plain(window, across, j) : weighted(window, across, j);
         }
     }
 };
@@ -156,7 +255,6 @@ SubpixelColours::SubpixelColours(const QImage &image, int partsOfSide)
 
 SubpixelColours::Window SubpixelColours::windowAt(int x, int y) const
 {
-    const int kHalf = kWindow / 2;
     const bool within = x >= kHalf && x + kHalf < width;
     Window window;
     for (int v = 0; v < kWindow; ++v) {
@@ -195,26 +293,21 @@ QRgb SubpixelColours::inOrder(const Window &window, const Part &across, const Pa
 
 const QRgb *SubpixelColours::at(int x, int y)
 {
-    const Window window = windowAt(x, y);
-    if (!exact) {
-        for (std::size_t j = 0; j < factor; ++j) {
-            for (std::size_t i = 0; i < factor; ++i)
-                colours[j * factor + i] = inOrder(window, parts[i], parts[j]);
-        }
-        return colours.data();
-    }
 #ifdef __SSE2__
-    QRgb common = 0xFFFFFFFFu;
-    for (const auto &line : window) {
-        for (QRgb word : line)
-            common &= word;
-    }
-    if (factor <= 2 && qAlpha(common) == 255) {
-        OpaqueHalves(window).run(parts, colours.data());
+    if (exact && factor <= kMostKept) {
+        Halves { *this }.run(x, y);
         return colours.data();
     }
 #endif
-    Separable(window).run(parts, colours.data());
+    const Window window = windowAt(x, y);
+    if (exact) {
+        Separable(window).run(parts, colours.data());
+        return colours.data();
+    }
+    for (std::size_t j = 0; j < factor; ++j) {
+        for (std::size_t i = 0; i < factor; ++i)
+            colours[j * factor + i] = inOrder(window, parts[i], parts[j]);
+    }
     return colours.data();
 }
 

@@ -8,6 +8,8 @@
 #include <QRgb>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace ztrace {
@@ -31,6 +33,7 @@ public:
 private:
     static const int kTaps = 4;
     static const int kWindow = 5; // pixels along either axis that the parts of a pixel see
+    static const int kHalf = kWindow / 2;
 
     // For one part along one axis: the place of the first of its four pixels in the window, and
     // their weights, which add up to 1.
@@ -42,8 +45,20 @@ private:
     };
     typedef std::array<std::array<QRgb, kWindow>, kWindow> Window;
 
+    // The sums down one column of a window, for every part of a pixel along that axis. Kept from
+    // pixel to pixel: neighbours have four of five columns in common.
+    static const std::size_t kMostKept = 2; // parts of a pixel
+    struct Column
+    {
+        uint64_t place = ~uint64_t(0); // its middle: row and column
+        bool isOpaque = false;
+        bool isWeighted = false;                               // whether `weighted` is there
+        std::array<std::array<float, 4>, kMostKept> plain;     // a word's bytes, where opaque
+        std::array<std::array<double, 4>, kMostKept> weighted; // the same with alpha, and alpha
+    };
+
     struct Separable;
-    struct OpaqueHalves;
+    struct Halves;
 
     Window windowAt(int x, int y) const;
     QRgb inOrder(const Window &window, const Part &across, const Part &down) const;
@@ -56,6 +71,9 @@ private:
     const bool exact; // every sum is free of rounding, so that its order does not matter
     std::vector<Part> parts;
     std::vector<QRgb> colours;
+    std::array<Column, 8> columns;                // by the lower bits of their places in the row
+    std::array<const QRgb *, kWindow> lines = {}; // of the row `lineOfLast`
+    int lineOfLast = -1;
 };
 
 } // namespace ztrace

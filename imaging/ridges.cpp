@@ -33,6 +33,16 @@ bool differs(QRgb a, QRgb b)
     return isRootAbove(square(difference(visible(a), visible(b))), kClearly);
 }
 
+// Whether two differences stay apart by more than the angle of kAligned, 60 degrees, however far
+// their slopes are followed. Every step turns a difference by less than 26 degrees (kSameSlope), so
+// that two of both sides take off 103.4 and need 163.4 at most, whose cosine is above this.
+bool isOpposite(const VisibleColour &a, const VisibleColour &b)
+{
+    const double kOpposite = 0.97;
+    const double along = product(a, b);
+    return along < 0.0 && along * along > kOpposite * kOpposite * square(a) * square(b);
+}
+
 } // namespace
 
 // The pixels in line with one, `step` words apart, and how many of them there are on either side.
@@ -66,11 +76,14 @@ struct RidgeFinder::Side
         return false;
     }
 
-    void followSlope()
+    void look(const VisibleColour &own)
     {
-        const VisibleColour own = visible(*middle);
         word = middle[steps * step];
         away = difference(own, visible(word));
+    }
+
+    void followSlope(const VisibleColour &own)
+    {
         for (int i = steps + 1; i <= std::min(steps + kSlope, count); ++i) {
             const QRgb next = middle[i * step];
             if (next == word)
@@ -99,8 +112,13 @@ Ridge RidgeFinder::across(const Line &line) const
     // No more than kReach + 1 steps to both sides together.
     if (!one.find(kReach) || !other.find(std::min(kReach, kReach + 1 - one.steps)))
         return ridge;
-    one.followSlope();
-    other.followSlope();
+    const VisibleColour own = visible(*line.middle);
+    one.look(own);
+    other.look(own);
+    if (isOpposite(one.away, other.away))
+        return ridge;
+    one.followSlope(own);
+    other.followSlope(own);
     ridge.found = isAligned(one.away, other.away, kAligned);
     ridge.beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
     return ridge;

@@ -3,6 +3,7 @@
 
 #include "borders.h"
 #include "colour.h"
+#include "fourcolours.h"
 #include "interpolation.h"
 #include "segment.h"
 
@@ -27,19 +28,22 @@ const int kDiluted = 96;       // colourDistance; a label whose colour is farthe
 class Choice
 {
 public:
+    explicit Choice(const LabelPlane &of) : plane(of) { }
+
     // Row y of the labels, and rows y - 1 to y + 1 of the words, as far as there are any.
-    Choice(const LabelPlane &plane, const uint16_t *labels,
-           const std::array<const QRgb *, 3> &words, int x)
+    void look(const uint16_t *labels, const std::array<const QRgb *, 3> &words, int x)
     {
-        add(labels[x], words[1][x], plane);
+        count = 0;
+        add(labels[x], words[1][x]);
         const int left = std::max(0, x - 1);
         const int right = std::min(plane.width - 1, x + 1);
         for (int v = 0; v < 3; ++v) {
-            if (!words[static_cast<std::size_t>(v)])
+            const QRgb *row = words[static_cast<std::size_t>(v)];
+            if (!row)
                 continue;
             const uint16_t *line = labels + std::ptrdiff_t(v - 1) * plane.width;
             for (int u = left; u <= right; ++u)
-                add(line[u], words[static_cast<std::size_t>(v)][u], plane);
+                add(line[u], row[u]);
         }
         for (std::size_t i = 0; i < count; ++i) {
             if (entries[i].distance <= kDiluted)
@@ -64,6 +68,35 @@ public:
         return entries[best].label;
     }
 
+    // The same for four words.
+    std::array<uint16_t, 4> nearestOfFour(const QRgb *words) const
+    {
+        std::array<uint16_t, 4> labels;
+#ifdef __SSE2__
+        const __m128i four = fourWords(words);
+        const auto distancesTo = [&](std::size_t i) {
+            return colourDistances(four, _mm_set1_epi32(static_cast<int>(entries[i].colour)));
+        };
+        __m128i least = distancesTo(0);
+        __m128i best = _mm_set1_epi32(entries[0].label);
+        for (std::size_t i = 1; i < count; ++i) {
+            const __m128i distances = distancesTo(i);
+            const __m128i isNearer = _mm_cmplt_epi32(distances, least);
+            const __m128i label = _mm_set1_epi32(entries[i].label);
+            least = _mm_min_epi16(least, distances); // at most 1785
+            best = _mm_or_si128(_mm_and_si128(isNearer, label), _mm_andnot_si128(isNearer, best));
+        }
+        std::array<uint32_t, 4> found;
+        storeFour(found.data(), best);
+        for (std::size_t k = 0; k < 4; ++k)
+            labels[k] = static_cast<uint16_t>(found[k]);
+#else
+        for (std::size_t k = 0; k < 4; ++k)
+            labels[k] = nearest(words[k]);
+#endif
+        return labels;
+    }
+
 private:
     struct Entry
     {
@@ -72,7 +105,7 @@ private:
         QRgb colour;
     };
 
-    void add(uint16_t label, QRgb word, const LabelPlane &plane)
+    void add(uint16_t label, QRgb word)
     {
         std::size_t place = 0;
         while (place < count && label != entries[place].label)
@@ -88,7 +121,8 @@ private:
         entries[place] = { label, distance, word };
     }
 
-    std::array<Entry, 9> entries = {}; // compilers do not see that only the first `count` are read
+    const LabelPlane &plane;
+    std::array<Entry, 9> entries = {};
     std::size_t count = 0;
 };
 
@@ -106,43 +140,22 @@ void widen(const uint16_t *labels, int width, std::size_t factor, uint16_t *targ
         std::fill_n(target, factor, labels[x]);
 }
 
-// Pixels amid their own label keep it in all parts; `choose` gives the labels of the others' parts.
-template<typename Choose>
-LabelPlane refine(const QImage &image, const LabelPlane &plane, int factor, const Choose &choose)
+// The labels of a pixel's parts, `stride` entries from row to row.
+void choose(const Choice &choice, const QRgb *part, std::size_t factor, std::size_t stride,
+            uint16_t *corner)
 {
-    LabelPlane fine;
-    fine.width = plane.width * factor;
-    fine.height = plane.height * factor;
-    fine.colours = plane.colours;
-    const std::size_t parts = static_cast<std::size_t>(factor);
-    const std::size_t stride = static_cast<std::size_t>(fine.width);
-    fine.labels.reserve(stride * static_cast<std::size_t>(fine.height));
-    std::vector<uint16_t> rows(stride * parts); // of one row of pixels
-    SubpixelColours colours(image, factor);
-    BorderRows borders(plane);
-    for (int y = 0; y < plane.height; ++y) {
-        const uint16_t *labels
-            = plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts);
-        widen(labels, plane.width, parts, rows.data());
-        for (std::size_t j = 1; j < parts; ++j)
-            std::copy_n(rows.begin(), stride, rows.data() + j * stride);
-        const uint8_t *border = borders.next();
-        const std::array<const QRgb *, 3> words
-            = { { y > 0 ? row(image, y - 1) : nullptr, row(image, y),
-                  y + 1 < plane.height ? row(image, y + 1) : nullptr } };
-        for (int x = nextSet(border, 0, plane.width); x < plane.width;
-             x = nextSet(border, x + 1, plane.width)) {
-            const auto labelOf = choose(labels, words, x);
-            const QRgb *part = colours.at(x, y);
-            uint16_t *corner = rows.data() + static_cast<std::size_t>(x) * parts;
-            for (std::size_t j = 0; j < parts; ++j, corner += stride) {
-                for (std::size_t i = 0; i < parts; ++i)
-                    corner[i] = labelOf(*part++);
-            }
-        }
-        fine.labels.insert(fine.labels.end(), rows.begin(), rows.end());
+    if (factor == 2) {
+        const std::array<uint16_t, 4> labels = choice.nearestOfFour(part);
+        corner[0] = labels[0];
+        corner[1] = labels[1];
+        corner[stride] = labels[2];
+        corner[stride + 1] = labels[3];
+        return;
     }
-    return fine;
+    for (std::size_t j = 0; j < factor; ++j, corner += stride) {
+        for (std::size_t i = 0; i < factor; ++i)
+            corner[i] = choice.nearest(*part++);
+    }
 }
 
 } // namespace
@@ -170,13 +183,39 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
     return double(plane.pixels()) <= kLarge && hasSoftEdges(image, plane) ? kUseful : 1;
 }
 
+// Pixels amid their own label keep it in all parts.
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
 {
-    return refine(image, plane, factor,
-                  [&](const uint16_t *labels, const std::array<const QRgb *, 3> &words, int x) {
-                      const Choice choice(plane, labels, words, x);
-                      return [choice](QRgb word) { return choice.nearest(word); };
-                  });
+    LabelPlane fine;
+    fine.width = plane.width * factor;
+    fine.height = plane.height * factor;
+    fine.colours = plane.colours;
+    const std::size_t parts = static_cast<std::size_t>(factor);
+    const std::size_t stride = static_cast<std::size_t>(fine.width);
+    fine.labels.reserve(stride * static_cast<std::size_t>(fine.height));
+    std::vector<uint16_t> rows(stride * parts); // of one row of pixels
+    SubpixelColours colours(image, factor);
+    BorderRows borders(plane);
+    Choice choice(plane);
+    for (int y = 0; y < plane.height; ++y) {
+        const uint16_t *labels
+            = plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts);
+        widen(labels, plane.width, parts, rows.data());
+        for (std::size_t j = 1; j < parts; ++j)
+            std::copy_n(rows.begin(), stride, rows.data() + j * stride);
+        const uint8_t *border = borders.next();
+        const std::array<const QRgb *, 3> words
+            = { { y > 0 ? row(image, y - 1) : nullptr, row(image, y),
+                  y + 1 < plane.height ? row(image, y + 1) : nullptr } };
+        for (int x = nextSet(border, 0, plane.width); x < plane.width;
+             x = nextSet(border, x + 1, plane.width)) {
+            choice.look(labels, words, x);
+            choose(choice, colours.at(x, y), parts, stride,
+                   rows.data() + static_cast<std::size_t>(x) * parts);
+        }
+        fine.labels.insert(fine.labels.end(), rows.begin(), rows.end());
+    }
+    return fine;
 }
 
 } // namespace ztrace

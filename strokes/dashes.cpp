@@ -36,6 +36,8 @@ const double kAloneWidths = 4.0;   // widths around a short dash that are looked
 const double kMostCrowded = 0.4;   // part of the short dashes beside which there may be some
 const double kMostCorners = 0.4;   // part of the inner ends of a row that are corners
 const std::size_t kFewDots = 5;    // that a circle through them says nothing
+const double kWornInk = 0.5;       // part of a line in pieces that is there
+const double kWornLength = 6.0;    // widths of a line that is put together of pieces
 const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
 
 double lengthOf(Point p)
@@ -92,7 +94,10 @@ struct Chain
 class DashFinder
 {
 public:
-    DashFinder(const Coverage &c, const Measure &m, Web *w) : coverage(c), measure(m), web(*w) { }
+    DashFinder(const Coverage &c, const Measure &m, const GapLimits &g, Web *w)
+        : coverage(c), measure(m), gaps(g), web(*w)
+    {
+    }
 
     void find(const std::vector<Dot> &dots)
     {
@@ -381,6 +386,8 @@ private:
         }
         if (chain->dashes.size() >= 3 && accept(*chain))
             return;
+        if (gaps.worn && takeWorn(*chain))
+            return;
         for (const Next &next : chain->dashes) {
             if (!dash(next.dash).isDot() || chain->dashes.size() > kFewDots)
                 dash(next.dash).isTried = true;
@@ -454,6 +461,49 @@ private:
                    return double(atom.samples.size()) > chain.width
                        && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
                });
+    }
+
+    // Parts of a chain between which there is next to nothing are one line that has come to pieces,
+    // if most of it is there.
+    bool takeWorn(const Chain &chain)
+    {
+        const double allowed = gaps.of(widthOf(chain));
+        bool taken = false;
+        Chain part;
+        double ink = 0.0;
+        for (std::size_t k = 0; k < chain.dashes.size(); ++k) {
+            const Next &next = chain.dashes[k];
+            part.dashes.push_back(next);
+            ink += dash(next.dash).length() + dash(next.dash).width;
+            if (k + 1 < chain.dashes.size()) {
+                const Next &after = chain.dashes[k + 1];
+                const Point way = dash(after.dash).end[after.near] - endOf(next);
+                if (lengthOf(way) < allowed + dash(next.dash).width)
+                    continue;
+            }
+            taken = takePart(part, ink) || taken;
+            part = Chain();
+            ink = 0.0;
+        }
+        return taken;
+    }
+
+    Point endOf(const Next &next) const { return dash(next.dash).end[1 - next.near]; }
+
+    bool takePart(const Chain &part, double ink)
+    {
+        const Next &front = part.dashes.front();
+        const Point ends[]
+            = { dash(front.dash).end[front.near], endOf(part.dashes.back()) };
+        const double length = lengthOf(ends[1] - ends[0]);
+        const double width = widthOf(part);
+        const bool hasBody = std::any_of(part.dashes.begin(), part.dashes.end(),
+                                         [this](const Next &n) { return !dash(n.dash).isDot(); });
+        if (part.dashes.size() < 2 || !hasBody || length < kWornLength * width
+            || ink < kWornInk * length)
+            return false;
+        take(part, Dashing(), width, ends);
+        return true;
     }
 
     // Short dashes say little by themselves: rows of them are found in every scatter of specks, but
@@ -590,6 +640,7 @@ private:
 
     const Coverage &coverage;
     const Measure &measure;
+    const GapLimits gaps;
     Web &web;
     std::vector<Dash> dashes;
     Grid grid;
@@ -599,10 +650,10 @@ private:
 
 } // namespace
 
-void joinDashes(const Coverage &coverage, const Measure &measure, const std::vector<Dot> &dots,
-                Web *web)
+void joinDashes(const Coverage &coverage, const Measure &measure, const GapLimits &gaps,
+                const std::vector<Dot> &dots, Web *web)
 {
-    DashFinder(coverage, measure, web).find(dots);
+    DashFinder(coverage, measure, gaps, web).find(dots);
 }
 
 void settleDashes(Web *web)

@@ -24,9 +24,10 @@ const double kSeenPart = 0.4;
 const double kWholeSweep = 2 * kPi * 0.93;
 const double kMeetingSweep = 2 * kPi * 0.7;
 // Gaps without ink: in widths of the line and pixels, and in parts of the shorter neighbour.
-const double kGapWidths = 1.0;
-const double kGapPixels = 1.5;
-const double kGapPart = 0.5;
+const GapLimits kCleanGaps;
+// A pen that leaves out leaves gaps of up to its width and some pixels; thresholds widen them.
+const GapLimits kWornGaps = { 1.1, 6.0, 0.8, true };
+const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may close
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
 const std::size_t kLeftOver = 24;
@@ -86,7 +87,7 @@ struct Union
 class Joiner
 {
 public:
-    Joiner(const Measure &m, Web *w) : measure(m), web(*w) { }
+    Joiner(const Measure &m, const GapLimits &g, Web *w) : measure(m), gaps(g), web(*w) { }
 
     // Of atoms of at least so many cross-sections.
     void acrossJoints(std::size_t leastSamples)
@@ -124,6 +125,8 @@ public:
                     changed = joinAlong(order[i], order[k], coverage) || changed;
             }
         }
+        for (int number : order)
+            closeOverInk(number, coverage);
     }
 
 private:
@@ -242,8 +245,13 @@ private:
             return;
         const double turned = std::fabs(sweepOf(arc.samples, arc.carrier.point).turned);
         const bool meets = arc.joint[0] >= 0 && arc.joint[0] == arc.joint[1];
-        if (turned < (meets ? kMeetingSweep : kWholeSweep))
-            return;
+        if (turned >= (meets ? kMeetingSweep : kWholeSweep))
+            makeCircle(number);
+    }
+
+    void makeCircle(int number)
+    {
+        Atom &arc = atom(number);
         arc.shape = Shape::Circle;
         for (int end = 0; end < 2; ++end) {
             const int joint = arc.joint[end];
@@ -382,9 +390,20 @@ private:
         const double width = std::min(atom(a.atom).width, atom(b.atom).width);
         const double shorter
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
-        const double allowed = std::min(kGapWidths * width + kGapPixels, kGapPart * shorter);
+        const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
+        const GapLimits &limits = isLetter ? kCleanGaps : gaps;
+        const double allowed = std::min(limits.of(width), limits.part * shorter);
+        return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
+    }
+
+    // The longest stretch without ink, pixels, from one place to another along a line, or along an
+    // arc by an angle.
+    static double inkGap(const fit::Primitive &carrier, Point from, Point to, double start,
+                         double angle, double length, const Coverage &coverage)
+    {
         const int steps = int(length) + 1;
         double missing = 0.0;
+        double most = 0.0;
         for (int k = 0; k <= steps; ++k) {
             const double t = double(k) / steps;
             const double at = start + t * angle;
@@ -392,18 +411,41 @@ private:
                 ? carrier.point + carrier.radius * Point { std::cos(at), std::sin(at) }
                 : from + t * (to - from);
             missing = coverage.at(p) < kInked ? missing + length / steps : 0.0;
-            if (missing > allowed)
-                return false;
+            most = std::max(most, missing);
         }
-        return true;
+        return most;
+    }
+
+    // An arc that was lost where its circle runs into other ink.
+    void closeOverInk(int number, const Coverage &coverage)
+    {
+        const Atom &arc = atom(number);
+        if (!isJoinable(arc) || !arc.carrier.arc)
+            return;
+        const double turned = sweepOf(arc.samples, arc.carrier.point).turned;
+        const double open = 2 * kPi - std::fabs(turned);
+        if (std::fabs(turned) < kClosingSweep || open < 0.0)
+            return;
+        const Point end = arc.samples.back().centre - arc.carrier.point;
+        const double gap
+            = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x), turned < 0 ? -open : open,
+                     open * arc.carrier.radius, coverage);
+        if (gap <= gaps.of(arc.width))
+            makeCircle(number);
     }
 
     const Measure &measure;
+    const GapLimits gaps;
     Web &web;
     std::size_t least = 0;
 };
 
 } // namespace
+
+GapLimits gapLimits(bool noisy)
+{
+    return noisy ? kWornGaps : kCleanGaps;
+}
 
 Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)
 {
@@ -423,12 +465,13 @@ Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)
 
 void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web)
 {
-    Joiner(measure, web).acrossJoints(leastSamples);
+    Joiner(measure, kCleanGaps, web).acrossJoints(leastSamples);
 }
 
-void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web)
+void joinAlongCarriers(const Coverage &coverage, const Measure &measure, const GapLimits &gaps,
+                       Web *web)
 {
-    Joiner(measure, web).alongCarriers(coverage);
+    Joiner(measure, gaps, web).alongCarriers(coverage);
 }
 
 } // namespace ztrace::strokes

@@ -28,6 +28,19 @@ struct Web
     std::vector<Meeting> meetings; // of every joint
 };
 
+// How long a gap in the ink of a line may be: in widths of it and pixels, and in parts of the shorter
+// of its neighbours. Worn pens and thresholds leave longer ones in bad scans, where `worn` also says
+// that rows of pieces without any order are a line in pieces.
+struct GapLimits
+{
+    double widths = 1.0;
+    double pixels = 1.5;
+    double part = 0.5;
+    bool worn = false;
+    double of(double width) const { return widths * width + pixels; }
+};
+GapLimits gapLimits(bool noisy);
+
 Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
 
 // Joins at every joint the pairs that one line or arc explains for less than two do, the pair that
@@ -36,8 +49,10 @@ Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
 void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web);
 
 // Joins atoms with a common carrier between which there is ink all the way, or a gap that is short
-// against both of them; arcs of one circle in any order.
-void joinAlongCarriers(const Coverage &coverage, const Measure &measure, Web *web);
+// against both of them; arcs of one circle in any order. An arc that ink leads from one end of to
+// the other becomes a circle.
+void joinAlongCarriers(const Coverage &coverage, const Measure &measure, const GapLimits &gaps,
+                       Web *web);
 
 } // namespace ztrace::strokes
 

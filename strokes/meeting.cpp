@@ -104,7 +104,8 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
 class Settler
 {
 public:
-    Settler(const Coverage &c, double s, bool h, Web *w) : coverage(c), sigma(s), hard(h), web(*w)
+    Settler(const Coverage &c, const Measure &m, Web *w)
+        : coverage(c), sigma(m.sigma), hard(m.hard), web(*w)
     {
     }
 
@@ -441,11 +442,19 @@ private:
         endOnNeighbours();
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
+        std::vector<FreeEnd> telling;
+        std::vector<double> tellingWidths;
         for (const AtomEnd &end : free) {
             measured.push_back(freeEndOf(coverage, atom(end), end.end));
             widths.push_back(atom(end).width);
+            // Corners that did not meet have a form of their own.
+            const int joint = atom(end).joint[end.end];
+            if (joint >= 0 && web.joints[std::size_t(joint)].kind != JointKind::Tip)
+                continue;
+            telling.push_back(measured.back());
+            tellingWidths.push_back(widths.back());
         }
-        const bool round = hasRoundEnds(measured, widths, hard);
+        const bool round = hasRoundEnds(telling, tellingWidths, hard);
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
@@ -475,7 +484,7 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
 
 bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {
-    return Settler(coverage, measure.sigma, measure.hard, web).settle();
+    return Settler(coverage, measure, web).settle();
 }
 
 } // namespace ztrace::strokes

@@ -4,7 +4,7 @@
 #ifndef ZTRACE_STROKES_MEETING_H
 #define ZTRACE_STROKES_MEETING_H
 
-#include "strokes/joining.h"
+#include "strokes/ends.h"
 
 namespace ztrace::strokes {
 

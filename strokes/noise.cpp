@@ -29,6 +29,7 @@ double speckledPart(const InkPicture &picture)
     return ink > 0 ? double(alone) / double(ink) : 0.0;
 }
 
+// Of all pixels: most are paper, and a threshold that lies in the noise tells nothing.
 double paperNoise(const InkPicture &picture)
 {
     std::array<std::size_t, 256> counts = {};
@@ -37,8 +38,6 @@ double paperNoise(const InkPicture &picture)
     for (std::size_t i = 1; i < pixels; i += kStep) {
         const int a = picture.grey[i - 1];
         const int b = picture.grey[i];
-        if (std::min(a, b) <= picture.threshold)
-            continue;
         ++counts[std::size_t(std::abs(a - b))];
         ++all;
     }

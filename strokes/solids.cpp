@@ -17,6 +17,17 @@ const double kWithin = 0.75;     // widths that count as drawn by a pen of 1
 // Discs of ink reach by their radius and, in corners of solids, by 1.41 times it.
 const double kCorner = 1.45;
 
+// How far every cell is from the seeds, by the same distances from what is not "ink". With a rim, as
+// what lies beyond the picture counts as none either.
+Plane awayFrom(const std::vector<uint32_t> &seeds, const Plane &distance, int rim)
+{
+    Plane away(distance.width + 2 * rim, distance.height + 2 * rim);
+    std::fill(away.cells.begin(), away.cells.end(), uint8_t(1));
+    for (uint32_t cell : seeds)
+        away.cells[away.cellOf(distance.xOf(cell) + rim, distance.yOf(cell) + rim)] = 0;
+    return inkDistance(std::move(away));
+}
+
 } // namespace
 
 double widestPen(const Graph &graph, const Plane &distance)
@@ -58,17 +69,17 @@ Plane takeSolids(double widest, Plane *ink)
     }
     if (seeds.empty())
         return Plane();
-    // How far every cell is from the seeds, by the same distances from what is not "ink".
-    Plane away(distance.width, distance.height);
-    std::fill(away.cells.begin(), away.cells.end(), uint8_t(1));
-    for (uint32_t cell : seeds)
-        away.cells[cell] = 0;
-    away = inkDistance(std::move(away));
     const double reach = std::min(kCorner * (radius + 1.0), farthest);
     const int most = int(std::lround(reach / kDistanceUnit));
+    const int rim = int(reach) + 1;
+    const Plane away = awayFrom(seeds, distance, rim);
     Plane solids(distance.width, distance.height);
-    for (std::size_t cell = 0; cell < away.cells.size(); ++cell) {
-        if (distance.cells[cell] == 0 || away.cells[cell] > most)
+    for (std::size_t cell = 0; cell < distance.cells.size(); ++cell) {
+        if (distance.cells[cell] == 0)
+            continue;
+        const int x = distance.xOf(uint32_t(cell)) + rim;
+        const int y = distance.yOf(uint32_t(cell)) + rim;
+        if (away.cells[away.cellOf(x, y)] > most)
             continue;
         solids.cells[cell] = 1;
         distance.cells[cell] = 0;

@@ -11,6 +11,7 @@
 #include "strokes/noise.h"
 #include "strokes/pens.h"
 #include "strokes/rounds.h"
+#include "strokes/scans.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
 #include "strokes/thinning.h"
@@ -52,15 +53,36 @@ Skeleton skeletonOf(Plane ink)
     return skeleton;
 }
 
-// The ink, of noisy pictures without what noise alone makes of its edges.
-Plane clearInkOf(const InkPicture &picture, bool hard)
+// The picture that all is measured in, and its ink. Of noisy scans the paper is even, and noise
+// alone is no ink.
+struct Page
 {
-    if (!isNoisy(picture, hard))
-        return inkOf(picture);
-    const std::vector<uint8_t> grey = smoothed(picture);
-    InkPicture clear = picture;
-    clear.grey = grey.data();
-    return inkOf(clear);
+    InkPicture picture;
+    std::vector<uint8_t> evenGrey;
+    Plane ink;
+    bool isNoisy = false;
+};
+
+Page pageOf(const InkPicture &picture, bool hard)
+{
+    Page page;
+    page.picture = picture;
+    page.isNoisy = isNoisy(picture, hard);
+    if (!page.isNoisy) {
+        page.ink = inkOf(picture);
+        return page;
+    }
+    if (hard) {
+        page.ink = inkOfNoisy(picture, lightestOf(picture)).ink;
+        return page;
+    }
+    EvenPage even = evenPageOf(picture);
+    page.evenGrey = std::move(even.grey);
+    page.picture.grey = page.evenGrey.data();
+    NoisyInk found = inkOfNoisy(page.picture, even.paper);
+    page.picture.threshold = found.threshold;
+    page.ink = std::move(found.ink);
+    return page;
 }
 
 // A stroke that meets nothing and is shorter than a pen is wide.
@@ -166,10 +188,12 @@ void takeStrokes(const Web &web, StrokeDrawing *drawing)
 
 } // namespace
 
-bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing)
+bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Skeleton skeleton = skeletonOf(clearInkOf(picture, options.hard));
+    Page page = pageOf(given, options.hard);
+    const InkPicture &picture = page.picture;
+    Skeleton skeleton = skeletonOf(std::move(page.ink));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
@@ -192,11 +216,12 @@ bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDr
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
-    joinDashes(coverage, measure, dots, &web);
-    joinAlongCarriers(coverage, measure, &web);
+    const GapLimits gaps = gapLimits(page.isNoisy);
+    joinDashes(coverage, measure, gaps, dots, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
-    joinAlongCarriers(coverage, measure, &web);
+    joinAlongCarriers(coverage, measure, gaps, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);

@@ -17,8 +17,9 @@ const double kFarOfWhole = 0.85; // the same of circles and other whole shapes
 const double kLeftOutWithin
     = 0.6;               // pixels from the path; the program allows .45 from its free fits
 const double kTip = 0.5; // pixels more by which corners stand out from the line through the points
-const int kLeftOutAtOnce = 4; // points
-const int kSamples = 5;       // of a piece that are looked at
+const int kLeftOutAtOnce = 4;                    // points
+const int kSamples = 5;                          // of a piece that are looked at
+const double kHalfTurn = 3.14159265358979323846; // radians
 
 fit::Chain viewOf(const ChainPoints &p, bool closed)
 {
@@ -51,17 +52,115 @@ double toSegment(fit::Point p, fit::Point a, fit::Point b)
     return std::sqrt(dot(away, away));
 }
 
+// A piece whose distance from many points is asked for.
+class Probe
+{
+public:
+    explicit Probe(const fit::Piece &p) : piece(p) { }
+
+    // Whether distanceTo(piece, q) <= most: most points are, which a place of the piece near to
+    // them tells at once.
+    bool isWithin(fit::Point q, double most)
+    {
+        if (piece.kind == fit::Kind::Arc && piece.bulge != 0)
+            return isWithinOfArc(q, most);
+        if (!isCurved())
+            return distanceTo(piece, q) <= most;
+        if (places.empty())
+            takePlaces();
+        // Around the place that the last point was near to, then all of them: points come in the
+        // order of the walk.
+        if (isNear(last, q, most) || (last + 1 < places.size() && isNear(last + 1, q, most)))
+            return true;
+        for (std::size_t k = 0; k < places.size(); ++k) {
+            if (isNear(k, q, most))
+                return true;
+        }
+        return distanceTo(piece, q) <= most;
+    }
+
+private:
+    bool isCurved() const
+    {
+        return piece.kind == fit::Kind::Ellipse || piece.kind == fit::Kind::Quadratic
+            || piece.kind == fit::Kind::Cubic || piece.kind == fit::Kind::EllipticArc;
+    }
+
+    // The places from which distanceTo sets out, so that it never finds a farther one.
+    void takePlaces()
+    {
+        for (int k = 0; k <= fit::kPlacesOnCurve; ++k)
+            places.push_back(pointAt(piece, double(k) / fit::kPlacesOnCurve));
+    }
+
+    bool isNear(std::size_t place, fit::Point q, double most)
+    {
+        const fit::Point gap = places[place] - q;
+        if (!(std::sqrt(dot(gap, gap)) <= most))
+            return false;
+        last = place;
+        return true;
+    }
+
+    // Beside the arc by the signs of two products; beyond its ends it is they that are near.
+    bool isWithinOfArc(fit::Point q, double most)
+    {
+        if (!hasShape)
+            shape = arcShape(piece);
+        hasShape = true;
+        const fit::Point d = q - shape.centre;
+        const double side = shape.sweep < 0 ? -1 : 1;
+        const bool afterStart = side * cross(piece.start - shape.centre, d) >= 0;
+        const bool beforeEnd = side * cross(d, piece.end - shape.centre) >= 0;
+        const bool wide = std::fabs(shape.sweep) > kHalfTurn;
+        if (wide ? afterStart || beforeEnd : afterStart && beforeEnd)
+            return std::fabs(std::sqrt(dot(d, d)) - shape.radius) <= most;
+        const fit::Point a = q - piece.start;
+        const fit::Point b = q - piece.end;
+        return std::sqrt(std::min(dot(a, a), dot(b, b))) <= most;
+    }
+
+    const fit::Piece &piece;
+    bool hasShape = false;
+    fit::ArcShape shape = {};
+    std::vector<fit::Point> places;
+    std::size_t last = 0;
+};
+
+// Point k, before the first and past the last one round a closed chain, of an open one its ends.
+fit::Point pointOf(const ChainPoints &points, bool closed, int k)
+{
+    const int size = int(points.x.size());
+    int i = k;
+    while (i < 0)
+        i = closed ? i + size : 0;
+    while (i >= size)
+        i = closed ? i - size : size - 1;
+    return { points.x[std::size_t(i)], points.y[std::size_t(i)] };
+}
+
+// Whether a place is within `most` pixels of the line through the points that a piece explains, the
+// ones beside it included.
+bool isBeside(fit::Point p, const ChainPoints &points, bool closed, const fit::Piece &piece,
+              double most)
+{
+    fit::Point before = pointOf(points, closed, piece.first - 2);
+    for (int k = piece.first - 2; k < piece.first + piece.count + 1; ++k) {
+        const fit::Point after = pointOf(points, closed, k + 1);
+        if (toSegment(p, before, after) <= most)
+            return true;
+        before = after;
+    }
+    return false;
+}
+
 // Whether the points that a piece explains lie on it or on those beside it, and it near the line
 // through them.
-bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const ChainPoints &points,
-               bool closed)
+bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number,
+               std::vector<Probe> *probes, const ChainPoints &points, bool closed)
 {
     const fit::Piece &piece = pieces[number];
     const int size = int(points.x.size());
-    const auto at = [&](int k) {
-        const int i = closed ? ((k % size) + size) % size : std::min(size - 1, std::max(0, k));
-        return fit::Point { points.x[std::size_t(i)], points.y[std::size_t(i)] };
-    };
     const std::size_t before = (number + pieces.size() - 1) % pieces.size();
     const std::size_t after = (number + 1) % pieces.size();
     const bool whole = fit::isWhole(piece.kind) && points.sigma.empty();
@@ -69,16 +168,14 @@ bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const 
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
         const double most = whole ? kFarOfWhole : farFrom(points, k % size);
         far = std::max(far, most);
-        if (distanceTo(piece, at(k)) > most && distanceTo(pieces[before], at(k)) > most
-            && distanceTo(pieces[after], at(k)) > most)
+        const fit::Point p = pointOf(points, closed, k);
+        if (!(*probes)[number].isWithin(p, most) && !(*probes)[before].isWithin(p, most)
+            && !(*probes)[after].isWithin(p, most))
             return false;
     }
     for (int sample = 1; sample < kSamples; ++sample) {
         const fit::Point p = pointAt(piece, double(sample) / kSamples);
-        double nearest = HUGE_VAL;
-        for (int k = piece.first - 2; k < piece.first + piece.count + 1; ++k)
-            nearest = std::min(nearest, toSegment(p, at(k), at(k + 1)));
-        if (!(nearest <= far + kTip))
+        if (!isBeside(p, points, closed, piece, far + kTip))
             return false;
     }
     return true;
@@ -86,7 +183,8 @@ bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number, const 
 
 // Points beside corners may be left out where pixels see both sides, but serifs, caps and small
 // radii are made of such points, too. Marks the pieces beside points that were left out wrongly.
-void markLeftOut(const fit::Path &path, const ChainPoints &points, std::vector<char> *bad)
+void markLeftOut(const fit::Path &path, const ChainPoints &points, std::vector<Probe> *probes,
+                 std::vector<char> *bad)
 {
     const int size = int(points.x.size());
     std::vector<char> explained(std::size_t(size), 0);
@@ -102,10 +200,10 @@ void markLeftOut(const fit::Path &path, const ChainPoints &points, std::vector<c
         bool near = false;
         for (std::size_t i = 0; i < path.pieces.size() && !near; ++i) {
             const fit::Piece &piece = path.pieces[i];
-            const int after = ((k - piece.first) % size + size) % size;
+            const int after = k - piece.first + (k < piece.first ? size : 0);
             if (after > piece.count + kLeftOutAtOnce && after < size - kLeftOutAtOnce)
                 continue;
-            near = distanceTo(piece, p) <= kLeftOutWithin;
+            near = (*probes)[i].isWithin(p, kLeftOutWithin);
             beside.push_back(i);
         }
         for (std::size_t i : near ? std::vector<std::size_t>() : beside)
@@ -137,10 +235,12 @@ std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bo
     const std::size_t count = path.pieces.size();
     std::vector<char> bad(count + 1, 0);
     bad[count] = count == 0 || (closed && count == 1 && !fit::isWhole(path.pieces.front().kind));
+    std::vector<Probe> probes(path.pieces.begin(), path.pieces.end());
     for (std::size_t k = 0; k < count; ++k)
-        bad[k] = !staysWith(path.pieces, k, points, closed) || isTwisted(path.pieces, k, closed);
+        bad[k] = !staysWith(path.pieces, k, &probes, points, closed)
+            || isTwisted(path.pieces, k, closed);
     if (!points.sigma.empty())
-        markLeftOut(path, points, &bad);
+        markLeftOut(path, points, &probes, &bad);
     // A joint beside a bad piece is a bad one.
     const std::vector<char> found = bad;
     for (std::size_t k = 0; k < count; ++k) {

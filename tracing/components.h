@@ -41,6 +41,14 @@ struct Components
 // sizeof(Component) a component.
 Components findComponents(const Runs &runs, Connectivity connectivity);
 
+// Whether it is the page itself: it reaches all four sides of the plane and runs along half of the
+// rim.
+inline bool isPage(const Component &component, int width, int height)
+{
+    return component.left == 0 && component.top == 0 && component.right == width - 1
+        && component.bottom == height - 1 && component.rim >= uint32_t(width) + uint32_t(height);
+}
+
 // Pixels of every label; as many entries as the highest label asks for.
 std::vector<uint32_t> countLabels(const Runs &runs);
 

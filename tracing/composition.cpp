@@ -131,18 +131,14 @@ public:
         }
     }
 
-    // The outline of the page itself goes: of a region that reaches all four sides of the image and
-    // runs along half of its rim. Returns whether there was one.
+    // The outline of the page itself goes. Returns whether there was one.
     bool dropFrame()
     {
-        const std::size_t rim = 2 * static_cast<std::size_t>(width + height);
         std::vector<bool> keep(regionOf.size(), true);
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone)
                 continue;
-            const Component &region = regions[at(regionOf[i])];
-            keep[i] = region.left > 0 || region.top > 0 || region.right < width - 1
-                || region.bottom < height - 1 || 2 * std::size_t(region.rim) < rim;
+            keep[i] = !isPage(regions[at(regionOf[i])], width, height);
         }
         retain(keep);
         return std::find(keep.begin(), keep.end(), false) != keep.end();
@@ -392,6 +388,18 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
     drawing.height = areas.runs.height;
     drawing.outlines = std::move(shapes.outlines);
     arrange(shapes.firstPixel, areas, Connectivity::Split, painting, composition, &drawing);
+    return drawing;
+}
+
+Drawing composeEdges(ShapeOutlines edges, const Areas &areas, const Composition &composition)
+{
+    Drawing drawing;
+    drawing.width = areas.runs.width;
+    drawing.height = areas.runs.height;
+    drawing.outlines = std::move(edges.outlines);
+    Pen pen;
+    pen.width = composition.edgeWidth;
+    drawing.pens = { pen };
     return drawing;
 }
 

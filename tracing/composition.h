@@ -46,6 +46,9 @@ Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, 
 Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
                 const Composition &composition);
 
+// The same of boundaries (edgesOf), all with one pen.
+Drawing composeEdges(ShapeOutlines edges, const Areas &areas, const Composition &composition);
+
 // The layer of a colour: "COLOR_" and its six digits, or "TRANSPARENT"; valid in every format.
 QString layerOfColour(QRgb colour);
 

@@ -6,6 +6,7 @@
 #include "segmentation.h"
 #include "strokes.h"
 
+#include "imaging/failure.h"
 #include "imaging/resolution.h"
 
 #include <algorithm>
@@ -118,18 +119,23 @@ Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *re
     return { std::move(trace.areas), std::move(trace.traced), std::nullopt };
 }
 
-Traced traceAreas(Segmented segmented, const Geometry &geometry, bool leavesOutSmall,
-                  Stages *stages, TraceReport *report)
+Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmall, Stages *stages,
+                  TraceReport *report)
 {
+    const Geometry &geometry = plan.geometry;
     stages->begin("tracing");
     if (geometry.fit == Geometry::Fit::Fair) {
-        std::optional<ShapeOutlines> shapes = shapesOf(segmented.areas, segmented.edges);
+        std::optional<ShapeOutlines> shapes = geometry.edges
+            ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours)
+            : shapesOf(segmented.areas, segmented.edges);
         if (shapes) {
             report->shapes = true;
             report->engine = segmented.engine;
             stages->end("trace");
             return { std::move(segmented.areas), TracedLabels(), std::move(shapes) };
         }
+        if (geometry.edges)
+            throw TraceError("the image has too many small areas for its boundaries to be drawn");
         report->remarks.push_back(Remark::TooManyShapes);
         segmented.edges = EdgePicture();
         separateAreas(&segmented.areas);
@@ -177,16 +183,19 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         painting = Painting::InkOnPaper;
         Segmented areas = segmentInk(std::move(picture), plan, *ink, &stages, &report);
         report.palette = eachOnce(areas.areas.colours);
-        traced = traceAreas(std::move(areas), plan.geometry, true, &stages, &report);
+        traced = traceAreas(std::move(areas), plan, true, &stages, &report);
     } else {
         Segmented areas = segmentColours(std::move(picture), plan, &stages, &report);
         report.palette = coloursInUse(areas.areas);
-        traced = traceAreas(std::move(areas), plan.geometry, false, &stages, &report);
+        traced = traceAreas(std::move(areas), plan, false, &stages, &report);
     }
     const double precision = traced.shapes ? traced.shapes->precision : 0.0;
-    result.drawing = traced.shapes
-        ? compose(std::move(*traced.shapes), traced.areas, painting, plan.composition)
-        : compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
+    if (traced.shapes && plan.geometry.edges)
+        result.drawing = composeEdges(std::move(*traced.shapes), traced.areas, plan.composition);
+    else
+        result.drawing = traced.shapes
+            ? compose(std::move(*traced.shapes), traced.areas, painting, plan.composition)
+            : compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
     stages.end("arrange");
     result.drawing.precision = precision;
     result.drawing.dpi = dpi;

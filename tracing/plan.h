@@ -61,6 +61,7 @@ struct Geometry
     enum class Fit { Engine, Fair };
 
     Fit fit = Fit::Engine;
+    bool edges = false; // instead of true shapes their boundaries, each once, as lines; Fair only
     // How far lines and curves may be from the outline of the pixels, in pixels; the second value
     // is for outlines on a finer grid, where soft edges tell more than pixels do.
     double lineTolerance = 1.0;
@@ -86,6 +87,7 @@ struct Composition
     bool frame = true;             // the outline of the page itself stays
     bool transparent = false;      // fully transparent areas have outlines of their own
     std::vector<QRgb> onlyColours; // nothing but these, when not empty
+    double edgeWidth = 1.0;        // of the lines of Geometry::edges, in pixels
 };
 
 struct TracePlan

@@ -324,17 +324,83 @@ private:
     double height;
 };
 
-} // namespace
-
-std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture)
+// Nothing where a fit would take too long.
+std::optional<BoundaryMap> boundariesOf(const Runs &runs)
 {
-    BoundaryMap map = makeBoundaryMap(areas.runs);
+    BoundaryMap map = makeBoundaryMap(runs);
     std::size_t cracks = 0;
     for (const Chain &chain : map.chains)
         cracks += chain.cracks;
     if (map.chains.size() > kMostChains || cracks > kMostCracks)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(map));
+    return map;
+}
+
+double precisionOf(const ChainFitter &fitter, std::size_t outlines)
+{
+    return fitter.allHard() && outlines > kFewOutlines ? kRoughPrecision : kPrecision;
+}
+
+// Which boundaries are drawn, and in which colour.
+class EdgeColours
+{
+public:
+    EdgeColours(const Areas &a, const BoundaryMap &m, const std::vector<QRgb> &wanted)
+        : areas(a), map(m), onlyColours(wanted)
+    { }
+
+    bool isDrawn(const Chain &chain) const
+    {
+        if (isOnRim(chain)) {
+            const int inside = std::max(chain.left, chain.right);
+            const Component &area = map.areas.list[std::size_t(inside)];
+            if (isPage(area, map.runs.width, map.runs.height) || qAlpha(colourOf(inside)) == 0)
+                return false;
+        }
+        return onlyColours.empty() || isWanted(chain.left) || isWanted(chain.right);
+    }
+
+    // Of two equally dark colours the one that has the lower number.
+    QRgb of(const Chain &chain) const
+    {
+        if (isOnRim(chain))
+            return colourOf(std::max(chain.left, chain.right));
+        const QRgb left = colourOf(chain.left);
+        const QRgb right = colourOf(chain.right);
+        return std::make_pair(lightness(left), left) < std::make_pair(lightness(right), right)
+            ? left
+            : right;
+    }
+
+private:
+    QRgb colourOf(int area) const { return areas.colours[map.areas.list[std::size_t(area)].label]; }
+
+    bool isWanted(int area) const
+    {
+        return area >= 0 && qAlpha(colourOf(area)) != 0
+            && std::find(onlyColours.begin(), onlyColours.end(), colourOf(area) | 0xFF000000u)
+            != onlyColours.end();
+    }
+
+    // As seen on white paper; what is clear is lighter than that.
+    static int lightness(QRgb colour)
+    {
+        return 255 * 255 - qAlpha(colour) * (255 - qGray(colour)) + int(qAlpha(colour) == 0);
+    }
+
+    const Areas &areas;
+    const BoundaryMap &map;
+    const std::vector<QRgb> &onlyColours;
+};
+
+} // namespace
+
+std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture)
+{
+    std::optional<BoundaryMap> map = boundariesOf(areas.runs);
+    if (!map)
+        return std::nullopt;
+    const ChainFitter fitter(areas, picture, std::move(*map));
     const BoundaryMap &boundaries = fitter.boundaries();
     const ShapeWriter writer(areas.runs.height);
     ShapeOutlines shapes;
@@ -353,9 +419,38 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         shapes.outlines.push_back(std::move(outline));
         shapes.firstPixel.push_back(boundaries.areas.list[area].firstPixel);
     }
-    shapes.precision
-        = fitter.allHard() && shapes.outlines.size() > kFewOutlines ? kRoughPrecision : kPrecision;
+    shapes.precision = precisionOf(fitter, shapes.outlines.size());
     return shapes;
+}
+
+std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
+                                     const std::vector<QRgb> &onlyColours)
+{
+    std::optional<BoundaryMap> map = boundariesOf(areas.runs);
+    if (!map)
+        return std::nullopt;
+    const ChainFitter fitter(areas, picture, std::move(*map));
+    const BoundaryMap &boundaries = fitter.boundaries();
+    const ShapeWriter writer(areas.runs.height);
+    const EdgeColours colours(areas, boundaries, onlyColours);
+    ShapeOutlines edges;
+    for (uint32_t k = 0; k < boundaries.chains.size(); ++k) {
+        const Chain &chain = boundaries.chains[k];
+        if (!colours.isDrawn(chain))
+            continue;
+        std::vector<fit::Piece> pieces;
+        fitter.append(referenceTo(k, false), &pieces);
+        Outline outline;
+        outline.shape = writer.pathOf(pieces);
+        if (outline.shape.pieces().empty())
+            continue;
+        outline.pen = 0;
+        outline.colour = colours.of(chain);
+        outline.layer = layerOfColour(outline.colour);
+        edges.outlines.push_back(std::move(outline));
+    }
+    edges.precision = precisionOf(fitter, edges.outlines.size());
+    return edges;
 }
 
 } // namespace ztrace

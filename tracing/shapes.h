@@ -27,6 +27,14 @@ struct ShapeOutlines
 // the areas, which need no labels of their own where they touch at corners. Nothing where the areas
 // have more boundaries than kMostChains or longer ones than kMostCracks: noise and checkerboards.
 std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture);
+
+// The boundaries themselves, each once, as open or closed lines of pen 0 in the colour and on the
+// layer of the darker side, in the order of the map's chains. Boundaries on the rim of the picture
+// only where the area inside is not the page itself, so that what touches the rim is closed. With
+// `onlyColours`, which may be empty, those beside such a colour. firstPixel stays empty. Nothing as
+// for shapesOf.
+std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
+                                     const std::vector<QRgb> &onlyColours);
 const std::size_t kMostChains = 200000;
 const std::size_t kMostCracks = 12000000;
 

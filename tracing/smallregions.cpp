@@ -10,93 +10,224 @@ namespace ztrace {
 
 namespace {
 
-const uint32_t kLarge = uint32_t(-1); // no place among the small areas
+const uint32_t kNone = uint32_t(-1);
 
-// Pixel edges that an area has in common with another.
+// Pixel edges that an area has in common with another; 0 where they share a corner.
 struct Side
 {
     uint32_t area;
     uint32_t edges;
 };
 
-// One time over.
+// The areas of a plane, found once. From pass to pass they are put together in groups of one label
+// that hang together, which are the areas of the plane as it is then. A group goes by the number of
+// its first area, so that groups are in the order of their first pixels.
 class Merging
 {
 public:
-    Merging(Runs *r, std::size_t least, int s)
-        : runs(*r), leastBorder(least), similar(s),
-          components(findComponents(runs, Connectivity::Corners))
-    { }
-
-    // Returns whether labels changed.
-    bool run(const LabelDistance &distance, std::vector<uint32_t> *edgesOfLabel)
+    Merging(const Runs &r, std::size_t least, int s) : runs(r), leastBorder(least), similar(s)
     {
-        findSmall();
-        if (small.empty() || components.list.size() == 1)
+        Components components = findComponents(runs, Connectivity::Corners);
+        ofRun = std::move(components.ofRun);
+        const std::size_t count = components.list.size();
+        firstAreas.reserve(count);
+        labelOf.reserve(count);
+        for (const Component &area : components.list) {
+            firstAreas.push_back({ area.area, area.border });
+            labelOf.push_back(area.label);
+        }
+        groups = firstAreas;
+        groupOf.resize(count);
+        std::iota(groupOf.begin(), groupOf.end(), 0u);
+        nextInGroup = groupOf;
+        listOf.assign(count, kNone);
+        isChanged.assign(count, false);
+        groupCount = count;
+        const auto highest = std::max_element(labelOf.begin(), labelOf.end());
+        edgesOfLabel.assign(highest == labelOf.end() ? 0 : std::size_t(*highest) + 1, 0);
+    }
+
+    // One time over. Returns whether labels changed.
+    bool run(const LabelDistance &distance)
+    {
+        regroup();
+        const std::vector<uint32_t> small = smallestFirst();
+        if (small.empty() || groupCount == 1)
             return false;
-        findSides();
-        labelOf.resize(components.list.size());
-        for (std::size_t k = 0; k < labelOf.size(); ++k)
-            labelOf[k] = components.list[k].label;
-        bool changed = false;
-        for (uint32_t area : smallestFirst())
-            changed |= merge(area, distance, edgesOfLabel);
-        for (std::size_t k = 0; changed && k < runs.count(); ++k)
-            runs.label[k] = labelOf[components.ofRun[k]];
-        return changed;
+        listSides(small);
+        for (uint32_t group : small)
+            merge(group, distance);
+        return !changedLast.empty();
+    }
+
+    std::vector<uint16_t> labelsOfRuns() const
+    {
+        std::vector<uint16_t> labels(ofRun.size());
+        for (std::size_t k = 0; k < labels.size(); ++k)
+            labels[k] = labelOf[groupOf[ofRun[k]]];
+        return labels;
     }
 
 private:
-    void findSmall()
+    struct Extent
     {
-        placeOf.assign(components.list.size(), kLarge);
-        for (std::size_t k = 0; k < placeOf.size(); ++k) {
-            const Component &area = components.list[k];
-            const bool isSliver = 2 * uint64_t(area.area) <= area.border;
-            if (area.border >= leastBorder && !(similar > 0 && isSliver))
+        uint32_t area;   // in pixels
+        uint32_t border; // pixel edges towards others
+    };
+
+    struct List
+    {
+        uint32_t begin;
+        uint32_t end;
+    };
+
+    template<typename Use>
+    void forEachMember(uint32_t group, Use use) const
+    {
+        uint32_t member = group;
+        do {
+            use(member);
+            member = nextInGroup[member];
+        } while (member != group);
+    }
+
+    template<typename Use>
+    void forEachSide(uint32_t area, Use use) const
+    {
+        const List &list = lists[listOf[area]];
+        for (uint32_t k = list.begin; k < list.end; ++k)
+            use(sides[k]);
+    }
+
+    uint32_t find(uint32_t area)
+    {
+        while (groupOf[area] != area)
+            area = groupOf[area] = groupOf[groupOf[area]];
+        return area;
+    }
+
+    // Two areas with one label that touch have not been of one label before the last pass, so that
+    // one of them changed in it, and has its sides listed.
+    void regroup()
+    {
+        if (changedLast.empty())
+            return;
+        for (const uint32_t area : changedLast) {
+            forEachSide(area, [&](const Side &side) { joinIfAlike(area, side.area); });
+            if (isChanged[area])
                 continue;
-            placeOf[k] = uint32_t(small.size());
-            small.push_back(uint32_t(k));
+            isChanged[area] = true;
+            changed.push_back(area);
+        }
+        changedLast.clear();
+        groupCount = 0;
+        for (std::size_t k = 0; k < groupOf.size(); ++k) {
+            const uint32_t group = groupOf[k] = groupOf[groupOf[k]]; // which comes before it
+            groups[k] = firstAreas[k];
+            groupCount += group == k;
+            if (group == k)
+                continue;
+            groups[group].area += firstAreas[k].area;
+            groups[group].border += firstAreas[k].border;
+        }
+        takeOffInnerSides();
+    }
+
+    void joinIfAlike(uint32_t area, uint32_t other)
+    {
+        const uint32_t a = find(area);
+        const uint32_t b = find(other);
+        if (a == b || labelOf[a] != labelOf[b])
+            return;
+        groupOf[std::max(a, b)] = std::min(a, b);
+        std::swap(nextInGroup[a], nextInGroup[b]); // makes one ring of two
+    }
+
+    // A side within a group is listed at one of its areas or at both.
+    void takeOffInnerSides()
+    {
+        for (const uint32_t area : changed) {
+            const uint32_t group = groupOf[area];
+            forEachSide(area, [&](const Side &side) {
+                if (groupOf[side.area] == group)
+                    groups[group].border -= isChanged[side.area] ? side.edges : 2 * side.edges;
+            });
         }
     }
 
-    // Calls use(a, b, edges) for every stretch between two different areas.
+    std::vector<uint32_t> smallestFirst() const
+    {
+        std::vector<uint32_t> small;
+        for (uint32_t k = 0; k < groupOf.size(); ++k) {
+            if (groupOf[k] != k)
+                continue;
+            const bool isSliver = 2 * uint64_t(groups[k].area) <= groups[k].border;
+            if (groups[k].border < leastBorder || (similar > 0 && isSliver))
+                small.push_back(k);
+        }
+        std::stable_sort(small.begin(), small.end(), [this](uint32_t a, uint32_t b) {
+            return groups[a].area < groups[b].area;
+        });
+        return small;
+    }
+
+    // Calls use(a, b, edges) for every stretch between two different areas, and for corners.
     template<typename Use>
     void forEachContact(Use use) const
     {
-        const std::vector<uint32_t> &ofRun = components.ofRun;
-        const auto contact = [&](uint32_t above, uint32_t below, int begin, int end) {
-            if (ofRun[above] != ofRun[below])
-                use(ofRun[above], ofRun[below], uint32_t(end - begin));
+        const auto touch = [&](uint32_t a, uint32_t b, int edges) {
+            if (ofRun[a] != ofRun[b])
+                use(ofRun[a], ofRun[b], uint32_t(edges));
         };
-        const auto corner = [](uint32_t, uint32_t, int) {};
+        const auto contact = [&](uint32_t above, uint32_t below, int begin, int end) {
+            touch(above, below, end - begin);
+        };
+        const auto corner = [&](uint32_t above, uint32_t below, int) {
+            touch(above, below + 1, 0);
+            touch(above + 1, below, 0);
+        };
         for (int y = 0; y < runs.height; ++y) {
-            for (uint32_t k = runs.rowBegin(y) + 1; k < runs.rowEnd(y); ++k) {
-                if (ofRun[k - 1] != ofRun[k])
-                    use(ofRun[k - 1], ofRun[k], 1u);
-            }
+            for (uint32_t k = runs.rowBegin(y) + 1; k < runs.rowEnd(y); ++k)
+                touch(k - 1, k, 1);
             if (y > 0)
                 walkLine(runs, y, contact, corner);
         }
     }
 
-    // The sides of the small areas, one list after the other.
-    void findSides()
+    // The sides of the areas of these groups, where they are not known yet: one list after the
+    // other, counted in one walk and filled in another.
+    void listSides(const std::vector<uint32_t> &wanted)
     {
-        firstSide.assign(small.size() + 1, 0);
-        const auto count = [this](uint32_t area) {
-            if (placeOf[area] != kLarge)
-                ++firstSide[placeOf[area]];
+        const std::size_t known = lists.size();
+        for (const uint32_t group : wanted) {
+            forEachMember(group, [this](uint32_t area) {
+                if (listOf[area] != kNone)
+                    return;
+                listOf[area] = uint32_t(lists.size());
+                lists.push_back({ 0, 0 });
+            });
+        }
+        if (lists.size() == known)
+            return;
+        const auto isNew
+            = [&](uint32_t area) { return listOf[area] != kNone && listOf[area] >= known; };
+        const auto count = [&](uint32_t area) {
+            if (isNew(area))
+                ++lists[listOf[area]].end;
         };
         forEachContact([&](uint32_t a, uint32_t b, uint32_t) {
             count(a);
             count(b);
         });
-        std::partial_sum(firstSide.begin(), firstSide.end(), firstSide.begin());
-        sides.resize(firstSide.back());
-        const auto add = [this](uint32_t area, uint32_t other, uint32_t edges) {
-            if (placeOf[area] != kLarge)
-                sides[--firstSide[placeOf[area]]] = { other, edges };
+        uint32_t end = uint32_t(sides.size());
+        for (std::size_t k = known; k < lists.size(); ++k) {
+            end += lists[k].end;
+            lists[k] = { end, end };
+        }
+        sides.resize(end);
+        const auto add = [&](uint32_t area, uint32_t other, uint32_t edges) {
+            if (isNew(area))
+                sides[--lists[listOf[area]].begin] = { other, edges };
         };
         forEachContact([&](uint32_t a, uint32_t b, uint32_t edges) {
             add(a, b, edges);
@@ -104,62 +235,63 @@ private:
         });
     }
 
-    std::vector<uint32_t> smallestFirst() const
+    void merge(uint32_t group, const LabelDistance &distance)
     {
-        std::vector<uint32_t> order = small;
-        std::stable_sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) {
-            return components.list[a].area < components.list[b].area;
-        });
-        return order;
-    }
-
-    bool merge(uint32_t area, const LabelDistance &distance, std::vector<uint32_t> *edgesOfLabel)
-    {
-        const uint16_t own = labelOf[area];
+        const uint16_t own = labelOf[group];
         labelsAround.clear();
-        for (uint32_t k = firstSide[placeOf[area]]; k < firstSide[placeOf[area] + 1]; ++k) {
-            const uint16_t label = labelOf[sides[k].area];
-            if (label == own)
-                continue;
-            if ((*edgesOfLabel)[label] == 0)
-                labelsAround.push_back(label);
-            (*edgesOfLabel)[label] += sides[k].edges;
-        }
+        forEachMember(group, [&](uint32_t area) {
+            forEachSide(area, [&](const Side &side) {
+                const uint16_t label = labelOf[groupOf[side.area]];
+                if (label == own || side.edges == 0)
+                    return;
+                if (edgesOfLabel[label] == 0)
+                    labelsAround.push_back(label);
+                edgesOfLabel[label] += side.edges;
+            });
+        });
         int best = -1;
         int bestDistance = 0;
         for (uint16_t label : labelsAround) {
             const int d = distance(own, label);
             const bool isBetter = best < 0 || d < bestDistance
-                || (d == bestDistance && isLonger(label, uint16_t(best), *edgesOfLabel));
+                || (d == bestDistance && isLonger(label, uint16_t(best)));
             if (isBetter) {
                 best = label;
                 bestDistance = d;
             }
         }
         for (uint16_t label : labelsAround)
-            (*edgesOfLabel)[label] = 0;
-        const bool keep = components.list[area].border >= leastBorder && bestDistance > similar;
+            edgesOfLabel[label] = 0;
+        const bool keep = groups[group].border >= leastBorder && bestDistance > similar;
         if (best < 0 || keep)
-            return false;
-        labelOf[area] = uint16_t(best);
-        return true;
+            return;
+        labelOf[group] = uint16_t(best);
+        forEachMember(group, [this](uint32_t area) { changedLast.push_back(area); });
     }
 
-    static bool isLonger(uint16_t label, uint16_t best, const std::vector<uint32_t> &edgesOfLabel)
+    bool isLonger(uint16_t label, uint16_t best) const
     {
         return edgesOfLabel[label] != edgesOfLabel[best] ? edgesOfLabel[label] > edgesOfLabel[best]
                                                          : label < best;
     }
 
-    Runs &runs;
+    const Runs &runs;
     const std::size_t leastBorder;
     const int similar;
-    const Components components;
-    std::vector<uint32_t> small;
-    std::vector<uint32_t> placeOf; // of every area among the small ones, or kLarge
-    std::vector<uint32_t> firstSide;
+    std::vector<uint32_t> ofRun;
+    std::vector<Extent> firstAreas;    // as they were found
+    std::vector<Extent> groups;        // of every group's first area
+    std::vector<uint32_t> groupOf;     // of every area; during a pass the first of its group
+    std::vector<uint32_t> nextInGroup; // of every area; the last one is followed by the first
+    std::vector<uint16_t> labelOf;     // of every group's first area
+    std::size_t groupCount = 0;
+    std::vector<uint32_t> listOf; // of every area: its place among the lists, or kNone
+    std::vector<List> lists;
     std::vector<Side> sides;
-    std::vector<uint16_t> labelOf; // of every area, as far as it got
+    std::vector<uint32_t> changedLast; // areas whose label changed in the last pass
+    std::vector<uint32_t> changed;     // and in any pass before it
+    std::vector<bool> isChanged;
+    std::vector<uint32_t> edgesOfLabel; // all 0 between two merges
     std::vector<uint16_t> labelsAround;
 };
 
@@ -169,15 +301,17 @@ bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance)
 {
     const int kMostPasses = 4; // what is left after that is a handful of areas
-    std::vector<uint32_t> edgesOfLabel(std::size_t(1) << 16, 0);
     bool changed = false;
-    for (int pass = 0; pass < kMostPasses; ++pass) {
-        if (!Merging(runs, leastBorder, similar).run(distance, &edgesOfLabel))
-            break;
-        // A noisy picture has several times as many runs before it is merged as afterwards.
-        *runs = longestRuns(std::move(*runs));
-        changed = true;
+    {
+        Merging merging(*runs, leastBorder, similar);
+        for (int pass = 0; pass < kMostPasses && merging.run(distance); ++pass)
+            changed = true;
+        if (changed)
+            runs->label = merging.labelsOfRuns();
     }
+    // A noisy picture has several times as many runs before it is merged as afterwards.
+    if (changed)
+        *runs = longestRuns(std::move(*runs));
     return changed;
 }
 

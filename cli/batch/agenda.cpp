@@ -14,15 +14,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include <sys/stat.h>
-
 namespace ztrace {
 
 namespace {
-
-const std::size_t kMostClashes = 20;
-
-typedef std::pair<dev_t, ino_t> Identity;
 
 std::vector<std::string> suffixesOf(const Settings &settings)
 {
@@ -37,17 +31,14 @@ std::vector<std::string> suffixesOf(const Settings &settings)
     return suffixes;
 }
 
-void append(std::vector<Item> &&items, std::vector<Item> *to)
-{
-    to->insert(to->end(), std::make_move_iterator(items.begin()),
-               std::make_move_iterator(items.end()));
-}
-
 Collected collectAll(const CommandLine &line)
 {
     const BatchSettings &batch = line.settings.batch;
     const Walk walk = { batch.recursive, batch.patterns, batch.out };
     Collected collected;
+    collected.page = line.settings.page;
+    if (collected.page == 0)
+        collected.ranges = line.settings.pages;
     for (const std::string &input : line.inputs) {
         if (input == "-")
             collectList(input, &collected);
@@ -56,14 +47,9 @@ Collected collectAll(const CommandLine &line)
     }
     for (const std::string &list : batch.lists)
         collectList(list, &collected);
-    for (Item &item : collected.items) {
-        item.page = line.settings.page;
-        if (item.page == 0)
-            item.ranges = line.settings.pages;
-    }
     std::vector<std::string> errors;
     for (const std::string &manifest : batch.manifests)
-        append(readManifest(manifest, &errors), &collected.items);
+        readManifest(manifest, &collected.items, &errors);
     if (errors.empty())
         return collected;
     for (std::size_t i = 0; i + 1 < errors.size(); ++i)
@@ -110,62 +96,37 @@ Agenda collectAgenda(const CommandLine &line)
     }
     for (const std::string &problem : agenda.problems)
         tell(problem);
-    if (collected.items.empty() && agenda.problems.empty() && batch.watch.empty())
+    if (collected.items.isEmpty() && agenda.problems.empty() && batch.watch.empty())
         throw Failure(kInputUnreadable, "batch: there is no picture");
-    for (Item &item : collected.items) {
-        if (chunkOf(item.path, batch.chunks) == batch.chunk)
-            agenda.items.push_back(std::move(item));
+    if (batch.chunks == 1) {
+        agenda.items = std::move(collected.items);
+        return agenda;
     }
+    collected.items.forEach([&](const Item &item) {
+        if (chunkOf(item.path, batch.chunks) == batch.chunk)
+            agenda.items.add(item);
+    });
     return agenda;
 }
 
-void spreadPages(const std::function<int(const Item &)> &pages, Agenda *agenda)
+void spreadPages(const SpoolArray<int> &pages, Agenda *agenda)
 {
-    const auto isWhole = [](const Item &item) { return item.page == 0; };
-    if (std::none_of(agenda->items.begin(), agenda->items.end(), isWhole))
-        return;
-    std::vector<Item> spread;
-    for (Item &item : agenda->items) {
-        if (!isWhole(item)) {
-            spread.push_back(std::move(item));
-            continue;
+    ItemList spread;
+    const int *count = pages.begin();
+    agenda->items.forEach([&](Item item) {
+        if (item.page != 0) {
+            spread.add(item);
+            return;
         }
-        const int count = pages(item);
-        const std::vector<int> wanted = pagesWithin(item.ranges, count);
-        item.pages = count > 1 || wanted.size() > 1 ? std::max(2, count) : 1;
+        const std::vector<int> wanted = pagesWithin(item.ranges, *count);
+        item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : 1;
+        ++count;
         for (const int page : wanted) {
             item.page = page;
-            spread.push_back(item);
+            spread.add(item);
         }
-    }
+    });
     agenda->items = std::move(spread);
-}
-
-void refuseClashes(const Agenda &agenda, const std::string &out)
-{
-    std::vector<std::string> clashes
-        = clashesOf(agenda.items, agenda.names, agenda.suffixes, kMostClashes);
-    std::vector<Identity> inputs;
-    struct stat info;
-    for (const Item &item : agenda.items) {
-        if (stat(item.path.c_str(), &info) == 0)
-            inputs.push_back({ info.st_dev, info.st_ino });
-    }
-    std::sort(inputs.begin(), inputs.end());
-    for (const Item &item : agenda.items) {
-        for (const std::string &output : agenda.outputsOf(item)) {
-            const std::string name = out + '/' + output;
-            if (clashes.size() < kMostClashes && stat(name.c_str(), &info) == 0
-                && std::binary_search(inputs.begin(), inputs.end(),
-                                      Identity(info.st_dev, info.st_ino)))
-                clashes.push_back(name + ": is a picture of this run (see --out and --names)");
-        }
-    }
-    if (clashes.empty())
-        return;
-    for (std::size_t i = 0; i + 1 < clashes.size(); ++i)
-        tell(clashes[i]);
-    throw Failure(kWrongUsage, clashes.back());
 }
 
 } // namespace ztrace

@@ -4,19 +4,19 @@
 #ifndef ZTRACE_CLI_BATCH_AGENDA_H
 #define ZTRACE_CLI_BATCH_AGENDA_H
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "cli/commandline.h"
 #include "cli/failure.h"
-#include "names.h"
+#include "itemlist.h"
+#include "spoolarray.h"
 
 namespace ztrace {
 
 struct Agenda
 {
-    std::vector<Item> items;
+    ItemList items;
     std::vector<std::string> suffixes; // of the formats
     std::string names;                 // template, empty for the usual one
     std::vector<std::string> problems; // folders that could not be read
@@ -31,12 +31,9 @@ Agenda collectAgenda(const CommandLine &line);
 // Which of `chunks` a file belongs to, from 1: by its name alone.
 int chunkOf(const std::string &path, int chunks);
 
-// Puts every page of files with page 0 in their place; `pages` tells how many there are.
-void spreadPages(const std::function<int(const Item &)> &pages, Agenda *agenda);
-
-// Throws a Failure when two drawings would have one name, or one that of a picture; all of them are
-// told, up to some.
-void refuseClashes(const Agenda &agenda, const std::string &out);
+// Puts every page of files with page 0 in their place. `pages` has how many there are, for one such
+// file after the other.
+void spreadPages(const SpoolArray<int> &pages, Agenda *agenda);
 
 } // namespace ztrace
 

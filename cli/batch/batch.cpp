@@ -2,15 +2,18 @@
 #include "batch.h"
 
 #include "agenda.h"
+#include "clashes.h"
 #include "crew.h"
 #include "fingerprint.h"
 #include "inputs.h"
 #include "leases.h"
 #include "meter.h"
+#include "outcomes.h"
 #include "preview.h"
 #include "results.h"
+#include "stopsignals.h"
 #include "summary.h"
-#include "tracedline.h"
+#include "task.h"
 #include "watch.h"
 #include "worker.h"
 
@@ -26,10 +29,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <deque>
-#include <memory>
 #include <unordered_map>
 
 #include <sched.h>
@@ -39,45 +39,12 @@ namespace ztrace {
 
 namespace {
 
-const int kMostAttempts = 2;          // the second one alone
 const useconds_t kLeaseWait = 500000; // microseconds between looks for a part
 const int kWatchWait = 1000;          // milliseconds between looks at folders
 
 // Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
 // that hangs is given up.
 const double kSecondsOfAPicture = 600.0;
-
-volatile std::sig_atomic_t signalCount = 0;
-volatile std::sig_atomic_t lastSignal = 0;
-
-void noteSignal(int number)
-{
-    signalCount = signalCount + 1;
-    lastSignal = number;
-}
-
-// The first signal ends the run when its pictures of the moment are finished, the next one at once.
-void watchSignals()
-{
-    struct sigaction action = {};
-    action.sa_handler = noteSignal;
-    for (int number : { SIGINT, SIGTERM, SIGHUP }) {
-        struct sigaction old = {};
-        sigaction(number, nullptr, &old);
-        if (old.sa_handler != SIG_IGN)
-            sigaction(number, &action, nullptr);
-    }
-}
-
-// As the shell is to see it.
-void endBySignal()
-{
-    if (lastSignal == 0)
-        return;
-    std::fflush(nullptr);
-    std::signal(lastSignal, SIG_DFL);
-    std::raise(lastSignal);
-}
 
 int processors()
 {
@@ -130,19 +97,19 @@ public:
         if (batch.dryRun)
             return tellPlan();
         makeFolder();
-        ResultFile ownResults(resultsName(batch));
-        results = &ownResults;
-        Meter ownMeter(line.settings);
-        meter = &ownMeter;
+        ResultFile results(resultsName(batch));
+        Meter meter(line.settings);
+        Outcomes own(fingerprint, &ledger, &results, &meter);
+        outcomes = &own;
         try {
             traceEverything();
         } catch (const Failure &) {
             // What is finished is not to be done again; there may be room for so much.
-            results->append(arrived);
+            own.deliver();
             throw;
         }
-        results->sync(true);
-        ownMeter.clear();
+        results.sync(true);
+        meter.clear();
         return conclude();
     }
 
@@ -161,53 +128,51 @@ private:
 
     int stopWish() const
     {
-        if (signalCount > 0)
-            return signalCount > 1 ? 2 : 1;
-        return batch.failFast && tally.failed > 0 ? 1 : 0;
+        if (signalsSoFar() > 0)
+            return signalsSoFar() > 1 ? 2 : 1;
+        return batch.failFast && outcomes->soFar().failed > 0 ? 1 : 0;
     }
 
     // Pages are counted by workers: a file may be made to break its reader.
     void countPages()
     {
-        std::vector<std::size_t> whole;
-        for (std::size_t i = 0; i < agenda.items.size(); ++i) {
-            if (agenda.items[i].page == 0)
-                whole.push_back(i);
-        }
-        if (whole.empty())
-            return;
-        std::size_t at = 0;
+        ItemList::Reader files(agenda.items);
+        SpoolArray<int> pages; // of files that are taken whole
         Duties duties;
         duties.next = [&](Job *job) {
-            if (at == whole.size())
-                return false;
-            job->item = whole[at++];
+            do {
+                if (!files.next(&job->item))
+                    return false;
+            } while (job->item.page != 0);
+            job->number = pages.size();
+            pages.add(1);
             QJsonObject message;
             message.insert(QLatin1String("count"), true);
-            message.insert(QLatin1String("path"), packed(agenda.items[job->item].path));
+            message.insert(QLatin1String("path"), packed(job->item.path));
             job->message = jsonValue(message) + '\n';
             return true;
         };
         duties.answered = [&](const Job &job, char, const QByteArray &text) {
-            agenda.items[job.item].pages = std::max(1, text.toInt());
+            pages.begin()[job.number] = std::max(1, text.toInt());
         };
-        duties.lost = [&](const Job &job, const Loss &) { agenda.items[job.item].pages = 1; };
+        duties.lost = [](const Job &, const Loss &) {}; // its one page says why
         duties.afterRound = [] {};
-        duties.stop = [this] { return signalCount > 0 ? 2 : 0; };
-        crew.work(jobs, 1, duties);
-        spreadPages([](const Item &item) { return item.pages; }, &agenda);
+        duties.stop = [] { return signalsSoFar() > 0 ? 2 : 0; };
+        crew.work(jobs, true, duties);
+        if (pages.size() > 0)
+            spreadPages(pages, &agenda);
     }
 
     ExitCode tellPlan()
     {
-        for (const Item &item : agenda.items) {
+        agenda.items.forEach([this](const Item &item) {
             for (const std::string &output : agenda.outputsOf(item)) {
                 const std::string page
                     = item.pages > 1 ? ", page " + std::to_string(item.page) : std::string();
                 std::printf("%s%s -> %s/%s\n", item.path.c_str(), page.c_str(), batch.out.c_str(),
                             output.c_str());
             }
-        }
+        });
         errno = 0;
         requireArrival(stdout);
         return agenda.problems.empty() ? kSuccess : kFailed;
@@ -224,7 +189,7 @@ private:
     // What all runs into this folder have finished; the own lines come last and win.
     void readLedger()
     {
-        ledger = Ledger();
+        ledger.clear();
         const std::string own = resultsName(batch);
         for (const std::string &name : resultFilesIn(batch.out)) {
             if (name != own)
@@ -235,45 +200,48 @@ private:
 
     void traceAll()
     {
-        tally.all += agenda.items.size();
-        std::size_t at = 0;
+        outcomes->expect(agenda.items.size());
+        ItemList::Reader pictures(agenda.items);
         Duties duties;
         duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
-            takeAnswer(job, letter, text);
+            outcomes->takeAnswer(job, letter, text);
         };
-        duties.lost = [this](const Job &job, const Loss &loss) { takeLoss(job, loss); };
+        duties.lost = [this](const Job &job, const Loss &loss) {
+            if (stopWish() < 2)
+                outcomes->takeLoss(job, loss);
+        };
         duties.afterRound = [this] {
-            deliver();
-            meter->draw(tally);
+            outcomes->deliver();
+            outcomes->draw();
             if (leases)
                 leases->keep();
         };
         duties.stop = [this] { return stopWish(); };
+        Item item;
         duties.next = [&](Job *job) {
-            if (at == agenda.items.size())
+            if (!pictures.next(&item))
                 return false;
-            *job = jobOf(at++, 1);
+            *job = jobOf(item, 1);
             return true;
         };
-        crew.work(jobs, batch.failFast ? 0 : 1, duties);
+        crew.work(jobs, !batch.failFast, duties);
         // Those whose workers were lost, once more and alone, each with a worker of its own.
-        duties.next = [this](Job *job) {
+        duties.next = [&](Job *job) {
             crew.dismiss();
-            if (again.empty())
+            if (!outcomes->takeAgain(&item))
                 return false;
-            *job = jobOf(again.front(), kMostAttempts);
-            again.pop_front();
+            *job = jobOf(item, kMostAttempts);
             return true;
         };
-        crew.work(1, 0, duties);
-        deliver();
+        crew.work(1, false, duties);
+        outcomes->deliver();
     }
 
     // Part after part, beside other runs.
     void traceParts()
     {
         Leases own(batch.out, batch.leases);
-        const std::vector<Item> all = std::move(agenda.items);
+        const ItemList all = std::move(agenda.items);
         while (stopWish() == 0) {
             bool othersWork = false;
             const int part = own.take(&othersWork);
@@ -283,11 +251,11 @@ private:
                 ::usleep(kLeaseWait);
                 continue;
             }
-            agenda.items.clear();
-            for (const Item &item : all) {
+            agenda.items = ItemList();
+            all.forEach([&](const Item &item) {
                 if (chunkOf(item.path, batch.leases) == part)
-                    agenda.items.push_back(item);
-            }
+                    agenda.items.add(item);
+            });
             readLedger();
             leases = &own;
             traceAll();
@@ -305,148 +273,61 @@ private:
         const Walk walk = { batch.recursive, batch.patterns, batch.out };
         Watch watch(batch.watch, walk);
         std::unordered_map<std::string, std::string> owners; // of drawings
-        while (signalCount == 0 && stopWish() == 0) {
+        while (signalsSoFar() == 0 && stopWish() == 0) {
             watch.wait(kWatchWait);
             std::vector<std::string> problems;
-            agenda.items = watch.takeComplete(&problems);
+            const std::vector<Item> complete = watch.takeComplete(&problems);
             for (const std::string &problem : problems)
                 tell(problem);
-            if (agenda.items.empty())
+            if (complete.empty())
                 continue;
-            for (Item &item : agenda.items) {
+            agenda.items = ItemList();
+            for (Item item : complete) {
                 item.page = line.settings.page;
                 item.ranges = line.settings.pages;
+                agenda.items.add(item);
             }
             countPages();
             leaveOutClashes(&owners);
             readLedger();
             traceAll();
-            meter->draw(tally);
+            outcomes->draw();
         }
     }
 
     // A picture that comes later has no right to another one's drawing.
     void leaveOutClashes(std::unordered_map<std::string, std::string> *owners)
     {
-        std::vector<Item> good;
-        for (Item &item : agenda.items) {
+        ItemList good;
+        agenda.items.forEach([&](const Item &item) {
             const std::string drawing = agenda.outputsOf(item).front();
             const auto owner = owners->insert({ drawing, item.path }).first;
             if (owner->second == item.path) {
-                good.push_back(std::move(item));
-                continue;
+                good.add(item);
+                return;
             }
             tell(item.path + ": is left out, " + drawing + " is the drawing of " + owner->second
                  + " (see --names)");
             ++leftOut;
-        }
+        });
         agenda.items = std::move(good);
     }
 
-    Job jobOf(std::size_t index, int attempt)
+    Job jobOf(const Item &item, int attempt) const
     {
-        const Item &item = agenda.items[index];
-        QJsonObject message;
-        message.insert(QLatin1String("path"), packed(item.path));
-        message.insert(QLatin1String("page"), item.page);
-        message.insert(QLatin1String("pages"), item.pages);
-        QJsonArray outputs;
-        for (const std::string &output : agenda.outputsOf(item))
-            outputs.append(packed(output));
-        message.insert(QLatin1String("outputs"), outputs);
-        if (!item.sha256.empty())
-            message.insert(QLatin1String("sha256"), packed(item.sha256));
-        QJsonArray settings;
-        for (const Said &said : item.settings)
-            settings.append(QJsonArray { packed(said.first), packed(said.second) });
-        if (!item.settings.empty())
-            message.insert(QLatin1String("settings"), settings);
-        const QByteArray before = ledger.lineOf(item.path, item.page);
-        if (!before.isEmpty())
-            message.insert(QLatin1String("before"), QString::fromUtf8(before));
-        if (batch.retryFailed)
-            message.insert(QLatin1String("retry"), true);
-        if (!batch.report.empty())
-            message.insert(QLatin1String("preview"), previewSide(agenda.items.size()));
-        message.insert(QLatin1String("attempt"), attempt);
-        return { index, attempt, jsonValue(message) + '\n' };
-    }
-
-    std::string nameOf(const Item &item) const
-    {
-        return item.pages > 1 ? item.path + ", page " + std::to_string(item.page) : item.path;
-    }
-
-    void takeAnswer(const Job &job, char letter, const QByteArray &text)
-    {
-        const Item &item = agenda.items[job.item];
-        if (letter == kSkipped) {
-            const bool wasDone = text == kDone;
-            ++(wasDone ? tally.finished : tally.failed);
-            if (!wasDone)
-                ++failedBefore;
-            return;
-        }
-        const QJsonObject result = QJsonDocument::fromJson(text).object();
-        if (letter == kLineOfMemory && job.attempt < kMostAttempts) {
-            again.push_back(job.item);
-            return;
-        }
-        arrived += text + '\n';
-        const bool done = isDone(result);
-        ++(done ? tally.done : tally.failed);
-        const QJsonArray flags = result.value(QLatin1String("flags")).toArray();
-        tally.flagged += !flags.isEmpty();
-        if (!done) {
-            const std::string error = result.value(QLatin1String("error")).toString().toStdString();
-            const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
-            meter->line(tally, isNamed && item.pages == 1 ? error : nameOf(item) + ": " + error,
-                        true);
-            return;
-        }
-        std::string note = "done " + nameOf(item);
-        for (const QJsonValue &flag : flags)
-            note += (flag == flags.first() ? " (look at it: " : ", ")
-                + flag.toString().toStdString();
-        meter->line(tally, flags.isEmpty() ? note : note + ")", false);
-    }
-
-    void takeLoss(const Job &job, const Loss &loss)
-    {
-        if (stopWish() == 2)
-            return;
-        if (job.attempt < kMostAttempts) {
-            again.push_back(job.item);
-            return;
-        }
-        const Item &item = agenda.items[job.item];
-        QJsonObject result;
-        beginLine(item, fingerprintOf(fingerprint, item.settings), job.attempt, &result);
-        if (!loss.sha256.empty())
-            result.insert(QLatin1String("sha256"), QString::fromStdString(loss.sha256));
-        result.insert(QLatin1String("outcome"), QLatin1String(loss.outcome));
-        result.insert(QLatin1String("code"), int(kFailed));
-        result.insert(QLatin1String("error"),
-                      QString::fromUtf8((item.path + ": " + loss.reason).c_str()));
-        // What an earlier run has finished was only to be looked at: its line stays.
-        const QByteArray before = ledger.lineOf(item.path, item.page);
-        if (!isDone(QJsonDocument::fromJson(before).object()))
-            arrived += lineText(result) + '\n';
-        ++tally.failed;
-        meter->line(tally, nameOf(item) + ": " + loss.reason, true);
-    }
-
-    // All lines of a round at once: waiting for the disk is what costs.
-    void deliver()
-    {
-        if (!arrived.isEmpty())
-            results->append(arrived);
-        arrived.clear();
-        results->sync(false);
+        Task task;
+        task.item = item;
+        task.outputs = agenda.outputsOf(item);
+        task.before = ledger.lineOf(item.path, item.page);
+        task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.size());
+        task.retry = batch.retryFailed;
+        task.attempt = attempt;
+        return { item, 0, attempt, lineOfTask(task) };
     }
 
     ExitCode conclude()
     {
+        const Tally &tally = outcomes->soFar();
         const std::size_t open = tally.all - tally.past();
         if (!line.settings.quiet) {
             std::string text = std::to_string(tally.done) + " done";
@@ -459,8 +340,8 @@ private:
             add(tally.flagged, " to be looked at");
             add(open, " left (start again to go on)");
             tell(text + "; results in " + resultsName(batch));
-            if (failedBefore > 0)
-                tell(std::to_string(failedBefore)
+            if (outcomes->failedInEarlierRuns() > 0)
+                tell(std::to_string(outcomes->failedInEarlierRuns())
                      + " of the failures are of earlier runs (see --retry failed)");
         }
         if (!batch.report.empty() || !batch.csv.empty() || !batch.premis.empty()) {
@@ -486,14 +367,9 @@ private:
     int jobs = 1;
     Agenda agenda;
     Ledger ledger;
-    ResultFile *results = nullptr;
-    Meter *meter = nullptr;
-    Tally tally;
+    Outcomes *outcomes = nullptr;
     Leases *leases = nullptr; // while a part is worked on
-    std::size_t failedBefore = 0;
     std::size_t leftOut = 0;
-    std::deque<std::size_t> again;
-    QByteArray arrived; // lines that are not written yet
 };
 
 } // namespace

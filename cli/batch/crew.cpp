@@ -24,6 +24,16 @@ namespace {
 
 const int kRound = 100; // milliseconds
 
+// Workers have jobs for this long, in seconds, so that the run may sleep in between and handle many
+// answers at once; no more than this many jobs, and bytes, which the socket holds without waiting.
+const double kAhead = 0.1;
+const std::size_t kMostAhead = 64;
+const int kMostBytesAhead = 1 << 15;
+const std::size_t kPlenty = 8;    // jobs that a worker has before the run sleeps
+const useconds_t kNap = 10000;    // microseconds
+const double kWeightOfLast = 0.1; // of the last picture's time among those before
+const int kMostTimesOrphan = 3;   // the picture is to blame after all
+
 // What happens in the child before it becomes a worker: only calls that are safe after a fork.
 [[noreturn]] void becomeWorker(int socket, pid_t parent)
 {
@@ -62,14 +72,43 @@ struct Crew::Worker
 {
     pid_t process = 0;
     Descriptor socket;
-    QByteArray text; // received, without a line's end
+    QByteArray text;   // received, without a line's end
+    QByteArray unsent; // to it
     bool isLate = false;
-    bool isWorn = false;  // is to have no more jobs
-    std::deque<Job> jobs; // the first one is being done
-    std::string sha256;
-    Clock::time_point begin; // of that one
+    bool isWorn = false;      // is to have no more jobs
+    std::deque<Job> jobs;     // not answered yet, in their order
+    std::size_t traced = 0;   // of these the worker is done with so many; it does the next one
+    long long answered = 0;   // jobs before these
+    std::string sha256;       // of the one that it does
+    Clock::time_point begin;  // of that one
+    double secondsEach = 0.0; // lately; 0: not known yet
+    int bytesAhead = 0;       // of messages of jobs that it is not done with
 
     bool isBusy() const { return !jobs.empty(); }
+    std::size_t open() const { return jobs.size() - traced; } // the one that it does, and the next
+
+    // It is done with so many since its start.
+    void pass(long long count)
+    {
+        const auto now = static_cast<std::size_t>(std::max(0LL, count - answered));
+        if (now <= traced)
+            return;
+        const std::chrono::duration<double> taken = Clock::now() - begin;
+        const double last = taken.count() / double(now - traced);
+        for (; traced < std::min(now, jobs.size()); ++traced)
+            bytesAhead -= jobs[traced].message.size();
+        secondsEach = secondsEach > 0.0 ? secondsEach + kWeightOfLast * (last - secondsEach) : last;
+        begin = Clock::now();
+        sha256.clear();
+    }
+
+    std::size_t wanted() const
+    {
+        if (secondsEach <= 0.0 || bytesAhead > kMostBytesAhead)
+            return 1;
+        const double fits = kAhead / secondsEach;
+        return fits > double(kMostAhead) ? kMostAhead : std::max<std::size_t>(1, std::size_t(fits));
+    }
 };
 
 Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, double seconds)
@@ -111,14 +150,15 @@ bool Crew::isBusy() const
                        [](const std::unique_ptr<Worker> &worker) { return worker->isBusy(); });
 }
 
-void Crew::work(int most, std::size_t ahead, const Duties &duties)
+void Crew::work(int most, bool ahead, const Duties &duties)
 {
+    feedsAhead = ahead;
     for (;;) {
         const int stop = duties.stop();
         if (stop == 2)
             return;
         if (stop == 0)
-            handOut(static_cast<std::size_t>(most), ahead, duties);
+            handOut(static_cast<std::size_t>(most), duties);
         duties.afterRound();
         if (!isBusy())
             return;
@@ -139,19 +179,24 @@ bool Crew::nextJob(const Duties &duties, Job *job)
     return true;
 }
 
-void Crew::handOut(std::size_t most, std::size_t ahead, const Duties &duties)
+void Crew::handOut(std::size_t most, const Duties &duties)
 {
     Job job;
-    while (workerFor(most, ahead) && nextJob(duties, &job)) {
+    while (workerFor(most) && nextJob(duties, &job)) {
         // The duties may have ended idle workers.
-        Worker *worker = workerFor(most, ahead);
+        Worker *worker = workerFor(most);
         give(worker->process == 0 ? hire() : worker, std::move(job));
+    }
+    for (const std::unique_ptr<Worker> &worker : workers) {
+        // One that has ended is noticed when it is listened to.
+        (void)writeAll(worker->socket.get(), worker->unsent.constData(), worker->unsent.size());
+        worker->unsent.clear();
     }
 }
 
 // One without a job, then a new one, then one that has not enough; null when all have. A new one is
 // a place that is still to be filled.
-Crew::Worker *Crew::workerFor(std::size_t most, std::size_t ahead)
+Crew::Worker *Crew::workerFor(std::size_t most)
 {
     static Worker place;
     Worker *least = nullptr;
@@ -160,24 +205,23 @@ Crew::Worker *Crew::workerFor(std::size_t most, std::size_t ahead)
         if (worker->isWorn || worker->isLate)
             continue;
         ++usable;
-        if (!least || worker->jobs.size() < least->jobs.size())
+        if (!least || worker->open() < least->open())
             least = worker.get();
     }
     if (least && !least->isBusy())
         return least;
     if (usable < most)
         return &place;
-    return least && least->jobs.size() <= ahead ? least : nullptr;
+    return least && feedsAhead && least->open() <= least->wanted() ? least : nullptr;
 }
 
 void Crew::give(Worker *worker, Job &&job)
 {
-    if (!worker->isBusy())
+    if (worker->open() == 0)
         worker->begin = Clock::now();
+    worker->unsent += job.message;
+    worker->bytesAhead += job.message.size();
     worker->jobs.push_back(std::move(job));
-    const QByteArray &message = worker->jobs.back().message;
-    // One that has ended is noticed when it is listened to.
-    (void)writeAll(worker->socket.get(), message.constData(), message.size());
 }
 
 Crew::Worker *Crew::hire()
@@ -196,13 +240,17 @@ Crew::Worker *Crew::hire()
     auto worker = std::make_unique<Worker>();
     worker->process = process;
     worker->socket = std::move(own);
-    (void)writeAll(worker->socket.get(), greeting.constData(), greeting.size());
+    worker->unsent = greeting;
     workers.push_back(std::move(worker));
     return workers.back().get();
 }
 
-void Crew::wait()
+void Crew::wait() const
 {
+    const auto hasPlenty
+        = [](const std::unique_ptr<Worker> &worker) { return worker->open() >= kPlenty; };
+    if (std::all_of(workers.begin(), workers.end(), hasPlenty))
+        ::usleep(kNap);
     std::vector<pollfd> sockets;
     for (const std::unique_ptr<Worker> &worker : workers)
         sockets.push_back({ worker->socket.get(), POLLIN, 0 });
@@ -240,7 +288,11 @@ void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Dutie
             throw Failure(kFailed, "settings files have changed during the run");
         return;
     case kStarted:
-        worker->sha256 = text.toStdString();
+        worker->pass(text.left(text.indexOf(' ')).toLongLong() - 1);
+        worker->sha256 = text.mid(text.indexOf(' ') + 1).toStdString();
+        return;
+    case kTraced:
+        worker->pass(text.toLongLong());
         return;
     case kNoRoom:
         throw Failure(kOutputNotWritable, text.toStdString());
@@ -252,10 +304,11 @@ void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Dutie
     if (!worker->isBusy())
         return;
     worker->isWorn = worker->isWorn || letter == kLineOfMemory;
+    worker->pass(worker->answered + 1);
     const Job job = std::move(worker->jobs.front());
     worker->jobs.pop_front();
-    worker->sha256.clear();
-    worker->begin = Clock::now();
+    --worker->traced;
+    ++worker->answered;
     duties.answered(job, letter, text);
 }
 
@@ -268,14 +321,18 @@ void Crew::bury(Worker *worker, const Duties &duties)
                         worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
                         worker->sha256 };
     std::deque<Job> jobs = std::move(worker->jobs);
+    const std::size_t current = worker->traced;
     workers.erase(std::find_if(
         workers.begin(), workers.end(),
         [worker](const std::unique_ptr<Worker> &other) { return other.get() == worker; }));
-    if (jobs.empty())
-        return;
-    for (std::size_t i = 1; i < jobs.size(); ++i)
-        returned.push_back(std::move(jobs[i]));
-    duties.lost(jobs.front(), loss);
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (i < current)
+            ++jobs[i].timesOrphan;
+        if (i == current || jobs[i].timesOrphan > kMostTimesOrphan)
+            duties.lost(jobs[i], loss);
+        else
+            returned.push_back(std::move(jobs[i]));
+    }
 }
 
 void Crew::checkTimes()
@@ -284,7 +341,7 @@ void Crew::checkTimes()
         return;
     for (const std::unique_ptr<Worker> &worker : workers) {
         const std::chrono::duration<double> taken = Clock::now() - worker->begin;
-        if (worker->isBusy() && !worker->isLate && taken.count() > secondsAJob) {
+        if (worker->open() > 0 && !worker->isLate && taken.count() > secondsAJob) {
             worker->isLate = true;
             kill(worker->process, SIGKILL);
         }

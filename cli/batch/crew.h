@@ -17,14 +17,17 @@
 #include <sys/types.h>
 
 #include "drawing/files.h"
+#include "names.h"
 
 namespace ztrace {
 
 struct Job
 {
-    std::size_t item = 0;
+    Item item;
+    std::size_t number = 0; // whatever the asker wants to know it by
     int attempt = 1;
-    QByteArray message; // a JSON object on a line
+    QByteArray message;  // a JSON object on a line
+    int timesOrphan = 0; // how often a worker was lost that was done with it and had not answered
 };
 
 // How a job was lost.
@@ -53,10 +56,10 @@ public:
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
 
-    // Has up to `workers` of them do all jobs. Each knows up to `ahead` jobs besides the one that
-    // it does, so that it need not wait for the run in between. Throws a Failure when nothing can
-    // be written, and what the duties throw.
-    void work(int workers, std::size_t ahead, const Duties &duties);
+    // Has up to `workers` of them do all jobs. With `ahead` each knows those of the next tenth of a
+    // second, one at least, besides the one that it does, so that it need not wait for the run in
+    // between. Throws a Failure when nothing can be written, and what the duties throw.
+    void work(int workers, bool ahead, const Duties &duties);
 
     // Ends the idle workers; the next job gets a new one.
     void dismiss();
@@ -66,20 +69,21 @@ private:
     typedef std::chrono::steady_clock Clock;
 
     bool nextJob(const Duties &duties, Job *job);
-    void handOut(std::size_t workers, std::size_t ahead, const Duties &duties);
+    void handOut(std::size_t workers, const Duties &duties);
     void give(Worker *worker, Job &&job);
-    void wait();
+    void wait() const;
     void listen(Worker *worker, const Duties &duties);
     void hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties);
     void bury(Worker *worker, const Duties &duties);
     void checkTimes();
-    Worker *workerFor(std::size_t most, std::size_t ahead);
+    Worker *workerFor(std::size_t most);
     Worker *hire();
     bool isBusy() const;
 
     QByteArray greeting;
     QByteArray fingerprint;
     double secondsAJob;
+    bool feedsAhead = false;
     std::vector<std::unique_ptr<Worker>> workers;
     std::deque<Job> returned; // that lost workers had not begun
 };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -53,6 +54,29 @@ bool isWanted(const std::string &name, const std::vector<std::string> &patterns)
     });
 }
 
+// What is in one folder, one name after the other in one text.
+class Names
+{
+public:
+    void add(const char *name)
+    {
+        places.push_back(static_cast<std::uint32_t>(text.size()));
+        text.append(name).push_back('\0');
+    }
+    void sort()
+    {
+        std::sort(places.begin(), places.end(), [this](std::uint32_t a, std::uint32_t b) {
+            return std::strcmp(text.data() + a, text.data() + b) < 0;
+        });
+    }
+    std::size_t size() const { return places.size(); }
+    const char *at(std::size_t index) const { return text.data() + places[index]; }
+
+private:
+    std::string text;
+    std::vector<std::uint32_t> places;
+};
+
 class Walker
 {
 public:
@@ -79,12 +103,12 @@ public:
             collected->notes.push_back(path + ": a folder that was there already, left out");
             return;
         }
-        std::vector<std::string> names;
+        Names names;
         if (!read(path, &names))
             return;
-        std::sort(names.begin(), names.end());
-        for (const std::string &name : names)
-            take(path, folder, name);
+        names.sort();
+        for (std::size_t i = 0; i < names.size(); ++i)
+            take(path, folder, names.at(i));
     }
 
 private:
@@ -93,7 +117,7 @@ private:
         collected->problems.push_back(path + ": " + std::strerror(error));
     }
 
-    bool read(const std::string &path, std::vector<std::string> *names)
+    bool read(const std::string &path, Names *names)
     {
         const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);
         if (!folder) {
@@ -103,7 +127,7 @@ private:
         errno = 0;
         while (const dirent *entry = readdir(folder.get())) {
             if (entry->d_name[0] != '.')
-                names->push_back(entry->d_name);
+                names->add(entry->d_name);
         }
         if (errno != 0)
             problem(path, errno);
@@ -129,7 +153,7 @@ private:
             Item item;
             item.path = full;
             item.folder = folder;
-            collected->items.push_back(std::move(item));
+            collected->add(std::move(item));
         }
     }
 
@@ -150,10 +174,11 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
     }
     Item item;
     item.path = input;
-    collected->items.push_back(std::move(item));
+    collected->add(std::move(item));
 }
 
-std::string bytesOfFile(const std::string &fileName)
+void forEachPortion(const std::string &fileName,
+                    const std::function<void(const std::string &)> &take)
 {
     const bool isInput = fileName == "-";
     const auto close = [&](std::FILE *file) { return isInput ? 0 : std::fclose(file); };
@@ -161,34 +186,47 @@ std::string bytesOfFile(const std::string &fileName)
         isInput ? stdin : std::fopen(fileName.c_str(), "rbe"), close);
     if (!file)
         throw Failure(kInputUnreadable, fileName + ": " + std::strerror(errno));
-    std::string bytes;
-    char part[1 << 16];
-    while (const std::size_t size = std::fread(part, 1, sizeof part, file.get()))
-        bytes.append(part, size);
+    std::string portion(1 << 16, '\0');
+    while (const std::size_t size = std::fread(&portion[0], 1, portion.size(), file.get())) {
+        portion.resize(size);
+        take(portion);
+        portion.resize(1 << 16);
+    }
     if (std::ferror(file.get()))
         throw Failure(kInputUnreadable, inputName(fileName) + ": " + std::strerror(errno));
-    return bytes;
 }
 
 void collectList(const std::string &fileName, Collected *collected)
 {
-    const std::string bytes = bytesOfFile(fileName);
-    const char end = bytes.find('\0') != std::string::npos ? '\0' : '\n';
-    for (std::size_t at = 0; at < bytes.size();) {
-        const std::size_t next = std::min(bytes.find(end, at), bytes.size());
-        std::string name = bytes.substr(at, next - at);
+    char end = 0;
+    std::string name;
+    bool isFirst = true;
+    const auto takeName = [&] {
         if (end == '\n' && !name.empty() && name.back() == '\r')
             name.pop_back();
-        at = next + 1;
-        if (name.empty())
-            continue;
         Item item;
         item.path = name;
         // Names in a list may be equal but for their folders.
-        if (name[0] != '/' && name.find('/') != std::string::npos)
+        if (!name.empty() && name[0] != '/' && name.find('/') != std::string::npos)
             item.folder = name.substr(0, name.rfind('/'));
-        collected->items.push_back(std::move(item));
-    }
+        if (!name.empty())
+            collected->add(std::move(item));
+        name.clear();
+    };
+    forEachPortion(fileName, [&](const std::string &portion) {
+        // No name is as long as the first portion.
+        if (isFirst)
+            end = portion.find('\0') != std::string::npos ? '\0' : '\n';
+        isFirst = false;
+        for (std::size_t at = 0; at < portion.size();) {
+            const std::size_t next = std::min(portion.find(end, at), portion.size());
+            name.append(portion, at, next - at);
+            if (next < portion.size())
+                takeName();
+            at = next + 1;
+        }
+    });
+    takeName();
 }
 
 } // namespace ztrace

@@ -4,18 +4,28 @@
 #ifndef ZTRACE_CLI_BATCH_INPUTS_H
 #define ZTRACE_CLI_BATCH_INPUTS_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "names.h"
+#include "itemlist.h"
 
 namespace ztrace {
 
 struct Collected
 {
-    std::vector<Item> items;
+    ItemList items;
     std::vector<std::string> problems; // what could not be looked at, in sentences
     std::vector<std::string> notes;    // what was left out on purpose
+    int page = 1;                      // of every file that is found; 0: these
+    PageRanges ranges = {};
+
+    void add(Item item)
+    {
+        item.page = page;
+        item.ranges = ranges;
+        items.add(item);
+    }
 };
 
 // How folders are walked.
@@ -35,8 +45,10 @@ void collect(const std::string &input, const Walk &walk, Collected *collected);
 // zero byte in it says that names end with those. Throws a Failure.
 void collectList(const std::string &fileName, Collected *collected);
 
-// The bytes of a file, "-" for standard input. Throws a Failure.
-std::string bytesOfFile(const std::string &fileName);
+// Gives the bytes of a file, "-" for standard input, portion by portion; none is empty, and the
+// first has at least 64 kB unless the file is shorter. Throws a Failure.
+void forEachPortion(const std::string &fileName,
+                    const std::function<void(const std::string &)> &take);
 
 } // namespace ztrace
 

@@ -1,8 +1,10 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "manifest.h"
 
+#include "csvrows.h"
 #include "inputs.h"
 #include "itemsettings.h"
+#include "spoolarray.h"
 
 #include "cli/failure.h"
 #include "cli/suggest.h"
@@ -32,6 +34,8 @@ struct Entry
     std::vector<Said> settings;
 };
 
+const char kMark[] = "\xEF\xBB\xBF"; // that some programs begin a text with
+
 class Reader
 {
 public:
@@ -42,40 +46,70 @@ public:
         folder = fileName == "-" || slash == std::string::npos ? "" : fileName.substr(0, slash + 1);
     }
 
-    std::vector<Item> read()
+    void read(ItemList *to)
     {
-        const std::string text = bytesOfFile(fileName);
-        const std::size_t first = text.find_first_not_of(" \t\r\n");
-        if (first != std::string::npos && text[first] == '{')
-            readJsonLines(text);
-        else
-            readCsv(text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? text.substr(3) : text);
-        numberPages();
-        if (items.empty() && errors->empty())
+        Form form = Form::Unknown;
+        CsvRows rows([this](const CsvRow &row) { takeRow(row); });
+        std::string line; // of JSON lines, as far as it has come
+        forEachPortion(fileName, [&](const std::string &portion) {
+            const bool isMarked = form == Form::Unknown && portion.compare(0, 3, kMark) == 0;
+            if (form == Form::Unknown)
+                form = formOf(portion);
+            if (form == Form::Csv)
+                rows.add(isMarked ? portion.substr(3) : portion);
+            else
+                takeLines(portion, &line);
+        });
+        int wrongLine = 0;
+        if (form == Form::JsonLines)
+            takeLines("\n", &line);
+        else if (!rows.end(&wrongLine))
+            error(wrongLine, "a quote has no end");
+        if (items.isEmpty() && errors->empty())
             error(1, "it names no picture");
-        return items;
+        addNumbered(to);
     }
 
 private:
+    enum class Form { Unknown, Csv, JsonLines };
+
     void error(int line, const std::string &text)
     {
         if (errors->size() < kMostErrors)
             errors->push_back(fileName + ", line " + std::to_string(line) + ": " + text);
     }
 
-    // A file that is there several times has pages with numbers.
-    void numberPages()
+    static Form formOf(const std::string &beginning)
     {
+        const std::size_t first = beginning.find_first_not_of(" \t\r\n");
+        return first != std::string::npos && beginning[first] == '{' ? Form::JsonLines : Form::Csv;
+    }
+
+    // A file that is there several times has pages with numbers.
+    void addNumbered(ItemList *to)
+    {
+        SpoolArray<std::size_t> hashes;
+        const std::hash<std::string> hash;
+        items.forEach([&](const Item &item) { hashes.add(hash(item.path)); });
+        std::sort(hashes.begin(), hashes.end());
+        const auto isRepeated = [&](const Item &item) {
+            const auto places = std::equal_range(hashes.begin(), hashes.end(), hash(item.path));
+            return places.second - places.first > 1;
+        };
         std::unordered_map<std::string, std::pair<int, int>> files; // times, last page
-        for (const Item &item : items) {
+        items.forEach([&](const Item &item) {
+            if (!isRepeated(item))
+                return;
             std::pair<int, int> &file = files[item.path];
             ++file.first;
             file.second = std::max(file.second, item.page);
-        }
-        for (Item &item : items) {
-            const std::pair<int, int> &file = files[item.path];
-            item.pages = file.first > 1 ? std::max(2, file.second) : 1;
-        }
+        });
+        items.forEach([&](Item item) {
+            const auto file = files.find(item.path);
+            const bool hasPages = file != files.end() && file->second.first > 1;
+            item.pages = hasPages ? std::max(2, file->second.second) : 1;
+            to->add(item);
+        });
     }
 
     bool checkColumns(const CsvRow &header)
@@ -96,19 +130,15 @@ private:
         return good;
     }
 
-    void readCsv(const std::string &text)
+    void takeRow(const CsvRow &row)
     {
-        std::vector<CsvRow> rows;
-        int wrongLine = 0;
-        if (!parseCsv(text, &rows, &wrongLine))
-            error(wrongLine, "a quote has no end");
-        else if (!rows.empty() && checkColumns(rows.front()))
-            for (std::size_t i = 1; i < rows.size(); ++i)
-                takeRow(rows.front().fields, rows[i]);
-    }
-
-    void takeRow(const std::vector<std::string> &columns, const CsvRow &row)
-    {
+        if (columns.empty()) {
+            columns = row.fields;
+            hasGoodColumns = checkColumns(row);
+            return;
+        }
+        if (!hasGoodColumns)
+            return;
         if (row.fields.size() != columns.size()) {
             error(row.line,
                   "there are " + std::to_string(row.fields.size())
@@ -150,27 +180,34 @@ private:
         return true;
     }
 
-    void readJsonLines(const std::string &text)
+    // Those that end in a portion; what begins there is kept.
+    void takeLines(const std::string &portion, std::string *text)
     {
-        int line = 0;
-        for (std::size_t at = 0; at < text.size();) {
-            const std::size_t end = std::min(text.find('\n', at), text.size());
-            const QByteArray bytes(text.data() + at, static_cast<int>(end - at));
+        for (std::size_t at = 0; at < portion.size();) {
+            const std::size_t end = std::min(portion.find('\n', at), portion.size());
+            text->append(portion, at, end - at);
             at = end + 1;
-            ++line;
-            if (bytes.trimmed().isEmpty())
-                continue;
-            QJsonParseError wrong;
-            const QJsonDocument document = QJsonDocument::fromJson(bytes, &wrong);
-            if (!document.isObject())
-                error(line,
-                      "is no JSON object"
-                          + (wrong.error == QJsonParseError::NoError
-                                 ? std::string()
-                                 : " (" + wrong.errorString().toStdString() + ")"));
-            else
-                takeObject(document.object(), line);
+            if (end == portion.size())
+                return;
+            takeLine(QByteArray::fromStdString(*text), ++lineNumber);
+            text->clear();
         }
+    }
+
+    void takeLine(const QByteArray &bytes, int line)
+    {
+        if (bytes.trimmed().isEmpty())
+            return;
+        QJsonParseError wrong;
+        const QJsonDocument document = QJsonDocument::fromJson(bytes, &wrong);
+        if (document.isObject())
+            takeObject(document.object(), line);
+        else
+            error(line,
+                  "is no JSON object"
+                      + (wrong.error == QJsonParseError::NoError
+                             ? std::string()
+                             : " (" + wrong.errorString().toStdString() + ")"));
     }
 
     void takeObject(const QJsonObject &object, int line)
@@ -250,58 +287,23 @@ private:
             error(line, failure.what());
             return;
         }
-        items.push_back(std::move(item));
+        items.add(item);
     }
 
     std::string fileName;
     std::string folder;
     std::vector<std::string> *errors;
-    std::vector<Item> items;
+    std::vector<std::string> columns;
+    bool hasGoodColumns = false;
+    int lineNumber = 0;
+    ItemList items; // without the number of pages
 };
 
 } // namespace
 
-bool parseCsv(const std::string &text, std::vector<CsvRow> *rows, int *wrongLine)
+void readManifest(const std::string &fileName, ItemList *items, std::vector<std::string> *errors)
 {
-    int line = 1;
-    CsvRow row;
-    std::string field;
-    bool inQuotes = false;
-    const auto endRow = [&] {
-        row.fields.push_back(field);
-        field.clear();
-        if (row.fields.size() > 1 || !row.fields.front().empty())
-            rows->push_back(row);
-        row = CsvRow();
-    };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char letter = text[i];
-        if (row.line == 0)
-            row.line = line;
-        if (letter == '\n')
-            ++line;
-        if (inQuotes && letter == '"' && i + 1 < text.size() && text[i + 1] == '"')
-            field += text[i++];
-        else if (letter == '"' && (inQuotes || field.empty()))
-            inQuotes = !inQuotes;
-        else if (inQuotes)
-            field += letter;
-        else if (letter == ',')
-            row.fields.push_back(field), field.clear();
-        else if (letter == '\n')
-            endRow();
-        else if (letter != '\r' || i + 1 == text.size() || text[i + 1] != '\n')
-            field += letter;
-    }
-    *wrongLine = row.line;
-    if (!field.empty() || !row.fields.empty())
-        endRow();
-    return !inQuotes;
-}
-
-std::vector<Item> readManifest(const std::string &fileName, std::vector<std::string> *errors)
-{
-    return Reader(fileName, errors).read();
+    Reader(fileName, errors).read(items);
 }
 
 } // namespace ztrace

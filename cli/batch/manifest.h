@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "names.h"
+#include "itemlist.h"
 
 namespace ztrace {
 
@@ -16,16 +16,7 @@ namespace ztrace {
 // JSON an object; the engine's are "set.ltres=1". A path that is not absolute begins at the
 // manifest's folder. What is wrong goes to `errors` with its line, up to a hundred of them.
 // Throws a Failure for a file that cannot be read.
-std::vector<Item> readManifest(const std::string &fileName, std::vector<std::string> *errors);
-
-// The fields of CSV lines, each with the number of its line: quotes, doubled quotes in quotes, and
-// line ends in quotes. False, and the line, for a quote without an end.
-struct CsvRow
-{
-    int line = 0;
-    std::vector<std::string> fields;
-};
-bool parseCsv(const std::string &text, std::vector<CsvRow> *rows, int *wrongLine);
+void readManifest(const std::string &fileName, ItemList *items, std::vector<std::string> *errors);
 
 } // namespace ztrace
 

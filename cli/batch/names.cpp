@@ -7,7 +7,6 @@
 #include "cli/values.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <functional>
 
 namespace ztrace {
@@ -58,12 +57,6 @@ std::string filled(const std::string &pattern,
     return result;
 }
 
-struct Named
-{
-    std::size_t hash;
-    std::size_t drawing; // item * suffixes + suffix
-};
-
 } // namespace
 
 void checkTemplate(const std::string &pattern)
@@ -101,37 +94,6 @@ std::string outputNameOf(const Item &item, const std::string &pattern,
               return suffixOfFormat;
           });
     return cleaned(name);
-}
-
-std::vector<std::string> clashesOf(const std::vector<Item> &items, const std::string &pattern,
-                                   const std::vector<std::string> &suffixes, std::size_t most)
-{
-    const auto nameOf = [&](std::size_t drawing) {
-        return outputNameOf(items[drawing / suffixes.size()], pattern,
-                            suffixes[drawing % suffixes.size()]);
-    };
-    std::vector<Named> names;
-    names.reserve(items.size() * suffixes.size());
-    for (std::size_t drawing = 0; drawing < items.size() * suffixes.size(); ++drawing)
-        names.push_back({ std::hash<std::string>()(nameOf(drawing)), drawing });
-    std::sort(names.begin(), names.end(), [](const Named &a, const Named &b) {
-        return a.hash != b.hash ? a.hash < b.hash : a.drawing < b.drawing;
-    });
-    std::vector<std::string> clashes;
-    for (std::size_t i = 1; i < names.size() && clashes.size() < most; ++i) {
-        // Names of one hash are few; the first of them stands for all.
-        const std::size_t a = names[i - 1].drawing;
-        const std::size_t b = names[i].drawing;
-        if (names[i - 1].hash != names[i].hash || nameOf(a) != nameOf(b))
-            continue;
-        const Item &first = items[a / suffixes.size()];
-        const Item &second = items[b / suffixes.size()];
-        const bool same = first.path == second.path && first.page == second.page;
-        clashes.push_back(same ? second.path + ": is given twice"
-                               : first.path + " and " + second.path + " would both become "
-                                  + nameOf(a) + " (see --names)");
-    }
-    return clashes;
 }
 
 } // namespace ztrace

@@ -41,11 +41,6 @@ void checkTemplate(const std::string &pattern);
 std::string outputNameOf(const Item &item, const std::string &pattern,
                          const std::string &suffixOfFormat);
 
-// Tells of every two pictures whose drawings would be the same file, of the first `most` of them.
-// One string a clash; empty when there is none. Takes 16 bytes a drawing.
-std::vector<std::string> clashesOf(const std::vector<Item> &items, const std::string &pattern,
-                                   const std::vector<std::string> &suffixes, std::size_t most);
-
 } // namespace ztrace
 
 #endif

@@ -20,7 +20,7 @@ namespace {
 
 const int kLockTries = 50;
 const useconds_t kLockWait = 100000; // microseconds
-const std::chrono::milliseconds kBetweenSyncs(50);
+const std::chrono::milliseconds kBetweenSyncs(200);
 const int kPart = 1 << 18;
 const int kMostLine = 1 << 24; // longer ones are none of ours
 
@@ -123,21 +123,64 @@ int forEachLine(const std::string &fileName,
     }
 }
 
+bool Ledger::isBefore(const Place &a, const Place &b)
+{
+    return a.key != b.key ? a.key < b.key : isInOrder(a, b);
+}
+
+bool Ledger::isInOrder(const Place &a, const Place &b)
+{
+    return a.file != b.file ? a.file < b.file : a.offset < b.offset;
+}
+
 void Ledger::read(const std::string &fileName)
 {
     files.push_back(fileName);
+    isSettled = false;
     const int file = static_cast<int>(files.size()) - 1;
     wrong += forEachLine(fileName, [&](const QJsonObject &line, qint64 offset, int size) {
         const std::string path = nameIn(line, "path");
         if (path.empty())
             return;
+        Place place = { {}, offset, file, size, isDone(line) };
         const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
-        const bool done = isDone(line);
-        const auto known = places.find(key);
-        if (known != places.end() && known->second.file != file && known->second.done && !done)
-            return;
-        places[key] = { file, size, offset, done };
+        std::copy(key.begin(), key.end(), place.key.begin());
+        places.add(place);
     });
+}
+
+void Ledger::clear()
+{
+    files.clear();
+    places.cutTo(0);
+    isSettled = true;
+    wrong = 0;
+}
+
+// One line a picture: that of a file is its last one, and that of several files the last that is
+// done, or else the last.
+void Ledger::settle() const
+{
+    if (isSettled)
+        return;
+    isSettled = true;
+    std::sort(places.begin(), places.end(), isBefore);
+    Place *kept = places.begin();
+    std::size_t count = 0;
+    for (const Place &place : places) {
+        const bool isOther = count == 0 || kept[count - 1].key != place.key;
+        if (isOther)
+            kept[count++] = place;
+        else if (place.done || !kept[count - 1].done || kept[count - 1].file == place.file)
+            kept[count - 1] = place;
+    }
+    places.cutTo(count);
+}
+
+std::size_t Ledger::size() const
+{
+    settle();
+    return places.size();
 }
 
 void Ledger::forEach(const std::function<void(const QJsonObject &line)> &take) const
@@ -148,12 +191,11 @@ void Ledger::forEach(const std::function<void(const QJsonObject &line)> &take) c
 void Ledger::forEachIn(
     const std::function<void(const QJsonObject &line, const std::string &file)> &take) const
 {
-    std::vector<Place> sorted;
-    for (const auto &entry : places)
-        sorted.push_back(entry.second);
-    std::sort(sorted.begin(), sorted.end(), [](const Place &a, const Place &b) {
-        return a.file != b.file ? a.file < b.file : a.offset < b.offset;
-    });
+    settle();
+    SpoolArray<Place> sorted;
+    for (const Place &place : places)
+        sorted.add(place);
+    std::sort(sorted.begin(), sorted.end(), isInOrder);
     for (const Place &place : sorted) {
         const QJsonObject line = QJsonDocument::fromJson(lineAt(place)).object();
         if (!line.isEmpty())
@@ -163,10 +205,16 @@ void Ledger::forEachIn(
 
 QByteArray Ledger::lineOf(const std::string &path, int page) const
 {
-    if (places.empty())
+    settle();
+    if (places.size() == 0)
         return QByteArray();
-    const auto found = places.find(keyOf(path, page));
-    return found == places.end() ? QByteArray() : lineAt(found->second);
+    Place wanted = {};
+    const std::string key = keyOf(path, page);
+    std::copy(key.begin(), key.end(), wanted.key.begin());
+    const Place *found
+        = std::lower_bound(places.begin(), places.end(), wanted,
+                           [](const Place &a, const Place &b) { return a.key < b.key; });
+    return found == places.end() || found->key != wanted.key ? QByteArray() : lineAt(*found);
 }
 
 QByteArray Ledger::lineAt(const Place &place) const

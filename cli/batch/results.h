@@ -9,14 +9,14 @@
 #include <QByteArray>
 #include <QJsonObject>
 
+#include <array>
 #include <chrono>
 #include <functional>
-#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "drawing/files.h"
+#include "spoolarray.h"
 
 namespace ztrace {
 
@@ -44,13 +44,14 @@ std::string keyOf(const std::string &path, int page);
 int forEachLine(const std::string &fileName,
                 const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take);
 
-// The line of every picture that holds, by place: some 100 bytes a picture, whatever is in the
-// line. Of a file that is the last one; of several files one of a drawing that is there goes before
-// others.
+// The line of every picture that holds, by place: 40 bytes a line, whatever is in it, in a
+// SpoolArray. Of a file that is the last one; of several files one of a drawing that is there goes
+// before others.
 class Ledger
 {
 public:
     void read(const std::string &fileName);
+    void clear();
 
     // Every line that holds, in the order of files and lines.
     void forEach(const std::function<void(const QJsonObject &line)> &take) const;
@@ -65,20 +66,26 @@ public:
     // Null when there is none.
     QByteArray lineOf(const std::string &path, int page) const;
 
-    std::size_t size() const { return places.size(); }
+    std::size_t size() const;
 
 private:
     struct Place
     {
+        std::array<char, 16> key;
+        qint64 offset;
         int file;
         int size;
-        qint64 offset;
         bool done;
     };
+    static bool isBefore(const Place &a, const Place &b);
+    static bool isInOrder(const Place &a, const Place &b);
+    void settle() const;
     QByteArray lineAt(const Place &place) const;
 
     std::vector<std::string> files;
-    std::unordered_map<std::string, Place> places;
+    // Of every line; sorted by the picture, and one a picture, when they were settled.
+    mutable SpoolArray<Place> places;
+    mutable bool isSettled = true;
     int wrong = 0;
 };
 
@@ -92,7 +99,7 @@ public:
 
     // Appends whole lines, which then are there whatever ends the process. Throws a Failure;
     // nothing of them is there then. They are on the disk, for whatever ends the machine, a
-    // twentieth of a second later at most, if this or sync is called: waiting for the disk is what
+    // fifth of a second later at most, if this or sync is called: waiting for the disk is what
     // costs.
     void append(const QByteArray &lines);
     void sync(bool atOnce);

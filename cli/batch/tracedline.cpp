@@ -135,6 +135,13 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
         line->insert(QLatin1String("flags"), flags);
 }
 
+void addFailure(ExitCode code, const std::string &text, QJsonObject *line)
+{
+    line->insert(QLatin1String("outcome"), QLatin1String(kOutcomeFailed));
+    line->insert(QLatin1String("code"), int(code));
+    line->insert(QLatin1String("error"), textOf(text));
+}
+
 QByteArray lineText(const QJsonObject &line)
 {
     return jsonValue(line);

@@ -9,6 +9,7 @@
 #include <QJsonObject>
 
 #include "cli/ending.h"
+#include "cli/failure.h"
 #include "cli/tracejob.h"
 #include "names.h"
 
@@ -29,6 +30,9 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
               QJsonObject *line);
 
 // On one line, without its end.
+// Why there is no drawing.
+void addFailure(ExitCode code, const std::string &text, QJsonObject *line);
+
 QByteArray lineText(const QJsonObject &line);
 
 } // namespace ztrace

@@ -116,16 +116,16 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
     }
     for (auto &file : files)
         file.second.isThere = false;
-    for (Item &item : found.items) {
+    found.items.forEach([&](const Item &item) {
         look(item);
         State &state = files[item.path];
         const bool isStill = Clock::now() - state.since >= kStill && state.size > 0;
         if (!state.isTaken && isStill) {
             state.isTaken = true;
-            complete.push_back(std::move(item));
+            complete.push_back(item);
         }
         hasOpen = hasOpen || (!state.isTaken && state.size > 0);
-    }
+    });
     // What has gone may come again.
     for (auto it = files.begin(); it != files.end();)
         it = it->second.isThere ? std::next(it) : files.erase(it);

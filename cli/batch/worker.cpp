@@ -2,10 +2,13 @@
 #include "worker.h"
 
 #include "fingerprint.h"
+#include "finisher.h"
 #include "itemsettings.h"
+#include "limits.h"
 #include "preview.h"
 #include "results.h"
 #include "selfcheck.h"
+#include "task.h"
 #include "tracedline.h"
 #include "version.h"
 
@@ -25,13 +28,14 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <ctime>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <stdexcept>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/resource.h>
+#include <malloc.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,25 +50,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-bool saysNoRoom(const std::string &text)
-{
-    for (int error : { ENOSPC, EDQUOT, EROFS, EIO }) {
-        const std::string reason = std::strerror(error);
-        if (text.size() >= reason.size()
-            && text.compare(text.size() - reason.size(), reason.size(), reason) == 0)
-            return true;
-    }
-    return false;
-}
-
-std::vector<Said> saidIn(const QJsonValue &value)
-{
-    std::vector<Said> said;
-    for (const QJsonValue &pair : value.toArray())
-        said.push_back({ unpacked(pair.toArray().at(0)), unpacked(pair.toArray().at(1)) });
-    return said;
-}
-
 std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
 {
     try {
@@ -77,89 +62,6 @@ std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Processor time of this process.
-double processorSeconds()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
-
-// The process's largest memory since this was called with true, in bytes; 0 where that is unknown.
-double peakMemory(bool begin)
-{
-    if (begin) {
-        const int file = open("/proc/self/clear_refs", O_WRONLY | O_CLOEXEC);
-        if (file >= 0) {
-            (void)!::write(file, "5", 1);
-            close(file);
-        }
-        return 0.0;
-    }
-    char text[4096];
-    const int file = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
-    const ssize_t size = file >= 0 ? ::read(file, text, sizeof text - 1) : 0;
-    if (file >= 0)
-        close(file);
-    text[std::max<ssize_t>(0, size)] = 0;
-    const char *line = std::strstr(text, "VmHWM:");
-    return line ? std::strtod(line + 6, nullptr) * 1024.0 : 0.0;
-}
-
-// Beyond what the process has by now. Sanitizers have their own idea of memory.
-void limitMemory(double millions)
-{
-#if !defined(__SANITIZE_ADDRESS__)
-    if (millions <= 0.0)
-        return;
-    long long pages = 0;
-    if (std::FILE *file = std::fopen("/proc/self/statm", "re")) {
-        if (std::fscanf(file, "%lld", &pages) != 1)
-            pages = 0;
-        std::fclose(file);
-    }
-    rlimit limit;
-    if (getrlimit(RLIMIT_AS, &limit) != 0)
-        return;
-    const double bytes = millions * 1e6 + double(pages) * double(sysconf(_SC_PAGESIZE));
-    if (bytes < double(limit.rlim_cur)) {
-        limit.rlim_cur = static_cast<rlim_t>(bytes);
-        setrlimit(RLIMIT_AS, &limit);
-    }
-#else
-    (void)millions;
-#endif
-}
-
-// One picture, as the run asks for it.
-struct Task
-{
-    Item item;
-    std::vector<std::string> outputs; // below the folder of the drawings
-    QJsonObject before;               // its line of an earlier run
-    int preview = 0;                  // its longer side; 0: none
-    bool retry = false;               // also when that one failed
-    int attempt = 1;
-};
-
-Task taskOf(const QJsonObject &message)
-{
-    Task task;
-    task.item.path = unpacked(message.value(QLatin1String("path")));
-    task.item.page = message.value(QLatin1String("page")).toInt(1);
-    task.item.pages = message.value(QLatin1String("pages")).toInt(1);
-    task.item.sha256 = unpacked(message.value(QLatin1String("sha256")));
-    task.item.settings = saidIn(message.value(QLatin1String("settings")));
-    for (const QJsonValue &output : message.value(QLatin1String("outputs")).toArray())
-        task.outputs.push_back(unpacked(output));
-    const QByteArray before = message.value(QLatin1String("before")).toString().toUtf8();
-    task.before = QJsonDocument::fromJson(before).object();
-    task.preview = message.value(QLatin1String("preview")).toInt();
-    task.retry = message.value(QLatin1String("retry")).toBool();
-    task.attempt = message.value(QLatin1String("attempt")).toInt(1);
-    return task;
 }
 
 class Worker
@@ -178,6 +80,7 @@ public:
         onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
         limits = { line.settings.maxPixels, line.settings.maxMemory };
+        finisher = std::make_unique<Finisher>(); // what it needs is no picture's
         limitMemory(line.settings.batch.memoryLimit);
         answer(kReady, fingerprint);
     }
@@ -185,6 +88,7 @@ public:
     void count(const QJsonObject &message)
     {
         const std::string path = unpacked(message.value(QLatin1String("path")));
+        ++begun;
         int pages = 1;
         try {
             const ImageSource &file = sourceOf(path);
@@ -198,35 +102,50 @@ public:
     void trace(const QJsonObject &message)
     {
         const Task task = taskOf(message);
-        QJsonObject result;
-        char letter = kLine;
+        ++begun;
+        Traced traced;
         try {
-            if (!attempt(task, &result))
-                return;
+            attempt(task, &traced);
         } catch (const Failure &failure) {
             if (failure.code == kOutputNotWritable && saysNoRoom(failure.what()))
                 throw NoRoom(failure.what());
-            fail(failure.code, failure.what(), &result);
+            addFailure(failure.code, failure.what(), &traced.line);
         } catch (const TraceError &error) {
-            fail(kFailed, error.what(), &result);
+            addFailure(kFailed, error.what(), &traced.line);
         } catch (const std::bad_alloc &) {
-            letter = kLineOfMemory;
-            files.reset();
+            traced.letter = kLineOfMemory;
             source.reset();
-            fail(kFailed, "not enough memory", &result);
-            result.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
+            addFailure(kFailed, "not enough memory", &traced.line);
+            traced.line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
         }
-        if (result.value(QLatin1String("outcome")).toString() != QLatin1String(kDone))
-            files.reset(); // what it has staged
-        answer(letter, lineText(result));
+        const bool isFine = traced.letter == kSkipped || isDone(traced.line);
+        if (!isFine) {
+            traced.files.reset();
+            cleanFolders.reset(); // to be looked at again
+        } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))) {
+            traced.letter = kLineOfDone;
+        }
+        finisher->add(std::move(traced));
     }
 
-    static void answer(char letter, const QByteArray &text)
+    // There is nothing to do for the moment.
+    void rest()
     {
-        const QByteArray bytes = letter + text + '\n';
-        if (writeAll(kWorkerSocket, bytes.constData(), bytes.size()) != 0)
-            _exit(kFailed); // the run has gone
+        if (begun == toldBegun)
+            return;
+        toldBegun = begun;
+        answer(kTraced, QByteArray::number(begun));
+        finisher->hurry();
     }
+
+    // So that answers of this thread come after those of pictures.
+    void flush()
+    {
+        if (finisher)
+            finisher->flush();
+    }
+
+    static void answer(char letter, const QByteArray &text) { answerAll(letter + text + '\n'); }
 
 private:
     std::string fullName(const std::string &output) const
@@ -257,17 +176,10 @@ private:
         return *source;
     }
 
-    static void fail(ExitCode code, const std::string &text, QJsonObject *result)
-    {
-        result->insert(QLatin1String("outcome"), QLatin1String(kOutcomeFailed));
-        result->insert(QLatin1String("code"), int(code));
-        result->insert(QLatin1String("error"), QString::fromUtf8(text.c_str()));
-    }
-
     // Whether an earlier run has finished the picture as this one would.
     bool isFinished(const Task &task, const QByteArray &settings)
     {
-        const QJsonObject &before = task.before;
+        const QJsonObject before = QJsonDocument::fromJson(task.before).object();
         const auto said = [&](const char *name) {
             return before.value(QLatin1String(name)).toString().toStdString();
         };
@@ -291,12 +203,12 @@ private:
         return true;
     }
 
-    // False when there was nothing to do, which has been told.
-    bool attempt(const Task &task, QJsonObject *result)
+    void attempt(const Task &task, Traced *traced)
     {
         peakMemory(true);
         const auto start = std::chrono::steady_clock::now();
         const double begin = processorSeconds();
+        QJsonObject *result = &traced->line;
         const QByteArray settings = fingerprintOf(fingerprint, task.item.settings);
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
@@ -309,26 +221,34 @@ private:
         if (!sourceSha.empty()) {
             result->insert(QLatin1String("sha256"), QString::fromStdString(sourceSha));
             result->insert(QLatin1String("bytes"), double(sourceBytes));
-            answer(kStarted, QByteArray::fromStdString(sourceSha));
         }
+        answer(kStarted, QByteArray::number(begun) + ' ' + QByteArray::fromStdString(sourceSha));
         if (isFinished(task, settings)) {
-            if (image && isDone(task.before))
-                showAgain(task, *image);
-            answer(kSkipped, task.before.value(QLatin1String("outcome")).toString().toUtf8());
-            return false;
+            skip(task, image, traced);
+            return;
         }
         if (!task.item.sha256.empty() && !sourceSha.empty() && sourceSha != task.item.sha256)
             throw Failure(kInputUnreadable,
                           task.item.path + ": its SHA-256 is not the expected one");
         if (!image)
             throw Failure(kInputUnreadable, whyNot);
-        draw(task, *image, result);
+        draw(task, *image, traced);
         result->insert(QLatin1String("peak"), peakMemory(false));
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
         seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
         result->insert(QLatin1String("seconds"), seconds);
-        return true;
+    }
+
+    // The picture is finished already.
+    void skip(const Task &task, const ImageSource *image, Traced *traced)
+    {
+        const QJsonObject before = QJsonDocument::fromJson(task.before).object();
+        if (image && isDone(before))
+            showAgain(task, *image, traced);
+        traced->letter = kSkipped;
+        traced->text = before.value(QLatin1String("outcome")).toString().toUtf8();
+        traced->line = QJsonObject();
     }
 
     TraceJob jobOf(const Task &task, QJsonArray *warnings)
@@ -359,7 +279,7 @@ private:
         }
     }
 
-    void draw(const Task &task, const ImageSource &image, QJsonObject *result)
+    void draw(const Task &task, const ImageSource &image, Traced *traced)
     {
         QJsonArray warnings;
         TraceJob job = jobOf(task, &warnings);
@@ -367,43 +287,46 @@ private:
         job.outputs = outputsFor(task.item.path, job.settings);
         if (image.isDrawing()) {
             const Drawing drawing = readDrawing(image, &job);
-            write(drawing, job.settings, job.outputs, result);
-            addDrawing(drawing, result);
+            stage(drawing, job.settings, job.outputs, traced);
+            addDrawing(drawing, &traced->line);
         } else {
             if (task.item.pages == 1)
                 warnOfSource(image, job);
-            tracePage(task, image, job, result);
+            tracePage(task, image, job, traced);
         }
         if (!warnings.isEmpty())
-            result->insert(QLatin1String("warnings"), warnings);
-        addOutputs(task, job.outputs, result);
-        result->insert(QLatin1String("outcome"), QLatin1String(kDone));
+            traced->line.insert(QLatin1String("warnings"), warnings);
+        addOutputs(task, job.outputs, traced);
+        traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
     }
 
-    void tracePage(const Task &task, const ImageSource &image, const TraceJob &job,
-                   QJsonObject *result)
+    void tracePage(const Task &task, const ImageSource &image, TraceJob job, Traced *traced)
     {
         auto start = std::chrono::steady_clock::now();
-        QImage picture = image.read(task.item.page, !job.settings.raw);
+        std::string remark;
+        QImage picture = image.read(task.item.page, !job.settings.raw, &remark);
+        if (!remark.empty())
+            job.warn(inputName(task.item.path) + ": " + remark);
         const double reading = secondsSince(start);
         const Ending ending = image.ending(task.item.page);
         warnOfEnding(ending, job);
+        usePlacement(image, task.item.page, &job);
         const bool checks = line.settings.batch.check;
         const QImage shown = checks || task.preview > 0 ? picture : QImage();
-        const TracedPicture traced = tracePicture(std::move(picture), job);
-        addTrace(traced, result);
-        QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
+        const TracedPicture page = tracePicture(std::move(picture), job);
+        addTrace(page, &traced->line);
+        QJsonObject seconds = traced->line.value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("reading"), reading);
         start = std::chrono::steady_clock::now();
-        write(traced.result.drawing, traced.settings, job.outputs, result);
+        stage(page.result.drawing, page.settings, job.outputs, traced);
         seconds.insert(QLatin1String("writing"), secondsSince(start));
         start = std::chrono::steady_clock::now();
         if (checks)
-            addCheck(shown, traced, line.settings.batch.flagBelow, ending, result);
+            addCheck(shown, page, line.settings.batch.flagBelow, ending, &traced->line);
         seconds.insert(QLatin1String("checking"), secondsSince(start));
         if (task.preview > 0)
-            show(task, shown, drawnSmall(traced.result.drawing, task.preview));
-        result->insert(QLatin1String("seconds"), seconds);
+            show(task, shown, drawnSmall(page.result.drawing, task.preview), traced);
+        traced->line.insert(QLatin1String("seconds"), seconds);
     }
 
     static QImage drawnSmall(const Drawing &drawing, int side)
@@ -412,20 +335,22 @@ private:
         return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
     }
 
-    void show(const Task &task, const QImage &picture, const QImage &drawn)
+    void show(const Task &task, const QImage &picture, const QImage &drawn, Traced *traced)
     {
         const std::string name
             = previewName(line.settings.batch.out, task.item.path, task.item.page);
         makeFolders({ name });
         const QByteArray bytes = previewOf(picture, drawn, task.preview);
         QString ignored; // a report without one picture is still a report
-        writeWhole(
-            QFile::decodeName(name.c_str()),
-            [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &ignored);
+        traced->extra = freshFiles();
+        if (!traced->extra->add(
+                QFile::decodeName(name.c_str()),
+                [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &ignored))
+            traced->extra.reset();
     }
 
     // The preview of a picture that an earlier run has finished without one.
-    void showAgain(const Task &task, const ImageSource &image)
+    void showAgain(const Task &task, const ImageSource &image, Traced *traced)
     {
         const std::string name
             = previewName(line.settings.batch.out, task.item.path, task.item.page);
@@ -435,25 +360,30 @@ private:
             std::vector<std::string> drawings;
             for (const std::string &output : task.outputs)
                 drawings.push_back(fullName(output));
-            show(task, image.read(task.item.page, true), drawnFrom(drawings, task.preview));
+            show(task, image.read(task.item.page, true), drawnFrom(drawings, task.preview), traced);
         } catch (const Failure &) {
         } catch (const std::bad_alloc &) { }
     }
 
-    void write(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
-               QJsonObject *)
+    std::unique_ptr<OutputFiles> freshFiles()
     {
-        if (!files)
-            files = std::make_unique<OutputFiles>();
-        stageOutputs(outputs, drawing, settings, files.get());
-        commitOutputs(files.get());
+        if (!cleanFolders)
+            cleanFolders = std::make_shared<QSet<QByteArray>>();
+        return std::make_unique<OutputFiles>(cleanFolders);
     }
 
-    void addOutputs(const Task &task, const std::vector<Output> &outputs, QJsonObject *result) const
+    void stage(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
+               Traced *traced)
+    {
+        traced->files = freshFiles();
+        stageOutputs(outputs, drawing, settings, traced->files.get());
+    }
+
+    static void addOutputs(const Task &task, const std::vector<Output> &outputs, Traced *traced)
     {
         QJsonArray list;
         for (std::size_t i = 0; i < outputs.size(); ++i) {
-            const QByteArray bytes = contentsOf(fullName(task.outputs[i]), SourceLimits());
+            const QByteArray bytes = traced->files->contentsOf(outputs[i].fileName);
             QJsonObject output;
             insertName("file", task.outputs[i], &output);
             output.insert(QLatin1String("format"), QLatin1String(outputs[i].format->name));
@@ -461,7 +391,7 @@ private:
             output.insert(QLatin1String("bytes"), bytes.size());
             list.append(output);
         }
-        result->insert(QLatin1String("outputs"), list);
+        traced->line.insert(QLatin1String("outputs"), list);
     }
 
     CommandLine line;
@@ -473,17 +403,38 @@ private:
     std::string sourceSha;
     qint64 sourceBytes = 0;
     struct stat sourceInfo = {};
-    std::unique_ptr<OutputFiles> files; // kept, as it knows which folders are in order
+    OutputFiles::CleanFolders cleanFolders;
+    qint64 begun = 0; // pictures, since the start
+    qint64 toldBegun = 0;
+    std::unique_ptr<Finisher> finisher;
 };
 
 void serve(Worker *worker, const QJsonObject &message)
 {
-    if (message.contains(QLatin1String("words")))
-        worker->greet(message);
-    else if (message.value(QLatin1String("count")).toBool())
-        worker->count(message);
-    else
-        worker->trace(message);
+    try {
+        if (message.contains(QLatin1String("words")))
+            worker->greet(message);
+        else if (message.value(QLatin1String("count")).toBool())
+            worker->count(message);
+        else
+            worker->trace(message);
+    } catch (const NoRoom &noRoom) {
+        worker->flush();
+        Worker::answer(kNoRoom, noRoom.what());
+    } catch (const Failure &failure) {
+        worker->flush();
+        Worker::answer(kRefused, QByteArray::number(failure.code) + ' ' + failure.what());
+    }
+}
+
+// What the run has to say by now; rests when it has nothing.
+ssize_t hear(Worker *worker, std::vector<char> *part)
+{
+    const ssize_t size = ::recv(kWorkerSocket, part->data(), part->size(), MSG_DONTWAIT);
+    if (size >= 0 || errno != EAGAIN)
+        return size;
+    worker->rest();
+    return ::read(kWorkerSocket, part->data(), part->size());
 }
 
 } // namespace
@@ -503,29 +454,34 @@ bool isWorker(int argc, const char *const *argv)
     return argc == 2 && std::strcmp(argv[1], kWorkerArgument) == 0;
 }
 
+void answerAll(const QByteArray &answers)
+{
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (writeAll(kWorkerSocket, answers.constData(), answers.size()) != 0)
+        _exit(kFailed); // the run has gone
+}
+
 ExitCode runWorker()
 {
+    mallopt(M_ARENA_MAX, 1); // memory of its own for the second thread would count as a picture's
     Worker worker;
     QByteArray text;
     std::vector<char> part(1 << 16);
     for (;;) {
-        const ssize_t size = ::read(kWorkerSocket, part.data(), part.size());
+        const ssize_t size = hear(&worker, &part);
         if (size < 0 && errno == EINTR)
             continue;
         if (size <= 0)
             return size == 0 ? kSuccess : kWrongUsage; // somebody's curiosity has no socket
         text.append(part.data(), static_cast<int>(size));
-        for (int end = text.indexOf('\n'); end >= 0; end = text.indexOf('\n')) {
-            const QJsonObject message = QJsonDocument::fromJson(text.left(end)).object();
-            text.remove(0, end + 1);
-            try {
-                serve(&worker, message);
-            } catch (const NoRoom &noRoom) {
-                Worker::answer(kNoRoom, noRoom.what());
-            } catch (const Failure &failure) {
-                Worker::answer(kRefused, QByteArray::number(failure.code) + ' ' + failure.what());
-            }
+        int at = 0;
+        for (int end = text.indexOf('\n'); end >= 0; end = text.indexOf('\n', at)) {
+            const QByteArray message = text.mid(at, end - at);
+            at = end + 1;
+            serve(&worker, QJsonDocument::fromJson(message).object());
         }
+        text.remove(0, at);
     }
 }
 

@@ -23,8 +23,11 @@ const int kWorkerSocket = 3;
 // Letters that answers begin with.
 enum Answer : char {
     kReady = 'R',        // the fingerprint of all settings
-    kStarted = 'S',      // the SHA-256 of the picture's file
-    kLine = 'L',         // a result line: the picture is finished
+    kStarted = 'S',      // which of its pictures it begins, from 1, and the SHA-256 of its file;
+                         // it is done with those before
+    kTraced = 'T',       // how many pictures it is done with, when it waits for more
+    kLineOfDone = 'D',   // a result line: the picture is finished, and nobody need look at it
+    kLine = 'L',         // another result line
     kLineOfMemory = 'M', // the same, for a picture that memory did not hold
     kSkipped = 'K',      // finished by an earlier run, with its outcome
     kPages = 'P',        // the number of pages
@@ -35,6 +38,10 @@ enum Answer : char {
 // Bytes in a JSON text and back, one letter a byte.
 QString packed(const std::string &bytes);
 std::string unpacked(const QJsonValue &value);
+
+// Of a worker: lines that begin with a letter, from any thread. Ends the process when the run has
+// gone.
+void answerAll(const QByteArray &answers);
 
 bool isWorker(int argc, const char *const *argv);
 

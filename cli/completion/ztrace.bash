@@ -12,7 +12,7 @@ _ztrace() {
     local choices= offer_files=
     case $before in
         -o | --output) offer_files=yes ;;
-        -f | --format) choices="svg dxf pdf png json" ;;
+        -f | --format) choices="svg dxf pdf png json geojson" ;;
         --stroke-width) choices="" ;;
         --decimals) choices="exact 1 2 3" ;;
         --scale) choices="" ;;
@@ -44,7 +44,7 @@ _ztrace() {
         --time-limit) choices="" ;;
         --out) offer_files=yes ;;
         --names) offer_files=yes ;;
-        --formats) choices="svg dxf pdf png json" ;;
+        --formats) choices="svg dxf pdf png json geojson" ;;
         --pattern) offer_files=yes ;;
         --files-from) offer_files=yes ;;
         --manifest) offer_files=yes ;;
@@ -88,6 +88,7 @@ _ztrace() {
                     --upsample
                     --fit
                     --strokes
+                    --edges
                     --raw
                     --set
                     --seed

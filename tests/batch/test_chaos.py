@@ -32,8 +32,11 @@ class Chaos(BatchTest):
             while death == "worker" and process.poll() is None and time.monotonic() < end + 1:
                 time.sleep(chance.uniform(0.05, 0.3))
                 for worker in workers_of(process)[:1]:
-                    os.kill(worker, signal.SIGKILL)
-                    self.killed += 1
+                    try:
+                        os.kill(worker, signal.SIGKILL)
+                        self.killed += 1
+                    except ProcessLookupError:
+                        pass # it has ended by itself
                 if time.monotonic() > end:
                     break
             if death == "full":

@@ -119,6 +119,24 @@ class Keeping(OptionsTest):
         self.assertEqual([(fill, d.count("M")) for fill, _, d in paths(svg)],
                          [("#ffffff", 2), ("#ffffff", 1), ("#ff0000", 2)])
 
+    def test_edges_are_drawn_once(self):
+        self.write("a.png", png(60, 40, lambda x, y: RED if square(x, y, 0, 10, 20) else BLACK if square(x, y, 20, 10, 20) else WHITE))
+        svg = self.svg("a.png", "--edges", "--stroke-width", "0.5")
+        self.assertNotIn(b'fill="#', svg)
+        self.assertIn(b'stroke-width="0.5"', svg)
+        self.assertEqual(set(re.findall(rb'stroke="(#\w+)"', svg)), {b"#000", b"#f00"})
+        self.run_program("a.png", "--edges", "-o", "a.dxf")
+        lines = self.read("a.dxf").split(b"AcDbEntity")
+        layers = [re.search(rb"\n8\n(\w+)", line).group(1) for line in lines if b"\nAcDbLine\n" in line or b"AcDbPolyline" in line]
+        self.assertEqual(set(layers), {b"COLOR_000000", b"COLOR_FF0000"})
+        told = self.run_program("a.png", "--edges", "--no-seams", "--fit", "engine", "-o", "a.svg").stderr.decode()
+        self.assertIn("--fit has no effect: --edges are the boundaries of true shapes", told)
+        self.assertIn("--no-seams has no effect: --edges have no areas", told)
+
+    def test_edges_of_noise_are_refused(self):
+        self.write("a.png", png(1400, 1400, lambda x, y: BLACK if (x // 2 + y // 2) % 2 else WHITE))
+        self.assert_refused("a.png", "-p", "lineart", "--edges", "--min-path", "0", "-o", "a.svg", code=1, words="too many small areas")
+
     def test_min_path(self):
         self.write("a.png", png(40, 40, lambda x, y: RED if square(x, y, 9, 9, 3) else WHITE))
         self.assertEqual(len(self.fills("a.png", "-p", "logo", "--min-path", "12")), 2)

@@ -29,6 +29,7 @@ std::string stateOf(const Settings &s)
                           double(s.decimals.value_or(-9)),
                           double(s.fit),
                           double(s.strokes),
+                          double(s.edges),
                           s.scale,
                           double(s.dxf.curves),
                           s.dxf.tolerance,
@@ -294,7 +295,7 @@ void tst_OptionTable::alikeWords()
 
 void tst_OptionTable::formatsAreWhole()
 {
-    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json"));
+    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json, geojson"));
     for (const Format &format : allFormats()) {
         QVERIFY(format.write);
         QCOMPARE(findFormat(format.name), &format);

@@ -1,0 +1,20 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What a worker may use, and what it has used.
+#ifndef ZTRACE_CLI_BATCH_LIMITS_H
+#define ZTRACE_CLI_BATCH_LIMITS_H
+
+namespace ztrace {
+
+// Processor time of the calling thread.
+double processorSeconds();
+
+// The process's largest memory since this was called with true, in bytes; 0 where that is unknown.
+double peakMemory(bool begin);
+
+// Beyond what the process has by now. Sanitizers have their own idea of memory.
+void limitMemory(double millions);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,104 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "outcomes.h"
+
+#include "fingerprint.h"
+#include "tracedline.h"
+#include "worker.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace ztrace {
+
+namespace {
+
+std::string nameOf(const Item &item)
+{
+    return item.pages > 1 ? item.path + ", page " + std::to_string(item.page) : item.path;
+}
+
+} // namespace
+
+Outcomes::Outcomes(const QByteArray &fingerprintOfAll, const Ledger *theLedger,
+                   ResultFile *theResults, Meter *theMeter)
+    : fingerprint(fingerprintOfAll), ledger(theLedger), results(theResults), meter(theMeter)
+{ }
+
+void Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text)
+{
+    const Item &item = job.item;
+    if (letter == kSkipped) {
+        const bool wasDone = text == kDone;
+        ++(wasDone ? tally.finished : tally.failed);
+        if (!wasDone)
+            ++failedBefore;
+        return;
+    }
+    if (letter == kLineOfMemory && job.attempt < kMostAttempts) {
+        again.push_back(job.item);
+        return;
+    }
+    arrived += text + '\n';
+    if (letter == kLineOfDone) {
+        ++tally.done;
+        meter->line(tally, "done " + nameOf(item), false);
+        return;
+    }
+    const QJsonObject result = QJsonDocument::fromJson(text).object();
+    const bool done = isDone(result);
+    ++(done ? tally.done : tally.failed);
+    const QJsonArray flags = result.value(QLatin1String("flags")).toArray();
+    tally.flagged += !flags.isEmpty();
+    if (!done) {
+        const std::string error = result.value(QLatin1String("error")).toString().toStdString();
+        const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
+        meter->line(tally, isNamed && item.pages == 1 ? error : nameOf(item) + ": " + error, true);
+        return;
+    }
+    std::string note = "done " + nameOf(item);
+    for (const QJsonValue &flag : flags)
+        note += (flag == flags.first() ? " (look at it: " : ", ") + flag.toString().toStdString();
+    meter->line(tally, flags.isEmpty() ? note : note + ")", false);
+}
+
+void Outcomes::takeLoss(const Job &job, const Loss &loss)
+{
+    if (job.attempt < kMostAttempts) {
+        again.push_back(job.item);
+        return;
+    }
+    const Item &item = job.item;
+    QJsonObject result;
+    beginLine(item, fingerprintOf(fingerprint, item.settings), job.attempt, &result);
+    if (!loss.sha256.empty())
+        result.insert(QLatin1String("sha256"), QString::fromStdString(loss.sha256));
+    result.insert(QLatin1String("outcome"), QLatin1String(loss.outcome));
+    result.insert(QLatin1String("code"), int(kFailed));
+    result.insert(QLatin1String("error"),
+                  QString::fromUtf8((item.path + ": " + loss.reason).c_str()));
+    // What an earlier run has finished was only to be looked at: its line stays.
+    const QByteArray before = ledger->lineOf(item.path, item.page);
+    if (!isDone(QJsonDocument::fromJson(before).object()))
+        arrived += lineText(result) + '\n';
+    ++tally.failed;
+    meter->line(tally, nameOf(item) + ": " + loss.reason, true);
+}
+
+void Outcomes::deliver()
+{
+    if (!arrived.isEmpty())
+        results->append(arrived);
+    arrived.clear();
+    results->sync(false);
+}
+
+bool Outcomes::takeAgain(Item *item)
+{
+    if (again.empty())
+        return false;
+    *item = std::move(again.front());
+    again.pop_front();
+    return true;
+}
+
+} // namespace ztrace

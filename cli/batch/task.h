@@ -1,0 +1,33 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What a run asks a worker to do with one picture, and the line that says it.
+#ifndef ZTRACE_CLI_BATCH_TASK_H
+#define ZTRACE_CLI_BATCH_TASK_H
+
+#include <QByteArray>
+#include <QJsonObject>
+
+#include <string>
+#include <vector>
+
+#include "names.h"
+
+namespace ztrace {
+
+struct Task
+{
+    Item item;
+    std::vector<std::string> outputs; // below the folder of the drawings
+    QByteArray before;                // its line of an earlier run
+    int preview = 0;                  // its longer side; 0: none
+    bool retry = false;               // also when that one failed
+    int attempt = 1;
+};
+
+// A JSON object on a line, and back.
+QByteArray lineOfTask(const Task &task);
+Task taskOf(const QJsonObject &message);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,211 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/scans.h"
+
+#include "strokes/noise.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace ztrace::strokes {
+
+namespace {
+
+const int kAround = 2;             // cells to either side that tell whether a cell is full of ink
+const double kPaperRank = 0.6;     // of the medians around; the lighter part of them is paper
+const double kFull = 0.12;         // part that a cell full of ink is darker than those around by
+const double kOfMedian = 1.4826;   // deviation of noise over the median of its size
+const double kStandsOut = 4.5;     // deviations of the smoothed noise that ink is darker by
+const double kContrastRank = 0.8;  // of what stands out, its darkness is that of the ink
+const double kLeastContrast = 0.28; // of the ink's darkness: creases and shadows are less
+
+typedef std::array<std::size_t, 256> Counts;
+
+// The value that a part of all that are counted from `first` on are below.
+int quantile(const Counts &counts, double part, int first = 0)
+{
+    std::size_t all = 0;
+    for (int v = first; v < 256; ++v)
+        all += counts[std::size_t(v)];
+    std::size_t seen = 0;
+    for (int v = first; v < 256; ++v) {
+        seen += counts[std::size_t(v)];
+        if (double(seen) > part * double(all))
+            return v;
+    }
+    return 255;
+}
+
+// The lightness of the paper, a number a cell.
+class PaperMap
+{
+public:
+    explicit PaperMap(const InkPicture &picture)
+        : columns((picture.width + kPaperCell - 1) / kPaperCell),
+          rows((picture.height + kPaperCell - 1) / kPaperCell)
+    {
+        for (int row = 0; row < rows; ++row) {
+            for (int column = 0; column < columns; ++column)
+                medians.push_back(medianOf(picture, column, row));
+        }
+        levels = medians;
+        for (int row = 0; row < rows; ++row) {
+            for (int column = 0; column < columns; ++column)
+                levels[index(column, row)] = paperAt(column, row);
+        }
+    }
+
+    // Of the whole page.
+    double usual() const
+    {
+        std::vector<double> sorted = levels;
+        const auto middle = sorted.begin() + std::ptrdiff_t(sorted.size() / 2);
+        std::nth_element(sorted.begin(), middle, sorted.end());
+        return *middle;
+    }
+
+    // Of the middles of the pixels of a row, by the cells around.
+    void row(int y, std::vector<double> *paper) const
+    {
+        const double v = (y + 0.5) / kPaperCell - 0.5;
+        const int top = std::clamp(int(std::floor(v)), 0, rows - 1);
+        const int bottom = std::min(top + 1, rows - 1);
+        const double down = std::clamp(v - top, 0.0, 1.0);
+        std::vector<double> line;
+        for (int c = 0; c < columns; ++c)
+            line.push_back((1 - down) * levels[index(c, top)] + down * levels[index(c, bottom)]);
+        for (std::size_t x = 0; x < paper->size(); ++x) {
+            const double u = (double(x) + 0.5) / kPaperCell - 0.5;
+            const int left = std::clamp(int(std::floor(u)), 0, columns - 1);
+            const double along = std::clamp(u - left, 0.0, 1.0);
+            (*paper)[x] = (1 - along) * line[std::size_t(left)]
+                + along * line[std::size_t(std::min(left + 1, columns - 1))];
+        }
+    }
+
+private:
+    std::size_t index(int column, int row) const
+    {
+        return std::size_t(row) * std::size_t(columns) + std::size_t(column);
+    }
+
+    static double medianOf(const InkPicture &picture, int column, int row)
+    {
+        Counts counts = {};
+        const int right = std::min(picture.width, (column + 1) * kPaperCell);
+        const int bottom = std::min(picture.height, (row + 1) * kPaperCell);
+        for (int y = row * kPaperCell; y < bottom; ++y) {
+            for (int x = column * kPaperCell; x < right; ++x)
+                ++counts[picture.grey[picture.at(x, y)]];
+        }
+        return quantile(counts, 0.5);
+    }
+
+    // Its own median, but for a cell that is darker than those around: it is full of ink.
+    double paperAt(int column, int row) const
+    {
+        std::vector<double> around;
+        for (int v = std::max(0, row - kAround); v <= std::min(rows - 1, row + kAround); ++v) {
+            for (int u = std::max(0, column - kAround); u <= std::min(columns - 1, column + kAround);
+                 ++u)
+                around.push_back(medians[index(u, v)]);
+        }
+        const auto rank
+            = around.begin() + std::ptrdiff_t(kPaperRank * double(around.size() - 1));
+        std::nth_element(around.begin(), rank, around.end());
+        const double own = medians[index(column, row)];
+        return own < (1.0 - kFull) * *rank ? *rank : own;
+    }
+
+    int columns;
+    int rows;
+    std::vector<double> medians;
+    std::vector<double> levels;
+};
+
+// How dark ink is against the paper: at least, and as a rule.
+struct Darkness
+{
+    int least = 0;
+    int usual = 0;
+};
+
+Darkness darknessOf(const std::vector<uint8_t> &dark, const Counts &differences)
+{
+    const double noise = kOfMedian * quantile(differences, 0.5);
+    Counts counts = {};
+    for (uint8_t value : dark)
+        ++counts[value];
+    const int above = int(std::ceil(kStandsOut * std::max(1.0, noise)));
+    const int ink = quantile(counts, kContrastRank, std::min(above, 255));
+    return { std::max(above, int(std::lround(kLeastContrast * ink))), ink };
+}
+
+// The largest of each value and those within kPeakReach, between cells a stride apart.
+void spreadPeaks(const uint8_t *values, std::size_t count, std::size_t stride, uint8_t *peaks)
+{
+    std::copy(values, values + count, peaks);
+    for (std::size_t step = 1; step <= std::size_t(kPeakReach); ++step) {
+        const std::size_t away = step * stride;
+        for (std::size_t i = away; i < count; ++i) {
+            peaks[i] = std::max(peaks[i], values[i - away]);
+            peaks[i - away] = std::max(peaks[i - away], values[i]);
+        }
+    }
+}
+
+} // namespace
+
+EvenPage evenPageOf(const InkPicture &picture)
+{
+    const PaperMap map(picture);
+    EvenPage page;
+    page.paper = int(std::lround(map.usual()));
+    page.grey.resize(std::size_t(picture.width) * std::size_t(picture.height));
+    std::vector<double> paper(std::size_t(picture.width), 0.0);
+    for (int y = 0; y < picture.height; ++y) {
+        map.row(y, &paper);
+        const uint8_t *row = picture.grey + picture.at(0, y);
+        uint8_t *out = page.grey.data() + picture.at(0, y);
+        for (std::size_t x = 0; x < paper.size(); ++x) {
+            const double value = row[x] * (page.paper / std::max(1.0, paper[x]));
+            out[x] = uint8_t(std::min(255.0, value + 0.5));
+        }
+    }
+    return page;
+}
+
+NoisyInk inkOfNoisy(const InkPicture &picture, int paper)
+{
+    std::vector<uint8_t> dark = smoothed(picture);
+    Counts differences = {};
+    for (uint8_t &value : dark) {
+        const int difference = paper - value;
+        ++differences[std::size_t(std::min(255, std::abs(difference)))];
+        value = uint8_t(std::max(0, difference));
+    }
+    const Darkness darkness = darknessOf(dark, differences);
+    const std::size_t width = std::size_t(picture.width);
+    std::vector<uint8_t> wide(dark.size());
+    for (int y = 0; y < picture.height; ++y)
+        spreadPeaks(dark.data() + picture.at(0, y), width, 1, wide.data() + picture.at(0, y));
+    std::vector<uint8_t> peaks(dark.size());
+    spreadPeaks(wide.data(), wide.size(), width, peaks.data());
+    NoisyInk result = { Plane(picture.width, picture.height), paper - darkness.usual / 2 };
+    Plane &ink = result.ink;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            const std::size_t i = picture.at(x, y);
+            ink.cells[ink.cellOf(x, y)] = dark[i] >= darkness.least && 2 * dark[i] > peaks[i];
+        }
+    }
+    return result;
+}
+
+int lightestOf(const InkPicture &picture)
+{
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    return pixels > 0 ? *std::max_element(picture.grey, picture.grey + pixels) : 255;
+}
+
+} // namespace ztrace::strokes

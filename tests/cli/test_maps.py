@@ -1,0 +1,98 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Areas for maps: GeoJSON, placed by a world file or by the tags of a GeoTIFF, read by OGR."""
+import json
+import unittest
+
+from osgeo import gdal, ogr, osr
+
+from support import BLACK, RED, WHITE, OptionsTest, png, square
+
+gdal.UseExceptions()
+
+
+def land(x, y):
+    if square(x, y, 10, 10, 20):
+        return RED if not square(x, y, 15, 15, 6) else WHITE
+    return BLACK if x >= 40 else WHITE
+
+
+class Maps(OptionsTest):
+    def features(self, name):
+        source = ogr.Open(self.path(name))
+        return [(f.GetField("color"), f.GetGeometryRef().Clone()) for f in source.GetLayer(0)]
+
+    def areas(self, name):
+        """Area by colour; all polygons valid, and none over another."""
+        found = {}
+        whole = None
+        total = 0.0
+        for colour, polygon in self.features(name):
+            self.assertTrue(polygon.IsValid())
+            self.assertEqual(polygon.GetGeometryName(), "POLYGON")
+            found[colour] = found.get(colour, 0.0) + polygon.GetArea()
+            total += polygon.GetArea()
+            whole = polygon if whole is None else whole.Union(polygon)
+        self.assertAlmostEqual(whole.GetArea(), total, 6)
+        return found
+
+    def test_areas_fill_the_picture_once(self):
+        self.write("a.png", png(60, 40, land))
+        self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
+        areas = self.areas("a.geojson")
+        self.assertAlmostEqual(sum(areas.values()), 60 * 40, 3)
+        self.assertAlmostEqual(areas["#000000"], 20 * 40, delta=3)
+        self.assertAlmostEqual(areas["#ff0000"], 400 - 36, delta=5)
+        # The engine's outlines leave gaps.
+        self.run_program("a.png", "-p", "logo", "--fit", "engine", "-o", "a.svg", "-o", "b.geojson")
+        self.assertLess(sum(self.areas("b.geojson").values()), 2399)
+        with open(self.path("a.geojson"), "rb") as file:
+            self.assertIn("no coordinate reference system", json.load(file)["coordinates"])
+
+    def test_world_file(self):
+        self.write("a.png", png(60, 40, land))
+        self.write("a.pgw", b"2.0\n0.0\n0.0\n-2.0\n1001.0\n4999.0\n")  # the middle of the first pixel
+        self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
+        self.assertAlmostEqual(sum(self.areas("a.geojson").values()), 4 * 60 * 40, 3)
+        red = next(g for colour, g in self.features("a.geojson") if colour == "#ff0000")
+        for found, wanted in zip(red.GetEnvelope(), (1020, 1060, 4940, 4980)):
+            self.assertAlmostEqual(found, wanted, delta=0.6)
+        self.write("a.pgw", b"2.0 0 0 -2 1001\n")
+        self.assert_refused("a.png", "-p", "logo", "-o", "b.geojson", code=3, words="six numbers are expected of a world file")
+        self.run_program("a.png", "-p", "logo", "-o", "a.svg")  # which asks for no place
+
+    def test_tags_of_a_geotiff(self):
+        for place, kind in ((500000, 10, 0, 4600000, 0, -10), "upright"), ((500000, 6, 8, 4600000, 8, -6), "turned"):
+            raster = gdal.GetDriverByName("GTiff").Create(self.path("a.tif"), 60, 40, 3, gdal.GDT_Byte)
+            raster.SetGeoTransform(place)
+            reference = osr.SpatialReference()
+            reference.ImportFromEPSG(32633)
+            raster.SetProjection(reference.ExportToWkt())
+            for band in range(3):
+                rows = bytes(land(x, y)[band] for y in range(40) for x in range(60))
+                raster.GetRasterBand(band + 1).WriteRaster(0, 0, 60, 40, rows)
+            raster = None
+            self.run_program("a.tif", "-p", "logo", "-o", kind + ".geojson")
+            self.assertAlmostEqual(sum(self.areas(kind + ".geojson").values()) / 240000, 1, 9)
+            source = ogr.Open(self.path(kind + ".geojson"))
+            self.assertEqual(source.GetLayer(0).GetSpatialRef().GetAuthorityCode(None), "32633")
+            centre = next(g for colour, g in self.features(kind + ".geojson") if colour == "#ff0000").Centroid()
+            self.assertAlmostEqual(centre.GetX(), place[0] + 20 * place[1] + 20 * place[2], delta=3)
+            self.assertAlmostEqual(centre.GetY(), place[3] + 20 * place[4] + 20 * place[5], delta=3)
+
+    def test_other_outputs_of_the_run(self):
+        """A map's areas are cut out of each other, in all that is written beside it."""
+        self.write("a.png", png(60, 40, land))
+        self.run_program("a.png", "-p", "logo", "-o", "a.geojson", "-o", "a.svg")
+        self.run_program("a.png", "-p", "logo", "-o", "b.svg")
+        self.assertNotEqual(self.read("a.svg"), self.read("b.svg"))
+
+    def test_centre_lines(self):
+        self.write("a.png", png(80, 60, lambda x, y: BLACK if 20 <= y < 24 and 10 <= x < 70 else WHITE))
+        self.run_program("a.png", "--strokes", "-o", "a.geojson")
+        (_, line), = self.features("a.geojson")
+        self.assertEqual(line.GetGeometryName(), "LINESTRING")
+        self.assertAlmostEqual(line.Length(), 60, delta=1)
+
+
+if __name__ == "__main__":
+    unittest.main()
