@@ -229,7 +229,8 @@ std::vector<Entry> colourOptions()
             .place(Place::UpToSettingsFile)
             .appliesTo(kToImages)
             .help("Page of a TIFF or PDF, frame of an animation: one, or several as in `2-4,7`, or "
-                  "`all`; several have numbers in the outputs' names, or are in one file where that is PDF"),
+                  "`all`; several have numbers in the outputs' names, or are in one file where "
+                  "that is PDF"),
         Entry("upsample",
               wholeNumberOr("N|auto", { "auto", 0 }, 1, kMostUpsampling,
                             [](Settings &s, int times) { s.upsample = times; })

@@ -4,7 +4,7 @@ set -eu
 
 cd "$(dirname "$0")/.."
 list() {
-    find engine fit scripting plugin sdk host drawing imaging tracing cli tests fuzz benchmarks \
+    find engine fit strokes scripting plugin sdk host drawing imaging tracing cli tests fuzz benchmarks \
         \( -name '*.cpp' -o -name '*.h' -o -name '*.inc' \) -print
 }
 if [ "${1:-}" = --check ]; then

@@ -41,8 +41,7 @@ struct Plane
     Plane() = default;
     Plane(int w, int h)
         : width(w), height(h), cells(std::size_t(w + 2) * std::size_t(h + 2), uint8_t(0))
-    {
-    }
+    { }
     int stride() const { return width + 2; }
     uint32_t cellOf(int x, int y) const
     {

@@ -12,32 +12,32 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kStep = 0.5;        // pixels between rows
-const double kInk = 0.5;         // coverage
-const double kInwards = 28.0;    // widths, and pixels, that are looked at before a line's last
+const double kStep = 0.5;          // pixels between rows
+const double kInk = 0.5;           // coverage
+const double kInwards = 28.0;      // widths, and pixels, that are looked at before a line's last
 const double kInwardPixels = 12.0; // cross-section
-const double kInwardPart = 0.75; // of the line
-const double kOutwards = 45.0;   // widths beyond it
-const double kSidewards = 14.0;  // widths to either side; farther is another line's ink
-const double kJumpWidths = 1.7;  // widths, and pixels, of a base
+const double kInwardPart = 0.75;   // of the line
+const double kOutwards = 45.0;     // widths beyond it
+const double kSidewards = 14.0;    // widths to either side; farther is another line's ink
+const double kJumpWidths = 1.7;    // widths, and pixels, of a base
 const double kJumpPixels = 2.2;
-const double kThinPart = 1.35;   // widths, and pixels, that a line is wide before the base
+const double kThinPart = 1.35; // widths, and pixels, that a line is wide before the base
 const double kThinPixels = 0.7;
-const double kRise = 3.5;        // pixels, and part of the base's width, in which the jump happens
+const double kRise = 3.5; // pixels, and part of the base's width, in which the jump happens
 const double kRisePart = 0.25;
-const double kPenPart = 1.2;     // widths, and pixels, below which the pen hides the taper
+const double kPenPart = 1.2; // widths, and pixels, below which the pen hides the taper
 const double kPenPixels = 0.4;
 const double kLeastRows = 8;     // half pixels of a taper
 const double kLeastLength = 5.0; // pixels
 const double kLeastSlope = 0.12; // width lost a pixel
 const double kMostSlope = 1.2;
-const double kOffPart = 0.05;    // of the base's width, and pixels, that the taper is not straight
+const double kOffPart = 0.05; // of the base's width, and pixels, that the taper is not straight
 const double kOffPixels = 0.5;
-const double kLopsided = 0.3;    // of the width, and pixels, that the two sides differ by
+const double kLopsided = 0.3; // of the width, and pixels, that the two sides differ by
 const double kLopsidedPixels = 1.0;
-const double kLeastSeen = 0.35;  // of the head's length that has to be seen
-const double kInside = 1.5;      // pixels around a head that are of it
-const double kCell = 32.0;       // pixels of the grid that atoms are looked up in
+const double kLeastSeen = 0.35; // of the head's length that has to be seen
+const double kInside = 1.5;     // pixels around a head that are of it
+const double kCell = 32.0;      // pixels of the grid that atoms are looked up in
 
 // The row of a jump, by the widest step within the rise: the first row of the head; 0 for none.
 std::size_t jumpIn(const std::vector<Across> &rows, double pen)
@@ -168,8 +168,7 @@ public:
             for (int end = 0; end < 2; ++end) {
                 const Atom &atom = web.atoms[k];
                 if (atom.alive && atom.shape <= Shape::Arc && atom.role != Role::Text
-                    && atom.dashing.type == DashType::None
-                    && atom.samples.size() > 1)
+                    && atom.dashing.type == DashType::None && atom.samples.size() > 1)
                     lookAt(int(k), end);
             }
         }

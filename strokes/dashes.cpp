@@ -12,33 +12,34 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kCell = 32.0;         // pixels of the grid that ends are looked up in
-const double kReachWidths = 9.0;   // widths, and pixels, to the next dash: a gap, a dot and a gap
+const double kCell = 32.0;       // pixels of the grid that ends are looked up in
+const double kReachWidths = 9.0; // widths, and pixels, to the next dash: a gap, a dot and a gap
 const double kReachPixels = 8.0;
-const double kMostReach = 160.0;   // pixels
-const double kMostLength = 60.0;   // widths of a dash
-const double kOffWidths = 0.3;     // widths and pixels that a dash may lie beside the carrier
+const double kMostReach = 160.0; // pixels
+const double kMostLength = 60.0; // widths of a dash
+const double kOffWidths = 0.3;   // widths and pixels that a dash may lie beside the carrier
 const double kOffPixels = 0.7;
-const double kOffAhead = 0.12;     // of the way to it, while the carrier has few dashes
+const double kOffAhead = 0.12; // of the way to it, while the carrier has few dashes
 const std::size_t kFew = 4;
-const double kTurn = 0.12;         // sine between dash and carrier, and pixels of error at its ends
+const double kTurn = 0.12; // sine between dash and carrier, and pixels of error at its ends
 const double kTurnPixels = 1.0;
-const double kWidthPart = 0.4;     // of the width that dashes differ by, and pixels
+const double kWidthPart = 0.4; // of the width that dashes differ by, and pixels
 const double kWidthPixels = 1.0;
-const double kRms = 0.35;          // pixels, and sigmas, that the dashes' middles lie off
+const double kRms = 0.35; // pixels, and sigmas, that the dashes' middles lie off
 const double kRmsSigmas = 2.0;
-const double kDotLength = 0.6;     // widths between the outermost cross-sections of a dot
-const double kDotWeight = 4.0;     // cross-sections that a dot counts as
-const double kDotWidths = 2.6;     // widths of a line that a dot is long at most, and pixels
+const double kDotLength = 0.6; // widths between the outermost cross-sections of a dot
+const double kDotWeight = 4.0; // cross-sections that a dot counts as
+const double kDotWidths = 2.6; // widths of a line that a dot is long at most, and pixels
 const double kDotPixels = 2.0;
-const double kShortWidths = 3.0;   // widths of a dash that is short
-const double kAloneWidths = 4.0;   // widths around a short dash that are looked at for specks
-const double kMostCrowded = 0.4;   // part of the short dashes beside which there may be some
-const std::size_t kFewDots = 5;    // that a circle through them says nothing
-const double kWornInk = 0.5;       // part of a line in pieces that is there
-const double kWornGaps = 0.6;      // part of the gaps of a worn line that are short enough
-const double kWornLength = 6.0;    // widths of a line that is put together of pieces
-const std::size_t kMostTries = 4;  // candidates that are looked at for the next dash
+const double kShortWidths = 3.0;  // widths of a dash that is short
+const double kAloneWidths = 4.0;  // widths around a short dash that are looked at for specks
+const double kMostCrowded = 0.4;  // part of the short dashes beside which there may be some
+const double kMostCorners = 0.4;  // part of the inner ends of a row that are corners
+const std::size_t kFewDots = 5;   // that a circle through them says nothing
+const double kWornInk = 0.5;      // part of a line in pieces that is there
+const double kWornGaps = 0.6;     // part of the gaps of a worn line that are short enough
+const double kWornLength = 6.0;   // widths of a line that is put together of pieces
+const std::size_t kMostTries = 4; // candidates that are looked at for the next dash
 
 int cellAt(double v)
 {
@@ -50,8 +51,7 @@ class DashFinder
 public:
     DashFinder(const Coverage &c, const Measure &m, const GapLimits &g, Web *w)
         : coverage(c), measure(m), gaps(g), web(*w)
-    {
-    }
+    { }
 
     void find(const std::vector<Dot> &dots)
     {
@@ -159,8 +159,7 @@ private:
     std::vector<Next> candidates(const Chain &chain, Point from, Point heading) const
     {
         std::vector<Next> found;
-        const double reach
-            = std::min(kMostReach, kReachWidths * chain.width + kReachPixels);
+        const double reach = std::min(kMostReach, kReachWidths * chain.width + kReachPixels);
         const double straying = chain.dashes.size() < kFew ? kOffAhead : 0.3 * kOffAhead;
         for (int y = cellAt(from.y - reach); y <= cellAt(from.y + reach); ++y) {
             for (int x = cellAt(from.x - reach); x <= cellAt(from.x + reach); ++x) {
@@ -258,8 +257,7 @@ private:
     {
         for (bool grown = true; grown;) {
             grown = false;
-            const std::vector<Next> ahead
-                = candidates(*chain, lastOf(*chain), headingOf(*chain));
+            const std::vector<Next> ahead = candidates(*chain, lastOf(*chain), headingOf(*chain));
             std::size_t tries = 0;
             for (const Next &next : ahead) {
                 if (next.dash == chain->dashes.front().dash && chain->dashes.size() > 2
@@ -384,12 +382,50 @@ private:
             trimEnds(0.0, to, &runs);
         }
         Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
-        if (dashing.type == DashType::None
+        if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
             return false;
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         take(chain, dashing, width, ends);
         return true;
+    }
+
+    // Whether the ends that face each other are corners with lines of other directions: then they
+    // are the sides of shapes in a row.
+    bool areSides(const Chain &chain) const
+    {
+        std::size_t corners = 0;
+        std::size_t inner = 0;
+        for (std::size_t k = 0; k < chain.dashes.size(); ++k) {
+            const Dash &one = dash(chain.dashes[k].dash);
+            if (one.atom < 0)
+                continue;
+            for (int end = 0; end < 2; ++end) {
+                const bool isFirst = k == 0 && end == chain.dashes[k].near;
+                const bool isLast = k + 1 == chain.dashes.size() && end != chain.dashes[k].near;
+                if (!chain.closed && (isFirst || isLast))
+                    continue;
+                ++inner;
+                corners += isCorner(chain, web.atoms[std::size_t(one.atom)].joint[end]) ? 1u : 0u;
+            }
+        }
+        return double(corners) > kMostCorners * double(inner);
+    }
+
+    // Whether something ends at a joint that is long and goes off the chain, and nothing goes on.
+    bool isCorner(const Chain &chain, int joint) const
+    {
+        if (joint < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(joint)];
+        return meeting.through.empty()
+            && std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &end) {
+                   const Atom &atom = web.atoms[std::size_t(end.atom)];
+                   const Point far
+                       = (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre;
+                   return double(atom.samples.size()) > chain.width
+                       && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+               });
     }
 
     // Parts of a chain between which there is next to nothing are one line that has come to pieces,
@@ -429,8 +465,7 @@ private:
     bool takePart(const Chain &part, double ink)
     {
         const Next &front = part.dashes.front();
-        const Point ends[]
-            = { dash(front.dash).end[front.near], endOf(part.dashes.back()) };
+        const Point ends[] = { dash(front.dash).end[front.near], endOf(part.dashes.back()) };
         const double length = lengthOf(ends[1] - ends[0]);
         const double width = widthOf(part);
         const bool hasBody = std::any_of(part.dashes.begin(), part.dashes.end(),
@@ -446,8 +481,7 @@ private:
     // there other specks lie beside them.
     bool isAlone(const Chain &chain) const
     {
-        const double reach
-            = std::min(kMostReach, kAloneWidths * chain.width + kReachPixels);
+        const double reach = std::min(kMostReach, kAloneWidths * chain.width + kReachPixels);
         std::size_t crowded = 0;
         for (const Next &next : chain.dashes)
             crowded += hasCompany(chain, dash(next.dash).end[next.near], reach) ? 1u : 0u;

@@ -16,9 +16,9 @@ const int kFarthestInk = 63; // pixels; what is deeper in ink counts as that dee
 Plane inkOf(const InkPicture &picture);
 
 // Euclidean distance from the middle of every cell of ink, which is not 0, to that of the nearest
-// paper, rounded to the unit; 0 on paper. Around the picture is paper. Exact: distances along the columns, then
-// along the rows the least of their combinations (A. Meijster, J. Roerdink, W. Hesselink, 2000),
-// looked for as far as the best one found so far reaches.
+// paper, rounded to the unit; 0 on paper. Around the picture is paper. Exact: distances along the
+// columns, then along the rows the least of their combinations (A. Meijster, J. Roerdink, W.
+// Hesselink, 2000), looked for as far as the best one found so far reaches.
 Plane inkDistance(Plane ink);
 
 // Half the width of the ink around the middle of a pixel with that distance: the edge runs half a

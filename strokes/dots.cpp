@@ -8,10 +8,10 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kDotWidths = 3.0;  // widths of a line
-const double kWide = 0.9;       // part of the length of all lines that is no wider than the widest
-const std::size_t kSome = 8;    // cross-sections that have a voice in it
-const int kLeastDot = 5;        // pixels
+const double kDotWidths = 3.0; // widths of a line
+const double kWide = 0.9;      // part of the length of all lines that is no wider than the widest
+const std::size_t kSome = 8;   // cross-sections that have a voice in it
+const int kLeastDot = 5;       // pixels
 
 class DotFinder
 {
@@ -43,8 +43,8 @@ private:
     std::vector<uint32_t> partAround(uint32_t cell, bool *whole)
     {
         const int stride = distance.stride();
-        const int steps[] = { 1, -1, stride, -stride, stride + 1, stride - 1, 1 - stride,
-                              -1 - stride };
+        const int steps[]
+            = { 1, -1, stride, -stride, stride + 1, stride - 1, 1 - stride, -1 - stride };
         std::vector<uint32_t> part(1, cell);
         seen.cells[cell] = kSeen;
         for (std::size_t k = 0; k < part.size(); ++k) {

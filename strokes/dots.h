@@ -18,8 +18,10 @@ struct Dot
     Point axis = { 1, 0 };           // unit
 };
 
-// The parts of the ink of at most `most` pixels in width and height that no atom was seen in. Takes time in proportion to their pixels.
-std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const std::vector<Atom> &atoms, int most);
+// The parts of the ink of at most `most` pixels in width and height that no atom was seen in. Takes
+// time in proportion to their pixels.
+std::vector<Dot> dotsOf(const Graph &graph, const Plane &distance, const std::vector<Atom> &atoms,
+                        int most);
 
 // Pixels that a dot of these lines is wide and high at most: kDotWidths of the widest line that is
 // drawn often.

@@ -9,88 +9,52 @@ namespace ztrace::strokes {
 namespace {
 
 const double kStep = 0.5;
-const double kNoInk = 0.15;     // part of the inside's coverage that is left where ink has ended, ...
-const double kRests = 1.0;      // ... over so many pixels
-const double kRises = 0.3;      // part by which the ink of something else announces itself
-const double kFarthest = 3.0;   // widths that ink is followed for
-const double kMiddle = 0.25;    // of the half width, between the rows of the middle
-const double kBack = 1.0;       // widths before the last cross-section that an end is looked at from
-const double kInside = 3.0;     // widths before these that the coverage inside is taken from
-const double kLeastWidth = 1.8; // pixels of lines that do not show the form of their ends
-const double kPrior = 3.0;      // pixels of round ends: pens are round, unless ends tell otherwise
-// Of a round end the ink beside the middle is .4 of the half width shorter, which is .2 widths.
-const double kShorter = 0.2;
-const double kMostVote = 1.0; // that an end may lie beyond both forms, for noise to cancel out
+const double kPaper = 0.06;   // coverage that counts as none
+const double kFarthest = 3.0; // widths that ink is followed for
+// Pixels of lines that show the form of their ends, in greys and in black and white.
+const double kLeastWidth = 2.0;
+const double kLeastHardWidth = 3.0;
+// Part of what sharp round ends fall short by beside the middle from which ends are round. Blur
+// leaves square ends as they are, row by row, and takes from the roundness: of lines of 4 to 7
+// pixels blurred by 1.2 it leaves .2 to .6. Cut to black and white it rounds the corners of square
+// ends, to .54 of lines 7 pixels wide; what steps leave of round ones is .57 and more.
+const double kSoftRound = 0.185;
+const double kHardRound = 0.555;
+// The same where there are few ends: most pens are round.
+const double kFewRound = 0.5;
+const std::size_t kFewEnds = 8;
+const int kInsideSteps = 4;       // places up to a width before an end that tell the ink there
+const double kLeastInside = 0.25; // coverage; less is no ink to compare with
 
-// The rows along an end, from before its last cross-section outwards.
-class EndRows
+// Beside a line at an end, that many pixels outwards.
+Point besideEnd(const Atom &atom, int end, double pixels, double beside)
 {
-public:
-    EndRows(const Coverage &c, const Atom &a, int e) : coverage(c), atom(a), end(e)
-    {
-        back = std::min(kBack * atom.width, 0.3 * double(atom.samples.size()));
-        inside = back + std::min(kInside * atom.width, 0.5 * double(atom.samples.size()));
-        const double most = kFarthest * atom.width + 4.0;
-        double rests = 0.0;
-        double least = 1.0;
-        double leastAt = 0.0;
-        const double full = std::max(0.05, levelInside(0.0));
-        for (limit = 0.5 * kStep; limit < most && rests < kRests; limit += kStep) {
-            const double part = level(limit, 0.0) / full;
-            rests = part < kNoInk ? rests + kStep : 0.0;
-            if (part < least) {
-                least = part;
-                leastAt = limit;
-            } else if (least < 0.5 && part > least + kRises) {
-                limit = leastAt;
-                break;
-            }
-        }
-    }
+    const Point p = alongCarrier(atom, end, pixels);
+    const Point q = alongCarrier(atom, end, pixels + 0.1);
+    const double length = std::hypot(q.x - p.x, q.y - p.y);
+    return p + (beside / length) * Point { q.y - p.y, p.x - q.x };
+}
 
-    // Pixels of ink beyond the last cross-section in the rows at a distance to either side of the
-    // middle, each as long as its coverage over that inside of the line sums up to. Blur makes an
-    // end fade over as many pixels in all rows of a square end alike.
-    double inkBeyond(double beside) const
-    {
-        const double full = std::max(0.05, levelInside(beside));
-        double sum = 0.0;
-        for (double s = 0.5 * kStep - back; s < limit; s += kStep)
-            sum += level(s, beside) * kStep;
-        return sum / full - back;
+// Pixels of ink, in parts of what the line has inside: blur takes from thin lines and from what
+// lies beside the middle all along, which is no sign of a round end.
+double inkBeyond(const Coverage &coverage, const Atom &atom, int end, double beside)
+{
+    const double most = kFarthest * atom.width + 4.0;
+    double sum = 0.0;
+    for (double s = 0.5 * kStep; s < most; s += kStep) {
+        const double part = coverage.at(besideEnd(atom, end, s, beside));
+        if (part < kPaper)
+            break;
+        sum += part * kStep;
     }
-
-private:
-    double levelInside(double beside) const
-    {
-        double sum = 0.0;
-        int count = 0;
-        for (double s = -inside; s < 1e-9 - back; s += kStep) {
-            sum += level(s, beside);
-            ++count;
-        }
-        return count > 0 ? sum / count : 1.0;
-    }
-
-    // Beside the middle on both sides; in the middle of three rows, since noise is of one pixel.
-    double level(double s, double beside) const
-    {
-        const Point p = alongCarrier(atom, end, s);
-        const Point q = alongCarrier(atom, end, s + 0.1);
-        const double length = std::hypot(q.x - p.x, q.y - p.y);
-        const Point normal = { (q.y - p.y) / length, (p.x - q.x) / length };
-        const double away = beside > 0.0 ? beside : kMiddle * 0.5 * atom.width;
-        const double sides = coverage.at(p + away * normal) + coverage.at(p - away * normal);
-        return beside > 0.0 ? 0.5 * sides : (sides + coverage.at(p)) / 3.0;
-    }
-
-    const Coverage &coverage;
-    const Atom &atom;
-    int end;
-    double back = 0.0;
     double inside = 0.0;
-    double limit = 0.0;
-};
+    const double length = double(atom.samples.size());
+    for (int k = 1; k <= kInsideSteps; ++k) {
+        const double back = std::min(atom.width, 0.8 * length) * k / kInsideSteps;
+        inside += coverage.at(besideEnd(atom, end, -back, beside)) / kInsideSteps;
+    }
+    return inside > kLeastInside ? sum / inside : sum;
+}
 
 } // namespace
 
@@ -122,10 +86,13 @@ Point alongCarrier(const Atom &atom, int end, double pixels)
 
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end)
 {
-    const EndRows rows(coverage, atom, end);
     FreeEnd result;
-    result.middle = rows.inkBeyond(0.0);
-    result.side = rows.inkBeyond(kBeside * 0.5 * atom.width);
+    result.middle = inkBeyond(coverage, atom, end, 0.0);
+    for (int row = 0; row < kRowsBeside; ++row) {
+        const double beside = kBeside[row] * 0.5 * atom.width;
+        result.side[row] = 0.5
+            * (inkBeyond(coverage, atom, end, beside) + inkBeyond(coverage, atom, end, -beside));
+    }
     return result;
 }
 
@@ -137,29 +104,30 @@ double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most
     return s;
 }
 
-double roundPart(const std::vector<FreeEnd> &ends, const std::vector<double> &widths,
-                 const EndLimits &limits)
+bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard)
 {
-    double score = kPrior;
-    double all = kPrior;
-    for (std::size_t k = 0; k < ends.size(); ++k) {
-        // Each end has a vote as clear as its line is wide; of two pixels it says nothing.
-        const double weight = widths[k] - kLeastWidth;
-        if (!(weight > 0.0))
-            continue;
-        const double round = (ends[k].middle - ends[k].side) / (kShorter * widths[k]);
-        score += weight * std::clamp(round, -kMostVote, 1.0 + kMostVote);
-        all += weight;
+    double round = 0.0;
+    double least = hard ? kHardRound : kSoftRound;
+    for (int row = 0; row < kRowsBeside; ++row) {
+        const double sharp = 0.5 * (1.0 - std::sqrt(1.0 - kBeside[row] * kBeside[row]));
+        std::vector<double> parts;
+        for (std::size_t k = 0; k < ends.size(); ++k) {
+            if (widths[k] >= (hard ? kLeastHardWidth : kLeastWidth))
+                parts.push_back((ends[k].middle - ends[k].side[row]) / (sharp * widths[k]));
+        }
+        if (parts.empty())
+            return true;
+        if (hard && parts.size() < kFewEnds)
+            least = kFewRound;
+        // The median alone takes one of few steps, the mean alone is led astray by other ink.
+        double mean = 0.0;
+        for (double part : parts)
+            mean += std::clamp(part, 0.0, 1.0) / double(parts.size());
+        const auto middle = parts.begin() + std::ptrdiff_t(parts.size() / 2);
+        std::nth_element(parts.begin(), middle, parts.end());
+        round += 0.5 * (mean + *middle) / kRowsBeside;
     }
-    const double vote = score / all;
-    return std::clamp((vote - limits.square) / (limits.round - limits.square), 0.0, 1.0);
-}
-
-EndLimits endLimits(bool hard, bool noisy)
-{
-    if (hard)
-        return noisy ? EndLimits { 0.1, 1.3 } : EndLimits { 0.37, 0.47 };
-    return noisy ? EndLimits { 0.08, 0.24 } : EndLimits { 0.24, 0.36 };
+    return round > least;
 }
 
 } // namespace ztrace::strokes

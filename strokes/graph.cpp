@@ -23,8 +23,7 @@ class Builder
 public:
     Builder(Plane skeleton, const Plane &dist, const std::vector<uint32_t> &all)
         : marks(std::move(skeleton)), distance(dist), cells(all), stride(dist.stride())
-    {
-    }
+    { }
 
     Graph build()
     {

@@ -9,13 +9,13 @@ namespace ztrace::strokes {
 namespace {
 
 const double kPi = 3.14159265358979323846;
-const double kSlope = 0.03;       // radians between lines of a hatch
-const double kUpright = 0.12;     // radians from upright or level that are no slope
-const double kMostWidths = 30.0;  // widths, and pixels, between neighbours
+const double kSlope = 0.03;      // radians between lines of a hatch
+const double kUpright = 0.12;    // radians from upright or level that are no slope
+const double kMostWidths = 30.0; // widths, and pixels, between neighbours
 const double kMostPixels = 12.0;
-const double kEven = 0.2;         // part of the distance, and pixels, that distances differ by
+const double kEven = 0.2; // part of the distance, and pixels, that distances differ by
 const double kEvenPixels = 0.8;
-const std::size_t kAhead = 24;    // lines further on that are looked at for the next
+const std::size_t kAhead = 24; // lines further on that are looked at for the next
 
 struct Line
 {

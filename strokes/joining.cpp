@@ -32,10 +32,10 @@ const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may cl
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
 const std::size_t kLeftOver = 24;
-const double kInked = 0.5;      // coverage of the middle of a line that goes on
-const double kMostTurnApart = 0.06; // radians between lines of one carrier
-const double kNear = 2.5;           // pixels that the middle of one may lie beside it
-const std::size_t kShort = 16;      // cross-sections of an atom whose direction is not known well
+const double kInked = 0.5;           // coverage of the middle of a line that goes on
+const double kMostTurnApart = 0.06;  // radians between lines of one carrier
+const double kNear = 2.5;            // pixels that the middle of one may lie beside it
+const std::size_t kShort = 16;       // cross-sections of an atom whose direction is not known well
 const std::size_t kManyAtoms = 6000; // carriers of more atoms are not compared
 
 std::vector<Section> inOrder(const Atom &atom, int lastEnd)
@@ -57,8 +57,7 @@ Point outwards(const Atom &atom, int end)
     const Point last = endSample(atom, end);
     const std::size_t n = atom.samples.size();
     const std::size_t back = std::min<std::size_t>(n - 1, 12);
-    const Point before
-        = (end == 0 ? atom.samples[back] : atom.samples[n - 1 - back]).centre;
+    const Point before = (end == 0 ? atom.samples[back] : atom.samples[n - 1 - back]).centre;
     Point tangent = atom.carrier.tangent(last);
     if (fit::dot(tangent, last - before) < 0)
         tangent = -1.0 * tangent;
@@ -393,9 +392,9 @@ private:
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
         const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
         const GapLimits &limits = isLetter ? kCleanGaps : gaps;
-        const double allowed = std::min(std::max(limits.of(width),
-                                std::min(limits.ofLong * shorter, limits.longest)),
-                       limits.part * shorter);
+        const double allowed = std::min(
+            std::max(limits.of(width), std::min(limits.ofLong * shorter, limits.longest)),
+            limits.part * shorter);
         return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
     }
 
@@ -430,9 +429,8 @@ private:
         if (std::fabs(turned) < kClosingSweep || open < 0.0)
             return;
         const Point end = arc.samples.back().centre - arc.carrier.point;
-        const double gap
-            = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x), turned < 0 ? -open : open,
-                     open * arc.carrier.radius, coverage);
+        const double gap = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x),
+                                  turned < 0 ? -open : open, open * arc.carrier.radius, coverage);
         if (gap <= gaps.of(arc.width))
             makeCircle(number);
     }

@@ -28,9 +28,9 @@ struct Web
     std::vector<Meeting> meetings; // of every joint
 };
 
-// How long a gap in the ink of a line may be: in widths of it and pixels, and in parts of the shorter
-// of its neighbours. Worn pens and thresholds leave longer ones in bad scans, where `worn` also says
-// that rows of pieces without any order are a line in pieces.
+// How long a gap in the ink of a line may be: in widths of it and pixels, and in parts of the
+// shorter of its neighbours. Worn pens and thresholds leave longer ones in bad scans, where `worn`
+// also says that rows of pieces without any order are a line in pieces.
 struct GapLimits
 {
     double widths = 1.0;
@@ -47,7 +47,8 @@ Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
 
 // Joins at every joint the pairs that one line or arc explains for less than two do, the pair that
 // loses least first, until nothing changes; atoms of fewer cross-sections than `leastSamples` are
-// left alone, since next to nothing speaks against joining them with anything. Arcs that come back to where they began become circles.
+// left alone, since next to nothing speaks against joining them with anything. Arcs that come back
+// to where they began become circles.
 void joinAcrossJoints(const Measure &measure, std::size_t leastSamples, Web *web);
 
 // Joins atoms with a common carrier between which there is ink all the way, or a gap that is short

@@ -14,9 +14,9 @@ const double kLeastWidths = 3.5; // widths of its line that a letter is high
 const double kMostWidths = 24.0;
 const double kLeastPixels = 6.0;
 const double kMostPixels = 160.0;
-const double kApart = 1.5;      // heights between the middles of neighbours
-const double kOneSize = 1.5;    // times that neighbours differ in height
-const double kFormed = 1.3;     // widths that a letter's middle line spreads to either side of a line
+const double kApart = 1.5;   // heights between the middles of neighbours
+const double kOneSize = 1.5; // times that neighbours differ in height
+const double kFormed = 1.3;  // widths that a letter's middle line spreads to either side of a line
 const std::size_t kLeastLetters = 2;
 
 struct Part
@@ -98,8 +98,7 @@ std::vector<Part> partsOf(const Web &web)
         part.isWhole = part.atoms.size() == 1 && atom.shape >= Shape::Circle;
         for (const Section &section : atom.samples)
             part.add(section.centre);
-        part.moments
-            = part.atoms.size() == 1 ? atom.moments : together(part.moments, atom.moments);
+        part.moments = part.atoms.size() == 1 ? atom.moments : together(part.moments, atom.moments);
     }
     return parts;
 }
@@ -133,7 +132,8 @@ int64_t cellAt(double v)
 
 // Unites neighbours of letters. Parts in a cell of the grid are looked at in the order of their
 // middles, so that dense pages do not cost the square of their letters.
-void group(const std::vector<Part> &parts, const std::vector<int> &letters, std::vector<int> *parent)
+void group(const std::vector<Part> &parts, const std::vector<int> &letters,
+           std::vector<int> *parent)
 {
     Grid grid;
     for (int k : letters) {
@@ -160,7 +160,7 @@ void group(const std::vector<Part> &parts, const std::vector<int> &letters, std:
                     cell->second.begin(), cell->second.end(), m.x - reach,
                     [&](int a, double at) { return parts[std::size_t(a)].middle().x < at; });
                 for (; other != cell->second.end()
-                       && parts[std::size_t(*other)].middle().x <= m.x + reach;
+                     && parts[std::size_t(*other)].middle().x <= m.x + reach;
                      ++other) {
                     const Part &neighbour = parts[std::size_t(*other)];
                     if (*other > k && (part.isFormed() || neighbour.isFormed())

@@ -12,18 +12,18 @@ namespace {
 const double kDashPart = 0.25;
 const double kGapPart = 0.35;
 const double kSlack = 1.5;
-const double kMostGapPart = 0.7; // of gaps that are no gap of the pattern, at least so many are
-const double kOrder = 0.7;       // part of the dashes that keeps the order
-const double kLongRatio = 1.9;   // between the long and the short dashes of a chain
-const double kDotGap = 0.7;      // part of the gap that a dot is long at most
-const double kDotWidths = 2.2;   // the same in widths of the line
-const double kLeastDash = 0.8;   // part of the gap that dashes are long at least
-const double kLeastWidths = 1.8; // widths that a dash is long
-const double kLeastGap = 1.6;    // pixels; noise makes shorter ones in thin lines
+const double kMostGapPart = 0.7;   // of gaps that are no gap of the pattern, at least so many are
+const double kOrder = 0.7;         // part of the dashes that keeps the order
+const double kLongRatio = 1.9;     // between the long and the short dashes of a chain
+const double kDotGap = 0.7;        // part of the gap that a dot is long at most
+const double kDotWidths = 2.2;     // the same in widths of the line
+const double kLeastDash = 0.8;     // part of the gap that dashes are long at least
+const double kLeastWidths = 1.8;   // widths that a dash is long
+const double kLeastGap = 1.6;      // pixels; noise makes shorter ones in thin lines
 const double kLeastGapPart = 0.15; // of the dash
 const double kLeastDotWidths = 0.35;
 const double kLeastChainGap = 1.2;
-const double kLeastLong = 3.5;   // widths of a long dash
+const double kLeastLong = 3.5; // widths of a long dash
 // Gaps over so many widths have to be shorter than the dashes: edges in a row have such distances.
 const double kWideGap = 7.0;
 const double kWideGapPart = 0.6;
@@ -258,13 +258,11 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
     ChainPattern chain;
     // Long dashes can be as long as several short ones with their gaps are.
     const bool mayBeChain = isChain(row, &chain) && chain.longDash > row.gap;
-    const bool isSure
-        = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
+    const bool isSure = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
     if (!isSure && isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
-        const bool fits = isDot
-            ? row.dashes.size() >= kLeastDots && dash > kLeastDotWidths * width
-            : canBeHidden(dash, row.gap, width);
+        const bool fits = isDot ? row.dashes.size() >= kLeastDots && dash > kLeastDotWidths * width
+                                : canBeHidden(dash, row.gap, width);
         const double period = dash + row.gap;
         if (!fits
             || (dash < kShortWidths * width
@@ -272,8 +270,7 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
             return dashing;
         dashing.type = isDot ? DashType::Dot : DashType::Hidden;
         dashing.pattern = { dash, row.gap };
-    } else if (mayBeChain && chain.longDash > kLeastLong * width
-               && row.gap > kLeastChainGap) {
+    } else if (mayBeChain && chain.longDash > kLeastLong * width && row.gap > kLeastChainGap) {
         dashing.type = chain.shorts == 2 ? DashType::Phantom : DashType::Center;
         dashing.pattern = { chain.longDash, row.gap };
         for (std::size_t k = 0; k < chain.shorts; ++k) {

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/meeting.h"
 
+#include "strokes/ellipses.h"
 #include "strokes/ends.h"
 
 #include <algorithm>
@@ -10,19 +11,28 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kCrossing = 0.2;   // sine of the least angle at which carriers are crossed; 12 degrees
+const double kCrossing = 0.2; // sine of the least angle at which carriers are crossed; 12 degrees
 const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
-const double kCutOff = 0.12;          // pixels; fits of clean lines are off by .05
-const double kUnsure = 4.0;           // pixels between touching and crossing, not told apart
-const double kSquare = 0.5;           // sine of the least angle at which an end is put on a line
-const std::size_t kBody = 12;         // cross-sections of such a line
-const double kMostPairs = 4e7;        // ends times lines that are compared
-const double kStub = 1.6;             // pixels of a line that is seen beyond another one
-const double kReach = 2.0;      // pixels around a joint's ink in which its lines may meet
-const double kBackwards = 3.0;  // pixels that an end may lie before its last cross-section
-const double kMeetsAll = 1.5;   // pixels from a common place that its carriers may pass by
+// Pixels of a circle that a line cuts off and no tangent does whose fit is not exact: sigmas of the
+// cross-sections, at least, and at most.
+const double kCutOffSigmas = 1.5;
+const double kLeastCutOff = 0.05;
+const double kCutOff = 0.12;
+// A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
+// part of the way from there to the break of their cross-sections, and pixels at most. Steps of
+// black and white tell nothing about the break.
+const double kBreakPart = 0.5;
+const double kMostAside = 1.2;
+const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
+const double kSquare = 0.5;    // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;  // cross-sections of such a line
+const double kMostPairs = 4e7; // ends times lines that are compared
+const double kStub = 1.6;      // pixels of a line that is seen beyond another one
+const double kReach = 2.0;     // pixels around a joint's ink in which its lines may meet
+const double kBackwards = 3.0; // pixels that an end may lie before its last cross-section
+const double kMeetsAll = 1.5;  // pixels from a common place that its carriers may pass by
 
 double distanceBetween(Point a, Point b)
 {
@@ -72,15 +82,21 @@ Crossings circleWithCircle(const fit::Primitive &a, const fit::Primitive &b)
     return result;
 }
 
-// Half way between the feet of a place on two carriers that touch each other near it.
-Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach)
+// Where two carriers touch each other near a place: of a line and an arc on the arc, as an end
+// beside it would change its radius; else half way between both. `breakPart` of the way from the
+// foot of the arc's centre to the place.
+Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,
+               double breakPart)
 {
     Point place = near;
     if (a.arc != b.arc) {
         const fit::Primitive &line = a.arc ? b : a;
         const Point tangency = line.foot((a.arc ? a : b).point);
-        if (distanceBetween(tangency, near) < reach)
-            place = tangency;
+        if (distanceBetween(tangency, near) < reach) {
+            const double aside = breakPart * fit::dot(near - tangency, line.direction);
+            place = tangency + std::clamp(aside, -kMostAside, kMostAside) * line.direction;
+        }
+        return (a.arc ? a : b).foot(place);
     }
     return 0.5 * (a.foot(place) + b.foot(place));
 }
@@ -88,7 +104,9 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
 class Settler
 {
 public:
-    Settler(const Coverage &c, const EndLimits &l, Web *w) : coverage(c), limits(l), web(*w) { }
+    Settler(const Coverage &c, const Measure &m, Web *w)
+        : coverage(c), sigma(m.sigma), hard(m.hard), web(*w)
+    { }
 
     bool settle()
     {
@@ -121,7 +139,7 @@ private:
         std::vector<int> through;
         for (int number : web.meetings[joint].through) {
             const int heir = living(number);
-            if (heir >= 0 && web.atoms[std::size_t(heir)].shape != Shape::Ellipse)
+            if (heir >= 0)
                 through.push_back(heir);
         }
         std::sort(through.begin(), through.end());
@@ -150,8 +168,8 @@ private:
     double along(const AtomEnd &end, Point place)
     {
         const Atom &ending = atom(end);
-        const Point last = end.end == 0 ? ending.samples.front().centre
-                                        : ending.samples.back().centre;
+        const Point last
+            = end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
         const double ahead = fit::dot(place - last, outwardsOf(ending, end.end));
         return (ahead < 0 ? -1.0 : 1.0) * distanceBetween(place, last);
     }
@@ -166,17 +184,18 @@ private:
     }
 
     // Whether a line cuts off more of a circle than a tangent does whose fit is not exact.
-    static bool cutsInto(const fit::Primitive &a, const fit::Primitive &b)
+    bool cutsInto(const fit::Primitive &a, const fit::Primitive &b) const
     {
         if (a.arc == b.arc)
             return false;
         const fit::Primitive &line = a.arc ? b : a;
         const fit::Primitive &circle = a.arc ? a : b;
-        return circle.radius - std::fabs(line.distance(circle.point)) > kCutOff;
+        return circle.radius - std::fabs(line.distance(circle.point))
+            > std::clamp(kCutOffSigmas * sigma, kLeastCutOff, kCutOff);
     }
 
-    // A line that touches a circle and one that cuts off a little are not told apart by fits: the end
-    // lies between both places, as long as they are near each other.
+    // A line that touches a circle and one that cuts off a little are not told apart by fits: the
+    // end lies between both places, as long as they are near each other.
     static Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b,
                                          Point crossing)
     {
@@ -216,7 +235,7 @@ private:
                 return true;
             }
         }
-        const Point touched = touching(a, b, at.place, reach);
+        const Point touched = touching(a, b, at.place, reach, hard ? 0.0 : kBreakPart);
         if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
             return false;
         *place = touched;
@@ -232,7 +251,10 @@ private:
             Point candidate;
             double weight = 0.0;
             const Atom &other = web.atoms[std::size_t(number)];
-            if (number != end.atom && meet(end, other.carrier, at, &candidate, &weight)
+            const fit::Primitive carrier = other.shape == Shape::Ellipse
+                ? circleAlong(other.ellipse, at.place)
+                : other.carrier;
+            if (number != end.atom && meet(end, carrier, at, &candidate, &weight)
                 && weight > heaviest) {
                 heaviest = weight;
                 place = candidate;
@@ -287,8 +309,8 @@ private:
     void putEnd(const AtomEnd &end, Point place)
     {
         Atom &ending = atom(end);
-        const Point last = end.end == 0 ? ending.samples.front().centre
-                                        : ending.samples.back().centre;
+        const Point last
+            = end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
         if (fit::dot(place - last, outwardsOf(ending, end.end)) < -kBackwards - ending.width)
             place = ending.carrier.foot(last);
         ending.place[end.end] = place;
@@ -431,18 +453,19 @@ private:
             telling.push_back(measured.back());
             tellingWidths.push_back(widths.back());
         }
-        const double round = roundPart(telling, tellingWidths, limits);
+        const bool round = hasRoundEnds(telling, tellingWidths, hard);
         for (std::size_t k = 0; k < free.size(); ++k) {
-            const double less = 0.5 * round * widths[k];
+            const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
             ending.place[free[k].end]
                 = alongCarrier(ending, free[k].end, measured[k].middle - less);
         }
-        return round > 0.5;
+        return round;
     }
 
     const Coverage &coverage;
-    const EndLimits limits;
+    const double sigma; // pixels, of a cross-section's centre
+    const bool hard;    // no values between ink and paper
     Web &web;
     std::vector<AtomEnd> free;
 };
@@ -458,9 +481,9 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
 }
 
-bool settleEnds(const Coverage &coverage, const EndLimits &limits, Web *web)
+bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {
-    return Settler(coverage, limits, web).settle();
+    return Settler(coverage, measure, web).settle();
 }
 
 void settleDashes(Web *web)
@@ -471,13 +494,11 @@ void settleDashes(Web *web)
             continue;
         for (int end = 0; end < 2; ++end) {
             const int joint = atom.joint[end];
-            const Meeting *meeting
-                = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
+            const Meeting *meeting = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
             if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
                 continue;
             const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
-            atom.place[end]
-                = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
+            atom.place[end] = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
         }
     }
 }

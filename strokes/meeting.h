@@ -19,8 +19,8 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 // Gives every end its place. At a T an end lies on the middle of the line that goes through; two
 // ends meet where their carriers cross, or where they touch each other; several in the middle of
 // their crossings. An end that meets nothing ends with its ink, less half its width where ends are
-// round, or a part of that where they do not tell. Returns whether most are.
-bool settleEnds(const Coverage &coverage, const EndLimits &limits, Web *web);
+// round. Returns whether they are.
+bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web);
 
 // Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
 // the width where its dashes are round. After settleEnds().

@@ -9,7 +9,7 @@ namespace ztrace::strokes {
 
 namespace {
 
-const std::size_t kStep = 7; // of so many pixels one is looked at
+const std::size_t kStep = 7;  // of so many pixels one is looked at
 const int kLineStep = 3;      // and of so many rows and columns one
 const int kLongestBump = 4;   // pixels along the edge
 const double kFewBumps = 3.0; // that round ends and letters of a small picture have

@@ -12,8 +12,8 @@ namespace {
 // The logarithm of widths is looked at in steps, smoothed over neighbours: drawn pens differ by a
 // factor of 1.4, scans widen thin pens more than thick ones.
 const double kStep = 0.04;
-const int kSmoothing = 3;      // steps to either side
-const double kValley = 0.6;    // part of the lower of two peaks that the valley between may reach
+const int kSmoothing = 3;       // steps to either side
+const double kValley = 0.6;     // part of the lower of two peaks that the valley between may reach
 const double kLeastPart = 0.01; // of all length that makes a pen
 const double kLeastWidth = 0.3; // pixels
 
@@ -30,8 +30,7 @@ std::vector<double> smoothed(const std::vector<double> &bins)
         for (int d = -kSmoothing; d <= kSmoothing; ++d) {
             const int k = i + d;
             if (k >= 0 && k < n)
-                result[std::size_t(i)]
-                    += bins[std::size_t(k)] * (kSmoothing + 1 - std::abs(d));
+                result[std::size_t(i)] += bins[std::size_t(k)] * (kSmoothing + 1 - std::abs(d));
         }
     }
     return result;
@@ -101,8 +100,7 @@ Pens pensOf(const std::vector<DrawnWidth> &drawn)
     const std::vector<int> valleys = valleysOf(smoothed(bins), most);
     std::vector<std::vector<int>> members(valleys.size() + 1);
     for (std::size_t k = 0; k < drawn.size(); ++k) {
-        const auto above
-            = std::upper_bound(valleys.begin(), valleys.end(), binOf(drawn[k].width));
+        const auto above = std::upper_bound(valleys.begin(), valleys.end(), binOf(drawn[k].width));
         pens.penOf[k] = int(above - valleys.begin());
         members[std::size_t(pens.penOf[k])].push_back(int(k));
     }

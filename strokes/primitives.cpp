@@ -21,6 +21,11 @@ const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
 const double kMostSigma = 0.8;
 const std::size_t kLeastStretches = 3;
 const int kCircleSteps = 8;
+const std::size_t kSlide = 24;      // cross-sections that a break is moved by at most
+const std::size_t kLeastBeside = 4; // cross-sections that stay on each side of it
+const double kSlideGain = 2.0;      // nats for which a break is moved in black and white
+const int kSlideRounds = 2;
+const double kTail = 0.6; // widths; the skeleton leaves the middle half a width before a free end
 // An arc that is no more than this off its chord is a line: sigmas, and pixels.
 const double kLeastSagitta = 4.0;
 const double kLeastBend = 0.45;
@@ -87,13 +92,99 @@ Atom wholeAtom(const Core &core, const fit::Piece &piece, const Measure &measure
     refit(&atom, measure);
     if (piece.kind == fit::Kind::Circle) {
         atom.shape = Shape::Circle;
-        atom.carrier = { true, piece.centre, { 1, 0 }, piece.radius > 0 ? piece.radius : piece.half[0], 1, 0 };
+        atom.carrier = { true,     piece.centre,
+                         { 1, 0 }, piece.radius > 0 ? piece.radius : piece.half[0],
+                         1,        0 };
         polishCircle(atom.samples, &atom.carrier);
     } else {
         atom.shape = Shape::Ellipse;
         atom.ellipse = piece;
     }
     return atom;
+}
+
+// Misfit of sums by a line or a circle, without any slack.
+double bareMisfit(const fit::Moments &sum, bool arc)
+{
+    const fit::LineMoments c = fit::lineMoments(sum);
+    fit::Primitive circle = {};
+    if (!arc)
+        return c.least * sum.w;
+    return fit::circleOf(sum, c, &circle) ? circle.chi2 : 1e300;
+}
+
+// Moves the cross-sections between two atoms that follow each other to where both together fit
+// best. The price of pieces forgives what is below the usual deviation, and by that much a break
+// may lie off: a line that runs on into its arc.
+void slideBreak(const Measure &measure, Atom *before, Atom *after)
+{
+    const std::size_t least = kLeastBeside;
+    const std::size_t m = before->samples.size();
+    const std::size_t n = after->samples.size();
+    if (m <= least || n <= least || (!before->carrier.arc && !after->carrier.arc))
+        return;
+    std::vector<Section> all = before->samples;
+    all.insert(all.end(), after->samples.begin(), after->samples.end());
+    const std::size_t from = m - std::min({ m - least, m / 2, kSlide });
+    const std::size_t to = m + std::min({ n - least, n / 2, kSlide });
+    fit::Moments first = momentsOf(all, 0, from, measure.weight());
+    // From the end backwards, so that nothing has to be taken out of a sum.
+    std::vector<double> misfits(to - from + 1);
+    fit::Moments second = momentsOf(all, to, all.size(), measure.weight());
+    for (std::size_t k = to;; --k) {
+        misfits[k - from] = bareMisfit(second, after->carrier.arc);
+        if (k == from)
+            break;
+        addTo(&second, all[k - 1].centre, measure.weight());
+    }
+    std::size_t best = m;
+    double lowest = 1e300;
+    double here = 0.0;
+    for (std::size_t k = from; k <= to; ++k) {
+        const double misfit = misfits[k - from] + bareMisfit(first, before->carrier.arc);
+        if (k == m)
+            here = misfit;
+        if (misfit < lowest) {
+            lowest = misfit;
+            best = k;
+        }
+        if (k < to)
+            addTo(&first, all[k].centre, measure.weight());
+    }
+    if (best == m || (measure.hard && measure.slope * (here - lowest) < kSlideGain))
+        return;
+    const auto middle = all.begin() + std::ptrdiff_t(best);
+    before->samples.assign(all.begin(), middle);
+    after->samples.assign(middle, all.end());
+    refit(before, measure);
+    refit(after, measure);
+}
+
+void slideBreaks(bool closed, const Measure &measure, std::vector<Joint> *joints, Atom *atoms,
+                 std::size_t count)
+{
+    for (int round = 0; round < kSlideRounds; ++round) {
+        for (std::size_t k = 0; k + (closed ? 0 : 1) < count && count > 1; ++k) {
+            Atom &before = atoms[k];
+            slideBreak(measure, &before, &atoms[(k + 1) % count]);
+            (*joints)[std::size_t(before.joint[1])].place = before.samples.back().centre;
+        }
+    }
+}
+
+// Takes away first and last pieces that are only the skeleton on its way into a corner of a square
+// free end.
+void dropTails(const Core &core, const std::vector<Joint> &joints,
+               std::vector<const fit::Piece *> *pieces)
+{
+    const auto isTail = [&](const fit::Piece *piece, int joint) {
+        return joint >= 0 && joints[std::size_t(joint)].kind == JointKind::Tip
+            && piece->count < kTail * core.width;
+    };
+    while (pieces->size() > 1 && isTail(pieces->back(), core.joint[1]))
+        pieces->pop_back();
+    while (pieces->size() > 1 && isTail(pieces->front(), core.joint[0]))
+        pieces->erase(pieces->begin());
 }
 
 // The atoms of one core, in order; their joints between themselves are added to the others.
@@ -106,8 +197,8 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
         y.push_back(section.centre.y);
     }
     sigma.assign(x.size(), measure.sigma);
-    const fit::Chain chain = { x.data(), y.data(), sigma.data(), int(x.size()), core.closed(),
-                               fit::Edge::Soft, false, false };
+    const fit::Chain chain = { x.data(),      y.data(),        sigma.data(), int(x.size()),
+                               core.closed(), fit::Edge::Soft, false,        false };
     fit::Settings settings = fit::settingsFor(strokePrices());
     settings.curves = false;
     settings.soft.lambda = measure.lambda;
@@ -126,6 +217,7 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
         if (piece.count >= 2)
             pieces.push_back(&piece);
     }
+    dropTails(core, *joints, &pieces);
     const std::size_t firstJoint = joints->size();
     for (std::size_t k = 0; k + (core.closed() ? 0 : 1) < pieces.size(); ++k)
         joints->push_back({ pieces[k]->end, 0.5 * core.width, JointKind::Break });
@@ -143,6 +235,8 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
             = k + 1 < pieces.size() || core.closed() ? int(firstJoint + k) : core.joint[1];
         atoms->push_back(std::move(atom));
     }
+    slideBreaks(core.closed(), measure, joints, atoms->data() + (atoms->size() - pieces.size()),
+                pieces.size());
 }
 
 } // namespace
@@ -191,8 +285,8 @@ Measure measureOf(const Cores &cores, double least)
     measure.sigma = std::max(kUsualSigma, least);
     if (variances.size() < kLeastStretches)
         return measure;
-    const auto middle = variances.begin()
-        + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
+    const auto middle
+        = variances.begin() + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
     std::nth_element(variances.begin(), middle, variances.end());
     measure.sigma = std::clamp(kStretchScale * std::sqrt(*middle), least, kMostSigma);
     return measure;

@@ -31,6 +31,7 @@ struct Measure
     double slope = 0.5;
     double slack = 1.6;
     double leak = 0.02;
+    bool hard = false; // the picture has no values between ink and paper
     double weight() const { return 1.0 / (sigma * sigma); }
     double misfit(double chi2, double count) const
     {
@@ -40,8 +41,8 @@ struct Measure
 };
 
 // The deviation that the cores themselves tell: how far cross-sections lie from a line or an arc
-// through a long stretch of them; what a third of all such stretches keep. `least` is what can be asked of
-// the picture at all.
+// through a long stretch of them; what a third of all such stretches keep. `least` is what can be
+// asked of the picture at all.
 Measure measureOf(const Cores &cores, double least);
 
 // Sum of (distance / sigma) squared of points from a carrier; of an arc to first order.
@@ -56,14 +57,14 @@ enum class Shape { Line, Arc, Circle, Ellipse };
 struct Atom
 {
     Shape shape = Shape::Line;
-    fit::Primitive carrier;        // of lines, arcs and circles
-    fit::Piece ellipse;            // of an ellipse
-    std::vector<Section> samples;  // in the order of the walk from joint[0] to joint[1]
-    fit::Moments moments;          // of the samples
-    double cost = 0.0;             // nats
-    double width = 0.0;            // median
-    int joint[2] = { -1, -1 };     // -1: closed, or free of any joint
-    Point place[2] = {};                // its ends, once they are known
+    fit::Primitive carrier;       // of lines, arcs and circles
+    fit::Piece ellipse;           // of an ellipse
+    std::vector<Section> samples; // in the order of the walk from joint[0] to joint[1]
+    fit::Moments moments;         // of the samples
+    double cost = 0.0;            // nats
+    double width = 0.0;           // median
+    int joint[2] = { -1, -1 };    // -1: closed, or free of any joint
+    Point place[2] = {};          // its ends, once they are known
     bool alive = true;
     Dashing dashing;
     Point inkEnd[2] = {}; // of a dashed one: where its first and last dash end

@@ -12,24 +12,25 @@ namespace ztrace::strokes {
 
 namespace {
 
-const double kStep = 0.5;       // pixels between the values of a cross-section
-const double kPaper = 0.06;     // coverage that counts as none
-const double kRises = 0.04;     // coverage by which another line announces itself
+const double kStep = 0.5;        // pixels between the values of a cross-section
+const double kPaper = 0.06;      // coverage that counts as none
+const double kRises = 0.04;      // coverage by which another line announces itself
 const double kPaperBeyond = 2.5; // pixels outside of the ink that its edge may be soft
-const int kChord = 5;           // cells to either side that the direction is taken from
+const int kChord = 5;            // cells to either side that the direction is taken from
 // Parts of the median width, and pixels, that a cross-section may differ from it.
 const double kWidthPart = 0.2;
 const double kWidthSlack = 0.6;
 // Deviations of a branch's widths, and pixels at least, by which a wider one sees another line.
 const double kSpreads = 3.0;
 const double kLeastSpread = 0.12;
-const int kSettled = 5; // cross-sections in a row that tell that none is seen any more
+const int kSettled = 5;            // cross-sections in a row that tell that none is seen any more
 const double kJunctionReach = 1.0; // pixels around the disc of a junction that it spoils
 const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
 // Times by which an arc has to miss a corner's cross-sections farther than two lines do.
 const double kCornerContrast = 2.0;
 const double kCornerFloor = 0.06; // pixels
 const int kLeastArm = 4;          // cross-sections of a corner's side
+const double kCornerReach = 0.6;  // widths around a corner that see both sides
 
 double distanceBetween(Point a, Point b)
 {
@@ -98,8 +99,8 @@ Arm armOf(const std::vector<Section> &sections, int first, int last)
         m.yy += p.y * p.y;
     }
     const fit::LineMoments c = fit::lineMoments(m);
-    const fit::Primitive line
-        = fit::lineOf(m, c, sections[std::size_t(first)].centre, sections[std::size_t(last)].centre);
+    const fit::Primitive line = fit::lineOf(m, c, sections[std::size_t(first)].centre,
+                                            sections[std::size_t(last)].centre);
     return { line.point, line.direction, std::sqrt(c.least) };
 }
 
@@ -108,8 +109,7 @@ class CoreFinder
 public:
     CoreFinder(const Graph &g, const Plane &d, const Coverage &c)
         : graph(g), distance(d), coverage(c)
-    {
-    }
+    { }
 
     Cores find()
     {
@@ -149,8 +149,7 @@ private:
             const double length = std::hypot(chord.x, chord.y);
             const Point direction = length > 0 ? (1 / length) * chord : Point { 1, 0 };
             const double reach = 1.6 * std::max(0.5, radiusOf(distance.cells[cell])) + kPaperBeyond;
-            Section section
-                = sectionAt(coverage, distance.middleOf(cell), direction, reach);
+            Section section = sectionAt(coverage, distance.middleOf(cell), direction, reach);
             sections.push_back(section);
         }
         return sections;
@@ -183,9 +182,9 @@ private:
         });
     }
 
-    // The largest of the widths of the ink along the other branches at a node. With the least, every
-    // piece of an outline between the thinner lines of a hatch is wider than usual, and the whole
-    // hatch becomes one joint.
+    // The largest of the widths of the ink along the other branches at a node. With the least,
+    // every piece of an outline between the thinner lines of a hatch is wider than usual, and the
+    // whole hatch becomes one joint.
     double usualWidth(const Node &node, const Branch &except) const
     {
         double most = 0.0;
@@ -202,7 +201,8 @@ private:
     int find(int node)
     {
         while (clusterOf[std::size_t(node)] != node)
-            node = clusterOf[std::size_t(node)] = clusterOf[std::size_t(clusterOf[std::size_t(node)])];
+            node = clusterOf[std::size_t(node)]
+                = clusterOf[std::size_t(clusterOf[std::size_t(node)])];
         return node;
     }
 
@@ -264,8 +264,8 @@ private:
         std::vector<int> joints;
         for (int corner : corners) {
             joints.push_back(int(result.joints.size()));
-            result.joints.push_back({ sections[std::size_t(corner)].centre, 0.6 * width,
-                                      JointKind::Corner });
+            result.joints.push_back(
+                { sections[std::size_t(corner)].centre, kCornerReach * width, JointKind::Corner });
         }
         if (branch.closed()) {
             for (std::size_t k = 0; k < corners.size(); ++k) {
@@ -343,8 +343,7 @@ private:
         if (number < 0)
             return false;
         const Joint &joint = result.joints[std::size_t(number)];
-        const double reach
-            = joint.kind == JointKind::Tip ? 0.0 : joint.radius + kJunctionReach;
+        const double reach = joint.kind == JointKind::Tip ? 0.0 : joint.radius + kJunctionReach;
         return distanceBetween(place, joint.place) < reach;
     }
 
@@ -383,8 +382,26 @@ private:
         if (best >= 0)
             takeCorner(best - rim, n, &corners);
         std::sort(corners.begin(), corners.end());
-        corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
-        return corners;
+        const int apart = int(2 * (kCornerReach * width + kJunctionReach)) + 1;
+        return apartFrom(corners, apart, branch.closed() ? n : 0);
+    }
+
+    // Corners between which no cross-section tells anything are one, half way between them: the
+    // skeleton runs across the outside of a mitred corner. `around` is the length of a closed
+    // branch.
+    static std::vector<int> apartFrom(const std::vector<int> &corners, int apart, int around)
+    {
+        std::vector<int> result;
+        for (std::size_t k = 0; k < corners.size();) {
+            std::size_t last = k;
+            while (last + 1 < corners.size() && corners[last + 1] - corners[last] <= apart)
+                ++last;
+            result.push_back((corners[k] + corners[last]) / 2);
+            k = last + 1;
+        }
+        if (around > 0 && result.size() > 1 && result.front() + around - result.back() <= apart)
+            result.pop_back();
+        return result;
     }
 
     static void takeCorner(int at, int n, std::vector<int> *corners)
@@ -452,8 +469,7 @@ Section sectionAt(const Coverage &coverage, Point place, Point direction, double
     Section section;
     section.width = left.area + right.area;
     section.clear = left.clear && right.clear && section.width > 0.0;
-    const double offset
-        = section.width > 0.0 ? (left.moment - right.moment) / section.width : 0.0;
+    const double offset = section.width > 0.0 ? (left.moment - right.moment) / section.width : 0.0;
     section.centre = place + offset * normal;
     return section;
 }

@@ -11,12 +11,12 @@ namespace ztrace::strokes {
 
 namespace {
 
-const int kAround = 2;             // cells to either side that tell whether a cell is full of ink
-const double kPaperRank = 0.6;     // of the medians around; the lighter part of them is paper
-const double kFull = 0.12;         // part that a cell full of ink is darker than those around by
-const double kOfMedian = 1.4826;   // deviation of noise over the median of its size
-const double kStandsOut = 4.5;     // deviations of the smoothed noise that ink is darker by
-const double kContrastRank = 0.8;  // of what stands out, its darkness is that of the ink
+const int kAround = 2;              // cells to either side that tell whether a cell is full of ink
+const double kPaperRank = 0.6;      // of the medians around; the lighter part of them is paper
+const double kFull = 0.12;          // part that a cell full of ink is darker than those around by
+const double kOfMedian = 1.4826;    // deviation of noise over the median of its size
+const double kStandsOut = 4.5;      // deviations of the smoothed noise that ink is darker by
+const double kContrastRank = 0.8;   // of what stands out, its darkness is that of the ink
 const double kLeastContrast = 0.28; // of the ink's darkness: creases and shadows are less
 
 typedef std::array<std::size_t, 256> Counts;
@@ -106,12 +106,11 @@ private:
     {
         std::vector<double> around;
         for (int v = std::max(0, row - kAround); v <= std::min(rows - 1, row + kAround); ++v) {
-            for (int u = std::max(0, column - kAround); u <= std::min(columns - 1, column + kAround);
-                 ++u)
+            for (int u = std::max(0, column - kAround);
+                 u <= std::min(columns - 1, column + kAround); ++u)
                 around.push_back(medians[index(u, v)]);
         }
-        const auto rank
-            = around.begin() + std::ptrdiff_t(kPaperRank * double(around.size() - 1));
+        const auto rank = around.begin() + std::ptrdiff_t(kPaperRank * double(around.size() - 1));
         std::nth_element(around.begin(), rank, around.end());
         const double own = medians[index(column, row)];
         return own < (1.0 - kFull) * *rank ? *rank : own;

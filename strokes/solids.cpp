@@ -17,8 +17,8 @@ const double kWithin = 0.75;     // widths that count as drawn by a pen of 1
 // Discs of ink reach by their radius and, in corners of solids, by 1.41 times it.
 const double kCorner = 1.45;
 
-// How far every cell is from the seeds, by the same distances from what is not "ink". With a rim, as
-// what lies beyond the picture counts as none either.
+// How far every cell is from the seeds, by the same distances from what is not "ink". With a rim,
+// as what lies beyond the picture counts as none either.
 Plane awayFrom(const std::vector<uint32_t> &seeds, const Plane &distance, int rim)
 {
     Plane away(distance.width + 2 * rim, distance.height + 2 * rim);

@@ -44,8 +44,7 @@ private:
     {
         const Branch &branch = graph.branches[std::size_t(end.branch)];
         const int other = branch.node[1 - end.end];
-        return branch.node[0] != branch.node[1]
-            && graph.nodes[std::size_t(other)].ends.size() == 1;
+        return branch.node[0] != branch.node[1] && graph.nodes[std::size_t(other)].ends.size() == 1;
     }
 
     bool pruneAt(int number)

@@ -10,6 +10,7 @@
 #include "strokes/meeting.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
+#include "strokes/rounds.h"
 #include "strokes/scans.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
@@ -170,7 +171,8 @@ void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
         Stroke stroke;
         stroke.piece = pieceOf(atom);
         const double length = lengthOf(stroke.piece);
-        if (!(length > kNoLength) || isSpeck(atom, web, length, atom.role == Role::Text ? usual : speck))
+        if (!(length > kNoLength)
+            || isSpeck(atom, web, length, atom.role == Role::Text ? usual : speck))
             continue;
         stroke.width = atom.width;
         stroke.dashing = atom.dashing;
@@ -198,8 +200,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
     dropSpurs(skeleton.distance, &skeleton.graph);
-    drawing->solids
-        = takeSolids(widestPen(skeleton.graph, skeleton.distance), &skeleton.distance);
+    drawing->solids = takeSolids(widestPen(skeleton.graph, skeleton.distance), &skeleton.distance);
     if (!drawing->solids.cells.empty()) {
         skeleton.graph = Graph();
         skeleton = skeletonOf(std::move(skeleton.distance));
@@ -208,7 +209,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
     const Coverage coverage(picture, tones.ink, tones.paper);
     Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
-    const Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    measure.hard = options.hard;
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots
@@ -220,8 +222,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinDashes(coverage, measure, gaps, dots, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
+    takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
-    drawing->roundEnds = settleEnds(coverage, endLimits(options.hard, page.isNoisy), &web);
+    drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);

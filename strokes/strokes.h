@@ -32,10 +32,10 @@ struct StrokeDrawing
     std::vector<Stroke> strokes;
     std::vector<Joint> joints;
     std::vector<Arrow> arrows; // solids at the ends of strokes whose role is Dimension
-    std::vector<double> pens; // widths in pixels, ascending
+    std::vector<double> pens;  // widths in pixels, ascending
     bool roundEnds = true;
-    Plane solids;             // 1 in the pixels of what is no line; of no size where there is none
-    double sigma = 0.0;       // what fits were judged by, in pixels
+    Plane solids;       // 1 in the pixels of what is no line; of no size where there is none
+    double sigma = 0.0; // what fits were judged by, in pixels
 };
 
 struct StrokeOptions

@@ -18,8 +18,7 @@ struct Around
 
     explicit Around(int stride)
         : offset({ 1, stride + 1, stride, stride - 1, -1, -stride - 1, -stride, -stride + 1 })
-    {
-    }
+    { }
     unsigned code(const uint8_t *cell) const
     {
         unsigned bits = 0;
@@ -61,8 +60,8 @@ bool isEnd(const Plane &distance, const Around &around, unsigned code, uint32_t 
     uint8_t deepest = 0;
     for (unsigned k = 0; k < 8; ++k) {
         if ((code >> k) & 1u)
-            deepest = std::max(deepest, distance.cells[std::size_t(
-                                            std::ptrdiff_t(cell) + around.offset[k])]);
+            deepest = std::max(
+                deepest, distance.cells[std::size_t(std::ptrdiff_t(cell) + around.offset[k])]);
     }
     return distance.cells[cell] >= deepest;
 }

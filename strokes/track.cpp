@@ -9,12 +9,12 @@ namespace ztrace::strokes {
 namespace {
 
 const double kTurn = 2 * 3.14159265358979323846;
-const double kStep = 0.5;   // pixels
-const double kRow = 0.25;   // of the width, between the rows that are looked at
-const double kInk = 0.5;    // of the level that dashes have; blur takes much from thin lines
+const double kStep = 0.5;     // pixels
+const double kRow = 0.25;     // of the width, between the rows that are looked at
+const double kInk = 0.5;      // of the level that dashes have; blur takes much from thin lines
 const double kInkPart = 0.85; // of all levels that lie below that of dashes
 const double kLeastInk = 0.2; // coverage
-const double kNothing = 0.5; // pixels below which ink or a gap is none
+const double kNothing = 0.5;  // pixels below which ink or a gap is none
 
 double levelAt(const Track &track, const Coverage &coverage, double t, double width)
 {

@@ -19,8 +19,6 @@ namespace {
 
 const double kMillimetresAnInch = 25.4;
 const int kBetweenBlackAndWhite = 127;
-// Of a quarter of an ellipse as a cubic: control points at this part of the half axes.
-const double kQuarter = 0.5522847498307936;
 const double kStandardWidths[] = { 0.13, 0.18, 0.25, 0.35, 0.5, 0.7, 1.0, 1.4, 2.0 };
 
 std::vector<uint8_t> greyOf(const GreyPicture &page)
@@ -40,21 +38,16 @@ Point toDrawing(fit::Point p, int height)
     return Point(p.x, height - p.y);
 }
 
+// Two halves, which writers know as one ellipse.
 Path ellipseOf(const fit::Piece &piece, int height)
 {
-    const fit::Point u
+    const fit::Point arm
         = piece.half[0] * fit::Point { std::cos(piece.angle), std::sin(piece.angle) };
-    const fit::Point v
-        = piece.half[1] * fit::Point { -std::sin(piece.angle), std::cos(piece.angle) };
-    const fit::Point arms[] = { u, v, -1.0 * u, -1.0 * v, u };
+    const double ratio = piece.half[1] / piece.half[0];
     Path path;
-    path.moveTo(toDrawing(piece.centre + u, height));
-    for (int k = 0; k < 4; ++k) {
-        const fit::Point from = piece.centre + arms[k];
-        const fit::Point to = piece.centre + arms[k + 1];
-        path.cubicTo(toDrawing(from + kQuarter * arms[k + 1], height),
-                     toDrawing(to + kQuarter * arms[k], height), toDrawing(to, height));
-    }
+    path.moveTo(toDrawing(piece.centre + arm, height));
+    path.ellipticArcTo(toDrawing(piece.centre - arm, height), 1.0, ratio, -piece.angle);
+    path.ellipticArcTo(toDrawing(piece.centre + arm, height), 1.0, ratio, -piece.angle);
     return path;
 }
 

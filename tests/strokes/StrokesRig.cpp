@@ -68,6 +68,49 @@ Sheet &Sheet::arc(Point centre, double radius, double start, double sweep, doubl
     return *this;
 }
 
+Sheet &Sheet::bar(Point from, Point to, double width)
+{
+    const Point d = to - from;
+    const double f = 0.5 * width / std::hypot(d.x, d.y);
+    const Point side = { -f * d.y, f * d.x };
+    return polygon({ from + side, to + side, to - side, from - side });
+}
+
+Sheet &Sheet::polygon(const std::vector<Point> &corners, bool ink)
+{
+    Point low = corners[0];
+    Point high = corners[0];
+    double area = 0.0;
+    for (std::size_t k = 0; k < corners.size(); ++k) {
+        low = { std::min(low.x, corners[k].x), std::min(low.y, corners[k].y) };
+        high = { std::max(high.x, corners[k].x), std::max(high.y, corners[k].y) };
+        area += fit::cross(corners[k], corners[(k + 1) % corners.size()]);
+    }
+    set(low, high, ink, [&](Point p) {
+        for (std::size_t k = 0; k < corners.size(); ++k) {
+            const Point side = corners[(k + 1) % corners.size()] - corners[k];
+            if ((area > 0 ? 1.0 : -1.0) * fit::cross(side, p - corners[k]) < 0)
+                return false;
+        }
+        return true;
+    });
+    return *this;
+}
+
+Sheet &Sheet::ellipse(Point centre, double a, double b, double angle, double width)
+{
+    const auto on = [&](double t) {
+        const Point p = { a * std::cos(t), b * std::sin(t) };
+        return centre
+            + Point { std::cos(angle) * p.x - std::sin(angle) * p.y,
+                      std::sin(angle) * p.x + std::cos(angle) * p.y };
+    };
+    const int steps = 720; // chords are off by .001 pixels
+    for (int k = 0; k < steps; ++k)
+        line(on(2 * M_PI * k / steps), on(2 * M_PI * (k + 1) / steps), width);
+    return *this;
+}
+
 Sheet &Sheet::disc(Point centre, double radius)
 {
     set(centre - Point { radius, radius }, centre + Point { radius, radius }, true,
@@ -99,6 +142,36 @@ std::vector<uint8_t> Sheet::grey(Tones tones) const
         }
     }
     return result;
+}
+
+void blurred(std::vector<uint8_t> *grey, int width, int height, double sigma)
+{
+    if (!(sigma > 0))
+        return;
+    const int reach = int(4 * sigma) + 1;
+    std::vector<double> weights;
+    double all = 0.0;
+    for (int k = -reach; k <= reach; ++k) {
+        weights.push_back(std::exp(-0.5 * k * k / (sigma * sigma)));
+        all += weights.back();
+    }
+    std::vector<double> values(grey->begin(), grey->end());
+    for (int pass = 0; pass < 2; ++pass) {
+        const std::vector<double> before = values;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                double sum = 0.0;
+                for (int k = -reach; k <= reach; ++k) {
+                    const int u = std::clamp(pass == 0 ? x + k : x, 0, width - 1);
+                    const int v = std::clamp(pass == 0 ? y : y + k, 0, height - 1);
+                    sum += weights[std::size_t(k + reach)] * before[std::size_t(v * width + u)];
+                }
+                values[std::size_t(y * width + x)] = sum / all;
+            }
+        }
+    }
+    for (std::size_t k = 0; k < values.size(); ++k)
+        (*grey)[k] = uint8_t(std::lround(values[k]));
 }
 
 StrokeDrawing strokesOn(const Sheet &sheet, Sheet::Tones tones)

@@ -19,6 +19,11 @@ public:
     Sheet &line(Point from, Point to, double width);
     // Angles in radians from x towards y; a sweep of 2 pi is a circle.
     Sheet &arc(Point centre, double radius, double start, double sweep, double width);
+    // A line with square ends.
+    Sheet &bar(Point from, Point to, double width);
+    // Ink, or paper, inside of corners that turn one way only.
+    Sheet &polygon(const std::vector<Point> &corners, bool ink = true);
+    Sheet &ellipse(Point centre, double a, double b, double angle, double width);
     Sheet &disc(Point centre, double radius);
     Sheet &paper(Point low, Point high); // an upright rectangle without ink
 
@@ -37,6 +42,9 @@ private:
     int rows;
     std::vector<bool> samples;
 };
+
+// Blurs by a Gaussian of so many pixels; 0 does nothing.
+void blurred(std::vector<uint8_t> *grey, int width, int height, double sigma);
 
 // Strokes of a sheet, which must not be refused.
 StrokeDrawing strokesOn(const Sheet &sheet, Sheet::Tones tones = Sheet::Tones::Soft);

@@ -159,7 +159,7 @@ private slots:
     void sameSeedSameDrawing()
     {
         TracePlan plan;
-        plan.segmentation = Blend { 6, false, { { "numberofcolors", 6 } } };
+        plan.segmentation = Blend { 6, 0.0, false, { { "numberofcolors", 6 } } };
         const QImage image = nested({ kRed, 0xFFD03020u, kBlue, 0xFF3030D0u, kWhite }, 60, 6);
         const Drawing one = traceImage(image, plan).drawing;
         const Drawing two = traceImage(image, plan).drawing;

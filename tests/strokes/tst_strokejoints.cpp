@@ -1,0 +1,305 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where lines end, meet and touch: square ends, mitres, tangents, rounds in pieces.
+#include "StrokesRig.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace ztrace::strokes;
+using ztrace::fit::ArcShape;
+using ztrace::fit::Kind;
+using ztrace::fit::Piece;
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+
+bool isNear(Point a, Point b, double within)
+{
+    return std::hypot(a.x - b.x, a.y - b.y) < within;
+}
+
+const Piece *onlyOf(const StrokeDrawing &drawing, Kind kind)
+{
+    const Piece *found = nullptr;
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.piece.kind != kind)
+            continue;
+        if (found)
+            return nullptr;
+        found = &stroke.piece;
+    }
+    return found;
+}
+
+// An upright rectangle of lines with mitred corners: ink between two rectangles.
+Sheet &frame(Sheet *sheet, Point low, Point high, double width)
+{
+    const double h = 0.5 * width;
+    sheet->polygon({ { low.x - h, low.y - h },
+                     { high.x + h, low.y - h },
+                     { high.x + h, high.y + h },
+                     { low.x - h, high.y + h } });
+    return sheet->paper({ low.x + h, low.y + h }, { high.x - h, high.y - h });
+}
+
+} // namespace
+
+class tst_StrokeJoints : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void squareEndsAreTold_data();
+    void squareEndsAreTold();
+    void roundEndsAreTold_data();
+    void roundEndsAreTold();
+    void aSquareEndHasNoTail();
+    void aMitredCornerIsWhereTheLinesMeet();
+    void sidesOfSquaresAreNoDashes();
+    void anArcEndsWhereItTouchesItsLine();
+    void aCutArcIsNoTangent();
+    void aCircleThatTouchesALineIsWhole();
+    void anOpenArcStaysOpen();
+    void anEllipseIsOne_data();
+    void anEllipseIsOne();
+    void anEllipseCrossedByLinesIsOne();
+    void aLineEndsOnAnEllipse();
+};
+
+void tst_StrokeJoints::squareEndsAreTold_data()
+{
+    QTest::addColumn<double>("width");
+    QTest::addColumn<double>("y");
+    QTest::addColumn<double>("blur");
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("pixels half covered beside the middle") << 4.27 << 40.95 << 0.0 << false;
+    QTest::newRow("blurred") << 5.5 << 40.3 << 1.2 << false;
+    QTest::newRow("black and white") << 7.0 << 40.5 << 0.0 << true;
+    QTest::newRow("blurred, then black and white") << 7.0 << 40.5 << 1.1 << true;
+}
+
+void tst_StrokeJoints::squareEndsAreTold()
+{
+    QFETCH(double, width);
+    QFETCH(double, y);
+    QFETCH(double, blur);
+    QFETCH(bool, hard);
+    Sheet sheet(260, 200);
+    for (double more : { 0.0, 30.0, 60.0, 90.0, 120.0 })
+        sheet.bar({ 30, y + more }, { 230, y + more }, width);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    blurred(&grey, 260, 200, blur);
+    if (hard) {
+        for (uint8_t &value : grey)
+            value = value < 128 ? 0 : 255;
+    }
+    const StrokeDrawing drawing = strokesOn(grey, 260, 200, hard);
+    QVERIFY(!drawing.roundEnds);
+    QVERIFY2(hasLine(drawing, { 30, y }, { 230, y }, 0.7), listOf(drawing).c_str());
+}
+
+void tst_StrokeJoints::roundEndsAreTold_data()
+{
+    QTest::addColumn<double>("width");
+    QTest::addColumn<double>("blur");
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << 5.0 << 0.0 << false;
+    QTest::newRow("blurred") << 5.5 << 1.2 << false;
+    QTest::newRow("black and white") << 6.0 << 0.0 << true;
+    QTest::newRow("blurred, then black and white") << 7.0 << 1.1 << true;
+}
+
+void tst_StrokeJoints::roundEndsAreTold()
+{
+    QFETCH(double, width);
+    QFETCH(double, blur);
+    QFETCH(bool, hard);
+    Sheet sheet(260, 160);
+    for (double more : { 0.0, 40.0, 80.0 })
+        sheet.line({ 30, 38.3 + more }, { 230, 41.7 + more }, width);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    blurred(&grey, 260, 160, blur);
+    if (hard) {
+        for (uint8_t &value : grey)
+            value = value < 128 ? 0 : 255;
+    }
+    const StrokeDrawing drawing = strokesOn(grey, 260, 160, hard);
+    QVERIFY(drawing.roundEnds);
+    QVERIFY2(hasLine(drawing, { 30, 38.3 }, { 230, 41.7 }, 0.8), listOf(drawing).c_str());
+}
+
+// The skeleton of a short bar runs into a corner of its end.
+void tst_StrokeJoints::aSquareEndHasNoTail()
+{
+    Sheet sheet(200, 120);
+    for (double x : { 20.83, 80.61, 140.77 })
+        sheet.bar({ x, 36.44 }, { x + 33, 36.44 }, 9.0).bar({ x, 80.44 }, { x + 33, 80.44 }, 9.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+    for (double x : { 20.83, 80.61, 140.77 }) {
+        QVERIFY2(hasLine(drawing, { x, 36.44 }, { x + 33, 36.44 }, 0.5), listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, { x, 80.44 }, { x + 33, 80.44 }, 0.5), listOf(drawing).c_str());
+    }
+}
+
+// A sharp mitre is seen as two corners of the skeleton: no line may run on into it.
+void tst_StrokeJoints::aMitredCornerIsWhereTheLinesMeet()
+{
+    const double width = 7.0;
+    const double h = 0.5 * width;
+    // A square on its corner with a leg to tell square ends by.
+    Sheet sheet(260, 260);
+    const double far = 80 + h * std::sqrt(2.0);
+    const double near = 80 - h * std::sqrt(2.0);
+    sheet.polygon(
+        { { 130, 130 - far }, { 130 + far, 130 }, { 130, 130 + far }, { 130 - far, 130 } });
+    sheet.polygon(
+        { { 130, 130 - near }, { 130 + near, 130 }, { 130, 130 + near }, { 130 - near, 130 } },
+        false);
+    for (double y : { 20.0, 240.0 })
+        sheet.bar({ 20, y }, { 90, y }, width).bar({ 170, y }, { 240, y }, width);
+    for (Sheet::Tones tones : { Sheet::Tones::Soft, Sheet::Tones::Hard }) {
+        const StrokeDrawing drawing = strokesOn(sheet, tones);
+        const Point corners[] = { { 130, 50 }, { 210, 130 }, { 130, 210 }, { 50, 130 } };
+        for (int k = 0; k < 4; ++k)
+            QVERIFY2(hasLine(drawing, corners[k], corners[(k + 1) % 4], 1.0),
+                     listOf(drawing).c_str());
+    }
+}
+
+void tst_StrokeJoints::sidesOfSquaresAreNoDashes()
+{
+    Sheet sheet(400, 100);
+    for (int k = 0; k < 6; ++k)
+        frame(&sheet, { 30.0 + 60 * k, 30 }, { 60.0 + 60 * k, 66 }, 4.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(countOf(drawing, Kind::Line) == 24, listOf(drawing).c_str());
+    for (const Stroke &stroke : drawing.strokes)
+        QCOMPARE(int(stroke.dashing.type), int(DashType::None));
+}
+
+// A slot: half circles between parallel lines, in greys and in black and white.
+void tst_StrokeJoints::anArcEndsWhereItTouchesItsLine()
+{
+    for (double angle : { 0.0, 0.24, 0.7 }) {
+        Sheet sheet(300, 300);
+        const Point u = { std::cos(angle), std::sin(angle) };
+        const Point v = { -u.y, u.x };
+        const Point middle = { 150, 150 };
+        const Point a = middle - 70.0 * u;
+        const Point b = middle + 70.0 * u;
+        sheet.line(a + 25.0 * v, b + 25.0 * v, 4.0).line(a - 25.0 * v, b - 25.0 * v, 4.0);
+        sheet.arc(b, 25, angle - kPi / 2, kPi, 4.0).arc(a, 25, angle + kPi / 2, kPi, 4.0);
+        const StrokeDrawing drawing = strokesOn(sheet);
+        QVERIFY2(drawing.strokes.size() == 4, listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, a + 25.0 * v, b + 25.0 * v, 1.5), listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, a - 25.0 * v, b - 25.0 * v, 1.5), listOf(drawing).c_str());
+        for (const Stroke &stroke : drawing.strokes) {
+            if (stroke.piece.kind == Kind::Arc)
+                QVERIFY2(std::fabs(arcShape(stroke.piece).radius - 25) < 0.1,
+                         listOf(drawing).c_str());
+        }
+    }
+}
+
+// The arc of a spring drawn by hand begins .2 pixels off the tangent: 2.6 pixels farther on.
+void tst_StrokeJoints::aCutArcIsNoTangent()
+{
+    const double radius = 17.0;
+    const double half = std::acos((radius - 0.2) / radius);
+    Sheet sheet(320, 160);
+    const Point centre = { 260, 80 };
+    const Point upper = centre + radius * Point { std::sin(half), -std::cos(half) };
+    const Point lower = centre + radius * Point { std::sin(half), std::cos(half) };
+    sheet.line({ 30, upper.y }, upper, 5.0).line({ 30, lower.y }, lower, 5.0);
+    sheet.arc(centre, radius, -kPi / 2 + half, kPi - 2 * half, 5.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(hasLine(drawing, { 30, upper.y }, upper, 1.6), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 30, lower.y }, lower, 1.6), listOf(drawing).c_str());
+}
+
+void tst_StrokeJoints::aCircleThatTouchesALineIsWhole()
+{
+    Sheet sheet(220, 260);
+    sheet.line({ 60.5, 20 }, { 60.5, 240 }, 7.0).line({ 116, 130 }, { 200, 130 }, 7.0);
+    sheet.arc({ 88, 130 }, 28, 0, 2 * kPi, 7.0);
+    for (Sheet::Tones tones : { Sheet::Tones::Soft, Sheet::Tones::Hard }) {
+        const StrokeDrawing drawing = strokesOn(sheet, tones);
+        const Piece *circle = onlyOf(drawing, Kind::Circle);
+        QVERIFY2(circle && isNear(circle->centre, { 88, 130 }, 0.4), listOf(drawing).c_str());
+        QVERIFY2(std::fabs(circle->radius - 28) < 0.3, listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, { 60.5, 20 }, { 60.5, 240 }, 3.6), listOf(drawing).c_str());
+    }
+}
+
+// Three quarters of a circle whose ends a chord closes: no ink along the rest of the circle.
+void tst_StrokeJoints::anOpenArcStaysOpen()
+{
+    Sheet sheet(200, 200);
+    const Point a = { 100 + 60 * std::cos(0.6), 100 - 60 * std::sin(0.6) };
+    const Point b = { a.x, 100 + 60 * std::sin(0.6) };
+    sheet.arc({ 100, 100 }, 60, 0.6, 2 * kPi - 1.2, 5.0).line(a, b, 5.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(onlyOf(drawing, Kind::Arc), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, a, b, 1.5), listOf(drawing).c_str());
+}
+
+void tst_StrokeJoints::anEllipseIsOne_data()
+{
+    QTest::addColumn<double>("a");
+    QTest::addColumn<double>("b");
+    QTest::addColumn<double>("angle");
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("isometric circle") << 90.0 << 52.0 << 0.0 << false;
+    QTest::newRow("turned") << 90.0 << 40.0 << 1.05 << false;
+    QTest::newRow("long") << 100.0 << 32.0 << 0.2 << false;
+    QTest::newRow("black and white") << 90.0 << 52.0 << 0.5 << true;
+}
+
+void tst_StrokeJoints::anEllipseIsOne()
+{
+    QFETCH(double, a);
+    QFETCH(double, b);
+    QFETCH(double, angle);
+    QFETCH(bool, hard);
+    Sheet sheet(240, 240);
+    sheet.ellipse({ 120, 120 }, a, b, angle, 5.0);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(drawing.strokes.size() == 1, listOf(drawing).c_str());
+    const Piece *ellipse = onlyOf(drawing, Kind::Ellipse);
+    QVERIFY2(ellipse && isNear(ellipse->centre, { 120, 120 }, 0.2), listOf(drawing).c_str());
+    QVERIFY(std::fabs(ellipse->half[0] - a) < 0.4);
+    QVERIFY(std::fabs(ellipse->half[1] - b) < 0.4);
+    QVERIFY(std::fabs(std::sin(ellipse->angle - angle)) < 0.02);
+}
+
+void tst_StrokeJoints::anEllipseCrossedByLinesIsOne()
+{
+    Sheet sheet(260, 220);
+    sheet.ellipse({ 130, 110 }, 96, 56, 0, 4.0);
+    sheet.line({ 15, 110 }, { 245, 110 }, 2.5).line({ 130, 30 }, { 130, 190 }, 2.5);
+    sheet.line({ 30, 45 }, { 228, 176 }, 2.5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 4, listOf(drawing).c_str());
+    const Piece *ellipse = onlyOf(drawing, Kind::Ellipse);
+    QVERIFY2(ellipse && isNear(ellipse->centre, { 130, 110 }, 0.3), listOf(drawing).c_str());
+    QVERIFY2(std::fabs(ellipse->half[0] - 96) < 0.4 && std::fabs(ellipse->half[1] - 56) < 0.4,
+             listOf(drawing).c_str());
+}
+
+// The side of a cylinder.
+void tst_StrokeJoints::aLineEndsOnAnEllipse()
+{
+    Sheet sheet(260, 260);
+    sheet.ellipse({ 130, 80 }, 90, 40, 0, 5.0);
+    sheet.line({ 130, 120 }, { 130, 240 }, 5.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(onlyOf(drawing, Kind::Ellipse), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 130, 120 }, { 130, 240 }, 0.6), listOf(drawing).c_str());
+}
+
+QTEST_APPLESS_MAIN(tst_StrokeJoints)
+#include "tst_strokejoints.moc"
