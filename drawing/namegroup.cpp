@@ -3,7 +3,6 @@
 
 #include "signals.h"
 
-#include <map>
 #include <memory>
 
 namespace ztrace {
@@ -15,10 +14,17 @@ class Group
 public:
     explicit Group(std::vector<NamedSet> *namedSets) : sets(*namedSets)
     {
-        for (const NamedSet &set : sets)
+        for (const NamedSet &set : sets) {
             names.push_back(std::make_unique<NamedTogether>(set.files));
+            std::vector<std::size_t> own;
+            for (const QByteArray &folder : names.back()->folders())
+                own.push_back(numberOf(folder));
+            foldersOf.push_back(std::move(own));
+        }
     }
 
+    // Takes no memory between the first name and the last: want of it would leave the sets half
+    // done.
     void run()
     {
         forGood([](NamedSet *set, NamedTogether *own) { return own->prepare(&set->position); });
@@ -47,11 +53,11 @@ private:
     void settleRecords()
     {
         const auto isWritten = [](NamedSet *, NamedTogether *own) { return own->syncRecords(); };
-        const auto isNamed = [this](NamedSet *, NamedTogether *own) {
-            return own->hasRecords() ? errorOfFolders(*own) : 0;
+        const auto isNamed = [this](NamedSet *set, NamedTogether *own) {
+            return own->hasRecords() ? errorOfFolders(*set) : 0;
         };
         forGood(isWritten);
-        synced.clear();
+        forgetFolders();
         forGood(isNamed);
         for (std::size_t i = 0; i < sets.size(); ++i) {
             if (sets[i].error != 0)
@@ -62,29 +68,54 @@ private:
     // Before what could undo the sets goes.
     void settleNames()
     {
-        synced.clear();
-        forGood([this](NamedSet *set, NamedTogether *own) {
+        forgetFolders();
+        forGood([this](NamedSet *set, NamedTogether *) {
             set->isGiven = true;
-            return errorOfFolders(*own);
+            return errorOfFolders(*set);
         });
     }
 
-    // Each folder is waited for once a step.
-    int errorOfFolders(const NamedTogether &own)
+    struct Folder
     {
-        for (const QByteArray &folder : own.folders()) {
-            const auto found = synced.find(folder);
-            const int error = found != synced.end() ? found->second : syncFolder(folder);
-            synced[folder] = error;
-            if (error != 0)
-                return error;
+        QByteArray path;
+        bool isSettled;
+        int error;
+    };
+
+    std::size_t numberOf(const QByteArray &path)
+    {
+        std::size_t k = 0;
+        while (k < folders.size() && folders[k].path != path)
+            ++k;
+        if (k == folders.size())
+            folders.push_back({ path, false, 0 });
+        return k;
+    }
+
+    void forgetFolders()
+    {
+        for (Folder &folder : folders)
+            folder.isSettled = false;
+    }
+
+    // Each folder is waited for once a step.
+    int errorOfFolders(const NamedSet &set)
+    {
+        for (const std::size_t k : foldersOf[std::size_t(&set - sets.data())]) {
+            Folder &folder = folders[k];
+            if (!folder.isSettled)
+                folder.error = syncFolder(folder.path);
+            folder.isSettled = true;
+            if (folder.error != 0)
+                return folder.error;
         }
         return 0;
     }
 
     std::vector<NamedSet> &sets;
     std::vector<std::unique_ptr<NamedTogether>> names;
-    std::map<QByteArray, int> synced;
+    std::vector<Folder> folders;                     // few
+    std::vector<std::vector<std::size_t>> foldersOf; // by set, by number
 };
 
 } // namespace
