@@ -123,7 +123,6 @@ bool drawsMap(const std::vector<Output> &outputs)
     });
 }
 
-// Areas of a map lie beside each other, and neighbours leave no gap.
 void makeFitForMaps(const TraceJob &job, TracePlan *plan)
 {
     plan->composition.byLayer = true;
@@ -206,8 +205,9 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
 
 void usePlacement(const ImageSource &source, int page, TraceJob *job)
 {
+    job->forMap = drawsMap(job->outputs);
     // Tags and world files are about the first page.
-    if (drawsMap(job->outputs) && page == 1)
+    if (job->forMap && page == 1)
         job->placement = placementOf(job->input, source.contents());
 }
 
@@ -255,7 +255,7 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
         job.warn(sentence);
     useResolution(traced.settings, job, &picture);
     TracePlan plan = planOf(traced.settings);
-    if (drawsMap(job.outputs))
+    if (job.forMap)
         makeFitForMaps(job, &plan);
     traced.result = traceOnly(std::move(picture), plan, job);
     place(job, size, &traced.result);

@@ -31,7 +31,8 @@ struct TraceJob
     std::set<std::string> onTheSpot; // those of them that were not said in a file: only of these it
                                      // is told when they have no effect
     std::vector<Output> outputs;     // that the drawing is for
-    Placement placement;             // of the image in a map, where an output is one
+    bool forMap = false;             // areas lie beside each other, and neighbours leave no gap
+    Placement placement;             // of the image in that map
     unsigned threads = 0;            // 0: one a processor
     WarningSink warn;
     StageSink announce;
@@ -51,8 +52,8 @@ void useConfiguration(Settings *settings, std::set<std::string> *given);
 // Tells of pages and files of an image that are not used.
 void warnOfSource(const ImageSource &source, const TraceJob &job);
 
-// Finds out where the page lies in a map, where an output of the job is one. Throws a Failure for a
-// world file that is none.
+// Where an output of the job is a map: makes the job one for it, and finds out where the page lies
+// there. Throws a Failure for a world file that is none.
 void usePlacement(const ImageSource &source, int page, TraceJob *job);
 
 // Tells of an image that does not end where it should.
