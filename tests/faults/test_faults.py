@@ -7,6 +7,7 @@ import os
 import random
 import resource
 import select
+import shutil
 import signal
 import struct
 import subprocess
@@ -186,6 +187,21 @@ class Faults(FaultTest):
         faults = {"kind": "alloc", **STAGE}
         made = self.each_call(self.check_whole, step=lambda at: at + 1 + at // 8, **faults)
         self.assertGreater(made, 10)
+
+    def test_batch(self):
+        """A line between the run and its workers that is not written ends no run in waiting."""
+        for kind in "write", "read":
+            for at in range(1, 7):
+                shutil.rmtree(self.path("batch"), ignore_errors=True)
+                environment = {**os.environ, "FAULT_KIND": kind, "FAULT_AT": str(at), "LD_PRELOAD": FAULTS}
+                result = subprocess.run([PROGRAM, "batch", self.image, "--out", self.path("batch")], env=environment,
+                                        stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
+                with self.subTest((kind, at, result)):
+                    self.assertIn(result.returncode, (0, 1, 2, 3, 4))
+                    if result.returncode != 0:
+                        self.assertIn(b"ztrace: ", result.stderr)
+                    for name in os.listdir(self.path("batch")) if os.path.isdir(self.path("batch")) else []:
+                        self.assertRegex(name, r"^(a\.svg|ztrace-[a-z.]+)$")
 
     def test_input(self):
         """An input that cannot be read, even in its middle, is no drawing."""
