@@ -19,6 +19,13 @@ namespace {
 
 const std::size_t kMostLetters = 160;
 
+// The sanitizer says more of a fault, and has to see it.
+#if defined(__SANITIZE_ADDRESS__)
+const bool kHandlesFaults = false;
+#else
+const bool kHandlesFaults = true;
+#endif
+
 // Made beforehand: a handler may not.
 char outOfMemory[kMostLetters];
 char fault[kMostLetters];
@@ -73,8 +80,7 @@ void sayLastWords(const char *program, int code)
                   "%s: a library has failed, for want of memory or by a defect of its own\n",
                   program);
     std::set_terminate(endOfExceptions);
-#if !defined(__SANITIZE_ADDRESS__)
-    if (wantsCoreFiles())
+    if (!kHandlesFaults || wantsCoreFiles())
         return;
     stack_t stack = {};
     stack.ss_sp = handlerStack;
@@ -85,7 +91,6 @@ void sayLastWords(const char *program, int code)
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     for (const int number : { SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP })
         sigaction(number, &action, nullptr);
-#endif
 }
 
 } // namespace ztrace
