@@ -188,8 +188,8 @@ void Crew::handOut(std::size_t most, const Duties &duties)
         give(worker->process == 0 ? hire() : worker, std::move(job));
     }
     for (const std::unique_ptr<Worker> &worker : workers) {
-        // One that has ended is noticed when it is listened to. One that a part of its work does not
-        // reach, for want of the system's memory, would wait for it for ever.
+        // One that has ended is noticed when it is listened to. One that a part of its work does
+        // not reach, for want of the system's memory, would wait for it for ever.
         if (writeAll(worker->socket.get(), worker->unsent.constData(), worker->unsent.size()) != 0)
             kill(worker->process, SIGKILL);
         worker->unsent.clear();
