@@ -316,10 +316,12 @@ int main(int argc, char **argv)
 {
     using namespace ztrace;
     reserveStandardDescriptors();
-    keepHeap();
-    // What becomes of a worker is seen, and told, by the run that it works for.
-    if (!isWorker(argc, argv))
+    // What becomes of a worker is seen, and told, by the run that it works for; and memory that it
+    // kept would count as that of its next picture.
+    if (!isWorker(argc, argv)) {
+        keepHeap();
         sayLastWords("ztrace", kFailed);
+    }
     // A reader that goes away is a failure to write, not the end.
     std::signal(SIGPIPE, SIG_IGN);
     // Image readers may draw text, which needs a platform; none that shows anything.
