@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/dashes.h"
 
+#include "strokes/dashheir.h"
 #include "strokes/dashrow.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
@@ -386,7 +387,7 @@ private:
             || (dashing.pattern[0] < kShortWidths * width + kDotPixels && !isAlone(chain)))
             return false;
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
-        take(chain, dashing, width, ends);
+        becomeOne(chain, dashing, width, ends, measure, &dashes, &web);
         return true;
     }
 
@@ -473,7 +474,7 @@ private:
         if (part.dashes.size() < 2 || !hasBody || length < kWornLength * width
             || ink < kWornInk * length)
             return false;
-        take(part, Dashing(), width, ends);
+        becomeOne(part, Dashing(), width, ends, measure, &dashes, &web);
         return true;
     }
 
@@ -536,76 +537,6 @@ private:
         const auto middle = widths.begin() + std::ptrdiff_t(widths.size() / 2);
         std::nth_element(widths.begin(), middle, widths.end());
         return *middle;
-    }
-
-    static Section sectionOf(Point centre, double width)
-    {
-        Section section;
-        section.centre = centre;
-        section.width = width;
-        section.clear = true;
-        return section;
-    }
-
-    void take(const Chain &chain, const Dashing &dashing, double width, const Point ends[2])
-    {
-        Atom whole;
-        for (const Next &next : chain.dashes) {
-            Dash &one = dash(next.dash);
-            one.isUsed = true;
-            if (one.isDot()) {
-                whole.samples.push_back(sectionOf(one.end[0], width));
-                continue;
-            }
-            std::vector<Section> samples = web.atoms[std::size_t(one.atom)].samples;
-            if (next.near == 1)
-                std::reverse(samples.begin(), samples.end());
-            whole.samples.insert(whole.samples.end(), samples.begin(), samples.end());
-        }
-        refit(&whole, measure);
-        whole.width = width;
-        whole.dashing = dashing;
-        whole.inkEnd[0] = ends[0];
-        whole.inkEnd[1] = ends[1];
-        if (chain.closed && whole.carrier.arc)
-            whole.shape = Shape::Circle;
-        const int heir = int(web.atoms.size());
-        for (const Next &next : chain.dashes) {
-            if (dash(next.dash).atom >= 0)
-                inherit(chain, next, heir, &whole);
-        }
-        web.atoms.push_back(std::move(whole));
-    }
-
-    // An atom gives its ends to its heir: the outermost ones are the heir's, at all others it goes
-    // through.
-    void inherit(const Chain &chain, const Next &next, int heir, Atom *whole)
-    {
-        Atom &atom = web.atoms[std::size_t(dash(next.dash).atom)];
-        for (int end = 0; end < 2; ++end) {
-            const int joint = atom.joint[end];
-            if (joint < 0)
-                continue;
-            Meeting &meeting = web.meetings[std::size_t(joint)];
-            const bool isFirst = next.dash == chain.dashes.front().dash && end == next.near;
-            const bool isLast = next.dash == chain.dashes.back().dash && end != next.near;
-            const bool isOuter = !chain.closed && (isFirst || isLast);
-            std::vector<AtomEnd> kept;
-            for (const AtomEnd &other : meeting.ends) {
-                if (other.atom != dash(next.dash).atom || other.end != end)
-                    kept.push_back(other);
-                else if (isOuter)
-                    kept.push_back({ heir, isFirst ? 0 : 1 });
-            }
-            meeting.ends = std::move(kept);
-            if (isOuter)
-                whole->joint[isFirst ? 0 : 1] = joint;
-            else
-                meeting.through.push_back(heir);
-        }
-        atom.alive = false;
-        atom.heir = heir;
-        atom.samples = std::vector<Section>();
     }
 
     const Coverage &coverage;

@@ -1,0 +1,84 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "strokes/dashheir.h"
+
+#include <algorithm>
+
+namespace ztrace::strokes {
+
+namespace {
+
+Section sectionOf(Point centre, double width)
+{
+    Section section;
+    section.centre = centre;
+    section.width = width;
+    section.clear = true;
+    return section;
+}
+
+// An atom gives its ends to its heir: the outermost ones are the heir's, at all others it goes
+// through.
+void inherit(const Chain &chain, const Next &next, int number, int heir, Atom *whole, Web *web)
+{
+    Atom &atom = web->atoms[std::size_t(number)];
+    for (int end = 0; end < 2; ++end) {
+        const int joint = atom.joint[end];
+        if (joint < 0)
+            continue;
+        Meeting &meeting = web->meetings[std::size_t(joint)];
+        const bool isFirst = next.dash == chain.dashes.front().dash && end == next.near;
+        const bool isLast = next.dash == chain.dashes.back().dash && end != next.near;
+        const bool isOuter = !chain.closed && (isFirst || isLast);
+        std::vector<AtomEnd> kept;
+        for (const AtomEnd &other : meeting.ends) {
+            if (other.atom != number || other.end != end)
+                kept.push_back(other);
+            else if (isOuter)
+                kept.push_back({ heir, isFirst ? 0 : 1 });
+        }
+        meeting.ends = std::move(kept);
+        if (isOuter)
+            whole->joint[isFirst ? 0 : 1] = joint;
+        else
+            meeting.through.push_back(heir);
+    }
+    atom.alive = false;
+    atom.heir = heir;
+    atom.samples = std::vector<Section>();
+}
+
+} // namespace
+
+void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
+               const Measure &measure, std::vector<Dash> *dashes, Web *web)
+{
+    Atom whole;
+    for (const Next &next : chain.dashes) {
+        Dash &one = (*dashes)[std::size_t(next.dash)];
+        one.isUsed = true;
+        if (one.isDot()) {
+            whole.samples.push_back(sectionOf(one.end[0], width));
+            continue;
+        }
+        std::vector<Section> samples = web->atoms[std::size_t(one.atom)].samples;
+        if (next.near == 1)
+            std::reverse(samples.begin(), samples.end());
+        whole.samples.insert(whole.samples.end(), samples.begin(), samples.end());
+    }
+    refit(&whole, measure);
+    whole.width = width;
+    whole.dashing = dashing;
+    whole.inkEnd[0] = ends[0];
+    whole.inkEnd[1] = ends[1];
+    if (chain.closed && whole.carrier.arc)
+        whole.shape = Shape::Circle;
+    const int heir = int(web->atoms.size());
+    for (const Next &next : chain.dashes) {
+        const int number = (*dashes)[std::size_t(next.dash)].atom;
+        if (number >= 0)
+            inherit(chain, next, number, heir, &whole, web);
+    }
+    web->atoms.push_back(std::move(whole));
+}
+
+} // namespace ztrace::strokes

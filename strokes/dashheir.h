@@ -1,0 +1,20 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A row of dashes that has been found becomes one atom of the web.
+#ifndef ZTRACE_STROKES_DASHHEIR_H
+#define ZTRACE_STROKES_DASHHEIR_H
+
+#include "strokes/dashrow.h"
+#include "strokes/joining.h"
+
+namespace ztrace::strokes {
+
+// The new atom has the cross-sections of all dashes, a dot's middle as one, and takes over the
+// outermost ends; at the inner ones it goes through. The dashes are used then, their atoms dead.
+// `ends` are where the ink of the row begins and ends.
+void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
+               const Measure &measure, std::vector<Dash> *dashes, Web *web);
+
+} // namespace ztrace::strokes
+
+#endif
