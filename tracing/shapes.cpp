@@ -416,6 +416,19 @@ double precisionOf(const ChainFitter &fitter, std::size_t outlines)
     return fitter.allHard() && outlines > kFewOutlines ? kRoughPrecision : kPrecision;
 }
 
+// False for a path without pieces.
+bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
+{
+    if (path.pieces().empty())
+        return false;
+    Outline outline;
+    outline.shape = std::move(path);
+    outline.colour = colour;
+    outline.layer = layerOfColour(colour);
+    shapes->outlines.push_back(std::move(outline));
+    return true;
+}
+
 // Which boundaries are drawn, and in which colour.
 class EdgeColours
 {
@@ -491,14 +504,10 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         for (uint32_t k = boundaries.firstReference[ring]; k < boundaries.firstReference[ring + 1];
              ++k)
             fitter.append(boundaries.references[k], &pieces);
-        Outline outline;
-        outline.shape = writer.pathOf(pieces);
-        if (outline.shape.pieces().empty())
+        const Component &component = boundaries.areas.list[area];
+        if (!addOutline(writer.pathOf(pieces), areas.colours[component.label], &shapes))
             continue;
-        outline.colour = areas.colours[boundaries.areas.list[area].label];
-        outline.layer = layerOfColour(outline.colour);
-        shapes.outlines.push_back(std::move(outline));
-        shapes.firstPixel.push_back(boundaries.areas.list[area].firstPixel);
+        shapes.firstPixel.push_back(component.firstPixel);
     }
     shapes.precision = precisionOf(fitter, shapes.outlines.size());
     return shapes;
@@ -521,14 +530,8 @@ std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &pict
             continue;
         std::vector<fit::Piece> pieces;
         fitter.append(referenceTo(k, false), &pieces);
-        Outline outline;
-        outline.shape = writer.pathOf(pieces);
-        if (outline.shape.pieces().empty())
-            continue;
-        outline.pen = 0;
-        outline.colour = colours.of(chain);
-        outline.layer = layerOfColour(outline.colour);
-        edges.outlines.push_back(std::move(outline));
+        if (addOutline(writer.pathOf(pieces), colours.of(chain), &edges))
+            edges.outlines.back().pen = 0;
     }
     edges.precision = precisionOf(fitter, edges.outlines.size());
     return edges;
