@@ -26,6 +26,7 @@ std::vector<std::string> suffixesOf(const Settings &settings)
     if (names.empty())
         names.push_back(allFormats().front().name);
     std::vector<std::string> suffixes;
+    suffixes.reserve(names.size());
     for (const std::string &name : names)
         suffixes.push_back(findFormat(name)->suffix);
     return suffixes;

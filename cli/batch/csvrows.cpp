@@ -29,13 +29,11 @@ void CsvRows::read(char letter)
         afterQuote = true;
     else if (letter == '"' && field.empty() && !inQuotes)
         inQuotes = true;
-    else if (inQuotes)
-        field += letter;
-    else if (letter == ',')
+    else if (!inQuotes && letter == ',')
         row.fields.push_back(std::move(field)), field.clear();
-    else if (letter == '\n')
+    else if (!inQuotes && letter == '\n')
         endRow();
-    else if (letter == '\r')
+    else if (!inQuotes && letter == '\r')
         afterReturn = true;
     else
         field += letter;
