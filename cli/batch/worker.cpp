@@ -145,6 +145,8 @@ public:
             finisher->flush();
     }
 
+    bool isGreeted() const { return finisher != nullptr; }
+
     static void answer(char letter, const QByteArray &text) { answerAll(letter + text + '\n'); }
 
 private:
@@ -276,7 +278,8 @@ private:
             const std::string folder = output.substr(0, output.rfind('/'));
             errno = 0;
             if (!QDir().mkpath(QFile::decodeName(folder.c_str())))
-                throw Failure(kOutputNotWritable, folder + ": " + std::strerror(errno));
+                throw Failure(kOutputNotWritable,
+                              folder + ": " + reasonText(errno).toLocal8Bit().toStdString());
         }
     }
 
@@ -412,8 +415,12 @@ private:
 
 void serve(Worker *worker, const QJsonObject &message)
 {
+    const bool isGreeting = message.contains(QLatin1String("words"));
+    // A part of what the run has said did not arrive: it tries the picture with another worker.
+    if (message.isEmpty() || (!isGreeting && !worker->isGreeted()))
+        _exit(kFailed);
     try {
-        if (message.contains(QLatin1String("words")))
+        if (isGreeting)
             worker->greet(message);
         else if (message.value(QLatin1String("count")).toBool())
             worker->count(message);
