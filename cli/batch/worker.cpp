@@ -13,6 +13,7 @@
 #include "version.h"
 
 #include "cli/commandline.h"
+#include "cli/placement.h"
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
@@ -25,6 +26,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -57,6 +59,20 @@ std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
     } catch (const Failure &) {
         return std::string();
     }
+}
+
+// Of the world file that a map is placed by; empty where none is asked for, or none is there.
+std::string shaOfWorldFile(const Task &task)
+{
+    const auto isMap = [](const std::string &output) {
+        const Format *format = formatOfSuffix(
+            QString::fromStdString(output.substr(std::min(output.rfind('.') + 1, output.size()))));
+        return format && (format->capabilities & kIsAMap) != 0;
+    };
+    const bool asks
+        = task.item.page == 1 && std::any_of(task.outputs.begin(), task.outputs.end(), isMap);
+    const std::string name = asks ? worldFileOf(task.item.path) : std::string();
+    return name.empty() ? name : shaOfFile(name, SourceLimits());
 }
 
 double secondsSince(std::chrono::steady_clock::time_point start)
@@ -189,6 +205,8 @@ private:
             || said("settings") != settings.toStdString()
             || (said("sha256") != sourceSha && !(sourceSha.empty() && isDone(before))))
             return false; // a picture that has gone needs no new drawing
+        if (!sourceSha.empty() && said("worldFile") != shaOfWorldFile(task))
+            return false;
         if (!isDone(before))
             return !task.retry;
         const QJsonArray outputs = before.value(QLatin1String("outputs")).toArray();
@@ -224,6 +242,9 @@ private:
             result->insert(QLatin1String("sha256"), QString::fromStdString(sourceSha));
             result->insert(QLatin1String("bytes"), double(sourceBytes));
         }
+        const std::string worldSha = shaOfWorldFile(task);
+        if (!worldSha.empty())
+            result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
         answer(kStarted, QByteArray::number(begun) + ' ' + QByteArray::fromStdString(sourceSha));
         if (isFinished(task, settings)) {
             skip(task, image, traced);
