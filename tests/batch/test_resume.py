@@ -69,7 +69,8 @@ class Resume(BatchTest):
         self.pictures(1)
         self.put("in/a.png", b"nonsense")
         self.batch("in", code=1)
-        self.assertIn("--retry failed", self.batch("in", code=1).stderr.decode())
+        for quiet in [], ["-q"]:  # a code of failure comes with a reason
+            self.assertIn("--retry failed", self.batch("in", *quiet, code=1).stderr.decode())
         os.remove(self.path("in/a.png"))
         self.assertIn("1 finished before, 1 failed",
                       self.batch("in/p0000.png", "in/a.png", "--retry", "failed", code=1).stderr.decode())
