@@ -53,6 +53,14 @@ Runs runsOf(const LabelPlane &plane)
     return scanRuns(plane.labels.data(), plane.width, plane.height);
 }
 
+Runs upsampledRuns(const QImage &image, const LabelPlane &plane, int factor)
+{
+    RunScanner scanner(plane.width * factor, plane.height * factor);
+    forEachUpsampledRow(image, plane, factor,
+                        [&scanner](const uint16_t *row) { scanner.addRow(row); });
+    return scanner.take();
+}
+
 // Areas below a border go to their neighbours.
 void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Runs *runs)
 {
@@ -135,15 +143,14 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         if (segmented.upsampling > 1) {
             requireRoom(plane.width, plane.height, segmented.upsampling);
             runs = Runs();
-            plane = upsampled(image, plane, segmented.upsampling);
-            runs = runsOf(plane);
+            runs = upsampledRuns(image, plane, segmented.upsampling);
             mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
                        &runs);
         }
     }
-    segmented.areas.colours = plane.colours;
-    segmented.areas.runs = std::move(runs);
     image = QImage();
+    segmented.areas.colours = std::move(plane.colours);
+    segmented.areas.runs = std::move(runs);
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);
