@@ -108,7 +108,7 @@ class Settler
 {
 public:
     Settler(const Coverage &c, const Measure &m, Web *w)
-        : coverage(c), sigma(m.sigma), hard(m.hard), web(*w)
+        : coverage(c), measure(m), sigma(m.sigma), hard(m.hard), web(*w)
     { }
 
     bool settle()
@@ -182,8 +182,10 @@ private:
     {
         const double ahead = along(end, place);
         const double width = atom(end).width;
+        const double gap = measure.takenOf(width);
         return ahead > -kBackwards - width
-            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0) + 0.5 * width + kReach;
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, gap) + 0.5 * width
+                + kReach + gap;
     }
 
     // Pixels that a line may lie off where it was drawn.
@@ -299,7 +301,7 @@ private:
         const Atom &ending = atom(end);
         const double start = along(end, place) + thickness;
         const double most = start + kFarthestMeeting;
-        const double ink = inkAhead(coverage, ending, end.end, most);
+        const double ink = inkAhead(coverage, ending, end.end, most, 0.0);
         if (ink < start + kStub || ink >= most)
             return false;
         // Alone there: paper on both sides.
@@ -484,13 +486,16 @@ private:
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
-            ending.place[free[k].end]
-                = alongCarrier(ending, free[k].end, measured[k].middle - less);
+            const double ink
+                = std::max(measured[k].middle,
+                           lastInk(coverage, ending, free[k].end, measure.takenOf(widths[k])));
+            ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
         return round;
     }
 
     const Coverage &coverage;
+    const Measure &measure;
     const double sigma; // pixels, of a cross-section's centre
     const bool hard;    // no values between ink and paper
     Web &web;
