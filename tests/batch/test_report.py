@@ -50,6 +50,8 @@ class Summary(BatchTest):
         result = self.run_program("batch", "summary", "out", "later.jsonl", "--json")
         self.assertEqual(json.loads(result.stdout)["outcomes"], {"done": 6, "failed": 2})
         self.assertIn("1 lines are no result lines", result.stderr.decode())
+        self.write("hostile.jsonl", b'{"path": "a", "page": 1, "outcome": "failed", "error": "\\u001b[2Jx\\ny"}\n')
+        self.assertIn(b" ?[2Jx?y\n", self.run_program("batch", "summary", "hostile.jsonl").stdout)
         self.assert_refused("batch", "summary", "none", code=3, words="none: No such file")
         self.assert_refused("batch", "summary", code=2, words="give files of result lines")
         self.assert_refused("batch", "summary", "out", "--jobs", "2", code=2, words="--jobs: not for batch summary")
