@@ -154,7 +154,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);
-    segmented.engine = flat ? flat->engine : blend->engine;
+    if (flat)
+        segmented.engine = flat->engine;
+    else
+        segmented.engine = blend->price > 0.0 ? blend->engine : reductionOptions(blend->engine);
     stages->end("reduce");
     return segmented;
 }

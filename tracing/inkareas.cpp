@@ -141,7 +141,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     }
     for (QRgb &colour : areas.colours)
         colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
-    segmented.engine = options;
+    segmented.engine = reductionOptions(options);
     stages->end("prepare");
     return segmented;
 }
