@@ -12,9 +12,6 @@ namespace {
 
 const int kNone = -1;
 
-// Of a segment: its type, then its points; a line ends with the second.
-enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
-
 class Arranger
 {
 public:
@@ -282,16 +279,16 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
 {
     std::size_t points = 1;
     for (std::size_t i = 0; i < count; ++i)
-        points += segments[i].field[kType] == kLineType ? 1 : 2;
+        points += segments[i].field[Segment::kType] == kLineType ? 1 : 2;
     Path shape;
     shape.reserve(count, points);
-    shape.moveTo(toDrawing(segments[0].field + kStart));
+    shape.moveTo(toDrawing(segments[0].field + Segment::kX1));
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
-        if (field[kType] == kLineType)
-            shape.lineTo(toDrawing(field + kMiddle));
+        if (field[Segment::kType] == kLineType)
+            shape.lineTo(toDrawing(field + Segment::kX2));
         else
-            shape.quadraticTo(toDrawing(field + kMiddle), toDrawing(field + kEnd));
+            shape.quadraticTo(toDrawing(field + Segment::kX2), toDrawing(field + Segment::kX3));
     }
     return shape;
 }
