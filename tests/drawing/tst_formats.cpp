@@ -7,6 +7,7 @@
 #include "drawing/json.h"
 #include "drawing/pdf.h"
 #include "drawing/png.h"
+#include "tests/drawing/Written.h"
 
 #include <QBuffer>
 #include <QTest>
@@ -57,18 +58,6 @@ Drawing sample()
     open.splineTo(3, { Point(6, 3), Point(7, 1), Point(8, 3) }, Point(9, 2));
     drawing.outlines.push_back(Outline());
     return drawing;
-}
-
-QByteArray written(const std::function<bool(QIODevice *)> &write)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return write(&buffer) ? buffer.data() : QByteArray();
-}
-
-QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions())
-{
-    return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
 }
 
 PathPiece quadratic(const Point &a, const Point &b, const Point &c)
