@@ -34,6 +34,8 @@ const std::size_t kBody = 12;  // cross-sections of such a line
 const double kMostPairs = 4e7; // ends times lines that are compared
 const double kStub = 1.6;      // pixels of a line that is seen beyond another one
 const double kReach = 2.0;     // pixels around a joint's ink in which its lines may meet
+// Dots right ahead of a thin line are of it, in parts of what noise takes in one place.
+const double kDotsApart = 3.0;
 const double kBackwards = 3.0; // pixels that an end may lie before its last cross-section
 const double kMeetsAll = 1.5;  // pixels from a common place that its carriers may pass by
 
@@ -184,8 +186,8 @@ private:
         const double width = atom(end).width;
         const double gap = measure.takenOf(width);
         return ahead > -kBackwards - width
-            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, gap) + 0.5 * width
-                + kReach + gap;
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, kDotsApart * gap)
+                + 0.5 * width + kReach + gap;
     }
 
     // Pixels that a line may lie off where it was drawn.
@@ -486,9 +488,9 @@ private:
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
-            const double ink
-                = std::max(measured[k].middle,
-                           lastInk(coverage, ending, free[k].end, measure.takenOf(widths[k])));
+            const double ink = std::max(
+                measured[k].middle,
+                lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])));
             ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
         return round;

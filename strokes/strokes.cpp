@@ -227,7 +227,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
-    joinDashes(coverage, measure, gaps, dots, &web);
+    const Coverage bare(given, tones.ink, tones.paper);
+    joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
+               &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
