@@ -243,4 +243,17 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     return true;
 }
 
+bool isHardlyDrawn(const StrokeDrawing &drawing, std::size_t areas)
+{
+    std::size_t all = areas;
+    std::size_t brief = areas;
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.role == Role::Text || stroke.role == Role::Hatch)
+            continue;
+        ++all;
+        brief += lengthOf(stroke.piece) < kShortStroke * stroke.width ? 1u : 0u;
+    }
+    return all >= kManyStrokes && 2 * brief > all;
+}
+
 } // namespace ztrace::strokes
