@@ -15,6 +15,7 @@
 #include "drawing/signals.h"
 #include "drawing/text.h"
 #include "imaging/classify.h"
+#include "imaging/ramps.h"
 #include "imaging/paper.h"
 #include "imaging/resolution.h"
 
@@ -42,10 +43,19 @@ const char *presetOf(Kind kind)
     return "photo";
 }
 
-Look lookAt(Picture *picture)
+// With gradients a ramp is as good as flat.
+Classification classified(Picture *picture, bool gradients)
 {
-    const Classification classified = classify(picture);
-    return { presetOf(classified.kind), classified.reason };
+    if (!gradients)
+        return classify(picture);
+    Picture flat(withoutRamps(picture->asImage(), kUsualPriceOfEdge));
+    return classify(&flat);
+}
+
+Look lookAt(Picture *picture, bool gradients)
+{
+    const Classification found = classified(picture, gradients);
+    return { presetOf(found.kind), found.reason };
 }
 
 const char *sentenceOf(Remark remark)
@@ -72,7 +82,7 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     else if (settings.strokes)
         *look = { kStrokesPreset, "--strokes" };
     else
-        *look = lookAt(picture);
+        *look = lookAt(picture, settings.gradients);
     const Preset preset = findPreset(look->preset);
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,

@@ -3,6 +3,7 @@
 
 #include "components.h"
 #include "containment.h"
+#include "gradients.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,9 +21,9 @@ class Arranger
 {
 public:
     // `sources` has the first pixel of every outline's region.
-    Arranger(const Areas &areas, Connectivity connectivity, const std::vector<std::size_t> &sources,
+    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
              std::vector<Outline> *o)
-        : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
+        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
     {
         const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
@@ -78,11 +79,11 @@ public:
     // The colour that most pixels have.
     QRgb commonestColour() const
     {
-        std::vector<std::size_t> areas(colours.size(), 0);
+        std::vector<std::size_t> pixels(colours.size(), 0);
         for (const Component &region : regions)
-            areas[at(region.label)] += region.area;
-        return colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
-                                                - areas.begin())];
+            pixels[at(region.label)] += region.area;
+        return colours[static_cast<std::size_t>(std::max_element(pixels.begin(), pixels.end())
+                                                - pixels.begin())];
     }
 
     // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
@@ -101,7 +102,7 @@ public:
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
             const bool onGround
-                = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
+                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
             if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
                 || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
                 continue;
@@ -225,6 +226,12 @@ private:
 
     QRgb colourOf(int region) const { return colours[at(regions[at(region)].label)]; }
 
+    // Throughout; a ramp is of none.
+    bool isOfColour(int region, QRgb colour) const
+    {
+        return colourOf(region) == colour && areas.rampOfLabel(regions[at(region)].label) < 0;
+    }
+
     int alphaOf(int region) const { return qAlpha(colourOf(region)); }
 
     void retain(const std::vector<bool> &keep)
@@ -252,6 +259,7 @@ private:
         }
     }
 
+    const Areas &areas;
     const std::vector<QRgb> &colours;
     int width; // of the grid
     int height;
@@ -312,6 +320,7 @@ std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, 
         outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
         outline.colour = areas.colours[label];
         outline.layer = layers[label];
+        outline.gradient = areas.rampOfLabel(label);
     }
     return outlines;
 }
@@ -377,6 +386,7 @@ Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, 
     for (const LabelOutline &source : traced.outlines)
         firstPixels.push_back(source.firstPixel);
     arrange(firstPixels, areas, Connectivity::Corners, painting, composition, &drawing);
+    setGradients(areas.ramps, &drawing);
     return drawing;
 }
 
@@ -388,6 +398,7 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
     drawing.height = areas.runs.height;
     drawing.outlines = std::move(shapes.outlines);
     arrange(shapes.firstPixel, areas, Connectivity::Split, painting, composition, &drawing);
+    setGradients(areas.ramps, &drawing);
     return drawing;
 }
 
