@@ -161,7 +161,8 @@ void appendPens(std::string *text, const std::vector<Pen> &pens)
 // with "stops":[[at,"#rrggbb"],...].
 void appendGradient(std::string *text, const Gradient &gradient)
 {
-    *text += gradient.radial ? "{\"type\":\"radial\",\"center\":[" : "{\"type\":\"linear\",\"from\":[";
+    *text += gradient.radial ? "{\"type\":\"radial\",\"center\":["
+                             : "{\"type\":\"linear\",\"from\":[";
     appendPoint(text, gradient.start);
     if (gradient.radial) {
         *text += "],\"radius\":";

@@ -30,9 +30,8 @@ const qint64 kMostCutPieces = 64;
 const qint64 kFreeCutPieces = 100000;
 
 // Of the drawing itself; all others say how it came about.
-const char *const kOwnMembers[] = { "format", "version",   "width",  "height", "dpi",
-                                    "unit",   "precision", "ground", "pens",   "gradients",
-                                    "outlines" };
+const char *const kOwnMembers[] = { "format",    "version", "width", "height",    "dpi",     "unit",
+                                    "precision", "ground",  "pens",  "gradients", "outlines" };
 
 // Unwinds to readJson.
 struct Refusal
@@ -228,18 +227,18 @@ std::vector<Pen> readPens(const QJsonArray &array)
 Point readPlace(const QJsonObject &object, const char *name)
 {
     const QJsonArray numbers = list(member(object, name), name);
-    const double x = numbers.at(0).toDouble(std::numeric_limits<double>::quiet_NaN());
-    const double y = numbers.at(1).toDouble(std::numeric_limits<double>::quiet_NaN());
-    if (numbers.size() != 2 || !(std::fabs(x) <= kFarthestGradient)
-        || !(std::fabs(y) <= kFarthestGradient))
-        refuse(QString::fromLatin1("\"%1\" has to be two numbers").arg(QLatin1String(name)));
-    return Point(x, y);
+    const Point place = numbers.size() == 2 ? pointAt(numbers, 0) : Point(HUGE_VAL, 0.0);
+    if (!(std::fabs(place.x) <= kFarthestGradient && std::fabs(place.y) <= kFarthestGradient)) {
+        refuse(QString::fromLatin1("\"%1\" has to be two numbers of at most 1e9")
+                   .arg(QLatin1String(name)));
+    }
+    return place;
 }
 
 GradientStop readStop(const QJsonValue &value, double least)
 {
     const QJsonArray pair = value.toArray();
-    const double at = pair.at(0).toDouble(-1.0);
+    const double at = pair.isEmpty() ? -1.0 : coordinate(pair.at(0));
     if (pair.size() != 2 || !(at >= least && at <= 1.0))
         refuse("stops have to be numbers from 0 to 1 that do not fall, each with a colour");
     return { at, colour(pair.at(1), "the colour of a stop") };
@@ -379,8 +378,8 @@ std::vector<Outline> readOutlines(const QJsonArray &array, const Drawing &drawin
 {
     std::vector<Outline> outlines;
     outlines.reserve(at(array.size()));
-    const Numbers numbers = { int(drawing.pens.size()), int(drawing.gradients.size()),
-                              array.size() };
+    const Numbers numbers
+        = { int(drawing.pens.size()), int(drawing.gradients.size()), array.size() };
     for (int i = 0; i < array.size(); ++i) {
         try {
             outlines.push_back(readOutline(array.at(i).toObject(), numbers));

@@ -291,7 +291,8 @@ private:
     int currentAlpha = 255;
 };
 
-// What the page names: opacities, patterns, and a group a layer, which are listed for the catalogue as well.
+// What the page names: opacities, patterns, and a group a layer, which are listed for the catalogue
+// as well.
 QByteArray resourcesOf(const PageContent &content, const QByteArray &patterns,
                        const std::vector<Layer> &layers, PdfFile *file, QByteArray *groups)
 {
@@ -361,7 +362,8 @@ void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
     const std::vector<Layer> layers = style.byLayer ? drawing.layered() : std::vector<Layer>();
     PageContent content(drawing, style, layers);
     file.stream(contents, content.make());
-    const QByteArray resources = resourcesOf(content, style.stroked ? QByteArray() : pdfPatterns(drawing), layers, &file,
+    const QByteArray resources
+        = resourcesOf(content, style.stroked ? QByteArray() : pdfPatterns(drawing), layers, &file,
                       &parts->groups);
     file.object(page, pageBody(drawing, parts->pages, contents, resources));
     parts->kids += (parts->count > 0 ? " " : "") + reference(page);

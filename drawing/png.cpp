@@ -138,8 +138,8 @@ private:
         const QBrush brush = brushOf(outline);
         painter.fillPath(path, brush);
         if (outline.seam > 0.0) {
-            painter.strokePath(path, QPen(brush, outline.seam, Qt::SolidLine, Qt::RoundCap,
-                                          Qt::RoundJoin));
+            painter.strokePath(
+                path, QPen(brush, outline.seam, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         }
         return true;
     }

@@ -498,7 +498,7 @@ private:
     TextSink sink;
     const bool isCompact; // rounded, which leaves a choice of how to write
     SvgPath compact;
-    std::vector<PathPiece> pieces;                        // of one outline, kept for its memory
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
     // Colour, holes, pen, seam and gradient.
     typedef std::tuple<QRgb, bool, int, double, int> LooksKey;
     mutable std::map<LooksKey, std::string> knownLooks;

@@ -15,16 +15,16 @@ namespace ztrace {
 
 namespace {
 
-const int kSoft = 2;     // pixels beside a ramp that a soft edge over it has
-const int kToInk = 3;    // pixels from one of them to what lies over the ramp
-const int kPlateau = 2; // pixels beyond that, where the colour is to be the same
+const int kSoft = 2;          // pixels beside a ramp that a soft edge over it has
+const int kToInk = 3;         // pixels from one of them to what lies over the ramp
+const int kPlateau = 2;       // pixels beyond that, where the colour is to be the same
 const double kShading = 1.15; // times as unlike the ramp: the colour goes on changing there
-const int kBeside = 3;   // pixels from a ramp whose colours its stand-in has to differ from
-const int kApart = 96;   // hueDistance of a stand-in from these, where one has it
-const int kSteps = 4;    // of a channel of other stand-ins
+const int kBeside = 3;        // pixels from a ramp whose colours its stand-in has to differ from
+const int kApart = 96;        // hueDistance of a stand-in from these, where one has it
+const int kSteps = 4;         // of a channel of other stand-ins
 const double kLeastShare = 0.002; // of the pixels beside a ramp: fewer of a colour are soft edges
-const double kOffLine = 0.2; // part of the way from ramp to ink that a mixture may be beside it
-const double kOffNoise = 8.0;           // of a channel; the same
+const double kOffLine = 0.2;  // part of the way from ramp to ink that a mixture may be beside it
+const double kOffNoise = 8.0; // of a channel; the same
 const std::size_t kMostLabels = 65534;
 
 class Flattening
@@ -83,8 +83,9 @@ private:
             for (int x = 0; x < width; ++x) {
                 const uint16_t own = at(x, y);
                 uint16_t last = 0;
-                for (const auto &step : { std::make_pair(-kBeside, 0), std::make_pair(kBeside, 0),
-                                          std::make_pair(0, -kBeside), std::make_pair(0, kBeside) }) {
+                for (const auto &step :
+                     { std::make_pair(-kBeside, 0), std::make_pair(kBeside, 0),
+                       std::make_pair(0, -kBeside), std::make_pair(0, kBeside) }) {
                     const int i = x + step.first;
                     const int j = y + step.second;
                     if (i < 0 || j < 0 || i >= width || j >= height)
@@ -278,10 +279,12 @@ void flatten(SoftPixels soft, Ramps *ramps, QImage *image)
         Flattening(soft, ramps, image).run();
 }
 
-QImage withoutRamps(const QImage &image, double price)
+std::optional<QImage> withoutRamps(const QImage &image, double price)
 {
     QImage flat = image.convertToFormat(QImage::Format_ARGB32);
     Ramps ramps = findRamps(flat, price);
+    if (ramps.areas.empty())
+        return std::nullopt;
     flatten(SoftPixels::Mixed, &ramps, &flat);
     return flat;
 }

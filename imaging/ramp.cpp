@@ -39,8 +39,7 @@ double farthestChannel(const RampColour &a, const RampColour &b)
 
 QRgb wordOf(const RampColour &colour)
 {
-    const auto byte
-        = [](double value) { return int(std::lround(std::clamp(value, 0.0, 255.0))); };
+    const auto byte = [](double value) { return int(std::lround(std::clamp(value, 0.0, 255.0))); };
     return qRgb(byte(colour[0]), byte(colour[1]), byte(colour[2]));
 }
 

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "rampfit.h"
 
+#include "colour.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,10 +11,12 @@ namespace ztrace {
 
 namespace {
 
-const std::size_t kMostTiles = 1500; // that a fit looks at; more change angles below 0.01 degrees
-const int kSteps = 12;               // of least squares
-const double kSettled = 1e-7;        // part of the error that a step has to take off
-const std::size_t kBins = 96;        // distances that colours are averaged over
+const std::size_t kMostTiles = 1500;  // that a fit looks at; more change angles below 0.01 degrees
+const std::size_t kMostPixels = 8000; // the same
+const double kSureOfNoise = 3.0;      // deviations of a mean of pixels
+const int kSteps = 12;                // of least squares
+const double kSettled = 1e-7;         // part of the error that a step has to take off
+const std::size_t kBins = 96;         // distances that colours are averaged over
 
 typedef std::array<std::array<double, kMostRampStops>, kMostRampStops> Matrix;
 
@@ -182,6 +186,24 @@ std::vector<RampSample> samplesOf(const RampTiles &tiles, const std::vector<std:
     for (std::size_t k = 0; k < members.size(); k += stride) {
         for (const RampSample &sample : samplesOf(tiles, members[k]))
             samples.push_back(sample);
+    }
+    return samples;
+}
+
+std::vector<RampSample> pixelsOf(const QImage &image, const RampTiles &tiles,
+                                 const std::vector<std::size_t> &members)
+{
+    const std::size_t side = std::size_t(tiles.side);
+    const std::size_t pixels = members.size() * side * side;
+    const std::size_t stride = (pixels / kMostPixels) | 1u; // no column of the tiles alone
+    std::vector<RampSample> samples;
+    samples.reserve(pixels / stride + 1);
+    for (std::size_t k = 0; k < pixels; k += stride) {
+        const std::size_t tile = members[k / (side * side)];
+        const std::size_t x = tile % std::size_t(tiles.columns) * side + k % side;
+        const std::size_t y = tile / std::size_t(tiles.columns) * side + k / side % side;
+        samples.push_back(
+            { double(x) + 0.5, double(y) + 0.5, rampColourOf(row(image, int(y))[x]) });
     }
     return samples;
 }
@@ -377,8 +399,7 @@ class Profile
 {
 public:
     Profile(const Ramp &ramp, const std::vector<RampSample> &samples)
-        : least(ramp.stops.front().at),
-          width((ramp.stops.back().at - least) / double(kBins))
+        : least(ramp.stops.front().at), width((ramp.stops.back().at - least) / double(kBins))
     {
         for (const RampSample &sample : samples) {
             const double distance = ramp.distanceAt(sample.x, sample.y);
@@ -389,16 +410,19 @@ public:
                 bin.rest[c] += sample.colour[c] - drawn[c];
             bin.count += 1.0;
         }
-        enough = 0.1 * double(samples.size()) / double(kBins);
+        enough = 0.4 * double(samples.size()) / double(kBins);
+        deviation = std::sqrt(errorOf(ramp, samples));
     }
 
-    // Largest one of what is seen; bins with few samples are noise.
+    // The largest one beyond what noise does; bins with few samples tell nothing.
     double worst() const
     {
         double most = 0.0;
         for (const Bin &bin : bins) {
             for (std::size_t c = 0; c < 3 && bin.count > enough; ++c)
-                most = std::max(most, std::fabs(bin.rest[c]) / bin.count);
+                most = std::max(most,
+                                std::fabs(bin.rest[c]) / bin.count
+                                    - kSureOfNoise * deviation / std::sqrt(bin.count));
         }
         return most;
     }
@@ -415,6 +439,7 @@ private:
     double least;
     double width;
     double enough;
+    double deviation; // of a sample
     std::array<Bin, kBins> bins;
 };
 
@@ -448,6 +473,23 @@ std::vector<double> withOneMore(const std::vector<RampSample> &samples, const Ra
     return best;
 }
 
+// Without a stop that the others make up for.
+bool dropStop(const std::vector<RampSample> &samples, double visible, Ramp *ramp)
+{
+    for (std::size_t k = 1; k + 1 < ramp->stops.size(); ++k) {
+        std::vector<double> inner = innerOf(*ramp);
+        inner.erase(inner.begin() + std::ptrdiff_t(k) - 1);
+        Ramp other = *ramp;
+        settleStops(samples, other, &inner);
+        refineRamp(samples, inner, &other);
+        if (Profile(other, samples).worst() <= visible) {
+            *ramp = other;
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 void settleStops(const std::vector<RampSample> &samples, const Ramp &ramp,
@@ -479,15 +521,17 @@ void chooseStops(const std::vector<RampSample> &samples, double visible, double 
     while (ramp->stops.size() < kMostRampStops) {
         const Profile profile(*ramp, samples);
         if (profile.worst() <= visible)
-            return;
+            break;
         std::vector<double> inner = withOneMore(samples, *ramp, profile);
         settleStops(samples, *ramp, &inner);
         Ramp other = *ramp;
         refineRamp(samples, inner, &other);
         if (!(errorOf(other, samples) < errorOf(*ramp, samples) - gain))
-            return;
+            break;
         *ramp = other;
     }
+    // Those that came first stand where they would not be without the later ones.
+    while (dropStop(samples, visible, ramp)) { }
 }
 
 void dropPads(Ramp *ramp)

@@ -26,6 +26,10 @@ std::array<RampSample, 4> samplesOf(const RampTiles &tiles, std::size_t tile);
 // The same of many; of very many tiles every few.
 std::vector<RampSample> samplesOf(const RampTiles &tiles, const std::vector<std::size_t> &members);
 
+// Pixels of the tiles themselves, of very many every few.
+std::vector<RampSample> pixelsOf(const QImage &image, const RampTiles &tiles,
+                                 const std::vector<std::size_t> &members);
+
 // Mean squared difference of a channel.
 double errorOf(const Ramp &ramp, const std::vector<RampSample> &samples);
 
@@ -59,7 +63,8 @@ void extendEnds(double before, double after, Ramp *ramp);
 void settleStops(const std::vector<RampSample> &samples, const Ramp &ramp,
                  std::vector<double> *inner);
 
-// As few stops as leave no more than `visible` (of a channel) of the samples' mean at any distance,
+// As few stops as leave no more than `visible` (of a channel), and what noise does, of the mean of
+// the samples at any distance,
 // up to kMostRampStops, each of which takes `gain` off errorOf; the place is refined with them.
 void chooseStops(const std::vector<RampSample> &samples, double visible, double gain, Ramp *ramp);
 

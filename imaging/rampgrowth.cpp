@@ -8,14 +8,14 @@ namespace ztrace {
 
 namespace {
 
-const double kFar = 4000.0;       // pixels that a ramp is tried beyond what it has
-const double kTolerance = 2.0;    // of a channel; a step of less is not seen
-const double kNoises = 2.5;       // deviations of what noise does to a tile
-const double kFlat = 0.6;         // of a channel over a tile: less has no direction
-const double kRounder = 0.7;      // part of the error of a straight ramp that a radial one may leave
-const int kMostPasses = 40;       // over the tiles of one ramp
-const double kGrowing = 1.01;     // times the tiles that it has to have for another pass
-const std::size_t kFewTiles = 3;  // that go on beyond a bend
+const double kFar = 4000.0;      // pixels that a ramp is tried beyond what it has
+const double kTolerance = 2.0;   // of a channel; a step of less is not seen
+const double kNoises = 2.5;      // deviations of what noise does to a tile
+const double kFlat = 0.6;        // of a channel over a tile: less has no direction
+const double kRounder = 0.7;     // part of the error of a straight ramp that a radial one may leave
+const int kMostPasses = 40;      // over the tiles of one ramp
+const double kGrowing = 1.01;    // times the tiles that it has to have for another pass
+const std::size_t kFewTiles = 3; // that go on beyond a bend
 const std::size_t kLeastTiles = 6;
 const std::size_t kWidePads = 4; // times the tiles that a ramp changes over, all in all
 
@@ -23,8 +23,7 @@ class Growth
 {
 public:
     Growth(const RampTiles &t, const std::vector<bool> &f)
-        : tiles(t), tolerance(toleranceOf(t)), free(f), tried(f.size(), false),
-          mark(f.size(), 0)
+        : tiles(t), tolerance(toleranceOf(t)), free(f), tried(f.size(), false), mark(f.size(), 0)
     { }
 
     std::vector<GrownRamp> run()
@@ -63,8 +62,8 @@ private:
         const std::size_t columns = std::size_t(tiles.columns);
         const std::size_t x = tile % columns;
         const std::size_t y = tile / columns;
-        if (tried[tile] || x == 0 || y == 0 || x + 1 >= columns
-            || y + 1 >= std::size_t(tiles.rows) || isFlat(tiles.tiles[tile]))
+        if (tried[tile] || x == 0 || y == 0 || x + 1 >= columns || y + 1 >= std::size_t(tiles.rows)
+            || isFlat(tiles.tiles[tile]))
             return false;
         for (std::size_t other : around(tile)) {
             if (!isOpen(other))
@@ -132,8 +131,7 @@ private:
             std::vector<std::size_t> next = flood(grown.members, further);
             if (next.size() < kLeastTiles)
                 return GrownRamp();
-            const bool larger
-                = double(next.size()) > kGrowing * double(grown.members.size());
+            const bool larger = double(next.size()) > kGrowing * double(grown.members.size());
             grown.members = std::move(next);
             fit(inner, &grown);
             if (!larger && !goOn(&inner, &grown))
@@ -169,17 +167,18 @@ private:
             forEachNeighbour(member, [&](std::size_t tile) {
                 if (mark[tile] == serial || !isOpen(tile))
                     return;
+                const int end = endBeyond(tile, member, range, grown->ramp);
+                if (end < 0)
+                    return;
                 mark[tile] = serial;
-                const int end = endBeyond(tile, range, grown->ramp);
-                if (end >= 0)
-                    beyond[end].push_back(tile);
+                beyond[end].push_back(tile);
             });
         }
         for (int end : { 0, 1 }) {
             if (beyond[end].size() < kFewTiles || inner->size() + 2 >= kMostRampStops)
                 continue;
-            const double at = end == 0 ? range.least + 0.5 * tiles.side
-                                       : range.most - 0.5 * tiles.side;
+            const double at
+                = end == 0 ? range.least + 0.5 * tiles.side : range.most - 0.5 * tiles.side;
             inner->insert(end == 0 ? inner->begin() : inner->end(), at);
             grown->members.insert(grown->members.end(), beyond[end].begin(), beyond[end].end());
         }
@@ -190,10 +189,11 @@ private:
         return true;
     }
 
-    // 0 or 1 for a tile that goes on at the first or the last stop, -1 for others.
-    int endBeyond(std::size_t place, const RampRange &range, const Ramp &ramp) const
+    // 0 or 1 for a tile that goes on from a member beyond the first or the last stop, -1 for
+    // others.
+    int endBeyond(std::size_t place, std::size_t member, const RampRange &range,
+                  const Ramp &ramp) const
     {
-        const RampTile &tile = tiles.tiles[place];
         const double x = tiles.middleX(place);
         const double y = tiles.middleY(place);
         const double distance = ramp.distanceAt(x, y);
@@ -203,20 +203,20 @@ private:
                                                             : -1;
         if (end < 0)
             return -1;
+        const RampTile &tile = tiles.tiles[place];
+        const RampTile &from = tiles.tiles[member];
+        const double stepX = x - tiles.middleX(member);
+        const double stepY = y - tiles.middleY(member);
         const double alongX = ramp.radial ? (x - ramp.x) / distance : ramp.alongX;
         const double alongY = ramp.radial ? (y - ramp.y) / distance : ramp.alongY;
-        const std::vector<RampStop> &stops = ramp.stops;
-        const RampStop &last = end == 0 ? stops.front() : stops.back();
-        const RampStop &other = end == 0 ? stops[1] : stops[stops.size() - 2];
         for (std::size_t c = 0; c < 3; ++c) {
-            const double along = tile.slopeX[c] * alongX + tile.slopeY[c] * alongY;
             const double across = tile.slopeX[c] * alongY - tile.slopeY[c] * alongX;
-            const double slope = (last.colour[c] - other.colour[c]) / (last.at - other.at);
-            const double expected
-                = last.colour[c] + 0.5 * (slope + along) * (distance - last.at);
-            const double loose = tolerance + 0.25 * tiles.side * std::fabs(slope - along);
-            if (std::fabs(across) * tiles.side > tolerance
-                || std::fabs(tile.colour[c] - expected) > loose)
+            const double here = tile.slopeX[c] * stepX + tile.slopeY[c] * stepY;
+            const double there = from.slopeX[c] * stepX + from.slopeY[c] * stepY;
+            const double jump = tile.colour[c] - from.colour[c] - 0.5 * (here + there);
+            // A bend between the two may be at the end of either.
+            const double loose = tolerance + 0.25 * std::fabs(here - there);
+            if (std::fabs(across) * tiles.side > tolerance || std::fabs(jump) > loose)
                 return -1;
         }
         return end;

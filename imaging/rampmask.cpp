@@ -10,7 +10,7 @@ namespace ztrace {
 
 namespace {
 
-const int kReach = 3;             // tiles from those of a ramp that pixels of it are looked for
+const int kReach = 3;              // tiles from those of a ramp that pixels of it are looked for
 const std::size_t kMostNearby = 4; // ramps
 
 // Of a channel, from the ramp: a pixel alone, and the mean of three by three.
@@ -195,8 +195,8 @@ void RampMask::addPixels(const RampTiles &tiles, const std::vector<Ramp> &furthe
             const Nearby &near = nearby[std::size_t(line * columns + column)];
             if (numbers[x] != 0 || near.count == 0 || qAlpha(row(image, y)[x]) != 255)
                 continue;
-            const bool smooth = column < tiles.columns && line < tiles.rows
-                && tiles.at(column, line).smooth;
+            const bool smooth
+                = column < tiles.columns && line < tiles.rows && tiles.at(column, line).smooth;
             if (!smooth || near.away <= 1)
                 numbers[x] = pixelOf(x, y, smooth, tiles.noise, further, near, first);
         }
@@ -208,7 +208,8 @@ uint16_t RampMask::pixelOf(int x, int y, bool smooth, double noise,
                            std::size_t first) const
 {
     const RampColour colour = smooth ? meanAround(image, x, y) : rampColourOf(row(image, y)[x]);
-    double least = smooth ? kLeastMean + kNoisesOfMean * noise : kLeastPixel + kNoisesOfPixel * noise;
+    double least
+        = smooth ? kLeastMean + kNoisesOfMean * noise : kLeastPixel + kNoisesOfPixel * noise;
     uint16_t best = 0;
     for (std::size_t k = 0; k < near.count; ++k) {
         const std::size_t place = std::size_t(near.numbers[k]) - 1 - first;
@@ -224,8 +225,8 @@ uint16_t RampMask::pixelOf(int x, int y, bool smooth, double noise,
     return best;
 }
 
-// Small specks of pixels that are nearly on the ramp, as noise and blocks of JPEG leave them. What is
-// large is a shade, and what is beside something else its soft edge.
+// Small specks of pixels that are nearly on the ramp, as noise and blocks of JPEG leave them. What
+// is large is a shade, and what is beside something else its soft edge.
 void RampMask::fillSpecks()
 {
     std::vector<bool> seen(ofPixel.size(), false);
@@ -236,7 +237,8 @@ void RampMask::fillSpecks()
             continue;
         for (const std::ptrdiff_t step : { std::ptrdiff_t(1), std::ptrdiff_t(-1),
                                            std::ptrdiff_t(width), -std::ptrdiff_t(width) }) {
-            const bool beyond = (step == 1 && x + 1 == std::size_t(width)) || (step == -1 && x == 0);
+            const bool beyond
+                = (step == 1 && x + 1 == std::size_t(width)) || (step == -1 && x == 0);
             const std::size_t other = std::size_t(std::ptrdiff_t(place) + step);
             if (beyond || other >= ofPixel.size() || ofPixel[other] != 0 || seen[other])
                 continue;

@@ -25,8 +25,8 @@ const double kLeastContrast = 7.6;
 // a region costs.
 const double kEdgesOfRamp = 25.0 + 16.0;
 
-const double kEdgesOfStop = 10.0;    // the same of one more stop: four numbers
-const double kSeenOfChannel = 9.0;   // squared SeenColour of one step in every channel, squared
+const double kEdgesOfStop = 10.0;  // the same of one more stop: four numbers
+const double kSeenOfChannel = 9.0; // squared SeenColour of one step in every channel, squared
 
 const double kVisible = 2.0;         // of a channel: what a further stop has to take off
 const std::size_t kMostRamps = 4000; // labels are two bytes
@@ -49,7 +49,7 @@ double contrastOf(const Ramp &ramp, const std::vector<RampSample> &samples, cons
     return sum / double(samples.size());
 }
 
-double pixelsOf(const RampTiles &tiles, const GrownRamp &grown)
+double countPixels(const RampTiles &tiles, const GrownRamp &grown)
 {
     return double(grown.members.size()) * tiles.side * tiles.side;
 }
@@ -93,21 +93,23 @@ bool pays(const RampTiles &tiles, const GrownRamp &grown, double price, const Se
     if (contrast < kLeastContrast * kLeastContrast)
         return false;
     const RampRange range = rangeOf(grown.ramp, samples);
-    const double saved = bandsCost(contrast, range.most - range.least, price)
-        * pixelsOf(tiles, grown);
+    const double saved
+        = bandsCost(contrast, range.most - range.least, price) * countPixels(tiles, grown);
     return saved > price * (kEdgesOfRamp + softBorderOf(tiles, grown));
 }
 
-std::vector<GrownRamp> rampsThatPay(const RampTiles &tiles, const std::vector<bool> &free,
-                                    double price, const SeenColours &seen)
+std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
+                                    const std::vector<bool> &free, double price,
+                                    const SeenColours &seen)
 {
     std::vector<GrownRamp> ramps;
     for (GrownRamp &grown : growRamps(tiles, free)) {
         leaveWidePads(tiles, &grown);
         if (!pays(tiles, grown, price, seen))
             continue;
-        chooseStops(samplesOf(tiles, grown.members), kVisible,
-                    price * kEdgesOfStop / (kSeenOfChannel * pixelsOf(tiles, grown)), &grown.ramp);
+        chooseStops(pixelsOf(image, tiles, grown.members), kVisible,
+                    price * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),
+                    &grown.ramp);
         ramps.push_back(std::move(grown));
     }
     return ramps;
@@ -122,7 +124,8 @@ Ramps findRamps(const QImage &image, double price)
     RampMask mask(image);
     for (int side : kTileSides) {
         const RampTiles tiles = tilesOf(image, side);
-        std::vector<GrownRamp> grown = rampsThatPay(tiles, mask.freeTiles(tiles), price, seen);
+        std::vector<GrownRamp> grown
+            = rampsThatPay(image, tiles, mask.freeTiles(tiles), price, seen);
         if (mask.ramps() + grown.size() > kMostRamps)
             grown.resize(kMostRamps - mask.ramps());
         mask.add(tiles, grown);

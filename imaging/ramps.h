@@ -8,6 +8,7 @@
 #include <QImage>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "LabelPlane.h"
@@ -39,15 +40,15 @@ Ramps findRamps(const QImage &image, double price);
 
 // What becomes of the soft pixels of what lies over a ramp.
 enum class SoftPixels {
-    Mixed, // what they would be on the stand-in
+    Mixed,  // what they would be on the stand-in
     Settled // the ramp's or of what lies over it, whichever has more of them
 };
 
 // Areas of ramps get their stand-ins, which are chosen here. Settled pixels change areas.
 void flatten(SoftPixels soft, Ramps *ramps, QImage *image);
 
-// A copy with its ramps flat.
-QImage withoutRamps(const QImage &image, double price);
+// A copy with its ramps flat; nothing where there are none.
+std::optional<QImage> withoutRamps(const QImage &image, double price);
 
 // A new label for every area, from plane->colours.size() on, with its stand-in's colour: its
 // pixels, and the soft ones beside them that were taken for the stand-in. Areas beyond the most

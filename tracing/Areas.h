@@ -20,7 +20,8 @@ struct Areas
     Runs runs;
     std::vector<QRgb> colours;
     std::vector<Ramp> ramps = {};
-    std::vector<int> rampOf = {}; // by label, into ramps, -1 for none; empty where there are no ramps
+    std::vector<int> rampOf
+        = {}; // by label, into ramps, -1 for none; empty where there are no ramps
 
     int rampOfLabel(std::size_t label) const { return rampOf.empty() ? -1 : rampOf[label]; }
 };

@@ -11,8 +11,7 @@ Gradient gradientOfRamp(const Ramp &ramp, int height)
     const double last = ramp.stops.back().at;
     Gradient gradient;
     gradient.radial = ramp.radial;
-    gradient.start
-        = Point(ramp.x + first * ramp.alongX, height - ramp.y - first * ramp.alongY);
+    gradient.start = Point(ramp.x + first * ramp.alongX, height - ramp.y - first * ramp.alongY);
     if (ramp.radial) {
         gradient.start = Point(ramp.x, height - ramp.y);
         gradient.radius = last;
