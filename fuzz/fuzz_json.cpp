@@ -15,9 +15,10 @@ using namespace ztrace;
 
 namespace {
 
-// A preview costs more than everything else: small ones alone, and for one input in four.
-const double kMostPixels = 65536.0;
-const int kPreviewOneIn = 4;
+// A preview costs more than everything else, half of it in its compression: small ones alone, and
+// for one input in sixteen.
+const double kMostPixels = 4096.0;
+const int kPreviewOneIn = 16;
 
 Point pointFrom(fuzz::Input &input)
 {

@@ -8,11 +8,11 @@
 
 namespace ztrace::strokes {
 
-// Whether pixels differ from their neighbours in the paper by more than kNoisy lightnesses, or, in
-// a picture of two tones, whether more than kRagged of the pixels of its edges have bumps: drawings
+// Whether pixels of the paper deviate by more than kNoisy of what the ink is darker by, or, in a
+// picture of two tones, whether more than kRagged of the pixels of its edges have bumps: drawings
 // that were never scanned have .003 at most, scans with a threshold .007 and more.
 bool isNoisy(const InkPicture &picture, bool hard);
-const double kNoisy = 10.0;
+const double kNoisy = 0.032;
 const double kRagged = 0.005;
 
 // The lightnesses under weights of 1 2 1 across and down: noise falls to three eighths, edges of

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/bridges.h"
 #include "strokes/dashes.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
@@ -32,6 +33,9 @@ const double kLeastHard = 0.2;
 const double kSpeckPart = 1.4;
 const double kNoisySpeck = 8.0; // pixels, in scans that have specks of their own
 const double kNoLength = 0.3;
+// Pixels of a thin line that noise may take in one place, in black and white and in greys.
+const double kTakenHard = 4.0;
+const double kTakenSoft = 1.0;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
 
@@ -74,7 +78,9 @@ Page pageOf(const InkPicture &picture, bool hard)
         return page;
     }
     if (hard) {
-        page.ink = inkOfNoisy(picture, lightestOf(picture)).ink;
+        page.evenGrey = bridged(picture);
+        page.picture.grey = page.evenGrey.data();
+        page.ink = inkOfNoisy(page.picture, lightestOf(picture)).ink;
         return page;
     }
     EvenPage even = evenPageOf(picture);
@@ -211,6 +217,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
     Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
     measure.hard = options.hard;
+    if (page.isNoisy)
+        measure.taken = options.hard ? kTakenHard : kTakenSoft;
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots

@@ -21,6 +21,7 @@ namespace ztrace {
 
 namespace {
 
+const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
@@ -54,7 +55,8 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
 {
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
-    if (!plan.gradients || (flat && !flat->palette.empty()))
+    const int colours = flat ? flat->colours : blend->colours;
+    if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
         return Ramps();
     Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);
     flatten(flat ? SoftPixels::Mixed : SoftPixels::Settled, &ramps, image);
@@ -77,6 +79,14 @@ void keepRamps(const Ramps &ramps, std::size_t first, Areas *areas)
 Runs runsOf(const LabelPlane &plane)
 {
     return scanRuns(plane.labels.data(), plane.width, plane.height);
+}
+
+Runs upsampledRuns(const QImage &image, const LabelPlane &plane, int factor)
+{
+    RunScanner scanner(plane.width * factor, plane.height * factor);
+    forEachUpsampledRow(image, plane, factor,
+                        [&scanner](const uint16_t *row) { scanner.addRow(row); });
+    return scanner.take();
 }
 
 // Areas below a border go to their neighbours.
@@ -167,16 +177,15 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         if (segmented.upsampling > 1) {
             requireRoom(plane.width, plane.height, segmented.upsampling);
             runs = Runs();
-            plane = upsampled(image, plane, segmented.upsampling);
-            runs = runsOf(plane);
+            runs = upsampledRuns(image, plane, segmented.upsampling);
             mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
                        &runs);
         }
     }
-    segmented.areas.colours = plane.colours;
+    image = QImage();
+    segmented.areas.colours = std::move(plane.colours);
     segmented.areas.runs = std::move(runs);
     keepRamps(ramps, firstRamp, &segmented.areas);
-    image = QImage();
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);

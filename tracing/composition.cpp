@@ -1,7 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
-#include "components.h"
 #include "containment.h"
 #include "gradients.h"
 
@@ -305,26 +304,6 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
     return shape;
 }
 
-std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
-{
-    const ToDrawing toDrawing(areas.runs.height, upsampling);
-    std::vector<QString> layers; // of every label, made once
-    for (QRgb colour : areas.colours)
-        layers.push_back(layerOfColour(colour));
-    std::vector<Outline> outlines;
-    outlines.reserve(traced.outlines.size());
-    for (const LabelOutline &source : traced.outlines) {
-        const std::size_t label = static_cast<std::size_t>(source.label);
-        outlines.emplace_back();
-        Outline &outline = outlines.back();
-        outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
-        outline.colour = areas.colours[label];
-        outline.layer = layers[label];
-        outline.gradient = areas.rampOfLabel(label);
-    }
-    return outlines;
-}
-
 } // namespace
 
 QString layerOfColour(QRgb colour)
@@ -374,30 +353,34 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
 
 } // namespace
 
-Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
-                const Composition &composition)
+LabelShapes::LabelShapes(const Areas &areas, int upsampling)
+    : colours(areas.colours), rampOf(areas.rampOf), gridHeight(areas.runs.height),
+      divisor(upsampling)
+{
+    for (QRgb colour : colours)
+        layers.push_back(layerOfColour(colour));
+}
+
+void LabelShapes::add(const LabelOutline &source, const Segment *segments)
+{
+    const std::size_t label = static_cast<std::size_t>(source.label);
+    shapes.outlines.emplace_back();
+    Outline &outline = shapes.outlines.back();
+    outline.shape = shapeOf(segments, source.count, ToDrawing(gridHeight, divisor));
+    outline.colour = colours[label];
+    outline.layer = layers[label];
+    outline.gradient = rampOf.empty() ? -1 : rampOf[label];
+    shapes.firstPixel.push_back(source.firstPixel);
+}
+
+Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connectivity connectivity,
+                Painting painting, const Composition &composition)
 {
     Drawing drawing;
     drawing.width = areas.runs.width / upsampling;
     drawing.height = areas.runs.height / upsampling;
-    drawing.outlines = outlinesOf(traced, areas, upsampling);
-    std::vector<std::size_t> firstPixels;
-    firstPixels.reserve(traced.outlines.size());
-    for (const LabelOutline &source : traced.outlines)
-        firstPixels.push_back(source.firstPixel);
-    arrange(firstPixels, areas, Connectivity::Corners, painting, composition, &drawing);
-    setGradients(areas.ramps, &drawing);
-    return drawing;
-}
-
-Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
-                const Composition &composition)
-{
-    Drawing drawing;
-    drawing.width = areas.runs.width;
-    drawing.height = areas.runs.height;
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes.firstPixel, areas, Connectivity::Split, painting, composition, &drawing);
+    arrange(shapes.firstPixel, areas, connectivity, painting, composition, &drawing);
     setGradients(areas.ramps, &drawing);
     return drawing;
 }

@@ -1,9 +1,11 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Runs over many pictures: what is taken, what drawings are called, and what is refused."""
+import fcntl
 import hashlib
 import json
 import os
 import signal
+import socket
 import struct
 import subprocess
 import time
@@ -221,6 +223,22 @@ class Workers(BatchTest):
         self.assertEqual(lines["in/p.pipe", 1]["outcome"], "died")
         self.assertEqual(lines["in/p.pipe", 1]["attempts"], 2)
         self.assertEqual(sum(line["outcome"] == "done" for line in lines.values()), 4)
+
+    def test_one_that_hears_only_a_part_ends(self):
+        """It traces nothing into a folder that it was not told of."""
+        self.pictures(1)
+        task = json.dumps({"path": "in/p0000.png", "page": 1, "pages": 1, "outputs": ["p.svg"], "attempt": 1}).encode()
+        for heard in task, b"}", b"", b"\0", b"[1]", b'{"words": ["ztrace", "batch"', b'"\\ud800"':
+            ours, theirs = socket.socketpair()
+            keep = fcntl.fcntl(theirs, fcntl.F_DUPFD, 20)
+            with subprocess.Popen([PROGRAM, "--batch-worker"], cwd=self.folder, stdin=subprocess.DEVNULL,
+                                  preexec_fn=lambda fd=keep: os.dup2(fd, 3), close_fds=False) as worker, ours:
+                theirs.close()
+                os.close(keep)
+                ours.sendall(heard + b"\n" + task + b"\n")
+                self.assertEqual(ours.recv(1 << 16), b"", heard)
+                self.assertEqual(worker.wait(60), 1, heard)
+        self.assertEqual(os.listdir(self.folder), ["in"])
 
     def test_limits_of_time_and_memory(self):
         self.pictures(2)
