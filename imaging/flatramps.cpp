@@ -26,6 +26,7 @@ const double kLeastShare = 0.002; // of the pixels beside a ramp: fewer of a col
 const double kOffLine = 0.2;  // part of the way from ramp to ink that a mixture may be beside it
 const double kOffNoise = 8.0; // of a channel; the same
 const std::size_t kMostLabels = 65534;
+const int kToRamp = 4; // pixels from one that was taken for a stand-in to a ramp
 
 class Flattening
 {
@@ -169,7 +170,8 @@ private:
     {
         RampColour before = {};
         RampColour after = {};
-        double far = 0.0; // squared, from the ramp
+        double far = 0.0;    // squared, from the ramp
+        uint16_t number = 0; // of the ramp that it is, if it is one
     };
 
     // A pixel beside a ramp that is a mixture of it with what lies over it, or with another ramp.
@@ -195,10 +197,11 @@ private:
             return word;
         if (soft == SoftPixels::Mixed)
             return mixed(rampColourOf(word), drawn, rampColourOf(area.standIn), ink, share);
-        if (share >= 0.5)
+        if (share >= 0.5 && ink.number == 0)
             return wordOf(ink.after);
-        ramps.ofPixel[std::size_t(y) * std::size_t(width) + std::size_t(x)] = number;
-        return area.standIn;
+        const uint16_t own = share >= 0.5 ? ink.number : number;
+        ramps.ofPixel[std::size_t(y) * std::size_t(width) + std::size_t(x)] = own;
+        return ramps.areas[own - 1u].standIn;
     }
 
     static double squaredBetween(const RampColour &a, const RampColour &b)
@@ -228,6 +231,7 @@ private:
             ink.before = colour;
             ink.after = other != 0 ? rampColourOf(ramps.areas[other - 1u].standIn) : colour;
             ink.far = far;
+            ink.number = other;
         });
         if (further > kShading * kShading * ink.far)
             ink.far = 0.0;
@@ -289,6 +293,45 @@ std::optional<QImage> withoutRamps(const QImage &image, double price)
     return flat;
 }
 
+namespace {
+
+// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: they go
+// to the nearest ramp.
+void settleStrays(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size_t first,
+                  int width, std::vector<uint16_t> *labels)
+{
+    std::vector<bool> isStrange(first, false);
+    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+        if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) > kClearly)
+            isStrange[usual[k]] = true;
+    }
+    const int height = int(labels->size() / std::size_t(width));
+    const auto at
+        = [width](int x, int y) { return std::size_t(y) * std::size_t(width) + std::size_t(x); };
+    const auto isStray = [&](std::size_t place) {
+        return (*labels)[place] < first && isStrange[(*labels)[place]];
+    };
+    const std::vector<uint16_t> before = *labels;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            if (!isStray(at(x, y)))
+                continue;
+            int nearest = std::numeric_limits<int>::max();
+            for (int j = std::max(0, y - kToRamp); j <= std::min(height - 1, y + kToRamp); ++j) {
+                for (int i = std::max(0, x - kToRamp); i <= std::min(width - 1, x + kToRamp); ++i) {
+                    const int distance = (i - x) * (i - x) + (j - y) * (j - y);
+                    if (before[at(i, j)] >= first && distance < nearest) {
+                        nearest = distance;
+                        (*labels)[at(x, y)] = before[at(i, j)];
+                    }
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
 std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
 {
     const std::size_t first = plane->colours.size();
@@ -337,6 +380,7 @@ std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
         if (k + width < labels.size())
             look(k + width);
     }
+    settleStrays(ramps, usual, first, plane->width, &labels);
     plane->labels = std::move(labels);
     return first;
 }

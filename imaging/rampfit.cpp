@@ -14,8 +14,8 @@ namespace {
 const std::size_t kMostTiles = 1500;  // that a fit looks at; more change angles below 0.01 degrees
 const std::size_t kMostPixels = 8000; // the same
 const double kSureOfNoise = 3.0;      // deviations of a mean of pixels
-const int kSteps = 12;                // of least squares
-const double kSettled = 1e-7;         // part of the error that a step has to take off
+const int kSteps = 8;                 // of least squares
+const double kSettled = 1e-4;         // part of the error that a step has to take off
 const std::size_t kBins = 96;         // distances that colours are averaged over
 
 typedef std::array<std::array<double, kMostRampStops>, kMostRampStops> Matrix;
@@ -281,7 +281,7 @@ void refineRamp(const std::vector<RampSample> &samples, const std::vector<double
     for (int step = 0; step < kSteps; ++step) {
         Change change = stepOf(*ramp, samples);
         bool better = false;
-        for (int halving = 0; halving < 6 && !better; ++halving) {
+        for (int halving = 0; halving < 3 && !better; ++halving) {
             Ramp other = moved(*ramp, change);
             fitStops(samples, inner, &other);
             const double less = errorOf(other, samples);

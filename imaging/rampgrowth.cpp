@@ -16,6 +16,7 @@ const double kRounder = 0.7;     // part of the error of a straight ramp that a 
 const int kMostPasses = 40;      // over the tiles of one ramp
 const double kGrowing = 1.01;    // times the tiles that it has to have for another pass
 const std::size_t kFewTiles = 3; // that go on beyond a bend
+const std::size_t kFewAtOnce = 14; // tiles that a start of nine comes to; less is texture
 const std::size_t kLeastTiles = 6;
 const std::size_t kWidePads = 4; // times the tiles that a ramp changes over, all in all
 
@@ -130,6 +131,8 @@ private:
             extendEnds(kFar, kFar, &further);
             std::vector<std::size_t> next = flood(grown.members, further);
             if (next.size() < kLeastTiles)
+                return GrownRamp();
+            if (pass == 1 && next.size() < kFewAtOnce)
                 return GrownRamp();
             const bool larger = double(next.size()) > kGrowing * double(grown.members.size());
             grown.members = std::move(next);

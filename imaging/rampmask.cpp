@@ -12,6 +12,7 @@ namespace {
 
 const int kReach = 3;              // tiles from those of a ramp that pixels of it are looked for
 const std::size_t kMostNearby = 4; // ramps
+const std::size_t kMostOfIslands = 64; // the largest ramps; each tile is held against all
 
 // Of a channel, from the ramp: a pixel alone, and the mean of three by three.
 const double kLeastPixel = 3.0;
@@ -160,7 +161,7 @@ void RampMask::addIslands(const RampTiles &tiles, const std::vector<Ramp> &furth
         if (!free[tile] || !tiles.tiles[tile].smooth)
             continue;
         double least = 0.6 * tolerance;
-        for (std::size_t k = 0; k < further.size(); ++k) {
+        for (std::size_t k = 0; k < std::min(further.size(), kMostOfIslands); ++k) {
             const double x = tiles.middleX(tile);
             const double y = tiles.middleY(tile);
             const double distance = list[first + k].distanceAt(x, y);

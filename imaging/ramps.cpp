@@ -112,6 +112,9 @@ std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
                     &grown.ramp);
         ramps.push_back(std::move(grown));
     }
+    std::stable_sort(ramps.begin(), ramps.end(), [](const GrownRamp &a, const GrownRamp &b) {
+        return a.members.size() > b.members.size();
+    });
     return ramps;
 }
 
