@@ -193,6 +193,7 @@ TracePlan planOf(const Settings &settings)
         plan.segmentation = inkOf(settings);
     else
         plan.segmentation = coloursPlan(settings);
+    plan.gradients = settings.gradients;
     plan.geometry = geometryOf(settings);
     plan.composition = compositionOf(settings);
     plan.dpi = settings.dpi.value_or(0.0);

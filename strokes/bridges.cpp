@@ -80,8 +80,9 @@ private:
     {
         const double c = std::cos(angle);
         const double s = std::sin(angle);
-        const auto offset
-            = [this](double x, double y) { return int(std::lround(y)) * stride + int(std::lround(x)); };
+        const auto offset = [this](double x, double y) {
+            return int(std::lround(y)) * stride + int(std::lround(x));
+        };
         Direction direction;
         for (int t = -kReach; t <= kReach; ++t)
             direction.along[std::size_t(t + kReach)] = offset(t * c, t * s);

@@ -12,10 +12,10 @@ namespace {
 const std::size_t kStep = 7;      // of so many pixels one is looked at
 const std::size_t kPairApart = 4; // pixels between two whose difference tells the noise
 const double kInkRank = 0.002;    // part of the pixels that is the darkest ink
-const int kLineStep = 3;      // and of so many rows and columns one
-const int kLongestBump = 4;   // pixels along the edge
-const double kFewBumps = 3.0; // that round ends and letters of a small picture have
-const int kFlat = 2;          // pixels of straight edge to either side of a bump
+const int kLineStep = 3;          // and of so many rows and columns one
+const int kLongestBump = 4;       // pixels along the edge
+const double kFewBumps = 3.0;     // that round ends and letters of a small picture have
+const int kFlat = 2;              // pixels of straight edge to either side of a bump
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 

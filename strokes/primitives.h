@@ -36,7 +36,7 @@ struct Measure
     double slope = 0.5;
     double slack = 1.6;
     double leak = 0.02;
-    bool hard = false; // the picture has no values between ink and paper
+    bool hard = false;  // the picture has no values between ink and paper
     double taken = 0.0; // pixels that noise may have taken out of the thinnest lines in one place
     double weight() const { return 1.0 / (sigma * sigma); }
     // The same of lines of a width; of wide ones it takes nothing.

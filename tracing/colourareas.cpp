@@ -10,6 +10,7 @@
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
 #include "imaging/palette.h"
+#include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/upsample.h"
@@ -20,6 +21,7 @@ namespace ztrace {
 
 namespace {
 
+const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
@@ -46,6 +48,32 @@ LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
         start = medianPalette(*picture, blend.colours);
     stages->end("palette");
     return reduceBlend(*picture, start, blend.engine);
+}
+
+// The ramps of a picture, which is flat there from now on.
+Ramps takeRamps(const TracePlan &plan, QImage *image)
+{
+    const Flat *flat = std::get_if<Flat>(&plan.segmentation);
+    const Blend *blend = std::get_if<Blend>(&plan.segmentation);
+    const int colours = flat ? flat->colours : blend->colours;
+    if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
+        return Ramps();
+    Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);
+    flatten(flat ? SoftPixels::Mixed : SoftPixels::Settled, &ramps, image);
+    return ramps;
+}
+
+// Labels of ramps, from `first` on, get the colours that they have where there are no gradients.
+void keepRamps(const Ramps &ramps, std::size_t first, Areas *areas)
+{
+    if (first == areas->colours.size())
+        return;
+    areas->rampOf.assign(areas->colours.size(), -1);
+    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+        areas->rampOf[first + k] = int(k);
+        areas->colours[first + k] = ramps.areas[k].mean;
+        areas->ramps.push_back(ramps.areas[k].ramp);
+    }
 }
 
 Runs runsOf(const LabelPlane &plane)
@@ -134,6 +162,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    Ramps ramps = takeRamps(plan, &image);
+    if (plan.gradients)
+        stages->end("gradients");
 
     if (std::holds_alternative<Flat>(plan.segmentation))
         removeFringes(&image);
@@ -149,6 +180,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     LabelPlane plane
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
+    const std::size_t firstRamp = labelRamps(ramps, &plane);
+    ramps.ofPixel = std::vector<uint16_t>();
+
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
     mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
@@ -157,6 +191,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     image = QImage();
     segmented.areas.colours = std::move(plane.colours);
     segmented.areas.runs = std::move(runs);
+    keepRamps(ramps, firstRamp, &segmented.areas);
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);

@@ -2,6 +2,7 @@
 #include "composition.h"
 
 #include "containment.h"
+#include "gradients.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,9 +32,9 @@ class Arranger
 {
 public:
     // `sources` has the first pixel of every outline's region.
-    Arranger(const Areas &areas, Connectivity connectivity, const std::vector<std::size_t> &sources,
+    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
              std::vector<Outline> *o)
-        : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
+        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
     {
         const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
@@ -89,11 +90,11 @@ public:
     // The colour that most pixels have.
     QRgb commonestColour() const
     {
-        std::vector<std::size_t> areas(colours.size(), 0);
+        std::vector<std::size_t> pixels(colours.size(), 0);
         for (const Component &region : regions)
-            areas[at(region.label)] += region.area;
-        return colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
-                                                - areas.begin())];
+            pixels[at(region.label)] += region.area;
+        return colours[static_cast<std::size_t>(std::max_element(pixels.begin(), pixels.end())
+                                                - pixels.begin())];
     }
 
     // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
@@ -112,7 +113,7 @@ public:
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
             const bool onGround
-                = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
+                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
             if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
                 || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
                 continue;
@@ -236,6 +237,12 @@ private:
 
     QRgb colourOf(int region) const { return colours[at(regions[at(region)].label)]; }
 
+    // Throughout; a ramp is of none.
+    bool isOfColour(int region, QRgb colour) const
+    {
+        return colourOf(region) == colour && areas.rampOfLabel(regions[at(region)].label) < 0;
+    }
+
     int alphaOf(int region) const { return qAlpha(colourOf(region)); }
 
     void retain(const std::vector<bool> &keep)
@@ -263,6 +270,7 @@ private:
         }
     }
 
+    const Areas &areas;
     const std::vector<QRgb> &colours;
     int width; // of the grid
     int height;
@@ -358,7 +366,8 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
 } // namespace
 
 LabelShapes::LabelShapes(const Areas &areas, int upsampling)
-    : colours(areas.colours), gridHeight(areas.runs.height), divisor(upsampling)
+    : colours(areas.colours), rampOf(areas.rampOf), gridHeight(areas.runs.height),
+      divisor(upsampling)
 {
     for (QRgb colour : colours)
         layers.push_back(layerOfColour(colour));
@@ -372,6 +381,7 @@ void LabelShapes::add(const LabelOutline &source, const Segment *segments)
     outline.shape = shapeOf(segments, source.count, ToDrawing(gridHeight, divisor));
     outline.colour = colours[label];
     outline.layer = layers[label];
+    outline.gradient = rampOf.empty() ? -1 : rampOf[label];
     shapes.firstPixel.push_back(source.firstPixel);
 }
 
@@ -383,6 +393,7 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connec
     drawing.height = areas.runs.height / upsampling;
     drawing.outlines = std::move(shapes.outlines);
     arrange(shapes.firstPixel, areas, connectivity, painting, composition, &drawing);
+    setGradients(areas.ramps, &drawing);
     return drawing;
 }
 

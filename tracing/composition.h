@@ -33,6 +33,7 @@ public:
 
 private:
     const std::vector<QRgb> &colours;
+    const std::vector<int> &rampOf;
     const int gridHeight;
     const int divisor;
     std::vector<QString> layers; // of every label, made once

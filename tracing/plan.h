@@ -96,6 +96,7 @@ struct TracePlan
 {
     unsigned seed = 1; // of the engine's random numbers
     Segmentation segmentation;
+    bool gradients = false; // of Flat without a palette, and of Blend: what is a ramp stays one
     Geometry geometry;
     Composition composition;
     double dpi = 0.0;     // pixels an inch; 0: the picture's own

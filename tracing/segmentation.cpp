@@ -34,8 +34,11 @@ bool separateAreas(Areas *areas)
 {
     const CornerSeparation separation
         = separateCorners(&areas->runs, static_cast<int>(areas->colours.size()));
-    for (uint16_t original : separation.copies)
+    for (uint16_t original : separation.copies) {
         areas->colours.push_back(areas->colours[original]);
+        if (!areas->rampOf.empty())
+            areas->rampOf.push_back(areas->rampOf[original]);
+    }
     return separation.found;
 }
 
