@@ -26,6 +26,18 @@ Point pointFrom(fuzz::Input &input)
     return Point(x, input.number());
 }
 
+Gradient gradientFrom(fuzz::Input &input)
+{
+    Gradient gradient;
+    gradient.radial = input.between(0, 1) == 1;
+    gradient.start = pointFrom(input);
+    gradient.end = pointFrom(input);
+    gradient.radius = input.number();
+    for (int k = input.between(0, 3); k > 0; --k)
+        gradient.stops.push_back({ input.between(0, 64) / 64.0, 0xFF00FF80u });
+    return gradient;
+}
+
 void addPiece(fuzz::Input &input, Path *shape)
 {
     const int kind = input.between(0, 5);
@@ -88,6 +100,13 @@ Drawing drawingFrom(fuzz::Input &input)
             addPiece(input, &outline.shape);
         drawing.outlines.push_back(outline);
     }
+    // The reader refuses those that cannot be painted.
+    const Gradient gradient = gradientFrom(input);
+    if (!isUsable(gradient))
+        return drawing;
+    drawing.gradients.push_back(gradient);
+    for (Outline &outline : drawing.outlines)
+        outline.gradient = input.byte() & 1 ? 0 : -1;
     return drawing;
 }
 

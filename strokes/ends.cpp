@@ -25,6 +25,9 @@ const double kFewRound = 0.5;
 const std::size_t kFewEnds = 8;
 const int kInsideSteps = 4;       // places up to a width before an end that tell the ink there
 const double kLeastInside = 0.25; // coverage; less is no ink to compare with
+const double kPaperBeside = 2.0;  // pixels from the edges of a line to what is not its own
+const double kMostDots = 40.0;    // pixels that dots ahead of a line are followed for
+const double kDotAside = 0.7;     // pixels that a dot of a broken line may lie beside its middle
 
 // Beside a line at an end, that many pixels outwards.
 Point besideEnd(const Atom &atom, int end, double pixels, double beside)
@@ -96,12 +99,32 @@ FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end)
     return result;
 }
 
-double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most)
+double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most, double gap)
 {
-    double s = 0.0;
-    while (s < most && coverage.at(alongCarrier(atom, end, s + kStep)) >= 0.5)
-        s += kStep;
-    return s;
+    double last = 0.0;
+    for (double s = kStep; s < most + kStep && s <= last + gap + kStep; s += kStep) {
+        if (coverage.at(alongCarrier(atom, end, s)) >= 0.5)
+            last = s;
+    }
+    return last;
+}
+
+double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap)
+{
+    const double beside = 0.5 * atom.width + kPaperBeside;
+    double last = 0.0;
+    for (double s = kStep; s < std::min(last + gap + kStep, kMostDots); s += kStep) {
+        const double middle = std::max({ coverage.at(besideEnd(atom, end, s, 0.0)),
+                                         coverage.at(besideEnd(atom, end, s, kDotAside)),
+                                         coverage.at(besideEnd(atom, end, s, -kDotAside)) });
+        const double around = std::max(coverage.at(besideEnd(atom, end, s, beside)),
+                                       coverage.at(besideEnd(atom, end, s, -beside)));
+        if (around >= 0.5)
+            break;
+        if (middle >= 0.5)
+            last = s;
+    }
+    return last;
 }
 
 bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard)

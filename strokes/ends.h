@@ -20,9 +20,13 @@ const double kBeside[kRowsBeside] = { 0.7, 0.8 };
 // From the foot of the last cross-section outwards; coverage summed up along the carrier.
 FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
 
-// Pixels from the foot of the last cross-section outwards along the carrier that are ink; at most
-// `most`.
-double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most);
+// Pixels from the foot of the last cross-section to the last ink of the line alone, of which noise
+// may have taken as much as `gap` in one place; 0 where there is none.
+double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap);
+
+// Pixels from the foot of the last cross-section outwards along the carrier that are ink, but for
+// gaps of so many; about `most` at most.
+double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most, double gap);
 
 // Whether the ends of most lines are round: ink goes farther in the middle than beside it. `hard`
 // says that the picture has no values between ink and paper.

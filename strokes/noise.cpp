@@ -9,11 +9,13 @@ namespace ztrace::strokes {
 
 namespace {
 
-const std::size_t kStep = 7;  // of so many pixels one is looked at
-const int kLineStep = 3;      // and of so many rows and columns one
-const int kLongestBump = 4;   // pixels along the edge
-const double kFewBumps = 3.0; // that round ends and letters of a small picture have
-const int kFlat = 2;          // pixels of straight edge to either side of a bump
+const std::size_t kStep = 7;      // of so many pixels one is looked at
+const std::size_t kPairApart = 4; // pixels between two whose difference tells the noise
+const double kInkRank = 0.002;    // part of the pixels that is the darkest ink
+const int kLineStep = 3;          // and of so many rows and columns one
+const int kLongestBump = 4;       // pixels along the edge
+const double kFewBumps = 3.0;     // that round ends and letters of a small picture have
+const int kFlat = 2;              // pixels of straight edge to either side of a bump
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 
@@ -89,25 +91,37 @@ double raggedPart(const InkPicture &picture)
     return edges.pixels > 0 ? bumps / double(edges.pixels) : 0.0;
 }
 
-// Of all pixels: most are paper, and a threshold that lies in the noise tells nothing.
+// The tone that a part of the pixels looked at are darker than.
+int quantile(const std::array<std::size_t, 256> &counts, double part)
+{
+    std::size_t all = 0;
+    for (std::size_t count : counts)
+        all += count;
+    std::size_t seen = 0;
+    for (std::size_t v = 0; v < counts.size(); ++v) {
+        seen += counts[v];
+        if (double(seen) > part * double(all))
+            return int(v);
+    }
+    return 0;
+}
+
+// Deviation of the paper's lightness, over what the ink is darker by. Of pixels some way apart:
+// neighbours are alike where grain or a compression has blurred the noise. Most pixels are paper,
+// and a threshold that lies in the noise tells nothing.
 double paperNoise(const InkPicture &picture)
 {
-    std::array<std::size_t, 256> counts = {};
-    std::size_t all = 0;
+    std::array<std::size_t, 256> differences = {};
+    std::array<std::size_t, 256> tones = {};
     const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
-    for (std::size_t i = 1; i < pixels; i += kStep) {
-        const int a = picture.grey[i - 1];
+    for (std::size_t i = kPairApart; i < pixels; i += kStep) {
+        const int a = picture.grey[i - kPairApart];
         const int b = picture.grey[i];
-        ++counts[std::size_t(std::abs(a - b))];
-        ++all;
+        ++differences[std::size_t(std::abs(a - b))];
+        ++tones[std::size_t(b)];
     }
-    std::size_t seen = 0;
-    for (std::size_t d = 0; d < counts.size(); ++d) {
-        seen += counts[d];
-        if (2 * seen > all)
-            return kOfMedian * double(d);
-    }
-    return 0.0;
+    const int contrast = quantile(tones, 0.5) - quantile(tones, kInkRank);
+    return kOfMedian * quantile(differences, 0.5) / std::max(1, contrast);
 }
 
 } // namespace

@@ -10,6 +10,8 @@
 #include "fit/Piece.h"
 #include "fit/sums.h"
 
+#include <algorithm>
+
 namespace ztrace::strokes {
 
 // Adds a point of a weight to sums around their origin.
@@ -26,13 +28,23 @@ fit::Moments together(const fit::Moments &a, const fit::Moments &b);
 // however many cross-sections there are; what is above counts at half the squares.
 struct Measure
 {
+    static constexpr double kTakenAll = 2.5; // pixels of width
+    static constexpr double kTakenNone = 5.0;
+
     double sigma = 0.1;
     double lambda = 5.0;
     double slope = 0.5;
     double slack = 1.6;
     double leak = 0.02;
-    bool hard = false; // the picture has no values between ink and paper
+    bool hard = false;  // the picture has no values between ink and paper
+    double taken = 0.0; // pixels that noise may have taken out of the thinnest lines in one place
     double weight() const { return 1.0 / (sigma * sigma); }
+    // The same of lines of a width; of wide ones it takes nothing.
+    double takenOf(double width) const
+    {
+        return taken * std::clamp(kTakenNone - width, 0.0, kTakenNone - kTakenAll)
+            / (kTakenNone - kTakenAll);
+    }
     double misfit(double chi2, double count) const
     {
         const double excess = chi2 - slack * count;

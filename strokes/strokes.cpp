@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/bridges.h"
 #include "strokes/dashes.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
@@ -32,6 +33,9 @@ const double kLeastHard = 0.2;
 const double kSpeckPart = 1.4;
 const double kNoisySpeck = 8.0; // pixels, in scans that have specks of their own
 const double kNoLength = 0.3;
+// Pixels of a thin line that noise may take in one place, in black and white and in greys.
+const double kTakenHard = 4.0;
+const double kTakenSoft = 1.0;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
 
@@ -74,7 +78,9 @@ Page pageOf(const InkPicture &picture, bool hard)
         return page;
     }
     if (hard) {
-        page.ink = inkOfNoisy(picture, lightestOf(picture)).ink;
+        page.evenGrey = bridged(picture);
+        page.picture.grey = page.evenGrey.data();
+        page.ink = inkOfNoisy(page.picture, lightestOf(picture)).ink;
         return page;
     }
     EvenPage even = evenPageOf(picture);
@@ -211,6 +217,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
     Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
     measure.hard = options.hard;
+    if (page.isNoisy)
+        measure.taken = options.hard ? kTakenHard : kTakenSoft;
     drawing->sigma = measure.sigma;
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots
@@ -219,7 +227,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
-    joinDashes(coverage, measure, gaps, dots, &web);
+    const Coverage bare(given, tones.ink, tones.paper);
+    joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
+               &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
@@ -231,6 +241,19 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;
+}
+
+bool isHardlyDrawn(const StrokeDrawing &drawing, std::size_t areas)
+{
+    std::size_t all = areas;
+    std::size_t brief = areas;
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.role == Role::Text || stroke.role == Role::Hatch)
+            continue;
+        ++all;
+        brief += lengthOf(stroke.piece) < kShortStroke * stroke.width ? 1u : 0u;
+    }
+    return all >= kManyStrokes && 2 * brief > all;
 }
 
 } // namespace ztrace::strokes

@@ -545,6 +545,7 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         const Component &component = boundaries.areas.list[area];
         if (!addOutline(writer.pathOf(pieces), areas.colours[component.label], &shapes))
             continue;
+        shapes.outlines.back().gradient = areas.rampOfLabel(component.label);
         shapes.firstPixel.push_back(component.firstPixel);
     }
     shapes.precision = precisionOf(fitter, shapes.outlines.size());
