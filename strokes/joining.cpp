@@ -175,7 +175,7 @@ private:
     // no evidence against it by their cost alone.
     bool isBent(const Atom &first, int a, const Atom &second, int b, const Union &joined) const
     {
-        if (!joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
+        if (!(measure.taken > 0) || !joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
             || -fit::dot(outwards(first, a), outwards(second, b)) > kStraightOn)
             return false;
         const auto isWorse = [&](const Atom &part) {
