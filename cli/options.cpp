@@ -173,6 +173,12 @@ std::vector<Entry> colourOptions()
                   "every picture, whatever its size and its colours")
             .manual("An area is drawn where it saves more of the colour error than its border "
                     "costs; every step halves the price of a border. `poster` has 2"),
+        Entry("gradients", flag([](Settings &s, bool on) { s.gradients = on; }))
+            .appliesTo(kToColours)
+            .help("Areas whose colour goes evenly along a line or away from a point are one area "
+                  "with a linear or radial gradient, in place of bands")
+            .manual("In SVG, PDF, PNG and JSON; DXF and GeoJSON have the mean colour of such an "
+                    "area. Colours of gradients do not count among `--colors`"),
         Entry("palette", paletteOrFile())
             .commas()
             .appliesTo(kToReduced)

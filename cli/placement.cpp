@@ -166,6 +166,15 @@ std::vector<std::string> worldFileNames(const std::string &imageName)
     return names;
 }
 
+std::string worldFileOf(const std::string &imageName)
+{
+    for (const std::string &name : worldFileNames(imageName)) {
+        if (QFileInfo::exists(QFile::decodeName(name.c_str())))
+            return name;
+    }
+    return std::string();
+}
+
 bool readWorldFile(const std::string &text, Placement *placement)
 {
     const QStringList words = QString::fromStdString(text).simplified().split(QLatin1Char(' '));
@@ -209,16 +218,14 @@ Placement placementOf(const std::string &imageName, const QByteArray &bytes)
     Placement placement = placementOfTiff(bytes);
     if (imageName == "-")
         return placement;
-    for (const std::string &name : worldFileNames(imageName)) {
-        if (!QFileInfo::exists(QFile::decodeName(name.c_str())))
-            continue;
-        const int epsg = placement.epsg;
-        if (!readWorldFile(textOfFile(name), &placement))
-            throw Failure(kInputUnreadable,
-                          inputName(name) + ": six numbers are expected of a world file");
-        placement.epsg = epsg;
-        break;
-    }
+    const std::string name = worldFileOf(imageName);
+    if (name.empty())
+        return placement;
+    const int epsg = placement.epsg;
+    if (!readWorldFile(textOfFile(name), &placement))
+        throw Failure(kInputUnreadable,
+                      inputName(name) + ": six numbers are expected of a world file");
+    placement.epsg = epsg;
     return placement;
 }
 

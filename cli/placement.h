@@ -17,6 +17,9 @@ namespace ztrace {
 // and a.wld.
 std::vector<std::string> worldFileNames(const std::string &imageName);
 
+// The first of them that is there; empty where none is.
+std::string worldFileOf(const std::string &imageName);
+
 // The six numbers of a world file, a line each: the steps in x and y of a column, those of a row
 // (columnX, columnY, rowX, rowY), and the middle of the upper left pixel. False for any other text.
 bool readWorldFile(const std::string &text, Placement *placement);

@@ -11,14 +11,18 @@
 #include "presets.h"
 #include "textfile.h"
 
+#include "drawing/formats.h"
 #include "drawing/json.h"
 #include "drawing/signals.h"
 #include "drawing/text.h"
 #include "imaging/classify.h"
 #include "imaging/paper.h"
+#include "imaging/ramps.h"
 #include "imaging/resolution.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 
 namespace ztrace {
 
@@ -42,10 +46,23 @@ const char *presetOf(Kind kind)
     return "photo";
 }
 
-Look lookAt(Picture *picture)
+// With gradients a ramp is as good as flat, and a colour even where it is grey.
+Classification classified(Picture *picture, bool gradients)
 {
-    const Classification classified = classify(picture);
-    return { presetOf(classified.kind), classified.reason };
+    const std::optional<QImage> flat
+        = gradients ? withoutRamps(picture->asImage(), kUsualPriceOfEdge) : std::optional<QImage>();
+    if (!flat)
+        return classify(picture);
+    Picture other(*flat);
+    const Classification found = classify(&other);
+    return found.kind == Kind::LineArt ? Classification { Kind::Logo, "ramps of few colours" }
+                                       : found;
+}
+
+Look lookAt(Picture *picture, bool gradients)
+{
+    const Classification found = classified(picture, gradients);
+    return { presetOf(found.kind), found.reason };
 }
 
 const char *sentenceOf(Remark remark)
@@ -75,7 +92,7 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     else if (settings.strokes)
         *look = { kStrokesPreset, "--strokes" };
     else
-        *look = lookAt(picture);
+        *look = lookAt(picture, settings.gradients);
     const Preset preset = findPreset(look->preset);
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
@@ -223,6 +240,22 @@ void warnOfEnding(Ending ending, const TraceJob &job)
         job.warn(name + ": whether the image is complete cannot be told of this format");
 }
 
+namespace {
+
+// What the formats that are written cannot show of a drawing.
+void warnOfGradients(const Drawing &drawing, const TraceJob &job)
+{
+    std::set<std::string> without;
+    for (const Output &output : job.outputs) {
+        if (!drawing.gradients.empty() && !(output.format->capabilities & kHasGradients))
+            without.insert(output.format->name);
+    }
+    for (const std::string &name : without)
+        job.warn(name + " has no gradients: their areas have the mean colour");
+}
+
+} // namespace
+
 Drawing readDrawing(const ImageSource &source, TraceJob *job)
 {
     Drawing drawing;
@@ -237,6 +270,7 @@ Drawing readDrawing(const ImageSource &source, TraceJob *job)
     settings.style.byLayer = false; // its areas are not cut out of each other
     for (const std::string &sentence : withoutEffect(job->onTheSpot, true, settings, job->outputs))
         job->warn(sentence);
+    warnOfGradients(drawing, *job);
     return drawing;
 }
 
@@ -264,6 +298,7 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
     place(job, size, &traced.result);
     for (Remark remark : traced.result.report.remarks)
         job.warn(sentenceOf(remark));
+    warnOfGradients(traced.result.drawing, job);
     traced.result.drawing.about = aboutTrace(traced.result, traced.look, traced.settings);
     return traced;
 }

@@ -4,6 +4,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace {
 
@@ -123,6 +124,34 @@ QByteArray colourName(QRgb colour)
     for (int i = 0; i < 6; ++i)
         name[6 - i] = kHex[(colour >> (4 * i)) & 15u];
     return name;
+}
+
+bool isUsable(const Gradient &gradient)
+{
+    const auto isNear = [](double value) { return std::fabs(value) <= kFarthestGradient; };
+    const auto isPlace = [isNear](const Point &p) { return isNear(p.x) && isNear(p.y); };
+    const std::vector<GradientStop> &stops = gradient.stops;
+    if (stops.size() < 2 || stops.size() > kMostStops || !isPlace(gradient.start))
+        return false;
+    double last = 0.0;
+    for (const GradientStop &stop : stops) {
+        if (!(stop.at >= last && stop.at <= 1.0))
+            return false;
+        last = stop.at;
+    }
+    if (gradient.radial)
+        return gradient.radius > 0.0 && isNear(gradient.radius);
+    return isPlace(gradient.end)
+        && (gradient.start.x != gradient.end.x || gradient.start.y != gradient.end.y);
+}
+
+const Gradient *gradientOf(const Drawing &drawing, const Outline &outline)
+{
+    if (outline.pen >= 0 || outline.gradient < 0
+        || std::size_t(outline.gradient) >= drawing.gradients.size())
+        return nullptr;
+    const Gradient &gradient = drawing.gradients[std::size_t(outline.gradient)];
+    return isUsable(gradient) ? &gradient : nullptr;
 }
 
 QString layerName(const Outline &outline)

@@ -39,6 +39,32 @@ struct Pen
     bool roundEnds = true; // else cut off square at the ends of the path
 };
 
+// At most; more are noise, and a burden to every viewer.
+const std::size_t kMostStops = 16;
+const double kFarthestGradient = 1e9; // pixels from the corner of the picture, and of a radius
+
+// Where a gradient has which colour: `at` counts from 0, its start, to 1, its end.
+struct GradientStop
+{
+    double at;
+    QRgb colour;
+};
+
+// Colours that follow a line, or the distance from a point, in pixels of the source with y upwards.
+// Between two stops red, green and blue are each linear; before the first and after the last one
+// they stay.
+struct Gradient
+{
+    bool radial = false;
+    Point start;         // the centre of a radial one
+    Point end;           // of a linear one
+    double radius = 0.0; // of a radial one, where its end is
+    std::vector<GradientStop> stops;
+};
+
+// Whether viewers can paint it: two stops or more, in order, and a length.
+bool isUsable(const Gradient &gradient);
+
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
 // Outlines are painted in the order of the drawing, later ones over earlier ones.
 struct Outline
@@ -50,6 +76,10 @@ struct Outline
     // By position in the drawing's pens: the shape is a centre line, open or closed, drawn with
     // that pen and never filled. Negative: the shape bounds an area, which is filled.
     int pen = -1;
+
+    // By position in the drawing's gradients: what the area is filled with, and its seam drawn
+    // with, where the format has gradients; `colour` is the mean. Negative: `colour` alone.
+    int gradient = -1;
 
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
     std::vector<int> holes;
@@ -73,6 +103,7 @@ struct Drawing
 {
     std::vector<Outline> outlines;
     std::vector<Pen> pens;
+    std::vector<Gradient> gradients;
     int width = 0; // of the source picture, in pixels
     int height = 0;
     Placement placement; // in a map
@@ -123,6 +154,10 @@ Frame frameOf(const Drawing &drawing);
 
 // "#rrggbb"; alpha is not part of it.
 QByteArray colourName(QRgb colour);
+
+// What the outline is filled with instead of its colour; null for none, for one that is not there,
+// and for one that cannot be painted.
+const Gradient *gradientOf(const Drawing &drawing, const Outline &outline);
 
 // The layer's name, never empty.
 QString layerName(const Outline &outline);

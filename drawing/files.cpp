@@ -141,6 +141,8 @@ QString reasonText(int error)
 {
     if (error == ELOOP)
         return QString::fromLatin1("its symbolic links lead in a circle");
+    if (error == 0)
+        return QString::fromLatin1("the system does not say why");
     return QString::fromLocal8Bit(std::strerror(error));
 }
 

@@ -28,7 +28,8 @@ enum Capability : unsigned {
     kIsRaster = 32,      // WriteOptions::scale
     kChoosesCurves = 64, // WriteOptions::dxf
     kIsAMap = 128,       // has the drawing's placement, and areas that do not lie on each other
-    kHoldsPages = 256    // one file may have several drawings: PdfBook
+    kHoldsPages = 256,   // one file may have several drawings: PdfBook
+    kHasGradients = 512  // areas of others have their mean colour
 };
 
 // A note in the previews that these writers make, by which they are known again.

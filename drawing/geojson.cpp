@@ -3,6 +3,7 @@
 
 #include "TextSink.h"
 #include "pieces.h"
+#include "rings.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,7 +15,7 @@ namespace ztrace {
 
 namespace {
 
-const double kFlatness = 0.05; // pixels: a chain this near to a curve cannot be told from it
+const double kFlatness = 0.02; // pixels: what boundaries keep between them, so that none cross
 const double kFinest = 1e-4;   // pixels that coordinates are rounded to, so that rings stay simple
 const std::size_t kLeast = 4;  // points of a ring, the first one again at its end
 const int kMostDecimals = 15;
@@ -107,7 +108,7 @@ private:
 
     void writeFeature(const Outline &outline)
     {
-        const std::vector<Point> points = pointsOf(outline.shape);
+        std::vector<Point> points = pointsOf(outline.shape);
         const bool isLine = outline.pen >= 0;
         if (points.size() < (isLine ? 2 : kLeast))
             return;
@@ -119,15 +120,15 @@ private:
         text += isLine ? ",\"geometry\":{\"type\":\"LineString\",\"coordinates\":"
                        : ",\"geometry\":{\"type\":\"Polygon\",\"coordinates\":[";
         if (isLine) {
+            place(&points);
             writePoints(points);
         } else {
             writeRing(points, true);
-            for (int hole : outline.holes) {
-                const std::vector<Point> ring = pointsOf(drawing.outlines[std::size_t(hole)].shape);
-                if (ring.size() < kLeast)
+            for (const Ring &hole : holesOf(outline)) {
+                if (hole.size() < kLeast - 1)
                     continue;
                 sink.text() += ',';
-                writeRing(ring, false);
+                writeRing(hole, false);
             }
             sink.text() += ']';
         }
@@ -156,16 +157,24 @@ private:
         points.push_back(pieces.front().start);
         for (const PathPiece &piece : pieces)
             appendPoints(piece, &points);
-        for (Point &point : points)
-            point = placed(point);
         return points;
     }
 
-    Point placed(const Point &point) const
+    // Holes that lie side by side are one: those of a polygon may not share sides.
+    std::vector<Ring> holesOf(const Outline &outline) const
+    {
+        std::vector<Ring> rings;
+        for (int hole : outline.holes)
+            rings.push_back(pointsOf(drawing.outlines[std::size_t(hole)].shape));
+        return unitedRings(rings);
+    }
+
+    void place(std::vector<Point> *points) const
     {
         const double units = drawing.unitsPerPixel();
-        return drawing.placement.isKnown ? drawing.placement.at(point.x, height - point.y)
-                                         : Point(point.x * units, point.y * units);
+        for (Point &point : *points)
+            point = drawing.placement.isKnown ? drawing.placement.at(point.x, height - point.y)
+                                              : Point(point.x * units, point.y * units);
     }
 
     // An outer ring counterclockwise, a hole clockwise, closed.
@@ -173,6 +182,7 @@ private:
     {
         if (!(points.front() == points.back()))
             points.push_back(points.front());
+        place(&points);
         double twice = 0.0;
         const Point &origin = points.front();
         for (std::size_t k = 1; k < points.size(); ++k)

@@ -103,6 +103,10 @@ void appendOutline(std::string *text, const Outline &outline)
         *text += ",\"pen\":";
         appendWhole(text, outline.pen);
     }
+    if (outline.gradient >= 0) {
+        *text += ",\"gradient\":";
+        appendWhole(text, outline.gradient);
+    }
     if (outline.seam != 0.0) {
         *text += ",\"seam\":";
         appendJsonNumber(text, outline.seam);
@@ -149,6 +153,43 @@ void appendPens(std::string *text, const std::vector<Pen> &pens)
     for (std::size_t i = 0; i < pens.size(); ++i) {
         *text += i ? ",\n" : "\n";
         appendPen(text, pens[i]);
+    }
+    *text += "\n]";
+}
+
+// {"type":"linear","from":[x,y],"to":[x,y],...} or {"type":"radial","center":[x,y],"radius":r,...}
+// with "stops":[[at,"#rrggbb"],...].
+void appendGradient(std::string *text, const Gradient &gradient)
+{
+    *text += gradient.radial ? "{\"type\":\"radial\",\"center\":["
+                             : "{\"type\":\"linear\",\"from\":[";
+    appendPoint(text, gradient.start);
+    if (gradient.radial) {
+        *text += "],\"radius\":";
+        appendJsonNumber(text, gradient.radius);
+    } else {
+        *text += "],\"to\":[";
+        appendPoint(text, gradient.end);
+        *text += ']';
+    }
+    char separator = '[';
+    *text += ",\"stops\":";
+    for (const GradientStop &stop : gradient.stops) {
+        *text += separator;
+        *text += '[';
+        appendJsonNumber(text, stop.at);
+        *text += ",\"" + colourName(stop.colour) + "\"]";
+        separator = ',';
+    }
+    *text += gradient.stops.empty() ? "[]}" : "]}";
+}
+
+void appendGradients(std::string *text, const std::vector<Gradient> &gradients)
+{
+    *text += ",\n\"gradients\":[";
+    for (std::size_t i = 0; i < gradients.size(); ++i) {
+        *text += i ? ",\n" : "\n";
+        appendGradient(text, gradients[i]);
     }
     *text += "\n]";
 }
@@ -220,6 +261,8 @@ bool writeJson(const Drawing &drawing, QIODevice *device)
         text += ",\"ground\":\"" + colourName(drawing.ground) + '"';
     if (!drawing.pens.empty())
         appendPens(&text, drawing.pens);
+    if (!drawing.gradients.empty())
+        appendGradients(&text, drawing.gradients);
     for (auto member = drawing.about.begin(); member != drawing.about.end(); ++member)
         text += ",\n" + jsonText(member.key()) + ':' + jsonValue(member.value());
     text += ",\n\"outlines\":[";

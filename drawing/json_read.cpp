@@ -30,8 +30,8 @@ const qint64 kMostCutPieces = 64;
 const qint64 kFreeCutPieces = 100000;
 
 // Of the drawing itself; all others say how it came about.
-const char *const kOwnMembers[] = { "format", "version",   "width",  "height", "dpi",
-                                    "unit",   "precision", "ground", "pens",   "outlines" };
+const char *const kOwnMembers[] = { "format",    "version", "width", "height",    "dpi",     "unit",
+                                    "precision", "ground",  "pens",  "gradients", "outlines" };
 
 // Unwinds to readJson.
 struct Refusal
@@ -224,8 +224,72 @@ std::vector<Pen> readPens(const QJsonArray &array)
     return pens;
 }
 
-// The drawing has so many pens, and outlines.
-Outline readOutline(const QJsonObject &object, int pens, int count)
+Point readPlace(const QJsonObject &object, const char *name)
+{
+    const QJsonArray numbers = list(member(object, name), name);
+    const Point place = numbers.size() == 2 ? pointAt(numbers, 0) : Point(HUGE_VAL, 0.0);
+    if (!(std::fabs(place.x) <= kFarthestGradient && std::fabs(place.y) <= kFarthestGradient)) {
+        refuse(QString::fromLatin1("\"%1\" has to be two numbers of at most 1e9")
+                   .arg(QLatin1String(name)));
+    }
+    return place;
+}
+
+GradientStop readStop(const QJsonValue &value, double least)
+{
+    const QJsonArray pair = value.toArray();
+    const double at = pair.isEmpty() ? -1.0 : coordinate(pair.at(0));
+    if (pair.size() != 2 || !(at >= least && at <= 1.0))
+        refuse("stops have to be numbers from 0 to 1 that do not fall, each with a colour");
+    return { at, colour(pair.at(1), "the colour of a stop") };
+}
+
+Gradient readGradient(const QJsonObject &object)
+{
+    Gradient gradient;
+    const QString type = member(object, "type").toString();
+    gradient.radial = type == QLatin1String("radial");
+    if (!gradient.radial && type != QLatin1String("linear"))
+        refuse("\"type\" has to be \"linear\" or \"radial\"");
+    gradient.start = readPlace(object, gradient.radial ? "center" : "from");
+    if (gradient.radial)
+        gradient.radius = positive(member(object, "radius"), "\"radius\"");
+    else
+        gradient.end = readPlace(object, "to");
+    const QJsonArray stops = list(member(object, "stops"), "\"stops\"");
+    if (stops.size() < 2 || std::size_t(stops.size()) > kMostStops)
+        refuse(QString::fromLatin1("there have to be 2 to %1 stops").arg(kMostStops));
+    for (const QJsonValue stop : stops)
+        gradient.stops.push_back(
+            readStop(stop, gradient.stops.empty() ? 0.0 : gradient.stops.back().at));
+    if (!isUsable(gradient))
+        refuse(gradient.radial ? "\"radius\" has to be above 0, and at most 1e9"
+                               : "\"from\" and \"to\" are one point");
+    return gradient;
+}
+
+std::vector<Gradient> readGradients(const QJsonArray &array)
+{
+    std::vector<Gradient> gradients;
+    for (int i = 0; i < array.size(); ++i) {
+        try {
+            gradients.push_back(readGradient(array.at(i).toObject()));
+        } catch (const Refusal &refusal) {
+            refuse(QString::fromLatin1("gradient %1: %2").arg(i).arg(refusal.reason));
+        }
+    }
+    return gradients;
+}
+
+// How many of each the drawing has.
+struct Numbers
+{
+    int pens;
+    int gradients;
+    int outlines;
+};
+
+Outline readOutline(const QJsonObject &object, const Numbers &numbers)
 {
     Outline outline;
     const QJsonValue alpha = member(object, "alpha");
@@ -236,11 +300,17 @@ Outline readOutline(const QJsonObject &object, int pens, int count)
     const QJsonValue seam = member(object, "seam");
     outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
     const QJsonValue pen = member(object, "pen");
-    if (!pen.isUndefined() && pens == 0)
+    if (!pen.isUndefined() && numbers.pens == 0)
         refuse("there are no pens");
-    outline.pen = pen.isUndefined() ? -1 : wholeNumber(pen, 0, pens - 1, "\"pen\"");
+    const QJsonValue gradient = member(object, "gradient");
+    if (!gradient.isUndefined() && numbers.gradients == 0)
+        refuse("there are no gradients");
+    outline.gradient = gradient.isUndefined()
+        ? -1
+        : wholeNumber(gradient, 0, numbers.gradients - 1, "\"gradient\"");
+    outline.pen = pen.isUndefined() ? -1 : wholeNumber(pen, 0, numbers.pens - 1, "\"pen\"");
     for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
-        outline.holes.push_back(wholeNumber(hole, 0, count - 1, "a hole"));
+        outline.holes.push_back(wholeNumber(hole, 0, numbers.outlines - 1, "a hole"));
     readShape(object, &outline.shape);
     return outline;
 }
@@ -304,13 +374,15 @@ void checkNesting(const std::vector<Outline> &outlines)
     }
 }
 
-std::vector<Outline> readOutlines(const QJsonArray &array, int pens)
+std::vector<Outline> readOutlines(const QJsonArray &array, const Drawing &drawing)
 {
     std::vector<Outline> outlines;
     outlines.reserve(at(array.size()));
+    const Numbers numbers
+        = { int(drawing.pens.size()), int(drawing.gradients.size()), array.size() };
     for (int i = 0; i < array.size(); ++i) {
         try {
-            outlines.push_back(readOutline(array.at(i).toObject(), pens, array.size()));
+            outlines.push_back(readOutline(array.at(i).toObject(), numbers));
         } catch (const Refusal &refusal) {
             refuseOutline(i, refusal.reason);
         }
@@ -346,8 +418,8 @@ Drawing readDrawing(const QJsonObject &object)
     for (const char *own : kOwnMembers)
         drawing.about.remove(QLatin1String(own));
     drawing.pens = readPens(list(member(object, "pens"), "\"pens\""));
-    drawing.outlines
-        = readOutlines(member(object, "outlines").toArray(), static_cast<int>(drawing.pens.size()));
+    drawing.gradients = readGradients(list(member(object, "gradients"), "\"gradients\""));
+    drawing.outlines = readOutlines(member(object, "outlines").toArray(), drawing);
     return drawing;
 }
 

@@ -2,6 +2,7 @@
 #include "pdf.h"
 
 #include "TextSink.h"
+#include "pdf_gradients.h"
 #include "pens.h"
 #include "pieces.h"
 #include "text.h"
@@ -141,6 +142,21 @@ private:
         content += '\n';
     }
 
+    // Of the area, and of its seam.
+    void fillColour(const Outline &outline)
+    {
+        if (gradientOf(drawing, outline)) {
+            const QByteArray name = pdfPatternName(outline.gradient);
+            content += "/Pattern cs " + name + " scn\n";
+            if (outline.seam > 0.0)
+                content += "/Pattern CS " + name + " SCN\n";
+            return;
+        }
+        colour(outline.colour, "rg");
+        if (outline.seam > 0.0)
+            colour(outline.colour, "RG");
+    }
+
     void opacity(int alpha)
     {
         if (alpha == currentAlpha)
@@ -180,9 +196,8 @@ private:
         if (alpha == 0)
             return;
         opacity(alpha);
-        colour(outline.colour, "rg");
+        fillColour(outline);
         if (outline.seam > 0.0) {
-            colour(outline.colour, "RG");
             number(outline.seam);
             content += "w\n";
         }
@@ -276,9 +291,10 @@ private:
     int currentAlpha = 255;
 };
 
-// What the page names: opacities, and a group a layer, which are listed for the catalogue as well.
-QByteArray resourcesOf(const PageContent &content, const std::vector<Layer> &layers, PdfFile *file,
-                       QByteArray *groups)
+// What the page names: opacities, patterns, and a group a layer, which are listed for the catalogue
+// as well.
+QByteArray resourcesOf(const PageContent &content, const QByteArray &patterns,
+                       const std::vector<Layer> &layers, PdfFile *file, QByteArray *groups)
 {
     QByteArray resources;
     if (!content.opacities.isEmpty()) {
@@ -290,6 +306,7 @@ QByteArray resourcesOf(const PageContent &content, const std::vector<Layer> &lay
         }
         resources += " >>";
     }
+    resources += patterns;
     if (layers.empty())
         return resources;
     resources += " /Properties <<";
@@ -345,7 +362,9 @@ void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
     const std::vector<Layer> layers = style.byLayer ? drawing.layered() : std::vector<Layer>();
     PageContent content(drawing, style, layers);
     file.stream(contents, content.make());
-    const QByteArray resources = resourcesOf(content, layers, &file, &parts->groups);
+    const QByteArray resources
+        = resourcesOf(content, style.stroked ? QByteArray() : pdfPatterns(drawing), layers, &file,
+                      &parts->groups);
     file.object(page, pageBody(drawing, parts->pages, contents, resources));
     parts->kids += (parts->count > 0 ? " " : "") + reference(page);
     ++parts->count;

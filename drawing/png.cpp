@@ -135,10 +135,29 @@ private:
                 return false;
         }
         path.setFillRule(outline.holes.empty() ? Qt::WindingFill : Qt::OddEvenFill);
-        painter.fillPath(path, QColor::fromRgba(outline.colour));
-        if (outline.seam > 0.0)
-            painter.strokePath(path, pen(outline.colour, outline.seam));
+        const QBrush brush = brushOf(outline);
+        painter.fillPath(path, brush);
+        if (outline.seam > 0.0) {
+            painter.strokePath(
+                path, QPen(brush, outline.seam, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        }
         return true;
+    }
+
+    QBrush brushOf(const Outline &outline) const
+    {
+        const Gradient *gradient = gradientOf(drawing, outline);
+        if (!gradient)
+            return QColor::fromRgba(outline.colour);
+        const QLinearGradient linear(point(gradient->start), point(gradient->end));
+        const QRadialGradient radial(point(gradient->start), gradient->radius);
+        QGradient painted = gradient->radial ? QGradient(radial) : QGradient(linear);
+        for (const GradientStop &stop : gradient->stops) {
+            QColor colour = QColor::fromRgb(stop.colour);
+            colour.setAlpha(qAlpha(outline.colour));
+            painted.setColorAt(stop.at, colour);
+        }
+        return painted;
     }
 
     static QPen pen(QRgb colour, double width)

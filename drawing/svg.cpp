@@ -5,6 +5,7 @@
 #include "paintorder.h"
 #include "pens.h"
 #include "pieces.h"
+#include "svg_gradients.h"
 #include "svg_path.h"
 #include "text.h"
 #include "wholeshape.h"
@@ -56,6 +57,8 @@ public:
     bool write()
     {
         writeHead();
+        if (!style.stroked)
+            appendSvgGradients(&sink.text(), drawing, frame, decimals);
         if (style.byLayer) {
             const std::vector<Layer> layers = drawing.layered();
             if (layers.empty() || !layers.front().hasGround)
@@ -197,7 +200,8 @@ private:
     // A drawing has many outlines and few looks. Valid as long as the writer.
     const std::string &looksOf(const Outline &outline) const
     {
-        const LooksKey key(outline.colour, !outline.holes.empty(), outline.pen, outline.seam);
+        const LooksKey key(outline.colour, !outline.holes.empty(), outline.pen, outline.seam,
+                           outline.gradient);
         std::string &text = knownLooks[key];
         if (text.empty()) {
             text = outline.pen >= 0 ? penLooks(outline)
@@ -401,12 +405,15 @@ private:
 
     std::string fillLooks(const Outline &outline) const
     {
-        std::string text = " fill=\"" + colourText(outline.colour) + '"';
+        const std::string paint = gradientOf(drawing, outline)
+            ? svgGradientReference(outline.gradient)
+            : colourText(outline.colour);
+        std::string text = " fill=\"" + paint + '"';
         text += opacityOf("fill-opacity", outline.colour);
         if (!outline.holes.empty())
             text += " fill-rule=\"evenodd\"";
         if (outline.seam > 0.0) {
-            text += " stroke=\"" + colourText(outline.colour) + "\" stroke-width=\"";
+            text += " stroke=\"" + paint + "\" stroke-width=\"";
             appendNumber(&text, outline.seam, 4);
             text += "\" stroke-linejoin=\"round\"";
         }
@@ -491,8 +498,9 @@ private:
     TextSink sink;
     const bool isCompact; // rounded, which leaves a choice of how to write
     SvgPath compact;
-    std::vector<PathPiece> pieces;                        // of one outline, kept for its memory
-    typedef std::tuple<QRgb, bool, int, double> LooksKey; // colour, holes, pen and seam
+    std::vector<PathPiece> pieces; // of one outline, kept for its memory
+    // Colour, holes, pen, seam and gradient.
+    typedef std::tuple<QRgb, bool, int, double, int> LooksKey;
     mutable std::map<LooksKey, std::string> knownLooks;
 };
 

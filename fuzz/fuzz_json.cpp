@@ -15,14 +15,27 @@ using namespace ztrace;
 
 namespace {
 
-// A preview costs more than everything else: small ones alone, and for one input in four.
-const double kMostPixels = 65536.0;
-const int kPreviewOneIn = 4;
+// A preview costs more than everything else, half of it in its compression: small ones alone, and
+// for one input in sixteen.
+const double kMostPixels = 4096.0;
+const int kPreviewOneIn = 16;
 
 Point pointFrom(fuzz::Input &input)
 {
     const double x = input.number();
     return Point(x, input.number());
+}
+
+Gradient gradientFrom(fuzz::Input &input)
+{
+    Gradient gradient;
+    gradient.radial = input.between(0, 1) == 1;
+    gradient.start = pointFrom(input);
+    gradient.end = pointFrom(input);
+    gradient.radius = input.number();
+    for (int k = input.between(0, 3); k > 0; --k)
+        gradient.stops.push_back({ input.between(0, 64) / 64.0, 0xFF00FF80u });
+    return gradient;
 }
 
 void addPiece(fuzz::Input &input, Path *shape)
@@ -87,6 +100,13 @@ Drawing drawingFrom(fuzz::Input &input)
             addPiece(input, &outline.shape);
         drawing.outlines.push_back(outline);
     }
+    // The reader refuses those that cannot be painted.
+    const Gradient gradient = gradientFrom(input);
+    if (!isUsable(gradient))
+        return drawing;
+    drawing.gradients.push_back(gradient);
+    for (Outline &outline : drawing.outlines)
+        outline.gradient = input.byte() & 1 ? 0 : -1;
     return drawing;
 }
 

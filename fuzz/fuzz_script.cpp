@@ -2,7 +2,8 @@
 //
 // Any script that ends, in the world of the headless host: it may get errors, but the process
 // lives, no memory is touched after its end, and a world that is made afterwards is as it should
-// be.
+// be. That world, which costs as much as the script, is made after one input in eight, by its size,
+// so that the same input always does the same.
 //
 // With ZTRACE_FUZZ_SHOW in the environment every script is printed before it runs.
 #include "Input.h"
@@ -17,6 +18,8 @@
 #include <cstdio>
 
 namespace {
+
+const size_t kSoundOneIn = 8;
 
 // Looks itself up once more through a stand-in, and traces.
 const char kSoundWorld[]
@@ -58,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         std::fflush(stdout);
     }
     resultOf(script);
-    fuzz::require(resultOf(QString::fromLatin1(kSoundWorld)) == expected);
+    if (size % kSoundOneIn == 0)
+        fuzz::require(resultOf(QString::fromLatin1(kSoundWorld)) == expected);
     return 0;
 }

@@ -102,12 +102,26 @@ Segmentation segmentationFrom(fuzz::Input &input)
     return Raw { engineFrom(input) };
 }
 
+// True shapes of areas or of boundaries, centre lines, regions that pay.
+void addShapes(fuzz::Input &input, TracePlan *plan)
+{
+    const int choice = input.byte();
+    plan->geometry.fit = Geometry::Fit::Fair;
+    plan->geometry.edges = (choice & 3) == 3;
+    plan->threads = 1 + (choice >> 2 & 1);
+    if (Ink *ink = std::get_if<Ink>(&plan->segmentation))
+        ink->strokes = choice & 8;
+    if (Blend *blend = std::get_if<Blend>(&plan->segmentation))
+        blend->price = choice & 16 ? 0.0 : input.between(1, 255) / 4.0;
+    plan->composition.edgeWidth = input.between(1, 64) / 8.0;
+}
+
 TracePlan planFrom(fuzz::Input &input)
 {
     TracePlan plan;
     plan.segmentation = segmentationFrom(input);
     if (input.byte() & 1)
-        colourFrom(input); // a byte and a colour that old inputs have here
+        addShapes(input, &plan);
     Geometry &geometry = plan.geometry;
     geometry.lineTolerance = geometry.lineToleranceFiner = input.between(0, 255) / 16.0;
     geometry.curveTolerance = geometry.curveToleranceFiner = input.between(0, 255) / 16.0;

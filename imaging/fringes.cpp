@@ -47,18 +47,24 @@ struct Differences
     Channels sums = { { 0.0, 0.0, 0.0 } };
     Channels moments = { { 0.0, 0.0, 0.0 } }; // times the place in the run
 
+    // The sums are those of doubled channels, whole numbers below 2^23, and exact as halves.
     explicit Differences(const Run &run)
     {
-        const Channels before = channelsOf(run.words[run.begin - 1]);
-        const Channels after = channelsOf(run.words[run.end]);
-        for (std::size_t c = 0; c < 3; ++c)
-            ground[c] = (before[c] + after[c]) / 2.0;
-        for (int x = run.begin; x < run.end; ++x) {
-            const Channels own = channelsOf(run.words[x]);
-            for (std::size_t c = 0; c < 3; ++c) {
-                sums[c] += own[c] - ground[c];
-                moments[c] += (own[c] - ground[c]) * (x - run.begin);
+        for (int c = 0; c < 3; ++c) {
+            const int shift = 16 - 8 * c;
+            const auto channel = [&](int x) { return int(run.words[x] >> shift & 0xFFu); };
+            const int twice = channel(run.begin - 1) + channel(run.end);
+            int sum = 0;
+            int moment = 0;
+            for (int x = run.begin; x < run.end; ++x) {
+                const int difference = 2 * channel(x) - twice;
+                sum += difference;
+                moment += difference * (x - run.begin);
             }
+            const std::size_t place = std::size_t(c);
+            ground[place] = twice / 2.0;
+            sums[place] = sum / 2.0;
+            moments[place] = moment / 2.0;
         }
     }
 
@@ -135,15 +141,25 @@ int endOfStretch(const QRgb *words, int begin, int width)
     const int last = std::min(width - 2, begin + kLongestRun);
     int x = begin;
 #ifdef __SSE2__
-    for (; x + 3 <= last && x + 4 < width; x += 4) {
-        const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
-        const __m128i limit = _mm_set1_epi32(kSameGround + 1);
-        const __m128i four = fourWords(words + x);
+    const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
+    const __m128i limit = _mm_set1_epi32(kSameGround + 1);
+    const auto bitsOf
+        = [](__m128i four) { return unsigned(_mm_movemask_ps(_mm_castsi128_ps(four))); };
+    // Of four words which are opaque, and which of these are the ground.
+    const auto look = [&](const QRgb *at, unsigned *opaque) {
+        const __m128i four = fourWords(at);
         const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
-        // The ground is opaque: what is not is farther from it unless it is hardly translucent.
-        const __m128i isNear = _mm_cmplt_epi32(colourDistances(four, grounds), limit);
-        if (_mm_movemask_epi8(_mm_andnot_si128(isNear, isOpaque)) != 0xFFFF)
-            break;
+        *opaque = bitsOf(isOpaque);
+        return *opaque & bitsOf(_mm_cmplt_epi32(colourDistances(four, grounds), limit));
+    };
+    for (; x + 3 <= last && x + 4 < width; x += 4) {
+        unsigned opaque = 0;
+        unsigned opaqueBehind = 0;
+        const unsigned grounded = look(words + x, &opaque);
+        const unsigned ends = grounded == 0 ? 0 : grounded & look(words + x + 1, &opaqueBehind);
+        const unsigned stops = ends | (opaque ^ 0xFu);
+        if (stops != 0)
+            return (ends & stops & (0u - stops)) != 0 ? x + __builtin_ctz(stops) : 0;
     }
 #endif
     for (; x <= last && qAlpha(words[x]) == 255; ++x) {
@@ -153,27 +169,23 @@ int endOfStretch(const QRgb *words, int begin, int width)
     return 0;
 }
 
-// Calls use(y, run) for every stretch between two pixels of one ground on either side; those within
-// it are left out where that returns true.
+// Calls use(run) for every stretch of a row between two pixels of one ground on either side; those
+// within it are left out where that returns true.
 template<typename Use>
-void forEachRun(const QImage &image, Use use)
+void forEachRun(const QRgb *words, int width, Use use)
 {
-    const int width = image.width();
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb *words = row(image, y);
-        for (int x = 2; x + 2 < width; ++x) {
-            if (words[x] == words[x - 1]) {
-                x = endOfRun(words, x, width) - 1;
-                continue;
-            }
-            if (isGround(words[x], words[x - 1]) || !isGround(words[x - 2], words[x - 1]))
-                continue;
-            const int end = endOfStretch(words, x, width);
-            if (end == 0)
-                continue;
-            if (use(y, Run { words, x, end }))
-                x = end;
+    for (int x = 2; x + 2 < width; ++x) {
+        if (words[x] == words[x - 1]) {
+            x = endOfRun(words, x, width) - 1;
+            continue;
         }
+        if (isGround(words[x], words[x - 1]) || !isGround(words[x - 2], words[x - 1]))
+            continue;
+        const int end = endOfStretch(words, x, width);
+        if (end == 0)
+            continue;
+        if (use(Run { words, x, end }))
+            x = end;
     }
 }
 
@@ -182,7 +194,7 @@ Order orderOf(const QImage &image)
     int runs = 0;
     int redFirst = 0;
     int blueFirst = 0;
-    forEachRun(image, [&](int, const Run &run) {
+    const auto count = [&](const Run &run) {
         const Differences differences(run);
         const Order order = orderOf(differences, kTolerance);
         if (order == Order::None && run.end - run.begin > kLongWord)
@@ -193,7 +205,9 @@ Order orderOf(const QImage &image)
         redFirst += order == Order::RedFirst;
         blueFirst += order == Order::BlueFirst;
         return order != Order::None;
-    });
+    };
+    for (int y = 0; y < image.height(); ++y)
+        forEachRun(row(image, y), image.width(), count);
     const int most = std::max(redFirst, blueFirst);
     if (most < kLeastRuns || most < kMajority * runs
         || std::min(redFirst, blueFirst) > kWrongWay * most)
@@ -224,14 +238,18 @@ bool removeFringes(QImage *image)
     const Order order = orderOf(*image);
     if (order == Order::None)
         return false;
-    const QImage source = *image;
-    forEachRun(source, [&](int y, const Run &run) {
-        const Differences differences(run);
-        const bool isText = orderOf(differences, kToleranceOfKnown) == order;
-        if (isText)
-            flatten(run, differences, reinterpret_cast<QRgb *>(image->scanLine(y)));
-        return isText;
-    });
+    std::vector<QRgb> source(static_cast<std::size_t>(image->width()));
+    for (int y = 0; y < image->height(); ++y) {
+        QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
+        std::copy_n(words, source.size(), source.begin());
+        forEachRun(source.data(), image->width(), [&](const Run &run) {
+            const Differences differences(run);
+            const bool isText = orderOf(differences, kToleranceOfKnown) == order;
+            if (isText)
+                flatten(run, differences, words);
+            return isText;
+        });
+    }
     return true;
 }
 

@@ -2,6 +2,7 @@
 #include "regions.h"
 
 #include "colour.h"
+#include "forest.h"
 
 #include <algorithm>
 #include <numeric>
@@ -15,9 +16,9 @@ const uint32_t kNone = uint32_t(-1);
 // Of the price: pixels join a region row by row whose mean is as near as this (squared).
 const float kJoinShare = 1.0f;
 
-// Then neighbours are merged for these parts of the price, one time over the regions each: the
-// cheapest first, since what is merged looks different to what is left.
-const float kPartsOfPrice[] = { 1.0f / 6.0f, 1.0f };
+// Then neighbours are merged for this part of the price, and then for all of it, one time over the
+// regions each: the cheapest first, since what is merged looks different to what is left.
+const float kFirstPart = 1.0f / 6.0f;
 
 // Noise makes a region of nearly every pixel. With more than a third of the pixels joining starts
 // again with four times the distance.
@@ -46,14 +47,13 @@ public:
         std::iota(up.begin(), up.end(), 0u);
     }
 
-    uint32_t rootOf(uint32_t region)
+    void reserve(std::size_t count)
     {
-        while (up[region] != region) {
-            up[region] = up[up[region]];
-            region = up[region];
-        }
-        return region;
+        regions.reserve(count);
+        up.reserve(count);
     }
+
+    uint32_t rootOf(uint32_t region) { return ztrace::rootOf(&up, region); }
 
     uint32_t addRegion(const Region &region)
     {
@@ -72,18 +72,24 @@ public:
         return low;
     }
 
-    // Numbers the roots in their order. Returns the number of every region; `roots` gets them.
+    // Numbers the roots in their order. Returns the number of every region; `roots` gets the roots
+    // themselves. Nothing is left here.
     std::vector<uint32_t> number(std::vector<Region> *roots)
     {
-        std::vector<uint32_t> numbers(up.size());
-        roots->clear();
-        for (uint32_t k = 0; k < up.size(); ++k) {
-            const uint32_t root = rootOf(k); // never above k
-            numbers[k] = root == k ? uint32_t(roots->size()) : numbers[root];
-            if (root == k)
-                roots->push_back(regions[k]);
+        // Nothing points to a higher number, so that all that is read has been numbered before,
+        // and all that is written has been read.
+        uint32_t count = 0;
+        for (std::size_t k = 0; k < up.size(); ++k) {
+            if (up[k] == k) {
+                regions[count] = regions[k];
+                up[k] = count++;
+            } else {
+                up[k] = up[up[k]];
+            }
         }
-        return numbers;
+        regions.resize(count);
+        *roots = std::move(regions);
+        return std::move(up);
     }
 
     std::vector<Region> regions; // of roots as they are now
@@ -91,6 +97,12 @@ public:
 private:
     std::vector<uint32_t> up;
 };
+
+void renumber(const std::vector<uint32_t> &numbers, std::vector<uint32_t> *all)
+{
+    for (uint32_t &number : *all)
+        number = numbers[number];
+}
 
 // Joins the pixels of an image, row by row, to the nearer one of the regions on the left and above.
 class Growing
@@ -106,15 +118,14 @@ public:
         const std::size_t pixels = std::size_t(image.width()) * std::size_t(image.height());
         const std::size_t most = pixels / kPixelsOfRegion + std::size_t(image.width()) + 1024;
         ofPixel->resize(pixels);
+        merging.reserve(std::min(pixels, most + above.size())); // no memory before it is used
         uint32_t *target = ofPixel->data();
         for (int y = 0; y < image.height(); ++y, target += image.width()) {
             addRow(row(image, y), target);
             if (merging.regions.size() > most && farthest < kFarthest)
                 return false;
         }
-        const std::vector<uint32_t> numbers = merging.number(regions);
-        for (uint32_t &region : *ofPixel)
-            region = numbers[region];
+        renumber(merging.number(regions), ofPixel);
         return true;
     }
 
@@ -178,21 +189,43 @@ void forEachEdge(const RegionGraph &graph, Use use)
     }
 }
 
-// Sides as they stand in the picture: a neighbour as often as there are edges.
-void findSides(RegionGraph *graph)
+// The regions beside each region: those of k are list[first[k]] to list[first[k + 1] - 1].
+template<typename Side>
+struct Sides
 {
-    std::vector<uint32_t> &first = graph->firstSide;
-    first.assign(graph->regions.size() + 1, 0);
-    forEachEdge(*graph, [&first](uint32_t a, uint32_t b) {
+    std::vector<uint32_t> first;
+    std::vector<Side> list;
+};
+
+// As they stand in the picture, a neighbour is there as often as there are edges.
+typedef Sides<uint32_t> EdgeSides;
+
+RegionSide sideOf(uint32_t region)
+{
+    return { region, 1 };
+}
+
+RegionSide sideOf(const RegionSide &side)
+{
+    return side;
+}
+
+EdgeSides findSides(const RegionGraph &graph)
+{
+    EdgeSides sides;
+    std::vector<uint32_t> &first = sides.first;
+    first.assign(graph.regions.size() + 1, 0);
+    forEachEdge(graph, [&first](uint32_t a, uint32_t b) {
         ++first[a];
         ++first[b];
     });
     std::partial_sum(first.begin(), first.end(), first.begin());
-    graph->sides.resize(first.back());
-    forEachEdge(*graph, [&](uint32_t a, uint32_t b) {
-        graph->sides[--first[a]] = { b, 1 };
-        graph->sides[--first[b]] = { a, 1 };
+    sides.list.resize(first.back());
+    forEachEdge(graph, [&sides](uint32_t a, uint32_t b) {
+        sides.list[--sides.first[a]] = b;
+        sides.list[--sides.first[b]] = a;
     });
+    return sides;
 }
 
 // The regions by their new numbers: those of `numbers` n are members[first[n]] to
@@ -213,51 +246,55 @@ struct Members
     std::vector<uint32_t> members;
 };
 
-// Gives the regions new numbers: those of one number are one, and each neighbour stands once.
-void contract(const std::vector<uint32_t> &numbers, std::size_t count, RegionGraph *graph)
+// The sides of regions by their new numbers: those of one number are one, and each neighbour stands
+// once.
+template<typename Side>
+Sides<RegionSide> contracted(const Sides<Side> &old, const std::vector<uint32_t> &numbers,
+                             std::size_t count)
 {
     const Members members(numbers, count);
-    std::vector<RegionSide> sides;
-    sides.reserve(graph->sides.size() / 2);
-    std::vector<uint32_t> firstSide(count + 1, 0);
-    std::vector<uint32_t> place(count, 0);
+    Sides<RegionSide> sides;
+    sides.list.reserve(old.list.size() / 2);
+    sides.first.assign(count + 1, 0);
+    std::vector<uint32_t> behind(count, 0); // of a neighbour's place, where it is beside the region
     for (uint32_t k = 0; k < count; ++k) {
-        const uint32_t begin = uint32_t(sides.size());
-        firstSide[k] = begin;
+        const uint32_t begin = uint32_t(sides.list.size());
+        sides.first[k] = begin;
         for (uint32_t m = members.first[k]; m < members.first[k + 1]; ++m) {
             const uint32_t member = members.members[m];
-            for (uint32_t s = graph->firstSide[member]; s < graph->firstSide[member + 1]; ++s) {
-                const uint32_t other = numbers[graph->sides[s].region];
+            for (uint32_t s = old.first[member]; s < old.first[member + 1]; ++s) {
+                const RegionSide side = sideOf(old.list[s]);
+                const uint32_t other = numbers[side.region];
                 if (other == k)
                     continue;
-                const bool known = place[other] >= begin && place[other] < sides.size()
-                    && sides[place[other]].region == other;
-                if (!known) {
-                    place[other] = uint32_t(sides.size());
-                    sides.push_back({ other, 0 });
+                if (behind[other] <= begin) {
+                    sides.list.push_back({ other, 0 });
+                    behind[other] = uint32_t(sides.list.size());
                 }
-                sides[place[other]].edges += graph->sides[s].edges;
+                sides.list[behind[other] - 1].edges += side.edges;
             }
         }
     }
-    firstSide[count] = uint32_t(sides.size());
-    graph->sides.swap(sides);
-    graph->firstSide.swap(firstSide);
+    sides.first[count] = uint32_t(sides.list.size());
+    return sides;
 }
 
 // Every region goes to the neighbour with which it loses least an edge, if that is below the price.
-void mergeAt(float price, RegionGraph *graph, std::vector<uint32_t> *numberOfFirst)
+// Returns the new numbers of the regions.
+template<typename Side>
+std::vector<uint32_t> mergeAt(float price, const Sides<Side> &sides, std::vector<Region> *regions)
 {
-    Merging merging(std::move(graph->regions));
-    for (uint32_t k = 0; k + 1 < graph->firstSide.size(); ++k) {
+    Merging merging(std::move(*regions));
+    for (uint32_t k = 0; k + 1 < sides.first.size(); ++k) {
         const uint32_t own = merging.rootOf(k);
         uint32_t best = kNone;
         float least = price;
-        for (uint32_t s = graph->firstSide[k]; s < graph->firstSide[k + 1]; ++s) {
-            const uint32_t other = merging.rootOf(graph->sides[s].region);
+        for (uint32_t s = sides.first[k]; s < sides.first[k + 1]; ++s) {
+            const RegionSide side = sideOf(sides.list[s]);
+            const uint32_t other = merging.rootOf(side.region);
             if (other == own)
                 continue;
-            const float saved = float(graph->sides[s].edges) + kEdgesOfRegion;
+            const float saved = float(side.edges) + kEdgesOfRegion;
             const float loss = lossOf(merging.regions[own], merging.regions[other]) / saved;
             if (loss < least) {
                 least = loss;
@@ -267,10 +304,7 @@ void mergeAt(float price, RegionGraph *graph, std::vector<uint32_t> *numberOfFir
         if (best != kNone)
             merging.merge(own, best);
     }
-    const std::vector<uint32_t> numbers = merging.number(&graph->regions);
-    contract(numbers, graph->regions.size(), graph);
-    for (uint32_t &number : *numberOfFirst)
-        number = numbers[number];
+    return merging.number(regions);
 }
 
 } // namespace
@@ -283,13 +317,19 @@ RegionGraph findRegions(const QImage &image, const SeenColours &seen, double pri
     float farthest = std::max(kNearest, float(price) * kJoinShare);
     while (!Growing(image, seen, farthest, &graph.ofPixel).run(&graph.regions))
         farthest *= kCoarser;
-    findSides(&graph);
-    std::vector<uint32_t> numberOfFirst(graph.regions.size());
-    std::iota(numberOfFirst.begin(), numberOfFirst.end(), 0u);
-    for (float part : kPartsOfPrice)
-        mergeAt(part * float(price), &graph, &numberOfFirst);
-    for (uint32_t &region : graph.ofPixel)
-        region = numberOfFirst[region];
+    std::vector<uint32_t> numbers;
+    Sides<RegionSide> sides;
+    {
+        const EdgeSides edges = findSides(graph);
+        numbers = mergeAt(kFirstPart * float(price), edges, &graph.regions);
+        sides = contracted(edges, numbers, graph.regions.size());
+    }
+    renumber(numbers, &graph.ofPixel);
+    numbers = mergeAt(float(price), sides, &graph.regions);
+    sides = contracted(sides, numbers, graph.regions.size());
+    renumber(numbers, &graph.ofPixel);
+    graph.firstSide = std::move(sides.first);
+    graph.sides = std::move(sides.list);
     return graph;
 }
 

@@ -195,22 +195,18 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
 }
 
 // Pixels amid their own label keep it in all parts.
-LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
+void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int factor,
+                         const std::function<void(const uint16_t *row)> &take)
 {
-    LabelPlane fine;
-    fine.width = plane.width * factor;
-    fine.height = plane.height * factor;
-    fine.colours = plane.colours;
     const std::size_t parts = static_cast<std::size_t>(factor);
-    const std::size_t stride = static_cast<std::size_t>(fine.width);
-    fine.labels.reserve(stride * static_cast<std::size_t>(fine.height));
+    const std::size_t width = static_cast<std::size_t>(plane.width);
+    const std::size_t stride = width * parts;
     std::vector<uint16_t> rows(stride * parts); // of one row of pixels
     SubpixelColours colours(image, factor);
     BorderRows borders(plane);
     Choice choice(plane);
     for (int y = 0; y < plane.height; ++y) {
-        const uint16_t *labels
-            = plane.labels.data() + static_cast<std::size_t>(y) * (stride / parts);
+        const uint16_t *labels = plane.labels.data() + static_cast<std::size_t>(y) * width;
         widen(labels, plane.width, parts, rows.data());
         for (std::size_t j = 1; j < parts; ++j)
             std::copy_n(rows.begin(), stride, rows.data() + j * stride);
@@ -224,8 +220,22 @@ LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
             choose(choice, colours.at(x, y), parts, stride,
                    rows.data() + static_cast<std::size_t>(x) * parts);
         }
-        fine.labels.insert(fine.labels.end(), rows.begin(), rows.end());
+        for (std::size_t j = 0; j < parts; ++j)
+            take(rows.data() + j * stride);
     }
+}
+
+LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
+{
+    LabelPlane fine;
+    fine.width = plane.width * factor;
+    fine.height = plane.height * factor;
+    fine.colours = plane.colours;
+    const std::size_t width = static_cast<std::size_t>(fine.width);
+    fine.labels.reserve(width * static_cast<std::size_t>(fine.height));
+    forEachUpsampledRow(image, plane, factor, [&](const uint16_t *row) {
+        fine.labels.insert(fine.labels.end(), row, row + width);
+    });
     return fine;
 }
 

@@ -7,6 +7,8 @@
 
 #include <QImage>
 
+#include <functional>
+
 #include "LabelPlane.h"
 
 namespace ztrace {
@@ -26,6 +28,12 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane);
 // among the labels of the pixel and its eight neighbours the one most similar to the colour
 // interpolated there.
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
+
+// The same row by row from the top, for those that need not keep them: factor squared times as many
+// labels as the plane has. `take` gets plane.width * factor labels, which are valid during the
+// call.
+void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int factor,
+                         const std::function<void(const uint16_t *row)> &take);
 
 } // namespace ztrace
 

@@ -10,6 +10,7 @@
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
 #include "imaging/palette.h"
+#include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/upsample.h"
@@ -20,6 +21,7 @@ namespace ztrace {
 
 namespace {
 
+const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
@@ -48,9 +50,43 @@ LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
     return reduceBlend(*picture, start, blend.engine);
 }
 
+// The ramps of a picture, which is flat there from now on.
+Ramps takeRamps(const TracePlan &plan, QImage *image)
+{
+    const Flat *flat = std::get_if<Flat>(&plan.segmentation);
+    const Blend *blend = std::get_if<Blend>(&plan.segmentation);
+    const int colours = flat ? flat->colours : blend->colours;
+    if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
+        return Ramps();
+    Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);
+    flatten(flat ? SoftPixels::Mixed : SoftPixels::Settled, &ramps, image);
+    return ramps;
+}
+
+// Labels of ramps, from `first` on, get the colours that they have where there are no gradients.
+void keepRamps(const Ramps &ramps, std::size_t first, Areas *areas)
+{
+    if (first == areas->colours.size())
+        return;
+    areas->rampOf.assign(areas->colours.size(), -1);
+    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+        areas->rampOf[first + k] = int(k);
+        areas->colours[first + k] = ramps.areas[k].mean;
+        areas->ramps.push_back(ramps.areas[k].ramp);
+    }
+}
+
 Runs runsOf(const LabelPlane &plane)
 {
     return scanRuns(plane.labels.data(), plane.width, plane.height);
+}
+
+Runs upsampledRuns(const QImage &image, const LabelPlane &plane, int factor)
+{
+    RunScanner scanner(plane.width * factor, plane.height * factor);
+    forEachUpsampledRow(image, plane, factor,
+                        [&scanner](const uint16_t *row) { scanner.addRow(row); });
+    return scanner.take();
 }
 
 // Areas below a border go to their neighbours.
@@ -103,6 +139,21 @@ QImage prepared(Picture picture)
     return image;
 }
 
+// Areas on a finer grid, where it is of use or asked for.
+void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Runs *runs,
+            Segmented *segmented, TraceReport *report)
+{
+    paint(*runs, plane->labels.data());
+    segmented->upsampling = upsamplingOf(image, *plane, geometry, report);
+    if (segmented->upsampling == 1)
+        return;
+    requireRoom(plane->width, plane->height, segmented->upsampling);
+    *runs = Runs();
+    *runs = upsampledRuns(image, *plane, segmented->upsampling);
+    mergeBelow(geometry.leastBorder * segmented->upsampling, geometry.fringes, plane->colours,
+               runs);
+}
+
 } // namespace
 
 Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
@@ -111,6 +162,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    Ramps ramps = takeRamps(plan, &image);
+    if (plan.gradients)
+        stages->end("gradients");
 
     if (std::holds_alternative<Flat>(plan.segmentation))
         removeFringes(&image);
@@ -126,28 +180,25 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     LabelPlane plane
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
+    const std::size_t firstRamp = labelRamps(ramps, &plane);
+    ramps.ofPixel = std::vector<uint16_t>();
+
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
     mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
-    if (geometry.upsampling != 1 && !shapes) {
-        paint(runs, plane.labels.data());
-        segmented.upsampling = upsamplingOf(image, plane, geometry, report);
-        if (segmented.upsampling > 1) {
-            requireRoom(plane.width, plane.height, segmented.upsampling);
-            runs = Runs();
-            plane = upsampled(image, plane, segmented.upsampling);
-            runs = runsOf(plane);
-            mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
-                       &runs);
-        }
-    }
-    segmented.areas.colours = plane.colours;
-    segmented.areas.runs = std::move(runs);
+    if (geometry.upsampling != 1 && !shapes)
+        refine(image, geometry, &plane, &runs, &segmented, report);
     image = QImage();
+    segmented.areas.colours = std::move(plane.colours);
+    segmented.areas.runs = std::move(runs);
+    keepRamps(ramps, firstRamp, &segmented.areas);
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);
-    segmented.engine = flat ? flat->engine : blend->engine;
+    if (flat)
+        segmented.engine = flat->engine;
+    else
+        segmented.engine = blend->price > 0.0 ? blend->engine : reductionOptions(blend->engine);
     stages->end("reduce");
     return segmented;
 }

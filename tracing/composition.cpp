@@ -1,8 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
-#include "components.h"
 #include "containment.h"
+#include "gradients.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,16 +13,28 @@ namespace {
 
 const int kNone = -1;
 
-// Of a segment: its type, then its points; a line ends with the second.
-enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
+// Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
+// Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
+const double kSeamWidth = 1.0;
+const double kSeamWidthWithoutGround = 1.5;
+// Of outlines that reach what is not opaque: half of the stroke lies over it.
+const double kSeamWidthBesideClear = 1.25;
+// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
+// over that.
+const double kSeamWidthOnOpaque = 0.5;
+// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
+// from both sides.
+const double kSeamWidthApart = 0.5;
+// Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
+const double kSeamWidthAtRim = 0.25;
 
 class Arranger
 {
 public:
     // `sources` has the first pixel of every outline's region.
-    Arranger(const Areas &areas, Connectivity connectivity, const std::vector<std::size_t> &sources,
+    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
              std::vector<Outline> *o)
-        : colours(areas.colours), width(areas.runs.width), height(areas.runs.height), outlines(o)
+        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
     {
         const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
@@ -78,11 +90,11 @@ public:
     // The colour that most pixels have.
     QRgb commonestColour() const
     {
-        std::vector<std::size_t> areas(colours.size(), 0);
+        std::vector<std::size_t> pixels(colours.size(), 0);
         for (const Component &region : regions)
-            areas[at(region.label)] += region.area;
-        return colours[static_cast<std::size_t>(std::max_element(areas.begin(), areas.end())
-                                                - areas.begin())];
+            pixels[at(region.label)] += region.area;
+        return colours[static_cast<std::size_t>(std::max_element(pixels.begin(), pixels.end())
+                                                - pixels.begin())];
     }
 
     // Strokes under neighbours that are painted later: they lie on top with their exact outlines.
@@ -101,7 +113,7 @@ public:
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
             const bool onGround
-                = colourOf(pair.first) == drawing.ground || colourOf(pair.second) == drawing.ground;
+                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
             if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
                 || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
                 continue;
@@ -225,6 +237,12 @@ private:
 
     QRgb colourOf(int region) const { return colours[at(regions[at(region)].label)]; }
 
+    // Throughout; a ramp is of none.
+    bool isOfColour(int region, QRgb colour) const
+    {
+        return colourOf(region) == colour && areas.rampOfLabel(regions[at(region)].label) < 0;
+    }
+
     int alphaOf(int region) const { return qAlpha(colourOf(region)); }
 
     void retain(const std::vector<bool> &keep)
@@ -252,6 +270,7 @@ private:
         }
     }
 
+    const Areas &areas;
     const std::vector<QRgb> &colours;
     int width; // of the grid
     int height;
@@ -283,37 +302,18 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
 {
     std::size_t points = 1;
     for (std::size_t i = 0; i < count; ++i)
-        points += segments[i].field[kType] == kLineType ? 1 : 2;
+        points += segments[i].field[Segment::kType] == kLineType ? 1 : 2;
     Path shape;
     shape.reserve(count, points);
-    shape.moveTo(toDrawing(segments[0].field + kStart));
+    shape.moveTo(toDrawing(segments[0].field + Segment::kX1));
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
-        if (field[kType] == kLineType)
-            shape.lineTo(toDrawing(field + kMiddle));
+        if (field[Segment::kType] == kLineType)
+            shape.lineTo(toDrawing(field + Segment::kX2));
         else
-            shape.quadraticTo(toDrawing(field + kMiddle), toDrawing(field + kEnd));
+            shape.quadraticTo(toDrawing(field + Segment::kX2), toDrawing(field + Segment::kX3));
     }
     return shape;
-}
-
-std::vector<Outline> outlinesOf(const TracedLabels &traced, const Areas &areas, int upsampling)
-{
-    const ToDrawing toDrawing(areas.runs.height, upsampling);
-    std::vector<QString> layers; // of every label, made once
-    for (QRgb colour : areas.colours)
-        layers.push_back(layerOfColour(colour));
-    std::vector<Outline> outlines;
-    outlines.reserve(traced.outlines.size());
-    for (const LabelOutline &source : traced.outlines) {
-        const std::size_t label = static_cast<std::size_t>(source.label);
-        outlines.emplace_back();
-        Outline &outline = outlines.back();
-        outline.shape = shapeOf(traced.segments.data() + source.first, source.count, toDrawing);
-        outline.colour = areas.colours[label];
-        outline.layer = layers[label];
-    }
-    return outlines;
 }
 
 } // namespace
@@ -365,29 +365,35 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
 
 } // namespace
 
-Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
-                const Composition &composition)
+LabelShapes::LabelShapes(const Areas &areas, int upsampling)
+    : colours(areas.colours), rampOf(areas.rampOf), gridHeight(areas.runs.height),
+      divisor(upsampling)
+{
+    for (QRgb colour : colours)
+        layers.push_back(layerOfColour(colour));
+}
+
+void LabelShapes::add(const LabelOutline &source, const Segment *segments)
+{
+    const std::size_t label = static_cast<std::size_t>(source.label);
+    shapes.outlines.emplace_back();
+    Outline &outline = shapes.outlines.back();
+    outline.shape = shapeOf(segments, source.count, ToDrawing(gridHeight, divisor));
+    outline.colour = colours[label];
+    outline.layer = layers[label];
+    outline.gradient = rampOf.empty() ? -1 : rampOf[label];
+    shapes.firstPixel.push_back(source.firstPixel);
+}
+
+Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connectivity connectivity,
+                Painting painting, const Composition &composition)
 {
     Drawing drawing;
     drawing.width = areas.runs.width / upsampling;
     drawing.height = areas.runs.height / upsampling;
-    drawing.outlines = outlinesOf(traced, areas, upsampling);
-    std::vector<std::size_t> firstPixels;
-    firstPixels.reserve(traced.outlines.size());
-    for (const LabelOutline &source : traced.outlines)
-        firstPixels.push_back(source.firstPixel);
-    arrange(firstPixels, areas, Connectivity::Corners, painting, composition, &drawing);
-    return drawing;
-}
-
-Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
-                const Composition &composition)
-{
-    Drawing drawing;
-    drawing.width = areas.runs.width;
-    drawing.height = areas.runs.height;
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes.firstPixel, areas, Connectivity::Split, painting, composition, &drawing);
+    arrange(shapes.firstPixel, areas, connectivity, painting, composition, &drawing);
+    setGradients(areas.ramps, &drawing);
     return drawing;
 }
 

@@ -7,25 +7,11 @@
 #include "drawing/Drawing.h"
 #include "engine/labels.h"
 #include "Areas.h"
+#include "components.h"
 #include "plan.h"
 #include "shapes.h"
 
 namespace ztrace {
-
-// Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
-// Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
-const double kSeamWidth = 1.0;
-const double kSeamWidthWithoutGround = 1.5;
-// Of outlines that reach what is not opaque: half of the stroke lies over it.
-const double kSeamWidthBesideClear = 1.25;
-// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
-// over that.
-const double kSeamWidthOnOpaque = 0.5;
-// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
-// from both sides.
-const double kSeamWidthApart = 0.5;
-// Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
-const double kSeamWidthAtRim = 0.25;
 
 // How areas are painted beside each other.
 enum class Painting {
@@ -34,17 +20,35 @@ enum class Painting {
     AsTheyAre   // the engine's own outlines
 };
 
+// Makes shapes of the engine's outlines as they come, since its segments take twice the room of the
+// paths. The areas are what the outlines are traced in, on a grid `upsampling` times as fine as the
+// pixels of the picture; they have to stay until the last outline.
+class LabelShapes
+{
+public:
+    LabelShapes(const Areas &areas, int upsampling);
+
+    void add(const LabelOutline &source, const Segment *segments);
+    ShapeOutlines take() { return std::move(shapes); }
+
+private:
+    const std::vector<QRgb> &colours;
+    const std::vector<int> &rampOf;
+    const int gridHeight;
+    const int divisor;
+    std::vector<QString> layers; // of every label, made once
+    ShapeOutlines shapes;
+};
+
 // Makes a drawing of outlines. `areas` are what they were traced in, on a grid
-// `upsampling` times as fine as the pixels of the picture, which the drawing is measured in.
+// `upsampling` times as fine as the pixels of the picture, which the drawing is measured in;
+// `connectivity` says which of their pixels one outline is of: Corners of the engine's, Split of
+// true shapes.
 // Painted in order, the outlines give the picture back: later ones lie over earlier ones. What is
 // not opaque is cut out of everything that it would be painted over by. Fully transparent outlines
 // stay only as such holes, unless they are asked for.
-Drawing compose(const TracedLabels &traced, const Areas &areas, int upsampling, Painting painting,
-                const Composition &composition);
-
-// The same of true shapes, whose areas are on the grid of the pixels.
-Drawing compose(ShapeOutlines shapes, const Areas &areas, Painting painting,
-                const Composition &composition);
+Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connectivity connectivity,
+                Painting painting, const Composition &composition);
 
 // The same of boundaries (edgesOf), all with one pen.
 Drawing composeEdges(ShapeOutlines edges, const Areas &areas, const Composition &composition);

@@ -12,9 +12,9 @@
 
 namespace ztrace {
 
-// Pairs of paths that cross, the lower number first, each pair once and in order; a path that
-// crosses itself is a pair with itself. Paths that only touch, as at their common ends, do not
-// cross; nor do those whose curves meet within a hundredth of a pixel.
+// Pairs of paths that cross, or leave nothing between them: a joint of one comes within two
+// hundredths of a pixel of the other, or both have the same line. The lower number first, each pair
+// once and in order; a path that meets itself is a pair with itself. Paths may end in one point.
 //
 // `width`, `height`  of the plane in pixels; what lies outside counts to its rim
 // `looked`           if not empty, one entry a path: only pairs with one that is set are found

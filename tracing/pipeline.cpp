@@ -51,7 +51,7 @@ uint16_t commonestLabel(const Areas &areas)
 // The outlines of the areas. In the engine's plane the commonest label and label 0 change places,
 // since new memory is all zeros and what is never written to costs next to nothing; the outlines
 // are the same ones (tst_labels, namesOfLabelsDoNotMatter).
-TracedLabels outlinesOf(const Areas &areas, const OutlineOptions &options)
+ShapeOutlines outlinesOf(const Areas &areas, int upsampling, const OutlineOptions &options)
 {
     const uint16_t commonest = commonestLabel(areas);
     const auto exchanged = [commonest](int label) {
@@ -70,10 +70,12 @@ TracedLabels outlinesOf(const Areas &areas, const OutlineOptions &options)
             std::fill(row + begin, row + end, static_cast<Cell>(label));
         });
     });
-    TracedLabels traced = traceLabels(plane, options);
-    for (LabelOutline &outline : traced.outlines)
+    LabelShapes shapes(areas, upsampling);
+    traceLabels(plane, options, [&](LabelOutline outline, const Segment *segments) {
         outline.label = exchanged(outline.label);
-    return traced;
+        shapes.add(outline, segments);
+    });
+    return shapes.take();
 }
 
 // Colours, each once, as they come.
@@ -105,8 +107,8 @@ const double kPrecisionOfStrokes = 0.01; // pixels
 struct Traced
 {
     Areas areas;
-    TracedLabels outlines;
-    std::optional<ShapeOutlines> shapes; // instead of outlines
+    ShapeOutlines outlines;
+    Connectivity connectivity; // of the areas that the outlines are of
 };
 
 Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *report)
@@ -116,7 +118,7 @@ Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *re
     report->engine = std::move(trace.options);
     report->palette = trace.areas.colours;
     stages->end("trace");
-    return { std::move(trace.areas), std::move(trace.traced), std::nullopt };
+    return { std::move(trace.areas), std::move(trace.outlines), Connectivity::Corners };
 }
 
 Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmall, Stages *stages,
@@ -133,7 +135,7 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
             report->shapes = true;
             report->engine = segmented.engine;
             stages->end("trace");
-            return { std::move(segmented.areas), TracedLabels(), std::move(shapes) };
+            return { std::move(segmented.areas), std::move(*shapes), Connectivity::Split };
         }
         if (geometry.edges)
             throw TraceError("the image has too many small areas for its boundaries to be drawn");
@@ -143,16 +145,16 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     }
     OutlineOptions options = outlineOptions(geometry, segmented.upsampling);
     report->upsampling = segmented.upsampling;
-    report->engine = allOptions(segmented.engine);
+    report->engine = segmented.engine;
     report->engine["ltres"] = options.ltres;
     report->engine["qtres"] = options.qtres;
     report->engine["pathomit"] = leavesOutSmall ? options.pathomit : geometry.leastBorder;
     // Where small areas have gone to their neighbours none are left out.
     if (!leavesOutSmall)
         options.pathomit = 0.0;
-    TracedLabels outlines = outlinesOf(segmented.areas, options);
+    ShapeOutlines outlines = outlinesOf(segmented.areas, segmented.upsampling, options);
     stages->end("trace");
-    return { std::move(segmented.areas), std::move(outlines), std::nullopt };
+    return { std::move(segmented.areas), std::move(outlines), Connectivity::Corners };
 }
 
 } // namespace
@@ -175,7 +177,7 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         result.drawing.unit = plan.unit;
         return result;
     }
-    Traced traced;
+    Traced traced = {};
     Painting painting = Painting::Areas;
     if (const Raw *raw = std::get_if<Raw>(&plan.segmentation)) {
         painting = Painting::AsTheyAre;
@@ -190,13 +192,11 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
         report.palette = coloursInUse(areas.areas);
         traced = traceAreas(std::move(areas), plan, false, &stages, &report);
     }
-    const double precision = traced.shapes ? traced.shapes->precision : 0.0;
-    if (traced.shapes && plan.geometry.edges)
-        result.drawing = composeEdges(std::move(*traced.shapes), traced.areas, plan.composition);
-    else
-        result.drawing = traced.shapes
-            ? compose(std::move(*traced.shapes), traced.areas, painting, plan.composition)
-            : compose(traced.outlines, traced.areas, report.upsampling, painting, plan.composition);
+    const double precision = traced.outlines.precision;
+    result.drawing = report.shapes && plan.geometry.edges
+        ? composeEdges(std::move(traced.outlines), traced.areas, plan.composition)
+        : compose(std::move(traced.outlines), traced.areas, report.upsampling, traced.connectivity,
+                  painting, plan.composition);
     stages.end("arrange");
     result.drawing.precision = precision;
     result.drawing.dpi = dpi;

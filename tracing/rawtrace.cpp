@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "rawtrace.h"
 
+#include "composition.h"
+
 #include "engine/ZTraceBitmap.h"
 #include "imaging/blend.h"
 #include "imaging/failure.h"
@@ -40,7 +42,7 @@ Runs runsOf(const IndexedImage &indexed)
 }
 
 // The outlines of all layers in the order of their first pixels, which is that of getPolylines.
-TracedLabels tracedIn(const IndexedImage &indexed)
+ShapeOutlines tracedIn(const IndexedImage &indexed, const Areas &areas)
 {
     struct Place
     {
@@ -63,18 +65,18 @@ TracedLabels tracedIn(const IndexedImage &indexed)
     }
     std::sort(places.begin(), places.end(),
               [](const Place &a, const Place &b) { return a.firstPixel < b.firstPixel; });
-    TracedLabels traced;
+    LabelShapes shapes(areas, 1);
+    std::vector<Segment> segments;
     for (const Place &place : places) {
         const auto &path = indexed.tracedLayers.at(place.layer).at(place.path);
-        traced.outlines.push_back({ place.layer, place.firstPixel, traced.segments.size(),
-                                    static_cast<std::size_t>(path.size()) });
-        for (const QVector<double> &fields : path) {
-            Segment segment;
-            std::copy(fields.begin(), fields.end(), segment.field);
-            traced.segments.push_back(segment);
+        segments.resize(static_cast<std::size_t>(path.size()));
+        for (std::size_t i = 0; i < segments.size(); ++i) {
+            const QVector<double> &fields = path.at(static_cast<int>(i));
+            std::copy(fields.begin(), fields.end(), segments[i].field);
         }
+        shapes.add({ place.layer, place.firstPixel, 0, segments.size() }, segments.data());
     }
-    return traced;
+    return shapes.take();
 }
 
 } // namespace
@@ -96,10 +98,9 @@ RawTrace rawTrace(QImage picture, const EngineOptions &options)
     RawTrace result;
     for (auto it = engine.options.constBegin(); it != engine.options.constEnd(); ++it)
         result.options.insert({ it.key().toStdString(), it.value() });
-    result.traced = tracedIn(engine.indexedImage);
-    engine.indexedImage.tracedLayers.clear();
     result.areas.runs = runsOf(engine.indexedImage);
     result.areas.colours = coloursOf(engine);
+    result.outlines = tracedIn(engine.indexedImage, result.areas);
     return result;
 }
 

@@ -6,15 +6,15 @@
 
 #include <QImage>
 
-#include "engine/labels.h"
 #include "Areas.h"
 #include "plan.h"
+#include "shapes.h"
 
 namespace ztrace {
 
 struct RawTrace
 {
-    TracedLabels traced;
+    ShapeOutlines outlines;
     Areas areas;           // of the engine's indices, in the colours of its palette
     EngineOptions options; // all twelve
 };

@@ -14,11 +14,13 @@ void setOptions(const EngineOptions &values, EngineOptions *options)
         (*options)[value.first] = value.second;
 }
 
-EngineOptions allOptions(const EngineOptions &values)
+EngineOptions reductionOptions(const EngineOptions &values)
 {
     EngineOptions options = values;
     for (const OptionDefault &option : kOptionDefaults)
         options.insert({ option.name, option.value });
+    for (const char *ofOutlines : { "ltres", "qtres", "pathomit" })
+        options.erase(ofOutlines);
     return options;
 }
 
@@ -32,8 +34,11 @@ bool separateAreas(Areas *areas)
 {
     const CornerSeparation separation
         = separateCorners(&areas->runs, static_cast<int>(areas->colours.size()));
-    for (uint16_t original : separation.copies)
+    for (uint16_t original : separation.copies) {
         areas->colours.push_back(areas->colours[original]);
+        if (!areas->rampOf.empty())
+            areas->rampOf.push_back(areas->rampOf[original]);
+    }
     return separation.found;
 }
 

@@ -251,36 +251,74 @@ private:
         }
     }
 
-    // Fits chains closer to their points, which hardly ever cross, until none cross.
+    // Fits chains closer to their points, which hardly ever cross, until none cross. At last they
+    // run through the middles of their cracks between nodes on the lattice, where nothing can.
     void part(unsigned mostThreads)
     {
         std::vector<char> changed;
-        for (int times = 1; times <= kCloserTimes; ++times) {
+        std::vector<char> times(paths.size(), 0);
+        for (;;) {
             const auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed);
             changed.assign(paths.size(), 0);
             for (const auto &pair : pairs) {
-                for (uint32_t chain : { pair.first, pair.second })
-                    changed[chain] = !isOnRim(map.chains[chain]);
+                for (uint32_t chain : { pair.first, pair.second }) {
+                    if (!changed[chain] && !isOnRim(map.chains[chain])
+                        && times[chain] < kCloserTimes)
+                        changed[chain] = 1;
+                }
             }
-            if (pairs.empty())
-                return;
             std::vector<uint32_t> again;
+            for (uint32_t chain = 0; chain < changed.size(); ++chain) {
+                if (changed[chain] && ++times[chain] == kCloserTimes)
+                    again.push_back(chain);
+            }
+            for (uint32_t chain : again)
+                putNodesBack(map.chains[chain], &changed);
+            again.clear();
             for (uint32_t chain = 0; chain < changed.size(); ++chain) {
                 if (changed[chain])
                     again.push_back(chain);
             }
-            forEachChain(again, mostThreads, [&](uint32_t chain) { fitCloser(chain, times); });
+            if (again.empty())
+                return;
+            forEachChain(again, mostThreads,
+                         [&](uint32_t chain) { fitCloser(chain, times[chain]); });
         }
     }
 
+    // To the lattice; all chains that end there are changed by it.
+    void putNodesBack(const Chain &chain, std::vector<char> *changed)
+    {
+        for (int32_t number : { chain.startNode, chain.endNode }) {
+            if (number == kNoNode)
+                continue;
+            const Node &node = map.nodes[std::size_t(number)];
+            const fit::Point lattice = { double(node.x), double(node.y) };
+            fit::Point &place = places[std::size_t(number)];
+            if (place.x == lattice.x && place.y == lattice.y)
+                continue;
+            place = lattice;
+            for (uint32_t reference : node.leaving) {
+                if (reference != kNoReference)
+                    (*changed)[chainOf(reference)] = 1;
+            }
+        }
+    }
+
+    // `times` 0 is the usual fit.
     void fitCloser(uint32_t number, int times)
     {
         const Chain &chain = map.chains[number];
         const bool loop = chain.startNode == kNoNode;
+        if (isOnRim(chain)) {
+            paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
+                                                    places[std::size_t(chain.endNode)]) };
+            return;
+        }
         ChainPoints p = times < kCloserTimes ? edges.pointsOf(number) : edges.cracksOf(number);
         if (!loop)
             pinEnds(chain, &p);
-        paths[number] = fitPointsCloser(p, loop, times);
+        paths[number] = times > 0 ? fitPointsCloser(p, loop, times) : fitPoints(p, loop);
     }
 
     // Nodes instead of what was measured where three colours mix.
@@ -507,6 +545,7 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         const Component &component = boundaries.areas.list[area];
         if (!addOutline(writer.pathOf(pieces), areas.colours[component.label], &shapes))
             continue;
+        shapes.outlines.back().gradient = areas.rampOfLabel(component.label);
         shapes.firstPixel.push_back(component.firstPixel);
     }
     shapes.precision = precisionOf(fitter, shapes.outlines.size());

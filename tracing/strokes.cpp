@@ -111,7 +111,8 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
         throw TraceError("too many solid areas for a drawing of strokes");
     Composition composition = plan.composition;
     composition.onlyColours.assign(1, ink.inkColour | 0xFF000000u);
-    Drawing drawing = compose(std::move(*shapes), areas, Painting::InkOnPaper, composition);
+    Drawing drawing = compose(std::move(*shapes), areas, 1, Connectivity::Split,
+                              Painting::InkOnPaper, composition);
     for (Outline &outline : drawing.outlines) {
         outline.layer = QLatin1String(kSolidLayer);
         outline.seam = 0.0;

@@ -329,6 +329,8 @@ private:
     {
         const Tally &tally = outcomes->soFar();
         const std::size_t open = tally.all - tally.past();
+        if (line.settings.quiet && open > 0)
+            tell(std::to_string(open) + " left (start again to go on)");
         if (!line.settings.quiet) {
             std::string text = std::to_string(tally.done) + " done";
             const auto add = [&text](std::size_t number, const char *what) {
@@ -338,11 +340,14 @@ private:
             add(tally.finished, " finished before");
             add(tally.failed, " failed");
             add(tally.flagged, " to be looked at");
+            add(tally.warned, " with warnings");
             add(open, " left (start again to go on)");
             tell(text + "; results in " + resultsName(batch));
-            if (outcomes->failedInEarlierRuns() > 0)
-                tell(std::to_string(outcomes->failedInEarlierRuns())
-                     + " of the failures are of earlier runs (see --retry failed)");
+        }
+        // These no line has told.
+        if (outcomes->failedInEarlierRuns() > 0) {
+            tell(std::to_string(outcomes->failedInEarlierRuns())
+                 + " of the failures are of earlier runs (see --retry failed)");
         }
         if (!batch.report.empty() || !batch.csv.empty() || !batch.premis.empty()) {
             Ledger now;

@@ -13,6 +13,7 @@
 #include "version.h"
 
 #include "cli/commandline.h"
+#include "cli/placement.h"
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
@@ -25,6 +26,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -57,6 +59,20 @@ std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
     } catch (const Failure &) {
         return std::string();
     }
+}
+
+// Of the world file that a map is placed by; empty where none is asked for, or none is there.
+std::string shaOfWorldFile(const Task &task)
+{
+    const auto isMap = [](const std::string &output) {
+        const Format *format = formatOfSuffix(
+            QString::fromStdString(output.substr(std::min(output.rfind('.') + 1, output.size()))));
+        return format && (format->capabilities & kIsAMap) != 0;
+    };
+    const bool asks
+        = task.item.page == 1 && std::any_of(task.outputs.begin(), task.outputs.end(), isMap);
+    const std::string name = asks ? worldFileOf(task.item.path) : std::string();
+    return name.empty() ? name : shaOfFile(name, SourceLimits());
 }
 
 double secondsSince(std::chrono::steady_clock::time_point start)
@@ -122,7 +138,8 @@ public:
         if (!isFine) {
             traced.files.reset();
             cleanFolders.reset(); // to be looked at again
-        } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))) {
+        } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))
+                   && !traced.line.contains(QLatin1String("warnings"))) {
             traced.letter = kLineOfDone;
         }
         finisher->add(std::move(traced));
@@ -144,6 +161,8 @@ public:
         if (finisher)
             finisher->flush();
     }
+
+    bool isGreeted() const { return finisher != nullptr; }
 
     static void answer(char letter, const QByteArray &text) { answerAll(letter + text + '\n'); }
 
@@ -187,6 +206,8 @@ private:
             || said("settings") != settings.toStdString()
             || (said("sha256") != sourceSha && !(sourceSha.empty() && isDone(before))))
             return false; // a picture that has gone needs no new drawing
+        if (!sourceSha.empty() && said("worldFile") != shaOfWorldFile(task))
+            return false;
         if (!isDone(before))
             return !task.retry;
         const QJsonArray outputs = before.value(QLatin1String("outputs")).toArray();
@@ -222,6 +243,9 @@ private:
             result->insert(QLatin1String("sha256"), QString::fromStdString(sourceSha));
             result->insert(QLatin1String("bytes"), double(sourceBytes));
         }
+        const std::string worldSha = shaOfWorldFile(task);
+        if (!worldSha.empty())
+            result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
         answer(kStarted, QByteArray::number(begun) + ' ' + QByteArray::fromStdString(sourceSha));
         if (isFinished(task, settings)) {
             skip(task, image, traced);
@@ -276,7 +300,8 @@ private:
             const std::string folder = output.substr(0, output.rfind('/'));
             errno = 0;
             if (!QDir().mkpath(QFile::decodeName(folder.c_str())))
-                throw Failure(kOutputNotWritable, folder + ": " + std::strerror(errno));
+                throw Failure(kOutputNotWritable,
+                              folder + ": " + reasonText(errno).toLocal8Bit().toStdString());
         }
     }
 
@@ -412,8 +437,12 @@ private:
 
 void serve(Worker *worker, const QJsonObject &message)
 {
+    const bool isGreeting = message.contains(QLatin1String("words"));
+    // A part of what the run has said did not arrive: it tries the picture with another worker.
+    if (message.isEmpty() || (!isGreeting && !worker->isGreeted()))
+        _exit(kFailed);
     try {
-        if (message.contains(QLatin1String("words")))
+        if (isGreeting)
             worker->greet(message);
         else if (message.value(QLatin1String("count")).toBool())
             worker->count(message);

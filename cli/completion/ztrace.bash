@@ -81,6 +81,7 @@ _ztrace() {
                     --method
                     --colors
                     --detail
+                    --gradients
                     --palette
                     --background
                     --threshold

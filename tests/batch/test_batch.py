@@ -1,9 +1,11 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Runs over many pictures: what is taken, what drawings are called, and what is refused."""
+import fcntl
 import hashlib
 import json
 import os
 import signal
+import socket
 import struct
 import subprocess
 import time
@@ -56,6 +58,23 @@ class Inputs(BatchTest):
         self.assertEqual({line["page"] for line in self.lines().values()}, set(range(1, 12)))
         self.run_program("a.tif", "--page", "11", "-o", "alone.svg")
         self.assertEqual(self.read("alone.svg"), self.read("out/a-11.svg"))
+
+    def test_pages_without_a_number_in_their_names(self):
+        self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
+        text = self.batch("a.tif", "--page", "all", "--formats", "pdf", "--names", "{name}.{format}", code=2).stderr
+        self.assertIn(b"pages 1 and 2 of a.tif would both become a.pdf: {page} tells them apart", text)
+        self.assertFalse(os.path.exists(self.path("out/a.pdf")))
+        self.run_program("a.tif", "--page", "all", "-o", "a.pdf")  # which the message names
+        self.assertEqual(self.read("a.pdf").count(b"/Type /Page\n") + self.read("a.pdf").count(b"/Type /Page "), 3)
+
+    def test_warnings_are_told(self):
+        self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
+        self.write("b.png", picture(3))
+        result = self.batch("a.tif", "b.png")
+        self.assertIn(b" done a.tif; page 1 of 3 is traced (see --page; --page all takes every one)\n", result.stdout)
+        self.assertIn(b" done b.png\n", result.stdout)
+        self.assertIn(b"2 done, 1 with warnings; ", result.stderr)
+        self.assertRegex(self.run_program("batch", "summary", "out").stdout, rb"\nwarnings +1\n")
 
     def test_names_that_are_no_text(self):
         name = os.path.join(os.fsencode(self.folder), b"in", b"\xff\xfe x.png")
@@ -221,6 +240,22 @@ class Workers(BatchTest):
         self.assertEqual(lines["in/p.pipe", 1]["outcome"], "died")
         self.assertEqual(lines["in/p.pipe", 1]["attempts"], 2)
         self.assertEqual(sum(line["outcome"] == "done" for line in lines.values()), 4)
+
+    def test_one_that_hears_only_a_part_ends(self):
+        """It traces nothing into a folder that it was not told of."""
+        self.pictures(1)
+        task = json.dumps({"path": "in/p0000.png", "page": 1, "pages": 1, "outputs": ["p.svg"], "attempt": 1}).encode()
+        for heard in task, b"}", b"", b"\0", b"[1]", b'{"words": ["ztrace", "batch"', b'"\\ud800"':
+            ours, theirs = socket.socketpair()
+            keep = fcntl.fcntl(theirs, fcntl.F_DUPFD, 20)
+            with subprocess.Popen([PROGRAM, "--batch-worker"], cwd=self.folder, stdin=subprocess.DEVNULL,
+                                  preexec_fn=lambda fd=keep: os.dup2(fd, 3), close_fds=False) as worker, ours:
+                theirs.close()
+                os.close(keep)
+                ours.sendall(heard + b"\n" + task + b"\n")
+                self.assertEqual(ours.recv(1 << 16), b"", heard)
+                self.assertEqual(worker.wait(60), 1, heard)
+        self.assertEqual(os.listdir(self.folder), ["in"])
 
     def test_limits_of_time_and_memory(self):
         self.pictures(2)

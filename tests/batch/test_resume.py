@@ -39,6 +39,24 @@ class Resume(BatchTest):
         self.put("in/bad.png", picture(78))
         self.assertIn("6 done; ", self.batch("in").stderr.decode())
 
+    def test_a_world_file_is_part_of_the_picture(self):
+        self.pictures(2)
+        geojson = "in", "--formats", "geojson,svg", "-p", "logo"
+        self.batch(*geojson)
+        before = self.tree()
+        self.put("in/p0000.pgw", b"2 0 0 -2 1001 4999\n")
+        self.assertIn("1 done, 1 finished before", self.batch(*geojson).stderr.decode())
+        self.assertEqual([name for name, data in self.tree().items() if data != before[name]], [b"p0000.geojson"])
+        self.put("in/p0000.pgw", b"2 0 0 -2 1001\n")
+        self.assertIn("world file", self.batch(*geojson, code=1).stderr.decode())
+        self.run_program("batch", "in", "--out", "svg", "-p", "logo")  # which asks for no place
+        self.put("in/p0000.pgw", b"4 0 0 -4 1001 4999\n")
+        self.assertIn("1 done, 1 finished before", self.batch(*geojson).stderr.decode())
+        self.assertIn("2 finished", self.batch(*geojson).stderr.decode())
+        os.remove(self.path("in/p0000.pgw"))
+        self.assertIn("1 done, 1 finished before", self.batch(*geojson).stderr.decode())
+        self.assertEqual(self.tree(), before)
+
     def test_settings_in_files_count(self):
         self.pictures(1)
         self.write("my.toml", b"colors = 3\n")
@@ -51,7 +69,8 @@ class Resume(BatchTest):
         self.pictures(1)
         self.put("in/a.png", b"nonsense")
         self.batch("in", code=1)
-        self.assertIn("--retry failed", self.batch("in", code=1).stderr.decode())
+        for quiet in [], ["-q"]:  # a code of failure comes with a reason
+            self.assertIn("--retry failed", self.batch("in", *quiet, code=1).stderr.decode())
         os.remove(self.path("in/a.png"))
         self.assertIn("1 finished before, 1 failed",
                       self.batch("in/p0000.png", "in/a.png", "--retry", "failed", code=1).stderr.decode())

@@ -2,6 +2,7 @@
 """Areas for maps: GeoJSON, placed by a world file or by the tags of a GeoTIFF, read by OGR."""
 import json
 import unittest
+from random import Random
 
 from osgeo import gdal, ogr, osr
 
@@ -47,6 +48,24 @@ class Maps(OptionsTest):
         self.assertLess(sum(self.areas("b.geojson").values()), 2399)
         with open(self.path("a.geojson"), "rb") as file:
             self.assertIn("no coordinate reference system", json.load(file)["coordinates"])
+
+    def test_random_planes_are_valid_polygons(self):
+        colours = (RED, BLACK, WHITE, (20, 90, 200, 255), (240, 200, 40, 255))
+        for seed in range(12):
+            random = Random(seed)
+            width, height = random.randrange(6, 30), random.randrange(6, 30)
+            if seed % 2:  # one pixel, one colour
+                plane = [[random.choice(colours) for _ in range(width)] for _ in range(height)]
+            else:  # the nearest of some places
+                places = [(random.random() * width, random.random() * height, random.choice(colours)) for _ in range(8)]
+                nearest = lambda x, y: min(places, key=lambda p: (p[0] - x) ** 2 + (p[1] - y) ** 2)[2]
+                plane = [[nearest(x, y) for x in range(width)] for y in range(height)]
+            self.write("a.png", png(width, height, lambda x, y: plane[y][x]))
+            palette = ",".join("#%02x%02x%02x" % colour[:3] for colour in sorted({c for row in plane for c in row}))
+            self.run_program("a.png", "-p", "logo", "--palette", palette, "--min-path", "0", "-o", "a.geojson", "--overwrite")
+            areas = sum(polygon.GetArea() for _, polygon in self.features("a.geojson"))
+            self.assertTrue(all(polygon.IsValid() for _, polygon in self.features("a.geojson")), seed)
+            self.assertAlmostEqual(areas, width * height, delta=0.02)
 
     def test_world_file(self):
         self.write("a.png", png(60, 40, land))

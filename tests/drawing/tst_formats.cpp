@@ -4,9 +4,11 @@
 // programs make of the files is in tests/cli/test_readers.py.
 #include "drawing/arcs.h"
 #include "drawing/dxf.h"
+#include "drawing/formats.h"
 #include "drawing/json.h"
 #include "drawing/pdf.h"
 #include "drawing/png.h"
+#include "tests/drawing/Written.h"
 
 #include <QBuffer>
 #include <QTest>
@@ -59,16 +61,41 @@ Drawing sample()
     return drawing;
 }
 
-QByteArray written(const std::function<bool(QIODevice *)> &write)
+Path rectangle(double left, double low, double right, double high)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return write(&buffer) ? buffer.data() : QByteArray();
+    Path path;
+    path.moveTo(Point(left, low));
+    path.lineTo(Point(right, low));
+    path.lineTo(Point(right, high));
+    path.lineTo(Point(left, high));
+    path.lineTo(Point(left, low));
+    return path;
 }
 
-QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions())
+// 32 x 32: above red to blue from left to right, below red to black away from the middle.
+Drawing withGradients()
 {
-    return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
+    Drawing drawing;
+    drawing.width = 32;
+    drawing.height = 32;
+    Gradient linear;
+    linear.start = Point(0, -0.0);
+    linear.end = Point(32, -0.0);
+    linear.stops = { { 0.0, qRgb(255, 0, 0) }, { 1.0, qRgb(0, 0, 255) } };
+    Gradient radial;
+    radial.radial = true;
+    radial.start = Point(16, 8);
+    radial.radius = 12;
+    radial.stops = { { 0.0, qRgb(255, 0, 0) }, { 0.5, qRgb(200, 0, 0) }, { 1.0, qRgb(0, 0, 0) } };
+    drawing.gradients = { linear, radial };
+    for (int k : { 0, 1 }) {
+        Outline outline;
+        outline.shape = k == 0 ? rectangle(0, 16, 32, 32) : rectangle(0, 0, 32, 16);
+        outline.colour = qRgb(1, 2, 3);
+        outline.gradient = k;
+        drawing.outlines.push_back(outline);
+    }
+    return drawing;
 }
 
 PathPiece quadratic(const Point &a, const Point &b, const Point &c)
@@ -216,6 +243,47 @@ private slots:
         QTest::newRow("layer 5") << outlines("\"layer\":5") << QString("\"layer\" has to be text");
         QTest::newRow("holes that are no list")
             << outlines("\"holes\":1") << QString("\"holes\" has to be a list");
+        const auto gradient = [&](const char *text) {
+            return first + "\"gradients\":[" + text + "],\"outlines\":[]}";
+        };
+        const char places[] = "\"from\":[0,0],\"to\":[9,0],";
+        const QByteArray linear = QByteArray("{\"type\":\"linear\",") + places;
+        QTest::newRow("gradient of another kind")
+            << gradient("{\"type\":\"conic\"}") << QString("gradient 0: \"type\" has to be");
+        QTest::newRow("gradient without stops") << gradient(linear + "\"stops\":[]}")
+                                                << QString("gradient 0: there have to be 2 to 16");
+        QTest::newRow("gradient of one stop") << gradient(linear + "\"stops\":[[0,\"#fff\"]]}")
+                                              << QString("there have to be 2 to 16 stops");
+        QByteArray many;
+        for (int k = 0; k < 17; ++k)
+            many += ",[0.5,\"#fff\"]";
+        QTest::newRow("gradient of 17 stops")
+            << gradient(linear + "\"stops\":[" + many.mid(1) + "]}")
+            << QString("there have to be 2 to 16 stops");
+        QTest::newRow("stop beyond the end")
+            << gradient(linear + "\"stops\":[[0,\"#fff\"],[1.01,\"#000\"]]}")
+            << QString("numbers from 0 to 1");
+        QTest::newRow("stop that is no number")
+            << gradient(linear + "\"stops\":[[\"nan\",\"#fff\"],[1,\"#000\"]]}")
+            << QString("numbers from 0 to 1");
+        QTest::newRow("stops that fall")
+            << gradient(linear + "\"stops\":[[0.6,\"#fff\"],[0.5,\"#000\"]]}")
+            << QString("numbers from 0 to 1 that do not fall");
+        QTest::newRow("stop without a colour")
+            << gradient(linear + "\"stops\":[[0],[1,\"#000\"]]}") << QString("each with a colour");
+        QTest::newRow("gradient to nowhere")
+            << gradient("{\"type\":\"linear\",\"from\":[0,0],\"to\":[\"inf\",0]}")
+            << QString("gradient 0: \"to\" has to be two numbers");
+        QTest::newRow("gradient of no length")
+            << gradient("{\"type\":\"linear\",\"from\":[1,2],\"to\":[1,2],"
+                        "\"stops\":[[0,\"#fff\"],[1,\"#000\"]]}")
+            << QString("are one point");
+        QTest::newRow("gradient of no radius")
+            << gradient("{\"type\":\"radial\",\"center\":[1,2],\"radius\":0,"
+                        "\"stops\":[[0,\"#fff\"],[1,\"#000\"]]}")
+            << QString("\"radius\" has to be above 0");
+        QTest::newRow("gradient that is not there")
+            << outlines("\"gradient\":0") << QString("outline 0: there are no gradients");
         QTest::newRow("no start") << outlines("\"pieces\":[[\"L\",1,2]]")
                                   << QString("outline 0: \"start\" has to be");
         const auto size
@@ -237,6 +305,53 @@ private slots:
         QString error;
         QVERIFY(!readJson(text, &drawing, &error));
         QVERIFY2(error.contains(words), qPrintable(error));
+    }
+
+    void gradientsAreRead()
+    {
+        const Drawing drawing = withGradients();
+        const QByteArray text
+            = written([&](QIODevice *device) { return writeJson(drawing, device); });
+        Drawing after;
+        QString error;
+        QVERIFY2(readJson(text, &after, &error), qPrintable(error));
+        QCOMPARE(written([&](QIODevice *device) { return writeJson(after, device); }), text);
+        QCOMPARE(after.gradients.size(), std::size_t(2));
+        QVERIFY(after.gradients[1].radial);
+        QCOMPARE(after.gradients[0].stops[1].colour, qRgb(0, 0, 255));
+        QCOMPARE(after.outlines[0].gradient, 0);
+        QVERIFY(!after.about.contains(QLatin1String("gradients")));
+    }
+
+    // Where the painter has which colour: half a pixel of a gradient of 32 pixels is 4 steps.
+    void previewHasGradients()
+    {
+        const QImage image = renderDrawing(withGradients(), PaintStyle(), 1.0);
+        const auto reds = [&](int x, int y) { return qRed(image.pixel(x, y)); };
+        QVERIFY(std::abs(reds(0, 8) - 251) <= 4);
+        QVERIFY(std::abs(reds(15, 8) - 131) <= 4);
+        QVERIFY(std::abs(reds(31, 8) - 4) <= 4);
+        QVERIFY(reds(16, 24) > 230);
+        QVERIFY(reds(16, 17) < reds(16, 20));
+        QCOMPARE(reds(0, 31), 0); // beyond the radius
+    }
+
+    // A gradient that cannot be painted is its outline's colour.
+    void gradientsThatAreNoneAreLeftOut()
+    {
+        Drawing drawing = withGradients();
+        drawing.gradients[0].stops[1].at = std::nan("");
+        drawing.outlines[1].gradient = 7;
+        for (const Format &format : allFormats()) {
+            if (!(format.capabilities & kHasGradients) || format.name == std::string("json"))
+                continue;
+            QBuffer buffer;
+            buffer.open(QIODevice::WriteOnly);
+            QCOMPARE(int(format.write(drawing, WriteOptions(), &buffer)), int(Written::Whole));
+            QVERIFY(!buffer.data().contains("nan"));
+            QVERIFY(!buffer.data().contains("url("));
+        }
+        QCOMPARE(renderDrawing(drawing, PaintStyle(), 1.0).pixel(3, 3), qRgb(1, 2, 3));
     }
 
     void holesOfNestedOutlinesAreRead()

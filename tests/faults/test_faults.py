@@ -93,6 +93,7 @@ class FaultTest(CommandTest):
     def check_message(self, result):
         self.assertIn(result.returncode, (1, 2, 3, 4))
         self.assertRegex(result.stderr, rb"\Aztrace: [^\n]+\n\Z")
+        self.assertNotRegex(result.stderr, rb"Success|Unknown|No error")
 
     def check_whole(self, result, old):
         """All is there, or nothing has changed and it is told."""
@@ -189,19 +190,43 @@ class Faults(FaultTest):
         self.assertGreater(made, 10)
 
     def test_batch(self):
-        """A line between the run and its workers that is not written ends no run in waiting."""
-        for kind in "write", "read":
-            for at in range(1, 7):
-                shutil.rmtree(self.path("batch"), ignore_errors=True)
-                environment = {**os.environ, "FAULT_KIND": kind, "FAULT_AT": str(at), "LD_PRELOAD": FAULTS}
-                result = subprocess.run([PROGRAM, "batch", self.image, "--out", self.path("batch")], env=environment,
+        """A call that fails in the run and in its workers ends nothing in waiting, and loses nothing in silence."""
+        folder = self.path("batch")
+        kinds = [{"FAULT_KIND": kind}
+                 for kind in ("write", "read", "open", "close", "fsync", "rename", "link", "stat")]
+        # In the run, and in its worker; before that the process has not come to its first line.
+        kinds += [{"FAULT_KIND": "alloc", "FAULT_FROM": name} for name in ("ztrace-results.jsonl", "a.png")]
+        for kind in kinds:
+            at = 0
+            while at < MOST_CALLS:
+                at += 1 if at < 8 else at // 4
+                shutil.rmtree(folder, ignore_errors=True)
+                self.restore()
+                environment = {**os.environ, **kind, "FAULT_AT": str(at), "LD_PRELOAD": FAULTS,
+                               "FAULT_MARK": self.mark}
+                result = subprocess.run([PROGRAM, "batch", self.image, "--out", folder], env=environment,
                                         stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
                 with self.subTest((kind, at, result)):
-                    self.assertIn(result.returncode, (0, 1, 2, 3, 4))
-                    if result.returncode != 0:
-                        self.assertIn(b"ztrace: ", result.stderr)
-                    for name in os.listdir(self.path("batch")) if os.path.isdir(self.path("batch")) else []:
-                        self.assertRegex(name, r"^(a\.svg|ztrace-[a-z.]+)$")
+                    self.check_batch(result, folder)
+                if not os.path.exists(self.mark):
+                    break
+
+    def check_batch(self, result, folder):
+        self.assertIn(result.returncode, (0, 1, 2, 3, 4))
+        names = os.listdir(folder) if os.path.isdir(folder) else []
+        for name in names:
+            self.assertRegex(name, r"^(a\.svg|ztrace-[a-z.]+)$")
+        if result.returncode != 0:
+            self.assertIn(b"ztrace: ", result.stderr)
+        else:
+            self.assertIn("a.svg", names)
+        texts = {"": result.stderr}
+        for name in names:
+            with open(os.path.join(folder, name), "rb") as file:
+                texts[name] = file.read()
+        for text in texts.values():
+            self.assertNotRegex(text, rb"Success|Unknown error|No error")
+        self.assertEqual(texts.get("a.svg", self.whole["old.svg"]), self.whole["old.svg"])
 
     def test_input(self):
         """An input that cannot be read, even in its middle, is no drawing."""

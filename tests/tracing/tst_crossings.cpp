@@ -31,16 +31,21 @@ fit::Path pathOf(const fit::Truth &truth)
     return path;
 }
 
-// Whether segments cross with each end farther than a hundredth of a pixel from the other's line.
 bool lineCrosses(fit::Point a, fit::Point b, fit::Point c, fit::Point d)
 {
-    const auto off = [](fit::Point from, fit::Point to, fit::Point p) {
-        return cross(to - from, p - from) / std::hypot(to.x - from.x, to.y - from.y);
+    const auto apart = [](fit::Point from, fit::Point to, fit::Point p, fit::Point q) {
+        return cross(to - from, p - from) * cross(to - from, q - from) < 0;
     };
-    const auto apart = [](double one, double other) {
-        return std::min(one, other) < -0.01 && std::max(one, other) > 0.01;
-    };
-    return apart(off(a, b, c), off(a, b, d)) && apart(off(c, d, a), off(c, d, b));
+    return apart(a, b, c, d) && apart(c, d, a, b);
+}
+
+// Whether an end of one lies within two hundredths of a pixel of the other.
+bool lineTouches(fit::Point a, fit::Point b, fit::Point c, fit::Point d)
+{
+    const fit::Piece first = fit::linePiece(a, b);
+    const fit::Piece second = fit::linePiece(c, d);
+    return fit::distanceTo(first, c) < 0.02 || fit::distanceTo(first, d) < 0.02
+        || fit::distanceTo(second, a) < 0.02 || fit::distanceTo(second, b) < 0.02;
 }
 
 } // namespace
@@ -51,7 +56,9 @@ class tst_Crossings : public QObject
 
 private slots:
     void randomLinesAgainstAllPairs();
-    void whatOnlyTouchesDoesNotCross();
+    void nodesAreNoCrossings();
+    void whatTouches();
+    void curvesCrossAtTheirChordsEnds();
     void pathsCrossThemselves();
     void circles();
     void onlyWhatIsLookedAt();
@@ -74,7 +81,8 @@ void tst_Crossings::randomLinesAgainstAllPairs()
         for (uint32_t k = i + 1; k < paths.size(); ++k) {
             const fit::Piece &a = paths[i].pieces[0];
             const fit::Piece &b = paths[k].pieces[0];
-            if (lineCrosses(a.start, a.end, b.start, b.end))
+            if (lineCrosses(a.start, a.end, b.start, b.end)
+                || lineTouches(a.start, a.end, b.start, b.end))
                 expected.emplace_back(i, k);
         }
     }
@@ -82,13 +90,48 @@ void tst_Crossings::randomLinesAgainstAllPairs()
     QCOMPARE(crossingsOf(paths, 90, 70), expected);
 }
 
-void tst_Crossings::whatOnlyTouchesDoesNotCross()
+void tst_Crossings::nodesAreNoCrossings()
 {
     const fit::Point node = { 20, 20 };
     const std::vector<fit::Path> paths
         = { pathOf({ node, { 30, 20 } }), pathOf({ node, { 30, 21 } }), pathOf({ { 5, 20 }, node }),
-            pathOf({ { 20, 5 }, { 20, 20.005 } }) };
+            pathOf({ { 20, 5 }, node }) };
     QVERIFY(crossingsOf(paths, 40, 40).empty());
+}
+
+// They leave nothing of what is between them.
+void tst_Crossings::whatTouches()
+{
+    const fit::Path flat = pathOf({ { 5, 20 }, { 30, 20 } });
+    const Pairs one = { { 0, 1 } };
+    // An end of a boundary, and a joint of one, upon the middle of another.
+    QCOMPARE(crossingsOf({ flat, pathOf({ { 20, 5 }, { 20, 19.985 } }) }, 40, 40), one);
+    QVERIFY(crossingsOf({ flat, pathOf({ { 20, 5 }, { 20, 19.97 } }) }, 40, 40).empty());
+    QCOMPARE(crossingsOf({ flat, pathOf({ { 15, 5 }, { 20, 19.99 }, { 25, 5 } }) }, 40, 40), one);
+    // Joints of two boundaries at one place.
+    const fit::Path bent = pathOf({ { 5, 5 }, { 20, 20 }, { 5, 35 } });
+    QCOMPARE(crossingsOf({ bent, pathOf({ { 35, 5 }, { 20, 20 }, { 35, 35 } }) }, 40, 40), one);
+    // The same line between two nodes, and one that lies upon a longer one.
+    QCOMPARE(crossingsOf({ flat, pathOf({ { 30, 20 }, { 5, 20 } }) }, 40, 40), one);
+    QCOMPARE(crossingsOf({ flat, pathOf({ { 5, 20 }, { 15, 20.01 } }) }, 40, 40), one);
+    // Across the border of the cells that pairs are looked for in.
+    QCOMPARE(
+        crossingsOf({ pathOf({ { 7.995, 2 }, { 7.995, 30 } }), pathOf({ { 8, 5 }, { 15, 9 } }) },
+                    40, 40),
+        one);
+}
+
+// A curve that crosses a line exactly where it was cut into chords.
+void tst_Crossings::curvesCrossAtTheirChordsEnds()
+{
+    fit::Path arc = {};
+    arc.pieces.push_back(fit::arcPiece({ 10, 20 }, { 30, 20 }, 1.0));
+    for (int k = 1; k < 40; ++k) {
+        const fit::Point on = fit::pointAt(arc.pieces.front(), k / 40.0);
+        const fit::Point out = on - fit::Point { 20, 20 };
+        const fit::Path line = pathOf({ { 20, 20 }, fit::Point { 20, 20 } + 1.8 * out });
+        QCOMPARE(crossingsOf({ arc, line }, 60, 60), (Pairs { { 0, 1 } }));
+    }
 }
 
 void tst_Crossings::pathsCrossThemselves()
@@ -97,6 +140,11 @@ void tst_Crossings::pathsCrossThemselves()
         = { pathOf({ { 5, 5 }, { 25, 5 }, { 25, 25 }, { 15, 0 } }), // over its first line
             pathOf({ { 5, 30 }, { 25, 30 }, { 25, 35 } }) };
     QCOMPARE(crossingsOf(paths, 40, 40), (Pairs { { 0, 0 } }));
+    // There and back; a blunt tip is none of that.
+    QCOMPARE(crossingsOf({ pathOf({ { 5, 5 }, { 25, 5 }, { 15, 5 } }) }, 40, 40),
+             (Pairs { { 0, 0 } }));
+    QVERIFY(
+        crossingsOf({ pathOf({ { 5, 5 }, { 25, 5 }, { 25, 5.05 }, { 5, 6 } }) }, 40, 40).empty());
 }
 
 void tst_Crossings::circles()

@@ -1,0 +1,388 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// The picture with its ramps flat, and the labels of the ramps in what was made of that picture.
+#include "ramps.h"
+
+#include "colour.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace ztrace {
+
+namespace {
+
+const int kSoft = 2;          // pixels beside a ramp that a soft edge over it has
+const int kToInk = 3;         // pixels from one of them to what lies over the ramp
+const int kPlateau = 2;       // pixels beyond that, where the colour is to be the same
+const double kShading = 1.15; // times as unlike the ramp: the colour goes on changing there
+const int kBeside = 3;        // pixels from a ramp whose colours its stand-in has to differ from
+const int kApart = 96;        // hueDistance of a stand-in from these, where one has it
+const int kSteps = 4;         // of a channel of other stand-ins
+const double kLeastShare = 0.002; // of the pixels beside a ramp: fewer of a colour are soft edges
+const double kOffLine = 0.2;  // part of the way from ramp to ink that a mixture may be beside it
+const double kOffNoise = 8.0; // of a channel; the same
+const std::size_t kMostLabels = 65534;
+const int kToRamp = 4; // pixels from one that was taken for a stand-in to a ramp
+
+class Flattening
+{
+public:
+    Flattening(SoftPixels s, Ramps *r, QImage *i)
+        : soft(s), ramps(*r), image(*i), source(*i), width(i->width()), height(i->height()),
+          before(r->ofPixel)
+    {
+        source.detach();
+    }
+
+    void run()
+    {
+        chooseStandIns();
+        for (int y = 0; y < height; ++y) {
+            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
+            for (int x = 0; x < width; ++x) {
+                const uint16_t own = at(x, y);
+                if (own != 0)
+                    words[x] = ramps.areas[own - 1u].standIn;
+                else if (qAlpha(words[x]) == 255)
+                    words[x] = softened(x, y);
+            }
+        }
+    }
+
+private:
+    uint16_t at(int x, int y) const
+    {
+        return before[std::size_t(y) * std::size_t(width) + std::size_t(x)];
+    }
+
+    template<typename Use>
+    void forEachAround(int x, int y, int reach, Use use) const
+    {
+        for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
+            for (int i = std::max(0, x - reach); i <= std::min(width - 1, x + reach); ++i)
+                use(i, j);
+        }
+    }
+
+    // Colours beside each ramp, in cubes of 16, with how often they are there.
+    struct Beside
+    {
+        std::vector<std::size_t> counts = std::vector<std::size_t>(4096, 0);
+        std::vector<uint16_t> ramps; // other ones
+        std::size_t pixels = 0;
+    };
+
+    std::vector<Beside> findBeside() const
+    {
+        std::vector<Beside> beside(ramps.areas.size());
+        for (int y = 0; y < height; ++y) {
+            const QRgb *words = row(source, y);
+            for (int x = 0; x < width; ++x) {
+                const uint16_t own = at(x, y);
+                uint16_t last = 0;
+                for (const auto &step :
+                     { std::make_pair(-kBeside, 0), std::make_pair(kBeside, 0),
+                       std::make_pair(0, -kBeside), std::make_pair(0, kBeside) }) {
+                    const int i = x + step.first;
+                    const int j = y + step.second;
+                    if (i < 0 || j < 0 || i >= width || j >= height)
+                        continue;
+                    const uint16_t other = at(i, j);
+                    if (other == 0 || other == own || other == last)
+                        continue;
+                    last = other;
+                    Beside &around = beside[other - 1u];
+                    if (own != 0) {
+                        if (std::find(around.ramps.begin(), around.ramps.end(), own)
+                            == around.ramps.end())
+                            around.ramps.push_back(own);
+                        continue;
+                    }
+                    const QRgb word = words[x];
+                    if (isShaded(word, x + step.first / -kBeside * kPlateau,
+                                 y + step.second / -kBeside * kPlateau))
+                        continue;
+                    ++around.counts[std::size_t((qRed(word) >> 4 << 8) | (qGreen(word) >> 4 << 4)
+                                                | qBlue(word) >> 4)];
+                    ++around.pixels;
+                }
+            }
+        }
+        return beside;
+    }
+
+    // Whether the colour goes on changing, to a pixel further away.
+    bool isShaded(QRgb word, int x, int y) const
+    {
+        return x >= 0 && y >= 0 && x < width && y < height
+            && hueDistance(word, row(source, y)[x]) > kClearly;
+    }
+
+    // The mean, where nothing beside the ramp is like it.
+    void chooseStandIns()
+    {
+        const std::vector<Beside> beside = findBeside();
+        for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+            std::vector<QRgb> taken;
+            for (std::size_t cube = 0; cube < beside[k].counts.size(); ++cube) {
+                if (double(beside[k].counts[cube]) > kLeastShare * double(beside[k].pixels))
+                    taken.push_back(qRgb(int(cube >> 8) * 16 + 8, int(cube >> 4 & 15) * 16 + 8,
+                                         int(cube & 15) * 16 + 8));
+            }
+            for (uint16_t other : beside[k].ramps) {
+                if (other <= k)
+                    taken.push_back(ramps.areas[other - 1u].standIn);
+            }
+            ramps.areas[k].standIn = apartFrom(taken, ramps.areas[k].mean);
+        }
+    }
+
+    static int distanceTo(const std::vector<QRgb> &taken, QRgb colour)
+    {
+        int least = std::numeric_limits<int>::max();
+        for (QRgb other : taken)
+            least = std::min(least, hueDistance(colour, other));
+        return least;
+    }
+
+    static QRgb apartFrom(const std::vector<QRgb> &taken, QRgb mean)
+    {
+        int most = distanceTo(taken, mean);
+        QRgb best = mean;
+        for (int k = 0; k < kSteps * kSteps * kSteps && most < kApart; ++k) {
+            const auto step = [](int part) { return part % kSteps * 255 / (kSteps - 1); };
+            const QRgb other = qRgb(step(k), step(k / kSteps), step(k / kSteps / kSteps));
+            const int distance = distanceTo(taken, other);
+            if (distance > most) {
+                most = distance;
+                best = other;
+            }
+        }
+        return best;
+    }
+
+    // What a ramp is mixed with in a soft pixel, before and after it is flat.
+    struct Ink
+    {
+        RampColour before = {};
+        RampColour after = {};
+        double far = 0.0;    // squared, from the ramp
+        uint16_t number = 0; // of the ramp that it is, if it is one
+    };
+
+    // A pixel beside a ramp that is a mixture of it with what lies over it, or with another ramp.
+    QRgb softened(int x, int y)
+    {
+        uint16_t number = 0;
+        int nearest = std::numeric_limits<int>::max();
+        forEachAround(x, y, kSoft, [&](int i, int j) {
+            const int distance = (i - x) * (i - x) + (j - y) * (j - y);
+            if (at(i, j) != 0 && distance < nearest) {
+                nearest = distance;
+                number = at(i, j);
+            }
+        });
+        const QRgb word = row(source, y)[x];
+        if (number == 0)
+            return word;
+        const RampArea &area = ramps.areas[number - 1u];
+        const RampColour drawn = area.ramp.colourAt(x + 0.5, y + 0.5);
+        const Ink ink = inkOf(x, y, number, drawn);
+        const double share = shareOf(rampColourOf(word), drawn, ink);
+        if (share < 0.0)
+            return word;
+        if (soft == SoftPixels::Mixed)
+            return mixed(rampColourOf(word), drawn, rampColourOf(area.standIn), ink, share);
+        if (share >= 0.5 && ink.number == 0)
+            return wordOf(ink.after);
+        const uint16_t own = share >= 0.5 ? ink.number : number;
+        ramps.ofPixel[std::size_t(y) * std::size_t(width) + std::size_t(x)] = own;
+        return ramps.areas[own - 1u].standIn;
+    }
+
+    static double squaredBetween(const RampColour &a, const RampColour &b)
+    {
+        double sum = 0.0;
+        for (std::size_t c = 0; c < 3; ++c)
+            sum += (a[c] - b[c]) * (a[c] - b[c]);
+        return sum;
+    }
+
+    // Of all pixels around the one that is least like the ramp. None where that goes on a little
+    // further away: there is a shade, not an edge.
+    Ink inkOf(int x, int y, uint16_t number, const RampColour &drawn) const
+    {
+        Ink ink;
+        double further = 0.0;
+        forEachAround(x, y, kToInk + kPlateau, [&](int i, int j) {
+            const uint16_t other = at(i, j);
+            const QRgb word = row(source, j)[i];
+            if (other == number || qAlpha(word) != 255)
+                return;
+            const RampColour colour = rampColourOf(word);
+            const double far = squaredBetween(colour, drawn);
+            further = std::max(further, far);
+            if (far <= ink.far || std::abs(i - x) > kToInk || std::abs(j - y) > kToInk)
+                return;
+            ink.before = colour;
+            ink.after = other != 0 ? rampColourOf(ramps.areas[other - 1u].standIn) : colour;
+            ink.far = far;
+            ink.number = other;
+        });
+        if (further > kShading * kShading * ink.far)
+            ink.far = 0.0;
+        return ink;
+    }
+
+    // Of the ink in a pixel; below 0 where it is no mixture.
+    static double shareOf(const RampColour &colour, const RampColour &drawn, const Ink &ink)
+    {
+        if (!(ink.far > 0.0))
+            return -1.0;
+        double share = 0.0;
+        for (std::size_t c = 0; c < 3; ++c)
+            share += (colour[c] - drawn[c]) * (ink.before[c] - drawn[c]) / ink.far;
+        share = std::clamp(share, 0.0, 1.0);
+        RampColour expected;
+        for (std::size_t c = 0; c < 3; ++c)
+            expected[c] = drawn[c] + share * (ink.before[c] - drawn[c]);
+        const double off = kOffNoise + kOffLine * std::sqrt(ink.far);
+        return farthestChannel(colour, expected) <= off ? share : -1.0;
+    }
+
+    // The same mixture with the stand-in.
+    static QRgb mixed(const RampColour &colour, const RampColour &drawn, const RampColour &standIn,
+                      const Ink &ink, double share)
+    {
+        RampColour mixture;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double rest = colour[c] - drawn[c] - share * (ink.before[c] - drawn[c]);
+            mixture[c] = standIn[c] + share * (ink.after[c] - standIn[c]) + rest;
+        }
+        return wordOf(mixture);
+    }
+
+    const SoftPixels soft;
+    Ramps &ramps;
+    QImage &image;
+    QImage source; // as it was
+    const int width;
+    const int height;
+    const std::vector<uint16_t> before; // ramps of the pixels
+};
+
+} // namespace
+
+void flatten(SoftPixels soft, Ramps *ramps, QImage *image)
+{
+    if (!ramps->areas.empty())
+        Flattening(soft, ramps, image).run();
+}
+
+std::optional<QImage> withoutRamps(const QImage &image, double price)
+{
+    QImage flat = image.convertToFormat(QImage::Format_ARGB32);
+    Ramps ramps = findRamps(flat, price);
+    if (ramps.areas.empty())
+        return std::nullopt;
+    flatten(SoftPixels::Mixed, &ramps, &flat);
+    return flat;
+}
+
+namespace {
+
+// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: they go
+// to the nearest ramp.
+void settleStrays(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size_t first,
+                  int width, std::vector<uint16_t> *labels)
+{
+    std::vector<bool> isStrange(first, false);
+    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+        if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) > kClearly)
+            isStrange[usual[k]] = true;
+    }
+    const int height = int(labels->size() / std::size_t(width));
+    const auto at
+        = [width](int x, int y) { return std::size_t(y) * std::size_t(width) + std::size_t(x); };
+    const auto isStray = [&](std::size_t place) {
+        return (*labels)[place] < first && isStrange[(*labels)[place]];
+    };
+    const std::vector<uint16_t> before = *labels;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            if (!isStray(at(x, y)))
+                continue;
+            int nearest = std::numeric_limits<int>::max();
+            for (int j = std::max(0, y - kToRamp); j <= std::min(height - 1, y + kToRamp); ++j) {
+                for (int i = std::max(0, x - kToRamp); i <= std::min(width - 1, x + kToRamp); ++i) {
+                    const int distance = (i - x) * (i - x) + (j - y) * (j - y);
+                    if (before[at(i, j)] >= first && distance < nearest) {
+                        nearest = distance;
+                        (*labels)[at(x, y)] = before[at(i, j)];
+                    }
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
+{
+    const std::size_t first = plane->colours.size();
+    if (first + ramps.areas.size() > kMostLabels || ramps.areas.empty())
+        return first;
+    // The label that most pixels of a ramp have.
+    std::vector<std::vector<uint32_t>> counts(ramps.areas.size());
+    for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k) {
+        if (ramps.ofPixel[k] == 0)
+            continue;
+        std::vector<uint32_t> &own = counts[ramps.ofPixel[k] - 1u];
+        own.resize(first, 0);
+        ++own[plane->labels[k]];
+    }
+    std::vector<std::size_t> usual;
+    for (const std::vector<uint32_t> &own : counts)
+        usual.push_back(std::size_t(std::max_element(own.begin(), own.end()) - own.begin()));
+    for (const RampArea &area : ramps.areas)
+        plane->colours.push_back(area.standIn);
+    // What looks like the stand-in and hangs together with the ramp is of the ramp.
+    std::vector<uint32_t> reached;
+    std::vector<uint16_t> labels = plane->labels;
+    for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k) {
+        if (ramps.ofPixel[k] == 0)
+            continue;
+        labels[k] = uint16_t(first + ramps.ofPixel[k] - 1u);
+        reached.push_back(uint32_t(k));
+    }
+    const std::size_t width = std::size_t(plane->width);
+    while (!reached.empty()) {
+        const std::size_t k = reached.back();
+        reached.pop_back();
+        const uint16_t own = labels[k];
+        const auto look = [&](std::size_t other) {
+            if (labels[other] < first && labels[other] == usual[own - first]) {
+                labels[other] = own;
+                reached.push_back(uint32_t(other));
+            }
+        };
+        if (k % width > 0)
+            look(k - 1);
+        if (k % width + 1 < width)
+            look(k + 1);
+        if (k >= width)
+            look(k - width);
+        if (k + width < labels.size())
+            look(k + width);
+    }
+    settleStrays(ramps, usual, first, plane->width, &labels);
+    plane->labels = std::move(labels);
+    return first;
+}
+
+} // namespace ztrace

@@ -1,0 +1,56 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A ramp: a colour that goes evenly along a line or away from a point, as viewers of drawings
+// paint gradients. docs/imaging/ramps.md.
+#ifndef ZTRACE_IMAGING_RAMP_H
+#define ZTRACE_IMAGING_RAMP_H
+
+#include <QRgb>
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace ztrace {
+
+// Red, green and blue, 0 to 255, as in the file: what is between two of them is linear there, since
+// that is what viewers do.
+typedef std::array<double, 3> RampColour;
+
+// What the colour is at a distance along the axis or from the centre, in pixels.
+struct RampStop
+{
+    double at;
+    RampColour colour;
+};
+
+// Pixels, y downwards, a pixel's centre is at a half. The stops are in the order of their
+// distances, at least two; before the first and after the last the colour stays.
+struct Ramp
+{
+    bool radial = false;
+    double x = 0.0; // the centre, or a point of the axis that is at distance 0
+    double y = 0.0;
+    double alongX = 1.0; // of the axis, length 1; radial ramps have none
+    double alongY = 0.0;
+    std::vector<RampStop> stops;
+
+    double distanceAt(double atX, double atY) const;
+    RampColour colourOf(double distance) const;
+    RampColour colourAt(double atX, double atY) const { return colourOf(distanceAt(atX, atY)); }
+};
+
+// Largest difference of a channel.
+double farthestChannel(const RampColour &a, const RampColour &b);
+
+inline RampColour rampColourOf(QRgb word)
+{
+    return { { double(qRed(word)), double(qGreen(word)), double(qBlue(word)) } };
+}
+
+// Rounded, within a byte, opaque.
+QRgb wordOf(const RampColour &colour);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,140 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "ramps.h"
+
+#include "colour.h"
+#include "rampgrowth.h"
+#include "rampmask.h"
+#include "seencolour.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+
+namespace ztrace {
+
+namespace {
+
+// Blocks of JPEG are of the first size; small areas have no room for more than the second.
+const int kTileSides[] = { 8, 4 };
+
+// Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
+// colour to another that is 3.5 such steps off has as much.
+const double kLeastContrast = 7.6;
+
+// What a gradient costs, in pixel edges of the price: ten numbers, at 0.4 numbers an edge, and what
+// a region costs.
+const double kEdgesOfRamp = 25.0 + 16.0;
+
+const double kEdgesOfStop = 10.0;  // the same of one more stop: four numbers
+const double kSeenOfChannel = 9.0; // squared SeenColour of one step in every channel, squared
+
+const double kVisible = 2.0;         // of a channel: what a further stop has to take off
+const std::size_t kMostRamps = 4000; // labels are two bytes
+
+// Mean squared distance of what is drawn to its mean.
+double contrastOf(const Ramp &ramp, const std::vector<RampSample> &samples, const SeenColours &seen)
+{
+    std::vector<SeenColour> colours;
+    SeenColour mean;
+    const float share = 1.0f / float(samples.size());
+    for (const RampSample &sample : samples) {
+        colours.push_back(seen.of(wordOf(ramp.colourAt(sample.x, sample.y))));
+        mean.lightness += share * colours.back().lightness;
+        mean.greenRed += share * colours.back().greenRed;
+        mean.blueYellow += share * colours.back().blueYellow;
+    }
+    double sum = 0.0;
+    for (const SeenColour &colour : colours)
+        sum += double(squaredDistance(colour, mean));
+    return sum / double(samples.size());
+}
+
+double countPixels(const RampTiles &tiles, const GrownRamp &grown)
+{
+    return double(grown.members.size()) * tiles.side * tiles.side;
+}
+
+// Pixel edges of the ramp's border where the picture goes on smoothly: without the ramp there would
+// be none.
+double softBorderOf(const RampTiles &tiles, const GrownRamp &grown)
+{
+    const std::size_t columns = std::size_t(tiles.columns);
+    const std::unordered_set<std::size_t> own(grown.members.begin(), grown.members.end());
+    double sides = 0.0;
+    const auto look = [&](std::size_t other) {
+        if (tiles.tiles[other].smooth && own.count(other) == 0)
+            sides += 1.0;
+    };
+    for (std::size_t member : grown.members) {
+        if (member % columns > 0)
+            look(member - 1);
+        if (member % columns + 1 < columns)
+            look(member + 1);
+        if (member >= columns)
+            look(member - columns);
+        if (member + columns < tiles.tiles.size())
+            look(member + columns);
+    }
+    return sides * tiles.side;
+}
+
+// What the best bands in place of the ramp would cost a pixel, their error and their borders: bands
+// as wide as 6 prices over the squared slope, to the power of a third, cost 1.5 prices over that.
+double bandsCost(double contrast, double length, double price)
+{
+    const double squaredSlope = 12.0 * contrast / (length * length);
+    return std::min(contrast, 1.5 * price * std::cbrt(squaredSlope / (6.0 * price)));
+}
+
+bool pays(const RampTiles &tiles, const GrownRamp &grown, double price, const SeenColours &seen)
+{
+    const std::vector<RampSample> samples = samplesOf(tiles, grown.members);
+    const double contrast = contrastOf(grown.ramp, samples, seen);
+    if (contrast < kLeastContrast * kLeastContrast)
+        return false;
+    const RampRange range = rangeOf(grown.ramp, samples);
+    const double saved
+        = bandsCost(contrast, range.most - range.least, price) * countPixels(tiles, grown);
+    return saved > price * (kEdgesOfRamp + softBorderOf(tiles, grown));
+}
+
+std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
+                                    const std::vector<bool> &free, double price,
+                                    const SeenColours &seen)
+{
+    std::vector<GrownRamp> ramps;
+    for (GrownRamp &grown : growRamps(tiles, free)) {
+        leaveWidePads(tiles, &grown);
+        if (!pays(tiles, grown, price, seen))
+            continue;
+        chooseStops(pixelsOf(image, tiles, grown.members), kVisible,
+                    price * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),
+                    &grown.ramp);
+        ramps.push_back(std::move(grown));
+    }
+    std::stable_sort(ramps.begin(), ramps.end(), [](const GrownRamp &a, const GrownRamp &b) {
+        return a.members.size() > b.members.size();
+    });
+    return ramps;
+}
+
+} // namespace
+
+Ramps findRamps(const QImage &image, double price)
+{
+    const SeenColours seen;
+    Ramps ramps;
+    RampMask mask(image);
+    for (int side : kTileSides) {
+        const RampTiles tiles = tilesOf(image, side);
+        std::vector<GrownRamp> grown
+            = rampsThatPay(image, tiles, mask.freeTiles(tiles), price, seen);
+        if (mask.ramps() + grown.size() > kMostRamps)
+            grown.resize(kMostRamps - mask.ramps());
+        mask.add(tiles, grown);
+    }
+    mask.finish(&ramps);
+    return ramps;
+}
+
+} // namespace ztrace

@@ -1,0 +1,60 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Areas of a picture that one ramp of colour explains, and the picture with these areas flat, so
+// that all that follows sees a flat area there: docs/imaging/ramps.md.
+#ifndef ZTRACE_IMAGING_RAMPS_H
+#define ZTRACE_IMAGING_RAMPS_H
+
+#include <QImage>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "LabelPlane.h"
+#include "ramp.h"
+
+namespace ztrace {
+
+// What a pixel edge has to save (shaded.h) where nothing else is said: that of the usual detail.
+const double kUsualPriceOfEdge = 400.0;
+
+// A ramp and its area. Stops reach as far as the area does.
+struct RampArea
+{
+    Ramp ramp;
+    QRgb mean;    // of its pixels
+    QRgb standIn; // in the flattened picture; no other colour beside the area is like it
+};
+
+struct Ramps
+{
+    std::vector<RampArea> areas;
+    std::vector<uint16_t> ofPixel; // 0: none, k + 1: areas[k]; rows from the top
+};
+
+// Of an ARGB32 image, in its opaque parts. `price` is what a pixel edge has to save (shaded.h): a
+// ramp costs as many edges as its numbers are worth, and has to be seen. A picture without ramps
+// has no areas, and then `ofPixel` is empty.
+Ramps findRamps(const QImage &image, double price);
+
+// What becomes of the soft pixels of what lies over a ramp.
+enum class SoftPixels {
+    Mixed,  // what they would be on the stand-in
+    Settled // the ramp's or of what lies over it, whichever has more of them
+};
+
+// Areas of ramps get their stand-ins, which are chosen here. Settled pixels change areas.
+void flatten(SoftPixels soft, Ramps *ramps, QImage *image);
+
+// A copy with its ramps flat; nothing where there are none.
+std::optional<QImage> withoutRamps(const QImage &image, double price);
+
+// A new label for every area, from plane->colours.size() on, with its stand-in's colour: its
+// pixels, and the soft ones beside them that were taken for the stand-in. Areas beyond the most
+// labels that there can be keep their stand-ins' labels. Returns the first label.
+std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane);
+
+} // namespace ztrace
+
+#endif

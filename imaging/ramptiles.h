@@ -1,0 +1,54 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// A picture as square tiles, each with the plane that its colours lie on:
+// docs/imaging/ramps.md, "Tiles".
+#ifndef ZTRACE_IMAGING_RAMPTILES_H
+#define ZTRACE_IMAGING_RAMPTILES_H
+
+#include <QImage>
+
+#include <vector>
+
+#include "ramp.h"
+
+namespace ztrace {
+
+// Of one tile: the colour in its middle, and how much it changes from pixel to pixel.
+struct RampTile
+{
+    RampColour colour = {};
+    RampColour slopeX = {};
+    RampColour slopeY = {};
+    double deviation = 0.0; // of a channel of a pixel from the plane
+    bool smooth = false;    // nothing but the plane and noise; opaque throughout
+};
+
+// Whole tiles only; what is left on the right and below belongs to none.
+struct RampTiles
+{
+    int side = 0; // pixels
+    int columns = 0;
+    int rows = 0;
+    double noise = 0.0; // deviation of a pixel's channel that the picture has everywhere
+    std::vector<RampTile> tiles;
+
+    const RampTile &at(int column, int row) const
+    {
+        return tiles[std::size_t(row) * std::size_t(columns) + std::size_t(column)];
+    }
+    double middleX(std::size_t tile) const
+    {
+        return (double(tile % std::size_t(columns)) + 0.5) * side;
+    }
+    double middleY(std::size_t tile) const
+    {
+        return (double(tile / std::size_t(columns)) + 0.5) * side;
+    }
+};
+
+// Of an ARGB32 image; `side` is at least 2.
+RampTiles tilesOf(const QImage &image, int side);
+
+} // namespace ztrace
+
+#endif

@@ -1,0 +1,161 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Gradients: what is drawn, what formats and other programs make of it, and the dial of detail."""
+import json
+import math
+import re
+import unittest
+
+from support import CommandTest, png
+from test_readers import Image, needs, run_reader
+
+SIDE = 120
+
+
+def ramped(x, y):
+    """A white disc on a ramp from blue to yellow, 30 degrees down."""
+    away = math.hypot(x + 0.5 - SIDE / 2, y + 0.5 - SIDE / 2)
+    share = ((x + 0.5) * math.cos(math.pi / 6) + (y + 0.5) * math.sin(math.pi / 6)) / (1.37 * SIDE)
+    cover = min(1.0, max(0.0, away - SIDE / 5))
+    return tuple(round(255 + cover * (a + share * (b - a) - 255))
+                 for a, b in zip((30, 60, 200), (250, 230, 80))) + (255,)
+
+
+@unittest.skipUnless(Image, "Pillow is not installed")
+class Gradients(CommandTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(SIDE, SIDE, ramped))
+        self.run_program("a.png", "--gradients", "-p", "logo", "-o", "a.svg", "-o", "a.pdf", "-o", "b.png")
+
+    def assert_like(self, name):
+        """Mean difference of a channel; bands of 16 colours would have 4."""
+        with Image.open(self.path(name)) as image:
+            found = image.convert("RGB").resize((SIDE, SIDE))
+        total = sum(abs(a - b) for y in range(SIDE) for x in range(SIDE)
+                    for a, b in zip(found.getpixel((x, y)), ramped(x, y)))
+        self.assertLess(total / (3 * SIDE * SIDE), 2.0, name)
+
+    def test_preview(self):
+        self.assert_like("b.png")
+
+    @needs("rsvg-convert")
+    def test_rsvg(self):
+        run_reader(["rsvg-convert", "a.svg", "-o", "c.png"], self.folder)
+        self.assert_like("c.png")
+
+    @needs("inkscape")
+    def test_inkscape(self):
+        run_reader(["inkscape", "--export-type=png", "--export-filename=c.png", "a.svg"], self.folder)
+        self.assert_like("c.png")
+
+    @needs("pdftoppm")
+    def test_poppler(self):
+        run_reader(["pdftoppm", "-r", "96", "-singlefile", "-png", "a.pdf", "c"], self.folder)
+        self.assert_like("c.png")
+
+    @needs("gs")
+    def test_ghostscript(self):
+        run_reader(["gs", "-q", "-dBATCH", "-dNOPAUSE", "-dSAFER", "-r96", "-sDEVICE=png16m", "-sOutputFile=c.png",
+                    "a.pdf"], self.folder)
+        self.assert_like("c.png")
+
+
+def gradients(svg):
+    return re.findall(rb"<(linear|radial)Gradient ([^>]*)>(.*?)</", svg)
+
+
+class Drawn(CommandTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(SIDE, SIDE, ramped))
+
+    def svg(self, *arguments):
+        return self.run_program("a.png", *arguments, "-o", "-").stdout
+
+    def test_only_where_asked_for(self):
+        for preset in "logo", "photo", "poster":
+            self.assertEqual(gradients(self.svg("-p", preset)), [])
+            self.assertEqual(len(gradients(self.svg("-p", preset, "--gradients"))), 1, preset)
+
+    def test_either_fit(self):
+        for fit in "engine", "fair":
+            kind, places, stops = gradients(self.svg("-p", "logo", "--gradients", "--fit", fit))[0]
+            self.assertEqual(kind, b"linear")
+            self.assertIn(b'gradientUnits="userSpaceOnUse"', places)
+            x1, y1, x2, y2 = (float(n) for n in re.findall(rb'[xy][12]="([^"]*)"', places))
+            self.assertAlmostEqual(math.degrees(math.atan2(y2 - y1, x2 - x1)), 30, delta=1)
+            self.assertEqual(stops.count(b"<stop"), 2)
+
+    def test_one_area_in_place_of_bands(self):
+        self.assertEqual(self.svg("-p", "photo", "--gradients").count(b"<path"), 2)
+        self.assertGreater(self.svg("-p", "photo").count(b"<path"), 8)
+
+    def test_auto_sees_what_lies_on_the_ramp(self):
+        self.assertIn(b"photo", self.run_program("a.png", "-o", "b.svg", "--stats").stdout)
+        self.assertIn(b"logo", self.run_program("a.png", "-o", "b.svg", "--stats", "--gradients").stdout)
+
+    def test_json_and_back(self):
+        self.run_program("a.png", "--gradients", "-p", "logo", "-o", "a.json", "-o", "a.svg")
+        drawing = json.loads(self.read("a.json"))
+        self.assertEqual(len(drawing["gradients"]), 1)
+        self.run_program("a.json", "-o", "b.svg", "-o", "b.json")
+        self.assertEqual(self.read("b.svg"), self.read("a.svg"))
+        self.assertEqual(self.read("b.json"), self.read("a.json"))
+
+    def test_formats_without_have_the_mean_and_say_so(self):
+        for name in "dxf", "geojson":
+            result = self.run_program("a.png", "--gradients", "-o", "a." + name)
+            self.assertEqual(result.stderr.decode(), "ztrace: %s has no gradients: their areas have the mean colour\n"
+                             % name)
+        self.run_program("a.png", "--gradients", "-o", "a.json", "-o", "a.svg")
+        result = self.run_program("a.json", "-o", "b.dxf")
+        self.assertIn(b"dxf has no gradients", result.stderr)
+        mean = next(o["color"] for o in json.loads(self.read("a.json"))["outlines"] if "gradient" in o)
+        numbers = [int(mean[k:k + 2], 16) for k in (1, 3, 5)]
+        pixels = [ramped(x, y) for y in range(SIDE) for x in range(SIDE) if math.dist((x, y), (60, 60)) > 26]
+        for channel, number in enumerate(numbers):
+            self.assertAlmostEqual(number, sum(p[channel] for p in pixels) / len(pixels), delta=2)
+        self.assertNotIn(b"dxf", self.run_program("a.png", "-o", "c.dxf").stderr)
+
+    def test_palettes_and_ink_have_none(self):
+        for arguments, words in (["-p", "logo", "--palette", "red,blue"], b"the palette gives the colours"), \
+                (["-p", "lineart"], b"the preset makes black and white"), (["--raw"], b"--raw leaves all"):
+            result = self.run_program("a.png", "--gradients", *arguments, "-o", "a.svg")
+            self.assertIn(b"--gradients has no effect: " + words, result.stderr)
+            self.assertEqual(gradients(self.read("a.svg")), [])
+
+    def test_outlines_and_layers(self):
+        self.assertEqual(gradients(self.svg("--gradients", "--outline")), [])
+        layered = self.svg("--gradients", "-p", "logo", "--layers")
+        self.assertEqual(len(gradients(layered)), 1)
+        self.assertEqual(layered.count(b'fill="url(#gradient1)"'), 1)
+
+    def test_check_of_batch_draws_them(self):
+        self.run_program("batch", "a.png", "--out", "o", "--gradients", "-p", "logo", "-f", "svg")
+        line = json.loads(self.read("o/ztrace-results.jsonl").splitlines()[0])
+        self.assertLess(line["check"]["colourError"], 0.01)
+        self.assertGreater(line["check"]["agreement"], 0.97)
+        self.assertNotIn("flags", line)
+
+    def test_two_drawings_are_one(self):
+        self.assertEqual(self.svg("--gradients"), self.svg("--gradients"))
+
+
+class Detail(CommandTest):
+    def test_more_detail_is_more_areas(self):
+        def blobs(x, y):
+            light = 128 + 40 * math.sin(x / 4) * math.sin(y / 5) + 25 * math.sin(x / 1.7 + y / 2.3)
+            return tuple(int(light * part) for part in (1.0, 0.9, 0.7)) + (255,)
+
+        self.write("a.png", png(96, 96, blobs))
+        counts = []
+        for detail in ["--detail", "0"], ["--detail", "3"], ["--detail", "5"], ["--detail", "8"], []:
+            self.run_program("a.png", "-p", "photo", *detail, "-o", "b.json")
+            counts.append(len(json.loads(self.read("b.json"))["outlines"]))
+        self.assertEqual(counts[:4], sorted(set(counts[:4])))
+        self.assertGreater(counts[3], 4 * counts[0])
+        self.assertEqual(counts[4], counts[2])
+
+
+if __name__ == "__main__":
+    unittest.main()
