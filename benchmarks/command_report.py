@@ -126,7 +126,8 @@ def times_section(numbers):
     return (["## Times", "",
              f"Milliseconds of processor time, median (and least) of {numbers['rounds']}; the last "
              "column by the clock. potrace starts from a bitmap that is ready made; vtracer's is its "
-             "conversion alone, without node's start. With a picture stands the preset that fits.",
+             "conversion alone, without node's start. With a picture stands the preset that fits. "
+             f"ztrace runs with `--fit {numbers.get('fit', 'engine')}`.",
              ""]
             + report.table(["picture"] + tools + ["ztrace, clock"], rows)
             + ["As multiples of decoding and the engine's trace together:", ""]

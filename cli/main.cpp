@@ -109,6 +109,25 @@ private:
         return made;
     }
 
+    // One of several; what is wrong with it is told.
+    ExitCode tracePage(const ImageSource &source, int page, const std::vector<Output> &outputs)
+    {
+        const auto failed = [&](ExitCode code, const std::string &why) {
+            tell("page " + std::to_string(page) + ": " + why);
+            return code;
+        };
+        try {
+            trace(source, page, outputs);
+            return kSuccess;
+        } catch (const Failure &failure) {
+            return failed(failure.code, failure.what());
+        } catch (const TraceError &error) {
+            return failed(kFailed, error.what());
+        } catch (const std::bad_alloc &) {
+            return failed(kFailed, "not enough memory");
+        }
+    }
+
     // A page that cannot be traced keeps no other from it.
     ExitCode traceAllPages(const ImageSource &source, const std::vector<Output> &outputs)
     {
@@ -135,23 +154,12 @@ private:
         std::size_t failed = 0;
         std::set<ExitCode> codes;
         for (std::size_t i = 0; i < wanted.size(); ++i) {
-            const int page = wanted[i];
-            try {
-                if (page <= pages || claimed == pages)
-                    trace(source, page, outputsOfPages[i]);
-                else
-                    codes.insert(kInputUnreadable), ++failed; // told below, once
+            const bool isThere = wanted[i] <= pages || claimed == pages; // else told below, once
+            const ExitCode code
+                = isThere ? tracePage(source, wanted[i], outputsOfPages[i]) : kInputUnreadable;
+            if (code == kSuccess)
                 continue;
-            } catch (const Failure &failure) {
-                tell("page " + std::to_string(page) + ": " + failure.what());
-                codes.insert(failure.code);
-            } catch (const TraceError &error) {
-                tell("page " + std::to_string(page) + ": " + error.what());
-                codes.insert(kFailed);
-            } catch (const std::bad_alloc &) {
-                tell("page " + std::to_string(page) + ": not enough memory");
-                codes.insert(kFailed);
-            }
+            codes.insert(code);
             ++failed;
         }
         if (claimed > pages && wanted.back() > pages) {

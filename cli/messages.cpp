@@ -37,13 +37,18 @@ std::FILE *messageStream()
     return stream;
 }
 
-void tell(std::string text)
+std::string printable(std::string text)
 {
     for (char &letter : text) {
         if (static_cast<unsigned char>(letter) < ' ' || letter == 127)
             letter = '?';
     }
-    std::fprintf(messageStream(), "ztrace: %s\n", text.c_str());
+    return text;
+}
+
+void tell(const std::string &text)
+{
+    std::fprintf(messageStream(), "ztrace: %s\n", printable(text).c_str());
     std::fflush(messageStream());
 }
 

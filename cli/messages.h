@@ -22,7 +22,10 @@ void reserveStandardDescriptors();
 std::FILE *messageStream();
 
 // "ztrace: TEXT" on a line, whatever is in the text.
-void tell(std::string text);
+void tell(const std::string &text);
+
+// With question marks in place of what terminals would take for commands.
+std::string printable(std::string text);
 
 // The toolkit's messages: dropped, since what goes wrong is said once, by this program, and the
 // engine's own lines are for scripts. A fatal one is told and ends the process with kFailed.

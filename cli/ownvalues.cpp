@@ -44,6 +44,20 @@ void storeEngineOption(const std::string &option, const std::string &text, Setti
     settings->engine[name] = anyNumberValue(option + " " + name, text.substr(equals + 1));
 }
 
+// A value that may be the name of a file like `pattern`.
+OptionValue fileOrOther(OptionValue::Kind kind, const char *placeholder, const char *pattern,
+                        const std::function<void(Settings *, const std::string &)> &store)
+{
+    OptionValue value;
+    value.kind = kind;
+    value.placeholder = placeholder;
+    value.pattern = pattern;
+    value.store = [store](const std::string &, const std::string &text, Settings *settings) {
+        store(settings, text);
+    };
+    return value;
+}
+
 } // namespace
 
 OptionValue formatName()
@@ -77,28 +91,19 @@ OptionValue thresholdOrWord()
 
 OptionValue paletteOrFile()
 {
-    OptionValue value;
-    value.kind = OptionValue::Palette;
-    value.placeholder = "LIST|FILE";
-    value.pattern = "*.gpl";
-    value.store = [](const std::string &, const std::string &text, Settings *settings) {
-        settings->palette = paletteValue(text);
-        if (isPaletteFile(text))
-            settings->filesRead.push_back(text);
-    };
-    return value;
+    return fileOrOther(OptionValue::Palette, "LIST|FILE", "*.gpl",
+                       [](Settings *settings, const std::string &text) {
+                           settings->palette = paletteValue(text);
+                           if (isPaletteFile(text))
+                               settings->filesRead.push_back(text);
+                       });
 }
 
 OptionValue presetName()
 {
-    OptionValue value;
-    value.kind = OptionValue::PresetName;
-    value.placeholder = "NAME";
-    value.pattern = "*.toml";
-    value.store = [](const std::string &, const std::string &text, Settings *settings) {
-        settings->preset = text;
-    };
-    return value;
+    return fileOrOther(
+        OptionValue::PresetName, "NAME", "*.toml",
+        [](Settings *settings, const std::string &text) { settings->preset = text; });
 }
 
 OptionValue engineAssignment()

@@ -99,22 +99,26 @@ double priceOf(const Settings &settings)
 Segmentation coloursPlan(const Settings &settings)
 {
     const int colours = coloursOf(settings);
-    EngineOptions engine = {
-        { "monochrome", 0 }, { "mincolorratio", 0 }, { "blurradius", 0 }, { "colorquantcycles", 3 }
-    };
-    setOptions(settings.engine, &engine);
-    engine["numberofcolors"] = colours;
+    const EngineOptions number = { { "numberofcolors", colours } };
     const bool flat = settings.method.value_or(Method::Flat) == Method::Flat;
     if (settings.palette.empty() && (!flat || engineDecides(settings) || colours < 1)) {
-        return Blend { colours, isPriced(settings) ? priceOf(settings) : 0.0,
-                       settings.engine.count("colorsampling") > 0, engine };
+        if (isPriced(settings))
+            return Blend { colours, priceOf(settings), false, number };
+        EngineOptions engine = { { "monochrome", 0 },
+                                 { "mincolorratio", 0 },
+                                 { "blurradius", 0 },
+                                 { "colorquantcycles", 3 } };
+        setOptions(settings.engine, &engine);
+        engine["numberofcolors"] = colours;
+        return Blend { colours, 0.0, settings.engine.count("colorsampling") > 0, engine };
     }
     Flat plan;
     plan.colours = colours;
     plan.palette = settings.palette;
     if (!plan.palette.empty() && !settings.background)
         plan.palette.push_back(0u); // what is transparent stays so
-    plan.engine = engine;
+    if (plan.palette.empty())
+        plan.engine = number;
     return plan;
 }
 

@@ -96,6 +96,21 @@ void checkReadable(QImageReader *reader, const QByteArray &data, const std::stri
         fail(name, "not an image of a known format");
 }
 
+// An image of a known format, to be read from its start.
+struct OpenedImage
+{
+    OpenedImage(const QByteArray &data, const std::string &name) : bytes(data), buffer(&bytes)
+    {
+        buffer.open(QIODevice::ReadOnly);
+        reader.setDevice(&buffer);
+        checkReadable(&reader, data, name);
+    }
+
+    QByteArray bytes;
+    QBuffer buffer;
+    QImageReader reader;
+};
+
 // Until the end, which endless input does not have.
 QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &limits)
 {
@@ -225,11 +240,8 @@ int ImageSource::pages() const
     if (foreign != Foreign::None)
         return foreignPages(foreign, name, data, foreignLimits());
     const Silence silence;
-    QByteArray bytes = data;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    checkReadable(&reader, data, name);
+    OpenedImage opened(data, name);
+    QImageReader &reader = opened.reader;
     return std::max(1, reader.imageCount());
 }
 
@@ -242,11 +254,8 @@ int ImageSource::pagesClaimed() const
 // alone. False when there is no such page.
 bool ImageSource::askForSize(int page, QSize *size, bool *isGrey) const
 {
-    QByteArray bytes = data;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    checkReadable(&reader, data, name);
+    OpenedImage opened(data, name);
+    QImageReader &reader = opened.reader;
     const int count = reader.imageCount();
     if (page > 1 && page > count && count > 0)
         return false;
@@ -285,11 +294,8 @@ QImage ImageSource::read(int page, bool upright, std::string *remark) const
     if (foreign != Foreign::None)
         return readForeign(page, remark);
     const Silence silence;
-    QByteArray bytes = data;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    checkReadable(&reader, data, name);
+    OpenedImage opened(data, name);
+    QImageReader &reader = opened.reader;
     reader.setAutoTransform(upright);
     QSize size;
     bool isGrey = false;

@@ -72,6 +72,9 @@ const char *sentenceOf(Remark remark)
         return "--deskew: no clear direction was found within 6 degrees";
     case Remark::NoSoftEdges:
         return "--upsample has no effect: the image has no soft edges";
+    case Remark::HardlyDrawn:
+        return "--strokes: most of what was found are specks and solid areas; the image is hardly "
+               "a drawing of lines";
     case Remark::TooManyShapes:
         break;
     }

@@ -13,7 +13,7 @@ namespace {
 
 // Lightness; what is nearer to the mean of its side is pure. A third of the limit for colours,
 // which sums three channels.
-const int kMixture = 8;
+const int kToneMixture = 8;
 const double kSoftShare = 0.2; // of the pixels on borders; a soft edge has one in two or three
 
 typedef std::vector<uint8_t> Row;
@@ -151,7 +151,7 @@ bool hasSoftInk(const GreyPicture &page, const Histogram &counts, int threshold)
             if (!rows.borders()[at(x)])
                 continue;
             ++onBorder;
-            soft += std::abs(tones[x] - means[rows.labels()[at(x)]]) > kMixture;
+            soft += std::abs(tones[x] - means[rows.labels()[at(x)]]) > kToneMixture;
         }
     }
     return soft > 0 && double(soft) >= kSoftShare * double(onBorder);

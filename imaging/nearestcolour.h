@@ -23,7 +23,7 @@ public:
 private:
     // Opaque words fall into cubes by the upper four bits of their channels. For each cube there is
     // a list of the colours that are nearest to some word in it, made when it is asked for first.
-    static const std::size_t kCubes = 16 * 16 * 16;
+    static const std::size_t kCubes = std::size_t(16) * 16 * 16;
 
     std::size_t makeList(QRgb word);
     uint16_t nearestToTranslucent(QRgb word);

@@ -2,6 +2,7 @@
 #include "regions.h"
 
 #include "colour.h"
+#include "forest.h"
 
 #include <algorithm>
 #include <numeric>
@@ -52,14 +53,7 @@ public:
         up.reserve(count);
     }
 
-    uint32_t rootOf(uint32_t region)
-    {
-        while (up[region] != region) {
-            up[region] = up[up[region]];
-            region = up[region];
-        }
-        return region;
-    }
+    uint32_t rootOf(uint32_t region) { return ztrace::rootOf(&up, region); }
 
     uint32_t addRegion(const Region &region)
     {

@@ -9,16 +9,16 @@ namespace ztrace {
 
 namespace {
 
-const int kReach = 3;           // pixels to either side
-const int kSlope = 2;           // pixels that a soft edge goes on for
-const double kClearly = 40.0;   // length of a difference
-const double kAligned = 0.5;    // cosine between the differences to both sides
-const double kSameSlope = 0.9;  // cosine between two steps of one slope
-const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
-const double kLeastPart = 0.3;  // of a line's own colour that must be left
-const double kExplained = 0.15; // sine of the angle between a line's colour and the supposed one
+const int kRidgeReach = 3;        // pixels to either side
+const int kSlope = 2;             // pixels that a soft edge goes on for
+const double kClearLength = 40.0; // length of a difference
+const double kAligned = 0.5;      // cosine between the differences to both sides
+const double kSameSlope = 0.9;    // cosine between two steps of one slope
+const double kDoubt = 0.1;        // cost of supposing a line to be thinner than a pixel
+const double kLeastPart = 0.3;    // of a line's own colour that must be left
+const double kExplained = 0.15;   // sine of the angle between a line's colour and the supposed one
 
-// Whether the length of the difference is above kClearly. Between opaque colours the sum of the
+// Whether the length of the difference is above kClearLength. Between opaque colours the sum of the
 // channels' differences is at least the length and at most 1.74 times as much, so that it decides
 // most cases alone.
 bool differs(QRgb a, QRgb b)
@@ -30,7 +30,7 @@ bool differs(QRgb a, QRgb b)
         if (sum <= 40 || sum >= 70)
             return sum >= 70;
     }
-    return isRootAbove(square(difference(visible(a), visible(b))), kClearly);
+    return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
 }
 
 // Whether two differences stay apart by more than the angle of kAligned, 60 degrees, however far
@@ -109,8 +109,8 @@ Ridge RidgeFinder::across(const Line &line) const
     ridge.colour = *line.middle;
     Side one { line.middle, line.step, line.after };
     Side other { line.middle, -line.step, line.before };
-    // No more than kReach + 1 steps to both sides together.
-    if (!one.find(kReach) || !other.find(std::min(kReach, kReach + 1 - one.steps)))
+    // No more than kRidgeReach + 1 steps to both sides together.
+    if (!one.find(kRidgeReach) || !other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
         return ridge;
     const VisibleColour own = visible(*line.middle);
     one.look(own);

@@ -2,6 +2,7 @@
 #include "thinstrokes.h"
 
 #include "colour.h"
+#include "forest.h"
 #include "ridges.h"
 #include "segment.h"
 
@@ -169,12 +170,7 @@ private:
         }
     }
 
-    uint32_t rootOf(uint32_t k)
-    {
-        while (parent[k] != k)
-            k = parent[k] = parent[parent[k]];
-        return k;
-    }
+    uint32_t rootOf(uint32_t k) { return ztrace::rootOf(&parent, k); }
 
     void gather()
     {

@@ -26,6 +26,7 @@ const std::size_t kFewEnds = 8;
 const int kInsideSteps = 4;       // places up to a width before an end that tell the ink there
 const double kLeastInside = 0.25; // coverage; less is no ink to compare with
 const double kPaperBeside = 2.0;  // pixels from the edges of a line to what is not its own
+const double kMostDots = 40.0;    // pixels that dots ahead of a line are followed for
 const double kDotAside = 0.7;     // pixels that a dot of a broken line may lie beside its middle
 
 // Beside a line at an end, that many pixels outwards.
@@ -112,7 +113,7 @@ double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap)
 {
     const double beside = 0.5 * atom.width + kPaperBeside;
     double last = 0.0;
-    for (double s = kStep; s < last + gap + kStep; s += kStep) {
+    for (double s = kStep; s < std::min(last + gap + kStep, kMostDots); s += kStep) {
         const double middle = std::max({ coverage.at(besideEnd(atom, end, s, 0.0)),
                                          coverage.at(besideEnd(atom, end, s, kDotAside)),
                                          coverage.at(besideEnd(atom, end, s, -kDotAside)) });

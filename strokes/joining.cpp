@@ -28,6 +28,7 @@ const GapLimits kCleanGaps;
 // A pen that leaves out leaves gaps of up to its width and some pixels; thresholds widen them.
 // Long lines on one carrier may be farther apart.
 const GapLimits kWornGaps = { 1.1, 6.0, 0.8, 0.25, 30.0, true };
+const double kMuchTaken = 2.0; // pixels; lines that noise takes more of may have any gaps of these
 const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may close
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
@@ -392,9 +393,11 @@ private:
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
         const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
         const GapLimits &limits = isLetter ? kCleanGaps : gaps;
-        const double allowed = std::min(
-            std::max(limits.of(width), std::min(limits.ofLong * shorter, limits.longest)),
-            limits.part * shorter);
+        const double ofLong
+            = !isLetter && measure.takenOf(width) > kMuchTaken ? limits.part : limits.ofLong;
+        const double allowed
+            = std::min(std::max(limits.of(width), std::min(ofLong * shorter, limits.longest)),
+                       limits.part * shorter);
         return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
     }
 

@@ -34,6 +34,8 @@ const std::size_t kBody = 12;  // cross-sections of such a line
 const double kMostPairs = 4e7; // ends times lines that are compared
 const double kStub = 1.6;      // pixels of a line that is seen beyond another one
 const double kReach = 2.0;     // pixels around a joint's ink in which its lines may meet
+// Dots right ahead of a thin line are of it, in parts of what noise takes in one place.
+const double kDotsApart = 3.0;
 const double kBackwards = 3.0; // pixels that an end may lie before its last cross-section
 const double kMeetsAll = 1.5;  // pixels from a common place that its carriers may pass by
 
@@ -103,6 +105,15 @@ Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, dou
     }
     return 0.5 * (a.foot(place) + b.foot(place));
 }
+
+// Where an end meets a carrier, how much that counts among others, and how far before the last
+// cross-section it may lie.
+struct Place
+{
+    Point at = { 0, 0 };
+    double weight = 0.0;
+    double back = 0.0;
+};
 
 class Settler
 {
@@ -184,8 +195,8 @@ private:
         const double width = atom(end).width;
         const double gap = measure.takenOf(width);
         return ahead > -kBackwards - width
-            && ahead
-            < inkAhead(coverage, atom(end), end.end, ahead + 1.0, gap) + 0.5 * width + kReach + gap;
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, kDotsApart * gap)
+                + 0.5 * width + kReach + gap;
     }
 
     // Pixels that a line may lie off where it was drawn.
@@ -235,14 +246,15 @@ private:
 
     // The place where an end meets a carrier near a joint, or as far away as ink leads.
     bool meet(const AtomEnd &end, const Atom &other, const fit::Primitive &b, const Joint &at,
-              Point *place, double *weight)
+              Place *result)
     {
         const Atom &own = atom(end);
         const fit::Primitive &a = own.carrier;
         const Point foot = a.foot(at.place);
         const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(b.foot(at.place))));
         const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
-        *weight = sine * sine + 1e-3;
+        result->weight = sine * sine + 1e-3;
+        result->back = 0.0;
         const bool lines = !a.arc && !b.arc;
         if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(own, other, b)) {
             const Crossings crossings = crossingsOf(a, b);
@@ -252,13 +264,13 @@ private:
                 const double d = distanceBetween(crossings.place[k], at.place);
                 if (d < nearest && leadsTo(end, crossings.place[k])) {
                     nearest = d;
-                    *place = crossings.place[k];
+                    result->at = crossings.place[k];
                     found = true;
                 }
             }
             if (found) {
                 if (!lines && sine < kCrossing)
-                    *place = betweenTouchAndCrossing(a, b, *place);
+                    result->at = betweenTouchAndCrossing(a, b, result->at);
                 return true;
             }
         }
@@ -266,33 +278,31 @@ private:
         const Point touched = touching(a, b, at.place, touchable, hard ? 0.0 : kBreakPart);
         if (std::fabs(a.distance(touched)) + std::fabs(b.distance(touched)) > kMeetsAll)
             return false;
-        *place = touched;
+        result->at = touched;
+        result->back = hard ? touchReach(own, other, b) : 0.0;
         return true;
     }
 
     void endOnThrough(const AtomEnd &end, const std::vector<int> &through, const Joint &at)
     {
-        double heaviest = -1.0;
+        Place best = { atom(end).carrier.foot(at.place), -1.0, 0.0 };
         double thickness = 0.0;
-        Point place = atom(end).carrier.foot(at.place);
         for (int number : through) {
-            Point candidate;
-            double weight = 0.0;
+            Place candidate;
             const Atom &other = web.atoms[std::size_t(number)];
             const fit::Primitive carrier = other.shape == Shape::Ellipse
                 ? circleAlong(other.ellipse, at.place)
                 : other.carrier;
-            if (number != end.atom && meet(end, other, carrier, at, &candidate, &weight)
-                && weight > heaviest) {
-                heaviest = weight;
-                place = candidate;
-                thickness = 0.5 * other.width / std::max(std::sqrt(weight), kCrossing);
+            if (number != end.atom && meet(end, other, carrier, at, &candidate)
+                && candidate.weight > best.weight) {
+                best = candidate;
+                thickness = 0.5 * other.width / std::max(std::sqrt(best.weight), kCrossing);
             }
         }
-        if (heaviest > kCrossing * kCrossing && goesBeyond(end, place, thickness))
+        if (best.weight > kCrossing * kCrossing && goesBeyond(end, best.at, thickness))
             free.push_back(end);
         else
-            putEnd(end, place);
+            putEnd(end, best.at, best.back);
     }
 
     // Whether the line is seen again beyond the one that it meets, which is that thick there.
@@ -317,30 +327,32 @@ private:
     {
         Point sum = { 0, 0 };
         double all = 0.0;
+        double back = 0.0;
         for (std::size_t i = 0; i < ends.size(); ++i) {
             for (std::size_t k = i + 1; k < ends.size(); ++k) {
-                Point place;
-                double weight = 0.0;
+                Place place;
                 const Atom &other = atom(ends[k]);
-                if (!meet(ends[i], other, other.carrier, at, &place, &weight))
+                if (!meet(ends[i], other, other.carrier, at, &place))
                     continue;
-                sum = sum + weight * place;
-                all += weight;
+                sum = sum + place.weight * place.at;
+                all += place.weight;
+                back = std::max(back, place.back);
             }
         }
         const Point middle = all > 0.0 ? (1 / all) * sum : at.place;
         for (const AtomEnd &end : ends) {
             const bool passesBy = std::fabs(atom(end).carrier.distance(middle)) > kMeetsAll;
-            putEnd(end, passesBy ? atom(end).carrier.foot(at.place) : middle);
+            putEnd(end, passesBy ? atom(end).carrier.foot(at.place) : middle, back);
         }
     }
 
-    void putEnd(const AtomEnd &end, Point place)
+    // `back`: pixels that a tangent may have run on into its arc.
+    void putEnd(const AtomEnd &end, Point place, double back)
     {
         Atom &ending = atom(end);
         const Point last
             = end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
-        if (fit::dot(place - last, outwardsOf(ending, end.end)) < -kBackwards - ending.width)
+        if (fit::dot(place - last, outwardsOf(ending, end.end)) < -kBackwards - ending.width - back)
             place = ending.carrier.foot(last);
         ending.place[end.end] = place;
     }
@@ -460,7 +472,7 @@ private:
         }
         if (nearest > 1e299 || goesBeyond(end, place, thickness))
             return false;
-        putEnd(end, place);
+        putEnd(end, place, 0.0);
         return true;
     }
 
@@ -486,9 +498,9 @@ private:
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = round ? 0.5 * widths[k] : 0.0;
             Atom &ending = atom(free[k]);
-            const double ink
-                = std::max(measured[k].middle,
-                           lastInk(coverage, ending, free[k].end, measure.takenOf(widths[k])));
+            const double ink = std::max(
+                measured[k].middle,
+                lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])));
             ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
         return round;

@@ -227,7 +227,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
-    joinDashes(coverage, measure, gaps, dots, &web);
+    const Coverage bare(given, tones.ink, tones.paper);
+    joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
+               &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
@@ -239,6 +241,19 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;
+}
+
+bool isHardlyDrawn(const StrokeDrawing &drawing, std::size_t areas)
+{
+    std::size_t all = areas;
+    std::size_t brief = areas;
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.role == Role::Text || stroke.role == Role::Hatch)
+            continue;
+        ++all;
+        brief += lengthOf(stroke.piece) < kShortStroke * stroke.width ? 1u : 0u;
+    }
+    return all >= kManyStrokes && 2 * brief > all;
 }
 
 } // namespace ztrace::strokes

@@ -50,6 +50,13 @@ const std::size_t kMostBranches = 400000;
 // more than kMostBranches branches; a picture without ink gives none and true.
 bool strokesOf(const InkPicture &picture, const StrokeOptions &options, StrokeDrawing *drawing);
 
+// Whether most strokes and solid areas, of which there are so many, are nothing that a pen has
+// drawn: strokes of no length, areas. Patterns, screens and photographs give such. Lettering and
+// hatches do not count, and few strokes say nothing.
+bool isHardlyDrawn(const StrokeDrawing &drawing, std::size_t areas);
+const std::size_t kManyStrokes = 1000;
+const double kShortStroke = 6.0; // widths
+
 } // namespace ztrace::strokes
 
 #endif

@@ -24,6 +24,22 @@ double levelAt(const Track &track, const Coverage &coverage, double t, double wi
     return (coverage.at(p) + coverage.at(p + across) + coverage.at(p - across)) / 3;
 }
 
+// Means of so many to either side.
+std::vector<double> blurred(const std::vector<double> &levels, int reach)
+{
+    if (reach == 0)
+        return levels;
+    std::vector<double> result;
+    const int n = int(levels.size());
+    for (int k = 0; k < n; ++k) {
+        double sum = 0.0;
+        for (int i = k - reach; i <= k + reach; ++i)
+            sum += i >= 0 && i < n ? levels[std::size_t(i)] : 0.0;
+        result.push_back(sum / (2 * reach + 1));
+    }
+    return result;
+}
+
 double thresholdOf(std::vector<double> levels)
 {
     const auto high = levels.begin() + std::ptrdiff_t(kInkPart * double(levels.size() - 1));
@@ -77,7 +93,7 @@ double Track::whole() const
 }
 
 std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double from, double to,
-                          double width)
+                          double width, double blur)
 {
     const int steps = std::max(1, int(std::ceil((to - from) / kStep)));
     const double step = (to - from) / steps;
@@ -85,6 +101,7 @@ std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double f
     levels.reserve(std::size_t(steps) + 1);
     for (int k = 0; k <= steps; ++k)
         levels.push_back(levelAt(track, coverage, from + k * step, width));
+    levels = blurred(levels, int(std::lround(blur / step)));
     const double ink = thresholdOf(levels);
     std::vector<Run> runs;
     if (levels[0] >= ink)

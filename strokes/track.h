@@ -35,9 +35,10 @@ private:
 };
 
 // Where there is ink along a track from one length to another: the mean of three rows across the
-// width, at half of the level that the ink has; gaps and dashes under half a pixel are none.
+// width, of what is within `blur` pixels to either side, at half of the level that the ink has;
+// gaps and dashes under half a pixel are none.
 std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double from, double to,
-                          double width);
+                          double width, double blur);
 
 } // namespace ztrace::strokes
 

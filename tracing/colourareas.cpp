@@ -139,6 +139,21 @@ QImage prepared(Picture picture)
     return image;
 }
 
+// Areas on a finer grid, where it is of use or asked for.
+void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Runs *runs,
+            Segmented *segmented, TraceReport *report)
+{
+    paint(*runs, plane->labels.data());
+    segmented->upsampling = upsamplingOf(image, *plane, geometry, report);
+    if (segmented->upsampling == 1)
+        return;
+    requireRoom(plane->width, plane->height, segmented->upsampling);
+    *runs = Runs();
+    *runs = upsampledRuns(image, *plane, segmented->upsampling);
+    mergeBelow(geometry.leastBorder * segmented->upsampling, geometry.fringes, plane->colours,
+               runs);
+}
+
 } // namespace
 
 Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
@@ -171,17 +186,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
     mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
-    if (geometry.upsampling != 1 && !shapes) {
-        paint(runs, plane.labels.data());
-        segmented.upsampling = upsamplingOf(image, plane, geometry, report);
-        if (segmented.upsampling > 1) {
-            requireRoom(plane.width, plane.height, segmented.upsampling);
-            runs = Runs();
-            runs = upsampledRuns(image, plane, segmented.upsampling);
-            mergeBelow(geometry.leastBorder * segmented.upsampling, geometry.fringes, plane.colours,
-                       &runs);
-        }
-    }
+    if (geometry.upsampling != 1 && !shapes)
+        refine(image, geometry, &plane, &runs, &segmented, report);
     image = QImage();
     segmented.areas.colours = std::move(plane.colours);
     segmented.areas.runs = std::move(runs);
@@ -189,7 +195,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);
-    segmented.engine = flat ? flat->engine : blend->engine;
+    if (flat)
+        segmented.engine = flat->engine;
+    else
+        segmented.engine = blend->price > 0.0 ? blend->engine : reductionOptions(blend->engine);
     stages->end("reduce");
     return segmented;
 }

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "components.h"
 
+#include "imaging/forest.h"
+
 namespace ztrace {
 
 namespace {
@@ -11,12 +13,7 @@ class Sets
 public:
     explicit Sets(std::vector<uint32_t> *l) : leader(*l) { }
 
-    uint32_t find(uint32_t a)
-    {
-        while (leader[a] != a)
-            a = leader[a] = leader[leader[a]];
-        return a;
-    }
+    uint32_t find(uint32_t a) { return rootOf(&leader, a); }
 
     void join(uint32_t a, uint32_t b)
     {

@@ -13,8 +13,20 @@ namespace {
 
 const int kNone = -1;
 
-// Of a segment: its type, then its points; a line ends with the second.
-enum SegmentField { kType = 0, kStart = 1, kMiddle = 3, kEnd = 5 };
+// Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
+// Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
+const double kSeamWidth = 1.0;
+const double kSeamWidthWithoutGround = 1.5;
+// Of outlines that reach what is not opaque: half of the stroke lies over it.
+const double kSeamWidthBesideClear = 1.25;
+// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
+// over that.
+const double kSeamWidthOnOpaque = 0.5;
+// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
+// from both sides.
+const double kSeamWidthApart = 0.5;
+// Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
+const double kSeamWidthAtRim = 0.25;
 
 class Arranger
 {
@@ -290,16 +302,16 @@ Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDraw
 {
     std::size_t points = 1;
     for (std::size_t i = 0; i < count; ++i)
-        points += segments[i].field[kType] == kLineType ? 1 : 2;
+        points += segments[i].field[Segment::kType] == kLineType ? 1 : 2;
     Path shape;
     shape.reserve(count, points);
-    shape.moveTo(toDrawing(segments[0].field + kStart));
+    shape.moveTo(toDrawing(segments[0].field + Segment::kX1));
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
-        if (field[kType] == kLineType)
-            shape.lineTo(toDrawing(field + kMiddle));
+        if (field[Segment::kType] == kLineType)
+            shape.lineTo(toDrawing(field + Segment::kX2));
         else
-            shape.quadraticTo(toDrawing(field + kMiddle), toDrawing(field + kEnd));
+            shape.quadraticTo(toDrawing(field + Segment::kX2), toDrawing(field + Segment::kX3));
     }
     return shape;
 }

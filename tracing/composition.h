@@ -13,21 +13,6 @@
 
 namespace ztrace {
 
-// Width in pixels of the strokes that close the hairlines between neighbours painted side by side.
-// Where the picture has a ground, the narrow one will do (docs/decisions/0010-seams.md).
-const double kSeamWidth = 1.0;
-const double kSeamWidthWithoutGround = 1.5;
-// Of outlines that reach what is not opaque: half of the stroke lies over it.
-const double kSeamWidthBesideClear = 1.25;
-// Of outlines inside of an opaque one, which is painted below them: the rest of the stroke lies
-// over that.
-const double kSeamWidthOnOpaque = 0.5;
-// Of outlines that are cut out and painted over the stroke of a neighbour: wider gaps are closed
-// from both sides.
-const double kSeamWidthApart = 0.5;
-// Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
-const double kSeamWidthAtRim = 0.25;
-
 // How areas are painted beside each other.
 enum class Painting {
     InkOnPaper, // two tones: the paper is the ground, and nothing shows between them

@@ -95,6 +95,28 @@ void tell(const CleanPage &clean, TraceReport *report)
         report->remarks.push_back(Remark::NoClearDirection);
 }
 
+// How the engine would split ink from paper at a threshold, and what was said to it.
+EngineOptions optionsOf(const Ink &ink, int threshold)
+{
+    EngineOptions options = { { "monochrome", 1 },
+                              { "alphathreshold", 255 },
+                              { "colorsampling", 0 },
+                              { "numberofcolors", 2 },
+                              { "colorquantcycles", 1 },
+                              { "blurradius", 0 },
+                              { "brightnessthreshold", threshold } };
+    setOptions(ink.engine, &options);
+    return options;
+}
+
+// Specks that true shapes would be drawn of go to what lies around them.
+void mergeSpecks(double leastBorder, Runs *runs)
+{
+    if (leastBorder > 0.0)
+        mergeSmallRegions(runs, std::size_t(std::min(leastBorder, 1e15)), 0,
+                          [](uint16_t, uint16_t) { return 1; });
+}
+
 } // namespace
 
 Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Stages *stages,
@@ -117,20 +139,11 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     } else {
         areas.runs = inkRuns(clean.page, threshold);
     }
-    EngineOptions options = { { "monochrome", 1 },
-                              { "alphathreshold", 255 },
-                              { "colorsampling", 0 },
-                              { "numberofcolors", 2 },
-                              { "colorquantcycles", 1 },
-                              { "blurradius", 0 },
-                              { "brightnessthreshold", threshold } };
-    setOptions(ink.engine, &options);
+    EngineOptions options = optionsOf(ink, threshold);
     const bool shapes = plan.geometry.fit == Geometry::Fit::Fair;
     if (shapes) {
         segmented.edges = edgesOf(clean);
-        if (plan.geometry.leastBorder > 0.0)
-            mergeSmallRegions(&areas.runs, std::size_t(std::min(plan.geometry.leastBorder, 1e15)),
-                              0, [](uint16_t, uint16_t) { return 1; });
+        mergeSpecks(plan.geometry.leastBorder, &areas.runs);
     }
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
@@ -141,7 +154,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     }
     for (QRgb &colour : areas.colours)
         colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
-    segmented.engine = options;
+    segmented.engine = reductionOptions(options);
     stages->end("prepare");
     return segmented;
 }

@@ -145,7 +145,7 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     }
     OutlineOptions options = outlineOptions(geometry, segmented.upsampling);
     report->upsampling = segmented.upsampling;
-    report->engine = allOptions(segmented.engine);
+    report->engine = segmented.engine;
     report->engine["ltres"] = options.ltres;
     report->engine["qtres"] = options.qtres;
     report->engine["pathomit"] = leavesOutSmall ? options.pathomit : geometry.leastBorder;

@@ -35,7 +35,7 @@ struct Flat
 {
     int colours = 0;           // at most
     std::vector<QRgb> palette; // exactly these, when not empty; a clear entry keeps transparency
-    EngineOptions engine;      // for the report
+    EngineOptions engine;      // of which something here is made, for the report
 };
 
 // A palette chosen for the picture: for regions that pay for their borders, or, without a price, by
@@ -45,7 +45,7 @@ struct Blend
     int colours = 0;             // at most; below 1 the engine makes what it makes
     double price = 0.0;          // of a pixel edge, as in shaded.h; 0: the engine's cycles
     bool chosenByEngine = false; // the engine starts from a palette of its own
-    EngineOptions engine;
+    EngineOptions engine;        // with a price those of which something here is made
 };
 
 // The picture as it is, everything left to the engine.

@@ -19,7 +19,8 @@ namespace ztrace {
 enum class Remark {
     NoClearDirection, // a page that was to be turned upright shows none within 6 degrees
     NoSoftEdges,      // a finer grid was asked for and would show nothing
-    TooManyShapes     // true shapes were asked for, of areas that are too many for them
+    TooManyShapes,    // true shapes were asked for, of areas that are too many for them
+    HardlyDrawn       // centre lines were asked for, and most are short pieces
 };
 
 struct TraceReport

@@ -14,11 +14,13 @@ void setOptions(const EngineOptions &values, EngineOptions *options)
         (*options)[value.first] = value.second;
 }
 
-EngineOptions allOptions(const EngineOptions &values)
+EngineOptions reductionOptions(const EngineOptions &values)
 {
     EngineOptions options = values;
     for (const OptionDefault &option : kOptionDefaults)
         options.insert({ option.name, option.value });
+    for (const char *ofOutlines : { "ltres", "qtres", "pathomit" })
+        options.erase(ofOutlines);
     return options;
 }
 

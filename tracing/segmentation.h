@@ -19,7 +19,7 @@ struct Segmented
     Areas areas;
     int upsampling = 1;   // how many times as fine as pixels their grid is
     EdgePicture edges;    // what the areas came from; for true shapes only
-    EngineOptions engine; // what the areas came from, for the report
+    EngineOptions engine; // that had a part in the areas, for the report
 };
 
 // Ink and paper.
@@ -34,8 +34,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 // Sets options to values, whether they are there or not.
 void setOptions(const EngineOptions &values, EngineOptions *options);
 
-// All twelve options, at the engine's defaults where `values` says nothing.
-EngineOptions allOptions(const EngineOptions &values);
+// All options of the engine that choose colours, at its defaults where `values` says nothing.
+EngineOptions reductionOptions(const EngineOptions &values);
 
 // Throws a TraceError where a picture on a grid `upsampling` times as fine has more pixels than
 // runs can count.

@@ -3,6 +3,8 @@
 
 #include "components.h"
 
+#include "imaging/forest.h"
+
 #include <algorithm>
 #include <numeric>
 
@@ -100,12 +102,7 @@ private:
             use(sides[k]);
     }
 
-    uint32_t find(uint32_t area)
-    {
-        while (groupOf[area] != area)
-            area = groupOf[area] = groupOf[groupOf[area]];
-        return area;
-    }
+    uint32_t find(uint32_t area) { return rootOf(&groupOf, area); }
 
     // Two areas with one label that touch have not been of one label before the last pass, so that
     // one of them changed in it, and has its sides listed.

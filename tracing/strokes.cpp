@@ -232,6 +232,8 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     Drawing drawing;
     if (!found.solids.cells.empty())
         drawing = drawingOfSolids(found.solids, std::move(grey), page.threshold, plan, ink);
+    if (strokes::isHardlyDrawn(found, drawing.outlines.size()))
+        report->remarks.push_back(Remark::HardlyDrawn);
     drawing.width = page.width;
     drawing.height = page.height;
     drawing.ground = ink.paperColour;

@@ -340,6 +340,7 @@ private:
             add(tally.finished, " finished before");
             add(tally.failed, " failed");
             add(tally.flagged, " to be looked at");
+            add(tally.warned, " with warnings");
             add(open, " left (start again to go on)");
             tell(text + "; results in " + resultsName(batch));
         }

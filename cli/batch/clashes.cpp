@@ -86,10 +86,18 @@ private:
 
     void tellOf(const Item &first, const Item &second, const std::string &output)
     {
-        const bool same = first.path == second.path && first.page == second.page;
-        clashes.push_back(same ? second.path + ": is given twice"
-                               : first.path + " and " + second.path + " would both become " + output
-                                  + " (see --names)");
+        if (first.path != second.path) {
+            clashes.push_back(first.path + " and " + second.path + " would both become " + output
+                              + " (see --names)");
+        } else if (first.page == second.page) {
+            clashes.push_back(second.path + ": is given twice");
+        } else {
+            clashes.push_back("pages " + std::to_string(first.page) + " and "
+                              + std::to_string(second.page) + " of " + second.path
+                              + " would both become " + output
+                              + ": {page} tells them apart in --names (for all pages in one file "
+                                "see ztrace --page all -o NAME.pdf)");
+        }
     }
 
     void comparePictures()

@@ -19,15 +19,6 @@ const std::chrono::milliseconds kInterval(100);
 const int kUsualWidth = 80;
 const int kMostBar = 30;
 
-std::string printable(std::string text)
-{
-    for (char &letter : text) {
-        if (static_cast<unsigned char>(letter) < ' ' || letter == 127)
-            letter = '?';
-    }
-    return text;
-}
-
 std::string timeText(double seconds)
 {
     char text[32];

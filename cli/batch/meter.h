@@ -19,6 +19,7 @@ struct Tally
     std::size_t finished = 0; // by earlier runs
     std::size_t failed = 0;   // now and then
     std::size_t flagged = 0;  // of those done now
+    std::size_t warned = 0;   // of those done now: their lines have warnings
 
     std::size_t past() const { return done + finished + failed; }
 };

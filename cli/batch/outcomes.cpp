@@ -17,6 +17,13 @@ std::string nameOf(const Item &item)
     return item.pages > 1 ? item.path + ", page " + std::to_string(item.page) : item.path;
 }
 
+// What is said of a picture that is named already.
+std::string withoutName(const std::string &text, const Item &item)
+{
+    const std::string name = item.path + ": ";
+    return text.compare(0, name.size(), name) == 0 ? text.substr(name.size()) : text;
+}
+
 } // namespace
 
 Outcomes::Outcomes(const QByteArray &fingerprintOfAll, const Ledger *theLedger,
@@ -58,7 +65,12 @@ void Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text)
     std::string note = "done " + nameOf(item);
     for (const QJsonValue &flag : flags)
         note += (flag == flags.first() ? " (look at it: " : ", ") + flag.toString().toStdString();
-    meter->line(tally, flags.isEmpty() ? note : note + ")", false);
+    note += flags.isEmpty() ? "" : ")";
+    const QJsonArray warnings = result.value(QLatin1String("warnings")).toArray();
+    tally.warned += !warnings.isEmpty();
+    for (const QJsonValue &warning : warnings)
+        note += "; " + withoutName(warning.toString().toStdString(), item);
+    meter->line(tally, note, false);
 }
 
 void Outcomes::takeLoss(const Job &job, const Loss &loss)

@@ -51,6 +51,7 @@ struct Summary
 {
     std::size_t pictures = 0;
     std::size_t flagged = 0;
+    std::size_t warned = 0;
     std::map<std::string, std::size_t> outcomes;
     std::map<std::string, std::size_t> reasons;
     std::map<std::string, std::size_t> flags;
@@ -70,6 +71,7 @@ struct Summary
         }
         const QJsonArray found = line.value(QLatin1String("flags")).toArray();
         flagged += !found.isEmpty();
+        warned += !line.value(QLatin1String("warnings")).toArray().isEmpty();
         for (const QJsonValue &flag : found)
             ++flags[flag.toString().toStdString()];
         if (!textIn(line, "preset").empty())
@@ -112,7 +114,7 @@ void printCounts(const char *what, const std::map<std::string, std::size_t> &cou
         return a.first != b.first ? a.first > b.first : a.second < b.second;
     });
     for (const auto &count : sorted)
-        std::printf("%-10s %8zu  %s\n", what, count.first, count.second.c_str());
+        std::printf("%-10s %8zu  %s\n", what, count.first, printable(count.second).c_str());
 }
 
 void print(const Summary &summary)
@@ -122,6 +124,7 @@ void print(const Summary &summary)
     printCounts("reason", summary.reasons);
     std::printf("%-10s %8zu\n", "flagged", summary.flagged);
     printCounts("flag", summary.flags);
+    std::printf("%-10s %8zu\n", "warnings", summary.warned);
     printCounts("preset", summary.presets);
     std::printf("%-10s %10s %10s %10s %10s %10s %10s %10s\n", "", "least", "1 %", "10 %", "median",
                 "90 %", "99 %", "most");
@@ -146,6 +149,7 @@ void printAsJson(const Summary &summary)
     QJsonObject object;
     object.insert(QLatin1String("pictures"), double(summary.pictures));
     object.insert(QLatin1String("flagged"), double(summary.flagged));
+    object.insert(QLatin1String("warnings"), double(summary.warned));
     object.insert(QLatin1String("outcomes"), objectOf(summary.outcomes));
     object.insert(QLatin1String("reasons"), objectOf(summary.reasons));
     object.insert(QLatin1String("flags"), objectOf(summary.flags));

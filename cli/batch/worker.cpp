@@ -138,7 +138,8 @@ public:
         if (!isFine) {
             traced.files.reset();
             cleanFolders.reset(); // to be looked at again
-        } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))) {
+        } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))
+                   && !traced.line.contains(QLatin1String("warnings"))) {
             traced.letter = kLineOfDone;
         }
         finisher->add(std::move(traced));

@@ -26,7 +26,7 @@ enum Answer : char {
     kStarted = 'S',      // which of its pictures it begins, from 1, and the SHA-256 of its file;
                          // it is done with those before
     kTraced = 'T',       // how many pictures it is done with, when it waits for more
-    kLineOfDone = 'D',   // a result line: the picture is finished, and nobody need look at it
+    kLineOfDone = 'D',   // a result line: finished, without flags or warnings
     kLine = 'L',         // another result line
     kLineOfMemory = 'M', // the same, for a picture that memory did not hold
     kSkipped = 'K',      // finished by an earlier run, with its outcome

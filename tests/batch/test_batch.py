@@ -59,6 +59,23 @@ class Inputs(BatchTest):
         self.run_program("a.tif", "--page", "11", "-o", "alone.svg")
         self.assertEqual(self.read("alone.svg"), self.read("out/a-11.svg"))
 
+    def test_pages_without_a_number_in_their_names(self):
+        self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
+        text = self.batch("a.tif", "--page", "all", "--formats", "pdf", "--names", "{name}.{format}", code=2).stderr
+        self.assertIn(b"pages 1 and 2 of a.tif would both become a.pdf: {page} tells them apart", text)
+        self.assertFalse(os.path.exists(self.path("out/a.pdf")))
+        self.run_program("a.tif", "--page", "all", "-o", "a.pdf")  # which the message names
+        self.assertEqual(self.read("a.pdf").count(b"/Type /Page\n") + self.read("a.pdf").count(b"/Type /Page "), 3)
+
+    def test_warnings_are_told(self):
+        self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
+        self.write("b.png", picture(3))
+        result = self.batch("a.tif", "b.png")
+        self.assertIn(b" done a.tif; page 1 of 3 is traced (see --page; --page all takes every one)\n", result.stdout)
+        self.assertIn(b" done b.png\n", result.stdout)
+        self.assertIn(b"2 done, 1 with warnings; ", result.stderr)
+        self.assertRegex(self.run_program("batch", "summary", "out").stdout, rb"\nwarnings +1\n")
+
     def test_names_that_are_no_text(self):
         name = os.path.join(os.fsencode(self.folder), b"in", b"\xff\xfe x.png")
         os.makedirs(os.path.dirname(name))

@@ -50,6 +50,8 @@ class Summary(BatchTest):
         result = self.run_program("batch", "summary", "out", "later.jsonl", "--json")
         self.assertEqual(json.loads(result.stdout)["outcomes"], {"done": 6, "failed": 2})
         self.assertIn("1 lines are no result lines", result.stderr.decode())
+        self.write("hostile.jsonl", b'{"path": "a", "page": 1, "outcome": "failed", "error": "\\u001b[2Jx\\ny"}\n')
+        self.assertIn(b" ?[2Jx?y\n", self.run_program("batch", "summary", "hostile.jsonl").stdout)
         self.assert_refused("batch", "summary", "none", code=3, words="none: No such file")
         self.assert_refused("batch", "summary", code=2, words="give files of result lines")
         self.assert_refused("batch", "summary", "out", "--jobs", "2", code=2, words="--jobs: not for batch summary")
@@ -132,6 +134,29 @@ class Report(BatchTest):
                 self.assertFalse(browser.evaluate("document.querySelector('#viewer').open"))
                 self.assertEqual(browser.evaluate("document.activeElement.querySelector('.name').textContent"), "in/p0002.png")
         self.assertEqual(browser.complaints(), [])
+
+    def test_distributions_show_what_most_pictures_are_like(self):
+        """One value far from all others does not leave one bar of them; captions do not collide on a telephone."""
+        text = self.read("r.html").decode()
+        row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
+        rows = [{**row, "name": "p%05d" % i, "pieces": 100 + i % 50, "agreement": 1, "seconds": 0.123456 + i} for i in range(500)]
+        rows[7].update(pieces=1000000, agreement=0.5)
+        self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
+                                    text, flags=re.S).encode())
+        bars = ("[...document.querySelectorAll('.plot')].map(p => [...p.querySelectorAll('rect')].map(r => Number(r.getAttribute('x'))))")
+        for width in 1400, 390:
+            self.browser.open(self.page, width)
+            time, agreement, _, pieces = self.browser.evaluate(bars)
+            self.assertGreater(len(time), 25)
+            self.assertGreater(len(pieces), 20)
+            self.assertEqual(agreement, [0.5, 150.5])
+            overlaps = self.browser.evaluate("""[...document.querySelectorAll('.plot p, .plot h2')].filter(line => {
+                const boxes = [...line.children].map(c => c.getBoundingClientRect());
+                return boxes.some((a, i) => boxes.some((b, k) => i < k && a.left < b.right && b.left < a.right
+                    && a.top < b.bottom && b.top < a.bottom)) || line.scrollWidth > line.clientWidth + 1;
+            }).map(line => line.textContent)""")
+            self.assertEqual(overlaps, [])
+        self.assertEqual(self.browser.complaints(), [])
 
     def test_one_slider_for_all_shows_picture_or_drawing(self):
         self.browser.open(self.page, 1000)

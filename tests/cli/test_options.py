@@ -149,6 +149,15 @@ class Keeping(OptionsTest):
         self.assertEqual((options["ltres"], options["qtres"]), (0.25, 4))
         self.assertEqual(self.stats("a.png", "-t", "3", "--set", "qtres=7")["options"]["qtres"], 7)
 
+    def test_options_that_had_no_part_are_not_told(self):
+        self.write("a.png", ring(RED, WHITE, WHITE))
+        told = lambda *more: sorted(self.stats("a.png", "-p", "logo", "--fit", "engine", *more)["options"])
+        outlines = ["ltres", "pathomit", "qtres"]
+        self.assertEqual(told(), sorted(outlines + ["numberofcolors"]))
+        self.assertEqual(told("--palette", "#ff0000,#ffffff"), outlines)
+        self.assertEqual(len(told("--set", "blurradius=1")), 12)
+        self.assertEqual(self.stats("a.png", "-p", "logo", "--fit", "fair")["options"], {"numberofcolors": 64})
+
     def test_decimals(self):
         self.write("a.png", png(60, 60, lambda x, y: RED if (x - 30) ** 2 + (y - 28) ** 2 < 500 else WHITE))
         longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"\d*\.?\d+", self.svg("a.png", "--decimals", "2")))

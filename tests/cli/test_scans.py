@@ -140,6 +140,13 @@ class Scans(OptionsTest):
             self.assertIn(words, self.run_program("a.png", "-p", "lineart", *arguments).stderr)
         self.assertIn(b"no soft edges", self.run_program("a.png", "-p", "logo", "--upsample", "2").stderr)
 
+    def test_patterns_are_no_drawings(self):
+        words = b"--strokes: most of what was found are specks and solid areas"
+        self.write("a.png", png(320, 320, lambda x, y: BLACK if (x // 4 + y // 4) % 2 else WHITE))
+        self.assertIn(words, self.run_program("a.png", "--strokes", "-o", "a.dxf").stderr)
+        self.write("b.png", png(320, 320, lambda x, y: BLACK if x % 20 < 3 or y % 20 < 3 else WHITE))
+        self.assertEqual(self.run_program("b.png", "--strokes", "-o", "b.dxf").stderr, b"")
+
     def test_tiny_images(self):
         for size in 1, 5, 11:
             self.write("a.png", png(size, size, lambda x, y: BLACK if x > 2 else WHITE))

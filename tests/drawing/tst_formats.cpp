@@ -8,6 +8,7 @@
 #include "drawing/json.h"
 #include "drawing/pdf.h"
 #include "drawing/png.h"
+#include "tests/drawing/Written.h"
 
 #include <QBuffer>
 #include <QTest>
@@ -95,18 +96,6 @@ Drawing withGradients()
         drawing.outlines.push_back(outline);
     }
     return drawing;
-}
-
-QByteArray written(const std::function<bool(QIODevice *)> &write)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return write(&buffer) ? buffer.data() : QByteArray();
-}
-
-QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions())
-{
-    return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
 }
 
 PathPiece quadratic(const Point &a, const Point &b, const Point &c)

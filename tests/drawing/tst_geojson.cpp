@@ -85,6 +85,18 @@ Drawing sheet()
     return drawing;
 }
 
+// A cubic of four points, and back to its start by way of the corners.
+Path besideCurve(const std::vector<Point> &cubic, const std::vector<Point> &corners)
+{
+    Path path;
+    path.moveTo(cubic[0]);
+    path.cubicTo(cubic[1], cubic[2], cubic[3]);
+    for (const Point &corner : corners)
+        path.lineTo(corner);
+    path.lineTo(cubic[0]);
+    return path;
+}
+
 } // namespace
 
 class tst_GeoJson : public QObject
@@ -156,18 +168,10 @@ private slots:
 
     void neighboursHaveTheSamePointsOnACurve()
     {
-        Path left;
-        left.moveTo(Point(20, 30));
-        left.cubicTo(Point(25, 22), Point(14, 9), Point(21, 0));
-        left.lineTo(Point(0, 0));
-        left.lineTo(Point(0, 30));
-        left.lineTo(Point(20, 30));
-        Path right;
-        right.moveTo(Point(21, 0));
-        right.cubicTo(Point(14, 9), Point(25, 22), Point(20, 30));
-        right.lineTo(Point(40, 30));
-        right.lineTo(Point(40, 0));
-        right.lineTo(Point(21, 0));
+        const Path left = besideCurve({ Point(20, 30), Point(25, 22), Point(14, 9), Point(21, 0) },
+                                      { { 0, 0 }, { 0, 30 } });
+        const Path right = besideCurve({ Point(21, 0), Point(14, 9), Point(25, 22), Point(20, 30) },
+                                       { { 40, 30 }, { 40, 0 } });
         Drawing drawing = sheet();
         drawing.outlines = { area(left, 0xFF000000u), area(right, 0xFFFFFFFFu) };
         for (int decimals : { kDecimalsOfDrawing, kExactDecimals, 2 }) {

@@ -12,6 +12,7 @@
 #include "drawing/strokepaths.h"
 #include "drawing/svg.h"
 #include "tests/drawing/WholeShapes.h"
+#include "tests/drawing/Written.h"
 
 #include <QBuffer>
 #include <QRegularExpression>
@@ -26,18 +27,6 @@ using namespace ztrace;
 namespace {
 
 const double kNan = std::numeric_limits<double>::quiet_NaN();
-
-QByteArray written(const std::function<bool(QIODevice *)> &write)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return write(&buffer) ? buffer.data() : QByteArray();
-}
-
-QByteArray dxfOf(const Drawing &drawing, const DxfOptions &options = DxfOptions())
-{
-    return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
-}
 
 QByteArray svgOf(const Drawing &drawing)
 {

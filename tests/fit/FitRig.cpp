@@ -409,4 +409,26 @@ std::string svgOf(const Path &path, const Truth &truth, const ChainData &data)
     return out.str();
 }
 
+Point phase(Noise *noise, double at)
+{
+    return { at + noise->uniform(), at + noise->uniform() };
+}
+
+int sizeFor(const Truth &truth)
+{
+    double size = 0;
+    for (const Piece &piece : truth)
+        size = std::max(size, std::max(boxOf(piece).high.x, boxOf(piece).high.y));
+    return static_cast<int>(size) + 8;
+}
+
+Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation, Noise *noise)
+{
+    const int size = sizeFor(truth);
+    Raster raster = rasterOf(truth, size, size);
+    if (noise)
+        addNoise(&raster, deviation, noise);
+    return fitChain(outlineOf(raster, edge, deviation).view(), settings);
+}
+
 } // namespace ztrace::fit

@@ -63,6 +63,16 @@ struct ChainData
 };
 ChainData outlineOf(const Raster &raster, Edge edge, double noise = 0);
 
+// Somewhere in the pixel at (at, at).
+Point phase(Noise *noise, double at);
+
+// Of a square picture that the truth lies in.
+int sizeFor(const Truth &truth);
+
+// The fit of the truth's outline in such a picture; with noise, of a picture that has it.
+Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation = 0,
+           Noise *noise = nullptr);
+
 struct Score
 {
     double rms; // of points on the fit to the truth, pixels

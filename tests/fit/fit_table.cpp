@@ -33,16 +33,6 @@ struct Row
 std::string svgFolder;
 int repeats = 1; // of every fit, for its time
 
-int sizeFor(const Truth &truth)
-{
-    double size = 0;
-    for (const Piece &piece : truth) {
-        const Box box = boxOf(piece);
-        size = std::max(size, std::max(box.high.x, box.high.y));
-    }
-    return static_cast<int>(size) + 8;
-}
-
 double cornerError(const Path &path, const Truth &truth)
 {
     double worst = 0;
@@ -128,11 +118,6 @@ void print(const Row &row, Edge edge, const Settings &settings)
         truthNumbers / n, whole, row.count, bias / n, corners, turning / n, kinks / n,
         kinks / length * 100, 1e9 * seconds / points);
     std::fflush(stdout);
-}
-
-Point phase(Noise *noise, double at)
-{
-    return { at + noise->uniform(), at + noise->uniform() };
 }
 
 Truth glyph(const QChar letter, double pixels, Noise *noise, const char *family)

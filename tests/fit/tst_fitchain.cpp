@@ -16,29 +16,6 @@ namespace {
 const double kPi = 3.14159265358979323846;
 const double kGrey = 8.0 / 255; // noise of deviation 8, as coverage
 
-Point phase(Noise *noise, double at)
-{
-    return { at + noise->uniform(), at + noise->uniform() };
-}
-
-int sizeFor(const Truth &truth)
-{
-    double size = 0;
-    for (const Piece &piece : truth)
-        size = std::max(size, std::max(boxOf(piece).high.x, boxOf(piece).high.y));
-    return static_cast<int>(size) + 8;
-}
-
-Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation = 0,
-           Noise *noise = nullptr)
-{
-    const int size = sizeFor(truth);
-    Raster raster = rasterOf(truth, size, size);
-    if (noise)
-        addNoise(&raster, deviation, noise);
-    return fitChain(outlineOf(raster, edge, deviation).view(), settings);
-}
-
 // Root mean square over phases of the rms, and whether one piece of the kind came back each time.
 struct Quality
 {

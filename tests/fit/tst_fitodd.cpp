@@ -13,29 +13,6 @@ using namespace ztrace::fit;
 
 namespace {
 
-Point phase(Noise *noise, double at)
-{
-    return { at + noise->uniform(), at + noise->uniform() };
-}
-
-int sizeFor(const Truth &truth)
-{
-    double size = 0;
-    for (const Piece &piece : truth)
-        size = std::max(size, std::max(boxOf(piece).high.x, boxOf(piece).high.y));
-    return static_cast<int>(size) + 8;
-}
-
-Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation = 0,
-           Noise *noise = nullptr)
-{
-    const int size = sizeFor(truth);
-    Raster raster = rasterOf(truth, size, size);
-    if (noise)
-        addNoise(&raster, deviation, noise);
-    return fitChain(outlineOf(raster, edge, deviation).view(), settings);
-}
-
 bool isFinite(const Path &path)
 {
     for (const Piece &p : path.pieces) {

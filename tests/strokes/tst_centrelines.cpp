@@ -47,6 +47,7 @@ private slots:
     void aSolidDiscIsNoStroke();
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
+    void manyShortStrokesAreHardlyDrawn();
     void theSamePictureGivesTheSame();
 };
 
@@ -330,6 +331,27 @@ void tst_CentreLines::oddPicturesGiveSomething()
     }
     if (pattern == 0)
         QVERIFY(drawing.strokes.empty());
+}
+
+// Many short strokes are no drawing; few, long ones, lettering and hatches are.
+void tst_CentreLines::manyShortStrokesAreHardlyDrawn()
+{
+    const auto drawn = [](std::size_t count, double length, Role role) {
+        StrokeDrawing drawing;
+        Stroke stroke;
+        stroke.piece = ztrace::fit::linePiece({ 0, 0 }, { length, 0 });
+        stroke.width = 3.0;
+        stroke.role = role;
+        drawing.strokes.assign(count, stroke);
+        return drawing;
+    };
+    QVERIFY(isHardlyDrawn(drawn(kManyStrokes, 10, Role::Line), 0));
+    QVERIFY(!isHardlyDrawn(drawn(kManyStrokes - 1, 10, Role::Line), 0));
+    QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 20, Role::Line), 0));
+    QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 10, Role::Text), 0));
+    QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 10, Role::Hatch), 0));
+    QVERIFY(isHardlyDrawn(drawn(0, 10, Role::Line), kManyStrokes));
+    QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 20, Role::Line), kManyStrokes));
 }
 
 void tst_CentreLines::theSamePictureGivesTheSame()

@@ -8,6 +8,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -75,6 +76,9 @@ private slots:
     void unevenPaperBecomesEven();
     void aCellFullOfInkIsNoPaper();
     void raggedEdgesAreNoise();
+    void faintNoiseOfAFaintPageIsNoise();
+    void aLineInDotsIsOneStroke();
+    void dashesOfOneBitStayApart();
     void aWornLineIsOneStroke();
     void dashesInNoiseAreNoWornLine();
     void specksAreDropped();
@@ -125,6 +129,49 @@ void tst_ScannedStrokes::raggedEdgesAreNoise()
     QVERIFY(!isNoisy({ kSide, kSide, clean.data(), 127 }, true));
     Greys ragged = cut(scanned(lines(false), 2, 30), 130);
     QVERIFY(isNoisy({ kSide, kSide, ragged.data(), 127 }, true));
+}
+
+// Grain of two pixels and a contrast of a quarter: neighbours differ by little, but so do ink and
+// paper.
+void tst_ScannedStrokes::faintNoiseOfAFaintPageIsNoise()
+{
+    Greys grey = scanned(lines(false), 0, 60);
+    grey = smoothed({ kSide, kSide, grey.data(), 127 });
+    for (uint8_t &value : grey)
+        value = uint8_t(120 + value / 4);
+    QVERIFY(isNoisy({ kSide, kSide, grey.data(), 127 }, false));
+    const StrokeDrawing drawing = drawn(grey);
+    QVERIFY2(drawing.strokes.size() == 8, listOf(drawing).c_str());
+}
+
+// Of a line two pixels wide the threshold leaves half of the pixels of its middle.
+void tst_ScannedStrokes::aLineInDotsIsOneStroke()
+{
+    Sheet sheet = lines(false);
+    sheet.line({ 40, 372.5 }, { 360, 380.5 }, 2.1);
+    const Greys grey = cut(scanned(sheet, 2, 26), 108);
+    int inked = 0;
+    for (int x = 50; x < 350; ++x) {
+        const int y = int(372.5 + 0.025 * (x - 40));
+        inked += grey[std::size_t(y * kSide + x)] == 0 ? 1 : 0;
+    }
+    QVERIFY2(inked > 90 && inked < 240, qPrintable(QString::number(inked)));
+    const StrokeDrawing drawing = drawn(grey, true);
+    QVERIFY2(drawing.strokes.size() == 9, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 40, 372.5 }, { 360, 380.5 }, 6.0), listOf(drawing).c_str());
+}
+
+// Gaps of dashes are longer than those that noise leaves.
+void tst_ScannedStrokes::dashesOfOneBitStayApart()
+{
+    Sheet sheet = lines(false);
+    for (int x = 40; x < 360; x += 24)
+        sheet.bar({ double(x), 376.5 }, { x + 15.0, 376.5 }, 3);
+    const StrokeDrawing drawing = drawn(cut(scanned(sheet, 1, 26), 120), true);
+    QVERIFY2(drawing.strokes.size() == 9, listOf(drawing).c_str());
+    const auto isHidden
+        = [](const Stroke &stroke) { return stroke.dashing.type == DashType::Hidden; };
+    QCOMPARE(int(std::count_if(drawing.strokes.begin(), drawing.strokes.end(), isHidden)), 1);
 }
 
 void tst_ScannedStrokes::aWornLineIsOneStroke()

@@ -60,6 +60,7 @@ private slots:
     void aMitredCornerIsWhereTheLinesMeet();
     void sidesOfSquaresAreNoDashes();
     void anArcEndsWhereItTouchesItsLine();
+    void tangentsOfOneBitAreTangents();
     void aCutArcIsNoTangent();
     void aCircleThatTouchesALineIsWhole();
     void anOpenArcStaysOpen();
@@ -202,6 +203,21 @@ void tst_StrokeJoints::anArcEndsWhereItTouchesItsLine()
                 QVERIFY2(std::fabs(arcShape(stroke.piece).radius - 25) < 0.1,
                          listOf(drawing).c_str());
         }
+    }
+}
+
+// A line that keeps within a row of pixels lies up to half a pixel off and cuts into its arc.
+void tst_StrokeJoints::tangentsOfOneBitAreTangents()
+{
+    for (double off : { 0.05, 0.3, 0.55, 0.8 }) {
+        Sheet sheet(420, 300);
+        const double y = 60 + off;
+        sheet.bar({ 40, y }, { 200, y }, 4.0).bar({ 40, y + 180 }, { 200, y + 180 }, 4.0);
+        sheet.arc({ 200, y + 90 }, 90, -kPi / 2, kPi, 4.0);
+        const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+        QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, { 40, y }, { 200, y }, 2.0), listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, { 40, y + 180 }, { 200, y + 180 }, 2.0), listOf(drawing).c_str());
     }
 }
 

@@ -219,12 +219,36 @@ private slots:
             QVERIFY(areas.colours[k] == kWhite || areas.colours[k] == kBlack);
     }
 
-    void optionsAreComplete()
+    void ofTheReductionAreAllOptionsOfColours()
     {
-        const EngineOptions options = allOptions({ { "ltres", 9.0 } });
-        QCOMPARE(options.size(), std::size_t(12));
-        QCOMPARE(options.at("ltres"), 9.0);
-        QCOMPARE(options.at("pathomit"), 8.0);
+        const EngineOptions options = reductionOptions({ { "blurradius", 2.0 }, { "ltres", 9.0 } });
+        QCOMPARE(options.size(), std::size_t(9));
+        QCOMPARE(options.at("blurradius"), 2.0);
+        QCOMPARE(options.at("blurdelta"), 2000.0);
+        QCOMPARE(options.count("ltres") + options.count("qtres") + options.count("pathomit"),
+                 std::size_t(0));
+    }
+
+    void onlyOptionsThatHadAPartAreTold_data()
+    {
+        QTest::addColumn<bool>("ink");
+        QTest::addColumn<bool>("fair");
+        QTest::addColumn<int>("told");
+        QTest::newRow("flat colours: those of the outlines") << false << false << 3;
+        QTest::newRow("flat colours, true shapes: none") << false << true << 0;
+        QTest::newRow("ink: all") << true << false << 12;
+        QTest::newRow("ink, true shapes: those of colours") << true << true << 9;
+    }
+
+    void onlyOptionsThatHadAPartAreTold()
+    {
+        QFETCH(bool, ink);
+        QFETCH(bool, fair);
+        QFETCH(int, told);
+        TracePlan plan = ink ? inkPlan() : flatPlan();
+        plan.geometry.fit = fair ? Geometry::Fit::Fair : Geometry::Fit::Engine;
+        const TraceResult result = traceImage(nested({ kWhite, kBlack }), plan);
+        QCOMPARE(int(result.report.engine.size()), told);
     }
 
     void onePixelIsAnOutline()
