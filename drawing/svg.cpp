@@ -362,7 +362,7 @@ private:
     // "#rgb" says the same in three letters less.
     std::string colourText(QRgb colour) const
     {
-        const std::string name = colourName(colour).toStdString();
+        std::string name = colourName(colour).toStdString();
         if (isCompact && name[1] == name[2] && name[3] == name[4] && name[5] == name[6])
             return { '#', name[1], name[3], name[5] };
         return name;

@@ -128,7 +128,7 @@ std::vector<Piece> fitPieces(Points *points, const Settings &settings, const Jud
     const Table table = { *points, sums, working.prices, judgement };
     if (!points->closed)
         spans = spansOfOpen(table, settings.search);
-    const std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
+    std::vector<Piece> pieces = joinSpans(table, withCaps(table, spans));
     if (!settings.curves && offered(settings.prices.arc))
         return pieces;
     const Table written = { *points, sums, settings.prices, judgement };

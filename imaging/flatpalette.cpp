@@ -128,7 +128,7 @@ WordTable countBlocks(const QImage &image, const EdgeMap &edges)
 class Cells
 {
 public:
-    Cells() : cubes(16 * 16 * 16 * 16, 0u) { }
+    Cells() : cubes(std::size_t(16) * 16 * 16 * 16, 0u) { }
 
     void add(QRgb word, bool flat, int count)
     {

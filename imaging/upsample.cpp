@@ -141,10 +141,8 @@ private:
 void widen(const uint16_t *labels, int width, std::size_t factor, uint16_t *target)
 {
     if (factor == 2) {
-        for (int x = 0; x < width; ++x) {
-            target[2 * x] = labels[x];
-            target[2 * x + 1] = labels[x];
-        }
+        for (int x = 0; x < width; ++x, target += 2)
+            target[0] = target[1] = labels[x];
         return;
     }
     for (int x = 0; x < width; ++x, target += factor)
