@@ -45,8 +45,8 @@ public:
 
     std::vector<uint8_t> bridge() const
     {
-        std::vector<uint8_t> grey(picture.grey,
-                                  picture.grey + picture.at(0, picture.height - 1) + picture.width);
+        const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+        std::vector<uint8_t> grey(picture.grey, picture.grey + pixels);
         for (int y = 0; y < picture.height; ++y) {
             for (int x = 0; x < picture.width; ++x) {
                 const std::size_t cell = cellOf(x, y);
