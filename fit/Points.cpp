@@ -84,10 +84,12 @@ double sigmaOf(const Chain &chain, const Points &points, int i)
 void measureWalk(Points *points)
 {
     const int n = points->size();
-    points->length.assign(1, 0.0);
+    points->length.clear();
+    points->length.reserve(static_cast<std::size_t>(n + 1));
+    points->length.push_back(0.0);
     for (int i = 1; i < n + (points->closed ? 1 : 0); ++i) {
         const Point step = points->at(i % n) - points->at(i - 1);
-        points->length.push_back(points->length.back() + std::hypot(step.x, step.y));
+        points->length.push_back(points->length.back() + std::sqrt(dot(step, step)));
     }
 }
 

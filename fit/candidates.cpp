@@ -9,7 +9,6 @@ namespace ztrace::fit {
 namespace {
 
 const double kPi = 3.14159265358979323846;
-const double kSmoothCosine = std::cos(kSmoothTurn * kPi / 180);
 
 // A walk that is this much longer than its chord turns back on itself. A staircase is up to 1.08
 // times longer; 1.5 px more for the ends of short ones.
@@ -45,7 +44,7 @@ double largestSweep(const Table &table, int points, double radius)
 // Of soft edges: pixels, and standard deviations where that is more.
 const double kFarthest = 0.35;
 const double kFarthestSigmas = 4;
-const std::size_t kLookedAt = 64;
+const int kLookedAt = 64;
 
 // Whether the way round a circle is about as long as the walk, like goesAhead, and at most
 // `largest` radians. The angle is that of the given sine and cosine times `lengths`.
@@ -71,7 +70,7 @@ bool goesRound(double sine, double cosine, double lengths, double radius, double
 }
 
 // Gives a circle the direction of the walk; false where it is no arc of these points.
-bool completeArc(const Table &table, int first, int last, Primitive *arc)
+bool isArcOf(const Table &table, int first, int last, Primitive *arc)
 {
     const Points &points = table.points;
     const double largest = largestSweep(table, last - first, arc->radius);
@@ -102,64 +101,6 @@ bool allAreNear(const Points &points, const Primitive &primitive, double far)
     return 1.1 * primitive.chi2 * points.largestSigma * points.largestSigma < least * least;
 }
 
-// How many of the points first, first + stride, ... below `last` lie farther off than limit(i). All
-// are counted: loops without an early end take several points at once.
-template<typename Limit>
-int farPoints(const Points &points, const Primitive &primitive, std::size_t first, std::size_t last,
-              std::size_t stride, Limit limit)
-{
-    const double *x = points.x.data();
-    const double *y = points.y.data();
-    const Point p = primitive.point;
-    const Point direction = primitive.direction;
-    const double radius = primitive.radius;
-    const auto ofCircle = [=](std::size_t i) {
-        const Point d = { x[i] - p.x, y[i] - p.y };
-        return std::fabs(std::sqrt(dot(d, d)) - radius) > limit(i) ? 1L : 0L;
-    };
-    const auto ofLine = [=](std::size_t i) {
-        const Point d = { x[i] - p.x, y[i] - p.y };
-        return std::fabs(cross(d, direction)) > limit(i) ? 1L : 0L;
-    };
-    long far = 0;
-    if (stride > 1) {
-        for (std::size_t i = first; i < last; i += stride)
-            far += primitive.arc ? ofCircle(i) : ofLine(i);
-    } else if (primitive.arc) {
-        for (std::size_t i = first; i < last; ++i)
-            far += ofCircle(i);
-    } else {
-        for (std::size_t i = first; i < last; ++i)
-            far += ofLine(i);
-    }
-    return static_cast<int>(far);
-}
-
-// Whether a point lies farther off than noise, or the steps of a staircase, take it. The misfit is
-// pooled over the span, whose other points can pay for a corner that a short piece cuts off.
-bool cutsCorners(const Points &points, const Span &span)
-{
-    const Primitive &primitive = span.primitive;
-    const bool soft = points.edge == Edge::Soft;
-    // No point alone can be that far off.
-    if (soft && primitive.chi2 < kFarthestSigmas * kFarthestSigmas)
-        return false;
-    if (allAreNear(points, primitive, soft ? kFarthest : kFarthestStep))
-        return false;
-    const auto first = static_cast<std::size_t>(span.first);
-    const auto last = static_cast<std::size_t>(span.last);
-    const std::size_t stride = 1 + (last - first) / kLookedAt;
-    if (!soft)
-        return farPoints(points, primitive, first, last, stride,
-                         [](std::size_t) { return kFarthestStep; })
-            > 0;
-    const double *sigma = points.sigma.data();
-    return farPoints(
-               points, primitive, first, last, stride,
-               [sigma](std::size_t i) { return std::max(kFarthest, kFarthestSigmas * sigma[i]); })
-        > 0;
-}
-
 Point breakPoint(const Points &points, int i)
 {
     const int n = points.size();
@@ -182,47 +123,124 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 
 } // namespace
 
-SpanPair spansOf(const Table &table, int first, int last, double most, double hopeless)
+SpanPair spansOf(const Table &table, int first, int last, double most)
+{
+    SpanMeter meter(table);
+    meter.measure(first, &last, &most, 1);
+    return meter.pairOf(0);
+}
+
+void SpanMeter::measure(int first, const int *last, const double *most, int count)
 {
     const Points &points = table.points;
-    const Moments m = table.sums.over(first, last);
-    const LineMoments c = lineMoments(m);
-    const int n = last - first;
-    SpanPair pair;
-    pair.lineMisfit = table.judgement.misfit(c.least * m.w, n);
-    pair.arcMisfit = kAnyCost;
+    begin = first;
+    for (int k = 0; k < kSpanLanes; ++k) {
+        // Lanes that are not asked for do what the last one does.
+        const int from = std::min(k, count - 1);
+        ends[k] = last[from];
+        mosts[k] = most[from];
+    }
+    table.sums.over(kernels, first, ends, &lanes, origins);
+    kernels.measureLines(&lanes);
     const Point a = points.at(first);
-    const Point b = points.at(last - 1);
-    const Point chord = b - a;
-    // Two or three points are always a line, so that there is a way through every chain.
-    pair.hasLine = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, last - 1));
-    // Where the line is within half a number of perfect, no arc can tell itself from it.
     const double arcPrice = table.numbers(table.prices.arc);
-    const bool needsNoMisfit = pair.lineMisfit <= hopeless;
-    const auto isHopeless = [&](double chi2) {
-        const double misfit = table.judgement.misfit(chi2, n);
-        return misfit + arcPrice > most && (needsNoMisfit || misfit > hopeless);
-    };
-    pair.hasArc = n >= kArcPoints && offered(table.prices.arc) && arcPrice <= most
-        && (!pair.hasLine || pair.lineMisfit > table.numbers(0.5))
-        && circleOf(m, c, isHopeless, &pair.arc.primitive);
-    if (pair.hasLine && pair.lineMisfit + table.numbers(table.prices.line) <= most)
-        pair.line = { first, last, lineOf(m, c, a, b), pair.lineMisfit, false };
-    else
-        pair.hasLine = false;
-    if (pair.hasLine && n > 3 && cutsCorners(points, pair.line))
-        pair.hasLine = false;
-    if (!pair.hasArc)
-        return pair;
-    pair.arcMisfit = table.judgement.misfit(pair.arc.primitive.chi2, n);
-    pair.hasArc
-        = pair.arcMisfit + arcPrice <= most && completeArc(table, first, last, &pair.arc.primitive);
-    pair.arc.first = first;
-    pair.arc.last = last;
-    pair.arc.misfit = pair.arcMisfit;
-    pair.arc.smooth = false;
-    pair.hasArc = pair.hasArc && !cutsCorners(points, pair.arc);
+    const bool arcs = offered(table.prices.arc);
+    bool any = false;
+    for (int k = 0; k < count; ++k) {
+        const int n = ends[k] - first;
+        const Point chord = points.at(ends[k] - 1) - a;
+        lineMisfits[k] = table.judgement.misfit(lanes.least[k] * lanes.sums[kSumW][k], n);
+        // Two or three points are always a line, so that there is a way through every chain.
+        ahead[k]
+            = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, ends[k] - 1));
+        // Where the line is within a number of perfect, no arc can tell itself from it.
+        mayBeArc[k] = arcs && n >= kArcPoints && arcPrice <= mosts[k]
+            && (!ahead[k] || lineMisfits[k] > table.numbers(1));
+        any = any || mayBeArc[k];
+    }
+    if (any)
+        kernels.measureCircles(&lanes);
+}
+
+const SpanPair &SpanMeter::pairOf(int k)
+{
+    pair.lineMisfit = lineMisfits[k];
+    pair.arcMisfit = kAnyCost;
+    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mosts[k];
+    if (pair.hasLine)
+        completeLine(k);
+    pair.hasArc = mayBeArc[k] && lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0;
+    if (pair.hasArc)
+        completeArc(k);
     return pair;
+}
+
+void SpanMeter::completeLine(int k)
+{
+    const Points &points = table.points;
+    Point along = { lanes.alongX[k], lanes.alongY[k] };
+    if (!(dot(along, along) > 0))
+        along = { 1, 0 }; // all points coincide
+    if (dot(along, points.at(ends[k] - 1) - points.at(begin)) < 0)
+        along = -1.0 * along;
+    Span &line = pair.line;
+    line.first = begin;
+    line.last = ends[k];
+    line.smooth = false;
+    line.misfit = lineMisfits[k];
+    line.primitive = { false, { lanes.mx[k] + origins[k].x, lanes.my[k] + origins[k].y },
+                       along, 0,
+                       0,     lanes.least[k] * lanes.sums[kSumW][k] };
+    pair.hasLine = ends[k] - begin <= 3 || staysNear(line);
+}
+
+void SpanMeter::completeArc(int k)
+{
+    Span &arc = pair.arc;
+    arc.first = begin;
+    arc.last = ends[k];
+    arc.smooth = false;
+    Primitive &circle = arc.primitive;
+    circle.arc = true;
+    circle.point = { lanes.centreX[k] + lanes.mx[k] + origins[k].x,
+                     lanes.centreY[k] + lanes.my[k] + origins[k].y };
+    circle.direction = { 1, 0 };
+    circle.radius = lanes.radius[k];
+    circle.chi2 = lanes.root[k] * lanes.sums[kSumW][k];
+    arc.misfit = pair.arcMisfit = table.judgement.misfit(circle.chi2, ends[k] - begin);
+    pair.hasArc = pair.arcMisfit + table.numbers(table.prices.arc) <= mosts[k]
+        && isArcOf(table, begin, ends[k], &circle) && staysNear(arc);
+}
+
+// Whether no point lies farther off than noise, or the steps of a staircase, take it. The misfit is
+// pooled over the span, whose other points can pay for a corner that a short piece cuts off.
+bool SpanMeter::staysNear(const Span &span) const
+{
+    const Points &points = table.points;
+    const Primitive &primitive = span.primitive;
+    const bool soft = points.edge == Edge::Soft;
+    // No point alone can be that far off.
+    if (soft && primitive.chi2 < kFarthestSigmas * kFarthestSigmas)
+        return true;
+    const double least = soft ? kFarthest : kFarthestStep;
+    const double sigmas = soft ? kFarthestSigmas : 0;
+    if (allAreNear(points, primitive, least))
+        return true;
+    const auto first = static_cast<std::size_t>(span.first);
+    const int count = span.last - span.first;
+    const int stride = 1 + count / kLookedAt;
+    if (stride == 1)
+        return kernels.allNear({ points.x.data() + first, points.y.data() + first,
+                                 points.sigma.data() + first, primitive.arc, primitive.point.x,
+                                 primitive.point.y, primitive.direction.x, primitive.direction.y,
+                                 primitive.radius, least, sigmas },
+                               count);
+    for (int i = span.first; i < span.last; i += stride) {
+        if (std::fabs(primitive.distance(points.at(i)))
+            > std::max(least, sigmas * points.sigmaOf(i)))
+            return false;
+    }
+    return true;
 }
 
 SpanEnd startOf(const Points &points, const Span &span)

@@ -5,6 +5,7 @@
 #define ZTRACE_FIT_CANDIDATES_H
 
 #include "fit/prices.h"
+#include "fit/spanlanes.h"
 #include "fit/sums.h"
 
 namespace ztrace::fit {
@@ -31,6 +32,7 @@ struct SpanEnd
 // Degrees of turn below which a joint counts as smooth, and pixels that the two free fits may lie
 // apart there. Twelve degrees is what a joint of two fits of 8 points at .1 px can be off.
 const double kSmoothTurn = 12;
+const double kSmoothCosine = 0.97814760073380563793; // of that
 const double kSmoothGap = 0.6;
 // Radians a single arc may sweep, and its fewest points.
 const double kLargestSweep = 4.7;
@@ -53,8 +55,7 @@ struct Table
 
 // The two kinds of one span. A line is not there where the walk turns back; an arc not where the
 // line is as good, where it would sweep too far, or where its sagitta is below one sigma. Neither
-// is where its misfit and price exceed `most`; then an arc's misfit may be left at infinity, where
-// that does not change whether the lesser one of both is above `hopeless`.
+// is where its misfit and price exceed `most`.
 struct SpanPair
 {
     bool hasLine;
@@ -65,7 +66,36 @@ struct SpanPair
     Span arc;
 };
 const double kAnyCost = 1e300;
-SpanPair spansOf(const Table &table, int first, int last, double most, double hopeless = kAnyCost);
+SpanPair spansOf(const Table &table, int first, int last, double most);
+
+// The same for spans that begin at one point, several at a time.
+class SpanMeter
+{
+public:
+    explicit SpanMeter(const Table &t) : table(t), kernels(spanKernels()) { }
+
+    // Of 1 to kSpanLanes spans from `first` to before each of `last`, with what each may cost.
+    void measure(int first, const int *last, const double *most, int count);
+    // Of span k, 0 <= k < count; valid until the next call.
+    const SpanPair &pairOf(int k);
+
+private:
+    void completeLine(int k);
+    void completeArc(int k);
+    bool staysNear(const Span &span) const;
+
+    const Table &table;
+    const SpanKernels &kernels;
+    SpanLanes lanes;
+    Point origins[kSpanLanes];
+    int begin = 0;
+    int ends[kSpanLanes];
+    double mosts[kSpanLanes];
+    bool ahead[kSpanLanes]; // may be lines
+    double lineMisfits[kSpanLanes];
+    bool mayBeArc[kSpanLanes];
+    SpanPair pair;
+};
 
 SpanEnd startOf(const Points &points, const Span &span);
 SpanEnd endOf(const Points &points, const Span &span);

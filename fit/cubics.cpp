@@ -1,8 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "fit/cubics.h"
 
-#include <Eigen/Dense>
-
 #include <algorithm>
 #include <cmath>
 
@@ -14,34 +12,41 @@ namespace {
 // counts all.
 const int kMostPoints = 32;
 const int kRounds = 6;
-const double kSettled = 1e-4;      // pixels
+const double kSettled = 1e-3;      // pixels; the next step is far below
 const double kLongestHandle = 1.5; // chords
 const double kShortestHandle = 0.02;
 // Parameter by which a point may run past the ends: those beside a joint may project there.
 const double kPast = 0.05;
 
+// A cubic, or a conic whose inner points are one, in powers of t.
 struct Bezier
 {
-    Point p[4];
-    double weight; // of both inner points together where the curve is rational (p[1] = p[2])
-    bool conic;
+    Point power[4];  // of the place; of a conic the place times `total`
+    double total[3]; // of a conic
+    bool conic = false;
+
+    Bezier(Point a, Point b, Point c, Point d)
+        : power { a, 3.0 * (b - a), 3.0 * (c - b) - 3.0 * (b - a), (d - a) - 3.0 * (c - b) }
+    { }
+    // `weight` of the control point.
+    Bezier(Point a, Point control, Point d, double weight)
+        : power { a, 2.0 * (weight * control - a), a + d - 2 * weight * control, { 0, 0 } },
+          total { 1, 2 * (weight - 1), 2 * (1 - weight) }, conic(true)
+    { }
 
     // Place and first derivative at t.
     void at(double t, Point *place, Point *change) const
     {
-        const double u = 1 - t;
-        if (conic) {
-            const double w = 2 * weight;
-            const double total = u * u + w * u * t + t * t;
-            const Point sum = u * u * p[0] + w * u * t * p[1] + t * t * p[3];
-            const Point slope = -2 * u * p[0] + w * (u - t) * p[1] + 2 * t * p[3];
-            const double totalSlope = -2 * u + w * (u - t) + 2 * t;
-            *place = (1 / total) * sum;
-            *change = (1 / total) * (slope - totalSlope * *place);
+        const Point sum = power[0] + t * (power[1] + t * (power[2] + t * power[3]));
+        const Point slope = power[1] + t * (2.0 * power[2] + 3 * t * power[3]);
+        if (!conic) {
+            *place = sum;
+            *change = slope;
             return;
         }
-        *place = u * u * u * p[0] + 3 * u * u * t * p[1] + 3 * u * t * t * p[2] + t * t * t * p[3];
-        *change = 3 * u * u * (p[1] - p[0]) + 6 * u * t * (p[2] - p[1]) + 3 * t * t * (p[3] - p[2]);
+        const double scale = 1 / (total[0] + t * (total[1] + t * total[2]));
+        *place = scale * sum;
+        *change = scale * (slope - (total[1] + 2 * t * total[2]) * *place);
     }
 
     // One step towards the foot of q. The curve's second derivative is left out: near the curve it
@@ -86,12 +91,14 @@ struct Handles
     Point tangent[2];
     double length[2];
 
+    Point inner(const CurveEnds &ends, int which) const
+    {
+        return which == 0 ? ends.start + length[0] * tangent[0] : ends.end - length[1] * tangent[1];
+    }
+
     Bezier curve(const CurveEnds &ends) const
     {
-        return { { ends.start, ends.start + length[0] * tangent[0],
-                   ends.end - length[1] * tangent[1], ends.end },
-                 1,
-                 false };
+        return { ends.start, inner(ends, 0), inner(ends, 1), ends.end };
     }
 };
 
@@ -134,7 +141,7 @@ public:
         const Bezier curve = handles.curve(ends);
         if (!followsWalk(curve))
             return false;
-        *cubic = cubicPiece(ends.start, curve.p[1], curve.p[2], ends.end);
+        *cubic = cubicPiece(ends.start, handles.inner(ends, 0), handles.inner(ends, 1), ends.end);
         cubic->misfit = misfitOf(table, curve, first, last);
         return cubic->misfit < kAnyCost;
     }
@@ -158,10 +165,14 @@ private:
 
     double improve()
     {
-        using Vector = Eigen::Matrix<double, 4, 1>;
-        Eigen::Matrix4d normal = Eigen::Matrix4d::Identity() * 1e-3;
-        Vector right = Vector::Zero();
+        // Lower triangle; a handle that no point sees stays as it is.
+        double normal[4][4] = {};
+        for (int r = 0; r < 4; ++r)
+            normal[r][r] = 1e-3;
+        double step[4] = { 0, 0, 0, 0 };
         const Bezier curve = handles.curve(ends);
+        const Point left[2] = { handles.length[0] * leftOf(handles.tangent[0]),
+                                handles.length[1] * leftOf(handles.tangent[1]) };
         std::size_t k = 0;
         for (int i = first; i < last; i += stride, ++k) {
             const Point q = table.points.at(i);
@@ -169,29 +180,58 @@ private:
             parameter[k] = t;
             Point place, change;
             curve.at(t, &place, &change);
-            const double speed = std::sqrt(dot(change, change));
-            if (!(speed > 0))
+            const double square = dot(change, change);
+            if (!(square > 0))
                 continue;
-            const Point n = (1 / speed) * leftOf(change);
+            const Point n = leftOf(change); // times the speed
+            const double weight = table.points.weightOf(i) / square;
             const double u = 1 - t;
             const double a = 3 * u * u * t;
-            const double b = 3 * u * t * t;
-            Vector j;
-            j << a * dot(n, handles.tangent[0]), -b * dot(n, handles.tangent[1]),
-                ends.startFixed ? 0 : a * handles.length[0] * dot(n, leftOf(handles.tangent[0])),
-                ends.endFixed ? 0 : -b * handles.length[1] * dot(n, leftOf(handles.tangent[1]));
-            const double weight = table.points.weightOf(i);
-            normal += weight * j * j.transpose();
-            right += weight * dot(n, q - place) * j;
+            const double b = -3 * u * t * t;
+            const double j[4] = { a * dot(n, handles.tangent[0]), b * dot(n, handles.tangent[1]),
+                                  ends.startFixed ? 0 : a * dot(n, left[0]),
+                                  ends.endFixed ? 0 : b * dot(n, left[1]) };
+            const double off = weight * dot(n, q - place);
+            for (int r = 0; r < 4; ++r) {
+                step[r] += off * j[r];
+                for (int c = 0; c <= r; ++c)
+                    normal[r][c] += weight * j[r] * j[c];
+            }
         }
-        const Vector step = normal.ldlt().solve(right);
+        if (!solve(normal, step))
+            return INFINITY;
+        double largest = 0;
         for (int h = 0; h < 2; ++h) {
+            largest = std::max({ largest, std::fabs(step[h]), reach * std::fabs(step[2 + h]) });
             handles.length[h] += std::min(reach, std::max(-reach, step[h]));
-            turn(&handles.tangent[h], std::min(0.3, std::max(-0.3, step[2 + h])));
+            if (step[2 + h] != 0)
+                turn(&handles.tangent[h], std::min(0.3, std::max(-0.3, step[2 + h])));
         }
-        const double largest = std::max(step.head<2>().cwiseAbs().maxCoeff(),
-                                        reach * step.tail<2>().cwiseAbs().maxCoeff());
         return std::isfinite(largest) ? largest : INFINITY;
+    }
+
+    // By Cholesky's factors, in place.
+    static bool solve(double (&m)[4][4], double (&x)[4])
+    {
+        for (int r = 0; r < 4; ++r) {
+            for (int c = 0; c <= r; ++c) {
+                double sum = m[r][c];
+                for (int k = 0; k < c; ++k)
+                    sum -= m[r][k] * m[c][k];
+                if (c == r && !(sum > 0))
+                    return false;
+                m[r][c] = c == r ? 1 / std::sqrt(sum) : sum * m[c][c];
+            }
+            for (int k = 0; k < r; ++k)
+                x[r] -= m[r][k] * x[k];
+            x[r] *= m[r][r];
+        }
+        for (int r = 3; r >= 0; --r) {
+            for (int k = r + 1; k < 4; ++k)
+                x[r] -= m[k][r] * x[k];
+            x[r] *= m[r][r];
+        }
+        return true;
     }
 
     const Table &table;
@@ -232,7 +272,7 @@ bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last
     if (!tangentsMeet(ends, table.points.walk(first, last - 1), &control))
         return false;
     *piece = quadraticPiece(ends.start, control, ends.end);
-    const Bezier curve = { { ends.start, control, control, ends.end }, 1, true };
+    const Bezier curve(ends.start, control, ends.end, 1);
     piece->misfit = misfitOf(table, curve, first, last);
     return piece->misfit < kAnyCost;
 }
@@ -266,7 +306,7 @@ bool fitConic(const Table &table, const CurveEnds &ends, int first, int last, Pi
         if (!(s > 0.02 && s < 0.495))
             continue;
         const double w = s / (1 - s);
-        const Bezier curve = { { ends.start, control, control, ends.end }, w, true };
+        const Bezier curve(ends.start, control, ends.end, w);
         const double misfit = misfitOf(table, curve, first, last);
         if (misfit < best) {
             best = misfit;

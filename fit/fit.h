@@ -33,7 +33,8 @@ struct Path
     double numbers; // by the price list
 };
 
-// Fits one chain (docs/fit/fit.md lists the stages). Deterministic, without threads or globals.
+// Fits one chain (docs/fit/fit.md lists the stages). Deterministic; may run in several threads
+// at a time.
 //
 // No usable point gives no piece. One point, or points that all coincide, give one line of no
 // length. A closed chain of two points is drawn there and back. Coordinates that come out are

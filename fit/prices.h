@@ -56,7 +56,7 @@ enum class Meeting { OfOutlines, OfCentreLines };
 // whose chains are many times longer, win nothing (docs/fit/program.md).
 struct Search
 {
-    int fineStep = 2;    // between the ends of short spans
+    int fineStep = 2;    // between the ends of short spans; a power of two
     int cornerReach = 1; // breaks to both sides of a corner that are always looked at
     int refinement = 2;  // breaks to both sides of the lattice's answer
 };

@@ -18,6 +18,9 @@ const int kFailures = 2;
 // points: an absolute bound breaks every long line of a staircase.
 const double kHopelessPerPoint = 1;
 const double kHopelessNumbers = 5;
+// Part of a corner's price by which a way may be worse than the best one to a break and stay, where
+// not all spans are looked at. With all of it as many numbers are written, a tenth later.
+const double kSlack = 0.5;
 const double kRounding = 1e-9; // nats
 
 struct State
@@ -36,24 +39,52 @@ struct Survivor
     SpanEnd end;
 };
 
-class Program
+// What a program works with. It stays from one to the next: most chains are so short that it would
+// take longer to get memory than to use it.
+struct Room
 {
-public:
-    Program(const Table &t, const Reach &r) : table(t), reach(r), size(t.points.size()) { }
+    std::vector<State> states;
+    std::vector<int> head;                     // per break: the state that came last
+    std::vector<double> best;                  // per break
+    std::vector<Survivor> survivors;           // break after break, the cheapest first
+    std::vector<int> kept;                     // per break: where its survivors begin
+    std::vector<std::pair<double, int>> order; // cost and state
+    std::vector<int> ends;
 
-    Answer run()
+    void clear(int size)
     {
+        states.clear();
+        survivors.clear();
         head.assign(static_cast<std::size_t>(size + 1), -1);
         best.assign(static_cast<std::size_t>(size + 1), std::numeric_limits<double>::infinity());
         kept.assign(static_cast<std::size_t>(size + 2), 0);
-        states.reserve(static_cast<std::size_t>(4 * size));
-        survivors.reserve(static_cast<std::size_t>(4 * size));
-        std::vector<int> ends;
+    }
+};
+
+// States that a thread keeps room for, 2 MB.
+const std::size_t kMostKept = 1 << 14;
+
+class Program : private Room
+{
+public:
+    Program(Room *given, const Table &t, const Reach &r)
+        : Room(std::move(*given)), room(given), table(t), reach(r), meter(t), size(t.points.size()),
+          slack((r.mayCut() && t.points.edge == Edge::Soft ? kSlack : 1) * cornerCost())
+    { }
+    ~Program()
+    {
+        if (states.capacity() <= kMostKept)
+            *room = std::move(static_cast<Room &>(*this));
+    }
+
+    Answer run()
+    {
+        clear(size);
         for (int first = 0; first < size; ++first) {
             keepStates(first);
             reach.endsFrom(first, &ends);
             if (!ends.empty() && reachable(first))
-                leave(first, ends);
+                leave(first);
         }
         keepStates(size);
         return bestEnd();
@@ -76,7 +107,7 @@ private:
     // Sorts the ways that end at a break and drops those that no joint can make the best.
     void keepStates(int at)
     {
-        const double limit = best[static_cast<std::size_t>(at)] + cornerCost();
+        const double limit = best[static_cast<std::size_t>(at)] + slack;
         order.clear();
         for (int s = head[static_cast<std::size_t>(at)]; s >= 0; s = state(s).next) {
             if (state(s).cost <= limit)
@@ -88,29 +119,45 @@ private:
         kept[static_cast<std::size_t>(at + 1)] = static_cast<int>(survivors.size());
     }
 
-    void leave(int first, const std::vector<int> &ends)
+    void leave(int first)
     {
         int failures = 0;
         const double before = leastBefore(first);
-        for (const int last : ends) {
-            if (last - first < 2 && size > 1)
+        int last[kSpanLanes];
+        double most[kSpanLanes];
+        int count = 0;
+        for (std::size_t k = 0; k < ends.size(); ++k) {
+            if (ends[k] - first >= 2 || size <= 1) {
+                last[count] = ends[k];
+                most[count++] = std::min(best[static_cast<std::size_t>(ends[k])] + slack,
+                                         reach.limitAt(ends[k]))
+                    - before;
+            }
+            if (count < kSpanLanes && k + 1 < ends.size())
                 continue;
-            const double most
-                = std::min(best[static_cast<std::size_t>(last)] + cornerCost(), reach.limitAt(last))
-                - before;
-            const double hopeless = reach.mayCut() && last - first > 3
-                ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
-                : kAnyCost;
-            const SpanPair pair = spansOf(table, first, last, most, hopeless);
-            if (pair.hasLine && pair.lineMisfit <= hopeless)
-                enter(pair.line);
-            if (pair.hasArc && pair.arcMisfit <= hopeless)
-                enter(pair.arc);
-            const bool failed = std::min(pair.lineMisfit, pair.arcMisfit) > hopeless;
-            failures = failed ? failures + 1 : 0;
-            if (failures >= kFailures)
-                break;
+            if (count > 0)
+                meter.measure(first, last, most, count);
+            for (int lane = 0; lane < count; ++lane) {
+                failures = enterPair(first, last[lane], lane) ? 0 : failures + 1;
+                if (failures >= kFailures)
+                    return;
+            }
+            count = 0;
         }
+    }
+
+    // False where neither kind can win.
+    bool enterPair(int first, int last, int lane)
+    {
+        const double hopeless = reach.mayCut() && last - first > 3
+            ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
+            : kAnyCost;
+        const SpanPair &pair = meter.pairOf(lane);
+        if (pair.hasLine && pair.lineMisfit <= hopeless)
+            enter(pair.line);
+        if (pair.hasArc && pair.arcMisfit <= hopeless)
+            enter(pair.arc);
+        return std::min(pair.lineMisfit, pair.arcMisfit) <= hopeless;
     }
 
     // The cheapest way to a break from which a span may begin at `first`, joint not counted.
@@ -136,11 +183,11 @@ private:
         const auto last = static_cast<std::size_t>(span.last);
         Way way = { own, -1, false };
         if (span.first > 0)
-            way = bestWay(span, best[last] + cornerCost() - own);
+            way = bestWay(span, best[last] + slack - own);
         if (span.first > 0 && way.before < 0)
             return;
         const double cost = span.first > 0 ? way.cost + own : own;
-        if (cost > best[last] + cornerCost())
+        if (cost > best[last] + slack)
             return;
         best[last] = std::min(best[last], cost);
         states.push_back({ cost, way.before, head[last], span });
@@ -166,9 +213,10 @@ private:
                 const Survivor &before = survivors[static_cast<std::size_t>(s)];
                 if (before.cost + leftOutCost(k) >= way.cost)
                     break;
-                // Two lines never go over into one another.
-                const bool lines = !span.primitive.arc && !before.end.arc;
-                if (lines && before.cost + cornerCost() >= way.cost)
+                // Two lines never go over into one another, nor do ends that turn.
+                const bool turns = (!span.primitive.arc && !before.end.arc)
+                    || dot(before.end.tangent, start.tangent) <= kSmoothCosine;
+                if (turns && before.cost + cornerCost() >= way.cost)
                     continue;
                 bool smooth = false;
                 const double joint = jointCost(table, before.end, start, k, &smooth);
@@ -212,15 +260,12 @@ private:
     double cornerCost() const { return table.numbers(table.prices.corner); }
     const State &state(int s) const { return states[static_cast<std::size_t>(s)]; }
 
+    Room *room;
     const Table &table;
     const Reach &reach;
+    SpanMeter meter;
     const int size;
-    std::vector<State> states;
-    std::vector<int> head;                     // per break: the state that came last
-    std::vector<double> best;                  // per break
-    std::vector<Survivor> survivors;           // break after break, the cheapest first
-    std::vector<int> kept;                     // per break: where its survivors begin
-    std::vector<std::pair<double, int>> order; // cost and state
+    const double slack; // nats by which ways that are kept may be worse than the best
 };
 
 } // namespace
@@ -229,7 +274,8 @@ Answer runProgram(const Table &table, const Reach &reach)
 {
     if (table.points.size() == 0)
         return { {}, 0 };
-    return Program(table, reach).run();
+    thread_local Room room;
+    return Program(&room, table, reach).run();
 }
 
 } // namespace ztrace::fit

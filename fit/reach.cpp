@@ -31,14 +31,6 @@ const double kRoomForBetter = 6;
 // Breaks to both sides of the place where a closed chain was cut that have not been refined yet.
 const int kSeamReach = 2;
 
-int stepOf(int length, int fineStep)
-{
-    int step = fineStep;
-    while (length >= kFineLength / fineStep * step)
-        step *= 2;
-    return step;
-}
-
 // 1 - cosine of the turn at every point; 0 where the chain ends too near.
 std::vector<double> turns(const Points &points)
 {
@@ -187,22 +179,21 @@ void Reach::latticeEnds(int first, std::vector<int> *ends) const
 {
     const bool corner = isCorner[static_cast<std::size_t>(first)] != 0;
     auto next = std::upper_bound(corners.begin(), corners.end(), first);
-    int end = first + 1;
-    while (end <= size) {
-        const int step = stepOf(end - first, fineStep);
+    int step = fineStep;
+    for (int end = first + 1; end <= size;) {
+        while (end - first >= kFineLength / fineStep * step)
+            step *= 2;
         // Corner to multiple, multiple to multiple; corners as ends come in between.
-        if (corner || first % step == 0) {
-            const int aligned = (end + step - 1) / step * step;
-            for (; next != corners.end() && *next < aligned; ++next)
-                ends->push_back(*next);
-            if (next != corners.end() && *next == aligned)
-                ++next;
-            if (aligned <= size)
-                ends->push_back(aligned);
-            end = aligned + 1;
-        } else {
+        if (!corner && (first & (step - 1)) != 0)
             break;
-        }
+        const int aligned = (end + step - 1) & -step;
+        for (; next != corners.end() && *next < aligned; ++next)
+            ends->push_back(*next);
+        if (next != corners.end() && *next == aligned)
+            ++next;
+        if (aligned <= size)
+            ends->push_back(aligned);
+        end = aligned + 1;
     }
 }
 

@@ -1,86 +1,157 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Symmetric positive definite systems whose rows begin late.
+// Symmetric positive definite systems of three unknowns a vertex whose rows begin late.
 #ifndef ZTRACE_FIT_SKYLINE_H
 #define ZTRACE_FIT_SKYLINE_H
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <vector>
 
 namespace ztrace::fit {
 
-// The lower triangle, row by row from its first element that may differ from zero; factors fill
-// nothing outside of that. A path's joints couple neighbours only, so a row has 8 elements but for
-// the last few of a closed path.
+// Row by row.
+typedef std::array<double, 9> Block;
+
+// The lower triangle in blocks, row by row from the first block that may differ from zero; factors
+// fill nothing outside of that. A path's joints couple neighbours only, so a row has two or three
+// blocks but for the last few of a closed path.
 class Skyline
 {
 public:
-    // starts[r] <= r: the first column of row r.
+    // starts[r] <= r: the first column of row r, in blocks.
     explicit Skyline(const std::vector<int> &starts) : first(starts)
     {
-        std::size_t at = 0;
+        std::ptrdiff_t at = 0;
         for (std::size_t r = 0; r < first.size(); ++r) {
-            at += r + 1 - static_cast<std::size_t>(first[r]);
-            diagonal.push_back(static_cast<std::ptrdiff_t>(at) - 1);
+            begins.push_back(at - first[r]);
+            at += static_cast<std::ptrdiff_t>(r) + 1 - first[r];
         }
-        values.assign(at, 0.0);
-        inverse.assign(first.size(), 0.0);
+        blocks.assign(static_cast<std::size_t>(at), Block {});
     }
 
-    void clear() { std::fill(values.begin(), values.end(), 0.0); }
+    void clear() { std::fill(blocks.begin(), blocks.end(), Block {}); }
 
-    void add(int r, int c, double value) { r >= c ? at(r, c) += value : at(c, r) += value; }
+    // To a block on the diagonal; symmetric.
+    void add(int r, const Block &block)
+    {
+        Block &own = at(r, r);
+        for (std::size_t k = 0; k < 9; ++k)
+            own[k] += block[k];
+    }
+
+    // The products of the unknowns of r with those of c, and of c with those of r; where these are
+    // one vertex, both lie on the diagonal.
+    void addBoth(int r, int c, const Block &block)
+    {
+        if (r == c) {
+            add(r, block);
+            add(r, transposed(block));
+            return;
+        }
+        Block &own = r > c ? at(r, c) : at(c, r);
+        const Block other = r > c ? block : transposed(block);
+        for (std::size_t k = 0; k < 9; ++k)
+            own[k] += other[k];
+    }
 
     // Solves in place by Cholesky's factors; false, and b is void, where a pivot is not positive.
     bool solve(std::vector<double> *b)
     {
         const int n = static_cast<int>(first.size());
-        double *x = b->data();
-        double *inverses = inverse.data();
         for (int r = 0; r < n; ++r) {
-            double *own = row(r);
-            const int begin = start(r);
-            for (int c = begin; c < r; ++c)
-                own[c] = rest(own, c, begin) * inverses[c];
-            const double pivot = rest(own, r, begin);
-            if (!(pivot > 0))
+            double *x = b->data() + 3 * r;
+            for (int c = start(r); c < r; ++c) {
+                Block &own = at(r, c);
+                for (int k = std::max(start(r), start(c)); k < c; ++k)
+                    subtractProduct(at(r, k), at(c, k), &own);
+                divide(at(c, c), &own);
+                subtractFrom(own, b->data() + 3 * c, x);
+                subtractProduct(own, own, &at(r, r));
+            }
+            if (!factor(&at(r, r)))
                 return false;
-            inverses[r] = 1 / std::sqrt(pivot);
-            double sum = x[r];
-            for (int k = begin; k < r; ++k)
-                sum -= own[k] * x[k];
-            x[r] = sum * inverses[r];
+            forwards(at(r, r), x);
         }
         for (int r = n - 1; r >= 0; --r) {
-            const double *own = row(r);
-            x[r] *= inverse[static_cast<std::size_t>(r)];
-            for (int k = start(r); k < r; ++k)
-                x[k] -= own[k] * x[r];
+            double *x = b->data() + 3 * r;
+            backwards(at(r, r), x);
+            for (int c = start(r); c < r; ++c)
+                subtractFrom(transposed(at(r, c)), x, b->data() + 3 * c);
         }
         return true;
     }
 
 private:
-    // What is left of an element of a row that begins at `begin` without the factors before it.
-    double rest(const double *own, int c, int begin)
+    static Block transposed(const Block &m)
     {
-        const double *other = row(c);
-        double sum = own[c];
-        for (int k = std::max(begin, start(c)); k < c; ++k)
-            sum -= own[k] * other[k];
-        return sum;
+        return { m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8] };
     }
+    // own -= a b'
+    static void subtractProduct(const Block &a, const Block &b, Block *own)
+    {
+        Block &m = *own;
+        for (std::size_t r = 0; r < 9; r += 3) {
+            for (std::size_t c = 0; c < 3; ++c)
+                m[r + c] -= a[r] * b[3 * c] + a[r + 1] * b[3 * c + 1] + a[r + 2] * b[3 * c + 2];
+        }
+    }
+    // x -= m y
+    static void subtractFrom(const Block &m, const double *y, double *x)
+    {
+        for (std::size_t r = 0; r < 3; ++r)
+            x[r] -= m[3 * r] * y[0] + m[3 * r + 1] * y[1] + m[3 * r + 2] * y[2];
+    }
+    // Cholesky's factor of a block, its diagonal inverted.
+    static bool factor(Block *own)
+    {
+        Block &m = *own;
+        if (!(m[0] > 0))
+            return false;
+        m[0] = 1 / std::sqrt(m[0]);
+        m[3] *= m[0];
+        m[6] *= m[0];
+        const double second = m[4] - m[3] * m[3];
+        if (!(second > 0))
+            return false;
+        m[4] = 1 / std::sqrt(second);
+        m[7] = (m[7] - m[6] * m[3]) * m[4];
+        const double third = m[8] - m[6] * m[6] - m[7] * m[7];
+        if (!(third > 0))
+            return false;
+        m[8] = 1 / std::sqrt(third);
+        return true;
+    }
+    // Each row of `own` by the factor.
+    static void divide(const Block &l, Block *own)
+    {
+        for (std::size_t r = 0; r < 9; r += 3)
+            forwards(l, own->data() + r);
+    }
+    static void forwards(const Block &l, double *x)
+    {
+        x[0] *= l[0];
+        x[1] = (x[1] - l[3] * x[0]) * l[4];
+        x[2] = (x[2] - l[6] * x[0] - l[7] * x[1]) * l[8];
+    }
+    static void backwards(const Block &l, double *x)
+    {
+        x[2] *= l[8];
+        x[1] = (x[1] - l[7] * x[2]) * l[4];
+        x[0] = (x[0] - l[3] * x[1] - l[6] * x[2]) * l[0];
+    }
+
     int start(int r) const { return first[static_cast<std::size_t>(r)]; }
-    double &at(int r, int c) { return row(r)[c]; }
-    // So that row(r)[c] is the element; valid from start(r) to r.
-    double *row(int r) { return values.data() + (diagonal[static_cast<std::size_t>(r)] - r); }
+    Block &at(int r, int c)
+    {
+        return blocks[static_cast<std::size_t>(begins[static_cast<std::size_t>(r)] + c)];
+    }
 
     std::vector<int> first;
-    std::vector<std::ptrdiff_t> diagonal;
-    std::vector<double> values;
-    std::vector<double> inverse; // of the factors' diagonal
+    std::vector<std::ptrdiff_t> begins; // where a row would have its column 0
+    std::vector<Block> blocks;
 };
 
 } // namespace ztrace::fit

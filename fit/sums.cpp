@@ -79,6 +79,30 @@ Sums::Sums(const Points &points)
     }
 }
 
+void Sums::over(const SpanKernels &kernels, int first, const int (&last)[kSpanLanes],
+                SpanLanes *lanes, Point (&origin)[kSpanLanes]) const
+{
+    const int block = first / kBlock;
+    const double *to[kSpanLanes];
+    bool one = true;
+    for (int k = 0; k < kSpanLanes; ++k) {
+        one = one && (last[k] - 1) / kBlock == block;
+        to[k] = &prefix[static_cast<std::size_t>(last[k] + (one ? block : 0))].w;
+        origin[k] = origins[static_cast<std::size_t>(block)];
+    }
+    if (one) {
+        kernels.subtract(&prefix[static_cast<std::size_t>(first + block)].w, to, lanes);
+        return;
+    }
+    for (int k = 0; k < kSpanLanes; ++k) {
+        const Moments m = over(first, last[k]);
+        const double *sums = &m.w;
+        for (std::size_t s = 0; s < kSums; ++s)
+            lanes->sums[s][k] = sums[s];
+        origin[k] = { m.ox, m.oy };
+    }
+}
+
 Moments Sums::overBlocks(int first, int last) const
 {
     const int firstBlock = first / kBlock;

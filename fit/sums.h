@@ -6,6 +6,7 @@
 
 #include "fit/Points.h"
 #include "fit/moments.h"
+#include "fit/spanlanes.h"
 
 namespace ztrace::fit {
 
@@ -22,6 +23,9 @@ public:
         const int block = first / kBlock;
         return (last - 1) / kBlock == block ? within(block, first, last) : overBlocks(first, last);
     }
+    // Of several spans that begin at one point; where each has its origin.
+    void over(const SpanKernels &kernels, int first, const int (&last)[kSpanLanes],
+              SpanLanes *lanes, Point (&origin)[kSpanLanes]) const;
 
 private:
     struct Entry

@@ -51,6 +51,11 @@ int chordsOf(const fit::Piece &piece)
             * std::max(bend(piece.start, piece.control, piece.control2),
                        bend(piece.control, piece.control2, piece.end));
         break;
+    case fit::Kind::Arc: {
+        const fit::ArcShape shape = arcShape(piece);
+        second = piece.bulge != 0 ? shape.radius * shape.sweep * shape.sweep : 0;
+        break;
+    }
     default: {
         // The radius times the square of the sweep; at most all the way round.
         const fit::Box box = fit::boxOf(piece);
@@ -60,19 +65,49 @@ int chordsOf(const fit::Piece &piece)
     return std::min(kMostChords, kLeastChords + int(std::sqrt(second / (8 * kFlatness))));
 }
 
-// Returns the length of the path.
-float flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segments)
+// The places of a piece at equal steps.
+class Places
+{
+public:
+    explicit Places(const fit::Piece &p) : piece(p), isArc(p.kind == fit::Kind::Arc && p.bulge != 0)
+    {
+        if (isArc)
+            shape = arcShape(piece);
+    }
+
+    Point at(double t) const
+    {
+        if (!isArc)
+            return pointAt(piece, t);
+        const double angle = shape.startAngle + t * shape.sweep;
+        return shape.centre + shape.radius * Point { std::cos(angle), std::sin(angle) };
+    }
+
+private:
+    const fit::Piece &piece;
+    const bool isArc;
+    fit::ArcShape shape = {};
+};
+
+// The chords of the pieces that are wanted, isWanted(piece). Returns the length of the path, or
+// what there is of it.
+template<typename IsWanted>
+float flatten(const fit::Path &path, uint32_t number, const IsWanted &isWanted,
+              std::vector<Segment> *segments)
 {
     double along = 0;
     for (const fit::Piece &piece : path.pieces) {
+        if (!isWanted(piece))
+            continue;
         const int count = chordsOf(piece);
         const bool isFirst = &piece == &path.pieces.front();
         const bool isLast = &piece == &path.pieces.back();
         const bool whole = fit::isWhole(piece.kind);
-        Point a = whole ? fit::pointAt(piece, 0) : piece.start;
+        const Places places(piece);
+        Point a = whole ? places.at(0) : piece.start;
         for (int k = 1; k <= count; ++k) {
             const bool ends = k == count && !whole;
-            const Point b = ends ? piece.end : fit::pointAt(piece, double(k) / count);
+            const Point b = ends ? piece.end : places.at(double(k) / count);
             const bool starts = k == 1 && !whole;
             segments->push_back(
                 { a, b, number, float(along), starts, ends, isFirst && starts, isLast && ends });
@@ -189,6 +224,28 @@ public:
                     [&](std::size_t cell, uint32_t segment) { numbers[next[cell]++] = segment; });
     }
 
+    // Where the segments lie: of what is elsewhere nothing can meet them.
+    void mark(const std::vector<Segment> &segments)
+    {
+        isMarked.assign(begins.size() - 1, 0);
+        forEachCell(segments, [this](std::size_t cell, uint32_t) { isMarked[cell] = 1; });
+    }
+
+    bool mayTouchMarked(const fit::Piece &piece) const
+    {
+        const fit::Box box = fit::boxOf(piece);
+        const int right = cellOf(box.high.x + kTouching, columns);
+        const int bottom = cellOf(box.high.y + kTouching, rows);
+        for (int row = cellOf(box.low.y - kTouching, rows); row <= bottom; ++row) {
+            const char *cells = isMarked.data() + std::ptrdiff_t(row) * columns;
+            for (int column = cellOf(box.low.x - kTouching, columns); column <= right; ++column) {
+                if (cells[column])
+                    return true;
+            }
+        }
+        return false;
+    }
+
     // Calls for all pairs in one cell; some are met more than once.
     template<typename Work>
     void forEachPair(const Work &work) const
@@ -238,6 +295,7 @@ private:
     const int rows;
     std::vector<uint32_t> begins; // per cell, where its numbers begin
     std::vector<uint32_t> numbers;
+    std::vector<char> isMarked; // per cell
 };
 
 } // namespace
@@ -247,10 +305,23 @@ std::vector<std::pair<uint32_t, uint32_t>> crossingsOf(const std::vector<fit::Pa
                                                        const std::vector<char> &looked)
 {
     std::vector<Segment> segments;
-    std::vector<float> lengths;
-    for (uint32_t k = 0; k < paths.size(); ++k)
-        lengths.push_back(flatten(paths[k], k, &segments));
+    std::vector<float> lengths(paths.size());
     Grid grid(width, height);
+    for (uint32_t k = 0; k < paths.size(); ++k) {
+        if (looked.empty() || looked[k])
+            lengths[k] = flatten(
+                paths[k], k, [](const fit::Piece &) { return true; }, &segments);
+    }
+    if (!looked.empty()) {
+        grid.mark(segments);
+        for (uint32_t k = 0; k < paths.size(); ++k) {
+            if (!looked[k])
+                flatten(
+                    paths[k], k,
+                    [&grid](const fit::Piece &piece) { return grid.mayTouchMarked(piece); },
+                    &segments);
+        }
+    }
     grid.fill(segments);
     std::vector<std::pair<uint32_t, uint32_t>> pairs;
     grid.forEachPair([&](uint32_t one, uint32_t other) {

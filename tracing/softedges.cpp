@@ -58,6 +58,8 @@ struct SoftEdges::Side
     double square;
     double noise; // of coverage
     double level; // coverage at which labels change
+    // Of each lightness, in pictures of one channel.
+    std::array<double, 256> coverage;
 };
 
 // From lattice point (x, y) by one step.
@@ -272,7 +274,9 @@ void SoftEdges::measureTones(const std::vector<Tone> &tones)
 SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
 {
     const Chain &c = map.chains[chain];
-    Side side = {};
+    Side side;
+    side.square = side.noise = side.level = 0;
+    side.base = side.span = Tone {};
     side.left = uint32_t(c.left);
     side.right = uint32_t(c.right);
     if (picture.hard || c.left < 0 || c.right < 0)
@@ -290,7 +294,19 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
         side.level
             = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
                       kBlurredBy, 1 - kBlurredBy);
+    for (int value = 0; picture.channels == 1 && value < 256; ++value) {
+        const uint8_t byte = uint8_t(value);
+        side.coverage[byte] = coverageOf(side, &byte);
+    }
     return side;
+}
+
+double SoftEdges::coverageOf(const Side &side, const uint8_t *value) const
+{
+    double sum = 0;
+    for (int c = 0; c < picture.channels; ++c)
+        sum += (value[c] - double(side.base[std::size_t(c)])) * side.span[std::size_t(c)];
+    return clamped(sum / side.square, 0, 1);
 }
 
 // Of the right side; beyond the picture the nearest pixel's.
@@ -298,19 +314,25 @@ double SoftEdges::coverageAt(const Side &side, int x, int y) const
 {
     const uint8_t *value = picture.at(std::min(picture.width - 1, std::max(0, x)),
                                       std::min(picture.height - 1, std::max(0, y)));
-    double sum = 0;
-    for (int c = 0; c < picture.channels; ++c)
-        sum += (value[c] - double(side.base[std::size_t(c)])) * side.span[std::size_t(c)];
-    return clamped(sum / side.square, 0, 1);
+    return picture.channels == 1 ? side.coverage[*value] : coverageOf(side, value);
 }
 
 // Towards the left side, not of unit length.
 Point SoftEdges::normalAt(const Side &side, int x, int y) const
 {
     double c[3][3];
-    for (int v = 0; v < 3; ++v) {
-        for (int u = 0; u < 3; ++u)
-            c[v][u] = coverageAt(side, x + u - 1, y + v - 1);
+    const bool inside = x > 0 && y > 0 && x + 1 < picture.width && y + 1 < picture.height;
+    if (inside && picture.channels == 1) {
+        for (int v = 0; v < 3; ++v) {
+            const uint8_t *values = picture.at(x - 1, y - 1 + v);
+            for (int u = 0; u < 3; ++u)
+                c[v][u] = side.coverage[values[u]];
+        }
+    } else {
+        for (int v = 0; v < 3; ++v) {
+            for (int u = 0; u < 3; ++u)
+                c[v][u] = coverageAt(side, x + u - 1, y + v - 1);
+        }
     }
     return { c[0][0] + 2 * c[1][0] + c[2][0] - c[0][2] - 2 * c[1][2] - c[2][2],
              c[0][0] + 2 * c[0][1] + c[0][2] - c[2][0] - 2 * c[2][1] - c[2][2] };

@@ -66,6 +66,7 @@ private:
     void measureTones(const std::vector<Tone> &tones);
     bool isSoft(uint32_t chain, const Side &side) const;
     uint32_t areaAt(int x, int y) const;
+    double coverageOf(const Side &side, const uint8_t *value) const;
     double coverageAt(const Side &side, int x, int y) const;
     fit::Point normalAt(const Side &side, int x, int y) const;
     bool softPoint(const Side &side, const Crack &crack, bool everywhere,

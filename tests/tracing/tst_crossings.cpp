@@ -62,6 +62,7 @@ private slots:
     void pathsCrossThemselves();
     void circles();
     void onlyWhatIsLookedAt();
+    void lookedAtIsAPartOfAll();
     void beyondThePlane();
 };
 
@@ -166,6 +167,36 @@ void tst_Crossings::onlyWhatIsLookedAt()
     QCOMPARE(crossingsOf(paths, 40, 40).size(), std::size_t(3));
     QCOMPARE(crossingsOf(paths, 40, 40, { 1, 0, 0 }), (Pairs { { 0, 1 }, { 0, 2 } }));
     QVERIFY(crossingsOf(paths, 40, 40, { 0, 0, 0 }).empty());
+}
+
+// Only pieces near to what is looked at are taken, and only their cells: curves, arcs and whole
+// shapes across many of them lose no pair.
+void tst_Crossings::lookedAtIsAPartOfAll()
+{
+    fit::Noise noise(8);
+    const auto place = [&] { return fit::Point { 120 * noise.uniform(), 90 * noise.uniform() }; };
+    for (int round = 0; round < 40; ++round) {
+        std::vector<fit::Path> paths;
+        std::vector<char> looked;
+        for (int k = 0; k < 30; ++k) {
+            const fit::Point a = place();
+            const fit::Point b = place();
+            const fit::Point c = a + fit::Point { 9 * noise.normal(), 9 * noise.normal() };
+            fit::Path path = {};
+            path.pieces = { fit::arcPiece(a, c, 0.9 * noise.normal()),
+                            fit::quadraticPiece(c, place(), b), fit::linePiece(b, a) };
+            paths.push_back(path);
+            looked.push_back(noise.uniform() < 0.2 ? 1 : 0);
+        }
+        looked[0] = 1;
+        Pairs expected;
+        for (const auto &pair : crossingsOf(paths, 120, 90, {})) {
+            if (looked[pair.first] || looked[pair.second])
+                expected.push_back(pair);
+        }
+        QVERIFY(!expected.empty());
+        QVERIFY(crossingsOf(paths, 120, 90, looked) == expected);
+    }
 }
 
 void tst_Crossings::beyondThePlane()
