@@ -12,6 +12,13 @@ namespace {
 const int kMostJobs = 1024;
 const double kMostMegabytes = std::numeric_limits<double>::max();
 
+// Of "/" it stays.
+std::string withoutLastSlashes(const std::string &name)
+{
+    const std::size_t last = name.find_last_not_of('/');
+    return last == std::string::npos ? name.substr(0, 1) : name.substr(0, last + 1);
+}
+
 } // namespace
 
 std::vector<Entry> batchOptions()
@@ -20,7 +27,9 @@ std::vector<Entry> batchOptions()
         return fileName(placeholder, "*", store);
     };
     std::vector<Entry> entries = {
-        Entry("out", file("DIR", [](Settings &s, const std::string &t) { s.batch.out = t; }))
+        Entry("out",
+              file("DIR",
+                   [](Settings &s, const std::string &t) { s.batch.out = withoutLastSlashes(t); }))
             .help("Folder of the drawings, which is made when it is not there"),
         Entry("names",
               file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))

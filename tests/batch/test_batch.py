@@ -67,6 +67,11 @@ class Inputs(BatchTest):
         self.run_program("a.tif", "--page", "all", "-o", "a.pdf")  # which the message names
         self.assertEqual(self.read("a.pdf").count(b"/Type /Page\n") + self.read("a.pdf").count(b"/Type /Page "), 3)
 
+    def test_slashes_behind_the_folder_of_the_drawings(self):
+        self.write("b.png", picture(3))
+        text = self.run_program("batch", "b.png", "--out", "out//").stderr
+        self.assertEqual(text, b"ztrace: 1 done; results in out/ztrace-results.jsonl\n")
+
     def test_warnings_are_told(self):
         self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
         self.write("b.png", picture(3))
