@@ -285,7 +285,7 @@ std::optional<QImage> withoutRamps(const QImage &image, double price)
 {
     QImage flat = image.convertToFormat(QImage::Format_ARGB32);
     Ramps ramps = findRamps(flat, price);
-    if (ramps.areas.empty())
+    if (ramps.areas.empty() || isShadedElsewhere(flat, ramps))
         return std::nullopt;
     flatten(SoftPixels::Mixed, &ramps, &flat);
     return flat;

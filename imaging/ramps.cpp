@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <unordered_set>
 
 namespace ztrace {
@@ -28,7 +29,14 @@ const double kEdgesOfRamp = 25.0 + 16.0;
 const double kEdgesOfStop = 10.0;  // the same of one more stop: four numbers
 const double kSeenOfChannel = 9.0; // squared SeenColour of one step in every channel, squared
 
-const double kVisible = 2.0;         // of a channel: what a further stop has to take off
+const double kVisible = 2.0; // of a channel: what a further stop has to take off
+// Pixels in a row that get lighter, or darker, by small steps: soft edges have two or three of
+// them, noise hardly ever as many. How many there are of what is in no ramp, and of the picture.
+const int kStepsOfShade = 5;
+const int kStepOfShade = 24;
+const double kShareOfShades = 0.05;
+const double kShareOfPicture = 0.002;
+
 const std::size_t kMostRamps = 4000; // labels are two bytes
 
 // Mean squared distance of what is drawn to its mean.
@@ -135,6 +143,31 @@ Ramps findRamps(const QImage &image, double price)
     }
     mask.finish(&ramps);
     return ramps;
+}
+
+bool isShadedElsewhere(const QImage &image, const Ramps &ramps)
+{
+    const std::size_t width = std::size_t(image.width());
+    std::size_t shaded = 0;
+    std::size_t others = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        const uint16_t *numbers = ramps.ofPixel.data() + std::size_t(y) * width;
+        int steps = 0; // in one direction, so far; below 0 where it gets darker
+        for (std::size_t x = 1; x < width; ++x) {
+            if (numbers[x] != 0) {
+                steps = 0;
+                continue;
+            }
+            ++others;
+            const int change = qGray(words[x]) - qGray(words[x - 1]);
+            const bool goesOn = change != 0 && std::abs(change) <= kStepOfShade;
+            steps = !goesOn ? 0 : change > 0 ? std::max(steps, 0) + 1 : std::min(steps, 0) - 1;
+            shaded += std::abs(steps) >= kStepsOfShade ? 1 : 0;
+        }
+    }
+    return double(shaded) > kShareOfShades * double(others)
+        && double(shaded) > kShareOfPicture * double(width) * double(image.height());
 }
 
 } // namespace ztrace

@@ -47,7 +47,10 @@ enum class SoftPixels {
 // Areas of ramps get their stand-ins, which are chosen here. Settled pixels change areas.
 void flatten(SoftPixels soft, Ramps *ramps, QImage *image);
 
-// A copy with its ramps flat; nothing where there are none.
+// Whether much of what is in no ramp is shaded as well, such as by soft shadows.
+bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
+
+// A copy with its ramps flat; nothing where there are none, and where the rest is shaded.
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 
 // A new label for every area, from plane->colours.size() on, with its stand-in's colour: its

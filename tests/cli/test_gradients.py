@@ -94,6 +94,15 @@ class Drawn(CommandTest):
         self.assertIn(b"photo", self.run_program("a.png", "-o", "b.svg", "--stats").stdout)
         self.assertIn(b"logo", self.run_program("a.png", "-o", "b.svg", "--stats", "--gradients").stdout)
 
+    def test_auto_sees_shadows(self):
+        def shadowed(x, y):
+            away = math.hypot(x + 0.5 - SIDE / 2, y + 0.5 - SIDE / 2) - SIDE / 5
+            light = 1.0 if away < 0 else min(1.0, 0.4 + 0.05 * away)
+            return tuple(int(light * part) for part in ramped(x, y)[:3]) + (255,)
+
+        self.write("s.png", png(SIDE, SIDE, shadowed))
+        self.assertIn(b"photo", self.run_program("s.png", "-o", "b.svg", "--stats", "--gradients").stdout)
+
     def test_json_and_back(self):
         self.run_program("a.png", "--gradients", "-p", "logo", "-o", "a.json", "-o", "a.svg")
         drawing = json.loads(self.read("a.json"))
