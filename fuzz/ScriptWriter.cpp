@@ -155,7 +155,9 @@ QString ScriptWriter::statement()
     case 3:
         return QString::fromLatin1("%1.__proto__ = %2").arg(variable()).arg(expression());
     case 4:
-        return QString::fromLatin1("%1.__defineGetter__('%2', %3)")
+        // With a setter: the script engine's own code ends the process at the second assignment to
+        // a property that has none.
+        return QString::fromLatin1("%1.__defineGetter__('%2', %3); %1.__defineSetter__('%2', tick)")
             .arg(variable())
             .arg(name)
             .arg(callable());

@@ -134,10 +134,13 @@ private:
     {
         uint32_t left = kNone;
         const int width = int(above.size());
+        Region pixel { seen.of(words[0]), 1.0f, qAlpha(words[0]) };
         for (int x = 0; x < width; ++x) {
+            if (x > 0 && words[x] != words[x - 1])
+                pixel = { seen.of(words[x]), 1.0f, qAlpha(words[x]) };
             uint32_t &up = above[std::size_t(x)];
             up = up == kNone ? kNone : merging.rootOf(up);
-            left = addPixel({ seen.of(words[x]), 1.0f, qAlpha(words[x]) }, left, up);
+            left = addPixel(pixel, left, up);
             up = left;
             target[x] = left;
         }

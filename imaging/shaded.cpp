@@ -43,6 +43,7 @@ public:
             const uint16_t *above = y > 0 ? own - width : own;
             const uint16_t *below = y + 1 < height ? own + width : own;
             for (int x = 0; x < width; ++x) {
+                x = skipAmid(own, above, below, x, width);
                 const int left = x > 0 ? x - 1 : x;
                 const int right = x + 1 < width ? x + 1 : x;
                 const uint16_t sides[] = { own[left], own[right], above[x], below[x] };
@@ -56,6 +57,30 @@ public:
     }
 
 private:
+    // Goes on over pixels whose four sides are of their own label, as long as there are many; never
+    // beyond the last pixel.
+    static int skipAmid(const uint16_t *own, const uint16_t *above, const uint16_t *below, int x,
+                        int width)
+    {
+#ifdef __SSE2__
+        const auto eight = [](const uint16_t *labels) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i *>(labels));
+        };
+        for (; x > 0 && x + 8 < width; x += 8) {
+            const __m128i here = eight(own + x);
+            const __m128i across = _mm_and_si128(_mm_cmpeq_epi16(here, eight(own + x - 1)),
+                                                 _mm_cmpeq_epi16(here, eight(own + x + 1)));
+            const __m128i along = _mm_and_si128(_mm_cmpeq_epi16(here, eight(above + x)),
+                                                _mm_cmpeq_epi16(here, eight(below + x)));
+            if (_mm_movemask_epi8(_mm_and_si128(across, along)) != 0xFFFF)
+                break;
+        }
+#else
+        (void)own, (void)above, (void)below, (void)width;
+#endif
+        return x;
+    }
+
     uint16_t choose(QRgb word, uint16_t own, const uint16_t (&sides)[4],
                     const uint16_t (&corners)[4]) const
     {
@@ -116,13 +141,18 @@ std::vector<Mean> meansOf(const QImage &image, const std::vector<uint16_t> &labe
     const uint16_t *label = labels.data();
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
-        for (int x = 0; x < width; ++x) {
-            Mean &mean = means[*label++];
-            mean.sums[0] += uint64_t(qRed(words[x]));
-            mean.sums[1] += uint64_t(qGreen(words[x]));
-            mean.sums[2] += uint64_t(qBlue(words[x]));
-            ++mean.pixels;
+        for (int x = 0; x < width;) {
+            const int begin = x++;
+            while (x < width && words[x] == words[begin] && label[x] == label[begin])
+                ++x;
+            const uint64_t pixels = uint64_t(x - begin);
+            Mean &mean = means[label[begin]];
+            mean.sums[0] += pixels * uint64_t(qRed(words[begin]));
+            mean.sums[1] += pixels * uint64_t(qGreen(words[begin]));
+            mean.sums[2] += pixels * uint64_t(qBlue(words[begin]));
+            mean.pixels += pixels;
         }
+        label += width;
     }
     return means;
 }

@@ -12,8 +12,8 @@ const int kDirections = 16; // of half a turn
 const int kReach = 9;       // pixels that a line is looked at to either side
 const int kLeastInk = 5;    // of them that have ink at most a pixel beside them, on each side
 const int kMostGap = 3;     // pixels between what has ink that near
-const int kAside = 4;       // pixels beside a thin line where there is none of its ink
-const int kMostAside = 2;   // of five places there that have ink: more is the edge of a wide line
+const int kAside = 3;       // pixels beside a thin line where there is none of its ink
+const int kMostAside = 3;   // of ten places there that have ink: more is a wide line, or its edge
 const int kNear = 3;        // pixels within which there is ink at all
 const double kPi = 3.14159265358979323846;
 
@@ -120,7 +120,7 @@ private:
     {
         int left = 0;
         int right = 0;
-        for (int t = -4; t <= 4; t += 2) {
+        for (int t = -kReach; t <= kReach; t += 2) {
             const int along = direction.along[std::size_t(kReach + t)];
             left += at(wide, cell, along + direction.aside);
             right += at(wide, cell, along - direction.aside);

@@ -33,6 +33,11 @@ const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may cl
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
 const std::size_t kLeftOver = 24;
+// Two lines are a corner where they turn by more than that cosine and an arc misses the samples of
+// either so many times, and so many pixels, more than its own line does.
+const double kStraightOn = 0.87;
+const double kBentTimes = 1.3;
+const double kBentPixels = 0.12;
 const double kInked = 0.5;           // coverage of the middle of a line that goes on
 const double kMostTurnApart = 0.06;  // radians between lines of one carrier
 const double kNear = 2.5;            // pixels that the middle of one may lie beside it
@@ -162,7 +167,23 @@ private:
                 * (kNumbersOfJoint + numbersOf(first.carrier) + numbersOf(second.carrier)
                    - numbersOf(result->carrier))
             - result->gain;
-        return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result);
+        return result->gain > 0.0 && goesOn(first, a.end, second, b.end, *result)
+            && !isBent(first, a.end, second, b.end, *result);
+    }
+
+    // Whether two lines with a corner were made an arc: in noise a few cross-sections of each are
+    // no evidence against it by their cost alone.
+    bool isBent(const Atom &first, int a, const Atom &second, int b, const Union &joined) const
+    {
+        if (!(measure.taken > 0) || !joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
+            || -fit::dot(outwards(first, a), outwards(second, b)) > kStraightOn)
+            return false;
+        const auto isWorse = [&](const Atom &part) {
+            const double own = std::sqrt(chi2Of(part.moments, part.carrier) / part.moments.w);
+            const double arc = std::sqrt(chi2Of(part.moments, joined.carrier) / part.moments.w);
+            return arc > kBentTimes * own + kBentPixels;
+        };
+        return isWorse(first) || isWorse(second);
     }
 
     double costOn(const Atom &part, const fit::Primitive &carrier) const

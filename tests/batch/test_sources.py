@@ -75,6 +75,36 @@ class Foreign(BatchTest):
         self.write("bad.pdf", b"%PDF-1.4\nnonsense")
         self.assertIn("cannot be read by pdf", self.run_program("bad.pdf", code=3).stderr.decode())
 
+    @unittest.skipUnless(shutil.which("pdftoppm"), "poppler-utils is not installed")
+    def test_a_pdf_cut_anywhere(self):
+        """Refused, or told, or nothing is lost."""
+        self.write("a.png", picture(5, 60))
+        self.run_program("a.png", "-o", "a.pdf")
+        self.assert_cut_is_told("a.pdf", 40)
+
+    @unittest.skipUnless(shutil.which("heif-convert") and shutil.which("heif-enc"), "libheif-examples is not installed")
+    def test_a_heic_cut_anywhere(self):
+        self.write("a.png", picture(5, 64))
+        made = subprocess.run(["heif-enc", "a.png", "-o", "a.heic"], cwd=self.folder, check=False, capture_output=True)
+        if made.returncode != 0 or not os.path.exists(self.path("a.heic")):
+            self.skipTest("heif-enc has no encoder here")
+        self.assert_cut_is_told("a.heic", 40)
+
+    def assert_cut_is_told(self, name, places):
+        whole = self.read(name)
+        self.run_program(name, "-o", "whole.svg")
+        drawing = self.read("whole.svg")
+        told = 0
+        for size in sorted({*range(0, len(whole), 1 + len(whole) // places), *range(len(whole) - 40, len(whole), 5)}):
+            self.write("cut", whole[:size])
+            result = subprocess.run([PROGRAM, "cut", "-o", "cut.svg", "--overwrite"], cwd=self.folder, capture_output=True)
+            told += result.stderr != b""
+            if result.returncode == 0 and not result.stderr:
+                self.assertEqual(self.read("cut.svg"), drawing, size)
+            else:
+                self.assertIn(result.returncode, (0, 3), (size, result))
+        self.assertGreater(told, places // 2)
+
     def test_the_missing_package_is_named(self):
         self.write("a.pdf", b"%PDF-1.4\n")
         self.write("a.heic", b"\0\0\0\x18ftypheic\0\0\0\0mif1heic")

@@ -61,6 +61,7 @@ CASES = {
     "blend-shaded-24": ("shaded", "-p photo -c 24"),
     "blend-hills": ("hills", "-p photo"),
     "blend-hills-layers": ("hills", "-p photo -c 8 --layers"),
+    "blend-gradients": ("hills", "-p photo --gradients"),
     "blend-transparent": ("transparent", "-p photo"),
     "blend-cycles": ("shaded", "-p photo --set colorquantcycles=5 --set mincolorratio=0.02 --seed 9"),
     "blend-sampling": ("shaded", "-p photo --set colorsampling=1 -c 6"),

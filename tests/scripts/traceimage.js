@@ -32,6 +32,7 @@ var CASES = {
     "blend-shaded-24": ["shaded", { preset: "photo", colors: 24 }],
     "blend-cycles": ["shaded", { preset: "photo", seed: 9,
                                  set: { colorquantcycles: 5, mincolorratio: 0.02 } }],
+    "blend-gradients": ["hills", { preset: "photo", gradients: true }],
     "raw-sampled": ["emblem", { raw: true, seed: 4, set: { colorsampling: 0, numberofcolors: 6 } }],
     "raw-transparent": ["transparent", { raw: true, set: { alphathreshold: 100 } }],
     "auto-scan": ["scan", undefined],
