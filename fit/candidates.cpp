@@ -145,6 +145,7 @@ void SpanMeter::measure(int first, const int *last, const double *most, int coun
     const Point a = points.at(first);
     const double arcPrice = table.numbers(table.prices.arc);
     const bool arcs = offered(table.prices.arc);
+    const double perfect = table.numbers(table.judgement.meeting == Meeting::OfOutlines ? 1 : 0.5);
     bool any = false;
     for (int k = 0; k < count; ++k) {
         const int n = ends[k] - first;
@@ -153,9 +154,9 @@ void SpanMeter::measure(int first, const int *last, const double *most, int coun
         // Two or three points are always a line, so that there is a way through every chain.
         ahead[k]
             = n <= 3 || goesAhead(std::sqrt(dot(chord, chord)), points.walk(first, ends[k] - 1));
-        // Where the line is within a number of perfect, no arc can tell itself from it.
+        // Where the line is that near to perfect, no arc can tell itself from it.
         mayBeArc[k] = arcs && n >= kArcPoints && arcPrice <= mosts[k]
-            && (!ahead[k] || lineMisfits[k] > table.numbers(1));
+            && (!ahead[k] || lineMisfits[k] > perfect);
         any = any || mayBeArc[k];
     }
     if (any)

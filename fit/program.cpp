@@ -64,12 +64,18 @@ struct Room
 // States that a thread keeps room for, 2 MB.
 const std::size_t kMostKept = 1 << 14;
 
+bool mayBeShort(const Table &table, const Reach &reach)
+{
+    return reach.mayCut() && table.points.edge == Edge::Soft
+        && table.judgement.meeting == Meeting::OfOutlines;
+}
+
 class Program : private Room
 {
 public:
     Program(Room *given, const Table &t, const Reach &r)
         : Room(std::move(*given)), room(given), table(t), reach(r), meter(t), size(t.points.size()),
-          slack((r.mayCut() && t.points.edge == Edge::Soft ? kSlack : 1) * cornerCost())
+          slack((mayBeShort(t, r) ? kSlack : 1) * cornerCost())
     { }
     ~Program()
     {
