@@ -17,6 +17,9 @@ const double kSameSlope = 0.9;    // cosine between two steps of one slope
 const double kDoubt = 0.1;        // cost of supposing a line to be thinner than a pixel
 const double kLeastPart = 0.3;    // of a line's own colour that must be left
 const double kExplained = 0.15;   // sine of the angle between a line's colour and the supposed one
+// Cost of a colour that lies on the other side of what is beside the line: more than the contacts
+// of a core with all that is near it can save.
+const double kWrongWay = 1000.0;
 
 // Whether the length of the difference is above kClearLength. Between opaque colours the sum of the
 // channels' differences is at least the length and at most 1.74 times as much, so that it decides
@@ -176,9 +179,11 @@ bool RidgeColours::costsOf(const Ridge &ridge, float *costs) const
     for (std::size_t k = 0; k < colours.size(); ++k) {
         const double unexplained = std::sqrt(squareToMixture(own, beside, colours[k]));
         const double missing = kLeastPart * length(difference(colours[k], beside)) - depth;
+        const bool goesThere
+            = product(difference(own, beside), difference(colours[k], beside)) > 0.0;
         explained = explained || (unexplained <= kExplained * depth && missing <= 0.0);
         costs[k] = float(unexplained + kDoubt * length(difference(own, colours[k]))
-                         + std::max(0.0, missing));
+                         + std::max(0.0, missing) + (goesThere ? 0.0 : kWrongWay));
     }
     return explained;
 }

@@ -107,7 +107,7 @@ private:
                 if (label == kUnlabelled || label == best.label)
                     continue;
                 const bool ofLine = (marks[u] & (EdgeMap::kOfLine | EdgeMap::kFlank)) != 0;
-                if (ofLine && !touches(marks[u], u - x, v - y))
+                if (ofLine ? !touches(marks[u], u - x, v - y) : isBehindLine(x, y, u - x, v - y))
                     continue;
                 if (label == similar)
                     return { similar, ofLine };
@@ -124,6 +124,22 @@ private:
     static bool touches(uint8_t marks, int dx, int dy)
     {
         return (marks & EdgeMap::kOfLine) != 0 && std::abs(dx) <= 1 && std::abs(dy) <= 1;
+    }
+
+    // Labels do not go through a line: mixtures of it with one side may look like the other one.
+    bool isBehindLine(int x, int y, int dx, int dy) const
+    {
+        const auto isLine = [&](int u, int v) {
+            return (edges->row(y + v)[x + u] & (EdgeMap::kOfLine | EdgeMap::kRule)) != 0;
+        };
+        if (std::abs(dx) <= 1 && std::abs(dy) <= 1)
+            return dx != 0 && dy != 0 && isLine(dx, 0) && isLine(0, dy);
+        // The pixels half way: two of them where one step is twice the other.
+        const int u = dx / 2;
+        const int v = dy / 2;
+        return isLine(u, v) || isLine(u + dx % 2, v + dy % 2)
+            || (std::abs(dx) == std::abs(dy)
+                && ((isLine(u, 0) && isLine(0, v)) || (isLine(dx, v) && isLine(u, dy))));
     }
 
     std::vector<uint32_t> within(const std::vector<Decided> &ring)

@@ -23,9 +23,8 @@ const double kHalfTurn = 3.14159265358979323846; // radians
 
 fit::Chain viewOf(const ChainPoints &p, bool closed)
 {
-    return { p.x.data(),      p.y.data(), p.sigma.empty() ? nullptr : p.sigma.data(),
-             int(p.x.size()), closed,     p.edge,
-             !closed,         !closed };
+    return { p.x.data(), p.y.data(), p.sigma.data(), int(p.x.size()),
+             closed,     p.edge,     !closed,        !closed };
 }
 
 // What a Path of a drawing can hold: no elliptic arcs; ellipses go in as four cubics.
@@ -38,8 +37,8 @@ fit::Settings usualSettings()
 
 double farFrom(const ChainPoints &points, int k)
 {
-    if (points.sigma.empty())
-        return kFarOfStairs;
+    if (!points.isSoft())
+        return points.sigma[std::size_t(k)] > fit::kHardFloor ? kFarOfStairs : kFar;
     return std::min(kFarFromPoints, std::max(kFar, kFarBySigma * points.sigma[std::size_t(k)]));
 }
 
@@ -163,7 +162,7 @@ bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number,
     const int size = int(points.x.size());
     const std::size_t before = (number + pieces.size() - 1) % pieces.size();
     const std::size_t after = (number + 1) % pieces.size();
-    const bool whole = fit::isWhole(piece.kind) && points.sigma.empty();
+    const bool whole = fit::isWhole(piece.kind) && !points.isSoft();
     double far = farFrom(points, piece.first % size);
     for (int k = piece.first; k < piece.first + piece.count; ++k) {
         const double most = whole ? kFarOfWhole : farFrom(points, k % size);
@@ -239,7 +238,7 @@ std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bo
     for (std::size_t k = 0; k < count; ++k)
         bad[k] = !staysWith(path.pieces, k, &probes, points, closed)
             || isTwisted(path.pieces, k, closed);
-    if (!points.sigma.empty())
+    if (points.isSoft())
         markLeftOut(path, points, &probes, &bad);
     // A joint beside a bad piece is a bad one.
     const std::vector<char> found = bad;
@@ -274,34 +273,19 @@ fit::Path lineByLine(const ChainPoints &points, bool closed)
     return path;
 }
 
-// Cheaper numbers until the path stays with the points; then line by line.
-fit::Path fitCloser(const ChainPoints &points, bool closed)
-{
-    fit::Settings settings = usualSettings();
-    settings.soft.mayLeaveOut = 0;
-    for (int k = 0; k < kCheaperTimes; ++k) {
-        settings.soft.lambda *= kCheaper;
-        settings.hard.lambda *= kCheaper;
-        fit::Path path = fit::fitChain(viewOf(points, closed), settings);
-        if (isGood(badPieces(path, points, closed)))
-            return path;
-    }
-    return lineByLine(points, closed);
-}
-
 // The points of the pieces from `from` to before `to`, between where the first one begins and the
 // last one ends.
 ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, std::size_t to,
-                     const ChainPoints &points)
+                     const ChainPoints &points, bool closed)
 {
     const int size = int(points.x.size());
     ChainPoints part;
     part.edge = points.edge;
-    const auto add = [&](fit::Point p, double sigma) {
+    const auto add = [&](fit::Point p, double sigma, uint32_t crack) {
         part.x.push_back(p.x);
         part.y.push_back(p.y);
-        if (!points.sigma.empty())
-            part.sigma.push_back(sigma);
+        part.crack.push_back(crack);
+        part.sigma.push_back(sigma);
     };
     const fit::Piece &last = pieces[to - 1];
     const int end = last.first + last.count;
@@ -311,17 +295,26 @@ ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, st
         && std::any_of(pieces.begin() + std::ptrdiff_t(from), pieces.begin() + std::ptrdiff_t(to),
                        [](const fit::Piece &piece) { return piece.count > 0; }))
         count = size;
-    add(pieces[from].start, fit::kSoftSigma);
+    // Points that are left out beside the stretch have their cracks in it.
+    const auto crackOf = [&](int k) { return points.crack[std::size_t((k + size) % size)]; };
+    const fit::Piece &before = pieces[from > 0 ? from - 1 : pieces.size() - 1];
+    const uint32_t past = to < pieces.size() ? crackOf(pieces[to].first)
+        : closed                             ? crackOf(pieces.front().first)
+                                             : crackOf(size - 1);
+    add(pieces[from].start, fit::kSoftSigma,
+        from > 0 || closed ? crackOf(before.first + before.count - 1) + 1 : crackOf(0));
     for (int k = 0; k < count; ++k) {
         const auto i = std::size_t((pieces[from].first + k) % size);
-        add({ points.x[i], points.y[i] }, points.sigma.empty() ? 0 : points.sigma[i]);
+        add({ points.x[i], points.y[i] }, points.sigma[i], points.crack[i]);
     }
-    add(last.end, fit::kSoftSigma);
+    add(last.end, fit::kSoftSigma, past);
     return part;
 }
 
 // Fits the bad stretches of a path once more, each by itself; the rest stays.
-fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &points, bool closed)
+template<typename Fit>
+fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &points, bool closed,
+                   const Fit &fitAgain)
 {
     std::vector<fit::Piece> pieces = path.pieces;
     if (closed) {
@@ -339,8 +332,8 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
         std::size_t to = from + 1;
         while (to < pieces.size() && bad[to])
             ++to;
-        const ChainPoints part = pointsOf(pieces, from, to, points);
-        fit::Path again = fitCloser(part, false);
+        const ChainPoints part = pointsOf(pieces, from, to, points, closed);
+        fit::Path again = fitAgain(part);
         for (fit::Piece &piece : again.pieces)
             piece.first
                 = (pieces[from].first + std::max(0, piece.first - 1)) % int(points.x.size());
@@ -355,19 +348,87 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
     return path;
 }
 
+// Numbers at .4 of their price for every time, and no points left out; what is not good then
+// cheaper still, and line by line in the end.
+fit::Path fitCloser(const ChainPoints &points, bool closed, int times, bool shapes)
+{
+    if (times > kCheaperTimes)
+        return lineByLine(points, closed);
+    fit::Settings settings = usualSettings();
+    settings.soft.mayLeaveOut = 0;
+    settings.shapes = shapes;
+    settings.soft.lambda *= std::pow(kCheaper, times);
+    settings.hard.lambda *= std::pow(kCheaper, times);
+    fit::Path path = fit::fitChain(viewOf(points, closed), settings);
+    const std::vector<char> bad = badPieces(path, points, closed);
+    if (isGood(bad))
+        return path;
+    const auto count = std::count(bad.begin(), bad.end() - 1, 1);
+    if (bad.back() || std::size_t(count) == path.pieces.size())
+        return fitCloser(points, closed, times + 1, shapes);
+    return repaired(std::move(path), bad, points, closed, [&](const ChainPoints &part) {
+        return fitCloser(part, false, times + 1, false);
+    });
+}
+
 } // namespace
 
 fit::Path fitPointsCloser(const ChainPoints &points, bool closed, int times)
 {
-    if (times >= kCloserTimes)
-        return lineByLine(points, closed);
-    fit::Settings settings = usualSettings();
-    settings.soft.mayLeaveOut = 0;
-    settings.shapes = times < 2;
-    settings.soft.lambda *= std::pow(kCheaper, times);
-    settings.hard.lambda *= std::pow(kCheaper, times);
-    fit::Path path = fit::fitChain(viewOf(points, closed), settings);
-    return isGood(badPieces(path, points, closed)) ? path : lineByLine(points, closed);
+    return times >= kCloserTimes ? lineByLine(points, closed)
+                                 : fitCloser(points, closed, times, times < 2);
+}
+
+fit::Path fitPartsCloser(const fit::Path &path, const std::vector<char> &again,
+                         const ChainPoints &points, bool closed, int times)
+{
+    std::vector<char> bad = again;
+    bad.push_back(0);
+    if (std::size_t(std::count(again.begin(), again.end(), 1)) == again.size())
+        return fitPointsCloser(points, closed, times);
+    return repaired(path, bad, points, closed,
+                    [&](const ChainPoints &part) { return fitPointsCloser(part, false, times); });
+}
+
+namespace {
+
+// From one place to another one through the middles of cracks.
+fit::Path lineThrough(fit::Point start, const ChainPoints &cracks, uint32_t first, uint32_t count,
+                      fit::Point end)
+{
+    ChainPoints line;
+    const auto add = [&line](fit::Point p) {
+        line.x.push_back(p.x);
+        line.y.push_back(p.y);
+    };
+    add(start);
+    for (uint32_t k = 0; k < count; ++k) {
+        const std::size_t i = (first + k) % cracks.x.size();
+        add({ cracks.x[i], cracks.y[i] });
+    }
+    add(end);
+    return lineByLine(line, false);
+}
+
+} // namespace
+
+fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
+                     const ChainPoints &points, const ChainPoints &cracks, bool closed)
+{
+    const auto size = uint32_t(cracks.x.size());
+    if (std::size_t(std::count(again.begin(), again.end(), 1)) == again.size())
+        return closed
+            ? lineByLine(cracks, true)
+            : lineThrough(path.pieces.front().start, cracks, 0, size, path.pieces.back().end);
+    std::vector<char> bad = again;
+    bad.push_back(0);
+    return repaired(path, bad, points, closed, [&](const ChainPoints &part) {
+        const uint32_t first = part.crack.front() % size;
+        const uint32_t past = std::min(part.crack.back(), size);
+        const uint32_t count = first <= past ? past - first : closed ? past + size - first : 0;
+        return lineThrough({ part.x.front(), part.y.front() }, cracks, first, count,
+                           { part.x.back(), part.y.back() });
+    });
 }
 
 fit::Path fitPoints(const ChainPoints &points, bool closed)
@@ -384,8 +445,9 @@ fit::Path fitPoints(const ChainPoints &points, bool closed)
         return path;
     const auto count = std::count(bad.begin(), bad.end() - 1, 1);
     if (!bad.back() && std::size_t(count) < path.pieces.size())
-        return repaired(std::move(path), bad, points, closed);
-    return fitCloser(points, closed);
+        return repaired(std::move(path), bad, points, closed,
+                        [](const ChainPoints &part) { return fitCloser(part, false, 1, true); });
+    return fitCloser(points, closed, 1, true);
 }
 
 } // namespace ztrace

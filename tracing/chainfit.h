@@ -16,7 +16,15 @@ fit::Path fitPoints(const ChainPoints &points, bool closed);
 // The same with numbers at .4 of their price for every time, and no points left out; from
 // kCloserTimes on line by line.
 fit::Path fitPointsCloser(const ChainPoints &points, bool closed, int times);
+// The same for the pieces of a path that `again` marks; the others stay.
+fit::Path fitPartsCloser(const fit::Path &path, const std::vector<char> &again,
+                         const ChainPoints &points, bool closed, int times);
+// The pieces that `again` marks line by line through the cracks of their points.
+fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
+                     const ChainPoints &points, const ChainPoints &cracks, bool closed);
 const int kCloserTimes = 3;
+// Times that cracks take the place of points, a little more of them each time.
+const int kCrackTimes = 3;
 const double kFarFromPoints = 1.8; // pixels
 
 } // namespace ztrace

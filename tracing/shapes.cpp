@@ -5,12 +5,14 @@
 #include "composition.h"
 #include "crossings.h"
 #include "equalloops.h"
+#include "meetings.h"
 #include "workers.h"
 
 #include "drawing/wholeshape.h"
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numeric>
 
 namespace ztrace {
@@ -23,15 +25,21 @@ const std::size_t kCracksAtOnce = 256;
 const std::size_t kCracksAThread = 4096;
 const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
 const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
+const double kLeastOfLine = 3;     // points that tell a line there, and how far they may be off it:
+const double kBent = 0.15;         // pixels rms, of soft edges,
+const double kBentStairs = 0.4;    // and of hard ones
 const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
+const double kRimAnchor = 0.002;   // likewise on the rim, where one line is enough
 const double kNodeReach = 0.75;    // pixels from there at most
-const double kRimReach = 0.45;     // likewise of nodes on the rim, so that none passes another
+const double kRimReach = 0.45;     // likewise of nodes on the rim that would pass each other
 // A soft edge tells a hundredth of a pixel at best. The points of a staircase are off by 0.3 of a
 // pixel, so that a tenth says all that is in them, and on a page that halves the file; where there
 // are few outlines bytes do not matter.
 const double kPrecision = 0.01;
 const double kRoughPrecision = 0.1;
 const std::size_t kFewOutlines = 1000;
+const int kMostTimes = kCloserTimes + kCrackTimes + 1; // that a chain is fitted again
+const double kNearNode = 6; // points between a node and what it is put back for
 const double kQuarterTurn = 2.0 * std::atan(1.0);
 
 Tone toneOf(QRgb colour, int channels)
@@ -149,6 +157,45 @@ private:
                 p = meetingAt(node, p, !upright, !flat);
             places.push_back(p);
         }
+        for (int side : { 0, width })
+            orderAlongRim(&Node::x, side, &Node::y, height, &fit::Point::y);
+        for (int side : { 0, height })
+            orderAlongRim(&Node::y, side, &Node::x, width, &fit::Point::x);
+    }
+
+    // Nodes that would pass each other, or the end of the side, stay nearer to where they were.
+    void orderAlongRim(int Node::*across, int side, int Node::*along, int length,
+                       double fit::Point::*coordinate)
+    {
+        std::vector<std::size_t> nodes;
+        for (std::size_t k = 0; k < map.nodes.size(); ++k) {
+            if (map.nodes[k].*across == side)
+                nodes.push_back(k);
+        }
+        std::sort(nodes.begin(), nodes.end(), [&](std::size_t a, std::size_t b) {
+            return map.nodes[a].*along < map.nodes[b].*along;
+        });
+        const auto nearer = [&](std::size_t k) {
+            const double lattice = map.nodes[k].*along;
+            double &place = places[k].*coordinate;
+            const double kept = std::min(lattice + kRimReach, std::max(lattice - kRimReach, place));
+            const bool moved = kept != place;
+            place = kept;
+            return moved;
+        };
+        const double least = 1 - 2 * kRimReach;
+        for (bool moved = true; moved;) {
+            moved = false;
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const double place = places[nodes[i]].*coordinate;
+                if ((i == 0 && place < 0) || (i + 1 == nodes.size() && place > length))
+                    moved |= nearer(nodes[i]);
+                if (i > 0 && place - places[nodes[i - 1]].*coordinate < 0.999 * least) {
+                    moved |= nearer(nodes[i - 1]);
+                    moved |= nearer(nodes[i]);
+                }
+            }
+        }
     }
 
     fit::Point meetingAt(const Node &node, fit::Point lattice, bool movesInX, bool movesInY) const
@@ -171,27 +218,43 @@ private:
             const double determinant = xx * yy - xy * xy;
             move = { (x * yy - y * xy) / determinant, (y * xx - x * xy) / determinant };
         } else if (movesInX) {
-            move.x = x / xx;
+            move.x = x / (xx - kNodeAnchor + kRimAnchor);
         } else {
-            move.y = y / yy;
+            move.y = y / (yy - kNodeAnchor + kRimAnchor);
         }
         const double length = std::sqrt(dot(move, move));
-        const double most = movesInX && movesInY ? kNodeReach : kRimReach;
-        return lattice + (length > most ? most / length : 1.0) * move;
+        return lattice + (length > kNodeReach ? kNodeReach / length : 1.0) * move;
     }
 
-    // The line of the points of a chain that are near its begin; false where too few are.
+    // The line of the points of a chain that are near its begin; false where too few are, or where
+    // it does not lead to the node. Nearer ones alone where they bend, as before a corner: a line
+    // across it would put the node beside the chain.
     bool lineBeside(uint32_t reference, fit::Point lattice, fit::Point *normal,
                     fit::Point *on) const
     {
         const ChainPoints &p = points[chainOf(reference)];
+        const double most = p.isSoft() ? kBent : kBentStairs;
+        for (double reach : { kNodeLooksAt, 0.7 * kNodeLooksAt, 0.5 * kNodeLooksAt }) {
+            double rms = 0;
+            if (!lineWithin(p, isReversed(reference), lattice, reach, normal, on, &rms))
+                return false;
+            if (rms <= most)
+                return std::fabs(dot(*normal, *on - lattice)) <= kNodeReach;
+        }
+        return false;
+    }
+
+    // Of at least three points between kNodeLeavesOut and `reach` pixels from the lattice point.
+    static bool lineWithin(const ChainPoints &p, bool reversed, fit::Point lattice, double reach,
+                           fit::Point *normal, fit::Point *on, double *rms)
+    {
         const std::size_t count = p.x.size();
         double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0, syy = 0;
         for (std::size_t k = 0; k < count; ++k) {
-            const std::size_t i = isReversed(reference) ? count - 1 - k : k;
+            const std::size_t i = reversed ? count - 1 - k : k;
             const fit::Point d = fit::Point { p.x[i], p.y[i] } - lattice;
             const double distance = std::sqrt(dot(d, d));
-            if (distance > kNodeLooksAt)
+            if (distance > reach)
                 break;
             if (distance < kNodeLeavesOut)
                 continue;
@@ -202,14 +265,16 @@ private:
             sxy += d.x * d.y;
             syy += d.y * d.y;
         }
-        if (n < 3)
+        if (n < kLeastOfLine)
             return false;
         const fit::Point mean = { sx / n, sy / n };
-        const double angle = 0.5
-            * std::atan2(2 * (sxy / n - mean.x * mean.y),
-                         sxx / n - mean.x * mean.x - syy / n + mean.y * mean.y);
+        const double xx = sxx / n - mean.x * mean.x;
+        const double xy = sxy / n - mean.x * mean.y;
+        const double yy = syy / n - mean.y * mean.y;
+        const double angle = 0.5 * std::atan2(2 * xy, xx - yy);
         *normal = { -std::sin(angle), std::cos(angle) };
         *on = lattice + mean;
+        *rms = std::sqrt(std::max(0.0, 0.5 * (xx + yy) - std::hypot(0.5 * (xx - yy), xy)));
         return true;
     }
 
@@ -251,8 +316,8 @@ private:
         }
     }
 
-    // Fits chains closer to their points, which hardly ever cross, until none cross. At last they
-    // run through the middles of their cracks between nodes on the lattice, where nothing can.
+    // Fits chains closer to their points where they cross, until none do. At last they run through
+    // the middles of their cracks between nodes on the lattice, where nothing can.
     void part(unsigned mostThreads)
     {
         std::vector<char> changed;
@@ -260,21 +325,16 @@ private:
         for (;;) {
             const auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed);
             changed.assign(paths.size(), 0);
+            meetings.clear();
             for (const auto &pair : pairs) {
-                for (uint32_t chain : { pair.first, pair.second }) {
-                    if (!changed[chain] && !isOnRim(map.chains[chain])
-                        && times[chain] < kCloserTimes)
-                        changed[chain] = 1;
-                }
+                note(pair.first, pair.second, times, &changed);
+                note(pair.second, pair.first, times, &changed);
+            }
+            for (const auto &met : meetings) {
+                if (++times[met.first] > kCloserTimes)
+                    putNodesBack(met.first, times[met.first] == kMostTimes, &changed);
             }
             std::vector<uint32_t> again;
-            for (uint32_t chain = 0; chain < changed.size(); ++chain) {
-                if (changed[chain] && ++times[chain] == kCloserTimes)
-                    again.push_back(chain);
-            }
-            for (uint32_t chain : again)
-                putNodesBack(map.chains[chain], &changed);
-            again.clear();
             for (uint32_t chain = 0; chain < changed.size(); ++chain) {
                 if (changed[chain])
                     again.push_back(chain);
@@ -286,39 +346,78 @@ private:
         }
     }
 
-    // To the lattice; all chains that end there are changed by it.
-    void putNodesBack(const Chain &chain, std::vector<char> *changed)
+    // Where a chain crosses another one.
+    void note(uint32_t chain, uint32_t other, const std::vector<char> &times,
+              std::vector<char> *changed)
     {
-        for (int32_t number : { chain.startNode, chain.endNode }) {
-            if (number == kNoNode)
-                continue;
-            const Node &node = map.nodes[std::size_t(number)];
-            const fit::Point lattice = { double(node.x), double(node.y) };
-            fit::Point &place = places[std::size_t(number)];
-            if (place.x == lattice.x && place.y == lattice.y)
-                continue;
-            place = lattice;
-            for (uint32_t reference : node.leaving) {
-                if (reference != kNoReference)
-                    (*changed)[chainOf(reference)] = 1;
-            }
+        if (isOnRim(map.chains[chain]) || times[chain] == kMostTimes)
+            return;
+        (*changed)[chain] = 1;
+        std::vector<Meeting> &own = meetings[chain];
+        own.resize(paths[chain].pieces.size());
+        addMeetings(paths[chain], paths[other], &own);
+    }
+
+    // To the lattice, those beside which a chain crosses others or both; all chains that end there
+    // are changed by it.
+    void putNodesBack(uint32_t number, bool both, std::vector<char> *changed)
+    {
+        const Chain &chain = map.chains[number];
+        if (chain.startNode == kNoNode)
+            return;
+        const std::vector<fit::Piece> &pieces = paths[number].pieces;
+        const std::vector<Meeting> &met = meetings.at(number);
+        if (both || pieces.empty()
+            || met.front().from * std::max(1, pieces.front().count) < kNearNode)
+            putBack(chain.startNode, changed);
+        if (both || pieces.empty()
+            || (1 - met.back().to) * std::max(1, pieces.back().count) < kNearNode)
+            putBack(chain.endNode, changed);
+    }
+
+    void putBack(int32_t number, std::vector<char> *changed)
+    {
+        const Node &node = map.nodes[std::size_t(number)];
+        const fit::Point lattice = { double(node.x), double(node.y) };
+        fit::Point &place = places[std::size_t(number)];
+        if (place.x == lattice.x && place.y == lattice.y)
+            return;
+        place = lattice;
+        for (uint32_t reference : node.leaving) {
+            if (reference != kNoReference)
+                (*changed)[chainOf(reference)] = 1;
         }
     }
 
-    // `times` 0 is the usual fit.
+    // The stretches that cross others closer to their points, then line by line through the middles
+    // of their cracks; at last the whole chain. One that crosses nothing has another node: the
+    // usual fit.
     void fitCloser(uint32_t number, int times)
     {
         const Chain &chain = map.chains[number];
         const bool loop = chain.startNode == kNoNode;
+        fit::Path &path = paths[number];
         if (isOnRim(chain)) {
-            paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
-                                                    places[std::size_t(chain.endNode)]) };
+            path.pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
+                                           places[std::size_t(chain.endNode)]) };
             return;
         }
-        ChainPoints p = times < kCloserTimes ? edges.pointsOf(number) : edges.cracksOf(number);
+        const bool last = times == kMostTimes;
+        ChainPoints p = last ? edges.cracksOf(number) : edges.pointsOf(number);
         if (!loop)
             pinEnds(chain, &p);
-        paths[number] = times > 0 ? fitPointsCloser(p, loop, times) : fitPoints(p, loop);
+        const auto met = meetings.find(number);
+        if (last || met == meetings.end()) {
+            path = last ? fitPointsCloser(p, loop, kCloserTimes) : fitPoints(p, loop);
+            return;
+        }
+        const std::vector<char> again = cutAround(met->second, p, &path);
+        if (!loop && !path.pieces.empty()) {
+            path.pieces.front().start = places[std::size_t(chain.startNode)];
+            path.pieces.back().end = places[std::size_t(chain.endNode)];
+        }
+        path = times <= kCloserTimes ? fitPartsCloser(path, again, p, loop, times)
+                                     : drawCracks(path, again, p, edges.cracksOf(number), loop);
     }
 
     // Nodes instead of what was measured where three colours mix.
@@ -328,23 +427,23 @@ private:
         const fit::Point end = places[std::size_t(chain.endNode)];
         ChainPoints kept;
         kept.edge = p->edge;
-        const bool soft = !p->sigma.empty();
-        const auto add = [&](fit::Point q, double sigma) {
+        const bool soft = p->isSoft();
+        const auto add = [&](fit::Point q, double sigma, uint32_t crack) {
             kept.x.push_back(q.x);
             kept.y.push_back(q.y);
-            if (soft)
-                kept.sigma.push_back(sigma);
+            kept.crack.push_back(crack);
+            kept.sigma.push_back(sigma);
         };
-        add(start, fit::kSoftSigma);
+        add(start, fit::kSoftSigma, 0);
         for (std::size_t k = 0; k < p->x.size(); ++k) {
             const fit::Point q = { p->x[k], p->y[k] };
             const fit::Point a = q - start;
             const fit::Point b = q - end;
             const double near = std::sqrt(std::min(dot(a, a), dot(b, b)));
             if (!soft || near > kNodeLeavesOut)
-                add(q, soft ? p->sigma[k] : 0);
+                add(q, p->sigma[k], p->crack[k]);
         }
-        add(end, fit::kSoftSigma);
+        add(end, fit::kSoftSigma, chain.cracks);
         *p = std::move(kept);
     }
 
@@ -355,6 +454,7 @@ private:
     bool anySoft = false;
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
+    std::map<uint32_t, std::vector<Meeting>> meetings; // of the chains that cross others
 };
 
 // From the picture, y downwards, to the drawing.

@@ -21,7 +21,9 @@ const double kPlain = 0.02;        // of coverage: nearer to a side's tone, a pi
 const double kFarthest = 1.5;      // pixels from a crack to the edge that it stands for
 // The deviation of normal errors over the mean absolute difference of two of them.
 const double kDeviationOfDifference = 0.8862;
-const int kThinStroke = 5;        // pixels across which no pixel need have the stroke's own tone
+const int kThinStroke = 5;     // pixels across which no pixel need have the stroke's own tone
+const double kLeastBody = 0.4; // of coverage between what both sides have of their outermost pixels
+const int kThinLine = 2;       // pixels across which the gradient tells no direction
 const double kBlurredBy = 0.15;   // of coverage: both pixels at a crack are mixed by that much
 const double kBlurredSlope = 0.7; // and differ by less
 // Pixels of sigma for each mixed pixel in a column beyond the two of a sharp edge: around corners
@@ -40,6 +42,10 @@ const double kSlanted = 0.1;
 // Pixels of scatter from which mixed pixels say less than the cracks: lines that were drawn with
 // nearly hard edges.
 const double kStairs = 0.2;
+// Cracks in a row from which a straight stretch between corners is where the boundary is. Bars of
+// screenshots would lean by up to a pixel else.
+const int kExactStretch = 8;
+const int kStairsReach = 4; // cracks to either side whose chord is the direction of a staircase
 
 double clamped(double value, double low, double high)
 {
@@ -68,6 +74,7 @@ struct SoftEdges::Crack
     int x;
     int y;
     Heading heading;
+    uint32_t number; // along the chain
 
     Point middle() const { return { x + 0.5 * stepX(heading), y + 0.5 * stepY(heading) }; }
     // To the left.
@@ -87,6 +94,8 @@ void insert(const ChainPoints &points, std::size_t at, ChainPoints *into)
     add(points.x, &into->x);
     add(points.y, &into->y);
     add(points.sigma, &into->sigma);
+    into->crack.insert(into->crack.begin() + std::ptrdiff_t(at), points.crack.begin(),
+                       points.crack.end());
 }
 
 // What the points of a chain are off by, as a deviation, found from the points alone: the median of
@@ -108,6 +117,56 @@ double scatterOf(const ChainPoints &points)
     const auto middle = third.begin() + std::ptrdiff_t(third.size() / 2);
     std::nth_element(third.begin(), middle, third.end());
     return kDeviationOfThird * *middle;
+}
+
+} // namespace
+
+namespace {
+
+// A straight part of a staircase.
+struct Stretch
+{
+    Heading heading;
+    int length;
+};
+
+// Whether a boundary that steps aside by one pixel goes on as before: a step of a slanted line.
+// `next` is the place in the walk after the stretch, in either direction.
+bool isStep(const std::vector<Stretch> &stretches, std::size_t stretch, int direction, bool closed)
+{
+    const auto size = std::ptrdiff_t(stretches.size());
+    const auto at = [&](int k) {
+        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + direction * k;
+        return closed ? (place + 2 * size) % size : place;
+    };
+    if (at(2) < 0 || at(2) >= size)
+        return false;
+    return stretches[std::size_t(at(1))].length == 1
+        && stretches[std::size_t(at(2))].heading == stretches[stretch].heading;
+}
+
+// Whether a boundary runs along the pixels there: a long stretch without a step at either end.
+bool isExact(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+{
+    return stretches[stretch].length >= kExactStretch && !isStep(stretches, stretch, 1, closed)
+        && !isStep(stretches, stretch, -1, closed);
+}
+
+// Of a crack of a staircase, from the angle between it and the boundary, as the fit has it.
+double stairsSigma(const ChainPoints &points, std::size_t number, Heading heading, bool closed)
+{
+    const auto size = std::ptrdiff_t(points.x.size());
+    const std::ptrdiff_t reach
+        = closed ? std::min<std::ptrdiff_t>(kStairsReach, size / 4) : std::ptrdiff_t(kStairsReach);
+    const auto at = [&](std::ptrdiff_t k) {
+        const auto i = std::size_t(closed ? (k + size) % size
+                                          : std::min(size - 1, std::max<std::ptrdiff_t>(0, k)));
+        return Point { points.x[i], points.y[i] };
+    };
+    const Point chord = at(std::ptrdiff_t(number) + reach) - at(std::ptrdiff_t(number) - reach);
+    const double length = std::sqrt(dot(chord, chord));
+    const double along = stepX(heading) != 0 ? chord.x : chord.y;
+    return length > 0 ? fit::kStaircaseSigma * std::fabs(along) / length : fit::kStaircaseSigma;
 }
 
 } // namespace
@@ -147,7 +206,7 @@ uint32_t SoftEdges::areaAt(int x, int y) const
 
 namespace {
 
-struct Stretch
+struct Inner
 {
     int begin;
     int end;
@@ -155,7 +214,7 @@ struct Stretch
 };
 
 // The stretches of a row that are `reach` pixels from other areas along it.
-void shrunkRow(const BoundaryMap &map, int y, int reach, std::vector<Stretch> *row)
+void shrunkRow(const BoundaryMap &map, int y, int reach, std::vector<Inner> *row)
 {
     row->clear();
     const Runs &runs = map.runs;
@@ -169,7 +228,7 @@ void shrunkRow(const BoundaryMap &map, int y, int reach, std::vector<Stretch> *r
 }
 
 // What two rows have in common, in `a`.
-void intersect(std::vector<Stretch> *a, const std::vector<Stretch> &b, std::vector<Stretch> *room)
+void intersect(std::vector<Inner> *a, const std::vector<Inner> &b, std::vector<Inner> *room)
 {
     room->clear();
     auto other = b.begin();
@@ -192,7 +251,7 @@ void intersect(std::vector<Stretch> *a, const std::vector<Stretch> &b, std::vect
 template<typename Work>
 void SoftEdges::forEachInner(int reach, const Work &work) const
 {
-    std::vector<Stretch> row, other, room;
+    std::vector<Inner> row, other, room;
     for (int y = reach; y + reach < picture.height; ++y) {
         shrunkRow(map, y, reach, &row);
         for (int beside : { y - reach, y + reach }) {
@@ -201,7 +260,7 @@ void SoftEdges::forEachInner(int reach, const Work &work) const
             shrunkRow(map, beside, reach, &other);
             intersect(&row, other, &room);
         }
-        for (const Stretch &stretch : row)
+        for (const Inner &stretch : row)
             work(y, stretch.begin, stretch.end, stretch.area);
     }
 }
@@ -275,30 +334,41 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
 {
     const Chain &c = map.chains[chain];
     Side side;
+    if (!picture.hard && c.left >= 0 && c.right >= 0) {
+        sideBetween(uint32_t(c.left), uint32_t(c.right), &side);
+        for (int value = 0; picture.channels == 1 && value < 256; ++value) {
+            const uint8_t byte = uint8_t(value);
+            side.coverage[byte] = coverageOf(side, &byte);
+        }
+        return side;
+    }
     side.square = side.noise = side.level = 0;
     side.base = side.span = Tone {};
     side.left = uint32_t(c.left);
     side.right = uint32_t(c.right);
-    if (picture.hard || c.left < 0 || c.right < 0)
-        return side;
+    return side;
+}
+
+// All but the table of coverages.
+void SoftEdges::sideBetween(uint32_t left, uint32_t right, Side *result) const
+{
+    Side &side = *result;
+    side.square = 0;
+    side.left = left;
+    side.right = right;
     for (std::size_t k = 0; k < kMostChannels; ++k) {
-        side.base[k] = toneOf[side.left][k];
-        side.span[k] = toneOf[side.right][k] - side.base[k];
+        side.base[k] = toneOf[left][k];
+        side.span[k] = toneOf[right][k] - side.base[k];
         side.square += double(side.span[k]) * side.span[k];
     }
-    const double a = noiseOf[side.left];
-    const double b = noiseOf[side.right];
+    const double a = noiseOf[left];
+    const double b = noiseOf[right];
     side.noise = side.square > 0 ? std::sqrt(0.5 * (a * a + b * b) / side.square) : 0;
     side.level = 0.5;
     if (picture.threshold >= 0 && picture.channels == 1 && side.span[0] != 0)
         side.level
             = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
                       kBlurredBy, 1 - kBlurredBy);
-    for (int value = 0; picture.channels == 1 && value < 256; ++value) {
-        const uint8_t byte = uint8_t(value);
-        side.coverage[byte] = coverageOf(side, &byte);
-    }
-    return side;
 }
 
 double SoftEdges::coverageOf(const Side &side, const uint8_t *value) const
@@ -340,79 +410,109 @@ Point SoftEdges::normalAt(const Side &side, int x, int y) const
 
 // The whole edge in the column of pixels across the crack, from one side's own tone to the other's:
 // what is missing of the right side against what there is of it beyond the crack. Exact for
-// straight edges, however blurred.
-bool SoftEdges::columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const
+// straight edges, however blurred. At the end of a stroke that covers its outermost pixels in part,
+// what they have farther inside stands for the tone: the end would be slanted else.
+bool SoftEdges::columnOffset(const Side &side, const Crack &crack, bool ofStroke, double *offset,
+                             int *mixed) const
 {
     const double plain = std::max(kPlain, 2.5 * side.noise);
-    *offset = 0;
-    *mixed = 0;
-    for (int direction : { -1, 1 }) {
-        const uint32_t own = direction < 0 ? side.right : side.left;
+    double sums[2] = { 0, 0 };   // of what the other side has of the pixels
+    double bodies[2] = { 0, 0 }; // what it has of those that count as the side's own
+    int counts[2] = { 0, 0 };
+    for (int direction : { 0, 1 }) {
+        const uint32_t own = direction == 0 ? side.right : side.left;
         bool reached = false;
+        double before = 1;
         for (int k = 0; k < kColumn && !reached; ++k) {
-            const int steps = direction < 0 ? -k : k + 1;
+            const int steps = direction == 0 ? -k : k + 1;
             const int x = crack.rightX() + steps * crack.acrossX();
             const int y = crack.rightY() + steps * crack.acrossY();
             if (areaAt(x, y) != own)
                 return false;
             const double part = coverageAt(side, x, y);
-            const double other = direction < 0 ? 1 - part : part;
-            reached = other <= plain;
+            const double other = direction == 0 ? 1 - part : part;
+            const bool steady
+                = ofStroke && k > 0 && other < 0.5 && std::fabs(other - before) <= plain;
+            reached = other <= plain || steady;
             if (!reached) {
-                *offset += direction * other;
-                ++*mixed;
+                sums[direction] += other;
+                ++counts[direction];
+            } else if (steady && other > plain) {
+                bodies[direction] = other;
             }
+            before = other;
         }
         if (!reached)
             return false;
     }
+    const double whole = 1 - bodies[0] - bodies[1];
+    if (whole < kLeastBody)
+        return false;
+    *offset = ((sums[1] - counts[1] * bodies[1]) - (sums[0] - counts[0] * bodies[0])) / whole;
+    *mixed = counts[0] + counts[1];
     return true;
 }
 
-// A stroke so thin that none of its pixels has its own tone, between twice the same neighbour: its
-// width is what there is of it in the column, and it lies about the middle of that.
+// A stroke so thin that none of its pixels has its own tone, between the chain's other side and any
+// area beyond: its width is what there is of it in the column, and it lies about the middle of
+// that. Both of its sides find the same, so that it keeps its width.
 bool SoftEdges::strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
                              int *mixed) const
 {
-    const double plain = std::max(kPlain, 2.5 * side.noise);
     const uint32_t stroke = ofRight ? side.right : side.left;
     const uint32_t around = ofRight ? side.left : side.right;
+    if (!isAcross(crack, ofRight, stroke, kThinStroke))
+        return false;
     // Pixel k lies in the stroke from 0 on, beside it below 0.
-    const auto part = [&](int k) {
-        const int steps = ofRight ? -k : k + 1;
-        const double right = coverageAt(side, crack.rightX() + steps * crack.acrossX(),
-                                        crack.rightY() + steps * crack.acrossY());
-        return ofRight ? right : 1 - right;
-    };
-    const auto areaOf = [&](int k) {
-        const int steps = ofRight ? -k : k + 1;
-        return areaAt(crack.rightX() + steps * crack.acrossX(),
-                      crack.rightY() + steps * crack.acrossY());
-    };
+    const int away = ofRight ? -1 : 1;
+    const int first = ofRight ? 0 : 1;
+    const auto columnOf
+        = [&](int k) { return crack.rightX() + (first + away * k) * crack.acrossX(); };
+    const auto rowOf = [&](int k) { return crack.rightY() + (first + away * k) * crack.acrossY(); };
+    const auto areaOf = [&](int k) { return areaAt(columnOf(k), rowOf(k)); };
     int width = 0;
     while (width <= kThinStroke && areaOf(width) == stroke)
         ++width;
-    if (width > kThinStroke)
+    const uint32_t beyond = areaOf(width);
+    if (width > kThinStroke || beyond == uint32_t(-1))
         return false;
+    Side other;
+    if (beyond != around)
+        sideBetween(beyond, stroke, &other);
+    if (beyond != around && other.square < kLeastContrast * kLeastContrast)
+        return false;
+    const auto here = [&](int k) {
+        const double right = coverageAt(side, columnOf(k), rowOf(k));
+        return ofRight ? right : 1 - right;
+    };
+    const auto there = [&](int k) {
+        return beyond == around ? here(k) : coverageOf(other, picture.at(columnOf(k), rowOf(k)));
+    };
     double sum = 0;
     double moment = 0;
     *mixed = 0;
-    const auto add = [&](int k) {
-        sum += part(k);
-        moment += part(k) * (k + 0.5);
+    const auto add = [&](int k, double part) {
+        sum += part;
+        moment += part * (k + 0.5);
         ++*mixed;
     };
     for (int k = 0; k < width; ++k)
-        add(k);
+        add(k,
+            2 * k + 1 < width       ? here(k)
+                : 2 * k + 1 > width ? there(k)
+                                    : 0.5 * (here(k) + there(k)));
     for (int direction : { -1, 1 }) {
+        const bool isSide = direction < 0 || beyond == around;
+        const double plain = std::max(kPlain, 2.5 * (isSide ? side : other).noise);
         bool reached = false;
         for (int n = 0; n < kColumn && !reached; ++n) {
             const int k = direction < 0 ? -1 - n : width + n;
-            if (areaOf(k) != around)
+            if (areaOf(k) != (direction < 0 ? around : beyond))
                 return false;
-            reached = part(k) <= plain;
+            const double part = direction < 0 ? here(k) : there(k);
+            reached = part <= plain;
             if (!reached)
-                add(k);
+                add(k, part);
         }
         if (!reached)
             return false;
@@ -420,6 +520,38 @@ bool SoftEdges::strokeOffset(const Side &side, const Crack &crack, bool ofRight,
     const double begin = moment / sum - 0.5 * sum; // into the stroke
     *offset = ofRight ? -begin : begin;
     return true;
+}
+
+// Whether one of the sides is a line there, a pixel or two across.
+bool SoftEdges::crossesThinLine(const Side &side, const Crack &crack) const
+{
+    return isAcross(crack, true, side.right, kThinLine)
+        || isAcross(crack, false, side.left, kThinLine);
+}
+
+// Whether a stroke, to the right or the left of the crack, has at most so many pixels across it,
+// and no fewer along it.
+bool SoftEdges::isAcross(const Crack &crack, bool ofRight, uint32_t stroke, int most) const
+{
+    const int away = ofRight ? -1 : 1;
+    const int x = crack.rightX() + (ofRight ? 0 : crack.acrossX());
+    const int y = crack.rightY() + (ofRight ? 0 : crack.acrossY());
+    int width = 1;
+    while (width <= most
+           && areaAt(x + width * away * crack.acrossX(), y + width * away * crack.acrossY())
+               == stroke)
+        ++width;
+    if (width > most)
+        return false;
+    int length = 1;
+    for (int direction : { -1, 1 }) {
+        for (int k = 1; length < width
+             && areaAt(x + direction * k * crack.acrossY(), y + direction * k * crack.acrossX())
+                 == stroke;
+             ++k)
+            ++length;
+    }
+    return length >= width;
 }
 
 bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
@@ -436,7 +568,12 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
     const Point across = { double(crack.acrossX()), double(crack.acrossY()) };
     const double length = std::sqrt(dot(normal, normal));
     normal = length > 1e-6 ? (1 / length) * normal : across;
-    const double cosine = dot(normal, across);
+    double cosine = dot(normal, across);
+    // Of a line a pixel wide the gradient tells nothing, but which way across it is shorter does.
+    if (cosine < kUsefulCosine && crossesThinLine(side, crack)) {
+        normal = across;
+        cosine = 1;
+    }
     if (cosine < kUsefulCosine && !everywhere)
         return false;
 
@@ -445,9 +582,10 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
     double sigma = 0;
     Point place = crack.middle();
     if (cosine >= kUsefulCosine
-        && (columnOffset(side, crack, &offset, &mixed)
+        && (columnOffset(side, crack, false, &offset, &mixed)
             || strokeOffset(side, crack, true, &offset, &mixed)
-            || strokeOffset(side, crack, false, &offset, &mixed))) {
+            || strokeOffset(side, crack, false, &offset, &mixed)
+            || columnOffset(side, crack, true, &offset, &mixed))) {
         place = place + clamped(offset, -kFarthest, kFarthest) * across;
         sigma = side.noise * std::sqrt(double(mixed)) * cosine
             + kSigmaOfBlur * std::max(0, mixed - 2);
@@ -474,6 +612,7 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
     points->x.push_back(place.x);
     points->y.push_back(place.y);
     points->sigma.push_back(std::sqrt(fit::kSoftFloor * fit::kSoftFloor + sigma * sigma));
+    points->crack.push_back(crack.number);
     return true;
 }
 
@@ -524,6 +663,7 @@ void SoftEdges::roughPoint(const Side &side, const Crack &crack, ChainPoints *po
     points->x.push_back(place.x);
     points->y.push_back(place.y);
     points->sigma.push_back(kRoughSigma);
+    points->crack.push_back(crack.number);
 }
 
 // The points of all cracks that tell something, and of all others where too many in a row do not.
@@ -546,9 +686,10 @@ ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywh
         }
         skipped = ChainPoints();
     };
+    uint32_t number = 0;
     forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
         for (int k = 0; k < length; ++k)
-            take({ x + k * stepX(h), y + k * stepY(h), h });
+            take({ x + k * stepX(h), y + k * stepY(h), h, number++ });
     });
     return points;
 }
@@ -574,13 +715,25 @@ ChainPoints SoftEdges::pointsOf(uint32_t chain) const
 ChainPoints SoftEdges::cracksOf(uint32_t chain) const
 {
     ChainPoints points;
+    std::vector<Stretch> stretches;
     forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
+        stretches.push_back({ h, length });
         for (int k = 0; k < length; ++k) {
-            const Point p = Crack { x + k * stepX(h), y + k * stepY(h), h }.middle();
+            const auto number = uint32_t(points.x.size());
+            const Point p = Crack { x + k * stepX(h), y + k * stepY(h), h, number }.middle();
             points.x.push_back(p.x);
             points.y.push_back(p.y);
+            points.crack.push_back(number);
         }
     });
+    const bool closed = map.chains[chain].startNode == kNoNode;
+    for (std::size_t k = 0, first = 0; k < stretches.size(); ++k) {
+        const bool exact = isExact(stretches, k, closed);
+        const auto past = first + std::size_t(stretches[k].length);
+        for (; first < past; ++first)
+            points.sigma.push_back(
+                exact ? fit::kHardFloor : stairsSigma(points, first, stretches[k].heading, closed));
+    }
     return points;
 }
 

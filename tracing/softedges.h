@@ -36,13 +36,16 @@ struct EdgePicture
     }
 };
 
-// Points of a chain in the order of its walk, nodes not included; sigma is empty for hard edges.
+// Points of a chain in the order of its walk, nodes not included.
 struct ChainPoints
 {
     std::vector<double> x;
     std::vector<double> y;
     std::vector<double> sigma;
+    std::vector<uint32_t> crack; // of the chain that the point stands for
     fit::Edge edge = fit::Edge::Hard;
+
+    bool isSoft() const { return edge == fit::Edge::Soft; }
 };
 
 // Both must outlive it; the picture has the size of the plane.
@@ -69,14 +72,18 @@ private:
     double coverageOf(const Side &side, const uint8_t *value) const;
     double coverageAt(const Side &side, int x, int y) const;
     fit::Point normalAt(const Side &side, int x, int y) const;
+    bool crossesThinLine(const Side &side, const Crack &crack) const;
+    bool isAcross(const Crack &crack, bool ofRight, uint32_t stroke, int most) const;
     bool softPoint(const Side &side, const Crack &crack, bool everywhere,
                    ChainPoints *points) const;
     void roughPoint(const Side &side, const Crack &crack, ChainPoints *points) const;
     ChainPoints softPoints(uint32_t chain, const Side &side, bool everywhere) const;
-    bool columnOffset(const Side &side, const Crack &crack, double *offset, int *mixed) const;
+    bool columnOffset(const Side &side, const Crack &crack, bool ofStroke, double *offset,
+                      int *mixed) const;
     bool strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,
                       int *mixed) const;
     Side sideOf(uint32_t chain) const;
+    void sideBetween(uint32_t left, uint32_t right, Side *result) const;
 
     const EdgePicture &picture;
     const BoundaryMap &map;

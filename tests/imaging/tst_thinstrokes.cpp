@@ -77,6 +77,55 @@ private slots:
             QVERIFY(std::abs(int(colours[0] >> shift & 255u) - int(colour >> shift & 255u)) < 24);
     }
 
+    // The paper between strokes is narrow, too. It never takes their colour: it is lighter than all
+    // that is beside it.
+    void gapsBetweenStrokesStay()
+    {
+        // "THE", 8 pixels high, in black strokes of a pixel.
+        const int kColumns = 16;
+        const int letters[8][kColumns] = {
+            { 187, 139, 139, 139, 139, 187, 158, 255, 255, 222, 158, 139, 139, 139, 139, 141 },
+            { 187, 139, 139, 139, 139, 185, 92, 255, 255, 185, 92, 46, 139, 139, 139, 141 },
+            { 255, 255, 139, 139, 255, 185, 92, 255, 255, 185, 92, 46, 255, 255, 255, 255 },
+            { 255, 255, 139, 139, 255, 185, 92, 139, 139, 139, 92, 46, 139, 139, 141, 255 },
+            { 255, 255, 139, 139, 255, 185, 92, 139, 139, 139, 92, 46, 139, 139, 141, 255 },
+            { 255, 255, 139, 139, 255, 185, 92, 255, 255, 185, 92, 46, 255, 255, 255, 255 },
+            { 255, 255, 139, 139, 255, 185, 92, 255, 255, 185, 92, 46, 139, 139, 139, 141 },
+            { 255, 255, 187, 187, 255, 222, 158, 255, 255, 222, 158, 139, 139, 139, 139, 141 },
+        };
+        QImage image(24, 20, QImage::Format_ARGB32);
+        image.fill(kPaper);
+        for (int y = 0; y < 8; ++y) {
+            for (int x = 0; x < kColumns; ++x)
+                image.setPixel(x + 4, y + 6, qRgb(letters[y][x], letters[y][x], letters[y][x]));
+        }
+        const EdgeMap edges(image);
+        const LabelPlane plane
+            = reduceFlat(image, edges, { kPaper, qRgb(22, 22, 22), qRgb(139, 139, 139) });
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                if (image.pixel(x, y) == kPaper)
+                    QCOMPARE(plane.colours[plane.labels[std::size_t(24 * y + x)]], kPaper);
+            }
+        }
+    }
+
+    // Mixtures of a line with the one side look like the other side.
+    void labelsDoNotGoThroughALine()
+    {
+        const QRgb green = qRgb(222, 236, 200), cream = qRgb(250, 244, 228);
+        QImage image(20, 20, QImage::Format_ARGB32);
+        for (int y = 0; y < 20; ++y) {
+            for (int x = 0; x < 20; ++x)
+                image.setPixel(x, y, x < 9 ? green : x == 9 ? kBlack : cream);
+            image.setPixel(10, y, between(cream, kBlack, 0.2));
+        }
+        const EdgeMap edges(image);
+        const LabelPlane plane = reduceFlat(image, edges, { green, kBlack, cream });
+        for (std::size_t y = 0; y < 20; ++y)
+            QCOMPARE(plane.colours[plane.labels[20 * y + 10]], cream);
+    }
+
     // A red stroke that a black one goes on from stays red: one colour for both would cost more.
     // Ridges of noise are judged one by one.
     void noiseHasNoStrokes()

@@ -54,6 +54,16 @@ TraceResult traceInk(const QImage &image)
     return traceImage(Picture(image), planOf(Ink()));
 }
 
+const int kFlat = 0; // as many points as leave chords .002 px from their piece at the most
+
+// A chord of length s is off by s * s / 8r, and a piece is no longer than a whole circle.
+int chordsOf(const fit::Piece &piece)
+{
+    const fit::Box box = fit::boxOf(piece);
+    const double size = std::max(box.high.x - box.low.x, box.high.y - box.low.y);
+    return 16 + int(40 * std::sqrt(size));
+}
+
 // Points on a path, y downwards.
 std::vector<fit::Point> pointsOn(const Path &path, double height, int pointsAPiece = 64)
 {
@@ -61,9 +71,10 @@ std::vector<fit::Point> pointsOn(const Path &path, double height, int pointsAPie
     for (const PathPiece p : path.pieces()) {
         if (p.kind == PathPiece::EllipticArc) {
             const Ellipse ellipse = ellipseOf(p);
-            for (int k = 0; k < pointsAPiece; ++k) {
+            const int count = pointsAPiece == kFlat ? 200 : pointsAPiece;
+            for (int k = 0; k < count; ++k) {
                 const Point on
-                    = pointOn(ellipse, ellipse.start + ellipse.sweep * double(k) / pointsAPiece);
+                    = pointOn(ellipse, ellipse.start + ellipse.sweep * double(k) / count);
                 points.push_back({ on.x, height - on.y });
             }
             continue;
@@ -79,8 +90,11 @@ std::vector<fit::Point> pointsOn(const Path &path, double height, int pointsAPie
             piece = fit::quadraticPiece(start, one, end);
         else if (p.kind == PathPiece::Cubic)
             piece = fit::cubicPiece(start, one, two, end);
-        for (int k = 0; k < pointsAPiece; ++k)
-            points.push_back(fit::pointAt(piece, double(k) / pointsAPiece));
+        int count = pointsAPiece;
+        if (count == kFlat)
+            count = p.kind == PathPiece::Line ? 1 : chordsOf(piece);
+        for (int k = 0; k < count; ++k)
+            points.push_back(fit::pointAt(piece, double(k) / count));
     }
     return points;
 }
@@ -456,7 +470,7 @@ void tst_Shapes::boundariesDoNotCross()
         QVERIFY(drawing.outlines.size() > 10);
         std::vector<fit::Path> paths;
         for (const Outline &outline : drawing.outlines) {
-            const std::vector<fit::Point> points = pointsOn(outline.shape, drawing.height, 16);
+            const std::vector<fit::Point> points = pointsOn(outline.shape, drawing.height, kFlat);
             fit::Path path = {};
             for (std::size_t k = 0; k < points.size(); ++k)
                 path.pieces.push_back(fit::linePiece(points[k], points[(k + 1) % points.size()]));

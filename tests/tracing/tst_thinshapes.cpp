@@ -1,0 +1,239 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// True shapes of what is a pixel or two wide: lines keep their width, and what is mended where
+// boundaries would cross is mended there alone.
+#include "FitRig.h"
+
+#include "imaging/Picture.h"
+#include "tracing/meetings.h"
+#include "tracing/pipeline.h"
+#include "drawing/pieces.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace ztrace;
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+const QRgb kInk = qRgb(20, 22, 30);
+const QRgb kRed = qRgb(200, 40, 30);
+const QRgb kCream = qRgb(250, 244, 228);
+const QRgb kPale = qRgb(222, 236, 200);
+
+// Exact coverage of the truth, painted over what is there.
+void paint(const fit::Truth &truth, QRgb colour, QImage *image)
+{
+    const fit::Raster raster = fit::rasterOf(truth, image->width(), image->height());
+    const auto mix
+        = [](int from, int to, double part) { return int(std::lround(from + (to - from) * part)); };
+    for (int y = 0; y < image->height(); ++y) {
+        for (int x = 0; x < image->width(); ++x) {
+            const QRgb under = image->pixel(x, y);
+            const double part = raster.at(x, y);
+            image->setPixel(x, y,
+                            qRgb(mix(qRed(under), qRed(colour), part),
+                                 mix(qGreen(under), qGreen(colour), part),
+                                 mix(qBlue(under), qBlue(colour), part)));
+        }
+    }
+}
+
+Drawing traceFlat(const QImage &image, int colours)
+{
+    Flat flat;
+    flat.colours = colours;
+    TracePlan plan;
+    plan.segmentation = flat;
+    plan.geometry.fit = Geometry::Fit::Fair;
+    return traceImage(Picture(image), plan).drawing;
+}
+
+// Of corners joined by lines.
+double areaOf(const Path &path)
+{
+    double sum = 0;
+    for (const PathPiece piece : path.pieces())
+        sum += 0.5 * (piece.start.x * piece.end.y - piece.start.y * piece.end.x);
+    return std::fabs(sum);
+}
+
+const Outline *outlineOf(const Drawing &drawing, QRgb colour)
+{
+    const Outline *nearest = nullptr;
+    int least = 120;
+    for (const Outline &outline : drawing.outlines) {
+        const int away = std::abs(qRed(outline.colour) - qRed(colour))
+            + std::abs(qGreen(outline.colour) - qGreen(colour))
+            + std::abs(qBlue(outline.colour) - qBlue(colour));
+        if (away < least) {
+            least = away;
+            nearest = &outline;
+        }
+    }
+    return nearest;
+}
+
+fit::Piece pieceOf(fit::Piece piece, int first, int count)
+{
+    piece.first = first;
+    piece.count = count;
+    return piece;
+}
+
+} // namespace
+
+class tst_ThinShapes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lineBetweenAreasIsStraight_data();
+    void lineBetweenAreasIsStraight();
+    void frameOfAPixelIsUpright();
+    void mendedWhereItCrosses();
+    void cutAroundACrossing();
+    void piecesThatFollowMeetAwayFromTheirJoint();
+};
+
+void tst_ThinShapes::lineBetweenAreasIsStraight_data()
+{
+    QTest::addColumn<QRgb>("beyond");
+    QTest::addColumn<double>("degrees");
+    for (double degrees : { 4.0, 17.0, 45.0, 70.0 }) {
+        QTest::addRow("one colour, %g degrees", degrees) << kCream << degrees;
+        QTest::addRow("two colours, %g degrees", degrees) << kPale << degrees;
+    }
+}
+
+// From rim to rim, so that it has another area on each side.
+void tst_ThinShapes::lineBetweenAreasIsStraight()
+{
+    QFETCH(QRgb, beyond);
+    QFETCH(double, degrees);
+    const double angle = degrees * kPi / 180;
+    const fit::Point middle = { 50.3, 50.6 };
+    const fit::Point normal = { -std::sin(angle), std::cos(angle) };
+    QImage image(100, 100, QImage::Format_RGB32);
+    image.fill(kCream);
+    paint(fit::rectangleTruth(middle + 100 * normal, 400, 200, angle), beyond, &image);
+    paint(fit::rectangleTruth(middle, 400, 1.2, angle), kInk, &image);
+    const Drawing drawing = traceFlat(image, 4);
+    const Outline *line = outlineOf(drawing, kInk);
+    QVERIFY(line);
+    QVERIFY2(line->shape.pieces().size() <= 6,
+             qPrintable(QString::number(line->shape.pieces().size())));
+    const double length = 100 / std::max(std::fabs(std::cos(angle)), std::fabs(std::sin(angle)));
+    const double paper = 0.5 * (qGreen(kCream) + qGreen(beyond));
+    const double contrast = (paper - qGreen(line->colour)) / (paper - qGreen(kInk));
+    const double width = areaOf(line->shape) / length * contrast;
+    QVERIFY2(std::fabs(width - 1.2) < 0.06, qPrintable(QString::number(width)));
+}
+
+// A sunken field of a dialog: grey above and to the left, white below and to the right, a pixel
+// wide each. Where the two meet, boundaries step aside by a pixel beside their nodes.
+void tst_ThinShapes::frameOfAPixelIsUpright()
+{
+    QImage image(120, 80, QImage::Format_RGB32);
+    image.fill(qRgb(212, 208, 200));
+    const auto fill = [&image](int left, int top, int right, int bottom, QRgb colour) {
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x)
+                image.setPixel(x, y, colour);
+        }
+    };
+    fill(10, 12, 100, 60, qRgb(255, 255, 255));
+    fill(10, 12, 100, 13, qRgb(128, 128, 128));
+    fill(10, 12, 11, 59, qRgb(128, 128, 128));
+    const Drawing drawing = traceFlat(image, 4);
+    const Outline *frame = outlineOf(drawing, qRgb(128, 128, 128));
+    QVERIFY(frame);
+    for (const PathPiece piece : frame->shape.pieces()) {
+        const double dx = std::fabs(piece.end.x - piece.start.x);
+        const double dy = std::fabs(piece.end.y - piece.start.y);
+        if (std::max(dx, dy) > 8)
+            QVERIFY2(std::min(dx, dy) < 0.05, qPrintable(QString::number(std::min(dx, dy))));
+    }
+    QVERIFY2(std::fabs(areaOf(frame->shape) - 136) < 2,
+             qPrintable(QString::number(areaOf(frame->shape))));
+}
+
+// Two lines that all but touch at one end are straight everywhere else.
+void tst_ThinShapes::mendedWhereItCrosses()
+{
+    QImage image(200, 150, QImage::Format_RGB32);
+    image.fill(kCream);
+    const struct
+    {
+        double degrees;
+        double width;
+        QRgb colour;
+    } lines[] = { { 39, 2, kInk }, { 51, 3, kRed } };
+    for (const auto &line : lines) {
+        const double angle = line.degrees * kPi / 180;
+        const fit::Point along = { std::cos(angle), std::sin(angle) };
+        paint(fit::rectangleTruth(fit::Point { 100, 75 } + -40.0 * along, 52, line.width, angle),
+              line.colour, &image);
+    }
+    const Drawing drawing = traceFlat(image, 4);
+    for (const auto &line : lines) {
+        const Outline *outline = outlineOf(drawing, line.colour);
+        QVERIFY(outline);
+        QVERIFY2(outline->shape.pieces().size() <= 24,
+                 qPrintable(QString::number(outline->shape.pieces().size())));
+    }
+}
+
+void tst_ThinShapes::cutAroundACrossing()
+{
+    ChainPoints points;
+    for (int k = 0; k < 60; ++k) {
+        points.x.push_back(k + 0.5);
+        points.y.push_back(10);
+    }
+    fit::Path path = {};
+    path.pieces = { pieceOf(fit::linePiece({ 0, 10 }, { 60, 10 }), 0, 60) };
+    fit::Path other = {};
+    other.pieces = { fit::linePiece({ 20, 0 }, { 21, 20 }) };
+    std::vector<Meeting> meetings(1);
+    addMeetings(path, other, &meetings);
+    QVERIFY(std::fabs(meetings[0].from - 20.5 / 60) < 1e-9);
+    QVERIFY(std::fabs(meetings[0].to - 20.5 / 60) < 1e-9);
+    const std::vector<char> meets = cutAround(meetings, points, &path);
+    QCOMPARE(meets, (std::vector<char> { 0, 1, 0 }));
+    QCOMPARE(path.pieces.size(), std::size_t(3));
+    int next = 0;
+    for (const fit::Piece &piece : path.pieces) {
+        QCOMPARE(piece.first, next);
+        next += piece.count;
+        QVERIFY(piece.end.x > piece.start.x);
+    }
+    QCOMPARE(next, 60);
+    QVERIFY(path.pieces[1].start.x < 20.5 - 2 && path.pieces[1].end.x > 20.5 + 2);
+    QVERIFY(path.pieces[1].end.x - path.pieces[1].start.x < 12);
+
+    fit::Path apart = {};
+    apart.pieces = { fit::linePiece({ 20, 0 }, { 21, 9.8 }) };
+    meetings.assign(path.pieces.size(), Meeting());
+    addMeetings(path, apart, &meetings);
+    for (const Meeting &meeting : meetings)
+        QVERIFY(meeting.isNone());
+}
+
+void tst_ThinShapes::piecesThatFollowMeetAwayFromTheirJoint()
+{
+    fit::Path path = {};
+    path.pieces = { fit::linePiece({ 0, 0 }, { 10, 0 }), fit::linePiece({ 10, 0 }, { 10, 8 }),
+                    fit::arcPiece({ 10, 8 }, { 4, -2 }, 0.2) };
+    std::vector<Meeting> meetings(3);
+    addMeetings(path, path, &meetings);
+    QVERIFY(!meetings[0].isNone() && meetings[0].from > 0.3 && meetings[0].to < 0.8);
+    QVERIFY(meetings[1].isNone());
+    QVERIFY(!meetings[2].isNone());
+}
+
+QTEST_GUILESS_MAIN(tst_ThinShapes)
+#include "tst_thinshapes.moc"
