@@ -2,6 +2,7 @@
 #include "effects.h"
 
 #include "options.h"
+#include "plan.h"
 
 #include "drawing/formats.h"
 
@@ -31,7 +32,7 @@ bool drawsEdges(const Settings &s)
 
 bool isShaped(const Settings &s)
 {
-    return !s.raw && (s.fit == Geometry::Fit::Fair || s.edges);
+    return !s.raw && fitOf(s) == Geometry::Fit::Fair;
 }
 
 const Idle kIdle[] = {

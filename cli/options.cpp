@@ -36,8 +36,9 @@ const WordTable<DxfVersion> kDxfVersions
     = { { "2004", DxfVersion::R2004 }, { "2000", DxfVersion::R2000 }, { "r12", DxfVersion::R12 } };
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
-const WordTable<Geometry::Fit> kFits
-    = { { "fair", Geometry::Fit::Fair }, { "engine", Geometry::Fit::Engine } };
+const WordTable<std::optional<Geometry::Fit>> kFits = { { "auto", std::nullopt },
+                                                        { "fair", Geometry::Fit::Fair },
+                                                        { "engine", Geometry::Fit::Engine } };
 const WordTable<Progress> kProgress
     = { { "auto", Progress::Auto }, { "always", Progress::Always }, { "never", Progress::Never } };
 
@@ -223,14 +224,19 @@ std::vector<Entry> colourOptions()
             .manual("`auto` takes 2 for images of up to 2.5 megapixels with soft edges; 1 for all "
                     "others, for `poster` and `photo`, and where `--set` gives `ltres`, `qtres` or "
                     "`pathomit`"),
-        Entry("fit",
-              oneOf<Geometry::Fit>("NAME", kFits,
-                                   [](Settings &s, Geometry::Fit fit) { s.fit = fit; }))
-            .standard("engine")
+        Entry(
+            "fit",
+            oneOf<std::optional<Geometry::Fit>>(
+                "NAME", kFits, [](Settings &s, std::optional<Geometry::Fit> fit) { s.fit = fit; }))
+            .standard("auto")
             .appliesTo(kToReduced)
-            .help("What draws the outlines: the engine, area by area, or true shapes, every "
-                  "boundary once from its soft edge, in lines, arcs, curves and circles")
-            .manual("With `fair`, `--upsample` and tolerances have no effect"),
+            .help("What draws the outlines: `fair`, true shapes, every boundary once from its soft "
+                  "edge, in lines, arcs, curves and circles; or `engine`, area by area")
+            .manual(
+                "`auto` takes `fair` for ink and flat colours, and `engine` for photographs and "
+                "where `--tolerance`, `--curve-tolerance`, `--upsample` or `--set` is given, "
+                "which are the engine's alone: with `fair`, tolerances and `--upsample` have no "
+                "effect"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "

@@ -160,7 +160,7 @@ Geometry geometryOf(const Settings &settings)
             geometry.engine[option.first] = option.second;
     }
     geometry.upsampling = settings.upsample;
-    geometry.fit = settings.edges ? Geometry::Fit::Fair : settings.fit;
+    geometry.fit = fitOf(settings);
     geometry.edges = settings.edges;
     // The areas of a blend have no edges in the picture.
     if (settings.upsample == 0 && (shaped || method == Method::Blend))
@@ -182,6 +182,18 @@ Composition compositionOf(const Settings &settings)
 }
 
 } // namespace
+
+Geometry::Fit fitOf(const Settings &settings)
+{
+    if (settings.edges)
+        return Geometry::Fit::Fair;
+    if (settings.fit)
+        return *settings.fit;
+    const bool ofEngine = settings.raw || settings.tolerance || settings.curveTolerance
+        || settings.upsample != 0 || !settings.engine.empty()
+        || settings.method.value_or(Method::Flat) == Method::Blend;
+    return ofEngine ? Geometry::Fit::Engine : Geometry::Fit::Fair;
+}
 
 TracePlan planOf(const Settings &settings)
 {

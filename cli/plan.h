@@ -13,6 +13,10 @@ namespace ztrace {
 // Failure for more colours than a palette can have.
 TracePlan planOf(const Settings &settings);
 
+// What draws the outlines. Where that is not said: true shapes for ink and flat colours, the engine
+// for all else and where an option is given that it alone knows.
+Geometry::Fit fitOf(const Settings &settings);
+
 } // namespace ztrace
 
 #endif

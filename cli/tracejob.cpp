@@ -78,7 +78,7 @@ const char *sentenceOf(Remark remark)
     case Remark::TooManyShapes:
         break;
     }
-    return "--fit fair has no effect: the image has too many small areas";
+    return "the image has too many small areas for true shapes; the engine draws its outlines";
 }
 
 // The job's settings, completed by the preset.

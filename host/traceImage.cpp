@@ -122,6 +122,7 @@ QScriptValue reportToScript(const ztrace::TracedPicture &traced, const QStringLi
                        report.threshold >= 0 ? QScriptValue(report.threshold)
                                              : engine->nullValue());
     object.setProperty(QLatin1String("upsampling"), report.upsampling);
+    object.setProperty(QLatin1String("fit"), QLatin1String(report.shapes ? "fair" : "engine"));
     object.setProperty(QLatin1String("angle"), report.angle);
     object.setProperty(QLatin1String("evened"), report.evenedOut);
     object.setProperty(QLatin1String("counts"), countsToScript(traced.result.drawing, engine));

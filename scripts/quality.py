@@ -182,7 +182,7 @@ class Table:
 
 
 def lineart_rows(table, args, name, file, image, folder):
-    for options in ([], ["--tolerance", "0.5"]):
+    for options in ([], ["--fit", "engine"], ["--tolerance", "0.5"]):
         svg = folder + "/z.svg"
         seconds = run([args.ztrace, file, "--preset", "lineart", "-o", svg] + options)
         table.row(name, " ".join(["ztrace"] + options), measure_lineart(image, svg), seconds)

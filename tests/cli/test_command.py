@@ -66,36 +66,36 @@ class Colours(CommandTest):
 
     def test_flat_colours_come_back(self):
         self.write("a.png", ring((200, 30, 40, 255), (10, 90, 250, 255), (250, 240, 10, 255)))
-        self.assertEqual(self.fills("a.png", "-p", "logo"), ["#faf00a", "#c81e28", "#0a5afa"])
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "-p", "logo"), ["#faf00a", "#c81e28", "#0a5afa"])
 
     def test_lineart_paints_paper_ink_paper(self):
         self.write("a.png", ring((60, 40, 20, 255), (230, 230, 200, 255), CLEAR))
-        self.assertEqual(self.fills("a.png", "-p", "lineart"), ["#ffffff", "#000000", "#ffffff"])
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "-p", "lineart"), ["#ffffff", "#000000", "#ffffff"])
 
     def test_ring_that_closes_over_corners_keeps_its_hole(self):
         self.write("a.png", png(60, 60, lambda x, y: BLACK if 20 <= abs(x - 30) + abs(y - 30) <= 20 else WHITE))
         for preset in "lineart", "logo", "poster", "photo":
-            self.assertEqual(self.fills("a.png", "-p", preset), ["#ffffff", "#000000", "#ffffff"])
+            self.assertEqual(self.fills("a.png", "--fit", "engine", "-p", preset), ["#ffffff", "#000000", "#ffffff"])
 
     def test_threshold_decides_what_is_ink(self):
         self.write("a.png", ring((60, 60, 60, 255), (120, 120, 120, 255), WHITE))
-        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "59")), 1)
-        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "60")), 3)
-        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "120")), 2)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "-p", "lineart", "--threshold", "59")), 1)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "-p", "lineart", "--threshold", "60")), 3)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "-p", "lineart", "--threshold", "120")), 2)
 
     def test_transparent_hole_is_cut_out(self):
         self.write("a.png", ring(RED, CLEAR, CLEAR))
-        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        found = paths(self.run_program("a.png", "--fit", "engine", "-o", "-").stdout)
         self.assertEqual(len(found), 1)
         areas = [abs(a) for a in area(found[0][2])]
         self.assertEqual(len(areas), 2)
         self.assertAlmostEqual(areas[0], 900, delta=35)
         self.assertAlmostEqual(areas[1], 100, delta=10)
-        self.assertIn(b'fill-rule="evenodd"', self.run_program("a.png", "-o", "-").stdout)
+        self.assertIn(b'fill-rule="evenodd"', self.run_program("a.png", "--fit", "engine", "-o", "-").stdout)
 
     def test_half_transparent_region_is_cut_out_and_painted(self):
         self.write("a.png", ring(RED, HALF, WHITE))
-        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        found = paths(self.run_program("a.png", "--fit", "engine", "-o", "-").stdout)
         self.assertEqual([(fill, opacity) for fill, opacity, _ in found],
                          [("#ffffff", None), ("#ff0000", None), ("#0000ff", "0.502")])
         self.assertEqual([len(area(d)) for _, _, d in found], [2, 2, 1])
@@ -110,13 +110,13 @@ class Colours(CommandTest):
                 return CLEAR
             return WHITE
         self.write("a.png", png(70, 70, pixel))
-        found = paths(self.run_program("a.png", "-o", "-").stdout)
+        found = paths(self.run_program("a.png", "--fit", "engine", "-o", "-").stdout)
         self.assertEqual([fill for fill, _, _ in found], ["#ffffff", "#ff0000"])
         self.assertEqual([len(area(d)) for _, _, d in found], [2, 2])
 
     def test_outline_strokes(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
-        svg = self.run_program("a.png", "-o", "-", "--outline", "--stroke-width", "2.5").stdout
+        svg = self.run_program("a.png", "--fit", "engine", "-o", "-", "--outline", "--stroke-width", "2.5").stdout
         self.assertEqual({fill for fill, _, _ in paths(svg)}, {"none"})
         self.assertIn(b'stroke="#ff0000" stroke-width="2.5"', svg)
 
@@ -382,9 +382,9 @@ class Sizes(CommandTest):
 
     def test_bilevel_and_grey_files(self):
         self.write("a.pbm", b"P4 8 8\n" + bytes([0] + [0x7E] * 6 + [0]))
-        self.assertEqual(len(paths(self.run_program("a.pbm", "-p", "lineart", "-o", "-").stdout)), 2)
+        self.assertEqual(len(paths(self.run_program("a.pbm", "--fit", "engine", "-p", "lineart", "-o", "-").stdout)), 2)
         self.write("a.pgm", b"P5 20 20 65535\n" + b"".join(bytes([y * 12, 0]) for y in range(20) for _ in range(20)))
-        self.run_program("a.pgm", "-p", "photo", "-o", "-")
+        self.run_program("a.pgm", "--fit", "engine", "-p", "photo", "-o", "-")
 
 
 if __name__ == "__main__":

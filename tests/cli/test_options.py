@@ -18,9 +18,9 @@ class Palettes(OptionsTest):
     def test_nothing_but_the_given_colours(self):
         pens = ["#102030", "#f0e010", "#c02080"]
         for preset in "logo", "poster", "photo", "auto":
-            found = self.svg("a.png", "-p", preset, "--palette", ",".join(pens))
+            found = self.svg("a.png", "--fit", "engine", "-p", preset, "--palette", ",".join(pens))
             self.assertLessEqual(set(re.findall(rb"#[0-9a-f]{6}", found)), {p.encode() for p in pens})
-        self.assertEqual(set(self.fills("a.png", "-p", "lineart", "--palette", "navy,#fff,gray")),
+        self.assertEqual(set(self.fills("a.png", "--fit", "engine", "-p", "lineart", "--palette", "navy,#fff,gray")),
                          {"#ffffff", "#000080"})
 
     def test_one_and_three_hundred_colours(self):
@@ -63,20 +63,20 @@ class Keeping(OptionsTest):
 
     def test_background(self):
         self.write("a.png", ring(RED, CLEAR, CLEAR))
-        self.assertEqual(self.fills("a.png", "--background", "#0000ff", "-p", "logo"), ["#0000ff", "#ff0000", "#0000ff"])
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "--background", "#0000ff", "-p", "logo"), ["#0000ff", "#ff0000", "#0000ff"])
 
     def test_no_frame(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
-        svg = self.svg("a.png", "--no-frame")
+        svg = self.svg("a.png", "--fit", "engine", "--no-frame")
         self.assertEqual([fill for fill, _, _ in paths(svg)], ["#ff0000", "#ffffff"])
         self.assertNotIn(b"<rect", svg)
-        self.assertEqual(self.fills("a.png", "--no-frame", "-p", "lineart"), ["#000000", "#ffffff"])
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "--no-frame", "-p", "lineart"), ["#000000", "#ffffff"])
 
     def test_only_colour(self):
         self.write("a.png", ring(RED, BLACK, WHITE))
-        found = paths(self.svg("a.png", "--only-color", "red", "-p", "logo"))
+        found = paths(self.svg("a.png", "--fit", "engine", "--only-color", "red", "-p", "logo"))
         self.assertEqual([(fill, d.count("M")) for fill, _, d in found], [("#ff0000", 2)])
-        self.assertEqual(self.fills("a.png", "--only-color", "red", "--only-color", "black", "-p", "logo"),
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "--only-color", "red", "--only-color", "black", "-p", "logo"),
                          ["#ff0000", "#000000"])
 
     def test_ink_in_layers_is_not_bolder(self):
@@ -91,30 +91,30 @@ class Keeping(OptionsTest):
         def disc(x, y):
             return WHITE if square(x, y, 40, 40, 20) else RED if math.hypot(x - 49.5, y - 49.5) < 50 else CLEAR
         self.write("a.png", png(100, 100, disc))
-        self.assertEqual(self.fills("a.png", "-p", "logo", "--no-frame"), ["#ff0000", "#ffffff"])
+        self.assertEqual(self.fills("a.png", "--fit", "engine", "-p", "logo", "--no-frame"), ["#ff0000", "#ffffff"])
         # Nothing is left out here, and so the ground is not either.
         self.write("b.png", png(90, 60, lambda x, y: (RED, WHITE, BLACK)[x // 30]))
-        self.assertEqual(self.svg("b.png", "-p", "logo", "--no-frame"), self.svg("b.png", "-p", "logo"))
+        self.assertEqual(self.svg("b.png", "--fit", "engine", "-p", "logo", "--no-frame"), self.svg("b.png", "--fit", "engine", "-p", "logo"))
 
     def test_no_seams(self):
         self.write("a.png", png(90, 60, lambda x, y: (RED, CLEAR, BLACK, RED)[x // 24]))
         for arguments in [], ["--layers"]:
-            self.assertIn(b"stroke", self.svg("a.png", "-p", "logo", *arguments))
-            self.assertNotIn(b"stroke", self.svg("a.png", "-p", "logo", "--no-seams", *arguments))
+            self.assertIn(b"stroke", self.svg("a.png", "--fit", "engine", "-p", "logo", *arguments))
+            self.assertNotIn(b"stroke", self.svg("a.png", "--fit", "engine", "-p", "logo", "--no-seams", *arguments))
 
     def test_strokes_lie_below_later_neighbours_alone(self):
         self.write("a.png", png(40, 40, lambda x, y: WHITE if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
         for arguments in [], ["--layers"]:
-            strokes = re.findall(rb'fill="(#\w+)"[^>]* stroke="', self.svg("a.png", "-p", "logo", *arguments))
+            strokes = re.findall(rb'fill="(#\w+)"[^>]* stroke="', self.svg("a.png", "--fit", "engine", "-p", "logo", *arguments))
             self.assertEqual(strokes, [b"#ff0000"])
         self.write("b.png", png(40, 40, lambda x, y: CLEAR if not square(x, y, 4, 4, 32) else RED if x < 20 else BLACK))
         for arguments, other in ([], b"0.25"), (["--layers"], b"0.5"):
-            widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "-p", "logo", *arguments))
+            widths = re.findall(rb'stroke-width="([\d.]+)"', self.svg("b.png", "--fit", "engine", "-p", "logo", *arguments))
             self.assertEqual(widths, [b"1.25", other])
 
     def test_layers_do_not_paint_over_each_other(self):
         self.write("a.png", ring(RED, WHITE, WHITE))
-        svg = self.svg("a.png", "--layers")
+        svg = self.svg("a.png", "--fit", "engine", "--layers")
         self.assertEqual(re.findall(rb'inkscape:label="(\w+)"', svg), [b"COLOR_FFFFFF", b"COLOR_FF0000"])
         self.assertEqual([(fill, d.count("M")) for fill, _, d in paths(svg)],
                          [("#ffffff", 2), ("#ffffff", 1), ("#ff0000", 2)])
@@ -137,10 +137,27 @@ class Keeping(OptionsTest):
         self.write("a.png", png(1400, 1400, lambda x, y: BLACK if (x // 2 + y // 2) % 2 else WHITE))
         self.assert_refused("a.png", "-p", "lineart", "--edges", "--min-path", "0", "-o", "a.svg", code=1, words="too many small areas")
 
+    def test_fit(self):
+        self.write("a.png", png(60, 60, lambda x, y: RED if (x - 30) ** 2 + (y - 28) ** 2 < 500 else WHITE))
+
+        def fit(*arguments):
+            return self.stats("a.png", *arguments)["statistics"].get("fit", "engine")
+        for preset in "lineart", "logo":
+            self.assertEqual(fit("-p", preset), "fair")
+            self.assertEqual(fit("-p", preset, "--fit", "engine"), "engine")
+            for option in ("-t", "0.5"), ("--curve-tolerance", "1"), ("--upsample", "1"), ("--set", "ltres=1"):
+                self.assertEqual(fit("-p", preset, *option), "engine", option)
+                self.assertEqual(fit("-p", preset, *option, "--fit", "fair"), "fair")
+        for preset in "photo", "poster":
+            self.assertEqual(fit("-p", preset), "engine")
+            self.assertEqual(fit("-p", preset, "--fit", "fair"), "fair")
+        self.assertEqual(fit("--raw"), "engine")
+        self.assertEqual(self.svg("a.png"), self.svg("a.png", "--fit", "auto"))
+
     def test_min_path(self):
         self.write("a.png", png(40, 40, lambda x, y: RED if square(x, y, 9, 9, 3) else WHITE))
-        self.assertEqual(len(self.fills("a.png", "-p", "logo", "--min-path", "12")), 2)
-        self.assertEqual(len(self.fills("a.png", "-p", "logo", "--min-path", "13")), 1)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "-p", "logo", "--min-path", "12")), 2)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "-p", "logo", "--min-path", "13")), 1)
         self.assertEqual(len(self.fills("a.png", "--raw", "--min-path", "13", "--set", "monochrome=0")), 1)
 
     def test_tolerances_are_squared_for_the_engine(self):
@@ -160,11 +177,11 @@ class Keeping(OptionsTest):
 
     def test_decimals(self):
         self.write("a.png", png(60, 60, lambda x, y: RED if (x - 30) ** 2 + (y - 28) ** 2 < 500 else WHITE))
-        longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"\d*\.?\d+", self.svg("a.png", "--decimals", "2")))
+        longest = max(len(n.partition(b".")[2]) for n in re.findall(rb"\d*\.?\d+", self.svg("a.png", "--fit", "engine", "--decimals", "2")))
         self.assertEqual(longest, 2)
-        exact = self.svg("a.png", "--decimals", "exact")
-        self.assertEqual(exact, self.svg("a.png"))
-        self.assertLess(len(self.svg("a.png", "--decimals", "2")), len(exact))
+        exact = self.svg("a.png", "--fit", "engine", "--decimals", "exact")
+        self.assertEqual(exact, self.svg("a.png", "--fit", "engine"))
+        self.assertLess(len(self.svg("a.png", "--fit", "engine", "--decimals", "2")), len(exact))
 
 
 class Units(OptionsTest):

@@ -124,7 +124,7 @@ class Reader(CommandTest):
         self.write("a.png", png(SIZE, SIZE, disc, dpi=254))
 
     def outlines(self):
-        self.run_program("a.png", "-o", "a.json")
+        self.run_program("a.png", "--fit", "engine", "-o", "a.json")
         return json.loads(self.read("a.json"))["outlines"]
 
     def chains(self, scale=MM):
@@ -166,7 +166,7 @@ class Reader(CommandTest):
 @unittest.skipUnless(ezdxf, "ezdxf is not installed")
 class Dxf(Reader):
     def entities(self, *options):
-        self.run_program("a.png", "-o", "a.dxf", *options)
+        self.run_program("a.png", "--fit", "engine", "-o", "a.dxf", *options)
         return ezdxf.readfile(self.path("a.dxf"))
 
     def test_audit_finds_nothing(self):
@@ -287,7 +287,7 @@ class Dxf(Reader):
 class Ogr(Reader):
     def features(self, *options):
         """(layer, points) of every feature."""
-        self.run_program("a.png", "-o", "a.dxf", "-u", "mm", *options)
+        self.run_program("a.png", "--fit", "engine", "-o", "a.dxf", "-u", "mm", *options)
         source = ogr.Open(self.path("a.dxf"))
         found = []
         for feature in source.GetLayer(0):
@@ -377,7 +377,7 @@ with open(sys.argv[2], "w") as file:
                 cases["%s-%s.dxf" % (curves, tolerance)] = options, tolerance
                 cases["%s-%s-r12.dxf" % (curves, tolerance)] = options + ["--dxf-version", "r12"], tolerance
         for name, (options, _) in cases.items():
-            self.run_program("a.png", "-o", name, *options)
+            self.run_program("a.png", "--fit", "engine", "-o", name, *options)
         self.write("read.py", self.SCRIPT.encode())
         run_reader([sys.executable, "read.py", FREECAD, "found.json", *cases], self.folder)
         found = json.loads(self.read("found.json"))
@@ -396,13 +396,13 @@ class Pdf(Reader):
     @needs("qpdf")
     def test_structure(self):
         for options in [], ["--layers"], ["--outline"]:
-            self.run_program("a.png", "-o", "a.pdf", *options)
+            self.run_program("a.png", "--fit", "engine", "-o", "a.pdf", *options)
             result = subprocess.run(["qpdf", "--check", self.path("a.pdf")], capture_output=True)
             self.assertEqual(result.returncode, 0, result.stdout)
 
     @needs("pdfinfo")
     def test_physical_size(self):
-        self.run_program("a.png", "-o", "a.pdf", "--dpi", "auto")
+        self.run_program("a.png", "--fit", "engine", "-o", "a.pdf", "--dpi", "auto")
         text = subprocess.run(["pdfinfo", self.path("a.pdf")], capture_output=True, check=True).stdout.decode()
         width, height = re.search(r"Page size: +([\d.]+) x ([\d.]+)", text).groups()
         self.assertAlmostEqual(float(width), SIZE / 254 * 72, places=2)
@@ -422,7 +422,7 @@ class Pictures(Reader):
 
     def preview(self, *options):
         """Writes p.png, s.svg and d.pdf; the first one in grey, on white."""
-        self.run_program("a.png", "-o", "p.png", "-o", "s.svg", "-o", "d.pdf", "--dpi", "72", "--background",
+        self.run_program("a.png", "--fit", "engine", "-o", "p.png", "-o", "s.svg", "-o", "d.pdf", "--dpi", "72", "--background",
                          "white", *options)
         preview = Image.open(self.path("p.png")).convert("RGBA")
         flat = Image.new("RGBA", preview.size, "white")
@@ -432,7 +432,7 @@ class Pictures(Reader):
     @needs("rsvg-convert")
     def test_svg_reads_and_has_its_size(self):
         for options in [], ["--layers"], ["--outline"], ["--decimals", "2"]:
-            self.run_program("a.png", "-o", "a.svg", "-u", "mm", *options)
+            self.run_program("a.png", "--fit", "engine", "-o", "a.svg", "-u", "mm", *options)
             self.ppm(["rsvg-convert", "a.svg", "-o", "b.png"])
         self.assertIn(b'width="6mm" height="6mm" viewBox="0 0 60 60"', self.read("a.svg"))
 
@@ -485,7 +485,7 @@ class Inkscape(Reader):
     def test_layers(self):
         """What it selects as layers; a group that is none would not be there."""
         def layers(*options):
-            self.run_program("a.png", "-o", "a.svg", *options)
+            self.run_program("a.png", "--fit", "engine", "-o", "a.svg", *options)
             result = run_reader(["inkscape", "--actions=select-all:layers;select-list", "a.svg"], self.folder)
             return re.findall(r"(?m)^(\S+) cloned: ", result.stdout.decode())
 
@@ -506,7 +506,7 @@ class Inkscape(Reader):
                       for curves in ("arc", "polyline") for tolerance in (0.05, 0.001)]
         for options, tolerance in cases:
             with self.subTest(options):
-                self.run_program("a.png", "-o", "a.dxf", "-u", "mm", *options)
+                self.run_program("a.png", "--fit", "engine", "-o", "a.dxf", "-u", "mm", *options)
                 result = run_reader([sys.executable, INKSCAPE_EXTENSIONS + "/dxf_input.py", "a.dxf"], self.folder)
                 self.assertEqual(result.stderr, b"")
                 lengths, kinds = defaultdict(float), Counter()

@@ -86,17 +86,17 @@ class Scans(OptionsTest):
             speck = square(x, y, 80, 80, 3) or square(x, y, 30, 30, 3)
             return BLACK if square(x, y, 20, 20, 40) != speck else WHITE
         self.write("a.png", png(100, 100, page))
-        self.assertEqual(len(self.fills("a.png")), 4)
-        self.assertEqual(len(self.fills("a.png", "--despeckle", "8")), 4)
-        self.assertEqual(len(self.fills("a.png", "--despeckle", "9")), 2)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine")), 4)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "--despeckle", "8")), 4)
+        self.assertEqual(len(self.fills("a.png", "--fit", "engine", "--despeckle", "9")), 2)
 
     def test_adaptive_threshold_under_uneven_light(self):
         def page(x, y):
             light = 60 + x
             return (light // 3,) * 3 + (255,) if x % 20 < 4 and y % 20 < 4 else (light,) * 3 + (255,)
         self.write("a.png", png(180, 100, page))
-        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "adaptive")), 46)
-        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "otsu")), 46)
+        self.assertEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "adaptive", "--fit", "engine")), 46)
+        self.assertNotEqual(len(self.fills("a.png", "-p", "lineart", "--threshold", "otsu", "--fit", "engine")), 46)
 
     def test_uneven_light_is_evened_out(self):
         def page(x, y):
@@ -194,10 +194,10 @@ class Upsampling(OptionsTest):
     def test_auto(self):
         self.write("a.png", self.disc(BLACK, WHITE))
         self.write("crisp.png", ring(RED, WHITE, WHITE))
-        self.assertEqual(self.stats("a.png")["statistics"]["upsampling"], 2)
-        self.assertIn(b"upsampled 2 times", self.run_program("a.png", "--stats").stdout)
-        self.assertEqual(self.svg("a.png"), self.svg("a.png", "--upsample", "2"))
-        for arguments in [("crisp.png",), ("a.png", "-p", "photo"), ("a.png", "--set", "ltres=1"), ("a.png", "--raw"),
+        self.assertEqual(self.stats("a.png", "--fit", "engine")["statistics"]["upsampling"], 2)
+        self.assertIn(b"upsampled 2 times", self.run_program("a.png", "--fit", "engine", "--stats").stdout)
+        self.assertEqual(self.svg("a.png", "--fit", "engine"), self.svg("a.png", "--upsample", "2"))
+        for arguments in [("crisp.png", "--fit", "engine"), ("a.png",), ("a.png", "-p", "photo"), ("a.png", "--set", "ltres=1"), ("a.png", "--raw"),
                           ("a.png", "--despeckle", "3")]:
             self.assertNotIn("upsampling", self.stats(*arguments)["statistics"])
 

@@ -17,64 +17,64 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.448, "detail": 3.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.03, "joints": 6.233, "numbers": 784
+        "colour": 0.308, "detail": 1.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.186, "numbers": 165
     },
     "lines": {
-        "colour": 1.014, "detail": 3.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.79, "joints": 8.449, "numbers": 1308
+        "colour": 0.647, "detail": 2.3, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.017, "numbers": 485
     },
     "letters": {
-        "colour": 1.589, "detail": 6.2, "regions": 12, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 22.032, "numbers": 3079
+        "colour": 0.881, "detail": 2.6, "regions": 2, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.690, "numbers": 2703
     },
     "logo": {
-        "colour": 2.214, "detail": 13.2, "regions": 5, "uncovered": 5.90,
-        "uncovered4": 0.45, "hairlines": 0.45, "joints": 8.564, "numbers": 1251
+        "colour": 1.874, "detail": 10.5, "regions": 6, "uncovered": 0.54,
+        "uncovered4": 0.07, "hairlines": 0.07, "joints": 1.489, "numbers": 494
     },
     "logo-layers": {
-        "colour": 2.448, "detail": 14.5, "regions": 4, "uncovered": 2.98,
-        "uncovered4": 0.03, "hairlines": 0.03, "joints": 8.564, "numbers": 1251
+        "colour": 2.382, "detail": 11.4, "regions": 4, "uncovered": 0.37,
+        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.489, "numbers": 494
     },
     "icon": {
-        "colour": 2.152, "detail": 2.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.503, "numbers": 82
+        "colour": 0.951, "detail": 1.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.607, "detail": 6.4, "regions": 2, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.93, "joints": 7.028, "numbers": 323
+        "colour": 0.308, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.156, "numbers": 202
     },
     "glass": {
-        "colour": 1.201, "detail": 6.6, "regions": 0, "uncovered": 4.79,
-        "uncovered4": 0.18, "hairlines": 0.18, "joints": 13.621, "numbers": 661
+        "colour": 1.132, "detail": 5.1, "regions": 0, "uncovered": 3.42,
+        "uncovered4": 0.15, "hairlines": 0.15, "joints": 4.560, "numbers": 312
     },
     "map": {
-        "colour": 1.775, "detail": 18.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 1.62, "joints": 15.502, "numbers": 4903
+        "colour": 1.596, "detail": 20.1, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.48, "joints": 8.169, "numbers": 3124
     },
     "map-layers": {
-        "colour": 1.763, "detail": 14.5, "regions": 9, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.06, "joints": 15.502, "numbers": 4903
+        "colour": 1.520, "detail": 14.0, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 3.31, "joints": 8.169, "numbers": 3124
     },
     "dialog": {
-        "colour": 1.905, "detail": 10.3, "regions": 24, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 23.690, "numbers": 3954
+        "colour": 1.192, "detail": 6.4, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.100, "numbers": 4112
     },
     "cartoon": {
-        "colour": 1.583, "detail": 2.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.85, "joints": 9.086, "numbers": 1188
+        "colour": 1.451, "detail": 2.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.256, "numbers": 392
     },
     "cartoon-few": {
-        "colour": 1.932, "detail": 5.7, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.85, "joints": 10.360, "numbers": 1247
+        "colour": 1.950, "detail": 4.3, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.773, "numbers": 421
     },
     "hills-flat": {
-        "colour": 0.958, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 5.35, "joints": 4.243, "numbers": 484
+        "colour": 0.894, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.946, "numbers": 276
     },
     "shaded-flat": {
-        "colour": 2.859, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 4.43, "joints": 41.699, "numbers": 3338
+        "colour": 2.857, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 1.77, "joints": 24.858, "numbers": 2872
     },
     "shaded": {
         "colour": 1.131, "regions": 0, "uncovered": 0.01,
@@ -89,14 +89,30 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 11.50, "joints": 3.586, "numbers": 337
     },
     "one-bit": {
-        "colour": 4.275, "detail": 12.5, "regions": 21, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 8.26, "joints": 9.503, "numbers": 1355
+        "colour": 2.618, "detail": 3.3, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.679, "numbers": 1010
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
+        "colour": 1.097, "detail": 1.0, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.415, "numbers": 1337
+    },
+    "letters-engine": {
+        "colour": 1.648, "detail": 6.3, "regions": 14, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 23.128, "numbers": 3267
+    },
+    "map-engine": {
+        "colour": 1.765, "detail": 18.3, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.08, "joints": 16.067, "numbers": 4970
+    },
+    "dialog-engine": {
+        "colour": 1.721, "detail": 7.9, "regions": 18, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 25.191, "numbers": 4448
+    },
+    "grey-page-engine": {
         "colour": 2.950, "detail": 3.4, "regions": 28, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 5.49, "joints": 16.652, "numbers": 2512
     },

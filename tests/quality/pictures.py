@@ -280,9 +280,15 @@ PICTURES = {
     "one-bit": (one_bit, "-p auto"),
     "one-bit-fine": (one_bit, "-p lineart -t 0.5"),
     "grey-page": (grey_page, "-p auto"),
+    # The engine's outlines.
+    "letters-engine": (letters, "-p logo --fit engine"),
+    "map-engine": (land, "-p logo --fit engine"),
+    "dialog-engine": (dialog, "-p auto --fit engine"),
+    "grey-page-engine": (grey_page, "-p auto --fit engine"),
 }
 
 # What a drawing is compared with, where that is not the picture itself.
 WANTED = {
     "grey-page": clean_page,
+    "grey-page-engine": clean_page,
 }

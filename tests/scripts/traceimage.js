@@ -6,26 +6,26 @@ var golden = args[1];
 
 // Case: picture and options.
 var CASES = {
-    "ink-soft": ["letters", { preset: "lineart" }],
-    "ink-one-bit": ["letters-one-bit", { preset: "lineart" }],
+    "ink-soft": ["letters", { fit: "engine", preset: "lineart" }],
+    "ink-one-bit": ["letters-one-bit", { fit: "engine", preset: "lineart" }],
     "ink-scan-fine": ["scan", { preset: "lineart", tolerance: 0.5, upsample: 3 }],
-    "ink-even-light": ["page-shadow", { preset: "lineart" }],
-    "ink-adaptive": ["page-shadow", { preset: "lineart", threshold: "adaptive" }],
-    "ink-fixed": ["letters", { preset: "lineart", threshold: 90 }],
-    "ink-deskew": ["page-crooked", { preset: "lineart", deskew: true }],
-    "ink-despeckle": ["page", { preset: "lineart", despeckle: 4, layers: false }],
-    "ink-crossings-frameless": ["crossings", { preset: "lineart", noFrame: true }],
-    "ink-palette": ["letters", { preset: "lineart", palette: ["#204080", "#ffeecc"] }],
+    "ink-even-light": ["page-shadow", { fit: "engine", preset: "lineart" }],
+    "ink-adaptive": ["page-shadow", { fit: "engine", preset: "lineart", threshold: "adaptive" }],
+    "ink-fixed": ["letters", { fit: "engine", preset: "lineart", threshold: 90 }],
+    "ink-deskew": ["page-crooked", { fit: "engine", preset: "lineart", deskew: true }],
+    "ink-despeckle": ["page", { fit: "engine", preset: "lineart", despeckle: 4, layers: false }],
+    "ink-crossings-frameless": ["crossings", { fit: "engine", preset: "lineart", noFrame: true }],
+    "ink-palette": ["letters", { fit: "engine", preset: "lineart", palette: ["#204080", "#ffeecc"] }],
     "ink-engine-options": ["letters", { preset: "lineart", set: { ltres: 2, pathomit: 12 } }],
     "ink-colour": ["emblem", { method: "ink", tolerance: 0.7 }],
-    "flat-emblem-four": ["emblem", { preset: "logo", colors: 4 }],
-    "flat-badge-layers": ["badge", { preset: "logo", layers: true }],
-    "flat-badge-seamless": ["badge", { preset: "logo", "no-seams": true }],
-    "flat-transparent": ["transparent", { preset: "logo" }],
-    "flat-background": ["transparent", { preset: "logo", background: "#ffe0c0" }],
-    "flat-indexed": ["indexed", { preset: "logo", colors: undefined }],
-    "flat-only-colour": ["emblem", { preset: "logo", palette: "#1e50a0,#faf0c8,#c8281e,white",
-                                     onlyColor: ["#1e50a0"] }],
+    "flat-emblem-four": ["emblem", { fit: "engine", preset: "logo", colors: 4 }],
+    "flat-badge-layers": ["badge", { fit: "engine", preset: "logo", layers: true }],
+    "flat-badge-seamless": ["badge", { fit: "engine", preset: "logo", "no-seams": true }],
+    "flat-transparent": ["transparent", { fit: "engine", preset: "logo" }],
+    "flat-background": ["transparent", { fit: "engine", preset: "logo", background: "#ffe0c0" }],
+    "flat-indexed": ["indexed", { fit: "engine", preset: "logo", colors: undefined }],
+    "flat-only-colour": ["emblem", { fit: "engine", preset: "logo", onlyColor: ["#1e50a0"],
+                                     palette: "#1e50a0,#faf0c8,#c8281e,white" }],
     "flat-curve-tolerance": ["emblem", { preset: "logo", tolerance: 0.4, curveTolerance: 1.5,
                                          decimals: 2 }],
     "flat-poster-min-path": ["shaded", { preset: "poster", minPath: 40 }],
@@ -35,6 +35,7 @@ var CASES = {
     "blend-gradients": ["hills", { preset: "photo", gradients: true }],
     "raw-sampled": ["emblem", { raw: true, seed: 4, set: { colorsampling: 0, numberofcolors: 6 } }],
     "raw-transparent": ["transparent", { raw: true, set: { alphathreshold: 100 } }],
+    "fair-badge-layers": ["badge", { preset: "logo", layers: true }],
     "auto-scan": ["scan", undefined],
     "auto-emblem": ["emblem", {}],
     "auto-page": ["page", undefined],
@@ -64,6 +65,8 @@ assert(scan.report.reason.length > 0, "no reason");
 assert(scan.report.threshold > 0 && scan.report.threshold < 255, scan.report.threshold);
 assertEquals(scan.report.counts.outlines, scan.drawing.count());
 assertEquals(scan.report.remarks.length, 0);
+assertEquals(scan.report.fit, "fair");
+assertEquals(traceImage(golden + "/scan.png", { upsample: 2 }).report.fit, "engine");
 var emblem = traceImage(golden + "/emblem.png",
                         { preset: "logo", palette: ["#1e50a0", "#faf0c8", "#c8281e", "#ffffff"] });
 assertEquals([emblem.report.preset, emblem.report.reason, emblem.report.threshold],
