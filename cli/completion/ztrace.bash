@@ -31,7 +31,7 @@ _ztrace() {
         --despeckle) choices="" ;;
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
-        --fit) choices="fair engine" ;;
+        --fit) choices="auto fair engine" ;;
         --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
         --seed) choices="" ;;
         --min-path) choices="" ;;
