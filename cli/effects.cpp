@@ -32,7 +32,7 @@ bool drawsEdges(const Settings &s)
 
 bool isShaped(const Settings &s)
 {
-    return !s.raw && fitOf(s) == Geometry::Fit::Fair;
+    return !s.raw && fitOf(s) != Geometry::Fit::Engine;
 }
 
 const Idle kIdle[] = {

@@ -192,7 +192,7 @@ Geometry::Fit fitOf(const Settings &settings)
     const bool ofEngine = settings.raw || settings.tolerance || settings.curveTolerance
         || settings.upsample != 0 || !settings.engine.empty()
         || settings.method.value_or(Method::Flat) == Method::Blend;
-    return ofEngine ? Geometry::Fit::Engine : Geometry::Fit::Fair;
+    return ofEngine ? Geometry::Fit::Engine : Geometry::Fit::FairUnlessDense;
 }
 
 TracePlan planOf(const Settings &settings)

@@ -168,8 +168,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     if (std::holds_alternative<Flat>(plan.segmentation))
         removeFringes(&image);
-    const bool shapes = geometry.fit == Geometry::Fit::Fair;
+    const bool shapes = geometry.fit != Geometry::Fit::Engine;
     Segmented segmented;
+    segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;
     if (shapes && std::holds_alternative<Flat>(plan.segmentation))
         segmented.edges = edgesOf(image);
     // The areas of a blend have no edges in the picture.

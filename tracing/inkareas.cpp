@@ -28,7 +28,7 @@ bool engineReduces(const EngineOptions &options)
 
 int upsamplingOf(const CleanPage &clean, const Geometry &geometry, TraceReport *report)
 {
-    if (clean.bilevel || geometry.upsampling == 1 || geometry.fit == Geometry::Fit::Fair)
+    if (clean.bilevel || geometry.upsampling == 1)
         return 1;
     const std::size_t pixels = static_cast<std::size_t>(clean.page.width())
         * static_cast<std::size_t>(clean.page.height());
@@ -117,6 +117,47 @@ void mergeSpecks(double leastBorder, Runs *runs)
                           [](uint16_t, uint16_t) { return 1; });
 }
 
+// Boundaries run about as far up and down as across.
+bool isDense(const Runs &runs)
+{
+    return 2 * (runs.count() - std::size_t(runs.height)) > Geometry::kMostQuickCracks;
+}
+
+// At most this light is ink.
+int thresholdOf(const CleanPage &clean)
+{
+    return clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
+}
+
+// Areas for true shapes; false where the engine is to outline them.
+bool takeShapes(const CleanPage &clean, const Geometry &geometry, Segmented *segmented)
+{
+    if (geometry.fit == Geometry::Fit::Engine)
+        return false;
+    Runs runs = inkRuns(clean.page, thresholdOf(clean));
+    if (geometry.fit == Geometry::Fit::FairUnlessDense && isDense(runs))
+        return false;
+    mergeSpecks(geometry.leastBorder, &runs);
+    segmented->areas.runs = std::move(runs);
+    segmented->edges = edgesOf(clean);
+    segmented->fit = Geometry::Fit::Fair;
+    return true;
+}
+
+// Areas on the engine's grid; returns the threshold that it would have taken there.
+int takeAreas(const CleanPage &clean, const Geometry &geometry, Segmented *segmented,
+              TraceReport *report)
+{
+    segmented->upsampling = upsamplingOf(clean, geometry, report);
+    requireRoom(clean.page.width(), clean.page.height(), segmented->upsampling);
+    if (segmented->upsampling > 1) {
+        segmented->areas.runs = fineInkRuns(clean.page, thresholdOf(clean), segmented->upsampling);
+        return kBetweenBlackAndWhite;
+    }
+    segmented->areas.runs = inkRuns(clean.page, thresholdOf(clean));
+    return thresholdOf(clean);
+}
+
 } // namespace
 
 Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Stages *stages,
@@ -124,27 +165,19 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
 {
     stages->begin("preparing");
     ScanPlan scan = ink.scan;
-    scan.splitsSoftEdges = plan.geometry.fit != Geometry::Fit::Fair;
-    const CleanPage clean = cleanPage(std::move(picture), scan);
-    tell(clean, report);
+    scan.splitsSoftEdges = plan.geometry.fit == Geometry::Fit::Engine;
+    CleanPage clean = cleanPage(std::move(picture), scan);
+    requireRoom(clean.page.width(), clean.page.height(), 1);
     Segmented segmented;
     Areas &areas = segmented.areas;
     areas.colours = { 0xFF000000u, 0xFFFFFFFFu };
-    int threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
-    segmented.upsampling = upsamplingOf(clean, plan.geometry, report);
-    requireRoom(clean.page.width(), clean.page.height(), segmented.upsampling);
-    if (segmented.upsampling > 1) {
-        areas.runs = fineInkRuns(clean.page, threshold, segmented.upsampling);
-        threshold = kBetweenBlackAndWhite;
-    } else {
-        areas.runs = inkRuns(clean.page, threshold);
-    }
+    const bool shapes = takeShapes(clean, plan.geometry, &segmented);
+    if (!shapes && !scan.splitsSoftEdges && scan.threshold == Threshold::Auto && clean.wholePage)
+        clean.threshold = inkThreshold(clean.tones.counts);
+    tell(clean, report);
+    const int threshold
+        = shapes ? thresholdOf(clean) : takeAreas(clean, plan.geometry, &segmented, report);
     EngineOptions options = optionsOf(ink, threshold);
-    const bool shapes = plan.geometry.fit == Geometry::Fit::Fair;
-    if (shapes) {
-        segmented.edges = edgesOf(clean);
-        mergeSpecks(plan.geometry.leastBorder, &areas.runs);
-    }
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
     } else if (!shapes && separateAreas(&areas)) {

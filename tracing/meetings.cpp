@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace {
 
@@ -15,6 +16,42 @@ const int kChords = 16;       // of what is no line
 const int kAround = 4;        // points on either side of a meeting that are fitted again with it
 const int kWorthCutting = 12; // points of a piece
 const double kAtJoint = 0.02; // of a piece
+
+const double kCell = 16.0;       // pixels; most pieces are shorter
+const double kMostCells = 256.0; // that a piece is put in
+
+// The cells that a box may share with boxes near to it; columns and rows from -2^20 on.
+struct CellRange
+{
+    int64_t left, top, right, bottom;
+
+    double count() const { return double(right - left + 1) * double(bottom - top + 1); }
+
+    template<typename Use>
+    void forEach(const Use &use) const
+    {
+        for (int64_t row = top; row <= bottom; ++row) {
+            for (int64_t column = left; column <= right; ++column)
+                use((uint64_t(row + (1 << 20)) << 32) + uint64_t(column + (1 << 20)));
+        }
+    }
+};
+
+CellRange cellsOf(const fit::Box &box)
+{
+    const auto cell = [](double at) {
+        const double most = double(1 << 19);
+        return int64_t(std::floor(std::min(most, std::max(-most, at / kCell))));
+    };
+    return { cell(box.low.x - kNear), cell(box.low.y - kNear), cell(box.high.x + kNear),
+             cell(box.high.y + kNear) };
+}
+
+fit::Box united(const fit::Box &a, const fit::Box &b)
+{
+    return { { std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y) },
+             { std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y) } };
+}
 
 struct Chord
 {
@@ -178,27 +215,63 @@ void cut(const fit::Piece &piece, const Meeting &meeting, const ChainPoints &poi
 
 } // namespace
 
-void addMeetings(const fit::Path &path, const fit::Path &other, std::vector<Meeting> *meetings)
+PiecePlaces::PiecePlaces(const fit::Path &path) : own(path)
 {
-    const bool isOwn = &path == &other;
-    const std::size_t count = path.pieces.size();
-    std::vector<fit::Box> boxes;
-    for (const fit::Piece &piece : other.pieces)
-        boxes.push_back(fit::boxOf(piece));
-    for (std::size_t k = 0; k < count; ++k) {
-        const fit::Box own = fit::boxOf(path.pieces[k]);
+    for (std::size_t k = 0; k < own.pieces.size(); ++k) {
+        const fit::Box box = fit::boxOf(own.pieces[k]);
+        boxes.push_back(box);
+        all = k == 0 ? box : united(all, box);
+        const CellRange range = cellsOf(box);
+        if (range.count() > kMostCells) {
+            large.push_back(uint32_t(k));
+            continue;
+        }
+        range.forEach([&](uint64_t cell) { cells.emplace_back(cell, uint32_t(k)); });
+    }
+    std::sort(cells.begin(), cells.end());
+}
+
+void PiecePlaces::findNear(const fit::Box &box, std::vector<uint32_t> *pieces) const
+{
+    const CellRange range = cellsOf(box);
+    if (range.count() > std::min(kMostCells, double(boxes.size()))) {
+        pieces->resize(boxes.size());
+        std::iota(pieces->begin(), pieces->end(), 0u);
+        return;
+    }
+    *pieces = large;
+    range.forEach([&](uint64_t cell) {
+        auto place = std::lower_bound(cells.begin(), cells.end(), std::make_pair(cell, 0u));
+        for (; place != cells.end() && place->first == cell; ++place)
+            pieces->push_back(place->second);
+    });
+    std::sort(pieces->begin(), pieces->end());
+    pieces->erase(std::unique(pieces->begin(), pieces->end()), pieces->end());
+}
+
+void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<Meeting> *meetings)
+{
+    const std::vector<fit::Piece> &pieces = path.path().pieces;
+    const bool isOwn = &path.path() == &other.path();
+    const bool isClosed = path.path().closed;
+    const std::size_t count = pieces.size();
+    std::vector<uint32_t> near;
+    std::vector<uint32_t> others;
+    path.findNear(other.whole(), &near);
+    for (std::size_t k : near) {
         std::vector<Chord> chords;
-        for (std::size_t i = 0; i < other.pieces.size(); ++i) {
-            if ((isOwn && i == k) || areApart(own, boxes[i]))
+        other.findNear(path.box(k), &others);
+        for (std::size_t i : others) {
+            if ((isOwn && i == k) || areApart(path.box(k), other.box(i)))
                 continue;
             if (chords.empty())
-                chords = chordsOf(path.pieces[k]);
-            const bool isNext = isOwn && (i == k + 1 || (path.closed && i == (k + 1) % count));
-            const bool isBefore = isOwn && (k == i + 1 || (path.closed && k == (i + 1) % count));
-            for (const Chord &chord : chordsOf(other.pieces[i])) {
+                chords = chordsOf(pieces[k]);
+            const bool isNext = isOwn && (i == k + 1 || (isClosed && i == (k + 1) % count));
+            const bool isBefore = isOwn && (k == i + 1 || (isClosed && k == (i + 1) % count));
+            for (const Chord &chord : chordsOf(other.path().pieces[i])) {
                 for (const Chord &one : chords) {
                     if (isNext || isBefore)
-                        addCrossing(one, chord, isNext ? path.pieces[k].end : path.pieces[k].start,
+                        addCrossing(one, chord, isNext ? pieces[k].end : pieces[k].start,
                                     &(*meetings)[k]);
                     else
                         addMeeting(one, chord, &(*meetings)[k]);

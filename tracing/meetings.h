@@ -9,6 +9,8 @@
 
 #include "fit/fit.h"
 
+#include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace ztrace {
@@ -22,10 +24,32 @@ struct Meeting
     bool isNone() const { return from > to; }
 };
 
-// Widens the meetings, one a piece of `path`, by those with `other`, which may be the path itself:
+// Where the pieces of a path lie, so that those near to a place are found without a look at all: a
+// frame around a page meets thousands of others. The path must outlive it.
+class PiecePlaces
+{
+public:
+    explicit PiecePlaces(const fit::Path &path);
+
+    const fit::Path &path() const { return own; }
+    const fit::Box &box(std::size_t piece) const { return boxes[piece]; }
+    const fit::Box &whole() const { return all; }
+
+    // Pieces whose boxes may come that near to another one, in order, each once.
+    void findNear(const fit::Box &box, std::vector<uint32_t> *pieces) const;
+
+private:
+    const fit::Path &own;
+    fit::Box all = {};
+    std::vector<fit::Box> boxes;
+    std::vector<std::pair<uint64_t, uint32_t>> cells; // sorted: which pieces are in each
+    std::vector<uint32_t> large;                      // pieces in too many cells
+};
+
+// Widens the meetings, one a piece of `path`, by those with `other`, which may be the same:
 // where they cross or are a tenth of a pixel apart. Pieces of one path that follow each other meet
 // where they cross away from their joint.
-void addMeetings(const fit::Path &path, const fit::Path &other, std::vector<Meeting> *meetings);
+void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<Meeting> *meetings);
 
 // Cuts lines and arcs some pixels to both sides of their meetings. Returns which of the pieces of
 // the path as it is then meet something, those beside a meeting at their joint included.

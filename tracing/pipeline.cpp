@@ -126,7 +126,7 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
 {
     const Geometry &geometry = plan.geometry;
     stages->begin("tracing");
-    if (geometry.fit == Geometry::Fit::Fair) {
+    if (segmented.fit != Geometry::Fit::Engine) {
         const unsigned threads = plan.threads > 0 ? plan.threads : threadsOfMachine();
         std::optional<ShapeOutlines> shapes = geometry.edges
             ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours, threads)

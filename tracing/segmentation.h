@@ -17,9 +17,10 @@ struct Segmented
     // Those that must not be one have labels of their own, also where they touch; not so for true
     // shapes.
     Areas areas;
-    int upsampling = 1;   // how many times as fine as pixels their grid is
-    EdgePicture edges;    // what the areas came from; for true shapes only
-    EngineOptions engine; // that had a part in the areas, for the report
+    int upsampling = 1;                        // how many times as fine as pixels their grid is
+    Geometry::Fit fit = Geometry::Fit::Engine; // which of the two draws the areas
+    EdgePicture edges;                         // what the areas came from; for true shapes only
+    EngineOptions engine;                      // that had a part in the areas, for the report
 };
 
 // Ink and paper.

@@ -330,6 +330,7 @@ private:
                 note(pair.first, pair.second, times, &changed);
                 note(pair.second, pair.first, times, &changed);
             }
+            piecePlaces.clear();
             for (const auto &met : meetings) {
                 if (++times[met.first] > kCloserTimes)
                     putNodesBack(met.first, times[met.first] == kMostTimes, &changed);
@@ -355,7 +356,15 @@ private:
         (*changed)[chain] = 1;
         std::vector<Meeting> &own = meetings[chain];
         own.resize(paths[chain].pieces.size());
-        addMeetings(paths[chain], paths[other], &own);
+        addMeetings(placesOf(chain), placesOf(other), &own);
+    }
+
+    const PiecePlaces &placesOf(uint32_t chain)
+    {
+        auto found = piecePlaces.find(chain);
+        if (found == piecePlaces.end())
+            found = piecePlaces.emplace(chain, PiecePlaces(paths[chain])).first;
+        return found->second;
     }
 
     // To the lattice, those beside which a chain crosses others or both; all chains that end there
@@ -455,6 +464,7 @@ private:
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
     std::map<uint32_t, std::vector<Meeting>> meetings; // of the chains that cross others
+    std::map<uint32_t, PiecePlaces> piecePlaces;       // of these and the others
 };
 
 // From the picture, y downwards, to the drawing.

@@ -251,6 +251,33 @@ private slots:
         QCOMPARE(int(result.report.engine.size()), told);
     }
 
+    // A page of a rake: the engine outlines as if it had been asked for.
+    void denseInkIsOutlinedByTheEngine()
+    {
+        QImage image(1200, 200, QImage::Format_Grayscale8);
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                image.scanLine(y)[x] = x % 2 ? (y == 100 ? 90 : 255) : 0;
+        }
+        const auto traced = [](const QImage &picture, Geometry::Fit fit) {
+            TracePlan plan = inkPlan();
+            plan.geometry.fit = fit;
+            return traceImage(picture, plan);
+        };
+        const TraceResult dense = traced(image, Geometry::Fit::FairUnlessDense);
+        const TraceResult engine = traced(image, Geometry::Fit::Engine);
+        QVERIFY(!dense.report.shapes);
+        QVERIFY(dense.report.remarks.empty());
+        QCOMPARE(dense.report.threshold, engine.report.threshold);
+        QCOMPARE(dense.report.upsampling, engine.report.upsampling);
+        QCOMPARE(dense.drawing.outlines.size(), engine.drawing.outlines.size());
+        for (std::size_t k = 0; k < dense.drawing.outlines.size(); ++k)
+            QCOMPARE(dense.drawing.outlines[k].shape.pieces().size(),
+                     engine.drawing.outlines[k].shape.pieces().size());
+        QVERIFY(traced(image, Geometry::Fit::Fair).report.shapes);
+        QVERIFY(traced(image.copy(0, 0, 400, 200), Geometry::Fit::FairUnlessDense).report.shapes);
+    }
+
     void onePixelIsAnOutline()
     {
         QImage image(1, 1, QImage::Format_ARGB32);

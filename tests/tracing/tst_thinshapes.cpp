@@ -97,6 +97,7 @@ private slots:
     void mendedWhereItCrosses();
     void cutAroundACrossing();
     void piecesThatFollowMeetAwayFromTheirJoint();
+    void piecesNearAPlaceAreFound();
 };
 
 void tst_ThinShapes::lineBetweenAreasIsStraight_data()
@@ -199,7 +200,7 @@ void tst_ThinShapes::cutAroundACrossing()
     fit::Path other = {};
     other.pieces = { fit::linePiece({ 20, 0 }, { 21, 20 }) };
     std::vector<Meeting> meetings(1);
-    addMeetings(path, other, &meetings);
+    addMeetings(PiecePlaces(path), PiecePlaces(other), &meetings);
     QVERIFY(std::fabs(meetings[0].from - 20.5 / 60) < 1e-9);
     QVERIFY(std::fabs(meetings[0].to - 20.5 / 60) < 1e-9);
     const std::vector<char> meets = cutAround(meetings, points, &path);
@@ -218,7 +219,7 @@ void tst_ThinShapes::cutAroundACrossing()
     fit::Path apart = {};
     apart.pieces = { fit::linePiece({ 20, 0 }, { 21, 9.8 }) };
     meetings.assign(path.pieces.size(), Meeting());
-    addMeetings(path, apart, &meetings);
+    addMeetings(PiecePlaces(path), PiecePlaces(apart), &meetings);
     for (const Meeting &meeting : meetings)
         QVERIFY(meeting.isNone());
 }
@@ -229,10 +230,43 @@ void tst_ThinShapes::piecesThatFollowMeetAwayFromTheirJoint()
     path.pieces = { fit::linePiece({ 0, 0 }, { 10, 0 }), fit::linePiece({ 10, 0 }, { 10, 8 }),
                     fit::arcPiece({ 10, 8 }, { 4, -2 }, 0.2) };
     std::vector<Meeting> meetings(3);
-    addMeetings(path, path, &meetings);
+    addMeetings(PiecePlaces(path), PiecePlaces(path), &meetings);
     QVERIFY(!meetings[0].isNone() && meetings[0].from > 0.3 && meetings[0].to < 0.8);
     QVERIFY(meetings[1].isNone());
     QVERIFY(!meetings[2].isNone());
+}
+
+// Against a look at all of them: short and long pieces, also beyond the plane.
+void tst_ThinShapes::piecesNearAPlaceAreFound()
+{
+    fit::Noise noise(3);
+    fit::Path path = {};
+    for (int k = 0; k < 300; ++k) {
+        const fit::Point a = { 1000 * noise.uniform() - 100, 800 * noise.uniform() - 100 };
+        const double length = k % 20 == 0 ? 900 : 15;
+        const fit::Point b
+            = a + fit::Point { length * (noise.uniform() - 0.5), length * (noise.uniform() - 0.5) };
+        path.pieces.push_back(k % 3 ? fit::linePiece(a, b) : fit::arcPiece(a, b, 0.4));
+    }
+    const PiecePlaces places(path);
+    std::size_t found = 0;
+    for (int round = 0; round < 200; ++round) {
+        const fit::Point low = { 1000 * noise.uniform() - 100, 800 * noise.uniform() - 100 };
+        const double size = round % 10 == 0 ? 500 : 20;
+        const fit::Box box = { low, low + fit::Point { size, 0.3 * size } };
+        std::vector<uint32_t> near;
+        places.findNear(box, &near);
+        QVERIFY(std::is_sorted(near.begin(), near.end()));
+        QVERIFY(std::adjacent_find(near.begin(), near.end()) == near.end());
+        for (uint32_t k = 0; k < path.pieces.size(); ++k) {
+            const fit::Box &own = places.box(k);
+            const bool meets = own.low.x <= box.high.x + 0.1 && box.low.x <= own.high.x + 0.1
+                && own.low.y <= box.high.y + 0.1 && box.low.y <= own.high.y + 0.1;
+            QVERIFY(!meets || std::binary_search(near.begin(), near.end(), k));
+        }
+        found += round % 10 == 0 ? 0 : near.size();
+    }
+    QVERIFY(found < 180 * path.pieces.size() / 4); // not just all of them
 }
 
 QTEST_GUILESS_MAIN(tst_ThinShapes)
