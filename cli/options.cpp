@@ -233,7 +233,8 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: `fair`, true shapes, every boundary once from its soft "
                   "edge, in lines, arcs, curves and circles; or `engine`, area by area")
             .manual(
-                "`auto` takes `fair` for ink and flat colours, and `engine` for photographs and "
+                "`auto` takes `fair` for ink and flat colours, and `engine` for photographs, for "
+                "dense pages, whose borders of ink are longer than about 200,000 pixels, and "
                 "where `--tolerance`, `--curve-tolerance`, `--upsample` or `--set` is given, "
                 "which are the engine's alone: with `fair`, tolerances and `--upsample` have no "
                 "effect"),
