@@ -48,6 +48,11 @@ struct Chain
     uint32_t cracks;
 };
 
+inline bool isOnRim(const Chain &chain)
+{
+    return chain.left < 0 || chain.right < 0;
+}
+
 // A straight stretch of a chain.
 struct Move
 {

@@ -4,11 +4,11 @@
 #include "chainfit.h"
 #include "composition.h"
 #include "crossings.h"
+#include "edgecolours.h"
 #include "equalloops.h"
 #include "meetings.h"
+#include "shapewriter.h"
 #include "workers.h"
-
-#include "drawing/wholeshape.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,7 +40,6 @@ const double kRoughPrecision = 0.1;
 const std::size_t kFewOutlines = 1000;
 const int kMostTimes = kCloserTimes + kCrackTimes + 1; // that a chain is fitted again
 const double kNearNode = 6; // points between a node and what it is put back for
-const double kQuarterTurn = 2.0 * std::atan(1.0);
 
 Tone toneOf(QRgb colour, int channels)
 {
@@ -49,11 +48,6 @@ Tone toneOf(QRgb colour, int channels)
     const float alpha = float(qAlpha(colour)) / 255.0f;
     return { { float(qRed(colour)) * alpha, float(qGreen(colour)) * alpha,
                float(qBlue(colour)) * alpha, float(qAlpha(colour)) } };
-}
-
-bool isOnRim(const Chain &chain)
-{
-    return chain.left < 0 || chain.right < 0;
 }
 
 class ChainFitter
@@ -467,86 +461,6 @@ private:
     std::map<uint32_t, PiecePlaces> piecePlaces;       // of these and the others
 };
 
-// From the picture, y downwards, to the drawing.
-class ShapeWriter
-{
-public:
-    explicit ShapeWriter(int pictureHeight) : height(pictureHeight) { }
-
-    Path pathOf(const std::vector<fit::Piece> &pieces) const
-    {
-        Path path;
-        if (pieces.empty())
-            return path;
-        if (fit::isWhole(pieces.front().kind))
-            return whole(pieces.front());
-        path.moveTo(at(pieces.front().start));
-        path.reserve(pieces.size(), 2 * pieces.size() + 1);
-        for (const fit::Piece &piece : pieces)
-            append(piece, &path);
-        return path;
-    }
-
-private:
-    Point at(fit::Point p) const { return Point(p.x, height - p.y); }
-
-    void append(const fit::Piece &piece, Path *path) const
-    {
-        switch (piece.kind) {
-        case fit::Kind::Arc:
-            path->arcTo(at(piece.end), -piece.bulge); // turned over with y
-            break;
-        case fit::Kind::EllipticArc: {
-            // The control point lies to the right of a chord from which the way turns to the left.
-            const fit::EllipseShape ellipse = fit::ellipseShape(piece);
-            const double bulge = std::sqrt((1 - piece.weight) / (1 + piece.weight));
-            const bool left = cross(piece.end - piece.start, piece.control - piece.start) < 0;
-            appendElliptic(at(piece.end), left ? -bulge : bulge, ellipse.half, ellipse.angle, path);
-            break;
-        }
-        case fit::Kind::Quadratic:
-            path->quadraticTo(at(piece.control), at(piece.end));
-            break;
-        case fit::Kind::Cubic:
-            path->cubicTo(at(piece.control), at(piece.control2), at(piece.end));
-            break;
-        default:
-            path->lineTo(at(piece.end));
-        }
-    }
-
-    // The longer axis first; angles turn over with y.
-    static void appendElliptic(Point end, double bulge, const double half[2], double angle,
-                               Path *path)
-    {
-        if (half[0] >= half[1])
-            path->ellipticArcTo(end, bulge, half[1] / half[0], -angle);
-        else
-            path->ellipticArcTo(end, bulge, half[0] / half[1], -angle - kQuarterTurn);
-    }
-
-    // Clockwise on the screen, as areas' outlines go.
-    Path whole(const fit::Piece &piece) const
-    {
-        WholeShape shape;
-        shape.kind = piece.kind == fit::Kind::Circle ? WholeShape::Circle
-            : piece.kind == fit::Kind::Ellipse       ? WholeShape::Ellipse
-                                                     : WholeShape::Rectangle;
-        shape.center = at(piece.centre);
-        shape.half[0] = piece.half[0];
-        shape.half[1] = piece.half[1];
-        shape.angle = piece.kind == fit::Kind::Circle ? 0.0 : -piece.angle;
-        shape.radius = piece.radius;
-        if (shape.kind == WholeShape::Ellipse && shape.half[0] < shape.half[1]) {
-            std::swap(shape.half[0], shape.half[1]);
-            shape.angle -= kQuarterTurn;
-        }
-        return ztrace::pathOf(shape);
-    }
-
-    double height;
-};
-
 // Nothing where a fit would take too long.
 std::optional<BoundaryMap> boundariesOf(const Runs &runs)
 {
@@ -577,58 +491,6 @@ bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
     return true;
 }
 
-// Which boundaries are drawn, and in which colour.
-class EdgeColours
-{
-public:
-    EdgeColours(const Areas &a, const BoundaryMap &m, const std::vector<QRgb> &wanted)
-        : areas(a), map(m), onlyColours(wanted)
-    { }
-
-    bool isDrawn(const Chain &chain) const
-    {
-        if (isOnRim(chain)) {
-            const int inside = std::max(chain.left, chain.right);
-            const Component &area = map.areas.list[std::size_t(inside)];
-            if (isPage(area, map.runs.width, map.runs.height) || qAlpha(colourOf(inside)) == 0)
-                return false;
-        }
-        return onlyColours.empty() || isWanted(chain.left) || isWanted(chain.right);
-    }
-
-    // Of two equally dark colours the one that has the lower number.
-    QRgb of(const Chain &chain) const
-    {
-        if (isOnRim(chain))
-            return colourOf(std::max(chain.left, chain.right));
-        const QRgb left = colourOf(chain.left);
-        const QRgb right = colourOf(chain.right);
-        return std::make_pair(lightness(left), left) < std::make_pair(lightness(right), right)
-            ? left
-            : right;
-    }
-
-private:
-    QRgb colourOf(int area) const { return areas.colours[map.areas.list[std::size_t(area)].label]; }
-
-    bool isWanted(int area) const
-    {
-        return area >= 0 && qAlpha(colourOf(area)) != 0
-            && std::find(onlyColours.begin(), onlyColours.end(), colourOf(area) | 0xFF000000u)
-            != onlyColours.end();
-    }
-
-    // As seen on white paper; what is clear is lighter than that.
-    static int lightness(QRgb colour)
-    {
-        return 255 * 255 - qAlpha(colour) * (255 - qGray(colour)) + int(qAlpha(colour) == 0);
-    }
-
-    const Areas &areas;
-    const BoundaryMap &map;
-    const std::vector<QRgb> &onlyColours;
-};
-
 } // namespace
 
 unsigned threadsOfMachine()
@@ -644,7 +506,6 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
         return std::nullopt;
     const ChainFitter fitter(areas, picture, std::move(*map), threads);
     const BoundaryMap &boundaries = fitter.boundaries();
-    const ShapeWriter writer(areas.runs.height);
     ShapeOutlines shapes;
     for (std::size_t area = 0; area < boundaries.areas.list.size(); ++area) {
         const uint32_t ring = boundaries.firstRing[area];
@@ -653,7 +514,7 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
              ++k)
             fitter.append(boundaries.references[k], &pieces);
         const Component &component = boundaries.areas.list[area];
-        if (!addOutline(writer.pathOf(pieces), areas.colours[component.label], &shapes))
+        if (!addOutline(pathOf(pieces, areas.runs.height), areas.colours[component.label], &shapes))
             continue;
         shapes.outlines.back().gradient = areas.rampOfLabel(component.label);
         shapes.firstPixel.push_back(component.firstPixel);
@@ -670,7 +531,6 @@ std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &pict
         return std::nullopt;
     const ChainFitter fitter(areas, picture, std::move(*map), threads);
     const BoundaryMap &boundaries = fitter.boundaries();
-    const ShapeWriter writer(areas.runs.height);
     const EdgeColours colours(areas, boundaries, onlyColours);
     ShapeOutlines edges;
     for (uint32_t k = 0; k < boundaries.chains.size(); ++k) {
@@ -679,7 +539,7 @@ std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &pict
             continue;
         std::vector<fit::Piece> pieces;
         fitter.append(referenceTo(k, false), &pieces);
-        if (addOutline(writer.pathOf(pieces), colours.of(chain), &edges))
+        if (addOutline(pathOf(pieces, areas.runs.height), colours.of(chain), &edges))
             edges.outlines.back().pen = 0;
     }
     edges.precision = precisionOf(fitter, edges.outlines.size());

@@ -1,8 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "tracing/softedges.h"
 
+#include "tracing/areatones.h"
+#include "tracing/staircase.h"
+
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace ztrace {
 
@@ -10,8 +14,6 @@ using fit::Point;
 
 namespace {
 
-const int kBlurReach = 3;          // pixels
-const int kLeastOwnPixels = 12;    // that tell an area's own tone
 const double kLeastContrast = 12;  // steps of 255; below, an edge's place is its cracks'
 const double kMixed = 0.1;         // of coverage: a pixel this far from both sides is mixed
 const double kSoftShare = 0.3;     // of the corners of a soft chain lie beside mixed pixels
@@ -19,9 +21,7 @@ const double kUsefulCosine = 0.62; // between normal and axis; steeper cracks sa
 const int kColumn = 3;             // pixels on either side of a crack that a blurred edge takes
 const double kPlain = 0.02;        // of coverage: nearer to a side's tone, a pixel is that side's
 const double kFarthest = 1.5;      // pixels from a crack to the edge that it stands for
-// The deviation of normal errors over the mean absolute difference of two of them.
-const double kDeviationOfDifference = 0.8862;
-const int kThinStroke = 5;     // pixels across which no pixel need have the stroke's own tone
+const int kThinStroke = 5;         // pixels across which no pixel need have the stroke's own tone
 const double kLeastBody = 0.4; // of coverage between what both sides have of their outermost pixels
 const int kThinLine = 2;       // pixels across which the gradient tells no direction
 const double kBlurredBy = 0.15;   // of coverage: both pixels at a crack are mixed by that much
@@ -42,10 +42,6 @@ const double kSlanted = 0.1;
 // Pixels of scatter from which mixed pixels say less than the cracks: lines that were drawn with
 // nearly hard edges.
 const double kStairs = 0.2;
-// Cracks in a row from which a straight stretch between corners is where the boundary is. Bars of
-// screenshots would lean by up to a pixel else.
-const int kExactStretch = 8;
-const int kStairsReach = 4; // cracks to either side whose chord is the direction of a staircase
 
 double clamped(double value, double low, double high)
 {
@@ -121,56 +117,6 @@ double scatterOf(const ChainPoints &points)
 
 } // namespace
 
-namespace {
-
-// A straight part of a staircase.
-struct Stretch
-{
-    Heading heading;
-    int length;
-};
-
-// Whether a boundary that steps aside by one pixel goes on as before: a step of a slanted line.
-// `next` is the place in the walk after the stretch, in either direction.
-bool isStep(const std::vector<Stretch> &stretches, std::size_t stretch, int direction, bool closed)
-{
-    const auto size = std::ptrdiff_t(stretches.size());
-    const auto at = [&](int k) {
-        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + direction * k;
-        return closed ? (place + 2 * size) % size : place;
-    };
-    if (at(2) < 0 || at(2) >= size)
-        return false;
-    return stretches[std::size_t(at(1))].length == 1
-        && stretches[std::size_t(at(2))].heading == stretches[stretch].heading;
-}
-
-// Whether a boundary runs along the pixels there: a long stretch without a step at either end.
-bool isExact(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
-{
-    return stretches[stretch].length >= kExactStretch && !isStep(stretches, stretch, 1, closed)
-        && !isStep(stretches, stretch, -1, closed);
-}
-
-// Of a crack of a staircase, from the angle between it and the boundary, as the fit has it.
-double stairsSigma(const ChainPoints &points, std::size_t number, Heading heading, bool closed)
-{
-    const auto size = std::ptrdiff_t(points.x.size());
-    const std::ptrdiff_t reach
-        = closed ? std::min<std::ptrdiff_t>(kStairsReach, size / 4) : std::ptrdiff_t(kStairsReach);
-    const auto at = [&](std::ptrdiff_t k) {
-        const auto i = std::size_t(closed ? (k + size) % size
-                                          : std::min(size - 1, std::max<std::ptrdiff_t>(0, k)));
-        return Point { points.x[i], points.y[i] };
-    };
-    const Point chord = at(std::ptrdiff_t(number) + reach) - at(std::ptrdiff_t(number) - reach);
-    const double length = std::sqrt(dot(chord, chord));
-    const double along = stepX(heading) != 0 ? chord.x : chord.y;
-    return length > 0 ? fit::kStaircaseSigma * std::fabs(along) / length : fit::kStaircaseSigma;
-}
-
-} // namespace
-
 double offsetOfCoverage(Point normal, double coverage)
 {
     const double a = std::fabs(normal.x);
@@ -194,7 +140,9 @@ SoftEdges::SoftEdges(const EdgePicture &p, const BoundaryMap &m, const std::vect
         const auto row = areas.begin() + std::ptrdiff_t(y) * map.runs.width;
         std::fill(row + begin, row + end, map.areas.ofRun[run]);
     });
-    measureTones(tones);
+    AreaTones measured = areaTones(picture, map, tones);
+    toneOf = std::move(measured.toneOf);
+    noiseOf = std::move(measured.noiseOf);
 }
 
 uint32_t SoftEdges::areaAt(int x, int y) const
@@ -202,132 +150,6 @@ uint32_t SoftEdges::areaAt(int x, int y) const
     if (x < 0 || y < 0 || x >= picture.width || y >= picture.height)
         return uint32_t(-1);
     return areas[std::size_t(y) * std::size_t(picture.width) + std::size_t(x)];
-}
-
-namespace {
-
-struct Inner
-{
-    int begin;
-    int end;
-    uint32_t area;
-};
-
-// The stretches of a row that are `reach` pixels from other areas along it.
-void shrunkRow(const BoundaryMap &map, int y, int reach, std::vector<Inner> *row)
-{
-    row->clear();
-    const Runs &runs = map.runs;
-    const uint32_t past = runs.rowEnd(y);
-    for (uint32_t run = runs.rowBegin(y); run < past; ++run) {
-        const int begin = runs.start[run] + reach;
-        const int end = runs.end(run) - reach;
-        if (begin < end)
-            row->push_back({ begin, end, map.areas.ofRun[run] });
-    }
-}
-
-// What two rows have in common, in `a`.
-void intersect(std::vector<Inner> *a, const std::vector<Inner> &b, std::vector<Inner> *room)
-{
-    room->clear();
-    auto other = b.begin();
-    for (auto own = a->begin(); own != a->end() && other != b.end();) {
-        const int begin = std::max(own->begin, other->begin);
-        const int end = std::min(own->end, other->end);
-        if (begin < end && own->area == other->area)
-            room->push_back({ begin, end, own->area });
-        if (own->end < other->end)
-            ++own;
-        else
-            ++other;
-    }
-    a->swap(*room);
-}
-
-} // namespace
-
-// Calls for the stretches whose pixels have nothing else within `reach` pixels along both axes.
-template<typename Work>
-void SoftEdges::forEachInner(int reach, const Work &work) const
-{
-    std::vector<Inner> row, other, room;
-    for (int y = reach; y + reach < picture.height; ++y) {
-        shrunkRow(map, y, reach, &row);
-        for (int beside : { y - reach, y + reach }) {
-            if (row.empty())
-                break;
-            shrunkRow(map, beside, reach, &other);
-            intersect(&row, other, &room);
-        }
-        for (const Inner &stretch : row)
-            work(y, stretch.begin, stretch.end, stretch.area);
-    }
-}
-
-// An area's tone is the mean of the pixels with nothing else around them. Noise is measured between
-// neighbours where no blurred edge can reach.
-void SoftEdges::measureTones(const std::vector<Tone> &tones)
-{
-    const int channels = picture.channels;
-    const std::size_t count = map.areas.list.size();
-    std::vector<std::array<double, kMostChannels>> sums(count, { { 0, 0, 0, 0 } });
-    std::vector<uint32_t> pixels(count, 0);
-    std::vector<double> differences(count, 0.0);
-    std::vector<uint32_t> compared(count, 0);
-    forEachInner(1, [&](int y, int begin, int end, uint32_t area) {
-        const uint8_t *value = picture.at(begin, y);
-        std::array<uint32_t, kMostChannels> sum = { { 0, 0, 0, 0 } };
-        for (int x = begin; x < end; ++x, value += channels) {
-            for (int c = 0; c < channels; ++c)
-                sum[std::size_t(c)] += value[c];
-        }
-        for (std::size_t c = 0; c < kMostChannels; ++c)
-            sums[area][c] += sum[c];
-        pixels[area] += uint32_t(end - begin);
-    });
-    forEachInner(kBlurReach, [&](int y, int begin, int end, uint32_t area) {
-        const uint8_t *value = picture.at(begin, y);
-        uint32_t sum = 0;
-        for (int k = channels; k < (end - begin) * channels; ++k)
-            sum += uint32_t(std::abs(int(value[k]) - int(value[k - channels])));
-        differences[area] += sum;
-        compared[area] += uint32_t(end - begin - 1);
-    });
-    struct Sum
-    {
-        double tone[kMostChannels] = { 0, 0, 0, 0 };
-        double pixels = 0;
-        double differences = 0;
-        double compared = 0;
-    };
-    std::vector<Sum> ofLabel(tones.size());
-    for (std::size_t a = 0; a < count; ++a) {
-        Sum &label = ofLabel[map.areas.list[a].label];
-        for (std::size_t c = 0; c < kMostChannels; ++c)
-            label.tone[c] += sums[a][c];
-        label.pixels += pixels[a];
-        label.differences += differences[a];
-        label.compared += compared[a];
-    }
-    toneOf.resize(count);
-    noiseOf.resize(count);
-    for (std::size_t a = 0; a < count; ++a) {
-        const std::size_t label = map.areas.list[a].label;
-        const Sum &all = ofLabel[label];
-        noiseOf[a] = kDeviationOfDifference / channels
-            * (int(compared[a]) >= kLeastOwnPixels ? differences[a] / compared[a]
-                   : all.compared > 0              ? all.differences / all.compared
-                                                   : 0.0);
-        for (std::size_t c = 0; c < kMostChannels; ++c) {
-            if (int(pixels[a]) >= kLeastOwnPixels)
-                toneOf[a][c] = float(sums[a][c] / pixels[a]);
-            else if (all.pixels >= kLeastOwnPixels)
-                toneOf[a][c] = float(all.tone[c] / all.pixels);
-            else
-                toneOf[a][c] = tones[label][c];
-        }
-    }
 }
 
 SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
@@ -714,27 +536,7 @@ ChainPoints SoftEdges::pointsOf(uint32_t chain) const
 
 ChainPoints SoftEdges::cracksOf(uint32_t chain) const
 {
-    ChainPoints points;
-    std::vector<Stretch> stretches;
-    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
-        stretches.push_back({ h, length });
-        for (int k = 0; k < length; ++k) {
-            const auto number = uint32_t(points.x.size());
-            const Point p = Crack { x + k * stepX(h), y + k * stepY(h), h, number }.middle();
-            points.x.push_back(p.x);
-            points.y.push_back(p.y);
-            points.crack.push_back(number);
-        }
-    });
-    const bool closed = map.chains[chain].startNode == kNoNode;
-    for (std::size_t k = 0, first = 0; k < stretches.size(); ++k) {
-        const bool exact = isExact(stretches, k, closed);
-        const auto past = first + std::size_t(stretches[k].length);
-        for (; first < past; ++first)
-            points.sigma.push_back(
-                exact ? fit::kHardFloor : stairsSigma(points, first, stretches[k].heading, closed));
-    }
-    return points;
+    return staircaseOf(map, chain);
 }
 
 } // namespace ztrace

@@ -64,9 +64,6 @@ private:
     struct Side;
     struct Crack;
 
-    template<typename Work>
-    void forEachInner(int reach, const Work &work) const;
-    void measureTones(const std::vector<Tone> &tones);
     bool isSoft(uint32_t chain, const Side &side) const;
     uint32_t areaAt(int x, int y) const;
     double coverageOf(const Side &side, const uint8_t *value) const;
