@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // True shapes from pictures of known geometry, and of pictures without any.
+#include "CrossingLines.h"
 #include "FitRig.h"
 
 #include "imaging/Picture.h"
@@ -169,32 +170,6 @@ QImage noiseOf(int width, int height, std::uint64_t seed)
                                 int(256 * noise.uniform())));
     }
     return image;
-}
-
-// How many pairs of lines cross by more than what their curves are cut off by.
-int crossingLines(const std::vector<fit::Path> &paths)
-{
-    std::vector<fit::Piece> lines;
-    for (const fit::Path &path : paths)
-        lines.insert(lines.end(), path.pieces.begin(), path.pieces.end());
-    const auto apart = [](const fit::Piece &line, const fit::Piece &other) {
-        const fit::Point along = line.end - line.start;
-        const double one = cross(along, other.start - line.start);
-        const double two = cross(along, other.end - line.start);
-        const double off = 0.005 * std::sqrt(dot(along, along));
-        return std::min(one, two) < -off && std::max(one, two) > off;
-    };
-    const auto left = [](const fit::Piece &line) { return std::min(line.start.x, line.end.x); };
-    std::sort(lines.begin(), lines.end(), [&](const fit::Piece &one, const fit::Piece &other) {
-        return left(one) < left(other);
-    });
-    int count = 0;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const double right = std::max(lines[i].start.x, lines[i].end.x);
-        for (std::size_t k = i + 1; k < lines.size() && left(lines[k]) <= right; ++k)
-            count += apart(lines[i], lines[k]) && apart(lines[k], lines[i]);
-    }
-    return count;
 }
 
 } // namespace
