@@ -16,7 +16,7 @@ int Reduction::lightness(QRgb word)
     const int largest = std::max(red, std::max(green, blue));
     const int smallest = std::min(red, std::min(green, blue));
     if (lightnessByExtremes.empty())
-        lightnessByExtremes.assign(256 * 256, -1);
+        lightnessByExtremes.assign(static_cast<size_t>(256) * 256, -1);
     short &known
         = lightnessByExtremes[256 * static_cast<size_t>(largest) + static_cast<size_t>(smallest)];
     if (known < 0) {

@@ -62,13 +62,13 @@ public:
     {
         const int n = static_cast<int>(first.size());
         for (int r = 0; r < n; ++r) {
-            double *x = b->data() + 3 * r;
+            double *x = b->data() + std::ptrdiff_t(3) * r;
             for (int c = start(r); c < r; ++c) {
                 Block &own = at(r, c);
                 for (int k = std::max(start(r), start(c)); k < c; ++k)
                     subtractProduct(at(r, k), at(c, k), &own);
                 divide(at(c, c), &own);
-                subtractFrom(own, b->data() + 3 * c, x);
+                subtractFrom(own, b->data() + std::ptrdiff_t(3) * c, x);
                 subtractProduct(own, own, &at(r, r));
             }
             if (!factor(&at(r, r)))
@@ -76,10 +76,10 @@ public:
             forwards(at(r, r), x);
         }
         for (int r = n - 1; r >= 0; --r) {
-            double *x = b->data() + 3 * r;
+            double *x = b->data() + std::ptrdiff_t(3) * r;
             backwards(at(r, r), x);
             for (int c = start(r); c < r; ++c)
-                subtractFrom(transposed(at(r, c)), x, b->data() + 3 * c);
+                subtractFrom(transposed(at(r, c)), x, b->data() + std::ptrdiff_t(3) * c);
         }
         return true;
     }

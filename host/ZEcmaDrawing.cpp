@@ -36,7 +36,7 @@ std::shared_ptr<ztrace::Drawing> drawingOf(const char *method, QScriptContext *c
 // The same of a method that takes no arguments; null, with an error raised, otherwise.
 std::shared_ptr<ztrace::Drawing> drawingAlone(const char *method, QScriptContext *context)
 {
-    const std::shared_ptr<ztrace::Drawing> drawing = drawingOf(method, context);
+    std::shared_ptr<ztrace::Drawing> drawing = drawingOf(method, context);
     if (drawing && context->argumentCount() != 0) {
         raiseWrongArguments(kClass, method, context);
         return nullptr;

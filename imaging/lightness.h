@@ -7,6 +7,7 @@
 #include <QRgb>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -33,7 +34,7 @@ public:
 private:
     uint8_t ask(int largest, int smallest);
 
-    std::vector<int16_t> byExtremes = std::vector<int16_t>(256 * 256, -1);
+    std::vector<int16_t> byExtremes = std::vector<int16_t>(std::size_t(256) * 256, -1);
 };
 
 } // namespace ztrace

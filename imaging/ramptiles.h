@@ -42,7 +42,8 @@ struct RampTiles
     }
     double middleY(std::size_t tile) const
     {
-        return (double(tile / std::size_t(columns)) + 0.5) * side;
+        const std::size_t row = tile / std::size_t(columns);
+        return (double(row) + 0.5) * side;
     }
 };
 

@@ -18,10 +18,10 @@ class ZPluginBase : public QObject, public ZPluginInterface
 public:
     // `id` names the plug-in to the host; `text` is free for the derived class.
     ZPluginBase(const QString &id, const QString &text);
-    virtual ~ZPluginBase();
+    ~ZPluginBase() override;
 
     // Does nothing.
-    virtual void postInit(InitStatus status);
+    void postInit(InitStatus status) override;
 
 protected:
     QString pluginId;

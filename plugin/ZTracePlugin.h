@@ -18,20 +18,20 @@ class ZTracePlugin : public ZPluginBase
 
 public:
     ZTracePlugin();
-    virtual ~ZTracePlugin();
+    ~ZTracePlugin() override;
 
     // Always true: there is nothing to prepare.
-    virtual bool init();
-    virtual void uninit(bool remove);
+    bool init() override;
+    void uninit(bool remove) override;
 
     // Installs the script class; each engine gets one of its own.
-    virtual void initScriptExtensions(QScriptEngine &engine);
+    void initScriptExtensions(QScriptEngine &engine) override;
 
     // Does nothing: the plug-in has no texts to translate.
-    virtual void initTranslations();
+    void initTranslations() override;
 
     // Seven texts: ID, Name, Version, QtVersion, Description, License, URL.
-    virtual ZPluginInfo getPluginInfo();
+    ZPluginInfo getPluginInfo() override;
 };
 
 #endif

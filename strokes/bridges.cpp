@@ -72,7 +72,7 @@ private:
             wide[std::size_t(std::ptrdiff_t(cell) + step)] = 1;
         for (int y = -kNear; y <= kNear; ++y) {
             for (int x = -kNear; x <= kNear; ++x)
-                near[std::size_t(std::ptrdiff_t(cell) + y * stride + x)] = 1;
+                near[std::size_t(std::ptrdiff_t(cell) + std::ptrdiff_t(y) * stride + x)] = 1;
         }
     }
 

@@ -55,7 +55,7 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
 {
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
-    const int colours = flat ? flat->colours : blend->colours;
+    const int colours = flat ? flat->colours : std::get<Blend>(plan.segmentation).colours;
     if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
         return Ramps();
     Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);

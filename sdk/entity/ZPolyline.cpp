@@ -122,7 +122,7 @@ bool ZPolyline::appendShape(const ZShape &shape, bool prepend)
     const ZSpline *spline = typeid(shape) == typeid(ZSpline)
         ? static_cast<const ZSpline *>(&shape)
         : dynamic_cast<const ZSpline *>(&shape);
-    const ZPolyline *polyline = spline ? 0 : dynamic_cast<const ZPolyline *>(&shape);
+    const ZPolyline *polyline = spline ? nullptr : dynamic_cast<const ZPolyline *>(&shape);
     if (!spline && !polyline)
         return false;
     if (spline ? spline->countControlPoints() < 2 : polyline->isEmpty())
