@@ -15,17 +15,20 @@ class ZPluginBase : public QObject, public ZPluginInterface
     Q_OBJECT
     Q_INTERFACES(ZPluginInterface)
 
+    // The meta-object compiler of Qt 4 does not know "override".
+    // NOLINTBEGIN(modernize-use-override)
 public:
     // `id` names the plug-in to the host; `text` is free for the derived class.
     ZPluginBase(const QString &id, const QString &text);
-    ~ZPluginBase() override;
+    virtual ~ZPluginBase();
 
     // Does nothing.
-    void postInit(InitStatus status) override;
+    virtual void postInit(InitStatus status);
 
 protected:
     QString pluginId;
     QString pluginText;
+    // NOLINTEND(modernize-use-override)
 };
 
 #endif

@@ -16,22 +16,25 @@ class ZTracePlugin : public ZPluginBase
     Q_PLUGIN_METADATA(IID ZPluginInterface_iid)
 #endif
 
+    // The meta-object compiler of Qt 4 does not know "override".
+    // NOLINTBEGIN(modernize-use-override)
 public:
     ZTracePlugin();
-    ~ZTracePlugin() override;
+    virtual ~ZTracePlugin();
 
     // Always true: there is nothing to prepare.
-    bool init() override;
-    void uninit(bool remove) override;
+    virtual bool init();
+    virtual void uninit(bool remove);
 
     // Installs the script class; each engine gets one of its own.
-    void initScriptExtensions(QScriptEngine &engine) override;
+    virtual void initScriptExtensions(QScriptEngine &engine);
 
     // Does nothing: the plug-in has no texts to translate.
-    void initTranslations() override;
+    virtual void initTranslations();
 
     // Seven texts: ID, Name, Version, QtVersion, Description, License, URL.
-    ZPluginInfo getPluginInfo() override;
+    virtual ZPluginInfo getPluginInfo();
+    // NOLINTEND(modernize-use-override)
 };
 
 #endif

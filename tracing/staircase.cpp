@@ -28,7 +28,7 @@ bool isStep(const std::vector<Stretch> &stretches, std::size_t stretch, int dire
 {
     const auto size = std::ptrdiff_t(stretches.size());
     const auto at = [&](int k) {
-        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + direction * k;
+        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + std::ptrdiff_t(direction) * k;
         return closed ? (place + 2 * size) % size : place;
     };
     if (at(2) < 0 || at(2) >= size)
