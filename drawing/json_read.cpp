@@ -211,17 +211,22 @@ Pen readPen(const QJsonObject &object)
     return pen;
 }
 
-std::vector<Pen> readPens(const QJsonArray &array)
+// Each by itself; a refusal says which of them, called `what`, it is about.
+template<typename Read>
+auto readEach(const QJsonArray &array, const char *what, const Read &read)
 {
-    std::vector<Pen> pens;
+    std::vector<decltype(read(QJsonObject()))> all;
     for (int i = 0; i < array.size(); ++i) {
         try {
-            pens.push_back(readPen(array.at(i).toObject()));
+            all.push_back(read(array.at(i).toObject()));
         } catch (const Refusal &refusal) {
-            refuse(QString::fromLatin1("pen %1: %2").arg(i).arg(refusal.reason));
+            refuse(QString::fromLatin1("%1 %2: %3")
+                       .arg(QLatin1String(what))
+                       .arg(i)
+                       .arg(refusal.reason));
         }
     }
-    return pens;
+    return all;
 }
 
 Point readPlace(const QJsonObject &object, const char *name)
@@ -266,19 +271,6 @@ Gradient readGradient(const QJsonObject &object)
         refuse(gradient.radial ? "\"radius\" has to be above 0, and at most 1e9"
                                : "\"from\" and \"to\" are one point");
     return gradient;
-}
-
-std::vector<Gradient> readGradients(const QJsonArray &array)
-{
-    std::vector<Gradient> gradients;
-    for (int i = 0; i < array.size(); ++i) {
-        try {
-            gradients.push_back(readGradient(array.at(i).toObject()));
-        } catch (const Refusal &refusal) {
-            refuse(QString::fromLatin1("gradient %1: %2").arg(i).arg(refusal.reason));
-        }
-    }
-    return gradients;
 }
 
 // How many of each the drawing has.
@@ -417,8 +409,9 @@ Drawing readDrawing(const QJsonObject &object)
     drawing.about = object;
     for (const char *own : kOwnMembers)
         drawing.about.remove(QLatin1String(own));
-    drawing.pens = readPens(list(member(object, "pens"), "\"pens\""));
-    drawing.gradients = readGradients(list(member(object, "gradients"), "\"gradients\""));
+    drawing.pens = readEach(list(member(object, "pens"), "\"pens\""), "pen", readPen);
+    drawing.gradients
+        = readEach(list(member(object, "gradients"), "\"gradients\""), "gradient", readGradient);
     drawing.outlines = readOutlines(member(object, "outlines").toArray(), drawing);
     return drawing;
 }

@@ -4,6 +4,7 @@
 #include "cli/failure.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -41,7 +42,7 @@ void failForRoom(int error)
 Descriptor openTemporary()
 {
     const char *const said = std::getenv("TMPDIR");
-    std::string name = std::string(said && *said ? said : "/tmp") + "/ztrace-XXXXXX";
+    std::string name = std::string(said && *said ? said : P_tmpdir) + "/ztrace-XXXXXX";
     Descriptor file(::mkostemp(&name[0], O_CLOEXEC));
     if (!file.isOpen())
         failForRoom(errno);
