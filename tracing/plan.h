@@ -61,8 +61,8 @@ typedef std::variant<Ink, Flat, Blend, Raw> Segmentation;
 // they need no tolerance and no finer grid.
 struct Geometry
 {
-    // Cracks between ink and paper whose true shapes take about a third of a second on two cores; a
-    // page of text has some 450,000, of which the engine's outlines take a tenth of a second.
+    // Cracks between ink and paper whose true shapes take at most about half a second on two cores;
+    // a page of text has some 450,000, of which the engine's outlines take a tenth of a second.
     static constexpr std::size_t kMostQuickCracks = 200000;
     // FairUnlessDense: ink of more than kMostQuickCracks is outlined by the engine.
     enum class Fit { Engine, Fair, FairUnlessDense };
