@@ -3,6 +3,7 @@
 
 #include "failure.h"
 #include "gimppalette.h"
+#include "mostpages.h"
 #include "options.h"
 #include "suggest.h"
 
@@ -14,8 +15,6 @@
 namespace ztrace {
 
 namespace {
-
-const int kMostPages = 100000;
 
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },

@@ -2,6 +2,8 @@
 #include "geojson.h"
 
 #include "TextSink.h"
+#include "coarseness.h"
+#include "pens.h"
 #include "pieces.h"
 #include "rings.h"
 
@@ -15,9 +17,8 @@ namespace ztrace {
 
 namespace {
 
-const double kFlatness = 0.02; // pixels: what boundaries keep between them, so that none cross
-const double kFinest = 1e-4;   // pixels that coordinates are rounded to, so that rings stay simple
-const std::size_t kLeast = 4;  // points of a ring, the first one again at its end
+const double kFinest = 1e-4;  // pixels that coordinates are rounded to, so that rings stay simple
+const std::size_t kLeast = 4; // points of a ring, the first one again at its end
 const int kMostDecimals = 15;
 
 bool isBefore(const Point &a, const Point &b)
@@ -36,14 +37,14 @@ PathPiece reversed(PathPiece piece)
 
 // Appends points without the start. A boundary that two areas share in opposite directions has the
 // same points in both.
-void appendPoints(const PathPiece &piece, std::vector<Point> *points)
+void appendPoints(const PathPiece &piece, double flatness, std::vector<Point> *points)
 {
     if (!isBefore(piece.end, piece.start)) {
-        flatten(piece, kFlatness, points);
+        flatten(piece, flatness, points);
         return;
     }
     std::vector<Point> backwards;
-    flatten(reversed(piece), kFlatness, &backwards);
+    flatten(reversed(piece), flatness, &backwards);
     backwards.pop_back();
     points->insert(points->end(), backwards.rbegin(), backwards.rend());
     points->push_back(piece.end);
@@ -54,7 +55,7 @@ class GeoJsonWriter
 public:
     GeoJsonWriter(const Drawing &d, int decimalsOfPixels, QIODevice *device)
         : drawing(d), height(d.height > 0 ? d.height : 0), decimals(decimalsFor(decimalsOfPixels)),
-          sink(device)
+          flatness(kUsualFlatness * coarsenessOf(d)), sink(device)
     { }
 
     bool write()
@@ -143,7 +144,7 @@ private:
         if (qAlpha(outline.colour) < 255)
             properties.insert(QLatin1String("alpha"), qAlpha(outline.colour) / 255.0);
         if (outline.pen >= 0)
-            properties.insert(QLatin1String("width"), drawing.pens[std::size_t(outline.pen)].width);
+            properties.insert(QLatin1String("width"), penOf(drawing, outline).width);
         sink.text() += QJsonDocument(properties).toJson(QJsonDocument::Compact);
     }
 
@@ -156,7 +157,7 @@ private:
             return points;
         points.push_back(pieces.front().start);
         for (const PathPiece &piece : pieces)
-            appendPoints(piece, &points);
+            appendPoints(piece, flatness, &points);
         return points;
     }
 
@@ -203,6 +204,7 @@ private:
             text += ',';
             appendNumber(&text, points[k].y, decimals);
             text += ']';
+            sink.flushIfLarge();
         }
         text += ']';
     }
@@ -210,6 +212,7 @@ private:
     const Drawing &drawing;
     const double height;
     const int decimals;
+    const double flatness; // pixels that lines may be from the curves that they stand for
     TextSink sink;
     bool isFirst = true;
 };
