@@ -26,7 +26,6 @@
 #include "drawing/pdf.h"
 #include "imaging/failure.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
@@ -192,20 +191,8 @@ private:
     {
         if (!book || book->isEmpty())
             return;
-        QBuffer pages;
-        pages.open(QIODevice::WriteOnly);
-        book->write(&pages);
         OutputFiles files;
-        for (const Output &output : books) {
-            QString error;
-            const auto write = [&pages](QIODevice *device) {
-                return device->write(pages.data()) == pages.data().size();
-            };
-            if (!files.add(output.fileName, write, &error))
-                throw Failure(kOutputNotWritable,
-                              QFile::encodeName(output.fileName).toStdString() + ": "
-                                  + error.toLocal8Bit().toStdString());
-        }
+        stageBook(books, book.get(), &files);
         commitOutputs(&files);
     }
 

@@ -5,6 +5,7 @@
 #include "gimppalette.h"
 #include "mostpages.h"
 #include "options.h"
+#include "pages.h"
 #include "suggest.h"
 
 #include "drawing/formats.h"

@@ -49,6 +49,21 @@ std::vector<int> pagesWithin(const PageRanges &ranges, int pages)
     return found;
 }
 
+std::string rangesText(const std::vector<int> &pages)
+{
+    std::string text;
+    for (std::size_t i = 0; i < pages.size();) {
+        std::size_t last = i;
+        while (last + 1 < pages.size() && pages[last + 1] == pages[last] + 1)
+            ++last;
+        text += (text.empty() ? "" : ",") + std::to_string(pages[i]);
+        if (last > i)
+            text += '-' + std::to_string(pages[last]);
+        i = last + 1;
+    }
+    return text;
+}
+
 std::string pageNumber(int page, int pages)
 {
     const std::string number = std::to_string(page);

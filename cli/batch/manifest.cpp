@@ -8,6 +8,7 @@
 
 #include "cli/failure.h"
 #include "cli/mostpages.h"
+#include "cli/pages.h"
 #include "cli/suggest.h"
 #include "cli/values.h"
 
