@@ -4,6 +4,7 @@
 #include "TextSink.h"
 #include "arcs.h"
 #include "dxf_entities.h"
+#include "inches.h"
 #include "pens.h"
 #include "pieces.h"
 #include "strokepaths.h"
@@ -22,7 +23,6 @@ namespace {
 
 const int kLongestR12Name = 31;
 const int kLongestName = 200;
-const double kMillimetresPerInch = 25.4;
 
 int unitCodeOf(Unit unit)
 {
