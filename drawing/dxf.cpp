@@ -5,6 +5,7 @@
 #include "arcs.h"
 #include "coarseness.h"
 #include "dxf_entities.h"
+#include "inches.h"
 #include "pens.h"
 #include "pieces.h"
 #include "strokepaths.h"
@@ -23,7 +24,6 @@ namespace {
 
 const int kLongestR12Name = 31;
 const int kLongestName = 200;
-const double kMillimetresPerInch = 25.4;
 
 int unitCodeOf(Unit unit)
 {

@@ -132,7 +132,9 @@ Point pointOn(const PathPiece &piece, double t)
 
 Circle circleOf(const PathPiece &arc)
 {
-    // Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2).
+    // Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2). The host's polyline knows the
+    // same formula (sdk/entity/): it stands without this library, as this one does without the
+    // host.
     const double dx = arc.end.x - arc.start.x;
     const double dy = arc.end.y - arc.start.y;
     const double offset = (1.0 - arc.bulge * arc.bulge) / (4.0 * arc.bulge);

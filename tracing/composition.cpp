@@ -4,6 +4,8 @@
 #include "containment.h"
 #include "gradients.h"
 
+#include "imaging/index.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -206,8 +208,6 @@ public:
     }
 
 private:
-    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
