@@ -3,6 +3,7 @@
 
 #include "strokes/bridges.h"
 #include "strokes/dashes.h"
+#include "strokes/dips.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
 #include "strokes/hatches.h"
@@ -236,6 +237,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAlongCarriers(coverage, measure, gaps, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
+    if (page.isNoisy)
+        takeDips(coverage, &web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
     takeHatches(&web);
     takeStrokes(web, page.isNoisy, drawing);

@@ -3,6 +3,7 @@
 // Drawings as scanners give them: noise, uneven paper, ragged edges, breaks, ends that are blurred.
 #include "StrokesRig.h"
 
+#include "strokes/dips.h"
 #include "strokes/noise.h"
 #include "strokes/scans.h"
 
@@ -84,6 +85,10 @@ private slots:
     void specksAreDropped();
     void blurredEndsKeepTheirForm_data();
     void blurredEndsKeepTheirForm();
+    void endsOfNoKnownFormAreHardlyOff_data();
+    void endsOfNoKnownFormAreHardlyOff();
+    void gapsThatBlurFillsAreDashes_data();
+    void gapsThatBlurFillsAreDashes();
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
 };
@@ -229,6 +234,52 @@ void tst_ScannedStrokes::blurredEndsKeepTheirForm()
     for (int k = 0; k < 8; ++k)
         QVERIFY2(hasLine(drawing, { 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 1.5),
                  listOf(drawing).c_str());
+}
+
+// A threshold that thins rounds square ends and shortens round ones: no end may be half a pen off.
+void tst_ScannedStrokes::endsOfNoKnownFormAreHardlyOff_data()
+{
+    QTest::addColumn<bool>("square");
+    QTest::newRow("round") << false;
+    QTest::newRow("square") << true;
+}
+
+void tst_ScannedStrokes::endsOfNoKnownFormAreHardlyOff()
+{
+    QFETCH(bool, square);
+    const StrokeDrawing drawing = drawn(cut(scanned(lines(square), 4, 24), 112), true);
+    QCOMPARE(drawing.strokes.size(), std::size_t(8));
+    for (int k = 0; k < 8; ++k)
+        QVERIFY2(hasLine(drawing, { 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 3.0),
+                 listOf(drawing).c_str());
+}
+
+// Gaps of two pixels under blur and noise: the ink goes through, lighter at even distances.
+void tst_ScannedStrokes::gapsThatBlurFillsAreDashes_data()
+{
+    QTest::addColumn<bool>("dashed");
+    QTest::newRow("chain line") << true;
+    QTest::newRow("drawn throughout") << false;
+}
+
+void tst_ScannedStrokes::gapsThatBlurFillsAreDashes()
+{
+    QFETCH(bool, dashed);
+    InkProfile profile;
+    profile.step = 0.5;
+    std::mt19937 random(3);
+    for (int k = 0; k <= 126; ++k) {
+        // Of 63 pixels: dashes of 17, dots and gaps of 2, softened, and the ink of another line.
+        const double at = std::fmod(0.5 * k, 23.0);
+        const double dip = dashed && at > 16.0 ? 0.4 - 0.1 * std::cos(at * 3.14) : 0.0;
+        const double noise = 0.2 * double(random()) / double(std::mt19937::max());
+        profile.isOwn.push_back(k < 60 || k > 70);
+        profile.levels.push_back(float(profile.isOwn.back() ? 0.5 - dip + noise : 1.0));
+    }
+    const Dashing dashing = dashingOfDips(profile, 2.0);
+    QCOMPARE(dashing.type != DashType::None, dashed);
+    if (dashed)
+        QVERIFY(dashing.type == DashType::Center || dashing.type == DashType::Phantom);
 }
 
 void tst_ScannedStrokes::aSolidReachesNoFarther()
