@@ -6,7 +6,7 @@
 #include "strokes/dips.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
-#include "strokes/hatches.h"
+#include "strokes/hatchfill.h"
 #include "strokes/joining.h"
 #include "strokes/lettering.h"
 #include "strokes/meeting.h"
@@ -240,7 +240,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     if (page.isNoisy)
         takeDips(coverage, &web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
-    takeHatches(&web);
+    const std::vector<HatchFamily> hatches = takeHatches(&web);
+    if (page.isNoisy)
+        fillHatches(coverage, measure, hatches, &web);
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;

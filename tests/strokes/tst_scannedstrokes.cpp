@@ -89,6 +89,7 @@ private slots:
     void endsOfNoKnownFormAreHardlyOff();
     void gapsThatBlurFillsAreDashes_data();
     void gapsThatBlurFillsAreDashes();
+    void aHatchInPiecesIsWhole();
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
 };
@@ -280,6 +281,20 @@ void tst_ScannedStrokes::gapsThatBlurFillsAreDashes()
     QCOMPARE(dashing.type != DashType::None, dashed);
     if (dashed)
         QVERIFY(dashing.type == DashType::Center || dashing.type == DashType::Phantom);
+}
+
+// The threshold leaves pieces of lines two pixels wide; all of them go from one side to the other.
+void tst_ScannedStrokes::aHatchInPiecesIsWhole()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 60, 30 }, { 60, 370 }, 5).line({ 300, 30 }, { 300, 370 }, 5);
+    for (int k = 0; k < 9; ++k)
+        sheet.line({ 60, 160.0 + 20 * k }, { 300, 60.0 + 20 * k }, 2.1);
+    const StrokeDrawing drawing = drawn(cut(scanned(sheet, 2, 26), 108), true);
+    for (int k = 0; k < 9; ++k)
+        QVERIFY2(hasLine(drawing, { 60, 160.0 + 20 * k }, { 300, 60.0 + 20 * k }, 2.0),
+                 listOf(drawing).c_str());
+    QVERIFY2(drawing.strokes.size() == 11, listOf(drawing).c_str());
 }
 
 void tst_ScannedStrokes::aSolidReachesNoFarther()
