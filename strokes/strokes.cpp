@@ -17,6 +17,7 @@
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
 #include "strokes/thinning.h"
+#include "strokes/weights.h"
 
 #include <algorithm>
 #include <cmath>
@@ -243,6 +244,10 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     const std::vector<HatchFamily> hatches = takeHatches(&web);
     if (page.isNoisy)
         fillHatches(coverage, measure, hatches, &web);
+    if (page.isNoisy && options.hard)
+        widenThinned(&web);
+    else if (page.isNoisy)
+        measureWidths(picture, tones.paper, &web);
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;

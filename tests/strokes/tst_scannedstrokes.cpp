@@ -90,6 +90,8 @@ private slots:
     void gapsThatBlurFillsAreDashes_data();
     void gapsThatBlurFillsAreDashes();
     void aHatchInPiecesIsWhole();
+    void scannedLinesKeepTheirWidths_data();
+    void scannedLinesKeepTheirWidths();
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
 };
@@ -295,6 +297,29 @@ void tst_ScannedStrokes::aHatchInPiecesIsWhole()
         QVERIFY2(hasLine(drawing, { 60, 160.0 + 20 * k }, { 300, 60.0 + 20 * k }, 2.0),
                  listOf(drawing).c_str());
     QVERIFY2(drawing.strokes.size() == 11, listOf(drawing).c_str());
+}
+
+// Blur makes the middle of thin lines lighter than ink is, and a threshold takes from their edges.
+void tst_ScannedStrokes::scannedLinesKeepTheirWidths_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("black and white") << true;
+}
+
+void tst_ScannedStrokes::scannedLinesKeepTheirWidths()
+{
+    QFETCH(bool, hard);
+    Sheet sheet(kSide, kSide);
+    for (int k = 0; k < 8; ++k)
+        sheet.line({ 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, k < 6 ? 2.8 : 5.6);
+    const Greys grey = scanned(sheet, 4, 20);
+    const StrokeDrawing drawing = hard ? drawn(cut(grey, 128), true) : drawn(grey);
+    QVERIFY2(drawing.strokes.size() == 8, listOf(drawing).c_str());
+    for (const Stroke &stroke : drawing.strokes) {
+        const double wanted = stroke.piece.start.y < 40 + 42 * 5.8 ? 2.8 : 5.6;
+        QVERIFY2(std::fabs(stroke.width - wanted) < 0.14 * wanted, listOf(drawing).c_str());
+    }
 }
 
 void tst_ScannedStrokes::aSolidReachesNoFarther()
