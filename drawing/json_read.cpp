@@ -309,6 +309,16 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, numbers.outlines - 1, "a hole"));
     readShape(object, &outline.shape);
+    for (const QJsonValue ring : list(member(object, "under"), "\"under\"")) {
+        outline.under.emplace_back();
+        readShape(ring.toObject(), &outline.under.back());
+    }
+    const QJsonValue ground = member(object, "ground");
+    if (!ground.isUndefined() && !ground.isBool())
+        refuse("\"ground\" of an outline has to be true or false");
+    outline.isGround = ground.toBool();
+    if (outline.pen >= 0 && (outline.isGround || !outline.under.empty()))
+        refuse("strokes are not filled: \"under\" and \"ground\" are of areas");
     return outline;
 }
 
