@@ -52,13 +52,13 @@ inline Prices hostPrices()
 enum class Meeting { OfOutlines, OfCentreLines };
 
 // How closely breaks are searched, in points. Finer finds short arcs between lines, and costs time:
-// on clean one-bit drawings F1 of centred arcs is .40 with 2, 1, 2 and .64 with 1, 2, 3; outlines,
-// whose chains are many times longer, win nothing (docs/fit/program.md).
+// on clean one-bit drawings F1 of centred arcs is .40 with 2, 1, 2 and .64 with 1, 2, 3;
+// outlines, whose chains are many times longer, win nothing (docs/fit/program.md).
 struct Search
 {
     int fineStep = 2;    // between the ends of short spans; a power of two
     int cornerReach = 1; // breaks to both sides of a corner that are always looked at
-    int refinement = 2;  // breaks to both sides of the lattice's answer
+    int refinement = 1;  // breaks to both sides of the lattice's answer
 };
 
 // How distances become misfit, in nats: with c the sum of (distance / sigma) squared over n points,
