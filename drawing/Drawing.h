@@ -87,6 +87,10 @@ struct Outline
     // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
     // neighbour which is not painted over this outline; 0 for none.
     double seam = 0.0;
+    // Pixels along the outline, from its start, that the seam is drawn along and left out in turn,
+    // an even number of them: it closes the hairlines towards some neighbours and spares the
+    // others. Empty: all around.
+    std::vector<double> seamDashes;
 };
 
 // A layer and what is painted in it.

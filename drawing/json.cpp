@@ -111,6 +111,14 @@ void appendOutline(std::string *text, const Outline &outline)
         *text += ",\"seam\":";
         appendJsonNumber(text, outline.seam);
     }
+    if (!outline.seamDashes.empty()) {
+        *text += ",\"seamDashes\":[";
+        for (std::size_t i = 0; i < outline.seamDashes.size(); ++i) {
+            *text += i > 0 ? "," : "";
+            appendJsonNumber(text, outline.seamDashes[i]);
+        }
+        *text += ']';
+    }
     if (!outline.holes.empty())
         appendHoles(text, outline.holes);
     if (!outline.shape.isEmpty()) {

@@ -187,6 +187,20 @@ void readShape(const QJsonObject &object, Path *shape)
     }
 }
 
+std::vector<double> readDashes(const QJsonObject &object, const char *name)
+{
+    const QString quoted = QString::fromLatin1("\"%1\"").arg(QLatin1String(name));
+    const QJsonArray array = list(member(object, name), quoted.toLatin1().constData());
+    if (array.size() > kMostDashes)
+        refuse(QString::fromLatin1("there are more than %1 dashes").arg(kMostDashes));
+    std::vector<double> dashes;
+    for (const QJsonValue &dash : array)
+        dashes.push_back(positive(dash, "a dash"));
+    if (!dashes.empty() && !(sumOf(dashes) > 0.0 && std::isfinite(sumOf(dashes))))
+        refuse("the dashes have no length");
+    return dashes;
+}
+
 Pen readPen(const QJsonObject &object)
 {
     Pen pen;
@@ -196,13 +210,7 @@ Pen readPen(const QJsonObject &object)
     const QJsonValue type = member(object, "type");
     if (!type.isUndefined() && !lineTypeOfName(type.toString(), &pen.lineType))
         refuse("\"type\" has to be \"continuous\", \"hidden\", \"center\", \"phantom\" or \"dot\"");
-    const QJsonArray dashes = list(member(object, "dashes"), "\"dashes\"");
-    if (dashes.size() > kMostDashes)
-        refuse(QString::fromLatin1("there are more than %1 dashes").arg(kMostDashes));
-    for (const QJsonValue &dash : dashes)
-        pen.dashes.push_back(positive(dash, "a dash"));
-    if (!pen.dashes.empty() && !(sumOf(pen.dashes) > 0.0 && std::isfinite(sumOf(pen.dashes))))
-        refuse("the dashes have no length");
+    pen.dashes = readDashes(object, "dashes");
     const QJsonValue ends = member(object, "ends");
     const QString name = ends.toString();
     if (!ends.isUndefined() && name != QLatin1String("round") && name != QLatin1String("flat"))
@@ -291,6 +299,7 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     outline.layer = text(member(object, "layer"), "\"layer\"");
     const QJsonValue seam = member(object, "seam");
     outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
+    outline.seamDashes = readDashes(object, "seamDashes");
     const QJsonValue pen = member(object, "pen");
     if (!pen.isUndefined() && numbers.pens == 0)
         refuse("there are no pens");

@@ -201,11 +201,16 @@ private:
             number(outline.seam);
             content += "w\n";
         }
+        const bool inParts = outline.seam > 0.0 && !outline.seamDashes.empty();
+        if (inParts)
+            beginDashes(outline.seamDashes, true);
         path(outline.shape);
         for (int hole : outline.holes)
             path(drawing.outlines[static_cast<std::size_t>(hole)].shape);
         content += outline.seam > 0.0 ? 'B' : 'f';
         content += outline.holes.empty() ? "\n" : "*\n";
+        if (inParts)
+            endDashes(true);
     }
 
     // Round ends and joins, drawn throughout, are what the page begins with.
@@ -221,19 +226,32 @@ private:
         number(pen.width);
         content += "w\n";
         if (!pen.roundEnds)
-            content += "0 j 0 J\n";
-        if (!dashes.empty()) {
-            content += '[';
-            for (double dash : dashes)
-                number(dash);
-            content += "] 0 d\n";
-        }
+            content += "0 j ";
+        beginDashes(dashes, !pen.roundEnds);
         path(outline.shape);
         content += "S\n";
-        if (!dashes.empty())
-            content += "[] 0 d\n";
+        endDashes(!pen.roundEnds);
         if (!pen.roundEnds)
-            content += "1 j 1 J\n";
+            content += "1 j\n";
+    }
+
+    void beginDashes(const std::vector<double> &dashes, bool flatEnds)
+    {
+        if (flatEnds)
+            content += "0 J\n";
+        if (dashes.empty())
+            return;
+        content += '[';
+        for (double dash : dashes)
+            number(dash);
+        content += "] 0 d\n";
+    }
+
+    void endDashes(bool flatEnds)
+    {
+        content += "[] 0 d\n";
+        if (flatEnds)
+            content += "1 J\n";
     }
 
     void point(const Point &p)

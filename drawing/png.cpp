@@ -138,10 +138,22 @@ private:
         const QBrush brush = brushOf(outline);
         painter.fillPath(path, brush);
         if (outline.seam > 0.0) {
-            painter.strokePath(
-                path, QPen(brush, outline.seam, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            painter.strokePath(path, seamPen(brush, outline));
         }
         return true;
+    }
+
+    static QPen seamPen(const QBrush &brush, const Outline &outline)
+    {
+        QPen pen(brush, outline.seam, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+        if (outline.seamDashes.empty())
+            return pen;
+        pen.setCapStyle(Qt::FlatCap);
+        QVector<qreal> pattern;
+        for (double dash : outline.seamDashes)
+            pattern.append(std::max(dash / outline.seam, kDot));
+        pen.setDashPattern(pattern);
+        return pen;
     }
 
     QBrush brushOf(const Outline &outline) const

@@ -201,7 +201,7 @@ private:
     const std::string &looksOf(const Outline &outline) const
     {
         const LooksKey key(outline.colour, !outline.holes.empty(), outline.pen, outline.seam,
-                           outline.gradient);
+                           outline.gradient, outline.seamDashes);
         std::string &text = knownLooks[key];
         if (text.empty()) {
             text = outline.pen >= 0 ? penLooks(outline)
@@ -377,16 +377,20 @@ private:
         text += '"';
         if (pen.roundEnds)
             text += " stroke-linecap=\"round\" stroke-linejoin=\"round\"";
-        const std::vector<double> dashes = paintedDashesOf(pen);
+        appendDashes(paintedDashesOf(pen), &text);
+        return text + strokeOpacity(outline.colour);
+    }
+
+    static void appendDashes(const std::vector<double> &dashes, std::string *text)
+    {
         const char *separator = " stroke-dasharray=\"";
         for (double dash : dashes) {
-            text += separator;
-            appendNumber(&text, dash, kPenDecimals);
+            *text += separator;
+            appendNumber(text, dash, kPenDecimals);
             separator = " ";
         }
         if (!dashes.empty())
-            text += '"';
-        return text + strokeOpacity(outline.colour);
+            *text += '"';
     }
 
     // An outline of a transparent region is drawn only when it was asked for: visibly.
@@ -416,6 +420,7 @@ private:
             text += " stroke=\"" + paint + "\" stroke-width=\"";
             appendNumber(&text, outline.seam, 4);
             text += "\" stroke-linejoin=\"round\"";
+            appendDashes(outline.seamDashes, &text);
         }
         return text;
     }
@@ -500,7 +505,7 @@ private:
     SvgPath compact;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
     // Colour, holes, pen, seam and gradient.
-    typedef std::tuple<QRgb, bool, int, double, int> LooksKey;
+    typedef std::tuple<QRgb, bool, int, double, int, std::vector<double>> LooksKey;
     mutable std::map<LooksKey, std::string> knownLooks;
 };
 

@@ -27,21 +27,28 @@ const double kSeamWidthOnOpaque = 0.5;
 const double kSeamWidthApart = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
 const double kSeamWidthAtRim = 0.25;
+// Along the boundary itself, below a neighbour whose own outline runs there exactly: nothing else
+// is painted over, and a pixel on the boundary is covered to 98 %.
+const double kSeamWidthOnBoundary = 1.5;
 
 class Arranger
 {
 public:
-    // `sources` has the first pixel of every outline's region.
-    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
+    // `shapes` tells the first pixel of every outline's region, and what they share; it has to
+    // stay.
+    Arranger(const Areas &a, Connectivity connectivity, const ShapeOutlines &shapes,
              std::vector<Outline> *o)
-        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
+        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height),
+          sharesBoundaries(!shapes.shared.empty()), outlines(o)
     {
+        const std::vector<std::size_t> &sources = shapes.firstPixel;
         const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
         parent = findParents(components, neighbours);
         regions = components.list;
         outlineOf.assign(regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
+        partsOf.assign(regions.size(), nullptr);
         for (std::size_t i = 0; i < sources.size(); ++i) {
             const auto found = std::lower_bound(regions.begin(), regions.end(), sources[i],
                                                 [](const Component &region, std::size_t pixel) {
@@ -51,6 +58,8 @@ public:
                 continue;
             regionOf[i] = static_cast<int>(found - regions.begin());
             outlineOf[at(regionOf[i])] = static_cast<int>(i);
+            if (sharesBoundaries)
+                partsOf[at(regionOf[i])] = &shapes.shared[i];
         }
     }
 
@@ -105,6 +114,11 @@ public:
     void closeSeams(const Drawing &drawing, bool apart)
     {
         const std::vector<int> places = placesInPainting(drawing, apart);
+        const bool hasGround = qAlpha(drawing.ground) != 0;
+        if (!apart && sharesBoundaries) {
+            closeBoundaries(drawing, places);
+            return;
+        }
         const std::vector<bool> touchesClear = findBesideClear();
         std::vector<bool> isStroked(regions.size(), false);
         std::vector<bool> isAbove(regions.size(), false);
@@ -112,10 +126,7 @@ public:
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
-            const bool onGround
-                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
-            if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
-                || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
+            if ((nested && !apart) || !needsSeam(pair.first, pair.second, drawing, places))
                 continue;
             const std::size_t below = places[a] < places[b] ? a : b;
             const std::size_t above = below == a ? b : a;
@@ -123,7 +134,6 @@ public:
             isStroked[spare ? above : below] = true;
             isAbove[above] = true;
         }
-        const bool hasGround = qAlpha(drawing.ground) != 0;
         const double usual = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
@@ -208,6 +218,40 @@ public:
 private:
     static std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
+    // Whether hairlines between the two would show something else than their colours.
+    bool needsSeam(int a, int b, const Drawing &drawing, const std::vector<int> &places) const
+    {
+        return !isOfColour(a, drawing.ground) && !isOfColour(b, drawing.ground) && alphaOf(a) == 255
+            && alphaOf(b) == 255 && places[at(a)] != kNone && places[at(b)] != kNone;
+    }
+
+    // The same where neighbours share their boundaries: strokes along those alone.
+    void closeBoundaries(const Drawing &drawing, const std::vector<int> &places)
+    {
+        const bool hasGround = qAlpha(drawing.ground) != 0;
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            const int region = regionOf[i];
+            if (region == kNone || alphaOf(region) < 255)
+                continue;
+            Outline &outline = (*outlines)[i];
+            std::vector<bool> isBelow;
+            for (const SharedPart &part : *partsOf[at(region)]) {
+                const int other = part.neighbour;
+                isBelow.push_back(other >= 0 && parent[at(region)] != other
+                                  && parent[at(other)] != region
+                                  && needsSeam(region, other, drawing, places)
+                                  && places[at(region)] < places[at(other)]);
+            }
+            const int around = parent[at(region)];
+            if (std::find(isBelow.begin(), isBelow.end(), true) != isBelow.end()) {
+                outline.seam = kSeamWidthOnBoundary;
+                outline.seamDashes = seamDashes(*partsOf[at(region)], isBelow);
+            } else if (!hasGround && (around == kInNothing || alphaOf(around) < 255)) {
+                outline.seam = kSeamWidthAtRim;
+            }
+        }
+    }
+
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
@@ -274,12 +318,14 @@ private:
     const std::vector<QRgb> &colours;
     int width; // of the grid
     int height;
+    bool sharesBoundaries; // neighbours do, exactly
     std::vector<Component> regions;
     std::vector<Neighbours> neighbours;
     std::vector<int> parent; // of every region
     std::vector<Outline> *outlines;
-    std::vector<int> outlineOf; // of every region
-    std::vector<int> regionOf;  // of every outline
+    std::vector<int> outlineOf;               // of every region
+    std::vector<int> regionOf;                // of every outline
+    std::vector<const SharedParts *> partsOf; // of every region; nothing where none are known
 };
 
 // From the grid, y downwards, to the drawing.
@@ -328,9 +374,8 @@ QString layerOfColour(QRgb colour)
 namespace {
 
 // Of a drawing that has its outlines and its size.
-void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
-             Connectivity connectivity, Painting painting, const Composition &composition,
-             Drawing *result)
+void arrange(const ShapeOutlines &shapes, const Areas &areas, Connectivity connectivity,
+             Painting painting, const Composition &composition, Drawing *result)
 {
     Drawing &drawing = *result;
     if (drawing.outlines.empty())
@@ -345,7 +390,7 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
     if (opaque && !coloured && !apart && composition.frame)
         return;
-    Arranger arranger(areas, connectivity, firstPixels, &drawing.outlines);
+    Arranger arranger(areas, connectivity, shapes, &drawing.outlines);
     if (apart)
         arranger.cutAll();
     else
@@ -392,7 +437,7 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connec
     drawing.width = areas.runs.width / upsampling;
     drawing.height = areas.runs.height / upsampling;
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes.firstPixel, areas, connectivity, painting, composition, &drawing);
+    arrange(shapes, areas, connectivity, painting, composition, &drawing);
     setGradients(areas.ramps, &drawing);
     return drawing;
 }

@@ -491,6 +491,17 @@ bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
     return true;
 }
 
+// The boundary with a neighbour, which lies on its left.
+SharedPart appendPart(const ChainFitter &fitter, uint32_t reference,
+                      std::vector<fit::Piece> *pieces)
+{
+    std::vector<fit::Piece> own;
+    fitter.append(reference, &own);
+    const Chain &chain = fitter.boundaries().chains[chainOf(reference)];
+    pieces->insert(pieces->end(), own.begin(), own.end());
+    return { isReversed(reference) ? chain.right : chain.left, lengthOf(own) };
+}
+
 } // namespace
 
 unsigned threadsOfMachine()
@@ -510,14 +521,16 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
     for (std::size_t area = 0; area < boundaries.areas.list.size(); ++area) {
         const uint32_t ring = boundaries.firstRing[area];
         std::vector<fit::Piece> pieces;
+        SharedParts parts;
         for (uint32_t k = boundaries.firstReference[ring]; k < boundaries.firstReference[ring + 1];
              ++k)
-            fitter.append(boundaries.references[k], &pieces);
+            parts.push_back(appendPart(fitter, boundaries.references[k], &pieces));
         const Component &component = boundaries.areas.list[area];
         if (!addOutline(pathOf(pieces, areas.runs.height), areas.colours[component.label], &shapes))
             continue;
         shapes.outlines.back().gradient = areas.rampOfLabel(component.label);
         shapes.firstPixel.push_back(component.firstPixel);
+        shapes.shared.push_back(std::move(parts));
     }
     shapes.precision = precisionOf(fitter, shapes.outlines.size());
     return shapes;

@@ -7,6 +7,7 @@
 
 #include "drawing/Drawing.h"
 #include "Areas.h"
+#include "seamparts.h"
 #include "softedges.h"
 
 #include <optional>
@@ -20,7 +21,10 @@ struct ShapeOutlines
 {
     std::vector<Outline> outlines;
     std::vector<std::size_t> firstPixel; // y * width + x
-    double precision = 0.0;              // what coordinates are worth, in pixels
+    // With whom each outline shares what; areas have the numbers of their first pixels' order.
+    // Empty where neighbours have outlines of their own.
+    std::vector<SharedParts> shared;
+    double precision = 0.0; // what coordinates are worth, in pixels
 };
 
 // As many as run at once here, at least 1.
