@@ -147,11 +147,16 @@ void refuseOthers(const QString &fileName, const std::string &input, const Setti
     }
 }
 
-// Whether the file is a picture in pixels that this program has not made.
+// Whether the file is a picture in pixels that this program has not made. A drawing that is made
+// anew, which is the usual case, tells at its first byte that it is none; to ask the toolkit takes
+// as long as tracing a small logo, since it loads the readers of all formats.
 bool isForeignImage(const QString &fileName)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray first = file.peek(1);
+    if (first == "<" || first == "{" || first.isEmpty())
         return false;
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);

@@ -3,6 +3,7 @@
 
 #include "failure.h"
 #include "gimppalette.h"
+#include "mostpages.h"
 #include "options.h"
 #include "pages.h"
 #include "suggest.h"

@@ -39,6 +39,8 @@ std::vector<int> pagesWithin(const PageRanges &ranges, int pages)
     for (const auto &range : ranges) {
         for (int page = range.first; page <= std::min(range.second, pages); ++page)
             found.push_back(page);
+        if (range.first == range.second && range.first > pages)
+            found.push_back(range.first); // asked for by its own number
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());

@@ -196,7 +196,7 @@ private:
             content += "S\n";
             return;
         }
-        if (alpha == 0)
+        if (alpha == 0 || (outline.isGround && !style.byLayer))
             return;
         opacity(alpha);
         fillColour(outline);
@@ -204,11 +204,12 @@ private:
             number(outline.seam);
             content += "w\n";
         }
-        path(outline.shape);
-        for (int hole : outline.holes)
-            path(drawing.outlines[static_cast<std::size_t>(hole)].shape);
+        path(style.byLayer ? outline.shape : filledShape(outline));
+        const std::vector<const Path *> holes = cutOutOf(outline, drawing, !style.byLayer);
+        for (const Path *hole : holes)
+            path(*hole);
         content += outline.seam > 0.0 ? 'B' : 'f';
-        content += outline.holes.empty() ? "\n" : "*\n";
+        content += holes.empty() ? "\n" : "*\n";
     }
 
     // Round ends and joins, drawn throughout, are what the page begins with.
