@@ -6,7 +6,9 @@
 
 #include "drawing/files.h"
 #include "drawing/output.h"
+#include "drawing/pdf.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
@@ -283,6 +285,21 @@ void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
             throw Failure(kFailed,
                           nameOf(output.fileName) + ": the picture does not fit into memory");
         if (!isStaged)
+            failToWrite(nameOf(output.fileName), error);
+    }
+}
+
+void stageBook(const std::vector<Output> &outputs, PdfBook *book, OutputFiles *files)
+{
+    QBuffer pages;
+    pages.open(QIODevice::WriteOnly);
+    book->write(&pages);
+    const auto write = [&pages](QIODevice *device) {
+        return device->write(pages.data()) == pages.data().size();
+    };
+    for (const Output &output : outputs) {
+        QString error;
+        if (!files->add(output.fileName, write, &error))
             failToWrite(nameOf(output.fileName), error);
     }
 }

@@ -155,6 +155,16 @@ const Gradient *gradientOf(const Drawing &drawing, const Outline &outline)
     return isUsable(gradient) ? &gradient : nullptr;
 }
 
+std::vector<const Path *> cutOutOf(const Outline &outline, const Drawing &drawing, bool withUnder)
+{
+    std::vector<const Path *> paths;
+    for (std::size_t k = 1; withUnder && k < outline.under.size(); ++k)
+        paths.push_back(&outline.under[k]);
+    for (int hole : outline.holes)
+        paths.push_back(&drawing.outlines[static_cast<std::size_t>(hole)].shape);
+    return paths;
+}
+
 QString layerName(const Outline &outline)
 {
     return outline.layer.isEmpty() ? QString(QLatin1Char('0')) : outline.layer;

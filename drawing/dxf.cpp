@@ -3,6 +3,7 @@
 
 #include "TextSink.h"
 #include "arcs.h"
+#include "coarseness.h"
 #include "dxf_entities.h"
 #include "inches.h"
 #include "pens.h"
@@ -48,12 +49,20 @@ QByteArray validName(const QString &name, bool old)
     return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
+// The tolerance is of no account where splines are written.
+DxfOptions coarserWhereNeeded(const Drawing &drawing, DxfOptions options)
+{
+    if (options.curves != DxfCurves::Spline || options.version == DxfVersion::R12 || options.join)
+        options.tolerance *= coarsenessOf(drawing);
+    return options;
+}
+
 class DxfWriter
 {
 public:
     DxfWriter(const Drawing &d, const DxfOptions &o, QIODevice *device)
-        : drawing(d), options(o), scale(d.unitsPerPixel()), sink(device), out(&sink.text()),
-          lineTypes(d, o.version), entities(&out, o.version, scale)
+        : drawing(d), options(coarserWhereNeeded(d, o)), scale(d.unitsPerPixel()), sink(device),
+          out(&sink.text()), lineTypes(d, o.version), entities(&out, o.version, scale)
     { }
 
     bool write()

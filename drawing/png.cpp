@@ -114,12 +114,15 @@ private:
 
     bool paintOutline(const Outline &outline)
     {
+        const bool isArea = outline.pen < 0 && !style.stroked;
+        if (isArea && (qAlpha(outline.colour) == 0 || outline.isGround))
+            return true;
         if (qAlpha(outline.colour) == 0 && !style.stroked)
             return true;
-        const bool stroked = style.stroked || outline.pen >= 0 || outline.seam > 0.0;
+        const bool stroked = !isArea || outline.seam > 0.0;
         QPainterPath path;
         elements = 0;
-        if (!addTo(&path, outline.shape, stroked))
+        if (!addTo(&path, isArea ? filledShape(outline) : outline.shape, stroked))
             return false;
         const QRgb colour
             = qAlpha(outline.colour) == 0 ? outline.colour | 0xFF000000u : outline.colour;
@@ -131,11 +134,12 @@ private:
             painter.strokePath(path, pen(colour, style.strokeWidth));
             return true;
         }
-        for (int hole : outline.holes) {
-            if (!addTo(&path, drawing.outlines[static_cast<std::size_t>(hole)].shape, stroked))
+        const std::vector<const Path *> holes = cutOutOf(outline, drawing, true);
+        for (const Path *hole : holes) {
+            if (!addTo(&path, *hole, stroked))
                 return false;
         }
-        path.setFillRule(outline.holes.empty() ? Qt::WindingFill : Qt::OddEvenFill);
+        path.setFillRule(holes.empty() ? Qt::WindingFill : Qt::OddEvenFill);
         const QBrush brush = brushOf(outline);
         painter.fillPath(path, brush);
         if (outline.seam > 0.0) {

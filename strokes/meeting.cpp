@@ -495,16 +495,16 @@ private:
             telling.push_back(measured.back());
             tellingWidths.push_back(widths.back());
         }
-        const bool round = hasRoundEnds(telling, tellingWidths, hard);
+        const EndForm form = formOfEnds(telling, tellingWidths, hard, measure.taken > 0.0);
         for (std::size_t k = 0; k < free.size(); ++k) {
-            const double less = round ? 0.5 * widths[k] : 0.0;
+            const double less = 0.5 * form.part * widths[k];
             Atom &ending = atom(free[k]);
             const double ink = std::max(
                 measured[k].middle,
                 lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])));
             ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
-        return round;
+        return form.round;
     }
 
     const Coverage &coverage;
