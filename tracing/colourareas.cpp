@@ -154,6 +154,14 @@ void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Ru
                runs);
 }
 
+// The runs were made between the picture and its labels, and part the room that these have left,
+// where a plane on a finer grid, which is a little larger than the picture, would then find none.
+void moveAside(Runs *runs)
+{
+    Runs copy = *runs;
+    *runs = std::move(copy);
+}
+
 } // namespace
 
 Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
@@ -196,6 +204,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     plane = LabelPlane();
     if (!shapes)
         separateAreas(&segmented.areas);
+    moveAside(&segmented.areas.runs);
     if (flat)
         segmented.engine = flat->engine;
     else
