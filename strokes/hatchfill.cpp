@@ -17,6 +17,7 @@ const double kFaint = 0.4;      // part of a line's own level that faint ink has
 const double kFaintest = 0.2;   // the same in every window of a gap
 const double kBetween = 0.4;    // of a line's level, what there is half way between two, at most
 const double kOneCarrier = 1.3; // pixels that pieces of a line may lie beside each other
+const double kCrumbPart = 0.5;  // of a hatch line, that what lies within it is long at most
 const double kFewPixels = 8.0;  // missing up to an outline, without any ink
 const double kUnseen = 10.0;    // the same for every pixel that noise may take
 const std::size_t kLeastOutline = 8; // cross-sections of a line that hatches end on
@@ -61,6 +62,7 @@ public:
                 reachOutlines(&strip);
         }
         addMissing();
+        dropCrumbs();
     }
 
 private:
@@ -156,6 +158,36 @@ private:
         sort();
     }
 
+    // Short lines within a hatch line whose slope noise has turned: they are drawn beside its ink.
+    void dropCrumbs()
+    {
+        for (const Strip &strip : strips) {
+            const Atom &line = atomOf(strip.atom);
+            if (!line.alive || line.role != Role::Hatch)
+                continue;
+            for (Atom &other : web.atoms) {
+                if (other.alive && &other != &line && other.shape <= Shape::Arc
+                    && other.role == Role::Line && isWithin(other.place[0], strip, line)
+                    && isWithin(other.place[1], strip, line)
+                    && length(other) < kCrumbPart * (strip.to - strip.from))
+                    absorb(&other, strip.atom);
+            }
+        }
+    }
+
+    static double length(const Atom &atom)
+    {
+        const Point way = atom.place[1] - atom.place[0];
+        return std::hypot(way.x, way.y);
+    }
+
+    bool isWithin(Point place, const Strip &strip, const Atom &line) const
+    {
+        const double at = fit::dot(place, u);
+        return at > strip.from - kOneCarrier && at < strip.to + kOneCarrier
+            && std::fabs(line.carrier.distance(place)) < kOneCarrier;
+    }
+
     bool join(std::size_t k, std::size_t i)
     {
         Strip &one = strips[k].from < strips[i].from ? strips[k] : strips[i];
@@ -169,12 +201,16 @@ private:
         const double gap = other.from - one.to;
         const Atom &longer = one.to - one.from > other.to - other.from ? a : b;
         const Atom &shorter = &longer == &a ? b : a;
-        if (gap < -kOneCarrier || std::fabs(longer.carrier.distance(shorter.place[0])) > kOneCarrier
+        if (std::fabs(longer.carrier.distance(shorter.place[0])) > kOneCarrier
             || std::fabs(longer.carrier.distance(shorter.place[1])) > kOneCarrier
-            || !(hasFaintInk(a.place[last], b.place[first], std::min(one.level, other.level))
+            || !(gap < kOneCarrier
+                 || hasFaintInk(a.place[last], b.place[first], std::min(one.level, other.level))
                  || (gap < unseenOf(longer) && !isCrossed(a, last, b, first))))
             return false;
-        become(&a, last, &b, first, int(one.atom));
+        if (other.to < one.to)
+            absorb(&b, one.atom); // drawn beside the same ink
+        else
+            become(&a, last, &b, first, one.atom);
         strips[k] = stripOf(one.atom);
         strips.erase(strips.begin() + std::ptrdiff_t(i));
         return true;
@@ -218,9 +254,14 @@ private:
             a->joint[end] = joints[end];
         }
         a->role = Role::Hatch;
-        b->alive = false;
-        b->heir = heir;
-        b->samples = std::vector<Section>();
+        absorb(b, heir);
+    }
+
+    static void absorb(Atom *atom, int heir)
+    {
+        atom->alive = false;
+        atom->heir = heir;
+        atom->samples = std::vector<Section>();
     }
 
     // Whether a place lies on an atom, not only on its carrier.
