@@ -23,6 +23,10 @@ const int kHighestDegree = 3; // the cost of a point grows with the square of th
 
 const int kMostDashes = 64;
 
+// Pixels an inch, where they are known: what coordinates are divided by.
+const double kLeastDpi = 1e-5;
+const double kMostDpi = 1e9;
+
 // An outline may be cut out of several that lie around each other, and is written with each of
 // them. Pieces that are written so, for each piece of the drawing: drawings of ours have at most a
 // handful. Below the second number nobody cares.
@@ -69,8 +73,9 @@ int wholeNumber(const QJsonValue &value, double least, double most, const char *
 double positive(const QJsonValue &value, const char *what)
 {
     const double number = value.toDouble(std::numeric_limits<double>::quiet_NaN());
-    if (!(number >= 0.0 && std::isfinite(number)))
-        refuse(QString::fromLatin1("%1 has to be a number of at least 0").arg(QLatin1String(what)));
+    if (!(number >= 0.0 && number <= kFarthest))
+        refuse(
+            QString::fromLatin1("%1 has to be a number from 0 to 1e300").arg(QLatin1String(what)));
     return number;
 }
 
@@ -187,20 +192,6 @@ void readShape(const QJsonObject &object, Path *shape)
     }
 }
 
-std::vector<double> readDashes(const QJsonObject &object, const char *name)
-{
-    const QString quoted = QString::fromLatin1("\"%1\"").arg(QLatin1String(name));
-    const QJsonArray array = list(member(object, name), quoted.toLatin1().constData());
-    if (array.size() > kMostDashes)
-        refuse(QString::fromLatin1("there are more than %1 dashes").arg(kMostDashes));
-    std::vector<double> dashes;
-    for (const QJsonValue &dash : array)
-        dashes.push_back(positive(dash, "a dash"));
-    if (!dashes.empty() && !(sumOf(dashes) > 0.0 && std::isfinite(sumOf(dashes))))
-        refuse("the dashes have no length");
-    return dashes;
-}
-
 Pen readPen(const QJsonObject &object)
 {
     Pen pen;
@@ -210,7 +201,13 @@ Pen readPen(const QJsonObject &object)
     const QJsonValue type = member(object, "type");
     if (!type.isUndefined() && !lineTypeOfName(type.toString(), &pen.lineType))
         refuse("\"type\" has to be \"continuous\", \"hidden\", \"center\", \"phantom\" or \"dot\"");
-    pen.dashes = readDashes(object, "dashes");
+    const QJsonArray dashes = list(member(object, "dashes"), "\"dashes\"");
+    if (dashes.size() > kMostDashes)
+        refuse(QString::fromLatin1("there are more than %1 dashes").arg(kMostDashes));
+    for (const QJsonValue &dash : dashes)
+        pen.dashes.push_back(positive(dash, "a dash"));
+    if (!pen.dashes.empty() && !(sumOf(pen.dashes) > 0.0 && std::isfinite(sumOf(pen.dashes))))
+        refuse("the dashes have no length");
     const QJsonValue ends = member(object, "ends");
     const QString name = ends.toString();
     if (!ends.isUndefined() && name != QLatin1String("round") && name != QLatin1String("flat"))
@@ -299,7 +296,6 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     outline.layer = text(member(object, "layer"), "\"layer\"");
     const QJsonValue seam = member(object, "seam");
     outline.seam = seam.isUndefined() ? 0.0 : positive(seam, "\"seam\"");
-    outline.seamDashes = readDashes(object, "seamDashes");
     const QJsonValue pen = member(object, "pen");
     if (!pen.isUndefined() && numbers.pens == 0)
         refuse("there are no pens");
@@ -313,6 +309,16 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, numbers.outlines - 1, "a hole"));
     readShape(object, &outline.shape);
+    for (const QJsonValue ring : list(member(object, "under"), "\"under\"")) {
+        outline.under.emplace_back();
+        readShape(ring.toObject(), &outline.under.back());
+    }
+    const QJsonValue ground = member(object, "ground");
+    if (!ground.isUndefined() && !ground.isBool())
+        refuse("\"ground\" of an outline has to be true or false");
+    outline.isGround = ground.toBool();
+    if (outline.pen >= 0 && (outline.isGround || !outline.under.empty()))
+        refuse("strokes are not filled: \"under\" and \"ground\" are of areas");
     return outline;
 }
 
@@ -406,6 +412,8 @@ Drawing readDrawing(const QJsonObject &object)
     drawing.width = wholeNumber(member(object, "width"), 0, kLargestSize, "\"width\"");
     drawing.height = wholeNumber(member(object, "height"), 0, kLargestSize, "\"height\"");
     drawing.dpi = positive(member(object, "dpi"), "\"dpi\"");
+    if (drawing.dpi != 0.0 && !(drawing.dpi >= kLeastDpi && drawing.dpi <= kMostDpi))
+        refuse("\"dpi\" has to be 0, or from 0.00001 to 1e9");
     const QJsonValue unit = member(object, "unit");
     if (!unit.isUndefined() && !unitOfName(unit.toString(), &drawing.unit))
         refuse("\"unit\" has to be \"px\", \"mm\" or \"in\"");

@@ -3,6 +3,9 @@
 
 #include "containment.h"
 #include "gradients.h"
+#include "underlap.h"
+
+#include "imaging/index.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,28 +30,34 @@ const double kSeamWidthOnOpaque = 0.5;
 const double kSeamWidthApart = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
 const double kSeamWidthAtRim = 0.25;
-// Along the boundary itself, below a neighbour whose own outline runs there exactly: nothing else
-// is painted over, and a pixel on the boundary is covered to 98 %.
-const double kSeamWidthOnBoundary = 1.5;
+
+// What writing each path takes.
+std::vector<double> numbersOf(const std::vector<fit::Path> &paths)
+{
+    std::vector<double> numbers;
+    for (const fit::Path &path : paths) {
+        double sum = 0;
+        for (const fit::Piece &piece : path.pieces)
+            sum += fit::priceOf(piece, fit::svgPrices());
+        numbers.push_back(sum);
+    }
+    return numbers;
+}
 
 class Arranger
 {
 public:
-    // `shapes` tells the first pixel of every outline's region, and what they share; it has to
-    // stay.
-    Arranger(const Areas &a, Connectivity connectivity, const ShapeOutlines &shapes,
+    // `sources` has the first pixel of every outline's region.
+    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
              std::vector<Outline> *o)
-        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height),
-          sharesBoundaries(!shapes.shared.empty()), outlines(o)
+        : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
     {
-        const std::vector<std::size_t> &sources = shapes.firstPixel;
         const Components components = findComponents(areas.runs, connectivity);
         neighbours = findNeighbours(areas.runs, components);
         parent = findParents(components, neighbours);
         regions = components.list;
         outlineOf.assign(regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
-        partsOf.assign(regions.size(), nullptr);
         for (std::size_t i = 0; i < sources.size(); ++i) {
             const auto found = std::lower_bound(regions.begin(), regions.end(), sources[i],
                                                 [](const Component &region, std::size_t pixel) {
@@ -58,8 +67,6 @@ public:
                 continue;
             regionOf[i] = static_cast<int>(found - regions.begin());
             outlineOf[at(regionOf[i])] = static_cast<int>(i);
-            if (sharesBoundaries)
-                partsOf[at(regionOf[i])] = &shapes.shared[i];
         }
     }
 
@@ -114,11 +121,6 @@ public:
     void closeSeams(const Drawing &drawing, bool apart)
     {
         const std::vector<int> places = placesInPainting(drawing, apart);
-        const bool hasGround = qAlpha(drawing.ground) != 0;
-        if (!apart && sharesBoundaries) {
-            closeBoundaries(drawing, places);
-            return;
-        }
         const std::vector<bool> touchesClear = findBesideClear();
         std::vector<bool> isStroked(regions.size(), false);
         std::vector<bool> isAbove(regions.size(), false);
@@ -126,7 +128,10 @@ public:
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
-            if ((nested && !apart) || !needsSeam(pair.first, pair.second, drawing, places))
+            const bool onGround
+                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
+            if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
+                || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
                 continue;
             const std::size_t below = places[a] < places[b] ? a : b;
             const std::size_t above = below == a ? b : a;
@@ -134,6 +139,7 @@ public:
             isStroked[spare ? above : below] = true;
             isAbove[above] = true;
         }
+        const bool hasGround = qAlpha(drawing.ground) != 0;
         const double usual = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) < 255)
@@ -150,6 +156,43 @@ public:
                 (*outlines)[i].seam = kSeamWidthApart;
             else if (!hasGround && (around == kInNothing || alphaOf(around) < 255))
                 (*outlines)[i].seam = kSeamWidthAtRim;
+        }
+    }
+
+    // Areas of true shapes reach under their later neighbours, and need no strokes. What has the
+    // ground's colour and lies on it alone is not filled.
+    void reachUnder(const Drawing &drawing, const FittedBoundaries &fitted)
+    {
+        std::vector<PaintedArea> painted(regions.size());
+        for (std::size_t r = 0; r < regions.size(); ++r)
+            painted[r].parent = parent[r];
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone)
+                continue;
+            PaintedArea &area = painted[at(regionOf[i])];
+            area.place = static_cast<int>(i);
+            area.isOpaque = alphaOf(regionOf[i]) == 255;
+            area.isGround = qAlpha(drawing.ground) != 0 && area.parent == kInNothing
+                && isOfColour(regionOf[i], drawing.ground);
+        }
+        std::vector<bool> showsThrough(regions.size(), false); // by itself, or what lies in it
+        for (std::size_t r = regions.size(); r-- > 0;) {
+            painted[r].isWholly = painted[r].isOpaque && !showsThrough[r];
+            if (!painted[r].isWholly && parent[r] != kInNothing)
+                showsThrough[at(parent[r])] = true;
+        }
+        const std::vector<Reach> reaches = reachesOf(fitted.map, painted, numbersOf(fitted.paths));
+        for (std::size_t r = 0; r < regions.size(); ++r) {
+            if (painted[r].place == kNone)
+                continue;
+            (*outlines)[at(painted[r].place)].isGround = reaches[r].onGround;
+            std::vector<Path> &under = (*outlines)[at(painted[r].place)].under;
+            for (const std::vector<uint32_t> &ring : reaches[r].rings)
+                under.push_back(fitted.pathAlong(ring.data(), ring.size(), false));
+            for (int taken : reaches[r].taken) {
+                for (int hole : (*outlines)[at(painted[at(taken)].place)].holes)
+                    under.push_back((*outlines)[at(hole)].shape);
+            }
         }
     }
 
@@ -216,42 +259,6 @@ public:
     }
 
 private:
-    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
-    // Whether hairlines between the two would show something else than their colours.
-    bool needsSeam(int a, int b, const Drawing &drawing, const std::vector<int> &places) const
-    {
-        return !isOfColour(a, drawing.ground) && !isOfColour(b, drawing.ground) && alphaOf(a) == 255
-            && alphaOf(b) == 255 && places[at(a)] != kNone && places[at(b)] != kNone;
-    }
-
-    // The same where neighbours share their boundaries: strokes along those alone.
-    void closeBoundaries(const Drawing &drawing, const std::vector<int> &places)
-    {
-        const bool hasGround = qAlpha(drawing.ground) != 0;
-        for (std::size_t i = 0; i < regionOf.size(); ++i) {
-            const int region = regionOf[i];
-            if (region == kNone || alphaOf(region) < 255)
-                continue;
-            Outline &outline = (*outlines)[i];
-            std::vector<bool> isBelow;
-            for (const SharedPart &part : *partsOf[at(region)]) {
-                const int other = part.neighbour;
-                isBelow.push_back(other >= 0 && parent[at(region)] != other
-                                  && parent[at(other)] != region
-                                  && needsSeam(region, other, drawing, places)
-                                  && places[at(region)] < places[at(other)]);
-            }
-            const int around = parent[at(region)];
-            if (std::find(isBelow.begin(), isBelow.end(), true) != isBelow.end()) {
-                outline.seam = kSeamWidthOnBoundary;
-                outline.seamDashes = seamDashes(*partsOf[at(region)], isBelow);
-            } else if (!hasGround && (around == kInNothing || alphaOf(around) < 255)) {
-                outline.seam = kSeamWidthAtRim;
-            }
-        }
-    }
-
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
@@ -318,14 +325,12 @@ private:
     const std::vector<QRgb> &colours;
     int width; // of the grid
     int height;
-    bool sharesBoundaries; // neighbours do, exactly
     std::vector<Component> regions;
     std::vector<Neighbours> neighbours;
     std::vector<int> parent; // of every region
     std::vector<Outline> *outlines;
-    std::vector<int> outlineOf;               // of every region
-    std::vector<int> regionOf;                // of every outline
-    std::vector<const SharedParts *> partsOf; // of every region; nothing where none are known
+    std::vector<int> outlineOf; // of every region
+    std::vector<int> regionOf;  // of every outline
 };
 
 // From the grid, y downwards, to the drawing.
@@ -374,8 +379,9 @@ QString layerOfColour(QRgb colour)
 namespace {
 
 // Of a drawing that has its outlines and its size.
-void arrange(const ShapeOutlines &shapes, const Areas &areas, Connectivity connectivity,
-             Painting painting, const Composition &composition, Drawing *result)
+void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
+             Connectivity connectivity, Painting painting, const Composition &composition,
+             const FittedBoundaries *fitted, Drawing *result)
 {
     Drawing &drawing = *result;
     if (drawing.outlines.empty())
@@ -390,7 +396,7 @@ void arrange(const ShapeOutlines &shapes, const Areas &areas, Connectivity conne
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
     if (opaque && !coloured && !apart && composition.frame)
         return;
-    Arranger arranger(areas, connectivity, shapes, &drawing.outlines);
+    Arranger arranger(areas, connectivity, firstPixels, &drawing.outlines);
     if (apart)
         arranger.cutAll();
     else
@@ -402,10 +408,39 @@ void arrange(const ShapeOutlines &shapes, const Areas &areas, Connectivity conne
     // What is left of the paper would lie on the ground, which is the page as well.
     if (!composition.frame && arranger.dropFrame())
         drawing.ground = 0;
-    if (composition.trapping && (coloured || composition.byLayer))
+    if (composition.trapping && coloured && !apart && fitted)
+        arranger.reachUnder(drawing, *fitted);
+    else if (composition.trapping && (coloured || composition.byLayer))
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);
+}
+
+// Larger areas first, with all that they enclose: what lies in another one still comes after it,
+// and of neighbours the smaller one is painted over the larger one, which then reaches under
+// little.
+void sortBySize(ShapeOutlines *shapes)
+{
+    const BoundaryMap &map = shapes->boundaries->map;
+    std::vector<int64_t> size(shapes->outlines.size());
+    std::vector<std::size_t> order(size.size());
+    std::size_t area = 0; // both are in the order of their first pixels
+    for (std::size_t i = 0; i < size.size(); ++i, ++area) {
+        while (map.areas.list[area].firstPixel != shapes->firstPixel[i])
+            ++area;
+        size[i] = enclosedArea(map, map.firstRing[area]);
+        order[i] = i;
+    }
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return size[a] > size[b]; });
+    std::vector<Outline> outlines;
+    std::vector<std::size_t> firstPixel;
+    for (std::size_t i : order) {
+        outlines.push_back(std::move(shapes->outlines[i]));
+        firstPixel.push_back(shapes->firstPixel[i]);
+    }
+    shapes->outlines.swap(outlines);
+    shapes->firstPixel.swap(firstPixel);
 }
 
 } // namespace
@@ -436,8 +471,12 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connec
     Drawing drawing;
     drawing.width = areas.runs.width / upsampling;
     drawing.height = areas.runs.height / upsampling;
+    const bool apart = composition.byLayer || !composition.onlyColours.empty();
+    if (shapes.boundaries && painting == Painting::Areas && !apart)
+        sortBySize(&shapes);
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes, areas, connectivity, painting, composition, &drawing);
+    arrange(shapes.firstPixel, areas, connectivity, painting, composition, shapes.boundaries.get(),
+            &drawing);
     setGradients(areas.ramps, &drawing);
     return drawing;
 }
