@@ -1,6 +1,7 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Areas for maps: GeoJSON and TopoJSON, placed by a world file or by the tags of a GeoTIFF, read by OGR."""
 import json
+import os
 import unittest
 from random import Random
 
@@ -105,6 +106,12 @@ class Maps(OptionsTest):
         self.write("a.pgw", b"2.0 0 0 -2 1001\n")
         self.assert_refused("a.png", "-p", "logo", "-o", "b.geojson", code=3, words="six numbers are expected of a world file")
         self.run_program("a.png", "-p", "logo", "-o", "a.svg")  # which asks for no place
+
+    def test_a_pipe_is_no_world_file(self):
+        self.write("a.png", png(60, 40, land))
+        os.mkfifo(self.path("a.pgw"))
+        self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
+        self.assertAlmostEqual(sum(self.areas("a.geojson").values()), 60 * 40, 3)
 
     def test_tags_of_a_geotiff(self):
         for place, kind in ((500000, 10, 0, 4600000, 0, -10), "upright"), ((500000, 6, 8, 4600000, 8, -6), "turned"):
