@@ -3,7 +3,9 @@
 
 #include "Picture.h"
 #include "colourfeatures.h"
+#include "dither.h"
 #include "failure.h"
+#include "flattones.h"
 #include "onehue.h"
 #include "scan.h"
 
@@ -25,12 +27,24 @@ const double kColouredShare = 0.01;
 const double kClearShare = 0.002;
 // Line art: so much of the variance of lightness is left within ink and within paper (unevenness).
 const double kTwoValued = 0.2;
+// The same once the light is evened out, where the paper is there throughout.
+const double kTwoValuedOnPaper = 0.25;
 // The same with more ink than pages have: at twice as much 13 of 212 wallpapers would be line art.
 const double kPurelyTwoValued = 0.1;
 const double kInkOfPages = 0.25;
 // Drawn in steps of grey and no line art: so few greys, and more unevenness than a scan's noise.
 const int kFewGreys = 8; // distinct colours
 const double kPureGreys = 0.02;
+// And no line art but drawn in grey: areas of so many lightnesses, two of them pure that are both
+// ink or both paper, or one that is neither; or a picture with more ink than pages have in which so
+// much of the variance is that of calm areas that are not flat.
+const std::size_t kDrawnTones = 3;
+const int kDarkestGrey = 64;
+const int kLightestGrey = 192;
+const int kCalmPart = 8; // of the contrast, from pixel to pixel
+const double kShaded = 0.03;
+// White on black: so much of the black is flat.
+const double kFlatGround = 0.5;
 // Grey lines on transparency have so many edge pixels, grey shaded objects fewer.
 const double kLineEdges = 0.45;
 // Logos: so many visible pixels lie in flat areas of the 16 commonest colours, ...
@@ -45,6 +59,8 @@ const double kNoEdges = 0.0005;
 // Text on coloured paper: runs of ink of so many pixels at most, or of such a part of the width.
 const double kShortRun = 8.0;
 const double kShortPart = 0.02;
+// Logos as well: so many lie in a pattern of two colours that look alike, beside flat ones.
+const double kDithered = 0.1;
 // Posters: so many lie in flat areas and at most so many on edges.
 const double kSmooth = 0.3;
 const double kFewEdges = 0.03;
@@ -79,23 +95,77 @@ Split splitOf(const Histogram &counts)
 // Nothing like ink on paper where the light is even anyway.
 Split splitInEvenLight(Picture *picture)
 {
-    if (!isUnevenlyLit(picture->tones()) || picture->evenlyLit().isNull())
+    const Tones &tones = picture->tones();
+    if (!(isUnevenlyLit(tones) || isGraduallyLit(tones)) || picture->evenlyLit().isNull())
         return Split();
     return splitOf(tonesOf(picture->evenlyLit()).counts);
 }
 
-// Whether an opaque grey picture of that many colours is ink on paper.
+// The mean of the light side of a threshold less that of the dark one.
+double contrastOf(const Histogram &counts, int threshold)
+{
+    double pixels[2] = { 0.0, 0.0 };
+    double sums[2] = { 0.0, 0.0 };
+    for (int v = 0; v < 256; ++v) {
+        const double count = counts[static_cast<std::size_t>(v)];
+        pixels[v > threshold] += count;
+        sums[v > threshold] += count * v;
+    }
+    return sums[1] / pixels[1] - sums[0] / pixels[0];
+}
+
+// What areas tell of a grey picture where the counts alone are those of ink and paper.
+struct GreyAreas
+{
+    bool drawn = false; // in more lightnesses than two, or in others
+    double shading = 0.0;
+    double flatInk = 0.0; // share of the ink
+};
+
+GreyAreas greyAreasOf(Picture *picture)
+{
+    const Histogram &counts = picture->tones().counts;
+    const int threshold = otsuThreshold(counts);
+    const int reach = static_cast<int>(contrastOf(counts, threshold)) / kCalmPart;
+    const FlatTones tones = flatTonesOf(picture->grey(), reach);
+    const auto sumOfInk = [&](const Histogram &of) {
+        return std::accumulate(of.begin(), of.begin() + threshold + 1, 0.0);
+    };
+    GreyAreas areas;
+    areas.shading = shading(tones, threshold);
+    areas.flatInk = sumOfInk(tones.flat) / std::max(1.0, sumOfInk(tones.all));
+    const std::vector<DrawnTone> drawn = drawnTones(tones);
+    int pure[2] = { 0, 0 };
+    for (const DrawnTone &tone : drawn) {
+        pure[tone.first > threshold] += tone.isPure();
+        areas.drawn |= tone.first > kDarkestGrey && tone.last < kLightestGrey;
+    }
+    areas.drawn |= drawn.size() >= kDrawnTones || pure[0] > 1 || pure[1] > 1;
+    return areas;
+}
+
+// Whether an opaque grey picture of that many colours is ink on paper, or shaded like a photograph.
 std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
 {
     if (colours <= 2)
         return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
     const Split split = splitOf(picture->tones().counts);
     const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
-    const double most = split.ink <= kInkOfPages ? kTwoValued : kPurelyTwoValued;
-    if (split.uneven < most && !inSteps)
-        return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
+    if (split.uneven < kTwoValued && !inSteps) {
+        const GreyAreas areas = greyAreasOf(picture);
+        const bool isPage = split.ink <= kInkOfPages;
+        const bool isNegative = 1.0 - split.ink <= kInkOfPages && areas.flatInk >= kFlatGround;
+        const bool isPure = split.uneven < kPurelyTwoValued;
+        if (!isPage && (isNegative || isPure) && areas.shading > kShaded)
+            return Classification { Kind::Photo, "grey, both lightnesses are shaded" };
+        if (areas.drawn)
+            return std::nullopt;
+        if (isPage || isNegative || isPure)
+            return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
+    }
     const Split even = inSteps ? Split() : splitInEvenLight(picture);
-    if (even.uneven < kTwoValued && even.ink <= kInkOfPages)
+    const double limit = isGraduallyLit(picture->tones()) ? kTwoValuedOnPaper : kTwoValued;
+    if (even.uneven < limit && even.ink <= kInkOfPages && !greyAreasOf(picture).drawn)
         return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
     return std::nullopt;
 }
@@ -197,6 +267,13 @@ Classification classify(Picture *picture)
     if (!found)
         found = kindOfColours(image.size(), shares, features.colours);
     const bool isShaded = found->kind == Kind::Photo || found->kind == Kind::Poster;
+    if (isShaded && shares.edges > kNoEdges) {
+        const double dithered = ditheredShare(image);
+        if (dithered >= kDithered && dithered + shares.flat >= kFlatInFewColours)
+            return { Kind::Logo,
+                     percent(shares.flat) + " in flat areas, " + percent(dithered)
+                         + " in patterns of two colours" };
+    }
     if (isShaded && !shares.isGrey && shares.clear <= kClearShare) {
         if (const auto page = asInkOnColouredPaper(picture, image))
             return *page;

@@ -5,6 +5,7 @@
 #include "tones.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace ztrace {
@@ -19,6 +20,9 @@ const double kGradually = 0.2;   // largest step from tile to tile
 const double kMargin = 0.05;     // of paper above a threshold
 const double kInk = 0.15;        // tiles below are solid ink
 const double kLeastShare = 0.01; // of tiles in the shade
+// Paper of a page: from tile to tile it changes by so much more on so few borders of tiles.
+const double kGentleStep = 0.08;
+const double kRoughBorders = 0.04;
 // A drawing that is no scan: its ground has so many of the pixels, of its very lightness, ...
 const double kPureGround = 0.5;
 const int kNoiseReach = 3; // ... and so few of them are so near to it, ...
@@ -159,6 +163,24 @@ public:
         const std::vector<bool> counted
             = reachedFrom(start, [&shade](std::size_t, std::size_t to) { return bool(shade[to]); });
         return double(std::count(counted.begin(), counted.end(), true)) / double(papers.size());
+    }
+
+    // Share of the borders between tiles where the paper changes by more than that.
+    double shareOfSteps(double step) const
+    {
+        double borders = 0.0;
+        double steps = 0.0;
+        const auto count = [&](std::size_t a, std::size_t b) {
+            borders += 1.0;
+            steps += std::fabs(papers[a] - papers[b]) > step;
+        };
+        for (std::size_t i = 0; i < papers.size(); ++i) {
+            if (static_cast<int>(i) % columns + 1 < columns)
+                count(i, i + 1);
+            if (i + static_cast<std::size_t>(columns) < papers.size())
+                count(i, i + static_cast<std::size_t>(columns));
+        }
+        return borders > 0.0 ? steps / borders : 1.0;
     }
 
     double range = 1.0; // from ink to the lightest paper
@@ -340,6 +362,15 @@ bool isUnevenlyLit(const Tones &tones)
     tiles.scale(ink);
     const double below = (otsuThreshold(tones.counts) - ink) / tiles.range + kMargin;
     return tiles.shareInShade(below) >= kLeastShare;
+}
+
+bool isGraduallyLit(const Tones &tones)
+{
+    if (tones.papers.empty() || tones.lightnesses() <= 2)
+        return false;
+    Tiles tiles(tones);
+    tiles.scale(inkIn(tones.counts));
+    return tiles.shareOfSteps(kGentleStep) <= kRoughBorders;
 }
 
 } // namespace ztrace

@@ -47,6 +47,10 @@ double unevenness(const Histogram &counts, int threshold);
 // ink. Grey areas with edges do not count.
 bool isUnevenlyLit(const Tones &tones);
 
+// Whether there is paper everywhere, and its light changes gradually from tile to tile, as on a
+// page and hardly ever in a photograph.
+bool isGraduallyLit(const Tones &tones);
+
 } // namespace ztrace
 
 #endif

@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// A hundred drawn pictures and the preset that each should get.
+// 170 drawn pictures and the preset that each should get.
 #include "imaging/Picture.h"
 #include "imaging/classify.h"
 
@@ -229,6 +229,88 @@ QImage scenery(Dice *dice)
     return asJpeg(withNoise(image, dice, 6), 90);
 }
 
+// Fields and a bar in greys that are near each other.
+QImage greyDialog(Dice *dice)
+{
+    const int ground = dice->between(225, 240);
+    const int bar = ground - dice->between(14, 30);
+    return drawn(340, 260, QColor(ground, ground, ground), [&](QPainter *painter) {
+        painter->fillRect(0, 0, 340, 22, QColor(bar, bar, bar + 2));
+        for (int row = 0; row < 8; ++row) {
+            painter->setPen(QPen(QColor(35, 38, 41), 1.1));
+            lettering(painter, dice, QPointF(14, 36 + row * 27), 9, dice->between(6, 14));
+            painter->fillRect(190, 30 + row * 27, 130, 20, Qt::white);
+        }
+    });
+}
+
+// The ground of a toolkit that paints what lies between two colours in a pattern of both.
+QImage ditheredDialog(Dice *dice)
+{
+    QImage image = dialog(dice);
+    const QRgb ground = image.pixel(2, 250);
+    for (int y = 0; y < image.height(); y += 2) {
+        for (int x = y / 2 % 2; x < image.width(); x += 2) {
+            if (image.pixel(x, y) == ground)
+                image.setPixel(x, y, qRgb(239, 238, 238));
+        }
+    }
+    for (int y = 30; y < 230; y += 27) { // shaded fields
+        for (int x = 191; x < 340; ++x) {
+            for (int k = 0; k < 18; ++k)
+                image.setPixel(x, y + k, qRgb(230 + k, 231 + (x + k) % 7, 228 + k));
+        }
+    }
+    return image;
+}
+
+// Two greys in areas, neither of them ink or paper.
+QImage greyMap(Dice *dice)
+{
+    const int land = dice->between(110, 170);
+    return drawn(300, 240, Qt::black, [&](QPainter *painter) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(QColor(land, land, land));
+        for (int k = 0; k < 6; ++k)
+            painter->drawEllipse(QPoint(dice->between(60, 240), dice->between(60, 180)), 60, 50);
+    });
+}
+
+// A light sky over dark, rough ground: two lightnesses on the whole, each of them shaded.
+QImage greyScenery(Dice *dice)
+{
+    const int horizon = dice->between(90, 130);
+    QImage image(280, 220, QImage::Format_Grayscale8);
+    for (int y = 0; y < 220; ++y) {
+        for (int x = 0; x < 280; ++x) {
+            const double wave = std::sin(x / 23.0) * std::sin(y / 11.0);
+            const double light = y < horizon ? 235.0 - 0.55 * y + 6.0 * wave
+                                             : 30.0 + 0.3 * (y - horizon) + 22.0 * wave;
+            image.scanLine(y)[x] = uchar(std::max(0.0, light + dice->between(-4, 4)));
+        }
+    }
+    return image;
+}
+
+// Darker from one side to the other, though never as dark as the ink.
+QImage fallingLight(Dice *dice)
+{
+    QImage page = scannedText(dice);
+    const int fall = dice->between(40, 55);
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = 0; x < page.width(); ++x) {
+            const int light = std::max(0, qGray(page.pixel(x, y)) - fall * x / page.width());
+            page.setPixel(x, y, qRgb(light, light, light));
+        }
+    }
+    return page;
+}
+
+QImage whiteOnBlack(Dice *dice)
+{
+    return pageOf(dice, Qt::black, Qt::white);
+}
+
 struct Row
 {
     const char *name;
@@ -248,6 +330,12 @@ const Row kRows[] = {
     { "icon", icon, Kind::Logo },
     { "gradient", gradient, Kind::Photo },
     { "scenery", scenery, Kind::Photo },
+    { "grey dialog", greyDialog, Kind::Logo },
+    { "dithered dialog", ditheredDialog, Kind::Logo },
+    { "grey map", greyMap, Kind::Logo },
+    { "grey scenery", greyScenery, Kind::Photo },
+    { "page in falling light", fallingLight, Kind::LineArt },
+    { "white on black", whiteOnBlack, Kind::LineArt },
 };
 
 } // namespace
