@@ -3,7 +3,9 @@
 
 #include "failure.h"
 #include "gimppalette.h"
+#include "mostpages.h"
 #include "options.h"
+#include "pages.h"
 #include "suggest.h"
 
 #include "drawing/formats.h"
@@ -14,8 +16,6 @@
 namespace ztrace {
 
 namespace {
-
-const int kMostPages = 100000;
 
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },

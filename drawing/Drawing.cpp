@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "Drawing.h"
 
+#include "inches.h"
+
 #include <QHash>
 
 #include <algorithm>
@@ -10,7 +12,6 @@ namespace ztrace {
 
 namespace {
 
-const double kMillimetresPerInch = 25.4;
 const double kPointsPerInch = 72.0;
 const char *const kUnitNames[] = { "px", "mm", "in" }; // in the order of the type
 

@@ -61,6 +61,7 @@ private:
             text += ',';
             appendNumber(&text, points[k].y, shapes.decimals());
             text += ']';
+            sink.flushIfLarge();
         }
         text += ']';
     }

@@ -2,6 +2,8 @@
 #include "mapshapes.h"
 
 #include "TextSink.h"
+#include "coarseness.h"
+#include "pens.h"
 #include "pieces.h"
 #include "text.h"
 
@@ -15,9 +17,8 @@ namespace ztrace {
 
 namespace {
 
-const double kFlatness = 0.02; // pixels: what boundaries keep between them, so that none cross
-const double kFinest = 1e-4;   // pixels that coordinates are rounded to, so that rings stay simple
-const std::size_t kLeast = 4;  // points of a ring, the first one again at its end
+const double kFinest = 1e-4;  // pixels that coordinates are rounded to, so that rings stay simple
+const std::size_t kLeast = 4; // points of a ring, the first one again at its end
 const int kMostDecimals = 15;
 
 bool isBefore(const Point &a, const Point &b)
@@ -36,14 +37,14 @@ PathPiece reversed(PathPiece piece)
 
 // Appends points without the start. A boundary that two areas share in opposite directions has the
 // same points in both.
-void appendPoints(const PathPiece &piece, std::vector<Point> *points)
+void appendPoints(const PathPiece &piece, double flatness, std::vector<Point> *points)
 {
     if (!isBefore(piece.end, piece.start)) {
-        flatten(piece, kFlatness, points);
+        flatten(piece, flatness, points);
         return;
     }
     std::vector<Point> backwards;
-    flatten(reversed(piece), kFlatness, &backwards);
+    flatten(reversed(piece), flatness, &backwards);
     backwards.pop_back();
     points->insert(points->end(), backwards.rbegin(), backwards.rend());
     points->push_back(piece.end);
@@ -52,7 +53,8 @@ void appendPoints(const PathPiece &piece, std::vector<Point> *points)
 } // namespace
 
 MapShapes::MapShapes(const Drawing &d, int decimalsOfPixels)
-    : drawing(d), height(d.height > 0 ? d.height : 0), places(decimalsFor(decimalsOfPixels))
+    : drawing(d), height(d.height > 0 ? d.height : 0), places(decimalsFor(decimalsOfPixels)),
+      flatness(kUsualFlatness * coarsenessOf(d))
 { }
 
 // Length of the shorter side of a pixel, in units of the coordinates.
@@ -122,7 +124,7 @@ void MapShapes::appendProperties(const Outline &outline, std::string *text) cons
     if (qAlpha(outline.colour) < 255)
         properties.insert(QLatin1String("alpha"), qAlpha(outline.colour) / 255.0);
     if (outline.pen >= 0)
-        properties.insert(QLatin1String("width"), drawing.pens[std::size_t(outline.pen)].width);
+        properties.insert(QLatin1String("width"), penOf(drawing, outline).width);
     *text += QJsonDocument(properties).toJson(QJsonDocument::Compact);
 }
 
@@ -135,7 +137,7 @@ Ring MapShapes::pointsOf(const Path &shape) const
         return points;
     points.push_back(pieces.front().start);
     for (const PathPiece &piece : pieces)
-        appendPoints(piece, &points);
+        appendPoints(piece, flatness, &points);
     return points;
 }
 

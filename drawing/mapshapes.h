@@ -52,6 +52,7 @@ private:
     const Drawing &drawing;
     const double height;
     const int places;
+    const double flatness; // pixels that lines may be from the curves that they stand for
 };
 
 } // namespace ztrace

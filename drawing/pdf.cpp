@@ -3,6 +3,7 @@
 
 #include "TextSink.h"
 #include "pdf_gradients.h"
+#include "pdf_pages.h"
 #include "pens.h"
 #include "pieces.h"
 #include "text.h"
@@ -31,6 +32,8 @@ public:
         places.append(0);
         return places.size();
     }
+
+    int objects() const { return places.size(); }
 
     void object(int number, const QByteArray &body)
     {
@@ -367,6 +370,30 @@ void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
         = resourcesOf(content, style.stroked ? QByteArray() : pdfPatterns(drawing), layers, &file,
                       &parts->groups);
     file.object(page, pageBody(drawing, parts->pages, contents, resources));
+    addKid(page);
+}
+
+bool PdfBook::addPage(const QByteArray &file)
+{
+    PdfPage page;
+    if (!takePdfPage(file, &page))
+        return false;
+    const int more = parts->file.objects() + 1 - kPdfFirstOfPage;
+    for (std::size_t i = 0; i < page.objects.size(); ++i)
+        parts->file.reserve();
+    const int contents = kPdfFirstOfPage + 1; // has no references, but any bytes
+    for (const PdfPage::Object &object : page.objects) {
+        parts->file.object(object.number + more,
+                           object.number == contents ? object.body
+                                                     : renumberedPdf(object.body, more));
+    }
+    parts->groups += renumberedPdf(page.groups, more);
+    addKid(kPdfFirstOfPage + more);
+    return true;
+}
+
+void PdfBook::addKid(int page)
+{
     parts->kids += (parts->count > 0 ? " " : "") + reference(page);
     ++parts->count;
 }

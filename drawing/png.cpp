@@ -2,6 +2,7 @@
 #include "png.h"
 
 #include "TextSink.h"
+#include "inches.h"
 #include "pens.h"
 #include "pieces.h"
 
@@ -20,7 +21,7 @@ namespace {
 const double kArcTolerance = 0.001;  // pixels
 const double kDot = 0.001;           // widths; the painter draws no dash without length
 const double kMostDashes = 100000.0; // of a stroke; more are drawn throughout
-const double kInchesPerMetre = 1000.0 / 25.4;
+const double kInchesPerMetre = 1000.0 / kMillimetresPerInch;
 
 // The toolkit's painter takes memory without looking whether it has got it, and ends the process
 // where it has not. So it is asked for before, in bytes. Measured on outlines of 5000 and 20,000

@@ -130,6 +130,7 @@ private:
                 appendNumber(&text, point.y);
             }
             text += ']';
+            sink.flushIfLarge();
         }
         text += ']';
     }

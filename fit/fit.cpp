@@ -64,45 +64,60 @@ std::vector<Span> refined(const Table &table, const std::vector<Span> &spans, co
     return mergeSteps(table, better.empty() ? spans : better);
 }
 
-// A closed chain is cut where it turns least, then twice where the last answer had a break half way
-// round, so that every break is refined with points to both its sides.
+// The break of the sharpest corner of those about half way round: where two pieces meet sharply,
+// their fits tell the place, whichever of the points beside it belongs to which.
+std::size_t sharpestHalfWay(const Points &points, const std::vector<Span> &spans)
+{
+    const std::size_t count = spans.size();
+    std::size_t sharpest = (count + 1) / 2;
+    double least = 2;
+    for (std::size_t k = std::max<std::size_t>(1, count / 4);
+         k < std::min(count, 2 + 3 * count / 4); ++k) {
+        const double cosine
+            = dot(endOf(points, spans[k - 1]).tangent, startOf(points, spans[k]).tangent);
+        if (cosine < least) {
+            least = cosine;
+            sharpest = k;
+        }
+    }
+    return sharpest;
+}
+
+// The chain begins with span `begin`.
+void rotateTo(std::size_t begin, Points *points, std::vector<Span> *spans)
+{
+    const int start = (*spans)[begin].first;
+    const int n = points->size();
+    *points = rotated(*points, start);
+    std::rotate(spans->begin(), spans->begin() + static_cast<std::ptrdiff_t>(begin), spans->end());
+    for (Span &span : *spans) {
+        span.first = (span.first - start + n) % n;
+        span.last = (span.last - start + n - 1) % n + 1;
+    }
+}
+
+// A closed chain is cut where it turns least, then where the answer has a sharp corner, so that the
+// breaks beside the first cut are refined as well.
 std::vector<Span> spansOfClosed(Points *points, const Settings &settings,
                                 const Judgement &judgement)
 {
     *points = rotated(*points, flattestBreak(*points));
+    const bool few = points->size() < kShortChain;
     std::vector<Span> spans;
-    const int radius = settings.search.refinement;
-    int seam = 0; // the span that begins where the chain was cut before
-    for (int round = 0; round < 3; ++round) {
+    {
         const Sums sums(*points);
         const Table table = { *points, sums, settings.prices, judgement };
-        if (round == 0) {
-            const bool few = points->size() < kShortChain;
-            spans = runProgram(table,
-                               few ? Reach::every(points->size())
-                                   : Reach::lattice(*points, settings.search))
-                        .spans;
-        } else {
-            const Reach reach = round == 1 ? Reach::refinement(table, spans, radius)
-                                           : Reach::seam(table, spans, seam, radius);
-            spans = refined(table, spans, reach);
-        }
-        if (round == 2 || spans.size() < 2)
-            break;
-        // The middle span's begin becomes the first point.
-        const std::size_t middle = (spans.size() + 1) / 2;
-        const int start = spans[middle].first;
-        const int n = points->size();
-        *points = rotated(*points, start);
-        std::rotate(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(middle),
-                    spans.end());
-        seam = static_cast<int>(spans.size() - middle);
-        for (Span &span : spans) {
-            span.first = (span.first - start + n) % n;
-            span.last = (span.last - start + n - 1) % n + 1;
-        }
+        spans = runProgram(table,
+                           few ? Reach::every(points->size())
+                               : Reach::lattice(*points, settings.search))
+                    .spans;
     }
-    return spans;
+    if (spans.size() < 2)
+        return spans;
+    rotateTo(sharpestHalfWay(*points, spans), points, &spans);
+    const Sums sums(*points);
+    const Table table = { *points, sums, settings.prices, judgement };
+    return refined(table, spans, Reach::refinement(table, spans, settings.search.refinement));
 }
 
 std::vector<Span> spansOfOpen(const Table &table, const Search &search)

@@ -52,23 +52,24 @@ inline Prices hostPrices()
 enum class Meeting { OfOutlines, OfCentreLines };
 
 // How closely breaks are searched, in points. Finer finds short arcs between lines, and costs time:
-// on clean one-bit drawings F1 of centred arcs is .40 with 2, 1, 2 and .64 with 1, 2, 3; outlines,
-// whose chains are many times longer, win nothing (docs/fit/program.md).
+// on clean one-bit drawings F1 of centred arcs is .40 with 2, 1, 2 and .64 with 1, 2, 3;
+// outlines, whose chains are many times longer, win nothing (docs/fit/program.md).
 struct Search
 {
     int fineStep = 2;    // between the ends of short spans; a power of two
     int cornerReach = 1; // breaks to both sides of a corner that are always looked at
-    int refinement = 2;  // breaks to both sides of the lattice's answer
+    int refinement = 1;  // breaks to both sides of the lattice's answer
 };
 
 // How distances become misfit, in nats: with c the sum of (distance / sigma) squared over n points,
 // slope * max(0, c - slack * n) + leak * c.
 //
-// Soft edges have errors like noise, so half of c (docs/fit/program.md, "Price"). A staircase is no
-// noise: below what its steps make anyway, there is next to nothing to gain.
+// Neither a staircase nor a soft edge has errors like noise (docs/fit/program.md, "Price"): below
+// what the steps of the one and the chords that renderers draw the other with make anyway, there is
+// next to nothing to gain.
 struct Judgement
 {
-    double lambda; // nats a number; 3 to 8 hardly differ
+    double lambda; // nats a number
     double slope;
     double slack;
     double leak;
@@ -91,7 +92,7 @@ struct Judgement
 inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
-        return { 5, 0.5, 0, 0, 4, 2, Meeting::OfOutlines };
+        return { 2.5, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
     return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines, 0.4, 10 };
 }
 

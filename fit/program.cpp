@@ -66,8 +66,7 @@ const std::size_t kMostKept = 1 << 14;
 
 bool mayBeShort(const Table &table, const Reach &reach)
 {
-    return reach.mayCut() && table.points.edge == Edge::Soft
-        && table.judgement.meeting == Meeting::OfOutlines;
+    return reach.mayCut() && table.judgement.meeting == Meeting::OfOutlines;
 }
 
 class Program : private Room

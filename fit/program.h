@@ -20,8 +20,6 @@ public:
     static Reach every(int size);
     static Reach lattice(const Points &points, const Search &search = Search());
     static Reach refinement(const Table &table, const std::vector<Span> &spans, int radius);
-    // A refinement near the begin of one span only; the other breaks stay or vanish.
-    static Reach seam(const Table &table, const std::vector<Span> &spans, int span, int radius);
 
     // The ends of spans from break `first`, ascending in length; empty where no span begins.
     void endsFrom(int first, std::vector<int> *ends) const;
@@ -33,7 +31,6 @@ public:
     }
 
 private:
-    static Reach around(const Table &table, const std::vector<Span> &spans, int radius, int seam);
     enum class Kind { Every, Lattice, Refinement };
     void latticeEnds(int first, std::vector<int> *ends) const;
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 namespace ztrace::fit {
 
@@ -25,11 +24,13 @@ const double kLeastTurn = 0.06;
 const int kFlatReach = 8;
 // Spans of the earlier answer that one of a refinement may replace.
 const int kMostMerged = 3;
+// Beside a span of fewer cracks a break is looked for so many points farther: corners nearer to
+// each other than the chords of the turns hide each other.
+const int kShortSpan = 6;
+const int kMoreOfShort = 1;
 // Numbers by which the way to a break may be dearer than the earlier answer's: points that go over
 // to the next span take their misfit with them.
 const double kRoomForBetter = 6;
-// Breaks to both sides of the place where a closed chain was cut that have not been refined yet.
-const int kSeamReach = 2;
 
 // 1 - cosine of the turn at every point; 0 where the chain ends too near.
 std::vector<double> turns(const Points &points)
@@ -133,16 +134,6 @@ Reach Reach::lattice(const Points &points, const Search &search)
 
 Reach Reach::refinement(const Table &table, const std::vector<Span> &spans, int radius)
 {
-    return around(table, spans, radius, -1);
-}
-
-Reach Reach::seam(const Table &table, const std::vector<Span> &spans, int span, int radius)
-{
-    return around(table, spans, radius, span);
-}
-
-Reach Reach::around(const Table &table, const std::vector<Span> &spans, int radius, int seam)
-{
     Reach reach;
     const int size = table.points.size();
     reach.kind = Kind::Refinement;
@@ -158,8 +149,12 @@ Reach Reach::around(const Table &table, const std::vector<Span> &spans, int radi
         if (k == count)
             from = std::max(reach.corners.back() + 1, spans.back().last);
         if (inner) {
-            const int own = seam < 0 || std::abs(k - seam) <= kSeamReach ? radius : 0;
-            from = spans[static_cast<std::size_t>(k - 1)].last - own;
+            const Span &before = spans[static_cast<std::size_t>(k - 1)];
+            const Span &after = spans[static_cast<std::size_t>(k)];
+            const bool isShort = table.points.edge == Edge::Hard
+                && std::min(before.last - before.first, after.last - after.first) < kShortSpan;
+            const int own = radius + (isShort ? kMoreOfShort : 0);
+            from = before.last - own;
             to += own;
         }
         if (k > 0)

@@ -5,6 +5,8 @@
 #include "gradients.h"
 #include "underlap.h"
 
+#include "imaging/index.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -257,8 +259,6 @@ public:
     }
 
 private:
-    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {

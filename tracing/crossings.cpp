@@ -1,6 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "tracing/crossings.h"
 
+#include "tracing/hulls.h"
+#include "tracing/workers.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,21 +13,17 @@ namespace {
 
 using fit::Point;
 
-const int kCell = 8;            // pixels; most pieces are shorter
 const double kFlatness = 0.005; // pixels that chords may be off from their arc
 const int kLeastChords = 4;     // of curves
 const int kMostChords = 256;
-// Boundaries whose joints come nearer than this leave nothing of what is between them; pixels.
-const double kTouching = 0.02;
-// Pixels along a path within which its own pieces may come that near, as at a sharp corner.
-const double kSameCorner = 0.1;
+const std::size_t kPairsAtOnce = 64; // that a thread takes; half a millisecond
 
 struct Segment
 {
     Point a;
     Point b;
-    uint32_t path;
-    float along;      // where it begins on its path
+    float offset;     // of its begin from that of its piece, along it
+    float rest;       // from its end to that of its piece
     bool startsPiece; // or the piece goes on across a and b
     bool endsPiece;
     bool startsPath;
@@ -89,33 +88,30 @@ private:
     fit::ArcShape shape = {};
 };
 
-// The chords of the pieces that are wanted, isWanted(piece). Returns the length of the path, or
-// what there is of it.
-template<typename IsWanted>
-float flatten(const fit::Path &path, uint32_t number, const IsWanted &isWanted,
-              std::vector<Segment> *segments)
+// The chords of one piece of a path.
+void flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segments)
 {
+    const fit::Piece &piece = path.pieces[number];
+    const int count = chordsOf(piece);
+    const bool isFirst = number == 0;
+    const bool isLast = number + 1 == path.pieces.size();
+    const bool whole = fit::isWhole(piece.kind);
+    const Places places(piece);
+    const std::size_t begin = segments->size();
     double along = 0;
-    for (const fit::Piece &piece : path.pieces) {
-        if (!isWanted(piece))
-            continue;
-        const int count = chordsOf(piece);
-        const bool isFirst = &piece == &path.pieces.front();
-        const bool isLast = &piece == &path.pieces.back();
-        const bool whole = fit::isWhole(piece.kind);
-        const Places places(piece);
-        Point a = whole ? places.at(0) : piece.start;
-        for (int k = 1; k <= count; ++k) {
-            const bool ends = k == count && !whole;
-            const Point b = ends ? piece.end : places.at(double(k) / count);
-            const bool starts = k == 1 && !whole;
-            segments->push_back(
-                { a, b, number, float(along), starts, ends, isFirst && starts, isLast && ends });
-            along += std::sqrt(dot(b - a, b - a));
-            a = b;
-        }
+    Point a = whole ? places.at(0) : piece.start;
+    for (int k = 1; k <= count; ++k) {
+        const bool ends = k == count && !whole;
+        const Point b = ends ? piece.end : places.at(double(k) / count);
+        const bool starts = k == 1 && !whole;
+        const double offset = along;
+        along += std::sqrt(dot(b - a, b - a));
+        segments->push_back(
+            { a, b, float(offset), float(along), starts, ends, isFirst && starts, isLast && ends });
+        a = b;
     }
-    return float(along);
+    for (std::size_t k = begin; k < segments->size(); ++k)
+        (*segments)[k].rest = float(along - double((*segments)[k].rest));
 }
 
 bool isLine(const Segment &segment)
@@ -193,149 +189,124 @@ bool meet(const Segment &a, const Segment &b, bool oneCorner)
     return crosses(a, b) || (!oneCorner && (endsAt(a, b) || endsAt(b, a)));
 }
 
-// Whether one path comes to both of them without having gone away between.
-bool areOneCorner(const Segment &a, const Segment &b, float length)
+// Where the pieces of a path begin along it, and its length in the end: those between two others
+// as the crow flies, but corners of them, which may be no more than a turn on the spot.
+std::vector<double> placesAlong(const fit::Path &path)
 {
-    const auto between = [](const Segment &one, const Segment &other) {
-        return double(other.along - one.along) - std::sqrt(dot(one.b - one.a, one.b - one.a));
-    };
-    const double gap = a.along < b.along ? between(a, b) : between(b, a);
-    const double around = a.along < b.along ? between(b, a) : between(a, b);
-    return std::min(gap, double(length) + around) < kSameCorner;
+    std::vector<double> along(1, 0.0);
+    for (const fit::Piece &piece : path.pieces) {
+        const Hull hull = hullOf(piece);
+        double length = std::sqrt(dot(piece.end - piece.start, piece.end - piece.start));
+        if (length <= 2 * kSameCorner) {
+            length = 0;
+            for (int k = 1; k < hull.count; ++k) {
+                const Point leg = hull.corner[k] - hull.corner[k - 1];
+                length += std::sqrt(dot(leg, leg));
+            }
+        }
+        along.push_back(along.back() + length);
+    }
+    return along;
 }
 
-// Segments by the cells of a grid that they may pass through.
-class Grid
+// Compares pieces chord by chord.
+class Comparison
 {
 public:
-    Grid(int width, int height)
-        : columns(std::max(1, (width + kCell - 1) / kCell)),
-          rows(std::max(1, (height + kCell - 1) / kCell)), begins(std::size_t(columns * rows) + 1)
-    { }
+    explicit Comparison(const std::vector<fit::Path> &p) : paths(p) { }
 
-    void fill(const std::vector<Segment> &segments)
+    bool meets(const PiecePair &pair)
     {
-        forEachCell(segments, [this](std::size_t cell, uint32_t) { ++begins[cell + 1]; });
-        for (std::size_t cell = 1; cell < begins.size(); ++cell)
-            begins[cell] += begins[cell - 1];
-        numbers.resize(begins.back());
-        std::vector<uint32_t> next(begins.begin(), begins.end() - 1);
-        forEachCell(segments,
-                    [&](std::size_t cell, uint32_t segment) { numbers[next[cell]++] = segment; });
-    }
-
-    // Where the segments lie: of what is elsewhere nothing can meet them.
-    void mark(const std::vector<Segment> &segments)
-    {
-        isMarked.assign(begins.size() - 1, 0);
-        forEachCell(segments, [this](std::size_t cell, uint32_t) { isMarked[cell] = 1; });
-    }
-
-    bool mayTouchMarked(const fit::Piece &piece) const
-    {
-        const fit::Box box = fit::boxOf(piece);
-        const int right = cellOf(box.high.x + kTouching, columns);
-        const int bottom = cellOf(box.high.y + kTouching, rows);
-        for (int row = cellOf(box.low.y - kTouching, rows); row <= bottom; ++row) {
-            const char *cells = isMarked.data() + std::ptrdiff_t(row) * columns;
-            for (int column = cellOf(box.low.x - kTouching, columns); column <= right; ++column) {
-                if (cells[column])
+        own = pair.a.path == pair.b.path;
+        if (own)
+            along = placesAlong(paths[pair.a.path]);
+        flatten(paths[pair.a.path], pair.a.piece, pair, &ones);
+        if (pair.a == pair.b)
+            return meetsItself(pair.a.piece);
+        flatten(paths[pair.b.path], pair.b.piece, pair, &others);
+        for (const Segment &one : ones) {
+            for (const Segment &other : others) {
+                if (!areApart(one, other)
+                    && meet(one, other,
+                            own && areOneCorner(one, pair.a.piece, other, pair.b.piece)))
                     return true;
             }
         }
         return false;
     }
 
-    // Calls for all pairs in one cell; some are met more than once.
-    template<typename Work>
-    void forEachPair(const Work &work) const
-    {
-        for (std::size_t cell = 0; cell + 1 < begins.size(); ++cell) {
-            for (uint32_t k = begins[cell]; k < begins[cell + 1]; ++k) {
-                for (uint32_t i = k + 1; i < begins[cell + 1]; ++i)
-                    work(numbers[k], numbers[i]);
-            }
-        }
-    }
-
 private:
-    static int cellOf(double at, int count)
+    // The chords that may meet what the pair has in common.
+    void flatten(const fit::Path &path, uint32_t number, const PiecePair &pair,
+                 std::vector<Segment> *segments)
     {
-        const double cell = std::floor(at / kCell);
-        return cell > 0 ? int(std::min(cell, double(count - 1))) : 0;
+        segments->clear();
+        ztrace::flatten(path, number, segments);
+        const auto outside = [&pair](const Segment &s) {
+            return std::max(s.a.x, s.b.x) < pair.common.low.x
+                || std::min(s.a.x, s.b.x) > pair.common.high.x
+                || std::max(s.a.y, s.b.y) < pair.common.low.y
+                || std::min(s.a.y, s.b.y) > pair.common.high.y;
+        };
+        segments->erase(std::remove_if(segments->begin(), segments->end(), outside),
+                        segments->end());
     }
 
-    // Column by column, the rows between which the segment lies there.
-    template<typename Work>
-    void forEachCell(const std::vector<Segment> &segments, const Work &work) const
+    bool meetsItself(uint32_t piece) const
     {
-        for (uint32_t k = 0; k < segments.size(); ++k) {
-            Point a = segments[k].a;
-            Point b = segments[k].b;
-            if (b.x < a.x)
-                std::swap(a, b);
-            const int first = cellOf(a.x - kTouching, columns);
-            const int last = cellOf(b.x + kTouching, columns);
-            const double slope = b.x > a.x ? (b.y - a.y) / (b.x - a.x) : 0;
-            for (int column = first; column <= last; ++column) {
-                // What lies outside of the plane belongs to its rim.
-                double low = column == first ? a.y : a.y + slope * (double(column * kCell) - a.x);
-                double high
-                    = column == last ? b.y : a.y + slope * (double((column + 1) * kCell) - a.x);
-                if (high < low)
-                    std::swap(low, high);
-                for (int row = cellOf(low - kTouching, rows); row <= cellOf(high + kTouching, rows);
-                     ++row)
-                    work(std::size_t(row) * std::size_t(columns) + std::size_t(column), k);
+        for (std::size_t k = 0; k < ones.size(); ++k) {
+            for (std::size_t i = k + 1; i < ones.size(); ++i) {
+                if (!areApart(ones[k], ones[i])
+                    && meet(ones[k], ones[i], areOneCorner(ones[k], piece, ones[i], piece)))
+                    return true;
             }
         }
+        return false;
     }
 
-    const int columns;
-    const int rows;
-    std::vector<uint32_t> begins; // per cell, where its numbers begin
-    std::vector<uint32_t> numbers;
-    std::vector<char> isMarked; // per cell
+    // Whether the path comes to both of them without having gone away between.
+    bool areOneCorner(const Segment &a, uint32_t pieceOfA, const Segment &b,
+                      uint32_t pieceOfB) const
+    {
+        if (pieceOfB < pieceOfA || (pieceOfB == pieceOfA && b.offset < a.offset))
+            return areOneCorner(b, pieceOfB, a, pieceOfA);
+        const double around = double(b.rest) + along.back() - along[pieceOfB + 1] + along[pieceOfA]
+            + double(a.offset);
+        const double gap = pieceOfA == pieceOfB
+            ? double(b.offset - a.offset) - std::sqrt(dot(a.b - a.a, a.b - a.a))
+            : double(a.rest) + along[pieceOfB] - along[pieceOfA + 1] + double(b.offset);
+        return std::min(gap, around) < kSameCorner;
+    }
+
+    const std::vector<fit::Path> &paths;
+    bool own = false;
+    std::vector<double> along; // per piece of the path, where both are of one
+    std::vector<Segment> ones;
+    std::vector<Segment> others;
 };
 
 } // namespace
 
 std::vector<std::pair<uint32_t, uint32_t>> crossingsOf(const std::vector<fit::Path> &paths,
                                                        int width, int height,
-                                                       const std::vector<char> &looked)
+                                                       const std::vector<char> &looked,
+                                                       unsigned threads)
 {
-    std::vector<Segment> segments;
-    std::vector<float> lengths(paths.size());
-    Grid grid(width, height);
-    for (uint32_t k = 0; k < paths.size(); ++k) {
-        if (looked.empty() || looked[k])
-            lengths[k] = flatten(
-                paths[k], k, [](const fit::Piece &) { return true; }, &segments);
-    }
-    if (!looked.empty()) {
-        grid.mark(segments);
-        for (uint32_t k = 0; k < paths.size(); ++k) {
-            if (!looked[k])
-                flatten(
-                    paths[k], k,
-                    [&grid](const fit::Piece &piece) { return grid.mayTouchMarked(piece); },
-                    &segments);
-        }
-    }
-    grid.fill(segments);
-    std::vector<std::pair<uint32_t, uint32_t>> pairs;
-    grid.forEachPair([&](uint32_t one, uint32_t other) {
-        const Segment &a = segments[one];
-        const Segment &b = segments[other];
-        const bool isLookedAt = looked.empty() || looked[a.path] || looked[b.path];
-        if (!isLookedAt || areApart(a, b))
-            return;
-        const bool oneCorner = a.path == b.path && areOneCorner(a, b, lengths[a.path]);
-        if (meet(a, b, oneCorner))
-            pairs.emplace_back(std::min(a.path, b.path), std::max(a.path, b.path));
+    const std::vector<PiecePair> near = piecesThatMayMeet(paths, width, height, looked, threads);
+    std::vector<char> meet(near.size());
+    const std::size_t parts = (near.size() + kPairsAtOnce - 1) / kPairsAtOnce;
+    forEachOnThreads(parts, threads, [&](std::size_t part) {
+        Comparison comparison(paths);
+        for (std::size_t k = part * kPairsAtOnce;
+             k < std::min(near.size(), (part + 1) * kPairsAtOnce); ++k)
+            meet[k] = comparison.meets(near[k]);
     });
-    std::sort(pairs.begin(), pairs.end());
-    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+    std::vector<std::pair<uint32_t, uint32_t>> pairs;
+    for (std::size_t k = 0; k < near.size(); ++k) {
+        const auto pair = std::make_pair(near[k].a.path, near[k].b.path);
+        if (meet[k] && (pairs.empty() || pairs.back() != pair))
+            pairs.push_back(pair);
+    }
     return pairs;
 }
 

@@ -18,9 +18,11 @@ namespace ztrace {
 //
 // `width`, `height`  of the plane in pixels; what lies outside counts to its rim
 // `looked`           if not empty, one entry a path: only pairs with one that is set are found
+// `threads`          at most; the pairs do not depend on how many there are
 std::vector<std::pair<uint32_t, uint32_t>> crossingsOf(const std::vector<fit::Path> &paths,
                                                        int width, int height,
-                                                       const std::vector<char> &looked = {});
+                                                       const std::vector<char> &looked = {},
+                                                       unsigned threads = 1);
 
 } // namespace ztrace
 

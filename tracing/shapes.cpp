@@ -312,14 +312,18 @@ private:
         std::vector<char> changed;
         std::vector<char> times(paths.size(), 0);
         for (;;) {
-            const auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed);
+            const auto pairs
+                = crossingsOf(paths, map.runs.width, map.runs.height, changed, mostThreads);
             changed.assign(paths.size(), 0);
-            meetings.clear();
+            std::map<uint32_t, std::vector<uint32_t>> others;
             for (const auto &pair : pairs) {
-                note(pair.first, pair.second, times, &changed);
-                note(pair.second, pair.first, times, &changed);
+                note(pair.first, pair.second, times, &others);
+                if (pair.second != pair.first)
+                    note(pair.second, pair.first, times, &others);
             }
-            piecePlaces.clear();
+            findMeetings(others, mostThreads);
+            for (const auto &met : meetings)
+                changed[met.first] = 1;
             for (const auto &met : meetings) {
                 if (++times[met.first] > kCloserTimes)
                     putNodesBack(met.first, times[met.first] == kMostTimes, &changed);
@@ -336,24 +340,36 @@ private:
         }
     }
 
-    // Where a chain crosses another one.
+    // That a chain crosses another one.
     void note(uint32_t chain, uint32_t other, const std::vector<char> &times,
-              std::vector<char> *changed)
+              std::map<uint32_t, std::vector<uint32_t>> *others)
     {
-        if (isOnRim(map.chains[chain]) || times[chain] == kMostTimes)
-            return;
-        (*changed)[chain] = 1;
-        std::vector<Meeting> &own = meetings[chain];
-        own.resize(paths[chain].pieces.size());
-        addMeetings(placesOf(chain), placesOf(other), &own);
+        if (!isOnRim(map.chains[chain]) && times[chain] != kMostTimes)
+            (*others)[chain].push_back(other);
     }
 
-    const PiecePlaces &placesOf(uint32_t chain)
+    // Where chains cross the others that they do.
+    void findMeetings(const std::map<uint32_t, std::vector<uint32_t>> &others, unsigned mostThreads)
     {
-        auto found = piecePlaces.find(chain);
-        if (found == piecePlaces.end())
-            found = piecePlaces.emplace(chain, PiecePlaces(paths[chain])).first;
-        return found->second;
+        std::vector<uint32_t> chains;
+        std::map<uint32_t, std::optional<PiecePlaces>> pieces;
+        meetings.clear();
+        for (const auto &met : others) {
+            chains.push_back(met.first);
+            meetings[met.first].resize(paths[met.first].pieces.size());
+            pieces[met.first];
+            for (uint32_t other : met.second)
+                pieces[other];
+        }
+        std::vector<uint32_t> all;
+        for (const auto &found : pieces)
+            all.push_back(found.first);
+        forEachChain(all, mostThreads,
+                     [&](uint32_t chain) { pieces.at(chain).emplace(paths[chain]); });
+        forEachChain(chains, mostThreads, [&](uint32_t chain) {
+            for (uint32_t other : others.at(chain))
+                addMeetings(*pieces.at(chain), *pieces.at(other), &meetings.at(chain));
+        });
     }
 
     // To the lattice, those beside which a chain crosses others or both; all chains that end there
@@ -453,7 +469,6 @@ private:
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
     std::map<uint32_t, std::vector<Meeting>> meetings; // of the chains that cross others
-    std::map<uint32_t, PiecePlaces> piecePlaces;       // of these and the others
 };
 
 // Nothing where a fit would take too long.

@@ -34,7 +34,9 @@ QJsonObject rowOf(const QJsonObject &line)
     QJsonObject row;
     const int page = line.value(QLatin1String("page")).toInt(1);
     QString name = line.value(QLatin1String("path")).toString();
-    if (page > 1)
+    if (isBook(line))
+        name += QLatin1String(", its pages in one file");
+    else if (page > 1)
         name += QLatin1String(", page ") + QString::number(page);
     row.insert(QLatin1String("name"), name);
     for (const char *member :
@@ -73,6 +75,8 @@ bool writeReport(const Ledger &ledger, QIODevice *device)
     QByteArray rows;
     int previews = 0;
     ledger.forEachIn([&](const QJsonObject &line, const std::string &file) {
+        if (isBook(line) && isDone(line))
+            return; // its pages are there
         QJsonObject row = rowOf(line);
         QFile preview(QFile::decodeName(previewName(folderOfFile(file), nameIn(line, "path"),
                                                     line.value(QLatin1String("page")).toInt(1))

@@ -328,6 +328,7 @@ class Failing(CommandTest):
     def test_surroundings_of_the_toolkit(self):
         for value in "xcb", "wayland", "nonsense", "":
             self.run_program("a.png", environment={"QT_QPA_PLATFORM": value})
+        self.run_program("a.png", environment={"QT_LOGGING_CONF": "/dev/zero"}) # which has no end
 
     def test_warnings_of_the_toolkit_are_not_fatal(self):
         """What it says of a damaged image does not end the program."""

@@ -4,9 +4,11 @@
 #include "FitRig.h"
 
 #include "tracing/crossings.h"
+#include "tracing/hulls.h"
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace ztrace;
@@ -48,6 +50,93 @@ bool lineTouches(fit::Point a, fit::Point b, fit::Point c, fit::Point d)
         || fit::distanceTo(second, a) < 0.02 || fit::distanceTo(second, b) < 0.02;
 }
 
+fit::Piece randomPiece(fit::Noise *noise, fit::Point start, double reach)
+{
+    const auto place = [&] {
+        return start
+            + fit::Point { reach * (noise->uniform() - 0.5), reach * (noise->uniform() - 0.5) };
+    };
+    const fit::Point end = place();
+    switch (int(4 * noise->uniform())) {
+    case 0:
+        return fit::linePiece(start, end);
+    case 1:
+        return fit::arcPiece(start, end, 4 * (noise->uniform() - 0.5));
+    case 2:
+        return fit::quadraticPiece(start, place(), end);
+    default:
+        return fit::cubicPiece(start, place(), place(), end);
+    }
+}
+
+std::vector<fit::Point> chordsOf(const fit::Piece &piece)
+{
+    std::vector<fit::Point> points;
+    for (int k = 0; k <= 60; ++k)
+        points.push_back(fit::pointAt(piece, k / 60.0));
+    return points;
+}
+
+bool areFarApart(const fit::Piece &one, const fit::Piece &other)
+{
+    const fit::Box a = fit::boxOf(one);
+    const fit::Box b = fit::boxOf(other);
+    return a.high.x + 1 < b.low.x || b.high.x + 1 < a.low.x || a.high.y + 1 < b.low.y
+        || b.high.y + 1 < a.low.y;
+}
+
+// But for those at a joint of both, which rounding may let cross.
+bool chordsCross(const fit::Piece &one, const fit::Piece &other)
+{
+    const auto same = [](fit::Point p, fit::Point q) { return p.x == q.x && p.y == q.y; };
+    if (areFarApart(one, other))
+        return false;
+    const std::vector<fit::Point> a = chordsOf(one);
+    const std::vector<fit::Point> b = chordsOf(other);
+    for (std::size_t i = 0; i + 1 < a.size(); ++i) {
+        for (std::size_t k = 0; k + 1 < b.size(); ++k) {
+            const bool atJoint = (same(one.end, other.start) && i + 2 == a.size() && k == 0)
+                || (same(one.start, other.end) && i == 0 && k + 2 == b.size());
+            if (!atJoint && lineCrosses(a[i], a[i + 1], b[k], b[k + 1]))
+                return true;
+        }
+    }
+    return false;
+}
+
+// The least distance of the chords' ends of one from the other.
+double gapBetween(const fit::Piece &one, const fit::Piece &other)
+{
+    double least = 1e9;
+    if (areFarApart(one, other))
+        return least;
+    for (fit::Point p : chordsOf(one))
+        least = std::min(least, fit::distanceTo(other, p));
+    for (fit::Point p : chordsOf(other))
+        least = std::min(least, fit::distanceTo(one, p));
+    return least;
+}
+
+// Closed paths of random pieces, which cross themselves and each other.
+std::vector<fit::Path> tangledPaths(int count)
+{
+    fit::Noise noise(11);
+    std::vector<fit::Path> paths;
+    for (int k = 0; k < count; ++k) {
+        fit::Path path = {};
+        path.closed = true;
+        const fit::Point start = { 200 * noise.uniform(), 150 * noise.uniform() };
+        fit::Point at = start;
+        for (int i = 0; i < 7; ++i) {
+            path.pieces.push_back(randomPiece(&noise, at, k % 5 ? 12 : 60));
+            at = path.pieces.back().end;
+        }
+        path.pieces.push_back(fit::linePiece(at, start));
+        paths.push_back(path);
+    }
+    return paths;
+}
+
 } // namespace
 
 class tst_Crossings : public QObject
@@ -56,6 +145,9 @@ class tst_Crossings : public QObject
 
 private slots:
     void randomLinesAgainstAllPairs();
+    void randomCurvesAgainstTheirChords();
+    void whatIsPlainlyApartIsNotLookedAt();
+    void anyNumberOfThreads();
     void nodesAreNoCrossings();
     void whatTouches();
     void curvesCrossAtTheirChordsEnds();
@@ -89,6 +181,84 @@ void tst_Crossings::randomLinesAgainstAllPairs()
     }
     QVERIFY(expected.size() > 20);
     QCOMPARE(crossingsOf(paths, 90, 70), expected);
+}
+
+void tst_Crossings::randomCurvesAgainstTheirChords()
+{
+    fit::Noise noise(7);
+    std::vector<fit::Path> paths;
+    for (int k = 0; k < 200; ++k) {
+        fit::Path path = {};
+        const fit::Point start = { 90 * noise.uniform(), 70 * noise.uniform() };
+        path.pieces.push_back(randomPiece(&noise, start, k % 10 ? 14 : 90));
+        paths.push_back(path);
+    }
+    const Pairs found = crossingsOf(paths, 90, 70);
+    int crossing = 0, close = 0;
+    for (uint32_t i = 0; i < paths.size(); ++i) {
+        for (uint32_t k = i + 1; k < paths.size(); ++k) {
+            const fit::Piece &a = paths[i].pieces[0];
+            const fit::Piece &b = paths[k].pieces[0];
+            const bool is = std::binary_search(found.begin(), found.end(), std::make_pair(i, k));
+            const bool crosses = chordsCross(a, b);
+            const double gap = crosses ? 0 : gapBetween(a, b);
+            // What is within the errors of the chords may be seen either way.
+            if (gap < 0.05 && !(crosses && is)) {
+                ++close;
+                continue;
+            }
+            crossing += crosses;
+            QVERIFY2(is == crosses, qPrintable(QString("%1 and %2").arg(i).arg(k)));
+        }
+    }
+    QVERIFY2(crossing > 150 && close < 40, qPrintable(QString("%1, %2").arg(crossing).arg(close)));
+}
+
+// Pieces that are not offered to the comparison are those of paths that go on, and all that are
+// offered are enough to find every crossing of the tangle.
+void tst_Crossings::whatIsPlainlyApartIsNotLookedAt()
+{
+    const std::vector<fit::Path> paths = tangledPaths(60);
+    std::vector<PiecePair> near = piecesThatMayMeet(paths, 200, 150, {}, 1);
+    const auto offered = [&near](PlaceOfPiece a, PlaceOfPiece b) {
+        return std::any_of(near.begin(), near.end(),
+                           [&](const PiecePair &pair) { return pair.a == a && pair.b == b; });
+    };
+    std::size_t all = 0, crossing = 0;
+    for (uint32_t p = 0; p < paths.size(); ++p) {
+        for (uint32_t q = p; q < paths.size(); ++q) {
+            for (uint32_t i = 0; i < paths[p].pieces.size(); ++i) {
+                for (uint32_t k = p == q ? i + 1 : 0; k < paths[q].pieces.size(); ++k) {
+                    ++all;
+                    const bool crosses = chordsCross(paths[p].pieces[i], paths[q].pieces[k]);
+                    crossing += crosses;
+                    if (crosses)
+                        QVERIFY2(offered({ p, i }, { q, k }),
+                                 qPrintable(QString("%1.%2, %3.%4").arg(p).arg(i).arg(q).arg(k)));
+                }
+            }
+        }
+    }
+    QVERIFY(crossing > 300);
+    QVERIFY2(near.size() < 3 * crossing, qPrintable(QString::number(near.size())));
+    // A rounded square: every piece goes on, nothing is near to anything else.
+    const double quarter = std::tan(std::acos(-1.0) / 8);
+    fit::Path square = {};
+    square.closed = true;
+    square.pieces
+        = { fit::linePiece({ 10, 5 }, { 20, 5 }),   fit::arcPiece({ 20, 5 }, { 25, 10 }, quarter),
+            fit::linePiece({ 25, 10 }, { 25, 20 }), fit::linePiece({ 25, 20 }, { 5, 20 }),
+            fit::linePiece({ 5, 20 }, { 5, 10 }),   fit::arcPiece({ 5, 10 }, { 10, 5 }, quarter) };
+    QVERIFY(piecesThatMayMeet({ square }, 40, 40, {}, 1).empty());
+}
+
+void tst_Crossings::anyNumberOfThreads()
+{
+    const std::vector<fit::Path> paths = tangledPaths(600);
+    const Pairs alone = crossingsOf(paths, 200, 150);
+    QVERIFY(alone.size() > 600);
+    for (unsigned threads : { 2u, 3u, 8u })
+        QCOMPARE(crossingsOf(paths, 200, 150, {}, threads), alone);
 }
 
 void tst_Crossings::nodesAreNoCrossings()
