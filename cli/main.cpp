@@ -13,7 +13,7 @@
 #include "help.h"
 #include "lastwords.h"
 #include "messages.h"
-#include "mostpages.h"
+#include "pages.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"

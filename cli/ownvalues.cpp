@@ -3,7 +3,6 @@
 
 #include "failure.h"
 #include "gimppalette.h"
-#include "mostpages.h"
 #include "options.h"
 #include "pages.h"
 #include "suggest.h"

@@ -10,7 +10,7 @@
 
 namespace ztrace {
 
-const int kMostPages = 100000; // that can be asked for
+const int kMostPages = 100000; // of a file; the last one of ranges without an end
 
 // First and last page of each range, from 1.
 typedef std::vector<std::pair<int, int>> PageRanges;

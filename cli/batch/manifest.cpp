@@ -7,7 +7,6 @@
 #include "spoolarray.h"
 
 #include "cli/failure.h"
-#include "cli/mostpages.h"
 #include "cli/pages.h"
 #include "cli/suggest.h"
 #include "cli/values.h"
