@@ -74,6 +74,7 @@ struct Settings
     PageRanges pages = { { 1, 1 } };
     int upsample = 0; // how many times finer than pixels; 0: as is useful
 
+    fit::Snap snap = fit::Snap::None;
     std::optional<Geometry::Fit> fit; // without one: what suits the picture, see fitOf
     bool strokes = false;             // lines as centre lines
     bool edges = false;               // boundaries between areas as lines

@@ -36,6 +36,8 @@ const WordTable<DxfVersion> kDxfVersions
     = { { "2004", DxfVersion::R2004 }, { "2000", DxfVersion::R2000 }, { "r12", DxfVersion::R12 } };
 const WordTable<Method> kMethods
     = { { "ink", Method::Ink }, { "flat", Method::Flat }, { "blend", Method::Blend } };
+const WordTable<fit::Snap> kSnaps
+    = { { "none", fit::Snap::None }, { "joints", fit::Snap::Joints }, { "all", fit::Snap::All } };
 const WordTable<std::optional<Geometry::Fit>> kFits = { { "auto", std::nullopt },
                                                         { "fair", Geometry::Fit::Fair },
                                                         { "engine", Geometry::Fit::Engine } };
@@ -238,6 +240,15 @@ std::vector<Entry> colourOptions()
                 "where `--tolerance`, `--curve-tolerance`, `--upsample` or `--set` is given, "
                 "which are the engine's alone: with `fair`, tolerances and `--upsample` have no "
                 "effect"),
+        Entry("snap",
+              oneOf<fit::Snap>("WORD", kSnaps, [](Settings &s, fit::Snap snap) { s.snap = snap; }))
+            .standard("none")
+            .appliesTo(kToReduced)
+            .help("True shapes that are so but for their errors become exactly upright, with "
+                  "parallel sides and right angles (`joints`), and parallel to each other, "
+                  "concentric and equally large as well (`all`)")
+            .manual("Whole shapes and polygons that no other boundary meets; only where the "
+                    "picture speaks hardly less for it"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "

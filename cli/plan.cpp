@@ -162,6 +162,7 @@ Geometry geometryOf(const Settings &settings)
     geometry.upsampling = settings.upsample;
     geometry.fit = fitOf(settings);
     geometry.edges = settings.edges;
+    geometry.snap = settings.snap;
     // The areas of a blend have no edges in the picture.
     if (settings.upsample == 0 && (shaped || method == Method::Blend))
         geometry.upsampling = 1;

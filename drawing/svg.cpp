@@ -146,7 +146,8 @@ private:
             if (isPainted(*outline))
                 painted.push_back(outline);
         }
-        if (isCompact && hasMany())
+        const auto reaches = [](const Outline *outline) { return !outline->under.empty(); };
+        if (isCompact && (hasMany() || std::any_of(painted.begin(), painted.end(), reaches)))
             painted = sortedByLooks(painted);
         for (std::size_t i = 0; i < painted.size();) {
             const std::string &looks = looksOf(*painted[i]);

@@ -129,8 +129,9 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     if (segmented.fit != Geometry::Fit::Engine) {
         const unsigned threads = plan.threads > 0 ? plan.threads : threadsOfMachine();
         std::optional<ShapeOutlines> shapes = geometry.edges
-            ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours, threads)
-            : shapesOf(segmented.areas, segmented.edges, threads);
+            ? edgesOf(segmented.areas, segmented.edges, plan.composition.onlyColours, threads,
+                      geometry.snap)
+            : shapesOf(segmented.areas, segmented.edges, threads, geometry.snap);
         if (shapes) {
             report->shapes = true;
             report->engine = segmented.engine;

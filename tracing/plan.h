@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "drawing/Drawing.h"
+#include "fit/snap.h"
 #include "imaging/scan.h"
 
 namespace ztrace {
@@ -68,6 +69,7 @@ struct Geometry
     enum class Fit { Engine, Fair, FairUnlessDense };
 
     Fit fit = Fit::Engine;
+    fit::Snap snap = fit::Snap::None; // of true shapes
     bool edges = false; // instead of true shapes their boundaries, each once, as lines; Fair only
     // How far lines and curves may be from the outline of the pixels, in pixels; the second value
     // is for outlines on a finer grid, where soft edges tell more than pixels do.

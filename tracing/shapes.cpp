@@ -7,7 +7,7 @@
 #include "edgecolours.h"
 #include "equalloops.h"
 #include "meetings.h"
-#include "shapewriter.h"
+#include "ordering.h"
 #include "workers.h"
 
 #include <algorithm>
@@ -72,6 +72,12 @@ public:
                      chains.end());
         forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
         part(mostThreads);
+    }
+
+    void putInOrder(fit::Snap snap, unsigned mostThreads)
+    {
+        if (snap != fit::Snap::None)
+            ztrace::putInOrder(map, edges, snap, mostThreads, &paths);
     }
 
     // What was fitted; nothing is left here.
@@ -490,60 +496,7 @@ bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
     return true;
 }
 
-// Pieces in the direction of the reference.
-void append(const std::vector<fit::Path> &paths, uint32_t reference,
-            std::vector<fit::Piece> *pieces)
-{
-    const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
-    if (!isReversed(reference)) {
-        pieces->insert(pieces->end(), own.begin(), own.end());
-        return;
-    }
-    for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
-        pieces->push_back(fit::reversed(*piece));
-}
-
-bool goesOn(const fit::Piece &a, const fit::Piece &b)
-{
-    if (a.kind != fit::Kind::Line || b.kind != fit::Kind::Line)
-        return false;
-    const fit::Point first = a.end - a.start;
-    const fit::Point second = b.end - b.start;
-    const bool upright = first.x == 0 && second.x == 0;
-    const bool flat = first.y == 0 && second.y == 0;
-    return (upright || flat) && dot(first, second) > 0;
-}
-
-// Upright and flat ones: the others hardly ever go on exactly.
-void joinLines(std::vector<fit::Piece> *pieces)
-{
-    std::size_t first = 0; // a ring begins where it does not go straight on
-    while (first + 1 < pieces->size() && first < pieces->size()
-           && goesOn((*pieces)[(first + pieces->size() - 1) % pieces->size()], (*pieces)[first]))
-        ++first;
-    std::rotate(pieces->begin(), pieces->begin() + std::ptrdiff_t(first), pieces->end());
-    std::vector<fit::Piece> joined;
-    for (const fit::Piece &piece : *pieces) {
-        if (!joined.empty() && goesOn(joined.back(), piece))
-            joined.back().end = piece.end;
-        else
-            joined.push_back(piece);
-    }
-    pieces->swap(joined);
-}
-
 } // namespace
-
-Path FittedBoundaries::pathAlong(const uint32_t *references, std::size_t count,
-                                 bool withNodes) const
-{
-    std::vector<fit::Piece> pieces;
-    for (std::size_t k = 0; k < count; ++k)
-        append(paths, references[k], &pieces);
-    if (!withNodes)
-        joinLines(&pieces);
-    return pathOf(pieces, map.runs.height);
-}
 
 unsigned threadsOfMachine()
 {
@@ -551,12 +504,13 @@ unsigned threadsOfMachine()
 }
 
 std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture,
-                                      unsigned threads)
+                                      unsigned threads, fit::Snap snap)
 {
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
     ChainFitter fitter(areas, picture, std::move(*map), threads);
+    fitter.putInOrder(snap, threads);
     ShapeOutlines shapes;
     shapes.precision = fitter.allHard() ? kRoughPrecision : kPrecision;
     shapes.boundaries = std::make_shared<const FittedBoundaries>(fitter.take());
@@ -578,12 +532,14 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
 }
 
 std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
-                                     const std::vector<QRgb> &onlyColours, unsigned threads)
+                                     const std::vector<QRgb> &onlyColours, unsigned threads,
+                                     fit::Snap snap)
 {
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
     ChainFitter fitter(areas, picture, std::move(*map), threads);
+    fitter.putInOrder(snap, threads);
     ShapeOutlines edges;
     edges.precision = fitter.allHard() ? kRoughPrecision : kPrecision;
     const FittedBoundaries fitted = fitter.take();

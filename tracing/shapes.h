@@ -6,26 +6,15 @@
 #define ZTRACE_TRACING_SHAPES_H
 
 #include "drawing/Drawing.h"
-#include "fit/fit.h"
+#include "fit/snap.h"
 #include "Areas.h"
-#include "boundarymap.h"
+#include "fittedboundaries.h"
 #include "softedges.h"
 
 #include <memory>
 #include <optional>
 
 namespace ztrace {
-
-// A map and what its chains are drawn with, an element a chain.
-struct FittedBoundaries
-{
-    BoundaryMap map;
-    std::vector<fit::Path> paths;
-
-    // Of chains one after the other, in the directions of the references. Where the nodes between
-    // them are not wanted, lines along the rim that go on are one.
-    Path pathAlong(const uint32_t *references, std::size_t count, bool withNodes = true) const;
-};
 
 // Outer outlines of the areas (Connectivity::Split) in the order of their first pixels, which
 // firstPixel tells: what lies in an area comes after it. Neighbours have the same pieces where
@@ -45,8 +34,10 @@ unsigned threadsOfMachine();
 // how many there are. The picture has the size of
 // the areas, which need no labels of their own where they touch at corners. Nothing where the areas
 // have more boundaries than kMostChains or longer ones than kMostCracks: noise and checkerboards.
+// Closed boundaries that are whole shapes or polygons are put in order as `snap` says.
 std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &picture,
-                                      unsigned threads = threadsOfMachine());
+                                      unsigned threads = threadsOfMachine(),
+                                      fit::Snap snap = fit::Snap::None);
 
 // The boundaries themselves, each once, as open or closed lines of pen 0 in the colour and on the
 // layer of the darker side, in the order of the map's chains. Boundaries on the rim of the picture
@@ -55,7 +46,8 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
 // for shapesOf.
 std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &picture,
                                      const std::vector<QRgb> &onlyColours,
-                                     unsigned threads = threadsOfMachine());
+                                     unsigned threads = threadsOfMachine(),
+                                     fit::Snap snap = fit::Snap::None);
 const std::size_t kMostChains = 200000;
 const std::size_t kMostCracks = 12000000;
 

@@ -32,6 +32,7 @@ _ztrace() {
         --page) choices="all 1" ;;
         --upsample) choices="auto 1 2 3 4" ;;
         --fit) choices="auto fair engine" ;;
+        --snap) choices="none joints all" ;;
         --set) compopt -o nospace; choices="monochrome= numberofcolors= mincolorratio= colorquantcycles= colorsampling= blurradius= blurdelta= pathomit= ltres= qtres= alphathreshold= brightnessthreshold=" ;;
         --seed) choices="" ;;
         --min-path) choices="" ;;
@@ -90,6 +91,7 @@ _ztrace() {
                     --page
                     --upsample
                     --fit
+                    --snap
                     --strokes
                     --edges
                     --raw

@@ -27,6 +27,7 @@ std::string stateOf(const Settings &s)
                           double(s.style.stroked),
                           s.style.strokeWidth,
                           double(s.decimals.value_or(-9)),
+                          double(s.snap),
                           s.fit ? double(*s.fit) : -1.0,
                           double(s.strokes),
                           double(s.edges),

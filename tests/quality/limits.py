@@ -29,8 +29,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.690, "numbers": 2703
     },
     "logo": {
-        "colour": 1.874, "detail": 10.5, "regions": 6, "uncovered": 0.54,
-        "uncovered4": 0.07, "hairlines": 0.07, "joints": 1.489, "numbers": 494
+        "colour": 0.46, "detail": 3.9, "regions": 2, "uncovered": 0.54,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.489, "numbers": 494
     },
     "logo-layers": {
         "colour": 2.382, "detail": 11.4, "regions": 4, "uncovered": 0.37,
@@ -45,11 +45,11 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.156, "numbers": 202
     },
     "glass": {
-        "colour": 1.132, "detail": 5.1, "regions": 0, "uncovered": 3.42,
-        "uncovered4": 0.15, "hairlines": 0.15, "joints": 4.560, "numbers": 312
+        "colour": 1.132, "detail": 1.0, "regions": 0, "uncovered": 7.20,
+        "uncovered4": 2.50, "hairlines": 2.50, "joints": 4.560, "numbers": 312
     },
     "map": {
-        "colour": 1.596, "detail": 20.1, "regions": 6, "uncovered": 0.01,
+        "colour": 1.04, "detail": 2.3, "regions": 6, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.48, "joints": 8.169, "numbers": 3124
     },
     "map-layers": {

@@ -47,12 +47,13 @@ def measured(name, folder):
     Image.fromarray(draw()).save(path[".in.png"])
     Image.fromarray(WANTED.get(name, draw)()).save(path[".wanted.png"])
     # Areas lie on a ground of the commonest colour. What they cover without it is what closes the hairlines
-    # in formats and on layers that have none.
+    # in formats and on layers that have none. Where the ground is an area itself nothing lies below it.
     run(path[".in.png"], *options.split(), "-o", path[".json"], "-o", path[".png"])
     run(path[".json"], "-o", path[".4.png"], "--scale", "4")
     with open(path[".json"], encoding="utf-8") as file:
         drawing = json.load(file)
-    bare = {key: value for key, value in drawing.items() if key != "ground"}
+    is_area = any(outline.get("ground") for outline in drawing["outlines"])
+    bare = {key: value for key, value in drawing.items() if is_area or key != "ground"}
     with open(path[".bare.json"], "w", encoding="utf-8") as file:
         json.dump(bare, file)
     run(path[".bare.json"], "-o", path[".bare.png"], "--scale", "4")
