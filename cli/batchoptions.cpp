@@ -37,7 +37,8 @@ std::vector<Entry> batchOptions()
                   "are the picture's, `{page}` is its number and `{format}` the drawing's ending")
             .manual("Without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
                     "where a file has several pages. The folder is that of the picture below the "
-                    "folder that was named, or the one that a list or manifest says"),
+                    "folder that was named, or the one that a list or manifest says. A PDF has all "
+                    "pages of its file, and no number, unless `--names` has `{page}`"),
         Entry("formats", formatNames())
             .help("Formats of the drawings, with commas between them; without it that of "
                   "`--format`"),

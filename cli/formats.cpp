@@ -6,7 +6,9 @@
 
 #include "drawing/files.h"
 #include "drawing/output.h"
+#include "drawing/pdf.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
@@ -145,11 +147,16 @@ void refuseOthers(const QString &fileName, const std::string &input, const Setti
     }
 }
 
-// Whether the file is a picture in pixels that this program has not made.
+// Whether the file is a picture in pixels that this program has not made. A drawing that is made
+// anew, which is the usual case, tells at its first byte that it is none; to ask the toolkit takes
+// as long as tracing a small logo, since it loads the readers of all formats.
 bool isForeignImage(const QString &fileName)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray first = file.peek(1);
+    if (first == "<" || first == "{" || first.isEmpty())
         return false;
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
@@ -278,6 +285,21 @@ void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
             throw Failure(kFailed,
                           nameOf(output.fileName) + ": the picture does not fit into memory");
         if (!isStaged)
+            failToWrite(nameOf(output.fileName), error);
+    }
+}
+
+void stageBook(const std::vector<Output> &outputs, PdfBook *book, OutputFiles *files)
+{
+    QBuffer pages;
+    pages.open(QIODevice::WriteOnly);
+    book->write(&pages);
+    const auto write = [&pages](QIODevice *device) {
+        return device->write(pages.data()) == pages.data().size();
+    };
+    for (const Output &output : outputs) {
+        QString error;
+        if (!files->add(output.fileName, write, &error))
             failToWrite(nameOf(output.fileName), error);
     }
 }

@@ -15,6 +15,7 @@
 namespace ztrace {
 
 class OutputFiles;
+class PdfBook;
 
 // A place to write to and how. "-" is standard output.
 struct Output
@@ -43,9 +44,11 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, int pa
 // What the settings tell the writers.
 WriteOptions writeOptions(const Settings &settings);
 
-// Writes a drawing to temporary places, and gives all of them their names. Both throw a Failure.
+// Writes a drawing, or several as pages, to temporary places, and gives all of them their names.
+// Each throws a Failure.
 void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
                   const Settings &settings, OutputFiles *files);
+void stageBook(const std::vector<Output> &outputs, PdfBook *book, OutputFiles *files);
 void commitOutputs(OutputFiles *files);
 
 } // namespace ztrace

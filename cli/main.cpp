@@ -13,6 +13,7 @@
 #include "help.h"
 #include "lastwords.h"
 #include "messages.h"
+#include "pages.h"
 #include "presets.h"
 #include "progress.h"
 #include "report.h"
@@ -25,7 +26,6 @@
 #include "drawing/pdf.h"
 #include "imaging/failure.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
@@ -58,6 +58,17 @@ void listPresets()
         std::printf("%-12s %s%s\n", preset.name.c_str(), preset.description.c_str(),
                     preset.origin == kBuiltIn ? "" : (" (" + preset.origin + ")").c_str());
     }
+}
+
+// The last page that a range from one number to another one names, if the file has fewer, else 0.
+int lastBeyond(const PageRanges &ranges, int pages)
+{
+    int last = 0;
+    for (const auto &range : ranges) {
+        if (range.first < range.second && range.second > pages && range.second < kMostPages)
+            last = std::max(last, range.second);
+    }
+    return last;
 }
 
 class Run
@@ -133,13 +144,16 @@ private:
     {
         const int pages = source.pages();
         const int claimed = std::max(pages, source.pagesClaimed());
-        if (claimed == 1) {
+        const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
+        if (const int last = lastBeyond(line.settings.pages, claimed))
+            warn(inputName(line.input) + ": there is no page " + std::to_string(last)
+                 + " (the file has " + std::to_string(claimed) + ")");
+        if (claimed == 1 && wanted == std::vector<int>(1, 1)) {
             for (const Output &output : outputs)
                 refuseToReplace(output.fileName, line.settings);
             trace(source, 1, outputs);
             return kSuccess;
         }
-        const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
         std::vector<Output> single; // files with one page
         for (const Output &output : outputs)
             (output.format->capabilities & kHoldsPages ? books : single).push_back(output);
@@ -177,25 +191,14 @@ private:
     {
         if (!book || book->isEmpty())
             return;
-        QBuffer pages;
-        pages.open(QIODevice::WriteOnly);
-        book->write(&pages);
         OutputFiles files;
-        for (const Output &output : books) {
-            QString error;
-            const auto write = [&pages](QIODevice *device) {
-                return device->write(pages.data()) == pages.data().size();
-            };
-            if (!files.add(output.fileName, write, &error))
-                throw Failure(kOutputNotWritable,
-                              QFile::encodeName(output.fileName).toStdString() + ": "
-                                  + error.toLocal8Bit().toStdString());
-        }
+        stageBook(books, book.get(), &files);
         commitOutputs(&files);
     }
 
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
+        traced = TracedPicture(); // that of the page before
         std::string remark;
         QImage image = source.read(page, !line.settings.raw, &remark);
         if (!remark.empty())
@@ -205,7 +208,7 @@ private:
         pageJob.outputs.insert(pageJob.outputs.end(), books.begin(), books.end());
         warnOfEnding(source.ending(page), pageJob);
         usePlacement(source, page, &pageJob);
-        const TracedPicture traced = tracePicture(std::move(image), pageJob);
+        traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
         if (book)
             book->add(result.drawing, traced.settings.style);
@@ -264,7 +267,16 @@ private:
     ProgressLine *progress = nullptr;
     std::vector<Output> books;     // that get all pages, where there are several
     std::unique_ptr<PdfBook> book; // for them
+    TracedPicture traced;          // of the last page
 };
+
+// Stays until the process ends, which leaves it where it is (toolkit.h, leave): to take the drawing
+// of a photograph apart, outline by outline, takes a twentieth of the processor time of its run.
+Run &runOf(const CommandLine &line)
+{
+    static Run run(line);
+    return run;
+}
 
 ExitCode perform(int argc, char **argv)
 {
@@ -274,7 +286,7 @@ ExitCode perform(int argc, char **argv)
     errno = 0;
     switch (line.action) {
     case CommandLine::Trace:
-        return Run(line).all();
+        return runOf(line).all();
     case CommandLine::Batch:
         return runBatch(line, argc, argv);
     case CommandLine::BatchSummary:
@@ -339,6 +351,8 @@ int main(int argc, char **argv)
     // What an image reader complains of is no reason to end.
     qunsetenv("QT_FATAL_WARNINGS");
     qunsetenv("QT_FATAL_CRITICALS");
+    // Its rules are read to the end, which a pipe or a device may not have.
+    qunsetenv("QT_LOGGING_CONF");
     qInstallMessageHandler(toolkitMessage);
     QLoggingCategory::setFilterRules(QString::fromLatin1("*.debug=false"));
     // An image that says nothing of its resolution is then taken for one of 96 dots an inch.

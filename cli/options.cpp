@@ -304,11 +304,11 @@ std::vector<Entry> outlineOptions()
             .manual("That is an area that reaches all four sides and runs along half of the rim"),
         Entry("no-seams", flag([](Settings &s, bool on) { s.seams = !on; }))
             .appliesTo(kToImages)
-            .help("Leave out the strokes that close the hairlines between areas, for plotters and "
-                  "cutters")
-            .manual("These strokes of SVG, PDF and PNG are half a pixel to one and a half wide and "
-                    "of the fill's own colour; shapes grow by half of that where nothing covers "
-                    "them"),
+            .help("Leave out what closes the hairlines between areas, for plotters and cutters")
+            .manual("In SVG, PDF and PNG areas of true shapes reach under their neighbours, which "
+                    "are painted over them. The engine's, and areas in layers, have strokes of "
+                    "their own colour, half a pixel to one and a half wide; shapes grow by half of "
+                    "that where nothing covers them"),
         Entry("only-color",
               colour("COLOR", [](Settings &s, QRgb colour) { s.onlyColours.push_back(colour); }))
             .several()

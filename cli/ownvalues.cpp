@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "gimppalette.h"
 #include "options.h"
+#include "pages.h"
 #include "suggest.h"
 
 #include "drawing/formats.h"
@@ -14,8 +15,6 @@
 namespace ztrace {
 
 namespace {
-
-const int kMostPages = 100000;
 
 const WordTable<Threshold> kThresholds = { { "auto", Threshold::Auto },
                                            { "otsu", Threshold::Otsu },

@@ -39,12 +39,29 @@ std::vector<int> pagesWithin(const PageRanges &ranges, int pages)
     for (const auto &range : ranges) {
         for (int page = range.first; page <= std::min(range.second, pages); ++page)
             found.push_back(page);
+        if (range.first == range.second && range.first > pages)
+            found.push_back(range.first); // asked for by its own number
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
     if (found.empty() && !ranges.empty())
         found.push_back(ranges.front().first);
     return found;
+}
+
+std::string rangesText(const std::vector<int> &pages)
+{
+    std::string text;
+    for (std::size_t i = 0; i < pages.size();) {
+        std::size_t last = i;
+        while (last + 1 < pages.size() && pages[last + 1] == pages[last] + 1)
+            ++last;
+        text += (text.empty() ? "" : ",") + std::to_string(pages[i]);
+        if (last > i)
+            text += '-' + std::to_string(pages[last]);
+        i = last + 1;
+    }
+    return text;
 }
 
 std::string pageNumber(int page, int pages)

@@ -10,6 +10,8 @@
 
 namespace ztrace {
 
+const int kMostPages = 100000; // of a file; the last one of ranges without an end
+
 // First and last page of each range, from 1.
 typedef std::vector<std::pair<int, int>> PageRanges;
 
@@ -20,6 +22,9 @@ PageRanges pagesValue(const std::string &setting, const std::string &text, int m
 // The pages of a file with so many that are in a range, in order, each once. Where none is: the
 // first that was asked for, which is not there.
 std::vector<int> pagesWithin(const PageRanges &ranges, int pages);
+
+// The same in the other direction: "2-4,7" of pages in order.
+std::string rangesText(const std::vector<int> &pages);
 
 // "07" of 12: numbers of one length.
 std::string pageNumber(int page, int pages);

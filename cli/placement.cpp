@@ -169,7 +169,8 @@ std::vector<std::string> worldFileNames(const std::string &imageName)
 std::string worldFileOf(const std::string &imageName)
 {
     for (const std::string &name : worldFileNames(imageName)) {
-        if (QFileInfo::exists(QFile::decodeName(name.c_str())))
+        // Nobody has named it: a pipe, which would be waited at, is none.
+        if (QFileInfo(QFile::decodeName(name.c_str())).isFile())
             return name;
     }
     return std::string();

@@ -2,6 +2,7 @@
 #include "plan.h"
 
 #include "failure.h"
+#include "imaging/spread.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +11,6 @@ namespace ztrace {
 
 namespace {
 
-const double kMostEntries = 65534.0;
 const int kUsualColours = 16;
 
 // Pixel edges. Regions by price are as small as they pay for.
@@ -63,7 +63,7 @@ int coloursOf(const Settings &settings)
     const auto asked = settings.engine.find("numberofcolors");
     if (asked == settings.engine.end())
         return settings.colors.value_or(kUsualColours);
-    if (asked->second >= kMostEntries)
+    if (asked->second >= double(kMostColoursOfPlane))
         throw Failure(kFailed, "no palette of that many colours can be made");
     return asked->second >= 1.0 ? static_cast<int>(asked->second) : 0;
 }

@@ -315,6 +315,8 @@ QImage ImageSource::read(int page, bool upright, std::string *remark) const
     if (!reader.read(&image) || image.isNull()) {
         if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
             throw Failure(kFailed, name + ": the image does not fit into memory");
+        if (format == "svg" && size.isEmpty())
+            fail(name, "the image is damaged, or its size is not above 0");
         fail(name,
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }

@@ -11,8 +11,10 @@
 #include "presets.h"
 #include "textfile.h"
 
+#include "drawing/coarseness.h"
 #include "drawing/formats.h"
 #include "drawing/json.h"
+#include "drawing/pieces.h"
 #include "drawing/signals.h"
 #include "drawing/text.h"
 #include "imaging/classify.h"
@@ -254,6 +256,28 @@ void warnOfGradients(const Drawing &drawing, const TraceJob &job)
         job.warn(name + " has no gradients: their areas have the mean colour");
 }
 
+bool hasOutput(const TraceJob &job, const std::set<std::string> &formats)
+{
+    return std::any_of(job.outputs.begin(), job.outputs.end(), [&](const Output &output) {
+        return formats.count(output.format->name) > 0;
+    });
+}
+
+// What formats but JSON cannot show of a drawing that has been read.
+void warnOfShapes(const Drawing &drawing, const TraceJob &job)
+{
+    const auto hasNoPlaces = [](const Outline &outline) { return !isDrawn(outline.shape); };
+    if (hasOutput(job, { "svg", "dxf", "pdf", "png", "geojson" })
+        && std::any_of(drawing.outlines.begin(), drawing.outlines.end(), hasNoPlaces))
+        job.warn(inputName(job.input)
+                 + ": some coordinates are no finite numbers; what they belong to is left out");
+    if (hasOutput(job, { "dxf", "geojson" }) && coarsenessOf(drawing) > 1.0)
+        job.warn(
+            inputName(job.input)
+            + ": curves would be very many lines; where a format has lines for them, those are "
+              "farther from the curves than usual");
+}
+
 } // namespace
 
 Drawing readDrawing(const ImageSource &source, TraceJob *job)
@@ -271,6 +295,7 @@ Drawing readDrawing(const ImageSource &source, TraceJob *job)
     for (const std::string &sentence : withoutEffect(job->onTheSpot, true, settings, job->outputs))
         job->warn(sentence);
     warnOfGradients(drawing, *job);
+    warnOfShapes(drawing, *job);
     return drawing;
 }
 

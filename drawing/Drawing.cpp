@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "Drawing.h"
 
+#include "inches.h"
+
 #include <QHash>
 
 #include <algorithm>
@@ -10,7 +12,6 @@ namespace ztrace {
 
 namespace {
 
-const double kMillimetresPerInch = 25.4;
 const double kPointsPerInch = 72.0;
 const char *const kUnitNames[] = { "px", "mm", "in" }; // in the order of the type
 
@@ -152,6 +153,16 @@ const Gradient *gradientOf(const Drawing &drawing, const Outline &outline)
         return nullptr;
     const Gradient &gradient = drawing.gradients[std::size_t(outline.gradient)];
     return isUsable(gradient) ? &gradient : nullptr;
+}
+
+std::vector<const Path *> cutOutOf(const Outline &outline, const Drawing &drawing, bool withUnder)
+{
+    std::vector<const Path *> paths;
+    for (std::size_t k = 1; withUnder && k < outline.under.size(); ++k)
+        paths.push_back(&outline.under[k]);
+    for (int hole : outline.holes)
+        paths.push_back(&drawing.outlines[static_cast<std::size_t>(hole)].shape);
+    return paths;
 }
 
 QString layerName(const Outline &outline)

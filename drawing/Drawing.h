@@ -84,6 +84,15 @@ struct Outline
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
     std::vector<int> holes;
 
+    // What is filled in place of the shape: the shape together with neighbours that are painted
+    // later, so that nothing below shows between them. A ring around it, then rings that are cut
+    // out, as the holes are. Empty: the shape.
+    std::vector<Path> under;
+
+    // The ground, which has its colour, is all that is to be seen of the area: it need not be
+    // filled.
+    bool isGround = false;
+
     // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
     // neighbour which is not painted over this outline; 0 for none.
     double seam = 0.0;
@@ -151,6 +160,15 @@ struct Frame
 };
 
 Frame frameOf(const Drawing &drawing);
+
+// What is filled of an outline that bounds an area.
+inline const Path &filledShape(const Outline &outline)
+{
+    return outline.under.empty() ? outline.shape : outline.under.front();
+}
+
+// What is cut out of that, or of the shape alone.
+std::vector<const Path *> cutOutOf(const Outline &outline, const Drawing &drawing, bool withUnder);
 
 // "#rrggbb"; alpha is not part of it.
 QByteArray colourName(QRgb colour);

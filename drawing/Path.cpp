@@ -163,12 +163,13 @@ bool operator==(const Path &a, const Path &b)
 
 void Bounds::grow(const Point &point)
 {
+    if (!isPlace(point))
+        return;
     if (!valid) {
-        valid = !std::isnan(point.x) && !std::isnan(point.y);
+        valid = true;
         low = high = point;
         return;
     }
-    // Comparisons written so that what is not a number never replaces a limit.
     low.x = point.x < low.x ? point.x : low.x;
     low.y = point.y < low.y ? point.y : low.y;
     high.x = point.x > high.x ? point.x : high.x;

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_DRAWING_PATH_H
 #define ZTRACE_DRAWING_PATH_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,6 +27,14 @@ inline bool operator==(const Point &a, const Point &b)
 inline bool operator!=(const Point &a, const Point &b)
 {
     return !(a == b);
+}
+
+// Beyond this a coordinate is as good as infinite; up to it, what units make of it is a number.
+const double kFarthest = 1e300;
+
+inline bool isPlace(const Point &p)
+{
+    return std::fabs(p.x) <= kFarthest && std::fabs(p.y) <= kFarthest;
 }
 
 // One piece between two points.
@@ -135,7 +144,7 @@ inline bool operator!=(const Path &a, const Path &b)
     return !(a == b);
 }
 
-// An upright rectangle around points. Points that are not a number are left out.
+// An upright rectangle around points. Points that are no places are left out.
 struct Bounds
 {
     bool valid = false;

@@ -3,7 +3,9 @@
 
 #include "TextSink.h"
 #include "arcs.h"
+#include "coarseness.h"
 #include "dxf_entities.h"
+#include "inches.h"
 #include "pens.h"
 #include "pieces.h"
 #include "strokepaths.h"
@@ -22,7 +24,6 @@ namespace {
 
 const int kLongestR12Name = 31;
 const int kLongestName = 200;
-const double kMillimetresPerInch = 25.4;
 
 int unitCodeOf(Unit unit)
 {
@@ -48,12 +49,20 @@ QByteArray validName(const QString &name, bool old)
     return valid.left(old ? kLongestR12Name : kLongestName);
 }
 
+// The tolerance is of no account where splines are written.
+DxfOptions coarserWhereNeeded(const Drawing &drawing, DxfOptions options)
+{
+    if (options.curves != DxfCurves::Spline || options.version == DxfVersion::R12 || options.join)
+        options.tolerance *= coarsenessOf(drawing);
+    return options;
+}
+
 class DxfWriter
 {
 public:
     DxfWriter(const Drawing &d, const DxfOptions &o, QIODevice *device)
-        : drawing(d), options(o), scale(d.unitsPerPixel()), sink(device), out(&sink.text()),
-          lineTypes(d, o.version), entities(&out, o.version, scale)
+        : drawing(d), options(coarserWhereNeeded(d, o)), scale(d.unitsPerPixel()), sink(device),
+          out(&sink.text()), lineTypes(d, o.version), entities(&out, o.version, scale)
     { }
 
     bool write()

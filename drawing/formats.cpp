@@ -6,6 +6,7 @@
 #include "pdf.h"
 #include "png.h"
 #include "svg.h"
+#include "topojson.h"
 
 #include <QStringList>
 
@@ -58,6 +59,11 @@ Written asGeoJson(const Drawing &drawing, const WriteOptions &options, QIODevice
     return outcome(writeGeoJson(drawing, options.decimals, device));
 }
 
+Written asTopoJson(const Drawing &drawing, const WriteOptions &options, QIODevice *device)
+{
+    return outcome(writeTopoJson(drawing, options.decimals, device));
+}
+
 QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
 {
     const Frame frame = frameOf(drawing);
@@ -86,6 +92,8 @@ const std::vector<Format> &allFormats()
           kCutsAreasOut | kHasUnits | kHasGradients, asJson, nullptr },
         { "geojson", "geojson", "areas for maps, cut out of each other",
           kHasUnits | kRoundsNumbers | kIsAMap, asGeoJson, nullptr },
+        { "topojson", "topojson", "the same, every boundary between two areas once",
+          kHasUnits | kRoundsNumbers | kIsAMap, asTopoJson, nullptr },
     };
     return formats;
 }

@@ -94,6 +94,25 @@ void appendHoles(std::string *text, const std::vector<int> &holes)
     *text += ']';
 }
 
+// "start" where there is one, and "pieces".
+void appendShape(std::string *text, const Path &shape)
+{
+    if (!shape.isEmpty()) {
+        *text += "\"start\":[";
+        appendPoint(text, shape.start());
+        *text += "],";
+    }
+    *text += "\"pieces\":[";
+    bool isFirst = true;
+    for (const PathPiece piece : shape.pieces()) {
+        if (!isFirst)
+            *text += ',';
+        isFirst = false;
+        appendPiece(text, piece);
+    }
+    *text += ']';
+}
+
 void appendOutline(std::string *text, const Outline &outline)
 {
     *text += "{\"layer\":" + jsonText(outline.layer) + ",\"color\":\"" + colourName(outline.colour)
@@ -113,20 +132,17 @@ void appendOutline(std::string *text, const Outline &outline)
     }
     if (!outline.holes.empty())
         appendHoles(text, outline.holes);
-    if (!outline.shape.isEmpty()) {
-        *text += ",\"start\":[";
-        appendPoint(text, outline.shape.start());
-        *text += ']';
+    if (outline.isGround)
+        *text += ",\"ground\":true";
+    for (std::size_t k = 0; k < outline.under.size(); ++k) {
+        *text += k == 0 ? ",\"under\":[{" : "},{";
+        appendShape(text, outline.under[k]);
     }
-    *text += ",\"pieces\":[";
-    bool isFirst = true;
-    for (const PathPiece piece : outline.shape.pieces()) {
-        if (!isFirst)
-            *text += ',';
-        isFirst = false;
-        appendPiece(text, piece);
-    }
-    *text += "]}";
+    if (!outline.under.empty())
+        *text += "}]";
+    *text += ',';
+    appendShape(text, outline.shape);
+    *text += '}';
 }
 
 void appendPen(std::string *text, const Pen &pen)

@@ -23,6 +23,10 @@ const int kHighestDegree = 3; // the cost of a point grows with the square of th
 
 const int kMostDashes = 64;
 
+// Pixels an inch, where they are known: what coordinates are divided by.
+const double kLeastDpi = 1e-5;
+const double kMostDpi = 1e9;
+
 // An outline may be cut out of several that lie around each other, and is written with each of
 // them. Pieces that are written so, for each piece of the drawing: drawings of ours have at most a
 // handful. Below the second number nobody cares.
@@ -69,8 +73,9 @@ int wholeNumber(const QJsonValue &value, double least, double most, const char *
 double positive(const QJsonValue &value, const char *what)
 {
     const double number = value.toDouble(std::numeric_limits<double>::quiet_NaN());
-    if (!(number >= 0.0 && std::isfinite(number)))
-        refuse(QString::fromLatin1("%1 has to be a number of at least 0").arg(QLatin1String(what)));
+    if (!(number >= 0.0 && number <= kFarthest))
+        refuse(
+            QString::fromLatin1("%1 has to be a number from 0 to 1e300").arg(QLatin1String(what)));
     return number;
 }
 
@@ -304,6 +309,16 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, numbers.outlines - 1, "a hole"));
     readShape(object, &outline.shape);
+    for (const QJsonValue ring : list(member(object, "under"), "\"under\"")) {
+        outline.under.emplace_back();
+        readShape(ring.toObject(), &outline.under.back());
+    }
+    const QJsonValue ground = member(object, "ground");
+    if (!ground.isUndefined() && !ground.isBool())
+        refuse("\"ground\" of an outline has to be true or false");
+    outline.isGround = ground.toBool();
+    if (outline.pen >= 0 && (outline.isGround || !outline.under.empty()))
+        refuse("strokes are not filled: \"under\" and \"ground\" are of areas");
     return outline;
 }
 
@@ -397,6 +412,8 @@ Drawing readDrawing(const QJsonObject &object)
     drawing.width = wholeNumber(member(object, "width"), 0, kLargestSize, "\"width\"");
     drawing.height = wholeNumber(member(object, "height"), 0, kLargestSize, "\"height\"");
     drawing.dpi = positive(member(object, "dpi"), "\"dpi\"");
+    if (drawing.dpi != 0.0 && !(drawing.dpi >= kLeastDpi && drawing.dpi <= kMostDpi))
+        refuse("\"dpi\" has to be 0, or from 0.00001 to 1e9");
     const QJsonValue unit = member(object, "unit");
     if (!unit.isUndefined() && !unitOfName(unit.toString(), &drawing.unit))
         refuse("\"unit\" has to be \"px\", \"mm\" or \"in\"");

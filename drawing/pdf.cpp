@@ -3,6 +3,7 @@
 
 #include "TextSink.h"
 #include "pdf_gradients.h"
+#include "pdf_pages.h"
 #include "pens.h"
 #include "pieces.h"
 #include "text.h"
@@ -31,6 +32,8 @@ public:
         places.append(0);
         return places.size();
     }
+
+    int objects() const { return places.size(); }
 
     void object(int number, const QByteArray &body)
     {
@@ -193,7 +196,7 @@ private:
             content += "S\n";
             return;
         }
-        if (alpha == 0)
+        if (alpha == 0 || (outline.isGround && !style.byLayer))
             return;
         opacity(alpha);
         fillColour(outline);
@@ -201,11 +204,12 @@ private:
             number(outline.seam);
             content += "w\n";
         }
-        path(outline.shape);
-        for (int hole : outline.holes)
-            path(drawing.outlines[static_cast<std::size_t>(hole)].shape);
+        path(style.byLayer ? outline.shape : filledShape(outline));
+        const std::vector<const Path *> holes = cutOutOf(outline, drawing, !style.byLayer);
+        for (const Path *hole : holes)
+            path(*hole);
         content += outline.seam > 0.0 ? 'B' : 'f';
-        content += outline.holes.empty() ? "\n" : "*\n";
+        content += holes.empty() ? "\n" : "*\n";
     }
 
     // Round ends and joins, drawn throughout, are what the page begins with.
@@ -366,6 +370,30 @@ void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
         = resourcesOf(content, style.stroked ? QByteArray() : pdfPatterns(drawing), layers, &file,
                       &parts->groups);
     file.object(page, pageBody(drawing, parts->pages, contents, resources));
+    addKid(page);
+}
+
+bool PdfBook::addPage(const QByteArray &file)
+{
+    PdfPage page;
+    if (!takePdfPage(file, &page))
+        return false;
+    const int more = parts->file.objects() + 1 - kPdfFirstOfPage;
+    for (std::size_t i = 0; i < page.objects.size(); ++i)
+        parts->file.reserve();
+    const int contents = kPdfFirstOfPage + 1; // has no references, but any bytes
+    for (const PdfPage::Object &object : page.objects) {
+        parts->file.object(object.number + more,
+                           object.number == contents ? object.body
+                                                     : renumberedPdf(object.body, more));
+    }
+    parts->groups += renumberedPdf(page.groups, more);
+    addKid(kPdfFirstOfPage + more);
+    return true;
+}
+
+void PdfBook::addKid(int page)
+{
     parts->kids += (parts->count > 0 ? " " : "") + reference(page);
     ++parts->count;
 }

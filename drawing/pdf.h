@@ -4,6 +4,8 @@
 #ifndef ZTRACE_DRAWING_PDF_H
 #define ZTRACE_DRAWING_PDF_H
 
+#include <QByteArray>
+
 #include <memory>
 
 #include "Drawing.h"
@@ -24,12 +26,18 @@ public:
     // Puts a drawing on the next page.
     void add(const Drawing &drawing, const PaintStyle &style);
 
+    // Puts the page of a file that writePdf() wrote there: the book is then the same, byte for
+    // byte, as if the drawing had been added. False for any other file.
+    bool addPage(const QByteArray &file);
+
     bool isEmpty() const;
 
     // What writePdf() would return. Nothing is added afterwards.
     bool write(QIODevice *device);
 
 private:
+    void addKid(int page);
+
     struct Parts;
     std::unique_ptr<Parts> parts;
 };

@@ -11,14 +11,10 @@ namespace ztrace {
 namespace {
 
 const int kMostSteps = 1000;
+const double kLargestRadius = 1e12; // pixels: its arcs are lines, and its points not exact any more
 const std::size_t kStepsOfOtherSplines = 64; // for each control point
 const std::size_t kLeastStepsOfSplines = 8;  // where that would be more than this:
 const std::size_t kManySteps = 4096;
-
-bool isFinite(const Point &p)
-{
-    return std::isfinite(p.x) && std::isfinite(p.y);
-}
 
 Point weighted(double a, const Point &p, double b, const Point &q, double c, const Point &r)
 {
@@ -38,22 +34,22 @@ bool isArc(const PathPiece &piece)
     return piece.kind == PathPiece::Arc || piece.kind == PathPiece::EllipticArc;
 }
 
-// Whether there is an ellipse that an elliptic arc is of.
+// Whether there is a circle or an ellipse that an arc is of.
 bool isDrawable(const PathPiece &piece)
 {
-    if (piece.kind != PathPiece::EllipticArc)
+    if (!isArc(piece))
         return true;
     const Ellipse ellipse = ellipseOf(piece);
     return piece.ratio > 0.0 && piece.ratio <= 1.0 && std::isfinite(piece.angle)
-        && isFinite(ellipse.center) && std::isfinite(ellipse.major) && ellipse.minor > 0.0;
+        && isPlace(ellipse.center) && ellipse.major <= kLargestRadius && ellipse.minor > 0.0;
 }
 
-bool hasFiniteControls(const PathPiece &piece)
+bool hasControls(const PathPiece &piece)
 {
-    bool finite = isFinite(piece.control1) && isFinite(piece.control2);
+    bool are = isPlace(piece.control1) && isPlace(piece.control2);
     for (std::size_t i = 0; i < piece.innerCount; ++i)
-        finite = finite && isFinite(piece.inner[i]);
-    return finite;
+        are = are && isPlace(piece.inner[i]);
+    return are;
 }
 
 // A spline of another degree or with more control points: lines along it, fewer for each point
@@ -85,15 +81,20 @@ double secondDifference(const Point &a, const Point &b, const Point &c)
     return std::hypot(a.x - 2.0 * b.x + c.x, a.y - 2.0 * b.y + c.y);
 }
 
+bool hasPlaces(const PathPiece &piece)
+{
+    return isPlace(piece.start) && isPlace(piece.end);
+}
+
 } // namespace
 
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
 {
     pieces->clear();
     for (const PathPiece piece : path.pieces()) {
-        if (!isFinite(piece.start) || !isFinite(piece.end))
+        if (!hasPlaces(piece))
             continue;
-        const bool drawable = hasFiniteControls(piece) && std::isfinite(piece.bulge)
+        const bool drawable = hasControls(piece) && std::isfinite(piece.bulge)
             && !(isArc(piece) && piece.start == piece.end) && isDrawable(piece);
         if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
             appendOtherSpline(piece, pieces);
@@ -102,6 +103,15 @@ void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
         else
             pieces->push_back(lineTo(piece.start, piece.end));
     }
+}
+
+bool isDrawn(const Path &path)
+{
+    for (const PathPiece piece : path.pieces()) {
+        if (!hasPlaces(piece) || !hasControls(piece) || !std::isfinite(piece.bulge))
+            return false;
+    }
+    return path.isEmpty() || isPlace(path.start());
 }
 
 bool isClosed(const std::vector<PathPiece> &pieces)
@@ -122,7 +132,9 @@ Point pointOn(const PathPiece &piece, double t)
 
 Circle circleOf(const PathPiece &arc)
 {
-    // Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2).
+    // Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2). The host's polyline knows the
+    // same formula (sdk/entity/): it stands without this library, as this one does without the
+    // host.
     const double dx = arc.end.x - arc.start.x;
     const double dy = arc.end.y - arc.start.y;
     const double offset = (1.0 - arc.bulge * arc.bulge) / (4.0 * arc.bulge);
@@ -219,45 +231,47 @@ void replaceArcs(double tolerance, std::vector<PathPiece> *pieces)
     pieces->swap(replaced);
 }
 
-void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *points)
+int linesOf(const PathPiece &piece, double tolerance)
 {
-    int steps = 1;
     switch (piece.kind) {
     case PathPiece::Spline: // piecesOf leaves none
     case PathPiece::Line:
         break;
     case PathPiece::Quadratic:
-        steps = stepsFor(2.0 * secondDifference(piece.start, piece.control1, piece.end), tolerance);
-        break;
+        return stepsFor(2.0 * secondDifference(piece.start, piece.control1, piece.end), tolerance);
     case PathPiece::Cubic:
-        steps
-            = stepsFor(6.0
-                           * std::max(secondDifference(piece.start, piece.control1, piece.control2),
-                                      secondDifference(piece.control1, piece.control2, piece.end)),
-                       tolerance);
-        break;
-    case PathPiece::Arc: {
+        return stepsFor(
+            6.0
+                * std::max(secondDifference(piece.start, piece.control1, piece.control2),
+                           secondDifference(piece.control1, piece.control2, piece.end)),
+            tolerance);
+    case PathPiece::Arc:
+    case PathPiece::EllipticArc: {
+        const Ellipse ellipse = ellipseOf(piece);
+        return stepsFor(ellipse.major * ellipse.sweep * ellipse.sweep, tolerance);
+    }
+    }
+    return 1;
+}
+
+void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *points)
+{
+    const int steps = linesOf(piece, tolerance);
+    if (piece.kind == PathPiece::Arc) {
         const Circle circle = circleOf(piece);
-        steps = stepsFor(circle.radius * circle.sweep * circle.sweep, tolerance);
         for (int i = 1; i < steps; ++i) {
             const double angle = circle.startAngle + circle.sweep * i / steps;
             points->push_back(Point(circle.center.x + circle.radius * std::cos(angle),
                                     circle.center.y + circle.radius * std::sin(angle)));
         }
-        points->push_back(piece.end);
-        return;
-    }
-    case PathPiece::EllipticArc: {
+    } else if (piece.kind == PathPiece::EllipticArc) {
         const Ellipse ellipse = ellipseOf(piece);
-        steps = stepsFor(ellipse.major * ellipse.sweep * ellipse.sweep, tolerance);
         for (int i = 1; i < steps; ++i)
             points->push_back(pointOn(ellipse, ellipse.start + ellipse.sweep * i / steps));
-        points->push_back(piece.end);
-        return;
+    } else {
+        for (int i = 1; i < steps; ++i)
+            points->push_back(pointOn(piece, double(i) / double(steps)));
     }
-    }
-    for (int i = 1; i < steps; ++i)
-        points->push_back(pointOn(piece, double(i) / double(steps)));
     points->push_back(piece.end);
 }
 

@@ -12,13 +12,19 @@ namespace ztrace {
 
 // The pieces of a path as they are drawn, in place of what is in the list. A curve that is neither
 // a quadratic nor a cubic Bezier, nor an arc of a circle or an ellipse, is turned into lines, and
-// so is one with a control point that is no finite number (negative tolerances make such points) or
-// an ellipse that is none: its end points are still right. Pieces that start or end on no finite
-// number are left out.
+// so is one with a control point that is no place (negative tolerances make such points), or an arc
+// of a circle or an ellipse that is none or so large that it is straight: its end points are still
+// right. Pieces that start or end in no place are left out.
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces);
+
+// Whether every piece is drawn as it is, or as lines that are near it.
+bool isDrawn(const Path &path);
 
 // Whether the last point is the first one, bit for bit.
 bool isClosed(const std::vector<PathPiece> &pieces);
+
+// How many lines flatten makes of a piece: 1 to 1000.
+int linesOf(const PathPiece &piece, double tolerance);
 
 // Appends points along a piece, without its start and with its exact end, so that the chain is
 // nowhere farther from the piece than the tolerance.

@@ -2,6 +2,7 @@
 #include "png.h"
 
 #include "TextSink.h"
+#include "inches.h"
 #include "pens.h"
 #include "pieces.h"
 
@@ -20,7 +21,7 @@ namespace {
 const double kArcTolerance = 0.001;  // pixels
 const double kDot = 0.001;           // widths; the painter draws no dash without length
 const double kMostDashes = 100000.0; // of a stroke; more are drawn throughout
-const double kInchesPerMetre = 1000.0 / 25.4;
+const double kInchesPerMetre = 1000.0 / kMillimetresPerInch;
 
 // The toolkit's painter takes memory without looking whether it has got it, and ends the process
 // where it has not. So it is asked for before, in bytes. Measured on outlines of 5000 and 20,000
@@ -113,12 +114,15 @@ private:
 
     bool paintOutline(const Outline &outline)
     {
+        const bool isArea = outline.pen < 0 && !style.stroked;
+        if (isArea && (qAlpha(outline.colour) == 0 || outline.isGround))
+            return true;
         if (qAlpha(outline.colour) == 0 && !style.stroked)
             return true;
-        const bool stroked = style.stroked || outline.pen >= 0 || outline.seam > 0.0;
+        const bool stroked = !isArea || outline.seam > 0.0;
         QPainterPath path;
         elements = 0;
-        if (!addTo(&path, outline.shape, stroked))
+        if (!addTo(&path, isArea ? filledShape(outline) : outline.shape, stroked))
             return false;
         const QRgb colour
             = qAlpha(outline.colour) == 0 ? outline.colour | 0xFF000000u : outline.colour;
@@ -130,11 +134,12 @@ private:
             painter.strokePath(path, pen(colour, style.strokeWidth));
             return true;
         }
-        for (int hole : outline.holes) {
-            if (!addTo(&path, drawing.outlines[static_cast<std::size_t>(hole)].shape, stroked))
+        const std::vector<const Path *> holes = cutOutOf(outline, drawing, true);
+        for (const Path *hole : holes) {
+            if (!addTo(&path, *hole, stroked))
                 return false;
         }
-        path.setFillRule(outline.holes.empty() ? Qt::WindingFill : Qt::OddEvenFill);
+        path.setFillRule(holes.empty() ? Qt::WindingFill : Qt::OddEvenFill);
         const QBrush brush = brushOf(outline);
         painter.fillPath(path, brush);
         if (outline.seam > 0.0) {

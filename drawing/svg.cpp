@@ -173,7 +173,7 @@ private:
             : style.stroked                   ? kMostMiter * style.strokeWidth
                                               : outline.seam;
         const double margin = 0.5 * width + 1.0;
-        Bounds box = boundsOf(outline.shape);
+        Bounds box = boundsOf(paintedShape(outline));
         box.low = Point(box.low.x - margin, box.low.y - margin);
         box.high = Point(box.high.x + margin, box.high.y + margin);
         return box;
@@ -200,7 +200,7 @@ private:
     // A drawing has many outlines and few looks. Valid as long as the writer.
     const std::string &looksOf(const Outline &outline) const
     {
-        const LooksKey key(outline.colour, !outline.holes.empty(), outline.pen, outline.seam,
+        const LooksKey key(outline.colour, isCut(outline), outline.pen, outline.seam,
                            outline.gradient);
         std::string &text = knownLooks[key];
         if (text.empty()) {
@@ -213,7 +213,10 @@ private:
 
     bool isPainted(const Outline &outline) const
     {
-        return !outline.shape.pieces().empty() && (qAlpha(outline.colour) != 0 || style.stroked);
+        if (outline.shape.pieces().empty()
+            || (outline.isGround && isArea(outline) && !style.byLayer))
+            return false;
+        return qAlpha(outline.colour) != 0 || style.stroked;
     }
 
     // An outline, or of very many several in one path: areas of a logo are things to be edited,
@@ -231,7 +234,7 @@ private:
         }
         sink.text() += "<path" + looks + " d=\"";
         for (std::size_t i = first; i < next; ++i)
-            writePath(painted[i]->shape);
+            writePath(paintedShape(*painted[i]));
         sink.text() += "\"/>\n";
         sink.flushIfLarge();
         return next;
@@ -240,9 +243,9 @@ private:
     // Opaque areas without holes go the same way around, so that together they look the same.
     bool isOneOfMany(const Outline &outline) const
     {
-        const Path &shape = outline.shape;
+        const Path &shape = paintedShape(outline);
         return isCompact && hasMany() && isArea(outline) && qAlpha(outline.colour) == 255
-            && outline.holes.empty() && shape.start() == shape.end() && !isLargeShape(shape);
+            && !isCut(outline) && shape.start() == shape.end() && !isLargeShape(shape);
     }
 
     bool isLargeShape(const Path &shape) const
@@ -254,19 +257,29 @@ private:
 
     bool isArea(const Outline &outline) const { return outline.pen < 0 && !style.stroked; }
 
+    bool isCut(const Outline &outline) const
+    {
+        return !outline.holes.empty() || (outline.under.size() > 1 && !style.byLayer);
+    }
+
+    const Path &paintedShape(const Outline &outline) const
+    {
+        return isArea(outline) && !style.byLayer ? filledShape(outline) : outline.shape;
+    }
+
     void writeOutline(const Outline &outline, const std::string &looks)
     {
         const bool area = isArea(outline);
-        if (isCompact && (!area || outline.holes.empty())
-            && (!hasMany() || isLargeShape(outline.shape))
-            && writeWhole(wholeShapeOf(outline.shape), looks))
+        if (isCompact && (!area || !isCut(outline))
+            && (!hasMany() || isLargeShape(paintedShape(outline)))
+            && writeWhole(wholeShapeOf(paintedShape(outline)), looks))
             return;
         std::string &text = sink.text();
         text += "<path" + looks + " d=\"";
-        writePath(outline.shape);
+        writePath(paintedShape(outline));
         if (area) {
-            for (int hole : outline.holes)
-                writePath(drawing.outlines[static_cast<std::size_t>(hole)].shape);
+            for (const Path *hole : cutOutOf(outline, drawing, !style.byLayer))
+                writePath(*hole);
         }
         text += "\"/>\n";
         sink.flushIfLarge();
@@ -410,7 +423,7 @@ private:
             : colourText(outline.colour);
         std::string text = " fill=\"" + paint + '"';
         text += opacityOf("fill-opacity", outline.colour);
-        if (!outline.holes.empty())
+        if (isCut(outline))
             text += " fill-rule=\"evenodd\"";
         if (outline.seam > 0.0) {
             text += " stroke=\"" + paint + "\" stroke-width=\"";

@@ -34,7 +34,8 @@ struct Chain
     bool pinnedEnd;
 };
 
-// Pixels. A noise-free soft edge is found to .01; rasterisers are off by up to .03 themselves.
+// Pixels. A noise-free soft edge is found to .01, but renderers are off by .03 to .06 themselves:
+// they draw curves as chords up to .2 off, and look at few places in a pixel.
 const double kSoftSigma = 0.05;
 const double kSoftFloor = 0.03;
 // Cracks along the boundary spread by .289 = 1/sqrt(12); across it the steps tell nearly nothing

@@ -2,6 +2,7 @@
 #include "fit/curves.h"
 
 #include "fit/cubics.h"
+#include "fit/index.h"
 
 #include <algorithm>
 #include <cmath>
@@ -66,7 +67,6 @@ private:
         Point after;
     };
 
-    static std::size_t index(int i) { return static_cast<std::size_t>(i); }
     Choice &at(int vertex, bool curve) { return best[index(2 * vertex + (curve ? 1 : 0))]; }
     const Piece &piece(int k) const { return pieces[index(k)]; }
 

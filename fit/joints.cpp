@@ -2,6 +2,7 @@
 #include "fit/joints.h"
 
 #include "fit/frame.h"
+#include "fit/index.h"
 #include "fit/skyline.h"
 
 #include <algorithm>
@@ -81,7 +82,6 @@ public:
     }
 
 private:
-    static std::size_t index(int i) { return static_cast<std::size_t>(i); }
     // Joint k lies before span k.
     bool hasJoint(int k) const { return k > 0 || (points.closed && count > 1); }
     int before(int k) const { return k > 0 ? k - 1 : count - 1; }

@@ -64,11 +64,12 @@ struct Search
 // How distances become misfit, in nats: with c the sum of (distance / sigma) squared over n points,
 // slope * max(0, c - slack * n) + leak * c.
 //
-// Soft edges have errors like noise, so half of c (docs/fit/program.md, "Price"). A staircase is no
-// noise: below what its steps make anyway, there is next to nothing to gain.
+// Neither a staircase nor a soft edge has errors like noise (docs/fit/program.md, "Price"): below
+// what the steps of the one and the chords that renderers draw the other with make anyway, there is
+// next to nothing to gain.
 struct Judgement
 {
-    double lambda; // nats a number; 3 to 8 hardly differ
+    double lambda; // nats a number
     double slope;
     double slack;
     double leak;
@@ -91,7 +92,7 @@ struct Judgement
 inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
-        return { 5, 0.5, 0, 0, 4, 2, Meeting::OfOutlines };
+        return { 2.5, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
     return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines, 0.4, 10 };
 }
 

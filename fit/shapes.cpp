@@ -40,6 +40,13 @@ const double kLong = 4;
 // Pixels by which points of a staircase may lie farther off than half a crack: corners of pixels at
 // the corners of the shape.
 const double kStepsRoom = 0.4;
+// Pixels that a point of a large soft shape may be off, as a deviation: renderers draw curves as
+// polygons, the farther off the larger they are. And how many points make it a large one.
+const double kSigmaOfWhole = 0.085;
+const int kManyPoints = 100;
+const double kAnyWeight = 1e9;
+// Pixels between the axes of an ellipse that is drawn as a circle.
+const double kNearlyRound = 0.15;
 
 // One step's answer: distance to the shape and its change by each parameter.
 template<int N>
@@ -239,8 +246,10 @@ public:
             return {};
         if (offered(table.prices.circle) && circle())
             return shapes;
-        if (offered(table.prices.ellipse) && ellipse())
+        if (offered(table.prices.ellipse)) {
+            ellipse();
             preferCircle();
+        }
         if (offered(table.prices.rectangle) || offered(table.prices.roundedRectangle))
             rectangle();
         std::stable_sort(shapes.begin(), shapes.end(), [](const auto &a, const auto &b) {
@@ -271,10 +280,11 @@ private:
         double chi2 = 0;
         int leftOut = 0;
         double farthest = 0; // beyond half a crack
+        const double most = largestWeight();
         int leftAt[4] = { 0, 0, 0, 0 };
         for (int i = 0; i < points.size(); ++i) {
             const double d = shape.residual(points.at(i)).distance;
-            const double part = d * d * points.weightOf(i);
+            const double part = d * d * std::min(points.weightOf(i), most);
             const bool out = corners && table.judgement.slope * part > table.judgement.leftOut
                 && nearCorner(piece, points.at(i))
                 && (leftOut + 1) * kCountedALeftOut <= points.size()
@@ -291,6 +301,14 @@ private:
         const bool near = points.edge == Edge::Soft || farthest < kStepsRoom;
         shapes.push_back({ piece, cost, near && isAsExpected(points.edge, chi2, counted) });
         return shapes.back().asExpected;
+    }
+
+    // What a point counts at the most.
+    double largestWeight() const
+    {
+        return points.edge == Edge::Soft && points.size() >= kManyPoints
+            ? 1 / (kSigmaOfWhole * kSigmaOfWhole)
+            : kAnyWeight;
     }
 
     static bool nearCorner(const Piece &piece, Point p)
@@ -333,12 +351,19 @@ private:
     // Where an ellipse is as expected only because its two more numbers took up some steps.
     void preferCircle()
     {
-        WholeShape *first = &shapes.front();
-        if (first->piece.kind == Kind::Circle && first->cost < shapes.back().cost)
-            first->asExpected = true;
+        if (shapes.size() < 2)
+            return;
+        WholeShape *circle = &shapes[0];
+        const WholeShape &ellipse = shapes[1];
+        const bool isNearlyRound = points.edge == Edge::Soft
+            && std::fabs(ellipse.piece.half[0] - ellipse.piece.half[1]) <= kNearlyRound;
+        if (circle->cost < ellipse.cost || isNearlyRound) {
+            circle->asExpected |= ellipse.asExpected;
+            shapes.pop_back();
+        }
     }
 
-    bool ellipse()
+    void ellipse()
     {
         const double mean = 0.5 * (moments.xx + moments.yy);
         const double root = std::hypot(0.5 * (moments.xx - moments.yy), moments.xy);
@@ -350,9 +375,9 @@ private:
             (*v)[3] = std::max((*v)[3], 0.1);
         };
         if (!gaussNewton<5, ToEllipse>(points, &s, limit))
-            return false;
+            return;
         const Piece piece = wholePiece(Kind::Ellipse, points, { s[0], s[1] }, s[2], s[3], s[4]);
-        return enter(piece, ToEllipse(s), false);
+        enter(piece, ToEllipse(s), false);
     }
 
     // The direction of the sides: the mean of chords' directions, each taken four times around.

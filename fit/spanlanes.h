@@ -12,27 +12,21 @@ const int kSpanLanes = 4;
 // In the order of the members of Moments, which sums come in.
 enum SumOf { kSumW, kSumX, kSumY, kSumXX, kSumXY, kSumYY, kSumXZ, kSumYZ, kSumZZ, kSums };
 
-// One array element a span. Sums as in Moments, around origins of the spans' own.
-struct SpanLanes
+// A number of every span.
+typedef double Lanes[kSpanLanes];
+
+// Sums as in Moments, around origins of the spans' own.
+struct alignas(32) SpanLanes
 {
-    alignas(32) double sums[kSums][kSpanLanes];
-    // By measureLines: LineMoments.
-    alignas(32) double mx[kSpanLanes];
-    alignas(32) double my[kSpanLanes];
-    alignas(32) double cxx[kSpanLanes];
-    alignas(32) double cxy[kSpanLanes];
-    alignas(32) double cyy[kSpanLanes];
-    alignas(32) double least[kSpanLanes];
-    // Along the line, of unit length, maybe against the walk; void where there is none.
-    alignas(32) double alongX[kSpanLanes];
-    alignas(32) double alongY[kSpanLanes];
+    Lanes sums[kSums];
+    // By measureLines: LineMoments; and the direction along the line, of unit length, maybe against
+    // the walk, void where there is none.
+    Lanes mx, my, cxx, cxy, cyy, least, alongX, alongY;
     // By measureCircles, from all of the above: the centre from the mean, the radius, which is that
     // of no circle where circleOf finds none, and the mean squared distance.
-    alignas(32) double centreX[kSpanLanes];
-    alignas(32) double centreY[kSpanLanes];
-    alignas(32) double radius[kSpanLanes];
-    alignas(32) double root[kSpanLanes];
+    Lanes centreX, centreY, radius, root;
 };
+static_assert(sizeof(Lanes) % 32 == 0, "every array stands as the vector units want it");
 
 // A line, or a circle, and the points from it.
 struct Nearness

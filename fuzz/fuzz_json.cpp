@@ -2,7 +2,7 @@
 //
 // A drawing's text through the reader and every writer. The first byte tells whether the rest is
 // the text itself or what a drawing of any pieces is made from. What is read is written and read
-// again without loss; every writer ends, and writes something or says why not.
+// again without loss; every writer ends, and writes something or says why not; GeoJSON is JSON.
 #include "Input.h"
 
 #include "drawing/formats.h"
@@ -10,6 +10,9 @@
 #include "drawing/png.h"
 
 #include <QBuffer>
+#include <QJsonDocument>
+
+#include <cstring>
 
 using namespace ztrace;
 
@@ -129,6 +132,9 @@ QByteArray written(const Format &format, const Drawing &drawing, const WriteOpti
     buffer.open(QIODevice::WriteOnly);
     const Written outcome = format.write(drawing, options, &buffer);
     fuzz::require(outcome == Written::Whole && !buffer.data().isEmpty());
+    // A coordinate that is no number would have no form in it.
+    if (std::strcmp(format.name, "geojson") == 0)
+        fuzz::require(!QJsonDocument::fromJson(buffer.data()).isNull());
     return buffer.data();
 }
 

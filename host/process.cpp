@@ -79,6 +79,8 @@ void zelvora::prepareToolkit()
     // What the toolkit complains of in a script is no reason to end.
     qunsetenv("QT_FATAL_WARNINGS");
     qunsetenv("QT_FATAL_CRITICALS");
+    // Its rules are read to the end, which a pipe or a device may not have.
+    qunsetenv("QT_LOGGING_CONF");
 }
 
 void zelvora::leave(int code, std::unique_ptr<QCoreApplication> application)

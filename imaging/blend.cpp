@@ -2,6 +2,7 @@
 #include "blend.h"
 
 #include "failure.h"
+#include "spread.h"
 
 #include "engine/ZTraceBitmap.h"
 #include "engine/quantize.h"
@@ -13,7 +14,6 @@ namespace ztrace {
 namespace {
 
 const std::size_t kChannelsOfEntry = 4;
-const std::size_t kMostColoursOfPlane = 65534;
 
 // Alpha, of 255. An entry this near to an end is taken as that end: means of areas with soft rims
 // stay opaque, and are not painted with their ground showing through. The rounding of alpha before
@@ -44,7 +44,8 @@ std::vector<QRgb> coloursOf(const FlatPalette &palette)
     if (palette.empty())
         throw TraceError("no palette of that many colours fits into memory");
     if (palette.size() / kChannelsOfEntry > kMostColoursOfPlane)
-        throw TraceError("palettes of more than 65534 colours need --raw");
+        throw TraceError("palettes of more than " + std::to_string(kMostColoursOfPlane)
+                         + " colours need --raw");
     std::vector<QRgb> colours;
     for (std::size_t i = 0; i < palette.size(); i += kChannelsOfEntry)
         colours.push_back(colourOfEntry(palette.data() + i));

@@ -275,18 +275,18 @@ struct CalmPixels
                const std::vector<bool> &flats)
         : all(palette.size(), 0), inside(palette.size(), 0), isFlat(flats)
     {
-        const std::size_t width = static_cast<std::size_t>(image.width());
+        const int width = image.width();
         NearestColour nearest(palette);
         std::vector<uint16_t> labels[3];
         std::vector<uint8_t> calm;
         for (int y = 0; y < image.height(); ++y) {
             std::vector<uint16_t> &here = labels[y % 3];
-            here.resize(width);
+            here.resize(static_cast<std::size_t>(width));
             const QRgb *words = row(image, y);
             const uint8_t *marks = edges.row(y);
             int end = 0;
-            for (int x = 0; x < image.width(); x = end) {
-                end = endOfRun(words, x, image.width());
+            for (int x = 0; x < width; x = end) {
+                end = endOfRun(words, x, width);
                 // Nobody asks for the label of an edge.
                 if (end > x + 1 || (marks[x] & EdgeMap::kEdge) == 0)
                     std::fill(here.begin() + x, here.begin() + end, nearest.of(words[x]));

@@ -4,18 +4,21 @@
 #ifndef ZTRACE_IMAGING_FOREST_H
 #define ZTRACE_IMAGING_FOREST_H
 
-#include <cstdint>
+#include <cstddef>
 #include <vector>
 
 namespace ztrace {
 
 // The root of `k`: every number points to another one of its set, the root to itself. Halves the
 // way that it goes, so that the next one is shorter; what points to lower numbers still does.
-inline uint32_t rootOf(std::vector<uint32_t> *forest, uint32_t k)
+// Numbers are not below 0, signed or not.
+template<typename Number>
+Number rootOf(std::vector<Number> *forest, Number k)
 {
-    std::vector<uint32_t> &up = *forest;
-    while (up[k] != k)
-        k = up[k] = up[up[k]];
+    const auto up
+        = [forest](Number of) -> Number & { return (*forest)[static_cast<std::size_t>(of)]; };
+    while (up(k) != k)
+        k = up(k) = up(up(k));
     return k;
 }
 

@@ -2,6 +2,7 @@
 #include "ink.h"
 
 #include "greyinterpolation.h"
+#include "index.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,11 +18,6 @@ const int kToneMixture = 8;
 const double kSoftShare = 0.2; // of the pixels on borders; a soft edge has one in two or three
 
 typedef std::vector<uint8_t> Row;
-
-std::size_t at(int i)
-{
-    return static_cast<std::size_t>(i);
-}
 
 // Labels of three rows at a time, and where the pixels of the middle one are on borders: not all of
 // the up to nine pixels around have one label.

@@ -4,6 +4,7 @@
 #include "ramps.h"
 
 #include "colour.h"
+#include "spread.h"
 
 #include <algorithm>
 #include <limits>
@@ -12,7 +13,6 @@ namespace ztrace {
 
 namespace {
 
-const std::size_t kMostLabels = 65534;
 const int kToRamp = 4; // pixels from one that was taken for a stand-in to a ramp
 
 } // namespace
@@ -59,7 +59,7 @@ void settleStrays(const Ramps &ramps, const std::vector<std::size_t> &usual, std
 std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
 {
     const std::size_t first = plane->colours.size();
-    if (first + ramps.areas.size() > kMostLabels || ramps.areas.empty())
+    if (first + ramps.areas.size() > kMostColoursOfPlane || ramps.areas.empty())
         return first;
     // The label that most pixels of a ramp have.
     std::vector<std::vector<uint32_t>> counts(ramps.areas.size());

@@ -10,7 +10,7 @@ namespace ztrace {
 
 namespace {
 
-const int kReach = 3;              // tiles from those of a ramp that pixels of it are looked for
+const int kTilesAround = 3;        // tiles from those of a ramp that pixels of it are looked for
 const std::size_t kMostNearby = 4; // ramps
 const std::size_t kMostOfIslands = 64; // the largest ramps; each tile is held against all
 
@@ -112,7 +112,8 @@ void RampMask::add(const RampTiles &tiles, const std::vector<GrownRamp> &grown)
     for (const GrownRamp &own : grown) {
         list.push_back(own.ramp);
         further.push_back(own.ramp);
-        extendEnds((kReach + 1) * tiles.side, (kReach + 1) * tiles.side, &further.back());
+        extendEnds((kTilesAround + 1) * tiles.side, (kTilesAround + 1) * tiles.side,
+                   &further.back());
         for (std::size_t member : own.members) {
             ofTile[member] = uint16_t(list.size());
             addTile(tiles, member, uint16_t(list.size()));
@@ -129,7 +130,7 @@ void RampMask::add(const RampTiles &tiles, const std::vector<GrownRamp> &grown)
                    + tile % std::size_t(tiles.columns)]
                 .add(ofTile[tile]);
     }
-    for (int away = 1; away <= kReach; ++away) {
+    for (int away = 1; away <= kTilesAround; ++away) {
         const std::vector<Nearby> before = nearby;
         for (int y = 0; y < rows; ++y) {
             for (int x = 0; x < columns; ++x) {

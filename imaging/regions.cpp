@@ -27,6 +27,10 @@ const float kCoarser = 4.0f;
 const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
+// Pixel edges for each of which a list of sides gets room beforehand; the photographs that were
+// looked at have more, and where there are fewer the list grows.
+const uint32_t kEdgesOfSide = 4;
+
 void add(const Region &other, Region *to)
 {
     const float pixels = to->pixels + other.pixels;
@@ -192,26 +196,13 @@ void forEachEdge(const RegionGraph &graph, Use use)
     }
 }
 
-// The regions beside each region: those of k are list[first[k]] to list[first[k + 1] - 1].
-template<typename Side>
-struct Sides
+// The regions beside each region as they stand in the picture: those of k are list[first[k]] to
+// list[first[k + 1] - 1], and a neighbour is there as often as there are edges.
+struct EdgeSides
 {
     std::vector<uint32_t> first;
-    std::vector<Side> list;
+    std::vector<uint32_t> list;
 };
-
-// As they stand in the picture, a neighbour is there as often as there are edges.
-typedef Sides<uint32_t> EdgeSides;
-
-RegionSide sideOf(uint32_t region)
-{
-    return { region, 1 };
-}
-
-RegionSide sideOf(const RegionSide &side)
-{
-    return side;
-}
 
 EdgeSides findSides(const RegionGraph &graph)
 {
@@ -231,6 +222,52 @@ EdgeSides findSides(const RegionGraph &graph)
     return sides;
 }
 
+// Every region goes to the neighbour with which it loses least an edge, if that is below the price.
+// forEachSide(k, use) calls use(neighbour, edges) for the sides of a region. Returns the new
+// numbers of the regions.
+template<typename ForEachSide>
+std::vector<uint32_t> mergeAt(float price, ForEachSide forEachSide, std::vector<Region> *regions)
+{
+    const uint32_t count = uint32_t(regions->size());
+    Merging merging(std::move(*regions));
+    for (uint32_t k = 0; k < count; ++k) {
+        const uint32_t own = merging.rootOf(k);
+        uint32_t best = kNone;
+        float least = price;
+        forEachSide(k, [&](uint32_t neighbour, uint32_t edges) {
+            const uint32_t other = merging.rootOf(neighbour);
+            if (other == own)
+                return;
+            const float saved = float(edges) + kEdgesOfRegion;
+            const float loss = lossOf(merging.regions[own], merging.regions[other]) / saved;
+            if (loss < least) {
+                least = loss;
+                best = other;
+            }
+        });
+        if (best != kNone)
+            merging.merge(own, best);
+    }
+    return merging.number(regions);
+}
+
+// Every pixel edge is a side of its own.
+std::vector<uint32_t> mergeAcrossEdges(float price, const EdgeSides &sides,
+                                       std::vector<Region> *regions)
+{
+    return mergeAt(
+        price,
+        [&sides](uint32_t region, auto use) {
+            uint32_t last = kNone; // is no better the second time
+            for (uint32_t s = sides.first[region]; s < sides.first[region + 1]; ++s) {
+                if (sides.list[s] != last)
+                    use(sides.list[s], 1);
+                last = sides.list[s];
+            }
+        },
+        regions);
+}
+
 // The regions by their new numbers: those of `numbers` n are members[first[n]] to
 // members[first[n + 1] - 1].
 struct Members
@@ -245,69 +282,108 @@ struct Members
             members[--first[numbers[k]]] = uint32_t(k);
     }
 
+    // Calls visit(member) for the regions of a number, in their order.
+    template<typename Visit>
+    void forEach(uint32_t number, Visit visit) const
+    {
+        for (uint32_t m = first[number]; m < first[number + 1]; ++m)
+            visit(members[m]);
+    }
+
+private:
     std::vector<uint32_t> first;
     std::vector<uint32_t> members;
 };
 
-// The sides of regions by their new numbers: those of one number are one, and each neighbour stands
-// once.
-template<typename Side>
-Sides<RegionSide> contracted(const Sides<Side> &old, const std::vector<uint32_t> &numbers,
-                             std::size_t count)
+// Puts the new numbers of the regions into the sides and takes out those within one of them, in
+// their place: lists by the new regions would need twice the room beside these.
+void renumberSides(const std::vector<uint32_t> &numbers, EdgeSides *sides)
 {
-    const Members members(numbers, count);
-    Sides<RegionSide> sides;
-    sides.list.reserve(old.list.size() / 2);
-    sides.first.assign(count + 1, 0);
-    std::vector<uint32_t> behind(count, 0); // of a neighbour's place, where it is beside the region
-    for (uint32_t k = 0; k < count; ++k) {
-        const uint32_t begin = uint32_t(sides.list.size());
-        sides.first[k] = begin;
-        for (uint32_t m = members.first[k]; m < members.first[k + 1]; ++m) {
-            const uint32_t member = members.members[m];
-            for (uint32_t s = old.first[member]; s < old.first[member + 1]; ++s) {
-                const RegionSide side = sideOf(old.list[s]);
-                const uint32_t other = numbers[side.region];
-                if (other == k)
-                    continue;
-                if (behind[other] <= begin) {
-                    sides.list.push_back({ other, 0 });
-                    behind[other] = uint32_t(sides.list.size());
-                }
-                sides.list[behind[other] - 1].edges += side.edges;
-            }
+    uint32_t kept = 0;
+    uint32_t begin = 0;
+    for (std::size_t k = 0; k < numbers.size(); ++k) {
+        const uint32_t end = sides->first[k + 1];
+        for (uint32_t s = begin; s < end; ++s) {
+            const uint32_t other = numbers[sides->list[s]];
+            sides->list[kept] = other;
+            kept += other != numbers[k] ? 1u : 0u;
         }
+        begin = end;
+        sides->first[k + 1] = kept;
     }
-    sides.first[count] = uint32_t(sides.list.size());
-    return sides;
 }
 
-// Every region goes to the neighbour with which it loses least an edge, if that is below the price.
-// Returns the new numbers of the regions.
-template<typename Side>
-std::vector<uint32_t> mergeAt(float price, const Sides<Side> &sides, std::vector<Region> *regions)
+// Counts the edges that a region has in common with each of its neighbours.
+class SideCounter
 {
-    Merging merging(std::move(*regions));
-    for (uint32_t k = 0; k + 1 < sides.first.size(); ++k) {
-        const uint32_t own = merging.rootOf(k);
-        uint32_t best = kNone;
-        float least = price;
-        for (uint32_t s = sides.first[k]; s < sides.first[k + 1]; ++s) {
-            const RegionSide side = sideOf(sides.list[s]);
-            const uint32_t other = merging.rootOf(side.region);
-            if (other == own)
-                continue;
-            const float saved = float(side.edges) + kEdgesOfRegion;
-            const float loss = lossOf(merging.regions[own], merging.regions[other]) / saved;
-            if (loss < least) {
-                least = loss;
-                best = other;
-            }
-        }
-        if (best != kNone)
-            merging.merge(own, best);
+public:
+    explicit SideCounter(std::size_t regions) : edges(regions, 0), met(regions) { }
+
+    void add(uint32_t neighbour)
+    {
+        met[count] = neighbour;
+        count += edges[neighbour]++ == 0 ? 1u : 0u;
     }
-    return merging.number(regions);
+
+    // Calls use(neighbour, edges) in the order in which they came, and starts anew.
+    template<typename Use>
+    void take(Use use)
+    {
+        for (std::size_t k = 0; k < count; ++k) {
+            use(met[k], edges[met[k]]);
+            edges[met[k]] = 0;
+        }
+        count = 0;
+    }
+
+private:
+    std::vector<uint32_t> edges;
+    std::vector<uint32_t> met; // those that are not 0
+    std::size_t count = 0;
+};
+
+// The same for regions that have been merged from those of the sides, which have their numbers.
+std::vector<uint32_t> mergeAcrossSides(float price, const Members &members, const EdgeSides &sides,
+                                       std::vector<Region> *regions)
+{
+    SideCounter counter(regions->size());
+    return mergeAt(
+        price,
+        [&](uint32_t region, auto use) {
+            members.forEach(region, [&](uint32_t member) {
+                for (uint32_t s = sides.first[member]; s < sides.first[member + 1]; ++s)
+                    counter.add(sides.list[s]);
+            });
+            counter.take(use);
+        },
+        regions);
+}
+
+// The sides of regions that have been merged once more, to `numbers`.
+void listSides(const Members &members, const EdgeSides &sides, const std::vector<uint32_t> &numbers,
+               RegionGraph *graph)
+{
+    const std::size_t count = graph->regions.size();
+    const Members merged(numbers, count);
+    SideCounter counter(count);
+    graph->firstSide.reserve(count + 1);
+    graph->sides.reserve(sides.first.back() / kEdgesOfSide);
+    for (uint32_t k = 0; k < count; ++k) {
+        graph->firstSide.push_back(uint32_t(graph->sides.size()));
+        merged.forEach(k, [&](uint32_t part) {
+            members.forEach(part, [&](uint32_t member) {
+                for (uint32_t s = sides.first[member]; s < sides.first[member + 1]; ++s) {
+                    const uint32_t other = numbers[sides.list[s]];
+                    if (other != k)
+                        counter.add(other);
+                }
+            });
+        });
+        counter.take([graph](uint32_t other, uint32_t edges) {
+            graph->sides.push_back({ other, edges });
+        });
+    }
+    graph->firstSide.push_back(uint32_t(graph->sides.size()));
 }
 
 } // namespace
@@ -320,19 +396,18 @@ RegionGraph findRegions(const QImage &image, const SeenColours &seen, double pri
     float farthest = std::max(kNearest, float(price) * kJoinShare);
     while (!Growing(image, seen, farthest, &graph.ofPixel).run(&graph.regions))
         farthest *= kCoarser;
-    std::vector<uint32_t> numbers;
-    Sides<RegionSide> sides;
-    {
-        const EdgeSides edges = findSides(graph);
-        numbers = mergeAt(kFirstPart * float(price), edges, &graph.regions);
-        sides = contracted(edges, numbers, graph.regions.size());
-    }
+    EdgeSides sides = findSides(graph);
+    std::vector<uint32_t> numbers
+        = mergeAcrossEdges(kFirstPart * float(price), sides, &graph.regions);
+    graph.regions.shrink_to_fit();
+    renumberSides(numbers, &sides);
+    const Members members(numbers, graph.regions.size());
+    const std::vector<uint32_t> merged
+        = mergeAcrossSides(float(price), members, sides, &graph.regions);
+    graph.regions.shrink_to_fit();
+    listSides(members, sides, merged, &graph);
+    renumber(merged, &numbers);
     renumber(numbers, &graph.ofPixel);
-    numbers = mergeAt(float(price), sides, &graph.regions);
-    sides = contracted(sides, numbers, graph.regions.size());
-    renumber(numbers, &graph.ofPixel);
-    graph.firstSide = std::move(sides.first);
-    graph.sides = std::move(sides.list);
     return graph;
 }
 

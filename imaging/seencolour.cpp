@@ -33,6 +33,8 @@ SeenColours::SeenColours()
             shares[k][std::size_t(byte)] = int(std::lround(lightOf(byte) * kWeights[k] * kSteps));
     }
     const double kDark = 216.0 / 24389.0;
+    roots.reserve(kSteps + 4);
+    lightnesses.reserve(kSteps + 4);
     for (int i = 0; i < kSteps + 4; ++i) { // three roundings
         const double light = double(i) / kSteps;
         const double root = std::cbrt(light);

@@ -87,9 +87,11 @@ private:
         const SeenColour colour = seen.of(word);
         uint16_t best = own;
         float least = cost(colour, own, sides, corners);
+        uint16_t last = own;
         for (uint16_t label : sides) {
-            if (label == best || palette[label].alpha != palette[own].alpha)
+            if (label == best || label == last || palette[label].alpha != palette[own].alpha)
                 continue;
+            last = label; // is no better the second time
             const float other = cost(colour, label, sides, corners);
             if (other < least) {
                 least = other;

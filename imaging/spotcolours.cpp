@@ -50,9 +50,11 @@ bool isCore(const QImage &image, int x, int y, QRgb beside)
     const VisibleColour away = difference(visible(row(image, y)[x]), ground);
     const double depth = square(away);
     QRgb last = beside;
-    for (int v = std::max(0, y - kCore); v <= std::min(image.height() - 1, y + kCore); ++v) {
+    const int right = std::min(image.width() - 1, x + kCore);
+    const int bottom = std::min(image.height() - 1, y + kCore);
+    for (int v = std::max(0, y - kCore); v <= bottom; ++v) {
         const QRgb *words = row(image, v);
-        for (int u = std::max(0, x - kCore); u <= std::min(image.width() - 1, x + kCore); ++u) {
+        for (int u = std::max(0, x - kCore); u <= right; ++u) {
             if (words[u] == last)
                 continue;
             last = words[u];

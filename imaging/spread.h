@@ -6,6 +6,7 @@
 
 #include <QImage>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -16,6 +17,7 @@
 namespace ztrace {
 
 const uint16_t kUnlabelled = 0xFFFF;
+const std::size_t kMostColoursOfPlane = 65534; // so that no label is that
 
 // Spreads labels into `waiting`, the unlabelled pixels of the plane (y * width + x, in any order),
 // one ring of pixels at a time: every pixel takes the most similar of the labels within two pixels,

@@ -394,9 +394,11 @@ void takeRidges(const QImage &image, const EdgeMap &edges, std::vector<uint32_t>
     for (uint32_t pixel : *waiting) {
         while (ridge != edges.ridges().end() && ridge->pixel < pixel)
             ++ridge;
-        const bool isRidge = ridge != edges.ridges().end() && ridge->pixel == pixel;
-        const QRgb word = row(image, int(pixel / width))[pixel % width];
-        if (!isRidge || !takes(pixel, Ridge { true, word, ridge->beside }))
+        const auto isTaken = [&] {
+            const QRgb word = row(image, int(pixel / width))[pixel % width];
+            return takes(pixel, Ridge { true, word, ridge->beside });
+        };
+        if (ridge == edges.ridges().end() || ridge->pixel != pixel || !isTaken())
             (*waiting)[left++] = pixel;
     }
     waiting->resize(left);

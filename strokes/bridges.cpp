@@ -9,7 +9,7 @@ namespace ztrace::strokes {
 namespace {
 
 const int kDirections = 16; // of half a turn
-const int kReach = 9;       // pixels that a line is looked at to either side
+const int kReachAlong = 9;  // pixels that a line is looked at to either side
 const int kLeastInk = 5;    // of them that have ink at most a pixel beside them, on each side
 const int kMostGap = 3;     // pixels between what has ink that near
 const int kAside = 3;       // pixels beside a thin line where there is none of its ink
@@ -20,8 +20,8 @@ const double kPi = 3.14159265358979323846;
 // Offsets in a plane of cells.
 struct Direction
 {
-    std::array<int, 2 * kReach + 1> along; // from -kReach on
-    int across;                            // to the pixel beside
+    std::array<int, 2 * kReachAlong + 1> along; // from -kReachAlong on
+    int across;                                 // to the pixel beside
     int aside;
 };
 
@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    static const int kRim = kReach + kAside + 2;
+    static const int kRim = kReachAlong + kAside + 2;
 
     std::size_t cellOf(int x, int y) const
     {
@@ -84,8 +84,8 @@ private:
             return int(std::lround(y)) * stride + int(std::lround(x));
         };
         Direction direction;
-        for (int t = -kReach; t <= kReach; ++t)
-            direction.along[std::size_t(t + kReach)] = offset(t * c, t * s);
+        for (int t = -kReachAlong; t <= kReachAlong; ++t)
+            direction.along[std::size_t(t + kReachAlong)] = offset(t * c, t * s);
         direction.across
             = std::fabs(c) > std::fabs(s) ? stride : 1; // of neighbouring lines of pixels
         direction.aside = offset(-kAside * s, kAside * c);
@@ -101,7 +101,7 @@ private:
     int firstInk(std::size_t cell, const Direction &direction, int side) const
     {
         for (int t = 1; t <= kMostGap; ++t) {
-            if (at(wide, cell, direction.along[std::size_t(kReach + side * t)]))
+            if (at(wide, cell, direction.along[std::size_t(kReachAlong + side * t)]))
                 return t;
         }
         return kMostGap + 2;
@@ -110,8 +110,8 @@ private:
     int inkOn(std::size_t cell, const Direction &direction, int side) const
     {
         int sum = 0;
-        for (int t = 1; t <= kReach; ++t)
-            sum += at(wide, cell, direction.along[std::size_t(kReach + side * t)]);
+        for (int t = 1; t <= kReachAlong; ++t)
+            sum += at(wide, cell, direction.along[std::size_t(kReachAlong + side * t)]);
         return sum;
     }
 
@@ -120,8 +120,8 @@ private:
     {
         int left = 0;
         int right = 0;
-        for (int t = -kReach; t <= kReach; t += 2) {
-            const int along = direction.along[std::size_t(kReach + t)];
+        for (int t = -kReachAlong; t <= kReachAlong; t += 2) {
+            const int along = direction.along[std::size_t(kReachAlong + t)];
             left += at(wide, cell, along + direction.aside);
             right += at(wide, cell, along - direction.aside);
         }

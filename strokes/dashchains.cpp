@@ -26,6 +26,12 @@ const double kDotLength = 0.6; // widths between the outermost cross-sections of
 const double kDotWeight = 4.0; // cross-sections that a dot counts as
 const double kDotWidths = 2.6; // widths of a line that a dot is long at most, and pixels
 const double kDotPixels = 2.0;
+// Dashes of a circle that have no bend of their own: part of their length that they differ by,
+// widths that they are long, radians between two of them at most, and of error.
+const double kAlike = 0.3;
+const double kChordWidths = 4.0;
+const double kMostBend = 0.6;
+const double kBendError = 0.04;
 const std::size_t kMostTries = 4; // candidates that are looked at for the next dash
 
 bool isOnePen(double width, const Dash &other)
@@ -144,9 +150,10 @@ std::vector<Next> DashChains::candidates(const Chain &chain, Point from, Point h
                     continue;
                 const double off = kOffWidths * chain.width + kOffPixels + straying * ahead;
                 const double beside = std::fabs(chain.carrier.distance(other.end[near]));
-                if (beside > off || !goesAlong(chain, other, near, heading))
+                const bool along = beside < off && goesAlong(chain, other, near, heading);
+                if (!along && !bendsOn(chain, other, near, heading))
                     continue;
-                found.push_back({ entry / 2, near, ahead + 4 * beside });
+                found.push_back({ entry / 2, near, ahead + (along ? 4 * beside : reach) });
             }
         }
     }
@@ -154,6 +161,25 @@ std::vector<Next> DashChains::candidates(const Chain &chain, Point from, Point h
         return a.rank < b.rank || (a.rank == b.rank && a.dash < b.dash);
     });
     return found;
+}
+
+// Whether the only dash of a chain, drawn as a line, and another one are chords of one circle: the
+// way from middle to middle turns half as far as the dashes do. In noise the dashes of wide circles
+// tell no bend of their own.
+bool DashChains::bendsOn(const Chain &chain, const Dash &other, int near, Point heading) const
+{
+    if (chain.dashes.size() > 1 || chain.carrier.arc || chain.areDots || other.isDot())
+        return false;
+    const Dash &one = dash(chain.dashes.front().dash);
+    if (std::fabs(one.length() - other.length()) > kAlike * std::max(one.length(), other.length())
+        || std::min(one.length(), other.length()) < kChordWidths * chain.width)
+        return false;
+    const Point axis = near == 0 ? other.axis : -1.0 * other.axis;
+    const Point way = 0.5 * (other.end[0] + other.end[1]) - 0.5 * (one.end[0] + one.end[1]);
+    const double turn = std::atan2(fit::cross(heading, axis), fit::dot(heading, axis));
+    const double half = std::atan2(fit::cross(heading, way), fit::dot(heading, way));
+    return std::fabs(turn) < kMostBend
+        && std::fabs(turn - 2 * half) < kBendError + 2 * kTurnPixels / one.length();
 }
 
 Point DashChains::lastOf(const Chain &chain) const

@@ -51,6 +51,7 @@ private:
     // Dashes ahead of a place, the best first.
     std::vector<Next> candidates(const Chain &chain, Point from, Point heading) const;
     // The walk's last place and the way it goes on.
+    bool bendsOn(const Chain &chain, const Dash &other, int near, Point heading) const;
     Point lastOf(const Chain &chain) const;
     Point headingOf(const Chain &chain) const;
     void growAhead(Chain *chain);

@@ -28,9 +28,20 @@ double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap);
 // gaps of so many; about `most` at most.
 double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most, double gap);
 
-// Whether the ends of most lines are round: ink goes farther in the middle than beside it. `hard`
-// says that the picture has no values between ink and paper.
-bool hasRoundEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard);
+// What most free ends of a drawing are like. The ink of round ones goes on by half a width beyond
+// the line's own end; where noise hides the form, `part` of that is taken, so that no end is off by
+// more than the rest of it.
+//
+// part  0 square, 1 round
+struct EndForm
+{
+    bool round = true;
+    double part = 1.0;
+};
+
+// `hard` says that the picture has no values between ink and paper, `noisy` that it is a scan.
+EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard,
+                   bool noisy);
 
 // A place on the carrier that many pixels outwards from the foot of the last cross-section.
 Point alongCarrier(const Atom &atom, int end, double pixels);

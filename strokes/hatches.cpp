@@ -57,7 +57,8 @@ class Family
 public:
     Family(std::vector<Line> l, Web *w) : lines(std::move(l)), web(*w) { }
 
-    void mark()
+    // The family, without atoms where it has no hatch.
+    HatchFamily mark()
     {
         measure();
         // Longest run that ends with a line, by the line before it and the distance to that.
@@ -88,7 +89,15 @@ public:
             std::size_t left = length[k];
             for (int i = int(k); i >= 0 && left > 0; i = before[std::size_t(i)], --left)
                 web.atoms[std::size_t(lines[std::size_t(i)].atom)].role = Role::Hatch;
+            hasHatch = true;
         }
+        HatchFamily family;
+        family.direction = direction;
+        for (const Line &line : lines) {
+            if (hasHatch)
+                family.atoms.push_back(line.atom);
+        }
+        return family;
     }
 
 private:
@@ -98,7 +107,7 @@ private:
         double angle = 0.0;
         for (const Line &line : lines)
             angle += line.angle / double(lines.size());
-        const Point u = { std::cos(angle), std::sin(angle) };
+        const Point u = direction = { std::cos(angle), std::sin(angle) };
         for (Line &line : lines) {
             const Atom &atom = web.atoms[std::size_t(line.atom)];
             const double a = fit::dot(atom.place[0], u);
@@ -122,12 +131,15 @@ private:
 
     std::vector<Line> lines;
     Web &web;
+    Point direction = { 1, 0 };
+    bool hasHatch = false;
 };
 
 } // namespace
 
-void takeHatches(Web *web)
+std::vector<HatchFamily> takeHatches(Web *web)
 {
+    std::vector<HatchFamily> families;
     const std::vector<Line> lines = linesOf(*web);
     std::size_t first = 0;
     for (std::size_t k = 1; k <= lines.size(); ++k) {
@@ -135,13 +147,17 @@ void takeHatches(Web *web)
         if (k < lines.size() && lines[k].angle - lines[k - 1].angle < kSlope
             && lines[k].angle - lines[first].angle < 2 * kSlope)
             continue;
-        if (k - first >= kLeastHatch)
-            Family(std::vector<Line>(lines.begin() + std::ptrdiff_t(first),
-                                     lines.begin() + std::ptrdiff_t(k)),
-                   web)
-                .mark();
+        if (k - first >= kLeastHatch) {
+            HatchFamily family = Family(std::vector<Line>(lines.begin() + std::ptrdiff_t(first),
+                                                          lines.begin() + std::ptrdiff_t(k)),
+                                        web)
+                                     .mark();
+            if (!family.atoms.empty())
+                families.push_back(std::move(family));
+        }
         first = k;
     }
+    return families;
 }
 
 } // namespace ztrace::strokes

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/lettering.h"
 
+#include "strokes/forest.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -40,21 +42,6 @@ struct Part
     // Neither a dash nor a hole: a letter, if it has company.
     bool isFormed() const { return !isWhole && breadth() > kFormed * width; }
 };
-
-int rootOf(std::vector<int> *parent, int k)
-{
-    std::vector<int> &p = *parent;
-    while (p[std::size_t(k)] != k)
-        k = p[std::size_t(k)] = p[std::size_t(p[std::size_t(k)])];
-    return k;
-}
-
-void unite(std::vector<int> *parent, int a, int b)
-{
-    a = rootOf(parent, a);
-    b = rootOf(parent, b);
-    (*parent)[std::size_t(std::max(a, b))] = std::min(a, b);
-}
 
 int living(const Web &web, int number)
 {

@@ -28,12 +28,12 @@ const double kStepError = 0.55;
 // black and white tell nothing about the break.
 const double kBreakPart = 0.5;
 const double kMostAside = 1.2;
-const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
-const double kSquare = 0.5;    // sine of the least angle at which an end is put on a line
-const std::size_t kBody = 12;  // cross-sections of such a line
-const double kMostPairs = 4e7; // ends times lines that are compared
-const double kStub = 1.6;      // pixels of a line that is seen beyond another one
-const double kReach = 2.0;     // pixels around a joint's ink in which its lines may meet
+const double kUnsure = 4.0;       // pixels between touching and crossing, not told apart
+const double kSquare = 0.5;       // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;     // cross-sections of such a line
+const double kMostPairs = 4e7;    // ends times lines that are compared
+const double kStub = 1.6;         // pixels of a line that is seen beyond another one
+const double kMeetingReach = 2.0; // pixels around a joint's ink in which its lines may meet
 // Dots right ahead of a thin line are of it, in parts of what noise takes in one place.
 const double kDotsApart = 3.0;
 const double kBackwards = 3.0; // pixels that an end may lie before its last cross-section
@@ -196,7 +196,7 @@ private:
         const double gap = measure.takenOf(width);
         return ahead > -kBackwards - width
             && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, kDotsApart * gap)
-                + 0.5 * width + kReach + gap;
+                + 0.5 * width + kMeetingReach + gap;
     }
 
     // Pixels that a line may lie off where it was drawn.
@@ -228,7 +228,7 @@ private:
         if (a.carrier.arc == ofB.arc)
             return 0.0;
         const double radius = a.carrier.arc ? a.carrier.radius : ofB.radius;
-        return std::sqrt(2 * radius * errorOf(a.carrier.arc ? b : a)) + kReach;
+        return std::sqrt(2 * radius * errorOf(a.carrier.arc ? b : a)) + kMeetingReach;
     }
 
     // A line that touches a circle and one that cuts off a little are not told apart by fits: the
@@ -252,7 +252,7 @@ private:
         const fit::Primitive &a = own.carrier;
         const Point foot = a.foot(at.place);
         const double sine = std::fabs(fit::cross(a.tangent(foot), b.tangent(b.foot(at.place))));
-        const double reach = (at.radius + kReach) / std::max(sine, kCrossing);
+        const double reach = (at.radius + kMeetingReach) / std::max(sine, kCrossing);
         result->weight = sine * sine + 1e-3;
         result->back = 0.0;
         const bool lines = !a.arc && !b.arc;
@@ -370,15 +370,16 @@ private:
             return false;
         const double widths = atom(a).width + atom(b).width;
         const Point between = 0.5 * (lastSample(a) + lastSample(b));
-        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kReach
+        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kMeetingReach
             || std::fabs(fit::cross(outwardsOf(atom(a), a.end), outwardsOf(atom(b), b.end)))
                 < kCrossing)
             return false;
         const Crossings crossings = crossingsOf(atom(a).carrier, atom(b).carrier);
         for (int k = 0; k < crossings.count; ++k) {
             *place = crossings.place[k];
-            if (distanceBetween(*place, between) < widths + kReach && along(a, *place) > -kBackwards
-                && along(b, *place) > -kBackwards && leadsTo(a, *place) && leadsTo(b, *place))
+            if (distanceBetween(*place, between) < widths + kMeetingReach
+                && along(a, *place) > -kBackwards && along(b, *place) > -kBackwards
+                && leadsTo(a, *place) && leadsTo(b, *place))
                 return true;
         }
         return false;
@@ -417,7 +418,7 @@ private:
     // Whether a place lies on an atom, not only on its carrier.
     static bool isOn(const Atom &other, Point place)
     {
-        const double slack = other.width + kReach;
+        const double slack = other.width + kMeetingReach;
         const Point first = other.samples.front().centre;
         const Point last = other.samples.back().centre;
         if (other.shape == Shape::Line) {
@@ -452,7 +453,7 @@ private:
         Point place = last;
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &other = web.atoms[k];
-            const double reach = other.width + atom(end).width + 2 * kReach;
+            const double reach = other.width + atom(end).width + 2 * kMeetingReach;
             if (!other.alive || int(k) == end.atom || other.shape == Shape::Ellipse
                 || other.samples.size() < kBody || std::fabs(other.carrier.distance(last)) > reach)
                 continue;
@@ -494,16 +495,16 @@ private:
             telling.push_back(measured.back());
             tellingWidths.push_back(widths.back());
         }
-        const bool round = hasRoundEnds(telling, tellingWidths, hard);
+        const EndForm form = formOfEnds(telling, tellingWidths, hard, measure.taken > 0.0);
         for (std::size_t k = 0; k < free.size(); ++k) {
-            const double less = round ? 0.5 * widths[k] : 0.0;
+            const double less = 0.5 * form.part * widths[k];
             Atom &ending = atom(free[k]);
             const double ink = std::max(
                 measured[k].middle,
                 lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])));
             ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
-        return round;
+        return form.round;
     }
 
     const Coverage &coverage;

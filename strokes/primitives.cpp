@@ -205,6 +205,7 @@ void addAtoms(const Core &core, const Measure &measure, std::vector<Joint> *join
     settings.soft.slope = measure.slope;
     settings.soft.slack = measure.slack;
     settings.soft.leak = measure.leak;
+    settings.soft.early = 0;
     settings.soft.meeting = fit::Meeting::OfCentreLines;
     settings.search = { 1, 2, 3 };
     const fit::Path path = fit::fitChain(chain, settings);

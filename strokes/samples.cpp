@@ -2,6 +2,7 @@
 #include "strokes/samples.h"
 
 #include "strokes/distance.h"
+#include "strokes/forest.h"
 #include "strokes/primitives.h"
 
 #include <algorithm>
@@ -124,7 +125,7 @@ public:
         for (std::size_t b = 0; b < graph.branches.size(); ++b) {
             if (graph.branches[b].alive && isBridge(graph.branches[b], sections[b])) {
                 bridges[b] = true;
-                unite(graph.branches[b].node[0], graph.branches[b].node[1]);
+                unite(&clusterOf, graph.branches[b].node[0], graph.branches[b].node[1]);
             }
         }
         makeJoints();
@@ -198,21 +199,6 @@ private:
         return most;
     }
 
-    int find(int node)
-    {
-        while (clusterOf[std::size_t(node)] != node)
-            node = clusterOf[std::size_t(node)]
-                = clusterOf[std::size_t(clusterOf[std::size_t(node)])];
-        return node;
-    }
-
-    void unite(int a, int b)
-    {
-        a = find(a);
-        b = find(b);
-        clusterOf[std::size_t(std::max(a, b))] = std::min(a, b);
-    }
-
     // One a cluster of nodes, its disc around those of the nodes.
     void makeJoints()
     {
@@ -222,7 +208,7 @@ private:
             const Node &node = graph.nodes[n];
             if (node.ends.empty())
                 continue;
-            const std::size_t root = std::size_t(find(int(n)));
+            const std::size_t root = std::size_t(rootOf(&clusterOf, int(n)));
             if (jointOf[root] < 0) {
                 jointOf[root] = int(result.joints.size());
                 result.joints.emplace_back();

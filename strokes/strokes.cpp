@@ -3,9 +3,10 @@
 
 #include "strokes/bridges.h"
 #include "strokes/dashes.h"
+#include "strokes/dips.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
-#include "strokes/hatches.h"
+#include "strokes/hatchfill.h"
 #include "strokes/joining.h"
 #include "strokes/lettering.h"
 #include "strokes/meeting.h"
@@ -16,6 +17,7 @@
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
 #include "strokes/thinning.h"
+#include "strokes/weights.h"
 
 #include <algorithm>
 #include <cmath>
@@ -236,8 +238,16 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAlongCarriers(coverage, measure, gaps, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
+    if (page.isNoisy)
+        takeDips(coverage, &web);
     drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
-    takeHatches(&web);
+    const std::vector<HatchFamily> hatches = takeHatches(&web);
+    if (page.isNoisy)
+        fillHatches(coverage, measure, hatches, &web);
+    if (page.isNoisy && options.hard)
+        widenThinned(&web);
+    else if (page.isNoisy)
+        measureWidths(picture, tones.paper, &web);
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;

@@ -3,6 +3,9 @@
 
 #include "containment.h"
 #include "gradients.h"
+#include "underlap.h"
+
+#include "imaging/index.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,6 +30,19 @@ const double kSeamWidthOnOpaque = 0.5;
 const double kSeamWidthApart = 0.5;
 // Of opaque outlines towards transparency: corners that the outline cuts off stay covered.
 const double kSeamWidthAtRim = 0.25;
+
+// What writing each path takes.
+std::vector<double> numbersOf(const std::vector<fit::Path> &paths)
+{
+    std::vector<double> numbers;
+    for (const fit::Path &path : paths) {
+        double sum = 0;
+        for (const fit::Piece &piece : path.pieces)
+            sum += fit::priceOf(piece, fit::svgPrices());
+        numbers.push_back(sum);
+    }
+    return numbers;
+}
 
 class Arranger
 {
@@ -143,6 +159,43 @@ public:
         }
     }
 
+    // Areas of true shapes reach under their later neighbours, and need no strokes. What has the
+    // ground's colour and lies on it alone is not filled.
+    void reachUnder(const Drawing &drawing, const FittedBoundaries &fitted)
+    {
+        std::vector<PaintedArea> painted(regions.size());
+        for (std::size_t r = 0; r < regions.size(); ++r)
+            painted[r].parent = parent[r];
+        for (std::size_t i = 0; i < regionOf.size(); ++i) {
+            if (regionOf[i] == kNone)
+                continue;
+            PaintedArea &area = painted[at(regionOf[i])];
+            area.place = static_cast<int>(i);
+            area.isOpaque = alphaOf(regionOf[i]) == 255;
+            area.isGround = qAlpha(drawing.ground) != 0 && area.parent == kInNothing
+                && isOfColour(regionOf[i], drawing.ground);
+        }
+        std::vector<bool> showsThrough(regions.size(), false); // by itself, or what lies in it
+        for (std::size_t r = regions.size(); r-- > 0;) {
+            painted[r].isWholly = painted[r].isOpaque && !showsThrough[r];
+            if (!painted[r].isWholly && parent[r] != kInNothing)
+                showsThrough[at(parent[r])] = true;
+        }
+        const std::vector<Reach> reaches = reachesOf(fitted.map, painted, numbersOf(fitted.paths));
+        for (std::size_t r = 0; r < regions.size(); ++r) {
+            if (painted[r].place == kNone)
+                continue;
+            (*outlines)[at(painted[r].place)].isGround = reaches[r].onGround;
+            std::vector<Path> &under = (*outlines)[at(painted[r].place)].under;
+            for (const std::vector<uint32_t> &ring : reaches[r].rings)
+                under.push_back(fitted.pathAlong(ring.data(), ring.size(), false));
+            for (int taken : reaches[r].taken) {
+                for (int hole : (*outlines)[at(painted[at(taken)].place)].holes)
+                    under.push_back((*outlines)[at(hole)].shape);
+            }
+        }
+    }
+
     // The outline of the page itself goes. Returns whether there was one.
     bool dropFrame()
     {
@@ -206,8 +259,6 @@ public:
     }
 
 private:
-    static std::size_t at(int i) { return static_cast<std::size_t>(i); }
-
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
@@ -330,7 +381,7 @@ namespace {
 // Of a drawing that has its outlines and its size.
 void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
              Connectivity connectivity, Painting painting, const Composition &composition,
-             Drawing *result)
+             const FittedBoundaries *fitted, Drawing *result)
 {
     Drawing &drawing = *result;
     if (drawing.outlines.empty())
@@ -357,10 +408,39 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
     // What is left of the paper would lie on the ground, which is the page as well.
     if (!composition.frame && arranger.dropFrame())
         drawing.ground = 0;
-    if (composition.trapping && (coloured || composition.byLayer))
+    if (composition.trapping && coloured && !apart && fitted)
+        arranger.reachUnder(drawing, *fitted);
+    else if (composition.trapping && (coloured || composition.byLayer))
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);
+}
+
+// Larger areas first, with all that they enclose: what lies in another one still comes after it,
+// and of neighbours the smaller one is painted over the larger one, which then reaches under
+// little.
+void sortBySize(ShapeOutlines *shapes)
+{
+    const BoundaryMap &map = shapes->boundaries->map;
+    std::vector<int64_t> size(shapes->outlines.size());
+    std::vector<std::size_t> order(size.size());
+    std::size_t area = 0; // both are in the order of their first pixels
+    for (std::size_t i = 0; i < size.size(); ++i, ++area) {
+        while (map.areas.list[area].firstPixel != shapes->firstPixel[i])
+            ++area;
+        size[i] = enclosedArea(map, map.firstRing[area]);
+        order[i] = i;
+    }
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return size[a] > size[b]; });
+    std::vector<Outline> outlines;
+    std::vector<std::size_t> firstPixel;
+    for (std::size_t i : order) {
+        outlines.push_back(std::move(shapes->outlines[i]));
+        firstPixel.push_back(shapes->firstPixel[i]);
+    }
+    shapes->outlines.swap(outlines);
+    shapes->firstPixel.swap(firstPixel);
 }
 
 } // namespace
@@ -391,8 +471,12 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connec
     Drawing drawing;
     drawing.width = areas.runs.width / upsampling;
     drawing.height = areas.runs.height / upsampling;
+    const bool apart = composition.byLayer || !composition.onlyColours.empty();
+    if (shapes.boundaries && painting == Painting::Areas && !apart)
+        sortBySize(&shapes);
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes.firstPixel, areas, connectivity, painting, composition, &drawing);
+    arrange(shapes.firstPixel, areas, connectivity, painting, composition, shapes.boundaries.get(),
+            &drawing);
     setGradients(areas.ramps, &drawing);
     return drawing;
 }

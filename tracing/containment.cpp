@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "containment.h"
 
+#include "imaging/index.h"
+
 #include <algorithm>
 
 namespace ztrace {
@@ -128,8 +130,6 @@ public:
     }
 
 private:
-    static std::size_t at(int i) { return std::size_t(i); }
-
     void searchFrom(int start)
     {
         discover(start);

@@ -4,6 +4,9 @@
 #include "components.h"
 #include "containment.h"
 
+#include "imaging/forest.h"
+#include "imaging/index.h"
+
 #include <algorithm>
 #include <map>
 #include <numeric>
@@ -46,14 +49,7 @@ public:
     std::vector<uint16_t> copies;
 
 private:
-    static std::size_t at(int i) { return std::size_t(i); }
-
-    int find(int area)
-    {
-        while (leader[at(area)] != area)
-            area = leader[at(area)] = leader[at(leader[at(area)])];
-        return area;
-    }
+    int find(int area) { return rootOf(&leader, area); }
 
     void lookAtCorners()
     {

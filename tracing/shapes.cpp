@@ -78,22 +78,11 @@ public:
         part(mostThreads);
     }
 
-    const BoundaryMap &boundaries() const { return map; }
+    // What was fitted; nothing is left here.
+    FittedBoundaries take() { return { std::move(map), std::move(paths) }; }
 
     // Whether no boundary between areas was found between the pixels.
     bool allHard() const { return !anySoft; }
-
-    // Pieces in the direction of the reference.
-    void append(uint32_t reference, std::vector<fit::Piece> *pieces) const
-    {
-        const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
-        if (!isReversed(reference)) {
-            pieces->insert(pieces->end(), own.begin(), own.end());
-            return;
-        }
-        for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
-            pieces->push_back(fit::reversed(*piece));
-    }
 
 private:
     static std::vector<Tone> tonesOf(const std::vector<QRgb> &colours, int channels)
@@ -471,7 +460,7 @@ private:
         *p = std::move(kept);
     }
 
-    const BoundaryMap map;
+    BoundaryMap map;
     const SoftEdges edges;
     std::vector<ChainPoints> points;
     EqualLoops equal;
@@ -494,11 +483,6 @@ std::optional<BoundaryMap> boundariesOf(const Runs &runs)
     return map;
 }
 
-double precisionOf(const ChainFitter &fitter, std::size_t outlines)
-{
-    return fitter.allHard() && outlines > kFewOutlines ? kRoughPrecision : kPrecision;
-}
-
 // False for a path without pieces.
 bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
 {
@@ -512,7 +496,60 @@ bool addOutline(Path path, QRgb colour, ShapeOutlines *shapes)
     return true;
 }
 
+// Pieces in the direction of the reference.
+void append(const std::vector<fit::Path> &paths, uint32_t reference,
+            std::vector<fit::Piece> *pieces)
+{
+    const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
+    if (!isReversed(reference)) {
+        pieces->insert(pieces->end(), own.begin(), own.end());
+        return;
+    }
+    for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
+        pieces->push_back(fit::reversed(*piece));
+}
+
+bool goesOn(const fit::Piece &a, const fit::Piece &b)
+{
+    if (a.kind != fit::Kind::Line || b.kind != fit::Kind::Line)
+        return false;
+    const fit::Point first = a.end - a.start;
+    const fit::Point second = b.end - b.start;
+    const bool upright = first.x == 0 && second.x == 0;
+    const bool flat = first.y == 0 && second.y == 0;
+    return (upright || flat) && dot(first, second) > 0;
+}
+
+// Upright and flat ones: the others hardly ever go on exactly.
+void joinLines(std::vector<fit::Piece> *pieces)
+{
+    std::size_t first = 0; // a ring begins where it does not go straight on
+    while (first + 1 < pieces->size() && first < pieces->size()
+           && goesOn((*pieces)[(first + pieces->size() - 1) % pieces->size()], (*pieces)[first]))
+        ++first;
+    std::rotate(pieces->begin(), pieces->begin() + std::ptrdiff_t(first), pieces->end());
+    std::vector<fit::Piece> joined;
+    for (const fit::Piece &piece : *pieces) {
+        if (!joined.empty() && goesOn(joined.back(), piece))
+            joined.back().end = piece.end;
+        else
+            joined.push_back(piece);
+    }
+    pieces->swap(joined);
+}
+
 } // namespace
+
+Path FittedBoundaries::pathAlong(const uint32_t *references, std::size_t count,
+                                 bool withNodes) const
+{
+    std::vector<fit::Piece> pieces;
+    for (std::size_t k = 0; k < count; ++k)
+        append(paths, references[k], &pieces);
+    if (!withNodes)
+        joinLines(&pieces);
+    return pathOf(pieces, map.runs.height);
+}
 
 unsigned threadsOfMachine()
 {
@@ -525,22 +562,24 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(*map), threads);
-    const BoundaryMap &boundaries = fitter.boundaries();
+    ChainFitter fitter(areas, picture, std::move(*map), threads);
     ShapeOutlines shapes;
+    shapes.precision = fitter.allHard() ? kRoughPrecision : kPrecision;
+    shapes.boundaries = std::make_shared<const FittedBoundaries>(fitter.take());
+    const BoundaryMap &boundaries = shapes.boundaries->map;
     for (std::size_t area = 0; area < boundaries.areas.list.size(); ++area) {
         const uint32_t ring = boundaries.firstRing[area];
-        std::vector<fit::Piece> pieces;
-        for (uint32_t k = boundaries.firstReference[ring]; k < boundaries.firstReference[ring + 1];
-             ++k)
-            fitter.append(boundaries.references[k], &pieces);
+        const uint32_t first = boundaries.firstReference[ring];
         const Component &component = boundaries.areas.list[area];
-        if (!addOutline(pathOf(pieces, areas.runs.height), areas.colours[component.label], &shapes))
+        Path path = shapes.boundaries->pathAlong(boundaries.references.data() + first,
+                                                 boundaries.firstReference[ring + 1] - first);
+        if (!addOutline(std::move(path), areas.colours[component.label], &shapes))
             continue;
         shapes.outlines.back().gradient = areas.rampOfLabel(component.label);
         shapes.firstPixel.push_back(component.firstPixel);
     }
-    shapes.precision = precisionOf(fitter, shapes.outlines.size());
+    if (shapes.outlines.size() <= kFewOutlines)
+        shapes.precision = kPrecision;
     return shapes;
 }
 
@@ -550,20 +589,22 @@ std::optional<ShapeOutlines> edgesOf(const Areas &areas, const EdgePicture &pict
     std::optional<BoundaryMap> map = boundariesOf(areas.runs);
     if (!map)
         return std::nullopt;
-    const ChainFitter fitter(areas, picture, std::move(*map), threads);
-    const BoundaryMap &boundaries = fitter.boundaries();
-    const EdgeColours colours(areas, boundaries, onlyColours);
+    ChainFitter fitter(areas, picture, std::move(*map), threads);
     ShapeOutlines edges;
+    edges.precision = fitter.allHard() ? kRoughPrecision : kPrecision;
+    const FittedBoundaries fitted = fitter.take();
+    const BoundaryMap &boundaries = fitted.map;
+    const EdgeColours colours(areas, boundaries, onlyColours);
     for (uint32_t k = 0; k < boundaries.chains.size(); ++k) {
         const Chain &chain = boundaries.chains[k];
         if (!colours.isDrawn(chain))
             continue;
-        std::vector<fit::Piece> pieces;
-        fitter.append(referenceTo(k, false), &pieces);
-        if (addOutline(pathOf(pieces, areas.runs.height), colours.of(chain), &edges))
+        const uint32_t reference = referenceTo(k, false);
+        if (addOutline(fitted.pathAlong(&reference, 1), colours.of(chain), &edges))
             edges.outlines.back().pen = 0;
     }
-    edges.precision = precisionOf(fitter, edges.outlines.size());
+    if (edges.outlines.size() <= kFewOutlines)
+        edges.precision = kPrecision;
     return edges;
 }
 

@@ -6,12 +6,26 @@
 #define ZTRACE_TRACING_SHAPES_H
 
 #include "drawing/Drawing.h"
+#include "fit/fit.h"
 #include "Areas.h"
+#include "boundarymap.h"
 #include "softedges.h"
 
+#include <memory>
 #include <optional>
 
 namespace ztrace {
+
+// A map and what its chains are drawn with, an element a chain.
+struct FittedBoundaries
+{
+    BoundaryMap map;
+    std::vector<fit::Path> paths;
+
+    // Of chains one after the other, in the directions of the references. Where the nodes between
+    // them are not wanted, lines along the rim that go on are one.
+    Path pathAlong(const uint32_t *references, std::size_t count, bool withNodes = true) const;
+};
 
 // Outer outlines of the areas (Connectivity::Split) in the order of their first pixels, which
 // firstPixel tells: what lies in an area comes after it. Neighbours have the same pieces where
@@ -19,8 +33,9 @@ namespace ztrace {
 struct ShapeOutlines
 {
     std::vector<Outline> outlines;
-    std::vector<std::size_t> firstPixel; // y * width + x
-    double precision = 0.0;              // what coordinates are worth, in pixels
+    std::vector<std::size_t> firstPixel;                // y * width + x
+    double precision = 0.0;                             // what coordinates are worth, in pixels
+    std::shared_ptr<const FittedBoundaries> boundaries; // of shapesOf: what they were made of
 };
 
 // As many as run at once here, at least 1.

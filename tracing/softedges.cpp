@@ -444,7 +444,7 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
     }
     points->x.push_back(place.x);
     points->y.push_back(place.y);
-    points->sigma.push_back(std::sqrt(fit::kSoftFloor * fit::kSoftFloor + sigma * sigma));
+    points->sigma.push_back(std::sqrt(fit::kSoftSigma * fit::kSoftSigma + sigma * sigma));
     points->crack.push_back(crack.number);
     return true;
 }

@@ -5,6 +5,7 @@
 #include "segmentation.h"
 #include "shapes.h"
 
+#include "drawing/inches.h"
 #include "imaging/failure.h"
 #include "imaging/ink.h"
 #include "imaging/scan.h"
@@ -17,7 +18,6 @@ namespace ztrace {
 
 namespace {
 
-const double kMillimetresAnInch = 25.4;
 const int kBetweenBlackAndWhite = 127;
 const double kStandardWidths[] = { 0.13, 0.18, 0.25, 0.35, 0.5, 0.7, 1.0, 1.4, 2.0 };
 
@@ -77,7 +77,7 @@ std::vector<QString> layersOf(const std::vector<double> &pens, double dpi)
 {
     std::vector<QString> layers;
     for (std::size_t k = 0; k < pens.size(); ++k) {
-        const double width = dpi > 0.0 ? standardWidth(pens[k] / dpi * kMillimetresAnInch) : 0.0;
+        const double width = dpi > 0.0 ? standardWidth(pens[k] / dpi * kMillimetresPerInch) : 0.0;
         layers.push_back(
             QLatin1String("PEN_")
             + (dpi > 0.0 ? QString::number(width, 'f', 2) : QString::number(int(k) + 1)));

@@ -18,17 +18,19 @@ namespace ztrace {
 
 namespace {
 
-std::vector<std::string> suffixesOf(const Settings &settings)
+std::vector<Agenda::Suffix> suffixesOf(const Settings &settings)
 {
     std::vector<std::string> names = settings.batch.formats;
     if (names.empty() && !settings.format.empty())
         names.push_back(settings.format);
     if (names.empty())
         names.push_back(allFormats().front().name);
-    std::vector<std::string> suffixes;
+    std::vector<Agenda::Suffix> suffixes;
     suffixes.reserve(names.size());
-    for (const std::string &name : names)
-        suffixes.push_back(findFormat(name)->suffix);
+    for (const std::string &name : names) {
+        const Format *format = findFormat(name);
+        suffixes.push_back({ format->suffix, (format->capabilities & kHoldsPages) != 0 });
+    }
     return suffixes;
 }
 
@@ -63,9 +65,26 @@ Collected collectAll(const CommandLine &line)
 std::vector<std::string> Agenda::outputsOf(const Item &item) const
 {
     std::vector<std::string> outputs;
-    for (const std::string &suffix : suffixes)
-        outputs.push_back(outputNameOf(item, names, suffix));
+    for (const Suffix &suffix : suffixes) {
+        if (item.kind == ItemKind::Alone || (item.kind == ItemKind::Book) == suffix.holdsPages)
+            outputs.push_back(outputNameOf(item, names, suffix.text));
+    }
     return outputs;
+}
+
+Item Agenda::bookOf(const Item &page)
+{
+    Item book = page;
+    book.kind = ItemKind::Book;
+    book.page = 0;
+    return book;
+}
+
+bool Agenda::makesBooks() const
+{
+    return !namesPages(names)
+        && std::any_of(suffixes.begin(), suffixes.end(),
+                       [](const Suffix &suffix) { return suffix.holdsPages; });
 }
 
 int chunkOf(const std::string &path, int chunks)
@@ -121,11 +140,14 @@ void spreadPages(const SpoolArray<int> &pages, Agenda *agenda)
         }
         const std::vector<int> wanted = pagesWithin(item.ranges, *count);
         item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : 1;
+        item.kind = item.pages > 1 && agenda->makesBooks() ? ItemKind::Page : ItemKind::Alone;
         ++count;
         for (const int page : wanted) {
             item.page = page;
             spread.add(item);
         }
+        if (item.kind == ItemKind::Page)
+            spread.add(Agenda::bookOf(item));
     });
     agenda->items = std::move(spread);
 }

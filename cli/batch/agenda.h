@@ -17,11 +17,23 @@ namespace ztrace {
 struct Agenda
 {
     ItemList items;
-    std::vector<std::string> suffixes; // of the formats
+    struct Suffix
+    {
+        std::string text; // of a format
+        bool holdsPages;
+    };
+    std::vector<Suffix> suffixes;
     std::string names;                 // template, empty for the usual one
     std::vector<std::string> problems; // folders that could not be read
 
+    // Drawings below their folder.
     std::vector<std::string> outputsOf(const Item &item) const;
+
+    // The book that a page goes into.
+    static Item bookOf(const Item &page);
+
+    // Whether all pages of a file go into one drawing, for some format.
+    bool makesBooks() const;
 };
 
 // Finds the pictures of the command line; those of other chunks are left out. Tells what was left
@@ -31,8 +43,8 @@ Agenda collectAgenda(const CommandLine &line);
 // Which of `chunks` a file belongs to, from 1: by its name alone.
 int chunkOf(const std::string &path, int chunks);
 
-// Puts every page of files with page 0 in their place. `pages` has how many there are, for one such
-// file after the other.
+// Puts every page of files with page 0 in their place, and behind them the file's book. `pages` has
+// how many there are, for one such file after the other.
 void spreadPages(const SpoolArray<int> &pages, Agenda *agenda);
 
 } // namespace ztrace

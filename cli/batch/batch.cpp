@@ -2,6 +2,7 @@
 #include "batch.h"
 
 #include "agenda.h"
+#include "books.h"
 #include "clashes.h"
 #include "crew.h"
 #include "fingerprint.h"
@@ -18,6 +19,7 @@
 #include "worker.h"
 
 #include "cli/messages.h"
+#include "cli/pages.h"
 #include "cli/tracejob.h"
 
 #include "drawing/json.h"
@@ -130,7 +132,8 @@ private:
     {
         if (signalsSoFar() > 0)
             return signalsSoFar() > 1 ? 2 : 1;
-        return batch.failFast && outcomes->soFar().failed > 0 ? 1 : 0;
+        const Tally &tally = outcomes->soFar();
+        return batch.failFast && tally.failed + tally.failedBooks > 0 ? 1 : 0;
     }
 
     // Pages are counted by workers: a file may be made to break its reader.
@@ -166,12 +169,14 @@ private:
     ExitCode tellPlan()
     {
         agenda.items.forEach([this](const Item &item) {
-            for (const std::string &output : agenda.outputsOf(item)) {
-                const std::string page
-                    = item.pages > 1 ? ", page " + std::to_string(item.page) : std::string();
+            std::string page;
+            if (item.kind == ItemKind::Book)
+                page = ", pages " + rangesText(pagesWithin(item.ranges, item.pages));
+            else if (item.pages > 1)
+                page = ", page " + std::to_string(item.page);
+            for (const std::string &output : agenda.outputsOf(item))
                 std::printf("%s%s -> %s/%s\n", item.path.c_str(), page.c_str(), batch.out.c_str(),
                             output.c_str());
-            }
         });
         errno = 0;
         requireArrival(stdout);
@@ -200,18 +205,18 @@ private:
 
     void traceAll()
     {
-        outcomes->expect(agenda.items.size());
+        outcomes->expect(agenda.items.pictures());
         ItemList::Reader pictures(agenda.items);
         Duties duties;
         duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
-            outcomes->takeAnswer(job, letter, text);
+            pass(job.item, outcomes->takeAnswer(job, letter, text));
         };
         duties.lost = [this](const Job &job, const Loss &loss) {
             if (stopWish() < 2)
-                outcomes->takeLoss(job, loss);
+                pass(job.item, outcomes->takeLoss(job, loss));
         };
         duties.afterRound = [this] {
-            outcomes->deliver();
+            deliver();
             outcomes->draw();
             if (leases)
                 leases->keep();
@@ -219,7 +224,7 @@ private:
         duties.stop = [this] { return stopWish(); };
         Item item;
         duties.next = [&](Job *job) {
-            if (!pictures.next(&item))
+            if (!books.takeReady(&item) && !nextPicture(&pictures, &item))
                 return false;
             *job = jobOf(item, 1);
             return true;
@@ -228,13 +233,46 @@ private:
         // Those whose workers were lost, once more and alone, each with a worker of its own.
         duties.next = [&](Job *job) {
             crew.dismiss();
-            if (!outcomes->takeAgain(&item))
+            const bool isAgain = outcomes->takeAgain(&item);
+            if (!isAgain && !books.takeReady(&item))
                 return false;
-            *job = jobOf(item, kMostAttempts);
+            *job = jobOf(item, isAgain ? kMostAttempts : 1);
             return true;
         };
         crew.work(1, false, duties);
+        deliver();
+    }
+
+    // Books are put together when their pages are past.
+    bool nextPicture(ItemList::Reader *pictures, Item *item)
+    {
+        while (pictures->next(item)) {
+            if (item->kind == ItemKind::Page)
+                books.begin(*item);
+            if (item->kind != ItemKind::Book)
+                return true;
+            books.close(*item);
+            if (books.takeReady(item))
+                return true;
+        }
+        return false;
+    }
+
+    void pass(const Item &item, Verdict verdict)
+    {
+        if (verdict == Verdict::Later)
+            return;
+        if (item.kind == ItemKind::Page)
+            books.pass(item, verdict == Verdict::Good);
+        else if (item.kind == ItemKind::Book)
+            books.finish(item, verdict == Verdict::Good);
+    }
+
+    // Parts go after the line of their book is there.
+    void deliver()
+    {
         outcomes->deliver();
+        books.removeParts(batch.out);
     }
 
     // Part after part, beside other runs.
@@ -300,15 +338,21 @@ private:
     {
         ItemList good;
         agenda.items.forEach([&](const Item &item) {
-            const std::string drawing = agenda.outputsOf(item).front();
-            const auto owner = owners->insert({ drawing, item.path }).first;
-            if (owner->second == item.path) {
-                good.add(item);
+            std::vector<std::string> drawings = agenda.outputsOf(item);
+            if (item.kind == ItemKind::Page)
+                drawings.push_back(agenda.outputsOf(Agenda::bookOf(item)).front());
+            for (const std::string &drawing : drawings) {
+                const auto owner = owners->insert({ drawing, item.path }).first;
+                if (owner->second == item.path)
+                    continue;
+                if (item.kind != ItemKind::Book) {
+                    tell(item.path + ": is left out, " + drawing + " is the drawing of "
+                         + owner->second + " (see --names)");
+                    ++leftOut;
+                }
                 return;
             }
-            tell(item.path + ": is left out, " + drawing + " is the drawing of " + owner->second
-                 + " (see --names)");
-            ++leftOut;
+            good.add(item);
         });
         agenda.items = std::move(good);
     }
@@ -319,16 +363,25 @@ private:
         task.item = item;
         task.outputs = agenda.outputsOf(item);
         task.before = ledger.lineOf(item.path, item.page);
-        task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.size());
+        task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.pictures());
         task.retry = batch.retryFailed;
         task.attempt = attempt;
+        if (item.kind == ItemKind::Page) {
+            task.part = partName(item.path, item.page);
+            task.books = agenda.outputsOf(Agenda::bookOf(item));
+            task.bookBefore = ledger.lineOf(item.path, 0);
+            task.pages = books.askedOf(item);
+        } else if (item.kind == ItemKind::Book) {
+            task.pages = books.tracedOf(item);
+            task.missing = books.missingOf(item);
+        }
         return { item, 0, attempt, lineOfTask(task) };
     }
 
     ExitCode conclude()
     {
         const Tally &tally = outcomes->soFar();
-        const std::size_t open = tally.all - tally.past();
+        const std::size_t open = tally.all - tally.past() + books.open();
         if (line.settings.quiet && open > 0)
             tell(std::to_string(open) + " left (start again to go on)");
         if (!line.settings.quiet) {
@@ -338,7 +391,8 @@ private:
                     text += ", " + std::to_string(number) + what;
             };
             add(tally.finished, " finished before");
-            add(tally.failed, " failed");
+            add(tally.books, tally.books == 1 ? " file of all its pages" : " files of all pages");
+            add(tally.failed + tally.failedBooks, " failed");
             add(tally.flagged, " to be looked at");
             add(tally.warned, " with warnings");
             add(open, " left (start again to go on)");
@@ -357,12 +411,14 @@ private:
                 now.read(batch.results);
             writeSummaries(now, line.settings);
         }
+        if (batch.chunks == 1 && batch.leases == 0 && batch.results.empty())
+            removeFolderOfParts(batch.out); // no other run writes there
         if (batch.watch.empty())
             endBySignal();
         errno = 0;
         requireArrival(stdout);
-        return tally.failed == 0 && open == 0 && leftOut == 0 && agenda.problems.empty() ? kSuccess
-                                                                                         : kFailed;
+        const bool isGood = tally.failed + tally.failedBooks + open + leftOut == 0;
+        return isGood && agenda.problems.empty() ? kSuccess : kFailed;
     }
 
     CommandLine line;
@@ -371,6 +427,7 @@ private:
     Crew crew;
     int jobs = 1;
     Agenda agenda;
+    Books books;
     Ledger ledger;
     Outcomes *outcomes = nullptr;
     Leases *leases = nullptr; // while a part is worked on

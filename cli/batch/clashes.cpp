@@ -89,14 +89,16 @@ private:
         if (first.path != second.path) {
             clashes.push_back(first.path + " and " + second.path + " would both become " + output
                               + " (see --names)");
+        } else if (first.kind == ItemKind::Book || second.kind == ItemKind::Book) {
+            clashes.push_back("pages of " + first.path + " are asked for several times, which all "
+                              + "would become " + output + " ({page} in --names tells them apart)");
         } else if (first.page == second.page) {
             clashes.push_back(second.path + ": is given twice");
         } else {
             clashes.push_back("pages " + std::to_string(first.page) + " and "
                               + std::to_string(second.page) + " of " + second.path
                               + " would both become " + output
-                              + ": {page} tells them apart in --names (for all pages in one file "
-                                "see ztrace --page all -o NAME.pdf)");
+                              + ": {page} tells them apart in --names (PDF alone holds several)");
         }
     }
 

@@ -128,16 +128,14 @@ Crew::~Crew()
 
 void Crew::dismiss()
 {
-    const auto isIdle = [](const std::unique_ptr<Worker> &worker) {
-        if (worker->isBusy())
-            return false;
-        worker->socket = Descriptor(); // the end of its work
-        return true;
-    };
+    const auto isIdle = [](const std::unique_ptr<Worker> &worker) { return !worker->isBusy(); };
     for (const std::unique_ptr<Worker> &worker : workers) {
         if (worker->isBusy())
             continue;
+        // The end of its work: at once, also while a child that is being made has the socket too;
+        // and by closing it, whatever becomes of that.
         ::shutdown(worker->socket.get(), SHUT_RDWR);
+        worker->socket = Descriptor();
         while (waitpid(worker->process, nullptr, 0) < 0 && errno == EINTR)
             continue;
     }

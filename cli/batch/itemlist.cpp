@@ -33,6 +33,7 @@ void put(const std::string &text, std::string *to)
 std::string bytesOf(const Item &item)
 {
     std::string bytes;
+    put(static_cast<std::uint32_t>(item.kind), &bytes);
     put(item.path, &bytes);
     put(item.folder, &bytes);
     put(item.sha256, &bytes);
@@ -80,6 +81,7 @@ Item itemOf(const char *from)
 {
     Bytes bytes(from);
     Item item;
+    item.kind = static_cast<ItemKind>(bytes.number());
     item.path = bytes.text();
     item.folder = bytes.text();
     item.sha256 = bytes.text();
@@ -102,6 +104,7 @@ void ItemList::add(const Item &item)
 {
     put(bytesOf(item), &tail);
     ++count;
+    books += item.kind == ItemKind::Book;
     if (tail.size() >= kInMemory)
         spill();
 }

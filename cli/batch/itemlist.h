@@ -22,6 +22,9 @@ public:
     std::size_t size() const { return count; }
     bool isEmpty() const { return count == 0; }
 
+    // Those that are no books.
+    std::size_t pictures() const { return count - books; }
+
     void forEach(const std::function<void(const Item &)> &take) const;
 
     // Gives one after the other. Nothing is added meanwhile.
@@ -46,6 +49,7 @@ private:
     void spill();
 
     std::size_t count = 0;
+    std::size_t books = 0;
     std::string tail; // what is not in the file
     long long inFile = 0;
     Descriptor file;

@@ -7,6 +7,7 @@
 #include "spoolarray.h"
 
 #include "cli/failure.h"
+#include "cli/pages.h"
 #include "cli/suggest.h"
 #include "cli/values.h"
 
@@ -22,7 +23,6 @@ namespace ztrace {
 namespace {
 
 const std::size_t kMostErrors = 100;
-const int kMostPage = 100000;
 const std::vector<std::string> kColumns = { "path", "page", "settings", "sha256" };
 
 // A field of the manifest in words, whichever kind of file it stands in.
@@ -278,7 +278,7 @@ private:
         item.settings = std::move(entry.settings);
         try {
             if (!entry.page.empty())
-                item.ranges = pagesValue("page", entry.page, kMostPage);
+                item.ranges = pagesValue("page", entry.page, kMostPages);
             const bool isOne = item.ranges.size() == 1
                 && item.ranges.front().first == item.ranges.front().second;
             item.page = isOne ? item.ranges.front().first : item.ranges.empty() ? 1 : 0;

@@ -21,6 +21,10 @@ struct Tally
     std::size_t flagged = 0;  // of those done now
     std::size_t warned = 0;   // of those done now: their lines have warnings
 
+    // Files whose pages were put together now, and those where that failed; not among the others.
+    std::size_t books = 0;
+    std::size_t failedBooks = 0;
+
     std::size_t past() const { return done + finished + failed; }
 };
 

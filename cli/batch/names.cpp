@@ -57,7 +57,14 @@ std::string filled(const std::string &pattern,
     return result;
 }
 
+const char kPage[] = "{page}";
+
 } // namespace
+
+bool namesPages(const std::string &pattern)
+{
+    return pattern.find(kPage) != std::string::npos;
+}
 
 void checkTemplate(const std::string &pattern)
 {
@@ -80,7 +87,8 @@ std::string outputNameOf(const Item &item, const std::string &pattern,
 {
     const std::string file = fileOf(item.path);
     const std::size_t dot = dotOf(file);
-    const std::string usual = item.pages > 1 ? kUsualNamesOfPages : kUsualNames;
+    const bool isNumbered = item.pages > 1 && item.kind != ItemKind::Book;
+    const std::string usual = isNumbered ? kUsualNamesOfPages : kUsualNames;
     const std::string name
         = filled(pattern.empty() ? usual : pattern, [&](const std::string &place) {
               if (place == "folder")

@@ -15,20 +15,31 @@ namespace ztrace {
 // A setting by the name of its option, with what was said of it.
 typedef std::pair<std::string, std::string> Said;
 
+// What becomes of a picture.
+enum class ItemKind {
+    Alone, // drawings of its own
+    Page, // the same, but for formats that hold pages: those get it with the other ones of the file
+    Book  // no picture: all those pages, in one drawing
+};
+
 // One picture: a page of a file.
 struct Item
 {
+    ItemKind kind = ItemKind::Alone;
     std::string path;   // of the file, in bytes
     std::string folder; // that {folder} stands for, without a slash at either end
-    int page = 1;       // 0: several, as long as they have not been counted
+    int page = 1;       // 0: several, of a book or as long as they have not been counted
     int pages = 1;      // of this file that the run takes at most; more than one get numbers
-    PageRanges ranges;  // that are wanted where the page is 0
+    PageRanges ranges;  // that are wanted where the page is, or was, 0
     std::string sha256; // that the file should have, in small letters; empty: any
     std::vector<Said> settings; // of this picture alone
 };
 
 const char kUsualNames[] = "{folder}/{name}.{format}";
 const char kUsualNamesOfPages[] = "{folder}/{name}-{page}.{format}";
+
+// Whether a template that was given tells pages of a file apart.
+bool namesPages(const std::string &pattern);
 
 // Throws a Failure for a template with unknown names in braces, or without {name}, {number} or
 // another one that differs from picture to picture.

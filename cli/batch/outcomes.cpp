@@ -14,6 +14,8 @@ namespace {
 
 std::string nameOf(const Item &item)
 {
+    if (item.kind == ItemKind::Book)
+        return item.path + ", its pages in one file";
     return item.pages > 1 ? item.path + ", page " + std::to_string(item.page) : item.path;
 }
 
@@ -31,37 +33,64 @@ Outcomes::Outcomes(const QByteArray &fingerprintOfAll, const Ledger *theLedger,
     : fingerprint(fingerprintOfAll), ledger(theLedger), results(theResults), meter(theMeter)
 { }
 
-void Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text)
+Verdict Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text)
 {
     const Item &item = job.item;
-    if (letter == kSkipped) {
-        const bool wasDone = text == kDone;
-        ++(wasDone ? tally.finished : tally.failed);
-        if (!wasDone)
-            ++failedBefore;
-        return;
-    }
+    if (letter == kSkipped)
+        return takeSkipped(item, text);
     if (letter == kLineOfMemory && job.attempt < kMostAttempts) {
         again.push_back(job.item);
-        return;
+        return Verdict::Later;
     }
     arrived += text + '\n';
-    if (letter == kLineOfDone) {
+    if (letter == kLineOfDone && item.kind != ItemKind::Book) {
         ++tally.done;
         meter->line(tally, "done " + nameOf(item), false);
-        return;
+        return Verdict::Good;
     }
     const QJsonObject result = QJsonDocument::fromJson(text).object();
-    const bool done = isDone(result);
-    ++(done ? tally.done : tally.failed);
+    if (!isDone(result))
+        return takeFailure(item, result.value(QLatin1String("error")).toString().toStdString());
+    if (item.kind == ItemKind::Book)
+        return takeBook(item, result);
+    takeDone(item, result);
+    return Verdict::Good;
+}
+
+Verdict Outcomes::takeSkipped(const Item &item, const QByteArray &outcome)
+{
+    const bool wasDone = outcome == kDone;
+    if (item.kind != ItemKind::Book) {
+        ++(wasDone ? tally.finished : tally.failed);
+        failedBefore += !wasDone;
+    }
+    return wasDone ? Verdict::Good : Verdict::Bad;
+}
+
+Verdict Outcomes::takeBook(const Item &item, const QJsonObject &result)
+{
+    ++tally.books;
+    const std::string missing = result.value(QLatin1String("missing")).toString().toStdString();
+    meter->line(tally, "done " + nameOf(item) + (missing.empty() ? "" : ", without " + missing),
+                false);
+    return Verdict::Good;
+}
+
+Verdict Outcomes::takeFailure(const Item &item, const std::string &error)
+{
+    ++(item.kind == ItemKind::Book ? tally.failedBooks : tally.failed);
+    const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
+    meter->line(tally,
+                isNamed && item.pages == 1 ? error : nameOf(item) + ": " + withoutName(error, item),
+                true);
+    return Verdict::Bad;
+}
+
+void Outcomes::takeDone(const Item &item, const QJsonObject &result)
+{
+    ++tally.done;
     const QJsonArray flags = result.value(QLatin1String("flags")).toArray();
     tally.flagged += !flags.isEmpty();
-    if (!done) {
-        const std::string error = result.value(QLatin1String("error")).toString().toStdString();
-        const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
-        meter->line(tally, isNamed && item.pages == 1 ? error : nameOf(item) + ": " + error, true);
-        return;
-    }
     std::string note = "done " + nameOf(item);
     for (const QJsonValue &flag : flags)
         note += (flag == flags.first() ? " (look at it: " : ", ") + flag.toString().toStdString();
@@ -73,11 +102,11 @@ void Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text)
     meter->line(tally, note, false);
 }
 
-void Outcomes::takeLoss(const Job &job, const Loss &loss)
+Verdict Outcomes::takeLoss(const Job &job, const Loss &loss)
 {
     if (job.attempt < kMostAttempts) {
         again.push_back(job.item);
-        return;
+        return Verdict::Later;
     }
     const Item &item = job.item;
     QJsonObject result;
@@ -92,8 +121,7 @@ void Outcomes::takeLoss(const Job &job, const Loss &loss)
     const QByteArray before = ledger->lineOf(item.path, item.page);
     if (!isDone(QJsonDocument::fromJson(before).object()))
         arrived += lineText(result) + '\n';
-    ++tally.failed;
-    meter->line(tally, nameOf(item) + ": " + loss.reason, true);
+    return takeFailure(item, loss.reason);
 }
 
 void Outcomes::deliver()

@@ -5,6 +5,7 @@
 #define ZTRACE_CLI_BATCH_OUTCOMES_H
 
 #include <QByteArray>
+#include <QJsonObject>
 
 #include <cstddef>
 #include <deque>
@@ -17,6 +18,9 @@ namespace ztrace {
 
 const int kMostAttempts = 2; // the second one alone
 
+// What is known of a picture after an answer.
+enum class Verdict { Later, Good, Bad };
+
 class Outcomes
 {
 public:
@@ -25,8 +29,8 @@ public:
              Meter *meter);
 
     void expect(std::size_t more) { tally.all += more; }
-    void takeAnswer(const Job &job, char letter, const QByteArray &text);
-    void takeLoss(const Job &job, const Loss &loss);
+    Verdict takeAnswer(const Job &job, char letter, const QByteArray &text);
+    Verdict takeLoss(const Job &job, const Loss &loss);
 
     // Writes all lines of a round at once: waiting for the disk is what costs.
     void deliver();
@@ -39,6 +43,11 @@ public:
     std::size_t failedInEarlierRuns() const { return failedBefore; }
 
 private:
+    Verdict takeSkipped(const Item &item, const QByteArray &outcome);
+    Verdict takeBook(const Item &item, const QJsonObject &result);
+    Verdict takeFailure(const Item &item, const std::string &error);
+    void takeDone(const Item &item, const QJsonObject &result);
+
     QByteArray fingerprint;
     const Ledger *ledger;
     ResultFile *results;

@@ -117,6 +117,16 @@ private:
         end();
     }
 
+    static QString detailOf(const QJsonObject &line, int page)
+    {
+        if (isBook(line))
+            return QLatin1String("putting together pages ") + in(line, "pages");
+        return QString::fromLatin1("vectorization of page %1, settings %2, seed %3")
+            .arg(page)
+            .arg(in(line, "settings"))
+            .arg(line.value(QLatin1String("seed")).toDouble(), 0, 'f', 0);
+    }
+
     void event(const QJsonObject &line)
     {
         const int page = line.value(QLatin1String("page")).toInt(1);
@@ -126,11 +136,7 @@ private:
         text("eventType", QLatin1String("migration"));
         text("eventDateTime", in(line, "time"));
         start("eventDetailInformation");
-        text("eventDetail",
-             QString::fromLatin1("vectorization of page %1, settings %2, seed %3")
-                 .arg(page)
-                 .arg(in(line, "settings"))
-                 .arg(line.value(QLatin1String("seed")).toDouble(), 0, 'f', 0));
+        text("eventDetail", detailOf(line, page));
         end();
         start("eventOutcomeInformation");
         text("eventOutcome", isDone(line) ? QLatin1String("success") : QLatin1String("failure"));

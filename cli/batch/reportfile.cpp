@@ -9,6 +9,7 @@
 #include <QJsonArray>
 
 #include <cstring>
+#include <functional>
 
 namespace ztrace {
 
@@ -16,6 +17,7 @@ namespace {
 
 const char kDataMark[] = "<!--data-->";
 const double kMillion = 1e6;
+const int kNoPreview = -1;
 
 bool put(QIODevice *device, const QByteArray &bytes)
 {
@@ -34,7 +36,9 @@ QJsonObject rowOf(const QJsonObject &line)
     QJsonObject row;
     const int page = line.value(QLatin1String("page")).toInt(1);
     QString name = line.value(QLatin1String("path")).toString();
-    if (page > 1)
+    if (isBook(line))
+        name += QLatin1String(", its pages in one file");
+    else if (page > 1)
         name += QLatin1String(", page ") + QString::number(page);
     row.insert(QLatin1String("name"), name);
     for (const char *member :
@@ -62,34 +66,59 @@ QJsonObject rowOf(const QJsonObject &line)
     return row;
 }
 
+// Books that are there have their pages to show.
+void forEachRow(const Ledger &ledger,
+                const std::function<void(const QJsonObject &line, const std::string &file)> &take)
+{
+    ledger.forEachIn([&take](const QJsonObject &line, const std::string &file) {
+        if (!isBook(line) || !isDone(line))
+            take(line, file);
+    });
+}
+
+// Before the rows, each an element of its own, so that the browser makes pictures of those alone
+// that are in sight.
+bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<int> *numbers)
+{
+    bool good = true;
+    int count = 0;
+    forEachRow(ledger, [&](const QJsonObject &line, const std::string &file) {
+        QFile preview(QFile::decodeName(previewName(folderOfFile(file), nameIn(line, "path"),
+                                                    line.value(QLatin1String("page")).toInt(1))
+                                            .c_str()));
+        if (!isDone(line) || !preview.open(QIODevice::ReadOnly)) {
+            numbers->add(kNoPreview);
+            return;
+        }
+        good = good
+            && put(device,
+                   "<script type=\"text/plain\" id=\"p" + QByteArray::number(count) + "\">"
+                       + preview.readAll().toBase64() + "</script>\n");
+        numbers->add(count++);
+    });
+    return good;
+}
+
 } // namespace
 
 bool writeReport(const Ledger &ledger, QIODevice *device)
 {
     const char *mark = std::strstr(kReportTemplate, kDataMark);
     bool good = put(device, QByteArray(kReportTemplate, static_cast<int>(mark - kReportTemplate)));
-    // Previews first, each an element of its own, so that the browser makes pictures of those alone
-    // that are in sight.
-    QByteArray rows;
-    int previews = 0;
-    ledger.forEachIn([&](const QJsonObject &line, const std::string &file) {
-        QJsonObject row = rowOf(line);
-        QFile preview(QFile::decodeName(previewName(folderOfFile(file), nameIn(line, "path"),
-                                                    line.value(QLatin1String("page")).toInt(1))
-                                            .c_str()));
-        if (isDone(line) && preview.open(QIODevice::ReadOnly)) {
-            row.insert(QLatin1String("preview"), previews);
-            good = good
-                && put(device,
-                       "<script type=\"text/plain\" id=\"p" + QByteArray::number(previews++) + "\">"
-                           + preview.readAll().toBase64() + "</script>\n");
-        }
-        QByteArray text = jsonValue(row);
+    SpoolArray<int> previews; // one a row
+    good = writePreviews(ledger, device, &previews) && good;
+    good = put(device, "<script type=\"application/json\" id=\"rows\">[") && good;
+    std::size_t row = 0;
+    forEachRow(ledger, [&](const QJsonObject &line, const std::string &) {
+        QJsonObject members = rowOf(line);
+        if (row < previews.size() && previews.begin()[row] != kNoPreview)
+            members.insert(QLatin1String("preview"), previews.begin()[row]);
+        QByteArray text = jsonValue(members);
         text.replace('<', "\\u003c"); // no end of the script
-        rows += (rows.isEmpty() ? "[" : ",\n") + text;
+        good = good && put(device, (row > 0 ? ",\n" : "") + text);
+        ++row;
     });
-    return good && put(device, "<script type=\"application/json\" id=\"rows\">")
-        && put(device, rows.isEmpty() ? "[]" : rows + "]") && put(device, "</script>")
+    return good && put(device, "]</script>")
         && put(device, QByteArray(mark + std::strlen(kDataMark)));
 }
 

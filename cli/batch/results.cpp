@@ -79,6 +79,11 @@ bool isDone(const QJsonObject &line)
     return line.value(QLatin1String("outcome")).toString() == QLatin1String(kDone);
 }
 
+bool isBook(const QJsonObject &line)
+{
+    return line.value(QLatin1String("page")).toInt(1) == 0;
+}
+
 std::string keyOf(const std::string &path, int page)
 {
     const std::string text = path + '\0' + std::to_string(page);

@@ -35,6 +35,9 @@ std::string nameIn(const QJsonObject &line, const char *name);
 // Whether a line is of a drawing that is there.
 bool isDone(const QJsonObject &line);
 
+// Whether a line is of all pages of a file, put together.
+bool isBook(const QJsonObject &line);
+
 // What tells pictures apart: 16 bytes of a hash.
 std::string keyOf(const std::string &path, int page);
 

@@ -50,6 +50,7 @@ std::string reasonIn(const QJsonObject &line)
 struct Summary
 {
     std::size_t pictures = 0;
+    std::size_t books = 0; // that are no pictures
     std::size_t flagged = 0;
     std::size_t warned = 0;
     std::map<std::string, std::size_t> outcomes;
@@ -63,12 +64,16 @@ struct Summary
 
     void add(const QJsonObject &line)
     {
-        ++pictures;
-        ++outcomes[textIn(line, "outcome")];
-        if (!isDone(line)) {
+        if (!isDone(line))
             ++reasons[reasonIn(line)];
+        if (isBook(line)) {
+            books += isDone(line);
             return;
         }
+        ++pictures;
+        ++outcomes[textIn(line, "outcome")];
+        if (!isDone(line))
+            return;
         const QJsonArray found = line.value(QLatin1String("flags")).toArray();
         flagged += !found.isEmpty();
         warned += !line.value(QLatin1String("warnings")).toArray().isEmpty();
@@ -126,6 +131,8 @@ void print(const Summary &summary)
     printCounts("flag", summary.flags);
     std::printf("%-10s %8zu\n", "warnings", summary.warned);
     printCounts("preset", summary.presets);
+    if (summary.books > 0)
+        std::printf("%-10s %8zu  files of all pages\n", "books", summary.books);
     std::printf("%-10s %10s %10s %10s %10s %10s %10s %10s\n", "", "least", "1 %", "10 %", "median",
                 "90 %", "99 %", "most");
     for (const auto &measure : kMeasures) {
@@ -148,6 +155,7 @@ void printAsJson(const Summary &summary)
 {
     QJsonObject object;
     object.insert(QLatin1String("pictures"), double(summary.pictures));
+    object.insert(QLatin1String("books"), double(summary.books));
     object.insert(QLatin1String("flagged"), double(summary.flagged));
     object.insert(QLatin1String("warnings"), double(summary.warned));
     object.insert(QLatin1String("outcomes"), objectOf(summary.outcomes));

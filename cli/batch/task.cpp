@@ -19,18 +19,53 @@ std::vector<Said> saidIn(const QJsonValue &value)
     return said;
 }
 
+QJsonArray packedAll(const std::vector<std::string> &names)
+{
+    QJsonArray packedNames;
+    for (const std::string &name : names)
+        packedNames.append(packed(name));
+    return packedNames;
+}
+
+std::vector<std::string> unpackedAll(const QJsonValue &value)
+{
+    std::vector<std::string> names;
+    for (const QJsonValue &name : value.toArray())
+        names.push_back(unpacked(name));
+    return names;
+}
+
+void insertBook(const Task &task, QJsonObject *message)
+{
+    message->insert(QLatin1String("kind"), int(task.item.kind));
+    message->insert(QLatin1String("part"), packed(task.part));
+    message->insert(QLatin1String("books"), packedAll(task.books));
+    message->insert(QLatin1String("bookBefore"), QString::fromUtf8(task.bookBefore));
+    message->insert(QLatin1String("ofPages"), packed(task.pages));
+    message->insert(QLatin1String("missing"), packed(task.missing));
+}
+
+void takeBook(const QJsonObject &message, Task *task)
+{
+    task->item.kind = static_cast<ItemKind>(message.value(QLatin1String("kind")).toInt());
+    task->part = unpacked(message.value(QLatin1String("part")));
+    task->books = unpackedAll(message.value(QLatin1String("books")));
+    task->bookBefore = message.value(QLatin1String("bookBefore")).toString().toUtf8();
+    task->pages = unpacked(message.value(QLatin1String("ofPages")));
+    task->missing = unpacked(message.value(QLatin1String("missing")));
+}
+
 } // namespace
 
 QByteArray lineOfTask(const Task &task)
 {
     QJsonObject message;
+    if (task.item.kind != ItemKind::Alone)
+        insertBook(task, &message);
     message.insert(QLatin1String("path"), packed(task.item.path));
     message.insert(QLatin1String("page"), task.item.page);
     message.insert(QLatin1String("pages"), task.item.pages);
-    QJsonArray outputs;
-    for (const std::string &output : task.outputs)
-        outputs.append(packed(output));
-    message.insert(QLatin1String("outputs"), outputs);
+    message.insert(QLatin1String("outputs"), packedAll(task.outputs));
     if (!task.item.sha256.empty())
         message.insert(QLatin1String("sha256"), packed(task.item.sha256));
     QJsonArray settings;
@@ -56,8 +91,8 @@ Task taskOf(const QJsonObject &message)
     task.item.pages = message.value(QLatin1String("pages")).toInt(1);
     task.item.sha256 = unpacked(message.value(QLatin1String("sha256")));
     task.item.settings = saidIn(message.value(QLatin1String("settings")));
-    for (const QJsonValue &output : message.value(QLatin1String("outputs")).toArray())
-        task.outputs.push_back(unpacked(output));
+    task.outputs = unpackedAll(message.value(QLatin1String("outputs")));
+    takeBook(message, &task);
     task.before = message.value(QLatin1String("before")).toString().toUtf8();
     task.preview = message.value(QLatin1String("preview")).toInt();
     task.retry = message.value(QLatin1String("retry")).toBool();

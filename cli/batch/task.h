@@ -19,8 +19,18 @@ struct Task
     Item item;
     std::vector<std::string> outputs; // below the folder of the drawings
     QByteArray before;                // its line of an earlier run
-    int preview = 0;                  // its longer side; 0: none
-    bool retry = false;               // also when that one failed
+
+    // Of the page of a book: the part that it gives, the book's own drawings, its line of an
+    // earlier run, and the pages that are asked for. Of a book: the pages that could be traced, and
+    // those that could not. Pages as ranges.
+    std::string part;
+    std::vector<std::string> books;
+    QByteArray bookBefore;
+    std::string pages;
+    std::string missing;
+
+    int preview = 0;    // its longer side; 0: none
+    bool retry = false; // also when that one failed
     int attempt = 1;
 };
 

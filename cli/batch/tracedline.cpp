@@ -42,6 +42,8 @@ const char *whyNotCompared(const TracedPicture &traced)
         return "only a part is drawn";
     if (!settings.palette.empty())
         return "a palette of its own";
+    if (settings.edges && traced.result.report.shapes)
+        return "only boundaries are drawn";
     return "";
 }
 

@@ -1,9 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "worker.h"
 
+#include "books.h"
+#include "earlier.h"
 #include "fingerprint.h"
 #include "finisher.h"
 #include "itemsettings.h"
+#include "keptsource.h"
 #include "limits.h"
 #include "preview.h"
 #include "results.h"
@@ -13,11 +16,13 @@
 #include "version.h"
 
 #include "cli/commandline.h"
+#include "cli/pages.h"
 #include "cli/placement.h"
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
 #include "drawing/output.h"
+#include "drawing/pdf.h"
 #include "drawing/png.h"
 #include "imaging/failure.h"
 
@@ -52,15 +57,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-std::string shaOfFile(const std::string &fileName, const SourceLimits &limits)
-{
-    try {
-        return sha256Of(contentsOf(fileName, limits)).toStdString();
-    } catch (const Failure &) {
-        return std::string();
-    }
-}
-
 // Of the world file that a map is placed by; empty where none is asked for, or none is there.
 std::string shaOfWorldFile(const Task &task)
 {
@@ -72,7 +68,7 @@ std::string shaOfWorldFile(const Task &task)
     const bool asks
         = task.item.page == 1 && std::any_of(task.outputs.begin(), task.outputs.end(), isMap);
     const std::string name = asks ? worldFileOf(task.item.path) : std::string();
-    return name.empty() ? name : shaOfFile(name, SourceLimits());
+    return name.empty() ? name : shaOfFile(name);
 }
 
 double secondsSince(std::chrono::steady_clock::time_point start)
@@ -95,7 +91,7 @@ public:
         fingerprint = fingerprintOf(line);
         onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
-        limits = { line.settings.maxPixels, line.settings.maxMemory };
+        source.setLimits({ line.settings.maxPixels, line.settings.maxMemory });
         finisher = std::make_unique<Finisher>(); // what it needs is no picture's
         limitMemory(line.settings.batch.memoryLimit);
         answer(kReady, fingerprint);
@@ -107,7 +103,7 @@ public:
         ++begun;
         int pages = 1;
         try {
-            const ImageSource &file = sourceOf(path);
+            const ImageSource &file = source.of(path);
             pages = file.isDrawing() ? 1 : std::max(file.pages(), file.pagesClaimed());
         } catch (const Failure &) {
             pages = 1; // its one page says why
@@ -130,7 +126,7 @@ public:
             addFailure(kFailed, error.what(), &traced.line);
         } catch (const std::bad_alloc &) {
             traced.letter = kLineOfMemory;
-            source.reset();
+            source.drop();
             addFailure(kFailed, "not enough memory", &traced.line);
             traced.line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
         }
@@ -172,58 +168,6 @@ private:
         return line.settings.batch.out + '/' + output;
     }
 
-    // The file's bytes and what is known of them are kept from page to page.
-    const ImageSource &sourceOf(const std::string &path)
-    {
-        struct stat info = {};
-        const bool isThere = ::stat(path.c_str(), &info) == 0;
-        const bool isSame = isThere && source && path == sourcePath
-            && info.st_ino == sourceInfo.st_ino && info.st_dev == sourceInfo.st_dev
-            && info.st_size == sourceInfo.st_size
-            && std::memcmp(&info.st_mtim, &sourceInfo.st_mtim, sizeof info.st_mtim) == 0
-            && std::memcmp(&info.st_ctim, &sourceInfo.st_ctim, sizeof info.st_ctim) == 0;
-        if (isSame)
-            return *source;
-        source.reset();
-        sourceSha.clear();
-        QByteArray bytes = contentsOf(path, limits);
-        sourceBytes = bytes.size();
-        sourceSha = sha256Of(bytes).toStdString();
-        sourcePath = path;
-        sourceInfo = info;
-        source = std::make_unique<ImageSource>(path, std::move(bytes), limits);
-        return *source;
-    }
-
-    // Whether an earlier run has finished the picture as this one would.
-    bool isFinished(const Task &task, const QByteArray &settings)
-    {
-        const QJsonObject before = QJsonDocument::fromJson(task.before).object();
-        const auto said = [&](const char *name) {
-            return before.value(QLatin1String(name)).toString().toStdString();
-        };
-        if (before.isEmpty() || said("version") != programVersion()
-            || said("settings") != settings.toStdString()
-            || (said("sha256") != sourceSha && !(sourceSha.empty() && isDone(before))))
-            return false; // a picture that has gone needs no new drawing
-        if (!sourceSha.empty() && said("worldFile") != shaOfWorldFile(task))
-            return false;
-        if (!isDone(before))
-            return !task.retry;
-        const QJsonArray outputs = before.value(QLatin1String("outputs")).toArray();
-        if (outputs.size() != int(task.outputs.size()))
-            return false;
-        for (int i = 0; i < outputs.size(); ++i) {
-            const QJsonObject output = outputs.at(i).toObject();
-            const std::string &name = task.outputs[std::size_t(i)];
-            if (nameIn(output, "file") != name
-                || output.value(QLatin1String("sha256")).toString().toStdString()
-                    != shaOfFile(fullName(name), SourceLimits()))
-                return false;
-        }
-        return true;
-    }
-
     void attempt(const Task &task, Traced *traced)
     {
         peakMemory(true);
@@ -233,35 +177,52 @@ private:
         const QByteArray settings = fingerprintOf(fingerprint, task.item.settings);
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
-        const ImageSource *image = nullptr;
-        try {
-            image = &sourceOf(task.item.path);
-        } catch (const Failure &failure) {
-            whyNot = failure.what();
-        }
-        if (!sourceSha.empty()) {
-            result->insert(QLatin1String("sha256"), QString::fromStdString(sourceSha));
-            result->insert(QLatin1String("bytes"), double(sourceBytes));
-        }
+        const ImageSource *image = open(task.item.path, &whyNot);
         const std::string worldSha = shaOfWorldFile(task);
-        if (!worldSha.empty())
-            result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
-        answer(kStarted, QByteArray::number(begun) + ' ' + QByteArray::fromStdString(sourceSha));
-        if (isFinished(task, settings)) {
+        addSource(worldSha, result);
+        answer(kStarted,
+               QByteArray::number(begun) + ' ' + QByteArray::fromStdString(source.sha256()));
+        if (isFinishedBefore(task,
+                             { line.settings.batch.out, settings, source.sha256(), worldSha })) {
             skip(task, image, traced);
             return;
         }
-        if (!task.item.sha256.empty() && !sourceSha.empty() && sourceSha != task.item.sha256)
+        if (!task.item.sha256.empty() && !source.sha256().empty()
+            && source.sha256() != task.item.sha256)
             throw Failure(kInputUnreadable,
                           task.item.path + ": its SHA-256 is not the expected one");
         if (!image)
             throw Failure(kInputUnreadable, whyNot);
-        draw(task, *image, traced);
+        if (task.item.kind == ItemKind::Book)
+            putTogether(task, traced);
+        else
+            draw(task, *image, traced);
         result->insert(QLatin1String("peak"), peakMemory(false));
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
         seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
         result->insert(QLatin1String("seconds"), seconds);
+    }
+
+    // Null, and why, for what cannot be read.
+    const ImageSource *open(const std::string &path, std::string *whyNot)
+    {
+        try {
+            return &source.of(path);
+        } catch (const Failure &failure) {
+            *whyNot = failure.what();
+            return nullptr;
+        }
+    }
+
+    void addSource(const std::string &worldSha, QJsonObject *result) const
+    {
+        if (!source.sha256().empty()) {
+            result->insert(QLatin1String("sha256"), QString::fromStdString(source.sha256()));
+            result->insert(QLatin1String("bytes"), double(source.size()));
+        }
+        if (!worldSha.empty())
+            result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
     }
 
     // The picture is finished already.
@@ -288,6 +249,8 @@ private:
         job.settings.outputs.clear();
         for (const std::string &output : task.outputs)
             job.settings.outputs.push_back(fullName(output));
+        if (!task.part.empty())
+            job.settings.outputs.push_back(fullName(task.part));
         job.warn = [warnings](const std::string &text) {
             warnings->append(QString::fromUtf8(text.c_str()));
         };
@@ -410,25 +373,55 @@ private:
         QJsonArray list;
         for (std::size_t i = 0; i < outputs.size(); ++i) {
             const QByteArray bytes = traced->files->contentsOf(outputs[i].fileName);
+            const QString sha = QString::fromLatin1(sha256Of(bytes));
+            if (i == task.outputs.size()) {
+                traced->line.insert(QLatin1String("part"), sha);
+                continue;
+            }
             QJsonObject output;
             insertName("file", task.outputs[i], &output);
             output.insert(QLatin1String("format"), QLatin1String(outputs[i].format->name));
-            output.insert(QLatin1String("sha256"), QLatin1String(sha256Of(bytes)));
+            output.insert(QLatin1String("sha256"), sha);
             output.insert(QLatin1String("bytes"), bytes.size());
             list.append(output);
         }
         traced->line.insert(QLatin1String("outputs"), list);
     }
 
+    // All pages that could be traced, in one drawing.
+    void putTogether(const Task &task, Traced *traced)
+    {
+        PdfBook book;
+        for (const int page :
+             pagesWithin(pagesValue("pages", task.pages, kMostPages), kMostPages)) {
+            if (!book.addPage(partOf(task.item.path, page)))
+                throw Failure(kInputUnreadable,
+                              task.item.path + ": the drawing of page " + std::to_string(page)
+                                  + " has gone (start again to trace it once more)");
+        }
+        QJsonArray ignored;
+        const TraceJob job = jobOf(task, &ignored);
+        makeFolders(job.settings.outputs);
+        const std::vector<Output> outputs = outputsFor(task.item.path, job.settings);
+        traced->files = freshFiles();
+        stageBook(outputs, &book, traced->files.get());
+        addOutputs(task, outputs, traced);
+        traced->line.insert(QLatin1String("pages"), QString::fromStdString(task.pages));
+        if (!task.missing.empty())
+            traced->line.insert(QLatin1String("missing"), QString::fromStdString(task.missing));
+        traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
+    }
+
+    QByteArray partOf(const std::string &path, int page) const
+    {
+        QFile file(QFile::decodeName(fullName(partName(path, page)).c_str()));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
     CommandLine line;
     std::set<std::string> onCommandLine;
     QByteArray fingerprint;
-    SourceLimits limits;
-    std::unique_ptr<ImageSource> source;
-    std::string sourcePath;
-    std::string sourceSha;
-    qint64 sourceBytes = 0;
-    struct stat sourceInfo = {};
+    KeptSource source;
     OutputFiles::CleanFolders cleanFolders;
     qint64 begun = 0; // pictures, since the start
     qint64 toldBegun = 0;

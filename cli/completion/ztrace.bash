@@ -12,7 +12,7 @@ _ztrace() {
     local choices= offer_files=
     case $before in
         -o | --output) offer_files=yes ;;
-        -f | --format) choices="svg dxf pdf png json geojson" ;;
+        -f | --format) choices="svg dxf pdf png json geojson topojson" ;;
         --stroke-width) choices="" ;;
         --decimals) choices="exact 1 2 3" ;;
         --scale) choices="" ;;
@@ -45,7 +45,7 @@ _ztrace() {
         --time-limit) choices="" ;;
         --out) offer_files=yes ;;
         --names) offer_files=yes ;;
-        --formats) choices="svg dxf pdf png json geojson" ;;
+        --formats) choices="svg dxf pdf png json geojson topojson" ;;
         --pattern) offer_files=yes ;;
         --files-from) offer_files=yes ;;
         --manifest) offer_files=yes ;;

@@ -11,7 +11,8 @@ namespace {
 
 const double kQuarterTurn = 1.57079632679489661923;
 
-// The circle of a bulge arc. Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2).
+// The circle of a bulge arc. Source: bulge = tan(angle / 4), chord = 2 r sin(angle / 2). The same
+// formula as circleOf in drawing/pieces.cpp, which is no part of the host's libraries.
 struct Arc
 {
     ZVector center;

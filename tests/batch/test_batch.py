@@ -61,11 +61,12 @@ class Inputs(BatchTest):
 
     def test_pages_without_a_number_in_their_names(self):
         self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
-        text = self.batch("a.tif", "--page", "all", "--formats", "pdf", "--names", "{name}.{format}", code=2).stderr
-        self.assertIn(b"pages 1 and 2 of a.tif would both become a.pdf: {page} tells them apart", text)
-        self.assertFalse(os.path.exists(self.path("out/a.pdf")))
-        self.run_program("a.tif", "--page", "all", "-o", "a.pdf")  # which the message names
-        self.assertEqual(self.read("a.pdf").count(b"/Type /Page\n") + self.read("a.pdf").count(b"/Type /Page "), 3)
+        words = "a.tif", "--page", "all", "--names", "{name}.{format}", "--formats"
+        text = self.batch(*words, "svg", code=2).stderr
+        self.assertIn(b"pages 1 and 2 of a.tif would both become a.svg: {page} tells them apart", text)
+        self.assertFalse(os.path.exists(self.path("out")))
+        self.batch(*words, "pdf")  # which the message names
+        self.assertEqual(self.read("out/a.pdf").count(b"/Type /Page "), 3)
 
     def test_slashes_behind_the_folder_of_the_drawings(self):
         self.write("b.png", picture(3))

@@ -2,7 +2,9 @@
 """Everything at once: workers and runs that are killed, a disk that is full for a while, pictures that vanish and come
 back, a clock that jumps. The merged result is that of an undisturbed run.
 
-ZTRACE_CHAOS_PICTURES and ZTRACE_CHAOS_KILLS make it as large as wanted; it prints what it has done."""
+ZTRACE_CHAOS_PICTURES and ZTRACE_CHAOS_KILLS make it as large as wanted; it prints what it has done. The disk is full by
+a preloaded library; with ZTRACE_CHAOS_BALLAST=1, for a TMPDIR of some hundred million bytes, it is filled indeed."""
+import errno
 import json
 import os
 import random
@@ -18,48 +20,91 @@ from support import PROGRAM
 PICTURES = int(os.environ.get("ZTRACE_CHAOS_PICTURES", "300"))
 KILLS = int(os.environ.get("ZTRACE_CHAOS_KILLS", "20"))
 DISASTER = os.environ.get("ZTRACE_DISASTER")
+BALLAST = os.environ.get("ZTRACE_CHAOS_BALLAST") == "1"
 DIFFERENT = 200 # pictures; more are the same under other names
+TURNS = 3 * KILLS // 2 # runs that end early, about
+LINE = 700             # bytes of a result line, about
 
 
 @unittest.skipUnless(DISASTER, "sanitizers have allocators of their own, which another preloaded library would come before")
 class Chaos(BatchTest):
-    def run_to_its_end_or_death(self, environment, chance, death):
+    def fill(self):
+        """Nothing more can be written."""
+        if not BALLAST:
+            open(self.path("full"), "w").close()
+            return
+        with open(self.path("ballast"), "wb", buffering=0) as file:
+            size = 1 << 20
+            while size > 0:
+                try:
+                    file.write(bytes(size))
+                except OSError as error:
+                    self.assertEqual(error.errno, errno.ENOSPC)
+                    size //= 2
+
+    def make_room(self):
+        for name in "full", "ballast":
+            if os.path.exists(self.path(name)):
+                os.remove(self.path(name))
+
+    def lines_so_far(self):
+        if not os.path.exists(self.path("out/ztrace-results.jsonl")):
+            return 0
+        with open(self.path("out/ztrace-results.jsonl"), "rb") as file:
+            return sum(1 for _ in file)
+
+    def wait_for_work(self, process, lines):
+        """Until so many more pictures are finished, or the run has ended."""
+        if lines <= 0:
+            return
+        name, limit = self.path("out/ztrace-results.jsonl"), time.monotonic() + 120
+        size = os.path.getsize(name) if os.path.exists(name) else 0
+        while process.poll() is None and time.monotonic() < limit:
+            if os.path.exists(name) and os.path.getsize(name) >= size + lines * LINE:
+                return
+            time.sleep(0.002)
+
+    def kill_workers(self, process, chance):
+        for _ in range(chance.randrange(1, 4)):
+            time.sleep(chance.uniform(0.01, 0.1))
+            for worker in workers_of(process)[:1]:
+                try:
+                    os.kill(worker, signal.SIGKILL)
+                    self.killed += 1
+                except ProcessLookupError:
+                    pass # it has ended by itself
+
+    def run_until(self, environment, chance, death):
         process = subprocess.Popen([PROGRAM, "batch", "in", "--out", "out", "-j", "2", "-q"], cwd=self.folder,
                                    env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        full, away = self.path("full"), self.path("away.png")
+        name, away = self.path("in/p%05d.png" % chance.randrange(PICTURES)), self.path("away.png")
         try:
-            end = time.monotonic() + chance.uniform(0.05, 0.6)
-            while death == "worker" and process.poll() is None and time.monotonic() < end + 1:
-                time.sleep(chance.uniform(0.05, 0.3))
-                for worker in workers_of(process)[:1]:
-                    try:
-                        os.kill(worker, signal.SIGKILL)
-                        self.killed += 1
-                    except ProcessLookupError:
-                        pass # it has ended by itself
-                if time.monotonic() > end:
-                    break
-            if death == "full":
-                time.sleep(chance.uniform(0.02, 0.3))
-                open(full, "w").close()
+            time.sleep(chance.uniform(0.02, 0.1))
+            left = PICTURES - self.lines_so_far()
+            self.wait_for_work(process, min(left // 2, chance.randrange(2 * PICTURES // TURNS)))
+            if death == "worker":
+                self.kill_workers(process, chance)
+                self.wait_for_work(process, chance.randrange(PICTURES // TURNS))
+                process.terminate()
+            elif death == "full":
+                self.fill()
                 self.filled += 1
-            if death == "vanish":
-                name = self.path("in/p%05d.png" % chance.randrange(PICTURES))
+                time.sleep(chance.uniform(0.0, 0.3))
+                process.terminate()
+            elif death == "vanish":
                 os.rename(name, away)
                 self.vanished += 1
-                time.sleep(0.3)
-            if death == "run":
-                time.sleep(chance.uniform(0.05, 0.5))
+                time.sleep(0.1)
                 process.kill()
-                self.killed += 1
-            elif death == "vanish":
+            else:
+                self.killed += process.poll() is None # else it has ended by itself
                 process.kill()
             process.communicate(timeout=600)
             if death == "full":
-                self.assertIn(process.returncode, (0, 1, 4))
+                self.assertIn(process.returncode, (0, 1, 4, -signal.SIGTERM))
+                self.ended += process.returncode == 4
         finally:
-            if os.path.exists(full):
-                os.remove(full)
+            self.make_room()
             if os.path.exists(away):
                 os.rename(away, name)
             process.kill()
@@ -72,11 +117,13 @@ class Chaos(BatchTest):
         self.run_program("batch", "in", "--out", "right", "-q", code=1)
         chance = random.Random(3)
         environment = {**os.environ, "LD_PRELOAD": DISASTER, "DISASTER_CLOCK": "1", "DISASTER_FULL": self.path("full")}
-        self.killed = self.filled = self.vanished = 0
+        self.killed = self.filled = self.ended = self.vanished = self.unfinished = 0
         kinds = ["worker", "run", "full", "vanish"]
         while self.killed < KILLS:
-            self.run_to_its_end_or_death(environment, chance, kinds[0])
+            self.run_until(environment, chance, kinds[0])
             kinds.append(kinds.pop(0))
+            if self.lines_so_far() < PICTURES:
+                self.unfinished += 1
         for _ in range(2): # the first may try again what was killed twice
             subprocess.run([PROGRAM, "batch", "in", "--out", "out", "-q", "--retry", "failed"], cwd=self.folder,
                            env=environment, capture_output=True, check=False)
@@ -91,8 +138,9 @@ class Chaos(BatchTest):
         self.assertEqual(last, right)
         self.assertEqual(len(done), len(set(done)))
         self.assertEqual(len(done), PICTURES)
-        print("%d pictures, %d killed, %d times full, %d vanished" % (PICTURES, self.killed, self.filled, self.vanished),
-              file=sys.stderr)
+        self.assertGreater(self.unfinished, TURNS // 10) # disasters among work
+        print("%d pictures, %d killed, %d times full (%d runs ended by it), %d vanished, %d turns with work left"
+              % (PICTURES, self.killed, self.filled, self.ended, self.vanished, self.unfinished), file=sys.stderr)
 
 
 if __name__ == "__main__":

@@ -17,8 +17,39 @@ WIDTH, HEIGHT = 900, 1200
 BAND = (500, 700) # of rows, that are damaged
 
 
+def scanned(image, chance, fade):
+    """Blurred, on paper with grain and a slow shadow; a band of it is faded to a part of its ink."""
+    if fade is not None:
+        for y in range(*BAND):
+            row = image.crop((0, y, WIDTH, y + 1)).point(lambda v: 255 - int((255 - v) * fade))
+            image.paste(row, (0, y))
+    image = image.filter(ImageFilter.GaussianBlur(chance.uniform(0.5, 1.0)))
+    grain = Image.frombytes("L", (WIDTH, HEIGHT), chance.randbytes(WIDTH * HEIGHT)).point(lambda v: v // 16)
+    shade = Image.linear_gradient("L").resize((WIDTH, HEIGHT)).point(lambda v: v // 10)
+    return Image.composite(Image.new("L", image.size, 0), image, Image.eval(Image.blend(grain, shade, 0.5), lambda v: v))
+
+
+def sheet(seed, fade=None):
+    """A drawing in pens of 3 to 5 pixels: boxes, circles, arcs and lines."""
+    chance = random.Random(seed)
+    image = Image.new("L", (WIDTH, HEIGHT), 255)
+    pen = ImageDraw.Draw(image)
+    for i in range(22):
+        x, y, w, h = chance.randrange(60, 600), chance.randrange(60, 1000), chance.randrange(60, 240), chance.randrange(60, 140)
+        width = chance.randrange(3, 6)
+        if i % 4 == 0:
+            pen.rectangle((x, y, x + w, y + h), outline=0, width=width)
+        elif i % 4 == 1:
+            pen.ellipse((x, y, x + h, y + h), outline=0, width=width)
+        elif i % 4 == 2:
+            pen.arc((x, y, x + w, y + w), chance.randrange(90), chance.randrange(140, 300), fill=0, width=width)
+        else:
+            pen.line((x, y, x + w, y + chance.choice((0, h))), fill=0, width=width)
+    return scanned(image, chance, fade)
+
+
 def page(seed, fade=None):
-    """Words of strokes, lines and circles, blurred, on paper with grain and a slow shadow."""
+    """Words of strokes, lines and circles."""
     chance = random.Random(seed)
     image = Image.new("L", (WIDTH, HEIGHT), 255)
     pen = ImageDraw.Draw(image)
@@ -34,14 +65,7 @@ def page(seed, fade=None):
     for _ in range(4):
         x, y, r = chance.randrange(200, 700), chance.randrange(200, 1000), chance.randrange(20, 120)
         pen.ellipse((x - r, y - r, x + r, y + r), outline=0, width=3)
-    if fade is not None:
-        for y in range(*BAND):
-            row = image.crop((0, y, WIDTH, y + 1)).point(lambda v: 255 - int((255 - v) * fade))
-            image.paste(row, (0, y))
-    image = image.filter(ImageFilter.GaussianBlur(chance.uniform(0.5, 1.0)))
-    grain = Image.frombytes("L", (WIDTH, HEIGHT), chance.randbytes(WIDTH * HEIGHT)).point(lambda v: v // 16)
-    shade = Image.linear_gradient("L").resize((WIDTH, HEIGHT)).point(lambda v: v // 10)
-    return Image.composite(Image.new("L", image.size, 0), image, Image.eval(Image.blend(grain, shade, 0.5), lambda v: v))
+    return scanned(image, chance, fade)
 
 
 def saved(image, kind, **options):
@@ -52,10 +76,13 @@ def saved(image, kind, **options):
 
 class SelfCheck(BatchTest):
     def flags(self, folder, *arguments):
-        self.run_program("batch", folder, "--out", "out-" + folder, "-p", "lineart", "-q", *arguments)
-        found = [json.loads(line) for line in self.read("out-%s/ztrace-results.jsonl" % folder).splitlines()]
+        found = self.found(folder, "-p", "lineart", *arguments)
         self.assertEqual(len(found), PAGES)
         return sum("flags" in line for line in found)
+
+    def found(self, folder, *arguments):
+        self.run_program("batch", folder, "--out", "out-" + folder, "-q", *arguments)
+        return [json.loads(line) for line in self.read("out-%s/ztrace-results.jsonl" % folder).splitlines()]
 
     def test_damaged_pages_and_good_ones(self):
         pages = [page(seed) for seed in range(PAGES)]
@@ -77,6 +104,28 @@ class SelfCheck(BatchTest):
         self.assertLessEqual(found["good"] + found["jpeg"], 0.01 * 2 * PAGES)
         damaged = [found[name] for name in ("cut", "faded", "dark", "light", "small")]
         self.assertGreaterEqual(sum(damaged), 0.95 * 5 * PAGES)
+
+    def test_sheets_of_centre_lines(self):
+        """Upright and turned. Of seeds that are not here some drawings lack a line, and are flagged for it."""
+        count = 3
+        for i, seed in enumerate((0, 2, 3)):
+            for name, fade in ("good", None), ("faded", 0.45):
+                self.put("%s/p%d.png" % (name, i), saved(sheet(seed, fade), "PNG"))
+                turned = sheet(200 + seed, fade).rotate(5 - 3 * i, resample=Image.BICUBIC, fillcolor=245)
+                self.put("turned-%s/p%d.png" % (name, i), saved(turned, "PNG"))
+        for folder in "good", "faded", "turned-good", "turned-faded":
+            words = (["--deskew"] if "turned" in folder else []) + (["--threshold", "110"] if "faded" in folder else [])
+            lines = self.found(folder, "-p", "drawing", *words)
+            self.assertEqual(len(lines), count)
+            for line in lines:
+                self.assertGreater(line["counts"]["strokes"], 10)
+                self.assertEqual("flags" in line, "faded" in folder, line)
+
+    def test_boundaries_are_not_compared(self):
+        self.put("in/p.png", saved(sheet(1), "PNG"))
+        line, = self.found("in", "-p", "lineart", "--edges")
+        self.assertEqual(line["check"], {"none": "only boundaries are drawn"})
+        self.assertNotIn("flags", line)
 
     def test_a_page_that_was_turned_is_compared_as_well(self):
         for name, image in ("good", page(2)), ("faded", page(2, 0.45)):

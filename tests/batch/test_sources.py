@@ -43,10 +43,19 @@ class Pages(BatchTest):
 
     def test_pages_that_are_not_there(self):
         self.write("a.tif", tiff(KINDS[:3]))
-        self.run_program("a.tif", "--page", "2-9", "-o", "a.svg")
+        told = self.run_program("a.tif", "--page", "2-9", "-o", "a.svg").stderr
+        self.assertEqual(told, b"ztrace: a.tif: there is no page 9 (the file has 3)\n")
         self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.endswith("svg")), ["a-2.svg", "a-3.svg"])
         self.assertIn("there is no page 7", self.run_program("a.tif", "--page", "7-9", code=3).stderr.decode())
         self.assertIn("there is no page 7", self.batch("a.tif", "--page", "7,8", code=1).stderr.decode())
+        self.assertIn("page 9: a.tif: there is no page 9",
+                      self.run_program("a.tif", "--page", "2,9", "-o", "b.svg", code=1).stderr.decode())
+        self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.startswith("b")), ["b-2.svg"])
+        self.write("one.png", picture(3))
+        for pages in "2-4", "2,3":
+            self.assertIn("there is no page 2",
+                          self.run_program("one.png", "--page", pages, "-o", "c.svg", code=3).stderr.decode())
+        self.assertFalse(os.path.exists(self.path("c.svg")))
         for wrong in "0", "x", "2-", "1,,2", "-3", "1-x", "":
             if wrong != "2-":
                 self.assertIn("--page", self.run_program("a.tif", "--page=" + wrong, code=2).stderr.decode())

@@ -328,6 +328,13 @@ class Failing(CommandTest):
     def test_surroundings_of_the_toolkit(self):
         for value in "xcb", "wayland", "nonsense", "":
             self.run_program("a.png", environment={"QT_QPA_PLATFORM": value})
+        self.run_program("a.png", environment={"QT_LOGGING_CONF": "/dev/zero"}) # which has no end
+
+    def test_svg_without_an_area(self):
+        for size in "width='-5' height='3'", "width='-5' height='-3'", "viewBox='0 0 -5 5'", "width='1e-9' height='3'":
+            self.write("n.svg", b"<svg xmlns='http://www.w3.org/2000/svg' %s><rect width='2' height='2'/></svg>" % size.encode())
+            self.assert_refused("n.svg", "-o", "m.svg", code=3,
+                                words="n.svg: the image is damaged, or its size is not above 0")
 
     def test_warnings_of_the_toolkit_are_not_fatal(self):
         """What it says of a damaged image does not end the program."""

@@ -1,6 +1,7 @@
 # (c) the ztrace developers. Licence: see LICENSE.
-"""Areas for maps: GeoJSON, placed by a world file or by the tags of a GeoTIFF, read by OGR."""
+"""Areas for maps: GeoJSON and TopoJSON, placed by a world file or by the tags of a GeoTIFF, read by OGR."""
 import json
+import os
 import unittest
 from random import Random
 
@@ -36,6 +37,31 @@ class Maps(OptionsTest):
         self.assertAlmostEqual(whole.GetArea(), total, 6)
         return found
 
+    def same_as_topology(self, seed):
+        """What is written of a.png as TopoJSON are the polygons of a.geojson."""
+        for decimals in (), ("--decimals", "exact"):
+            self.run_program("a.png", *self.options, *decimals, "-o", "a.topojson", "--overwrite")
+            for (colour, polygon), (wanted, other) in zip(self.features("a.topojson"), self.features("a.geojson"), strict=True):
+                self.assertEqual(colour, wanted)
+                self.assertTrue(polygon.IsValid(), seed)
+                self.assertAlmostEqual(polygon.GetArea(), other.GetArea(), delta=0.02)
+                self.assertAlmostEqual(polygon.SymDifference(other).GetArea(), 0, delta=0.02)
+
+    def test_topology_shares_boundaries(self):
+        self.write("a.png", png(60, 40, land))
+        self.run_program("a.png", "-p", "logo", "-o", "a.topojson", "-o", "a.geojson")
+        areas = self.areas("a.topojson")
+        self.assertAlmostEqual(sum(areas.values()), 60 * 40, 3)
+        with open(self.path("a.topojson"), "rb") as file:
+            topology = json.load(file)
+        used = [arc if arc >= 0 else ~arc for area in topology["objects"]["areas"]["geometries"]
+                for ring in area["arcs"] for arc in ring]
+        self.assertEqual(set(used), set(range(len(topology["arcs"]))))
+        self.assertEqual(max(used.count(arc) for arc in used), 2)
+        self.write("a.pgw", b"2.0\n0.0\n0.0\n-2.0\n1001.0\n4999.0\n")
+        self.run_program("a.png", "-p", "logo", "-o", "a.topojson", "--overwrite")
+        self.assertAlmostEqual(sum(self.areas("a.topojson").values()), 4 * 60 * 40, 3)
+
     def test_areas_fill_the_picture_once(self):
         self.write("a.png", png(60, 40, land))
         self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
@@ -62,10 +88,12 @@ class Maps(OptionsTest):
                 plane = [[nearest(x, y) for x in range(width)] for y in range(height)]
             self.write("a.png", png(width, height, lambda x, y: plane[y][x]))
             palette = ",".join("#%02x%02x%02x" % colour[:3] for colour in sorted({c for row in plane for c in row}))
-            self.run_program("a.png", "-p", "logo", "--palette", palette, "--min-path", "0", "-o", "a.geojson", "--overwrite")
+            self.options = "-p", "logo", "--palette", palette, "--min-path", "0"
+            self.run_program("a.png", *self.options, "-o", "a.geojson", "--overwrite")
             areas = sum(polygon.GetArea() for _, polygon in self.features("a.geojson"))
             self.assertTrue(all(polygon.IsValid() for _, polygon in self.features("a.geojson")), seed)
             self.assertAlmostEqual(areas, width * height, delta=0.02)
+            self.same_as_topology(seed)
 
     def test_world_file(self):
         self.write("a.png", png(60, 40, land))
@@ -78,6 +106,12 @@ class Maps(OptionsTest):
         self.write("a.pgw", b"2.0 0 0 -2 1001\n")
         self.assert_refused("a.png", "-p", "logo", "-o", "b.geojson", code=3, words="six numbers are expected of a world file")
         self.run_program("a.png", "-p", "logo", "-o", "a.svg")  # which asks for no place
+
+    def test_a_pipe_is_no_world_file(self):
+        self.write("a.png", png(60, 40, land))
+        os.mkfifo(self.path("a.pgw"))
+        self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
+        self.assertAlmostEqual(sum(self.areas("a.geojson").values()), 60 * 40, 3)
 
     def test_tags_of_a_geotiff(self):
         for place, kind in ((500000, 10, 0, 4600000, 0, -10), "upright"), ((500000, 6, 8, 4600000, 8, -6), "turned"):

@@ -304,11 +304,42 @@ class Drawings(OptionsTest):
         self.assert_refused("a.json", "-o", "b.svg", code=3, words="a.json: not a drawing")
         for sizes in ('"width":-5,"height":3,"dpi":96,"outlines":[]', '"width":1.5,"height":3,"dpi":96,"outlines":[]',
                       '"width":5,"height":3,"dpi":-3,"outlines":[]', '"width":5,"height":3,"dpi":"nan","outlines":[]',
-                      '"width":5,"height":3,"dpi":96,"outlines":7'):
+                      '"width":5,"height":3,"dpi":1e-300,"outlines":[]', '"width":5,"height":3,"dpi":96,"outlines":7'):
             self.write("a.json", b'{"format":"ztrace drawing","version":1,' + sizes.encode() + b"}")
             self.assert_refused("a.json", "-o", "b.svg", code=3, words="a.json: ")
         self.write("a.json", b'\xef\xbb\xbf{"format":"ztrace drawing","version":1,"width":5,"height":3,"dpi":96,"outlines":[]}')
         self.run_program("a.json", "-o", "b.svg")
+
+
+    def test_coordinates_that_are_none_are_told(self):
+        def drawing(*pieces, **more):
+            outline = {"color": "#ff0000", "start": [0, 0], "pieces": [["L", 10, 0], ["L", 10, 10], *pieces], **more}
+            self.write("a.json", json.dumps({"format": "ztrace drawing", "version": 2, "width": 20, "height": 20, "dpi": 96,
+                                             "unit": "mm", "outlines": [outline]}).encode())
+
+        for piece in ["L", "nan", 3], ["L", 3, 1e308], ["A", "inf", 3, 4], ["Q", "nan", 1, 3, 4]:
+            drawing(piece, ["L", 3, 3])
+            for target in "svg", "dxf", "pdf", "geojson":
+                with self.subTest(piece, target=target):
+                    told = self.run_program("a.json", "-o", "b." + target).stderr
+                    self.assertRegex(told, rb"\Aztrace: a.json: some coordinates are no finite numbers; [^\n]+\n\Z")
+                    if target != "pdf":
+                        self.assertNotRegex(self.read("b." + target).lower(), rb"\bnan\b|\binf\b")
+        # An arc of a circle that is none is a line, and no number that is none comes of it.
+        drawing(["A", 1e300, 3, 4], ["A", 1e-300, 5, 5])
+        for target in "svg", "dxf", "geojson":
+            self.assertEqual(self.run_program("a.json", "-o", "b." + target).stderr, b"")
+            self.assertNotRegex(self.read("b." + target).lower(), rb"\bnan\b|inf\b")
+
+    def test_curves_that_would_be_too_many_lines_are_told(self):
+        arcs = [["A", 0.5, 1e9 * (i % 2), i] for i in range(2000)]
+        self.write("a.json", json.dumps({"format": "ztrace drawing", "version": 2, "width": 20, "height": 20, "dpi": 96,
+                                         "outlines": [{"color": "#ff0000", "start": [0, 0], "pieces": arcs}]}).encode())
+        told = self.run_program("a.json", "-o", "b.geojson").stderr
+        self.assertIn(b"a.json: curves would be very many lines; ", told)
+        for more in ("--dxf-curves", "polyline"), ("--dxf-curves", "arc"), ("--dxf-version", "r12"):
+            self.run_program("a.json", "-o", "b.dxf", *more)
+            self.assertLess(len(self.read("b.dxf")), 20000000)
 
 
 class Outputs(OptionsTest):

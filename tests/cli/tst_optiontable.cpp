@@ -297,7 +297,7 @@ void tst_OptionTable::alikeWords()
 
 void tst_OptionTable::formatsAreWhole()
 {
-    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json, geojson"));
+    QCOMPARE(namesOfFormats(), QString("svg, dxf, pdf, png, json, geojson, topojson"));
     for (const Format &format : allFormats()) {
         QVERIFY(format.write);
         QCOMPARE(findFormat(format.name), &format);

@@ -14,6 +14,36 @@ class tst_Toolkit : public QObject
     Q_OBJECT
 
 private slots:
+    void fileToWriteNeedsNoFonts_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("before");
+        QTest::addColumn<bool>("fonts");
+        QTest::newRow("-o") << QList<QByteArray> { "-o" } << false;
+        QTest::newRow("--output") << QList<QByteArray> { "--output" } << false;
+        QTest::newRow("an input") << QList<QByteArray> {} << true;
+        QTest::newRow("an input behind --") << QList<QByteArray> { "--", "-o" } << true;
+    }
+    void fileToWriteNeedsNoFonts()
+    {
+        QFETCH(QList<QByteArray>, before);
+        QFETCH(bool, fonts);
+        QTemporaryDir folder;
+        const QByteArray input = folder.filePath("a.png").toLocal8Bit();
+        const QByteArray output = folder.filePath("a.svg").toLocal8Bit();
+        const std::pair<QByteArray, const char *> files[]
+            = { { input, "\x89PNG\r\n\x1a\n" }, { output, "<svg/>" } };
+        for (const auto &content : files) {
+            QFile file(content.first);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(content.second);
+        }
+        std::vector<const char *> argv = { "ztrace", input.constData() };
+        for (const QByteArray &word : before)
+            argv.push_back(word.constData());
+        argv.push_back(output.constData());
+        QCOMPARE(needsFonts(static_cast<int>(argv.size()), argv.data()), fonts);
+    }
+
     void fontsAreForWhatMayHoldText_data()
     {
         QTest::addColumn<QList<QByteArray>>("contents");

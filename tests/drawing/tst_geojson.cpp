@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Drawings as GeoJSON. What another program reads of it is in tests/cli/test_maps.py.
+#include "drawing/coarseness.h"
 #include "drawing/geojson.h"
 #include "drawing/wholeshape.h"
 
@@ -209,6 +210,63 @@ private slots:
         QCOMPARE(written(drawing).value("features").toArray().size(), 1);
         drawing.outlines.clear();
         QCOMPARE(written(drawing).value("features").toArray().size(), 0);
+    }
+
+    // JSON has no form for them.
+    void numbersAreFinite()
+    {
+        const double kNowhere[] = { std::nan(""), HUGE_VAL, -1e308 };
+        for (const double nowhere : kNowhere) {
+            Path path = rectangle(0, 0, 40, 30);
+            path.lineTo(Point(nowhere, 3));
+            path.lineTo(Point(5, nowhere));
+            path.lineTo(Point(7, 8));
+            path.arcTo(Point(9, 8), nowhere);
+            path.quadraticTo(Point(nowhere, 1), Point(0, 0));
+            Drawing drawing = sheet();
+            drawing.unit = Unit::Millimetre;
+            drawing.dpi = 1e-5;
+            drawing.outlines[0].shape = drawing.outlines[1].shape = path;
+            const QJsonArray features = written(drawing).value("features").toArray();
+            QCOMPARE(features.size(), 2);
+            for (const QJsonValue &found : features)
+                QVERIFY(!rings(found.toObject()).isEmpty());
+        }
+    }
+
+    // Arcs whose circle is none, or has no end of radius, are lines.
+    void arcsOfNoCircleAreLines()
+    {
+        for (const double bulge : { 1e300, -1e200, 1e-300, -1e-14 }) {
+            Path path = rectangle(0, 0, 40, 30);
+            path.arcTo(Point(20, 10), bulge);
+            Drawing drawing = sheet();
+            drawing.outlines = { area(path, 0xFFFFFFFFu) };
+            const QJsonArray ring = rings(feature(written(drawing), 0))[0].toArray();
+            QCOMPARE(ring.size(), 7);
+        }
+    }
+
+    void linesForCurvesHaveABound()
+    {
+        QCOMPARE(coarsenessOf(sheet()), 1.0);
+        Path path;
+        path.moveTo(Point(0, 0));
+        for (int i = 1; i <= 2000; ++i)
+            path.arcTo(Point(i % 2 * 1e9, i), 0.5);
+        Drawing drawing = sheet();
+        drawing.outlines = { area(path, 0xFFFFFFFFu) };
+        QVERIFY(coarsenessOf(drawing) > 1.0);
+        const QJsonArray ring = rings(feature(written(drawing), 0))[0].toArray();
+        QVERIFY2(ring.size() > 4000 && ring.size() <= 300002,
+                 qPrintable(QString::number(ring.size())));
+        // As many small ones are as fine as ever.
+        Path small;
+        small.moveTo(Point(0, 0));
+        for (int i = 1; i <= 2000; ++i)
+            small.arcTo(Point(i % 2 * 1000, i), 0.5);
+        drawing.outlines = { area(small, 0xFFFFFFFFu) };
+        QCOMPARE(coarsenessOf(drawing), 1.0);
     }
 };
 

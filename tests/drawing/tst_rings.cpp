@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace ztrace;
 
@@ -39,6 +40,7 @@ private slots:
     void whatIsBetweenStaysOut();
     void cornersThatTouchStayApart();
     void nothingIsLeftOfALineThereAndBack();
+    void everySideOfAStarIsInARing();
 };
 
 void tst_Rings::ringsApartStay()
@@ -91,6 +93,27 @@ void tst_Rings::nothingIsLeftOfALineThereAndBack()
         = unitedRings({ { Point(0, 0), Point(0, 1), Point(1, 1), Point(0, 0) } });
     QCOMPARE(rings.size(), std::size_t(1));
     QCOMPARE(rings[0].size(), std::size_t(3));
+}
+
+// More areas at one point than any picture has; the time that they take is a matter of the budgets.
+void tst_Rings::everySideOfAStarIsInARing()
+{
+    const int kAreas = 300;
+    std::vector<Ring> areas;
+    double area = 0.0;
+    for (int k = 0; k < kAreas; ++k) {
+        const double angle = -6.283 * k / kAreas;
+        areas.push_back({ Point(0, 0), Point(std::cos(angle), std::sin(angle)),
+                          Point(std::cos(angle - 0.01), std::sin(angle - 0.01)) });
+        area += areaOf(areas.back());
+    }
+    std::size_t sides = 0;
+    for (const Ring &ring : unitedRings(areas)) {
+        sides += ring.size();
+        area -= areaOf(ring);
+    }
+    QCOMPARE(sides, std::size_t(3 * kAreas));
+    QVERIFY(std::fabs(area) < 1e-9);
 }
 
 QTEST_APPLESS_MAIN(tst_Rings)

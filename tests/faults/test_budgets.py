@@ -16,7 +16,8 @@ sys.path.insert(0, os.path.join(os.environ["ZTRACE_SOURCE_DIR"], "tests", "cli")
 from support import PROGRAM, CommandTest, chunk
 
 SECONDS, MEGABYTES = 20, 3000  # of processor time and address space, for any of them
-FORMATS = "svg", "dxf", "pdf", "png", "json"
+FORMATS = "svg", "dxf", "pdf", "png", "json", "geojson"
+NOWHERE = [["L", 1e308, -1e308], ["L", "nan", 3], ["L", 4, "inf"], ["A", "-inf", 9, 9], ["Q", "nan", 1, 2, 2]]
 LINE = ["L", 10, 0], ["L", 10, 10], ["L", 0, 0]
 
 
@@ -49,6 +50,12 @@ def drawings():
         "ellipses": (drawing([outline(pieces=[["E", 1, 1e-6, 1, *p] for p in many])]), 0),
         "far": (drawing([outline(pieces=[["L", 1e308, -1e308], ["A", 1e300, 1, 1], ["Q", 1e200, 1e200, 0, 0]])]), 0),
         "deep": (b'{"a":' * 50000, 3),
+        "star-hole": (drawing([outline(holes=[1]),
+                               outline(start=[50, 50], pieces=[["L", 60, 50], ["L", 60, 60], ["L", 50, 50]] * 20000)]), 0),
+        "nowhere": (drawing([outline(holes=[1], pieces=NOWHERE * 1000), outline(pieces=NOWHERE * 1000)]), 0),
+        "arcs-of-no-circle": (drawing([outline(pieces=[["A", [1e300, 1e-300, 1][i % 3], 1e6 * (i % 89), 1e6 * (i % 7)]
+                                                       for i in range(20000)])]), 0),
+        "far-ellipses": (drawing([outline(pieces=[["E", 1, 0.5, 1, 1e6 * x, 1e6 * y] for x, y in many])]), 0),
     }
 
 

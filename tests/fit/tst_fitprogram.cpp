@@ -356,7 +356,7 @@ void tst_FitProgram::rightAngleIsTwoLines()
     QCOMPARE(int(answer.spans.size()), 2);
     QCOMPARE(answer.spans[0].last, 10);
     QVERIFY(!answer.spans[1].smooth);
-    QVERIFY(std::fabs(answer.cost - 5 * (2 + 2 + 1.5)) < 1e-6);
+    QVERIFY(std::fabs(answer.cost - judgement.lambda * (2 + 2 + 1.5)) < 1e-6);
 }
 
 void tst_FitProgram::lineIntoArcIsSmooth()

@@ -3,6 +3,7 @@
 // Drawings as scanners give them: noise, uneven paper, ragged edges, breaks, ends that are blurred.
 #include "StrokesRig.h"
 
+#include "strokes/dips.h"
 #include "strokes/noise.h"
 #include "strokes/scans.h"
 
@@ -84,6 +85,13 @@ private slots:
     void specksAreDropped();
     void blurredEndsKeepTheirForm_data();
     void blurredEndsKeepTheirForm();
+    void endsOfNoKnownFormAreHardlyOff_data();
+    void endsOfNoKnownFormAreHardlyOff();
+    void gapsThatBlurFillsAreDashes_data();
+    void gapsThatBlurFillsAreDashes();
+    void aHatchInPiecesIsWhole();
+    void scannedLinesKeepTheirWidths_data();
+    void scannedLinesKeepTheirWidths();
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
 };
@@ -229,6 +237,89 @@ void tst_ScannedStrokes::blurredEndsKeepTheirForm()
     for (int k = 0; k < 8; ++k)
         QVERIFY2(hasLine(drawing, { 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 1.5),
                  listOf(drawing).c_str());
+}
+
+// A threshold that thins rounds square ends and shortens round ones: no end may be half a pen off.
+void tst_ScannedStrokes::endsOfNoKnownFormAreHardlyOff_data()
+{
+    QTest::addColumn<bool>("square");
+    QTest::newRow("round") << false;
+    QTest::newRow("square") << true;
+}
+
+void tst_ScannedStrokes::endsOfNoKnownFormAreHardlyOff()
+{
+    QFETCH(bool, square);
+    const StrokeDrawing drawing = drawn(cut(scanned(lines(square), 4, 24), 112), true);
+    QCOMPARE(drawing.strokes.size(), std::size_t(8));
+    for (int k = 0; k < 8; ++k)
+        QVERIFY2(hasLine(drawing, { 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, 3.0),
+                 listOf(drawing).c_str());
+}
+
+// Gaps of two pixels under blur and noise: the ink goes through, lighter at even distances.
+void tst_ScannedStrokes::gapsThatBlurFillsAreDashes_data()
+{
+    QTest::addColumn<bool>("dashed");
+    QTest::newRow("chain line") << true;
+    QTest::newRow("drawn throughout") << false;
+}
+
+void tst_ScannedStrokes::gapsThatBlurFillsAreDashes()
+{
+    QFETCH(bool, dashed);
+    InkProfile profile;
+    profile.step = 0.5;
+    std::mt19937 random(3);
+    for (int k = 0; k <= 126; ++k) {
+        // Of 63 pixels: dashes of 17, dots and gaps of 2, softened, and the ink of another line.
+        const double at = std::fmod(0.5 * k, 23.0);
+        const double dip = dashed && at > 16.0 ? 0.4 - 0.1 * std::cos(at * 3.14) : 0.0;
+        const double noise = 0.2 * double(random()) / double(std::mt19937::max());
+        profile.isOwn.push_back(k < 60 || k > 70);
+        profile.levels.push_back(float(profile.isOwn.back() ? 0.5 - dip + noise : 1.0));
+    }
+    const Dashing dashing = dashingOfDips(profile, 2.0);
+    QCOMPARE(dashing.type != DashType::None, dashed);
+    if (dashed)
+        QVERIFY(dashing.type == DashType::Center || dashing.type == DashType::Phantom);
+}
+
+// The threshold leaves pieces of lines two pixels wide; all of them go from one side to the other.
+void tst_ScannedStrokes::aHatchInPiecesIsWhole()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 60, 30 }, { 60, 370 }, 5).line({ 300, 30 }, { 300, 370 }, 5);
+    for (int k = 0; k < 9; ++k)
+        sheet.line({ 60, 160.0 + 20 * k }, { 300, 60.0 + 20 * k }, 2.1);
+    const StrokeDrawing drawing = drawn(cut(scanned(sheet, 2, 26), 108), true);
+    for (int k = 0; k < 9; ++k)
+        QVERIFY2(hasLine(drawing, { 60, 160.0 + 20 * k }, { 300, 60.0 + 20 * k }, 2.0),
+                 listOf(drawing).c_str());
+    QVERIFY2(drawing.strokes.size() == 11, listOf(drawing).c_str());
+}
+
+// Blur makes the middle of thin lines lighter than ink is, and a threshold takes from their edges.
+void tst_ScannedStrokes::scannedLinesKeepTheirWidths_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("black and white") << true;
+}
+
+void tst_ScannedStrokes::scannedLinesKeepTheirWidths()
+{
+    QFETCH(bool, hard);
+    Sheet sheet(kSide, kSide);
+    for (int k = 0; k < 8; ++k)
+        sheet.line({ 60, 40.0 + 42 * k }, { 340, 50.0 + 42 * k }, k < 6 ? 2.8 : 5.6);
+    const Greys grey = scanned(sheet, 4, 20);
+    const StrokeDrawing drawing = hard ? drawn(cut(grey, 128), true) : drawn(grey);
+    QVERIFY2(drawing.strokes.size() == 8, listOf(drawing).c_str());
+    for (const Stroke &stroke : drawing.strokes) {
+        const double wanted = stroke.piece.start.y < 40 + 42 * 5.8 ? 2.8 : 5.6;
+        QVERIFY2(std::fabs(stroke.width - wanted) < 0.14 * wanted, listOf(drawing).c_str());
+    }
 }
 
 void tst_ScannedStrokes::aSolidReachesNoFarther()

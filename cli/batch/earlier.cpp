@@ -1,0 +1,89 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "earlier.h"
+
+#include "fingerprint.h"
+#include "results.h"
+#include "version.h"
+
+#include "cli/failure.h"
+#include "cli/source.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace ztrace {
+
+namespace {
+
+std::string textIn(const QJsonObject &line, const char *name)
+{
+    return line.value(QLatin1String(name)).toString().toStdString();
+}
+
+bool isOfNow(const QJsonObject &line, const Conditions &now)
+{
+    return !line.isEmpty() && textIn(line, "version") == programVersion()
+        && textIn(line, "settings") == now.settings.toStdString()
+        && (textIn(line, "sha256") == now.sha256 || (now.sha256.empty() && isDone(line)));
+}
+
+bool hasOutputs(const QJsonObject &line, const std::vector<std::string> &names,
+                const std::string &out)
+{
+    const QJsonArray outputs = line.value(QLatin1String("outputs")).toArray();
+    if (outputs.size() != int(names.size()))
+        return false;
+    for (int i = 0; i < outputs.size(); ++i) {
+        const QJsonObject output = outputs.at(i).toObject();
+        const std::string &name = names[std::size_t(i)];
+        if (nameIn(output, "file") != name
+            || textIn(output, "sha256") != shaOfFile(out + '/' + name))
+            return false;
+    }
+    return true;
+}
+
+bool isBookFinished(const QJsonObject &line, const std::string &pages,
+                    const std::vector<std::string> &names, const Conditions &now)
+{
+    return isOfNow(line, now) && isDone(line) && textIn(line, "pages") == pages
+        && hasOutputs(line, names, now.out);
+}
+
+// Parts go when the book is there with all pages.
+bool isPartThere(const Task &task, const QJsonObject &line, const Conditions &now)
+{
+    const std::string part = textIn(line, "part");
+    if (part.empty())
+        return false;
+    return part == shaOfFile(now.out + '/' + task.part)
+        || isBookFinished(QJsonDocument::fromJson(task.bookBefore).object(), task.pages, task.books,
+                          now);
+}
+
+} // namespace
+
+std::string shaOfFile(const std::string &fileName)
+{
+    try {
+        return sha256Of(contentsOf(fileName, SourceLimits())).toStdString();
+    } catch (const Failure &) {
+        return std::string();
+    }
+}
+
+bool isFinishedBefore(const Task &task, const Conditions &now)
+{
+    const QJsonObject before = QJsonDocument::fromJson(task.before).object();
+    if (task.item.kind == ItemKind::Book)
+        return isBookFinished(before, task.pages, task.outputs, now);
+    if (!isOfNow(before, now)
+        || (!now.sha256.empty() && textIn(before, "worldFile") != now.worldSha))
+        return false;
+    if (!isDone(before))
+        return !task.retry;
+    return hasOutputs(before, task.outputs, now.out)
+        && (task.part.empty() || isPartThere(task, before, now));
+}
+
+} // namespace ztrace

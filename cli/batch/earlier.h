@@ -1,0 +1,34 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// What earlier runs have finished.
+#ifndef ZTRACE_CLI_BATCH_EARLIER_H
+#define ZTRACE_CLI_BATCH_EARLIER_H
+
+#include <QByteArray>
+
+#include <string>
+
+#include "task.h"
+
+namespace ztrace {
+
+// What a picture is traced with now.
+struct Conditions
+{
+    std::string out;      // folder of the drawings
+    QByteArray settings;  // their fingerprint
+    std::string sha256;   // of the picture's file; empty when it has gone
+    std::string worldSha; // of its world file; empty when there is none, or none is asked for
+};
+
+// SHA-256 of a file, empty when it cannot be read.
+std::string shaOfFile(const std::string &fileName);
+
+// Whether an earlier run has finished the picture as this one would: its line was written under the
+// same conditions, and its drawings are there. A picture that has gone needs no new drawing. The
+// page of a book may be there as a part of it, or in the book itself.
+bool isFinishedBefore(const Task &task, const Conditions &now);
+
+} // namespace ztrace
+
+#endif
