@@ -431,6 +431,11 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
     });
 }
 
+fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage)
+{
+    return fit::fitToCoverage(path, coverage, usualSettings().soft.lambda);
+}
+
 fit::Path fitPoints(const ChainPoints &points, bool closed)
 {
     fit::Settings settings = usualSettings();

@@ -8,6 +8,7 @@
 #include "equalloops.h"
 #include "meetings.h"
 #include "ordering.h"
+#include "smallloops.h"
 #include "workers.h"
 
 #include <algorithm>
@@ -39,7 +40,8 @@ const double kPrecision = 0.01;
 const double kRoughPrecision = 0.1;
 const std::size_t kFewOutlines = 1000;
 const int kMostTimes = kCloserTimes + kCrackTimes + 1; // that a chain is fitted again
-const double kNearNode = 6; // points between a node and what it is put back for
+const std::size_t kMostOfSmall = 200; // points of a loop that is held against the pixels' areas
+const double kNearNode = 6;           // points between a node and what it is put back for
 
 Tone toneOf(QRgb colour, int channels)
 {
@@ -70,7 +72,9 @@ public:
         chains.erase(std::remove_if(chains.begin(), chains.end(),
                                     [this](uint32_t chain) { return !equal.isFirst[chain]; }),
                      chains.end());
+        small.assign(map.chains.size(), 0);
         forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
+        paths = fitSmallLoops(map, edges, std::move(paths), small, mostThreads);
         part(mostThreads);
     }
 
@@ -284,6 +288,7 @@ private:
         if (!loop)
             pinEnds(chain, &p);
         paths[number] = fitPoints(p, loop);
+        small[number] = loop && p.isSoft() && p.x.size() <= kMostOfSmall;
         p = ChainPoints();
     }
 
@@ -468,6 +473,7 @@ private:
     bool anySoft = false;
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;
+    std::vector<char> small; // per chain: a loop to be held against the pixels' areas
     std::map<uint32_t, std::vector<Meeting>> meetings; // of the chains that cross others
 };
 

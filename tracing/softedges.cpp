@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 
 namespace ztrace {
@@ -42,6 +43,16 @@ const double kSlanted = 0.1;
 // Pixels of scatter from which mixed pixels say less than the cracks: lines that were drawn with
 // nearly hard edges.
 const double kStairs = 0.2;
+
+// Pixels around a loop whose coverage is looked at.
+const int kAroundLoop = 2;
+// Deviation of a coverage at least: rasterisers round, and curves are chords there.
+const double kLeastOfCoverage = 0.02;
+
+int clampedTo(int at, int most)
+{
+    return std::min(most, std::max(0, at));
+}
 
 double clamped(double value, double low, double high)
 {
@@ -532,6 +543,51 @@ ChainPoints SoftEdges::pointsOf(uint32_t chain) const
             return points;
     }
     return cracksOf(chain);
+}
+
+fit::Coverage SoftEdges::coverageAround(uint32_t chain, const CoverOf &coverOf) const
+{
+    const Side side = sideOf(chain);
+    int left = map.runs.width, top = map.runs.height, right = 0, bottom = 0;
+    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading, int) {
+        left = std::min(left, x);
+        right = std::max(right, x);
+        top = std::min(top, y);
+        bottom = std::max(bottom, y);
+    });
+    fit::Coverage result;
+    result.left = std::max(0, left - kAroundLoop);
+    result.top = std::max(0, top - kAroundLoop);
+    result.width = std::min(map.runs.width, right + kAroundLoop) - result.left;
+    result.height = std::min(map.runs.height, bottom + kAroundLoop) - result.top;
+    result.sigma = std::max(kLeastOfCoverage, side.noise);
+    std::map<uint32_t, std::vector<std::size_t>> others; // and the pixels that they are near to
+    for (int y = result.top; y < result.top + result.height; ++y) {
+        for (int x = result.left; x < result.left + result.width; ++x) {
+            const double part = coverageAt(side, x, y);
+            const bool mixed = part > kPlain && part < 1 - kPlain;
+            for (int k = mixed ? 0 : 4; k < (mixed ? 9 : 5); ++k) {
+                const uint32_t area = areaAt(clampedTo(x + k % 3 - 1, picture.width - 1),
+                                             clampedTo(y + k / 3 - 1, picture.height - 1));
+                if (area != side.left && area != side.right)
+                    others[area].push_back(result.right.size());
+            }
+            result.right.push_back(part);
+        }
+    }
+    result.counts.assign(result.right.size(), 1);
+    for (const auto &[area, pixels] : others) {
+        const auto labelOf = [this](uint32_t a) { return map.areas.list[a].label; };
+        const bool asLeft = labelOf(area) == labelOf(side.left);
+        std::vector<double> cover;
+        if (asLeft || labelOf(area) == labelOf(side.right))
+            cover = coverOf(area, result);
+        for (std::size_t k = 0; k < cover.size(); ++k)
+            result.right[k] += asLeft ? cover[k] : -cover[k];
+        for (std::size_t k : cover.empty() ? pixels : std::vector<std::size_t>())
+            result.counts[k] = 0;
+    }
+    return result;
 }
 
 ChainPoints SoftEdges::cracksOf(uint32_t chain) const

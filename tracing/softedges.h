@@ -7,10 +7,11 @@
 
 #include "tracing/boundarymap.h"
 
-#include "fit/Chain.h"
+#include "fit/areafit.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace ztrace {
@@ -59,6 +60,11 @@ public:
     ChainPoints pointsOf(uint32_t chain) const;
     // The middles of the cracks, whatever the picture tells: lines through them never cross.
     ChainPoints cracksOf(uint32_t chain) const;
+    // What a loop has on its right of the pixels around it. Those count that only its two areas are
+    // near to, and others of their labels of which `coverOf` tells what they cover of the window's
+    // pixels: one entry a pixel, or nothing where it does not know.
+    using CoverOf = std::function<std::vector<double>(uint32_t area, const fit::Coverage &window)>;
+    fit::Coverage coverageAround(uint32_t chain, const CoverOf &coverOf) const;
 
 private:
     struct Side;

@@ -1,0 +1,252 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Paths against what they cover of the pixels.
+#include "FitRig.h"
+
+#include "fit/areafit.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace ztrace::fit;
+
+namespace {
+
+const double kLambda = 5;
+
+Path closedPath(const std::vector<Point> &corners)
+{
+    Path path = {};
+    path.closed = true;
+    for (std::size_t k = 0; k < corners.size(); ++k)
+        path.pieces.push_back(linePiece(corners[k], corners[(k + 1) % corners.size()]));
+    return path;
+}
+
+Coverage coverageOf(const Raster &raster)
+{
+    Coverage coverage = { 0, 0, raster.width, raster.height, 0.02, raster.coverage, {} };
+    coverage.counts.assign(raster.coverage.size(), 1);
+    return coverage;
+}
+
+Coverage coverageOf(const Path &path)
+{
+    return coverageOf(rasterOf(path.pieces, 40, 40));
+}
+
+// A circle in four arcs that go over into each other.
+Path circleOfArcs(Point centre, double radius)
+{
+    const double quarter = std::tan(std::acos(-1.0) / 8);
+    const Point ways[] = { { 1, 0 }, { 0, 1 }, { -1, 0 }, { 0, -1 } };
+    Path path = {};
+    path.closed = true;
+    for (int k = 0; k < 4; ++k) {
+        path.pieces.push_back(
+            arcPiece(centre + radius * ways[k], centre + radius * ways[(k + 1) % 4], quarter));
+        path.pieces.back().smooth = true;
+    }
+    return path;
+}
+
+double farthestCorner(const Path &path, const std::vector<Point> &corners)
+{
+    double farthest = 0;
+    for (Point corner : corners) {
+        double nearest = 1e9;
+        for (const Piece &piece : path.pieces)
+            nearest
+                = std::min(nearest, std::hypot(piece.start.x - corner.x, piece.start.y - corner.y));
+        farthest = std::max(farthest, nearest);
+    }
+    return farthest;
+}
+
+// A stem of 3 px with a bar of one pixel across its end: the foot of a letter.
+const std::vector<Point> kFoot = { { 14.3, 6.2 },  { 17.3, 6.2 },  { 17.3, 22.4 }, { 20.6, 22.4 },
+                                   { 20.6, 23.5 }, { 11.2, 23.5 }, { 11.2, 22.4 }, { 14.3, 22.4 } };
+
+} // namespace
+
+class tst_AreaFit : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void coversWhatTheRasterHas();
+    void windowsCutOff();
+    void cornersAreFound();
+    void tipsAreCutSquare();
+    void shortLinesGo();
+    void smoothJointsStaySmooth();
+    void otherWayRound();
+    void pixelsThatDoNotCount();
+    void leavesWhatItCannotTell();
+};
+
+void tst_AreaFit::coversWhatTheRasterHas()
+{
+    for (const Path &path : { closedPath({ { 5.3, 4.1 }, { 33.7, 12.9 }, { 9.2, 35.6 } }),
+                              circleOfArcs({ 20.2, 18.7 }, 9.3) }) {
+        const Coverage coverage = coverageOf(path);
+        const std::vector<double> cover = coverOf(path, coverage);
+        double farthest = 0;
+        for (std::size_t k = 0; k < cover.size(); ++k)
+            farthest = std::max(farthest, std::fabs(cover[k] - coverage.right[k]));
+        QVERIFY2(farthest < 0.01, qPrintable(QString::number(farthest)));
+    }
+}
+
+void tst_AreaFit::windowsCutOff()
+{
+    const Path path = circleOfArcs({ 20.2, 18.7 }, 9.3);
+    const Coverage all = coverageOf(path);
+    Coverage window = all;
+    window.left = 17;
+    window.top = 12;
+    window.width = 9;
+    window.height = 11;
+    const std::vector<double> whole = coverOf(path, all);
+    const std::vector<double> part = coverOf(path, window);
+    QCOMPARE(part.size(), std::size_t(99));
+    for (int y = 0; y < window.height; ++y) {
+        for (int x = 0; x < window.width; ++x)
+            QVERIFY(
+                std::fabs(part[std::size_t(y * 9 + x)] - whole[std::size_t((y + 12) * 40 + x + 17)])
+                < 1e-9);
+    }
+}
+
+void tst_AreaFit::cornersAreFound()
+{
+    const Coverage coverage = coverageOf(closedPath(kFoot));
+    std::vector<Point> off = kFoot;
+    for (std::size_t k = 0; k < off.size(); ++k)
+        off[k] = off[k] + Point { k % 2 ? 0.2 : -0.15, k % 3 ? -0.1 : 0.2 };
+    const Path before = closedPath(off);
+    QVERIFY(farthestCorner(before, kFoot) > 0.2);
+    const Path after = fitToCoverage(before, coverage, kLambda);
+    QCOMPARE(after.pieces.size(), kFoot.size());
+    QVERIFY2(farthestCorner(after, kFoot) < 0.03,
+             qPrintable(QString::number(farthestCorner(after, kFoot))));
+    for (std::size_t k = 0; k < after.pieces.size(); ++k) {
+        const Piece &next = after.pieces[(k + 1) % after.pieces.size()];
+        QVERIFY(after.pieces[k].end.x == next.start.x && after.pieces[k].end.y == next.start.y);
+    }
+}
+
+// What points alone make of a bar's end of one pixel.
+void tst_AreaFit::tipsAreCutSquare()
+{
+    const Path wedge = closedPath(
+        { kFoot[0], kFoot[1], kFoot[2], { 21.6, 22.9 }, kFoot[5], kFoot[6], kFoot[7] });
+    const Path after = fitToCoverage(wedge, coverageOf(closedPath(kFoot)), kLambda);
+    QCOMPARE(after.pieces.size(), kFoot.size());
+    QVERIFY2(farthestCorner(after, kFoot) < 0.1,
+             qPrintable(QString::number(farthestCorner(after, kFoot))));
+    // A tip that the picture has stays one.
+    const std::vector<Point> kite = { { 10.2, 20 }, { 20, 18 }, { 31.3, 20 }, { 20, 22 } };
+    QCOMPARE(fitToCoverage(closedPath(kite), coverageOf(closedPath(kite)), kLambda).pieces.size(),
+             kite.size());
+}
+
+void tst_AreaFit::shortLinesGo()
+{
+    const std::vector<Point> square
+        = { { 10.3, 9.6 }, { 22.8, 9.6 }, { 22.8, 25.4 }, { 16.1, 29.2 }, { 10.3, 25.4 } };
+    const Path chamfered = closedPath({ { 10.3, 9.6 },
+                                        { 22.3, 9.4 },
+                                        { 23, 10.2 },
+                                        { 22.8, 25.4 },
+                                        { 16.1, 29.2 },
+                                        { 10.3, 25.4 } });
+    const Path after = fitToCoverage(chamfered, coverageOf(closedPath(square)), kLambda);
+    QCOMPARE(after.pieces.size(), square.size());
+    QVERIFY(farthestCorner(after, square) < 0.05);
+}
+
+void tst_AreaFit::smoothJointsStaySmooth()
+{
+    const Path circle = circleOfArcs({ 20.2, 18.7 }, 7.3);
+    Path off = circleOfArcs({ 20.35, 18.6 }, 7.2);
+    const Path after = fitToCoverage(off, coverageOf(circle), kLambda);
+    for (std::size_t k = 0; k < 4; ++k) {
+        const Point one = endTangent(after.pieces[(k + 3) % 4]);
+        const Point other = startTangent(after.pieces[k]);
+        QVERIFY(std::fabs(cross(one, other)) < 0.02);
+        const Point middle = pointAt(after.pieces[k], 0.5) - Point { 20.2, 18.7 };
+        QVERIFY(std::fabs(std::hypot(middle.x, middle.y) - 7.3) < 0.02);
+    }
+}
+
+// The walk round a hole: what it has on its right is all else.
+void tst_AreaFit::otherWayRound()
+{
+    Coverage coverage = coverageOf(closedPath(kFoot));
+    for (double &part : coverage.right)
+        part = 1 - part;
+    std::vector<Point> off(kFoot.rbegin(), kFoot.rend());
+    off[2] = off[2] + Point { 0.25, -0.2 };
+    const Path after = fitToCoverage(closedPath(off), coverage, kLambda);
+    QVERIFY(farthestCorner(after, kFoot) < 0.03);
+}
+
+// Another path passes there, of which nothing is known.
+void tst_AreaFit::pixelsThatDoNotCount()
+{
+    Coverage coverage = coverageOf(closedPath(kFoot));
+    for (int y = 5; y < 9; ++y) {
+        for (int x = 12; x < 20; ++x) {
+            coverage.right[std::size_t(y * 40 + x)] = 0.5;
+            coverage.counts[std::size_t(y * 40 + x)] = 0;
+        }
+    }
+    std::vector<Point> off = kFoot;
+    off[3] = off[3] + Point { 0.5, 0.4 };
+    const Path after = fitToCoverage(closedPath(off), coverage, kLambda);
+    QVERIFY2(farthestCorner(after, kFoot) < 0.1,
+             qPrintable(QString::number(farthestCorner(after, kFoot))));
+}
+
+void tst_AreaFit::leavesWhatItCannotTell()
+{
+    const auto same = [](const Path &one, const Path &other) {
+        return one.pieces.size() == other.pieces.size()
+            && std::equal(one.pieces.begin(), one.pieces.end(), other.pieces.begin(),
+                          [](const Piece &a, const Piece &b) {
+                              return a.start.x == b.start.x && a.start.y == b.start.y;
+                          });
+    };
+    std::vector<Point> off = kFoot;
+    off[3] = off[3] + Point { 0.3, 0.3 };
+    const Path path = closedPath(off);
+    Coverage blurred = coverageOf(closedPath(kFoot));
+    const std::vector<double> sharp = blurred.right;
+    for (int y = 1; y < 39; ++y) {
+        for (int x = 1; x < 39; ++x) {
+            double sum = 0;
+            for (int k = 0; k < 9; ++k)
+                sum += sharp[std::size_t((y + k / 3 - 1) * 40 + x + k % 3 - 1)] / 9;
+            blurred.right[std::size_t(y * 40 + x)] = sum;
+        }
+    }
+    QVERIFY(!showsAreas(path, blurred));
+    QVERIFY(same(fitToCoverage(path, blurred, kLambda), path));
+    const Coverage exact = coverageOf(closedPath(kFoot));
+    QVERIFY(showsAreas(path, exact));
+    QVERIFY(!same(fitToCoverage(path, exact, kLambda), path));
+    QVERIFY(same(fitToCoverage(closedPath(kFoot), exact, kLambda), closedPath(kFoot)));
+    Coverage none = exact;
+    none.counts.assign(none.counts.size(), 0);
+    QVERIFY(same(fitToCoverage(path, none, kLambda), path));
+    Path open = path;
+    open.closed = false;
+    QVERIFY(same(fitToCoverage(open, exact, kLambda), open));
+    QVERIFY(fitToCoverage(Path(), exact, kLambda).pieces.empty());
+}
+
+QTEST_APPLESS_MAIN(tst_AreaFit)
+#include "tst_areafit.moc"
