@@ -89,10 +89,17 @@ struct Judgement
     }
 };
 
+// All of c counts, as if soft edges had errors like noise, and every point: what comes near to all
+// of them, whatever it takes.
+inline Judgement judgementOfNoise()
+{
+    return { 2, 0.5, 0, 0, 0, 0, Meeting::OfOutlines };
+}
+
 inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
-        return { 2.5, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
+        return { 3.5, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
     return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines, 0.4, 10 };
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace {
 
@@ -290,11 +291,16 @@ ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, st
     const fit::Piece &last = pieces[to - 1];
     const int end = last.first + last.count;
     int count = ((end - pieces[from].first) % size + size) % size;
-    // All of them, where what is left is a cap without points of its own.
-    if (count == 0
-        && std::any_of(pieces.begin() + std::ptrdiff_t(from), pieces.begin() + std::ptrdiff_t(to),
-                       [](const fit::Piece &piece) { return piece.count > 0; }))
+    const int explained = std::accumulate(
+        pieces.begin() + std::ptrdiff_t(from), pieces.begin() + std::ptrdiff_t(to), 0,
+        [](int sum, const fit::Piece &p) { return sum + p.count; });
+    // All of them, where what is left is a cap without points of its own. Lines through cracks have
+    // points only roughly, and a stretch of them may seem to end before it begins: that is not once
+    // around.
+    if (count == 0 && 2 * explained > size)
         count = size;
+    else if (2 * count > size && 2 * explained < size)
+        count = 0;
     // Points that are left out beside the stretch have their cracks in it.
     const auto crackOf = [&](int k) { return points.crack[std::size_t((k + size) % size)]; };
     const fit::Piece &before = pieces[from > 0 ? from - 1 : pieces.size() - 1];
@@ -348,14 +354,14 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
     return path;
 }
 
-// Numbers at .4 of their price for every time, and no points left out; what is not good then
-// cheaper still, and line by line in the end.
+// Numbers at .4 of their price for every time, all misfit counted, and no points left out; what is
+// not good then cheaper still, and line by line in the end.
 fit::Path fitCloser(const ChainPoints &points, bool closed, int times, bool shapes)
 {
     if (times > kCheaperTimes)
         return lineByLine(points, closed);
     fit::Settings settings = usualSettings();
-    settings.soft.mayLeaveOut = 0;
+    settings.soft = fit::judgementOfNoise();
     settings.shapes = shapes;
     settings.soft.lambda *= std::pow(kCheaper, times);
     settings.hard.lambda *= std::pow(kCheaper, times);
@@ -425,7 +431,10 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
     return repaired(path, bad, points, closed, [&](const ChainPoints &part) {
         const uint32_t first = part.crack.front() % size;
         const uint32_t past = std::min(part.crack.back(), size);
-        const uint32_t count = first <= past ? past - first : closed ? past + size - first : 0;
+        uint32_t count = first <= past ? past - first : closed ? past + size - first : 0;
+        // A stretch that seems to end before it begins does not go all the way round.
+        if (count > size / 2 && 2 * part.x.size() < points.x.size())
+            count = 0;
         return lineThrough({ part.x.front(), part.y.front() }, cracks, first, count,
                            { part.x.back(), part.y.back() });
     });

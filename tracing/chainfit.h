@@ -26,7 +26,7 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
                      const ChainPoints &points, const ChainPoints &cracks, bool closed);
 const int kCloserTimes = 3;
 // Times that cracks take the place of points, a little more of them each time.
-const int kCrackTimes = 3;
+const int kCrackTimes = 8;
 const double kFarFromPoints = 1.8; // pixels
 
 } // namespace ztrace
