@@ -17,64 +17,64 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.308, "detail": 1.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.186, "numbers": 165
+        "colour": 0.196, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 161
     },
     "lines": {
-        "colour": 0.647, "detail": 2.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.017, "numbers": 485
+        "colour": 0.595, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.849, "numbers": 458
     },
     "letters": {
-        "colour": 0.881, "detail": 2.6, "regions": 2, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.690, "numbers": 2703
+        "colour": 0.537, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.899, "numbers": 2235
     },
     "logo": {
-        "colour": 0.46, "detail": 3.9, "regions": 2, "uncovered": 0.54,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.489, "numbers": 494
+        "colour": 0.428, "detail": 3.8, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.454, "numbers": 472
     },
     "logo-layers": {
-        "colour": 2.382, "detail": 11.4, "regions": 4, "uncovered": 0.37,
-        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.489, "numbers": 494
+        "colour": 2.389, "detail": 11.4, "regions": 4, "uncovered": 0.37,
+        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.454, "numbers": 472
     },
     "icon": {
-        "colour": 0.951, "detail": 1.9, "regions": 0, "uncovered": 0.01,
+        "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.308, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.156, "numbers": 202
+        "colour": 0.219, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.129, "numbers": 202
     },
     "glass": {
-        "colour": 1.132, "detail": 1.0, "regions": 0, "uncovered": 7.20,
-        "uncovered4": 2.50, "hairlines": 2.50, "joints": 4.560, "numbers": 312
+        "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
+        "uncovered4": 2.43, "hairlines": 2.43, "joints": 4.603, "numbers": 308
     },
     "map": {
-        "colour": 1.04, "detail": 2.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.48, "joints": 8.169, "numbers": 3124
+        "colour": 0.966, "detail": 2.1, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.287, "numbers": 3134
     },
     "map-layers": {
-        "colour": 1.520, "detail": 14.0, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.31, "joints": 8.169, "numbers": 3124
+        "colour": 1.521, "detail": 13.9, "regions": 7, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 3.38, "joints": 8.287, "numbers": 3134
     },
     "dialog": {
-        "colour": 1.192, "detail": 6.4, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.100, "numbers": 4112
+        "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.083, "numbers": 3603
     },
     "cartoon": {
-        "colour": 1.451, "detail": 2.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.256, "numbers": 392
+        "colour": 1.080, "detail": 1.4, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.269, "numbers": 362
     },
     "cartoon-few": {
-        "colour": 1.950, "detail": 4.3, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.773, "numbers": 421
+        "colour": 1.596, "detail": 4.0, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.765, "numbers": 392
     },
     "hills-flat": {
-        "colour": 0.894, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.946, "numbers": 276
+        "colour": 0.900, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.645, "numbers": 249
     },
     "shaded-flat": {
-        "colour": 2.857, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 1.77, "joints": 24.858, "numbers": 2872
+        "colour": 2.844, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 26.031, "numbers": 3104
     },
     "shaded": {
         "colour": 1.131, "regions": 0, "uncovered": 0.01,
@@ -89,16 +89,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 11.50, "joints": 3.586, "numbers": 337
     },
     "one-bit": {
-        "colour": 2.618, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.679, "numbers": 1010
+        "colour": 2.619, "detail": 3.2, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.648, "numbers": 1023
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 1.097, "detail": 1.0, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.415, "numbers": 1337
+        "colour": 0.947, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.457, "numbers": 1373
     },
     "letters-engine": {
         "colour": 1.648, "detail": 6.3, "regions": 14, "uncovered": 0.01,
