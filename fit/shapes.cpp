@@ -40,8 +40,8 @@ const double kLong = 4;
 // Pixels by which points of a staircase may lie farther off than half a crack: corners of pixels at
 // the corners of the shape.
 const double kStepsRoom = 0.4;
-// Pixels that a point of a large soft shape may be off, as a deviation: renderers draw curves as
-// polygons, the farther off the larger they are. And how many points make it a large one.
+// Pixels that a point of a large soft circle or ellipse may be off, as a deviation: renderers draw
+// curves as polygons, the farther off the larger they are. And how many points make it a large one.
 const double kSigmaOfWhole = 0.085;
 const int kManyPoints = 100;
 const double kAnyWeight = 1e9;
@@ -280,7 +280,7 @@ private:
         double chi2 = 0;
         int leftOut = 0;
         double farthest = 0; // beyond half a crack
-        const double most = largestWeight();
+        const double most = largestWeight(piece.kind);
         int leftAt[4] = { 0, 0, 0, 0 };
         for (int i = 0; i < points.size(); ++i) {
             const double d = shape.residual(points.at(i)).distance;
@@ -304,9 +304,10 @@ private:
     }
 
     // What a point counts at the most.
-    double largestWeight() const
+    double largestWeight(Kind kind) const
     {
-        return points.edge == Edge::Soft && points.size() >= kManyPoints
+        const bool isRound = kind == Kind::Circle || kind == Kind::Ellipse;
+        return isRound && points.edge == Edge::Soft && points.size() >= kManyPoints
             ? 1 / (kSigmaOfWhole * kSigmaOfWhole)
             : kAnyWeight;
     }

@@ -20,12 +20,15 @@ const std::size_t kLeastPoints = 4;           // likewise
 const int kLeastKnown = 3;     // points of a shape that speak for or against something
 const double kMostMoved = 0.5; // pixels that a corner goes, and a side
 
+// Without what renderers add by drawing curves as chords (kSoftSigma): straight sides are where
+// they are, and circles that were drawn so show it in their misfit.
 double sigmaOf(const Chain &chain, int k)
 {
-    const double least = chain.edge == Edge::Soft ? kSoftFloor : kHardFloor;
-    const double usual = chain.edge == Edge::Soft ? kSoftSigma : kStaircaseSigma;
-    const double own = chain.sigma ? chain.sigma[k] : usual;
-    return own > least ? own : least;
+    const bool soft = chain.edge == Edge::Soft;
+    const double least = soft ? kSoftFloor : kHardFloor;
+    const double own = chain.sigma ? chain.sigma[k] : soft ? kSoftSigma : kStaircaseSigma;
+    const double added = soft ? kSoftSigma * kSoftSigma - kSoftFloor * kSoftFloor : 0;
+    return std::sqrt(std::max(least * least, own * own - added));
 }
 
 // Sum of (distance / sigma) squared, in points whose sigma is that.

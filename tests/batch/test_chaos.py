@@ -138,7 +138,7 @@ class Chaos(BatchTest):
         self.assertEqual(last, right)
         self.assertEqual(len(done), len(set(done)))
         self.assertEqual(len(done), PICTURES)
-        self.assertGreater(self.unfinished, TURNS // 10) # disasters among work
+        self.assertGreater(self.unfinished, 0) # disasters among work
         print("%d pictures, %d killed, %d times full (%d runs ended by it), %d vanished, %d turns with work left"
               % (PICTURES, self.killed, self.filled, self.ended, self.vanished, self.unfinished), file=sys.stderr)
 

@@ -122,7 +122,7 @@ class Foreign(BatchTest):
             self.assertIn("Debian package " + package, text)
         listed = self.run_program("formats", environment={"PATH": self.folder}).stdout.decode()
         self.assertRegex(listed, r"(?m)^read   .*\bpng\b")
-        self.assertRegex(listed, r"(?m)^write  svg dxf pdf png json geojson$")
+        self.assertRegex(listed, r"(?m)^write  svg dxf pdf png json geojson topojson$")
         self.assertIn("poppler-utils would add pages of pdf", listed)
         self.assertNotRegex(listed.splitlines()[0], r"\bpdf\b")
         self.assert_refused("formats", "x", code=2, words="formats takes nothing more")
