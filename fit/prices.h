@@ -99,7 +99,7 @@ inline Judgement judgementOfNoise()
 inline Judgement judgementOf(Edge edge)
 {
     if (edge == Edge::Soft)
-        return { 3.5, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
+        return { 3, 1, 1.2, 0.1, 4, 2, Meeting::OfOutlines, 0.4, 10 };
     return { 4, 1, 1.2, 0.1, 0, 0, Meeting::OfOutlines, 0.4, 10 };
 }
 

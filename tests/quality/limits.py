@@ -21,60 +21,60 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 161
     },
     "lines": {
-        "colour": 0.595, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.849, "numbers": 458
+        "colour": 0.611, "detail": 1.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.595, "numbers": 464
     },
     "letters": {
-        "colour": 0.537, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.899, "numbers": 2235
+        "colour": 0.532, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.897, "numbers": 2249
     },
     "logo": {
-        "colour": 0.428, "detail": 3.8, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.454, "numbers": 472
+        "colour": 0.429, "detail": 3.8, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.448, "numbers": 472
     },
     "logo-layers": {
-        "colour": 2.389, "detail": 11.4, "regions": 4, "uncovered": 0.37,
-        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.454, "numbers": 472
+        "colour": 2.390, "detail": 11.4, "regions": 4, "uncovered": 0.37,
+        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.448, "numbers": 472
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.219, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.129, "numbers": 202
+        "colour": 0.222, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.138, "numbers": 204
     },
     "glass": {
-        "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.43, "hairlines": 2.43, "joints": 4.603, "numbers": 308
+        "colour": 0.978, "detail": 0.6, "regions": 0, "uncovered": 7.07,
+        "uncovered4": 2.43, "hairlines": 2.43, "joints": 4.647, "numbers": 311
     },
     "map": {
         "colour": 0.966, "detail": 2.1, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.287, "numbers": 3134
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3149
     },
     "map-layers": {
-        "colour": 1.521, "detail": 13.9, "regions": 7, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.38, "joints": 8.287, "numbers": 3134
+        "colour": 1.521, "detail": 14.0, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 3.38, "joints": 8.392, "numbers": 3149
     },
     "dialog": {
         "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.083, "numbers": 3603
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.098, "numbers": 3608
     },
     "cartoon": {
-        "colour": 1.080, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.269, "numbers": 362
+        "colour": 1.078, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.294, "numbers": 366
     },
     "cartoon-few": {
-        "colour": 1.596, "detail": 4.0, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.765, "numbers": 392
+        "colour": 1.594, "detail": 4.1, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.797, "numbers": 402
     },
     "hills-flat": {
         "colour": 0.900, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.645, "numbers": 249
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.647, "numbers": 249
     },
     "shaded-flat": {
-        "colour": 2.844, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 26.031, "numbers": 3104
+        "colour": 2.841, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 26.764, "numbers": 3151
     },
     "shaded": {
         "colour": 1.131, "regions": 0, "uncovered": 0.01,
@@ -97,8 +97,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.947, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.457, "numbers": 1373
+        "colour": 0.944, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.559, "numbers": 1413
     },
     "letters-engine": {
         "colour": 1.648, "detail": 6.3, "regions": 14, "uncovered": 0.01,

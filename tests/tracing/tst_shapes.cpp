@@ -184,6 +184,7 @@ private slots:
     void circleIsOneCircle();
     void rotatedRectangleHasFourSides_data();
     void rotatedRectangleHasFourSides();
+    void chordsOfACircleAreACircle();
     void lineKeepsItsInk_data();
     void lineKeepsItsInk();
     void ringIsTwoCircles();
@@ -284,6 +285,25 @@ void tst_Shapes::rotatedRectangleHasFourSides()
     QCOMPARE(path.pieces().size(), std::size_t(4)); // 8 numbers
     const double farthest = distancesOf(path, truth, 160).worst;
     QVERIFY2(farthest <= worst, qPrintable(QString::number(farthest)));
+}
+
+// A browser draws a circle as chords up to a fifth of a pixel off.
+void tst_Shapes::chordsOfACircleAreACircle()
+{
+    for (int chords : { 48, 64 }) {
+        const double radius = 0.18 / (1 - std::cos(kPi / chords));
+        std::vector<fit::Point> corners;
+        for (int k = 0; k < chords; ++k) {
+            const double a = 0.05 + 2 * kPi * k / chords;
+            corners.push_back(fit::Point { 170.3, 169.8 }
+                              + radius * fit::Point { std::cos(a), std::sin(a) });
+        }
+        const Drawing drawing = traceInk(pictureOf(fit::polygonTruth(corners), 340, 340)).drawing;
+        QCOMPARE(drawing.outlines.size(), std::size_t(2));
+        const Path::Pieces pieces = drawing.outlines[1].shape.pieces();
+        QVERIFY2(pieces.size() == 2 && (*pieces.begin()).kind == PathPiece::Arc,
+                 qPrintable(QString::number(pieces.size())));
+    }
 }
 
 void tst_Shapes::lineKeepsItsInk_data()
