@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace ztrace::fit {
 
@@ -66,7 +67,7 @@ public:
     {
         for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y) {
             double sum = 0;
-            const double *row = sums.data() + y * (window.width + 2);
+            const double *row = sums.data() + rowAt(y);
             for (int x = 0; x < window.width; ++x) {
                 sum += row[x];
                 use(static_cast<std::size_t>(y * window.width + x), sum);
@@ -77,12 +78,14 @@ public:
     void clear()
     {
         for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y)
-            std::fill_n(sums.begin() + y * (window.width + 2), window.width + 2, 0.0);
+            std::fill_n(sums.data() + rowAt(y), window.width + 2, 0.0);
         low = 1 << 30;
         high = -1;
     }
 
 private:
+    std::ptrdiff_t rowAt(int y) const { return std::ptrdiff_t(y) * (window.width + 2); }
+
     // Row by row.
     void addLine(Point a, Point b, double sign)
     {
@@ -115,7 +118,7 @@ private:
         x1 = std::min(most, std::max(0.0, x1));
         if (x1 < x0)
             std::swap(x0, x1);
-        double *row = sums.data() + y * (window.width + 2);
+        double *row = sums.data() + rowAt(y);
         const int first = static_cast<int>(x0);
         const int last = static_cast<int>(x1);
         if (first == last) {

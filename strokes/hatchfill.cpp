@@ -285,7 +285,7 @@ private:
         for (bool far : { false, true }) {
             Atom &atom = atomOf(strip->atom);
             const int end = endAt(atom, far);
-            Point place;
+            Point place = atom.place[end];
             if (!isOnOutline(atom, end)
                 && outlineAhead(atom, end, far ? u : -1.0 * u, kFarthest, &place)
                 && (fit::dot(place - atom.place[end], far ? u : -1.0 * u) < unseenOf(atom)

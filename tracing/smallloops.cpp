@@ -5,6 +5,7 @@
 #include "workers.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ztrace {
 
@@ -100,7 +101,7 @@ std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const SoftEdges &ed
                                      unsigned threads)
 {
     const SmallLoops loops(map, edges, paths, small);
-    return loops.showAreas() ? loops.fitted(threads) : paths;
+    return loops.showAreas() ? loops.fitted(threads) : std::move(paths);
 }
 
 } // namespace ztrace
