@@ -1,5 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "fit/candidates.h"
+#include "fit/segment.h"
 
 #include <algorithm>
 #include <cmath>
@@ -307,15 +308,6 @@ static Point meetingOf(const SpanEnd &before, const SpanEnd &after)
     if (dot(before.tangent, after.tangent) > kSmoothCosine || !(std::fabs(sine) > 1e-6))
         return 0.5 * (before.foot + after.foot);
     return before.foot + (cross(gap, after.tangent) / sine) * before.tangent;
-}
-
-static double toSegment(Point p, Point a, Point b)
-{
-    const Point d = b - a;
-    const double square = dot(d, d);
-    const double t = square > 0 ? std::min(1.0, std::max(0.0, dot(p - a, d) / square)) : 0;
-    const Point away = p - (a + t * d);
-    return std::sqrt(dot(away, away));
 }
 
 bool mayLeaveOut(const Points &points, const Span &before, const Span &after)

@@ -1,5 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "chainfit.h"
+#include "fit/segment.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,15 +42,6 @@ double farFrom(const ChainPoints &points, int k)
     if (!points.isSoft())
         return points.sigma[std::size_t(k)] > fit::kHardFloor ? kFarOfStairs : kFar;
     return std::min(kFarFromPoints, std::max(kFar, kFarBySigma * points.sigma[std::size_t(k)]));
-}
-
-double toSegment(fit::Point p, fit::Point a, fit::Point b)
-{
-    const fit::Point d = b - a;
-    const double square = dot(d, d);
-    const double t = square > 0 ? std::min(1.0, std::max(0.0, dot(p - a, d) / square)) : 0;
-    const fit::Point away = p - (a + t * d);
-    return std::sqrt(dot(away, away));
 }
 
 // A piece whose distance from many points is asked for.

@@ -3,6 +3,7 @@
 
 #include "tracing/cellgrid.h"
 #include "tracing/workers.h"
+#include "fit/segment.h"
 
 #include <algorithm>
 #include <cmath>
@@ -260,15 +261,6 @@ private:
         for (int k = 0; k < hull.count; ++k)
             off = std::max(off, toSegment(hull.corner[k], a, b));
         return { a, b, off + kLeastGap };
-    }
-
-    static double toSegment(Point p, Point a, Point b)
-    {
-        const Point d = b - a;
-        const double square = dot(d, d);
-        const double t = square > 0 ? std::min(1.0, std::max(0.0, dot(p - a, d) / square)) : 0;
-        const Point away = p - (a + t * d);
-        return std::sqrt(dot(away, away));
     }
 
     void compare(const Item &one, const Item &other, std::vector<PiecePair> *found) const

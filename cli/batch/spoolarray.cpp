@@ -42,7 +42,8 @@ void failForRoom(int error)
 Descriptor openTemporary()
 {
     const char *const said = std::getenv("TMPDIR");
-    std::string name = std::string(said && *said ? said : P_tmpdir) + "/ztrace-XXXXXX";
+    std::string name = std::string(said && *said ? said : P_tmpdir) + "/ztrace-"
+        + std::string(6, 'X'); // which mkostemp replaces
     Descriptor file(::mkostemp(&name[0], O_CLOEXEC));
     if (!file.isOpen())
         failForRoom(errno);
