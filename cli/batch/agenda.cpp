@@ -138,8 +138,8 @@ void spreadPages(const SpoolArray<int> &pages, Agenda *agenda)
             spread.add(item);
             return;
         }
-        const std::vector<int> wanted = pagesWithin(item.ranges, *count);
-        item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : 1;
+        const std::vector<int> wanted = pagesWithin(item.ranges, std::max(1, *count));
+        item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : *count;
         item.kind = item.pages > 1 && agenda->makesBooks() ? ItemKind::Page : ItemKind::Alone;
         ++count;
         for (const int page : wanted) {

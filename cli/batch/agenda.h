@@ -44,7 +44,7 @@ Agenda collectAgenda(const CommandLine &line);
 int chunkOf(const std::string &path, int chunks);
 
 // Puts every page of files with page 0 in their place, and behind them the file's book. `pages` has
-// how many there are, for one such file after the other.
+// how many there are, for one such file after the other; 0: they could not be counted.
 void spreadPages(const SpoolArray<int> &pages, Agenda *agenda);
 
 } // namespace ztrace

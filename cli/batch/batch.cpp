@@ -32,6 +32,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <unordered_map>
 
 #include <sched.h>
@@ -136,11 +137,13 @@ private:
         return batch.failFast && tally.failed + tally.failedBooks > 0 ? 1 : 0;
     }
 
-    // Pages are counted by workers: a file may be made to break its reader.
+    // Pages are counted by workers: a file may be made to break its reader. Files whose workers
+    // were lost get a second one.
     void countPages()
     {
         ItemList::Reader files(agenda.items);
-        SpoolArray<int> pages; // of files that are taken whole
+        SpoolArray<int> pages; // of files that are taken whole; 0: could not be counted
+        std::deque<Job> again;
         Duties duties;
         duties.next = [&](Job *job) {
             do {
@@ -148,7 +151,8 @@ private:
                     return false;
             } while (job->item.page != 0);
             job->number = pages.size();
-            pages.add(1);
+            job->attempt = 1;
+            pages.add(0);
             QJsonObject message;
             message.insert(QLatin1String("count"), true);
             message.insert(QLatin1String("path"), packed(job->item.path));
@@ -156,12 +160,25 @@ private:
             return true;
         };
         duties.answered = [&](const Job &job, char, const QByteArray &text) {
-            pages.begin()[job.number] = std::max(1, text.toInt());
+            pages.begin()[job.number] = text.toInt();
         };
-        duties.lost = [](const Job &, const Loss &) {}; // its one page says why
+        duties.lost = [&](const Job &job, const Loss &) {
+            if (job.attempt < kMostAttempts)
+                again.push_back(job);
+        };
         duties.afterRound = [] {};
         duties.stop = [] { return signalsSoFar() > 0 ? 2 : 0; };
         crew.work(jobs, true, duties);
+        duties.next = [&](Job *job) {
+            if (again.empty())
+                return false;
+            crew.dismiss();
+            *job = std::move(again.front());
+            again.pop_front();
+            job->attempt = kMostAttempts;
+            return true;
+        };
+        crew.work(1, false, duties);
         if (pages.size() > 0)
             spreadPages(pages, &agenda);
     }

@@ -29,9 +29,10 @@ struct Item
     std::string path;   // of the file, in bytes
     std::string folder; // that {folder} stands for, without a slash at either end
     int page = 1;       // 0: several, of a book or as long as they have not been counted
-    int pages = 1;      // of this file that the run takes at most; more than one get numbers
-    PageRanges ranges;  // that are wanted where the page is, or was, 0
-    std::string sha256; // that the file should have, in small letters; empty: any
+    int pages = 1; // of this file that the run takes at most; more than one get numbers; 0: they
+                   // could not be counted, the first one is to say why
+    PageRanges ranges;          // that are wanted where the page is, or was, 0
+    std::string sha256;         // that the file should have, in small letters; empty: any
     std::vector<Said> settings; // of this picture alone
 };
 

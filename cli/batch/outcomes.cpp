@@ -81,7 +81,7 @@ Verdict Outcomes::takeFailure(const Item &item, const std::string &error)
     ++(item.kind == ItemKind::Book ? tally.failedBooks : tally.failed);
     const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
     meter->line(tally,
-                isNamed && item.pages == 1 ? error : nameOf(item) + ": " + withoutName(error, item),
+                isNamed && item.pages <= 1 ? error : nameOf(item) + ": " + withoutName(error, item),
                 true);
     return Verdict::Bad;
 }

@@ -71,6 +71,11 @@ std::string shaOfWorldFile(const Task &task)
     return name.empty() ? name : shaOfFile(name);
 }
 
+int pagesOf(const ImageSource &file)
+{
+    return file.isDrawing() ? 1 : std::max({ 1, file.pages(), file.pagesClaimed() });
+}
+
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -101,12 +106,12 @@ public:
     {
         const std::string path = unpacked(message.value(QLatin1String("path")));
         ++begun;
-        int pages = 1;
+        int pages = 0;
         try {
-            const ImageSource &file = source.of(path);
-            pages = file.isDrawing() ? 1 : std::max(file.pages(), file.pagesClaimed());
-        } catch (const Failure &) {
-            pages = 1; // its one page says why
+            pages = pagesOf(source.of(path));
+        } catch (const Failure &) { // its first page says why
+        } catch (const std::bad_alloc &) {
+            source.drop();
         }
         answer(kPages, QByteArray::number(pages));
     }
@@ -178,6 +183,12 @@ private:
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
         const ImageSource *image = open(task.item.path, &whyNot);
+        // Its other pages are not among the pictures. Without a checksum the next run tries again.
+        if (task.item.pages == 0 && image && pagesOf(*image) > 1)
+            throw Failure(
+                kInputUnreadable,
+                task.item.path
+                    + ": its pages could not be counted before (start again to trace them)");
         const std::string worldSha = shaOfWorldFile(task);
         addSource(worldSha, result);
         answer(kStarted,
@@ -279,7 +290,7 @@ private:
             stage(drawing, job.settings, job.outputs, traced);
             addDrawing(drawing, &traced->line);
         } else {
-            if (task.item.pages == 1)
+            if (task.item.pages <= 1)
                 warnOfSource(image, job);
             tracePage(task, image, job, traced);
         }

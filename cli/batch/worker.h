@@ -30,7 +30,7 @@ enum Answer : char {
     kLine = 'L',         // another result line
     kLineOfMemory = 'M', // the same, for a picture that memory did not hold
     kSkipped = 'K',      // finished by an earlier run, with its outcome
-    kPages = 'P',        // the number of pages
+    kPages = 'P',        // the number of pages, 0 when the file cannot be read
     kNoRoom = 'N',       // the run cannot go on: why nothing can be written
     kRefused = 'E'       // a Failure: exit code, space, text
 };

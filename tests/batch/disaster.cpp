@@ -1,13 +1,20 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Preloaded into a program: a clock that jumps, and a disk that is full for a while.
+// Preloaded into a program: a clock that jumps, a slow disk that is full for a while, and sudden
+// ends.
 //
 //   DISASTER_CLOCK  set: the time of day is up to a day off, anew with every question
 //   DISASTER_FULL   while there is a file of this name, nothing can be written to files
+//   DISASTER_SLOW   set: to write to a file takes 5 ms, on fast machines too
+//   DISASTER_END    who opens a TIFF while there is this file, or this one with 2 behind its name,
+//                   takes that away and is ended as by the kernel
 #include <cerrno>
+#include <csignal>
+#include <cstdarg>
 #include <cstdlib>
+#include <string>
 
-#include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -17,6 +24,7 @@
 namespace {
 
 const long kDay = 86400;
+const useconds_t kSlow = 5000; // microseconds
 
 // Not the program's generator, whose numbers are part of its results.
 long offset()
@@ -28,14 +36,38 @@ long offset()
     return static_cast<long>(state % static_cast<unsigned long>(2 * kDay)) - kDay;
 }
 
+bool isFile(int fd)
+{
+    struct stat info;
+    return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+}
+
 bool isFull(int fd)
 {
     static const char *const name = std::getenv("DISASTER_FULL");
-    struct stat info;
-    return name && ::access(name, F_OK) == 0 && ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    return name && ::access(name, F_OK) == 0 && isFile(fd);
+}
+
+void endAt(const std::string &opened)
+{
+    const char *const name = std::getenv("DISASTER_END");
+    if (!name || opened.size() < 4 || opened.substr(opened.size() - 4) != ".tif")
+        return;
+    if (::unlink(name) == 0 || ::unlink((std::string(name) + '2').c_str()) == 0)
+        ::kill(::getpid(), SIGKILL);
 }
 
 } // namespace
+
+extern "C" int open(const char *name, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    endAt(name);
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+}
 
 extern "C" int clock_gettime(clockid_t clock, timespec *time)
 {
@@ -69,5 +101,7 @@ extern "C" ssize_t write(int fd, const void *data, size_t size)
         errno = ENOSPC;
         return -1;
     }
+    if (std::getenv("DISASTER_SLOW") && isFile(fd))
+        ::usleep(kSlow);
     return ::syscall(SYS_write, fd, data, size);
 }

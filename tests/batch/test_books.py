@@ -11,6 +11,7 @@ import unittest
 from batchsupport import BatchTest, workers_of
 from support import PROGRAM, tiff
 
+DISASTER = os.environ.get("ZTRACE_DISASTER")
 PAGES = 12
 KINDS = [lambda x, y, n=n: 10 < x < 20 + n and y > 20 for n in range(PAGES)]
 RESULTS = "out/ztrace-results.jsonl"
@@ -95,6 +96,25 @@ class Books(BatchTest):
         done = [(line["path"], line["page"]) for line in map(json.loads, self.read(RESULTS).splitlines())
                 if line["outcome"] == "done"]
         self.assertEqual(len(done), len(set(done)))
+
+    @unittest.skipUnless(DISASTER, "sanitizers have allocators of their own, which another preloaded library would come before")
+    def test_a_worker_is_lost_while_it_counts_pages(self):
+        """A file of twelve pages never becomes one of one page."""
+        words = "batch", "a.tif", "--out", "out", "--page", "all", "--formats", "pdf"
+        environment = {**os.environ, "LD_PRELOAD": DISASTER, "DISASTER_END": self.path("end")}
+        self.write("end", b"")
+        done = subprocess.run([PROGRAM, *words], cwd=self.folder, env=environment, capture_output=True, check=False)
+        self.assertEqual((done.returncode, self.read("out/a.pdf")), (0, self.book()))
+        self.assertFalse(os.path.exists(self.path("end")))
+        os.remove(self.path("out/a.pdf"))
+        self.write("end", b"")
+        self.write("end2", b"")
+        done = subprocess.run([PROGRAM, *words], cwd=self.folder, env=environment, capture_output=True, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"a.tif: its pages could not be counted before (start again to trace them)", done.stderr)
+        self.assertFalse(os.path.exists(self.path("out/a.pdf")))
+        self.assertIn(b"12 done, 1 file of all its pages;", self.run_program(*words).stderr)
+        self.assertEqual(self.read("out/a.pdf"), self.book())
 
     def test_a_page_that_cannot_be_traced(self):
         """The book is made without it, and its parts are kept until it can be."""

@@ -116,7 +116,7 @@ class Chaos(BatchTest):
         self.put("in/bad.png", b"nonsense")
         self.run_program("batch", "in", "--out", "right", "-q", code=1)
         chance = random.Random(3)
-        environment = {**os.environ, "LD_PRELOAD": DISASTER, "DISASTER_CLOCK": "1", "DISASTER_FULL": self.path("full")}
+        environment = {**os.environ, "LD_PRELOAD": DISASTER, "DISASTER_CLOCK": "1", "DISASTER_SLOW": "1", "DISASTER_FULL": self.path("full")}
         self.killed = self.filled = self.ended = self.vanished = self.unfinished = 0
         kinds = ["worker", "run", "full", "vanish"]
         while self.killed < KILLS:
