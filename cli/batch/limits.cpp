@@ -13,6 +13,11 @@
 
 namespace ztrace {
 
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 double processorSeconds()
 {
     timespec now = {};

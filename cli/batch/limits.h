@@ -4,7 +4,11 @@
 #ifndef ZTRACE_CLI_BATCH_LIMITS_H
 #define ZTRACE_CLI_BATCH_LIMITS_H
 
+#include <chrono>
+
 namespace ztrace {
+
+double secondsSince(std::chrono::steady_clock::time_point start);
 
 // Processor time of the calling thread.
 double processorSeconds();
