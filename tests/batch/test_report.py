@@ -181,6 +181,25 @@ class Report(BatchTest):
         self.browser.key("Enter", text="\r", number=13)
         self.assertTrue(self.browser.evaluate("document.querySelector('#viewer').open"))
 
+    def test_keys_go_on_after_the_last_picture_and_the_first_one(self):
+        self.browser.open(self.page, 1000)
+        self.browser.click(".card:nth-child(10)")
+        for _ in range(2):
+            self.browser.click("#after")
+        self.assertEqual(self.browser.evaluate("document.querySelector('#after').ariaDisabled"), "true")
+        last = self.text("#title")
+        self.browser.key("ArrowLeft")
+        self.assertNotEqual(self.text("#title"), last)
+        self.browser.key("+")
+        self.assertEqual(self.text("#zoom"), "141 %")
+        self.browser.key("Escape", number=27)
+        self.browser.click(".card:nth-child(2)")
+        for _ in range(2):
+            self.browser.click("#before")
+        first = self.text("#title")
+        self.browser.key("ArrowRight")
+        self.assertNotEqual(self.text("#title"), first)
+
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         text = self.read("r.html").decode()
         row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
