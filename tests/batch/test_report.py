@@ -5,11 +5,15 @@ import io
 import json
 import os
 import re
+import shutil
+import subprocess
 import unittest
 import xml.etree.ElementTree
 
 from batchsupport import BatchTest, picture
 from browser import CHROMIUM, Browser
+
+PDFTOTEXT = shutil.which("pdftotext")
 
 
 class Summary(BatchTest):
@@ -23,7 +27,6 @@ class Summary(BatchTest):
 
     def run_program(self, *arguments, code=0, **more):
         if code is None:
-            import subprocess
             from support import PROGRAM
             return subprocess.run([PROGRAM, *arguments], capture_output=True, cwd=self.folder, check=False)
         return super().run_program(*arguments, code=code, **more)
@@ -200,12 +203,62 @@ class Report(BatchTest):
         self.browser.key("ArrowRight")
         self.assertNotEqual(self.text("#title"), first)
 
-    def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
+    def many(self, count, **members):
+        """The report with so many pictures, like its second one."""
         text = self.read("r.html").decode()
         row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
-        rows = [{**row, "name": "p%05d" % i} for i in range(10000)]
+        rows = [{**row, "name": "p%05d" % i, **members} for i in range(count)]
         self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
                                     text, flags=re.S).encode())
+
+    def printed(self):
+        """Names on paper, and the text of all sheets."""
+        self.write("r.pdf", self.browser.pdf())
+        text = subprocess.run(["pdftotext", self.path("r.pdf"), "-"], capture_output=True, check=True).stdout.decode()
+        return set(re.findall(r"p\d{5}", text)), " ".join(text.split())
+
+    @unittest.skipUnless(PDFTOTEXT, "pdftotext is not installed")
+    def test_paper_has_all_pictures_or_says_how_many(self):
+        self.many(130)
+        self.browser.open(self.page, 1000)
+        self.assertEqual(self.number(".card"), 60)
+        self.assertEqual(len(self.printed()[0]), 130)
+        self.browser.click("#asTable")
+        names, text = self.printed()
+        self.assertEqual(len(names), 130)
+        self.assertNotIn("On paper", text)
+        self.assertEqual(self.number("#rowsOf tr"), 100)
+        self.many(1100)
+        self.browser.open(self.page, 1000)
+        for selector in "#asGallery", "#asTable":
+            self.browser.click(selector)
+            names, text = self.printed()
+            self.assertEqual(len(names), 1000)
+            self.assertIn("On paper: the first 1000 of 1100.", text)
+
+    def test_pictures_are_whole_wherever_they_are_shown(self):
+        """On the screen and on paper, wide ones and narrow ones."""
+        self.many(3)
+        text = self.read("r.html").decode()
+        rows = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))
+        for row, (width, height) in zip(rows, ((40, 30), (2000, 100), (100, 2000))):
+            row.update(width=width, height=height)
+        self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
+                                    text, flags=re.S).encode())
+        for media, width in ("screen", 1400), ("screen", 390), ("print", 718), ("print", 500):
+            with self.subTest(media, width=width):
+                self.browser.open(self.page, width)
+                self.browser.call("Emulation.setEmulatedMedia", media=media)
+                shapes = self.browser.evaluate("""[...document.querySelectorAll('.both')].map(both => {
+                    const a = both.getBoundingClientRect(), b = both.parentNode.getBoundingClientRect();
+                    return [a.left >= b.left && a.right <= b.right && a.top >= b.top && a.bottom <= b.bottom, a.width / a.height];
+                })""")
+                self.assertEqual([inside for inside, _ in shapes], [True] * 3)
+                for (_, ratio), row in zip(shapes, rows):
+                    self.assertAlmostEqual(ratio / (row["width"] / row["height"]), 1, delta=0.02)
+
+    def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
+        self.many(10000)
         self.browser.open(self.page, 1000)
         self.assertLess(self.number(".card"), 500)
         self.browser.evaluate("scrollTo(0, document.body.scrollHeight)")
