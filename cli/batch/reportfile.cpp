@@ -6,6 +6,7 @@
 #include "drawing/json.h"
 
 #include <QFile>
+#include <QImageReader>
 #include <QJsonArray>
 
 #include <cstring>
@@ -18,6 +19,13 @@ namespace {
 const char kDataMark[] = "<!--data-->";
 const double kMillion = 1e6;
 const int kNoPreview = -1;
+
+// Of a row.
+struct Preview
+{
+    int number; // kNoPreview for none
+    int width;  // pixels of one of its two sides
+};
 
 bool put(QIODevice *device, const QByteArray &bytes)
 {
@@ -78,7 +86,7 @@ void forEachRow(const Ledger &ledger,
 
 // Before the rows, each an element of its own, so that the browser makes pictures of those alone
 // that are in sight.
-bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<int> *numbers)
+bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<Preview> *previews)
 {
     bool good = true;
     int count = 0;
@@ -87,14 +95,16 @@ bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<int> *num
                                                     line.value(QLatin1String("page")).toInt(1))
                                             .c_str()));
         if (!isDone(line) || !preview.open(QIODevice::ReadOnly)) {
-            numbers->add(kNoPreview);
+            previews->add({ kNoPreview, 0 });
             return;
         }
+        const int width = QImageReader(&preview).size().width() / 2;
+        preview.seek(0);
         good = good
             && put(device,
                    "<script type=\"text/plain\" id=\"p" + QByteArray::number(count) + "\">"
                        + preview.readAll().toBase64() + "</script>\n");
-        numbers->add(count++);
+        previews->add({ count++, width });
     });
     return good;
 }
@@ -105,14 +115,16 @@ bool writeReport(const Ledger &ledger, QIODevice *device)
 {
     const char *mark = std::strstr(kReportTemplate, kDataMark);
     bool good = put(device, QByteArray(kReportTemplate, static_cast<int>(mark - kReportTemplate)));
-    SpoolArray<int> previews; // one a row
+    SpoolArray<Preview> previews; // one a row
     good = writePreviews(ledger, device, &previews) && good;
     good = put(device, "<script type=\"application/json\" id=\"rows\">[") && good;
     std::size_t row = 0;
     forEachRow(ledger, [&](const QJsonObject &line, const std::string &) {
         QJsonObject members = rowOf(line);
-        if (row < previews.size() && previews.begin()[row] != kNoPreview)
-            members.insert(QLatin1String("preview"), previews.begin()[row]);
+        if (row < previews.size() && previews.begin()[row].number != kNoPreview) {
+            members.insert(QLatin1String("preview"), previews.begin()[row].number);
+            members.insert(QLatin1String("previewWidth"), previews.begin()[row].width);
+        }
         QByteArray text = jsonValue(members);
         text.replace('<', "\\u003c"); // no end of the script
         good = good && put(device, (row > 0 ? ",\n" : "") + text);

@@ -43,12 +43,6 @@ void makeFolders(const std::vector<std::string> &outputs)
     }
 }
 
-QImage drawnSmall(const Drawing &drawing, int side)
-{
-    const double longer = std::max(1, std::max(drawing.width, drawing.height));
-    return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
-}
-
 void addOutputs(const Task &task, const std::vector<Output> &outputs, Traced *traced)
 {
     QJsonArray list;

@@ -12,6 +12,7 @@ import xml.etree.ElementTree
 
 from batchsupport import BatchTest, picture
 from browser import CHROMIUM, Browser
+from support import BLACK, WHITE, png
 
 PDFTOTEXT = shutil.which("pdftotext")
 
@@ -256,6 +257,35 @@ class Report(BatchTest):
                 self.assertEqual([inside for inside, _ in shapes], [True] * 3)
                 for (_, ratio), row in zip(shapes, rows):
                     self.assertAlmostEqual(ratio / (row["width"] / row["height"]), 1, delta=0.02)
+
+    def test_small_pictures_are_shown_large_with_their_pixels_and_the_smooth_drawing(self):
+        disc = [[(x - 12.5) ** 2 + (y - 12.5) ** 2 < 100 for x in range(26)] for y in range(26)]
+        for name in "now", "later":
+            self.put("small/%s.png" % name, png(26, 26, lambda x, y: BLACK if disc[y][x] else WHITE))
+        self.batch("small/later.png", "--preset", "lineart")
+        self.batch("small", "--preset", "lineart", "--report", "r.html")
+        self.browser.open(self.page, 1000)
+        self.browser.choose("#search", "small/")
+        for i in range(2):
+            size, pixels, lefts = self.browser.evaluate("""(async () => {
+                const image = new Image();
+                image.src = "data:image/jpeg;base64," + document.getElementById("p" + shown[%d].preview).textContent;
+                await image.decode();
+                const canvas = new OffscreenCanvas(image.width, image.height).getContext("2d");
+                canvas.drawImage(image, 0, 0);
+                const data = canvas.getImageData(0, 0, image.width, image.height).data;
+                const isDark = (x, y) => data[4 * (y * image.width + x)] < 128;
+                const half = image.width / 2, cell = half / 26, all = [...Array(26).keys()];
+                const corners = [[0.2, 0.2], [0.8, 0.2], [0.2, 0.8], [0.8, 0.8]];
+                const lefts = [];
+                for (let y = 300; y < 700; ++y) { let x = half; while (x < image.width && !isDark(x, y)) ++x; lefts.push(x); }
+                return [[half, image.height], all.map(y => all.map(x => corners.map(([i, j]) =>
+                    isDark(Math.floor((x + i) * cell), Math.floor((y + j) * cell))))), lefts];
+            })()""" % i)
+            self.assertEqual(size, [988, 988])
+            self.assertEqual(pixels, [[[cell] * 4 for cell in row] for row in disc])
+            # The drawing's edge is round where the picture's has steps of 38 pixels.
+            self.assertLess(max(abs(a - b) for a, b in zip(lefts, lefts[1:])), 10)
 
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
