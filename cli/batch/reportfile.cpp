@@ -42,15 +42,8 @@ void copy(const QJsonObject &from, const char *name, const char *as, QJsonObject
 QJsonObject rowOf(const QJsonObject &line)
 {
     QJsonObject row;
-    const int page = line.value(QLatin1String("page")).toInt(1);
-    QString name = line.value(QLatin1String("path")).toString();
-    if (isBook(line))
-        name += QLatin1String(", its pages in one file");
-    else if (page > 1)
-        name += QLatin1String(", page ") + QString::number(page);
-    row.insert(QLatin1String("name"), name);
     for (const char *member :
-         { "outcome", "error", "flags", "preset", "reason", "width", "height" })
+         { "path", "page", "outcome", "error", "flags", "preset", "reason", "width", "height" })
         copy(line, member, member, &row);
     copy(line.value(QLatin1String("seconds")).toObject(), "total", "seconds", &row);
     const QJsonObject check = line.value(QLatin1String("check")).toObject();

@@ -124,7 +124,7 @@ class Report(BatchTest):
                     "[...document.querySelectorAll('#rowsOf td:nth-child(5)')].map(c => c.textContent).filter(Boolean)")]
                 self.assertEqual(values, sorted(values, reverse=True))
                 browser.click("#asGallery")
-                browser.choose("#order", "4")
+                browser.choose("#order", "0")
                 browser.click(".card:nth-child(3)")
                 self.assertEqual(self.text("#title"), "in/p0001.png")
                 browser.key("ArrowRight")
@@ -143,7 +143,7 @@ class Report(BatchTest):
         """One value far from all others does not leave one bar of them; captions do not collide on a telephone."""
         text = self.read("r.html").decode()
         row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
-        rows = [{**row, "name": "p%05d" % i, "pieces": 100 + i % 50, "agreement": 1, "seconds": 0.123456 + i} for i in range(500)]
+        rows = [{**row, "path": "p%05d" % i, "pieces": 100 + i % 50, "agreement": 1, "seconds": 0.123456 + i} for i in range(500)]
         rows[7].update(pieces=1000000, agreement=0.5)
         self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
                                     text, flags=re.S).encode())
@@ -208,7 +208,7 @@ class Report(BatchTest):
         """The report with so many pictures, like its second one."""
         text = self.read("r.html").decode()
         row = json.loads(re.search(r'id="rows">(.*?)</script>', text, re.S).group(1))[1]
-        rows = [{**row, "name": "p%05d" % i, **members} for i in range(count)]
+        rows = [{**row, "path": "p%05d" % i, **members} for i in range(count)]
         self.write("r.html", re.sub(r'id="rows">(.*?)</script>', lambda _: 'id="rows">' + json.dumps(rows) + "</script>",
                                     text, flags=re.S).encode())
 
@@ -286,6 +286,27 @@ class Report(BatchTest):
             self.assertEqual(pixels, [[[cell] * 4 for cell in row] for row in disc])
             # The drawing's edge is round where the picture's has steps of 38 pixels.
             self.assertLess(max(abs(a - b) for a, b in zip(lefts, lefts[1:])), 10)
+
+    def names(self):
+        return self.browser.evaluate("[...document.querySelectorAll('.card .name')].map(e => e.textContent)")
+
+    def test_pages_stand_together_and_numbers_in_names_count(self):
+        pages = [("b/book.tif", page) for page in (1, 10, 2, 3)] + [("b/img10.png", 1), ("b/img2.png", 1)]
+        lines = [{"path": path, "page": page, "outcome": "done", "seconds": {"total": 10 - i},
+                  "width": 3, "height": 2} for i, (path, page) in enumerate(pages[::2] + pages[1::2])]
+        self.write("l.jsonl", b"".join(json.dumps(line).encode() + b"\n" for line in lines))
+        self.run_program("batch", "summary", "l.jsonl", "--report", "r.html")
+        self.browser.open(self.page, 1000)
+        self.assertEqual(self.names(), ["b/book.tif, page %d" % page for page in (1, 2, 3, 10)] + ["b/img2.png", "b/img10.png"])
+        self.browser.click("#asTable")
+        chosen = "document.querySelector('#order').selectedOptions[0].textContent"
+        for expected in "Seconds, rising", "slowest first":
+            self.browser.click("#heads th:nth-child(5) button")
+            self.assertEqual(self.browser.evaluate(chosen), expected)
+        self.browser.choose("#order", "4")
+        self.assertEqual(self.browser.evaluate(chosen), "as finished")
+        self.assertEqual(self.names(), [line["path"] + (", page %d" % line["page"] if "book" in line["path"] else "")
+                                        for line in lines])
 
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
