@@ -5,12 +5,14 @@
 
 #include "drawing/json.h"
 
+#include <QDir>
 #include <QFile>
 #include <QImageReader>
 #include <QJsonArray>
 
 #include <cstring>
 #include <functional>
+#include <set>
 
 namespace ztrace {
 
@@ -18,6 +20,7 @@ namespace {
 
 const char kDataMark[] = "<!--data-->";
 const double kMillion = 1e6;
+const int kShownDigits = 8; // of a hash
 const int kNoPreview = -1;
 
 // Of a row.
@@ -42,9 +45,11 @@ void copy(const QJsonObject &from, const char *name, const char *as, QJsonObject
 QJsonObject rowOf(const QJsonObject &line)
 {
     QJsonObject row;
-    for (const char *member :
-         { "path", "page", "outcome", "error", "flags", "preset", "reason", "width", "height" })
+    for (const char *member : { "path", "page", "outcome", "error", "flags", "preset", "reason",
+                                "width", "height", "time", "version" })
         copy(line, member, member, &row);
+    row.insert(QLatin1String("settings"),
+               line.value(QLatin1String("settings")).toString().left(kShownDigits));
     copy(line.value(QLatin1String("seconds")).toObject(), "total", "seconds", &row);
     const QJsonObject check = line.value(QLatin1String("check")).toObject();
     copy(check, "agreement", "agreement", &row);
@@ -65,6 +70,24 @@ QJsonObject rowOf(const QJsonObject &line)
     if (!files.isEmpty())
         row.insert(QLatin1String("outputs"), files);
     return row;
+}
+
+// Where the results lie, for the head of the page.
+QJsonArray foldersOf(const Ledger &ledger)
+{
+    std::set<std::string> folders;
+    ledger.forEachIn([&folders](const QJsonObject &, const std::string &file) {
+        folders.insert(folderOfFile(file));
+    });
+    QJsonArray names;
+    for (const std::string &folder : folders)
+        names.append(QDir(QFile::decodeName(folder.c_str())).absolutePath());
+    return names;
+}
+
+QByteArray textInPage(const QJsonValue &value)
+{
+    return jsonValue(value).replace('<', "\\u003c"); // no end of the script
 }
 
 // Books that are there have their pages to show.
@@ -118,12 +141,11 @@ bool writeReport(const Ledger &ledger, QIODevice *device)
             members.insert(QLatin1String("preview"), previews.begin()[row].number);
             members.insert(QLatin1String("previewWidth"), previews.begin()[row].width);
         }
-        QByteArray text = jsonValue(members);
-        text.replace('<', "\\u003c"); // no end of the script
-        good = good && put(device, (row > 0 ? ",\n" : "") + text);
+        good = good && put(device, (row > 0 ? ",\n" : "") + textInPage(members));
         ++row;
     });
-    return good && put(device, "]</script>")
+    return good && put(device, "]</script>\n<script type=\"application/json\" id=\"folders\">")
+        && put(device, textInPage(foldersOf(ledger)) + "</script>")
         && put(device, QByteArray(mark + std::strlen(kDataMark)));
 }
 

@@ -308,6 +308,59 @@ class Report(BatchTest):
         self.assertEqual(self.names(), [line["path"] + (", page %d" % line["page"] if "book" in line["path"] else "")
                                         for line in lines])
 
+    def focused(self):
+        return self.browser.evaluate("document.activeElement.querySelector('.name')?.textContent || document.activeElement.textContent")
+
+    def test_the_list_goes_on_where_the_viewer_has_ended(self):
+        self.many(130, preview=None)
+        self.browser.open(self.page, 1000)
+        self.browser.click(".card:nth-child(60)")
+        for _ in range(6):
+            self.browser.evaluate("view(current + 1)")
+        self.assertEqual(self.browser.evaluate("document.querySelector('#title').role"), "status")
+        self.browser.key("Escape", number=27)
+        self.assertEqual(self.focused(), "p00065")
+        self.browser.click("#asTable")
+        self.browser.click("#rowsOf tr:nth-child(100) button")
+        self.browser.key("ArrowRight")
+        self.browser.key("Escape", number=27)
+        self.assertEqual(self.text("#place"), "101 to 130 of 130")
+        self.assertEqual(self.focused(), "p00100")
+
+    def test_zoom_ends_where_there_is_nothing_more_to_see_and_the_mouse_moves_the_picture(self):
+        self.browser.open(self.page, 1000)
+        self.browser.click(".card:nth-child(2)")
+        for _ in range(14):
+            self.browser.key("+")
+        pixel = self.browser.evaluate("document.querySelector('#stage .both').clientWidth / shown[current].width")
+        self.assertTrue(50 < pixel <= 100, pixel)
+        self.assertEqual(self.browser.evaluate("document.querySelector('#in').ariaDisabled"), "true")
+        place = "[document.querySelector('#stage').scrollLeft, document.querySelector('#stage').scrollTop]"
+        before = self.browser.evaluate(place)
+        for kind, x, y in ("mousePressed", 400, 400), ("mouseMoved", 340, 380), ("mouseReleased", 340, 380), ("mouseMoved", 100, 100):
+            self.browser.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button="none" if x == 100 else "left",
+                              buttons=0 if x == 100 else 1, clickCount=1)
+        self.browser.settle()
+        self.assertEqual(self.browser.evaluate(place), [before[0] + 60, before[1] + 20])
+        self.browser.call("Input.dispatchKeyEvent", type="keyDown", key="ArrowLeft", modifiers=8, windowsVirtualKeyCode=37)
+        self.browser.settle()
+        self.assertEqual(self.browser.evaluate(place), [before[0], before[1] + 20])
+
+    def test_the_page_says_what_of_and_when_nothing_is_left(self):
+        self.browser.open(self.page, 1000)
+        line = next(iter(self.lines().values()))
+        about = self.text("#about")
+        for word in os.path.realpath(self.path("out")), line["time"][:10], line["version"], line["settings"][:8]:
+            self.assertIn(word, about)
+        self.browser.choose("#search", "no such name")
+        self.assertIn("No picture is like that", self.browser.evaluate("document.querySelector('main').innerText"))
+        self.browser.click("#all")
+        self.assertEqual(self.number(".card"), 10)
+        self.assertNotIn("No picture is like that", self.browser.evaluate("document.querySelector('main').innerText"))
+        labels = self.browser.evaluate("[...document.querySelectorAll('[type=range]')].map(e => [e.ariaLabel, e.labels[0].textContent.trim()])")
+        for label, visible in labels:
+            self.assertTrue(label.startswith(visible), (label, visible))
+
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
         self.browser.open(self.page, 1000)
