@@ -361,6 +361,25 @@ class Report(BatchTest):
         for label, visible in labels:
             self.assertTrue(label.startswith(visible), (label, visible))
 
+    def test_buttons_show_their_state(self):
+        """Those that lead nowhere, that of the two views, and heads that sort; also in colours of the user's own."""
+        style = "(e => { const s = getComputedStyle(e); return [s.color, s.backgroundColor]; })(document.querySelector(%s))"
+        for colours in "none", "active":
+            with self.subTest(colours):
+                self.browser.call("Emulation.setEmulatedMedia", features=[{"name": "forced-colors", "value": colours}])
+                self.browser.open(self.page, 1000)
+                looks = {name: self.browser.evaluate(style % json.dumps("#" + name)) for name in ("asGallery", "asTable")}
+                self.assertNotEqual(looks["asGallery"][1], looks["asTable"][1])
+                self.assertNotEqual(*looks["asGallery"])
+                self.browser.click(".card:nth-child(1)")
+                self.assertNotEqual(*[self.browser.evaluate(style % json.dumps(name))[0] for name in ("#before", "#after")])
+                self.browser.key("Escape", number=27)
+                self.browser.click("#asTable")
+                heads = self.browser.evaluate("[...document.querySelectorAll('th button')].map(e => [e.getBoundingClientRect().height,"
+                                              "getComputedStyle(e, '::after').content])")
+                self.assertGreaterEqual(min(height for height, _ in heads), 24)
+                self.assertEqual([sign.strip('"') for _, sign in heads], ["\u25b2"] + ["\u21c5"] * 9)
+
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
         self.browser.open(self.page, 1000)
