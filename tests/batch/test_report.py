@@ -228,6 +228,8 @@ class Report(BatchTest):
         names, text = self.printed()
         self.assertEqual(len(names), 130)
         self.assertNotIn("On paper", text)
+        self.assertGreater(text.count("Seconds"), 2)
+        self.assertEqual(self.number("#heads button"), 10)
         self.assertEqual(self.number("#rowsOf tr"), 100)
         self.many(1100, preview=None)
         self.browser.open(self.page, 1000)
@@ -379,6 +381,31 @@ class Report(BatchTest):
                                               "getComputedStyle(e, '::after').content])")
                 self.assertGreaterEqual(min(height for height, _ in heads), 24)
                 self.assertEqual([sign.strip('"') for _, sign in heads], ["\u25b2"] + ["\u21c5"] * 9)
+
+    def test_the_table_shows_all_columns_at_every_width_and_its_head_stays(self):
+        self.many(60, path="a folder with a long name/of scans/sheet with a long name 0001.png", flags=["agreement", "lost"],
+                  width=12000, height=9000, pieces=123456, peak=1234)
+        for width in 1800, 1000, 981, 400, 320:
+            with self.subTest(width):
+                self.browser.open(self.page, width)
+                self.browser.click("#asTable")
+                out = self.browser.evaluate("""[...document.querySelectorAll('th, td, td button, td span')].filter(e => {
+                    const box = e.getBoundingClientRect();
+                    return box.width && (box.left < 0 || box.right > document.documentElement.clientWidth);
+                }).length""")
+                self.assertEqual(out, 0)
+                self.assertLessEqual(self.browser.evaluate("document.documentElement.scrollWidth"), width)
+                cells = self.browser.evaluate("document.querySelector('#rowsOf tr').innerText")
+                for text in "lineart", "123,000", "1,230", "12000 \u00d7 9000", "lost":
+                    self.assertIn(text, cells)
+                tree = self.browser.call("Accessibility.getFullAXTree")["nodes"]
+                roles = [node.get("role", {}).get("value") for node in tree]
+                self.assertEqual(roles.count("columnheader"), 10)
+                self.assertEqual(roles.count("cell") + roles.count("gridcell"), 600)
+                if width > 980:
+                    self.browser.evaluate("document.querySelectorAll('#rowsOf tr')[40].scrollIntoView()")
+                    top = self.browser.evaluate("document.querySelector('th').getBoundingClientRect().top")
+                    self.assertTrue(0 <= top < 2, top)
 
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
