@@ -102,7 +102,8 @@ void forEachRow(const Ledger &ledger,
 
 // Before the rows, each an element of its own, so that the browser makes pictures of those alone
 // that are in sight.
-bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<Preview> *previews)
+bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<Preview> *previews,
+                   Shown *shown)
 {
     bool good = true;
     int count = 0;
@@ -110,7 +111,11 @@ bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<Preview> 
         QFile preview(QFile::decodeName(previewName(folderOfFile(file), nameIn(line, "path"),
                                                     line.value(QLatin1String("page")).toInt(1))
                                             .c_str()));
+        // Others were drawings before.
+        const bool isTraced = isDone(line) && line.contains(QLatin1String("preset"));
+        shown->traced += isTraced;
         if (!isDone(line) || !preview.open(QIODevice::ReadOnly)) {
+            shown->missing += isTraced;
             previews->add({ kNoPreview, 0 });
             return;
         }
@@ -127,12 +132,13 @@ bool writePreviews(const Ledger &ledger, QIODevice *device, SpoolArray<Preview> 
 
 } // namespace
 
-bool writeReport(const Ledger &ledger, QIODevice *device)
+bool writeReport(const Ledger &ledger, QIODevice *device, Shown *shown)
 {
+    *shown = Shown();
     const char *mark = std::strstr(kReportTemplate, kDataMark);
     bool good = put(device, QByteArray(kReportTemplate, static_cast<int>(mark - kReportTemplate)));
     SpoolArray<Preview> previews; // one a row
-    good = writePreviews(ledger, device, &previews) && good;
+    good = writePreviews(ledger, device, &previews, shown) && good;
     good = put(device, "<script type=\"application/json\" id=\"rows\">[") && good;
     std::size_t row = 0;
     forEachRow(ledger, [&](const QJsonObject &line, const std::string &) {

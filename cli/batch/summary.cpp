@@ -267,8 +267,16 @@ void writeSummaries(const Ledger &ledger, const Settings &settings)
         writeFile(batch.csv, [&](QIODevice *device) { return writeCsv(ledger, device); });
     if (!batch.premis.empty())
         writeFile(batch.premis, [&](QIODevice *device) { return writePremis(ledger, device); });
-    if (!batch.report.empty())
-        writeFile(batch.report, [&](QIODevice *device) { return writeReport(ledger, device); });
+    if (batch.report.empty())
+        return;
+    Shown shown;
+    writeFile(batch.report, [&](QIODevice *device) { return writeReport(ledger, device, &shown); });
+    if (shown.missing > 0 && !settings.quiet)
+        tell(batch.report + ": " + std::to_string(shown.missing) + " of "
+             + std::to_string(shown.traced)
+             + " drawings are not shown there (the same ztrace batch again with --report shows "
+               "those "
+               "that are SVG, JSON or PNG)");
 }
 
 ExitCode runSummary(const CommandLine &line)

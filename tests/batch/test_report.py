@@ -12,12 +12,20 @@ import xml.etree.ElementTree
 
 from batchsupport import BatchTest, picture
 from browser import CHROMIUM, Browser
-from support import BLACK, WHITE, png
+from support import BLACK, PROGRAM, WHITE, png
 
 PDFTOTEXT = shutil.which("pdftotext")
 
 
-class Summary(BatchTest):
+class ResultTest(BatchTest):
+    def run_program(self, *arguments, code=0, **more):
+        """Of any exit code for None."""
+        if code is None:
+            return subprocess.run([PROGRAM, *arguments], capture_output=True, cwd=self.folder, check=False)
+        return super().run_program(*arguments, code=code, **more)
+
+
+class Summary(ResultTest):
     def setUp(self):
         super().setUp()
         self.pictures(6)
@@ -25,12 +33,6 @@ class Summary(BatchTest):
         self.put('in/a, "b" <c>.png', b"")
         for i in range(1, 3):
             self.batch("in", "--chunk", "%d/2" % i, code=None)
-
-    def run_program(self, *arguments, code=0, **more):
-        if code is None:
-            from support import PROGRAM
-            return subprocess.run([PROGRAM, *arguments], capture_output=True, cwd=self.folder, check=False)
-        return super().run_program(*arguments, code=code, **more)
 
     def test_counts_and_percentiles(self):
         told = json.loads(self.run_program("batch", "summary", "out", "--json").stdout)
@@ -80,7 +82,7 @@ class Summary(BatchTest):
 
 
 @unittest.skipUnless(CHROMIUM, "chromium is not installed")
-class Report(BatchTest):
+class Report(ResultTest):
     def setUp(self):
         super().setUp()
         self.pictures(8)
@@ -406,6 +408,39 @@ class Report(BatchTest):
                     self.browser.evaluate("document.querySelectorAll('#rowsOf tr')[40].scrollIntoView()")
                     top = self.browser.evaluate("document.querySelector('th').getBoundingClientRect().top")
                     self.assertTrue(0 <= top < 2, top)
+
+    def previews(self):
+        return re.findall(rb'<script type="text/plain" id="p\d+">([^<]*)', self.read("r.html"))
+
+    def test_drawings_that_are_not_shown_are_counted_and_a_run_over_all_shows_them(self):
+        """As where the parts of many machines have made none."""
+        for i in "12":
+            self.run_program("batch", "in", "--out", "parts", "--chunk", i + "/2", code=None)
+        told = self.run_program("batch", "summary", "parts", "--report", "r.html").stderr.decode()
+        self.assertIn("r.html: 9 of 9 drawings are not shown there", told)
+        self.assertEqual(self.previews(), [])
+        told = self.run_program("batch", "in", "--out", "parts", "--report", "r.html", code=1).stderr.decode()
+        self.assertIn("9 finished before", told)
+        self.assertNotIn("not shown", told)
+        self.assertEqual(len(self.previews()), 9)
+        told = self.run_program("batch", "summary", "parts", "--report", "r.html").stderr.decode()
+        self.assertNotIn("not shown", told)
+        self.assertEqual(len(self.previews()), 9)
+
+    def test_no_drawing_is_shown_but_the_one_that_is_there(self):
+        """One of other settings is not, nor is white paper in the place of a DXF."""
+        self.put("one/a.png", picture(1))
+        self.run_program("batch", "one", "--out", "o", "--report", "r.html")
+        before = self.previews()
+        more = ["--preset", "lineart", "--despeckle", "500"]
+        self.run_program("batch", "one", "--out", "o", *more)
+        self.run_program("batch", "one", "--out", "o", "--report", "r.html", *more)
+        self.assertEqual(len(self.previews()), 1)
+        self.assertNotEqual(self.previews(), before)
+        self.run_program("batch", "one", "--out", "d", "--formats", "dxf")
+        told = self.run_program("batch", "one", "--out", "d", "--formats", "dxf", "--report", "r.html").stderr.decode()
+        self.assertEqual(self.previews(), [])
+        self.assertIn("1 of 1 drawings are not shown there", told)
 
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
