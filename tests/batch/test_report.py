@@ -48,6 +48,20 @@ class Summary(ResultTest):
                                 "out/ztrace-results-2-of-2.jsonl").stdout.decode()
         self.assertRegex(text, r"outcome +6  done\noutcome +2  failed\nreason +1  ")
 
+    def test_numbers_are_written_out_and_called_as_in_lines(self):
+        lines = [{"path": "p%d" % i, "page": 1, "outcome": "done", "peak": 123456789 + i, "seconds": {"total": seconds},
+                  "counts": {"lines": pieces, "arcs": 0, "curves": 0}}
+                 for i, (pieces, seconds) in enumerate(((62530, 0.00001234), (999.96, 12345.6), (3, 1.23456)))]
+        self.write("l.jsonl", b"".join(json.dumps(line).encode() + b"\n" for line in lines))
+        table = {line[:10].strip(): line[10:].split() for line in
+                 self.run_program("batch", "summary", "l.jsonl").stdout.decode().splitlines()}
+        self.assertEqual(table["pieces"], ["3"] * 3 + ["1000"] + ["62530"] * 3)
+        self.assertEqual(table["seconds"], ["0.000012"] * 3 + ["1.235"] + ["12346"] * 3)
+        self.assertEqual(set(table["peak MB"]), {"123.5"})
+        told = json.loads(self.run_program("batch", "summary", "l.jsonl", "--json").stdout)
+        self.assertEqual((told["peak"]["0"], told["peak"]["1"]), (123456789, 123456791))
+        self.assertNotIn("peak MB", told)
+
     def test_a_drawing_goes_before_a_failure_and_torn_lines_are_left_out(self):
         good = self.lines("out/ztrace-results-1-of-2.jsonl")
         key = next(key for key, line in good.items() if line["outcome"] == "done")
