@@ -74,7 +74,8 @@ private:
     void wait() const;
     void listen(Worker *worker, const Duties &duties);
     void hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties);
-    void bury(Worker *worker, const Duties &duties);
+    static int endOfProcess(Worker *worker);
+    void bury(Worker *worker, int status, const Duties &duties);
     void checkTimes();
     Worker *workerFor(std::size_t most);
     Worker *hire();

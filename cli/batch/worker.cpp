@@ -32,6 +32,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -297,6 +298,8 @@ void answerAll(const QByteArray &answers)
 
 ExitCode runWorker()
 {
+    // Programs that it starts for PDF and HEIC have no part in it.
+    (void)::fcntl(kWorkerSocket, F_SETFD, FD_CLOEXEC);
     mallopt(M_ARENA_MAX, 1); // memory of its own for the second thread would count as a picture's
     Worker worker;
     QByteArray text;
