@@ -84,6 +84,8 @@ TraceJob TaskWork::jobOf(const Task &task, QJsonArray *warnings) const
     job.onTheSpot = onCommandLine;
     applyItemSettings(task.item.settings, &job.settings, &job.given);
     job.settings.page = task.item.page;
+    if (task.item.page > 1)
+        job.given.insert("page"); // by a manifest, say
     job.settings.outputs.clear();
     for (const std::string &output : task.outputs)
         job.settings.outputs.push_back(fullName(output));
