@@ -79,16 +79,12 @@ void BatchRun::countPages()
     ztrace::countPages(&crew, jobs, &agenda);
 }
 
-// The own lines come last and win.
 void BatchRun::readLedger()
 {
-    ledger.clear();
-    const std::string own = resultsName(batch);
-    for (const std::string &name : resultFilesIn(batch.out)) {
-        if (name != own)
-            ledger.read(name);
-    }
-    ledger.read(own);
+    for (const std::string &name : resultFilesIn(batch.out))
+        ledger.read(name);
+    if (!batch.results.empty())
+        ledger.read(batch.results);
 }
 
 int BatchRun::stopWish() const
@@ -181,14 +177,15 @@ Job BatchRun::jobOf(const Item &item, int attempt) const
     Task task;
     task.item = item;
     task.outputs = agenda.outputsOf(item);
-    task.before = ledger.lineOf(item.path, item.page);
+    const QByteArray settings = fingerprintOf(fingerprint, item.settings);
+    task.before = ledger.linesOf(item.path, item.page, settings);
     task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.pictures());
     task.retry = batch.retryFailed;
     task.attempt = attempt;
     if (item.kind == ItemKind::Page) {
         task.part = partName(item.path, item.page);
         task.books = agenda.outputsOf(Agenda::bookOf(item));
-        task.bookBefore = ledger.lineOf(item.path, 0);
+        task.bookBefore = ledger.linesOf(item.path, 0, settings);
         task.pages = books.askedOf(item);
     } else if (item.kind == ItemKind::Book) {
         task.pages = books.tracedOf(item);

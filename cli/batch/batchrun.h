@@ -32,7 +32,7 @@ public:
     // Counts the pages of what is on the agenda, and puts them in their files' places.
     void countPages();
 
-    // What all runs into this folder have finished.
+    // What all runs into this folder have finished, since the last time.
     void readLedger();
 
     // Traces what is on the agenda and not finished. `everyRound` is called ten times a second at

@@ -51,6 +51,7 @@ void summarise(const BatchRun &run)
         now.read(name);
     if (!batch.results.empty())
         now.read(batch.results);
+    now.prefer(run.fingerprint);
     writeSummaries(now, run.line.settings);
 }
 

@@ -176,9 +176,10 @@ private:
         addSource(worldSha, result);
         answer(kStarted,
                QByteArray::number(begun) + ' ' + QByteArray::fromStdString(source.sha256()));
-        if (isFinishedBefore(task,
-                             { line.settings.batch.out, settings, source.sha256(), worldSha })) {
-            skip(task, image, traced);
+        const QByteArray before = finishedBefore(
+            task, { line.settings.batch.out, settings, source.sha256(), worldSha });
+        if (!before.isEmpty()) {
+            skip(task, image, QJsonDocument::fromJson(before).object(), traced);
             return;
         }
         if (!task.item.sha256.empty() && !source.sha256().empty()
@@ -220,9 +221,8 @@ private:
     }
 
     // The picture is finished already.
-    void skip(const Task &task, const ImageSource *image, Traced *traced)
+    void skip(const Task &task, const ImageSource *image, const QJsonObject &before, Traced *traced)
     {
-        const QJsonObject before = QJsonDocument::fromJson(task.before).object();
         if (image && isDone(before))
             work->showAgain(task, *image, traced);
         traced->letter = kSkipped;
