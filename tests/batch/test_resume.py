@@ -97,12 +97,12 @@ class Resume(BatchTest):
         self.pictures(5)
         self.batch("in")
         before = self.lines()["in/p0000.png", 1]["settings"]
-        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results-zz.1.jsonl"))
+        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results.zz.jsonl"))
         for clock in "2001-01-01T00:00:00.000Z", "2099-01-01T00:00:00.000Z":  # of what is out of date
-            self.rewrite("out/ztrace-results-zz.1.jsonl", time=clock)
+            self.rewrite("out/ztrace-results.zz.jsonl", time=clock)
             for colors in "3", "4":
                 words = ["in", "--colors", colors, "--csv", "now.csv"]
-                self.batch(*words)
+                self.batch(*words, "--leases", "2")
                 for more in ["--leases", "2"], ["--chunk", "1/2"], []:
                     result = self.batch(*words, *more)
                     self.assertIn("0 done", result.stderr.decode())
@@ -110,21 +110,22 @@ class Resume(BatchTest):
         # Without settings of now the clock is asked.
         self.run_program("batch", "summary", "out", "--csv", "now.csv")
         self.assertEqual(set(self.settings_in("now.csv").values()), {before})
-        self.rewrite("out/ztrace-results-zz.1.jsonl", time="2001-01-01T00:00:00.000Z")
+        self.rewrite("out/ztrace-results.zz.jsonl", time="2001-01-01T00:00:00.000Z")
         self.run_program("batch", "summary", "out", "--csv", "now.csv")
         self.assertNotIn(before, self.settings_in("now.csv").values())
 
     def test_of_lines_of_several_files_one_that_matches_the_picture_counts(self):
         self.pictures(1)
         self.batch("in")
-        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results-zz.1.jsonl"))
-        self.rewrite("out/ztrace-results-zz.1.jsonl", time="2099-01-01T00:00:00.000Z")
+        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results.zz.jsonl"))
+        self.rewrite("out/ztrace-results.zz.jsonl", time="2099-01-01T00:00:00.000Z")
         self.put("in/p0000.png", picture(77))
-        self.assertIn("1 done", self.batch("in").stderr.decode())
-        self.assertIn("0 done, 1 finished before", self.batch("in").stderr.decode())
+        self.assertIn("1 done", self.batch("in", "--leases", "2").stderr.decode())
+        self.assertIn("0 done, 1 finished before", self.batch("in", "--leases", "2").stderr.decode())
         # A failure under the same conditions does not hide the drawing, whichever came last.
-        failure = {**self.lines()["in/p0000.png", 1], "outcome": "died", "error": "x", "outputs": []}
-        self.write("out/ztrace-results-aa.1.jsonl", json.dumps({**failure, "time": "2099-02-01T00:00:00.000Z"}).encode()
+        own = next(name for name in os.listdir(self.path("out")) if name.startswith("ztrace-results-") and self.read("out/" + name))
+        failure = {**self.lines("out/" + own)["in/p0000.png", 1], "outcome": "died", "error": "x", "outputs": []}
+        self.write("out/ztrace-results.zzz.jsonl", json.dumps({**failure, "time": "2099-02-01T00:00:00.000Z"}).encode()
                    + b"\n")
         self.assertIn("0 done, 1 finished before", self.batch("in").stderr.decode())
 
