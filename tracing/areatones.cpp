@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <type_traits>
 
 namespace ztrace {
 
@@ -52,21 +53,37 @@ void intersect(std::vector<Inner> *a, const std::vector<Inner> &b, std::vector<I
     a->swap(*room);
 }
 
-// Calls for the stretches whose pixels have nothing else within `reach` pixels along both axes.
-template<typename Work>
-void forEachInner(const EdgePicture &picture, const BoundaryMap &map, int reach, const Work &work)
+struct Nothing
 {
-    std::vector<Inner> row, other, room;
+    void operator()(int, int, int, uint32_t) const { }
+};
+
+// Calls `work` for the stretches of pixels in the middle of squares of 2 * reach + 1 pixels that
+// are all of one area, and `below` for those that lie below another one of their area.
+template<typename Work, typename Below = Nothing>
+void forEachInner(const EdgePicture &picture, const BoundaryMap &map, int reach, const Work &work,
+                  const Below &below = Below())
+{
+    std::vector<Inner> row, before, other, room;
     for (int y = reach; y + reach < picture.height; ++y) {
         shrunkRow(map, y, reach, &row);
-        for (int beside : { y - reach, y + reach }) {
-            if (row.empty())
-                break;
-            shrunkRow(map, beside, reach, &other);
-            intersect(&row, other, &room);
+        // The farthest first: they leave least.
+        for (int k = reach; k > 0; --k) {
+            for (int beside : { y - k, y + k }) {
+                if (row.empty())
+                    break;
+                shrunkRow(map, beside, reach, &other);
+                intersect(&row, other, &room);
+            }
         }
         for (const Inner &stretch : row)
             work(y, stretch.begin, stretch.end, stretch.area);
+        if (std::is_same_v<Below, Nothing>)
+            continue;
+        intersect(&before, row, &room);
+        for (const Inner &stretch : before)
+            below(y, stretch.begin, stretch.end, stretch.area);
+        before.swap(row);
     }
 }
 
@@ -92,14 +109,22 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
             sums[area][c] += sum[c];
         pixels[area] += uint32_t(end - begin);
     });
-    forEachInner(picture, map, kBlurReach, [&](int y, int begin, int end, uint32_t area) {
-        const uint8_t *value = picture.at(begin, y);
+    // Neighbours that both lie inside, along both axes: a turned picture has the same noise.
+    const auto compare = [&](const uint8_t *a, const uint8_t *b, int length, uint32_t area) {
         uint32_t sum = 0;
-        for (int k = channels; k < (end - begin) * channels; ++k)
-            sum += uint32_t(std::abs(int(value[k]) - int(value[k - channels])));
+        for (int k = 0; k < length * channels; ++k)
+            sum += uint32_t(std::abs(int(a[k]) - int(b[k])));
         differences[area] += sum;
-        compared[area] += uint32_t(end - begin - 1);
-    });
+        compared[area] += uint32_t(length);
+    };
+    forEachInner(
+        picture, map, kBlurReach,
+        [&](int y, int begin, int end, uint32_t area) {
+            compare(picture.at(begin, y), picture.at(begin + 1, y), end - begin - 1, area);
+        },
+        [&](int y, int begin, int end, uint32_t area) {
+            compare(picture.at(begin, y), picture.at(begin, y - 1), end - begin, area);
+        });
     struct Sum
     {
         double tone[kMostChannels] = { 0, 0, 0, 0 };
