@@ -297,8 +297,8 @@ private:
         for (uint32_t k = map.firstReference[ring]; k < map.firstReference[ring + 1]; ++k) {
             const uint32_t reference = map.references[k];
             const Chain &chain = map.chains[chainOf(reference)];
-            whereBegan.insert({ isReversed(reference) ? chain.endNode : chain.startNode,
-                                open.size() });
+            whereBegan.insert(
+                { isReversed(reference) ? chain.endNode : chain.startNode, open.size() });
             open.push_back(reference);
             const auto met
                 = whereBegan.find(isReversed(reference) ? chain.startNode : chain.endNode);
