@@ -317,9 +317,9 @@ std::vector<Entry> outlineOptions()
             .appliesTo(kToImages)
             .help("Leave out what closes the hairlines between areas, for plotters and cutters")
             .manual("In SVG, PDF and PNG areas of true shapes reach under their neighbours, which "
-                    "are painted over them. The engine's, and areas in layers, have strokes of "
-                    "their own colour, half a pixel to one and a half wide; shapes grow by half of "
-                    "that where nothing covers them"),
+                    "are painted over them, but not in layers, which are cut exactly anyway. The "
+                    "engine's have strokes of their own colour, half a pixel to one and a half "
+                    "wide; shapes grow by half of that where nothing covers them"),
         Entry("only-color",
               colour("COLOR", [](Settings &s, QRgb colour) { s.onlyColours.push_back(colour); }))
             .several()
