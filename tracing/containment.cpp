@@ -17,36 +17,48 @@ const std::size_t kSlots = std::size_t(1) << kSlotBits;
 class PairCollector
 {
 public:
-    explicit PairCollector(std::size_t n) : count(n), latest(kSlots, Neighbours(-1, -1)) { }
+    explicit PairCollector(std::size_t n)
+        : count(n), latest(kSlots, Neighbours(-1, -1)), waiting(kMostWaiting)
+    { }
 
+    // Whether a pair is new can hardly be foretold: it is written first and counted then.
     void add(uint32_t a, uint32_t b)
     {
-        if (a == b)
-            return;
         const Neighbours pair(int(std::min(a, b)), int(std::max(a, b)));
         Neighbours &slot = latest[slotOf(pair)];
-        if (slot == pair)
-            return;
+        const bool isNew = (slot.first != pair.first) | (slot.second != pair.second);
         slot = pair;
-        pairs.push_back(pair);
-        if (pairs.size() >= limit) {
-            compact();
-            limit = std::max(limit, 2 * pairs.size());
-        }
+        waiting[found] = pair;
+        found += isNew & (a != b) ? 1u : 0u;
+        if (found == kMostWaiting)
+            append();
     }
 
     std::vector<Neighbours> take()
     {
+        append();
         compact();
         return std::move(pairs);
     }
 
 private:
+    static const std::size_t kMostWaiting = 256;
+
     static std::size_t slotOf(const Neighbours &pair)
     {
         const uint32_t mixed
             = uint32_t(pair.first) * 0x9E3779B1u + uint32_t(pair.second) * 0x85EBCA77u;
         return mixed >> (32 - kSlotBits);
+    }
+
+    void append()
+    {
+        pairs.insert(pairs.end(), waiting.begin(), waiting.begin() + std::ptrdiff_t(found));
+        found = 0;
+        if (pairs.size() >= limit) {
+            compact();
+            limit = std::max(limit, 2 * pairs.size());
+        }
     }
 
     // Sorts by counting, the second number first: as many steps as there are pairs and numbers.
@@ -77,6 +89,8 @@ private:
     std::size_t count;
     std::size_t limit = std::size_t(1) << 22;
     std::vector<Neighbours> latest;
+    std::vector<Neighbours> waiting; // `found` of them
+    std::size_t found = 0;
     std::vector<Neighbours> pairs;
 };
 
