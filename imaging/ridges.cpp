@@ -106,39 +106,46 @@ RidgeFinder::RidgeFinder(const QImage &image)
       width(image.width()), height(image.height())
 { }
 
-Ridge RidgeFinder::across(const Line &line) const
+bool RidgeFinder::across(const Line &line, QRgb *beside)
 {
-    Ridge ridge;
-    ridge.colour = *line.middle;
     Side one { line.middle, line.step, line.after };
     Side other { line.middle, -line.step, line.before };
     // No more than kRidgeReach + 1 steps to both sides together.
     if (!one.find(kRidgeReach) || !other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
-        return ridge;
+        return false;
     const VisibleColour own = visible(*line.middle);
     one.look(own);
     other.look(own);
     if (isOpposite(one.away, other.away))
-        return ridge;
+        return false;
     one.followSlope(own);
     other.followSlope(own);
-    ridge.found = isAligned(one.away, other.away, kAligned);
-    ridge.beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
-    return ridge;
+    *beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
+    return isAligned(one.away, other.away, kAligned);
+}
+
+bool RidgeFinder::find(int x, int y, QRgb *beside) const
+{
+    const QRgb *middle = first + y * stride + x;
+    QRgb ofColumn = 0;
+    const bool inRow = across({ middle, 1, x, width - 1 - x }, beside);
+    const bool inColumn = across({ middle, stride, y, height - 1 - y }, &ofColumn);
+    if (!inRow || !inColumn) {
+        *beside = inColumn ? ofColumn : *beside;
+        return inRow || inColumn;
+    }
+    const VisibleColour own = visible(*middle);
+    if (square(difference(own, visible(ofColumn))) > square(difference(own, visible(*beside))))
+        *beside = ofColumn;
+    return true;
 }
 
 Ridge RidgeFinder::at(int x, int y) const
 {
-    const QRgb *middle = first + y * stride + x;
-    const Ridge inRow = across({ middle, 1, x, width - 1 - x });
-    const Ridge inColumn = across({ middle, stride, y, height - 1 - y });
-    if (!inRow.found || !inColumn.found)
-        return inRow.found ? inRow : inColumn;
-    const VisibleColour own = visible(*middle);
-    return square(difference(own, visible(inColumn.beside)))
-            > square(difference(own, visible(inRow.beside)))
-        ? inColumn
-        : inRow;
+    Ridge ridge;
+    ridge.colour = first[y * stride + x];
+    ridge.found = find(x, y, &ridge.beside);
+    return ridge;
 }
 
 RidgeColours::RidgeColours(const std::vector<QRgb> &palette) : words(palette)

@@ -125,6 +125,46 @@ struct Stretch
     std::vector<Contact> contacts; // may be absorbed or repeated until they are tidied
 };
 
+#ifdef __SSE2__
+float leastOfFour(__m128 four)
+{
+    const __m128 two = _mm_min_ps(four, _mm_movehl_ps(four, four));
+    return std::min(_mm_cvtss_f32(two), _mm_cvtss_f32(_mm_shuffle_ps(two, two, 1)));
+}
+#endif
+
+// The least of a[k], or the largest number if there is none. All are finite.
+float leastOf(const float *a, std::size_t count)
+{
+    float least = std::numeric_limits<float>::max();
+    std::size_t k = 0;
+#ifdef __SSE2__
+    __m128 four = _mm_set1_ps(least);
+    for (; k + 4 <= count; k += 4)
+        four = _mm_min_ps(four, _mm_loadu_ps(a + k));
+    least = leastOfFour(four);
+#endif
+    for (; k < count; ++k)
+        least = std::min(least, a[k]);
+    return least;
+}
+
+// The same of a[k] + b[k].
+float leastOfSums(const float *a, const float *b, std::size_t count)
+{
+    float least = std::numeric_limits<float>::max();
+    std::size_t k = 0;
+#ifdef __SSE2__
+    __m128 four = _mm_set1_ps(least);
+    for (; k + 4 <= count; k += 4)
+        four = _mm_min_ps(four, _mm_add_ps(_mm_loadu_ps(a + k), _mm_loadu_ps(b + k)));
+    least = leastOfFour(four);
+#endif
+    for (; k < count; ++k)
+        least = std::min(least, a[k] + b[k]);
+    return least;
+}
+
 // Unites stretches as long as one label for both costs less than two and what parts them.
 class Strokes
 {
@@ -179,6 +219,8 @@ private:
         forEachPair([&](std::size_t i, std::size_t j) {
             if (own[i] == own[j])
                 parent[rootOf(uint32_t(j))] = rootOf(uint32_t(i));
+            else
+                unlike.push_back({ uint32_t(i), uint32_t(j) });
         });
         stretchOf.resize(cores.size());
         std::vector<uint32_t> numbers(cores.size(), 0);
@@ -204,12 +246,11 @@ private:
                 contacts.push_back({ other, 0 });
             ++contacts.back().cores;
         };
-        forEachPair([&](std::size_t i, std::size_t j) {
-            if (own[i] == own[j])
-                return;
-            add(stretchOf[i], stretchOf[j]);
-            add(stretchOf[j], stretchOf[i]);
-        });
+        for (const auto &pair : unlike) {
+            add(stretchOf[pair.first], stretchOf[pair.second]);
+            add(stretchOf[pair.second], stretchOf[pair.first]);
+        }
+        unlike = std::vector<std::pair<uint32_t, uint32_t>>();
     }
 
     // Stretches without contacts keep their labels, whatever they cost.
@@ -242,12 +283,10 @@ private:
     // The label is that of the least costs already: sums never change an order that all parts have.
     void rank(Stretch *stretch) const
     {
+        const float *after = stretch->costs + stretch->label + 1;
         stretch->least = stretch->costs[stretch->label];
-        stretch->second = std::numeric_limits<float>::max();
-        for (std::size_t k = 0; k < costs.labels(); ++k) {
-            if (k != stretch->label)
-                stretch->second = std::min(stretch->second, stretch->costs[k]);
-        }
+        stretch->second = std::min(leastOf(stretch->costs, stretch->label),
+                                   leastOf(after, costs.labels() - stretch->label - 1));
     }
 
     // What two cost that stay apart.
@@ -268,14 +307,11 @@ private:
     // The best label for two, and what uniting them costs.
     float priceOf(const Stretch &a, const Stretch &b, int contacts, uint16_t *label) const
     {
-        float least = std::numeric_limits<float>::max();
-        for (std::size_t k = 0; k < costs.labels(); ++k) {
-            const float together = a.costs[k] + b.costs[k];
-            if (together < least) {
-                least = together;
-                *label = uint16_t(k);
-            }
-        }
+        const float least = leastOfSums(a.costs, b.costs, costs.labels());
+        std::size_t k = 0;
+        while (k + 1 < costs.labels() && a.costs[k] + b.costs[k] != least)
+            ++k;
+        *label = uint16_t(k);
         return least - apart(a, b, contacts);
     }
 
@@ -375,7 +411,8 @@ private:
     const Costs &costs;
     const uint32_t width;
     std::vector<uint16_t> own;
-    std::vector<uint32_t> parent; // of cores first, of stretches then
+    std::vector<std::pair<uint32_t, uint32_t>> unlike; // cores of two labels that are near
+    std::vector<uint32_t> parent;                      // of cores first, of stretches then
     std::vector<uint32_t> stretchOf;
     std::vector<Stretch> stretches;
     std::vector<float> sums; // of the stretches with contacts
