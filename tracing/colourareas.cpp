@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segmentation.h"
 
+#include "smallmarks.h"
 #include "smallregions.h"
 
 #include "imaging/alpha.h"
@@ -22,7 +23,8 @@ namespace ztrace {
 namespace {
 
 const int kMostColoursBesideRamps = 60000; // labels are two bytes
-const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
+const std::size_t kPixelsOfMark = 64; // for each small area that stands out; more are a texture
+const int kFringe = 48;               // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
@@ -97,6 +99,22 @@ void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Ru
     mergeSmallRegions(
         runs, static_cast<std::size_t>(std::min(least, 1e15)), fringes ? kFringe : 0,
         [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); });
+}
+
+// The same where what stands out stays. Of textures, such as dithering, nothing does.
+void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &colours, Runs *runs)
+{
+    std::size_t left = runs->pixels() / kPixelsOfMark;
+    const auto isMark = [&](const SmallArea &area) {
+        if (left == 0 || !standsOut(area, image, colours))
+            return false;
+        --left;
+        return true;
+    };
+    mergeSmallRegions(
+        runs, std::size_t(std::min(least, 1e15)), kFringe,
+        [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); },
+        isMark);
 }
 
 // A grid of its own is kept where its geometry is set directly.
@@ -194,7 +212,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
-    mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
+    if (geometry.marks && geometry.leastBorder > 0.0)
+        mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
+    else
+        mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
     if (geometry.upsampling != 1 && !shapes)
         refine(image, geometry, &plane, &runs, &segmented, report);
     image = QImage();
