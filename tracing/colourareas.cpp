@@ -17,6 +17,7 @@
 #include "imaging/upsample.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace ztrace {
 
@@ -104,12 +105,13 @@ void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Ru
 // The same where what stands out stays. Of textures, such as dithering, nothing does.
 void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &colours, Runs *runs)
 {
-    std::size_t left = runs->pixels() / kPixelsOfMark;
+    const std::size_t most = runs->pixels() / kPixelsOfMark;
+    std::unordered_set<uint32_t> marks; // by their first pixels; every pass asks for them
     const auto isMark = [&](const SmallArea &area) {
-        if (left == 0 || !standsOut(area, image, colours))
+        if (marks.size() > most || !standsOut(area, image, colours))
             return false;
-        --left;
-        return true;
+        marks.insert(area.pixels.front());
+        return marks.size() <= most;
     };
     mergeSmallRegions(
         runs, std::size_t(std::min(least, 1e15)), kFringe,
