@@ -146,6 +146,7 @@ Geometry geometryOf(const Settings &settings)
     geometry.curveTolerance = settings.curveTolerance.value_or(geometry.lineTolerance);
     geometry.curveToleranceFiner = settings.curveTolerance.value_or(geometry.lineToleranceFiner);
     geometry.leastBorder = settings.minPath.value_or(usualLeastBorder(settings));
+    geometry.marks = method == Method::Flat && !settings.minPath;
     // Ink leaves small areas out: as small as the engine does, on whatever grid.
     if (method == Method::Ink && !settings.minPath)
         geometry.engine["pathomit"] = kUsualLeastBorder;
@@ -154,10 +155,12 @@ Geometry geometryOf(const Settings &settings)
         if (!isGeometric(option.first))
             continue;
         shaped = true;
-        if (option.first == "pathomit" && method != Method::Ink)
+        if (option.first == "pathomit" && method != Method::Ink) {
             geometry.leastBorder = std::floor(option.second);
-        else
+            geometry.marks = false;
+        } else {
             geometry.engine[option.first] = option.second;
+        }
     }
     geometry.upsampling = settings.upsample;
     geometry.fit = fitOf(settings);

@@ -5,6 +5,7 @@
 #include "forest.h"
 #include "ridges.h"
 #include "segment.h"
+#include "spread.h"
 
 #include <algorithm>
 #include <limits>
@@ -14,16 +15,44 @@ namespace ztrace {
 
 namespace {
 
-const int kNear = 2;          // pixels between cores of one stroke; junctions have no ridge
-const float kContact = 16.0f; // price of two cores side by side with different labels: a length
+const int kNear = 2;           // pixels between cores of one stroke; junctions have no ridge
+const double kLeastPart = 0.3; // of the way from what is beside a stroke to the colour it touches
+const float kContact = 16.0f;  // price of a core beside another label: a length
 
 const double kMostRidges = 0.2; // of the pixels; where there are more there is noise and no stroke
 const std::size_t kFewRidges = 50000; // that cost little, whatever they are
+
+int sumOf(QRgb word)
+{
+    return qRed(word) + qGreen(word) + qBlue(word);
+}
+
+// Whether a ridge is no more than the soft side of what touches it: a pixel beside it goes on in
+// the ridge's direction, and less than kLeastPart of the way is the ridge's own.
+bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+{
+    const int x = int(pixel % uint32_t(image.width()));
+    const int y = int(pixel / uint32_t(image.width()));
+    const VisibleColour own = visible(ridge.colour);
+    const VisibleColour away = difference(own, visible(ridge.beside));
+    const double most = square(away) * (1.0 / kLeastPart - 1.0);
+    const int right = std::min(image.width() - 1, x + 1);
+    const int bottom = std::min(image.height() - 1, y + 1);
+    for (int v = std::max(0, y - 1); v <= bottom; ++v) {
+        const QRgb *words = row(image, v);
+        for (int u = std::max(0, x - 1); u <= right; ++u) {
+            if (product(difference(visible(words[u]), own), away) > most)
+                return true;
+        }
+    }
+    return false;
+}
 
 struct Core
 {
     uint32_t pixel;
     uint32_t costs; // place of its row among the costs
+    bool isLight;   // beside what is next to it: a gap between strokes, or a light one
 };
 
 // What every label of the palette would cost ridges, a row for each of those that are alike.
@@ -169,8 +198,8 @@ float leastOfSums(const float *a, const float *b, std::size_t count)
 class Strokes
 {
 public:
-    Strokes(const std::vector<Core> &found, const Costs &of, int planeWidth)
-        : cores(found), costs(of), width(uint32_t(planeWidth))
+    Strokes(const std::vector<Core> &found, const Costs &of, const LabelPlane &labelled)
+        : cores(found), costs(of), plane(labelled), width(uint32_t(labelled.width))
     { }
 
     // The label of every core.
@@ -212,12 +241,18 @@ private:
 
     uint32_t rootOf(uint32_t k) { return ztrace::rootOf(&parent, k); }
 
+    // A gap's soft pixels may be of the very grey of a stroke's.
+    bool areAlike(std::size_t i, std::size_t j) const
+    {
+        return own[i] == own[j] && cores[i].isLight == cores[j].isLight;
+    }
+
     void gather()
     {
         parent.resize(cores.size());
         std::iota(parent.begin(), parent.end(), 0u);
         forEachPair([&](std::size_t i, std::size_t j) {
-            if (own[i] == own[j])
+            if (areAlike(i, j))
                 parent[rootOf(uint32_t(j))] = rootOf(uint32_t(i));
             else
                 unlike.push_back({ uint32_t(i), uint32_t(j) });
@@ -273,14 +308,32 @@ private:
             const float *row = costs.row(cores[i].costs);
             for (std::size_t k = 0; sum && k < labels; ++k)
                 sum[k] += row[k];
+            if (sum)
+                takeOffAreas(cores[i].pixel, sum);
         }
         for (Stretch &stretch : stretches) {
-            if (stretch.costs)
-                rank(&stretch);
+            if (!stretch.costs)
+                continue;
+            stretch.label
+                = uint16_t(std::min_element(stretch.costs, stretch.costs + labels) - stretch.costs);
+            rank(&stretch);
         }
     }
 
-    // The label is that of the least costs already: sums never change an order that all parts have.
+    // Of the labels of areas that a core touches, the prices of contacts that it would not have.
+    void takeOffAreas(uint32_t pixel, float *sum) const
+    {
+        const int x = int(pixel % width);
+        const int y = int(pixel / width);
+        for (int v = std::max(0, y - 1); v <= std::min(plane.height - 1, y + 1); ++v) {
+            for (int u = std::max(0, x - 1); u <= std::min(plane.width - 1, x + 1); ++u) {
+                const uint16_t label = plane.labels[std::size_t(v) * width + std::size_t(u)];
+                if (label != kUnlabelled)
+                    sum[label] -= kContact;
+            }
+        }
+    }
+
     void rank(Stretch *stretch) const
     {
         const float *after = stretch->costs + stretch->label + 1;
@@ -409,6 +462,7 @@ private:
 
     const std::vector<Core> &cores;
     const Costs &costs;
+    const LabelPlane &plane;
     const uint32_t width;
     std::vector<uint16_t> own;
     std::vector<std::pair<uint32_t, uint32_t>> unlike; // cores of two labels that are near
@@ -474,12 +528,12 @@ std::vector<uint32_t> labelStrokes(const QImage &image, std::vector<uint32_t> wa
     Costs costs(plane->colours);
     std::vector<Core> cores;
     takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge) {
-        const int row = costs.rowOf(ridge);
+        const int row = isSide(image, pixel, ridge) ? -1 : costs.rowOf(ridge);
         if (row >= 0)
-            cores.push_back({ pixel, uint32_t(row) });
+            cores.push_back({ pixel, uint32_t(row), sumOf(ridge.colour) > sumOf(ridge.beside) });
         return row >= 0;
     });
-    const std::vector<uint16_t> labels = Strokes(cores, costs, plane->width).labels();
+    const std::vector<uint16_t> labels = Strokes(cores, costs, *plane).labels();
     for (std::size_t i = 0; i < cores.size(); ++i)
         labelCore(cores[i].pixel, labels[i], edges, plane);
     return waiting;

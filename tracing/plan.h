@@ -79,6 +79,7 @@ struct Geometry
     double curveToleranceFiner = 0.5;
     double leastBorder
         = 8.0;          // areas with fewer pixel edges go to their neighbours, or are left out
+    bool marks = false; // smaller areas stay where they stand out (smallmarks.h)
     int upsampling = 0; // how many times finer than pixels the grid is; 0: as is useful
 
     // Areas a pixel wide that are similar to a neighbour are fringes of soft edges and go to it.
