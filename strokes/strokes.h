@@ -23,6 +23,7 @@ struct Stroke
     double width = 0.0;
     Dashing dashing;
     Role role = Role::Line;
+    int ink = 0; // of several, where takeInks() has told them
     int joint[2] = { -1, -1 };
     std::vector<Section> samples;
 };
