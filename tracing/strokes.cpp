@@ -11,6 +11,7 @@
 #include "imaging/ink.h"
 #include "imaging/scan.h"
 #include "strokes/inkstrokes.h"
+#include "strokes/penorder.h"
 #include "strokes/strokes.h"
 
 #include <algorithm>
@@ -267,6 +268,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
                          "--threshold may help, or leave out --strokes");
     if (inks.isColoured())
         strokes::takeInks([&inks](fit::Point p) { return inks.at(p); }, &found);
+    strokes::putInPenOrder({ 0.0, double(page.height) }, &found.strokes);
     Drawing drawing;
     if (!found.solids.cells.empty())
         addSolids(found.solids, grey, page.threshold, plan, ink, inks, &drawing);
