@@ -194,6 +194,14 @@ int dashedPen(const strokes::Stroke &stroke, Drawing *drawing)
     return int(drawing->pens.size()) - 1;
 }
 
+void remarkOn(strokes::Content content, TraceReport *report)
+{
+    if (content == strokes::Content::Lettering)
+        report->remarks.push_back(Remark::MostlyLettering);
+    else if (content == strokes::Content::FewLines)
+        report->remarks.push_back(Remark::FewLines);
+}
+
 void addStrokes(const strokes::StrokeDrawing &found, const PenInks &inks, double dpi,
                 Drawing *drawing)
 {
@@ -274,6 +282,8 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
         addSolids(found.solids, grey, page.threshold, plan, ink, inks, &drawing);
     if (strokes::isHardlyDrawn(found, drawing.outlines.size()))
         report->remarks.push_back(Remark::HardlyDrawn);
+    else
+        remarkOn(strokes::contentOf(found), report);
     drawing.width = page.width;
     drawing.height = page.height;
     drawing.ground = ink.paperColour;
