@@ -8,10 +8,12 @@
 #include "fingerprint.h"
 #include "inputs.h"
 #include "leases.h"
+#include "limits.h"
 #include "meter.h"
 #include "outcomes.h"
 #include "preview.h"
 #include "results.h"
+#include "sidefiles.h"
 #include "stopsignals.h"
 #include "summary.h"
 #include "task.h"
@@ -45,10 +47,6 @@ namespace {
 const useconds_t kLeaseWait = 500000; // microseconds between looks for a part
 const int kWatchWait = 1000;          // milliseconds between looks at folders
 
-// Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
-// that hangs is given up.
-const double kSecondsOfAPicture = 600.0;
-
 int processors()
 {
     cpu_set_t set;
@@ -64,6 +62,12 @@ QByteArray greetingOf(int argc, char **argv)
     QJsonObject greeting;
     greeting.insert(QLatin1String("words"), words);
     return jsonValue(greeting) + '\n';
+}
+
+CommandLine configured(CommandLine line)
+{
+    useConfiguration(&line.settings, &line.given);
+    return line;
 }
 
 std::string resultsName(const BatchSettings &batch)
@@ -82,11 +86,10 @@ class BatchRun
 {
 public:
     BatchRun(const CommandLine &commandLine, int argc, char **argv)
-        : line(commandLine), batch(line.settings.batch), fingerprint(fingerprintOf(line)),
-          crew(greetingOf(argc, argv), fingerprint,
-               line.settings.timeLimit.value_or(kSecondsOfAPicture))
+        : line(configured(commandLine)), batch(line.settings.batch),
+          fingerprint(fingerprintOf(commandLine)),
+          crew(greetingOf(argc, argv), fingerprint, secondsAPicture(line.settings))
     {
-        useConfiguration(&line.settings, &line.given);
         jobs = batch.jobs > 0 ? batch.jobs : processors();
     }
 
@@ -97,9 +100,11 @@ public:
         agenda = collectAgenda(line);
         countPages();
         refuseClashes(agenda, batch.out);
+        refuseSideFiles(line.settings, resultsName(batch), agenda);
         if (batch.dryRun)
             return tellPlan();
         makeFolder();
+        requireSideFolders(line.settings);
         ResultFile results(resultsName(batch));
         Meter meter(line.settings);
         Outcomes own(fingerprint, &ledger, &results, &meter);

@@ -43,7 +43,7 @@ const int kMostTimesOrphan = 3;   // the picture is to blame after all
         _exit(kFailed);
     for (int number : { SIGINT, SIGTERM, SIGHUP, SIGQUIT })
         signal(number, SIG_IGN);
-    const int nowhere = open("/dev/null", O_RDWR);
+    const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     dup2(nowhere, STDIN_FILENO);
     dup2(nowhere, STDOUT_FILENO);
     if (socket == kWorkerSocket)
@@ -132,12 +132,8 @@ void Crew::dismiss()
     for (const std::unique_ptr<Worker> &worker : workers) {
         if (worker->isBusy())
             continue;
-        // The end of its work: at once, also while a child that is being made has the socket too;
-        // and by closing it, whatever becomes of that.
-        ::shutdown(worker->socket.get(), SHUT_RDWR);
-        worker->socket = Descriptor();
-        while (waitpid(worker->process, nullptr, 0) < 0 && errno == EINTR)
-            continue;
+        // At once, also while a child that is being made has the socket too.
+        endOfProcess(worker.get());
     }
     workers.erase(std::remove_if(workers.begin(), workers.end(), isIdle), workers.end());
 }
@@ -259,15 +255,22 @@ void Crew::wait() const
 
 void Crew::listen(Worker *worker, const Duties &duties)
 {
+    // Its end shows in the socket, unless that is open elsewhere: this is asked before what it has
+    // said is read.
+    int status = 0;
+    const bool isGone = waitpid(worker->process, &status, WNOHANG) == worker->process;
     char part[1 << 16];
-    bool hasEnded = false;
+    bool hasEnded = isGone;
     for (;;) {
         const ssize_t size = ::recv(worker->socket.get(), part, sizeof part, MSG_DONTWAIT);
         if (size < 0 && (errno == EAGAIN || errno == EINTR))
             break;
-        hasEnded = size <= 0;
-        if (hasEnded)
+        if (size < 0 && !isGone)
+            kill(worker->process, SIGKILL); // it is not to be heard any more
+        if (size <= 0) {
+            hasEnded = true;
             break;
+        }
         worker->text.append(part, static_cast<int>(size));
     }
     int at = 0;
@@ -276,8 +279,11 @@ void Crew::listen(Worker *worker, const Duties &duties)
         at = end + 1;
     }
     worker->text.remove(0, at);
-    if (hasEnded)
-        bury(worker, duties); // what it has finished counts
+    if (!hasEnded)
+        return;
+    if (!isGone)
+        status = endOfProcess(worker);
+    bury(worker, status, duties); // what it has finished counts
 }
 
 void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties)
@@ -312,14 +318,22 @@ void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Dutie
     duties.answered(job, letter, text);
 }
 
-void Crew::bury(Worker *worker, const Duties &duties)
+// One that has closed its end ends, and one that reads sees ours closed.
+int Crew::endOfProcess(Worker *worker)
 {
+    ::shutdown(worker->socket.get(), SHUT_RDWR);
+    worker->socket = Descriptor(); // whatever becomes of that
     int status = 0;
     while (waitpid(worker->process, &status, 0) < 0 && errno == EINTR)
         continue;
+    return status;
+}
+
+void Crew::bury(Worker *worker, int status, const Duties &duties)
+{
     const Loss loss = { worker->isLate ? kOutcomeTime : kOutcomeDied,
                         worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
-                        worker->sha256 };
+                        worker->sha256, worker->isLate ? secondsAJob : 0.0 };
     std::deque<Job> jobs = std::move(worker->jobs);
     const std::size_t current = worker->traced;
     workers.erase(std::find_if(

@@ -36,6 +36,7 @@ struct Loss
     const char *outcome; // of results.h
     std::string reason;
     std::string sha256; // of the picture's file; empty when it was not read
+    double limit;       // in seconds, that it has passed; 0: none
 };
 
 struct Duties
@@ -74,7 +75,8 @@ private:
     void wait() const;
     void listen(Worker *worker, const Duties &duties);
     void hear(Worker *worker, char letter, const QByteArray &text, const Duties &duties);
-    void bury(Worker *worker, const Duties &duties);
+    static int endOfProcess(Worker *worker);
+    void bury(Worker *worker, int status, const Duties &duties);
     void checkTimes();
     Worker *workerFor(std::size_t most);
     Worker *hire();

@@ -27,6 +27,15 @@ bool isOfNow(const QJsonObject &line, const Conditions &now)
         && (textIn(line, "sha256") == now.sha256 || (now.sha256.empty() && isDone(line)));
 }
 
+// Of a picture that failed: whether this run may do better.
+bool isWorthATry(const Task &task, const QJsonObject &before, const Conditions &now)
+{
+    const double limit = before.value(QLatin1String(kLimit)).toDouble();
+    const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
+    return task.retry || before.value(QLatin1String(kAgain)).toBool()
+        || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
+}
+
 bool hasOutputs(const QJsonObject &line, const std::vector<std::string> &names,
                 const std::string &out)
 {
@@ -81,7 +90,7 @@ bool isFinishedBefore(const Task &task, const Conditions &now)
         || (!now.sha256.empty() && textIn(before, "worldFile") != now.worldSha))
         return false;
     if (!isDone(before))
-        return !task.retry;
+        return !isWorthATry(task, before, now);
     return hasOutputs(before, task.outputs, now.out)
         && (task.part.empty() || isPartThere(task, before, now));
 }

@@ -3,6 +3,7 @@
 
 #include "premis.h"
 #include "reportfile.h"
+#include "sidefiles.h"
 
 #include "cli/messages.h"
 #include "cli/values.h"
@@ -276,6 +277,8 @@ ExitCode runSummary(const CommandLine &line)
     if (line.inputs.empty())
         throw Failure(kWrongUsage,
                       "batch summary: give files of result lines, or folders with them");
+    refuseSideFiles(line.settings, line.inputs);
+    requireSideFolders(line.settings);
     Ledger ledger;
     for (const std::string &input : line.inputs) {
         if (!QFileInfo(QFile::decodeName(input.c_str())).exists())

@@ -1,33 +1,24 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "worker.h"
 
-#include "books.h"
 #include "earlier.h"
 #include "fingerprint.h"
 #include "finisher.h"
-#include "itemsettings.h"
 #include "keptsource.h"
 #include "limits.h"
-#include "preview.h"
 #include "results.h"
-#include "selfcheck.h"
 #include "task.h"
+#include "taskwork.h"
 #include "tracedline.h"
 #include "version.h"
 
 #include "cli/commandline.h"
-#include "cli/pages.h"
 #include "cli/placement.h"
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
-#include "drawing/output.h"
-#include "drawing/pdf.h"
-#include "drawing/png.h"
 #include "imaging/failure.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -41,6 +32,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -76,11 +68,6 @@ int pagesOf(const ImageSource &file)
     return file.isDrawing() ? 1 : std::max({ 1, file.pages(), file.pagesClaimed() });
 }
 
-double secondsSince(std::chrono::steady_clock::time_point start)
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 class Worker
 {
 public:
@@ -94,8 +81,9 @@ public:
             argv.push_back(&word[0]);
         line = parseCommandLine(static_cast<int>(argv.size()), argv.data());
         fingerprint = fingerprintOf(line);
-        onCommandLine = line.given;
+        const std::set<std::string> onCommandLine = line.given;
         useConfiguration(&line.settings, &line.given);
+        work = std::make_unique<TaskWork>(line, onCommandLine);
         source.setLimits({ line.settings.maxPixels, line.settings.maxMemory });
         finisher = std::make_unique<Finisher>(); // what it needs is no picture's
         limitMemory(line.settings.batch.memoryLimit);
@@ -123,6 +111,9 @@ public:
         Traced traced;
         try {
             attempt(task, &traced);
+        } catch (const MissingProgram &failure) {
+            addFailure(failure.code, failure.what(), &traced.line);
+            addAgain(&traced.line);
         } catch (const Failure &failure) {
             if (failure.code == kOutputNotWritable && saysNoRoom(failure.what()))
                 throw NoRoom(failure.what());
@@ -134,11 +125,12 @@ public:
             source.drop();
             addFailure(kFailed, "not enough memory", &traced.line);
             traced.line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
+            traced.line.insert(QLatin1String(kLimit), line.settings.batch.memoryLimit);
         }
         const bool isFine = traced.letter == kSkipped || isDone(traced.line);
         if (!isFine) {
             traced.files.reset();
-            cleanFolders.reset(); // to be looked at again
+            work->forgetFolders();
         } else if (traced.letter == kLine && !traced.line.contains(QLatin1String("flags"))
                    && !traced.line.contains(QLatin1String("warnings"))) {
             traced.letter = kLineOfDone;
@@ -168,11 +160,6 @@ public:
     static void answer(char letter, const QByteArray &text) { answerAll(letter + text + '\n'); }
 
 private:
-    std::string fullName(const std::string &output) const
-    {
-        return line.settings.batch.out + '/' + output;
-    }
-
     void attempt(const Task &task, Traced *traced)
     {
         peakMemory(true);
@@ -183,31 +170,32 @@ private:
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
         const ImageSource *image = open(task.item.path, &whyNot);
-        // Its other pages are not among the pictures. Without a checksum the next run tries again.
+        // Its other pages are not among the pictures.
         if (task.item.pages == 0 && image && pagesOf(*image) > 1)
-            throw Failure(
-                kInputUnreadable,
-                task.item.path
-                    + ": its pages could not be counted before (start again to trace them)");
+            failForNow(task.item.path
+                           + ": its pages could not be counted before (start again to trace them)",
+                       result);
         const std::string worldSha = shaOfWorldFile(task);
         addSource(worldSha, result);
         answer(kStarted,
                QByteArray::number(begun) + ' ' + QByteArray::fromStdString(source.sha256()));
-        if (isFinishedBefore(task,
-                             { line.settings.batch.out, settings, source.sha256(), worldSha })) {
-            skip(task, image, traced);
-            return;
-        }
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
-            throw Failure(kInputUnreadable,
-                          task.item.path + ": its SHA-256 is not the expected one");
+            failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
+        if (isFinishedBefore(task,
+                             { line.settings.batch.out, settings, source.sha256(), worldSha,
+                               secondsAPicture(line.settings), line.settings.batch.memoryLimit })) {
+            skip(task, image, whyNot, traced);
+            return;
+        }
+        if (missesProgram)
+            throw MissingProgram(kInputUnreadable, whyNot);
         if (!image)
             throw Failure(kInputUnreadable, whyNot);
         if (task.item.kind == ItemKind::Book)
-            putTogether(task, traced);
+            work->putTogether(task, traced);
         else
-            draw(task, *image, traced);
+            work->draw(task, *image, traced);
         result->insert(QLatin1String("peak"), peakMemory(false));
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
@@ -215,11 +203,23 @@ private:
         result->insert(QLatin1String("seconds"), seconds);
     }
 
+    // Another run may do better with the same picture and settings.
+    [[noreturn]] static void failForNow(const std::string &text, QJsonObject *result)
+    {
+        addAgain(result);
+        throw Failure(kInputUnreadable, text);
+    }
+
     // Null, and why, for what cannot be read.
     const ImageSource *open(const std::string &path, std::string *whyNot)
     {
+        missesProgram = false;
         try {
             return &source.of(path);
+        } catch (const MissingProgram &failure) {
+            missesProgram = true;
+            *whyNot = failure.what();
+            return nullptr;
         } catch (const Failure &failure) {
             *whyNot = failure.what();
             return nullptr;
@@ -236,206 +236,26 @@ private:
             result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
     }
 
-    // The picture is finished already.
-    void skip(const Task &task, const ImageSource *image, Traced *traced)
+    // The picture is finished already, even if it is not to be read any more.
+    void skip(const Task &task, const ImageSource *image, const std::string &whyNot, Traced *traced)
     {
         const QJsonObject before = QJsonDocument::fromJson(task.before).object();
         if (image && isDone(before))
-            showAgain(task, *image, traced);
+            work->showAgain(task, *image, traced);
         traced->letter = kSkipped;
         traced->text = before.value(QLatin1String("outcome")).toString().toUtf8();
+        if (!whyNot.empty())
+            traced->text += ' ' + QByteArray::fromStdString(whyNot);
         traced->line = QJsonObject();
     }
 
-    TraceJob jobOf(const Task &task, QJsonArray *warnings)
-    {
-        TraceJob job;
-        job.threads = 1; // the processes of a batch are side by side already
-        job.input = task.item.path;
-        job.settings = line.settings;
-        job.given = line.given;
-        job.onTheSpot = onCommandLine;
-        applyItemSettings(task.item.settings, &job.settings, &job.given);
-        job.settings.page = task.item.page;
-        job.settings.outputs.clear();
-        for (const std::string &output : task.outputs)
-            job.settings.outputs.push_back(fullName(output));
-        if (!task.part.empty())
-            job.settings.outputs.push_back(fullName(task.part));
-        job.warn = [warnings](const std::string &text) {
-            warnings->append(QString::fromUtf8(text.c_str()));
-        };
-        return job;
-    }
-
-    static void makeFolders(const std::vector<std::string> &outputs)
-    {
-        for (const std::string &output : outputs) {
-            const std::string folder = output.substr(0, output.rfind('/'));
-            errno = 0;
-            if (!QDir().mkpath(QFile::decodeName(folder.c_str())))
-                throw Failure(kOutputNotWritable,
-                              folder + ": " + reasonText(errno).toLocal8Bit().toStdString());
-        }
-    }
-
-    void draw(const Task &task, const ImageSource &image, Traced *traced)
-    {
-        QJsonArray warnings;
-        TraceJob job = jobOf(task, &warnings);
-        makeFolders(job.settings.outputs);
-        job.outputs = outputsFor(task.item.path, job.settings);
-        if (image.isDrawing()) {
-            const Drawing drawing = readDrawing(image, &job);
-            stage(drawing, job.settings, job.outputs, traced);
-            addDrawing(drawing, &traced->line);
-        } else {
-            if (task.item.pages <= 1)
-                warnOfSource(image, job);
-            tracePage(task, image, job, traced);
-        }
-        if (!warnings.isEmpty())
-            traced->line.insert(QLatin1String("warnings"), warnings);
-        addOutputs(task, job.outputs, traced);
-        traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
-    }
-
-    void tracePage(const Task &task, const ImageSource &image, TraceJob job, Traced *traced)
-    {
-        auto start = std::chrono::steady_clock::now();
-        std::string remark;
-        QImage picture = image.read(task.item.page, !job.settings.raw, &remark);
-        if (!remark.empty())
-            job.warn(inputName(task.item.path) + ": " + remark);
-        const double reading = secondsSince(start);
-        const Ending ending = image.ending(task.item.page);
-        warnOfEnding(ending, job);
-        usePlacement(image, task.item.page, &job);
-        const bool checks = line.settings.batch.check;
-        const QImage shown = checks || task.preview > 0 ? picture : QImage();
-        const TracedPicture page = tracePicture(std::move(picture), job);
-        addTrace(page, &traced->line);
-        QJsonObject seconds = traced->line.value(QLatin1String("seconds")).toObject();
-        seconds.insert(QLatin1String("reading"), reading);
-        start = std::chrono::steady_clock::now();
-        stage(page.result.drawing, page.settings, job.outputs, traced);
-        seconds.insert(QLatin1String("writing"), secondsSince(start));
-        start = std::chrono::steady_clock::now();
-        if (checks)
-            addCheck(shown, page, line.settings.batch.flagBelow, ending, &traced->line);
-        seconds.insert(QLatin1String("checking"), secondsSince(start));
-        if (task.preview > 0)
-            show(task, shown, drawnSmall(page.result.drawing, task.preview), traced);
-        traced->line.insert(QLatin1String("seconds"), seconds);
-    }
-
-    static QImage drawnSmall(const Drawing &drawing, int side)
-    {
-        const double longer = std::max(1, std::max(drawing.width, drawing.height));
-        return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
-    }
-
-    void show(const Task &task, const QImage &picture, const QImage &drawn, Traced *traced)
-    {
-        const std::string name
-            = previewName(line.settings.batch.out, task.item.path, task.item.page);
-        makeFolders({ name });
-        const QByteArray bytes = previewOf(picture, drawn, task.preview);
-        QString ignored; // a report without one picture is still a report
-        traced->extra = freshFiles();
-        if (!traced->extra->add(
-                QFile::decodeName(name.c_str()),
-                [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &ignored))
-            traced->extra.reset();
-    }
-
-    // The preview of a picture that an earlier run has finished without one.
-    void showAgain(const Task &task, const ImageSource &image, Traced *traced)
-    {
-        const std::string name
-            = previewName(line.settings.batch.out, task.item.path, task.item.page);
-        if (task.preview == 0 || image.isDrawing() || access(name.c_str(), F_OK) == 0)
-            return;
-        try {
-            std::vector<std::string> drawings;
-            for (const std::string &output : task.outputs)
-                drawings.push_back(fullName(output));
-            show(task, image.read(task.item.page, true), drawnFrom(drawings, task.preview), traced);
-        } catch (const Failure &) {
-        } catch (const std::bad_alloc &) { }
-    }
-
-    std::unique_ptr<OutputFiles> freshFiles()
-    {
-        if (!cleanFolders)
-            cleanFolders = std::make_shared<QSet<QByteArray>>();
-        return std::make_unique<OutputFiles>(cleanFolders);
-    }
-
-    void stage(const Drawing &drawing, const Settings &settings, const std::vector<Output> &outputs,
-               Traced *traced)
-    {
-        traced->files = freshFiles();
-        stageOutputs(outputs, drawing, settings, traced->files.get());
-    }
-
-    static void addOutputs(const Task &task, const std::vector<Output> &outputs, Traced *traced)
-    {
-        QJsonArray list;
-        for (std::size_t i = 0; i < outputs.size(); ++i) {
-            const QByteArray bytes = traced->files->contentsOf(outputs[i].fileName);
-            const QString sha = QString::fromLatin1(sha256Of(bytes));
-            if (i == task.outputs.size()) {
-                traced->line.insert(QLatin1String("part"), sha);
-                continue;
-            }
-            QJsonObject output;
-            insertName("file", task.outputs[i], &output);
-            output.insert(QLatin1String("format"), QLatin1String(outputs[i].format->name));
-            output.insert(QLatin1String("sha256"), sha);
-            output.insert(QLatin1String("bytes"), bytes.size());
-            list.append(output);
-        }
-        traced->line.insert(QLatin1String("outputs"), list);
-    }
-
-    // All pages that could be traced, in one drawing.
-    void putTogether(const Task &task, Traced *traced)
-    {
-        PdfBook book;
-        for (const int page :
-             pagesWithin(pagesValue("pages", task.pages, kMostPages), kMostPages)) {
-            if (!book.addPage(partOf(task.item.path, page)))
-                throw Failure(kInputUnreadable,
-                              task.item.path + ": the drawing of page " + std::to_string(page)
-                                  + " has gone (start again to trace it once more)");
-        }
-        QJsonArray ignored;
-        const TraceJob job = jobOf(task, &ignored);
-        makeFolders(job.settings.outputs);
-        const std::vector<Output> outputs = outputsFor(task.item.path, job.settings);
-        traced->files = freshFiles();
-        stageBook(outputs, &book, traced->files.get());
-        addOutputs(task, outputs, traced);
-        traced->line.insert(QLatin1String("pages"), QString::fromStdString(task.pages));
-        if (!task.missing.empty())
-            traced->line.insert(QLatin1String("missing"), QString::fromStdString(task.missing));
-        traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
-    }
-
-    QByteArray partOf(const std::string &path, int page) const
-    {
-        QFile file(QFile::decodeName(fullName(partName(path, page)).c_str()));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
     CommandLine line;
-    std::set<std::string> onCommandLine;
     QByteArray fingerprint;
     KeptSource source;
-    OutputFiles::CleanFolders cleanFolders;
-    qint64 begun = 0; // pictures, since the start
+    bool missesProgram = false; // that would read the picture
+    qint64 begun = 0;           // pictures, since the start
     qint64 toldBegun = 0;
+    std::unique_ptr<TaskWork> work;
     std::unique_ptr<Finisher> finisher;
 };
 
@@ -498,6 +318,8 @@ void answerAll(const QByteArray &answers)
 
 ExitCode runWorker()
 {
+    // Programs that it starts for PDF and HEIC have no part in it.
+    (void)::fcntl(kWorkerSocket, F_SETFD, FD_CLOEXEC);
     mallopt(M_ARENA_MAX, 1); // memory of its own for the second thread would count as a picture's
     Worker worker;
     QByteArray text;

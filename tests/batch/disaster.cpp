@@ -8,6 +8,8 @@
 //   DISASTER_SLOW   set: to write to a file takes 5 ms, on fast machines too
 //   DISASTER_END    who opens a TIFF while there is this file, or this one with 2 behind its name,
 //                   takes that away and is ended as by the kernel
+//   DISASTER_OPEN   set: sockets cannot be closed
+//   DISASTER_DEAF   set to N: the run's N-th look at what a worker says fails
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -15,6 +17,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -67,6 +70,28 @@ extern "C" int open(const char *name, int flags, ...)
     va_end(more);
     endAt(name);
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+}
+
+extern "C" int close(int fd)
+{
+    struct stat info;
+    if (std::getenv("DISASTER_OPEN") && ::fstat(fd, &info) == 0 && S_ISSOCK(info.st_mode)) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_close, fd));
+}
+
+extern "C" ssize_t recv(int fd, void *data, size_t size, int flags)
+{
+    static const char *const which = std::getenv("DISASTER_DEAF");
+    static int looks = 0;
+    const bool isWorker = fd == 3;
+    if (which && !isWorker && ++looks == std::atoi(which)) {
+        errno = ENOMEM;
+        return -1;
+    }
+    return ::syscall(SYS_recvfrom, fd, data, size, flags, nullptr, nullptr);
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec *time)

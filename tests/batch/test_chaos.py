@@ -8,6 +8,7 @@ import errno
 import json
 import os
 import random
+import shutil
 import signal
 import subprocess
 import sys
@@ -15,7 +16,7 @@ import time
 import unittest
 
 from batchsupport import BatchTest, picture, untimed, workers_of
-from support import PROGRAM
+from support import PROGRAM, tiff
 
 PICTURES = int(os.environ.get("ZTRACE_CHAOS_PICTURES", "300"))
 KILLS = int(os.environ.get("ZTRACE_CHAOS_KILLS", "20"))
@@ -24,6 +25,9 @@ BALLAST = os.environ.get("ZTRACE_CHAOS_BALLAST") == "1"
 DIFFERENT = 200 # pictures; more are the same under other names
 TURNS = 3 * KILLS // 2 # runs that end early, about
 LINE = 700             # bytes of a result line, about
+
+
+HANGS = 300 # seconds: far beyond what anything here takes
 
 
 @unittest.skipUnless(DISASTER, "sanitizers have allocators of their own, which another preloaded library would come before")
@@ -141,6 +145,32 @@ class Chaos(BatchTest):
         self.assertGreater(self.unfinished, 0) # disasters among work
         print("%d pictures, %d killed, %d times full (%d runs ended by it), %d vanished, %d turns with work left"
               % (PICTURES, self.killed, self.filled, self.ended, self.vanished, self.unfinished), file=sys.stderr)
+
+    def with_disaster(self, *arguments, **disaster):
+        return subprocess.run([PROGRAM, "batch", "in", "--out", "out", "-j", "1", *arguments], cwd=self.folder, capture_output=True,
+                              env={**os.environ, "LD_PRELOAD": DISASTER, **disaster}, check=False, timeout=HANGS)
+
+    def test_a_worker_that_is_not_heard_is_replaced(self):
+        self.pictures(6)
+        self.run_program("batch", "in", "--out", "right")
+        for look in range(1, 9):
+            done = self.with_disaster(DISASTER_DEAF=str(look))
+            self.assertEqual((done.returncode, self.tree()), (0, self.tree("right")), look)
+            shutil.rmtree(self.path("out"))
+
+    def test_the_end_of_a_worker_whose_socket_stays_open_is_seen(self):
+        self.put("in/a.tif", tiff([lambda x, y: 5 < x < 20 < y]))
+        self.write("end", b"")
+        done = self.with_disaster(DISASTER_OPEN="1", DISASTER_END=self.path("end"))
+        self.assertIn(b"1 done;", done.stderr)
+
+    def test_a_program_that_reads_pages_does_not_hold_the_run(self):
+        """What it leaves behind has nothing of the run's."""
+        self.put("in/a.pdf", b"%PDF-1.4")
+        self.put("bin/pdfinfo", b"#!/bin/sh\nls -l /proc/self/fd > fds\nexit 1\n")
+        os.chmod(self.path("bin/pdfinfo"), 0o755)
+        self.run_program("batch", "in", "--out", "out", code=1, environment={"PATH": self.path("bin") + ":" + os.environ["PATH"]})
+        self.assertNotIn(b"socket", self.read("fds"))
 
 
 if __name__ == "__main__":

@@ -2,6 +2,8 @@
 //
 // JSON there and back, arcs along curves, DXF colours and structure, PDF and PNG. What other
 // programs make of the files is in tests/cli/test_readers.py.
+#include "SmallAreas.h"
+
 #include "drawing/arcs.h"
 #include "drawing/dxf.h"
 #include "drawing/formats.h"
@@ -59,17 +61,6 @@ Drawing sample()
     open.splineTo(3, { Point(6, 3), Point(7, 1), Point(8, 3) }, Point(9, 2));
     drawing.outlines.push_back(Outline());
     return drawing;
-}
-
-Path rectangle(double left, double low, double right, double high)
-{
-    Path path;
-    path.moveTo(Point(left, low));
-    path.lineTo(Point(right, low));
-    path.lineTo(Point(right, high));
-    path.lineTo(Point(left, high));
-    path.lineTo(Point(left, low));
-    return path;
 }
 
 // 32 x 32: above red to blue from left to right, below red to black away from the middle.

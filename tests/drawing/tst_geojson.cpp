@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Drawings as GeoJSON. What another program reads of it is in tests/cli/test_maps.py.
+#include "SmallAreas.h"
+
 #include "drawing/coarseness.h"
 #include "drawing/geojson.h"
 #include "drawing/wholeshape.h"
@@ -55,26 +57,6 @@ double areaOf(const QJsonArray &ring)
     return 0.5 * twice;
 }
 
-Path rectangle(double left, double low, double right, double high)
-{
-    Path path;
-    path.moveTo(Point(left, low));
-    path.lineTo(Point(left, high)); // clockwise, as areas come
-    path.lineTo(Point(right, high));
-    path.lineTo(Point(right, low));
-    path.lineTo(Point(left, low));
-    return path;
-}
-
-Outline area(const Path &shape, QRgb colour)
-{
-    Outline outline;
-    outline.shape = shape;
-    outline.colour = colour;
-    outline.layer = QStringLiteral("L");
-    return outline;
-}
-
 Drawing sheet()
 {
     Drawing drawing;
@@ -119,7 +101,7 @@ private slots:
         QCOMPARE(ring[0].toArray(), ring[ring.size() - 1].toArray());
         const QJsonObject properties = feature(collection, 1).value("properties").toObject();
         QCOMPARE(properties.value("color").toString(), QString("#cc0000"));
-        QCOMPARE(properties.value("layer").toString(), QString("L"));
+        QCOMPARE(properties.value("layer").toString(), QString("L%1").arg(0xCC0000));
         QVERIFY(!collection.contains("crs"));
         QVERIFY(collection.value("coordinates").toString().contains("no coordinate reference"));
     }

@@ -2,6 +2,8 @@
 //
 // Drawings as TopoJSON, and boundaries that rings share. What another program reads of it is in
 // tests/cli/test_maps.py.
+#include "SmallAreas.h"
+
 #include "drawing/arcsofrings.h"
 #include "drawing/topojson.h"
 
@@ -57,18 +59,6 @@ Ring decoded(const QJsonObject &topology, int number)
     return points;
 }
 
-Outline rectangle(double left, double low, double right, double high, QRgb colour)
-{
-    Outline outline;
-    outline.shape.moveTo(Point(left, low));
-    outline.shape.lineTo(Point(left, high)); // clockwise, as areas come
-    outline.shape.lineTo(Point(right, high));
-    outline.shape.lineTo(Point(right, low));
-    outline.shape.lineTo(Point(left, low));
-    outline.colour = colour;
-    return outline;
-}
-
 // Two halves, with a hole in the left one that an area fills.
 Drawing sheet()
 {
@@ -76,8 +66,8 @@ Drawing sheet()
     drawing.width = 40;
     drawing.height = 30;
     drawing.outlines
-        = { rectangle(0, 0, 20, 30, 0xFFFFFFFFu), rectangle(20, 0, 40, 30, 0xFF0000CCu),
-            rectangle(5.25, 5, 10, 20, 0xFFCC0000u) };
+        = { area(rectangle(0, 0, 20, 30), 0xFFFFFFFFu), area(rectangle(20, 0, 40, 30), 0xFF0000CCu),
+            area(rectangle(5.25, 5, 10, 20), 0xFFCC0000u) };
     drawing.outlines[0].holes = { 2 };
     return drawing;
 }

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
 // Areas that reach under their neighbours, and areas that are the ground: what each format fills.
+#include "SmallAreas.h"
+
 #include "drawing/dxf.h"
 #include "drawing/json.h"
 #include "drawing/png.h"
@@ -16,26 +18,6 @@ namespace {
 const QRgb kRed = 0xFFCC0000u;
 const QRgb kBlue = 0xFF0000CCu;
 const QRgb kWhite = 0xFFFFFFFFu;
-
-Path rectangle(double left, double low, double right, double high)
-{
-    Path path;
-    path.moveTo(Point(left, low));
-    path.lineTo(Point(left, high));
-    path.lineTo(Point(right, high));
-    path.lineTo(Point(right, low));
-    path.lineTo(Point(left, low));
-    return path;
-}
-
-Outline area(const Path &shape, QRgb colour)
-{
-    Outline outline;
-    outline.shape = shape;
-    outline.colour = colour;
-    outline.layer = QString::fromLatin1("L%1").arg(colour & 0xFFFFFF);
-    return outline;
-}
 
 // Red beside blue on white: red reaches under blue, but for a hole in which nothing is painted.
 Drawing sheet()

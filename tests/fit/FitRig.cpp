@@ -409,6 +409,25 @@ std::string svgOf(const Path &path, const Truth &truth, const ChainData &data)
     return out.str();
 }
 
+Truth leaf(Point at)
+{
+    return { cubicPiece(at, at + Point { 20, -15 }, at + Point { 60, -10 }, at + Point { 80, 20 }),
+             cubicPiece(at + Point { 80, 20 }, at + Point { 70, 45 }, at + Point { 20, 50 },
+                        at + Point { 5, 30 }),
+             linePiece(at + Point { 5, 30 }, at) };
+}
+
+bool isJoined(const Path &path)
+{
+    for (std::size_t k = 0; k + 1 < path.pieces.size(); ++k) {
+        const Point a = path.pieces[k].end;
+        const Point b = path.pieces[k + 1].start;
+        if (a.x != b.x || a.y != b.y)
+            return false;
+    }
+    return true;
+}
+
 Point phase(Noise *noise, double at)
 {
     return { at + noise->uniform(), at + noise->uniform() };

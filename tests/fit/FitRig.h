@@ -29,6 +29,7 @@ Truth circleTruth(Point centre, double radius);
 Truth ellipseTruth(Point centre, double a, double b, double angle);
 Truth rectangleTruth(Point centre, double width, double height, double angle, double radius = 0);
 Truth polygonTruth(const std::vector<Point> &corners);
+Truth leaf(Point at); // a blob of cubics with two corners, as lettering has them
 
 // Coverage of every pixel by a closed polygon, exact but for rounding; clockwise or not.
 struct Raster
@@ -72,6 +73,9 @@ int sizeFor(const Truth &truth);
 // The fit of the truth's outline in such a picture; with noise, of a picture that has it.
 Path fitOf(const Truth &truth, Edge edge, const Settings &settings, double deviation = 0,
            Noise *noise = nullptr);
+
+// Whether each piece begins where the one before it ends, to the last bit.
+bool isJoined(const Path &path);
 
 struct Score
 {

@@ -39,22 +39,28 @@ struct Quality
     double rms() const { return std::sqrt(squares / count); }
 };
 
-bool isJoined(const Path &path)
-{
-    for (std::size_t k = 0; k + 1 < path.pieces.size(); ++k) {
-        const Point a = path.pieces[k].end;
-        const Point b = path.pieces[k + 1].start;
-        if (a.x != b.x || a.y != b.y)
-            return false;
-    }
-    return true;
-}
-
 double kinkBefore(const Path &path, std::size_t k)
 {
     const Point a = endTangent(path.pieces[k > 0 ? k - 1 : path.pieces.size() - 1]);
     const Point b = startTangent(path.pieces[k]);
     return std::fabs(std::atan2(cross(a, b), dot(a, b)));
+}
+
+// The cracks of a half plane below a line from the origin, as a chain between two nodes.
+ChainData halfPlane(double slope, int width)
+{
+    ChainData data = { {}, {}, {}, Edge::Hard, false };
+    int y = 0;
+    for (int x = 0; x < width; ++x) {
+        const int next = static_cast<int>(std::floor(slope * (x + 0.5) + 0.37));
+        for (; y < next; ++y) {
+            data.x.push_back(x);
+            data.y.push_back(y + 0.5);
+        }
+        data.x.push_back(x + 0.5);
+        data.y.push_back(y);
+    }
+    return data;
 }
 
 Truth star(Point centre, double turn)
@@ -65,15 +71,6 @@ Truth star(Point centre, double turn)
         corners.push_back(centre + (k % 2 ? 22.0 : 55.0) * Point { std::cos(a), std::sin(a) });
     }
     return polygonTruth(corners);
-}
-
-// A blob of cubics with two corners, as lettering has them.
-Truth leaf(Point at)
-{
-    return { cubicPiece(at, at + Point { 20, -15 }, at + Point { 60, -10 }, at + Point { 80, 20 }),
-             cubicPiece(at + Point { 80, 20 }, at + Point { 70, 45 }, at + Point { 20, 50 },
-                        at + Point { 5, 30 }),
-             linePiece(at + Point { 5, 30 }, at) };
 }
 
 } // namespace
@@ -316,20 +313,9 @@ void tst_FitChain::longLines()
 
 void tst_FitChain::longOpenLineIsOne()
 {
-    // The cracks of a half plane, as a chain between two nodes.
     const Settings settings = settingsFor(svgPrices());
     for (const double slope : { 0.0004, 0.003, 0.01, 0.07, 0.31, 0.5, 0.77, 1.0 }) {
-        ChainData data = { {}, {}, {}, Edge::Hard, false };
-        int y = 0;
-        for (int x = 0; x < 1480; ++x) {
-            const int next = static_cast<int>(std::floor(slope * (x + 0.5) + 0.37));
-            for (; y < next; ++y) {
-                data.x.push_back(x);
-                data.y.push_back(y + 0.5);
-            }
-            data.x.push_back(x + 0.5);
-            data.y.push_back(y);
-        }
+        const ChainData data = halfPlane(slope, 1480);
         const Path path = fitChain(data.view(), settings);
         QVERIFY2(path.pieces.size() == 1, qPrintable(QString::number(slope)));
         QCOMPARE(path.pieces[0].kind, Kind::Line);
@@ -341,17 +327,8 @@ void tst_FitChain::bentLineOfOneBitIsTwo()
     // Nearly along the rows, then nearly along the columns: steps hundreds of cracks apart.
     const Settings settings = settingsFor(svgPrices());
     for (const double slope : { 0.0021, 0.004, 0.0073, 0.011 }) {
-        ChainData data = { {}, {}, {}, Edge::Hard, false };
-        int y = 0;
-        for (int x = 0; x < 1200; ++x) {
-            const int next = static_cast<int>(std::floor(slope * (x + 0.5) + 0.37));
-            for (; y < next; ++y) {
-                data.x.push_back(x);
-                data.y.push_back(y + 0.5);
-            }
-            data.x.push_back(x + 0.5);
-            data.y.push_back(y);
-        }
+        ChainData data = halfPlane(slope, 1200);
+        int y = static_cast<int>(data.y.back());
         int x = 1200;
         for (const int top = y; y < top + 1200; ++y) {
             const int next = 1200 - static_cast<int>(std::floor(slope * (y - top + 0.5) + 0.4));

@@ -26,26 +26,6 @@ bool isFinite(const Path &path)
     return std::isfinite(path.misfit) && std::isfinite(path.numbers);
 }
 
-bool isJoined(const Path &path)
-{
-    for (std::size_t k = 0; k + 1 < path.pieces.size(); ++k) {
-        const Point a = path.pieces[k].end;
-        const Point b = path.pieces[k + 1].start;
-        if (a.x != b.x || a.y != b.y)
-            return false;
-    }
-    return true;
-}
-
-// A blob of cubics with two corners, as lettering has them.
-Truth leaf(Point at)
-{
-    return { cubicPiece(at, at + Point { 20, -15 }, at + Point { 60, -10 }, at + Point { 80, 20 }),
-             cubicPiece(at + Point { 80, 20 }, at + Point { 70, 45 }, at + Point { 20, 50 },
-                        at + Point { 5, 30 }),
-             linePiece(at + Point { 5, 30 }, at) };
-}
-
 } // namespace
 
 class tst_FitOdd : public QObject
