@@ -257,7 +257,10 @@ std::vector<Entry> colourOptions()
                     "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
                     "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
                     "from thin to thick; solid parts are on `SOLID`, dimensions with their arrow "
-                    "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`"),
+                    "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`. Drawings in a few "
+                    "inks keep "
+                    "their colours, a layer a pen and ink (`PEN_1_FF0000`); `--palette` names one "
+                    "ink for all"),
         Entry("edges", flag([](Settings &s, bool on) { s.edges = on; }))
             .appliesTo(kToReduced)
             .help("Draw every boundary between two areas once, as a line, for cutters and "

@@ -48,6 +48,7 @@ Ink inkOf(const Settings &settings)
     ink.scan.despeckle = settings.despeckle;
     ink.engine = settings.engine;
     ink.strokes = settings.strokes;
+    ink.ownColours = settings.palette.empty();
     if (!settings.palette.empty()) {
         const auto darker = [](QRgb a, QRgb b) { return qGray(a) < qGray(b); };
         const auto ends

@@ -28,8 +28,9 @@ struct Ink
     ScanPlan scan;
     QRgb inkColour = 0xFF000000u;
     QRgb paperColour = 0xFFFFFFFFu;
-    EngineOptions engine; // said by the user; where they steer its reduction the engine splits
-    bool strokes = false; // lines become centre lines with pens; what is solid stays an area
+    EngineOptions engine;   // said by the user; where they steer its reduction the engine splits
+    bool ownColours = true; // strokes have the colours of their inks; false: inkColour
+    bool strokes = false;   // lines become centre lines with pens; what is solid stays an area
 };
 
 // The picture's own flat colours; soft edges go to the areas beside them.
