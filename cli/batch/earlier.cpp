@@ -11,6 +11,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace ztrace {
 
 namespace {
@@ -28,11 +30,11 @@ bool isOfNow(const QJsonObject &line, const Conditions &now)
 }
 
 // Of a picture that failed: whether this run may do better.
-bool isWorthATry(const Task &task, const QJsonObject &before, const Conditions &now)
+bool isWorthATry(const QJsonObject &before, const Conditions &now)
 {
     const double limit = before.value(QLatin1String(kLimit)).toDouble();
     const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
-    return task.retry || before.value(QLatin1String(kAgain)).toBool()
+    return before.value(QLatin1String(kAgain)).toBool()
         || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
 }
 
@@ -52,6 +54,11 @@ bool hasOutputs(const QJsonObject &line, const std::vector<std::string> &names,
     return true;
 }
 
+QJsonObject objectIn(const QByteArray &line)
+{
+    return QJsonDocument::fromJson(line).object();
+}
+
 bool isBookFinished(const QJsonObject &line, const std::string &pages,
                     const std::vector<std::string> &names, const Conditions &now)
 {
@@ -65,9 +72,25 @@ bool isPartThere(const Task &task, const QJsonObject &line, const Conditions &no
     const std::string part = textIn(line, "part");
     if (part.empty())
         return false;
-    return part == shaOfFile(now.out + '/' + task.part)
-        || isBookFinished(QJsonDocument::fromJson(task.bookBefore).object(), task.pages, task.books,
-                          now);
+    if (part == shaOfFile(now.out + '/' + task.part))
+        return true;
+    const QList<QByteArray> books = task.bookBefore.split('\n');
+    return std::any_of(books.begin(), books.end(), [&](const QByteArray &book) {
+        return isBookFinished(objectIn(book), task.pages, task.books, now);
+    });
+}
+
+bool isOfThisPicture(const QJsonObject &line, const Conditions &now)
+{
+    return isOfNow(line, now) && (now.sha256.empty() || textIn(line, "worldFile") == now.worldSha);
+}
+
+bool isDrawn(const Task &task, const QJsonObject &line, const Conditions &now)
+{
+    if (task.item.kind == ItemKind::Book)
+        return isBookFinished(line, task.pages, task.outputs, now);
+    return isOfThisPicture(line, now) && isDone(line) && hasOutputs(line, task.outputs, now.out)
+        && (task.part.empty() || isPartThere(task, line, now));
 }
 
 } // namespace
@@ -81,18 +104,21 @@ std::string shaOfFile(const std::string &fileName)
     }
 }
 
-bool isFinishedBefore(const Task &task, const Conditions &now)
+QByteArray finishedBefore(const Task &task, const Conditions &now)
 {
-    const QJsonObject before = QJsonDocument::fromJson(task.before).object();
-    if (task.item.kind == ItemKind::Book)
-        return isBookFinished(before, task.pages, task.outputs, now);
-    if (!isOfNow(before, now)
-        || (!now.sha256.empty() && textIn(before, "worldFile") != now.worldSha))
-        return false;
-    if (!isDone(before))
-        return !isWorthATry(task, before, now);
-    return hasOutputs(before, task.outputs, now.out)
-        && (task.part.empty() || isPartThere(task, before, now));
+    const QList<QByteArray> lines = task.before.split('\n');
+    for (const QByteArray &line : lines) {
+        if (isDrawn(task, objectIn(line), now))
+            return line;
+    }
+    if (task.retry || task.item.kind == ItemKind::Book)
+        return QByteArray();
+    for (const QByteArray &line : lines) {
+        const QJsonObject before = objectIn(line);
+        if (isOfThisPicture(before, now))
+            return isDone(before) || isWorthATry(before, now) ? QByteArray() : line;
+    }
+    return QByteArray();
 }
 
 } // namespace ztrace

@@ -26,10 +26,12 @@ struct Conditions
 // SHA-256 of a file, empty when it cannot be read.
 std::string shaOfFile(const std::string &fileName);
 
-// Whether an earlier run has finished the picture as this one would: its line was written under the
-// same conditions, and its drawings are there. A picture that has gone needs no new drawing. The
-// page of a book may be there as a part of it, or in the book itself.
-bool isFinishedBefore(const Task &task, const Conditions &now);
+// The line by which an earlier run has finished the picture as this one would; null when there is
+// none. It was written under the same conditions, and its drawings are there; or else it is the
+// first of the task's lines that was, and a failure that is not to be tried again. A picture that
+// has gone needs no new drawing. The page of a book may be there as a part of it, or in the book
+// itself.
+QByteArray finishedBefore(const Task &task, const Conditions &now);
 
 } // namespace ztrace
 

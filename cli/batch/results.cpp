@@ -1,17 +1,22 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "results.h"
 
+#include "version.h"
+
 #include "cli/failure.h"
 
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QJsonDocument>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <numeric>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ztrace {
@@ -70,6 +75,27 @@ bool holdsResults(int fd, const std::string &name)
     return line.contains(QLatin1String("outcome")) && line.contains(QLatin1String("path"));
 }
 
+std::uint32_t shortHash(const QString &text)
+{
+    const QByteArray digest = QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5);
+    std::uint32_t number = 0;
+    std::memcpy(&number, digest.constData(), sizeof number);
+    return number;
+}
+
+std::uint32_t conditionsOf(const QString &version, const QString &settings)
+{
+    return shortHash(version + QLatin1Char('\n') + settings);
+}
+
+// 0 for a line without a time.
+qint64 timeIn(const QJsonObject &line)
+{
+    const QDateTime time
+        = QDateTime::fromString(line.value(QLatin1String("time")).toString(), Qt::ISODateWithMs);
+    return time.isValid() ? time.toMSecsSinceEpoch() : 0;
+}
+
 } // namespace
 
 void insertName(const char *name, const std::string &bytes, QJsonObject *line)
@@ -107,15 +133,18 @@ std::string keyOf(const std::string &path, int page)
 }
 
 int forEachLine(const std::string &fileName,
-                const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take)
+                const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take,
+                qint64 *from)
 {
     const Descriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen() && errno == ENOENT)
         return 0;
     if (!file.isOpen())
         fail(kInputUnreadable, fileName, errno);
+    if (::lseek(file.get(), *from, SEEK_SET) < 0 && errno != ESPIPE)
+        fail(kInputUnreadable, fileName, errno);
     int wrong = 0;
-    qint64 offset = 0; // of what `text` begins with
+    qint64 &offset = *from; // of what `text` begins with
     QByteArray text;
     std::vector<char> part(kPart);
     for (;;) {
@@ -153,54 +182,123 @@ bool Ledger::isInOrder(const Place &a, const Place &b)
     return a.file != b.file ? a.file < b.file : a.offset < b.offset;
 }
 
+int Ledger::numberOf(const std::string &fileName)
+{
+    const auto found = numbers.insert({ fileName, static_cast<int>(files.size()) });
+    if (found.second)
+        files.push_back({ fileName, 0, 0 });
+    return found.first->second;
+}
+
+// Somebody has begun the file anew.
+void Ledger::forget(int file)
+{
+    files[static_cast<std::size_t>(file)].read = 0;
+    files[static_cast<std::size_t>(file)].wrong = 0;
+    const Place *kept = std::remove_if(places.begin(), places.end(),
+                                       [file](const Place &place) { return place.file == file; });
+    places.cutTo(static_cast<std::size_t>(kept - places.begin()));
+}
+
 void Ledger::read(const std::string &fileName)
 {
-    files.push_back(fileName);
+    const int number = numberOf(fileName);
+    struct stat info;
+    if (::stat(fileName.c_str(), &info) == 0 && S_ISREG(info.st_mode)
+        && info.st_size < files[static_cast<std::size_t>(number)].read)
+        forget(number);
     isSettled = false;
-    const int file = static_cast<int>(files.size()) - 1;
-    wrong += forEachLine(fileName, [&](const QJsonObject &line, qint64 offset, int size) {
-        const std::string path = nameIn(line, "path");
-        if (path.empty())
-            return;
-        Place place = { {}, offset, file, size, isDone(line) };
-        const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
-        std::copy(key.begin(), key.end(), place.key.begin());
-        places.add(place);
-    });
+    File &file = files[static_cast<std::size_t>(number)];
+    file.wrong += forEachLine(
+        fileName,
+        [&](const QJsonObject &line, qint64 offset, int size) {
+            const std::string path = nameIn(line, "path");
+            if (path.empty())
+                return;
+            Place place = {};
+            const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
+            std::copy(key.begin(), key.end(), place.key.begin());
+            place.offset = offset;
+            place.time = timeIn(line);
+            place.conditions = conditionsOf(line.value(QLatin1String("version")).toString(),
+                                            line.value(QLatin1String("settings")).toString());
+            place.source = shortHash(line.value(QLatin1String("sha256")).toString());
+            place.file = number;
+            place.size = static_cast<unsigned>(size) & 0x3fffffffU;
+            place.isDone = isDone(line);
+            places.add(place);
+        },
+        &file.read);
 }
 
-void Ledger::clear()
+int Ledger::wrongLines() const
 {
-    files.clear();
-    places.cutTo(0);
-    isSettled = true;
-    wrong = 0;
+    return std::accumulate(files.begin(), files.end(), 0,
+                           [](int sum, const File &file) { return sum + file.wrong; });
 }
 
-// One line a picture: that of a file is its last one, and that of several files the last that is
-// done, or else the last.
+void Ledger::prefer(const QByteArray &settings)
+{
+    preferred = conditionsOf(QLatin1String(programVersion()), QLatin1String(settings));
+    isSettled = false;
+}
+
 void Ledger::settle() const
 {
     if (isSettled)
         return;
     isSettled = true;
+    pictures = 0;
     std::sort(places.begin(), places.end(), isBefore);
+    Place *const end = keepLastOfFiles();
+    for (Place *first = places.begin(); first != end;) {
+        Place *const next
+            = std::find_if(first, end, [&](const Place &place) { return place.key != first->key; });
+        rank(first, next);
+        ++pictures;
+        first = next;
+    }
+}
+
+// Returns the end of what is left.
+Ledger::Place *Ledger::keepLastOfFiles() const
+{
     Place *kept = places.begin();
     std::size_t count = 0;
     for (const Place &place : places) {
-        const bool isOther = count == 0 || kept[count - 1].key != place.key;
-        if (isOther)
-            kept[count++] = place;
-        else if (place.done || !kept[count - 1].done || kept[count - 1].file == place.file)
+        if (count > 0 && kept[count - 1].key == place.key && kept[count - 1].file == place.file)
             kept[count - 1] = place;
+        else
+            kept[count++] = place;
     }
     places.cutTo(count);
+    return kept + count;
+}
+
+// The lines of one picture, from several files.
+void Ledger::rank(Place *first, Place *end) const
+{
+    const auto isBetter = [this](const Place &a, const Place &b) {
+        const bool isOfNow = a.conditions == preferred;
+        if (isOfNow != (b.conditions == preferred))
+            return isOfNow;
+        return a.time != b.time ? a.time > b.time : isInOrder(b, a);
+    };
+    std::sort(first, end, isBetter);
+    Place *const holds = std::find_if(first, end, [first](const Place &place) {
+        return place.isDone && place.conditions == first->conditions
+            && place.source == first->source;
+    });
+    if (holds != end)
+        std::rotate(first, holds, holds + 1);
+    for (Place *place = first; place != end; ++place)
+        place->holds = place == first;
 }
 
 std::size_t Ledger::size() const
 {
     settle();
-    return places.size();
+    return pictures;
 }
 
 void Ledger::forEach(const std::function<void(const QJsonObject &line)> &take) const
@@ -213,35 +311,55 @@ void Ledger::forEachIn(
 {
     settle();
     SpoolArray<Place> sorted;
-    for (const Place &place : places)
-        sorted.add(place);
+    for (const Place &place : places) {
+        if (place.holds)
+            sorted.add(place);
+    }
     std::sort(sorted.begin(), sorted.end(), isInOrder);
     for (const Place &place : sorted) {
         const QJsonObject line = QJsonDocument::fromJson(lineAt(place)).object();
         if (!line.isEmpty())
-            take(line, files[static_cast<std::size_t>(place.file)]);
+            take(line, files[static_cast<std::size_t>(place.file)].name);
     }
 }
 
-QByteArray Ledger::lineOf(const std::string &path, int page) const
+// The end of all places when there is none.
+const Ledger::Place *Ledger::firstOf(const std::string &path, int page) const
 {
     settle();
-    if (places.size() == 0)
-        return QByteArray();
     Place wanted = {};
     const std::string key = keyOf(path, page);
     std::copy(key.begin(), key.end(), wanted.key.begin());
     const Place *found
         = std::lower_bound(places.begin(), places.end(), wanted,
                            [](const Place &a, const Place &b) { return a.key < b.key; });
-    return found == places.end() || found->key != wanted.key ? QByteArray() : lineAt(*found);
+    return found == places.end() || found->key != wanted.key ? places.end() : found;
+}
+
+QByteArray Ledger::lineOf(const std::string &path, int page) const
+{
+    const Place *place = firstOf(path, page);
+    return place == places.end() ? QByteArray() : lineAt(*place);
+}
+
+QByteArray Ledger::linesOf(const std::string &path, int page, const QByteArray &settings) const
+{
+    const std::uint32_t wanted
+        = conditionsOf(QLatin1String(programVersion()), QLatin1String(settings));
+    QByteArray lines;
+    const Place *const first = firstOf(path, page);
+    for (const Place *at = first; at != places.end() && at->key == first->key; ++at) {
+        if (at->conditions == wanted)
+            lines += (lines.isEmpty() ? "" : "\n") + lineAt(*at);
+    }
+    return lines;
 }
 
 QByteArray Ledger::lineAt(const Place &place) const
 {
     const Descriptor file(
-        ::open(files[static_cast<std::size_t>(place.file)].c_str(), O_RDONLY | O_CLOEXEC));
-    QByteArray line(place.size, '\0');
+        ::open(files[static_cast<std::size_t>(place.file)].name.c_str(), O_RDONLY | O_CLOEXEC));
+    QByteArray line(static_cast<int>(place.size), '\0');
     if (!file.isOpen()
         || ::pread(file.get(), line.data(), static_cast<std::size_t>(line.size()), place.offset)
             != line.size())

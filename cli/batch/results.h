@@ -11,8 +11,10 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "drawing/files.h"
@@ -47,19 +49,25 @@ bool isBook(const QJsonObject &line);
 std::string keyOf(const std::string &path, int page);
 
 // Gives every whole line of a file that is a JSON object, with its place. What is none is counted
-// in the result. Throws a Failure for a file that cannot be read; one that is not there has no
-// lines.
+// in the result. Begins at `*from`, which is the end of the last whole line afterwards. Throws a
+// Failure for a file that cannot be read; one that is not there has no lines.
 int forEachLine(const std::string &fileName,
-                const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take);
+                const std::function<void(const QJsonObject &line, qint64 offset, int size)> &take,
+                qint64 *from);
 
-// The line of every picture that holds, by place: 40 bytes a line, whatever is in it, in a
-// SpoolArray. Of a file that is the last one; of several files one of a drawing that is there goes
-// before others.
+// The line of every picture that holds, by place: 48 bytes a line, whatever is in it, in a
+// SpoolArray. Of a file that is the last one, whatever the clock said. Of several files it is the
+// newest, by the times in them; but where that is a failure, and another one is of a drawing from
+// the same file by the same settings and program, it is that one. What files are called means
+// nothing.
 class Ledger
 {
 public:
+    // Of a file that was read before, what has been added to it since.
     void read(const std::string &fileName);
-    void clear();
+
+    // Lines of these settings, and of this program, go before those of others.
+    void prefer(const QByteArray &settings);
 
     // Every line that holds, in the order of files and lines.
     void forEach(const std::function<void(const QJsonObject &line)> &take) const;
@@ -69,10 +77,14 @@ public:
         const std::function<void(const QJsonObject &line, const std::string &file)> &take) const;
 
     // Whole lines that are no objects.
-    int wrongLines() const { return wrong; }
+    int wrongLines() const;
 
     // Null when there is none.
     QByteArray lineOf(const std::string &path, int page) const;
+
+    // Those of all files by these settings and this program, the one that would hold first, with a
+    // line end between them. Null when there is none.
+    QByteArray linesOf(const std::string &path, int page, const QByteArray &settings) const;
 
     std::size_t size() const;
 
@@ -81,20 +93,38 @@ private:
     {
         std::array<char, 16> key;
         qint64 offset;
-        int file;
-        int size;
-        bool done;
+        qint64 time;              // milliseconds since 1970
+        std::uint32_t conditions; // of program and settings: four bytes of a hash
+        std::uint32_t source;     // of the picture's file, likewise
+        std::int32_t file;
+        std::uint32_t size : 30;
+        std::uint32_t isDone : 1;
+        std::uint32_t holds : 1;
     };
     static bool isBefore(const Place &a, const Place &b);
     static bool isInOrder(const Place &a, const Place &b);
+    int numberOf(const std::string &fileName);
+    void forget(int file);
     void settle() const;
+    Place *keepLastOfFiles() const;
+    void rank(Place *first, Place *end) const;
+    const Place *firstOf(const std::string &path, int page) const;
     QByteArray lineAt(const Place &place) const;
 
-    std::vector<std::string> files;
-    // Of every line; sorted by the picture, and one a picture, when they were settled.
+    struct File
+    {
+        std::string name;
+        qint64 read; // bytes
+        int wrong;
+    };
+    std::vector<File> files;
+    std::unordered_map<std::string, int> numbers; // of files
+    std::uint32_t preferred = 0;
+    // Of every line; when they were settled, one a picture and file, those of a picture together
+    // and the one that holds first.
     mutable SpoolArray<Place> places;
+    mutable std::size_t pictures = 0;
     mutable bool isSettled = true;
-    int wrong = 0;
 };
 
 // The file that a run appends to. Nobody else does meanwhile.

@@ -18,10 +18,10 @@ struct Task
 {
     Item item;
     std::vector<std::string> outputs; // below the folder of the drawings
-    QByteArray before;                // its line of an earlier run
+    QByteArray before;                // its lines of earlier runs, see Ledger::linesOf
 
-    // Of the page of a book: the part that it gives, the book's own drawings, its line of an
-    // earlier run, and the pages that are asked for. Of a book: the pages that could be traced, and
+    // Of the page of a book: the part that it gives, the book's own drawings, its lines of earlier
+    // runs, and the pages that are asked for. Of a book: the pages that could be traced, and
     // those that could not. Pages as ranges.
     std::string part;
     std::vector<std::string> books;

@@ -182,10 +182,12 @@ private:
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
             failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
-        if (isFinishedBefore(task,
+        const QByteArray before
+            = finishedBefore(task,
                              { line.settings.batch.out, settings, source.sha256(), worldSha,
-                               secondsAPicture(line.settings), line.settings.batch.memoryLimit })) {
-            skip(task, image, whyNot, traced);
+                               secondsAPicture(line.settings), line.settings.batch.memoryLimit });
+        if (!before.isEmpty()) {
+            skip(task, image, whyNot, QJsonDocument::fromJson(before).object(), traced);
             return;
         }
         if (missesProgram)
@@ -237,9 +239,9 @@ private:
     }
 
     // The picture is finished already, even if it is not to be read any more.
-    void skip(const Task &task, const ImageSource *image, const std::string &whyNot, Traced *traced)
+    void skip(const Task &task, const ImageSource *image, const std::string &whyNot,
+              const QJsonObject &before, Traced *traced)
     {
-        const QJsonObject before = QJsonDocument::fromJson(task.before).object();
         if (image && isDone(before))
             work->showAgain(task, *image, traced);
         traced->letter = kSkipped;

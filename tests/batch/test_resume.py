@@ -1,5 +1,6 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """What is finished is not done again, and what is not finished leaves nothing behind."""
+import csv
 import json
 import os
 import random
@@ -83,6 +84,50 @@ class Resume(BatchTest):
         self.assertIn("1 done, 2 finished", self.batch("in").stderr.decode())
         again = [untimed(json.loads(line)) for line in self.read("out/ztrace-results.jsonl").splitlines()]
         self.assertEqual(again, [untimed(json.loads(line)) for line in text.splitlines()])
+
+    def rewrite(self, name, **members):
+        """Gives the lines of a result file other members."""
+        lines = [{**json.loads(text), **members} for text in self.read(name).splitlines()]
+        self.write(name, "".join(json.dumps(line) + "\n" for line in lines).encode())
+
+    def settings_in(self, table):
+        return {row["path"]: row["settings"] for row in csv.DictReader(self.read(table).decode().splitlines())}
+
+    def test_the_name_of_a_result_file_means_nothing(self):
+        self.pictures(5)
+        self.batch("in")
+        before = self.lines()["in/p0000.png", 1]["settings"]
+        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results.zz.jsonl"))
+        for clock in "2001-01-01T00:00:00.000Z", "2099-01-01T00:00:00.000Z":  # of what is out of date
+            self.rewrite("out/ztrace-results.zz.jsonl", time=clock)
+            for colors in "3", "4":
+                words = ["in", "--colors", colors, "--csv", "now.csv"]
+                self.batch(*words, "--leases", "2")
+                for more in ["--leases", "2"], ["--chunk", "1/2"], []:
+                    result = self.batch(*words, *more)
+                    self.assertIn("0 done", result.stderr.decode())
+                    self.assertNotIn(before, self.settings_in("now.csv").values())
+        # Without settings of now the clock is asked.
+        self.run_program("batch", "summary", "out", "--csv", "now.csv")
+        self.assertEqual(set(self.settings_in("now.csv").values()), {before})
+        self.rewrite("out/ztrace-results.zz.jsonl", time="2001-01-01T00:00:00.000Z")
+        self.run_program("batch", "summary", "out", "--csv", "now.csv")
+        self.assertNotIn(before, self.settings_in("now.csv").values())
+
+    def test_of_lines_of_several_files_one_that_matches_the_picture_counts(self):
+        self.pictures(1)
+        self.batch("in")
+        os.rename(self.path("out/ztrace-results.jsonl"), self.path("out/ztrace-results.zz.jsonl"))
+        self.rewrite("out/ztrace-results.zz.jsonl", time="2099-01-01T00:00:00.000Z")
+        self.put("in/p0000.png", picture(77))
+        self.assertIn("1 done", self.batch("in", "--leases", "2").stderr.decode())
+        self.assertIn("0 done, 1 finished before", self.batch("in", "--leases", "2").stderr.decode())
+        # A failure under the same conditions does not hide the drawing, whichever came last.
+        own = next(name for name in os.listdir(self.path("out")) if name.startswith("ztrace-results-") and self.read("out/" + name))
+        failure = {**self.lines("out/" + own)["in/p0000.png", 1], "outcome": "died", "error": "x", "outputs": []}
+        self.write("out/ztrace-results.zzz.jsonl", json.dumps({**failure, "time": "2099-02-01T00:00:00.000Z"}).encode()
+                   + b"\n")
+        self.assertIn("0 done, 1 finished before", self.batch("in").stderr.decode())
 
     def test_two_runs_do_not_share_results(self):
         os.makedirs(self.path("in"))

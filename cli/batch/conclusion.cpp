@@ -1,0 +1,81 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "conclusion.h"
+
+#include "stopsignals.h"
+#include "summary.h"
+
+#include "cli/messages.h"
+
+#include <cerrno>
+
+namespace ztrace {
+
+namespace {
+
+std::size_t openOf(const BatchRun &run)
+{
+    const Tally &tally = run.outcomes->soFar();
+    return tally.all - tally.past() + run.books.open();
+}
+
+void tellNumbers(const BatchRun &run)
+{
+    const Tally &tally = run.outcomes->soFar();
+    const std::size_t open = openOf(run);
+    if (run.line.settings.quiet) {
+        if (open > 0)
+            tell(std::to_string(open) + " left (start again to go on)");
+        return;
+    }
+    std::string text = std::to_string(tally.done) + " done";
+    const auto add = [&text](std::size_t number, const char *what) {
+        if (number > 0)
+            text += ", " + std::to_string(number) + what;
+    };
+    add(tally.finished, " finished before");
+    add(tally.books, tally.books == 1 ? " file of all its pages" : " files of all pages");
+    add(tally.failed + tally.failedBooks, " failed");
+    add(tally.flagged, " to be looked at");
+    add(tally.warned, " with warnings");
+    add(open, " left (start again to go on)");
+    tell(text + "; results in " + resultsName(run.batch));
+}
+
+void summarise(const BatchRun &run)
+{
+    const BatchSettings &batch = run.batch;
+    if (batch.report.empty() && batch.csv.empty() && batch.premis.empty())
+        return;
+    Ledger now;
+    for (const std::string &name : resultFilesIn(batch.out))
+        now.read(name);
+    if (!batch.results.empty())
+        now.read(batch.results);
+    now.prefer(run.fingerprint);
+    writeSummaries(now, run.line.settings);
+}
+
+} // namespace
+
+ExitCode conclude(const BatchRun &run)
+{
+    const BatchSettings &batch = run.batch;
+    tellNumbers(run);
+    // These no line has told.
+    if (run.outcomes->failedInEarlierRuns() > 0) {
+        tell(std::to_string(run.outcomes->failedInEarlierRuns())
+             + " of the failures are of earlier runs (see --retry failed)");
+    }
+    summarise(run);
+    if (batch.chunks == 1 && batch.leases == 0 && batch.results.empty())
+        removeFolderOfParts(batch.out); // no other run writes there
+    if (batch.watch.empty())
+        endBySignal();
+    errno = 0;
+    requireArrival(stdout);
+    const Tally &tally = run.outcomes->soFar();
+    const bool isGood = tally.failed + tally.failedBooks + openOf(run) + run.leftOut == 0;
+    return isGood && run.agenda.problems.empty() ? kSuccess : kFailed;
+}
+
+} // namespace ztrace
