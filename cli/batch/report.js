@@ -16,11 +16,9 @@ let shown = [], drawn = 0, line = 0, sortBy = "name", sortWay = 1, current = -1,
 const kLeastScale = -4, kMoved = 60;
 // Pixels of the screen that one of the preview and one of the picture get at most: beyond that there is nothing to be seen.
 const kPreviewPixel = 16, kPicturePixel = 100;
-for (const row of rows) row.page = row.page ?? 1;
 const inPages = new Set(rows.filter(row => row.page !== 1).map(row => row.path));
 rows.forEach((row, i) => {
   row.index = i;
-  row.flags = row.flags || [];
   row.name = row.path + (row.page === 0 ? ", its pages in one file" : inPages.has(row.path) ? ", page " + row.page : "");
 });
 // Numbers in names count as such: page 10 comes after page 2.

@@ -35,26 +35,46 @@ bool put(QIODevice *device, const QByteArray &bytes)
     return device->write(bytes) == bytes.size();
 }
 
-void copy(const QJsonObject &from, const char *name, const char *as, QJsonObject *to)
+// Lines may be anybody's: the page is given what it counts on, or nothing.
+void copyText(const QJsonObject &from, const char *name, QJsonObject *to)
+{
+    const QString text = from.value(QLatin1String(name)).toString();
+    if (!text.isEmpty())
+        to->insert(QLatin1String(name), text);
+}
+
+void copyNumber(const QJsonObject &from, const char *name, const char *as, QJsonObject *to)
 {
     const QJsonValue value = from.value(QLatin1String(name));
-    if (!value.isUndefined())
+    if (value.isDouble())
         to->insert(QLatin1String(as), value);
+}
+
+QJsonArray textsOf(const QJsonArray &values)
+{
+    QJsonArray texts;
+    for (const QJsonValue &value : values)
+        texts.append(value.toString());
+    return texts;
 }
 
 QJsonObject rowOf(const QJsonObject &line)
 {
     QJsonObject row;
-    for (const char *member : { "path", "page", "outcome", "error", "flags", "preset", "reason",
-                                "width", "height", "time", "version" })
-        copy(line, member, member, &row);
+    row.insert(QLatin1String("path"), line.value(QLatin1String("path")).toString());
+    row.insert(QLatin1String("page"), line.value(QLatin1String("page")).toInt(1));
+    row.insert(QLatin1String("flags"), textsOf(line.value(QLatin1String("flags")).toArray()));
+    for (const char *member : { "outcome", "error", "preset", "reason", "time", "version" })
+        copyText(line, member, &row);
+    for (const char *member : { "width", "height" })
+        copyNumber(line, member, member, &row);
     row.insert(QLatin1String("settings"),
                line.value(QLatin1String("settings")).toString().left(kShownDigits));
-    copy(line.value(QLatin1String("seconds")).toObject(), "total", "seconds", &row);
+    copyNumber(line.value(QLatin1String("seconds")).toObject(), "total", "seconds", &row);
     const QJsonObject check = line.value(QLatin1String("check")).toObject();
-    copy(check, "agreement", "agreement", &row);
-    copy(check, "lost", "lost", &row);
-    copy(check, "colourError", "colour", &row);
+    copyNumber(check, "agreement", "agreement", &row);
+    copyNumber(check, "lost", "lost", &row);
+    copyNumber(check, "colourError", "colour", &row);
     const QJsonObject counts = line.value(QLatin1String("counts")).toObject();
     if (!counts.isEmpty()) {
         double pieces = 0.0;
@@ -66,7 +86,7 @@ QJsonObject rowOf(const QJsonObject &line)
         row.insert(QLatin1String("peak"), line.value(QLatin1String("peak")).toDouble() / kMillion);
     QJsonArray files;
     for (const QJsonValue &output : line.value(QLatin1String("outputs")).toArray())
-        files.append(output.toObject().value(QLatin1String("file")));
+        files.append(output.toObject().value(QLatin1String("file")).toString());
     if (!files.isEmpty())
         row.insert(QLatin1String("outputs"), files);
     return row;

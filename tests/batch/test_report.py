@@ -457,6 +457,23 @@ class Report(ResultTest):
         self.assertEqual(self.previews(), [])
         self.assertIn("1 of 1 drawings are not shown there", told)
 
+    def test_lines_with_other_types_do_not_break_the_page(self):
+        wrong = [5, "x", {"a": 1}, [1], None, True, "<script>", -1]
+        members = ["page", "outcome", "error", "flags", "preset", "reason", "width", "height", "seconds", "check", "counts",
+                   "peak", "outputs", "time", "version", "settings"]
+        lines = [{"path": "p%d-%d" % (i, k), "page": 1, "outcome": "done", member: value}
+                 for i, member in enumerate(members) for k, value in enumerate(wrong)]
+        self.write("l.jsonl", b"".join(json.dumps(line).encode() + b"\n" for line in lines))
+        self.run_program("batch", "summary", "l.jsonl", "--report", "r.html")
+        self.browser.open(self.page, 1000)
+        self.assertIn("of %d pictures" % len(lines), self.text("#counts"))
+        for order in range(5):
+            self.browser.choose("#order", str(order))
+        self.browser.click(".card:nth-child(1)")
+        for _ in range(len(lines)):
+            self.browser.evaluate("view(current + 1)")
+        self.assertEqual(self.browser.complaints(), [])
+
     def test_ten_thousand_pictures_are_drawn_as_they_come_into_sight(self):
         self.many(10000)
         self.browser.open(self.page, 1000)
