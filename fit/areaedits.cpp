@@ -20,7 +20,9 @@ const double kMostCorner = 2.6;
 const double kSmallArc = 5;     // pixels
 const double kLeastSplit = 1.2; // pixels of a piece that a corner may divide
 const double kMostSplit = 12;
-const double kBeside = 1;         // pixels
+const double kBeside = 1; // pixels
+// Times the price of a number for detail: at 1 logos take more joints for nothing that is seen.
+const double kDetail = 2;
 const double kCornerForArc = 0.5; // numbers: two lines and a corner for an arc
 const double kSplitArc = 5;
 const double kBendLine = 3;
@@ -297,7 +299,7 @@ bool cleanEnds(const Coverage &coverage, double lambda, std::vector<Piece> *piec
 
 bool addDetail(const Coverage &coverage, double lambda, std::vector<Piece> *pieces)
 {
-    return Editor(coverage, lambda).addDetail(pieces);
+    return Editor(coverage, kDetail * lambda).addDetail(pieces);
 }
 
 } // namespace ztrace::fit
