@@ -10,7 +10,7 @@ class QIODevice;
 
 namespace ztrace {
 
-// report.html, with a place for the data.
+// report.html with report.css and report.js within it, and a place for the data.
 extern const char *const kReportTemplate;
 
 // Traced pictures of a report, and those of them that had no preview to be shown.

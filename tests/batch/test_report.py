@@ -204,6 +204,7 @@ class Report(ResultTest):
     def test_keys_go_on_after_the_last_picture_and_the_first_one(self):
         self.browser.open(self.page, 1000)
         self.browser.click(".card:nth-child(10)")
+        self.assertEqual(self.browser.evaluate("document.activeElement.id"), "stage")
         for _ in range(2):
             self.browser.click("#after")
         self.assertEqual(self.browser.evaluate("document.querySelector('#after').ariaDisabled"), "true")
