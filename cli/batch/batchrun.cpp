@@ -110,13 +110,12 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
         outcomes->draw();
         everyRound();
     };
-    duties.stop = [this] { return stopWish(); };
+    duties.stop = [this] { return std::max(stopWish(), isTakenAway ? 1 : 0); };
     return duties;
 }
 
 void BatchRun::traceAll(const std::function<void()> &everyRound)
 {
-    outcomes->expect(agenda.items.pictures());
     ItemList::Reader pictures(agenda.items);
     Duties duties = usualDuties(everyRound);
     Item item;
@@ -138,6 +137,14 @@ void BatchRun::traceAll(const std::function<void()> &everyRound)
     };
     crew.work(1, false, duties);
     deliver();
+}
+
+void BatchRun::forget()
+{
+    Item item;
+    while (outcomes->takeAgain(&item)) { }
+    crew.forget();
+    books = Books();
 }
 
 // Books are put together when their pages are past.

@@ -33,8 +33,10 @@ void tellNumbers(const BatchRun &run)
             text += ", " + std::to_string(number) + what;
     };
     add(tally.finished, " finished before");
+    add(run.doneByOthers, " done by other runs");
     add(tally.books, tally.books == 1 ? " file of all its pages" : " files of all pages");
     add(tally.failed + tally.failedBooks, " failed");
+    add(run.failedWithOthers, " failed in other runs");
     add(tally.flagged, " to be looked at");
     add(tally.warned, " with warnings");
     add(open, " left (start again to go on)");
@@ -74,7 +76,8 @@ ExitCode conclude(const BatchRun &run)
     errno = 0;
     requireArrival(stdout);
     const Tally &tally = run.outcomes->soFar();
-    const bool isGood = tally.failed + tally.failedBooks + openOf(run) + run.leftOut == 0;
+    const bool isGood
+        = tally.failed + tally.failedBooks + run.failedWithOthers + openOf(run) + run.leftOut == 0;
     return isGood && run.agenda.problems.empty() ? kSuccess : kFailed;
 }
 

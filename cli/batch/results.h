@@ -81,6 +81,10 @@ public:
     // line end between them. Null when there is none.
     QByteArray linesOf(const std::string &path, int page, const QByteArray &settings) const;
 
+    // What they say of the picture.
+    enum class Known { Nothing, Failed, Done };
+    Known knownOf(const std::string &path, int page, const QByteArray &settings) const;
+
     std::size_t size() const;
 
 private:

@@ -76,6 +76,7 @@ void traceWhatComes(BatchRun *run)
         run->countPages();
         leaveOutClashes(&owners, run);
         run->readLedger();
+        run->outcomes->expect(run->agenda.items.pictures());
         run->traceAll([] {});
         run->outcomes->draw();
     }
