@@ -28,6 +28,8 @@ namespace {
 // that hangs is given up.
 const double kSecondsOfAPicture = 600.0;
 
+const std::size_t kMostNamed = 20; // failures of earlier runs
+
 int processors()
 {
     cpu_set_t set;
@@ -99,6 +101,8 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
 {
     Duties duties;
     duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
+        if (letter == kSkipped && text != kDone && failedBefore.size() < kMostNamed)
+            failedBefore.push_back(job.item);
         pass(job.item, outcomes->takeAnswer(job, letter, text));
     };
     duties.lost = [this](const Job &job, const Loss &loss) {
@@ -186,7 +190,7 @@ Job BatchRun::jobOf(const Item &item, int attempt) const
     task.outputs = agenda.outputsOf(item);
     const QByteArray settings = fingerprintOf(fingerprint, item.settings);
     task.before = ledger.linesOf(item.path, item.page, settings);
-    task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.pictures());
+    task.preview = batch.report.empty() ? 0 : previewSide(outcomes->soFar().all);
     task.retry = batch.retryFailed;
     task.attempt = attempt;
     if (item.kind == ItemKind::Page) {

@@ -51,12 +51,13 @@ public:
     Agenda agenda;
     Books books;
     Ledger ledger;
-    ResultFile *results = nullptr; // as long as pictures are traced
-    Outcomes *outcomes = nullptr;  // likewise
-    Meter *meter = nullptr;        // likewise
-    bool isTakenAway = false;      // what is on the agenda is no longer for this run
-    std::size_t leftOut = 0;       // pictures without a drawing, told already
-    std::size_t doneByOthers = 0;  // pictures, by runs beside this one
+    ResultFile *results = nullptr;  // as long as pictures are traced
+    Outcomes *outcomes = nullptr;   // likewise
+    Meter *meter = nullptr;         // likewise
+    bool isTakenAway = false;       // what is on the agenda is no longer for this run
+    std::size_t leftOut = 0;        // pictures without a drawing, told already
+    std::vector<Item> failedBefore; // the first ones that earlier runs could not trace
+    std::size_t doneByOthers = 0;   // pictures, by runs beside this one
     std::size_t failedWithOthers = 0;
 
 private:

@@ -1,10 +1,13 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "conclusion.h"
 
+#include "fingerprint.h"
 #include "stopsignals.h"
 #include "summary.h"
 
 #include "cli/messages.h"
+
+#include <QJsonDocument>
 
 #include <cerrno>
 
@@ -43,6 +46,29 @@ void tellNumbers(const BatchRun &run)
     tell(text + "; results in " + resultsName(run.batch));
 }
 
+// These no line has told.
+void tellEarlierFailures(const BatchRun &run)
+{
+    const std::size_t all = run.outcomes->failedInEarlierRuns();
+    if (all == 0)
+        return;
+    tell(std::to_string(all) + " of the failures are of earlier runs (see --retry failed):");
+    for (const Item &item : run.failedBefore) {
+        const QByteArray lines = run.ledger.linesOf(item.path, item.page,
+                                                    fingerprintOf(run.fingerprint, item.settings));
+        const QJsonObject line = QJsonDocument::fromJson(lines.split('\n').front()).object();
+        std::string text = line.value(QLatin1String("error")).toString().toStdString();
+        if (text.compare(0, item.path.size(), item.path) != 0)
+            text = item.path + ": " + text;
+        if (item.pages > 1)
+            text += " (page " + std::to_string(item.page) + ')';
+        tell("  " + text);
+    }
+    if (all > run.failedBefore.size())
+        tell("  and " + std::to_string(all - run.failedBefore.size())
+             + " more (--csv FILE writes all reasons)");
+}
+
 void summarise(const BatchRun &run)
 {
     const BatchSettings &batch = run.batch;
@@ -63,11 +89,7 @@ ExitCode conclude(const BatchRun &run)
 {
     const BatchSettings &batch = run.batch;
     tellNumbers(run);
-    // These no line has told.
-    if (run.outcomes->failedInEarlierRuns() > 0) {
-        tell(std::to_string(run.outcomes->failedInEarlierRuns())
-             + " of the failures are of earlier runs (see --retry failed)");
-    }
+    tellEarlierFailures(run);
     summarise(run);
     if (batch.chunks == 1 && batch.leases == 0 && batch.results.empty())
         removeFolderOfParts(batch.out); // no other run writes there
