@@ -99,6 +99,8 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
         throw;
     }
     results.sync(true);
+    if (run.batch.leases > 0 && run.batch.results.empty())
+        results.removeIfEmpty(); // no other run will write there
     meter.clear();
     return conclude(run);
 }

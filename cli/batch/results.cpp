@@ -395,6 +395,12 @@ void ResultFile::append(const QByteArray &lines)
     sync(false);
 }
 
+void ResultFile::removeIfEmpty()
+{
+    if (end == 0)
+        (void)::unlink(name.c_str());
+}
+
 void ResultFile::sync(bool atOnce)
 {
     const auto now = std::chrono::steady_clock::now();

@@ -141,6 +141,9 @@ public:
     void append(const QByteArray &lines);
     void sync(bool atOnce);
 
+    // Removes the file when it has no lines. Nothing is appended afterwards.
+    void removeIfEmpty();
+
 private:
     std::string name;
     Descriptor file;
