@@ -80,6 +80,11 @@ void traceWhatComes(BatchRun *run)
         run->traceAll([] {});
         run->outcomes->draw();
     }
+    run->meter->clear();
+    for (const std::string &sentence : watch.incomplete()) {
+        tell(sentence);
+        ++run->leftOut;
+    }
 }
 
 } // namespace ztrace

@@ -131,6 +131,17 @@ class Foreign(BatchTest):
         self.assert_refused("formats", "x", code=2, words="formats takes nothing more")
 
 
+class Folders(BatchTest):
+    def test_drawings_beside_pictures_are_no_pictures(self):
+        self.pictures(2)
+        self.run_program("in/p0000.png")
+        self.assertTrue(os.path.exists(self.path("in/p0000.svg")))
+        told = self.batch("in").stderr.decode()
+        self.assertIn("drawings (SVG) left out: 1", told)
+        self.assertIn("2 done", told)
+        self.batch("in", "--pattern", "*.svg")
+
+
 class Watching(BatchTest):
     def test_files_that_are_written_slowly(self):
         os.mkdir(self.path("in"))
@@ -164,6 +175,38 @@ class Watching(BatchTest):
         self.assertEqual({line["outcome"] for line in lines.values()}, {"done"})
         self.assertEqual(len(lines), 8)
         self.assertIn("none: No such file", self.run_program("batch", "--watch", "none", "--out", "out", code=3).stderr.decode())
+
+
+    def test_an_empty_file_is_told(self):
+        self.put("in/a.png", picture(1))
+        self.put("in/empty.png", b"")
+        run = self.start("--watch", "in")
+        self.wait_for("a.svg")
+        run.send_signal(signal.SIGTERM)
+        self.assertIn("in/empty.png: is empty", run.communicate(timeout=60)[1].decode())
+        self.assertEqual(run.returncode, 1)
+
+    def test_a_folder_that_is_made_anew_is_listened_to(self):
+        self.put("in/a.png", picture(1))
+        run = self.start("--watch", "in")
+        try:
+            self.wait_for("a.svg")
+            shutil.rmtree(self.path("in"))
+            self.assertIn(b"in: has gone", run.stderr.readline())
+            self.put("in/b.png", picture(2))
+            self.wait_for("b.svg")
+            news = [name for name in glob.glob("/proc/%d/fd/*" % run.pid) if "inotify" in os.readlink(name)]
+            self.assertIn(b"inotify wd", self.read(news[0].replace("/fd/", "/fdinfo/")))
+        finally:
+            run.terminate()
+            run.communicate(timeout=60)
+
+    def wait_for(self, drawing):
+        for _ in range(1200):
+            if os.path.exists(self.path("out/" + drawing)):
+                return
+            time.sleep(0.05)
+        self.fail(drawing + " does not come")
 
 
 class Together(BatchTest):
@@ -248,6 +291,12 @@ class Together(BatchTest):
         finally:
             run.kill()
             run.communicate()
+
+    def test_a_run_with_nothing_to_do_leaves_no_file(self):
+        self.pictures(3)
+        for _ in range(2):
+            self.batch("in", "--leases", "2")
+        self.assertEqual(len([n for n in os.listdir(self.path("out")) if n.startswith("ztrace-results")]), 1)
 
     def test_words_that_divide_twice(self):
         self.pictures(1)
