@@ -29,6 +29,13 @@ public:
     ExitCode code;
 };
 
+// A program that reads such files is not installed.
+class MissingProgram : public Failure
+{
+public:
+    using Failure::Failure;
+};
+
 [[noreturn]] inline void failForMemory()
 {
     throw Failure(kFailed, "the image does not fit into memory");

@@ -257,7 +257,10 @@ std::vector<Entry> colourOptions()
                     "where no preset is named. Each pen has a layer: `PEN_0.35`, in millimetres "
                     "of the standard series, where the resolution is known, else `PEN_1`, `PEN_2` "
                     "from thin to thick; solid parts are on `SOLID`, dimensions with their arrow "
-                    "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`"),
+                    "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`. Drawings in a few "
+                    "inks keep "
+                    "their colours, a layer a pen and ink (`PEN_1_FF0000`); `--palette` names one "
+                    "ink for all"),
         Entry("edges", flag([](Settings &s, bool on) { s.edges = on; }))
             .appliesTo(kToReduced)
             .help("Draw every boundary between two areas once, as a line, for cutters and "
@@ -317,9 +320,9 @@ std::vector<Entry> outlineOptions()
             .appliesTo(kToImages)
             .help("Leave out what closes the hairlines between areas, for plotters and cutters")
             .manual("In SVG, PDF and PNG areas of true shapes reach under their neighbours, which "
-                    "are painted over them. The engine's, and areas in layers, have strokes of "
-                    "their own colour, half a pixel to one and a half wide; shapes grow by half of "
-                    "that where nothing covers them"),
+                    "are painted over them, but not in layers, which are cut exactly anyway. The "
+                    "engine's have strokes of their own colour, half a pixel to one and a half "
+                    "wide; shapes grow by half of that where nothing covers them"),
         Entry("only-color",
               colour("COLOR", [](Settings &s, QRgb colour) { s.onlyColours.push_back(colour); }))
             .several()

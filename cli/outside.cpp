@@ -146,8 +146,9 @@ QByteArray outputOf(const char *program, const char *package, const QStringList 
     process.start(QLatin1String(program), arguments, QIODevice::ReadOnly);
     const std::string file = name + ": ";
     if (!process.waitForStarted(-1)) {
-        throw Failure(kInputUnreadable,
-                      file + "reading it takes " + program + " (Debian package " + package + ")");
+        throw MissingProgram(kInputUnreadable,
+                             file + "reading it takes " + program + " (Debian package " + package
+                                 + ")");
     }
     while (!process.waitForFinished(kPatience) && process.state() != QProcess::NotRunning) {
         if (EndsLater::isAsked()) {

@@ -48,6 +48,7 @@ Ink inkOf(const Settings &settings)
     ink.scan.despeckle = settings.despeckle;
     ink.engine = settings.engine;
     ink.strokes = settings.strokes;
+    ink.ownColours = settings.palette.empty();
     if (!settings.palette.empty()) {
         const auto darker = [](QRgb a, QRgb b) { return qGray(a) < qGray(b); };
         const auto ends
@@ -146,6 +147,7 @@ Geometry geometryOf(const Settings &settings)
     geometry.curveTolerance = settings.curveTolerance.value_or(geometry.lineTolerance);
     geometry.curveToleranceFiner = settings.curveTolerance.value_or(geometry.lineToleranceFiner);
     geometry.leastBorder = settings.minPath.value_or(usualLeastBorder(settings));
+    geometry.marks = method == Method::Flat && !settings.minPath;
     // Ink leaves small areas out: as small as the engine does, on whatever grid.
     if (method == Method::Ink && !settings.minPath)
         geometry.engine["pathomit"] = kUsualLeastBorder;
@@ -154,10 +156,12 @@ Geometry geometryOf(const Settings &settings)
         if (!isGeometric(option.first))
             continue;
         shaped = true;
-        if (option.first == "pathomit" && method != Method::Ink)
+        if (option.first == "pathomit" && method != Method::Ink) {
             geometry.leastBorder = std::floor(option.second);
-        else
+            geometry.marks = false;
+        } else {
             geometry.engine[option.first] = option.second;
+        }
     }
     geometry.upsampling = settings.upsample;
     geometry.fit = fitOf(settings);

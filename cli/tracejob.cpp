@@ -77,6 +77,12 @@ const char *sentenceOf(Remark remark)
     case Remark::HardlyDrawn:
         return "--strokes: most of what was found are specks and solid areas; the image is hardly "
                "a drawing of lines";
+    case Remark::MostlyLettering:
+        return "--strokes: most of what was found is lettering; the image looks like a page of "
+               "text";
+    case Remark::FewLines:
+        return "--strokes: lines are little of what is dark; the image looks like a photograph or "
+               "like solid areas";
     case Remark::TooManyShapes:
         break;
     }

@@ -10,6 +10,7 @@
 
 #include <QMap>
 
+#include <cmath>
 #include <limits>
 #include <new>
 
@@ -18,7 +19,10 @@ namespace ztrace {
 namespace {
 
 const int kDecimals = 6;            // of coordinates in pixels
-const double kArcTolerance = 0.001; // pixels
+const double kArcTolerance = 0.001; // pixels, of exact coordinates
+const double kArcPart = 0.2;        // of the last decimal of rounded ones
+const int kMostRounded = 4;         // decimals that rounded coordinates have
+const double kMostWhole = 1e15;     // coordinates beyond are not rounded
 const int kCompressionHeader = 4;   // qCompress puts the length before the zlib stream
 
 // Objects are collected with their places, which the table at the end of the file lists.
@@ -91,13 +95,15 @@ class PageContent
 public:
     // With layers, each is marked; without, outlines are painted as they come.
     PageContent(const Drawing &d, const PaintStyle &s, const std::vector<Layer> &l)
-        : drawing(d), style(s), layers(l), frame(frameOf(d))
+        : drawing(d), style(s), layers(l), frame(frameOf(d)),
+          isRounded(d.precision > 0.0 && decimalsFor(d.precision) <= kMostRounded),
+          perPixel(isRounded ? std::pow(10.0, decimalsFor(d.precision)) : 1.0)
     { }
 
     const std::string &make()
     {
         const double scale = drawing.pointsPerPixel();
-        matrix(scale, -frame.x * scale, -frame.y * scale);
+        matrix(scale / perPixel, -frame.x * scale, -frame.y * scale);
         content += "1 j 1 J\n"; // round joins and ends
         if (layers.empty() || !layers.front().hasGround)
             paintGround();
@@ -120,9 +126,21 @@ public:
     QMap<int, int> opacities;
 
 private:
+    // A coordinate in pixels: of those that are rounded how many of their last decimal it is, which
+    // takes fewer bytes.
     void number(double value)
     {
-        appendNumber(&content, value, kDecimals);
+        if (isRounded && std::fabs(value * perPixel) < kMostWhole)
+            appendWhole(&content, std::llround(value * perPixel));
+        else
+            appendNumber(&content, value * perPixel, kDecimals);
+        content += ' ';
+    }
+
+    // Of a pen or a dash, in pixels.
+    void length(double value)
+    {
+        appendNumber(&content, value * perPixel, kDecimals);
         content += ' ';
     }
 
@@ -134,9 +152,15 @@ private:
             + numberText(dy, kScaleDecimals) + " cm\n";
     }
 
+    // Says nothing where it is what was said last.
     void colour(QRgb rgb, const char *setter)
     {
         const int kColourDecimals = 5;
+        const bool isStroke = setter[0] == 'R';
+        qint64 &current = isStroke ? strokeColour : fillColour;
+        if (current == qint64(rgb & RGB_MASK))
+            return;
+        current = rgb & RGB_MASK;
         for (int channel : { qRed(rgb), qGreen(rgb), qBlue(rgb) }) {
             appendNumber(&content, channel / 255.0, kColourDecimals);
             content += ' ';
@@ -146,9 +170,10 @@ private:
     }
 
     // Of the area, and of its seam.
-    void fillColour(const Outline &outline)
+    void paintWith(const Outline &outline)
     {
         if (gradientOf(drawing, outline)) {
+            fillColour = strokeColour = kNoColour;
             const QByteArray name = pdfPatternName(outline.gradient);
             content += "/Pattern cs " + name + " scn\n";
             if (outline.seam > 0.0)
@@ -190,25 +215,26 @@ private:
         if (style.stroked) {
             opacity(alpha == 0 ? 255 : alpha);
             colour(outline.colour, "RG");
-            number(style.strokeWidth);
+            length(style.strokeWidth);
             content += "w\n";
-            path(outline.shape);
+            path(outline.shape, true);
             content += "S\n";
             return;
         }
         if (alpha == 0 || (outline.isGround && !style.byLayer))
             return;
         opacity(alpha);
-        fillColour(outline);
+        paintWith(outline);
         if (outline.seam > 0.0) {
-            number(outline.seam);
+            length(outline.seam);
             content += "w\n";
         }
-        path(style.byLayer ? outline.shape : filledShape(outline));
+        const bool hasLine = outline.seam > 0.0;
+        path(style.byLayer ? outline.shape : filledShape(outline), hasLine);
         const std::vector<const Path *> holes = cutOutOf(outline, drawing, !style.byLayer);
         for (const Path *hole : holes)
-            path(*hole);
-        content += outline.seam > 0.0 ? 'B' : 'f';
+            path(*hole, hasLine);
+        content += hasLine ? 'B' : 'f';
         content += holes.empty() ? "\n" : "*\n";
     }
 
@@ -222,17 +248,17 @@ private:
         const std::vector<double> dashes = paintedDashesOf(pen);
         opacity(alpha == 0 ? 255 : alpha);
         colour(outline.colour, "RG");
-        number(pen.width);
+        length(pen.width);
         content += "w\n";
         if (!pen.roundEnds)
             content += "0 j 0 J\n";
         if (!dashes.empty()) {
             content += '[';
             for (double dash : dashes)
-                number(dash);
+                length(dash);
             content += "] 0 d\n";
         }
-        path(outline.shape);
+        path(outline.shape, true);
         content += "S\n";
         if (!dashes.empty())
             content += "[] 0 d\n";
@@ -246,17 +272,21 @@ private:
         number(p.y);
     }
 
-    void path(const Path &shape)
+    // What is only filled is closed by that, and a last line back is drawn by closing.
+    void path(const Path &shape, bool hasLine)
     {
         piecesOf(shape, &pieces);
-        replaceArcs(kArcTolerance, &pieces);
+        replaceArcs(isRounded ? kArcPart / perPixel : kArcTolerance, &pieces);
         if (pieces.empty())
             return;
+        const bool closed = isClosed(pieces);
+        if (closed && pieces.size() > 1 && pieces.back().kind == PathPiece::Line)
+            pieces.pop_back();
         point(pieces.front().start);
         content += "m\n";
         for (const PathPiece &piece : pieces)
             writePiece(piece);
-        if (isClosed(pieces))
+        if (closed && hasLine)
             content += "h\n";
     }
 
@@ -290,9 +320,14 @@ private:
     const PaintStyle &style;
     const std::vector<Layer> &layers;
     const Frame frame;
+    const bool isRounded;
+    const double perPixel; // units of the page's contents
     std::string content;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
     int currentAlpha = 255;
+    static constexpr qint64 kNoColour = -1;
+    qint64 fillColour = kNoColour; // without its alpha, as said last
+    qint64 strokeColour = kNoColour;
 };
 
 // What the page names: opacities, patterns, and a group a layer, which are listed for the catalogue

@@ -94,6 +94,10 @@ void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
     for (const PathPiece piece : path.pieces()) {
         if (!hasPlaces(piece))
             continue;
+        if (piece.kind == PathPiece::Line) { // as most are
+            pieces->push_back(piece);
+            continue;
+        }
         const bool drawable = hasControls(piece) && std::isfinite(piece.bulge)
             && !(isArc(piece) && piece.start == piece.end) && isDrawable(piece);
         if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)

@@ -51,7 +51,8 @@ public:
           decimals(o.decimals == kDecimalsOfDrawing ? decimalsFor(d.precision) : o.decimals),
           frame(frameOf(d)), sink(device),
           isCompact(decimals >= 0 && decimals <= kMostCompactDecimals),
-          compact(frame.x, frame.y + frame.height, isCompact ? decimals : 0)
+          inUnits(o.decimals == kDecimalsOfDrawing && decimals > 0 && isPlainPage()),
+          compact(frame.x, frame.y + frame.height, isCompact ? decimals : 0, inUnits)
     { }
 
     bool write()
@@ -70,7 +71,11 @@ public:
             std::vector<const Outline *> outlines;
             for (const Outline &outline : drawing.outlines)
                 outlines.push_back(&outline);
+            if (inUnits)
+                writeScale();
             writeOutlines(outlines);
+            if (inUnits)
+                sink.text() += "</g>\n";
         }
         sink.text() += "</svg>\n";
         return sink.finish();
@@ -126,6 +131,25 @@ private:
         text += "\" height=\"";
         number(frame.height);
         text += "\" fill=\"" + colourName(drawing.ground) + "\"/>\n";
+    }
+
+    // Many opaque or clear areas and nothing else. Nobody edits its numbers, and they are much of
+    // the file.
+    bool isPlainPage() const
+    {
+        const auto isPlain = [](const Outline &outline) {
+            return outline.pen < 0 && outline.seam == 0.0 && outline.gradient < 0;
+        };
+        return isCompact && hasMany() && !style.byLayer && !style.stroked
+            && std::all_of(drawing.outlines.begin(), drawing.outlines.end(), isPlain);
+    }
+
+    void writeScale()
+    {
+        std::string &text = sink.text();
+        text += "<g transform=\"scale(";
+        appendShort(&text, std::pow(10.0, -decimals), decimals);
+        text += ")\">\n";
     }
 
     void writeLayer(const Layer &layer, int serial)
@@ -235,7 +259,7 @@ private:
         }
         sink.text() += "<path" + looks + " d=\"";
         for (std::size_t i = first; i < next; ++i)
-            writePath(paintedShape(*painted[i]));
+            writePath(paintedShape(*painted[i]), true);
         sink.text() += "\"/>\n";
         sink.flushIfLarge();
         return next;
@@ -252,7 +276,8 @@ private:
     bool isLargeShape(const Path &shape) const
     {
         const WholeShape whole = wholeShapeOf(shape);
-        return whole.kind != WholeShape::None
+        const bool isTurned = whole.kind != WholeShape::Circle && whole.angle != 0.0;
+        return whole.kind != WholeShape::None && !isTurned
             && std::min(whole.half[0], whole.half[1]) >= kSmallestShape;
     }
 
@@ -277,20 +302,27 @@ private:
             return;
         std::string &text = sink.text();
         text += "<path" + looks + " d=\"";
-        writePath(paintedShape(outline));
+        writePath(paintedShape(outline), area);
         if (area) {
             for (const Path *hole : cutOutOf(outline, drawing, !style.byLayer))
-                writePath(*hole);
+                writePath(*hole, true);
         }
         text += "\"/>\n";
         sink.flushIfLarge();
+    }
+
+    // A length in pixels.
+    void pixels(double value, int places)
+    {
+        const int fewer = inUnits ? decimals : 0;
+        appendShort(&sink.text(), value * std::pow(10.0, fewer), places - fewer);
     }
 
     void attribute(const char *name, double value, int places)
     {
         std::string &text = sink.text();
         text += std::string(" ") + name + "=\"";
-        appendShort(&text, value, places);
+        pixels(value, places);
         text += '"';
     }
 
@@ -359,7 +391,7 @@ private:
         appendShort(&text, degrees, decimals + kTurnDecimals);
         for (double number : { x, y }) {
             text += ' ';
-            appendShort(&text, number, decimals);
+            pixels(number, decimals);
         }
         text += ")\"";
     }
@@ -434,13 +466,16 @@ private:
         return text;
     }
 
-    void writePath(const Path &shape)
+    // An area begins anywhere; where the longest line closes it, that is not written.
+    void writePath(const Path &shape, bool isArea = false)
     {
         piecesOf(shape, &pieces);
         if (pieces.empty())
             return;
         std::string &text = sink.text();
         if (isCompact && compact.canWrite(pieces)) {
+            if (isArea)
+                compact.endWithLongestLine(&pieces);
             compact.append(pieces, &text);
             return;
         }
@@ -511,6 +546,7 @@ private:
     const Frame frame;
     TextSink sink;
     const bool isCompact; // rounded, which leaves a choice of how to write
+    const bool inUnits;   // coordinates are written in units of the last decimal
     SvgPath compact;
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
     // Colour, holes, pen, seam and gradient.

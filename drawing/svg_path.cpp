@@ -72,8 +72,14 @@ void appendShort(std::string *text, double value, int decimals)
     *text += number;
 }
 
-SvgPath::SvgPath(double l, double t, int d) : left(l), top(t), decimals(d), unit(std::pow(10.0, d))
+SvgPath::SvgPath(double l, double t, int d, bool inUnits)
+    : left(l), top(t), decimals(d), unit(std::pow(10.0, d)), written(inUnits ? 0 : d)
 { }
+
+std::string SvgPath::textOf(int64_t units) const
+{
+    return shortText(units, written);
+}
 
 SvgPath::Place SvgPath::placeOf(const Point &p) const
 {
@@ -97,6 +103,29 @@ bool SvgPath::canWrite(const std::vector<PathPiece> &pieces) const
         return fits(piece.start) && fits(piece.control1) && fits(piece.control2) && fits(piece.end)
             && (!isArc || ellipseOf(piece).major * unit < kLargestPlace);
     });
+}
+
+void SvgPath::endWithLongestLine(std::vector<PathPiece> *pieces) const
+{
+    if (!isClosed(*pieces))
+        return;
+    std::size_t longest = pieces->size();
+    std::size_t most = 0;
+    for (std::size_t k = pieces->size(); k-- > 0;) {
+        const PathPiece &piece = (*pieces)[k];
+        if (piece.kind != PathPiece::Line)
+            continue;
+        const Place from = placeOf(piece.start);
+        const Place to = placeOf(piece.end);
+        const std::size_t bytes = (from.x != to.x ? textOf(to.x - from.x).size() : 0)
+            + (from.y != to.y ? textOf(to.y - from.y).size() : 0);
+        if (bytes > most) {
+            most = bytes;
+            longest = k;
+        }
+    }
+    if (longest + 1 < pieces->size())
+        std::rotate(pieces->begin(), pieces->begin() + std::ptrdiff_t(longest) + 1, pieces->end());
 }
 
 void SvgPath::append(const std::vector<PathPiece> &pieces, std::string *text)
@@ -143,11 +172,11 @@ void SvgPath::append(const std::vector<PathPiece> &pieces, std::string *text)
 void SvgPath::moveTo(const Place &to, std::string *text)
 {
     Numbers absolute(true);
-    absolute.add(shortText(to.x, decimals));
-    absolute.add(shortText(to.y, decimals));
+    absolute.add(textOf(to.x));
+    absolute.add(textOf(to.y));
     Numbers relative(true);
-    relative.add(shortText(to.x - at.x, decimals));
-    relative.add(shortText(to.y - at.y, decimals));
+    relative.add(textOf(to.x - at.x));
+    relative.add(textOf(to.y - at.y));
     const bool isRelative
         = !text->empty() && text->back() == 'z' && relative.text.size() < absolute.text.size();
     *text += isRelative ? 'm' + relative.text : 'M' + absolute.text;
@@ -165,8 +194,8 @@ void SvgPath::lineTo(const Place &to, std::string *text)
     const bool upright = to.x == at.x;
     const int64_t before = upright ? at.y : at.x;
     const int64_t after = upright ? to.y : to.x;
-    const std::string absolute = shortText(after, decimals);
-    const std::string relative = shortText(after - before, decimals);
+    const std::string absolute = textOf(after);
+    const std::string relative = textOf(after - before);
     const bool isRelative = relative.size() <= absolute.size();
     letter = upright ? (isRelative ? 'v' : 'V') : (isRelative ? 'h' : 'H');
     *text += letter + (isRelative ? relative : absolute);
@@ -184,8 +213,8 @@ void SvgPath::curveTo(char small, const Place *points, int count, std::string *t
         const char own = isRelative ? small : static_cast<char>(small - 'a' + 'A');
         Numbers numbers(own != letter, hadPoint);
         for (int i = 0; i < count; ++i) {
-            numbers.add(shortText(points[i].x - (isRelative ? at.x : 0), decimals));
-            numbers.add(shortText(points[i].y - (isRelative ? at.y : 0), decimals));
+            numbers.add(textOf(points[i].x - (isRelative ? at.x : 0)));
+            numbers.add(textOf(points[i].y - (isRelative ? at.y : 0)));
         }
         const std::string whole = (own != letter ? std::string(1, own) : "") + numbers.text;
         if (isRelative || whole.size() < best.size()) {
@@ -242,6 +271,7 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
     // ellipse by more.
     const double most = std::max(
         kMiddleMoves, kMovesMore + unit * distanceOfMiddle(ellipse, to, exact, ellipse.angle));
+    const double perUnit = std::pow(10.0, decimals - written);
     std::string radii[2];
     std::string turn;
     for (int more = 0; more <= kMostMoreDecimals; ++more) {
@@ -249,8 +279,8 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
         double rounded[2];
         for (int i = 0; i < 2; ++i) {
             radii[i].clear();
-            appendShort(&radii[i], exact[i], places);
-            rounded[i] = std::stod(radii[i]);
+            appendShort(&radii[i], exact[i] * perUnit, places - decimals + written);
+            rounded[i] = std::stod(radii[i]) / perUnit;
         }
         turn.clear();
         appendShort(&turn, isRound ? 0.0 : -std::remainder(ellipse.angle, kHalfTurn) * kDegrees,
@@ -266,10 +296,10 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
     numbers.add(piece.bulge < 0.0 ? "1" : "0"); // y is turned over, and the sense with it
     Numbers absolute = numbers;
     Numbers relative = numbers;
-    absolute.add(shortText(to.x, decimals));
-    absolute.add(shortText(to.y, decimals));
-    relative.add(shortText(to.x - at.x, decimals));
-    relative.add(shortText(to.y - at.y, decimals));
+    absolute.add(textOf(to.x));
+    absolute.add(textOf(to.y));
+    relative.add(textOf(to.x - at.x));
+    relative.add(textOf(to.y - at.y));
     const bool isRelative = relative.text.size() <= absolute.text.size();
     const char own = isRelative ? 'a' : 'A';
     if (own != letter)

@@ -24,11 +24,17 @@ const int kMostCompactDecimals = 9;
 class SvgPath
 {
 public:
-    // Points are written as x - left and top - y; 0 <= decimals <= kMostCompactDecimals.
-    SvgPath(double left, double top, int decimals);
+    // Points are written as x - left and top - y; 0 <= decimals <= kMostCompactDecimals. In units
+    // of the last decimal they have no point, which is a byte less for most numbers; who draws them
+    // has to know.
+    SvgPath(double left, double top, int decimals, bool inUnits = false);
 
     // Whether all coordinates can be written so: not where they have more than 15 digits.
     bool canWrite(const std::vector<PathPiece> &pieces) const;
+
+    // Turns a closed list of pieces so that the line that takes most bytes is the last one, which
+    // need not be written.
+    void endWithLongestLine(std::vector<PathPiece> *pieces) const;
 
     // Appends a part of the data; it goes on from the part before. A closed one ends with z in
     // place of a last line.
@@ -43,6 +49,7 @@ private:
 
     Place placeOf(const Point &p) const;
     Point pointOf(const Place &place) const;
+    std::string textOf(int64_t units) const;
     void moveTo(const Place &to, std::string *text);
     void lineTo(const Place &to, std::string *text);
     void curveTo(char letter, const Place *points, int count, std::string *text);
@@ -55,6 +62,7 @@ private:
     const double top;
     const int decimals;
     const double unit; // of places: 10 to the power of decimals
+    const int written; // decimals of what is written: none of units
     Place at = { 0, 0 };
     char letter = '\0';    // of the command before, as it would be repeated
     bool hadPoint = false; // in the number before

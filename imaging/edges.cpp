@@ -108,12 +108,12 @@ void EdgeMap::markRidges(const QImage &image)
         const QRgb *words = ztrace::row(image, y);
         uint8_t *bytes = row(y);
         for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
-            const Ridge ridge = finder.at(x, y);
-            if (!ridge.found)
+            QRgb beside = 0;
+            if (!finder.find(x, y, &beside))
                 continue;
             bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
             found.push_back(
-                { static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), ridge.beside });
+                { static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), beside });
         }
     }
 }

@@ -17,9 +17,12 @@ Number rootOf(std::vector<Number> *forest, Number k)
 {
     const auto up
         = [forest](Number of) -> Number & { return (*forest)[static_cast<std::size_t>(of)]; };
-    while (up(k) != k)
-        k = up(k) = up(up(k));
-    return k;
+    Number above = up(k);
+    while (up(above) != above) {
+        k = up(k) = up(above);
+        above = up(k);
+    }
+    return above;
 }
 
 } // namespace ztrace

@@ -14,6 +14,7 @@ namespace ztrace {
 namespace {
 
 const int kSameGround = 12;       // colourDistance; a ground may be dithered
+const int kVeryGround = 6;        // the same beside overshoots, which differ from it by as little
 const int kLongWord = 24;         // pixels
 const int kLongestRun = 96;       // pixels; letters that touch each other
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
@@ -21,6 +22,7 @@ const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to th
 const double kTolerance = 0.2;    // of a shift, pixels
 const double kToleranceOfKnown = 0.33; // the same where such text is known to be
 const double kFringed = 0.1;           // of a run's coverage that differs from channel to channel
+const double kLeftOfShifted = 0.5;     // of what channels differ by, where they are put in place
 const int kLeastRuns = 12;             // that have to be there
 const double kMajority = 0.25;         // of the runs with differing channels
 const double kWrongWay = 0.1; // of those with the right shifts, most that may be the other way
@@ -129,20 +131,20 @@ bool isFringed(const Run &run, const Differences &differences)
 }
 
 // Whether two opaque pixels side by side are the ground of what lies beside them.
-bool isGround(QRgb a, QRgb b)
+bool isGround(QRgb a, QRgb b, int same)
 {
-    return qAlpha(a & b) == 255 && colourDistance(a, b) <= kSameGround;
+    return qAlpha(a & b) == 255 && colourDistance(a, b) <= same;
 }
 
 // Where the run that begins at `begin` ends, after which there is the ground again; 0 if nowhere.
-int endOfStretch(const QRgb *words, int begin, int width)
+int endOfStretch(const QRgb *words, int begin, int width, int same)
 {
     const QRgb ground = words[begin - 1];
     const int last = std::min(width - 2, begin + kLongestRun);
     int x = begin;
 #ifdef __SSE2__
     const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
-    const __m128i limit = _mm_set1_epi32(kSameGround + 1);
+    const __m128i limit = _mm_set1_epi32(same + 1);
     const auto bitsOf
         = [](__m128i four) { return unsigned(_mm_movemask_ps(_mm_castsi128_ps(four))); };
     // Of four words which are opaque, and which of these are the ground.
@@ -163,7 +165,7 @@ int endOfStretch(const QRgb *words, int begin, int width)
     }
 #endif
     for (; x <= last && qAlpha(words[x]) == 255; ++x) {
-        if (isGround(words[x], ground) && isGround(words[x + 1], ground))
+        if (isGround(words[x], ground, same) && isGround(words[x + 1], ground, same))
             return x;
     }
     return 0;
@@ -172,16 +174,16 @@ int endOfStretch(const QRgb *words, int begin, int width)
 // Calls use(run) for every stretch of a row between two pixels of one ground on either side; those
 // within it are left out where that returns true.
 template<typename Use>
-void forEachRun(const QRgb *words, int width, Use use)
+void forEachRun(const QRgb *words, int width, int same, Use use)
 {
     for (int x = 2; x + 2 < width; ++x) {
         if (words[x] == words[x - 1]) {
             x = endOfRun(words, x, width) - 1;
             continue;
         }
-        if (isGround(words[x], words[x - 1]) || !isGround(words[x - 2], words[x - 1]))
+        if (isGround(words[x], words[x - 1], same) || !isGround(words[x - 2], words[x - 1], same))
             continue;
-        const int end = endOfStretch(words, x, width);
+        const int end = endOfStretch(words, x, width, same);
         if (end == 0)
             continue;
         if (use(Run { words, x, end }))
@@ -207,12 +209,56 @@ Order orderOf(const QImage &image)
         return order != Order::None;
     };
     for (int y = 0; y < image.height(); ++y)
-        forEachRun(row(image, y), image.width(), count);
+        forEachRun(row(image, y), image.width(), kSameGround, count);
     const int most = std::max(redFirst, blueFirst);
     if (most < kLeastRuns || most < kMajority * runs
         || std::min(redFirst, blueFirst) > kWrongWay * most)
         return Order::None;
     return redFirst > blueFirst ? Order::RedFirst : Order::BlueFirst;
+}
+
+// What the best multiple of one sequence leaves of another.
+struct Likeness
+{
+    double own = 0.0;
+    double both = 0.0;
+    double other = 0.0;
+
+    void add(double a, double b)
+    {
+        own += a * a;
+        both += a * b;
+        other += b * b;
+    }
+    double left() const { return other > 0.0 && both > 0.0 ? own - both * both / other : own; }
+};
+
+// Whether a channel is what the next one is a third of a pixel farther on: much less is left of it
+// there than at its own place. Unlike centres this holds for letters that touch, of whose
+// overshoots white cuts off a part.
+bool isShifted(const Run &run, const Differences &differences, Order order)
+{
+    double before = 0.0;
+    double after = 0.0;
+    for (std::size_t c = 0; c < 2; ++c) {
+        const auto away = [&](std::size_t channel, int x) {
+            return channelsOf(run.words[x])[channel] - differences.ground[channel];
+        };
+        // Moving by linear interpolation softens one side as much as the weights of the other do.
+        const int toward = order == Order::RedFirst ? 1 : -1;
+        Likeness here;
+        Likeness there;
+        for (int x = run.begin; x < run.end; ++x) {
+            const double own = away(c, x);
+            const double next = away(c + 1, x);
+            here.add(own, next);
+            there.add((2.0 * own + away(c, x + toward)) / 3.0,
+                      (7.0 * next + away(c + 1, x - 1) + away(c + 1, x + 1)) / 9.0);
+        }
+        before += here.left();
+        after += there.left();
+    }
+    return after < kLeftOfShifted * before;
 }
 
 uint8_t byteOf(double value)
@@ -241,14 +287,17 @@ bool removeFringes(QImage *image)
     std::vector<QRgb> source(static_cast<std::size_t>(image->width()));
     for (int y = 0; y < image->height(); ++y) {
         QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
-        std::copy_n(words, source.size(), source.begin());
-        forEachRun(source.data(), image->width(), [&](const Run &run) {
-            const Differences differences(run);
-            const bool isText = orderOf(differences, kToleranceOfKnown) == order;
-            if (isText)
-                flatten(run, differences, words);
-            return isText;
-        });
+        for (const int same : { kSameGround, kVeryGround }) {
+            std::copy_n(words, source.size(), source.begin());
+            forEachRun(source.data(), image->width(), same, [&](const Run &run) {
+                const Differences differences(run);
+                const bool isText = orderOf(differences, kToleranceOfKnown) == order
+                    || isShifted(run, differences, order);
+                if (isText)
+                    flatten(run, differences, words);
+                return isText;
+            });
+        }
     }
     return true;
 }

@@ -1,12 +1,13 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "regionpalette.h"
 
+#include "wordtable.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 #include <numeric>
-#include <unordered_map>
 
 namespace ztrace {
 
@@ -53,18 +54,21 @@ struct Sums
 // Opaque regions, those of a cube as one, in the order in which the cubes come.
 std::vector<Region> cubesOf(const std::vector<Region> &regions)
 {
-    std::unordered_map<uint64_t, std::size_t> places;
+    WordTable places; // one more than a cube's
     std::vector<Sums> cubes;
     for (const Region &region : regions) {
         if (region.alpha != 255)
             continue;
-        uint64_t key = 0;
-        for (Axis axis : kAxes)
-            key = key << 16 | uint64_t(std::lround(region.mean.*axis / kCube) + 4096);
-        const auto place = places.emplace(key, cubes.size());
-        if (place.second)
+        uint32_t key = 0;
+        for (Axis axis : kAxes) // of at most 765 and of 540 to both sides
+            key = key << 10 | uint32_t(std::lround(region.mean.*axis / kCube) + 512);
+        uint32_t place = places.of(key);
+        if (place == 0) {
             cubes.emplace_back();
-        cubes[place.first->second].add(region);
+            place = uint32_t(cubes.size());
+            places.set(key, place);
+        }
+        cubes[place - 1].add(region);
     }
     std::vector<Region> means;
     for (const Sums &cube : cubes)

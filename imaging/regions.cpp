@@ -3,6 +3,8 @@
 
 #include "colour.h"
 #include "forest.h"
+#include "fourcolours.h"
+#include "prefetch.h"
 
 #include <algorithm>
 #include <numeric>
@@ -27,9 +29,13 @@ const float kCoarser = 4.0f;
 const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
-// Pixel edges for each of which a list of sides gets room beforehand; the photographs that were
-// looked at have more, and where there are fewer the list grows.
-const uint32_t kEdgesOfSide = 4;
+// Sides before regions are merged for each of which there is room for one after that; where there
+// are more the list grows. The photographs that were looked at have one for three.
+const uint32_t kSidesOfSide = 2;
+
+// Regions that are asked for before they are read: beyond those of the next row, 80 kilobytes. A
+// photograph's take a sixth less time.
+const uint32_t kRegionsAhead = 4096;
 
 void add(const Region &other, Region *to)
 {
@@ -64,6 +70,13 @@ public:
         regions.push_back(region);
         up.push_back(uint32_t(up.size()));
         return up.back();
+    }
+
+    // A region that comes soon, if there is one.
+    void expect(uint32_t region) const
+    {
+        if (region < regions.size())
+            prefetch(&regions[region]);
     }
 
     // Of two roots; returns the one that is left.
@@ -113,7 +126,7 @@ class Growing
 {
 public:
     Growing(const QImage &i, const SeenColours &s, float f, std::vector<uint32_t> *o)
-        : image(i), seen(s), farthest(f), ofPixel(o), above(std::size_t(i.width()), kNone)
+        : image(i), seen(s), farthest(f), ofPixel(o)
     { }
 
     // False when there are too many regions for the number of pixels.
@@ -122,10 +135,11 @@ public:
         const std::size_t pixels = std::size_t(image.width()) * std::size_t(image.height());
         const std::size_t most = pixels / kPixelsOfRegion + std::size_t(image.width()) + 1024;
         ofPixel->resize(pixels);
-        merging.reserve(std::min(pixels, most + above.size())); // no memory before it is used
+        merging.reserve(
+            std::min(pixels, most + std::size_t(image.width()))); // no memory before it is used
         uint32_t *target = ofPixel->data();
         for (int y = 0; y < image.height(); ++y, target += image.width()) {
-            addRow(row(image, y), target);
+            addRow(row(image, y), y > 0 ? target - image.width() : nullptr, target);
             if (merging.regions.size() > most && farthest < kFarthest)
                 return false;
         }
@@ -134,26 +148,25 @@ public:
     }
 
 private:
-    void addRow(const QRgb *words, uint32_t *target)
+    // `above` is the row above `target`, or null.
+    void addRow(const QRgb *words, const uint32_t *above, uint32_t *target)
     {
         uint32_t left = kNone;
-        const int width = int(above.size());
+        const int width = image.width();
         Region pixel { seen.of(words[0]), 1.0f, qAlpha(words[0]) };
         for (int x = 0; x < width; ++x) {
             if (x > 0 && words[x] != words[x - 1])
                 pixel = { seen.of(words[x]), 1.0f, qAlpha(words[x]) };
-            uint32_t &up = above[std::size_t(x)];
-            up = up == kNone ? kNone : merging.rootOf(up);
-            left = addPixel(pixel, left, up);
-            up = left;
+            left = addPixel(pixel, left, above ? merging.rootOf(above[x]) : kNone);
             target[x] = left;
         }
     }
 
+    // Where both are one region it is as near on either side, and left is taken.
     uint32_t addPixel(const Region &pixel, uint32_t left, uint32_t up)
     {
         const float toLeft = distance(pixel, left);
-        const float toUp = up == left ? farthest : distance(pixel, up);
+        const float toUp = distance(pixel, up);
         if (!(std::min(toLeft, toUp) < farthest))
             return merging.addRegion(pixel);
         const uint32_t nearer = toUp < toLeft ? up : left;
@@ -175,9 +188,35 @@ private:
     const SeenColours &seen;
     const float farthest; // squared
     std::vector<uint32_t> *ofPixel;
-    std::vector<uint32_t> above; // the regions of the row above, as far as this one has come
     Merging merging;
 };
+
+// Calls use(x) for every x below `end` at which two rows differ. Sixteen are looked at together, as
+// it is hard to foretell of a photograph's pixels one by one.
+template<typename Use>
+void forEachDifference(const uint32_t *a, const uint32_t *b, int end, Use use)
+{
+    int x = 0;
+#ifdef __SSE2__
+    const auto equalFour = [](const uint32_t *one, const uint32_t *other) {
+        return _mm_cmpeq_epi32(fourWords(one), fourWords(other));
+    };
+    const auto equalEight = [&](const uint32_t *one, const uint32_t *other) {
+        return _mm_packs_epi32(equalFour(one, other), equalFour(one + 4, other + 4));
+    };
+    for (; x + 16 <= end; x += 16) {
+        const __m128i equal
+            = _mm_packs_epi16(equalEight(a + x, b + x), equalEight(a + x + 8, b + x + 8));
+        unsigned different = unsigned(_mm_movemask_epi8(equal)) ^ 0xFFFFu;
+        for (; different != 0; different &= different - 1)
+            use(x + __builtin_ctz(different));
+    }
+#endif
+    for (; x < end; ++x) {
+        if (a[x] != b[x])
+            use(x);
+    }
+}
 
 // Calls use(a, b) for every pixel edge between two regions.
 template<typename Use>
@@ -185,14 +224,12 @@ void forEachEdge(const RegionGraph &graph, Use use)
 {
     const uint32_t *own = graph.ofPixel.data();
     for (int y = 0; y < graph.height; ++y, own += graph.width) {
-        for (int x = 1; x < graph.width; ++x) {
-            if (own[x] != own[x - 1])
-                use(own[x - 1], own[x]);
-        }
-        for (int x = 0; y > 0 && x < graph.width; ++x) {
-            if (own[x] != own[x - graph.width])
-                use(own[x - graph.width], own[x]);
-        }
+        const uint32_t *right = own + 1;
+        forEachDifference(own, right, graph.width - 1, [&](int x) { use(own[x], right[x]); });
+        if (y == 0)
+            continue;
+        const uint32_t *above = own - graph.width;
+        forEachDifference(above, own, graph.width, [&](int x) { use(above[x], own[x]); });
     }
 }
 
@@ -202,6 +239,16 @@ struct EdgeSides
 {
     std::vector<uint32_t> first;
     std::vector<uint32_t> list;
+
+    // Every pixel edge is a side of its own.
+    template<typename Use>
+    void forEachSide(uint32_t region, Use use) const
+    {
+        for (uint32_t s = first[region]; s < first[region + 1]; ++s)
+            use(RegionSide { list[s], 1 });
+    }
+
+    void expect(uint32_t region) const { prefetch(list.data() + first[region]); }
 };
 
 EdgeSides findSides(const RegionGraph &graph)
@@ -223,49 +270,32 @@ EdgeSides findSides(const RegionGraph &graph)
 }
 
 // Every region goes to the neighbour with which it loses least an edge, if that is below the price.
-// forEachSide(k, use) calls use(neighbour, edges) for the sides of a region. Returns the new
-// numbers of the regions.
-template<typename ForEachSide>
-std::vector<uint32_t> mergeAt(float price, ForEachSide forEachSide, std::vector<Region> *regions)
+// Returns the new numbers of the regions.
+template<typename Sides>
+std::vector<uint32_t> mergeAt(float price, const Sides &sides, std::vector<Region> *regions)
 {
     const uint32_t count = uint32_t(regions->size());
     Merging merging(std::move(*regions));
     for (uint32_t k = 0; k < count; ++k) {
+        merging.expect(k + kRegionsAhead);
         const uint32_t own = merging.rootOf(k);
+        const Region region = merging.regions[own];
         uint32_t best = kNone;
         float least = price;
-        forEachSide(k, [&](uint32_t neighbour, uint32_t edges) {
-            const uint32_t other = merging.rootOf(neighbour);
-            if (other == own)
-                return;
-            const float saved = float(edges) + kEdgesOfRegion;
-            const float loss = lossOf(merging.regions[own], merging.regions[other]) / saved;
-            if (loss < least) {
-                least = loss;
-                best = other;
-            }
+        sides.forEachSide(k, [&](const RegionSide &side) {
+            const uint32_t other = merging.rootOf(side.region);
+            // Whether it is the best so far is hard to foretell: no branches.
+            const Region &beside = merging.regions[other];
+            const bool isOther = (other != own) & (beside.alpha == region.alpha);
+            const float saved = float(side.edges) + kEdgesOfRegion;
+            const float loss = isOther ? lossOfAlike(region, beside) / saved : price;
+            best = loss < least ? other : best;
+            least = std::min(loss, least);
         });
         if (best != kNone)
             merging.merge(own, best);
     }
     return merging.number(regions);
-}
-
-// Every pixel edge is a side of its own.
-std::vector<uint32_t> mergeAcrossEdges(float price, const EdgeSides &sides,
-                                       std::vector<Region> *regions)
-{
-    return mergeAt(
-        price,
-        [&sides](uint32_t region, auto use) {
-            uint32_t last = kNone; // is no better the second time
-            for (uint32_t s = sides.first[region]; s < sides.first[region + 1]; ++s) {
-                if (sides.list[s] != last)
-                    use(sides.list[s], 1);
-                last = sides.list[s];
-            }
-        },
-        regions);
 }
 
 // The regions by their new numbers: those of `numbers` n are members[first[n]] to
@@ -282,36 +312,29 @@ struct Members
             members[--first[numbers[k]]] = uint32_t(k);
     }
 
-    // Calls visit(member) for the regions of a number, in their order.
-    template<typename Visit>
-    void forEach(uint32_t number, Visit visit) const
+    // Calls visit(member) for the regions of a number, in their order, and expect(member) for one
+    // that comes soon after, so that its memory can be fetched.
+    template<typename Visit, typename Expect>
+    void forEach(uint32_t number, Visit visit, Expect expect) const
     {
-        for (uint32_t m = first[number]; m < first[number + 1]; ++m)
+        for (uint32_t m = first[number]; m < first[number + 1]; ++m) {
+            if (m + kAhead < members.size())
+                expect(members[m + kAhead]);
             visit(members[m]);
+        }
     }
 
+    std::size_t count() const { return first.size() - 1; }
+
+    // The first of the regions of a number. Those below it are of lower numbers.
+    uint32_t lowest(uint32_t number) const { return members[first[number]]; }
+
 private:
+    static const uint32_t kAhead = 8; // members; 4 to 16 are alike
+
     std::vector<uint32_t> first;
     std::vector<uint32_t> members;
 };
-
-// Puts the new numbers of the regions into the sides and takes out those within one of them, in
-// their place: lists by the new regions would need twice the room beside these.
-void renumberSides(const std::vector<uint32_t> &numbers, EdgeSides *sides)
-{
-    uint32_t kept = 0;
-    uint32_t begin = 0;
-    for (std::size_t k = 0; k < numbers.size(); ++k) {
-        const uint32_t end = sides->first[k + 1];
-        for (uint32_t s = begin; s < end; ++s) {
-            const uint32_t other = numbers[sides->list[s]];
-            sides->list[kept] = other;
-            kept += other != numbers[k] ? 1u : 0u;
-        }
-        begin = end;
-        sides->first[k + 1] = kept;
-    }
-}
 
 // Counts the edges that a region has in common with each of its neighbours.
 class SideCounter
@@ -319,18 +342,27 @@ class SideCounter
 public:
     explicit SideCounter(std::size_t regions) : edges(regions, 0), met(regions) { }
 
-    void add(uint32_t neighbour)
+    // What comes from the region itself is not counted.
+    void begin(uint32_t region)
     {
-        met[count] = neighbour;
-        count += edges[neighbour]++ == 0 ? 1u : 0u;
+        own = region;
+        edges[own] = 1;
     }
 
-    // Calls use(neighbour, edges) in the order in which they came, and starts anew.
+    void add(uint32_t neighbour, uint32_t more)
+    {
+        met[count] = neighbour;
+        count += edges[neighbour] == 0 ? 1u : 0u;
+        edges[neighbour] += more;
+    }
+
+    // Calls use(side) for the neighbours in the order in which they came, and ends the region.
     template<typename Use>
     void take(Use use)
     {
+        edges[own] = 0;
         for (std::size_t k = 0; k < count; ++k) {
-            use(met[k], edges[met[k]]);
+            use(RegionSide { met[k], edges[met[k]] });
             edges[met[k]] = 0;
         }
         count = 0;
@@ -340,50 +372,102 @@ private:
     std::vector<uint32_t> edges;
     std::vector<uint32_t> met; // those that are not 0
     std::size_t count = 0;
+    uint32_t own = 0;
 };
 
-// The same for regions that have been merged from those of the sides, which have their numbers.
-std::vector<uint32_t> mergeAcrossSides(float price, const Members &members, const EdgeSides &sides,
-                                       std::vector<Region> *regions)
+// The sides of regions that have become other ones, by their new numbers: calls use(side) for every
+// side of region 0, then end(0), and so on.
+template<typename OldSides, typename Use, typename End>
+void countSides(const std::vector<uint32_t> &numbers, const Members &members, const OldSides &old,
+                Use use, End end)
 {
-    SideCounter counter(regions->size());
-    return mergeAt(
-        price,
-        [&](uint32_t region, auto use) {
-            members.forEach(region, [&](uint32_t member) {
-                for (uint32_t s = sides.first[member]; s < sides.first[member + 1]; ++s)
-                    counter.add(sides.list[s]);
-            });
-            counter.take(use);
-        },
-        regions);
+    SideCounter counter(members.count());
+    for (uint32_t k = 0; k < members.count(); ++k) {
+        counter.begin(k);
+        members.forEach(
+            k,
+            [&](uint32_t member) {
+                old.forEachSide(member, [&](const RegionSide &side) {
+                    counter.add(numbers[side.region], side.edges);
+                });
+            },
+            [&old](uint32_t member) { old.expect(member); });
+        counter.take(use);
+        end(k);
+    }
 }
 
-// The sides of regions that have been merged once more, to `numbers`.
-void listSides(const Members &members, const EdgeSides &sides, const std::vector<uint32_t> &numbers,
-               RegionGraph *graph)
+// The neighbours of merged regions, each once, and the edges to them.
+class CountedSides
 {
-    const std::size_t count = graph->regions.size();
-    const Members merged(numbers, count);
-    SideCounter counter(count);
-    graph->firstSide.reserve(count + 1);
-    graph->sides.reserve(sides.first.back() / kEdgesOfSide);
-    for (uint32_t k = 0; k < count; ++k) {
-        graph->firstSide.push_back(uint32_t(graph->sides.size()));
-        merged.forEach(k, [&](uint32_t part) {
-            members.forEach(part, [&](uint32_t member) {
-                for (uint32_t s = sides.first[member]; s < sides.first[member + 1]; ++s) {
-                    const uint32_t other = numbers[sides.list[s]];
-                    if (other != k)
-                        counter.add(other);
-                }
+public:
+    // In the room of `old`: what was before the first of the next region's members has been read,
+    // and what does not find room there waits.
+    CountedSides(const std::vector<uint32_t> &numbers, const Members &members, EdgeSides old)
+    {
+        std::vector<uint32_t> waiting;
+        std::size_t read = 0;
+        std::size_t written = 0;
+        const auto write = [&](std::size_t room) {
+            const std::size_t count = std::min(waiting.size() - read, room - written);
+            std::copy_n(waiting.begin() + std::ptrdiff_t(read), count,
+                        old.list.begin() + std::ptrdiff_t(written));
+            read += count;
+            written += count;
+            if (read < waiting.size())
+                return;
+            waiting.clear();
+            read = 0;
+        };
+        uint32_t sides = 0;
+        first.reserve(members.count() + 1);
+        first.push_back(0);
+        countSides(
+            numbers, members, old,
+            [&](const RegionSide &side) {
+                waiting.push_back(side.region);
+                waiting.push_back(side.edges);
+                ++sides;
+            },
+            [&](uint32_t k) {
+                first.push_back(sides);
+                if (k + 1 < members.count())
+                    write(old.first[members.lowest(k + 1)]);
             });
-        });
-        counter.take([graph](uint32_t other, uint32_t edges) {
-            graph->sides.push_back({ other, edges });
-        });
+        write(old.list.size());
+        list = std::move(old.list);
+        list.resize(written);
+        list.insert(list.end(), waiting.begin() + std::ptrdiff_t(read), waiting.end());
     }
-    graph->firstSide.push_back(uint32_t(graph->sides.size()));
+
+    template<typename Use>
+    void forEachSide(uint32_t region, Use use) const
+    {
+        const uint32_t *end = list.data() + 2 * std::size_t(first[region + 1]);
+        for (const uint32_t *side = list.data() + 2 * std::size_t(first[region]); side < end;
+             side += 2)
+            use(RegionSide { side[0], side[1] });
+    }
+
+    void expect(uint32_t region) const { prefetch(list.data() + 2 * std::size_t(first[region])); }
+
+    std::size_t count() const { return list.size() / 2; }
+
+private:
+    std::vector<uint32_t> first; // in pairs
+    std::vector<uint32_t> list;  // neighbour, edges
+};
+
+// The sides of regions that have been merged once more, to `numbers`.
+void listSides(const std::vector<uint32_t> &numbers, const CountedSides &sides, RegionGraph *graph)
+{
+    const Members members(numbers, graph->regions.size());
+    graph->firstSide.reserve(members.count() + 1);
+    graph->sides.reserve(sides.count() / kSidesOfSide);
+    graph->firstSide.push_back(0);
+    countSides(
+        numbers, members, sides, [graph](const RegionSide &side) { graph->sides.push_back(side); },
+        [graph](uint32_t) { graph->firstSide.push_back(uint32_t(graph->sides.size())); });
 }
 
 } // namespace
@@ -396,16 +480,13 @@ RegionGraph findRegions(const QImage &image, const SeenColours &seen, double pri
     float farthest = std::max(kNearest, float(price) * kJoinShare);
     while (!Growing(image, seen, farthest, &graph.ofPixel).run(&graph.regions))
         farthest *= kCoarser;
-    EdgeSides sides = findSides(graph);
-    std::vector<uint32_t> numbers
-        = mergeAcrossEdges(kFirstPart * float(price), sides, &graph.regions);
+    EdgeSides edgeSides = findSides(graph);
+    std::vector<uint32_t> numbers = mergeAt(kFirstPart * float(price), edgeSides, &graph.regions);
     graph.regions.shrink_to_fit();
-    renumberSides(numbers, &sides);
-    const Members members(numbers, graph.regions.size());
-    const std::vector<uint32_t> merged
-        = mergeAcrossSides(float(price), members, sides, &graph.regions);
+    const CountedSides sides(numbers, Members(numbers, graph.regions.size()), std::move(edgeSides));
+    const std::vector<uint32_t> merged = mergeAt(float(price), sides, &graph.regions);
     graph.regions.shrink_to_fit();
-    listSides(members, sides, merged, &graph);
+    listSides(merged, sides, &graph);
     renumber(merged, &numbers);
     renumber(numbers, &graph.ofPixel);
     return graph;

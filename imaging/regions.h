@@ -46,13 +46,17 @@ struct RegionGraph
     std::vector<uint32_t> ofPixel;
 };
 
-// What the picture loses when two regions become one: the squared distance of their pixels to their
-// means (SeenColour) grows by so much. Infinite for different alphas.
+// What the picture loses when two regions of one alpha become one: the squared distance of their
+// pixels to their means (SeenColour) grows by so much.
+inline float lossOfAlike(const Region &a, const Region &b)
+{
+    return a.pixels * b.pixels / (a.pixels + b.pixels) * squaredDistance(a.mean, b.mean);
+}
+
+// The same of any two: infinite for different alphas.
 inline float lossOf(const Region &a, const Region &b)
 {
-    return a.alpha == b.alpha
-        ? a.pixels * b.pixels / (a.pixels + b.pixels) * squaredDistance(a.mean, b.mean)
-        : std::numeric_limits<float>::infinity();
+    return a.alpha == b.alpha ? lossOfAlike(a, b) : std::numeric_limits<float>::infinity();
 }
 
 // The regions of an ARGB32 image: two neighbours are one where that loses less than `price` for

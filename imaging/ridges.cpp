@@ -15,6 +15,8 @@ const double kClearLength = 40.0; // length of a difference
 const double kAligned = 0.5;      // cosine between the differences to both sides
 const double kSameSlope = 0.9;    // cosine between two steps of one slope
 const double kDoubt = 0.1;        // cost of supposing a line to be thinner than a pixel
+const double kShade = 32.0;       // length; what is nearer may be another shade of the colour
+const double kDilution = 0.05;    // cost of the rest of the way
 const double kLeastPart = 0.3;    // of a line's own colour that must be left
 const double kExplained = 0.15;   // sine of the angle between a line's colour and the supposed one
 // Cost of a colour that lies on the other side of what is beside the line: more than the contacts
@@ -34,6 +36,13 @@ bool differs(QRgb a, QRgb b)
             return sum >= 70;
     }
     return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
+}
+
+// What it costs to suppose that a pixel so far from a colour is a dilution of it. How far it is
+// diluted says little: the soft pixels of one letter have every shade there is.
+double costOfDilution(double distance)
+{
+    return kDoubt * std::min(distance, kShade) + kDilution * std::max(0.0, distance - kShade);
 }
 
 // Whether two differences stay apart by more than the angle of kAligned, 60 degrees, however far
@@ -106,39 +115,46 @@ RidgeFinder::RidgeFinder(const QImage &image)
       width(image.width()), height(image.height())
 { }
 
-Ridge RidgeFinder::across(const Line &line) const
+bool RidgeFinder::across(const Line &line, QRgb *beside)
 {
-    Ridge ridge;
-    ridge.colour = *line.middle;
     Side one { line.middle, line.step, line.after };
     Side other { line.middle, -line.step, line.before };
     // No more than kRidgeReach + 1 steps to both sides together.
     if (!one.find(kRidgeReach) || !other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
-        return ridge;
+        return false;
     const VisibleColour own = visible(*line.middle);
     one.look(own);
     other.look(own);
     if (isOpposite(one.away, other.away))
-        return ridge;
+        return false;
     one.followSlope(own);
     other.followSlope(own);
-    ridge.found = isAligned(one.away, other.away, kAligned);
-    ridge.beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
-    return ridge;
+    *beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
+    return isAligned(one.away, other.away, kAligned);
+}
+
+bool RidgeFinder::find(int x, int y, QRgb *beside) const
+{
+    const QRgb *middle = first + y * stride + x;
+    QRgb ofColumn = 0;
+    const bool inRow = across({ middle, 1, x, width - 1 - x }, beside);
+    const bool inColumn = across({ middle, stride, y, height - 1 - y }, &ofColumn);
+    if (!inRow || !inColumn) {
+        *beside = inColumn ? ofColumn : *beside;
+        return inRow || inColumn;
+    }
+    const VisibleColour own = visible(*middle);
+    if (square(difference(own, visible(ofColumn))) > square(difference(own, visible(*beside))))
+        *beside = ofColumn;
+    return true;
 }
 
 Ridge RidgeFinder::at(int x, int y) const
 {
-    const QRgb *middle = first + y * stride + x;
-    const Ridge inRow = across({ middle, 1, x, width - 1 - x });
-    const Ridge inColumn = across({ middle, stride, y, height - 1 - y });
-    if (!inRow.found || !inColumn.found)
-        return inRow.found ? inRow : inColumn;
-    const VisibleColour own = visible(*middle);
-    return square(difference(own, visible(inColumn.beside)))
-            > square(difference(own, visible(inRow.beside)))
-        ? inColumn
-        : inRow;
+    Ridge ridge;
+    ridge.colour = first[y * stride + x];
+    ridge.found = find(x, y, &ridge.beside);
+    return ridge;
 }
 
 RidgeColours::RidgeColours(const std::vector<QRgb> &palette) : words(palette)
@@ -182,7 +198,7 @@ bool RidgeColours::costsOf(const Ridge &ridge, float *costs) const
         const bool goesThere
             = product(difference(own, beside), difference(colours[k], beside)) > 0.0;
         explained = explained || (unexplained <= kExplained * depth && missing <= 0.0);
-        costs[k] = float(unexplained + kDoubt * length(difference(own, colours[k]))
+        costs[k] = float(unexplained + costOfDilution(length(difference(own, colours[k])))
                          + std::max(0.0, missing) + (goesThere ? 0.0 : kWrongWay));
     }
     return explained;

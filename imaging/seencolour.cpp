@@ -29,8 +29,9 @@ double lightOf(int byte)
 SeenColours::SeenColours()
 {
     for (int byte = 0; byte < 256; ++byte) {
-        for (std::size_t k = 0; k < shares.size(); ++k)
-            shares[k][std::size_t(byte)] = int(std::lround(lightOf(byte) * kWeights[k] * kSteps));
+        for (std::size_t k = 0; k < 12; ++k)
+            shares[k % 3][std::size_t(byte)][k / 3]
+                = int(std::lround(lightOf(byte) * kWeights[k] * kSteps));
     }
     const double kDark = 216.0 / 24389.0;
     roots.reserve(kSteps + 4);

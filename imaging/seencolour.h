@@ -37,23 +37,25 @@ public:
 
     SeenColour of(QRgb word) const
     {
-        const std::size_t r = std::size_t(qRed(word));
-        const std::size_t g = std::size_t(qGreen(word));
-        const std::size_t b = std::size_t(qBlue(word));
-        const auto light = [&](std::size_t k) {
-            return std::size_t(shares[3 * k][r] + shares[3 * k + 1][g] + shares[3 * k + 2][b]);
-        };
-        const float l = roots[light(0)];
-        const float m = roots[light(1)];
-        const float s = roots[light(2)];
-        return { lightnesses[light(3)],
+        const Lights &red = shares[0][std::size_t(qRed(word))];
+        const Lights &green = shares[1][std::size_t(qGreen(word))];
+        const Lights &blue = shares[2][std::size_t(qBlue(word))];
+        Lights lights; // one vector
+        for (std::size_t k = 0; k < lights.size(); ++k)
+            lights[k] = red[k] + green[k] + blue[k];
+        const float l = roots[std::size_t(lights[0])];
+        const float m = roots[std::size_t(lights[1])];
+        const float s = roots[std::size_t(lights[2])];
+        return { lightnesses[std::size_t(lights[3])],
                  2.0f * (1.9779984951f * l - 2.4285922050f * m + 0.4505937099f * s),
                  2.0f * (0.0259040371f * l + 0.7827717662f * m - 0.8086757660f * s) };
     }
 
 private:
-    std::array<std::array<int, 256>, 12> shares; // of a channel's value in each of four lights
-    std::vector<float> roots;                    // of a light
+    typedef std::array<int, 4> Lights;
+
+    std::array<std::array<Lights, 256>, 3> shares; // of a channel's value in each of four lights
+    std::vector<float> roots;                      // of a light
     std::vector<float> lightnesses;
 };
 

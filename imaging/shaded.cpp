@@ -29,9 +29,16 @@ class Smoothing
 public:
     Smoothing(const QImage &i, const SeenColours &s, const std::vector<PaletteColour> &p,
               double price, std::vector<uint16_t> *l)
-        : image(i), seen(s), palette(p), priceOfSide(float(price) * kPriceOfSide),
-          priceOfCorner(float(price) * kPriceOfCorner), labels(l->data())
-    { }
+        : image(i), seen(s), palette(p), labels(l->data())
+    {
+        for (unsigned same = 0; same < priceOfSides.size(); ++same) {
+            float others = 0.0f;
+            for (std::size_t k = 0; k < kSides; ++k)
+                others += (same >> k & 1) == 0 ? 1.0f : 0.0f;
+            priceOfSides[same] = float(price) * kPriceOfSide * others;
+            priceOfCorners[same] = float(price) * kPriceOfCorner * others;
+        }
+    }
 
     void sweep()
     {
@@ -43,21 +50,28 @@ public:
             const uint16_t *above = y > 0 ? own - width : own;
             const uint16_t *below = y + 1 < height ? own + width : own;
             for (int x = 0; x < width; ++x) {
-                x = skipAmid(own, above, below, x, width);
                 const int left = x > 0 ? x - 1 : x;
                 const int right = x + 1 < width ? x + 1 : x;
-                const uint16_t sides[] = { own[left], own[right], above[x], below[x] };
-                if (sides[0] == own[x] && sides[1] == own[x] && sides[2] == own[x]
-                    && sides[3] == own[x])
+                if (own[left] == own[x] && own[right] == own[x] && above[x] == own[x]
+                    && below[x] == own[x]) {
+                    // Not beside a pixel that has just been written: what is wider than that one
+                    // would wait for it.
+                    x = skipAmid(own, above, below, x + 1, width) - 1;
                     continue;
-                const uint16_t corners[] = { above[left], above[right], below[left], below[right] };
-                own[x] = choose(words[x], own[x], sides, corners);
+                }
+                own[x] = choose(words[x], own[x],
+                                { { own[left], own[right], above[x], below[x], above[left],
+                                    above[right], below[left], below[right] } });
             }
         }
     }
 
 private:
-    // Goes on over pixels whose four sides are of their own label, as long as there are many; never
+    static const std::size_t kSides = 4;
+
+    typedef std::array<uint16_t, 2 * kSides> Around; // labels of the sides, and of the corners
+
+    // Goes on over pixels whose four sides are of their own label, as long as there are many; not
     // beyond the last pixel.
     static int skipAmid(const uint16_t *own, const uint16_t *above, const uint16_t *below, int x,
                         int width)
@@ -81,44 +95,50 @@ private:
         return x;
     }
 
-    uint16_t choose(QRgb word, uint16_t own, const uint16_t (&sides)[4],
-                    const uint16_t (&corners)[4]) const
+    // Whether a label is better is hard to foretell: all are looked at, also more than once.
+    uint16_t choose(QRgb word, uint16_t own, const Around &around) const
     {
         const SeenColour colour = seen.of(word);
+        const int alpha = palette[own].alpha;
         uint16_t best = own;
-        float least = cost(colour, own, sides, corners);
-        uint16_t last = own;
-        for (uint16_t label : sides) {
-            if (label == best || label == last || palette[label].alpha != palette[own].alpha)
-                continue;
-            last = label; // is no better the second time
-            const float other = cost(colour, label, sides, corners);
-            if (other < least) {
-                least = other;
-                best = label;
-            }
+        float least = cost(colour, own, around);
+        for (std::size_t k = 0; k < kSides; ++k) {
+            const uint16_t label = around[k];
+            const float other = cost(colour, label, around);
+            const bool isBetter = (other < least) & (palette[label].alpha == alpha);
+            best = isBetter ? label : best;
+            least = isBetter ? other : least;
         }
         return best;
     }
 
-    float cost(const SeenColour &colour, uint16_t label, const uint16_t (&sides)[4],
-               const uint16_t (&corners)[4]) const
+    // A bit for each that is of the label.
+    static unsigned sameIn(const Around &around, uint16_t label)
     {
-        int other = 0;
-        int oblique = 0;
-        for (std::size_t k = 0; k < 4; ++k) {
-            other += sides[k] != label ? 1 : 0;
-            oblique += corners[k] != label ? 1 : 0;
-        }
-        return squaredDistance(colour, palette[label].colour) + priceOfSide * float(other)
-            + priceOfCorner * float(oblique);
+#ifdef __SSE2__
+        const __m128i all = _mm_loadu_si128(reinterpret_cast<const __m128i *>(around.data()));
+        const __m128i same = _mm_cmpeq_epi16(all, _mm_set1_epi16(short(label)));
+        return unsigned(_mm_movemask_epi8(_mm_packs_epi16(same, _mm_setzero_si128())));
+#else
+        unsigned same = 0;
+        for (std::size_t k = 0; k < around.size(); ++k)
+            same |= unsigned(around[k] == label) << k;
+        return same;
+#endif
+    }
+
+    float cost(const SeenColour &colour, uint16_t label, const Around &around) const
+    {
+        const unsigned same = sameIn(around, label);
+        return squaredDistance(colour, palette[label].colour) + priceOfSides[same & 0xFu]
+            + priceOfCorners[same >> kSides];
     }
 
     const QImage &image;
     const SeenColours &seen;
     const std::vector<PaletteColour> &palette;
-    const float priceOfSide;
-    const float priceOfCorner;
+    std::array<float, 1u << kSides> priceOfSides; // by those of the four that are of a label
+    std::array<float, 1u << kSides> priceOfCorners;
     uint16_t *labels;
 };
 

@@ -5,6 +5,7 @@
 #include "forest.h"
 #include "ridges.h"
 #include "segment.h"
+#include "spread.h"
 
 #include <algorithm>
 #include <limits>
@@ -14,16 +15,44 @@ namespace ztrace {
 
 namespace {
 
-const int kNear = 2;          // pixels between cores of one stroke; junctions have no ridge
-const float kContact = 16.0f; // price of two cores side by side with different labels: a length
+const int kNear = 2;           // pixels between cores of one stroke; junctions have no ridge
+const double kLeastPart = 0.3; // of the way from what is beside a stroke to the colour it touches
+const float kContact = 16.0f;  // price of a core beside another label: a length
 
 const double kMostRidges = 0.2; // of the pixels; where there are more there is noise and no stroke
 const std::size_t kFewRidges = 50000; // that cost little, whatever they are
+
+int sumOf(QRgb word)
+{
+    return qRed(word) + qGreen(word) + qBlue(word);
+}
+
+// Whether a ridge is no more than the soft side of what touches it: a pixel beside it goes on in
+// the ridge's direction, and less than kLeastPart of the way is the ridge's own.
+bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+{
+    const int x = int(pixel % uint32_t(image.width()));
+    const int y = int(pixel / uint32_t(image.width()));
+    const VisibleColour own = visible(ridge.colour);
+    const VisibleColour away = difference(own, visible(ridge.beside));
+    const double most = square(away) * (1.0 / kLeastPart - 1.0);
+    const int right = std::min(image.width() - 1, x + 1);
+    const int bottom = std::min(image.height() - 1, y + 1);
+    for (int v = std::max(0, y - 1); v <= bottom; ++v) {
+        const QRgb *words = row(image, v);
+        for (int u = std::max(0, x - 1); u <= right; ++u) {
+            if (product(difference(visible(words[u]), own), away) > most)
+                return true;
+        }
+    }
+    return false;
+}
 
 struct Core
 {
     uint32_t pixel;
     uint32_t costs; // place of its row among the costs
+    bool isLight;   // beside what is next to it: a gap between strokes, or a light one
 };
 
 // What every label of the palette would cost ridges, a row for each of those that are alike.
@@ -125,12 +154,52 @@ struct Stretch
     std::vector<Contact> contacts; // may be absorbed or repeated until they are tidied
 };
 
+#ifdef __SSE2__
+float leastOfFour(__m128 four)
+{
+    const __m128 two = _mm_min_ps(four, _mm_movehl_ps(four, four));
+    return std::min(_mm_cvtss_f32(two), _mm_cvtss_f32(_mm_shuffle_ps(two, two, 1)));
+}
+#endif
+
+// The least of a[k], or the largest number if there is none. All are finite.
+float leastOf(const float *a, std::size_t count)
+{
+    float least = std::numeric_limits<float>::max();
+    std::size_t k = 0;
+#ifdef __SSE2__
+    __m128 four = _mm_set1_ps(least);
+    for (; k + 4 <= count; k += 4)
+        four = _mm_min_ps(four, _mm_loadu_ps(a + k));
+    least = leastOfFour(four);
+#endif
+    for (; k < count; ++k)
+        least = std::min(least, a[k]);
+    return least;
+}
+
+// The same of a[k] + b[k].
+float leastOfSums(const float *a, const float *b, std::size_t count)
+{
+    float least = std::numeric_limits<float>::max();
+    std::size_t k = 0;
+#ifdef __SSE2__
+    __m128 four = _mm_set1_ps(least);
+    for (; k + 4 <= count; k += 4)
+        four = _mm_min_ps(four, _mm_add_ps(_mm_loadu_ps(a + k), _mm_loadu_ps(b + k)));
+    least = leastOfFour(four);
+#endif
+    for (; k < count; ++k)
+        least = std::min(least, a[k] + b[k]);
+    return least;
+}
+
 // Unites stretches as long as one label for both costs less than two and what parts them.
 class Strokes
 {
 public:
-    Strokes(const std::vector<Core> &found, const Costs &of, int planeWidth)
-        : cores(found), costs(of), width(uint32_t(planeWidth))
+    Strokes(const std::vector<Core> &found, const Costs &of, const LabelPlane &labelled)
+        : cores(found), costs(of), plane(labelled), width(uint32_t(labelled.width))
     { }
 
     // The label of every core.
@@ -172,13 +241,21 @@ private:
 
     uint32_t rootOf(uint32_t k) { return ztrace::rootOf(&parent, k); }
 
+    // A gap's soft pixels may be of the very grey of a stroke's.
+    bool areAlike(std::size_t i, std::size_t j) const
+    {
+        return own[i] == own[j] && cores[i].isLight == cores[j].isLight;
+    }
+
     void gather()
     {
         parent.resize(cores.size());
         std::iota(parent.begin(), parent.end(), 0u);
         forEachPair([&](std::size_t i, std::size_t j) {
-            if (own[i] == own[j])
+            if (areAlike(i, j))
                 parent[rootOf(uint32_t(j))] = rootOf(uint32_t(i));
+            else
+                unlike.push_back({ uint32_t(i), uint32_t(j) });
         });
         stretchOf.resize(cores.size());
         std::vector<uint32_t> numbers(cores.size(), 0);
@@ -204,12 +281,11 @@ private:
                 contacts.push_back({ other, 0 });
             ++contacts.back().cores;
         };
-        forEachPair([&](std::size_t i, std::size_t j) {
-            if (own[i] == own[j])
-                return;
-            add(stretchOf[i], stretchOf[j]);
-            add(stretchOf[j], stretchOf[i]);
-        });
+        for (const auto &pair : unlike) {
+            add(stretchOf[pair.first], stretchOf[pair.second]);
+            add(stretchOf[pair.second], stretchOf[pair.first]);
+        }
+        unlike = std::vector<std::pair<uint32_t, uint32_t>>();
     }
 
     // Stretches without contacts keep their labels, whatever they cost.
@@ -232,22 +308,38 @@ private:
             const float *row = costs.row(cores[i].costs);
             for (std::size_t k = 0; sum && k < labels; ++k)
                 sum[k] += row[k];
+            if (sum)
+                takeOffAreas(cores[i].pixel, sum);
         }
         for (Stretch &stretch : stretches) {
-            if (stretch.costs)
-                rank(&stretch);
+            if (!stretch.costs)
+                continue;
+            stretch.label
+                = uint16_t(std::min_element(stretch.costs, stretch.costs + labels) - stretch.costs);
+            rank(&stretch);
         }
     }
 
-    // The label is that of the least costs already: sums never change an order that all parts have.
+    // Of the labels of areas that a core touches, the prices of contacts that it would not have.
+    void takeOffAreas(uint32_t pixel, float *sum) const
+    {
+        const int x = int(pixel % width);
+        const int y = int(pixel / width);
+        for (int v = std::max(0, y - 1); v <= std::min(plane.height - 1, y + 1); ++v) {
+            for (int u = std::max(0, x - 1); u <= std::min(plane.width - 1, x + 1); ++u) {
+                const uint16_t label = plane.labels[std::size_t(v) * width + std::size_t(u)];
+                if (label != kUnlabelled)
+                    sum[label] -= kContact;
+            }
+        }
+    }
+
     void rank(Stretch *stretch) const
     {
+        const float *after = stretch->costs + stretch->label + 1;
         stretch->least = stretch->costs[stretch->label];
-        stretch->second = std::numeric_limits<float>::max();
-        for (std::size_t k = 0; k < costs.labels(); ++k) {
-            if (k != stretch->label)
-                stretch->second = std::min(stretch->second, stretch->costs[k]);
-        }
+        stretch->second = std::min(leastOf(stretch->costs, stretch->label),
+                                   leastOf(after, costs.labels() - stretch->label - 1));
     }
 
     // What two cost that stay apart.
@@ -268,14 +360,11 @@ private:
     // The best label for two, and what uniting them costs.
     float priceOf(const Stretch &a, const Stretch &b, int contacts, uint16_t *label) const
     {
-        float least = std::numeric_limits<float>::max();
-        for (std::size_t k = 0; k < costs.labels(); ++k) {
-            const float together = a.costs[k] + b.costs[k];
-            if (together < least) {
-                least = together;
-                *label = uint16_t(k);
-            }
-        }
+        const float least = leastOfSums(a.costs, b.costs, costs.labels());
+        std::size_t k = 0;
+        while (k + 1 < costs.labels() && a.costs[k] + b.costs[k] != least)
+            ++k;
+        *label = uint16_t(k);
         return least - apart(a, b, contacts);
     }
 
@@ -373,9 +462,11 @@ private:
 
     const std::vector<Core> &cores;
     const Costs &costs;
+    const LabelPlane &plane;
     const uint32_t width;
     std::vector<uint16_t> own;
-    std::vector<uint32_t> parent; // of cores first, of stretches then
+    std::vector<std::pair<uint32_t, uint32_t>> unlike; // cores of two labels that are near
+    std::vector<uint32_t> parent;                      // of cores first, of stretches then
     std::vector<uint32_t> stretchOf;
     std::vector<Stretch> stretches;
     std::vector<float> sums; // of the stretches with contacts
@@ -437,12 +528,12 @@ std::vector<uint32_t> labelStrokes(const QImage &image, std::vector<uint32_t> wa
     Costs costs(plane->colours);
     std::vector<Core> cores;
     takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge) {
-        const int row = costs.rowOf(ridge);
+        const int row = isSide(image, pixel, ridge) ? -1 : costs.rowOf(ridge);
         if (row >= 0)
-            cores.push_back({ pixel, uint32_t(row) });
+            cores.push_back({ pixel, uint32_t(row), sumOf(ridge.colour) > sumOf(ridge.beside) });
         return row >= 0;
     });
-    const std::vector<uint16_t> labels = Strokes(cores, costs, plane->width).labels();
+    const std::vector<uint16_t> labels = Strokes(cores, costs, *plane).labels();
     for (std::size_t i = 0; i < cores.size(); ++i)
         labelCore(cores[i].pixel, labels[i], edges, plane);
     return waiting;

@@ -12,6 +12,7 @@ namespace ztrace::strokes {
 struct Arrow
 {
     Point corner[3] = {};
+    int ink = 0; // as of a Stroke
 };
 
 // What a row of widths across a line's end tells: lengths along the line in the order of the rows.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace ztrace::strokes {
 
@@ -28,11 +29,18 @@ const double kStepError = 0.55;
 // black and white tell nothing about the break.
 const double kBreakPart = 0.5;
 const double kMostAside = 1.2;
-const double kUnsure = 4.0;       // pixels between touching and crossing, not told apart
-const double kSquare = 0.5;       // sine of the least angle at which an end is put on a line
-const std::size_t kBody = 12;     // cross-sections of such a line
-const double kMostPairs = 4e7;    // ends times lines that are compared
-const double kStub = 1.6;         // pixels of a line that is seen beyond another one
+const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
+const double kSquare = 0.5;    // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;  // cross-sections of such a line
+const double kMostPairs = 4e7; // ends times lines that are compared
+// Pixels of a line that is seen beyond another one, those of them with paper on both sides, and
+// pixels between the places that are looked at: a third line may lie across them.
+const double kStub = 1.6;
+const double kStubAlone = 1.0;
+const double kStubStep = 0.5;
+// A break of a worn pen: widths of the line, and pixels.
+const double kBreakWidths = 1.1;
+const double kBreakPixels = 6.0;
 const double kMeetingReach = 2.0; // pixels around a joint's ink in which its lines may meet
 // Dots right ahead of a thin line are of it, in parts of what noise takes in one place.
 const double kDotsApart = 3.0;
@@ -42,49 +50,6 @@ const double kMeetsAll = 1.5;  // pixels from a common place that its carriers m
 double distanceBetween(Point a, Point b)
 {
     return std::hypot(a.x - b.x, a.y - b.y);
-}
-
-Crossings lineWithLine(const fit::Primitive &a, const fit::Primitive &b)
-{
-    Crossings result;
-    const double sine = fit::cross(a.direction, b.direction);
-    if (std::fabs(sine) < 1e-9)
-        return result;
-    const double t = fit::cross(b.point - a.point, b.direction) / sine;
-    result.place[result.count++] = a.point + t * a.direction;
-    return result;
-}
-
-Crossings lineWithCircle(const fit::Primitive &line, const fit::Primitive &circle)
-{
-    Crossings result;
-    const Point foot = line.foot(circle.point);
-    const double d = distanceBetween(foot, circle.point);
-    const double square = circle.radius * circle.radius - d * d;
-    if (square < 0)
-        return result;
-    const double half = std::sqrt(square);
-    result.place[result.count++] = foot + half * line.direction;
-    result.place[result.count++] = foot - half * line.direction;
-    return result;
-}
-
-Crossings circleWithCircle(const fit::Primitive &a, const fit::Primitive &b)
-{
-    Crossings result;
-    const double d = distanceBetween(a.point, b.point);
-    if (!(d > 1e-9))
-        return result;
-    const double along = 0.5 * (d + (a.radius * a.radius - b.radius * b.radius) / d);
-    const double square = a.radius * a.radius - along * along;
-    if (square < 0)
-        return result;
-    const Point u = (1 / d) * (b.point - a.point);
-    const Point v = { -u.y, u.x };
-    const double half = std::sqrt(square);
-    result.place[result.count++] = a.point + along * u + half * v;
-    result.place[result.count++] = a.point + along * u - half * v;
-    return result;
 }
 
 // Where two carriers touch each other near a place: of a line and an arc on the arc, as an end
@@ -188,15 +153,30 @@ private:
         return (ahead < 0 ? -1.0 : 1.0) * distanceBetween(place, last);
     }
 
-    // Whether ink leads from an end to a place.
-    bool leadsTo(const AtomEnd &end, Point place)
+    // Whether ink leads from an end to a place, but for a break of so many pixels.
+    bool leadsTo(const AtomEnd &end, Point place, double broken = 0.0)
     {
         const double ahead = along(end, place);
         const double width = atom(end).width;
         const double gap = measure.takenOf(width);
+        const double dots = std::max(kDotsApart * gap, broken);
         return ahead > -kBackwards - width
-            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, kDotsApart * gap)
-                + 0.5 * width + kMeetingReach + gap;
+            && ahead < inkAhead(coverage, atom(end), end.end, ahead + 1.0, dots) + 0.5 * width
+                + kMeetingReach + gap;
+    }
+
+    // Pixels that a worn pen may leave out of a line.
+    double breakOf(double width) const { return kBreakWidths * width + kBreakPixels; }
+
+    // Whether the line is seen again beyond a break, before it comes to an edge that far ahead.
+    bool isSeenAgain(const AtomEnd &end, double edge)
+    {
+        double ink = inkAhead(coverage, atom(end), end.end, edge, 0.0);
+        for (ink += kStubStep; ink < edge; ink += kStubStep) {
+            if (coverage.at(alongCarrier(atom(end), end.end, ink)) >= 0.5)
+                return edge - ink >= kStub;
+        }
+        return false;
     }
 
     // Pixels that a line may lie off where it was drawn.
@@ -314,10 +294,25 @@ private:
         const double ink = inkAhead(coverage, ending, end.end, most, 0.0);
         if (ink < start + kStub || ink >= most)
             return false;
-        // Alone there: paper on both sides.
-        const double middle = 0.5 * (start + ink);
-        const Point p = alongCarrier(ending, end.end, middle);
-        const Point q = alongCarrier(ending, end.end, middle + 0.5);
+        double alone = 0.0;
+        for (double s = start + 0.5 * kStubStep; s < ink; s += kStubStep)
+            alone += isAlone(ending, end.end, s) ? kStubStep : 0.0;
+        if (alone < kStubAlone)
+            return false;
+        seenBeyond[keyOf(end)] = ink;
+        return true;
+    }
+
+    static std::size_t keyOf(const AtomEnd &end)
+    {
+        return 2 * std::size_t(end.atom) + std::size_t(end.end);
+    }
+
+    // Whether there is paper on both sides of a line, that many pixels beyond its end.
+    bool isAlone(const Atom &ending, int end, double ahead) const
+    {
+        const Point p = alongCarrier(ending, end, ahead);
+        const Point q = alongCarrier(ending, end, ahead + 0.5);
         const Point normal = 2.0 * Point { p.y - q.y, q.x - p.x };
         const double beside = 0.5 * ending.width + 1.5;
         return coverage.at(p + beside * normal) < 0.4 && coverage.at(p - beside * normal) < 0.4;
@@ -363,30 +358,40 @@ private:
         return end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
     }
 
-    // Whether two ends that meet nothing are the two of a corner, and where.
-    bool isCorner(const AtomEnd &a, const AtomEnd &b, Point *place)
+    // Whether two ends that meet nothing are the two of a corner, and where. A worn pen may have
+    // left out what is before it.
+    bool isCorner(const AtomEnd &a, const AtomEnd &b, bool worn, Point *place)
     {
-        if (a.atom == b.atom)
+        if (a.atom == b.atom || (worn && !(mayBeBroken(a) && mayBeBroken(b))))
             return false;
         const double widths = atom(a).width + atom(b).width;
+        const double broken = worn ? breakOf(std::min(atom(a).width, atom(b).width)) : 0.0;
         const Point between = 0.5 * (lastSample(a) + lastSample(b));
-        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kMeetingReach
+        if (distanceBetween(lastSample(a), lastSample(b)) > widths + 2 * kMeetingReach + broken
             || std::fabs(fit::cross(outwardsOf(atom(a), a.end), outwardsOf(atom(b), b.end)))
-                < kCrossing)
+                < (worn ? kSquare : kCrossing))
             return false;
         const Crossings crossings = crossingsOf(atom(a).carrier, atom(b).carrier);
         for (int k = 0; k < crossings.count; ++k) {
             *place = crossings.place[k];
-            if (distanceBetween(*place, between) < widths + kMeetingReach
+            if (distanceBetween(*place, between) < widths + kMeetingReach + broken
                 && along(a, *place) > -kBackwards && along(b, *place) > -kBackwards
-                && leadsTo(a, *place) && leadsTo(b, *place))
+                && leadsTo(a, *place, broken) && leadsTo(b, *place, broken))
                 return true;
         }
         return false;
     }
 
+    // Whether what is missing of a line may be a break; dashes and letters have gaps of their own.
+    bool mayBeBroken(const AtomEnd &end)
+    {
+        const Atom &ending = atom(end);
+        return ending.dashing.type == DashType::None && ending.role == Role::Line
+            && double(ending.samples.size()) > 2 * breakOf(ending.width);
+    }
+
     // Corners whose skeleton came apart: their two ends are in joints of their own.
-    void meetFreely()
+    void meetFreely(bool worn)
     {
         std::sort(free.begin(), free.end(), [this](const AtomEnd &a, const AtomEnd &b) {
             const double x = lastSample(a).x;
@@ -395,12 +400,12 @@ private:
         });
         std::vector<bool> met(free.size(), false);
         for (std::size_t i = 0; i < free.size(); ++i) {
-            const double far = lastSample(free[i]).x + 2 * atom(free[i]).width + kFarthestCorner;
+            const double far = lastSample(free[i]).x + 3.2 * atom(free[i]).width + kFarthestCorner;
             for (std::size_t k = i + 1; k < free.size() && !met[i]; ++k) {
                 Point place;
                 if (lastSample(free[k]).x > far)
                     break;
-                if (met[k] || !isCorner(free[i], free[k], &place))
+                if (met[k] || !isCorner(free[i], free[k], worn, &place))
                     continue;
                 met[i] = met[k] = true;
                 atom(free[i]).place[free[i].end] = place;
@@ -432,20 +437,23 @@ private:
     }
 
     // Ends that meet nothing in their own joint, but the middle of a line beside it.
-    void endOnNeighbours()
+    void endOnNeighbours(bool worn)
     {
         if (double(free.size()) * double(web.atoms.size()) > kMostPairs)
             return;
         std::vector<AtomEnd> alone;
         for (const AtomEnd &end : free) {
-            if (!endOnNeighbour(end))
+            if (!endOnNeighbour(end, worn))
                 alone.push_back(end);
         }
         free = std::move(alone);
     }
 
-    bool endOnNeighbour(const AtomEnd &end)
+    bool endOnNeighbour(const AtomEnd &end, bool worn)
     {
+        if (worn && !mayBeBroken(end))
+            return false;
+        const double broken = worn ? breakOf(atom(end).width) : 0.0;
         const Point last = lastSample(end);
         const Point out = outwardsOf(atom(end), end.end);
         double nearest = 1e300;
@@ -453,7 +461,7 @@ private:
         Point place = last;
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &other = web.atoms[k];
-            const double reach = other.width + atom(end).width + 2 * kMeetingReach;
+            const double reach = other.width + atom(end).width + 2 * kMeetingReach + 2 * broken;
             if (!other.alive || int(k) == end.atom || other.shape == Shape::Ellipse
                 || other.samples.size() < kBody || std::fabs(other.carrier.distance(last)) > reach)
                 continue;
@@ -464,7 +472,8 @@ private:
             for (int c = 0; c < crossings.count; ++c) {
                 const double ahead = along(end, crossings.place[c]);
                 if (ahead > -kBackwards && ahead < std::min(reach / sine, nearest)
-                    && isOn(other, crossings.place[c]) && leadsTo(end, crossings.place[c])) {
+                    && isOn(other, crossings.place[c]) && leadsTo(end, crossings.place[c], broken)
+                    && (!worn || isSeenAgain(end, ahead - 0.5 * other.width / sine))) {
                     nearest = ahead;
                     place = crossings.place[c];
                     thickness = 0.5 * other.width / sine;
@@ -479,8 +488,12 @@ private:
 
     bool settleFree()
     {
-        meetFreely();
-        endOnNeighbours();
+        meetFreely(false);
+        endOnNeighbours(false);
+        if (measure.taken > 0.0) {
+            meetFreely(true);
+            endOnNeighbours(true);
+        }
         std::vector<FreeEnd> measured;
         std::vector<double> widths;
         std::vector<FreeEnd> telling;
@@ -499,9 +512,11 @@ private:
         for (std::size_t k = 0; k < free.size(); ++k) {
             const double less = 0.5 * form.part * widths[k];
             Atom &ending = atom(free[k]);
+            const auto beyond = seenBeyond.find(keyOf(free[k]));
             const double ink = std::max(
-                measured[k].middle,
-                lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])));
+                { measured[k].middle,
+                  lastInk(coverage, ending, free[k].end, kDotsApart * measure.takenOf(widths[k])),
+                  beyond == seenBeyond.end() ? 0.0 : beyond->second });
             ending.place[free[k].end] = alongCarrier(ending, free[k].end, ink - less);
         }
         return form.round;
@@ -513,18 +528,11 @@ private:
     const bool hard;    // no values between ink and paper
     Web &web;
     std::vector<AtomEnd> free;
+    // Pixels of ink ahead of ends that go on beyond the lines that they meet, by keyOf().
+    std::unordered_map<std::size_t, double> seenBeyond;
 };
 
 } // namespace
-
-Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
-{
-    if (!a.arc && !b.arc)
-        return lineWithLine(a, b);
-    if (a.arc && b.arc)
-        return circleWithCircle(a, b);
-    return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
-}
 
 bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {

@@ -4,17 +4,10 @@
 #ifndef ZTRACE_STROKES_MEETING_H
 #define ZTRACE_STROKES_MEETING_H
 
+#include "strokes/carriers.h"
 #include "strokes/ends.h"
 
 namespace ztrace::strokes {
-
-// Places where two carriers meet: up to two, none where they do not.
-struct Crossings
-{
-    Point place[2] = {};
-    int count = 0;
-};
-Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 
 // Gives every end its place. At a T an end lies on the middle of the line that goes through; two
 // ends meet where their carriers cross, or where they touch each other; several in the middle of

@@ -204,6 +204,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     *drawing = StrokeDrawing();
     Page page = pageOf(given, options.hard);
     const InkPicture &picture = page.picture;
+    drawing->inkPixels = std::size_t(std::count_if(page.ink.cells.begin(), page.ink.cells.end(),
+                                                   [](uint8_t c) { return c != 0; }));
     Skeleton skeleton = skeletonOf(std::move(page.ink));
     if (skeleton.graph.branches.size() > kMostBranches)
         return false;
@@ -251,6 +253,25 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     takeStrokes(web, page.isNoisy, drawing);
     drawing->joints = std::move(web.joints);
     return true;
+}
+
+Content contentOf(const StrokeDrawing &drawing)
+{
+    double all = 0.0;
+    double lettering = 0.0;
+    double area = 0.0;
+    std::size_t letters = 0;
+    for (const Stroke &stroke : drawing.strokes) {
+        const double length = lengthOf(stroke.piece);
+        all += length;
+        area += length * stroke.width;
+        lettering += stroke.role == Role::Text ? length : 0.0;
+        letters += stroke.role == Role::Text ? 1u : 0u;
+    }
+    if (letters >= kManyLetters && lettering > kLetteringPart * all)
+        return Content::Lettering;
+    const double part = drawing.strokes.size() < kFewStrokes ? kDrawnPart : kLeastDrawnPart;
+    return area < part * double(drawing.inkPixels) ? Content::FewLines : Content::Lines;
 }
 
 bool isHardlyDrawn(const StrokeDrawing &drawing, std::size_t areas)

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <type_traits>
 
 namespace ztrace {
 
@@ -52,21 +53,58 @@ void intersect(std::vector<Inner> *a, const std::vector<Inner> &b, std::vector<I
     a->swap(*room);
 }
 
-// Calls for the stretches whose pixels have nothing else within `reach` pixels along both axes.
-template<typename Work>
-void forEachInner(const EdgePicture &picture, const BoundaryMap &map, int reach, const Work &work)
+// Of neighbours, along each axis.
+struct Differences
 {
-    std::vector<Inner> row, other, room;
+    double sum[2] = { 0, 0 };
+    double pairs[2] = { 0, 0 };
+
+    void add(const Differences &other)
+    {
+        for (int axis : { 0, 1 }) {
+            sum[axis] += other.sum[axis];
+            pairs[axis] += other.pairs[axis];
+        }
+    }
+    bool isKnown() const { return pairs[0] >= kLeastOwnPixels && pairs[1] >= kLeastOwnPixels; }
+    // The smaller one: across the bands of a gradient colours differ without any noise.
+    double mean() const
+    {
+        return pairs[0] > 0 && pairs[1] > 0 ? std::min(sum[0] / pairs[0], sum[1] / pairs[1]) : 0.0;
+    }
+};
+
+struct Nothing
+{
+    void operator()(int, int, int, uint32_t) const { }
+};
+
+// Calls `work` for the stretches of pixels in the middle of squares of 2 * reach + 1 pixels that
+// are all of one area, and `below` for those that lie below another one of their area.
+template<typename Work, typename Below = Nothing>
+void forEachInner(const EdgePicture &picture, const BoundaryMap &map, int reach, const Work &work,
+                  const Below &below = Below())
+{
+    std::vector<Inner> row, before, other, room;
     for (int y = reach; y + reach < picture.height; ++y) {
         shrunkRow(map, y, reach, &row);
-        for (int beside : { y - reach, y + reach }) {
-            if (row.empty())
-                break;
-            shrunkRow(map, beside, reach, &other);
-            intersect(&row, other, &room);
+        // The farthest first: they leave least.
+        for (int k = reach; k > 0; --k) {
+            for (int beside : { y - k, y + k }) {
+                if (row.empty())
+                    break;
+                shrunkRow(map, beside, reach, &other);
+                intersect(&row, other, &room);
+            }
         }
         for (const Inner &stretch : row)
             work(y, stretch.begin, stretch.end, stretch.area);
+        if (std::is_same_v<Below, Nothing>)
+            continue;
+        intersect(&before, row, &room);
+        for (const Inner &stretch : before)
+            below(y, stretch.begin, stretch.end, stretch.area);
+        before.swap(row);
     }
 }
 
@@ -79,8 +117,7 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
     const std::size_t count = map.areas.list.size();
     std::vector<std::array<double, kMostChannels>> sums(count, { { 0, 0, 0, 0 } });
     std::vector<uint32_t> pixels(count, 0);
-    std::vector<double> differences(count, 0.0);
-    std::vector<uint32_t> compared(count, 0);
+    std::vector<Differences> differences(count);
     forEachInner(picture, map, 1, [&](int y, int begin, int end, uint32_t area) {
         const uint8_t *value = picture.at(begin, y);
         std::array<uint32_t, kMostChannels> sum = { { 0, 0, 0, 0 } };
@@ -92,20 +129,28 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
             sums[area][c] += sum[c];
         pixels[area] += uint32_t(end - begin);
     });
-    forEachInner(picture, map, kBlurReach, [&](int y, int begin, int end, uint32_t area) {
-        const uint8_t *value = picture.at(begin, y);
-        uint32_t sum = 0;
-        for (int k = channels; k < (end - begin) * channels; ++k)
-            sum += uint32_t(std::abs(int(value[k]) - int(value[k - channels])));
-        differences[area] += sum;
-        compared[area] += uint32_t(end - begin - 1);
-    });
+    // Neighbours that both lie inside, along both axes: a turned picture has the same noise.
+    const auto compare
+        = [&](const uint8_t *a, const uint8_t *b, int length, uint32_t area, int axis) {
+              uint32_t sum = 0;
+              for (int k = 0; k < length * channels; ++k)
+                  sum += uint32_t(std::abs(int(a[k]) - int(b[k])));
+              differences[area].sum[axis] += sum;
+              differences[area].pairs[axis] += length;
+          };
+    forEachInner(
+        picture, map, kBlurReach,
+        [&](int y, int begin, int end, uint32_t area) {
+            compare(picture.at(begin, y), picture.at(begin + 1, y), end - begin - 1, area, 0);
+        },
+        [&](int y, int begin, int end, uint32_t area) {
+            compare(picture.at(begin, y), picture.at(begin, y - 1), end - begin, area, 1);
+        });
     struct Sum
     {
         double tone[kMostChannels] = { 0, 0, 0, 0 };
         double pixels = 0;
-        double differences = 0;
-        double compared = 0;
+        Differences differences;
     };
     std::vector<Sum> ofLabel(tones.size());
     for (std::size_t a = 0; a < count; ++a) {
@@ -113,8 +158,7 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
         for (std::size_t c = 0; c < kMostChannels; ++c)
             label.tone[c] += sums[a][c];
         label.pixels += pixels[a];
-        label.differences += differences[a];
-        label.compared += compared[a];
+        label.differences.add(differences[a]);
     }
     AreaTones result;
     result.toneOf.resize(count);
@@ -123,9 +167,7 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
         const std::size_t label = map.areas.list[a].label;
         const Sum &all = ofLabel[label];
         result.noiseOf[a] = kDeviationOfDifference / channels
-            * (int(compared[a]) >= kLeastOwnPixels ? differences[a] / compared[a]
-                   : all.compared > 0              ? all.differences / all.compared
-                                                   : 0.0);
+            * (differences[a].isKnown() ? differences[a].mean() : all.differences.mean());
         for (std::size_t c = 0; c < kMostChannels; ++c) {
             if (int(pixels[a]) >= kLeastOwnPixels)
                 result.toneOf[a][c] = float(sums[a][c] / pixels[a]);

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segmentation.h"
 
+#include "smallmarks.h"
 #include "smallregions.h"
 
 #include "imaging/alpha.h"
@@ -16,13 +17,15 @@
 #include "imaging/upsample.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace ztrace {
 
 namespace {
 
 const int kMostColoursBesideRamps = 60000; // labels are two bytes
-const int kFringe = 48; // colourDistance of a fringe to the area that it belongs to
+const std::size_t kPixelsOfMark = 64; // for each small area that stands out; more are a texture
+const int kFringe = 48;               // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
@@ -97,6 +100,23 @@ void mergeBelow(double least, bool fringes, const std::vector<QRgb> &colours, Ru
     mergeSmallRegions(
         runs, static_cast<std::size_t>(std::min(least, 1e15)), fringes ? kFringe : 0,
         [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); });
+}
+
+// The same where what stands out stays. Of textures, such as dithering, nothing does.
+void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &colours, Runs *runs)
+{
+    const std::size_t most = runs->pixels() / kPixelsOfMark;
+    std::unordered_set<uint32_t> marks; // by their first pixels; every pass asks for them
+    const auto isMark = [&](const SmallArea &area) {
+        if (marks.size() > most || !standsOut(area, image, colours))
+            return false;
+        marks.insert(area.pixels.front());
+        return marks.size() <= most;
+    };
+    mergeSmallRegions(
+        runs, std::size_t(std::min(least, 1e15)), kFringe,
+        [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); },
+        isMark);
 }
 
 // A grid of its own is kept where its geometry is set directly.
@@ -194,7 +214,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
-    mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
+    if (geometry.marks && geometry.leastBorder > 0.0)
+        mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
+    else
+        mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
     if (geometry.upsampling != 1 && !shapes)
         refine(image, geometry, &plane, &runs, &segmented, report);
     image = QImage();

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace ztrace {
 
@@ -100,6 +101,29 @@ public:
                 around = parent[at(around)];
             if (outlineOf[r] != kNone && around != kInNothing)
                 (*outlines)[at(outlineOf[at(around)])].holes.push_back(outlineOf[r]);
+        }
+    }
+
+    // The same of true shapes, along their own rings: where several areas lie side by side in a
+    // hole it has an outline of its own, clear, that goes around them all, or what is cut out would
+    // have the boundaries between them as well. Nothing is cut out of clear areas that will go.
+    void cutAlongRings(const FittedBoundaries &fitted, bool keepsClear)
+    {
+        const BoundaryMap &map = fitted.map;
+        const std::size_t count = outlines->size();
+        for (std::size_t i = 0; i < count; ++i) {
+            if (regionOf[i] == kNone || (!keepsClear && alphaOf(regionOf[i]) == 0))
+                continue;
+            const std::size_t region = at(regionOf[i]);
+            for (uint32_t ring = map.firstRing[region] + 1; ring < map.firstRing[region + 1];
+                 ++ring) {
+                for (const std::vector<uint32_t> &simple : simpleRings(map, ring)) {
+                    int hole = onlyOutlineIn(map, simple);
+                    if (hole == kNone)
+                        hole = addRing(fitted, simple, i);
+                    (*outlines)[i].holes.push_back(hole);
+                }
+            }
         }
     }
 
@@ -242,6 +266,11 @@ public:
     void dropTransparent()
     {
         std::vector<bool> keep(outlines->size(), true);
+        std::vector<bool> isHole(outlines->size(), false);
+        for (const Outline &outline : *outlines) {
+            for (int hole : outline.holes)
+                isHole[at(hole)] = true;
+        }
         for (std::size_t i = 0; i < outlines->size(); ++i) {
             if (regionOf[i] == kNone || alphaOf(regionOf[i]) != 0)
                 continue;
@@ -249,7 +278,7 @@ public:
             // Ringed by several areas it lies in what is transparent, and is the hole of none.
             const bool inNothing = around == kInNothing || alphaOf(around) == 0;
             const int owner = inNothing ? kNone : outlineOf[at(around)];
-            keep[i] = owner != kNone;
+            keep[i] = owner != kNone && isHole[i];
             if (!keep[i])
                 continue;
             (*outlines)[i].layer = (*outlines)[at(owner)].layer;
@@ -259,6 +288,65 @@ public:
     }
 
 private:
+    // A ring in parts that come to no node twice: areas in a hole may touch at corners.
+    static std::vector<std::vector<uint32_t>> simpleRings(const BoundaryMap &map, uint32_t ring)
+    {
+        std::vector<std::vector<uint32_t>> rings;
+        std::vector<uint32_t> open;            // chains so far
+        std::map<int, std::size_t> whereBegan; // by node: which of them begins there
+        for (uint32_t k = map.firstReference[ring]; k < map.firstReference[ring + 1]; ++k) {
+            const uint32_t reference = map.references[k];
+            const Chain &chain = map.chains[chainOf(reference)];
+            whereBegan.insert(
+                { isReversed(reference) ? chain.endNode : chain.startNode, open.size() });
+            open.push_back(reference);
+            const auto met
+                = whereBegan.find(isReversed(reference) ? chain.startNode : chain.endNode);
+            if (met == whereBegan.end())
+                continue;
+            const auto first = open.begin() + std::ptrdiff_t(met->second);
+            rings.emplace_back(first, open.end());
+            for (auto done = first; done != open.end(); ++done) {
+                const Chain &left = map.chains[chainOf(*done)];
+                whereBegan.erase(isReversed(*done) ? left.endNode : left.startNode);
+            }
+            open.erase(first, open.end());
+        }
+        return rings;
+    }
+
+    // The outline of the one area in a hole; kNone where there are several, or it has none.
+    int onlyOutlineIn(const BoundaryMap &map, const std::vector<uint32_t> &ring) const
+    {
+        const auto beyond = [&](uint32_t reference) {
+            const Chain &chain = map.chains[chainOf(reference)];
+            return isReversed(reference) ? chain.right : chain.left;
+        };
+        const int region = beyond(ring.front());
+        if (std::any_of(ring.begin(), ring.end(),
+                        [&](uint32_t reference) { return beyond(reference) != region; }))
+            return kNone;
+        const uint32_t outer = map.firstRing[at(region)];
+        const bool isAll
+            = map.firstReference[outer + 1] - map.firstReference[outer] == uint32_t(ring.size());
+        return isAll ? outlineOf[at(region)] : kNone;
+    }
+
+    // In the layer of what it is cut out of, clockwise as all outlines are.
+    int addRing(const FittedBoundaries &fitted, std::vector<uint32_t> ring, std::size_t owner)
+    {
+        std::reverse(ring.begin(), ring.end());
+        for (uint32_t &reference : ring)
+            reference ^= 1u;
+        Outline outline;
+        outline.shape = fitted.pathAlong(ring.data(), ring.size());
+        outline.colour = (*outlines)[owner].colour & 0x00FFFFFFu;
+        outline.layer = (*outlines)[owner].layer;
+        outlines->push_back(std::move(outline));
+        regionOf.push_back(kNone);
+        return static_cast<int>(outlines->size() - 1);
+    }
+
     // When each region's outline is painted; kNone for one without.
     std::vector<int> placesInPainting(const Drawing &drawing, bool byLayer) const
     {
@@ -397,7 +485,9 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
     if (opaque && !coloured && !apart && composition.frame)
         return;
     Arranger arranger(areas, connectivity, firstPixels, &drawing.outlines);
-    if (apart)
+    if (apart && fitted)
+        arranger.cutAlongRings(*fitted, composition.transparent);
+    else if (apart)
         arranger.cutAll();
     else
         arranger.cutTransparent();
@@ -410,7 +500,7 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
         drawing.ground = 0;
     if (composition.trapping && coloured && !apart && fitted)
         arranger.reachUnder(drawing, *fitted);
-    else if (composition.trapping && (coloured || composition.byLayer))
+    else if (composition.trapping && !fitted && (coloured || composition.byLayer))
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);

@@ -17,36 +17,48 @@ const std::size_t kSlots = std::size_t(1) << kSlotBits;
 class PairCollector
 {
 public:
-    explicit PairCollector(std::size_t n) : count(n), latest(kSlots, Neighbours(-1, -1)) { }
+    explicit PairCollector(std::size_t n)
+        : count(n), latest(kSlots, Neighbours(-1, -1)), waiting(kMostWaiting)
+    { }
 
+    // Whether a pair is new can hardly be foretold: it is written first and counted then.
     void add(uint32_t a, uint32_t b)
     {
-        if (a == b)
-            return;
         const Neighbours pair(int(std::min(a, b)), int(std::max(a, b)));
         Neighbours &slot = latest[slotOf(pair)];
-        if (slot == pair)
-            return;
+        const bool isNew = (slot.first != pair.first) | (slot.second != pair.second);
         slot = pair;
-        pairs.push_back(pair);
-        if (pairs.size() >= limit) {
-            compact();
-            limit = std::max(limit, 2 * pairs.size());
-        }
+        waiting[found] = pair;
+        found += isNew & (a != b) ? 1u : 0u;
+        if (found == kMostWaiting)
+            append();
     }
 
     std::vector<Neighbours> take()
     {
+        append();
         compact();
         return std::move(pairs);
     }
 
 private:
+    static const std::size_t kMostWaiting = 256;
+
     static std::size_t slotOf(const Neighbours &pair)
     {
         const uint32_t mixed
             = uint32_t(pair.first) * 0x9E3779B1u + uint32_t(pair.second) * 0x85EBCA77u;
         return mixed >> (32 - kSlotBits);
+    }
+
+    void append()
+    {
+        pairs.insert(pairs.end(), waiting.begin(), waiting.begin() + std::ptrdiff_t(found));
+        found = 0;
+        if (pairs.size() >= limit) {
+            compact();
+            limit = std::max(limit, 2 * pairs.size());
+        }
     }
 
     // Sorts by counting, the second number first: as many steps as there are pairs and numbers.
@@ -77,6 +89,8 @@ private:
     std::size_t count;
     std::size_t limit = std::size_t(1) << 22;
     std::vector<Neighbours> latest;
+    std::vector<Neighbours> waiting; // `found` of them
+    std::size_t found = 0;
     std::vector<Neighbours> pairs;
 };
 
@@ -116,52 +130,71 @@ class ParentSearch
 {
 public:
     ParentSearch(const Components &c, const std::vector<Neighbours> &pairs)
-        : list(c.list), graph(graphOf(list.size(), pairs)), next(graph.first),
-          discovered(list.size(), 0), low(list.size(), 0), parent(list.size(), kInNothing)
-    { }
+        : graph(graphOf(c.list.size(), pairs)), parent(c.list.size(), kInNothing)
+    {
+        nodes.reserve(parent.size());
+        for (std::size_t k = 0; k < parent.size(); ++k) {
+            const uint32_t low = c.list[k].rim > 0 ? kRootTime : kNever;
+            nodes.push_back({ graph.first[k], graph.first[k + 1], 0, low });
+        }
+    }
 
     std::vector<int> run()
     {
-        for (std::size_t k = 0; k < list.size(); ++k) {
-            if (list[k].rim > 0 && discovered[k] == 0)
+        for (std::size_t k = 0; k < nodes.size(); ++k) {
+            if (nodes[k].low == kRootTime && nodes[k].discovered == 0)
                 searchFrom(int(k));
         }
         return std::move(parent);
     }
 
 private:
+    static const uint32_t kNever = uint32_t(-1);
+
+    // What is asked of a node lies together, since the search goes all over the plane.
+    struct Node
+    {
+        uint32_t next; // of its neighbours
+        uint32_t end;
+        uint32_t discovered;
+        uint32_t low; // before it is discovered: kRootTime beside the rim
+    };
+
     void searchFrom(int start)
     {
         discover(start);
         while (!path.empty()) {
-            const int node = path.back();
-            if (next[at(node)] < graph.first[at(node) + 1]) {
-                const int other = int(graph.target[next[at(node)]++]);
-                if (discovered[at(other)] == 0)
+            const int place = path.back();
+            Node &node = nodes[at(place)];
+            if (node.next < node.end) {
+                const int other = int(graph.target[node.next++]);
+                if (nodes[at(other)].discovered == 0)
                     discover(other);
                 else
-                    low[at(node)] = std::min(low[at(node)], discovered[at(other)]);
+                    node.low = std::min(node.low, nodes[at(other)].discovered);
                 continue;
             }
             path.pop_back();
-            leave(node, path.empty() ? kInNothing : path.back());
+            leave(place, path.empty() ? kInNothing : path.back());
         }
     }
 
-    void discover(int node)
+    void discover(int place)
     {
-        discovered[at(node)] = ++clock;
-        low[at(node)] = list[at(node)].rim > 0 ? kRootTime : clock;
-        path.push_back(node);
-        open.push_back(node);
+        Node &node = nodes[at(place)];
+        node.discovered = ++clock;
+        node.low = std::min(node.low, clock);
+        path.push_back(place);
+        open.push_back(place);
     }
 
-    // Nothing below `node` reaches above `from`: the open nodes down to it have `from` as parent.
-    void leave(int node, int from)
+    // Nothing below a node reaches above `from`: the open nodes down to it have `from` as parent.
+    void leave(int place, int from)
     {
         if (from != kInNothing) {
-            low[at(from)] = std::min(low[at(from)], low[at(node)]);
-            if (low[at(node)] < discovered[at(from)])
+            Node &above = nodes[at(from)];
+            above.low = std::min(above.low, nodes[at(place)].low);
+            if (nodes[at(place)].low < above.discovered)
                 return;
         }
         int member;
@@ -169,14 +202,11 @@ private:
             member = open.back();
             open.pop_back();
             parent[at(member)] = from;
-        } while (member != node);
+        } while (member != place);
     }
 
-    const std::vector<Component> &list;
     const Graph graph;
-    std::vector<uint32_t> next; // of each node's neighbours
-    std::vector<uint32_t> discovered;
-    std::vector<uint32_t> low;
+    std::vector<Node> nodes;
     std::vector<int> parent;
     std::vector<int> path;
     std::vector<int> open; // discovered, parent not known yet

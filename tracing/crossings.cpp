@@ -13,6 +13,7 @@ namespace {
 
 using fit::Point;
 
+const double kPi = 3.14159265358979323846;
 const double kFlatness = 0.005; // pixels that chords may be off from their arc
 const int kLeastChords = 4;     // of curves
 const int kMostChords = 256;
@@ -88,11 +89,33 @@ private:
     fit::ArcShape shape = {};
 };
 
+// Where the chords of a piece end, of 0 to 1, in order. A rectangle's corners are among them:
+// chords across them would not meet what pokes in there.
+void findEndsOfChords(const fit::Piece &piece, int count, std::vector<double> *result)
+{
+    std::vector<double> &ends = *result;
+    ends.clear();
+    for (int k = 1; k <= count; ++k)
+        ends.push_back(double(k) / count);
+    if (piece.kind != fit::Kind::RoundedRectangle)
+        return;
+    const double radius = std::min(piece.radius, std::min(piece.half[0], piece.half[1]));
+    const double upright = piece.half[1] - radius;
+    const double round = 0.5 * kPi * radius;
+    const double quarter = piece.half[0] - radius + upright + round;
+    for (int side = 0; quarter > 0 && side < 4; ++side) {
+        for (double at : { upright / quarter, (upright + round) / quarter })
+            ends.push_back(0.25 * (side % 2 == 0 ? side + at : side + 1 - at));
+    }
+    std::sort(ends.begin(), ends.end());
+}
+
 // The chords of one piece of a path.
 void flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segments)
 {
     const fit::Piece &piece = path.pieces[number];
-    const int count = chordsOf(piece);
+    thread_local std::vector<double> ends;
+    findEndsOfChords(piece, chordsOf(piece), &ends);
     const bool isFirst = number == 0;
     const bool isLast = number + 1 == path.pieces.size();
     const bool whole = fit::isWhole(piece.kind);
@@ -100,14 +123,14 @@ void flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segme
     const std::size_t begin = segments->size();
     double along = 0;
     Point a = whole ? places.at(0) : piece.start;
-    for (int k = 1; k <= count; ++k) {
-        const bool ends = k == count && !whole;
-        const Point b = ends ? piece.end : places.at(double(k) / count);
-        const bool starts = k == 1 && !whole;
+    for (std::size_t k = 0; k < ends.size(); ++k) {
+        const bool isEnd = k + 1 == ends.size() && !whole;
+        const Point b = isEnd ? piece.end : places.at(ends[k]);
+        const bool starts = k == 0 && !whole;
         const double offset = along;
         along += std::sqrt(dot(b - a, b - a));
-        segments->push_back(
-            { a, b, float(offset), float(along), starts, ends, isFirst && starts, isLast && ends });
+        segments->push_back({ a, b, float(offset), float(along), starts, isEnd, isFirst && starts,
+                              isLast && isEnd });
         a = b;
     }
     for (std::size_t k = begin; k < segments->size(); ++k)

@@ -9,31 +9,41 @@ namespace ztrace {
 
 namespace {
 
-// Pieces in the direction of the reference.
-void append(const std::vector<fit::Path> &paths, uint32_t reference,
-            std::vector<fit::Piece> *pieces)
-{
-    const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
-    if (!isReversed(reference)) {
-        pieces->insert(pieces->end(), own.begin(), own.end());
-        return;
-    }
-    for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
-        pieces->push_back(fit::reversed(*piece));
-}
-
+// Whether a line goes straight on: exactly, as those through the middles of cracks do.
 bool goesOn(const fit::Piece &a, const fit::Piece &b)
 {
     if (a.kind != fit::Kind::Line || b.kind != fit::Kind::Line)
         return false;
     const fit::Point first = a.end - a.start;
     const fit::Point second = b.end - b.start;
-    const bool upright = first.x == 0 && second.x == 0;
-    const bool flat = first.y == 0 && second.y == 0;
-    return (upright || flat) && dot(first, second) > 0;
+    return cross(first, second) == 0 && dot(first, second) > 0;
 }
 
-// Upright and flat ones: the others hardly ever go on exactly.
+// Appends a piece; lines of one chain that go straight on are one.
+void append(const fit::Piece &piece, std::size_t begin, std::vector<fit::Piece> *pieces)
+{
+    if (pieces->size() > begin && goesOn(pieces->back(), piece))
+        pieces->back().end = piece.end;
+    else
+        pieces->push_back(piece);
+}
+
+// Pieces in the direction of the reference.
+void append(const std::vector<fit::Path> &paths, uint32_t reference,
+            std::vector<fit::Piece> *pieces)
+{
+    const std::vector<fit::Piece> &own = paths[chainOf(reference)].pieces;
+    const std::size_t begin = pieces->size();
+    if (!isReversed(reference)) {
+        for (const fit::Piece &piece : own)
+            append(piece, begin, pieces);
+        return;
+    }
+    for (auto piece = own.rbegin(); piece != own.rend(); ++piece)
+        append(fit::reversed(*piece), begin, pieces);
+}
+
+// Over the ends of chains as well.
 void joinLines(std::vector<fit::Piece> *pieces)
 {
     std::size_t first = 0; // a ring begins where it does not go straight on

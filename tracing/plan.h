@@ -28,8 +28,9 @@ struct Ink
     ScanPlan scan;
     QRgb inkColour = 0xFF000000u;
     QRgb paperColour = 0xFFFFFFFFu;
-    EngineOptions engine; // said by the user; where they steer its reduction the engine splits
-    bool strokes = false; // lines become centre lines with pens; what is solid stays an area
+    EngineOptions engine;   // said by the user; where they steer its reduction the engine splits
+    bool ownColours = true; // strokes have the colours of their inks; false: inkColour
+    bool strokes = false;   // lines become centre lines with pens; what is solid stays an area
 };
 
 // The picture's own flat colours; soft edges go to the areas beside them.
@@ -79,6 +80,7 @@ struct Geometry
     double curveToleranceFiner = 0.5;
     double leastBorder
         = 8.0;          // areas with fewer pixel edges go to their neighbours, or are left out
+    bool marks = false; // smaller areas stay where they stand out (smallmarks.h)
     int upsampling = 0; // how many times finer than pixels the grid is; 0: as is useful
 
     // Areas a pixel wide that are similar to a neighbour are fringes of soft edges and go to it.

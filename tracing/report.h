@@ -20,7 +20,9 @@ enum class Remark {
     NoClearDirection, // a page that was to be turned upright shows none within 6 degrees
     NoSoftEdges,      // a finer grid was asked for and would show nothing
     TooManyShapes,    // true shapes were asked for, of areas that are too many for them
-    HardlyDrawn       // centre lines were asked for, and most are short pieces
+    HardlyDrawn,      // centre lines were asked for, and most are short pieces
+    MostlyLettering,  // and most of their length is lettering
+    FewLines          // and they are little of what is dark
 };
 
 struct TraceReport

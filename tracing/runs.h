@@ -97,22 +97,31 @@ void paint(const Runs &runs, Label *plane)
 template<typename Contact, typename Corner>
 void walkLine(const Runs &runs, int y, Contact contact, Corner corner)
 {
+    const int32_t *start = runs.start.data();
+    const int width = runs.width;
+    const auto endOf = [start, width](uint32_t run) {
+        const int end = start[std::size_t(run) + 1];
+        return end > 0 ? end : width;
+    };
     uint32_t above = runs.rowBegin(y - 1);
     uint32_t below = runs.rowBegin(y);
-    int aboveEnd = runs.end(above);
-    int belowEnd = runs.end(below);
+    int aboveEnd = endOf(above);
+    int belowEnd = endOf(below);
     for (int x = 0;;) {
         const int end = std::min(aboveEnd, belowEnd);
         contact(above, below, x, end);
-        if (end == runs.width)
+        if (end == width)
             return;
-        if (aboveEnd == belowEnd)
+        // Which one ends first can hardly be foretold: both ends are read again.
+        const bool aboveEnds = aboveEnd == end;
+        const bool belowEnds = belowEnd == end;
+        if (aboveEnds && belowEnds)
             corner(above, below, end);
         x = end;
-        if (aboveEnd == end)
-            aboveEnd = runs.end(++above);
-        if (belowEnd == end)
-            belowEnd = runs.end(++below);
+        above += aboveEnds ? 1u : 0u;
+        below += belowEnds ? 1u : 0u;
+        aboveEnd = endOf(above);
+        belowEnd = endOf(below);
     }
 }
 

@@ -9,6 +9,7 @@
 #include "meetings.h"
 #include "ordering.h"
 #include "smallloops.h"
+#include "walks.h"
 #include "workers.h"
 
 #include <algorithm>
@@ -57,14 +58,15 @@ class ChainFitter
 public:
     ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries,
                 unsigned mostThreads)
-        : map(std::move(boundaries)), edges(picture, map, tonesOf(areas.colours, picture.channels))
+        : map(std::move(boundaries)), poses(settleWalks(&map, walkKeys(areas, picture))),
+          edges(picture, map, tonesOf(areas.colours, picture.channels))
     {
         points.resize(map.chains.size());
         paths.resize(map.chains.size());
         std::vector<uint32_t> chains(map.chains.size());
         std::iota(chains.begin(), chains.end(), 0u);
         forEachChain(chains, mostThreads,
-                     [this](uint32_t chain) { points[chain] = edges.pointsOf(chain); });
+                     [this](uint32_t chain) { points[chain] = pointsOf(chain); });
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
         placeNodes();
@@ -74,7 +76,7 @@ public:
                      chains.end());
         small.assign(map.chains.size(), 0);
         forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
-        paths = fitSmallLoops(map, edges, std::move(paths), small, mostThreads);
+        paths = fitSmallLoops(map, poses, edges, std::move(paths), small, mostThreads);
         part(mostThreads);
     }
 
@@ -97,6 +99,25 @@ private:
         for (QRgb colour : colours)
             tones.push_back(toneOf(colour, channels));
         return tones;
+    }
+
+    static WalkKeys walkKeys(const Areas &areas, const EdgePicture &picture)
+    {
+        WalkKeys keys;
+        keys.ofLabel.assign(areas.colours.begin(), areas.colours.end());
+        if (!picture.hard)
+            keys.ofPixel = [&picture](int x, int y) {
+                uint64_t value = 0;
+                for (int c = 0; c < picture.channels; ++c)
+                    value = value << 8 | picture.at(x, y)[c];
+                return value;
+            };
+        return keys;
+    }
+
+    ChainPoints pointsOf(uint32_t chain) const
+    {
+        return edges.pointsOf(chain, poses[chain].mirrored);
     }
 
     // Each chain is worked on by one thread and has a place of its own for what comes out. The
@@ -168,25 +189,25 @@ private:
         std::sort(nodes.begin(), nodes.end(), [&](std::size_t a, std::size_t b) {
             return map.nodes[a].*along < map.nodes[b].*along;
         });
-        const auto nearer = [&](std::size_t k) {
-            const double lattice = map.nodes[k].*along;
-            double &place = places[k].*coordinate;
-            const double kept = std::min(lattice + kRimReach, std::max(lattice - kRimReach, place));
-            const bool moved = kept != place;
-            place = kept;
-            return moved;
-        };
+        const auto placeOf = [&](std::size_t i) { return places[nodes[i]].*coordinate; };
         const double least = 1 - 2 * kRimReach;
+        std::vector<char> isNear(nodes.size(), 0);
         for (bool moved = true; moved;) {
-            moved = false;
+            // All at once, so that it does not matter from which end one looks.
+            std::vector<char> passes = isNear;
             for (std::size_t i = 0; i < nodes.size(); ++i) {
-                const double place = places[nodes[i]].*coordinate;
-                if ((i == 0 && place < 0) || (i + 1 == nodes.size() && place > length))
-                    moved |= nearer(nodes[i]);
-                if (i > 0 && place - places[nodes[i - 1]].*coordinate < 0.999 * least) {
-                    moved |= nearer(nodes[i - 1]);
-                    moved |= nearer(nodes[i]);
-                }
+                if ((i == 0 && placeOf(i) < 0) || (i + 1 == nodes.size() && placeOf(i) > length))
+                    passes[i] = 1;
+                if (i > 0 && placeOf(i) - placeOf(i - 1) < 0.999 * least)
+                    passes[i - 1] = passes[i] = 1;
+            }
+            moved = passes != isNear;
+            isNear.swap(passes);
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const double lattice = map.nodes[nodes[i]].*along;
+                double &place = places[nodes[i]].*coordinate;
+                if (isNear[i])
+                    place = std::min(lattice + kRimReach, std::max(lattice - kRimReach, place));
             }
         }
     }
@@ -216,7 +237,8 @@ private:
             move.y = y / (yy - kNodeAnchor + kRimAnchor);
         }
         const double length = std::sqrt(dot(move, move));
-        return lattice + (length > kNodeReach ? kNodeReach / length : 1.0) * move;
+        return onGrid(lattice + (length > kNodeReach ? kNodeReach / length : 1.0) * move,
+                      kPointGrid);
     }
 
     // The line of the points of a chain that are near its begin; false where too few are, or where
@@ -287,26 +309,18 @@ private:
         }
         if (!loop)
             pinEnds(chain, &p);
-        paths[number] = fitPoints(p, loop);
+        paths[number] = outOfPose(poses[number], fitPoints(intoPose(poses[number], p), loop));
+        pinPath(chain, &paths[number]);
         small[number] = loop && p.isSoft() && p.x.size() <= kMostOfSmall;
         p = ChainPoints();
     }
 
     void fitEqual(uint32_t first)
     {
-        ChainPoints &p = points[first];
-        const double x = map.chains[first].x;
-        const double y = map.chains[first].y;
-        for (std::size_t k = 0; k < p.x.size(); ++k) {
-            p.x[k] -= x;
-            p.y[k] -= y;
-        }
-        const fit::Path path = fitPoints(p, true);
+        const fit::Path path = fitPoints(intoPose(poses[first], points[first]), true);
         for (uint32_t k = first; k != kNoReference; k = equal.next[k]) {
             points[k] = ChainPoints();
-            paths[k] = path;
-            for (fit::Piece &piece : paths[k].pieces)
-                fit::move(&piece, { double(map.chains[k].x), double(map.chains[k].y) });
+            paths[k] = outOfPose(poses[k], path);
         }
     }
 
@@ -422,21 +436,35 @@ private:
             return;
         }
         const bool last = times == kMostTimes;
-        ChainPoints p = last ? edges.cracksOf(number) : edges.pointsOf(number);
+        ChainPoints p = last ? edges.cracksOf(number) : pointsOf(number);
         if (!loop)
             pinEnds(chain, &p);
+        const Pose &pose = poses[number];
+        const ChainPoints posed = intoPose(pose, p);
         const auto met = meetings.find(number);
         if (last || met == meetings.end()) {
-            path = last ? fitPointsCloser(p, loop, kCloserTimes) : fitPoints(p, loop);
+            path = outOfPose(
+                pose, last ? fitPointsCloser(posed, loop, kCloserTimes) : fitPoints(posed, loop));
+            pinPath(chain, &path);
             return;
         }
         const std::vector<char> again = cutAround(met->second, p, &path);
-        if (!loop && !path.pieces.empty()) {
-            path.pieces.front().start = places[std::size_t(chain.startNode)];
-            path.pieces.back().end = places[std::size_t(chain.endNode)];
-        }
-        path = times <= kCloserTimes ? fitPartsCloser(path, again, p, loop, times)
-                                     : drawCracks(path, again, p, edges.cracksOf(number), loop);
+        pinPath(chain, &path);
+        path = intoPose(pose, std::move(path));
+        path = times <= kCloserTimes
+            ? fitPartsCloser(path, again, posed, loop, times)
+            : drawCracks(path, again, posed, intoPose(pose, edges.cracksOf(number)), loop);
+        path = outOfPose(pose, std::move(path));
+        pinPath(chain, &path);
+    }
+
+    // Exactly from node to node.
+    void pinPath(const Chain &chain, fit::Path *path) const
+    {
+        if (chain.startNode == kNoNode || path->pieces.empty())
+            return;
+        path->pieces.front().start = places[std::size_t(chain.startNode)];
+        path->pieces.back().end = places[std::size_t(chain.endNode)];
     }
 
     // Nodes instead of what was measured where three colours mix.
@@ -467,6 +495,7 @@ private:
     }
 
     BoundaryMap map;
+    const std::vector<Pose> poses; // of the chains
     const SoftEdges edges;
     std::vector<ChainPoints> points;
     EqualLoops equal;

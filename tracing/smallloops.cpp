@@ -17,9 +17,9 @@ const std::size_t kLoopsAtOnce = 4; // that a thread takes; some tenths of a mil
 class SmallLoops
 {
 public:
-    SmallLoops(const BoundaryMap &m, const SoftEdges &e, const std::vector<fit::Path> &p,
-               const std::vector<char> &small)
-        : map(m), edges(e), paths(p), loopOf(m.areas.list.size(), kNoReference)
+    SmallLoops(const BoundaryMap &m, const std::vector<Pose> &o, const SoftEdges &e,
+               const std::vector<fit::Path> &p, const std::vector<char> &small)
+        : map(m), poses(o), edges(e), paths(p), loopOf(m.areas.list.size(), kNoReference)
     {
         for (uint32_t area = 0; area < loopOf.size(); ++area) {
             const uint32_t ring = map.firstRing[area];
@@ -33,14 +33,19 @@ public:
         }
     }
 
-    // Of a page with many loops some tell whether its edges are blurred.
+    // Of a page with many loops some tell whether its edges are blurred; which ones, their shapes
+    // do.
     bool showAreas() const
     {
         if (chains.size() <= kTellBlur)
             return true;
+        std::vector<std::pair<uint64_t, uint32_t>> order;
+        for (uint32_t chain : chains)
+            order.push_back({ hashOfWalk(map, poses[chain], chain), chain });
+        std::sort(order.begin(), order.end());
         std::size_t sharp = 0;
         for (std::size_t k = 0; k < kTellBlur; ++k) {
-            const uint32_t chain = chains[k * chains.size() / kTellBlur];
+            const uint32_t chain = order[k * order.size() / kTellBlur].second;
             sharp += fit::showsAreas(paths[chain], coverageAround(chain));
         }
         return 2 * sharp > kTellBlur;
@@ -53,12 +58,19 @@ public:
         forEachOnThreads(parts, threads, [&](std::size_t part) {
             const std::size_t from = part * kLoopsAtOnce;
             for (std::size_t k = from; k < std::min(chains.size(), from + kLoopsAtOnce); ++k)
-                better[chains[k]] = fitToAreas(paths[chains[k]], coverageAround(chains[k]));
+                better[chains[k]] = fitInPose(chains[k]);
         });
         return better;
     }
 
 private:
+    fit::Path fitInPose(uint32_t chain) const
+    {
+        const Pose &pose = poses[chain];
+        return outOfPose(
+            pose, fitToAreas(intoPose(pose, paths[chain]), intoPose(pose, coverageAround(chain))));
+    }
+
     fit::Coverage coverageAround(uint32_t chain) const
     {
         return edges.coverageAround(chain, [&](uint32_t area, const fit::Coverage &window) {
@@ -88,6 +100,7 @@ private:
     }
 
     const BoundaryMap &map;
+    const std::vector<Pose> &poses;
     const SoftEdges &edges;
     const std::vector<fit::Path> &paths;
     std::vector<uint32_t> loopOf; // per area: the chain that is all of its outline, if one is
@@ -96,11 +109,11 @@ private:
 
 } // namespace
 
-std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const SoftEdges &edges,
-                                     std::vector<fit::Path> paths, const std::vector<char> &small,
-                                     unsigned threads)
+std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const std::vector<Pose> &poses,
+                                     const SoftEdges &edges, std::vector<fit::Path> paths,
+                                     const std::vector<char> &small, unsigned threads)
 {
-    const SmallLoops loops(map, edges, paths, small);
+    const SmallLoops loops(map, poses, edges, paths, small);
     return loops.showAreas() ? loops.fitted(threads) : std::move(paths);
 }
 

@@ -5,6 +5,7 @@
 #define ZTRACE_TRACING_SMALLLOOPS_H
 
 #include "softedges.h"
+#include "walks.h"
 
 #include "fit/fit.h"
 
@@ -12,10 +13,10 @@ namespace ztrace {
 
 // The paths of all chains, those of the loops that `small` marks as far as they cover the pixels
 // better. Of what is around a loop by the paths as they were given, so that neither the order nor
-// the number of threads, `threads` at most, matters.
-std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const SoftEdges &edges,
-                                     std::vector<fit::Path> paths, const std::vector<char> &small,
-                                     unsigned threads);
+// the number of threads, `threads` at most, matters. Each is fitted in its frame of `poses`.
+std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const std::vector<Pose> &poses,
+                                     const SoftEdges &edges, std::vector<fit::Path> paths,
+                                     const std::vector<char> &small, unsigned threads);
 
 } // namespace ztrace
 

@@ -15,6 +15,13 @@ namespace {
 const uint32_t kNone = uint32_t(-1);
 const uint32_t kCountedAreas = 1024; // pixels; what is larger is sorted by comparing
 
+struct RunOfSmall
+{
+    uint32_t area;
+    uint32_t run;
+    int y;
+};
+
 // Pixel edges that an area has in common with another; 0 where they share a corner.
 struct Side
 {
@@ -48,6 +55,20 @@ public:
         groupCount = count;
         const auto highest = std::max_element(labelOf.begin(), labelOf.end());
         edgesOfLabel.assign(highest == labelOf.end() ? 0 : std::size_t(*highest) + 1, 0);
+    }
+
+    // Asks before small areas go that were so from the beginning.
+    void ask(const std::function<bool(const SmallArea &)> &question)
+    {
+        isAsked = question;
+        for (int y = 0; y < runs.height; ++y) {
+            for (uint32_t k = runs.rowBegin(y); k < runs.rowEnd(y); ++k) {
+                if (firstAreas[ofRun[k]].border < leastBorder)
+                    smallRuns.push_back({ ofRun[k], k, y });
+            }
+        }
+        std::stable_sort(smallRuns.begin(), smallRuns.end(),
+                         [](const RunOfSmall &a, const RunOfSmall &b) { return a.area < b.area; });
     }
 
     // One time over. Returns whether labels changed.
@@ -272,10 +293,34 @@ private:
         for (uint16_t label : labelsAround)
             edgesOfLabel[label] = 0;
         const bool keep = groups[group].border >= leastBorder && bestDistance > similar;
-        if (best < 0 || keep)
+        if (best < 0 || keep || !mayGo(group))
             return;
         labelOf[group] = uint16_t(best);
         forEachMember(group, [this](uint32_t area) { changedLast.push_back(area); });
+    }
+
+    bool mayGo(uint32_t group)
+    {
+        if (!isAsked || groups[group].border >= leastBorder)
+            return true;
+        asked.pixels.clear();
+        forEachMember(group, [this](uint32_t area) { addPixels(area); });
+        if (asked.pixels.size() < groups[group].area)
+            return true; // it has become small since
+        asked.border = groups[group].border;
+        asked.around = labelsAround;
+        return !isAsked(asked);
+    }
+
+    void addPixels(uint32_t area)
+    {
+        const auto isBefore
+            = [](const RunOfSmall &run, uint32_t value) { return run.area < value; };
+        auto of = std::lower_bound(smallRuns.begin(), smallRuns.end(), area, isBefore);
+        for (; of != smallRuns.end() && of->area == area; ++of) {
+            for (int x = runs.start[of->run]; x < runs.end(of->run); ++x)
+                asked.pixels.push_back(uint32_t(of->y) * uint32_t(runs.width) + uint32_t(x));
+        }
     }
 
     bool isLonger(uint16_t label, uint16_t best) const
@@ -302,25 +347,54 @@ private:
     std::vector<bool> isChanged;
     std::vector<uint32_t> edgesOfLabel; // all 0 between two merges
     std::vector<uint16_t> labelsAround;
+    std::function<bool(const SmallArea &)> isAsked;
+    std::vector<RunOfSmall> smallRuns; // in the order of their areas
+    SmallArea asked;
 };
+
+bool merge(Merging *merging, Runs *runs, const LabelDistance &distance)
+{
+    const int kMostPasses = 4; // what is left after that is a handful of areas
+    bool changed = false;
+    for (int pass = 0; pass < kMostPasses && merging->run(distance); ++pass)
+        changed = true;
+    if (changed)
+        runs->label = merging->labelsOfRuns();
+    return changed;
+}
+
+// A noisy picture has several times as many runs before it is merged as afterwards.
+void tidy(bool changed, Runs *runs)
+{
+    if (changed)
+        *runs = longestRuns(std::move(*runs));
+}
 
 } // namespace
 
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance)
 {
-    const int kMostPasses = 4; // what is left after that is a handful of areas
     bool changed = false;
     {
         Merging merging(*runs, leastBorder, similar);
-        for (int pass = 0; pass < kMostPasses && merging.run(distance); ++pass)
-            changed = true;
-        if (changed)
-            runs->label = merging.labelsOfRuns();
+        changed = merge(&merging, runs, distance);
     }
-    // A noisy picture has several times as many runs before it is merged as afterwards.
-    if (changed)
-        *runs = longestRuns(std::move(*runs));
+    tidy(changed, runs);
+    return changed;
+}
+
+bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
+                       const LabelDistance &distance,
+                       const std::function<bool(const SmallArea &)> &standsOut)
+{
+    bool changed = false;
+    {
+        Merging merging(*runs, leastBorder, similar);
+        merging.ask(standsOut);
+        changed = merge(&merging, runs, distance);
+    }
+    tidy(changed, runs);
     return changed;
 }
 

@@ -7,6 +7,7 @@
 #include "tracing/runs.h"
 
 #include <functional>
+#include <vector>
 
 namespace ztrace {
 
@@ -23,6 +24,19 @@ typedef std::function<int(uint16_t, uint16_t)> LabelDistance;
 // any label changed.
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance);
+
+// An area with a border below the least.
+struct SmallArea
+{
+    std::vector<uint32_t> pixels; // places in the plane
+    uint32_t border = 0;
+    std::vector<uint16_t> around; // the labels beside it, each once
+};
+
+// The same, but what stands out stays however small it is.
+bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
+                       const LabelDistance &distance,
+                       const std::function<bool(const SmallArea &)> &standsOut);
 
 } // namespace ztrace
 

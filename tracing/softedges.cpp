@@ -66,8 +66,8 @@ struct SoftEdges::Side
 {
     uint32_t left;
     uint32_t right;
-    Tone base; // of the left side
-    Tone span; // from there to the right side's
+    std::array<double, kMostChannels> base; // tone of the left side
+    std::array<double, kMostChannels> span; // from there to the right side's
     double square;
     double noise; // of coverage
     double level; // coverage at which labels change
@@ -176,7 +176,7 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
         return side;
     }
     side.square = side.noise = side.level = 0;
-    side.base = side.span = Tone {};
+    side.base = side.span = {};
     side.left = uint32_t(c.left);
     side.right = uint32_t(c.right);
     return side;
@@ -190,26 +190,25 @@ void SoftEdges::sideBetween(uint32_t left, uint32_t right, Side *result) const
     side.left = left;
     side.right = right;
     for (std::size_t k = 0; k < kMostChannels; ++k) {
-        side.base[k] = toneOf[left][k];
-        side.span[k] = toneOf[right][k] - side.base[k];
-        side.square += double(side.span[k]) * side.span[k];
+        side.base[k] = double(toneOf[left][k]);
+        side.span[k] = double(toneOf[right][k]) - side.base[k];
+        side.square += side.span[k] * side.span[k];
     }
     const double a = noiseOf[left];
     const double b = noiseOf[right];
     side.noise = side.square > 0 ? std::sqrt(0.5 * (a * a + b * b) / side.square) : 0;
     side.level = 0.5;
     if (picture.threshold >= 0 && picture.channels == 1 && side.span[0] != 0)
-        side.level
-            = clamped((picture.threshold + 0.5 - double(side.base[0])) / double(side.span[0]),
-                      kBlurredBy, 1 - kBlurredBy);
+        side.level = clamped((picture.threshold + 0.5 - side.base[0]) / side.span[0], kBlurredBy,
+                             1 - kBlurredBy);
 }
 
 double SoftEdges::coverageOf(const Side &side, const uint8_t *value) const
 {
     double sum = 0;
     for (int c = 0; c < picture.channels; ++c)
-        sum += (value[c] - double(side.base[std::size_t(c)])) * side.span[std::size_t(c)];
-    return clamped(sum / side.square, 0, 1);
+        sum += (value[c] - side.base[std::size_t(c)]) * side.span[std::size_t(c)];
+    return onGrid(clamped(sum / side.square, 0, 1), kPointGrid);
 }
 
 // Of the right side; beyond the picture the nearest pixel's.
@@ -387,7 +386,7 @@ bool SoftEdges::isAcross(const Crack &crack, bool ofRight, uint32_t stroke, int 
     return length >= width;
 }
 
-bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
+bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere, bool mirrored,
                           ChainPoints *points) const
 {
     const int rx = crack.rightX();
@@ -416,8 +415,8 @@ bool SoftEdges::softPoint(const Side &side, const Crack &crack, bool everywhere,
     Point place = crack.middle();
     if (cosine >= kUsefulCosine
         && (columnOffset(side, crack, false, &offset, &mixed)
-            || strokeOffset(side, crack, true, &offset, &mixed)
-            || strokeOffset(side, crack, false, &offset, &mixed)
+            || strokeOffset(side, crack, !mirrored, &offset, &mixed)
+            || strokeOffset(side, crack, mirrored, &offset, &mixed)
             || columnOffset(side, crack, true, &offset, &mixed))) {
         place = place + clamped(offset, -kFarthest, kFarthest) * across;
         sigma = side.noise * std::sqrt(double(mixed)) * cosine
@@ -500,14 +499,15 @@ void SoftEdges::roughPoint(const Side &side, const Crack &crack, ChainPoints *po
 }
 
 // The points of all cracks that tell something, and of all others where too many in a row do not.
-ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywhere) const
+ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywhere,
+                                  bool mirrored) const
 {
     ChainPoints points;
     points.edge = fit::Edge::Soft;
     ChainPoints skipped; // since the last point
     const auto take = [&](const Crack &crack) {
         const std::size_t before = points.x.size();
-        if (!softPoint(side, crack, everywhere, &points)) {
+        if (!softPoint(side, crack, everywhere, mirrored, &points)) {
             roughPoint(side, crack, &skipped);
             return;
         }
@@ -527,15 +527,15 @@ ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywh
     return points;
 }
 
-ChainPoints SoftEdges::pointsOf(uint32_t chain) const
+ChainPoints SoftEdges::pointsOf(uint32_t chain, bool mirrored) const
 {
     const Side side = sideOf(chain);
     const bool onRim = map.chains[chain].left < 0 || map.chains[chain].right < 0;
     if (!onRim && isSoft(chain, side)) {
-        ChainPoints points = softPoints(chain, side, false);
+        ChainPoints points = softPoints(chain, side, false, mirrored);
         // Of the smallest areas every crack is needed.
         if (4 * points.x.size() < map.chains[chain].cracks || points.x.size() < 8)
-            points = softPoints(chain, side, true);
+            points = softPoints(chain, side, true, mirrored);
         const double scatter = scatterOf(points);
         for (double &sigma : points.sigma)
             sigma = std::max(sigma, scatter);

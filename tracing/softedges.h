@@ -37,6 +37,20 @@ struct EdgePicture
     }
 };
 
+// Rounded to so many bits behind the point; for |value| < 2^(51 - bits).
+inline double onGrid(double value, int bits)
+{
+    const double shift = 1.5 * double(uint64_t(1) << (52 - bits));
+    return (value + shift) - shift;
+}
+inline fit::Point onGrid(fit::Point p, int bits)
+{
+    return { onGrid(p.x, bits), onGrid(p.y, bits) };
+}
+// Of what is measured, a millionth of a pixel or of coverage, so that sums in another order, as in
+// a turned picture, come out the same.
+const int kPointGrid = 20;
+
 // Points of a chain in the order of its walk, nodes not included.
 struct ChainPoints
 {
@@ -56,8 +70,9 @@ public:
     // `tones` are the tones of the labels, used for areas without pixels that are all their own.
     SoftEdges(const EdgePicture &picture, const BoundaryMap &map, const std::vector<Tone> &tones);
 
-    // May be called from several threads. Chains on the rim have their cracks' midpoints.
-    ChainPoints pointsOf(uint32_t chain) const;
+    // May be called from several threads. Chains on the rim have their cracks' midpoints. Where
+    // both sides may be a thin stroke the right one is it, or the left one where `mirrored`.
+    ChainPoints pointsOf(uint32_t chain, bool mirrored = false) const;
     // The middles of the cracks, whatever the picture tells: lines through them never cross.
     ChainPoints cracksOf(uint32_t chain) const;
     // What a loop has on its right of the pixels around it. Those count that only its two areas are
@@ -77,10 +92,10 @@ private:
     fit::Point normalAt(const Side &side, int x, int y) const;
     bool crossesThinLine(const Side &side, const Crack &crack) const;
     bool isAcross(const Crack &crack, bool ofRight, uint32_t stroke, int most) const;
-    bool softPoint(const Side &side, const Crack &crack, bool everywhere,
+    bool softPoint(const Side &side, const Crack &crack, bool everywhere, bool mirrored,
                    ChainPoints *points) const;
     void roughPoint(const Side &side, const Crack &crack, ChainPoints *points) const;
-    ChainPoints softPoints(uint32_t chain, const Side &side, bool everywhere) const;
+    ChainPoints softPoints(uint32_t chain, const Side &side, bool everywhere, bool mirrored) const;
     bool columnOffset(const Side &side, const Crack &crack, bool ofStroke, double *offset,
                       int *mixed) const;
     bool strokeOffset(const Side &side, const Crack &crack, bool ofRight, double *offset,

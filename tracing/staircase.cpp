@@ -13,6 +13,14 @@ namespace {
 // Cracks in a row from which a straight stretch between corners is where the boundary is. Bars of
 // screenshots would lean by up to a pixel else.
 const int kExactStretch = 8;
+// Times as long as what goes on after a step, at one end or at both. A line's stretches differ by a
+// crack, and the top of a circle has at most 4.8 times those beside it: 2 sqrt(2 r) to
+// sqrt(4 r) - sqrt(2 r). Longer ones are a bar that goes over into a curve, or lacks a pixel at its
+// corner, and would lean.
+const int kLongBeside = 4;
+const int kLongBetween = 6;
+// Times what goes on after a step that may be a curve already before it.
+const int kGoesOver = 2;
 const int kStairsReach = 4; // cracks to either side whose chord is the direction of a staircase
 
 // A straight part of a staircase.
@@ -22,26 +30,65 @@ struct Stretch
     int length;
 };
 
-// Whether a boundary that steps aside by one pixel goes on as before: a step of a slanted line.
-// `next` is the place in the walk after the stretch, in either direction.
-bool isStep(const std::vector<Stretch> &stretches, std::size_t stretch, int direction, bool closed)
+// What follows a stretch in the walk, in either direction.
+struct Next
+{
+    bool isStep = false;       // aside by one pixel, and on as before
+    bool isFull = false;       // what goes on then ends in such a step as well
+    Heading aside = Heading(); // of the step, in the order of the walk
+    int length = 0;            // of what goes on
+};
+
+Next nextTo(const std::vector<Stretch> &stretches, std::size_t stretch, int direction, bool closed)
 {
     const auto size = std::ptrdiff_t(stretches.size());
-    const auto at = [&](int k) {
+    const auto at = [&](int k) -> const Stretch * {
         const std::ptrdiff_t place = std::ptrdiff_t(stretch) + std::ptrdiff_t(direction) * k;
-        return closed ? (place + 2 * size) % size : place;
+        if (!closed && (place < 0 || place >= size))
+            return nullptr;
+        return &stretches[std::size_t((place + 4 * size) % size)];
     };
-    if (at(2) < 0 || at(2) >= size)
-        return false;
-    return stretches[std::size_t(at(1))].length == 1
-        && stretches[std::size_t(at(2))].heading == stretches[stretch].heading;
+    const auto isStepAt = [&](int k) {
+        return at(k) && at(k + 1) && at(k)->length == 1
+            && at(k + 1)->heading == stretches[stretch].heading;
+    };
+    Next next;
+    if (!isStepAt(1))
+        return next;
+    next.isStep = true;
+    next.isFull = isStepAt(3);
+    next.aside = at(1)->heading;
+    next.length = at(2)->length;
+    return next;
 }
 
-// Whether a boundary runs along the pixels there: a long stretch without a step at either end.
-bool isExact(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+// Cracks of a stretch.
+struct Range
 {
-    return stretches[stretch].length >= kExactStretch && !isStep(stretches, stretch, 1, closed)
-        && !isStep(stretches, stretch, -1, closed);
+    int from;
+    int to;
+};
+
+// Where a boundary runs along the pixels: a long stretch without a step at either end, or one that
+// is too long beside those that go on from it to be a part of their line or arc, but for what may
+// be the begin of that.
+Range exactPart(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+{
+    const int length = stretches[stretch].length;
+    const Range none = { 0, 0 };
+    if (length < kExactStretch)
+        return none;
+    const Next after = nextTo(stretches, stretch, 1, closed);
+    const Next before = nextTo(stretches, stretch, -1, closed);
+    const Next &one = after.isStep ? after : before;
+    const bool isBetween = after.isStep && before.isStep;
+    if (isBetween
+        && (length <= kLongBetween * std::max(after.length, before.length)
+            || (after.aside == before.aside && !(after.isFull && before.isFull))))
+        return none;
+    if (!isBetween && one.isStep && !(one.isFull && length > kLongBeside * one.length))
+        return none;
+    return { kGoesOver * before.length, length - kGoesOver * after.length };
 }
 
 // Of a crack of a staircase, from the angle between it and the boundary, as the fit has it.
@@ -78,11 +125,11 @@ ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain)
     });
     const bool closed = map.chains[chain].startNode == kNoNode;
     for (std::size_t k = 0, first = 0; k < stretches.size(); ++k) {
-        const bool exact = isExact(stretches, k, closed);
-        const auto past = first + std::size_t(stretches[k].length);
-        for (; first < past; ++first)
-            points.sigma.push_back(
-                exact ? fit::kHardFloor : stairsSigma(points, first, stretches[k].heading, closed));
+        const Range exact = exactPart(stretches, k, closed);
+        for (int i = 0; i < stretches[k].length; ++i, ++first)
+            points.sigma.push_back(i >= exact.from && i < exact.to
+                                       ? fit::kHardFloor
+                                       : stairsSigma(points, first, stretches[k].heading, closed));
     }
     return points;
 }

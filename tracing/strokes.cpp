@@ -2,6 +2,7 @@
 #include "strokes.h"
 
 #include "composition.h"
+#include "peninks.h"
 #include "segmentation.h"
 #include "shapes.h"
 
@@ -9,6 +10,8 @@
 #include "imaging/failure.h"
 #include "imaging/ink.h"
 #include "imaging/scan.h"
+#include "strokes/inkstrokes.h"
+#include "strokes/penorder.h"
 #include "strokes/strokes.h"
 
 #include <algorithm>
@@ -87,10 +90,10 @@ std::vector<QString> layersOf(const std::vector<double> &pens, double dpi)
 
 // The solid parts alone, what is cut out of them as their holes.
 Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey, int threshold,
-                        const TracePlan &plan, const Ink &ink)
+                        const TracePlan &plan, QRgb inkColour, QRgb paperColour)
 {
     Areas areas;
-    areas.colours = { ink.inkColour, ink.paperColour };
+    areas.colours = { inkColour, paperColour };
     RunScanner scanner(solids.width, solids.height);
     std::vector<uint8_t> labels(std::size_t(solids.width));
     EdgePicture edges;
@@ -110,7 +113,7 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     if (!shapes)
         throw TraceError("too many solid areas for a drawing of strokes");
     Composition composition = plan.composition;
-    composition.onlyColours.assign(1, ink.inkColour | 0xFF000000u);
+    composition.onlyColours.assign(1, inkColour | 0xFF000000u);
     Drawing drawing = compose(std::move(*shapes), areas, 1, Connectivity::Split,
                               Painting::InkOnPaper, composition);
     for (Outline &outline : drawing.outlines) {
@@ -120,8 +123,37 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     return drawing;
 }
 
+// The solid parts of every ink.
+void addSolids(const strokes::Plane &solids, const std::vector<uint8_t> &grey, int threshold,
+               const TracePlan &plan, const Ink &ink, const PenInks &inks, Drawing *drawing)
+{
+    if (!inks.isColoured()) {
+        *drawing = drawingOfSolids(solids, grey, threshold, plan, ink.inkColour, ink.paperColour);
+        return;
+    }
+    for (std::size_t k = 0; k < inks.all().size(); ++k) {
+        strokes::Plane own = solids;
+        bool any = false;
+        for (std::size_t cell = 0; cell < own.cells.size(); ++cell) {
+            if (own.cells[cell] != 0)
+                own.cells[cell] = inks.at(own.middleOf(uint32_t(cell))) == k ? own.cells[cell] : 0;
+            any = any || own.cells[cell] != 0;
+        }
+        if (!any)
+            continue;
+        Drawing part = drawingOfSolids(own, grey, threshold, plan, inks.all()[k], ink.paperColour);
+        const int before = int(drawing->outlines.size());
+        for (Outline &outline : part.outlines) {
+            for (int &hole : outline.holes)
+                hole += before;
+            drawing->outlines.push_back(std::move(outline));
+        }
+    }
+}
+
 // What is drawn for a reason of its own has a layer of its own, all else one a pen.
-QString layerOf(const strokes::Stroke &stroke, const std::vector<QString> &layers)
+QString layerOf(const strokes::Stroke &stroke, const std::vector<QString> &layers,
+                const PenInks &inks)
 {
     switch (stroke.role) {
     case strokes::Role::Dimension:
@@ -131,7 +163,7 @@ QString layerOf(const strokes::Stroke &stroke, const std::vector<QString> &layer
     case strokes::Role::Hatch:
         return QLatin1String(kHatchLayer);
     default:
-        return layers[std::size_t(stroke.pen)];
+        return layers[std::size_t(stroke.pen)] + inks.suffixOf(stroke.ink);
     }
 }
 
@@ -162,7 +194,16 @@ int dashedPen(const strokes::Stroke &stroke, Drawing *drawing)
     return int(drawing->pens.size()) - 1;
 }
 
-void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi, Drawing *drawing)
+void remarkOn(strokes::Content content, TraceReport *report)
+{
+    if (content == strokes::Content::Lettering)
+        report->remarks.push_back(Remark::MostlyLettering);
+    else if (content == strokes::Content::FewLines)
+        report->remarks.push_back(Remark::FewLines);
+}
+
+void addStrokes(const strokes::StrokeDrawing &found, const PenInks &inks, double dpi,
+                Drawing *drawing)
 {
     const std::vector<QString> layers = layersOf(found.pens, dpi);
     for (double width : found.pens) {
@@ -174,8 +215,8 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
     for (const strokes::Stroke &stroke : found.strokes) {
         Outline outline;
         outline.shape = pathOf(stroke.piece, drawing->height);
-        outline.colour = ink.inkColour;
-        outline.layer = layerOf(stroke, layers);
+        outline.colour = inks.colourOf(stroke.ink);
+        outline.layer = layerOf(stroke, layers, inks);
         outline.pen = stroke.dashing.type == strokes::DashType::None ? stroke.pen
                                                                      : dashedPen(stroke, drawing);
         drawing->outlines.push_back(std::move(outline));
@@ -185,7 +226,7 @@ void addStrokes(const strokes::StrokeDrawing &found, const Ink &ink, double dpi,
         outline.shape.moveTo(toDrawing(arrow.corner[0], drawing->height));
         for (int k : { 1, 2, 0 })
             outline.shape.lineTo(toDrawing(arrow.corner[k], drawing->height));
-        outline.colour = ink.inkColour;
+        outline.colour = inks.colourOf(arrow.ink);
         outline.layer = QLatin1String(kDimensionLayer);
         drawing->outlines.push_back(std::move(outline));
     }
@@ -207,7 +248,11 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
                      Stages *stages, TraceReport *report)
 {
     stages->begin("preparing");
+    PenInks inks(ink.ownColours ? picture : Picture(), ink.inkColour);
+    if (inks.isColoured() && ink.scan.threshold != Threshold::Fixed)
+        picture = Picture(inks.takeGrey());
     CleanPage clean = cleanPage(std::move(picture), ink.scan);
+    inks.turnBy(clean.angle);
     report->angle = clean.angle;
     report->evenedOut = clean.evenedOut;
     report->threshold = clean.wholePage ? clean.threshold : -1;
@@ -229,16 +274,22 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     if (!strokes::strokesOf(page, options, &found))
         throw TraceError("the picture has more lines than a drawing; --despeckle or another "
                          "--threshold may help, or leave out --strokes");
+    if (inks.isColoured())
+        strokes::takeInks([&inks](fit::Point p) { return inks.at(p); }, &found);
+    strokes::putInPenOrder({ 0.0, double(page.height) }, &found.strokes);
     Drawing drawing;
     if (!found.solids.cells.empty())
-        drawing = drawingOfSolids(found.solids, std::move(grey), page.threshold, plan, ink);
+        addSolids(found.solids, grey, page.threshold, plan, ink, inks, &drawing);
     if (strokes::isHardlyDrawn(found, drawing.outlines.size()))
         report->remarks.push_back(Remark::HardlyDrawn);
+    else
+        remarkOn(strokes::contentOf(found), report);
     drawing.width = page.width;
     drawing.height = page.height;
     drawing.ground = ink.paperColour;
-    addStrokes(found, ink, dpi, &drawing);
-    report->palette = { ink.inkColour, ink.paperColour };
+    addStrokes(found, inks, dpi, &drawing);
+    report->palette = inks.all();
+    report->palette.push_back(ink.paperColour);
     report->shapes = true;
     stages->end("trace");
     return drawing;

@@ -18,19 +18,33 @@ namespace ztrace {
 
 namespace {
 
+Agenda::Suffix suffixOf(const Format &format)
+{
+    return { format.suffix, (format.capabilities & kHoldsPages) != 0 };
+}
+
+// Of the formats that are asked for; a template may say one by its ending.
 std::vector<Agenda::Suffix> suffixesOf(const Settings &settings)
 {
     std::vector<std::string> names = settings.batch.formats;
     if (names.empty() && !settings.format.empty())
         names.push_back(settings.format);
+    const std::string &pattern = settings.batch.names;
+    const std::string ending = pattern.empty() ? std::string() : endingOf(pattern);
+    if (!ending.empty()) {
+        const Format *format = formatOfSuffix(QString::fromStdString(ending));
+        if (!names.empty() && (names.size() > 1 || findFormat(names.front()) != format))
+            throw Failure(kWrongUsage,
+                          "--names: all drawings would end with ." + ending
+                              + ", other formats are asked for ({format} stands for theirs)");
+        return { suffixOf(*format) };
+    }
     if (names.empty())
         names.push_back(allFormats().front().name);
     std::vector<Agenda::Suffix> suffixes;
     suffixes.reserve(names.size());
-    for (const std::string &name : names) {
-        const Format *format = findFormat(name);
-        suffixes.push_back({ format->suffix, (format->capabilities & kHoldsPages) != 0 });
-    }
+    for (const std::string &name : names)
+        suffixes.push_back(suffixOf(*findFormat(name)));
     return suffixes;
 }
 

@@ -5,6 +5,7 @@
 #include "clashes.h"
 #include "conclusion.h"
 #include "leaserun.h"
+#include "sidefiles.h"
 #include "stopsignals.h"
 #include "watchrun.h"
 
@@ -82,9 +83,11 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     refuseOddWords(run.batch);
     run.collect();
     refuseClashes(run.agenda, out);
+    refuseSideFiles(run.line.settings, resultsName(run.batch), run.agenda);
     if (run.batch.dryRun)
         return tellPlan(run);
     makeFolder(out);
+    requireSideFolders(run.line.settings);
     ResultFile results(resultsName(run.batch));
     Meter meter(run.line.settings);
     Outcomes outcomes(run.fingerprint, &run.ledger, &results, &meter);

@@ -3,6 +3,7 @@
 
 #include "fingerprint.h"
 #include "leases.h"
+#include "limits.h"
 #include "pagecount.h"
 #include "preview.h"
 #include "stopsignals.h"
@@ -24,10 +25,6 @@ namespace ztrace {
 
 namespace {
 
-// Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
-// that hangs is given up.
-const double kSecondsOfAPicture = 600.0;
-
 const std::size_t kMostNamed = 20; // failures of earlier runs
 
 int processors()
@@ -47,6 +44,12 @@ QByteArray greetingOf(int argc, char **argv)
     return jsonValue(greeting) + '\n';
 }
 
+CommandLine configured(CommandLine line)
+{
+    useConfiguration(&line.settings, &line.given);
+    return line;
+}
+
 } // namespace
 
 std::string resultsName(const BatchSettings &batch)
@@ -62,11 +65,10 @@ std::string resultsName(const BatchSettings &batch)
 }
 
 BatchRun::BatchRun(const CommandLine &commandLine, int argc, char **argv)
-    : line(commandLine), batch(line.settings.batch), fingerprint(fingerprintOf(line)),
-      crew(greetingOf(argc, argv), fingerprint,
-           line.settings.timeLimit.value_or(kSecondsOfAPicture))
+    : line(configured(commandLine)), batch(line.settings.batch),
+      fingerprint(fingerprintOf(commandLine)),
+      crew(greetingOf(argc, argv), fingerprint, secondsAPicture(line.settings))
 {
-    useConfiguration(&line.settings, &line.given);
     jobs = batch.jobs > 0 ? batch.jobs : processors();
 }
 
@@ -101,7 +103,7 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
 {
     Duties duties;
     duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
-        if (letter == kSkipped && text != kDone && failedBefore.size() < kMostNamed)
+        if (letter == kSkipped && !text.startsWith(kDone) && failedBefore.size() < kMostNamed)
             failedBefore.push_back(job.item);
         pass(job.item, outcomes->takeAnswer(job, letter, text));
     };

@@ -333,7 +333,7 @@ void Crew::bury(Worker *worker, int status, const Duties &duties)
 {
     const Loss loss = { worker->isLate ? kOutcomeTime : kOutcomeDied,
                         worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
-                        worker->sha256 };
+                        worker->sha256, worker->isLate ? secondsAJob : 0.0 };
     std::deque<Job> jobs = std::move(worker->jobs);
     const std::size_t current = worker->traced;
     workers.erase(std::find_if(

@@ -36,6 +36,7 @@ struct Loss
     const char *outcome; // of results.h
     std::string reason;
     std::string sha256; // of the picture's file; empty when it was not read
+    double limit;       // in seconds, that it has passed; 0: none
 };
 
 struct Duties

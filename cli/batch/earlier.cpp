@@ -29,6 +29,15 @@ bool isOfNow(const QJsonObject &line, const Conditions &now)
         && (textIn(line, "sha256") == now.sha256 || (now.sha256.empty() && isDone(line)));
 }
 
+// Of a picture that failed: whether this run may do better.
+bool isWorthATry(const QJsonObject &before, const Conditions &now)
+{
+    const double limit = before.value(QLatin1String(kLimit)).toDouble();
+    const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
+    return before.value(QLatin1String(kAgain)).toBool()
+        || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
+}
+
 bool hasOutputs(const QJsonObject &line, const std::vector<std::string> &names,
                 const std::string &out)
 {
@@ -107,7 +116,7 @@ QByteArray finishedBefore(const Task &task, const Conditions &now)
     for (const QByteArray &line : lines) {
         const QJsonObject before = objectIn(line);
         if (isOfThisPicture(before, now))
-            return isDone(before) ? QByteArray() : line;
+            return isDone(before) || isWorthATry(before, now) ? QByteArray() : line;
     }
     return QByteArray();
 }

@@ -19,6 +19,8 @@ struct Conditions
     QByteArray settings;  // their fingerprint
     std::string sha256;   // of the picture's file; empty when it has gone
     std::string worldSha; // of its world file; empty when there is none, or none is asked for
+    double seconds;       // that a picture may take; 0: any
+    double memory;        // million bytes that it may take; 0: any
 };
 
 // SHA-256 of a file, empty when it cannot be read.

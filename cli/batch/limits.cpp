@@ -13,6 +13,14 @@
 
 namespace ztrace {
 
+namespace {
+
+// Where --time-limit does not say it: a hundred times what large scans take, so that only a picture
+// that hangs is given up.
+const double kSecondsAPicture = 600.0;
+
+} // namespace
+
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -23,6 +31,11 @@ double processorSeconds()
     timespec now = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+}
+
+double secondsAPicture(const Settings &settings)
+{
+    return settings.timeLimit.value_or(kSecondsAPicture);
 }
 
 double peakMemory(bool begin)

@@ -16,6 +16,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <cstring>
 #include <unordered_map>
 
 namespace ztrace {
@@ -123,9 +124,14 @@ private:
                 good = false;
             }
         }
-        if (good && !std::count(header.fields.begin(), header.fields.end(), kColumns.front())) {
-            error(header.line, "there is no column \"path\"");
-            good = false;
+        for (const std::string &name : kColumns) {
+            const auto times = std::count(header.fields.begin(), header.fields.end(), name);
+            if (times > 1 || (times == 0 && name == kColumns.front() && good)) {
+                error(header.line,
+                      (times == 0 ? "there is no column \"" : "there are several columns \"") + name
+                          + '"');
+                good = false;
+            }
         }
         return good;
     }
@@ -219,6 +225,14 @@ private:
                 error(line,
                       "there is no member \"" + name + "\"; there are " + listOfWords(kColumns)
                           + suggestion(name, kColumns));
+                return;
+            }
+        }
+        for (const char *name : { "path", "page", "sha256" }) {
+            const QJsonValue value = object.value(QLatin1String(name));
+            const bool isNumber = value.isDouble() && std::strcmp(name, "page") == 0;
+            if (!value.isUndefined() && !value.isString() && !isNumber) {
+                error(line, std::string("\"") + name + "\" is no text in quotes");
                 return;
             }
         }

@@ -6,6 +6,8 @@
 #include "cli/suggest.h"
 #include "cli/values.h"
 
+#include "drawing/formats.h"
+
 #include <algorithm>
 #include <functional>
 
@@ -58,6 +60,7 @@ std::string filled(const std::string &pattern,
 }
 
 const char kPage[] = "{page}";
+const char kFormat[] = "{format}";
 
 } // namespace
 
@@ -80,6 +83,23 @@ void checkTemplate(const std::string &pattern)
     });
     if (!tellsPictures)
         throw Failure(kWrongUsage, "--names: without {name} all drawings have one name");
+    const std::string parts = '/' + pattern + '/';
+    if (pattern.front() == '/' || parts.find("/../") != std::string::npos)
+        throw Failure(kWrongUsage, "--names: \"" + pattern + "\" leads out of the folder of --out");
+}
+
+std::string endingOf(const std::string &pattern)
+{
+    const std::string file = fileOf(pattern);
+    const std::size_t dot = file.rfind('.');
+    const std::string ending = dot == std::string::npos ? std::string() : file.substr(dot + 1);
+    if (ending == kFormat)
+        return std::string();
+    if (formatOfSuffix(QString::fromStdString(ending)))
+        return ending;
+    throw Failure(kWrongUsage,
+                  "--names: \"" + pattern
+                      + "\" does not end with .{format}, nor as drawings of one format do");
 }
 
 std::string outputNameOf(const Item &item, const std::string &pattern,

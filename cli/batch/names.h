@@ -42,9 +42,13 @@ const char kUsualNamesOfPages[] = "{folder}/{name}-{page}.{format}";
 // Whether a template that was given tells pages of a file apart.
 bool namesPages(const std::string &pattern);
 
-// Throws a Failure for a template with unknown names in braces, or without {name}, {number} or
-// another one that differs from picture to picture.
+// Throws a Failure for a template with unknown names in braces, without {name}, or that leads out
+// of the folder.
 void checkTemplate(const std::string &pattern);
+
+// The ending of all drawings that a template has, of a format's; empty where {format} stands.
+// Throws a Failure for any other.
+std::string endingOf(const std::string &pattern);
 
 // The file for a drawing below the folder of all drawings: the template with {folder}, {name} and
 // {suffix} of the picture, {page} with as many digits as the last one has, and {format} filled in.

@@ -57,9 +57,17 @@ Verdict Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text
     return Verdict::Good;
 }
 
-Verdict Outcomes::takeSkipped(const Item &item, const QByteArray &outcome)
+Verdict Outcomes::takeSkipped(const Item &item, const QByteArray &text)
 {
-    const bool wasDone = outcome == kDone;
+    const int space = text.indexOf(' ');
+    const bool wasDone = (space < 0 ? text : text.left(space)) == kDone;
+    if (wasDone && space >= 0 && item.kind != ItemKind::Book) {
+        ++tally.warned;
+        meter->line(tally,
+                    nameOf(item) + ": finished before, and not there any more ("
+                        + withoutName(text.mid(space + 1).toStdString(), item) + ")",
+                    true);
+    }
     if (item.kind != ItemKind::Book) {
         ++(wasDone ? tally.finished : tally.failed);
         failedBefore += !wasDone;
@@ -114,12 +122,20 @@ Verdict Outcomes::takeLoss(const Job &job, const Loss &loss)
     if (!loss.sha256.empty())
         result.insert(QLatin1String("sha256"), QString::fromStdString(loss.sha256));
     result.insert(QLatin1String("outcome"), QLatin1String(loss.outcome));
+    if (loss.limit > 0.0)
+        result.insert(QLatin1String(kLimit), loss.limit);
     result.insert(QLatin1String("code"), int(kFailed));
     result.insert(QLatin1String("error"),
                   QString::fromUtf8((item.path + ": " + loss.reason).c_str()));
-    // What an earlier run has finished was only to be looked at: its line stays.
+    // What an earlier run has finished was only to be looked at: its line stays, unless it is of
+    // another picture or of other settings.
     const QByteArray before = ledger->lineOf(item.path, item.page);
-    if (!isDone(QJsonDocument::fromJson(before).object()))
+    const QJsonObject done = QJsonDocument::fromJson(before).object();
+    const auto isAsBefore = [&](const char *name) {
+        const QLatin1String key(name);
+        return !result.contains(key) || result.value(key) == done.value(key);
+    };
+    if (!isDone(done) || !isAsBefore("settings") || !isAsBefore("sha256"))
         arrived += lineText(result) + '\n';
     return takeFailure(item, loss.reason);
 }

@@ -44,7 +44,7 @@ public:
     std::size_t failedInEarlierRuns() const { return failedBefore; }
 
 private:
-    Verdict takeSkipped(const Item &item, const QByteArray &outcome);
+    Verdict takeSkipped(const Item &item, const QByteArray &text);
     Verdict takeBook(const Item &item, const QJsonObject &result);
     Verdict takeFailure(const Item &item, const std::string &error);
     void takeDone(const Item &item, const QJsonObject &result);

@@ -19,16 +19,27 @@ namespace {
 
 const int kQuality = 80;
 
+// What a picture or drawing of that size is shown by. Small ones grow by whole numbers, so that
+// pixels stay squares.
+double scaleFor(const QSize &size, int side)
+{
+    const int longer = std::max(1, std::max(size.width(), size.height()));
+    return longer > side ? double(side) / longer : double(side / longer);
+}
+
+// Pixels of a picture that grows are to be seen, as they are what was traced.
 QImage fitting(const QImage &image, const QSize &size)
 {
     QImage result(size, QImage::Format_RGB32);
     result.fill(Qt::white);
     if (image.isNull())
         return result;
+    const bool grows = size.width() > image.width() && size.height() > image.height();
     QPainter painter(&result);
     painter.drawImage(0, 0,
                       image.convertToFormat(QImage::Format_ARGB32_Premultiplied)
-                          .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+                          .scaled(size, Qt::IgnoreAspectRatio,
+                                  grows ? Qt::FastTransformation : Qt::SmoothTransformation));
     return result;
 }
 
@@ -44,15 +55,15 @@ QImage drawnFromJson(const QByteArray &text, int side)
     QString ignored;
     if (!readJson(text, &drawing, &ignored))
         return QImage();
-    const double longer = std::max(1, std::max(drawing.width, drawing.height));
-    return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
+    return drawnSmall(drawing, side);
 }
 
-QImage drawnByReader(const std::string &name, int side)
+// An SVG is painted at any size; a PNG has its own.
+QImage drawnByReader(const std::string &name, int side, bool isAnySize)
 {
     QImageReader reader(QFile::decodeName(name.c_str()));
-    QSize size = reader.size();
-    if (size.isValid() && std::max(size.width(), size.height()) > side)
+    const QSize size = reader.size();
+    if (!size.isEmpty() && (isAnySize || std::max(size.width(), size.height()) > side))
         reader.setScaledSize(size.scaled(side, side, Qt::KeepAspectRatio));
     return reader.read();
 }
@@ -82,12 +93,17 @@ int previewSide(std::size_t pictures)
     return pictures <= 100 ? 1000 : pictures <= 1000 ? 400 : 160;
 }
 
+QImage drawnSmall(const Drawing &drawing, int side)
+{
+    const QSize size(drawing.width, drawing.height);
+    return renderDrawing(drawing, PaintStyle(), scaleFor(size, side));
+}
+
 QByteArray previewOf(const QImage &picture, const QImage &drawn, int side)
 {
-    QSize size = picture.size();
-    if (std::max(size.width(), size.height()) > side)
-        size.scale(side, side, Qt::KeepAspectRatio);
-    size = size.expandedTo(QSize(1, 1));
+    const QSize size = (QSizeF(picture.size()) * scaleFor(picture.size(), side))
+                           .toSize()
+                           .expandedTo(QSize(1, 1));
     QImage both(size.width() * 2, size.height(), QImage::Format_RGB32);
     QPainter painter(&both);
     painter.drawImage(0, 0, fitting(picture, size));
@@ -107,7 +123,7 @@ QImage drawnFrom(const std::vector<std::string> &files, int side)
         if (endsWith(file, ".json"))
             image = drawnFromJson(contentsOfFile(file), side);
         else if (endsWith(file, ".svg") || endsWith(file, ".png"))
-            image = drawnByReader(file, side);
+            image = drawnByReader(file, side, endsWith(file, ".svg"));
         if (!image.isNull())
             return image;
     }

@@ -4,6 +4,8 @@
 #ifndef ZTRACE_CLI_BATCH_PREVIEW_H
 #define ZTRACE_CLI_BATCH_PREVIEW_H
 
+#include "drawing/Drawing.h"
+
 #include <QByteArray>
 #include <QImage>
 
@@ -22,7 +24,11 @@ std::string folderOfFile(const std::string &fileName);
 // below some 60 million bytes.
 int previewSide(std::size_t pictures);
 
-// Both beside each other as a JPEG, each at most `side` long, over white.
+// A drawing as a smooth picture, as large as previewOf shows it.
+QImage drawnSmall(const Drawing &drawing, int side);
+
+// Both beside each other as a JPEG over white, each at most `side` long: smaller than they are, or
+// a whole number of times as large. A picture that is made larger keeps the edges of its pixels.
 QByteArray previewOf(const QImage &picture, const QImage &drawn, int side);
 
 // A drawing as a picture from one of its files: SVG, JSON or PNG; null when there is none of these.

@@ -60,6 +60,21 @@ qint64 endOfLines(int fd, const std::string &name)
     return 0;
 }
 
+// Whether it is empty, or begins with a result line, or with one that was never finished.
+bool holdsResults(int fd, const std::string &name)
+{
+    QByteArray text(kPart, Qt::Uninitialized);
+    const ssize_t got = ::pread(fd, text.data(), std::size_t(text.size()), 0);
+    if (got < 0)
+        fail(kOutputNotWritable, name, errno);
+    text.truncate(int(got));
+    const int end = text.indexOf('\n');
+    if (end < 0)
+        return text.isEmpty() || text.startsWith("{\"");
+    const QJsonObject line = QJsonDocument::fromJson(text.left(end)).object();
+    return line.contains(QLatin1String("outcome")) && line.contains(QLatin1String("path"));
+}
+
 std::uint32_t shortHash(const QString &text)
 {
     const QByteArray digest = QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5);
@@ -377,6 +392,9 @@ ResultFile::ResultFile(const std::string &fileName) : name(fileName)
                           name + ": another run is writing there (see --results)");
         ::usleep(kLockWait);
     }
+    if (!holdsResults(file.get(), name))
+        throw Failure(kWrongUsage,
+                      name + ": is no file of result lines, and is left as it is (see --results)");
     end = endOfLines(file.get(), name);
     if (::lseek(file.get(), 0, SEEK_END) != end && ::ftruncate(file.get(), end) != 0)
         fail(kOutputNotWritable, name, errno);

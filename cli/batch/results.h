@@ -29,6 +29,11 @@ const char kOutcomeDied[] = "died";       // its worker ended, twice
 const char kOutcomeTime[] = "time limit"; // twice as well
 const char kOutcomeMemory[] = "memory limit";
 
+// Of failures: whether every run tries again, and the limit that was passed, in seconds or million
+// bytes, beyond which one tries.
+const char kAgain[] = "again";
+const char kLimit[] = "limit";
+
 // A file name as members of a line: `name` with text, and `name`Bytes, percent-encoded, where the
 // bytes are no UTF-8.
 void insertName(const char *name, const std::string &bytes, QJsonObject *line);

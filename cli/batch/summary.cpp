@@ -3,6 +3,7 @@
 
 #include "premis.h"
 #include "reportfile.h"
+#include "sidefiles.h"
 
 #include "cli/messages.h"
 #include "cli/values.h"
@@ -26,6 +27,7 @@ namespace ztrace {
 namespace {
 
 const double kMillion = 1e6;
+const double kAllDigits = 999.95; // from here on four digits leave none behind the point
 
 std::string textIn(const QJsonObject &line, const char *name)
 {
@@ -58,7 +60,7 @@ struct Summary
     std::map<std::string, std::size_t> flags;
     std::map<std::string, std::size_t> presets;
     std::vector<double> seconds;
-    std::vector<double> peaks; // million bytes
+    std::vector<double> peaks; // bytes
     std::vector<double> numbers;
     std::vector<double> agreements;
 
@@ -82,7 +84,7 @@ struct Summary
         if (!textIn(line, "preset").empty())
             ++presets[textIn(line, "preset")];
         seconds.push_back(numberIn(line, "seconds", "total"));
-        peaks.push_back(line.value(QLatin1String("peak")).toDouble() / kMillion);
+        peaks.push_back(line.value(QLatin1String("peak")).toDouble());
         numbers.push_back(numberIn(line, "counts", "lines") + numberIn(line, "counts", "arcs")
                           + numberIn(line, "counts", "curves"));
         const QJsonObject check = line.value(QLatin1String("check")).toObject();
@@ -97,15 +99,18 @@ struct Summary
     }
 };
 
+// The members are called as in result lines; what is printed may have a unit of its own.
 const struct
 {
-    const char *name;
+    const char *member;
+    const char *printed;
+    double unit;
     std::vector<double> Summary::*values;
 } kMeasures[] = {
-    { "seconds", &Summary::seconds },
-    { "peak MB", &Summary::peaks },
-    { "pieces", &Summary::numbers },
-    { "agreement", &Summary::agreements },
+    { "seconds", "seconds", 1.0, &Summary::seconds },
+    { "peak", "peak MB", kMillion, &Summary::peaks },
+    { "pieces", "pieces", 1.0, &Summary::numbers },
+    { "agreement", "agreement", 1.0, &Summary::agreements },
 };
 
 const double kShares[] = { 0.0, 0.01, 0.1, 0.5, 0.9, 0.99, 1.0 };
@@ -122,6 +127,16 @@ void printCounts(const char *what, const std::map<std::string, std::size_t> &cou
         std::printf("%-10s %8zu  %s\n", what, count.first, printable(count.second).c_str());
 }
 
+// Four digits, all of those before the point, and no more than six behind it.
+std::string numberText(double value)
+{
+    char text[400]; // the largest double has 309 digits
+    const double size = std::abs(value);
+    const char *format = size >= kAllDigits ? "%.0f" : size > 0.0 && size < 1e-3 ? "%.6f" : "%.4g";
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
 void print(const Summary &summary)
 {
     std::printf("%-10s %8zu\n", "pictures", summary.pictures);
@@ -136,9 +151,11 @@ void print(const Summary &summary)
     std::printf("%-10s %10s %10s %10s %10s %10s %10s %10s\n", "", "least", "1 %", "10 %", "median",
                 "90 %", "99 %", "most");
     for (const auto &measure : kMeasures) {
-        std::printf("%-10s", measure.name);
+        std::printf("%-10s", measure.printed);
         for (double share : kShares)
-            std::printf(" %10.4g", percentile(summary.*(measure.values), share));
+            std::printf(
+                " %10s",
+                numberText(percentile(summary.*(measure.values), share) / measure.unit).c_str());
         std::printf("\n");
     }
 }
@@ -167,7 +184,7 @@ void printAsJson(const Summary &summary)
         for (double share : kShares)
             percentiles.insert(QString::fromStdString(shortText(share)),
                                percentile(summary.*(measure.values), share));
-        object.insert(QLatin1String(measure.name), percentiles);
+        object.insert(QLatin1String(measure.member), percentiles);
     }
     std::printf("%s\n", jsonValue(object).constData());
 }
@@ -267,8 +284,16 @@ void writeSummaries(const Ledger &ledger, const Settings &settings)
         writeFile(batch.csv, [&](QIODevice *device) { return writeCsv(ledger, device); });
     if (!batch.premis.empty())
         writeFile(batch.premis, [&](QIODevice *device) { return writePremis(ledger, device); });
-    if (!batch.report.empty())
-        writeFile(batch.report, [&](QIODevice *device) { return writeReport(ledger, device); });
+    if (batch.report.empty())
+        return;
+    Shown shown;
+    writeFile(batch.report, [&](QIODevice *device) { return writeReport(ledger, device, &shown); });
+    if (shown.missing > 0 && !settings.quiet)
+        tell(batch.report + ": " + std::to_string(shown.missing) + " of "
+             + std::to_string(shown.traced)
+             + " drawings are not shown there (the same ztrace batch again with --report shows "
+               "those "
+               "that are SVG, JSON or PNG)");
 }
 
 ExitCode runSummary(const CommandLine &line)
@@ -276,6 +301,8 @@ ExitCode runSummary(const CommandLine &line)
     if (line.inputs.empty())
         throw Failure(kWrongUsage,
                       "batch summary: give files of result lines, or folders with them");
+    refuseSideFiles(line.settings, line.inputs);
+    requireSideFolders(line.settings);
     Ledger ledger;
     for (const std::string &input : line.inputs) {
         if (!QFileInfo(QFile::decodeName(input.c_str())).exists())

@@ -43,12 +43,6 @@ void makeFolders(const std::vector<std::string> &outputs)
     }
 }
 
-QImage drawnSmall(const Drawing &drawing, int side)
-{
-    const double longer = std::max(1, std::max(drawing.width, drawing.height));
-    return renderDrawing(drawing, PaintStyle(), std::min(1.0, side / longer));
-}
-
 void addOutputs(const Task &task, const std::vector<Output> &outputs, Traced *traced)
 {
     QJsonArray list;
@@ -90,6 +84,8 @@ TraceJob TaskWork::jobOf(const Task &task, QJsonArray *warnings) const
     job.onTheSpot = onCommandLine;
     applyItemSettings(task.item.settings, &job.settings, &job.given);
     job.settings.page = task.item.page;
+    if (task.item.page > 1)
+        job.given.insert("page"); // by a manifest, say
     job.settings.outputs.clear();
     for (const std::string &output : task.outputs)
         job.settings.outputs.push_back(fullName(output));
@@ -148,6 +144,8 @@ void TaskWork::tracePage(const Task &task, const ImageSource &image, TraceJob jo
     seconds.insert(QLatin1String("checking"), secondsSince(start));
     if (task.preview > 0)
         show(task, shown, drawnSmall(page.result.drawing, task.preview), traced);
+    else // of an earlier drawing
+        ::unlink(previewName(line.settings.batch.out, task.item.path, task.item.page).c_str());
     traced->line.insert(QLatin1String("seconds"), seconds);
 }
 
@@ -173,7 +171,9 @@ void TaskWork::showAgain(const Task &task, const ImageSource &image, Traced *tra
         std::vector<std::string> drawings;
         for (const std::string &output : task.outputs)
             drawings.push_back(fullName(output));
-        show(task, image.read(task.item.page, true), drawnFrom(drawings, task.preview), traced);
+        const QImage drawn = drawnFrom(drawings, task.preview);
+        if (!drawn.isNull())
+            show(task, image.read(task.item.page, true), drawn, traced);
     } catch (const Failure &) {
     } catch (const std::bad_alloc &) { }
 }

@@ -141,6 +141,13 @@ void addFailure(ExitCode code, const std::string &text, QJsonObject *line)
     line->insert(QLatin1String("outcome"), QLatin1String(kOutcomeFailed));
     line->insert(QLatin1String("code"), int(code));
     line->insert(QLatin1String("error"), textOf(text));
+    if (code == kOutputNotWritable || code == kWrongUsage)
+        addAgain(line);
+}
+
+void addAgain(QJsonObject *line)
+{
+    line->insert(QLatin1String(kAgain), true);
 }
 
 QByteArray lineText(const QJsonObject &line)

@@ -33,6 +33,9 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
 // Why there is no drawing.
 void addFailure(ExitCode code, const std::string &text, QJsonObject *line);
 
+// The failure is not one of the picture and its settings: every run tries it again.
+void addAgain(QJsonObject *line);
+
 QByteArray lineText(const QJsonObject &line);
 
 } // namespace ztrace

@@ -111,6 +111,9 @@ public:
         Traced traced;
         try {
             attempt(task, &traced);
+        } catch (const MissingProgram &failure) {
+            addFailure(failure.code, failure.what(), &traced.line);
+            addAgain(&traced.line);
         } catch (const Failure &failure) {
             if (failure.code == kOutputNotWritable && saysNoRoom(failure.what()))
                 throw NoRoom(failure.what());
@@ -122,6 +125,7 @@ public:
             source.drop();
             addFailure(kFailed, "not enough memory", &traced.line);
             traced.line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
+            traced.line.insert(QLatin1String(kLimit), line.settings.batch.memoryLimit);
         }
         const bool isFine = traced.letter == kSkipped || isDone(traced.line);
         if (!isFine) {
@@ -166,26 +170,28 @@ private:
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
         const ImageSource *image = open(task.item.path, &whyNot);
-        // Its other pages are not among the pictures. Without a checksum the next run tries again.
+        // Its other pages are not among the pictures.
         if (task.item.pages == 0 && image && pagesOf(*image) > 1)
-            throw Failure(
-                kInputUnreadable,
-                task.item.path
-                    + ": its pages could not be counted before (start again to trace them)");
+            failForNow(task.item.path
+                           + ": its pages could not be counted before (start again to trace them)",
+                       result);
         const std::string worldSha = shaOfWorldFile(task);
         addSource(worldSha, result);
         answer(kStarted,
                QByteArray::number(begun) + ' ' + QByteArray::fromStdString(source.sha256()));
-        const QByteArray before = finishedBefore(
-            task, { line.settings.batch.out, settings, source.sha256(), worldSha });
-        if (!before.isEmpty()) {
-            skip(task, image, QJsonDocument::fromJson(before).object(), traced);
-            return;
-        }
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
-            throw Failure(kInputUnreadable,
-                          task.item.path + ": its SHA-256 is not the expected one");
+            failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
+        const QByteArray before
+            = finishedBefore(task,
+                             { line.settings.batch.out, settings, source.sha256(), worldSha,
+                               secondsAPicture(line.settings), line.settings.batch.memoryLimit });
+        if (!before.isEmpty()) {
+            skip(task, image, whyNot, QJsonDocument::fromJson(before).object(), traced);
+            return;
+        }
+        if (missesProgram)
+            throw MissingProgram(kInputUnreadable, whyNot);
         if (!image)
             throw Failure(kInputUnreadable, whyNot);
         if (task.item.kind == ItemKind::Book)
@@ -199,11 +205,23 @@ private:
         result->insert(QLatin1String("seconds"), seconds);
     }
 
+    // Another run may do better with the same picture and settings.
+    [[noreturn]] static void failForNow(const std::string &text, QJsonObject *result)
+    {
+        addAgain(result);
+        throw Failure(kInputUnreadable, text);
+    }
+
     // Null, and why, for what cannot be read.
     const ImageSource *open(const std::string &path, std::string *whyNot)
     {
+        missesProgram = false;
         try {
             return &source.of(path);
+        } catch (const MissingProgram &failure) {
+            missesProgram = true;
+            *whyNot = failure.what();
+            return nullptr;
         } catch (const Failure &failure) {
             *whyNot = failure.what();
             return nullptr;
@@ -220,20 +238,24 @@ private:
             result->insert(QLatin1String("worldFile"), QString::fromStdString(worldSha));
     }
 
-    // The picture is finished already.
-    void skip(const Task &task, const ImageSource *image, const QJsonObject &before, Traced *traced)
+    // The picture is finished already, even if it is not to be read any more.
+    void skip(const Task &task, const ImageSource *image, const std::string &whyNot,
+              const QJsonObject &before, Traced *traced)
     {
         if (image && isDone(before))
             work->showAgain(task, *image, traced);
         traced->letter = kSkipped;
         traced->text = before.value(QLatin1String("outcome")).toString().toUtf8();
+        if (!whyNot.empty())
+            traced->text += ' ' + QByteArray::fromStdString(whyNot);
         traced->line = QJsonObject();
     }
 
     CommandLine line;
     QByteArray fingerprint;
     KeptSource source;
-    qint64 begun = 0; // pictures, since the start
+    bool missesProgram = false; // that would read the picture
+    qint64 begun = 0;           // pictures, since the start
     qint64 toldBegun = 0;
     std::unique_ptr<TaskWork> work;
     std::unique_ptr<Finisher> finisher;

@@ -29,7 +29,8 @@ enum Answer : char {
     kLineOfDone = 'D',   // a result line: finished, without flags or warnings
     kLine = 'L',         // another result line
     kLineOfMemory = 'M', // the same, for a picture that memory did not hold
-    kSkipped = 'K',      // finished by an earlier run, with its outcome
+    kSkipped = 'K',      // finished by an earlier run: its outcome, and behind a space why it
+                         // cannot be read now
     kPages = 'P',        // the number of pages, 0 when the file cannot be read
     kNoRoom = 'N',       // the run cannot go on: why nothing can be written
     kRefused = 'E'       // a Failure: exit code, space, text

@@ -110,6 +110,10 @@ class Browser:
     def screenshot(self):
         return base64.b64decode(self.call("Page.captureScreenshot", format="png")["data"])
 
+    def pdf(self):
+        """What a printer would get, A4."""
+        return base64.b64decode(self.call("Page.printToPDF", printBackground=True, paperWidth=8.27, paperHeight=11.69)["data"])
+
     def complaints(self):
         """What the page has thrown or logged, and everything that it asked for but itself."""
         found = []

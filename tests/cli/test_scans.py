@@ -147,6 +147,20 @@ class Scans(OptionsTest):
         self.write("b.png", png(320, 320, lambda x, y: BLACK if x % 20 < 3 or y % 20 < 3 else WHITE))
         self.assertEqual(self.run_program("b.png", "--strokes", "-o", "b.dxf").stderr, b"")
 
+    def test_what_is_no_drawing_is_told(self):
+        few, text = b"--strokes: lines are little of what is dark", b"--strokes: most of what was found is lettering"
+        self.write("a.png", png(256, 256, lambda x, y: BLACK if (x - 128) ** 2 + (y - 150) ** 2 < 8000
+                                or (20 <= x < 236 and 20 <= y < 24) else WHITE))
+        self.assertIn(few, self.run_program("a.png", "--strokes", "-o", "a.dxf").stderr)
+
+        def letters(x, y):
+            u, v = x % 24, y % 40
+            return BLACK if 4 <= u < 18 and 6 <= v < 26 and (u < 7 or v < 9 or v >= 23 or 15 <= v < 18) else WHITE
+        self.write("b.png", png(600, 600, letters))
+        self.assertIn(text, self.run_program("b.png", "--strokes", "-o", "b.dxf").stderr)
+        self.write("c.png", png(600, 600, lambda x, y: letters(x, y) if y > 520 else BLACK if y % 40 < 3 else WHITE))
+        self.assertEqual(self.run_program("c.png", "--strokes", "-o", "c.dxf").stderr, b"")
+
     def test_tiny_images(self):
         for size in 1, 5, 11:
             self.write("a.png", png(size, size, lambda x, y: BLACK if x > 2 else WHITE))

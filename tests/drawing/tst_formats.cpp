@@ -541,6 +541,40 @@ private slots:
         QCOMPARE(pdf.count("/Type /OCG"), 2);
     }
 
+    // Of rounded drawings: colours once, whole numbers, no last line, nothing closed that is only
+    // filled.
+    void pdfInFewBytes()
+    {
+        Drawing drawing;
+        drawing.width = drawing.height = 20;
+        drawing.precision = 0.01;
+        for (double x : { 1.0, 5.126 }) {
+            drawing.outlines.emplace_back();
+            Outline &outline = drawing.outlines.back();
+            outline.colour = 0xFFFF0000u;
+            outline.shape.moveTo(Point(x, 2));
+            outline.shape.lineTo(Point(x + 3, 2));
+            outline.shape.lineTo(Point(x, 7.5));
+            outline.shape.lineTo(Point(x, 2));
+        }
+        const auto content = [&] {
+            const QByteArray pdf
+                = written([&](QIODevice *d) { return writePdf(drawing, PaintStyle(), d); });
+            const int from = pdf.indexOf("stream\n") + 7;
+            return qUncompress(QByteArray(4, '\1')
+                               + pdf.mid(from, pdf.indexOf("\nendstream") - from));
+        };
+        const QByteArray path = "1 0 0 rg\n100 200 m\n400 200 l\n100 750 l\nf\n"
+                                "513 200 m\n813 200 l\n513 750 l\nf\n";
+        QVERIFY2(content().endsWith(path), content());
+        QVERIFY2(content().startsWith("0.0075 0 0 0.0075 0 0 cm\n"), content());
+        drawing.outlines[1].seam = 0.25;
+        QVERIFY2(content().endsWith("1 0 0 RG\n25 w\n513 200 m\n813 200 l\n513 750 l\nh\nB\n"),
+                 content());
+        drawing.precision = 0.0;
+        QVERIFY2(content().contains("5.126 2 m\n"), content());
+    }
+
     void pictureShowsFillsHolesAndGround()
     {
         Drawing drawing;

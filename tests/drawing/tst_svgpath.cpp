@@ -380,6 +380,70 @@ private slots:
         paths.resize(900);
         QCOMPARE(svgOf(drawingOf(paths)).count("<rect"), 900);
     }
+
+    // Units of the last decimal, drawn to scale, where nothing was said of decimals.
+    void ofVeryManyCoordinatesAreWhole()
+    {
+        std::vector<Path> paths;
+        for (int k = 0; k < 1500; ++k)
+            paths.push_back(square(2 * (k % 50) + 0.3, 2 * (k / 50), 1.5));
+        WholeShape shape;
+        shape.kind = WholeShape::Circle;
+        shape.center = Point(20.26, 70);
+        shape.half[0] = shape.half[1] = 5;
+        paths.push_back(pathOf(shape));
+        Drawing drawing = drawingOf(paths);
+        drawing.precision = 0.1;
+        const QByteArray svg = svgOf(drawing, kDecimalsOfDrawing);
+        QCOMPARE(svg.count("<g transform=\"scale(.1)\">"), 1);
+        QVERIFY2(svg.contains("d=\"M3 800v-15h15v15zm20 0v-15h15v15z"), svg);
+        QVERIFY(svg.contains("<circle cx=\"202.6\" cy=\"100\" r=\"50\"/>"));
+        QCOMPARE(svg.count("<g"), svg.count("</g>"));
+        QVERIFY(svgOf(drawing, 1).contains("d=\"M.3 80v-1.5h1.5V80zm2 0v-1.5h1.5V80z"));
+        drawing.outlines[7].seam = 0.5;
+        QVERIFY(!svgOf(drawing, kDecimalsOfDrawing).contains("scale("));
+        drawing.outlines[7].seam = 0.0;
+        drawing.outlines.resize(900);
+        QVERIFY(!svgOf(drawing, kDecimalsOfDrawing).contains("scale("));
+    }
+
+    void turnedEllipsesOfVeryManyAreArcs()
+    {
+        std::vector<Path> paths;
+        for (int k = 0; k < 1500; ++k)
+            paths.push_back(square(2 * (k % 50), 2 * (k / 50), 1.5));
+        WholeShape shape;
+        shape.kind = WholeShape::Ellipse;
+        shape.center = Point(50, 70);
+        shape.half[0] = 9;
+        shape.half[1] = 6;
+        paths.push_back(pathOf(shape));
+        QCOMPARE(svgOf(drawingOf(paths)).count("<ellipse"), 1);
+        shape.angle = 0.5;
+        paths.back() = pathOf(shape);
+        QCOMPARE(svgOf(drawingOf(paths)).count("<ellipse"), 0);
+    }
+
+    void areasEndWithTheirLongestLine()
+    {
+        Path path;
+        path.moveTo(Point(10, 10));
+        path.lineTo(Point(33.25, 14.5));
+        path.quadraticTo(Point(30, 30), Point(20, 30));
+        path.lineTo(Point(15, 30));
+        path.quadraticTo(Point(10, 20), Point(10, 10));
+        QVERIFY2(svgOf(drawingOf({ path })).contains("d=\"M33.25 65.5Q30 50 20 50h-5q-5 10-5 20z"),
+                 svgOf(drawingOf({ path })));
+        // A line that is stroked begins where it does, as its dashes do.
+        Drawing drawing = drawingOf({ path });
+        SvgOptions options;
+        options.decimals = 2;
+        options.style.stroked = true;
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        writeSvg(drawing, options, &buffer);
+        QVERIFY2(buffer.data().contains("d=\"M10 70"), buffer.data());
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_SvgPath)

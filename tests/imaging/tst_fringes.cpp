@@ -98,6 +98,25 @@ private slots:
         QVERIFY(farthestFromMixtures(image, ground, ink) <= 13.0); // so little counts as the ground
     }
 
+    // Letters that touch each other and were sharpened: white cuts off what is brighter than it.
+    void lettersThatTouchAreOfTheirColour()
+    {
+        QImage image = stems(0xFFFFFFFFu, 0xFF41403Bu);
+        const QRgb letters[] = { 0xFF814D3Au, 0xFF3C3C49u, 0xFF5B5758u, 0xFF51535Au, 0xFF6F849Fu,
+                                 0xFFE3F5FCu, 0xFFFFFFFFu, 0xFFF3DDBDu, 0xFF3C3C49u, 0xFFD8F7FFu,
+                                 0xFFE5B981u, 0xFF364872u, 0xFFFDFFFFu };
+        const int kLetters = int(sizeof letters / sizeof letters[0]);
+        for (int x = 0; x < kWidth; ++x)
+            image.setPixel(x, 20, 0xFFFFFFFFu);
+        for (int x = 0; x < kLetters; ++x)
+            image.setPixel(x + 40, 20, letters[x]);
+        QVERIFY(removeFringes(&image));
+        for (int x = 0; x < kLetters; ++x) {
+            const QRgb word = image.pixel(x + 40, 20);
+            QVERIFY2(std::abs(qRed(word) - qBlue(word)) <= 24, qPrintable(QString::number(x)));
+        }
+    }
+
     // As much ink as there was.
     void inkIsKept()
     {

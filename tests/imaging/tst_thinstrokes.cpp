@@ -110,6 +110,49 @@ private slots:
         }
     }
 
+    // Soft pixels of a letter have every shade there is, some of them those of other things in the
+    // picture; sides of its stroke may look like gaps of it.
+    void lettersTakeNoOtherGreys()
+    {
+        // A bold "Sc", 14 pixels high, of #232629 on #eff0f1: red.
+        const int kRows = 14, kColumns = 12;
+        const int letters[kRows][kColumns] = {
+            { 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239 },
+            { 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239 },
+            { 239, 239, 234, 160, 117, 121, 157, 221, 239, 239, 239, 239 },
+            { 239, 237, 89, 35, 35, 35, 35, 123, 239, 239, 239, 239 },
+            { 239, 203, 35, 65, 217, 214, 161, 210, 239, 239, 223, 171 },
+            { 239, 200, 35, 62, 224, 239, 239, 239, 239, 167, 41, 35 },
+            { 239, 236, 75, 35, 49, 144, 233, 239, 225, 41, 37, 157 },
+            { 239, 239, 225, 110, 37, 35, 65, 219, 174, 35, 88, 239 },
+            { 239, 239, 239, 239, 205, 80, 35, 105, 160, 35, 106, 239 },
+            { 239, 221, 232, 239, 239, 192, 35, 83, 177, 35, 72, 239 },
+            { 239, 159, 47, 97, 124, 72, 35, 135, 229, 48, 35, 97 },
+            { 239, 189, 62, 35, 35, 41, 119, 234, 239, 193, 69, 35 },
+            { 239, 239, 239, 227, 217, 237, 239, 239, 239, 239, 239, 226 },
+            { 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239, 239 },
+        };
+        const QRgb paper = qRgb(239, 240, 241), ink = qRgb(35, 38, 41);
+        QImage image(kColumns + 20, kRows + 10, QImage::Format_ARGB32);
+        image.fill(paper);
+        for (int y = 0; y < kRows; ++y) {
+            for (int x = 0; x < kColumns; ++x)
+                image.setPixel(x + 10, y + 5,
+                               between(ink, paper, (letters[y][x] - 35) / double(239 - 35)));
+        }
+        std::vector<QRgb> palette = { paper, ink };
+        for (int grey : { 192, 84, 222, 247, 185, 127, 51, 108, 167, 90 })
+            palette.push_back(qRgb(grey, grey + 1, grey + 2));
+        const EdgeMap edges(image);
+        const LabelPlane plane = reduceFlat(image, edges, palette);
+        int ofInk = 0;
+        for (const uint16_t label : plane.labels) {
+            QVERIFY2(label <= 1, qPrintable(QString::number(palette[label], 16)));
+            ofInk += label;
+        }
+        QVERIFY(ofInk > 45 && ofInk < 75);
+    }
+
     // Mixtures of a line with the one side look like the other side.
     void labelsDoNotGoThroughALine()
     {

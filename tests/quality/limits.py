@@ -33,8 +33,8 @@ LIMITS = {
         "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.448, "numbers": 472
     },
     "logo-layers": {
-        "colour": 2.390, "detail": 11.4, "regions": 4, "uncovered": 0.37,
-        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.448, "numbers": 472
+        "colour": 0.637, "detail": 3.8, "regions": 1, "uncovered": 101.16,
+        "uncovered4": 26.05, "hairlines": 26.05, "joints": 1.475, "numbers": 477
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
@@ -53,8 +53,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3149
     },
     "map-layers": {
-        "colour": 1.521, "detail": 14.0, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.38, "joints": 8.392, "numbers": 3149
+        "colour": 0.745, "detail": 4.3, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.25, "joints": 8.635, "numbers": 3285
     },
     "dialog": {
         "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,

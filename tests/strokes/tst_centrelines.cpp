@@ -48,6 +48,7 @@ private slots:
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
     void manyShortStrokesAreHardlyDrawn();
+    void theContentOfADrawingIsTold();
     void theSamePictureGivesTheSame();
 };
 
@@ -352,6 +353,30 @@ void tst_CentreLines::manyShortStrokesAreHardlyDrawn()
     QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 10, Role::Hatch), 0));
     QVERIFY(isHardlyDrawn(drawn(0, 10, Role::Line), kManyStrokes));
     QVERIFY(!isHardlyDrawn(drawn(kManyStrokes, 20, Role::Line), kManyStrokes));
+}
+
+void tst_CentreLines::theContentOfADrawingIsTold()
+{
+    const auto drawn = [](std::size_t lines, std::size_t letters, double inkPart) {
+        StrokeDrawing drawing;
+        Stroke stroke;
+        stroke.piece = ztrace::fit::linePiece({ 0, 0 }, { 40, 0 });
+        stroke.width = 3.0;
+        drawing.strokes.assign(lines, stroke);
+        stroke.role = Role::Text;
+        drawing.strokes.insert(drawing.strokes.end(), letters, stroke);
+        drawing.inkPixels = std::size_t(120.0 * double(lines + letters) / inkPart);
+        return drawing;
+    };
+    QCOMPARE(int(contentOf(drawn(10, 0, 0.9))), int(Content::Lines));
+    QCOMPARE(int(contentOf(drawn(10, 0, 0.5))), int(Content::FewLines));
+    QCOMPARE(int(contentOf(drawn(kFewStrokes, 0, 0.5))), int(Content::Lines));
+    QCOMPARE(int(contentOf(drawn(kFewStrokes, 0, 0.2))), int(Content::FewLines));
+    QCOMPARE(int(contentOf(drawn(100, kManyLetters, 0.9))), int(Content::Lettering));
+    QCOMPARE(int(contentOf(drawn(100, kManyLetters, 0.1))), int(Content::Lettering));
+    QCOMPARE(int(contentOf(drawn(400, kManyLetters, 0.9))), int(Content::Lines));
+    QCOMPARE(int(contentOf(drawn(50, kManyLetters - 1, 0.9))), int(Content::Lines));
+    QCOMPARE(int(contentOf(StrokeDrawing())), int(Content::Lines));
 }
 
 void tst_CentreLines::theSamePictureGivesTheSame()

@@ -81,6 +81,9 @@ private slots:
     void aLineInDotsIsOneStroke();
     void dashesOfOneBitStayApart();
     void aWornLineIsOneStroke();
+    void aBreakBesideACornerIsOfItsLine();
+    void aGapBesideALineStaysOne();
+    void stubsBeyondSeveralLinesAreOfTheirLine();
     void dashesInNoiseAreNoWornLine();
     void specksAreDropped();
     void blurredEndsKeepTheirForm_data();
@@ -195,6 +198,44 @@ void tst_ScannedStrokes::aWornLineIsOneStroke()
     QVERIFY2(hasLine(worn, { 40, 100 }, { 360, 130 }, 2.0), listOf(worn).c_str());
     const StrokeDrawing clean = strokesOn(sheet);
     QVERIFY2(clean.strokes.size() > 1, listOf(clean).c_str());
+}
+
+// A frame that a worn pen has left out of before two corners: in one there is nothing left of the
+// line, in the other a stub.
+void tst_ScannedStrokes::aBreakBesideACornerIsOfItsLine()
+{
+    Sheet sheet(kSide, kSide);
+    const Point corners[] = { { 60, 60 }, { 340, 70 }, { 330, 340 }, { 50, 330 } };
+    for (int k = 0; k < 4; ++k)
+        sheet.line(corners[k], corners[(k + 1) % 4], 5);
+    sheet.paper({ 328, 60 }, { 337, 80 }).paper({ 67, 50 }, { 76, 70 });
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 18));
+    for (int k = 0; k < 4; ++k)
+        QVERIFY2(hasLine(drawing, corners[k], corners[(k + 1) % 4], 2.0), listOf(drawing).c_str());
+}
+
+// As between an outline and the line of a dimension.
+void tst_ScannedStrokes::aGapBesideALineStaysOne()
+{
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 60, 60 }, { 60, 340 }, 5).line({ 73, 200 }, { 340, 210 }, 4);
+    sheet.line({ 60, 340 }, { 340, 340 }, 5).line({ 340, 60 }, { 340, 340 }, 5);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 18));
+    QVERIFY2(hasLine(drawing, { 73, 200 }, { 340, 210 }, 2.0), listOf(drawing).c_str());
+}
+
+// The squares between the lines are too small for cross-sections.
+void tst_ScannedStrokes::stubsBeyondSeveralLinesAreOfTheirLine()
+{
+    Sheet sheet(kSide, kSide);
+    for (double y : { 40.0, 49.5 })
+        sheet.line({ 20, y }, { 380, y + 2.5 }, 3.4);
+    const double left[] = { 80, 88.5, 98.3 };
+    for (double x : left)
+        sheet.line({ x, 36.5 }, { x - 2.5, 380 }, 3.4);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 2, 10));
+    for (double x : left)
+        QVERIFY2(hasLine(drawing, { x, 36.5 }, { x - 2.5, 380 }, 2.0), listOf(drawing).c_str());
 }
 
 void tst_ScannedStrokes::dashesInNoiseAreNoWornLine()

@@ -153,6 +153,7 @@ private slots:
     void curvesCrossAtTheirChordsEnds();
     void pathsCrossThemselves();
     void circles();
+    void cornersOfRectangles();
     void onlyWhatIsLookedAt();
     void lookedAtIsAPartOfAll();
     void beyondThePlane();
@@ -327,6 +328,29 @@ void tst_Crossings::circles()
     QVERIFY(crossingsOf({ big, inside }, 100, 100).empty());
     QCOMPARE(crossingsOf({ big, inside, beside }, 100, 100), (Pairs { { 0, 2 }, { 1, 2 } }));
     QCOMPARE(crossingsOf({ big, ellipse }, 100, 100), (Pairs { { 0, 1 } }));
+}
+
+// A tip in a corner of a rectangle, and one just off it.
+void tst_Crossings::cornersOfRectangles()
+{
+    fit::Piece piece = {};
+    piece.kind = fit::Kind::RoundedRectangle;
+    piece.centre = { 20, 20 };
+    piece.half[0] = 0.5;
+    piece.half[1] = 3;
+    piece.start = piece.end = pointAt(piece, 0);
+    const fit::Path rectangle = { { piece }, true, 0, 0 };
+    for (double sign : { -1.0, 1.0 }) {
+        for (double tall : { -1.0, 1.0 }) {
+            const auto tip = [&](double x, double y) {
+                return pathOf({ { 20 + 0.5 * sign, 20 + 4 * tall },
+                                { 20 + x * sign, 20 + y * tall },
+                                { 20 + 2.5 * sign, 20 + 4 * tall } });
+            };
+            QCOMPARE(crossingsOf({ rectangle, tip(0.4998, 2.9399) }, 40, 40), (Pairs { { 0, 1 } }));
+            QVERIFY(crossingsOf({ rectangle, tip(0.53, 3.03) }, 40, 40).empty());
+        }
+    }
 }
 
 void tst_Crossings::onlyWhatIsLookedAt()

@@ -1,0 +1,21 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where the lines and circles meet that strokes lie on.
+#ifndef ZTRACE_STROKES_CARRIERS_H
+#define ZTRACE_STROKES_CARRIERS_H
+
+#include "strokes/primitives.h"
+
+namespace ztrace::strokes {
+
+// Places where two carriers meet: up to two, none where they do not.
+struct Crossings
+{
+    Point place[2] = {};
+    int count = 0;
+};
+Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
+
+} // namespace ztrace::strokes
+
+#endif

@@ -1,0 +1,68 @@
+# (c) the ztrace developers. Licence: see LICENSE.
+"""Drawings in a few inks keep their colours as strokes: files, layers, and what turns it off."""
+import json
+import re
+import unittest
+
+from support import BLACK, RED, WHITE, OptionsTest, png
+
+BLUE = (0, 0, 255, 255)
+
+
+def three_pens(x, y):
+    """A black frame, a red line across it, a blue one under the red."""
+    if 10 <= x < 230 and 10 <= y < 190 and not (14 <= x < 226 and 14 <= y < 186):
+        return BLACK
+    if 98 <= y < 102 and 40 <= x < 200:
+        return RED
+    if 118 <= x < 122 and 40 <= y < 160:
+        return BLUE
+    return WHITE
+
+
+def strokes(svg):
+    return sorted(re.findall(rb'stroke="(#\w+)"', svg))
+
+
+class Inks(OptionsTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.png", png(240, 200, three_pens))
+
+    def test_every_pen_keeps_its_colour(self):
+        svg = self.svg("a.png", "--strokes")
+        self.assertEqual(set(strokes(svg)), {b"#000", b"#00f", b"#f00"})
+        self.run_program("a.png", "--strokes", "--json", "-o", "a.json")
+        outlines = json.loads(self.read("a.json"))["outlines"]
+        self.assertEqual(len(outlines), 6)
+        self.assertEqual({(o["layer"], o["color"]) for o in outlines},
+                         {("PEN_1", "#000000"), ("PEN_1_FF0000", "#ff0000"), ("PEN_1_0000FF", "#0000ff")})
+
+    def test_dxf_has_a_layer_a_pen_and_ink(self):
+        self.run_program("a.png", "--strokes", "-o", "a.dxf")
+        text = self.read("a.dxf").decode()
+        layers = dict(re.findall(r"\n(PEN_\w+)\n\s*70\n\s*0\n\s*62\n\s*(\d+)\n", text))
+        self.assertEqual(layers, {"PEN_1": "7", "PEN_1_FF0000": "10", "PEN_1_0000FF": "170"})
+
+    def test_a_palette_names_the_ink(self):
+        for palette in ["#008000,#ffffff"], ["#000000,#ffffff"]:
+            svg = self.svg("a.png", "--strokes", "--palette", *palette)
+            self.assertEqual(len(set(strokes(svg))), 1)
+
+    def test_one_ink_needs_no_name(self):
+        self.write("b.png", png(240, 200, lambda x, y: BLUE if 98 <= y < 102 and 20 <= x < 220 else WHITE))
+        self.run_program("b.png", "--strokes", "-o", "b.json")
+        (line,) = json.loads(self.read("b.json"))["outlines"]
+        self.assertEqual((line["layer"], line["color"]), ("PEN_1", "#0000ff"))
+
+    def test_solid_parts_keep_their_colour(self):
+        def pixel(x, y):
+            return RED if (x - 60) ** 2 + (y - 150) ** 2 < 400 else three_pens(x, y)
+        self.write("c.png", png(240, 200, pixel))
+        self.run_program("c.png", "--strokes", "-o", "c.json")
+        solids = [o["color"] for o in json.loads(self.read("c.json"))["outlines"] if o["layer"] == "SOLID"]
+        self.assertEqual(solids, ["#ff0000"])
+
+
+if __name__ == "__main__":
+    unittest.main()

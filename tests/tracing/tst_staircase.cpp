@@ -1,0 +1,118 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Which cracks of a hard edge say where the boundary is: those of bars, not of slanted lines and
+// circles.
+#include "tracing/runs.h"
+#include "tracing/staircase.h"
+
+#include <QtTest>
+
+#include <cmath>
+#include <functional>
+
+using namespace ztrace;
+
+namespace {
+
+// One shape of ink on a page.
+BoundaryMap mapOf(int width, int height, const std::function<bool(int x, int y)> &isInk)
+{
+    RunScanner scanner(width, height);
+    for (int y = 0; y < height; ++y) {
+        std::vector<uint8_t> labels;
+        for (int x = 0; x < width; ++x)
+            labels.push_back(isInk(x, y));
+        scanner.addRow(labels.data());
+    }
+    return makeBoundaryMap(scanner.take());
+}
+
+ChainPoints loopOf(const BoundaryMap &map)
+{
+    for (uint32_t k = 0; k < map.chains.size(); ++k) {
+        if (map.chains[k].startNode == kNoNode)
+            return staircaseOf(map, k);
+    }
+    return ChainPoints();
+}
+
+// Of the cracks with middles at height y those that are exact; of all of them where y is negative.
+int exactAt(const ChainPoints &points, double y)
+{
+    int count = 0;
+    for (std::size_t k = 0; k < points.x.size(); ++k)
+        count += points.sigma[k] == fit::kHardFloor && (y < 0 || points.y[k] == y);
+    return count;
+}
+
+} // namespace
+
+class tst_Staircase : public QObject
+{
+    Q_OBJECT
+private slots:
+    void barsAreExact();
+    void slantedLinesAndCirclesAreNot();
+    void barThatGoesOverIntoACurve();
+    void pixelThatACornerLacks();
+};
+
+void tst_Staircase::barsAreExact()
+{
+    const BoundaryMap map
+        = mapOf(40, 20, [](int x, int y) { return x >= 5 && x < 35 && y >= 5 && y < 9; });
+    const ChainPoints points = loopOf(map);
+    QCOMPARE(exactAt(points, 5), 30);
+    QCOMPARE(exactAt(points, 9), 30);
+    QCOMPARE(exactAt(points, -1), 60); // ends of four cracks are not
+}
+
+void tst_Staircase::slantedLinesAndCirclesAreNot()
+{
+    for (double slope : { 0.011, 0.03, 0.07, 0.11 }) {
+        for (double start : { 10.1, 10.4, 10.7 }) {
+            const BoundaryMap map = mapOf(120, 60, [&](int x, int y) {
+                const double top = start + slope * (x + 0.5);
+                return x >= 5 && x < 115 && y + 0.5 > top && y + 0.5 < top + 30;
+            });
+            const ChainPoints points = loopOf(map);
+            int exact = 0;
+            for (std::size_t k = 0; k < points.x.size(); ++k)
+                exact += points.sigma[k] == fit::kHardFloor && points.y[k] < 22 && points.x[k] > 6
+                    && points.x[k] < 114;
+            QCOMPARE(exact, 0);
+        }
+    }
+    for (double radius = 8; radius < 300; radius *= 1.13) {
+        const int size = int(2 * radius) + 8;
+        const BoundaryMap map = mapOf(size, size, [&](int x, int y) {
+            return std::hypot(x + 0.5 - size / 2 - 0.2, y + 0.5 - size / 2 - 0.4) < radius;
+        });
+        QCOMPARE(exactAt(loopOf(map), -1), 0);
+    }
+}
+
+// The top of a bar of 24 cracks, then a step and five, a step and three, as of a curve.
+void tst_Staircase::barThatGoesOverIntoACurve()
+{
+    const int ends[] = { 29, 34, 37, 39 };
+    const BoundaryMap map = mapOf(60, 30, [&](int x, int y) {
+        return x >= 5 && y >= 5 && y < 25 && x < ends[std::min(3, y - 5)];
+    });
+    const ChainPoints points = loopOf(map);
+    QCOMPARE(exactAt(points, 5), 24 - 2 * 5);
+    QCOMPARE(exactAt(points, 6), 0);
+    for (std::size_t k = 0; k < points.x.size(); ++k)
+        QVERIFY(points.y[k] != 5 || points.sigma[k] > fit::kHardFloor || points.x[k] < 20);
+}
+
+void tst_Staircase::pixelThatACornerLacks()
+{
+    const auto bar = [](int x, int y) { return x >= 5 && x < 35 && y >= 5 && y < 15; };
+    const BoundaryMap both = mapOf(
+        40, 20, [&](int x, int y) { return bar(x, y) && !((x == 5 || x == 34) && y == 5); });
+    QCOMPARE(exactAt(loopOf(both), 5), 28 - 2 * 2);
+}
+
+QTEST_APPLESS_MAIN(tst_Staircase)
+#include "tst_staircase.moc"
