@@ -25,44 +25,44 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.595, "numbers": 464
     },
     "letters": {
-        "colour": 0.532, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.897, "numbers": 2249
+        "colour": 0.480, "detail": 1.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.000, "numbers": 2003
     },
     "logo": {
-        "colour": 0.429, "detail": 3.8, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.448, "numbers": 472
+        "colour": 0.429, "detail": 3.7, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.531, "numbers": 504
     },
     "logo-layers": {
-        "colour": 2.390, "detail": 11.4, "regions": 4, "uncovered": 0.37,
-        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.448, "numbers": 472
+        "colour": 2.390, "detail": 11.3, "regions": 4, "uncovered": 0.37,
+        "uncovered4": 0.04, "hairlines": 0.04, "joints": 1.531, "numbers": 504
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.222, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.138, "numbers": 204
+        "colour": 0.221, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.138, "numbers": 202
     },
     "glass": {
         "colour": 0.978, "detail": 0.6, "regions": 0, "uncovered": 7.07,
         "uncovered4": 2.43, "hairlines": 2.43, "joints": 4.647, "numbers": 311
     },
     "map": {
-        "colour": 0.966, "detail": 2.1, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3149
+        "colour": 0.989, "detail": 2.0, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.200, "numbers": 2893
     },
     "map-layers": {
-        "colour": 1.521, "detail": 14.0, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 3.38, "joints": 8.392, "numbers": 3149
+        "colour": 1.539, "detail": 13.3, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 3.36, "joints": 7.200, "numbers": 2893
     },
     "dialog": {
-        "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.098, "numbers": 3608
+        "colour": 0.667, "detail": 4.0, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.288, "numbers": 3642
     },
     "cartoon": {
-        "colour": 1.078, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.294, "numbers": 366
+        "colour": 1.074, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.274, "numbers": 366
     },
     "cartoon-few": {
         "colour": 1.594, "detail": 4.1, "regions": 8, "uncovered": 0.01,
@@ -101,16 +101,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.559, "numbers": 1413
     },
     "letters-engine": {
-        "colour": 1.648, "detail": 6.3, "regions": 14, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 23.128, "numbers": 3267
+        "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
     },
     "map-engine": {
-        "colour": 1.765, "detail": 18.3, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.08, "joints": 16.067, "numbers": 4970
+        "colour": 1.777, "detail": 18.3, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.01, "joints": 16.105, "numbers": 4962
     },
     "dialog-engine": {
-        "colour": 1.721, "detail": 7.9, "regions": 18, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 25.191, "numbers": 4448
+        "colour": 1.930, "detail": 7.7, "regions": 24, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 24.196, "numbers": 4115
     },
     "grey-page-engine": {
         "colour": 2.950, "detail": 3.4, "regions": 28, "uncovered": 0.01,
