@@ -51,6 +51,10 @@ public:
     void add(const Piece &piece, double sign)
     {
         const int count = chordsOf(piece);
+        if (piece.kind == Kind::Arc && count > 1) {
+            addArc(piece, count, sign);
+            return;
+        }
         Point a = isWhole(piece.kind) ? pointAt(piece, 0) : piece.start;
         for (int k = 1; k <= count; ++k) {
             const Point b = k == count && !isWhole(piece.kind)
@@ -65,26 +69,56 @@ public:
     template<typename Use>
     void forEach(const Use &use) const
     {
-        for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y) {
-            double sum = 0;
-            const double *row = sums.data() + rowAt(y);
-            for (int x = 0; x < window.width; ++x) {
-                sum += row[x];
-                use(static_cast<std::size_t>(y * window.width + x), sum);
-            }
-        }
+        forEachUpTo(window.width, use);
+    }
+
+    // The same of what goes round: beyond it there is nothing.
+    template<typename Use>
+    void forEachOfLoop(const Use &use) const
+    {
+        forEachUpTo(std::min(window.width, right + 1), use);
     }
 
     void clear()
     {
         for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y)
             std::fill_n(sums.data() + rowAt(y), window.width + 2, 0.0);
-        low = 1 << 30;
-        high = -1;
+        low = left = 1 << 30;
+        high = right = -1;
     }
 
 private:
+    template<typename Use>
+    void forEachUpTo(int end, const Use &use) const
+    {
+        for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y) {
+            double sum = 0;
+            const double *row = sums.data() + rowAt(y);
+            for (int x = left; x < end; ++x) {
+                sum += row[x];
+                use(static_cast<std::size_t>(y * window.width + x), sum);
+            }
+        }
+    }
+
     std::ptrdiff_t rowAt(int y) const { return std::ptrdiff_t(y) * (window.width + 2); }
+
+    // Chord by chord round the centre.
+    void addArc(const Piece &arc, int count, double sign)
+    {
+        const ArcShape shape = arcShape(arc);
+        const double c = std::cos(shape.sweep / count);
+        const double s = std::sin(shape.sweep / count);
+        Point spoke = arc.start - shape.centre;
+        Point a = arc.start;
+        for (int k = 1; k < count; ++k) {
+            spoke = { c * spoke.x - s * spoke.y, s * spoke.x + c * spoke.y };
+            const Point b = shape.centre + spoke;
+            addLine(a, b, sign);
+            a = b;
+        }
+        addLine(a, arc.end, sign);
+    }
 
     // Row by row.
     void addLine(Point a, Point b, double sign)
@@ -121,6 +155,8 @@ private:
         double *row = sums.data() + rowAt(y);
         const int first = static_cast<int>(x0);
         const int last = static_cast<int>(x1);
+        left = std::min(left, first);
+        right = std::max(right, last + 1);
         if (first == last) {
             const double inside = first + 1 - 0.5 * (x0 + x1);
             row[first] += height * inside;
@@ -140,8 +176,11 @@ private:
 
     const Coverage &window;
     std::vector<double> sums;
+    // Rows and columns that were touched.
     int low = 1 << 30;
     int high = -1;
+    int left = 1 << 30;
+    int right = -1;
 };
 
 } // namespace ztrace::fit

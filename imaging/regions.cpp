@@ -30,7 +30,7 @@ const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
 // Sides before regions are merged for each of which there is room for one after that; where there
-// are more the list grows. The photographs that were looked at have one for three.
+// are more the list grows. The photographs that were looked at have one for three or four.
 const uint32_t kSidesOfSide = 2;
 
 // Regions that are asked for before they are read: beyond those of the next row, 80 kilobytes. A
@@ -330,7 +330,9 @@ struct Members
     uint32_t lowest(uint32_t number) const { return members[first[number]]; }
 
 private:
-    static const uint32_t kAhead = 8; // members; 4 to 16 are alike
+    // Members. Counting the sides of a photograph takes 41 ms with 1, 38 with 4, 34 with 8 and 33
+    // with 16.
+    static const uint32_t kAhead = 8;
 
     std::vector<uint32_t> first;
     std::vector<uint32_t> members;

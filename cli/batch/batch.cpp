@@ -21,6 +21,18 @@ namespace ztrace {
 
 namespace {
 
+// Each would leave out what the other one does.
+void refuseOddWords(const BatchSettings &batch)
+{
+    if (batch.leases > 0 && batch.chunks > 1)
+        throw Failure(kWrongUsage,
+                      "batch: --leases and --chunk both divide the pictures: give one of them");
+    if (batch.leases > 0 && !batch.watch.empty())
+        throw Failure(kWrongUsage,
+                      "batch: --leases divides pictures that are there already, and --watch waits "
+                      "for others: give one of them");
+}
+
 ExitCode tellPlan(const BatchRun &run)
 {
     const Agenda &agenda = run.agenda;
@@ -52,6 +64,7 @@ void traceEverything(BatchRun *run)
         traceParts(run);
     } else {
         run->readLedger();
+        run->outcomes->expect(run->agenda.items.pictures());
         run->traceAll([] {});
     }
     if (!run->batch.watch.empty() && run->stopWish() == 0)
@@ -67,6 +80,7 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     const std::string &out = run.batch.out;
     if (out.empty())
         throw Failure(kWrongUsage, "batch: give the folder of the drawings (--out DIR)");
+    refuseOddWords(run.batch);
     run.collect();
     refuseClashes(run.agenda, out);
     refuseSideFiles(run.line.settings, resultsName(run.batch), run.agenda);
@@ -77,6 +91,8 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     ResultFile results(resultsName(run.batch));
     Meter meter(run.line.settings);
     Outcomes outcomes(run.fingerprint, &run.ledger, &results, &meter);
+    run.results = &results;
+    run.meter = &meter;
     run.outcomes = &outcomes;
     try {
         traceEverything(&run);
@@ -86,6 +102,8 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
         throw;
     }
     results.sync(true);
+    if (run.batch.leases > 0 && run.batch.results.empty())
+        results.removeIfEmpty(); // no other run will write there
     meter.clear();
     return conclude(run);
 }

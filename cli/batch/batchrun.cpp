@@ -25,6 +25,8 @@ namespace ztrace {
 
 namespace {
 
+const std::size_t kMostNamed = 20; // failures of earlier runs
+
 int processors()
 {
     cpu_set_t set;
@@ -101,6 +103,8 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
 {
     Duties duties;
     duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
+        if (letter == kSkipped && !text.startsWith(kDone) && failedBefore.size() < kMostNamed)
+            failedBefore.push_back(job.item);
         pass(job.item, outcomes->takeAnswer(job, letter, text));
     };
     duties.lost = [this](const Job &job, const Loss &loss) {
@@ -112,13 +116,12 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
         outcomes->draw();
         everyRound();
     };
-    duties.stop = [this] { return stopWish(); };
+    duties.stop = [this] { return std::max(stopWish(), isTakenAway ? 1 : 0); };
     return duties;
 }
 
 void BatchRun::traceAll(const std::function<void()> &everyRound)
 {
-    outcomes->expect(agenda.items.pictures());
     ItemList::Reader pictures(agenda.items);
     Duties duties = usualDuties(everyRound);
     Item item;
@@ -140,6 +143,14 @@ void BatchRun::traceAll(const std::function<void()> &everyRound)
     };
     crew.work(1, false, duties);
     deliver();
+}
+
+void BatchRun::forget()
+{
+    Item item;
+    while (outcomes->takeAgain(&item)) { }
+    crew.forget();
+    books = Books();
 }
 
 // Books are put together when their pages are past.
@@ -181,7 +192,7 @@ Job BatchRun::jobOf(const Item &item, int attempt) const
     task.outputs = agenda.outputsOf(item);
     const QByteArray settings = fingerprintOf(fingerprint, item.settings);
     task.before = ledger.linesOf(item.path, item.page, settings);
-    task.preview = batch.report.empty() ? 0 : previewSide(agenda.items.pictures());
+    task.preview = batch.report.empty() ? 0 : previewSide(outcomes->soFar().all);
     task.retry = batch.retryFailed;
     task.attempt = attempt;
     if (item.kind == ItemKind::Page) {

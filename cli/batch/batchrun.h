@@ -39,6 +39,9 @@ public:
     // least.
     void traceAll(const std::function<void()> &everyRound);
 
+    // After a traceAll that came to no end: what it has left open is forgotten.
+    void forget();
+
     // 0: go on; 1: begin nothing new; 2: leave everything.
     int stopWish() const;
 
@@ -48,8 +51,14 @@ public:
     Agenda agenda;
     Books books;
     Ledger ledger;
-    Outcomes *outcomes = nullptr; // as long as pictures are traced
-    std::size_t leftOut = 0;      // pictures without a drawing, told already
+    ResultFile *results = nullptr;  // as long as pictures are traced
+    Outcomes *outcomes = nullptr;   // likewise
+    Meter *meter = nullptr;         // likewise
+    bool isTakenAway = false;       // what is on the agenda is no longer for this run
+    std::size_t leftOut = 0;        // pictures without a drawing, told already
+    std::vector<Item> failedBefore; // the first ones that earlier runs could not trace
+    std::size_t doneByOthers = 0;   // pictures, by runs beside this one
+    std::size_t failedWithOthers = 0;
 
 private:
     Duties usualDuties(const std::function<void()> &everyRound);

@@ -1,10 +1,13 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "conclusion.h"
 
+#include "fingerprint.h"
 #include "stopsignals.h"
 #include "summary.h"
 
 #include "cli/messages.h"
+
+#include <QJsonDocument>
 
 #include <cerrno>
 
@@ -33,12 +36,37 @@ void tellNumbers(const BatchRun &run)
             text += ", " + std::to_string(number) + what;
     };
     add(tally.finished, " finished before");
+    add(run.doneByOthers, " done by other runs");
     add(tally.books, tally.books == 1 ? " file of all its pages" : " files of all pages");
     add(tally.failed + tally.failedBooks, " failed");
+    add(run.failedWithOthers, " failed in other runs");
     add(tally.flagged, " to be looked at");
     add(tally.warned, " with warnings");
     add(open, " left (start again to go on)");
     tell(text + "; results in " + resultsName(run.batch));
+}
+
+// These no line has told.
+void tellEarlierFailures(const BatchRun &run)
+{
+    const std::size_t all = run.outcomes->failedInEarlierRuns();
+    if (all == 0)
+        return;
+    tell(std::to_string(all) + " of the failures are of earlier runs (see --retry failed):");
+    for (const Item &item : run.failedBefore) {
+        const QByteArray lines = run.ledger.linesOf(item.path, item.page,
+                                                    fingerprintOf(run.fingerprint, item.settings));
+        const QJsonObject line = QJsonDocument::fromJson(lines.split('\n').front()).object();
+        std::string text = line.value(QLatin1String("error")).toString().toStdString();
+        if (text.compare(0, item.path.size(), item.path) != 0)
+            text = item.path + ": " + text;
+        if (item.pages > 1)
+            text += " (page " + std::to_string(item.page) + ')';
+        tell("  " + text);
+    }
+    if (all > run.failedBefore.size())
+        tell("  and " + std::to_string(all - run.failedBefore.size())
+             + " more (--csv FILE writes all reasons)");
 }
 
 void summarise(const BatchRun &run)
@@ -61,11 +89,7 @@ ExitCode conclude(const BatchRun &run)
 {
     const BatchSettings &batch = run.batch;
     tellNumbers(run);
-    // These no line has told.
-    if (run.outcomes->failedInEarlierRuns() > 0) {
-        tell(std::to_string(run.outcomes->failedInEarlierRuns())
-             + " of the failures are of earlier runs (see --retry failed)");
-    }
+    tellEarlierFailures(run);
     summarise(run);
     if (batch.chunks == 1 && batch.leases == 0 && batch.results.empty())
         removeFolderOfParts(batch.out); // no other run writes there
@@ -74,7 +98,8 @@ ExitCode conclude(const BatchRun &run)
     errno = 0;
     requireArrival(stdout);
     const Tally &tally = run.outcomes->soFar();
-    const bool isGood = tally.failed + tally.failedBooks + openOf(run) + run.leftOut == 0;
+    const bool isGood
+        = tally.failed + tally.failedBooks + run.failedWithOthers + openOf(run) + run.leftOut == 0;
     return isGood && run.agenda.problems.empty() ? kSuccess : kFailed;
 }
 

@@ -65,6 +65,9 @@ public:
     // Ends the idle workers; the next job gets a new one.
     void dismiss();
 
+    // Leaves the jobs that no worker has begun.
+    void forget() { returned.clear(); }
+
 private:
     struct Worker;
     typedef std::chrono::steady_clock Clock;

@@ -41,7 +41,7 @@ const std::set<std::string> &imageSuffixes()
     static const std::set<std::string> suffixes = [] {
         std::set<std::string> all(std::begin(kConverted), std::end(kConverted));
         for (const QByteArray &format : QImageReader::supportedImageFormats()) {
-            if (!isDistrusted(format.toLower()))
+            if (!isDistrusted(format.toLower()) && !format.toLower().startsWith("svg"))
                 all.insert(format.toLower().toStdString());
         }
         return all;
@@ -58,6 +58,13 @@ bool isWanted(const std::string &name, const std::vector<std::string> &patterns)
     return std::any_of(patterns.begin(), patterns.end(), [&](const std::string &pattern) {
         return fnmatch(pattern.c_str(), name.c_str(), FNM_PERIOD) == 0;
     });
+}
+
+// What drawings are called, which lie beside their pictures.
+bool isDrawing(const std::string &name)
+{
+    const std::string suffix = lowered(name.substr(name.rfind('.') + 1));
+    return suffix == "svg" || suffix == "svgz";
 }
 
 // What is in one folder, one name after the other in one text.
@@ -117,6 +124,8 @@ public:
             take(path, folder, names.at(i));
     }
 
+    std::size_t drawingsLeftOut() const { return drawings; }
+
 private:
     void problem(const std::string &path, int error)
     {
@@ -144,6 +153,7 @@ private:
     {
         const std::string full = path + (path.back() == '/' ? "" : "/") + name;
         const bool wanted = isWanted(name, walk.patterns);
+        drawings += !wanted && isDrawing(name) && walk.patterns.empty();
         if (!walk.recursive && !wanted)
             return;
         struct stat info;
@@ -165,6 +175,7 @@ private:
 
     const Walk &walk;
     Collected *collected;
+    std::size_t drawings = 0; // left out
     Identity out = { 0, 0 };
     std::set<Identity> visited;
 };
@@ -175,7 +186,12 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
 {
     struct stat info;
     if (stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        Walker(walk, collected).visit(input, std::string());
+        Walker walker(walk, collected);
+        walker.visit(input, std::string());
+        if (const std::size_t drawings = walker.drawingsLeftOut())
+            collected->notes.push_back(input
+                                       + ": drawings (SVG) left out: " + std::to_string(drawings)
+                                       + " (--pattern '*.svg' takes them)");
         return;
     }
     Item item;

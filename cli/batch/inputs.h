@@ -32,8 +32,9 @@ struct Collected
 struct Walk
 {
     bool recursive = false;
-    std::vector<std::string> patterns; // as shells have them; empty: what images are called
-    std::string out;                   // this folder is left out
+    // As shells have them; empty: what images are called, but for SVG, which is what drawings are.
+    std::vector<std::string> patterns;
+    std::string out; // this folder is left out
 };
 
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left

@@ -1,4 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
+//
+// A run that shares its pictures with runs beside it.
 #ifndef ZTRACE_CLI_BATCH_LEASERUN_H
 #define ZTRACE_CLI_BATCH_LEASERUN_H
 
@@ -6,7 +8,8 @@
 
 namespace ztrace {
 
-// Traces part after part of what is on the agenda, beside other runs. Throws a Failure.
+// Traces part after part of what is on the agenda, beside other runs with the same words, until
+// each picture has its result line, whoever wrote it. Throws a Failure.
 void traceParts(BatchRun *run);
 
 } // namespace ztrace

@@ -68,8 +68,8 @@ std::string Leases::owner()
     return std::string(host) + '.' + std::to_string(getpid());
 }
 
-Leases::Leases(const std::string &out, int count)
-    : folder(out + "/.ztrace-leases-" + std::to_string(count)), parts(count)
+Leases::Leases(const std::string &out, int count, const std::string &purpose)
+    : folder(out + "/.ztrace-leases-" + std::to_string(count) + '-' + purpose), parts(count)
 {
     if (access(folder.c_str(), F_OK) == 0) {
         beginAnew();
@@ -90,17 +90,39 @@ Leases::Leases(const std::string &out, int count)
     ::rmdir(own.c_str());
 }
 
-// Of a run that is over all parts are to be had again.
+// Of runs that are over, however, all parts are to be had again: there may be more pictures now, or
+// drawings that have gone. Parts that another run has done a moment ago may be among them; it costs
+// a look at their pictures.
 void Leases::beginAnew()
 {
     const std::vector<std::string> names = namesIn(folder);
-    const bool isOver = std::none_of(names.begin(), names.end(), [](const std::string &name) {
-        return beginsWith(name, "todo-") || beginsWith(name, "busy-");
+    const time_t time = now();
+    const bool isOver = std::all_of(names.begin(), names.end(), [&](const std::string &name) {
+        return !beginsWith(name, "busy-") || isStale(name, time);
     });
     for (const std::string &name : names) {
         if (isOver && beginsWith(name, "done-"))
             rename(name, "todo-" + std::to_string(partIn(name)));
     }
+}
+
+// By the file system's own clock; 0 when it does not say.
+time_t Leases::now() const
+{
+    const std::string clock = folder + "/clock." + owner();
+    ::unlink(clock.c_str());
+    create(clock);
+    struct stat info = {};
+    const bool hasClock = stat(clock.c_str(), &info) == 0;
+    ::unlink(clock.c_str());
+    return hasClock ? info.st_mtime : 0;
+}
+
+bool Leases::isStale(const std::string &name, time_t now) const
+{
+    struct stat info = {};
+    return now != 0 && stat((folder + '/' + name).c_str(), &info) == 0
+        && now - info.st_mtime >= kStale;
 }
 
 bool Leases::rename(const std::string &from, const std::string &to)
@@ -112,51 +134,55 @@ bool Leases::rename(const std::string &from, const std::string &to)
     return false; // another run was there first
 }
 
-// Makes the part of that name this run's own, unless another run is faster.
+// Makes the part of that name this run's own, unless another run is faster. It is touched before,
+// so that it never looks like one that nobody touches.
 bool Leases::claim(const std::string &name)
 {
+    (void)utimensat(AT_FDCWD, (folder + '/' + name).c_str(), nullptr, 0);
     part = partIn(name);
     mine = "busy-" + std::to_string(part) + '.' + owner();
     if (!rename(name, mine))
         return false;
     touched = std::chrono::steady_clock::time_point();
-    keep();
-    return true;
+    return keep();
 }
 
-int Leases::take(bool *wait)
+int Leases::take(std::string *busy)
 {
-    *wait = false;
+    busy->clear();
     for (const std::string &name : namesIn(folder)) {
-        if (!beginsWith(name, "todo-"))
-            continue;
-        if (claim(name))
+        if (beginsWith(name, "todo-") && claim(name))
             return part;
     }
-    return takeOver(wait);
+    return takeOver(busy);
 }
 
-// Those that nobody has touched, seen by the file system's own clock.
-int Leases::takeOver(bool *wait)
+int Leases::takeOver(std::string *busy)
 {
-    const std::string clock = folder + "/clock." + owner();
-    ::unlink(clock.c_str());
-    create(clock);
-    struct stat now = {};
-    const bool hasClock = stat(clock.c_str(), &now) == 0;
-    ::unlink(clock.c_str());
+    const time_t time = now();
     for (const std::string &name : namesIn(folder)) {
-        struct stat info = {};
-        if (!beginsWith(name, "busy-") || stat((folder + '/' + name).c_str(), &info) != 0)
+        if (!beginsWith(name, "busy-"))
             continue;
-        *wait = true;
-        if (!hasClock || now.st_mtime - info.st_mtime < kStale)
-            continue;
-        if (claim(name))
+        *busy = name;
+        if (isStale(name, time) && claim(name))
             return part;
     }
-    part = 0;
     return 0;
+}
+
+bool Leases::takeAgain(int which)
+{
+    return claim("done-" + std::to_string(which));
+}
+
+std::vector<int> Leases::finished() const
+{
+    std::vector<int> done;
+    for (const std::string &name : namesIn(folder)) {
+        if (beginsWith(name, "done-"))
+            done.push_back(partIn(name));
+    }
+    return done;
 }
 
 bool Leases::keep()
@@ -165,12 +191,12 @@ bool Leases::keep()
     if (touched != std::chrono::steady_clock::time_point() && now - touched < kTouch)
         return true;
     touched = now;
-    return utimensat(AT_FDCWD, (folder + '/' + mine).c_str(), nullptr, 0) == 0;
+    return utimensat(AT_FDCWD, (folder + '/' + mine).c_str(), nullptr, 0) == 0 || errno != ENOENT;
 }
 
-void Leases::finish()
+bool Leases::finish()
 {
-    rename(mine, "done-" + std::to_string(part));
+    return rename(mine, "done-" + std::to_string(part));
 }
 
 void Leases::giveBack()

@@ -29,6 +29,7 @@ public:
              Meter *meter);
 
     void expect(std::size_t more) { tally.all += more; }
+    void expectInAll(std::size_t all) { tally.all = all; }
     Verdict takeAnswer(const Job &job, char letter, const QByteArray &text);
     Verdict takeLoss(const Job &job, const Loss &loss);
 

@@ -355,6 +355,18 @@ QByteArray Ledger::linesOf(const std::string &path, int page, const QByteArray &
     return lines;
 }
 
+Ledger::Known Ledger::knownOf(const std::string &path, int page, const QByteArray &settings) const
+{
+    const std::uint32_t wanted
+        = conditionsOf(QLatin1String(programVersion()), QLatin1String(settings));
+    const Place *const first = firstOf(path, page);
+    for (const Place *at = first; at != places.end() && at->key == first->key; ++at) {
+        if (at->conditions == wanted)
+            return at->isDone ? Known::Done : Known::Failed;
+    }
+    return Known::Nothing;
+}
+
 QByteArray Ledger::lineAt(const Place &place) const
 {
     const Descriptor file(
@@ -399,6 +411,12 @@ void ResultFile::append(const QByteArray &lines)
     end += lines.size();
     isSynced = false;
     sync(false);
+}
+
+void ResultFile::removeIfEmpty()
+{
+    if (end == 0)
+        (void)::unlink(name.c_str());
 }
 
 void ResultFile::sync(bool atOnce)

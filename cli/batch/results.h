@@ -86,6 +86,10 @@ public:
     // line end between them. Null when there is none.
     QByteArray linesOf(const std::string &path, int page, const QByteArray &settings) const;
 
+    // What they say of the picture.
+    enum class Known { Nothing, Failed, Done };
+    Known knownOf(const std::string &path, int page, const QByteArray &settings) const;
+
     std::size_t size() const;
 
 private:
@@ -141,6 +145,9 @@ public:
     // costs.
     void append(const QByteArray &lines);
     void sync(bool atOnce);
+
+    // Removes the file when it has no lines. Nothing is appended afterwards.
+    void removeIfEmpty();
 
 private:
     std::string name;

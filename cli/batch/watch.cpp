@@ -3,6 +3,7 @@
 
 #include "cli/failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -36,6 +37,12 @@ bool isRemote(const std::string &folder)
     return false;
 }
 
+bool isFolder(const std::string &name)
+{
+    struct stat info;
+    return stat(name.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 bool isSame(const timespec &a, const timespec &b)
 {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -60,9 +67,39 @@ Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
 void Watch::listen(const std::string &folder)
 {
     const uint32_t kEvents = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB
-        | IN_DELETE | IN_MOVED_FROM | IN_DELETE_SELF;
-    polls = polls || walk.recursive || isRemote(folder) || !events.isOpen()
-        || inotify_add_watch(events.get(), folder.c_str(), kEvents) < 0;
+        | IN_DELETE | IN_MOVED_FROM | IN_DELETE_SELF | IN_MOVE_SELF;
+    const int teller
+        = events.isOpen() ? inotify_add_watch(events.get(), folder.c_str(), kEvents) : -1;
+    if (teller >= 0)
+        heard[teller] = folder;
+    polls = polls || walk.recursive || isRemote(folder) || teller < 0;
+}
+
+// A folder may be removed or moved away, and another one made in its place.
+void Watch::listenAgain()
+{
+    for (const std::string &folder : folders) {
+        const bool isHeard = std::any_of(heard.begin(), heard.end(), [&](const auto &teller) {
+            return teller.second == folder;
+        });
+        if (isHeard || !isFolder(folder))
+            continue;
+        listen(folder);
+        hasNews = true;
+    }
+}
+
+void Watch::hear(const char *news, std::size_t size)
+{
+    inotify_event event;
+    for (std::size_t at = 0; at + sizeof event <= size; at += sizeof event + event.len) {
+        std::memcpy(&event, news + at, sizeof event);
+        if (event.mask & IN_MOVE_SELF)
+            inotify_rm_watch(events.get(), event.wd); // which is told as IN_IGNORED
+        if (event.mask & IN_IGNORED)
+            heard.erase(event.wd);
+    }
+    hasNews = true;
 }
 
 void Watch::wait(int milliseconds)
@@ -72,8 +109,12 @@ void Watch::wait(int milliseconds)
     if (::poll(&news, 1, std::min(milliseconds, longest)) <= 0)
         return;
     char buffer[4096];
-    while (::read(events.get(), buffer, sizeof buffer) > 0)
-        hasNews = true;
+    for (;;) {
+        const ssize_t got = ::read(events.get(), buffer, sizeof buffer);
+        if (got <= 0)
+            return;
+        hear(buffer, static_cast<std::size_t>(got));
+    }
 }
 
 bool Watch::isDue() const
@@ -101,14 +142,19 @@ void Watch::look(const Item &item)
 std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
 {
     std::vector<Item> complete;
+    listenAgain();
     if (!isDue())
         return complete;
     hasNews = false;
     hasOpen = false;
     lastLook = Clock::now();
     Collected found;
-    for (const std::string &folder : folders)
-        collect(folder, walk, &found);
+    for (const std::string &folder : folders) {
+        if (isFolder(folder))
+            collect(folder, walk, &found);
+        else
+            found.problems.push_back(folder + ": has gone, waits for it to come back");
+    }
     for (const std::string &problem : found.problems) {
         if (!toldProblems[problem])
             problems->push_back(problem);
@@ -130,6 +176,18 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
     for (auto it = files.begin(); it != files.end();)
         it = it->second.isThere ? std::next(it) : files.erase(it);
     return complete;
+}
+
+std::vector<std::string> Watch::incomplete() const
+{
+    std::vector<std::string> sentences;
+    for (const auto &file : files) {
+        if (!file.second.isTaken)
+            sentences.push_back(file.first
+                                + (file.second.size == 0 ? ": is empty, left out"
+                                                         : ": was still being written, left out"));
+    }
+    return sentences;
 }
 
 } // namespace ztrace

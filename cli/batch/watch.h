@@ -31,6 +31,9 @@ public:
     // Files that are complete by now. What cannot be read goes to `problems`, once.
     std::vector<Item> takeComplete(std::vector<std::string> *problems);
 
+    // What is not complete yet, in sentences: empty files, and those that are being written.
+    std::vector<std::string> incomplete() const;
+
 private:
     struct State
     {
@@ -42,6 +45,8 @@ private:
     };
 
     void listen(const std::string &folder);
+    void listenAgain();
+    void hear(const char *news, std::size_t size);
     bool isDue() const;
     void look(const Item &item);
 
@@ -50,7 +55,8 @@ private:
     std::map<std::string, State> files;
     std::map<std::string, bool> toldProblems;
     Descriptor events;
-    bool polls = false; // a folder gives no news
+    std::map<int, std::string> heard; // folders by what tells of them
+    bool polls = false;               // a folder gives no news
     bool hasNews = true;
     bool hasOpen = false; // files that are not complete yet
     Clock::time_point lastLook;

@@ -76,8 +76,14 @@ void traceWhatComes(BatchRun *run)
         run->countPages();
         leaveOutClashes(&owners, run);
         run->readLedger();
+        run->outcomes->expect(run->agenda.items.pictures());
         run->traceAll([] {});
         run->outcomes->draw();
+    }
+    run->meter->clear();
+    for (const std::string &sentence : watch.incomplete()) {
+        tell(sentence);
+        ++run->leftOut;
     }
 }
 

@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from batchsupport import BatchTest
+from batchsupport import BatchTest, picture
 from support import PROGRAM
 
 DOCS = os.path.join(os.environ["ZTRACE_SOURCE_DIR"], "docs")
@@ -60,6 +60,23 @@ class Clusters(BatchTest):
         self.shell(self.block("snakemake").replace("16", "4").replace("clusters/Snakefile", DOCS + "/clusters/Snakefile"))
         self.every_picture_is_done_once()
         self.assertEqual(len(self.read("out/summary.csv").splitlines()), COUNT + 1)
+
+    @unittest.skipUnless(shutil.which("snakemake"), "snakemake is not installed")
+    def test_snakemake_with_a_space_and_more_scans(self):
+        os.rename(self.path("scans"), self.path("sp ace"))
+        words = ["snakemake", "--snakefile", DOCS + "/clusters/Snakefile", "--cores", "2"]
+        config = ["--config", "scans=" + self.path("sp ace"), "drawings=" + self.path("out"), "parts=2"]
+        for more, count in ([], COUNT), (["--forcerun", "part"], COUNT + 1):
+            result = subprocess.run(words + more + config, cwd=self.folder, env=self.environment, capture_output=True,
+                                    timeout=600, check=False)
+            self.assertEqual(result.returncode, 0, result)
+            self.assertEqual(len(self.read("out/summary.csv").splitlines()), count + 1)
+            self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), count)
+            self.put("sp ace/more.png", picture(500))
+
+    def test_the_printed_script_is_the_file(self):
+        with open(DOCS + "/clusters/slurm.sh") as file:
+            self.assertEqual(self.block("Slurm"), file.read())
 
     def test_kubernetes(self):
         with open(DOCS + "/clusters/kubernetes.yaml") as file:

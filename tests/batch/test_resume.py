@@ -71,10 +71,20 @@ class Resume(BatchTest):
         self.put("in/a.png", b"nonsense")
         self.batch("in", code=1)
         for quiet in [], ["-q"]:  # a code of failure comes with a reason
-            self.assertIn("--retry failed", self.batch("in", *quiet, code=1).stderr.decode())
+            told = self.batch("in", *quiet, code=1).stderr.decode()
+            self.assertIn("--retry failed", told)
+            self.assertIn("  in/a.png: ", told)
         os.remove(self.path("in/a.png"))
         self.assertIn("1 finished before, 1 failed",
                       self.batch("in/p0000.png", "in/a.png", "--retry", "failed", code=1).stderr.decode())
+
+    def test_the_first_failures_of_earlier_runs_are_named(self):
+        for i in range(23):
+            self.put("in/b%02d.png" % i, b"nonsense")
+        self.batch("in", code=1)
+        told = self.batch("in", code=1).stderr.decode()
+        self.assertEqual(told.count("  in/b"), 20)
+        self.assertIn("and 3 more (--csv", told)
 
     def test_a_torn_last_line(self):
         self.pictures(3)

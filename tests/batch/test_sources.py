@@ -1,6 +1,9 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Pages, sources that other programs read, folders that files come into, and runs beside each other."""
+import glob
 import os
+import re
+import select
 import shutil
 import signal
 import subprocess
@@ -128,6 +131,17 @@ class Foreign(BatchTest):
         self.assert_refused("formats", "x", code=2, words="formats takes nothing more")
 
 
+class Folders(BatchTest):
+    def test_drawings_beside_pictures_are_no_pictures(self):
+        self.pictures(2)
+        self.run_program("in/p0000.png")
+        self.assertTrue(os.path.exists(self.path("in/p0000.svg")))
+        told = self.batch("in").stderr.decode()
+        self.assertIn("drawings (SVG) left out: 1", told)
+        self.assertIn("2 done", told)
+        self.batch("in", "--pattern", "*.svg")
+
+
 class Watching(BatchTest):
     def test_files_that_are_written_slowly(self):
         os.mkdir(self.path("in"))
@@ -163,6 +177,38 @@ class Watching(BatchTest):
         self.assertIn("none: No such file", self.run_program("batch", "--watch", "none", "--out", "out", code=3).stderr.decode())
 
 
+    def test_an_empty_file_is_told(self):
+        self.put("in/a.png", picture(1))
+        self.put("in/empty.png", b"")
+        run = self.start("--watch", "in")
+        self.wait_for("a.svg")
+        run.send_signal(signal.SIGTERM)
+        self.assertIn("in/empty.png: is empty", run.communicate(timeout=60)[1].decode())
+        self.assertEqual(run.returncode, 1)
+
+    def test_a_folder_that_is_made_anew_is_listened_to(self):
+        self.put("in/a.png", picture(1))
+        run = self.start("--watch", "in")
+        try:
+            self.wait_for("a.svg")
+            shutil.rmtree(self.path("in"))
+            self.assertIn(b"in: has gone", run.stderr.readline())
+            self.put("in/b.png", picture(2))
+            self.wait_for("b.svg")
+            news = [name for name in glob.glob("/proc/%d/fd/*" % run.pid) if "inotify" in os.readlink(name)]
+            self.assertIn(b"inotify wd", self.read(news[0].replace("/fd/", "/fdinfo/")))
+        finally:
+            run.terminate()
+            run.communicate(timeout=60)
+
+    def wait_for(self, drawing):
+        for _ in range(1200):
+            if os.path.exists(self.path("out/" + drawing)):
+                return
+            time.sleep(0.05)
+        self.fail(drawing + " does not come")
+
+
 class Together(BatchTest):
     def test_runs_share_the_parts_and_take_over_those_of_the_dead(self):
         self.pictures(40)
@@ -175,17 +221,88 @@ class Together(BatchTest):
         paths = [path for name in done for path, _ in self.lines("out/" + name)]
         self.assertEqual(sorted(paths), ["in/p%04d.png" % i for i in range(40)])
         # One that has died: its part waits for two minutes, by the clock of the file system.
-        folder = self.path("out/.ztrace-leases-7")
-        self.assertEqual(sorted(os.listdir(folder)), ["done-%d" % i for i in range(1, 8)])
+        folder = self.lease_folder()
+        self.assertEqual(sorted(os.listdir(folder)), sorted("done-%d" % i for i in range(1, 8)))
         os.rename(folder + "/done-3", folder + "/busy-3.elsewhere.1")
         os.utime(folder + "/busy-3.elsewhere.1", (time.time() - 1000,) * 2)
         self.put("in/new.png", picture(1000))
         os.remove(self.path("out/p0001.svg"))
         result = self.run_program("batch", "in", "--out", "out", "--leases", "7")
         self.assertIn("done-3", os.listdir(folder))
-        self.assertIn("finished before", result.stderr.decode())
-        self.run_program("batch", "in", "--out", "out", "--leases", "7") # begins anew
+        self.assertIn("2 done, 39 finished before; ", result.stderr.decode())
         self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), 41)
+
+    def lease_folder(self):
+        return self.path("out/" + next(n for n in os.listdir(self.path("out")) if n.startswith(".ztrace-leases-")))
+
+    def test_parts_of_a_killed_run_are_looked_at_again(self):
+        self.pictures(4)
+        words = "batch", "in", "--out", "out", "--leases", "4"
+        self.run_program(*words)
+        for name in "done-3", "done-4":  # as a run leaves it that is killed
+            os.rename(self.lease_folder() + "/" + name, self.lease_folder() + "/todo-" + name[-1])
+        self.pictures(60)
+        self.assertIn("56 done, 4 finished before; ", self.run_program(*words).stderr.decode())
+        self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), 60)
+        # Other words share no parts.
+        self.run_program(*words, "-p", "photo")
+        self.assertEqual(len([n for n in os.listdir(self.path("out")) if n.startswith(".ztrace-leases-")]), 2)
+
+    def test_pictures_that_runs_beside_have_not_found_are_traced(self):
+        self.pictures(3)
+        words = "batch", "in", "--out", "out", "--leases", "2"
+        self.run_program(*words)
+        folder = self.lease_folder()
+        self.pictures(30)
+        os.rename(folder + "/done-1", folder + "/busy-1.elsewhere.1") # it is at work, with three pictures
+        os.utime(folder + "/busy-1.elsewhere.1")
+        run = self.start("in", "--leases", "2")
+        told = run.stderr.readline()
+        self.assertIn(b"waits for other runs (busy-1.elsewhere.1)", told)
+        os.rename(folder + "/busy-1.elsewhere.1", folder + "/done-1")
+        told = run.communicate(timeout=300)[1].decode()
+        self.assertEqual(run.returncode, 0, told)
+        self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), 30)
+
+    def test_a_part_that_was_taken_over_is_left(self):
+        self.pictures(40)
+        os.remove(self.path("in/p0000.png"))
+        os.mkfifo(self.path("in/p0000.png"))
+        names = ["in/p%04d.png" % i for i in range(40)]
+        self.write("list", "\n".join(names).encode())
+        run = self.start("--files-from", "list", "--leases", "2", "-j", "1")
+        try:
+            with open(self.path("in/p0000.png"), "wb") as pipe:  # is open when a worker reads it
+                busy = glob.glob(self.path("out/.ztrace-leases-*/busy-*"))
+                self.assertEqual(len(busy), 1)
+                others = re.sub("(busy-[0-9]+).*", r"\1.elsewhere.1", busy[0])
+                os.rename(busy[0], others)
+                self.assertTrue(select.select([run.stderr], [], [], 60)[0], "it goes on")
+                self.assertIn(b"was taken over by another run", run.stderr.readline())
+                pipe.write(picture(0))
+            told = run.stderr.readline()
+            self.assertIn(b"waits for other runs (%s)" % os.path.basename(others).encode(), told)
+            self.assertLess(len([n for n in self.tree() if n.endswith(b".svg")]), 40)
+            os.rename(self.put("again.png", picture(0)), self.path("in/p0000.png"))
+            os.rename(others, others.replace("busy-", "done-").replace(".elsewhere.1", ""))
+            told = run.communicate(timeout=60)[1].decode()
+            self.assertEqual(run.returncode, 0, told)
+            self.assertEqual(len([n for n in self.tree() if n.endswith(b".svg")]), 40)
+        finally:
+            run.kill()
+            run.communicate()
+
+    def test_a_run_with_nothing_to_do_leaves_no_file(self):
+        self.pictures(3)
+        for _ in range(2):
+            self.batch("in", "--leases", "2")
+        self.assertEqual(len([n for n in os.listdir(self.path("out")) if n.startswith("ztrace-results")]), 1)
+
+    def test_words_that_divide_twice(self):
+        self.pictures(1)
+        for more in ["--chunk", "1/2"], ["--watch", "in"]:
+            self.assertIn("--leases", self.batch("in", "--leases", "4", *more, code=2).stderr.decode())
+        self.assertFalse(os.path.exists(self.path("out")))
 
 
 if __name__ == "__main__":

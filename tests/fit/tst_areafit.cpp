@@ -81,6 +81,7 @@ private slots:
     void cornersAreFound();
     void tipsAreCutSquare();
     void shortLinesGo();
+    void detailsAreAdded();
     void smoothJointsStaySmooth();
     void otherWayRound();
     void pixelsThatDoNotCount();
@@ -166,6 +167,29 @@ void tst_AreaFit::shortLinesGo()
     const Path after = fitToCoverage(chamfered, coverageOf(closedPath(square)), kLambda);
     QCOMPARE(after.pieces.size(), square.size());
     QVERIFY(farthestCorner(after, square) < 0.05);
+}
+
+// A corner that the points cut off, and a line that they made of an arc.
+void tst_AreaFit::detailsAreAdded()
+{
+    const std::vector<Point> house
+        = { { 10.3, 9.6 }, { 15.3, 9.6 }, { 15.3, 25.4 }, { 12.8, 26.5 }, { 10.3, 25.4 } };
+    std::vector<Point> flat = house;
+    flat.erase(flat.begin() + 3);
+    const Path after = fitToCoverage(closedPath(flat), coverageOf(closedPath(house)), kLambda);
+    QCOMPARE(after.pieces.size(), house.size());
+    QVERIFY2(farthestCorner(after, house) < 0.1,
+             qPrintable(QString::number(farthestCorner(after, house))));
+
+    const std::vector<Point> square
+        = { { 10.3, 9.6 }, { 22.8, 9.6 }, { 22.8, 19.4 }, { 10.3, 19.4 } };
+    Path bent = closedPath(square);
+    bent.pieces[1].kind = Kind::Arc;
+    bent.pieces[1].bulge = 0.1;
+    bool isMet = false;
+    for (const Piece &piece : fitToCoverage(closedPath(square), coverageOf(bent), kLambda).pieces)
+        isMet = isMet || (piece.kind == Kind::Arc && std::fabs(piece.bulge - 0.1) < 0.01);
+    QVERIFY(isMet);
 }
 
 void tst_AreaFit::smoothJointsStaySmooth()

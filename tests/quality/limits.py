@@ -22,7 +22,7 @@ LIMITS = {
     },
     "lines": {
         "colour": 0.611, "detail": 1.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.595, "numbers": 464
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.028, "numbers": 464
     },
     "letters": {
         "colour": 0.532, "detail": 1.5, "regions": 0, "uncovered": 0.01,
@@ -46,11 +46,11 @@ LIMITS = {
     },
     "glass": {
         "colour": 0.978, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.43, "hairlines": 2.43, "joints": 4.647, "numbers": 311
+        "uncovered4": 2.52, "hairlines": 2.52, "joints": 5.081, "numbers": 327
     },
     "map": {
         "colour": 0.966, "detail": 2.1, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3149
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3232
     },
     "map-layers": {
         "colour": 0.745, "detail": 4.3, "regions": 5, "uncovered": 0.01,
@@ -58,11 +58,11 @@ LIMITS = {
     },
     "dialog": {
         "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.098, "numbers": 3608
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.389, "numbers": 3608
     },
     "cartoon": {
         "colour": 1.078, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.294, "numbers": 366
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.294, "numbers": 385
     },
     "cartoon-few": {
         "colour": 1.594, "detail": 4.1, "regions": 8, "uncovered": 0.01,
@@ -70,7 +70,7 @@ LIMITS = {
     },
     "hills-flat": {
         "colour": 0.900, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.647, "numbers": 249
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 821
     },
     "shaded-flat": {
         "colour": 2.841, "regions": 0, "uncovered": 0.01,
@@ -97,7 +97,7 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.944, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "colour": 0.973, "detail": 1.0, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.559, "numbers": 1413
     },
     "letters-engine": {

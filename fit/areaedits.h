@@ -1,0 +1,20 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Changes of a closed path that let it cover better what is measured: docs/fit/areas.md, "Rule".
+#ifndef ZTRACE_FIT_AREAEDITS_H
+#define ZTRACE_FIT_AREAEDITS_H
+
+#include "fit/areafit.h"
+
+namespace ztrace::fit {
+
+// Tips cut off square and short lines left out, wherever that pays at lambda nats a number; the
+// joints around a change are fitted. Returns whether anything was changed.
+bool cleanEnds(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
+// Corners in place of small arcs and in lines, arcs in two, lines bent: the best of these for each
+// piece, likewise.
+bool addDetail(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
+
+} // namespace ztrace::fit
+
+#endif
