@@ -282,9 +282,9 @@ bool arrayIsClosed(const QByteArray &bytes)
 
 bool tiffEnds(const QByteArray &bytes)
 {
-    const std::vector<bool> pages = tiffPages(bytes);
+    const std::vector<Ending> pages = tiffPages(bytes);
     return !pages.empty()
-        && std::all_of(pages.begin(), pages.end(), [](bool whole) { return whole; });
+        && std::all_of(pages.begin(), pages.end(), [](Ending end) { return end == Ending::Whole; });
 }
 
 typedef bool (*EndCheck)(const QByteArray &bytes);

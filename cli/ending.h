@@ -12,7 +12,8 @@ namespace ztrace {
 enum class Ending {
     Whole,
     CutShort,
-    Untold // of a format that is not known here
+    PartsLost, // all pixels are there, and not all that says what they mean
+    Untold     // of a format that is not known here
 };
 
 // What the bytes of a file say themselves: their counts, sizes, places and end marks. `format` is

@@ -326,10 +326,10 @@ QImage ImageSource::read(int page, bool upright, std::string *remark) const
 
 Ending ImageSource::ending(int page) const
 {
-    const std::vector<bool> pages = tiffPages(data);
+    const std::vector<Ending> pages = tiffPages(data);
     if (page < 1 || static_cast<std::size_t>(page) > pages.size())
         return end;
-    return pages[static_cast<std::size_t>(page - 1)] ? Ending::Whole : Ending::CutShort;
+    return pages[static_cast<std::size_t>(page - 1)];
 }
 
 bool ImageSource::isDrawing() const

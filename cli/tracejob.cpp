@@ -238,6 +238,10 @@ void warnOfEnding(Ending ending, const TraceJob &job)
     const std::string name = inputName(job.input);
     if (ending == Ending::CutShort)
         job.warn(name + ": the image is incomplete; what is missing has one colour");
+    if (ending == Ending::PartsLost)
+        job.warn(name
+                 + ": the file is incomplete; colours or sizes may be wrong, as what it says of "
+                   "them is missing");
     if (ending == Ending::Untold)
         job.warn(name + ": whether the image is complete cannot be told of this format");
 }
