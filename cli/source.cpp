@@ -273,11 +273,11 @@ ForeignLimits ImageSource::foreignLimits() const
 }
 
 // What another program has made is asked for its size like any file.
-QImage ImageSource::readForeign(int page, std::string *remark) const
+QImage ImageSource::readForeign(int page, Remarks *remarks) const
 {
-    std::string ignored;
+    Remarks ignored;
     QByteArray png
-        = foreignPicture(foreign, name, data, page, foreignLimits(), remark ? remark : &ignored);
+        = foreignPicture(foreign, name, data, page, foreignLimits(), remarks ? remarks : &ignored);
     const Silence silence;
     QBuffer buffer(&png);
     buffer.open(QIODevice::ReadOnly);
@@ -289,10 +289,10 @@ QImage ImageSource::readForeign(int page, std::string *remark) const
     return image;
 }
 
-QImage ImageSource::read(int page, bool upright, std::string *remark) const
+QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
 {
     if (foreign != Foreign::None)
-        return readForeign(page, remark);
+        return readForeign(page, remarks);
     const Silence silence;
     OpenedImage opened(data, name);
     QImageReader &reader = opened.reader;

@@ -233,6 +233,12 @@ void usePlacement(const ImageSource &source, int page, TraceJob *job)
         job->placement = placementOf(job->input, source.contents());
 }
 
+void warnOfRemarks(const Remarks &remarks, const TraceJob &job)
+{
+    for (const std::string &remark : remarks)
+        job.warn(inputName(job.input) + ": " + remark);
+}
+
 void warnOfEnding(Ending ending, const TraceJob &job)
 {
     const std::string name = inputName(job.input);
