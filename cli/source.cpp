@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "source.h"
 
+#include "complaints.h"
 #include "distrust.h"
 #include "failure.h"
 #include "messages.h"
@@ -312,6 +313,7 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "there is no page " + std::to_string(page) + " (the file has "
                  + std::to_string(std::max(1, reader.imageCount())) + ")");
     }
+    const Overheard overheard;
     if (!reader.read(&image) || image.isNull()) {
         if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
             throw Failure(kFailed, name + ": the image does not fit into memory");
@@ -321,6 +323,11 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
+    const QByteArray complaint = complaintIn(overheard.lines(), format);
+    if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
+        remarks->push_back("the image may be wrong, as the file is damaged: \""
+                           + complaint.toStdString() + '"');
+    }
     return image;
 }
 

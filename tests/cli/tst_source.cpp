@@ -4,6 +4,7 @@
 // those that ask for too much; those that name other files.
 #include "rightsums.h"
 
+#include "cli/complaints.h"
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/source.h"
@@ -63,6 +64,20 @@ QByteArray written(const char *writer, const QImage &image, int compression, int
     return bytes;
 }
 
+QByteArray entry(int tag, int type, int count, int value)
+{
+    return little(tag, 2) + little(type, 2) + little(count, 4) + little(value, 4);
+}
+
+// Eight lines of eight pixels as a fax of Group 4.
+QByteArray fax(const QByteArray &codes)
+{
+    return "II*" + little(0, 1) + little(8, 4) + little(8, 2) + entry(256, 3, 1, 8)
+        + entry(257, 3, 1, 8) + entry(258, 3, 1, 1) + entry(259, 3, 1, 4) + entry(262, 3, 1, 0)
+        + entry(273, 4, 1, 110) + entry(278, 3, 1, 8) + entry(279, 4, 1, codes.size())
+        + little(0, 4) + codes;
+}
+
 // One of 4 x 2 pixels, whose directory's values lie behind everything else: the colours, then the
 // resolution.
 QByteArray tiffOfColours()
@@ -71,9 +86,6 @@ QByteArray tiffOfColours()
     const int kEntries = 11;
     const int kColours = kDirectory + 2 + 12 * kEntries + 4;
     const int kResolution = kColours + 3 * 256 * 2;
-    const auto entry = [](int tag, int type, int count, int value) {
-        return little(tag, 2) + little(type, 2) + little(count, 4) + little(value, 4);
-    };
     QByteArray bytes = "II*" + little(0, 1) + little(kDirectory, 4)
         + QByteArray::fromHex("0010ff8040200705") + little(kEntries, 2);
     bytes += entry(256, 3, 1, 4) + entry(257, 3, 1, 2) + entry(258, 3, 1, 8) + entry(259, 3, 1, 1)
@@ -219,6 +231,9 @@ private slots:
     void distrustedFormats();
     void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
     void sizesAreAskedFirst();
+    void damagedPixelsAreTold();
+    void whatIsDamage_data();
+    void whatIsDamage();
     void framesOfAnAnimation();
     void framesOfAPngAreCounted();
     void endlessInput();
@@ -430,6 +445,60 @@ void tst_Source::sizesAreAskedFirst()
                  .contains(QLatin1String("more than 1e-06 million pixels (see --max-pixels)")),
              qPrintable(complaint(bytes, &image, limits)));
     QVERIFY(image.isNull());
+}
+
+// Decoders make pixels of anything; what they say of it is told.
+void tst_Source::damagedPixelsAreTold()
+{
+    const QByteArray jpeg = written("jpeg", picture(QImage::Format_RGB32, 150, 120));
+    QByteArray damagedJpeg = jpeg;
+    damagedJpeg.remove(jpeg.size() / 2, 200);
+    // Lines like those before them, and the end; then a run of 64 in a line of eight.
+    const std::pair<QByteArray, QByteArray> kFiles[]
+        = { { jpeg, damagedJpeg },
+            { fax(QByteArray::fromHex("ff001001")), fax(QByteArray::fromHex("3b350dff")) } };
+    for (const auto &file : kFiles) {
+        Remarks remarks;
+        sourceOf(file.first).read(1, true, &remarks);
+        QVERIFY2(remarks.empty(), remarks.empty() ? "" : remarks[0].c_str());
+        const ImageSource source = sourceOf(file.second);
+        source.read(1, true, &remarks);
+        QCOMPARE(source.ending(1), Ending::Whole);
+        QCOMPARE(remarks.size(), std::size_t(1));
+        QVERIFY(remarks[0].find("the image may be wrong, as the file is damaged: \"") == 0);
+        QVERIFY(remarks[0].find('\n') == std::string::npos);
+    }
+}
+
+void tst_Source::whatIsDamage_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<bool>("isDamage");
+    const auto row = [](const char *line, const char *format, bool isDamage) {
+        QTest::newRow(line) << QByteArray(line) << QByteArray(format) << isDamage;
+    };
+    row("Fax4Decode: Bad code word at line 3 of strip 0 (x 40).", "tiff", true);
+    row("Fax3Decode1D: Warning, Line length mismatch at line 5", "tiff", true);
+    row("JPEGLib: Warning, Corrupt JPEG data: premature end of data segment.", "tiff", true);
+    row("TIFFReadDirectory: Warning, Unknown field with tag 33000 (0x80e8) encountered.", "tiff",
+        false);
+    row("TIFFFetchNormalTag: Warning, ASCII value for tag \"Artist\" contains null byte.", "tiff",
+        false);
+    row("TIFFFillStrip: Read error at scanline 7; got 5 bytes, expected 9.", "tiff", true);
+    row("Corrupt JPEG data: bad Huffman code", "jpeg", true);
+    row("Corrupt JPEG data: 12 extraneous bytes before marker 0xd4", "jpeg", true);
+    row("Corrupt JPEG data: 7 extraneous bytes before marker 0xd9", "jpeg", false);
+    row("Corrupt JPEG data: 1 extraneous bytes before marker 0xe2", "jpeg", false);
+    row("libpng warning: iCCP: known incorrect sRGB profile", "png", false);
+}
+
+void tst_Source::whatIsDamage()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QByteArray, format);
+    QFETCH(bool, isDamage);
+    QCOMPARE(complaintIn("\n" + line + "\nmore\n", format), isDamage ? line : QByteArray());
 }
 
 void tst_Source::framesOfAnAnimation()
