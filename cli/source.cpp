@@ -38,6 +38,16 @@ const double kMillion = 1e6;
 const double kBytesOfGrey = 14.0;
 const double kBytesOfColour = 24.0;
 
+// Bytes a pixel of an image within an SVG: decoded, of sixteen bits a channel, and made ready to be
+// drawn.
+const double kBytesOfEmbedded = 12.0;
+
+// Selectors of an SVG's style sheets times its elements, and stops of one gradient: five seconds
+// and half a second of the toolkit's reader (0.55 us a match; the stops' time grows with their
+// square).
+const double kMostMatches = 1e7;
+const double kMostStops = 20000.0;
+
 // A container of the toolkit holds no more.
 const qint64 kMostBytes = (1LL << 31) - 4096;
 
@@ -205,6 +215,33 @@ void ImageSource::useSvg()
         fail(name, "the image is damaged or incomplete (its text has no end)");
     data = text;
     format = "svg";
+    refuseDemanding(demandOf(data));
+}
+
+void ImageSource::refuseDemanding(const SvgDemand &demand) const
+{
+    const double megapixels = demand.pixels / kMillion;
+    const double megabytes = megapixels * kBytesOfEmbedded;
+    if (megapixels > limits.pixels) {
+        fail(name,
+             "the images within it have more than " + shortText(limits.pixels)
+                 + " million pixels (see --max-pixels)");
+    }
+    if (megabytes > limits.megabytes) {
+        fail(name,
+             "the images within it take " + millions(megabytes)
+                 + " million bytes of memory, more than " + shortText(limits.megabytes)
+                 + " (see --max-memory)");
+    }
+    if (demand.rules * demand.elements > kMostMatches) {
+        fail(name,
+             "its style sheet asks for too much work: "
+                 + std::to_string(static_cast<qint64>(demand.rules)) + " rules for "
+                 + std::to_string(static_cast<qint64>(demand.elements)) + " elements (at most "
+                 + millions(kMostMatches / kMillion) + " million of both multiplied)");
+    }
+    if (demand.stops > kMostStops * kMostStops)
+        fail(name, "its gradients have too many stops (at most " + shortText(kMostStops) + ")");
 }
 
 void ImageSource::refuseTooLarge(const QSize &size, bool isGrey) const

@@ -14,6 +14,8 @@
 
 namespace ztrace {
 
+struct SvgDemand;
+
 // Largest number of pixels that the tracer can hold.
 const long long kMostPixels = 1LL << 30;
 
@@ -69,6 +71,7 @@ public:
 private:
     void useContents();
     void useSvg();
+    void refuseDemanding(const SvgDemand &demand) const;
     ForeignLimits foreignLimits() const;
     QImage readForeign(int page, Remarks *remarks) const;
     bool askForSize(int page, QSize *size, bool *isGrey) const;

@@ -240,6 +240,7 @@ private slots:
     void svgLoadsNoFiles_data();
     void svgLoadsNoFiles();
     void svgKeepsItsOwn();
+    void svgAsksForTooMuch();
 };
 
 void tst_Source::wholeFilesAreWhole_data()
@@ -594,6 +595,40 @@ void tst_Source::svgKeepsItsOwn()
     QCOMPARE(leftOut, 0);
     QCOMPARE(sourceOf(text).read(1, true).pixelColor(9, 9), QColor(Qt::green));
     QVERIFY(withoutNamedFiles(text.left(text.size() - 4), 1 << 20, &leftOut).isNull());
+}
+
+// Before anything within it is decoded or matched.
+void tst_Source::svgAsksForTooMuch()
+{
+    QImage image;
+    const QByteArray one = "<image width='9' height='9' xlink:href='data:image/png;base64,"
+        + written("png", picture(QImage::Format_RGB32, 100, 100)).toBase64() + "'/>";
+    SourceLimits limits;
+    limits.pixels = 0.025;
+    QCOMPARE(complaint(svg(one + one), &image, limits), QString());
+    QVERIFY(
+        complaint(svg(one + one + one), &image, limits)
+            .endsWith(QLatin1String(
+                "the images within it have more than 0.025 million pixels (see --max-pixels)")));
+    limits.pixels = 1.0;
+    limits.megabytes = 0.3;
+    QVERIFY(complaint(svg(one + one + one), &image, limits)
+                .contains(QLatin1String("more than 0.3 (see --max-memory)")));
+    const QByteArray sheet = "<style>" + QByteArray("rect,a{fill:red}").repeated(20) + "</style>";
+    const QByteArray elements = QByteArray("<rect width='9' height='9'/>").repeated(50);
+    const SvgDemand demand = demandOf(svg(sheet + elements));
+    QCOMPARE(demand.rules, 40.0);
+    QCOMPARE(demand.elements, 52.0);
+    QCOMPARE(complaint(svg(sheet + elements), &image), QString());
+    const QByteArray longSheet = "<style>" + QByteArray("a{}").repeated(200000) + "</style>";
+    QVERIFY(complaint(svg(longSheet + elements), &image)
+                .contains(QLatin1String("its style sheet asks for too much work: 200000 rules")));
+    const QByteArray gradient
+        = "<linearGradient>" + QByteArray("<stop/>").repeated(300) + "</linearGradient>";
+    QCOMPARE(demandOf(svg(gradient + gradient)).stops, 2.0 * 300 * 300);
+    const QByteArray stops
+        = "<linearGradient>" + QByteArray("<stop/>").repeated(20001) + "</linearGradient>";
+    QVERIFY(complaint(svg(stops), &image).contains(QLatin1String("have too many stops")));
 }
 
 int main(int argc, char **argv)
