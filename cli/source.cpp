@@ -122,6 +122,28 @@ struct OpenedImage
     QImageReader reader;
 };
 
+// Digits of black and white in letters may stand together; the toolkit's reader takes them for one
+// number. All but those of the two sizes are set apart.
+QByteArray withDigitsApart(const QByteArray &bytes)
+{
+    QByteArray apart;
+    apart.reserve(2 * bytes.size());
+    int numbers = 0; // sizes that have begun
+    bool isComment = false;
+    bool inNumber = false;
+    for (int i = 0; i < bytes.size(); ++i) {
+        const char letter = bytes.at(i);
+        isComment = letter == '#' || (isComment && letter != '\n');
+        const bool isDigit = !isComment && i > 1 && letter >= '0' && letter <= '9';
+        numbers += isDigit && !inNumber && numbers < 3 ? 1 : 0;
+        inNumber = isDigit;
+        apart += letter;
+        if (isDigit && numbers > 2)
+            apart += ' ';
+    }
+    return apart;
+}
+
 // Until the end, which endless input does not have.
 QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &limits)
 {
@@ -187,6 +209,8 @@ void ImageSource::useContents()
         return;
     {
         const Silence silence;
+        if (data.startsWith("P1") && data.size() < kMostBytes / 2)
+            data = withDigitsApart(data);
         QBuffer buffer(&data);
         buffer.open(QIODevice::ReadOnly);
         QImageReader reader(&buffer);

@@ -239,6 +239,7 @@ private slots:
     void endlessInput();
     void svgLoadsNoFiles_data();
     void svgLoadsNoFiles();
+    void digitsMayStandTogether();
     void svgKeepsItsOwn();
     void svgAsksForTooMuch();
 };
@@ -272,6 +273,7 @@ void tst_Source::wholeFilesAreWhole_data()
     row("pbm", written("pbm", mono), "pbm");
     row("pgm", written("pgm", grey), "pgm");
     row("pbm in letters", "P1\n# a comment\n3 2\n0 1 0\n1 0 1\n", "pbm");
+    row("pbm in letters without spaces", "P1 #1\n3 2\n#01\n010\n1 01\n", "pbm");
     row("pgm in letters", "P2\n3 2 255\n0 17 204\n3 2 1\n", "pgm");
     row("ppm in letters", "P3\n2 1\n255\n0 17 204\n3 2 11\n", "ppm");
     row("pgm of sixteen bits", "P5 2 2 65535\nabcdefgh", "pgm");
@@ -582,6 +584,15 @@ void tst_Source::svgLoadsNoFiles()
     const ImageSource source = sourceOf(text);
     QCOMPARE(source.filesLeftOut(), 1);
     QVERIFY(source.read(1, true).pixelColor(9, 9) != QColor(Qt::red));
+}
+
+void tst_Source::digitsMayStandTogether()
+{
+    const QImage together = sourceOf("P1 #1\n3 2\n#01\n010\n1 01\n").read(1, true);
+    const QImage apart = sourceOf("P1 3 2 0 1 0 1 0 1").read(1, true);
+    QCOMPARE(together.convertToFormat(QImage::Format_RGB32),
+             apart.convertToFormat(QImage::Format_RGB32));
+    QVERIFY(apart.pixelColor(0, 0) != apart.pixelColor(1, 0));
 }
 
 void tst_Source::svgKeepsItsOwn()
