@@ -216,6 +216,8 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
         job.warn(name + ": the first of " + std::to_string(frames)
                  + " frames is traced; those of a PNG are not read");
     }
+    if (hasAnotherPnm(source.contents()))
+        job.warn(name + ": the first image is traced; those behind it are not read");
     if (job.given.count("page"))
         return;
     const int pages = std::max(source.pages(), source.pagesClaimed());

@@ -240,6 +240,7 @@ private slots:
     void svgLoadsNoFiles_data();
     void svgLoadsNoFiles();
     void digitsMayStandTogether();
+    void imagesBehindTheFirst();
     void svgKeepsItsOwn();
     void svgAsksForTooMuch();
 };
@@ -593,6 +594,19 @@ void tst_Source::digitsMayStandTogether()
     QCOMPARE(together.convertToFormat(QImage::Format_RGB32),
              apart.convertToFormat(QImage::Format_RGB32));
     QVERIFY(apart.pixelColor(0, 0) != apart.pixelColor(1, 0));
+}
+
+void tst_Source::imagesBehindTheFirst()
+{
+    for (const QByteArray &one : { written("ppm", picture(QImage::Format_RGB32)),
+                                   written("pbm", picture(QImage::Format_Mono)),
+                                   written("pgm", picture(QImage::Format_Grayscale8)) }) {
+        QVERIFY(!hasAnotherPnm(one));
+        QVERIFY(!hasAnotherPnm(one + "\nPlain words"));
+        QVERIFY(hasAnotherPnm(one + one));
+        for (int size = 0; size < one.size(); ++size)
+            QVERIFY(!hasAnotherPnm(one.left(size)));
+    }
 }
 
 void tst_Source::svgKeepsItsOwn()
