@@ -55,12 +55,8 @@ class Books(BatchTest):
         said = json.loads(self.run_program("batch", "summary", "out", "--json", "--premis", "p.xml", "--report", "r.html").stdout)
         self.assertEqual((said["pictures"], said["books"], said["outcomes"]), (4, 1, {"done": 4}))
         self.assertIn(b"putting together pages 2-4,7", self.read("p.xml"))
-<<<<<<< HEAD
         rows = json.loads(re.search(rb'id="rows">(.*?)</script>', self.read("r.html"), re.S).group(1))
         self.assertEqual(sorted(row["page"] for row in rows), [2, 3, 4, 7])
-=======
-        self.assertNotIn(b'"page":0', self.read("r.html"))
->>>>>>> bleases
 
     def test_nothing_is_done_twice(self):
         words = "a.tif", "--page", "all", "--formats", "pdf,dxf"
