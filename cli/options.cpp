@@ -295,10 +295,10 @@ std::vector<Entry> outlineOptions()
             .appliesTo(kToImages)
             .help("Leave out areas with outlines of fewer than `N` pixel edges (the engine's "
                   "`pathomit`)")
-            .manual(
-                "They go to their neighbours; for lineart and `--raw` they are left out. "
-                "Without it 8, 24 for poster; photo has what `--detail` pays for, and 10 where it "
-                "has no effect"),
+            .manual("They go to their neighbours; for lineart and `--raw` they are left out. "
+                    "Without it 8, but for marks that stand out, 24 for poster; photo has what "
+                    "`--detail` pays for, and 10 where it "
+                    "has no effect"),
         Entry("tolerance", 't',
               number("PX", 0.0, kMostNumber,
                      [](Settings &s, double pixels) { s.tolerance = pixels; }))
