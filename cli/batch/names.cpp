@@ -92,7 +92,7 @@ std::string endingOf(const std::string &pattern)
 {
     const std::string file = fileOf(pattern);
     const std::size_t dot = file.rfind('.');
-    const std::string ending = dot == std::string::npos ? std::string() : file.substr(dot + 1);
+    std::string ending = dot == std::string::npos ? std::string() : file.substr(dot + 1);
     if (ending == kFormat)
         return std::string();
     if (formatOfSuffix(QString::fromStdString(ending)))

@@ -24,7 +24,8 @@ const int kQuality = 80;
 double scaleFor(const QSize &size, int side)
 {
     const int longer = std::max(1, std::max(size.width(), size.height()));
-    return longer > side ? double(side) / longer : double(side / longer);
+    const int times = side / longer;
+    return times < 1 ? double(side) / longer : double(times);
 }
 
 // Pixels of a picture that grows are to be seen, as they are what was traced.
