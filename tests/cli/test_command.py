@@ -215,6 +215,8 @@ class Failing(CommandTest):
         for arguments in (["--raw"], ["-p", "photo"]):
             self.assert_refused("a.png", *arguments, "--set", "numberofcolors=1e300", code=1,
                                 words="no palette of that many colours")
+            self.assert_refused("a.png", *arguments, "--set", "numberofcolors=0", code=1,
+                                words="no palette of that many colours can be made")
 
     def test_outputs_appear_together(self):
         outputs = ["-o", "a.svg", "-o", "a.dxf"]
