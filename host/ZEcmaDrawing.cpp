@@ -14,6 +14,8 @@
 #include <QScriptValueIterator>
 #include <QStringList>
 
+#include <limits>
+
 namespace {
 
 using namespace zelvora;
@@ -187,13 +189,19 @@ QScriptValue getLayers(QScriptContext *context, QScriptEngine *engine)
     return drawing ? qScriptValueFromSequence(engine, drawing->layers()) : QScriptValue();
 }
 
+// Of a page, in pixels; a fraction is cut off.
+bool isSide(double number)
+{
+    return number >= 1.0 && number <= double(std::numeric_limits<int>::max());
+}
+
 QScriptValue setPage(QScriptContext *context, QScriptEngine *engine)
 {
     const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("setPage", context);
     if (!drawing)
         return QScriptValue();
-    if (!areNumbers(context, 2) || integerArgument(context, 0) < 1
-        || integerArgument(context, 1) < 1)
+    if (!areNumbers(context, 2) || !isSide(context->argument(0).toNumber())
+        || !isSide(context->argument(1).toNumber()))
         return raiseWrongArguments(kClass, "setPage", context);
     drawing->width = integerArgument(context, 0);
     drawing->height = integerArgument(context, 1);
