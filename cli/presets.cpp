@@ -198,6 +198,9 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
             refuseList(origin, value);
         try {
             for (const std::string &text : textsFor(setting, value.values)) {
+                if (text.find('\0') != std::string::npos)
+                    throw Failure(kWrongUsage,
+                                  "--" + setting.name + ": the value has a zero byte in it");
                 storeOption(setting, isSet ? value.engineOption + "=" + text : text, settings);
             }
         } catch (const Failure &failure) {

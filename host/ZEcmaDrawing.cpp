@@ -5,6 +5,7 @@
 #include "binding.h"
 #include "saveDrawing.h"
 #include "scriptsettings.h"
+#include "textFiles.h"
 
 #include "cli/effects.h"
 #include "cli/failure.h"
@@ -297,7 +298,7 @@ QScriptValue save(QScriptContext *context, QScriptEngine *engine)
     }
     if (saveDrawing(content->drawing, ztrace::writeOptions(settings), name, &error))
         return engine->undefinedValue();
-    return raiseIn("save", name + QLatin1String(": ") + error, context);
+    return raiseIn("save", aboutFile(name, error), context);
 }
 
 QScriptValue getClassName(QScriptContext *, QScriptEngine *)

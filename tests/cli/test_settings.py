@@ -94,6 +94,12 @@ class Configuration(OptionsTest):
         told = self.run_program("a.png", "--config", "long.toml", "-o", "b.svg", code=2).stderr
         self.assertLess(len(told), 300)
 
+    def test_zero_bytes_are_no_part_of_values(self):
+        for name in "palette", "preset", "colors":
+            self.write("zero.toml", (name + ' = "a\\u0000b"').encode())
+            self.assert_refused("a.png", "--config", "zero.toml", "-o", "b.svg", code=2,
+                                words="--%s: the value has a zero byte in it" % name)
+
     def test_mistakes_are_told(self):
         for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = 'many'\n", '"many"'), (b"colors = many\n", "in quotes"),
                             (b"[set]\nfoo = 1\n", '"foo"'), (b"[other]\ncolors = 1\n", "[other]"),
