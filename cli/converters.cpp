@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <set>
 
 #include <unistd.h>
@@ -47,11 +48,36 @@ struct Seen
     QString file;            // what they open
     ForeignLimits limits;
 
-    QByteArray by(const char *program, const QStringList &arguments) const
+    QByteArray by(const char *program, const QStringList &arguments,
+                  QByteArray *complaints = nullptr) const
     {
-        return outputOf(program, kPoppler, arguments, name, limits.bytes);
+        return outputOf(program, kPoppler, arguments, name, limits.bytes, complaints);
     }
 };
+
+// The programs draw what they make out of a damaged file, complain, and end well. What the
+// libraries of pictures within say comes without a word before it. Of their warnings ("Syntax
+// Warning", "Config Error: no display font") most are about files that look as they should.
+bool isOfDamage(const QByteArray &line)
+{
+    const char *const kBeginnings[]
+        = { "syntax error", "internal error",    "i/o error", "error",
+            "warning",      "corrupt jpeg data", "premature", "could not" };
+    const QByteArray lower = line.toLower();
+    return std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
+                       [&](const char *beginning) { return lower.startsWith(beginning); });
+}
+
+void remarkOn(const char *program, const QByteArray &complaints, Remarks *remarks)
+{
+    for (const QByteArray &line : complaints.split('\n')) {
+        if (!isOfDamage(line))
+            continue;
+        remarks->push_back(std::string("the image may be wrong, as the file is damaged: ") + program
+                           + " says \"" + line.trimmed().toStdString() + "\"");
+        return;
+    }
+}
 
 QStringList onlyPage(int page)
 {
@@ -104,7 +130,7 @@ double pixelsOf(const QSizeF &inches, int dpi)
     return std::ceil(inches.width() * dpi) * std::ceil(inches.height() * dpi);
 }
 
-QByteArray pdfPage(const Seen &pdf, int page, std::string *remark)
+QByteArray pdfPage(const Seen &pdf, int page, Remarks *remarks)
 {
     const int wanted = dpiOf(pdf, page);
     const QSizeF inches = sizeOf(pdf, page);
@@ -121,22 +147,27 @@ QByteArray pdfPage(const Seen &pdf, int page, std::string *remark)
                  + kSeeLimits);
     }
     if (dpi < wanted) {
-        *remark = "page " + std::to_string(page) + " is taken at " + std::to_string(dpi)
-            + " pixels an inch instead of " + std::to_string(wanted) + kSeeLimits;
+        remarks->push_back("page " + std::to_string(page) + " is taken at " + std::to_string(dpi)
+                           + " pixels an inch instead of " + std::to_string(wanted) + kSeeLimits);
     }
-    return pdf.by("pdftoppm",
-                  QStringList({ QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi) })
-                      + onlyPage(page) + QStringList(pdf.file));
+    QByteArray complaints;
+    const QStringList how({ QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi) });
+    const QByteArray png
+        = pdf.by("pdftoppm", how + onlyPage(page) + QStringList(pdf.file), &complaints);
+    remarkOn("pdftoppm", complaints, remarks);
+    return png;
 }
 
 // The program writes a file with an ending, or one each where there are several pictures: in a
 // folder that goes in any case.
-QByteArray heicPicture(const Seen &heic, int page)
+QByteArray heicPicture(const Seen &heic, int page, Remarks *remarks)
 {
     const EndsLater guard;
     const QTemporaryDir folder;
+    QByteArray complaints;
     outputOf("heif-convert", kHeif, { heic.file, folder.filePath(QLatin1String("image.png")) },
-             heic.name, heic.limits.bytes);
+             heic.name, heic.limits.bytes, &complaints);
+    remarkOn("heif-convert", complaints, remarks);
     const QString numbered = QString::fromLatin1("image-%1.png").arg(page);
     for (const QString &file : { QString::fromLatin1("image.png"), numbered }) {
         QFile picture(folder.filePath(file));
@@ -177,7 +208,7 @@ int foreignPages(Foreign kind, const std::string &name, const QByteArray &conten
 }
 
 QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArray &contents,
-                          int page, const ForeignLimits &limits, std::string *remark)
+                          int page, const ForeignLimits &limits, Remarks *remarks)
 {
     const int pages = foreignPages(kind, name, contents, limits);
     if (page > pages)
@@ -186,14 +217,15 @@ QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArra
                  + ")");
     const NamedContents file(contents);
     const Seen seen = { name, file.name(), limits };
-    return kind == Foreign::Pdf ? pdfPage(seen, page, remark) : heicPicture(seen, page);
+    return kind == Foreign::Pdf ? pdfPage(seen, page, remarks) : heicPicture(seen, page, remarks);
 }
 
 void listFormats()
 {
+    // The toolkit's reader of tga claims the format and then refuses each file.
     std::set<QByteArray> formats;
     for (const QByteArray &format : QImageReader::supportedImageFormats()) {
-        if (!isDistrusted(format.toLower()))
+        if (!isDistrusted(format.toLower()) && format.toLower() != "tga")
             formats.insert(format.toLower());
     }
     std::string read;
@@ -217,7 +249,7 @@ void listFormats()
         const char *package;
         const char *adds;
     } kPackages[] = {
-        { "tiff", nullptr, "qt5-image-formats-plugins", "tiff webp tga icns wbmp" },
+        { "tiff", nullptr, "qt5-image-formats-plugins", "tiff webp icns wbmp" },
         { "svg", nullptr, "libqt5svg5", "svg svgz" },
         { "xcf", nullptr, "kimageformat-plugins", "xcf psd kra ora exr pcx eps and more" },
         { "pdf", "pdftoppm", kPoppler, "pages of pdf" },

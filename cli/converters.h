@@ -8,8 +8,12 @@
 #include <QByteArray>
 
 #include <string>
+#include <vector>
 
 namespace ztrace {
+
+// What is to be told of an image that was read.
+typedef std::vector<std::string> Remarks;
 
 enum class Foreign { None, Pdf, Heic };
 
@@ -30,9 +34,9 @@ int foreignPages(Foreign kind, const std::string &name, const QByteArray &conten
 
 // A page, from 1, as a PNG, which may be damaged. That of a PDF has the resolution of the largest
 // image on it, from 72 to 1200 dots an inch, and 300 where there is none; with more pixels than the
-// limit it is made at less, which `remark` says.
+// limit it is made at less, which `remarks` gets, and what the program says of a damaged file.
 QByteArray foreignPicture(Foreign kind, const std::string &name, const QByteArray &contents,
-                          int page, const ForeignLimits &limits, std::string *remark);
+                          int page, const ForeignLimits &limits, Remarks *remarks);
 
 // Prints what can be read and written here, and which package would add what.
 void listFormats();

@@ -241,27 +241,43 @@ bool pnmNumbersEnd(const QByteArray &bytes, int at, qint64 needed)
     return at >= 0 && at < bytes.size();
 }
 
-bool pnmEnds(const QByteArray &bytes)
+struct Pnm
 {
-    const char kind = bytes.size() > 1 ? bytes.at(1) : '0';
-    const bool isBilevel = kind == '1' || kind == '4';
+    char kind = '0'; // after its P
+    int data = -1;   // where the numbers of its text end; -1 for what has none
     qint64 width = 0;
     qint64 height = 0;
+    qint64 row = 1; // bytes, where it is not in letters
+    qint64 samples = 1;
+};
+
+Pnm pnmOf(const QByteArray &bytes)
+{
+    Pnm pnm;
+    pnm.kind = bytes.size() > 1 ? bytes.at(1) : '0';
+    const bool isBilevel = pnm.kind == '1' || pnm.kind == '4';
     qint64 most = 1;
-    int at = afterNumber(bytes, 2, &width);
-    if (at >= 0)
-        at = afterNumber(bytes, at, &height);
-    if (at >= 0 && !isBilevel)
-        at = afterNumber(bytes, at, &most);
-    if (at < 0)
+    pnm.data = afterNumber(bytes, 2, &pnm.width);
+    if (pnm.data >= 0)
+        pnm.data = afterNumber(bytes, pnm.data, &pnm.height);
+    if (pnm.data >= 0 && !isBilevel)
+        pnm.data = afterNumber(bytes, pnm.data, &most);
+    pnm.samples = pnm.kind == '3' || pnm.kind == '6' ? 3 : 1;
+    pnm.row = qMax(
+        1LL, isBilevel ? inWholeBytes(pnm.width) : pnm.width * pnm.samples * (most > 255 ? 2 : 1));
+    return pnm;
+}
+
+bool pnmEnds(const QByteArray &bytes)
+{
+    const Pnm pnm = pnmOf(bytes);
+    if (pnm.data < 0)
         return false;
-    const qint64 samples = kind == '3' || kind == '6' ? 3 : 1;
-    if (kind == '1')
-        return pnmDigitsEnd(bytes, at, width * height);
-    if (kind <= '3')
-        return pnmNumbersEnd(bytes, at, width * height * samples);
-    const qint64 row = isBilevel ? inWholeBytes(width) : width * samples * (most > 255 ? 2 : 1);
-    return (bytes.size() - at - 1) / qMax(1LL, row) >= height;
+    if (pnm.kind == '1')
+        return pnmDigitsEnd(bytes, pnm.data, pnm.width * pnm.height);
+    if (pnm.kind <= '3')
+        return pnmNumbersEnd(bytes, pnm.data, pnm.width * pnm.height * pnm.samples);
+    return (bytes.size() - pnm.data - 1) / pnm.row >= pnm.height;
 }
 
 // C text whose array has to be closed, by a brace that is in no string.
@@ -282,9 +298,9 @@ bool arrayIsClosed(const QByteArray &bytes)
 
 bool tiffEnds(const QByteArray &bytes)
 {
-    const std::vector<bool> pages = tiffPages(bytes);
+    const std::vector<Ending> pages = tiffPages(bytes);
     return !pages.empty()
-        && std::all_of(pages.begin(), pages.end(), [](bool whole) { return whole; });
+        && std::all_of(pages.begin(), pages.end(), [](Ending end) { return end == Ending::Whole; });
 }
 
 typedef bool (*EndCheck)(const QByteArray &bytes);
@@ -319,6 +335,18 @@ const struct
 };
 
 } // namespace
+
+bool hasAnotherPnm(const QByteArray &bytes)
+{
+    const bool isPnm = bytes.size() > 2 && bytes.at(0) == 'P' && bytes.at(1) >= '4'
+        && bytes.at(1) <= '6' && pnmEnds(bytes);
+    if (!isPnm)
+        return false;
+    const Pnm pnm = pnmOf(bytes);
+    const qint64 end = pnm.data + 1 + pnm.row * pnm.height;
+    return end + 2 < bytes.size() && bytes.at(static_cast<int>(end)) == 'P'
+        && pnmOf(bytes.mid(static_cast<int>(end), 1000)).data > 0;
+}
 
 qint64 framesOfPng(const QByteArray &bytes)
 {

@@ -12,7 +12,8 @@ namespace ztrace {
 enum class Ending {
     Whole,
     CutShort,
-    Untold // of a format that is not known here
+    PartsLost, // all pixels are there, and not all that says what they mean
+    Untold     // of a format that is not known here
 };
 
 // What the bytes of a file say themselves: their counts, sizes, places and end marks. `format` is
@@ -22,6 +23,9 @@ Ending endingOf(const QByteArray &bytes, const QByteArray &format);
 
 // Frames that a PNG says it has, of which its reader knows the first; 1 of all others.
 qint64 framesOfPng(const QByteArray &bytes);
+
+// Whether a PNM of bytes is followed by another one, which its reader does not know of.
+bool hasAnotherPnm(const QByteArray &bytes);
 
 } // namespace ztrace
 

@@ -199,10 +199,9 @@ private:
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
     {
         traced = TracedPicture(); // that of the page before
-        std::string remark;
-        QImage image = source.read(page, !line.settings.raw, &remark);
-        if (!remark.empty())
-            warn(inputName(line.input) + ": " + remark);
+        Remarks remarks;
+        QImage image = source.read(page, !line.settings.raw, &remarks);
+        warnOfRemarks(remarks, job);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
         pageJob.outputs.insert(pageJob.outputs.end(), books.begin(), books.end());

@@ -5,14 +5,47 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace ztrace {
+
+namespace {
+
+const int kMostOverheard = 1 << 16;
+
+// Of a file whose size is settled: what does not fit is lost, and no memory is filled.
+int newNotes()
+{
+    const int file = static_cast<int>(memfd_create("ztrace", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    // Where files may not be so large, to ask for it would end the process.
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    const bool isSettled = file >= 0 && ftruncate(file, kMostOverheard) == 0;
+    std::signal(SIGXFSZ, previous);
+    if (isSettled && fcntl(file, F_ADD_SEALS, F_SEAL_GROW | F_SEAL_SHRINK) == 0)
+        return file;
+    if (file >= 0)
+        close(file);
+    return open("/dev/null", O_RDWR | O_CLOEXEC);
+}
+
+// A fatal one ends the process, as ever.
+void noteMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (type == QtFatalMsg)
+        toolkitMessage(type, context, text);
+    else if (type == QtWarningMsg || type == QtCriticalMsg)
+        std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+}
+
+} // namespace
 
 void reserveStandardDescriptors()
 {
@@ -85,6 +118,37 @@ Silence::~Silence()
         return;
     dup2(saved, STDERR_FILENO);
     close(saved);
+}
+
+Overheard::Overheard()
+    : saved(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)), file(newNotes()),
+      previous(qInstallMessageHandler(noteMessage))
+{
+    messageStream(); // has its own copy from now on
+    if (file >= 0)
+        dup2(file, STDERR_FILENO);
+}
+
+Overheard::~Overheard()
+{
+    qInstallMessageHandler(previous);
+    if (saved >= 0) {
+        dup2(saved, STDERR_FILENO);
+        close(saved);
+    }
+    if (file >= 0)
+        close(file);
+    std::clearerr(stderr); // notes may have been full
+}
+
+QByteArray Overheard::lines() const
+{
+    const off_t size = lseek(file, 0, SEEK_CUR);
+    QByteArray text(static_cast<int>(std::min<off_t>(std::max<off_t>(0, size), kMostOverheard)),
+                    '\0');
+    const ssize_t there = pread(file, text.data(), static_cast<std::size_t>(text.size()), 0);
+    text.resize(static_cast<int>(std::max<ssize_t>(0, there)));
+    return text;
 }
 
 } // namespace ztrace

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_CLI_MESSAGES_H
 #define ZTRACE_CLI_MESSAGES_H
 
+#include <QByteArray>
 #include <QtGlobal>
 
 #include <cstdio>
@@ -45,6 +46,24 @@ public:
 
 private:
     int saved;
+};
+
+// As Silence, but what they print is kept, and the toolkit's warnings beside it: 64 KiB, the first.
+class Overheard
+{
+public:
+    Overheard();
+    ~Overheard();
+    Overheard(const Overheard &) = delete;
+    Overheard &operator=(const Overheard &) = delete;
+
+    // Until now, in lines.
+    QByteArray lines() const;
+
+private:
+    int saved;
+    int file;
+    QtMessageHandler previous;
 };
 
 } // namespace ztrace

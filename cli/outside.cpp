@@ -134,7 +134,7 @@ sigset_t EndsLater::ofEnds()
 }
 
 QByteArray outputOf(const char *program, const char *package, const QStringList &arguments,
-                    const std::string &name, double bytes)
+                    const std::string &name, double bytes, QByteArray *complaints)
 {
     const double most = std::min(bytes, kMostBytes);
     const NamedContents printed;
@@ -157,6 +157,8 @@ QByteArray outputOf(const char *program, const char *package, const QStringList 
         }
     }
     const bool isGood = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (isGood && complaints)
+        *complaints = said.contents(kMostComplaint);
     if (isGood)
         return printed.contents(static_cast<qint64>(most));
     throw Failure(kInputUnreadable,

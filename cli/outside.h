@@ -52,9 +52,10 @@ private:
 
 // Runs it and returns what it prints. It has no input, `bytes` of memory beyond its own needs, and
 // can write no file larger than `bytes`. Throws a Failure about the input `name`: the program of
-// the Debian package is not installed, or it has failed, and what it says.
+// the Debian package is not installed, or it has failed, and what it says. What one that has not
+// failed says goes to `complaints`.
 QByteArray outputOf(const char *program, const char *package, const QStringList &arguments,
-                    const std::string &name, double bytes);
+                    const std::string &name, double bytes, QByteArray *complaints = nullptr);
 
 } // namespace ztrace
 

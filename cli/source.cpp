@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "source.h"
 
+#include "complaints.h"
 #include "distrust.h"
 #include "failure.h"
 #include "messages.h"
@@ -36,6 +37,16 @@ const double kMillion = 1e6;
 // Bytes a pixel that tracing takes, the decoded image and all that is made from it included.
 const double kBytesOfGrey = 14.0;
 const double kBytesOfColour = 24.0;
+
+// Bytes a pixel of an image within an SVG: decoded, of sixteen bits a channel, and made ready to be
+// drawn.
+const double kBytesOfEmbedded = 12.0;
+
+// Selectors of an SVG's style sheets times its elements, and stops of one gradient: five seconds
+// and half a second of the toolkit's reader (0.55 us a match; the stops' time grows with their
+// square).
+const double kMostMatches = 1e7;
+const double kMostStops = 20000.0;
 
 // A container of the toolkit holds no more.
 const qint64 kMostBytes = (1LL << 31) - 4096;
@@ -111,6 +122,28 @@ struct OpenedImage
     QImageReader reader;
 };
 
+// Digits of black and white in letters may stand together; the toolkit's reader takes them for one
+// number. All but those of the two sizes are set apart.
+QByteArray withDigitsApart(const QByteArray &bytes)
+{
+    QByteArray apart;
+    apart.reserve(2 * bytes.size());
+    int numbers = 0; // sizes that have begun
+    bool isComment = false;
+    bool inNumber = false;
+    for (int i = 0; i < bytes.size(); ++i) {
+        const char letter = bytes.at(i);
+        isComment = letter == '#' || (isComment && letter != '\n');
+        const bool isDigit = !isComment && i > 1 && letter >= '0' && letter <= '9';
+        numbers += isDigit && !inNumber && numbers < 3 ? 1 : 0;
+        inNumber = isDigit;
+        apart += letter;
+        if (isDigit && numbers > 2)
+            apart += ' ';
+    }
+    return apart;
+}
+
 // Until the end, which endless input does not have.
 QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &limits)
 {
@@ -176,6 +209,8 @@ void ImageSource::useContents()
         return;
     {
         const Silence silence;
+        if (data.startsWith("P1") && data.size() < kMostBytes / 2)
+            data = withDigitsApart(data);
         QBuffer buffer(&data);
         buffer.open(QIODevice::ReadOnly);
         QImageReader reader(&buffer);
@@ -204,6 +239,33 @@ void ImageSource::useSvg()
         fail(name, "the image is damaged or incomplete (its text has no end)");
     data = text;
     format = "svg";
+    refuseDemanding(demandOf(data));
+}
+
+void ImageSource::refuseDemanding(const SvgDemand &demand) const
+{
+    const double megapixels = demand.pixels / kMillion;
+    const double megabytes = megapixels * kBytesOfEmbedded;
+    if (megapixels > limits.pixels) {
+        fail(name,
+             "the images within it have more than " + shortText(limits.pixels)
+                 + " million pixels (see --max-pixels)");
+    }
+    if (megabytes > limits.megabytes) {
+        fail(name,
+             "the images within it take " + millions(megabytes)
+                 + " million bytes of memory, more than " + shortText(limits.megabytes)
+                 + " (see --max-memory)");
+    }
+    if (demand.rules * demand.elements > kMostMatches) {
+        fail(name,
+             "its style sheet asks for too much work: "
+                 + std::to_string(static_cast<qint64>(demand.rules)) + " rules for "
+                 + std::to_string(static_cast<qint64>(demand.elements)) + " elements (at most "
+                 + millions(kMostMatches / kMillion) + " million of both multiplied)");
+    }
+    if (demand.stops > kMostStops * kMostStops)
+        fail(name, "its gradients have too many stops (at most " + shortText(kMostStops) + ")");
 }
 
 void ImageSource::refuseTooLarge(const QSize &size, bool isGrey) const
@@ -273,11 +335,11 @@ ForeignLimits ImageSource::foreignLimits() const
 }
 
 // What another program has made is asked for its size like any file.
-QImage ImageSource::readForeign(int page, std::string *remark) const
+QImage ImageSource::readForeign(int page, Remarks *remarks) const
 {
-    std::string ignored;
+    Remarks ignored;
     QByteArray png
-        = foreignPicture(foreign, name, data, page, foreignLimits(), remark ? remark : &ignored);
+        = foreignPicture(foreign, name, data, page, foreignLimits(), remarks ? remarks : &ignored);
     const Silence silence;
     QBuffer buffer(&png);
     buffer.open(QIODevice::ReadOnly);
@@ -289,10 +351,10 @@ QImage ImageSource::readForeign(int page, std::string *remark) const
     return image;
 }
 
-QImage ImageSource::read(int page, bool upright, std::string *remark) const
+QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
 {
     if (foreign != Foreign::None)
-        return readForeign(page, remark);
+        return readForeign(page, remarks);
     const Silence silence;
     OpenedImage opened(data, name);
     QImageReader &reader = opened.reader;
@@ -312,6 +374,7 @@ QImage ImageSource::read(int page, bool upright, std::string *remark) const
              "there is no page " + std::to_string(page) + " (the file has "
                  + std::to_string(std::max(1, reader.imageCount())) + ")");
     }
+    const Overheard overheard;
     if (!reader.read(&image) || image.isNull()) {
         if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
             throw Failure(kFailed, name + ": the image does not fit into memory");
@@ -321,15 +384,20 @@ QImage ImageSource::read(int page, bool upright, std::string *remark) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
+    const QByteArray complaint = complaintIn(overheard.lines(), format);
+    if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
+        remarks->push_back("the image may be wrong, as the file is damaged: \""
+                           + complaint.toStdString() + '"');
+    }
     return image;
 }
 
 Ending ImageSource::ending(int page) const
 {
-    const std::vector<bool> pages = tiffPages(data);
+    const std::vector<Ending> pages = tiffPages(data);
     if (page < 1 || static_cast<std::size_t>(page) > pages.size())
         return end;
-    return pages[static_cast<std::size_t>(page - 1)] ? Ending::Whole : Ending::CutShort;
+    return pages[static_cast<std::size_t>(page - 1)];
 }
 
 bool ImageSource::isDrawing() const

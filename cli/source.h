@@ -14,6 +14,8 @@
 
 namespace ztrace {
 
+struct SvgDemand;
+
 // Largest number of pixels that the tracer can hold.
 const long long kMostPixels = 1LL << 30;
 
@@ -51,7 +53,7 @@ public:
 
     // Page 1 is the first. `upright` turns the image as its own note on orientation says. What is
     // to be told of an image that could not be read as it is goes to `remark`.
-    QImage read(int page, bool upright, std::string *remark = nullptr) const;
+    QImage read(int page, bool upright, Remarks *remarks = nullptr) const;
 
     // Whether the file ends where its image does; of a TIFF whether the page is there. Its reader
     // may give what is there and fill the rest.
@@ -69,8 +71,9 @@ public:
 private:
     void useContents();
     void useSvg();
+    void refuseDemanding(const SvgDemand &demand) const;
     ForeignLimits foreignLimits() const;
-    QImage readForeign(int page, std::string *remark) const;
+    QImage readForeign(int page, Remarks *remarks) const;
     bool askForSize(int page, QSize *size, bool *isGrey) const;
     void refuseTooLarge(const QSize &size, bool isGrey) const;
 

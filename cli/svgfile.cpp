@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QImageReader>
+#include <QSize>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
@@ -49,7 +50,7 @@ QByteArray textOf(const QByteArray &bytes, qint64 most)
 }
 
 // Whether the reference is an image in pixels, written out. One of SVG could name files again.
-bool isWrittenOut(const QString &reference)
+bool isWrittenOut(const QString &reference, QSize *size = nullptr)
 {
     const int data = reference.lastIndexOf(QLatin1String("base64,"));
     if (!reference.startsWith(QLatin1String("data:")) || data < 0)
@@ -58,6 +59,8 @@ bool isWrittenOut(const QString &reference)
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
+    if (size)
+        *size = reader.size();
     return reader.canRead() && !reader.format().startsWith("svg") && !isDistrusted(reader.format());
 }
 
@@ -115,6 +118,52 @@ QByteArray withoutNamedFiles(const QByteArray &bytes, qint64 most, int *leftOut)
         }
     }
     return result;
+}
+
+namespace {
+
+double pixelsWithin(const QXmlStreamReader &reader)
+{
+    double pixels = 0.0;
+    for (const QXmlStreamAttribute &attribute : reader.attributes()) {
+        QSize size;
+        if (attribute.name() == QLatin1String("href")
+            && isWrittenOut(attribute.value().trimmed().toString(), &size) && size.isValid())
+            pixels += double(size.width()) * double(size.height());
+    }
+    return pixels;
+}
+
+// Each has a block, or a comma before the next that shares it; those within blocks do no harm.
+double selectorsOf(const QStringRef &sheet)
+{
+    return sheet.count(QLatin1Char('{')) + sheet.count(QLatin1Char(','));
+}
+
+} // namespace
+
+SvgDemand demandOf(const QByteArray &text)
+{
+    SvgDemand demand;
+    double stops = 0.0; // of the gradient that is open
+    bool isSheet = false;
+    QXmlStreamReader reader(text);
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isCharacters() && isSheet)
+            demand.rules += selectorsOf(reader.text());
+        if (!reader.isStartElement())
+            continue;
+        ++demand.elements;
+        isSheet = reader.name() == QLatin1String("style");
+        if (reader.name() == QLatin1String("image"))
+            demand.pixels += pixelsWithin(reader);
+        if (reader.name().endsWith(QLatin1String("Gradient")))
+            stops = 0.0;
+        if (reader.name() == QLatin1String("stop"))
+            demand.stops += 2.0 * stops++ + 1.0; // squares are sums of odd numbers
+    }
+    return demand;
 }
 
 } // namespace ztrace

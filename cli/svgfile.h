@@ -16,6 +16,17 @@ bool svgEnds(const QByteArray &bytes);
 // none stays as it is. Null, and -1, when it is not well formed or has more than `most` bytes.
 QByteArray withoutNamedFiles(const QByteArray &bytes, qint64 most, int *leftOut);
 
+// What the toolkit's reader has to do for a text before anything is drawn.
+struct SvgDemand
+{
+    double pixels = 0.0;   // of all images that are written out within
+    double rules = 0.0;    // selectors of style sheets, each of which is tried at each element
+    double elements = 0.0; // all of them
+    double stops = 0.0;    // of gradients; each is put among those before it, so of each the square
+};
+
+SvgDemand demandOf(const QByteArray &text);
+
 } // namespace ztrace
 
 #endif

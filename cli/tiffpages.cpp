@@ -6,6 +6,7 @@
 
 #include "ByteWalk.h"
 
+#include <iterator>
 #include <set>
 
 namespace ztrace {
@@ -25,36 +26,38 @@ public:
           left(file.size())
     { }
 
-    std::vector<bool> pages()
+    std::vector<Ending> pages()
     {
-        std::vector<bool> found;
+        std::vector<Ending> found;
         ByteWalk walk(bytes, little);
         walk.moveTo(large ? 8 : 4);
         std::set<qint64> places;
         qint64 next = walk.number(wide);
         while (next != 0 && places.insert(next).second) {
             // A directory that is not there is a page nevertheless.
-            const bool isWhole = readDirectory(next, &next);
-            found.push_back(isWhole);
+            const Ending end = readDirectory(next, &next);
+            found.push_back(end);
         }
         return found;
     }
 
 private:
     // Whether all of it is there. Where that cannot be told there is no next one.
-    bool readDirectory(qint64 place, qint64 *next)
+    Ending readDirectory(qint64 place, qint64 *next)
     {
         ByteWalk walk(bytes, little);
         walk.moveTo(place);
         const qint64 entries = walk.number(large ? 8 : 2);
         std::vector<qint64> offsets;
         std::vector<qint64> sizes;
+        bool areValuesThere = true;
         for (qint64 i = 0; i < entries && !walk.isBeyond() && left > 0; ++i, --left) {
             const qint64 tag = walk.number(2);
             const qint64 type = walk.number(2);
             const qint64 count = walk.number(wide);
             const qint64 value = walk.at();
             walk.skip(wide);
+            areValuesThere = areValuesThere && isThere(value, type, count);
             if (tag == kStripOffsets || tag == kTileOffsets)
                 offsets = numbersAt(value, type, count);
             else if (tag == kStripSizes || tag == kTileSizes)
@@ -63,9 +66,30 @@ private:
         *next = walk.number(wide);
         if (walk.isBeyond() || left <= 0) {
             *next = 0;
-            return false;
+            return Ending::CutShort;
         }
-        return dataIsThere(offsets, sizes);
+        if (!dataIsThere(offsets, sizes))
+            return Ending::CutShort;
+        return areValuesThere ? Ending::Whole : Ending::PartsLost;
+    }
+
+    // Bytes of a value; 0 of types that are not known, which readers pass over.
+    static qint64 sizeOfType(qint64 type)
+    {
+        const int kSizes[] = { 0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8 };
+        return type < static_cast<qint64>(std::size(kSizes)) ? kSizes[type] : 0;
+    }
+
+    // Values that do not fit into the entry lie elsewhere, in the file.
+    bool isThere(qint64 place, qint64 type, qint64 count) const
+    {
+        const qint64 size = sizeOfType(type);
+        if (size == 0 || count <= wide / size)
+            return true;
+        ByteWalk walk(bytes, little);
+        walk.moveTo(place);
+        walk.moveTo(walk.number(wide));
+        return !walk.isBeyond() && count <= (bytes.size() - walk.at()) / size;
     }
 
     // Values of an entry; a single -1 where they lie beyond the end.
@@ -102,7 +126,7 @@ private:
 
 } // namespace
 
-std::vector<bool> tiffPages(const QByteArray &bytes)
+std::vector<Ending> tiffPages(const QByteArray &bytes)
 {
     for (const bool little : { true, false }) {
         for (const int version : { 42, 43 }) {

@@ -4,15 +4,15 @@
 #ifndef ZTRACE_CLI_TIFFPAGES_H
 #define ZTRACE_CLI_TIFFPAGES_H
 
-#include <QByteArray>
+#include "ending.h"
 
 #include <vector>
 
 namespace ztrace {
 
-// For each page whether its directory, and all the data that this points at, is there. Empty for
-// what is no TIFF.
-std::vector<bool> tiffPages(const QByteArray &bytes);
+// For each page whether its directory and its pixels are there, and all other values that the
+// directory points at (colours, resolution). Empty for what is no TIFF.
+std::vector<Ending> tiffPages(const QByteArray &bytes);
 
 } // namespace ztrace
 

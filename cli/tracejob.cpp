@@ -222,6 +222,8 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
         job.warn(name + ": the first of " + std::to_string(frames)
                  + " frames is traced; those of a PNG are not read");
     }
+    if (hasAnotherPnm(source.contents()))
+        job.warn(name + ": the first image is traced; those behind it are not read");
     if (job.given.count("page"))
         return;
     const int pages = std::max(source.pages(), source.pagesClaimed());
@@ -239,11 +241,21 @@ void usePlacement(const ImageSource &source, int page, TraceJob *job)
         job->placement = placementOf(job->input, source.contents());
 }
 
+void warnOfRemarks(const Remarks &remarks, const TraceJob &job)
+{
+    for (const std::string &remark : remarks)
+        job.warn(inputName(job.input) + ": " + remark);
+}
+
 void warnOfEnding(Ending ending, const TraceJob &job)
 {
     const std::string name = inputName(job.input);
     if (ending == Ending::CutShort)
         job.warn(name + ": the image is incomplete; what is missing has one colour");
+    if (ending == Ending::PartsLost)
+        job.warn(name
+                 + ": the file is incomplete; colours or sizes may be wrong, as what it says of "
+                   "them is missing");
     if (ending == Ending::Untold)
         job.warn(name + ": whether the image is complete cannot be told of this format");
 }

@@ -56,6 +56,9 @@ void warnOfSource(const ImageSource &source, const TraceJob &job);
 // there. Throws a Failure for a world file that is none.
 void usePlacement(const ImageSource &source, int page, TraceJob *job);
 
+// Tells what there is to be told of an image that was read.
+void warnOfRemarks(const Remarks &remarks, const TraceJob &job);
+
 // Tells of an image that does not end where it should.
 void warnOfEnding(Ending ending, const TraceJob &job);
 

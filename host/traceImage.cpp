@@ -56,7 +56,9 @@ QImage imageOfFile(const ztrace::TraceJob &job)
                               "--page: a script traces one page after the other");
     }
     warnOfSource(source, job);
-    QImage image = source.read(settings.page, !settings.raw);
+    ztrace::Remarks remarks;
+    QImage image = source.read(settings.page, !settings.raw, &remarks);
+    warnOfRemarks(remarks, job);
     warnOfEnding(source.ending(settings.page), job);
     return image;
 }

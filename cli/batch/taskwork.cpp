@@ -121,10 +121,9 @@ void TaskWork::draw(const Task &task, const ImageSource &image, Traced *traced)
 void TaskWork::tracePage(const Task &task, const ImageSource &image, TraceJob job, Traced *traced)
 {
     auto start = std::chrono::steady_clock::now();
-    std::string remark;
-    QImage picture = image.read(task.item.page, !job.settings.raw, &remark);
-    if (!remark.empty())
-        job.warn(inputName(task.item.path) + ": " + remark);
+    Remarks remarks;
+    QImage picture = image.read(task.item.page, !job.settings.raw, &remarks);
+    warnOfRemarks(remarks, job);
     const double reading = secondsSince(start);
     const Ending ending = image.ending(task.item.page);
     warnOfEnding(ending, job);

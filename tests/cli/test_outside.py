@@ -2,6 +2,7 @@
 """Programs that read PDF and HEIC for the command: what they say is not believed, what they take is limited, and
 none outlives the command. Scripts of their names stand in for them."""
 import os
+import shutil
 import signal
 import subprocess
 import sys
@@ -102,6 +103,47 @@ class Belief(OutsideTest):
         self.trace("a.heic", "--page", "all", "-o", "b.svg")
         self.assertEqual(self.read("b-1.svg"), self.read("b-2.svg"))
         self.assertIn("there is no page 3", self.trace("a.heic", "--page", "3", code=3))
+
+
+class Damage(OutsideTest):
+    """The programs draw what they make of a damaged file and end well: what they say is a warning."""
+    GOOD = "sys.stdout.buffer.write(open('page.png', 'rb').read()); "
+
+    def said(self, *lines):
+        self.page("100 x 50", pages=1)
+        self.program("pdftoppm", self.GOOD + "sys.stderr.write(%r)" % ("\n".join(lines) + "\n"))
+        return self.trace("a.pdf")
+
+    def test_the_first_error_is_told(self):
+        said = self.said("Syntax Warning: something", "Syntax Error (121): Unexpected \x1bend", "Syntax Error: more")
+        self.assertEqual(said, "ztrace: a.pdf: the image may be wrong, as the file is damaged: pdftoppm says "
+                               "\"Syntax Error (121): Unexpected ?end\"\n")
+        self.trace("batch", "a.pdf", "--out", "out")
+        self.assertIn("Unexpected", self.read("out/ztrace-results.jsonl").decode())
+
+    def test_of_a_picture_within(self):
+        self.assertIn("Corrupt JPEG data: premature end", self.said("Corrupt JPEG data: premature end of data segment"))
+
+    def test_chatter_is_not(self):
+        self.assertEqual(self.said("Syntax Warning: Invalid Font Weight", "Config Error: No display font for 'Symbol'",
+                                   "xx Syntax Error: within a line", ""), "")
+
+    def test_pictures_of_telephones(self):
+        self.program("heif-convert", "open(sys.argv[2], 'wb').write(open('page.png', 'rb').read());"
+                                     "sys.stderr.write('Warning: bitstream error\\n')")
+        self.assertIn("heif-convert says \"Warning: bitstream error\"", self.trace("a.heic"))
+
+    @unittest.skipUnless(shutil.which("pdftoppm"), "pdftoppm is not installed")
+    def test_a_file_whose_bits_were_flipped(self):
+        self.environment["PATH"] = "/usr/bin:/bin"
+        self.write("page.png", png(60, 60, lambda x, y: BLACK if square(x, y, 15, 15, 29) else WHITE))
+        self.run_program("page.png", "-o", "whole.pdf")
+        self.assertEqual(self.trace("whole.pdf"), "")
+        whole = self.read("whole.pdf")
+        start = whole.index(b"stream", whole.index(b"FlateDecode")) + 20
+        self.write("damaged.pdf", whole[:start] + bytes(255 - byte for byte in whole[start:start + 4]) + whole[start + 4:])
+        self.assertIn("damaged.pdf: the image may be wrong, as the file is damaged: pdftoppm says",
+                      self.trace("damaged.pdf"))
 
 
 class Limits(OutsideTest):

@@ -56,8 +56,32 @@ private slots:
     void othersAreDropped();
     void aMessageIsALine();
     void messagesPassSilence();
+    void whatIsOverheardIsKept();
     void closedDescriptorsAreTaken();
 };
+
+// Of libraries and of the toolkit, in order, and no more than there is room for.
+void tst_Messages::whatIsOverheardIsKept()
+{
+    const Ended ended = inChild([] {
+        QByteArray lines;
+        int size = 0;
+        {
+            const Overheard overheard;
+            std::fputs("of a library\n", stderr);
+            qWarning("of the toolkit");
+            qDebug("of no interest");
+            lines = overheard.lines();
+            for (int i = 0; i < 100000; ++i)
+                std::fputs("again and again\n", stderr);
+            size = overheard.lines().size();
+        }
+        std::fputs("afterwards\n", stderr);
+        return lines == "of a library\nof the toolkit\n" && size > 60000 && size <= 65536 ? 77 : 1;
+    });
+    QCOMPARE(ended.code, 77);
+    QCOMPARE(ended.text, QByteArray("afterwards\n"));
+}
 
 void tst_Messages::fatalOnesAreTold()
 {

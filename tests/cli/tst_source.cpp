@@ -3,7 +3,9 @@
 // Input files: those that end early, at every byte and in every format that the toolkit reads;
 // those that ask for too much; those that name other files.
 #include "rightsums.h"
+#include "smallfiles.h"
 
+#include "cli/complaints.h"
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/source.h"
@@ -25,115 +27,6 @@
 using namespace ztrace;
 
 namespace {
-
-QImage picture(QImage::Format format, int width = 23, int height = 9)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            image.setPixel(x, y, qRgb(x * 11 + 1, y * 28, (x * y * 7) % 256));
-    }
-    return image.convertToFormat(format);
-}
-
-QByteArray written(const char *writer, const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter imageWriter(&buffer, writer);
-    if (!imageWriter.write(image))
-        qFatal("%s: %s", writer, qPrintable(imageWriter.errorString()));
-    return bytes;
-}
-
-// With the writer told to do it in another way.
-QByteArray written(const char *writer, const QImage &image, int compression, int quality,
-                   bool progressive)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter imageWriter(&buffer, writer);
-    imageWriter.setCompression(compression);
-    imageWriter.setQuality(quality);
-    imageWriter.setProgressiveScanWrite(progressive);
-    if (!imageWriter.write(image))
-        qFatal("%s: %s", writer, qPrintable(imageWriter.errorString()));
-    return bytes;
-}
-
-// Two frames of 4 x 4 pixels. Codes of three bits, a clear code before every second pixel, so that
-// the table never grows.
-QByteArray gif(int frames)
-{
-    QByteArray bytes = "GIF89a" + little(4, 2) + little(4, 2) + little(0x80, 3);
-    bytes += QByteArray::fromHex("000000ffffff");
-    for (int frame = 0; frame < frames; ++frame) {
-        int bits = 0;
-        int count = 0;
-        QByteArray codes;
-        const auto put = [&](int code) {
-            bits |= code << count;
-            for (count += 3; count >= 8; count -= 8, bits >>= 8)
-                codes += static_cast<char>(bits & 255);
-        };
-        for (int i = 0; i < 16; ++i) {
-            if (i % 2 == 0)
-                put(4);
-            put((i + frame) % 3 == 0 ? 1 : 0);
-        }
-        put(5);
-        codes += static_cast<char>(bits & 255);
-        bytes += QByteArray::fromHex("21f9040005000000"); // shown for five hundredths of a second
-        bytes += ',' + little(0, 4) + little(4, 2) + little(4, 2) + little(0, 1) + little(2, 1)
-            + little(codes.size(), 1) + codes + little(0, 1);
-    }
-    return bytes + ';';
-}
-
-QByteArray tga()
-{
-    QByteArray bytes = little(0, 2) + little(2, 1) + little(0, 9) + little(5, 2) + little(4, 2)
-        + little(24, 1) + little(0x20, 1);
-    for (int i = 0; i < 20; ++i)
-        bytes += little(i * 0x0A0305 + 0x101010, 3);
-    return bytes;
-}
-
-// One of runs: 8 x 4 pixels, 8 bits each.
-QByteArray bmpInRuns()
-{
-    QByteArray runs;
-    for (int y = 0; y < 4; ++y)
-        runs
-            += little(5, 1) + little(y + 1, 1) + QByteArray::fromHex("000307080900") + little(0, 2);
-    runs += little(0x100, 2);
-    QByteArray colours;
-    for (int i = 0; i < 256; ++i)
-        colours += little(i * 0x010203, 4);
-    QByteArray head = little(40, 4) + little(8, 4) + little(4, 4) + little(1, 2) + little(8, 2)
-        + little(1, 4) + little(runs.size(), 4) + little(0, 8) + little(256, 4) + little(0, 4);
-    const int data = 14 + head.size() + colours.size();
-    return "BM" + little(data + runs.size(), 4) + little(0, 4) + little(data, 4) + head + colours
-        + runs;
-}
-
-QByteArray mng()
-{
-    const QByteArray png = written("png", picture(QImage::Format_RGB32));
-    const QByteArray head
-        = "MHDR" + big(23) + big(9) + big(100) + big(0) + big(0) + big(0) + big(1);
-    return QByteArray::fromHex("8a4d4e470d0a1a0a") + big(28) + head + sum(head) + png.mid(8)
-        + big(0) + "MEND" + sum("MEND");
-}
-
-QByteArray svg(const QByteArray &inside)
-{
-    return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
-           "width='20' height='20'>"
-        + inside + "</svg>\n";
-}
 
 // A file in memory alone.
 std::string temporaryFile(const QByteArray &bytes)
@@ -160,7 +53,10 @@ QString complaint(const QByteArray &bytes, QImage *image,
         *image = source.read(1, true);
         if (source.ending(1) == Ending::Whole)
             return QString();
-        return QString::fromLatin1(source.ending(1) == Ending::CutShort ? "cut short" : "untold");
+        const bool isCut = source.ending(1) == Ending::CutShort;
+        return QString::fromLatin1(isCut                                       ? "cut short"
+                                       : source.ending(1) == Ending::PartsLost ? "parts lost"
+                                                                               : "untold");
     } catch (const Failure &failure) {
         return failure.code == kInputUnreadable ? QString::fromLocal8Bit(failure.what())
                                                 : QString::fromLatin1("another code");
@@ -192,12 +88,18 @@ private slots:
     void distrustedFormats();
     void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
     void sizesAreAskedFirst();
+    void damagedPixelsAreTold();
+    void whatIsDamage_data();
+    void whatIsDamage();
     void framesOfAnAnimation();
     void framesOfAPngAreCounted();
     void endlessInput();
     void svgLoadsNoFiles_data();
     void svgLoadsNoFiles();
+    void digitsMayStandTogether();
+    void imagesBehindTheFirst();
     void svgKeepsItsOwn();
+    void svgAsksForTooMuch();
 };
 
 void tst_Source::wholeFilesAreWhole_data()
@@ -221,6 +123,7 @@ void tst_Source::wholeFilesAreWhole_data()
     row("bmp in runs", bmpInRuns(), "bmp");
     row("tiff in lzw", written("tiff", colour, 1, -1, false), "tiff");
     row("tiff of one bit", written("tiff", mono), "tiff");
+    row("tiff of colours", tiffOfColours(), "tiff");
     row("webp without loss", written("webp", colour, -1, 100, false), "webp");
     row("progressive jpeg", written("jpeg", colour, -1, 80, true), "jpeg");
     row("png of one bit", written("png", mono), "png");
@@ -228,6 +131,7 @@ void tst_Source::wholeFilesAreWhole_data()
     row("pbm", written("pbm", mono), "pbm");
     row("pgm", written("pgm", grey), "pgm");
     row("pbm in letters", "P1\n# a comment\n3 2\n0 1 0\n1 0 1\n", "pbm");
+    row("pbm in letters without spaces", "P1 #1\n3 2\n#01\n010\n1 01\n", "pbm");
     row("pgm in letters", "P2\n3 2 255\n0 17 204\n3 2 1\n", "pgm");
     row("ppm in letters", "P3\n2 1\n255\n0 17 204\n3 2 11\n", "ppm");
     row("pgm of sixteen bits", "P5 2 2 65535\nabcdefgh", "pgm");
@@ -266,8 +170,10 @@ void tst_Source::filesCutAnywhereAreTold()
         const QString said = complaint(bytes.left(size), &cut);
         QVERIFY2(said != QString::fromLatin1("another code"), qPrintable(QString::number(size)));
         // What is lost may be nothing but the end of the last line.
-        if (said.isEmpty())
-            QVERIFY2(cut == whole, qPrintable(QString::number(size)));
+        if (said.isEmpty()) {
+            QVERIFY2(cut == whole && cut.dotsPerMeterX() == whole.dotsPerMeterX(),
+                     qPrintable(QString::number(size)));
+        }
     }
 }
 
@@ -402,6 +308,60 @@ void tst_Source::sizesAreAskedFirst()
     QVERIFY(image.isNull());
 }
 
+// Decoders make pixels of anything; what they say of it is told.
+void tst_Source::damagedPixelsAreTold()
+{
+    const QByteArray jpeg = written("jpeg", picture(QImage::Format_RGB32, 150, 120));
+    QByteArray damagedJpeg = jpeg;
+    damagedJpeg.remove(jpeg.size() / 2, 200);
+    // Lines like those before them, and the end; then a run of 64 in a line of eight.
+    const std::pair<QByteArray, QByteArray> kFiles[]
+        = { { jpeg, damagedJpeg },
+            { fax(QByteArray::fromHex("ff001001")), fax(QByteArray::fromHex("3b350dff")) } };
+    for (const auto &file : kFiles) {
+        Remarks remarks;
+        sourceOf(file.first).read(1, true, &remarks);
+        QVERIFY2(remarks.empty(), remarks.empty() ? "" : remarks[0].c_str());
+        const ImageSource source = sourceOf(file.second);
+        source.read(1, true, &remarks);
+        QCOMPARE(source.ending(1), Ending::Whole);
+        QCOMPARE(remarks.size(), std::size_t(1));
+        QVERIFY(remarks[0].find("the image may be wrong, as the file is damaged: \"") == 0);
+        QVERIFY(remarks[0].find('\n') == std::string::npos);
+    }
+}
+
+void tst_Source::whatIsDamage_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<bool>("isDamage");
+    const auto row = [](const char *line, const char *format, bool isDamage) {
+        QTest::newRow(line) << QByteArray(line) << QByteArray(format) << isDamage;
+    };
+    row("Fax4Decode: Bad code word at line 3 of strip 0 (x 40).", "tiff", true);
+    row("Fax3Decode1D: Warning, Line length mismatch at line 5", "tiff", true);
+    row("JPEGLib: Warning, Corrupt JPEG data: premature end of data segment.", "tiff", true);
+    row("TIFFReadDirectory: Warning, Unknown field with tag 33000 (0x80e8) encountered.", "tiff",
+        false);
+    row("TIFFFetchNormalTag: Warning, ASCII value for tag \"Artist\" contains null byte.", "tiff",
+        false);
+    row("TIFFFillStrip: Read error at scanline 7; got 5 bytes, expected 9.", "tiff", true);
+    row("Corrupt JPEG data: bad Huffman code", "jpeg", true);
+    row("Corrupt JPEG data: 12 extraneous bytes before marker 0xd4", "jpeg", true);
+    row("Corrupt JPEG data: 7 extraneous bytes before marker 0xd9", "jpeg", false);
+    row("Corrupt JPEG data: 1 extraneous bytes before marker 0xe2", "jpeg", false);
+    row("libpng warning: iCCP: known incorrect sRGB profile", "png", false);
+}
+
+void tst_Source::whatIsDamage()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QByteArray, format);
+    QFETCH(bool, isDamage);
+    QCOMPARE(complaintIn("\n" + line + "\nmore\n", format), isDamage ? line : QByteArray());
+}
+
 void tst_Source::framesOfAnAnimation()
 {
     const ImageSource source = sourceOf(gif(5));
@@ -484,6 +444,28 @@ void tst_Source::svgLoadsNoFiles()
     QVERIFY(source.read(1, true).pixelColor(9, 9) != QColor(Qt::red));
 }
 
+void tst_Source::digitsMayStandTogether()
+{
+    const QImage together = sourceOf("P1 #1\n3 2\n#01\n010\n1 01\n").read(1, true);
+    const QImage apart = sourceOf("P1 3 2 0 1 0 1 0 1").read(1, true);
+    QCOMPARE(together.convertToFormat(QImage::Format_RGB32),
+             apart.convertToFormat(QImage::Format_RGB32));
+    QVERIFY(apart.pixelColor(0, 0) != apart.pixelColor(1, 0));
+}
+
+void tst_Source::imagesBehindTheFirst()
+{
+    for (const QByteArray &one : { written("ppm", picture(QImage::Format_RGB32)),
+                                   written("pbm", picture(QImage::Format_Mono)),
+                                   written("pgm", picture(QImage::Format_Grayscale8)) }) {
+        QVERIFY(!hasAnotherPnm(one));
+        QVERIFY(!hasAnotherPnm(one + "\nPlain words"));
+        QVERIFY(hasAnotherPnm(one + one));
+        for (int size = 0; size < one.size(); ++size)
+            QVERIFY(!hasAnotherPnm(one.left(size)));
+    }
+}
+
 void tst_Source::svgKeepsItsOwn()
 {
     QImage green(20, 20, QImage::Format_RGB32);
@@ -495,6 +477,40 @@ void tst_Source::svgKeepsItsOwn()
     QCOMPARE(leftOut, 0);
     QCOMPARE(sourceOf(text).read(1, true).pixelColor(9, 9), QColor(Qt::green));
     QVERIFY(withoutNamedFiles(text.left(text.size() - 4), 1 << 20, &leftOut).isNull());
+}
+
+// Before anything within it is decoded or matched.
+void tst_Source::svgAsksForTooMuch()
+{
+    QImage image;
+    const QByteArray one = "<image width='9' height='9' xlink:href='data:image/png;base64,"
+        + written("png", picture(QImage::Format_RGB32, 100, 100)).toBase64() + "'/>";
+    SourceLimits limits;
+    limits.pixels = 0.025;
+    QCOMPARE(complaint(svg(one + one), &image, limits), QString());
+    QVERIFY(
+        complaint(svg(one + one + one), &image, limits)
+            .endsWith(QLatin1String(
+                "the images within it have more than 0.025 million pixels (see --max-pixels)")));
+    limits.pixels = 1.0;
+    limits.megabytes = 0.3;
+    QVERIFY(complaint(svg(one + one + one), &image, limits)
+                .contains(QLatin1String("more than 0.3 (see --max-memory)")));
+    const QByteArray sheet = "<style>" + QByteArray("rect,a{fill:red}").repeated(20) + "</style>";
+    const QByteArray elements = QByteArray("<rect width='9' height='9'/>").repeated(50);
+    const SvgDemand demand = demandOf(svg(sheet + elements));
+    QCOMPARE(demand.rules, 40.0);
+    QCOMPARE(demand.elements, 52.0);
+    QCOMPARE(complaint(svg(sheet + elements), &image), QString());
+    const QByteArray longSheet = "<style>" + QByteArray("a{}").repeated(200000) + "</style>";
+    QVERIFY(complaint(svg(longSheet + elements), &image)
+                .contains(QLatin1String("its style sheet asks for too much work: 200000 rules")));
+    const QByteArray gradient
+        = "<linearGradient>" + QByteArray("<stop/>").repeated(300) + "</linearGradient>";
+    QCOMPARE(demandOf(svg(gradient + gradient)).stops, 2.0 * 300 * 300);
+    const QByteArray stops
+        = "<linearGradient>" + QByteArray("<stop/>").repeated(20001) + "</linearGradient>";
+    QVERIFY(complaint(svg(stops), &image).contains(QLatin1String("have too many stops")));
 }
 
 int main(int argc, char **argv)

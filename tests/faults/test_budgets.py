@@ -2,6 +2,7 @@
 """Small files that would have a program work for hours, fill the memory or the disk: what each may take of processor
 time, memory and output, as measured when it came in, times three or four. The limits of the system end what goes far
 beyond."""
+import base64
 import gzip
 import json
 import os
@@ -88,6 +89,11 @@ def pictures():
         "svg-deep": svg("<g>" * 20000 + "</g>" * 20000),
         "svg-dashes": svg('<path d="M0 0 L1e9 0" stroke="red" stroke-dasharray="1e-6"/>'),
         "svg-far": svg('<circle r="1e30" stroke="red" stroke-width="1e30"/><path d="M0 0 L1e300 1e300 L-1e300 5z"/>'),
+        "svg-images": svg(('<image width="20" height="20" xlink:href="data:image/png;base64,%s"/>'
+                           % base64.b64encode(png(16000, 100)).decode()) * 4),
+        "svg-sheet": svg("<style>" + "rect{fill:red} " * 20000 + "</style>" + '<rect width="9" height="9"/>' * 4000),
+        "svg-stops": svg('<linearGradient id="g">' + '<stop offset="0.5" stop-color="red"/>' * 200000
+                         + '</linearGradient><rect width="20" height="20" fill="url(#g)"/>'),
         "svg-text": svg('<text font-size="1e7">' + "W" * 1000 + "</text>"),
         "svgz": gzip.compress(svg(" " * 30000000), mtime=0),
         "png-size": png(40000, 100),

@@ -17,64 +17,64 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.196, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 161
+        "colour": 0.194, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 160
     },
     "lines": {
-        "colour": 0.611, "detail": 1.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.028, "numbers": 464
+        "colour": 0.590, "detail": 1.4, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.050, "numbers": 458
     },
     "letters": {
-        "colour": 0.532, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 6.897, "numbers": 2249
+        "colour": 0.473, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.701, "numbers": 1957
     },
     "logo": {
-        "colour": 0.429, "detail": 3.8, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.448, "numbers": 472
+        "colour": 0.426, "detail": 3.5, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.559, "numbers": 506
     },
     "logo-layers": {
-        "colour": 0.637, "detail": 3.8, "regions": 1, "uncovered": 101.16,
-        "uncovered4": 26.05, "hairlines": 26.05, "joints": 1.475, "numbers": 477
+        "colour": 0.635, "detail": 3.8, "regions": 1, "uncovered": 101.03,
+        "uncovered4": 26.04, "hairlines": 26.04, "joints": 1.574, "numbers": 509
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.222, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.138, "numbers": 204
+        "colour": 0.218, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.978, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.52, "hairlines": 2.52, "joints": 5.081, "numbers": 327
+        "colour": 0.981, "detail": 0.6, "regions": 0, "uncovered": 7.07,
+        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.081, "numbers": 319
     },
     "map": {
-        "colour": 0.966, "detail": 2.1, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 8.392, "numbers": 3232
+        "colour": 0.994, "detail": 2.0, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.630, "numbers": 2940
     },
     "map-layers": {
-        "colour": 0.745, "detail": 4.3, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.25, "joints": 8.635, "numbers": 3285
+        "colour": 0.760, "detail": 4.9, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.12, "joints": 7.630, "numbers": 2940
     },
     "dialog": {
-        "colour": 0.725, "detail": 5.2, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.389, "numbers": 3608
+        "colour": 0.835, "detail": 4.8, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 14.863, "numbers": 3670
     },
     "cartoon": {
-        "colour": 1.078, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.294, "numbers": 385
+        "colour": 1.072, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.266, "numbers": 385
     },
     "cartoon-few": {
-        "colour": 1.594, "detail": 4.1, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.797, "numbers": 402
+        "colour": 1.574, "detail": 3.7, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.701, "numbers": 387
     },
     "hills-flat": {
         "colour": 0.900, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 821
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 274
     },
     "shaded-flat": {
-        "colour": 2.841, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 26.764, "numbers": 3151
+        "colour": 2.839, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 24.405, "numbers": 2604
     },
     "shaded": {
         "colour": 1.131, "regions": 0, "uncovered": 0.01,
@@ -89,28 +89,28 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 11.50, "joints": 3.586, "numbers": 337
     },
     "one-bit": {
-        "colour": 2.619, "detail": 3.2, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.648, "numbers": 1023
+        "colour": 2.580, "detail": 3.2, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.684, "numbers": 1018
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.973, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.559, "numbers": 1413
+        "colour": 0.964, "detail": 0.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.429, "numbers": 1386
     },
     "letters-engine": {
-        "colour": 1.648, "detail": 6.3, "regions": 14, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 23.128, "numbers": 3267
+        "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
     },
     "map-engine": {
-        "colour": 1.765, "detail": 18.3, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.08, "joints": 16.067, "numbers": 4970
+        "colour": 1.777, "detail": 18.3, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.01, "joints": 16.105, "numbers": 4962
     },
     "dialog-engine": {
-        "colour": 1.721, "detail": 7.9, "regions": 18, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 25.191, "numbers": 4448
+        "colour": 1.930, "detail": 7.7, "regions": 24, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 24.196, "numbers": 4115
     },
     "grey-page-engine": {
         "colour": 2.950, "detail": 3.4, "regions": 28, "uncovered": 0.01,

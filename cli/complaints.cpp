@@ -1,0 +1,40 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "complaints.h"
+
+#include <QList>
+
+namespace ztrace {
+
+namespace {
+
+// "Fax4Decode: Warning, Line length mismatch at line 3 ...": the name of what speaks, and how grave
+// it is. Warnings of the reading of directories ("TIFFReadDirectory: Warning, Unknown field") are
+// about tags, not pixels.
+bool isOfTiff(const QByteArray &line)
+{
+    return line.contains(": ") && !(line.startsWith("TIFF") && line.contains(": Warning, "));
+}
+
+// Cameras write bytes before the end mark. Before a restart mark they are data that went wrong.
+bool isOfJpeg(const QByteArray &line)
+{
+    if (line.contains("extraneous bytes before marker"))
+        return line.contains("before marker 0xd") && line.right(1) < "8";
+    return line.startsWith("Corrupt JPEG data") || line.startsWith("Premature end of JPEG")
+        || line.startsWith("Inconsistent progression");
+}
+
+} // namespace
+
+QByteArray complaintIn(const QByteArray &lines, const QByteArray &format)
+{
+    const bool isTiff = format == "tiff" || format == "tif";
+    const bool isJpeg = format == "jpeg" || format == "jpg";
+    for (const QByteArray &line : lines.split('\n')) {
+        if ((isTiff && isOfTiff(line)) || (isJpeg && isOfJpeg(line)))
+            return line.trimmed();
+    }
+    return QByteArray();
+}
+
+} // namespace ztrace
