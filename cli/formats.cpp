@@ -103,12 +103,17 @@ void refuseInputAsOutput(const std::string &input, const QString &output)
         throw Failure(kWrongUsage, inputName(input) + ": the output would overwrite the input");
 }
 
-// The same for all names of a file.
+// The same for all names of a file, be it there or not; what cannot be looked up fails later.
 QString identityOf(const QString &fileName)
 {
-    const QFileInfo file(fileName);
     if (fileName == QLatin1String(kStandardOutput))
         return fileName;
+    Target target;
+    QString error;
+    lookUp(fileName, &target, &error);
+    if (!target.path.isEmpty())
+        return QFile::decodeName(target.path);
+    const QFileInfo file(fileName);
     return file.exists()
         ? file.canonicalFilePath()
         : QFileInfo(file.path()).canonicalFilePath() + QLatin1Char('/') + file.fileName();
@@ -164,6 +169,15 @@ bool isForeignImage(const QString &fileName)
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
+void refuseTwins(const std::vector<Output> &outputs)
+{
+    std::set<QString> files;
+    for (const Output &output : outputs) {
+        if (!files.insert(identityOf(output.fileName)).second)
+            throw Failure(kWrongUsage, "--output: " + bytesOf(output.fileName) + " is given twice");
+    }
+}
+
 // The format that was chosen, or is written when nothing is said.
 const Format *chosenFormat(const Settings &settings)
 {
@@ -209,12 +223,9 @@ void refuseToReplace(const QString &fileName, const Settings &settings)
 std::vector<Output> outputsFor(const std::string &input, const Settings &settings)
 {
     std::vector<Output> outputs;
-    std::set<QString> names;
-    for (const std::string &name : settings.outputs) {
+    for (const std::string &name : settings.outputs)
         outputs.push_back(outputNamed(name, settings));
-        if (!names.insert(identityOf(outputs.back().fileName)).second)
-            throw Failure(kWrongUsage, "--output: " + name + " is given twice");
-    }
+    refuseTwins(outputs);
     const Format *chosen = chosenFormat(settings);
     if (outputs.empty() && input == kStandardOutput)
         outputs.push_back({ QString::fromLatin1(kStandardOutput), chosen });
@@ -245,6 +256,7 @@ std::vector<Output> outputsForPage(std::vector<Output> outputs, int page, int pa
         refuseOthers(output.fileName, input, settings);
         refuseToReplace(output.fileName, settings);
     }
+    refuseTwins(outputs);
     return outputs;
 }
 

@@ -58,7 +58,8 @@ void addPaletteLine(const std::string &place, const std::string &line, std::vect
     for (int channel : channels) {
         if (!words || channel < 0 || channel > 255) {
             throw Failure(kWrongUsage,
-                          place + ": \"" + line + "\" is not a colour (three numbers to 255)");
+                          place + ": \"" + shortened(line)
+                              + "\" is not a colour (three numbers to 255)");
         }
     }
     addOnce(qRgb(channels[0], channels[1], channels[2]), colours);
@@ -106,7 +107,7 @@ std::vector<QRgb> paletteValue(const std::string &text)
         addList("--palette", text, &colours);
     }
     if (colours.empty())
-        throw Failure(kWrongUsage, "--palette: \"" + text + "\" has no colours");
+        throw Failure(kWrongUsage, "--palette: \"" + shortened(text) + "\" has no colours");
     if (static_cast<int>(colours.size()) > kMostColors) {
         throw Failure(kWrongUsage,
                       "--palette: more than " + std::to_string(kMostColors) + " colours");

@@ -465,7 +465,7 @@ const Option *findOption(const std::string &name)
 
 std::string noSuchOption(const std::string &name)
 {
-    return "there is no option --" + name + suggestion(name, optionNames(), "--");
+    return "there is no option --" + shortened(name) + suggestion(name, optionNames(), "--");
 }
 
 const Option *findOption(char shortName)

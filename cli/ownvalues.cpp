@@ -6,6 +6,7 @@
 #include "options.h"
 #include "pages.h"
 #include "suggest.h"
+#include "values.h"
 
 #include "drawing/formats.h"
 
@@ -34,11 +35,12 @@ void storeEngineOption(const std::string &option, const std::string &text, Setti
 {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos)
-        throw Failure(kWrongUsage, option + ": \"" + text + "\" is not of the form name=value");
+        throw Failure(kWrongUsage,
+                      option + ": \"" + shortened(text) + "\" is not of the form name=value");
     const std::string name = text.substr(0, equals);
     if (!isEngineOption(name))
         throw Failure(kWrongUsage,
-                      option + ": there is no option \"" + name + "\""
+                      option + ": there is no option \"" + shortened(name) + "\""
                           + suggestion(name, engineOptionNames()));
     settings->engine[name] = anyNumberValue(option + " " + name, text.substr(equals + 1));
 }
@@ -157,7 +159,8 @@ OptionValue chunkOfChunks()
     value.store = [](const std::string &option, const std::string &text, Settings *settings) {
         const std::size_t slash = text.find('/');
         if (slash == std::string::npos)
-            throw Failure(kWrongUsage, option + ": \"" + text + "\" is not of the form I/N");
+            throw Failure(kWrongUsage,
+                          option + ": \"" + shortened(text) + "\" is not of the form I/N");
         BatchSettings &batch = settings->batch;
         batch.chunks = wholeValue(option, text.substr(slash + 1), 1, kMostChunks);
         batch.chunk = wholeValue(option, text.substr(0, slash), 1, batch.chunks);

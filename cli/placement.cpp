@@ -6,14 +6,19 @@
 #include "formats.h"
 #include "textfile.h"
 
+#include "drawing/files.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QString>
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
+
+#include <sys/stat.h>
 
 namespace ztrace {
 
@@ -166,12 +171,29 @@ std::vector<std::string> worldFileNames(const std::string &imageName)
     return names;
 }
 
+namespace {
+
+// Whether an error of looking a file up says that there is none: what failed otherwise may hide
+// one.
+bool isAbsence(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
+}
+
+} // namespace
+
 std::string worldFileOf(const std::string &imageName)
 {
     for (const std::string &name : worldFileNames(imageName)) {
+        struct stat info;
         // Nobody has named it: a pipe, which would be waited at, is none.
-        if (QFileInfo(QFile::decodeName(name.c_str())).isFile())
-            return name;
+        if (::stat(name.c_str(), &info) == 0) {
+            if (S_ISREG(info.st_mode))
+                return name;
+        } else if (!isAbsence(errno)) {
+            throw Failure(kInputUnreadable,
+                          name + ": " + reasonText(errno).toLocal8Bit().toStdString());
+        }
     }
     return std::string();
 }

@@ -17,7 +17,7 @@ namespace ztrace {
 // and a.wld.
 std::vector<std::string> worldFileNames(const std::string &imageName);
 
-// The first of them that is there; empty where none is.
+// The first of them that is there; empty where none is. Throws a Failure where that cannot be told.
 std::string worldFileOf(const std::string &imageName);
 
 // The six numbers of a world file, a line each: the steps in x and y of a column, those of a row

@@ -101,7 +101,7 @@ void addEngineOptions(const toml::table &table, const std::string &origin,
         setting.name = kEngineSection;
         if (!isEngineOption(setting.engineOption)) {
             refuse(origin, setting.line,
-                   "[set]: there is no option \"" + setting.engineOption + "\""
+                   "[set]: there is no option \"" + shortened(setting.engineOption) + "\""
                        + suggestion(setting.engineOption, engineOptionNames()));
         }
         settings->push_back(setting);
@@ -171,10 +171,11 @@ std::vector<FileSetting> parseSettings(const std::string &text, const std::strin
         const Option *option = findOption(name);
         if (name == kEngineSection || (name != kDescription && (!option || option->isAction()))) {
             refuse(origin, lineOf(node),
-                   "there is no setting \"" + name + "\"" + suggestion(name, optionNames()));
+                   "there is no setting \"" + shortened(name) + "\""
+                       + suggestion(name, optionNames()));
         }
         if (option && isTooLate(*option, role))
-            refuse(origin, lineOf(node), "\"" + name + "\" cannot be set here");
+            refuse(origin, lineOf(node), "\"" + shortened(name) + "\" cannot be set here");
         settings.push_back(settingOf(name, node, origin));
     }
     return settings;
@@ -196,8 +197,12 @@ void applySettings(const std::vector<FileSetting> &values, const std::string &or
             || (value.values.size() != 1 && (isSet || !(setting.several || setting.commas))))
             refuseList(origin, value);
         try {
-            for (const std::string &text : textsFor(setting, value.values))
+            for (const std::string &text : textsFor(setting, value.values)) {
+                if (text.find('\0') != std::string::npos)
+                    throw Failure(kWrongUsage,
+                                  "--" + setting.name + ": the value has a zero byte in it");
                 storeOption(setting, isSet ? value.engineOption + "=" + text : text, settings);
+            }
         } catch (const Failure &failure) {
             throw Failure(failure.code, placed(origin, value.line, failure.what()));
         }
@@ -255,7 +260,7 @@ Preset findPreset(const std::string &name)
         names.push_back(preset.name);
     }
     throw Failure(kWrongUsage,
-                  "--preset: there is no preset \"" + name + "\"; it is one of "
+                  "--preset: there is no preset \"" + shortened(name) + "\"; it is one of "
                       + listOfWords(names) + suggestion(name, names));
 }
 

@@ -2,6 +2,7 @@
 #include "textfile.h"
 
 #include "failure.h"
+#include "values.h"
 
 #include <QFile>
 
@@ -10,6 +11,7 @@ namespace ztrace {
 namespace {
 
 const int kMostBytes = 1 << 20;
+const std::size_t kLongestName = 4096; // bytes; the system has no longer ones
 
 } // namespace
 
@@ -17,7 +19,7 @@ std::string textOfFile(const std::string &fileName)
 {
     QFile file(QFile::decodeName(fileName.c_str()));
     const auto fail = [&](const std::string &reason) {
-        throw Failure(kInputUnreadable, fileName + ": " + reason);
+        throw Failure(kInputUnreadable, shortened(fileName, kLongestName) + ": " + reason);
     };
     if (!file.open(QIODevice::ReadOnly))
         fail(file.errorString().toLocal8Bit().toStdString());

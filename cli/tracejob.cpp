@@ -144,10 +144,10 @@ void useResolution(const Settings &settings, const TraceJob &job, Picture *pictu
     }
 }
 
-bool drawsMap(const std::vector<Output> &outputs)
+bool hasOutput(const std::vector<Output> &outputs, Capability capability)
 {
-    return std::any_of(outputs.begin(), outputs.end(), [](const Output &output) {
-        return (output.format->capabilities & kIsAMap) != 0;
+    return std::any_of(outputs.begin(), outputs.end(), [capability](const Output &output) {
+        return (output.format->capabilities & capability) != 0;
     });
 }
 
@@ -235,7 +235,7 @@ void warnOfSource(const ImageSource &source, const TraceJob &job)
 
 void usePlacement(const ImageSource &source, int page, TraceJob *job)
 {
-    job->forMap = drawsMap(job->outputs);
+    job->forMap = hasOutput(job->outputs, kIsAMap);
     // Tags and world files are about the first page.
     if (job->forMap && page == 1)
         job->placement = placementOf(job->input, source.contents());
@@ -274,22 +274,17 @@ void warnOfGradients(const Drawing &drawing, const TraceJob &job)
         job.warn(name + " has no gradients: their areas have the mean colour");
 }
 
-bool hasOutput(const TraceJob &job, const std::set<std::string> &formats)
-{
-    return std::any_of(job.outputs.begin(), job.outputs.end(), [&](const Output &output) {
-        return formats.count(output.format->name) > 0;
-    });
-}
-
-// What formats but JSON cannot show of a drawing that has been read.
+// What the formats that are written cannot show of a drawing that has been read.
 void warnOfShapes(const Drawing &drawing, const TraceJob &job)
 {
     const auto hasNoPlaces = [](const Outline &outline) { return !isDrawn(outline.shape); };
-    if (hasOutput(job, { "svg", "dxf", "pdf", "png", "geojson" })
+    const auto leavesOut
+        = [](const Output &output) { return (output.format->capabilities & kKeepsAll) == 0; };
+    if (std::any_of(job.outputs.begin(), job.outputs.end(), leavesOut)
         && std::any_of(drawing.outlines.begin(), drawing.outlines.end(), hasNoPlaces))
         job.warn(inputName(job.input)
                  + ": some coordinates are no finite numbers; what they belong to is left out");
-    if (hasOutput(job, { "dxf", "geojson" }) && coarsenessOf(drawing) > 1.0)
+    if (hasOutput(job.outputs, kDrawsLines) && coarsenessOf(drawing) > 1.0)
         job.warn(
             inputName(job.input)
             + ": curves would be very many lines; where a format has lines for them, those are "

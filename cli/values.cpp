@@ -17,7 +17,7 @@ namespace {
 [[noreturn]] void refuse(const std::string &setting, const std::string &text,
                          const std::string &wanted)
 {
-    throw Failure(kWrongUsage, setting + ": \"" + text + "\" is not " + wanted);
+    throw Failure(kWrongUsage, setting + ": \"" + shortened(text) + "\" is not " + wanted);
 }
 
 bool parseNumber(const std::string &text, double *value)
@@ -42,6 +42,16 @@ std::string orElse(const std::string &words)
 }
 
 } // namespace
+
+std::string shortened(const std::string &text, std::size_t most)
+{
+    if (text.size() <= most)
+        return text;
+    std::size_t end = most;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+        --end;
+    return text.substr(0, end) + "...";
+}
 
 std::string shortText(double value)
 {

@@ -1,16 +1,21 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Values of settings from text. Each throws a Failure that names the setting and repeats the text.
+// Values of settings from text. Each throws a Failure that names the setting and repeats the beginning of the text.
 #ifndef ZTRACE_CLI_VALUES_H
 #define ZTRACE_CLI_VALUES_H
 
 #include <QRgb>
 
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <vector>
 
 namespace ztrace {
+
+// What messages repeat of a text: all of it, or where it is longer the beginning and three dots. A
+// character that UTF-8 writes in several bytes is not cut.
+std::string shortened(const std::string &text, std::size_t most = 100);
 
 // Texts become values; every function throws a Failure for text that has none. `words` names the
 // words that the setting takes besides numbers.

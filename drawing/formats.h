@@ -29,7 +29,9 @@ enum Capability : unsigned {
     kChoosesCurves = 64, // WriteOptions::dxf
     kIsAMap = 128,       // has the drawing's placement, and areas that do not lie on each other
     kHoldsPages = 256,   // one file may have several drawings: PdfBook
-    kHasGradients = 512  // areas of others have their mean colour
+    kHasGradients = 512, // areas of others have their mean colour
+    kKeepsAll = 1024,    // coordinates that are no finite numbers too; others leave pieces out
+    kDrawsLines = 2048   // has lines where a drawing has curves, or may have: coarsenessOf
 };
 
 // A note in the previews that these writers make, by which they are known again.

@@ -18,7 +18,7 @@ namespace ztrace {
 namespace {
 
 const double kFinest = 1e-4;  // pixels that coordinates are rounded to, so that rings stay simple
-const std::size_t kLeast = 4; // points of a ring, the first one again at its end
+const std::size_t kLeast = 4; // points of a closed ring, the first one again at its end
 const int kMostDecimals = 15;
 
 bool isBefore(const Point &a, const Point &b)
@@ -48,6 +48,25 @@ void appendPoints(const PathPiece &piece, double flatness, std::vector<Point> *p
     backwards.pop_back();
     points->insert(points->end(), backwards.rbegin(), backwards.rend());
     points->push_back(piece.end);
+}
+
+void close(Ring *points)
+{
+    if (!points->empty() && !(points->front() == points->back()))
+        points->push_back(points->front());
+}
+
+// A closed outer ring counterclockwise, a hole clockwise.
+void turn(Ring *ring, bool isOuter)
+{
+    Ring &points = *ring;
+    double twice = 0.0;
+    const Point &origin = points.front();
+    for (std::size_t k = 1; k < points.size(); ++k)
+        twice += (points[k - 1].x - origin.x) * (points[k].y - origin.y)
+            - (points[k].x - origin.x) * (points[k - 1].y - origin.y);
+    if ((twice > 0.0) != isOuter)
+        std::reverse(points.begin(), points.end());
 }
 
 } // namespace
@@ -83,19 +102,22 @@ bool MapShapes::shapeOf(const Outline &outline, MapShape *shape) const
     if (qAlpha(outline.colour) == 0)
         return false;
     Ring points = pointsOf(outline.shape);
+    if (!shape->isLine)
+        close(&points); // as every format fills an outline that does not return to its start
     if (points.size() < (shape->isLine ? 2 : kLeast))
         return false;
-    if (shape->isLine)
-        place(&points);
-    else
-        closeAndPlace(&points, true);
+    place(&points);
+    if (!shape->isLine)
+        turn(&points, true);
     shape->rings.push_back(std::move(points));
     if (shape->isLine)
         return true;
     for (Ring &hole : holesOf(outline)) {
-        if (hole.size() < kLeast - 1)
+        close(&hole);
+        if (hole.size() < kLeast)
             continue;
-        closeAndPlace(&hole, false);
+        place(&hole);
+        turn(&hole, false);
         shape->rings.push_back(std::move(hole));
     }
     return true;
@@ -156,22 +178,6 @@ void MapShapes::place(Ring *points) const
     for (Point &point : *points)
         point = drawing.placement.isKnown ? drawing.placement.at(point.x, height - point.y)
                                           : Point(point.x * units, point.y * units);
-}
-
-// An outer ring counterclockwise, a hole clockwise.
-void MapShapes::closeAndPlace(Ring *ring, bool isOuter) const
-{
-    Ring &points = *ring;
-    if (!(points.front() == points.back()))
-        points.push_back(points.front());
-    place(&points);
-    double twice = 0.0;
-    const Point &origin = points.front();
-    for (std::size_t k = 1; k < points.size(); ++k)
-        twice += (points[k - 1].x - origin.x) * (points[k].y - origin.y)
-            - (points[k].x - origin.x) * (points[k - 1].y - origin.y);
-    if ((twice > 0.0) != isOuter)
-        std::reverse(points.begin(), points.end());
 }
 
 } // namespace ztrace

@@ -31,7 +31,8 @@ public:
     int decimals() const { return places; }
 
     // Curves are chains of lines at most a twentieth of a pixel away, the same on both sides of a
-    // boundary. False for what paints nothing and for what has too few points.
+    // boundary; a line closes outlines of areas that do not return to their start. False for what
+    // paints nothing and for what has too few points.
     bool shapeOf(const Outline &outline, MapShape *shape) const;
 
     // Members of the whole file about where it is, each with a comma behind it: `crs` where the
@@ -47,7 +48,6 @@ private:
     Ring pointsOf(const Path &shape) const;
     std::vector<Ring> holesOf(const Outline &outline) const;
     void place(Ring *points) const;
-    void closeAndPlace(Ring *ring, bool isOuter) const;
 
     const Drawing &drawing;
     const double height;

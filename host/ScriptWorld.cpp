@@ -151,7 +151,7 @@ QScriptValue ScriptWorld::include(QScriptContext *context, QScriptEngine *engine
     QString text;
     QString error;
     if (!readText(fileName, &text, &error))
-        return raise(QString::fromLatin1("include(): %1: %2").arg(name, error), context);
+        return raise(QLatin1String("include(): ") + aboutFile(name, error), context);
     // evaluate() runs in the scope of this call: make that the global one.
     context->setActivationObject(engine->globalObject());
     context->setThisObject(engine->globalObject());

@@ -5,6 +5,7 @@
 #include "binding.h"
 #include "saveDrawing.h"
 #include "scriptsettings.h"
+#include "textFiles.h"
 
 #include "cli/effects.h"
 #include "cli/failure.h"
@@ -13,6 +14,8 @@
 
 #include <QScriptValueIterator>
 #include <QStringList>
+
+#include <limits>
 
 namespace {
 
@@ -187,13 +190,19 @@ QScriptValue getLayers(QScriptContext *context, QScriptEngine *engine)
     return drawing ? qScriptValueFromSequence(engine, drawing->layers()) : QScriptValue();
 }
 
+// Of a page, in pixels; a fraction is cut off.
+bool isSide(double number)
+{
+    return number >= 1.0 && number <= double(std::numeric_limits<int>::max());
+}
+
 QScriptValue setPage(QScriptContext *context, QScriptEngine *engine)
 {
     const std::shared_ptr<ztrace::Drawing> drawing = drawingOf("setPage", context);
     if (!drawing)
         return QScriptValue();
-    if (!areNumbers(context, 2) || integerArgument(context, 0) < 1
-        || integerArgument(context, 1) < 1)
+    if (!areNumbers(context, 2) || !isSide(context->argument(0).toNumber())
+        || !isSide(context->argument(1).toNumber()))
         return raiseWrongArguments(kClass, "setPage", context);
     drawing->width = integerArgument(context, 0);
     drawing->height = integerArgument(context, 1);
@@ -289,7 +298,7 @@ QScriptValue save(QScriptContext *context, QScriptEngine *engine)
     }
     if (saveDrawing(content->drawing, ztrace::writeOptions(settings), name, &error))
         return engine->undefinedValue();
-    return raiseIn("save", name + QLatin1String(": ") + error, context);
+    return raiseIn("save", aboutFile(name, error), context);
 }
 
 QScriptValue getClassName(QScriptContext *, QScriptEngine *)

@@ -3,6 +3,7 @@
 
 #include "binding.h"
 #include "saveImage.h"
+#include "textFiles.h"
 
 #include "cli/distrust.h"
 
@@ -45,6 +46,8 @@ QScriptValue create(QScriptContext *context, QScriptEngine *engine)
     QImage image;
     if (context->argumentCount() == 1 && context->argument(0).isString()) {
         const QString name = context->argument(0).toString();
+        if (name.contains(QChar(0)))
+            return raise(QLatin1String("QImage(): ") + whyNoFileName(name), context);
         if (!ztrace::isDistrusted(QImageReader::imageFormat(name)))
             image = QImage(name);
     } else if (areNumbers(context, 2)) {
@@ -127,7 +130,10 @@ QScriptValue save(QScriptContext *context, QScriptEngine *)
         return QScriptValue();
     if (context->argumentCount() != 1 || !context->argument(0).isString())
         return raiseWrongArguments(kClass, "save", context);
-    return QScriptValue(saveImage(*image, context->argument(0).toString()));
+    const QString name = context->argument(0).toString();
+    if (name.contains(QChar(0)))
+        return raise(QLatin1String("QImage.save(): ") + whyNoFileName(name), context);
+    return QScriptValue(saveImage(*image, name));
 }
 
 QScriptValue convertToArgb32(QScriptContext *context, QScriptEngine *engine)

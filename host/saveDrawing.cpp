@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "saveDrawing.h"
 
+#include "textFiles.h"
+
 #include "drawing/output.h"
 
 #include <QFileInfo>
@@ -13,6 +15,9 @@ const ztrace::Format *zelvora::formatOfDrawing(const QString &fileName)
 bool zelvora::saveDrawing(const ztrace::Drawing &drawing, const ztrace::WriteOptions &options,
                           const QString &fileName, QString *error)
 {
+    *error = whyNoFileName(fileName);
+    if (!error->isEmpty())
+        return false;
     const ztrace::Format *format = formatOfDrawing(fileName);
     if (!format) {
         *error = QString::fromLatin1("a drawing is saved as one of: ") + ztrace::namesOfFormats();

@@ -26,6 +26,9 @@ QString tooLarge()
 
 bool openText(const QString &fileName, QFile *file, QString *error)
 {
+    *error = whyNoFileName(fileName);
+    if (!error->isEmpty())
+        return false;
     if (fileName == QLatin1String(kStandardInput)) {
         if (file->open(stdin, QIODevice::ReadOnly))
             return true;
@@ -42,6 +45,9 @@ bool openText(const QString &fileName, QFile *file, QString *error)
 // The names as the script gets them. False with the reason in `error`.
 bool listNames(const QString &folder, const QString &pattern, QStringList *names, QString *error)
 {
+    *error = whyNoFileName(folder);
+    if (!error->isEmpty())
+        return false;
     const QFileInfo info(folder);
     if (!info.isDir() || !info.isReadable()) {
         *error = QString::fromLatin1(!info.exists()     ? "There is no such folder"
@@ -63,6 +69,19 @@ bool listNames(const QString &folder, const QString &pattern, QStringList *names
 }
 
 } // namespace
+
+QString zelvora::whyNoFileName(const QString &text)
+{
+    if (text.isEmpty())
+        return QString::fromLatin1("the file name is empty");
+    return text.contains(QChar(0)) ? QString::fromLatin1("the file name has a zero byte in it")
+                                   : QString();
+}
+
+QString zelvora::aboutFile(const QString &name, const QString &error)
+{
+    return whyNoFileName(name).isEmpty() ? name + QLatin1String(": ") + error : error;
+}
 
 bool zelvora::readText(const QString &fileName, QString *text, QString *error)
 {
@@ -93,7 +112,7 @@ QScriptValue zelvora::readTextFile(QScriptContext *context, QScriptEngine *)
     QString text;
     QString error;
     if (!readText(name, &text, &error))
-        return raise(QString::fromLatin1("readTextFile(): %1: %2").arg(name, error), context);
+        return raise(QLatin1String("readTextFile(): ") + aboutFile(name, error), context);
     return QScriptValue(text);
 }
 
@@ -109,6 +128,6 @@ QScriptValue zelvora::listFolder(QScriptContext *context, QScriptEngine *engine)
     QStringList names;
     QString error;
     if (!listNames(name, pattern, &names, &error))
-        return raise(QString::fromLatin1("listFolder(): %1: %2").arg(name, error), context);
+        return raise(QLatin1String("listFolder(): ") + aboutFile(name, error), context);
     return qScriptValueFromSequence(engine, names);
 }

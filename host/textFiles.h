@@ -19,6 +19,13 @@ class QScriptValue;
 
 namespace zelvora {
 
+// Why a text is no file's name; empty where it may be one. The system's names end at a zero byte:
+// what stands behind it would be lost, and with it the ending that tells a format.
+QString whyNoFileName(const QString &text);
+
+// "NAME: ERROR", or the error alone about what is no name.
+QString aboutFile(const QString &name, const QString &error);
+
 // The file's text, "-" being standard input. False with the reason in `error`.
 bool readText(const QString &fileName, QString *text, QString *error);
 

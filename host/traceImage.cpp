@@ -5,6 +5,7 @@
 #include "binding.h"
 #include "interruption.h"
 #include "scriptsettings.h"
+#include "textFiles.h"
 
 #include "cli/failure.h"
 #include "cli/tracejob.h"
@@ -47,8 +48,6 @@ std::vector<ztrace::Output> allOutputs()
 QImage imageOfFile(const ztrace::TraceJob &job)
 {
     const ztrace::Settings &settings = job.settings;
-    if (job.input.empty())
-        throw ztrace::Failure(ztrace::kWrongUsage, "the file name is empty");
     const ztrace::ImageSource source(job.input, { settings.maxPixels, settings.maxMemory });
     if (source.isDrawing())
         throw ztrace::Failure(ztrace::kInputUnreadable, job.input + ": it is a drawing already");
@@ -179,6 +178,9 @@ QScriptValue zelvora::traceImage(QScriptContext *context, QScriptEngine *engine)
                      context);
     // Getters of the options may let go of the script's image.
     const QImage held = image ? *image : QImage();
+    const QString whyNot = image ? QString() : whyNoFileName(source.toString());
+    if (!whyNot.isEmpty())
+        return raise(QLatin1String("traceImage(): ") + whyNot, context);
     ztrace::TraceJob job;
     if (!image)
         job.input = QFile::encodeName(source.toString()).toStdString();

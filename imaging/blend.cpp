@@ -42,7 +42,7 @@ QuantizeOptions optionsFrom(const std::map<std::string, double> &values)
 std::vector<QRgb> coloursOf(const FlatPalette &palette)
 {
     if (palette.empty())
-        throw TraceError("no palette of that many colours fits into memory");
+        throw TraceError("no palette of that many colours can be made");
     if (palette.size() / kChannelsOfEntry > kMostColoursOfPlane)
         throw TraceError("palettes of more than " + std::to_string(kMostColoursOfPlane)
                          + " colours need --raw");

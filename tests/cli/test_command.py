@@ -7,7 +7,7 @@ import signal
 import subprocess
 import unittest
 
-from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, area, paths, png, ring, square
+from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, area, paths, png, ring, square, tiff
 
 HALF = (0, 0, 255, 128)
 
@@ -215,6 +215,8 @@ class Failing(CommandTest):
         for arguments in (["--raw"], ["-p", "photo"]):
             self.assert_refused("a.png", *arguments, "--set", "numberofcolors=1e300", code=1,
                                 words="no palette of that many colours")
+            self.assert_refused("a.png", *arguments, "--set", "numberofcolors=0", code=1,
+                                words="no palette of that many colours can be made")
 
     def test_outputs_appear_together(self):
         outputs = ["-o", "a.svg", "-o", "a.dxf"]
@@ -234,6 +236,21 @@ class Failing(CommandTest):
             self.assert_refused("a.png", "-o", first, "-o", other, code=2, words=other + " is given twice")
         self.assert_refused("a.png", "-o", "-", "-o", "/dev/stdout", code=2, words="is given twice")
         self.assertEqual(self.read("b.svg"), b"old")
+
+    def test_links_to_a_file_that_is_not_there(self):
+        os.symlink("new.svg", self.path("c.dxf"))
+        os.symlink("c.dxf", self.path("d.dxf"))
+        os.mkdir(self.path("folder"))
+        os.symlink("../new.svg", self.path("folder/e.dxf"))
+        for other in "c.dxf", "d.dxf", "folder/e.dxf":
+            self.assert_refused("a.png", "-o", "new.svg", "-o", other, code=2, words=other + " is given twice")
+        self.run_program("a.png", "-o", "c.dxf")
+        self.assertIn(b"SECTION", self.read("new.svg"))
+
+    def test_pages_that_lead_to_one_file(self):
+        self.write("a.tif", tiff([lambda x, y: x < 20, lambda x, y: y < 20]))
+        os.symlink("b-1.svg", self.path("c-1.dxf"))
+        self.assert_refused("a.tif", "--page", "all", "-o", "b.svg", "-o", "c.dxf", code=2, words="c-1.dxf is given twice")
 
     def test_files_of_settings_are_not_overwritten(self):
         self.write("pens.svg", b"red\nwhite\n")

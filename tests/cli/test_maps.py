@@ -113,6 +113,20 @@ class Maps(OptionsTest):
         self.run_program("a.png", "-p", "logo", "-o", "a.geojson")
         self.assertAlmostEqual(sum(self.areas("a.geojson").values()), 60 * 40, 3)
 
+    def test_a_world_file_that_cannot_be_looked_up(self):
+        """Not the same as none: the drawing would be in the wrong place."""
+        self.write("a.png", png(60, 40, land))
+        for link in "a.pgw", "a.pngw", "a.wld":
+            os.symlink(link, self.path(link))
+            self.assert_refused("a.png", "-p", "logo", "-o", "b.geojson", code=3,
+                                words=link + ": its symbolic links lead in a circle")
+            os.unlink(self.path(link))
+        os.symlink("nothing", self.path("a.pgw"))
+        self.run_program("a.png", "-p", "logo", "-o", "b.geojson")
+        long = "a" * 251 + ".png"  # whose world file a.pngw would have too long a name
+        self.write(long, png(60, 40, land))
+        self.run_program(long, "-p", "logo", "-o", "c.geojson")
+
     def test_tags_of_a_geotiff(self):
         for place, kind in ((500000, 10, 0, 4600000, 0, -10), "upright"), ((500000, 6, 8, 4600000, 8, -6), "turned"):
             raster = gdal.GetDriverByName("GTiff").Create(self.path("a.tif"), 60, 40, 3, gdal.GDT_Byte)

@@ -319,15 +319,15 @@ class Drawings(OptionsTest):
 
         for piece in ["L", "nan", 3], ["L", 3, 1e308], ["A", "inf", 3, 4], ["Q", "nan", 1, 3, 4]:
             drawing(piece, ["L", 3, 3])
-            for target in "svg", "dxf", "pdf", "geojson":
+            for target in "svg", "dxf", "pdf", "png", "geojson", "topojson":
                 with self.subTest(piece, target=target):
                     told = self.run_program("a.json", "-o", "b." + target).stderr
                     self.assertRegex(told, rb"\Aztrace: a.json: some coordinates are no finite numbers; [^\n]+\n\Z")
-                    if target != "pdf":
+                    if target not in ("pdf", "png"):
                         self.assertNotRegex(self.read("b." + target).lower(), rb"\bnan\b|\binf\b")
         # An arc of a circle that is none is a line, and no number that is none comes of it.
         drawing(["A", 1e300, 3, 4], ["A", 1e-300, 5, 5])
-        for target in "svg", "dxf", "geojson":
+        for target in "svg", "dxf", "geojson", "topojson":
             self.assertEqual(self.run_program("a.json", "-o", "b." + target).stderr, b"")
             self.assertNotRegex(self.read("b." + target).lower(), rb"\bnan\b|inf\b")
 
@@ -335,8 +335,9 @@ class Drawings(OptionsTest):
         arcs = [["A", 0.5, 1e9 * (i % 2), i] for i in range(2000)]
         self.write("a.json", json.dumps({"format": "ztrace drawing", "version": 2, "width": 20, "height": 20, "dpi": 96,
                                          "outlines": [{"color": "#ff0000", "start": [0, 0], "pieces": arcs}]}).encode())
-        told = self.run_program("a.json", "-o", "b.geojson").stderr
-        self.assertIn(b"a.json: curves would be very many lines; ", told)
+        for target in "dxf", "geojson", "topojson":
+            told = self.run_program("a.json", "-o", "b." + target).stderr
+            self.assertIn(b"a.json: curves would be very many lines; ", told, target)
         for more in ("--dxf-curves", "polyline"), ("--dxf-curves", "arc"), ("--dxf-version", "r12"):
             self.run_program("a.json", "-o", "b.dxf", *more)
             self.assertLess(len(self.read("b.dxf")), 20000000)

@@ -83,6 +83,23 @@ class Configuration(OptionsTest):
             self.write("p.toml", b"# mine\n%s = 'svg'\n" % name.encode())
             self.assert_refused("a.png", "-p", "p.toml", code=2, words='p.toml, line 2: "%s" cannot be set here' % name)
 
+    def test_long_values_are_told_by_their_beginning(self):
+        long = "\u00e4" * 50000
+        for arguments in (["--colors", long], ["--palette", long], ["--preset", long], ["--set", long], ["--set", long + "=1"],
+                          ["--background", long], ["--fit", long], ["--" + long]):
+            told = self.run_program("a.png", *arguments, "-o", "b.svg", code=2).stderr
+            self.assertLess(len(told), 700, arguments[0])
+            self.assertIn("\u00e4...", told.decode())
+        self.write("long.toml", ('%s = 1' % ("a" * 50000)).encode())
+        told = self.run_program("a.png", "--config", "long.toml", "-o", "b.svg", code=2).stderr
+        self.assertLess(len(told), 300)
+
+    def test_zero_bytes_are_no_part_of_values(self):
+        for name in "palette", "preset", "colors":
+            self.write("zero.toml", (name + ' = "a\\u0000b"').encode())
+            self.assert_refused("a.png", "--config", "zero.toml", "-o", "b.svg", code=2,
+                                words="--%s: the value has a zero byte in it" % name)
+
     def test_mistakes_are_told(self):
         for text, words in [(b"colours = 3\n", '"colours"'), (b"colors = 'many'\n", '"many"'), (b"colors = many\n", "in quotes"),
                             (b"[set]\nfoo = 1\n", '"foo"'), (b"[other]\ncolors = 1\n", "[other]"),

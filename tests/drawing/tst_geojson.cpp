@@ -194,6 +194,37 @@ private slots:
         QCOMPARE(written(drawing).value("features").toArray().size(), 0);
     }
 
+    // Other formats fill them.
+    void openOutlinesAreClosed()
+    {
+        const auto open = [](std::vector<Point> corners) {
+            Path path;
+            path.moveTo(corners[0]);
+            for (std::size_t k = 1; k < corners.size(); ++k)
+                path.lineTo(corners[k]);
+            return path;
+        };
+        Drawing drawing = sheet();
+        drawing.outlines[0].shape = open({ { 0, 0 }, { 40, 0 }, { 0, 30 } });
+        drawing.outlines[1].shape = open({ { 2, 2 }, { 8, 2 }, { 2, 8 } });
+        const QJsonObject collection = written(drawing);
+        QCOMPARE(collection.value("features").toArray().size(), 2);
+        const QJsonArray triangle = rings(feature(collection, 0));
+        QCOMPARE(triangle.size(), 2);
+        QCOMPARE(areaOf(triangle[0].toArray()), 600.0);
+        QCOMPARE(areaOf(triangle[1].toArray()), -18.0);
+        for (const QJsonValue &ring : triangle)
+            QCOMPARE(ring.toArray().first(), ring.toArray().last());
+        // Two points bound nothing, as an area and as a hole.
+        for (const bool returns : { false, true }) {
+            drawing.outlines[1].shape = open({ { 2, 2 }, { 8, 2 } });
+            if (returns)
+                drawing.outlines[1].shape.lineTo(Point(2, 2));
+            QCOMPARE(written(drawing).value("features").toArray().size(), 1);
+            QCOMPARE(rings(feature(written(drawing), 0)).size(), 1);
+        }
+    }
+
     // JSON has no form for them.
     void numbersAreFinite()
     {

@@ -17,7 +17,7 @@ sys.path.insert(0, os.path.join(os.environ["ZTRACE_SOURCE_DIR"], "tests", "cli")
 from support import PROGRAM, CommandTest, chunk
 
 SECONDS, MEGABYTES = 20, 3000  # of processor time and address space, for any of them
-FORMATS = "svg", "dxf", "pdf", "png", "json", "geojson"
+FORMATS = "svg", "dxf", "pdf", "png", "json", "geojson", "topojson"
 NOWHERE = [["L", 1e308, -1e308], ["L", "nan", 3], ["L", 4, "inf"], ["A", "-inf", 9, 9], ["Q", "nan", 1, 2, 2]]
 LINE = ["L", 10, 0], ["L", 10, 10], ["L", 0, 0]
 

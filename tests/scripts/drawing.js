@@ -17,7 +17,7 @@ assertEquals(drawing.toString(), "ZDrawing(3 objects)");
 assertEquals(drawing.getClassName(), "ZDrawing");
 
 assertEquals(drawing.setPage(40, 40), undefined);
-[[], [40], [0, 40], [40, -1], ["40", "40"], [NaN, 40], [1, 2, 3]].forEach(function(a) {
+[[], [40], [0, 40], [40, -1], ["40", "40"], [NaN, 40], [Infinity, 40], [40, Infinity], [1e10, 40], [1, 2, 3]].forEach(function(a) {
     assertThrows(function() { drawing.setPage.apply(drawing, a); },
                  "Wrong number/types of arguments for ZDrawing.setPage().");
 });

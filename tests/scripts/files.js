@@ -25,6 +25,22 @@ assertThrows(function() { readTextFile(folder + "/none"); },
              "readTextFile(): " + folder + "/none: No such file or directory");
 assertThrows(function() { readTextFile("/dev/zero"); },
              "readTextFile(): /dev/zero: It is larger than 64 megabytes");
+// The system would take a name up to its zero byte, and write another format than the ending's.
+var zero = "the file name has a zero byte in it";
+var cut = folder + "/a.svg\u0000.json";
+var image = new QImage(2, 2);
+assertThrows(function() { drawing.save(cut); }, "ZDrawing.save(): " + zero);
+assertThrows(function() { image.save(folder + "/cut.png\u0000.bmp"); }, "QImage.save(): " + zero);
+assertThrows(function() { new QImage(cut); }, "QImage(): " + zero);
+assertThrows(function() { readTextFile(cut); }, "readTextFile(): " + zero);
+assertThrows(function() { listFolder(folder + "\u0000/none"); }, "listFolder(): " + zero);
+assertThrows(function() { include("support/assert.js\u0000x"); }, "include(): " + zero);
+assertThrows(function() { traceImage(cut); }, "traceImage(): " + zero);
+assertThrows(function() { readTextFile(""); }, "readTextFile(): the file name is empty");
+assertThrows(function() { listFolder(""); }, "listFolder(): the file name is empty");
+assertEquals(readTextFile(folder + "/a.svg").indexOf("<?xml"), 0);
+assertEquals(listFolder(folder, "*.png"), []);
+
 [[], [5], [folder, 5], [folder, "*", "*"]].forEach(function(a) {
     assertThrows(function() { listFolder.apply(null, a); },
                  "Wrong number/types of arguments for listFolder().");

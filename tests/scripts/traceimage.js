@@ -99,6 +99,7 @@ var image = new QImage(golden + "/icon.png");
  [{ set: 5 }, "--set: the value must be an object with the engine's options, { ltres: 1 }"],
  [{ output: "a.svg" }, "--output is for the command line alone"],
  [{ help: true }, "--help is for the command line alone"],
+ [{ config: "no\u0000such file" }, "--config: the value has a zero byte in it"],
  [{ config: "no such file" }, "no such file: No such file or directory"]
 ].forEach(function(pair) {
     assertThrows(function() { traceImage(image, pair[0]); }, "traceImage(): " + pair[1]);
