@@ -97,7 +97,8 @@ private:
         for (std::size_t i = 1; i < word.size(); ++i) {
             const Option *option = findOption(word[i]);
             if (!option)
-                refuse("there is no option " + shortened(word) + suggestion(name, optionNames(), "--"));
+                refuse("there is no option " + shortened(word)
+                       + suggestion(name, optionNames(), "--"));
             const bool isLast = i + 1 == word.size();
             if (option->value.placeholder.empty()) {
                 use(*option, valueOf(*option));

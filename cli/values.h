@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Values of settings from text. Each throws a Failure that names the setting and repeats the beginning of the text.
+// Values of settings from text. Each throws a Failure that names the setting and repeats the
+// beginning of the text.
 #ifndef ZTRACE_CLI_VALUES_H
 #define ZTRACE_CLI_VALUES_H
 
