@@ -152,8 +152,7 @@ QByteArray pdfPage(const Seen &pdf, int page, Remarks *remarks)
     }
     QByteArray complaints;
     const QStringList how({ QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi) });
-    QByteArray png
-        = pdf.by("pdftoppm", how + onlyPage(page) + QStringList(pdf.file), &complaints);
+    QByteArray png = pdf.by("pdftoppm", how + onlyPage(page) + QStringList(pdf.file), &complaints);
     remarkOn("pdftoppm", complaints, remarks);
     return png;
 }

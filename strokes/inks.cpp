@@ -176,7 +176,9 @@ private:
     static Hue hueOfCell(std::size_t cell)
     {
         const std::size_t n = kHueSteps + 1;
-        return { double(cell / n / n) / kHueSteps, double(cell / n % n) / kHueSteps,
+        const std::size_t most = cell / n / n;
+        const std::size_t middle = cell / n % n;
+        return { double(most) / kHueSteps, double(middle) / kHueSteps,
                  double(cell % n) / kHueSteps };
     }
 

@@ -29,7 +29,7 @@ public:
         const bool isNew = (slot.first != pair.first) | (slot.second != pair.second);
         slot = pair;
         waiting[found] = pair;
-        found += isNew & (a != b) ? 1u : 0u;
+        found += (isNew & (a != b)) ? 1u : 0u;
         if (found == kMostWaiting)
             append();
     }

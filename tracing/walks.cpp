@@ -100,7 +100,9 @@ public:
 
     std::size_t place(const Way &way, std::size_t k) const
     {
-        const std::size_t i = (k + way.start) % count;
+        std::size_t i = k + way.start; // both below the count, or the count past that
+        if (i >= count)
+            i -= count;
         return way.reversed ? count - 1 - i : i;
     }
 
@@ -438,9 +440,10 @@ fit::Coverage intoPose(const Pose &pose, const fit::Coverage &coverage)
     result.counts.resize(coverage.counts.size());
     for (std::size_t k = 0; k < coverage.right.size(); ++k) {
         const auto width = std::size_t(coverage.width);
+        const std::size_t column = k % width;
+        const std::size_t row = k / width;
         const fit::Point centre = placeInPose(
-            pose,
-            { coverage.left + double(k % width) + 0.5, coverage.top + double(k / width) + 0.5 });
+            pose, { coverage.left + double(column) + 0.5, coverage.top + double(row) + 0.5 });
         const auto at = std::size_t(centre.y - result.top) * std::size_t(result.width)
             + std::size_t(centre.x - result.left);
         const double right = onGrid(coverage.right[k], kPointGrid);
