@@ -43,8 +43,9 @@ ExitCode tellPlan(const BatchRun &run)
         else if (item.pages > 1)
             page = ", page " + std::to_string(item.page);
         for (const std::string &output : agenda.outputsOf(item))
-            std::printf("%s%s -> %s/%s\n", item.path.c_str(), page.c_str(), run.batch.out.c_str(),
-                        output.c_str());
+            std::printf(
+                "%s\n",
+                printable(item.path + page + " -> " + run.batch.out + '/' + output).c_str());
     });
     errno = 0;
     requireArrival(stdout);

@@ -28,8 +28,8 @@ typedef std::pair<dev_t, ino_t> Identity;
 // Of a list or a manifest, read as a whole: ten million names of a hundred letters.
 const std::size_t kMostBytesOfList = 1000000000;
 
-// Images that are no formats of the toolkit's.
-const char *const kConverted[] = { "pdf", "heic", "heif" };
+// What images are called besides the names of the toolkit's formats.
+const char *const kOtherSuffixes[] = { "pdf", "heic", "heif", "jpe", "jfif" };
 
 std::string lowered(const std::string &text)
 {
@@ -39,7 +39,7 @@ std::string lowered(const std::string &text)
 const std::set<std::string> &imageSuffixes()
 {
     static const std::set<std::string> suffixes = [] {
-        std::set<std::string> all(std::begin(kConverted), std::end(kConverted));
+        std::set<std::string> all(std::begin(kOtherSuffixes), std::end(kOtherSuffixes));
         for (const QByteArray &format : QImageReader::supportedImageFormats()) {
             if (!isDistrusted(format.toLower()) && !format.toLower().startsWith("svg"))
                 all.insert(format.toLower().toStdString());
@@ -124,7 +124,9 @@ public:
             take(path, folder, names.at(i));
     }
 
+    // Of what no pattern was asked for: drawings, and files that are not called as images are.
     std::size_t drawingsLeftOut() const { return drawings; }
+    std::size_t othersLeftOut() const { return others; }
 
 private:
     void problem(const std::string &path, int error)
@@ -153,8 +155,9 @@ private:
     {
         const std::string full = path + (path.back() == '/' ? "" : "/") + name;
         const bool wanted = isWanted(name, walk.patterns);
-        drawings += !wanted && isDrawing(name) && walk.patterns.empty();
-        if (!walk.recursive && !wanted)
+        const bool isUsual = walk.patterns.empty();
+        drawings += !wanted && isUsual && isDrawing(name);
+        if (!walk.recursive && !wanted && !isUsual)
             return;
         struct stat info;
         if (stat(full.c_str(), &info) != 0) {
@@ -165,7 +168,11 @@ private:
         if (S_ISDIR(info.st_mode)) {
             if (walk.recursive)
                 visit(full, folder.empty() ? name : folder + '/' + name);
-        } else if (wanted && S_ISREG(info.st_mode)) {
+        } else if (!wanted) {
+            others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
+        } else if (!S_ISREG(info.st_mode)) {
+            collected->notes.push_back(full + ": is no file, left out");
+        } else {
             Item item;
             item.path = full;
             item.folder = folder;
@@ -176,6 +183,7 @@ private:
     const Walk &walk;
     Collected *collected;
     std::size_t drawings = 0; // left out
+    std::size_t others = 0;   // as well
     Identity out = { 0, 0 };
     std::set<Identity> visited;
 };
@@ -192,6 +200,10 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
             collected->notes.push_back(input
                                        + ": drawings (SVG) left out: " + std::to_string(drawings)
                                        + " (--pattern '*.svg' takes them)");
+        if (const std::size_t others = walker.othersLeftOut())
+            collected->notes.push_back(input
+                                       + ": files that are not called as images are, left out: "
+                                       + std::to_string(others) + " (--pattern takes them)");
         return;
     }
     Item item;

@@ -69,14 +69,41 @@ private:
         return line.value(QLatin1String(name)).toString();
     }
 
-    void object(const QString &name, const QString &sha, double bytes, const QString &format)
+    // A picture and a drawing may have one name, below different folders; names that are no UTF-8
+    // are told as they are in result lines.
+    struct FileName
     {
-        if (sha.isEmpty() || written.contains(name + sha))
+        QString type;
+        QString value;
+    };
+
+    static FileName fileName(const QJsonObject &object, const char *member, const char *type)
+    {
+        const QString exact = in(object, (QByteArray(member) + "Bytes").constData());
+        if (exact.isEmpty())
+            return { QLatin1String(type), in(object, member) };
+        return { QLatin1String(type) + QLatin1String(", percent-encoded"), exact };
+    }
+
+    static FileName pictureIn(const QJsonObject &line)
+    {
+        return fileName(line, "path", "file name of the picture");
+    }
+
+    static FileName drawingIn(const QJsonObject &output)
+    {
+        return fileName(output, "file", "file name of the drawing");
+    }
+
+    void object(const FileName &name, const QString &sha, double bytes, const QString &format)
+    {
+        const QString key = name.type + QLatin1Char('\n') + name.value + QLatin1Char('\n') + sha;
+        if (sha.isEmpty() || written.contains(key))
             return;
-        written.insert(name + sha);
+        written.insert(key);
         start("object");
         xml.writeAttribute(QLatin1String(kInstance), QLatin1String("type"), QLatin1String("file"));
-        identifier("object", QLatin1String("file name"), name);
+        identifier("object", name.type, name.value);
         start("objectCharacteristics");
         start("fixity");
         text("messageDigestAlgorithm", QLatin1String("SHA-256"));
@@ -99,20 +126,20 @@ private:
 
     void objects(const QJsonObject &line)
     {
-        object(in(line, "path"), in(line, "sha256"), line.value(QLatin1String("bytes")).toDouble(),
+        object(pictureIn(line), in(line, "sha256"), line.value(QLatin1String("bytes")).toDouble(),
                suffixOf(in(line, "path")));
         for (const QJsonValue &value : line.value(QLatin1String("outputs")).toArray()) {
             const QJsonObject output = value.toObject();
-            object(in(output, "file"), in(output, "sha256"),
+            object(drawingIn(output), in(output, "sha256"),
                    output.value(QLatin1String("bytes")).toDouble(), in(output, "format"));
         }
     }
 
-    void link(const QString &name, const char *role)
+    void link(const FileName &name, const char *role)
     {
         start("linkingObjectIdentifier");
-        text("linkingObjectIdentifierType", QLatin1String("file name"));
-        text("linkingObjectIdentifierValue", name);
+        text("linkingObjectIdentifierType", name.type);
+        text("linkingObjectIdentifierValue", name.value);
         text("linkingObjectRole", QLatin1String(role));
         end();
     }
@@ -155,9 +182,10 @@ private:
         text("linkingAgentIdentifierType", QLatin1String("local"));
         text("linkingAgentIdentifierValue", QLatin1String("ztrace ") + version);
         end();
-        link(in(line, "path"), "source");
+        if (!in(line, "sha256").isEmpty()) // else it was not read, and is no object
+            link(pictureIn(line), "source");
         for (const QJsonValue &output : line.value(QLatin1String("outputs")).toArray())
-            link(in(output.toObject(), "file"), "outcome");
+            link(drawingIn(output.toObject()), "outcome");
         end();
     }
 

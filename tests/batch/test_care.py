@@ -3,6 +3,7 @@
 import hashlib
 import json
 import os
+import re
 import subprocess
 import unittest
 
@@ -154,6 +155,27 @@ class Care(BatchTest):
             self.refused("in", "--out", "out", "--names", pattern, "--formats", formats, words=words)
         self.batch("in", "--names", "x/{name}..dxf")
         self.assertEqual(sorted(self.tree()), [b"x/p0000..dxf"])
+
+    def test_what_a_folder_has_besides_is_told(self):
+        self.put("in/a.png", picture(1))
+        self.put("in/b.jpe", picture(2))
+        self.put("in/notes.txt", b"x")
+        self.put("in/scan", picture(3))
+        os.mkfifo(self.path("in/pipe.png"))
+        text = self.batch("in").stderr.decode()
+        self.assertIn("in/pipe.png: is no file, left out", text)
+        self.assertIn("in: files that are not called as images are, left out: 2 (--pattern takes them)", text)
+        self.assertIn("2 done;", text)
+
+    def test_a_plan_has_a_line_a_drawing(self):
+        self.put("in/a\nb.png", picture(1))
+        self.assertEqual(self.batch("in", "--dry-run").stdout, b"in/a?b.png -> out/a?b.svg\n")
+
+    def test_events_tell_pictures_from_drawings(self):
+        self.put("a.png", picture(1))
+        self.run_program("batch", "a.png", "--out", "d", "--formats", "png", "--premis", "p.xml")
+        objects = re.findall(rb"<(?:premis:)?objectIdentifierType>([^<]*)</[^>]*><[^>]*>([^<]*)<", re.sub(rb">\s+<", b"><", self.read("p.xml")))
+        self.assertEqual(objects, [(b"file name of the picture", b"a.png"), (b"file name of the drawing", b"a.png")])
 
 
 if __name__ == "__main__":
