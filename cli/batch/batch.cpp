@@ -11,11 +11,15 @@
 
 #include "cli/messages.h"
 
+#include "drawing/signals.h"
+#include "drawing/traces.h"
+
 #include <QDir>
 #include <QFile>
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 
 namespace ztrace {
 
@@ -72,6 +76,22 @@ void traceEverything(BatchRun *run)
         traceWhatComes(run);
 }
 
+// What workers that were killed have left: others look for it where they write something, which may
+// be nowhere. Those of the moment a worker dies are only given up when it has gone.
+void removeLeftovers(const BatchRun &run)
+{
+    const std::string &out = run.batch.out;
+    std::set<std::string> folders
+        = { out + '/', out + "/.ztrace-pages/", out + "/.ztrace-previews/" };
+    run.agenda.items.forEach([&](const Item &item) {
+        for (const std::string &output : run.agenda.outputsOf(item))
+            folders.insert(out + '/' + output.substr(0, output.rfind('/') + 1));
+    });
+    const Uninterrupted guard;
+    for (const std::string &folder : folders)
+        recoverFolder(QByteArray::fromStdString(folder));
+}
+
 } // namespace
 
 ExitCode runBatch(const CommandLine &line, int argc, char **argv)
@@ -103,6 +123,7 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
         throw;
     }
     results.sync(true);
+    removeLeftovers(run);
     if (run.batch.leases > 0 && run.batch.results.empty())
         results.removeIfEmpty(); // no other run will write there
     meter.clear();

@@ -167,6 +167,15 @@ class Care(BatchTest):
         self.assertIn("in: files that are not called as images are, left out: 2 (--pattern takes them)", text)
         self.assertIn("2 done;", text)
 
+    def test_what_killed_workers_leave_goes_with_a_run_that_writes_nothing(self):
+        self.pictures(1)
+        self.batch("in")
+        drawings = self.tree()
+        for name in "out/.ztrace-0123456789abcdef-0.new", "out/.ztrace-previews/.ztrace-0123456789abcdef-0.new":
+            self.put(name, b"<svg")
+        self.assertIn(b"1 finished before", self.batch("in").stderr)
+        self.assertEqual(self.tree(), drawings)
+
     def test_a_plan_has_a_line_a_drawing(self):
         self.put("in/a\nb.png", picture(1))
         self.assertEqual(self.batch("in", "--dry-run").stdout, b"in/a?b.png -> out/a?b.svg\n")
