@@ -215,8 +215,9 @@ void forEachStripOfWhole(const fit::Piece &whole, const Work &work)
         return;
     }
     const double most = std::max(whole.half[0], whole.half[1]);
-    const int chords = std::max(
-        kLeastStrips, std::min(kMostStrips, int(std::ceil(kPi * std::sqrt(most / (2 * kStripOff))))));
+    const int chords
+        = std::max(kLeastStrips,
+                   std::min(kMostStrips, int(std::ceil(kPi * std::sqrt(most / (2 * kStripOff))))));
     const double margin = most * (1 - std::cos(kPi / chords)) + kLeastGap;
     Point a = pointAt(whole, 0);
     for (int k = 1; k <= chords; ++k) {
@@ -295,15 +296,14 @@ private:
     {
         std::vector<std::vector<PiecePair>> found(1 + grid.cells() / kCellsAtOnce);
         const std::size_t most = 1 + items.size() / kItemsAThread;
-        forEachOnThreads(found.size(), unsigned(std::min<std::size_t>(threads, most)),
-                         [&](std::size_t part) {
-                             const std::size_t from = part * kCellsAtOnce;
-                             grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
-                                              [&](uint32_t a, uint32_t b) {
-                                                  compare(strips[a].item, strips[b].item,
-                                                          &found[part]);
-                                              });
-                         });
+        forEachOnThreads(
+            found.size(), unsigned(std::min<std::size_t>(threads, most)), [&](std::size_t part) {
+                const std::size_t from = part * kCellsAtOnce;
+                grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
+                                 [&](uint32_t a, uint32_t b) {
+                                     compare(strips[a].item, strips[b].item, &found[part]);
+                                 });
+            });
         for (const std::vector<PiecePair> &part : found)
             pairs.insert(pairs.end(), part.begin(), part.end());
     }
@@ -327,8 +327,9 @@ private:
             const PlaceOfPiece place = { number, k };
             const auto item = uint32_t(items.size());
             items.push_back({ box, place, isLooked(number) });
-            forEachStripOf(path.pieces[k],
-                           [&](const Strip &strip) { strips.push_back({ strip, item }); });
+            forEachStripOf(path.pieces[k], [&](const Strip &strip) {
+                strips.push_back({ strip, item });
+            });
             if (isLooked(number) && !cannotMeetItself(path.pieces[k]))
                 pairs.push_back({ place, place, box });
         }
