@@ -238,8 +238,6 @@ private:
                const std::function<void(std::FILE *)> &report)
     {
         progress->stage("writing");
-        if (drawing.outlines.empty())
-            warn(inputName(line.input) + ": the drawing is empty");
         OutputFiles files;
         stageOutputs(outputs, drawing, settings, &files);
         commitOutputs(&files);
