@@ -421,6 +421,15 @@ class Failing(CommandTest):
                 self.run_program(image, *outputs, *way)
         self.run_program("x.json", *[word for word in outputs if word != "x.json"][:6])
 
+    def test_what_cannot_be_read_is_said_in_one_line(self):
+        """An animation is not said to be traced in part when it is not traced."""
+        whole = ring(RED, WHITE, WHITE)
+        control = b"\0\0\0\x08acTL\0\0\0\x02\0\0\0\0\xF3\x8D\x93\x70"
+        self.write("a.png", whole[:33] + control + whole[33:])
+        self.assertIn(b"the first of 2 frames is traced", self.run_program("a.png").stderr)
+        self.write("a.png", whole[:33] + control + whole[33:60])
+        self.assertEqual(self.run_program("a.png", code=3).stderr.count(b"\n"), 1)
+
     def test_outputs_whose_state_cannot_be_told(self):
         os.symlink("loop.svg", self.path("loop.svg"))
         self.assert_refused("a.png", "-o", "loop.svg", code=4, words="loop.svg: its symbolic links lead in a circle")
