@@ -2,6 +2,7 @@
 #include "formats.h"
 
 #include "failure.h"
+#include "imageplugins.h"
 #include "messages.h"
 
 #include "drawing/files.h"
@@ -163,6 +164,7 @@ bool isForeignImage(const QString &fileName)
     const QByteArray first = file.peek(1);
     if (first == "<" || first == "{" || first.isEmpty())
         return false;
+    useImagePlugins();
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
     return reader.canRead() && !reader.format().startsWith("svg")
