@@ -16,6 +16,7 @@ using fit::Point;
 namespace {
 
 const double kLeastContrast = 12;  // steps of 255; below, an edge's place is its cracks'
+const double kFaint = 16;          // steps of 255; below, teeth of a pixel are hardly seen
 const double kMixed = 0.1;         // of coverage: a pixel this far from both sides is mixed
 const double kSoftShare = 0.3;     // of the corners of a soft chain lie beside mixed pixels
 const double kUsefulCosine = 0.62; // between normal and axis; steeper cracks say little
@@ -542,7 +543,8 @@ ChainPoints SoftEdges::pointsOf(uint32_t chain, bool mirrored) const
         if (scatter < kStairs)
             return points;
     }
-    return cracksOf(chain);
+    const bool isFaint = side.square > 0 && side.square < kFaint * kFaint;
+    return staircaseOf(map, chain, isFaint);
 }
 
 fit::Coverage SoftEdges::coverageAround(uint32_t chain, const CoverOf &coverOf) const
