@@ -53,7 +53,7 @@ inline uint32_t SoftEdges::areaAt(int x, int y) const
 {
     if (x < 0 || y < 0 || x >= picture.width || y >= picture.height)
         return uint32_t(-1);
-    return areas[std::size_t(y) * std::size_t(picture.width) + std::size_t(x)];
+    return areas.at(x, y);
 }
 
 inline double SoftEdges::coverageOf(const Side &side, const uint8_t *value) const

@@ -67,11 +67,7 @@ SoftEdges::SoftEdges(const EdgePicture &p, const BoundaryMap &m, const std::vect
 {
     if (picture.hard)
         return;
-    areas.resize(map.runs.pixels());
-    forEachRun(map.runs, [this](uint32_t run, int y, int begin, int end) {
-        const auto row = areas.begin() + std::ptrdiff_t(y) * map.runs.width;
-        std::fill(row + begin, row + end, map.areas.ofRun[run]);
-    });
+    areas = AreaPlane(map.runs, map.areas);
     AreaTones measured = areaTones(picture, map, tones);
     toneOf = std::move(measured.toneOf);
     noiseOf = std::move(measured.noiseOf);
