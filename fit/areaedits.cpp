@@ -161,45 +161,11 @@ bool bendLine(std::size_t number, std::vector<Piece> *pieces)
     return true;
 }
 
-void addTo(Box *box, const Box &other)
-{
-    box->low = { std::min(box->low.x, other.low.x), std::min(box->low.y, other.low.y) };
-    box->high = { std::max(box->high.x, other.high.x), std::max(box->high.y, other.high.y) };
-}
-
-// The pixels of a window that are within some pixels of a box; at least one.
-Coverage croppedTo(const Box &box, double margin, const Coverage &all)
-{
-    const auto placeOf = [margin](double low, int first, int size) {
-        return std::min(size - 1, std::max(0, static_cast<int>(std::floor(low - margin)) - first));
-    };
-    const auto pastOf = [margin](double high, int first, int size) {
-        return std::min(size, std::max(1, static_cast<int>(std::ceil(high + margin)) - first));
-    };
-    const int x = placeOf(box.low.x, all.left, all.width);
-    const int y = placeOf(box.low.y, all.top, all.height);
-    Coverage near;
-    near.left = all.left + x;
-    near.top = all.top + y;
-    near.width = std::max(1, pastOf(box.high.x, all.left, all.width) - x);
-    near.height = std::max(1, pastOf(box.high.y, all.top, all.height) - y);
-    near.sigma = all.sigma;
-    for (int line = 0; line < near.height; ++line) {
-        const auto from = static_cast<std::ptrdiff_t>(y + line) * all.width + x;
-        const auto to = from + near.width;
-        near.right.insert(near.right.end(), all.right.begin() + from, all.right.begin() + to);
-        near.counts.insert(near.counts.end(), all.counts.begin() + from, all.counts.begin() + to);
-    }
-    return near;
-}
-
 // Tips cut, short lines left out, corners for arcs and in lines, wherever that pays.
 class Editor
 {
 public:
-    Editor(const Coverage &c, double l, const std::vector<Piece> &pieces)
-        : coverage(c), lambda(l), around(aroundOf(pieces))
-    { }
+    Editor(const Coverage &c, double l) : coverage(c), lambda(l) { }
 
     // Tips and short lines.
     bool cleanEnds(std::vector<Piece> *pieces) const
@@ -267,8 +233,21 @@ private:
     // Chi square of the pixels around a piece.
     double offBeside(const std::vector<Piece> &pieces, std::size_t number) const
     {
-        const Coverage near = croppedTo(boxOf(pieces[number]), kBeside - 0.5, coverage);
-        return squares(residuals(pieces, near, around)) / (near.sigma * near.sigma);
+        const std::vector<double> off = residuals(pieces, coverage);
+        Box box = boxOf(pieces[number]);
+        double sum = 0;
+        for (int y = 0; y < coverage.height; ++y) {
+            for (int x = 0; x < coverage.width; ++x) {
+                const double px = coverage.left + x + 0.5;
+                const double py = coverage.top + y + 0.5;
+                if (px < box.low.x - kBeside || px > box.high.x + kBeside
+                    || py < box.low.y - kBeside || py > box.high.y + kBeside)
+                    continue;
+                const double o = off[static_cast<std::size_t>(y * coverage.width + x)];
+                sum += o * o;
+            }
+        }
+        return sum / (coverage.sigma * coverage.sigma);
     }
 
     bool cutsTip(std::size_t joint, std::vector<Piece> *pieces) const
@@ -298,15 +277,9 @@ private:
                   double numbers) const
     {
         const std::size_t n = edited->size();
-        const std::size_t from = (joint + n - 2) % n;
-        const std::size_t count = std::min(n, kEdited);
-        Box box = boxOf((*edited)[from]);
-        for (std::size_t k = 0; k <= count; ++k)
-            addTo(&box, boxOf((*edited)[(from + n - 1 + k) % n]));
-        const Coverage near = croppedTo(box, kFarthest, coverage);
-        Polish local(*edited, near, around, from, count);
-        const double before = squares(residuals(now, near, around)) / (near.sigma * near.sigma);
-        const double after = local.run(kRoundsOfEdit, before - 2 * lambda * numbers);
+        Polish local(*edited, coverage, (joint + n - 2) % n, std::min(n, kEdited));
+        const double after = local.run(kRoundsOfEdit);
+        const double before = squares(residuals(now, coverage)) / (coverage.sigma * coverage.sigma);
         if (!isTame(*edited, local.result()))
             return 0;
         *edited = local.result();
@@ -315,19 +288,18 @@ private:
 
     const Coverage &coverage;
     const double lambda;
-    const double around;
 };
 
 } // namespace
 
 bool cleanEnds(const Coverage &coverage, double lambda, std::vector<Piece> *pieces)
 {
-    return Editor(coverage, lambda, *pieces).cleanEnds(pieces);
+    return Editor(coverage, lambda).cleanEnds(pieces);
 }
 
 bool addDetail(const Coverage &coverage, double lambda, std::vector<Piece> *pieces)
 {
-    return Editor(coverage, kDetail * lambda, *pieces).addDetail(pieces);
+    return Editor(coverage, kDetail * lambda).addDetail(pieces);
 }
 
 } // namespace ztrace::fit

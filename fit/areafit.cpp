@@ -24,9 +24,8 @@ const int kEdits = 3; // times that a path is edited
 // All joints; where that goes astray, held closer.
 bool polish(const Coverage &coverage, std::vector<Piece> *pieces)
 {
-    const double around = aroundOf(*pieces);
     for (double hold : { 1.0, kHeld }) {
-        Polish all(*pieces, coverage, around, 0, pieces->size(), hold);
+        Polish all(*pieces, coverage, 0, pieces->size(), hold);
         all.run();
         if (isTame(*pieces, all.result())) {
             *pieces = all.result();

@@ -5,13 +5,11 @@
 #define ZTRACE_FIT_AREAPOLISH_H
 
 #include "fit/areas.h"
-#include "fit/areaslopes.h"
 
 #include <Eigen/Dense>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 namespace ztrace::fit {
@@ -23,7 +21,6 @@ const double kSagittaAnchor = 0.25; // pixels: the same of an arc's height
 const double kSmooth = 0.01;        // radians: what a smooth joint may turn
 const double kFarthest = 1.2;       // pixels that a joint may go
 const double kSettled = 1e-3;       // of the misfit
-const double kHope = 2;             // times what a step promises of the misfit is all there is
 const double kShortest = 0.1;       // pixels that a piece keeps
 const double kMostBulge = 2;
 
@@ -48,12 +45,12 @@ inline double aroundOf(const std::vector<Piece> &pieces)
 }
 
 // Measured less drawn, 0 where it does not count.
-inline std::vector<double> residuals(const std::vector<Piece> &pieces, const Coverage &coverage,
-                                     double around)
+inline std::vector<double> residuals(const std::vector<Piece> &pieces, const Coverage &coverage)
 {
     Areas areas(coverage);
     for (const Piece &piece : pieces)
         areas.add(piece, 1);
+    const double around = aroundOf(pieces);
     std::vector<double> result(coverage.right.size());
     for (std::size_t k = 0; k < result.size(); ++k)
         result[k] = coverage.counts[k] ? coverage.right[k] - around : 0;
@@ -62,11 +59,6 @@ inline std::vector<double> residuals(const std::vector<Piece> &pieces, const Cov
             result[k] -= area;
     });
     return result;
-}
-
-inline std::vector<double> residuals(const std::vector<Piece> &pieces, const Coverage &coverage)
-{
-    return residuals(pieces, coverage, aroundOf(pieces));
 }
 
 inline double squares(const std::vector<double> &values)
@@ -82,17 +74,13 @@ inline double angleBetween(Point a, Point b)
     return std::atan2(cross(a, b), dot(a, b));
 }
 
-const std::size_t kNoRow = static_cast<std::size_t>(-1);
-const int kLeastBent = 4;          // chords of what is bent
-const std::size_t kMostOfRow = 20; // parameters that change one pixel
-
 // Least squares over the joints `from` to `from + count - 1` of a closed path, joint k being where
-// piece k begins, and over the arcs beside them. `around` is that of the path.
+// piece k begins, and over the arcs beside them.
 class Polish
 {
 public:
-    Polish(const std::vector<Piece> &p, const Coverage &c, double around, std::size_t from,
-           std::size_t count, double h = 1)
+    Polish(const std::vector<Piece> &p, const Coverage &c, std::size_t from, std::size_t count,
+           double h = 1)
         : pieces(p), origin(p), coverage(c), areas(c), hold(h)
     {
         const std::size_t n = pieces.size();
@@ -106,27 +94,21 @@ public:
                 parameters.push_back({ piece, 2 });
         }
         values.assign(parameters.size(), 0.0);
-        takeFixed(around);
+        takeFixed();
     }
 
-    // The misfit in the end, with the anchors. Gives up early where it will not come down to
-    // `goal`.
-    double run(int rounds = kRoundsOfPolish, double goal = std::numeric_limits<double>::infinity())
+    // The misfit in the end, with the anchors.
+    double run(int rounds = kRoundsOfPolish)
     {
-        missing = offOf(pieces);
-        double cost = costOf(pieces, values, missing);
+        double cost = costOf(pieces, values);
         double damping = 1e-3;
         for (int round = 0; round < rounds; ++round) {
             const Eigen::VectorXd step = stepOf(damping);
-            // Not at once: a line along the pixels sees nothing of those beside them.
-            if (round > 0 && cost - kHope * promised > goal)
-                break;
             std::vector<double> next = values;
             for (std::size_t k = 0; k < values.size(); ++k)
                 next[k] += step[static_cast<Eigen::Index>(k)];
             const std::vector<Piece> moved = applied(next);
-            std::vector<double> rest = offOf(moved);
-            const double after = costOf(moved, next, rest);
+            const double after = costOf(moved, next);
             if (!(after < cost)) {
                 damping *= 30;
                 continue;
@@ -134,7 +116,6 @@ public:
             const bool settled = cost - after < kSettled * cost;
             pieces = moved;
             values = next;
-            missing.swap(rest);
             cost = after;
             damping *= 0.3;
             if (settled)
@@ -153,7 +134,7 @@ private:
     };
 
     // Measured less what the pieces draw that no parameter moves.
-    void takeFixed(double around)
+    void takeFixed()
     {
         const std::size_t n = pieces.size();
         moves.assign(n, 0);
@@ -162,6 +143,7 @@ private:
             if (p.kind != 2)
                 moves[(p.number + n - 1) % n] = 1;
         }
+        const double around = aroundOf(pieces);
         fixed.resize(coverage.right.size());
         for (std::size_t k = 0; k < fixed.size(); ++k)
             fixed[k] = coverage.counts[k] ? coverage.right[k] - around : 0;
@@ -169,7 +151,7 @@ private:
     }
 
     // Takes off what the pieces draw that move, or do not.
-    void take(const std::vector<Piece> &p, char moving, std::vector<double> *from) const
+    void take(const std::vector<Piece> &p, char moving, std::vector<double> *off) const
     {
         areas.clear();
         for (std::size_t k = 0; k < p.size(); ++k) {
@@ -178,15 +160,15 @@ private:
         }
         areas.forEach([&](std::size_t k, double area) {
             if (coverage.counts[k])
-                (*from)[k] -= area;
+                (*off)[k] -= area;
         });
     }
 
     std::vector<double> offOf(const std::vector<Piece> &p) const
     {
-        std::vector<double> rest = fixed;
-        take(p, 1, &rest);
-        return rest;
+        std::vector<double> off = fixed;
+        take(p, 1, &off);
+        return off;
     }
 
     double anchorOf(const Parameter &p) const
@@ -244,10 +226,9 @@ private:
         return angleBetween(endTangent(p[before]), startTangent(p[joint])) / kSmooth;
     }
 
-    double costOf(const std::vector<Piece> &p, const std::vector<double> &all,
-                  const std::vector<double> &rest) const
+    double costOf(const std::vector<Piece> &p, const std::vector<double> &all) const
     {
-        double cost = squares(rest) / (coverage.sigma * coverage.sigma);
+        double cost = squares(offOf(p)) / (coverage.sigma * coverage.sigma);
         for (std::size_t k = 0; k < p.size(); ++k) {
             if (origin[k].smooth)
                 cost += turnAt(p, k) * turnAt(p, k);
@@ -260,154 +241,108 @@ private:
     Eigen::VectorXd stepOf(double damping)
     {
         const auto n = static_cast<Eigen::Index>(parameters.size());
-        takeSlopes();
-        normal.setZero(n, n);
-        right.setZero(n);
-        for (const Row &row : rows) {
-            for (std::size_t i = 0; i < row.count; ++i) {
-                const double slope = row.slopes[i];
-                right[row.columns[i]] += slope * row.off;
-                for (std::size_t j = 0; j <= i; ++j)
-                    normal(std::max(row.columns[i], row.columns[j]),
-                           std::min(row.columns[i], row.columns[j]))
-                        += slope * row.slopes[j];
-            }
-        }
+        const std::vector<double> off = offOf(pieces);
+        Changes pixels, turns;
+        for (std::size_t k = 0; k < parameters.size(); ++k)
+            differences(parameters[k], static_cast<Eigen::Index>(k), &pixels, &turns);
+        Eigen::MatrixXd normal = Eigen::MatrixXd::Zero(n, n);
+        Eigen::VectorXd right = Eigen::VectorXd::Zero(n);
+        addTo(
+            pixels, 1 / (coverage.sigma * coverage.sigma), off.size(), &normal,
+            [&](std::size_t k) { return off[k]; }, &right);
+        addTo(
+            turns, 1, pieces.size(), &normal, [&](std::size_t k) { return -turnAt(pieces, k); },
+            &right);
         for (Eigen::Index i = 0; i < n; ++i) {
             const auto k = static_cast<std::size_t>(i);
             const double anchor = 1 / (anchorOf(parameters[k]) * anchorOf(parameters[k]));
-            normal(i, i) = (normal(i, i) + anchor) * (1 + damping);
+            normal(i, i) += anchor;
             right[i] -= anchor * values[k];
+            for (Eigen::Index j = 0; j < i; ++j)
+                normal(j, i) = normal(i, j);
         }
-        const Eigen::VectorXd step = normal.selfadjointView<Eigen::Lower>().ldlt().solve(right);
-        promised = step.dot(right);
-        return step;
+        for (Eigen::Index i = 0; i < n; ++i)
+            normal(i, i) *= 1 + damping;
+        return normal.ldlt().solve(right);
     }
 
-    // How a pixel or a joint changes with the parameters, and what it is off by; in deviations.
-    struct Row
+    // How something, a pixel or a joint, changes with a parameter.
+    struct Change
     {
-        double off;
-        std::size_t count = 0;
-        std::array<Eigen::Index, kMostOfRow> columns;
-        std::array<double, kMostOfRow> slopes;
-
-        // What does not fit in is left to the next round: no pixel is near to so many joints.
-        void add(std::size_t parameter, double slope)
-        {
-            const auto column = static_cast<Eigen::Index>(parameter);
-            std::size_t k = 0;
-            while (k < count && columns[k] != column)
-                ++k;
-            if (k == kMostOfRow)
-                return;
-            if (k == count) {
-                columns[k] = column;
-                slopes[k] = 0;
-                ++count;
-            }
-            slopes[k] += slope;
-        }
+        std::size_t at;
+        Eigen::Index parameter;
+        double value;
     };
+    typedef std::vector<Change> Changes; // parameter by parameter
 
-    void takeSlopes()
+    // Weighted least squares of what is off at `count` places; below the diagonal only. Few
+    // parameters change the same place.
+    template<typename Off>
+    static void addTo(const Changes &changes, double weight, std::size_t count,
+                      Eigen::MatrixXd *normal, const Off &off, Eigen::VectorXd *right)
     {
-        rowOf.resize(coverage.right.size(), kNoRow);
-        rows.clear();
-        for (std::size_t number = 0; number < pieces.size(); ++number) {
-            if (moves[number])
-                addSlopes(number);
-        }
-        for (std::size_t pixel : touched)
-            rowOf[pixel] = kNoRow;
-        touched.clear();
-        for (std::size_t joint = 0; joint < pieces.size(); ++joint) {
-            const std::size_t before = (joint + pieces.size() - 1) % pieces.size();
-            if (origin[joint].smooth && (moves[before] || moves[joint]))
-                addTurn(joint, before);
-        }
-    }
-
-    void addSlopes(std::size_t number)
-    {
-        const Piece &piece = pieces[number];
-        // One chord would not bend.
-        chords.count = std::max(chordsOf(piece), piece.kind == Kind::Line ? 1 : kLeastBent);
-        chords.ways = 0;
-        chordPoints(piece, chords.count, chords.points.data());
-        std::array<std::size_t, kMostMoves> columns;
-        forEachMoved(number, kStep, [&](std::size_t parameter, const Piece &moved) {
-            std::array<Point, kMostChords + 1> &move = chords.moves[chords.ways];
-            chordPoints(moved, chords.count, move.data());
-            for (std::size_t k = 0; k <= static_cast<std::size_t>(chords.count); ++k)
-                move[k] = (1 / kStep) * (move[k] - chords.points[k]);
-            columns[chords.ways++] = parameter;
-        });
-        const double weight = 1 / coverage.sigma;
-        forEachSlope(chords, coverage, [&](std::size_t pixel, std::size_t way, double slope) {
-            std::size_t &row = rowOf[pixel];
-            if (row == kNoRow) {
-                row = rows.size();
-                touched.push_back(pixel);
-                rows.emplace_back();
-                rows.back().off = weight * missing[pixel];
-            }
-            rows[row].add(columns[way], weight * slope);
-        });
-    }
-
-    void addTurn(std::size_t joint, std::size_t before)
-    {
-        const double turn = turnAt(pieces, joint);
-        Row row;
-        row.off = -turn;
-        const auto take = [&](std::size_t number) {
-            forEachMoved(number, kStep, [&](std::size_t parameter, const Piece &piece) {
-                const Piece &one = number == before ? piece : pieces[before];
-                const Piece &other = number == before ? pieces[joint] : piece;
-                const double then = angleBetween(endTangent(one), startTangent(other)) / kSmooth;
-                row.add(parameter, (then - turn) / kStep);
-            });
-        };
-        take(before);
-        take(joint);
-        rows.push_back(row);
-    }
-
-    // Calls use(parameter, piece moved by `step`) for the parameters that move a piece.
-    template<typename Use>
-    void forEachMoved(std::size_t number, double step, const Use &use) const
-    {
-        const std::size_t after = (number + 1) % pieces.size();
-        for (std::size_t k = 0; k < parameters.size(); ++k) {
-            const Parameter &p = parameters[k];
-            if (p.number != number && (p.kind == 2 || p.number != after))
+        std::vector<std::size_t> begin(count + 1, 0);
+        for (const Change &change : changes)
+            ++begin[change.at + 1];
+        for (std::size_t k = 0; k < count; ++k)
+            begin[k + 1] += begin[k];
+        std::vector<const Change *> sorted(changes.size());
+        std::vector<std::size_t> end(begin.begin(), begin.end() - 1);
+        for (const Change &change : changes)
+            sorted[end[change.at]++] = &change;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (begin[k] == end[k])
                 continue;
-            Piece moved = pieces[number];
-            const Point by = p.kind == 0 ? Point { step, 0 } : Point { 0, step };
-            if (p.kind == 2)
-                bend(p.number, step, &moved);
-            else if (p.number == number)
-                moveStart(&moved, by);
-            else
-                moveEnd(&moved, by);
-            use(k, moved);
+            const double there = off(k);
+            for (std::size_t i = begin[k]; i < end[k]; ++i) {
+                const Change &one = *sorted[i];
+                (*right)[one.parameter] += weight * one.value * there;
+                for (std::size_t j = begin[k]; j <= i; ++j)
+                    (*normal)(one.parameter, sorted[j]->parameter)
+                        += weight * sorted[j]->value * one.value;
+            }
+        }
+    }
+
+    // What a parameter changes, a pixel of it.
+    void differences(const Parameter &p, Eigen::Index number, Changes *pixels, Changes *turns)
+    {
+        const std::size_t n = pieces.size();
+        const std::size_t first = p.kind == 2 ? p.number : (p.number + n - 1) % n;
+        const std::size_t count = p.kind == 2 ? 1 : 2;
+        Piece moved[2] = { pieces[first], pieces[(first + 1) % n] };
+        if (p.kind == 2) {
+            bend(p.number, kStep, &moved[0]);
+        } else {
+            const Point by = p.kind == 0 ? Point { kStep, 0 } : Point { 0, kStep };
+            moveEnd(&moved[0], by);
+            moveStart(&moved[1], by);
+        }
+        areas.clear();
+        for (std::size_t k = 0; k < count; ++k) {
+            areas.add(moved[k], 1 / kStep);
+            areas.add(pieces[(first + k) % n], -1 / kStep);
+        }
+        areas.forEachOfLoop([&](std::size_t k, double change) {
+            if (coverage.counts[k] && std::fabs(change) > 1e-6)
+                pixels->push_back({ k, number, change });
+        });
+        for (std::size_t k = 0; k <= count; ++k) {
+            const std::size_t joint = (first + k) % n;
+            if (!origin[joint].smooth)
+                continue;
+            const Piece &before = k > 0 ? moved[k - 1] : pieces[(joint + n - 1) % n];
+            const Piece &after = k < count ? moved[k] : pieces[joint];
+            const double turn = angleBetween(endTangent(before), startTangent(after)) / kSmooth;
+            turns->push_back({ joint, number, (turn - turnAt(pieces, joint)) / kStep });
         }
     }
 
     std::vector<Piece> pieces;
     const std::vector<Piece> origin;
     const Coverage &coverage;
-    mutable Areas areas; // scratch
-    MovedChords chords;
-    std::vector<std::size_t> rowOf;   // pixels
-    std::vector<std::size_t> touched; // pixels
-    std::vector<Row> rows;
-    Eigen::MatrixXd normal;
-    Eigen::VectorXd right;
-    std::vector<double> missing; // measured less what the pieces draw
-    double promised = 0;         // of the misfit by the last step
-    std::vector<char> moves;     // pieces
+    mutable Areas areas;     // scratch
+    std::vector<char> moves; // pieces
     std::vector<double> fixed;
     const double hold; // part of the anchors' deviations
     std::vector<Parameter> parameters;
