@@ -89,7 +89,7 @@ const std::vector<Format> &allFormats()
         { "png", "png", "a preview in pixels",
           kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture },
         { "json", "json", "the drawing without loss, to be read again",
-          kCutsAreasOut | kHasUnits | kHasGradients | kKeepsAll, asJson, nullptr },
+          kCutsAreasOut | kHasUnits | kHasGradients | kKeepsAll | kHasChains, asJson, nullptr },
         { "geojson", "geojson", "areas for maps, cut out of each other",
           kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asGeoJson, nullptr },
         { "topojson", "topojson", "the same, every boundary between two areas once",
