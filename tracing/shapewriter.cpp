@@ -42,7 +42,7 @@ private:
             break;
         case fit::Kind::EllipticArc: {
             // The control point lies to the right of a chord from which the way turns to the left.
-            const fit::EllipseShape ellipse = fit::ellipseShape(ofTwoWays(piece));
+            const fit::EllipseShape ellipse = fit::ellipseShape(piece);
             const double bulge = std::sqrt((1 - piece.weight) / (1 + piece.weight));
             const bool left = cross(piece.end - piece.start, piece.control - piece.start) < 0;
             appendElliptic(at(piece.end), left ? -bulge : bulge, ellipse.half, ellipse.angle, path);
@@ -57,14 +57,6 @@ private:
         default:
             path->lineTo(at(piece.end));
         }
-    }
-
-    // The same one for a piece and its way back, so that both have the same numbers to the bit.
-    static fit::Piece ofTwoWays(const fit::Piece &piece)
-    {
-        const bool back = piece.end.x < piece.start.x
-            || (piece.end.x == piece.start.x && piece.end.y < piece.start.y);
-        return back ? fit::reversed(piece) : piece;
     }
 
     // The longer axis first; angles turn over with y.

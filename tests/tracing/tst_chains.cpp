@@ -8,6 +8,7 @@
 #include "drawing/pieces.h"
 #include "imaging/Picture.h"
 #include "tracing/pipeline.h"
+#include "tracing/shapewriter.h"
 
 #include <QBuffer>
 #include <QtTest>
@@ -192,6 +193,24 @@ private slots:
         QCOMPARE(std::max(drawing.chains[0].left, drawing.chains[0].right), 0);
         QCOMPARE(std::min(drawing.chains[0].left, drawing.chains[0].right), -1);
         QCOMPARE(flawOfChains(drawing), QString());
+    }
+
+    void ellipticArcsAreTheSameBothWays()
+    {
+        planes::Random random(9);
+        const auto place = [&random] {
+            return fit::Point { planes::below(&random, 4000) / 97.0,
+                                planes::below(&random, 4000) / 89.0 };
+        };
+        for (int k = 0; k < 500; ++k) {
+            const fit::Point start = place();
+            const fit::Piece piece = fit::conicPiece(
+                start, place(), 0.05 + planes::below(&random, 90) / 100.0, place());
+            BoundaryChain there, back;
+            there.path = pathOf({ piece }, 60);
+            back.path = pathOf({ fit::reversed(piece) }, 60);
+            QVERIFY(pathAlong({ there }, { ~0 }) == back.path);
+        }
     }
 
     void onlyWhereTheyAreAskedFor()
