@@ -146,11 +146,7 @@ SoftEdges::SoftEdges(const EdgePicture &p, const BoundaryMap &m, const std::vect
 {
     if (picture.hard)
         return;
-    areas.resize(map.runs.pixels());
-    forEachRun(map.runs, [this](uint32_t run, int y, int begin, int end) {
-        const auto row = areas.begin() + std::ptrdiff_t(y) * map.runs.width;
-        std::fill(row + begin, row + end, map.areas.ofRun[run]);
-    });
+    areas = AreaPlane(map.runs, map.areas);
     AreaTones measured = areaTones(picture, map, tones);
     toneOf = std::move(measured.toneOf);
     noiseOf = std::move(measured.noiseOf);
@@ -160,7 +156,7 @@ uint32_t SoftEdges::areaAt(int x, int y) const
 {
     if (x < 0 || y < 0 || x >= picture.width || y >= picture.height)
         return uint32_t(-1);
-    return areas[std::size_t(y) * std::size_t(picture.width) + std::size_t(x)];
+    return areas.at(x, y);
 }
 
 SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
