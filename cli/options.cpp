@@ -63,8 +63,9 @@ std::vector<Entry> outputOptions()
             .manual("An ending wins"),
         Entry("overwrite", flag([](Settings &s, bool on) { s.overwrite = on; }))
             .commandOnly()
-            .help("Replace an existing file that is an image, too")
-            .manual("Drawings, and previews that ztrace has written, are replaced without it"),
+            .help("Replace an existing image or drawing of others, too")
+            .manual("Files that ztrace has written are replaced without it, as long as no other "
+                    "program has saved them since"),
         Entry("no-clobber", flag([](Settings &s, bool on) { s.noClobber = on; }))
             .commandOnly()
             .help("Replace no existing file at all"),

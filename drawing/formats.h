@@ -64,6 +64,10 @@ struct Format
 
     // Why the drawing cannot be written in this format; empty when it can. Null: it always can.
     QString (*obstacle)(const Drawing &drawing, const WriteOptions &options);
+
+    // A regular expression that the beginning of every file of this writer matches, in Latin-1, and
+    // hardly one of any other program. Null: these files are known in another way.
+    const char *beginning;
 };
 
 // All formats; the first is the one that is written when nothing is said.
