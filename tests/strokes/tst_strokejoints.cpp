@@ -56,6 +56,7 @@ private slots:
     void squareEndsAreTold();
     void roundEndsAreTold_data();
     void roundEndsAreTold();
+    void pinsInARowAreOneObservation();
     void aSquareEndHasNoTail();
     void aMitredCornerIsWhereTheLinesMeet();
     void sidesOfSquaresAreNoDashes();
@@ -136,6 +137,20 @@ void tst_StrokeJoints::roundEndsAreTold()
 }
 
 // The skeleton of a short bar runs into a corner of its end.
+// Twelve pins begin in one column, where black and white leaves a round end square; a few ends
+// elsewhere are round.
+void tst_StrokeJoints::pinsInARowAreOneObservation()
+{
+    Sheet sheet(420, 300);
+    sheet.line({ 200.3, 20.3 }, { 200.3, 280.3 }, 4.8);
+    for (int k = 0; k < 12; ++k)
+        sheet.line({ 40.94, 30.93 + 20 * k }, { 200.3, 30.93 + 20 * k }, 4.8);
+    sheet.line({ 260.4, 50.2 }, { 380.2, 50.2 }, 4.8).line({ 300.7, 90.6 }, { 300.7, 250.8 }, 4.8);
+    const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+    QVERIFY(drawing.roundEnds);
+    QVERIFY2(hasLine(drawing, { 40.94, 50.93 }, { 200.3, 50.93 }, 1.2), listOf(drawing).c_str());
+}
+
 void tst_StrokeJoints::aSquareEndHasNoTail()
 {
     Sheet sheet(200, 120);
