@@ -224,7 +224,9 @@ EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &
         keepDistinct(&distinct, &theirWidths);
     const Roundness found
         = roundnessOf(distinct, theirWidths, hard ? kLeastHardWidth : kLeastWidth);
-    const double hardLeast = found.count < kFewEnds ? kFewRound : kHardRound;
+    const auto telling = std::count_if(widths.begin(), widths.end(),
+                                       [](double width) { return width >= kLeastHardWidth; });
+    const double hardLeast = std::size_t(telling) < kFewEnds ? kFewRound : kHardRound;
     const bool round = found.count == 0 || found.value > (hard ? hardLeast : kSoftRound);
     return { round, round ? 1.0 : 0.0 };
 }

@@ -31,6 +31,9 @@ const double kUsualPart = 0.8;
 // which nothing is.
 const std::size_t kLeastSeen = 2;
 const double kUnseenWidths = 1.0;
+// Times, and widths, that a stretch of hardly spoilt ones may be longer than is due to it.
+const double kOuterPart = 2.0;
+const double kOuterWidths = 3.0;
 const int kSettled = 5;            // cross-sections in a row that tell that none is seen any more
 const double kJunctionReach = 1.0; // pixels around the disc of a junction that it spoils
 const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
@@ -289,9 +292,9 @@ private:
         core.joint[1] = to;
         core.length = last - first;
         const int n = int(sections.size());
-        const double widest = width + widthSlackOf(sections, width);
-        first += spoiltCells(sections, first, 1, last - first, from, widest);
-        last -= spoiltCells(sections, last - 1, -1, last - first, to, widest);
+        const double slack = widthSlackOf(sections, width);
+        first += spoiltCells(sections, first, 1, last - first, from, width, slack);
+        last -= spoiltCells(sections, last - 1, -1, last - first, to, width, slack);
         for (int i = first; i < last; ++i) {
             const Section &section = sections[std::size_t(i % n)];
             if (section.clear && std::fabs(section.width - width) < kWidthPart * width + kWidthSlack
@@ -360,23 +363,33 @@ private:
     }
 
     // How many cross-sections from the begin on, by steps of 1 or -1, see the ink of another line:
-    // up to where kSettled in a row are no wider than the line.
+    // up to where kSettled in a row are no wider than the line. Lines at an angle leave each other
+    // as they came together: what is hardly too wide goes on in proportion to what is far too wide.
+    // Steps of black and white may leave a whole stretch of a line wider than the rest.
     int spoiltCells(const std::vector<Section> &sections, int begin, int step, int most, int joint,
-                    double widest) const
+                    double width, double slack) const
     {
-        if (joint < 0 || result.joints[std::size_t(joint)].kind == JointKind::Tip)
+        if (isTip(joint))
             return 0;
         const int n = int(sections.size());
+        const double far = kWidthPart * width + kWidthSlack;
         int settled = 0;
         int spoilt = 0;
+        int mixed = 0; // up to where sections are far too wide
         for (int k = 0; k < most && settled < kSettled; ++k) {
             const Section &section = sections[std::size_t((begin + step * k + n) % n)];
-            const bool wide = !section.clear || section.width > widest;
+            const bool wide = !section.clear || section.width > width + slack;
             settled = wide ? 0 : settled + 1;
             if (wide)
                 spoilt = k + 1;
+            if (!section.clear || section.width > width + far)
+                mixed = k + 1;
         }
-        return settled < kSettled ? 0 : spoilt;
+        if (settled < kSettled)
+            return 0;
+        const double outer
+            = kOuterPart * far / std::max(width - far, far) * mixed + kOuterWidths * width;
+        return double(spoilt - mixed) > outer ? mixed : spoilt;
     }
 
     bool isSpoilt(Point place, int number) const
