@@ -18,9 +18,10 @@ namespace {
 // Blocks of JPEG are of the first size; small areas have no room for more than the second.
 const int kTileSides[] = { 8, 4 };
 
-// Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
-// colour to another that is 3.5 such steps off has as much.
-const double kLeastContrast = 7.6;
+// Of SeenColour, root of the mean square: one and a half steps of lightness that the eye just sees.
+// A ramp of one colour to another that is 5 such steps off has as much. Of paler ones the borders
+// are uncertain, and two or three bands do as well.
+const double kLeastContrast = 12.0;
 
 // What a gradient costs, in pixel edges of the price: ten numbers, at 0.4 numbers an edge, and what
 // a region costs.

@@ -58,6 +58,12 @@ std::optional<QImage> withoutRamps(const QImage &image, double price);
 // labels that there can be keep their stand-ins' labels. Returns the first label.
 std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane);
 
+// Soft pixels that were changed to mixtures with a stand-in, and then took a colour that `before`,
+// the picture with its ramps, does not have there: they go to what explains them better, of the
+// labels near them. `after` is the flat picture, `first` the first label of a ramp.
+void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramps,
+                    std::size_t first, LabelPlane *plane);
+
 } // namespace ztrace
 
 #endif

@@ -190,6 +190,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    QImage shaded = image; // as it is, beside its flat copy
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
@@ -210,6 +211,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
     const std::size_t firstRamp = labelRamps(ramps, &plane);
+    if (flat && !ramps.areas.empty())
+        settleMixtures(shaded, image, ramps, firstRamp, &plane);
+    shaded = QImage();
     ramps.ofPixel = std::vector<uint16_t>();
 
     stages->begin("joining areas");
