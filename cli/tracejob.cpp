@@ -94,7 +94,8 @@ const char *sentenceOf(Remark remark)
 bool takesGradients(const TraceJob &job, const Settings &settings)
 {
     const bool ofOneColour = settings.style.byLayer || settings.style.stroked || settings.edges
-        || !settings.onlyColours.empty() || job.given.count("colors") > 0;
+        || !settings.onlyColours.empty() || !settings.palette.empty()
+        || settings.method == Method::Ink || job.given.count("colors") > 0;
     return !ofOneColour && !job.forMap && !job.outputs.empty()
         && std::all_of(job.outputs.begin(), job.outputs.end(), [](const Output &output) {
                return (output.format->capabilities & kHasGradients) != 0;
@@ -117,9 +118,11 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
                   &settings);
-    if (job.given.count("gradients") == 0)
-        settings.gradients = settings.gradients && takesGradients(job, settings);
-    settings.gradients = settings.gradients && !settings.noGradients;
+    const bool asked = job.given.count("gradients") > 0;
+    if (settings.noGradients || !(asked || takesGradients(job, settings))) {
+        settings.gradients = false;
+        settings.said.erase("gradients");
+    }
     return settings;
 }
 
