@@ -33,10 +33,28 @@ struct Ramps
     std::vector<uint16_t> ofPixel; // 0: none, k + 1: areas[k]; rows from the top
 };
 
-// Of an ARGB32 image, in its opaque parts. `price` is what a pixel edge has to save (shaded.h): a
-// ramp costs as many edges as its numbers are worth, and has to be seen. A picture without ramps
-// has no areas, and then `ofPixel` is empty.
-Ramps findRamps(const QImage &image, double price);
+// Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
+// colour to another that is 3.5 such steps off has as much.
+const double kSeenContrast = 7.6;
+
+// Half as much again, where flat colours are drawn: of paler ramps the borders are uncertain, and
+// two or three bands do as well.
+const double kContrastBesideFlat = 12.0;
+
+// What a ramp has to be worth.
+struct RampPrice
+{
+    RampPrice(double price, double contrast = kSeenContrast) // NOLINT: it is a price
+        : edge(price), leastContrast(contrast)
+    { }
+
+    double edge; // what a pixel edge has to save (shaded.h)
+    double leastContrast;
+};
+
+// Of an ARGB32 image, in its opaque parts. A ramp costs as many edges as its numbers are worth, and
+// has to be seen. A picture without ramps has no areas, and then `ofPixel` is empty.
+Ramps findRamps(const QImage &image, const RampPrice &price);
 
 // What becomes of the soft pixels of what lies over a ramp.
 enum class SoftPixels {

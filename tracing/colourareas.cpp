@@ -61,7 +61,9 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
     const int colours = flat ? flat->colours : std::get<Blend>(plan.segmentation).colours;
     if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
         return Ramps();
-    Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);
+    const RampPrice price = { blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge,
+                              flat ? kContrastBesideFlat : kSeenContrast };
+    Ramps ramps = findRamps(*image, price);
     flatten(flat ? SoftPixels::Mixed : SoftPixels::Settled, &ramps, image);
     return ramps;
 }
