@@ -249,7 +249,9 @@ std::vector<Entry> colourOptions()
                   "parallel sides and right angles (`joints`), and parallel to each other, "
                   "concentric and equally large as well (`all`)")
             .manual("Whole shapes and polygons that no other boundary meets; only where the "
-                    "picture speaks hardly less for it"),
+                    "picture speaks hardly less for it. With `--strokes` lines and circles "
+                    "likewise: to lines that they meet (`joints`) or to all, and what met still "
+                    "meets"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "

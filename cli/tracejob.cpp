@@ -373,6 +373,7 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
     TracePlan plan = planOf(traced.settings);
     if (job.forMap)
         makeFitForMaps(job, &plan);
+    plan.composition.chains = hasOutput(job.outputs, kHasChains);
     traced.result = traceOnly(std::move(picture), plan, job);
     place(job, size, &traced.result);
     for (Remark remark : traced.result.report.remarks)

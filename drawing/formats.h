@@ -31,7 +31,8 @@ enum Capability : unsigned {
     kHoldsPages = 256,   // one file may have several drawings: PdfBook
     kHasGradients = 512, // areas of others have their mean colour
     kKeepsAll = 1024,    // coordinates that are no finite numbers too; others leave pieces out
-    kDrawsLines = 2048   // has lines where a drawing has curves, or may have: coarsenessOf
+    kDrawsLines = 2048,  // has lines where a drawing has curves, or may have: coarsenessOf
+    kHasChains = 4096    // tells the boundaries between areas once each: Drawing::chains
 };
 
 // A note in the previews that these writers make, by which they are known again.
