@@ -271,6 +271,8 @@ void warnOfEnding(Ending ending, const TraceJob &job)
     const std::string name = inputName(job.input);
     if (ending == Ending::CutShort)
         job.warn(name + ": the image is incomplete; what is missing has one colour");
+    if (ending == Ending::Coarse)
+        job.warn(name + ": the image is incomplete; its finer details are missing");
     if (ending == Ending::PartsLost)
         job.warn(name
                  + ": the file is incomplete; colours or sizes may be wrong, as what it says of "
