@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
+#include "chainrecord.h"
 #include "gradients.h"
 #include "underlap.h"
 
@@ -218,6 +219,9 @@ public:
             }
         }
     }
+
+    // Negative for an outline that is no area's outer one.
+    const std::vector<int> &areaOfOutline() const { return regionOf; }
 
     // The outline of the page itself goes. Returns whether there was one.
     bool dropFrame()
@@ -481,7 +485,8 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas, Co
     if (opaque && painting == Painting::InkOnPaper && whole)
         drawing.ground = *std::max_element(areas.colours.begin(), areas.colours.end(),
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
-    if (opaque && !coloured && !apart && composition.frame)
+    const bool withChains = fitted && composition.chains;
+    if (opaque && !coloured && !apart && composition.frame && !withChains)
         return;
     Arranger arranger(areas, std::move(connection), firstPixels, &drawing.outlines);
     if (apart && fitted)
@@ -503,6 +508,8 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas, Co
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);
+    if (withChains)
+        recordChains(*fitted, arranger.areaOfOutline(), &drawing);
 }
 
 // Larger areas first, with all that they enclose: what lies in another one still comes after it,
