@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strangers.h"
 
+#include "imageplugins.h"
 #include "messages.h"
 
 #include "drawing/formats.h"
@@ -65,6 +66,7 @@ bool isStrangersWork(const QString &fileName)
         return false;
     if (isDrawing(beginning))
         return true;
+    useImagePlugins();
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
     return reader.canRead()

@@ -115,7 +115,7 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
         throw TraceError("too many solid areas for a drawing of strokes");
     Composition composition = plan.composition;
     composition.onlyColours.assign(1, inkColour | 0xFF000000u);
-    Drawing drawing = compose(std::move(*shapes), areas, 1, Connectivity::Split,
+    Drawing drawing = compose(std::move(*shapes), areas, 1, { Connectivity::Split, {} },
                               Painting::InkOnPaper, composition);
     for (Outline &outline : drawing.outlines) {
         outline.layer = QLatin1String(kSolidLayer);
