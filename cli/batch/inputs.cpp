@@ -4,6 +4,7 @@
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
+#include "cli/imageplugins.h"
 
 #include <QImageReader>
 
@@ -40,6 +41,7 @@ const std::set<std::string> &imageSuffixes()
 {
     static const std::set<std::string> suffixes = [] {
         std::set<std::string> all(std::begin(kOtherSuffixes), std::end(kOtherSuffixes));
+        useImagePlugins();
         for (const QByteArray &format : QImageReader::supportedImageFormats()) {
             if (!isDistrusted(format.toLower()) && !format.toLower().startsWith("svg"))
                 all.insert(format.toLower().toStdString());
