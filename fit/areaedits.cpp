@@ -25,6 +25,10 @@ const double kBeside = 1; // pixels
 // Times the price of a number for detail: at 1 logos take more joints for nothing that is seen.
 const double kDetail = 2;
 const double kCornerForArc = 0.5; // numbers: two lines and a corner for an arc
+const double kLeastWide = 1.9;    // radians that an arc turns that may be two corners
+const double kMostWide = 5;
+const double kMostRadius = 6;    // pixels
+const double kCornersForArc = 4; // numbers: three lines and two corners for an arc
 const double kSplitArc = 5;
 const double kBendLine = 3;
 const double kSlightBulge = 1e-3;
@@ -133,6 +137,37 @@ bool cornerForArc(std::size_t number, std::vector<Piece> *pieces)
     before.smooth = arc.smooth;
     (*pieces)[number] = before;
     pieces->insert(pieces->begin() + static_cast<std::ptrdiff_t>(number) + 1, after);
+    return true;
+}
+
+// A wide arc as the two corners of a counter: where the tangents of its ends meet that of its
+// middle.
+bool cornersForArc(std::size_t number, std::vector<Piece> *pieces)
+{
+    const Piece arc = (*pieces)[number];
+    const double sweep = 4 * std::fabs(std::atan(arc.bulge));
+    if (arc.kind != Kind::Arc || sweep < kLeastWide || sweep > kMostWide
+        || arcShape(arc).radius > kMostRadius)
+        return false;
+    std::vector<Point> corners;
+    for (double from : { 0.0, 0.5 }) {
+        const Piece half = stretchOf(arc, from, from + 0.5);
+        const Point one = startTangent(half);
+        const Point other = endTangent(half);
+        corners.push_back(half.start
+                          + (cross(half.end - half.start, other) / cross(one, other)) * one);
+    }
+    const Point places[] = { arc.start, corners[0], corners[1], arc.end };
+    for (std::size_t k = 0; k < 3; ++k) {
+        Piece line = linePiece(places[k], places[k + 1]);
+        line.first = arc.first;
+        line.count = k == 0 ? arc.count : 0;
+        line.smooth = k == 0 && arc.smooth;
+        if (k == 0)
+            (*pieces)[number] = line;
+        else
+            pieces->insert(pieces->begin() + static_cast<std::ptrdiff_t>(number + k), line);
+    }
     return true;
 }
 
@@ -265,6 +300,7 @@ private:
         };
         using Pieces = std::vector<Piece>;
         attempt(kCornerForArc, [&](Pieces *p) { return cornerForArc(number, p); });
+        attempt(kCornersForArc, [&](Pieces *p) { return cornersForArc(number, p); });
         attempt(kSplitArc, [&](Pieces *p) { return splitPiece(number, true, p); });
         attempt(kBendLine, [&](Pieces *p) { return bendLine(number, p); });
         if ((*pieces)[number].kind == Kind::Line)

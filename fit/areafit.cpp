@@ -77,14 +77,15 @@ bool showsAreas(const Path &path, const Coverage &coverage)
     return *middle < (off.size() < kManyMixed ? kBlurredOfFew : kBlurred);
 }
 
-Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda)
+Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda, bool isSharp)
 {
     const std::size_t count = path.pieces.size();
     if (!path.closed || count < 3 || count > kMostJoints)
         return path;
     std::vector<Piece> pieces = path.pieces;
-    if (!showsAreas(path, coverage) || isAsMeasured(pieces, coverage) || !polish(coverage, &pieces))
+    if (!(isSharp || showsAreas(path, coverage)) || isAsMeasured(pieces, coverage))
         return path;
+    polish(coverage, &pieces);
     for (int round = 0; round < kEdits && cleanEnds(coverage, lambda, &pieces); ++round) {
         polish(coverage, &pieces);
         if (isAsMeasured(pieces, coverage))
@@ -99,7 +100,7 @@ Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda)
     }
     Path result = path;
     result.pieces = std::move(pieces);
-    return result;
+    return showsAreas(result, coverage) ? result : path;
 }
 
 } // namespace ztrace::fit

@@ -432,9 +432,9 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
     });
 }
 
-fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage)
+fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage, bool isSharp)
 {
-    return fit::fitToCoverage(path, coverage, usualSettings().soft.lambda);
+    return fit::fitToCoverage(path, coverage, usualSettings().soft.lambda, isSharp);
 }
 
 fit::Path fitPoints(const ChainPoints &points, bool closed)

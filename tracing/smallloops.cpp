@@ -33,42 +33,45 @@ public:
         }
     }
 
-    // Of a page with many loops some tell whether its edges are blurred; which ones, their shapes
-    // do.
-    bool showAreas() const
+    // Whether edges are sharp, by most of the loops, of many by some; which ones, their shapes do.
+    // Blur is the picture's: of its smallest letters many are off by as much at first as blurred
+    // ones are.
+    bool isSharp() const
     {
-        if (chains.size() <= kTellBlur)
-            return true;
         std::vector<std::pair<uint64_t, uint32_t>> order;
         for (uint32_t chain : chains)
             order.push_back({ hashOfWalk(map, poses[chain], chain), chain });
         std::sort(order.begin(), order.end());
+        const std::size_t count = std::min(kTellBlur, order.size());
         std::size_t sharp = 0;
-        for (std::size_t k = 0; k < kTellBlur; ++k) {
-            const uint32_t chain = order[k * order.size() / kTellBlur].second;
+        for (std::size_t k = 0; k < count; ++k) {
+            const uint32_t chain = order[k * order.size() / count].second;
             sharp += fit::showsAreas(paths[chain], coverageAround(chain));
         }
-        return 2 * sharp > kTellBlur;
+        return 2 * sharp > count;
     }
 
-    std::vector<fit::Path> fitted(unsigned threads) const
+    bool areMany() const { return chains.size() > kTellBlur; }
+
+    std::vector<fit::Path> fitted(bool sharp, unsigned threads) const
     {
         std::vector<fit::Path> better = paths;
         const std::size_t parts = (chains.size() + kLoopsAtOnce - 1) / kLoopsAtOnce;
         forEachOnThreads(parts, threads, [&](std::size_t part) {
             const std::size_t from = part * kLoopsAtOnce;
             for (std::size_t k = from; k < std::min(chains.size(), from + kLoopsAtOnce); ++k)
-                better[chains[k]] = fitInPose(chains[k]);
+                better[chains[k]] = fitInPose(chains[k], sharp);
         });
         return better;
     }
 
 private:
-    fit::Path fitInPose(uint32_t chain) const
+    fit::Path fitInPose(uint32_t chain, bool sharp) const
     {
         const Pose &pose = poses[chain];
         return outOfPose(
-            pose, fitToAreas(intoPose(pose, paths[chain]), intoPose(pose, coverageAround(chain))));
+            pose,
+            fitToAreas(intoPose(pose, paths[chain]), intoPose(pose, coverageAround(chain)), sharp));
     }
 
     fit::Coverage coverageAround(uint32_t chain) const
@@ -114,7 +117,8 @@ std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const std::vector<P
                                      const std::vector<char> &small, unsigned threads)
 {
     const SmallLoops loops(map, poses, edges, paths, small);
-    return loops.showAreas() ? loops.fitted(threads) : std::move(paths);
+    const bool sharp = loops.isSharp();
+    return sharp || !loops.areMany() ? loops.fitted(sharp, threads) : std::move(paths);
 }
 
 } // namespace ztrace

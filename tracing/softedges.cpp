@@ -39,13 +39,33 @@ int clampedTo(int at, int most)
     return std::min(most, std::max(0, at));
 }
 
+// Of each crack of a chain how many corners come before it: places where two cracks or more along
+// one axis are followed by two or more along the other. Lines have none, since of one of the axes
+// each of their cracks stands alone; curves few.
+std::vector<uint32_t> cornersBefore(const BoundaryMap &map, uint32_t chain)
+{
+    std::vector<uint32_t> corners;
+    uint32_t count = 0;
+    int last = 0; // length of the move before
+    forEachMove(map, referenceTo(chain, false), [&](int, int, Heading, int length) {
+        count += last > 1 && length > 1;
+        corners.insert(corners.end(), std::size_t(length), count);
+        last = length;
+    });
+    return corners;
+}
+
 // What the points of a chain are off by, as a deviation, found from the points alone: the median of
 // their third differences across the walk, in which lines and wide curves leave nothing. What runs
-// along the pixels is exact and does not count. Zero where too few points tell.
-double scatterOf(const ChainPoints &points)
+// along the pixels is exact and does not count, nor do points on both sides of a corner. Zero where
+// too few points tell.
+double scatterOf(const ChainPoints &points, const std::vector<uint32_t> &corners)
 {
     std::vector<double> third;
+    const auto cornersAt = [&](std::size_t k) { return corners[points.crack[k]]; };
     for (std::size_t k = 0; k + 3 < points.x.size(); ++k) {
+        if (cornersAt(k) != cornersAt(k + 3))
+            continue;
         const auto at = [&](std::size_t i) { return Point { points.x[k + i], points.y[k + i] }; };
         const Point along = at(3) - at(0);
         const double length = std::sqrt(dot(along, along));
@@ -155,7 +175,7 @@ ChainPoints SoftEdges::pointsOf(uint32_t chain, bool mirrored) const
         // Of the smallest areas every crack is needed.
         if (4 * points.x.size() < map.chains[chain].cracks || points.x.size() < 8)
             points = softPoints(chain, side, true, mirrored);
-        const double scatter = scatterOf(points);
+        const double scatter = scatterOf(points, cornersBefore(map, chain));
         for (double &sigma : points.sigma)
             sigma = std::max(sigma, scatter);
         if (scatter < kStairs)

@@ -82,6 +82,7 @@ private slots:
     void tipsAreCutSquare();
     void shortLinesGo();
     void detailsAreAdded();
+    void countersHaveTwoCorners();
     void smoothJointsStaySmooth();
     void otherWayRound();
     void pixelsThatDoNotCount();
@@ -190,6 +191,20 @@ void tst_AreaFit::detailsAreAdded()
     for (const Piece &piece : fitToCoverage(closedPath(square), coverageOf(bent), kLambda).pieces)
         isMet = isMet || (piece.kind == Kind::Arc && std::fabs(piece.bulge - 0.1) < 0.01);
     QVERIFY(isMet);
+}
+
+// The counter of a U, which points alone make an arc of.
+void tst_AreaFit::countersHaveTwoCorners()
+{
+    const std::vector<Point> cup = { { 10.3, 9.6 }, { 13.1, 9.6 }, { 13.1, 19.7 }, { 18.6, 19.7 },
+                                     { 18.6, 9.6 }, { 21.5, 9.6 }, { 21.5, 22.4 }, { 10.3, 22.4 } };
+    Path round = closedPath(
+        { cup[0], cup[1], { 13.1, 17.2 }, { 18.6, 17.2 }, cup[4], cup[5], cup[6], cup[7] });
+    round.pieces[2].kind = Kind::Arc;
+    round.pieces[2].bulge = -1;
+    const Path after = fitToCoverage(round, coverageOf(closedPath(cup)), kLambda);
+    QVERIFY2(farthestCorner(after, cup) < 0.1,
+             qPrintable(QString::number(farthestCorner(after, cup))));
 }
 
 void tst_AreaFit::smoothJointsStaySmooth()
