@@ -211,14 +211,24 @@ std::optional<Classification> asInkOnColouredPaper(Picture *picture, const QImag
 {
     if (!isOfOneHue(image))
         return std::nullopt;
-    const Histogram &counts = picture->tones().counts;
-    const Split split = splitOf(counts);
-    if (split.uneven >= kTwoValued || split.ink > kInkOfPages)
-        return std::nullopt;
     const double longest = std::max(kShortRun, kShortPart * image.width());
-    if (meanInkRun(picture->grey(), otsuThreshold(counts)) > longest)
+    const auto isInk = [longest](const GreyPicture &page, const Histogram &counts, double limit) {
+        const Split split = splitOf(counts);
+        return split.uneven < limit && split.ink <= kInkOfPages
+            && meanInkRun(page, otsuThreshold(counts)) <= longest;
+    };
+    const auto found = [](const char *what, const Histogram &counts) {
+        return Classification { Kind::LineArt, twoLightnesses(what, splitOf(counts).uneven) };
+    };
+    const Histogram &counts = picture->tones().counts;
+    if (isInk(picture->grey(), counts, kTwoValued))
+        return found("ink on coloured paper", counts);
+    if (!isGraduallyLit(picture->tones()) || picture->evenlyLit().isNull())
         return std::nullopt;
-    return Classification { Kind::LineArt, twoLightnesses("ink on coloured paper", split.uneven) };
+    const Histogram even = tonesOf(picture->evenlyLit()).counts;
+    if (isInk(picture->evenlyLit(), even, kTwoValuedOnPaper))
+        return found("ink on coloured paper, unevenly lit", even);
+    return std::nullopt;
 }
 
 // By colours and areas.

@@ -306,6 +306,25 @@ QImage fallingLight(Dice *dice)
     return page;
 }
 
+// An old book, one margin in the shade of the binding.
+QImage brownPaperInFallingLight(Dice *dice)
+{
+    const QColor paper
+        = QColor::fromHsv(dice->between(25, 45), dice->between(50, 90), dice->between(220, 240));
+    QImage page = withNoise(pageOf(dice, paper, paper.darker(400)), dice, 4);
+    const double fall = dice->between(20, 35) / 100.0;
+    for (int y = 0; y < page.height(); ++y) {
+        for (int x = 0; x < page.width(); ++x) {
+            const QRgb word = page.pixel(x, y);
+            const double light = 1.0 - fall * x / page.width();
+            page.setPixel(
+                x, y,
+                qRgb(int(light * qRed(word)), int(light * qGreen(word)), int(light * qBlue(word))));
+        }
+    }
+    return page;
+}
+
 QImage whiteOnBlack(Dice *dice)
 {
     return pageOf(dice, Qt::black, Qt::white);
@@ -335,6 +354,7 @@ const Row kRows[] = {
     { "grey map", greyMap, Kind::Logo },
     { "grey scenery", greyScenery, Kind::Photo },
     { "page in falling light", fallingLight, Kind::LineArt },
+    { "brown paper in falling light", brownPaperInFallingLight, Kind::LineArt },
     { "white on black", whiteOnBlack, Kind::LineArt },
 };
 
