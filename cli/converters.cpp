@@ -3,6 +3,7 @@
 
 #include "distrust.h"
 #include "failure.h"
+#include "imageplugins.h"
 #include "outside.h"
 
 #include "drawing/formats.h"
@@ -223,6 +224,7 @@ void listFormats()
 {
     // The toolkit's reader of tga claims the format and then refuses each file.
     std::set<QByteArray> formats;
+    useImagePlugins();
     for (const QByteArray &format : QImageReader::supportedImageFormats()) {
         if (!isDistrusted(format.toLower()) && format.toLower() != "tga")
             formats.insert(format.toLower());

@@ -39,7 +39,10 @@ const Idle kIdle[] = {
     { "stroke-width", [](const Settings &s) { return !s.style.stroked && !drawsEdges(s); },
       "areas are filled; --outline draws outlines" },
     { "fit", drawsEdges, "--edges are the boundaries of true shapes" },
-    { "snap", [](const Settings &s) { return !s.raw && fitOf(s) == Geometry::Fit::Engine; },
+    { "snap",
+      [](const Settings &s) {
+          return !s.raw && fitOf(s) == Geometry::Fit::Engine && !(isInk(s) && s.strokes);
+      },
       "the engine outlines area by area" },
     { "no-frame", drawsEdges, "--edges leave out the outline of the page" },
     { "no-seams", drawsEdges, "--edges have no areas" },

@@ -220,8 +220,9 @@ int afterNumber(const QByteArray &bytes, int at, qint64 *value)
     return at > from ? at : -1;
 }
 
-// Black and white in letters: digits, which may stand together.
-bool pnmDigitsEnd(const QByteArray &bytes, int at, qint64 needed)
+// The place after so many samples of black and white in letters, which may stand together; -1 when
+// there are fewer.
+int afterDigits(const QByteArray &bytes, int at, qint64 needed)
 {
     for (bool isComment = false; at < bytes.size() && needed > 0; ++at) {
         const char letter = bytes.at(at);
@@ -229,16 +230,16 @@ bool pnmDigitsEnd(const QByteArray &bytes, int at, qint64 needed)
         if (!isComment && (letter == '0' || letter == '1'))
             --needed;
     }
-    return needed <= 0;
+    return needed <= 0 ? at : -1;
 }
 
-// Greys and colours in letters. The last number may lack digits unless something is behind it.
-bool pnmNumbersEnd(const QByteArray &bytes, int at, qint64 needed)
+// The same of greys and colours. The last number may lack digits unless something is behind it.
+int afterNumbers(const QByteArray &bytes, int at, qint64 needed)
 {
     qint64 ignored = 0;
     for (; needed > 0 && at >= 0; --needed)
         at = afterNumber(bytes, at, &ignored);
-    return at >= 0 && at < bytes.size();
+    return at < bytes.size() ? at : -1;
 }
 
 struct Pnm
@@ -268,16 +269,24 @@ Pnm pnmOf(const QByteArray &bytes)
     return pnm;
 }
 
-bool pnmEnds(const QByteArray &bytes)
+// The place after the last pixel; -1 when the file ends before it.
+int endOfPnm(const QByteArray &bytes)
 {
     const Pnm pnm = pnmOf(bytes);
     if (pnm.data < 0)
-        return false;
+        return -1;
     if (pnm.kind == '1')
-        return pnmDigitsEnd(bytes, pnm.data, pnm.width * pnm.height);
+        return afterDigits(bytes, pnm.data, pnm.width * pnm.height);
     if (pnm.kind <= '3')
-        return pnmNumbersEnd(bytes, pnm.data, pnm.width * pnm.height * pnm.samples);
-    return (bytes.size() - pnm.data - 1) / pnm.row >= pnm.height;
+        return afterNumbers(bytes, pnm.data, pnm.width * pnm.height * pnm.samples);
+    if ((bytes.size() - pnm.data - 1) / pnm.row < pnm.height)
+        return -1;
+    return static_cast<int>(pnm.data + 1 + pnm.row * pnm.height);
+}
+
+bool pnmEnds(const QByteArray &bytes)
+{
+    return endOfPnm(bytes) >= 0;
 }
 
 // C text whose array has to be closed, by a brace that is in no string.
@@ -338,14 +347,14 @@ const struct
 
 bool hasAnotherPnm(const QByteArray &bytes)
 {
-    const bool isPnm = bytes.size() > 2 && bytes.at(0) == 'P' && bytes.at(1) >= '4'
-        && bytes.at(1) <= '6' && pnmEnds(bytes);
-    if (!isPnm)
+    if (bytes.size() < 2 || bytes.at(0) != 'P' || bytes.at(1) < '1' || bytes.at(1) > '6')
         return false;
-    const Pnm pnm = pnmOf(bytes);
-    const qint64 end = pnm.data + 1 + pnm.row * pnm.height;
-    return end + 2 < bytes.size() && bytes.at(static_cast<int>(end)) == 'P'
-        && pnmOf(bytes.mid(static_cast<int>(end), 1000)).data > 0;
+    const int end = endOfPnm(bytes);
+    if (end < 0)
+        return false;
+    const QByteArray next = bytes.mid(end, 1000).trimmed();
+    return next.size() > 2 && next.at(0) == 'P' && next.at(1) >= '1' && next.at(1) <= '6'
+        && pnmOf(next).data > 0;
 }
 
 qint64 framesOfPng(const QByteArray &bytes)

@@ -3,6 +3,7 @@
 
 #include "failure.h"
 #include "messages.h"
+#include "strangers.h"
 
 #include "drawing/files.h"
 #include "drawing/output.h"
@@ -12,7 +13,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
-#include <QImageReader>
 
 #include <cerrno>
 #include <cstring>
@@ -152,23 +152,6 @@ void refuseOthers(const QString &fileName, const std::string &input, const Setti
     }
 }
 
-// Whether the file is a picture in pixels that this program has not made. A drawing that is made
-// anew, which is the usual case, tells at its first byte that it is none; to ask the toolkit takes
-// as long as tracing a small logo, since it loads the readers of all formats.
-bool isForeignImage(const QString &fileName)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray first = file.peek(1);
-    if (first == "<" || first == "{" || first.isEmpty())
-        return false;
-    QImageReader reader(&file);
-    reader.setDecideFormatFromContent(true);
-    return reader.canRead() && !reader.format().startsWith("svg")
-        && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
-}
-
 void refuseTwins(const std::vector<Output> &outputs)
 {
     std::set<QString> files;
@@ -214,9 +197,12 @@ void refuseToReplace(const QString &fileName, const Settings &settings)
         return;
     if (settings.noClobber)
         throw Failure(kWrongUsage, nameOf(fileName) + ": the file exists (--no-clobber)");
-    if (isForeignImage(fileName)) {
-        throw Failure(kWrongUsage,
-                      nameOf(fileName) + ": the file is an image; --overwrite replaces it");
+    if (isStrangersWork(fileName)) {
+        throw Failure(
+            kWrongUsage,
+            nameOf(fileName)
+                + ": the file is an image or a drawing that ztrace has not made; --overwrite "
+                  "replaces it");
     }
 }
 

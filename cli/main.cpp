@@ -93,7 +93,6 @@ public:
             return kSuccess;
         }
         job = jobOfLine();
-        warnOfSource(source, job);
         if (line.settings.page > 0) {
             trace(source, line.settings.page, outputs);
             return kSuccess;
@@ -201,6 +200,7 @@ private:
         traced = TracedPicture(); // that of the page before
         Remarks remarks;
         QImage image = source.read(page, !line.settings.raw, &remarks);
+        warnOfSource(source, job); // nothing of it is traced where that fails
         warnOfRemarks(remarks, job);
         TraceJob pageJob = job;
         pageJob.outputs = outputs;
@@ -238,8 +238,6 @@ private:
                const std::function<void(std::FILE *)> &report)
     {
         progress->stage("writing");
-        if (drawing.outlines.empty())
-            warn(inputName(line.input) + ": the drawing is empty");
         OutputFiles files;
         stageOutputs(outputs, drawing, settings, &files);
         commitOutputs(&files);

@@ -63,8 +63,9 @@ std::vector<Entry> outputOptions()
             .manual("An ending wins"),
         Entry("overwrite", flag([](Settings &s, bool on) { s.overwrite = on; }))
             .commandOnly()
-            .help("Replace an existing file that is an image, too")
-            .manual("Drawings, and previews that ztrace has written, are replaced without it"),
+            .help("Replace an existing image or drawing of others, too")
+            .manual("Files that ztrace has written are replaced without it, as long as no other "
+                    "program has saved them since"),
         Entry("no-clobber", flag([](Settings &s, bool on) { s.noClobber = on; }))
             .commandOnly()
             .help("Replace no existing file at all"),
@@ -248,7 +249,9 @@ std::vector<Entry> colourOptions()
                   "parallel sides and right angles (`joints`), and parallel to each other, "
                   "concentric and equally large as well (`all`)")
             .manual("Whole shapes and polygons that no other boundary meets; only where the "
-                    "picture speaks hardly less for it"),
+                    "picture speaks hardly less for it. With `--strokes` lines and circles "
+                    "likewise: to lines that they meet (`joints`) or to all, and what met still "
+                    "meets"),
         Entry("strokes", flag([](Settings &s, bool on) { s.strokes = on; }))
             .appliesTo(kToInk)
             .help("drawing: ink of an even width becomes a line, arc or circle along its middle, "

@@ -197,7 +197,10 @@ Geometry::Fit fitOf(const Settings &settings)
     const bool ofEngine = settings.raw || settings.tolerance || settings.curveTolerance
         || settings.upsample != 0 || !settings.engine.empty()
         || settings.method.value_or(Method::Flat) == Method::Blend;
-    return ofEngine ? Geometry::Fit::Engine : Geometry::Fit::FairUnlessDense;
+    if (ofEngine)
+        return Geometry::Fit::Engine;
+    // The engine's outlines cannot be put in order.
+    return settings.snap == fit::Snap::None ? Geometry::Fit::FairUnlessDense : Geometry::Fit::Fair;
 }
 
 TracePlan planOf(const Settings &settings)

@@ -4,6 +4,7 @@
 #include "complaints.h"
 #include "distrust.h"
 #include "failure.h"
+#include "imageplugins.h"
 #include "messages.h"
 #include "svgfile.h"
 #include "tiffpages.h"
@@ -89,6 +90,8 @@ QByteArray formatByBeginning(const QByteArray &data)
 bool findReader(QImageReader *reader, const QByteArray &data)
 {
     const QByteArray format = formatByBeginning(data);
+    if (format != "png")
+        useImagePlugins();
     if (!format.isEmpty()) {
         reader->setAutoDetectImageFormat(false);
         reader->setFormat(format);
@@ -97,6 +100,7 @@ bool findReader(QImageReader *reader, const QByteArray &data)
         reader->setFormat(QByteArray());
         reader->setAutoDetectImageFormat(true);
     }
+    useImagePlugins();
     reader->setDecideFormatFromContent(true);
     return reader->canRead();
 }

@@ -2,6 +2,7 @@
 #include "svgfile.h"
 
 #include "distrust.h"
+#include "imageplugins.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -58,6 +59,7 @@ bool isWrittenOut(const QString &reference, QSize *size = nullptr)
     QByteArray bytes = QByteArray::fromBase64(reference.mid(data + 7).toLatin1());
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
+    useImagePlugins();
     QImageReader reader(&buffer);
     if (size)
         *size = reader.size();

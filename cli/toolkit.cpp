@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "toolkit.h"
 
+#include "imageplugins.h"
+
 #include <QFile>
 #include <QGuiApplication>
 #include <QTemporaryDir>
@@ -105,7 +107,9 @@ std::unique_ptr<QCoreApplication> startToolkit(int argc, char **argv)
         const RuntimeFolder forNow;
         return std::make_unique<QGuiApplication>(ownName, argv);
     }
-    return std::make_unique<QCoreApplication>(ownName, argv);
+    auto application = std::make_unique<QCoreApplication>(ownName, argv);
+    postponeImagePlugins();
+    return application;
 }
 
 void leave(int code, std::unique_ptr<QCoreApplication> application)

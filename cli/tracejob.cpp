@@ -23,6 +23,7 @@
 #include "imaging/resolution.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 #include <set>
 
@@ -291,6 +292,42 @@ void warnOfShapes(const Drawing &drawing, const TraceJob &job)
               "farther from the curves than usual");
 }
 
+bool isOneColour(const QImage &image)
+{
+    const QRgb first = image.pixel(0, 0);
+    const int bits = image.width() * image.depth();
+    const auto differs = [&](int x, int y) { return image.pixel(x, y) != first; };
+    for (int x = 1; x < image.width(); ++x) {
+        if (differs(x, 0))
+            return false;
+    }
+    for (int y = 1; y < image.height(); ++y) {
+        if (std::memcmp(image.constScanLine(0), image.constScanLine(y), std::size_t(bits / 8)) != 0)
+            return false;
+        for (int x = image.width() - bits % 8; x < image.width(); ++x) { // of a bit each
+            if (differs(x, y))
+                return false;
+        }
+    }
+    return true;
+}
+
+// What nothing is drawn of may be an empty page; it is never what was hoped for.
+void warnOfNothing(const Drawing &drawing, const TraceJob &job)
+{
+    if (drawing.outlines.empty())
+        job.warn(inputName(job.input) + ": the drawing is empty");
+}
+
+// The same where nothing is left but the paper.
+void warnOfBlankness(const Drawing &drawing, const TraceJob &job)
+{
+    if (job.settings.onlyColours.empty() && isBlank(drawing)) {
+        job.warn(inputName(job.input) + ": the drawing is blank, which the image is not: all is "
+                 + colourName(drawing.outlines.front().colour).toStdString());
+    }
+}
+
 } // namespace
 
 Drawing readDrawing(const ImageSource &source, TraceJob *job)
@@ -309,6 +346,7 @@ Drawing readDrawing(const ImageSource &source, TraceJob *job)
         job->warn(sentence);
     warnOfGradients(drawing, *job);
     warnOfShapes(drawing, *job);
+    warnOfNothing(drawing, *job);
     return drawing;
 }
 
@@ -323,6 +361,7 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
         putOnPaper(&image, *job.settings.background);
     }
     const QSize size = image.size();
+    const bool mayBeBlank = isOneColour(image);
     Picture picture(std::move(image));
     traced.settings = settingsFor(job, &picture, &traced.look);
     for (const std::string &sentence :
@@ -332,11 +371,15 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
     TracePlan plan = planOf(traced.settings);
     if (job.forMap)
         makeFitForMaps(job, &plan);
+    plan.composition.chains = hasOutput(job.outputs, kHasChains);
     traced.result = traceOnly(std::move(picture), plan, job);
     place(job, size, &traced.result);
     for (Remark remark : traced.result.report.remarks)
         job.warn(sentenceOf(remark));
     warnOfGradients(traced.result.drawing, job);
+    warnOfNothing(traced.result.drawing, job);
+    if (!mayBeBlank)
+        warnOfBlankness(traced.result.drawing, job);
     traced.result.drawing.about = aboutTrace(traced.result, traced.look, traced.settings);
     return traced;
 }

@@ -84,6 +84,12 @@ struct Outline
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
     std::vector<int> holes;
 
+    // Where the drawing has chains: the rings of the area as references to them, k for chain k, ~k
+    // for the same backwards. The outer ring first, whose chains one after the other are the shape;
+    // then what is not the area's in it. The area lies on the right of all. A ring may come to a
+    // point twice, where it touches itself. Empty for what is no area of the picture.
+    std::vector<std::vector<int>> rings;
+
     // What is filled in place of the shape: the shape together with neighbours that are painted
     // later, so that nothing below shows between them. A ring around it, then rings that are cut
     // out, as the holes are. Empty: the shape.
@@ -96,6 +102,14 @@ struct Outline
     // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
     // neighbour which is not painted over this outline; 0 for none.
     double seam = 0.0;
+};
+
+// A boundary between two areas: from a point where it meets others to the next, or closed.
+struct BoundaryChain
+{
+    Path path;
+    int left = -1; // outlines by position; negative: nothing of the drawing
+    int right = -1;
 };
 
 // A layer and what is painted in it.
@@ -113,6 +127,12 @@ struct Drawing
     std::vector<Outline> outlines;
     std::vector<Pen> pens;
     std::vector<Gradient> gradients;
+
+    // Every boundary of the areas once, with the sides as one walks along; none where areas were
+    // drawn one by one. What refers to them are Outline::rings. flawOfChains (chains.h) tells
+    // whether they fit together.
+    std::vector<BoundaryChain> chains;
+
     int width = 0; // of the source picture, in pixels
     int height = 0;
     Placement placement; // in a map

@@ -17,6 +17,18 @@ namespace ztrace {
 
 namespace {
 
+const char kSvgBeginning[]
+    = R"(^<\?xml version="1\.0" encoding="UTF-8"\?>\n<svg xmlns="http://www\.w3\.org/2000/svg")"
+      R"(( xmlns:inkscape="[^"]*")? width="[^"]*" height="[^"]*" viewBox="0 0 [^"]*">\n)";
+const char kDxfBeginning[] = R"(^0\nSECTION\n2\nHEADER\n9\n\$ACADVER\n1\nAC10(09|15|18)\n9\n)"
+                             R"(\$(HANDSEED\n5\n\w+\n9\n\$INSUNITS|EXTMIN)\n)";
+const char kPdfBeginning[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3\n\d+ 0 obj\n<< /Length \d+ )"
+                             R"(/Filter /FlateDecode >>\nstream\n)";
+const char kJsonBeginning[] = R"(^\{"format":"ztrace drawing")";
+const char kGeoJsonBeginning[]
+    = R"re(^\{"type":"FeatureCollection",("(coordinates|crs)":.*)?"features":\[(\n|\]))re";
+const char kTopoJsonBeginning[] = R"(^\{"type":"Topology",.*"objects":\{"areas":)";
+
 Written outcome(bool isWhole)
 {
     return isWhole ? Written::Whole : Written::DeviceRefused;
@@ -75,33 +87,29 @@ QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
 
 } // namespace
 
-bool isOwnDrawing(const QByteArray &beginning)
-{
-    if (beginning.startsWith(kPdfBeginning))
-        return true;
-    const QByteArray note = QByteArray("tEXt") + kPreviewKey + '\0' + kPreviewValue;
-    return beginning.startsWith("\x89PNG") && beginning.left(kTellingBytes).contains(note);
-}
-
 const std::vector<Format> &allFormats()
 {
     static const std::vector<Format> formats = {
         { "svg", "svg", "Scalable Vector Graphics",
           kFillsAreas | kGroupsLayers | kCutsAreasOut | kHasUnits | kRoundsNumbers | kHasGradients,
-          asSvg, nullptr },
+          asSvg, nullptr, kSvgBeginning },
         { "dxf", "dxf", "drawing exchange of CAD programs",
-          kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr },
+          kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr, kDxfBeginning },
         { "pdf", "pdf", "a page of the image's physical size",
-          kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages | kHasGradients, asPdf,
-          nullptr },
+          kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages | kHasGradients, asPdf, nullptr,
+          kPdfBeginning },
         { "png", "png", "a preview in pixels",
-          kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture },
+          kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture,
+          nullptr },
         { "json", "json", "the drawing without loss, to be read again",
-          kCutsAreasOut | kHasUnits | kHasGradients | kKeepsAll, asJson, nullptr },
+          kCutsAreasOut | kHasUnits | kHasGradients | kKeepsAll | kHasChains, asJson, nullptr,
+          kJsonBeginning },
         { "geojson", "geojson", "areas for maps, cut out of each other",
-          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asGeoJson, nullptr },
+          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asGeoJson, nullptr,
+          kGeoJsonBeginning },
         { "topojson", "topojson", "the same, every boundary between two areas once",
-          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asTopoJson, nullptr },
+          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asTopoJson, nullptr,
+          kTopoJsonBeginning },
     };
     return formats;
 }

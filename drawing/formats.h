@@ -31,17 +31,13 @@ enum Capability : unsigned {
     kHoldsPages = 256,   // one file may have several drawings: PdfBook
     kHasGradients = 512, // areas of others have their mean colour
     kKeepsAll = 1024,    // coordinates that are no finite numbers too; others leave pieces out
-    kDrawsLines = 2048   // has lines where a drawing has curves, or may have: coarsenessOf
+    kDrawsLines = 2048,  // has lines where a drawing has curves, or may have: coarsenessOf
+    kHasChains = 4096    // tells the boundaries between areas once each: Drawing::chains
 };
 
 // A note in the previews that these writers make, by which they are known again.
 const char kPreviewKey[] = "Software";
 const char kPreviewValue[] = "ztrace";
-
-// Whether a file with this beginning, of kTellingBytes unless it is shorter, is a PDF or PNG that
-// these writers made: a drawing among pictures.
-const int kTellingBytes = 256;
-bool isOwnDrawing(const QByteArray &beginning);
 
 // All that writers can be told; each takes what it knows.
 struct WriteOptions
@@ -68,6 +64,10 @@ struct Format
 
     // Why the drawing cannot be written in this format; empty when it can. Null: it always can.
     QString (*obstacle)(const Drawing &drawing, const WriteOptions &options);
+
+    // A regular expression that the beginning of every file of this writer matches, in Latin-1, and
+    // hardly one of any other program. Null: these files are known in another way.
+    const char *beginning;
 };
 
 // All formats; the first is the one that is written when nothing is said.

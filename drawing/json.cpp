@@ -82,13 +82,25 @@ void appendPiece(std::string *text, const PathPiece &piece)
     *text += ']';
 }
 
-void appendHoles(std::string *text, const std::vector<int> &holes)
+// "[1,2]", with at least one number.
+void appendList(std::string *text, const std::vector<int> &numbers)
 {
     char separator = '[';
-    *text += ",\"holes\":";
-    for (int hole : holes) {
+    for (int number : numbers) {
         *text += separator;
-        appendWhole(text, hole);
+        appendWhole(text, number);
+        separator = ',';
+    }
+    *text += ']';
+}
+
+void appendRings(std::string *text, const std::vector<std::vector<int>> &rings)
+{
+    char separator = '[';
+    *text += ",\"rings\":";
+    for (const std::vector<int> &ring : rings) {
+        *text += separator;
+        appendList(text, ring);
         separator = ',';
     }
     *text += ']';
@@ -130,8 +142,12 @@ void appendOutline(std::string *text, const Outline &outline)
         *text += ",\"seam\":";
         appendJsonNumber(text, outline.seam);
     }
-    if (!outline.holes.empty())
-        appendHoles(text, outline.holes);
+    if (!outline.holes.empty()) {
+        *text += ",\"holes\":";
+        appendList(text, outline.holes);
+    }
+    if (!outline.rings.empty())
+        appendRings(text, outline.rings);
     if (outline.isGround)
         *text += ",\"ground\":true";
     for (std::size_t k = 0; k < outline.under.size(); ++k) {
@@ -210,19 +226,35 @@ void appendGradients(std::string *text, const std::vector<Gradient> &gradients)
     *text += "\n]";
 }
 
+// {"left":1,"right":0,"start":[x,y],"pieces":[...]}, -1 for a side on which there is nothing.
+void appendChain(std::string *text, const BoundaryChain &chain)
+{
+    *text += "{\"left\":";
+    appendWhole(text, chain.left);
+    *text += ",\"right\":";
+    appendWhole(text, chain.right);
+    *text += ',';
+    appendShape(text, chain.path);
+    *text += '}';
+}
+
+bool hasEllipticArc(const Path &path)
+{
+    for (const PathPiece piece : path.pieces()) {
+        if (piece.kind == PathPiece::EllipticArc)
+            return true;
+    }
+    return false;
+}
+
 int versionOf(const Drawing &drawing)
 {
-    const auto isNew = [](const Outline &outline) {
-        if (outline.pen >= 0)
-            return true;
-        for (const PathPiece piece : outline.shape.pieces()) {
-            if (piece.kind == PathPiece::EllipticArc)
-                return true;
-        }
-        return false;
-    };
+    const auto isNew
+        = [](const Outline &outline) { return outline.pen >= 0 || hasEllipticArc(outline.shape); };
+    const auto isNewChain = [](const BoundaryChain &chain) { return hasEllipticArc(chain.path); };
     return !drawing.pens.empty()
             || std::any_of(drawing.outlines.begin(), drawing.outlines.end(), isNew)
+            || std::any_of(drawing.chains.begin(), drawing.chains.end(), isNewChain)
         ? kJsonFormatVersionOfPens
         : kJsonFormatVersion;
 }
@@ -285,6 +317,13 @@ bool writeJson(const Drawing &drawing, QIODevice *device)
     for (std::size_t i = 0; i < drawing.outlines.size(); ++i) {
         text += i ? ",\n" : "\n";
         appendOutline(&text, drawing.outlines[i]);
+        sink.flushIfLarge();
+    }
+    if (!drawing.chains.empty())
+        text += "\n],\n\"chains\":[";
+    for (std::size_t i = 0; i < drawing.chains.size(); ++i) {
+        text += i ? ",\n" : "\n";
+        appendChain(&text, drawing.chains[i]);
         sink.flushIfLarge();
     }
     text += "\n]}\n";

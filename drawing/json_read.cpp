@@ -4,6 +4,7 @@
 // the bounds below see to that.
 #include "json.h"
 
+#include "chains.h"
 #include "pens.h"
 
 #include <QColor>
@@ -34,8 +35,9 @@ const qint64 kMostCutPieces = 64;
 const qint64 kFreeCutPieces = 100000;
 
 // Of the drawing itself; all others say how it came about.
-const char *const kOwnMembers[] = { "format",    "version", "width", "height",    "dpi",     "unit",
-                                    "precision", "ground",  "pens",  "gradients", "outlines" };
+const char *const kOwnMembers[]
+    = { "format",    "version", "width", "height",    "dpi",      "unit",
+        "precision", "ground",  "pens",  "gradients", "outlines", "chains" };
 
 // Unwinds to readJson.
 struct Refusal
@@ -284,6 +286,7 @@ struct Numbers
     int pens;
     int gradients;
     int outlines;
+    int chains;
 };
 
 Outline readOutline(const QJsonObject &object, const Numbers &numbers)
@@ -309,6 +312,15 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     for (const QJsonValue hole : list(member(object, "holes"), "\"holes\""))
         outline.holes.push_back(wholeNumber(hole, 0, numbers.outlines - 1, "a hole"));
     readShape(object, &outline.shape);
+    const QJsonArray rings = list(member(object, "rings"), "\"rings\"");
+    if (!rings.isEmpty() && numbers.chains == 0)
+        refuse("there are no chains");
+    for (const QJsonValue ring : rings) {
+        outline.rings.emplace_back();
+        for (const QJsonValue chain : list(ring, "a ring"))
+            outline.rings.back().push_back(
+                wholeNumber(chain, -numbers.chains, numbers.chains - 1, "a chain of a ring"));
+    }
     for (const QJsonValue ring : list(member(object, "under"), "\"under\"")) {
         outline.under.emplace_back();
         readShape(ring.toObject(), &outline.under.back());
@@ -320,6 +332,15 @@ Outline readOutline(const QJsonObject &object, const Numbers &numbers)
     if (outline.pen >= 0 && (outline.isGround || !outline.under.empty()))
         refuse("strokes are not filled: \"under\" and \"ground\" are of areas");
     return outline;
+}
+
+BoundaryChain readChain(const QJsonObject &object, int outlines)
+{
+    BoundaryChain chain;
+    chain.left = wholeNumber(member(object, "left"), -1, outlines - 1, "\"left\"");
+    chain.right = wholeNumber(member(object, "right"), -1, outlines - 1, "\"right\"");
+    readShape(object, &chain.path);
+    return chain;
 }
 
 [[noreturn]] void refuseOutline(int index, const QString &reason)
@@ -385,8 +406,8 @@ std::vector<Outline> readOutlines(const QJsonArray &array, const Drawing &drawin
 {
     std::vector<Outline> outlines;
     outlines.reserve(at(array.size()));
-    const Numbers numbers
-        = { int(drawing.pens.size()), int(drawing.gradients.size()), array.size() };
+    const Numbers numbers = { int(drawing.pens.size()), int(drawing.gradients.size()), array.size(),
+                              int(drawing.chains.size()) };
     for (int i = 0; i < array.size(); ++i) {
         try {
             outlines.push_back(readOutline(array.at(i).toObject(), numbers));
@@ -429,7 +450,14 @@ Drawing readDrawing(const QJsonObject &object)
     drawing.pens = readEach(list(member(object, "pens"), "\"pens\""), "pen", readPen);
     drawing.gradients
         = readEach(list(member(object, "gradients"), "\"gradients\""), "gradient", readGradient);
-    drawing.outlines = readOutlines(member(object, "outlines").toArray(), drawing);
+    const QJsonArray outlines = member(object, "outlines").toArray();
+    drawing.chains = readEach(
+        list(member(object, "chains"), "\"chains\""), "chain",
+        [&outlines](const QJsonObject &chain) { return readChain(chain, outlines.size()); });
+    drawing.outlines = readOutlines(outlines, drawing);
+    const QString flaw = flawOfChains(drawing);
+    if (!flaw.isEmpty())
+        refuse(flaw);
     return drawing;
 }
 

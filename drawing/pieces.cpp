@@ -279,4 +279,45 @@ void flatten(const PathPiece &piece, double tolerance, std::vector<Point> *point
     points->push_back(piece.end);
 }
 
+void appendReversed(const PathPiece &piece, Path *path)
+{
+    switch (piece.kind) {
+    case PathPiece::Line:
+        return path->lineTo(piece.start);
+    case PathPiece::Arc:
+        return path->arcTo(piece.start, -piece.bulge);
+    case PathPiece::EllipticArc:
+        return path->ellipticArcTo(piece.start, -piece.bulge, piece.ratio, piece.angle);
+    case PathPiece::Quadratic:
+        return path->quadraticTo(piece.control1, piece.start);
+    case PathPiece::Cubic:
+        return path->cubicTo(piece.control2, piece.control1, piece.start);
+    case PathPiece::Spline:
+        break;
+    }
+    std::vector<Point> inner(piece.inner, piece.inner + piece.innerCount);
+    std::reverse(inner.begin(), inner.end());
+    path->splineTo(piece.degree, inner, piece.start);
+}
+
+void appendForwards(const PathPiece &piece, Path *path)
+{
+    switch (piece.kind) {
+    case PathPiece::Line:
+        return path->lineTo(piece.end);
+    case PathPiece::Arc:
+        return path->arcTo(piece.end, piece.bulge);
+    case PathPiece::EllipticArc:
+        return path->ellipticArcTo(piece.end, piece.bulge, piece.ratio, piece.angle);
+    case PathPiece::Quadratic:
+        return path->quadraticTo(piece.control1, piece.end);
+    case PathPiece::Cubic:
+        return path->cubicTo(piece.control1, piece.control2, piece.end);
+    case PathPiece::Spline:
+        break;
+    }
+    path->splineTo(piece.degree, std::vector<Point>(piece.inner, piece.inner + piece.innerCount),
+                   piece.end);
+}
+
 } // namespace ztrace

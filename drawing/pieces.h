@@ -20,6 +20,10 @@ void piecesOf(const Path &path, std::vector<PathPiece> *pieces);
 // Whether every piece is drawn as it is, or as lines that are near it.
 bool isDrawn(const Path &path);
 
+// Appends a piece as it is, or the same way back; the path ends where that begins.
+void appendForwards(const PathPiece &piece, Path *path);
+void appendReversed(const PathPiece &piece, Path *path);
+
 // Whether the last point is the first one, bit for bit.
 bool isClosed(const std::vector<PathPiece> &pieces);
 

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokepaths.h"
 
+#include "pieces.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -24,47 +26,6 @@ const End kNone = static_cast<End>(-1);
 End otherEnd(End end)
 {
     return end ^ 1u;
-}
-
-void appendReversed(const PathPiece &piece, Path *path)
-{
-    switch (piece.kind) {
-    case PathPiece::Line:
-        return path->lineTo(piece.start);
-    case PathPiece::Arc:
-        return path->arcTo(piece.start, -piece.bulge);
-    case PathPiece::EllipticArc:
-        return path->ellipticArcTo(piece.start, -piece.bulge, piece.ratio, piece.angle);
-    case PathPiece::Quadratic:
-        return path->quadraticTo(piece.control1, piece.start);
-    case PathPiece::Cubic:
-        return path->cubicTo(piece.control2, piece.control1, piece.start);
-    case PathPiece::Spline:
-        break;
-    }
-    std::vector<Point> inner(piece.inner, piece.inner + piece.innerCount);
-    std::reverse(inner.begin(), inner.end());
-    path->splineTo(piece.degree, inner, piece.start);
-}
-
-void appendForwards(const PathPiece &piece, Path *path)
-{
-    switch (piece.kind) {
-    case PathPiece::Line:
-        return path->lineTo(piece.end);
-    case PathPiece::Arc:
-        return path->arcTo(piece.end, piece.bulge);
-    case PathPiece::EllipticArc:
-        return path->ellipticArcTo(piece.end, piece.bulge, piece.ratio, piece.angle);
-    case PathPiece::Quadratic:
-        return path->quadraticTo(piece.control1, piece.end);
-    case PathPiece::Cubic:
-        return path->cubicTo(piece.control1, piece.control2, piece.end);
-    case PathPiece::Spline:
-        break;
-    }
-    path->splineTo(piece.degree, std::vector<Point>(piece.inner, piece.inner + piece.innerCount),
-                   piece.end);
 }
 
 class Joiner

@@ -3,6 +3,7 @@
 
 #include "fit/areapolish.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ztrace::fit {
@@ -30,6 +31,7 @@ const double kSlightBulge = 1e-3;
 const double kShort = 1.6;        // pixels of a line that may be left out
 const double kMeetingSine = 0.3;  // of two that are drawn on to where they meet
 const std::size_t kEdited = 5;    // joints that are fitted around a change
+const double kAroundEdit = 4;     // pixels that pieces keep within as they are fitted
 const double kCapPrice = 2 + 1.5; // numbers: a line and a corner
 
 bool isSimple(const Piece &piece)
@@ -161,6 +163,44 @@ bool bendLine(std::size_t number, std::vector<Piece> *pieces)
     return true;
 }
 
+// The pixels of a window that a box reaches to.
+Coverage croppedTo(const Box &box, const Coverage &whole)
+{
+    Coverage part = whole;
+    const auto inside = [](double at, int first, int count) {
+        return static_cast<int>(std::min<double>(first + count, std::max<double>(first, at)));
+    };
+    part.left = inside(std::floor(box.low.x), whole.left, whole.width);
+    part.top = inside(std::floor(box.low.y), whole.top, whole.height);
+    part.width = inside(std::ceil(box.high.x), whole.left, whole.width) - part.left;
+    part.height = inside(std::ceil(box.high.y), whole.top, whole.height) - part.top;
+    part.right.clear();
+    part.counts.clear();
+    for (int y = 0; y < part.height; ++y) {
+        const std::ptrdiff_t from
+            = std::ptrdiff_t(part.top - whole.top + y) * whole.width + (part.left - whole.left);
+        part.right.insert(part.right.end(), whole.right.begin() + from,
+                          whole.right.begin() + from + part.width);
+        part.counts.insert(part.counts.end(), whole.counts.begin() + from,
+                           whole.counts.begin() + from + part.width);
+    }
+    return part;
+}
+
+// Where what is drawn may change as a path is fitted around a joint.
+Box boxAround(const std::vector<Piece> &pieces, std::size_t joint)
+{
+    const std::size_t n = pieces.size();
+    Box box = boxOf(pieces[joint]);
+    for (std::size_t k = 0; k < std::min(n, kEdited + 1); ++k) {
+        const Box one = boxOf(pieces[(joint + n - kEdited / 2 - 1 + k) % n]);
+        box.low = { std::min(box.low.x, one.low.x), std::min(box.low.y, one.low.y) };
+        box.high = { std::max(box.high.x, one.high.x), std::max(box.high.y, one.high.y) };
+    }
+    const Point around = { kAroundEdit, kAroundEdit };
+    return { box.low - around, box.high + around };
+}
+
 // Tips cut, short lines left out, corners for arcs and in lines, wherever that pays.
 class Editor
 {
@@ -168,16 +208,17 @@ public:
     Editor(const Coverage &c, double l) : coverage(c), lambda(l) { }
 
     // Tips and short lines.
-    bool cleanEnds(std::vector<Piece> *pieces) const
+    bool cleanEnds(std::vector<Piece> *pieces)
     {
         bool any = false;
+        lookAt(*pieces);
         for (std::size_t k = 0; k < pieces->size() && pieces->size() < kMostJoints; ++k) {
             std::vector<Piece> dropped = *pieces;
             if (cutsTip(k, pieces)) {
                 any = true;
                 ++k;
             } else if (dropShort(k, &dropped)
-                       && isBetter(*pieces, dropped, k % dropped.size(), -kCapPrice, pieces)) {
+                       && isBetter(dropped, k % dropped.size(), -kCapPrice, pieces)) {
                 any = true;
             }
         }
@@ -185,9 +226,10 @@ public:
     }
 
     // Corners and bends.
-    bool addDetail(std::vector<Piece> *pieces) const
+    bool addDetail(std::vector<Piece> *pieces)
     {
         bool any = false;
+        lookAt(*pieces);
         for (std::size_t k = 0; k < pieces->size() && pieces->size() < kMostJoints; ++k) {
             const std::size_t before = pieces->size();
             if (getsBetter(k, pieces)) {
@@ -199,9 +241,11 @@ public:
     }
 
 private:
+    void lookAt(const std::vector<Piece> &pieces) { off = residuals(pieces, coverage); }
+
     // The best of what a piece may become, only where pixels beside it are off by more than it
     // costs.
-    bool getsBetter(std::size_t number, std::vector<Piece> *pieces) const
+    bool getsBetter(std::size_t number, std::vector<Piece> *pieces)
     {
         const double room = 0.5 * offBeside(*pieces, number);
         double best = 0;
@@ -210,7 +254,7 @@ private:
             std::vector<Piece> edited = *pieces;
             if (!(room > lambda * numbers) || !edit(&edited))
                 return;
-            const double loss = lossOf(*pieces, &edited, (number + 1) % edited.size(), numbers);
+            const double loss = lossOf(&edited, (number + 1) % edited.size(), numbers);
             const bool isCorner = edited.size() > pieces->size() && !edited[number + 1].smooth;
             if (isCorner && std::fabs(turnBefore(edited, number + 1)) < kLeastCorner)
                 return; // a curve
@@ -225,15 +269,16 @@ private:
         attempt(kBendLine, [&](Pieces *p) { return bendLine(number, p); });
         if ((*pieces)[number].kind == Kind::Line)
             attempt(kCapPrice, [&](Pieces *p) { return splitPiece(number, false, p); });
-        if (best < 0)
+        if (best < 0) {
             pieces->swap(result);
+            lookAt(*pieces);
+        }
         return best < 0;
     }
 
     // Chi square of the pixels around a piece.
     double offBeside(const std::vector<Piece> &pieces, std::size_t number) const
     {
-        const std::vector<double> off = residuals(pieces, coverage);
         Box box = boxOf(pieces[number]);
         double sum = 0;
         for (int y = 0; y < coverage.height; ++y) {
@@ -250,44 +295,63 @@ private:
         return sum / (coverage.sigma * coverage.sigma);
     }
 
-    bool cutsTip(std::size_t joint, std::vector<Piece> *pieces) const
+    bool cutsTip(std::size_t joint, std::vector<Piece> *pieces)
     {
         for (double most : kTipCuts) {
             std::vector<Piece> cut = *pieces;
             if (!cutTip(joint, most, &cut))
                 return false;
-            if (isBetter(*pieces, cut, joint, kCapPrice, pieces))
+            if (isBetter(cut, joint, kCapPrice, pieces))
                 return true;
         }
         return false;
     }
 
     // Fits the joints around one of an edited path, and takes it where it pays.
-    bool isBetter(const std::vector<Piece> &now, std::vector<Piece> edited, std::size_t joint,
-                  double numbers, std::vector<Piece> *result) const
+    bool isBetter(std::vector<Piece> edited, std::size_t joint, double numbers,
+                  std::vector<Piece> *result)
     {
-        if (!(lossOf(now, &edited, joint, numbers) < 0))
+        if (!(lossOf(&edited, joint, numbers) < 0))
             return false;
         *result = edited;
+        lookAt(edited);
         return true;
     }
 
-    // The same, and what it costs more than before; 0 where it goes astray.
-    double lossOf(const std::vector<Piece> &now, std::vector<Piece> *edited, std::size_t joint,
-                  double numbers) const
+    // The same, and what it costs more than before; 0 where it goes astray or cannot pay.
+    double lossOf(std::vector<Piece> *edited, std::size_t joint, double numbers) const
     {
         const std::size_t n = edited->size();
-        Polish local(*edited, coverage, (joint + n - 2) % n, std::min(n, kEdited));
-        const double after = local.run(kRoundsOfEdit);
-        const double before = squares(residuals(now, coverage)) / (coverage.sigma * coverage.sigma);
+        const Coverage near = croppedTo(boxAround(*edited, joint), coverage);
+        const double before = squaresIn(near) / (coverage.sigma * coverage.sigma);
+        if (!(0.5 * before > lambda * numbers))
+            return 0; // there is not that much to win
+        Polish local(*edited, near, (joint + n - kEdited / 2) % n, std::min(n, kEdited));
+        const double after = local.run(kRoundsOfEdit, before - 2 * lambda * numbers);
         if (!isTame(*edited, local.result()))
             return 0;
         *edited = local.result();
         return lambda * numbers - 0.5 * (before - after);
     }
 
+    // What the path as it is is off by in a part of the window.
+    double squaresIn(const Coverage &part) const
+    {
+        double sum = 0;
+        for (int y = 0; y < part.height; ++y) {
+            const std::ptrdiff_t from = std::ptrdiff_t(part.top - coverage.top + y) * coverage.width
+                + (part.left - coverage.left);
+            for (int x = 0; x < part.width; ++x) {
+                const double o = off[static_cast<std::size_t>(from + x)];
+                sum += o * o;
+            }
+        }
+        return sum;
+    }
+
     const Coverage &coverage;
     const double lambda;
+    std::vector<double> off; // of the path as it is
 };
 
 } // namespace

@@ -4,12 +4,14 @@
 #ifndef ZTRACE_FIT_AREAPOLISH_H
 #define ZTRACE_FIT_AREAPOLISH_H
 
-#include "fit/areas.h"
+#include "fit/areachanges.h"
 
 #include <Eigen/Dense>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace ztrace::fit {
@@ -94,11 +96,14 @@ public:
                 parameters.push_back({ piece, 2 });
         }
         values.assign(parameters.size(), 0.0);
+        findSlots();
         takeFixed();
     }
 
-    // The misfit in the end, with the anchors.
-    double run(int rounds = kRoundsOfPolish)
+    // The misfit in the end, with the anchors. Steps win less and less: it ends where the last one
+    // has won less than is missing to `wanted`.
+    double run(int rounds = kRoundsOfPolish,
+               double wanted = std::numeric_limits<double>::infinity())
     {
         double cost = costOf(pieces, values);
         double damping = 1e-3;
@@ -113,7 +118,7 @@ public:
                 damping *= 30;
                 continue;
             }
-            const bool settled = cost - after < kSettled * cost;
+            const bool settled = cost - after < kSettled * cost || cost - after < after - wanted;
             pieces = moved;
             values = next;
             cost = after;
@@ -133,16 +138,41 @@ private:
         int kind;           // 0, 1: x and y of a joint; 2: height of an arc
     };
 
-    // Measured less what the pieces draw that no parameter moves.
-    void takeFixed()
+    // Parameters of a piece, -1 where it has none; those of y follow those of x.
+    struct Slots
+    {
+        Eigen::Index start = -1;
+        Eigen::Index end = -1;
+        Eigen::Index bend = -1;
+        double bulgeAPixel = 0; // of height
+    };
+    static constexpr uint32_t kNone = uint32_t(-1);
+
+    // Which parameters move each piece.
+    void findSlots()
     {
         const std::size_t n = pieces.size();
         moves.assign(n, 0);
-        for (const Parameter &p : parameters) {
+        slotOf.assign(n, Slots());
+        for (std::size_t k = 0; k < parameters.size(); ++k) {
+            const Parameter &p = parameters[k];
             moves[p.number] = 1;
-            if (p.kind != 2)
+            if (p.kind == 2) {
+                slotOf[p.number].bend = static_cast<Eigen::Index>(k);
+                slotOf[p.number].bulgeAPixel = bulgeAPixel(p.number);
+            } else if (p.kind == 0) {
+                slotOf[p.number].start = static_cast<Eigen::Index>(k);
+                slotOf[(p.number + n - 1) % n].end = static_cast<Eigen::Index>(k);
                 moves[(p.number + n - 1) % n] = 1;
+            }
         }
+        gradient.assign(parameters.size(), 0.0);
+        isTouched.assign(parameters.size(), 0);
+    }
+
+    // Measured less what the pieces draw that no parameter moves.
+    void takeFixed()
+    {
         const double around = aroundOf(pieces);
         fixed.resize(coverage.right.size());
         for (std::size_t k = 0; k < fixed.size(); ++k)
@@ -194,10 +224,15 @@ private:
             piece->control = piece->control + 0.5 * by;
     }
 
-    void bend(std::size_t number, double value, Piece *piece) const
+    double bulgeAPixel(std::size_t number) const
     {
         const Point chord = origin[number].end - origin[number].start;
-        piece->bulge += 2 * value / std::max(0.3, std::sqrt(dot(chord, chord)));
+        return 2 / std::max(0.3, std::sqrt(dot(chord, chord)));
+    }
+
+    void bend(std::size_t number, double value, Piece *piece) const
+    {
+        piece->bulge += value * bulgeAPixel(number);
     }
 
     void apply(const Parameter &p, double value, std::vector<Piece> *to) const
@@ -241,101 +276,134 @@ private:
     Eigen::VectorXd stepOf(double damping)
     {
         const auto n = static_cast<Eigen::Index>(parameters.size());
-        const std::vector<double> off = offOf(pieces);
-        Changes pixels, turns;
-        for (std::size_t k = 0; k < parameters.size(); ++k)
-            differences(parameters[k], static_cast<Eigen::Index>(k), &pixels, &turns);
-        Eigen::MatrixXd normal = Eigen::MatrixXd::Zero(n, n);
-        Eigen::VectorXd right = Eigen::VectorXd::Zero(n);
-        addTo(
-            pixels, 1 / (coverage.sigma * coverage.sigma), off.size(), &normal,
-            [&](std::size_t k) { return off[k]; }, &right);
-        addTo(
-            turns, 1, pieces.size(), &normal, [&](std::size_t k) { return -turnAt(pieces, k); },
-            &right);
+        normal.setZero(n, n);
+        right.setZero(n);
+        addPixels();
+        addTurns();
         for (Eigen::Index i = 0; i < n; ++i) {
             const auto k = static_cast<std::size_t>(i);
             const double anchor = 1 / (anchorOf(parameters[k]) * anchorOf(parameters[k]));
             normal(i, i) += anchor;
             right[i] -= anchor * values[k];
-            for (Eigen::Index j = 0; j < i; ++j)
-                normal(j, i) = normal(i, j);
         }
-        for (Eigen::Index i = 0; i < n; ++i)
-            normal(i, i) *= 1 + damping;
-        return normal.ldlt().solve(right);
+        normal.diagonal() *= 1 + damping;
+        return normal.selfadjointView<Eigen::Lower>().ldlt().solve(right);
     }
 
-    // How something, a pixel or a joint, changes with a parameter.
-    struct Change
+    // What each pixel is off by, and how that changes.
+    void addPixels()
     {
-        std::size_t at;
-        Eigen::Index parameter;
-        double value;
-    };
-    typedef std::vector<Change> Changes; // parameter by parameter
-
-    // Weighted least squares of what is off at `count` places; below the diagonal only. Few
-    // parameters change the same place.
-    template<typename Off>
-    static void addTo(const Changes &changes, double weight, std::size_t count,
-                      Eigen::MatrixXd *normal, const Off &off, Eigen::VectorXd *right)
-    {
-        std::vector<std::size_t> begin(count + 1, 0);
-        for (const Change &change : changes)
-            ++begin[change.at + 1];
-        for (std::size_t k = 0; k < count; ++k)
-            begin[k + 1] += begin[k];
-        std::vector<const Change *> sorted(changes.size());
-        std::vector<std::size_t> end(begin.begin(), begin.end() - 1);
-        for (const Change &change : changes)
-            sorted[end[change.at]++] = &change;
-        for (std::size_t k = 0; k < count; ++k) {
-            if (begin[k] == end[k])
+        const std::vector<double> off = offOf(pieces);
+        changes.clear();
+        slots.clear();
+        for (std::size_t k = 0; k < pieces.size(); ++k) {
+            if (!moves[k])
                 continue;
-            const double there = off(k);
-            for (std::size_t i = begin[k]; i < end[k]; ++i) {
-                const Change &one = *sorted[i];
-                (*right)[one.parameter] += weight * one.value * there;
-                for (std::size_t j = begin[k]; j <= i; ++j)
-                    (*normal)(one.parameter, sorted[j]->parameter)
-                        += weight * sorted[j]->value * one.value;
+            AreaChanges(pieces[k], coverage, slotOf[k].bend >= 0, &changes);
+            slots.resize(changes.size(), static_cast<uint32_t>(k));
+        }
+        firstAt.assign(off.size(), kNone);
+        nextAt.resize(changes.size());
+        for (std::size_t i = changes.size(); i-- > 0;) {
+            nextAt[i] = firstAt[changes[i].pixel];
+            firstAt[changes[i].pixel] = static_cast<uint32_t>(i);
+        }
+        const double weight = 1 / (coverage.sigma * coverage.sigma);
+        for (std::size_t pixel = 0; pixel < off.size(); ++pixel) {
+            for (uint32_t i = firstAt[pixel]; i != kNone; i = nextAt[i])
+                addChange(changes[i], slotOf[slots[i]]);
+            addGradient(weight, off[pixel]);
+        }
+    }
+
+    void addChange(const AreaChange &change, const Slots &slot)
+    {
+        if (slot.start >= 0) {
+            addToGradient(slot.start, change.by[AreaChange::StartX]);
+            addToGradient(slot.start + 1, change.by[AreaChange::StartY]);
+        }
+        if (slot.end >= 0) {
+            addToGradient(slot.end, change.by[AreaChange::EndX]);
+            addToGradient(slot.end + 1, change.by[AreaChange::EndY]);
+        }
+        if (slot.bend >= 0)
+            addToGradient(slot.bend, slot.bulgeAPixel * change.by[AreaChange::Bend]);
+    }
+
+    void addToGradient(Eigen::Index parameter, double by)
+    {
+        const auto k = static_cast<std::size_t>(parameter);
+        if (!isTouched[k])
+            touched.push_back(parameter);
+        isTouched[k] = 1;
+        gradient[k] += by;
+    }
+
+    // Weighted least squares of one thing that is off: its gradient into the normal equations,
+    // below the diagonal only. Few parameters change the same thing.
+    void addGradient(double weight, double off)
+    {
+        for (Eigen::Index one : touched) {
+            const double by = weight * gradient[static_cast<std::size_t>(one)];
+            right[one] += by * off;
+            for (Eigen::Index other : touched) {
+                if (other <= one)
+                    normal(one, other) += by * gradient[static_cast<std::size_t>(other)];
             }
         }
+        for (Eigen::Index one : touched) {
+            isTouched[static_cast<std::size_t>(one)] = 0;
+            gradient[static_cast<std::size_t>(one)] = 0;
+        }
+        touched.clear();
     }
 
-    // What a parameter changes, a pixel of it.
-    void differences(const Parameter &p, Eigen::Index number, Changes *pixels, Changes *turns)
+    // The turns of smooth joints, by differences: joint by joint, the ends of both pieces there.
+    void addTurns()
     {
         const std::size_t n = pieces.size();
-        const std::size_t first = p.kind == 2 ? p.number : (p.number + n - 1) % n;
-        const std::size_t count = p.kind == 2 ? 1 : 2;
-        Piece moved[2] = { pieces[first], pieces[(first + 1) % n] };
-        if (p.kind == 2) {
-            bend(p.number, kStep, &moved[0]);
-        } else {
-            const Point by = p.kind == 0 ? Point { kStep, 0 } : Point { 0, kStep };
-            moveEnd(&moved[0], by);
-            moveStart(&moved[1], by);
-        }
-        areas.clear();
-        for (std::size_t k = 0; k < count; ++k) {
-            areas.add(moved[k], 1 / kStep);
-            areas.add(pieces[(first + k) % n], -1 / kStep);
-        }
-        areas.forEachOfLoop([&](std::size_t k, double change) {
-            if (coverage.counts[k] && std::fabs(change) > 1e-6)
-                pixels->push_back({ k, number, change });
-        });
-        for (std::size_t k = 0; k <= count; ++k) {
-            const std::size_t joint = (first + k) % n;
-            if (!origin[joint].smooth)
+        for (std::size_t joint = 0; joint < n; ++joint) {
+            const std::size_t before = (joint + n - 1) % n;
+            if (!origin[joint].smooth || !(moves[joint] || moves[before]))
                 continue;
-            const Piece &before = k > 0 ? moved[k - 1] : pieces[(joint + n - 1) % n];
-            const Piece &after = k < count ? moved[k] : pieces[joint];
-            const double turn = angleBetween(endTangent(before), startTangent(after)) / kSmooth;
-            turns->push_back({ joint, number, (turn - turnAt(pieces, joint)) / kStep });
+            const double turn = turnAt(pieces, joint);
+            const auto differ = [&](Eigen::Index parameter) {
+                if (parameter < 0 || isTouched[static_cast<std::size_t>(parameter)])
+                    return;
+                const double moved
+                    = turnWith(parameters[static_cast<std::size_t>(parameter)], joint);
+                addToGradient(parameter, (moved - turn) / kStep);
+            };
+            for (Eigen::Index start :
+                 { slotOf[before].start, slotOf[joint].start, slotOf[joint].end }) {
+                differ(start);
+                differ(start < 0 ? start : start + 1);
+            }
+            differ(slotOf[before].bend);
+            differ(slotOf[joint].bend);
+            addGradient(1, -turn);
         }
+    }
+
+    // The turn at a joint with a parameter a step farther.
+    double turnWith(const Parameter &p, std::size_t joint) const
+    {
+        const std::size_t n = pieces.size();
+        const std::size_t number[2] = { (joint + n - 1) % n, joint };
+        Piece moved[2] = { pieces[number[0]], pieces[number[1]] };
+        const Point by = p.kind == 0 ? Point { kStep, 0 } : Point { 0, kStep };
+        for (int k = 0; k < 2; ++k) {
+            if (p.kind == 2) {
+                if (p.number == number[k])
+                    bend(p.number, kStep, &moved[k]);
+                continue;
+            }
+            if (p.number == number[k])
+                moveStart(&moved[k], by);
+            if (p.number == (number[k] + 1) % n)
+                moveEnd(&moved[k], by);
+        }
+        return angleBetween(endTangent(moved[0]), startTangent(moved[1])) / kSmooth;
     }
 
     std::vector<Piece> pieces;
@@ -347,6 +415,18 @@ private:
     const double hold; // part of the anchors' deviations
     std::vector<Parameter> parameters;
     std::vector<double> values;
+    std::vector<Slots> slotOf; // pieces
+    // Scratch of a step: changes and the pieces that they are of, listed pixel by pixel; the
+    // gradient of one pixel or joint and what in it is not zero.
+    std::vector<AreaChange> changes;
+    std::vector<uint32_t> slots;
+    std::vector<uint32_t> firstAt;
+    std::vector<uint32_t> nextAt;
+    std::vector<double> gradient;
+    std::vector<char> isTouched;
+    std::vector<Eigen::Index> touched;
+    Eigen::MatrixXd normal;
+    Eigen::VectorXd right;
 };
 
 // Whether every joint is still near to the old path, and no piece has turned round.

@@ -2,12 +2,10 @@
 #include "ZEcmaQImage.h"
 
 #include "binding.h"
+#include "readImage.h"
 #include "saveImage.h"
 #include "textFiles.h"
 
-#include "cli/distrust.h"
-
-#include <QImageReader>
 #include <QStringList>
 
 namespace {
@@ -48,8 +46,7 @@ QScriptValue create(QScriptContext *context, QScriptEngine *engine)
         const QString name = context->argument(0).toString();
         if (name.contains(QChar(0)))
             return raise(QLatin1String("QImage(): ") + whyNoFileName(name), context);
-        if (!ztrace::isDistrusted(QImageReader::imageFormat(name)))
-            image = QImage(name);
+        image = readImage(name);
     } else if (areNumbers(context, 2)) {
         image = QImage(integerArgument(context, 0), integerArgument(context, 1),
                        QImage::Format_ARGB32);

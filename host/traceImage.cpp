@@ -161,8 +161,6 @@ QScriptValue traceJob(const QImage *image, const QScriptValue &options, ztrace::
     QImage pixels = image ? imageOfScript(*image, job) : imageOfFile(*job);
     const OwnRandomNumbers own;
     ztrace::TracedPicture traced = tracePicture(std::move(pixels), *job);
-    if (traced.result.drawing.outlines.empty())
-        job->warn(ztrace::inputName(job->input) + ": the drawing is empty");
     return resultToScript(&traced, remarks, engine);
 }
 

@@ -2,6 +2,7 @@
 #include "classify.h"
 
 #include "Picture.h"
+#include "clearpictures.h"
 #include "colourfeatures.h"
 #include "dither.h"
 #include "failure.h"
@@ -47,6 +48,10 @@ const double kShaded = 0.03;
 const double kFlatGround = 0.5;
 // Grey lines on transparency have so many edge pixels, grey shaded objects fewer.
 const double kLineEdges = 0.45;
+// Lettering and lines in some colours on transparency: four of them hold so much of it, three
+// quarters at most of shaded objects, and so many pixels are on edges, fewer of soft shadows.
+const double kInkColours = 0.9;
+const double kInkEdges = 0.25;
 // Logos: so many visible pixels lie in flat areas of the 16 commonest colours, ...
 const double kFlatInFewColours = 0.3;
 // ... or in flat areas of any colour, beside transparency, ...
@@ -267,6 +272,13 @@ Classification classify(Picture *picture)
     if (!found)
         found = kindOfColours(image.size(), shares, features.colours);
     const bool isShaded = found->kind == Kind::Photo || found->kind == Kind::Poster;
+    if (isShaded && shares.clear > kClearShare && shares.edges >= kInkEdges) {
+        const double drawn = commonColoursShare(image);
+        if (drawn >= kInkColours)
+            return { Kind::Logo,
+                     percent(shares.clear) + " transparent, " + percent(drawn)
+                         + " in four colours" };
+    }
     if (isShaded && shares.edges > kNoEdges) {
         const double dithered = ditheredShare(image);
         if (dithered >= kDithered && dithered + shares.flat >= kFlatInFewColours)

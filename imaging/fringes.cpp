@@ -13,10 +13,12 @@ namespace ztrace {
 
 namespace {
 
-const int kSameGround = 12;       // colourDistance; a ground may be dithered
-const int kVeryGround = 6;        // the same beside overshoots, which differ from it by as little
-const int kLongWord = 24;         // pixels
-const int kLongestRun = 96;       // pixels; letters that touch each other
+const int kSameGround = 12; // colourDistance; a ground may be dithered
+const int kVeryGround = 6;  // the same beside overshoots, which differ from it by as little
+const int kLongWord = 24;   // pixels
+const int kLongestRun = 96; // pixels; letters that touch each other
+static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21,
+              "sums are in lanes of 21 bits");
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
 const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to the next
 const double kTolerance = 0.2;    // of a shift, pixels
@@ -49,24 +51,33 @@ struct Differences
     Channels sums = { { 0.0, 0.0, 0.0 } };
     Channels moments = { { 0.0, 0.0, 0.0 } }; // times the place in the run
 
-    // The sums are those of doubled channels, whole numbers below 2^23, and exact as halves.
+    // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times
+    // their places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as
+    // well, and exact as halves.
     explicit Differences(const Run &run)
     {
-        for (int c = 0; c < 3; ++c) {
-            const int shift = 16 - 8 * c;
-            const auto channel = [&](int x) { return int(run.words[x] >> shift & 0xFFu); };
-            const int twice = channel(run.begin - 1) + channel(run.end);
-            int sum = 0;
-            int moment = 0;
-            for (int x = run.begin; x < run.end; ++x) {
-                const int difference = 2 * channel(x) - twice;
-                sum += difference;
-                moment += difference * (x - run.begin);
-            }
-            const std::size_t place = std::size_t(c);
-            ground[place] = twice / 2.0;
-            sums[place] = sum / 2.0;
-            moments[place] = moment / 2.0;
+        const auto spread = [&run](int x) {
+            const uint64_t word = run.words[x];
+            return (word >> 16 & 0xFFu) | (word >> 8 & 0xFFu) << kLane
+                | (word & 0xFFu) << (2 * kLane);
+        };
+        const int pixels = run.end - run.begin;
+        uint64_t all = 0;
+        uint64_t placed = 0;
+        for (int i = 0; i < pixels; ++i) {
+            const uint64_t lanes = spread(run.begin + i);
+            all += lanes;
+            placed += lanes * uint64_t(i);
+        }
+        const uint64_t sides = spread(run.begin - 1) + spread(run.end);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const auto lane = [c](uint64_t lanes) {
+                return int(lanes >> (kLane * int(c)) & ((uint64_t(1) << kLane) - 1));
+            };
+            const int twice = lane(sides);
+            ground[c] = twice / 2.0;
+            sums[c] = (2 * lane(all) - pixels * twice) / 2.0;
+            moments[c] = (2 * lane(placed) - pixels * (pixels - 1) / 2 * twice) / 2.0;
         }
     }
 
@@ -84,6 +95,9 @@ struct Differences
         }
         return covered / whole;
     }
+
+private:
+    static const int kLane = 21; // bits of a channel's sums
 };
 
 // What the channels see less of, the one to the left or the one to the right.
@@ -240,20 +254,25 @@ bool isShifted(const Run &run, const Differences &differences, Order order)
 {
     double before = 0.0;
     double after = 0.0;
+    // Of every pixel and of those before and behind the run; from place 1 on they are the run's.
+    double away[3][kLongestRun + 2];
+    const int pixels = run.end - run.begin;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const QRgb *words = run.words + run.begin - 1;
+        for (int i = 0; i < pixels + 2; ++i)
+            away[c][i] = int(words[i] >> (16 - 8 * c) & 0xFFu) - differences.ground[c];
+    }
     for (std::size_t c = 0; c < 2; ++c) {
-        const auto away = [&](std::size_t channel, int x) {
-            return channelsOf(run.words[x])[channel] - differences.ground[channel];
-        };
+        const double *own = away[c] + 1;
+        const double *next = away[c + 1] + 1;
         // Moving by linear interpolation softens one side as much as the weights of the other do.
         const int toward = order == Order::RedFirst ? 1 : -1;
         Likeness here;
         Likeness there;
-        for (int x = run.begin; x < run.end; ++x) {
-            const double own = away(c, x);
-            const double next = away(c + 1, x);
-            here.add(own, next);
-            there.add((2.0 * own + away(c, x + toward)) / 3.0,
-                      (7.0 * next + away(c + 1, x - 1) + away(c + 1, x + 1)) / 9.0);
+        for (int i = 0; i < pixels; ++i) {
+            here.add(own[i], next[i]);
+            there.add((2.0 * own[i] + own[i + toward]) / 3.0,
+                      (7.0 * next[i] + next[i - 1] + next[i + 1]) / 9.0);
         }
         before += here.left();
         after += there.left();

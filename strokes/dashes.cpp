@@ -161,20 +161,34 @@ private:
         return double(corners) > kMostCorners * double(inner);
     }
 
-    // Whether something ends at a joint that is long and goes off the chain, and nothing goes on.
+    // Whether the end of a dash is where it meets a long line that goes off the chain: one that
+    // ends there too, or one that goes through and stops the dash. What the chain itself goes on in
+    // behind the joint makes neither.
     bool isCorner(const Chain &chain, int joint) const
     {
         if (joint < 0)
             return false;
         const Meeting &meeting = web.meetings[std::size_t(joint)];
-        return meeting.through.empty()
-            && std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &end) {
-                   const Atom &atom = web.atoms[std::size_t(end.atom)];
-                   const Point far
-                       = (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre;
-                   return double(atom.samples.size()) > chain.width
-                       && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
-               });
+        const auto goesOff = [&](const Atom &atom, Point far) {
+            return double(atom.samples.size()) > chain.width
+                && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+        };
+        if (meeting.through.empty()) {
+            return std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &end) {
+                const Atom &atom = web.atoms[std::size_t(end.atom)];
+                return goesOff(atom,
+                               (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre);
+            });
+        }
+        return std::any_of(meeting.through.begin(), meeting.through.end(), [&](int number) {
+            while (number >= 0 && !web.atoms[std::size_t(number)].alive)
+                number = web.atoms[std::size_t(number)].heir;
+            if (number < 0 || web.atoms[std::size_t(number)].samples.empty())
+                return false;
+            const Atom &atom = web.atoms[std::size_t(number)];
+            return goesOff(atom, atom.samples.front().centre)
+                && goesOff(atom, atom.samples.back().centre);
+        });
     }
 
     // Parts of a chain between which there is next to nothing are one line that has come to pieces,

@@ -23,6 +23,8 @@ const double kHardRound = 0.555;
 // The same where there are few ends: most pens are round.
 const double kFewRound = 0.5;
 const std::size_t kFewEnds = 8;
+const double kSameLook = 1e-6;         // pixels that two ends of one look differ by
+const std::size_t kMostDistinct = 400; // ends are enough to tell, however many there are
 // In scans what lies between two such parts tells nothing. In greys noise and blur leave .08 to .6
 // of round ends and up to .3 of square ones. In black and white only wide lines tell: a threshold
 // that thins leaves .5 to .9 of square ends, and .4 to 1.2 of round ones.
@@ -105,6 +107,31 @@ Roundness roundnessOf(const std::vector<FreeEnd> &ends, const std::vector<double
         result.value += 0.5 * (mean + *middle) / kRowsBeside;
     }
     return result;
+}
+
+// Leaves one of all ends that look the same. In black and white lines of one pen that begin in one
+// column have the very same pixels, as in a row of pins: thirty of them tell what one does.
+void keepDistinct(std::vector<FreeEnd> *ends, std::vector<double> *widths)
+{
+    const auto looksLike = [](const FreeEnd &a, const FreeEnd &b) {
+        return std::fabs(a.middle - b.middle) < kSameLook
+            && std::fabs(a.side[0] - b.side[0]) < kSameLook
+            && std::fabs(a.side[1] - b.side[1]) < kSameLook;
+    };
+    std::size_t kept = 0;
+    for (std::size_t k = 0; k < ends->size(); ++k) {
+        bool isNew = true;
+        for (std::size_t i = 0; i < kept && isNew; ++i)
+            isNew = (*widths)[i] != (*widths)[k] || !looksLike((*ends)[i], (*ends)[k]);
+        if (!isNew)
+            continue;
+        (*ends)[kept] = (*ends)[k];
+        (*widths)[kept++] = (*widths)[k];
+        if (kept == kMostDistinct)
+            break;
+    }
+    ends->resize(kept);
+    widths->resize(kept);
 }
 
 } // namespace
@@ -191,8 +218,15 @@ EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &
         form.round = found.count == 0 || form.part > 0.0;
         return form;
     }
-    const Roundness found = roundnessOf(ends, widths, hard ? kLeastHardWidth : kLeastWidth);
-    const double hardLeast = found.count < kFewEnds ? kFewRound : kHardRound;
+    std::vector<FreeEnd> distinct = ends;
+    std::vector<double> theirWidths = widths;
+    if (hard)
+        keepDistinct(&distinct, &theirWidths);
+    const Roundness found
+        = roundnessOf(distinct, theirWidths, hard ? kLeastHardWidth : kLeastWidth);
+    const auto telling = std::count_if(widths.begin(), widths.end(),
+                                       [](double width) { return width >= kLeastHardWidth; });
+    const double hardLeast = std::size_t(telling) < kFewEnds ? kFewRound : kHardRound;
     const bool round = found.count == 0 || found.value > (hard ? hardLeast : kSoftRound);
     return { round, round ? 1.0 : 0.0 };
 }

@@ -91,6 +91,7 @@ public:
     {
         for (std::size_t j = 0; j < web.joints.size(); ++j)
             settleAt(j);
+        endInCorners();
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &atom = web.atoms[k];
             if (!atom.alive || atom.shape > Shape::Arc)
@@ -141,6 +142,57 @@ private:
         } else {
             meetAll(ends, at);
         }
+    }
+
+    // A skeleton runs into the outside of a corner, so that one of the lines that meet there goes
+    // through the joint and ends freely behind it, without being seen any more. It ends where it
+    // meets the others.
+    void endInCorners()
+    {
+        std::unordered_map<int, std::vector<std::size_t>> passed;
+        for (std::size_t j = 0; j < web.joints.size(); ++j) {
+            for (int number : throughAt(j))
+                passed[number].push_back(j);
+        }
+        std::vector<AtomEnd> alone;
+        for (const AtomEnd &end : free) {
+            const auto found = passed.find(end.atom);
+            Point place = { 0, 0 };
+            if (found == passed.end() || !isInCorner(end, found->second, &place))
+                alone.push_back(end);
+            else
+                putEnd(end, place, 0.0);
+        }
+        free = std::move(alone);
+    }
+
+    // Whether lines end on one that goes through joints, beside its own end, and where the last
+    // does.
+    bool isInCorner(const AtomEnd &end, const std::vector<std::size_t> &joints, Point *place)
+    {
+        double farthest = -1e300;
+        double thickness = 0.0;
+        for (std::size_t j : joints) {
+            const Joint &at = web.joints[j];
+            const double reach = at.radius + atom(end).width + kMeetingReach;
+            if (distanceBetween(lastSample(end), at.place) > reach)
+                continue;
+            for (const AtomEnd &other : web.meetings[j].ends) {
+                const Atom &ending = atom(other);
+                const double sine = std::fabs(
+                    fit::cross(outwardsOf(atom(end), end.end), ending.carrier.tangent(at.place)));
+                const Crossings crossings = crossingsOf(atom(end).carrier, ending.carrier);
+                for (int c = 0; c < crossings.count && sine > kCrossing; ++c) {
+                    const double ahead = along(end, crossings.place[c]);
+                    if (distanceBetween(crossings.place[c], at.place) > reach || ahead < farthest)
+                        continue;
+                    farthest = ahead;
+                    thickness = 0.5 * ending.width / sine;
+                    *place = crossings.place[c];
+                }
+            }
+        }
+        return farthest > -1e299 && !goesBeyond(end, *place, thickness);
     }
 
     // Pixels along an end's carrier from its last cross-section to a place.

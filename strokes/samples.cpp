@@ -24,6 +24,16 @@ const double kWidthSlack = 0.6;
 // Deviations of a branch's widths, and pixels at least, by which a wider one sees another line.
 const double kSpreads = 3.0;
 const double kLeastSpread = 0.12;
+// Part of the middle half of a branch that is no wider than what tells no other line: steps of
+// black and white make some widths of a slanting line greater, in turn with others that are alike.
+const double kUsualPart = 0.8;
+// Cross-sections of a core that is seen, and widths beyond both its joints that a core is long of
+// which nothing is.
+const std::size_t kLeastSeen = 2;
+const double kUnseenWidths = 1.0;
+// Times, and widths, that a stretch of hardly spoilt ones may be longer than is due to it.
+const double kOuterPart = 2.0;
+const double kOuterWidths = 3.0;
 const int kSettled = 5;            // cross-sections in a row that tell that none is seen any more
 const double kJunctionReach = 1.0; // pixels around the disc of a junction that it spoils
 const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
@@ -68,13 +78,14 @@ HalfSection walkOut(const Coverage &coverage, Point place, Point step, double re
     return half;
 }
 
-double median(std::vector<double> values)
+// The value that a part of all is less than; 0 of none.
+double quantile(std::vector<double> values, double part)
 {
     if (values.empty())
         return 0.0;
-    const auto middle = values.begin() + std::ptrdiff_t(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    const auto place = values.begin() + std::ptrdiff_t(part * double(values.size()));
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
 }
 
 // A line through points by least squares: mean, direction, root of the mean squared distance.
@@ -133,6 +144,7 @@ public:
             if (graph.branches[b].alive && !bridges[b])
                 addCores(int(b), sections[b]);
         }
+        uniteOverUnseen();
         return std::move(result);
     }
 
@@ -241,7 +253,7 @@ private:
             if (section.clear)
                 widths.push_back(section.width);
         }
-        const double width = median(widths);
+        const double width = quantile(widths, 0.5);
         const std::vector<int> corners = cornersOf(branch, sections, width);
         if (branch.closed() && corners.empty()) {
             addCore(number, sections, 0, n, width, -1, -1);
@@ -280,9 +292,9 @@ private:
         core.joint[1] = to;
         core.length = last - first;
         const int n = int(sections.size());
-        const double widest = width + widthSlackOf(sections, width);
-        first += spoiltCells(sections, first, 1, last - first, from, widest);
-        last -= spoiltCells(sections, last - 1, -1, last - first, to, widest);
+        const double slack = widthSlackOf(sections, width);
+        first += spoiltCells(sections, first, 1, last - first, from, width, slack);
+        last -= spoiltCells(sections, last - 1, -1, last - first, to, width, slack);
         for (int i = first; i < last; ++i) {
             const Section &section = sections[std::size_t(i % n)];
             if (section.clear && std::fabs(section.width - width) < kWidthPart * width + kWidthSlack
@@ -293,35 +305,91 @@ private:
         result.cores.push_back(std::move(core));
     }
 
+    bool isTip(int joint) const
+    {
+        return joint < 0 || result.joints[std::size_t(joint)].kind == JointKind::Tip;
+    }
+
+    // Joints with a core between them of which nothing is seen are one: where a branch turns right
+    // beside a junction, what comes around the corner meets the lines of the junction.
+    void uniteOverUnseen()
+    {
+        std::vector<int> same(result.joints.size());
+        std::iota(same.begin(), same.end(), 0);
+        for (const Core &core : result.cores) {
+            if (core.samples.size() >= kLeastSeen || isTip(core.joint[0]) || isTip(core.joint[1]))
+                continue;
+            const Joint &from = result.joints[std::size_t(core.joint[0])];
+            const Joint &to = result.joints[std::size_t(core.joint[1])];
+            if (core.length <= from.radius + to.radius + kUnseenWidths * core.width)
+                unite(&same, core.joint[0], core.joint[1]);
+        }
+        std::vector<Joint> joints = result.joints;
+        for (std::size_t j = 0; j < joints.size(); ++j) {
+            const std::size_t root = std::size_t(rootOf(&same, int(j)));
+            if (root == j)
+                continue;
+            const Joint &one = result.joints[j];
+            Joint &all = joints[root];
+            const double apart = distanceBetween(one.place, all.place);
+            if (one.kind == JointKind::Junction && all.kind != JointKind::Junction) {
+                all = { one.place, std::max(one.radius, all.radius + apart), one.kind };
+            } else {
+                all.radius = std::max(all.radius, one.radius + apart);
+            }
+        }
+        result.joints = std::move(joints);
+        for (Core &core : result.cores) {
+            for (int &joint : core.joint)
+                joint = joint < 0 ? joint : rootOf(&same, joint);
+        }
+    }
+
     // Pixels by which the widths of a branch spread around their median.
     static double widthSlackOf(const std::vector<Section> &sections, double width)
     {
         std::vector<double> differences;
-        for (const Section &section : sections) {
-            if (section.clear)
-                differences.push_back(std::fabs(section.width - width));
+        std::vector<double> inMiddle;
+        const std::size_t n = sections.size();
+        for (std::size_t k = 0; k < n; ++k) {
+            if (!sections[k].clear)
+                continue;
+            differences.push_back(std::fabs(sections[k].width - width));
+            if (4 * k >= n && 4 * k < 3 * n)
+                inMiddle.push_back(sections[k].width - width);
         }
-        return std::max(kLeastSpread, kSpreads * median(std::move(differences)));
+        return std::max({ kLeastSpread, kSpreads * quantile(std::move(differences), 0.5),
+                          quantile(std::move(inMiddle), kUsualPart) });
     }
 
     // How many cross-sections from the begin on, by steps of 1 or -1, see the ink of another line:
-    // up to where kSettled in a row are no wider than the line.
+    // up to where kSettled in a row are no wider than the line. Lines at an angle leave each other
+    // as they came together: what is hardly too wide goes on in proportion to what is far too wide.
+    // Steps of black and white may leave a whole stretch of a line wider than the rest.
     int spoiltCells(const std::vector<Section> &sections, int begin, int step, int most, int joint,
-                    double widest) const
+                    double width, double slack) const
     {
-        if (joint < 0 || result.joints[std::size_t(joint)].kind == JointKind::Tip)
+        if (isTip(joint))
             return 0;
         const int n = int(sections.size());
+        const double far = kWidthPart * width + kWidthSlack;
         int settled = 0;
         int spoilt = 0;
+        int mixed = 0; // up to where sections are far too wide
         for (int k = 0; k < most && settled < kSettled; ++k) {
             const Section &section = sections[std::size_t((begin + step * k + n) % n)];
-            const bool wide = !section.clear || section.width > widest;
+            const bool wide = !section.clear || section.width > width + slack;
             settled = wide ? 0 : settled + 1;
             if (wide)
                 spoilt = k + 1;
+            if (!section.clear || section.width > width + far)
+                mixed = k + 1;
         }
-        return settled < kSettled ? 0 : spoilt;
+        if (settled < kSettled)
+            return 0;
+        const double outer
+            = kOuterPart * far / std::max(width - far, far) * mixed + kOuterWidths * width;
+        return double(spoilt - mixed) > outer ? mixed : spoilt;
     }
 
     bool isSpoilt(Point place, int number) const

@@ -226,7 +226,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     keepRamps(ramps, firstRamp, &segmented.areas);
     plane = LabelPlane();
     if (!shapes)
-        separateAreas(&segmented.areas);
+        separateAreas(&segmented);
     moveAside(&segmented.areas.runs);
     if (flat)
         segmented.engine = flat->engine;

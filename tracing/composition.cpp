@@ -1,7 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "composition.h"
 
-#include "containment.h"
+#include "chainrecord.h"
 #include "gradients.h"
 #include "underlap.h"
 
@@ -49,14 +49,14 @@ class Arranger
 {
 public:
     // `sources` has the first pixel of every outline's region.
-    Arranger(const Areas &a, Connectivity connectivity, const std::vector<std::size_t> &sources,
+    Arranger(const Areas &a, Connection connection, const std::vector<std::size_t> &sources,
              std::vector<Outline> *o)
         : areas(a), colours(a.colours), width(a.runs.width), height(a.runs.height), outlines(o)
     {
-        const Components components = findComponents(areas.runs, connectivity);
-        neighbours = findNeighbours(areas.runs, components);
-        parent = findParents(components, neighbours);
-        regions = components.list;
+        AreaGraph graph = takeGraph(std::move(connection), areas.runs);
+        parent = findParents(graph.areas, graph.neighbours);
+        regions = std::move(graph.areas);
+        neighbours = std::move(graph.neighbours);
         outlineOf.assign(regions.size(), kNone);
         regionOf.assign(sources.size(), kNone);
         for (std::size_t i = 0; i < sources.size(); ++i) {
@@ -219,6 +219,9 @@ public:
             }
         }
     }
+
+    // Negative for an outline that is no area's outer one.
+    const std::vector<int> &areaOfOutline() const { return regionOf; }
 
     // The outline of the page itself goes. Returns whether there was one.
     bool dropFrame()
@@ -467,9 +470,9 @@ QString layerOfColour(QRgb colour)
 namespace {
 
 // Of a drawing that has its outlines and its size.
-void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
-             Connectivity connectivity, Painting painting, const Composition &composition,
-             const FittedBoundaries *fitted, Drawing *result)
+void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas, Connection connection,
+             Painting painting, const Composition &composition, const FittedBoundaries *fitted,
+             Drawing *result)
 {
     Drawing &drawing = *result;
     if (drawing.outlines.empty())
@@ -482,9 +485,10 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
     if (opaque && painting == Painting::InkOnPaper && whole)
         drawing.ground = *std::max_element(areas.colours.begin(), areas.colours.end(),
                                            [](QRgb a, QRgb b) { return qGray(a) < qGray(b); });
-    if (opaque && !coloured && !apart && composition.frame)
+    const bool withChains = fitted && composition.chains;
+    if (opaque && !coloured && !apart && composition.frame && !withChains)
         return;
-    Arranger arranger(areas, connectivity, firstPixels, &drawing.outlines);
+    Arranger arranger(areas, std::move(connection), firstPixels, &drawing.outlines);
     if (apart && fitted)
         arranger.cutAlongRings(*fitted, composition.transparent);
     else if (apart)
@@ -504,6 +508,8 @@ void arrange(const std::vector<std::size_t> &firstPixels, const Areas &areas,
         arranger.closeSeams(drawing, composition.byLayer);
     if (!whole)
         arranger.keepColours(composition.onlyColours);
+    if (withChains)
+        recordChains(*fitted, arranger.areaOfOutline(), &drawing);
 }
 
 // Larger areas first, with all that they enclose: what lies in another one still comes after it,
@@ -555,7 +561,7 @@ void LabelShapes::add(const LabelOutline &source, const Segment *segments)
     shapes.firstPixel.push_back(source.firstPixel);
 }
 
-Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connectivity connectivity,
+Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connection connection,
                 Painting painting, const Composition &composition)
 {
     Drawing drawing;
@@ -565,8 +571,8 @@ Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connec
     if (shapes.boundaries && painting == Painting::Areas && !apart)
         sortBySize(&shapes);
     drawing.outlines = std::move(shapes.outlines);
-    arrange(shapes.firstPixel, areas, connectivity, painting, composition, shapes.boundaries.get(),
-            &drawing);
+    arrange(shapes.firstPixel, areas, std::move(connection), painting, composition,
+            shapes.boundaries.get(), &drawing);
     setGradients(areas.ramps, &drawing);
     return drawing;
 }

@@ -7,7 +7,7 @@
 #include "drawing/Drawing.h"
 #include "engine/labels.h"
 #include "Areas.h"
-#include "components.h"
+#include "containment.h"
 #include "plan.h"
 #include "shapes.h"
 
@@ -42,12 +42,12 @@ private:
 
 // Makes a drawing of outlines. `areas` are what they were traced in, on a grid
 // `upsampling` times as fine as the pixels of the picture, which the drawing is measured in;
-// `connectivity` says which of their pixels one outline is of: Corners of the engine's, Split of
-// true shapes.
+// `connection` says which of their pixels one outline is of: Corners of the engine's, Split of true
+// shapes.
 // Painted in order, the outlines give the picture back: later ones lie over earlier ones. What is
 // not opaque is cut out of everything that it would be painted over by. Fully transparent outlines
 // stay only as such holes, unless they are asked for.
-Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connectivity connectivity,
+Drawing compose(ShapeOutlines shapes, const Areas &areas, int upsampling, Connection connection,
                 Painting painting, const Composition &composition);
 
 // The same of boundaries (edgesOf), all with one pen.

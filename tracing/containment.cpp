@@ -129,12 +129,12 @@ const uint32_t kRootTime = 1;
 class ParentSearch
 {
 public:
-    ParentSearch(const Components &c, const std::vector<Neighbours> &pairs)
-        : graph(graphOf(c.list.size(), pairs)), parent(c.list.size(), kInNothing)
+    ParentSearch(const std::vector<Component> &c, const std::vector<Neighbours> &pairs)
+        : graph(graphOf(c.size(), pairs)), parent(c.size(), kInNothing)
     {
         nodes.reserve(parent.size());
         for (std::size_t k = 0; k < parent.size(); ++k) {
-            const uint32_t low = c.list[k].rim > 0 ? kRootTime : kNever;
+            const uint32_t low = c[k].rim > 0 ? kRootTime : kNever;
             nodes.push_back({ graph.first[k], graph.first[k + 1], 0, low });
         }
     }
@@ -213,6 +213,31 @@ private:
     uint32_t clock = kRootTime;
 };
 
+// Numbers the areas that are left in their order; returns the number of every one before.
+std::vector<uint32_t> joinAreas(const std::vector<int> &leader, std::vector<Component> *areas)
+{
+    std::vector<uint32_t> numbers(areas->size());
+    uint32_t count = 0;
+    for (std::size_t k = 0; k < numbers.size(); ++k) {
+        const Component area = (*areas)[k];
+        if (at(leader[k]) == k) {
+            numbers[k] = count;
+            (*areas)[count++] = area;
+            continue;
+        }
+        numbers[k] = numbers[at(leader[k])];
+        Component &whole = (*areas)[numbers[k]];
+        whole.area += area.area;
+        whole.border += area.border;
+        whole.rim += area.rim;
+        whole.left = std::min(whole.left, area.left);
+        whole.right = std::max(whole.right, area.right);
+        whole.bottom = std::max(whole.bottom, area.bottom);
+    }
+    areas->resize(count);
+    return numbers;
+}
+
 } // namespace
 
 std::vector<Neighbours> findNeighbours(const Runs &runs, const Components &components)
@@ -231,7 +256,29 @@ std::vector<Neighbours> findNeighbours(const Runs &runs, const Components &compo
     return pairs.take();
 }
 
-std::vector<int> findParents(const Components &components,
+AreaGraph takeGraph(Connection connection, const Runs &runs)
+{
+    if (connection.graph)
+        return std::move(*connection.graph);
+    Components components = findComponents(runs, connection.connectivity);
+    std::vector<Neighbours> neighbours = findNeighbours(runs, components);
+    return { std::move(components.list), std::move(neighbours) };
+}
+
+AreaGraph joinedGraph(AreaGraph graph, const std::vector<int> &leader)
+{
+    const std::size_t before = graph.areas.size();
+    const std::vector<uint32_t> numbers = joinAreas(leader, &graph.areas);
+    if (graph.areas.size() == before)
+        return graph;
+    PairCollector pairs(graph.areas.size());
+    for (const Neighbours &pair : graph.neighbours)
+        pairs.add(numbers[at(pair.first)], numbers[at(pair.second)]);
+    graph.neighbours = pairs.take();
+    return graph;
+}
+
+std::vector<int> findParents(const std::vector<Component> &components,
                              const std::vector<Neighbours> &neighbours)
 {
     return ParentSearch(components, neighbours).run();

@@ -48,8 +48,32 @@ public:
 
     std::vector<uint16_t> copies;
 
+    // Of areas that have one label and meet at corners. Nothing is left here.
+    std::optional<AreaGraph> takeGraph()
+    {
+        if (leader.empty())
+            return std::nullopt;
+        for (const Meeting &meeting : meetings) {
+            if (components.list[at(meeting.first)].label
+                == components.list[at(meeting.second)].label)
+                unite(meeting);
+        }
+        for (std::size_t k = 0; k < leader.size(); ++k)
+            leader[k] = find(int(k));
+        components.ofRun = std::vector<uint32_t>();
+        meetings = std::vector<Meeting>();
+        return joinedGraph({ std::move(components.list), std::move(neighbours) }, leader);
+    }
+
 private:
     int find(int area) { return rootOf(&leader, area); }
+
+    void unite(const Meeting &meeting)
+    {
+        const int first = find(meeting.first);
+        const int second = find(meeting.second);
+        leader[at(std::max(first, second))] = std::min(first, second);
+    }
 
     void lookAtCorners()
     {
@@ -87,15 +111,14 @@ private:
     // Leaves the meetings of areas that have to be apart.
     void joinAreas()
     {
-        const std::vector<int> parent = findParents(components, findNeighbours(runs, components));
+        neighbours = findNeighbours(runs, components);
+        const std::vector<int> parent = findParents(components, neighbours);
         leader.resize(components.list.size());
         std::iota(leader.begin(), leader.end(), 0);
         const auto join = [&](const Meeting &meeting) {
             if (!meeting.mayJoin || parent[at(meeting.first)] != parent[at(meeting.second)])
                 return false;
-            const int first = find(meeting.first);
-            const int second = find(meeting.second);
-            leader[at(std::max(first, second))] = std::min(first, second);
+            unite(meeting);
             return true;
         };
         meetings.erase(std::remove_if(meetings.begin(), meetings.end(), join), meetings.end());
@@ -164,10 +187,13 @@ private:
         }
         for (std::size_t k = 0; k < runs.count(); ++k)
             runs.label[k] = labels[components.ofRun[k]];
+        for (std::size_t k = 0; k < labels.size(); ++k)
+            components.list[k].label = labels[k];
     }
 
     Runs &runs;
-    const Components components;
+    Components components; // where pixels share an edge
+    std::vector<Neighbours> neighbours;
     std::vector<uint32_t> pixelsOfLabel;
     int nextLabel;
     std::vector<Meeting> meetings; // in the order of their places
@@ -180,7 +206,7 @@ CornerSeparation separateCorners(Runs *runs, int labelCount, int mostLabels)
 {
     Separation separation(runs, labelCount);
     const bool found = separation.run(mostLabels);
-    return { found, separation.copies };
+    return { found, std::move(separation.copies), separation.takeGraph() };
 }
 
 } // namespace ztrace

@@ -4,6 +4,7 @@
 #ifndef ZTRACE_TRACING_CORNERS_H
 #define ZTRACE_TRACING_CORNERS_H
 
+#include "tracing/containment.h"
 #include "tracing/runs.h"
 
 #include <vector>
@@ -25,6 +26,9 @@ struct CornerSeparation
 {
     bool found = false;           // areas that touch at a corner and must not be one
     std::vector<uint16_t> copies; // what each new label is a copy of; may be empty even so
+    // Of the runs as they are now, by Connectivity::Corners: where areas of one label met at
+    // corners, so that their neighbours had to be found.
+    std::optional<AreaGraph> graph;
 };
 CornerSeparation separateCorners(Runs *runs, int labelCount, int mostLabels = kMostSeparateLabels);
 

@@ -6,6 +6,7 @@
 #include "fit/segment.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <tuple>
 
@@ -30,6 +31,15 @@ const std::size_t kItemsAThread = 512;
 const double kLargestBulge = 2.414;
 // The same of a quarter of a turn: parts are no closer.
 const double kSlightBulge = 0.2;
+// Of an ellipse: pixels between a strip's line and the outline, and how many strips.
+const double kStripOff = 4;
+const int kLeastStrips = 8;
+const int kMostStrips = 64;
+// What a quarter of a turn is off from its corner's sides at most, in radii.
+const double kRoundedOff = 0.293;
+// Pixels from which a strip is split.
+const double kWideStrip = 16;
+const double kPi = 3.14159265358979323846;
 
 Hull hullOfBox(const fit::Box &box)
 {
@@ -172,12 +182,80 @@ bool partsAreApart(const Parts &a, const Parts &b, bool isNext, bool isBefore)
     return true;
 }
 
+Strip stripOf(const Hull &hull)
+{
+    const Point a = hull.corner[0];
+    const Point b = hull.corner[hull.isWay ? hull.count - 1 : 2];
+    double off = 0;
+    for (int k = 0; k < hull.count; ++k)
+        off = std::max(off, toSegment(hull.corner[k], a, b));
+    return { a, b, off + kLeastGap };
+}
+
+// The corners of the box around a whole shape, along its axes.
+std::array<Point, 4> cornersAround(const fit::Piece &whole)
+{
+    const Point along = { std::cos(whole.angle), std::sin(whole.angle) };
+    const Point first = whole.half[0] * along;
+    const Point second = whole.half[1] * Point { -along.y, along.x };
+    return { whole.centre + first + second, whole.centre - first + second,
+             whole.centre - first - second, whole.centre + first - second };
+}
+
+// What lies inside of a whole shape is not near to it: its outline is taken in strips.
+template<typename Work>
+void forEachStripOfWhole(const fit::Piece &whole, const Work &work)
+{
+    if (whole.kind == fit::Kind::RoundedRectangle) {
+        const std::array<Point, 4> corners = cornersAround(whole);
+        const double radius = std::min(whole.radius, std::min(whole.half[0], whole.half[1]));
+        const double margin = kRoundedOff * radius + kLeastGap;
+        for (std::size_t k = 0; k < corners.size(); ++k)
+            work(Strip { corners[k], corners[(k + 1) % corners.size()], margin });
+        return;
+    }
+    const double most = std::max(whole.half[0], whole.half[1]);
+    const int chords
+        = std::max(kLeastStrips,
+                   std::min(kMostStrips, int(std::ceil(kPi * std::sqrt(most / (2 * kStripOff))))));
+    const double margin = most * (1 - std::cos(kPi / chords)) + kLeastGap;
+    Point a = pointAt(whole, 0);
+    for (int k = 1; k <= chords; ++k) {
+        const Point b = pointAt(whole, double(k) / chords);
+        work(Strip { a, b, margin });
+        a = b;
+    }
+}
+
+// Where a piece may be: the larger it is, the more strips.
+template<typename Work>
+void forEachStripOf(const fit::Piece &piece, const Work &work)
+{
+    if (fit::isWhole(piece.kind)) {
+        forEachStripOfWhole(piece, work);
+        return;
+    }
+    const Strip strip = stripOf(hullOf(piece));
+    if (strip.margin < kWideStrip) {
+        work(strip);
+        return;
+    }
+    const Parts parts(piece);
+    for (int k = 0; k < parts.count; ++k)
+        work(stripOf(parts.hull[k]));
+}
+
 struct Item
 {
     fit::Box box;
-    Strip strip;
     PlaceOfPiece place;
     bool looked;
+};
+
+struct StripOfItem
+{
+    Strip strip;
+    uint32_t item;
 };
 
 class Filter
@@ -218,14 +296,14 @@ private:
     {
         std::vector<std::vector<PiecePair>> found(1 + grid.cells() / kCellsAtOnce);
         const std::size_t most = 1 + items.size() / kItemsAThread;
-        forEachOnThreads(found.size(), unsigned(std::min<std::size_t>(threads, most)),
-                         [&](std::size_t part) {
-                             const std::size_t from = part * kCellsAtOnce;
-                             grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
-                                              [&](uint32_t a, uint32_t b) {
-                                                  compare(items[a], items[b], &found[part]);
-                                              });
-                         });
+        forEachOnThreads(
+            found.size(), unsigned(std::min<std::size_t>(threads, most)), [&](std::size_t part) {
+                const std::size_t from = part * kCellsAtOnce;
+                grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
+                                 [&](uint32_t a, uint32_t b) {
+                                     compare(strips[a].item, strips[b].item, &found[part]);
+                                 });
+            });
         for (const std::vector<PiecePair> &part : found)
             pairs.insert(pairs.end(), part.begin(), part.end());
     }
@@ -234,7 +312,7 @@ private:
 
     void fillGrid()
     {
-        grid.fill(items.size(), [this](uint32_t k) { return items[k].strip; });
+        grid.fill(strips.size(), [this](uint32_t k) { return strips[k].strip; });
     }
 
     template<typename IsWanted>
@@ -247,25 +325,21 @@ private:
             if (!isWanted(box))
                 continue;
             const PlaceOfPiece place = { number, k };
-            items.push_back({ box, stripOf(hull), place, isLooked(number) });
+            const auto item = uint32_t(items.size());
+            items.push_back({ box, place, isLooked(number) });
+            forEachStripOf(path.pieces[k], [&](const Strip &strip) {
+                strips.push_back({ strip, item });
+            });
             if (isLooked(number) && !cannotMeetItself(path.pieces[k]))
                 pairs.push_back({ place, place, box });
         }
     }
 
-    static Strip stripOf(const Hull &hull)
+    void compare(uint32_t first, uint32_t second, std::vector<PiecePair> *found) const
     {
-        const Point a = hull.corner[0];
-        const Point b = hull.corner[hull.isWay ? hull.count - 1 : 2];
-        double off = 0;
-        for (int k = 0; k < hull.count; ++k)
-            off = std::max(off, toSegment(hull.corner[k], a, b));
-        return { a, b, off + kLeastGap };
-    }
-
-    void compare(const Item &one, const Item &other, std::vector<PiecePair> *found) const
-    {
-        if (!(one.looked || other.looked) || areApart(one.box, other.box))
+        const Item &one = items[first];
+        const Item &other = items[second];
+        if (first == second || !(one.looked || other.looked) || areApart(one.box, other.box))
             return;
         const Item &a = one.place < other.place ? one : other;
         const Item &b = one.place < other.place ? other : one;
@@ -307,6 +381,7 @@ private:
     const std::vector<char> &looked;
     CellGrid grid;
     std::vector<Item> items;
+    std::vector<StripOfItem> strips;
     std::vector<PiecePair> pairs;
 };
 

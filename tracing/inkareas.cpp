@@ -180,7 +180,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     EngineOptions options = optionsOf(ink, threshold);
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
-    } else if (!shapes && separateAreas(&areas)) {
+    } else if (!shapes && separateAreas(&segmented)) {
         // Two colours are not enough to keep all areas apart that have to be.
         options["monochrome"] = 0;
         options["numberofcolors"] = double(areas.colours.size());

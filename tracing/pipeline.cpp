@@ -108,7 +108,7 @@ struct Traced
 {
     Areas areas;
     ShapeOutlines outlines;
-    Connectivity connectivity; // of the areas that the outlines are of
+    Connection connection; // of the areas that the outlines are of
 };
 
 Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *report)
@@ -118,7 +118,7 @@ Traced traceRaw(Picture picture, const Raw &raw, Stages *stages, TraceReport *re
     report->engine = std::move(trace.options);
     report->palette = trace.areas.colours;
     stages->end("trace");
-    return { std::move(trace.areas), std::move(trace.outlines), Connectivity::Corners };
+    return { std::move(trace.areas), std::move(trace.outlines), { Connectivity::Corners, {} } };
 }
 
 Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmall, Stages *stages,
@@ -136,13 +136,13 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
             report->shapes = true;
             report->engine = segmented.engine;
             stages->end("trace");
-            return { std::move(segmented.areas), std::move(*shapes), Connectivity::Split };
+            return { std::move(segmented.areas), std::move(*shapes), { Connectivity::Split, {} } };
         }
         if (geometry.edges)
             throw TraceError("the image has too many small areas for its boundaries to be drawn");
         report->remarks.push_back(Remark::TooManyShapes);
         segmented.edges = EdgePicture();
-        separateAreas(&segmented.areas);
+        separateAreas(&segmented);
     }
     OutlineOptions options = outlineOptions(geometry, segmented.upsampling);
     report->upsampling = segmented.upsampling;
@@ -155,7 +155,9 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
         options.pathomit = 0.0;
     ShapeOutlines outlines = outlinesOf(segmented.areas, segmented.upsampling, options);
     stages->end("trace");
-    return { std::move(segmented.areas), std::move(outlines), Connectivity::Corners };
+    return { std::move(segmented.areas),
+             std::move(outlines),
+             { Connectivity::Corners, std::move(segmented.graph) } };
 }
 
 } // namespace
@@ -196,8 +198,8 @@ TraceResult traceImage(Picture picture, const TracePlan &plan, const StageSink &
     const double precision = traced.outlines.precision;
     result.drawing = report.shapes && plan.geometry.edges
         ? composeEdges(std::move(traced.outlines), traced.areas, plan.composition)
-        : compose(std::move(traced.outlines), traced.areas, report.upsampling, traced.connectivity,
-                  painting, plan.composition);
+        : compose(std::move(traced.outlines), traced.areas, report.upsampling,
+                  std::move(traced.connection), painting, plan.composition);
     stages.end("arrange");
     result.drawing.precision = precision;
     result.drawing.dpi = dpi;

@@ -98,7 +98,8 @@ struct Composition
     bool frame = true;             // the outline of the page itself stays
     bool transparent = false;      // fully transparent areas have outlines of their own
     std::vector<QRgb> onlyColours; // nothing but these, when not empty
-    double edgeWidth = 1.0;        // of the lines of Geometry::edges, in pixels
+    bool chains = false;    // of true shapes: the drawing has every boundary once (Drawing::chains)
+    double edgeWidth = 1.0; // of the lines of Geometry::edges, in pixels
 };
 
 struct TracePlan

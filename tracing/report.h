@@ -47,6 +47,10 @@ struct Counts
 
 Counts countPieces(const Drawing &drawing);
 
+// Whether there is nothing to be seen but the page in one colour: there are outlines, and all of
+// them run along the picture's border in one colour and have no holes.
+bool isBlank(const Drawing &drawing);
+
 } // namespace ztrace
 
 #endif

@@ -30,10 +30,12 @@ void requireRoom(int width, int height, int upsampling)
         throwNoRoom();
 }
 
-bool separateAreas(Areas *areas)
+bool separateAreas(Segmented *segmented)
 {
-    const CornerSeparation separation
+    Areas *const areas = &segmented->areas;
+    CornerSeparation separation
         = separateCorners(&areas->runs, static_cast<int>(areas->colours.size()));
+    segmented->graph = std::move(separation.graph);
     for (uint16_t original : separation.copies) {
         areas->colours.push_back(areas->colours[original]);
         if (!areas->rampOf.empty())

@@ -5,10 +5,13 @@
 #define ZTRACE_TRACING_SEGMENTATION_H
 
 #include "Areas.h"
+#include "containment.h"
 #include "imaging/Picture.h"
 #include "plan.h"
 #include "softedges.h"
 #include "stages.h"
+
+#include <optional>
 
 namespace ztrace {
 
@@ -21,6 +24,7 @@ struct Segmented
     Geometry::Fit fit = Geometry::Fit::Engine; // which of the two draws the areas
     EdgePicture edges;                         // what the areas came from; for true shapes only
     EngineOptions engine;                      // that had a part in the areas, for the report
+    std::optional<AreaGraph> graph;            // of the areas, from CornerSeparation
 };
 
 // Ink and paper.
@@ -44,7 +48,7 @@ void requireRoom(int width, int height, int upsampling);
 
 // Gives areas that touch at a corner only, and must not be one, labels of their own; returns
 // whether there were any.
-bool separateAreas(Areas *areas);
+bool separateAreas(Segmented *segmented);
 
 } // namespace ztrace
 

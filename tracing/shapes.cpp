@@ -9,6 +9,7 @@
 #include "meetings.h"
 #include "ordering.h"
 #include "smallloops.h"
+#include "turnedover.h"
 #include "walks.h"
 #include "workers.h"
 
@@ -331,8 +332,8 @@ private:
         std::vector<char> changed;
         std::vector<char> times(paths.size(), 0);
         for (;;) {
-            const auto pairs
-                = crossingsOf(paths, map.runs.width, map.runs.height, changed, mostThreads);
+            auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed, mostThreads);
+            addTurnedOver(map, paths, changed, &pairs);
             changed.assign(paths.size(), 0);
             std::map<uint32_t, std::vector<uint32_t>> others;
             for (const auto &pair : pairs) {

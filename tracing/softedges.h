@@ -5,6 +5,7 @@
 #ifndef ZTRACE_TRACING_SOFTEDGES_H
 #define ZTRACE_TRACING_SOFTEDGES_H
 
+#include "tracing/areaplane.h"
 #include "tracing/boundarymap.h"
 
 #include "fit/areafit.h"
@@ -105,7 +106,7 @@ private:
 
     const EdgePicture &picture;
     const BoundaryMap &map;
-    std::vector<uint32_t> areas; // of every pixel
+    AreaPlane areas;
     std::vector<Tone> toneOf;    // of every area
     std::vector<double> noiseOf; // of every area: deviation of a pixel, in steps of 255
 };

@@ -21,6 +21,9 @@ const int kLongBeside = 4;
 const int kLongBetween = 6;
 // Times what goes on after a step that may be a curve already before it.
 const int kGoesOver = 2;
+// A tooth is a pixel high and at most so many wide, between stretches of so many cracks.
+const int kToothWidth = 2;
+const int kBesideTooth = 4;
 const int kStairsReach = 4; // cracks to either side whose chord is the direction of a staircase
 
 // A straight part of a staircase.
@@ -91,6 +94,43 @@ Range exactPart(const std::vector<Stretch> &stretches, std::size_t stretch, bool
     return { kGoesOver * before.length, length - kGoesOver * after.length };
 }
 
+// Whether the boundary steps aside after a stretch by one pixel, and soon back to where it was.
+bool isToothAfter(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+{
+    if ((!closed && stretch + 4 >= stretches.size()) || stretches.size() < 5)
+        return false;
+    const auto at = [&](std::size_t k) { return stretches[(stretch + k) % stretches.size()]; };
+    return at(0).length >= kBesideTooth && at(4).length >= kBesideTooth && at(1).length == 1
+        && at(3).length == 1 && at(2).length <= kToothWidth && at(2).heading == at(0).heading
+        && at(4).heading == at(0).heading && at(3).heading == turned(at(1).heading, 2);
+}
+
+// Leaves out the cracks of teeth. The points are those of all cracks.
+ChainPoints withoutTeeth(const std::vector<Stretch> &stretches, bool closed,
+                         const ChainPoints &points)
+{
+    std::vector<char> isTooth(points.x.size(), 0);
+    std::size_t past = 0;
+    for (std::size_t k = 0; k < stretches.size(); ++k) {
+        past += std::size_t(stretches[k].length);
+        const int cracks = isToothAfter(stretches, k, closed)
+            ? stretches[(k + 2) % stretches.size()].length + 2
+            : 0;
+        for (int i = 0; i < cracks; ++i)
+            isTooth[(past + std::size_t(i)) % isTooth.size()] = 1;
+    }
+    ChainPoints kept;
+    for (std::size_t k = 0; k < points.x.size(); ++k) {
+        if (isTooth[k])
+            continue;
+        kept.x.push_back(points.x[k]);
+        kept.y.push_back(points.y[k]);
+        kept.sigma.push_back(points.sigma[k]);
+        kept.crack.push_back(points.crack[k]);
+    }
+    return kept;
+}
+
 // Of a crack of a staircase, from the angle between it and the boundary, as the fit has it.
 double stairsSigma(const ChainPoints &points, std::size_t number, Heading heading, bool closed)
 {
@@ -110,7 +150,7 @@ double stairsSigma(const ChainPoints &points, std::size_t number, Heading headin
 
 } // namespace
 
-ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain)
+ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain, bool isFaint)
 {
     ChainPoints points;
     std::vector<Stretch> stretches;
@@ -131,7 +171,7 @@ ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain)
                                        ? fit::kHardFloor
                                        : stairsSigma(points, first, stretches[k].heading, closed));
     }
-    return points;
+    return isFaint ? withoutTeeth(stretches, closed, points) : points;
 }
 
 } // namespace ztrace

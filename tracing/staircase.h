@@ -10,7 +10,8 @@ namespace ztrace {
 
 // The middles of the cracks of a chain. Sigma is that of a staircase at the boundary's angle, and
 // of long stretches without a step next to nothing: there the boundary runs along the pixels.
-ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain);
+// Where its two colours are hardly told apart, teeth of a pixel do not count.
+ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain, bool isFaint = false);
 
 } // namespace ztrace
 

@@ -12,6 +12,7 @@
 #include "imaging/scan.h"
 #include "strokes/inkstrokes.h"
 #include "strokes/penorder.h"
+#include "strokes/snapping.h"
 #include "strokes/strokes.h"
 
 #include <algorithm>
@@ -108,13 +109,13 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
         scanner.addRow(labels.data());
     }
     areas.runs = scanner.take();
-    std::optional<ShapeOutlines> shapes
-        = shapesOf(areas, edges, plan.threads > 0 ? plan.threads : threadsOfMachine());
+    std::optional<ShapeOutlines> shapes = shapesOf(
+        areas, edges, plan.threads > 0 ? plan.threads : threadsOfMachine(), plan.geometry.snap);
     if (!shapes)
         throw TraceError("too many solid areas for a drawing of strokes");
     Composition composition = plan.composition;
     composition.onlyColours.assign(1, inkColour | 0xFF000000u);
-    Drawing drawing = compose(std::move(*shapes), areas, 1, Connectivity::Split,
+    Drawing drawing = compose(std::move(*shapes), areas, 1, { Connectivity::Split, {} },
                               Painting::InkOnPaper, composition);
     for (Outline &outline : drawing.outlines) {
         outline.layer = QLatin1String(kSolidLayer);
@@ -274,6 +275,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     if (!strokes::strokesOf(page, options, &found))
         throw TraceError("the picture has more lines than a drawing; --despeckle or another "
                          "--threshold may help, or leave out --strokes");
+    strokes::putInOrder(plan.geometry.snap, &found);
     if (inks.isColoured())
         strokes::takeInks([&inks](fit::Point p) { return inks.at(p); }, &found);
     strokes::putInPenOrder({ 0.0, double(page.height) }, &found.strokes);

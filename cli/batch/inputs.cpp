@@ -4,6 +4,8 @@
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
+#include "cli/imageplugins.h"
+#include "cli/strangers.h"
 #include "cli/values.h"
 
 #include <QFile>
@@ -42,6 +44,7 @@ const std::set<std::string> &imageSuffixes()
 {
     static const std::set<std::string> suffixes = [] {
         std::set<std::string> all(std::begin(kOtherSuffixes), std::end(kOtherSuffixes));
+        useImagePlugins();
         for (const QByteArray &format : QImageReader::supportedImageFormats()) {
             if (!isDistrusted(format.toLower()) && !format.toLower().startsWith("svg"))
                 all.insert(format.toLower().toStdString());
@@ -180,7 +183,7 @@ private:
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
         } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)
-                   && isOwnDrawing(full)) {
+                   && isOwnDrawing(QFile::decodeName(full.c_str()))) {
             ++drawings;
         } else if (!S_ISREG(info.st_mode)) {
             collected->notes.push_back(full + ": is no file, left out");
@@ -201,12 +204,6 @@ private:
 };
 
 } // namespace
-
-bool isOwnDrawing(const std::string &fileName)
-{
-    QFile file(QFile::decodeName(fileName.c_str()));
-    return file.open(QIODevice::ReadOnly) && isOwnDrawing(file.peek(kTellingBytes));
-}
 
 void collect(const std::string &input, const Walk &walk, Collected *collected)
 {

@@ -43,7 +43,7 @@ class Care(BatchTest):
         self.refused(*run, "--csv", "x", "--premis", "./x", words="--premis: ./x is the file of --csv already")
         self.refused(*run, "--csv", "r.jsonl", "--results", "r.jsonl", words="is the file of --csv already")
         for option in "--csv", "--premis", "--report":
-            self.refused(*run, option, "elsewhere.png", words="the file is an image; --overwrite replaces it")
+            self.refused(*run, option, "elsewhere.png", words="the file is an image or a drawing that ztrace has not made; --overwrite")
             self.refused(*run, option, "elsewhere.png", "--no-clobber", words="the file exists (--no-clobber)")
 
     def test_drawings_go_over_nothing_that_is_read(self):

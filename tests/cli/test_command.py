@@ -1,5 +1,6 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """The command line: what it writes, and how it fails."""
+import gzip
 import os
 import pty
 import re
@@ -365,10 +366,38 @@ class Failing(CommandTest):
         self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch")
         for name, data in ("b.png", ring(RED, WHITE, WHITE)), ("b.svg", ring(RED, WHITE, WHITE)):
             self.write(name, data)
-            self.assert_refused("a.png", "-o", name, code=2, words=name + ": the file is an image; --overwrite replaces it")
+            self.assert_refused("a.png", "-o", name, code=2, words=name + self.STRANGERS)
             self.assertEqual(self.read(name), data)
             self.run_program("a.png", "-o", name, "--overwrite")
             self.assertNotEqual(self.read(name), data)
+
+    STRANGERS = ": the file is an image or a drawing that ztrace has not made; --overwrite replaces it"
+
+    def test_drawings_of_others_are_not_replaced(self):
+        """Nor such as other programs have saved since; what is no drawing is."""
+        entities = b'<!DOCTYPE svg PUBLIC "-//W3C//DTD SVG 1.1//EN" "x.dtd" [\n<!ENTITY ns "http://x/">\n]>\n'
+        others = {
+            "a.svg": [b'<svg xmlns="http://www.w3.org/2000/svg"><circle r="4"/></svg>',
+                      b'<?xml version="1.0" encoding="UTF-8" standalone="no"?>\n<!-- <g> -->\n<svg\n   width="8"/>',
+                      b"\xEF\xBB\xBF\n<?xml version='1.0'?>\n" + entities + b"<svg:svg xmlns:svg='http://www.w3.org/2000/svg'/>",
+                      gzip.compress(b'<svg xmlns="http://www.w3.org/2000/svg" width="9" height="9"><circle r="4"/></svg>')],
+            "a.pdf": [b"%PDF-1.5\n%\xBF\xF7\xA2\xFE\n1 0 obj\n", b"%PDF-1.7\n4 0 obj\n<< /Length 3 >>"],
+            "a.dxf": [b"  0\r\nSECTION\r\n  2\r\nHEADER\r\n", b"999\nmade by hand\n  0\nSECTION\n  2\nHEADER\n"],
+            "a.geojson": [b'{"type":"FeatureCollection","features":[{"type":"Feature"}]}', b'{\n"type": "FeatureCollection"}'],
+            "a.topojson": [b'{ "arcs": [], "type" : "Topology" }'],
+        }
+        for name, contents in others.items():
+            for data in contents:
+                self.write(name, data)
+                self.assert_refused("a.png", "-o", name, code=2, words=name + self.STRANGERS)
+                self.assertEqual(self.read(name), data)
+            self.run_program("a.png", "-o", name, "--overwrite")
+            self.run_program("a.png", "-o", name)
+        for data in b"", b"old", b"<html><!-- x --><body><svg/></body></html>":
+            self.write("a.svg", data)
+            self.run_program("a.png")
+            self.assertIn(b"<svg", self.read("a.svg"))
+            self.run_program("a.png")
 
     def test_what_was_drawn_before_is_replaced(self):
         for name in "a.svg", "a.dxf", "a.pdf", "b.png", "a.json":
@@ -379,6 +408,27 @@ class Failing(CommandTest):
             self.assert_refused("a.png", "-o", name, "--no-clobber", code=2, words=name + ": the file exists")
             self.assert_refused("a.png", "-o", name, "--no-clobber", "--overwrite", code=2, words=name + ": the file exists")
         self.run_program("a.png", "-o", "new.svg", "--no-clobber")
+
+    def test_however_it_was_drawn(self):
+        self.write("blank.png", png(9, 9, lambda x, y: WHITE))
+        ways = [(), ("-q", "-u", "mm", "--layers"), ("--outline", "-q", "-u", "in"), ("--dxf-version", "r12", "-q"),
+                ("--dxf-version", "2000", "-q"), ("-p", "lineart", "--no-frame", "-q"), ("--strokes", "-q"),
+                ("--decimals", "exact", "-q"), ("--gradients", "-q"), ("--page", "all", "-q")]
+        outputs = [word for ending in ("svg", "dxf", "pdf", "png", "json", "geojson", "topojson")
+                   for word in ("-o", "x." + ending)]
+        for image in "a.png", "blank.png":
+            for way in ways:
+                self.run_program(image, *outputs, *way)
+        self.run_program("x.json", *[word for word in outputs if word != "x.json"][:6])
+
+    def test_what_cannot_be_read_is_said_in_one_line(self):
+        """An animation is not said to be traced in part when it is not traced."""
+        whole = ring(RED, WHITE, WHITE)
+        control = b"\0\0\0\x08acTL\0\0\0\x02\0\0\0\0\xF3\x8D\x93\x70"
+        self.write("a.png", whole[:33] + control + whole[33:])
+        self.assertIn(b"the first of 2 frames is traced", self.run_program("a.png").stderr)
+        self.write("a.png", whole[:33] + control + whole[33:60])
+        self.assertEqual(self.run_program("a.png", code=3).stderr.count(b"\n"), 1)
 
     def test_outputs_whose_state_cannot_be_told(self):
         os.symlink("loop.svg", self.path("loop.svg"))

@@ -136,7 +136,7 @@ class WithoutEffect(OptionsTest):
             with self.subTest(arguments):
                 text = self.run_program("a.png", *arguments).stderr.decode()
                 self.assertIn(words, text)
-                self.assertEqual(text.count("\n"), 1)
+                self.assertEqual(text.count("\n"), 1 + text.count("the drawing is blank"))
                 self.assertEqual(self.run_program("a.png", *arguments, "-q").stderr, b"")
 
     def test_those_with_one_are_not(self):
@@ -145,7 +145,8 @@ class WithoutEffect(OptionsTest):
                           ("--outline", "--stroke-width", "2"), ("-o", "a.png.png", "--scale", "2"),
                           ("-o", "a.dxf", "--dxf-version", "r12", "--dxf-curves", "arc", "--dxf-tolerance", "1")]:
             with self.subTest(arguments):
-                self.assertEqual(self.run_program("a.png", *arguments).stderr, b"")
+                told = self.run_program("a.png", *arguments).stderr.splitlines()
+                self.assertEqual([line for line in told if b"is blank" not in line], [])
 
     def test_those_of_a_file_are_not(self):
         self.write("c.toml", b"deskew = true\ncolors = 3\n")
@@ -179,6 +180,30 @@ class WithoutEffect(OptionsTest):
         self.write("b.png", png(40, 40, lambda x, y: WHITE))
         self.assertEqual(self.run_program("b.png", "-p", "lineart", "--no-frame").stderr, b"ztrace: b.png: the drawing is empty\n")
         self.assertEqual(self.run_program("a.png").stderr, b"")
+
+    def test_a_blank_drawing_is_told(self):
+        """Whatever has dropped all that there was; but not where one colour alone was asked for."""
+        blank = b"ztrace: a.png: the drawing is blank, which the image is not: all is #ffffff\n"
+        self.write("a.png", png(40, 40, lambda x, y: BLACK if square(x, y, 9, 9, 9) else WHITE))
+        for dropping in ("-p", "lineart", "--min-path", "1e9"), ("-p", "lineart", "--despeckle", "99"), \
+                ("-p", "poster", "--palette", "white"), ("-p", "lineart", "--min-path", "1e9", "--outline"):
+            self.assertEqual(self.run_program("a.png", *dropping).stderr, blank, dropping)
+        self.assertEqual(self.run_program("a.png", "--palette", "white", "--only-color", "white").stderr, b"")
+        self.assertEqual(self.run_program("a.png", "-p", "lineart").stderr, b"")
+        for data in png(40, 40, lambda x, y: WHITE), b"P4 11 3 " + 3 * b"\0\x1F", b"P4 11 3 " + 3 * b"\xFF\xF0":
+            self.write("a.png", data)
+            self.assertEqual(self.run_program("a.png").stderr, b"")
+        for data in png(40, 40, lambda x, y: BLACK if x == y == 39 else WHITE), b"P4 11 3 " + 2 * b"\0\0" + b"\0\x20":
+            self.write("a.png", data)
+            self.assertEqual(self.run_program("a.png", "-p", "lineart", "--min-path", "9").stderr, blank)
+
+    def test_what_fills_the_page_and_is_not_blank(self):
+        near = png(5, 5, lambda x, y: BLACK if 0 < x < 4 and 0 < y < 4 else CLEAR)
+        round_one = png(40, 40, lambda x, y: RED if (x - 19.5) ** 2 + (y - 19.5) ** 2 < 400 else CLEAR)
+        for picture in near, round_one, ring(WHITE, CLEAR, WHITE):
+            self.write("c.png", picture)
+            self.assertEqual(self.run_program("c.png", "-p", "logo").stderr, b"")
+            self.assertNotIn(b"blank", self.run_program("c.png", "-p", "poster").stderr)
 
 
 class Mistakes(OptionsTest):

@@ -79,6 +79,35 @@ class Snap(CommandTest):
         self.assertEqual(usual, self.outlines("--snap", "none"))
         self.assertGreater(self.lean(usual), 1e-7)
 
+    def test_strokes(self):
+        """A crooked L of lines: at right angles, and its ends in one place; to the axes where it is upright."""
+        for turn in 0.0, TURN:
+            def ink(x, y):
+                inside = 0
+                for i in range(16):
+                    u = (x + (i % 4 + 0.5) / 4 - 60.2) * math.cos(turn) + (y + (i // 4 + 0.5) / 4 - 20.7) * math.sin(turn)
+                    v = (y + (i // 4 + 0.5) / 4 - 20.7) * math.cos(turn) - (x + (i % 4 + 0.5) / 4 - 60.2) * math.sin(turn)
+                    inside += -2 < u < 100 and -2 < v < 2 or -2 < u < 2 and -2 < v < 70
+                grey = 255 - 255 * inside // 16
+                return grey, grey, grey, 255
+            self.write("s.png", png(200, 120, ink))
+            for snap in "joints", "all":
+                self.run_program("s.png", "--strokes", "--snap", snap, "-o", "s.json", "--overwrite")
+                with open(self.path("s.json"), encoding="utf-8") as file:
+                    lines = [outline for outline in json.load(file)["outlines"] if "pen" in outline]
+                self.assertEqual([[piece[0] for piece in line["pieces"]] for line in lines], [["L"], ["L"]])
+                ends = [(line["start"], line["pieces"][0][1:]) for line in lines]
+                self.assertEqual(len({tuple(place) for line in ends for place in line}), 3)
+                first, second = ((b[0] - a[0], b[1] - a[1]) for a, b in ends)
+                self.assertLess(abs(first[0] * second[0] + first[1] * second[1]), 1e-9 if turn else 1e-300)
+
+    def test_dense_pages_obey(self):
+        """They go to the engine otherwise, whose outlines cannot be put in order."""
+        self.write("d.png", png(1000, 1000, lambda x, y: (0, 0, 0, 255) if x % 8 < 4 and y % 8 < 4 else PAPER + (255,)))
+        for snap, fit in ("none", None), ("all", "fair"):
+            found = self.run_program("d.png", "-p", "lineart", "--snap", snap, "--json", "-o", "d.svg", "--overwrite")
+            self.assertEqual(json.loads(found.stdout)["statistics"].get("fit"), fit)
+
     def test_engine_knows_no_order(self):
         found = self.run_program("a.png", "-p", "logo", "--fit", "engine", "--snap", "all", "-o", "a.svg")
         self.assertIn(b"--snap", found.stderr)

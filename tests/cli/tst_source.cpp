@@ -455,9 +455,12 @@ void tst_Source::digitsMayStandTogether()
 
 void tst_Source::imagesBehindTheFirst()
 {
-    for (const QByteArray &one : { written("ppm", picture(QImage::Format_RGB32)),
-                                   written("pbm", picture(QImage::Format_Mono)),
-                                   written("pgm", picture(QImage::Format_Grayscale8)) }) {
+    for (const QByteArray &one :
+         { written("ppm", picture(QImage::Format_RGB32)),
+           written("pbm", picture(QImage::Format_Mono)),
+           written("pgm", picture(QImage::Format_Grayscale8)),
+           QByteArray("P1\n3 2 #\n010\n#1\n1 01\n"), QByteArray("P2 2 1 9 5 5\n"),
+           QByteArray("P3\n1 1 255 9 9 255\n") }) {
         QVERIFY(!hasAnotherPnm(one));
         QVERIFY(!hasAnotherPnm(one + "\nPlain words"));
         QVERIFY(hasAnotherPnm(one + one));

@@ -20,6 +20,8 @@ private slots:
     void wrongUsage_data();
     void wrongUsage();
     void helpAndVersion();
+    void imagesThatEndEarlyAreTold();
+    void damagedImagesAreTold();
     void missingScript_data();
     void missingScript();
     void missingPluginFolder_data();
@@ -115,6 +117,47 @@ void tst_Headless::helpAndVersion()
     const Run version = run(QStringList("--version"));
     QCOMPARE(version.code, 0);
     QCOMPARE(version.out, QString("zelvora-headless 3.27.8\n"));
+}
+
+void tst_Headless::imagesThatEndEarlyAreTold()
+{
+    QImage image(40, 40, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    for (const char *format : { "bmp", "jpg", "xbm" }) {
+        const QString name = folder->path() + "/a." + format;
+        QVERIFY(image.save(name));
+        const QString script = "print(new QImage('" + name + "').width())";
+        const Run whole = runText(script);
+        QCOMPARE(whole.err, QString());
+        QFile file(name);
+        QVERIFY(file.resize(file.size() - 3));
+        const Run cut = runText(script);
+        QCOMPARE(cut.err, "zelvora-headless: " + name + ": the image is incomplete\n");
+        QCOMPARE(cut.out, whole.out);
+        QCOMPARE(cut.code, 0);
+    }
+}
+
+void tst_Headless::damagedImagesAreTold()
+{
+    QImage image(400, 400, QImage::Format_RGB32);
+    for (int y = 0; y < 400; ++y) {
+        for (int x = 0; x < 400; ++x)
+            image.setPixel(x, y, qRgb(x * y % 251, x % 256, y % 256));
+    }
+    const QString name = folder->path() + "/a.jpg";
+    QVERIFY(image.save(name, "jpg", 90));
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(file.size() / 2));
+    QCOMPARE(file.write(QByteArray("\xFF\xD3\xFF\xD9", 4)), 4LL);
+    file.close();
+    const Run run = runText("var t = traceImage('" + name
+                            + "'); print(t.report.remarks.length);"
+                              "new QImage('"
+                            + name + "');");
+    QCOMPARE(run.err.count("zelvora-headless: " + name + ": the image"), 1);
+    QCOMPARE(run.err.count('\n'), 1);
+    QVERIFY(run.out.toInt() > 0);
 }
 
 void tst_Headless::missingScript_data()

@@ -273,6 +273,18 @@ void tst_Classify::kindsOfDrawnPictures_data()
                   return x < 100 ? 0u : y < 60 ? shaded(x / 8 * 8, y / 8 * 8) : shaded(x, y);
               }),
         Kind::Logo, "");
+    const auto alphaOfLines
+        = [](int x, int y) { return (x + y) % 7 < 3 ? 100 + (x * 29 + y * 13) % 156 : 0; };
+    add("soft lines of one colour on transparency",
+        drawn(60, 60,
+              [&](int x, int y) { return qRgba(180, 60, 120 + x % 3, alphaOfLines(x, y)); }),
+        Kind::Logo, "57 % transparent, 100 % in four colours");
+    add("the same in many colours",
+        drawn(60, 60, [&](int x, int y) { return qRgba(4 * x, 60, 4 * y, alphaOfLines(x, y)); }),
+        Kind::Photo, "");
+    add("a soft shadow",
+        drawn(60, 60, [](int x, int y) { return qRgba(0, 30, 90, std::max(0, x + 3 * y - 20)); }),
+        Kind::Photo, "");
     add("noise",
         drawn(90, 90,
               [](int x, int y) {

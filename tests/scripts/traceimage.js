@@ -82,6 +82,8 @@ function remarksOf(image, options) {
 assertEquals(remarksOf(golden + "/emblem.png", { preset: "logo", threshold: 90 }),
              ["--threshold has no effect: it is for black and white; --preset lineart makes that"]);
 assertEquals(remarksOf(golden + "/emblem.png", { preset: "logo", deskew: false }), []);
+assertEquals(remarksOf(new QImage(golden + "/emblem.png"), { preset: "lineart", threshold: 0 }),
+             ["image: the drawing is blank, which the image is not: all is #ffffff"]);
 assertEquals(remarksOf(new QImage(golden + "/emblem.png"), { preset: "logo", page: 2 }),
              ["--page has no effect: no file is read"]);
 assertEquals(remarksOf(new QImage(golden + "/emblem.png"), { preset: "logo", units: "mm" }),

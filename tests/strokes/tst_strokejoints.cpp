@@ -56,9 +56,13 @@ private slots:
     void squareEndsAreTold();
     void roundEndsAreTold_data();
     void roundEndsAreTold();
+    void pinsInARowAreOneObservation();
     void aSquareEndHasNoTail();
     void aMitredCornerIsWhereTheLinesMeet();
     void sidesOfSquaresAreNoDashes();
+    void mullionsInAColumnAreNoDashes();
+    void linesOfAScrewMeet_data();
+    void linesOfAScrewMeet();
     void anArcEndsWhereItTouchesItsLine();
     void tangentsOfOneBitAreTangents();
     void aCutArcIsNoTangent();
@@ -133,6 +137,20 @@ void tst_StrokeJoints::roundEndsAreTold()
 }
 
 // The skeleton of a short bar runs into a corner of its end.
+// Twelve pins begin in one column, where black and white leaves a round end square; a few ends
+// elsewhere are round.
+void tst_StrokeJoints::pinsInARowAreOneObservation()
+{
+    Sheet sheet(420, 300);
+    sheet.line({ 200.3, 20.3 }, { 200.3, 280.3 }, 4.8);
+    for (int k = 0; k < 12; ++k)
+        sheet.line({ 40.94, 30.93 + 20 * k }, { 200.3, 30.93 + 20 * k }, 4.8);
+    sheet.line({ 260.4, 50.2 }, { 380.2, 50.2 }, 4.8).line({ 300.7, 90.6 }, { 300.7, 250.8 }, 4.8);
+    const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+    QVERIFY(drawing.roundEnds);
+    QVERIFY2(hasLine(drawing, { 40.94, 50.93 }, { 200.3, 50.93 }, 1.2), listOf(drawing).c_str());
+}
+
 void tst_StrokeJoints::aSquareEndHasNoTail()
 {
     Sheet sheet(200, 120);
@@ -183,6 +201,49 @@ void tst_StrokeJoints::sidesOfSquaresAreNoDashes()
 }
 
 // A slot: half circles between parallel lines, in greys and in black and white.
+// Every part of the row ends on the sides of its own window.
+void tst_StrokeJoints::mullionsInAColumnAreNoDashes()
+{
+    Sheet sheet(220, 420);
+    for (double y : { 20.0, 80.0, 140.0, 200.0, 260.0, 320.0, 380.0 }) {
+        sheet.line({ 20, y }, { 200, y }, 4).line({ 20, y + 30 }, { 200, y + 30 }, 4);
+        for (double x : { 20.0, 110.0, 200.0 })
+            sheet.line({ x, y }, { x, y + 30 }, 4);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(int(drawing.strokes.size()), 35);
+    QVERIFY2(hasLine(drawing, { 110, 80 }, { 110, 110 }, 0.5), listOf(drawing).c_str());
+}
+
+void tst_StrokeJoints::linesOfAScrewMeet_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("black and white") << true;
+}
+
+// Threads: acute corners of three lines, of which one comes around a corner of the skeleton, and
+// slanting lines whose widths come in turns by the steps of black and white.
+void tst_StrokeJoints::linesOfAScrewMeet()
+{
+    QFETCH(bool, hard);
+    const Point left[] = { { 77.73, 12.87 }, { 77.73, 67.6 }, { 50.37, 94.96 }, { 77.73, 122.32 } };
+    const Point right[]
+        = { { 241.91, 12.87 }, { 269.27, 40.23 }, { 241.91, 67.6 }, { 241.91, 122.32 } };
+    const Point lines[][2]
+        = { { left[0], left[1] },   { left[1], left[2] },   { left[2], left[3] },
+            { right[0], right[1] }, { right[1], right[2] }, { right[2], right[3] },
+            { left[1], right[0] },  { left[2], right[1] },  { left[3], right[2] } };
+    Sheet sheet(320, 160);
+    for (const Point(&ends)[2] : lines)
+        sheet.bar(ends[0], ends[1], 8.98);
+    for (const Point &corner : { left[1], left[2], left[3], right[1], right[2] })
+        sheet.disc(corner, 4.49);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    for (const Point(&ends)[2] : lines)
+        QVERIFY2(hasLine(drawing, ends[0], ends[1], 2.0), listOf(drawing).c_str());
+}
+
 void tst_StrokeJoints::anArcEndsWhereItTouchesItsLine()
 {
     for (double angle : { 0.0, 0.24, 0.7 }) {

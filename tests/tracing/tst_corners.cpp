@@ -7,6 +7,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+
 using namespace ztrace;
 using namespace planes;
 
@@ -41,6 +43,27 @@ Result onPixels(const Plane &plane, int labelCount, int mostLabels = kMostSepara
 bool operator==(const Result &a, const Result &b)
 {
     return a.found == b.found && a.copies == b.copies && a.labels == b.labels;
+}
+
+bool isSame(const Component &a, const Component &b)
+{
+    return a.firstPixel == b.firstPixel && a.area == b.area && a.border == b.border
+        && a.rim == b.rim && a.left == b.left && a.top == b.top && a.right == b.right
+        && a.bottom == b.bottom && a.label == b.label;
+}
+
+// Whether the graph, if there is one, is what would be found anew; counts those that are there.
+bool hasRightGraph(const Plane &plane, int labelCount, int mostLabels, int *graphs)
+{
+    Runs runs = scanRuns(plane.labels.data(), plane.width, plane.height);
+    const CornerSeparation separation = separateCorners(&runs, labelCount, mostLabels);
+    if (!separation.graph)
+        return true;
+    ++*graphs;
+    const AreaGraph anew = takeGraph({ Connectivity::Corners, {} }, runs);
+    return separation.graph->neighbours == anew.neighbours
+        && std::equal(separation.graph->areas.begin(), separation.graph->areas.end(),
+                      anew.areas.begin(), anew.areas.end(), isSame);
 }
 
 } // namespace
@@ -103,6 +126,22 @@ private slots:
             different += !(result == onRuns(plane, 4));
         }
         QVERIFY(different > 30);
+    }
+
+    void graphIsThatOfTheNewLabels()
+    {
+        int graphs = 0;
+        forEachPlane(14, [&graphs](const Plane &plane) {
+            QVERIFY2(hasRightGraph(plane, 10, kMostSeparateLabels, &graphs),
+                     qPrintable(describe(plane)));
+        });
+        Random random(15);
+        for (int n = 0; n < 300; ++n) {
+            const Plane plane = noise(&random, 40, 30, 4);
+            QVERIFY2(hasRightGraph(plane, 4, 4 + below(&random, 5), &graphs),
+                     qPrintable(describe(plane)));
+        }
+        QVERIFY(graphs > 500);
     }
 
     void largeNoise()

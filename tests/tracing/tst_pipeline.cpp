@@ -212,8 +212,10 @@ private slots:
                                               1, 0, 1, 0, 1, //
                                               1, 0, 0, 0, 1, //
                                               1, 1, 1, 1, 1 };
-        Areas areas { scanRuns(labels.data(), 5, 5), { kBlack, kWhite } };
-        QVERIFY(separateAreas(&areas));
+        Segmented segmented;
+        Areas &areas = segmented.areas;
+        areas = { scanRuns(labels.data(), 5, 5), { kBlack, kWhite } };
+        QVERIFY(separateAreas(&segmented));
         QVERIFY(areas.colours.size() > 2);
         for (std::size_t k = 2; k < areas.colours.size(); ++k)
             QVERIFY(areas.colours[k] == kWhite || areas.colours[k] == kBlack);

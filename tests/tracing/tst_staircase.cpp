@@ -27,11 +27,11 @@ BoundaryMap mapOf(int width, int height, const std::function<bool(int x, int y)>
     return makeBoundaryMap(scanner.take());
 }
 
-ChainPoints loopOf(const BoundaryMap &map)
+ChainPoints loopOf(const BoundaryMap &map, bool isFaint = false)
 {
     for (uint32_t k = 0; k < map.chains.size(); ++k) {
         if (map.chains[k].startNode == kNoNode)
-            return staircaseOf(map, k);
+            return staircaseOf(map, k, isFaint);
     }
     return ChainPoints();
 }
@@ -55,6 +55,7 @@ private slots:
     void slantedLinesAndCirclesAreNot();
     void barThatGoesOverIntoACurve();
     void pixelThatACornerLacks();
+    void faintTeethAreNoBends();
 };
 
 void tst_Staircase::barsAreExact()
@@ -112,6 +113,24 @@ void tst_Staircase::pixelThatACornerLacks()
     const BoundaryMap both = mapOf(
         40, 20, [&](int x, int y) { return bar(x, y) && !((x == 5 || x == 34) && y == 5); });
     QCOMPARE(exactAt(loopOf(both), 5), 28 - 2 * 2);
+}
+
+// A bar with a tooth of a pixel, one of three, which is too wide for one, and a step.
+void tst_Staircase::faintTeethAreNoBends()
+{
+    const BoundaryMap map = mapOf(60, 20, [](int x, int y) {
+        const bool bar = x >= 5 && x < 55 && y >= 5 && y < 12;
+        return bar || (y == 4 && (x == 15 || (x >= 25 && x < 28)))
+            || (y == 12 && x >= 30 && x < 55);
+    });
+    const ChainPoints all = loopOf(map);
+    const ChainPoints faint = loopOf(map, true);
+    QCOMPARE(faint.x.size(), all.x.size() - 3);
+    for (std::size_t k = 0; k < faint.x.size(); ++k) {
+        QVERIFY(faint.y[k] >= 5 || std::fabs(faint.x[k] - 15.5) > 1);
+        QCOMPARE(faint.x[k], all.x[faint.crack[k]]);
+        QCOMPARE(faint.sigma[k], all.sigma[faint.crack[k]]);
+    }
 }
 
 QTEST_APPLESS_MAIN(tst_Staircase)
