@@ -69,6 +69,7 @@ struct Differences
             all += lanes;
             placed += lanes * uint64_t(i);
         }
+        const int sumOfPlaces = pixels * (pixels - 1) / 2;
         const uint64_t sides = spread(run.begin - 1) + spread(run.end);
         for (std::size_t c = 0; c < 3; ++c) {
             const auto lane = [c](uint64_t lanes) {
@@ -77,7 +78,7 @@ struct Differences
             const int twice = lane(sides);
             ground[c] = twice / 2.0;
             sums[c] = (2 * lane(all) - pixels * twice) / 2.0;
-            moments[c] = (2 * lane(placed) - pixels * (pixels - 1) / 2 * twice) / 2.0;
+            moments[c] = (2 * lane(placed) - twice * sumOfPlaces) / 2.0;
         }
     }
 
@@ -255,7 +256,7 @@ bool isShifted(const Run &run, const Differences &differences, Order order)
     double before = 0.0;
     double after = 0.0;
     // Of every pixel and of those before and behind the run; from place 1 on they are the run's.
-    double away[3][kLongestRun + 2];
+    double away[3][kLongestRun + 2] = {};
     const int pixels = run.end - run.begin;
     for (std::size_t c = 0; c < 3; ++c) {
         const QRgb *words = run.words + run.begin - 1;

@@ -110,7 +110,7 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
 {
     QJsonArray flags;
     QJsonObject made;
-    if (ending == Ending::CutShort || ending == Ending::PartsLost)
+    if (ending == Ending::CutShort || ending == Ending::Coarse || ending == Ending::PartsLost)
         flags.append(QLatin1String("incomplete"));
     if (traced.result.drawing.outlines.empty())
         flags.append(QLatin1String("empty"));
