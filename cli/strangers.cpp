@@ -19,6 +19,7 @@ namespace {
 
 // Bytes in which a drawing says what it is. Comments and entities may come before.
 const qint64 kBeginning = 1 << 16;
+const int kBeginningOfOwn = 256;  // has the note in a PNG, and the first object of a PDF
 const int kBeginningOfPdf = 1024; // in which readers look for its first line
 
 bool matches(const QString &text, const char *expression)
@@ -69,8 +70,20 @@ bool isStrangersWork(const QString &fileName)
     useImagePlugins();
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
-    return reader.canRead()
+    // Its reader of SVG takes any XML for one, events (--premis) among them.
+    return reader.canRead() && !reader.format().startsWith("svg")
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
+}
+
+bool isOwnDrawing(const QString &fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray beginning = file.peek(kBeginningOfOwn);
+    const QByteArray note = QByteArray("tEXt") + kPreviewKey + '\0' + kPreviewValue;
+    return (beginning.startsWith("%PDF") && isWrittenHere(beginning))
+        || (beginning.startsWith("\x89PNG") && beginning.contains(note));
 }
 
 } // namespace ztrace

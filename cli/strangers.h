@@ -12,6 +12,10 @@ namespace ztrace {
 // one has saved since. What cannot be read is none, and fails later.
 bool isStrangersWork(const QString &fileName);
 
+// Whether a file that is called PDF or PNG, as pictures are, is a drawing that this program has
+// written.
+bool isOwnDrawing(const QString &fileName);
+
 } // namespace ztrace
 
 #endif

@@ -5,6 +5,7 @@
 #include "cli/failure.h"
 #include "cli/formats.h"
 #include "cli/imageplugins.h"
+#include "cli/strangers.h"
 #include "cli/values.h"
 
 #include <QFile>
@@ -182,7 +183,7 @@ private:
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
         } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)
-                   && isOwnDrawing(full)) {
+                   && isOwnDrawing(QFile::decodeName(full.c_str()))) {
             ++drawings;
         } else if (!S_ISREG(info.st_mode)) {
             collected->notes.push_back(full + ": is no file, left out");
@@ -203,12 +204,6 @@ private:
 };
 
 } // namespace
-
-bool isOwnDrawing(const std::string &fileName)
-{
-    QFile file(QFile::decodeName(fileName.c_str()));
-    return file.open(QIODevice::ReadOnly) && isOwnDrawing(file.peek(kTellingBytes));
-}
 
 void collect(const std::string &input, const Walk &walk, Collected *collected)
 {

@@ -39,9 +39,6 @@ struct Walk
     bool opensFiles = true; // else all PDF and PNG are taken
 };
 
-// Whether a file is a PDF or PNG that this program made.
-bool isOwnDrawing(const std::string &fileName);
-
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left
 // out, each folder once whatever links lead to it. A file that is not there is no problem here: it
 // gets its result like any other.

@@ -2,6 +2,9 @@
 #include "watch.h"
 
 #include "cli/failure.h"
+#include "cli/strangers.h"
+
+#include <QFile>
 
 #include <algorithm>
 #include <cerrno>
@@ -169,7 +172,7 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
         const bool isStill = Clock::now() - state.since >= kStill && state.size > 0;
         if (!state.isTaken && isStill) {
             state.isTaken = true;
-            if (!walk.patterns.empty() || !isOwnDrawing(item.path))
+            if (!walk.patterns.empty() || !isOwnDrawing(QFile::decodeName(item.path.c_str())))
                 complete.push_back(item);
         }
         hasOpen = hasOpen || (!state.isTaken && state.size > 0);

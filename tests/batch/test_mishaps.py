@@ -42,12 +42,21 @@ class Lines(FaultTest):
         self.pictures(2)
         self.batch("in")
         right = self.tree()
-        for change in b"<svg/>", b"":
+        for change in right[b"p0001.svg"] + b"<!-- mine -->", b"":
             self.write("out/p0001.svg", change)
             self.assertIn("0 done, 1 finished before, 1 failed", self.words("in", "--no-clobber", code=1))
             self.assertEqual(self.read("out/p0001.svg"), change)
             self.assertIn("1 done, 1 finished before", self.words("in"))
             self.assertEqual(self.tree(), right)
+        self.write("out/p0001.svg", b"<!-- of an editor --><svg/>")
+        self.assertIn("drawing that ztrace has not made; --overwrite replaces it", self.words("in", code=1))
+        self.assertIn("1 done, 1 finished before", self.words("in", "--overwrite"))
+        self.assertEqual(self.tree(), right)
+
+    def test_a_run_replaces_what_it_wrote_beside_its_drawings(self):
+        self.pictures(1)
+        for words in "1 done", "1 finished before":
+            self.assertIn(words, self.words("in", "--premis", "p.xml", "--csv", "t.csv", "--report", "r.html"))
 
     def test_what_is_no_image_is_tried_once(self):
         self.put("in/a.png", picture(1))

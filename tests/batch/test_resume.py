@@ -31,7 +31,7 @@ class Resume(BatchTest):
         self.batch("in", code=1)
         self.put("in/p0000.png", picture(77))
         os.remove(self.path("out/p0001.svg"))
-        self.write("out/p0002.svg", b"<svg/>")
+        self.write("out/p0002.svg", self.read("out/p0002.svg") + b"<!-- changed -->")
         self.assertIn("3 done, 2 finished before, 1 failed", self.batch("in", code=1).stderr.decode())
         self.assertIn("5 finished before", self.batch("in", "-j", "1", "--no-check", code=1).stderr.decode())
         self.assertIn("5 done, 1 failed", self.batch("in", "-p", "photo", code=1).stderr.decode())
