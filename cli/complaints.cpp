@@ -24,6 +24,12 @@ bool isOfJpeg(const QByteArray &line)
         || line.startsWith("Inconsistent progression");
 }
 
+// Of the toolkit's own readers: what they leave out without a failure.
+bool isOfText(const QByteArray &line)
+{
+    return line.contains("path truncated") || line.contains("XPM pixels missing");
+}
+
 } // namespace
 
 QByteArray complaintIn(const QByteArray &lines, const QByteArray &format)
@@ -31,7 +37,7 @@ QByteArray complaintIn(const QByteArray &lines, const QByteArray &format)
     const bool isTiff = format == "tiff" || format == "tif";
     const bool isJpeg = format == "jpeg" || format == "jpg";
     for (const QByteArray &line : lines.split('\n')) {
-        if ((isTiff && isOfTiff(line)) || (isJpeg && isOfJpeg(line)))
+        if ((isTiff && isOfTiff(line)) || (isJpeg && isOfJpeg(line)) || isOfText(line))
             return line.trimmed();
     }
     return QByteArray();

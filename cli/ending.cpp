@@ -2,6 +2,7 @@
 #include "ending.h"
 
 #include "ByteWalk.h"
+#include "imagedata.h"
 #include "svgfile.h"
 #include "tiffpages.h"
 
@@ -77,23 +78,33 @@ bool gifEnds(const QByteArray &bytes)
             return false;
         if (block == 0x3B)
             return true;
+        qint64 pixels = 0;
         if (block == 0x2C) {
-            walk.skip(8);
+            walk.skip(4);
+            pixels = walk.number(2);
+            pixels *= walk.number(2);
             skipGifColours(&walk, walk.number(1));
         }
-        walk.skip(1); // the extension's kind, or the size of codes
-        while (const qint64 size = walk.number(1))
+        const qint64 kind = walk.number(1); // of an extension, or the size of codes
+        QByteArray data;
+        while (const qint64 size = walk.number(1)) {
+            if (block == 0x2C)
+                data += bytes.mid(static_cast<int>(walk.at()), static_cast<int>(size));
             walk.skip(size);
+        }
+        if (block == 0x2C && !areCodesEnough(data, static_cast<int>(kind), pixels))
+            return false;
     }
     return false;
 }
 
 // Pairs of a count and a value. After a count of 0: 0 end of row, 1 end, 2 a step, else that many
-// pixels as they are.
-bool bmpRunsEnd(const QByteArray &bytes, qint64 from, qint64 bitsAPixel)
+// pixels as they are. The last row need not be ended.
+bool bmpRunsEnd(const QByteArray &bytes, qint64 from, qint64 bitsAPixel, qint64 height)
 {
     ByteWalk walk(bytes);
     walk.moveTo(from);
+    qint64 rows = 0;
     while (!walk.isBeyond()) {
         if (walk.number(1) != 0) {
             walk.skip(1);
@@ -101,10 +112,12 @@ bool bmpRunsEnd(const QByteArray &bytes, qint64 from, qint64 bitsAPixel)
         }
         const qint64 code = walk.number(1);
         if (code == 1)
-            return !walk.isBeyond();
-        if (code == 2)
-            walk.skip(2);
-        else
+            return !walk.isBeyond() && rows + 1 >= height;
+        rows += code == 0 ? 1 : 0;
+        if (code == 2) {
+            walk.skip(1);
+            rows += walk.number(1);
+        } else
             walk.skip((inWholeBytes(code * bitsAPixel) + 1) / 2 * 2);
     }
     return false;
@@ -125,7 +138,7 @@ bool bmpEnds(const QByteArray &bytes)
     if (walk.isBeyond())
         return false;
     if (compression == 1 || compression == 2)
-        return bmpRunsEnd(bytes, data, bits);
+        return bmpRunsEnd(bytes, data, bits, height);
     const qint64 row = (width * bits + 31) / 32 * 4;
     return row <= 0 || (bytes.size() - data) / row >= height; // the reader refuses empty rows
 }
@@ -339,7 +352,8 @@ const struct
     { "tiff", tiffEnds },
     { "wbmp", wbmpEnds },
     { "webp", [](const QByteArray &bytes) { return lengthEnds(bytes, true, 8); } },
-    { "xbm", arrayIsClosed },
+    { "xbm",
+      [](const QByteArray &bytes) { return arrayIsClosed(bytes) && areValuesEnough(bytes); } },
     { "xpm", arrayIsClosed },
 };
 
@@ -376,11 +390,18 @@ qint64 framesOfPng(const QByteArray &bytes)
     return 1;
 }
 
+static bool isJpeg(const QByteArray &format)
+{
+    return format == "jpeg" || format == "jpg";
+}
+
 Ending endingOf(const QByteArray &bytes, const QByteArray &format)
 {
     for (const auto &check : kChecks) {
+        if (format == check.format && !check.ends(bytes))
+            return Ending::CutShort;
         if (format == check.format)
-            return check.ends(bytes) ? Ending::Whole : Ending::CutShort;
+            return isJpeg(format) && !areScansComplete(bytes) ? Ending::Coarse : Ending::Whole;
     }
     return Ending::Untold;
 }

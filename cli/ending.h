@@ -12,6 +12,7 @@ namespace ztrace {
 enum class Ending {
     Whole,
     CutShort,
+    Coarse,    // finer and finer scans of the whole image end early
     PartsLost, // all pixels are there, and not all that says what they mean
     Untold     // of a format that is not known here
 };

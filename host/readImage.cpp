@@ -48,7 +48,7 @@ QImage zelvora::readImage(const QString &fileName)
     if (image.isNull())
         return image;
     const ztrace::Ending ending = endingOfFile(fileName, format);
-    if (ending == ztrace::Ending::CutShort || ending == ztrace::Ending::PartsLost)
+    if (ending != ztrace::Ending::Whole && ending != ztrace::Ending::Untold)
         tellOf(fileName, "the image is incomplete");
     else if (!complaint.isEmpty())
         tellOf(fileName,

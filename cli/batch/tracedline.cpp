@@ -110,7 +110,7 @@ void addCheck(const QImage &picture, const TracedPicture &traced, double least, 
 {
     QJsonArray flags;
     QJsonObject made;
-    if (ending == Ending::CutShort || ending == Ending::PartsLost)
+    if (ending == Ending::CutShort || ending == Ending::Coarse || ending == Ending::PartsLost)
         flags.append(QLatin1String("incomplete"));
     if (traced.result.drawing.outlines.empty())
         flags.append(QLatin1String("empty"));
@@ -148,6 +148,14 @@ void addFailure(ExitCode code, const std::string &text, QJsonObject *line)
 void addAgain(QJsonObject *line)
 {
     line->insert(QLatin1String(kAgain), true);
+}
+
+void addWarning(const std::string &text, QJsonObject *line)
+{
+    const QLatin1String name("warnings");
+    QJsonArray warnings = line->value(name).toArray();
+    warnings.append(textOf(text));
+    line->insert(name, warnings);
 }
 
 QByteArray lineText(const QJsonObject &line)

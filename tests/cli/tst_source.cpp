@@ -351,6 +351,8 @@ void tst_Source::whatIsDamage_data()
     row("Corrupt JPEG data: 12 extraneous bytes before marker 0xd4", "jpeg", true);
     row("Corrupt JPEG data: 7 extraneous bytes before marker 0xd9", "jpeg", false);
     row("Corrupt JPEG data: 1 extraneous bytes before marker 0xe2", "jpeg", false);
+    row("Invalid path data; path truncated.", "svg", true);
+    row("QImage: XPM pixels missing on image line 9 (possibly a C++ trigraph).", "xpm", true);
     row("libpng warning: iCCP: known incorrect sRGB profile", "png", false);
 }
 

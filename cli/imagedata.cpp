@@ -1,0 +1,189 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "imagedata.h"
+
+#include <QList>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <map>
+
+namespace ztrace {
+
+namespace {
+
+const int kCoefficients = 64;
+const int kMostBits = 12; // of a code
+const int kMostCodes = 1 << kMostBits;
+
+int byteAt(const QByteArray &bytes, int at)
+{
+    return at < bytes.size() ? static_cast<unsigned char>(bytes.at(at)) : 0;
+}
+
+// The place of the next mark that is neither stuffing nor a restart; -1 at the end.
+int nextMark(const QByteArray &bytes, int at)
+{
+    for (; at + 1 < bytes.size(); ++at) {
+        const void *found = std::memchr(bytes.constData() + at, 0xFF,
+                                        static_cast<std::size_t>(bytes.size() - at));
+        if (!found)
+            return -1;
+        at = static_cast<int>(static_cast<const char *>(found) - bytes.constData());
+        const int mark = byteAt(bytes, at + 1);
+        if (mark != 0x00 && mark != 0xFF && (mark < 0xD0 || mark > 0xD7))
+            return at;
+    }
+    return -1;
+}
+
+// The lowest bit that is known of each coefficient of each component, by its name.
+class Progression
+{
+public:
+    void addFrame(const QByteArray &bytes, int at)
+    {
+        const int components = byteAt(bytes, at + 9);
+        for (int i = 0; i < components; ++i)
+            lowest[byteAt(bytes, at + 10 + 3 * i)].fill(kUnknown);
+    }
+
+    void addScan(const QByteArray &bytes, int at)
+    {
+        const int components = byteAt(bytes, at + 4);
+        const int band = at + 5 + 2 * components;
+        const int first = byteAt(bytes, band);
+        const int last = std::min(byteAt(bytes, band + 1), kCoefficients - 1);
+        for (int i = 0; i < components; ++i) {
+            const auto found = lowest.find(byteAt(bytes, at + 5 + 2 * i));
+            for (int k = first; found != lowest.end() && k <= last; ++k)
+                found->second[static_cast<std::size_t>(k)] = byteAt(bytes, band + 2) & 15;
+        }
+    }
+
+    bool isComplete() const
+    {
+        return std::all_of(lowest.begin(), lowest.end(), [](const auto &component) {
+            return component.second == std::array<int, kCoefficients>();
+        });
+    }
+
+private:
+    static const int kUnknown = 16;
+    std::map<int, std::array<int, kCoefficients>> lowest;
+};
+
+// How long the strings are that codes stand for.
+class CodeLengths
+{
+public:
+    explicit CodeLengths(int bits) : first(bits), clear(1 << bits) { reset(); }
+
+    int size() const { return codeSize; }
+    bool isEnd(int code) const { return code == clear + 1; }
+
+    // Pixels that a code stands for; -1 for one that cannot be there.
+    qint64 take(int code)
+    {
+        if (code == clear) {
+            reset();
+            return 0;
+        }
+        const int known = code < next ? lengthOf(code) : 0;
+        if (code > next || (code == next && previous < 0))
+            return -1;
+        const int length = known > 0 ? known : lengthOf(previous) + 1;
+        if (previous >= 0 && next < kMostCodes) {
+            lengths[next++] = lengthOf(previous) + 1;
+            if (next == 1 << codeSize && codeSize < kMostBits)
+                ++codeSize;
+        }
+        previous = code;
+        return length;
+    }
+
+private:
+    int lengthOf(int code) const { return code < clear ? 1 : lengths[code]; }
+
+    void reset()
+    {
+        codeSize = first + 1;
+        next = clear + 2;
+        previous = -1;
+    }
+
+    int first;
+    int clear;
+    int codeSize = 0;
+    int next = 0;
+    int previous = -1;
+    int lengths[kMostCodes] = {};
+};
+
+// The number behind the n-th "#define NAME ".
+qint64 definedNumber(const QByteArray &text, int n)
+{
+    int at = 0;
+    for (int i = 0; i < n; ++i)
+        at = text.indexOf("#define", at) + 7;
+    const QList<QByteArray> words = text.mid(at, 300).simplified().split(' ');
+    return words.value(1).toLongLong();
+}
+
+} // namespace
+
+bool areScansComplete(const QByteArray &bytes)
+{
+    const int kEnd = 0xD9, kScan = 0xDA, kProgressive = 0xC2, kProgressiveArithmetic = 0xCA;
+    Progression progression;
+    for (int at = nextMark(bytes, 2); at >= 0;) {
+        const int mark = byteAt(bytes, at + 1);
+        if (mark == kEnd)
+            break;
+        if (mark == kProgressive || mark == kProgressiveArithmetic)
+            progression.addFrame(bytes, at);
+        else if (mark == kScan && progression.isComplete())
+            return true; // not progressive, or no more bits to come
+        else if (mark == kScan)
+            progression.addScan(bytes, at);
+        at = nextMark(bytes, at + 2 + 256 * byteAt(bytes, at + 2) + byteAt(bytes, at + 3));
+    }
+    return progression.isComplete();
+}
+
+bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
+{
+    if (bits < 1 || bits >= kMostBits)
+        return true; // the reader refuses them
+    CodeLengths lengths(bits);
+    unsigned waiting = 0;
+    int bitsWaiting = 0;
+    for (const char byte : codes) {
+        waiting |= static_cast<unsigned>(static_cast<unsigned char>(byte)) << bitsWaiting;
+        bitsWaiting += 8;
+        while (bitsWaiting >= lengths.size() && pixels > 0) {
+            const int size = lengths.size();
+            const int code = static_cast<int>(waiting & ((1u << size) - 1));
+            waiting >>= size;
+            bitsWaiting -= size;
+            const qint64 length = lengths.isEnd(code) ? -1 : lengths.take(code);
+            if (length < 0)
+                return false;
+            pixels -= length;
+        }
+        if (pixels <= 0)
+            return true;
+    }
+    return pixels <= 0;
+}
+
+bool areValuesEnough(const QByteArray &text)
+{
+    const qint64 width = definedNumber(text, 1);
+    const qint64 height = definedNumber(text, 2);
+    const int from = std::max(0, text.indexOf('{'));
+    const qint64 values = text.mid(from).toLower().count("0x");
+    return width <= 0 || height <= 0 || values >= (width + 7) / 8 * height;
+}
+
+} // namespace ztrace

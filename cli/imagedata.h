@@ -1,0 +1,25 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Whether the data of an image is as much as the image takes, in formats whose end marks may stand
+// behind less. Nothing is drawn; what is wrong otherwise is the reader's to find.
+#ifndef ZTRACE_CLI_IMAGEDATA_H
+#define ZTRACE_CLI_IMAGEDATA_H
+
+#include <QByteArray>
+
+namespace ztrace {
+
+// Whether the scans of a JPEG have sent every coefficient to its last bit (ITU-T T.81, G.1.1).
+// Those of one that is not progressive do.
+bool areScansComplete(const QByteArray &bytes);
+
+// Whether the codes of one frame of a GIF stand for so many pixels (GIF89a, appendix F). `codes`
+// are its blocks without their sizes, and `bits` the size of codes that stands before them.
+bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels);
+
+// Whether an XBM has a value for every eight pixels of a row.
+bool areValuesEnough(const QByteArray &text);
+
+} // namespace ztrace
+
+#endif
