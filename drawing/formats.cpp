@@ -22,7 +22,8 @@ const char kSvgBeginning[]
       R"(( xmlns:inkscape="[^"]*")? width="[^"]*" height="[^"]*" viewBox="0 0 [^"]*">\n)";
 const char kDxfBeginning[] = R"(^0\nSECTION\n2\nHEADER\n9\n\$ACADVER\n1\nAC10(09|15|18)\n9\n)"
                              R"(\$(HANDSEED\n5\n\w+\n9\n\$INSUNITS|EXTMIN)\n)";
-const char kPdfBeginning[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3\n\d+ 0 obj\n<< )";
+// Pages of earlier versions do not say who made them.
+const char kPdfPattern[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3( ztrace)?\n\d+ 0 obj\n<< )";
 const char kJsonBeginning[] = R"(^\{"format":"ztrace drawing")";
 const char kGeoJsonBeginning[]
     = R"re(^\{"type":"FeatureCollection",("(coordinates|crs)":.*)?"features":\[(\n|\]))re";
@@ -104,7 +105,7 @@ const std::vector<Format> &allFormats()
           kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr, kDxfBeginning },
         { "pdf", "pdf", "a page of the image's physical size",
           kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages | kHasGradients, asPdf, nullptr,
-          kPdfBeginning },
+          kPdfPattern },
         { "png", "png", "a preview in pixels",
           kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture,
           nullptr },
