@@ -45,6 +45,53 @@ struct Node
     std::vector<std::size_t> lines;                // strokes that are lines, ending there or not
 };
 
+// Which lines come near to a place, in ascending order.
+class LinePlaces
+{
+public:
+    explicit LinePlaces(const std::vector<Stroke> &strokes)
+    {
+        for (std::size_t k = 0; k < strokes.size(); ++k) {
+            const fit::Piece &line = strokes[k].piece;
+            if (line.kind != fit::Kind::Line)
+                continue;
+            const Point along = line.end - line.start;
+            // A point on the line is at most a quarter of a cell from one of these.
+            const int steps = 1 + int(2 * std::hypot(along.x, along.y) / kCell);
+            for (int step = 0; step <= steps; ++step) {
+                std::vector<std::size_t> &cell
+                    = cells[cellOf(line.start + (double(step) / steps) * along)];
+                if (cell.empty() || cell.back() != k)
+                    cell.push_back(k);
+            }
+        }
+    }
+
+    std::vector<std::size_t> near(Point place) const
+    {
+        std::vector<std::size_t> found;
+        const std::pair<int, int> middle = cellOf(place);
+        for (int k = 0; k < 9; ++k) {
+            const auto cell = cells.find({ middle.first + k % 3 - 1, middle.second + k / 3 - 1 });
+            if (cell != cells.end())
+                found.insert(found.end(), cell->second.begin(), cell->second.end());
+        }
+        std::sort(found.begin(), found.end());
+        found.erase(std::unique(found.begin(), found.end()), found.end());
+        return found;
+    }
+
+private:
+    static constexpr double kCell = 32.0; // pixels
+
+    static std::pair<int, int> cellOf(Point p)
+    {
+        return { int(std::floor(p.x / kCell)), int(std::floor(p.y / kCell)) };
+    }
+
+    std::map<std::pair<int, int>, std::vector<std::size_t>> cells;
+};
+
 class LineOrder
 {
 public:
@@ -123,10 +170,10 @@ private:
                 nodeOf[k][std::size_t(end)] = int(found.first->second);
             }
         }
+        const LinePlaces linePlaces(strokes);
         for (Node &node : nodes) {
-            for (std::size_t k = 0; k < strokes.size(); ++k) {
-                if (strokes[k].piece.kind == fit::Kind::Line
-                    && passes(strokes[k].piece, node.place))
+            for (std::size_t k : linePlaces.near(node.place)) {
+                if (passes(strokes[k].piece, node.place))
                     node.lines.push_back(k);
             }
         }

@@ -24,7 +24,8 @@ public:
         for (std::size_t k = 0; k < strokes.size(); ++k) {
             const fit::Kind kind = strokes[k].piece.kind;
             if ((kind == fit::Kind::Circle || kind == fit::Kind::Ellipse)
-                && strokes[k].samples.size() >= kLeastSections && !endsOn(strokes[k].piece))
+                && strokes[k].role != Role::Text && strokes[k].samples.size() >= kLeastSections
+                && !endsOn(strokes[k].piece))
                 rounds.push_back(k);
         }
     }
@@ -41,9 +42,17 @@ private:
     {
         return std::any_of(strokes.begin(), strokes.end(), [&round](const Stroke &stroke) {
             return !fit::isWhole(stroke.piece.kind)
-                && (fit::distanceTo(round, stroke.piece.start) < kOnRound
-                    || fit::distanceTo(round, stroke.piece.end) < kOnRound);
+                && (isOn(round, stroke.piece.start) || isOn(round, stroke.piece.end));
         });
+    }
+
+    static bool isOn(const fit::Piece &round, Point p)
+    {
+        const Point away = p - round.centre;
+        const double distance = std::hypot(away.x, away.y);
+        const auto axes = std::minmax(round.half[0], round.half[1]);
+        return distance > axes.first - kOnRound && distance < axes.second + kOnRound
+            && fit::distanceTo(round, p) < kOnRound;
     }
 
     bool allows(std::size_t k, const fit::Piece &piece) const
@@ -83,7 +92,8 @@ private:
         return (1 / weights) * sum;
     }
 
-    // Takes rounds in this order as long as `changed`, with the mean, is allowed for all of them.
+    // Takes rounds in this order as long as `changed`, with the mean, is allowed for the first and
+    // the last of them, which are farthest from it.
     template<typename Value, typename Near, typename Changed>
     void gather(const std::vector<std::size_t> &order, const Value &value, const Near &isNear,
                 const Changed &changed)
@@ -98,16 +108,16 @@ private:
                     continue;
                 found.push_back(order[k]);
                 const auto mean = meanOf(found, value);
-                isUsed[k] = std::all_of(found.begin(), found.end(), [&](std::size_t one) {
-                    return allows(one, changed(one, mean));
-                });
+                isUsed[k] = allows(order[from], changed(order[from], mean))
+                    && allows(order[k], changed(order[k], mean));
                 if (!isUsed[k])
                     found.pop_back();
             }
             const auto mean = meanOf(found, value);
             for (std::size_t k : found) {
-                if (found.size() > 1)
-                    strokes[k].piece = changed(k, mean);
+                const fit::Piece piece = changed(k, mean);
+                if (found.size() > 1 && allows(k, piece))
+                    strokes[k].piece = piece;
             }
         }
     }

@@ -16,7 +16,7 @@ namespace ztrace::strokes {
 // centres. Strokes that met still do, in the same place; a line that ends on another one ends there
 // again. A stroke stays as it is where its cross-sections speak against it (kMostRise of
 // fit/snap.h, in deviations of the drawing), or an end would move by more than kMostMoved.
-// Deterministic; strokes without cross-sections stay. Time grows with lines times ends.
+// Deterministic; lettering and strokes without cross-sections stay.
 void putInOrder(fit::Snap snap, StrokeDrawing *drawing);
 
 } // namespace ztrace::strokes
