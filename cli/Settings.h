@@ -65,6 +65,7 @@ struct Settings
     std::vector<QRgb> palette; // exactly these, when not empty
     double detail = 5.0;       // of shaded pictures, 0 to kMostDetail
     bool gradients = false;    // what is a ramp of colour stays one
+    bool noGradients = false;
     std::optional<QRgb> background;
     Threshold threshold = Threshold::Auto;
     int fixedThreshold = 0;

@@ -71,6 +71,8 @@ const Idle kIdle[] = {
               && (s.method.value_or(Method::Flat) != Method::Blend || !s.palette.empty());
       },
       "flat colours have the areas that they have; --preset photo chooses" },
+    { "gradients", [](const Settings &s) { return !s.raw && !isInk(s) && s.noGradients; },
+      "--no-gradients draws none" },
     { "gradients", [](const Settings &s) { return !s.raw && !isInk(s) && !s.palette.empty(); },
       "the palette gives the colours" },
     { "colors", [](const Settings &s) { return !s.raw && !isInk(s) && !s.palette.empty(); },

@@ -182,7 +182,12 @@ std::vector<Entry> colourOptions()
             .help("Areas whose colour goes evenly along a line or away from a point are one area "
                   "with a linear or radial gradient, in place of bands")
             .manual("In SVG, PDF, PNG and JSON; DXF and GeoJSON have the mean colour of such an "
-                    "area. Colours of gradients do not count among `--colors`"),
+                    "area. Colours of gradients do not count among `--colors`. `logo` draws them "
+                    "without being asked where every format that is written has them, each area "
+                    "is filled once, and no number of colours is given"),
+        Entry("no-gradients", flag([](Settings &s, bool on) { s.noGradients = on; }))
+            .appliesTo(kToColours)
+            .help("Bands of one colour each where a preset would draw a gradient"),
         Entry("palette", paletteOrFile())
             .commas()
             .appliesTo(kToReduced)

@@ -147,7 +147,7 @@ Geometry geometryOf(const Settings &settings)
     geometry.curveTolerance = settings.curveTolerance.value_or(geometry.lineTolerance);
     geometry.curveToleranceFiner = settings.curveTolerance.value_or(geometry.lineToleranceFiner);
     geometry.leastBorder = settings.minPath.value_or(usualLeastBorder(settings));
-    geometry.marks = method == Method::Flat && !settings.minPath;
+    geometry.marks = (method == Method::Flat || method == Method::Ink) && !settings.minPath;
     // Ink leaves small areas out: as small as the engine does, on whatever grid.
     if (method == Method::Ink && !settings.minPath)
         geometry.engine["pathomit"] = kUsualLeastBorder;

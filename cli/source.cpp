@@ -30,7 +30,7 @@ namespace {
 
 [[noreturn]] void fail(const std::string &name, const std::string &reason)
 {
-    throw Failure(kInputUnreadable, name + ": " + reason);
+    throw Failure(kInputUnreadable, shortened(name, kLongestName) + ": " + reason);
 }
 
 const double kMillion = 1e6;

@@ -11,7 +11,6 @@ namespace ztrace {
 namespace {
 
 const int kMostBytes = 1 << 20;
-const std::size_t kLongestName = 4096; // bytes; the system has no longer ones
 
 } // namespace
 

@@ -90,6 +90,19 @@ const char *sentenceOf(Remark remark)
     return "the image has too many small areas for true shapes; the engine draws its outlines";
 }
 
+// Whether gradients that nobody asked for are of use: not for what cuts, plots or prints in spot
+// colours, which takes areas of one colour, nor where a format has the mean of each.
+bool takesGradients(const TraceJob &job, const Settings &settings)
+{
+    const bool ofOneColour = settings.style.byLayer || settings.style.stroked || settings.edges
+        || !settings.onlyColours.empty() || !settings.palette.empty()
+        || settings.method == Method::Ink || job.given.count("colors") > 0;
+    return !ofOneColour && !job.forMap && !job.outputs.empty()
+        && std::all_of(job.outputs.begin(), job.outputs.end(), [](const Output &output) {
+               return (output.format->capabilities & kHasGradients) != 0;
+           });
+}
+
 // The job's settings, completed by the preset.
 Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
 {
@@ -101,11 +114,16 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     else if (settings.strokes)
         *look = { kStrokesPreset, "--strokes" };
     else
-        *look = lookAt(picture, settings.gradients);
+        *look = lookAt(picture, settings.gradients && !settings.noGradients);
     const Preset preset = findPreset(look->preset);
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
                   &settings);
+    const bool asked = job.given.count("gradients") > 0;
+    if (settings.noGradients || !(asked || takesGradients(job, settings))) {
+        settings.gradients = false;
+        settings.said.erase("gradients");
+    }
     return settings;
 }
 

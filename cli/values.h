@@ -18,6 +18,9 @@ namespace ztrace {
 // character that UTF-8 writes in several bytes is not cut.
 std::string shortened(const std::string &text, std::size_t most = 100);
 
+// Of file names, in bytes; the system has no longer ones.
+const std::size_t kLongestName = 4096;
+
 // Texts become values; every function throws a Failure for text that has none. `words` names the
 // words that the setting takes besides numbers.
 

@@ -86,6 +86,14 @@ QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
 
 } // namespace
 
+bool isOwnDrawing(const QByteArray &beginning)
+{
+    if (beginning.startsWith(kPdfBeginning))
+        return true;
+    const QByteArray note = QByteArray("tEXt") + kPreviewKey + '\0' + kPreviewValue;
+    return beginning.startsWith("\x89PNG") && beginning.left(kTellingBytes).contains(note);
+}
+
 const std::vector<Format> &allFormats()
 {
     static const std::vector<Format> formats = {

@@ -39,6 +39,11 @@ enum Capability : unsigned {
 const char kPreviewKey[] = "Software";
 const char kPreviewValue[] = "ztrace";
 
+// Whether a file with this beginning, of kTellingBytes unless it is shorter, is a PDF or PNG that
+// these writers made: a drawing among pictures.
+const int kTellingBytes = 256;
+bool isOwnDrawing(const QByteArray &beginning);
+
 // All that writers can be told; each takes what it knows.
 struct WriteOptions
 {

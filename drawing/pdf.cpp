@@ -29,7 +29,7 @@ const int kCompressionHeader = 4;   // qCompress puts the length before the zlib
 class PdfFile
 {
 public:
-    PdfFile() { text = "%PDF-1.5\n%\xE2\xE3\xCF\xD3\n"; }
+    PdfFile() { text = kPdfBeginning; }
 
     int reserve()
     {

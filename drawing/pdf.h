@@ -14,6 +14,10 @@ class QIODevice;
 
 namespace ztrace {
 
+// What these files begin with, by which they are known again; the odd bytes tell other programs
+// that a file is no text.
+const char kPdfBeginning[] = "%PDF-1.5\n%\xE2\xE3\xCF\xD3 ztrace\n";
+
 // Several drawings, each with a page of its own; otherwise as writePdf().
 class PdfBook
 {

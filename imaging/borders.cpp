@@ -51,7 +51,7 @@ const uint8_t *BorderRows::next()
     return border.data();
 }
 
-int nextSet(const uint8_t *bytes, int x, int width)
+int nextSetBeyond(const uint8_t *bytes, int x, int width)
 {
     const int kAtOnce = 8;
     uint64_t word = 0;

@@ -30,8 +30,14 @@ private:
     std::vector<uint8_t> border;
 };
 
-// The first place from `x` on whose byte is not 0, or `width`.
-int nextSet(const uint8_t *bytes, int x, int width);
+// nextSet where the first byte is 0, as a rule.
+int nextSetBeyond(const uint8_t *bytes, int x, int width);
+
+// The first place from `x` on whose byte is not 0, or `width`. Often it is `x` itself.
+inline int nextSet(const uint8_t *bytes, int x, int width)
+{
+    return x < width && bytes[x] != 0 ? x : nextSetBeyond(bytes, x, width);
+}
 
 } // namespace ztrace
 

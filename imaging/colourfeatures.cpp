@@ -123,7 +123,7 @@ class DistinctWords
 public:
     void addRow(const QRgb *words, int width)
     {
-        for (int x = 0; x < width && count < kMostCounted; ++x) {
+        for (int x = 0; x < width && count < kMostCounted; x = endOfRun(words, x, width)) {
             if (count > 0 && words[x] == last)
                 continue;
             last = words[x];
@@ -163,8 +163,12 @@ public:
         int x = 0;
 #ifdef __SSE2__
         // With the pixel to the right of them.
-        for (; x + kAtOnce < width; x += kAtOnce)
+        for (; x + kAtOnce < width; x += kAtOnce) {
+            x = addUniform(words, wordsBelow, x);
+            if (x + kAtOnce >= width)
+                break;
             addFour(words, wordsBelow, x);
+        }
 #endif
         for (; x < width; ++x)
             addPixel(words, wordsBelow, x);
@@ -215,13 +219,6 @@ private:
             = _mm_and_si128(_mm_cmpeq_epi32(four, right), _mm_cmpeq_epi32(four, under));
         const __m128i equalAll
             = _mm_and_si128(equal, _mm_cmpeq_epi32(four, fourWords(wordsBelow + x + 1)));
-        std::uint32_t *const belowFour = below.data() + x;
-        if (_mm_movemask_epi8(equalAll) == 0xFFFF) {
-            addUniform(words[x]);
-            storeFour(belowFour, _mm_setzero_si128());
-            left = 0;
-            return;
-        }
         const __m128i clearly = _mm_set1_epi32(kClearly);
         const __m128i differsRight = _mm_cmpgt_epi32(colourDistances(four, right), clearly);
         const __m128i differsBelow = _mm_cmpgt_epi32(colourDistances(four, under), clearly);
@@ -247,21 +244,45 @@ private:
             ++features.flat;
             addToRun(words[x + i], 1);
         }
-        storeFour(belowFour, differsBelow);
+        storeFour(below.data() + x, differsBelow);
         left = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(differsRight, 12)));
     }
 
-    // Four pixels that are equal to their neighbours to the right and below.
-    void addUniform(QRgb word)
+    // Fours of one word that are equal to their neighbours to the right and below, from x on;
+    // returns where they end.
+    int addUniform(const QRgb *words, const QRgb *wordsBelow, int x)
     {
+        const QRgb word = words[x];
+        if (word != words[x + kAtOnce] || word != wordsBelow[x])
+            return x;
+        const __m128i all = _mm_set1_epi32(static_cast<int>(word));
+        const auto isAll = [all](const QRgb *at) {
+            return _mm_and_si128(_mm_cmpeq_epi32(all, fourWords(at)),
+                                 _mm_cmpeq_epi32(all, fourWords(at + 1)));
+        };
+        int end = x;
+        for (; end + kAtOnce < width; end += kAtOnce) {
+            const __m128i equal = _mm_and_si128(isAll(words + end), isAll(wordsBelow + end));
+            if (_mm_movemask_epi8(equal) != 0xFFFF)
+                break;
+            storeFour(below.data() + end, _mm_setzero_si128());
+        }
+        if (end > x)
+            countUniform(word, end - x);
+        return end;
+    }
+
+    void countUniform(QRgb word, int pixels)
+    {
+        left = 0;
         if (word >> 24 == 0) {
-            features.clear += kAtOnce;
+            features.clear += pixels;
             return;
         }
-        features.visible += kAtOnce;
-        features.flat += kAtOnce;
-        features.coloured += isColoured(word) ? kAtOnce : 0;
-        addToRun(word, kAtOnce);
+        features.visible += pixels;
+        features.flat += pixels;
+        features.coloured += isColoured(word) ? pixels : 0;
+        addToRun(word, pixels);
     }
 #endif
 

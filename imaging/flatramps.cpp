@@ -82,11 +82,12 @@ private:
             for (int x = 0; x < width; ++x) {
                 const uint16_t own = at(x, y);
                 uint16_t last = 0;
-                for (const auto &step :
-                     { std::make_pair(-kBeside, 0), std::make_pair(kBeside, 0),
-                       std::make_pair(0, -kBeside), std::make_pair(0, kBeside) }) {
-                    const int i = x + step.first;
-                    const int j = y + step.second;
+                for (int k = 0; k < 4 * kBeside; ++k) {
+                    const int across = (k & 1) * 2 - 1;
+                    const int stepX = k & 2 ? across : 0;
+                    const int stepY = k & 2 ? 0 : across;
+                    const int i = x + stepX * (kBeside - k / 4);
+                    const int j = y + stepY * (kBeside - k / 4);
                     if (i < 0 || j < 0 || i >= width || j >= height)
                         continue;
                     const uint16_t other = at(i, j);
@@ -101,11 +102,10 @@ private:
                         continue;
                     }
                     const QRgb word = words[x];
-                    if (isShaded(word, x + step.first / -kBeside * kPlateau,
-                                 y + step.second / -kBeside * kPlateau))
+                    if (isShaded(word, row(source, j)[i], x - stepX * kPlateau,
+                                 y - stepY * kPlateau))
                         continue;
-                    ++around.counts[std::size_t((qRed(word) >> 4 << 8) | (qGreen(word) >> 4 << 4)
-                                                | qBlue(word) >> 4)];
+                    ++around.counts[cubeOf(word)];
                     ++around.pixels;
                 }
             }
@@ -113,29 +113,64 @@ private:
         return beside;
     }
 
-    // Whether the colour goes on changing, to a pixel further away.
-    bool isShaded(QRgb word, int x, int y) const
+    static std::size_t cubeOf(QRgb word)
     {
-        return x >= 0 && y >= 0 && x < width && y < height
-            && hueDistance(word, row(source, y)[x]) > kClearly;
+        return std::size_t((qRed(word) >> 4 << 8) | (qGreen(word) >> 4 << 4) | qBlue(word) >> 4);
+    }
+    static QRgb middleOf(std::size_t cube)
+    {
+        return qRgb(int(cube >> 8) * 16 + 8, int(cube >> 4 & 15) * 16 + 8, int(cube & 15) * 16 + 8);
+    }
+
+    // Whether the colour goes on changing away from the ramp's, to a pixel further away. The core
+    // of an outline does not.
+    bool isShaded(QRgb word, QRgb ofRamp, int x, int y) const
+    {
+        if (x < 0 || y < 0 || x >= width || y >= height)
+            return false;
+        const QRgb further = row(source, y)[x];
+        return hueDistance(word, further) > kClearly
+            && hueDistance(further, ofRamp) > hueDistance(word, ofRamp);
+    }
+
+    // Colours of what is in no ramp, anywhere: what has one of them is not to be taken for a ramp.
+    std::vector<QRgb> coloursElsewhere() const
+    {
+        std::vector<std::size_t> counts(4096, 0);
+        std::size_t pixels = 0;
+        for (int y = 0; y < height; ++y) {
+            const QRgb *words = row(source, y);
+            for (int x = 0; x < width; ++x) {
+                if (at(x, y) != 0 || qAlpha(words[x]) != 255)
+                    continue;
+                ++counts[cubeOf(words[x])];
+                ++pixels;
+            }
+        }
+        std::vector<QRgb> colours;
+        for (std::size_t cube = 0; cube < counts.size(); ++cube) {
+            if (double(counts[cube]) > kLeastShare * double(pixels))
+                colours.push_back(middleOf(cube));
+        }
+        return colours;
     }
 
     // The mean, where nothing beside the ramp is like it.
     void chooseStandIns()
     {
         const std::vector<Beside> beside = findBeside();
+        const std::vector<QRgb> elsewhere = coloursElsewhere();
         for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
             std::vector<QRgb> taken;
             for (std::size_t cube = 0; cube < beside[k].counts.size(); ++cube) {
                 if (double(beside[k].counts[cube]) > kLeastShare * double(beside[k].pixels))
-                    taken.push_back(qRgb(int(cube >> 8) * 16 + 8, int(cube >> 4 & 15) * 16 + 8,
-                                         int(cube & 15) * 16 + 8));
+                    taken.push_back(middleOf(cube));
             }
             for (uint16_t other : beside[k].ramps) {
                 if (other <= k)
                     taken.push_back(ramps.areas[other - 1u].standIn);
             }
-            ramps.areas[k].standIn = apartFrom(taken, ramps.areas[k].mean);
+            ramps.areas[k].standIn = apartFrom(taken, elsewhere, ramps.areas[k].mean);
         }
     }
 
@@ -147,9 +182,12 @@ private:
         return least;
     }
 
-    static QRgb apartFrom(const std::vector<QRgb> &taken, QRgb mean)
+    static QRgb apartFrom(std::vector<QRgb> taken, const std::vector<QRgb> &elsewhere, QRgb mean)
     {
         int most = distanceTo(taken, mean);
+        if (most >= kApart)
+            return mean;
+        taken.insert(taken.end(), elsewhere.begin(), elsewhere.end());
         QRgb best = mean;
         for (int k = 0; k < kSteps * kSteps * kSteps && most < kApart; ++k) {
             const auto step = [](int part) { return part % kSteps * 255 / (kSteps - 1); };

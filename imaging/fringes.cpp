@@ -13,11 +13,12 @@ namespace ztrace {
 
 namespace {
 
-const int kSameGround = 12;       // colourDistance; a ground may be dithered
-const int kVeryGround = 6;        // the same beside overshoots, which differ from it by as little
-const int kLongWord = 24;         // pixels
-const int kLongestRun = 96;       // pixels; letters that touch each other
-static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21, "sums are in lanes of 21 bits");
+const int kSameGround = 12; // colourDistance; a ground may be dithered
+const int kVeryGround = 6;  // the same beside overshoots, which differ from it by as little
+const int kLongWord = 24;   // pixels
+const int kLongestRun = 96; // pixels; letters that touch each other
+static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21,
+              "sums are in lanes of 21 bits");
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
 const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to the next
 const double kTolerance = 0.2;    // of a shift, pixels
@@ -50,9 +51,9 @@ struct Differences
     Channels sums = { { 0.0, 0.0, 0.0 } };
     Channels moments = { { 0.0, 0.0, 0.0 } }; // times the place in the run
 
-    // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times their
-    // places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as well, and
-    // exact as halves.
+    // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times
+    // their places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as
+    // well, and exact as halves.
     explicit Differences(const Run &run)
     {
         const auto spread = [&run](int x) {
@@ -68,6 +69,7 @@ struct Differences
             all += lanes;
             placed += lanes * uint64_t(i);
         }
+        const int sumOfPlaces = pixels * (pixels - 1) / 2;
         const uint64_t sides = spread(run.begin - 1) + spread(run.end);
         for (std::size_t c = 0; c < 3; ++c) {
             const auto lane = [c](uint64_t lanes) {
@@ -76,7 +78,7 @@ struct Differences
             const int twice = lane(sides);
             ground[c] = twice / 2.0;
             sums[c] = (2 * lane(all) - pixels * twice) / 2.0;
-            moments[c] = (2 * lane(placed) - pixels * (pixels - 1) / 2 * twice) / 2.0;
+            moments[c] = (2 * lane(placed) - twice * sumOfPlaces) / 2.0;
         }
     }
 
@@ -254,7 +256,7 @@ bool isShifted(const Run &run, const Differences &differences, Order order)
     double before = 0.0;
     double after = 0.0;
     // Of every pixel and of those before and behind the run; from place 1 on they are the run's.
-    double away[3][kLongestRun + 2];
+    double away[3][kLongestRun + 2] = {};
     const int pixels = run.end - run.begin;
     for (std::size_t c = 0; c < 3; ++c) {
         const QRgb *words = run.words + run.begin - 1;

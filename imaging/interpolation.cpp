@@ -153,11 +153,18 @@ struct SubpixelColours::Halves
         return words;
     }
 
+    static uint64_t placeOf(int x, int y)
+    {
+        return static_cast<uint64_t>(y) << 32 | static_cast<uint32_t>(x);
+    }
+
+    static std::size_t slotOf(int x) { return static_cast<std::size_t>(x) % kColumns; }
+
     Column *columnAt(int x, int y) const
     {
         x = std::max(0, std::min(of.width - 1, x));
-        Column *column = &of.columns[static_cast<std::size_t>(x) % of.columns.size()];
-        const uint64_t place = static_cast<uint64_t>(y) << 32 | static_cast<uint32_t>(x);
+        Column *column = &of.columns[slotOf(x)];
+        const uint64_t place = placeOf(x, y);
         if (column->place == place)
             return column;
         column->place = place;
@@ -231,11 +238,17 @@ struct SubpixelColours::Halves
                     = of.first + std::max(0, std::min(of.height - 1, y + v - kHalf)) * of.stride;
         }
         Column *window[kWindow];
-        bool isOpaque = true;
-        for (int u = 0; u < kWindow; ++u) {
+        // Of the pixel that follows the last one all columns but one are those that it had.
+        const bool follows = of.placeOfLast + 1 == placeOf(x, y);
+        const int known = follows && x >= kHalf && x + kHalf < of.width ? kWindow - 1 : 0;
+        for (int u = 0; u < known; ++u)
+            window[u] = &of.columns[slotOf(x + u - kHalf)];
+        for (int u = known; u < kWindow; ++u)
             window[u] = columnAt(x + u - kHalf, y);
-            isOpaque = isOpaque && window[u]->isOpaque;
-        }
+        of.placeOfLast = placeOf(x, y);
+        bool isOpaque = true;
+        for (const Column *column : window)
+            isOpaque &= column->isOpaque;
         if (isOpaque) {
             plainParts(window);
             return;

@@ -48,6 +48,7 @@ private:
     // The sums down one column of a window, for every part of a pixel along that axis. Kept from
     // pixel to pixel: neighbours have four of five columns in common.
     static const std::size_t kMostKept = 2; // parts of a pixel
+    static const std::size_t kColumns = 8;  // a power of two, not below kWindow
     struct Column
     {
         uint64_t place = ~uint64_t(0); // its middle: row and column
@@ -71,9 +72,10 @@ private:
     const bool exact; // every sum is free of rounding, so that its order does not matter
     std::vector<Part> parts;
     std::vector<QRgb> colours;
-    std::array<Column, 8> columns;                // by the lower bits of their places in the row
+    std::array<Column, kColumns> columns;         // by the lower bits of their places in the row
     std::array<const QRgb *, kWindow> lines = {}; // of the row `lineOfLast`
     int lineOfLast = -1;
+    uint64_t placeOfLast = ~uint64_t(1); // as of a column; no pixel follows it
 };
 
 } // namespace ztrace

@@ -13,11 +13,11 @@ namespace ztrace {
 
 namespace {
 
-const int kToRamp = 4; // pixels from one that was taken for a stand-in to a ramp
-
-} // namespace
-
-namespace {
+const int kToRamp = 4;  // pixels from one that was taken for a stand-in to a ramp
+const int kToLabel = 2; // pixels from a mixture to what it may belong to
+// Of the distance to its own label: a pixel's colour is nearer to a better one. A soft pixel of a
+// thin stroke is as far from what is beside it.
+const double kBetter = 0.4;
 
 // Labels of stand-ins that are no colours of the picture, and hang together with no ramp: they go
 // to the nearest ramp.
@@ -107,6 +107,46 @@ std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
     settleStrays(ramps, usual, first, plane->width, &labels);
     plane->labels = std::move(labels);
     return first;
+}
+
+void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramps,
+                    std::size_t first, LabelPlane *plane)
+{
+    const std::vector<uint16_t> labels = plane->labels;
+    const int width = plane->width;
+    const auto labelAt = [&](int x, int y) {
+        return labels[std::size_t(y) * std::size_t(width) + std::size_t(x)];
+    };
+    const auto distanceAt = [&](QRgb word, uint16_t label, int x, int y) {
+        return hueDistance(
+            word,
+            label < first ? plane->colours[label]
+                          : wordOf(ramps.areas[label - first].ramp.colourAt(x + 0.5, y + 0.5)));
+    };
+    for (int y = 0; y < plane->height; ++y) {
+        const QRgb *was = row(before, y);
+        const QRgb *is = row(after, y);
+        for (int x = 0; x < width; ++x) {
+            const uint16_t own = labelAt(x, y);
+            if (was[x] == is[x] || own >= first)
+                continue;
+            double least = kBetter * distanceAt(was[x], own, x, y);
+            if (least <= kBetter * kClearly)
+                continue;
+            for (int j = std::max(0, y - kToLabel); j <= std::min(plane->height - 1, y + kToLabel);
+                 ++j) {
+                for (int i = std::max(0, x - kToLabel); i <= std::min(width - 1, x + kToLabel);
+                     ++i) {
+                    const double distance = distanceAt(was[x], labelAt(i, j), x, y);
+                    if (distance < least) {
+                        least = distance;
+                        plane->labels[std::size_t(y) * std::size_t(width) + std::size_t(x)]
+                            = labelAt(i, j);
+                    }
+                }
+            }
+        }
+    }
 }
 
 } // namespace ztrace

@@ -18,10 +18,6 @@ namespace {
 // Blocks of JPEG are of the first size; small areas have no room for more than the second.
 const int kTileSides[] = { 8, 4 };
 
-// Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
-// colour to another that is 3.5 such steps off has as much.
-const double kLeastContrast = 7.6;
-
 // What a gradient costs, in pixel edges of the price: ten numbers, at 0.4 numbers an edge, and what
 // a region costs.
 const double kEdgesOfRamp = 25.0 + 16.0;
@@ -94,20 +90,21 @@ double bandsCost(double contrast, double length, double price)
     return std::min(contrast, 1.5 * price * std::cbrt(squaredSlope / (6.0 * price)));
 }
 
-bool pays(const RampTiles &tiles, const GrownRamp &grown, double price, const SeenColours &seen)
+bool pays(const RampTiles &tiles, const GrownRamp &grown, const RampPrice &asked,
+          const SeenColours &seen)
 {
     const std::vector<RampSample> samples = samplesOf(tiles, grown.members);
     const double contrast = contrastOf(grown.ramp, samples, seen);
-    if (contrast < kLeastContrast * kLeastContrast)
+    if (contrast < asked.leastContrast * asked.leastContrast)
         return false;
     const RampRange range = rangeOf(grown.ramp, samples);
     const double saved
-        = bandsCost(contrast, range.most - range.least, price) * countPixels(tiles, grown);
-    return saved > price * (kEdgesOfRamp + softBorderOf(tiles, grown));
+        = bandsCost(contrast, range.most - range.least, asked.edge) * countPixels(tiles, grown);
+    return saved > asked.edge * (kEdgesOfRamp + softBorderOf(tiles, grown));
 }
 
 std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
-                                    const std::vector<bool> &free, double price,
+                                    const std::vector<bool> &free, const RampPrice &price,
                                     const SeenColours &seen)
 {
     std::vector<GrownRamp> ramps;
@@ -116,7 +113,7 @@ std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
         if (!pays(tiles, grown, price, seen))
             continue;
         chooseStops(pixelsOf(image, tiles, grown.members), kVisible,
-                    price * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),
+                    price.edge * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),
                     &grown.ramp);
         ramps.push_back(std::move(grown));
     }
@@ -128,7 +125,7 @@ std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
 
 } // namespace
 
-Ramps findRamps(const QImage &image, double price)
+Ramps findRamps(const QImage &image, const RampPrice &price)
 {
     const SeenColours seen;
     Ramps ramps;

@@ -33,10 +33,28 @@ struct Ramps
     std::vector<uint16_t> ofPixel; // 0: none, k + 1: areas[k]; rows from the top
 };
 
-// Of an ARGB32 image, in its opaque parts. `price` is what a pixel edge has to save (shaded.h): a
-// ramp costs as many edges as its numbers are worth, and has to be seen. A picture without ramps
-// has no areas, and then `ofPixel` is empty.
-Ramps findRamps(const QImage &image, double price);
+// Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
+// colour to another that is 3.5 such steps off has as much.
+const double kSeenContrast = 7.6;
+
+// Half as much again, where flat colours are drawn: of paler ramps the borders are uncertain, and
+// two or three bands do as well.
+const double kContrastBesideFlat = 12.0;
+
+// What a ramp has to be worth.
+struct RampPrice
+{
+    RampPrice(double price, double contrast = kSeenContrast) // NOLINT: it is a price
+        : edge(price), leastContrast(contrast)
+    { }
+
+    double edge; // what a pixel edge has to save (shaded.h)
+    double leastContrast;
+};
+
+// Of an ARGB32 image, in its opaque parts. A ramp costs as many edges as its numbers are worth, and
+// has to be seen. A picture without ramps has no areas, and then `ofPixel` is empty.
+Ramps findRamps(const QImage &image, const RampPrice &price);
 
 // What becomes of the soft pixels of what lies over a ramp.
 enum class SoftPixels {
@@ -57,6 +75,12 @@ std::optional<QImage> withoutRamps(const QImage &image, double price);
 // pixels, and the soft ones beside them that were taken for the stand-in. Areas beyond the most
 // labels that there can be keep their stand-ins' labels. Returns the first label.
 std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane);
+
+// Soft pixels that were changed to mixtures with a stand-in, and then took a colour that `before`,
+// the picture with its ramps, does not have there: they go to what explains them better, of the
+// labels near them. `after` is the flat picture, `first` the first label of a ramp.
+void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramps,
+                    std::size_t first, LabelPlane *plane);
 
 } // namespace ztrace
 

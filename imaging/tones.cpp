@@ -26,8 +26,9 @@ const double kRoughBorders = 0.04;
 // A drawing that is no scan: its ground has so many of the pixels, of its very lightness, ...
 const double kPureGround = 0.5;
 const int kNoiseReach = 3; // ... and so few of them are so near to it, ...
-const double kPureNoise = 0.02;
+const double kPureNoise = 0.05;
 const double kPureInk = 0.05; // ... of the others so many are ink without any ground in it.
+const double kWhole = 0.005;  // of the ink of a drawing: so much of it is whole, if thin
 const int kNoInkBeyond = 127; // threshold of a page without any contrast
 
 typedef std::array<uint32_t, 256> Counts;
@@ -301,34 +302,50 @@ int pureGround(const Histogram &counts)
     return own >= kPureGround * total && beside <= kPureNoise * own ? ground : -1;
 }
 
-// The lightness of what lies on a ground of the darker half (or the lighter one): that which
-// kPureInk of the other pixels have or go beyond.
-int inkOn(const Histogram &counts, int ground)
+// From `first`, the darkest or the lightest, towards `end`: the lightness that this share of the
+// pixels before `end` have or go beyond; `none` where there are no pixels.
+int purest(const Histogram &counts, int first, int end, double share, int none)
 {
-    const int step = ground > kNoInkBeyond ? 1 : -1;
-    const int first = step > 0 ? 0 : 255;
-    double others = 0.0;
-    for (int v = first; v != ground; v += step)
-        others += double(counts[static_cast<std::size_t>(v)]);
+    const int step = first < end ? 1 : -1;
+    double all = 0.0;
+    for (int v = first; v != end; v += step)
+        all += counts[static_cast<std::size_t>(v)];
     double beyond = 0.0;
-    for (int v = first; v != ground; v += step) {
-        beyond += double(counts[static_cast<std::size_t>(v)]);
-        if (beyond >= kPureInk * others && beyond > 0.0)
+    for (int v = first; v != end; v += step) {
+        beyond += counts[static_cast<std::size_t>(v)];
+        if (beyond >= share * all && beyond > 0.0)
             return v;
     }
-    return ground;
+    return none;
+}
+
+// The lightness of what lies on a ground of the darker half, or the lighter one.
+int inkOn(const Histogram &counts, int ground)
+{
+    return purest(counts, ground > kNoInkBeyond ? 0 : 255, ground, kPureInk, ground);
 }
 
 } // namespace
 
 int inkThreshold(const Histogram &counts)
 {
-    const int ground = pureGround(counts);
-    const auto used = [](auto count) { return count > 0; };
-    if (ground < 0 || std::count_if(counts.begin(), counts.end(), used) <= 2)
+    if (!isDrawn(counts))
         return otsuThreshold(counts);
+    const int ground = pureGround(counts);
     const int ink = inkOn(counts, ground);
     return (std::min(ink, ground) + std::max(ink, ground)) / 2;
+}
+
+InkTones inkTones(const Histogram &counts, int threshold)
+{
+    const int end = std::max(0, std::min(255, threshold + 1));
+    return { purest(counts, 0, end, kWhole, 0), purest(counts, 255, end - 1, kWhole, 255) };
+}
+
+bool isDrawn(const Histogram &counts)
+{
+    const auto used = [](auto count) { return count > 0; };
+    return std::count_if(counts.begin(), counts.end(), used) > 2 && pureGround(counts) >= 0;
 }
 
 double unevenness(const Histogram &counts, int threshold)

@@ -39,6 +39,21 @@ int otsuThreshold(const Histogram &counts);
 // soft edges lie between them, Otsu's threshold else.
 int inkThreshold(const Histogram &counts);
 
+// Lightnesses of whole ink and whole paper, of which soft edges are mixtures.
+struct InkTones
+{
+    int ink = 0;
+    int paper = 255;
+};
+
+// Of a page split at a threshold: of either side the lightness that one pixel in 200 of it has or
+// goes beyond. A side without pixels has 0 or 255.
+InkTones inkTones(const Histogram &counts, int threshold);
+
+// Whether a page was drawn and never scanned: its ground is one lightness, and soft edges alone lie
+// between that and the ink.
+bool isDrawn(const Histogram &counts);
+
 // Part of the variance of the lightness that remains within ink and paper when they are split at
 // the threshold: 0 for two pure values, towards 1 for a picture without any split.
 double unevenness(const Histogram &counts, int threshold);

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/arrows.h"
 
+#include "strokes/barbs.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
 
@@ -37,6 +38,7 @@ const double kLopsided = 0.3; // of the width, and pixels, that the two sides di
 const double kLopsidedPixels = 1.0;
 const double kLeastSeen = 0.35; // of the head's length that has to be seen
 const double kInside = 1.5;     // pixels around a head that are of it
+const double kWholeBarb = 1.1;  // lengths of a barb around which its ink is of it
 const double kCell = 32.0;      // pixels of the grid that atoms are looked up in
 
 // The row of a jump, by the widest step within the rise: the first row of the head; 0 for none.
@@ -155,7 +157,7 @@ std::vector<Across> smoothed(const std::vector<Across> &rows)
 class ArrowFinder
 {
 public:
-    ArrowFinder(const Coverage &c, Web *w) : coverage(c), web(*w) { }
+    ArrowFinder(const Coverage &c, const Measure &m, Web *w) : coverage(c), measure(m), web(*w) { }
 
     std::vector<Arrow> find()
     {
@@ -172,6 +174,8 @@ public:
                     lookAt(int(k), end);
             }
         }
+        for (Atom &barb : barbs)
+            web.atoms.push_back(std::move(barb));
         return std::move(arrows);
     }
 
@@ -224,10 +228,29 @@ private:
         arrow.corner[2] = base - across;
         if (isKnown(arrow))
             return;
+        if (const auto open = barbsOf(coverage, track, taper, atom.width)) {
+            takeOpen(*open, arrow, number, end);
+            return;
+        }
         atom.place[end] = arrow.corner[0];
         atom.role = Role::Dimension;
         dropInside(arrow, number);
         arrows.push_back(arrow);
+    }
+
+    // An open head: the line ends where its barbs meet, and what was found of them goes.
+    void takeOpen(const Barbs &open, const Arrow &closed, int number, int end)
+    {
+        Atom &atom = web.atoms[std::size_t(number)];
+        atom.place[end] = open.tip;
+        atom.role = Role::Dimension;
+        Arrow whole = closed;
+        for (int side = 0; side < 2; ++side) {
+            whole.corner[1 + side]
+                = whole.corner[0] + kWholeBarb * (open.end[side] - whole.corner[0]);
+            barbs.push_back(barbAtom(open, side, atom.width, measure));
+        }
+        dropInside(whole, number);
     }
 
     bool isKnown(const Arrow &arrow) const
@@ -274,9 +297,11 @@ private:
     }
 
     const Coverage &coverage;
+    const Measure &measure;
     Web &web;
     std::unordered_map<int64_t, std::vector<int>> grid;
     std::vector<Arrow> arrows;
+    std::vector<Atom> barbs;
 };
 
 void clearInside(const Arrow &arrow, Plane *plane)
@@ -341,9 +366,10 @@ bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper)
         && decline.rms < kOffPart * taper->width + kOffPixels && seen > kLeastSeen * length;
 }
 
-std::vector<Arrow> takeArrows(const Coverage &coverage, Web *web, Plane *solids)
+std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, Web *web,
+                              Plane *solids)
 {
-    std::vector<Arrow> arrows = ArrowFinder(coverage, web).find();
+    std::vector<Arrow> arrows = ArrowFinder(coverage, measure, web).find();
     if (!solids->cells.empty()) {
         for (const Arrow &arrow : arrows)
             clearInside(arrow, solids);

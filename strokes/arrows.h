@@ -39,7 +39,9 @@ bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper);
 // Finds the heads at the ends of lines and arcs. Such an end is put on the tip, the line's role is
 // Dimension, and what lies in a head alone is dropped: atoms, and cells of `solids`. After
 // settleEnds(). Takes time in proportion to the atoms and the lengths of their heads.
-std::vector<Arrow> takeArrows(const Coverage &coverage, Web *web, Plane *solids);
+// Open heads become two lines of the web.
+std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, Web *web,
+                              Plane *solids);
 
 } // namespace ztrace::strokes
 

@@ -18,9 +18,11 @@ const double kShortPixels = 2.0;
 const double kAloneWidths = 4.0; // widths around a short dash that are looked at for specks
 const double kMostCrowded = 0.4; // part of the short dashes beside which there may be some
 const double kMostCorners = 0.4; // part of the inner ends of a row that are corners
-const double kWornInk = 0.5;     // part of a line in pieces that is there
-const double kWornGaps = 0.6;    // part of the gaps of a worn line that are short enough
-const double kWornLength = 6.0;  // widths of a line that is put together of pieces
+// The same with those at which another line stops the row: a gap of centre lines may begin there.
+const double kMostStops = 0.75;
+const double kWornInk = 0.5;    // part of a line in pieces that is there
+const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
+const double kWornLength = 6.0; // widths of a line that is put together of pieces
 // A line is broken where less of its pieces than that part was ink before it was bridged: pixels of
 // gaps between them, the part that is there, and the reach over which its dashes are told.
 const double kBrokenInk = 0.9;
@@ -144,6 +146,7 @@ private:
     bool areSides(const Chain &chain) const
     {
         std::size_t corners = 0;
+        std::size_t stops = 0;
         std::size_t inner = 0;
         for (std::size_t k = 0; k < chain.dashes.size(); ++k) {
             const Dash &one = dash(chain.dashes[k].dash);
@@ -155,39 +158,57 @@ private:
                 if (!chain.closed && (isFirst || isLast))
                     continue;
                 ++inner;
-                corners += isCorner(chain, web.atoms[std::size_t(one.atom)].joint[end]) ? 1u : 0u;
+                const int joint = web.atoms[std::size_t(one.atom)].joint[end];
+                corners += isCorner(chain, joint) ? 1u : 0u;
+                stops += isStop(chain, joint) ? 1u : 0u;
             }
         }
-        return double(corners) > kMostCorners * double(inner);
+        return double(corners) > kMostCorners * double(inner)
+            || double(corners + stops) > kMostStops * double(inner);
     }
 
-    // Whether the end of a dash is where it meets a long line that goes off the chain: one that
-    // ends there too, or one that goes through and stops the dash. What the chain itself goes on in
-    // behind the joint makes neither.
+    // Whether an atom is long and has an end that is not on the chain.
+    bool goesOff(const Chain &chain, const Atom &atom, Point far) const
+    {
+        return double(atom.samples.size()) > chain.width
+            && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+    }
+
+    bool goesOff(const Chain &chain, const AtomEnd &end) const
+    {
+        const Atom &atom = web.atoms[std::size_t(end.atom)];
+        return goesOff(chain, atom,
+                       (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre);
+    }
+
+    // Whether something ends at a joint that is long and goes off the chain, and nothing goes on.
     bool isCorner(const Chain &chain, int joint) const
     {
         if (joint < 0)
             return false;
         const Meeting &meeting = web.meetings[std::size_t(joint)];
-        const auto goesOff = [&](const Atom &atom, Point far) {
-            return double(atom.samples.size()) > chain.width
-                && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
-        };
-        if (meeting.through.empty()) {
-            return std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &end) {
-                const Atom &atom = web.atoms[std::size_t(end.atom)];
-                return goesOff(atom,
-                               (end.end == 0 ? atom.samples.back() : atom.samples.front()).centre);
-            });
-        }
+        return meeting.through.empty()
+            && std::any_of(meeting.ends.begin(), meeting.ends.end(),
+                           [&](const AtomEnd &end) { return goesOff(chain, end); });
+    }
+
+    // Whether a dash is the only one of its row that ends at a joint, on a line that goes through.
+    bool isStop(const Chain &chain, int joint) const
+    {
+        if (joint < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(joint)];
+        const auto goesOn = [&](const AtomEnd &end) { return !goesOff(chain, end); };
+        if (std::count_if(meeting.ends.begin(), meeting.ends.end(), goesOn) > 1)
+            return false;
         return std::any_of(meeting.through.begin(), meeting.through.end(), [&](int number) {
             while (number >= 0 && !web.atoms[std::size_t(number)].alive)
                 number = web.atoms[std::size_t(number)].heir;
             if (number < 0 || web.atoms[std::size_t(number)].samples.empty())
                 return false;
             const Atom &atom = web.atoms[std::size_t(number)];
-            return goesOff(atom, atom.samples.front().centre)
-                && goesOff(atom, atom.samples.back().centre);
+            return goesOff(chain, atom, atom.samples.front().centre)
+                && goesOff(chain, atom, atom.samples.back().centre);
         });
     }
 

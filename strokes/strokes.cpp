@@ -242,7 +242,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleDashes(&web);
     if (page.isNoisy)
         takeDips(coverage, &web);
-    drawing->arrows = takeArrows(coverage, &web, &drawing->solids);
+    drawing->arrows = takeArrows(coverage, measure, &web, &drawing->solids);
     const std::vector<HatchFamily> hatches = takeHatches(&web);
     if (page.isNoisy)
         fillHatches(coverage, measure, hatches, &web);

@@ -171,7 +171,7 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
         for (std::size_t c = 0; c < kMostChannels; ++c) {
             if (int(pixels[a]) >= kLeastOwnPixels)
                 result.toneOf[a][c] = float(sums[a][c] / pixels[a]);
-            else if (all.pixels >= kLeastOwnPixels)
+            else if (all.pixels >= kLeastOwnPixels && picture.tones.empty())
                 result.toneOf[a][c] = float(all.tone[c] / all.pixels);
             else
                 result.toneOf[a][c] = tones[label][c];

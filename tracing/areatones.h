@@ -18,7 +18,7 @@ struct AreaTones
 
 // An area's tone is the mean of the pixels with nothing else around them. Noise is measured between
 // neighbours where no blurred edge can reach. Areas with too few such pixels have what all of their
-// label have, or the tone of the label in `tones`.
+// label have, or the tone of the label in `tones`; that at once where the picture tells tones.
 AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
                     const std::vector<Tone> &tones);
 

@@ -61,7 +61,9 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
     const int colours = flat ? flat->colours : std::get<Blend>(plan.segmentation).colours;
     if (!plan.gradients || colours > kMostColoursBesideRamps || (flat && !flat->palette.empty()))
         return Ramps();
-    Ramps ramps = findRamps(*image, blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge);
+    const RampPrice price = { blend && blend->price > 0.0 ? blend->price : kUsualPriceOfEdge,
+                              flat ? kContrastBesideFlat : kSeenContrast };
+    Ramps ramps = findRamps(*image, price);
     flatten(flat ? SoftPixels::Mixed : SoftPixels::Settled, &ramps, image);
     return ramps;
 }
@@ -190,6 +192,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    QImage shaded = image; // as it is, beside its flat copy
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
@@ -210,6 +213,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
     const std::size_t firstRamp = labelRamps(ramps, &plane);
+    if (flat && !ramps.areas.empty())
+        settleMixtures(shaded, image, ramps, firstRamp, &plane);
+    shaded = QImage();
     ramps.ofPixel = std::vector<uint16_t>();
 
     stages->begin("joining areas");

@@ -6,6 +6,7 @@
 #include "imaging/ink.h"
 #include "imaging/paper.h"
 #include "imaging/scan.h"
+#include "imaging/segment.h"
 #include "smallregions.h"
 
 #include <algorithm>
@@ -76,6 +77,9 @@ EdgePicture edgesOf(const CleanPage &clean)
     edges.hard = clean.bilevel || clean.page.isBilevel();
     if (edges.hard)
         return edges;
+    const InkTones tones = inkTones(clean.tones.counts, clean.threshold);
+    if (isDrawn(clean.tones.counts))
+        edges.tones = { { { float(tones.ink), 0, 0, 0 } }, { { float(tones.paper), 0, 0, 0 } } };
     const std::size_t width = static_cast<std::size_t>(edges.width);
     edges.values.resize(width * static_cast<std::size_t>(edges.height));
     std::vector<uint8_t> buffer(width);
@@ -109,12 +113,27 @@ EngineOptions optionsOf(const Ink &ink, int threshold)
     return options;
 }
 
-// Specks that true shapes would be drawn of go to what lies around them.
-void mergeSpecks(double leastBorder, Runs *runs)
+// Specks that true shapes would be drawn of go to what lies around them, but for those that are
+// marks.
+template<typename IsMark>
+void mergeSpecks(double leastBorder, const IsMark &isMark, Runs *runs)
 {
     if (leastBorder > 0.0)
-        mergeSmallRegions(runs, std::size_t(std::min(leastBorder, 1e15)), 0,
-                          [](uint16_t, uint16_t) { return 1; });
+        mergeSmallRegions(
+            runs, std::size_t(std::min(leastBorder, 1e15)), 0, [](uint16_t, uint16_t) { return 1; },
+            isMark);
+}
+
+// Whether one pixel of a speck on a drawn page, which has no noise, is more than half its own: the
+// dot of an i.
+bool isDot(const GreyPicture &page, int threshold, const SmallArea &speck)
+{
+    const bool isInk = speck.around.empty() || speck.around.front() == kPaperLabel;
+    const uint32_t width = uint32_t(page.width());
+    return std::any_of(speck.pixels.begin(), speck.pixels.end(), [&](uint32_t pixel) {
+        const uint8_t tone = page.row(int(pixel / width), nullptr)[pixel % width];
+        return (tone <= threshold) == isInk;
+    });
 }
 
 // Boundaries run about as far up and down as across.
@@ -129,15 +148,47 @@ int thresholdOf(const CleanPage &clean)
     return clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
 }
 
+// Whether strokes of a page are judged as wholes, which is of use where soft edges tell what is
+// thin, and takes time on large pages.
+bool hasThinInk(const CleanPage &clean)
+{
+    const std::size_t pixels = std::size_t(clean.page.width()) * std::size_t(clean.page.height());
+    return !clean.bilevel && !clean.page.isBilevel() && clean.wholePage && pixels <= kLargePicture
+        && isDrawn(clean.tones.counts);
+}
+
+// Ink and paper as two flat colours: what is thinner than a pixel is neither lost nor filled.
+Runs strokeRuns(const CleanPage &clean)
+{
+    const QImage image = clean.page.asImage().convertToFormat(QImage::Format_ARGB32);
+    if (image.isNull())
+        throwNoRoom();
+    const InkTones tones = inkTones(clean.tones.counts, clean.threshold);
+    const LabelPlane plane = reduceFlat(
+        image, EdgeMap(image),
+        { qRgb(tones.ink, tones.ink, tones.ink), qRgb(tones.paper, tones.paper, tones.paper) });
+    return scanRuns(plane.labels.data(), plane.width, plane.height);
+}
+
 // Areas for true shapes; false where the engine is to outline them.
-bool takeShapes(const CleanPage &clean, const Geometry &geometry, Segmented *segmented)
+bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
+                Segmented *segmented)
 {
     if (geometry.fit == Geometry::Fit::Engine)
         return false;
-    Runs runs = inkRuns(clean.page, thresholdOf(clean));
+    CleanPage &clean = *page;
+    const bool thin = threshold == Threshold::Auto && hasThinInk(clean);
+    if (thin)
+        clean.threshold = inkThreshold(clean.tones.counts);
+    Runs runs = thin ? strokeRuns(clean) : inkRuns(clean.page, thresholdOf(clean));
     if (geometry.fit == Geometry::Fit::FairUnlessDense && isDense(runs))
         return false;
-    mergeSpecks(geometry.leastBorder, &runs);
+    mergeSpecks(
+        geometry.leastBorder,
+        [&](const SmallArea &speck) {
+            return thin && geometry.marks && isDot(clean.page, clean.threshold, speck);
+        },
+        &runs);
     segmented->areas.runs = std::move(runs);
     segmented->edges = edgesOf(clean);
     segmented->fit = Geometry::Fit::Fair;
@@ -171,7 +222,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     Segmented segmented;
     Areas &areas = segmented.areas;
     areas.colours = { 0xFF000000u, 0xFFFFFFFFu };
-    const bool shapes = takeShapes(clean, plan.geometry, &segmented);
+    const bool shapes = takeShapes(scan.threshold, plan.geometry, &clean, &segmented);
     if (!shapes && !scan.splitsSoftEdges && scan.threshold == Threshold::Auto && clean.wholePage)
         clean.threshold = inkThreshold(clean.tones.counts);
     tell(clean, report);

@@ -60,7 +60,8 @@ public:
     ChainFitter(const Areas &areas, const EdgePicture &picture, BoundaryMap boundaries,
                 unsigned mostThreads)
         : map(std::move(boundaries)), poses(settleWalks(&map, walkKeys(areas, picture))),
-          edges(picture, map, tonesOf(areas.colours, picture.channels))
+          edges(picture, map,
+                picture.tones.empty() ? tonesOf(areas.colours, picture.channels) : picture.tones)
     {
         points.resize(map.chains.size());
         paths.resize(map.chains.size());

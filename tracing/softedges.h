@@ -30,6 +30,9 @@ struct EdgePicture
     bool hard = false;  // a threshold has been applied: nothing lies between the tones
     int threshold = -1; // of lightness: what is at most this light is one area; -1: none
     std::vector<uint8_t> values;
+    // What each label has where nothing else is in its pixels, where that is known beforehand;
+    // none: it is found out, and where that cannot be it is the labels' colours.
+    std::vector<Tone> tones;
 
     const uint8_t *at(int x, int y) const
     {

@@ -108,6 +108,7 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     if (run.batch.dryRun)
         return tellPlan(run);
     makeFolder(out);
+    refuseFoldedClashes(run.agenda, out);
     requireSideFolders(run.line.settings);
     ResultFile results(resultsName(run.batch));
     Meter meter(run.line.settings);

@@ -11,6 +11,7 @@
 #include "task.h"
 #include "worker.h"
 
+#include "cli/messages.h"
 #include "cli/tracejob.h"
 
 #include "drawing/json.h"
@@ -116,6 +117,10 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
         outcomes->draw();
         everyRound();
     };
+    duties.fewer = [this](const std::string &text) {
+        meter->clear();
+        tell(text);
+    };
     duties.stop = [this] { return std::max(stopWish(), isTakenAway ? 1 : 0); };
     return duties;
 }
@@ -192,7 +197,9 @@ Job BatchRun::jobOf(const Item &item, int attempt) const
     task.outputs = agenda.outputsOf(item);
     const QByteArray settings = fingerprintOf(fingerprint, item.settings);
     task.before = ledger.linesOf(item.path, item.page, settings);
-    task.preview = batch.report.empty() ? 0 : previewSide(outcomes->soFar().all);
+    // A report has the pictures of earlier runs too.
+    const std::size_t shown = std::max(outcomes->soFar().all, ledger.size());
+    task.preview = batch.report.empty() ? 0 : previewSide(shown);
     task.retry = batch.retryFailed;
     task.attempt = attempt;
     if (item.kind == ItemKind::Page) {

@@ -5,6 +5,11 @@
 
 #include "cli/messages.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QString>
+
 #include <algorithm>
 #include <cstdint>
 #include <functional>
@@ -13,7 +18,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace ztrace {
 
@@ -36,6 +43,12 @@ std::uint64_t identityOf(const std::string &name)
     return hashOf(std::to_string(info.st_dev) + ' ' + std::to_string(info.st_ino)) | 1;
 }
 
+bool isLink(const std::string &name)
+{
+    struct stat info;
+    return lstat(name.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
 class Clashes
 {
 public:
@@ -49,6 +62,9 @@ public:
         compareNames();
         if (drawings.size() > 0)
             comparePictures();
+        if (!links.empty())
+            compareLinks();
+        compareLinksToNothing();
         return clashes;
     }
 
@@ -57,8 +73,16 @@ private:
     {
         for (const std::string &output : agenda.outputsOf(item)) {
             names.add(hashOf(output));
-            if (const std::uint64_t identity = identityOf(out + '/' + output))
+            const std::string name = out + '/' + output;
+            const std::uint64_t identity = identityOf(name);
+            if (identity != 0)
                 drawings.add(identity);
+            if (!isLink(name))
+                continue;
+            if (identity != 0)
+                links.insert(identity);
+            else
+                takeLinkToNothing(name, output);
         }
     }
 
@@ -122,23 +146,140 @@ private:
         });
     }
 
+    // Where it leads a drawing will be.
+    void takeLinkToNothing(const std::string &name, const std::string &output)
+    {
+        const QFileInfo link(QFile::decodeName(name.c_str()));
+        const QFileInfo target(link.symLinkTarget());
+        const std::string place
+            = QFile::encodeName(target.dir().canonicalPath() + '/' + target.fileName())
+                  .toStdString();
+        const auto owner = linksToNothing.insert({ place, output });
+        if (!owner.second && clashes.size() < kMostClashes)
+            tellOfLink(owner.first->second, output);
+    }
+
+    void compareLinksToNothing()
+    {
+        const std::string folder
+            = QFileInfo(QFile::decodeName(out.c_str())).canonicalFilePath().toStdString() + '/';
+        for (const auto &link : linksToNothing) {
+            const std::string place = link.first.substr(std::min(folder.size(), link.first.size()));
+            if (link.first.compare(0, folder.size(), folder) == 0 && clashes.size() < kMostClashes
+                && std::binary_search(names.begin(), names.end(), hashOf(place)))
+                tellOfLink(link.second, place);
+        }
+    }
+
+    void tellOfLink(const std::string &first, const std::string &second)
+    {
+        clashes.push_back(first + " and " + second
+                          + " are one file by a link: two drawings would go there");
+    }
+
+    // A drawing is written where a link leads, which may be the place of another one.
+    void compareLinks()
+    {
+        std::unordered_map<std::uint64_t, std::string> owners;
+        agenda.items.forEach([&](const Item &item) {
+            for (const std::string &output : agenda.outputsOf(item)) {
+                const std::uint64_t identity = identityOf(out + '/' + output);
+                if (clashes.size() == kMostClashes || links.count(identity) == 0)
+                    continue;
+                const auto owner = owners.insert({ identity, output });
+                if (!owner.second)
+                    tellOfLink(owner.first->second, output);
+            }
+        });
+    }
+
     const Agenda &agenda;
     const std::string &out;
-    SpoolArray<std::uint64_t> names;    // hashes, of all drawings
-    SpoolArray<std::uint64_t> drawings; // those that are there
+    std::set<std::uint64_t> links; // what those of the drawings lead to that are links
+    std::unordered_map<std::string, std::string> linksToNothing; // drawings by where they will be
+    SpoolArray<std::uint64_t> names;                             // hashes, of all drawings
+    SpoolArray<std::uint64_t> drawings;                          // those that are there
     std::vector<std::string> clashes;
 };
 
-} // namespace
-
-void refuseClashes(const Agenda &agenda, const std::string &out)
+// As file systems see names that do not tell upper and lower case letters apart.
+std::string folded(const std::string &name)
 {
-    const std::vector<std::string> clashes = Clashes(agenda, out).find();
+    return QString::fromUtf8(name.c_str())
+        .normalized(QString::NormalizationForm_C)
+        .toCaseFolded()
+        .toStdString();
+}
+
+// Found out with a file, as its settings may be a folder's own.
+bool foldsNames(const std::string &folder)
+{
+    const std::string number = std::to_string(getpid());
+    const std::string name = folder + "/.ztrace-case-" + number;
+    const int file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file < 0)
+        return false; // drawings will say why
+    ::close(file);
+    const bool folds = ::access((folder + "/.ZTRACE-CASE-" + number).c_str(), F_OK) == 0;
+    ::unlink(name.c_str());
+    return folds;
+}
+
+// Pairs that differ in the case of letters alone.
+std::vector<std::string> foldedClashes(const Agenda &agenda)
+{
+    SpoolArray<std::uint64_t> names; // hashes, of all drawings
+    const auto forEach = [&agenda](const std::function<void(const std::string &)> &take) {
+        agenda.items.forEach([&](const Item &item) {
+            for (const std::string &output : agenda.outputsOf(item))
+                take(output);
+        });
+    };
+    forEach([&](const std::string &name) { names.add(hashOf(folded(name))); });
+    std::sort(names.begin(), names.end());
+    std::set<std::uint64_t> suspects;
+    for (std::size_t i = 1; i < names.size() && suspects.size() < kMostClashes; ++i) {
+        if (names.begin()[i - 1] == names.begin()[i])
+            suspects.insert(names.begin()[i]);
+    }
+    std::vector<std::string> clashes;
+    std::unordered_map<std::uint64_t, std::string> owners;
+    if (suspects.empty())
+        return clashes;
+    forEach([&](const std::string &name) {
+        const std::uint64_t hash = hashOf(folded(name));
+        if (suspects.count(hash) == 0 || clashes.size() == kMostClashes)
+            return;
+        const auto owner = owners.insert({ hash, name });
+        if (!owner.second)
+            clashes.push_back(owner.first->second + " and " + name
+                              + " would be one file, as that folder does not tell upper and lower "
+                                "case letters apart (see --names)");
+    });
+    return clashes;
+}
+
+void refuse(const std::vector<std::string> &clashes)
+{
     if (clashes.empty())
         return;
     for (std::size_t i = 0; i + 1 < clashes.size(); ++i)
         tell(clashes[i]);
     throw Failure(kWrongUsage, clashes.back());
+}
+
+} // namespace
+
+void refuseClashes(const Agenda &agenda, const std::string &out)
+{
+    refuse(Clashes(agenda, out).find());
+}
+
+void refuseFoldedClashes(const Agenda &agenda, const std::string &out)
+{
+    const std::vector<std::string> clashes = foldedClashes(agenda);
+    if (!clashes.empty() && foldsNames(out))
+        refuse(clashes);
 }
 
 } // namespace ztrace

@@ -12,6 +12,10 @@ namespace ztrace {
 // told, up to some. Takes 8 bytes a drawing, and 8 for one that is there already, in a SpoolArray.
 void refuseClashes(const Agenda &agenda, const std::string &out);
 
+// The same for names that are one in this folder, which is there, because it does not tell upper
+// and lower case letters apart.
+void refuseFoldedClashes(const Agenda &agenda, const std::string &out);
+
 } // namespace ztrace
 
 #endif

@@ -6,6 +6,7 @@
 #include "summary.h"
 
 #include "cli/messages.h"
+#include "cli/values.h"
 
 #include <QJsonDocument>
 
@@ -42,8 +43,12 @@ void tellNumbers(const BatchRun &run)
     add(run.failedWithOthers, " failed in other runs");
     add(tally.flagged, " to be looked at");
     add(tally.warned, " with warnings");
+    add(run.agenda.problems.size(), " not accessible");
     add(open, " left (start again to go on)");
     tell(text + "; results in " + resultsName(run.batch));
+    if (run.ledger.wrongLines() > 0)
+        tell(std::to_string(run.ledger.wrongLines())
+             + " lines of earlier runs are no result lines, left out");
 }
 
 // These no line has told.
@@ -58,8 +63,9 @@ void tellEarlierFailures(const BatchRun &run)
                                                     fingerprintOf(run.fingerprint, item.settings));
         const QJsonObject line = QJsonDocument::fromJson(lines.split('\n').front()).object();
         std::string text = line.value(QLatin1String("error")).toString().toStdString();
-        if (text.compare(0, item.path.size(), item.path) != 0)
-            text = item.path + ": " + text;
+        const std::string name = shortened(item.path, kLongestName);
+        if (text.compare(0, name.size(), name) != 0)
+            text = name + ": " + text;
         if (item.pages > 1)
             text += " (page " + std::to_string(item.page) + ')';
         tell("  " + text);

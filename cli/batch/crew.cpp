@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <limits>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -32,7 +33,8 @@ const int kMostBytesAhead = 1 << 15;
 const std::size_t kPlenty = 8;    // jobs that a worker has before the run sleeps
 const useconds_t kNap = 10000;    // microseconds
 const double kWeightOfLast = 0.1; // of the last picture's time among those before
-const int kMostTimesOrphan = 3;   // the picture is to blame after all
+const int kSpareDescriptors = 8;
+const int kMostTimesOrphan = 3; // the picture is to blame after all
 
 // What happens in the child before it becomes a worker: only calls that are safe after a fork.
 [[noreturn]] void becomeWorker(int socket, pid_t parent)
@@ -58,6 +60,18 @@ const int kMostTimesOrphan = 3;   // the picture is to blame after all
     _exit(kFailed);
 }
 
+// The run opens files itself while its workers live.
+bool hasSpareDescriptors(int any)
+{
+    std::vector<Descriptor> spare;
+    for (int i = 0; i < kSpareDescriptors; ++i) {
+        spare.emplace_back(fcntl(any, F_DUPFD_CLOEXEC, 0));
+        if (!spare.back().isOpen())
+            return false;
+    }
+    return true;
+}
+
 std::string endOf(int status)
 {
     if (WIFSIGNALED(status))
@@ -76,6 +90,7 @@ struct Crew::Worker
     QByteArray unsent; // to it
     bool isLate = false;
     bool isWorn = false;      // is to have no more jobs
+    bool isUnable = false;    // to begin
     std::deque<Job> jobs;     // not answered yet, in their order
     std::size_t traced = 0;   // of these the worker is done with so many; it does the next one
     long long answered = 0;   // jobs before these
@@ -112,7 +127,8 @@ struct Crew::Worker
 };
 
 Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, double seconds)
-    : greeting(greetingText), fingerprint(fingerprintText), secondsAJob(seconds)
+    : greeting(greetingText), fingerprint(fingerprintText), secondsAJob(seconds),
+      mostPossible(std::numeric_limits<std::size_t>::max())
 { }
 
 Crew::~Crew()
@@ -176,10 +192,15 @@ bool Crew::nextJob(const Duties &duties, Job *job)
 void Crew::handOut(std::size_t most, const Duties &duties)
 {
     Job job;
-    while (workerFor(most) && nextJob(duties, &job)) {
+    while (workerFor(std::min(most, mostPossible)) && nextJob(duties, &job)) {
         // The duties may have ended idle workers.
-        Worker *worker = workerFor(most);
-        give(worker->process == 0 ? hire() : worker, std::move(job));
+        Worker *worker = workerFor(std::min(most, mostPossible));
+        if (worker->process == 0)
+            worker = hire(duties);
+        if (worker)
+            give(worker, std::move(job));
+        else
+            returned.push_front(std::move(job));
     }
     for (const std::unique_ptr<Worker> &worker : workers) {
         // One that has ended is noticed when it is listened to. One that a part of its work does
@@ -190,23 +211,29 @@ void Crew::handOut(std::size_t most, const Duties &duties)
     }
 }
 
+std::size_t Crew::usable(const std::vector<std::unique_ptr<Worker>> &workers)
+{
+    return static_cast<std::size_t>(
+        std::count_if(workers.begin(), workers.end(), [](const std::unique_ptr<Worker> &worker) {
+            return !worker->isWorn && !worker->isLate;
+        }));
+}
+
 // One without a job, then a new one, then one that has not enough; null when all have. A new one is
 // a place that is still to be filled.
 Crew::Worker *Crew::workerFor(std::size_t most)
 {
     static Worker place;
     Worker *least = nullptr;
-    std::size_t usable = 0;
     for (const std::unique_ptr<Worker> &worker : workers) {
         if (worker->isWorn || worker->isLate)
             continue;
-        ++usable;
         if (!least || worker->open() < least->open())
             least = worker.get();
     }
     if (least && !least->isBusy())
         return least;
-    if (usable < most)
+    if (usable(workers) < most)
         return &place;
     return least && feedsAhead && least->open() <= least->wanted() ? least : nullptr;
 }
@@ -220,25 +247,45 @@ void Crew::give(Worker *worker, Job &&job)
     worker->jobs.push_back(std::move(job));
 }
 
-Crew::Worker *Crew::hire()
+// Null when those that are there have to do.
+Crew::Worker *Crew::hire(const Duties &duties)
 {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-        throw Failure(kFailed, std::string("no worker can be started: ") + std::strerror(errno));
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        doWithFewer(std::strerror(errno), duties);
+        return nullptr;
+    }
     Descriptor own(ends[0]);
     const Descriptor other(ends[1]);
+    if (usable(workers) > 0 && !hasSpareDescriptors(other.get())) {
+        doWithFewer(std::strerror(EMFILE), duties);
+        return nullptr;
+    }
     const pid_t parent = getpid();
     const pid_t process = fork();
     if (process == 0)
         becomeWorker(other.get(), parent);
-    if (process < 0)
-        throw Failure(kFailed, std::string("no worker can be started: ") + std::strerror(errno));
+    if (process < 0) {
+        doWithFewer(std::strerror(errno), duties);
+        return nullptr;
+    }
     auto worker = std::make_unique<Worker>();
     worker->process = process;
     worker->socket = std::move(own);
     worker->unsent = greeting;
     workers.push_back(std::move(worker));
     return workers.back().get();
+}
+
+// The system has no room for another one. Throws a Failure when there is none at all.
+void Crew::doWithFewer(const std::string &reason, const Duties &duties)
+{
+    const std::size_t most = usable(workers);
+    if (most == 0)
+        throw Failure(kFailed, "no worker can be started: " + reason);
+    if (mostPossible == std::numeric_limits<std::size_t>::max() && duties.fewer)
+        duties.fewer("fewer workers can be started than are asked for: " + reason);
+    mostPossible = std::min(mostPossible, most);
 }
 
 void Crew::wait() const
@@ -300,6 +347,11 @@ void Crew::hear(Worker *worker, char letter, const QByteArray &text, const Dutie
     case kTraced:
         worker->pass(text.toLongLong());
         return;
+    case kUnable:
+        worker->isUnable = true;
+        worker->isWorn = true;
+        doWithFewer(text.toStdString(), duties);
+        return;
     case kNoRoom:
         throw Failure(kOutputNotWritable, text.toStdString());
     case kRefused:
@@ -334,13 +386,14 @@ void Crew::bury(Worker *worker, int status, const Duties &duties)
     const Loss loss = { worker->isLate ? kOutcomeTime : kOutcomeDied,
                         worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
                         worker->sha256, worker->isLate ? secondsAJob : 0.0 };
+    const bool isUnable = worker->isUnable;
     std::deque<Job> jobs = std::move(worker->jobs);
-    const std::size_t current = worker->traced;
+    const std::size_t current = isUnable ? jobs.size() : worker->traced;
     workers.erase(std::find_if(
         workers.begin(), workers.end(),
         [worker](const std::unique_ptr<Worker> &other) { return other.get() == worker; }));
     for (std::size_t i = 0; i < jobs.size(); ++i) {
-        if (i < current)
+        if (i < current && !isUnable)
             ++jobs[i].timesOrphan;
         if (i == current || jobs[i].timesOrphan > kMostTimesOrphan)
             duties.lost(jobs[i], loss);

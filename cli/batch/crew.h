@@ -46,6 +46,7 @@ struct Duties
     std::function<void(const Job &, const Loss &)> lost;
     std::function<void()> afterRound; // ten times a second at least
     std::function<int()> stop;        // 0: go on; 1: begin nothing new; 2: leave everything
+    std::function<void(const std::string &)> fewer; // workers than asked for, in a sentence
 };
 
 class Crew
@@ -59,7 +60,8 @@ public:
 
     // Has up to `workers` of them do all jobs. With `ahead` each knows those of the next tenth of a
     // second, one at least, besides the one that it does, so that it need not wait for the run in
-    // between. Throws a Failure when nothing can be written, and what the duties throw.
+    // between. When the system has no room for so many, those that it has room for do them. Throws
+    // a Failure when it has none, when nothing can be written, and what the duties throw.
     void work(int workers, bool ahead, const Duties &duties);
 
     // Ends the idle workers; the next job gets a new one.
@@ -82,13 +84,16 @@ private:
     void bury(Worker *worker, int status, const Duties &duties);
     void checkTimes();
     Worker *workerFor(std::size_t most);
-    Worker *hire();
+    static std::size_t usable(const std::vector<std::unique_ptr<Worker>> &workers);
+    Worker *hire(const Duties &duties);
+    void doWithFewer(const std::string &reason, const Duties &duties);
     bool isBusy() const;
 
     QByteArray greeting;
     QByteArray fingerprint;
     double secondsAJob;
     bool feedsAhead = false;
+    std::size_t mostPossible; // workers
     std::vector<std::unique_ptr<Worker>> workers;
     std::deque<Job> returned; // that lost workers had not begun
 };

@@ -34,24 +34,22 @@ bool isWorthATry(const QJsonObject &before, const Conditions &now)
 {
     const double limit = before.value(QLatin1String(kLimit)).toDouble();
     const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
-    return before.value(QLatin1String(kAgain)).toBool()
+    return textIn(before, "outcome").empty() || before.value(QLatin1String(kAgain)).toBool()
         || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
 }
 
+// In whatever order; the line may have more of them.
 bool hasOutputs(const QJsonObject &line, const std::vector<std::string> &names,
                 const std::string &out)
 {
     const QJsonArray outputs = line.value(QLatin1String("outputs")).toArray();
-    if (outputs.size() != int(names.size()))
-        return false;
-    for (int i = 0; i < outputs.size(); ++i) {
-        const QJsonObject output = outputs.at(i).toObject();
-        const std::string &name = names[std::size_t(i)];
-        if (nameIn(output, "file") != name
-            || textIn(output, "sha256") != shaOfFile(out + '/' + name))
-            return false;
-    }
-    return true;
+    return std::all_of(names.begin(), names.end(), [&](const std::string &name) {
+        return std::any_of(outputs.begin(), outputs.end(), [&](const QJsonValue &value) {
+            const QJsonObject output = value.toObject();
+            return nameIn(output, "file") == name
+                && textIn(output, "sha256") == shaOfFile(out + '/' + name);
+        });
+    });
 }
 
 QJsonObject objectIn(const QByteArray &line)

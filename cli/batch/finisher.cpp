@@ -7,10 +7,12 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace ztrace {
@@ -21,8 +23,18 @@ namespace {
 // wait, groups of 32 leave a hundredth of the waiting of single ones; a picture that takes longer
 // than this to trace waits for no others.
 const std::size_t kGroup = 32;
-const std::size_t kMostWaiting = 2 * kGroup;
+const std::size_t kGroupsAtOnce = 4; // one is finished, two wait, and there is room for other files
 const std::chrono::milliseconds kPatience(100);
+
+// So that the files of all groups fit into what the system allows to be open.
+std::size_t groupOf(std::size_t filesEach)
+{
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+        return kGroup;
+    const std::size_t fits = std::size_t(limit.rlim_cur) / (kGroupsAtOnce * filesEach);
+    return std::max<std::size_t>(1, std::min(kGroup, fits));
+}
 
 void addProcessorSeconds(double more, QJsonObject *line)
 {
@@ -32,14 +44,22 @@ void addProcessorSeconds(double more, QJsonObject *line)
     line->insert(QLatin1String("seconds"), seconds);
 }
 
-// Becomes the answer that nothing can be written, or a line that says why this could not be.
-void failToCommit(const OutputFiles::Commit &commit, Traced *traced)
+// Becomes the answer that nothing can be written, or a line that says why this could not be; a
+// warning is enough for a preview.
+void failToCommit(const OutputFiles::Commit &commit, const std::string &out, Traced *traced)
 {
     const std::string text = QFile::encodeName(commit.fileName).toStdString() + ": "
         + commit.error.toLocal8Bit().toStdString();
-    if (saysNoRoom(text)) {
+    if (saysNoRoom(text, out)) {
         traced->letter = kNoRoom;
         traced->text = QByteArray::fromStdString(text);
+        return;
+    }
+    if (commit.files == traced->extra.get()) {
+        if (!traced->line.isEmpty()) {
+            traced->letter = traced->letter == kLineOfDone ? kLine : traced->letter;
+            missPreview(QFile::encodeName(commit.fileName).toStdString(), text, &traced->line);
+        }
         return;
     }
     traced->letter = kLine;
@@ -48,7 +68,7 @@ void failToCommit(const OutputFiles::Commit &commit, Traced *traced)
     addFailure(kOutputNotWritable, text, &traced->line);
 }
 
-void commitGroup(std::vector<Traced> *group)
+void commitGroup(std::vector<Traced> *group, const std::string &out)
 {
     std::vector<OutputFiles::Commit> commits;
     std::vector<Traced *> owners;
@@ -66,8 +86,8 @@ void commitGroup(std::vector<Traced> *group)
     for (std::size_t i = 0; i < commits.size(); ++i) {
         if (!owners[i]->line.isEmpty())
             addProcessorSeconds(each, &owners[i]->line);
-        if (!commits[i].isGood && commits[i].files == owners[i]->files.get())
-            failToCommit(commits[i], owners[i]);
+        if (!commits[i].isGood)
+            failToCommit(commits[i], out, owners[i]);
     }
     for (Traced &traced : *group) {
         traced.files.reset();
@@ -82,32 +102,29 @@ QByteArray answerOf(Traced &traced)
     return char(traced.letter) + traced.text + '\n';
 }
 
-void finish(std::vector<Traced> *group)
-{
-    commitGroup(group);
-    QByteArray answers;
-    for (Traced &traced : *group) {
-        answers += answerOf(traced);
-        if (traced.letter == kNoRoom)
-            break;
-    }
-    answerAll(answers);
-}
-
 } // namespace
 
-bool saysNoRoom(const std::string &text)
+bool saysNoRoom(const std::string &text, const std::string &out)
 {
-    for (int error : { ENOSPC, EDQUOT, EROFS, EIO }) {
+    for (int error : { ENOSPC, EDQUOT, EROFS, EIO, EMFILE, ENFILE }) {
         const std::string reason = std::strerror(error);
         if (text.size() >= reason.size()
             && text.compare(text.size() - reason.size(), reason.size(), reason) == 0)
             return true;
     }
-    return false;
+    return ::access(out.c_str(), W_OK | X_OK) != 0 && errno == EACCES;
 }
 
-Finisher::Finisher() : thread([this] { run(); }) { }
+void missPreview(const std::string &name, const std::string &reason, QJsonObject *line)
+{
+    (void)::unlink(name.c_str());
+    addWarning("it is not in reports, as its small picture could not be written (" + reason + ')',
+               line);
+}
+
+Finisher::Finisher(const std::string &folder, std::size_t filesEach)
+    : out(folder), group(groupOf(filesEach)), thread([this] { run(); })
+{ }
 
 Finisher::~Finisher()
 {
@@ -122,13 +139,13 @@ Finisher::~Finisher()
 void Finisher::add(Traced &&traced)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    forAdders.wait(lock, [this] { return waiting.size() < kMostWaiting; });
+    forAdders.wait(lock, [this] { return waiting.size() < 2 * group; });
     if (waiting.empty())
         since = std::chrono::steady_clock::now();
     waiting.push_back(std::move(traced));
     isHurried = false;
     // The thread wakes for the first one and for whole groups alone.
-    if (waiting.size() == 1 || waiting.size() >= kGroup)
+    if (waiting.size() == 1 || waiting.size() >= group)
         forThread.notify_one();
 }
 
@@ -149,7 +166,19 @@ void Finisher::flush()
 
 bool Finisher::isTime() const
 {
-    return isHurried || isClosing || waiting.size() >= kGroup;
+    return isHurried || isClosing || waiting.size() >= group;
+}
+
+void Finisher::finish(std::vector<Traced> *ready) const
+{
+    commitGroup(ready, out);
+    QByteArray answers;
+    for (Traced &traced : *ready) {
+        answers += answerOf(traced);
+        if (traced.letter == kNoRoom)
+            break;
+    }
+    answerAll(answers);
 }
 
 void Finisher::run()
@@ -160,13 +189,13 @@ void Finisher::run()
         if (waiting.empty())
             return;
         forThread.wait_until(lock, since + kPatience, [this] { return isTime(); });
-        std::vector<Traced> group;
-        group.swap(waiting);
+        std::vector<Traced> ready;
+        ready.swap(waiting);
         isBusy = true;
         lock.unlock();
         forAdders.notify_all();
         try {
-            finish(&group);
+            finish(&ready);
         } catch (const std::bad_alloc &) {
             // What the worker traces meanwhile has taken all memory: the run begins what is not
             // answered once more, with a new worker.

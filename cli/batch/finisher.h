@@ -13,6 +13,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -28,12 +29,16 @@ struct Traced
     QByteArray text;                    // of an answer that is no result line
     QJsonObject line;                   // the result line otherwise
     std::unique_ptr<OutputFiles> files; // that belong to it, null when there are none
-    std::unique_ptr<OutputFiles> extra; // whose failure does not matter, as well
+    std::unique_ptr<OutputFiles> extra; // the preview, without which the picture is done as well
 };
 
 // Whether what was said of a file that could not be written is no picture's fault: the disk is
-// full.
-bool saysNoRoom(const std::string &text);
+// full, or nothing may be written to `out`, the folder of the drawings.
+bool saysNoRoom(const std::string &text, const std::string &out);
+
+// Says in the line of a drawing that it has no preview; an earlier one, of another drawing maybe,
+// goes.
+void missPreview(const std::string &name, const std::string &reason, QJsonObject *line);
 
 // Answers come in the order of add(), each when what it tells of is on the disk: a line of a
 // drawing that could not be written says so. When nothing can be written, that is the answer, and
@@ -41,7 +46,9 @@ bool saysNoRoom(const std::string &text);
 class Finisher
 {
 public:
-    Finisher();
+    // Of pictures whose drawings go below `out`, with so many files each, all open until their
+    // group is finished. Throws a std::system_error when there is no room for another thread.
+    Finisher(const std::string &out, std::size_t filesEach);
     ~Finisher(); // after all answers
 
     // Waits while there are many that have not been answered.
@@ -57,6 +64,10 @@ private:
     void run();
     bool isTime() const;
 
+    void finish(std::vector<Traced> *ready) const;
+
+    const std::string out;
+    const std::size_t group; // pictures
     std::mutex mutex;
     std::condition_variable forThread;
     std::condition_variable forAdders;

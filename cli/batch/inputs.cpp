@@ -5,7 +5,9 @@
 #include "cli/failure.h"
 #include "cli/formats.h"
 #include "cli/imageplugins.h"
+#include "cli/values.h"
 
+#include <QFile>
 #include <QImageReader>
 
 #include <algorithm>
@@ -69,6 +71,13 @@ bool isDrawing(const std::string &name)
     return suffix == "svg" || suffix == "svgz";
 }
 
+// What may be one in spite of a picture's name.
+bool isLikeDrawing(const std::string &name)
+{
+    const std::string suffix = lowered(name.substr(name.rfind('.') + 1));
+    return suffix == "pdf" || suffix == "png";
+}
+
 // What is in one folder, one name after the other in one text.
 class Names
 {
@@ -110,7 +119,7 @@ public:
             return;
         }
         const Identity identity(info.st_dev, info.st_ino);
-        if (identity == out) {
+        if (identity == out && !visited.empty()) {
             collected->notes.push_back(path + ": is the folder of the drawings, left out");
             return;
         }
@@ -126,7 +135,7 @@ public:
             take(path, folder, names.at(i));
     }
 
-    // Of what no pattern was asked for: drawings, and files that are not called as images are.
+    // Where no pattern was asked for: drawings, and files that are not called as images are.
     std::size_t drawingsLeftOut() const { return drawings; }
     std::size_t othersLeftOut() const { return others; }
 
@@ -172,6 +181,9 @@ private:
                 visit(full, folder.empty() ? name : folder + '/' + name);
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
+        } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)
+                   && isOwnDrawing(full)) {
+            ++drawings;
         } else if (!S_ISREG(info.st_mode)) {
             collected->notes.push_back(full + ": is no file, left out");
         } else {
@@ -192,6 +204,12 @@ private:
 
 } // namespace
 
+bool isOwnDrawing(const std::string &fileName)
+{
+    QFile file(QFile::decodeName(fileName.c_str()));
+    return file.open(QIODevice::ReadOnly) && isOwnDrawing(file.peek(kTellingBytes));
+}
+
 void collect(const std::string &input, const Walk &walk, Collected *collected)
 {
     struct stat info;
@@ -199,9 +217,8 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
         Walker walker(walk, collected);
         walker.visit(input, std::string());
         if (const std::size_t drawings = walker.drawingsLeftOut())
-            collected->notes.push_back(input
-                                       + ": drawings (SVG) left out: " + std::to_string(drawings)
-                                       + " (--pattern '*.svg' takes them)");
+            collected->notes.push_back(input + ": drawings left out: " + std::to_string(drawings)
+                                       + " (--pattern takes them)");
         if (const std::size_t others = walker.othersLeftOut())
             collected->notes.push_back(input
                                        + ": files that are not called as images are, left out: "
@@ -221,7 +238,8 @@ void forEachPortion(const std::string &fileName,
     const std::unique_ptr<std::FILE, decltype(close)> file(
         isInput ? stdin : std::fopen(fileName.c_str(), "rbe"), close);
     if (!file)
-        throw Failure(kInputUnreadable, fileName + ": " + std::strerror(errno));
+        throw Failure(kInputUnreadable,
+                      shortened(fileName, kLongestName) + ": " + std::strerror(errno));
     std::string portion(1 << 16, '\0');
     std::size_t total = 0;
     while (const std::size_t size = std::fread(&portion[0], 1, portion.size(), file.get())) {

@@ -32,10 +32,15 @@ struct Collected
 struct Walk
 {
     bool recursive = false;
-    // As shells have them; empty: what images are called, but for SVG, which is what drawings are.
+    // As shells have them; empty: what images are called, but for SVG and for PDF and PNG that this
+    // program made, as these are drawings.
     std::vector<std::string> patterns;
-    std::string out; // this folder is left out
+    std::string out;        // this folder is left out where it is found in another one
+    bool opensFiles = true; // else all PDF and PNG are taken
 };
+
+// Whether a file is a PDF or PNG that this program made.
+bool isOwnDrawing(const std::string &fileName);
 
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left
 // out, each folder once whatever links lead to it. A file that is not there is no problem here: it

@@ -3,6 +3,7 @@
 
 #include "cli/failure.h"
 #include "cli/options.h"
+#include "cli/values.h"
 
 namespace ztrace {
 
@@ -32,7 +33,7 @@ void applyItemSettings(const std::vector<Said> &said, Settings *settings,
         if (!option || !option->inScripts || option->isAction() || one.first == "set"
             || one.first == "page" || option->place == Place::CommandLine)
             throw Failure(kWrongUsage,
-                          option ? "\"" + one.first + "\" cannot be a picture's own"
+                          option ? "\"" + shortened(one.first) + "\" cannot be a picture's own"
                                  : noSuchOption(one.first));
         // What was said of this picture takes the place of what was said of all of them.
         if (seen.insert(one.first).second) {

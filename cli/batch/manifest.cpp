@@ -119,8 +119,8 @@ private:
         for (const std::string &name : header.fields) {
             if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
                 error(header.line,
-                      "there is no column \"" + name + "\"; there are " + listOfWords(kColumns)
-                          + suggestion(name, kColumns));
+                      "there is no column \"" + shortened(name) + "\"; there are "
+                          + listOfWords(kColumns) + suggestion(name, kColumns));
                 good = false;
             }
         }
@@ -177,7 +177,7 @@ private:
                 continue;
             const std::size_t equals = said.find('=');
             if (equals == std::string::npos) {
-                error(line, "\"" + said + "\" is not of the form name=value");
+                error(line, "\"" + shortened(said) + "\" is not of the form name=value");
                 return false;
             }
             entry->settings.push_back(
@@ -223,8 +223,8 @@ private:
             const std::string name = it.key().toStdString();
             if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
                 error(line,
-                      "there is no member \"" + name + "\"; there are " + listOfWords(kColumns)
-                          + suggestion(name, kColumns));
+                      "there is no member \"" + shortened(name) + "\"; there are "
+                          + listOfWords(kColumns) + suggestion(name, kColumns));
                 return;
             }
         }
@@ -286,7 +286,8 @@ private:
         if (!item.sha256.empty()
             && (item.sha256.size() != 64
                 || item.sha256.find_first_not_of("0123456789abcdef") != std::string::npos)) {
-            error(line, "\"" + entry.sha256 + "\" is no SHA-256 of 64 hexadecimal digits");
+            error(line,
+                  "\"" + shortened(entry.sha256) + "\" is no SHA-256 of 64 hexadecimal digits");
             return;
         }
         item.settings = std::move(entry.settings);

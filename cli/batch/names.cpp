@@ -75,8 +75,8 @@ void checkTemplate(const std::string &pattern)
     filled(pattern, [&](const std::string &place) {
         if (std::find(kPlaces.begin(), kPlaces.end(), place) == kPlaces.end()) {
             throw Failure(kWrongUsage,
-                          "--names: there is no {" + place + "}; there are " + listOfWords(kPlaces)
-                              + suggestion(place, kPlaces));
+                          "--names: there is no {" + shortened(place) + "}; there are "
+                              + listOfWords(kPlaces) + suggestion(place, kPlaces));
         }
         tellsPictures = tellsPictures || place == "name";
         return std::string();
@@ -85,7 +85,8 @@ void checkTemplate(const std::string &pattern)
         throw Failure(kWrongUsage, "--names: without {name} all drawings have one name");
     const std::string parts = '/' + pattern + '/';
     if (pattern.front() == '/' || parts.find("/../") != std::string::npos)
-        throw Failure(kWrongUsage, "--names: \"" + pattern + "\" leads out of the folder of --out");
+        throw Failure(kWrongUsage,
+                      "--names: \"" + shortened(pattern) + "\" leads out of the folder of --out");
 }
 
 std::string endingOf(const std::string &pattern)
@@ -98,7 +99,7 @@ std::string endingOf(const std::string &pattern)
     if (formatOfSuffix(QString::fromStdString(ending)))
         return ending;
     throw Failure(kWrongUsage,
-                  "--names: \"" + pattern
+                  "--names: \"" + shortened(pattern)
                       + "\" does not end with .{format}, nor as drawings of one format do");
 }
 

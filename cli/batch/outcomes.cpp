@@ -5,6 +5,8 @@
 #include "tracedline.h"
 #include "worker.h"
 
+#include "cli/values.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -14,15 +16,16 @@ namespace {
 
 std::string nameOf(const Item &item)
 {
+    const std::string name = shortened(item.path, kLongestName);
     if (item.kind == ItemKind::Book)
-        return item.path + ", its pages in one file";
-    return item.pages > 1 ? item.path + ", page " + std::to_string(item.page) : item.path;
+        return name + ", its pages in one file";
+    return item.pages > 1 ? name + ", page " + std::to_string(item.page) : name;
 }
 
 // What is said of a picture that is named already.
 std::string withoutName(const std::string &text, const Item &item)
 {
-    const std::string name = item.path + ": ";
+    const std::string name = shortened(item.path, kLongestName) + ": ";
     return text.compare(0, name.size(), name) == 0 ? text.substr(name.size()) : text;
 }
 
@@ -87,7 +90,7 @@ Verdict Outcomes::takeBook(const Item &item, const QJsonObject &result)
 Verdict Outcomes::takeFailure(const Item &item, const std::string &error)
 {
     ++(item.kind == ItemKind::Book ? tally.failedBooks : tally.failed);
-    const bool isNamed = error.compare(0, item.path.size(), item.path) == 0;
+    const bool isNamed = withoutName(error, item) != error;
     meter->line(tally,
                 isNamed && item.pages <= 1 ? error : nameOf(item) + ": " + withoutName(error, item),
                 true);

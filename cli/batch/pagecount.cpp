@@ -5,6 +5,7 @@
 #include "stopsignals.h"
 #include "worker.h"
 
+#include "cli/messages.h"
 #include "cli/tracejob.h"
 
 #include "drawing/json.h"
@@ -51,6 +52,7 @@ void countPages(Crew *crew, int jobs, Agenda *agenda)
             again.push_back(job);
     };
     duties.afterRound = [] {};
+    duties.fewer = [](const std::string &text) { tell(text); };
     duties.stop = [] { return signalsSoFar() > 0 ? 2 : 0; };
     crew->work(jobs, true, duties);
     duties.next = [&](Job *job) {

@@ -60,7 +60,8 @@ qint64 endOfLines(int fd, const std::string &name)
     return 0;
 }
 
-// Whether it is empty, or begins with a result line, or with one that was never finished.
+// Whether it has a result line at its beginning, or one that was never finished, or nothing. Zeros
+// are what some file systems leave of lines that were not on the disk when the machine failed.
 bool holdsResults(int fd, const std::string &name)
 {
     QByteArray text(kPart, Qt::Uninitialized);
@@ -68,11 +69,13 @@ bool holdsResults(int fd, const std::string &name)
     if (got < 0)
         fail(kOutputNotWritable, name, errno);
     text.truncate(int(got));
-    const int end = text.indexOf('\n');
-    if (end < 0)
-        return text.isEmpty() || text.startsWith("{\"");
-    const QJsonObject line = QJsonDocument::fromJson(text.left(end)).object();
-    return line.contains(QLatin1String("outcome")) && line.contains(QLatin1String("path"));
+    if (text.count('\n') == 0)
+        return text.count('\0') == text.size() || text.startsWith("{\"");
+    const QList<QByteArray> lines = text.split('\n');
+    return std::any_of(lines.begin(), lines.end() - 1, [](const QByteArray &part) {
+        const QJsonObject line = QJsonDocument::fromJson(part).object();
+        return line.contains(QLatin1String("outcome")) && line.contains(QLatin1String("path"));
+    });
 }
 
 std::uint32_t shortHash(const QString &text)
@@ -400,8 +403,20 @@ ResultFile::ResultFile(const std::string &fileName) : name(fileName)
         fail(kOutputNotWritable, name, errno);
 }
 
+// A run goes on writing to a file that was moved away or removed, where nobody looks for it.
+void ResultFile::requirePlace() const
+{
+    struct stat own = {};
+    struct stat there = {};
+    if (::stat(name.c_str(), &there) == 0 && ::fstat(file.get(), &own) == 0
+        && own.st_dev == there.st_dev && own.st_ino == there.st_ino)
+        return;
+    throw Failure(kOutputNotWritable, name + ": has been moved or removed during the run");
+}
+
 void ResultFile::append(const QByteArray &lines)
 {
+    requirePlace();
     if (::lseek(file.get(), end, SEEK_SET) < 0)
         fail(kOutputNotWritable, name, errno);
     if (const int error = writeAll(file.get(), lines.constData(), lines.size())) {

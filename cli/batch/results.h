@@ -139,10 +139,10 @@ public:
     // an end. Throws a Failure when it cannot be written or another run goes on.
     explicit ResultFile(const std::string &fileName);
 
-    // Appends whole lines, which then are there whatever ends the process. Throws a Failure;
-    // nothing of them is there then. They are on the disk, for whatever ends the machine, a
-    // fifth of a second later at most, if this or sync is called: waiting for the disk is what
-    // costs.
+    // Appends whole lines, which then are there whatever ends the process. Throws a Failure, also
+    // when the file has another name by now; nothing of them is there then. They are on the disk,
+    // for whatever ends the machine, a fifth of a second later at most, if this or sync is called:
+    // waiting for the disk is what costs.
     void append(const QByteArray &lines);
     void sync(bool atOnce);
 
@@ -150,6 +150,8 @@ public:
     void removeIfEmpty();
 
 private:
+    void requirePlace() const;
+
     std::string name;
     Descriptor file;
     qint64 end = 0;

@@ -112,8 +112,8 @@ void TaskWork::draw(const Task &task, const ImageSource &image, Traced *traced)
             warnOfSource(image, job);
         tracePage(task, image, job, traced);
     }
-    if (!warnings.isEmpty())
-        traced->line.insert(QLatin1String("warnings"), warnings);
+    for (const QJsonValue &warning : qAsConst(warnings))
+        addWarning(warning.toString().toStdString(), &traced->line);
     addOutputs(task, job.outputs, traced);
     traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));
 }
@@ -148,17 +148,25 @@ void TaskWork::tracePage(const Task &task, const ImageSource &image, TraceJob jo
     traced->line.insert(QLatin1String("seconds"), seconds);
 }
 
+// A report without one picture is still a report: what hinders this alone is a warning.
 void TaskWork::show(const Task &task, const QImage &picture, const QImage &drawn, Traced *traced)
 {
     const std::string name = previewName(line.settings.batch.out, task.item.path, task.item.page);
-    makeFolders({ name });
-    const QByteArray bytes = previewOf(picture, drawn, task.preview);
-    QString ignored; // a report without one picture is still a report
-    traced->extra = freshFiles();
-    if (!traced->extra->add(
-            QFile::decodeName(name.c_str()),
-            [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &ignored))
+    try {
+        makeFolders({ name });
+        const QByteArray bytes = previewOf(picture, drawn, task.preview);
+        QString error;
+        traced->extra = freshFiles();
+        if (!traced->extra->add(
+                QFile::decodeName(name.c_str()),
+                [&](QIODevice *device) { return device->write(bytes) == bytes.size(); }, &error))
+            throw Failure(kOutputNotWritable, name + ": " + error.toLocal8Bit().toStdString());
+    } catch (const Failure &failure) {
+        if (saysNoRoom(failure.what(), line.settings.batch.out))
+            throw;
         traced->extra.reset();
+        missPreview(name, failure.what(), &traced->line);
+    }
 }
 
 void TaskWork::showAgain(const Task &task, const ImageSource &image, Traced *traced)
@@ -173,7 +181,9 @@ void TaskWork::showAgain(const Task &task, const ImageSource &image, Traced *tra
         const QImage drawn = drawnFrom(drawings, task.preview);
         if (!drawn.isNull())
             show(task, image.read(task.item.page, true), drawn, traced);
-    } catch (const Failure &) {
+    } catch (const Failure &failure) {
+        if (saysNoRoom(failure.what(), line.settings.batch.out))
+            throw;
     } catch (const std::bad_alloc &) { }
 }
 

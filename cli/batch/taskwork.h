@@ -36,8 +36,8 @@ public:
     // All pages that could be traced, in one drawing. Throws a Failure.
     void putTogether(const Task &task, Traced *traced);
 
-    // The preview of a picture that an earlier run has finished without one. Never fails: a report
-    // without one picture is still a report.
+    // The preview of a picture that an earlier run has finished without one. Throws a Failure when
+    // nothing can be written; what hinders this one alone leaves it out, which the report tells.
     void showAgain(const Task &task, const ImageSource &image, Traced *traced);
 
     // After a failure the folders of drawings are looked at again, for what others left there.

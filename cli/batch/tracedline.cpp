@@ -150,6 +150,14 @@ void addAgain(QJsonObject *line)
     line->insert(QLatin1String(kAgain), true);
 }
 
+void addWarning(const std::string &text, QJsonObject *line)
+{
+    const QLatin1String name("warnings");
+    QJsonArray warnings = line->value(name).toArray();
+    warnings.append(textOf(text));
+    line->insert(name, warnings);
+}
+
 QByteArray lineText(const QJsonObject &line)
 {
     return jsonValue(line);

@@ -36,6 +36,8 @@ void addFailure(ExitCode code, const std::string &text, QJsonObject *line);
 // The failure is not one of the picture and its settings: every run tries it again.
 void addAgain(QJsonObject *line);
 
+void addWarning(const std::string &text, QJsonObject *line);
+
 QByteArray lineText(const QJsonObject &line);
 
 } // namespace ztrace

@@ -53,6 +53,7 @@ bool isSame(const timespec &a, const timespec &b)
 Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
     : folders(watched), walk(how), events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
+    walk.opensFiles = false; // again and again
     for (const std::string &folder : folders) {
         struct stat info;
         if (stat(folder.c_str(), &info) != 0)
@@ -168,7 +169,8 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
         const bool isStill = Clock::now() - state.since >= kStill && state.size > 0;
         if (!state.isTaken && isStill) {
             state.isTaken = true;
-            complete.push_back(item);
+            if (!walk.patterns.empty() || !isOwnDrawing(item.path))
+                complete.push_back(item);
         }
         hasOpen = hasOpen || (!state.isTaken && state.size > 0);
     });

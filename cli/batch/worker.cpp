@@ -30,6 +30,7 @@
 #include <mutex>
 #include <new>
 #include <stdexcept>
+#include <system_error>
 #include <vector>
 
 #include <fcntl.h>
@@ -68,6 +69,16 @@ int pagesOf(const ImageSource &file)
     return file.isDrawing() ? 1 : std::max({ 1, file.pages(), file.pagesClaimed() });
 }
 
+// Of what cannot be counted now either, to read its first page says why.
+bool hasSeveralPages(const ImageSource &file)
+{
+    try {
+        return pagesOf(file) > 1;
+    } catch (const Failure &) {
+        return false;
+    }
+}
+
 class Worker
 {
 public:
@@ -85,7 +96,9 @@ public:
         useConfiguration(&line.settings, &line.given);
         work = std::make_unique<TaskWork>(line, onCommandLine);
         source.setLimits({ line.settings.maxPixels, line.settings.maxMemory });
-        finisher = std::make_unique<Finisher>(); // what it needs is no picture's
+        // What it needs is no picture's. Besides drawings there are a part and a preview.
+        finisher = std::make_unique<Finisher>(line.settings.batch.out,
+                                              line.settings.batch.formats.size() + 3);
         limitMemory(line.settings.batch.memoryLimit);
         answer(kReady, fingerprint);
     }
@@ -115,7 +128,8 @@ public:
             addFailure(failure.code, failure.what(), &traced.line);
             addAgain(&traced.line);
         } catch (const Failure &failure) {
-            if (failure.code == kOutputNotWritable && saysNoRoom(failure.what()))
+            if (failure.code == kOutputNotWritable
+                && saysNoRoom(failure.what(), line.settings.batch.out))
                 throw NoRoom(failure.what());
             addFailure(failure.code, failure.what(), &traced.line);
         } catch (const TraceError &error) {
@@ -170,15 +184,15 @@ private:
         beginLine(task.item, settings, task.attempt, result);
         std::string whyNot;
         const ImageSource *image = open(task.item.path, &whyNot);
-        // Its other pages are not among the pictures.
-        if (task.item.pages == 0 && image && pagesOf(*image) > 1)
-            failForNow(task.item.path
-                           + ": its pages could not be counted before (start again to trace them)",
-                       result);
         const std::string worldSha = shaOfWorldFile(task);
         addSource(worldSha, result);
         answer(kStarted,
                QByteArray::number(begun) + ' ' + QByteArray::fromStdString(source.sha256()));
+        // Its other pages are not among the pictures.
+        if (task.item.pages == 0 && image && hasSeveralPages(*image))
+            failForNow(task.item.path
+                           + ": its pages could not be counted before (start again to trace them)",
+                       result);
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
             failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
@@ -274,6 +288,9 @@ void serve(Worker *worker, const QJsonObject &message)
             worker->count(message);
         else
             worker->trace(message);
+    } catch (const std::system_error &error) { // no thread beside this one
+        Worker::answer(kUnable, QByteArray::fromStdString(error.code().message()));
+        _exit(kFailed);
     } catch (const NoRoom &noRoom) {
         worker->flush();
         Worker::answer(kNoRoom, noRoom.what());

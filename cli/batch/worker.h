@@ -23,6 +23,7 @@ const int kWorkerSocket = 3;
 // Letters that answers begin with.
 enum Answer : char {
     kReady = 'R',        // the fingerprint of all settings
+    kUnable = 'U',       // why the worker cannot begin: the system has no room for it
     kStarted = 'S',      // which of its pictures it begins, from 1, and the SHA-256 of its file;
                          // it is done with those before
     kTraced = 'T',       // how many pictures it is done with, when it waits for more

@@ -83,6 +83,7 @@ _ztrace() {
                     --colors
                     --detail
                     --gradients
+                    --no-gradients
                     --palette
                     --background
                     --threshold

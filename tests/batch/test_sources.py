@@ -137,7 +137,7 @@ class Folders(BatchTest):
         self.run_program("in/p0000.png")
         self.assertTrue(os.path.exists(self.path("in/p0000.svg")))
         told = self.batch("in").stderr.decode()
-        self.assertIn("drawings (SVG) left out: 1", told)
+        self.assertIn("drawings left out: 1", told)
         self.assertIn("2 done", told)
         self.batch("in", "--pattern", "*.svg")
 

@@ -72,10 +72,21 @@ class Drawn(CommandTest):
     def svg(self, *arguments):
         return self.run_program("a.png", *arguments, "-o", "-").stdout
 
-    def test_only_where_asked_for(self):
+    def test_only_where_asked_for_and_in_logos(self):
         for preset in "logo", "photo", "poster":
-            self.assertEqual(gradients(self.svg("-p", preset)), [])
+            self.assertEqual(len(gradients(self.svg("-p", preset))), int(preset == "logo"), preset)
             self.assertEqual(len(gradients(self.svg("-p", preset, "--gradients"))), 1, preset)
+
+    def test_logos_without(self):
+        for arguments in (["--no-gradients"], ["--gradients", "--no-gradients"], ["--layers"], ["--outline"],
+                          ["-c", "16"], ["--palette", "red,blue"], ["-o", "a.dxf"], ["-o", "a.geojson"]):
+            result = self.run_program("a.png", "-p", "logo", *arguments, "-o", "a.svg")
+            self.assertNotIn(b"mean colour", result.stderr)
+            self.assertEqual(gradients(self.read("a.svg")), [], arguments)
+        self.run_program("a.png", "-p", "logo", "-o", "a.json", "-o", "a.svg")
+        self.assertEqual(len(gradients(self.read("a.svg"))), 1)
+        self.assertIn(b"--gradients has no effect: --no-gradients draws none",
+                      self.run_program("a.png", "--gradients", "--no-gradients", "-o", "a.svg").stderr)
 
     def test_either_fit(self):
         for fit in "engine", "fair":

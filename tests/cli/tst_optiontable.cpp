@@ -44,6 +44,7 @@ std::string stateOf(const Settings &s)
                           double(s.colors.value_or(-1)),
                           s.detail,
                           double(s.gradients),
+                          double(s.noGradients),
                           double(s.background.value_or(0u)),
                           double(s.threshold),
                           double(s.fixedThreshold),

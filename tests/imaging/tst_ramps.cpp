@@ -354,6 +354,55 @@ private slots:
         QVERIFY(farthestChannel(rampColourOf(ramps.areas[0].mean), grey) < 24.0);
     }
 
+    // A disc of the ramp's mean on it, and black far away from it.
+    void standInIsNoColourOfThePicture()
+    {
+        const RampColour mean = { { 135, 135, 135 } };
+        QImage image = painted([&](double x, double y) {
+            if (std::hypot(x - 60, y - 80) < 23)
+                return mean;
+            if (x > 120)
+                return x > 150 && x < 180 ? RampColour {} : mean;
+            return mixture(RampColour { { 20, 120, 20 } }, RampColour { { 250, 150, 250 } },
+                           x / 120);
+        });
+        Ramps ramps = findRamps(image, kUsualPriceOfEdge);
+        QCOMPARE(ramps.areas.size(), std::size_t(1));
+        flatten(SoftPixels::Mixed, &ramps, &image);
+        QVERIFY2(farthestChannel(rampColourOf(ramps.areas[0].standIn), RampColour {}) > 60.0,
+                 qPrintable(QString::number(ramps.areas[0].standIn, 16)));
+        QVERIFY(farthestChannel(rampColourOf(ramps.areas[0].standIn), mean) > 24.0);
+    }
+
+    // A mixture that took the colour of neither side.
+    void mixturesGoToWhatTheyAreOf()
+    {
+        const QImage before = painted([](double x, double y) {
+            const double away = std::hypot(x - 100.0, y - 80.0) - 40.0;
+            return mixture(RampColour {}, linear(17.0)(x, y), away + 0.5);
+        });
+        QImage image = before;
+        Ramps ramps = findRamps(image, kUsualPriceOfEdge);
+        flatten(SoftPixels::Mixed, &ramps, &image);
+        LabelPlane plane;
+        plane.width = kWidth;
+        plane.height = kHeight;
+        plane.colours = { 0xFF000000u, 0xFFFF0000u, ramps.areas[0].standIn };
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                const double away = std::hypot(x - 99.5, y - 79.5) - 40.0;
+                const bool isRed = std::fabs(away) > 0.25 && image.pixel(x, y) != before.pixel(x, y)
+                    && (x + y) % 3 == 0 && ramps.ofPixel[std::size_t(y * kWidth + x)] == 0;
+                plane.labels.push_back(isRed ? 1 : away < 0.0 ? 0 : 2);
+            }
+        }
+        const auto reds = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
+        QVERIFY(reds > 5);
+        settleMixtures(before, image, ramps, 2, &plane);
+        const auto left = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
+        QVERIFY2(4 * left < reds, qPrintable(QString::number(left)));
+    }
+
     void labelsAreThoseOfTheRamps()
     {
         QImage image = painted(

@@ -185,6 +185,22 @@ private slots:
         QVERIFY(std::abs(otsuThreshold(counts) - (paper + ink) / 2) > 6);
     }
 
+    // A quarter of the pixels of small letters are soft, and as many of them are nearly white as
+    // are nearly black.
+    void smallLettersAreNoNoise()
+    {
+        std::vector<int> values(7500, 210);
+        for (int i = 0; i < 2500; ++i)
+            values.push_back(60 + 149 * (i * i % 2500) / 2500);
+        const Histogram counts = tonesOf(GreyPicture(greys(values))).counts;
+        QVERIFY(isDrawn(counts));
+        const InkTones tones = inkTones(counts, inkThreshold(counts));
+        QVERIFY2(tones.ink >= 60 && tones.ink <= 62, qPrintable(QString::number(tones.ink)));
+        QCOMPARE(tones.paper, 210);
+        QVERIFY(!isDrawn(tonesOf(GreyPicture(greys({ 0, 255, 255 }))).counts));
+        QCOMPARE(inkTones(tonesOf(GreyPicture(greys({ 255, 255 }))).counts, 127).ink, 0);
+    }
+
     void noisyPagesAreSplitByOtsu()
     {
         std::mt19937 random(4);

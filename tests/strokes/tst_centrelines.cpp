@@ -45,6 +45,7 @@ private slots:
     void aLongGapIsNot();
     void twoPensAreTold();
     void aSolidDiscIsNoStroke();
+    void solidsAloneAreDrawn();
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
     void manyShortStrokesAreHardlyDrawn();
@@ -292,6 +293,21 @@ void tst_CentreLines::aSolidDiscIsNoStroke()
     QVERIFY(!drawing.solids.cells.empty());
     QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(150, 100)]), 1);
     QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(60, 100)]), 0);
+}
+
+// Where no pen is told a square and a disc are solid, and a speck is nothing.
+void tst_CentreLines::solidsAloneAreDrawn()
+{
+    Sheet sheet(200, 100);
+    sheet.polygon({ { 20, 20 }, { 27, 20 }, { 27, 27 }, { 20, 27 } });
+    sheet.disc({ 120, 50 }, 30);
+    sheet.disc({ 180, 20 }, 1.5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(int(drawing.strokes.size()), 0);
+    QVERIFY(!drawing.solids.cells.empty());
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(20, 20)]), 1);
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(120, 25)]), 1);
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(180, 20)]), 0);
 }
 
 void tst_CentreLines::oddPicturesGiveSomething_data()

@@ -51,6 +51,8 @@ private slots:
     void whatIsNoHead();
     void aDimensionHasHeads_data();
     void aDimensionHasHeads();
+    void openHeadsAreTwoLines_data();
+    void openHeadsAreTwoLines();
     void lettersAreText();
     void dashesAreNoText();
     void aHatchIsAFamily();
@@ -138,6 +140,32 @@ void tst_StrokeRoles::aDimensionHasHeads()
     QCOMPARE(countOf(drawing, Role::Dimension), 1);
     QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, tips[0], tips[1], hard ? 4.0 : 2.0), listOf(drawing).c_str());
+}
+
+void tst_StrokeRoles::openHeadsAreTwoLines_data()
+{
+    aDimensionHasHeads_data();
+}
+
+// The ink between the barbs closes near the tip, so that it is as a solid head's there.
+void tst_StrokeRoles::openHeadsAreTwoLines()
+{
+    QFETCH(double, degrees);
+    QFETCH(bool, hard);
+    const double angle = degrees * 3.14159265358979 / 180;
+    const Point u = { std::cos(angle), std::sin(angle) };
+    const Point v = { -u.y, u.x };
+    const Point tip = { 200.3, 120.6 };
+    const Point ends[] = { tip + 24 * u + 7 * v, tip + 24 * u - 7 * v };
+    Sheet sheet(400, 400);
+    sheet.line(tip, tip + 150 * u, 4.0).line(tip, ends[0], 4.0).line(tip, ends[1], 4.0);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(int(drawing.arrows.size()), 0);
+    QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, tip, tip + 150 * u, 2.5), listOf(drawing).c_str());
+    for (const Point &end : ends)
+        QVERIFY2(hasLine(drawing, tip, end, 2.5), listOf(drawing).c_str());
+    QCOMPARE(countOf(drawing, Role::Dimension), 3);
 }
 
 void tst_StrokeRoles::lettersAreText()

@@ -42,6 +42,16 @@ void paint(const fit::Truth &truth, QRgb colour, QImage *image)
     }
 }
 
+Drawing traceInk(const QImage &image, bool marks)
+{
+    TracePlan plan;
+    plan.segmentation = Ink();
+    plan.geometry.fit = Geometry::Fit::Fair;
+    plan.geometry.leastBorder = 8;
+    plan.geometry.marks = marks;
+    return traceImage(Picture(image), plan).drawing;
+}
+
 Drawing traceFlat(const QImage &image, int colours)
 {
     Flat flat;
@@ -94,6 +104,9 @@ private slots:
     void lineBetweenAreasIsStraight_data();
     void lineBetweenAreasIsStraight();
     void frameOfAPixelIsUpright();
+    void inkOfThinLinesIsKept_data();
+    void inkOfThinLinesIsKept();
+    void dotsOfDrawnPagesStay();
     void mendedWhereItCrosses();
     void cutAroundACrossing();
     void piecesThatFollowMeetAwayFromTheirJoint();
@@ -160,6 +173,53 @@ void tst_ThinShapes::frameOfAPixelIsUpright()
     }
     QVERIFY2(std::fabs(areaOf(frame->shape) - 136) < 2,
              qPrintable(QString::number(areaOf(frame->shape))));
+}
+
+void tst_ThinShapes::inkOfThinLinesIsKept_data()
+{
+    QTest::addColumn<int>("ink");
+    QTest::addColumn<int>("paper");
+    QTest::addColumn<double>("width");
+    for (double width : { 1.1, 1.5, 2.2 }) {
+        QTest::addRow("black on white, %g pixels", width) << 0 << 255 << width;
+        QTest::addRow("grey on light grey, %g pixels", width) << 60 << 210 << width;
+        QTest::addRow("pale grey on white, %g pixels", width) << 160 << 255 << width;
+        QTest::addRow("light grey on dark grey, %g pixels", width) << 200 << 50 << width;
+    }
+}
+
+// Between two pixels each, some of the lines are less than half covered everywhere, and black lines
+// are not what greys are a part of.
+void tst_ThinShapes::inkOfThinLinesIsKept()
+{
+    QFETCH(int, ink);
+    QFETCH(int, paper);
+    QFETCH(double, width);
+    QImage image(120, 120, QImage::Format_RGB32);
+    image.fill(qRgb(paper, paper, paper));
+    for (int k = 0; k < 5; ++k)
+        paint(fit::rectangleTruth({ 60.0 + 0.1 * k, 15.0 + 22.3 * k }, 90, width, 0.02 + 0.09 * k),
+              qRgb(ink, ink, ink), &image);
+    const Drawing drawing = traceInk(image, true);
+    double area = 0;
+    const QRgb colour = ink < paper ? qRgb(0, 0, 0) : qRgb(255, 255, 255);
+    for (const Outline &outline : drawing.outlines) {
+        if (outline.colour == colour && areaOf(outline.shape) < 3000)
+            area += areaOf(outline.shape);
+    }
+    const double truth = 5 * 90 * width;
+    QVERIFY2(std::fabs(area - truth) < 0.03 * truth, qPrintable(QString::number(area / truth)));
+}
+
+// The dot of an i, of which one pixel is ink, unless small areas are to go.
+void tst_ThinShapes::dotsOfDrawnPagesStay()
+{
+    QImage image(80, 60, QImage::Format_RGB32);
+    image.fill(qRgb(255, 255, 255));
+    paint(fit::rectangleTruth({ 20.5, 15.4 }, 1.3, 1.3, 0), qRgb(0, 0, 0), &image);
+    paint(fit::rectangleTruth({ 20.5, 35.4 }, 1.6, 20, 0), qRgb(0, 0, 0), &image);
+    const std::size_t whole = traceInk(image, true).outlines.size();
+    QCOMPARE(traceInk(image, false).outlines.size() + 1, whole);
 }
 
 // Two lines that all but touch at one end are straight everywhere else.
