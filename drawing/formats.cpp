@@ -17,16 +17,16 @@ namespace ztrace {
 
 namespace {
 
-const char kSvgBeginning[]
+const char kSvgFiles[]
     = R"(^<\?xml version="1\.0" encoding="UTF-8"\?>\n<svg xmlns="http://www\.w3\.org/2000/svg")"
       R"(( xmlns:inkscape="[^"]*")? width="[^"]*" height="[^"]*" viewBox="0 0 [^"]*">\n)";
-const char kDxfBeginning[] = R"(^0\nSECTION\n2\nHEADER\n9\n\$ACADVER\n1\nAC10(09|15|18)\n9\n)"
-                             R"(\$(HANDSEED\n5\n\w+\n9\n\$INSUNITS|EXTMIN)\n)";
-const char kPdfBeginning[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3\n\d+ 0 obj\n<< )";
-const char kJsonBeginning[] = R"(^\{"format":"ztrace drawing")";
-const char kGeoJsonBeginning[]
+const char kDxfFiles[] = R"(^0\nSECTION\n2\nHEADER\n9\n\$ACADVER\n1\nAC10(09|15|18)\n9\n)"
+                         R"(\$(HANDSEED\n5\n\w+\n9\n\$INSUNITS|EXTMIN)\n)";
+const char kPdfFiles[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3( ztrace)?\n\d+ 0 obj\n<< )";
+const char kJsonFiles[] = R"(^\{"format":"ztrace drawing")";
+const char kGeoJsonFiles[]
     = R"re(^\{"type":"FeatureCollection",("(coordinates|crs)":.*)?"features":\[(\n|\]))re";
-const char kTopoJsonBeginning[] = R"(^\{"type":"Topology",.*"objects":\{"areas":)";
+const char kTopoJsonFiles[] = R"(^\{"type":"Topology",.*"objects":\{"areas":)";
 
 Written outcome(bool isWhole)
 {
@@ -99,24 +99,22 @@ const std::vector<Format> &allFormats()
     static const std::vector<Format> formats = {
         { "svg", "svg", "Scalable Vector Graphics",
           kFillsAreas | kGroupsLayers | kCutsAreasOut | kHasUnits | kRoundsNumbers | kHasGradients,
-          asSvg, nullptr, kSvgBeginning },
+          asSvg, nullptr, kSvgFiles },
         { "dxf", "dxf", "drawing exchange of CAD programs",
-          kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr, kDxfBeginning },
+          kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr, kDxfFiles },
         { "pdf", "pdf", "a page of the image's physical size",
           kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages | kHasGradients, asPdf, nullptr,
-          kPdfBeginning },
+          kPdfFiles },
         { "png", "png", "a preview in pixels",
           kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture,
           nullptr },
         { "json", "json", "the drawing without loss, to be read again",
           kCutsAreasOut | kHasUnits | kHasGradients | kKeepsAll | kHasChains, asJson, nullptr,
-          kJsonBeginning },
+          kJsonFiles },
         { "geojson", "geojson", "areas for maps, cut out of each other",
-          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asGeoJson, nullptr,
-          kGeoJsonBeginning },
+          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asGeoJson, nullptr, kGeoJsonFiles },
         { "topojson", "topojson", "the same, every boundary between two areas once",
-          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asTopoJson, nullptr,
-          kTopoJsonBeginning },
+          kHasUnits | kRoundsNumbers | kIsAMap | kDrawsLines, asTopoJson, nullptr, kTopoJsonFiles },
     };
     return formats;
 }
