@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    static const int kUnknown = 16;
+    static constexpr int kUnknown = 16;
     std::map<int, std::array<int, kCoefficients>> lowest;
 };
 

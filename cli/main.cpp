@@ -42,6 +42,7 @@
 #include <new>
 #include <set>
 #include <string>
+#include <system_error>
 
 namespace ztrace {
 
@@ -321,6 +322,9 @@ int runGuarded(int argc, char **argv)
         return kFailed;
     } catch (const std::bad_alloc &) {
         tell("not enough memory");
+        return kFailed;
+    } catch (const std::system_error &error) { // a thread that is refused
+        tell(error.what());
         return kFailed;
     }
 }

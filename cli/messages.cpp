@@ -36,10 +36,10 @@ int newNotes()
     return open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
-// A fatal one ends the process, as ever.
+// A last one ends the process, as ever.
 void noteMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    if (type == QtFatalMsg)
+    if (isLastMessage(type, text))
         toolkitMessage(type, context, text);
     else if (type == QtWarningMsg || type == QtCriticalMsg)
         std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
@@ -85,9 +85,15 @@ void tell(const std::string &text)
     std::fflush(messageStream());
 }
 
+bool isLastMessage(QtMsgType type, const QString &text)
+{
+    return type == QtFatalMsg
+        || text.startsWith(QLatin1String("QThread::start: Thread creation error"));
+}
+
 void toolkitMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
-    if (type != QtFatalMsg)
+    if (!isLastMessage(type, text))
         return;
     tell(text.toLocal8Bit().toStdString());
     std::_Exit(kFailed);

@@ -28,8 +28,12 @@ void tell(const std::string &text);
 // With question marks in place of what terminals would take for commands.
 std::string printable(std::string text);
 
+// Whether the toolkit cannot go on after a message of its own: a fatal one, or one that says that a
+// thread was refused, whose work it would wait for without an end.
+bool isLastMessage(QtMsgType type, const QString &text);
+
 // The toolkit's messages: dropped, since what goes wrong is said once, by this program, and the
-// engine's own lines are for scripts. A fatal one is told and ends the process with kFailed.
+// engine's own lines are for scripts. A last one is told and ends the process with kFailed.
 void toolkitMessage(QtMsgType type, const QMessageLogContext &context, const QString &text);
 
 // Throws a Failure when something that was printed on the stream has not arrived.

@@ -4,6 +4,7 @@
 #include "interruption.h"
 
 #include "cli/lastwords.h"
+#include "cli/messages.h"
 #include "cli/toolkit.h"
 
 #include <QCoreApplication>
@@ -31,7 +32,7 @@ QtMessageHandler toolkitsHandler = nullptr;
 
 void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    if (type != QtFatalMsg) {
+    if (!ztrace::isLastMessage(type, text)) {
         toolkitsHandler(type, context, text);
         return;
     }

@@ -2,7 +2,8 @@
 //
 // Preloaded into a program, makes one of its calls to the system fail, or ends it there.
 //
-//   FAULT_KIND     read write fsync fdatasync close rename link unlink stat open alloc: such a call
+//   FAULT_KIND     read write fsync fdatasync close rename link unlink stat open alloc thread: such
+//   a call
 //                  fails; kill: a signal comes in front of any of them but alloc
 //   FAULT_AT       which one, from 1
 //   FAULT_SIGNAL   kill: its number; SIGKILL when there is none
@@ -24,6 +25,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -267,6 +269,15 @@ int link(const char *from_, const char *to)
 int unlink(const char *path)
 {
     return fails("unlink", EIO) ? -1 : static_cast<int>(syscall(SYS_unlink, path));
+}
+
+int pthread_create(pthread_t *thread, const pthread_attr_t *how, void *(*run)(void *), void *with)
+{
+    static const auto real
+        = reinterpret_cast<decltype(&pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
+    return std::strcmp(kind, "thread") == 0 && fails("thread", EAGAIN)
+        ? EAGAIN
+        : real(thread, how, run, with);
 }
 
 void *malloc(std::size_t size)

@@ -388,6 +388,21 @@ class Surroundings(FaultTest):
         os.close(end)
         self.assertEqual((process.wait(), got == whole), (0, True))
 
+    def test_threads_that_are_refused(self):
+        """The toolkit waits without an end for the work of a thread that it did not get."""
+        self.image = self.write("wide.png", png(300, 300, lambda x, y: RED if (x // 20 + y // 20) % 2 else WHITE))
+        for at in 1, 2, 3:
+            for name in "old.svg", "old.png":
+                self.names = [name]
+                old = self.restore()
+                environment = {**os.environ, "FAULT_KIND": "thread", "FAULT_AT": str(at), "FAULT_LASTING": "1", "LD_PRELOAD": FAULTS}
+                result = subprocess.run([PROGRAM, self.image, "-p", "logo", "-o", name, "--overwrite"], cwd=self.outputs,
+                                        env=environment, capture_output=True, timeout=60)
+                self.assertIn(result.returncode, (0, 1))
+                if result.returncode == 1:
+                    self.assertIn(b"ztrace: QThread::start: Thread creation error", result.stderr)
+                    self.assertEqual(self.contents(), old)
+
     def test_reader_that_has_gone(self):
         self.names = ["old.svg"]
         old = self.restore()
