@@ -13,11 +13,12 @@ namespace ztrace {
 
 namespace {
 
-const int kSameGround = 12;       // colourDistance; a ground may be dithered
-const int kVeryGround = 6;        // the same beside overshoots, which differ from it by as little
-const int kLongWord = 24;         // pixels
-const int kLongestRun = 96;       // pixels; letters that touch each other
-static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21, "sums are in lanes of 21 bits");
+const int kSameGround = 12; // colourDistance; a ground may be dithered
+const int kVeryGround = 6;  // the same beside overshoots, which differ from it by as little
+const int kLongWord = 24;   // pixels
+const int kLongestRun = 96; // pixels; letters that touch each other
+static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21,
+              "sums are in lanes of 21 bits");
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
 const double kStripe = 1.0 / 3.0; // pixels from the stripe of one channel to the next
 const double kTolerance = 0.2;    // of a shift, pixels
@@ -50,9 +51,9 @@ struct Differences
     Channels sums = { { 0.0, 0.0, 0.0 } };
     Channels moments = { { 0.0, 0.0, 0.0 } }; // times the place in the run
 
-    // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times their
-    // places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as well, and
-    // exact as halves.
+    // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times
+    // their places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as
+    // well, and exact as halves.
     explicit Differences(const Run &run)
     {
         const auto spread = [&run](int x) {
