@@ -1,11 +1,14 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/carriers.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ztrace::strokes {
 
 namespace {
+
+const double kMostAside = 1.2; // pixels that a touching place is moved from the foot at most
 
 Crossings lineWithLine(const fit::Primitive &a, const fit::Primitive &b)
 {
@@ -59,6 +62,22 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     if (a.arc && b.arc)
         return circleWithCircle(a, b);
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
+}
+
+Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,
+               double breakPart)
+{
+    Point place = near;
+    if (a.arc != b.arc) {
+        const fit::Primitive &line = a.arc ? b : a;
+        const Point tangency = line.foot((a.arc ? a : b).point);
+        if (std::hypot(tangency.x - near.x, tangency.y - near.y) < reach) {
+            const double aside = breakPart * fit::dot(near - tangency, line.direction);
+            place = tangency + std::clamp(aside, -kMostAside, kMostAside) * line.direction;
+        }
+        return (a.arc ? a : b).foot(place);
+    }
+    return 0.5 * (a.foot(place) + b.foot(place));
 }
 
 } // namespace ztrace::strokes

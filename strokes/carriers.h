@@ -16,6 +16,12 @@ struct Crossings
 };
 Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b);
 
+// Where two carriers touch each other near a place: of a line and an arc on the arc, as an end
+// beside it would change its radius; else half way between both. `breakPart` of the way from the
+// foot of the arc's centre to the place.
+Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,
+               double breakPart);
+
 } // namespace ztrace::strokes
 
 #endif

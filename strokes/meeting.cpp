@@ -25,10 +25,9 @@ const double kCutOff = 0.12;
 // of some steps that much less.
 const double kStepError = 0.55;
 // A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
-// part of the way from there to the break of their cross-sections, and pixels at most. Steps of
+// part of the way from there to the break of their cross-sections. Steps of
 // black and white tell nothing about the break.
 const double kBreakPart = 0.5;
-const double kMostAside = 1.2;
 const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
 const double kSquare = 0.5;    // sine of the least angle at which an end is put on a line
 const std::size_t kBody = 12;  // cross-sections of such a line
@@ -50,25 +49,6 @@ const double kMeetsAll = 1.5;  // pixels from a common place that its carriers m
 double distanceBetween(Point a, Point b)
 {
     return std::hypot(a.x - b.x, a.y - b.y);
-}
-
-// Where two carriers touch each other near a place: of a line and an arc on the arc, as an end
-// beside it would change its radius; else half way between both. `breakPart` of the way from the
-// foot of the arc's centre to the place.
-Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,
-               double breakPart)
-{
-    Point place = near;
-    if (a.arc != b.arc) {
-        const fit::Primitive &line = a.arc ? b : a;
-        const Point tangency = line.foot((a.arc ? a : b).point);
-        if (distanceBetween(tangency, near) < reach) {
-            const double aside = breakPart * fit::dot(near - tangency, line.direction);
-            place = tangency + std::clamp(aside, -kMostAside, kMostAside) * line.direction;
-        }
-        return (a.arc ? a : b).foot(place);
-    }
-    return 0.5 * (a.foot(place) + b.foot(place));
 }
 
 // Where an end meets a carrier, how much that counts among others, and how far before the last
