@@ -22,8 +22,8 @@ const char kSvgBeginning[]
       R"(( xmlns:inkscape="[^"]*")? width="[^"]*" height="[^"]*" viewBox="0 0 [^"]*">\n)";
 const char kDxfBeginning[] = R"(^0\nSECTION\n2\nHEADER\n9\n\$ACADVER\n1\nAC10(09|15|18)\n9\n)"
                              R"(\$(HANDSEED\n5\n\w+\n9\n\$INSUNITS|EXTMIN)\n)";
-// Pages of earlier versions do not say who made them.
-const char kPdfPattern[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3( ztrace)?\n\d+ 0 obj\n<< )";
+const char kPdfBeginning[] = R"(^%PDF-1\.5\n%\xE2\xE3\xCF\xD3\n\d+ 0 obj\n<< /Length \d+ )"
+                             R"(/Filter /FlateDecode >>\nstream\n)";
 const char kJsonBeginning[] = R"(^\{"format":"ztrace drawing")";
 const char kGeoJsonBeginning[]
     = R"re(^\{"type":"FeatureCollection",("(coordinates|crs)":.*)?"features":\[(\n|\]))re";
@@ -87,14 +87,6 @@ QString tooLargePicture(const Drawing &drawing, const WriteOptions &options)
 
 } // namespace
 
-bool isOwnDrawing(const QByteArray &beginning)
-{
-    if (beginning.startsWith(kPdfBeginning))
-        return true;
-    const QByteArray note = QByteArray("tEXt") + kPreviewKey + '\0' + kPreviewValue;
-    return beginning.startsWith("\x89PNG") && beginning.left(kTellingBytes).contains(note);
-}
-
 const std::vector<Format> &allFormats()
 {
     static const std::vector<Format> formats = {
@@ -105,7 +97,7 @@ const std::vector<Format> &allFormats()
           kHasUnits | kChoosesCurves | kDrawsLines, asDxf, nullptr, kDxfBeginning },
         { "pdf", "pdf", "a page of the image's physical size",
           kFillsAreas | kGroupsLayers | kCutsAreasOut | kHoldsPages | kHasGradients, asPdf, nullptr,
-          kPdfPattern },
+          kPdfBeginning },
         { "png", "png", "a preview in pixels",
           kFillsAreas | kCutsAreasOut | kIsRaster | kHasGradients, asPng, tooLargePicture,
           nullptr },

@@ -128,7 +128,7 @@ void checkDrawing(fuzz::Input &input, const Areas &areas, int upsampling)
     LabelShapes shapes(areas, upsampling);
     for (const LabelOutline &outline : traced.outlines)
         shapes.add(outline, traced.segments.data() + outline.first);
-    const Drawing drawing = compose(shapes.take(), areas, upsampling, Connectivity::Corners,
+    const Drawing drawing = compose(shapes.take(), areas, upsampling, { Connectivity::Corners, {} },
                                     static_cast<Painting>(input.between(0, 2)), composition);
     fuzz::require(drawing.width == areas.runs.width / upsampling
                   && drawing.height == areas.runs.height / upsampling);
