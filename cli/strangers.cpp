@@ -70,8 +70,10 @@ bool isStrangersWork(const QString &fileName)
     useImagePlugins();
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
-    // Its reader of SVG takes any XML for one, events (--premis) among them.
-    return reader.canRead() && !reader.format().startsWith("svg")
+    // Its reader of SVG takes any XML for one, events (--premis) among them; what is compressed is
+    // not looked into here.
+    return reader.canRead()
+        && (!reader.format().startsWith("svg") || beginning.startsWith("\x1F\x8B"))
         && reader.text(QString::fromLatin1(kPreviewKey)) != QLatin1String(kPreviewValue);
 }
 
