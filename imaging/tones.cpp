@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 namespace ztrace {
@@ -29,6 +30,7 @@ const int kNoiseReach = 3; // ... and so few of them are so near to it, ...
 const double kPureNoise = 0.05;
 const double kPureInk = 0.05; // ... of the others so many are ink without any ground in it.
 const double kWhole = 0.005;  // of the ink of a drawing: so much of it is whole, if thin
+const int kSameTone = 2;      // steps of rounding that pixels of one flat tone may differ by
 const int kNoInkBeyond = 127; // threshold of a page without any contrast
 
 typedef std::array<uint32_t, 256> Counts;
@@ -340,6 +342,25 @@ InkTones inkTones(const Histogram &counts, int threshold)
 {
     const int end = std::max(0, std::min(255, threshold + 1));
     return { purest(counts, 0, end, kWhole, 0), purest(counts, 255, end - 1, kWhole, 255) };
+}
+
+bool isSeenFlat(const GreyPicture &page, int lightness)
+{
+    const auto isIt = [lightness](uint8_t v) { return std::abs(v - lightness) <= kSameTone; };
+    for (int y = 0; y < page.height(); ++y) {
+        const uint8_t *row = page.row(y, nullptr);
+        const uint8_t *below[2] = { row, row };
+        for (int k = 0; k < 2 && y + 2 < page.height(); ++k)
+            below[k] = page.row(y + 1 + k, nullptr);
+        for (int x = 0; x < page.width(); ++x) {
+            if (!isIt(row[x]))
+                continue;
+            if ((x + 2 < page.width() && isIt(row[x + 1]) && isIt(row[x + 2]))
+                || (below[0] != row && isIt(below[0][x]) && isIt(below[1][x])))
+                return true;
+        }
+    }
+    return false;
 }
 
 bool isDrawn(const Histogram &counts)

@@ -50,6 +50,11 @@ struct InkTones
 // goes beyond. A side without pixels has 0 or 255.
 InkTones inkTones(const Histogram &counts, int threshold);
 
+// Whether a lightness of a page in greys is a flat tone's: three pixels in a row or a column have
+// it. Of lines thinner than a pixel all pixels are mixtures, and none goes on; on a slope, what is
+// darkest is soon over.
+bool isSeenFlat(const GreyPicture &page, int lightness);
+
 // Whether a page was drawn and never scanned: its ground is one lightness, and soft edges alone lie
 // between that and the ink.
 bool isDrawn(const Histogram &counts);

@@ -68,6 +68,18 @@ Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
     return { scanRuns(plane.labels.data(), plane.width, plane.height), plane.colours };
 }
 
+// Of whole ink and whole paper: black and white where lines are so thin that the page does not
+// show.
+InkTones wholeTones(const CleanPage &clean)
+{
+    InkTones tones = inkTones(clean.tones.counts, clean.threshold);
+    if (!isSeenFlat(clean.page, tones.ink))
+        tones.ink = InkTones().ink;
+    if (!isSeenFlat(clean.page, tones.paper))
+        tones.paper = InkTones().paper;
+    return tones;
+}
+
 EdgePicture edgesOf(const CleanPage &clean)
 {
     EdgePicture edges;
@@ -77,9 +89,10 @@ EdgePicture edgesOf(const CleanPage &clean)
     edges.hard = clean.bilevel || clean.page.isBilevel();
     if (edges.hard)
         return edges;
-    const InkTones tones = inkTones(clean.tones.counts, clean.threshold);
-    if (isDrawn(clean.tones.counts))
+    if (isDrawn(clean.tones.counts)) {
+        const InkTones tones = wholeTones(clean);
         edges.tones = { { { float(tones.ink), 0, 0, 0 } }, { { float(tones.paper), 0, 0, 0 } } };
+    }
     const std::size_t width = static_cast<std::size_t>(edges.width);
     edges.values.resize(width * static_cast<std::size_t>(edges.height));
     std::vector<uint8_t> buffer(width);
@@ -163,7 +176,7 @@ Runs strokeRuns(const CleanPage &clean)
     const QImage image = clean.page.asImage().convertToFormat(QImage::Format_ARGB32);
     if (image.isNull())
         throwNoRoom();
-    const InkTones tones = inkTones(clean.tones.counts, clean.threshold);
+    const InkTones tones = wholeTones(clean);
     const LabelPlane plane = reduceFlat(
         image, EdgeMap(image),
         { qRgb(tones.ink, tones.ink, tones.ink), qRgb(tones.paper, tones.paper, tones.paper) });

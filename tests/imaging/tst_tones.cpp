@@ -201,6 +201,21 @@ private slots:
         QCOMPARE(inkTones(tonesOf(GreyPicture(greys({ 255, 255 }))).counts, 127).ink, 0);
     }
 
+    // Three in a row or a column; two are a mixture that comes twice.
+    void flatTonesAreSeen()
+    {
+        QVERIFY(isSeenFlat(GreyPicture(greys({ 255, 90, 91, 89, 255 })), 90));
+        QVERIFY(!isSeenFlat(GreyPicture(greys({ 255, 90, 90, 255, 90 })), 90));
+        QVERIFY(!isSeenFlat(GreyPicture(greys({ 255, 90, 94, 90, 255 })), 90));
+        QImage column(3, 5, QImage::Format_Grayscale8);
+        column.fill(255);
+        for (int y = 2; y < 4; ++y)
+            column.scanLine(y)[1] = 90;
+        QVERIFY(!isSeenFlat(GreyPicture(column), 90));
+        column.scanLine(4)[1] = 90;
+        QVERIFY(isSeenFlat(GreyPicture(column), 90));
+    }
+
     void noisyPagesAreSplitByOtsu()
     {
         std::mt19937 random(4);
