@@ -21,20 +21,20 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 160
     },
     "lines": {
-        "colour": 0.590, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.050, "numbers": 458
+        "colour": 0.589, "detail": 1.4, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.048, "numbers": 459
     },
     "letters": {
-        "colour": 0.473, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.701, "numbers": 1957
+        "colour": 0.427, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.783, "numbers": 1985
     },
     "logo": {
-        "colour": 0.426, "detail": 3.5, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.559, "numbers": 506
+        "colour": 0.422, "detail": 3.5, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.557, "numbers": 518
     },
     "logo-layers": {
-        "colour": 0.635, "detail": 3.8, "regions": 1, "uncovered": 101.03,
-        "uncovered4": 26.04, "hairlines": 26.04, "joints": 1.574, "numbers": 509
+        "colour": 0.633, "detail": 3.7, "regions": 1, "uncovered": 101.21,
+        "uncovered4": 26.07, "hairlines": 26.07, "joints": 1.572, "numbers": 521
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
@@ -49,16 +49,16 @@ LIMITS = {
         "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.081, "numbers": 319
     },
     "map": {
-        "colour": 0.994, "detail": 2.0, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.630, "numbers": 2940
+        "colour": 0.928, "detail": 1.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.568, "numbers": 2963
     },
     "map-layers": {
-        "colour": 0.760, "detail": 4.9, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.12, "joints": 7.630, "numbers": 2940
+        "colour": 0.693, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.60, "joints": 7.568, "numbers": 2963
     },
     "dialog": {
-        "colour": 0.835, "detail": 4.8, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 14.863, "numbers": 3670
+        "colour": 0.799, "detail": 4.7, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 15.667, "numbers": 3820
     },
     "cartoon": {
         "colour": 1.072, "detail": 1.5, "regions": 0, "uncovered": 0.01,
@@ -73,8 +73,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 274
     },
     "shaded-flat": {
-        "colour": 2.839, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 24.405, "numbers": 2604
+        "colour": 2.848, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 29.491, "numbers": 2961
     },
     "shaded": {
         "colour": 1.131, "regions": 0, "uncovered": 0.01,
@@ -97,8 +97,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.964, "detail": 0.9, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.429, "numbers": 1386
+        "colour": 0.899, "detail": 0.7, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.525, "numbers": 1411
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
