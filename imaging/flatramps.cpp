@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 
 namespace ztrace {
@@ -38,10 +39,12 @@ public:
 
     void run()
     {
+        findColumnsNear();
         chooseStandIns();
         for (int y = 0; y < height; ++y) {
+            const Columns near = columnsNear[std::size_t(y)];
             QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-            for (int x = 0; x < width; ++x) {
+            for (int x = near.first; x < near.end; ++x) {
                 const uint16_t own = at(x, y);
                 if (own != 0)
                     words[x] = ramps.areas[own - 1u].standIn;
@@ -55,6 +58,34 @@ private:
     uint16_t at(int x, int y) const
     {
         return before[std::size_t(y) * std::size_t(width) + std::size_t(x)];
+    }
+
+    // Of a row: those between which all pixels near to ramps are.
+    struct Columns
+    {
+        int first;
+        int end;
+    };
+
+    void findColumnsNear()
+    {
+        columnsNear.assign(std::size_t(height), { width, 0 });
+        const int reach = std::max(kBeside, kSoft);
+        for (int y = 0; y < height; ++y) {
+            const auto begin = before.begin() + std::ptrdiff_t(y) * width;
+            const auto isRamp = [](uint16_t number) { return number != 0; };
+            const auto first = std::find_if(begin, begin + width, isRamp);
+            if (first == begin + width)
+                continue;
+            const auto last = std::find_if(std::make_reverse_iterator(begin + width),
+                                           std::make_reverse_iterator(begin), isRamp);
+            const int left = std::max(0, int(first - begin) - reach);
+            const int right = std::min(width, int(last.base() - begin) + reach);
+            for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
+                Columns &near = columnsNear[std::size_t(j)];
+                near = { std::min(near.first, left), std::max(near.end, right) };
+            }
+        }
     }
 
     template<typename Use>
@@ -79,7 +110,8 @@ private:
         std::vector<Beside> beside(ramps.areas.size());
         for (int y = 0; y < height; ++y) {
             const QRgb *words = row(source, y);
-            for (int x = 0; x < width; ++x) {
+            const Columns near = columnsNear[std::size_t(y)];
+            for (int x = near.first; x < near.end; ++x) {
                 const uint16_t own = at(x, y);
                 uint16_t last = 0;
                 for (int k = 0; k < 4 * kBeside; ++k) {
@@ -309,6 +341,7 @@ private:
     const int width;
     const int height;
     const std::vector<uint16_t> before; // ramps of the pixels
+    std::vector<Columns> columnsNear;   // rows
 };
 
 } // namespace

@@ -8,7 +8,8 @@ namespace ztrace {
 
 double Ramp::distanceAt(double atX, double atY) const
 {
-    return radial ? std::hypot(atX - x, atY - y) : (atX - x) * alongX + (atY - y) * alongY;
+    return radial ? std::sqrt((atX - x) * (atX - x) + (atY - y) * (atY - y))
+                  : (atX - x) * alongX + (atY - y) * alongY;
 }
 
 RampColour Ramp::colourOf(double distance) const

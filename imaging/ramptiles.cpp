@@ -47,9 +47,25 @@ TileSums sumsOf(const QImage &image, int left, int top, int side)
     return sums;
 }
 
+bool isOneColour(const QImage &image, int left, int top, int side)
+{
+    const QRgb first = row(image, top)[left];
+    for (int y = 0; y < side; ++y) {
+        const QRgb *words = row(image, top + y) + left;
+        if (!std::all_of(words, words + side, [first](QRgb word) { return word == first; }))
+            return false;
+    }
+    return true;
+}
+
 RampTile tileOf(const QImage &image, int left, int top, int side)
 {
     RampTile tile;
+    if (isOneColour(image, left, top, side)) {
+        tile.colour = rampColourOf(row(image, top)[left]);
+        tile.smooth = qAlpha(row(image, top)[left]) == 255;
+        return tile;
+    }
     const TileSums sums = sumsOf(image, left, top, side);
     const double pixels = double(side) * side;
     const double spread = pixels * (pixels - 1.0) / 12.0; // of the squares of x
