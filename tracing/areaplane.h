@@ -30,10 +30,10 @@ public:
     std::size_t mixedTiles() const { return pixels.size() >> (2 * kBits); }
 
 private:
-    static const int kBits = 5; // of a tile's side
-    static const int kSide = 1 << kBits;
-    static const uint32_t kMixed = uint32_t(1) << 31; // and the number of the tile's pixels
-    static const uint32_t kNoArea = uint32_t(-1);
+    static constexpr int kBits = 5; // of a tile's side
+    static constexpr int kSide = 1 << kBits;
+    static constexpr uint32_t kMixed = uint32_t(1) << 31; // and the number of the tile's pixels
+    static constexpr uint32_t kNoArea = uint32_t(-1);
 
     static std::size_t placeIn(uint32_t tile, int x, int y)
     {

@@ -154,10 +154,13 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
     lastLook = Clock::now();
     Collected found;
     for (const std::string &folder : folders) {
+        const std::size_t before = found.problems.size();
         if (isFolder(folder))
             collect(folder, walk, &found);
-        else
+        if (!isFolder(folder)) { // it may go while it is read
+            found.problems.resize(before);
             found.problems.push_back(folder + ": has gone, waits for it to come back");
+        }
     }
     for (const std::string &problem : found.problems) {
         if (!toldProblems[problem])
