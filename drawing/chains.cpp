@@ -73,7 +73,7 @@ private:
     QString flawOfRings(int number, const Outline &outline)
     {
         for (const std::vector<int> &ring : outline.rings) {
-            const QString wrong
+            QString wrong
                 = ring.empty() ? QLatin1String("a ring has no chains") : flawOfRing(number, ring);
             if (!wrong.isEmpty())
                 return wrong;
