@@ -222,6 +222,8 @@ class Scarcity(FaultTest):
         self.assertEqual(done.returncode, 0, text)
         self.assertEqual(text.count("fewer workers can be started than are asked for: Too many open files"), 1, text)
         self.assertIn("12 done", text)
+        if not DISASTER:
+            return  # sanitizers look at memory through pipes, which are files as well
         self.assertIn("no worker can be started", self.limited(resource.RLIMIT_NOFILE, 6, "in").stderr.decode())
 
     def test_many_files_a_picture_with_few_that_may_be_open(self):
