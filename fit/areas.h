@@ -69,14 +69,14 @@ public:
     template<typename Use>
     void forEach(const Use &use) const
     {
-        forEachUpTo(window.width, use);
-    }
-
-    // The same of what goes round: beyond it there is nothing.
-    template<typename Use>
-    void forEachOfLoop(const Use &use) const
-    {
-        forEachUpTo(std::min(window.width, right + 1), use);
+        for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y) {
+            double sum = 0;
+            const double *row = sums.data() + rowAt(y);
+            for (int x = left; x < window.width; ++x) {
+                sum += row[x];
+                use(static_cast<std::size_t>(y * window.width + x), sum);
+            }
+        }
     }
 
     void clear()
@@ -84,23 +84,10 @@ public:
         for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y)
             std::fill_n(sums.data() + rowAt(y), window.width + 2, 0.0);
         low = left = 1 << 30;
-        high = right = -1;
+        high = -1;
     }
 
 private:
-    template<typename Use>
-    void forEachUpTo(int end, const Use &use) const
-    {
-        for (int y = std::max(0, low); y <= std::min(window.height - 1, high); ++y) {
-            double sum = 0;
-            const double *row = sums.data() + rowAt(y);
-            for (int x = left; x < end; ++x) {
-                sum += row[x];
-                use(static_cast<std::size_t>(y * window.width + x), sum);
-            }
-        }
-    }
-
     std::ptrdiff_t rowAt(int y) const { return std::ptrdiff_t(y) * (window.width + 2); }
 
     // Chord by chord round the centre.
@@ -156,7 +143,6 @@ private:
         const int first = static_cast<int>(x0);
         const int last = static_cast<int>(x1);
         left = std::min(left, first);
-        right = std::max(right, last + 1);
         if (first == last) {
             const double inside = first + 1 - 0.5 * (x0 + x1);
             row[first] += height * inside;
@@ -176,11 +162,10 @@ private:
 
     const Coverage &window;
     std::vector<double> sums;
-    // Rows and columns that were touched.
+    // Rows that were touched, and the first column.
     int low = 1 << 30;
     int high = -1;
     int left = 1 << 30;
-    int right = -1;
 };
 
 } // namespace ztrace::fit
