@@ -201,7 +201,8 @@ bool bendLine(std::size_t number, std::vector<Piece> *pieces)
 // The pixels of a window that a box reaches to.
 Coverage croppedTo(const Box &box, const Coverage &whole)
 {
-    Coverage part = whole;
+    Coverage part = {};
+    part.sigma = whole.sigma;
     const auto inside = [](double at, int first, int count) {
         return static_cast<int>(std::min<double>(first + count, std::max<double>(first, at)));
     };
@@ -209,8 +210,6 @@ Coverage croppedTo(const Box &box, const Coverage &whole)
     part.top = inside(std::floor(box.low.y), whole.top, whole.height);
     part.width = inside(std::ceil(box.high.x), whole.left, whole.width) - part.left;
     part.height = inside(std::ceil(box.high.y), whole.top, whole.height) - part.top;
-    part.right.clear();
-    part.counts.clear();
     for (int y = 0; y < part.height; ++y) {
         const std::ptrdiff_t from
             = std::ptrdiff_t(part.top - whole.top + y) * whole.width + (part.left - whole.left);
