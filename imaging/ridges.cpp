@@ -12,13 +12,16 @@ namespace {
 const int kRidgeReach = 3;        // pixels to either side
 const int kSlope = 2;             // pixels that a soft edge goes on for
 const double kClearLength = 40.0; // length of a difference
-const double kAligned = 0.5;      // cosine between the differences to both sides
-const double kSameSlope = 0.9;    // cosine between two steps of one slope
-const double kDoubt = 0.1;        // cost of supposing a line to be thinner than a pixel
-const double kShade = 32.0;       // length; what is nearer may be another shade of the colour
-const double kDilution = 0.05;    // cost of the rest of the way
-const double kLeastPart = 0.3;    // of a line's own colour that must be left
-const double kExplained = 0.15;   // sine of the angle between a line's colour and the supposed one
+// Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
+// rim are lines; with 4 fewer lines of icons are.
+const int kAlongRim = 3;
+const double kAligned = 0.5;    // cosine between the differences to both sides
+const double kSameSlope = 0.9;  // cosine between two steps of one slope
+const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
+const double kShade = 32.0;     // length; what is nearer may be another shade of the colour
+const double kDilution = 0.05;  // cost of the rest of the way
+const double kLeastPart = 0.3;  // of a line's own colour that must be left
+const double kExplained = 0.15; // sine of the angle between a line's colour and the supposed one
 // Cost of a colour that lies on the other side of what is beside the line: more than the contacts
 // of a core with all that is near it can save.
 const double kWrongWay = 1000.0;
@@ -64,6 +67,17 @@ struct RidgeFinder::Line
     std::ptrdiff_t step;
     int before;
     int after;
+
+    // Whether those that are near are there on one side at least, and are all like it.
+    bool goesOn() const
+    {
+        for (int i = 1; i <= kAlongRim; ++i) {
+            if ((i <= before && differs(*middle, middle[-i * step]))
+                || (i <= after && differs(*middle, middle[i * step])))
+                return false;
+        }
+        return std::max(before, after) >= kAlongRim;
+    }
 };
 
 // What lies to one side of a pixel: steps to the first one that differs clearly, at most `most`, 0
@@ -115,13 +129,29 @@ RidgeFinder::RidgeFinder(const QImage &image)
       width(image.width()), height(image.height())
 { }
 
-bool RidgeFinder::across(const Line &line, QRgb *beside)
+// A line on the rim has one side. What lies beyond the picture is supposed to be like that one,
+// where the line goes on along the rim: soft edges that end there do not.
+bool RidgeFinder::onRim(const Side &open, const Line &along, Side *inner, QRgb *beside)
+{
+    if (open.count + inner->steps > kRidgeReach || qAlpha(*inner->middle) < 255 || !along.goesOn())
+        return false;
+    const VisibleColour own = visible(*inner->middle);
+    inner->look(own);
+    inner->followSlope(own);
+    *beside = inner->word;
+    return true;
+}
+
+bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)
 {
     Side one { line.middle, line.step, line.after };
     Side other { line.middle, -line.step, line.before };
+    if (!one.find(kRidgeReach))
+        return one.count < kRidgeReach && other.find(kRidgeReach)
+            && onRim(one, along, &other, beside);
     // No more than kRidgeReach + 1 steps to both sides together.
-    if (!one.find(kRidgeReach) || !other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
-        return false;
+    if (!other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
+        return onRim(other, along, &one, beside);
     const VisibleColour own = visible(*line.middle);
     one.look(own);
     other.look(own);
@@ -137,8 +167,10 @@ bool RidgeFinder::find(int x, int y, QRgb *beside) const
 {
     const QRgb *middle = first + y * stride + x;
     QRgb ofColumn = 0;
-    const bool inRow = across({ middle, 1, x, width - 1 - x }, beside);
-    const bool inColumn = across({ middle, stride, y, height - 1 - y }, &ofColumn);
+    const Line ofRow = { middle, 1, x, width - 1 - x };
+    const Line down = { middle, stride, y, height - 1 - y };
+    const bool inRow = across(ofRow, down, beside);
+    const bool inColumn = across(down, ofRow, &ofColumn);
     if (!inRow || !inColumn) {
         *beside = inColumn ? ofColumn : *beside;
         return inRow || inColumn;

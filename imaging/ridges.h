@@ -15,7 +15,7 @@
 namespace ztrace {
 
 // A pixel that differs clearly, and in the same direction, from what lies on both sides of it
-// within three pixels.
+// within three pixels; or on the rim of the picture from what lies on its inner side.
 struct Ridge
 {
     bool found = false;
@@ -40,7 +40,8 @@ private:
     struct Line;
     struct Side;
 
-    static bool across(const Line &line, QRgb *beside);
+    static bool across(const Line &line, const Line &along, QRgb *beside);
+    static bool onRim(const Side &open, const Line &along, Side *inner, QRgb *beside);
 
     const QRgb *first;
     const std::ptrdiff_t stride; // words

@@ -13,6 +13,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace ztrace;
 
@@ -135,6 +136,69 @@ private slots:
         large.setDotsPerMeterX(4000);
         large.setDotsPerMeterY(890);
         QVERIFY(withSquarePixels(large).isNull());
+    }
+
+    // Of a picture of two flat colours; a frame around it, a wider one on its left alone.
+    static QImage framed(int width)
+    {
+        QImage image(40, 30, QImage::Format_ARGB32);
+        for (int y = 0; y < 30; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const bool isFrame = x < width || y == 0 || x == 39 || y == 29;
+                image.setPixel(x, y, isFrame ? 0xFF000000u : y < 15 ? kRed : kBlue);
+            }
+        }
+        return image;
+    }
+
+    // What is beyond the picture is not seen, so that such a line has one side alone.
+    void framesOnTheRimHaveAColour_data()
+    {
+        QTest::addColumn<int>("width");
+        for (int width = 1; width <= 4; ++width)
+            QTest::newRow(QByteArray::number(width).constData()) << width;
+    }
+    void framesOnTheRimHaveAColour()
+    {
+        QFETCH(int, width);
+        const QImage image = framed(width);
+        const std::vector<QRgb> palette = flatPalette(image, EdgeMap(image), 16);
+        QCOMPARE(palette.size(), std::size_t(3));
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
+        for (int y = 0; y < 30; ++y) {
+            for (int x = 0; x < 40; ++x)
+                QCOMPARE(palette[plane.labels[std::size_t(40 * y + x)]], image.pixel(x, y));
+        }
+    }
+
+    // Whatever its angle, where it ends at the rim it is no line there.
+    void softEdgesAreNoLinesOnTheRim()
+    {
+        const int size = 64;
+        const double parts = 4.0; // a pixel's samples a side
+        for (int degrees = 15; degrees <= 75; degrees += 5) {
+            const double angle = degrees * 3.14159265358979 / 180.0;
+            QImage image(size, size, QImage::Format_ARGB32);
+            for (int pixel = 0; pixel < size * size; ++pixel) {
+                int dark = 0;
+                for (int i = 0; i < int(parts * parts); ++i) {
+                    const double x = pixel % size + (i % int(parts) + 0.5) / parts - size / 2.0;
+                    const double y = pixel / size + (i / int(parts) + 0.5) / parts - size / 2.0;
+                    dark += x * std::cos(angle) + y * std::sin(angle) < 0.0 ? 1 : 0;
+                }
+                const int grey = 255 - int(255.0 * dark / (parts * parts));
+                image.setPixel(pixel % size, pixel / size, qRgb(grey, grey, grey));
+            }
+            const RidgeFinder finder(image);
+            for (int k = 0; k < size; ++k) {
+                for (int rim : { 0, size - 1 }) {
+                    const QByteArray place = QByteArray::number(degrees) + " degrees, "
+                        + QByteArray::number(k) + ", " + QByteArray::number(rim);
+                    QVERIFY2(!finder.isRidge(k, rim), place.constData());
+                    QVERIFY2(!finder.isRidge(rim, k), place.constData());
+                }
+            }
+        }
     }
 
     void texturesAreNoLines()

@@ -99,17 +99,54 @@ Side sideOf(const QImage &image, int x, int y, int dx, int dy)
     return side;
 }
 
+bool isIn(const QImage &image, int x, int y)
+{
+    return x >= 0 && y >= 0 && x < image.width() && y < image.height();
+}
+
+// Pixels of the picture from a place, itself included, to the rim.
+int toRim(const QImage &image, int x, int y, int dx, int dy)
+{
+    int count = 0;
+    for (; isIn(image, x + count * dx, y + count * dy); ++count) { }
+    return count;
+}
+
+// Three pixels before it and three after it, those of them that the picture has, are no clear
+// edges away; one of the two sides is whole.
+bool goesOn(const QImage &image, int x, int y, int dx, int dy)
+{
+    const Colour own = visible(row(image, y)[x]);
+    for (int step : { -3, -2, -1, 1, 2, 3 }) {
+        const int u = x + step * dx;
+        const int v = y + step * dy;
+        if (isIn(image, u, v) && length(difference(own, visible(row(image, v)[u]))) > kClearly)
+            return false;
+    }
+    return isIn(image, x + 3 * dx, y + 3 * dy) || isIn(image, x - 3 * dx, y - 3 * dy);
+}
+
+// A line of at most three pixels between the rim and another colour.
+bool isOnRim(const QImage &image, int x, int y, int dx, int dy, const Side &inner)
+{
+    return qAlpha(row(image, y)[x]) == 255 && inner.steps > 0
+        && toRim(image, x, y, -dx, -dy) - 1 + inner.steps <= kReach && goesOn(image, x, y, dy, dx);
+}
+
 Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
 {
     Ridge ridge;
     ridge.colour = row(image, y)[x];
     const Side one = sideOf(image, x, y, dx, dy);
-    if (one.steps == 0)
-        return ridge;
     const Side other = sideOf(image, x, y, -dx, -dy);
-    ridge.found = other.steps > 0 && one.steps + other.steps <= kReach + 1
-        && isAligned(one.away, other.away, kAligned);
-    ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
+    const bool two = one.steps > 0 && other.steps > 0;
+    ridge.found = two
+        ? one.steps + other.steps <= kReach + 1 && isAligned(one.away, other.away, kAligned)
+        : isOnRim(image, x, y, dx, dy, one) || isOnRim(image, x, y, -dx, -dy, other);
+    if (two)
+        ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
+    else
+        ridge.beside = one.steps > 0 ? one.word : other.word;
     return ridge;
 }
 
