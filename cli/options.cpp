@@ -241,7 +241,8 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: `fair`, true shapes, every boundary once from its soft "
                   "edge, in lines, arcs, curves and circles; or `engine`, area by area")
             .manual(
-                "`auto` takes `fair` for ink and flat colours, and `engine` for photographs, for "
+                "`auto` takes `fair`, but `engine` for photographs and posters whose borders are "
+                "longer than about 30,000 pixels, which thumbnails' are not, for "
                 "dense pages, whose borders of ink are longer than about 200,000 pixels, and "
                 "where `--tolerance`, `--curve-tolerance`, `--upsample` or `--set` is given, "
                 "which are the engine's alone: with `fair`, tolerances and `--upsample` have no "
@@ -313,8 +314,9 @@ std::vector<Entry> outlineOptions()
             .appliesTo(kToImages)
             .help("How far, in pixels, lines and curves may be from the image's outline; the "
                   "engine's `ltres` and `qtres` are the square of it")
-            .manual("Without it 1, for logo and photo 0.7, and 0.5 for lineart and logo on a finer "
-                    "grid"),
+            .manual(
+                "Without it 1, for logo, and for photo from a `--detail` of 4, 0.7, and 0.5 for "
+                "lineart and logo on a finer grid"),
         Entry("curve-tolerance",
               number("PX", 0.0, kMostNumber,
                      [](Settings &s, double pixels) { s.curveTolerance = pixels; }))

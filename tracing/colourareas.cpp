@@ -176,6 +176,14 @@ void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Ru
                runs);
 }
 
+// Whether the areas of a blend are drawn in true shapes.
+bool hasShapes(const Geometry &geometry, const Runs &runs)
+{
+    return geometry.fit == Geometry::Fit::Fair
+        || (geometry.fit == Geometry::Fit::FairUnlessDense
+            && cracksOf(runs) <= Geometry::kMostQuickCracksOfShades);
+}
+
 // The runs were made between the picture and its labels, and part the room that these have left,
 // where a plane on a finer grid, which is a little larger than the picture, would then find none.
 void moveAside(Runs *runs)
@@ -199,16 +207,13 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     if (std::holds_alternative<Flat>(plan.segmentation))
         removeFringes(&image);
-    const bool shapes = geometry.fit != Geometry::Fit::Engine;
-    Segmented segmented;
-    segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;
-    if (shapes && std::holds_alternative<Flat>(plan.segmentation))
-        segmented.edges = edgesOf(image);
-    // The areas of a blend have no edges in the picture.
-    segmented.edges.hard = !std::holds_alternative<Flat>(plan.segmentation);
     stages->begin("choosing colours");
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
+    Segmented segmented;
+    if (flat && geometry.fit != Geometry::Fit::Engine)
+        segmented.edges = edgesOf(image);
+    segmented.edges.hard = !flat; // the areas of a blend have no edges in the picture
     LabelPlane plane
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
@@ -224,6 +229,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
     else
         mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
+    const bool shapes = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, runs);
+    segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;
     if (geometry.upsampling != 1 && !shapes)
         refine(image, geometry, &plane, &runs, &segmented, report);
     image = QImage();

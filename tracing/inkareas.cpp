@@ -149,12 +149,6 @@ bool isDot(const GreyPicture &page, int threshold, const SmallArea &speck)
     });
 }
 
-// Boundaries run about as far up and down as across.
-bool isDense(const Runs &runs)
-{
-    return 2 * (runs.count() - std::size_t(runs.height)) > Geometry::kMostQuickCracks;
-}
-
 // At most this light is ink.
 int thresholdOf(const CleanPage &clean)
 {
@@ -194,7 +188,8 @@ bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
     if (thin)
         clean.threshold = inkThreshold(clean.tones.counts);
     Runs runs = thin ? strokeRuns(clean) : inkRuns(clean.page, thresholdOf(clean));
-    if (geometry.fit == Geometry::Fit::FairUnlessDense && isDense(runs))
+    if (geometry.fit == Geometry::Fit::FairUnlessDense
+        && cracksOf(runs) > Geometry::kMostQuickCracks)
         return false;
     mergeSpecks(
         geometry.leastBorder,

@@ -157,4 +157,12 @@ Runs longestRuns(Runs runs)
     return runs;
 }
 
+std::size_t cracksOf(const Runs &runs)
+{
+    std::size_t count = 0;
+    for (std::size_t run = 1; run < runs.count(); ++run)
+        count += runs.start[run] > 0 && runs.label[run] != runs.label[run - 1] ? 1u : 0u;
+    return 2 * count;
+}
+
 } // namespace ztrace

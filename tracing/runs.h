@@ -70,6 +70,10 @@ Runs scanRuns(const uint16_t *labels, int width, int height);
 // The same pixels in runs that are as long as they can be.
 Runs longestRuns(Runs runs);
 
+// About how many pixel edges have different labels on their sides: twice those in rows, since
+// boundaries run about as far up and down as across.
+std::size_t cracksOf(const Runs &runs);
+
 // Calls use(run, y, begin, end) for all runs in order; pixels begin to end - 1 of row y.
 template<typename Use>
 void forEachRun(const Runs &runs, Use use)

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <random>
 
 using namespace ztrace;
 
@@ -278,6 +279,28 @@ private slots:
                      engine.drawing.outlines[k].shape.pieces().size());
         QVERIFY(traced(image, Geometry::Fit::Fair).report.shapes);
         QVERIFY(traced(image.copy(0, 0, 400, 200), Geometry::Fit::FairUnlessDense).report.shapes);
+    }
+
+    // Noise in shades: of a thumbnail's size it has true shapes, of a photograph's it has none.
+    void shadesOfManyBordersAreOutlinedByTheEngine()
+    {
+        const auto shapes = [](int size, Geometry::Fit fit) {
+            QImage image(size, size, QImage::Format_RGB32);
+            std::mt19937 random(5);
+            for (int y = 0; y < size; ++y) {
+                for (int x = 0; x < size; ++x)
+                    image.setPixel(x, y, qRgb(int(random() % 256), int(random() % 256), 90));
+            }
+            TracePlan plan;
+            plan.segmentation = Blend { 16, 400.0, false, {} };
+            plan.geometry.fit = fit;
+            plan.geometry.leastBorder = 0.0;
+            return traceImage(image, plan).report.shapes;
+        };
+        QVERIFY(shapes(64, Geometry::Fit::FairUnlessDense));
+        QVERIFY(!shapes(300, Geometry::Fit::FairUnlessDense));
+        QVERIFY(shapes(300, Geometry::Fit::Fair));
+        QVERIFY(!shapes(64, Geometry::Fit::Engine));
     }
 
     void onePixelIsAnOutline()
