@@ -192,7 +192,6 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
-    QImage shaded = image; // as it is, beside its flat copy
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
@@ -214,9 +213,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
 
     const std::size_t firstRamp = labelRamps(ramps, &plane);
     if (flat && !ramps.areas.empty())
-        settleMixtures(shaded, image, ramps, firstRamp, &plane);
-    shaded = QImage();
+        settleMixtures(ramps, firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
+    ramps.mixtures = std::vector<RampMixture>();
 
     stages->begin("joining areas");
     Runs runs = runsOf(plane);

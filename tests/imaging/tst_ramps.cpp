@@ -398,7 +398,7 @@ private slots:
         }
         const auto reds = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
         QVERIFY(reds > 5);
-        settleMixtures(before, image, ramps, 2, &plane);
+        settleMixtures(ramps, 2, &plane);
         const auto left = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
         QVERIFY2(4 * left < reds, qPrintable(QString::number(left)));
     }
