@@ -41,13 +41,11 @@ struct RampRange
 };
 RampRange rangeOf(const Ramp &ramp, const std::vector<RampSample> &samples);
 
-const int kStepsOfFit = 8; // what further ones change is not seen
-
 // Colours by least squares on hats between stops, and the angle or the centre by a few steps of
 // least squares from where they are. Stops are at the ends of the samples and at `inner`, in order,
 // between them. Returns the mean squared difference of a channel.
 double refineRamp(const std::vector<RampSample> &samples, const std::vector<double> &inner,
-                  Ramp *ramp, int steps = kStepsOfFit);
+                  Ramp *ramp);
 
 // Of two stops; at least three samples that are not on one line.
 Ramp fitLinear(const std::vector<RampSample> &samples);

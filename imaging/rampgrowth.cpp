@@ -9,18 +9,14 @@ namespace ztrace {
 
 namespace {
 
-const double kFar = 4000.0;    // pixels that a ramp is tried beyond what it has
-const double kTolerance = 2.0; // of a channel; a step of less is not seen
-const double kNoises = 2.5;    // deviations of what noise does to a tile
-const double kFlat = 0.6;      // of a channel over a tile: less has no direction
-const double kRounder = 0.7;   // part of the error of a straight ramp that a radial one may leave
-// Of a channel, root of the mean square: what leaves less needs no centre. A tile's plane is off by
-// up to 0.1 from rounding alone; curves leave more as soon as the ramp grows.
-const double kStraight = 0.2;
-const int kStepsOfPass = 3;        // of least squares: the next pass goes on from there
-const int kMostPasses = 40;        // over the tiles of one ramp
-const double kGrowing = 1.01;      // times the tiles that it has to have for another pass
-const std::size_t kFewTiles = 3;   // that go on beyond a bend
+const double kFar = 4000.0;      // pixels that a ramp is tried beyond what it has
+const double kTolerance = 2.0;   // of a channel; a step of less is not seen
+const double kNoises = 2.5;      // deviations of what noise does to a tile
+const double kFlat = 0.6;        // of a channel over a tile: less has no direction
+const double kRounder = 0.7;     // part of the error of a straight ramp that a radial one may leave
+const int kMostPasses = 40;      // over the tiles of one ramp
+const double kGrowing = 1.01;    // times the tiles that it has to have for another pass
+const std::size_t kFewTiles = 3; // that go on beyond a bend
 const std::size_t kFewAtOnce = 14; // tiles that a start of nine comes to; less is texture
 const std::size_t kLeastTiles = 6;
 const std::size_t kWidePads = 4; // times the tiles that a ramp changes over, all in all
@@ -150,8 +146,8 @@ private:
     void fit(const std::vector<double> &inner, GrownRamp *grown) const
     {
         const std::vector<RampSample> samples = samplesOf(tiles, grown->members);
-        const double error = refineRamp(samples, inner, &grown->ramp, kStepsOfPass);
-        if (grown->ramp.radial || !inner.empty() || error < kStraight * kStraight)
+        const double error = refineRamp(samples, inner, &grown->ramp);
+        if (grown->ramp.radial || !inner.empty())
             return;
         const Ramp round = fitRadial(tiles, grown->members, samples);
         if (errorOf(round, samples) < kRounder * error)
