@@ -4,6 +4,7 @@
 #include "ramps.h"
 
 #include "colour.h"
+#include "oklab.h"
 #include "spread.h"
 
 #include <algorithm>
@@ -20,48 +21,141 @@ const int kToLabel = 2; // pixels from a mixture to what it may belong to
 // thin stroke is as far from what is beside it.
 const double kBetter = 0.4;
 
-// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: they go
-// to the nearest ramp.
-void settleStrays(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size_t first,
-                  int width, std::vector<uint16_t> *labels)
+// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: what they
+// are drawn in would be seen. They go to the nearest ramp, or to the picture's colour that is
+// nearest to their own where that is nearer than the ramp's.
+class Strays
 {
-    std::vector<uint8_t> isStrange(first + ramps.areas.size(), 0); // labels
-    bool isAny = false;
-    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
-        if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) <= kClearly)
-            continue;
-        isStrange[usual[k]] = 1;
-        isAny = true;
-    }
-    if (!isAny)
-        return;
-    const int height = int(labels->size() / std::size_t(width));
-    const auto at = [width, labels](int x, int y) {
-        return (*labels)[std::size_t(y) * std::size_t(width) + std::size_t(x)];
-    };
-    std::vector<std::pair<std::size_t, uint16_t>> settled;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            if (isStrange[at(x, y)] == 0)
+public:
+    Strays(const QImage &i, const Ramps &r, std::size_t f, LabelPlane *p)
+        : image(i), ramps(r), first(f), plane(*p), width(std::size_t(p->width)),
+          isStrange(p->colours.size(), 0)
+    { }
+
+    void settle(const std::vector<std::size_t> &usual)
+    {
+        bool isAny = false;
+        for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+            if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) <= kClearly)
                 continue;
-            int nearest = std::numeric_limits<int>::max();
-            uint16_t label = 0;
-            for (int j = std::max(0, y - kToRamp); j <= std::min(height - 1, y + kToRamp); ++j) {
-                for (int i = std::max(0, x - kToRamp); i <= std::min(width - 1, x + kToRamp); ++i) {
-                    const int distance = (i - x) * (i - x) + (j - y) * (j - y);
-                    if (at(i, j) >= first && distance < nearest) {
-                        nearest = distance;
-                        label = at(i, j);
-                    }
-                }
-            }
-            if (label != 0)
-                settled.emplace_back(std::size_t(y) * std::size_t(width) + std::size_t(x), label);
+            isStrange[usual[k]] = 1;
+            isAny = true;
+        }
+        if (!isAny)
+            return;
+        for (std::size_t k = 0; k < plane.labels.size(); ++k) {
+            if (isStrange[plane.labels[k]] != 0)
+                places.push_back(k);
+        }
+        findRamps();
+        for (std::size_t label = 0; label < first; ++label)
+            seenColours.push_back(oklabOf(plane.colours[label]));
+        std::vector<uint16_t> settled;
+        for (std::size_t k = 0; k < places.size(); ++k)
+            settled.push_back(labelOf(places[k], nearest[k]));
+        for (std::size_t k = 0; k < places.size(); ++k)
+            plane.labels[places[k]] = settled[k];
+    }
+
+private:
+    // Those near to a ramp, and then those beside them.
+    void findRamps()
+    {
+        std::vector<std::size_t> reached;
+        for (std::size_t place : places) {
+            nearest.push_back(rampNear(place));
+            if (nearest.back() != 0)
+                reached.push_back(nearest.size() - 1);
+        }
+        for (std::size_t k = 0; k < reached.size(); ++k) {
+            const std::size_t from = places[reached[k]];
+            const auto look = [&](std::size_t place) {
+                const auto stray = std::lower_bound(places.begin(), places.end(), place);
+                if (stray == places.end() || *stray != place)
+                    return;
+                const std::size_t other = std::size_t(stray - places.begin());
+                if (nearest[other] != 0)
+                    return;
+                nearest[other] = nearest[reached[k]];
+                reached.push_back(other);
+            };
+            if (from % width > 0)
+                look(from - 1);
+            if (from % width + 1 < width)
+                look(from + 1);
+            if (from >= width)
+                look(from - width);
+            look(from + width);
         }
     }
-    for (const auto &[place, label] : settled)
-        (*labels)[place] = label;
-}
+
+    // The label of the nearest ramp within kToRamp, or 0.
+    uint16_t rampNear(std::size_t place) const
+    {
+        const int x = int(place % width);
+        const int y = int(place / width);
+        int least = std::numeric_limits<int>::max();
+        uint16_t label = 0;
+        for (int j = std::max(0, y - kToRamp); j <= std::min(plane.height - 1, y + kToRamp); ++j) {
+            for (int i = std::max(0, x - kToRamp); i <= std::min(plane.width - 1, x + kToRamp);
+                 ++i) {
+                const uint16_t other = plane.labels[std::size_t(j) * width + std::size_t(i)];
+                const int distance = (i - x) * (i - x) + (j - y) * (j - y);
+                if (other >= first && distance < least) {
+                    least = distance;
+                    label = other;
+                }
+            }
+        }
+        return label;
+    }
+
+    // A mixture has a colour of its own only by chance: it is the ramp's.
+    uint16_t labelOf(std::size_t place, uint16_t ramp) const
+    {
+        if (ramp != 0 && isMixture(place))
+            return ramp;
+        const int x = int(place % width);
+        const int y = int(place / width);
+        const QRgb word = row(image, y)[x];
+        const Oklab own = oklabOf(word);
+        uint16_t best = plane.labels[place];
+        float least = std::numeric_limits<float>::max();
+        if (ramp != 0) {
+            best = ramp;
+            least = seenDistance(
+                own, oklabOf(wordOf(ramps.areas[ramp - first].ramp.colourAt(x + 0.5, y + 0.5))));
+        }
+        for (std::size_t label = 0; label < first; ++label) {
+            if (isStrange[label] != 0 || seenColours[label].alpha != qAlpha(word))
+                continue;
+            const float distance = seenDistance(own, seenColours[label]);
+            if (distance < least) {
+                least = distance;
+                best = uint16_t(label);
+            }
+        }
+        return best;
+    }
+
+    bool isMixture(std::size_t place) const
+    {
+        const auto mixture = std::lower_bound(
+            ramps.mixtures.begin(), ramps.mixtures.end(), place,
+            [](const RampMixture &other, std::size_t sought) { return other.place < sought; });
+        return mixture != ramps.mixtures.end() && mixture->place == place;
+    }
+
+    const QImage &image;
+    const Ramps &ramps;
+    const std::size_t first;
+    LabelPlane &plane;
+    const std::size_t width;
+    std::vector<uint8_t> isStrange;  // labels
+    std::vector<Oklab> seenColours;  // of labels before the ramps'
+    std::vector<std::size_t> places; // of the strays, from the top
+    std::vector<uint16_t> nearest;   // their ramps' labels, 0: none
+};
 
 // The label that most pixels of each ramp have.
 std::vector<std::size_t> usualLabels(const Ramps &ramps, const LabelPlane &plane, std::size_t first)
@@ -125,7 +219,7 @@ void spread(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size
 
 } // namespace
 
-std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
+std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plane)
 {
     const std::size_t first = plane->colours.size();
     if (first + ramps.areas.size() > kMostColoursOfPlane || ramps.areas.empty())
@@ -137,7 +231,7 @@ std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
     for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k)
         labels[k] = ramps.ofPixel[k] != 0 ? uint16_t(first + ramps.ofPixel[k] - 1u) : labels[k];
     spread(ramps, usual, first, plane);
-    settleStrays(ramps, usual, first, plane->width, &labels);
+    Strays(image, ramps, first, plane).settle(usual);
     return first;
 }
 

@@ -83,9 +83,10 @@ bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 
 // A new label for every area, from plane->colours.size() on, with its stand-in's colour: its
-// pixels, and the soft ones beside them that were taken for the stand-in. Areas beyond the most
-// labels that there can be keep their stand-ins' labels. Returns the first label.
-std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane);
+// pixels, and the soft ones beside them that were taken for the stand-in. Others that were take the
+// colour that they have in `image`, which is flat. Areas beyond the most labels that there can be
+// keep their stand-ins' labels. Returns the first label.
+std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plane);
 
 // Mixtures that took a colour which the picture with its ramps does not have there: they go to what
 // explains them better, of the labels near them. `first` is the first label of a ramp.

@@ -211,7 +211,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     LabelPlane plane
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
-    const std::size_t firstRamp = labelRamps(ramps, &plane);
+    const std::size_t firstRamp = labelRamps(image, ramps, &plane);
     if (flat && !ramps.areas.empty())
         settleMixtures(ramps, firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
