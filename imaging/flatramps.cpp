@@ -90,7 +90,7 @@ private:
                 for (std::size_t k = 0; k < count; ++k) {
                     uint16_t one = 0;
                     uint16_t every = 0xFFFFu;
-                    for (std::size_t i = 0; i <= 2 * kBeside; ++i) {
+                    for (std::size_t i = 0; i <= std::size_t(2 * kBeside); ++i) {
                         one = uint16_t(one | any[k + i]);
                         every = uint16_t(every & all[k + i]);
                     }

@@ -43,7 +43,7 @@ struct ColourBox
     {
         bool isWithin = true;
         for (std::size_t c = 0; c < 3; ++c)
-            isWithin &= (tile.colour[c] >= least[c]) & (tile.colour[c] <= most[c]);
+            isWithin = isWithin && tile.colour[c] >= least[c] && tile.colour[c] <= most[c];
         return isWithin;
     }
 
