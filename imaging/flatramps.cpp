@@ -9,8 +9,8 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <iterator>
 #include <limits>
+#include <optional>
 
 namespace ztrace {
 
@@ -24,6 +24,7 @@ const int kBeside = 3;        // pixels from a ramp whose colours its stand-in h
 const int kApart = 96;        // hueDistance of a stand-in from these, where one has it
 const int kSteps = 4;         // of a channel of other stand-ins
 const double kLeastShare = 0.002; // of the pixels beside a ramp: fewer of a colour are soft edges
+const int kRowsElsewhere = 400;   // that colours are looked for in, of large pictures every few
 const double kOffLine = 0.2;  // part of the way from ramp to ink that a mixture may be beside it
 const double kOffNoise = 8.0; // of a channel; the same
 
@@ -31,59 +32,113 @@ class Flattening
 {
 public:
     Flattening(SoftPixels s, Ramps *r, QImage *i)
-        : soft(s), ramps(*r), image(*i), source(*i), width(i->width()), height(i->height()),
-          before(r->ofPixel)
-    {
-        source.detach();
-    }
+        : soft(s), ramps(*r), image(*i), width(i->width()), height(i->height()),
+          before(r->ofPixel.data()), words(row(*i, 0)),
+          wordsOfRow(std::size_t(i->bytesPerLine()) / sizeof(QRgb))
+    { }
 
+    // All soft pixels are found before the first is written.
     void run()
     {
-        findColumnsNear();
+        findBorders();
         chooseStandIns();
-        for (int y = 0; y < height; ++y) {
-            const Columns near = columnsNear[std::size_t(y)];
-            QRgb *words = reinterpret_cast<QRgb *>(image.scanLine(y));
-            for (int x = near.first; x < near.end; ++x) {
-                const uint16_t own = at(x, y);
-                if (own != 0)
-                    words[x] = ramps.areas[own - 1u].standIn;
-                else if (qAlpha(words[x]) == 255)
-                    words[x] = softened(x, y);
-            }
+        for (uint32_t place : borders) {
+            const int x = int(place % uint32_t(width));
+            const int y = int(place / uint32_t(width));
+            if (at(x, y) == 0 && qAlpha(wordAt(x, y)) == 255)
+                soften(x, y);
+        }
+        writeStandIns();
+        for (const Change &change : changes) {
+            const std::size_t place
+                = std::size_t(change.y) * std::size_t(width) + std::size_t(change.x);
+            reinterpret_cast<QRgb *>(image.scanLine(change.y))[change.x] = change.word;
+            ramps.mixtures.push_back({ uint32_t(place), change.before });
+            ramps.ofPixel[place] = change.number;
         }
     }
 
 private:
+    struct Change
+    {
+        int x;
+        int y;
+        QRgb before;
+        QRgb word;
+        uint16_t number; // of the ramp that it is of now
+    };
+
     uint16_t at(int x, int y) const
     {
         return before[std::size_t(y) * std::size_t(width) + std::size_t(x)];
     }
 
-    // Of a row: those between which all pixels near to ramps are.
-    struct Columns
-    {
-        int first;
-        int end;
-    };
+    QRgb wordAt(int x, int y) const { return words[std::size_t(y) * wordsOfRow + std::size_t(x)]; }
 
-    void findColumnsNear()
+    // Pixels with another number in the square of kBeside around them: the bits that one of the
+    // square has, and those that all have, first down the columns and then across.
+    void findBorders()
     {
-        columnsNear.assign(std::size_t(height), { width, 0 });
-        const int reach = std::max(kBeside, kSoft);
+        std::vector<uint16_t> any;
+        std::vector<uint16_t> all;
+        std::vector<uint16_t> differs;
         for (int y = 0; y < height; ++y) {
-            const auto begin = before.begin() + std::ptrdiff_t(y) * width;
-            const auto isRamp = [](uint16_t number) { return number != 0; };
-            const auto first = std::find_if(begin, begin + width, isRamp);
-            if (first == begin + width)
-                continue;
-            const auto last = std::find_if(std::make_reverse_iterator(begin + width),
-                                           std::make_reverse_iterator(begin), isRamp);
-            const int left = std::max(0, int(first - begin) - reach);
-            const int right = std::min(width, int(last.base() - begin) + reach);
-            for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
-                Columns &near = columnsNear[std::size_t(j)];
-                near = { std::min(near.first, left), std::max(near.end, right) };
+            ramps.cells.forEachStretch(y, [&](int first, int end) {
+                sumUpColumns(y, first, end, &any, &all);
+                const std::size_t count = std::size_t(end - first);
+                differs.resize(count);
+                for (std::size_t k = 0; k < count; ++k) {
+                    uint16_t one = 0;
+                    uint16_t every = 0xFFFFu;
+                    for (std::size_t i = 0; i <= std::size_t(2 * kBeside); ++i) {
+                        one = uint16_t(one | any[k + i]);
+                        every = uint16_t(every & all[k + i]);
+                    }
+                    differs[k] = one ^ every;
+                }
+                const uint32_t place = uint32_t(y) * uint32_t(width) + uint32_t(first);
+                for (std::size_t k = 0; k < count; ++k) {
+                    if (differs[k] != 0)
+                        borders.push_back(place + uint32_t(k));
+                }
+            });
+        }
+    }
+
+    // Of columns from kBeside before the first on; beyond the picture there is nothing.
+    void sumUpColumns(int y, int first, int end, std::vector<uint16_t> *any,
+                      std::vector<uint16_t> *all) const
+    {
+        any->assign(std::size_t(end - first + 2 * kBeside), 0);
+        all->assign(any->size(), 0xFFFFu);
+        const int left = std::max(0, first - kBeside);
+        const std::size_t count = std::size_t(std::min(width, end + kBeside) - left);
+        uint16_t *one = any->data() + (left - first + kBeside);
+        uint16_t *every = all->data() + (left - first + kBeside);
+        for (int j = std::max(0, y - kBeside); j <= std::min(height - 1, y + kBeside); ++j) {
+            const uint16_t *numbers
+                = before + std::size_t(j) * std::size_t(width) + std::size_t(left);
+            for (std::size_t k = 0; k < count; ++k) {
+                one[k] = uint16_t(one[k] | numbers[k]);
+                every[k] = uint16_t(every[k] & numbers[k]);
+            }
+        }
+    }
+
+    void writeStandIns()
+    {
+        for (int y = 0; y < height; ++y) {
+            const uint16_t *numbers = before + std::size_t(y) * std::size_t(width);
+            QRgb *line = nullptr;
+            for (int x = 0; x < width;) {
+                const int begin = x++;
+                while (x < width && numbers[x] == numbers[begin])
+                    ++x;
+                if (numbers[begin] == 0)
+                    continue;
+                if (!line)
+                    line = reinterpret_cast<QRgb *>(image.scanLine(y));
+                std::fill(line + begin, line + x, ramps.areas[numbers[begin] - 1u].standIn);
             }
         }
     }
@@ -108,41 +163,39 @@ private:
     std::vector<Beside> findBeside() const
     {
         std::vector<Beside> beside(ramps.areas.size());
-        for (int y = 0; y < height; ++y) {
-            const QRgb *words = row(source, y);
-            const Columns near = columnsNear[std::size_t(y)];
-            for (int x = near.first; x < near.end; ++x) {
-                const uint16_t own = at(x, y);
-                uint16_t last = 0;
-                for (int k = 0; k < 4 * kBeside; ++k) {
-                    const int across = (k & 1) * 2 - 1;
-                    const int stepX = k & 2 ? across : 0;
-                    const int stepY = k & 2 ? 0 : across;
-                    const int i = x + stepX * (kBeside - k / 4);
-                    const int j = y + stepY * (kBeside - k / 4);
-                    if (i < 0 || j < 0 || i >= width || j >= height)
-                        continue;
-                    const uint16_t other = at(i, j);
-                    if (other == 0 || other == own || other == last)
-                        continue;
-                    last = other;
-                    Beside &around = beside[other - 1u];
-                    if (own != 0) {
-                        if (std::find(around.ramps.begin(), around.ramps.end(), own)
-                            == around.ramps.end())
-                            around.ramps.push_back(own);
-                        continue;
-                    }
-                    const QRgb word = words[x];
-                    if (isShaded(word, row(source, j)[i], x - stepX * kPlateau,
-                                 y - stepY * kPlateau))
-                        continue;
-                    ++around.counts[cubeOf(word)];
-                    ++around.pixels;
-                }
-            }
-        }
+        for (uint32_t place : borders)
+            lookBeside(int(place % uint32_t(width)), int(place / uint32_t(width)), &beside);
         return beside;
+    }
+
+    void lookBeside(int x, int y, std::vector<Beside> *beside) const
+    {
+        const uint16_t own = at(x, y);
+        uint16_t last = 0;
+        for (int k = 0; k < 4 * kBeside; ++k) {
+            const int across = (k & 1) * 2 - 1;
+            const int stepX = k & 2 ? across : 0;
+            const int stepY = k & 2 ? 0 : across;
+            const int i = x + stepX * (kBeside - k / 4);
+            const int j = y + stepY * (kBeside - k / 4);
+            if (i < 0 || j < 0 || i >= width || j >= height)
+                continue;
+            const uint16_t other = at(i, j);
+            if (other == 0 || other == own || other == last)
+                continue;
+            last = other;
+            Beside &around = (*beside)[other - 1u];
+            if (own != 0) {
+                if (std::find(around.ramps.begin(), around.ramps.end(), own) == around.ramps.end())
+                    around.ramps.push_back(own);
+                continue;
+            }
+            const QRgb word = wordAt(x, y);
+            if (isShaded(word, wordAt(i, j), x - stepX * kPlateau, y - stepY * kPlateau))
+                continue;
+            ++around.counts[cubeOf(word)];
+            ++around.pixels;
+        }
     }
 
     static std::size_t cubeOf(QRgb word)
@@ -160,7 +213,7 @@ private:
     {
         if (x < 0 || y < 0 || x >= width || y >= height)
             return false;
-        const QRgb further = row(source, y)[x];
+        const QRgb further = wordAt(x, y);
         return hueDistance(word, further) > kClearly
             && hueDistance(further, ofRamp) > hueDistance(word, ofRamp);
     }
@@ -170,13 +223,15 @@ private:
     {
         std::vector<std::size_t> counts(4096, 0);
         std::size_t pixels = 0;
-        for (int y = 0; y < height; ++y) {
-            const QRgb *words = row(source, y);
-            for (int x = 0; x < width; ++x) {
-                if (at(x, y) != 0 || qAlpha(words[x]) != 255)
+        for (int y = 0; y < height; y += 1 + height / kRowsElsewhere) {
+            for (int x = 0; x < width;) {
+                const int begin = x++;
+                while (x < width && at(x, y) == at(begin, y) && wordAt(x, y) == wordAt(begin, y))
+                    ++x;
+                if (at(begin, y) != 0 || qAlpha(wordAt(begin, y)) != 255)
                     continue;
-                ++counts[cubeOf(words[x])];
-                ++pixels;
+                counts[cubeOf(wordAt(begin, y))] += std::size_t(x - begin);
+                pixels += std::size_t(x - begin);
             }
         }
         std::vector<QRgb> colours;
@@ -187,11 +242,12 @@ private:
         return colours;
     }
 
-    // The mean, where nothing beside the ramp is like it.
+    // The mean, where nothing beside the ramp is like it; else the colour that is farthest from all
+    // beside it and in the picture.
     void chooseStandIns()
     {
         const std::vector<Beside> beside = findBeside();
-        const std::vector<QRgb> elsewhere = coloursElsewhere();
+        std::optional<std::vector<QRgb>> elsewhere; // a look at all pixels: only where it is needed
         for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
             std::vector<QRgb> taken;
             for (std::size_t cube = 0; cube < beside[k].counts.size(); ++cube) {
@@ -202,7 +258,14 @@ private:
                 if (other <= k)
                     taken.push_back(ramps.areas[other - 1u].standIn);
             }
-            ramps.areas[k].standIn = apartFrom(taken, elsewhere, ramps.areas[k].mean);
+            ramps.areas[k].standIn = ramps.areas[k].mean;
+            const int apart = distanceTo(taken, ramps.areas[k].mean);
+            if (apart >= kApart)
+                continue;
+            if (!elsewhere)
+                elsewhere = coloursElsewhere();
+            taken.insert(taken.end(), elsewhere->begin(), elsewhere->end());
+            ramps.areas[k].standIn = apartFrom(taken, apart, ramps.areas[k].mean);
         }
     }
 
@@ -214,12 +277,10 @@ private:
         return least;
     }
 
-    static QRgb apartFrom(std::vector<QRgb> taken, const std::vector<QRgb> &elsewhere, QRgb mean)
+    // The mean, which is so far apart, or another colour.
+    static QRgb apartFrom(const std::vector<QRgb> &taken, int apart, QRgb mean)
     {
-        int most = distanceTo(taken, mean);
-        if (most >= kApart)
-            return mean;
-        taken.insert(taken.end(), elsewhere.begin(), elsewhere.end());
+        int most = apart;
         QRgb best = mean;
         for (int k = 0; k < kSteps * kSteps * kSteps && most < kApart; ++k) {
             const auto step = [](int part) { return part % kSteps * 255 / (kSteps - 1); };
@@ -243,7 +304,7 @@ private:
     };
 
     // A pixel beside a ramp that is a mixture of it with what lies over it, or with another ramp.
-    QRgb softened(int x, int y)
+    void soften(int x, int y)
     {
         uint16_t number = 0;
         int nearest = std::numeric_limits<int>::max();
@@ -254,23 +315,52 @@ private:
                 number = at(i, j);
             }
         });
-        const QRgb word = row(source, y)[x];
         if (number == 0)
-            return word;
+            return;
+        const QRgb word = wordAt(x, y);
         const RampArea &area = ramps.areas[number - 1u];
         const RampColour drawn = area.ramp.colourAt(x + 0.5, y + 0.5);
         const Ink ink = inkOf(x, y, number, drawn);
         const double share = shareOf(rampColourOf(word), drawn, ink);
         if (share < 0.0)
-            return word;
-        if (soft == SoftPixels::Mixed)
-            return mixed(rampColourOf(word), drawn, rampColourOf(area.standIn), ink, share);
-        if (share >= 0.5 && ink.number == 0)
-            return wordOf(ink.after);
-        const uint16_t own = share >= 0.5 ? ink.number : number;
-        ramps.ofPixel[std::size_t(y) * std::size_t(width) + std::size_t(x)] = own;
-        return ramps.areas[own - 1u].standIn;
+            return;
+        if (soft == SoftPixels::Mixed) {
+            const QRgb flat
+                = mixed(rampColourOf(word), drawn, rampColourOf(area.standIn), ink, share);
+            if (flat != word)
+                changes.push_back({ x, y, word, flat, 0 });
+        } else if (share >= 0.5 && ink.number == 0) {
+            changes.push_back({ x, y, word, wordOf(ink.after), 0 });
+        } else {
+            const uint16_t own = share >= 0.5 ? ink.number : number;
+            changes.push_back({ x, y, word, ramps.areas[own - 1u].standIn, own });
+        }
     }
+
+    // The pixel that is least like a colour, and how far others are from it: squared.
+    struct Sought
+    {
+        QRgb word = 0;
+        uint16_t number = 0;
+        int far = 0;
+        int further = 0;
+
+        void look(QRgb other, uint16_t otherNumber, QRgb own, bool isNear)
+        {
+            const int red = qRed(other) - qRed(own);
+            const int green = qGreen(other) - qGreen(own);
+            const int blue = qBlue(other) - qBlue(own);
+            const int distance = red * red + green * green + blue * blue;
+            if ((distance <= further && (!isNear || distance <= far)) || qAlpha(other) != 255)
+                return;
+            further = std::max(further, distance);
+            if (!isNear || distance <= far)
+                return;
+            far = distance;
+            word = other;
+            number = otherNumber;
+        }
+    };
 
     static double squaredBetween(const RampColour &a, const RampColour &b)
     {
@@ -284,25 +374,27 @@ private:
     // further away: there is a shade, not an edge.
     Ink inkOf(int x, int y, uint16_t number, const RampColour &drawn) const
     {
+        const int reach = kToInk + kPlateau;
+        const QRgb own = wordOf(drawn);
+        Sought sought;
+        for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
+            const std::size_t line = std::size_t(j);
+            const uint16_t *numbers = before + line * std::size_t(width);
+            const QRgb *colours = words + line * wordsOfRow;
+            const bool isNear = std::abs(j - y) <= kToInk;
+            for (int i = std::max(0, x - reach); i <= std::min(width - 1, x + reach); ++i) {
+                if (numbers[i] != number)
+                    sought.look(colours[i], numbers[i], own, isNear && std::abs(i - x) <= kToInk);
+            }
+        }
         Ink ink;
-        double further = 0.0;
-        forEachAround(x, y, kToInk + kPlateau, [&](int i, int j) {
-            const uint16_t other = at(i, j);
-            const QRgb word = row(source, j)[i];
-            if (other == number || qAlpha(word) != 255)
-                return;
-            const RampColour colour = rampColourOf(word);
-            const double far = squaredBetween(colour, drawn);
-            further = std::max(further, far);
-            if (far <= ink.far || std::abs(i - x) > kToInk || std::abs(j - y) > kToInk)
-                return;
-            ink.before = colour;
-            ink.after = other != 0 ? rampColourOf(ramps.areas[other - 1u].standIn) : colour;
-            ink.far = far;
-            ink.number = other;
-        });
-        if (further > kShading * kShading * ink.far)
-            ink.far = 0.0;
+        if (sought.far == 0 || sought.further > kShading * kShading * sought.far)
+            return ink;
+        ink.before = rampColourOf(sought.word);
+        ink.number = sought.number;
+        ink.after
+            = ink.number != 0 ? rampColourOf(ramps.areas[ink.number - 1u].standIn) : ink.before;
+        ink.far = squaredBetween(ink.before, drawn);
         return ink;
     }
 
@@ -337,11 +429,13 @@ private:
     const SoftPixels soft;
     Ramps &ramps;
     QImage &image;
-    QImage source; // as it was
     const int width;
     const int height;
-    const std::vector<uint16_t> before; // ramps of the pixels
-    std::vector<Columns> columnsNear;   // rows
+    const uint16_t *const before; // ramps of the pixels
+    const QRgb *const words;      // of the image, as it was
+    const std::size_t wordsOfRow;
+    std::vector<uint32_t> borders; // places from the top
+    std::vector<Change> changes;
 };
 
 } // namespace

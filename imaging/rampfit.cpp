@@ -2,6 +2,7 @@
 #include "rampfit.h"
 
 #include "colour.h"
+#include "ramphats.h"
 
 #include <algorithm>
 #include <array>
@@ -11,66 +12,25 @@ namespace ztrace {
 
 namespace {
 
-const std::size_t kMostTiles = 1500;  // that a fit looks at; more change angles below 0.01 degrees
+// Tiles that a fit looks at while a ramp grows, of larger ones every few: five times as many find
+// the same ramps. The last fit is of pixels.
+const std::size_t kMostTiles = 300;
 const std::size_t kMostPixels = 2000; // the same, one by one; four times as many take twice as long
-const int kSteps = 8;                 // of least squares
-const double kSettled = 1e-4;         // part of the error that a step has to take off
-const std::size_t kBins = 96;         // distances that colours are averaged over
+const int kSteps = 8;         // of least squares; with 3 a cartoon is 0.03 of CIE 1976 farther off
+const double kSettled = 1e-4; // part of the error that a step has to take off
+const std::size_t kBins = 96; // distances that colours are averaged over
 
-typedef std::array<std::array<double, kMostRampStops>, kMostRampStops> Matrix;
-
-// Solves for three right hand sides at once, in place; the matrix is symmetric and positive but for
-// rows that nothing is known of, which keep what is near them.
-void solve(std::size_t n, Matrix *m, std::array<RampColour, kMostRampStops> *right)
-{
-    for (std::size_t i = 0; i < n; ++i) {
-        const double pivot = (*m)[i][i];
-        for (std::size_t j = i + 1; j < n; ++j) {
-            const double factor = (*m)[j][i] / pivot;
-            for (std::size_t k = i; k < n; ++k)
-                (*m)[j][k] -= factor * (*m)[i][k];
-            for (std::size_t c = 0; c < 3; ++c)
-                (*right)[j][c] -= factor * (*right)[i][c];
-        }
-    }
-    for (std::size_t i = n; i-- > 0;) {
-        for (std::size_t c = 0; c < 3; ++c) {
-            double value = (*right)[i][c];
-            for (std::size_t k = i + 1; k < n; ++k)
-                value -= (*m)[i][k] * (*right)[k][c];
-            (*right)[i][c] = value / (*m)[i][i];
-        }
-    }
-}
-
-// Which two stops a distance lies between, and how near to the second.
-struct Between
-{
-    std::size_t first;
-    double share;
-};
-
-Between between(const std::vector<RampStop> &stops, double distance)
-{
-    std::size_t first = 0;
-    while (first + 2 < stops.size() && stops[first + 1].at < distance)
-        ++first;
-    return { first,
-             std::clamp((distance - stops[first].at) / (stops[first + 1].at - stops[first].at), 0.0,
-                        1.0) };
-}
+typedef std::vector<double> Distances; // of the samples, along the ramp
 
 // How the distance of a sample changes with the ramp's numbers: the angle, or the centre's x and y.
 typedef std::array<double, 2> Change;
 
-Change changeOf(const Ramp &ramp, const RampSample &sample)
+Change changeOf(const Ramp &ramp, const RampSample &sample, double distance)
 {
     if (!ramp.radial)
         return { { (sample.y - ramp.y) * ramp.alongX - (sample.x - ramp.x) * ramp.alongY, 0.0 } };
-    const double distance = std::max(1e-9,
-                                     std::sqrt((sample.x - ramp.x) * (sample.x - ramp.x)
-                                               + (sample.y - ramp.y) * (sample.y - ramp.y)));
-    return { { (ramp.x - sample.x) / distance, (ramp.y - sample.y) / distance } };
+    const double over = 1.0 / std::max(1e-9, distance);
+    return { { (ramp.x - sample.x) * over, (ramp.y - sample.y) * over } };
 }
 
 Ramp moved(const Ramp &ramp, const Change &step)
@@ -92,65 +52,85 @@ Ramp moved(const Ramp &ramp, const Change &step)
 class MeanChanges
 {
 public:
-    MeanChanges(const Ramp &ramp, const std::vector<RampSample> &samples)
+    explicit MeanChanges(const Ramp &ramp)
         : least(ramp.stops.front().at),
-          width(std::max(1e-9, ramp.stops.back().at - least) / double(kBins))
+          overWidth(double(kBins) / std::max(1e-9, ramp.stops.back().at - least))
+    { }
+
+    void add(double distance, const Change &change)
     {
-        for (const RampSample &sample : samples) {
-            Bin &bin = bins[binOf(ramp.distanceAt(sample.x, sample.y))];
-            const Change change = changeOf(ramp, sample);
-            bin.sum[0] += change[0];
-            bin.sum[1] += change[1];
-            bin.count += 1.0;
+        Bin &bin = bins[binOf(distance)];
+        bin.sum[0] += change[0];
+        bin.sum[1] += change[1];
+        bin.count += 1.0;
+    }
+
+    void finish()
+    {
+        for (Bin &bin : bins) {
+            for (double &sum : bin.sum)
+                sum /= std::max(1.0, bin.count);
         }
     }
 
-    Change beyondMean(const Ramp &ramp, const RampSample &sample) const
-    {
-        const Bin &bin = bins[binOf(ramp.distanceAt(sample.x, sample.y))];
-        const Change change = changeOf(ramp, sample);
-        return { { change[0] - bin.sum[0] / bin.count, change[1] - bin.sum[1] / bin.count } };
-    }
+    const Change &at(double distance) const { return bins[binOf(distance)].sum; }
 
 private:
     struct Bin
     {
-        Change sum = {};
+        Change sum = {}; // the mean, once it is finished
         double count = 0.0;
     };
 
     std::size_t binOf(double distance) const
     {
-        return std::size_t(std::clamp((distance - least) / width, 0.0, double(kBins - 1)));
+        return std::size_t(std::clamp((distance - least) * overWidth, 0.0, double(kBins - 1)));
     }
 
     double least;
-    double width;
+    double overWidth;
     std::array<Bin, kBins> bins;
 };
 
 // One step of least squares, from all samples; nothing where they tell none.
-Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples)
+Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples, const Distances &distances,
+              std::vector<Change> *changes)
 {
-    const MeanChanges means(ramp, samples);
+    MeanChanges means(ramp);
+    changes->resize(samples.size());
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+        (*changes)[k] = changeOf(ramp, samples[k], distances[k]);
+        means.add(distances[k], (*changes)[k]);
+    }
+    means.finish();
+    std::array<RampColour, kMostRampStops> slopes = {};
+    for (std::size_t k = 0; k + 1 < ramp.stops.size(); ++k) {
+        const double over = 1.0 / (ramp.stops[k + 1].at - ramp.stops[k].at);
+        for (std::size_t c = 0; c < 3; ++c)
+            slopes[k][c] = over * (ramp.stops[k + 1].colour[c] - ramp.stops[k].colour[c]);
+    }
     std::array<double, 3> square = {}; // of the changes of the colours
     Change right = {};
-    for (const RampSample &sample : samples) {
-        const double distance = ramp.distanceAt(sample.x, sample.y);
-        const Between place = between(ramp.stops, distance);
-        const RampStop &a = ramp.stops[place.first];
-        const RampStop &b = ramp.stops[place.first + 1];
-        const Change change = means.beyondMean(ramp, sample);
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+        std::size_t first = 0;
+        while (first + 2 < ramp.stops.size() && ramp.stops[first + 1].at < distances[k])
+            ++first;
+        const RampStop &stop = ramp.stops[first];
+        const double along = distances[k] - stop.at;
+        const Change &mean = means.at(distances[k]);
+        const double change[2] = { (*changes)[k][0] - mean[0], (*changes)[k][1] - mean[1] };
+        double steep = 0.0;
+        double rests = 0.0;
         for (std::size_t c = 0; c < 3; ++c) {
-            const double slope = (b.colour[c] - a.colour[c]) / (b.at - a.at);
-            const double rest
-                = sample.colour[c] - a.colour[c] - place.share * (b.colour[c] - a.colour[c]);
-            square[0] += slope * slope * change[0] * change[0];
-            square[1] += slope * slope * change[0] * change[1];
-            square[2] += slope * slope * change[1] * change[1];
-            right[0] += slope * rest * change[0];
-            right[1] += slope * rest * change[1];
+            const double slope = slopes[first][c];
+            steep += slope * slope;
+            rests += slope * (samples[k].colour[c] - stop.colour[c] - along * slope);
         }
+        square[0] += steep * change[0] * change[0];
+        square[1] += steep * change[0] * change[1];
+        square[2] += steep * change[1] * change[1];
+        right[0] += rests * change[0];
+        right[1] += rests * change[1];
     }
     if (!ramp.radial)
         return { { square[0] > 0.0 ? right[0] / square[0] : 0.0, 0.0 } };
@@ -159,6 +139,41 @@ Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples)
         return {};
     return { { (right[0] * square[2] - right[1] * square[1]) / determinant,
                (right[1] * square[0] - right[0] * square[1]) / determinant } };
+}
+
+// The best colours at the ramp's own place. Returns the mean squared difference of a channel. Two
+// stops, which most ramps have, come from sums that need no second look at the samples.
+double fitColours(const std::vector<RampSample> &samples, const std::vector<double> &inner,
+                  Distances *distances, Ramp *ramp)
+{
+    distances->resize(samples.size());
+    RampRange range = { 1e300, -1e300 };
+    const double from = ramp->distanceAt(samples[0].x, samples[0].y); // small numbers are exact
+    RampMoments moments;
+    double squares = 0.0;
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+        const double distance = ramp->distanceAt(samples[k].x, samples[k].y);
+        (*distances)[k] = distance;
+        range.least = std::min(range.least, distance);
+        range.most = std::max(range.most, distance);
+        moments.add(distance - from, samples[k].colour);
+        for (double value : samples[k].colour)
+            squares += value * value;
+    }
+    range.most = std::max(range.most, range.least + 1e-6);
+    if (inner.empty()) {
+        RampHats hats({ range.least - from, range.most - from }, inner);
+        hats.add(0, moments);
+        hats.addSquares(squares);
+        const double error = hats.solve(&ramp->stops);
+        for (RampStop &stop : ramp->stops)
+            stop.at += from;
+        return error;
+    }
+    RampHats hats(range, inner);
+    for (std::size_t k = 0; k < samples.size(); ++k)
+        hats.add((*distances)[k], samples[k].colour);
+    return hats.solve(&ramp->stops);
 }
 
 } // namespace
@@ -172,9 +187,10 @@ std::array<RampSample, 4> samplesOf(const RampTiles &tiles, std::size_t place)
     for (std::size_t k = 0; k < samples.size(); ++k) {
         const double dx = k % 2 == 0 ? -offset : offset;
         const double dy = k / 2 == 0 ? -offset : offset;
-        samples[k] = { tiles.middleX(place) + dx, tiles.middleY(place) + dy, tile.colour };
+        samples[k] = { tiles.middleX(place) + dx, tiles.middleY(place) + dy, {} };
         for (std::size_t c = 0; c < 3; ++c)
-            samples[k].colour[c] += dx * tile.slopeX[c] + dy * tile.slopeY[c];
+            samples[k].colour[c] = double(tile.colour[c]) + dx * double(tile.slopeX[c])
+                + dy * double(tile.slopeY[c]);
     }
     return samples;
 }
@@ -232,70 +248,31 @@ RampRange rangeOf(const Ramp &ramp, const std::vector<RampSample> &samples)
     return range;
 }
 
-void fitStops(const std::vector<RampSample> &samples, const std::vector<double> &inner, Ramp *ramp)
+double refineRamp(const std::vector<RampSample> &samples, const std::vector<double> &inner,
+                  Ramp *ramp)
 {
-    const RampRange range = rangeOf(*ramp, samples);
-    ramp->stops.assign(1, { range.least, {} });
-    for (double at : inner) {
-        if (at > ramp->stops.back().at + 1.0 && at < range.most - 1.0
-            && ramp->stops.size() + 1 < kMostRampStops)
-            ramp->stops.push_back({ at, {} });
-    }
-    ramp->stops.push_back({ range.most, {} });
-    Matrix matrix = {};
-    std::array<RampColour, kMostRampStops> right = {};
-    for (const RampSample &sample : samples) {
-        const Between place = between(ramp->stops, ramp->distanceAt(sample.x, sample.y));
-        const std::size_t i = place.first;
-        const double a = 1.0 - place.share;
-        const double b = place.share;
-        matrix[i][i] += a * a;
-        matrix[i][i + 1] += a * b;
-        matrix[i + 1][i] += a * b;
-        matrix[i + 1][i + 1] += b * b;
-        for (std::size_t c = 0; c < 3; ++c) {
-            right[i][c] += a * sample.colour[c];
-            right[i + 1][c] += b * sample.colour[c];
-        }
-    }
-    // A stop that nothing is near to goes between its neighbours.
-    const double weak = 1e-6 * double(samples.size());
-    for (std::size_t i = 0; i < ramp->stops.size(); ++i) {
-        matrix[i][i] += weak;
-        if (i > 0)
-            matrix[i][i - 1] -= weak;
-        if (i > 0)
-            matrix[i - 1][i] -= weak;
-        if (i > 0 && i + 1 < ramp->stops.size())
-            matrix[i][i] += weak;
-    }
-    solve(ramp->stops.size(), &matrix, &right);
-    for (std::size_t i = 0; i < ramp->stops.size(); ++i)
-        ramp->stops[i].colour = right[i];
-}
-
-void refineRamp(const std::vector<RampSample> &samples, const std::vector<double> &inner,
-                Ramp *ramp)
-{
-    fitStops(samples, inner, ramp);
-    double error = errorOf(*ramp, samples);
+    Distances distances;
+    Distances others;
+    std::vector<Change> changes;
+    double error = fitColours(samples, inner, &distances, ramp);
     for (int step = 0; step < kSteps; ++step) {
-        Change change = stepOf(*ramp, samples);
+        Change change = stepOf(*ramp, samples, distances, &changes);
         bool better = false;
         for (int halving = 0; halving < 3 && !better; ++halving) {
             Ramp other = moved(*ramp, change);
-            fitStops(samples, inner, &other);
-            const double less = errorOf(other, samples);
+            const double less = fitColours(samples, inner, &others, &other);
             better = less < error * (1.0 - kSettled);
             if (better) {
                 *ramp = other;
+                distances.swap(others);
                 error = less;
             }
             change = { { 0.5 * change[0], 0.5 * change[1] } };
         }
         if (!better)
-            return;
+            break;
     }
+    return error;
 }
 
 Ramp fitLinear(const std::vector<RampSample> &samples)
@@ -357,8 +334,8 @@ Ramp fitRadial(const RampTiles &tiles, const std::vector<std::size_t> &members,
     for (std::size_t member : members) {
         const RampTile &tile = tiles.tiles[member];
         for (std::size_t c = 0; c < 3; ++c) {
-            const double nx = -tile.slopeY[c];
-            const double ny = tile.slopeX[c];
+            const double nx = -double(tile.slopeY[c]);
+            const double ny = double(tile.slopeX[c]);
             const double at = nx * tiles.middleX(member) + ny * tiles.middleY(member);
             xx += nx * nx;
             xy += nx * ny;

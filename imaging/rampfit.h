@@ -41,14 +41,11 @@ struct RampRange
 };
 RampRange rangeOf(const Ramp &ramp, const std::vector<RampSample> &samples);
 
-// The best colours for the ramp's own place, with stops at the ends of the samples and at `inner`,
-// in order, between them.
-void fitStops(const std::vector<RampSample> &samples, const std::vector<double> &inner, Ramp *ramp);
-
-// Colours by fitStops, and the angle or the centre by a few steps of least squares from where they
-// are.
-void refineRamp(const std::vector<RampSample> &samples, const std::vector<double> &inner,
-                Ramp *ramp);
+// Colours by least squares on hats between stops, and the angle or the centre by a few steps of
+// least squares from where they are. Stops are at the ends of the samples and at `inner`, in order,
+// between them. Returns the mean squared difference of a channel.
+double refineRamp(const std::vector<RampSample> &samples, const std::vector<double> &inner,
+                  Ramp *ramp);
 
 // Of two stops; at least three samples that are not on one line.
 Ramp fitLinear(const std::vector<RampSample> &samples);
@@ -59,7 +56,8 @@ Ramp fitRadial(const RampTiles &tiles, const std::vector<std::size_t> &members,
 // The colours go on as they do at the ends, for so many pixels.
 void extendEnds(double before, double after, Ramp *ramp);
 
-// Every inner stop in turn goes where it leaves less, by steps that become shorter.
+// Every inner stop in turn goes where it leaves less, by steps that become shorter; the ramp's
+// place stays.
 void settleStops(const std::vector<RampSample> &samples, const Ramp &ramp,
                  std::vector<double> *inner);
 

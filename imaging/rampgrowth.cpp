@@ -2,6 +2,7 @@
 #include "rampgrowth.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace ztrace {
@@ -51,10 +52,11 @@ private:
 
     bool isFlat(const RampTile &tile) const
     {
-        double most = 0.0;
+        float most = 0.0f; // squared
         for (std::size_t c = 0; c < 3; ++c)
-            most = std::max(most, std::hypot(tile.slopeX[c], tile.slopeY[c]));
-        return most * tiles.side < kFlat;
+            most
+                = std::max(most, tile.slopeX[c] * tile.slopeX[c] + tile.slopeY[c] * tile.slopeY[c]);
+        return double(most) * tiles.side * tiles.side < kFlat * kFlat;
     }
 
     // The middle of three by three tiles on one plane.
@@ -63,24 +65,20 @@ private:
         const std::size_t columns = std::size_t(tiles.columns);
         const std::size_t x = tile % columns;
         const std::size_t y = tile / columns;
-        if (tried[tile] || x == 0 || y == 0 || x + 1 >= columns || y + 1 >= std::size_t(tiles.rows)
-            || isFlat(tiles.tiles[tile]))
+        if (isFlat(tiles.tiles[tile]) || tried[tile] || x == 0 || y == 0 || x + 1 >= columns
+            || y + 1 >= std::size_t(tiles.rows))
             return false;
-        for (std::size_t other : around(tile)) {
-            if (!isOpen(other))
-                return false;
-        }
-        return true;
+        const std::array<std::size_t, 9> nine = around(tile);
+        return std::all_of(nine.begin(), nine.end(),
+                           [this](std::size_t other) { return isOpen(other); });
     }
 
-    std::vector<std::size_t> around(std::size_t tile) const
+    std::array<std::size_t, 9> around(std::size_t tile) const
     {
         const std::size_t columns = std::size_t(tiles.columns);
-        std::vector<std::size_t> nine;
-        for (std::size_t y = 0; y < 3; ++y) {
-            for (std::size_t x = 0; x < 3; ++x)
-                nine.push_back(tile + (y * columns) + x - columns - 1);
-        }
+        std::array<std::size_t, 9> nine = {};
+        for (std::size_t k = 0; k < nine.size(); ++k)
+            nine[k] = tile + (k / 3 * columns) + k % 3 - columns - 1;
         return nine;
     }
 
@@ -121,9 +119,11 @@ private:
     GrownRamp grow(std::size_t seed)
     {
         GrownRamp grown;
-        grown.members = around(seed);
-        grown.ramp = fitLinear(samplesOf(tiles, grown.members));
-        if (errorOf(grown.ramp, samplesOf(tiles, grown.members)) > tolerance * tolerance)
+        const std::array<std::size_t, 9> nine = around(seed);
+        grown.members.assign(nine.begin(), nine.end());
+        const std::vector<RampSample> samples = samplesOf(tiles, grown.members);
+        grown.ramp = fitLinear(samples);
+        if (errorOf(grown.ramp, samples) > tolerance * tolerance)
             return GrownRamp();
         std::vector<double> inner;
         for (int pass = 0; pass < kMostPasses; ++pass) {
@@ -146,12 +146,31 @@ private:
     void fit(const std::vector<double> &inner, GrownRamp *grown) const
     {
         const std::vector<RampSample> samples = samplesOf(tiles, grown->members);
-        refineRamp(samples, inner, &grown->ramp);
+        const double error = refineRamp(samples, inner, &grown->ramp);
         if (grown->ramp.radial || !inner.empty())
             return;
         const Ramp round = fitRadial(tiles, grown->members, samples);
-        if (errorOf(round, samples) < kRounder * errorOf(grown->ramp, samples))
+        if (errorOf(round, samples) < kRounder * error)
             grown->ramp = round;
+    }
+
+    // Of the samples of all members. Fits look at every few; here one tile at an end tells.
+    RampRange rangeOfMembers(const GrownRamp &grown) const
+    {
+        RampRange range = { 1e300, -1e300 };
+        for (std::size_t member : grown.members) {
+            const double x = tiles.middleX(member);
+            const double y = tiles.middleY(member);
+            const double distance = grown.ramp.distanceAt(x, y);
+            if (distance - tiles.side > range.least && distance + tiles.side < range.most)
+                continue;
+            for (const RampSample &sample : samplesOf(tiles, member)) {
+                const double at = grown.ramp.distanceAt(sample.x, sample.y);
+                range.least = std::min(range.least, at);
+                range.most = std::max(range.most, at);
+            }
+        }
+        return range;
     }
 
     // Beyond a bend of the colours, at either end: the tiles there become members, and the bend a
@@ -161,7 +180,7 @@ private:
         if (inner->size() + 2 >= kMostRampStops)
             return false;
         const std::size_t before = grown->members.size();
-        const RampRange range = rangeOf(grown->ramp, samplesOf(tiles, grown->members));
+        const RampRange range = rangeOfMembers(*grown);
         std::vector<std::size_t> beyond[2];
         ++serial;
         for (std::size_t member : grown->members)
@@ -213,10 +232,12 @@ private:
         const double alongX = ramp.radial ? (x - ramp.x) / distance : ramp.alongX;
         const double alongY = ramp.radial ? (y - ramp.y) / distance : ramp.alongY;
         for (std::size_t c = 0; c < 3; ++c) {
-            const double across = tile.slopeX[c] * alongY - tile.slopeY[c] * alongX;
-            const double here = tile.slopeX[c] * stepX + tile.slopeY[c] * stepY;
-            const double there = from.slopeX[c] * stepX + from.slopeY[c] * stepY;
-            const double jump = tile.colour[c] - from.colour[c] - 0.5 * (here + there);
+            const double slopeX = double(tile.slopeX[c]);
+            const double slopeY = double(tile.slopeY[c]);
+            const double across = slopeX * alongY - slopeY * alongX;
+            const double here = slopeX * stepX + slopeY * stepY;
+            const double there = double(from.slopeX[c]) * stepX + double(from.slopeY[c]) * stepY;
+            const double jump = double(tile.colour[c] - from.colour[c]) - 0.5 * (here + there);
             // A bend between the two may be at the end of either.
             const double loose = tolerance + 0.25 * std::fabs(here - there);
             if (std::fabs(across) * tiles.side > tolerance || std::fabs(jump) > loose)
@@ -241,8 +262,40 @@ double toleranceOf(const RampTiles &tiles)
     return kTolerance + kNoises * std::sqrt(3.0) * tiles.noise / tiles.side;
 }
 
+namespace {
+
+// The same where the ramp is a plane all over the tile: what differs there is a plane too, and the
+// mean of its squares at the samples is that of its middle and its two slopes.
+double differenceOfPlanes(const RampTile &tile, const Ramp &ramp, std::size_t first,
+                          double distance, double squaredOffset)
+{
+    const RampStop &a = ramp.stops[first];
+    const RampStop &b = ramp.stops[first + 1];
+    const double over = 1.0 / (b.at - a.at);
+    double error = 0.0;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const double slope = over * (b.colour[c] - a.colour[c]);
+        const double middle = a.colour[c] + slope * (distance - a.at) - double(tile.colour[c]);
+        const double alongX = slope * ramp.alongX - double(tile.slopeX[c]);
+        const double alongY = slope * ramp.alongY - double(tile.slopeY[c]);
+        error += middle * middle + squaredOffset * (alongX * alongX + alongY * alongY);
+    }
+    return std::sqrt(error / 3.0);
+}
+
+} // namespace
+
 double differenceOf(const RampTiles &tiles, std::size_t tile, const Ramp &ramp)
 {
+    const double distance = ramp.distanceAt(tiles.middleX(tile), tiles.middleY(tile));
+    if (!ramp.radial) {
+        const double reach = tiles.side; // of the samples, and more
+        for (std::size_t k = 0; k + 1 < ramp.stops.size(); ++k) {
+            if (distance - reach > ramp.stops[k].at && distance + reach < ramp.stops[k + 1].at)
+                return differenceOfPlanes(tiles.tiles[tile], ramp, k, distance,
+                                          (double(tiles.side) * tiles.side - 1.0) / 12.0);
+        }
+    }
     double error = 0.0;
     for (const RampSample &sample : samplesOf(tiles, tile)) {
         const RampColour colour = ramp.colourAt(sample.x, sample.y);

@@ -4,10 +4,12 @@
 #include "ramps.h"
 
 #include "colour.h"
+#include "oklab.h"
 #include "spread.h"
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace ztrace {
 
@@ -19,72 +21,181 @@ const int kToLabel = 2; // pixels from a mixture to what it may belong to
 // thin stroke is as far from what is beside it.
 const double kBetter = 0.4;
 
-// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: they go
-// to the nearest ramp.
-void settleStrays(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size_t first,
-                  int width, std::vector<uint16_t> *labels)
+// Labels of stand-ins that are no colours of the picture, and hang together with no ramp: what they
+// are drawn in would be seen. They go to the nearest ramp, or to the picture's colour that is
+// nearest to their own where that is nearer than the ramp's.
+class Strays
 {
-    std::vector<bool> isStrange(first, false);
-    for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
-        if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) > kClearly)
-            isStrange[usual[k]] = true;
-    }
-    const int height = int(labels->size() / std::size_t(width));
-    const auto at
-        = [width](int x, int y) { return std::size_t(y) * std::size_t(width) + std::size_t(x); };
-    const auto isStray = [&](std::size_t place) {
-        return (*labels)[place] < first && isStrange[(*labels)[place]];
-    };
-    const std::vector<uint16_t> before = *labels;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            if (!isStray(at(x, y)))
+public:
+    Strays(const QImage &i, const Ramps &r, std::size_t f, LabelPlane *p)
+        : image(i), ramps(r), first(f), plane(*p), width(std::size_t(p->width)),
+          isStrange(p->colours.size(), 0)
+    { }
+
+    void settle(const std::vector<std::size_t> &usual)
+    {
+        bool isAny = false;
+        for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
+            if (hueDistance(ramps.areas[k].standIn, ramps.areas[k].mean) <= kClearly)
                 continue;
-            int nearest = std::numeric_limits<int>::max();
-            for (int j = std::max(0, y - kToRamp); j <= std::min(height - 1, y + kToRamp); ++j) {
-                for (int i = std::max(0, x - kToRamp); i <= std::min(width - 1, x + kToRamp); ++i) {
-                    const int distance = (i - x) * (i - x) + (j - y) * (j - y);
-                    if (before[at(i, j)] >= first && distance < nearest) {
-                        nearest = distance;
-                        (*labels)[at(x, y)] = before[at(i, j)];
-                    }
+            isStrange[usual[k]] = 1;
+            isAny = true;
+        }
+        if (!isAny)
+            return;
+        for (std::size_t k = 0; k < plane.labels.size(); ++k) {
+            if (isStrange[plane.labels[k]] != 0)
+                places.push_back(k);
+        }
+        findRamps();
+        for (std::size_t label = 0; label < first; ++label)
+            seenColours.push_back(oklabOf(plane.colours[label]));
+        std::vector<uint16_t> settled;
+        for (std::size_t k = 0; k < places.size(); ++k)
+            settled.push_back(labelOf(places[k], nearest[k]));
+        for (std::size_t k = 0; k < places.size(); ++k)
+            plane.labels[places[k]] = settled[k];
+    }
+
+private:
+    // Those near to a ramp, and then those beside them.
+    void findRamps()
+    {
+        std::vector<std::size_t> reached;
+        for (std::size_t place : places) {
+            nearest.push_back(rampNear(place));
+            if (nearest.back() != 0)
+                reached.push_back(nearest.size() - 1);
+        }
+        for (std::size_t k = 0; k < reached.size(); ++k) {
+            const std::size_t from = places[reached[k]];
+            const auto look = [&](std::size_t place) {
+                const auto stray = std::lower_bound(places.begin(), places.end(), place);
+                if (stray == places.end() || *stray != place)
+                    return;
+                const std::size_t other = std::size_t(stray - places.begin());
+                if (nearest[other] != 0)
+                    return;
+                nearest[other] = nearest[reached[k]];
+                reached.push_back(other);
+            };
+            if (from % width > 0)
+                look(from - 1);
+            if (from % width + 1 < width)
+                look(from + 1);
+            if (from >= width)
+                look(from - width);
+            look(from + width);
+        }
+    }
+
+    // The label of the nearest ramp within kToRamp, or 0.
+    uint16_t rampNear(std::size_t place) const
+    {
+        const int x = int(place % width);
+        const int y = int(place / width);
+        int least = std::numeric_limits<int>::max();
+        uint16_t label = 0;
+        for (int j = std::max(0, y - kToRamp); j <= std::min(plane.height - 1, y + kToRamp); ++j) {
+            for (int i = std::max(0, x - kToRamp); i <= std::min(plane.width - 1, x + kToRamp);
+                 ++i) {
+                const uint16_t other = plane.labels[std::size_t(j) * width + std::size_t(i)];
+                const int distance = (i - x) * (i - x) + (j - y) * (j - y);
+                if (other >= first && distance < least) {
+                    least = distance;
+                    label = other;
                 }
             }
         }
+        return label;
     }
-}
 
-} // namespace
+    // A mixture has a colour of its own only by chance: it is the ramp's.
+    uint16_t labelOf(std::size_t place, uint16_t ramp) const
+    {
+        if (ramp != 0 && isMixture(place))
+            return ramp;
+        const int x = int(place % width);
+        const int y = int(place / width);
+        const QRgb word = row(image, y)[x];
+        const Oklab own = oklabOf(word);
+        uint16_t best = plane.labels[place];
+        float least = std::numeric_limits<float>::max();
+        if (ramp != 0) {
+            best = ramp;
+            least = seenDistance(
+                own, oklabOf(wordOf(ramps.areas[ramp - first].ramp.colourAt(x + 0.5, y + 0.5))));
+        }
+        for (std::size_t label = 0; label < first; ++label) {
+            if (isStrange[label] != 0 || seenColours[label].alpha != qAlpha(word))
+                continue;
+            const float distance = seenDistance(own, seenColours[label]);
+            if (distance < least) {
+                least = distance;
+                best = uint16_t(label);
+            }
+        }
+        return best;
+    }
 
-std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
+    bool isMixture(std::size_t place) const
+    {
+        const auto mixture = std::lower_bound(
+            ramps.mixtures.begin(), ramps.mixtures.end(), place,
+            [](const RampMixture &other, std::size_t sought) { return other.place < sought; });
+        return mixture != ramps.mixtures.end() && mixture->place == place;
+    }
+
+    const QImage &image;
+    const Ramps &ramps;
+    const std::size_t first;
+    LabelPlane &plane;
+    const std::size_t width;
+    std::vector<uint8_t> isStrange;  // labels
+    std::vector<Oklab> seenColours;  // of labels before the ramps'
+    std::vector<std::size_t> places; // of the strays, from the top
+    std::vector<uint16_t> nearest;   // their ramps' labels, 0: none
+};
+
+// The label that most pixels of each ramp have.
+std::vector<std::size_t> usualLabels(const Ramps &ramps, const LabelPlane &plane, std::size_t first)
 {
-    const std::size_t first = plane->colours.size();
-    if (first + ramps.areas.size() > kMostColoursOfPlane || ramps.areas.empty())
-        return first;
-    // The label that most pixels of a ramp have.
-    std::vector<std::vector<uint32_t>> counts(ramps.areas.size());
-    for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k) {
-        if (ramps.ofPixel[k] == 0)
-            continue;
-        std::vector<uint32_t> &own = counts[ramps.ofPixel[k] - 1u];
+    std::vector<std::vector<std::size_t>> counts(ramps.areas.size());
+    for (std::vector<std::size_t> &own : counts)
         own.resize(first, 0);
-        ++own[plane->labels[k]];
+    const std::size_t pixels = ramps.ofPixel.size();
+    for (std::size_t begin = 0; begin < pixels;) {
+        const uint16_t number = ramps.ofPixel[begin];
+        const uint16_t label = plane.labels[begin];
+        std::size_t end = begin + 1;
+        while (end < pixels && ramps.ofPixel[end] == number && plane.labels[end] == label)
+            ++end;
+        if (number != 0)
+            counts[number - 1u][label] += end - begin;
+        begin = end;
     }
     std::vector<std::size_t> usual;
-    for (const std::vector<uint32_t> &own : counts)
+    for (const std::vector<std::size_t> &own : counts)
         usual.push_back(std::size_t(std::max_element(own.begin(), own.end()) - own.begin()));
-    for (const RampArea &area : ramps.areas)
-        plane->colours.push_back(area.standIn);
-    // What looks like the stand-in and hangs together with the ramp is of the ramp.
-    std::vector<uint32_t> reached;
-    std::vector<uint16_t> labels = plane->labels;
-    for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k) {
-        if (ramps.ofPixel[k] == 0)
-            continue;
-        labels[k] = uint16_t(first + ramps.ofPixel[k] - 1u);
-        reached.push_back(uint32_t(k));
-    }
+    return usual;
+}
+
+// What looks like the stand-in and hangs together with the ramp is of the ramp.
+void spread(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size_t first,
+            LabelPlane *plane)
+{
+    std::vector<uint16_t> &labels = plane->labels;
     const std::size_t width = std::size_t(plane->width);
+    std::vector<uint32_t> reached;
+    for (int y = 0; y < plane->height; ++y) {
+        ramps.cells.forEachStretch(y, [&](int begin, int end) {
+            const std::size_t above = std::size_t(y) * width;
+            for (std::size_t k = above + std::size_t(begin); k < above + std::size_t(end); ++k) {
+                if (ramps.ofPixel[k] != 0)
+                    reached.push_back(uint32_t(k));
+            }
+        });
+    }
     while (!reached.empty()) {
         const std::size_t k = reached.back();
         reached.pop_back();
@@ -104,18 +215,31 @@ std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane)
         if (k + width < labels.size())
             look(k + width);
     }
-    settleStrays(ramps, usual, first, plane->width, &labels);
-    plane->labels = std::move(labels);
+}
+
+} // namespace
+
+std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plane)
+{
+    const std::size_t first = plane->colours.size();
+    if (first + ramps.areas.size() > kMostColoursOfPlane || ramps.areas.empty())
+        return first;
+    const std::vector<std::size_t> usual = usualLabels(ramps, *plane, first);
+    for (const RampArea &area : ramps.areas)
+        plane->colours.push_back(area.standIn);
+    std::vector<uint16_t> &labels = plane->labels;
+    for (std::size_t k = 0; k < ramps.ofPixel.size(); ++k)
+        labels[k] = ramps.ofPixel[k] != 0 ? uint16_t(first + ramps.ofPixel[k] - 1u) : labels[k];
+    spread(ramps, usual, first, plane);
+    Strays(image, ramps, first, plane).settle(usual);
     return first;
 }
 
-void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramps,
-                    std::size_t first, LabelPlane *plane)
+void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane)
 {
-    const std::vector<uint16_t> labels = plane->labels;
     const int width = plane->width;
     const auto labelAt = [&](int x, int y) {
-        return labels[std::size_t(y) * std::size_t(width) + std::size_t(x)];
+        return plane->labels[std::size_t(y) * std::size_t(width) + std::size_t(x)];
     };
     const auto distanceAt = [&](QRgb word, uint16_t label, int x, int y) {
         return hueDistance(
@@ -123,30 +247,32 @@ void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramp
             label < first ? plane->colours[label]
                           : wordOf(ramps.areas[label - first].ramp.colourAt(x + 0.5, y + 0.5)));
     };
-    for (int y = 0; y < plane->height; ++y) {
-        const QRgb *was = row(before, y);
-        const QRgb *is = row(after, y);
-        for (int x = 0; x < width; ++x) {
-            const uint16_t own = labelAt(x, y);
-            if (was[x] == is[x] || own >= first)
-                continue;
-            double least = kBetter * distanceAt(was[x], own, x, y);
-            if (least <= kBetter * kClearly)
-                continue;
-            for (int j = std::max(0, y - kToLabel); j <= std::min(plane->height - 1, y + kToLabel);
-                 ++j) {
-                for (int i = std::max(0, x - kToLabel); i <= std::min(width - 1, x + kToLabel);
-                     ++i) {
-                    const double distance = distanceAt(was[x], labelAt(i, j), x, y);
-                    if (distance < least) {
-                        least = distance;
-                        plane->labels[std::size_t(y) * std::size_t(width) + std::size_t(x)]
-                            = labelAt(i, j);
-                    }
+    std::vector<std::pair<uint32_t, uint16_t>> settled;
+    for (const RampMixture &mixture : ramps.mixtures) {
+        const int x = int(mixture.place % uint32_t(width));
+        const int y = int(mixture.place / uint32_t(width));
+        const uint16_t own = labelAt(x, y);
+        if (own >= first)
+            continue;
+        double least = kBetter * distanceAt(mixture.before, own, x, y);
+        if (least <= kBetter * kClearly)
+            continue;
+        uint16_t best = own;
+        for (int j = std::max(0, y - kToLabel); j <= std::min(plane->height - 1, y + kToLabel);
+             ++j) {
+            for (int i = std::max(0, x - kToLabel); i <= std::min(width - 1, x + kToLabel); ++i) {
+                const double distance = distanceAt(mixture.before, labelAt(i, j), x, y);
+                if (distance < least) {
+                    least = distance;
+                    best = labelAt(i, j);
                 }
             }
         }
+        if (best != own)
+            settled.emplace_back(mixture.place, best);
     }
+    for (const auto &[place, label] : settled)
+        plane->labels[place] = label;
 }
 
 } // namespace ztrace

@@ -2,6 +2,7 @@
 #include "ramps.h"
 
 #include "colour.h"
+#include "oklab.h"
 #include "rampgrowth.h"
 #include "rampmask.h"
 #include "seencolour.h"
@@ -15,15 +16,16 @@ namespace ztrace {
 
 namespace {
 
-// Blocks of JPEG are of the first size; small areas have no room for more than the second.
-const int kTileSides[] = { 8, 4 };
-
 // What a gradient costs, in pixel edges of the price: ten numbers, at 0.4 numbers an edge, and what
 // a region costs.
 const double kEdgesOfRamp = 25.0 + 16.0;
 
 const double kEdgesOfStop = 10.0;  // the same of one more stop: four numbers
 const double kSeenOfChannel = 9.0; // squared SeenColour of one step in every channel, squared
+
+// Samples that the contrast of a ramp is taken from: it is compared with steps that the eye sees,
+// and four times as many change it by less than a hundredth of one.
+const std::size_t kMostOfContrast = 256;
 
 const double kVisible = 2.0; // of a channel: what a further stop has to take off
 // Pixels in a row that get lighter, or darker, by small steps: soft edges have two or three of
@@ -35,22 +37,30 @@ const double kShareOfPicture = 0.002;
 
 const std::size_t kMostRamps = 4000; // labels are two bytes
 
-// Mean squared distance of what is drawn to its mean.
-double contrastOf(const Ramp &ramp, const std::vector<RampSample> &samples, const SeenColours &seen)
+SeenColour seenOf(QRgb word)
 {
+    const Oklab colour = oklabOf(word);
+    return { colour.lightness, 2.0f * colour.greenRed, 2.0f * colour.blueYellow };
+}
+
+// Mean squared distance of what is drawn to its mean.
+double contrastOf(const Ramp &ramp, const std::vector<RampSample> &samples)
+{
+    const std::size_t stride = (samples.size() / kMostOfContrast) | 1u; // of all corners of tiles
     std::vector<SeenColour> colours;
+    for (std::size_t k = 0; k < samples.size(); k += stride)
+        colours.push_back(seenOf(wordOf(ramp.colourAt(samples[k].x, samples[k].y))));
     SeenColour mean;
-    const float share = 1.0f / float(samples.size());
-    for (const RampSample &sample : samples) {
-        colours.push_back(seen.of(wordOf(ramp.colourAt(sample.x, sample.y))));
-        mean.lightness += share * colours.back().lightness;
-        mean.greenRed += share * colours.back().greenRed;
-        mean.blueYellow += share * colours.back().blueYellow;
+    const float share = 1.0f / float(colours.size());
+    for (const SeenColour &colour : colours) {
+        mean.lightness += share * colour.lightness;
+        mean.greenRed += share * colour.greenRed;
+        mean.blueYellow += share * colour.blueYellow;
     }
     double sum = 0.0;
     for (const SeenColour &colour : colours)
         sum += double(squaredDistance(colour, mean));
-    return sum / double(samples.size());
+    return sum / double(colours.size());
 }
 
 double countPixels(const RampTiles &tiles, const GrownRamp &grown)
@@ -90,11 +100,10 @@ double bandsCost(double contrast, double length, double price)
     return std::min(contrast, 1.5 * price * std::cbrt(squaredSlope / (6.0 * price)));
 }
 
-bool pays(const RampTiles &tiles, const GrownRamp &grown, const RampPrice &asked,
-          const SeenColours &seen)
+bool pays(const RampTiles &tiles, const GrownRamp &grown, const RampPrice &asked)
 {
     const std::vector<RampSample> samples = samplesOf(tiles, grown.members);
-    const double contrast = contrastOf(grown.ramp, samples, seen);
+    const double contrast = contrastOf(grown.ramp, samples);
     if (contrast < asked.leastContrast * asked.leastContrast)
         return false;
     const RampRange range = rangeOf(grown.ramp, samples);
@@ -104,13 +113,12 @@ bool pays(const RampTiles &tiles, const GrownRamp &grown, const RampPrice &asked
 }
 
 std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
-                                    const std::vector<bool> &free, const RampPrice &price,
-                                    const SeenColours &seen)
+                                    const std::vector<bool> &free, const RampPrice &price)
 {
     std::vector<GrownRamp> ramps;
     for (GrownRamp &grown : growRamps(tiles, free)) {
         leaveWidePads(tiles, &grown);
-        if (!pays(tiles, grown, price, seen))
+        if (!pays(tiles, grown, price))
             continue;
         chooseStops(pixelsOf(image, tiles, grown.members), kVisible,
                     price.edge * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),
@@ -127,16 +135,15 @@ std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
 
 Ramps findRamps(const QImage &image, const RampPrice &price)
 {
-    const SeenColours seen;
     Ramps ramps;
     RampMask mask(image);
-    for (int side : kTileSides) {
+    for (TileSide side : { TileSide::Eight, TileSide::Four }) {
         const RampTiles tiles = tilesOf(image, side);
-        std::vector<GrownRamp> grown
-            = rampsThatPay(image, tiles, mask.freeTiles(tiles), price, seen);
+        const std::vector<bool> free = mask.freeTiles(tiles);
+        std::vector<GrownRamp> grown = rampsThatPay(image, tiles, free, price);
         if (mask.ramps() + grown.size() > kMostRamps)
             grown.resize(kMostRamps - mask.ramps());
-        mask.add(tiles, grown);
+        mask.add(tiles, free, grown);
     }
     mask.finish(&ramps);
     return ramps;

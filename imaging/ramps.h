@@ -13,6 +13,7 @@
 
 #include "LabelPlane.h"
 #include "ramp.h"
+#include "rampcells.h"
 
 namespace ztrace {
 
@@ -27,10 +28,20 @@ struct RampArea
     QRgb standIn; // in the flattened picture; no other colour beside the area is like it
 };
 
+// A soft pixel that became another mixture when its ramp was made flat: counted from the top, and
+// its colour before.
+struct RampMixture
+{
+    uint32_t place;
+    QRgb before;
+};
+
 struct Ramps
 {
     std::vector<RampArea> areas;
-    std::vector<uint16_t> ofPixel; // 0: none, k + 1: areas[k]; rows from the top
+    std::vector<uint16_t> ofPixel;     // 0: none, k + 1: areas[k]; rows from the top
+    RampCells cells;                   // of ofPixel; settled pixels are within their stretches
+    std::vector<RampMixture> mixtures; // rows from the top
 };
 
 // Of SeenColour, root of the mean square: a step of lightness that the eye just sees. A ramp of one
@@ -72,15 +83,14 @@ bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 
 // A new label for every area, from plane->colours.size() on, with its stand-in's colour: its
-// pixels, and the soft ones beside them that were taken for the stand-in. Areas beyond the most
-// labels that there can be keep their stand-ins' labels. Returns the first label.
-std::size_t labelRamps(const Ramps &ramps, LabelPlane *plane);
+// pixels, and the soft ones beside them that were taken for the stand-in. Others that were take the
+// colour that they have in `image`, which is flat. Areas beyond the most labels that there can be
+// keep their stand-ins' labels. Returns the first label.
+std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plane);
 
-// Soft pixels that were changed to mixtures with a stand-in, and then took a colour that `before`,
-// the picture with its ramps, does not have there: they go to what explains them better, of the
-// labels near them. `after` is the flat picture, `first` the first label of a ramp.
-void settleMixtures(const QImage &before, const QImage &after, const Ramps &ramps,
-                    std::size_t first, LabelPlane *plane);
+// Mixtures that took a colour which the picture with its ramps does not have there: they go to what
+// explains them better, of the labels near them. `first` is the first label of a ramp.
+void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
 
 } // namespace ztrace
 

@@ -7,19 +7,23 @@
 
 #include <QImage>
 
+#include <array>
 #include <vector>
 
 #include "ramp.h"
 
 namespace ztrace {
 
-// Of one tile: the colour in its middle, and how much it changes from pixel to pixel.
+// Of one tile: the colour in its middle, and how much it changes from pixel to pixel. There are as
+// many tiles as a sixteenth of the pixels: floats, which are exact to a ten-thousandth of a step.
 struct RampTile
 {
-    RampColour colour = {};
-    RampColour slopeX = {};
-    RampColour slopeY = {};
-    double deviation = 0.0; // of a channel of a pixel from the plane
+    typedef std::array<float, 3> Channels; // as in RampColour
+
+    Channels colour = {};
+    Channels slopeX = {};
+    Channels slopeY = {};
+    float deviation = 0.0f; // of a channel of a pixel from the plane
     bool smooth = false;    // nothing but the plane and noise; opaque throughout
 };
 
@@ -47,8 +51,11 @@ struct RampTiles
     }
 };
 
-// Of an ARGB32 image; `side` is at least 2.
-RampTiles tilesOf(const QImage &image, int side);
+// Pixels. Blocks of JPEG are of the first size; small areas have no room for more than the second.
+enum class TileSide { Eight = 8, Four = 4 };
+
+// Of an ARGB32 image.
+RampTiles tilesOf(const QImage &image, TileSide side);
 
 } // namespace ztrace
 

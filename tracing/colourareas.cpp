@@ -200,7 +200,6 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
-    QImage shaded = image; // as it is, beside its flat copy
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
@@ -217,11 +216,11 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     LabelPlane plane
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
-    const std::size_t firstRamp = labelRamps(ramps, &plane);
+    const std::size_t firstRamp = labelRamps(image, ramps, &plane);
     if (flat && !ramps.areas.empty())
-        settleMixtures(shaded, image, ramps, firstRamp, &plane);
-    shaded = QImage();
+        settleMixtures(ramps, firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
+    ramps.mixtures = std::vector<RampMixture>();
 
     stages->begin("joining areas");
     Runs runs = runsOf(plane);

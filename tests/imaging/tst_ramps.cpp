@@ -398,7 +398,7 @@ private slots:
         }
         const auto reds = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
         QVERIFY(reds > 5);
-        settleMixtures(before, image, ramps, 2, &plane);
+        settleMixtures(ramps, 2, &plane);
         const auto left = std::count(plane.labels.begin(), plane.labels.end(), uint16_t(1));
         QVERIFY2(4 * left < reds, qPrintable(QString::number(left)));
     }
@@ -417,13 +417,42 @@ private slots:
             for (int x = 0; x < kWidth; ++x)
                 plane.labels.push_back(image.pixel(x, y) == 0xFF000000u ? 1 : 0);
         }
-        QCOMPARE(labelRamps(ramps, &plane), std::size_t(2));
+        QCOMPARE(labelRamps(image, ramps, &plane), std::size_t(2));
         QCOMPARE(plane.colours.size(), std::size_t(3));
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x)
                 QCOMPARE(plane.labels[std::size_t(y * kWidth + x)],
                          uint16_t(isInDisc(x + 0.5, y + 0.5) ? 1 : 2));
         }
+    }
+
+    // A disc far from the ramp that was taken for its stand-in, which is no colour of the picture.
+    void strangersTakeTheColourTheyHave()
+    {
+        const RampColour mean = { { 135, 135, 135 } };
+        QImage image = painted([&](double x, double y) {
+            if (std::hypot(x - 60, y - 80) < 23 || x > 120)
+                return std::hypot(x - 160, y - 80) < 10 ? RampColour { { 250, 10, 10 } } : mean;
+            return mixture(RampColour { { 20, 120, 20 } }, RampColour { { 250, 150, 250 } },
+                           x / 120);
+        });
+        Ramps ramps = findRamps(image, kUsualPriceOfEdge);
+        QCOMPARE(ramps.areas.size(), std::size_t(1));
+        flatten(SoftPixels::Mixed, &ramps, &image);
+        LabelPlane plane;
+        plane.width = kWidth;
+        plane.height = kHeight;
+        plane.colours = { wordOf(mean), 0xFFF00000u, ramps.areas[0].standIn };
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                const bool isDisc = std::hypot(x + 0.5 - 160, y + 0.5 - 80) < 10;
+                plane.labels.push_back(
+                    ramps.ofPixel[std::size_t(y * kWidth + x)] != 0 || isDisc ? 2 : 0);
+            }
+        }
+        labelRamps(image, ramps, &plane);
+        QCOMPARE(plane.labels[std::size_t(80 * kWidth + 160)], uint16_t(1));
+        QCOMPARE(std::count(plane.labels.begin(), plane.labels.end(), uint16_t(2)), 0);
     }
 
     void transparentPixelsAreInNone()
