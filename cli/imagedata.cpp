@@ -93,7 +93,8 @@ public:
     {
         for (int i = 0; i < byteAt(bytes, at + 9); ++i) {
             const int factors = byteAt(bytes, at + 11 + 3 * i);
-            const Sampling sampling = { std::max(1, factors >> 4), std::max(1, factors & 15) };
+            const Sampling sampling
+                = { std::max<qint64>(1, factors >> 4), std::max<qint64>(1, factors & 15) };
             samplings[byteAt(bytes, at + 10 + 3 * i)] = sampling;
             most = { std::max(most.across, sampling.across), std::max(most.down, sampling.down) };
         }
@@ -113,8 +114,8 @@ public:
 private:
     struct Sampling
     {
-        int across = 1;
-        int down = 1;
+        qint64 across = 1;
+        qint64 down = 1;
     };
     std::map<int, Sampling> samplings;
     Sampling most;
