@@ -1,6 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "complaints.h"
 
+#include "imagedata.h"
+#include "pnmfile.h"
+
 #include <QList>
 
 namespace ztrace {
@@ -40,6 +43,15 @@ QByteArray complaintIn(const QByteArray &lines, const QByteArray &format)
         if ((isTiff && isOfTiff(line)) || (isJpeg && isOfJpeg(line)) || isOfText(line))
             return line.trimmed();
     }
+    return QByteArray();
+}
+
+QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format)
+{
+    if ((format == "jpeg" || format == "jpg") && !areRestartsComplete(bytes))
+        return "restart marks are missing, or not in order";
+    if ((format == "pbm" || format == "pgm" || format == "ppm") && hasOddSamples(bytes))
+        return "a sample is none of those that its format allows";
     return QByteArray();
 }
 

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// What image libraries say of files that they decode nevertheless.
+// What is wrong with files that are decoded nevertheless: what image libraries say of them, and
+// what they pass over in silence.
 #ifndef ZTRACE_CLI_COMPLAINTS_H
 #define ZTRACE_CLI_COMPLAINTS_H
 
@@ -12,6 +13,9 @@ namespace ztrace {
 // is the toolkit's name ("tiff"). What libraries say of pictures that look as they should is passed
 // over: tags they do not know, colour profiles, bytes before an end mark.
 QByteArray complaintIn(const QByteArray &lines, const QByteArray &format);
+
+// The same of the bytes of a file, where no library says it: a few words, or nothing.
+QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format);
 
 } // namespace ztrace
 

@@ -25,9 +25,6 @@ Ending endingOf(const QByteArray &bytes, const QByteArray &format);
 // Frames that a PNG says it has, of which its reader knows the first; 1 of all others.
 qint64 framesOfPng(const QByteArray &bytes);
 
-// Whether a PNM of bytes is followed by another one, which its reader does not know of.
-bool hasAnotherPnm(const QByteArray &bytes);
-
 } // namespace ztrace
 
 #endif

@@ -21,6 +21,11 @@ int byteAt(const QByteArray &bytes, int at)
     return at < bytes.size() ? static_cast<unsigned char>(bytes.at(at)) : 0;
 }
 
+int pairAt(const QByteArray &bytes, int at)
+{
+    return 256 * byteAt(bytes, at) + byteAt(bytes, at + 1);
+}
+
 // The place of the next mark that is neither stuffing nor a restart; -1 at the end.
 int nextMark(const QByteArray &bytes, int at)
 {
@@ -72,6 +77,73 @@ private:
     static constexpr int kUnknown = 16;
     std::map<int, std::array<int, kCoefficients>> lowest;
 };
+
+qint64 inWholes(qint64 size, qint64 part)
+{
+    return (size + part - 1) / part;
+}
+
+// How many units of blocks the scans of a frame have (T.81, A.2). `at` is the place of its mark.
+class Units
+{
+public:
+    Units() = default;
+    Units(const QByteArray &bytes, int at)
+        : height(pairAt(bytes, at + 5)), width(pairAt(bytes, at + 7))
+    {
+        for (int i = 0; i < byteAt(bytes, at + 9); ++i) {
+            const int factors = byteAt(bytes, at + 11 + 3 * i);
+            const Sampling sampling
+                = { std::max<qint64>(1, factors >> 4), std::max<qint64>(1, factors & 15) };
+            samplings[byteAt(bytes, at + 10 + 3 * i)] = sampling;
+            most = { std::max(most.across, sampling.across), std::max(most.down, sampling.down) };
+        }
+    }
+
+    // 0 where the frame does not say its height.
+    qint64 ofScan(const QByteArray &bytes, int at) const
+    {
+        if (byteAt(bytes, at + 4) != 1)
+            return inWholes(width, 8 * most.across) * inWholes(height, 8 * most.down);
+        const auto found = samplings.find(byteAt(bytes, at + 5));
+        const Sampling own = found == samplings.end() ? most : found->second;
+        return inWholes(inWholes(width * own.across, most.across), 8)
+            * inWholes(inWholes(height * own.down, most.down), 8);
+    }
+
+private:
+    struct Sampling
+    {
+        qint64 across = 1;
+        qint64 down = 1;
+    };
+    std::map<int, Sampling> samplings;
+    Sampling most;
+    qint64 height = 0;
+    qint64 width = 0;
+};
+
+// Whether so many restart marks follow each other from `at` on, before any other mark.
+bool restartsFollow(const QByteArray &bytes, int at, qint64 wanted)
+{
+    const int end = nextMark(bytes, at);
+    const int to = end < 0 ? bytes.size() : end;
+    qint64 found = 0;
+    for (; found < wanted && at + 1 < to; ++at) {
+        const void *stop
+            = std::memchr(bytes.constData() + at, 0xFF, static_cast<std::size_t>(to - at));
+        if (!stop)
+            break;
+        at = static_cast<int>(static_cast<const char *>(stop) - bytes.constData());
+        const int mark = byteAt(bytes, at + 1);
+        if (mark < 0xD0 || mark > 0xD7)
+            continue;
+        if (mark != 0xD0 + found % 8)
+            return false;
+        ++found;
+    }
+    return found >= wanted;
+}
 
 // How long the strings are that codes stand for.
 class CodeLengths
@@ -146,9 +218,32 @@ bool areScansComplete(const QByteArray &bytes)
             return true; // not progressive, or no more bits to come
         else if (mark == kScan)
             progression.addScan(bytes, at);
-        at = nextMark(bytes, at + 2 + 256 * byteAt(bytes, at + 2) + byteAt(bytes, at + 3));
+        at = nextMark(bytes, at + 2 + pairAt(bytes, at + 2));
     }
     return progression.isComplete();
+}
+
+bool areRestartsComplete(const QByteArray &bytes)
+{
+    const int kEnd = 0xD9, kScan = 0xDA, kInterval = 0xDD;
+    const std::array<int, 5> kFrames = { { 0xC0, 0xC1, 0xC2, 0xC9, 0xCA } };
+    Units units;
+    int interval = 0; // units between marks; 0: none
+    for (int at = nextMark(bytes, 2); at >= 0;) {
+        const int mark = byteAt(bytes, at + 1);
+        const int behind = at + 2 + pairAt(bytes, at + 2);
+        if (mark == kEnd)
+            break;
+        if (std::find(kFrames.begin(), kFrames.end(), mark) != kFrames.end())
+            units = Units(bytes, at);
+        else if (mark == kInterval)
+            interval = pairAt(bytes, at + 4);
+        else if (mark == kScan && interval > 0
+                 && !restartsFollow(bytes, behind, inWholes(units.ofScan(bytes, at), interval) - 1))
+            return false;
+        at = nextMark(bytes, behind);
+    }
+    return true;
 }
 
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)

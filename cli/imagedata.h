@@ -13,6 +13,11 @@ namespace ztrace {
 // Those of one that is not progressive do.
 bool areScansComplete(const QByteArray &bytes);
 
+// Whether each scan of a JPEG with restart marks has as many of them as its blocks take, each with
+// the number that follows (T.81, B.2.1 and E.1.3). True for one without. Decoders go on at the next
+// mark and paint what is lost in some way; where the lost marks are eight, without a word.
+bool areRestartsComplete(const QByteArray &bytes);
+
 // Whether the codes of one frame of a GIF stand for so many pixels (GIF89a, appendix F). `codes`
 // are its blocks without their sizes, and `bits` the size of codes that stands before them.
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels);

@@ -34,7 +34,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -343,8 +342,7 @@ int main(int argc, char **argv)
         keepHeap();
         sayLastWords("ztrace", kFailed);
     }
-    // A reader that goes away is a failure to write, not the end.
-    std::signal(SIGPIPE, SIG_IGN);
+    ignoreSignalsOfWrites();
     // Image readers may draw text, which needs a platform; none that shows anything.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // Its loop is another library's else, which ends the process when it gets no memory.

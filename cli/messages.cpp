@@ -25,11 +25,8 @@ const int kMostOverheard = 1 << 16;
 int newNotes()
 {
     const int file = static_cast<int>(memfd_create("ztrace", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    // Where files may not be so large, to ask for it would end the process.
-    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
-    const bool isSettled = file >= 0 && ftruncate(file, kMostOverheard) == 0;
-    std::signal(SIGXFSZ, previous);
-    if (isSettled && fcntl(file, F_ADD_SEALS, F_SEAL_GROW | F_SEAL_SHRINK) == 0)
+    if (file >= 0 && ftruncate(file, kMostOverheard) == 0
+        && fcntl(file, F_ADD_SEALS, F_SEAL_GROW | F_SEAL_SHRINK) == 0)
         return file;
     if (file >= 0)
         close(file);
@@ -46,6 +43,12 @@ void noteMessage(QtMsgType type, const QMessageLogContext &context, const QStrin
 }
 
 } // namespace
+
+void ignoreSignalsOfWrites()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 void reserveStandardDescriptors()
 {

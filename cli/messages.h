@@ -19,6 +19,10 @@ namespace ztrace {
 // thing that a program does.
 void reserveStandardDescriptors();
 
+// A reader that goes away and a file that may not grow are failures to write, which are told, and
+// not the end of the process; standard error that may not grow takes no drawing with it.
+void ignoreSignalsOfWrites();
+
 // Standard error, also while image libraries are kept from writing to it (Silence).
 std::FILE *messageStream();
 

@@ -62,6 +62,7 @@ protected:
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
         std::signal(SIGPIPE, SIG_DFL);
+        std::signal(SIGXFSZ, SIG_DFL);
     }
 
 private:

@@ -388,7 +388,9 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
-    const QByteArray complaint = complaintIn(overheard.lines(), format);
+    QByteArray complaint = complaintIn(overheard.lines(), format);
+    if (complaint.isEmpty() && remarks)
+        complaint = complaintOf(data, format);
     if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
         remarks->push_back("the image may be wrong, as the file is damaged: \""
                            + complaint.toStdString() + '"');

@@ -8,6 +8,7 @@
 #include "onlycolours.h"
 #include "placement.h"
 #include "plan.h"
+#include "pnmfile.h"
 #include "presets.h"
 #include "textfile.h"
 

@@ -245,7 +245,7 @@ int perform(int argc, char *argv[])
 int main(int argc, char *argv[])
 {
     zelvora::reserveStandardDescriptors();
-    zelvora::ignoreBrokenPipes();
+    zelvora::ignoreSignalsOfWrites();
     zelvora::prepareToolkit();
     // The toolkit needs no folder of a login session, whose absence it would complain about when it
     // starts, and never asks for again.

@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -65,9 +64,9 @@ void zelvora::reserveStandardDescriptors()
     }
 }
 
-void zelvora::ignoreBrokenPipes()
+void zelvora::ignoreSignalsOfWrites()
 {
-    std::signal(SIGPIPE, SIG_IGN);
+    ztrace::ignoreSignalsOfWrites();
 }
 
 void zelvora::prepareToolkit()

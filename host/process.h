@@ -18,8 +18,9 @@ namespace zelvora {
 // Reading from and writing to such a one fails. First thing in main, before any file is opened.
 void reserveStandardDescriptors();
 
-// A reader that goes away is an error of writing and no end of the process.
-void ignoreBrokenPipes();
+// A reader that goes away and a file that may not grow are errors of writing and no end of the
+// process.
+void ignoreSignalsOfWrites();
 
 // The toolkit paints without a display, whatever the environment says, and what it says before it
 // gives up is shown on standard error: the process then ends with the exit code 1. So it does, with

@@ -16,13 +16,13 @@
 
 namespace {
 
-// Of a file without an end, such as a pipe, nothing can be told.
-ztrace::Ending endingOfFile(const QString &fileName, const QByteArray &format)
+// Nothing of a file without an end, such as a pipe, of which nothing can be told.
+QByteArray contentsOf(const QString &fileName)
 {
     QFile file(fileName);
     if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
-        return ztrace::Ending::Untold;
-    return ztrace::endingOf(file.readAll(), format);
+        return QByteArray();
+    return file.readAll();
 }
 
 void tellOf(const QString &fileName, const std::string &text)
@@ -47,7 +47,12 @@ QImage zelvora::readImage(const QString &fileName)
     }
     if (image.isNull())
         return image;
-    const ztrace::Ending ending = endingOfFile(fileName, format);
+    const QByteArray bytes = contentsOf(fileName);
+    if (bytes.isEmpty())
+        return image;
+    const ztrace::Ending ending = ztrace::endingOf(bytes, format);
+    if (complaint.isEmpty())
+        complaint = ztrace::complaintOf(bytes, format);
     if (ending != ztrace::Ending::Whole && ending != ztrace::Ending::Untold)
         tellOf(fileName, "the image is incomplete");
     else if (!complaint.isEmpty())

@@ -3,8 +3,10 @@
 // Files that have their end marks and less data than their image takes.
 #include "smallfiles.h"
 
+#include "cli/complaints.h"
 #include "cli/ending.h"
 #include "cli/imagedata.h"
+#include "cli/pnmfile.h"
 
 #include <QBuffer>
 #include <QImageWriter>
@@ -45,6 +47,35 @@ QByteArray nineBits(const QVector<int> &codes)
     return bytes;
 }
 
+QByteArray segment(char mark, const QByteArray &content)
+{
+    const int size = 2 + content.size();
+    return QByteArray("\xFF") + mark + static_cast<char>(size >> 8) + static_cast<char>(size)
+        + content;
+}
+
+// One grey row of `blocks` blocks, black and white in turn, with a restart mark after each. Codes:
+// 0 for the tone before, 10 for a difference of eleven bits, 0 for a block of one tone.
+QByteArray jpegWithRestarts(int blocks)
+{
+    QByteArray sums = segment('\xDB', QByteArray(1, '\0') + QByteArray(64, '\1'));
+    const QByteArray counts("\1\1", 2), none(14, '\0');
+    sums += segment('\xC4', QByteArray(1, '\0') + counts + none + QByteArray("\0\x0B", 2));
+    sums += segment('\xC4', QByteArray("\x10\1", 2) + QByteArray(15, '\0') + '\0');
+    sums += segment('\xC0',
+                    QByteArray("\x08\0\x08", 3) + static_cast<char>(8 * blocks >> 8)
+                        + static_cast<char>(8 * blocks) + QByteArray("\1\1\x11\0", 4));
+    sums += segment('\xDD', QByteArray("\0\1", 2));
+    sums += segment('\xDA', QByteArray("\1\1\0\0\x3F\0", 6));
+    for (int i = 0; i < blocks; ++i) {
+        // 10, then 1023 or what stands for -1024, then 0; ones to the end of the byte.
+        sums += i % 2 ? QByteArray("\x9F\xFB", 2) : QByteArray("\xBF\xFB", 2);
+        if (i + 1 < blocks)
+            sums += QByteArray("\xFF") + static_cast<char>(0xD0 + i % 8);
+    }
+    return "\xFF\xD8" + sums + "\xFF\xD9";
+}
+
 // Rows of five pixels in runs, of a picture three rows high.
 QByteArray runsBmp(const QByteArray &runs)
 {
@@ -61,6 +92,9 @@ class tst_ImageData : public QObject
 
 private slots:
     void scansOfAJpeg();
+    void restartsOfAJpeg();
+    void samplesOfAPnm_data();
+    void samplesOfAPnm();
     void codesOfAGif();
     void fullTablesOfCodes();
     void runsOfABmp();
@@ -84,6 +118,74 @@ void tst_ImageData::scansOfAJpeg()
     QVERIFY(cuts > 3);
     for (int size = 2; size < whole.size(); ++size)
         QVERIFY(endingOf(whole.left(size), "jpeg") != Ending::Whole);
+}
+
+// Eight marks more or fewer have the same number, and decoders say nothing.
+void tst_ImageData::restartsOfAJpeg()
+{
+    const int kBlocks = 30, kBytes = 4; // of a block and its mark
+    const QByteArray whole = jpegWithRestarts(kBlocks);
+    QImage image;
+    QVERIFY(image.loadFromData(whole));
+    QCOMPARE(image.size(), QSize(8 * kBlocks, 8));
+    QVERIFY(areRestartsComplete(whole));
+    QCOMPARE(complaintOf(whole, "jpeg"), QByteArray());
+    const int first = whole.indexOf("\xFF\xD0");
+    for (int blocks = 1; blocks < kBlocks - 1; ++blocks) {
+        QByteArray without = whole;
+        without.remove(first, blocks * kBytes);
+        QVERIFY2(!areRestartsComplete(without), qPrintable(QString::number(blocks)));
+        QVERIFY(!complaintOf(without, "jpeg").isEmpty());
+    }
+    QByteArray swapped = whole;
+    swapped[first + 1] = '\xD1';
+    QVERIFY(!areRestartsComplete(swapped));
+    // Bytes of the scan that are no mark, and marks behind the last unit.
+    QByteArray stuffed = whole;
+    stuffed.insert(first, QByteArray("\xFF\0", 2));
+    QVERIFY(areRestartsComplete(stuffed));
+    QByteArray more = whole;
+    more.insert(whole.size() - 2, "\xFF\xD5");
+    QVERIFY(areRestartsComplete(more));
+    for (int size = 0; size < whole.size(); ++size)
+        areRestartsComplete(whole.left(size));                     // it ends
+    QVERIFY(areRestartsComplete(written("jpg", busyPicture(64)))); // it has none
+}
+
+void tst_ImageData::samplesOfAPnm_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("areOdd");
+    const auto row = [](const char *name, const QByteArray &bytes, bool areOdd) {
+        QTest::newRow(name) << bytes << areOdd;
+    };
+    row("digits", "P1 2 2 1 0 0 1\n", false);
+    row("digits together behind a comment", "P1\n2 2 #7\n10#9\n01\n", false);
+    row("a digit above one", "P1 2 2\n1007\n1\n", true);
+    row("a letter among digits", "P1 2 2 1 0 x 1 1\n", true);
+    row("digits behind the last pixel", "P1 2 2 1 0 0 1 9\n", false);
+    row("grey numbers", "P2 2 2 100\n0 1 99 100\n", false);
+    row("a grey number above the largest", "P2 2 2 100\n0 1 101 100\n", true);
+    row("numbers behind the last pixel", "P2 1 1 100\n0 101\n", false);
+    row("a colour above the largest", "P3 1 1 9 1 2 10\n", true);
+    row("bytes", "P5 2 1 100\nd\1", false);
+    row("a byte above the largest", "P5 2 1 100\n\1e", true);
+    row("a byte behind the last pixel", "P5 2 1 100\n\1\1e", false);
+    row("all bytes are samples", "P6 1 1 255\n\xFF\xFF\xFF", false);
+    row("pairs", QByteArray("P5 1 1 300\n\1\x2C", 13), false);
+    row("a pair above the largest", QByteArray("P5 1 1 300\n\1\x2D", 13), true);
+    row("bits", "P4 8 1\n\xFF", false);
+    row("cut short", "P5 9 9 100\n\1", false);
+    row("sizes alone", "P5 9 9 100", false);
+    row("nothing", "", false);
+}
+
+void tst_ImageData::samplesOfAPnm()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, areOdd);
+    QCOMPARE(hasOddSamples(bytes), areOdd);
+    QCOMPARE(complaintOf(bytes, "ppm").isEmpty(), !areOdd);
 }
 
 void tst_ImageData::codesOfAGif()

@@ -8,6 +8,7 @@
 #include "cli/complaints.h"
 #include "cli/distrust.h"
 #include "cli/failure.h"
+#include "cli/pnmfile.h"
 #include "cli/source.h"
 #include "cli/svgfile.h"
 #include "cli/tiffpages.h"
@@ -317,7 +318,8 @@ void tst_Source::damagedPixelsAreTold()
     // Lines like those before them, and the end; then a run of 64 in a line of eight.
     const std::pair<QByteArray, QByteArray> kFiles[]
         = { { jpeg, damagedJpeg },
-            { fax(QByteArray::fromHex("ff001001")), fax(QByteArray::fromHex("3b350dff")) } };
+            { fax(QByteArray::fromHex("ff001001")), fax(QByteArray::fromHex("3b350dff")) },
+            { "P2 2 2 9 1 2 3 4\n", "P2 2 2 9 1 2 30 4\n" } };
     for (const auto &file : kFiles) {
         Remarks remarks;
         sourceOf(file.first).read(1, true, &remarks);

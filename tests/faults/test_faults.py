@@ -368,6 +368,18 @@ class Surroundings(FaultTest):
         self.assertIn(b"File too large", result.stderr)
         self.assertEqual(self.contents(), old)
 
+    def test_messages_that_may_not_grow(self):
+        """Standard error in a full file takes neither the drawing nor the exit code with it."""
+        for arguments, code in ([self.image, "-o", "-"], 0), (["missing.png", "-o", "-"], 3):
+            self.write("out/messages", b"x" * 200)
+            with open(os.path.join(self.outputs, "messages"), "ab") as messages:
+                result = subprocess.run([PROGRAM, *arguments, "-f", "svg", "--stats"], cwd=self.outputs, stdout=subprocess.PIPE,
+                                        stderr=messages,
+                                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+            # The statistics that stand there beside a drawing on standard output are lost.
+            self.assertEqual(result.returncode, 4 if code == 0 else code, result)
+            self.assertEqual(result.stdout.endswith(b"</svg>\n"), code == 0)
+
     def test_pipe_that_does_not_wait(self):
         wide = png(300, 300, lambda x, y: RED if (x // 2 + y // 2) % 2 else WHITE)
         self.write("out/wide.png", wide)
