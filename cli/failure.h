@@ -36,9 +36,16 @@ public:
     using Failure::Failure;
 };
 
+// With more memory it would not have come to it.
+class MemoryFailure : public Failure
+{
+public:
+    explicit MemoryFailure(const std::string &text) : Failure(kFailed, text) { }
+};
+
 [[noreturn]] inline void failForMemory()
 {
-    throw Failure(kFailed, "the image does not fit into memory");
+    throw MemoryFailure("the image does not fit into memory");
 }
 
 } // namespace ztrace

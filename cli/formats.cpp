@@ -280,8 +280,7 @@ void stageOutputs(const std::vector<Output> &outputs, const Drawing &drawing,
         const Silence silence;
         const bool isStaged = files->add(output.fileName, write, &error);
         if (written == Written::NoMemory)
-            throw Failure(kFailed,
-                          nameOf(output.fileName) + ": the picture does not fit into memory");
+            throw MemoryFailure(nameOf(output.fileName) + ": the picture does not fit into memory");
         if (!isStaged)
             failToWrite(nameOf(output.fileName), error);
     }

@@ -338,6 +338,13 @@ ForeignLimits ImageSource::foreignLimits() const
     return { std::min(most, static_cast<double>(kMostPixels)), limits.megabytes * kMillion };
 }
 
+// What readers call damaged: they do not tell when memory is what they lacked.
+void ImageSource::refuseWithoutMemory(const QSize &size) const
+{
+    if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
+        throw MemoryFailure(name + ": the image does not fit into memory");
+}
+
 // What another program has made is asked for its size like any file.
 QImage ImageSource::readForeign(int page, Remarks *remarks) const
 {
@@ -350,8 +357,11 @@ QImage ImageSource::readForeign(int page, Remarks *remarks) const
     QImageReader reader(&buffer, "png");
     refuseTooLarge(reader.size(), isGreyFormat(reader.imageFormat()));
     QImage image;
-    if (!reader.read(&image) || image.isNull())
+    const QSize size = reader.size();
+    if (!reader.read(&image) || image.isNull()) {
+        refuseWithoutMemory(size);
         fail(name, "the image is damaged or incomplete");
+    }
     return image;
 }
 
@@ -380,8 +390,7 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
     }
     const Overheard overheard;
     if (!reader.read(&image) || image.isNull()) {
-        if (!size.isEmpty() && QImage(size, QImage::Format_ARGB32).isNull())
-            throw Failure(kFailed, name + ": the image does not fit into memory");
+        refuseWithoutMemory(size);
         if (format == "svg" && size.isEmpty())
             fail(name, "the image is damaged, or its size is not above 0");
         fail(name,

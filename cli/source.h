@@ -76,6 +76,7 @@ private:
     QImage readForeign(int page, Remarks *remarks) const;
     bool askForSize(int page, QSize *size, bool *isGrey) const;
     void refuseTooLarge(const QSize &size, bool isGrey) const;
+    void refuseWithoutMemory(const QSize &size) const;
 
     std::string name;
     SourceLimits limits;

@@ -17,9 +17,16 @@ public:
     explicit TraceError(const std::string &text) : std::runtime_error(text) { }
 };
 
+// With more memory it could be traced.
+class NoMemory : public TraceError
+{
+public:
+    using TraceError::TraceError;
+};
+
 [[noreturn]] inline void throwNoRoom()
 {
-    throw TraceError("the image does not fit into memory");
+    throw NoMemory("the image does not fit into memory");
 }
 
 } // namespace ztrace

@@ -68,7 +68,7 @@ std::string resultsName(const BatchSettings &batch)
 BatchRun::BatchRun(const CommandLine &commandLine, int argc, char **argv)
     : line(configured(commandLine)), batch(line.settings.batch),
       fingerprint(fingerprintOf(commandLine)),
-      crew(greetingOf(argc, argv), fingerprint, secondsAPicture(line.settings))
+      crew(greetingOf(argc, argv), fingerprint, secondsAPicture(line.settings), batch.memoryLimit)
 {
     jobs = batch.jobs > 0 ? batch.jobs : processors();
 }

@@ -72,11 +72,19 @@ bool hasSpareDescriptors(int any)
     return true;
 }
 
+// It has said its last words (cli/lastwords.h) itself.
+bool hasGivenUp(int status)
+{
+    return WIFEXITED(status) && WEXITSTATUS(status) == kFailed;
+}
+
 std::string endOf(int status)
 {
     if (WIFSIGNALED(status))
         return "its worker was ended by signal " + std::to_string(WTERMSIG(status)) + " ("
             + strsignal(WTERMSIG(status)) + ")";
+    if (hasGivenUp(status))
+        return "its worker could not go on, for want of memory or by a defect of a library";
     return "its worker ended with code " + std::to_string(WEXITSTATUS(status));
 }
 
@@ -126,9 +134,10 @@ struct Crew::Worker
     }
 };
 
-Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, double seconds)
+Crew::Crew(const QByteArray &greetingText, const QByteArray &fingerprintText, double seconds,
+           double millions)
     : greeting(greetingText), fingerprint(fingerprintText), secondsAJob(seconds),
-      mostPossible(std::numeric_limits<std::size_t>::max())
+      millionsAJob(millions), mostPossible(std::numeric_limits<std::size_t>::max())
 { }
 
 Crew::~Crew()
@@ -383,9 +392,11 @@ int Crew::endOfProcess(Worker *worker)
 
 void Crew::bury(Worker *worker, int status, const Duties &duties)
 {
-    const Loss loss = { worker->isLate ? kOutcomeTime : kOutcomeDied,
-                        worker->isLate ? "it took longer than --time-limit allows" : endOf(status),
-                        worker->sha256, worker->isLate ? secondsAJob : 0.0 };
+    Loss loss
+        = { kOutcomeDied, endOf(status), worker->sha256, hasGivenUp(status) ? millionsAJob : 0.0 };
+    if (worker->isLate)
+        loss = { kOutcomeTime, "it took longer than --time-limit allows", worker->sha256,
+                 secondsAJob };
     const bool isUnable = worker->isUnable;
     std::deque<Job> jobs = std::move(worker->jobs);
     const std::size_t current = isUnable ? jobs.size() : worker->traced;

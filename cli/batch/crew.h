@@ -36,7 +36,7 @@ struct Loss
     const char *outcome; // of results.h
     std::string reason;
     std::string sha256; // of the picture's file; empty when it was not read
-    double limit;       // in seconds, that it has passed; 0: none
+    double limit;       // that it has passed, or may have, in seconds or million bytes; 0: none
 };
 
 struct Duties
@@ -52,8 +52,11 @@ struct Duties
 class Crew
 {
 public:
-    // `greeting` is the first message of every worker, who answers with the `fingerprint`.
-    Crew(const QByteArray &greeting, const QByteArray &fingerprint, double secondsAJob);
+    // `greeting` is the first message of every worker, who answers with the `fingerprint`. A job
+    // may take so many seconds, and workers know of so many millions of bytes that it may take; 0:
+    // any.
+    Crew(const QByteArray &greeting, const QByteArray &fingerprint, double secondsAJob,
+         double millionsAJob);
     ~Crew();
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
@@ -92,6 +95,7 @@ private:
     QByteArray greeting;
     QByteArray fingerprint;
     double secondsAJob;
+    double millionsAJob;
     bool feedsAhead = false;
     std::size_t mostPossible; // workers
     std::vector<std::unique_ptr<Worker>> workers;

@@ -232,7 +232,9 @@ private:
             const QJsonValue value = object.value(QLatin1String(name));
             const bool isNumber = value.isDouble() && std::strcmp(name, "page") == 0;
             if (!value.isUndefined() && !value.isString() && !isNumber) {
-                error(line, std::string("\"") + name + "\" is no text in quotes");
+                error(line,
+                      std::string("\"") + name + "\" is no text in quotes"
+                          + (std::strcmp(name, "page") == 0 ? ", nor a number" : ""));
                 return;
             }
         }

@@ -425,7 +425,6 @@ void ResultFile::append(const QByteArray &lines)
     }
     end += lines.size();
     isSynced = false;
-    sync(false);
 }
 
 void ResultFile::removeIfEmpty()

@@ -140,9 +140,9 @@ public:
     explicit ResultFile(const std::string &fileName);
 
     // Appends whole lines, which then are there whatever ends the process. Throws a Failure, also
-    // when the file has another name by now; nothing of them is there then. They are on the disk,
-    // for whatever ends the machine, a fifth of a second later at most, if this or sync is called:
-    // waiting for the disk is what costs.
+    // when the file has another name by now; nothing of them is there then. sync, called again and
+    // again, has them on the disk, for whatever ends the machine, a fifth of a second later at
+    // most: waiting for the disk is what costs. Throws a Failure as well; they are there then.
     void append(const QByteArray &lines);
     void sync(bool atOnce);
 

@@ -195,6 +195,17 @@ void countRegions(Plane *marks, int least, int *regions, long long *pixels)
     }
 }
 
+// Pixels that are ink against the darkest ones within two pixels, however faint ink is there.
+long long inkPixels(const Plane &coverage)
+{
+    const Plane darkest = widened(widened(coverage));
+    const int some = static_cast<int>(kSomeInk * 255);
+    long long count = 0;
+    for (std::size_t i = 0; i < coverage.values.size(); ++i)
+        count += coverage.values[i] >= some && 2 * coverage.values[i] >= darkest.values[i];
+    return count;
+}
+
 SelfCheck compareInk(const QImage &picture, const QImage &drawn, int least)
 {
     const Plane source = coverageOf(greyOf(picture));
@@ -224,6 +235,7 @@ SelfCheck compareInk(const QImage &picture, const QImage &drawn, int least)
         if (inks[side] > 0)
             check.agreement = std::min(check.agreement, double(alike[side]) / double(inks[side]));
     }
+    check.ink = double(inkPixels(drawing)) / double(std::max(1LL, inkPixels(source)));
     long long pixels = 0;
     countRegions(&lacking, least, &check.lost, &pixels);
     check.lostShare = inks[0] > 0 ? double(pixels) / double(inks[0]) : 0.0;

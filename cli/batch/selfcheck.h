@@ -16,6 +16,7 @@ struct SelfCheck
     // 0 to 1: of what is ink in one of the two, the share that has its like within a pixel in the
     // other; for colours the share of pixels that have.
     double agreement = 1.0;
+    double ink = 1.0;         // of ink: pixels of it in the drawing for one in the picture
     int lost = 0;             // regions of the picture that the drawing lacks
     double lostShare = 0;     // of the picture's ink, or pixels, that they have
     double colourError = 0.0; // mean distance of the colours, 0 to 1

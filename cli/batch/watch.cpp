@@ -67,29 +67,25 @@ Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
     }
 }
 
-// Folders in folders come and go: those are looked at.
-void Watch::listen(const std::string &folder)
+// Folders in folders come and go: those are looked at. Returns whether it is a folder that was not
+// heard before, by whatever name.
+bool Watch::listen(const std::string &folder)
 {
     const uint32_t kEvents = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB
         | IN_DELETE | IN_MOVED_FROM | IN_DELETE_SELF | IN_MOVE_SELF;
     const int teller
         = events.isOpen() ? inotify_add_watch(events.get(), folder.c_str(), kEvents) : -1;
-    if (teller >= 0)
-        heard[teller] = folder;
     polls = polls || walk.recursive || isRemote(folder) || teller < 0;
+    return teller >= 0 && heard.insert(teller).second;
 }
 
-// A folder may be removed or moved away, and another one made in its place.
+// A folder, or one that it lies in, may be removed or moved away, and another one made in its
+// place.
 void Watch::listenAgain()
 {
     for (const std::string &folder : folders) {
-        const bool isHeard = std::any_of(heard.begin(), heard.end(), [&](const auto &teller) {
-            return teller.second == folder;
-        });
-        if (isHeard || !isFolder(folder))
-            continue;
-        listen(folder);
-        hasNews = true;
+        if (isFolder(folder) && listen(folder))
+            hasNews = true;
     }
 }
 
@@ -162,11 +158,12 @@ std::vector<Item> Watch::takeComplete(std::vector<std::string> *problems)
             found.problems.push_back(folder + ": has gone, waits for it to come back");
         }
     }
+    // Each once, until it is over.
     for (const std::string &problem : found.problems) {
-        if (!toldProblems[problem])
+        if (told.count(problem) == 0)
             problems->push_back(problem);
-        toldProblems[problem] = true;
     }
+    told = std::set<std::string>(found.problems.begin(), found.problems.end());
     for (auto &file : files)
         file.second.isThere = false;
     found.items.forEach([&](const Item &item) {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,8 @@ public:
     // Waits at most `milliseconds` for something to happen; signals end it early.
     void wait(int milliseconds);
 
-    // Files that are complete by now. What cannot be read goes to `problems`, once.
+    // Files that are complete by now. What cannot be read goes to `problems`, once
+    // until it can be again.
     std::vector<Item> takeComplete(std::vector<std::string> *problems);
 
     // What is not complete yet, in sentences: empty files, and those that are being written.
@@ -44,7 +46,7 @@ private:
         bool isThere = false;
     };
 
-    void listen(const std::string &folder);
+    bool listen(const std::string &folder);
     void listenAgain();
     void hear(const char *news, std::size_t size);
     bool isDue() const;
@@ -53,10 +55,10 @@ private:
     std::vector<std::string> folders;
     Walk walk;
     std::map<std::string, State> files;
-    std::map<std::string, bool> toldProblems;
+    std::set<std::string> told; // problems of the last look
     Descriptor events;
-    std::map<int, std::string> heard; // folders by what tells of them
-    bool polls = false;               // a folder gives no news
+    std::set<int> heard; // what tells of folders
+    bool polls = false;  // a folder gives no news
     bool hasNews = true;
     bool hasOpen = false; // files that are not complete yet
     Clock::time_point lastLook;

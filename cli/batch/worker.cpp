@@ -127,6 +127,10 @@ public:
         } catch (const MissingProgram &failure) {
             addFailure(failure.code, failure.what(), &traced.line);
             addAgain(&traced.line);
+        } catch (const MemoryFailure &failure) {
+            lackMemory(failure.what(), &traced);
+        } catch (const NoMemory &error) {
+            lackMemory(error.what(), &traced);
         } catch (const Failure &failure) {
             if (failure.code == kOutputNotWritable
                 && saysNoRoom(failure.what(), line.settings.batch.out))
@@ -135,11 +139,7 @@ public:
         } catch (const TraceError &error) {
             addFailure(kFailed, error.what(), &traced.line);
         } catch (const std::bad_alloc &) {
-            traced.letter = kLineOfMemory;
-            source.drop();
-            addFailure(kFailed, "not enough memory", &traced.line);
-            traced.line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
-            traced.line.insert(QLatin1String(kLimit), line.settings.batch.memoryLimit);
+            lackMemory("not enough memory", &traced);
         }
         const bool isFine = traced.letter == kSkipped || isDone(traced.line);
         if (!isFine) {
@@ -217,6 +217,16 @@ private:
         seconds.insert(QLatin1String("total"), secondsSince(start));
         seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
         result->insert(QLatin1String("seconds"), seconds);
+    }
+
+    // The picture is tried once more, alone, and by runs with a higher limit.
+    void lackMemory(const std::string &text, Traced *traced)
+    {
+        source.drop();
+        traced->letter = kLineOfMemory;
+        addFailure(kFailed, text, &traced->line);
+        traced->line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
+        traced->line.insert(QLatin1String(kLimit), line.settings.batch.memoryLimit);
     }
 
     // Another run may do better with the same picture and settings.

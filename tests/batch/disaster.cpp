@@ -5,12 +5,15 @@
 //
 //   DISASTER_CLOCK  set: the time of day is up to a day off, anew with every question
 //   DISASTER_FULL   while there is a file of this name, nothing can be written to files
+//   DISASTER_SYNC   set to N: from the N-th time, result lines do not get to the disk
+//   DISASTER_TORN   set to N: of the N-th result lines half are written, and then none any more
 //   DISASTER_CASE   set: a file whose name is a hidden one in upper case letters is there
 //   DISASTER_SLOW   set: to write to a file takes 5 ms, on fast machines too
 //   DISASTER_END    who opens a TIFF while there is this file, or this one with 2 behind its name,
 //                   takes that away and is ended as by the kernel
 //   DISASTER_OPEN   set: sockets cannot be closed
 //   DISASTER_DEAF   set to N: the run's N-th look at what a worker says fails
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -50,6 +53,23 @@ bool isFull(int fd)
 {
     static const char *const name = std::getenv("DISASTER_FULL");
     return name && ::access(name, F_OK) == 0 && isFile(fd);
+}
+
+bool isOfResults(int fd)
+{
+    char name[4096];
+    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    const ssize_t size = ::readlink(link.c_str(), name, sizeof name);
+    return size > 0
+        && std::string(name, static_cast<std::size_t>(size)).find("/ztrace-results")
+        != std::string::npos;
+}
+
+// Counts what happens to result lines: how often beyond the number in the variable; 0: not yet.
+int beyond(const char *variable, int fd, int *count)
+{
+    const char *const which = std::getenv(variable);
+    return which && isOfResults(fd) ? std::max(0, ++*count - std::atoi(which) + 1) : 0;
 }
 
 void endAt(const std::string &opened)
@@ -131,11 +151,27 @@ extern "C" time_t time(time_t *to)
     return now.tv_sec;
 }
 
+extern "C" int fdatasync(int fd)
+{
+    static int syncs = 0;
+    if (beyond("DISASTER_SYNC", fd, &syncs) > 0) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_fdatasync, fd));
+}
+
 extern "C" ssize_t write(int fd, const void *data, size_t size)
 {
     if (isFull(fd)) {
         errno = ENOSPC;
         return -1;
+    }
+    static int writes = 0;
+    const int torn = beyond("DISASTER_TORN", fd, &writes);
+    if (torn > 0) {
+        errno = EIO;
+        return torn == 1 ? ::syscall(SYS_write, fd, data, size / 2) : -1;
     }
     if (std::getenv("DISASTER_SLOW") && isFile(fd))
         ::usleep(kSlow);

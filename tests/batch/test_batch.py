@@ -4,6 +4,7 @@ import fcntl
 import hashlib
 import json
 import os
+import shutil
 import signal
 import socket
 import struct
@@ -281,8 +282,40 @@ class Workers(BatchTest):
         if result.returncode == 0:
             self.skipTest("sanitizers have their own idea of memory")
         self.assertEqual(result.returncode, 1)
-        self.assertIn(self.lines()["in/large.png", 1]["outcome"], ("memory limit", "failed"))
+        line = self.lines()["in/large.png", 1]
+        self.assertEqual((line["outcome"], line["limit"], line["attempts"]), ("memory limit", 30, 2))
         self.assertEqual(len(self.tree()), 2)
+        self.assertIn(b"1 of the failures are of earlier runs", self.batch("in", "--memory-limit", "20", code=1).stderr)
+        self.assertIn(b"1 done, 2 finished before", self.batch("in").stderr)
+
+    def test_memory_that_is_missing_is_never_a_damaged_picture(self):
+        """Wherever it is missing: a run with more of it tries again."""
+        from PIL import Image, ImageDraw
+        image = Image.new("RGB", (1600, 1500), "white")
+        for i in range(30):
+            ImageDraw.Draw(image).ellipse([i * 47, i * 40, i * 47 + 90, i * 40 + 60], fill=(i * 8, 0, 99))
+        os.mkdir(self.path("in"))
+        kinds = ["bmp", "gif", "jpg", "png", "tif"] + (["pdf"] if shutil.which("pdftoppm") else [])
+        for kind in kinds:
+            image.convert("L" if kind == "jpg" else "RGB").save(self.path("in/a-%s.%s" % (kind, kind)))
+        with open(self.path("in/half.png"), "wb") as file:
+            file.write(self.read("in/a-png.png")[:900])
+
+        def run(out, *more):
+            return subprocess.run([PROGRAM, "batch", "in", "--out", out, *more], cwd=self.folder, capture_output=True,
+                                  check=False).stderr.decode()
+        if "memory" not in run("probe", "--memory-limit", "2"):
+            self.skipTest("sanitizers have their own idea of memory")
+        short = 0
+        for limit in "2", "8", "16", "24", "40":
+            out = "out" + limit
+            run(out, "--memory-limit", limit)
+            for (path, _), line in self.lines(out + "/ztrace-results.jsonl").items():
+                if line["outcome"] != "done" and path != "in/half.png":
+                    self.assertEqual((line.get("limit"), line["outcome"] == "failed"), (float(limit), False), line)
+                    short += 1
+            self.assertNotIn("in/a-", run(out), limit)
+        self.assertGreater(short, 5)
 
 
 class Results(BatchTest):

@@ -82,6 +82,23 @@ class Lines(FaultTest):
             self.assertEqual("no result lines" in text, b"[]" in damaged or (0 < lost < 3 and damaged.endswith(b"}\n")), text)
             self.assertEqual(self.tree(), drawings)
 
+    @unittest.skipUnless(DISASTER, "sanitizers have allocators of their own, which another preloaded library would come before")
+    def test_a_disk_that_fails_under_the_lines(self):
+        """The run ends, and the next one does neither again what is there nor forgets what is not."""
+        self.pictures(40)
+        for fault in ("SYNC", "1"), ("SYNC", "2"), ("TORN", "1"), ("TORN", "2"):
+            subprocess.run(["rm", "-rf", self.path("out")], check=True)
+            environment = {**os.environ, "LD_PRELOAD": DISASTER, "DISASTER_SLOW": "1", "DISASTER_" + fault[0]: fault[1]}
+            done = subprocess.run([PROGRAM, "batch", "in", "--out", "out", "-j", "1"], cwd=self.folder, env=environment,
+                                  capture_output=True, check=False)
+            self.assertEqual(done.returncode, 4, (fault, done.stderr))
+            self.assertIn(b"out/ztrace-results.jsonl: Input/output error", done.stderr)
+            there = len(self.lines())
+            self.assertLess(there, 40)
+            self.assertIn("%d done%s" % (40 - there, ", %d finished before" % there if there else ""), self.words("in"), fault)
+            self.assertEqual({line["outcome"] for line in self.lines().values()}, {"done"})
+            self.assertEqual((len(self.lines()), len(self.tree())), (40, 40))
+
     def test_lines_with_other_members(self):
         self.pictures(2)
         self.batch("in")

@@ -8,7 +8,7 @@ import random
 import sys
 import unittest
 
-from PIL import Image, ImageDraw, ImageFilter
+from PIL import Image, ImageDraw, ImageFilter, ImageFont
 
 from batchsupport import BatchTest
 
@@ -104,6 +104,21 @@ class SelfCheck(BatchTest):
         self.assertLessEqual(found["good"] + found["jpeg"], 0.01 * 2 * PAGES)
         damaged = [found[name] for name in ("cut", "faded", "dark", "light", "small")]
         self.assertGreaterEqual(sum(damaged), 0.95 * 5 * PAGES)
+
+    def test_letters_that_are_blotted(self):
+        """All ink has some within a pixel then, and is lost nowhere; of paper without grain no threshold is too light."""
+        font = ImageFont.load_default()
+        for seed in range(PAGES):
+            chance = random.Random(seed)
+            image = Image.new("L", (WIDTH // 3, HEIGHT // 3), 255)
+            pen = ImageDraw.Draw(image)
+            for y in range(10, HEIGHT // 3 - 20, 16):
+                pen.text((10, y), "".join(chance.choice("abdeghkopqrs 0469") for _ in range(44)), font=font, fill=chance.randrange(60))
+            image = image.resize((WIDTH, HEIGHT), Image.BICUBIC).resize((WIDTH * 2 // 3, HEIGHT * 2 // 3), Image.LANCZOS)
+            self.put("clean/p%d.png" % seed, saved(image.filter(ImageFilter.GaussianBlur(0.6)), "PNG"))
+        os.symlink("clean", self.path("blotted"))
+        self.assertEqual(self.flags("clean"), 0)
+        self.assertGreaterEqual(self.flags("blotted", "--threshold", "252"), 0.95 * PAGES)
 
     def test_sheets_of_centre_lines(self):
         """Upright and turned. Of seeds that are not here some drawings lack a line, and are flagged for it."""

@@ -201,6 +201,31 @@ class Watching(BatchTest):
             run.terminate()
             run.communicate(timeout=60)
 
+    def test_a_folder_that_goes_each_time_and_its_own_folder_too(self):
+        """Each time is told; neither way another folder of the name is overlooked."""
+        self.put("top/in/a.png", picture(1))
+        run = self.start("--watch", "top/in")
+        try:
+            self.wait_for("a.svg")
+            for name in "b", "c":
+                shutil.rmtree(self.path("top/in"))
+                self.assertIn(b"in: has gone", run.stderr.readline())
+                self.put("top/in/%s.png" % name, picture(2))
+                self.wait_for(name + ".svg")
+            os.rename(self.path("top"), self.path("away"))
+            self.put("top/in/d.png", picture(3))
+            self.wait_for("d.svg")
+            inode = b"ino:%x " % os.stat(self.path("top/in")).st_ino
+            self.assertTrue(any(inode in line for line in self.listened(run)))
+        finally:
+            run.terminate()
+            run.communicate(timeout=60)
+
+    def listened(self, run):
+        """What the kernel says of folders that the run hears of."""
+        news = [name for name in glob.glob("/proc/%d/fd/*" % run.pid) if "inotify" in os.readlink(name)]
+        return self.read(news[0].replace("/fd/", "/fdinfo/")).splitlines()
+
     def wait_for(self, drawing):
         for _ in range(1200):
             if os.path.exists(self.path("out/" + drawing)):
