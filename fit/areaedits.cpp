@@ -16,16 +16,13 @@ const int kRoundsOfEdit = 4;
 const double kTipCosine = -0.087;
 const double kTipCuts[] = { 0.7, 1.5 };
 const double kTipPart = 0.6;
-const double kLeastCorner = 0.6; // radians that an arc turns that may be a corner
-const double kMostCorner = 2.6;
-const double kSmallArc = 5;     // pixels
-const double kLeastSplit = 1.2; // pixels of a piece that a corner may divide
+const double kLeastCorner = 0.6; // radians that a corner in a line turns
+const double kLeastSplit = 1.2;  // pixels of a piece that a corner may divide
 const double kMostSplit = 12;
 const double kBeside = 1; // pixels
 // Times the price of a number for detail: at 1 logos take more joints for nothing that is seen.
 const double kDetail = 2;
-const double kCornerForArc = 0.5; // numbers: two lines and a corner for an arc
-const double kLeastWide = 1.9;    // radians that an arc turns that may be two corners
+const double kLeastWide = 1.9; // radians that an arc turns that may be two corners
 const double kMostWide = 5;
 const double kMostRadius = 6;    // pixels
 const double kCornersForArc = 4; // numbers: three lines and two corners for an arc
@@ -111,33 +108,6 @@ bool dropShort(std::size_t number, std::vector<Piece> *pieces)
 double turnBefore(const std::vector<Piece> &pieces, std::size_t number)
 {
     return angleBetween(endTangent(pieces[number - 1]), startTangent(pieces[number]));
-}
-
-double turnOf(const Piece &piece)
-{
-    return std::fabs(angleBetween(startTangent(piece), endTangent(piece)));
-}
-
-// A small arc as the corner where its end tangents meet; false where it turns too little or too
-// much for one.
-bool cornerForArc(std::size_t number, std::vector<Piece> *pieces)
-{
-    const Piece arc = (*pieces)[number];
-    const double turn = turnOf(arc);
-    if (arc.kind != Kind::Arc || turn < kLeastCorner || turn > kMostCorner
-        || chordOf(arc) > kSmallArc)
-        return false;
-    const Point one = startTangent(arc);
-    const Point other = endTangent(arc);
-    const Point corner = arc.start + (cross(arc.end - arc.start, other) / cross(one, other)) * one;
-    Piece after = linePiece(corner, arc.end);
-    Piece before = linePiece(arc.start, corner);
-    before.first = after.first = arc.first;
-    before.count = arc.count;
-    before.smooth = arc.smooth;
-    (*pieces)[number] = before;
-    pieces->insert(pieces->begin() + static_cast<std::ptrdiff_t>(number) + 1, after);
-    return true;
 }
 
 // A wide arc as the two corners of a counter: where the tangents of its ends meet that of its
@@ -235,7 +205,7 @@ Box boxAround(const std::vector<Piece> &pieces, std::size_t joint)
     return { box.low - around, box.high + around };
 }
 
-// Tips cut, short lines left out, corners for arcs and in lines, wherever that pays.
+// Tips cut, short lines left out, two corners for arcs, one in lines, wherever that pays.
 class Editor
 {
 public:
@@ -298,7 +268,6 @@ private:
             }
         };
         using Pieces = std::vector<Piece>;
-        attempt(kCornerForArc, [&](Pieces *p) { return cornerForArc(number, p); });
         attempt(kCornersForArc, [&](Pieces *p) { return cornersForArc(number, p); });
         attempt(kSplitArc, [&](Pieces *p) { return splitPiece(number, true, p); });
         attempt(kBendLine, [&](Pieces *p) { return bendLine(number, p); });

@@ -11,8 +11,8 @@ namespace ztrace::fit {
 // Tips cut off square and short lines left out, wherever that pays at lambda nats a number; the
 // joints around a change are fitted. Returns whether anything was changed.
 bool cleanEnds(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
-// Corners in place of small arcs and in lines, arcs in two, lines bent: the best of these for each
-// piece, likewise.
+// Two corners in place of small arcs, one in lines, arcs in two, lines bent: the best of these for
+// each piece, likewise.
 bool addDetail(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
 
 } // namespace ztrace::fit

@@ -105,19 +105,25 @@ public:
     double run(int rounds = kRoundsOfPolish,
                double wanted = std::numeric_limits<double>::infinity())
     {
-        double cost = costOf(pieces, values);
+        double cost = costOf(pieces, values, &off);
         double damping = 1e-3;
+        std::vector<double> offNext;
+        bool isNew = true;
         for (int round = 0; round < rounds; ++round) {
+            if (isNew)
+                findEquations();
             const Eigen::VectorXd step = stepOf(damping);
             std::vector<double> next = values;
             for (std::size_t k = 0; k < values.size(); ++k)
                 next[k] += step[static_cast<Eigen::Index>(k)];
             const std::vector<Piece> moved = applied(next);
-            const double after = costOf(moved, next);
-            if (!(after < cost)) {
+            const double after = costOf(moved, next, &offNext);
+            isNew = after < cost;
+            if (!isNew) {
                 damping *= 30;
                 continue;
             }
+            off.swap(offNext);
             const bool settled = cost - after < kSettled * cost || cost - after < after - wanted;
             pieces = moved;
             values = next;
@@ -181,7 +187,7 @@ private:
     }
 
     // Takes off what the pieces draw that move, or do not.
-    void take(const std::vector<Piece> &p, char moving, std::vector<double> *off) const
+    void take(const std::vector<Piece> &p, char moving, std::vector<double> *from) const
     {
         areas.clear();
         for (std::size_t k = 0; k < p.size(); ++k) {
@@ -190,15 +196,8 @@ private:
         }
         areas.forEach([&](std::size_t k, double area) {
             if (coverage.counts[k])
-                (*off)[k] -= area;
+                (*from)[k] -= area;
         });
-    }
-
-    std::vector<double> offOf(const std::vector<Piece> &p) const
-    {
-        std::vector<double> off = fixed;
-        take(p, 1, &off);
-        return off;
     }
 
     double anchorOf(const Parameter &p) const
@@ -261,9 +260,13 @@ private:
         return angleBetween(endTangent(p[before]), startTangent(p[joint])) / kSmooth;
     }
 
-    double costOf(const std::vector<Piece> &p, const std::vector<double> &all) const
+    // And what the pixels are off by then.
+    double costOf(const std::vector<Piece> &p, const std::vector<double> &all,
+                  std::vector<double> *offThen) const
     {
-        double cost = squares(offOf(p)) / (coverage.sigma * coverage.sigma);
+        *offThen = fixed;
+        take(p, 1, offThen);
+        double cost = squares(*offThen) / (coverage.sigma * coverage.sigma);
         for (std::size_t k = 0; k < p.size(); ++k) {
             if (origin[k].smooth)
                 cost += turnAt(p, k) * turnAt(p, k);
@@ -273,7 +276,8 @@ private:
         return cost;
     }
 
-    Eigen::VectorXd stepOf(double damping)
+    // Of the pieces as they are, with nothing damped.
+    void findEquations()
     {
         const auto n = static_cast<Eigen::Index>(parameters.size());
         normal.setZero(n, n);
@@ -286,14 +290,18 @@ private:
             normal(i, i) += anchor;
             right[i] -= anchor * values[k];
         }
-        normal.diagonal() *= 1 + damping;
-        return normal.selfadjointView<Eigen::Lower>().ldlt().solve(right);
+    }
+
+    Eigen::VectorXd stepOf(double damping)
+    {
+        damped = normal;
+        damped.diagonal() *= 1 + damping;
+        return damped.selfadjointView<Eigen::Lower>().ldlt().solve(right);
     }
 
     // What each pixel is off by, and how that changes.
     void addPixels()
     {
-        const std::vector<double> off = offOf(pieces);
         changes.clear();
         slots.clear();
         for (std::size_t k = 0; k < pieces.size(); ++k) {
@@ -310,6 +318,8 @@ private:
         }
         const double weight = 1 / (coverage.sigma * coverage.sigma);
         for (std::size_t pixel = 0; pixel < off.size(); ++pixel) {
+            if (firstAt[pixel] == kNone)
+                continue;
             for (uint32_t i = firstAt[pixel]; i != kNone; i = nextAt[i])
                 addChange(changes[i], slotOf[slots[i]]);
             addGradient(weight, off[pixel]);
@@ -341,11 +351,11 @@ private:
 
     // Weighted least squares of one thing that is off: its gradient into the normal equations,
     // below the diagonal only. Few parameters change the same thing.
-    void addGradient(double weight, double off)
+    void addGradient(double weight, double missing)
     {
         for (Eigen::Index one : touched) {
             const double by = weight * gradient[static_cast<std::size_t>(one)];
-            right[one] += by * off;
+            right[one] += by * missing;
             for (Eigen::Index other : touched) {
                 if (other <= one)
                     normal(one, other) += by * gradient[static_cast<std::size_t>(other)];
@@ -412,7 +422,8 @@ private:
     mutable Areas areas;     // scratch
     std::vector<char> moves; // pieces
     std::vector<double> fixed;
-    const double hold; // part of the anchors' deviations
+    std::vector<double> off; // per pixel, with the pieces as they are
+    const double hold;       // part of the anchors' deviations
     std::vector<Parameter> parameters;
     std::vector<double> values;
     std::vector<Slots> slotOf; // pieces
@@ -426,6 +437,7 @@ private:
     std::vector<char> isTouched;
     std::vector<Eigen::Index> touched;
     Eigen::MatrixXd normal;
+    Eigen::MatrixXd damped;
     Eigen::VectorXd right;
 };
 

@@ -49,7 +49,6 @@ struct Room
     std::vector<Survivor> survivors;           // break after break, the cheapest first
     std::vector<int> kept;                     // per break: where its survivors begin
     std::vector<std::pair<double, int>> order; // cost and state
-    std::vector<int> ends;
 
     void clear(int size)
     {
@@ -87,8 +86,7 @@ public:
         clear(size);
         for (int first = 0; first < size; ++first) {
             keepStates(first);
-            reach.endsFrom(first, &ends);
-            if (!ends.empty() && reachable(first))
+            if (reachable(first))
                 leave(first);
         }
         keepStates(size);
@@ -131,14 +129,17 @@ private:
         int last[kSpanLanes];
         double most[kSpanLanes];
         int count = 0;
-        for (std::size_t k = 0; k < ends.size(); ++k) {
-            if (ends[k] - first >= 2 || size <= 1) {
-                last[count] = ends[k];
-                most[count++] = std::min(best[static_cast<std::size_t>(ends[k])] + slack,
-                                         reach.limitAt(ends[k]))
+        Reach::Ends ends(reach, first);
+        for (bool more = true; more;) {
+            int end = 0;
+            more = ends.next(&end);
+            if (more && (end - first >= 2 || size <= 1)) {
+                last[count] = end;
+                most[count++]
+                    = std::min(best[static_cast<std::size_t>(end)] + slack, reach.limitAt(end))
                     - before;
             }
-            if (count < kSpanLanes && k + 1 < ends.size())
+            if (count < kSpanLanes && more)
                 continue;
             if (count > 0)
                 meter.measure(first, last, most, count);

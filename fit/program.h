@@ -21,8 +21,28 @@ public:
     static Reach lattice(const Points &points, const Search &search = Search());
     static Reach refinement(const Table &table, const std::vector<Span> &spans, int radius);
 
-    // The ends of spans from break `first`, ascending in length; empty where no span begins.
-    void endsFrom(int first, std::vector<int> *ends) const;
+    // The ends of spans from one break, ascending in length; none where no span begins. One at a
+    // time: from most breaks few are looked at, and of a long chain there are many. The Reach must
+    // outlive it.
+    class Ends
+    {
+    public:
+        Ends(const Reach &reach, int first);
+        // False where there is no other.
+        bool next(int *end);
+
+    private:
+        bool nextOfLattice(int *end);
+        bool nextOfRefinement(int *end);
+
+        const Reach &reach;
+        const int first;
+        int step;          // lattice: between the ends of spans of this length
+        int end;           // the next one may be this
+        std::size_t place; // of the next break in `corners`
+        int lastGroup = 0; // refinement: that spans from here may end in
+        bool isCorner;
+    };
     bool mayCut() const { return kind != Kind::Every; }
     // Nats; dearer ways to this break lead to nothing better than the earlier answer.
     double limitAt(int at) const
@@ -32,7 +52,6 @@ public:
 
 private:
     enum class Kind { Every, Lattice, Refinement };
-    void latticeEnds(int first, std::vector<int> *ends) const;
 
     Kind kind = Kind::Every;
     int size = 0;

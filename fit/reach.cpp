@@ -170,49 +170,58 @@ Reach Reach::refinement(const Table &table, const std::vector<Span> &spans, int 
     return reach;
 }
 
-void Reach::latticeEnds(int first, std::vector<int> *ends) const
+Reach::Ends::Ends(const Reach &r, int f)
+    : reach(r), first(f), step(r.fineStep), end(f + 1), place(0),
+      isCorner(!r.isCorner.empty() && r.isCorner[static_cast<std::size_t>(f)] != 0)
 {
-    const bool corner = isCorner[static_cast<std::size_t>(first)] != 0;
-    auto next = std::upper_bound(corners.begin(), corners.end(), first);
-    int step = fineStep;
-    for (int end = first + 1; end <= size;) {
-        while (end - first >= kFineLength / fineStep * step)
-            step *= 2;
-        // Corner to multiple, multiple to multiple; corners as ends come in between.
-        if (!corner && (first & (step - 1)) != 0)
-            break;
-        const int aligned = (end + step - 1) & -step;
-        for (; next != corners.end() && *next < aligned; ++next)
-            ends->push_back(*next);
-        if (next != corners.end() && *next == aligned)
-            ++next;
-        if (aligned <= size)
-            ends->push_back(aligned);
-        end = aligned + 1;
-    }
+    const bool isPlaced = isCorner || (reach.kind == Kind::Lattice && (first & (step - 1)) == 0);
+    if (!isPlaced)
+        return;
+    const std::vector<int> &breaks = reach.corners;
+    place = static_cast<std::size_t>(std::upper_bound(breaks.begin(), breaks.end(), first)
+                                     - breaks.begin());
+    if (reach.kind == Kind::Refinement)
+        lastGroup = reach.group[place - 1] + kMostMerged;
 }
 
-void Reach::endsFrom(int first, std::vector<int> *ends) const
+bool Reach::Ends::next(int *result)
 {
-    ends->clear();
-    if (kind == Kind::Lattice) {
-        latticeEnds(first, ends);
-        return;
+    if (reach.kind == Kind::Lattice)
+        return nextOfLattice(result);
+    if (reach.kind == Kind::Refinement)
+        return nextOfRefinement(result);
+    *result = end++;
+    return *result <= reach.size;
+}
+
+// Corner to multiple, multiple to multiple; corners as ends come in between.
+bool Reach::Ends::nextOfLattice(int *result)
+{
+    if (end > reach.size)
+        return false;
+    while (end - first >= kFineLength / reach.fineStep * step)
+        step *= 2;
+    if (!isCorner && (first & (step - 1)) != 0)
+        return false;
+    const int aligned = (end + step - 1) & -step;
+    if (place < reach.corners.size() && reach.corners[place] <= aligned) {
+        *result = reach.corners[place++];
+        // The length of the next one is told by where it is looked for, multiple by multiple.
+        if (*result == aligned)
+            end = aligned + 1;
+        return true;
     }
-    if (kind == Kind::Every) {
-        for (int end = first + 1; end <= size; ++end)
-            ends->push_back(end);
-        return;
-    }
-    if (!isCorner[static_cast<std::size_t>(first)])
-        return;
-    const auto from = std::lower_bound(corners.begin(), corners.end(), first) - corners.begin();
-    const int own = group[static_cast<std::size_t>(from)];
-    for (auto k = static_cast<std::size_t>(from) + 1; k < corners.size(); ++k) {
-        if (group[k] > own + kMostMerged)
-            break;
-        ends->push_back(corners[k]);
-    }
+    end = aligned + 1;
+    *result = aligned;
+    return aligned <= reach.size;
+}
+
+bool Reach::Ends::nextOfRefinement(int *result)
+{
+    if (!isCorner || place >= reach.corners.size() || reach.group[place] > lastGroup)
+        return false;
+    *result = reach.corners[place++];
+    return true;
 }
 
 } // namespace ztrace::fit

@@ -22,9 +22,15 @@ const double kSettled = 1e-6;
 const double kRough = 1e-2;
 const int kRoughPoints = 64;
 // Sum of squares of distances in deviations over which a path of lines is cheaper than a shape: per
-// point and beyond. Generous, as deviations may be understated.
-const double kHopelessPerPoint = 300;
-const double kHopeless = 2000;
+// point and beyond. Of soft edges generous, as deviations may be understated; those of a staircase
+// are known, and a line through every two points costs 7 nats a point.
+struct Hopeless
+{
+    double perPoint;
+    double beyond;
+};
+const Hopeless kHopelessOfSoft = { 300, 2000 };
+const Hopeless kHopelessOfSteps = { 20, 200 };
 // Pixels from both sides of a corner within which pixels see both.
 const double kCornerZone = 2;
 // Points of a shape for each that may be left out there: of the smallest all are near corners.
@@ -98,10 +104,11 @@ struct Normal
 
 // Whether a shape is so far from n points that some path of lines is cheaper in any case: what
 // the moments gave may be far off, by round 3 it is not.
-bool isHopeless(double chi2, int n, int round)
+bool isHopeless(double chi2, Edge edge, int n, int round)
 {
+    const Hopeless &most = edge == Edge::Soft ? kHopelessOfSoft : kHopelessOfSteps;
     static const double room[4] = { 1000, 100, 10, 1 };
-    return !(chi2 < room[std::min(round, 3)] * (kHopelessPerPoint * n + kHopeless));
+    return !(chi2 < room[std::min(round, 3)] * (most.perPoint * n + most.beyond));
 }
 
 // Weighted least squares over all points, the first rounds over some of them. `Shape` is made of
@@ -120,7 +127,7 @@ bool gaussNewton(const Points &points, Eigen::Matrix<double, N, 1> *parameters, 
             normal.add(shape.residual(points.at(i)), weight);
         }
         Eigen::Matrix<double, N, 1> step;
-        if (isHopeless(normal.chi2 * stride, n, round) || !normal.solve(&step))
+        if (isHopeless(normal.chi2 * stride, points.edge, n, round) || !normal.solve(&step))
             return false;
         *parameters += step;
         limit(parameters);

@@ -5,7 +5,9 @@
 #include "tracing/workers.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <iterator>
 
 namespace ztrace {
 
@@ -232,6 +234,33 @@ std::vector<double> placesAlong(const fit::Path &path)
     return along;
 }
 
+// The chords of curves, which are compared with many: those that were asked for last.
+class Flattened
+{
+public:
+    const std::vector<Segment> &of(const fit::Path &path, const PlaceOfPiece &place)
+    {
+        Kept &kept = all[(place.path * 31 + place.piece) % kKept];
+        if (!kept.isSet || !(kept.place == place)) {
+            kept.isSet = true;
+            kept.place = place;
+            kept.segments.clear();
+            flatten(path, place.piece, &kept.segments);
+        }
+        return kept.segments;
+    }
+
+private:
+    static constexpr std::size_t kKept = 64; // 1 MB a thread at the most
+    struct Kept
+    {
+        bool isSet = false;
+        PlaceOfPiece place = {};
+        std::vector<Segment> segments;
+    };
+    std::array<Kept, kKept> all;
+};
+
 // Compares pieces chord by chord.
 class Comparison
 {
@@ -243,10 +272,10 @@ public:
         own = pair.a.path == pair.b.path;
         if (own)
             along = placesAlong(paths[pair.a.path]);
-        flatten(paths[pair.a.path], pair.a.piece, pair, &ones);
+        takeChords(pair.a, pair, &ones);
         if (pair.a == pair.b)
             return meetsItself(pair.a.piece);
-        flatten(paths[pair.b.path], pair.b.piece, pair, &others);
+        takeChords(pair.b, pair, &others);
         for (const Segment &one : ones) {
             for (const Segment &other : others) {
                 if (!areApart(one, other)
@@ -260,19 +289,18 @@ public:
 
 private:
     // The chords that may meet what the pair has in common.
-    void flatten(const fit::Path &path, uint32_t number, const PiecePair &pair,
-                 std::vector<Segment> *segments)
+    void takeChords(const PlaceOfPiece &place, const PiecePair &pair,
+                    std::vector<Segment> *segments)
     {
-        segments->clear();
-        ztrace::flatten(path, number, segments);
         const auto outside = [&pair](const Segment &s) {
             return std::max(s.a.x, s.b.x) < pair.common.low.x
                 || std::min(s.a.x, s.b.x) > pair.common.high.x
                 || std::max(s.a.y, s.b.y) < pair.common.low.y
                 || std::min(s.a.y, s.b.y) > pair.common.high.y;
         };
-        segments->erase(std::remove_if(segments->begin(), segments->end(), outside),
-                        segments->end());
+        const std::vector<Segment> &all = flattened.of(paths[place.path], place);
+        segments->clear();
+        std::remove_copy_if(all.begin(), all.end(), std::back_inserter(*segments), outside);
     }
 
     bool meetsItself(uint32_t piece) const
@@ -304,6 +332,7 @@ private:
     const std::vector<fit::Path> &paths;
     bool own = false;
     std::vector<double> along; // per piece of the path, where both are of one
+    Flattened flattened;
     std::vector<Segment> ones;
     std::vector<Segment> others;
 };

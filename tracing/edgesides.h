@@ -29,8 +29,13 @@ struct SoftEdges::Side
     double square;
     double noise; // of coverage
     double level; // coverage at which labels change
-    // Of each lightness, in pictures of one channel.
-    std::array<double, 256> coverage;
+    // Of each lightness, in pictures of one channel. In colours, of pixels that were looked at, in
+    // the places that keyOf() tells, each with its key: cracks side by side look at the same ones.
+    mutable std::array<double, 256> coverage;
+    mutable std::array<uint64_t, 256> keys;
+
+    static uint64_t keyOf(int x, int y) { return uint64_t(uint32_t(y)) << 32 | uint32_t(x); }
+    static std::size_t placeOf(int x, int y) { return std::size_t((y & 15) << 4 | (x & 15)); }
 };
 
 // From lattice point (x, y) by one step.
@@ -67,9 +72,17 @@ inline double SoftEdges::coverageOf(const Side &side, const uint8_t *value) cons
 // Of the right side; beyond the picture the nearest pixel's.
 inline double SoftEdges::coverageAt(const Side &side, int x, int y) const
 {
-    const uint8_t *value = picture.at(std::min(picture.width - 1, std::max(0, x)),
-                                      std::min(picture.height - 1, std::max(0, y)));
-    return picture.channels == 1 ? side.coverage[*value] : coverageOf(side, value);
+    x = std::min(picture.width - 1, std::max(0, x));
+    y = std::min(picture.height - 1, std::max(0, y));
+    if (picture.channels == 1)
+        return side.coverage[*picture.at(x, y)];
+    const std::size_t place = Side::placeOf(x, y);
+    const uint64_t key = Side::keyOf(x, y);
+    if (side.keys[place] != key) {
+        side.keys[place] = key;
+        side.coverage[place] = coverageOf(side, picture.at(x, y));
+    }
+    return side.coverage[place];
 }
 
 } // namespace ztrace

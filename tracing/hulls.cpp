@@ -247,6 +247,7 @@ void forEachStripOf(const fit::Piece &piece, const Work &work)
 
 struct Item
 {
+    Hull hull;
     fit::Box box;
     PlaceOfPiece place;
     bool looked;
@@ -326,7 +327,7 @@ private:
                 continue;
             const PlaceOfPiece place = { number, k };
             const auto item = uint32_t(items.size());
-            items.push_back({ box, place, isLooked(number) });
+            items.push_back({ hull, box, place, isLooked(number) });
             forEachStripOf(path.pieces[k], [&](const Strip &strip) {
                 strips.push_back({ strip, item });
             });
@@ -343,11 +344,9 @@ private:
             return;
         const Item &a = one.place < other.place ? one : other;
         const Item &b = one.place < other.place ? other : one;
-        const fit::Piece &pieceA = pieceAt(a.place);
-        const fit::Piece &pieceB = pieceAt(b.place);
-        if (arePlainlyApart(hullOf(pieceA), hullOf(pieceB))
-            || partsAreApart(Parts(pieceA), Parts(pieceB), follows(a.place, b.place),
-                             follows(b.place, a.place)))
+        if (arePlainlyApart(a.hull, b.hull)
+            || partsAreApart(Parts(pieceAt(a.place)), Parts(pieceAt(b.place)),
+                             follows(a.place, b.place), follows(b.place, a.place)))
             return;
         const fit::Box common = { { std::max(a.box.low.x, b.box.low.x) - kLeastGap,
                                     std::max(a.box.low.y, b.box.low.y) - kLeastGap },

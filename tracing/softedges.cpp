@@ -103,6 +103,8 @@ SoftEdges::Side SoftEdges::sideOf(uint32_t chain) const
             const uint8_t byte = uint8_t(value);
             side.coverage[byte] = coverageOf(side, &byte);
         }
+        if (picture.channels > 1)
+            side.keys.fill(uint64_t(-1)); // no pixel's
         return side;
     }
     side.square = side.noise = side.level = 0;
