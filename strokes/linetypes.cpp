@@ -26,7 +26,7 @@ const double kLeastChainGap = 1.2;
 const double kLeastLong = 3.5; // widths of a long dash
 // The first or last dash of a row, into which another line joins a gap and the short dash: pixels,
 // and part of the usual length, that it may differ from such a length. More takes uneven rows for
-// chains; centre marks of 22 pixels at 300 dpi are off by .5.
+// chains; dashes of 22 pixels are off by one in one bit.
 const double kHiddenSlack = 1.5;
 const double kHiddenPart = 0.05;
 const double kUsualLong = 0.25; // part of the long dashes below the usual one: two may hide some
