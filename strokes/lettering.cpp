@@ -29,6 +29,7 @@ struct Part
     fit::Moments moments = {};
     double width = 0.0;
     bool isWhole = false; // a circle or an ellipse and nothing else
+    bool isCross = false; // two lines or arcs that cross, and nothing else
 
     void add(Point p)
     {
@@ -40,7 +41,7 @@ struct Part
     double breadth() const { return std::sqrt(12 * fit::lineMoments(moments).least); }
     Point middle() const { return 0.5 * (low + high); }
     // Neither a dash nor a hole: a letter, if it has company.
-    bool isFormed() const { return !isWhole && breadth() > kFormed * width; }
+    bool isFormed() const { return !isWhole && !isCross && breadth() > kFormed * width; }
 };
 
 int living(const Web &web, int number)
@@ -48,6 +49,21 @@ int living(const Web &web, int number)
     while (number >= 0 && !web.atoms[std::size_t(number)].alive)
         number = web.atoms[std::size_t(number)].heir;
     return number;
+}
+
+// Whether nothing ends at another line of a part but what goes on behind it: two dashes that cross
+// are as large as letters, and stand in rows. So does a + in a row of letters, which has enough of
+// them around it.
+bool isCrossOfTwo(const Web &web, const Part &part)
+{
+    if (part.atoms.size() != 2)
+        return false;
+    return std::none_of(part.atoms.begin(), part.atoms.end(), [&web](int number) {
+        const Atom &atom = web.atoms[std::size_t(number)];
+        return std::any_of(std::begin(atom.joint), std::end(atom.joint), [&web](int joint) {
+            return joint >= 0 && web.joints[std::size_t(joint)].kind != JointKind::Tip;
+        });
+    });
 }
 
 // What hangs together by joints.
@@ -87,6 +103,8 @@ std::vector<Part> partsOf(const Web &web)
             part.add(section.centre);
         part.moments = part.atoms.size() == 1 ? atom.moments : together(part.moments, atom.moments);
     }
+    for (Part &part : parts)
+        part.isCross = isCrossOfTwo(web, part);
     return parts;
 }
 

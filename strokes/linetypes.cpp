@@ -24,6 +24,12 @@ const double kLeastGapPart = 0.15; // of the dash
 const double kLeastDotWidths = 0.35;
 const double kLeastChainGap = 1.2;
 const double kLeastLong = 3.5; // widths of a long dash
+// The first or last dash of a row, into which another line joins a gap and the short dash: pixels,
+// and part of the usual length, that it may differ from such a length. More takes uneven rows for
+// chains; dashes of 22 pixels are off by one in one bit.
+const double kHiddenSlack = 1.5;
+const double kHiddenPart = 0.05;
+const double kUsualLong = 0.25; // part of the long dashes below the usual one: two may hide some
 // Gaps over so many widths have to be shorter than the dashes: edges in a row have such distances.
 const double kWideGap = 7.0;
 const double kWideGapPart = 0.6;
@@ -186,7 +192,31 @@ Steps stepsOf(const Row &row, double limit)
     return steps;
 }
 
-bool isChain(const Row &row, ChainPattern *chain)
+// How many of the ends of an open row are a dash that is longer than usual by a gap and the short
+// dashes that are missing behind it: a circle lies over these where its centre lines leave it. In
+// the middle of a row noise makes such dashes as well.
+std::size_t hiddenSteps(const Row &row, double limit, double usual, double missing)
+{
+    const std::size_t n = row.dashes.size();
+    if (row.closed || n < kLeastDashes)
+        return 0;
+    const auto hides = [&](double dash, double next) {
+        return next >= limit && 2 * (dash - usual) > missing
+            && std::fabs(dash - usual - missing) <= kHiddenSlack + kHiddenPart * usual;
+    };
+    return (hides(row.dashes[0], row.dashes[1]) ? 1u : 0u)
+        + (hides(row.dashes[n - 1], row.dashes[n - 2]) ? 1u : 0u);
+}
+
+// A length that this part of the values is below.
+double lower(std::vector<double> values, double part)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0.0 : values[std::size_t(part * double(values.size()))];
+}
+
+// `mayHide`: short dashes may lie in other lines, as long as that explains all of the row.
+bool isChain(const Row &row, bool mayHide, ChainPattern *chain)
 {
     const double limit = limitOf(row);
     if (!(limit > 0.0))
@@ -201,7 +231,15 @@ bool isChain(const Row &row, ChainPattern *chain)
     chain->longDash = median(longs);
     chain->shortDash = median(shorts);
     // A short dash that lies on another line is not seen, and nor is one that a break took.
-    const std::size_t orderly = steps.count[chain->shorts];
+    std::size_t orderly = steps.count[chain->shorts];
+    if (mayHide && orderly > 0) {
+        const double usual = lower(longs, kUsualLong);
+        const double missing = double(chain->shorts) * (chain->shortDash + row.gap);
+        orderly += hiddenSteps(row, limit, usual, missing);
+        chain->longDash = usual;
+        if (orderly < steps.all)
+            return false;
+    }
     if (orderly == 0 || partOf(orderly, steps.all) < 0.5)
         return false;
     chain->certain = orderly == steps.all && steps.all > 1;
@@ -245,19 +283,14 @@ void stretch(double length, bool closed, std::vector<double> *pattern)
         part *= factor;
 }
 
-} // namespace
-
-Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
+// What a row with even gaps is, in pixels of ink and gaps in turn; not stretched.
+Dashing patternOf(const Row &row, const std::vector<Run> &dashes, double width, bool mayHide)
 {
     Dashing dashing;
-    const Row row = rowOf(dashes, whole);
-    if (row.dashes.size() < kLeastDashes || !hasEvenGaps(row)
-        || row.gap > kMostGapWidths * width + 2 * kSlack)
-        return dashing;
     double dash = 0.0;
     ChainPattern chain;
     // Long dashes can be as long as several short ones with their gaps are.
-    const bool mayBeChain = isChain(row, &chain) && chain.longDash > row.gap;
+    const bool mayBeChain = isChain(row, mayHide, &chain) && chain.longDash > row.gap;
     const bool isSure = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
     if (!isSure && isEven(row, &dash)) {
         const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
@@ -277,9 +310,23 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
             dashing.pattern.push_back(chain.shortDash);
             dashing.pattern.push_back(row.gap);
         }
-    } else {
-        return dashing;
     }
+    return dashing;
+}
+
+} // namespace
+
+Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
+{
+    const Row row = rowOf(dashes, whole);
+    if (row.dashes.size() < kLeastDashes || !hasEvenGaps(row)
+        || row.gap > kMostGapWidths * width + 2 * kSlack)
+        return Dashing();
+    Dashing dashing = patternOf(row, dashes, width, false);
+    if (dashing.type == DashType::None)
+        dashing = patternOf(row, dashes, width, true);
+    if (dashing.type == DashType::None)
+        return dashing;
     const double length = row.closed ? whole : dashes.back().to - dashes.front().from;
     stretch(length, row.closed, &dashing.pattern);
     return dashing;

@@ -6,6 +6,7 @@
 #include "strokes/dips.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
+#include "strokes/explained.h"
 #include "strokes/hatchfill.h"
 #include "strokes/joining.h"
 #include "strokes/lettering.h"
@@ -242,6 +243,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleDashes(&web);
     if (page.isNoisy)
         takeDips(coverage, &web);
+    dropExplained(web.atoms, &drawing->solids);
     drawing->arrows = takeArrows(coverage, measure, &web, &drawing->solids);
     const std::vector<HatchFamily> hatches = takeHatches(&web);
     if (page.isNoisy)

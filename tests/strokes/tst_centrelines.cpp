@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace ztrace::strokes;
@@ -46,6 +47,9 @@ private slots:
     void twoPensAreTold();
     void aSolidDiscIsNoStroke();
     void solidsAloneAreDrawn();
+    void aHubOfLinesIsNoSolid_data();
+    void aHubOfLinesIsNoSolid();
+    void aDotOnAHubStays();
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
     void manyShortStrokesAreHardlyDrawn();
@@ -308,6 +312,53 @@ void tst_CentreLines::solidsAloneAreDrawn()
     QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(20, 20)]), 1);
     QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(120, 25)]), 1);
     QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(180, 20)]), 0);
+}
+
+namespace {
+
+// Six lines through one place.
+Sheet hub(Point middle)
+{
+    Sheet sheet(320, 320);
+    for (int k = 0; k < 6; ++k) {
+        const double angle = k * 3.14159265358979 / 6;
+        const Point out = 140.0 * Point { std::cos(angle), std::sin(angle) };
+        sheet.line(middle - out, middle + out, 3.3);
+    }
+    return sheet;
+}
+
+std::size_t solidCells(const StrokeDrawing &drawing)
+{
+    const std::vector<uint8_t> &cells = drawing.solids.cells;
+    return std::size_t(std::count(cells.begin(), cells.end(), uint8_t(1)));
+}
+
+} // namespace
+
+void tst_CentreLines::aHubOfLinesIsNoSolid_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("one bit") << true;
+}
+
+// A disc wider than any pen fits into the ink there, and the lines are all that was drawn.
+void tst_CentreLines::aHubOfLinesIsNoSolid()
+{
+    QFETCH(bool, hard);
+    const StrokeDrawing drawing
+        = strokesOn(hub({ 160.2, 160.4 }), hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(solidCells(drawing), std::size_t(0));
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+}
+
+void tst_CentreLines::aDotOnAHubStays()
+{
+    Sheet sheet = hub({ 160.2, 160.4 });
+    sheet.disc({ 160.2, 160.4 }, 13);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(solidCells(drawing) > 400, qPrintable(QString::number(solidCells(drawing))));
 }
 
 void tst_CentreLines::oddPicturesGiveSomething_data()

@@ -72,6 +72,7 @@ private slots:
     void runsTellTheType_data();
     void runsTellTheType();
     void aPatternEndsWithTheLastDash();
+    void aDotMayLieInAnotherLine();
     void withoutOrderThereIsNoType_data();
     void withoutOrderThereIsNoType();
     void dashesAreOneLine_data();
@@ -123,6 +124,27 @@ void tst_Dashes::aPatternEndsWithTheLastDash()
     const Dashing dashing = dashingOf(runs, 3.0, 0.0);
     QCOMPARE(int(dashing.type), int(DashType::Hidden));
     QVERIFY(std::fabs(6 * sumOf(dashing.pattern) + dashing.pattern[0] - runs.back().to) < 1e-6);
+}
+
+// Centre lines of a small circle, on which their outer dots lie.
+void tst_Dashes::aDotMayLieInAnotherLine()
+{
+    const double lengths[] = { 27.5, 2.5, 22, 2.5, 3, 2.5, 22, 2.5, 27.5 };
+    std::vector<Run> runs;
+    double at = 0.0;
+    for (int k = 0; k < 9; ++k) {
+        if (k % 2 == 0)
+            runs.push_back({ at, at + lengths[k] });
+        at += lengths[k];
+    }
+    const Dashing dashing = dashingOf(runs, 3.0, 0.0);
+    QCOMPARE(int(dashing.type), int(DashType::Center));
+    QVERIFY(std::fabs(dashing.pattern[0] - 22) < 0.5);
+    // A dash that is longer by any other length hides none.
+    std::vector<Run> uneven = runs;
+    uneven.front().from -= 9.0;
+    uneven.back().to += 9.0;
+    QCOMPARE(int(dashingOf(uneven, 3.0, 0.0).type), int(DashType::None));
 }
 
 void tst_Dashes::withoutOrderThereIsNoType_data()

@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace ztrace::strokes;
@@ -55,6 +56,7 @@ private slots:
     void openHeadsAreTwoLines();
     void lettersAreText();
     void dashesAreNoText();
+    void dashesThatCrossAreNoText();
     void aHatchIsAFamily();
     void rowsOfATableAreNoHatch();
 };
@@ -185,6 +187,29 @@ void tst_StrokeRoles::dashesAreNoText()
     for (int k = 0; k < 10; ++k)
         sheet.line({ 20.0 + 36 * k, 30.0 + 5 * k }, { 44.0 + 36 * k, 33.0 + 5 * k }, 3.0);
     QCOMPARE(countOf(strokesOn(sheet), Role::Text), 0);
+}
+
+// Centre lines that cross in their dashes: crosses as large as letters, in a row.
+void tst_StrokeRoles::dashesThatCrossAreNoText()
+{
+    Sheet sheet(560, 240);
+    const auto dashes = [&sheet](Point from, Point step, int count) {
+        for (int k = 0; k < count; ++k) {
+            const Point at = from + 78.0 * k * step;
+            sheet.bar(at, at + 58.0 * step, 3.0);
+            sheet.bar(at + 66.5 * step, at + 69.5 * step, 3.0);
+        }
+    };
+    dashes({ 30.3, 120.4 }, { 1, 0 }, 6);
+    for (int k = 0; k < 5; ++k)
+        dashes({ 59.6 + 78 * k, 13.2 }, { 0, 1 }, 3);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(countOf(drawing, Role::Text), 0);
+    const auto dashed
+        = std::count_if(drawing.strokes.begin(), drawing.strokes.end(), [](const Stroke &stroke) {
+              return stroke.dashing.type == DashType::Center;
+          });
+    QVERIFY2(dashed == 6, listOf(drawing).c_str());
 }
 
 void tst_StrokeRoles::aHatchIsAFamily()
