@@ -98,8 +98,8 @@ class Drawn(CommandTest):
             self.assertEqual(stops.count(b"<stop"), 2)
 
     def test_one_area_in_place_of_bands(self):
-        self.assertEqual(self.svg("-p", "photo", "--gradients").count(b"<path"), 2)
-        self.assertGreater(self.svg("-p", "photo").count(b"<path"), 8)
+        self.assertEqual(self.svg("-p", "photo", "--fit", "engine", "--gradients").count(b"<path"), 2)
+        self.assertGreater(self.svg("-p", "photo", "--fit", "engine").count(b"<path"), 8)
 
     def test_auto_sees_what_lies_on_the_ramp(self):
         self.assertIn(b"photo", self.run_program("a.png", "-o", "b.svg", "--stats").stdout)

@@ -24,21 +24,21 @@ class Palettes(OptionsTest):
                          {"#ffffff", "#000080"})
 
     def test_one_and_three_hundred_colours(self):
-        self.assertEqual(set(self.fills("a.png", "-p", "photo", "--palette", "#123456")), {"#123456"})
+        self.assertEqual(set(self.fills("a.png", "--fit", "engine", "-p", "photo", "--palette", "#123456")), {"#123456"})
         many = ",".join("#%02x%02x80" % (i % 20 * 12, i // 20 * 16) for i in range(300))
-        self.assertGreater(len(set(self.fills("a.png", "-p", "photo", "--palette", many, "--min-path", "0"))), 20)
-        self.assertEqual(len(set(self.fills("a.png", "-p", "photo", "--colors", "1"))), 1)
+        self.assertGreater(len(set(self.fills("a.png", "--fit", "engine", "-p", "photo", "--palette", many, "--min-path", "0"))), 20)
+        self.assertEqual(len(set(self.fills("a.png", "--fit", "engine", "-p", "photo", "--colors", "1"))), 1)
         self.run_program("a.png", "-p", "photo", "--colors", "300")
         self.run_program("a.png", "-p", "logo", "--colors", "300")
 
     def test_palette_file(self):
         self.write("pens.gpl", b"GIMP Palette\nName: pens\nColumns: 2\n# comment\n255   0   0\tRed\n  0 0 255 Blue\n")
-        fills = self.fills("a.png", "--palette", "pens.gpl")
+        fills = self.fills("a.png", "--fit", "engine", "--palette", "pens.gpl")
         self.assertLessEqual(set(fills), {"#ff0000", "#0000ff"})
         for name, text in [("PENS.GPL", b"\xef\xbb\xbfGIMP Palette\r\nName: 2 pens\r\n255 0 0\r\n0 0 255 Blue\r\n"),
                            ("pens.txt", b"red\n\n#0000ff\n"), ("pens", b"#f00,blue")]:
             self.write(name, text)
-            self.assertEqual(self.fills("a.png", "--palette", name), fills)
+            self.assertEqual(self.fills("a.png", "--fit", "engine", "--palette", name), fills)
 
     def test_mistakes_are_told(self):
         self.write("a.gpl", b"GIMP Palette\n#\n256 0 0\n")
@@ -142,17 +142,18 @@ class Keeping(OptionsTest):
 
         def fit(*arguments):
             return self.stats("a.png", *arguments)["statistics"].get("fit", "engine")
-        for preset in "lineart", "logo":
+        for preset in "lineart", "logo", "photo", "poster":
             self.assertEqual(fit("-p", preset), "fair")
             self.assertEqual(fit("-p", preset, "--fit", "engine"), "engine")
             for option in ("-t", "0.5"), ("--curve-tolerance", "1"), ("--upsample", "1"), ("--set", "ltres=1"):
                 self.assertEqual(fit("-p", preset, *option), "engine", option)
                 self.assertEqual(fit("-p", preset, *option, "--fit", "fair"), "fair")
-        for preset in "photo", "poster":
-            self.assertEqual(fit("-p", preset), "engine")
-            self.assertEqual(fit("-p", preset, "--fit", "fair"), "fair")
         self.assertEqual(fit("--raw"), "engine")
         self.assertEqual(self.svg("a.png"), self.svg("a.png", "--fit", "auto"))
+        self.write("a.png", png(400, 400, lambda x, y: (x * 7 % 251, y * 13 % 241, x * y % 239, 255)))  # borders everywhere
+        for preset in "photo", "poster":
+            self.assertEqual(fit("-p", preset, "--detail", "9"), "engine")
+            self.assertEqual(fit("-p", preset, "--detail", "9", "--fit", "fair"), "fair")
 
     def test_min_path(self):
         self.write("a.png", png(40, 40, lambda x, y: RED if square(x, y, 9, 9, 3) else WHITE))

@@ -43,9 +43,9 @@ class Presets(OptionsTest):
             file.write('description = "mine"\nmethod = "blend"\ncolors = 2\n')
         self.write("a.png", png(60, 60, lambda x, y: (x * 4, y * 4, 0, 255)))
         self.assertIn(b"two          mine", self.run_program("presets", environment={"XDG_CONFIG_HOME": home}).stdout)
-        self.run_program("a.png", "-p", "two", "-o", "b.svg", environment={"XDG_CONFIG_HOME": home})
+        self.run_program("a.png", "-p", "two", "--fit", "engine", "-o", "b.svg", environment={"XDG_CONFIG_HOME": home})
         self.assertEqual(len({fill for fill, _, _ in paths(self.read("b.svg"))}), 2)
-        self.assertEqual(len(set(self.fills("a.png", "-p", home + "/ztrace/presets/two.toml"))), 2)
+        self.assertEqual(len(set(self.fills("a.png", "--fit", "engine", "-p", home + "/ztrace/presets/two.toml"))), 2)
 
 
 class Configuration(OptionsTest):

@@ -22,7 +22,7 @@ LIMITS = {
     },
     "lines": {
         "colour": 0.589, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.048, "numbers": 459
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.005, "numbers": 458
     },
     "letters": {
         "colour": 0.427, "detail": 1.0, "regions": 0, "uncovered": 0.01,
@@ -49,12 +49,12 @@ LIMITS = {
         "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.081, "numbers": 319
     },
     "map": {
-        "colour": 0.928, "detail": 1.9, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.568, "numbers": 2963
+        "colour": 0.921, "detail": 1.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.511, "numbers": 2949
     },
     "map-layers": {
-        "colour": 0.693, "detail": 4.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.60, "joints": 7.568, "numbers": 2963
+        "colour": 0.686, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.64, "joints": 7.511, "numbers": 2949
     },
     "dialog": {
         "colour": 0.799, "detail": 4.7, "regions": 0, "uncovered": 0.01,
@@ -77,16 +77,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 29.491, "numbers": 2961
     },
     "shaded": {
-        "colour": 1.131, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 1.82, "joints": 17.109, "numbers": 5449
+        "colour": 1.093, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 16.252, "numbers": 4459
     },
     "shaded-few": {
-        "colour": 2.535, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.19, "joints": 16.975, "numbers": 1643
+        "colour": 2.522, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 18.231, "numbers": 1500
     },
     "hills": {
-        "colour": 1.314, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 11.50, "joints": 3.586, "numbers": 337
+        "colour": 1.142, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.313, "numbers": 296
     },
     "one-bit": {
         "colour": 2.580, "detail": 3.2, "regions": 6, "uncovered": 0.01,
@@ -98,7 +98,7 @@ LIMITS = {
     },
     "grey-page": {
         "colour": 0.899, "detail": 0.7, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.525, "numbers": 1411
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.518, "numbers": 1410
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
