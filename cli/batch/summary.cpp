@@ -208,9 +208,9 @@ const struct
     { "counts", "outlines" }, { "counts", "strokes" },  { "counts", "lines" },
     { "counts", "arcs" },     { "counts", "curves" },   { "check", "agreement" },
     { "check", "lost" },      { "check", "lostShare" }, { "check", "colourError" },
-    { "seconds", "total" },   { nullptr, "peak" },      { nullptr, "bytes" },
-    { nullptr, "sha256" },    { nullptr, "version" },   { nullptr, "settings" },
-    { nullptr, "attempts" },  { nullptr, "time" },
+    { "check", "ink" },       { "seconds", "total" },   { nullptr, "peak" },
+    { nullptr, "bytes" },     { nullptr, "sha256" },    { nullptr, "version" },
+    { nullptr, "settings" },  { nullptr, "attempts" },  { nullptr, "time" },
 };
 
 std::string fieldOf(const QJsonObject &line, const char *group, const char *name)
