@@ -15,7 +15,7 @@ namespace ztrace {
 class RampCells
 {
 public:
-    static const int kReach = 8; // pixels to the sides, up and down, and so diagonally
+    static constexpr int kReach = 8; // pixels to the sides, up and down, and so diagonally
 
     RampCells() = default;
     // Numbers of pixels, rows from the top.
