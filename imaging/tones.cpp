@@ -26,7 +26,8 @@ const double kGentleStep = 0.08;
 const double kRoughBorders = 0.04;
 // A drawing that is no scan: its ground has so many of the pixels, of its very lightness, ...
 const double kPureGround = 0.5;
-const int kNoiseReach = 3; // ... and so few of them are so near to it, ...
+const int kNoiseReach = 3; // ... and so few of them are so near to it, or at the next lightness ...
+const int kFewGreys = 32;  // ... so far off: scans of four bits have steps of 17, brightened more
 const double kPureNoise = 0.05;
 const double kPureInk = 0.05; // ... of the others so many are ink without any ground in it.
 const double kWhole = 0.005;  // of the ink of a drawing: so much of it is whole, if thin
@@ -298,8 +299,14 @@ int pureGround(const Histogram &counts)
     const double total = std::accumulate(counts.begin(), counts.end(), 0.0);
     const int ground = static_cast<int>(commonest - counts.begin());
     double beside = 0.0;
-    for (int v = std::max(0, ground - kNoiseReach); v <= std::min(255, ground + kNoiseReach); ++v)
-        beside += v == ground ? 0.0 : double(counts[static_cast<std::size_t>(v)]);
+    for (int side : { -1, 1 }) {
+        double found = 0.0;
+        for (int step = 1; step <= (found > 0.0 ? kNoiseReach : kFewGreys); ++step) {
+            const int v = ground + side * step;
+            found += v < 0 || v > 255 ? 0.0 : double(counts[static_cast<std::size_t>(v)]);
+        }
+        beside += found;
+    }
     const double own = double(*commonest);
     return own >= kPureGround * total && beside <= kPureNoise * own ? ground : -1;
 }

@@ -68,6 +68,13 @@ Areas areasByEngine(const CleanPage &clean, const Areas &areas, int upsampling,
     return { scanRuns(plane.labels.data(), plane.width, plane.height), plane.colours };
 }
 
+// Where uneven light has been evened out the paper is one lightness as a drawing's is, but the ink
+// is a scan's: its darkest pixels say nothing of thin lines.
+bool isDrawnPage(const CleanPage &clean)
+{
+    return !clean.evenedOut && isDrawn(clean.tones.counts);
+}
+
 // Of whole ink and whole paper: black and white where lines are so thin that the page does not
 // show.
 InkTones wholeTones(const CleanPage &clean)
@@ -89,7 +96,7 @@ EdgePicture edgesOf(const CleanPage &clean)
     edges.hard = clean.bilevel || clean.page.isBilevel();
     if (edges.hard)
         return edges;
-    if (isDrawn(clean.tones.counts)) {
+    if (isDrawnPage(clean)) {
         const InkTones tones = wholeTones(clean);
         edges.tones = { { { float(tones.ink), 0, 0, 0 } }, { { float(tones.paper), 0, 0, 0 } } };
     }
@@ -161,7 +168,7 @@ bool hasThinInk(const CleanPage &clean)
 {
     const std::size_t pixels = std::size_t(clean.page.width()) * std::size_t(clean.page.height());
     return !clean.bilevel && !clean.page.isBilevel() && clean.wholePage && pixels <= kLargePicture
-        && isDrawn(clean.tones.counts);
+        && isDrawnPage(clean);
 }
 
 // Ink and paper as two flat colours: what is thinner than a pixel is neither lost nor filled.

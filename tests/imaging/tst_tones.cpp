@@ -202,6 +202,22 @@ private slots:
     }
 
     // Three in a row or a column; two are a mixture that comes twice.
+    // Paper whose noise is a step of 17 or more: a scan in few greys, whatever lies beside the
+    // step.
+    void scansInFewGreysAreNotDrawn()
+    {
+        for (int step : { 2, 17, 21 }) {
+            Histogram counts = {};
+            counts[std::size_t(230)] = 6000;
+            counts[std::size_t(230 - step)] = 900;
+            counts[std::size_t(60)] = 300;
+            counts[std::size_t(120)] = 80;
+            QVERIFY(!isDrawn(counts));
+            counts[std::size_t(230 - step)] = 90; // no noise: what soft edges have
+            QVERIFY(isDrawn(counts));
+        }
+    }
+
     void flatTonesAreSeen()
     {
         QVERIFY(isSeenFlat(GreyPicture(greys({ 255, 90, 91, 89, 255 })), 90));
