@@ -281,6 +281,25 @@ private slots:
         QVERIFY(traced(image.copy(0, 0, 400, 200), Geometry::Fit::FairUnlessDense).report.shapes);
     }
 
+    // A scanned line of some three pixels has none that equals its neighbours.
+    void linesThatAreNowhereFlatAreInk()
+    {
+        const int across[] = { 233, 148, 85, 63, 63, 85, 148, 233 };
+        QImage image(160, 100, QImage::Format_Grayscale8);
+        image.fill(255);
+        for (int y = 10; y < 90; ++y) {
+            for (int k = 0; k < 8; ++k)
+                image.scanLine(y)[y + k] = uint8_t(across[k]);
+            for (int x = 110; x < 150; ++x)
+                image.scanLine(y)[x] = 30;
+        }
+        TracePlan plan = inkPlan();
+        plan.geometry.fit = Geometry::Fit::Fair;
+        const TraceResult result = traceImage(image, plan);
+        QVERIFY(result.report.shapes);
+        QCOMPARE(int(result.drawing.outlines.size()), 3); // paper, the line and the block
+    }
+
     // Noise in shades: of a thumbnail's size it has true shapes, of a photograph's it has none.
     void shadesOfManyBordersAreOutlinedByTheEngine()
     {
