@@ -189,9 +189,14 @@ void keepWholeInk(const QImage &image, const InkTones &tones, int threshold, Lab
         }
     };
     const int whole = tones.ink + int(kWholePart * (tones.paper - tones.ink));
-    for (uint32_t pixel = 0; pixel < plane->labels.size(); ++pixel)
-        take(pixel, whole);
     const uint32_t width = uint32_t(plane->width);
+    for (int y = 0; y < plane->height; ++y) {
+        const QRgb *words = row(image, y);
+        for (uint32_t x = 0; x < width; ++x) {
+            if (qGreen(words[x]) <= whole)
+                take(uint32_t(y) * width + x, whole);
+        }
+    }
     while (!found.empty()) {
         const uint32_t pixel = found.back();
         found.pop_back();
