@@ -131,9 +131,8 @@ private:
             const uint16_t *numbers = before + std::size_t(y) * std::size_t(width);
             QRgb *line = nullptr;
             for (int x = 0; x < width;) {
-                const int begin = x++;
-                while (x < width && numbers[x] == numbers[begin])
-                    ++x;
+                const int begin = x;
+                x = endOfRun(numbers, begin, width);
                 if (numbers[begin] == 0)
                     continue;
                 if (!line)

@@ -440,9 +440,8 @@ void RampMask::finish(Ramps *ramps)
     for (int y = 0; y < height && !ofPixel.empty(); ++y) {
         const uint16_t *numbers = ofPixel.data() + std::size_t(y) * std::size_t(width);
         for (int x = 0; x < width;) {
-            const int begin = x++;
-            while (x < width && numbers[x] == numbers[begin])
-                ++x;
+            const int begin = x;
+            x = endOfRun(numbers, begin, width);
             if (numbers[begin] == 0)
                 continue;
             const std::size_t own = std::size_t(numbers[begin]) - 1;

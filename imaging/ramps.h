@@ -92,6 +92,15 @@ std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plan
 // explains them better, of the labels near them. `first` is the first label of a ramp.
 void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
 
+// Where the run of equal numbers ends that begins at x, in a row of `width` pixels.
+inline int endOfRun(const uint16_t *numbers, int x, int width)
+{
+    const uint16_t own = numbers[x];
+    while (x < width && numbers[x] == own)
+        ++x;
+    return x;
+}
+
 } // namespace ztrace
 
 #endif
