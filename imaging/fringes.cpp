@@ -309,8 +309,8 @@ private:
     // The same as `there`, but for its roundings.
     Likeness thereInWholes(std::size_t c) const
     {
-        static_assert(int64_t(9 * 510) * (9 * 510) * kLongestRun < int64_t(1) << 31,
-                      "sums have 31 bits");
+        const int64_t kMost = int64_t(9) * 510;
+        static_assert(kMost * kMost * kLongestRun < int64_t(1) << 31, "sums have 31 bits");
         int16_t own[kLongestRun];
         int16_t next[kLongestRun];
         for (int i = 0; i < pixels; ++i) {
