@@ -5,6 +5,7 @@
 #include "heap.h"
 
 #include <cstdlib> // defines __GLIBC__ where it is that
+#include <cstring>
 
 #if defined(__linux__) && defined(__GLIBC__)
 
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <limits>
 
+#include <link.h>
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -60,10 +62,77 @@ void keepHeap()
     std::free(probe);
 }
 
+namespace {
+
+const ElfW(Dyn) * findEntry(const ElfW(Dyn) * entries, ElfW(Sxword) tag)
+{
+    while (entries->d_tag != DT_NULL && entries->d_tag != tag)
+        ++entries;
+    return entries->d_tag == tag ? entries : nullptr;
+}
+
+// Whether the program itself asks for a library, rather than one of its libraries.
+bool isNeeded(const char *fileName)
+{
+    const char *const slash = std::strrchr(fileName, '/');
+    const char *const name = slash ? slash + 1 : fileName;
+    const ElfW(Dyn) *const table = findEntry(_DYNAMIC, DT_STRTAB);
+    if (!table)
+        return true;
+    const char *const names = reinterpret_cast<const char *>(table->d_un.d_ptr);
+    for (const ElfW(Dyn) *entry = _DYNAMIC; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == DT_NEEDED && std::strcmp(names + entry->d_un.d_val, name) == 0)
+            return true;
+    }
+    return false;
+}
+
+// Whether the loader has written to a library's code, as to what was not made to be shared.
+bool hasOwnCode(const dl_phdr_info *info)
+{
+    for (int k = 0; k < info->dlpi_phnum; ++k) {
+        if (info->dlpi_phdr[k].p_type != PT_DYNAMIC)
+            continue;
+        const auto *entries
+            = reinterpret_cast<const ElfW(Dyn) *>(info->dlpi_addr + info->dlpi_phdr[k].p_vaddr);
+        const ElfW(Dyn) *const flags = findEntry(entries, DT_FLAGS);
+        return findEntry(entries, DT_TEXTREL) || (flags && (flags->d_un.d_val & DF_TEXTREL) != 0);
+    }
+    return true;
+}
+
+int forgetObject(dl_phdr_info *info, std::size_t, void *)
+{
+    // The program has no name, and what the system maps no path.
+    if (!info->dlpi_name || info->dlpi_name[0] != '/' || isNeeded(info->dlpi_name)
+        || hasOwnCode(info))
+        return 0;
+    const std::uintptr_t page = std::uintptr_t(sysconf(_SC_PAGESIZE));
+    for (int k = 0; k < info->dlpi_phnum; ++k) {
+        const auto &part = info->dlpi_phdr[k];
+        if (part.p_type != PT_LOAD || (part.p_flags & PF_W) != 0)
+            continue;
+        // Whole pages of this part alone: the one at its end may be shared with what is written to.
+        const std::uintptr_t begin = (info->dlpi_addr + part.p_vaddr + page - 1) / page * page;
+        const std::uintptr_t end = (info->dlpi_addr + part.p_vaddr + part.p_memsz) / page * page;
+        if (begin < end)
+            (void)madvise(reinterpret_cast<void *>(begin), end - begin, MADV_DONTNEED);
+    }
+    return 0;
+}
+
+} // namespace
+
+void forgetCode()
+{
+    dl_iterate_phdr(forgetObject, nullptr);
+}
+
 } // namespace ztrace
 
 #else
 
 void ztrace::keepHeap() { }
+void ztrace::forgetCode() { }
 
 #endif

@@ -12,6 +12,15 @@ namespace ztrace {
 // on systems that it does not know.
 void keepHeap();
 
+// Lets go of the code of libraries that the program's own libraries have brought along: what the
+// loader has read of them, what ran at the start, readers of images. What is needed after all is
+// mapped again, from the system's cache of files. Only what is never written to goes; does nothing
+// on systems that it does not know.
+//
+// For tracing hardly any of it is needed: 4 of the 22 megabytes that an icon took at its peak go,
+// for 28 of 864 page faults.
+void forgetCode();
+
 } // namespace ztrace
 
 #endif

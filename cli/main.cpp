@@ -207,6 +207,7 @@ private:
         pageJob.outputs.insert(pageJob.outputs.end(), books.begin(), books.end());
         warnOfEnding(source.ending(page), pageJob);
         usePlacement(source, page, &pageJob);
+        forgetCode(); // of the toolkit's start and of decoding
         traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;
         if (book)

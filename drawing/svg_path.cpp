@@ -4,6 +4,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace ztrace {
@@ -21,18 +22,25 @@ const double kHalfTurn = 4.0 * std::atan(1.0);
 // A number of whole units of 10^-decimals.
 std::string shortText(int64_t units, int decimals)
 {
-    std::string digits = std::to_string(units < 0 ? -units : units);
-    const std::size_t places = static_cast<std::size_t>(decimals);
-    if (digits.size() < places)
-        digits.insert(0, places - digits.size(), '0');
-    std::string fraction = digits.substr(digits.size() - places);
-    digits.resize(digits.size() - places);
-    fraction.resize(fraction.find_last_not_of('0') + 1);
-    if (digits == "0" && !fraction.empty())
-        digits.clear();
-    if (digits.empty() && fraction.empty())
+    if (units == 0)
         return "0";
-    return (units < 0 ? "-" : "") + digits + (fraction.empty() ? "" : "." + fraction);
+    char digits[20]; // of 2^63, and one to spare
+    const uint64_t size = units < 0 ? uint64_t(0) - uint64_t(units) : uint64_t(units);
+    const std::size_t count = static_cast<std::size_t>(
+        std::to_chars(digits, digits + sizeof digits, size).ptr - digits);
+    const std::size_t places = static_cast<std::size_t>(decimals);
+    const std::size_t whole = count > places ? count - places : 0;
+    std::size_t end = count; // of what is written: no zeros at the end of a fraction
+    while (end > whole && digits[end - 1] == '0')
+        --end;
+    std::string text(units < 0 ? "-" : "");
+    text.append(digits, whole);
+    if (end == whole)
+        return text;
+    text += '.';
+    text.append(count < places ? places - count : 0, '0');
+    text.append(digits + whole, end - whole);
+    return text;
 }
 
 // Numbers after a letter, or after a number that has a point or none.

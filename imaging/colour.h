@@ -57,6 +57,11 @@ inline int hueDistance(QRgb a, QRgb b)
 // fully transparent colours, which have only their transparency. At most 1785.
 inline int colourDistance(QRgb a, QRgb b)
 {
+#ifdef __SSE2__
+    if ((a & b) >= 0xFF000000u) // opaque, as most are: the alphas add nothing
+        return _mm_cvtsi128_si32(
+            _mm_sad_epu8(_mm_cvtsi32_si128(int(a)), _mm_cvtsi32_si128(int(b))));
+#endif
     const int transparency = 4 * std::abs(qAlpha(a) - qAlpha(b));
     return qAlpha(a) == 0 || qAlpha(b) == 0 ? transparency : transparency + hueDistance(a, b);
 }

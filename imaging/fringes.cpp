@@ -251,35 +251,94 @@ struct Likeness
 // Whether a channel is what the next one is a third of a pixel farther on: much less is left of it
 // there than at its own place. Unlike centres this holds for letters that touch, of whose
 // overshoots white cuts off a part.
-bool isShifted(const Run &run, const Differences &differences, Order order)
+class Shift
 {
-    double before = 0.0;
-    double after = 0.0;
-    // Of every pixel and of those before and behind the run; from place 1 on they are the run's.
-    double away[3][kLongestRun + 2] = {};
-    const int pixels = run.end - run.begin;
-    for (std::size_t c = 0; c < 3; ++c) {
+public:
+    Shift(const Run &run, const Differences &differences, Order order)
+        : pixels(run.end - run.begin), toward(order == Order::RedFirst ? 1 : -1)
+    {
         const QRgb *words = run.words + run.begin - 1;
-        for (int i = 0; i < pixels + 2; ++i)
-            away[c][i] = int(words[i] >> (16 - 8 * c) & 0xFFu) - differences.ground[c];
-    }
-    for (std::size_t c = 0; c < 2; ++c) {
-        const double *own = away[c] + 1;
-        const double *next = away[c + 1] + 1;
-        // Moving by linear interpolation softens one side as much as the weights of the other do.
-        const int toward = order == Order::RedFirst ? 1 : -1;
-        Likeness here;
-        Likeness there;
-        for (int i = 0; i < pixels; ++i) {
-            here.add(own[i], next[i]);
-            there.add((2.0 * own[i] + own[i + toward]) / 3.0,
-                      (7.0 * next[i] + next[i - 1] + next[i + 1]) / 9.0);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const int twice = int(2.0 * differences.ground[c]);
+            for (int i = 0; i < pixels + 2; ++i)
+                away[c][i] = int16_t(2 * int(words[i] >> (16 - 8 * c) & 0xFFu) - twice);
         }
-        before += here.left();
-        after += there.left();
     }
-    return after < kLeftOfShifted * before;
-}
+
+    bool isThere() const
+    {
+        double before = 0.0;
+        double after = 0.0;
+        double all = 0.0;
+        for (std::size_t c = 0; c < 2; ++c) {
+            before += here(c).left();
+            const Likeness shifted = thereInWholes(c);
+            after += shifted.left();
+            all += shifted.own;
+        }
+        // What is rounded below is off by far less, so that mostly whole numbers decide.
+        const double apart = after - kLeftOfShifted * before;
+        if (std::fabs(apart) > kRounded * (all + before))
+            return apart < 0.0;
+        return there(0).left() + there(1).left() < kLeftOfShifted * before;
+    }
+
+private:
+    static constexpr double kRounded = 1e-9;
+
+    const int16_t *of(std::size_t c) const { return away[c] + 1; }
+
+    // Sums of products of whole numbers, `scale` and `otherScale` times what they stand for. Exact.
+    static Likeness ofWholes(const int16_t *a, double scale, const int16_t *b, double otherScale,
+                             int count)
+    {
+        int own = 0;
+        int both = 0;
+        int other = 0;
+        for (int i = 0; i < count; ++i) {
+            own += a[i] * a[i];
+            both += a[i] * b[i];
+            other += b[i] * b[i];
+        }
+        return { own / (scale * scale), both / (scale * otherScale),
+                 other / (otherScale * otherScale) };
+    }
+
+    Likeness here(std::size_t c) const { return ofWholes(of(c), 2.0, of(c + 1), 2.0, pixels); }
+
+    // The same as `there`, but for its roundings.
+    Likeness thereInWholes(std::size_t c) const
+    {
+        const int64_t kMost = int64_t(9) * 510;
+        static_assert(kMost * kMost * kLongestRun < int64_t(1) << 31, "sums have 31 bits");
+        int16_t own[kLongestRun];
+        int16_t next[kLongestRun];
+        for (int i = 0; i < pixels; ++i) {
+            own[i] = int16_t(2 * of(c)[i] + of(c)[i + toward]);
+            next[i] = int16_t(7 * of(c + 1)[i] + of(c + 1)[i - 1] + of(c + 1)[i + 1]);
+        }
+        return ofWholes(own, 6.0, next, 18.0, pixels);
+    }
+
+    // Moving by linear interpolation softens one side as much as the weights of the other do.
+    Likeness there(std::size_t c) const
+    {
+        Likeness shifted;
+        for (int i = 0; i < pixels; ++i) {
+            const auto own = [&](int k) { return of(c)[k] / 2.0; };
+            const auto next = [&](int k) { return of(c + 1)[k] / 2.0; };
+            shifted.add((2.0 * own(i) + own(i + toward)) / 3.0,
+                        (7.0 * next(i) + next(i - 1) + next(i + 1)) / 9.0);
+        }
+        return shifted;
+    }
+
+    const int pixels;
+    const int toward; // the place that is a third of a pixel nearer
+    // Twice the differences from the ground, of every pixel and of those before and behind the run;
+    // from place 1 on they are the run's.
+    int16_t away[3][kLongestRun + 2];
+};
 
 uint8_t byteOf(double value)
 {
@@ -312,7 +371,7 @@ bool removeFringes(QImage *image)
             forEachRun(source.data(), image->width(), same, [&](const Run &run) {
                 const Differences differences(run);
                 const bool isText = orderOf(differences, kToleranceOfKnown) == order
-                    || isShifted(run, differences, order);
+                    || Shift(run, differences, order).isThere();
                 if (isText)
                     flatten(run, differences, words);
                 return isText;

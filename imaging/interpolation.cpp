@@ -4,6 +4,7 @@
 #include "colour.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace {
 
@@ -82,8 +83,9 @@ struct SubpixelColours::Separable
 // The same for a factor of 2 at most, down the columns first, which neighbouring pixels share.
 //
 // Where all pixels of a window are opaque the sums would be multiplied and divided by an alpha of
-// 255, exactly, which is left out, and with weights that are multiples of 2^-7 the sums of single
-// bytes need 23 of the 24 bits of a float.
+// 255, exactly, which is left out, and whole numbers do: the weights are multiples of 1/128. Bytes
+// are counted from the middle, so that sums down a column, of weights that come to 152 parts at
+// most without their signs, stay in 16 bits.
 #ifdef __SSE2__
 struct SubpixelColours::Halves
 {
@@ -96,13 +98,16 @@ struct SubpixelColours::Halves
         __m128d second;
     };
 
-    static __m128 load(const std::array<float, 4> &from) { return _mm_loadu_ps(from.data()); }
-
-    static __m128i intsOf(QRgb word)
+    static __m128i load(const std::array<int16_t, 8> &from)
     {
-        const __m128i none = _mm_setzero_si128();
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from.data()));
+    }
+
+    static __m128i fromMiddle(QRgb word)
+    {
         const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>(word));
-        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, none), none);
+        return _mm_sub_epi16(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()),
+                             _mm_set1_epi16(kMiddle));
     }
 
     static Weighted weightedOf(QRgb word)
@@ -114,16 +119,17 @@ struct SubpixelColours::Halves
 
     void sumPlain(const std::array<QRgb, kWindow> &words, Column *column) const
     {
-        __m128 values[kWindow];
+        __m128i values[kWindow];
         for (std::size_t v = 0; v < kWindow; ++v)
-            values[v] = _mm_cvtepi32_ps(intsOf(words[v]));
-        for (std::size_t j = 0; j < of.parts.size(); ++j) {
-            const Part &part = of.parts[j];
-            const __m128 *from = values + part.first;
-            const auto tap = [&](std::size_t i) { return _mm_mul_ps(load(part.wide[i]), from[i]); };
-            _mm_storeu_ps(column->plain[j].data(),
-                          _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3))));
-        }
+            values[v] = fromMiddle(words[v]);
+        const auto sum = [&values](const Part &part) {
+            const __m128i *from = values + part.first;
+            return _mm_add_epi32(
+                _mm_madd_epi16(_mm_unpacklo_epi16(from[0], from[1]), load(part.pairs[0])),
+                _mm_madd_epi16(_mm_unpacklo_epi16(from[2], from[3]), load(part.pairs[1])));
+        };
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(column->plain.data()),
+                         _mm_packs_epi32(sum(of.parts.front()), sum(of.parts.back())));
     }
 
     void sumWeighted(const std::array<QRgb, kWindow> &words, Column *column) const
@@ -185,33 +191,39 @@ struct SubpixelColours::Halves
     }
 
     // Rounded as the plain form does; packing cuts off what is out of range.
-    static __m128i rounded(__m128 channels)
+    static __m128i rounded(__m128i sums)
     {
-        return _mm_cvttps_epi32(
-            _mm_add_ps(_mm_max_ps(channels, _mm_setzero_ps()), _mm_set1_ps(0.5f)));
-    }
-
-    static __m128 plain(const Column *const *window, const Part &across, std::size_t down)
-    {
-        const Column *const *from = window + across.first;
-        const auto tap = [&](std::size_t i) {
-            return _mm_mul_ps(load(across.wide[i]), load(from[i]->plain[down]));
-        };
-        return _mm_add_ps(_mm_add_ps(tap(0), tap(1)), _mm_add_ps(tap(2), tap(3)));
+        const int kBits = 14; // of kWhole, squared
+        static_assert(kWhole * kWhole == 1 << kBits, "sums are shifted");
+        return _mm_srai_epi32(
+            _mm_add_epi32(sums, _mm_set1_epi32((kMiddle << kBits) + (1 << (kBits - 1)))), kBits);
     }
 
     // Two rows of parts, or one part, which is the first then.
     void plainParts(const Column *const *window) const
     {
-        const Part &left = of.parts.front();
-        const Part &right = of.parts.back();
-        const std::size_t lower = of.parts.size() - 1;
-        const __m128i above
-            = _mm_packs_epi32(rounded(plain(window, left, 0)), rounded(plain(window, right, 0)));
-        const __m128i below = _mm_packs_epi32(rounded(plain(window, left, lower)),
-                                              rounded(plain(window, right, lower)));
+        __m128i above[2];
+        __m128i below[2];
+        const Part *parts[2] = { &of.parts.front(), &of.parts.back() };
+        for (int k = 0; k < 2; ++k) {
+            const Column *const *from = window + parts[k]->first;
+            const __m128i one = load(from[0]->plain);
+            const __m128i two = load(from[1]->plain);
+            const __m128i three = load(from[2]->plain);
+            const __m128i four = load(from[3]->plain);
+            const __m128i first = load(parts[k]->pairs[0]);
+            const __m128i last = load(parts[k]->pairs[1]);
+            above[k]
+                = rounded(_mm_add_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(one, two), first),
+                                        _mm_madd_epi16(_mm_unpacklo_epi16(three, four), last)));
+            below[k]
+                = rounded(_mm_add_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(one, two), first),
+                                        _mm_madd_epi16(_mm_unpackhi_epi16(three, four), last)));
+        }
         std::array<QRgb, 4> four;
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(four.data()), _mm_packus_epi16(above, below));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(four.data()),
+                         _mm_packus_epi16(_mm_packs_epi32(above[0], above[1]),
+                                          _mm_packs_epi32(below[0], below[1])));
         std::copy_n(four.begin(), of.colours.size(), of.colours.begin());
     }
 
@@ -276,8 +288,11 @@ SubpixelColours::SubpixelColours(const QImage &image, int partsOfSide)
         part.first = offset < 0.0 ? 0 : 1;
         part.weights = { { ((-t + 2.0) * t - 1.0) * t / 2.0, ((3.0 * t - 5.0) * t * t + 2.0) / 2.0,
                            ((-3.0 * t + 4.0) * t + 1.0) * t / 2.0, (t - 1.0) * t * t / 2.0 } };
-        for (std::size_t tap = 0; tap < kTaps; ++tap)
-            part.wide[tap].fill(static_cast<float>(part.weights[tap]));
+        for (std::size_t lane = 0; lane < 8; ++lane) {
+            for (std::size_t pair = 0; pair < part.pairs.size(); ++pair)
+                part.pairs[pair][lane]
+                    = static_cast<int16_t>(std::lround(kWhole * part.weights[2 * pair + lane % 2]));
+        }
         parts.push_back(part);
     }
 }

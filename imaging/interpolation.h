@@ -41,7 +41,8 @@ private:
     {
         std::size_t first;
         std::array<double, kTaps> weights;
-        std::array<std::array<float, 4>, kTaps> wide; // each weight once for every channel
+        // The first two weights and the last two, once for every channel, in parts of kWhole.
+        std::array<std::array<int16_t, 8>, kTaps / 2> pairs;
     };
     typedef std::array<std::array<QRgb, kWindow>, kWindow> Window;
 
@@ -49,12 +50,16 @@ private:
     // pixel to pixel: neighbours have four of five columns in common.
     static const std::size_t kMostKept = 2; // parts of a pixel
     static const std::size_t kColumns = 8;  // a power of two, not below kWindow
+    static const int kWhole = 128;          // the weights of so few parts are multiples of its part
+    static const int kMiddle = 128;         // of a byte
     struct Column
     {
         uint64_t place = ~uint64_t(0); // its middle: row and column
         bool isOpaque = false;
-        bool isWeighted = false;                               // whether `weighted` is there
-        std::array<std::array<float, 4>, kMostKept> plain;     // a word's bytes, where opaque
+        bool isWeighted = false; // whether `weighted` is there
+        // Where opaque, of the first part and of the last one: sums of a word's bytes less
+        // kMiddle, times kWhole.
+        std::array<int16_t, 8> plain;
         std::array<std::array<double, 4>, kMostKept> weighted; // the same with alpha, and alpha
     };
 

@@ -189,11 +189,26 @@ Ridge RidgeFinder::at(int x, int y) const
     return ridge;
 }
 
+// Two colours of a palette, channel by channel.
+struct RidgeColours::Pair
+{
+    double channels[4][2];
+};
+
 RidgeColours::RidgeColours(const std::vector<QRgb> &palette) : words(palette)
 {
     for (QRgb word : words)
         colours.push_back(visible(word));
+    for (std::size_t k = 0; k + 2 <= colours.size(); k += 2) {
+        pairs.emplace_back();
+        for (std::size_t c = 0; c < 4; ++c) {
+            pairs.back().channels[c][0] = colours[k][c];
+            pairs.back().channels[c][1] = colours[k + 1][c];
+        }
+    }
 }
+
+RidgeColours::~RidgeColours() = default;
 
 int RidgeColours::nearestTo(const Ridge &ridge) const
 {
@@ -218,13 +233,96 @@ int RidgeColours::nearestTo(const Ridge &ridge) const
     return best;
 }
 
+#ifdef __SSE2__
+namespace {
+
+// What costsOf computes, for two colours side by side: the same operations in the same order.
+struct CostsOfTwo
+{
+    __m128d own[4];
+    __m128d beside[4];
+    __m128d from[4]; // own - beside
+    double depth;
+
+    CostsOfTwo(const VisibleColour &o, const VisibleColour &b, double d) : depth(d)
+    {
+        for (std::size_t c = 0; c < 4; ++c) {
+            own[c] = _mm_set1_pd(o[c]);
+            beside[c] = _mm_set1_pd(b[c]);
+            from[c] = _mm_sub_pd(own[c], beside[c]);
+        }
+    }
+
+    static __m128d product(const __m128d *a, const __m128d *b)
+    {
+        __m128d sum = _mm_mul_pd(a[0], b[0]);
+        for (int c = 1; c < 4; ++c)
+            sum = _mm_add_pd(sum, _mm_mul_pd(a[c], b[c]));
+        return sum;
+    }
+
+    // Returns whether one of the two explains the ridge.
+    bool of(const double (&colour)[4][2], float *costs) const
+    {
+        __m128d along[4];
+        __m128d apart[4]; // from the colour itself
+        for (int c = 0; c < 4; ++c) {
+            const __m128d two = _mm_loadu_pd(colour[c]);
+            along[c] = _mm_sub_pd(two, beside[c]);
+            apart[c] = _mm_sub_pd(own[c], two);
+        }
+        const __m128d none = _mm_setzero_pd();
+        const __m128d whole = product(along, along);
+        const __m128d toward = product(from, along);
+        const __m128d part
+            = _mm_max_pd(_mm_min_pd(_mm_div_pd(toward, whole), _mm_set1_pd(1.0)), none);
+        const __m128d t = _mm_and_pd(_mm_cmpgt_pd(whole, none), part);
+        __m128d away[4];
+        for (int c = 0; c < 4; ++c)
+            away[c] = _mm_sub_pd(from[c], _mm_mul_pd(t, along[c]));
+        const __m128d unexplained = _mm_sqrt_pd(product(away, away));
+        const __m128d missing = _mm_sub_pd(_mm_mul_pd(_mm_set1_pd(kLeastPart), _mm_sqrt_pd(whole)),
+                                           _mm_set1_pd(depth));
+        const __m128d distance = _mm_sqrt_pd(product(apart, apart));
+        const __m128d wrongWay = _mm_andnot_pd(_mm_cmpgt_pd(toward, none), _mm_set1_pd(kWrongWay));
+        const __m128d sum = _mm_add_pd(
+            _mm_add_pd(_mm_add_pd(unexplained, dilution(distance)), _mm_max_pd(missing, none)),
+            wrongWay);
+        _mm_storel_pi(reinterpret_cast<__m64 *>(costs), _mm_cvtpd_ps(sum));
+        const __m128d explained
+            = _mm_and_pd(_mm_cmple_pd(unexplained, _mm_set1_pd(kExplained * depth)),
+                         _mm_cmple_pd(missing, none));
+        return _mm_movemask_pd(explained) != 0;
+    }
+
+    // costOfDilution
+    static __m128d dilution(__m128d distance)
+    {
+        const __m128d shade = _mm_set1_pd(kShade);
+        return _mm_add_pd(_mm_mul_pd(_mm_set1_pd(kDoubt), _mm_min_pd(shade, distance)),
+                          _mm_mul_pd(_mm_set1_pd(kDilution),
+                                     _mm_max_pd(_mm_sub_pd(distance, shade), _mm_setzero_pd())));
+    }
+};
+
+} // namespace
+#endif
+
 bool RidgeColours::costsOf(const Ridge &ridge, float *costs) const
 {
     const VisibleColour own = visible(ridge.colour);
     const VisibleColour beside = visible(ridge.beside);
     const double depth = length(difference(own, beside));
     bool explained = false;
-    for (std::size_t k = 0; k < colours.size(); ++k) {
+    std::size_t k = 0;
+#ifdef __SSE2__
+    const CostsOfTwo two(own, beside, depth);
+    for (const Pair &pair : pairs) {
+        explained |= two.of(pair.channels, costs + k);
+        k += 2;
+    }
+#endif
+    for (; k < colours.size(); ++k) {
         const double unexplained = std::sqrt(squareToMixture(own, beside, colours[k]));
         const double missing = kLeastPart * length(difference(colours[k], beside)) - depth;
         const bool goesThere

@@ -54,6 +54,7 @@ class RidgeColours
 {
 public:
     explicit RidgeColours(const std::vector<QRgb> &palette);
+    ~RidgeColours();
 
     // The place of the colour that explains the ridge best, since soft edges mix a thin line's
     // colour with what is beside it; -1 when none does.
@@ -66,8 +67,11 @@ public:
     bool costsOf(const Ridge &ridge, float *costs) const;
 
 private:
+    struct Pair;
+
     std::vector<QRgb> words;
     std::vector<VisibleColour> colours;
+    std::vector<Pair> pairs; // of the colours but for an odd last one, channel by channel
 };
 
 } // namespace ztrace

@@ -194,6 +194,13 @@ float leastOfSums(const float *a, const float *b, std::size_t count)
     return least;
 }
 
+// Which do not overlap.
+void add(const float *__restrict from, std::size_t count, float *__restrict to)
+{
+    for (std::size_t k = 0; k < count; ++k)
+        to[k] += from[k];
+}
+
 // Unites stretches as long as one label for both costs less than two and what parts them.
 class Strokes
 {
@@ -305,11 +312,10 @@ private:
         }
         for (std::size_t i = 0; i < cores.size(); ++i) {
             float *sum = stretches[stretchOf[i]].costs;
-            const float *row = costs.row(cores[i].costs);
-            for (std::size_t k = 0; sum && k < labels; ++k)
-                sum[k] += row[k];
-            if (sum)
-                takeOffAreas(cores[i].pixel, sum);
+            if (!sum)
+                continue;
+            add(costs.row(cores[i].costs), labels, sum);
+            takeOffAreas(cores[i].pixel, sum);
         }
         for (Stretch &stretch : stretches) {
             if (!stretch.costs)
@@ -357,15 +363,20 @@ private:
         return std::max(one, other) - apart(a, b, contacts);
     }
 
-    // The best label for two, and what uniting them costs.
-    float priceOf(const Stretch &a, const Stretch &b, int contacts, uint16_t *label) const
+    // What two cost with the best label for both.
+    float together(const Stretch &a, const Stretch &b) const
     {
-        const float least = leastOfSums(a.costs, b.costs, costs.labels());
+        return leastOfSums(a.costs, b.costs, costs.labels());
+    }
+
+    // That label, the first of several.
+    uint16_t labelOfBoth(const Stretch &a, const Stretch &b) const
+    {
+        const float least = together(a, b);
         std::size_t k = 0;
         while (k + 1 < costs.labels() && a.costs[k] + b.costs[k] != least)
             ++k;
-        *label = uint16_t(k);
-        return least - apart(a, b, contacts);
+        return uint16_t(k);
     }
 
     void unite()
@@ -422,7 +433,6 @@ private:
         Stretch &stretch = stretches[k];
         float least = 0.0f;
         uint32_t best = k;
-        uint16_t bestLabel = 0;
         for (const Contact &contact : stretch.contacts) {
             const Stretch &other = stretches[contact.other];
             const bool isJudged = std::max(stretch.changed, other.changed) < stretch.judged;
@@ -430,16 +440,14 @@ private:
             if (isJudged || stretch.label == other.label
                 || leastPrice(stretch, other, contact.cores) >= least)
                 continue;
-            uint16_t label = 0;
-            const float price = priceOf(stretch, other, contact.cores, &label);
+            const float price = together(stretch, other) - apart(stretch, other, contact.cores);
             if (price < least) {
                 least = price;
                 best = contact.other;
-                bestLabel = label;
             }
         }
         if (best != k)
-            absorb(best, k, bestLabel);
+            absorb(best, k, labelOfBoth(stretch, stretches[best]));
         else
             stretch.judged = ++clock;
         return best != k;
@@ -449,8 +457,7 @@ private:
     {
         Stretch &to = stretches[into];
         Stretch &from = stretches[gone];
-        for (std::size_t k = 0; k < costs.labels(); ++k)
-            to.costs[k] += from.costs[k];
+        add(from.costs, costs.labels(), to.costs);
         to.label = label;
         to.cores += from.cores;
         to.changed = ++clock;

@@ -541,12 +541,14 @@ void sortBySize(ShapeOutlines *shapes)
 
 } // namespace
 
-LabelShapes::LabelShapes(const Areas &areas, int upsampling)
+LabelShapes::LabelShapes(const Areas &areas, int upsampling, std::size_t most)
     : colours(areas.colours), rampOf(areas.rampOf), gridHeight(areas.runs.height),
       divisor(upsampling)
 {
     for (QRgb colour : colours)
         layers.push_back(layerOfColour(colour));
+    shapes.outlines.reserve(most);
+    shapes.firstPixel.reserve(most);
 }
 
 void LabelShapes::add(const LabelOutline &source, const Segment *segments)

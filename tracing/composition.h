@@ -26,7 +26,8 @@ enum class Painting {
 class LabelShapes
 {
 public:
-    LabelShapes(const Areas &areas, int upsampling);
+    // `most`: outlines that there is room for at once, or 0 where their number is not known.
+    LabelShapes(const Areas &areas, int upsampling, std::size_t most = 0);
 
     void add(const LabelOutline &source, const Segment *segments);
     ShapeOutlines take() { return std::move(shapes); }

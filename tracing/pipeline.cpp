@@ -50,8 +50,10 @@ uint16_t commonestLabel(const Areas &areas)
 
 // The outlines of the areas. In the engine's plane the commonest label and label 0 change places,
 // since new memory is all zeros and what is never written to costs next to nothing; the outlines
-// are the same ones (tst_labels, namesOfLabelsDoNotMatter).
-ShapeOutlines outlinesOf(const Areas &areas, int upsampling, const OutlineOptions &options)
+// are the same ones (tst_labels, namesOfLabelsDoNotMatter). There is one for each area of `graph`
+// at most.
+ShapeOutlines outlinesOf(const Areas &areas, const std::optional<AreaGraph> &graph, int upsampling,
+                         const OutlineOptions &options)
 {
     const uint16_t commonest = commonestLabel(areas);
     const auto exchanged = [commonest](int label) {
@@ -70,7 +72,7 @@ ShapeOutlines outlinesOf(const Areas &areas, int upsampling, const OutlineOption
             std::fill(row + begin, row + end, static_cast<Cell>(label));
         });
     });
-    LabelShapes shapes(areas, upsampling);
+    LabelShapes shapes(areas, upsampling, graph ? graph->areas.size() : 0);
     traceLabels(plane, options, [&](LabelOutline outline, const Segment *segments) {
         outline.label = exchanged(outline.label);
         shapes.add(outline, segments);
@@ -153,7 +155,8 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     // Where small areas have gone to their neighbours none are left out.
     if (!leavesOutSmall)
         options.pathomit = 0.0;
-    ShapeOutlines outlines = outlinesOf(segmented.areas, segmented.upsampling, options);
+    ShapeOutlines outlines
+        = outlinesOf(segmented.areas, segmented.graph, segmented.upsampling, options);
     stages->end("trace");
     return { std::move(segmented.areas),
              std::move(outlines),

@@ -552,6 +552,7 @@ std::optional<ShapeOutlines> shapesOf(const Areas &areas, const EdgePicture &pic
     shapes.precision = fitter.allHard() ? kRoughPrecision : kPrecision;
     shapes.boundaries = std::make_shared<const FittedBoundaries>(fitter.take());
     const BoundaryMap &boundaries = shapes.boundaries->map;
+    shapes.outlines.reserve(boundaries.areas.list.size());
     for (std::size_t area = 0; area < boundaries.areas.list.size(); ++area) {
         const uint32_t ring = boundaries.firstRing[area];
         const uint32_t first = boundaries.firstReference[ring];

@@ -88,7 +88,7 @@ public:
     {
         std::vector<uint16_t> labels(ofRun.size());
         for (std::size_t k = 0; k < labels.size(); ++k)
-            labels[k] = labelOf[groupOf[ofRun[k]]];
+            labels[k] = labelOf[ofRun[k]];
         return labels;
     }
 
@@ -271,7 +271,7 @@ private:
         labelsAround.clear();
         forEachMember(group, [&](uint32_t area) {
             forEachSide(area, [&](const Side &side) {
-                const uint16_t label = labelOf[groupOf[side.area]];
+                const uint16_t label = labelOf[side.area];
                 if (label == own || side.edges == 0)
                     return;
                 if (edgesOfLabel[label] == 0)
@@ -295,8 +295,10 @@ private:
         const bool keep = groups[group].border >= leastBorder && bestDistance > similar;
         if (best < 0 || keep || !mayGo(group))
             return;
-        labelOf[group] = uint16_t(best);
-        forEachMember(group, [this](uint32_t area) { changedLast.push_back(area); });
+        forEachMember(group, [this, best](uint32_t area) {
+            labelOf[area] = uint16_t(best);
+            changedLast.push_back(area);
+        });
     }
 
     bool mayGo(uint32_t group)
@@ -337,7 +339,7 @@ private:
     std::vector<Extent> groups;        // of every group's first area
     std::vector<uint32_t> groupOf;     // of every area; during a pass the first of its group
     std::vector<uint32_t> nextInGroup; // of every area; the last one is followed by the first
-    std::vector<uint16_t> labelOf;     // of every group's first area
+    std::vector<uint16_t> labelOf;     // of every area: that of its group
     std::size_t groupCount = 0;
     std::vector<uint32_t> listOf; // of every area: its place among the lists, or kNone
     std::vector<List> lists;

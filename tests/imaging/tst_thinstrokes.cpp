@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 
 using namespace ztrace;
@@ -194,6 +195,36 @@ private slots:
             QCOMPARE(int(plane.labels[ridge.pixel]), label);
         }
         QVERIFY(explained > 10000);
+    }
+
+    // Two colours of a palette are worked on side by side, the odd last one alone: alone each costs
+    // the same, to the bit.
+    void costsDoNotDependOnThePlaceInThePalette()
+    {
+        std::mt19937 random(11);
+        const auto anyWord = [&random] {
+            const QRgb word = QRgb(random());
+            return random() % 4 == 0 ? word : word | 0xFF000000u;
+        };
+        int explained = 0;
+        for (int round = 0; round < 2000; ++round) {
+            std::vector<QRgb> palette;
+            for (std::size_t k = 0; k < 1 + std::size_t(round) % 9; ++k)
+                palette.push_back(anyWord());
+            const QRgb beside = round % 7 == 0 ? palette[0] : anyWord(); // no way to go
+            const Ridge ridge = { true, round % 11 == 0 ? beside : anyWord(), beside };
+            std::vector<float> costs(palette.size());
+            const bool isExplained = RidgeColours(palette).costsOf(ridge, costs.data());
+            bool isAny = false;
+            for (std::size_t k = 0; k < palette.size(); ++k) {
+                float alone = 0.0f;
+                isAny |= RidgeColours({ palette[k] }).costsOf(ridge, &alone);
+                QCOMPARE(std::memcmp(&costs[k], &alone, sizeof alone), 0);
+            }
+            QCOMPARE(isExplained, isAny);
+            explained += isAny;
+        }
+        QVERIFY(explained > 100);
     }
 
     void twoColoursStayTwo()
