@@ -14,6 +14,7 @@
 #include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
+#include "imaging/shadedalpha.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -25,7 +26,8 @@ namespace {
 
 const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const std::size_t kPixelsOfMark = 64; // for each small area that stands out; more are a texture
-const int kFringe = 48;               // colourDistance of a fringe to the area that it belongs to
+const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
+const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
@@ -43,9 +45,11 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
 {
-    settleAlpha(picture, blend.colours);
-    if (blend.price > 0.0)
+    if (blend.price > 0.0) {
+        settleShadedAlpha(picture, blend.colours, blend.price);
         return reduceShaded(*picture, blend.colours, blend.price);
+    }
+    settleAlpha(picture, blend.colours);
     std::vector<QRgb> start;
     if (!blend.chosenByEngine && blend.colours > 0)
         start = medianPalette(*picture, blend.colours);
@@ -176,12 +180,28 @@ void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Ru
                runs);
 }
 
-// Whether the areas of a blend are drawn in true shapes.
-bool hasShapes(const Geometry &geometry, const Runs &runs)
+// Share of the pixels that can be seen through.
+double translucentShare(const std::vector<QRgb> &colours, const Runs &runs)
+{
+    std::size_t pixels = 0;
+    for (int y = 0; y < runs.height; ++y) {
+        for (std::size_t run = runs.rowBegin(y); run < runs.rowEnd(y); ++run) {
+            const int alpha = qAlpha(colours[runs.label[run]]);
+            if (alpha != 0 && alpha != 255)
+                pixels += std::size_t(runs.end(run) - runs.start[run]);
+        }
+    }
+    return double(pixels) / double(std::max<std::size_t>(1, runs.pixels()));
+}
+
+// Whether the areas of a blend are drawn in true shapes. Many that can be seen through are: what
+// the engine's outlines leave between two of them cannot be painted below them.
+bool hasShapes(const Geometry &geometry, const std::vector<QRgb> &colours, const Runs &runs)
 {
     return geometry.fit == Geometry::Fit::Fair
         || (geometry.fit == Geometry::Fit::FairUnlessDense
-            && cracksOf(runs) <= Geometry::kMostQuickCracksOfShades);
+            && (cracksOf(runs) <= Geometry::kMostQuickCracksOfShades
+                || translucentShare(colours, runs) >= kTranslucent));
 }
 
 // The runs were made between the picture and its labels, and part the room that these have left,
@@ -228,7 +248,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
     else
         mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
-    const bool shapes = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, runs);
+    const bool shapes
+        = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, plane.colours, runs);
     segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;
     if (geometry.upsampling != 1 && !shapes)
         refine(image, geometry, &plane, &runs, &segmented, report);
