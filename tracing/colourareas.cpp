@@ -220,12 +220,12 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    if (std::holds_alternative<Flat>(plan.segmentation))
+        removeFringes(&image); // before the ground of a letter on a ramp gets another colour
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
 
-    if (std::holds_alternative<Flat>(plan.segmentation))
-        removeFringes(&image);
     stages->begin("choosing colours");
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
