@@ -11,6 +11,7 @@
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
 #include "imaging/palette.h"
+#include "imaging/photoareas.h"
 #include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
@@ -25,10 +26,28 @@ namespace ztrace {
 namespace {
 
 const int kMostColoursBesideRamps = 60000; // labels are two bytes
-const std::size_t kPixelsOfMark = 64; // for each small area that stands out; more are a texture
+const std::size_t kPixelsOfMark = 64;     // for each small area that stands out; more are a texture
+const int kColoursBesidePhotographs = 16; // fewer are not parted between drawing and photograph
+const double kLargePhotographs = 0.2;     // of the pixels
 const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
 const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
+LabelPlane segmentDrawing(const QImage &picture, int colours, Stages *stages)
+{
+    EdgeMap edges(picture);
+    const std::vector<QRgb> palette = flatPalette(picture, edges, colours);
+    stages->end("palette");
+    return reduceFlat(picture, std::move(edges), palette);
+}
+
+// Of so many colours, what photographs get at least: a quarter, or half where they are large.
+int coloursOfPhotographs(const std::vector<uint8_t> &marks, int colours)
+{
+    const double share = double(std::count(marks.begin(), marks.end(), 1)) / double(marks.size());
+    return share > kLargePhotographs ? colours / 2 : colours / 4;
+}
+
+// Photographs in it are areas that pay, as elsewhere, and the rest is flat.
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
     if (!flat.palette.empty()) {
@@ -37,10 +56,17 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
         stages->end("palette");
         return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    EdgeMap edges(picture);
-    const std::vector<QRgb> colours = flatPalette(picture, edges, flat.colours);
-    stages->end("palette");
-    return reduceFlat(picture, std::move(edges), colours);
+    std::vector<uint8_t> photographs;
+    if (flat.colours >= kColoursBesidePhotographs)
+        photographs = photographsIn(picture);
+    if (photographs.empty())
+        return segmentDrawing(picture, flat.colours, stages);
+    const int most = flat.colours - coloursOfPhotographs(photographs, flat.colours);
+    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+    const int left = flat.colours - int(plane.colours.size());
+    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
+              photographs, &plane);
+    return plane;
 }
 
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
