@@ -72,7 +72,7 @@ bool isPhotoAt(const QImage &image, int left, int top)
 {
     const int right = std::min(image.width(), left + kTile);
     const int bottom = std::min(image.height(), top + kTile);
-    std::array<uint32_t, kTile * kTile> cubes;
+    std::array<uint32_t, std::size_t(kTile) * kTile> cubes;
     std::size_t count = 0;
     std::size_t repeated = 0;
     for (int y = top; y < bottom; ++y) {
