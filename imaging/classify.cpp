@@ -3,6 +3,7 @@
 
 #include "Picture.h"
 #include "clearpictures.h"
+#include "colouredink.h"
 #include "colourfeatures.h"
 #include "dither.h"
 #include "failure.h"
@@ -24,6 +25,8 @@ namespace {
 
 // Grey: at most so many visible pixels have a hue.
 const double kColouredShare = 0.01;
+// But no line art: on clean paper so much of what is drawn has one.
+const double kColouredInk = 0.01;
 // Opaque: at most so many pixels are clear.
 const double kClearShare = 0.002;
 // Line art: so much of the variance of lightness is left within ink and within paper (unevenness).
@@ -43,7 +46,7 @@ const std::size_t kDrawnTones = 3;
 const int kDarkestGrey = 64;
 const int kLightestGrey = 192;
 const int kCalmPart = 8; // of the contrast, from pixel to pixel
-const double kShaded = 0.03;
+const double kShaded = 0.008;
 // White on black: so much of the black is flat.
 const double kFlatGround = 0.5;
 // Grey lines on transparency have so many edge pixels, grey shaded objects fewer.
@@ -275,9 +278,12 @@ Classification classify(Picture *picture)
     const ColourFeatures features = colourFeaturesOf(image);
     const Shares shares(features);
     std::optional<Classification> found;
-    if (shares.isGrey && shares.clear <= kClearShare && !picture->isGrey())
+    if (shares.isGrey && shares.clear <= kClearShare && !picture->isGrey()) {
         found = asInkOnPaper(picture, features.colours);
-    else if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
+        if (found && found->kind == Kind::LineArt && colouredInkShare(image) >= kColouredInk)
+            found.reset();
+    }
+    if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
         found = asGreyLines(picture, shares.clear);
     if (!found)
         found = kindOfColours(image.size(), shares, features.colours);

@@ -22,7 +22,7 @@ const int kPlateau = 2;       // pixels beyond that, where the colour is to be t
 const double kShading = 1.15; // times as unlike the ramp: the colour goes on changing there
 const int kBeside = 3;        // pixels from a ramp whose colours its stand-in has to differ from
 const int kApart = 96;        // hueDistance of a stand-in from these, where one has it
-const int kSteps = 4;         // of a channel of other stand-ins
+const int kSteps = 6;         // of a channel of other stand-ins
 const double kLeastShare = 0.002; // of the pixels beside a ramp: fewer of a colour are soft edges
 const int kRowsElsewhere = 400;   // that colours are looked for in, of large pictures every few
 const double kOffLine = 0.2;  // part of the way from ramp to ink that a mixture may be beside it
@@ -276,17 +276,21 @@ private:
         return least;
     }
 
-    // The mean, which is so far apart, or another colour.
+    // The mean, which is so far apart, or another colour: of those that are far enough the one most
+    // like the mean, on which what lies over the ramp stands out as it does in the picture.
     static QRgb apartFrom(const std::vector<QRgb> &taken, int apart, QRgb mean)
     {
         int most = apart;
+        int nearest = std::numeric_limits<int>::max();
         QRgb best = mean;
-        for (int k = 0; k < kSteps * kSteps * kSteps && most < kApart; ++k) {
+        for (int k = 0; k < kSteps * kSteps * kSteps; ++k) {
             const auto step = [](int part) { return part % kSteps * 255 / (kSteps - 1); };
             const QRgb other = qRgb(step(k), step(k / kSteps), step(k / kSteps / kSteps));
-            const int distance = distanceTo(taken, other);
-            if (distance > most) {
+            const int distance = std::min(kApart, distanceTo(taken, other));
+            const int away = hueDistance(other, mean);
+            if (distance > most || (distance == most && most == kApart && away < nearest)) {
                 most = distance;
+                nearest = away;
                 best = other;
             }
         }

@@ -26,7 +26,8 @@ const double kToleranceOfKnown = 0.33; // the same where such text is known to b
 const double kFringed = 0.1;           // of a run's coverage that differs from channel to channel
 const double kLeftOfShifted = 0.5;     // of what channels differ by, where they are put in place
 const int kLeastRuns = 12;             // that have to be there
-const double kMajority = 0.25;         // of the runs with differing channels
+const double kMajority = 0.25;         // of the runs with differing channels about a place
+const int kTile = 32;                  // pixels; about a place are 3 x 3 tiles
 const double kWrongWay = 0.1; // of those with the right shifts, most that may be the other way
 
 // Pixels of a row from `begin` to before `end` between two pixels of one ground.
@@ -206,31 +207,101 @@ void forEachRun(const QRgb *words, int width, int same, Use use)
     }
 }
 
-Order orderOf(const QImage &image)
+// Runs with differing channels, and those of them that are of an order.
+struct Votes
 {
     int runs = 0;
     int redFirst = 0;
     int blueFirst = 0;
-    const auto count = [&](const Run &run) {
+
+    void add(const Votes &more)
+    {
+        runs += more.runs;
+        redFirst += more.redFirst;
+        blueFirst += more.blueFirst;
+    }
+
+    int most() const { return std::max(redFirst, blueFirst); }
+
+    // Text among other things: a photograph beside it has many runs, of which few are of an order.
+    bool areOfText() const { return most() >= kMajority * runs; }
+};
+
+// Where in a picture there is such text.
+class TextOfStripes
+{
+public:
+    explicit TextOfStripes(const QImage &image)
+        : columns((image.width() + kTile - 1) / kTile), rows((image.height() + kTile - 1) / kTile),
+          votes(std::size_t(columns) * std::size_t(rows))
+    {
+        for (int y = 0; y < image.height(); ++y) {
+            forEachRun(row(image, y), image.width(), kSameGround,
+                       [&](const Run &run) { return count(run, y); });
+        }
+        Votes text;
+        for (int v = 0; v < rows; ++v) {
+            for (int u = 0; u < columns; ++u) {
+                if (votesAbout(u, v).areOfText())
+                    text.add(votesOf(u, v));
+            }
+        }
+        if (text.most() < kLeastRuns
+            || std::min(text.redFirst, text.blueFirst) > kWrongWay * text.most())
+            return;
+        order = text.redFirst > text.blueFirst ? Order::RedFirst : Order::BlueFirst;
+        for (int v = 0; v < rows; ++v) {
+            for (int u = 0; u < columns; ++u) {
+                const Votes about = votesAbout(u, v);
+                isOther.push_back(about.runs >= kLeastRuns && !about.areOfText());
+            }
+        }
+    }
+
+    bool isAt(const Run &run, int y) const { return !isOther[placeOf(run, y)]; }
+
+    Order order = Order::None;
+
+private:
+    // Whether what is within the run may be left out.
+    bool count(const Run &run, int y)
+    {
         const Differences differences(run);
-        const Order order = orderOf(differences, kTolerance);
-        if (order == Order::None && run.end - run.begin > kLongWord)
+        const Order own = orderOf(differences, kTolerance);
+        if (own == Order::None && run.end - run.begin > kLongWord)
             return false; // what a frame encloses
         if (!isFringed(run, differences))
             return true;
-        ++runs;
-        redFirst += order == Order::RedFirst;
-        blueFirst += order == Order::BlueFirst;
-        return order != Order::None;
-    };
-    for (int y = 0; y < image.height(); ++y)
-        forEachRun(row(image, y), image.width(), kSameGround, count);
-    const int most = std::max(redFirst, blueFirst);
-    if (most < kLeastRuns || most < kMajority * runs
-        || std::min(redFirst, blueFirst) > kWrongWay * most)
-        return Order::None;
-    return redFirst > blueFirst ? Order::RedFirst : Order::BlueFirst;
-}
+        votes[placeOf(run, y)].add({ 1, own == Order::RedFirst, own == Order::BlueFirst });
+        return own != Order::None;
+    }
+
+    std::size_t placeOf(const Run &run, int y) const
+    {
+        const int column = (run.begin + run.end) / 2 / kTile;
+        return std::size_t(y / kTile) * std::size_t(columns) + std::size_t(column);
+    }
+
+    const Votes &votesOf(int column, int line) const
+    {
+        return votes[std::size_t(line) * std::size_t(columns) + std::size_t(column)];
+    }
+
+    Votes votesAbout(int column, int line) const
+    {
+        Votes about;
+        for (int v = std::max(0, line - 1); v <= std::min(rows - 1, line + 1); ++v) {
+            for (int u = std::max(0, column - 1); u <= std::min(columns - 1, column + 1); ++u)
+                about.add(votesOf(u, v));
+        }
+        return about;
+    }
+
+    int columns;
+    int rows;
+    std::vector<Votes> votes;  // of every tile
+    std::vector<bool> isOther; // tiles about which there is something else
+};
 
 // What the best multiple of one sequence leaves of another.
 struct Likeness
@@ -360,7 +431,8 @@ void flatten(const Run &run, const Differences &differences, QRgb *words)
 
 bool removeFringes(QImage *image)
 {
-    const Order order = orderOf(*image);
+    const TextOfStripes text(*image);
+    const Order order = text.order;
     if (order == Order::None)
         return false;
     std::vector<QRgb> source(static_cast<std::size_t>(image->width()));
@@ -369,6 +441,8 @@ bool removeFringes(QImage *image)
         for (const int same : { kSameGround, kVeryGround }) {
             std::copy_n(words, source.size(), source.begin());
             forEachRun(source.data(), image->width(), same, [&](const Run &run) {
+                if (!text.isAt(run, y))
+                    return false;
                 const Differences differences(run);
                 const bool isText = orderOf(differences, kToleranceOfKnown) == order
                     || Shift(run, differences, order).isThere();

@@ -51,13 +51,13 @@ struct Sums
     }
 };
 
-// Opaque regions, those of a cube as one, in the order in which the cubes come.
-std::vector<Region> cubesOf(const std::vector<Region> &regions)
+// Regions of an alpha, those of a cube as one, in the order in which the cubes come.
+std::vector<Region> cubesOf(const std::vector<Region> &regions, int alpha)
 {
     WordTable places; // one more than a cube's
     std::vector<Sums> cubes;
     for (const Region &region : regions) {
-        if (region.alpha != 255)
+        if (region.alpha != alpha)
             continue;
         uint32_t key = 0;
         for (Axis axis : kAxes) // of at most 765 and of 540 to both sides
@@ -72,11 +72,11 @@ std::vector<Region> cubesOf(const std::vector<Region> &regions)
     }
     std::vector<Region> means;
     for (const Sums &cube : cubes)
-        means.push_back({ cube.mean(), float(cube.pixels), 255 });
+        means.push_back({ cube.mean(), float(cube.pixels), alpha });
     return means;
 }
 
-// Cubes begin to end - 1, and how far they are from their mean.
+// Cubes begin to end - 1, all of one alpha, and how far they are from their mean.
 struct Box
 {
     Box(const std::vector<Region> &cubes, std::size_t b, std::size_t e) : begin(b), end(e)
@@ -98,14 +98,11 @@ struct Box
 };
 
 // Splits the box with the largest error at its mean, until there are enough or all are of one cube.
-std::vector<SeenColour> splitColours(std::vector<Region> *cubes, std::size_t most)
+void splitBoxes(std::vector<Region> *cubes, std::size_t most, std::vector<Box> *boxes)
 {
-    std::vector<Box> boxes;
-    if (!cubes->empty())
-        boxes.emplace_back(*cubes, 0, cubes->size());
-    while (!boxes.empty() && boxes.size() < most) {
+    while (!boxes->empty() && boxes->size() < most) {
         const auto worst
-            = std::max_element(boxes.begin(), boxes.end(),
+            = std::max_element(boxes->begin(), boxes->end(),
                                [](const Box &a, const Box &b) { return a.error < b.error; });
         if (!(worst->error > 0.0))
             break;
@@ -122,12 +119,8 @@ std::vector<SeenColour> splitColours(std::vector<Region> *cubes, std::size_t mos
             continue;
         }
         *worst = Box(*cubes, box.begin, middle);
-        boxes.emplace_back(*cubes, middle, box.end);
+        boxes->emplace_back(*cubes, middle, box.end);
     }
-    std::vector<SeenColour> colours;
-    for (const Box &box : boxes)
-        colours.push_back(box.sums.mean());
-    return colours;
 }
 
 // Finds the nearest of several colours, of which there is at least one, from the one of the same
@@ -179,30 +172,56 @@ private:
     std::vector<SeenColour> sorted;
 };
 
-void moveToMeans(const std::vector<Region> &cubes, std::vector<SeenColour> *colours)
+// Finds the nearest entry of a palette of the same alpha, of which there is at least one.
+class NearestEntry
 {
-    std::vector<Sums> sums(colours->size());
-    const NearestSeen nearest(*colours);
+public:
+    explicit NearestEntry(const std::vector<PaletteColour> &palette)
+    {
+        std::array<std::vector<SeenColour>, 256> colours;
+        for (std::size_t k = 0; k < palette.size(); ++k) {
+            colours[std::size_t(palette[k].alpha)].push_back(palette[k].colour);
+            entries[std::size_t(palette[k].alpha)].push_back(k);
+        }
+        for (const auto &ofAlpha : colours)
+            nearest.emplace_back(ofAlpha);
+    }
+
+    std::size_t of(const Region &region) const
+    {
+        const std::size_t alpha = std::size_t(region.alpha);
+        return entries[alpha][nearest[alpha].of(region.mean)];
+    }
+
+private:
+    std::array<std::vector<std::size_t>, 256> entries; // by alpha
+    std::vector<NearestSeen> nearest;                  // the same
+};
+
+void moveToMeans(const std::vector<Region> &cubes, std::vector<PaletteColour> *palette)
+{
+    std::vector<Sums> sums(palette->size());
+    const NearestEntry nearest(*palette);
     for (const Region &cube : cubes)
-        sums[nearest.of(cube.mean)].add(cube);
+        sums[nearest.of(cube)].add(cube);
     for (std::size_t k = 0; k < sums.size(); ++k) {
         if (sums[k].pixels > 0.0)
-            (*colours)[k] = sums[k].mean();
+            (*palette)[k].colour = sums[k].mean();
     }
 }
 
-// A colour for each alpha below 255 that occurs, in ascending order.
-void appendTranslucent(const std::vector<Region> &regions, std::vector<PaletteColour> *palette)
+// The alphas of regions, from opaque on.
+std::vector<int> alphasOf(const std::vector<Region> &regions)
 {
-    std::array<Sums, 256> sums;
-    for (const Region &region : regions) {
-        if (region.alpha < 255)
-            sums[std::size_t(region.alpha)].add(region);
+    std::array<bool, 256> occurs = {};
+    for (const Region &region : regions)
+        occurs[std::size_t(region.alpha)] = true;
+    std::vector<int> alphas;
+    for (int alpha = 255; alpha >= 0; --alpha) {
+        if (occurs[std::size_t(alpha)])
+            alphas.push_back(alpha);
     }
-    for (int alpha = 0; alpha < 255; ++alpha) {
-        if (sums[std::size_t(alpha)].pixels > 0.0)
-            palette->push_back({ sums[std::size_t(alpha)].mean(), alpha });
-    }
+    return alphas;
 }
 
 // Which of its neighbours' labels suits a region best, its own among them.
@@ -256,39 +275,31 @@ private:
 
 std::vector<PaletteColour> paletteOf(const std::vector<Region> &regions, int most)
 {
-    std::vector<PaletteColour> translucent;
-    appendTranslucent(regions, &translucent);
-    const auto counts = [](const PaletteColour &entry) { return entry.alpha != 0; };
-    const auto taken = std::count_if(translucent.begin(), translucent.end(), counts);
-    std::vector<Region> cubes = cubesOf(regions);
-    std::vector<SeenColour> colours
-        = splitColours(&cubes, std::size_t(std::max<std::ptrdiff_t>(1, most - taken)));
-    for (int time = 0; time < kMeans; ++time)
-        moveToMeans(cubes, &colours);
+    std::vector<Region> cubes;
+    std::vector<Box> boxes; // one of each alpha at first
+    std::size_t entries = std::size_t(most);
+    for (int alpha : alphasOf(regions)) {
+        const std::vector<Region> more = cubesOf(regions, alpha);
+        cubes.insert(cubes.end(), more.begin(), more.end());
+        boxes.emplace_back(cubes, cubes.size() - more.size(), cubes.size());
+        entries += alpha == 0 ? 1u : 0u; // what is clear does not count
+    }
+    splitBoxes(&cubes, entries, &boxes);
     std::vector<PaletteColour> palette;
-    for (const SeenColour &colour : colours)
-        palette.push_back({ colour, 255 });
-    palette.insert(palette.end(), translucent.begin(), translucent.end());
+    for (const Box &box : boxes)
+        palette.push_back({ box.sums.mean(), cubes[box.begin].alpha });
+    for (int time = 0; time < kMeans; ++time)
+        moveToMeans(cubes, &palette);
     return palette;
 }
 
 std::vector<uint16_t> labelRegions(const RegionGraph &graph,
                                    const std::vector<PaletteColour> &palette, double price)
 {
-    std::vector<SeenColour> opaque;
-    for (const PaletteColour &entry : palette) {
-        if (entry.alpha == 255)
-            opaque.push_back(entry.colour);
-    }
-    const NearestSeen nearest(opaque);
+    const NearestEntry nearest(palette);
     std::vector<uint16_t> labels;
-    for (const Region &region : graph.regions) {
-        const auto same = std::find_if(palette.begin(), palette.end(), [&](const auto &entry) {
-            return entry.alpha == region.alpha;
-        });
-        labels.push_back(region.alpha == 255 ? uint16_t(nearest.of(region.mean))
-                                             : uint16_t(same - palette.begin()));
-    }
+    for (const Region &region : graph.regions)
+        labels.push_back(uint16_t(nearest.of(region)));
     Relabelling relabelling(graph, palette, float(price), &labels);
     for (int time = 0; time < kRelabelling; ++time) {
         for (std::size_t region = 0; region < labels.size(); ++region)

@@ -19,10 +19,9 @@ struct PaletteColour
     int alpha = 255;
 };
 
-// At most `most` colours for opaque regions, which are as near to them as few splits and means
-// make them (squared, weighted by pixels), so that what is small but stands out keeps a colour of
-// its own; and the mean for each other alpha that occurs. At least one opaque colour where there
-// are opaque regions.
+// At most `most` colours, clear ones not counted, which are as near to the regions of their alpha
+// as few splits and means make them (squared, weighted by pixels), so that what is small but stands
+// out keeps a colour of its own. At least one for each alpha that occurs.
 std::vector<PaletteColour> paletteOf(const std::vector<Region> &regions, int most);
 
 // The entry of every region: the nearest of its alpha, or that of a neighbour where a longer

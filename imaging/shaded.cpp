@@ -1,9 +1,11 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "shaded.h"
 
+#include "alpha.h"
 #include "colour.h"
 #include "regionpalette.h"
 #include "regions.h"
+#include "shadedalpha.h"
 
 #include <algorithm>
 #include <array>
@@ -209,7 +211,8 @@ void settleColours(const QImage &image, const std::vector<PaletteColour> &palett
 LabelPlane reduceShaded(const QImage &image, int colours, double price)
 {
     const SeenColours seen;
-    RegionGraph graph = findRegions(image, seen, price);
+    const QImage visible = isOpaque(image) ? image : seenOnWhite(image);
+    RegionGraph graph = findRegions(visible, seen, price);
     const std::vector<PaletteColour> palette = paletteOf(graph.regions, colours);
     const std::vector<uint16_t> labelOfRegion = labelRegions(graph, palette, price);
     LabelPlane plane;
@@ -219,7 +222,7 @@ LabelPlane reduceShaded(const QImage &image, int colours, double price)
     for (uint32_t region : graph.ofPixel)
         plane.labels.push_back(labelOfRegion[region]);
     graph = RegionGraph();
-    Smoothing smoothing(image, seen, palette, price, &plane.labels);
+    Smoothing smoothing(visible, seen, palette, price, &plane.labels);
     for (int sweep = 0; sweep < kSweeps; ++sweep)
         smoothing.sweep();
     settleColours(image, palette, &plane);

@@ -12,6 +12,13 @@ namespace {
 
 const int kReach = 2; // pixels that a label goes in one ring
 
+// Cores of lines that are too wide for a ridge and nowhere flat: colourDistance to their label at
+// most, and to the label around them at least, where their neighbours may be so much farther from
+// it.
+const int kLikeCore = 60;
+const int kUnlikeGround = 120;
+const int kFartherBeside = 24;
+
 struct Choice
 {
     uint16_t label = kUnlabelled;
@@ -36,6 +43,7 @@ public:
     {
         bool farther = false;
         std::vector<Decided> ring;
+        labelCores(&waiting);
         while (!waiting.empty()) {
             ring.clear();
             std::size_t left = 0;
@@ -119,6 +127,73 @@ private:
             }
         }
         return best;
+    }
+
+    // A line of 3 or 4 pixels has no ridge, and where it is soft or slanted no pixel that is no
+    // edge: without a label of its own it would go to the ground.
+    void labelCores(std::vector<uint32_t> *waiting)
+    {
+        std::vector<Decided> cores;
+        std::size_t left = 0;
+        for (uint32_t pixel : *waiting) {
+            const uint16_t label
+                = plane->labels[pixel] == kUnlabelled ? coreLabel(pixel) : kUnlabelled;
+            if (label == kUnlabelled)
+                (*waiting)[left++] = pixel;
+            else
+                cores.push_back({ pixel, { label, false } });
+        }
+        waiting->resize(left);
+        for (const Decided &core : cores)
+            label(core);
+    }
+
+    // Of a pixel that looks like a label, amid one other label that it does not look like, and than
+    // which no neighbour is clearly less like that one: no mixture on the way to something else.
+    uint16_t coreLabel(uint32_t pixel)
+    {
+        const int y = rowOf(pixel);
+        const int x = columnOf(pixel, y);
+        const QRgb word = row(image, y)[x];
+        const uint16_t similar = nearest->of(word);
+        const int toOwn = colourDistance(word, plane->colours[similar]);
+        if (toOwn > kLikeCore)
+            return kUnlabelled;
+        const uint16_t ground = onlyLabelAround(x, y);
+        if (ground == kUnlabelled || ground == similar)
+            return kUnlabelled;
+        const QRgb groundColour = plane->colours[ground];
+        const int away = colourDistance(word, groundColour);
+        if (away < kUnlikeGround || away < 3 * toOwn)
+            return kUnlabelled;
+        for (int v = std::max(0, y - 1); v <= std::min(plane->height - 1, y + 1); ++v) {
+            for (int u = std::max(0, x - 1); u <= std::min(plane->width - 1, x + 1); ++u) {
+                if (colourDistance(row(image, v)[u], groundColour) > away + kFartherBeside)
+                    return kUnlabelled;
+            }
+        }
+        return similar;
+    }
+
+    // The one label within reach, or none where there are several or a thin line's.
+    uint16_t onlyLabelAround(int x, int y) const
+    {
+        uint16_t only = kUnlabelled;
+        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
+            const uint16_t *labels = labelsOf(v);
+            const uint8_t *marks = edges->row(v);
+            for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
+                 ++u) {
+                if ((marks[u] & EdgeMap::kOfLine) != 0)
+                    return kUnlabelled;
+                if (labels[u] == kUnlabelled || labels[u] == only)
+                    continue;
+                if (only != kUnlabelled)
+                    return kUnlabelled;
+                only = labels[u];
+            }
+        }
+        return only;
     }
 
     static bool touches(uint8_t marks, int dx, int dy)

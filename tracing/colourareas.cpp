@@ -11,9 +11,11 @@
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
 #include "imaging/palette.h"
+#include "imaging/photoareas.h"
 #include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
+#include "imaging/shadedalpha.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -24,9 +26,28 @@ namespace ztrace {
 namespace {
 
 const int kMostColoursBesideRamps = 60000; // labels are two bytes
-const std::size_t kPixelsOfMark = 64; // for each small area that stands out; more are a texture
-const int kFringe = 48;               // colourDistance of a fringe to the area that it belongs to
+const std::size_t kPixelsOfMark = 64;     // for each small area that stands out; more are a texture
+const int kColoursBesidePhotographs = 16; // fewer are not parted between drawing and photograph
+const double kLargePhotographs = 0.2;     // of the pixels
+const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
+const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
+LabelPlane segmentDrawing(const QImage &picture, int colours, Stages *stages)
+{
+    EdgeMap edges(picture);
+    const std::vector<QRgb> palette = flatPalette(picture, edges, colours);
+    stages->end("palette");
+    return reduceFlat(picture, std::move(edges), palette);
+}
+
+// Of so many colours, what photographs get at least: a quarter, or half where they are large.
+int coloursOfPhotographs(const std::vector<uint8_t> &marks, int colours)
+{
+    const double share = double(std::count(marks.begin(), marks.end(), 1)) / double(marks.size());
+    return share > kLargePhotographs ? colours / 2 : colours / 4;
+}
+
+// Photographs in it are areas that pay, as elsewhere, and the rest is flat.
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
     if (!flat.palette.empty()) {
@@ -35,17 +56,26 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
         stages->end("palette");
         return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    EdgeMap edges(picture);
-    const std::vector<QRgb> colours = flatPalette(picture, edges, flat.colours);
-    stages->end("palette");
-    return reduceFlat(picture, std::move(edges), colours);
+    std::vector<uint8_t> photographs;
+    if (flat.colours >= kColoursBesidePhotographs)
+        photographs = photographsIn(picture);
+    if (photographs.empty())
+        return segmentDrawing(picture, flat.colours, stages);
+    const int most = flat.colours - coloursOfPhotographs(photographs, flat.colours);
+    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+    const int left = flat.colours - int(plane.colours.size());
+    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
+              photographs, &plane);
+    return plane;
 }
 
 LabelPlane segmentBlend(QImage *picture, const Blend &blend, Stages *stages)
 {
-    settleAlpha(picture, blend.colours);
-    if (blend.price > 0.0)
+    if (blend.price > 0.0) {
+        settleShadedAlpha(picture, blend.colours, blend.price);
         return reduceShaded(*picture, blend.colours, blend.price);
+    }
+    settleAlpha(picture, blend.colours);
     std::vector<QRgb> start;
     if (!blend.chosenByEngine && blend.colours > 0)
         start = medianPalette(*picture, blend.colours);
@@ -176,12 +206,28 @@ void refine(const QImage &image, const Geometry &geometry, LabelPlane *plane, Ru
                runs);
 }
 
-// Whether the areas of a blend are drawn in true shapes.
-bool hasShapes(const Geometry &geometry, const Runs &runs)
+// Share of the pixels that can be seen through.
+double translucentShare(const std::vector<QRgb> &colours, const Runs &runs)
+{
+    std::size_t pixels = 0;
+    for (int y = 0; y < runs.height; ++y) {
+        for (std::size_t run = runs.rowBegin(y); run < runs.rowEnd(y); ++run) {
+            const int alpha = qAlpha(colours[runs.label[run]]);
+            if (alpha != 0 && alpha != 255)
+                pixels += std::size_t(runs.end(run) - runs.start[run]);
+        }
+    }
+    return double(pixels) / double(std::max<std::size_t>(1, runs.pixels()));
+}
+
+// Whether the areas of a blend are drawn in true shapes. Many that can be seen through are: what
+// the engine's outlines leave between two of them cannot be painted below them.
+bool hasShapes(const Geometry &geometry, const std::vector<QRgb> &colours, const Runs &runs)
 {
     return geometry.fit == Geometry::Fit::Fair
         || (geometry.fit == Geometry::Fit::FairUnlessDense
-            && cracksOf(runs) <= Geometry::kMostQuickCracksOfShades);
+            && (cracksOf(runs) <= Geometry::kMostQuickCracksOfShades
+                || translucentShare(colours, runs) >= kTranslucent));
 }
 
 // The runs were made between the picture and its labels, and part the room that these have left,
@@ -200,12 +246,12 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
+    if (std::holds_alternative<Flat>(plan.segmentation))
+        removeFringes(&image); // before the ground of a letter on a ramp gets another colour
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
 
-    if (std::holds_alternative<Flat>(plan.segmentation))
-        removeFringes(&image);
     stages->begin("choosing colours");
     const Flat *flat = std::get_if<Flat>(&plan.segmentation);
     const Blend *blend = std::get_if<Blend>(&plan.segmentation);
@@ -228,7 +274,8 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
     else
         mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
-    const bool shapes = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, runs);
+    const bool shapes
+        = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, plane.colours, runs);
     segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;
     if (geometry.upsampling != 1 && !shapes)
         refine(image, geometry, &plane, &runs, &segmented, report);

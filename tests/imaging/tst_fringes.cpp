@@ -117,6 +117,31 @@ private slots:
         }
     }
 
+    // A photograph beside a dialog has more runs of differing channels than its text.
+    void textBesideAPhotographIsOfItsColour()
+    {
+        const QImage text = stems(0xFFFFFFFFu, 0xFF000000u);
+        QImage image(600, 600, QImage::Format_ARGB32);
+        image.fill(0xFFFFFFFFu);
+        Random random(3);
+        for (int y = 0; y < 600; ++y) {
+            for (int x = 240; x < 600; ++x) {
+                const auto channel = [&random] { return 80 + 30 * random.below(4); };
+                const bool isDull = x % 8 < 3; // grounds between what differs
+                image.setPixel(x, y, isDull ? 0xFF808080u : qRgb(channel(), channel(), channel()));
+            }
+        }
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x)
+                image.setPixel(x, y, text.pixel(x, y));
+        }
+        const QImage before = image;
+        QVERIFY(removeFringes(&image));
+        QVERIFY(farthestFromMixtures(image.copy(0, 0, kWidth, kHeight), 0xFFFFFFFFu, 0xFF000000u)
+                <= 13.0);
+        QCOMPARE(image.copy(280, 0, 320, 600), before.copy(280, 0, 320, 600));
+    }
+
     // As much ink as there was.
     void inkIsKept()
     {

@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// 170 drawn pictures and the preset that each should get.
+// 200 drawn pictures and the preset that each should get.
 #include "imaging/Picture.h"
 #include "imaging/classify.h"
 
@@ -330,6 +330,43 @@ QImage whiteOnBlack(Dice *dice)
     return pageOf(dice, Qt::black, Qt::white);
 }
 
+// Axes and labels in black, and curves in a few hues: less than a hundredth of it is coloured.
+QImage plot(Dice *dice)
+{
+    return drawn(600, 420, Qt::white, [&](QPainter *painter) {
+        painter->setPen(QPen(Qt::black, 1.0));
+        painter->drawRect(QRectF(50.5, 20.5, 520, 350));
+        for (int x = 60; x < 560; x += 70)
+            lettering(painter, dice, QPointF(x, 380), 9, 3);
+        const QColor hue = dice->colour();
+        painter->setPen(QPen(QColor::fromHsv(hue.hue(), 220, 200), 1.5));
+        const double height = dice->between(40, 160);
+        const double length = dice->between(40, 90);
+        QPolygonF curve;
+        for (int x = 52; x < 570; x += 2)
+            curve << QPointF(x, 195 + height * std::sin(x / length));
+        painter->drawPolyline(curve);
+    });
+}
+
+// Dark and light tiles, some of which go from one to the other.
+QImage shadedTiles(Dice *dice)
+{
+    return drawn(400, 400, Qt::white, [&](QPainter *painter) {
+        for (int y = 0; y < 400; y += 40) {
+            for (int x = 0; x < 400; x += 40) {
+                const int kind = dice->below(8);
+                const int dark = dice->between(40, 60);
+                QLinearGradient ramp(x, y, x + 40, y + dice->between(0, 40));
+                ramp.setColorAt(0, QColor(dark, dark, dark));
+                ramp.setColorAt(1, kind == 0 ? QColor(200, 200, 200) : QColor(dark, dark, dark));
+                if (kind < 4)
+                    painter->fillRect(x, y, 40, 40, ramp);
+            }
+        }
+    });
+}
+
 struct Row
 {
     const char *name;
@@ -356,6 +393,8 @@ const Row kRows[] = {
     { "page in falling light", fallingLight, Kind::LineArt },
     { "brown paper in falling light", brownPaperInFallingLight, Kind::LineArt },
     { "white on black", whiteOnBlack, Kind::LineArt },
+    { "plot", plot, Kind::Logo },
+    { "shaded tiles", shadedTiles, Kind::Photo },
 };
 
 } // namespace

@@ -374,6 +374,24 @@ private slots:
         QVERIFY(farthestChannel(rampColourOf(ramps.areas[0].standIn), mean) > 24.0);
     }
 
+    // Dark letters on a button with a white rim: black would be no ground for them.
+    void standInIsAsLightAsTheRamp()
+    {
+        QImage image = painted([&](double x, double y) {
+            if (y < 12)
+                return RampColour { { 255, 255, 255 } };
+            if (std::fmod(x, 40) < 12 && y > 60 && y < 100)
+                return RampColour { { 46, 52, 54 } };
+            return mixture(RampColour { { 240, 240, 240 } }, RampColour { { 205, 205, 205 } },
+                           y / 160);
+        });
+        Ramps ramps = findRamps(image, kUsualPriceOfEdge);
+        QCOMPARE(ramps.areas.size(), std::size_t(1));
+        flatten(SoftPixels::Mixed, &ramps, &image);
+        QVERIFY2(qGray(ramps.areas[0].standIn) > 150,
+                 qPrintable(QString::number(ramps.areas[0].standIn, 16)));
+    }
+
     // A mixture that took the colour of neither side.
     void mixturesGoToWhatTheyAreOf()
     {

@@ -75,6 +75,7 @@ private slots:
     void sizeOfThePictureDoesNotMatter();
     void sidesAreThoseOfThePicture();
     void alphasStayApart();
+    void glassHasSeveralColours();
     void noiseIsBounded();
     void priceOfNothingEnds();
     void coloursAreAHardLimit_data();
@@ -190,6 +191,20 @@ void tst_Regions::alphasStayApart()
             QCOMPARE(qAlpha(plane.colours[plane.labels[std::size_t(30 * y + x)]]),
                      qAlpha(image.pixel(x, y)));
     }
+}
+
+void tst_Regions::glassHasSeveralColours()
+{
+    QImage image = filled(40, 30, 0u);
+    const QRgb colours[] = { qRgba(200, 0, 0, 128), qRgba(0, 160, 0, 128), qRgba(0, 0, 220, 128) };
+    for (int y = 0; y < 30; ++y) {
+        for (int x = 0; x < 30; ++x)
+            image.setPixel(x, y, colours[x / 10]);
+    }
+    const LabelPlane plane = reduceShaded(image, 8, 400.0);
+    QCOMPARE(int(plane.colours.size()), 4);
+    for (int x = 5; x < 30; x += 10)
+        QCOMPARE(plane.colours[plane.labels[std::size_t(x)]], colours[x / 10]);
 }
 
 void tst_Regions::noiseIsBounded()

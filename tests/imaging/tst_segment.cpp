@@ -139,6 +139,49 @@ private slots:
     }
 
     // Of a picture of two flat colours; a frame around it, a wider one on its left alone.
+    // Slanted, 4 pixels wide, of a colour that thin lines have given the palette: too wide for a
+    // ridge, and every pixel of it is an edge.
+    void wideSoftLinesAreWhole()
+    {
+        QImage image(60, 60, QImage::Format_ARGB32);
+        std::vector<double> coverage;
+        for (int y = 0; y < 60; ++y) {
+            for (int x = 0; x < 60; ++x) {
+                const double away = std::fabs(x - y + 3.2) / std::sqrt(2.0);
+                const double ripple = (x + y) % 4 < 2 ? 1.0 : 0.9; // as scaling leaves it
+                coverage.push_back(std::max(0.0, std::min(1.0, 2.5 - away)));
+                const double part = coverage.back() * ripple;
+                image.setPixel(
+                    x, y, qRgb(int(255 - 67 * part), int(255 - 230 * part), int(255 - 230 * part)));
+            }
+        }
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), { 0xFFFFFFFFu, 0xFFBA0A0Au });
+        for (int y = 3; y < 57; ++y) {
+            for (int x = 3; x < 57; ++x) {
+                const std::size_t place = std::size_t(60 * y + x);
+                if (coverage[place] > 0.8 || coverage[place] < 0.2)
+                    QCOMPARE(int(plane.labels[place]), coverage[place] > 0.8 ? 1 : 0);
+            }
+        }
+    }
+
+    // On the way from white to black there is grey, but no area of it.
+    void wideSoftEdgesHaveNoCore()
+    {
+        QImage image(40, 20, QImage::Format_ARGB32);
+        const int greys[] = { 215, 165, 110, 60, 25 };
+        for (int y = 0; y < 20; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const int grey = x < 18 ? 255 : x > 22 ? 0 : greys[x - 18];
+                image.setPixel(x, y, qRgb(grey, grey, grey));
+            }
+        }
+        const LabelPlane plane
+            = reduceFlat(image, EdgeMap(image), { 0xFFFFFFFFu, 0xFF000000u, 0xFFA0A0A0u });
+        for (uint16_t label : plane.labels)
+            QVERIFY(label < 2);
+    }
+
     static QImage framed(int width)
     {
         QImage image(40, 30, QImage::Format_ARGB32);

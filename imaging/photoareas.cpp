@@ -1,0 +1,243 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "photoareas.h"
+
+#include "colour.h"
+#include "forest.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <numeric>
+
+namespace ztrace {
+
+namespace {
+
+const int kTile = 8; // pixels a side
+
+// A tile is of a photograph when it has so many colours, in cubes of 4 steps a channel, ...
+const std::size_t kLeastCubes = 20;
+const QRgb kCube = 0x00FCFCFCu;
+// ... and at most so much of it is of its three commonest ones. Letters have a ground.
+const double kMostCommon = 0.5;
+const int kCommon = 3;
+
+// Photographs are solid: they are about tiles of which so many of 5 x 5 are such. Compression
+// leaves many colours beside edges, but in strips.
+const int kCore = 2;
+const int kLeastOfCore = 22;
+const int kLeastOfNine = 4; // tiles of 3 x 3 beside a core, so that none is left out amid others
+const std::size_t kLeastTiles = 100; // that hang together; fewer are an icon
+const std::size_t kMostOfHole
+    = 16; // tiles of others that hang together; calm places of photographs
+
+// Compression makes photographs of drawings: none is looked for where, outside of them, pixels side
+// by side that differ by up to kFaint are more than so many times those that differ by more than
+// kEdge (sums of channels). What is drawn, text above all, has edges.
+const int kFaint = 12;
+const int kEdge = 24;
+const double kCompressed = 1.2;
+const int kAway = 2; // tiles from a photograph that are not asked
+
+// Tiles of an image; those at the right and lower rim are cut off.
+struct Tiles
+{
+    int columns;
+    int rows;
+    std::vector<uint8_t> isPhoto;
+
+    uint8_t &at(int column, int line)
+    {
+        return isPhoto[std::size_t(line) * std::size_t(columns) + std::size_t(column)];
+    }
+    uint8_t at(int column, int line) const
+    {
+        return isPhoto[std::size_t(line) * std::size_t(columns) + std::size_t(column)];
+    }
+};
+
+// Sizes of the groups of equal numbers among sorted ones.
+std::vector<int> groupSizes(const uint32_t *sorted, std::size_t count)
+{
+    std::vector<int> sizes;
+    for (std::size_t k = 0; k < count; ++k) {
+        if (k == 0 || sorted[k] != sorted[k - 1])
+            sizes.push_back(0);
+        ++sizes.back();
+    }
+    return sizes;
+}
+
+bool isPhotoAt(const QImage &image, int left, int top)
+{
+    const int right = std::min(image.width(), left + kTile);
+    const int bottom = std::min(image.height(), top + kTile);
+    std::array<uint32_t, std::size_t(kTile) * kTile> cubes;
+    std::size_t count = 0;
+    std::size_t repeated = 0;
+    for (int y = top; y < bottom; ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = left; x < right; ++x) {
+            if (qAlpha(words[x]) != 255)
+                return false;
+            repeated += x > left && words[x] == words[x - 1];
+            cubes[count++] = words[x] & kCube;
+        }
+    }
+    if (2 * repeated > count)
+        return false; // it is drawn; most tiles are done with here
+    std::sort(cubes.begin(), cubes.begin() + std::ptrdiff_t(count));
+    std::vector<int> sizes = groupSizes(cubes.data(), count);
+    if (sizes.size() * cubes.size() < kLeastCubes * count)
+        return false;
+    const auto common
+        = sizes.begin() + std::min(std::ptrdiff_t(kCommon), std::ptrdiff_t(sizes.size()));
+    std::partial_sort(sizes.begin(), common, sizes.end(), std::greater<>());
+    return double(std::accumulate(sizes.begin(), common, 0)) <= kMostCommon * double(count);
+}
+
+Tiles tilesOf(const QImage &image)
+{
+    Tiles tiles { (image.width() + kTile - 1) / kTile, (image.height() + kTile - 1) / kTile, {} };
+    for (int v = 0; v < tiles.rows; ++v) {
+        for (int u = 0; u < tiles.columns; ++u)
+            tiles.isPhoto.push_back(isPhotoAt(image, u * kTile, v * kTile));
+    }
+    return tiles;
+}
+
+// Tiles of which at least so many around them are marked, at most `reach` columns and rows away.
+Tiles amid(const Tiles &tiles, int reach, int least)
+{
+    Tiles result = tiles;
+    for (int v = 0; v < tiles.rows; ++v) {
+        for (int u = 0; u < tiles.columns; ++u) {
+            int marked = 0;
+            for (int j = std::max(0, v - reach); j <= std::min(tiles.rows - 1, v + reach); ++j) {
+                for (int i = std::max(0, u - reach); i <= std::min(tiles.columns - 1, u + reach);
+                     ++i)
+                    marked += tiles.at(i, j);
+            }
+            result.at(u, v) = marked >= least;
+        }
+    }
+    return result;
+}
+
+// Those that are filled, near a solid place.
+Tiles settled(const Tiles &tiles)
+{
+    const Tiles near = amid(amid(tiles, kCore, kLeastOfCore), kCore + 1, 1);
+    Tiles result = amid(tiles, 1, kLeastOfNine);
+    for (std::size_t k = 0; k < result.isPhoto.size(); ++k)
+        result.isPhoto[k] = result.isPhoto[k] & near.isPhoto[k];
+    return result;
+}
+
+// How many tiles each one hangs together with, itself among them.
+std::vector<std::size_t> sizesOf(const Tiles &tiles)
+{
+    std::vector<uint32_t> up(tiles.isPhoto.size());
+    std::iota(up.begin(), up.end(), 0u);
+    const auto join = [&](uint32_t a, uint32_t b) {
+        if (tiles.isPhoto[a] != tiles.isPhoto[b])
+            return;
+        const uint32_t one = rootOf(&up, a);
+        const uint32_t other = rootOf(&up, b);
+        up[std::max(one, other)] = std::min(one, other);
+    };
+    const uint32_t columns = uint32_t(tiles.columns);
+    for (uint32_t k = 0; k < up.size(); ++k) {
+        if (k % columns != 0)
+            join(k, k - 1);
+        if (k >= columns)
+            join(k, k - columns);
+    }
+    std::vector<std::size_t> ofRoot(up.size(), 0);
+    for (uint32_t k = 0; k < up.size(); ++k)
+        ++ofRoot[rootOf(&up, k)];
+    std::vector<std::size_t> sizes;
+    for (uint32_t k = 0; k < up.size(); ++k)
+        sizes.push_back(ofRoot[rootOf(&up, k)]);
+    return sizes;
+}
+
+// Small holes are filled, and what hangs together in less tiles than a photograph has is none.
+void settleSizes(Tiles *tiles)
+{
+    const std::vector<std::size_t> holes = sizesOf(*tiles);
+    for (std::size_t k = 0; k < holes.size(); ++k)
+        tiles->isPhoto[k] = tiles->isPhoto[k] || holes[k] <= kMostOfHole;
+    const std::vector<std::size_t> photographs = sizesOf(*tiles);
+    for (std::size_t k = 0; k < photographs.size(); ++k)
+        tiles->isPhoto[k] = tiles->isPhoto[k] && photographs[k] >= kLeastTiles;
+}
+
+// Whether what is not of photographs is more noise than drawing.
+bool isCompressedOutside(const QImage &image, const Tiles &photographs)
+{
+    const Tiles near = amid(photographs, kAway, 1);
+    long long faint = 0;
+    long long edges = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 1; x < image.width(); ++x) {
+            if (words[x] == words[x - 1] || near.at(x / kTile, y / kTile))
+                continue;
+            const int distance = colourDistance(words[x], words[x - 1]);
+            faint += distance <= kFaint;
+            edges += distance > kEdge;
+        }
+    }
+    return double(faint) > kCompressed * double(edges);
+}
+
+} // namespace
+
+std::vector<uint8_t> photographsIn(const QImage &image)
+{
+    Tiles tiles = settled(tilesOf(image));
+    settleSizes(&tiles);
+    const bool isAny = std::count(tiles.isPhoto.begin(), tiles.isPhoto.end(), 1) > 0;
+    if (!isAny || isCompressedOutside(image, tiles))
+        return {};
+    std::vector<uint8_t> marks;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x < image.width(); ++x)
+            marks.push_back(tiles.at(x / kTile, y / kTile) && qAlpha(words[x]) == 255);
+    }
+    return marks;
+}
+
+QImage onlyMarked(const QImage &image, const std::vector<uint8_t> &marks, uint8_t kept)
+{
+    QImage result = image;
+    const uint8_t *mark = marks.data();
+    for (int y = 0; y < result.height(); ++y) {
+        QRgb *words = reinterpret_cast<QRgb *>(result.scanLine(y));
+        for (int x = 0; x < result.width(); ++x)
+            words[x] = *mark++ == kept ? words[x] : 0u;
+    }
+    return result;
+}
+
+void putMarked(const LabelPlane &other, const std::vector<uint8_t> &marks, LabelPlane *plane)
+{
+    std::map<QRgb, uint16_t> known;
+    for (std::size_t k = 0; k < plane->colours.size(); ++k)
+        known.emplace(plane->colours[k], uint16_t(k));
+    std::vector<uint16_t> labels;
+    for (QRgb colour : other.colours) {
+        const auto place = known.emplace(colour, uint16_t(plane->colours.size()));
+        if (place.second)
+            plane->colours.push_back(colour);
+        labels.push_back(place.first->second);
+    }
+    for (std::size_t k = 0; k < marks.size(); ++k) {
+        if (marks[k] != 0)
+            plane->labels[k] = labels[other.labels[k]];
+    }
+}
+
+} // namespace ztrace
