@@ -98,6 +98,7 @@ private slots:
     void starsHaveTenCorners();
     void curvesOfLettering_data();
     void curvesOfLettering();
+    void smoothLoopsHaveNoCorners();
     void noiseAddsNoNumbers();
     void smoothJointsHaveOneTangent();
     void quadraticsOnlyForTheHost();
@@ -404,6 +405,38 @@ void tst_FitChain::curvesOfLettering()
     QVERIFY(cubics);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(quality.numbers / 20 <= numbers, qPrintable(QString::number(quality.numbers / 20)));
+}
+
+// Wherever a closed chain is cut, it goes over there as anywhere else; and no speck of a line is in
+// between, which turns twice.
+void tst_FitChain::smoothLoopsHaveNoCorners()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    for (int k = 0; k < 20; ++k) {
+        const Point at = phase(&random, 70);
+        const double bulge = 3 + 4 * random.uniform();
+        const double turn = 2 * kPi * random.uniform();
+        std::vector<double> x;
+        std::vector<double> y;
+        for (int i = 0; i < 300; ++i) {
+            const double a = 2 * kPi * i / 300;
+            const double radius = 50 + bulge * std::sin(3 * a + turn) + 2 * std::sin(2 * a);
+            x.push_back(at.x + radius * std::cos(a) + 0.02 * random.normal());
+            y.push_back(at.y + radius * std::sin(a) + 0.02 * random.normal());
+        }
+        const Path path = fitChain(
+            { x.data(), y.data(), nullptr, int(x.size()), true, Edge::Soft, false, false },
+            settings);
+        QVERIFY(path.pieces.size() > 3);
+        for (std::size_t i = 0; i < path.pieces.size(); ++i) {
+            const Point from = endTangent(path.pieces[i]);
+            const Point to = startTangent(path.pieces[(i + 1) % path.pieces.size()]);
+            const double degrees
+                = std::fabs(std::atan2(cross(from, to), dot(from, to))) * 180 / kPi;
+            QVERIFY2(degrees < 12, qPrintable(QString("%1: %2").arg(k).arg(degrees)));
+        }
+    }
 }
 
 void tst_FitChain::noiseAddsNoNumbers()
