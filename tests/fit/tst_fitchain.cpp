@@ -82,6 +82,7 @@ class tst_FitChain : public QObject
 private slots:
     void circles_data();
     void circles();
+    void circlesOfOneBitAreCircles();
     void ellipses_data();
     void ellipses();
     void rectangles_data();
@@ -144,6 +145,27 @@ void tst_FitChain::circles()
     QCOMPARE(quality.ofKind, 20);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(std::fabs(sum / 20) < bias, qPrintable(QString::number(sum / 20)));
+}
+
+// At whatever place: steps of some add up to more than is expected, but are those of a circle. An
+// ellipse whose axes are plainly different is none.
+void tst_FitChain::circlesOfOneBitAreCircles()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(2);
+    for (const double radius : { 7., 8., 10., 13. }) {
+        for (int k = 0; k < 400; ++k) {
+            const Truth truth = circleTruth(phase(&random, radius + 4), radius);
+            const Path path = fitOf(truth, Edge::Hard, settings);
+            QVERIFY2(path.pieces.size() == 1 && path.pieces[0].kind == Kind::Circle,
+                     qPrintable(QString("radius %1, place %2").arg(radius).arg(k)));
+        }
+    }
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = ellipseTruth(phase(&random, 20), 10, 8.6, 0.15 * k);
+        const Path path = fitOf(truth, Edge::Hard, settings);
+        QVERIFY2(path.pieces[0].kind != Kind::Circle, qPrintable(QString::number(k)));
+    }
 }
 
 void tst_FitChain::ellipses_data()
