@@ -9,7 +9,10 @@ namespace ztrace::fit {
 namespace {
 
 const double kPi = 3.14159265358979323846;
-const int kSteps = 8; // Newton's, from the nearest place
+const int kSteps = 12;                  // Newton's, from the nearest place
+const double kSettledOnCurve = 1e-9;    // of a curve
+const int kStepsOfEllipse = 30;         // 11 were the most of half axes 1 : 2000
+const double kSettledOfEllipse = 1e-14; // of the larger half axis squared
 
 Point unit(Point v)
 {
@@ -103,8 +106,43 @@ double distanceToArc(const Piece &p, Point point)
     return std::min(std::hypot(a.x, a.y), std::hypot(b.x, b.y));
 }
 
-// Along curves and ellipses: the best of several starts, each improved by Newton's method on the
-// squared distance with differences of pointAt.
+// The foot of a point on an ellipse is half[k]^2 * p[k] / (t + half[k]^2) for the largest root t of
+// f below, which falls and is convex beyond its last pole: Newton's method comes to the root from
+// its left side, however narrow the ellipse is.
+double distanceToEllipse(const Piece &p, Point point)
+{
+    const Point q = turned(point - p.centre, -p.angle);
+    const double ux = std::fabs(q.x);
+    const double uy = std::fabs(q.y);
+    const double axx = p.half[0] * p.half[0];
+    const double ayy = p.half[1] * p.half[1];
+    double t = std::max(p.half[0] * ux - axx, p.half[1] * uy - ayy);
+    for (int step = 0; step < kStepsOfEllipse && t + axx > 0 && t + ayy > 0; ++step) {
+        const double x = p.half[0] * ux / (t + axx);
+        const double y = p.half[1] * uy / (t + ayy);
+        const double slope = -2 * (x * x / (t + axx) + y * y / (t + ayy));
+        const double next = t - (x * x + y * y - 1) / slope;
+        if (!(next > t + kSettledOfEllipse * std::max(axx, ayy)))
+            break;
+        t = next;
+    }
+    // On an axis, near the centre, the root is the pole: the foot is beside the axis there.
+    const auto foot = [t](double half, double u, double square) {
+        return t + square > 0 ? square * u / (t + square) : half;
+    };
+    double x = foot(p.half[0], ux, axx);
+    double y = foot(p.half[1], uy, ayy);
+    const auto beside
+        = [](double half, double part) { return half * std::sqrt(std::max(0.0, 1 - part * part)); };
+    if (axx >= ayy)
+        y = beside(p.half[1], x / p.half[0]);
+    else
+        x = beside(p.half[0], y / p.half[1]);
+    return std::hypot(x - ux, y - uy);
+}
+
+// Along curves: from the best of several places, improved by Newton's method on the squared
+// distance with differences of pointAt, which stays between the places beside it.
 double distanceToCurve(const Piece &p, Point point)
 {
     double bestT = 0;
@@ -117,6 +155,8 @@ double distanceToCurve(const Piece &p, Point point)
             bestT = t;
         }
     }
+    double low = std::max(0.0, bestT - 1.0 / kPlacesOnCurve);
+    double high = std::min(1.0, bestT + 1.0 / kPlacesOnCurve);
     double t = bestT;
     for (int step = 0; step < kSteps; ++step) {
         const double h = 1e-4;
@@ -127,13 +167,14 @@ double distanceToCurve(const Piece &p, Point point)
         const Point d2 = (1 / (h * h)) * (ahead + behind - 2.0 * q);
         const double slope = dot(q - point, d1);
         const double bend = dot(d1, d1) + dot(q - point, d2);
-        if (!(bend > 0))
-            break;
-        t -= slope / bend;
-        if (!isWhole(p.kind))
-            t = std::min(1.0, std::max(0.0, t));
+        (slope > 0 ? high : low) = t;
+        const double next = t - slope / bend;
+        const double before = t;
+        t = bend > 0 && next >= low && next <= high ? next : 0.5 * (low + high);
         const Point gap = pointAt(p, t) - point;
         best = std::min(best, dot(gap, gap));
+        if (std::fabs(t - before) < kSettledOnCurve)
+            break;
     }
     return std::sqrt(best);
 }
@@ -337,6 +378,8 @@ double distanceTo(const Piece &piece, Point p)
         const Point d = p - piece.centre;
         return std::fabs(std::hypot(d.x, d.y) - piece.half[0]);
     }
+    case Kind::Ellipse:
+        return distanceToEllipse(piece, p);
     case Kind::RoundedRectangle:
         return distanceToRoundedRectangle(piece, p);
     default:

@@ -105,11 +105,12 @@ bool allAreNear(const Points &points, const Primitive &primitive, double far)
 Point breakPoint(const Points &points, int i)
 {
     const int n = points.size();
-    if (i <= 0)
-        return points.at(0);
-    if (i >= n)
-        return points.at(n - 1);
-    return 0.5 * (points.at(i - 1) + points.at(i));
+    if (i > 0 && i < n)
+        return 0.5 * (points.at(i - 1) + points.at(i));
+    // A closed chain goes on where it was cut: both ends are looked at in one place.
+    if (points.closed)
+        return 0.5 * (points.at(n - 1) + points.at(0));
+    return points.at(i <= 0 ? 0 : n - 1);
 }
 
 SpanEnd endAt(const Points &points, const Span &span, int i)

@@ -46,6 +46,11 @@ const double kLong = 4;
 // Pixels by which points of a staircase may lie farther off than half a crack: corners of pixels at
 // the corners of the shape.
 const double kStepsRoom = 0.4;
+// The same of a circle that is consistent with all of its steps, whatever they add up to: up to
+// this many deviations squared a point. Of a hundred circles in one bit a few are beyond what is
+// expected and were ellipses and rounded squares.
+const double kConsistentRoom = 0.13;
+const double kConsistentChi2 = 1.75;
 // Pixels that a point of a large soft circle or ellipse may be off, as a deviation: renderers draw
 // curves as polygons, the farther off the larger they are. And how many points make it a large one.
 const double kSigmaOfWhole = 0.085;
@@ -306,7 +311,10 @@ private:
         if (!std::isfinite(cost) || !hasArea(piece))
             return false;
         const bool near = points.edge == Edge::Soft || farthest < kStepsRoom;
-        shapes.push_back({ piece, cost, near && isAsExpected(points.edge, chi2, counted) });
+        const bool expected = near && isAsExpected(points.edge, chi2, counted);
+        const bool consistent = piece.kind == Kind::Circle && points.edge == Edge::Hard
+            && farthest < kConsistentRoom && chi2 < kConsistentChi2 * counted;
+        shapes.push_back({ piece, cost, expected || consistent });
         return shapes.back().asExpected;
     }
 

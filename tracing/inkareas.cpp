@@ -18,6 +18,9 @@ namespace {
 
 const int kBetweenBlackAndWhite = 127;
 const std::size_t kLargePicture = 2500000; // pixels of a page that is fine enough as it is
+// Part of its label from which on a pixel at the end of a diagonal is the end of a line, not of a
+// notch or a tip.
+const double kPlainPart = 0.75;
 const double kWholePart = 0.25;  // of the way from ink to paper: no soft edge's, nor a gap's
 const int kUsefulUpsampling = 2; // three times gives more numbers and no better outlines
 
@@ -211,6 +214,56 @@ void keepWholeInk(const QImage &image, const InkTones &tones, int threshold, Lab
     }
 }
 
+// Whether a pixel is of its label by this part at least: 0 what is wholly the other one, 1 wholly
+// it.
+bool isOwn(int tone, const InkTones &tones, bool isInk, double part)
+{
+    const double ink = double(tones.paper - tone) / std::max(1, tones.paper - tones.ink);
+    return (isInk ? ink : 1 - ink) >= part;
+}
+
+// Of a pixel by the labels before: whether it is mixed and hangs together with its label over one
+// corner only, beyond which is a pixel of more than half its own that goes on there by a side.
+bool isLone(const QImage &image, const InkTones &tones, const LabelPlane &labels, int x, int y)
+{
+    const auto labelAt = [&labels](int column, int line) {
+        return labels.labels[std::size_t(line) * std::size_t(labels.width) + std::size_t(column)];
+    };
+    const auto label = labelAt(x, y);
+    const bool isInk = label == kInkLabel;
+    if (labelAt(x - 1, y) == label || labelAt(x + 1, y) == label || labelAt(x, y - 1) == label
+        || labelAt(x, y + 1) == label || isOwn(qGreen(row(image, y)[x]), tones, isInk, kPlainPart))
+        return false;
+    int corners = 0;
+    bool goesOn = false;
+    for (const int dx : { -1, 1 }) {
+        for (const int dy : { -1, 1 }) {
+            if (labelAt(x + dx, y + dy) != label)
+                continue;
+            ++corners;
+            const bool own = isOwn(qGreen(row(image, y + dy)[x + dx]), tones, isInk, 0.5);
+            const int farX = std::min(labels.width - 1, std::max(0, x + 2 * dx));
+            const int farY = std::min(labels.height - 1, std::max(0, y + 2 * dy));
+            goesOn = own && (labelAt(farX, y + dy) == label || labelAt(x + dx, farY) == label);
+        }
+    }
+    return corners == 1 && goesOn;
+}
+
+// Lone pixels take their neighbours' label: the mixed ends of notches and tips, of which boundaries
+// would make holes and specks. Pale thin lines stay, which go on in pixels like their own.
+void joinLonePixels(const QImage &image, const InkTones &tones, LabelPlane *plane)
+{
+    const LabelPlane before = *plane;
+    for (int y = 1; y + 1 < plane->height; ++y) {
+        for (int x = 1; x + 1 < plane->width; ++x) {
+            const std::size_t pixel = std::size_t(y) * std::size_t(plane->width) + std::size_t(x);
+            if (isLone(image, tones, before, x, y))
+                plane->labels[pixel] = before.labels[pixel - 1];
+        }
+    }
+}
+
 // Ink and paper as two flat colours: what is thinner than a pixel is neither lost nor filled.
 Runs strokeRuns(const CleanPage &clean)
 {
@@ -222,6 +275,7 @@ Runs strokeRuns(const CleanPage &clean)
         image, EdgeMap(image),
         { qRgb(tones.ink, tones.ink, tones.ink), qRgb(tones.paper, tones.paper, tones.paper) });
     keepWholeInk(image, tones, clean.threshold, &plane);
+    joinLonePixels(image, tones, &plane);
     return scanRuns(plane.labels.data(), plane.width, plane.height);
 }
 

@@ -444,18 +444,19 @@ private:
         const Pose &pose = poses[number];
         const ChainPoints posed = intoPose(pose, p);
         const auto met = meetings.find(number);
-        if (last || met == meetings.end()) {
-            path = outOfPose(
-                pose, last ? fitPointsCloser(posed, loop, kCloserTimes) : fitPoints(posed, loop));
+        const bool closer = last || met != meetings.end();
+        const std::vector<char> again
+            = closer && !last ? cutAround(met->second, p, &path) : std::vector<char>();
+        // No stretch may be told where it all but touches itself: closer all over.
+        if (std::none_of(again.begin(), again.end(), [](char a) { return a; })) {
+            path = closer ? fitPointsCloser(posed, loop, times) : fitPoints(posed, loop);
+        } else {
             pinPath(chain, &path);
-            return;
+            path = intoPose(pose, std::move(path));
+            path = times <= kCloserTimes
+                ? fitPartsCloser(path, again, posed, loop, times)
+                : drawCracks(path, again, posed, intoPose(pose, edges.cracksOf(number)), loop);
         }
-        const std::vector<char> again = cutAround(met->second, p, &path);
-        pinPath(chain, &path);
-        path = intoPose(pose, std::move(path));
-        path = times <= kCloserTimes
-            ? fitPartsCloser(path, again, posed, loop, times)
-            : drawCracks(path, again, posed, intoPose(pose, edges.cracksOf(number)), loop);
         path = outOfPose(pose, std::move(path));
         pinPath(chain, &path);
     }

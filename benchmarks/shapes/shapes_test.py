@@ -10,6 +10,7 @@ import unittest
 import numpy as np
 
 import truth as shapes
+from figures import FIGURES
 from measures import measure
 from outline import outlines_of
 
@@ -85,6 +86,18 @@ class Measures(unittest.TestCase):
         for seed in range(50):
             angle = math.degrees(shapes.slanted(random.Random(seed))) % 45
             self.assertTrue(4 <= angle <= 41)
+
+    def test_figures_are_what_they_are_called(self):
+        corners = {"star": 10, "hexagon": 6, "triangle": 3, "gear": 48, "arrow": 7, "sector": 3, "half": 2, "ring": 0,
+                   "crescent": 2, "blob": 0, "ribbon": 4}
+        for name, (maker, *size) in FIGURES.items():
+            with self.subTest(name):
+                truth = maker(random.Random(name), *size)
+                self.assertEqual(len(truth.corners), corners[name.split()[0]])
+                found = measure(truth, self.polygon(truth, *truth.loops))
+                self.assertLess(found["rms"], 0.01)
+                self.assertLess(abs(found["area"]), 0.1)
+                self.assertEqual((found["kinks"], found["missed"]), (0, 0))
 
 
 if __name__ == "__main__":

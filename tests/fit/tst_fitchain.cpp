@@ -82,6 +82,7 @@ class tst_FitChain : public QObject
 private slots:
     void circles_data();
     void circles();
+    void circlesOfOneBitAreCircles();
     void ellipses_data();
     void ellipses();
     void rectangles_data();
@@ -98,6 +99,7 @@ private slots:
     void starsHaveTenCorners();
     void curvesOfLettering_data();
     void curvesOfLettering();
+    void smoothLoopsHaveNoCorners();
     void noiseAddsNoNumbers();
     void smoothJointsHaveOneTangent();
     void quadraticsOnlyForTheHost();
@@ -143,6 +145,27 @@ void tst_FitChain::circles()
     QCOMPARE(quality.ofKind, 20);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(std::fabs(sum / 20) < bias, qPrintable(QString::number(sum / 20)));
+}
+
+// At whatever place: steps of some add up to more than is expected, but are those of a circle. An
+// ellipse whose axes are plainly different is none.
+void tst_FitChain::circlesOfOneBitAreCircles()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(2);
+    for (const double radius : { 7., 8., 10., 13. }) {
+        for (int k = 0; k < 400; ++k) {
+            const Truth truth = circleTruth(phase(&random, radius + 4), radius);
+            const Path path = fitOf(truth, Edge::Hard, settings);
+            QVERIFY2(path.pieces.size() == 1 && path.pieces[0].kind == Kind::Circle,
+                     qPrintable(QString("radius %1, place %2").arg(radius).arg(k)));
+        }
+    }
+    for (int k = 0; k < 20; ++k) {
+        const Truth truth = ellipseTruth(phase(&random, 20), 10, 8.6, 0.15 * k);
+        const Path path = fitOf(truth, Edge::Hard, settings);
+        QVERIFY2(path.pieces[0].kind != Kind::Circle, qPrintable(QString::number(k)));
+    }
 }
 
 void tst_FitChain::ellipses_data()
@@ -404,6 +427,38 @@ void tst_FitChain::curvesOfLettering()
     QVERIFY(cubics);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
     QVERIFY2(quality.numbers / 20 <= numbers, qPrintable(QString::number(quality.numbers / 20)));
+}
+
+// Wherever a closed chain is cut, it goes over there as anywhere else; and no speck of a line is in
+// between, which turns twice.
+void tst_FitChain::smoothLoopsHaveNoCorners()
+{
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    for (int k = 0; k < 20; ++k) {
+        const Point at = phase(&random, 70);
+        const double bulge = 3 + 4 * random.uniform();
+        const double turn = 2 * kPi * random.uniform();
+        std::vector<double> x;
+        std::vector<double> y;
+        for (int i = 0; i < 300; ++i) {
+            const double a = 2 * kPi * i / 300;
+            const double radius = 50 + bulge * std::sin(3 * a + turn) + 2 * std::sin(2 * a);
+            x.push_back(at.x + radius * std::cos(a) + 0.02 * random.normal());
+            y.push_back(at.y + radius * std::sin(a) + 0.02 * random.normal());
+        }
+        const Path path = fitChain(
+            { x.data(), y.data(), nullptr, int(x.size()), true, Edge::Soft, false, false },
+            settings);
+        QVERIFY(path.pieces.size() > 3);
+        for (std::size_t i = 0; i < path.pieces.size(); ++i) {
+            const Point from = endTangent(path.pieces[i]);
+            const Point to = startTangent(path.pieces[(i + 1) % path.pieces.size()]);
+            const double degrees
+                = std::fabs(std::atan2(cross(from, to), dot(from, to))) * 180 / kPi;
+            QVERIFY2(degrees < 12, qPrintable(QString("%1: %2").arg(k).arg(degrees)));
+        }
+    }
 }
 
 void tst_FitChain::noiseAddsNoNumbers()

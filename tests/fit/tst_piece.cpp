@@ -32,6 +32,10 @@ void tst_Piece::distanceEqualsSampledOne()
         conicPiece({ 1, 2 }, { 6, 9 }, 0.6, { 9, 5 }),
         circleTruth({ 4, 4 }, 3)[0],
         ellipseTruth({ 4, 4 }, 6, 2, 0.7)[0],
+        // The tip of a narrow one, and a sharp bend of a long curve, are between two places.
+        ellipseTruth({ 5 - 80, 5 }, 80, 9, 0)[0],
+        ellipseTruth({ 5, 5 + 40 }, 3, 40, 0)[0],
+        cubicPiece({ -90, 4 }, { 38, 4 }, { 38, 6 }, { -90, 6 }),
         rectangleTruth({ 4, 4 }, 8, 5, 0.4, 1.5)[0],
     };
     Noise random(8);

@@ -107,6 +107,7 @@ private slots:
     void inkOfThinLinesIsKept_data();
     void inkOfThinLinesIsKept();
     void dotsOfDrawnPagesStay();
+    void notchesEndInNoHole();
     void mendedWhereItCrosses();
     void cutAroundACrossing();
     void piecesThatFollowMeetAwayFromTheirJoint();
@@ -223,6 +224,38 @@ void tst_ThinShapes::dotsOfDrawnPagesStay()
 }
 
 // Two lines that all but touch at one end are straight everywhere else.
+// Where a bowl meets a stem, the last pixels of the notch between them are mixed, and one may lie
+// over a corner from the others.
+void tst_ThinShapes::notchesEndInNoHole()
+{
+    fit::Noise random(5);
+    for (int k = 0; k < 60; ++k) {
+        const fit::Point at = fit::phase(&random, 0);
+        const double turn = 0.2 * random.uniform();
+        const double wide = 12 + 16 * random.uniform();
+        std::vector<fit::Point> corners;
+        for (const fit::Point p : { fit::Point { 20, 20 },
+                                    { 80, 22 },
+                                    { 82, 70 },
+                                    { 50, 70 },
+                                    { 50, 42 },
+                                    { 50 - wide, 66 },
+                                    { 18, 60 } }) {
+            corners.push_back(at
+                              + fit::Point { std::cos(turn) * p.x - std::sin(turn) * p.y,
+                                             std::sin(turn) * p.x + std::cos(turn) * p.y });
+        }
+        QImage image(100, 100, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        paint(fit::polygonTruth(corners), qRgb(0, 0, 0), &image);
+        const Drawing drawing = traceInk(image, true);
+        int drawn = 0;
+        for (const Outline &outline : drawing.outlines)
+            drawn += areaOf(outline.shape) < 9000 ? 1 : 0;
+        QVERIFY2(drawn == 1, qPrintable(QString("%1: %2 shapes").arg(k).arg(drawn)));
+    }
+}
+
 void tst_ThinShapes::mendedWhereItCrosses()
 {
     QImage image(200, 150, QImage::Format_RGB32);
