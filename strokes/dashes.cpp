@@ -20,6 +20,9 @@ const double kMostCrowded = 0.4; // part of the short dashes beside which there 
 const double kMostCorners = 0.4; // part of the inner ends of a row that are corners
 // The same with those at which another line stops the row: a gap of centre lines may begin there.
 const double kMostStops = 0.75;
+// Widths that the far end of a line lies off a row that it bends away from: the rounded corners of
+// boxes are not much larger than that.
+const double kOffWidths = 1.2;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -171,7 +174,7 @@ private:
     bool goesOff(const Chain &chain, const Atom &atom, Point far) const
     {
         return double(atom.samples.size()) > chain.width
-            && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+            && std::fabs(chain.carrier.distance(far)) > kOffWidths * chain.width;
     }
 
     bool goesOff(const Chain &chain, const AtomEnd &end) const
