@@ -171,11 +171,11 @@ private:
             && !isBent(first, a.end, second, b.end, *result);
     }
 
-    // Whether two lines with a corner were made an arc: in noise a few cross-sections of each are
-    // no evidence against it by their cost alone.
+    // Whether two lines with a corner were made an arc: in noise, and in steps of one bit, a few
+    // cross-sections of each are no evidence against it by their cost alone.
     bool isBent(const Atom &first, int a, const Atom &second, int b, const Union &joined) const
     {
-        if (!(measure.taken > 0) || !joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
+        if (!joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
             || -fit::dot(outwards(first, a), outwards(second, b)) > kStraightOn)
             return false;
         const auto isWorse = [&](const Atom &part) {
