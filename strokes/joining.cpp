@@ -38,7 +38,8 @@ const std::size_t kLeftOver = 24;
 const double kStraightOn = 0.87;
 const double kBentTimes = 1.3;
 const double kBentPixels = 0.12;
-const double kInked = 0.5;           // coverage of the middle of a line that goes on
+const double kInked = 0.5; // coverage of the middle of a line that goes on
+const double kSeam = 1.5;  // pixels without ink that say nothing
 const double kMostTurnApart = 0.06;  // radians between lines of one carrier
 const double kNear = 2.5;            // pixels that the middle of one may lie beside it
 const std::size_t kShort = 16;       // cross-sections of an atom whose direction is not known well
@@ -419,7 +420,25 @@ private:
         const double allowed
             = std::min(std::max(limits.of(width), std::min(ofLong * shorter, limits.longest)),
                        limits.part * shorter);
-        return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
+        const double gap = inkGap(carrier, from, to, start, angle, length, coverage);
+        return gap <= allowed && (gap <= kSeam || mayBeGap(a, b));
+    }
+
+    // Whether paper between two ends may be a gap in one line, and not a space between two that end
+    // where they meet something.
+    bool mayBeGap(AtomEnd a, AtomEnd b) const
+    {
+        const int met = int(meetsOthers(a)) + int(meetsOthers(b));
+        return met < (gaps.worn ? 2 : 1);
+    }
+
+    bool meetsOthers(AtomEnd end) const
+    {
+        const int joint = atom(end.atom).joint[end.end];
+        if (joint < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(joint)];
+        return !meeting.through.empty() || meeting.ends.size() > 1;
     }
 
     // The longest stretch without ink, pixels, from one place to another along a line, or along an
