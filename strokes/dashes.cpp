@@ -23,6 +23,9 @@ const double kMostStops = 0.75;
 // Widths that the far end of a line lies off a row that it bends away from: the rounded corners of
 // boxes are not much larger than that.
 const double kOffWidths = 1.2;
+// Usual gaps, and pixels, that the longest gap of a dashed circle is long.
+const double kLongGap = 1.5;
+const double kLongGapPixels = 3.0;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -109,6 +112,10 @@ private:
     // As its ink is, or as the ink of a broken line is on the whole.
     bool accept(const Chain &chain)
     {
+        Chain around = chain;
+        around.closed = true;
+        if (!chain.closed && chain.carrier.arc && acceptBlurred(around, 0.0))
+            return true;
         return (isBroken(chain) && acceptBlurred(chain, kBrokenBlur)) || acceptBlurred(chain, 0.0);
     }
 
@@ -127,11 +134,14 @@ private:
         std::vector<Run> runs;
         if (chain.closed) {
             // From the middle of a gap to the same place again.
-            const double gap = 0.5 * (track.whole() + track.lengthAt(last));
-            const double start = gap - track.whole();
-            runs = inkAlong(track, coverage, start, gap, width, blur);
+            const double gap = 0.5
+                * (track.lengthAt(endOf(front)) + track.lengthAt(dash(second.dash).end[second.near]));
+            runs = inkAlong(track, coverage, gap, gap + track.whole(), width, blur);
+            if (!goesAround(runs, gap, track.whole()))
+                return false;
         } else {
-            const double to = track.lengthAt(last);
+            double to = track.lengthAt(last);
+            to += to < 0 ? track.whole() : 0.0;
             runs = inkAlong(track, coverage, -beyond, to + beyond, width, blur);
             trimEnds(0.0, to, &runs);
         }
@@ -142,6 +152,20 @@ private:
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         becomeOne(chain, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
+    }
+
+    // Whether no gap of a circle from one place around to it is much longer than most are. A dash
+    // that other lines cross is no dash of the chain, but ink.
+    static bool goesAround(const std::vector<Run> &runs, double from, double whole)
+    {
+        std::vector<double> gaps;
+        for (std::size_t k = 0; k < runs.size(); ++k)
+            gaps.push_back(runs[k].from - (k == 0 ? from : runs[k - 1].to));
+        if (gaps.size() < 3)
+            return false;
+        gaps[0] += from + whole - runs.back().to;
+        std::sort(gaps.begin(), gaps.end());
+        return gaps.back() < kLongGap * gaps[gaps.size() / 2] + kLongGapPixels;
     }
 
     // Whether the ends that face each other are corners with lines of other directions: then they
