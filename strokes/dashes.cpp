@@ -26,6 +26,7 @@ const double kOffWidths = 1.2;
 // Usual gaps, and pixels, that the longest gap of a dashed circle is long.
 const double kLongGap = 1.5;
 const double kLongGapPixels = 3.0;
+const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its dashes are short of
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -145,13 +146,44 @@ private:
             runs = inkAlong(track, coverage, -beyond, to + beyond, width, blur);
             trimEnds(0.0, to, &runs);
         }
-        Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
+        const double whole = chain.closed ? track.whole() : 0.0;
+        Dashing dashing = dashingOf(runs, width, whole);
+        if (dashing.type == DashType::None && gaps.worn && chain.closed) {
+            runs = healed(runs);
+            dashing = dashingOf(runs, width, whole);
+        }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         becomeOne(chain, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
+    }
+
+    // Without the breaks of its dashes: gaps far shorter than those that most of its paper is in.
+    static std::vector<Run> healed(const std::vector<Run> &runs)
+    {
+        std::vector<double> gaps;
+        double paper = 0.0;
+        for (std::size_t k = 1; k < runs.size(); ++k) {
+            gaps.push_back(runs[k].from - runs[k - 1].to);
+            paper += gaps.back();
+        }
+        std::sort(gaps.begin(), gaps.end());
+        double usual = 0.0;
+        double before = 0.0;
+        for (std::size_t k = 0; k < gaps.size() && 2 * before < paper; ++k) {
+            usual = gaps[k];
+            before += gaps[k];
+        }
+        std::vector<Run> whole;
+        for (const Run &run : runs) {
+            if (!whole.empty() && run.from - whole.back().to < kBreakPart * usual)
+                whole.back().to = run.to;
+            else
+                whole.push_back(run);
+        }
+        return whole;
     }
 
     // Whether no gap of a circle from one place around to it is much longer than most are. A dash
