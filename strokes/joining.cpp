@@ -438,7 +438,15 @@ private:
         if (joint < 0)
             return false;
         const Meeting &meeting = web.meetings[std::size_t(joint)];
-        return !meeting.through.empty() || meeting.ends.size() > 1;
+        const auto isBody = [this](int number) {
+            while (number >= 0 && !atom(number).alive)
+                number = atom(number).heir;
+            return number >= 0 && atom(number).samples.size() >= kLeftOver;
+        };
+        return std::any_of(meeting.through.begin(), meeting.through.end(), isBody)
+            || std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &other) {
+                   return other.atom != end.atom && isBody(other.atom);
+               });
     }
 
     // The longest stretch without ink, pixels, from one place to another along a line, or along an
