@@ -5,6 +5,7 @@
 #include "strokes/dashheir.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
+#include "strokes/worntypes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -151,6 +152,8 @@ private:
         if (dashing.type == DashType::None && gaps.worn && chain.closed) {
             runs = healed(runs);
             dashing = dashingOf(runs, width, whole);
+        } else if (dashing.type == DashType::None && gaps.worn) {
+            dashing = wornDashingOf(runs, width);
         }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
