@@ -28,6 +28,13 @@ const double kOffWidths = 1.2;
 const double kLongGap = 1.5;
 const double kLongGapPixels = 3.0;
 const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its dashes are short of
+// How a row goes on: parts of its dash and gap that have ink, the part of a dash that its end may be
+// behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
+const double kNextDash = 0.6;
+const double kNextGap = 0.5;
+const double kNextSlack = 0.15;
+const double kBesideRow = 2.0;
+const std::size_t kMostRuns = 1000;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -158,9 +165,83 @@ private:
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
+        Chain all = chain;
+        if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
+            extend(track, dashing.pattern, width, &runs);
+            takeAllBetween(track, runs.front().from, runs.back().to, &all);
+        }
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
-        becomeOne(chain, dashing, width, ends, measure, &chains.dashes, &web);
+        becomeOne(all, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
+    }
+
+    // Goes on with a row on both sides as long as there is a dash where the pattern has one.
+    void extend(const Track &track, const std::vector<double> &pattern, double width,
+                std::vector<Run> *runs) const
+    {
+        double period = 0.0;
+        for (double part : pattern)
+            period += part;
+        Run next;
+        while (runs->size() < kMostRuns
+               && hasNext(track, runs->back().to, 1.0, pattern[0], period, width, &next))
+            runs->push_back(next);
+        while (runs->size() < kMostRuns
+               && hasNext(track, runs->front().from, -1.0, pattern[0], period, width, &next))
+            runs->insert(runs->begin(), next);
+    }
+
+    // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as
+    // well is another line.
+    bool hasNext(const Track &track, double edge, double way, double dash, double period,
+                 double width, Run *next) const
+    {
+        const double behind = edge - 2 * way * period;
+        const double ahead = edge + way * (period + kNextSlack * dash);
+        double inGap = 0.0;
+        double inDash = 0.0;
+        double end = 0.0;
+        const double gap = period - dash;
+        for (const Run &run : inkAlong(track, coverage, std::min(behind, ahead),
+                                       std::max(behind, ahead), width, 0.0)) {
+            const double one = way * (run.from - edge);
+            const double other = way * (run.to - edge);
+            const double from = std::min(one, other);
+            const double to = std::max(one, other);
+            inGap += std::max(0.0, std::min(to, gap) - std::max(from, 0.0));
+            inDash += std::max(0.0, std::min(to, period) - std::max(from, gap));
+            if (from < period && to > gap)
+                end = std::max(end, to);
+        }
+        if (inDash < kNextDash * dash || inGap > kNextGap * gap || end < gap + kNextDash * dash)
+            return false;
+        const double places[] = { edge + way * gap, edge + way * end };
+        *next = { std::min(places[0], places[1]), std::max(places[0], places[1]) };
+        return true;
+    }
+
+    // Adds to a chain what else lies on its line between two lengths.
+    void takeAllBetween(const Track &track, double from, double to, Chain *chain) const
+    {
+        const auto isOnIt = [&](Point end) {
+            const double at = track.lengthAt(end);
+            return at > from - kBesideRow && at < to + kBesideRow
+                && std::fabs(chain->carrier.distance(end)) < 0.5 * chain->width + 0.5;
+        };
+        for (std::size_t k = 0; k < chains.dashes.size(); ++k) {
+            const Dash &one = chains.dashes[k];
+            if (!one.isUsed && !chains.isIn(*chain, int(k)) && isOnIt(one.end[0])
+                && isOnIt(one.end[1]))
+                chain->dashes.push_back({ int(k), 0, 0.0 });
+        }
+        for (Next &next : chain->dashes) {
+            const Dash &one = dash(next.dash);
+            next.near = track.lengthAt(one.end[0]) <= track.lengthAt(one.end[1]) ? 0 : 1;
+        }
+        std::sort(chain->dashes.begin(), chain->dashes.end(), [&](const Next &a, const Next &b) {
+            return track.lengthAt(dash(a.dash).end[a.near])
+                < track.lengthAt(dash(b.dash).end[b.near]);
+        });
     }
 
     // Without the breaks of its dashes: gaps far shorter than those that most of its paper is in.
