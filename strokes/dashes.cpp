@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace::strokes {
 
@@ -167,27 +168,31 @@ private:
             return false;
         Chain all = chain;
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
-            extend(track, dashing.pattern, width, &runs);
+            extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
             takeAllBetween(track, runs.front().from, runs.back().to, &all);
+            if (bare)
+                settleOuterDashes(dashing.pattern[0], periodOf(dashing), &runs);
         }
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         becomeOne(all, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
     }
 
+    static double periodOf(const Dashing &dashing)
+    {
+        return std::accumulate(dashing.pattern.begin(), dashing.pattern.end(), 0.0);
+    }
+
     // Goes on with a row on both sides as long as there is a dash where the pattern has one.
-    void extend(const Track &track, const std::vector<double> &pattern, double width,
+    void extend(const Track &track, double dash, double period, double width,
                 std::vector<Run> *runs) const
     {
-        double period = 0.0;
-        for (double part : pattern)
-            period += part;
         Run next;
         while (runs->size() < kMostRuns
-               && hasNext(track, runs->back().to, 1.0, pattern[0], period, width, &next))
+               && hasNext(track, runs->back().to, 1.0, dash, period, width, &next))
             runs->push_back(next);
         while (runs->size() < kMostRuns
-               && hasNext(track, runs->front().from, -1.0, pattern[0], period, width, &next))
+               && hasNext(track, runs->front().from, -1.0, dash, period, width, &next))
             runs->insert(runs->begin(), next);
     }
 

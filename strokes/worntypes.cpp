@@ -27,6 +27,11 @@ const double kLeastWidths = 4.0; // widths of a long dash
 const double kLeastGapPart = 0.12;
 const double kMostGapPart = 0.5;
 const double kLeastGapWidths = 1.2;
+// Part of the long dashes that are no longer than a whole one, and what noise takes from the outer
+// ends: part of a dash, and pixels.
+const double kWholePart = 0.8;
+const double kEatenPart = 0.12;
+const double kEatenPixels = 2.0;
 const double kDotsLeft = 0.33; // part of the gaps in which dots are seen
 const double kDotAside = 0.2;  // of a gap, that its one dot lies beside the middle
 
@@ -151,6 +156,43 @@ Dashing wornDashingOf(const std::vector<Run> &dashes, double width)
         dashing.pattern.push_back(apart);
     }
     return dashing;
+}
+
+void settleOuterDashes(double longDash, double period, std::vector<Run> *runs)
+{
+    std::vector<Run> longs;
+    for (const Run &run : *runs) {
+        if (std::fabs(run.length() - longDash) < kAlikePart * longDash + kAlikePixels)
+            longs.push_back(run);
+    }
+    if (longs.size() < kLeastLongs)
+        return;
+    const double length = std::max(quantile(lengthsOf(longs), kWholePart), longDash);
+    // The middles as a line over their numbers.
+    double w = 0, k1 = 0, k2 = 0, t1 = 0, kt = 0;
+    double number = 0.0;
+    double last = middleOf(longs[0]);
+    for (const Run &run : longs) {
+        number += std::round((middleOf(run) - last) / period);
+        last = middleOf(run);
+        w += 1;
+        k1 += number;
+        k2 += number * number;
+        t1 += last;
+        kt += number * last;
+    }
+    const double spread = k2 - k1 * k1 / w;
+    if (!(spread > 0))
+        return;
+    const double step = (kt - k1 * t1 / w) / spread;
+    const double first = (t1 - step * k1) / w;
+    const double from = first - 0.5 * length;
+    const double to = first + number * step + 0.5 * length;
+    const double most = kEatenPart * length + kEatenPixels;
+    if (std::fabs(runs->front().from - from) < most)
+        runs->front().from = from;
+    if (std::fabs(runs->back().to - to) < most)
+        runs->back().to = to;
 }
 
 } // namespace ztrace::strokes

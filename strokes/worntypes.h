@@ -14,6 +14,12 @@ namespace ztrace::strokes {
 // dashes are there, or they have no order.
 Dashing wornDashingOf(const std::vector<Run> &dashes, double width);
 
+// Puts the ends of an open row where its outer dashes end if they are as long as four in five of the
+// long ones are at most, and stand where the others say; noise eats ends. An outer dash that differs
+// much from that stays as it is, as do rows of fewer than four long dashes. `longDash` and `period`
+// are those of the pattern.
+void settleOuterDashes(double longDash, double period, std::vector<Run> *runs);
+
 } // namespace ztrace::strokes
 
 #endif
