@@ -12,13 +12,17 @@ const std::size_t kBody = 8;   // cross-sections of a line that can be a tangent
 const std::size_t kPooled = 16; // of its last ones, that may be the arc's
 const int kRounds = 4;
 // Pixels that a cross-section lies off, and how many of them in a row have the same error.
-const double kSectionError = 0.15;
+const double kSectionError = 0.1;
+const double kSectionSigmas = 0.43; // of the deviation, which forgives 2.3 times the usual one
 const double kAlikeInRow = 2.5;
 // Pixels that a line lies off: in one bit one that keeps within a row of pixels, in greys in
 // deviations of the cross-sections; at least.
 const double kRowError = 0.3;
-const double kLineSigmas = 0.3;
+const double kLineSigmas = 0.15;
 const double kLeastError = 0.04;
+// Radians up to which an arc tells its circle badly. Half circles tell it better than lines beside them
+// do, which are not quite their tangents in many drawings: the turns of a spring.
+const double kMostSweep = 2.2;
 // Errors of a line, and pixels, by which a circle fitted alone may miss its tangent.
 const double kTangentErrors = 3.0;
 const double kTangentSlack = 0.5;
@@ -153,7 +157,7 @@ void fitToTangents(const std::vector<Tangent> &tangents, const Measure &measure,
 {
     Point centre = arc->carrier.point;
     double radius = arc->carrier.radius;
-    const double error = std::max(kSectionError, measure.sigma);
+    const double error = std::max(kSectionError, kSectionSigmas * measure.sigma);
     const double weight = 1 / (kAlikeInRow * error * error);
     std::vector<Point> points;
     for (int round = 0; round < kRounds; ++round) {
@@ -193,7 +197,8 @@ void settleTangents(const Measure &measure, Web *web)
 {
     for (std::size_t k = 0; k < web->atoms.size(); ++k) {
         Atom &arc = web->atoms[k];
-        if (!arc.alive || arc.shape != Shape::Arc || arc.dashing.type != DashType::None)
+        if (!arc.alive || arc.shape != Shape::Arc || arc.dashing.type != DashType::None
+            || std::fabs(sweepOf(arc.samples, arc.carrier.point).turned) > kMostSweep)
             continue;
         std::vector<Tangent> tangents;
         for (int end = 0; end < 2; ++end) {
