@@ -29,8 +29,8 @@ const double kOffWidths = 1.2;
 const double kLongGap = 1.5;
 const double kLongGapPixels = 3.0;
 const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its dashes are short of
-// How a row goes on: parts of its dash and gap that have ink, the part of a dash that its end may be
-// behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
+// How a row goes on: parts of its dash and gap that have ink, the part of a dash that its end may
+// be behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
 const double kNextDash = 0.6;
 const double kNextGap = 0.5;
 const double kNextSlack = 0.15;
@@ -145,7 +145,8 @@ private:
         if (chain.closed) {
             // From the middle of a gap to the same place again.
             const double gap = 0.5
-                * (track.lengthAt(endOf(front)) + track.lengthAt(dash(second.dash).end[second.near]));
+                * (track.lengthAt(endOf(front))
+                   + track.lengthAt(dash(second.dash).end[second.near]));
             runs = inkAlong(track, coverage, gap, gap + track.whole(), width, blur);
             if (!goesAround(runs, gap, track.whole()))
                 return false;

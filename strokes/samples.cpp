@@ -43,8 +43,9 @@ const double kCornerFloor = 0.06; // pixels
 const int kLeastArm = 4;          // cross-sections of a corner's side
 const double kCornerReach = 0.6;  // widths around a corner that see both sides
 // A rounded corner keeps its width all along the turn, and passes the place where its two sides
-// cross on the inside: widths and pixels that it may differ from it, and that it passes by at least.
-// Ink of a sharp corner is up to .41 widths wider there, or .29 narrower where square ends meet.
+// cross on the inside: widths and pixels that it may differ from it, and that it passes by at
+// least. Ink of a sharp corner is up to .41 widths wider there, or .29 narrower where square ends
+// meet.
 const double kRoundWidthPart = 0.1;
 const double kRoundWidthSlack = 0.35;
 const double kRoundPassPart = 0.25;
@@ -503,8 +504,7 @@ private:
         const double sine = fit::cross(before.direction, after.direction);
         const double ahead = fit::cross(after.mean - before.mean, after.direction) / sine;
         const Point crossing = before.mean + ahead * before.direction;
-        return distanceBetween(crossing, middle.centre)
-            > kRoundPassPart * width + kRoundPassSlack;
+        return distanceBetween(crossing, middle.centre) > kRoundPassPart * width + kRoundPassSlack;
     }
 
     // Root of the mean squared distance from one arc.

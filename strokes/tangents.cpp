@@ -8,7 +8,7 @@ namespace ztrace::strokes {
 
 namespace {
 
-const std::size_t kBody = 8;   // cross-sections of a line that can be a tangent
+const std::size_t kBody = 8;    // cross-sections of a line that can be a tangent
 const std::size_t kPooled = 16; // of its last ones, that may be the arc's
 const int kRounds = 4;
 // Pixels that a cross-section lies off, and how many of them in a row have the same error.
@@ -20,8 +20,8 @@ const double kAlikeInRow = 2.5;
 const double kRowError = 0.3;
 const double kLineSigmas = 0.15;
 const double kLeastError = 0.04;
-// Radians up to which an arc tells its circle badly. Half circles tell it better than lines beside them
-// do, which are not quite their tangents in many drawings: the turns of a spring.
+// Radians up to which an arc tells its circle badly. Half circles tell it better than lines beside
+// them do, which are not quite their tangents in many drawings: the turns of a spring.
 const double kMostSweep = 2.2;
 // Errors of a line, and pixels, by which a circle fitted alone may miss its tangent.
 const double kTangentErrors = 3.0;
@@ -36,9 +36,9 @@ const double kOnArc = 0.5; // pixels beyond the foot that are the arc's
 struct Tangent
 {
     fit::Primitive line;
-    Point outwards = { 0, 0 }; // unit, along the line and away from the arc
-    double side = 1.0;         // sign of the centre's distance from the line
-    double error = 0.0;        // pixels
+    Point outwards = { 0, 0 };    // unit, along the line and away from the arc
+    double side = 1.0;            // sign of the centre's distance from the line
+    double error = 0.0;           // pixels
     std::vector<Section> samples; // the nearest
 };
 
@@ -84,8 +84,7 @@ bool tangentAt(const Web &web, const Measure &measure, int number, int end, Tang
     tangent->outwards = (way < 0 ? -1.0 : 1.0) * line.carrier.direction;
     const std::size_t count = std::min(kPooled, line.samples.size() / 2);
     for (std::size_t k = 0; k < count; ++k)
-        tangent->samples.push_back(
-            line.samples[other.end == 0 ? k : line.samples.size() - 1 - k]);
+        tangent->samples.push_back(line.samples[other.end == 0 ? k : line.samples.size() - 1 - k]);
     return true;
 }
 
