@@ -10,6 +10,7 @@ namespace {
 
 const double kReachWidths = 9.0; // widths, and pixels, to the next dash: a gap, a dot and a gap
 const double kReachPixels = 8.0;
+const double kReachPart = 0.8;   // of the last dash: noise takes dots, and ends of dashes
 const double kMostReach = 160.0; // pixels
 const double kMostLength = 60.0; // widths of a dash
 const double kOffWidths = 0.3;   // widths and pixels that a dash may lie beside the carrier
@@ -134,7 +135,9 @@ void DashChains::takeDots(const std::vector<Dot> &dots)
 std::vector<Next> DashChains::candidates(const Chain &chain, Point from, Point heading) const
 {
     std::vector<Next> found;
-    const double reach = std::min(kMostReach, kReachWidths * chain.width + kReachPixels);
+    const double reach = std::min(kMostReach,
+                                  std::max(kReachWidths * chain.width + kReachPixels,
+                                           kReachPart * dash(chain.dashes.back().dash).length()));
     const double straying = chain.dashes.size() < kFew ? kOffAhead : 0.3 * kOffAhead;
     for (int y = dashCellAt(from.y - reach); y <= dashCellAt(from.y + reach); ++y) {
         for (int x = dashCellAt(from.x - reach); x <= dashCellAt(from.x + reach); ++x) {

@@ -5,9 +5,11 @@
 #include "strokes/dashheir.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
+#include "strokes/worntypes.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace::strokes {
 
@@ -20,6 +22,20 @@ const double kMostCrowded = 0.4; // part of the short dashes beside which there 
 const double kMostCorners = 0.4; // part of the inner ends of a row that are corners
 // The same with those at which another line stops the row: a gap of centre lines may begin there.
 const double kMostStops = 0.75;
+// Widths that the far end of a line lies off a row that it bends away from: the rounded corners of
+// boxes are not much larger than that.
+const double kOffWidths = 1.2;
+// Usual gaps, and pixels, that the longest gap of a dashed circle is long.
+const double kLongGap = 1.5;
+const double kLongGapPixels = 3.0;
+const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its dashes are short of
+// How a row goes on: parts of its dash and gap that have ink, the part of a dash that its end may
+// be behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
+const double kNextDash = 0.6;
+const double kNextGap = 0.5;
+const double kNextSlack = 0.15;
+const double kBesideRow = 2.0;
+const std::size_t kMostRuns = 1000;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -106,6 +122,10 @@ private:
     // As its ink is, or as the ink of a broken line is on the whole.
     bool accept(const Chain &chain)
     {
+        Chain around = chain;
+        around.closed = true;
+        if (!chain.closed && chain.carrier.arc && acceptBlurred(around, 0.0))
+            return true;
         return (isBroken(chain) && acceptBlurred(chain, kBrokenBlur)) || acceptBlurred(chain, 0.0);
     }
 
@@ -124,21 +144,150 @@ private:
         std::vector<Run> runs;
         if (chain.closed) {
             // From the middle of a gap to the same place again.
-            const double gap = 0.5 * (track.whole() + track.lengthAt(last));
-            const double start = gap - track.whole();
-            runs = inkAlong(track, coverage, start, gap, width, blur);
+            const double gap = 0.5
+                * (track.lengthAt(endOf(front))
+                   + track.lengthAt(dash(second.dash).end[second.near]));
+            runs = inkAlong(track, coverage, gap, gap + track.whole(), width, blur);
+            if (!goesAround(runs, gap, track.whole()))
+                return false;
         } else {
-            const double to = track.lengthAt(last);
+            double to = track.lengthAt(last);
+            to += to < 0 ? track.whole() : 0.0;
             runs = inkAlong(track, coverage, -beyond, to + beyond, width, blur);
             trimEnds(0.0, to, &runs);
         }
-        Dashing dashing = dashingOf(runs, width, chain.closed ? track.whole() : 0.0);
+        const double whole = chain.closed ? track.whole() : 0.0;
+        Dashing dashing = dashingOf(runs, width, whole);
+        if (dashing.type == DashType::None && gaps.worn && chain.closed) {
+            runs = healed(runs);
+            dashing = dashingOf(runs, width, whole);
+        } else if (dashing.type == DashType::None && gaps.worn) {
+            dashing = wornDashingOf(runs, width);
+        }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
+        Chain all = chain;
+        if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
+            extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
+            takeAllBetween(track, runs.front().from, runs.back().to, &all);
+            if (bare)
+                settleOuterDashes(dashing.pattern[0], periodOf(dashing), &runs);
+        }
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
-        becomeOne(chain, dashing, width, ends, measure, &chains.dashes, &web);
+        becomeOne(all, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
+    }
+
+    static double periodOf(const Dashing &dashing)
+    {
+        return std::accumulate(dashing.pattern.begin(), dashing.pattern.end(), 0.0);
+    }
+
+    // Goes on with a row on both sides as long as there is a dash where the pattern has one.
+    void extend(const Track &track, double dash, double period, double width,
+                std::vector<Run> *runs) const
+    {
+        Run next;
+        while (runs->size() < kMostRuns
+               && hasNext(track, runs->back().to, 1.0, dash, period, width, &next))
+            runs->push_back(next);
+        while (runs->size() < kMostRuns
+               && hasNext(track, runs->front().from, -1.0, dash, period, width, &next))
+            runs->insert(runs->begin(), next);
+    }
+
+    // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as
+    // well is another line.
+    bool hasNext(const Track &track, double edge, double way, double dash, double period,
+                 double width, Run *next) const
+    {
+        const double behind = edge - 2 * way * period;
+        const double ahead = edge + way * (period + kNextSlack * dash);
+        double inGap = 0.0;
+        double inDash = 0.0;
+        double end = 0.0;
+        const double gap = period - dash;
+        for (const Run &run : inkAlong(track, coverage, std::min(behind, ahead),
+                                       std::max(behind, ahead), width, 0.0)) {
+            const double one = way * (run.from - edge);
+            const double other = way * (run.to - edge);
+            const double from = std::min(one, other);
+            const double to = std::max(one, other);
+            inGap += std::max(0.0, std::min(to, gap) - std::max(from, 0.0));
+            inDash += std::max(0.0, std::min(to, period) - std::max(from, gap));
+            if (from < period && to > gap)
+                end = std::max(end, to);
+        }
+        if (inDash < kNextDash * dash || inGap > kNextGap * gap || end < gap + kNextDash * dash)
+            return false;
+        const double places[] = { edge + way * gap, edge + way * end };
+        *next = { std::min(places[0], places[1]), std::max(places[0], places[1]) };
+        return true;
+    }
+
+    // Adds to a chain what else lies on its line between two lengths.
+    void takeAllBetween(const Track &track, double from, double to, Chain *chain) const
+    {
+        const auto isOnIt = [&](Point end) {
+            const double at = track.lengthAt(end);
+            return at > from - kBesideRow && at < to + kBesideRow
+                && std::fabs(chain->carrier.distance(end)) < 0.5 * chain->width + 0.5;
+        };
+        for (std::size_t k = 0; k < chains.dashes.size(); ++k) {
+            const Dash &one = chains.dashes[k];
+            if (!one.isUsed && !chains.isIn(*chain, int(k)) && isOnIt(one.end[0])
+                && isOnIt(one.end[1]))
+                chain->dashes.push_back({ int(k), 0, 0.0 });
+        }
+        for (Next &next : chain->dashes) {
+            const Dash &one = dash(next.dash);
+            next.near = track.lengthAt(one.end[0]) <= track.lengthAt(one.end[1]) ? 0 : 1;
+        }
+        std::sort(chain->dashes.begin(), chain->dashes.end(), [&](const Next &a, const Next &b) {
+            return track.lengthAt(dash(a.dash).end[a.near])
+                < track.lengthAt(dash(b.dash).end[b.near]);
+        });
+    }
+
+    // Without the breaks of its dashes: gaps far shorter than those that most of its paper is in.
+    static std::vector<Run> healed(const std::vector<Run> &runs)
+    {
+        std::vector<double> gaps;
+        double paper = 0.0;
+        for (std::size_t k = 1; k < runs.size(); ++k) {
+            gaps.push_back(runs[k].from - runs[k - 1].to);
+            paper += gaps.back();
+        }
+        std::sort(gaps.begin(), gaps.end());
+        double usual = 0.0;
+        double before = 0.0;
+        for (std::size_t k = 0; k < gaps.size() && 2 * before < paper; ++k) {
+            usual = gaps[k];
+            before += gaps[k];
+        }
+        std::vector<Run> whole;
+        for (const Run &run : runs) {
+            if (!whole.empty() && run.from - whole.back().to < kBreakPart * usual)
+                whole.back().to = run.to;
+            else
+                whole.push_back(run);
+        }
+        return whole;
+    }
+
+    // Whether no gap of a circle from one place around to it is much longer than most are. A dash
+    // that other lines cross is no dash of the chain, but ink.
+    static bool goesAround(const std::vector<Run> &runs, double from, double whole)
+    {
+        std::vector<double> gaps;
+        for (std::size_t k = 0; k < runs.size(); ++k)
+            gaps.push_back(runs[k].from - (k == 0 ? from : runs[k - 1].to));
+        if (gaps.size() < 3)
+            return false;
+        gaps[0] += from + whole - runs.back().to;
+        std::sort(gaps.begin(), gaps.end());
+        return gaps.back() < kLongGap * gaps[gaps.size() / 2] + kLongGapPixels;
     }
 
     // Whether the ends that face each other are corners with lines of other directions: then they
@@ -171,7 +320,7 @@ private:
     bool goesOff(const Chain &chain, const Atom &atom, Point far) const
     {
         return double(atom.samples.size()) > chain.width
-            && std::fabs(chain.carrier.distance(far)) > 2 * chain.width;
+            && std::fabs(chain.carrier.distance(far)) > kOffWidths * chain.width;
     }
 
     bool goesOff(const Chain &chain, const AtomEnd &end) const

@@ -39,6 +39,7 @@ const double kStraightOn = 0.87;
 const double kBentTimes = 1.3;
 const double kBentPixels = 0.12;
 const double kInked = 0.5;           // coverage of the middle of a line that goes on
+const double kSeam = 1.5;            // pixels without ink that say nothing
 const double kMostTurnApart = 0.06;  // radians between lines of one carrier
 const double kNear = 2.5;            // pixels that the middle of one may lie beside it
 const std::size_t kShort = 16;       // cross-sections of an atom whose direction is not known well
@@ -171,11 +172,11 @@ private:
             && !isBent(first, a.end, second, b.end, *result);
     }
 
-    // Whether two lines with a corner were made an arc: in noise a few cross-sections of each are
-    // no evidence against it by their cost alone.
+    // Whether two lines with a corner were made an arc: in noise, and in steps of one bit, a few
+    // cross-sections of each are no evidence against it by their cost alone.
     bool isBent(const Atom &first, int a, const Atom &second, int b, const Union &joined) const
     {
-        if (!(measure.taken > 0) || !joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
+        if (!joined.carrier.arc || (first.carrier.arc && second.carrier.arc)
             || -fit::dot(outwards(first, a), outwards(second, b)) > kStraightOn)
             return false;
         const auto isWorse = [&](const Atom &part) {
@@ -419,7 +420,33 @@ private:
         const double allowed
             = std::min(std::max(limits.of(width), std::min(ofLong * shorter, limits.longest)),
                        limits.part * shorter);
-        return inkGap(carrier, from, to, start, angle, length, coverage) <= allowed;
+        const double gap = inkGap(carrier, from, to, start, angle, length, coverage);
+        return gap <= allowed && (gap <= kSeam || mayBeGap(a, b));
+    }
+
+    // Whether paper between two ends may be a gap in one line, and not a space between two that end
+    // where they meet something.
+    bool mayBeGap(AtomEnd a, AtomEnd b) const
+    {
+        const int met = int(meetsOthers(a)) + int(meetsOthers(b));
+        return met < (gaps.worn ? 2 : 1);
+    }
+
+    bool meetsOthers(AtomEnd end) const
+    {
+        const int joint = atom(end.atom).joint[end.end];
+        if (joint < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(joint)];
+        const auto isBody = [this](int number) {
+            while (number >= 0 && !atom(number).alive)
+                number = atom(number).heir;
+            return number >= 0 && atom(number).samples.size() >= kLeftOver;
+        };
+        return std::any_of(meeting.through.begin(), meeting.through.end(), isBody)
+            || std::any_of(meeting.ends.begin(), meeting.ends.end(), [&](const AtomEnd &other) {
+                   return other.atom != end.atom && isBody(other.atom);
+               });
     }
 
     // The longest stretch without ink, pixels, from one place to another along a line, or along an

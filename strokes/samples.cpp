@@ -42,6 +42,14 @@ const double kCornerContrast = 2.0;
 const double kCornerFloor = 0.06; // pixels
 const int kLeastArm = 4;          // cross-sections of a corner's side
 const double kCornerReach = 0.6;  // widths around a corner that see both sides
+// A rounded corner keeps its width all along the turn, and passes the place where its two sides
+// cross on the inside: widths and pixels that it may differ from it, and that it passes by at
+// least. Ink of a sharp corner is up to .41 widths wider there, or .29 narrower where square ends
+// meet.
+const double kRoundWidthPart = 0.1;
+const double kRoundWidthSlack = 0.35;
+const double kRoundPassPart = 0.25;
+const double kRoundPassSlack = 0.3;
 
 double distanceBetween(Point a, Point b)
 {
@@ -422,7 +430,7 @@ private:
         }
         const int end = int(line.size());
         for (int i = gap + kLeastArm; i < end - gap - kLeastArm; ++i) {
-            const double turn = cornerAt(line, i, gap, arm);
+            const double turn = cornerAt(line, i, gap, arm, width);
             if (best >= 0 && (i - best > gap + kLeastArm || (turn <= 0.0 && i - best > gap))) {
                 takeCorner(best - rim, n, &corners);
                 best = -1;
@@ -465,7 +473,7 @@ private:
     }
 
     // Radians of the turn; 0 where there is no corner.
-    static double cornerAt(const std::vector<Section> &line, int i, int gap, int arm)
+    static double cornerAt(const std::vector<Section> &line, int i, int gap, int arm, double width)
     {
         const int n = int(line.size());
         const int first = std::max(0, i - gap - arm);
@@ -482,7 +490,21 @@ private:
         if (turn < kLeastTurn)
             return 0.0;
         const double lines = std::max(before.rms, after.rms);
-        return arcMisses(line, first, last) > kCornerContrast * lines + kCornerFloor ? turn : 0.0;
+        const bool isCorner = arcMisses(line, first, last) > kCornerContrast * lines + kCornerFloor
+            && !isRounded(line[std::size_t(i)], before, after, width);
+        return isCorner ? turn : 0.0;
+    }
+
+    // Whether the cross-section in the middle of a turn is of an arc between both sides.
+    static bool isRounded(const Section &middle, const Arm &before, const Arm &after, double width)
+    {
+        if (!middle.clear
+            || std::fabs(middle.width - width) > kRoundWidthPart * width + kRoundWidthSlack)
+            return false;
+        const double sine = fit::cross(before.direction, after.direction);
+        const double ahead = fit::cross(after.mean - before.mean, after.direction) / sine;
+        const Point crossing = before.mean + ahead * before.direction;
+        return distanceBetween(crossing, middle.centre) > kRoundPassPart * width + kRoundPassSlack;
     }
 
     // Root of the mean squared distance from one arc.

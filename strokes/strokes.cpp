@@ -17,6 +17,7 @@
 #include "strokes/scans.h"
 #include "strokes/solids.h"
 #include "strokes/spurs.h"
+#include "strokes/tangents.h"
 #include "strokes/thinning.h"
 #include "strokes/weights.h"
 
@@ -239,6 +240,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
+    settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
     if (page.isNoisy)

@@ -2,9 +2,11 @@
 //
 // Rows of dashes: which are one line, of what type, and where it ends.
 #include "StrokesRig.h"
+#include "strokes/worntypes.h"
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace ztrace::strokes;
@@ -78,6 +80,10 @@ private slots:
     void dashesAreOneLine_data();
     void dashesAreOneLine();
     void aCircleOfDashesIsACircle();
+    void aCrossedCircleOfDashesIsACircle();
+    void sidesOfRoundedBoxesAreNoRow();
+    void lostDotsLeaveARow();
+    void brokenAnywhereIsNoRow();
     void aDashBehindACrossingIsPassed();
     void dashesKeepTheirCorner();
     void aBrokenLineStaysALine();
@@ -111,6 +117,34 @@ void tst_Dashes::runsTellTheType()
         QVERIFY(std::fabs(dashing.pattern[k] - pattern[k]) < 1e-6);
     const double whole = 8 * sumOf(pattern);
     QCOMPARE(int(dashingOf(runsOf(pattern, 8, false), 3.0, whole).type), type);
+}
+
+// Gaps are even only where their dots are lost.
+void tst_Dashes::lostDotsLeaveARow()
+{
+    std::vector<Run> runs;
+    for (int k = 0; k < 7; ++k) {
+        runs.push_back({ 66.0 * k + (k % 3), 66.0 * k + 44 - (k % 2) });
+        if (k % 2 == 0 && k < 6)
+            runs.push_back({ 66.0 * k + 54, 66.0 * k + 56 });
+    }
+    QCOMPARE(int(dashingOf(runs, 3.0, 0.0).type), int(DashType::None));
+    const Dashing dashing = wornDashingOf(runs, 3.0);
+    QCOMPARE(int(dashing.type), int(DashType::Center));
+    QVERIFY(std::fabs(sumOf(dashing.pattern) - 66) < 2);
+    runs.erase(
+        std::remove_if(runs.begin(), runs.end(), [](const Run &r) { return r.length() < 9; }),
+        runs.end());
+    QCOMPARE(int(wornDashingOf(runs, 3.0).type), int(DashType::Hidden));
+    runs.resize(3);
+    QCOMPARE(int(wornDashingOf(runs, 3.0).type), int(DashType::None));
+}
+
+void tst_Dashes::brokenAnywhereIsNoRow()
+{
+    const std::vector<Run> runs
+        = { { 0, 50 }, { 58, 77 }, { 90, 170 }, { 175, 204 }, { 221, 270 }, { 280, 301 } };
+    QCOMPARE(int(wornDashingOf(runs, 3.0).type), int(DashType::None));
 }
 
 void tst_Dashes::aPatternEndsWithTheLastDash()
@@ -228,6 +262,40 @@ void tst_Dashes::aCircleOfDashesIsACircle()
 }
 
 // The short dash of a centre line, and one dash, lie on lines that cross it.
+// The dash that the line crosses is in pieces and none of the row.
+void tst_Dashes::aCrossedCircleOfDashesIsACircle()
+{
+    Sheet sheet(420, 420);
+    for (int k = 0; k < 16; ++k)
+        sheet.arc({ 210, 210 }, 150, kTurn * (k - 0.4) / 16, 0.8 * kTurn / 16, 4);
+    sheet.line({ 20, 210 }, { 400, 210 }, 2);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(countOf(drawing, Kind::Circle) == 1, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+}
+
+void tst_Dashes::sidesOfRoundedBoxesAreNoRow()
+{
+    const double kQuarter = 1.57079632679489661923;
+    const double r = 11;
+    Sheet sheet(200, 520);
+    for (int k = 0; k < 6; ++k) {
+        const double top = 20 + 80 * k;
+        const double low = top + 66;
+        sheet.line({ 30 + r, top }, { 170 - r, top }, 6).line({ 30 + r, low }, { 170 - r, low }, 6);
+        sheet.line({ 30, top + r }, { 30, low - r }, 6).line({ 170, top + r }, { 170, low - r }, 6);
+        sheet.arc({ 30 + r, top + r }, r, 2 * kQuarter, kQuarter, 6);
+        sheet.arc({ 170 - r, top + r }, r, 3 * kQuarter, kQuarter, 6);
+        sheet.arc({ 170 - r, low - r }, r, 0, kQuarter, 6);
+        sheet.arc({ 30 + r, low - r }, r, kQuarter, kQuarter, 6);
+    }
+    for (const Sheet::Tones tones : { Sheet::Tones::Soft, Sheet::Tones::Hard }) {
+        const StrokeDrawing drawing = strokesOn(sheet, tones);
+        for (const Stroke &stroke : drawing.strokes)
+            QVERIFY2(stroke.dashing.type == DashType::None, listOf(drawing).c_str());
+    }
+}
+
 void tst_Dashes::aDashBehindACrossingIsPassed()
 {
     Sheet sheet(500, 120);

@@ -66,6 +66,8 @@ private slots:
     void anArcEndsWhereItTouchesItsLine();
     void tangentsOfOneBitAreTangents();
     void aCutArcIsNoTangent();
+    void cornersOfAZigzagAreNoArcs();
+    void paperBetweenTwoFramesStays();
     void aCircleThatTouchesALineIsWhole();
     void anOpenArcStaysOpen();
     void anEllipseIsOne_data();
@@ -376,6 +378,30 @@ void tst_StrokeJoints::aLineEndsOnAnEllipse()
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(onlyOf(drawing, Kind::Ellipse), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 130, 120 }, { 130, 240 }, 0.6), listOf(drawing).c_str());
+}
+
+// The thread of a screw in one bit.
+void tst_StrokeJoints::cornersOfAZigzagAreNoArcs()
+{
+    Sheet sheet(120, 400);
+    for (int k = 0; k < 9; ++k) {
+        const double y = 20 + 38 * k;
+        sheet.line({ 40, y }, { 59, y + 19 }, 7).line({ 59, y + 19 }, { 40, y + 38 }, 7);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+    QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Line) == 18, listOf(drawing).c_str());
+}
+
+// Boards on both sides of a window are two lines, and not one with a gap.
+void tst_StrokeJoints::paperBetweenTwoFramesStays()
+{
+    Sheet sheet(340, 200);
+    sheet.line({ 20, 100.2 }, { 160, 100.2 }, 5).line({ 170, 100.2 }, { 320, 100.2 }, 5);
+    sheet.line({ 160, 20 }, { 160, 180 }, 5).line({ 170, 20 }, { 170, 180 }, 5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(hasLine(drawing, { 20, 100.2 }, { 160, 100.2 }, 0.6), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 170, 100.2 }, { 320, 100.2 }, 0.6), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_StrokeJoints)
