@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/dashheir.h"
 
+#include "strokes/ends.h"
+
 #include <algorithm>
 
 namespace ztrace::strokes {
@@ -79,6 +81,23 @@ void becomeOne(const Chain &chain, const Dashing &dashing, double width, const P
             inherit(chain, next, number, heir, &whole, web);
     }
     web->atoms.push_back(std::move(whole));
+}
+
+void settleDashes(Web *web)
+{
+    for (std::size_t k = 0; k < web->atoms.size(); ++k) {
+        Atom &atom = web->atoms[k];
+        if (!atom.alive || atom.dashing.type == DashType::None || atom.shape > Shape::Arc)
+            continue;
+        for (int end = 0; end < 2; ++end) {
+            const int joint = atom.joint[end];
+            const Meeting *meeting = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
+            if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
+                continue;
+            const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
+            atom.place[end] = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
+        }
+    }
 }
 
 } // namespace ztrace::strokes

@@ -25,6 +25,8 @@ const double kWholeSweep = 2 * kPi * 0.93;
 const double kMeetingSweep = 2 * kPi * 0.7;
 // Gaps without ink: in widths of the line and pixels, and in parts of the shorter neighbour.
 const GapLimits kCleanGaps;
+// Bars of two letters may lie a width and a half apart.
+const GapLimits kLetterGaps = { 0.3, 1.0, 0.5, 0.0, 0.0, false };
 // A pen that leaves out leaves gaps of up to its width and some pixels; thresholds widen them.
 // Long lines on one carrier may be farther apart.
 const GapLimits kWornGaps = { 1.1, 6.0, 0.8, 0.25, 30.0, true };
@@ -33,6 +35,7 @@ const double kClosingSweep = 2 * kPi * 0.6; // radians of an arc that ink may cl
 // Widths beside a line, and cross-sections, up to which something within it is left over of it.
 const double kExplained = 0.35;
 const std::size_t kLeftOver = 24;
+const double kInside = 0.6; // widths beside a circle that what it shares with others lies
 // Two lines are a corner where they turn by more than that cosine and an arc misses the samples of
 // either so many times, and so many pixels, more than its own line does.
 const double kStraightOn = 0.87;
@@ -275,6 +278,7 @@ private:
     void makeCircle(int number)
     {
         Atom &arc = atom(number);
+        std::vector<int> joints;
         arc.shape = Shape::Circle;
         for (int end = 0; end < 2; ++end) {
             const int joint = arc.joint[end];
@@ -282,8 +286,39 @@ private:
                 continue;
             takeOut(joint, { number, 0 }, { number, 1 });
             web.meetings[std::size_t(joint)].through.push_back(number);
+            joints.push_back(joint);
             arc.joint[end] = -1;
         }
+        for (int joint : joints)
+            absorbLeftOvers(number, joint);
+    }
+
+    // The ink that two rounds of an 8 have in common is seen as a line between their joints.
+    void absorbLeftOvers(int circle, int joint)
+    {
+        const std::vector<AtomEnd> ends = web.meetings[std::size_t(joint)].ends;
+        for (const AtomEnd &end : ends) {
+            const Atom &other = atom(end.atom);
+            if (isJoinable(other) && other.samples.size() < kLeftOver
+                && passesAt(circle, other.joint[0]) && passesAt(circle, other.joint[1])
+                && liesIn(other, atom(circle)))
+                absorb(circle, end.atom);
+        }
+    }
+
+    bool passesAt(int number, int joint) const
+    {
+        if (joint < 0)
+            return false;
+        const std::vector<int> &through = web.meetings[std::size_t(joint)].through;
+        return std::find(through.begin(), through.end(), number) != through.end();
+    }
+
+    static bool liesIn(const Atom &part, const Atom &circle)
+    {
+        return std::all_of(part.samples.begin(), part.samples.end(), [&](const Section &section) {
+            return std::fabs(circle.carrier.distance(section.centre)) < kInside * circle.width;
+        });
     }
 
     void takeOut(int joint, AtomEnd a, AtomEnd b)
@@ -414,7 +449,7 @@ private:
         const double shorter
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
         const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
-        const GapLimits &limits = isLetter ? kCleanGaps : gaps;
+        const GapLimits &limits = isLetter ? kLetterGaps : gaps;
         const double ofLong
             = !isLetter && measure.takenOf(width) > kMuchTaken ? limits.part : limits.ofLong;
         const double allowed
@@ -482,7 +517,9 @@ private:
         const Point end = arc.samples.back().centre - arc.carrier.point;
         const double gap = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x),
                                   turned < 0 ? -open : open, open * arc.carrier.radius, coverage);
-        if (gap <= gaps.of(arc.width))
+        // Openings of letters are their form: what is 3 is not to become 8.
+        const GapLimits &limits = arc.role == Role::Text ? kLetterGaps : gaps;
+        if (gap <= limits.of(arc.width))
             makeCircle(number);
     }
 

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/meeting.h"
 
+#include "strokes/connections.h"
 #include "strokes/ellipses.h"
 #include "strokes/ends.h"
 
@@ -81,7 +82,10 @@ public:
                     free.push_back({ int(k), end });
             }
         }
-        return settleFree();
+        const bool round = settleFree();
+        for (Atom &line : connections)
+            web.atoms.push_back(std::move(line));
+        return round;
     }
 
 private:
@@ -299,22 +303,37 @@ private:
     {
         Place best = { atom(end).carrier.foot(at.place), -1.0, 0.0 };
         double thickness = 0.0;
+        Point nearest = { 1e9, 1e9 }; // on the lines that go through
         for (int number : through) {
             Place candidate;
             const Atom &other = web.atoms[std::size_t(number)];
             const fit::Primitive carrier = other.shape == Shape::Ellipse
                 ? circleAlong(other.ellipse, at.place)
                 : other.carrier;
+            const Point foot = carrier.foot(at.place);
+            if (number != end.atom
+                && distanceBetween(foot, at.place) < distanceBetween(nearest, at.place))
+                nearest = foot;
             if (number != end.atom && meet(end, other, carrier, at, &candidate)
                 && candidate.weight > best.weight) {
                 best = candidate;
                 thickness = 0.5 * other.width / std::max(std::sqrt(best.weight), kCrossing);
             }
         }
-        if (best.weight > kCrossing * kCrossing && goesBeyond(end, best.at, thickness))
+        if (best.weight > kCrossing * kCrossing && goesBeyond(end, best.at, thickness)) {
             free.push_back(end);
-        else
-            putEnd(end, best.at, best.back);
+            return;
+        }
+        putEnd(end, best.at, best.back);
+        if (best.weight < 0.0)
+            connect(end, nearest);
+    }
+
+    void connect(const AtomEnd &end, Point to)
+    {
+        Atom line;
+        if (isConnection(atom(end), end.end, to, measure, &line))
+            connections.push_back(std::move(line));
     }
 
     // Whether the line is seen again beyond the one that it meets, which is that thick there.
@@ -370,6 +389,8 @@ private:
         for (const AtomEnd &end : ends) {
             const bool passesBy = std::fabs(atom(end).carrier.distance(middle)) > kMeetsAll;
             putEnd(end, passesBy ? atom(end).carrier.foot(at.place) : middle, back);
+            if (passesBy)
+                connect(end, middle);
         }
     }
 
@@ -560,6 +581,7 @@ private:
     const bool hard;    // no values between ink and paper
     Web &web;
     std::vector<AtomEnd> free;
+    std::vector<Atom> connections;
     // Pixels of ink ahead of ends that go on beyond the lines that they meet, by keyOf().
     std::unordered_map<std::size_t, double> seenBeyond;
 };
@@ -569,23 +591,6 @@ private:
 bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web)
 {
     return Settler(coverage, measure, web).settle();
-}
-
-void settleDashes(Web *web)
-{
-    for (std::size_t k = 0; k < web->atoms.size(); ++k) {
-        Atom &atom = web->atoms[k];
-        if (!atom.alive || atom.dashing.type == DashType::None || atom.shape > Shape::Arc)
-            continue;
-        for (int end = 0; end < 2; ++end) {
-            const int joint = atom.joint[end];
-            const Meeting *meeting = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
-            if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
-                continue;
-            const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
-            atom.place[end] = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
-        }
-    }
 }
 
 } // namespace ztrace::strokes

@@ -15,10 +15,6 @@ namespace ztrace::strokes {
 // round. Returns whether they are.
 bool settleEnds(const Coverage &coverage, const Measure &measure, Web *web);
 
-// Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
-// the width where its dashes are round. After settleEnds().
-void settleDashes(Web *web);
-
 } // namespace ztrace::strokes
 
 #endif

@@ -17,6 +17,10 @@ const int kStretch = 80;
 // the others tell is less than the mean, and fits hide a part of it.
 const double kStretchQuantile = 0.3;
 const double kStretchScale = 2.3;
+// The same where all are short. Letters of 45 pixels in a scan: an O is dented above 2, arcs break
+// below 1.4.
+const int kShortStretch = 16;
+const double kShortScale = 1.6;
 const double kUsualSigma = 0.12; // pixels, where no line is long enough to tell
 const double kMostSigma = 0.8;
 const std::size_t kLeastStretches = 3;
@@ -55,14 +59,30 @@ double stretchVariance(const std::vector<Section> &samples, std::size_t first, s
     return (round ? std::min(line.chi2, circle.chi2) : line.chi2) / double(length);
 }
 
-std::vector<double> stretchVariances(const Cores &cores, std::size_t length)
+std::vector<double> stretchVariances(const std::vector<Core> &cores, std::size_t length)
 {
     std::vector<double> variances;
-    for (const Core &core : cores.cores) {
+    for (const Core &core : cores) {
         for (std::size_t i = 0; i + length <= core.samples.size(); i += length)
             variances.push_back(stretchVariance(core.samples, i, length));
     }
     return variances;
+}
+
+Measure measureOver(const std::vector<Core> &cores, double least, int stretch, double scale)
+{
+    std::vector<double> variances = stretchVariances(cores, std::size_t(stretch));
+    if (variances.size() < kLeastStretches)
+        variances = stretchVariances(cores, std::size_t(stretch / 2));
+    Measure measure;
+    measure.sigma = std::max(kUsualSigma, least);
+    if (variances.size() < kLeastStretches)
+        return measure;
+    const auto middle
+        = variances.begin() + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
+    std::nth_element(variances.begin(), middle, variances.end());
+    measure.sigma = std::clamp(scale * std::sqrt(*middle), least, kMostSigma);
+    return measure;
 }
 
 fit::Prices strokePrices()
@@ -279,18 +299,12 @@ fit::Moments together(const fit::Moments &a, const fit::Moments &b)
 
 Measure measureOf(const Cores &cores, double least)
 {
-    std::vector<double> variances = stretchVariances(cores, std::size_t(kStretch));
-    if (variances.size() < kLeastStretches)
-        variances = stretchVariances(cores, std::size_t(kStretch / 2));
-    Measure measure;
-    measure.sigma = std::max(kUsualSigma, least);
-    if (variances.size() < kLeastStretches)
-        return measure;
-    const auto middle
-        = variances.begin() + std::ptrdiff_t(kStretchQuantile * double(variances.size()));
-    std::nth_element(variances.begin(), middle, variances.end());
-    measure.sigma = std::clamp(kStretchScale * std::sqrt(*middle), least, kMostSigma);
-    return measure;
+    return measureOver(cores.cores, least, kStretch, kStretchScale);
+}
+
+Measure measureOfShort(const std::vector<Core> &cores, double least)
+{
+    return measureOver(cores, least, kShortStretch, kShortScale);
 }
 
 double chi2Of(const fit::Moments &sum, const fit::Primitive &carrier)
@@ -403,9 +417,12 @@ Sweep sweepOf(const std::vector<Section> &samples, Point centre)
 std::vector<Atom> atomsOf(Cores *cores, const Measure &measure)
 {
     std::vector<Atom> atoms;
-    for (const Core &core : cores->cores) {
-        if (core.samples.size() >= 2)
-            addAtoms(core, measure, &cores->joints, &atoms);
+    for (std::size_t k = 0; k < cores->cores.size(); ++k) {
+        const std::size_t first = atoms.size();
+        if (cores->cores[k].samples.size() >= 2)
+            addAtoms(cores->cores[k], measure, &cores->joints, &atoms);
+        for (std::size_t i = first; i < atoms.size(); ++i)
+            atoms[i].core = int(k);
     }
     return atoms;
 }

@@ -6,6 +6,7 @@
 #include "strokes/primitives.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 
@@ -41,6 +42,7 @@ const double kLeastTurn = 0.42;    // radians of a corner; 24 degrees
 const double kCornerContrast = 2.0;
 const double kCornerFloor = 0.06; // pixels
 const int kLeastArm = 4;          // cross-sections of a corner's side
+const std::size_t kRadii = 9;     // places of a branch that its usual radius is the median of
 const double kCornerReach = 0.6;  // widths around a corner that see both sides
 // A rounded corner keeps its width all along the turn, and passes the place where its two sides
 // cross on the inside: widths and pixels that it may differ from it, and that it passes by at
@@ -213,10 +215,20 @@ private:
             const Branch &branch = graph.branches[std::size_t(end.branch)];
             if (&branch == &except || branch.cells.empty())
                 continue;
-            const uint32_t middle = branch.cells[branch.cells.size() / 2];
-            most = std::max(most, 2 * radiusOf(distance.cells[middle]));
+            most = std::max(most, 2 * usualRadius(branch));
         }
         return most;
+    }
+
+    // The median of some radii of its middle half: noise takes half a width in a single place.
+    double usualRadius(const Branch &branch) const
+    {
+        const std::size_t n = branch.cells.size();
+        std::array<double, kRadii> radii;
+        for (std::size_t k = 0; k < kRadii; ++k)
+            radii[k] = radiusOf(distance.cells[branch.cells[n / 4 + n / 2 * k / kRadii]]);
+        std::nth_element(radii.begin(), radii.begin() + kRadii / 2, radii.end());
+        return radii[kRadii / 2];
     }
 
     // One a cluster of nodes, its disc around those of the nodes.

@@ -3,16 +3,19 @@
 
 #include "strokes/bridges.h"
 #include "strokes/dashes.h"
+#include "strokes/dashheir.h"
 #include "strokes/dips.h"
 #include "strokes/distance.h"
 #include "strokes/ends.h"
 #include "strokes/explained.h"
 #include "strokes/hatchfill.h"
 #include "strokes/joining.h"
+#include "strokes/letterforms.h"
 #include "strokes/lettering.h"
 #include "strokes/meeting.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
+#include "strokes/pieces.h"
 #include "strokes/rounds.h"
 #include "strokes/scans.h"
 #include "strokes/solids.h"
@@ -42,8 +45,6 @@ const double kTakenHard = 4.0;
 const double kTakenSoft = 1.0;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
-
-const double kWholeChord = 1e-3; // pixels
 
 struct Skeleton
 {
@@ -104,49 +105,6 @@ bool isSpeck(const Atom &atom, const Web &web, double length, double longest)
     };
     return atom.shape <= Shape::Arc && isFree(atom.joint[0]) && isFree(atom.joint[1])
         && length + atom.width < longest;
-}
-
-fit::Piece pieceOf(const Atom &atom)
-{
-    if (atom.shape == Shape::Ellipse)
-        return atom.ellipse;
-    if (atom.shape == Shape::Line)
-        return fit::linePiece(atom.place[0], atom.place[1]);
-    // An arc that ends where it begins is whole; a bulge cannot tell that.
-    const Point chord = atom.place[1] - atom.place[0];
-    if (atom.shape == Shape::Circle || std::hypot(chord.x, chord.y) < kWholeChord) {
-        fit::Piece circle = {};
-        circle.kind = fit::Kind::Circle;
-        circle.centre = atom.carrier.point;
-        circle.radius = circle.half[0] = circle.half[1] = atom.carrier.radius;
-        circle.start = circle.end = circle.centre + Point { circle.radius, 0 };
-        return circle;
-    }
-    const Point from = atom.place[0] - atom.carrier.point;
-    const Point to = atom.place[1] - atom.carrier.point;
-    double sweep = std::atan2(fit::cross(from, to), fit::dot(from, to));
-    const double kTurn = 2 * 3.14159265358979323846;
-    // The walk along the samples tells which way around, and how many times half.
-    const double walked = sweepOf(atom.samples, atom.carrier.point).turned;
-    while (sweep < walked - 0.5 * kTurn)
-        sweep += kTurn;
-    while (sweep > walked + 0.5 * kTurn)
-        sweep -= kTurn;
-    return fit::arcPiece(atom.place[0], atom.place[1], std::tan(0.25 * sweep));
-}
-
-double lengthOf(const fit::Piece &piece)
-{
-    switch (piece.kind) {
-    case fit::Kind::Line:
-        return std::hypot(piece.end.x - piece.start.x, piece.end.y - piece.start.y);
-    case fit::Kind::Arc: {
-        const fit::ArcShape arc = fit::arcShape(piece);
-        return std::fabs(arc.sweep) * arc.radius;
-    }
-    default:
-        return 3.1416 * (piece.half[0] + piece.half[1]);
-    }
 }
 
 // The width that most cross-sections have at most.
@@ -221,11 +179,13 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     const InkTones tones = tonesAlong(picture, skeleton.distance, skeleton.cells);
     const Coverage coverage(picture, tones.ink, tones.paper);
     Cores cores = coresOf(skeleton.graph, skeleton.distance, coverage);
-    Measure measure = measureOf(cores, options.hard ? kLeastHard : kLeastSoft);
+    const double least = options.hard ? kLeastHard : kLeastSoft;
+    Measure measure = measureOf(cores, least);
     measure.hard = options.hard;
     if (page.isNoisy)
         measure.taken = options.hard ? kTakenHard : kTakenSoft;
     drawing->sigma = measure.sigma;
+    const std::size_t nodes = cores.joints.size();
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const std::vector<Dot> dots
         = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDot(cores));
@@ -243,6 +203,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
+    if (page.isNoisy)
+        drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)
         takeDips(coverage, &web);
     dropExplained(web.atoms, &drawing->solids);

@@ -97,6 +97,7 @@ private slots:
     void scannedLinesKeepTheirWidths();
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
+    void lettersKeepTheirForm();
 };
 
 void tst_ScannedStrokes::aPageWithLittleInkHasNoOther()
@@ -384,6 +385,38 @@ void tst_ScannedStrokes::aCircleThatTouchesALineIsOne()
     const StrokeDrawing drawing = drawn(scanned(sheet, 2, 16));
     QVERIFY2(countOf(drawing, Kind::Circle) == 1, listOf(drawing).c_str());
     QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+}
+
+// Threes with their openings, capitals with their bars, of letters whose edges are ragged.
+void tst_ScannedStrokes::lettersKeepTheirForm()
+{
+    const double kPi = 3.14159265358979323846;
+    const double w = 5.3;
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 30, 30 }, { 370, 33 }, 9).line({ 30, 370 }, { 370, 366 }, 9);
+    sheet.line({ 30, 30 }, { 34, 370 }, 9).line({ 370, 33 }, { 367, 366 }, 9);
+    for (int row = 0; row < 4; ++row) {
+        const double y = 70 + 75.0 * row;
+        for (int k = 0; k < 4; ++k) {
+            const double x = 60 + 74.0 * k;
+            sheet.arc({ x + 10, y + 10 }, 9.4, -0.85 * kPi, 1.4 * kPi, w);
+            sheet.arc({ x + 10, y + 30.5 }, 11.1, -0.5 * kPi, 1.3 * kPi, w);
+            sheet.line({ x + 34, y + 41 }, { x + 46, y }, w)
+                .line({ x + 46, y }, { x + 58, y + 41 }, w);
+            sheet.line({ x + 38, y + 27 }, { x + 54, y + 27 }, w);
+        }
+    }
+    const StrokeDrawing drawing = drawn(cut(scanned(sheet, 1, 38), 140), true);
+    QVERIFY2(countOf(drawing, Kind::Circle) == 0, listOf(drawing).c_str());
+    int bars = 0;
+    for (int k = 0; k < 16; ++k) {
+        const Point middle = { 60 + 74.0 * (k % 4) + 46, 70 + 75.0 * (k / 4) + 27 };
+        bars += std::any_of(drawing.strokes.begin(), drawing.strokes.end(), [&](const Stroke &s) {
+            const Point at = ztrace::fit::pointAt(s.piece, 0.5);
+            return s.role == Role::Text && std::hypot(at.x - middle.x, at.y - middle.y) < 4;
+        });
+    }
+    QVERIFY2(bars >= 15, listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_ScannedStrokes)
