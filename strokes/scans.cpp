@@ -6,14 +6,22 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace::strokes {
 
 namespace {
 
-const int kAround = 2;              // cells to either side that tell whether a cell is full of ink
-const double kPaperRank = 0.6;      // of the medians around; the lighter part of them is paper
-const double kFull = 0.12;          // part that a cell full of ink is darker than those around by
+const int kAround = 2;         // cells to either side that tell whether a cell is full of ink
+const double kPaperRank = 0.6; // of the medians around; the lighter part of them is paper
+const double kFull = 0.12;     // part that a cell full of ink is darker than those around by
+// Parts of a cell that are darker than the threshold and lighter, and how much darker the middle of
+// the dark part is than that of the light one: then the cell is a dense grid, and the light part
+// alone is paper. Shaded paper that the threshold cuts is darker by its noise, a tenth.
+const double kMuchInk = 0.42;
+const double kSomePaper = 0.12;
+const double kInkyPage = 0.25; // part of a page from which on ink counts in its noise
+const double kTwoTones = 0.35;
 const double kOfMedian = 1.4826;    // deviation of noise over the median of its size
 const double kStandsOut = 4.5;      // deviations of the smoothed noise that ink is darker by
 const double kContrastRank = 0.8;   // of what stands out, its darkness is that of the ink
@@ -34,6 +42,11 @@ int quantile(const Counts &counts, double part, int first = 0)
             return v;
     }
     return 255;
+}
+
+std::size_t countOf(const Counts &counts)
+{
+    return std::accumulate(counts.begin(), counts.end(), std::size_t(0));
 }
 
 // The lightness of the paper, a number a cell.
@@ -98,7 +111,19 @@ private:
             for (int x = column * kPaperCell; x < right; ++x)
                 ++counts[picture.grey[picture.at(x, y)]];
         }
-        return quantile(counts, 0.5);
+        return quantile(counts, 0.5,
+                        isHalfInk(counts, picture.threshold) ? picture.threshold + 1 : 0);
+    }
+
+    static bool isHalfInk(const Counts &counts, int threshold)
+    {
+        Counts dark = counts;
+        std::fill(dark.begin() + threshold + 1, dark.end(), 0);
+        const double all = double(countOf(counts));
+        const double ink = double(countOf(dark));
+        const int paper = quantile(counts, 0.5, threshold + 1);
+        return ink > kMuchInk * all && all - ink > kSomePaper * all
+            && paper - quantile(dark, 0.5) > kTwoTones * paper;
     }
 
     // Its own median, but for a cell that is darker than those around: it is full of ink.
@@ -178,10 +203,17 @@ NoisyInk inkOfNoisy(const InkPicture &picture, int paper)
 {
     std::vector<uint8_t> dark = smoothed(picture);
     Counts differences = {};
+    Counts inky = {};
     for (uint8_t &value : dark) {
         const int difference = paper - value;
-        ++differences[std::size_t(std::min(255, std::abs(difference)))];
+        ++(value > picture.threshold ? differences
+                                     : inky)[std::size_t(std::min(255, std::abs(difference)))];
         value = uint8_t(std::max(0, difference));
+    }
+    // The median hides what little ink a page has, but not half a page of it.
+    if (double(countOf(inky)) < kInkyPage * double(dark.size())) {
+        for (std::size_t v = 0; v < differences.size(); ++v)
+            differences[v] += inky[v];
     }
     const Darkness darkness = darknessOf(dark, differences);
     const std::size_t width = std::size_t(picture.width);

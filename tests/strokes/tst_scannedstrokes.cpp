@@ -98,6 +98,7 @@ private slots:
     void aSolidReachesNoFarther();
     void aCircleThatTouchesALineIsOne();
     void lettersKeepTheirForm();
+    void aDenseGridIsNoPaper();
 };
 
 void tst_ScannedStrokes::aPageWithLittleInkHasNoOther()
@@ -417,6 +418,24 @@ void tst_ScannedStrokes::lettersKeepTheirForm()
         });
     }
     QVERIFY2(bars >= 15, listOf(drawing).c_str());
+}
+
+// More than half of most cells is ink, and yet the paper is what is light.
+void tst_ScannedStrokes::aDenseGridIsNoPaper()
+{
+    Sheet sheet(kSide, kSide);
+    for (int k = 0; k < 16; ++k) {
+        const double at = 50 + 20.0 * k;
+        sheet.line({ 50, at }, { 350, at + 2 }, 7).line({ at, 50 }, { at - 2, 350 }, 7);
+    }
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 9));
+    int found = 0;
+    for (int k = 0; k < 16; ++k) {
+        const double at = 50 + 20.0 * k;
+        found += hasLine(drawing, { 50, at }, { 350, at + 2 }, 4) ? 1 : 0;
+        found += hasLine(drawing, { at, 50 }, { at - 2, 350 }, 4) ? 1 : 0;
+    }
+    QVERIFY2(found >= 28, listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_ScannedStrokes)
