@@ -24,9 +24,15 @@ std::string textIn(const QJsonObject &line, const char *name)
 
 bool isOfNow(const QJsonObject &line, const Conditions &now)
 {
-    return !line.isEmpty() && textIn(line, "version") == programVersion()
-        && textIn(line, "settings") == now.settings.toStdString()
-        && (textIn(line, "sha256") == now.sha256 || (now.sha256.empty() && isDone(line)));
+    if (line.isEmpty() || textIn(line, "version") != programVersion()
+        || textIn(line, "settings") != now.settings.toStdString())
+        return false;
+    if (now.sha256.empty() && isDone(line))
+        return true;
+    // Other limits may give another drawing only where these had a part in it.
+    const QLatin1String limits(kLimits);
+    return textIn(line, "sha256") == now.sha256
+        && (!line.contains(limits) || line.value(limits).toObject() == now.limits);
 }
 
 // Of a picture that failed: whether this run may do better.

@@ -34,6 +34,10 @@ const char kOutcomeMemory[] = "memory limit";
 const char kAgain[] = "again";
 const char kLimit[] = "limit";
 
+// What --max-pixels and --max-memory were, where one of them has refused the picture or made it
+// smaller.
+const char kLimits[] = "limits";
+
 // A file name as members of a line: `name` with text, and `name`Bytes, percent-encoded, where the
 // bytes are no UTF-8.
 void insertName(const char *name, const std::string &bytes, QJsonObject *line);

@@ -124,6 +124,8 @@ void TaskWork::tracePage(const Task &task, const ImageSource &image, TraceJob jo
     Remarks remarks;
     QImage picture = image.read(task.item.page, !job.settings.raw, &remarks);
     warnOfRemarks(remarks, job);
+    if (remarks.isMadeSmaller)
+        traced->line.insert(QLatin1String(kLimits), limitsOf(line.settings));
     const double reading = secondsSince(start);
     const Ending ending = image.ending(task.item.page);
     warnOfEnding(ending, job);

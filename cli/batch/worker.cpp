@@ -26,6 +26,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -127,6 +128,9 @@ public:
         } catch (const MissingProgram &failure) {
             addFailure(failure.code, failure.what(), &traced.line);
             addAgain(&traced.line);
+        } catch (const LimitFailure &failure) {
+            addFailure(failure.code, failure.what(), &traced.line);
+            traced.line.insert(QLatin1String(kLimits), limitsOf(line.settings));
         } catch (const MemoryFailure &failure) {
             lackMemory(failure.what(), &traced);
         } catch (const NoMemory &error) {
@@ -199,15 +203,14 @@ private:
         const QByteArray before
             = finishedBefore(task,
                              { line.settings.batch.out, settings, source.sha256(), worldSha,
-                               secondsAPicture(line.settings), line.settings.batch.memoryLimit });
+                               secondsAPicture(line.settings), line.settings.batch.memoryLimit,
+                               limitsOf(line.settings) });
         if (!before.isEmpty()) {
             skip(task, image, whyNot, QJsonDocument::fromJson(before).object(), traced);
             return;
         }
-        if (missesProgram)
-            throw MissingProgram(kInputUnreadable, whyNot);
         if (!image)
-            throw Failure(kInputUnreadable, whyNot);
+            std::rethrow_exception(unreadable);
         if (task.item.kind == ItemKind::Book)
             work->putTogether(task, traced);
         else
@@ -239,14 +242,10 @@ private:
     // Null, and why, for what cannot be read.
     const ImageSource *open(const std::string &path, std::string *whyNot)
     {
-        missesProgram = false;
         try {
             return &source.of(path);
-        } catch (const MissingProgram &failure) {
-            missesProgram = true;
-            *whyNot = failure.what();
-            return nullptr;
         } catch (const Failure &failure) {
+            unreadable = std::current_exception();
             *whyNot = failure.what();
             return nullptr;
         }
@@ -278,8 +277,8 @@ private:
     CommandLine line;
     QByteArray fingerprint;
     KeptSource source;
-    bool missesProgram = false; // that would read the picture
-    qint64 begun = 0;           // pictures, since the start
+    std::exception_ptr unreadable; // why the last picture was that could not be opened
+    qint64 begun = 0;              // pictures, since the start
     qint64 toldBegun = 0;
     std::unique_ptr<TaskWork> work;
     std::unique_ptr<Finisher> finisher;

@@ -4,6 +4,7 @@ import csv
 import json
 import os
 import random
+import shutil
 import signal
 import subprocess
 import time
@@ -65,6 +66,33 @@ class Resume(BatchTest):
         self.assertIn("1 finished", self.batch("in", "--config", "my.toml").stderr.decode())
         self.write("my.toml", b"colors = 4\n")
         self.assertIn("1 done", self.batch("in", "--config", "my.toml").stderr.decode())
+
+    def test_what_a_limit_has_refused_is_tried_with_another_one(self):
+        self.pictures(2)
+        self.put("in/big.png", picture(3, 200))
+        self.batch("in", "--max-pixels", "0.01", code=1)
+        self.assertEqual(self.lines()["in/big.png", 1]["limits"], {"max-pixels": 0.01, "max-memory": 8192})
+        again = self.batch("in", "--max-pixels", "0.01", code=1).stderr.decode()
+        self.assertIn("0 done, 2 finished before, 1 failed", again)
+        self.assertIn("1 done, 2 finished before; ", self.batch("in", "--max-pixels", "1").stderr.decode())
+        for other in "0.01", "0.001", "1":  # which only refuse what is not there
+            self.assertIn("0 done, 3 finished before; ", self.batch("in", "--max-pixels", other).stderr.decode())
+        self.put("in/large.png", picture(4) + bytes(2000000))
+        self.assertIn("--max-memory", self.batch("in", "--max-memory", "1", code=1).stderr.decode())
+        self.assertIn("1 done, 3 finished before; ", self.batch("in").stderr.decode())
+
+    @unittest.skipUnless(shutil.which("pdftoppm"), "poppler-utils is not installed")
+    def test_what_a_limit_has_made_smaller_is_traced_with_another_one(self):
+        self.write("a.png", picture(5, 60))
+        self.run_program("a.png", "-o", "a.pdf")
+        limited = "a.pdf", "--max-pixels", "0.01"
+        self.assertIn("instead of", self.batch(*limited).stdout.decode())
+        small = self.tree()
+        self.assertIn("0 done, 1 finished before; ", self.batch(*limited).stderr.decode())
+        self.assertIn("1 done; ", self.batch("a.pdf").stderr.decode())
+        self.assertNotEqual(self.tree(), small)
+        self.assertNotIn("limits", json.loads(self.read("out/ztrace-results.jsonl").splitlines()[-1]))
+        self.assertIn("0 done, 1 finished before; ", self.batch("a.pdf", "--max-pixels", "2").stderr.decode())
 
     def test_failures_again_on_request(self):
         self.pictures(1)
