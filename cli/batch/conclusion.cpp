@@ -58,7 +58,8 @@ void tellEarlierFailures(const BatchRun &run)
     if (all == 0)
         return;
     tell(std::to_string(all) + " of the failures are of earlier runs (see --retry failed):");
-    for (const Item &item : run.failedBefore) {
+    const std::vector<Item> &first = run.outcomes->firstFailedInEarlierRuns();
+    for (const Item &item : first) {
         const QByteArray lines = run.ledger.linesOf(item.path, item.page,
                                                     fingerprintOf(run.fingerprint, item.settings));
         const QJsonObject line = QJsonDocument::fromJson(lines.split('\n').front()).object();
@@ -70,8 +71,8 @@ void tellEarlierFailures(const BatchRun &run)
             text += " (page " + std::to_string(item.page) + ')';
         tell("  " + text);
     }
-    if (all > run.failedBefore.size())
-        tell("  and " + std::to_string(all - run.failedBefore.size())
+    if (all > first.size())
+        tell("  and " + std::to_string(all - first.size())
              + " more (--csv FILE writes all reasons)");
 }
 

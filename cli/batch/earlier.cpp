@@ -63,6 +63,7 @@ QJsonObject objectIn(const QByteArray &line)
     return QJsonDocument::fromJson(line).object();
 }
 
+// With these pages, whatever their parts are.
 bool isBookFinished(const QJsonObject &line, const std::string &pages,
                     const std::vector<std::string> &names, const Conditions &now)
 {
@@ -80,7 +81,10 @@ bool isPartThere(const Task &task, const QJsonObject &line, const Conditions &no
         return true;
     const QList<QByteArray> books = task.bookBefore.split('\n');
     return std::any_of(books.begin(), books.end(), [&](const QByteArray &book) {
-        return isBookFinished(objectIn(book), task.pages, task.books, now);
+        const QJsonObject before = objectIn(book);
+        const QString number = QString::number(task.item.page);
+        return textIn(before.value(QLatin1String(kParts)).toObject(), number.toLatin1()) == part
+            && isBookFinished(before, task.pages, task.books, now);
     });
 }
 
@@ -92,7 +96,8 @@ bool isOfThisPicture(const QJsonObject &line, const Conditions &now)
 bool isDrawn(const Task &task, const QJsonObject &line, const Conditions &now)
 {
     if (task.item.kind == ItemKind::Book)
-        return isBookFinished(line, task.pages, task.outputs, now);
+        return line.value(QLatin1String(kParts)).toObject() == task.parts
+            && isBookFinished(line, task.pages, task.outputs, now);
     return isOfThisPicture(line, now) && isDone(line) && hasOutputs(line, task.outputs, now.out)
         && (task.part.empty() || isPartThere(task, line, now));
 }

@@ -38,6 +38,9 @@ const char kLimit[] = "limit";
 // smaller.
 const char kLimits[] = "limits";
 
+// Of a book: the SHA-256 of each page's part, by number.
+const char kParts[] = "parts";
+
 // A file name as members of a line: `name` with text, and `name`Bytes, percent-encoded, where the
 // bytes are no UTF-8.
 void insertName(const char *name, const std::string &bytes, QJsonObject *line);

@@ -17,6 +17,7 @@
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
+#include "drawing/json.h"
 #include "imaging/failure.h"
 
 #include <QJsonArray>
@@ -200,6 +201,11 @@ private:
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
             failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
+        if (task.item.kind == ItemKind::Book && image && task.source != source.sha256())
+            failForNow(task.item.path
+                           + ": was changed while its pages were traced (start again to trace "
+                             "those that are out of date)",
+                       result);
         const QByteArray before
             = finishedBefore(task,
                              { line.settings.batch.out, settings, source.sha256(), worldSha,
@@ -268,9 +274,17 @@ private:
         if (image && isDone(before))
             work->showAgain(task, *image, traced);
         traced->letter = kSkipped;
-        traced->text = before.value(QLatin1String("outcome")).toString().toUtf8();
+        QJsonObject said;
+        for (const char *name : { "outcome", "part", "sha256", kLimits }) {
+            const QLatin1String key(name);
+            const bool isWanted
+                = task.item.kind == ItemKind::Page || key == QLatin1String("outcome");
+            if (isWanted && before.contains(key))
+                said.insert(key, before.value(key));
+        }
         if (!whyNot.empty())
-            traced->text += ' ' + QByteArray::fromStdString(whyNot);
+            said.insert(QLatin1String(kUnreadable), packed(whyNot));
+        traced->text = jsonValue(said);
         traced->line = QJsonObject();
     }
 
