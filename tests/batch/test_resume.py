@@ -67,6 +67,20 @@ class Resume(BatchTest):
         self.write("my.toml", b"colors = 4\n")
         self.assertIn("1 done", self.batch("in", "--config", "my.toml").stderr.decode())
 
+    def test_files_that_a_manifest_names_count(self):
+        self.pictures(2)
+        self.write("m.csv", b"path,settings\nin/p0000.png,palette=p.txt\nin/p0001.png,preset=my.toml\n")
+        self.write("p.txt", b"black,white\n")
+        self.write("my.toml", b"colors = 3\n")
+        self.batch("--manifest", "m.csv")
+        self.assertIn("2 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.write("p.txt", b"red,white\n")
+        self.assertIn("1 done, 1 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.assertIn(b"#f00", self.read("out/in/p0000.svg"))
+        self.write("my.toml", b"colors = 4\n")
+        self.assertIn("1 done, 1 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.assertIn("2 finished", self.batch("--manifest", "m.csv").stderr.decode())
+
     def test_what_a_limit_has_refused_is_tried_with_another_one(self):
         self.pictures(2)
         self.put("in/big.png", picture(3, 200))
