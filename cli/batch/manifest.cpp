@@ -116,6 +116,14 @@ private:
     bool checkColumns(const CsvRow &header)
     {
         bool good = true;
+        const std::string &first = header.fields.front();
+        const char other = first.find(';') != std::string::npos ? ';' : '\t';
+        if (header.fields.size() == 1 && first.find(other) != std::string::npos) {
+            error(header.line,
+                  std::string(other == ';' ? "semicolons" : "tabs")
+                      + " stand between the columns where commas are wanted");
+            return false;
+        }
         for (const std::string &name : header.fields) {
             if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
                 error(header.line,
@@ -293,6 +301,7 @@ private:
             return;
         }
         item.settings = std::move(entry.settings);
+        placeFiles(folder, &item.settings);
         try {
             if (!entry.page.empty())
                 item.ranges = pagesValue("page", entry.page, kMostPages);

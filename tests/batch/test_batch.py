@@ -185,6 +185,39 @@ class Refusals(BatchTest):
         self.refused("--manifest", "m.jsonl", "--out", "out", words='no member "pages"')
         self.refused("--manifest", "none", "--out", "out", code=3, words="none: No such file")
 
+    def test_files_that_a_manifest_names_begin_at_its_folder(self):
+        for i in range(3):
+            self.put("list/in/p%d.png" % i, picture(i))
+        self.put("list/p.txt", b"red,white\n")
+        self.put("list/more/my.toml", b"palette = '#00ff00,#ffffff'\n")
+        self.put("list/m.csv", b"path,settings\nin/p0.png,palette=p.txt\nin/p1.png,preset=more/my.toml\n"
+                               b'in/p2.png,"palette=blue,white"\n')
+        self.batch("--manifest", "list/m.csv")
+        for i, colour in enumerate((b"#f00", b"#0f0", b"#00f")):
+            self.assertIn(colour, self.read("out/in/p%d.svg" % i))
+        before = self.lines()
+        self.run_program("batch", "--manifest", self.path("list/m.csv"), "--out", "absolute")
+        self.assertEqual(self.tree("absolute"), self.tree())
+        self.assertEqual(before.keys(), self.lines().keys())
+
+    def test_errors_in_what_a_manifest_names_start_nothing(self):
+        self.pictures(1)
+        self.put("list/bad.toml", b"colors = 3\nnonsense = 1\n")
+        self.put("list/p.txt", b"redd\n")
+        self.write("p.txt", b"red,white\n")
+        self.put("list/m.csv", b"path,settings\na.png,preset=nope\na.png,preset=bad.toml\na.png,palette=p.txt\n"
+                               b"a.png,palette=none.gpl\na.png,max-pixels=1\na.png,max-memory=1\n")
+        text = self.batch("--manifest", "list/m.csv", code=2).stderr.decode()
+        for line, words in [(2, 'there is no preset "nope"'), (3, 'list/bad.toml, line 2: there is no setting "nonsense"'),
+                            (4, 'list/p.txt, line 1: "redd"'), (5, "list/none.gpl: No such file"),
+                            (6, '"max-pixels" cannot be a picture\'s own'), (7, '"max-memory" cannot be a picture\'s own')]:
+            self.assertRegex(text, "list/m.csv, line %d: .*%s" % (line, words))
+        self.assertFalse(os.path.exists(self.path("out")))
+        for mark, name in (b";", "semicolons"), (b"\t", "tabs"):
+            self.write("m.csv", mark.join([b"path", b"page"]) + b"\n" + mark.join([b"in/p0000.png", b"1"]) + b"\n")
+            self.refused("--manifest", "m.csv", "--out", "out",
+                         words="line 1: %s stand between the columns where commas are wanted" % name)
+
     def test_an_output_folder_that_cannot_be(self):
         self.pictures(1)
         self.write("file", b"")
