@@ -51,7 +51,10 @@ std::vector<Agenda::Suffix> suffixesOf(const Settings &settings)
 Collected collectAll(const CommandLine &line)
 {
     const BatchSettings &batch = line.settings.batch;
-    const Walk walk = { batch.recursive, batch.patterns, batch.out };
+    OwnFiles own(batch);
+    if (!batch.patterns.empty())
+        own.readLines();
+    const Walk walk = { batch.recursive, batch.patterns, batch.out, true, &own };
     Collected collected;
     collected.page = line.settings.page;
     if (collected.page == 0)

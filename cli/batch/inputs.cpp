@@ -140,6 +140,9 @@ public:
     std::size_t drawingsLeftOut() const { return drawings; }
     std::size_t othersLeftOut() const { return others; }
 
+    // Whatever was asked for: drawings of runs into the same folder.
+    std::size_t ownLeftOut() const { return own; }
+
 private:
     void problem(const std::string &path, int error)
     {
@@ -180,11 +183,15 @@ private:
         if (S_ISDIR(info.st_mode)) {
             if (walk.recursive)
                 visit(full, folder.empty() ? name : folder + '/' + name);
+        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isSideFile(full)) {
+            return;
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
         } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)
                    && isOwnDrawing(QFile::decodeName(full.c_str()))) {
             ++drawings;
+        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isDrawing(full)) {
+            ++own;
         } else if (!S_ISREG(info.st_mode)) {
             collected->notes.push_back(full + ": is no file, left out");
         } else {
@@ -199,6 +206,7 @@ private:
     Collected *collected;
     std::size_t drawings = 0; // left out
     std::size_t others = 0;   // as well
+    std::size_t own = 0;      // as well
     Identity out = { 0, 0 };
     std::set<Identity> visited;
 };
@@ -218,6 +226,9 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
             collected->notes.push_back(input
                                        + ": files that are not called as images are, left out: "
                                        + std::to_string(others) + " (--pattern takes them)");
+        if (const std::size_t own = walker.ownLeftOut())
+            collected->notes.push_back(input + ": drawings of runs into " + walk.out
+                                       + ", left out: " + std::to_string(own));
         return;
     }
     Item item;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "itemlist.h"
+#include "ownfiles.h"
 
 namespace ztrace {
 
@@ -35,8 +36,9 @@ struct Walk
     // As shells have them; empty: what images are called, but for SVG and for PDF and PNG that this
     // program made, as these are drawings.
     std::vector<std::string> patterns;
-    std::string out;        // this folder is left out where it is found in another one
-    bool opensFiles = true; // else all PDF and PNG are taken
+    std::string out;         // this folder is left out where it is found in another one
+    bool opensFiles = true;  // else all PDF and PNG are taken
+    OwnFiles *own = nullptr; // what is never taken: side files, and drawings that it has read of
 };
 
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left

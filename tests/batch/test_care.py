@@ -4,6 +4,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import unittest
 
@@ -78,6 +79,20 @@ class Care(BatchTest):
         result = self.run_program("batch", "summary", RESULTS, "--csv", RESULTS, code=2)
         self.assertIn(b"is read by this run", result.stderr)
         self.assertEqual(self.read(RESULTS), before)
+
+    def test_a_table_has_standard_output_to_itself(self):
+        self.pictures(2)
+        for option, beginning in ("--csv", b"path,page,"), ("--premis", b"<?xml"), ("--report", b"<!DOCTYPE html>"):
+            shutil.rmtree(self.path("out"), ignore_errors=True)
+            result = self.batch("in", option, "-")
+            self.assertTrue(result.stdout.startswith(beginning), result.stdout[:100])
+            self.assertNotIn(b"1/2 done", result.stdout)
+            self.assertIn(b"2/2 done in/p", result.stderr)
+
+    def test_result_lines_do_not_go_to_standard_output(self):
+        self.pictures(1)
+        self.refused("in", "--out", "out", "--results", "-", words="--results: result lines go to a file")
+        self.assertFalse(os.path.exists(self.path("out")))
 
     def test_an_expected_checksum_counts_for_what_was_done_before(self):
         self.pictures(1)
