@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "inputs.h"
 
+#include "results.h"
+
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
@@ -213,8 +215,9 @@ private:
 
 } // namespace
 
-void collect(const std::string &input, const Walk &walk, Collected *collected)
+void collect(const std::string &said, const Walk &walk, Collected *collected)
 {
+    const std::string input = plainPath(said);
     struct stat info;
     if (stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
         Walker walker(walk, collected);
@@ -272,7 +275,7 @@ void collectList(const std::string &fileName, Collected *collected)
         if (end == '\n' && !name.empty() && name.back() == '\r')
             name.pop_back();
         Item item;
-        item.path = name;
+        item.path = plainPath(name);
         // Names in a list may be equal but for their folders.
         if (!name.empty() && name[0] != '/' && name.find('/') != std::string::npos)
             item.folder = name.substr(0, name.rfind('/'));

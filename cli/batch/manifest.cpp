@@ -4,6 +4,7 @@
 #include "csvrows.h"
 #include "inputs.h"
 #include "itemsettings.h"
+#include "results.h"
 #include "spoolarray.h"
 
 #include "cli/failure.h"
@@ -289,7 +290,7 @@ private:
             error(line, "there is no path");
             return;
         }
-        item.path = entry.path[0] == '/' ? entry.path : folder + entry.path;
+        item.path = plainPath(entry.path[0] == '/' ? entry.path : folder + entry.path);
         if (entry.path[0] != '/' && entry.path.find('/') != std::string::npos)
             item.folder = entry.path.substr(0, entry.path.rfind('/'));
         item.sha256 = QByteArray::fromStdString(entry.sha256).toLower().toStdString();

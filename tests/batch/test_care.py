@@ -100,7 +100,7 @@ class Care(BatchTest):
         self.batch("--manifest", "m.csv")
         right = hashlib.sha256(self.read("in/p0000.png")).hexdigest()
         for sha, code, words in (right, 0, "1 finished before"), ("0" * 64, 1, "its SHA-256 is not the expected one"), \
-                (right, 0, "1 done"):
+                (right, 0, "1 finished before"):
             self.put("m.csv", b"path,sha256\nin/p0000.png,%s\n" % sha.encode())
             self.assertIn(words, self.batch("--manifest", "m.csv", code=code).stderr.decode())
 

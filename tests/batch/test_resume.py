@@ -108,6 +108,34 @@ class Resume(BatchTest):
         self.assertNotIn("limits", json.loads(self.read("out/ztrace-results.jsonl").splitlines()[-1]))
         self.assertIn("0 done, 1 finished before; ", self.batch("a.pdf", "--max-pixels", "2").stderr.decode())
 
+    def test_one_picture_by_several_names(self):
+        self.pictures(2)
+        self.batch("in")
+        for name in "./in", "in/", ".//in/.", self.path("in"), os.path.join(os.path.realpath(self.folder), "in"):
+            self.assertIn("0 done, 2 finished before; ", self.batch(name).stderr.decode(), name)
+        self.put("in/p0000.png", picture(7))
+        self.assertIn("1 done, 1 finished before; ", self.batch(self.path("in")).stderr.decode())
+        self.assertIn("0 done, 2 finished before; ", self.batch("in").stderr.decode())
+        said = json.loads(self.run_program("batch", "summary", "out", "--json").stdout)
+        self.assertEqual(said["pictures"], 2)
+        self.assertIn("in/p0000.png: is given twice", self.batch("in", "./in", code=2).stderr.decode())
+        self.write("list", b"./in/p0000.png\nin//p0001.png\n")
+        self.assertEqual(self.batch("--files-from", "list", "--dry-run").stdout,
+                         b"in/p0000.png -> out/in/p0000.svg\nin/p0001.png -> out/in/p0001.svg\n")
+
+    def test_formats_in_turn_are_made_once(self):
+        self.pictures(2)
+        for _ in range(2):
+            for formats in "svg", "dxf", "svg,pdf":
+                result = self.batch("in", "--formats", formats).stderr.decode()
+        self.assertIn("0 done, 2 finished before; ", result)
+        before = self.read("out/ztrace-results.jsonl")
+        for formats in "svg", "dxf", "pdf,svg":
+            self.assertIn("0 done, 2 finished before; ", self.batch("in", "--formats", formats).stderr.decode())
+        self.assertEqual((self.read("out/ztrace-results.jsonl"), before.count(b"\n")), (before, 6))
+        self.write("out/p0000.dxf", b"")
+        self.assertIn("1 done, 1 finished before; ", self.batch("in", "--formats", "dxf", "--overwrite").stderr.decode())
+
     def test_failures_again_on_request(self):
         self.pictures(1)
         self.put("in/a.png", b"nonsense")
