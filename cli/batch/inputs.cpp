@@ -185,8 +185,9 @@ private:
         if (S_ISDIR(info.st_mode)) {
             if (walk.recursive)
                 visit(full, folder.empty() ? name : folder + '/' + name);
-        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isSideFile(full)) {
-            return;
+        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isSideFile(full)
+                   && !isWanted(name, {})) {
+            return; // one that is called as a picture is refused
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
         } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)

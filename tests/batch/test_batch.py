@@ -63,10 +63,8 @@ class Inputs(BatchTest):
     def test_pages_without_a_number_in_their_names(self):
         self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
         words = "a.tif", "--page", "all", "--names", "{name}.{format}", "--formats"
-        text = self.batch(*words, "svg", code=2).stderr
-        self.assertIn(b"pages 1 and 2 of a.tif would both become a.svg: {page} tells them apart", text)
-        self.assertFalse(os.path.exists(self.path("out")))
-        self.batch(*words, "pdf")  # which the message names
+        self.batch(*words, "svg,pdf")
+        self.assertEqual(sorted(self.tree()), [b"a-1.svg", b"a-2.svg", b"a-3.svg", b"a.pdf"])
         self.assertEqual(self.read("out/a.pdf").count(b"/Type /Page "), 3)
 
     def test_slashes_behind_the_folder_of_the_drawings(self):
@@ -217,6 +215,27 @@ class Refusals(BatchTest):
             self.write("m.csv", mark.join([b"path", b"page"]) + b"\n" + mark.join([b"in/p0000.png", b"1"]) + b"\n")
             self.refused("--manifest", "m.csv", "--out", "out",
                          words="line 1: %s stand between the columns where commas are wanted" % name)
+
+    def test_a_clash_says_what_would_help(self):
+        """Drawings in a PDF of all pages, and in DXF of one each, of files that differ in the ending alone."""
+        book = tiff([lambda x, y, n=n: x < 20 + n for n in range(3)])
+        self.put("in/a.tif", book)
+        self.put("in/a.tiff", book)
+        words = "in", "--out", "out", "--page", "all", "--formats", "pdf,dxf"
+        self.refused(*words, words="--names '{folder}/{name}-{suffix}.{format}' tells them apart")
+        self.run_program("batch", *words, "--names", "{folder}/{name}-{suffix}.{format}")
+        self.assertEqual(sorted(self.tree()), sorted([b"a-tif.pdf", b"a-tiff.pdf"] + [b"a-%s-%d.dxf" % (end, page)
+                                                     for end in (b"tif", b"tiff") for page in (1, 2, 3)]))
+        self.assertIn("would both become a.svg (see --names)",
+                      self.batch("in/a.tif", "in/../in/a.tif", code=2).stderr.decode())
+
+    def test_clashes_beyond_the_first_are_counted(self):
+        for i in range(25):
+            self.put("in/%02d.png" % i, b"")
+            self.put("in/%02d.jpg" % i, b"")
+        text = self.run_program("batch", "in", "--out", "out", code=2).stderr.decode()
+        self.assertEqual(text.count("would both become"), 20)
+        self.assertIn("and 5 more drawings have the names of others", text)
 
     def test_an_output_folder_that_cannot_be(self):
         self.pictures(1)
