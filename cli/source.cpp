@@ -388,6 +388,13 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
         for (int frame = 1; frame < page && isThere; ++frame)
             isThere = reader.read(&image);
     }
+    const int claimed = isThere ? 0 : pagesClaimed();
+    if (page <= claimed) {
+        fail(name,
+             "page " + std::to_string(page) + " cannot be read, as only "
+                 + std::to_string(std::max(1, reader.imageCount())) + " of "
+                 + std::to_string(claimed) + " pages can be");
+    }
     if (!isThere) {
         fail(name,
              "there is no page " + std::to_string(page) + " (the file has "

@@ -158,6 +158,9 @@ void spreadPages(const SpoolArray<int> &pages, Agenda *agenda)
         const std::vector<int> wanted = pagesWithin(item.ranges, std::max(1, *count));
         item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : *count;
         item.kind = item.pages > 1 && agenda->makesBooks() ? ItemKind::Page : ItemKind::Alone;
+        if (const int last = *count > 0 ? lastBeyond(item.ranges, *count) : 0)
+            agenda->notes.push_back(item.path + ": there is no page " + std::to_string(last)
+                                    + " (the file has " + std::to_string(*count) + ")");
         ++count;
         for (const int page : wanted) {
             item.page = page;

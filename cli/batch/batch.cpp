@@ -127,6 +127,8 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     } catch (const Failure &) {
         // What is finished is not to be done again; there may be room for so much.
         outcomes.deliver();
+        meter.clear();
+        tell(std::to_string(leftOf(run)) + " left (start again to go on)");
         throw;
     }
     results.sync(true);

@@ -81,6 +81,11 @@ void BatchRun::collect()
 void BatchRun::countPages()
 {
     ztrace::countPages(&crew, jobs, &agenda);
+    if (!line.settings.quiet) {
+        for (const std::string &note : agenda.notes)
+            tell(note);
+    }
+    agenda.notes.clear();
 }
 
 void BatchRun::readLedger()

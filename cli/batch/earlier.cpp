@@ -35,12 +35,15 @@ bool isOfNow(const QJsonObject &line, const Conditions &now)
         && (!line.contains(limits) || line.value(limits).toObject() == now.limits);
 }
 
-// Of a picture that failed: whether this run may do better.
+// Of a picture that failed: whether this run may do better. A damaged line says nothing.
 bool isWorthATry(const QJsonObject &before, const Conditions &now)
 {
+    const std::string outcome = textIn(before, "outcome");
+    const bool isKnown = outcome == kOutcomeFailed || outcome == kOutcomeDied
+        || outcome == kOutcomeTime || outcome == kOutcomeMemory;
     const double limit = before.value(QLatin1String(kLimit)).toDouble();
-    const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
-    return textIn(before, "outcome").empty() || before.value(QLatin1String(kAgain)).toBool()
+    const double limitNow = outcome == kOutcomeTime ? now.seconds : now.memory;
+    return !isKnown || before.value(QLatin1String(kAgain)).toBool()
         || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
 }
 

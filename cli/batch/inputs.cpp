@@ -34,6 +34,8 @@ typedef std::pair<dev_t, ino_t> Identity;
 // Of a list or a manifest, read as a whole: ten million names of a hundred letters.
 const std::size_t kMostBytesOfList = 1000000000;
 
+const char kMark[] = "\xEF\xBB\xBF";
+
 // What images are called besides the names of the toolkit's formats.
 const char *const kOtherSuffixes[] = { "pdf", "heic", "heif", "jpe", "jfif" };
 
@@ -286,10 +288,12 @@ void collectList(const std::string &fileName, Collected *collected)
     };
     forEachPortion(fileName, [&](const std::string &portion) {
         // No name is as long as the first portion.
+        // Some programs begin a text with a mark.
+        const bool isMarked = isFirst && portion.compare(0, sizeof kMark - 1, kMark) == 0;
         if (isFirst)
             end = portion.find('\0') != std::string::npos ? '\0' : '\n';
         isFirst = false;
-        for (std::size_t at = 0; at < portion.size();) {
+        for (std::size_t at = isMarked ? sizeof kMark - 1 : 0; at < portion.size();) {
             const std::size_t next = std::min(portion.find(end, at), portion.size());
             name.append(portion, at, next - at);
             if (next < portion.size())

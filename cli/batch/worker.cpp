@@ -52,6 +52,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Bytes of a picture behind which the heap is given back: a worker has 20 million itself, and
+// small pictures, which follow one another fast, need no more than some millions besides.
+const double kLarge = 40e6;
+
 // Of the world file that a map is placed by; empty where none is asked for, or none is there.
 std::string shaOfWorldFile(const Task &task)
 {
@@ -181,6 +185,9 @@ public:
 private:
     void attempt(const Task &task, Traced *traced)
     {
+        // What a large picture has left in the heap would count as this one's.
+        if (lastPeak > kLarge)
+            malloc_trim(0);
         peakMemory(true);
         const auto start = std::chrono::steady_clock::now();
         const double begin = processorSeconds();
@@ -221,7 +228,8 @@ private:
             work->putTogether(task, traced);
         else
             work->draw(task, *image, traced);
-        result->insert(QLatin1String("peak"), peakMemory(false));
+        lastPeak = peakMemory(false);
+        result->insert(QLatin1String("peak"), lastPeak);
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
         seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
@@ -291,6 +299,7 @@ private:
     CommandLine line;
     QByteArray fingerprint;
     KeptSource source;
+    double lastPeak = 0.0;         // bytes, of the last picture
     std::exception_ptr unreadable; // why the last picture was that could not be opened
     qint64 begun = 0;              // pictures, since the start
     qint64 toldBegun = 0;

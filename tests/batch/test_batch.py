@@ -4,6 +4,7 @@ import fcntl
 import hashlib
 import json
 import os
+import random
 import shutil
 import signal
 import socket
@@ -44,6 +45,9 @@ class Inputs(BatchTest):
         self.write("names", b"in/p0000.png\r\n\nin/p0001.png")
         self.batch("--files-from", "names")
         self.assertEqual(sorted(self.tree()), [b"in/p0000.svg", b"in/p0001.svg"])
+        self.write("marked", b"\xef\xbb\xbfin/p0000.png\n")
+        self.run_program("batch", "--files-from", "marked", "--out", "marks")
+        self.assertEqual(sorted(self.tree("marks")), [b"in/p0000.svg"])
         self.batch("-", stdin=b"in/p0002.png\0")
         self.assertIn(b"in/p0002.svg", self.tree())
 
@@ -66,6 +70,17 @@ class Inputs(BatchTest):
         self.batch(*words, "svg,pdf")
         self.assertEqual(sorted(self.tree()), [b"a-1.svg", b"a-2.svg", b"a-3.svg", b"a.pdf"])
         self.assertEqual(self.read("out/a.pdf").count(b"/Type /Page "), 3)
+
+    def test_the_memory_of_a_picture_is_its_own(self):
+        """Not that of a larger one before it, by the same worker; a fifth of that at most stays."""
+        noise = random.Random(3)
+        self.write("a.png", png(700, 700, lambda x, y: (noise.randrange(256), 2 * x // 7, y // 3, 255)))
+        self.write("b.png", picture(2))
+        self.batch("b.png")
+        alone = self.lines()["b.png", 1]["peak"]
+        self.run_program("batch", "a.png", "b.png", "--out", "both", "-j", "1")
+        both = self.lines("both/ztrace-results.jsonl")
+        self.assertLess(both["b.png", 1]["peak"] - alone, 0.2 * (both["a.png", 1]["peak"] - alone))
 
     def test_slashes_behind_the_folder_of_the_drawings(self):
         self.write("b.png", picture(3))
@@ -337,7 +352,7 @@ class Workers(BatchTest):
         line = self.lines()["in/large.png", 1]
         self.assertEqual((line["outcome"], line["limit"], line["attempts"]), ("memory limit", 30, 2))
         self.assertEqual(len(self.tree()), 2)
-        self.assertIn(b"1 of the failures are of earlier runs", self.batch("in", "--memory-limit", "20", code=1).stderr)
+        self.assertIn(b"1 of the failures is of an earlier run", self.batch("in", "--memory-limit", "20", code=1).stderr)
         self.assertIn(b"1 done, 2 finished before", self.batch("in").stderr)
 
     def test_memory_that_is_missing_is_never_a_damaged_picture(self):

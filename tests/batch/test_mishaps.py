@@ -64,7 +64,7 @@ class Lines(FaultTest):
         self.batch("in", "--page", "all", code=1)
         self.assertIn("sha256", self.lines()["in/bad.jpg", 1])
         before = self.read(RESULTS)
-        self.assertIn("1 of the failures are of earlier runs", self.words("in", "--page", "all", code=1))
+        self.assertIn("1 of the failures is of an earlier run", self.words("in", "--page", "all", code=1))
         self.assertEqual(self.read(RESULTS), before)
 
     def test_damaged_lines_cost_their_pictures_alone(self):

@@ -136,6 +136,13 @@ class Resume(BatchTest):
         self.write("out/p0000.dxf", b"")
         self.assertIn("1 done, 1 finished before; ", self.batch("in", "--formats", "dxf", "--overwrite").stderr.decode())
 
+    def test_a_damaged_outcome_costs_a_trace(self):
+        self.pictures(2)
+        self.batch("in")
+        text = self.read("out/ztrace-results.jsonl")
+        self.write("out/ztrace-results.jsonl", text.replace(b'"outcome":"done"', b'"outcome":"dome"', 1))
+        self.assertIn("1 done, 1 finished before; ", self.batch("in").stderr.decode())
+
     def test_failures_again_on_request(self):
         self.pictures(1)
         self.put("in/a.png", b"nonsense")

@@ -51,6 +51,8 @@ class Pages(BatchTest):
         self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.endswith("svg")), ["a-2.svg", "a-3.svg"])
         self.assertIn("there is no page 7", self.run_program("a.tif", "--page", "7-9", code=3).stderr.decode())
         self.assertIn("there is no page 7", self.batch("a.tif", "--page", "7,8", code=1).stderr.decode())
+        self.assertIn("a.tif: there is no page 9 (the file has 3)\n", self.batch("a.tif", "--page", "2-9").stderr.decode())
+        self.assertNotIn("there is no", self.batch("a.tif", "--page", "3-").stderr.decode())
         self.assertIn("page 9: a.tif: there is no page 9",
                       self.run_program("a.tif", "--page", "2,9", "-o", "b.svg", code=1).stderr.decode())
         self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.startswith("b")), ["b-2.svg"])
@@ -62,6 +64,20 @@ class Pages(BatchTest):
         for wrong in "0", "x", "2-", "1,,2", "-3", "1-x", "":
             if wrong != "2-":
                 self.assertIn("--page", self.run_program("a.tif", "--page=" + wrong, code=2).stderr.decode())
+
+    def test_pages_of_a_file_that_is_cut(self):
+        """Its directory of pages tells of more than can be read."""
+        whole = tiff(KINDS[:3])
+        for size in range(len(whole) - 1, 0, -1):
+            self.write("a.tif", whole[:size])
+            told = subprocess.run([PROGRAM, "a.tif", "--page", "3", "-o", "a.svg", "--overwrite"], cwd=self.folder,
+                                  capture_output=True, check=False)
+            if told.returncode != 0:
+                break
+        self.assertEqual(told.returncode, 3)
+        self.assertEqual(told.stderr, b"ztrace: a.tif: page 3 cannot be read, as only 2 of 3 pages can be\n")
+        self.assertIn(b"a.tif, page 3: page 3 cannot be read, as only 2 of 3 pages can be",
+                      self.batch("a.tif", "--page", "all", code=1).stderr)
 
     def test_frames_of_an_animation(self):
         self.write("a.gif", gif([2, 4, 6]))
