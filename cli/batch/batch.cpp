@@ -128,7 +128,7 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
         // What is finished is not to be done again; there may be room for so much.
         outcomes.deliver();
         meter.clear();
-        tell(std::to_string(leftOf(run)) + " left (start again to go on)");
+        tell("at most " + std::to_string(leftOf(run)) + " left (start again to go on)");
         throw;
     }
     results.sync(true);

@@ -151,7 +151,7 @@ class Refusals(BatchTest):
             self.put("in/" + name, picture(1))
             self.put("in/deep/" + name, picture(1))
         self.put("in/a.jpg", picture(1))
-        self.refused("in", "--out", "out", words="in/a.jpg and in/a.png would both become a.svg (see --names)")
+        self.refused("in", "--out", "out", words="in/a.jpg and in/a.png would both become a.svg (--names '{folder}/{name}-{suffix}.{format}'")
         self.refused("in/a.png", "in/a.png", "--out", "out", words="in/a.png: is given twice")
         self.refused("in", "--recursive", "--pattern", "*.png", "--names", "{name}.{format}", "--out", "out",
                      words="in/b.png and in/deep/b.png would both become b.svg")

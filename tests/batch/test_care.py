@@ -142,7 +142,7 @@ class Care(BatchTest):
         self.batch("bad.png", code=1)
         line = json.loads(self.read(RESULTS))
         self.write(RESULTS, json.dumps({**line, "outcome": "time limit", "limit": 5}).encode() + b"\n")
-        for limit, words in ("5", "of earlier runs"), ("4", "of earlier runs"), ("6", "not an image"):
+        for limit, words in ("5", "of an earlier run"), ("4", "of an earlier run"), ("6", "not an image"):
             self.assertIn(words, self.batch("bad.png", "--time-limit", limit, code=1).stderr.decode())
 
     def test_members_of_other_kinds_are_errors(self):
