@@ -60,6 +60,7 @@ public:
         std::sort(names.begin(), names.end());
         std::sort(drawings.begin(), drawings.end());
         compareNames();
+        compareFolders();
         if (drawings.size() > 0)
             comparePictures();
         if (!links.empty())
@@ -109,6 +110,23 @@ private:
                 const auto owner = owners.insert({ output, item });
                 if (!owner.second)
                     tellOf(owner.first->second, item, output);
+            }
+        });
+    }
+
+    // No drawing is where the folder of another one is to be.
+    void compareFolders()
+    {
+        agenda.items.forEach([this](const Item &item) {
+            for (const std::string &output : agenda.outputsOf(item)) {
+                for (std::size_t slash = output.find('/'); slash != std::string::npos;
+                     slash = output.find('/', slash + 1)) {
+                    const std::string folder = output.substr(0, slash);
+                    if (clashes.size() < kMostClashes
+                        && std::binary_search(names.begin(), names.end(), hashOf(folder)))
+                        clashes.push_back(folder + " would be a drawing, and the folder of "
+                                          + output + " (see --names)");
+                }
             }
         });
     }

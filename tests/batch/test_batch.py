@@ -244,6 +244,12 @@ class Refusals(BatchTest):
         self.assertIn("would both become a.svg (see --names)",
                       self.batch("in/a.tif", "in/../in/a.tif", code=2).stderr.decode())
 
+    def test_a_drawing_where_a_folder_is_to_be(self):
+        self.put("in/c.gif", b"")
+        self.put("in/c.svg/bit.png", picture(1))
+        self.refused("in", "--recursive", "--out", "out",
+                     words="c.svg would be a drawing, and the folder of c.svg/bit.svg")
+
     def test_clashes_beyond_the_first_are_counted(self):
         for i in range(25):
             self.put("in/%02d.png" % i, b"")
