@@ -35,10 +35,12 @@ std::vector<Entry> batchOptions()
               file("TEMPLATE", [](Settings &s, const std::string &t) { s.batch.names = t; }))
             .help("Names of the drawings below that folder: `{folder}`, `{name}` and `{suffix}` "
                   "are the picture's, `{page}` is its number and `{format}` the drawing's ending")
-            .manual("Without it `{folder}/{name}.{format}`, and `{folder}/{name}-{page}.{format}` "
-                    "where a file has several pages. The folder is that of the picture below the "
-                    "folder that was named, or the one that a list or manifest says. A PDF has all "
-                    "pages of its file, and no number, unless `--names` has `{page}`"),
+            .manual(
+                "Without it `{folder}/{name}.{format}`. Where a file has several pages, `-{page}` "
+                "stands before the ending if the template has no `{page}`. The folder is that of "
+                "the picture below the "
+                "folder that was named, or the one that a list or manifest says. A PDF has all "
+                "pages of its file, and no number, unless `--names` has `{page}`"),
         Entry("formats", formatNames())
             .help("Formats of the drawings, with commas between them; without it that of "
                   "`--format`"),

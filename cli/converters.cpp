@@ -74,8 +74,8 @@ void remarkOn(const char *program, const QByteArray &complaints, Remarks *remark
     for (const QByteArray &line : complaints.split('\n')) {
         if (!isOfDamage(line))
             continue;
-        remarks->push_back(std::string("the image may be wrong, as the file is damaged: ") + program
-                           + " says \"" + line.trimmed().toStdString() + "\"");
+        remarks->texts.push_back(std::string("the image may be wrong, as the file is damaged: ")
+                                 + program + " says \"" + line.trimmed().toStdString() + "\"");
         return;
     }
 }
@@ -143,13 +143,15 @@ QByteArray pdfPage(const Seen &pdf, int page, Remarks *remarks)
     while (dpi > 0 && pixelsOf(inches, dpi) > pdf.limits.pixels)
         --dpi; // parts of pixels are whole ones
     if (dpi < 1) {
-        fail(pdf.name,
-             "page " + std::to_string(page) + " has too many pixels even at one an inch"
-                 + kSeeLimits);
+        throw LimitFailure(kInputUnreadable,
+                           pdf.name + ": page " + std::to_string(page)
+                               + " has too many pixels even at one an inch" + kSeeLimits);
     }
     if (dpi < wanted) {
-        remarks->push_back("page " + std::to_string(page) + " is taken at " + std::to_string(dpi)
-                           + " pixels an inch instead of " + std::to_string(wanted) + kSeeLimits);
+        remarks->isMadeSmaller = true;
+        remarks->texts.push_back("page " + std::to_string(page) + " is taken at "
+                                 + std::to_string(dpi) + " pixels an inch instead of "
+                                 + std::to_string(wanted) + kSeeLimits);
     }
     QByteArray complaints;
     const QStringList how({ QLatin1String("-png"), QLatin1String("-r"), QString::number(dpi) });

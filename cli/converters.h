@@ -13,7 +13,11 @@
 namespace ztrace {
 
 // What is to be told of an image that was read.
-typedef std::vector<std::string> Remarks;
+struct Remarks
+{
+    std::vector<std::string> texts;
+    bool isMadeSmaller = false; // by a limit
+};
 
 enum class Foreign { None, Pdf, Heic };
 

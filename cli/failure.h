@@ -36,6 +36,13 @@ public:
     using Failure::Failure;
 };
 
+// A limit that the user may raise has refused the input, or may have.
+class LimitFailure : public Failure
+{
+public:
+    using Failure::Failure;
+};
+
 // With more memory it would not have come to it.
 class MemoryFailure : public Failure
 {

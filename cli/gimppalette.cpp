@@ -90,9 +90,9 @@ std::vector<QRgb> coloursInFile(const std::string &fileName)
 
 } // namespace
 
-bool isPaletteFile(const std::string &text)
+bool isPaletteFile(const std::string &text, const std::string &folder)
 {
-    const QString name = QFile::decodeName(text.c_str());
+    const QString name = QFile::decodeName((folder + text).c_str());
     return text.find('/') != std::string::npos
         || name.endsWith(QLatin1String(".gpl"), Qt::CaseInsensitive)
         || (text.find(',') == std::string::npos && QFileInfo(name).isFile());

@@ -11,8 +11,8 @@
 
 namespace ztrace {
 
-// Whether the text of a palette names a file.
-bool isPaletteFile(const std::string &text);
+// Whether the text of a palette names a file, which may lie in a folder (with a slash at its end).
+bool isPaletteFile(const std::string &text, const std::string &folder = std::string());
 
 // Colours from "#000000,#ff0000,orange" or from a palette file (.gpl: a line "GIMP Palette", then a
 // colour a line as three numbers). Each colour once. Throws a Failure for text that is neither, for

@@ -60,17 +60,6 @@ void listPresets()
     }
 }
 
-// The last page that a range from one number to another one names, if the file has fewer, else 0.
-int lastBeyond(const PageRanges &ranges, int pages)
-{
-    int last = 0;
-    for (const auto &range : ranges) {
-        if (range.first < range.second && range.second > pages && range.second < kMostPages)
-            last = std::max(last, range.second);
-    }
-    return last;
-}
-
 class Run
 {
 public:

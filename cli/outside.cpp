@@ -162,9 +162,10 @@ QByteArray outputOf(const char *program, const char *package, const QStringList 
         *complaints = said.contents(kMostComplaint);
     if (isGood)
         return printed.contents(static_cast<qint64>(most));
-    throw Failure(kInputUnreadable,
-                  file + "cannot be read by " + program + ": "
-                      + reasonOf(process, said.contents(kMostComplaint)));
+    // Few programs say it when memory is what they lacked.
+    throw LimitFailure(kInputUnreadable,
+                       file + "cannot be read by " + program + ": "
+                           + reasonOf(process, said.contents(kMostComplaint)));
 }
 
 } // namespace ztrace

@@ -52,8 +52,8 @@ private:
 
 // Runs it and returns what it prints. It has no input, `bytes` of memory beyond its own needs, and
 // can write no file larger than `bytes`. Throws a Failure about the input `name`: the program of
-// the Debian package is not installed, or it has failed, and what it says. What one that has not
-// failed says goes to `complaints`.
+// the Debian package is not installed, or (a LimitFailure) it has failed, and what it says. What
+// one that has not failed says goes to `complaints`.
 QByteArray outputOf(const char *program, const char *package, const QStringList &arguments,
                     const std::string &name, double bytes, QByteArray *complaints = nullptr);
 

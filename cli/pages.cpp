@@ -71,4 +71,14 @@ std::string pageNumber(int page, int pages)
     return std::string(digits - number.size(), '0') + number;
 }
 
+int lastBeyond(const PageRanges &ranges, int pages)
+{
+    int last = 0;
+    for (const auto &range : ranges) {
+        if (range.first < range.second && range.second > pages && range.second < kMostPages)
+            last = std::max(last, range.second);
+    }
+    return last;
+}
+
 } // namespace ztrace

@@ -23,7 +23,10 @@ PageRanges pagesValue(const std::string &setting, const std::string &text, int m
 // first that was asked for, which is not there.
 std::vector<int> pagesWithin(const PageRanges &ranges, int pages);
 
-// The same in the other direction: "2-4,7" of pages in order.
+// The last page that a range from one number to another one names, if the file has fewer, else 0.
+int lastBeyond(const PageRanges &ranges, int pages);
+
+// Ranges that name pages in order: "2-4,7".
 std::string rangesText(const std::vector<int> &pages);
 
 // "07" of 12: numbers of one length.

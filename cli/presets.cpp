@@ -239,13 +239,17 @@ std::vector<Preset> allPresets()
     return presets;
 }
 
-Preset findPreset(const std::string &name)
+bool isPresetFile(const std::string &name)
 {
     const std::string ending = ".toml";
-    const bool isFile = name.find('/') != std::string::npos
+    return name.find('/') != std::string::npos
         || (name.size() > ending.size()
             && name.compare(name.size() - ending.size(), ending.size(), ending) == 0);
-    if (isFile) {
+}
+
+Preset findPreset(const std::string &name)
+{
+    if (isPresetFile(name)) {
         Preset preset;
         preset.name = preset.origin = name;
         preset.text = textOfFile(name);

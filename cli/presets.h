@@ -52,7 +52,10 @@ struct Preset
 // same name takes the place of an earlier one. Those that cannot be read are there with an error.
 std::vector<Preset> allPresets();
 
-// The preset of a name, or of a file when the name contains a slash or ends with .toml.
+// Whether a name is that of a file: with a slash in it, or with .toml at its end.
+bool isPresetFile(const std::string &name);
+
+// The preset of a name, or of a file.
 Preset findPreset(const std::string &name);
 
 } // namespace ztrace

@@ -33,6 +33,11 @@ namespace {
     throw Failure(kInputUnreadable, shortened(name, kLongestName) + ": " + reason);
 }
 
+[[noreturn]] void failByLimit(const std::string &name, const std::string &reason)
+{
+    throw LimitFailure(kInputUnreadable, shortened(name, kLongestName) + ": " + reason);
+}
+
 const double kMillion = 1e6;
 
 // Bytes a pixel that tracing takes, the decoded image and all that is made from it included.
@@ -169,9 +174,9 @@ QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &
         if (size == 0)
             return data;
         if (data.size() + size > most) {
-            fail(name,
-                 "has more than " + millions(static_cast<double>(most) / kMillion)
-                     + " million bytes (see --max-memory)");
+            failByLimit(name,
+                        "has more than " + millions(static_cast<double>(most) / kMillion)
+                            + " million bytes (see --max-memory)");
         }
         data.append(part.data(), static_cast<int>(size));
     }
@@ -240,7 +245,7 @@ void ImageSource::useSvg()
     const double most = std::min(limits.megabytes * kMillion, static_cast<double>(kMostBytes));
     const QByteArray text = withoutNamedFiles(data, static_cast<qint64>(most), &leftOut);
     if (text.isNull())
-        fail(name, "the image is damaged or incomplete (its text has no end)");
+        failByLimit(name, "the image is damaged or incomplete (its text has no end)");
     data = text;
     format = "svg";
     refuseDemanding(demandOf(data));
@@ -251,15 +256,15 @@ void ImageSource::refuseDemanding(const SvgDemand &demand) const
     const double megapixels = demand.pixels / kMillion;
     const double megabytes = megapixels * kBytesOfEmbedded;
     if (megapixels > limits.pixels) {
-        fail(name,
-             "the images within it have more than " + shortText(limits.pixels)
-                 + " million pixels (see --max-pixels)");
+        failByLimit(name,
+                    "the images within it have more than " + shortText(limits.pixels)
+                        + " million pixels (see --max-pixels)");
     }
     if (megabytes > limits.megabytes) {
-        fail(name,
-             "the images within it take " + millions(megabytes)
-                 + " million bytes of memory, more than " + shortText(limits.megabytes)
-                 + " (see --max-memory)");
+        failByLimit(name,
+                    "the images within it take " + millions(megabytes)
+                        + " million bytes of memory, more than " + shortText(limits.megabytes)
+                        + " (see --max-memory)");
     }
     if (demand.rules * demand.elements > kMostMatches) {
         fail(name,
@@ -280,17 +285,17 @@ void ImageSource::refuseTooLarge(const QSize &size, bool isGrey) const
     if (!size.isValid())
         return;
     if (pixels > limits.pixels * kMillion) {
-        fail(name,
-             image + "has more than " + shortText(limits.pixels)
-                 + " million pixels (see --max-pixels)");
+        failByLimit(name,
+                    image + "has more than " + shortText(limits.pixels)
+                        + " million pixels (see --max-pixels)");
     }
     if (pixels > double(kMostPixels))
         fail(name, image + "is too large to be traced");
     const double megabytes = pixels * (isGrey ? kBytesOfGrey : kBytesOfColour) / kMillion;
     if (megabytes > limits.megabytes) {
-        fail(name,
-             image + "takes " + millions(megabytes) + " million bytes of memory, more than "
-                 + shortText(limits.megabytes) + " (see --max-memory)");
+        failByLimit(name,
+                    image + "takes " + millions(megabytes) + " million bytes of memory, more than "
+                        + shortText(limits.megabytes) + " (see --max-memory)");
     }
 }
 
@@ -360,7 +365,7 @@ QImage ImageSource::readForeign(int page, Remarks *remarks) const
     const QSize size = reader.size();
     if (!reader.read(&image) || image.isNull()) {
         refuseWithoutMemory(size);
-        fail(name, "the image is damaged or incomplete");
+        failByLimit(name, "the image is damaged or incomplete"); // or its program was cut short
     }
     return image;
 }
@@ -383,6 +388,13 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
         for (int frame = 1; frame < page && isThere; ++frame)
             isThere = reader.read(&image);
     }
+    const int claimed = isThere ? 0 : pagesClaimed();
+    if (page <= claimed) {
+        fail(name,
+             "page " + std::to_string(page) + " cannot be read, as only "
+                 + std::to_string(std::max(1, reader.imageCount())) + " of "
+                 + std::to_string(claimed) + " pages can be");
+    }
     if (!isThere) {
         fail(name,
              "there is no page " + std::to_string(page) + " (the file has "
@@ -401,8 +413,8 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
     if (complaint.isEmpty() && remarks)
         complaint = complaintOf(data, format);
     if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
-        remarks->push_back("the image may be wrong, as the file is damaged: \""
-                           + complaint.toStdString() + '"');
+        remarks->texts.push_back("the image may be wrong, as the file is damaged: \""
+                                 + complaint.toStdString() + '"');
     }
     return image;
 }

@@ -263,7 +263,7 @@ void usePlacement(const ImageSource &source, int page, TraceJob *job)
 
 void warnOfRemarks(const Remarks &remarks, const TraceJob &job)
 {
-    for (const std::string &remark : remarks)
+    for (const std::string &remark : remarks.texts)
         job.warn(inputName(job.input) + ": " + remark);
 }
 

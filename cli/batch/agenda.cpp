@@ -51,7 +51,10 @@ std::vector<Agenda::Suffix> suffixesOf(const Settings &settings)
 Collected collectAll(const CommandLine &line)
 {
     const BatchSettings &batch = line.settings.batch;
-    const Walk walk = { batch.recursive, batch.patterns, batch.out };
+    OwnFiles own(batch);
+    if (!batch.patterns.empty())
+        own.readLines();
+    const Walk walk = { batch.recursive, batch.patterns, batch.out, true, &own };
     Collected collected;
     collected.page = line.settings.page;
     if (collected.page == 0)
@@ -155,6 +158,9 @@ void spreadPages(const SpoolArray<int> &pages, Agenda *agenda)
         const std::vector<int> wanted = pagesWithin(item.ranges, std::max(1, *count));
         item.pages = *count > 1 || wanted.size() > 1 ? std::max(2, *count) : *count;
         item.kind = item.pages > 1 && agenda->makesBooks() ? ItemKind::Page : ItemKind::Alone;
+        if (const int last = *count > 0 ? lastBeyond(item.ranges, *count) : 0)
+            agenda->notes.push_back(item.path + ": there is no page " + std::to_string(last)
+                                    + " (the file has " + std::to_string(*count) + ")");
         ++count;
         for (const int page : wanted) {
             item.page = page;

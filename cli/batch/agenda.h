@@ -25,6 +25,7 @@ struct Agenda
     std::vector<Suffix> suffixes;
     std::string names;                 // template, empty for the usual one
     std::vector<std::string> problems; // folders that could not be read
+    std::vector<std::string> notes;    // of pages that are not there, not told yet
 
     // Drawings below their folder.
     std::vector<std::string> outputsOf(const Item &item) const;

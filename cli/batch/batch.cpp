@@ -7,6 +7,7 @@
 #include "leaserun.h"
 #include "sidefiles.h"
 #include "stopsignals.h"
+#include "watch.h"
 #include "watchrun.h"
 
 #include "cli/messages.h"
@@ -35,6 +36,11 @@ void refuseOddWords(const BatchSettings &batch)
         throw Failure(kWrongUsage,
                       "batch: --leases divides pictures that are there already, and --watch waits "
                       "for others: give one of them");
+    if (batch.results == "-")
+        throw Failure(kWrongUsage,
+                      "--results: result lines go to a file, which later runs read (--csv - writes "
+                      "a table to standard output)");
+    requireFolders(batch.watch);
 }
 
 ExitCode tellPlan(const BatchRun &run)
@@ -121,6 +127,8 @@ ExitCode runBatch(const CommandLine &line, int argc, char **argv)
     } catch (const Failure &) {
         // What is finished is not to be done again; there may be room for so much.
         outcomes.deliver();
+        meter.clear();
+        tell("at most " + std::to_string(leftOf(run)) + " left (start again to go on)");
         throw;
     }
     results.sync(true);

@@ -17,6 +17,7 @@
 #include "drawing/json.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 
 #include <algorithm>
 
@@ -25,8 +26,6 @@
 namespace ztrace {
 
 namespace {
-
-const std::size_t kMostNamed = 20; // failures of earlier runs
 
 int processors()
 {
@@ -82,10 +81,16 @@ void BatchRun::collect()
 void BatchRun::countPages()
 {
     ztrace::countPages(&crew, jobs, &agenda);
+    if (!line.settings.quiet) {
+        for (const std::string &note : agenda.notes)
+            tell(note);
+    }
+    agenda.notes.clear();
 }
 
 void BatchRun::readLedger()
 {
+    keyOfBook.clear();
     for (const std::string &name : resultFilesIn(batch.out))
         ledger.read(name);
     if (!batch.results.empty())
@@ -104,13 +109,14 @@ Duties BatchRun::usualDuties(const std::function<void()> &everyRound)
 {
     Duties duties;
     duties.answered = [this](const Job &job, char letter, const QByteArray &text) {
-        if (letter == kSkipped && !text.startsWith(kDone) && failedBefore.size() < kMostNamed)
-            failedBefore.push_back(job.item);
-        pass(job.item, outcomes->takeAnswer(job, letter, text));
+        const Verdict verdict = outcomes->takeAnswer(job, letter, text);
+        const bool hasPart = job.item.kind == ItemKind::Page && verdict == Verdict::Good;
+        pass(job.item, verdict,
+             hasPart ? partIn(QJsonDocument::fromJson(text).object()) : PagePart());
     };
     duties.lost = [this](const Job &job, const Loss &loss) {
         if (stopWish() < 2)
-            pass(job.item, outcomes->takeLoss(job, loss));
+            pass(job.item, outcomes->takeLoss(job, loss), PagePart());
     };
     duties.afterRound = [this, everyRound] {
         deliver();
@@ -173,12 +179,14 @@ bool BatchRun::nextPicture(ItemList::Reader *pictures, Item *item)
     return false;
 }
 
-void BatchRun::pass(const Item &item, Verdict verdict)
+void BatchRun::pass(const Item &item, Verdict verdict, const PagePart &part)
 {
     if (verdict == Verdict::Later)
         return;
-    if (item.kind == ItemKind::Page)
-        books.pass(item, verdict == Verdict::Good);
+    if (item.kind == ItemKind::Page && verdict == Verdict::Good)
+        books.pass(item, part);
+    else if (item.kind == ItemKind::Page)
+        books.passWithout(item);
     else if (item.kind == ItemKind::Book)
         books.finish(item, verdict == Verdict::Good);
 }
@@ -190,7 +198,29 @@ void BatchRun::deliver()
     books.removeParts(batch.out);
 }
 
-Job BatchRun::jobOf(const Item &item, int attempt) const
+// Its book's lines of earlier runs, with the part of this page alone: of all pages together they
+// would have as many bytes as the square of their number. Pages of a file come one after the other.
+QByteArray BatchRun::bookLinesFor(const Item &page, const QByteArray &settings)
+{
+    const std::string key = page.path + '\0' + settings.toStdString();
+    if (key != keyOfBook) {
+        keyOfBook = key;
+        linesOfBook.clear();
+        for (const QByteArray &text : ledger.linesOf(page.path, 0, settings).split('\n'))
+            linesOfBook.push_back(QJsonDocument::fromJson(text).object());
+    }
+    const QLatin1String name(kParts);
+    const QString number = QString::number(page.page);
+    QByteArray lines;
+    for (QJsonObject before : linesOfBook) {
+        const QJsonValue part = before.value(name).toObject().value(number);
+        before.insert(name, QJsonObject { { number, part } });
+        lines += (lines.isEmpty() ? "" : "\n") + jsonValue(before);
+    }
+    return lines;
+}
+
+Job BatchRun::jobOf(const Item &item, int attempt)
 {
     Task task;
     task.item = item;
@@ -205,11 +235,14 @@ Job BatchRun::jobOf(const Item &item, int attempt) const
     if (item.kind == ItemKind::Page) {
         task.part = partName(item.path, item.page);
         task.books = agenda.outputsOf(Agenda::bookOf(item));
-        task.bookBefore = ledger.linesOf(item.path, 0, settings);
+        task.bookBefore = bookLinesFor(item, settings);
         task.pages = books.askedOf(item);
     } else if (item.kind == ItemKind::Book) {
         task.pages = books.tracedOf(item);
         task.missing = books.missingOf(item);
+        task.parts = books.partsOf(item);
+        task.source = books.sourceOf(item);
+        task.isLimited = books.isLimited(item);
     }
     return { item, 0, attempt, lineOfTask(task) };
 }

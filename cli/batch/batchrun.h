@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "agenda.h"
 #include "books.h"
@@ -51,24 +52,26 @@ public:
     Agenda agenda;
     Books books;
     Ledger ledger;
-    ResultFile *results = nullptr;  // as long as pictures are traced
-    Outcomes *outcomes = nullptr;   // likewise
-    Meter *meter = nullptr;         // likewise
-    bool isTakenAway = false;       // what is on the agenda is no longer for this run
-    std::size_t leftOut = 0;        // pictures without a drawing, told already
-    std::vector<Item> failedBefore; // the first ones that earlier runs could not trace
-    std::size_t doneByOthers = 0;   // pictures, by runs beside this one
+    ResultFile *results = nullptr; // as long as pictures are traced
+    Outcomes *outcomes = nullptr;  // likewise
+    Meter *meter = nullptr;        // likewise
+    bool isTakenAway = false;      // what is on the agenda is no longer for this run
+    std::size_t leftOut = 0;       // pictures without a drawing, told already
+    std::size_t doneByOthers = 0;  // pictures, by runs beside this one
     std::size_t failedWithOthers = 0;
 
 private:
     Duties usualDuties(const std::function<void()> &everyRound);
     bool nextPicture(ItemList::Reader *pictures, Item *item);
-    void pass(const Item &item, Verdict verdict);
+    void pass(const Item &item, Verdict verdict, const PagePart &part);
     void deliver();
-    Job jobOf(const Item &item, int attempt) const;
+    Job jobOf(const Item &item, int attempt);
+    QByteArray bookLinesFor(const Item &page, const QByteArray &settings);
 
     Crew crew;
     int jobs;
+    std::string keyOfBook; // of what the last page belongs to
+    std::vector<QJsonObject> linesOfBook;
 };
 
 } // namespace ztrace

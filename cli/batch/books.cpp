@@ -26,6 +26,14 @@ std::string partName(const std::string &path, int page)
         + QByteArray::fromStdString(keyOf(path, page)).toHex().toStdString() + ".pdf";
 }
 
+PagePart partIn(const QJsonObject &line)
+{
+    const auto textIn = [&line](const char *name) {
+        return line.value(QLatin1String(name)).toString().toStdString();
+    };
+    return { textIn("part"), textIn("sha256"), line.contains(QLatin1String(kLimits)) };
+}
+
 void removeFolderOfParts(const std::string &out)
 {
     (void)::rmdir((out + '/' + kFolder).c_str());
@@ -49,24 +57,35 @@ void Books::close(const Item &item)
     check(book);
 }
 
-void Books::pass(const Item &page, bool isDone)
+void Books::pass(const Item &page, const PagePart &part)
+{
+    const auto place = books.find(page.path);
+    if (place == books.end())
+        return;
+    Book &book = place->second;
+    --book.waiting;
+    book.isMixed = book.isMixed || (!book.parts.isEmpty() && book.source != part.source);
+    book.isLimited = book.isLimited || part.isLimited;
+    book.source = part.source;
+    book.parts.insert(QString::number(page.page), QString::fromStdString(part.sha256));
+    check(place);
+}
+
+void Books::passWithout(const Item &page)
 {
     const auto book = books.find(page.path);
     if (book == books.end())
         return;
     --book->second.waiting;
-    if (isDone)
-        ++book->second.done;
-    else
-        book->second.missing.push_back(page.page);
+    book->second.missing.push_back(page.page);
     check(book);
 }
 
-void Books::check(std::unordered_map<std::string, Book>::iterator book)
+void Books::check(Place book)
 {
     if (!book->second.isClosed || book->second.waiting > 0)
         return;
-    if (book->second.done > 0)
+    if (!book->second.parts.isEmpty())
         ready.push_back(book->first);
     else
         books.erase(book); // its pages say why
@@ -109,6 +128,24 @@ std::string Books::missingOf(const Item &item) const
     std::vector<int> pages = book->second.missing;
     std::sort(pages.begin(), pages.end());
     return rangesText(pages);
+}
+
+QJsonObject Books::partsOf(const Item &item) const
+{
+    const auto book = books.find(item.path);
+    return book == books.end() ? QJsonObject() : book->second.parts;
+}
+
+std::string Books::sourceOf(const Item &item) const
+{
+    const auto book = books.find(item.path);
+    return book == books.end() || book->second.isMixed ? std::string() : book->second.source;
+}
+
+bool Books::isLimited(const Item &item) const
+{
+    const auto book = books.find(item.path);
+    return book != books.end() && book->second.isLimited;
 }
 
 void Books::finish(const Item &item, bool isDone)

@@ -60,11 +60,15 @@ public:
         std::sort(names.begin(), names.end());
         std::sort(drawings.begin(), drawings.end());
         compareNames();
+        compareFolders();
         if (drawings.size() > 0)
             comparePictures();
         if (!links.empty())
             compareLinks();
         compareLinksToNothing();
+        if (all > kMostClashes)
+            clashes.push_back("and " + std::to_string(all - kMostClashes)
+                              + " more drawings have the names of others");
         return clashes;
     }
 
@@ -96,6 +100,8 @@ private:
         }
         if (suspects.empty())
             return;
+        for (std::size_t i = 1; i < names.size(); ++i)
+            all += names.begin()[i - 1] == names.begin()[i];
         std::unordered_map<std::string, Item> owners;
         agenda.items.forEach([&](const Item &item) {
             for (const std::string &output : agenda.outputsOf(item)) {
@@ -108,22 +114,45 @@ private:
         });
     }
 
+    // No drawing is where the folder of another one is to be.
+    void compareFolders()
+    {
+        agenda.items.forEach([this](const Item &item) {
+            for (const std::string &output : agenda.outputsOf(item)) {
+                for (std::size_t slash = output.find('/'); slash != std::string::npos;
+                     slash = output.find('/', slash + 1)) {
+                    const std::string folder = output.substr(0, slash);
+                    if (clashes.size() < kMostClashes
+                        && std::binary_search(names.begin(), names.end(), hashOf(folder)))
+                        clashes.push_back(folder + " would be a drawing, and the folder of "
+                                          + output + " (see --names)");
+                }
+            }
+        });
+    }
+
     void tellOf(const Item &first, const Item &second, const std::string &output)
     {
         if (first.path != second.path) {
             clashes.push_back(first.path + " and " + second.path + " would both become " + output
-                              + " (see --names)");
+                              + " (" + wayOut(first, second) + ')');
         } else if (first.kind == ItemKind::Book || second.kind == ItemKind::Book) {
             clashes.push_back("pages of " + first.path + " are asked for several times, which all "
                               + "would become " + output + " ({page} in --names tells them apart)");
-        } else if (first.page == second.page) {
-            clashes.push_back(second.path + ": is given twice");
         } else {
-            clashes.push_back("pages " + std::to_string(first.page) + " and "
-                              + std::to_string(second.page) + " of " + second.path
-                              + " would both become " + output
-                              + ": {page} tells them apart in --names (PDF alone holds several)");
+            clashes.push_back(second.path + ": is given twice");
         }
+    }
+
+    // The template that tells two pictures apart, where one does.
+    std::string wayOut(const Item &first, const Item &second) const
+    {
+        const std::string longer = withSuffixes(agenda.names);
+        const std::string suffix = agenda.suffixes.front().text;
+        if (longer.empty()
+            || outputNameOf(first, longer, suffix) == outputNameOf(second, longer, suffix))
+            return "see --names";
+        return "--names '" + longer + "' tells them apart";
     }
 
     void comparePictures()
@@ -199,6 +228,7 @@ private:
     std::unordered_map<std::string, std::string> linksToNothing; // drawings by where they will be
     SpoolArray<std::uint64_t> names;                             // hashes, of all drawings
     SpoolArray<std::uint64_t> drawings;                          // those that are there
+    std::size_t all = 0; // drawings with the name of another one
     std::vector<std::string> clashes;
 };
 

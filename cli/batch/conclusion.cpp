@@ -16,16 +16,10 @@ namespace ztrace {
 
 namespace {
 
-std::size_t openOf(const BatchRun &run)
-{
-    const Tally &tally = run.outcomes->soFar();
-    return tally.all - tally.past() + run.books.open();
-}
-
 void tellNumbers(const BatchRun &run)
 {
     const Tally &tally = run.outcomes->soFar();
-    const std::size_t open = openOf(run);
+    const std::size_t open = leftOf(run);
     if (run.line.settings.quiet) {
         if (open > 0)
             tell(std::to_string(open) + " left (start again to go on)");
@@ -46,9 +40,11 @@ void tellNumbers(const BatchRun &run)
     add(run.agenda.problems.size(), " not accessible");
     add(open, " left (start again to go on)");
     tell(text + "; results in " + resultsName(run.batch));
-    if (run.ledger.wrongLines() > 0)
-        tell(std::to_string(run.ledger.wrongLines())
-             + " lines of earlier runs are no result lines, left out");
+    const int wrong = run.ledger.wrongLines();
+    if (wrong > 0)
+        tell(std::to_string(wrong)
+             + (wrong == 1 ? " line of earlier runs is no result line, left out"
+                           : " lines of earlier runs are no result lines, left out"));
 }
 
 // These no line has told.
@@ -57,8 +53,12 @@ void tellEarlierFailures(const BatchRun &run)
     const std::size_t all = run.outcomes->failedInEarlierRuns();
     if (all == 0)
         return;
-    tell(std::to_string(all) + " of the failures are of earlier runs (see --retry failed):");
-    for (const Item &item : run.failedBefore) {
+    tell(std::to_string(all)
+         + (all == 1 ? " of the failures is of an earlier run"
+                     : " of the failures are of earlier runs")
+         + " (see --retry failed):");
+    const std::vector<Item> &first = run.outcomes->firstFailedInEarlierRuns();
+    for (const Item &item : first) {
         const QByteArray lines = run.ledger.linesOf(item.path, item.page,
                                                     fingerprintOf(run.fingerprint, item.settings));
         const QJsonObject line = QJsonDocument::fromJson(lines.split('\n').front()).object();
@@ -70,8 +70,8 @@ void tellEarlierFailures(const BatchRun &run)
             text += " (page " + std::to_string(item.page) + ')';
         tell("  " + text);
     }
-    if (all > run.failedBefore.size())
-        tell("  and " + std::to_string(all - run.failedBefore.size())
+    if (all > first.size())
+        tell("  and " + std::to_string(all - first.size())
              + " more (--csv FILE writes all reasons)");
 }
 
@@ -91,6 +91,12 @@ void summarise(const BatchRun &run)
 
 } // namespace
 
+std::size_t leftOf(const BatchRun &run)
+{
+    const Tally &tally = run.outcomes->soFar();
+    return tally.all - tally.past() + run.books.open();
+}
+
 ExitCode conclude(const BatchRun &run)
 {
     const BatchSettings &batch = run.batch;
@@ -105,7 +111,7 @@ ExitCode conclude(const BatchRun &run)
     requireArrival(stdout);
     const Tally &tally = run.outcomes->soFar();
     const bool isGood
-        = tally.failed + tally.failedBooks + run.failedWithOthers + openOf(run) + run.leftOut == 0;
+        = tally.failed + tally.failedBooks + run.failedWithOthers + leftOf(run) + run.leftOut == 0;
     return isGood && run.agenda.problems.empty() ? kSuccess : kFailed;
 }
 

@@ -8,6 +8,9 @@
 
 namespace ztrace {
 
+// Pictures and books that are not past.
+std::size_t leftOf(const BatchRun &run);
+
 // Tells what has become of the pictures, writes the summaries that are asked for, and ends the
 // process as a signal would have, when one ended the run. Throws a Failure.
 ExitCode conclude(const BatchRun &run);

@@ -24,17 +24,26 @@ std::string textIn(const QJsonObject &line, const char *name)
 
 bool isOfNow(const QJsonObject &line, const Conditions &now)
 {
-    return !line.isEmpty() && textIn(line, "version") == programVersion()
-        && textIn(line, "settings") == now.settings.toStdString()
-        && (textIn(line, "sha256") == now.sha256 || (now.sha256.empty() && isDone(line)));
+    if (line.isEmpty() || textIn(line, "version") != programVersion()
+        || textIn(line, "settings") != now.settings.toStdString())
+        return false;
+    if (now.sha256.empty() && isDone(line))
+        return true;
+    // Other limits may give another drawing only where these had a part in it.
+    const QLatin1String limits(kLimits);
+    return textIn(line, "sha256") == now.sha256
+        && (!line.contains(limits) || line.value(limits).toObject() == now.limits);
 }
 
-// Of a picture that failed: whether this run may do better.
+// Of a picture that failed: whether this run may do better. A damaged line says nothing.
 bool isWorthATry(const QJsonObject &before, const Conditions &now)
 {
+    const std::string outcome = textIn(before, "outcome");
+    const bool isKnown = outcome == kOutcomeFailed || outcome == kOutcomeDied
+        || outcome == kOutcomeTime || outcome == kOutcomeMemory;
     const double limit = before.value(QLatin1String(kLimit)).toDouble();
-    const double limitNow = textIn(before, "outcome") == kOutcomeTime ? now.seconds : now.memory;
-    return textIn(before, "outcome").empty() || before.value(QLatin1String(kAgain)).toBool()
+    const double limitNow = outcome == kOutcomeTime ? now.seconds : now.memory;
+    return !isKnown || before.value(QLatin1String(kAgain)).toBool()
         || (limit > 0.0 && (limitNow == 0.0 || limitNow > limit));
 }
 
@@ -57,6 +66,7 @@ QJsonObject objectIn(const QByteArray &line)
     return QJsonDocument::fromJson(line).object();
 }
 
+// With these pages, whatever their parts are.
 bool isBookFinished(const QJsonObject &line, const std::string &pages,
                     const std::vector<std::string> &names, const Conditions &now)
 {
@@ -74,7 +84,10 @@ bool isPartThere(const Task &task, const QJsonObject &line, const Conditions &no
         return true;
     const QList<QByteArray> books = task.bookBefore.split('\n');
     return std::any_of(books.begin(), books.end(), [&](const QByteArray &book) {
-        return isBookFinished(objectIn(book), task.pages, task.books, now);
+        const QJsonObject before = objectIn(book);
+        const QString number = QString::number(task.item.page);
+        return textIn(before.value(QLatin1String(kParts)).toObject(), number.toLatin1()) == part
+            && isBookFinished(before, task.pages, task.books, now);
     });
 }
 
@@ -86,7 +99,8 @@ bool isOfThisPicture(const QJsonObject &line, const Conditions &now)
 bool isDrawn(const Task &task, const QJsonObject &line, const Conditions &now)
 {
     if (task.item.kind == ItemKind::Book)
-        return isBookFinished(line, task.pages, task.outputs, now);
+        return line.value(QLatin1String(kParts)).toObject() == task.parts
+            && isBookFinished(line, task.pages, task.outputs, now);
     return isOfThisPicture(line, now) && isDone(line) && hasOutputs(line, task.outputs, now.out)
         && (task.part.empty() || isPartThere(task, line, now));
 }

@@ -5,6 +5,7 @@
 #define ZTRACE_CLI_BATCH_EARLIER_H
 
 #include <QByteArray>
+#include <QJsonObject>
 
 #include <string>
 
@@ -21,6 +22,7 @@ struct Conditions
     std::string worldSha; // of its world file; empty when there is none, or none is asked for
     double seconds;       // that a picture may take; 0: any
     double memory;        // million bytes that it may take; 0: any
+    QJsonObject limits;   // see limitsOf
 };
 
 // SHA-256 of a file, empty when it cannot be read.

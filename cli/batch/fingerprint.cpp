@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "fingerprint.h"
 
+#include "cli/gimppalette.h"
 #include "cli/options.h"
 #include "cli/presets.h"
 #include "cli/textfile.h"
@@ -37,15 +38,33 @@ bool matters(const Option &option)
         && std::find(without.begin(), without.end(), option.name) == without.end();
 }
 
+void addColours(const std::vector<QRgb> &colours, Parts *parts)
+{
+    for (const QRgb colour : colours)
+        parts->add(std::to_string(colour));
+}
+
+// With the palette that it may name.
+void addPreset(const std::string &name, Parts *parts)
+{
+    const Preset preset = findPreset(name);
+    Settings scratch;
+    std::set<std::string> given;
+    applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
+                  &scratch);
+    parts->add(preset.text);
+    addColours(scratch.palette, parts);
+}
+
 // Those that pictures of the run may be traced with.
 void addPresets(const std::string &name, Parts *parts)
 {
     if (name != kAutoPreset) {
-        parts->add(findPreset(name).text);
+        addPreset(name, parts);
         return;
     }
     for (const char *usual : { "lineart", "logo", "photo", "poster" })
-        parts->add(findPreset(usual).text);
+        addPreset(usual, parts);
 }
 
 } // namespace
@@ -74,8 +93,7 @@ QByteArray fingerprintOf(const CommandLine &line)
                       &whole.given, &whole.settings);
     }
     addPresets(whole.settings.preset, &parts);
-    for (QRgb colour : whole.settings.palette)
-        parts.add(std::to_string(colour));
+    addColours(whole.settings.palette, &parts);
     return parts.digest();
 }
 
@@ -89,7 +107,9 @@ QByteArray fingerprintOf(const QByteArray &ofAll, const std::vector<Said> &setti
         parts.add(said.first);
         parts.add(said.second);
         if (said.first == "preset" && said.second != kAutoPreset)
-            parts.add(findPreset(said.second).text);
+            addPreset(said.second, &parts);
+        if (said.first == "palette" && isPaletteFile(said.second))
+            addColours(paletteValue(said.second), &parts);
     }
     return parts.digest();
 }

@@ -17,7 +17,7 @@ namespace ztrace {
 // parsed. Throws a Failure for files that cannot be read.
 QByteArray fingerprintOf(const CommandLine &line);
 
-// The same for a picture with settings of its own.
+// The same for a picture with settings of its own, which may name files too.
 QByteArray fingerprintOf(const QByteArray &ofAll, const std::vector<Said> &settings);
 
 QByteArray sha256Of(const QByteArray &bytes);

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "inputs.h"
 
+#include "results.h"
+
 #include "cli/distrust.h"
 #include "cli/failure.h"
 #include "cli/formats.h"
@@ -31,6 +33,8 @@ typedef std::pair<dev_t, ino_t> Identity;
 
 // Of a list or a manifest, read as a whole: ten million names of a hundred letters.
 const std::size_t kMostBytesOfList = 1000000000;
+
+const char kMark[] = "\xEF\xBB\xBF";
 
 // What images are called besides the names of the toolkit's formats.
 const char *const kOtherSuffixes[] = { "pdf", "heic", "heif", "jpe", "jfif" };
@@ -140,6 +144,9 @@ public:
     std::size_t drawingsLeftOut() const { return drawings; }
     std::size_t othersLeftOut() const { return others; }
 
+    // Whatever was asked for: drawings of runs into the same folder.
+    std::size_t ownLeftOut() const { return own; }
+
 private:
     void problem(const std::string &path, int error)
     {
@@ -180,11 +187,16 @@ private:
         if (S_ISDIR(info.st_mode)) {
             if (walk.recursive)
                 visit(full, folder.empty() ? name : folder + '/' + name);
+        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isSideFile(full)
+                   && !isWanted(name, {})) {
+            return; // one that is called as a picture is refused
         } else if (!wanted) {
             others += isUsual && !isDrawing(name) && S_ISREG(info.st_mode);
         } else if (isUsual && walk.opensFiles && isLikeDrawing(name) && S_ISREG(info.st_mode)
                    && isOwnDrawing(QFile::decodeName(full.c_str()))) {
             ++drawings;
+        } else if (S_ISREG(info.st_mode) && walk.own && walk.own->isDrawing(full)) {
+            ++own;
         } else if (!S_ISREG(info.st_mode)) {
             collected->notes.push_back(full + ": is no file, left out");
         } else {
@@ -199,14 +211,16 @@ private:
     Collected *collected;
     std::size_t drawings = 0; // left out
     std::size_t others = 0;   // as well
+    std::size_t own = 0;      // as well
     Identity out = { 0, 0 };
     std::set<Identity> visited;
 };
 
 } // namespace
 
-void collect(const std::string &input, const Walk &walk, Collected *collected)
+void collect(const std::string &said, const Walk &walk, Collected *collected)
 {
+    const std::string input = plainPath(said);
     struct stat info;
     if (stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
         Walker walker(walk, collected);
@@ -218,6 +232,9 @@ void collect(const std::string &input, const Walk &walk, Collected *collected)
             collected->notes.push_back(input
                                        + ": files that are not called as images are, left out: "
                                        + std::to_string(others) + " (--pattern takes them)");
+        if (const std::size_t own = walker.ownLeftOut())
+            collected->notes.push_back(input + ": drawings of runs into " + walk.out
+                                       + ", left out: " + std::to_string(own));
         return;
     }
     Item item;
@@ -261,7 +278,7 @@ void collectList(const std::string &fileName, Collected *collected)
         if (end == '\n' && !name.empty() && name.back() == '\r')
             name.pop_back();
         Item item;
-        item.path = name;
+        item.path = plainPath(name);
         // Names in a list may be equal but for their folders.
         if (!name.empty() && name[0] != '/' && name.find('/') != std::string::npos)
             item.folder = name.substr(0, name.rfind('/'));
@@ -271,10 +288,12 @@ void collectList(const std::string &fileName, Collected *collected)
     };
     forEachPortion(fileName, [&](const std::string &portion) {
         // No name is as long as the first portion.
+        // Some programs begin a text with a mark.
+        const bool isMarked = isFirst && portion.compare(0, sizeof kMark - 1, kMark) == 0;
         if (isFirst)
             end = portion.find('\0') != std::string::npos ? '\0' : '\n';
         isFirst = false;
-        for (std::size_t at = 0; at < portion.size();) {
+        for (std::size_t at = isMarked ? sizeof kMark - 1 : 0; at < portion.size();) {
             const std::size_t next = std::min(portion.find(end, at), portion.size());
             name.append(portion, at, next - at);
             if (next < portion.size())

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "itemlist.h"
+#include "ownfiles.h"
 
 namespace ztrace {
 
@@ -35,14 +36,15 @@ struct Walk
     // As shells have them; empty: what images are called, but for SVG and for PDF and PNG that this
     // program made, as these are drawings.
     std::vector<std::string> patterns;
-    std::string out;        // this folder is left out where it is found in another one
-    bool opensFiles = true; // else all PDF and PNG are taken
+    std::string out;         // this folder is left out where it is found in another one
+    bool opensFiles = true;  // else all PDF and PNG are taken
+    OwnFiles *own = nullptr; // what is never taken: side files, and drawings that it has read of
 };
 
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left
 // out, each folder once whatever links lead to it. A file that is not there is no problem here: it
 // gets its result like any other.
-void collect(const std::string &input, const Walk &walk, Collected *collected);
+void collect(const std::string &said, const Walk &walk, Collected *collected);
 
 // Adds the files that a list names, one a line, "-" for standard input; empty lines are left out. A
 // zero byte in it says that names end with those. Throws a Failure.

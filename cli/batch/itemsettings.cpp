@@ -2,7 +2,9 @@
 #include "itemsettings.h"
 
 #include "cli/failure.h"
+#include "cli/gimppalette.h"
 #include "cli/options.h"
+#include "cli/presets.h"
 #include "cli/values.h"
 
 namespace ztrace {
@@ -31,7 +33,8 @@ void applyItemSettings(const std::vector<Said> &said, Settings *settings,
         }
         const Option *option = findOption(one.first);
         if (!option || !option->inScripts || option->isAction() || one.first == "set"
-            || one.first == "page" || option->place == Place::CommandLine)
+            || one.first == "page" || option->group == Group::Running
+            || option->place == Place::CommandLine)
             throw Failure(kWrongUsage,
                           option ? "\"" + shortened(one.first) + "\" cannot be a picture's own"
                                  : noSuchOption(one.first));
@@ -51,6 +54,21 @@ void checkItemSettings(const std::vector<Said> &said)
     Settings scratch;
     std::set<std::string> given;
     applyItemSettings(said, &scratch, &given);
+    if (given.count("preset") == 0 || scratch.preset == kAutoPreset)
+        return;
+    const Preset preset = findPreset(scratch.preset);
+    applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,
+                  &scratch);
+}
+
+void placeFiles(const std::string &folder, std::vector<Said> *said)
+{
+    for (Said &one : *said) {
+        const bool isFile = (one.first == "palette" && isPaletteFile(one.second, folder))
+            || (one.first == "preset" && isPresetFile(one.second));
+        if (isFile && one.second[0] != '/')
+            one.second = folder + one.second;
+    }
 }
 
 } // namespace ztrace

@@ -4,6 +4,7 @@
 #include "csvrows.h"
 #include "inputs.h"
 #include "itemsettings.h"
+#include "results.h"
 #include "spoolarray.h"
 
 #include "cli/failure.h"
@@ -116,6 +117,14 @@ private:
     bool checkColumns(const CsvRow &header)
     {
         bool good = true;
+        const std::string &first = header.fields.front();
+        const char other = first.find(';') != std::string::npos ? ';' : '\t';
+        if (header.fields.size() == 1 && first.find(other) != std::string::npos) {
+            error(header.line,
+                  std::string(other == ';' ? "semicolons" : "tabs")
+                      + " stand between the columns where commas are wanted");
+            return false;
+        }
         for (const std::string &name : header.fields) {
             if (std::find(kColumns.begin(), kColumns.end(), name) == kColumns.end()) {
                 error(header.line,
@@ -281,7 +290,7 @@ private:
             error(line, "there is no path");
             return;
         }
-        item.path = entry.path[0] == '/' ? entry.path : folder + entry.path;
+        item.path = plainPath(entry.path[0] == '/' ? entry.path : folder + entry.path);
         if (entry.path[0] != '/' && entry.path.find('/') != std::string::npos)
             item.folder = entry.path.substr(0, entry.path.rfind('/'));
         item.sha256 = QByteArray::fromStdString(entry.sha256).toLower().toStdString();
@@ -293,6 +302,7 @@ private:
             return;
         }
         item.settings = std::move(entry.settings);
+        placeFiles(folder, &item.settings);
         try {
             if (!entry.page.empty())
                 item.ranges = pagesValue("page", entry.page, kMostPages);

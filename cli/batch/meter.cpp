@@ -39,6 +39,12 @@ int terminalWidth()
                                                                            : kUsualWidth;
 }
 
+// A table or the like, which has that to itself.
+bool writesToOutput(const BatchSettings &batch)
+{
+    return batch.csv == "-" || batch.premis == "-" || batch.report == "-";
+}
+
 } // namespace
 
 std::string barText(const Tally &tally, double seconds, int width)
@@ -65,7 +71,9 @@ std::string barText(const Tally &tally, double seconds, int width)
 
 Meter::Meter(const Settings &settings)
     : hasBar(!settings.quiet && settings.progress != Progress::Never && isatty(STDERR_FILENO)),
-      hasLines(!settings.quiet && !hasBar), start(std::chrono::steady_clock::now()), last()
+      hasLines(!settings.quiet && !hasBar),
+      lines(writesToOutput(settings.batch) ? messageStream() : stdout),
+      start(std::chrono::steady_clock::now()), last()
 { }
 
 Meter::~Meter()
@@ -88,14 +96,14 @@ void Meter::line(const Tally &tally, const std::string &text, bool isFailure)
         clear();
         tell(text);
     } else if (hasLines) {
-        std::printf("%zu/%zu %s\n", tally.past(), tally.all, printable(text).c_str());
+        std::fprintf(lines, "%zu/%zu %s\n", tally.past(), tally.all, printable(text).c_str());
     }
 }
 
 void Meter::draw(const Tally &tally)
 {
     if (hasLines)
-        std::fflush(stdout);
+        std::fflush(lines);
     const auto now = std::chrono::steady_clock::now();
     if (!hasBar || now - last < kInterval)
         return;

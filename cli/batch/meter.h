@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 #include "cli/Settings.h"
@@ -46,6 +47,7 @@ public:
 private:
     bool hasBar;
     bool hasLines;
+    std::FILE *lines; // where they go
     bool isDrawn = false;
     std::chrono::steady_clock::time_point start;
     std::chrono::steady_clock::time_point last;

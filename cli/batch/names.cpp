@@ -59,6 +59,8 @@ std::string filled(const std::string &pattern,
     return result;
 }
 
+const char kName[] = "{name}";
+const char kSuffix[] = "{suffix}";
 const char kPage[] = "{page}";
 const char kFormat[] = "{format}";
 
@@ -67,6 +69,15 @@ const char kFormat[] = "{format}";
 bool namesPages(const std::string &pattern)
 {
     return pattern.find(kPage) != std::string::npos;
+}
+
+std::string withSuffixes(const std::string &pattern)
+{
+    std::string names = pattern.empty() ? kUsualNames : pattern;
+    if (names.find(kSuffix) != std::string::npos)
+        return std::string();
+    const std::string name = kName;
+    return names.insert(names.rfind(name) + name.size(), std::string("-") + kSuffix);
 }
 
 void checkTemplate(const std::string &pattern)
@@ -109,19 +120,20 @@ std::string outputNameOf(const Item &item, const std::string &pattern,
     const std::string file = fileOf(item.path);
     const std::size_t dot = dotOf(file);
     const bool isNumbered = item.pages > 1 && item.kind != ItemKind::Book;
-    const std::string usual = isNumbered ? kUsualNamesOfPages : kUsualNames;
-    const std::string name
-        = filled(pattern.empty() ? usual : pattern, [&](const std::string &place) {
-              if (place == "folder")
-                  return item.folder;
-              if (place == "name")
-                  return file.substr(0, dot);
-              if (place == "suffix")
-                  return dot < file.size() ? file.substr(dot + 1) : std::string();
-              if (place == "page")
-                  return pageNumber(item.page, item.pages);
-              return suffixOfFormat;
-          });
+    std::string whole = pattern.empty() ? kUsualNames : pattern;
+    if (isNumbered && !namesPages(whole))
+        whole.insert(whole.rfind('.'), std::string("-") + kPage);
+    const std::string name = filled(whole, [&](const std::string &place) {
+        if (place == "folder")
+            return item.folder;
+        if (place == "name")
+            return file.substr(0, dot);
+        if (place == "suffix")
+            return dot < file.size() ? file.substr(dot + 1) : std::string();
+        if (place == "page")
+            return pageNumber(item.page, item.pages);
+        return suffixOfFormat;
+    });
     return cleaned(name);
 }
 

@@ -37,10 +37,13 @@ struct Item
 };
 
 const char kUsualNames[] = "{folder}/{name}.{format}";
-const char kUsualNamesOfPages[] = "{folder}/{name}-{page}.{format}";
 
 // Whether a template that was given tells pages of a file apart.
 bool namesPages(const std::string &pattern);
+
+// The template, or the usual one, with the pictures' own endings in the names; empty where it has
+// them.
+std::string withSuffixes(const std::string &pattern);
 
 // Throws a Failure for a template with unknown names in braces, without {name}, or that leads out
 // of the folder.
@@ -52,7 +55,8 @@ std::string endingOf(const std::string &pattern);
 
 // The file for a drawing below the folder of all drawings: the template with {folder}, {name} and
 // {suffix} of the picture, {page} with as many digits as the last one has, and {format} filled in.
-// An empty template is the usual one. An empty folder leaves no slash; no name leads out of the
+// An empty template is the usual one. A page of several has its number before the ending also where
+// the template has no {page}. An empty folder leaves no slash; no name leads out of the
 // folder.
 std::string outputNameOf(const Item &item, const std::string &pattern,
                          const std::string &suffixOfFormat);

@@ -14,6 +14,8 @@ namespace ztrace {
 
 namespace {
 
+const std::size_t kMostNamed = 20; // failures of earlier runs
+
 std::string nameOf(const Item &item)
 {
     const std::string name = shortened(item.path, kLongestName);
@@ -62,19 +64,21 @@ Verdict Outcomes::takeAnswer(const Job &job, char letter, const QByteArray &text
 
 Verdict Outcomes::takeSkipped(const Item &item, const QByteArray &text)
 {
-    const int space = text.indexOf(' ');
-    const bool wasDone = (space < 0 ? text : text.left(space)) == kDone;
-    if (wasDone && space >= 0 && item.kind != ItemKind::Book) {
+    const QJsonObject said = QJsonDocument::fromJson(text).object();
+    const bool wasDone = isDone(said);
+    const std::string unreadable = unpacked(said.value(QLatin1String(kUnreadable)));
+    if (wasDone && !unreadable.empty() && item.kind != ItemKind::Book) {
         ++tally.warned;
         meter->line(tally,
                     nameOf(item) + ": finished before, and not there any more ("
-                        + withoutName(text.mid(space + 1).toStdString(), item) + ")",
+                        + withoutName(unreadable, item) + ")",
                     true);
     }
-    if (item.kind != ItemKind::Book) {
-        ++(wasDone ? tally.finished : tally.failed);
-        failedBefore += !wasDone;
-    }
+    if (item.kind == ItemKind::Book)
+        return Verdict::Good; // of those only what is done is skipped
+    ++(wasDone ? tally.finished : tally.failed);
+    if (!wasDone && ++failedBefore <= kMostNamed)
+        failed.push_back(item);
     return wasDone ? Verdict::Good : Verdict::Bad;
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <vector>
 
 #include "crew.h"
 #include "meter.h"
@@ -42,6 +43,7 @@ public:
 
     const Tally &soFar() const { return tally; }
     std::size_t failedInEarlierRuns() const { return failedBefore; }
+    const std::vector<Item> &firstFailedInEarlierRuns() const { return failed; }
 
 private:
     Verdict takeSkipped(const Item &item, const QByteArray &text);
@@ -55,6 +57,7 @@ private:
     Meter *meter;
     Tally tally;
     std::size_t failedBefore = 0;
+    std::vector<Item> failed; // the first of them
     std::deque<Item> again;
     QByteArray arrived; // lines that are not written yet
 };

@@ -7,6 +7,8 @@
 
 #include <QCryptographicHash>
 #include <QDateTime>
+#include <QDir>
+#include <QFile>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -27,7 +29,8 @@ const int kLockTries = 50;
 const useconds_t kLockWait = 100000; // microseconds
 const std::chrono::milliseconds kBetweenSyncs(200);
 const int kPart = 1 << 18;
-const int kMostLine = 1 << 24; // longer ones are none of ours
+const int kMostLine = 1 << 24;         // longer ones are none of ours
+const std::ptrdiff_t kMostEarlier = 8; // lines of drawings: of formats in turn, say
 
 [[noreturn]] void fail(ExitCode code, const std::string &name, int error)
 {
@@ -91,6 +94,13 @@ std::uint32_t conditionsOf(const QString &version, const QString &settings)
     return shortHash(version + QLatin1Char('\n') + settings);
 }
 
+// From the root, for those who look for it there as well as from the working folder.
+std::string wholePath(const std::string &path)
+{
+    static const std::string here = QFile::encodeName(QDir::currentPath()).toStdString() + '/';
+    return path[0] == '/' ? path : here + path;
+}
+
 // 0 for a line without a time.
 qint64 timeIn(const QJsonObject &line)
 {
@@ -128,9 +138,24 @@ bool isBook(const QJsonObject &line)
     return line.value(QLatin1String("page")).toInt(1) == 0;
 }
 
+std::string plainPath(const std::string &path)
+{
+    std::string plain = path.compare(0, 1, "/") == 0 ? "/" : "";
+    for (std::size_t at = 0; at < path.size();) {
+        const std::size_t slash = std::min(path.find('/', at), path.size());
+        const std::string part = path.substr(at, slash - at);
+        if (!part.empty() && part != ".")
+            plain += (plain.empty() || plain == "/" ? "" : "/") + part;
+        at = slash + 1;
+    }
+    if (plain == "-" && path != plain)
+        return "./-"; // the other one is standard input
+    return plain.empty() ? "." : plain;
+}
+
 std::string keyOf(const std::string &path, int page)
 {
-    const std::string text = path + '\0' + std::to_string(page);
+    const std::string text = plainPath(path) + '\0' + std::to_string(page);
     return QCryptographicHash::hash(QByteArray::fromStdString(text), QCryptographicHash::Md5)
         .toStdString();
 }
@@ -219,7 +244,8 @@ void Ledger::read(const std::string &fileName)
             if (path.empty())
                 return;
             Place place = {};
-            const std::string key = keyOf(path, line.value(QLatin1String("page")).toInt(1));
+            const std::string key
+                = keyOf(wholePath(path), line.value(QLatin1String("page")).toInt(1));
             std::copy(key.begin(), key.end(), place.key.begin());
             place.offset = offset;
             place.time = timeIn(line);
@@ -227,7 +253,7 @@ void Ledger::read(const std::string &fileName)
                                             line.value(QLatin1String("settings")).toString());
             place.source = shortHash(line.value(QLatin1String("sha256")).toString());
             place.file = number;
-            place.size = static_cast<unsigned>(size) & 0x3fffffffU;
+            place.size = static_cast<unsigned>(size) & 0x1fffffffU;
             place.isDone = isDone(line);
             places.add(place);
         },
@@ -253,7 +279,7 @@ void Ledger::settle() const
     isSettled = true;
     pictures = 0;
     std::sort(places.begin(), places.end(), isBefore);
-    Place *const end = keepLastOfFiles();
+    Place *const end = keepLatest();
     for (Place *first = places.begin(); first != end;) {
         Place *const next
             = std::find_if(first, end, [&](const Place &place) { return place.key != first->key; });
@@ -264,15 +290,24 @@ void Ledger::settle() const
 }
 
 // Returns the end of what is left.
-Ledger::Place *Ledger::keepLastOfFiles() const
+Ledger::Place *Ledger::keepLatest() const
 {
     Place *kept = places.begin();
     std::size_t count = 0;
-    for (const Place &place : places) {
-        if (count > 0 && kept[count - 1].key == place.key && kept[count - 1].file == place.file)
-            kept[count - 1] = place;
-        else
-            kept[count++] = place;
+    const auto isOfOne
+        = [](const Place &a, const Place &b) { return a.key == b.key && a.file == b.file; };
+    for (Place *first = places.begin(); first != places.end();) {
+        Place *const next = std::find_if(
+            first, places.end(), [&](const Place &place) { return !isOfOne(place, *first); });
+        Place *const last = next - 1;
+        auto done = std::count_if(first, last, [](const Place &place) { return place.isDone; });
+        for (Place *place = first; place != next; ++place) {
+            if (place != last && (!place->isDone || done-- > kMostEarlier))
+                continue;
+            kept[count] = *place;
+            kept[count++].isLast = place == last;
+        }
+        first = next;
     }
     places.cutTo(count);
     return kept + count;
@@ -282,6 +317,8 @@ Ledger::Place *Ledger::keepLastOfFiles() const
 void Ledger::rank(Place *first, Place *end) const
 {
     const auto isBetter = [this](const Place &a, const Place &b) {
+        if (a.isLast != b.isLast)
+            return bool(a.isLast);
         const bool isOfNow = a.conditions == preferred;
         if (isOfNow != (b.conditions == preferred))
             return isOfNow;
@@ -289,7 +326,7 @@ void Ledger::rank(Place *first, Place *end) const
     };
     std::sort(first, end, isBetter);
     Place *const holds = std::find_if(first, end, [first](const Place &place) {
-        return place.isDone && place.conditions == first->conditions
+        return place.isLast && place.isDone && place.conditions == first->conditions
             && place.source == first->source;
     });
     if (holds != end)
@@ -331,7 +368,7 @@ const Ledger::Place *Ledger::firstOf(const std::string &path, int page) const
 {
     settle();
     Place wanted = {};
-    const std::string key = keyOf(path, page);
+    const std::string key = keyOf(wholePath(path), page);
     std::copy(key.begin(), key.end(), wanted.key.begin());
     const Place *found
         = std::lower_bound(places.begin(), places.end(), wanted,

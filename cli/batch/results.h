@@ -34,6 +34,13 @@ const char kOutcomeMemory[] = "memory limit";
 const char kAgain[] = "again";
 const char kLimit[] = "limit";
 
+// What --max-pixels and --max-memory were, where one of them has refused the picture or made it
+// smaller.
+const char kLimits[] = "limits";
+
+// Of a book: the SHA-256 of each page's part, by number.
+const char kParts[] = "parts";
+
 // A file name as members of a line: `name` with text, and `name`Bytes, percent-encoded, where the
 // bytes are no UTF-8.
 void insertName(const char *name, const std::string &bytes, QJsonObject *line);
@@ -45,7 +52,10 @@ bool isDone(const QJsonObject &line);
 // Whether a line is of all pages of a file, put together.
 bool isBook(const QJsonObject &line);
 
-// What tells pictures apart: 16 bytes of a hash.
+// A name without "." and empty parts: "./d//a.png" is "d/a.png". What links lead to is not asked.
+std::string plainPath(const std::string &path);
+
+// What tells pictures apart: 16 bytes of a hash of the plain path.
 std::string keyOf(const std::string &path, int page);
 
 // Gives every whole line of a file that is a JSON object, with its place. What is none is counted
@@ -59,7 +69,8 @@ int forEachLine(const std::string &fileName,
 // SpoolArray. Of a file that is the last one, whatever the clock said. Of several files it is the
 // newest, by the times in them; but where that is a failure, and another one is of a drawing from
 // the same file by the same settings and program, it is that one. What files are called means
-// nothing.
+// nothing. A picture is one whether its path begins at the working folder or at the root. Earlier
+// lines of drawings are kept too, eight a picture and file: their drawings may still be there.
 class Ledger
 {
 public:
@@ -82,8 +93,8 @@ public:
     // Null when there is none.
     QByteArray lineOf(const std::string &path, int page) const;
 
-    // Those of all files by these settings and this program, the one that would hold first, with a
-    // line end between them. Null when there is none.
+    // Those of all files by these settings and this program, the one that would hold first, earlier
+    // ones last, with a line end between them. Null when there is none.
     QByteArray linesOf(const std::string &path, int page, const QByteArray &settings) const;
 
     // What they say of the picture.
@@ -101,7 +112,8 @@ private:
         std::uint32_t conditions; // of program and settings: four bytes of a hash
         std::uint32_t source;     // of the picture's file, likewise
         std::int32_t file;
-        std::uint32_t size : 30;
+        std::uint32_t size : 29;
+        std::uint32_t isLast : 1; // of its file
         std::uint32_t isDone : 1;
         std::uint32_t holds : 1;
     };
@@ -110,7 +122,7 @@ private:
     int numberOf(const std::string &fileName);
     void forget(int file);
     void settle() const;
-    Place *keepLastOfFiles() const;
+    Place *keepLatest() const;
     void rank(Place *first, Place *end) const;
     const Place *firstOf(const std::string &path, int page) const;
     QByteArray lineAt(const Place &place) const;
@@ -124,7 +136,7 @@ private:
     std::vector<File> files;
     std::unordered_map<std::string, int> numbers; // of files
     std::uint32_t preferred = 0;
-    // Of every line; when they were settled, one a picture and file, those of a picture together
+    // Of every line; when they were settled, few a picture and file, those of a picture together
     // and the one that holds first.
     mutable SpoolArray<Place> places;
     mutable std::size_t pictures = 0;

@@ -43,6 +43,9 @@ void insertBook(const Task &task, QJsonObject *message)
     message->insert(QLatin1String("bookBefore"), QString::fromUtf8(task.bookBefore));
     message->insert(QLatin1String("ofPages"), packed(task.pages));
     message->insert(QLatin1String("missing"), packed(task.missing));
+    message->insert(QLatin1String("parts"), task.parts);
+    message->insert(QLatin1String("source"), packed(task.source));
+    message->insert(QLatin1String("isLimited"), task.isLimited);
 }
 
 void takeBook(const QJsonObject &message, Task *task)
@@ -53,6 +56,9 @@ void takeBook(const QJsonObject &message, Task *task)
     task->bookBefore = message.value(QLatin1String("bookBefore")).toString().toUtf8();
     task->pages = unpacked(message.value(QLatin1String("ofPages")));
     task->missing = unpacked(message.value(QLatin1String("missing")));
+    task->parts = message.value(QLatin1String("parts")).toObject();
+    task->source = unpacked(message.value(QLatin1String("source")));
+    task->isLimited = message.value(QLatin1String("isLimited")).toBool();
 }
 
 } // namespace

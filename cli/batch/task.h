@@ -22,12 +22,15 @@ struct Task
 
     // Of the page of a book: the part that it gives, the book's own drawings, its lines of earlier
     // runs, and the pages that are asked for. Of a book: the pages that could be traced, and
-    // those that could not. Pages as ranges.
+    // those that could not; what Books says of their parts. Pages as ranges.
     std::string part;
     std::vector<std::string> books;
     QByteArray bookBefore;
     std::string pages;
     std::string missing;
+    QJsonObject parts;
+    std::string source;
+    bool isLimited = false;
 
     int preview = 0;    // its longer side; 0: none
     bool retry = false; // also when that one failed

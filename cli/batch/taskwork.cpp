@@ -124,6 +124,8 @@ void TaskWork::tracePage(const Task &task, const ImageSource &image, TraceJob jo
     Remarks remarks;
     QImage picture = image.read(task.item.page, !job.settings.raw, &remarks);
     warnOfRemarks(remarks, job);
+    if (remarks.isMadeSmaller)
+        traced->line.insert(QLatin1String(kLimits), limitsOf(line.settings));
     const double reading = secondsSince(start);
     const Ending ending = image.ending(task.item.page);
     warnOfEnding(ending, job);
@@ -205,7 +207,10 @@ void TaskWork::putTogether(const Task &task, Traced *traced)
 {
     PdfBook book;
     for (const int page : pagesWithin(pagesValue("pages", task.pages, kMostPages), kMostPages)) {
-        if (!book.addPage(partOf(task.item.path, page)))
+        const QByteArray part = partOf(task.item.path, page);
+        const QString number = QString::number(page);
+        if (task.parts.value(number).toString() != QLatin1String(sha256Of(part))
+            || !book.addPage(part))
             throw Failure(kInputUnreadable,
                           task.item.path + ": the drawing of page " + std::to_string(page)
                               + " has gone (start again to trace it once more)");
@@ -218,6 +223,9 @@ void TaskWork::putTogether(const Task &task, Traced *traced)
     stageBook(outputs, &book, traced->files.get());
     addOutputs(task, outputs, traced);
     traced->line.insert(QLatin1String("pages"), QString::fromStdString(task.pages));
+    traced->line.insert(QLatin1String(kParts), task.parts);
+    if (task.isLimited)
+        traced->line.insert(QLatin1String(kLimits), limitsOf(line.settings));
     if (!task.missing.empty())
         traced->line.insert(QLatin1String("missing"), QString::fromStdString(task.missing));
     traced->line.insert(QLatin1String("outcome"), QLatin1String(kDone));

@@ -158,6 +158,14 @@ void addAgain(QJsonObject *line)
     line->insert(QLatin1String(kAgain), true);
 }
 
+QJsonObject limitsOf(const Settings &settings)
+{
+    QJsonObject limits;
+    limits.insert(QLatin1String("max-pixels"), settings.maxPixels);
+    limits.insert(QLatin1String("max-memory"), settings.maxMemory);
+    return limits;
+}
+
 void addWarning(const std::string &text, QJsonObject *line)
 {
     const QLatin1String name("warnings");

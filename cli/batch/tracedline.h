@@ -29,15 +29,18 @@ void addTrace(const TracedPicture &traced, QJsonObject *line);
 void addCheck(const QImage &picture, const TracedPicture &traced, double least, Ending ending,
               QJsonObject *line);
 
-// On one line, without its end.
 // Why there is no drawing.
 void addFailure(ExitCode code, const std::string &text, QJsonObject *line);
 
 // The failure is not one of the picture and its settings: every run tries it again.
 void addAgain(QJsonObject *line);
 
+// As a line has them under kLimits.
+QJsonObject limitsOf(const Settings &settings);
+
 void addWarning(const std::string &text, QJsonObject *line);
 
+// On one line, without its end.
 QByteArray lineText(const QJsonObject &line);
 
 } // namespace ztrace

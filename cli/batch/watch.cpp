@@ -53,18 +53,24 @@ bool isSame(const timespec &a, const timespec &b)
 
 } // namespace
 
-Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
-    : folders(watched), walk(how), events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+void requireFolders(const std::vector<std::string> &folders)
 {
-    walk.opensFiles = false; // again and again
     for (const std::string &folder : folders) {
         struct stat info;
         if (stat(folder.c_str(), &info) != 0)
             throw Failure(kInputUnreadable, folder + ": " + std::strerror(errno));
         if (!S_ISDIR(info.st_mode))
             throw Failure(kInputUnreadable, folder + ": is no folder to watch");
-        listen(folder);
     }
+}
+
+Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
+    : folders(watched), walk(how), events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+{
+    walk.opensFiles = false; // again and again
+    requireFolders(folders);
+    for (const std::string &folder : folders)
+        listen(folder);
 }
 
 // Folders in folders come and go: those are looked at. Returns whether it is a folder that was not

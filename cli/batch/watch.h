@@ -18,12 +18,15 @@ namespace ztrace {
 // Tells of files when their size and time have been the same for a second, once for each such
 // state. Folders of this machine are asked for news, those of network file systems are looked at
 // every second.
+// Throws a Failure for the first that is not there, or is no folder.
+void requireFolders(const std::vector<std::string> &folders);
+
 class Watch
 {
 public:
     typedef std::chrono::steady_clock Clock;
 
-    // Throws a Failure for a folder that cannot be watched.
+    // Throws a Failure for a folder that is none.
     Watch(const std::vector<std::string> &folders, const Walk &how);
 
     // Waits at most `milliseconds` for something to happen; signals end it early.
@@ -32,6 +35,9 @@ public:
     // Files that are complete by now. What cannot be read goes to `problems`, once
     // until it can be again.
     std::vector<Item> takeComplete(std::vector<std::string> *problems);
+
+    // What could not be read at the last look.
+    const std::set<std::string> &problems() const { return told; }
 
     // What is not complete yet, in sentences: empty files, and those that are being written.
     std::vector<std::string> incomplete() const;

@@ -6,6 +6,8 @@
 
 #include "cli/messages.h"
 
+#include <algorithm>
+#include <set>
 #include <unordered_map>
 
 namespace ztrace {
@@ -56,16 +58,29 @@ void leaveOutClashes(Owners *owners, BatchRun *run)
     run->agenda.items = std::move(good);
 }
 
+// They were told when they came; a folder may have been among the pictures too.
+void addProblems(const std::set<std::string> &problems, BatchRun *run)
+{
+    std::vector<std::string> &known = run->agenda.problems;
+    for (const std::string &problem : problems) {
+        if (std::find(known.begin(), known.end(), problem) == known.end())
+            known.push_back(problem);
+    }
+}
+
 } // namespace
 
 void traceWhatComes(BatchRun *run)
 {
     const BatchSettings &batch = run->batch;
-    const Walk walk = { batch.recursive, batch.patterns, batch.out };
+    OwnFiles own(batch);
+    const Walk walk = { batch.recursive, batch.patterns, batch.out, false, &own };
     Watch watch(batch.watch, walk);
     Owners owners;
     while (signalsSoFar() == 0 && run->stopWish() == 0) {
         watch.wait(kWatchWait);
+        if (!batch.patterns.empty())
+            own.readLines();
         std::vector<std::string> problems;
         const std::vector<Item> complete = watch.takeComplete(&problems);
         for (const std::string &problem : problems)
@@ -81,6 +96,7 @@ void traceWhatComes(BatchRun *run)
         run->outcomes->draw();
     }
     run->meter->clear();
+    addProblems(watch.problems(), run);
     for (const std::string &sentence : watch.incomplete()) {
         tell(sentence);
         ++run->leftOut;

@@ -17,6 +17,7 @@
 #include "cli/source.h"
 #include "cli/tracejob.h"
 
+#include "drawing/json.h"
 #include "imaging/failure.h"
 
 #include <QJsonArray>
@@ -26,6 +27,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -49,6 +51,10 @@ class NoRoom : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
+
+// Bytes of a picture behind which the heap is given back: a worker has 20 million itself, and
+// small pictures, which follow one another fast, need no more than some millions besides.
+const double kLarge = 40e6;
 
 // Of the world file that a map is placed by; empty where none is asked for, or none is there.
 std::string shaOfWorldFile(const Task &task)
@@ -127,6 +133,9 @@ public:
         } catch (const MissingProgram &failure) {
             addFailure(failure.code, failure.what(), &traced.line);
             addAgain(&traced.line);
+        } catch (const LimitFailure &failure) {
+            addFailure(failure.code, failure.what(), &traced.line);
+            traced.line.insert(QLatin1String(kLimits), limitsOf(line.settings));
         } catch (const MemoryFailure &failure) {
             lackMemory(failure.what(), &traced);
         } catch (const NoMemory &error) {
@@ -176,6 +185,9 @@ public:
 private:
     void attempt(const Task &task, Traced *traced)
     {
+        // What a large picture has left in the heap would count as this one's.
+        if (lastPeak > kLarge)
+            malloc_trim(0);
         peakMemory(true);
         const auto start = std::chrono::steady_clock::now();
         const double begin = processorSeconds();
@@ -196,23 +208,28 @@ private:
         if (!task.item.sha256.empty() && !source.sha256().empty()
             && source.sha256() != task.item.sha256)
             failForNow(task.item.path + ": its SHA-256 is not the expected one", result);
+        if (task.item.kind == ItemKind::Book && image && task.source != source.sha256())
+            failForNow(task.item.path
+                           + ": was changed while its pages were traced (start again to trace "
+                             "those that are out of date)",
+                       result);
         const QByteArray before
             = finishedBefore(task,
                              { line.settings.batch.out, settings, source.sha256(), worldSha,
-                               secondsAPicture(line.settings), line.settings.batch.memoryLimit });
+                               secondsAPicture(line.settings), line.settings.batch.memoryLimit,
+                               limitsOf(line.settings) });
         if (!before.isEmpty()) {
             skip(task, image, whyNot, QJsonDocument::fromJson(before).object(), traced);
             return;
         }
-        if (missesProgram)
-            throw MissingProgram(kInputUnreadable, whyNot);
         if (!image)
-            throw Failure(kInputUnreadable, whyNot);
+            std::rethrow_exception(unreadable);
         if (task.item.kind == ItemKind::Book)
             work->putTogether(task, traced);
         else
             work->draw(task, *image, traced);
-        result->insert(QLatin1String("peak"), peakMemory(false));
+        lastPeak = peakMemory(false);
+        result->insert(QLatin1String("peak"), lastPeak);
         QJsonObject seconds = result->value(QLatin1String("seconds")).toObject();
         seconds.insert(QLatin1String("total"), secondsSince(start));
         seconds.insert(QLatin1String("processor"), processorSeconds() - begin);
@@ -239,14 +256,10 @@ private:
     // Null, and why, for what cannot be read.
     const ImageSource *open(const std::string &path, std::string *whyNot)
     {
-        missesProgram = false;
         try {
             return &source.of(path);
-        } catch (const MissingProgram &failure) {
-            missesProgram = true;
-            *whyNot = failure.what();
-            return nullptr;
         } catch (const Failure &failure) {
+            unreadable = std::current_exception();
             *whyNot = failure.what();
             return nullptr;
         }
@@ -269,17 +282,26 @@ private:
         if (image && isDone(before))
             work->showAgain(task, *image, traced);
         traced->letter = kSkipped;
-        traced->text = before.value(QLatin1String("outcome")).toString().toUtf8();
+        QJsonObject said;
+        for (const char *name : { "outcome", "part", "sha256", kLimits }) {
+            const QLatin1String key(name);
+            const bool isWanted
+                = task.item.kind == ItemKind::Page || key == QLatin1String("outcome");
+            if (isWanted && before.contains(key))
+                said.insert(key, before.value(key));
+        }
         if (!whyNot.empty())
-            traced->text += ' ' + QByteArray::fromStdString(whyNot);
+            said.insert(QLatin1String(kUnreadable), packed(whyNot));
+        traced->text = jsonValue(said);
         traced->line = QJsonObject();
     }
 
     CommandLine line;
     QByteArray fingerprint;
     KeptSource source;
-    bool missesProgram = false; // that would read the picture
-    qint64 begun = 0;           // pictures, since the start
+    double lastPeak = 0.0;         // bytes, of the last picture
+    std::exception_ptr unreadable; // why the last picture was that could not be opened
+    qint64 begun = 0;              // pictures, since the start
     qint64 toldBegun = 0;
     std::unique_ptr<TaskWork> work;
     std::unique_ptr<Finisher> finisher;

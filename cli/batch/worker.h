@@ -30,12 +30,16 @@ enum Answer : char {
     kLineOfDone = 'D',   // a result line: finished, without flags or warnings
     kLine = 'L',         // another result line
     kLineOfMemory = 'M', // the same, for a picture that memory did not hold
-    kSkipped = 'K',      // finished by an earlier run: its outcome, and behind a space why it
+    kSkipped = 'K',      // finished by an earlier run: a JSON object with the outcome, of pages of
+                         // books with members of the line (partIn), and with the reason why it
                          // cannot be read now
     kPages = 'P',        // the number of pages, 0 when the file cannot be read
     kNoRoom = 'N',       // the run cannot go on: why nothing can be written
     kRefused = 'E'       // a Failure: exit code, space, text
 };
+
+// Of the object that tells of a skipped picture.
+const char kUnreadable[] = "unreadable";
 
 // Bytes in a JSON text and back, one letter a byte.
 QString packed(const std::string &bytes);

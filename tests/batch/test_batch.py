@@ -4,6 +4,7 @@ import fcntl
 import hashlib
 import json
 import os
+import random
 import shutil
 import signal
 import socket
@@ -44,6 +45,9 @@ class Inputs(BatchTest):
         self.write("names", b"in/p0000.png\r\n\nin/p0001.png")
         self.batch("--files-from", "names")
         self.assertEqual(sorted(self.tree()), [b"in/p0000.svg", b"in/p0001.svg"])
+        self.write("marked", b"\xef\xbb\xbfin/p0000.png\n")
+        self.run_program("batch", "--files-from", "marked", "--out", "marks")
+        self.assertEqual(sorted(self.tree("marks")), [b"in/p0000.svg"])
         self.batch("-", stdin=b"in/p0002.png\0")
         self.assertIn(b"in/p0002.svg", self.tree())
 
@@ -63,11 +67,20 @@ class Inputs(BatchTest):
     def test_pages_without_a_number_in_their_names(self):
         self.write("a.tif", tiff([lambda x, y, n=n: x < 20 + n for n in range(3)]))
         words = "a.tif", "--page", "all", "--names", "{name}.{format}", "--formats"
-        text = self.batch(*words, "svg", code=2).stderr
-        self.assertIn(b"pages 1 and 2 of a.tif would both become a.svg: {page} tells them apart", text)
-        self.assertFalse(os.path.exists(self.path("out")))
-        self.batch(*words, "pdf")  # which the message names
+        self.batch(*words, "svg,pdf")
+        self.assertEqual(sorted(self.tree()), [b"a-1.svg", b"a-2.svg", b"a-3.svg", b"a.pdf"])
         self.assertEqual(self.read("out/a.pdf").count(b"/Type /Page "), 3)
+
+    def test_the_memory_of_a_picture_is_its_own(self):
+        """Not that of a larger one before it, by the same worker; a fifth of that at most stays."""
+        noise = random.Random(3)
+        self.write("a.png", png(700, 700, lambda x, y: (noise.randrange(256), 2 * x // 7, y // 3, 255)))
+        self.write("b.png", picture(2))
+        self.batch("b.png")
+        alone = self.lines()["b.png", 1]["peak"]
+        self.run_program("batch", "a.png", "b.png", "--out", "both", "-j", "1")
+        both = self.lines("both/ztrace-results.jsonl")
+        self.assertLess(both["b.png", 1]["peak"] - alone, 0.2 * (both["a.png", 1]["peak"] - alone))
 
     def test_slashes_behind_the_folder_of_the_drawings(self):
         self.write("b.png", picture(3))
@@ -138,7 +151,7 @@ class Refusals(BatchTest):
             self.put("in/" + name, picture(1))
             self.put("in/deep/" + name, picture(1))
         self.put("in/a.jpg", picture(1))
-        self.refused("in", "--out", "out", words="in/a.jpg and in/a.png would both become a.svg (see --names)")
+        self.refused("in", "--out", "out", words="in/a.jpg and in/a.png would both become a.svg (--names '{folder}/{name}-{suffix}.{format}'")
         self.refused("in/a.png", "in/a.png", "--out", "out", words="in/a.png: is given twice")
         self.refused("in", "--recursive", "--pattern", "*.png", "--names", "{name}.{format}", "--out", "out",
                      words="in/b.png and in/deep/b.png would both become b.svg")
@@ -184,6 +197,66 @@ class Refusals(BatchTest):
         self.write("m.jsonl", b'{"path": "a.png", "pages": 3}\n')
         self.refused("--manifest", "m.jsonl", "--out", "out", words='no member "pages"')
         self.refused("--manifest", "none", "--out", "out", code=3, words="none: No such file")
+
+    def test_files_that_a_manifest_names_begin_at_its_folder(self):
+        for i in range(3):
+            self.put("list/in/p%d.png" % i, picture(i))
+        self.put("list/p.txt", b"red,white\n")
+        self.put("list/more/my.toml", b"palette = '#00ff00,#ffffff'\n")
+        self.put("list/m.csv", b"path,settings\nin/p0.png,palette=p.txt\nin/p1.png,preset=more/my.toml\n"
+                               b'in/p2.png,"palette=blue,white"\n')
+        self.batch("--manifest", "list/m.csv")
+        for i, colour in enumerate((b"#f00", b"#0f0", b"#00f")):
+            self.assertIn(colour, self.read("out/in/p%d.svg" % i))
+        before = self.lines()
+        self.run_program("batch", "--manifest", self.path("list/m.csv"), "--out", "absolute")
+        self.assertEqual(self.tree("absolute"), self.tree())
+        self.assertEqual(before.keys(), self.lines().keys())
+
+    def test_errors_in_what_a_manifest_names_start_nothing(self):
+        self.pictures(1)
+        self.put("list/bad.toml", b"colors = 3\nnonsense = 1\n")
+        self.put("list/p.txt", b"redd\n")
+        self.write("p.txt", b"red,white\n")
+        self.put("list/m.csv", b"path,settings\na.png,preset=nope\na.png,preset=bad.toml\na.png,palette=p.txt\n"
+                               b"a.png,palette=none.gpl\na.png,max-pixels=1\na.png,max-memory=1\n")
+        text = self.batch("--manifest", "list/m.csv", code=2).stderr.decode()
+        for line, words in [(2, 'there is no preset "nope"'), (3, 'list/bad.toml, line 2: there is no setting "nonsense"'),
+                            (4, 'list/p.txt, line 1: "redd"'), (5, "list/none.gpl: No such file"),
+                            (6, '"max-pixels" cannot be a picture\'s own'), (7, '"max-memory" cannot be a picture\'s own')]:
+            self.assertRegex(text, "list/m.csv, line %d: .*%s" % (line, words))
+        self.assertFalse(os.path.exists(self.path("out")))
+        for mark, name in (b";", "semicolons"), (b"\t", "tabs"):
+            self.write("m.csv", mark.join([b"path", b"page"]) + b"\n" + mark.join([b"in/p0000.png", b"1"]) + b"\n")
+            self.refused("--manifest", "m.csv", "--out", "out",
+                         words="line 1: %s stand between the columns where commas are wanted" % name)
+
+    def test_a_clash_says_what_would_help(self):
+        """Drawings in a PDF of all pages, and in DXF of one each, of files that differ in the ending alone."""
+        book = tiff([lambda x, y, n=n: x < 20 + n for n in range(3)])
+        self.put("in/a.tif", book)
+        self.put("in/a.tiff", book)
+        words = "in", "--out", "out", "--page", "all", "--formats", "pdf,dxf"
+        self.refused(*words, words="--names '{folder}/{name}-{suffix}.{format}' tells them apart")
+        self.run_program("batch", *words, "--names", "{folder}/{name}-{suffix}.{format}")
+        self.assertEqual(sorted(self.tree()), sorted([b"a-tif.pdf", b"a-tiff.pdf"] + [b"a-%s-%d.dxf" % (end, page)
+                                                     for end in (b"tif", b"tiff") for page in (1, 2, 3)]))
+        self.assertIn("would both become a.svg (see --names)",
+                      self.batch("in/a.tif", "in/../in/a.tif", code=2).stderr.decode())
+
+    def test_a_drawing_where_a_folder_is_to_be(self):
+        self.put("in/c.gif", b"")
+        self.put("in/c.svg/bit.png", picture(1))
+        self.refused("in", "--recursive", "--out", "out",
+                     words="c.svg would be a drawing, and the folder of c.svg/bit.svg")
+
+    def test_clashes_beyond_the_first_are_counted(self):
+        for i in range(25):
+            self.put("in/%02d.png" % i, b"")
+            self.put("in/%02d.jpg" % i, b"")
+        text = self.run_program("batch", "in", "--out", "out", code=2).stderr.decode()
+        self.assertEqual(text.count("would both become"), 20)
+        self.assertIn("and 5 more drawings have the names of others", text)
 
     def test_an_output_folder_that_cannot_be(self):
         self.pictures(1)
@@ -285,7 +358,7 @@ class Workers(BatchTest):
         line = self.lines()["in/large.png", 1]
         self.assertEqual((line["outcome"], line["limit"], line["attempts"]), ("memory limit", 30, 2))
         self.assertEqual(len(self.tree()), 2)
-        self.assertIn(b"1 of the failures are of earlier runs", self.batch("in", "--memory-limit", "20", code=1).stderr)
+        self.assertIn(b"1 of the failures is of an earlier run", self.batch("in", "--memory-limit", "20", code=1).stderr)
         self.assertIn(b"1 done, 2 finished before", self.batch("in").stderr)
 
     def test_memory_that_is_missing_is_never_a_damaged_picture(self):

@@ -77,6 +77,48 @@ class Books(BatchTest):
         self.batch("a.tif", "--page", "1-5", "--formats", "pdf")
         self.assertEqual(self.read("out/a.pdf"), self.book(pages="1-5"))
 
+    def changed_meanwhile(self, words, place):
+        """Starts a run over a.tif, which becomes another file when the first pages of the book are traced."""
+        pages = [KINDS * 15, KINDS[::-1] * 15]
+        self.put(place + "a.tif", tiff(pages[0]))
+        self.put("new/a.tif", tiff(pages[1]))
+        run = subprocess.Popen([PROGRAM, "batch", *words, "--out", "out", "--page", "all", "--formats", "pdf,svg", "-j", "1",
+                                "--no-check"], cwd=self.folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        while not (os.path.exists(self.path(RESULTS)) and self.read(RESULTS)):
+            time.sleep(0.005)
+        os.replace(self.path("new/a.tif"), self.path(place + "a.tif"))
+        return run
+
+    def test_a_file_that_changes_while_it_is_traced(self):
+        """No PDF has pages of both, neither now nor later."""
+        words = "in/a.tif", "--page", "all", "--formats", "pdf,svg", "--no-check"
+        run = self.changed_meanwhile(["in/a.tif"], "in/")
+        told = run.communicate(timeout=300)[1].decode()
+        self.assertEqual(run.returncode, 1, told)
+        self.assertIn("was changed while its pages were traced (start again", told)
+        self.assertFalse(os.path.exists(self.path("out/a.pdf")))
+        traced = self.traced(self.batch(*words))
+        self.assertGreater(traced, 0)
+        self.assertLess(traced, 180)
+        self.assertEqual(self.read("out/a.pdf"), self.book(name="in/a.tif"))
+        self.assertIn(b"0 done, 180 finished before; ", self.batch(*words).stderr)
+        # A book that was put together before is none of a file that has changed since.
+        self.write("in/a.tif", tiff(KINDS[:3] * 60))
+        self.batch(*words)
+        self.assertEqual(self.read("out/a.pdf"), self.book(name="in/a.tif"))
+
+    def test_a_file_that_changes_while_its_folder_is_watched(self):
+        os.mkdir(self.path("in"))
+        run = self.changed_meanwhile(["--watch", "in"], "in/")
+        right = self.book(name="in/a.tif")
+        for _ in range(1200):
+            if os.path.exists(self.path("out/a.pdf")) and self.read("out/a.pdf") == right:
+                break
+            time.sleep(0.05)
+        run.send_signal(signal.SIGTERM)
+        told = run.communicate(timeout=60)[1].decode()
+        self.assertEqual(self.read("out/a.pdf"), right, told)
+
     def test_runs_that_are_killed(self):
         words = "a.tif", "b.tif", "--page", "all", "--formats", "pdf,svg", "-j", "2"
         self.write("b.tif", tiff(KINDS[::-1]))
@@ -154,7 +196,8 @@ class Books(BatchTest):
         words = "--page", "all", "--names", "{name}.{format}", "--formats"
         text = self.batch("a.tif", "d/a.png", *words, "pdf", code=2).stderr.decode()
         self.assertIn("a.tif and d/a.png would both become a.pdf", text)
-        self.assertIn("would both become a.svg", self.batch("a.tif", *words, "pdf,svg", code=2).stderr.decode())
+        plan = self.batch("a.tif", "--dry-run", *words, "pdf,svg").stdout.decode().splitlines()
+        self.assertEqual(plan[-2:], ["a.tif, page 12 -> out/a-12.svg", "a.tif, pages 1-12 -> out/a.pdf"])
         self.write("m.csv", b"path,page\na.tif,1-2\na.tif,3-4\n")
         text = self.batch("--manifest", "m.csv", "--formats", "pdf", code=2).stderr.decode()
         self.assertIn("pages of a.tif are asked for several times", text)

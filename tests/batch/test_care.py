@@ -4,6 +4,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import unittest
 
@@ -79,13 +80,27 @@ class Care(BatchTest):
         self.assertIn(b"is read by this run", result.stderr)
         self.assertEqual(self.read(RESULTS), before)
 
+    def test_a_table_has_standard_output_to_itself(self):
+        self.pictures(2)
+        for option, beginning in ("--csv", b"path,page,"), ("--premis", b"<?xml"), ("--report", b"<!DOCTYPE html>"):
+            shutil.rmtree(self.path("out"), ignore_errors=True)
+            result = self.batch("in", option, "-")
+            self.assertTrue(result.stdout.startswith(beginning), result.stdout[:100])
+            self.assertNotIn(b"1/2 done", result.stdout)
+            self.assertIn(b"2/2 done in/p", result.stderr)
+
+    def test_result_lines_do_not_go_to_standard_output(self):
+        self.pictures(1)
+        self.refused("in", "--out", "out", "--results", "-", words="--results: result lines go to a file")
+        self.assertFalse(os.path.exists(self.path("out")))
+
     def test_an_expected_checksum_counts_for_what_was_done_before(self):
         self.pictures(1)
         self.put("m.csv", b"path\nin/p0000.png\n")
         self.batch("--manifest", "m.csv")
         right = hashlib.sha256(self.read("in/p0000.png")).hexdigest()
         for sha, code, words in (right, 0, "1 finished before"), ("0" * 64, 1, "its SHA-256 is not the expected one"), \
-                (right, 0, "1 done"):
+                (right, 0, "1 finished before"):
             self.put("m.csv", b"path,sha256\nin/p0000.png,%s\n" % sha.encode())
             self.assertIn(words, self.batch("--manifest", "m.csv", code=code).stderr.decode())
 
@@ -127,7 +142,7 @@ class Care(BatchTest):
         self.batch("bad.png", code=1)
         line = json.loads(self.read(RESULTS))
         self.write(RESULTS, json.dumps({**line, "outcome": "time limit", "limit": 5}).encode() + b"\n")
-        for limit, words in ("5", "of earlier runs"), ("4", "of earlier runs"), ("6", "not an image"):
+        for limit, words in ("5", "of an earlier run"), ("4", "of an earlier run"), ("6", "not an image"):
             self.assertIn(words, self.batch("bad.png", "--time-limit", limit, code=1).stderr.decode())
 
     def test_members_of_other_kinds_are_errors(self):

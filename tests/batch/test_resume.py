@@ -4,6 +4,7 @@ import csv
 import json
 import os
 import random
+import shutil
 import signal
 import subprocess
 import time
@@ -65,6 +66,82 @@ class Resume(BatchTest):
         self.assertIn("1 finished", self.batch("in", "--config", "my.toml").stderr.decode())
         self.write("my.toml", b"colors = 4\n")
         self.assertIn("1 done", self.batch("in", "--config", "my.toml").stderr.decode())
+
+    def test_files_that_a_manifest_names_count(self):
+        self.pictures(2)
+        self.write("m.csv", b"path,settings\nin/p0000.png,palette=p.txt\nin/p0001.png,preset=my.toml\n")
+        self.write("p.txt", b"black,white\n")
+        self.write("my.toml", b"colors = 3\n")
+        self.batch("--manifest", "m.csv")
+        self.assertIn("2 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.write("p.txt", b"red,white\n")
+        self.assertIn("1 done, 1 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.assertIn(b"#f00", self.read("out/in/p0000.svg"))
+        self.write("my.toml", b"colors = 4\n")
+        self.assertIn("1 done, 1 finished", self.batch("--manifest", "m.csv").stderr.decode())
+        self.assertIn("2 finished", self.batch("--manifest", "m.csv").stderr.decode())
+
+    def test_what_a_limit_has_refused_is_tried_with_another_one(self):
+        self.pictures(2)
+        self.put("in/big.png", picture(3, 200))
+        self.batch("in", "--max-pixels", "0.01", code=1)
+        self.assertEqual(self.lines()["in/big.png", 1]["limits"], {"max-pixels": 0.01, "max-memory": 8192})
+        again = self.batch("in", "--max-pixels", "0.01", code=1).stderr.decode()
+        self.assertIn("0 done, 2 finished before, 1 failed", again)
+        self.assertIn("1 done, 2 finished before; ", self.batch("in", "--max-pixels", "1").stderr.decode())
+        for other in "0.01", "0.001", "1":  # which only refuse what is not there
+            self.assertIn("0 done, 3 finished before; ", self.batch("in", "--max-pixels", other).stderr.decode())
+        self.put("in/large.png", picture(4) + bytes(2000000))
+        self.assertIn("--max-memory", self.batch("in", "--max-memory", "1", code=1).stderr.decode())
+        self.assertIn("1 done, 3 finished before; ", self.batch("in").stderr.decode())
+
+    @unittest.skipUnless(shutil.which("pdftoppm"), "poppler-utils is not installed")
+    def test_what_a_limit_has_made_smaller_is_traced_with_another_one(self):
+        self.write("a.png", picture(5, 60))
+        self.run_program("a.png", "-o", "a.pdf")
+        limited = "a.pdf", "--max-pixels", "0.01"
+        self.assertIn("instead of", self.batch(*limited).stdout.decode())
+        small = self.tree()
+        self.assertIn("0 done, 1 finished before; ", self.batch(*limited).stderr.decode())
+        self.assertIn("1 done; ", self.batch("a.pdf").stderr.decode())
+        self.assertNotEqual(self.tree(), small)
+        self.assertNotIn("limits", json.loads(self.read("out/ztrace-results.jsonl").splitlines()[-1]))
+        self.assertIn("0 done, 1 finished before; ", self.batch("a.pdf", "--max-pixels", "2").stderr.decode())
+
+    def test_one_picture_by_several_names(self):
+        self.pictures(2)
+        self.batch("in")
+        for name in "./in", "in/", ".//in/.", self.path("in"), os.path.join(os.path.realpath(self.folder), "in"):
+            self.assertIn("0 done, 2 finished before; ", self.batch(name).stderr.decode(), name)
+        self.put("in/p0000.png", picture(7))
+        self.assertIn("1 done, 1 finished before; ", self.batch(self.path("in")).stderr.decode())
+        self.assertIn("0 done, 2 finished before; ", self.batch("in").stderr.decode())
+        said = json.loads(self.run_program("batch", "summary", "out", "--json").stdout)
+        self.assertEqual(said["pictures"], 2)
+        self.assertIn("in/p0000.png: is given twice", self.batch("in", "./in", code=2).stderr.decode())
+        self.write("list", b"./in/p0000.png\nin//p0001.png\n")
+        self.assertEqual(self.batch("--files-from", "list", "--dry-run").stdout,
+                         b"in/p0000.png -> out/in/p0000.svg\nin/p0001.png -> out/in/p0001.svg\n")
+
+    def test_formats_in_turn_are_made_once(self):
+        self.pictures(2)
+        for _ in range(2):
+            for formats in "svg", "dxf", "svg,pdf":
+                result = self.batch("in", "--formats", formats).stderr.decode()
+        self.assertIn("0 done, 2 finished before; ", result)
+        before = self.read("out/ztrace-results.jsonl")
+        for formats in "svg", "dxf", "pdf,svg":
+            self.assertIn("0 done, 2 finished before; ", self.batch("in", "--formats", formats).stderr.decode())
+        self.assertEqual((self.read("out/ztrace-results.jsonl"), before.count(b"\n")), (before, 6))
+        self.write("out/p0000.dxf", b"")
+        self.assertIn("1 done, 1 finished before; ", self.batch("in", "--formats", "dxf", "--overwrite").stderr.decode())
+
+    def test_a_damaged_outcome_costs_a_trace(self):
+        self.pictures(2)
+        self.batch("in")
+        text = self.read("out/ztrace-results.jsonl")
+        self.write("out/ztrace-results.jsonl", text.replace(b'"outcome":"done"', b'"outcome":"dome"', 1))
+        self.assertIn("1 done, 1 finished before; ", self.batch("in").stderr.decode())
 
     def test_failures_again_on_request(self):
         self.pictures(1)

@@ -51,6 +51,8 @@ class Pages(BatchTest):
         self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.endswith("svg")), ["a-2.svg", "a-3.svg"])
         self.assertIn("there is no page 7", self.run_program("a.tif", "--page", "7-9", code=3).stderr.decode())
         self.assertIn("there is no page 7", self.batch("a.tif", "--page", "7,8", code=1).stderr.decode())
+        self.assertIn("a.tif: there is no page 9 (the file has 3)\n", self.batch("a.tif", "--page", "2-9").stderr.decode())
+        self.assertNotIn("there is no", self.batch("a.tif", "--page", "3-").stderr.decode())
         self.assertIn("page 9: a.tif: there is no page 9",
                       self.run_program("a.tif", "--page", "2,9", "-o", "b.svg", code=1).stderr.decode())
         self.assertEqual(sorted(n for n in os.listdir(self.folder) if n.startswith("b")), ["b-2.svg"])
@@ -62,6 +64,20 @@ class Pages(BatchTest):
         for wrong in "0", "x", "2-", "1,,2", "-3", "1-x", "":
             if wrong != "2-":
                 self.assertIn("--page", self.run_program("a.tif", "--page=" + wrong, code=2).stderr.decode())
+
+    def test_pages_of_a_file_that_is_cut(self):
+        """Its directory of pages tells of more than can be read."""
+        whole = tiff(KINDS[:3])
+        for size in range(len(whole) - 1, 0, -1):
+            self.write("a.tif", whole[:size])
+            told = subprocess.run([PROGRAM, "a.tif", "--page", "3", "-o", "a.svg", "--overwrite"], cwd=self.folder,
+                                  capture_output=True, check=False)
+            if told.returncode != 0:
+                break
+        self.assertEqual(told.returncode, 3)
+        self.assertEqual(told.stderr, b"ztrace: a.tif: page 3 cannot be read, as only 2 of 3 pages can be\n")
+        self.assertIn(b"a.tif, page 3: page 3 cannot be read, as only 2 of 3 pages can be",
+                      self.batch("a.tif", "--page", "all", code=1).stderr)
 
     def test_frames_of_an_animation(self):
         self.write("a.gif", gif([2, 4, 6]))
@@ -177,6 +193,59 @@ class Watching(BatchTest):
         self.assertIn("none: No such file", self.run_program("batch", "--watch", "none", "--out", "out", code=3).stderr.decode())
 
 
+    def end(self, run, code):
+        run.send_signal(signal.SIGTERM)
+        text = run.communicate(timeout=60)[1].decode()
+        self.assertEqual(run.returncode, code, text)
+        return text
+
+    def test_what_it_writes_is_never_a_picture(self):
+        """Whatever the names of pictures and drawings are, in this run and in the next one."""
+        words = "--pattern", "*", "--formats", "png,svg", "--names", "{name}-t.{format}", "--csv", "in/t.csv", "--overwrite"
+        self.pictures(2)
+        for _ in range(2):
+            run = subprocess.Popen([PROGRAM, "batch", "--watch", "in", "--out", "in", *words], cwd=self.folder,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+            self.wait_for("p0000-t.svg", "in")
+            self.wait_for("p0001-t.svg", "in")
+            time.sleep(2.5)  # drawings lie still for a second before they would be taken
+            self.end(run, 0)
+        self.assertEqual(len(self.lines("in/ztrace-results.jsonl")), 2)
+        result = self.run_program("batch", "in", "--out", "in", *words)
+        self.assertIn(b"drawings of runs into in, left out: 4", result.stderr)
+        self.assertIn(b"0 done, 2 finished before; ", result.stderr)
+        # The drawings of another folder are pictures like others.
+        result = self.run_program("batch", "in", "--out", "out", "--pattern", "*-t.png")
+        self.assertIn(b"2 done; ", result.stderr)
+
+    def test_result_lines_are_not_counted_among_other_files(self):
+        self.pictures(1)
+        self.put("in/notes.txt", b"")
+        for _ in range(2):
+            result = self.run_program("batch", "in", "--out", "in", "--csv", "in/t.csv", "--overwrite")
+            self.assertIn(b"not called as images are, left out: 1 ", result.stderr)
+
+    def test_what_cannot_be_looked_at_is_counted(self):
+        self.pictures(1)
+        os.symlink("nowhere", self.path("in/link.png"))
+        run = self.start("--watch", "in")
+        self.wait_for("p0000.svg")
+        self.assertIn("1 not accessible", self.end(run, 1))
+        run = self.start("--watch", "in", "in")
+        self.wait_for("p0000.svg")
+        time.sleep(1.5)
+        os.remove(self.path("in/link.png"))  # is mended
+        self.put("in/more.png", picture(7))
+        self.wait_for("more.svg")
+        self.assertIn("1 not accessible", self.end(run, 1))  # at the beginning
+        self.assertNotIn("accessible", self.batch("in").stderr.decode())
+
+    def test_a_folder_to_watch_is_looked_for_before_anything_is_traced(self):
+        self.pictures(1)
+        told = self.run_program("batch", "in", "--watch", "none", "--out", "out", code=3)
+        self.assertEqual((told.stdout, told.stderr), (b"", b"ztrace: none: No such file or directory\n"))
+        self.assertFalse(os.path.exists(self.path("out")))
+
     def test_an_empty_file_is_told(self):
         self.put("in/a.png", picture(1))
         self.put("in/empty.png", b"")
@@ -226,9 +295,9 @@ class Watching(BatchTest):
         news = [name for name in glob.glob("/proc/%d/fd/*" % run.pid) if "inotify" in os.readlink(name)]
         return self.read(news[0].replace("/fd/", "/fdinfo/")).splitlines()
 
-    def wait_for(self, drawing):
+    def wait_for(self, drawing, folder="out"):
         for _ in range(1200):
-            if os.path.exists(self.path("out/" + drawing)):
+            if os.path.exists(self.path(folder + "/" + drawing)):
                 return
             time.sleep(0.05)
         self.fail(drawing + " does not come")

@@ -323,13 +323,13 @@ void tst_Source::damagedPixelsAreTold()
     for (const auto &file : kFiles) {
         Remarks remarks;
         sourceOf(file.first).read(1, true, &remarks);
-        QVERIFY2(remarks.empty(), remarks.empty() ? "" : remarks[0].c_str());
+        QVERIFY2(remarks.texts.empty(), remarks.texts.empty() ? "" : remarks.texts[0].c_str());
         const ImageSource source = sourceOf(file.second);
         source.read(1, true, &remarks);
         QCOMPARE(source.ending(1), Ending::Whole);
-        QCOMPARE(remarks.size(), std::size_t(1));
-        QVERIFY(remarks[0].find("the image may be wrong, as the file is damaged: \"") == 0);
-        QVERIFY(remarks[0].find('\n') == std::string::npos);
+        QCOMPARE(remarks.texts.size(), std::size_t(1));
+        QVERIFY(remarks.texts[0].find("the image may be wrong, as the file is damaged: \"") == 0);
+        QVERIFY(remarks.texts[0].find('\n') == std::string::npos);
     }
 }
 
