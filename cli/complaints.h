@@ -10,9 +10,11 @@
 namespace ztrace {
 
 // The first of the lines that is about pixels which are damaged; empty when there is none. `format`
-// is the toolkit's name ("tiff"). What libraries say of pictures that look as they should is passed
-// over: tags they do not know, colour profiles, bytes before an end mark.
-QByteArray complaintIn(const QByteArray &lines, const QByteArray &format);
+// is the toolkit's name ("tiff"), and `bytes` are the file's. What libraries say of pictures that
+// look as they should is passed over: tags they do not know, colour profiles, padding before an end
+// mark. The reader of JPEG says one thing of a file: where that is about its header it is decoded
+// once more, without that.
+QByteArray complaintIn(const QByteArray &lines, const QByteArray &format, const QByteArray &bytes);
 
 // The same of the bytes of a file, where no library says it: a few words, or nothing.
 QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format);

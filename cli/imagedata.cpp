@@ -246,6 +246,45 @@ bool areRestartsComplete(const QByteArray &bytes)
     return true;
 }
 
+bool isPadded(const QByteArray &bytes, qint64 count)
+{
+    const int kEnd = 0xD9;
+    const int kAhead = 8; // bytes that the reader has taken before it counts: a word of a machine
+    int at = nextMark(bytes, 2);
+    while (at >= 0 && byteAt(bytes, at + 1) != kEnd)
+        at = nextMark(bytes, at + 2 + pairAt(bytes, at + 2));
+    while (at > 0 && byteAt(bytes, at - 1) == 0xFF)
+        --at; // any number of them belongs to a mark
+    if (at < 1)
+        return false;
+    qint64 run = 1;
+    while (run < at && bytes.at(at - 1 - static_cast<int>(run)) == bytes.at(at - 1))
+        ++run;
+    return run >= count && run <= count + kAhead;
+}
+
+QByteArray withoutNotes(const QByteArray &bytes)
+{
+    const int kFirstNote = 0xE0, kLastNote = 0xEF, kComment = 0xFE, kEnd = 0xD9, kScan = 0xDA;
+    const int kBaseline = 0xC0, kSequential = 0xC1;
+    bool isSequential = false;
+    QByteArray plain = bytes.left(2);
+    int copied = 2;
+    for (int at = nextMark(bytes, 2); at >= 0 && byteAt(bytes, at + 1) != kEnd;) {
+        const int mark = byteAt(bytes, at + 1);
+        const int behind = std::min(bytes.size(), at + 2 + pairAt(bytes, at + 2));
+        isSequential = isSequential || mark == kBaseline || mark == kSequential;
+        plain += bytes.mid(copied, at - copied);
+        if (mark == kScan && isSequential)
+            plain += bytes.mid(at, behind - at - 3) + QByteArray("\0\x3F\0", 3);
+        else if ((mark < kFirstNote || mark > kLastNote) && mark != kComment)
+            plain += bytes.mid(at, behind - at);
+        copied = behind;
+        at = nextMark(bytes, behind);
+    }
+    return plain + bytes.mid(copied);
+}
+
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
 {
     if (bits < 1 || bits >= kMostBits)

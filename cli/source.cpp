@@ -397,7 +397,7 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
-    QByteArray complaint = complaintIn(overheard.lines(), format);
+    QByteArray complaint = complaintIn(overheard.lines(), format, data);
     if (complaint.isEmpty() && remarks)
         complaint = complaintOf(data, format);
     if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {

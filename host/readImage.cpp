@@ -38,12 +38,12 @@ QImage zelvora::readImage(const QString &fileName)
     const QByteArray format = QImageReader::imageFormat(fileName);
     if (ztrace::isDistrusted(format))
         return QImage();
-    QByteArray complaint;
+    QByteArray said;
     QImage image;
     {
         const ztrace::Overheard overheard;
         image = QImage(fileName);
-        complaint = ztrace::complaintIn(overheard.lines(), format);
+        said = overheard.lines();
     }
     if (image.isNull())
         return image;
@@ -51,6 +51,7 @@ QImage zelvora::readImage(const QString &fileName)
     if (bytes.isEmpty())
         return image;
     const ztrace::Ending ending = ztrace::endingOf(bytes, format);
+    QByteArray complaint = ztrace::complaintIn(said, format, bytes);
     if (complaint.isEmpty())
         complaint = ztrace::complaintOf(bytes, format);
     if (ending != ztrace::Ending::Whole && ending != ztrace::Ending::Untold)
