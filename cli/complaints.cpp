@@ -4,6 +4,7 @@
 #include "imagedata.h"
 #include "messages.h"
 #include "pnmfile.h"
+#include "tiffdata.h"
 
 #include <QImage>
 #include <QList>
@@ -92,8 +93,10 @@ QByteArray complaintIn(const QByteArray &lines, const QByteArray &format, const 
     return QByteArray();
 }
 
-QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format)
+QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format, int page)
 {
+    if (format == "tiff" || format == "tif")
+        return complaintOfStrips(bytes, page);
     if ((format == "jpeg" || format == "jpg") && !areRestartsComplete(bytes))
         return "restart marks are missing, or not in order";
     if ((format == "pbm" || format == "pgm" || format == "ppm") && hasOddSamples(bytes))

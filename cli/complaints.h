@@ -16,8 +16,9 @@ namespace ztrace {
 // once more, without that.
 QByteArray complaintIn(const QByteArray &lines, const QByteArray &format, const QByteArray &bytes);
 
-// The same of the bytes of a file, where no library says it: a few words, or nothing.
-QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format);
+// The same of the bytes of a file, or of a page of it, where no library says it: a few words, or
+// nothing.
+QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format, int page = 1);
 
 } // namespace ztrace
 

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "imagedata.h"
 
+#include "CodeLengths.h"
+
 #include <QList>
 
 #include <algorithm>
@@ -13,8 +15,6 @@ namespace ztrace {
 namespace {
 
 const int kCoefficients = 64;
-const int kMostBits = 12; // of a code
-const int kMostCodes = 1 << kMostBits;
 
 int byteAt(const QByteArray &bytes, int at)
 {
@@ -145,53 +145,6 @@ bool restartsFollow(const QByteArray &bytes, int at, qint64 wanted)
     return found >= wanted;
 }
 
-// How long the strings are that codes stand for.
-class CodeLengths
-{
-public:
-    explicit CodeLengths(int bits) : first(bits), clear(1 << bits) { reset(); }
-
-    int size() const { return codeSize; }
-    bool isEnd(int code) const { return code == clear + 1; }
-
-    // Pixels that a code stands for; -1 for one that cannot be there.
-    qint64 take(int code)
-    {
-        if (code == clear) {
-            reset();
-            return 0;
-        }
-        const int known = code < next ? lengthOf(code) : 0;
-        if (code > next || (code == next && previous < 0))
-            return -1;
-        const int length = known > 0 ? known : lengthOf(previous) + 1;
-        if (previous >= 0 && next < kMostCodes) {
-            lengths[next++] = lengthOf(previous) + 1;
-            if (next == 1 << codeSize && codeSize < kMostBits)
-                ++codeSize;
-        }
-        previous = code;
-        return length;
-    }
-
-private:
-    int lengthOf(int code) const { return code < clear ? 1 : lengths[code]; }
-
-    void reset()
-    {
-        codeSize = first + 1;
-        next = clear + 2;
-        previous = -1;
-    }
-
-    int first;
-    int clear;
-    int codeSize = 0;
-    int next = 0;
-    int previous = -1;
-    int lengths[kMostCodes] = {};
-};
-
 // The number behind the n-th "#define NAME ".
 qint64 definedNumber(const QByteArray &text, int n)
 {
@@ -287,7 +240,7 @@ QByteArray withoutNotes(const QByteArray &bytes)
 
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
 {
-    if (bits < 1 || bits >= kMostBits)
+    if (bits < 1 || bits >= CodeLengths::kMostBits)
         return true; // the reader refuses them
     CodeLengths lengths(bits);
     unsigned waiting = 0;

@@ -7,6 +7,7 @@
 #include "imageplugins.h"
 #include "messages.h"
 #include "svgfile.h"
+#include "tiffdata.h"
 #include "tiffpages.h"
 #include "values.h"
 
@@ -56,6 +57,11 @@ bool isGreyFormat(QImage::Format format)
 {
     return format == QImage::Format_Mono || format == QImage::Format_MonoLSB
         || format == QImage::Format_Grayscale8;
+}
+
+bool isTiff(const QByteArray &format)
+{
+    return format == "tiff" || format == "tif";
 }
 
 std::string millions(double value)
@@ -388,6 +394,9 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "there is no page " + std::to_string(page) + " (the file has "
                  + std::to_string(std::max(1, reader.imageCount())) + ")");
     }
+    const QByteArray unknown = isTiff(format) ? unknownSamples(data, page) : QByteArray();
+    if (!unknown.isEmpty())
+        fail(name, unknown.toStdString() + " are not read: convert it to 8 or 16 bits");
     const Overheard overheard;
     if (!reader.read(&image) || image.isNull()) {
         refuseWithoutMemory(size);
@@ -397,9 +406,12 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
+    if (remarks && isTiff(format) && haveSamplesSigns(data, page))
+        remarks->push_back(
+            "the image may be wrong, as its samples have signs, which are not heeded");
     QByteArray complaint = complaintIn(overheard.lines(), format, data);
     if (complaint.isEmpty() && remarks)
-        complaint = complaintOf(data, format);
+        complaint = complaintOf(data, format, page);
     if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
         remarks->push_back("the image may be wrong, as the file is damaged: \""
                            + complaint.toStdString() + '"');
