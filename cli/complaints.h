@@ -20,6 +20,11 @@ QByteArray complaintIn(const QByteArray &lines, const QByteArray &format, const 
 // nothing.
 QByteArray complaintOf(const QByteArray &bytes, const QByteArray &format, int page = 1);
 
+// The same of what other programs and readers decode without a word: whether the coded picture of a
+// WebP, or of a file of boxes (HEIC, AVIF, JPEG XL), has a hole, a run of zeros that no picture of
+// so many pixels has. A copy that was not finished looks like that.
+QByteArray complaintOfHoles(const QByteArray &bytes, qint64 pixels);
+
 } // namespace ztrace
 
 #endif

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "imagedata.h"
 
+#include "ByteWalk.h"
 #include "CodeLengths.h"
 
 #include <QList>
@@ -145,6 +146,58 @@ bool restartsFollow(const QByteArray &bytes, int at, qint64 wanted)
     return found >= wanted;
 }
 
+qint64 longestRunOfZeros(const QByteArray &bytes, qint64 from, qint64 size)
+{
+    const qint64 to = size < bytes.size() - from ? from + size : bytes.size();
+    qint64 longest = 0;
+    qint64 run = 0;
+    for (qint64 at = from; at < to; ++at) {
+        run = bytes.at(static_cast<int>(at)) == 0 ? run + 1 : 0;
+        longest = std::max(longest, run);
+    }
+    return longest;
+}
+
+// A name of four letters, a length, the content, of an even number of bytes.
+qint64 holeOfWebp(const QByteArray &bytes)
+{
+    qint64 longest = 0;
+    ByteWalk walk(bytes);
+    walk.moveTo(12);
+    while (!walk.isBeyond()) {
+        const QByteArray name = bytes.mid(static_cast<int>(walk.at()), 4);
+        walk.skip(4);
+        const qint64 length = walk.number(4);
+        if (name == "VP8 " || name == "VP8L" || name == "ANMF")
+            longest = std::max(longest, longestRunOfZeros(bytes, walk.at(), length));
+        walk.skip(length + length % 2);
+    }
+    return longest;
+}
+
+// A length, which counts itself, a name of four letters, the content. Lengths that are 1 stand
+// behind the name, with 0 a box reaches to the end.
+qint64 holeOfBoxes(const QByteArray &bytes)
+{
+    qint64 longest = 0;
+    ByteWalk walk(bytes, false);
+    while (!walk.isBeyond() && walk.at() < bytes.size()) {
+        const qint64 begin = walk.at();
+        qint64 length = walk.number(4);
+        const QByteArray name = bytes.mid(static_cast<int>(walk.at()), 4);
+        walk.skip(4);
+        if (length == 1)
+            length = walk.number(8);
+        if (length < walk.at() - begin)
+            length = bytes.size() - begin;
+        if (name == "mdat" || name == "jxlc" || name == "jxlp")
+            longest = std::max(longest,
+                               longestRunOfZeros(bytes, walk.at(), begin + length - walk.at()));
+        walk.moveTo(begin + length);
+    }
+    return longest;
+}
+
 // The number behind the n-th "#define NAME ".
 qint64 definedNumber(const QByteArray &text, int n)
 {
@@ -262,6 +315,14 @@ bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
             return true;
     }
     return pixels <= 0;
+}
+
+qint64 longestHole(const QByteArray &bytes)
+{
+    if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
+        return holeOfWebp(bytes);
+    const bool isOfBoxes = bytes.mid(4, 4) == "ftyp" || bytes.mid(4, 4) == "JXL ";
+    return isOfBoxes ? holeOfBoxes(bytes) : 0;
 }
 
 bool areValuesEnough(const QByteArray &text)

@@ -30,6 +30,10 @@ QByteArray withoutNotes(const QByteArray &bytes);
 // are its blocks without their sizes, and `bits` the size of codes that stands before them.
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels);
 
+// The longest run of zeros within the coded picture of a WebP or of a file of boxes (ISO/IEC
+// 14496-12, 4.2). 0 of all others.
+qint64 longestHole(const QByteArray &bytes);
+
 // Whether an XBM has a value for every eight pixels of a row.
 bool areValuesEnough(const QByteArray &text);
 

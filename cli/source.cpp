@@ -64,6 +64,19 @@ bool isTiff(const QByteArray &format)
     return format == "tiff" || format == "tif";
 }
 
+qint64 pixelsOf(const QImage &image)
+{
+    return qint64(image.width()) * image.height();
+}
+
+void remarkOnDamage(const QByteArray &complaint, Remarks *remarks)
+{
+    if (complaint.isEmpty())
+        return;
+    remarks->push_back("the image may be wrong, as the file is damaged: \""
+                       + complaint.toStdString() + '"');
+}
+
 std::string millions(double value)
 {
     return shortText(std::ceil(value));
@@ -368,6 +381,8 @@ QImage ImageSource::readForeign(int page, Remarks *remarks) const
         refuseWithoutMemory(size);
         fail(name, "the image is damaged or incomplete");
     }
+    if (remarks && remarks->empty())
+        remarkOnDamage(complaintOfHoles(data, pixelsOf(image)), remarks);
     return image;
 }
 
@@ -412,10 +427,11 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
     QByteArray complaint = complaintIn(overheard.lines(), format, data);
     if (complaint.isEmpty() && remarks)
         complaint = complaintOf(data, format, page);
-    if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
-        remarks->push_back("the image may be wrong, as the file is damaged: \""
-                           + complaint.toStdString() + '"');
-    }
+    if (complaint.isEmpty() && remarks)
+        complaint = complaintOfHoles(data, pixelsOf(image));
+    const Ending ended = ending(page); // what else it is, is told besides
+    if (remarks && (ended == Ending::Whole || ended == Ending::Untold))
+        remarkOnDamage(complaint, remarks);
     return image;
 }
 

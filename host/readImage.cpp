@@ -54,6 +54,8 @@ QImage zelvora::readImage(const QString &fileName)
     QByteArray complaint = ztrace::complaintIn(said, format, bytes);
     if (complaint.isEmpty())
         complaint = ztrace::complaintOf(bytes, format);
+    if (complaint.isEmpty())
+        complaint = ztrace::complaintOfHoles(bytes, qint64(image.width()) * image.height());
     if (ending != ztrace::Ending::Whole && ending != ztrace::Ending::Untold)
         tellOf(fileName, "the image is incomplete");
     else if (!complaint.isEmpty())
