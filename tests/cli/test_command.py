@@ -1,16 +1,63 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """The command line: what it writes, and how it fails."""
+import fcntl
 import gzip
 import os
 import pty
 import re
 import signal
+import struct
 import subprocess
+import termios
 import unittest
 
 from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, area, paths, png, ring, square, tiff
 
 HALF = (0, 0, 255, 128)
+
+
+class SlowReaders(CommandTest):
+    """What is printed waits for its reader also where the pipe does not wait, as when others have set it so."""
+    ROOM = 4096
+
+    def through(self, stream, *arguments):
+        """The code, and what has come through a pipe that was full before it was read."""
+        end, start = os.pipe()
+        fcntl.fcntl(start, fcntl.F_SETPIPE_SZ, self.ROOM)
+        fcntl.fcntl(start, fcntl.F_SETFL, os.O_NONBLOCK)
+        streams = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, stream: start}
+        process = subprocess.Popen([PROGRAM, *arguments], cwd=self.folder, **streams)
+        os.close(start)
+        while process.poll() is None and self.waiting(end) < self.ROOM:
+            os.sched_yield()
+        with open(end, "rb") as file:
+            got = file.read()
+        return process.wait(), got
+
+    @staticmethod
+    def waiting(end):
+        return struct.unpack("i", fcntl.ioctl(end, termios.FIONREAD, bytes(4)))[0]
+
+    def test_standard_output(self):
+        whole = self.run_program("--help").stdout
+        self.assertGreater(len(whole), 2 * self.ROOM)
+        self.assertEqual(self.through("stdout", "--help"), (0, whole))
+
+    def test_standard_error(self):
+        self.write("a.png", png(64, 64, lambda x, y: (x // 4 * 16, y // 4 * 16, 128, 255)))
+        command = ["a.png", "-o", "-", "-f", "svg", "--raw", "--set", "numberofcolors=256", "--json", "--quiet"]
+        whole = self.run_program(*command).stderr
+        self.assertGreater(len(whole), 2 * self.ROOM)
+        code, got = self.through("stderr", *command)
+        self.assertEqual((code, len(got) > 2 * self.ROOM, got[-2:]), (0, True, whole[-2:]))
+
+    def test_a_reader_that_leaves(self):
+        end, start = os.pipe()
+        fcntl.fcntl(start, fcntl.F_SETFL, os.O_NONBLOCK)
+        os.close(end)
+        result = subprocess.run([PROGRAM, "--help"], stdout=start, stderr=subprocess.PIPE)
+        os.close(start)
+        self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: Broken pipe\n"))
 
 
 class Writing(CommandTest):
