@@ -175,7 +175,7 @@ QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &
     QByteArray data;
     struct stat info;
     if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
-        fail(name, "is a folder");
+        fail(name, "is a folder (ztrace batch traces the images in one)");
     if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= most)
         data.reserve(static_cast<int>(info.st_size) + 1);
     std::vector<char> part(1 << 16);
@@ -190,7 +190,8 @@ QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &
         if (data.size() + size > most) {
             fail(name,
                  "has more than " + millions(static_cast<double>(most) / kMillion)
-                     + " million bytes (see --max-memory)");
+                     + " million bytes"
+                     + (most < kMostBytes ? " (see --max-memory)" : ", more than can be read"));
         }
         data.append(part.data(), static_cast<int>(size));
     }

@@ -245,7 +245,7 @@ class Failing(CommandTest):
         os.mkdir(self.path("folder.png"))
         for name, words in [("none.png", "No such file"), ("empty.png", "is empty"),
                             ("text.png", "not an image"), ("cut.png", "the image is damaged or incomplete"),
-                            ("folder.png", "is a folder")]:
+                            ("folder.png", "is a folder (ztrace batch traces the images in one)")]:
             with self.subTest(name):
                 self.assert_refused(name, "-o", "out.svg", code=3, words=name + ": " + words)
 
@@ -410,7 +410,12 @@ class Failing(CommandTest):
 
     def test_images_are_not_replaced(self):
         """`ztrace a.png b.png` means two inputs, and its reader might make an output of the second."""
-        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch")
+        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch, and an output is -o b.png")
+        for second, words in [("b.dxf", "for ztrace batch, and an output is -o b.dxf (see"), ("b.tif", "for ztrace batch (see"),
+                              ("b", "for ztrace batch (see")]:
+            self.assert_refused("a.png", second, code=2, words=words)
+        for option in [], ["--csv", "-"]:
+            self.assert_refused("summary", "o", *option, code=2, words="did you mean ztrace batch summary?")
         for name, data in ("b.png", ring(RED, WHITE, WHITE)), ("b.svg", ring(RED, WHITE, WHITE)):
             self.write(name, data)
             self.assert_refused("a.png", "-o", name, code=2, words=name + self.STRANGERS)
