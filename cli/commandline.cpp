@@ -5,6 +5,8 @@
 #include "options.h"
 #include "suggest.h"
 
+#include "drawing/formats.h"
+
 #include <deque>
 
 namespace ztrace {
@@ -140,6 +142,8 @@ private:
             useBatch();
             return;
         }
+        if (inputs.size() > 1 && inputs.front() == kSummary)
+            refuse("summary: there is one INPUT only; did you mean ztrace batch summary?");
         refuseBatchOptions();
         if (inputs.empty())
             refuse("no input: give an image, or - for standard input");
@@ -153,7 +157,17 @@ private:
         if (isList && !line.given.empty())
             throw Failure(kWrongUsage, line.input + ": it takes no options");
         if (inputs.size() > 1)
-            refuse(inputs[1] + ": there is one INPUT only; several are for ztrace batch");
+            refuseMore(inputs[1]);
+    }
+
+    // A second name is often meant for the output.
+    [[noreturn]] static void refuseMore(const std::string &second)
+    {
+        const std::size_t dot = second.rfind('.');
+        const bool mayBeOutput = dot != std::string::npos
+            && formatOfSuffix(QString::fromStdString(second.substr(dot + 1)));
+        refuse(second + ": there is one INPUT only; several are for ztrace batch"
+               + (mayBeOutput ? ", and an output is -o " + second : ""));
     }
 
     void useBatch()

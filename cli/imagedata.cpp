@@ -1,6 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "imagedata.h"
 
+#include "ByteWalk.h"
+#include "CodeLengths.h"
+
 #include <QList>
 
 #include <algorithm>
@@ -13,8 +16,6 @@ namespace ztrace {
 namespace {
 
 const int kCoefficients = 64;
-const int kMostBits = 12; // of a code
-const int kMostCodes = 1 << kMostBits;
 
 int byteAt(const QByteArray &bytes, int at)
 {
@@ -145,52 +146,57 @@ bool restartsFollow(const QByteArray &bytes, int at, qint64 wanted)
     return found >= wanted;
 }
 
-// How long the strings are that codes stand for.
-class CodeLengths
+qint64 longestRunOfZeros(const QByteArray &bytes, qint64 from, qint64 size)
 {
-public:
-    explicit CodeLengths(int bits) : first(bits), clear(1 << bits) { reset(); }
-
-    int size() const { return codeSize; }
-    bool isEnd(int code) const { return code == clear + 1; }
-
-    // Pixels that a code stands for; -1 for one that cannot be there.
-    qint64 take(int code)
-    {
-        if (code == clear) {
-            reset();
-            return 0;
-        }
-        const int known = code < next ? lengthOf(code) : 0;
-        if (code > next || (code == next && previous < 0))
-            return -1;
-        const int length = known > 0 ? known : lengthOf(previous) + 1;
-        if (previous >= 0 && next < kMostCodes) {
-            lengths[next++] = lengthOf(previous) + 1;
-            if (next == 1 << codeSize && codeSize < kMostBits)
-                ++codeSize;
-        }
-        previous = code;
-        return length;
+    const qint64 to = size < bytes.size() - from ? from + size : bytes.size();
+    qint64 longest = 0;
+    qint64 run = 0;
+    for (qint64 at = from; at < to; ++at) {
+        run = bytes.at(static_cast<int>(at)) == 0 ? run + 1 : 0;
+        longest = std::max(longest, run);
     }
+    return longest;
+}
 
-private:
-    int lengthOf(int code) const { return code < clear ? 1 : lengths[code]; }
-
-    void reset()
-    {
-        codeSize = first + 1;
-        next = clear + 2;
-        previous = -1;
+// A name of four letters, a length, the content, of an even number of bytes.
+qint64 holeOfWebp(const QByteArray &bytes)
+{
+    qint64 longest = 0;
+    ByteWalk walk(bytes);
+    walk.moveTo(12);
+    while (!walk.isBeyond()) {
+        const QByteArray name = bytes.mid(static_cast<int>(walk.at()), 4);
+        walk.skip(4);
+        const qint64 length = walk.number(4);
+        if (name == "VP8 " || name == "VP8L" || name == "ANMF")
+            longest = std::max(longest, longestRunOfZeros(bytes, walk.at(), length));
+        walk.skip(length + length % 2);
     }
+    return longest;
+}
 
-    int first;
-    int clear;
-    int codeSize = 0;
-    int next = 0;
-    int previous = -1;
-    int lengths[kMostCodes] = {};
-};
+// A length, which counts itself, a name of four letters, the content. Lengths that are 1 stand
+// behind the name, with 0 a box reaches to the end.
+qint64 holeOfBoxes(const QByteArray &bytes)
+{
+    qint64 longest = 0;
+    ByteWalk walk(bytes, false);
+    while (!walk.isBeyond() && walk.at() < bytes.size()) {
+        const qint64 begin = walk.at();
+        qint64 length = walk.number(4);
+        const QByteArray name = bytes.mid(static_cast<int>(walk.at()), 4);
+        walk.skip(4);
+        if (length == 1)
+            length = walk.number(8);
+        if (length < walk.at() - begin)
+            length = bytes.size() - begin;
+        if (name == "mdat" || name == "jxlc" || name == "jxlp")
+            longest = std::max(longest,
+                               longestRunOfZeros(bytes, walk.at(), begin + length - walk.at()));
+        walk.moveTo(begin + length);
+    }
+    return longest;
+}
 
 // The number behind the n-th "#define NAME ".
 qint64 definedNumber(const QByteArray &text, int n)
@@ -246,9 +252,48 @@ bool areRestartsComplete(const QByteArray &bytes)
     return true;
 }
 
+bool isPadded(const QByteArray &bytes, qint64 count)
+{
+    const int kEnd = 0xD9;
+    const int kAhead = 8; // bytes that the reader has taken before it counts: a word of a machine
+    int at = nextMark(bytes, 2);
+    while (at >= 0 && byteAt(bytes, at + 1) != kEnd)
+        at = nextMark(bytes, at + 2 + pairAt(bytes, at + 2));
+    while (at > 0 && byteAt(bytes, at - 1) == 0xFF)
+        --at; // any number of them belongs to a mark
+    if (at < 1)
+        return false;
+    qint64 run = 1;
+    while (run < at && bytes.at(at - 1 - static_cast<int>(run)) == bytes.at(at - 1))
+        ++run;
+    return run >= count && run <= count + kAhead;
+}
+
+QByteArray withoutNotes(const QByteArray &bytes)
+{
+    const int kFirstNote = 0xE0, kLastNote = 0xEF, kComment = 0xFE, kEnd = 0xD9, kScan = 0xDA;
+    const int kBaseline = 0xC0, kSequential = 0xC1;
+    bool isSequential = false;
+    QByteArray plain = bytes.left(2);
+    int copied = 2;
+    for (int at = nextMark(bytes, 2); at >= 0 && byteAt(bytes, at + 1) != kEnd;) {
+        const int mark = byteAt(bytes, at + 1);
+        const int behind = std::min(bytes.size(), at + 2 + pairAt(bytes, at + 2));
+        isSequential = isSequential || mark == kBaseline || mark == kSequential;
+        plain += bytes.mid(copied, at - copied);
+        if (mark == kScan && isSequential)
+            plain += bytes.mid(at, behind - at - 3) + QByteArray("\0\x3F\0", 3);
+        else if ((mark < kFirstNote || mark > kLastNote) && mark != kComment)
+            plain += bytes.mid(at, behind - at);
+        copied = behind;
+        at = nextMark(bytes, behind);
+    }
+    return plain + bytes.mid(copied);
+}
+
 bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
 {
-    if (bits < 1 || bits >= kMostBits)
+    if (bits < 1 || bits >= CodeLengths::kMostBits)
         return true; // the reader refuses them
     CodeLengths lengths(bits);
     unsigned waiting = 0;
@@ -270,6 +315,14 @@ bool areCodesEnough(const QByteArray &codes, int bits, qint64 pixels)
             return true;
     }
     return pixels <= 0;
+}
+
+qint64 longestHole(const QByteArray &bytes)
+{
+    if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
+        return holeOfWebp(bytes);
+    const bool isOfBoxes = bytes.mid(4, 4) == "ftyp" || bytes.mid(4, 4) == "JXL ";
+    return isOfBoxes ? holeOfBoxes(bytes) : 0;
 }
 
 bool areValuesEnough(const QByteArray &text)

@@ -333,6 +333,7 @@ int main(int argc, char **argv)
         sayLastWords("ztrace", kFailed);
     }
     ignoreSignalsOfWrites();
+    waitForReaders();
     // Image readers may draw text, which needs a platform; none that shows anything.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // Its loop is another library's else, which ends the process when it gets no memory.

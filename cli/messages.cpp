@@ -3,6 +3,8 @@
 
 #include "failure.h"
 
+#include "drawing/files.h"
+
 #include <QString>
 
 #include <algorithm>
@@ -33,6 +35,44 @@ int newNotes()
     return open("/dev/null", O_RDWR | O_CLOEXEC);
 }
 
+#if defined(__GLIBC__)
+
+ssize_t writeWaiting(void *cookie, const char *data, std::size_t size)
+{
+    const int failure
+        = writeAll(*static_cast<const int *>(cookie), data, static_cast<qint64>(size));
+    if (failure == 0)
+        return static_cast<ssize_t>(size);
+    errno = failure;
+    return 0;
+}
+
+// A stream to a descriptor that stays where it is.
+std::FILE *waitingStream(const int *descriptor)
+{
+    cookie_io_functions_t functions = {};
+    functions.write = writeWaiting;
+    return fopencookie(const_cast<int *>(descriptor), "w", functions);
+}
+
+void replaceByWaiting(std::FILE **stream, const int *descriptor, int buffering)
+{
+    std::FILE *own = waitingStream(descriptor);
+    if (!own)
+        return;
+    std::setvbuf(own, nullptr, buffering, BUFSIZ);
+    *stream = own;
+}
+
+#else
+
+std::FILE *waitingStream(const int *descriptor)
+{
+    return fdopen(*descriptor, "w");
+}
+
+#endif
+
 // A last one ends the process, as ever.
 void noteMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
@@ -60,11 +100,30 @@ void reserveStandardDescriptors()
     }
 }
 
+void waitForReaders()
+{
+#if defined(__GLIBC__)
+    static const int output = STDOUT_FILENO;
+    static const int errors = STDERR_FILENO;
+    replaceByWaiting(&stdout, &output, isatty(output) ? _IOLBF : _IOFBF);
+    replaceByWaiting(&stderr, &errors, _IONBF);
+#endif
+}
+
+int messagesDescriptor()
+{
+    static const int copy = [] {
+        const int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        return own < 0 ? STDERR_FILENO : own;
+    }();
+    return copy;
+}
+
 std::FILE *messageStream()
 {
+    static const int descriptor = messagesDescriptor();
     static std::FILE *const stream = [] {
-        const int copy = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        std::FILE *own = copy < 0 ? nullptr : fdopen(copy, "w");
+        std::FILE *own = waitingStream(&descriptor);
         if (!own)
             return stderr;
         std::setvbuf(own, nullptr, _IOLBF, BUFSIZ);

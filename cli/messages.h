@@ -23,8 +23,16 @@ void reserveStandardDescriptors();
 // not the end of the process; standard error that may not grow takes no drawing with it.
 void ignoreSignalsOfWrites();
 
+// From now on what is printed on standard output and standard error waits for a reader also where
+// the descriptor does not wait, and only a reader that leaves loses it. Others that share the pipe
+// may have set it so. Needs glibc, elsewhere nothing changes.
+void waitForReaders();
+
 // Standard error, also while image libraries are kept from writing to it (Silence).
 std::FILE *messageStream();
+
+// The same for handlers of signals.
+int messagesDescriptor();
 
 // "ztrace: TEXT" on a line, whatever is in the text.
 void tell(const std::string &text);

@@ -7,6 +7,7 @@
 #include "imageplugins.h"
 #include "messages.h"
 #include "svgfile.h"
+#include "tiffdata.h"
 #include "tiffpages.h"
 #include "values.h"
 
@@ -61,6 +62,24 @@ bool isGreyFormat(QImage::Format format)
 {
     return format == QImage::Format_Mono || format == QImage::Format_MonoLSB
         || format == QImage::Format_Grayscale8;
+}
+
+bool isTiff(const QByteArray &format)
+{
+    return format == "tiff" || format == "tif";
+}
+
+qint64 pixelsOf(const QImage &image)
+{
+    return qint64(image.width()) * image.height();
+}
+
+void remarkOnDamage(const QByteArray &complaint, Remarks *remarks)
+{
+    if (complaint.isEmpty())
+        return;
+    remarks->texts.push_back("the image may be wrong, as the file is damaged: \""
+                             + complaint.toStdString() + '"');
 }
 
 std::string millions(double value)
@@ -161,7 +180,7 @@ QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &
     QByteArray data;
     struct stat info;
     if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode))
-        fail(name, "is a folder");
+        fail(name, "is a folder (ztrace batch traces the images in one)");
     if (fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= most)
         data.reserve(static_cast<int>(info.st_size) + 1);
     std::vector<char> part(1 << 16);
@@ -174,9 +193,11 @@ QByteArray readAll(int descriptor, const std::string &name, const SourceLimits &
         if (size == 0)
             return data;
         if (data.size() + size > most) {
-            failByLimit(name,
-                        "has more than " + millions(static_cast<double>(most) / kMillion)
-                            + " million bytes (see --max-memory)");
+            const std::string much = "has more than "
+                + millions(static_cast<double>(most) / kMillion) + " million bytes";
+            if (most < kMostBytes)
+                failByLimit(name, much + " (see --max-memory)");
+            fail(name, much + ", more than can be read");
         }
         data.append(part.data(), static_cast<int>(size));
     }
@@ -367,6 +388,8 @@ QImage ImageSource::readForeign(int page, Remarks *remarks) const
         refuseWithoutMemory(size);
         failByLimit(name, "the image is damaged or incomplete"); // or its program was cut short
     }
+    if (remarks && remarks->texts.empty())
+        remarkOnDamage(complaintOfHoles(data, pixelsOf(image)), remarks);
     return image;
 }
 
@@ -400,6 +423,9 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "there is no page " + std::to_string(page) + " (the file has "
                  + std::to_string(std::max(1, reader.imageCount())) + ")");
     }
+    const QByteArray unknown = isTiff(format) ? unknownSamples(data, page) : QByteArray();
+    if (!unknown.isEmpty())
+        fail(name, unknown.toStdString() + " are not read: convert it to 8 or 16 bits");
     const Overheard overheard;
     if (!reader.read(&image) || image.isNull()) {
         refuseWithoutMemory(size);
@@ -409,13 +435,17 @@ QImage ImageSource::read(int page, bool upright, Remarks *remarks) const
              "the image is damaged or incomplete (" + reader.errorString().toStdString() + ")");
     }
     refuseTooLarge(image.size(), isGreyFormat(image.format()));
-    QByteArray complaint = complaintIn(overheard.lines(), format);
+    if (remarks && isTiff(format) && haveSamplesSigns(data, page))
+        remarks->texts.push_back(
+            "the image may be wrong, as its samples have signs, which are not heeded");
+    QByteArray complaint = complaintIn(overheard.lines(), format, data);
     if (complaint.isEmpty() && remarks)
-        complaint = complaintOf(data, format);
-    if (remarks && !complaint.isEmpty() && ending(page) == Ending::Whole) {
-        remarks->texts.push_back("the image may be wrong, as the file is damaged: \""
-                                 + complaint.toStdString() + '"');
-    }
+        complaint = complaintOf(data, format, page);
+    if (complaint.isEmpty() && remarks)
+        complaint = complaintOfHoles(data, pixelsOf(image));
+    const Ending ended = ending(page); // what else it is, is told besides
+    if (remarks && (ended == Ending::Whole || ended == Ending::Untold))
+        remarkOnDamage(complaint, remarks);
     return image;
 }
 

@@ -7,6 +7,7 @@
 #include "ByteWalk.h"
 
 #include <iterator>
+#include <memory>
 #include <set>
 
 namespace ztrace {
@@ -26,7 +27,8 @@ public:
           left(file.size())
     { }
 
-    std::vector<Ending> pages()
+    // `wanted` gets the values of the page of that number, 1 is the first.
+    std::vector<Ending> pages(int number = 0, TiffValues *wanted = nullptr)
     {
         std::vector<Ending> found;
         ByteWalk walk(bytes, little);
@@ -34,8 +36,9 @@ public:
         std::set<qint64> places;
         qint64 next = walk.number(wide);
         while (next != 0 && places.insert(next).second) {
+            const bool isWanted = static_cast<int>(found.size()) + 1 == number;
             // A directory that is not there is a page nevertheless.
-            const Ending end = readDirectory(next, &next);
+            const Ending end = readDirectory(next, &next, isWanted ? wanted : nullptr);
             found.push_back(end);
         }
         return found;
@@ -43,7 +46,7 @@ public:
 
 private:
     // Whether all of it is there. Where that cannot be told there is no next one.
-    Ending readDirectory(qint64 place, qint64 *next)
+    Ending readDirectory(qint64 place, qint64 *next, TiffValues *values)
     {
         ByteWalk walk(bytes, little);
         walk.moveTo(place);
@@ -62,6 +65,12 @@ private:
                 offsets = numbersAt(value, type, count);
             else if (tag == kStripSizes || tag == kTileSizes)
                 sizes = numbersAt(value, type, count);
+            else if (values && isWhole(type))
+                (*values)[tag] = numbersAt(value, type, count);
+        }
+        if (values) {
+            (*values)[kStripOffsets] = offsets;
+            (*values)[kStripSizes] = sizes;
         }
         *next = walk.number(wide);
         if (walk.isBeyond() || left <= 0) {
@@ -79,6 +88,9 @@ private:
         const int kSizes[] = { 0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8 };
         return type < static_cast<qint64>(std::size(kSizes)) ? kSizes[type] : 0;
     }
+
+    // Numbers without sign, of 2, 4 or 8 bytes.
+    static bool isWhole(qint64 type) { return type == 3 || type == 4 || type == 16; }
 
     // Values that do not fit into the entry lie elsewhere, in the file.
     bool isThere(qint64 place, qint64 type, qint64 count) const
@@ -124,19 +136,34 @@ private:
     qint64 left;    // entries and numbers that may be read: each has bytes of its own
 };
 
-} // namespace
-
-std::vector<Ending> tiffPages(const QByteArray &bytes)
+// What walks through a TIFF; nothing where there is none.
+std::unique_ptr<TiffWalk> walkOf(const QByteArray &bytes)
 {
     for (const bool little : { true, false }) {
         for (const int version : { 42, 43 }) {
             ByteWalk walk(bytes, little);
             const qint64 order = walk.number(2);
             if (order == (little ? 0x4949 : 0x4D4D) && walk.number(2) == version)
-                return TiffWalk(bytes, little, version == 43).pages();
+                return std::make_unique<TiffWalk>(bytes, little, version == 43);
         }
     }
-    return {};
+    return nullptr;
+}
+
+} // namespace
+
+std::vector<Ending> tiffPages(const QByteArray &bytes)
+{
+    const std::unique_ptr<TiffWalk> walk = walkOf(bytes);
+    return walk ? walk->pages() : std::vector<Ending>();
+}
+
+TiffValues tiffValues(const QByteArray &bytes, int page)
+{
+    TiffValues values;
+    if (const std::unique_ptr<TiffWalk> walk = walkOf(bytes))
+        walk->pages(page, &values);
+    return values;
 }
 
 } // namespace ztrace

@@ -66,7 +66,7 @@ void alarmAfter(double seconds, void (*handler)(int))
 void endAfter(double seconds)
 {
     // A line of progress may stand there on a terminal.
-    messageDescriptor = fileno(messageStream());
+    messageDescriptor = messagesDescriptor();
     std::snprintf(sentence, sizeof sentence, "%sztrace: the time limit of %s seconds is over\n",
                   isatty(messageDescriptor) ? "\r\x1b[K" : "", shortText(seconds).c_str());
     alarmAfter(seconds, endOfTime);

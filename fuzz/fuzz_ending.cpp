@@ -2,11 +2,12 @@
 //
 // The checks of where image files end, over any bytes as any format: they end, and bytes that are
 // whole stay whole with more behind them where the format has an end mark. So are the samples of a
-// PNM and the restart marks of a JPEG.
+// PNM, the restart marks of a JPEG, the strips of a TIFF and the holes of a WebP.
 #include "Input.h"
 
 #include "cli/complaints.h"
 #include "cli/ending.h"
+#include "cli/imagedata.h"
 #include "cli/tiffpages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -24,6 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QByteArray name(format);
     if (ending == ztrace::Ending::Whole && (name == "gif" || name == "png" || name == "mng"))
         fuzz::require(ztrace::endingOf(bytes + "more", format) == ending);
+    fuzz::require(ztrace::longestHole(bytes) <= bytes.size());
     const QByteArray complaint = ztrace::complaintOf(bytes, name);
     if (ending == ztrace::Ending::Whole && name == "pgm")
         fuzz::require(ztrace::complaintOf(bytes + "\n9999", name) == complaint);

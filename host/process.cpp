@@ -67,6 +67,7 @@ void zelvora::reserveStandardDescriptors()
 void zelvora::ignoreSignalsOfWrites()
 {
     ztrace::ignoreSignalsOfWrites();
+    ztrace::waitForReaders();
 }
 
 void zelvora::prepareToolkit()

@@ -19,7 +19,7 @@ namespace zelvora {
 void reserveStandardDescriptors();
 
 // A reader that goes away and a file that may not grow are errors of writing and no end of the
-// process.
+// process; one that is slow is waited for.
 void ignoreSignalsOfWrites();
 
 // The toolkit paints without a display, whatever the environment says, and what it says before it

@@ -38,12 +38,12 @@ QImage zelvora::readImage(const QString &fileName)
     const QByteArray format = QImageReader::imageFormat(fileName);
     if (ztrace::isDistrusted(format))
         return QImage();
-    QByteArray complaint;
+    QByteArray said;
     QImage image;
     {
         const ztrace::Overheard overheard;
         image = QImage(fileName);
-        complaint = ztrace::complaintIn(overheard.lines(), format);
+        said = overheard.lines();
     }
     if (image.isNull())
         return image;
@@ -51,8 +51,11 @@ QImage zelvora::readImage(const QString &fileName)
     if (bytes.isEmpty())
         return image;
     const ztrace::Ending ending = ztrace::endingOf(bytes, format);
+    QByteArray complaint = ztrace::complaintIn(said, format, bytes);
     if (complaint.isEmpty())
         complaint = ztrace::complaintOf(bytes, format);
+    if (complaint.isEmpty())
+        complaint = ztrace::complaintOfHoles(bytes, qint64(image.width()) * image.height());
     if (ending != ztrace::Ending::Whole && ending != ztrace::Ending::Untold)
         tellOf(fileName, "the image is incomplete");
     else if (!complaint.isEmpty())

@@ -1,16 +1,63 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """The command line: what it writes, and how it fails."""
+import fcntl
 import gzip
 import os
 import pty
 import re
 import signal
+import struct
 import subprocess
+import termios
 import unittest
 
 from support import BLACK, CLEAR, PROGRAM, RED, WHITE, CommandTest, area, paths, png, ring, square, tiff
 
 HALF = (0, 0, 255, 128)
+
+
+class SlowReaders(CommandTest):
+    """What is printed waits for its reader also where the pipe does not wait, as when others have set it so."""
+    ROOM = 4096
+
+    def through(self, stream, *arguments):
+        """The code, and what has come through a pipe that was full before it was read."""
+        end, start = os.pipe()
+        fcntl.fcntl(start, fcntl.F_SETPIPE_SZ, self.ROOM)
+        fcntl.fcntl(start, fcntl.F_SETFL, os.O_NONBLOCK)
+        streams = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, stream: start}
+        process = subprocess.Popen([PROGRAM, *arguments], cwd=self.folder, **streams)
+        os.close(start)
+        while process.poll() is None and self.waiting(end) < self.ROOM:
+            os.sched_yield()
+        with open(end, "rb") as file:
+            got = file.read()
+        return process.wait(), got
+
+    @staticmethod
+    def waiting(end):
+        return struct.unpack("i", fcntl.ioctl(end, termios.FIONREAD, bytes(4)))[0]
+
+    def test_standard_output(self):
+        whole = self.run_program("--help").stdout
+        self.assertGreater(len(whole), 2 * self.ROOM)
+        self.assertEqual(self.through("stdout", "--help"), (0, whole))
+
+    def test_standard_error(self):
+        self.write("a.png", png(64, 64, lambda x, y: (x // 4 * 16, y // 4 * 16, 128, 255)))
+        command = ["a.png", "-o", "-", "-f", "svg", "--raw", "--set", "numberofcolors=256", "--json", "--quiet"]
+        whole = self.run_program(*command).stderr
+        self.assertGreater(len(whole), 2 * self.ROOM)
+        code, got = self.through("stderr", *command)
+        self.assertEqual((code, len(got) > 2 * self.ROOM, got[-2:]), (0, True, whole[-2:]))
+
+    def test_a_reader_that_leaves(self):
+        end, start = os.pipe()
+        fcntl.fcntl(start, fcntl.F_SETFL, os.O_NONBLOCK)
+        os.close(end)
+        result = subprocess.run([PROGRAM, "--help"], stdout=start, stderr=subprocess.PIPE)
+        os.close(start)
+        self.assertEqual((result.returncode, result.stderr), (4, b"ztrace: standard output: Broken pipe\n"))
 
 
 class Writing(CommandTest):
@@ -198,7 +245,7 @@ class Failing(CommandTest):
         os.mkdir(self.path("folder.png"))
         for name, words in [("none.png", "No such file"), ("empty.png", "is empty"),
                             ("text.png", "not an image"), ("cut.png", "the image is damaged or incomplete"),
-                            ("folder.png", "is a folder")]:
+                            ("folder.png", "is a folder (ztrace batch traces the images in one)")]:
             with self.subTest(name):
                 self.assert_refused(name, "-o", "out.svg", code=3, words=name + ": " + words)
 
@@ -363,7 +410,12 @@ class Failing(CommandTest):
 
     def test_images_are_not_replaced(self):
         """`ztrace a.png b.png` means two inputs, and its reader might make an output of the second."""
-        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch")
+        self.assert_refused("a.png", "b.png", code=2, words="b.png: there is one INPUT only; several are for ztrace batch, and an output is -o b.png")
+        for second, words in [("b.dxf", "for ztrace batch, and an output is -o b.dxf (see"), ("b.tif", "for ztrace batch (see"),
+                              ("b", "for ztrace batch (see")]:
+            self.assert_refused("a.png", second, code=2, words=words)
+        for option in [], ["--csv", "-"]:
+            self.assert_refused("summary", "o", *option, code=2, words="did you mean ztrace batch summary?")
         for name, data in ("b.png", ring(RED, WHITE, WHITE)), ("b.svg", ring(RED, WHITE, WHITE)):
             self.write(name, data)
             self.assert_refused("a.png", "-o", name, code=2, words=name + self.STRANGERS)

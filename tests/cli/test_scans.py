@@ -271,6 +271,7 @@ class Limits(OptionsTest):
                                                             "memory, more than 0.03 (see --max-memory)"),
                                  (("--max-memory", "0.0001"), "a.png: has more than 1 million bytes")]:
             self.assert_refused("a.png", *arguments, code=3, words=words)
+        self.assert_refused("/dev/zero", "--max-memory", "2", code=3, words="has more than 2 million bytes (see --max-memory)")
         self.run_program("a.png", "--max-pixels", "0.0016", "--max-memory", "0.0384")
 
     def test_small_files_that_claim_much(self):

@@ -99,6 +99,8 @@ private slots:
     void fullTablesOfCodes();
     void runsOfABmp();
     void valuesOfAnXbm();
+    void holes_data();
+    void holes();
 };
 
 void tst_ImageData::scansOfAJpeg()
@@ -250,6 +252,42 @@ void tst_ImageData::valuesOfAnXbm()
                              " 0x01, 0x00, 0XFF,\n0x00 };\n";
     QCOMPARE(endingOf(whole, "xbm"), Ending::Whole);
     QCOMPARE(endingOf(QByteArray(whole).replace(" 0x00,", ""), "xbm"), Ending::CutShort);
+}
+
+void tst_ImageData::holes_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("pixels");
+    QTest::addColumn<bool>("isHole");
+    const int kPixels = 200 * 100;
+    const auto webp = [](const char *name, const QByteArray &content) {
+        const QByteArray chunk = name + little(content.size(), 4) + content;
+        return "RIFF" + little(4 + chunk.size(), 4) + "WEBP" + chunk;
+    };
+    const auto heic = [](const char *name, const QByteArray &content) {
+        return QByteArray::fromHex("00000010") + "ftypheicmif1" + QByteArray::fromHex("000000")
+            + static_cast<char>(0) + name + content;
+    };
+    const QByteArray few(80, '\0'), some(90, '\0'), many(5000, '\0'), code("code");
+    QTest::newRow("few zeros") << webp("VP8 ", code + few + code) << kPixels << false;
+    QTest::newRow("zeros at the end") << webp("VP8 ", code + some) << kPixels << true;
+    QTest::newRow("zeros in between") << webp("VP8L", code + some + code) << kPixels << true;
+    QTest::newRow("of more pixels") << webp("VP8 ", code + some) << 2 * kPixels << false;
+    QTest::newRow("zeros of notes") << webp("EXIF", code + many) << kPixels << false;
+    QTest::newRow("zeros behind all") << webp("VP8 ", code) + many << kPixels << false;
+    QTest::newRow("a cut chunk") << webp("VP8 ", code + many).left(2000) << kPixels << true;
+    QTest::newRow("boxes with zeros") << heic("mdat", code + many) << kPixels << true;
+    QTest::newRow("boxes with few") << heic("mdat", code + some + code) << kPixels << false;
+    QTest::newRow("boxes for nothing") << heic("free", code + many) << kPixels << false;
+    QTest::newRow("another format") << "P5 9999 1 255 " + many << kPixels << false;
+}
+
+void tst_ImageData::holes()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, pixels);
+    QFETCH(bool, isHole);
+    QCOMPARE(!complaintOfHoles(bytes, pixels).isEmpty(), isHole);
 }
 
 QTEST_GUILESS_MAIN(tst_ImageData)

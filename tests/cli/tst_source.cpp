@@ -90,6 +90,8 @@ private slots:
     void sizesAreAskedFirst_data() { wholeFilesAreWhole_data(); }
     void sizesAreAskedFirst();
     void damagedPixelsAreTold();
+    void bytesLeftOverByAJpeg_data();
+    void bytesLeftOverByAJpeg();
     void whatIsDamage_data();
     void whatIsDamage();
     void framesOfAnAnimation();
@@ -333,6 +335,54 @@ void tst_Source::damagedPixelsAreTold()
     }
 }
 
+// Bytes that the codes of a scan leave over are damage, but for padding before the end mark.
+void tst_Source::bytesLeftOverByAJpeg_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("isDamage");
+    const QByteArray whole = written("jpeg", picture(QImage::Format_RGB32, 150, 120));
+    const QByteArray finer = written("jpeg", picture(QImage::Format_RGB32, 150, 120), -1, 80, true);
+    const QByteArray end("\xFF\xD9");
+    const QByteArray data = whole.left(whole.size() - 2);
+    const int lastScan = finer.lastIndexOf("\xFF\xC4");
+    const int firstScan = finer.indexOf("\xFF\xDA");
+    QVERIFY(firstScan < lastScan);
+    QTest::newRow("none") << whole << false;
+    QTest::newRow("none between finer scans") << finer << false;
+    QTest::newRow("zeros for padding") << data + QByteArray(5, '\0') + end << false;
+    QTest::newRow("one byte for padding") << data + "x" + end << false;
+    QTest::newRow("letters") << data + "left over" + end << true;
+    QTest::newRow("the codes' end overwritten by zeros")
+        << data.left(data.size() - 200) + QByteArray(200, '\0') + end << true;
+    QTest::newRow("between finer scans")
+        << finer.left(lastScan) + QByteArray(5, '\0') + finer.mid(lastScan) << true;
+    // What is said of the revision keeps the reader from saying more.
+    const auto withOddRevision = [](QByteArray bytes) {
+        const int revision = bytes.indexOf(QByteArray("JFIF\0", 5)) + 5;
+        bytes[revision] = '\x09';
+        return bytes;
+    };
+    QTest::newRow("an odd revision alone") << withOddRevision(whole) << false;
+    QTest::newRow("an odd revision before letters")
+        << withOddRevision(data + "left over" + end) << true;
+    QByteArray oddBand = whole;
+    oddBand[oddBand.indexOf("\xFF\xDA") + 11] = '\x01';
+    QTest::newRow("an odd band alone") << oddBand << false;
+    oddBand.insert(oddBand.size() - 2, "left over");
+    QTest::newRow("an odd band before letters") << oddBand << true;
+}
+
+void tst_Source::bytesLeftOverByAJpeg()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, isDamage);
+    Remarks remarks;
+    const ImageSource source = sourceOf(bytes);
+    source.read(1, true, &remarks);
+    QCOMPARE(source.ending(1), Ending::Whole);
+    QCOMPARE(!remarks.texts.empty(), isDamage);
+}
+
 void tst_Source::whatIsDamage_data()
 {
     QTest::addColumn<QByteArray>("line");
@@ -351,8 +401,9 @@ void tst_Source::whatIsDamage_data()
     row("TIFFFillStrip: Read error at scanline 7; got 5 bytes, expected 9.", "tiff", true);
     row("Corrupt JPEG data: bad Huffman code", "jpeg", true);
     row("Corrupt JPEG data: 12 extraneous bytes before marker 0xd4", "jpeg", true);
-    row("Corrupt JPEG data: 7 extraneous bytes before marker 0xd9", "jpeg", false);
-    row("Corrupt JPEG data: 1 extraneous bytes before marker 0xe2", "jpeg", false);
+    row("Corrupt JPEG data: 79 extraneous bytes before marker 0xc4", "jpeg", true);
+    row("Warning: unknown JFIF revision number 9.02", "jpeg", false);
+    row("Corrupt JPEG data: bad ICC marker", "jpeg", false);
     row("Invalid path data; path truncated.", "svg", true);
     row("QImage: XPM pixels missing on image line 9 (possibly a C++ trigraph).", "xpm", true);
     row("libpng warning: iCCP: known incorrect sRGB profile", "png", false);
@@ -363,7 +414,8 @@ void tst_Source::whatIsDamage()
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, format);
     QFETCH(bool, isDamage);
-    QCOMPARE(complaintIn("\n" + line + "\nmore\n", format), isDamage ? line : QByteArray());
+    QCOMPARE(complaintIn("\n" + line + "\nmore\n", format, QByteArray()),
+             isDamage ? line : QByteArray());
 }
 
 void tst_Source::framesOfAnAnimation()

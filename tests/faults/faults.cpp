@@ -54,6 +54,17 @@ std::size_t portion;
 bool isLasting;
 bool isWithoutUnnamed;
 bool isWithoutLinks;
+bool isTold; // messages go somewhere
+struct stat messages;
+
+// Standard error as it was at the start, by any descriptor.
+bool isOfMessages(int file)
+{
+    struct stat info;
+    return file == STDERR_FILENO
+        || (isTold && syscall(SYS_fstat, file, &info) == 0 && info.st_dev == messages.st_dev
+            && info.st_ino == messages.st_ino);
+}
 
 const char *variable(const char *name)
 {
@@ -75,6 +86,7 @@ __attribute__((constructor)) void readEnvironment()
     isWithoutUnnamed = std::strstr(variable("FAULT_WITHOUT"), "unnamed") != nullptr;
     isWithoutLinks = std::strstr(variable("FAULT_WITHOUT"), "links") != nullptr;
     isCounting = *from == 0;
+    isTold = syscall(SYS_fstat, STDERR_FILENO, &messages) == 0;
     isReady = true;
 }
 
@@ -218,7 +230,7 @@ ssize_t read(int file, void *data, std::size_t size)
 
 ssize_t write(int file, const void *data, std::size_t size)
 {
-    return file != STDERR_FILENO && fails("write", ENOSPC)
+    return !isOfMessages(file) && fails("write", ENOSPC)
         ? -1
         : syscall(SYS_write, file, data, part(size));
 }
