@@ -52,7 +52,7 @@ const double kMostReach = 160.0;
 class DashFinder
 {
 public:
-    DashFinder(const Inks &i, const Measure &m, const GapLimits &g, const std::vector<Dot> &dots,
+    DashFinder(const DashInk &i, const Measure &m, const GapLimits &g, const std::vector<Dot> &dots,
                Web *w)
         : coverage(i.measured), bare(i.bare), measure(m), gaps(g), web(*w), chains(m, w, dots)
     { }
@@ -506,7 +506,7 @@ private:
 
 } // namespace
 
-void joinDashes(const Inks &inks, const Measure &measure, const GapLimits &gaps,
+void joinDashes(const DashInk &inks, const Measure &measure, const GapLimits &gaps,
                 const std::vector<Dot> &dots, Web *web)
 {
     DashFinder(inks, measure, gaps, dots, web).find();

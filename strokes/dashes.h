@@ -10,7 +10,7 @@
 namespace ztrace::strokes {
 
 // What all is measured in, and the same before thin lines were bridged; null where none were.
-struct Inks
+struct DashInk
 {
     const Coverage &measured;
     const Coverage *bare;
@@ -22,7 +22,7 @@ struct Inks
 // order but is near enough together becomes one atom without a Dashing, and so do pieces of lines
 // that were broken before they were bridged, farther apart. Takes time in proportion to
 // atoms and dots.
-void joinDashes(const Inks &inks, const Measure &measure, const GapLimits &gaps,
+void joinDashes(const DashInk &ink, const Measure &measure, const GapLimits &gaps,
                 const std::vector<Dot> &dots, Web *web);
 
 } // namespace ztrace::strokes

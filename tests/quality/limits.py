@@ -22,11 +22,11 @@ LIMITS = {
     },
     "lines": {
         "colour": 0.589, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.005, "numbers": 458
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.981, "numbers": 456
     },
     "letters": {
-        "colour": 0.427, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.783, "numbers": 1985
+        "colour": 0.425, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.736, "numbers": 1984
     },
     "logo": {
         "colour": 0.422, "detail": 3.5, "regions": 1, "uncovered": 0.01,
@@ -45,36 +45,36 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.981, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.081, "numbers": 319
+        "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
+        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.037, "numbers": 317
     },
     "map": {
-        "colour": 0.921, "detail": 1.9, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.511, "numbers": 2949
+        "colour": 0.923, "detail": 1.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.351, "numbers": 2875
     },
     "map-layers": {
-        "colour": 0.686, "detail": 4.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.64, "joints": 7.511, "numbers": 2949
+        "colour": 0.678, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.59, "joints": 7.351, "numbers": 2875
     },
     "dialog": {
-        "colour": 0.799, "detail": 4.7, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 15.667, "numbers": 3820
+        "colour": 0.803, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 16.019, "numbers": 3885
     },
     "cartoon": {
-        "colour": 1.072, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.266, "numbers": 385
+        "colour": 1.073, "detail": 1.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.254, "numbers": 383
     },
     "cartoon-few": {
-        "colour": 1.574, "detail": 3.7, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.701, "numbers": 387
+        "colour": 1.565, "detail": 4.0, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.251, "numbers": 489
     },
     "hills-flat": {
         "colour": 0.900, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 274
     },
     "shaded-flat": {
-        "colour": 2.848, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 29.491, "numbers": 2961
+        "colour": 2.847, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 29.593, "numbers": 2966
     },
     "shaded": {
         "colour": 1.093, "regions": 0, "uncovered": 0.01,
@@ -89,24 +89,24 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.313, "numbers": 296
     },
     "one-bit": {
-        "colour": 2.580, "detail": 3.2, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.684, "numbers": 1018
+        "colour": 2.586, "detail": 3.3, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.597, "numbers": 1001
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.899, "detail": 0.7, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.518, "numbers": 1410
+        "colour": 0.895, "detail": 0.7, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.591, "numbers": 1404
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
     },
     "map-engine": {
-        "colour": 1.777, "detail": 18.3, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.01, "joints": 16.105, "numbers": 4962
+        "colour": 1.770, "detail": 18.3, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.02, "joints": 15.826, "numbers": 4899
     },
     "dialog-engine": {
         "colour": 1.930, "detail": 7.7, "regions": 24, "uncovered": 0.01,
