@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/primitives.h"
 
+#include "strokes/normalequations.h"
+
 #include "fit/fit.h"
 
 #include <algorithm>
@@ -374,21 +376,8 @@ void polishCircle(const std::vector<Section> &samples, fit::Primitive *circle)
             }
         }
         double change[3] = {};
-        for (int i = 0; i < 3; ++i) {
-            if (!(a[i][i] > 1e-12))
-                return;
-            for (int k = i + 1; k < 3; ++k) {
-                const double f = a[k][i] / a[i][i];
-                for (int j = i; j < 4; ++j)
-                    a[k][j] -= f * a[i][j];
-            }
-        }
-        for (int i = 2; i >= 0; --i) {
-            change[i] = a[i][3];
-            for (int j = i + 1; j < 3; ++j)
-                change[i] -= a[i][j] * change[j];
-            change[i] /= a[i][i];
-        }
+        if (!solveNormal(a, 1e-12, change))
+            return;
         const double size = std::hypot(change[0], change[1], change[2]);
         if (!std::isfinite(size) || size > 0.5 * best.radius)
             return;

@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/tangents.h"
 
+#include "strokes/normalequations.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -100,25 +102,6 @@ struct Equations
                 a[i][j] += weight * row[i] * row[j];
         }
     }
-    bool solve(double change[3])
-    {
-        for (int i = 0; i < 3; ++i) {
-            if (!(a[i][i] > 1e-9))
-                return false;
-            for (int k = i + 1; k < 3; ++k) {
-                const double f = a[k][i] / a[i][i];
-                for (int j = i; j < 4; ++j)
-                    a[k][j] -= f * a[i][j];
-            }
-        }
-        for (int i = 2; i >= 0; --i) {
-            change[i] = a[i][3];
-            for (int j = i + 1; j < 3; ++j)
-                change[i] -= a[i][j] * change[j];
-            change[i] /= a[i][i];
-        }
-        return std::isfinite(change[0] + change[1] + change[2]);
-    }
 };
 
 std::vector<Point> pointsOnArc(const Atom &arc, const std::vector<Tangent> &tangents, Point centre)
@@ -175,7 +158,7 @@ void fitToTangents(const std::vector<Tangent> &tangents, const Measure &measure,
                           1 / (tangent.error * tangent.error));
         }
         double change[3] = {};
-        if (points.size() < 3 || !equations.solve(change))
+        if (points.size() < 3 || !solveNormal(equations.a, 1e-9, change))
             return;
         centre = centre + Point { change[0], change[1] };
         radius += change[2];
