@@ -12,7 +12,7 @@ const double kNear = 0.75;
 
 } // namespace
 
-bool isConnection(const Atom &ending, int end, Point to, const Measure &measure, Atom *line)
+bool makeConnection(const Atom &ending, int end, Point to, const Measure &measure, Atom *line)
 {
     const Point from = ending.place[end];
     if (ending.role != Role::Text

@@ -332,7 +332,7 @@ private:
     void connect(const AtomEnd &end, Point to)
     {
         Atom line;
-        if (isConnection(atom(end), end.end, to, measure, &line))
+        if (makeConnection(atom(end), end.end, to, measure, &line))
             connections.push_back(std::move(line));
     }
 
