@@ -39,6 +39,7 @@ private slots:
     void aCornerIsWhereTheLinesMeet();
     void aRectangleHasFourLines();
     void aRoundedCornerIsAnArc();
+    void smallRoundedCornersAreArcsInBlackAndWhite();
     void arcsBetweenLinesAreFoundInBlackAndWhite();
     void aCircleBrokenByLinesStaysOne();
     void anUnevenEdgeMakesNoStrokes();
@@ -191,6 +192,29 @@ void tst_CentreLines::aRoundedCornerIsAnArc()
         QVERIFY2(std::fabs(arc.radius - 30) < 0.5, listOf(drawing).c_str());
         QVERIFY2(isNear(arc.centre, { 150, 70 }, 0.5), listOf(drawing).c_str());
     }
+}
+
+// Of one to three widths, at many angles: the window that tells corners is longer than the arc.
+void tst_CentreLines::smallRoundedCornersAreArcsInBlackAndWhite()
+{
+    int right = 0;
+    std::string lists;
+    for (int k = 0; k < 24; ++k) {
+        const double radius = 5 + 0.5 * (k % 12);
+        const double turn = 0.13 * k;
+        const Point along = { std::cos(turn), std::sin(turn) };
+        const Point across = { -along.y, along.x };
+        const Point centre = { 120.3, 119.6 };
+        const Point first = centre - radius * across;
+        const Point last = centre + radius * along;
+        Sheet sheet(240, 240);
+        sheet.line(first - 70 * along, first, 5).line(last, last + 70 * across, 5);
+        sheet.arc(centre, radius, turn - M_PI / 2, M_PI / 2, 5);
+        const StrokeDrawing drawing = strokesOn(sheet, Sheet::Tones::Hard);
+        right += countOf(drawing, Kind::Arc) == 1 && drawing.strokes.size() == 3 ? 1 : 0;
+        lists += listOf(drawing);
+    }
+    QVERIFY2(right >= 15, lists.c_str());
 }
 
 // Springs and slots: arcs of half a turn, of many radii and directions, between two lines.
