@@ -11,6 +11,8 @@
 #include "smallregions.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace ztrace {
 
@@ -254,14 +256,16 @@ bool isLone(const QImage &image, const InkTones &tones, const LabelPlane &labels
 // would make holes and specks. Pale thin lines stay, which go on in pixels like their own.
 void joinLonePixels(const QImage &image, const InkTones &tones, LabelPlane *plane)
 {
-    const LabelPlane before = *plane;
+    std::vector<std::pair<std::size_t, uint16_t>> found; // all are told by the labels before
     for (int y = 1; y + 1 < plane->height; ++y) {
         for (int x = 1; x + 1 < plane->width; ++x) {
             const std::size_t pixel = std::size_t(y) * std::size_t(plane->width) + std::size_t(x);
-            if (isLone(image, tones, before, x, y))
-                plane->labels[pixel] = before.labels[pixel - 1];
+            if (isLone(image, tones, *plane, x, y))
+                found.push_back({ pixel, plane->labels[pixel - 1] });
         }
     }
+    for (const auto &lone : found)
+        plane->labels[lone.first] = lone.second;
 }
 
 // Ink and paper as two flat colours: what is thinner than a pixel is neither lost nor filled.
