@@ -447,9 +447,11 @@ private:
         const bool closer = last || met != meetings.end();
         const std::vector<char> again
             = closer && !last ? cutAround(met->second, p, &path) : std::vector<char>();
-        // No stretch may be told where it all but touches itself: closer all over.
+        // No stretch may be told where it all but touches itself: closer all over, by turns, so
+        // that it comes to lie elsewhere.
         if (std::none_of(again.begin(), again.end(), [](char a) { return a; })) {
-            path = closer ? fitPointsCloser(posed, loop, times) : fitPoints(posed, loop);
+            const int closeness = last ? times : 1 + (times - 1) % (kCloserTimes - 1);
+            path = closer ? fitPointsCloser(posed, loop, closeness) : fitPoints(posed, loop);
         } else {
             pinPath(chain, &path);
             path = intoPose(pose, std::move(path));
