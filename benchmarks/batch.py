@@ -99,6 +99,8 @@ def main():
     arguments = parser.parse_args()
     best = {}
     others = []
+    if arguments.folder:
+        os.makedirs(arguments.folder, exist_ok=True)
     with tempfile.TemporaryDirectory(dir=arguments.folder) as place:
         folder = place + "/in"
         os.mkdir(folder)

@@ -34,6 +34,7 @@ const int kDeflate = 8;
 const int kLogLuv = 34676; // the decoder makes tones of its samples
 const int kLogLuv24 = 34677;
 const int kOldDeflate = 32946;
+const int kPackBits = 32773;
 const int kSubsampled = 6; // luminance and colour differences, fewer of these than of those
 
 const int kWithoutSign = 1; // formats of samples
@@ -155,6 +156,22 @@ bool fitsLzw(const Strip &strip)
     return tally.fits();
 }
 
+// Counts of bytes that follow, or, below zero, of copies of one byte; less one each.
+bool fitsPackBits(const Strip &strip)
+{
+    const int kNothing = -128;
+    Tally tally(strip);
+    for (int at = 0; at < strip.codes.size();) {
+        const int count = static_cast<signed char>(strip.codes.at(at++));
+        if (count == kNothing)
+            continue;
+        at += count < 0 ? 1 : count + 1;
+        if (!tally.add(qAbs(count) + 1, at))
+            break;
+    }
+    return tally.fits();
+}
+
 // Inflated to nowhere. More than twice the bytes that are wanted are too many in any case.
 bool hasRightSum(const Strip &strip)
 {
@@ -184,6 +201,7 @@ struct Codes
 
 const Codes kCodes[] = {
     { kLzw, fitsLzw, "a strip has codes for more pixels than it has" },
+    { kPackBits, fitsPackBits, "a strip has codes for more pixels than it has" },
     { kDeflate, hasRightSum, "the sum of a strip is not that of its pixels" },
     { kOldDeflate, hasRightSum, "the sum of a strip is not that of its pixels" },
 };

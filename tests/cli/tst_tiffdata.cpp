@@ -15,7 +15,7 @@ using namespace ztrace;
 namespace {
 
 const int kSide = 12;
-const int kNone = 1, kLzw = 5, kDeflate = 8;
+const int kNone = 1, kLzw = 5, kDeflate = 8, kPackBits = 32773;
 
 // What a directory says of a grey picture.
 struct Said
@@ -70,6 +70,19 @@ QByteArray inNineBits(const QByteArray &bytes)
             packed[i / 8] = static_cast<char>(packed.at(i / 8) | 0x80 >> i % 8);
     }
     return packed;
+}
+
+// Each row as so many bytes, the last of them as a run of one more.
+QByteArray packed(const QByteArray &bytes)
+{
+    QByteArray codes;
+    for (int at = 0; at < bytes.size(); at += kSide) {
+        codes += static_cast<char>(kSide - 3);
+        codes += bytes.mid(at, kSide - 2);
+        codes += static_cast<char>(-1);
+        codes += bytes.at(at + kSide - 1);
+    }
+    return codes;
 }
 
 QByteArray reversed(QByteArray bytes)
@@ -149,6 +162,16 @@ void tst_TiffData::strips_data()
     QTest::newRow("two strips") << tiff(lzw, first, inNineBits(tones(4))) << false;
     QTest::newRow("a last strip that is filled up") << tiff(lzw, first, first) << false;
     QTest::newRow("a last strip of other rows") << tiff(lzw, first, inNineBits(tones(5))) << true;
+
+    Said counts;
+    counts.compression = kPackBits;
+    const QByteArray rows = packed(tones());
+    QByteArray fewer = rows;
+    fewer[0] = static_cast<char>(fewer.at(0) - 1);
+    row("counts", counts, rows, false);
+    row("counts, padding and nothing", counts, rows + QByteArray(2, '\x80'), false);
+    row("a count less, so that tones are counts", counts, fewer, true);
+    row("counts for a row more", counts, packed(tones(kSide + 1)), true);
 }
 
 void tst_TiffData::strips()
