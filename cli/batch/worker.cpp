@@ -18,6 +18,7 @@
 #include "cli/tracejob.h"
 
 #include "drawing/json.h"
+#include "drawing/text.h"
 #include "imaging/failure.h"
 
 #include <QJsonArray>
@@ -241,9 +242,13 @@ private:
     {
         source.drop();
         traced->letter = kLineOfMemory;
-        addFailure(kFailed, text, &traced->line);
+        const double limit = line.settings.batch.memoryLimit;
+        const std::string allowed = limit > 0.0
+            ? " (--memory-limit allows " + numberText(limit).toStdString() + " MB)"
+            : std::string();
+        addFailure(kFailed, text + allowed, &traced->line);
         traced->line.insert(QLatin1String("outcome"), QLatin1String(kOutcomeMemory));
-        traced->line.insert(QLatin1String(kLimit), line.settings.batch.memoryLimit);
+        traced->line.insert(QLatin1String(kLimit), limit);
     }
 
     // Another run may do better with the same picture and settings.

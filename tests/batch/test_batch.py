@@ -358,6 +358,7 @@ class Workers(BatchTest):
         self.assertEqual(result.returncode, 1)
         line = self.lines()["in/large.png", 1]
         self.assertEqual((line["outcome"], line["limit"], line["attempts"]), ("memory limit", 30, 2))
+        self.assertIn("(--memory-limit allows 30 MB)", line["error"])
         self.assertEqual(len(self.tree()), 2)
         self.assertIn(b"1 of the failures is of an earlier run", self.batch("in", "--memory-limit", "20", code=1).stderr)
         self.assertIn(b"1 done, 2 finished before", self.batch("in").stderr)
