@@ -29,23 +29,33 @@ int sumOf(QRgb word)
 
 // Whether a ridge is no more than the soft side of what touches it: a pixel beside it goes on in
 // the ridge's direction, and less than kLeastPart of the way is the ridge's own.
-bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+template<typename Kind>
+bool isSideOf(const QImage &image, uint32_t pixel, const Ridge &ridge)
 {
     const int x = int(pixel % uint32_t(image.width()));
     const int y = int(pixel / uint32_t(image.width()));
-    const VisibleColour own = visible(ridge.colour);
-    const VisibleColour away = difference(own, visible(ridge.beside));
+    const auto own = Kind::of(ridge.colour);
+    const auto away = difference(own, Kind::of(ridge.beside));
     const double most = square(away) * (1.0 / kLeastPart - 1.0);
     const int right = std::min(image.width() - 1, x + 1);
     const int bottom = std::min(image.height() - 1, y + 1);
     for (int v = std::max(0, y - 1); v <= bottom; ++v) {
         const QRgb *words = row(image, v);
         for (int u = std::max(0, x - 1); u <= right; ++u) {
-            if (product(difference(visible(words[u]), own), away) > most)
+            if (!Kind::holds(words[u]))
+                return isSideOf<VisibleKind>(image, pixel, ridge);
+            if (product(difference(Kind::of(words[u]), own), away) > most)
                 return true;
         }
     }
     return false;
+}
+
+bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+{
+    return OpaqueKind::holds(ridge.colour & ridge.beside)
+        ? isSideOf<OpaqueKind>(image, pixel, ridge)
+        : isSideOf<VisibleKind>(image, pixel, ridge);
 }
 
 struct Core
