@@ -4,8 +4,8 @@
 // released by themselves.
 //
 // Few pictures need it: scans that are turned, cleaned or unevenly lit, and blends of colours. It
-// brings a dozen libraries of image formats along, which are not used here; to load them all is
-// 2.5 of the 14 million instructions of a start, and a fifth of its time.
+// brings a dozen libraries of image formats along, which are not used here; to load them all takes
+// 1.7 of the 14 million instructions of an icon's run, and 1 of its 12 ms.
 #ifndef ZTRACE_IMAGING_LEPTONICA_H
 #define ZTRACE_IMAGING_LEPTONICA_H
 
@@ -46,6 +46,7 @@ namespace ztrace {
 // The functions by their names in the library.
 struct Leptonica
 {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a declared name takes none
 #define ZTRACE_MEMBER(name) decltype(&::name) name;
     ZTRACE_LEPTONICA_FUNCTIONS(ZTRACE_MEMBER)
 #undef ZTRACE_MEMBER

@@ -191,7 +191,7 @@ bool isAny(const Tiles &tiles)
 // Those that are filled, near a solid place. None where there is no such place.
 Tiles settled(const Tiles &tiles)
 {
-    const Tiles cores = amid(tiles, kCore, kLeastOfCore);
+    Tiles cores = amid(tiles, kCore, kLeastOfCore);
     if (!isAny(cores))
         return cores;
     const Tiles near = amid(cores, kCore + 1, 1);
