@@ -9,6 +9,7 @@
 
 #ifdef ZTRACE_LEPTONICA
 #include <dlfcn.h>
+#include <sys/mman.h>
 #endif
 
 namespace ztrace {
@@ -24,10 +25,26 @@ void swapWords(l_uint32 *line, int words)
 
 #ifdef ZTRACE_LEPTONICA
 
-// Throws with what the loader says, which names the library.
+// Addresses that the library and what it brings along surely find room in: they take 13 megabytes.
+const std::size_t kRoom = 32 << 20;
+
+// The loader says in the user's language what it lacks.
+bool isRoomLeft()
+{
+    void *const room = mmap(nullptr, kRoom, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED)
+        return false;
+    munmap(room, kRoom);
+    return true;
+}
+
+// Throws with what the loader says, which names the library; where there is no room for it, as for
+// any other want of memory.
 [[noreturn]] void throwNotLoaded()
 {
     const char *const why = dlerror();
+    if (!isRoomLeft())
+        throwNoRoom();
     throw TraceError(std::string("the imaging library cannot be loaded: ") + (why ? why : ""));
 }
 
