@@ -373,21 +373,55 @@ private:
         return sum;
     }
 
+    static const int kToPlateau = kToInk + kPlateau;
+
+#ifdef __SSE2__
+    // A bit for each of the pixels of a row, kToPlateau to either side of one, that has another
+    // number.
+    static unsigned othersIn(const uint16_t *numbers, uint16_t number)
+    {
+        const int kPixels = 2 * kToPlateau + 1;
+        const int kAtOnce = 8;
+        static_assert(kPixels >= kAtOnce && kPixels <= 2 * kAtOnce, "twice eight are looked at");
+        const auto same = [number](const uint16_t *eight) {
+            const __m128i equal
+                = _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(eight)),
+                                  _mm_set1_epi16(static_cast<short>(number)));
+            return unsigned(_mm_movemask_epi8(_mm_packs_epi16(equal, equal))) & 0xFFu;
+        };
+        const unsigned all
+            = same(numbers) | same(numbers + kPixels - kAtOnce) << (kPixels - kAtOnce);
+        return all ^ ((1u << kPixels) - 1u);
+    }
+#endif
+
     // Of all pixels around the one that is least like the ramp. None where that goes on a little
     // further away: there is a shade, not an edge.
     Ink inkOf(int x, int y, uint16_t number, const RampColour &drawn) const
     {
-        const int reach = kToInk + kPlateau;
         const QRgb own = wordOf(drawn);
         Sought sought;
-        for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
+        for (int j = std::max(0, y - kToPlateau); j <= std::min(height - 1, y + kToPlateau); ++j) {
             const std::size_t line = std::size_t(j);
             const uint16_t *numbers = before + line * std::size_t(width);
             const QRgb *colours = words + line * wordsOfRow;
             const bool isNear = std::abs(j - y) <= kToInk;
-            for (int i = std::max(0, x - reach); i <= std::min(width - 1, x + reach); ++i) {
+            const auto look = [&](int i) {
+                sought.look(colours[i], numbers[i], own, isNear && std::abs(i - x) <= kToInk);
+            };
+#ifdef __SSE2__
+            if (x >= kToPlateau && x + kToPlateau < width) {
+                const int left = x - kToPlateau;
+                for (unsigned others = othersIn(numbers + left, number); others != 0;
+                     others &= others - 1)
+                    look(left + __builtin_ctz(others));
+                continue;
+            }
+#endif
+            for (int i = std::max(0, x - kToPlateau); i <= std::min(width - 1, x + kToPlateau);
+                 ++i) {
                 if (numbers[i] != number)
-                    sought.look(colours[i], numbers[i], own, isNear && std::abs(i - x) <= kToInk);
+                    look(i);
             }
         }
         Ink ink;

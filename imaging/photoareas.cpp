@@ -3,6 +3,7 @@
 
 #include "colour.h"
 #include "forest.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -56,49 +57,96 @@ struct Tiles
     }
 };
 
-// Sizes of the groups of equal numbers among sorted ones.
-std::vector<int> groupSizes(const uint32_t *sorted, std::size_t count)
+// Sizes of the groups of equal numbers among sorted ones; returns how many there are.
+std::size_t groupSizes(const uint32_t *sorted, std::size_t count, int *sizes)
 {
-    std::vector<int> sizes;
+    std::size_t groups = 0;
     for (std::size_t k = 0; k < count; ++k) {
         if (k == 0 || sorted[k] != sorted[k - 1])
-            sizes.push_back(0);
-        ++sizes.back();
+            sizes[groups++] = 0;
+        ++sizes[groups - 1];
     }
-    return sizes;
+    return groups;
+}
+
+// How many of the pixels of a row, from `left` on, equal the one to the left of them, which is in
+// the tile as well; `all` loses the bits that a pixel lacks.
+int repeatedIn(const QRgb *words, int left, int right, QRgb *all)
+{
+    *all &= words[left];
+    int repeated = 0;
+    for (int x = left + 1; x < right; ++x) {
+        *all &= words[x];
+        repeated += words[x] == words[x - 1] ? 1 : 0;
+    }
+    return repeated;
+}
+
+#ifdef __SSE2__
+// The same for a whole tile's row: the pair of the fourth and the fifth pixel is in both halves.
+int repeatedInWhole(const QRgb *words, __m128i *all)
+{
+    const __m128i first = fourWords(words);
+    const __m128i last = fourWords(words + 4);
+    *all = _mm_and_si128(*all, _mm_and_si128(first, last));
+    const __m128i ofFirst = _mm_cmpeq_epi32(first, fourWords(words + 1));
+    const __m128i ofLast = _mm_cmpeq_epi32(last, fourWords(words + 3));
+    const int equal = _mm_movemask_ps(_mm_castsi128_ps(ofFirst))
+        | (_mm_movemask_ps(_mm_castsi128_ps(ofLast)) & 0xE) << 3;
+    return __builtin_popcount(unsigned(equal));
+}
+#endif
+
+// Whether more than half of a tile's pixels equal the one to their left, as in what is drawn, or
+// one is not opaque. Most tiles are done with after a few rows.
+bool isDrawn(const QImage &image, int left, int right, int top, int bottom)
+{
+    const int pixels = (right - left) * (bottom - top);
+    int repeated = 0;
+    QRgb all = ~0u;
+#ifdef __SSE2__
+    if (right - left == kTile) {
+        __m128i both = _mm_set1_epi32(-1);
+        for (int y = top; y < bottom && 2 * repeated <= pixels; ++y)
+            repeated += repeatedInWhole(row(image, y) + left, &both);
+        std::array<uint32_t, 4> words;
+        storeFour(words.data(), both);
+        return 2 * repeated > pixels || qAlpha(words[0] & words[1] & words[2] & words[3]) != 255;
+    }
+#endif
+    for (int y = top; y < bottom && 2 * repeated <= pixels; ++y)
+        repeated += repeatedIn(row(image, y), left, right, &all);
+    return 2 * repeated > pixels || qAlpha(all) != 255;
 }
 
 bool isPhotoAt(const QImage &image, int left, int top)
 {
     const int right = std::min(image.width(), left + kTile);
     const int bottom = std::min(image.height(), top + kTile);
+    if (isDrawn(image, left, right, top, bottom))
+        return false;
     std::array<uint32_t, std::size_t(kTile) * kTile> cubes;
     std::size_t count = 0;
-    std::size_t repeated = 0;
     for (int y = top; y < bottom; ++y) {
         const QRgb *words = row(image, y);
-        for (int x = left; x < right; ++x) {
-            if (qAlpha(words[x]) != 255)
-                return false;
-            repeated += x > left && words[x] == words[x - 1];
+        for (int x = left; x < right; ++x)
             cubes[count++] = words[x] & kCube;
-        }
     }
-    if (2 * repeated > count)
-        return false; // it is drawn; most tiles are done with here
     std::sort(cubes.begin(), cubes.begin() + std::ptrdiff_t(count));
-    std::vector<int> sizes = groupSizes(cubes.data(), count);
-    if (sizes.size() * cubes.size() < kLeastCubes * count)
+    std::array<int, std::size_t(kTile) * kTile> sizes;
+    const std::size_t groups = groupSizes(cubes.data(), count, sizes.data());
+    if (groups * cubes.size() < kLeastCubes * count)
         return false;
-    const auto common
-        = sizes.begin() + std::min(std::ptrdiff_t(kCommon), std::ptrdiff_t(sizes.size()));
-    std::partial_sort(sizes.begin(), common, sizes.end(), std::greater<>());
+    const auto end = sizes.begin() + std::ptrdiff_t(groups);
+    const auto common = sizes.begin() + std::min(std::ptrdiff_t(kCommon), std::ptrdiff_t(groups));
+    std::partial_sort(sizes.begin(), common, end, std::greater<>());
     return double(std::accumulate(sizes.begin(), common, 0)) <= kMostCommon * double(count);
 }
 
 Tiles tilesOf(const QImage &image)
 {
     Tiles tiles { (image.width() + kTile - 1) / kTile, (image.height() + kTile - 1) / kTile, {} };
+    tiles.isPhoto.reserve(std::size_t(tiles.columns) * std::size_t(tiles.rows));
     for (int v = 0; v < tiles.rows; ++v) {
         for (int u = 0; u < tiles.columns; ++u)
             tiles.isPhoto.push_back(isPhotoAt(image, u * kTile, v * kTile));
@@ -106,28 +154,47 @@ Tiles tilesOf(const QImage &image)
     return tiles;
 }
 
+// Sums of so many numbers to either side of each one, itself among them, `step` apart; `count` of
+// them, of which there are none beyond the ends. At most 255.
+void sumAround(const uint8_t *from, int count, std::ptrdiff_t step, int reach, uint8_t *to)
+{
+    int sum = 0;
+    for (int k = 0; k < std::min(reach, count); ++k)
+        sum += from[k * step];
+    for (int k = 0; k < count; ++k) {
+        sum += k + reach < count ? from[(k + reach) * step] : 0;
+        sum -= k > reach ? from[(k - reach - 1) * step] : 0;
+        to[k * step] = uint8_t(sum);
+    }
+}
+
 // Tiles of which at least so many around them are marked, at most `reach` columns and rows away.
 Tiles amid(const Tiles &tiles, int reach, int least)
 {
+    const std::size_t columns = std::size_t(tiles.columns);
+    std::vector<uint8_t> across(tiles.isPhoto.size());
+    for (std::size_t first = 0; first < across.size(); first += columns)
+        sumAround(&tiles.isPhoto[first], tiles.columns, 1, reach, &across[first]);
     Tiles result = tiles;
-    for (int v = 0; v < tiles.rows; ++v) {
-        for (int u = 0; u < tiles.columns; ++u) {
-            int marked = 0;
-            for (int j = std::max(0, v - reach); j <= std::min(tiles.rows - 1, v + reach); ++j) {
-                for (int i = std::max(0, u - reach); i <= std::min(tiles.columns - 1, u + reach);
-                     ++i)
-                    marked += tiles.at(i, j);
-            }
-            result.at(u, v) = marked >= least;
-        }
-    }
+    for (std::size_t u = 0; u < columns; ++u)
+        sumAround(&across[u], tiles.rows, tiles.columns, reach, &result.isPhoto[u]);
+    for (uint8_t &tile : result.isPhoto)
+        tile = tile >= least ? 1 : 0;
     return result;
 }
 
-// Those that are filled, near a solid place.
+bool isAny(const Tiles &tiles)
+{
+    return std::find(tiles.isPhoto.begin(), tiles.isPhoto.end(), 1) != tiles.isPhoto.end();
+}
+
+// Those that are filled, near a solid place. None where there is no such place.
 Tiles settled(const Tiles &tiles)
 {
-    const Tiles near = amid(amid(tiles, kCore, kLeastOfCore), kCore + 1, 1);
+    Tiles cores = amid(tiles, kCore, kLeastOfCore);
+    if (!isAny(cores))
+        return cores;
+    const Tiles near = amid(cores, kCore + 1, 1);
     Tiles result = amid(tiles, 1, kLeastOfNine);
     for (std::size_t k = 0; k < result.isPhoto.size(); ++k)
         result.isPhoto[k] = result.isPhoto[k] & near.isPhoto[k];
@@ -196,12 +263,17 @@ bool isCompressedOutside(const QImage &image, const Tiles &photographs)
 
 std::vector<uint8_t> photographsIn(const QImage &image)
 {
-    Tiles tiles = settled(tilesOf(image));
+    Tiles tiles = tilesOf(image);
+    if (std::count(tiles.isPhoto.begin(), tiles.isPhoto.end(), 1) < kLeastOfCore)
+        return {};
+    tiles = settled(tiles);
+    if (!isAny(tiles))
+        return {};
     settleSizes(&tiles);
-    const bool isAny = std::count(tiles.isPhoto.begin(), tiles.isPhoto.end(), 1) > 0;
-    if (!isAny || isCompressedOutside(image, tiles))
+    if (!isAny(tiles) || isCompressedOutside(image, tiles))
         return {};
     std::vector<uint8_t> marks;
+    marks.reserve(std::size_t(image.width()) * std::size_t(image.height()));
     for (int y = 0; y < image.height(); ++y) {
         const QRgb *words = row(image, y);
         for (int x = 0; x < image.width(); ++x)

@@ -3,14 +3,38 @@
 
 #include <algorithm>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace ztrace {
 
 namespace {
 
 const int kMixed = -1; // a square with several numbers
 
+#ifdef __SSE2__
+// As below, of a whole square.
+int numberOfWhole(const uint16_t *numbers, int rows, std::size_t width)
+{
+    static_assert(RampCells::kReach == 8, "a row is one register");
+    const __m128i first = _mm_set1_epi16(static_cast<short>(*numbers));
+    __m128i equal = _mm_set1_epi8(-1);
+    for (int y = 0; y < rows; ++y) {
+        const auto *row = reinterpret_cast<const __m128i *>(numbers + std::size_t(y) * width);
+        equal = _mm_and_si128(equal, _mm_cmpeq_epi16(first, _mm_loadu_si128(row)));
+    }
+    return _mm_movemask_epi8(equal) == 0xFFFF ? *numbers : kMixed;
+}
+#endif
+
+// The number of a square all of which has one.
 int numberOf(const uint16_t *numbers, int columns, int rows, std::size_t width)
 {
+#ifdef __SSE2__
+    if (columns == RampCells::kReach)
+        return numberOfWhole(numbers, rows, width);
+#endif
     const uint16_t first = *numbers;
     for (int y = 0; y < rows; ++y, numbers += width) {
         unsigned others = 0;
@@ -36,9 +60,8 @@ RampCells::RampCells(const std::vector<uint16_t> &numbers, int width, int height
         const uint16_t *row = numbers.data() + std::size_t(y) * std::size_t(width);
         const int most = std::min(kReach, height - y);
         for (int x = 0; x < width; x += kReach)
-            squares.push_back(width - x >= kReach
-                                  ? numberOf(row + x, kReach, most, std::size_t(width))
-                                  : numberOf(row + x, width - x, most, std::size_t(width)));
+            squares.push_back(
+                numberOf(row + x, std::min(kReach, width - x), most, std::size_t(width)));
     }
     const auto isQuiet = [&](int column, int line) {
         const int own = squares[std::size_t(line * across + column)];

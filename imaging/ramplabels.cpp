@@ -43,9 +43,15 @@ public:
         }
         if (!isAny)
             return;
-        for (std::size_t k = 0; k < plane.labels.size(); ++k) {
-            if (isStrange[plane.labels[k]] != 0)
-                places.push_back(k);
+        for (int y = 0; y < plane.height; ++y) {
+            const uint16_t *labels = plane.labels.data() + std::size_t(y) * width;
+            for (int x = 0, end = 0; x < plane.width; x = end) {
+                end = endOfRun(labels, x, plane.width);
+                if (isStrange[labels[x]] == 0)
+                    continue;
+                for (; x < end; ++x)
+                    places.push_back(std::size_t(labels - plane.labels.data()) + std::size_t(x));
+            }
         }
         findRamps();
         for (std::size_t label = 0; label < first; ++label)
@@ -163,16 +169,17 @@ std::vector<std::size_t> usualLabels(const Ramps &ramps, const LabelPlane &plane
     std::vector<std::vector<std::size_t>> counts(ramps.areas.size());
     for (std::vector<std::size_t> &own : counts)
         own.resize(first, 0);
-    const std::size_t pixels = ramps.ofPixel.size();
-    for (std::size_t begin = 0; begin < pixels;) {
-        const uint16_t number = ramps.ofPixel[begin];
-        const uint16_t label = plane.labels[begin];
-        std::size_t end = begin + 1;
-        while (end < pixels && ramps.ofPixel[end] == number && plane.labels[end] == label)
-            ++end;
-        if (number != 0)
-            counts[number - 1u][label] += end - begin;
-        begin = end;
+    for (int y = 0; y < plane.height; ++y) {
+        const std::size_t above = std::size_t(y) * std::size_t(plane.width);
+        const uint16_t *numbers = ramps.ofPixel.data() + above;
+        const uint16_t *labels = plane.labels.data() + above;
+        for (int x = 0, end = 0; x < plane.width; x = end) {
+            end = endOfRun(numbers, x, plane.width);
+            if (numbers[x] == 0)
+                continue;
+            end = endOfRun(labels, x, end);
+            counts[numbers[x] - 1u][labels[x]] += std::size_t(end - x);
+        }
     }
     std::vector<std::size_t> usual;
     for (const std::vector<std::size_t> &own : counts)

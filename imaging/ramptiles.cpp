@@ -136,15 +136,23 @@ void addTiles(const QImage &image, RampTiles *tiles)
 // Of a picture most of which is flat, drawn, and has no noise, it is about nothing.
 double noiseOf(const std::vector<RampTile> &tiles)
 {
+    std::size_t smooth = 0;
+    std::size_t plain = 0; // that deviate by nothing
+    for (const RampTile &tile : tiles) {
+        smooth += tile.smooth ? 1u : 0u;
+        plain += tile.smooth && tile.deviation == 0.0f ? 1u : 0u;
+    }
+    const std::size_t place
+        = std::size_t(kShareOfNoise * double(smooth - std::min<std::size_t>(1, smooth)));
+    if (smooth == 0 || place < plain)
+        return 0.0; // as of most drawings, whose tiles are not put in order for that
     std::vector<float> deviations;
+    deviations.reserve(smooth);
     for (const RampTile &tile : tiles) {
         if (tile.smooth)
             deviations.push_back(tile.deviation);
     }
-    if (deviations.empty())
-        return 0.0;
-    const auto middle
-        = deviations.begin() + std::ptrdiff_t(kShareOfNoise * double(deviations.size() - 1));
+    const auto middle = deviations.begin() + std::ptrdiff_t(place);
     std::nth_element(deviations.begin(), middle, deviations.end());
     return std::min(double(*middle), kMostNoise);
 }

@@ -51,7 +51,8 @@ double costOfDilution(double distance)
 // Whether two differences stay apart by more than the angle of kAligned, 60 degrees, however far
 // their slopes are followed. Every step turns a difference by less than 26 degrees (kSameSlope), so
 // that two of both sides take off 103.4 and need 163.4 at most, whose cosine is above this.
-bool isOpposite(const VisibleColour &a, const VisibleColour &b)
+template<typename Colour>
+bool isOpposite(const Colour &a, const Colour &b)
 {
     const double kOpposite = 0.97;
     const double along = product(a, b);
@@ -82,14 +83,18 @@ struct RidgeFinder::Line
 
 // What lies to one side of a pixel: steps to the first one that differs clearly, at most `most`, 0
 // when there is none, and the foot of the slope that begins there.
+template<typename Kind>
 struct RidgeFinder::Side
 {
+    typedef typename Kind::Colour Colour;
+
     const QRgb *middle;
     std::ptrdiff_t step;
     int count; // of pixels on this side
     int steps = 0;
     QRgb word = 0;
-    VisibleColour away = { { 0.0, 0.0, 0.0, 0.0 } };
+    Colour away = {};
+    bool isOfKind = true; // whether all words that were looked at are
 
     bool find(int most)
     {
@@ -102,19 +107,21 @@ struct RidgeFinder::Side
         return false;
     }
 
-    void look(const VisibleColour &own)
+    void look(const Colour &own)
     {
         word = middle[steps * step];
-        away = difference(own, visible(word));
+        isOfKind = Kind::holds(word);
+        away = difference(own, Kind::of(word));
     }
 
-    void followSlope(const VisibleColour &own)
+    void followSlope(const Colour &own)
     {
         for (int i = steps + 1; i <= std::min(steps + kSlope, count); ++i) {
             const QRgb next = middle[i * step];
             if (next == word)
                 break; // not farther away
-            const VisibleColour farther = difference(own, visible(next));
+            isOfKind = isOfKind && Kind::holds(next);
+            const Colour farther = difference(own, Kind::of(next));
             if (!isRootAboveRoot(square(farther), square(away))
                 || !isAligned(farther, away, kSameSlope))
                 break;
@@ -131,7 +138,8 @@ RidgeFinder::RidgeFinder(const QImage &image)
 
 // A line on the rim has one side. What lies beyond the picture is supposed to be like that one,
 // where the line goes on along the rim: soft edges that end there do not.
-bool RidgeFinder::onRim(const Side &open, const Line &along, Side *inner, QRgb *beside)
+bool RidgeFinder::onRim(const Side<VisibleKind> &open, const Line &along, Side<VisibleKind> *inner,
+                        QRgb *beside)
 {
     if (open.count + inner->steps > kRidgeReach || qAlpha(*inner->middle) < 255 || !along.goesOn())
         return false;
@@ -144,21 +152,36 @@ bool RidgeFinder::onRim(const Side &open, const Line &along, Side *inner, QRgb *
 
 bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)
 {
-    Side one { line.middle, line.step, line.after };
-    Side other { line.middle, -line.step, line.before };
+    Side<VisibleKind> one { line.middle, line.step, line.after };
+    Side<VisibleKind> other { line.middle, -line.step, line.before };
     if (!one.find(kRidgeReach))
         return one.count < kRidgeReach && other.find(kRidgeReach)
             && onRim(one, along, &other, beside);
     // No more than kRidgeReach + 1 steps to both sides together.
     if (!other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
         return onRim(other, along, &one, beside);
-    const VisibleColour own = visible(*line.middle);
+    bool isOfKind = qAlpha(*line.middle) == 255;
+    const bool found
+        = isOfKind && between<OpaqueKind>(line, one.steps, other.steps, beside, &isOfKind);
+    return isOfKind ? found : between<VisibleKind>(line, one.steps, other.steps, beside, &isOfKind);
+}
+
+// With so many steps to what differs on either side. `isOfKind` becomes false, and the result is of
+// no use, where a word is of another kind.
+template<typename Kind>
+bool RidgeFinder::between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind)
+{
+    Side<Kind> one { line.middle, line.step, line.after, after };
+    Side<Kind> other { line.middle, -line.step, line.before, before };
+    const typename Kind::Colour own = Kind::of(*line.middle);
     one.look(own);
     other.look(own);
-    if (isOpposite(one.away, other.away))
+    *isOfKind = one.isOfKind && other.isOfKind;
+    if (!*isOfKind || isOpposite(one.away, other.away))
         return false;
     one.followSlope(own);
     other.followSlope(own);
+    *isOfKind = one.isOfKind && other.isOfKind;
     *beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
     return isAligned(one.away, other.away, kAligned);
 }

@@ -38,10 +38,14 @@ public:
 
 private:
     struct Line;
+    template<typename Kind>
     struct Side;
 
     static bool across(const Line &line, const Line &along, QRgb *beside);
-    static bool onRim(const Side &open, const Line &along, Side *inner, QRgb *beside);
+    template<typename Kind>
+    static bool between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind);
+    static bool onRim(const Side<VisibleKind> &open, const Line &along, Side<VisibleKind> *inner,
+                      QRgb *beside);
 
     const QRgb *first;
     const std::ptrdiff_t stride; // words

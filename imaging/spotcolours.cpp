@@ -44,10 +44,11 @@ uint64_t shadeOf(QRgb word, QRgb beside)
 
 // Whether nothing within kCore pixels goes clearly farther from what is beside the ridge in the
 // same direction: soft ends and sides of a stroke do not tell its colour.
-bool isCore(const QImage &image, int x, int y, QRgb beside)
+template<typename Kind>
+bool isCoreOf(const QImage &image, int x, int y, QRgb beside)
 {
-    const VisibleColour ground = visible(beside);
-    const VisibleColour away = difference(visible(row(image, y)[x]), ground);
+    const auto ground = Kind::of(beside);
+    const auto away = difference(Kind::of(row(image, y)[x]), ground);
     const double depth = square(away);
     QRgb last = beside;
     const int right = std::min(image.width() - 1, x + kCore);
@@ -58,12 +59,21 @@ bool isCore(const QImage &image, int x, int y, QRgb beside)
             if (words[u] == last)
                 continue;
             last = words[u];
-            const VisibleColour other = difference(visible(last), ground);
+            if (!Kind::holds(last))
+                return isCoreOf<VisibleKind>(image, x, y, beside);
+            const auto other = difference(Kind::of(last), ground);
             if (product(other, away) > kDeeper * depth && isAligned(other, away, kSameWay))
                 return false;
         }
     }
     return true;
+}
+
+bool isCore(const QImage &image, int x, int y, QRgb beside)
+{
+    return OpaqueKind::holds(row(image, y)[x] & beside)
+        ? isCoreOf<OpaqueKind>(image, x, y, beside)
+        : isCoreOf<VisibleKind>(image, x, y, beside);
 }
 
 std::vector<Shade> shadesOfLines(const QImage &image, const EdgeMap &edges)

@@ -29,23 +29,33 @@ int sumOf(QRgb word)
 
 // Whether a ridge is no more than the soft side of what touches it: a pixel beside it goes on in
 // the ridge's direction, and less than kLeastPart of the way is the ridge's own.
-bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+template<typename Kind>
+bool isSideOf(const QImage &image, uint32_t pixel, const Ridge &ridge)
 {
     const int x = int(pixel % uint32_t(image.width()));
     const int y = int(pixel / uint32_t(image.width()));
-    const VisibleColour own = visible(ridge.colour);
-    const VisibleColour away = difference(own, visible(ridge.beside));
+    const auto own = Kind::of(ridge.colour);
+    const auto away = difference(own, Kind::of(ridge.beside));
     const double most = square(away) * (1.0 / kLeastPart - 1.0);
     const int right = std::min(image.width() - 1, x + 1);
     const int bottom = std::min(image.height() - 1, y + 1);
     for (int v = std::max(0, y - 1); v <= bottom; ++v) {
         const QRgb *words = row(image, v);
         for (int u = std::max(0, x - 1); u <= right; ++u) {
-            if (product(difference(visible(words[u]), own), away) > most)
+            if (!Kind::holds(words[u]))
+                return isSideOf<VisibleKind>(image, pixel, ridge);
+            if (product(difference(Kind::of(words[u]), own), away) > most)
                 return true;
         }
     }
     return false;
+}
+
+bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
+{
+    return OpaqueKind::holds(ridge.colour & ridge.beside)
+        ? isSideOf<OpaqueKind>(image, pixel, ridge)
+        : isSideOf<VisibleKind>(image, pixel, ridge);
 }
 
 struct Core
@@ -258,11 +268,14 @@ private:
     {
         parent.resize(cores.size());
         std::iota(parent.begin(), parent.end(), 0u);
+        unlikeOf.assign(cores.size(), 0);
         forEachPair([&](std::size_t i, std::size_t j) {
-            if (areAlike(i, j))
+            if (areAlike(i, j)) {
                 parent[rootOf(uint32_t(j))] = rootOf(uint32_t(i));
-            else
-                unlike.push_back({ uint32_t(i), uint32_t(j) });
+                return;
+            }
+            unlike.push_back(uint32_t(j));
+            ++unlikeOf[i];
         });
         stretchOf.resize(cores.size());
         std::vector<uint32_t> numbers(cores.size(), 0);
@@ -280,19 +293,39 @@ private:
         std::iota(parent.begin(), parent.end(), 0u);
     }
 
+    // Calls use(to, other) for every contact of two stretches, from both sides.
+    template<typename Use>
+    void forEachContact(Use use) const
+    {
+        const uint32_t *other = unlike.data();
+        for (std::size_t i = 0; i < cores.size(); ++i) {
+            for (const uint32_t *end = other + unlikeOf[i]; other < end; ++other) {
+                use(stretchOf[i], stretchOf[*other]);
+                use(stretchOf[*other], stretchOf[i]);
+            }
+        }
+    }
+
+    // Contacts with one stretch that follow each other are one. They are counted first: lists that
+    // grow would take twice the memory, where there is least of it.
     void findContacts()
     {
-        const auto add = [this](uint32_t to, uint32_t other) {
+        std::vector<uint32_t> last(stretches.size(), uint32_t(stretches.size()));
+        std::vector<uint32_t> counts(stretches.size(), 0);
+        forEachContact([&](uint32_t to, uint32_t other) {
+            counts[to] += last[to] != other ? 1u : 0u;
+            last[to] = other;
+        });
+        for (std::size_t k = 0; k < stretches.size(); ++k)
+            stretches[k].contacts.reserve(counts[k]);
+        forEachContact([this](uint32_t to, uint32_t other) {
             std::vector<Contact> &contacts = stretches[to].contacts;
             if (contacts.empty() || contacts.back().other != other)
                 contacts.push_back({ other, 0 });
             ++contacts.back().cores;
-        };
-        for (const auto &pair : unlike) {
-            add(stretchOf[pair.first], stretchOf[pair.second]);
-            add(stretchOf[pair.second], stretchOf[pair.first]);
-        }
-        unlike = std::vector<std::pair<uint32_t, uint32_t>>();
+        });
+        unlike = std::vector<uint32_t>();
+        unlikeOf = std::vector<uint8_t>();
     }
 
     // Stretches without contacts keep their labels, whatever they cost.
@@ -472,8 +505,9 @@ private:
     const LabelPlane &plane;
     const uint32_t width;
     std::vector<uint16_t> own;
-    std::vector<std::pair<uint32_t, uint32_t>> unlike; // cores of two labels that are near
-    std::vector<uint32_t> parent;                      // of cores first, of stretches then
+    std::vector<uint32_t> unlike;  // later cores of another label that are near, core by core
+    std::vector<uint8_t> unlikeOf; // how many each core has
+    std::vector<uint32_t> parent;  // of cores first, of stretches then
     std::vector<uint32_t> stretchOf;
     std::vector<Stretch> stretches;
     std::vector<float> sums; // of the stretches with contacts

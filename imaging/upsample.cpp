@@ -42,6 +42,18 @@ public:
                 settled = { { label, settled[0] } };
         };
         see(labels[x], words[1][x]);
+        if (x > 0 && x + 1 < plane.width && words[0] && words[2]) {
+            // As below, without asking where the picture ends: two thirds of the time.
+            const uint16_t *line = labels + x - plane.width;
+            for (const QRgb *row : words) {
+                see(line[-1], row[x - 1]);
+                see(line[0], row[x]);
+                see(line[1], row[x + 1]);
+                line += plane.width;
+            }
+            settle();
+            return;
+        }
         const int left = std::max(0, x - 1);
         const int right = std::min(plane.width - 1, x + 1);
         for (int v = 0; v < 3; ++v) {
@@ -52,10 +64,7 @@ public:
             for (int u = left; u <= right; ++u)
                 see(line[u], row[u]);
         }
-        for (std::size_t i = 0; i < count; ++i) {
-            if (entries[i].distance <= kDiluted)
-                entries[i].colour = plane.colours[entries[i].label];
-        }
+        settle();
     }
 
     // The label of the most similar colour, the first of several.
@@ -113,6 +122,14 @@ private:
     };
 
     static const uint32_t kNone = 0x10000; // no label
+
+    void settle()
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (entries[i].distance <= kDiluted)
+                entries[i].colour = plane.colours[entries[i].label];
+        }
+    }
 
     // Returns whether a word near enough is known.
     bool add(uint16_t label, QRgb word)

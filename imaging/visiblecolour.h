@@ -10,6 +10,10 @@
 #include <array>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace ztrace {
 
 // Red, green and blue on white paper, 0 to 255, and alpha, 0 to 178.5.
@@ -47,6 +51,66 @@ inline double length(const VisibleColour &a)
     return std::sqrt(product(a, a));
 }
 
+// The same of colours that are all opaque, which differ in red, green and blue alone: whole
+// numbers, whose products and sums are exact, and equal to those above. Alpha goes along and takes
+// no part.
+#ifdef __SSE2__
+struct OpaqueColour
+{
+    __m128i channels; // in the lower four of eight numbers of 16 bits
+};
+
+inline OpaqueColour opaque(QRgb word)
+{
+    return { _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(word)), _mm_setzero_si128()) };
+}
+
+inline OpaqueColour difference(const OpaqueColour &a, const OpaqueColour &b)
+{
+    return { _mm_sub_epi16(a.channels, b.channels) };
+}
+
+// Of differences.
+inline double product(const OpaqueColour &a, const OpaqueColour &b)
+{
+    const __m128i pairs = _mm_madd_epi16(a.channels, b.channels);
+    return _mm_cvtsi128_si32(pairs) + _mm_cvtsi128_si32(_mm_srli_si128(pairs, 4));
+}
+
+inline double square(const OpaqueColour &a)
+{
+    return product(a, a);
+}
+
+inline double length(const OpaqueColour &a)
+{
+    return std::sqrt(product(a, a));
+}
+#else
+typedef VisibleColour OpaqueColour;
+
+inline OpaqueColour opaque(QRgb word)
+{
+    return visible(word);
+}
+#endif
+
+// What a sum over the colours of an image takes: opaque colours as long as it meets no other one,
+// and begins again with visible ones then.
+struct VisibleKind
+{
+    typedef VisibleColour Colour;
+    static Colour of(QRgb word) { return visible(word); }
+    static bool holds(QRgb) { return true; }
+};
+
+struct OpaqueKind
+{
+    typedef OpaqueColour Colour;
+    static Colour of(QRgb word) { return opaque(word); }
+    static bool holds(QRgb word) { return qAlpha(word) == 255; }
+};
+
 // Comparisons of lengths, and of a cosine, decide as the roots themselves would: a root is rounded
 // by less than kMargin of it, so that squares that are farther apart decide alone, and the roots
 // are drawn for the others.
@@ -68,7 +132,8 @@ inline bool isRootAboveRoot(double square, double other)
 }
 
 // Whether the cosine of the angle between two differences is above `cosine`, which is positive.
-inline bool isAligned(const VisibleColour &a, const VisibleColour &b, double cosine)
+template<typename Colour>
+bool isAligned(const Colour &a, const Colour &b, double cosine)
 {
     const double along = product(a, b);
     if (along <= 0.0)
