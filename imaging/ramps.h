@@ -79,6 +79,11 @@ void flatten(SoftPixels soft, Ramps *ramps, QImage *image);
 // Whether much of what is in no ramp is shaded as well, such as by soft shadows.
 bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 
+// Whether a picture of flat areas is shaded besides, and hardly any of it is in ramps or in
+// photographs that are parts of it: its shades would be bands of the few colours of flat pictures.
+// Any format; ramps that pay at the price.
+bool isShadedDrawing(const QImage &image, const RampPrice &price);
+
 // A copy with its ramps flat; nothing where there are none, and where the rest is shaded.
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 
