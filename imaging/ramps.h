@@ -97,6 +97,12 @@ std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plan
 // explains them better, of the labels near them. `first` is the first label of a ramp.
 void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
 
+// Labels before `first` whose colour none of their pixels had in the picture with its ramps get the
+// mean of those of their mixtures: with the stand-in these have become colours of their own. The
+// image is flat, the mixtures are in the order in which they were made.
+void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first,
+                      LabelPlane *plane);
+
 // Where the run of equal numbers ends that begins at x, in a row of `width` pixels.
 inline int endOfRun(const uint16_t *numbers, int x, int width)
 {

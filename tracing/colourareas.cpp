@@ -267,8 +267,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
     const std::size_t firstRamp = labelRamps(image, ramps, &plane);
-    if (flat && !ramps.areas.empty())
+    if (flat && !ramps.areas.empty()) {
         settleMixtures(ramps, firstRamp, &plane);
+        recolourMixtures(image, ramps, firstRamp, &plane);
+    }
     ramps.ofPixel = std::vector<uint16_t>();
     ramps.mixtures = std::vector<RampMixture>();
 
