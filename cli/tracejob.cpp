@@ -50,13 +50,23 @@ const char *presetOf(Kind kind)
     return "photo";
 }
 
+// A picture of flat areas that is shaded as well is one of shades.
+Classification withItsShades(const QImage &image, const Classification &found)
+{
+    if (found.kind != Kind::Logo || !isShadedDrawing(image, kUsualPriceOfEdge))
+        return found;
+    return { Kind::Photo, "shading beside flat areas, " + found.reason };
+}
+
 // With gradients a ramp is as good as flat, and a colour even where it is grey.
 Classification classified(Picture *picture, bool gradients)
 {
     const std::optional<QImage> flat
         = gradients ? withoutRamps(picture->asImage(), kUsualPriceOfEdge) : std::optional<QImage>();
-    if (!flat)
-        return classify(picture);
+    if (!flat) {
+        const Classification found = classify(picture);
+        return withItsShades(picture->asImage(), found);
+    }
     Picture other(*flat);
     const Classification found = classify(&other);
     return found.kind == Kind::LineArt ? Classification { Kind::Logo, "ramps of few colours" }

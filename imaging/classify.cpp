@@ -152,11 +152,30 @@ GreyAreas greyAreasOf(Picture *picture)
     return areas;
 }
 
+// Whether the one or two lightnesses of a picture are those of ink and paper, or of one of them.
+// Others are greys that are meant, and would be drawn black and white.
+bool areInkAndPaper(const Histogram &counts)
+{
+    int ink = 0;
+    int paper = 0;
+    for (int v = 0; v < 256; ++v) {
+        if (counts[static_cast<std::size_t>(v)] == 0.0)
+            continue;
+        ++(v <= kDarkestGrey ? ink : paper);
+        if (v > kDarkestGrey && v < kLightestGrey)
+            return false;
+    }
+    return ink <= 1 && paper <= 1;
+}
+
 // Whether an opaque grey picture of that many colours is ink on paper, or shaded like a photograph.
 std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
 {
-    if (colours <= 2)
+    if (colours <= 2) {
+        if (!areInkAndPaper(picture->tones().counts))
+            return std::nullopt;
         return Classification { Kind::LineArt, std::to_string(colours) + " colours, no hue" };
+    }
     const Split split = splitOf(picture->tones().counts);
     const bool inSteps = colours <= kFewGreys && split.uneven > kPureGreys;
     if (split.uneven < kTwoValued && !inSteps) {

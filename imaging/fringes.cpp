@@ -25,6 +25,7 @@ const double kTolerance = 0.2;    // of a shift, pixels
 const double kToleranceOfKnown = 0.33; // the same where such text is known to be
 const double kFringed = 0.1;           // of a run's coverage that differs from channel to channel
 const double kLeftOfShifted = 0.5;     // of what channels differ by, where they are put in place
+const int kSameInk = 64;               // colourDistance; what is flat within a run stays so nearly
 const int kLeastRuns = 12;             // that have to be there
 const double kMajority = 0.25;         // of the runs with differing channels about a place
 const int kTile = 32;                  // pixels; about a place are 3 x 3 tiles
@@ -187,17 +188,21 @@ int endOfStretch(const QRgb *words, int begin, int width, int same)
     return 0;
 }
 
-// Calls use(run) for every stretch of a row between two pixels of one ground on either side; those
-// within it are left out where that returns true.
+// Pixels of one ground before a run. Letters that begin beside a frame have but one before them.
+enum class Before { Two, One };
+
+// Calls use(run) for every stretch of a row between two pixels of one ground on either side, or one
+// before it; those within it are left out where that returns true.
 template<typename Use>
-void forEachRun(const QRgb *words, int width, int same, Use use)
+void forEachRun(const QRgb *words, int width, int same, Before before, Use use)
 {
     for (int x = 2; x + 2 < width; ++x) {
         if (words[x] == words[x - 1]) {
             x = endOfRun(words, x, width) - 1;
             continue;
         }
-        if (isGround(words[x], words[x - 1], same) || !isGround(words[x - 2], words[x - 1], same))
+        if (isGround(words[x], words[x - 1], same)
+            || isGround(words[x - 2], words[x - 1], same) != (before == Before::Two))
             continue;
         const int end = endOfStretch(words, x, width, same);
         if (end == 0)
@@ -236,7 +241,7 @@ public:
           votes(std::size_t(columns) * std::size_t(rows))
     {
         for (int y = 0; y < image.height(); ++y) {
-            forEachRun(row(image, y), image.width(), kSameGround,
+            forEachRun(row(image, y), image.width(), kSameGround, Before::Two,
                        [&](const Run &run) { return count(run, y); });
         }
         Votes text;
@@ -416,15 +421,33 @@ uint8_t byteOf(double value)
     return static_cast<uint8_t>(std::max(0.0, std::min(255.0, value)) + 0.5);
 }
 
+// The colour of a pixel of text without its fringe.
+QRgb withoutFringe(QRgb word, const Differences &differences)
+{
+    const double part = differences.coverage(channelsOf(word));
+    Channels own = differences.ground;
+    for (std::size_t c = 0; c < 3; ++c)
+        own[c] += part * differences.sums[c];
+    return qRgb(byteOf(own[0]), byteOf(own[1]), byteOf(own[2]));
+}
+
+// Whether all that is flat within a run is of its ink: a field with a frame is not, and the text in
+// it is a run of its own. Fringes are at edges, so that the flat inside of a stroke has none.
+bool isOfOneInk(const Run &run, const Differences &differences)
+{
+    for (int x = run.begin + 1; x + 1 < run.end; ++x) {
+        const QRgb word = run.words[x];
+        if (word == run.words[x - 1] && word == run.words[x + 1]
+            && colourDistance(word, withoutFringe(word, differences)) > kSameInk)
+            return false;
+    }
+    return true;
+}
+
 void flatten(const Run &run, const Differences &differences, QRgb *words)
 {
-    for (int x = run.begin; x < run.end; ++x) {
-        const double part = differences.coverage(channelsOf(run.words[x]));
-        Channels own = differences.ground;
-        for (std::size_t c = 0; c < 3; ++c)
-            own[c] += part * differences.sums[c];
-        words[x] = qRgb(byteOf(own[0]), byteOf(own[1]), byteOf(own[2]));
-    }
+    for (int x = run.begin; x < run.end; ++x)
+        words[x] = withoutFringe(run.words[x], differences);
 }
 
 } // namespace
@@ -438,19 +461,29 @@ bool removeFringes(QImage *image)
     std::vector<QRgb> source(static_cast<std::size_t>(image->width()));
     for (int y = 0; y < image->height(); ++y) {
         QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
-        for (const int same : { kSameGround, kVeryGround }) {
+        const auto pass = [&](int same, Before before, auto isText) {
             std::copy_n(words, source.size(), source.begin());
-            forEachRun(source.data(), image->width(), same, [&](const Run &run) {
+            forEachRun(source.data(), image->width(), same, before, [&](const Run &run) {
                 if (!text.isAt(run, y))
                     return false;
                 const Differences differences(run);
-                const bool isText = orderOf(differences, kToleranceOfKnown) == order
-                    || Shift(run, differences, order).isThere();
-                if (isText)
-                    flatten(run, differences, words);
-                return isText;
+                if (!isText(run, differences) || !isOfOneInk(run, differences))
+                    return false;
+                flatten(run, differences, words);
+                return true;
             });
-        }
+        };
+        const auto isKnown = [order](const Run &run, const Differences &differences) {
+            return orderOf(differences, kToleranceOfKnown) == order
+                || Shift(run, differences, order).isThere();
+        };
+        const auto isSure = [order](const Run &run, const Differences &differences) {
+            return run.end - run.begin <= kLongWord && isFringed(run, differences)
+                && orderOf(differences, kTolerance) == order;
+        };
+        pass(kSameGround, Before::Two, isKnown);
+        pass(kVeryGround, Before::Two, isKnown);
+        pass(kVeryGround, Before::One, isSure);
     }
     return true;
 }

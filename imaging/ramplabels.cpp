@@ -15,8 +15,9 @@ namespace ztrace {
 
 namespace {
 
-const int kToRamp = 4;  // pixels from one that was taken for a stand-in to a ramp
-const int kToLabel = 2; // pixels from a mixture to what it may belong to
+const int kToRamp = 4;     // pixels from one that was taken for a stand-in to a ramp
+const int kToLabel = 2;    // pixels from a mixture to what it may belong to
+const int kLikeLabel = 48; // colourDistance; twice what shades of one spot colour differ by
 // Of the distance to its own label: a pixel's colour is nearer to a better one. A soft pixel of a
 // thin stroke is as far from what is beside it.
 const double kBetter = 0.4;
@@ -280,6 +281,46 @@ void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane)
     }
     for (const auto &[place, label] : settled)
         plane->labels[place] = label;
+}
+
+void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first, LabelPlane *plane)
+{
+    struct Label
+    {
+        bool isThere = false; // a pixel of it has its colour
+        double pixels = 0.0;  // mixtures
+        double sums[3] = { 0.0, 0.0, 0.0 };
+    };
+    if (ramps.mixtures.empty())
+        return;
+    std::vector<Label> found(first);
+    auto mixture = ramps.mixtures.begin();
+    for (int y = 0; y < plane->height; ++y) {
+        const QRgb *const words = row(image, y);
+        for (int x = 0; x < plane->width; ++x) {
+            const std::size_t place = std::size_t(y) * std::size_t(plane->width) + std::size_t(x);
+            const uint16_t label = plane->labels[place];
+            const bool isMixture = mixture != ramps.mixtures.end() && mixture->place == place;
+            const QRgb word = isMixture ? (mixture++)->before : words[x];
+            if (label >= first || found[label].isThere)
+                continue;
+            Label &own = found[label];
+            own.isThere = colourDistance(word, plane->colours[label]) <= kLikeLabel;
+            if (!isMixture)
+                continue;
+            own.pixels += 1.0;
+            own.sums[0] += qRed(word);
+            own.sums[1] += qGreen(word);
+            own.sums[2] += qBlue(word);
+        }
+    }
+    for (std::size_t k = 0; k < first; ++k) {
+        const Label &own = found[k];
+        if (own.isThere || own.pixels < 1.0)
+            continue;
+        const auto mean = [&own](int c) { return int(own.sums[c] / own.pixels + 0.5); };
+        plane->colours[k] = qRgb(mean(0), mean(1), mean(2));
+    }
 }
 
 } // namespace ztrace

@@ -83,6 +83,11 @@ void flatten(SoftPixels soft, Ramps *ramps, QImage *image);
 // Whether much of what is in no ramp is shaded as well, such as by soft shadows.
 bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 
+// Whether a picture of flat areas is shaded besides, and hardly any of it is in ramps or in
+// photographs that are parts of it: its shades would be bands of the few colours of flat pictures.
+// Any format; ramps that pay at the price.
+bool isShadedDrawing(const QImage &image, const RampPrice &price);
+
 // A copy with its ramps flat; nothing where there are none, and where the rest is shaded.
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 
@@ -95,6 +100,12 @@ std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plan
 // Mixtures that took a colour which the picture with its ramps does not have there: they go to what
 // explains them better, of the labels near them. `first` is the first label of a ramp.
 void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
+
+// Labels before `first` whose colour none of their pixels had in the picture with its ramps get the
+// mean of those of their mixtures: with the stand-in these have become colours of their own. The
+// image is flat, the mixtures are in the order in which they were made.
+void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first,
+                      LabelPlane *plane);
 
 // Where the run of equal numbers ends that begins at x, in a row of `width` pixels.
 inline int endOfRun(const uint16_t *numbers, int x, int width)

@@ -15,6 +15,7 @@ const double kClearLength = 40.0; // length of a difference
 // Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
 // rim are lines; with 4 fewer lines of icons are.
 const int kAlongRim = 3;
+const int kLeastOnRim = 96;     // alpha
 const double kAligned = 0.5;    // cosine between the differences to both sides
 const double kSameSlope = 0.9;  // cosine between two steps of one slope
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
@@ -136,18 +137,25 @@ RidgeFinder::RidgeFinder(const QImage &image)
       width(image.width()), height(image.height())
 { }
 
+// Whether a word is another one that can be seen through more: the soft rim of an area.
+bool isFainter(QRgb word, QRgb other)
+{
+    return qAlpha(word) < qAlpha(other) && hueDistance(word, other) <= kClearly;
+}
+
 // A line on the rim has one side. What lies beyond the picture is supposed to be like that one,
 // where the line goes on along the rim: soft edges that end there do not.
 bool RidgeFinder::onRim(const Side<VisibleKind> &open, const Line &along, Side<VisibleKind> *inner,
                         QRgb *beside)
 {
-    if (open.count + inner->steps > kRidgeReach || qAlpha(*inner->middle) < 255 || !along.goesOn())
+    if (open.count + inner->steps > kRidgeReach || qAlpha(*inner->middle) < kLeastOnRim
+        || !along.goesOn())
         return false;
     const VisibleColour own = visible(*inner->middle);
     inner->look(own);
     inner->followSlope(own);
     *beside = inner->word;
-    return true;
+    return !isFainter(*inner->middle, inner->word);
 }
 
 bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)

@@ -6,6 +6,7 @@
 
 #include "imaging/alpha.h"
 #include "imaging/blend.h"
+#include "imaging/checkers.h"
 #include "imaging/colour.h"
 #include "imaging/edges.h"
 #include "imaging/failure.h"
@@ -246,8 +247,11 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
-    if (std::holds_alternative<Flat>(plan.segmentation))
+    if (const Flat *drawn = std::get_if<Flat>(&plan.segmentation)) {
         removeFringes(&image); // before the ground of a letter on a ramp gets another colour
+        if (drawn->palette.empty())
+            evenCheckers(&image);
+    }
     Ramps ramps = takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
@@ -263,8 +267,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
 
     const std::size_t firstRamp = labelRamps(image, ramps, &plane);
-    if (flat && !ramps.areas.empty())
+    if (flat && !ramps.areas.empty()) {
         settleMixtures(ramps, firstRamp, &plane);
+        recolourMixtures(image, ramps, firstRamp, &plane);
+    }
     ramps.ofPixel = std::vector<uint16_t>();
     ramps.mixtures = std::vector<RampMixture>();
 

@@ -114,6 +114,23 @@ class Drawn(CommandTest):
         self.write("s.png", png(SIDE, SIDE, shadowed))
         self.assertIn(b"photo", self.run_program("s.png", "-o", "b.svg", "--stats", "--gradients").stdout)
 
+    def test_auto_sees_shades_beside_flat_areas(self):
+        """Shades that no ramp explains would be bands of few colours."""
+        def wavy(x, y):
+            if y < 3 * SIDE // 5:  # a larger one is a photograph beside a drawing
+                return (240, 240, 240, 255)
+            wave = math.sin(x / 5.0 + 2.0 * math.sin(y / 7.0)) * math.sin(y / 6.0)
+            return (150 + int(80 * wave), 120 + int(60 * wave), 90 + int(50 * wave), 255)
+
+        self.write("w.png", png(SIDE, SIDE, wavy))
+        self.assertIn(b"shading beside flat areas", self.run_program("w.png", "-o", "b.svg", "--stats").stdout)
+
+        def stepped(x, y):  # as many colours, in flat areas
+            return tuple(v - v % 16 for v in wavy(x - x % 8, y - y % 8)[:3]) + (255,)
+
+        self.write("f.png", png(SIDE, SIDE, stepped))
+        self.assertIn(b"logo", self.run_program("f.png", "-o", "b.svg", "--stats").stdout)
+
     def test_json_and_back(self):
         self.run_program("a.png", "--gradients", "-p", "logo", "-o", "a.json", "-o", "a.svg")
         drawing = json.loads(self.read("a.json"))

@@ -217,6 +217,16 @@ void tst_Classify::kindsOfDrawnPictures_data()
     };
     add("two greys", drawn(60, 40, [](int x, int y) { return inText(x, y) ? grey(0) : grey(255); }),
         Kind::LineArt, "2 colours, no hue");
+    add("two greys, one neither ink nor paper",
+        drawn(60, 40, [](int x, int y) { return inText(x, y) ? grey(100) : grey(230); }),
+        Kind::Logo, "62 % in flat areas, 62 % in the commonest of them");
+    add("two light greys",
+        drawn(60, 40, [](int x, int y) { return inText(x, y) ? grey(200) : grey(240); }),
+        Kind::Logo, "62 % in flat areas, 62 % in the commonest of them");
+    add("one grey", drawn(60, 40, [](int, int) { return grey(120); }), Kind::Logo,
+        "100 % in flat areas, 100 % in the commonest of them");
+    add("blank paper", drawn(60, 40, [](int, int) { return grey(255); }), Kind::LineArt,
+        "1 colours, no hue");
     add("a page", drawn(200, 160, page), Kind::LineArt,
         "grey, two lightnesses hold 100 % of the contrast");
     add("a page in a shadow",

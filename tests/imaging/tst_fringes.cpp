@@ -142,6 +142,35 @@ private slots:
         QCOMPARE(image.copy(280, 0, 320, 600), before.copy(280, 0, 320, 600));
     }
 
+    // A field with a frame lies between two pixels of one ground as letters do. Its own ground
+    // stays, and its text is text, although one pixel alone may be between that and the frame.
+    void textInAFieldIsOfItsColour()
+    {
+        const QRgb ground = 0xFFA0C0F0u;
+        QImage image(kWidth, 2 * kHeight, QImage::Format_ARGB32);
+        image.fill(ground);
+        const QImage outside = stems(ground, 0xFF000000u);
+        const QImage inside = stems(0xFFFFFFFFu, 0xFF000000u);
+        const QRect field(20, kHeight, 54, kHeight);
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x)
+                image.setPixel(x, y, outside.pixel(x, y));
+            image.setPixel(field.left() - 2, kHeight + y, 0xFF808080u);
+            image.setPixel(field.left() - 1, kHeight + y, 0xFF404040u);
+            for (int x = 0; x < field.width(); ++x)
+                image.setPixel(field.left() + x, kHeight + y, inside.pixel(4 + x, y));
+        }
+        const QImage before = image;
+        QVERIFY(removeFringes(&image));
+        QVERIFY(farthestFromMixtures(image.copy(field), 0xFFFFFFFFu, 0xFF000000u) <= 13.0);
+        for (int y = field.top(); y <= field.bottom(); ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                if (before.pixel(x, y) == 0xFFFFFFFFu || x < field.left())
+                    QCOMPARE(image.pixel(x, y), before.pixel(x, y));
+            }
+        }
+    }
+
     // As much ink as there was.
     void inkIsKept()
     {

@@ -421,6 +421,25 @@ private slots:
         QVERIFY2(4 * left < reds, qPrintable(QString::number(left)));
     }
 
+    // With the stand-in a mixture is a colour of its own; drawn in it, it would be a stranger.
+    void coloursThatNothingHasAreThoseOfTheMixtures()
+    {
+        QImage image(4, 1, QImage::Format_ARGB32);
+        const QRgb flat[] = { 0xFF954CA6u, 0xFF954CA6u, 0xFF204080u, 0xFF204080u };
+        for (int x = 0; x < 4; ++x)
+            image.setPixel(x, 0, flat[x]);
+        Ramps ramps;
+        ramps.mixtures = { { 0, 0xFF5080C0u }, { 1, 0xFF5484C8u }, { 3, 0xFF204884u } };
+        LabelPlane plane;
+        plane.width = 4;
+        plane.height = 1;
+        plane.colours = { 0xFF954CA6u, 0xFF204080u };
+        plane.labels = { 0, 0, 1, 1 };
+        recolourMixtures(image, ramps, 2, &plane);
+        QCOMPARE(plane.colours[0], 0xFF5282C4u);
+        QCOMPARE(plane.colours[1], 0xFF204080u);
+    }
+
     void labelsAreThoseOfTheRamps()
     {
         QImage image = painted(

@@ -126,10 +126,14 @@ bool goesOn(const QImage &image, int x, int y, int dx, int dy)
     return isIn(image, x + 3 * dx, y + 3 * dy) || isIn(image, x - 3 * dx, y - 3 * dy);
 }
 
-// A line of at most three pixels between the rim and another colour.
+// A line of at most three pixels between the rim and another colour, which is not its own and less
+// transparent.
 bool isOnRim(const QImage &image, int x, int y, int dx, int dy, const Side &inner)
 {
-    return qAlpha(row(image, y)[x]) == 255 && inner.steps > 0
+    const QRgb own = row(image, y)[x];
+    const bool isFainter
+        = qAlpha(own) < qAlpha(inner.word) && hueDistance(own, inner.word) <= ztrace::kClearly;
+    return qAlpha(own) >= kLeastAlpha && !isFainter && inner.steps > 0
         && toRim(image, x, y, -dx, -dy) - 1 + inner.steps <= kReach && goesOn(image, x, y, dy, dx);
 }
 
