@@ -23,7 +23,11 @@ const double kSagittaAnchor = 0.25; // pixels: the same of an arc's height
 const double kSmooth = 0.01;        // radians: what a smooth joint may turn
 const double kFarthest = 1.2;       // pixels that a joint may go
 const double kSettled = 1e-3;       // of the misfit
-const double kShortest = 0.1;       // pixels that a piece keeps
+// Of what is missing that a step must promise, as areas that change evenly have it. At 1 lettering
+// of 16 px takes 2 % fewer numbers and is 3 % farther off; with no such bound the command takes a
+// sixth more instructions for a dialog.
+const double kHoped = 0.5;
+const double kShortest = 0.1; // pixels that a piece keeps
 const double kMostBulge = 2;
 
 inline double areaOf(const std::vector<Piece> &pieces)
@@ -101,7 +105,8 @@ public:
     }
 
     // The misfit in the end, with the anchors. Steps win less and less: it ends where the last one
-    // has won less than is missing to `wanted`.
+    // has won less than is missing to `wanted`, and before one that promises less than half of
+    // that.
     double run(int rounds = kRoundsOfPolish,
                double wanted = std::numeric_limits<double>::infinity())
     {
@@ -113,6 +118,8 @@ public:
             if (isNew)
                 findEquations();
             const Eigen::VectorXd step = stepOf(damping);
+            if (step.dot(right) < kHoped * (cost - wanted))
+                break;
             std::vector<double> next = values;
             for (std::size_t k = 0; k < values.size(); ++k)
                 next[k] += step[static_cast<Eigen::Index>(k)];
@@ -296,7 +303,7 @@ private:
     {
         damped = normal;
         damped.diagonal() *= 1 + damping;
-        return damped.selfadjointView<Eigen::Lower>().ldlt().solve(right);
+        return damped.selfadjointView<Eigen::Lower>().llt().solve(right);
     }
 
     // What each pixel is off by, and how that changes.

@@ -1,10 +1,12 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "chainfit.h"
 #include "fit/segment.h"
+#include "meetings.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 namespace ztrace {
 
@@ -146,10 +148,10 @@ bool isBeside(fit::Point p, const ChainPoints &points, bool closed, const fit::P
     return false;
 }
 
-// Whether the points that a piece explains lie on it or on those beside it, and it near the line
-// through them.
-bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number,
-               std::vector<Probe> *probes, const ChainPoints &points, bool closed)
+// Where the points that a piece explains lie neither on it nor on those beside it, as shares of it;
+// all of it where it is not near the line through them.
+Meeting missedBy(const std::vector<fit::Piece> &pieces, std::size_t number,
+                 std::vector<Probe> *probes, const ChainPoints &points, bool closed)
 {
     const fit::Piece &piece = pieces[number];
     const int size = int(points.x.size());
@@ -157,20 +159,24 @@ bool staysWith(const std::vector<fit::Piece> &pieces, std::size_t number,
     const std::size_t after = (number + 1) % pieces.size();
     const bool whole = fit::isWhole(piece.kind) && !points.isSoft();
     double far = farFrom(points, piece.first % size);
-    for (int k = piece.first; k < piece.first + piece.count; ++k) {
-        const double most = whole ? kFarOfWhole : farFrom(points, k % size);
+    Meeting missed;
+    for (int k = 0; k < piece.count; ++k) {
+        const int i = piece.first + k;
+        const double most = whole ? kFarOfWhole : farFrom(points, i % size);
         far = std::max(far, most);
-        const fit::Point p = pointOf(points, closed, k);
-        if (!(*probes)[number].isWithin(p, most) && !(*probes)[before].isWithin(p, most)
-            && !(*probes)[after].isWithin(p, most))
-            return false;
+        const fit::Point p = pointOf(points, closed, i);
+        if ((*probes)[number].isWithin(p, most) || (*probes)[before].isWithin(p, most)
+            || (*probes)[after].isWithin(p, most))
+            continue;
+        missed.from = std::min(missed.from, double(k) / piece.count);
+        missed.to = std::max(missed.to, double(k + 1) / piece.count);
     }
     for (int sample = 1; sample < kSamples; ++sample) {
         const fit::Point p = pointAt(piece, double(sample) / kSamples);
         if (!isBeside(p, points, closed, piece, far + kTip))
-            return false;
+            return { 0, 1 };
     }
-    return true;
+    return missed;
 }
 
 // Points beside corners may be left out where pixels see both sides, but serifs, caps and small
@@ -229,7 +235,7 @@ std::vector<char> badPieces(const fit::Path &path, const ChainPoints &points, bo
     bad[count] = count == 0 || (closed && count == 1 && !fit::isWhole(path.pieces.front().kind));
     std::vector<Probe> probes(path.pieces.begin(), path.pieces.end());
     for (std::size_t k = 0; k < count; ++k)
-        bad[k] = !staysWith(path.pieces, k, &probes, points, closed)
+        bad[k] = !missedBy(path.pieces, k, &probes, points, closed).isNone()
             || isTwisted(path.pieces, k, closed);
     if (points.isSoft())
         markLeftOut(path, points, &probes, &bad);
@@ -346,6 +352,30 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
     return path;
 }
 
+fit::Path fitCloser(const ChainPoints &points, bool closed, int times, bool shapes);
+
+// Long lines and arcs that miss a few of their points, cut around these and fitted again there: of
+// two discs that all but touch the arcs are right but where they meet. Nothing where that does not
+// mend it.
+std::optional<fit::Path> mendedAround(fit::Path path, const ChainPoints &points, bool closed)
+{
+    std::vector<Probe> probes(path.pieces.begin(), path.pieces.end());
+    std::vector<Meeting> missed;
+    for (std::size_t k = 0; k < path.pieces.size(); ++k)
+        missed.push_back(missedBy(path.pieces, k, &probes, points, closed));
+    const std::size_t before = path.pieces.size();
+    std::vector<char> again = cutAround(missed, points, &path);
+    const auto count = std::size_t(std::count(again.begin(), again.end(), 1));
+    if (path.pieces.size() == before || count == 0 || count == again.size())
+        return std::nullopt;
+    again.push_back(0);
+    path = repaired(std::move(path), again, points, closed,
+                    [](const ChainPoints &part) { return fitCloser(part, false, 1, true); });
+    if (!isGood(badPieces(path, points, closed)))
+        return std::nullopt;
+    return path;
+}
+
 // Numbers at .4 of their price for every time, all misfit counted, and no points left out; what is
 // not good then cheaper still, and line by line in the end.
 fit::Path fitCloser(const ChainPoints &points, bool closed, int times, bool shapes)
@@ -449,6 +479,8 @@ fit::Path fitPoints(const ChainPoints &points, bool closed)
     }
     if (isGood(bad))
         return path;
+    if (std::optional<fit::Path> mended = mendedAround(path, points, closed))
+        return *std::move(mended);
     const auto count = std::count(bad.begin(), bad.end() - 1, 1);
     if (!bad.back() && std::size_t(count) < path.pieces.size())
         return repaired(std::move(path), bad, points, closed,

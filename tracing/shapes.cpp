@@ -5,7 +5,7 @@
 #include "composition.h"
 #include "crossings.h"
 #include "edgecolours.h"
-#include "equalloops.h"
+#include "equalchains.h"
 #include "meetings.h"
 #include "ordering.h"
 #include "smallloops.h"
@@ -72,13 +72,15 @@ public:
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
         placeNodes();
-        findEqualLoops();
-        chains.erase(std::remove_if(chains.begin(), chains.end(),
-                                    [this](uint32_t chain) { return !equal.isFirst[chain]; }),
-                     chains.end());
         small.assign(map.chains.size(), 0);
-        forEachChain(chains, mostThreads, [this](uint32_t chain) { fitOne(chain); });
-        paths = fitSmallLoops(map, poses, edges, std::move(paths), small, mostThreads);
+        forEachChain(chains, mostThreads, [this](uint32_t chain) { takePose(chain); });
+        const EqualChains equal = equalChains(points, loops());
+        chains.erase(std::remove_if(chains.begin(), chains.end(),
+                                    [&](uint32_t chain) { return !equal.isFirst[chain]; }),
+                     chains.end());
+        forEachChain(chains, mostThreads, [&](uint32_t chain) { fitEqual(chain, equal); });
+        points = {};
+        paths = fitSmallLoops(map, poses, edges, equal, std::move(paths), small, mostThreads);
         part(mostThreads);
     }
 
@@ -147,16 +149,6 @@ private:
             for (std::size_t k = begins[part]; k < begins[part + 1]; ++k)
                 work(chains[k]);
         });
-    }
-
-    // Equal loops of hard edges have equal points but for their place, by whole pixels: one of them
-    // is fitted, where it begins at the origin.
-    void findEqualLoops()
-    {
-        std::vector<char> isHard(points.size());
-        for (std::size_t k = 0; k < points.size(); ++k)
-            isHard[k] = points[k].edge == fit::Edge::Hard;
-        equal = equalLoops(map, isHard);
     }
 
     // Where the chains that end in a node meet: least squares of the distances from their lines
@@ -295,7 +287,17 @@ private:
         return true;
     }
 
-    void fitOne(uint32_t number)
+    std::vector<char> loops() const
+    {
+        std::vector<char> result;
+        for (const Chain &chain : map.chains)
+            result.push_back(chain.startNode == kNoNode);
+        return result;
+    }
+
+    // Points as they are fitted: between their nodes, in the frame of the chain. On the rim there
+    // is nothing to fit between nodes.
+    void takePose(uint32_t number)
     {
         const Chain &chain = map.chains[number];
         ChainPoints &p = points[number];
@@ -303,26 +305,24 @@ private:
         if (isOnRim(chain) && !loop) {
             paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
                                                     places[std::size_t(chain.endNode)]) };
-            return;
-        }
-        if (loop && p.edge == fit::Edge::Hard) {
-            fitEqual(number);
+            p = ChainPoints();
             return;
         }
         if (!loop)
             pinEnds(chain, &p);
-        paths[number] = outOfPose(poses[number], fitPoints(intoPose(poses[number], p), loop));
-        pinPath(chain, &paths[number]);
+        p = intoPose(poses[number], std::move(p));
         small[number] = loop && p.isSoft() && p.x.size() <= kMostOfSmall;
-        p = ChainPoints();
     }
 
-    void fitEqual(uint32_t first)
+    // Chains that are the same but for their place are fitted once.
+    void fitEqual(uint32_t first, const EqualChains &equal)
     {
-        const fit::Path path = fitPoints(intoPose(poses[first], points[first]), true);
+        if (points[first].x.empty())
+            return;
+        const fit::Path path = fitPoints(points[first], map.chains[first].startNode == kNoNode);
         for (uint32_t k = first; k != kNoReference; k = equal.next[k]) {
-            points[k] = ChainPoints();
             paths[k] = outOfPose(poses[k], path);
+            pinPath(map.chains[k], &paths[k]);
         }
     }
 
@@ -503,7 +503,6 @@ private:
     const std::vector<Pose> poses; // of the chains
     const SoftEdges edges;
     std::vector<ChainPoints> points;
-    EqualLoops equal;
     bool anySoft = false;
     std::vector<fit::Point> places; // of nodes
     std::vector<fit::Path> paths;

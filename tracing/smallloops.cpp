@@ -5,6 +5,7 @@
 #include "workers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace ztrace {
@@ -13,13 +14,17 @@ namespace {
 
 const std::size_t kTellBlur = 24;   // loops of many that tell whether pixels show areas
 const std::size_t kLoopsAtOnce = 4; // that a thread takes; some tenths of a millisecond
+// Surroundings of equal loops that are remembered, some kilobytes each: a letter on a ground has
+// few.
+const std::size_t kMostKnown = 16;
 
 class SmallLoops
 {
 public:
     SmallLoops(const BoundaryMap &m, const std::vector<Pose> &o, const SoftEdges &e,
-               const std::vector<fit::Path> &p, const std::vector<char> &small)
-        : map(m), poses(o), edges(e), paths(p), loopOf(m.areas.list.size(), kNoReference)
+               const EqualChains &q, const std::vector<fit::Path> &p,
+               const std::vector<char> &small)
+        : map(m), poses(o), edges(e), equal(q), paths(p), loopOf(m.areas.list.size(), kNoReference)
     {
         for (uint32_t area = 0; area < loopOf.size(); ++area) {
             const uint32_t ring = map.firstRing[area];
@@ -56,22 +61,51 @@ public:
     std::vector<fit::Path> fitted(bool sharp, unsigned threads) const
     {
         std::vector<fit::Path> better = paths;
-        const std::size_t parts = (chains.size() + kLoopsAtOnce - 1) / kLoopsAtOnce;
+        std::vector<uint32_t> firsts;
+        std::copy_if(chains.begin(), chains.end(), std::back_inserter(firsts),
+                     [this](uint32_t chain) { return equal.isFirst[chain]; });
+        const std::size_t parts = (firsts.size() + kLoopsAtOnce - 1) / kLoopsAtOnce;
         forEachOnThreads(parts, threads, [&](std::size_t part) {
             const std::size_t from = part * kLoopsAtOnce;
-            for (std::size_t k = from; k < std::min(chains.size(), from + kLoopsAtOnce); ++k)
-                better[chains[k]] = fitInPose(chains[k], sharp);
+            for (std::size_t k = from; k < std::min(firsts.size(), from + kLoopsAtOnce); ++k)
+                fitEqual(firsts[k], sharp, &better);
         });
         return better;
     }
 
 private:
-    fit::Path fitInPose(uint32_t chain, bool sharp) const
+    // What a loop of known points becomes where it covers these pixels; in its frame.
+    struct Fitted
     {
-        const Pose &pose = poses[chain];
-        return outOfPose(
-            pose,
-            fitToAreas(intoPose(pose, paths[chain]), intoPose(pose, coverageAround(chain)), sharp));
+        fit::Coverage coverage;
+        fit::Path path;
+    };
+
+    // Equal loops have equal paths; where they have equal pixels as well, so do the results.
+    void fitEqual(uint32_t first, bool sharp, std::vector<fit::Path> *better) const
+    {
+        std::vector<Fitted> known;
+        for (uint32_t chain = first; chain != kNoReference; chain = equal.next[chain]) {
+            const Pose &pose = poses[chain];
+            fit::Coverage coverage = intoPose(pose, coverageAround(chain));
+            const auto same = std::find_if(known.begin(), known.end(), [&](const Fitted &f) {
+                return areEqual(f.coverage, coverage);
+            });
+            if (same != known.end()) {
+                (*better)[chain] = outOfPose(pose, same->path);
+                continue;
+            }
+            fit::Path path = fitToAreas(intoPose(pose, paths[chain]), coverage, sharp);
+            (*better)[chain] = outOfPose(pose, path);
+            if (known.size() < kMostKnown && equal.next[chain] != kNoReference)
+                known.push_back({ std::move(coverage), std::move(path) });
+        }
+    }
+
+    static bool areEqual(const fit::Coverage &a, const fit::Coverage &b)
+    {
+        return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height
+            && a.sigma == b.sigma && a.right == b.right && a.counts == b.counts;
     }
 
     fit::Coverage coverageAround(uint32_t chain) const
@@ -105,6 +139,7 @@ private:
     const BoundaryMap &map;
     const std::vector<Pose> &poses;
     const SoftEdges &edges;
+    const EqualChains &equal;
     const std::vector<fit::Path> &paths;
     std::vector<uint32_t> loopOf; // per area: the chain that is all of its outline, if one is
     std::vector<uint32_t> chains; // the small ones
@@ -113,10 +148,11 @@ private:
 } // namespace
 
 std::vector<fit::Path> fitSmallLoops(const BoundaryMap &map, const std::vector<Pose> &poses,
-                                     const SoftEdges &edges, std::vector<fit::Path> paths,
-                                     const std::vector<char> &small, unsigned threads)
+                                     const SoftEdges &edges, const EqualChains &equal,
+                                     std::vector<fit::Path> paths, const std::vector<char> &small,
+                                     unsigned threads)
 {
-    const SmallLoops loops(map, poses, edges, paths, small);
+    const SmallLoops loops(map, poses, edges, equal, paths, small);
     const bool sharp = loops.isSharp();
     return sharp || !loops.areMany() ? loops.fitted(sharp, threads) : std::move(paths);
 }

@@ -200,7 +200,6 @@ private slots:
     void sameBytesEachTime();
     void threadsDoNotMatter_data();
     void threadsDoNotMatter();
-    void equalAreasHaveEqualShapes();
 };
 
 void tst_Shapes::offsetInvertsCoverage()
@@ -558,41 +557,6 @@ void tst_Shapes::threadsDoNotMatter()
     QCOMPARE(several.outlines.size(), one.outlines.size());
     for (std::size_t k = 0; k < one.outlines.size(); ++k)
         QVERIFY(several.outlines[k].shape == one.outlines[k].shape);
-}
-
-// A comma several times, at whole pixels: one is fitted, the others are where they belong.
-void tst_Shapes::equalAreasHaveEqualShapes()
-{
-    QImage image(260, 90, QImage::Format_Grayscale8);
-    image.fill(255);
-    const QPoint places[] = { { 5, 4 }, { 71, 30 }, { 130, 8 }, { 200, 41 } };
-    for (const QPoint &place : places) {
-        for (int y = 0; y < 40; ++y) {
-            for (int x = 0; x < 40; ++x) {
-                const bool head = std::hypot(x - 20, y - 15) < 11.3;
-                const bool tail = x > 20 && x < 30 - (y - 15) / 3 && y >= 15 && y < 38;
-                if (head || tail)
-                    image.scanLine(place.y() + y)[place.x() + x] = 0;
-            }
-        }
-    }
-    const Drawing drawing = traceInk(image).drawing;
-    std::vector<std::vector<fit::Point>> commas;
-    for (const Outline &outline : drawing.outlines) {
-        if (outline.colour == 0xFF000000u)
-            commas.push_back(pointsOn(outline.shape, image.height()));
-    }
-    QCOMPARE(commas.size(), std::size_t(4));
-    // In the order of their first pixels: from the top.
-    const int order[] = { 0, 2, 1, 3 };
-    for (std::size_t k = 1; k < 4; ++k) {
-        QCOMPARE(commas[k].size(), commas[0].size());
-        const QPoint off = places[order[k]] - places[0];
-        for (std::size_t i = 0; i < commas[k].size(); ++i) {
-            QVERIFY(std::fabs(commas[k][i].x - commas[0][i].x - off.x()) < 1e-9);
-            QVERIFY(std::fabs(commas[k][i].y - commas[0][i].y - off.y()) < 1e-9);
-        }
-    }
 }
 
 QTEST_GUILESS_MAIN(tst_Shapes)
