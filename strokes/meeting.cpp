@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <unordered_map>
 
 namespace ztrace::strokes {
@@ -303,7 +304,7 @@ private:
     {
         Place best = { atom(end).carrier.foot(at.place), -1.0, 0.0 };
         double thickness = 0.0;
-        Point nearest = { 1e9, 1e9 }; // on the lines that go through
+        std::optional<Point> nearest; // on the other lines that go through
         for (int number : through) {
             Place candidate;
             const Atom &other = web.atoms[std::size_t(number)];
@@ -312,7 +313,8 @@ private:
                 : other.carrier;
             const Point foot = carrier.foot(at.place);
             if (number != end.atom
-                && distanceBetween(foot, at.place) < distanceBetween(nearest, at.place))
+                && (!nearest
+                    || distanceBetween(foot, at.place) < distanceBetween(*nearest, at.place)))
                 nearest = foot;
             if (number != end.atom && meet(end, other, carrier, at, &candidate)
                 && candidate.weight > best.weight) {
@@ -325,8 +327,8 @@ private:
             return;
         }
         putEnd(end, best.at, best.back);
-        if (best.weight < 0.0)
-            connect(end, nearest);
+        if (best.weight < 0.0 && nearest)
+            connect(end, *nearest);
     }
 
     void connect(const AtomEnd &end, Point to)
