@@ -36,8 +36,8 @@ const double kOffPart = 0.05; // of the base's width, and pixels, that the taper
 const double kOffPixels = 0.5;
 const double kLopsided = 0.3; // of the width, and pixels, that the two sides differ by
 const double kLopsidedPixels = 1.0;
-// Part of what the one side of a base sticks out beyond the pen that the other does at least: beside
-// an acute corner there is ink on one side alone. Rows of half a pixel that tell it.
+// Part of what the one side of a base sticks out beyond the pen that the other does at least:
+// beside an acute corner there is ink on one side alone. Rows of half a pixel that tell it.
 const double kLeastOtherSide = 0.35;
 const std::size_t kBaseRows = 6;
 const double kLeastSeen = 0.35; // of the head's length that has to be seen
@@ -47,11 +47,11 @@ const double kLeastSeenOfPointed = 0.2;
 const double kPoint = 0.6;
 const double kPointOff = 0.15;
 const double kPointOffPixels = 0.5;
-const double kInside = 1.5;     // pixels around a head that are of it
-const double kWholeBarb = 1.1;  // lengths of a barb around which its ink is of it
+const double kInside = 1.5;    // pixels around a head that are of it
+const double kWholeBarb = 1.1; // lengths of a barb around which its ink is of it
 // How far the ends of barbs are round in scans, of which noise hides the form of so short strokes.
 const double kUnsureEnds = 0.5;
-const double kCell = 32.0;      // pixels of the grid that atoms are looked up in
+const double kCell = 32.0; // pixels of the grid that atoms are looked up in
 
 // The row of a jump, by the widest step within the rise: the first row of the head; 0 for none.
 std::size_t jumpIn(const std::vector<Across> &rows, double pen)

@@ -13,12 +13,12 @@ const double kInk = 0.5;         // coverage
 const double kLeastBehind = 1.5; // pixels, and widths, that a barb goes on behind the base
 const double kLeastBehindPart = 0.3;
 const double kLeastAside = 0.75; // widths between the middles of line and barb at the base
-const double kMostBehind = 2.0; // lengths of the head from tip to base
-const double kLeastThick = 0.6; // widths that it is thick: a swept head ends in a point
+const double kMostBehind = 2.0;  // lengths of the head from tip to base
+const double kLeastThick = 0.6;  // widths that it is thick: a swept head ends in a point
 const double kMostThick = 1.6;
 const double kThickPixels = 0.7; // pixels that thickness may be off
-// Widths of the pen, and pixels, that a head with ink between its barbs is wide at its base at most:
-// the line and the barbs.
+// Widths of the pen, and pixels, that a head with ink between its barbs is wide at its base at
+// most: the line and the barbs.
 const double kClosedWidths = 3.0;
 const double kClosedPixels = 2.0;
 // Pixels that the tip of a pen has to lie before that of a solid head for the two to be told apart,
@@ -76,7 +76,8 @@ double thicknessAt(const Coverage &coverage, Point place, Point normal, double m
     return sum;
 }
 
-// Pixels along the track that ink as thick as the pen goes on behind the base; 0 where there is none.
+// Pixels along the track that ink as thick as the pen goes on behind the base; 0 where there is
+// none.
 double behindBase(const Coverage &coverage, const Track &track, const Taper &taper,
                   const Wedge &wedge, const Point &across, double pen)
 {

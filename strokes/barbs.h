@@ -20,8 +20,8 @@ struct Barbs
     Point end[2];
 };
 
-// The pen that drew a head: its width in pixels, how far the ends of its lines are round, 0 to 1, and
-// whether noise hides what tips are like.
+// The pen that drew a head: its width in pixels, how far the ends of its lines are round, 0 to 1,
+// and whether noise hides what tips are like.
 struct HeadPen
 {
     double width = 0.0;
@@ -30,9 +30,10 @@ struct HeadPen
 };
 
 // Looks behind the base of a head along both of its edges: ink as wide as the pen, apart from the
-// line, is that of barbs; a solid head has none. What goes on far behind the base are lines of their
-// own. Where the ink between barbs is closed, an open head is told by its tip: that of a pen is
-// blunt. `track` is what the taper's lengths are along; `met` is the length at which the line ends.
+// line, is that of barbs; a solid head has none. What goes on far behind the base are lines of
+// their own. Where the ink between barbs is closed, an open head is told by its tip: that of a pen
+// is blunt. `track` is what the taper's lengths are along; `met` is the length at which the line
+// ends.
 Barbs barbsOf(const Coverage &coverage, const Track &track, const Taper &taper, const HeadPen &pen,
               double met);
 

@@ -23,8 +23,8 @@ const double kHardRound = 0.555;
 // The same where there are few ends: most pens are round.
 const double kFewRound = 0.5;
 const std::size_t kFewEnds = 8;
-// The same of ends that are pointed, the tips of arrow heads: they tell nothing of lines' ends. Steps of
-// one bit make 2.5 of round ends at most.
+// The same of ends that are pointed, the tips of arrow heads: they tell nothing of lines' ends.
+// Steps of one bit make 2.5 of round ends at most.
 const double kPointed = 3.0;
 const double kSameLook = 1e-6;         // pixels that two ends of one look differ by
 const std::size_t kMostDistinct = 400; // ends are enough to tell, however many there are
@@ -211,7 +211,8 @@ EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &
 {
     if (noisy) {
         const Band &band = hard ? kHardUnsure : kSoftUnsure;
-        const Roundness found = roundnessOf(ends, widths, hard ? kLeastWornWidth : kLeastWidth, 1e300);
+        const Roundness found
+            = roundnessOf(ends, widths, hard ? kLeastWornWidth : kLeastWidth, 1e300);
         EndForm form;
         form.part = hard ? kWornPart : kUnsurePart;
         const std::size_t least = hard ? kFewEnds : 1;

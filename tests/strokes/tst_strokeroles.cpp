@@ -100,8 +100,11 @@ void tst_StrokeRoles::whatIsNoHead()
     std::vector<Across> rows;
     for (double s = -20; s < 24; s += 0.5) {
         const double head = std::max(3.0, 10.0 * (1 - s / 25));
-        const double widths[] = { 3.0, s < 0 ? 3.0 : 10.0, s > 0 && s < 3 ? 12.0 : 3.0,
-                                  s < 0 ? 3.0 : 3.0 + 0.3 * s, s < 0 ? 3.0 : head,
+        const double widths[] = { 3.0,
+                                  s < 0 ? 3.0 : 10.0,
+                                  s > 0 && s < 3 ? 12.0 : 3.0,
+                                  s < 0 ? 3.0 : 3.0 + 0.3 * s,
+                                  s < 0 ? 3.0 : head,
                                   s < 0 ? 3.0 : std::max(3.0, 5.6 * (1 - s / 25)) };
         const double width = widths[form];
         const double left = form >= 4 ? 1.5 : 0.5 * width;
