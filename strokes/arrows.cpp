@@ -20,7 +20,7 @@ const double kInwardPixels = 12.0; // cross-section
 const double kInwardPart = 0.75;   // of the line
 const double kOutwards = 45.0;     // widths beyond it
 const double kSidewards = 14.0;    // widths to either side; farther is another line's ink
-const double kJumpWidths = 1.7;    // widths, and pixels, of a base
+const double kJumpWidths = 1.5;    // widths, and pixels, of a base
 const double kJumpPixels = 2.2;
 const double kThinPart = 1.35; // widths, and pixels, that a line is wide before the base
 const double kThinPixels = 0.7;
@@ -36,10 +36,22 @@ const double kOffPart = 0.05; // of the base's width, and pixels, that the taper
 const double kOffPixels = 0.5;
 const double kLopsided = 0.3; // of the width, and pixels, that the two sides differ by
 const double kLopsidedPixels = 1.0;
+// Part of what the one side of a base sticks out beyond the pen that the other does at least:
+// beside an acute corner there is ink on one side alone. Rows of half a pixel that tell it.
+const double kLeastOtherSide = 0.35;
+const std::size_t kBaseRows = 6;
 const double kLeastSeen = 0.35; // of the head's length that has to be seen
-const double kInside = 1.5;     // pixels around a head that are of it
-const double kWholeBarb = 1.1;  // lengths of a barb around which its ink is of it
-const double kCell = 32.0;      // pixels of the grid that atoms are looked up in
+// The same where ink goes on to decline to a point that far below the pen's width: slender heads,
+// whose line ends within them. Widths, and pixels, that the point is off.
+const double kLeastSeenOfPointed = 0.2;
+const double kPoint = 0.6;
+const double kPointOff = 0.15;
+const double kPointOffPixels = 0.5;
+const double kInside = 1.5;    // pixels around a head that are of it
+const double kWholeBarb = 1.1; // lengths of a barb around which its ink is of it
+// How far the ends of barbs are round in scans, of which noise hides the form of so short strokes.
+const double kUnsureEnds = 0.5;
+const double kCell = 32.0; // pixels of the grid that atoms are looked up in
 
 // The row of a jump, by the widest step within the rise: the first row of the head; 0 for none.
 std::size_t jumpIn(const std::vector<Across> &rows, double pen)
@@ -107,6 +119,33 @@ bool isEven(const std::vector<Across> &rows, std::size_t first, std::size_t last
     return odd * 5 <= last - first;
 }
 
+// Whether both sides of a base stick out beyond the pen.
+bool sticksOut(const std::vector<Across> &rows, std::size_t first, double pen)
+{
+    const std::size_t last = std::min(first + kBaseRows, rows.size());
+    double left = 0.0;
+    double right = 0.0;
+    for (std::size_t k = first; k < last; ++k) {
+        left += rows[k].left - 0.5 * pen;
+        right += rows[k].right - 0.5 * pen;
+    }
+    return std::min(left, right) > kLeastOtherSide * std::max(left, right);
+}
+
+// Whether the ink declines below the pen's width as it did before.
+bool isPointed(const std::vector<Across> &rows, std::size_t first, const Decline &decline,
+               double pen)
+{
+    for (std::size_t k = first; k < rows.size(); ++k) {
+        const double wanted = decline.start + decline.slope * rows[k].at;
+        if (std::fabs(rows[k].width() - wanted) > kPointOff * pen + kPointOffPixels)
+            return false;
+        if (rows[k].width() < kPoint * pen)
+            return true;
+    }
+    return false;
+}
+
 // Ink from a place across a unit direction up to half coverage.
 double reachOf(const Coverage &coverage, Point place, Point across, double most)
 {
@@ -157,7 +196,9 @@ std::vector<Across> smoothed(const std::vector<Across> &rows)
 class ArrowFinder
 {
 public:
-    ArrowFinder(const Coverage &c, const Measure &m, Web *w) : coverage(c), measure(m), web(*w) { }
+    ArrowFinder(const Coverage &c, const Measure &m, LineEnds e, Web *w)
+        : coverage(c), measure(m), ends(e), web(*w)
+    { }
 
     std::vector<Arrow> find()
     {
@@ -228,8 +269,13 @@ private:
         arrow.corner[2] = base - across;
         if (isKnown(arrow))
             return;
-        if (const auto open = barbsOf(coverage, track, taper, atom.width)) {
-            takeOpen(*open, arrow, number, end);
+        const double roundPart = ends.noisy ? kUnsureEnds : ends.round ? 1.0 : 0.0;
+        const HeadPen pen = { atom.width, roundPart, ends.noisy };
+        const Barbs open = barbsOf(coverage, track, taper, pen, track.lengthAt(atom.place[end]));
+        if (open.kind == HeadKind::None)
+            return;
+        if (open.kind == HeadKind::Open) {
+            takeOpen(open, arrow, number, end);
             return;
         }
         atom.place[end] = arrow.corner[0];
@@ -298,6 +344,7 @@ private:
 
     const Coverage &coverage;
     const Measure &measure;
+    const LineEnds ends;
     Web &web;
     std::unordered_map<int64_t, std::vector<int>> grid;
     std::vector<Arrow> arrows;
@@ -335,18 +382,19 @@ bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper)
     if (top == 0)
         return false;
     // Down to where the pen itself is as wide, or another line's ink is met.
-    const double least = kPenPart * pen + kPenPixels;
+    const double hidden = kPenPart * pen + kPenPixels;
     std::size_t first = top;
     while (first + 1 < rows.size() && rows[first].at - rows[top].at < 1.0)
         ++first;
     std::size_t last = first;
     double lowest = rows[first].width();
-    while (last < rows.size() && rows[last].width() > least
+    while (last < rows.size() && rows[last].width() > hidden
            && rows[last].width() < lowest + kJumpPixels) {
         lowest = std::min(lowest, rows[last].width());
         ++last;
     }
-    if (double(last - first) < kLeastRows || !isEven(rows, first, last))
+    if (double(last - first) < kLeastRows || !isEven(rows, first, last)
+        || !sticksOut(rows, first, pen))
         return false;
     const Decline decline = declineOf(rows, first, last);
     if (-decline.slope < kLeastSlope || -decline.slope > kMostSlope)
@@ -358,18 +406,20 @@ bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper)
     for (std::size_t k = top; k > 0 && rows[k].width() > half; --k)
         base = rows[k].at;
     taper->base = base;
+    taper->ink = rows.back().at;
     taper->width = decline.start + decline.slope * base;
     const double length = taper->tip - taper->base;
     const double seen = rows[last - 1].at - base;
+    const double least = isPointed(rows, last, decline, pen) ? kLeastSeenOfPointed : kLeastSeen;
     return taper->width > std::max(kJumpWidths * pen, pen + kJumpPixels)
         && length > std::max(kLeastLength, 0.9 * taper->width)
-        && decline.rms < kOffPart * taper->width + kOffPixels && seen > kLeastSeen * length;
+        && decline.rms < kOffPart * taper->width + kOffPixels && seen > least * length;
 }
 
-std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, Web *web,
-                              Plane *solids)
+std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, LineEnds ends,
+                              Web *web, Plane *solids)
 {
-    std::vector<Arrow> arrows = ArrowFinder(coverage, measure, web).find();
+    std::vector<Arrow> arrows = ArrowFinder(coverage, measure, ends, web).find();
     if (!solids->cells.empty()) {
         for (const Arrow &arrow : arrows)
             clearInside(arrow, solids);

@@ -21,6 +21,7 @@ struct Taper
     double base = 0.0;  // where the width jumps
     double tip = 0.0;   // where it would be nothing
     double width = 0.0; // at the base
+    double ink = 0.0;   // where the ink ends, be it another line's
 };
 
 // A width, and how far the ink reaches on either side of the carrier.
@@ -33,15 +34,21 @@ struct Across
 };
 
 // Whether rows from a line's inside outwards show an arrow head: the pen's width, a jump within a
-// few pixels, and from there on a straight decline alike on both sides. `pen` in pixels.
+// few pixels on both sides, and from there on a straight decline alike on both. `pen` in pixels.
 bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper);
 
 // Finds the heads at the ends of lines and arcs. Such an end is put on the tip, the line's role is
 // Dimension, and what lies in a head alone is dropped: atoms, and cells of `solids`. After
 // settleEnds(). Takes time in proportion to the atoms and the lengths of their heads.
-// Open heads become two lines of the web.
-std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, Web *web,
-                              Plane *solids);
+// Open heads become two lines of the web; `round` says whether their ends, as all ends of the
+// drawing, are round, `noisy` that the page is a scan.
+struct LineEnds
+{
+    bool round = true;
+    bool noisy = false;
+};
+std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, LineEnds ends,
+                              Web *web, Plane *solids);
 
 } // namespace ztrace::strokes
 

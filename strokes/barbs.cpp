@@ -12,10 +12,22 @@ const double kStep = 0.25;       // pixels between places along a barb
 const double kInk = 0.5;         // coverage
 const double kLeastBehind = 1.5; // pixels, and widths, that a barb goes on behind the base
 const double kLeastBehindPart = 0.3;
-const double kMostBehind = 2.0; // lengths of the head from tip to base
-const double kLeastThick = 0.6; // widths that it is thick: a swept head ends in a point
+const double kLeastAside = 0.75; // widths between the middles of line and barb at the base
+const double kMostBehind = 2.0;  // lengths of the head from tip to base
+const double kLeastThick = 0.6;  // widths that it is thick: a swept head ends in a point
 const double kMostThick = 1.6;
 const double kThickPixels = 0.7; // pixels that thickness may be off
+// Widths of the pen, and pixels, that a head with ink between its barbs is wide at its base at
+// most: the line and the barbs.
+const double kClosedWidths = 3.0;
+const double kClosedPixels = 2.0;
+// Pixels that the tip of a pen has to lie before that of a solid head for the two to be told apart,
+// and pixels before its tip at which half of a sharp tip's ink is gone, times its slope.
+const double kTipsApart = 3.0;
+const double kSharpTip = 1.0;
+const double kNearMet = 2.5; // pixels between the tip of the pen and the line that it stops at
+// Widths from the base of a closed head to where its barbs end, if these are round.
+const double kRoundBase = 0.3;
 
 struct Side
 {
@@ -64,16 +76,19 @@ double thicknessAt(const Coverage &coverage, Point place, Point normal, double m
     return sum;
 }
 
-// Pixels along the track that a barb goes on behind the base; 0 where what is there is no barb.
+// Pixels along the track that ink as thick as the pen goes on behind the base; 0 where there is
+// none.
 double behindBase(const Coverage &coverage, const Track &track, const Taper &taper,
                   const Wedge &wedge, const Point &across, double pen)
 {
     const double most = kMostBehind * (taper.tip - taper.base);
+    if ((wedge.tip - taper.base) * wedge.sine / wedge.cosine < kLeastAside * pen)
+        return 0.0; // within the line's own ink
     double behind = 0.0;
     while (behind < most
            && coverage.at(middleAt(track, wedge, across, taper.base - behind)) >= kInk)
         behind += kStep;
-    if (behind < std::max(kLeastBehind, kLeastBehindPart * pen) || behind >= most)
+    if (behind < std::max(kLeastBehind, kLeastBehindPart * pen))
         return 0.0;
     const double at = taper.base - 0.6 * behind;
     const Point u = track.headingAt(at);
@@ -85,23 +100,52 @@ double behindBase(const Coverage &coverage, const Track &track, const Taper &tap
         : 0.0;
 }
 
+// Whether the ink between two barbs is closed: as narrow as three pens, and with the tip of a pen.
+// Where another line hides the tip, it is where that line is met.
+bool isClosed(const Taper &taper, const Wedge &wedge, double pen, double met)
+{
+    const double slope = taper.width / (taper.tip - taper.base);
+    const double sharp = taper.tip - kSharpTip / slope;
+    const double blunt = wedge.tip + 0.5 * pen;
+    if (taper.width > kClosedWidths * pen / wedge.cosine + kClosedPixels
+        || sharp - blunt < kTipsApart || wedge.tip < taper.base + kLeastBehind)
+        return false;
+    if (taper.ink < taper.tip)
+        return taper.ink < 0.5 * (sharp + blunt);
+    return std::fabs(met - wedge.tip) < kNearMet;
+}
+
 } // namespace
 
-std::optional<Barbs> barbsOf(const Coverage &coverage, const Track &track, const Taper &taper,
-                             double pen)
+Barbs barbsOf(const Coverage &coverage, const Track &track, const Taper &taper, const HeadPen &pen,
+              double met)
 {
-    const Wedge wedge = wedgeOf(taper, pen);
+    const Wedge wedge = wedgeOf(taper, pen.width);
+    const double most = kMostBehind * (taper.tip - taper.base);
     Barbs barbs;
     barbs.tip = track.placeAt(wedge.tip);
+    double behind[2];
+    Point across[2];
     for (int side = 0; side < 2; ++side) {
         const Point u = track.headingAt(taper.base);
-        const Point across = side == 0 ? Point { -u.y, u.x } : Point { u.y, -u.x };
-        const double behind = behindBase(coverage, track, taper, wedge, across, pen);
-        if (!(behind > 0.0))
-            return std::nullopt;
-        // Half of what a round end goes on by: nobody can tell which ends so short strokes have.
-        const double end = taper.base - behind + 0.25 * pen * wedge.cosine;
-        barbs.end[side] = middleAt(track, wedge, across, end);
+        across[side] = side == 0 ? Point { -u.y, u.x } : Point { u.y, -u.x };
+        behind[side] = behindBase(coverage, track, taper, wedge, across[side], pen.width);
+    }
+    const double least = std::min(behind[0], behind[1]);
+    if (least >= most) {
+        barbs.kind = HeadKind::None;
+        return barbs;
+    }
+    const bool isClosedHead = !pen.noisy && isClosed(taper, wedge, pen.width, met);
+    if (!(least > 0.0 && std::max(behind[0], behind[1]) < most) && !isClosedHead)
+        return barbs;
+    barbs.kind = HeadKind::Open;
+    for (int side = 0; side < 2; ++side) {
+        // The ink of a round end goes on by half a width beyond it.
+        const double end = behind[side] > 0.0
+            ? taper.base - behind[side] + 0.5 * pen.roundPart * pen.width * wedge.cosine
+            : taper.base + pen.roundPart * kRoundBase * pen.width;
+        barbs.end[side] = middleAt(track, wedge, across[side], end);
     }
     return barbs;
 }

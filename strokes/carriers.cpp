@@ -8,6 +8,7 @@ namespace ztrace::strokes {
 
 namespace {
 
+const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
 const double kMostAside = 1.2; // pixels that a touching place is moved from the foot at most
 
 Crossings lineWithLine(const fit::Primitive &a, const fit::Primitive &b)
@@ -62,6 +63,49 @@ Crossings crossingsOf(const fit::Primitive &a, const fit::Primitive &b)
     if (a.arc && b.arc)
         return circleWithCircle(a, b);
     return a.arc ? lineWithCircle(b, a) : lineWithCircle(a, b);
+}
+
+bool touchingPlace(const fit::Primitive &a, const fit::Primitive &b, double within, Point *place)
+{
+    if (!a.arc || !b.arc)
+        return false;
+    const Point way = b.point - a.point;
+    const double d = std::hypot(way.x, way.y);
+    if (!(d > 1e-9))
+        return false;
+    const bool outside = std::fabs(d - a.radius - b.radius) < within;
+    const bool inside = std::fabs(d - std::fabs(a.radius - b.radius)) < within;
+    if (!outside && !inside)
+        return false;
+    // Beside the smaller circle, of two that lie in each other.
+    const double side = outside || a.radius > b.radius ? 1.0 : -1.0;
+    const Point onA = a.point + (side * a.radius / d) * way;
+    *place = 0.5 * (onA + b.foot(onA));
+    return true;
+}
+
+Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b, Point crossing)
+{
+    if (a.arc == b.arc)
+        return crossing;
+    const fit::Primitive &line = a.arc ? b : a;
+    const Point touch = line.foot((a.arc ? a : b).point);
+    const double apart = std::hypot(touch.x - crossing.x, touch.y - crossing.y);
+    return apart < kUnsure ? 0.5 * (touch + crossing) : crossing;
+}
+
+bool liesOn(const Atom &atom, Point place, double slack)
+{
+    const Point first = atom.samples.front().centre;
+    const Point last = atom.samples.back().centre;
+    if (atom.shape == Shape::Line) {
+        const double t = fit::dot(place - first, atom.carrier.direction);
+        const double length = fit::dot(last - first, atom.carrier.direction);
+        return t > std::min(0.0, length) - slack && t < std::max(0.0, length) + slack;
+    }
+    return std::any_of(atom.samples.begin(), atom.samples.end(), [&](const Section &s) {
+        return std::hypot(s.centre.x - place.x, s.centre.y - place.y) < slack;
+    });
 }
 
 Point touching(const fit::Primitive &a, const fit::Primitive &b, Point near, double reach,

@@ -49,6 +49,11 @@ const double kBrokenAside = 0.7; // pixels that its ink may lie beside the middl
 const double kReachPixels = 8.0; // and widths, from a short dash
 const double kMostReach = 160.0;
 
+// How a clean row goes on under or into what is not its own: parts of its dash that are ink, and of
+// its gap that are.
+const double kSureDash = 0.9;
+const double kSureGap = 0.15;
+
 class DashFinder
 {
 public:
@@ -129,16 +134,23 @@ private:
         return (isBroken(chain) && acceptBlurred(chain, kBrokenBlur)) || acceptBlurred(chain, 0.0);
     }
 
+    // From the first dash of a chain on.
+    Track trackOf(const Chain &chain) const
+    {
+        const Next &front = chain.dashes.front();
+        const Dash &two = dash(chain.dashes[chain.dashes.size() > 1 ? 1 : 0].dash);
+        return Track(chain.carrier, dash(front.dash).end[front.near],
+                     0.5 * (two.end[0] + two.end[1]));
+    }
+
     // Looks at the ink along the carrier.
     bool acceptBlurred(const Chain &chain, double blur)
     {
         const Next &front = chain.dashes.front();
         const Next &back = chain.dashes.back();
-        const Point first = dash(front.dash).end[front.near];
         const Point last = dash(back.dash).end[1 - back.near];
         const Next &second = chain.dashes[1];
-        const Dash &two = dash(second.dash);
-        const Track track(chain.carrier, first, 0.5 * (two.end[0] + two.end[1]));
+        const Track track = trackOf(chain);
         const double width = widthOf(chain);
         const double beyond = 0.5 * width + 2.0;
         std::vector<Run> runs;
@@ -168,6 +180,8 @@ private:
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
         Chain all = chain;
+        if (!gaps.worn && !chain.closed)
+            extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
             extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
             takeAllBetween(track, runs.front().from, runs.back().to, &all);
@@ -195,6 +209,40 @@ private:
         while (runs->size() < kMostRuns
                && hasNext(track, runs->front().from, -1.0, dash, period, width, &next))
             runs->insert(runs->begin(), next);
+    }
+
+    // The same in a clean page by one dash: its last one may lie in what other lines, or the next
+    // side of a rounded box, were seen in; the dot at a corner is that of another row as well.
+    void extendClean(const Track &track, const Dashing &dashing, double width,
+                     std::vector<Run> *runs) const
+    {
+        const double period = periodOf(dashing);
+        for (const double way : { 1.0, -1.0 }) {
+            const double edge = way > 0 ? runs->back().to : runs->front().from;
+            Run next = { edge + way * (period - dashing.pattern[0]), edge + way * period };
+            if (next.from > next.to)
+                std::swap(next.from, next.to);
+            if ((dashing.type == DashType::Dot || dashing.type == DashType::Hidden)
+                && isSureDash(track, edge, next, way, width))
+                runs->insert(way > 0 ? runs->end() : runs->begin(), next);
+        }
+    }
+
+    // Whether a stretch is ink, and what lies between it and an edge paper.
+    bool isSureDash(const Track &track, double edge, const Run &next, double way,
+                    double width) const
+    {
+        const double inner = way > 0 ? next.from : next.to;
+        double inGap = 0.0;
+        double inDash = 0.0;
+        for (const Run &run : inkAlong(track, coverage, std::min(edge, next.from) - width,
+                                       std::max(edge, next.to) + width, width, 0.0)) {
+            inGap += std::max(0.0,
+                              std::min(run.to, std::max(edge, inner))
+                                  - std::max(run.from, std::min(edge, inner)));
+            inDash += std::max(0.0, std::min(run.to, next.to) - std::max(run.from, next.from));
+        }
+        return inDash > kSureDash * next.length() && inGap < kSureGap * std::fabs(inner - edge);
     }
 
     // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as

@@ -23,6 +23,9 @@ const double kHardRound = 0.555;
 // The same where there are few ends: most pens are round.
 const double kFewRound = 0.5;
 const std::size_t kFewEnds = 8;
+// The same of ends that are pointed, the tips of arrow heads: they tell nothing of lines' ends.
+// Steps of one bit make 2.5 of round ends at most.
+const double kPointed = 3.0;
 const double kSameLook = 1e-6;         // pixels that two ends of one look differ by
 const std::size_t kMostDistinct = 400; // ends are enough to tell, however many there are
 // In scans what lies between two such parts tells nothing. In greys noise and blur leave .08 to .6
@@ -85,15 +88,16 @@ struct Roundness
 };
 
 Roundness roundnessOf(const std::vector<FreeEnd> &ends, const std::vector<double> &widths,
-                      double leastWidth)
+                      double leastWidth, double mostRound)
 {
     Roundness result;
     for (int row = 0; row < kRowsBeside; ++row) {
         const double sharp = 0.5 * (1.0 - std::sqrt(1.0 - kBeside[row] * kBeside[row]));
         std::vector<double> parts;
         for (std::size_t k = 0; k < ends.size(); ++k) {
-            if (widths[k] >= leastWidth)
-                parts.push_back((ends[k].middle - ends[k].side[row]) / (sharp * widths[k]));
+            const double part = (ends[k].middle - ends[k].side[row]) / (sharp * widths[k]);
+            if (widths[k] >= leastWidth && part < mostRound)
+                parts.push_back(part);
         }
         result.count = parts.size();
         if (parts.empty())
@@ -207,7 +211,8 @@ EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &
 {
     if (noisy) {
         const Band &band = hard ? kHardUnsure : kSoftUnsure;
-        const Roundness found = roundnessOf(ends, widths, hard ? kLeastWornWidth : kLeastWidth);
+        const Roundness found
+            = roundnessOf(ends, widths, hard ? kLeastWornWidth : kLeastWidth, 1e300);
         EndForm form;
         form.part = hard ? kWornPart : kUnsurePart;
         const std::size_t least = hard ? kFewEnds : 1;
@@ -223,7 +228,7 @@ EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &
     if (hard)
         keepDistinct(&distinct, &theirWidths);
     const Roundness found
-        = roundnessOf(distinct, theirWidths, hard ? kLeastHardWidth : kLeastWidth);
+        = roundnessOf(distinct, theirWidths, hard ? kLeastHardWidth : kLeastWidth, kPointed);
     const auto telling = std::count_if(widths.begin(), widths.end(),
                                        [](double width) { return width >= kLeastHardWidth; });
     const double hardLeast = std::size_t(telling) < kFewEnds ? kFewRound : kHardRound;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <unordered_map>
 
 namespace ztrace::strokes {
@@ -29,10 +30,10 @@ const double kStepError = 0.55;
 // part of the way from there to the break of their cross-sections. Steps of
 // black and white tell nothing about the break.
 const double kBreakPart = 0.5;
-const double kUnsure = 4.0;    // pixels between touching and crossing, not told apart
-const double kSquare = 0.5;    // sine of the least angle at which an end is put on a line
-const std::size_t kBody = 12;  // cross-sections of such a line
-const double kMostPairs = 4e7; // ends times lines that are compared
+const double kTouchError = 0.25; // pixels that circles in greys miss each other by where they touch
+const double kSquare = 0.5;      // sine of the least angle at which an end is put on a line
+const std::size_t kBody = 12;    // cross-sections of such a line
+const double kMostPairs = 4e7;   // ends times lines that are compared
 // Pixels of a line that is seen beyond another one, those of them with paper on both sides, and
 // pixels between the places that are looked at: a third line may lie across them.
 const double kStub = 1.6;
@@ -247,17 +248,25 @@ private:
         return std::sqrt(2 * radius * errorOf(a.carrier.arc ? b : a)) + kMeetingReach;
     }
 
-    // A line that touches a circle and one that cuts off a little are not told apart by fits: the
-    // end lies between both places, as long as they are near each other.
-    static Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b,
-                                         Point crossing)
+    // Whether the circles of an end and of another arc touch each other near a joint, but for the
+    // error of their fits, and where: two turns of a spring. Their ink is one long before and
+    // behind.
+    bool touchesRound(const AtomEnd &end, const Atom &other, const fit::Primitive &b,
+                      const Joint &at, Place *result)
     {
-        if (a.arc == b.arc)
-            return crossing;
-        const fit::Primitive &line = a.arc ? b : a;
-        const Point touch = line.foot((a.arc ? a : b).point);
-        const double apart = distanceBetween(touch, crossing);
-        return apart < kUnsure ? 0.5 * (touch + crossing) : crossing;
+        const fit::Primitive &a = atom(end).carrier;
+        const double error = hard ? kStepError : kTouchError;
+        Point place;
+        if (!touchingPlace(a, b, error, &place))
+            return false;
+        const double run = std::sqrt(2 * std::min(a.radius, b.radius) * error)
+            + std::sqrt(2 * std::min(a.radius, b.radius) * other.width);
+        if (distanceBetween(place, at.place) > at.radius + kMeetingReach + run
+            || !leadsTo(end, place))
+            return false;
+        result->at = place;
+        result->back = run;
+        return true;
     }
 
     // The place where an end meets a carrier near a joint, or as far away as ink leads.
@@ -272,6 +281,8 @@ private:
         result->weight = sine * sine + 1e-3;
         result->back = 0.0;
         const bool lines = !a.arc && !b.arc;
+        if (touchesRound(end, other, b, at, result))
+            return true;
         if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(own, other, b)) {
             const Crossings crossings = crossingsOf(a, b);
             double nearest = lines ? std::max(kFarthestMeeting, reach) : reach;
@@ -303,7 +314,7 @@ private:
     {
         Place best = { atom(end).carrier.foot(at.place), -1.0, 0.0 };
         double thickness = 0.0;
-        Point nearest = { 1e9, 1e9 }; // on the lines that go through
+        std::optional<Point> nearest; // on the other lines that go through
         for (int number : through) {
             Place candidate;
             const Atom &other = web.atoms[std::size_t(number)];
@@ -312,7 +323,8 @@ private:
                 : other.carrier;
             const Point foot = carrier.foot(at.place);
             if (number != end.atom
-                && distanceBetween(foot, at.place) < distanceBetween(nearest, at.place))
+                && (!nearest
+                    || distanceBetween(foot, at.place) < distanceBetween(*nearest, at.place)))
                 nearest = foot;
             if (number != end.atom && meet(end, other, carrier, at, &candidate)
                 && candidate.weight > best.weight) {
@@ -325,8 +337,8 @@ private:
             return;
         }
         putEnd(end, best.at, best.back);
-        if (best.weight < 0.0)
-            connect(end, nearest);
+        if (best.weight < 0.0 && nearest)
+            connect(end, *nearest);
     }
 
     void connect(const AtomEnd &end, Point to)
@@ -473,22 +485,6 @@ private:
         free = std::move(alone);
     }
 
-    // Whether a place lies on an atom, not only on its carrier.
-    static bool isOn(const Atom &other, Point place)
-    {
-        const double slack = other.width + kMeetingReach;
-        const Point first = other.samples.front().centre;
-        const Point last = other.samples.back().centre;
-        if (other.shape == Shape::Line) {
-            const double t = fit::dot(place - first, other.carrier.direction);
-            const double length = fit::dot(last - first, other.carrier.direction);
-            return t > std::min(0.0, length) - slack && t < std::max(0.0, length) + slack;
-        }
-        return std::any_of(other.samples.begin(), other.samples.end(), [&](const Section &s) {
-            return distanceBetween(s.centre, place) < slack;
-        });
-    }
-
     // Ends that meet nothing in their own joint, but the middle of a line beside it.
     void endOnNeighbours(bool worn)
     {
@@ -525,7 +521,8 @@ private:
             for (int c = 0; c < crossings.count; ++c) {
                 const double ahead = along(end, crossings.place[c]);
                 if (ahead > -kBackwards && ahead < std::min(reach / sine, nearest)
-                    && isOn(other, crossings.place[c]) && leadsTo(end, crossings.place[c], broken)
+                    && liesOn(other, crossings.place[c], other.width + kMeetingReach)
+                    && leadsTo(end, crossings.place[c], broken)
                     && (!worn || isSeenAgain(end, ahead - 0.5 * other.width / sine))) {
                     nearest = ahead;
                     place = crossings.place[c];

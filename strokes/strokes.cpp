@@ -208,7 +208,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     if (page.isNoisy)
         takeDips(coverage, &web);
     dropExplained(web.atoms, &drawing->solids);
-    drawing->arrows = takeArrows(coverage, measure, &web, &drawing->solids);
+    drawing->arrows = takeArrows(coverage, measure, { drawing->roundEnds, page.isNoisy }, &web,
+                                 &drawing->solids);
     const std::vector<HatchFamily> hatches = takeHatches(&web);
     if (page.isNoisy)
         fillHatches(coverage, measure, hatches, &web);

@@ -86,6 +86,7 @@ private slots:
     void brokenAnywhereIsNoRow();
     void aDashBehindACrossingIsPassed();
     void dashesKeepTheirCorner();
+    void aDotAtACornerIsOfBothRows();
     void aBrokenLineStaysALine();
     void specksAreNoLine();
     void parallelsAreNoDashes();
@@ -320,6 +321,22 @@ void tst_Dashes::dashesKeepTheirCorner()
     QCOMPARE(dashedOf(drawing), 2);
     QVERIFY2(hasLine(drawing, { 32, 30 }, right, 1.2), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 32, 30 }, below, 1.2), listOf(drawing).c_str());
+}
+
+void tst_Dashes::aDotAtACornerIsOfBothRows()
+{
+    Sheet sheet(360, 360);
+    sheet.bar({ 40, 330.5 }, { 340, 330.5 }, 7.0);
+    for (int k = 0; k < 13; ++k) {
+        const double at = 40 + 19.6 * k;
+        sheet.bar({ at, 43.5 }, { at + 7, 43.5 }, 7.0);
+        sheet.bar({ 43.5, at }, { 43.5, at + 7 }, 7.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    const double last = 40 + 19.6 * 12 + 7;
+    QCOMPARE(dashedOf(drawing), 2);
+    QVERIFY2(hasLine(drawing, { 40, 43.5 }, { last, 43.5 }, 4.5), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 43.5, 40 }, { 43.5, last }, 4.5), listOf(drawing).c_str());
 }
 
 void tst_Dashes::aBrokenLineStaysALine()

@@ -3,6 +3,8 @@
 // Arrow heads, letters, hatches: what lines are drawn for.
 #include "StrokesRig.h"
 
+#include "strokes/meeting.h"
+
 #include <QtTest>
 
 #include <algorithm>
@@ -54,6 +56,12 @@ private slots:
     void aDimensionHasHeads();
     void openHeadsAreTwoLines_data();
     void openHeadsAreTwoLines();
+    void barbsEndAsAllLinesDo_data();
+    void barbsEndAsAllLinesDo();
+    void aClosedHeadWithABluntTipIsOfThePen();
+    void linesThatMeetInAPointAreNoHead();
+    void aSlenderHeadIsOne();
+    void anEndThatMeetsNothingElseStaysThere();
     void lettersAreText();
     void dashesAreNoText();
     void dashesThatCrossAreNoText();
@@ -83,6 +91,7 @@ void tst_StrokeRoles::whatIsNoHead_data()
     QTest::newRow("a blunt bar across") << 2;
     QTest::newRow("a line that grows wide") << 3;
     QTest::newRow("a head on one side") << 4;
+    QTest::newRow("an acute corner of thin lines") << 5;
 }
 
 void tst_StrokeRoles::whatIsNoHead()
@@ -91,10 +100,14 @@ void tst_StrokeRoles::whatIsNoHead()
     std::vector<Across> rows;
     for (double s = -20; s < 24; s += 0.5) {
         const double head = std::max(3.0, 10.0 * (1 - s / 25));
-        const double widths[] = { 3.0, s < 0 ? 3.0 : 10.0, s > 0 && s < 3 ? 12.0 : 3.0,
-                                  s < 0 ? 3.0 : 3.0 + 0.3 * s, s < 0 ? 3.0 : head };
+        const double widths[] = { 3.0,
+                                  s < 0 ? 3.0 : 10.0,
+                                  s > 0 && s < 3 ? 12.0 : 3.0,
+                                  s < 0 ? 3.0 : 3.0 + 0.3 * s,
+                                  s < 0 ? 3.0 : head,
+                                  s < 0 ? 3.0 : std::max(3.0, 5.6 * (1 - s / 25)) };
         const double width = widths[form];
-        const double left = form == 4 ? 1.5 : 0.5 * width;
+        const double left = form >= 4 ? 1.5 : 0.5 * width;
         rows.push_back({ s, left, width - left });
     }
     Taper taper;
@@ -168,6 +181,121 @@ void tst_StrokeRoles::openHeadsAreTwoLines()
     for (const Point &end : ends)
         QVERIFY2(hasLine(drawing, tip, end, 2.5), listOf(drawing).c_str());
     QCOMPARE(countOf(drawing, Role::Dimension), 3);
+}
+
+void tst_StrokeRoles::barbsEndAsAllLinesDo_data()
+{
+    QTest::addColumn<bool>("round");
+    QTest::newRow("round") << true;
+    QTest::newRow("square") << false;
+}
+
+// Other lines tell what ends are like.
+void tst_StrokeRoles::barbsEndAsAllLinesDo()
+{
+    QFETCH(bool, round);
+    const Point tip = { 60.3, 120.6 };
+    const Point ends[] = { tip + Point { 40, 12 }, tip + Point { 40, -12 } };
+    Sheet sheet(400, 400);
+    const auto draw = [&](Point from, Point to) {
+        round ? sheet.line(from, to, 8.0) : sheet.bar(from, to, 8.0);
+    };
+    draw(tip, tip + Point { 200, 0 });
+    draw(tip, ends[0]);
+    draw(tip, ends[1]);
+    for (int k = 0; k < 6; ++k)
+        draw({ 60, 200.0 + 25.3 * k }, { 330.3, 214.0 + 25.3 * k });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(drawing.roundEnds, round);
+    for (const Point &end : ends)
+        QVERIFY2(hasLine(drawing, tip, end, 1.6), listOf(drawing).c_str());
+}
+
+// Barbs that are as near to the line as two pens: a head of ink, but for its tip. The line ends on
+// the one that it points to, not behind it.
+void tst_StrokeRoles::aClosedHeadWithABluntTipIsOfThePen()
+{
+    for (bool met : { false, true }) {
+        const Point tip = { 200.3, 120.6 };
+        Sheet sheet(400, 300);
+        for (int k = 0; k < 3; ++k)
+            sheet.bar({ 30, 220.0 + 25.3 * k }, { 330.3, 224.0 + 25.3 * k }, 6.0);
+        sheet.bar(tip, tip - Point { 150, 0 }, 6.0);
+        for (double side : { -5.0, 5.0 })
+            sheet.bar(tip, tip + Point { -20, side }, 6.0);
+        if (met)
+            sheet.bar({ 200.3, 30 }, { 200.3, 210 }, 6.0);
+        else
+            sheet.disc(tip, 3.0);
+        const StrokeDrawing drawing = strokesOn(sheet);
+        QCOMPARE(int(drawing.arrows.size()), 0);
+        QVERIFY2(hasLine(drawing, tip, tip - Point { 150, 0 }, 2.0), listOf(drawing).c_str());
+        for (double side : { -5.0, 5.0 })
+            QVERIFY2(hasLine(drawing, tip, tip + Point { -20, side }, 2.5),
+                     listOf(drawing).c_str());
+    }
+}
+
+void tst_StrokeRoles::linesThatMeetInAPointAreNoHead()
+{
+    Sheet sheet(500, 300);
+    const Point tip = { 60.3, 150.2 };
+    const Point fan[] = { { 400, 150 }, { 300, 60 }, { 300, 240 } };
+    for (const Point &end : fan)
+        sheet.line(tip, end, 3.3);
+    const Point corner = { 120.4, 30.3 };
+    sheet.line(corner, { 440, 30 }, 3.3).line(corner, { 440, 92 }, 3.3);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(int(drawing.arrows.size()), 0);
+    QCOMPARE(countOf(drawing, Role::Dimension), 0);
+    for (const Point &end : fan)
+        QVERIFY2(hasLine(drawing, tip, end, 1.5), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, corner, { 440, 92 }, 1.5), listOf(drawing).c_str());
+}
+
+// A head less than two pens wide. Its tips are no ends of lines: these are square.
+void tst_StrokeRoles::aSlenderHeadIsOne()
+{
+    Sheet sheet(500, 300);
+    for (int k = 0; k < 5; ++k) {
+        const Point tip = { 40.3, 40.0 + 50.3 * k };
+        sheet.bar(tip + Point { 16, 0 }, tip + Point { 200, 0 }, 7.0);
+        drawHead(&sheet, tip, { 1, 0 }, 24, 12.4);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(int(drawing.arrows.size()), 5);
+    QVERIFY(!drawing.roundEnds);
+}
+
+// A letter's stroke that ends where only itself goes through has nothing to be led to.
+void tst_StrokeRoles::anEndThatMeetsNothingElseStaysThere()
+{
+    Sheet sheet(100, 60);
+    sheet.line({ 20, 20 }, { 60, 20 }, 4.0);
+    const std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    InkPicture picture;
+    picture.width = sheet.width();
+    picture.height = sheet.height();
+    picture.grey = grey.data();
+    const Coverage coverage(picture, 0.0, 255.0);
+    const Measure measure;
+    Atom atom;
+    for (int x = 22; x < 59; ++x) {
+        Section section;
+        section.centre = { double(x), 20.0 };
+        section.width = 4.0;
+        atom.samples.push_back(section);
+    }
+    refit(&atom, measure);
+    atom.role = Role::Text;
+    atom.joint[1] = 0;
+    Web web;
+    web.atoms = { atom };
+    web.joints = { { { 58.0, 20.0 }, 2.0, JointKind::Tip } };
+    web.meetings = { { { { 0, 1 } }, { 0 } } };
+    settleEnds(coverage, measure, &web);
+    QCOMPARE(int(web.atoms.size()), 1);
+    QVERIFY(std::hypot(web.atoms[0].place[1].x - 58.0, web.atoms[0].place[1].y - 20.0) < 3.0);
 }
 
 void tst_StrokeRoles::lettersAreText()
