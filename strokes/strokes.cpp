@@ -6,6 +6,7 @@
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
 #include "strokes/distance.h"
+#include "strokes/dottedlines.h"
 #include "strokes/ends.h"
 #include "strokes/explained.h"
 #include "strokes/hatchfill.h"
@@ -84,6 +85,7 @@ Page pageOf(const InkPicture &picture, bool hard)
     }
     if (hard) {
         page.evenGrey = bridged(picture);
+        drawDottedLines(picture, &page.evenGrey);
         page.picture.grey = page.evenGrey.data();
         page.ink = inkOfNoisy(page.picture, lightestOf(picture)).ink;
         return page;
