@@ -21,7 +21,8 @@ const double kWithin = 1.5;           // pixels that dots lie beside their row, 
 const double kTaken = 2.5;            // the same of what is of no other row any more
 const double kBesideFrom = 4.0;       // pixels beside a row, from and to, where dots are counted
 const double kBesideTo = 14.0;        // as those that are there anyway
-const std::size_t kLeastRow = 5;      // dots
+const std::size_t kLeastRow = 8;      // dots; fewer of an arc's are as straight
+const std::size_t kLeastInFamily = 5; // the same in a direction that other rows have
 const std::size_t kLeastAround = 4;   // of them within kAround of one
 const double kGapSpacings = 5.0;      // mean spacings to the next dot: e^-5 are farther
 const double kLeastGap = 20.0;        // pixels, of these
@@ -30,12 +31,12 @@ const double kEndSpacings = 3.0;      // mean spacings from the last dot to what
 const double kFalseAlarms = 1e-2;     // rows that chance makes in a page
 const double kTimesBeside = 3.0;      // more dots in a row than are beside it, as dense
 const double kEvenSteps = 0.5;        // deviation of spacings over their mean; of chance it is 1
-const double kMostInk = 0.5;           // part of a row that its dots cover: more are dashes
+const double kMostInk = 0.5;          // part of a row that its dots cover: more are dashes
 const double kMostTurn = 0.02;        // radians between rows of one direction: hatches
 const std::size_t kLeastFamily = 3;   // rows of one direction that others are looked for in
 const double kJoinedPart = 0.5;       // of the shorter of two rows on one line, the gap between
-const double kLeastBow = 0.6;          // pixels that the dots of an arc lie off a line, at least
-const double kBowSigmas = 2.5;         // and deviations of what chance makes of it
+const double kLeastBow = 0.6;         // pixels that the dots of an arc lie off a line, at least
+const double kBowSigmas = 2.5;        // and deviations of what chance makes of it
 const double kHalfWidth = 1.0;        // pixels, of what is drawn
 
 struct Dot
@@ -206,8 +207,7 @@ private:
         for (double dy : { -kAround, 0.0, kAround }) {
             for (double dx : { -kAround, 0.0, kAround }) {
                 const Point at = place + Point { dx, dy };
-                const auto cell
-                    = at.x < 0 || at.y < 0 ? grid.end() : grid.find(keyOf(at));
+                const auto cell = at.x < 0 || at.y < 0 ? grid.end() : grid.find(keyOf(at));
                 if (cell == grid.end())
                     continue;
                 std::copy_if(cell->second.begin(), cell->second.end(), std::back_inserter(found),
@@ -224,6 +224,7 @@ private:
     {
         std::vector<Row> seeds;
         tests = 0.0;
+        inFamily = !axes.empty();
         for (std::size_t k = 0; k < dots.size(); ++k) {
             if (dots[k].isUsed)
                 continue;
@@ -231,9 +232,8 @@ private:
             if (row.dots.size() >= kLeastAround)
                 seeds.push_back(std::move(row));
         }
-        std::stable_sort(seeds.begin(), seeds.end(), [](const Row &a, const Row &b) {
-            return a.dots.size() > b.dots.size();
-        });
+        std::stable_sort(seeds.begin(), seeds.end(),
+                         [](const Row &a, const Row &b) { return a.dots.size() > b.dots.size(); });
         for (const Row &seed : seeds)
             growFrom(seed);
     }
@@ -242,14 +242,14 @@ private:
     std::vector<Point> familiesOf() const
     {
         std::vector<Point> families;
-        const auto isAlong = [](Point a, Point b) { return std::fabs(fit::cross(a, b)) < kMostTurn; };
+        const auto isAlong
+            = [](Point a, Point b) { return std::fabs(fit::cross(a, b)) < kMostTurn; };
         for (const Row &row : rows) {
             const auto count = std::count_if(rows.begin(), rows.end(), [&](const Row &other) {
                 return isAlong(row.axis, other.axis);
             });
-            const bool isKnown = std::any_of(families.begin(), families.end(), [&](Point axis) {
-                return isAlong(row.axis, axis);
-            });
+            const bool isKnown = std::any_of(families.begin(), families.end(),
+                                             [&](Point axis) { return isAlong(row.axis, axis); });
             if (std::size_t(count) >= kLeastFamily && !isKnown)
                 families.push_back(row.axis);
         }
@@ -295,8 +295,7 @@ private:
         }
         best.point = place;
         for (int k : near) {
-            if (most > 0 && best.beside(middleOf(k)) <= kWithin
-                && !isCut(place, middleOf(k)))
+            if (most > 0 && best.beside(middleOf(k)) <= kWithin && !isCut(place, middleOf(k)))
                 best.dots.push_back(k);
         }
         return best;
@@ -345,8 +344,7 @@ private:
         const double gap = std::max(low - a.last, a.first - high);
         const double shorter = std::min(a.last - a.first, b.last - b.first);
         return gap < kJoinedPart * shorter
-            && !(low > a.last ? isCut(a.at(a.last), a.at(low))
-                              : isCut(a.at(high), a.at(a.first)));
+            && !(low > a.last ? isCut(a.at(a.last), a.at(low)) : isCut(a.at(high), a.at(a.first)));
     }
 
     void growFrom(Row row)
@@ -445,15 +443,16 @@ private:
         return count;
     }
 
-    // Whether neither chance nor a pen that draws dots has put these in a row.
+    // Whether neither chance nor a pen that draws dots has put these in a row. The dots that the
+    // row was laid through tell nothing.
     bool isRow(const Row &row) const
     {
-        if (row.dots.size() < kLeastRow)
+        if (row.dots.size() < (inFamily ? kLeastInFamily : kLeastRow))
             return false;
-        const double expected
-            = double(countBeside(row) + 1) * kWithin / (kBesideTo - kBesideFrom);
+        const double expected = double(countBeside(row) + 1) * kWithin / (kBesideTo - kBesideFrom);
         return double(row.dots.size()) > kTimesBeside * expected
-            && logOfTail(row.dots.size(), expected) + std::log(tests) < std::log(kFalseAlarms)
+            && logOfTail(row.dots.size() - (inFamily ? 1 : 2), expected) + std::log(tests)
+            < std::log(kFalseAlarms)
             && !isEven(row) && !areDashes(row) && !isBowed(row);
     }
 
@@ -502,8 +501,7 @@ private:
 
     void settleEnds(Row *row) const
     {
-        const double most
-            = std::clamp(kEndSpacings * row->spacing(), kLeastGap, kMostGap);
+        const double most = std::clamp(kEndSpacings * row->spacing(), kLeastGap, kMostGap);
         const double ahead = distanceToEnd(*row, row->last, 1.0, most);
         const double behind = distanceToEnd(*row, row->first, -1.0, most);
         row->last += ahead;
@@ -566,7 +564,8 @@ private:
     std::vector<Dot> dots;
     std::unordered_map<uint64_t, std::vector<int>> grid; // of dots, by cells of kAround
     std::vector<Row> rows;
-    double tests = 1.0; // rows that were looked at
+    double tests = 1.0;    // rows that were looked at
+    bool inFamily = false; // in given directions alone
 };
 
 } // namespace
