@@ -85,6 +85,7 @@ private slots:
     void dotsInNoRowStay_data();
     void dotsInNoRowStay();
     void brokenDashesFarApartAreARow();
+    void aFoldIsNoLine();
     void dashesOfOneBitStayApart();
     void aWornLineIsOneStroke();
     void aBreakBesideACornerIsOfItsLine();
@@ -252,6 +253,24 @@ void tst_ScannedStrokes::brokenDashesFarApartAreARow()
               return stroke.dashing.type != DashType::None && lengthOf(stroke.piece) > 890;
           });
     QVERIFY2(dashed == 1 && drawing.strokes.size() == 4, listOf(drawing).c_str());
+}
+
+// A fold is a pixel or two of grey across the sheet; a line of two pixels is darker.
+void tst_ScannedStrokes::aFoldIsNoLine()
+{
+    Sheet sheet = lines(false);
+    sheet.line({ 30, 380 }, { 370, 390 }, 2.1);
+    Greys grey = scanned(sheet, 2, 12);
+    for (int y = 0; y < kSide; ++y) {
+        const int x = 20 + y / 20;
+        for (int k = -1; k <= 1; ++k) {
+            uint8_t &value = grey[std::size_t(y * kSide + x + k)];
+            value = uint8_t(std::max(0, value - (k == 0 ? 62 : 31)));
+        }
+    }
+    const StrokeDrawing drawing = drawn(grey);
+    QVERIFY2(drawing.strokes.size() == 9, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 30, 380 }, { 370, 390 }, 3.0), listOf(drawing).c_str());
 }
 
 // Gaps of dashes are longer than those that noise leaves.
