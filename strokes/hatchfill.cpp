@@ -434,9 +434,18 @@ private:
         const double beside = meanOf(levelsAt(bestOffset + 0.5 * side * pitch, begin, end));
         const double before = meanOf(levelsAt(bestOffset - 0.5 * side * pitch, begin, end));
         if (end - begin < kLongEnough * like.width + kFewPixels
+            || !isInkedAllAlong(levelsAt(bestOffset, begin, end), strip.level)
             || std::max(beside, before) > kBetween * inside)
             return false;
         return add(like.width, bestOffset, begin, end);
+    }
+
+    // An outline that crosses a place without a hatch leaves ink in its middle alone.
+    static bool isInkedAllAlong(const std::vector<double> &levels, double level)
+    {
+        const auto third = std::ptrdiff_t(levels.size() / 3);
+        return meanOf({ levels.begin(), levels.begin() + third }) > kFaintest * level
+            && meanOf({ levels.end() - third, levels.end() }) > kFaintest * level;
     }
 
     std::vector<double> levelsAt(double offset, double from, double to) const

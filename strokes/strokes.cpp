@@ -6,6 +6,7 @@
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
 #include "strokes/distance.h"
+#include "strokes/dottedlines.h"
 #include "strokes/ends.h"
 #include "strokes/explained.h"
 #include "strokes/hatchfill.h"
@@ -84,6 +85,7 @@ Page pageOf(const InkPicture &picture, bool hard)
     }
     if (hard) {
         page.evenGrey = bridged(picture);
+        drawDottedLines(picture, &page.evenGrey);
         page.picture.grey = page.evenGrey.data();
         page.ink = inkOfNoisy(page.picture, lightestOf(picture)).ink;
         return page;
@@ -197,6 +199,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
                &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
+    // Dashes that had come to pieces are whole now, and may be a row.
+    if (page.isNoisy && options.hard)
+        joinDashes({ coverage, &bare }, measure, gaps, dots, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);

@@ -21,7 +21,8 @@ struct LineInk
 // erf(width / (2 sqrt 2 blur)) of it, their widths sum / ink. Lightnesses; 0 for no lines.
 double inkDepthOf(const std::vector<LineInk> &lines);
 
-// Measures the widths of all living atoms anew in the greys, against paper of that lightness.
+// Measures the widths of all living atoms anew in the greys, against paper of that lightness, and
+// leaves out those as faint and thin as folds of the paper are, where most others are not.
 // Leaves them as they are where no atom has cross-sections enough.
 void measureWidths(const InkPicture &picture, double paper, Web *web);
 

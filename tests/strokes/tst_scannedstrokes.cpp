@@ -4,7 +4,9 @@
 #include "StrokesRig.h"
 
 #include "strokes/dips.h"
+#include "strokes/dottedlines.h"
 #include "strokes/noise.h"
+#include "strokes/pieces.h"
 #include "strokes/scans.h"
 
 #include <QtTest>
@@ -79,6 +81,11 @@ private slots:
     void raggedEdgesAreNoise();
     void faintNoiseOfAFaintPageIsNoise();
     void aLineInDotsIsOneStroke();
+    void dotsFarApartAreALine();
+    void dotsInNoRowStay_data();
+    void dotsInNoRowStay();
+    void brokenDashesFarApartAreARow();
+    void aFoldIsNoLine();
     void dashesOfOneBitStayApart();
     void aWornLineIsOneStroke();
     void aBreakBesideACornerIsOfItsLine();
@@ -172,6 +179,98 @@ void tst_ScannedStrokes::aLineInDotsIsOneStroke()
     const StrokeDrawing drawing = drawn(grey, true);
     QVERIFY2(drawing.strokes.size() == 9, listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 40, 372.5 }, { 360, 380.5 }, 6.0), listOf(drawing).c_str());
+}
+
+// A threshold leaves single pixels of a line; the row ends on the outline and at its last dot.
+void tst_ScannedStrokes::dotsFarApartAreALine()
+{
+    Greys grey(std::size_t(kSide * kSide), 255);
+    for (int y = 40; y < 360; ++y)
+        std::fill_n(grey.begin() + y * kSide + 360, 5, uint8_t(0));
+    std::mt19937 random(3);
+    for (int x = 30; x < 350; ++x) {
+        if (random() % 10 == 0)
+            grey[std::size_t((100 + x / 4) * kSide + x)] = 0;
+    }
+    for (int k = 0; k < 40; ++k)
+        grey[std::size_t((200 + int(random() % 190)) * kSide + int(random() % 350))] = 0;
+    QCOMPARE(drawDottedLines({ kSide, kSide, grey.data(), 127 }, &grey), std::size_t(1));
+    int inked = 0;
+    for (int x = 50; x < 360; ++x) {
+        const std::size_t at = std::size_t((100 + x / 4) * kSide + x);
+        inked += grey[at] == 0 || grey[at + kSide] == 0 ? 1 : 0;
+    }
+    QVERIFY2(inked > 300, qPrintable(QString::number(inked)));
+}
+
+void tst_ScannedStrokes::dotsInNoRowStay_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::newRow("specks anywhere") << 0;
+    QTest::newRow("dots of an even step") << 1;
+    QTest::newRow("dots of an arc") << 2;
+    QTest::newRow("dots beside an edge") << 3;
+}
+
+void tst_ScannedStrokes::dotsInNoRowStay()
+{
+    QFETCH(int, kind);
+    Greys grey(std::size_t(kSide * kSide), 255);
+    std::mt19937 random(3);
+    for (int x = 30; x < 370; ++x) {
+        int y = 100;
+        if (kind == 0)
+            y = 20 + int(random() % 360);
+        else if (kind == 2)
+            y = 380 - int(std::lround(std::sqrt(180.0 * 180.0 - (x - 200.0) * (x - 200.0))));
+        if (kind == 1 ? x % 8 == 0 : random() % 10 == 0)
+            grey[std::size_t(y * kSide + x)] = 0;
+        if (kind == 3)
+            std::fill_n(grey.begin() + 102 * kSide + x, 1, uint8_t(0));
+    }
+    const Greys before = grey;
+    const std::size_t rows = drawDottedLines({ kSide, kSide, grey.data(), 127 }, &grey);
+    QVERIFY2(rows == 0 && grey == before, qPrintable(QString::number(rows)));
+}
+
+// Of thin dashes a threshold leaves short pieces, of the dots between them nothing.
+void tst_ScannedStrokes::brokenDashesFarApartAreARow()
+{
+    const int width = 1000;
+    Sheet sheet(width, 160);
+    for (double y : { 20.0, 45.0, 70.0 })
+        sheet.line({ 60, y }, { 940, y + 10 }, 7);
+    Greys grey = cut(scanned(sheet, 1, 26), 120);
+    std::mt19937 random(5);
+    for (int x = 40; x < 954; ++x) {
+        const int at = (x - 40) % 106;
+        if (at < 66 && random() % 10 < 6)
+            grey[std::size_t(120 * width + x)] = grey[std::size_t(121 * width + x)] = 0;
+    }
+    const StrokeDrawing drawing = strokesOn(grey, width, 160, true);
+    const auto dashed
+        = std::count_if(drawing.strokes.begin(), drawing.strokes.end(), [](const Stroke &stroke) {
+              return stroke.dashing.type != DashType::None && lengthOf(stroke.piece) > 890;
+          });
+    QVERIFY2(dashed == 1 && drawing.strokes.size() == 4, listOf(drawing).c_str());
+}
+
+// A fold is a pixel or two of grey across the sheet; a line of two pixels is darker.
+void tst_ScannedStrokes::aFoldIsNoLine()
+{
+    Sheet sheet = lines(false);
+    sheet.line({ 30, 380 }, { 370, 390 }, 2.1);
+    Greys grey = scanned(sheet, 2, 12);
+    for (int y = 0; y < kSide; ++y) {
+        const int x = 20 + y / 20;
+        for (int k = -1; k <= 1; ++k) {
+            uint8_t &value = grey[std::size_t(y * kSide + x + k)];
+            value = uint8_t(std::max(0, value - (k == 0 ? 62 : 31)));
+        }
+    }
+    const StrokeDrawing drawing = drawn(grey);
+    QVERIFY2(drawing.strokes.size() == 9, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 30, 380 }, { 370, 390 }, 3.0), listOf(drawing).c_str());
 }
 
 // Gaps of dashes are longer than those that noise leaves.
