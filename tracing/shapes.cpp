@@ -35,9 +35,8 @@ const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of
 const double kRimAnchor = 0.002;   // likewise on the rim, where one line is enough
 const double kNodeReach = 0.75;    // pixels from there at most
 const double kRimReach = 0.45;     // likewise of nodes on the rim that would pass each other
-// A soft edge tells a hundredth of a pixel at best. The points of a staircase are off by 0.3 of a
-// pixel, so that a tenth says all that is in them, and on a page that halves the file; where there
-// are few outlines bytes do not matter.
+// A soft edge tells a hundredth of a pixel at best. Points of a staircase are off by 0.3: a tenth
+// says all that is in them and halves a page's file. With few outlines bytes do not matter.
 const double kPrecision = 0.01;
 const double kRoughPrecision = 0.1;
 const std::size_t kFewOutlines = 1000;
