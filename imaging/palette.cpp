@@ -56,25 +56,26 @@ Sample sampleOf(const QImage &image)
     const int most = ((image.width() + step - 1) / step) * ((image.height() + step - 1) / step);
     Sample sample;
     // A row more than can be needed: words are written before it is known whether they are opaque.
-    sample.pix.reset(leptonica().pixCreate(kSampleWidth, most / kSampleWidth + 2, 32));
+    silenceLibrary();
+    sample.pix.reset(pixCreate(kSampleWidth, most / kSampleWidth + 2, 32));
     if (!sample.pix)
         throwNoRoom();
-    l_uint32 *data = leptonica().pixGetData(sample.pix.get());
+    l_uint32 *data = pixGetData(sample.pix.get());
     for (int y = 0; y < image.height(); y += step)
         sample.count += takeOpaque(row(image, y), image.width(), step, data + sample.count);
     const int width = std::min(kSampleWidth, sample.count);
     const int height = sample.count == 0 ? 0 : (sample.count + width - 1) / width;
     for (int i = sample.count; i < width * height; ++i)
         data[i] = data[i - sample.count];
-    leptonica().pixSetWidth(sample.pix.get(), width);
-    leptonica().pixSetHeight(sample.pix.get(), height);
+    pixSetWidth(sample.pix.get(), width);
+    pixSetHeight(sample.pix.get(), height);
     return sample;
 }
 
 QRgb meanColour(const Sample &sample)
 {
     long long sums[3] = { 0, 0, 0 };
-    const l_uint32 *data = leptonica().pixGetData(sample.pix.get());
+    const l_uint32 *data = pixGetData(sample.pix.get());
     for (int i = 0; i < sample.count; ++i) {
         for (int c = 0; c < 3; ++c)
             sums[c] += (data[i] >> (24 - 8 * c)) & 0xFFu;
@@ -87,11 +88,9 @@ QRgb meanColour(const Sample &sample)
 std::array<int, 256> countValues(PIX *pix)
 {
     std::array<int, 256> counts = {};
-    const Leptonica &library = leptonica();
-    const int width = library.pixGetWidth(pix);
-    const l_uint32 *line = library.pixGetData(pix);
-    for (int y = 0; y < library.pixGetHeight(pix); ++y, line += library.pixGetWpl(pix)) {
-        for (int x = 0; x < width; ++x)
+    for (int y = 0; y < pixGetHeight(pix); ++y) {
+        const l_uint32 *line = pixGetData(pix) + static_cast<std::ptrdiff_t>(y) * pixGetWpl(pix);
+        for (int x = 0; x < pixGetWidth(pix); ++x)
             ++counts[GET_DATA_BYTE(line, x)];
     }
     return counts;
@@ -102,20 +101,21 @@ void appendMedianCut(const Sample &sample, int most, std::vector<QRgb> *colours)
 {
     if (sample.count == 0 || most <= 0)
         return;
+    silenceLibrary();
     if (most == 1) {
         colours->push_back(meanColour(sample)); // the library makes two or more
         return;
     }
-    const PixPtr quantised(leptonica().pixMedianCutQuantGeneral(
+    const PixPtr quantised(pixMedianCutQuantGeneral(
         sample.pix.get(), kNoDither, kBitsOfOutput, std::min(most, kMostLibraryColours),
         kSignificantBits, kNoSubsampling, kKeepColours));
-    PIXCMAP *map = quantised ? leptonica().pixGetColormap(quantised.get()) : nullptr;
+    PIXCMAP *map = quantised ? pixGetColormap(quantised.get()) : nullptr;
     if (!map)
         return;
     // The library may make a colour more than it was asked for; the rarest go.
     const std::array<int, 256> counts = countValues(quantised.get());
     std::vector<std::pair<int, int>> order;
-    for (int i = 0; i < leptonica().pixcmapGetCount(map); ++i)
+    for (int i = 0; i < pixcmapGetCount(map); ++i)
         order.push_back({ -counts[static_cast<std::size_t>(i)], i });
     std::sort(order.begin(), order.end());
     order.resize(std::min(order.size(), static_cast<std::size_t>(most)));
@@ -123,7 +123,7 @@ void appendMedianCut(const Sample &sample, int most, std::vector<QRgb> *colours)
         int red = 0;
         int green = 0;
         int blue = 0;
-        leptonica().pixcmapGetColor(map, entry.second, &red, &green, &blue);
+        pixcmapGetColor(map, entry.second, &red, &green, &blue);
         colours->push_back(qRgb(red, green, blue));
     }
 }

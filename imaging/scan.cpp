@@ -19,14 +19,14 @@ const int kLargestTile = 2000; // pixels; the method's sums are kept tile by til
 // Null when the image is too small for a window.
 PixPtr adaptiveInk(PIX *grey)
 {
-    const int side = std::min(leptonica().pixGetWidth(grey), leptonica().pixGetHeight(grey));
+    const int side = std::min(pixGetWidth(grey), pixGetHeight(grey));
     const int window = std::min(kWindow, (side - 4) / 2);
     if (window < kLeastWindow)
         return PixPtr();
-    const int columns = 1 + leptonica().pixGetWidth(grey) / kLargestTile;
-    const int rows = 1 + leptonica().pixGetHeight(grey) / kLargestTile;
+    const int columns = 1 + pixGetWidth(grey) / kLargestTile;
+    const int rows = 1 + pixGetHeight(grey) / kLargestTile;
     PIX *ink = nullptr;
-    leptonica().pixSauvolaBinarizeTiled(grey, window, kSauvola, columns, rows, nullptr, &ink);
+    pixSauvolaBinarizeTiled(grey, window, kSauvola, columns, rows, nullptr, &ink);
     return PixPtr(ink);
 }
 
@@ -35,17 +35,17 @@ PixPtr adaptiveInk(PIX *grey)
 PixPtr withoutSpecks(PixPtr ink, int pixels)
 {
     const auto largeOnly = [pixels](PIX *pix, int connectivity) {
-        return PixPtr(leptonica().pixSelectByArea(pix, static_cast<float>(pixels), connectivity,
-                                                  L_SELECT_IF_GT, nullptr));
+        return PixPtr(pixSelectByArea(pix, static_cast<float>(pixels), connectivity, L_SELECT_IF_GT,
+                                      nullptr));
     };
     ink = largeOnly(ink.get(), 8);
     if (!ink)
         throwNoRoom();
-    leptonica().pixInvert(ink.get(), ink.get());
+    pixInvert(ink.get(), ink.get());
     ink = largeOnly(ink.get(), 4);
     if (!ink)
         throwNoRoom();
-    leptonica().pixInvert(ink.get(), ink.get());
+    pixInvert(ink.get(), ink.get());
     return ink;
 }
 
@@ -56,7 +56,7 @@ void turnUpright(PixPtr *page, CleanPage *result)
     const float kClear = 3.0f; // the library's own limit
     float angle = 0.0f;
     float confidence = 0.0f;
-    PixPtr turned(leptonica().pixFindSkewAndDeskew(page->get(), kUsualSearch, &angle, &confidence));
+    PixPtr turned(pixFindSkewAndDeskew(page->get(), kUsualSearch, &angle, &confidence));
     if (turned && turned.get() != page->get()) {
         *page = std::move(turned);
         result->angle = double(angle);
@@ -87,7 +87,7 @@ PixPtr inkOf(PIX *page, const ScanPlan &plan, CleanPage *result)
     if (plan.despeckle == 0)
         return PixPtr();
     // The library counts what is darker than its threshold as ink.
-    PixPtr ink(leptonica().pixThresholdToBinary(page, std::min(result->threshold + 1, 256)));
+    PixPtr ink(pixThresholdToBinary(page, std::min(result->threshold + 1, 256)));
     if (!ink)
         throwNoRoom();
     return ink;
@@ -112,7 +112,7 @@ void cleanByLibrary(const ScanPlan &plan, CleanPage *result)
 GreyPicture evenlyLit(const GreyPicture &page)
 {
     const PixPtr pix = greyPixOf(page);
-    const PixPtr even(leptonica().pixBackgroundNormSimple(pix.get(), nullptr, nullptr));
+    const PixPtr even(pixBackgroundNormSimple(pix.get(), nullptr, nullptr));
     return even ? pageOfPix(even.get()) : GreyPicture();
 }
 

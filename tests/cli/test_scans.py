@@ -58,24 +58,6 @@ class Scans(OptionsTest):
             self.assertEqual(self.run_program("fax.tif", "-o", "b.svg", *arguments).stderr, b"")
             self.assertIn(b'viewBox="0 0 64 64"', self.read("b.svg"))
 
-    def test_the_imaging_library_is_loaded_when_it_is_needed(self):
-        linked = self.run_program(environment={"LD_TRACE_LOADED_OBJECTS": "1"}).stdout.decode()
-        if "liblept" in linked or "libQt" not in linked:
-            self.skipTest("the imaging library is linked")
-        self.write("a.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)]))
-        tell = {"LD_DEBUG": "files"}
-        for more, loads in ([], False), (["--deskew"], True):
-            said = self.run_program("a.tif", "-o", "a.svg", *more, environment=tell).stderr
-            self.assertEqual(b"liblept" in said, loads, more)
-        os.mkdir(self.path("bad"))
-        for number in range(3, 9):
-            self.write("bad/liblept.so.%d" % number, b"no library\n" * 100)
-        bad = {"LD_LIBRARY_PATH": self.path("bad")}
-        self.run_program("a.tif", "-o", "b.svg", environment=bad)
-        result = self.run_program("a.tif", "-o", "c.svg", "--deskew", environment=bad, code=1)
-        self.assertRegex(result.stderr, rb"^ztrace: the imaging library cannot be loaded: [^\n]*liblept[^\n]*\n$")
-        self.assertFalse(os.path.exists(self.path("c.svg")))
-
     def test_the_input_is_not_overwritten_by_a_page(self):
         data = tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)])
         self.write("scan-1.png", data)
