@@ -25,36 +25,36 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.981, "numbers": 456
     },
     "letters": {
-        "colour": 0.425, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.736, "numbers": 1984
+        "colour": 0.443, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.775, "numbers": 1968
     },
     "logo": {
-        "colour": 0.422, "detail": 3.5, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.557, "numbers": 518
+        "colour": 0.422, "detail": 3.6, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.556, "numbers": 520
     },
     "logo-layers": {
-        "colour": 0.633, "detail": 3.7, "regions": 1, "uncovered": 101.21,
-        "uncovered4": 26.07, "hairlines": 26.07, "joints": 1.572, "numbers": 521
+        "colour": 0.634, "detail": 3.7, "regions": 1, "uncovered": 101.15,
+        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.571, "numbers": 523
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
     },
     "marks": {
-        "colour": 0.218, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "colour": 0.217, "detail": 0.1, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
         "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.037, "numbers": 317
+        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 319
     },
     "map": {
-        "colour": 0.923, "detail": 1.8, "regions": 0, "uncovered": 0.01,
+        "colour": 0.922, "detail": 1.8, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.351, "numbers": 2875
     },
     "map-layers": {
         "colour": 0.678, "detail": 4.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.59, "joints": 7.351, "numbers": 2875
+        "uncovered4": 0.01, "hairlines": 32.58, "joints": 7.351, "numbers": 2875
     },
     "dialog": {
         "colour": 0.803, "detail": 4.8, "regions": 0, "uncovered": 0.01,
@@ -65,16 +65,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.254, "numbers": 383
     },
     "cartoon-few": {
-        "colour": 1.565, "detail": 4.0, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.251, "numbers": 489
+        "colour": 1.570, "detail": 3.7, "regions": 8, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.657, "numbers": 381
     },
     "hills-flat": {
         "colour": 0.900, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 274
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 282
     },
     "shaded-flat": {
-        "colour": 2.847, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 29.593, "numbers": 2966
+        "colour": 2.848, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 27.730, "numbers": 2749
     },
     "shaded": {
         "colour": 1.093, "regions": 0, "uncovered": 0.01,
@@ -89,16 +89,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.313, "numbers": 296
     },
     "one-bit": {
-        "colour": 2.586, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.597, "numbers": 1001
+        "colour": 2.591, "detail": 3.3, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.609, "numbers": 1008
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.895, "detail": 0.7, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.591, "numbers": 1404
+        "colour": 0.901, "detail": 0.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.617, "numbers": 1401
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
