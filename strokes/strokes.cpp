@@ -199,9 +199,9 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
                &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
-    // Dashes that had come to pieces are whole now, and may be a row.
+    // Dashes that had come to pieces are whole now, and may be a row; dots are in theirs already.
     if (page.isNoisy && options.hard)
-        joinDashes({ coverage, &bare }, measure, gaps, dots, &web);
+        joinDashes({ coverage, &bare }, measure, gaps, {}, &web);
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);

@@ -85,6 +85,7 @@ private slots:
     void dotsInNoRowStay_data();
     void dotsInNoRowStay();
     void brokenDashesFarApartAreARow();
+    void dotsAreInOneRow();
     void aFoldIsNoLine();
     void dashesOfOneBitStayApart();
     void aWornLineIsOneStroke();
@@ -253,6 +254,23 @@ void tst_ScannedStrokes::brokenDashesFarApartAreARow()
               return stroke.dashing.type != DashType::None && lengthOf(stroke.piece) > 890;
           });
     QVERIFY2(dashed == 1 && drawing.strokes.size() == 4, listOf(drawing).c_str());
+}
+
+// Although rows are looked for twice.
+void tst_ScannedStrokes::dotsAreInOneRow()
+{
+    const int width = 600;
+    Sheet sheet(width, 160);
+    for (double y : { 20.0, 45.0, 70.0 })
+        sheet.line({ 60, y }, { 540, y + 10 }, 7);
+    for (int x = 60; x < 540; x += 15)
+        sheet.line({ double(x), 120 }, { x + 0.5, 120 }, 5);
+    const StrokeDrawing drawing = strokesOn(cut(scanned(sheet, 1, 26), 120), width, 160, true);
+    const auto dotted
+        = std::count_if(drawing.strokes.begin(), drawing.strokes.end(), [](const Stroke &stroke) {
+              return stroke.dashing.type == DashType::Dot && lengthOf(stroke.piece) > 450;
+          });
+    QVERIFY2(dotted == 1 && drawing.strokes.size() == 4, listOf(drawing).c_str());
 }
 
 // A fold is a pixel or two of grey across the sheet; a line of two pixels is darker.
