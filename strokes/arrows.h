@@ -37,16 +37,17 @@ struct Across
 // few pixels on both sides, and from there on a straight decline alike on both. `pen` in pixels.
 bool taperOf(const std::vector<Across> &rows, double pen, Taper *taper);
 
-// Finds the heads at the ends of lines and arcs. Such an end is put on the tip, the line's role is
-// Dimension, and what lies in a head alone is dropped: atoms, and cells of `solids`. After
-// settleEnds(). Takes time in proportion to the atoms and the lengths of their heads.
-// Open heads become two lines of the web; `round` says whether their ends, as all ends of the
-// drawing, are round, `noisy` that the page is a scan.
+// Whether the lines of a drawing end round, as barbs do then, and whether the page is a scan.
 struct LineEnds
 {
     bool round = true;
     bool noisy = false;
 };
+
+// Finds the heads at the ends of lines and arcs. Such an end is put on the tip, the line's role is
+// Dimension, and what lies in a head alone is dropped: atoms, and cells of `solids`. After
+// settleEnds(). Takes time in proportion to the atoms and the lengths of their heads.
+// Open heads become two lines of the web.
 std::vector<Arrow> takeArrows(const Coverage &coverage, const Measure &measure, LineEnds ends,
                               Web *web, Plane *solids);
 
