@@ -31,17 +31,17 @@ const int kLater = 16 << 20; // bytes at a time that the heap grows by after tha
 const int kLargest = 32 << 20;
 const std::size_t kProbe = 256 << 10; // more than the heap has before it grows
 
-bool isLimited()
+} // namespace
+
+bool areAddressesLimited()
 {
     rlimit limit;
     return getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
 }
 
-} // namespace
-
 void keepHeap()
 {
-    if (isLimited())
+    if (areAddressesLimited())
         return;
     mallopt(M_MMAP_THRESHOLD, kLargest);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
@@ -132,6 +132,10 @@ void forgetCode()
 
 #else
 
+bool ztrace::areAddressesLimited()
+{
+    return false;
+}
 void ztrace::keepHeap() { }
 void ztrace::forgetCode() { }
 

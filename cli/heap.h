@@ -12,6 +12,9 @@ namespace ztrace {
 // on systems that it does not know.
 void keepHeap();
 
+// Whether this process is allowed only so many addresses (ulimit -v, --memory-limit).
+bool areAddressesLimited();
+
 // Lets go of the code of libraries that the program's own libraries have brought along: what the
 // loader has read of them, what ran at the start, readers of images. What is needed after all is
 // mapped again, from the system's cache of files. Only what is never written to goes; does nothing

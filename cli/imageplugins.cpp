@@ -1,7 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "imageplugins.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
+#include <QImageReader>
 #include <QStringList>
 
 #include <optional>
@@ -32,6 +34,16 @@ void useImagePlugins()
         return;
     QCoreApplication::setLibraryPaths(*postponed());
     postponed().reset();
+}
+
+void loadImageReaders()
+{
+    useImagePlugins();
+    for (const char *format : { "jpeg", "tiff", "gif" }) {
+        QBuffer nothing;
+        nothing.open(QIODevice::ReadOnly);
+        (void)QImageReader(&nothing, format).canRead();
+    }
 }
 
 } // namespace ztrace

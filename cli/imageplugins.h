@@ -16,6 +16,11 @@ void postponeImagePlugins();
 // was put off.
 void useImagePlugins();
 
+// Loads the readers of the formats that pictures of a batch mostly have, so that what they need of
+// memory, libraries of their own among it, is there before a limit is set. Those that are not
+// installed are left out.
+void loadImageReaders();
+
 } // namespace ztrace
 
 #endif

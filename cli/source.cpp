@@ -4,6 +4,7 @@
 #include "complaints.h"
 #include "distrust.h"
 #include "failure.h"
+#include "heap.h"
 #include "imageplugins.h"
 #include "messages.h"
 #include "svgfile.h"
@@ -131,8 +132,17 @@ bool findReader(QImageReader *reader, const QByteArray &data)
 
 void checkReadable(QImageReader *reader, const QByteArray &data, const std::string &name)
 {
-    if (!findReader(reader, data))
+    if (findReader(reader, data))
+        return;
+    const QByteArray format = formatByBeginning(data);
+    if (format.isEmpty())
         fail(name, "not an image of a known format");
+    // The beginning is all that a reader asks for, so that it is the reader that is missing.
+    const std::string missing = shortened(name, kLongestName) + ": the reader of "
+        + format.toStdString() + " images cannot be loaded";
+    if (areAddressesLimited())
+        throw MemoryFailure(missing);
+    throw Failure(kInputUnreadable, missing);
 }
 
 // An image of a known format, to be read from its start.

@@ -2,6 +2,9 @@
 #include "leptonica.h"
 
 #include "failure.h"
+#ifdef ZTRACE_LEPTONICA_FILES
+#include "leptonicafiles.h"
+#endif
 
 #include <algorithm>
 #include <cstring>
@@ -21,6 +24,9 @@ void swapWords(l_uint32 *line, int words)
 
 void silenceLibrary()
 {
+#ifdef ZTRACE_LEPTONICA_FILES
+    leaveOutFiles();
+#endif
     static const int once = setMsgSeverity(L_SEVERITY_NONE);
     static_cast<void>(once);
 }

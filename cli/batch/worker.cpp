@@ -13,6 +13,7 @@
 #include "version.h"
 
 #include "cli/commandline.h"
+#include "cli/imageplugins.h"
 #include "cli/placement.h"
 #include "cli/source.h"
 #include "cli/tracejob.h"
@@ -106,6 +107,8 @@ public:
         // What it needs is no picture's. Besides drawings there are a part and a preview.
         finisher = std::make_unique<Finisher>(line.settings.batch.out,
                                               line.settings.batch.formats.size() + 3);
+        if (line.settings.batch.memoryLimit > 0.0)
+            loadImageReaders();
         limitMemory(line.settings.batch.memoryLimit);
         answer(kReady, fingerprint);
     }
