@@ -1,6 +1,12 @@
 # The application's libraries: the stand-in of sdk/, or with ZELVORA_SDK the real headers and
 # libraries. Both answer to the target names zelvoracore, zelvoraentity and zelvoraecmaapi.
 
+# Whether the libraries lie in the build tree where they do below the prefix.
+set(ZTRACE_SDK_AS_INSTALLED OFF)
+if(NOT ZELVORA_SDK AND NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(ZTRACE_SDK_AS_INSTALLED ON)
+endif()
+
 if(NOT ZELVORA_SDK)
   add_subdirectory(sdk)
   return()
