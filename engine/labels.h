@@ -61,7 +61,7 @@ IndexPlane planeOfLabels(const std::uint16_t *labels, int width, int height, int
 // Called for every outline; its `first` is 0 and its segments are valid during the call only.
 typedef std::function<void(const LabelOutline &outline, const Segment *segments)> LabelOutlineSink;
 
-// Traces outline by outline. Memory: one byte a pixel beside the plane. Throws std::bad_alloc, and
+// Traces outline by outline. Memory: two bits a pixel beside the plane. Throws std::bad_alloc, and
 // what the sink throws.
 void traceLabels(const IndexPlane &plane, const OutlineOptions &options,
                  const LabelOutlineSink &sink);

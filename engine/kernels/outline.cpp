@@ -22,6 +22,30 @@ enum Mark : uint8_t {
     kInnerCorner = 2  // from the right downwards, around the lower right pixel as a hole
 };
 
+// The Mark bits of every node, four nodes a byte: new memory is what they cost.
+class Marks
+{
+public:
+    explicit Marks(size_t nodes)
+        : storage(zeroedBlock(nodes / 4 + 1)), bytes(static_cast<uint8_t *>(storage.get()))
+    { }
+
+    bool has(ptrdiff_t node, Mark mark) const { return (bytes[node >> 2] & at(node, mark)) != 0; }
+    void set(ptrdiff_t node, Mark mark)
+    {
+        bytes[node >> 2] = static_cast<uint8_t>(bytes[node >> 2] | at(node, mark));
+    }
+
+private:
+    static unsigned at(ptrdiff_t node, Mark mark)
+    {
+        return static_cast<unsigned>(mark) << (2 * (node & 3));
+    }
+
+    Block storage;
+    uint8_t *bytes;
+};
+
 // Half an edge; all coordinates are whole or half numbers, exact as doubles.
 const double kHalfStepX[4] = { 0.5, 0.0, -0.5, 0.0 };
 const double kHalfStepY[4] = { 0.0, -0.5, 0.0, 0.5 };
@@ -102,11 +126,9 @@ class Scanner
 public:
     Scanner(const IndexPlane &p, float shortestOutline, const OutlineSink &outlineSink)
         : plane(p), cells(p.cells<Cell>()), stride(p.stride()), shortest(shortestOutline),
-          sink(outlineSink)
+          sink(outlineSink),
+          marks(static_cast<size_t>(stride) * (static_cast<size_t>(p.height()) + 2))
     {
-        const size_t nodes = static_cast<size_t>(stride) * (static_cast<size_t>(p.height()) + 2);
-        markStorage = zeroedBlock(nodes);
-        marks = static_cast<uint8_t *>(markStorage.get());
         const ptrdiff_t steps[4] = { 1, -stride, -1, stride };
         // Of the node's four pixels, the cell at the node's own place is the lower right one.
         const ptrdiff_t leftAhead[4] = { -stride, -stride - 1, -1, 0 };
@@ -153,7 +175,7 @@ private:
     // Starts the outlines whose topmost, leftmost node is (x, y), if they have not been walked.
     void startAt(uint8_t kinds, ptrdiff_t node, int x, int y)
     {
-        if ((kinds & kOuterCorner) && !(marks[node] & kOuterCorner)) {
+        if ((kinds & kOuterCorner) && !marks.has(node, kOuterCorner)) {
             const Cell entry = cells[node];
             path.clear();
             walk<true>(node, kRight, x, y, entry);
@@ -161,7 +183,7 @@ private:
                 sink(static_cast<int>(entry), path.view());
         }
         // Of a hole only the marks are of use: it has no outline of its own.
-        if ((kinds & kInnerCorner) && !(marks[node] & kInnerCorner))
+        if ((kinds & kInnerCorner) && !marks.has(node, kInnerCorner))
             walk<false>(node, kDown, x, y, cells[node - stride]);
     }
 
@@ -183,11 +205,11 @@ private:
             if (cells[node + aheadLeft[heading]] == v) {
                 next = (heading + 1) & 3;
                 if (heading == kLeft)
-                    marks[node] |= kInnerCorner;
+                    marks.set(node, kInnerCorner);
             } else if (cells[node + aheadRight[heading]] != v) {
                 next = (heading + 3) & 3;
                 if (heading == kUp)
-                    marks[node] |= kOuterCorner;
+                    marks.set(node, kOuterCorner);
             }
             if (Keep)
                 path.append(midX, midY, kStepDirection[heading][next]);
@@ -200,8 +222,7 @@ private:
     ptrdiff_t stride;
     float shortest;
     const OutlineSink &sink;
-    Block markStorage;
-    uint8_t *marks; // one a node, at the place of its lower right pixel
+    Marks marks; // of a node at the place of its lower right pixel
     ptrdiff_t step[4];
     ptrdiff_t aheadLeft[4];
     ptrdiff_t aheadRight[4];

@@ -28,7 +28,7 @@ typedef std::function<void(int entry, const PathView<uint8_t> &path)> OutlineSin
 //     a corner with only the lower right pixel inside, and for a hole one with only the lower
 //     right pixel outside (or, on a saddle, the upper left one too);
 //   - so it is enough to remember, one bit each, that these two kinds of corners have been passed.
-// Memory: one byte a node. Time: proportional to the pixels and the lengths of all outlines.
+// Memory: two bits a node. Time: proportional to the pixels and the lengths of all outlines.
 // Throws std::bad_alloc.
 void scanOutlines(const IndexPlane &plane, float shortest, const OutlineSink &sink);
 
