@@ -25,6 +25,13 @@ typedef std::vector<double> Distances; // of the samples, along the ramp
 // How the distance of a sample changes with the ramp's numbers: the angle, or the centre's x and y.
 typedef std::array<double, 2> Change;
 
+// The same of one sample, and the bin of its distance.
+struct BinnedChange
+{
+    Change change;
+    std::size_t bin;
+};
+
 Change changeOf(const Ramp &ramp, const RampSample &sample, double distance)
 {
     if (!ramp.radial)
@@ -57,9 +64,9 @@ public:
           overWidth(double(kBins) / std::max(1e-9, ramp.stops.back().at - least))
     { }
 
-    void add(double distance, const Change &change)
+    void add(std::size_t place, const Change &change)
     {
-        Bin &bin = bins[binOf(distance)];
+        Bin &bin = bins[place];
         bin.sum[0] += change[0];
         bin.sum[1] += change[1];
         bin.count += 1.0;
@@ -73,7 +80,12 @@ public:
         }
     }
 
-    const Change &at(double distance) const { return bins[binOf(distance)].sum; }
+    const Change &at(std::size_t bin) const { return bins[bin].sum; }
+
+    std::size_t binOf(double distance) const
+    {
+        return std::size_t(std::clamp((distance - least) * overWidth, 0.0, double(kBins - 1)));
+    }
 
 private:
     struct Bin
@@ -82,11 +94,6 @@ private:
         double count = 0.0;
     };
 
-    std::size_t binOf(double distance) const
-    {
-        return std::size_t(std::clamp((distance - least) * overWidth, 0.0, double(kBins - 1)));
-    }
-
     double least;
     double overWidth;
     std::array<Bin, kBins> bins;
@@ -94,20 +101,23 @@ private:
 
 // One step of least squares, from all samples; nothing where they tell none.
 Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples, const Distances &distances,
-              std::vector<Change> *changes)
+              std::vector<BinnedChange> *changes)
 {
     MeanChanges means(ramp);
     changes->resize(samples.size());
     for (std::size_t k = 0; k < samples.size(); ++k) {
-        (*changes)[k] = changeOf(ramp, samples[k], distances[k]);
-        means.add(distances[k], (*changes)[k]);
+        (*changes)[k] = { changeOf(ramp, samples[k], distances[k]), means.binOf(distances[k]) };
+        means.add((*changes)[k].bin, (*changes)[k].change);
     }
     means.finish();
     std::array<RampColour, kMostRampStops> slopes = {};
+    std::array<double, kMostRampStops> steeps = {}; // their squared lengths
     for (std::size_t k = 0; k + 1 < ramp.stops.size(); ++k) {
         const double over = 1.0 / (ramp.stops[k + 1].at - ramp.stops[k].at);
-        for (std::size_t c = 0; c < 3; ++c)
+        for (std::size_t c = 0; c < 3; ++c) {
             slopes[k][c] = over * (ramp.stops[k + 1].colour[c] - ramp.stops[k].colour[c]);
+            steeps[k] += slopes[k][c] * slopes[k][c];
+        }
     }
     std::array<double, 3> square = {}; // of the changes of the colours
     Change right = {};
@@ -117,13 +127,13 @@ Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples, const Di
             ++first;
         const RampStop &stop = ramp.stops[first];
         const double along = distances[k] - stop.at;
-        const Change &mean = means.at(distances[k]);
-        const double change[2] = { (*changes)[k][0] - mean[0], (*changes)[k][1] - mean[1] };
-        double steep = 0.0;
+        const Change &own = (*changes)[k].change;
+        const Change &mean = means.at((*changes)[k].bin);
+        const double change[2] = { own[0] - mean[0], own[1] - mean[1] };
+        const double steep = steeps[first];
         double rests = 0.0;
         for (std::size_t c = 0; c < 3; ++c) {
             const double slope = slopes[first][c];
-            steep += slope * slope;
             rests += slope * (samples[k].colour[c] - stop.colour[c] - along * slope);
         }
         square[0] += steep * change[0] * change[0];
@@ -253,7 +263,7 @@ double refineRamp(const std::vector<RampSample> &samples, const std::vector<doub
 {
     Distances distances;
     Distances others;
-    std::vector<Change> changes;
+    std::vector<BinnedChange> changes;
     double error = fitColours(samples, inner, &distances, ramp);
     for (int step = 0; step < kSteps; ++step) {
         Change change = stepOf(*ramp, samples, distances, &changes);

@@ -161,13 +161,28 @@ Shades shadesOf(const QImage &image, const std::vector<uint16_t> &rampOf)
         const QRgb *words = row(image, y);
         const uint16_t *numbers = rampOf.empty() ? nullptr : rampOf.data() + std::size_t(y) * width;
         int steps = 0; // in one direction, so far; below 0 where it gets darker
-        for (std::size_t x = 1; x < width; ++x) {
-            if ((numbers && numbers[x] != 0) || qAlpha(words[x]) == 0) {
+        int before = qGray(words[0]);
+        for (std::size_t x = 1; x < width;) {
+            const QRgb word = words[x];
+            if (word == words[x - 1]) { // much of most drawings
+                const std::size_t end = std::size_t(endOfRun(words, int(x), int(width)));
+                if (qAlpha(word) != 0)
+                    found.pixels += numbers
+                        ? std::size_t(std::count(numbers + x, numbers + end, uint16_t(0)))
+                        : end - x;
+                steps = 0;
+                x = end;
+                continue;
+            }
+            const int change = qGray(word) - before;
+            before += change;
+            const bool isOther = (numbers && numbers[x] != 0) || qAlpha(word) == 0;
+            ++x;
+            if (isOther) {
                 steps = 0;
                 continue;
             }
             ++found.pixels;
-            const int change = qGray(words[x]) - qGray(words[x - 1]);
             const bool goesOn = change != 0 && std::abs(change) <= kStepOfShade;
             steps = !goesOn ? 0 : change > 0 ? std::max(steps, 0) + 1 : std::min(steps, 0) - 1;
             found.shaded += std::abs(steps) >= kStepsOfShade ? 1 : 0;
