@@ -153,11 +153,16 @@ bool isGround(QRgb a, QRgb b, int same)
     return qAlpha(a & b) == 255 && colourDistance(a, b) <= same;
 }
 
-// Where the run that begins at `begin` ends, after which there is the ground again; 0 if nowhere.
-int endOfStretch(const QRgb *words, int begin, int width, int same)
+// The first pixel from `begin` to `last` that ends a search for the ground: one that is the ground
+// and has it behind it, or one that is not opaque. Behind `last` where there is none.
+struct Stop
 {
-    const QRgb ground = words[begin - 1];
-    const int last = std::min(width - 2, begin + kLongestRun);
+    int at;
+    bool isEnd; // of the first kind
+};
+
+Stop stopOf(const QRgb *words, QRgb ground, int begin, int last, int width, int same)
+{
     int x = begin;
 #ifdef __SSE2__
     const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
@@ -171,22 +176,73 @@ int endOfStretch(const QRgb *words, int begin, int width, int same)
         *opaque = bitsOf(isOpaque);
         return *opaque & bitsOf(_mm_cmplt_epi32(colourDistances(four, grounds), limit));
     };
-    for (; x + 3 <= last && x + 4 < width; x += 4) {
+    while (x + 3 <= last && x + 4 < width) {
         unsigned opaque = 0;
         unsigned opaqueBehind = 0;
         const unsigned grounded = look(words + x, &opaque);
         const unsigned ends = grounded == 0 ? 0 : grounded & look(words + x + 1, &opaqueBehind);
         const unsigned stops = ends | (opaque ^ 0xFu);
         if (stops != 0)
-            return (ends & stops & (0u - stops)) != 0 ? x + __builtin_ctz(stops) : 0;
+            return { x + __builtin_ctz(stops), (ends & stops & (0u - stops)) != 0 };
+        // Of four that are equal none is the ground, nor is what goes on with them.
+        const bool isFlat
+            = words[x] == words[x + 1] && words[x] == words[x + 2] && words[x] == words[x + 3];
+        x = isFlat ? endOfRun(words, x + 3, last + 1) : x + 4;
     }
 #endif
-    for (; x <= last && qAlpha(words[x]) == 255; ++x) {
+    for (; x <= last; ++x) {
+        if (qAlpha(words[x]) != 255)
+            return { x, false };
         if (isGround(words[x], ground, same) && isGround(words[x + 1], ground, same))
-            return x;
+            return { x, true };
     }
-    return 0;
+    return { x, false };
 }
+
+// Where runs of one row end. Most searches find nothing in so many pixels, and the next ones are
+// for the same ground, some pixels on: each goes on where the one before it for that ground has
+// ended.
+class Ends
+{
+public:
+    Ends(const QRgb *w, int rowWidth, int sameGround) : words(w), width(rowWidth), same(sameGround)
+    { }
+
+    // Where the run that begins at `begin` ends, after which there is the ground again; 0 if
+    // nowhere.
+    int of(int begin)
+    {
+        const QRgb ground = words[begin - 1];
+        const int last = std::min(width - 2, begin + kLongestRun);
+        Search &search = searches[(ground * kSpread) >> (32 - kBits)];
+        if (search.ground != ground || begin < search.from || begin > search.stop.at)
+            search = { ground, begin, { begin, false }, false };
+        if (!search.isOver && search.stop.at <= last) {
+            search.stop = stopOf(words, ground, search.stop.at, last, width, same);
+            search.isOver = search.stop.at <= last;
+        }
+        return search.stop.isEnd && search.stop.at <= last ? search.stop.at : 0;
+    }
+
+private:
+    // What is known of a ground: nothing stops a search from `from` until `stop`, and that does
+    // where the search is over.
+    struct Search
+    {
+        QRgb ground = 0; // which is opaque, and so not this
+        int from = 0;
+        Stop stop = { 0, false };
+        bool isOver = false;
+    };
+
+    static const int kBits = 4;                 // of the number of searches that are kept
+    static const uint32_t kSpread = 0x9E3779B1; // grounds that are alike in some bits
+
+    const QRgb *words;
+    int width;
+    int same;
+    std::array<Search, 1u << kBits> searches = {};
+};
 
 // Pixels of one ground before a run. Letters that begin beside a frame have but one before them.
 enum class Before { Two, One };
@@ -196,6 +252,7 @@ enum class Before { Two, One };
 template<typename Use>
 void forEachRun(const QRgb *words, int width, int same, Before before, Use use)
 {
+    Ends ends(words, width, same);
     for (int x = 2; x + 2 < width; ++x) {
         if (words[x] == words[x - 1]) {
             x = endOfRun(words, x, width) - 1;
@@ -204,7 +261,7 @@ void forEachRun(const QRgb *words, int width, int same, Before before, Use use)
         if (isGround(words[x], words[x - 1], same)
             || isGround(words[x - 2], words[x - 1], same) != (before == Before::Two))
             continue;
-        const int end = endOfStretch(words, x, width, same);
+        const int end = ends.of(x);
         if (end == 0)
             continue;
         if (use(Run { words, x, end }))
