@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <map>
 #include <tuple>
 
@@ -84,12 +85,21 @@ public:
 private:
     void number(double value) { appendNumber(&sink.text(), value, decimals); }
 
-    void point(const Point &p)
+    // A letter and points behind it. Photographs have a million of them: one text is appended to
+    // the other once.
+    void points(char letter, std::initializer_list<const Point *> all)
     {
-        char buffer[2 * kLongestNumber + 1];
-        char *end = writeNumber(buffer, p.x - frame.x, decimals);
-        *end++ = ' ';
-        end = writeNumber(end, frame.y + frame.height - p.y, decimals);
+        const std::size_t kMost = 3;
+        char buffer[kMost * (2 * kLongestNumber + 2)];
+        char *end = buffer;
+        char before = letter;
+        for (const Point *p : all) {
+            *end++ = before;
+            end = writeNumber(end, p->x - frame.x, decimals);
+            *end++ = ' ';
+            end = writeNumber(end, frame.y + frame.height - p->y, decimals);
+            before = ' ';
+        }
         sink.text().append(buffer, static_cast<std::size_t>(end - buffer));
     }
 
@@ -479,8 +489,7 @@ private:
             compact.append(pieces, &text);
             return;
         }
-        text += 'M';
-        point(pieces.front().start);
+        points('M', { &pieces.front().start });
         for (const PathPiece &piece : pieces)
             writePiece(piece);
         if (isClosed(pieces))
@@ -501,43 +510,31 @@ private:
     {
         std::string &text = sink.text();
         text += std::fabs(piece.bulge) > 1.0 ? " 1 " : " 0 ";
-        text += piece.bulge < 0.0 ? "1 " : "0 "; // y is turned over, and the sense with it
+        text += piece.bulge < 0.0 ? '1' : '0'; // y is turned over, and the sense with it
+        points(' ', { &piece.end });
     }
 
     void writePiece(const PathPiece &piece)
     {
-        std::string &text = sink.text();
         switch (piece.kind) {
         case PathPiece::Spline: // piecesOf leaves none
         case PathPiece::Line:
-            text += 'L';
-            break;
+            return points('L', { &piece.end });
         case PathPiece::Quadratic:
-            text += 'Q';
-            point(piece.control1);
-            text += ' ';
-            break;
+            return points('Q', { &piece.control1, &piece.end });
+        case PathPiece::Cubic:
+            return points('C', { &piece.control1, &piece.control2, &piece.end });
         case PathPiece::EllipticArc: {
             const Ellipse ellipse = ellipseOf(piece);
             startArc(ellipse.major, ellipse.minor, -ellipse.angle * kDegrees); // y is turned over
-            endArc(piece);
-            break;
+            return endArc(piece);
         }
-        case PathPiece::Cubic:
-            text += 'C';
-            point(piece.control1);
-            text += ' ';
-            point(piece.control2);
-            text += ' ';
-            break;
         case PathPiece::Arc: {
             const Circle circle = circleOf(piece);
             startArc(circle.radius, circle.radius, 0.0);
-            endArc(piece);
-            break;
+            return endArc(piece);
         }
         }
-        point(piece.end);
     }
 
     const Drawing &drawing;

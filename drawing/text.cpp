@@ -3,6 +3,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 namespace ztrace {
 
@@ -10,7 +12,26 @@ namespace {
 
 char *writeWhole(char *to, quint64 number)
 {
-    return std::to_chars(to, to + 20, number).ptr;
+    static const char kPairs[] = "00010203040506070809101112131415161718192021222324"
+                                 "25262728293031323334353637383940414243444546474849"
+                                 "50515253545556575859606162636465666768697071727374"
+                                 "75767778798081828384858687888990919293949596979899";
+    const auto writePair = [](char *at, quint64 pair) { std::memcpy(at, kPairs + 2 * pair, 2); };
+    if (number >= 10000)
+        return std::to_chars(to, to + 20, number).ptr;
+    // Whole parts of coordinates mostly are that small.
+    const quint64 first = number / 100;
+    if (first >= 10) {
+        writePair(to, first);
+        to += 2;
+    } else if (first > 0) {
+        *to++ = static_cast<char>('0' + first);
+    } else if (number < 10) {
+        *to = static_cast<char>('0' + number);
+        return to + 1;
+    }
+    writePair(to, number % 100);
+    return to + 2;
 }
 
 // Multiples of 1/16, which most coordinates are: those of pixels, their middles and quarters. Their
@@ -18,9 +39,10 @@ char *writeWhole(char *to, quint64 number)
 // 1e-9. Returns null for others.
 char *writeSixteenths(char *to, double value, int decimals)
 {
-    static const char *const kDecimals[16]
+    static const char kDecimals[16][5]
         = { "",  "0625", "125", "1875", "25", "3125", "375", "4375",
             "5", "5625", "625", "6875", "75", "8125", "875", "9375" };
+    static const uint8_t kLengths[16] = { 0, 4, 3, 4, 2, 4, 3, 4, 1, 4, 3, 4, 2, 4, 3, 4 };
     const double kLimit = 1e6 * 16.0;
     const double scaled = value * 16.0;
     if (!(std::fabs(scaled) <= kLimit))
@@ -30,18 +52,16 @@ char *writeSixteenths(char *to, double value, int decimals)
         return nullptr;
     const quint64 size = static_cast<quint64>(number < 0 ? -number : number);
     const std::size_t part = size % 16;
-    const char *const fraction = kDecimals[part];
-    if (decimals >= 0 && decimals < 4 && fraction[0] != '\0'
-        && std::char_traits<char>::length(fraction) > static_cast<std::size_t>(decimals))
+    const int length = kLengths[part];
+    if (decimals >= 0 && length > decimals)
         return nullptr;
     if (number < 0)
         *to++ = '-';
     to = writeWhole(to, size / 16);
     if (part != 0)
         *to++ = '.';
-    for (const char *digit = fraction; *digit; ++digit)
-        *to++ = *digit;
-    return to;
+    std::memcpy(to, kDecimals[part], 4); // what is no digit is written over
+    return to + length;
 }
 
 // Rounded to so many decimals by whole numbers. The product is off by 0.0005 at most, which decides
