@@ -151,38 +151,72 @@ Change stepOf(const Ramp &ramp, const std::vector<RampSample> &samples, const Di
                (right[1] * square[0] - right[0] * square[1]) / determinant } };
 }
 
-// The best colours at the ramp's own place. Returns the mean squared difference of a channel. Two
-// stops, which most ramps have, come from sums that need no second look at the samples.
-double fitColours(const std::vector<RampSample> &samples, const std::vector<double> &inner,
-                  Distances *distances, Ramp *ramp)
+// Sums that are the same wherever the ramp is.
+struct ColourSums
 {
-    distances->resize(samples.size());
+    RampColour colours = {};
+    double squares = 0.0; // of all channels
+
+    explicit ColourSums(const std::vector<RampSample> &samples)
+    {
+        for (const RampSample &sample : samples) {
+            for (std::size_t c = 0; c < 3; ++c) {
+                colours[c] += sample.colour[c];
+                squares += sample.colour[c] * sample.colour[c];
+            }
+        }
+    }
+};
+
+// Of two stops, which most ramps have: from sums that need no second look at the samples.
+double fitTwoColours(const std::vector<RampSample> &samples, const ColourSums &known,
+                     Distances *distances, Ramp *ramp)
+{
     RampRange range = { 1e300, -1e300 };
     const double from = ramp->distanceAt(samples[0].x, samples[0].y); // small numbers are exact
     RampMoments moments;
-    double squares = 0.0;
+    moments.count = double(samples.size());
+    moments.colours = known.colours;
     for (std::size_t k = 0; k < samples.size(); ++k) {
         const double distance = ramp->distanceAt(samples[k].x, samples[k].y);
         (*distances)[k] = distance;
         range.least = std::min(range.least, distance);
         range.most = std::max(range.most, distance);
-        moments.add(distance - from, samples[k].colour);
-        for (double value : samples[k].colour)
-            squares += value * value;
+        const double along = distance - from;
+        moments.sum += along;
+        moments.squares += along * along;
+        for (std::size_t c = 0; c < 3; ++c)
+            moments.byDistance[c] += along * samples[k].colour[c];
     }
     range.most = std::max(range.most, range.least + 1e-6);
-    if (inner.empty()) {
-        RampHats hats({ range.least - from, range.most - from }, inner);
-        hats.add(0, moments);
-        hats.addSquares(squares);
-        const double error = hats.solve(&ramp->stops);
-        for (RampStop &stop : ramp->stops)
-            stop.at += from;
-        return error;
+    RampHats hats({ range.least - from, range.most - from }, {});
+    hats.add(0, moments);
+    hats.addSquares(known.squares);
+    const double error = hats.solve(&ramp->stops);
+    for (RampStop &stop : ramp->stops)
+        stop.at += from;
+    return error;
+}
+
+// The best colours at the ramp's own place. Returns the mean squared difference of a channel.
+double fitColours(const std::vector<RampSample> &samples, const ColourSums &known,
+                  const std::vector<double> &inner, Distances *distances, Ramp *ramp)
+{
+    distances->resize(samples.size());
+    if (inner.empty())
+        return fitTwoColours(samples, known, distances, ramp);
+    RampRange range = { 1e300, -1e300 };
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+        const double distance = ramp->distanceAt(samples[k].x, samples[k].y);
+        (*distances)[k] = distance;
+        range.least = std::min(range.least, distance);
+        range.most = std::max(range.most, distance);
     }
+    range.most = std::max(range.most, range.least + 1e-6);
     RampHats hats(range, inner);
     for (std::size_t k = 0; k < samples.size(); ++k)
         hats.add((*distances)[k], samples[k].colour);
+    hats.addSquares(known.squares);
     return hats.solve(&ramp->stops);
 }
 
@@ -264,13 +298,14 @@ double refineRamp(const std::vector<RampSample> &samples, const std::vector<doub
     Distances distances;
     Distances others;
     std::vector<BinnedChange> changes;
-    double error = fitColours(samples, inner, &distances, ramp);
+    const ColourSums known(samples);
+    double error = fitColours(samples, known, inner, &distances, ramp);
     for (int step = 0; step < kSteps; ++step) {
         Change change = stepOf(*ramp, samples, distances, &changes);
         bool better = false;
         for (int halving = 0; halving < 3 && !better; ++halving) {
             Ramp other = moved(*ramp, change);
-            const double less = fitColours(samples, inner, &others, &other);
+            const double less = fitColours(samples, known, inner, &others, &other);
             better = less < error * (1.0 - kSettled);
             if (better) {
                 *ramp = other;

@@ -36,7 +36,7 @@ public:
     // Stops at the ends, and at those of `inner` that are more than a pixel from others.
     RampHats(const RampRange &range, const std::vector<double> &inner);
 
-    // Of a sample between the ends.
+    // Of a sample between the ends, without the squares of its colour.
     void add(double distance, const RampColour &colour)
     {
         std::size_t i = 0;
@@ -50,7 +50,6 @@ public:
         for (std::size_t c = 0; c < 3; ++c) {
             right[i][c] += a * colour[c];
             right[i + 1][c] += b * colour[c];
-            squares += colour[c] * colour[c];
         }
         samples += 1.0;
     }
