@@ -73,6 +73,12 @@ def icon_peak(numbers):
     return median(numbers["start"], "ztrace icon", "peak")
 
 
+def peak_beyond(numbers, picture, process):
+    """Bytes a pixel that the command takes at its peak beyond what one of the starts does."""
+    parts = slower(picture["runs"], "peak"), median(numbers["start"], process, "peak")
+    return ratio(parts[0] - parts[1] if None not in parts else None, pixels_of(picture))
+
+
 def memory_mark(result, picture, icon):
     allowed = BYTES[picture["kind"]]
     peak = slower(picture["runs"], "peak")
@@ -135,21 +141,22 @@ def times_section(numbers):
 
 
 def memory_section(numbers):
-    icon = icon_peak(numbers)
+    starts = ("toolkit", "ztrace icon")
+    taken = [report.number(ratio(median(numbers["start"], start, "peak"), 1e6)) for start in starts]
     rows = []
     for picture in numbers["pictures"]:
-        cells = [picture["name"]]
-        for tool in tools_of(numbers):
-            peak = median(picture["runs"], tool, "peak")
-            cells.append(report.number(ratio(peak, pixels_of(picture))))
-        peak = slower(picture["runs"], "peak")
-        beyond = peak - icon if None not in (peak, icon) else None
-        rows.append(cells + [report.number(ratio(beyond, pixels_of(picture)))])
+        whole = [ratio(median(picture["runs"], tool, "peak"), pixels_of(picture))
+                 for tool in tools_of(numbers)]
+        beyond = [peak_beyond(numbers, picture, start) for start in starts]
+        rows.append([picture["name"]] + [report.number(value) for value in whole + beyond])
     return (["## Memory", "",
-             "Bytes a pixel at the peak of the process's resident set, all in all; the last column "
-             f"is what it takes beyond the {report.number(ratio(icon, 1e6))} megabytes that it takes "
-             "for an icon.", ""]
-            + report.table(["picture"] + tools_of(numbers) + ["beyond an icon's"], rows))
+             "Bytes a pixel at the peak of the process's resident set, all in all, which the marks are "
+             f"about; then what the picture takes beyond the {taken[0]} megabytes of a program that "
+             f"only starts the toolkit, and beyond the {taken[1]} of the command with an icon. The "
+             "toolkit's start and libraries are most of what a picture of a megapixel is charged with.",
+             ""]
+            + report.table(["picture"] + tools_of(numbers)
+                           + ["beyond the toolkit's start", "beyond an icon's"], rows))
 
 
 def start_section(numbers):
@@ -193,9 +200,11 @@ def short_table(numbers):
                                              median(runs, "vtracer"))]
         peak = ratio(median(runs, "ztrace", "peak"), pixels_of(picture))
         rows.append([f"{picture['name']}, {pixels_of(picture) / 1e6:.1f} megapixels"] + cells
-                    + [report.number(ratio(ours, floor)), report.number(peak)])
+                    + [report.number(ratio(ours, floor)), report.number(peak),
+                       report.number(peak_beyond(numbers, picture, "toolkit"))])
     return "\n".join(report.table(["picture", "ztrace", "decoding and engine", "potrace", "vtracer",
-                                   "ztrace in times of decoding and engine", "bytes a pixel"],
+                                   "ztrace in times of decoding and engine", "bytes a pixel",
+                                   "of these beyond the toolkit's start"],
                                   rows)).rstrip("\n")
 
 

@@ -20,7 +20,7 @@ PHOTO = {"name": "lake", "kind": "photo", "preset": "photo", "width": 1000, "hei
          "runs": {"ztrace": [process(0.1), process(0.3), process(0.2)],
                   "ztrace preset": [process(0.2)] * 3, "vtracer": [{"cpu": 2.0}],
                   "decoding": [{"cpu": 0.04}] * 3, "engine": [{"cpu": 0.01}] * 3}}
-START = {"toolkit": [process(0.010)], "ztrace icon": [process(0.025, 20 * MEGA)]}
+START = {"toolkit": [process(0.010, 10 * MEGA)], "ztrace icon": [process(0.025, 20 * MEGA)]}
 
 
 def numbers(*pictures):
@@ -87,8 +87,14 @@ class Page(unittest.TestCase):
 
     def test_short_table_is_of_the_command_by_itself(self):
         lines = command_report.short_table(numbers(SCAN, PHOTO)).splitlines()
-        self.assertEqual(lines[2:], ["| page, 10.0 megapixels | 300 | 150 | 250 | - | 2.0 | 10.0 |",
-                                     "| lake, 1.0 megapixels | 200 | 50.0 | - | 2000 | 4.0 | 50.0 |"])
+        self.assertEqual(lines[2:], ["| page, 10.0 megapixels | 300 | 150 | 250 | - | 2.0 | 10.0 | 9.0 |",
+                                     "| lake, 1.0 megapixels | 200 | 50.0 | - | 2000 | 4.0 | 50.0 | 40.0 |"])
+
+    def test_memory_is_told_whole_and_beyond_both_starts(self):
+        page = command_report.page(numbers(SCAN, PHOTO))
+        self.assertIn("| page | 10.0 | 5.0 | 9.0 | 8.0 |", page)
+        self.assertIn("| lake | 50.0 | 50.0 | 40.0 | 30.0 |", page)
+        self.assertIn("beyond the 10.0 megabytes of a program that only starts the toolkit", page)
 
     def test_nothing_measured_makes_a_page_too(self):
         given = numbers(dict(SCAN, runs={}))
