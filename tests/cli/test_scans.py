@@ -2,6 +2,7 @@
 """Pages, resolutions, light, grids, damaged and incomplete images."""
 import json
 import os
+import re
 import struct
 import subprocess
 import unittest
@@ -10,6 +11,27 @@ from support import BLACK, CLEAR, PROGRAM, RED, WHITE, OptionsTest, png, ring, s
 
 
 class Scans(OptionsTest):
+    def test_no_libraries_of_image_formats_are_brought_along(self):
+        """The imaging library's own, which nothing is read or written by (docs/decisions/0023-leptonica-without-files.md)."""
+        linked = self.run_program(environment={"LD_TRACE_LOADED_OBJECTS": "1"}).stdout.decode()
+        if "libQt" not in linked or "liblept" in linked:
+            self.skipTest("the imaging library is linked as a shared one, or the loader lists nothing")
+        for library in "libtiff", "libwebp", "libopenjp2", "libgif", "libjpeg":
+            self.assertNotIn(library, linked)
+        self.write("a.tif", tiff([lambda x, y: square(x, y, 20, 20, 30)]))
+        for cleaning in (["--deskew"], ["--threshold", "adaptive"], ["--despeckle", "4"]):
+            self.run_program("a.tif", "-o", "a.svg", *cleaning)
+            self.assertIn(b"<svg", self.read("a.svg"))
+
+    def test_libraries_are_not_looked_for_where_it_is_started(self):
+        """That folder may be anybody's."""
+        linked = self.run_program(environment={"LD_TRACE_LOADED_OBJECTS": "1"}).stdout.decode()
+        library = re.search(r"(libz\.so\.\d+) => ", linked)
+        if not library:
+            self.skipTest("the loader lists nothing")
+        self.write(library[1], b"no library\n" * 100)
+        self.assertIn(b"ztrace ", self.run_program("--version").stdout)
+
     def test_pages(self):
         self.write("a.tif", tiff([lambda x, y: square(x, y, 10, 10, 20), lambda x, y: square(x, y, 30, 5, 30)]))
         self.assertEqual(self.stats("a.tif")["dpi"], 300)
