@@ -2,6 +2,7 @@
 #include "checkers.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -18,6 +19,25 @@ const std::size_t kLeastMiddles = 16;
 // colourDistance of the two, a quarter of what parts black and white: a pattern of more contrast is
 // seen as one, and is content. White and the grey of a toolkit are 145 apart.
 const int kMostApart = 192;
+
+// The first pixel from `x` on that its two neighbours in the row, which are equal, differ from;
+// `end` where there is none. `end` is below the width.
+int nextTurn(const QRgb *words, int x, int end)
+{
+#ifdef __SSE2__
+    for (; x + 4 <= end; x += 4) {
+        const __m128i left = fourWords(words + x - 1);
+        const __m128i alike = _mm_cmpeq_epi32(left, fourWords(words + x + 1));
+        const __m128i turns = _mm_andnot_si128(_mm_cmpeq_epi32(left, fourWords(words + x)), alike);
+        const unsigned bits = unsigned(_mm_movemask_ps(_mm_castsi128_ps(turns)));
+        if (bits != 0)
+            return x + __builtin_ctz(bits);
+    }
+#endif
+    while (x < end && (words[x] == words[x - 1] || words[x - 1] != words[x + 1]))
+        ++x;
+    return x;
+}
 
 // Whether the 3 x 3 pixels around one of row `here` are of two opaque colours that take turns.
 bool isMiddle(const QRgb *above, const QRgb *here, const QRgb *below, int x)
@@ -42,9 +62,11 @@ public:
     {
         for (int y = 1; y + 1 < image.height(); ++y) {
             const QRgb *const here = row(image, y);
-            for (int x = 1; x + 1 < width; ++x) {
-                if (here[x] != here[x - 1]
-                    && isMiddle(row(image, y - 1), here, row(image, y + 1), x))
+            const QRgb *const above = row(image, y - 1);
+            const QRgb *const below = row(image, y + 1);
+            for (int x = nextTurn(here, 1, width - 1); x < width - 1;
+                 x = nextTurn(here, x + 1, width - 1)) {
+                if (isMiddle(above, here, below, x))
                     middles.push_back(placeOf(x, y));
             }
         }
