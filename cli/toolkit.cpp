@@ -56,18 +56,20 @@ bool needsFonts(int argc, const char *const *argv)
 {
     const auto is = [argv](int i, const char *word) { return std::strcmp(argv[i], word) == 0; };
     bool pixels = false;
+    bool words = false; // anything but options: --version reads nothing
     bool onlyInputs = false;
     for (int i = 1; i < argc; ++i) {
         // A drawing that is to be replaced is not read. Neither word can be another option's value.
         if (!onlyInputs && (is(i - 1, "-o") || is(i - 1, "--output")))
             continue;
         onlyInputs = onlyInputs || is(i, "--");
+        words = words || argv[i][0] != '-' || is(i, "-");
         const Beginning beginning = beginningOf(argv[i]);
         if (beginning == Beginning::Other)
             return true;
         pixels = pixels || beginning == Beginning::Pixels;
     }
-    return !pixels;
+    return words && !pixels;
 }
 
 namespace {

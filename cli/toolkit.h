@@ -12,7 +12,8 @@ namespace ztrace {
 
 // Fonts, and a platform that shows nothing, are for images that may hold text, such as SVG; they
 // are more than half of the toolkit's start. True unless one of the arguments names a file that
-// begins as images of pixels do, and none names any other file, but for the file to write.
+// begins as images of pixels do, and none names any other file, but for the file to write; and
+// where there are options alone, which read nothing.
 bool needsFonts(int argc, const char *const *argv);
 
 // The toolkit's application object: with fonts, or only as much as images of pixels need.

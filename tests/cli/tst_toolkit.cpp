@@ -44,6 +44,16 @@ private slots:
         QCOMPARE(needsFonts(static_cast<int>(argv.size()), argv.data()), fonts);
     }
 
+    void optionsAloneReadNothing()
+    {
+        const char *const version[] = { "ztrace", "--version" };
+        QVERIFY(!needsFonts(2, version));
+        const char *const nothing[] = { "ztrace" };
+        QVERIFY(!needsFonts(1, nothing));
+        const char *const standardInput[] = { "ztrace", "--layers", "-" };
+        QVERIFY(needsFonts(3, standardInput));
+    }
+
     void fontsAreForWhatMayHoldText_data()
     {
         QTest::addColumn<QList<QByteArray>>("contents");
