@@ -58,7 +58,7 @@ public:
     // colours.
     void add(std::size_t place, const RampMoments &moments);
 
-    // The same squares, of all samples.
+    // These squares, of samples that are added either way.
     void addSquares(double sum) { squares += sum; }
 
     std::size_t stops() const { return count; }

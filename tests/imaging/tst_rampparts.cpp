@@ -169,8 +169,10 @@ private slots:
             samples.push_back(sample);
             single.add(sample.x, sample.colour);
             moments[sample.x <= -10.0 ? 0 : sample.x <= 25.0 ? 1 : 2].add(sample.x, sample.colour);
-            for (double channel : sample.colour)
+            for (double channel : sample.colour) {
+                single.addSquares(channel * channel);
                 summed.addSquares(channel * channel);
+            }
         }
         for (std::size_t k = 0; k < moments.size(); ++k)
             summed.add(k, moments[k]);
