@@ -8,7 +8,9 @@
 #include "dither.h"
 #include "failure.h"
 #include "flattones.h"
+#include "noisypages.h"
 #include "onehue.h"
+#include "plainground.h"
 #include "scan.h"
 
 #include <algorithm>
@@ -253,6 +255,17 @@ std::optional<Classification> asInkOnColouredPaper(Picture *picture, const QImag
     return std::nullopt;
 }
 
+// A page of one ink on noisy, stained or unevenly lit paper of any colour.
+std::optional<Classification> asNoisyPage(Picture *picture)
+{
+    const PaperAndInk page = paperAndInkOf(picture->grey());
+    if (!isPage(page, picture->width()))
+        return std::nullopt;
+    return Classification { Kind::LineArt,
+                            "ink on noisy paper, " + percent(page.ink)
+                                + " of it darker than the paper, next to nothing lighter" };
+}
+
 // By colours and areas.
 Classification kindOfColours(const QSize &size, const Shares &shares, int colours)
 {
@@ -321,11 +334,17 @@ Classification classify(Picture *picture)
                      percent(shares.flat) + " in flat areas, " + percent(dithered)
                          + " in patterns of two colours" };
     }
-    if (isShaded && !shares.isGrey && shares.clear <= kClearShare) {
-        if (const auto page = asInkOnColouredPaper(picture, image))
-            return *page;
-    }
-    return *found;
+    if (shares.clear <= kClearShare && found->kind == Kind::Logo
+        && isShadedOnPlainGround(image, features))
+        return { Kind::Photo, "shades before a plain ground, " + found->reason };
+    if (!isShaded || shares.clear > kClearShare)
+        return *found;
+    std::optional<Classification> page;
+    if (!shares.isGrey)
+        page = asInkOnColouredPaper(picture, image);
+    if (!page && (shares.isGrey || isOfOneHue(image)))
+        page = asNoisyPage(picture);
+    return page ? *page : *found;
 }
 
 } // namespace ztrace

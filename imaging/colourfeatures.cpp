@@ -12,6 +12,8 @@
 #include <array>
 #include <cstdint>
 #include <numeric>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace ztrace {
@@ -82,6 +84,18 @@ public:
             = counts.begin() + std::min<std::ptrdiff_t>(colours, std::ptrdiff_t(counts.size()));
         std::partial_sort(counts.begin(), end, counts.end(), std::greater<int>());
         return std::accumulate(counts.begin(), end, 0LL);
+    }
+
+    // The commonest colour and its pixels; of equally common ones the least. None: 0 and 0.
+    std::pair<QRgb, long long> commonest() const
+    {
+        std::pair<QRgb, long long> found(0, 0);
+        for (const Place &place : places) {
+            if (place.pixels > found.second
+                || (place.pixels == found.second && place.colour < found.first))
+                found = { place.colour, place.pixels };
+        }
+        return found;
     }
 
 private:
@@ -180,6 +194,7 @@ public:
     {
         features.colours = distinctWords.count;
         features.mainColours = flatColours.countCommonest(kMainColours);
+        std::tie(features.groundColour, features.ground) = flatColours.commonest();
         return features;
     }
 

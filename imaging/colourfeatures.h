@@ -8,7 +8,7 @@
 
 namespace ztrace {
 
-// Numbers of pixels, but for the last.
+// Numbers of pixels, but for the last two.
 struct ColourFeatures
 {
     long long clear = 0;       // fully transparent; none of them counts below
@@ -16,8 +16,10 @@ struct ColourFeatures
     long long coloured = 0;    // two channels differ by more than a grey's
     long long flat = 0;        // equal to those to the right, below and between the two
     long long mainColours = 0; // flat ones of the 16 commonest colours
+    long long ground = 0;      // flat ones of the commonest colour
     long long edges = 0;       // neither flat nor similar to all of their four neighbours (isEdge)
     int colours = 0;           // distinct words of all pixels; counted up to kMostCounted
+    QRgb groundColour = 0; // the commonest of flat pixels; the least word of equally common ones
 };
 
 const int kMainColours = 16;

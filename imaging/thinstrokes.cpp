@@ -156,7 +156,8 @@ struct Stretch
 {
     uint16_t label = 0;
     std::size_t cores = 0;
-    float *costs = nullptr;        // of every label, for all its cores; where there are contacts
+    bool isAmidOthers = false;     // near a gap of it, or as a gap near strokes
+    float *costs = nullptr;        // of every label, for all its cores; where they are asked for
     float least = 0.0f;            // of these: that of the label
     float second = 0.0f;           // and that of the best other label
     uint32_t changed = 0;          // when it last was, and
@@ -211,7 +212,9 @@ void add(const float *__restrict from, std::size_t count, float *__restrict to)
         to[k] += from[k];
 }
 
-// Unites stretches as long as one label for both costs less than two and what parts them.
+// Unites stretches as long as one label for both costs less than two and what parts them. A gap and
+// a stroke of it are never united: where contrast is low some grey between them costs less than all
+// of their contacts.
 class Strokes
 {
 public:
@@ -258,19 +261,18 @@ private:
 
     uint32_t rootOf(uint32_t k) { return ztrace::rootOf(&parent, k); }
 
-    // A gap's soft pixels may be of the very grey of a stroke's.
-    bool areAlike(std::size_t i, std::size_t j) const
-    {
-        return own[i] == own[j] && cores[i].isLight == cores[j].isLight;
-    }
-
     void gather()
     {
         parent.resize(cores.size());
         std::iota(parent.begin(), parent.end(), 0u);
         unlikeOf.assign(cores.size(), 0);
+        std::vector<uint8_t> nearOthers(cores.size(), 0); // lighter and darker ones
         forEachPair([&](std::size_t i, std::size_t j) {
-            if (areAlike(i, j)) {
+            if (cores[i].isLight != cores[j].isLight) {
+                nearOthers[i] = nearOthers[j] = 1;
+                return;
+            }
+            if (own[i] == own[j]) {
                 parent[rootOf(uint32_t(j))] = rootOf(uint32_t(i));
                 return;
             }
@@ -288,6 +290,7 @@ private:
             }
             stretchOf[i] = number - 1;
             ++stretches[number - 1].cores;
+            stretches[number - 1].isAmidOthers |= nearOthers[i] != 0;
         }
         parent.resize(stretches.size());
         std::iota(parent.begin(), parent.end(), 0u);
@@ -328,17 +331,19 @@ private:
         unlikeOf = std::vector<uint8_t>();
     }
 
-    // Stretches without contacts keep their labels, whatever they cost.
+    // Stretches that are alone keep their labels, whatever they cost.
     void addCosts()
     {
         const std::size_t labels = costs.labels();
-        const auto hasContacts = [](const Stretch &stretch) { return !stretch.contacts.empty(); };
-        sums.assign(
-            labels * std::size_t(std::count_if(stretches.begin(), stretches.end(), hasContacts)),
-            0.0f);
+        const auto isPriced = [](const Stretch &stretch) {
+            return stretch.isAmidOthers || !stretch.contacts.empty();
+        };
+        sums.assign(labels
+                        * std::size_t(std::count_if(stretches.begin(), stretches.end(), isPriced)),
+                    0.0f);
         float *next = sums.data();
         for (Stretch &stretch : stretches) {
-            if (!hasContacts(stretch))
+            if (!isPriced(stretch))
                 continue;
             stretch.costs = next;
             next += labels;
@@ -510,7 +515,7 @@ private:
     std::vector<uint32_t> parent;  // of cores first, of stretches then
     std::vector<uint32_t> stretchOf;
     std::vector<Stretch> stretches;
-    std::vector<float> sums; // of the stretches with contacts
+    std::vector<float> sums; // of the stretches that are priced
     uint32_t clock = 0;
 };
 

@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// 200 drawn pictures and the preset that each should get.
+// 250 drawn pictures and the preset that each should get.
 #include "imaging/Picture.h"
 #include "imaging/classify.h"
 
@@ -367,6 +367,95 @@ QImage shadedTiles(Dice *dice)
     });
 }
 
+// A copy of the page with noise of normal distribution, and stains or the like that change slowly.
+QImage scannedBadly(const QImage &page, Dice *dice, double deviation, double stains)
+{
+    std::mt19937 engine(static_cast<unsigned>(dice->below(1 << 20)));
+    std::normal_distribution<double> noise(0.0, deviation);
+    const double phase = dice->between(0, 628) / 100.0;
+    QImage scan = page.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < scan.height(); ++y) {
+        for (int x = 0; x < scan.width(); ++x) {
+            const QRgb word = scan.pixel(x, y);
+            const double by = noise(engine);
+            const double light = 1.0 + stains * std::sin(x / 45.0 + phase) * std::cos(y / 60.0);
+            const auto seen = [&](int v) { return int(qBound(0.0, light * v + by, 255.0)); };
+            scan.setPixel(x, y, qRgb(seen(qRed(word)), seen(qGreen(word)), seen(qBlue(word))));
+        }
+    }
+    return scan;
+}
+
+QImage thinText(Dice *dice, QColor paper, QColor ink)
+{
+    return drawn(360, 300, paper, [&](QPainter *painter) {
+        painter->setPen(QPen(ink, 1.0));
+        for (int line = 0; line < 13; ++line)
+            lettering(painter, dice, QPointF(20.3, 14.4 + line * 21), 9, dice->between(18, 36));
+    });
+}
+
+QImage noisyText(Dice *dice)
+{
+    return scannedBadly(thinText(dice, QColor(225, 225, 225), QColor(60, 60, 60)), dice,
+                        dice->between(14, 18), 0.02);
+}
+
+QImage stainedBrownPaper(Dice *dice)
+{
+    const QColor paper
+        = QColor::fromHsv(dice->between(25, 45), dice->between(60, 120), dice->between(170, 210));
+    return asJpeg(scannedBadly(thinText(dice, paper, paper.darker(240)), dice, 8, 0.1), 80);
+}
+
+QImage noisyTable(Dice *dice)
+{
+    const int across = dice->between(34, 60);
+    const int down = dice->between(24, 40);
+    return scannedBadly(drawn(480, 400, QColor(220, 220, 220),
+                              [&](QPainter *painter) {
+                                  painter->setPen(QPen(QColor(50, 50, 50), 1.2));
+                                  for (int x = 12; x < 480; x += across)
+                                      painter->drawLine(x, 10, x, 390);
+                                  for (int y = 10; y < 400; y += down)
+                                      painter->drawLine(12, y, 470, y);
+                                  for (int y = 18; y < 380; y += down)
+                                      lettering(painter, dice, QPointF(18, y), 9, 3);
+                              }),
+                        dice, dice->between(16, 22), 0.0);
+}
+
+// Speckle that is light and dark alike: cloth, sand, bark.
+QImage texture(Dice *dice)
+{
+    QImage even(300, 260, QImage::Format_RGB32);
+    even.fill(QColor::fromHsv(35, 20, dice->between(120, 190)));
+    return scannedBadly(even, dice, dice->between(15, 30), 0.05);
+}
+
+// A shaded ball before black, as renderers leave it.
+QImage ballOnBlack(Dice *dice)
+{
+    QImage image(240, 200, QImage::Format_RGB32);
+    image.fill(Qt::black);
+    const QColor hue = dice->colour();
+    const double radius = dice->between(60, 95);
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 240; ++x) {
+            const double u = (x - 120) / radius;
+            const double v = (y - 100) / radius;
+            if (u * u + v * v >= 1.0)
+                continue;
+            const double light
+                = 0.35 + 0.5 * (0.6 - 0.5 * u - 0.6 * v) + 0.01 * dice->between(-3, 3);
+            const auto seen
+                = [&](int c) { return int(qBound(0.0, light * (60.0 + 0.75 * c), 255.0)); };
+            image.setPixel(x, y, qRgb(seen(hue.red()), seen(hue.green()), seen(hue.blue())));
+        }
+    }
+    return image;
+}
+
 struct Row
 {
     const char *name;
@@ -395,6 +484,11 @@ const Row kRows[] = {
     { "white on black", whiteOnBlack, Kind::LineArt },
     { "plot", plot, Kind::Logo },
     { "shaded tiles", shadedTiles, Kind::Photo },
+    { "noisy text", noisyText, Kind::LineArt },
+    { "stained brown paper", stainedBrownPaper, Kind::LineArt },
+    { "noisy table", noisyTable, Kind::LineArt },
+    { "texture", texture, Kind::Photo },
+    { "ball on black", ballOnBlack, Kind::Photo },
 };
 
 } // namespace

@@ -78,6 +78,56 @@ private slots:
             QVERIFY(std::abs(int(colours[0] >> shift & 255u) - int(colour >> shift & 255u)) < 24);
     }
 
+    // Pale ones neither, where greys between ink and paper would cost less than the contacts of
+    // strokes and gaps.
+    void gapsBetweenPaleStrokesStay()
+    {
+        // "Pub", 9 pixels high, of a menu's entry that cannot be chosen.
+        const int kColumns = 23;
+        const int letters[10][kColumns] = {
+            { 243, 243, 243, 243, 243, 243, 243, 243, 243, 243, 243, 243,
+              243, 243, 243, 234, 167, 243, 243, 243, 243, 243, 243 },
+            { 188, 168, 168, 173, 187, 226, 243, 243, 243, 243, 243, 243,
+              243, 243, 243, 234, 167, 243, 243, 243, 243, 243, 243 },
+            { 188, 209, 243, 238, 205, 171, 241, 243, 243, 243, 243, 243,
+              243, 243, 243, 234, 167, 243, 243, 243, 243, 243, 243 },
+            { 188, 209, 243, 243, 241, 167, 232, 228, 170, 243, 243, 243,
+              209, 190, 243, 234, 169, 210, 176, 173, 195, 240, 243 },
+            { 188, 209, 243, 237, 203, 177, 243, 228, 170, 243, 243, 243,
+              209, 190, 243, 234, 167, 199, 242, 240, 188, 198, 243 },
+            { 188, 168, 170, 176, 195, 234, 243, 228, 170, 243, 243, 243,
+              209, 190, 243, 234, 167, 235, 243, 243, 223, 173, 243 },
+            { 188, 209, 243, 243, 243, 243, 243, 228, 170, 243, 243, 243,
+              209, 190, 243, 234, 167, 241, 243, 243, 231, 167, 243 },
+            { 188, 209, 243, 243, 243, 243, 243, 230, 169, 243, 243, 243,
+              202, 190, 243, 234, 167, 234, 243, 243, 223, 173, 243 },
+            { 188, 209, 243, 243, 243, 243, 243, 239, 169, 228, 243, 237,
+              176, 190, 243, 234, 167, 197, 242, 240, 188, 199, 243 },
+            { 188, 209, 243, 243, 243, 243, 243, 243, 215, 178, 182, 187,
+              204, 190, 243, 234, 182, 209, 175, 173, 195, 240, 243 },
+        };
+        const QRgb ground = qRgb(239, 239, 239); // the palette's nearest to 243
+        const QRgb ink = qRgb(146, 146, 146);
+        QImage image(40, 24, QImage::Format_ARGB32);
+        image.fill(qRgb(243, 243, 243));
+        for (int y = 0; y < 10; ++y) {
+            for (int x = 0; x < kColumns; ++x)
+                image.setPixel(x + 6, y + 6, qRgb(letters[y][x], letters[y][x], letters[y][x]));
+        }
+        const LabelPlane plane = reduceFlat(
+            image, EdgeMap(image), { ground, ink, qRgb(192, 192, 192), qRgb(201, 201, 201) });
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QRgb colour = plane.colours[plane.labels[std::size_t(40 * y + x)]];
+                const int light = qGreen(image.pixel(x, y));
+                if (light == 243)
+                    QCOMPARE(colour, ground);
+                if (light <= 171)
+                    QCOMPARE(colour, ink);
+            }
+        }
+    }
+
     // The paper between strokes is narrow, too. It never takes their colour: it is lighter than all
     // that is beside it.
     void gapsBetweenStrokesStay()
