@@ -294,8 +294,8 @@ void tst_ThinShapes::cutAroundACrossing()
     other.pieces = { fit::linePiece({ 20, 0 }, { 21, 20 }) };
     std::vector<Meeting> meetings(1);
     addMeetings(PiecePlaces(path), PiecePlaces(other), &meetings);
-    QVERIFY(std::fabs(meetings[0].from - 20.5 / 60) < 1e-9);
-    QVERIFY(std::fabs(meetings[0].to - 20.5 / 60) < 1e-9);
+    QVERIFY(std::fabs(meetings[0].from() - 20.5 / 60) < 1e-9);
+    QVERIFY(std::fabs(meetings[0].to() - 20.5 / 60) < 1e-9);
     const std::vector<char> meets = cutAround(meetings, points, &path);
     QCOMPARE(meets, (std::vector<char> { 0, 1, 0 }));
     QCOMPARE(path.pieces.size(), std::size_t(3));
@@ -324,7 +324,7 @@ void tst_ThinShapes::piecesThatFollowMeetAwayFromTheirJoint()
                     fit::arcPiece({ 10, 8 }, { 4, -2 }, 0.2) };
     std::vector<Meeting> meetings(3);
     addMeetings(PiecePlaces(path), PiecePlaces(path), &meetings);
-    QVERIFY(!meetings[0].isNone() && meetings[0].from > 0.3 && meetings[0].to < 0.8);
+    QVERIFY(!meetings[0].isNone() && meetings[0].from() > 0.3 && meetings[0].to() < 0.8);
     QVERIFY(meetings[1].isNone());
     QVERIFY(!meetings[2].isNone());
 }
