@@ -46,7 +46,7 @@ LIMITS = {
     },
     "glass": {
         "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 319
+        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
     },
     "map": {
         "colour": 0.922, "detail": 1.8, "regions": 0, "uncovered": 0.01,
