@@ -324,7 +324,7 @@ Part partOf(const std::vector<fit::Piece> &pieces, std::size_t from, std::size_t
     // a stretch may seem to end before it begins: that is not once around.
     if (count == 0 && 2 * explained > size)
         count = size;
-    else if (2 * count > size && 2 * explained < size)
+    else if (2 * (count - explained) > size)
         count = 0;
     // Points that are left out beside the stretch have their cracks in it.
     const auto crackOf = [&](int k) { return points.crack[std::size_t((k + size) % size)]; };

@@ -232,7 +232,7 @@ std::vector<PointRange> rangesOf(const Meeting &meeting, const std::vector<doubl
             --end;
         begin = std::max(0, begin - around);
         end = std::min(count, end + around);
-        if (ranges.empty() || begin - ranges.back().end < kLeastBetween)
+        if (ranges.empty() || begin - ranges.back().end >= kLeastBetween)
             ranges.push_back({ begin, end });
         if (begin - ranges.back().end < kLeastBetween)
             ranges.back().end = std::max(ranges.back().end, end);

@@ -16,7 +16,7 @@ namespace {
 const int kWidth = 100;
 const int kHeight = 80;
 const int kSamples = 8;              // a side of a pixel
-const std::size_t kSawOfBoard = 220; // likewise of boards, of four times their sides
+const std::size_t kSawOfBoard = 170; // likewise of boards, of three times their sides
 const std::size_t kSaw = 60; // pieces: a third of the points of the shorter of such outlines
 
 struct Disc
