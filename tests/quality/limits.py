@@ -90,7 +90,7 @@ LIMITS = {
     },
     "one-bit": {
         "colour": 2.591, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.609, "numbers": 1008
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.78, "numbers": 1008
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
