@@ -21,8 +21,20 @@ const double kNoChord = 1e-12;    // squared pixels
 // Of one pixel of a window, by what one chord of a piece does there.
 struct AreaChange
 {
-    // Per pixel that the start goes along x, along y, the end likewise; per unit of bulge.
-    enum Way { StartX, StartY, EndX, EndY, Bend, Ways };
+    // Per pixel that the start goes along x, along y, the end likewise; per unit of bulge; per
+    // pixel that the control of a quadratic goes, or each one of a cubic.
+    enum Way {
+        StartX,
+        StartY,
+        EndX,
+        EndY,
+        Bend,
+        ControlX = Bend,
+        ControlY,
+        Control2X,
+        Control2Y,
+        Ways
+    };
 
     std::size_t pixel;
     std::array<double, Ways> by;
@@ -34,21 +46,25 @@ struct AreaChange
 class AreaChanges
 {
 public:
-    // `bends`: the bulge of an arc as well
+    // `bends`: the bulge of an arc, or the controls of a curve, as well
     AreaChanges(const Piece &p, const Coverage &c, bool bends, std::vector<AreaChange> *to)
         : piece(p), window(c), changes(to)
     {
         Place before = { piece.start, { 0, 0 }, { 0, 0 } };
         const bool isArc = piece.kind == Kind::Arc;
+        isCurve = bends && !isArc;
         const int count
             = isArc && bends ? std::max(kLeastChordsOfBend, chordsOf(piece)) : chordsOf(piece);
         Walk walk(piece, count);
-        Walk bent(bends ? arcPiece(p.start, p.end, p.bulge + kBulgeStep) : p, bends ? count : 1);
+        const bool bulges = bends && isArc;
+        Walk bent(bulges ? arcPiece(p.start, p.end, p.bulge + kBulgeStep) : p, bulges ? count : 1);
         for (int k = 1; k < count; ++k) {
             const double t = double(k) / count;
             Place place = { walk.next(), { 0, 0 }, { 0, 0 } };
             place.share = shareAt(place.at, t);
-            if (bends)
+            if (isCurve)
+                place.bend = controlsAt(t);
+            if (bulges)
                 place.bend = (1 / kBulgeStep) * (bent.next() - place.at);
             addChord(before, place);
             before = place;
@@ -61,7 +77,7 @@ private:
     {
         Point at;
         Point share; // w
-        Point bend;  // how far it goes per unit of bulge
+        Point bend;  // how far it goes per unit of bulge; of a curve, as often as each control
     };
 
     // The places of a piece at equal steps; of an arc by turning the spoke.
@@ -121,6 +137,14 @@ private:
         }
     }
 
+    // How far a place of a curve goes as its controls do.
+    Point controlsAt(double t) const
+    {
+        const double u = 1 - t;
+        return piece.kind == Kind::Cubic ? Point { 3 * u * u * t, 3 * u * t * t }
+                                         : Point { 2 * u * t, 0 };
+    }
+
     // Pixel by pixel.
     void addChord(const Place &from, const Place &to)
     {
@@ -159,14 +183,22 @@ private:
         const Point w = ofStart * from.share + ofEnd * to.share;
         const Point bend = ofStart * from.bend + ofEnd * to.bend;
         const Point rest = { s1 - s0 - w.x, -w.y };
-        changes->push_back({ pixel,
-                             { cross(rest, d), cross({ -rest.y, rest.x }, d), cross(w, d),
-                               cross({ -w.y, w.x }, d), cross(bend, d) } });
+        AreaChange change = { pixel,
+                              { cross(rest, d), cross({ -rest.y, rest.x }, d), cross(w, d),
+                                cross({ -w.y, w.x }, d), cross(bend, d) } };
+        if (isCurve) {
+            change.by[AreaChange::ControlX] = bend.x * d.y;
+            change.by[AreaChange::ControlY] = -bend.x * d.x;
+            change.by[AreaChange::Control2X] = bend.y * d.y;
+            change.by[AreaChange::Control2Y] = -bend.y * d.x;
+        }
+        changes->push_back(change);
     }
 
     const Piece &piece;
     const Coverage &window;
     std::vector<AreaChange> *changes;
+    bool isCurve = false; // whose controls move
 };
 
 } // namespace ztrace::fit

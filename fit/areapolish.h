@@ -20,6 +20,7 @@ const int kRoundsOfPolish = 6;      // of Gauss and Newton's method
 const double kStep = 1e-3;          // pixels of a difference
 const double kAnchor = 0.35;        // pixels: deviation of a joint from where the points have it
 const double kSagittaAnchor = 0.25; // pixels: the same of an arc's height
+const double kControlAnchor = 0.5;  // pixels: the same of a curve's controls
 const double kSmooth = 0.01;        // radians: what a smooth joint may turn
 const double kFarthest = 1.2;       // pixels that a joint may go
 const double kSettled = 1e-3;       // of the misfit
@@ -80,6 +81,12 @@ inline double angleBetween(Point a, Point b)
     return std::atan2(cross(a, b), dot(a, b));
 }
 
+// Controls of a curve that move.
+inline int controlsOf(const Piece &piece)
+{
+    return piece.kind == Kind::Cubic ? 2 : piece.kind == Kind::Quadratic ? 1 : 0;
+}
+
 // Least squares over the joints `from` to `from + count - 1` of a closed path, joint k being where
 // piece k begins, and over the arcs beside them.
 class Polish
@@ -98,6 +105,8 @@ public:
             const std::size_t piece = (from + n - 1 + k) % n;
             if (pieces[piece].kind == Kind::Arc && pieces[piece].bulge != 0)
                 parameters.push_back({ piece, 2 });
+            for (int kind = 3; kind < 3 + 2 * controlsOf(pieces[piece]); ++kind)
+                parameters.push_back({ piece, kind });
         }
         values.assign(parameters.size(), 0.0);
         findSlots();
@@ -148,7 +157,7 @@ private:
     struct Parameter
     {
         std::size_t number; // of the joint or the piece
-        int kind;           // 0, 1: x and y of a joint; 2: height of an arc
+        int kind; // 0, 1: x and y of a joint; 2: height of an arc; 3 to 6: x and y of controls
     };
 
     // Parameters of a piece, -1 where it has none; those of y follow those of x.
@@ -157,6 +166,7 @@ private:
         Eigen::Index start = -1;
         Eigen::Index end = -1;
         Eigen::Index bend = -1;
+        Eigen::Index control = -1;
         double bulgeAPixel = 0; // of height
     };
     static constexpr uint32_t kNone = uint32_t(-1);
@@ -173,6 +183,8 @@ private:
             if (p.kind == 2) {
                 slotOf[p.number].bend = static_cast<Eigen::Index>(k);
                 slotOf[p.number].bulgeAPixel = bulgeAPixel(p.number);
+            } else if (p.kind == 3) {
+                slotOf[p.number].control = static_cast<Eigen::Index>(k);
             } else if (p.kind == 0) {
                 slotOf[p.number].start = static_cast<Eigen::Index>(k);
                 slotOf[(p.number + n - 1) % n].end = static_cast<Eigen::Index>(k);
@@ -209,7 +221,7 @@ private:
 
     double anchorOf(const Parameter &p) const
     {
-        return hold * (p.kind == 2 ? kSagittaAnchor : kAnchor);
+        return hold * (p.kind == 2 ? kSagittaAnchor : p.kind > 2 ? kControlAnchor : kAnchor);
     }
 
     static void moveStart(Piece *piece, Point by)
@@ -236,16 +248,21 @@ private:
         return 2 / std::max(0.3, std::sqrt(dot(chord, chord)));
     }
 
-    void bend(std::size_t number, double value, Piece *piece) const
+    void bend(const Parameter &p, double value, Piece *piece) const
     {
-        piece->bulge += value * bulgeAPixel(number);
+        if (p.kind == 2)
+            piece->bulge += value * bulgeAPixel(p.number);
+        double *const controls[]
+            = { &piece->control.x, &piece->control.y, &piece->control2.x, &piece->control2.y };
+        if (p.kind > 2)
+            *controls[p.kind - 3] += value;
     }
 
     void apply(const Parameter &p, double value, std::vector<Piece> *to) const
     {
         const std::size_t n = to->size();
-        if (p.kind == 2) {
-            bend(p.number, value, &(*to)[p.number]);
+        if (p.kind >= 2) {
+            bend(p, value, &(*to)[p.number]);
             return;
         }
         const Point by = p.kind == 0 ? Point { value, 0 } : Point { 0, value };
@@ -314,7 +331,8 @@ private:
         for (std::size_t k = 0; k < pieces.size(); ++k) {
             if (!moves[k])
                 continue;
-            AreaChanges(pieces[k], coverage, slotOf[k].bend >= 0, &changes);
+            AreaChanges(pieces[k], coverage, slotOf[k].bend >= 0 || slotOf[k].control >= 0,
+                        &changes);
             slots.resize(changes.size(), static_cast<uint32_t>(k));
         }
         firstAt.assign(off.size(), kNone);
@@ -328,12 +346,12 @@ private:
             if (firstAt[pixel] == kNone)
                 continue;
             for (uint32_t i = firstAt[pixel]; i != kNone; i = nextAt[i])
-                addChange(changes[i], slotOf[slots[i]]);
+                addChange(changes[i], slotOf[slots[i]], controlsOf(pieces[slots[i]]));
             addGradient(weight, off[pixel]);
         }
     }
 
-    void addChange(const AreaChange &change, const Slots &slot)
+    void addChange(const AreaChange &change, const Slots &slot, int controls)
     {
         if (slot.start >= 0) {
             addToGradient(slot.start, change.by[AreaChange::StartX]);
@@ -345,6 +363,9 @@ private:
         }
         if (slot.bend >= 0)
             addToGradient(slot.bend, slot.bulgeAPixel * change.by[AreaChange::Bend]);
+        for (int k = 0; slot.control >= 0 && k < 2 * controls; ++k)
+            addToGradient(slot.control + k,
+                          change.by[static_cast<std::size_t>(AreaChange::ControlX + k)]);
     }
 
     void addToGradient(Eigen::Index parameter, double by)
@@ -396,8 +417,12 @@ private:
                 differ(start);
                 differ(start < 0 ? start : start + 1);
             }
-            differ(slotOf[before].bend);
-            differ(slotOf[joint].bend);
+            for (std::size_t piece : { before, joint }) {
+                differ(slotOf[piece].bend);
+                for (int k = 0; slotOf[piece].control >= 0 && k < 2 * controlsOf(pieces[piece]);
+                     ++k)
+                    differ(slotOf[piece].control + k);
+            }
             addGradient(1, -turn);
         }
     }
@@ -410,9 +435,9 @@ private:
         Piece moved[2] = { pieces[number[0]], pieces[number[1]] };
         const Point by = p.kind == 0 ? Point { kStep, 0 } : Point { 0, kStep };
         for (int k = 0; k < 2; ++k) {
-            if (p.kind == 2) {
+            if (p.kind >= 2) {
                 if (p.number == number[k])
-                    bend(p.number, kStep, &moved[k]);
+                    bend(p, kStep, &moved[k]);
                 continue;
             }
             if (p.number == number[k])

@@ -15,6 +15,7 @@ struct WholeShape
     Piece piece;
     double cost;
     bool asExpected;
+    double chi2; // sum of (distance / sigma) squared over the points that count
 };
 
 // The shapes that are worth a comparison, cheapest first; none for open chains, for fewer than

@@ -21,8 +21,12 @@ const double kFarOfWhole = 0.85; // the same of circles and other whole shapes
 const double kLeftOutWithin
     = 0.6;               // pixels from the path; the program allows .45 from its free fits
 const double kTip = 0.5; // pixels more by which corners stand out from the line through the points
-const int kLeftOutAtOnce = 4;                    // points
-const int kSamples = 5;                          // of a piece that are looked at
+const int kLeftOutAtOnce = 4; // points
+// Points beside a joint that may lie beyond it: of soft edges the one from which it was cut.
+const int kMostBehind = 6;
+const int kMostBehindSoft = 1;
+const double kLeastAhead = 0.25; // pixels from a joint along the path to the next point of it
+const int kSamples = 5;          // of a piece that are looked at
 const double kHalfTurn = 3.14159265358979323846; // radians
 
 fit::Chain viewOf(const ChainPoints &p, bool closed)
@@ -159,6 +163,8 @@ Meeting missedBy(const std::vector<fit::Piece> &pieces, std::size_t number,
     const std::size_t after = (number + 1) % pieces.size();
     const bool whole = fit::isWhole(piece.kind) && !points.isSoft();
     double far = farFrom(points, piece.first % size);
+    Meeting all;
+    all.add(0, 1);
     Meeting missed;
     for (int k = 0; k < piece.count; ++k) {
         const int i = piece.first + k;
@@ -168,13 +174,12 @@ Meeting missedBy(const std::vector<fit::Piece> &pieces, std::size_t number,
         if ((*probes)[number].isWithin(p, most) || (*probes)[before].isWithin(p, most)
             || (*probes)[after].isWithin(p, most))
             continue;
-        missed.from = std::min(missed.from, double(k) / piece.count);
-        missed.to = std::max(missed.to, double(k + 1) / piece.count);
+        missed.add(double(k) / piece.count, double(k + 1) / piece.count);
     }
     for (int sample = 1; sample < kSamples; ++sample) {
         const fit::Point p = pointAt(piece, double(sample) / kSamples);
         if (!isBeside(p, points, closed, piece, far + kTip))
-            return { 0, 1 };
+            return all;
     }
     return missed;
 }
@@ -272,19 +277,42 @@ fit::Path lineByLine(const ChainPoints &points, bool closed)
     return path;
 }
 
-// The points of the pieces from `from` to before `to`, between where the first one begins and the
-// last one ends.
-ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, std::size_t to,
-                     const ChainPoints &points, bool closed)
+// The points of a stretch of a path between two places.
+struct Part
+{
+    ChainPoints points; // the first and the last one are the places
+    int first;          // number of the second one in all
+    int count;          // without the places
+    int size;           // of all
+};
+
+// How many of the points from `first` on in steps of `step` do not lie ahead of a place in the
+// direction that the path takes there. A joint of a staircase is where two fits meet, some pixels
+// from the points that tell them apart; a line through all of these would go to and fro.
+int countBehind(fit::Point place, fit::Point direction, const ChainPoints &points, bool closed,
+                int first, int step, int most)
+{
+    int behind = 0;
+    for (int k = 0; k < std::min(most, points.isSoft() ? kMostBehindSoft : kMostBehind); ++k) {
+        if (dot(pointOf(points, closed, first + k * step) - place, direction) <= kLeastAhead)
+            behind = k + 1;
+    }
+    return behind;
+}
+
+// Of the pieces from `from` to before `to`, between where the first one begins and the last one
+// ends.
+Part partOf(const std::vector<fit::Piece> &pieces, std::size_t from, std::size_t to,
+            const ChainPoints &points, bool closed)
 {
     const int size = int(points.x.size());
-    ChainPoints part;
-    part.edge = points.edge;
+    Part part = { {}, pieces[from].first, 0, size };
+    part.points.edge = points.edge;
     const auto add = [&](fit::Point p, double sigma, uint32_t crack) {
-        part.x.push_back(p.x);
-        part.y.push_back(p.y);
-        part.crack.push_back(crack);
-        part.sigma.push_back(sigma);
+        part.points.x.push_back(p.x);
+        part.points.y.push_back(p.y);
+        part.points.crack.push_back(crack);
+        part.points.sigma.push_back(sigma);
     };
     const fit::Piece &last = pieces[to - 1];
     const int end = last.first + last.count;
@@ -292,27 +320,47 @@ ChainPoints pointsOf(const std::vector<fit::Piece> &pieces, std::size_t from, st
     const int explained = std::accumulate(
         pieces.begin() + std::ptrdiff_t(from), pieces.begin() + std::ptrdiff_t(to), 0,
         [](int sum, const fit::Piece &p) { return sum + p.count; });
-    // All of them, where what is left is a cap without points of its own. Lines through cracks have
-    // points only roughly, and a stretch of them may seem to end before it begins: that is not once
-    // around.
+    // All of them, where what is left is a cap without points of its own. Where points are left out
+    // a stretch may seem to end before it begins: that is not once around.
     if (count == 0 && 2 * explained > size)
         count = size;
-    else if (2 * count > size && 2 * explained < size)
+    else if (2 * (count - explained) > size)
         count = 0;
     // Points that are left out beside the stretch have their cracks in it.
     const auto crackOf = [&](int k) { return points.crack[std::size_t((k + size) % size)]; };
     const fit::Piece &before = pieces[from > 0 ? from - 1 : pieces.size() - 1];
-    const uint32_t past = to < pieces.size() ? crackOf(pieces[to].first)
-        : closed                             ? crackOf(pieces.front().first)
-                                             : crackOf(size - 1);
-    add(pieces[from].start, fit::kSoftSigma,
-        from > 0 || closed ? crackOf(before.first + before.count - 1) + 1 : crackOf(0));
+    uint32_t past = to < pieces.size() ? crackOf(pieces[to].first)
+        : closed                       ? crackOf(pieces.front().first)
+                                       : crackOf(size - 1);
+    uint32_t crack = from > 0 || closed ? crackOf(before.first + before.count - 1) + 1 : crackOf(0);
+    const int behind = countBehind(pieces[from].start, startTangent(pieces[from]), points, closed,
+                                   part.first, 1, count);
+    part.first += behind;
+    count -= behind;
+    const int ahead = countBehind(last.end, -1.0 * endTangent(last), points, closed,
+                                  part.first + count - 1, -1, count);
+    count -= ahead;
+    if (behind > 0 && count > 0)
+        crack = crackOf(part.first);
+    if (ahead > 0 && count > 0)
+        past = crackOf(part.first + count - 1) + 1;
+    part.count = count;
+    add(pieces[from].start, fit::kSoftSigma, crack);
     for (int k = 0; k < count; ++k) {
-        const auto i = std::size_t((pieces[from].first + k) % size);
+        const auto i = std::size_t((part.first + k) % size);
         add({ points.x[i], points.y[i] }, points.sigma[i], points.crack[i]);
     }
     add(last.end, fit::kSoftSigma, past);
     return part;
+}
+
+// Of a piece that was fitted to a part: the points that it explains, by their numbers in all.
+void renumber(const Part &part, fit::Piece *piece)
+{
+    const int begin = std::max(0, piece->first - 1);
+    const int end = std::max(begin, std::min(part.count, piece->first + piece->count - 1));
+    piece->first = (part.first + begin) % part.size;
+    piece->count = end - begin;
 }
 
 // Fits the bad stretches of a path once more, each by itself; the rest stays.
@@ -336,11 +384,10 @@ fit::Path repaired(fit::Path path, std::vector<char> bad, const ChainPoints &poi
         std::size_t to = from + 1;
         while (to < pieces.size() && bad[to])
             ++to;
-        const ChainPoints part = pointsOf(pieces, from, to, points, closed);
-        fit::Path again = fitAgain(part);
+        const Part part = partOf(pieces, from, to, points, closed);
+        fit::Path again = fitAgain(part.points);
         for (fit::Piece &piece : again.pieces)
-            piece.first
-                = (pieces[from].first + std::max(0, piece.first - 1)) % int(points.x.size());
+            renumber(part, &piece);
         path.pieces.insert(path.pieces.end(), again.pieces.begin(), again.pieces.end());
         path.pieces[path.pieces.size() - again.pieces.size()].smooth = false;
         if (to < pieces.size())
@@ -438,6 +485,23 @@ fit::Path lineThrough(fit::Point start, const ChainPoints &cracks, uint32_t firs
     return lineByLine(line, false);
 }
 
+// The points of a part that each of such lines explains: those of the crack in which it ends, the
+// last one also all that is left.
+void tellPoints(const ChainPoints &part, uint32_t first, uint32_t cracks, fit::Path *lines)
+{
+    const int count = int(part.x.size()) - 1; // the last place is no point
+    int k = 1;
+    for (std::size_t line = 0; line < lines->pieces.size(); ++line) {
+        fit::Piece &piece = lines->pieces[line];
+        const bool isLast = line + 1 == lines->pieces.size();
+        piece.first = k;
+        while (k < count
+               && (isLast || (part.crack[std::size_t(k)] + cracks - first) % cracks <= line))
+            ++k;
+        piece.count = k - piece.first;
+    }
+}
+
 } // namespace
 
 fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
@@ -457,8 +521,10 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
         // A stretch that seems to end before it begins does not go all the way round.
         if (count > size / 2 && 2 * part.x.size() < points.x.size())
             count = 0;
-        return lineThrough({ part.x.front(), part.y.front() }, cracks, first, count,
-                           { part.x.back(), part.y.back() });
+        fit::Path lines = lineThrough({ part.x.front(), part.y.front() }, cracks, first, count,
+                                      { part.x.back(), part.y.back() });
+        tellPoints(part, first, size, &lines);
+        return lines;
     });
 }
 

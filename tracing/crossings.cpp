@@ -91,33 +91,12 @@ private:
     fit::ArcShape shape = {};
 };
 
-// Where the chords of a piece end, of 0 to 1, in order. A rectangle's corners are among them:
-// chords across them would not meet what pokes in there.
-void findEndsOfChords(const fit::Piece &piece, int count, std::vector<double> *result)
-{
-    std::vector<double> &ends = *result;
-    ends.clear();
-    for (int k = 1; k <= count; ++k)
-        ends.push_back(double(k) / count);
-    if (piece.kind != fit::Kind::RoundedRectangle)
-        return;
-    const double radius = std::min(piece.radius, std::min(piece.half[0], piece.half[1]));
-    const double upright = piece.half[1] - radius;
-    const double round = 0.5 * kPi * radius;
-    const double quarter = piece.half[0] - radius + upright + round;
-    for (int side = 0; quarter > 0 && side < 4; ++side) {
-        for (double at : { upright / quarter, (upright + round) / quarter })
-            ends.push_back(0.25 * (side % 2 == 0 ? side + at : side + 1 - at));
-    }
-    std::sort(ends.begin(), ends.end());
-}
-
 // The chords of one piece of a path.
 void flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segments)
 {
     const fit::Piece &piece = path.pieces[number];
     thread_local std::vector<double> ends;
-    findEndsOfChords(piece, chordsOf(piece), &ends);
+    findEndsOfChords(piece, &ends);
     const bool isFirst = number == 0;
     const bool isLast = number + 1 == path.pieces.size();
     const bool whole = fit::isWhole(piece.kind);
@@ -338,6 +317,27 @@ private:
 };
 
 } // namespace
+
+// A rectangle's corners are among them: chords across them would not meet what pokes in there.
+void findEndsOfChords(const fit::Piece &piece, std::vector<double> *result)
+{
+    std::vector<double> &ends = *result;
+    ends.clear();
+    const int count = chordsOf(piece);
+    for (int k = 1; k <= count; ++k)
+        ends.push_back(double(k) / count);
+    if (piece.kind != fit::Kind::RoundedRectangle)
+        return;
+    const double radius = std::min(piece.radius, std::min(piece.half[0], piece.half[1]));
+    const double upright = piece.half[1] - radius;
+    const double round = 0.5 * kPi * radius;
+    const double quarter = piece.half[0] - radius + upright + round;
+    for (int side = 0; quarter > 0 && side < 4; ++side) {
+        for (double at : { upright / quarter, (upright + round) / quarter })
+            ends.push_back(0.25 * (side % 2 == 0 ? side + at : side + 1 - at));
+    }
+    std::sort(ends.begin(), ends.end());
+}
 
 std::vector<std::pair<uint32_t, uint32_t>> crossingsOf(const std::vector<fit::Path> &paths,
                                                        int width, int height,

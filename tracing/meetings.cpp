@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "meetings.h"
 
+#include "crossings.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -11,10 +13,14 @@ namespace {
 
 using fit::Point;
 
-const double kNear = 0.1;     // pixels
-const int kChords = 16;       // of what is no line
-const int kAround = 4;        // points on either side of a meeting that are fitted again with it
-const int kWorthCutting = 12; // points of a piece
+const double kNear = 0.1; // pixels
+// Points on either side of a meeting that are fitted again with it, and of a piece that is cut; of
+// soft edges each point tells the place.
+const int kAround = 4;
+const int kAroundSoft = 2;
+const int kWorthCutting = 12;
+const int kWorthCuttingSoft = 7;
+const int kLeastBetween = 3;  // points that stay between two of its meetings
 const double kAtJoint = 0.02; // of a piece
 
 const double kCell = 16.0;       // pixels; most pieces are shorter
@@ -63,15 +69,18 @@ struct Chord
 
 std::vector<Chord> chordsOf(const fit::Piece &piece)
 {
-    const int count = piece.kind == fit::Kind::Line ? 1
-        : fit::isWhole(piece.kind)                  ? 4 * kChords
-                                                    : kChords;
+    std::vector<double> ends;
+    findEndsOfChords(piece, &ends);
     std::vector<Chord> chords;
-    Point a = count == 1 ? piece.start : fit::pointAt(piece, 0);
-    for (int k = 1; k <= count; ++k) {
-        const Point b = count == 1 ? piece.end : fit::pointAt(piece, double(k) / count);
-        chords.push_back({ a, b, double(k - 1) / count, double(k) / count });
+    Point a = fit::isWhole(piece.kind) ? fit::pointAt(piece, 0) : piece.start;
+    double from = 0;
+    for (double to : ends) {
+        const Point b = to < 1         ? fit::pointAt(piece, to)
+            : fit::isWhole(piece.kind) ? fit::pointAt(piece, 1)
+                                       : piece.end;
+        chords.push_back({ a, b, from, to });
         a = b;
+        from = to;
     }
     return chords;
 }
@@ -96,12 +105,18 @@ bool isNear(const Chord &chord, Point p)
     return dot(away, away) <= kNear * kNear;
 }
 
-void widen(const Chord &chord, double t, Meeting *meeting)
+// What two chords have in common, as places on the first one.
+struct Common
 {
-    const double at = chord.from + t * (chord.to - chord.from);
-    meeting->from = std::min(meeting->from, at);
-    meeting->to = std::max(meeting->to, at);
-}
+    double from = 1;
+    double to = 0;
+
+    void include(double t)
+    {
+        from = std::min(from, t);
+        to = std::max(to, t);
+    }
+};
 
 // Where two chords cross; false where they do not.
 bool crossingOf(const Chord &one, const Chord &other, double *t)
@@ -116,30 +131,41 @@ bool crossingOf(const Chord &one, const Chord &other, double *t)
     return *t >= 0 && *t <= 1 && u >= 0 && u <= 1;
 }
 
-void addMeeting(const Chord &one, const Chord &other, Meeting *meeting)
+Common commonOf(const Chord &one, const Chord &other)
 {
+    Common common;
     double t = 0;
     if (crossingOf(one, other, &t))
-        widen(one, t, meeting);
+        common.include(t);
     for (Point p : { other.a, other.b }) {
         if (isNear(one, p))
-            widen(one, alongChord(one, p), meeting);
+            common.include(alongChord(one, p));
     }
     if (isNear(other, one.a))
-        widen(one, 0, meeting);
+        common.include(0);
     if (isNear(other, one.b))
-        widen(one, 1, meeting);
+        common.include(1);
+    return common;
 }
 
 // Of a piece and the one before or after it in the path.
-void addCrossing(const Chord &one, const Chord &other, Point joint, Meeting *meeting)
+Common crossed(const Chord &one, const Chord &other, Point joint)
 {
+    Common common;
     double t = 0;
     if (!crossingOf(one, other, &t))
-        return;
+        return common;
     const Point away = one.a + t * (one.b - one.a) - joint;
     if (dot(away, away) > kNear * kNear)
-        widen(one, t, meeting);
+        common.include(t);
+    return common;
+}
+
+void add(const Chord &chord, const Common &common, Meeting *meeting)
+{
+    const double length = chord.to - chord.from;
+    if (common.from <= common.to)
+        meeting->add(chord.from + common.from * length, chord.from + common.to * length);
 }
 
 // Of the place on a line or an arc that is nearest to p.
@@ -168,52 +194,118 @@ fit::Piece part(const fit::Piece &piece, double from, double to, int first, int 
     return result;
 }
 
-// The piece in up to three, and which of them meets something.
+// Whether the piece is long enough for a part of it to stay.
+bool isWorthCutting(const fit::Piece &piece, bool soft)
+{
+    return (piece.kind == fit::Kind::Line || piece.kind == fit::Kind::Arc)
+        && piece.count >= (soft ? kWorthCuttingSoft : kWorthCutting);
+}
+
+int aroundOf(bool soft)
+{
+    return soft ? kAroundSoft : kAround;
+}
+
+// Of the points of a piece, `begin` to before `end`.
+struct PointRange
+{
+    int begin;
+    int end;
+};
+
+// Those that are fitted again because of its meetings, in order; `places` are where the points are
+// on the piece.
+std::vector<PointRange> rangesOf(const Meeting &meeting, const std::vector<double> &places,
+                                 int around)
+{
+    std::vector<Meeting::Stretch> stretches = meeting.all();
+    std::sort(stretches.begin(), stretches.end(),
+              [](const Meeting::Stretch &a, const Meeting::Stretch &b) { return a.from < b.from; });
+    const int count = int(places.size());
+    std::vector<PointRange> ranges;
+    for (const Meeting::Stretch &stretch : stretches) {
+        int begin = 0;
+        while (begin < count && places[std::size_t(begin)] < stretch.from)
+            ++begin;
+        int end = count;
+        while (end > begin && places[std::size_t(end - 1)] > stretch.to)
+            --end;
+        begin = std::max(0, begin - around);
+        end = std::min(count, end + around);
+        if (ranges.empty() || begin - ranges.back().end >= kLeastBetween)
+            ranges.push_back({ begin, end });
+        if (begin - ranges.back().end < kLeastBetween)
+            ranges.back().end = std::max(ranges.back().end, end);
+    }
+    return ranges;
+}
+
+// The piece in parts, and which of them meets something.
 void cut(const fit::Piece &piece, const Meeting &meeting, const ChainPoints &points,
          std::vector<fit::Piece> *pieces, std::vector<char> *meets)
 {
     const int size = int(points.x.size());
-    const auto add = [&](const fit::Piece &added, bool isMeeting) {
-        pieces->push_back(added);
-        meets->push_back(isMeeting);
-    };
-    const bool straight = piece.kind == fit::Kind::Line || piece.kind == fit::Kind::Arc;
-    const auto placeOfPoint = [&](int k) {
+    if (meeting.isNone() || !isWorthCutting(piece, points.isSoft()) || piece.count > size) {
+        pieces->push_back(piece);
+        meets->push_back(!meeting.isNone());
+        return;
+    }
+    std::vector<double> places;
+    for (int k = 0; k < piece.count; ++k) {
         const auto i = std::size_t((piece.first + k) % size);
-        return placeOf(piece, { points.x[i], points.y[i] });
+        places.push_back(placeOf(piece, { points.x[i], points.y[i] }));
+    }
+    double at = 0;
+    int number = 0;
+    const auto addTo = [&](double place, int point, bool isMeeting) {
+        const int first = (piece.first + number) % size;
+        pieces->push_back(part(piece, at, place, first, first + point - number));
+        meets->push_back(isMeeting);
+        at = place;
+        number = point;
     };
-    if (meeting.isNone() || !straight || piece.count < kWorthCutting || piece.count > size) {
-        add(piece, !meeting.isNone());
-        return;
+    for (const PointRange &range : rangesOf(meeting, places, aroundOf(points.isSoft()))) {
+        const bool atStart = range.begin <= 1;
+        const bool atEnd = range.end >= piece.count - 1;
+        const double from = atStart ? 0 : places[std::size_t(range.begin)];
+        const double to = atEnd ? 1 : places[std::size_t(range.end)];
+        if (!(from < to) || from < at)
+            continue;
+        if (from > at)
+            addTo(from, range.begin, false);
+        addTo(to, atEnd ? piece.count : range.end, true);
     }
-    int begin = 0;
-    while (begin < piece.count && placeOfPoint(begin) < meeting.from)
-        ++begin;
-    int end = piece.count;
-    while (end > begin && placeOfPoint(end - 1) > meeting.to)
-        --end;
-    begin -= kAround;
-    end += kAround;
-    const double from = begin > 1 ? placeOfPoint(begin) : 0;
-    const double to = end < piece.count - 1 ? placeOfPoint(end) : 1;
-    if (!(from < to)) {
-        add(piece, true);
-        return;
-    }
-    const int first = from > 0 ? begin : 0;
-    const int past = to < 1 ? end : piece.count;
-    if (from > 0)
-        add(part(piece, 0, from, piece.first, piece.first + first), false);
-    add(part(piece, from, to, (piece.first + first) % size,
-             (piece.first + first) % size + past - first),
-        true);
-    if (to < 1)
-        add(part(piece, to, 1, (piece.first + past) % size,
-                 (piece.first + past) % size + piece.count - past),
-            false);
+    if (at < 1)
+        addTo(1, piece.count, at == 0);
 }
 
 } // namespace
+
+double Meeting::from() const
+{
+    double least = 1;
+    for (const Stretch &stretch : stretches)
+        least = std::min(least, stretch.from);
+    return least;
+}
+
+double Meeting::to() const
+{
+    double most = 0;
+    for (const Stretch &stretch : stretches)
+        most = std::max(most, stretch.to);
+    return most;
+}
+
+void Meeting::add(double from, double to)
+{
+    if (!stretches.empty() && from <= stretches.back().to && stretches.back().from <= to) {
+        stretches.back().from = std::min(stretches.back().from, from);
+        stretches.back().to = std::max(stretches.back().to, to);
+    } else {
+        stretches.push_back({ from, to });
+    }
+}
 
 PiecePlaces::PiecePlaces(const fit::Path &path) : own(path)
 {
@@ -270,13 +362,32 @@ void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<
             const bool isBefore = isOwn && (k == i + 1 || (isClosed && k == (i + 1) % count));
             for (const Chord &chord : chordsOf(other.path().pieces[i])) {
                 for (const Chord &one : chords) {
-                    if (isNext || isBefore)
-                        addCrossing(one, chord, isNext ? pieces[k].end : pieces[k].start,
-                                    &(*meetings)[k]);
-                    else
-                        addMeeting(one, chord, &(*meetings)[k]);
+                    const Common common = isNext || isBefore
+                        ? crossed(one, chord, isNext ? pieces[k].end : pieces[k].start)
+                        : commonOf(one, chord);
+                    add(one, common, &(*meetings)[k]);
                 }
             }
+        }
+    }
+}
+
+void spreadMeetings(const fit::Path &path, bool soft, int steps, std::vector<Meeting> *meetings)
+{
+    const std::size_t count = path.pieces.size();
+    for (int step = 0; step < steps; ++step) {
+        const std::vector<Meeting> before = *meetings;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (before[k].isNone())
+                continue;
+            const fit::Piece &piece = path.pieces[k];
+            const bool isShort = !isWorthCutting(piece, soft);
+            if ((k + 1 < count || path.closed)
+                && (isShort || (1 - before[k].to()) * piece.count <= aroundOf(soft)))
+                (*meetings)[(k + 1) % count].add(0, 0);
+            if ((k > 0 || path.closed)
+                && (isShort || before[k].from() * piece.count <= aroundOf(soft)))
+                (*meetings)[(k + count - 1) % count].add(1, 1);
         }
     }
 }
@@ -294,8 +405,8 @@ std::vector<char> cutAround(const std::vector<Meeting> &meetings, const ChainPoi
         beside.resize(pieces.size(), 0);
         if (meetings[k].isNone())
             continue;
-        beside[before] = char(beside[before] | (meetings[k].from < kAtJoint ? 1 : 0));
-        beside.back() = char(beside.back() | (meetings[k].to > 1 - kAtJoint ? 2 : 0));
+        beside[before] = char(beside[before] | (meetings[k].from() < kAtJoint ? 1 : 0));
+        beside.back() = char(beside.back() | (meetings[k].to() > 1 - kAtJoint ? 2 : 0));
     }
     const std::size_t count = pieces.size();
     for (std::size_t k = 0; k < count; ++k) {

@@ -15,13 +15,27 @@
 
 namespace ztrace {
 
-// Of a piece, 0 to 1; where `from` is larger than `to` it meets nothing.
-struct Meeting
+// Where a piece, 0 to 1, meets something: stretches of it, in any order. Apart, since a side that
+// meets something at either end may be right in between.
+class Meeting
 {
-    double from = 1;
-    double to = 0;
+public:
+    struct Stretch
+    {
+        double from;
+        double to;
+    };
 
-    bool isNone() const { return from > to; }
+    bool isNone() const { return stretches.empty(); }
+    // Where the first one begins and the last one ends; 1 and 0 where there is none.
+    double from() const;
+    double to() const;
+    const std::vector<Stretch> &all() const { return stretches; }
+
+    void add(double from, double to);
+
+private:
+    std::vector<Stretch> stretches;
 };
 
 // Where the pieces of a path lie, so that those near to a place are found without a look at all: a
@@ -51,7 +65,12 @@ private:
 // where they cross away from their joint.
 void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<Meeting> *meetings);
 
-// Cuts lines and arcs some pixels to both sides of their meetings. Returns which of the pieces of
+// Widens meetings that reach the end of a piece over the joint, so many pieces far: what was fitted
+// again between the same ends may have to go where these are in the way. What is long enough to be
+// cut is met at its end alone.
+void spreadMeetings(const fit::Path &path, bool soft, int steps, std::vector<Meeting> *meetings);
+
+// Cuts lines and arcs some pixels to both sides of each meeting. Returns which of the pieces of
 // the path as it is then meet something, those beside a meeting at their joint included.
 std::vector<char> cutAround(const std::vector<Meeting> &meetings, const ChainPoints &points,
                             fit::Path *path);

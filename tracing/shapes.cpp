@@ -7,6 +7,7 @@
 #include "edgecolours.h"
 #include "equalchains.h"
 #include "meetings.h"
+#include "nodeplaces.h"
 #include "ordering.h"
 #include "smallloops.h"
 #include "turnedover.h"
@@ -26,15 +27,6 @@ namespace {
 // millisecond and four, where to start one takes less than a tenth.
 const std::size_t kCracksAtOnce = 256;
 const std::size_t kCracksAThread = 4096;
-const double kNodeLeavesOut = 1.6; // pixels around a node where three colours mix
-const double kNodeLooksAt = 7.0;   // pixels around a node that tell where it is
-const double kLeastOfLine = 3;     // points that tell a line there, and how far they may be off it:
-const double kBent = 0.15;         // pixels rms, of soft edges,
-const double kBentStairs = 0.4;    // and of hard ones
-const double kNodeAnchor = 0.05;   // weight of the lattice point beside that of a chain
-const double kRimAnchor = 0.002;   // likewise on the rim, where one line is enough
-const double kNodeReach = 0.75;    // pixels from there at most
-const double kRimReach = 0.45;     // likewise of nodes on the rim that would pass each other
 // A soft edge tells a hundredth of a pixel at best. Points of a staircase are off by 0.3: a tenth
 // says all that is in them and halves a page's file. With few outlines bytes do not matter.
 const double kPrecision = 0.01;
@@ -70,7 +62,7 @@ public:
                      [this](uint32_t chain) { points[chain] = pointsOf(chain); });
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
-        placeNodes();
+        places = placesOfNodes(map, points);
         small.assign(map.chains.size(), 0);
         forEachChain(chains, mostThreads, [this](uint32_t chain) { takePose(chain); });
         const EqualChains equal = equalChains(points, loops());
@@ -148,142 +140,6 @@ private:
             for (std::size_t k = begins[part]; k < begins[part + 1]; ++k)
                 work(chains[k]);
         });
-    }
-
-    // Where the chains that end in a node meet: least squares of the distances from their lines
-    // beside it. On the rim it stays on the rim, in corners of the plane where it is.
-    void placeNodes()
-    {
-        const int width = map.runs.width;
-        const int height = map.runs.height;
-        for (const Node &node : map.nodes) {
-            const bool upright = node.x == 0 || node.x == width;
-            const bool flat = node.y == 0 || node.y == height;
-            fit::Point p = { double(node.x), double(node.y) };
-            if (!(upright && flat))
-                p = meetingAt(node, p, !upright, !flat);
-            places.push_back(p);
-        }
-        for (int side : { 0, width })
-            orderAlongRim(&Node::x, side, &Node::y, height, &fit::Point::y);
-        for (int side : { 0, height })
-            orderAlongRim(&Node::y, side, &Node::x, width, &fit::Point::x);
-    }
-
-    // Nodes that would pass each other, or the end of the side, stay nearer to where they were.
-    void orderAlongRim(int Node::*across, int side, int Node::*along, int length,
-                       double fit::Point::*coordinate)
-    {
-        std::vector<std::size_t> nodes;
-        for (std::size_t k = 0; k < map.nodes.size(); ++k) {
-            if (map.nodes[k].*across == side)
-                nodes.push_back(k);
-        }
-        std::sort(nodes.begin(), nodes.end(), [&](std::size_t a, std::size_t b) {
-            return map.nodes[a].*along < map.nodes[b].*along;
-        });
-        const auto placeOf = [&](std::size_t i) { return places[nodes[i]].*coordinate; };
-        const double least = 1 - 2 * kRimReach;
-        std::vector<char> isNear(nodes.size(), 0);
-        for (bool moved = true; moved;) {
-            // All at once, so that it does not matter from which end one looks.
-            std::vector<char> passes = isNear;
-            for (std::size_t i = 0; i < nodes.size(); ++i) {
-                if ((i == 0 && placeOf(i) < 0) || (i + 1 == nodes.size() && placeOf(i) > length))
-                    passes[i] = 1;
-                if (i > 0 && placeOf(i) - placeOf(i - 1) < 0.999 * least)
-                    passes[i - 1] = passes[i] = 1;
-            }
-            moved = passes != isNear;
-            isNear.swap(passes);
-            for (std::size_t i = 0; i < nodes.size(); ++i) {
-                const double lattice = map.nodes[nodes[i]].*along;
-                double &place = places[nodes[i]].*coordinate;
-                if (isNear[i])
-                    place = std::min(lattice + kRimReach, std::max(lattice - kRimReach, place));
-            }
-        }
-    }
-
-    fit::Point meetingAt(const Node &node, fit::Point lattice, bool movesInX, bool movesInY) const
-    {
-        double xx = kNodeAnchor, xy = 0, yy = kNodeAnchor, x = 0, y = 0;
-        for (uint32_t reference : node.leaving) {
-            fit::Point normal, on;
-            if (reference == kNoReference || isOnRim(map.chains[chainOf(reference)])
-                || !lineBeside(reference, lattice, &normal, &on))
-                continue;
-            const double d = dot(normal, on - lattice);
-            xx += normal.x * normal.x;
-            xy += normal.x * normal.y;
-            yy += normal.y * normal.y;
-            x += normal.x * d;
-            y += normal.y * d;
-        }
-        fit::Point move = { 0, 0 };
-        if (movesInX && movesInY) {
-            const double determinant = xx * yy - xy * xy;
-            move = { (x * yy - y * xy) / determinant, (y * xx - x * xy) / determinant };
-        } else if (movesInX) {
-            move.x = x / (xx - kNodeAnchor + kRimAnchor);
-        } else {
-            move.y = y / (yy - kNodeAnchor + kRimAnchor);
-        }
-        const double length = std::sqrt(dot(move, move));
-        return onGrid(lattice + (length > kNodeReach ? kNodeReach / length : 1.0) * move,
-                      kPointGrid);
-    }
-
-    // The line of the points of a chain that are near its begin; false where too few are, or where
-    // it does not lead to the node. Nearer ones alone where they bend, as before a corner: a line
-    // across it would put the node beside the chain.
-    bool lineBeside(uint32_t reference, fit::Point lattice, fit::Point *normal,
-                    fit::Point *on) const
-    {
-        const ChainPoints &p = points[chainOf(reference)];
-        const double most = p.isSoft() ? kBent : kBentStairs;
-        for (double reach : { kNodeLooksAt, 0.7 * kNodeLooksAt, 0.5 * kNodeLooksAt }) {
-            double rms = 0;
-            if (!lineWithin(p, isReversed(reference), lattice, reach, normal, on, &rms))
-                return false;
-            if (rms <= most)
-                return std::fabs(dot(*normal, *on - lattice)) <= kNodeReach;
-        }
-        return false;
-    }
-
-    // Of at least three points between kNodeLeavesOut and `reach` pixels from the lattice point.
-    static bool lineWithin(const ChainPoints &p, bool reversed, fit::Point lattice, double reach,
-                           fit::Point *normal, fit::Point *on, double *rms)
-    {
-        const std::size_t count = p.x.size();
-        double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0, syy = 0;
-        for (std::size_t k = 0; k < count; ++k) {
-            const std::size_t i = reversed ? count - 1 - k : k;
-            const fit::Point d = fit::Point { p.x[i], p.y[i] } - lattice;
-            const double distance = std::sqrt(dot(d, d));
-            if (distance > reach)
-                break;
-            if (distance < kNodeLeavesOut)
-                continue;
-            n += 1;
-            sx += d.x;
-            sy += d.y;
-            sxx += d.x * d.x;
-            sxy += d.x * d.y;
-            syy += d.y * d.y;
-        }
-        if (n < kLeastOfLine)
-            return false;
-        const fit::Point mean = { sx / n, sy / n };
-        const double xx = sxx / n - mean.x * mean.x;
-        const double xy = sxy / n - mean.x * mean.y;
-        const double yy = syy / n - mean.y * mean.y;
-        const double angle = 0.5 * std::atan2(2 * xy, xx - yy);
-        *normal = { -std::sin(angle), std::cos(angle) };
-        *on = lattice + mean;
-        *rms = std::sqrt(std::max(0.0, 0.5 * (xx + yy) - std::hypot(0.5 * (xx - yy), xy)));
-        return true;
     }
 
     std::vector<char> loops() const
@@ -402,10 +258,10 @@ private:
         const std::vector<fit::Piece> &pieces = paths[number].pieces;
         const std::vector<Meeting> &met = meetings.at(number);
         if (both || pieces.empty()
-            || met.front().from * std::max(1, pieces.front().count) < kNearNode)
+            || met.front().from() * std::max(1, pieces.front().count) < kNearNode)
             putBack(chain.startNode, changed);
         if (both || pieces.empty()
-            || (1 - met.back().to) * std::max(1, pieces.back().count) < kNearNode)
+            || (1 - met.back().to()) * std::max(1, pieces.back().count) < kNearNode)
             putBack(chain.endNode, changed);
     }
 
@@ -443,6 +299,8 @@ private:
         const Pose &pose = poses[number];
         const ChainPoints posed = intoPose(pose, p);
         const auto met = meetings.find(number);
+        if (met != meetings.end())
+            spreadMeetings(path, p.isSoft(), times - kCloserTimes - 1, &met->second);
         const bool closer = last || met != meetings.end();
         const std::vector<char> again
             = closer && !last ? cutAround(met->second, p, &path) : std::vector<char>();

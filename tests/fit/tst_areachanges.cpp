@@ -73,7 +73,7 @@ void addChanges(const Piece &piece, AreaChange::Way way, const Coverage &coverag
                 std::vector<double> *sum)
 {
     std::vector<AreaChange> changes;
-    AreaChanges(piece, coverage, way == AreaChange::Bend, &changes);
+    AreaChanges(piece, coverage, way >= AreaChange::Bend, &changes);
     for (const AreaChange &change : changes)
         (*sum)[change.pixel] += change.by[way];
 }
@@ -104,6 +104,7 @@ private slots:
     void jointsMove();
     void arcsBend_data();
     void arcsBend();
+    void controlsMove();
     void pixelsThatDoNotCountHaveNone();
 };
 
@@ -178,6 +179,32 @@ void tst_AreaChanges::arcsBend()
     QVERIFY(largest(truth) > 1);
     QVERIFY2(farthest(changes, truth) < most,
              qPrintable(QString("%1 of %2").arg(farthest(changes, truth)).arg(largest(truth))));
+}
+
+void tst_AreaChanges::controlsMove()
+{
+    const Point a = { 6.31, 5.17 };
+    const Point b = { 19.73, 8.42 };
+    const Point c = { 10.86, 17.59 };
+    const Piece sides[]
+        = { quadraticPiece(a, { 14.2, 2.9 }, b), cubicPiece(a, { 9.4, 2.6 }, { 16.1, 13.3 }, b) };
+    const Coverage coverage = window(21, 20);
+    for (const Piece &side : sides) {
+        const std::vector<Piece> pieces = { side, linePiece(b, c), linePiece(c, a) };
+        for (int k = 0; k < (side.kind == Kind::Cubic ? 4 : 2); ++k) {
+            const Point by = k % 2 == 0 ? Point { 1, 0 } : Point { 0, 1 };
+            const std::vector<double> truth
+                = difference(pieces, coverage, [&](double step, std::vector<Piece> *moved) {
+                      Point &control = k < 2 ? (*moved)[0].control : (*moved)[0].control2;
+                      control = control + step * by;
+                  });
+            std::vector<double> changes(truth.size(), 0.0);
+            addChanges(side, AreaChange::Way(AreaChange::ControlX + k), coverage, &changes);
+            QVERIFY(largest(truth) > 0.05);
+            QVERIFY2(farthest(changes, truth) < kNearly,
+                     qPrintable(QString("control %1: %2").arg(k).arg(farthest(changes, truth))));
+        }
+    }
 }
 
 void tst_AreaChanges::pixelsThatDoNotCountHaveNone()

@@ -84,6 +84,7 @@ private slots:
     void detailsAreAdded();
     void countersHaveTwoCorners();
     void smoothJointsStaySmooth();
+    void curvesBend();
     void otherWayRound();
     void pixelsThatDoNotCount();
     void leavesWhatItCannotTell();
@@ -222,6 +223,29 @@ void tst_AreaFit::smoothJointsStaySmooth()
 }
 
 // The walk round a hole: what it has on its right is all else.
+// The controls of a cubic and a quadratic that are .3 px off, beside corners that are right.
+void tst_AreaFit::curvesBend()
+{
+    Path truth = {};
+    truth.closed = true;
+    truth.pieces = { cubicPiece({ 8.3, 30.1 }, { 6.9, 14.2 }, { 17.4, 7.8 }, { 24.6, 9.2 }),
+                     quadraticPiece({ 24.6, 9.2 }, { 33.5, 17.7 }, { 31.2, 31.6 }),
+                     linePiece({ 31.2, 31.6 }, { 8.3, 30.1 }) };
+    Path path = truth;
+    path.pieces[0].control = path.pieces[0].control + Point { 0.3, -0.2 };
+    path.pieces[0].control2 = path.pieces[0].control2 + Point { -0.2, 0.3 };
+    path.pieces[1].control = path.pieces[1].control + Point { 0.2, 0.3 };
+    const Coverage coverage = coverageOf(truth);
+    const Path better = fitToCoverage(path, coverage, kLambda, true);
+    QCOMPARE(better.pieces.size(), truth.pieces.size());
+    for (std::size_t k = 0; k < 2; ++k) {
+        for (double t : { 0.2, 0.4, 0.6, 0.8 }) {
+            const double off = distanceTo(truth.pieces[k], pointAt(better.pieces[k], t));
+            QVERIFY2(off < 0.03, qPrintable(QString("%1 at %2: %3").arg(k).arg(t).arg(off)));
+        }
+    }
+}
+
 void tst_AreaFit::otherWayRound()
 {
     Coverage coverage = coverageOf(closedPath(kFoot));

@@ -46,7 +46,7 @@ LIMITS = {
     },
     "glass": {
         "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 319
+        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
     },
     "map": {
         "colour": 0.922, "detail": 1.8, "regions": 0, "uncovered": 0.01,
@@ -90,7 +90,7 @@ LIMITS = {
     },
     "one-bit": {
         "colour": 2.591, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.609, "numbers": 1008
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.78, "numbers": 1008
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,

@@ -5,6 +5,7 @@
 #include "FitRig.h"
 
 #include "imaging/Picture.h"
+#include "tracing/chainfit.h"
 #include "tracing/meetings.h"
 #include "tracing/pipeline.h"
 #include "drawing/pieces.h"
@@ -111,6 +112,9 @@ private slots:
     void mendedWhereItCrosses();
     void cutAroundACrossing();
     void piecesThatFollowMeetAwayFromTheirJoint();
+    void bothEndsOfASideAreCut();
+    void meetingsGoOverJoints();
+    void mostOfALoopIsFittedAgain();
     void piecesNearAPlaceAreFound();
 };
 
@@ -294,8 +298,8 @@ void tst_ThinShapes::cutAroundACrossing()
     other.pieces = { fit::linePiece({ 20, 0 }, { 21, 20 }) };
     std::vector<Meeting> meetings(1);
     addMeetings(PiecePlaces(path), PiecePlaces(other), &meetings);
-    QVERIFY(std::fabs(meetings[0].from - 20.5 / 60) < 1e-9);
-    QVERIFY(std::fabs(meetings[0].to - 20.5 / 60) < 1e-9);
+    QVERIFY(std::fabs(meetings[0].from() - 20.5 / 60) < 1e-9);
+    QVERIFY(std::fabs(meetings[0].to() - 20.5 / 60) < 1e-9);
     const std::vector<char> meets = cutAround(meetings, points, &path);
     QCOMPARE(meets, (std::vector<char> { 0, 1, 0 }));
     QCOMPARE(path.pieces.size(), std::size_t(3));
@@ -324,9 +328,87 @@ void tst_ThinShapes::piecesThatFollowMeetAwayFromTheirJoint()
                     fit::arcPiece({ 10, 8 }, { 4, -2 }, 0.2) };
     std::vector<Meeting> meetings(3);
     addMeetings(PiecePlaces(path), PiecePlaces(path), &meetings);
-    QVERIFY(!meetings[0].isNone() && meetings[0].from > 0.3 && meetings[0].to < 0.8);
+    QVERIFY(!meetings[0].isNone() && meetings[0].from() > 0.3 && meetings[0].to() < 0.8);
     QVERIFY(meetings[1].isNone());
     QVERIFY(!meetings[2].isNone());
+}
+
+void tst_ThinShapes::bothEndsOfASideAreCut()
+{
+    ChainPoints points;
+    for (int k = 0; k < 60; ++k) {
+        points.x.push_back(k + 0.5);
+        points.y.push_back(10);
+    }
+    fit::Path path = {};
+    path.pieces = { pieceOf(fit::linePiece({ 0, 10 }, { 60, 10 }), 0, 60) };
+    fit::Path other = {};
+    other.pieces = { fit::linePiece({ 2, 0 }, { 2, 20 }), fit::linePiece({ 2, 20 }, { 57, 20 }),
+                     fit::linePiece({ 57, 20 }, { 57, 0 }) };
+    std::vector<Meeting> meetings(1);
+    addMeetings(PiecePlaces(path), PiecePlaces(other), &meetings);
+    const std::vector<char> meets = cutAround(meetings, points, &path);
+    QCOMPARE(meets, (std::vector<char> { 1, 0, 1 }));
+    QVERIFY(path.pieces[1].start.x < 10 && path.pieces[1].end.x > 50);
+}
+
+void tst_ThinShapes::meetingsGoOverJoints()
+{
+    fit::Path path = {};
+    for (int k = 0; k < 4; ++k)
+        path.pieces.push_back(
+            pieceOf(fit::linePiece({ 20.0 * k, 0 }, { 20.0 * k + 20, 0 }), 20 * k, 20));
+    path.pieces[2].count = 3;
+    std::vector<Meeting> meetings(4);
+    meetings[2].add(0.4, 0.6);
+    spreadMeetings(path, false, 0, &meetings);
+    QVERIFY(meetings[1].isNone() && meetings[3].isNone());
+    spreadMeetings(path, false, 3, &meetings);
+    QVERIFY(meetings[0].isNone());
+    QCOMPARE(meetings[1].from(), 1.0);
+    QCOMPARE(meetings[3].to(), 0.0);
+}
+
+// The points of a letter of 16 px, of which more than half are to be fitted again: a stretch with
+// less than half of its points explained was taken for one that ends before it begins, and half of
+// the letter was gone.
+void tst_ThinShapes::mostOfALoopIsFittedAgain()
+{
+    const struct
+    {
+        double x;
+        double y;
+        double sigma;
+        uint32_t crack;
+    } measured[]
+        = { { 0.8068, -0.5, 0.0522, 1 },  { 1.373, -1.208, 0.05, 2 },   { 2.5, -1.755, 0.05, 4 },
+            { 3.5, -1.89, 0.05, 5 },      { 4.5, -1.896, 0.05, 6 },     { 5.454, -1.729, 0.05, 7 },
+            { 4.5, -1.104, 0.05, 10 },    { 3.5, -1.11, 0.05, 11 },     { 2.5, -0.7163, 0.05, 12 },
+            { 2.273, -0.5, 0.0522, 13 },  { 1.773, 0.5, 0.05, 14 },     { 2.5, 1.35, 0.05, 15 },
+            { 3.5, 1.35, 0.05, 16 },      { 4.5, 1.411, 0.05, 17 },     { 5.484, 1.636, 0.05, 19 },
+            { 6.41, 2.096, 0.05, 20 },    { 6.891, 2.594, 0.05, 21 },   { 7.278, 3.5, 0.05, 22 },
+            { 7.306, 4.5, 0.05, 23 },     { 7.074, 5.541, 0.05, 24 },   { 6.5, 6.067, 0.05, 25 },
+            { 5.792, 6.5, 0.0522, 26 },   { 5.426, 6.659, 0.05, 27 },   { 4.5, 6.816, 0.05, 28 },
+            { 3.5, 6.818, 0.05, 29 },     { 2.967, 6.5, 0.0522, 30 },   { 2.5, 6.282, 0.05, 31 },
+            { 1.633, 6.416, 0.05, 32 },   { 1.208, 6.5, 0.0522, 33 },   { 0.5553, 6.608, 0.05, 34 },
+            { -0.5, 6.606, 0.05, 35 },    { -0.7132, 6.299, 0.05, 36 }, { -0.5, 5.778, 0.05, 37 },
+            { -0.0155, 5.5, 0.0522, 38 }, { 0.2993, 4.5, 0.05, 39 },    { 0.3152, 3.5, 0.05, 40 },
+            { 0.3291, 2.49, 0.05, 41 },   { 0.8192, 1.5, 0.0901, 42 },  { 0.3922, 0.5, 0.05, 43 } };
+    ChainPoints points;
+    points.edge = fit::Edge::Soft;
+    for (const auto &point : measured) {
+        points.x.push_back(point.x);
+        points.y.push_back(point.y);
+        points.sigma.push_back(point.sigma);
+        points.crack.push_back(point.crack);
+    }
+    const fit::Path path = fitPoints(points, true);
+    for (std::size_t k = 0; k < points.x.size(); ++k) {
+        double nearest = 1e9;
+        for (const fit::Piece &piece : path.pieces)
+            nearest = std::min(nearest, distanceTo(piece, { points.x[k], points.y[k] }));
+        QVERIFY2(nearest < 1, qPrintable(QString("%1: %2").arg(int(k)).arg(nearest)));
+    }
 }
 
 // Against a look at all of them: short and long pieces, also beyond the plane.

@@ -1,0 +1,178 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+#include "nodeplaces.h"
+
+#include "walks.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ztrace {
+
+namespace {
+
+const double kNodeLooksAt = 7.0; // pixels around a node that tell where it is
+const double kLeastOfLine = 3;   // points that tell a line there, and how far they may be off it:
+const double kBent = 0.15;       // pixels rms, of soft edges,
+const double kBentStairs = 0.4;  // and of hard ones
+const double kNodeAnchor = 0.05; // weight of the lattice point beside that of a chain
+const double kRimAnchor = 0.002; // likewise on the rim, where one line is enough
+const double kNodeReach = 0.75;  // pixels from there at most
+const double kRimReach = 0.45;   // likewise of nodes on the rim that would pass each other
+
+class NodePlaces
+{
+public:
+    NodePlaces(const BoundaryMap &m, const std::vector<ChainPoints> &p) : map(m), points(p) { }
+
+    // Where the chains that end in a node meet: least squares of the distances from their lines
+    // beside it. On the rim it stays on the rim, in corners of the plane where it is.
+    std::vector<fit::Point> found()
+    {
+        const int width = map.runs.width;
+        const int height = map.runs.height;
+        for (const Node &node : map.nodes) {
+            const bool upright = node.x == 0 || node.x == width;
+            const bool flat = node.y == 0 || node.y == height;
+            fit::Point p = { double(node.x), double(node.y) };
+            if (!(upright && flat))
+                p = meetingAt(node, p, !upright, !flat);
+            places.push_back(p);
+        }
+        for (int side : { 0, width })
+            orderAlongRim(&Node::x, side, &Node::y, height, &fit::Point::y);
+        for (int side : { 0, height })
+            orderAlongRim(&Node::y, side, &Node::x, width, &fit::Point::x);
+        return places;
+    }
+
+private:
+    // Nodes that would pass each other, or the end of the side, stay nearer to where they were.
+    void orderAlongRim(int Node::*across, int side, int Node::*along, int length,
+                       double fit::Point::*coordinate)
+    {
+        std::vector<std::size_t> nodes;
+        for (std::size_t k = 0; k < map.nodes.size(); ++k) {
+            if (map.nodes[k].*across == side)
+                nodes.push_back(k);
+        }
+        std::sort(nodes.begin(), nodes.end(), [&](std::size_t a, std::size_t b) {
+            return map.nodes[a].*along < map.nodes[b].*along;
+        });
+        const auto placeOf = [&](std::size_t i) { return places[nodes[i]].*coordinate; };
+        const double least = 1 - 2 * kRimReach;
+        std::vector<char> isNear(nodes.size(), 0);
+        for (bool moved = true; moved;) {
+            // All at once, so that it does not matter from which end one looks.
+            std::vector<char> passes = isNear;
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                if ((i == 0 && placeOf(i) < 0) || (i + 1 == nodes.size() && placeOf(i) > length))
+                    passes[i] = 1;
+                if (i > 0 && placeOf(i) - placeOf(i - 1) < 0.999 * least)
+                    passes[i - 1] = passes[i] = 1;
+            }
+            moved = passes != isNear;
+            isNear.swap(passes);
+            for (std::size_t i = 0; i < nodes.size(); ++i) {
+                const double lattice = map.nodes[nodes[i]].*along;
+                double &place = places[nodes[i]].*coordinate;
+                if (isNear[i])
+                    place = std::min(lattice + kRimReach, std::max(lattice - kRimReach, place));
+            }
+        }
+    }
+
+    fit::Point meetingAt(const Node &node, fit::Point lattice, bool movesInX, bool movesInY) const
+    {
+        double xx = kNodeAnchor, xy = 0, yy = kNodeAnchor, x = 0, y = 0;
+        for (uint32_t reference : node.leaving) {
+            fit::Point normal, on;
+            if (reference == kNoReference || isOnRim(map.chains[chainOf(reference)])
+                || !lineBeside(reference, lattice, &normal, &on))
+                continue;
+            const double d = dot(normal, on - lattice);
+            xx += normal.x * normal.x;
+            xy += normal.x * normal.y;
+            yy += normal.y * normal.y;
+            x += normal.x * d;
+            y += normal.y * d;
+        }
+        fit::Point move = { 0, 0 };
+        if (movesInX && movesInY) {
+            const double determinant = xx * yy - xy * xy;
+            move = { (x * yy - y * xy) / determinant, (y * xx - x * xy) / determinant };
+        } else if (movesInX) {
+            move.x = x / (xx - kNodeAnchor + kRimAnchor);
+        } else {
+            move.y = y / (yy - kNodeAnchor + kRimAnchor);
+        }
+        const double length = std::sqrt(dot(move, move));
+        return onGrid(lattice + (length > kNodeReach ? kNodeReach / length : 1.0) * move,
+                      kPointGrid);
+    }
+
+    // The line of the points of a chain that are near its begin; false where too few are, or where
+    // it does not lead to the node. Nearer ones alone where they bend, as before a corner: a line
+    // across it would put the node beside the chain.
+    bool lineBeside(uint32_t reference, fit::Point lattice, fit::Point *normal,
+                    fit::Point *on) const
+    {
+        const ChainPoints &p = points[chainOf(reference)];
+        const double most = p.isSoft() ? kBent : kBentStairs;
+        for (double reach : { kNodeLooksAt, 0.7 * kNodeLooksAt, 0.5 * kNodeLooksAt }) {
+            double rms = 0;
+            if (!lineWithin(p, isReversed(reference), lattice, reach, normal, on, &rms))
+                return false;
+            if (rms <= most)
+                return std::fabs(dot(*normal, *on - lattice)) <= kNodeReach;
+        }
+        return false;
+    }
+
+    // Of at least three points between kNodeLeavesOut and `reach` pixels from the lattice point.
+    static bool lineWithin(const ChainPoints &p, bool reversed, fit::Point lattice, double reach,
+                           fit::Point *normal, fit::Point *on, double *rms)
+    {
+        const std::size_t count = p.x.size();
+        double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0, syy = 0;
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t i = reversed ? count - 1 - k : k;
+            const fit::Point d = fit::Point { p.x[i], p.y[i] } - lattice;
+            const double distance = std::sqrt(dot(d, d));
+            if (distance > reach)
+                break;
+            if (distance < kNodeLeavesOut)
+                continue;
+            n += 1;
+            sx += d.x;
+            sy += d.y;
+            sxx += d.x * d.x;
+            sxy += d.x * d.y;
+            syy += d.y * d.y;
+        }
+        if (n < kLeastOfLine)
+            return false;
+        const fit::Point mean = { sx / n, sy / n };
+        const double xx = sxx / n - mean.x * mean.x;
+        const double xy = sxy / n - mean.x * mean.y;
+        const double yy = syy / n - mean.y * mean.y;
+        const double angle = 0.5 * std::atan2(2 * xy, xx - yy);
+        *normal = { -std::sin(angle), std::cos(angle) };
+        *on = lattice + mean;
+        *rms = std::sqrt(std::max(0.0, 0.5 * (xx + yy) - std::hypot(0.5 * (xx - yy), xy)));
+        return true;
+    }
+
+    const BoundaryMap &map;
+    const std::vector<ChainPoints> &points;
+    std::vector<fit::Point> places;
+};
+
+} // namespace
+
+std::vector<fit::Point> placesOfNodes(const BoundaryMap &map,
+                                      const std::vector<ChainPoints> &points)
+{
+    return NodePlaces(map, points).found();
+}
+
+} // namespace ztrace
