@@ -2,6 +2,7 @@
 #include "strokes/strokes.h"
 
 #include "strokes/bridges.h"
+#include "strokes/cusps.h"
 #include "strokes/dashes.h"
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
@@ -205,6 +206,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
+    takeCusps(&web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
