@@ -10,6 +10,7 @@
 #include "strokes/dottedlines.h"
 #include "strokes/ends.h"
 #include "strokes/explained.h"
+#include "strokes/fillets.h"
 #include "strokes/hatchfill.h"
 #include "strokes/joining.h"
 #include "strokes/letterforms.h"
@@ -210,6 +211,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
+    if (!page.isNoisy)
+        takeFillets(coverage, measure, &web);
     if (page.isNoisy)
         drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)
