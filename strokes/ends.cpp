@@ -47,7 +47,15 @@ const int kInsideSteps = 4;       // places up to a width before an end that tel
 const double kLeastInside = 0.25; // coverage; less is no ink to compare with
 const double kPaperBeside = 2.0;  // pixels from the edges of a line to what is not its own
 const double kMostDots = 40.0;    // pixels that dots ahead of a line are followed for
-const double kDotAside = 0.7;     // pixels that a dot of a broken line may lie beside its middle
+// Pixels from the edges of a line to where paper makes it alone, and coverage that is paper there.
+const double kAloneBeside = 1.5;
+const double kAlonePaper = 0.4;
+const double kDotAside = 0.7; // pixels that a dot of a broken line may lie beside its middle
+
+// Widths before an end that a line has to be alone to show the form of its ends: two arcs of eight
+// widths' radius that meet in a tip part there. A coil of one bit and greys had square ends put
+// back by half a width for its six tips.
+const double kTellingWidths = 3.0;
 
 // Beside a line at an end, that many pixels outwards.
 Point besideEnd(const Atom &atom, int end, double pixels, double beside)
@@ -204,6 +212,24 @@ double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap)
             last = s;
     }
     return last;
+}
+
+bool isAlone(const Coverage &coverage, const Atom &atom, int end, double ahead)
+{
+    const double beside = 0.5 * atom.width + kAloneBeside;
+    return coverage.at(besideEnd(atom, end, ahead, beside)) < kAlonePaper
+        && coverage.at(besideEnd(atom, end, ahead, -beside)) < kAlonePaper;
+}
+
+bool isAloneUpTo(const Coverage &coverage, const Atom &atom, int end)
+{
+    const double step = 0.25 * atom.width;
+    const double back = std::min(kTellingWidths * atom.width, 0.5 * double(atom.samples.size()));
+    for (double s = -back; s <= 0.5 * atom.width; s += step) {
+        if (!isAlone(coverage, atom, end, s))
+            return false;
+    }
+    return true;
 }
 
 EndForm formOfEnds(const std::vector<FreeEnd> &ends, const std::vector<double> &widths, bool hard,

@@ -28,6 +28,13 @@ double lastInk(const Coverage &coverage, const Atom &atom, int end, double gap);
 // gaps of so many; about `most` at most.
 double inkAhead(const Coverage &coverage, const Atom &atom, int end, double most, double gap);
 
+// Whether there is paper on both sides of a line, that many pixels beyond its last cross-section.
+bool isAlone(const Coverage &coverage, const Atom &atom, int end, double ahead);
+
+// Whether there is from some widths before an end up to it: what other ink runs into shows that
+// ink's form.
+bool isAloneUpTo(const Coverage &coverage, const Atom &atom, int end);
+
 // What most free ends of a drawing are like. The ink of round ones goes on by half a width beyond
 // the line's own end; where noise hides the form, `part` of that is taken, so that no end is off by
 // more than the rest of it.

@@ -4,6 +4,7 @@
 #include "strokes/connections.h"
 #include "strokes/ellipses.h"
 #include "strokes/ends.h"
+#include "strokes/touches.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,14 +19,6 @@ const double kCrossing = 0.2; // sine of the least angle at which carriers are c
 const double kCrossingOfLines = 0.03; // the same of two lines, which may meet far away
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
-// Pixels of a circle that a line cuts off and no tangent does whose fit is not exact: sigmas of the
-// cross-sections, at least, and at most.
-const double kCutOffSigmas = 1.5;
-const double kLeastCutOff = 0.05;
-const double kCutOff = 0.12;
-// In black and white a line that keeps within a row of pixels lies up to half a pixel off, and one
-// of some steps that much less.
-const double kStepError = 0.55;
 // A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
 // part of the way from there to the break of their cross-sections. Steps of
 // black and white tell nothing about the break.
@@ -45,6 +38,7 @@ const double kBreakPixels = 6.0;
 const double kMeetingReach = 2.0; // pixels around a joint's ink in which its lines may meet
 // Dots right ahead of a thin line are of it, in parts of what noise takes in one place.
 const double kDotsApart = 3.0;
+const double kTipWidths = 2.0; // widths beyond a shared tip that its ink is followed for
 const double kBackwards = 3.0; // pixels that an end may lie before its last cross-section
 const double kMeetsAll = 1.5;  // pixels from a common place that its carriers may pass by
 
@@ -66,7 +60,7 @@ class Settler
 {
 public:
     Settler(const Coverage &c, const Measure &m, Web *w)
-        : coverage(c), measure(m), sigma(m.sigma), hard(m.hard), web(*w)
+        : coverage(c), measure(m), hard(m.hard), web(*w)
     { }
 
     bool settle()
@@ -124,8 +118,22 @@ private:
                 endOnThrough(end, through, at);
         } else if (ends.size() == 1) {
             free.push_back(ends[0]);
+        } else if (at.kind == JointKind::Tip) {
+            endInTip(ends, at);
         } else {
             meetAll(ends, at);
+        }
+    }
+
+    // What shares a tip turns around there, which leaves it round whatever the pen's ends are.
+    void endInTip(const std::vector<AtomEnd> &ends, const Joint &at)
+    {
+        for (const AtomEnd &end : ends) {
+            Atom &ending = atom(end);
+            const double most
+                = distanceBetween(lastSample(end), at.place) + kTipWidths * ending.width;
+            const double ink = inkAhead(coverage, ending, end.end, most, 0.0);
+            ending.place[end.end] = alongCarrier(ending, end.end, ink - 0.5 * ending.width);
         }
     }
 
@@ -216,36 +224,9 @@ private:
         return false;
     }
 
-    // Pixels that a line may lie off where it was drawn.
-    double errorOf(const Atom &line) const
-    {
-        const double fitted = std::clamp(kCutOffSigmas * sigma, kLeastCutOff, kCutOff);
-        if (!hard)
-            return fitted;
-        const Point along = line.samples.back().centre - line.samples.front().centre;
-        const double steps = std::min(std::fabs(along.x), std::fabs(along.y));
-        return std::max(fitted, kStepError / (1.0 + steps));
-    }
-
-    // Whether a line cuts off more of a circle than a tangent does whose fit is not exact.
-    bool cutsInto(const Atom &a, const Atom &b, const fit::Primitive &ofB) const
-    {
-        if (a.carrier.arc == ofB.arc)
-            return false;
-        const fit::Primitive &line = a.carrier.arc ? ofB : a.carrier;
-        const fit::Primitive &circle = a.carrier.arc ? a.carrier : ofB;
-        return circle.radius - std::fabs(line.distance(circle.point))
-            > errorOf(a.carrier.arc ? b : a);
-    }
-
-    // Pixels from a joint that a tangent's foot may be: a line that lies off a little leaves its
-    // arc that far from there.
     double touchReach(const Atom &a, const Atom &b, const fit::Primitive &ofB) const
     {
-        if (a.carrier.arc == ofB.arc)
-            return 0.0;
-        const double radius = a.carrier.arc ? a.carrier.radius : ofB.radius;
-        return std::sqrt(2 * radius * errorOf(a.carrier.arc ? b : a)) + kMeetingReach;
+        return a.carrier.arc == ofB.arc ? 0.0 : footReach(a, b, ofB, measure) + kMeetingReach;
     }
 
     // Whether the circles of an end and of another arc touch each other near a joint, but for the
@@ -283,7 +264,7 @@ private:
         const bool lines = !a.arc && !b.arc;
         if (touchesRound(end, other, b, at, result))
             return true;
-        if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(own, other, b)) {
+        if (sine > (lines ? kCrossingOfLines : kCrossing) || cutsInto(own, other, b, measure)) {
             const Crossings crossings = crossingsOf(a, b);
             double nearest = lines ? std::max(kFarthestMeeting, reach) : reach;
             bool found = false;
@@ -359,7 +340,7 @@ private:
             return false;
         double alone = 0.0;
         for (double s = start + 0.5 * kStubStep; s < ink; s += kStubStep)
-            alone += isAlone(ending, end.end, s) ? kStubStep : 0.0;
+            alone += isAlone(coverage, ending, end.end, s) ? kStubStep : 0.0;
         if (alone < kStubAlone)
             return false;
         seenBeyond[keyOf(end)] = ink;
@@ -369,16 +350,6 @@ private:
     static std::size_t keyOf(const AtomEnd &end)
     {
         return 2 * std::size_t(end.atom) + std::size_t(end.end);
-    }
-
-    // Whether there is paper on both sides of a line, that many pixels beyond its end.
-    bool isAlone(const Atom &ending, int end, double ahead) const
-    {
-        const Point p = alongCarrier(ending, end, ahead);
-        const Point q = alongCarrier(ending, end, ahead + 0.5);
-        const Point normal = 2.0 * Point { p.y - q.y, q.x - p.x };
-        const double beside = 0.5 * ending.width + 1.5;
-        return coverage.at(p + beside * normal) < 0.4 && coverage.at(p - beside * normal) < 0.4;
     }
 
     void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
@@ -536,6 +507,26 @@ private:
         return true;
     }
 
+    // Corners that did not meet have a form of their own.
+    bool isTip(const AtomEnd &end)
+    {
+        const int joint = atom(end).joint[end.end];
+        return joint < 0 || web.joints[std::size_t(joint)].kind == JointKind::Tip;
+    }
+
+    // Whether an end shows what form this pen's ends have: dashes are cut square whatever it is,
+    // and where other ink runs into the end, as in the tip between two turns of a coil, it is that
+    // ink's form.
+    bool tellsForm(const AtomEnd &end)
+    {
+        const Atom &ending = atom(end);
+        if (!isTip(end) || ending.dashing.type != DashType::None)
+            return false;
+        if (measure.taken > 0.0)
+            return true;
+        return isAloneUpTo(coverage, ending, end.end);
+    }
+
     bool settleFree()
     {
         meetFreely(false);
@@ -548,15 +539,15 @@ private:
         std::vector<double> widths;
         std::vector<FreeEnd> telling;
         std::vector<double> tellingWidths;
+        const bool anyWhole = std::any_of(free.begin(), free.end(),
+                                          [this](const AtomEnd &end) { return tellsForm(end); });
         for (const AtomEnd &end : free) {
             measured.push_back(freeEndOf(coverage, atom(end), end.end));
             widths.push_back(atom(end).width);
-            // Corners that did not meet have a form of their own.
-            const int joint = atom(end).joint[end.end];
-            if (joint >= 0 && web.joints[std::size_t(joint)].kind != JointKind::Tip)
-                continue;
-            telling.push_back(measured.back());
-            tellingWidths.push_back(widths.back());
+            if (isTip(end) && (!anyWhole || tellsForm(end))) {
+                telling.push_back(measured.back());
+                tellingWidths.push_back(widths.back());
+            }
         }
         const EndForm form = formOfEnds(telling, tellingWidths, hard, measure.taken > 0.0);
         for (std::size_t k = 0; k < free.size(); ++k) {
@@ -574,8 +565,7 @@ private:
 
     const Coverage &coverage;
     const Measure &measure;
-    const double sigma; // pixels, of a cross-section's centre
-    const bool hard;    // no values between ink and paper
+    const bool hard; // no values between ink and paper
     Web &web;
     std::vector<AtomEnd> free;
     std::vector<Atom> connections;

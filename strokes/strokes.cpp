@@ -2,6 +2,7 @@
 #include "strokes/strokes.h"
 
 #include "strokes/bridges.h"
+#include "strokes/cusps.h"
 #include "strokes/dashes.h"
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
@@ -9,6 +10,7 @@
 #include "strokes/dottedlines.h"
 #include "strokes/ends.h"
 #include "strokes/explained.h"
+#include "strokes/fillets.h"
 #include "strokes/hatchfill.h"
 #include "strokes/joining.h"
 #include "strokes/letterforms.h"
@@ -205,9 +207,12 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
+    takeCusps(&web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
+    if (!page.isNoisy)
+        takeFillets(coverage, measure, &web);
     if (page.isNoisy)
         drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)

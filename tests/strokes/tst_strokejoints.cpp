@@ -66,6 +66,10 @@ private slots:
     void anArcEndsWhereItTouchesItsLine();
     void turnsOfASpringMeetAtTheirTips_data();
     void turnsOfASpringMeetAtTheirTips();
+    void tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
+    void tipsOfTurnsThatCrossAreWhereTheInkEnds();
+    void dashesTellNoFormOfEnds_data();
+    void dashesTellNoFormOfEnds();
     void tangentsOfOneBitAreTangents();
     void aCutArcIsNoTangent();
     void cornersOfAZigzagAreNoArcs();
@@ -294,6 +298,63 @@ void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips()
             QVERIFY2(std::hypot(end.x - 100.3, end.y - y) < 2.0, listOf(drawing).c_str());
         }
     }
+}
+
+void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds_data()
+{
+    turnsOfASpringMeetAtTheirTips_data();
+}
+
+// Turns that are a little more than half circles cross twice in the ink that they share; it ends
+// where they do, and square ends of the lines beside them say nothing of that.
+void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds()
+{
+    QFETCH(bool, hard);
+    Sheet sheet(320, 560);
+    const double more = 0.09;
+    for (int k = 0; k < 4; ++k) {
+        const double x = 100.3 + 57.2 * std::sin(more);
+        sheet.arc({ x, 83.4 + 114 * k }, 57.2, -kPi / 2 - more, kPi + 2 * more, 6.7);
+    }
+    for (double x : { 220.4, 250.6, 280.8 })
+        sheet.bar({ x, 40.2 }, { x, 500.7 }, 6.7);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(countOf(drawing, Kind::Arc), 4);
+    QCOMPARE(countOf(drawing, Kind::Line), 3);
+    QVERIFY(!drawing.roundEnds);
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.piece.kind != Kind::Arc)
+            continue;
+        for (const Point &end : { stroke.piece.start, stroke.piece.end }) {
+            const double tip = std::round((end.y - 26.4) / 114);
+            const bool isOuter = tip < 0.5 || tip > 3.5; // round, as the ends of no bar are
+            const Point wanted = { 100.3, 26.4 + 114 * tip };
+            QVERIFY2(isOuter || std::hypot(end.x - wanted.x, end.y - wanted.y) < 2.0,
+                     listOf(drawing).c_str());
+        }
+    }
+}
+
+void tst_StrokeJoints::dashesTellNoFormOfEnds_data()
+{
+    turnsOfASpringMeetAtTheirTips_data();
+}
+
+// Dashes are cut square whatever form the ends of whole lines have.
+void tst_StrokeJoints::dashesTellNoFormOfEnds()
+{
+    QFETCH(bool, hard);
+    Sheet sheet(500, 260);
+    for (int row = 0; row < 4; ++row) {
+        for (int k = 0; k < 8; ++k) {
+            const double y = 40.3 + 30 * row;
+            sheet.bar({ 30.4 + 50 * k, y }, { 60.4 + 50 * k, y }, 6.7);
+        }
+    }
+    sheet.line({ 60.2, 200.4 }, { 400.7, 200.4 }, 6.7).line({ 60.2, 230.4 }, { 400.7, 230.4 }, 6.7);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(hasLine(drawing, { 60.2, 200.4 }, { 400.7, 200.4 }, 1.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 60.2, 230.4 }, { 400.7, 230.4 }, 1.0), listOf(drawing).c_str());
 }
 
 // A line that keeps within a row of pixels lies up to half a pixel off and cuts into its arc.
