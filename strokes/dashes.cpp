@@ -414,7 +414,8 @@ private:
     bool takeWorn(const Chain &chain)
     {
         const bool broken = isBroken(chain);
-        const double allowed = broken ? kBrokenGap : gaps.of(widthOf(chain));
+        const double width = widthOf(chain);
+        const double allowed = broken ? kBrokenGap : gapLimits(gaps, measure, width).of(width);
         const std::size_t count = chain.dashes.size();
         std::vector<bool> goesOn(count, false);
         for (std::size_t k = 0; k + 1 < count; ++k) {

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/breaks.h"
 #include "strokes/bridges.h"
 #include "strokes/dashes.h"
 #include "strokes/dashheir.h"
@@ -195,6 +196,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
+    measure.breaks = page.isNoisy && hasBreaks(coverage, measure, web);
     const Coverage bare(given, tones.ink, tones.paper);
     joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
                &web);
