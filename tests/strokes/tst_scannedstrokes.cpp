@@ -93,6 +93,7 @@ private slots:
     void aGapBesideALineStaysOne();
     void gapsAreBreaksWhereThePenLeavesSome_data();
     void gapsAreBreaksWhereThePenLeavesSome();
+    void dotsThatBlurSpreadsAreARow();
     void stubsBeyondSeveralLinesAreOfTheirLine();
     void dashesInNoiseAreNoWornLine();
     void specksAreDropped();
@@ -366,6 +367,21 @@ void tst_ScannedStrokes::gapsAreBreaksWhereThePenLeavesSome()
     QVERIFY2(hasLine(drawing, { 40, 300 }, { 360, 320 }, 2.0), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 200, 20 }, { 200, 88 }, 2.0) == !isWorn, listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 200, 20 }, { 200, 220 }, 2.0) == isWorn, listOf(drawing).c_str());
+}
+
+// As long as the gaps between them, from line to line across a third.
+void tst_ScannedStrokes::dotsThatBlurSpreadsAreARow()
+{
+    Sheet sheet(kSide, kSide);
+    for (int y = 40; y <= 355; y += 9)
+        sheet.disc({ 200.0, double(y) }, 2.0);
+    for (double y : { 40.0, 170.0, 355.0 })
+        sheet.line({ 40, y }, { 360, y }, 5);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 2, 14));
+    QVERIFY2(drawing.strokes.size() == 4, listOf(drawing).c_str());
+    QVERIFY(std::any_of(drawing.strokes.begin(), drawing.strokes.end(),
+                        [](const Stroke &stroke) { return stroke.dashing.type == DashType::Dot; }));
+    QVERIFY2(hasLine(drawing, { 200, 40 }, { 200, 355 }, 2.5), listOf(drawing).c_str());
 }
 
 // The squares between the lines are too small for cross-sections.
