@@ -3,6 +3,7 @@
 
 #include "strokes/breaks.h"
 #include "strokes/bridges.h"
+#include "strokes/corners.h"
 #include "strokes/dashes.h"
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
@@ -207,6 +208,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, 0, &web);
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
+    meetInCutCorners(coverage, &web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);
