@@ -29,7 +29,7 @@ public:
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &part = web.atoms[k];
             if (isPlain(part))
-                meetAround({ { int(k) }, part.joint[0], part.joint[1] });
+                meetAround({ { int(k) }, { part.joint[0], part.joint[1] } });
         }
         for (std::size_t j = 0; j < web.joints.size(); ++j) {
             const Meeting &meeting = web.meetings[j];
@@ -39,8 +39,7 @@ public:
             const AtomEnd other = meeting.ends[1];
             if (one.atom != other.atom && isPlain(atom(one)) && isPlain(atom(other)))
                 meetAround({ { one.atom, other.atom },
-                             atom(one).joint[1 - one.end],
-                             atom(other).joint[1 - other.end] });
+                             { atom(one).joint[1 - one.end], atom(other).joint[1 - other.end] } });
         }
     }
 
