@@ -180,7 +180,7 @@ private:
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
         Chain all = chain;
-        if (!gaps.worn && !chain.closed)
+        if ((!gaps.worn || dashing.type == DashType::Dot) && !chain.closed)
             extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
             extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
@@ -242,7 +242,9 @@ private:
                                   - std::max(run.from, std::min(edge, inner)));
             inDash += std::max(0.0, std::min(run.to, next.to) - std::max(run.from, next.from));
         }
-        return inDash > kSureDash * next.length() && inGap < kSureGap * std::fabs(inner - edge);
+        const double sureDash = gaps.worn ? kNextDash : kSureDash;
+        const double sureGap = gaps.worn ? kNextGap : kSureGap;
+        return inDash > sureDash * next.length() && inGap < sureGap * std::fabs(inner - edge);
     }
 
     // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as
@@ -414,7 +416,8 @@ private:
     bool takeWorn(const Chain &chain)
     {
         const bool broken = isBroken(chain);
-        const double allowed = broken ? kBrokenGap : gaps.of(widthOf(chain));
+        const double width = widthOf(chain);
+        const double allowed = broken ? kBrokenGap : gapLimits(gaps, measure, width).of(width);
         const std::size_t count = chain.dashes.size();
         std::vector<bool> goesOn(count, false);
         for (std::size_t k = 0; k + 1 < count; ++k) {

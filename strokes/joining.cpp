@@ -449,22 +449,22 @@ private:
         const double shorter
             = double(std::min(atom(a.atom).samples.size(), atom(b.atom).samples.size()));
         const bool isLetter = atom(a.atom).role == Role::Text || atom(b.atom).role == Role::Text;
-        const GapLimits &limits = isLetter ? kLetterGaps : gaps;
+        const GapLimits limits = isLetter ? kLetterGaps : gapLimits(gaps, measure, width);
         const double ofLong
             = !isLetter && measure.takenOf(width) > kMuchTaken ? limits.part : limits.ofLong;
         const double allowed
             = std::min(std::max(limits.of(width), std::min(ofLong * shorter, limits.longest)),
                        limits.part * shorter);
         const double gap = inkGap(carrier, from, to, start, angle, length, coverage);
-        return gap <= allowed && (gap <= kSeam || mayBeGap(a, b));
+        return gap <= allowed && (gap <= kSeam || mayBeGap(a, b, limits.worn));
     }
 
     // Whether paper between two ends may be a gap in one line, and not a space between two that end
     // where they meet something.
-    bool mayBeGap(AtomEnd a, AtomEnd b) const
+    bool mayBeGap(AtomEnd a, AtomEnd b, bool worn) const
     {
         const int met = int(meetsOthers(a)) + int(meetsOthers(b));
-        return met < (gaps.worn ? 2 : 1);
+        return met < (worn ? 2 : 1);
     }
 
     bool meetsOthers(AtomEnd end) const
@@ -518,7 +518,8 @@ private:
         const double gap = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x),
                                   turned < 0 ? -open : open, open * arc.carrier.radius, coverage);
         // Openings of letters are their form: what is 3 is not to become 8.
-        const GapLimits &limits = arc.role == Role::Text ? kLetterGaps : gaps;
+        const GapLimits limits
+            = arc.role == Role::Text ? kLetterGaps : gapLimits(gaps, measure, arc.width);
         if (gap <= limits.of(arc.width))
             makeCircle(number);
     }
@@ -534,6 +535,11 @@ private:
 GapLimits gapLimits(bool noisy)
 {
     return noisy ? kWornGaps : kCleanGaps;
+}
+
+GapLimits gapLimits(const GapLimits &page, const Measure &measure, double width)
+{
+    return measure.mayBreak(width) ? page : kCleanGaps;
 }
 
 Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints)

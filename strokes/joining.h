@@ -43,6 +43,9 @@ struct GapLimits
 };
 GapLimits gapLimits(bool noisy);
 
+// The same for lines of a width: those of clean pages where no ink may be missing.
+GapLimits gapLimits(const GapLimits &page, const Measure &measure, double width);
+
 Web webOf(std::vector<Atom> atoms, std::vector<Joint> joints);
 
 // Joins at every joint the pairs that one line or arc explains for less than two do, the pair that

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace ztrace::strokes {
 
@@ -12,10 +13,14 @@ namespace {
 const double kDashPart = 0.25;
 const double kGapPart = 0.35;
 const double kSlack = 1.5;
-const double kMostGapPart = 0.7;   // of gaps that are no gap of the pattern, at least so many are
-const double kOrder = 0.7;         // part of the dashes that keeps the order
-const double kLongRatio = 1.9;     // between the long and the short dashes of a chain
-const double kDotGap = 0.7;        // part of the gap that a dot is long at most
+const double kMostGapPart = 0.7; // of gaps that are no gap of the pattern, at least so many are
+const double kOrder = 0.7;       // part of the dashes that keeps the order
+const double kLongRatio = 1.9;   // between the long and the short dashes of a chain
+const double kDotGap = 0.7;      // part of the gap that a dot is long at most
+// The same of what is too short for a dash: blur and a threshold spread dots.
+const double kSpreadDotGap = 1.3;
+const double kSpreadOffBeat
+    = 0.06;                        // of the period: of worn lines bridges leave pieces at any place
 const double kDotWidths = 2.2;     // the same in widths of the line
 const double kLeastDash = 0.8;     // part of the gap that dashes are long at least
 const double kLeastWidths = 1.8;   // widths that a dash is long
@@ -38,7 +43,8 @@ const double kMostGapWidths = 14.0;
 const std::size_t kLeastDots = 6; // where lengths say nothing, places have to say more
 const double kOffBeat = 0.1;      // part of the period, and pixels, that dashes lie off the beat
 const double kOffBeatPixels = 0.7;
-const double kStretch = 0.15; // part that a pattern is stretched by to end with the last dash
+const double kJoinedPart = 0.5; // of the gap by which a dash is longer that something has joined
+const double kStretch = 0.15;   // part that a pattern is stretched by to end with the last dash
 
 double median(std::vector<double> values)
 {
@@ -110,9 +116,16 @@ bool isEven(const Row &row, double *dash)
         && partOf(single, row.dashes.size()) >= 0.6;
 }
 
-// How far the middles of dashes lie, root of mean square, from places a period apart.
-double offBeat(const std::vector<Run> &runs, double period)
+// How far the middles of dashes lie, root of mean square, from places a period apart. What another
+// line has joined to a dash has its middle anywhere, and the next would be counted from there.
+double offBeat(const std::vector<Run> &all, double dash, double period)
 {
+    std::vector<Run> runs;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(runs), [=](const Run &run) {
+        return run.length() < dash + kJoinedPart * (period - dash);
+    });
+    if (runs.empty())
+        return 0.0;
     double beat = 0.0;
     const double start = 0.5 * (runs[0].from + runs[0].to);
     double w = 0, k1 = 0, k2 = 0, t1 = 0, kt = 0, t2 = 0;
@@ -293,13 +306,16 @@ Dashing patternOf(const Row &row, const std::vector<Run> &dashes, double width, 
     const bool mayBeChain = isChain(row, mayHide, &chain) && chain.longDash > row.gap;
     const bool isSure = mayBeChain && (chain.certain || chain.shortDash < kDotWidths * width + 1.0);
     if (!isSure && isEven(row, &dash)) {
-        const bool isDot = dash <= kDotGap * row.gap && dash <= kDotWidths * width + 1.0;
+        const double mostOfGap = dash < kLeastWidths * width ? kSpreadDotGap : kDotGap;
+        const bool isDot = dash <= mostOfGap * row.gap && dash <= kDotWidths * width + 1.0;
         const bool fits = isDot ? row.dashes.size() >= kLeastDots && dash > kLeastDotWidths * width
                                 : canBeHidden(dash, row.gap, width);
         const double period = dash + row.gap;
         if (!fits
             || (dash < kShortWidths * width
-                && offBeat(dashes, period) > kOffBeat * period + kOffBeatPixels))
+                && offBeat(dashes, dash, period) > kOffBeat * period + kOffBeatPixels)
+            || (isDot && dash > kDotGap * row.gap
+                && offBeat(dashes, dash, period) > kSpreadOffBeat * period))
             return dashing;
         dashing.type = isDot ? DashType::Dot : DashType::Hidden;
         dashing.pattern = { dash, row.gap };

@@ -211,7 +211,10 @@ private:
     }
 
     // Pixels that a worn pen may leave out of a line.
-    double breakOf(double width) const { return kBreakWidths * width + kBreakPixels; }
+    double breakOf(double width) const
+    {
+        return measure.mayBreak(width) ? kBreakWidths * width + kBreakPixels : 0.0;
+    }
 
     // Whether the line is seen again beyond a break, before it comes to an edge that far ahead.
     bool isSeenAgain(const AtomEnd &end, double edge)

@@ -36,8 +36,9 @@ struct Measure
     double slope = 0.5;
     double slack = 1.6;
     double leak = 0.02;
-    bool hard = false;  // the picture has no values between ink and paper
-    double taken = 0.0; // pixels that noise may have taken out of the thinnest lines in one place
+    bool hard = false;   // the picture has no values between ink and paper
+    double taken = 0.0;  // pixels that noise may have taken out of the thinnest lines in one place
+    bool breaks = false; // the pen has left breaks in its lines
     double weight() const { return 1.0 / (sigma * sigma); }
     // The same of lines of a width; of wide ones it takes nothing.
     double takenOf(double width) const
@@ -45,6 +46,8 @@ struct Measure
         return taken * std::clamp(kTakenNone - width, 0.0, kTakenNone - kTakenAll)
             / (kTakenNone - kTakenAll);
     }
+    // Whether ink may be missing in the middle of a line of a width.
+    bool mayBreak(double width) const { return breaks || takenOf(width) > 0.0; }
     double misfit(double chi2, double count) const
     {
         const double excess = chi2 - slack * count;

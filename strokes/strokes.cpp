@@ -1,7 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/breaks.h"
 #include "strokes/bridges.h"
+#include "strokes/corners.h"
 #include "strokes/cusps.h"
 #include "strokes/dashes.h"
 #include "strokes/dashheir.h"
@@ -197,6 +199,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
+    measure.breaks = page.isNoisy && hasBreaks(coverage, measure, web);
     const Coverage bare(given, tones.ink, tones.paper);
     joinDashes({ coverage, page.isNoisy && options.hard ? &bare : nullptr }, measure, gaps, dots,
                &web);
@@ -208,6 +211,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     takeRounds(coverage, measure, &web);
     joinAlongCarriers(coverage, measure, gaps, &web);
     takeCusps(&web);
+    meetInCutCorners(coverage, &web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleDashes(&web);

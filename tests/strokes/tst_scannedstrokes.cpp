@@ -91,6 +91,9 @@ private slots:
     void aWornLineIsOneStroke();
     void aBreakBesideACornerIsOfItsLine();
     void aGapBesideALineStaysOne();
+    void gapsAreBreaksWhereThePenLeavesSome_data();
+    void gapsAreBreaksWhereThePenLeavesSome();
+    void dotsThatBlurSpreadsAreARow();
     void stubsBeyondSeveralLinesAreOfTheirLine();
     void dashesInNoiseAreNoWornLine();
     void specksAreDropped();
@@ -341,6 +344,44 @@ void tst_ScannedStrokes::aGapBesideALineStaysOne()
     sheet.line({ 60, 340 }, { 340, 340 }, 5).line({ 340, 60 }, { 340, 340 }, 5);
     const StrokeDrawing drawing = drawn(scanned(sheet, 1, 18));
     QVERIFY2(hasLine(drawing, { 73, 200 }, { 340, 210 }, 2.0), listOf(drawing).c_str());
+}
+
+void tst_ScannedStrokes::gapsAreBreaksWhereThePenLeavesSome_data()
+{
+    QTest::addColumn<bool>("isWorn");
+    QTest::newRow("no line has a break") << false;
+    QTest::newRow("another line has one") << true;
+}
+
+// A bar that ends ten pixels before a line, and another one that begins there.
+void tst_ScannedStrokes::gapsAreBreaksWhereThePenLeavesSome()
+{
+    QFETCH(bool, isWorn);
+    Sheet sheet(kSide, kSide);
+    sheet.line({ 40, 300 }, { 360, 320 }, 6);
+    if (isWorn)
+        sheet.paper({ 150, 290 }, { 156, 330 });
+    sheet.line({ 40, 105 }, { 360, 105 }, 6);
+    sheet.line({ 200, 20 }, { 200, 88 }, 6).line({ 200, 105 }, { 200, 220 }, 6);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 1, 14));
+    QVERIFY2(hasLine(drawing, { 40, 300 }, { 360, 320 }, 2.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 200, 20 }, { 200, 88 }, 2.0) == !isWorn, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 200, 20 }, { 200, 220 }, 2.0) == isWorn, listOf(drawing).c_str());
+}
+
+// As long as the gaps between them, from line to line across a third.
+void tst_ScannedStrokes::dotsThatBlurSpreadsAreARow()
+{
+    Sheet sheet(kSide, kSide);
+    for (int y = 40; y <= 355; y += 9)
+        sheet.disc({ 200.0, double(y) }, 2.0);
+    for (double y : { 40.0, 170.0, 355.0 })
+        sheet.line({ 40, y }, { 360, y }, 5);
+    const StrokeDrawing drawing = drawn(scanned(sheet, 2, 14));
+    QVERIFY2(drawing.strokes.size() == 4, listOf(drawing).c_str());
+    QVERIFY(std::any_of(drawing.strokes.begin(), drawing.strokes.end(),
+                        [](const Stroke &stroke) { return stroke.dashing.type == DashType::Dot; }));
+    QVERIFY2(hasLine(drawing, { 200, 40 }, { 200, 355 }, 2.5), listOf(drawing).c_str());
 }
 
 // The squares between the lines are too small for cross-sections.

@@ -59,6 +59,9 @@ private slots:
     void pinsInARowAreOneObservation();
     void aSquareEndHasNoTail();
     void aMitredCornerIsWhereTheLinesMeet();
+    void aCornerThatALineCutsOffIsOne_data();
+    void aCornerThatALineCutsOffIsOne();
+    void aRoundedCornerThatALineCutsOffStays();
     void sidesOfSquaresAreNoDashes();
     void mullionsInAColumnAreNoDashes();
     void linesOfAScrewMeet_data();
@@ -195,6 +198,44 @@ void tst_StrokeJoints::aMitredCornerIsWhereTheLinesMeet()
             QVERIFY2(hasLine(drawing, corners[k], corners[(k + 1) % 4], 1.0),
                      listOf(drawing).c_str());
     }
+}
+
+void tst_StrokeJoints::aCornerThatALineCutsOffIsOne_data()
+{
+    QTest::addColumn<double>("width");
+    QTest::addColumn<double>("apart");
+    QTest::newRow("the hole is three pixels wide") << 8.0 << 19.0;
+    QTest::newRow("a thinner outline") << 5.0 << 22.0;
+    QTest::newRow("the cut is longer than the outline's side of it") << 6.0 << 24.0;
+}
+
+// The first line of a hatch, which leaves a hole in the corner of its outline.
+void tst_StrokeJoints::aCornerThatALineCutsOffIsOne()
+{
+    QFETCH(double, width);
+    QFETCH(double, apart);
+    Sheet sheet(260, 260);
+    sheet.line({ 50, 50.5 }, { 220, 50 }, width).line({ 50, 50.5 }, { 49, 220 }, width);
+    for (double way : { apart, apart + 40, apart + 80 })
+        sheet.line({ 50 + way, 50.5 }, { 50, 50.5 + way }, 4);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    blurred(&grey, 260, 260, 1.2);
+    const StrokeDrawing drawing = strokesOn(grey, 260, 260);
+    QVERIFY2(hasLine(drawing, { 50, 50.5 }, { 220, 50 }, 1.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 50, 50.5 }, { 49, 220 }, 1.0), listOf(drawing).c_str());
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+}
+
+void tst_StrokeJoints::aRoundedCornerThatALineCutsOffStays()
+{
+    Sheet sheet(260, 260);
+    sheet.line({ 70, 50 }, { 220, 50 }, 6).line({ 50, 70 }, { 50, 220 }, 6);
+    sheet.arc({ 70, 70 }, 20, kPi, kPi / 2, 6).line({ 90, 50 }, { 50, 90 }, 4);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    blurred(&grey, 260, 260, 1.2);
+    const StrokeDrawing drawing = strokesOn(grey, 260, 260);
+    QVERIFY2(countOf(drawing, Kind::Arc) == 1, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 90, 50 }, { 50, 90 }, 2.0), listOf(drawing).c_str());
 }
 
 void tst_StrokeJoints::sidesOfSquaresAreNoDashes()
