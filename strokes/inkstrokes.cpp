@@ -149,6 +149,10 @@ void takeInks(const InkAt &inkAt, StrokeDrawing *drawing)
             = inkAt((1.0 / 3.0) * (arrow.corner[0] + arrow.corner[1] + arrow.corner[2]));
         arrow.ink = ink == kNoInk ? 0 : ink;
     }
+    for (LineDot &dot : drawing->dots) {
+        const uint8_t ink = inkAt(dot.centre);
+        dot.ink = ink == kNoInk ? 0 : ink;
+    }
 }
 
 } // namespace ztrace::strokes

@@ -380,11 +380,20 @@ private:
         return (angle < 0 ? angle + 2 * kPi : angle) < std::fabs(turned);
     }
 
-    // Whether a short atom is nothing but what was left over of a long one beside a joint.
+    // Whether a short atom is nothing but what was left over of a long one beside a joint, or a
+    // piece of a line that others have been joined across.
     static bool isExplained(const Atom &part, const Atom &whole)
     {
-        return part.samples.size() < kLeftOver && 2 * part.samples.size() < whole.samples.size()
-            && isWithin(whole, endSample(part, 0)) && isWithin(whole, endSample(part, 1));
+        return 2 * part.samples.size() < whole.samples.size() && isWithin(whole, endSample(part, 0))
+            && isWithin(whole, endSample(part, 1))
+            && (part.samples.size() < kLeftOver || isPieceOf(part, whole));
+    }
+
+    static bool isPieceOf(const Atom &part, const Atom &whole)
+    {
+        return !whole.carrier.arc && !part.carrier.arc && isOnePen(part, whole)
+            && std::all_of(part.samples.begin(), part.samples.end(),
+                           [&](const Section &section) { return isWithin(whole, section.centre); });
     }
 
     void absorb(int whole, int part)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace::strokes {
 
@@ -14,6 +15,11 @@ namespace {
 const double kLineLengths = 6.0; // widths that a pen has drawn at least, all its lines together
 const double kLeastPart = 0.04;  // of the length of all lines that a pen has drawn
 const double kWithin = 0.75;     // widths that count as drawn by a pen of 1
+// The same from above: crossings of a pen's own lines have up to 1.41.
+const double kBeyondPen = 1.5;
+// Widths that a stretch of a pen reaches at least; more: short bars are solid; less: dots on lines,
+// which are that wide along half of their diameter, are a pen if there are many.
+const double kRunLength = 1.2;
 // Discs of ink reach by their radius and, in corners of solids, by 1.41 times it.
 const double kCorner = 1.45;
 // Pixels of the radius of a disc within a part of the ink that is no speck, where no pen is told.
@@ -66,27 +72,132 @@ Plane wholeParts(Plane *ink)
     return any ? solids : Plane();
 }
 
+// The stretches of the skeleton that are about as wide as a pen, through all nodes on their way.
+class PenRuns
+{
+public:
+    // `widest` is the largest distance of each branch.
+    PenRuns(const Graph &g, const Plane &d, const std::vector<uint8_t> &w)
+        : graph(g), distance(d), widest(w)
+    { }
+
+    // Cells of about the distance `value` in stretches that reach as far as `length`, pixels. A
+    // dot on a line, or a hub of lines, has each width in one place only.
+    std::size_t cellsAlongRuns(int value, double length) const
+    {
+        std::vector<Reach> reaches(graph.nodes.size());
+        std::vector<int> parent(graph.nodes.size());
+        std::iota(parent.begin(), parent.end(), 0);
+        std::size_t sum = 0;
+        for (std::size_t k = 0; k < graph.branches.size(); ++k) {
+            const Branch &branch = graph.branches[k];
+            if (!branch.alive || widest[k] <= kWithin * value)
+                continue;
+            Reach run;
+            bool fromStart = true;
+            for (std::size_t c = 0; c <= branch.cells.size(); ++c) {
+                if (c < branch.cells.size() && isOfPen(distance.cells[branch.cells[c]], value)) {
+                    run.take(distance.middleOf(branch.cells[c]));
+                    continue;
+                }
+                const bool toEnd = c == branch.cells.size();
+                if (run.cells > 0)
+                    sum += settle(run, fromStart ? branch.node[0] : -1, toEnd ? branch.node[1] : -1,
+                                  length, &reaches, &parent);
+                run = Reach();
+                fromStart = false;
+            }
+        }
+        for (std::size_t k = 0; k < reaches.size(); ++k) {
+            if (parent[k] == int(k) && reaches[k].length() >= length)
+                sum += reaches[k].cells;
+        }
+        return sum;
+    }
+
+private:
+    struct Reach
+    {
+        std::size_t cells = 0;
+        Point low = { 0, 0 };
+        Point high = { 0, 0 };
+
+        void take(Point p) { take({ 1, p, p }); }
+        void take(const Reach &other)
+        {
+            if (other.cells == 0)
+                return;
+            if (cells == 0)
+                *this = { 0, other.low, other.high };
+            cells += other.cells;
+            low = { std::min(low.x, other.low.x), std::min(low.y, other.low.y) };
+            high = { std::max(high.x, other.high.x), std::max(high.y, other.high.y) };
+        }
+        double length() const { return std::hypot(high.x - low.x, high.y - low.y); }
+    };
+
+    static bool isOfPen(int cell, int value)
+    {
+        return cell > kWithin * value && cell < kBeyondPen * value;
+    }
+
+    static int rootOf(int node, std::vector<int> *parent)
+    {
+        while ((*parent)[std::size_t(node)] != node)
+            node = (*parent)[std::size_t(node)]
+                = (*parent)[std::size_t((*parent)[std::size_t(node)])];
+        return node;
+    }
+
+    // Gives a stretch to the nodes it comes from and leads to, -1: none; returns its cells where
+    // it has none and is long enough by itself.
+    static std::size_t settle(const Reach &run, int from, int to, double length,
+                              std::vector<Reach> *reaches, std::vector<int> *parent)
+    {
+        if (from < 0 && to < 0)
+            return run.length() >= length ? run.cells : 0;
+        const int first = rootOf(from < 0 ? to : from, parent);
+        (*reaches)[std::size_t(first)].take(run);
+        const int second = rootOf(to < 0 ? from : to, parent);
+        if (second != first) {
+            (*parent)[std::size_t(second)] = first;
+            (*reaches)[std::size_t(first)].take((*reaches)[std::size_t(second)]);
+        }
+        return 0;
+    }
+
+    const Graph &graph;
+    const Plane &distance;
+    const std::vector<uint8_t> &widest;
+};
+
 } // namespace
 
 double widestPen(const Graph &graph, const Plane &distance)
 {
     std::array<std::size_t, 256> counts = {};
+    std::vector<uint8_t> widest(graph.branches.size(), uint8_t(0));
     std::size_t all = 0;
-    for (const Branch &branch : graph.branches) {
+    for (std::size_t k = 0; k < graph.branches.size(); ++k) {
+        const Branch &branch = graph.branches[k];
         if (!branch.alive)
             continue;
-        for (uint32_t cell : branch.cells)
+        for (uint32_t cell : branch.cells) {
             ++counts[distance.cells[cell]];
+            widest[k] = std::max(widest[k], distance.cells[cell]);
+        }
         all += branch.cells.size();
     }
+    const PenRuns runs(graph, distance, widest);
     std::size_t wider = 0; // cells of at least three quarters of the width
     int from = 255;
     for (int value = 255; value > 0; --value) {
         for (; from > kWithin * value; --from)
             wider += counts[std::size_t(from)];
         const double width = 2 * std::max(0.5, radiusOf(uint8_t(value)));
-        if (counts[std::size_t(value)] > 0
-            && double(wider) >= std::max(kLineLengths * width, kLeastPart * double(all)))
+        const double least = std::max(kLineLengths * width, kLeastPart * double(all));
+        if (counts[std::size_t(value)] > 0 && double(wider) >= least
+            && double(runs.cellsAlongRuns(value, kRunLength * width)) >= least)
             return width;
     }
     return 0.0;

@@ -17,6 +17,7 @@
 #include "strokes/joining.h"
 #include "strokes/letterforms.h"
 #include "strokes/lettering.h"
+#include "strokes/linedots.h"
 #include "strokes/meeting.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
@@ -222,8 +223,12 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     if (page.isNoisy)
         takeDips(coverage, &web);
     dropExplained(web.atoms, &drawing->solids);
+    const DotLimits dotLimits = { page.isNoisy, options.hard };
+    takeDiscs(coverage, dotLimits, &drawing->solids, &drawing->dots);
     drawing->arrows = takeArrows(coverage, measure, { drawing->roundEnds, page.isNoisy }, &web,
                                  &drawing->solids);
+    takeSmallDots(coverage, dotLimits, web.atoms, drawing->arrows, skeleton.cells,
+                  skeleton.distance, &drawing->dots);
     const std::vector<HatchFamily> hatches = takeHatches(&web);
     if (page.isNoisy)
         fillHatches(coverage, measure, hatches, &web);

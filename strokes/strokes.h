@@ -6,6 +6,7 @@
 #define ZTRACE_STROKES_STROKES_H
 
 #include "strokes/arrows.h"
+#include "strokes/linedots.h"
 
 namespace ztrace::strokes {
 
@@ -33,6 +34,7 @@ struct StrokeDrawing
     std::vector<Stroke> strokes;
     std::vector<Joint> joints;
     std::vector<Arrow> arrows; // solids at the ends of strokes whose role is Dimension
+    std::vector<LineDot> dots; // filled circles on lines
     std::vector<double> pens;  // widths in pixels, ascending
     bool roundEnds = true;
     Plane solids;              // 1 in the pixels of what is no line; of no size where there is none

@@ -55,19 +55,24 @@ Path ellipseOf(const fit::Piece &piece, int height)
     return path;
 }
 
+Path circleOf(fit::Point centre, double radius, int height)
+{
+    const fit::Point arm = { radius, 0 };
+    Path path;
+    path.moveTo(toDrawing(centre + arm, height));
+    path.arcTo(toDrawing(centre - arm, height), 1.0);
+    path.arcTo(toDrawing(centre + arm, height), 1.0);
+    return path;
+}
+
 // In the drawing y points up, so arcs turn the other way.
 Path pathOf(const fit::Piece &piece, int height)
 {
     Path path;
     if (piece.kind == fit::Kind::Ellipse)
         return ellipseOf(piece, height);
-    if (piece.kind == fit::Kind::Circle) {
-        const fit::Point arm = { piece.radius, 0 };
-        path.moveTo(toDrawing(piece.centre + arm, height));
-        path.arcTo(toDrawing(piece.centre - arm, height), 1.0);
-        path.arcTo(toDrawing(piece.centre + arm, height), 1.0);
-        return path;
-    }
+    if (piece.kind == fit::Kind::Circle)
+        return circleOf(piece.centre, piece.radius, height);
     path.moveTo(toDrawing(piece.start, height));
     if (piece.kind == fit::Kind::Arc)
         path.arcTo(toDrawing(piece.end, height), -piece.bulge);
@@ -229,6 +234,13 @@ void addStrokes(const strokes::StrokeDrawing &found, const PenInks &inks, double
             outline.shape.lineTo(toDrawing(arrow.corner[k], drawing->height));
         outline.colour = inks.colourOf(arrow.ink);
         outline.layer = QLatin1String(kDimensionLayer);
+        drawing->outlines.push_back(std::move(outline));
+    }
+    for (const strokes::LineDot &dot : found.dots) {
+        Outline outline;
+        outline.shape = circleOf(dot.centre, dot.radius, drawing->height);
+        outline.colour = inks.colourOf(dot.ink);
+        outline.layer = QLatin1String(kSolidLayer);
         drawing->outlines.push_back(std::move(outline));
     }
 }

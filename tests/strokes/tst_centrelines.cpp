@@ -23,6 +23,16 @@ bool isNear(Point a, Point b, double within)
 
 } // namespace
 
+namespace {
+
+std::size_t solidCells(const StrokeDrawing &drawing)
+{
+    const std::vector<uint8_t> &cells = drawing.solids.cells;
+    return std::size_t(std::count(cells.begin(), cells.end(), uint8_t(1)));
+}
+
+} // namespace
+
 class tst_CentreLines : public QObject
 {
     Q_OBJECT
@@ -51,6 +61,9 @@ private slots:
     void aHubOfLinesIsNoSolid_data();
     void aHubOfLinesIsNoSolid();
     void aDotOnAHubStays();
+    void dotsOnLinesAreCircles_data();
+    void dotsOnLinesAreCircles();
+    void cornersAndCrossingsAreNoDots();
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
     void manyShortStrokesAreHardlyDrawn();
@@ -318,9 +331,11 @@ void tst_CentreLines::aSolidDiscIsNoStroke()
     sheet.line({ 20, 100 }, { 280, 100 }, 4).line({ 150, 20 }, { 150, 180 }, 4);
     sheet.disc({ 150, 100 }, 25);
     const StrokeDrawing drawing = strokesOn(sheet);
-    QVERIFY(!drawing.solids.cells.empty());
-    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(150, 100)]), 1);
-    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(60, 100)]), 0);
+    QCOMPARE(drawing.strokes.size(), std::size_t(2));
+    QCOMPARE(drawing.dots.size(), std::size_t(1));
+    QVERIFY(std::fabs(drawing.dots[0].radius - 25) < 0.1);
+    QCOMPARE(std::count(drawing.solids.cells.begin(), drawing.solids.cells.end(), 1),
+             std::ptrdiff_t(0));
 }
 
 // Where no pen is told a square and a disc are solid, and a speck is nothing.
@@ -352,12 +367,6 @@ Sheet hub(Point middle)
     return sheet;
 }
 
-std::size_t solidCells(const StrokeDrawing &drawing)
-{
-    const std::vector<uint8_t> &cells = drawing.solids.cells;
-    return std::size_t(std::count(cells.begin(), cells.end(), uint8_t(1)));
-}
-
 } // namespace
 
 void tst_CentreLines::aHubOfLinesIsNoSolid_data()
@@ -383,6 +392,77 @@ void tst_CentreLines::aDotOnAHubStays()
     sheet.disc({ 160.2, 160.4 }, 13);
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(solidCells(drawing) > 400, qPrintable(QString::number(solidCells(drawing))));
+}
+
+void tst_CentreLines::dotsOnLinesAreCircles_data()
+{
+    QTest::addColumn<double>("radius");
+    QTest::addColumn<bool>("crossed");
+    QTest::addColumn<bool>("hard");
+    for (double radius : { 4.0, 5.5, 8.0, 14.0 }) {
+        for (bool crossed : { false, true }) {
+            if (crossed && radius < 5) // as good as covered by its lines
+                continue;
+            for (bool hard : { false, true })
+                QTest::addRow("%g px, %s, %s", radius, crossed ? "crossing" : "line",
+                              hard ? "hard" : "soft")
+                    << radius << crossed << hard;
+        }
+    }
+}
+
+// The connections of a circuit stay, small or large, and so many of them are no pen: the lines run
+// through, and each dot is the circle that it was drawn as.
+void tst_CentreLines::dotsOnLinesAreCircles()
+{
+    QFETCH(double, radius);
+    QFETCH(bool, crossed);
+    QFETCH(bool, hard);
+    Sheet sheet(500, 300);
+    std::vector<Point> places;
+    for (int row = 0; row < 2; ++row) {
+        const double y = 80.3 + 130 * row;
+        sheet.line({ 20, y }, { 480, y }, 2.6);
+        for (int k = 0; k < 5; ++k) {
+            const double x = 70.4 + 90.15 * k;
+            if (crossed)
+                sheet.line({ x, y - 50 }, { x, y + 50 }, 2.6);
+            places.push_back({ x, y });
+        }
+    }
+    for (const Point &place : places)
+        sheet.disc(place, radius);
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(drawing.strokes.size(), std::size_t(crossed ? 12 : 2));
+    QCOMPARE(drawing.dots.size(), places.size());
+    QCOMPARE(solidCells(drawing), std::size_t(0));
+    const double off = hard ? 0.35 : 0.12;
+    for (const Point &place : places) {
+        const bool isThere
+            = std::any_of(drawing.dots.begin(), drawing.dots.end(), [&](const LineDot &dot) {
+                  return std::hypot(dot.centre.x - place.x, dot.centre.y - place.y) < off
+                      && std::fabs(dot.radius - radius) < off;
+              });
+        QVERIFY2(isThere, qPrintable(QString("%1, %2").arg(place.x).arg(place.y)));
+    }
+}
+
+// Nothing is left of them that no line covers.
+void tst_CentreLines::cornersAndCrossingsAreNoDots()
+{
+    for (bool hard : { false, true }) {
+        Sheet sheet(500, 300);
+        for (int k = 0; k < 8; ++k) {
+            const double x = 40.3 + 55 * k;
+            const double rise = 5.0 * k;
+            sheet.line({ x, 60 }, { x + 40, 60 + rise }, 4)
+                .line({ x, 60 }, { x + 40, 60 - rise }, 4);
+            sheet.line({ x - 20, 200 }, { x + 20, 200 + rise }, 3);
+            sheet.line({ x - 20, 200 + rise }, { x + 20, 200 }, 5);
+        }
+        QCOMPARE(strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft).dots.size(),
+                 std::size_t(0));
+    }
 }
 
 void tst_CentreLines::oddPicturesGiveSomething_data()
