@@ -123,7 +123,7 @@ class Drawn(CommandTest):
             return (150 + int(80 * wave), 120 + int(60 * wave), 90 + int(50 * wave), 255)
 
         self.write("w.png", png(SIDE, SIDE, wavy))
-        self.assertIn(b"shading beside flat areas", self.run_program("w.png", "-o", "b.svg", "--stats").stdout)
+        self.assertIn(b"preset    photo (shad", self.run_program("w.png", "-o", "b.svg", "--stats").stdout)
 
         def stepped(x, y):  # as many colours, in flat areas
             return tuple(v - v % 16 for v in wavy(x - x % 8, y - y % 8)[:3]) + (255,)
