@@ -29,7 +29,7 @@ const double kStep = 0.5; // pixels along a line
 // Rays from the middle of a dot to its edge, the part of them that has to get there, lines being in
 // the way of the others, and pixels that its edge may be off a circle's. Squares of 8 px are .6
 // off.
-const int kRays = 64;
+const std::size_t kRays = 64;
 const double kLeastRays = 0.4;
 const double kLeastFitting = 0.7; // of those that get there: sides of arrow heads are no circle's
 const double kMostOffHard = 0.35; // steps of one bit
@@ -45,6 +45,9 @@ const double kLeastWidths = 2.2;
 // Pixels that its radius has more in noisy scans, where lines are in blots: 55 dots on one drawing
 // of four states without it.
 const double kNoisyMore = 2.0;
+
+// Half widths beside lettering: bars of letters shorter than wide are drawn with their neighbours.
+const double kBesideLetters = 2.0;
 
 // Cells hold half the width of the widest line there, in quarters of a pixel, or that:
 const uint8_t kOther = 255; // covered by lettering, an arrow head or a dot
@@ -98,18 +101,28 @@ LineDot circleThrough(const std::vector<Point> &points, Point middle)
 // it. Edges beside lines are none of its own and lie off the circle of the others.
 LineDot discAt(const Coverage &coverage, Point middle, double radius, double mostOff)
 {
-    std::vector<Point> edges;
-    for (int k = 0; k < kRays; ++k) {
-        const double angle = 2 * M_PI * k / kRays;
-        const Point way = { std::cos(angle), std::sin(angle) };
-        const double far = edgeAlong(coverage, middle, way, kFrom * radius, radius + kRimTo);
-        if (far > 0.0)
-            edges.push_back(middle + far * way);
+    std::vector<Point> ways;
+    std::vector<double> lengths;
+    for (std::size_t k = 0; k < kRays; ++k) {
+        const double angle = 2 * M_PI * double(k) / double(kRays);
+        ways.push_back({ std::cos(angle), std::sin(angle) });
+        lengths.push_back(
+            edgeAlong(coverage, middle, ways.back(), kFrom * radius, radius + kRimTo));
     }
-    if (edges.size() == std::size_t(kRays))
+    // Beside a line a ray sees that line's soft edge.
+    std::vector<Point> edges;
+    bool isFree = true;
+    for (std::size_t k = 0; k < kRays; ++k) {
+        const double before = lengths[(k + kRays - 1) % kRays];
+        const double after = lengths[(k + 1) % kRays];
+        isFree = isFree && lengths[k] > 0.0;
+        if (std::min({ before, lengths[k], after }) > 0.0)
+            edges.push_back(middle + lengths[k] * ways[k]);
+    }
+    if (isFree)
         return {};
     LineDot dot;
-    const double least = std::max(kLeastRays * kRays, kLeastFitting * double(edges.size()));
+    const double least = std::max(kLeastRays * double(kRays), kLeastFitting * double(edges.size()));
     for (bool isSettled = false; !isSettled;) {
         if (double(edges.size()) < least)
             return {};
@@ -153,7 +166,7 @@ public:
             const uint8_t mark = atom.role == Role::Text
                 ? kOther
                 : uint8_t(std::clamp(half / kDistanceUnit, 1.0, kOther - 1.0));
-            const double reach = half + kEdge;
+            const double reach = half + kEdge + (mark == kOther ? kBesideLetters * half : 0.0);
             if (atom.shape != Shape::Line) {
                 for (const Section &section : atom.samples)
                     coverAt(section.centre, reach, mark);

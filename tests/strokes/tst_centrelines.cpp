@@ -399,7 +399,7 @@ void tst_CentreLines::dotsOnLinesAreCircles_data()
     QTest::addColumn<double>("radius");
     QTest::addColumn<bool>("crossed");
     QTest::addColumn<bool>("hard");
-    for (double radius : { 4.0, 5.5, 8.0, 14.0 }) {
+    for (double radius : { 4.0, 5.5, 6.0, 8.0, 14.0 }) {
         for (bool crossed : { false, true }) {
             if (crossed && radius < 5) // as good as covered by its lines
                 continue;
