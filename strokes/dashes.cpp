@@ -65,6 +65,7 @@ public:
     void find()
     {
         growAll();
+        takeRowsOnCircles(&web);
         if (!gaps.worn)
             return;
         // Only what is left of all dashed lines may be a worn one.
@@ -72,6 +73,7 @@ public:
         for (Dash &one : chains.dashes)
             one.isTried = false;
         growAll();
+        takeRowsOnCircles(&web);
     }
 
 private:
@@ -180,6 +182,8 @@ private:
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
             return false;
         Chain all = chain;
+        if (chain.closed)
+            takeAllBetween(track, 0.0, track.whole(), &all);
         if ((!gaps.worn || dashing.type == DashType::Dot) && !chain.closed)
             extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
@@ -276,7 +280,7 @@ private:
         return true;
     }
 
-    // Adds to a chain what else lies on its line between two lengths.
+    // Adds to a chain what else lies on its line or circle between two lengths.
     void takeAllBetween(const Track &track, double from, double to, Chain *chain) const
     {
         const auto isOnIt = [&](Point end) {
@@ -287,7 +291,7 @@ private:
         for (std::size_t k = 0; k < chains.dashes.size(); ++k) {
             const Dash &one = chains.dashes[k];
             if (!one.isUsed && !chains.isIn(*chain, int(k)) && isOnIt(one.end[0])
-                && isOnIt(one.end[1]))
+                && isOnIt(one.end[1]) && isOnIt(0.5 * (one.end[0] + one.end[1])))
                 chain->dashes.push_back({ int(k), 0, 0.0 });
         }
         for (Next &next : chain->dashes) {

@@ -4,10 +4,15 @@
 #include "strokes/ends.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace::strokes {
 
 namespace {
+
+// Pixels that a row may lie beside a circle, more than by half the width of both: a few dashes of
+// a circle tell it as little as that.
+const double kBesideCircle = 0.5;
 
 Section sectionOf(Point centre, double width)
 {
@@ -49,6 +54,24 @@ void inherit(const Chain &chain, const Next &next, int number, int heir, Atom *w
     atom.samples = std::vector<Section>();
 }
 
+// What an atom ends at, its heir goes through.
+void goThrough(int number, int heir, Web *web)
+{
+    Atom &atom = web->atoms[std::size_t(number)];
+    for (int joint : atom.joint) {
+        if (joint < 0)
+            continue;
+        Meeting &meeting = web->meetings[std::size_t(joint)];
+        meeting.ends.erase(std::remove_if(meeting.ends.begin(), meeting.ends.end(),
+                                          [&](const AtomEnd &end) { return end.atom == number; }),
+                           meeting.ends.end());
+        meeting.through.push_back(heir);
+    }
+    atom.alive = false;
+    atom.heir = heir;
+    atom.samples = std::vector<Section>();
+}
+
 } // namespace
 
 void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
@@ -81,6 +104,34 @@ void becomeOne(const Chain &chain, const Dashing &dashing, double width, const P
             inherit(chain, next, number, heir, &whole, web);
     }
     web->atoms.push_back(std::move(whole));
+}
+
+void takeRowsOnCircles(Web *web)
+{
+    const auto isDashed
+        = [](const Atom &atom) { return atom.alive && atom.dashing.type != DashType::None; };
+    for (std::size_t k = 0; k < web->atoms.size(); ++k) {
+        Atom &circle = web->atoms[k];
+        if (!isDashed(circle) || circle.shape != Shape::Circle)
+            continue;
+        const fit::Primitive carrier = circle.carrier;
+        bool changed = false;
+        for (std::size_t i = 0; i < web->atoms.size(); ++i) {
+            Atom &part = web->atoms[i];
+            const double most = 0.5 * std::min(circle.width, part.width) + kBesideCircle;
+            if (i == k || !isDashed(part) || part.shape == Shape::Ellipse
+                || !std::all_of(part.samples.begin(), part.samples.end(),
+                                [&](const Section &section) {
+                                    return std::fabs(carrier.distance(section.centre)) < most;
+                                }))
+                continue;
+            circle.samples.insert(circle.samples.end(), part.samples.begin(), part.samples.end());
+            goThrough(int(i), int(k), web);
+            changed = true;
+        }
+        if (changed)
+            polishCircle(circle.samples, &circle.carrier);
+    }
 }
 
 void settleDashes(Web *web)

@@ -15,6 +15,10 @@ namespace ztrace::strokes {
 void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
                const Measure &measure, std::vector<Dash> *dashes, Web *web);
 
+// Rows on a circle of dashes are part of it: where other lines run along some of its dashes, a few
+// between them are found as a row of their own before the circle is.
+void takeRowsOnCircles(Web *web);
+
 // Ends of dashed atoms that meet nothing are put where the ink of their last dash ends, less half
 // the width where its dashes are round. After settleEnds().
 void settleDashes(Web *web);

@@ -81,6 +81,7 @@ private slots:
     void dashesAreOneLine();
     void aCircleOfDashesIsACircle();
     void aCrossedCircleOfDashesIsACircle();
+    void thePitchCircleOfAGearIsOne();
     void sidesOfRoundedBoxesAreNoRow();
     void lostDotsLeaveARow();
     void brokenAnywhereIsNoRow();
@@ -273,6 +274,46 @@ void tst_Dashes::aCrossedCircleOfDashesIsACircle()
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(countOf(drawing, Kind::Circle) == 1, listOf(drawing).c_str());
     QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+}
+
+// Its teeth cross some of the dashes and run along others.
+void tst_Dashes::thePitchCircleOfAGearIsOne()
+{
+    for (const double first : { 0.0, 0.03, 0.06 }) {
+        Sheet sheet(440, 440);
+        const Point centre = { 220, 220 };
+        const auto onCircle = [&](double angle) {
+            return Point { centre.x + 165 * std::cos(angle), centre.y + 165 * std::sin(angle) };
+        };
+        for (double at = 0.0; at < kTurn * 165; at += 16) // chords of 10 px, .08 off
+            sheet.line(onCircle(first + at / 165), onCircle(first + (at + 10) / 165), 1.5);
+        for (const Point way : { Point { 1, 0 }, Point { 0, 1 } }) {
+            for (double at = -210; at < 210; at += 40) {
+                sheet.line(centre + at * way, centre + std::min(at + 24, 210.0) * way, 1.5);
+                sheet.line(centre + (at + 30) * way, centre + (at + 34) * way, 1.5);
+            }
+        }
+        sheet.arc(centre, 120, 0, kTurn, 2.0).arc(centre, 40, 0, kTurn, 3.0);
+        std::vector<Point> corners;
+        for (int k = 0; k < 18; ++k) {
+            for (const Point way : { Point { -0.09, 150 }, Point { -0.05, 180 },
+                                     Point { 0.05, 180 }, Point { 0.09, 150 } }) {
+                const double angle = k * kTurn / 18 + way.x;
+                corners.push_back(
+                    { centre.x + way.y * std::cos(angle), centre.y + way.y * std::sin(angle) });
+            }
+        }
+        for (std::size_t k = 0; k < corners.size(); ++k)
+            sheet.line(corners[k], corners[(k + 1) % corners.size()], 3.0);
+        const StrokeDrawing drawing = strokesOn(sheet);
+        int circles = 0;
+        int rows = 0;
+        for (const Stroke &stroke : drawing.strokes) {
+            rows += stroke.dashing.type != DashType::None ? 1 : 0;
+            circles += stroke.piece.kind == Kind::Circle ? 1 : 0;
+        }
+        QVERIFY2(circles == 3 && rows == 3, listOf(drawing).c_str());
+    }
 }
 
 void tst_Dashes::sidesOfRoundedBoxesAreNoRow()
