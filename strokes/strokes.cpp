@@ -19,6 +19,7 @@
 #include "strokes/lettering.h"
 #include "strokes/linedots.h"
 #include "strokes/meeting.h"
+#include "strokes/mitres.h"
 #include "strokes/noise.h"
 #include "strokes/pens.h"
 #include "strokes/pieces.h"
@@ -215,6 +216,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     meetInCutCorners(coverage, &web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
+    dropMitres(&web);
     settleDashes(&web);
     if (!page.isNoisy)
         takeFillets(coverage, measure, &web);

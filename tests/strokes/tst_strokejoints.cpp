@@ -59,6 +59,7 @@ private slots:
     void pinsInARowAreOneObservation();
     void aSquareEndHasNoTail();
     void aMitredCornerIsWhereTheLinesMeet();
+    void theTipOfAMitreIsNoLine();
     void aCornerThatALineCutsOffIsOne_data();
     void aCornerThatALineCutsOffIsOne();
     void aRoundedCornerThatALineCutsOffStays();
@@ -176,6 +177,37 @@ void tst_StrokeJoints::aSquareEndHasNoTail()
 }
 
 // A sharp mitre is seen as two corners of the skeleton: no line may run on into it.
+// Zigzags of sharp corners, whose mitres stick out by up to three widths.
+void tst_StrokeJoints::theTipOfAMitreIsNoLine()
+{
+    const double width = 3.0;
+    for (Sheet::Tones tones : { Sheet::Tones::Soft, Sheet::Tones::Hard }) {
+        for (double step : { 14.0, 17.0, 20.0, 26.0 }) {
+            Sheet sheet(300, 160);
+            std::vector<Point> corners = { { 20.3, 80.2 } };
+            for (int k = 0; k < 8; ++k)
+                corners.push_back({ 40.3 + step * k, k % 2 == 0 ? 50.2 : 110.2 });
+            corners.push_back({ 60.3 + step * 8, 80.2 });
+            for (std::size_t k = 1; k < corners.size(); ++k) {
+                sheet.line(corners[k - 1], corners[k], width);
+                if (k < 2 || k + 1 >= corners.size() - 1)
+                    continue;
+                const Point way = corners[k] - corners[k - 1];
+                const double sine = step / std::hypot(way.x, way.y); // of half the angle
+                const double tip = 0.5 * width / sine;
+                const double up = corners[k].y < 80 ? -1.0 : 1.0;
+                const double wide = 0.5 * width * std::sqrt(1 - sine * sine);
+                const double low = corners[k].y + up * 0.5 * width * sine;
+                sheet.polygon({ { corners[k].x, corners[k].y + up * tip },
+                                { corners[k].x - wide, low },
+                                { corners[k].x + wide, low } });
+            }
+            const StrokeDrawing drawing = strokesOn(sheet, tones);
+            QVERIFY2(drawing.strokes.size() == corners.size() - 1, listOf(drawing).c_str());
+        }
+    }
+}
+
 void tst_StrokeJoints::aMitredCornerIsWhereTheLinesMeet()
 {
     const double width = 7.0;
