@@ -49,11 +49,6 @@ const double kSeen = 0.75;     // part of the places where the inner edge has to
 const double kMostMissed = 0.35;
 const double kMostMissedHard = 0.6;
 
-double lengthOf(Point p)
-{
-    return std::hypot(p.x, p.y);
-}
-
 class CornerFit
 {
 public:

@@ -13,11 +13,6 @@
 
 namespace ztrace::strokes {
 
-inline double lengthOf(Point p)
-{
-    return std::hypot(p.x, p.y);
-}
-
 // An atom or a dot that may be a dash.
 struct Dash
 {

@@ -56,11 +56,6 @@ struct Site
     std::vector<std::pair<Ray, std::size_t>> shadowed; // and the longer ray along each
 };
 
-double lengthOf(Point p)
-{
-    return std::hypot(p.x, p.y);
-}
-
 // Stretch of a line that an arc takes, along it.
 struct Cut
 {

@@ -11,11 +11,6 @@ namespace {
 const double kAlongBisector = 0.9; // cosine: of a stub of 3 px a pixel to the side is .95
 const double kSlack = 1.0;         // pixels that a tip may reach beyond its mitre: blur and steps
 
-double lengthOf(Point p)
-{
-    return std::hypot(p.x, p.y);
-}
-
 // The end of a line at a joint; -1: it does not end there alone.
 int endAt(const Atom &atom, int joint)
 {

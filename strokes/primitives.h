@@ -11,8 +11,14 @@
 #include "fit/sums.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace::strokes {
+
+inline double lengthOf(Point p)
+{
+    return std::hypot(p.x, p.y);
+}
 
 // Adds a point of a weight to sums around their origin.
 void addTo(fit::Moments *sum, Point place, double weight);
