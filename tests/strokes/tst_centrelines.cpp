@@ -64,6 +64,7 @@ private slots:
     void dotsOnLinesAreCircles_data();
     void dotsOnLinesAreCircles();
     void cornersAndCrossingsAreNoDots();
+    void aThickRingOnALineIsNoDot();
     void oddPicturesGiveSomething_data();
     void oddPicturesGiveSomething();
     void manyShortStrokesAreHardlyDrawn();
@@ -462,6 +463,22 @@ void tst_CentreLines::cornersAndCrossingsAreNoDots()
         }
         QCOMPARE(strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft).dots.size(),
                  std::size_t(0));
+    }
+}
+
+// Its hole stays.
+void tst_CentreLines::aThickRingOnALineIsNoDot()
+{
+    for (bool hard : { false, true }) {
+        Sheet sheet(500, 200);
+        const Point centre = { 200.3, 100.2 };
+        sheet.line({ 20, 100.2 }, { 190, 100.2 }, 2.6).line({ 210, 100.2 }, { 480, 100.2 }, 2.6);
+        sheet.arc(centre, 9.5, 0, 2 * M_PI, 15); // a hole of 4 px
+        const StrokeDrawing drawing
+            = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+        QCOMPARE(drawing.dots.size(), std::size_t(0));
+        QVERIFY(solidCells(drawing) > 600);
+        QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(200, 100)]), 0);
     }
 }
 
