@@ -6,6 +6,7 @@
 #include "underlap.h"
 
 #include "imaging/index.h"
+#include "imaging/oklab.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,6 +44,12 @@ std::vector<double> numbersOf(const std::vector<fit::Path> &paths)
         numbers.push_back(sum);
     }
     return numbers;
+}
+
+Tint tintOf(QRgb colour)
+{
+    const Oklab seen = oklabOf(colour);
+    return { { seen.lightness, seen.greenRed, seen.blueYellow }, seen.alpha == 0 };
 }
 
 class Arranger
@@ -188,8 +195,10 @@ public:
     void reachUnder(const Drawing &drawing, const FittedBoundaries &fitted)
     {
         std::vector<PaintedArea> painted(regions.size());
-        for (std::size_t r = 0; r < regions.size(); ++r)
+        for (std::size_t r = 0; r < regions.size(); ++r) {
             painted[r].parent = parent[r];
+            painted[r].tint = tintOf(colourOf(static_cast<int>(r)));
+        }
         for (std::size_t i = 0; i < regionOf.size(); ++i) {
             if (regionOf[i] == kNone)
                 continue;
@@ -205,7 +214,8 @@ public:
             if (!painted[r].isWholly && parent[r] != kInNothing)
                 showsThrough[at(parent[r])] = true;
         }
-        const std::vector<Reach> reaches = reachesOf(fitted.map, painted, numbersOf(fitted.paths));
+        const std::vector<Reach> reaches
+            = reachesOf(fitted.map, painted, tintOf(drawing.ground), numbersOf(fitted.paths));
         for (std::size_t r = 0; r < regions.size(); ++r) {
             if (painted[r].place == kNone)
                 continue;

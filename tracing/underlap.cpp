@@ -2,18 +2,56 @@
 #include "underlap.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ztrace {
 
 namespace {
 
+// What a colour between those of an edge's two sides counts, as it seems to move the edge: a part
+// of its difference. 0 and 0.5 change the mean colour error of 67 logos by less than 0.5 %.
+const double kShift = 0.3;
+
+double unlikeness(const Tint &a, const Tint &b)
+{
+    double sum = 0;
+    for (int k = 0; k < 3; ++k)
+        sum += double(a.axes[k] - b.axes[k]) * double(a.axes[k] - b.axes[k]);
+    return std::sqrt(sum);
+}
+
+// How much a colour shows between two others: how unlike it is to any mixture of theirs, and some
+// of how unlike to the first, whose place it takes. None is clear.
+double showing(const Tint &shown, const Tint &a, const Tint &b)
+{
+    double along = 0;
+    for (int k = 0; k < 3; ++k)
+        along += double(shown.axes[k] - a.axes[k]) * double(b.axes[k] - a.axes[k]);
+    const double length = unlikeness(a, b);
+    const double t = length > 0 ? std::clamp(along / (length * length), 0.0, 1.0) : 0.0;
+    Tint nearest = a;
+    for (int k = 0; k < 3; ++k)
+        nearest.axes[k] += float(t) * (b.axes[k] - a.axes[k]);
+    return (1 - kShift) * unlikeness(shown, nearest) + kShift * unlikeness(shown, a);
+}
+
 class Reacher
 {
 public:
-    Reacher(const BoundaryMap &m, const std::vector<PaintedArea> &a, const std::vector<double> &n)
+    Reacher(const BoundaryMap &m, const std::vector<PaintedArea> &a, const Tint &ground,
+            const std::vector<double> &n)
         : map(m), areas(a), numbers(n), memberOf(a.size(), -1), seenBy(a.size(), -1),
           boundaryOf(2 * m.chains.size(), -1), isCovered(a.size(), false)
-    { }
+    {
+        for (const PaintedArea &area : areas) {
+            tints.push_back(area.isOpaque ? area.tint : Tint());
+            if (area.parent < 0)
+                below.push_back(ground);
+            else
+                below.push_back(areas[at(area.parent)].isOpaque ? areas[at(area.parent)].tint
+                                                                : Tint());
+        }
+    }
 
     std::vector<Reach> run()
     {
@@ -42,7 +80,7 @@ private:
         members.clear();
         add(area);
         forEachAcross(area, [&](int other) {
-            if (!isMember(other) && mayTake(other))
+            if (!isMember(other) && mayTake(other) && showsLessTaken(other))
                 add(other);
         });
         if (members.size() == 1)
@@ -50,6 +88,49 @@ private:
         takeCheaper();
         findRings(result);
         result->taken.assign(members.begin() + 1, members.end());
+        for (int taken : result->taken)
+            below[at(taken)] = tints[at(area)];
+    }
+
+    // Whether less shows in the soft pixels along a neighbour's outer ring when it is taken in.
+    // Where both sides of an edge cover half a pixel each, a quarter of what is below shows.
+    // Between the two that would be what is below them now, on the other sides it will be the area
+    // that takes in, unless what is beyond is painted later and may close that itself. Gaps over
+    // nothing would be clear, and are always closed; what is beside nothing has had something reach
+    // under it.
+    bool showsLessTaken(int other) const
+    {
+        const Tint &own = tints[at(first)];
+        const Tint &neighbour = tints[at(other)];
+        const Tint &under = below[at(other)];
+        if (under.isClear || below[at(first)].isClear || isBesideClear(other))
+            return true;
+        const double gap
+            = (showing(below[at(first)], own, neighbour) + showing(under, own, neighbour)) / 2;
+        double more = 0; // in cracks times unlikeness
+        forEachOuter(other, [&](uint32_t reference) {
+            const int across = beyond(reference);
+            const double cracks = map.chains[chainOf(reference)].cracks;
+            if (across == first)
+                more -= cracks * gap;
+            else if (across != kOutsideArea && !isMember(across) && !isLater(across))
+                more += cracks
+                    * (showing(own, tints[at(across)], neighbour)
+                       - showing(under, tints[at(across)], neighbour));
+        });
+        return more <= 0;
+    }
+
+    bool isBesideClear(int area) const
+    {
+        bool isBeside = false;
+        forEachAcross(area, [&](int other) { isBeside |= !areas[at(other)].isOpaque; });
+        return isBeside;
+    }
+
+    bool isLater(int other) const
+    {
+        return areas[at(other)].isOpaque && areas[at(other)].place > areas[at(first)].place;
     }
 
     bool mayTake(int other) const { return isAbove(other) && !isBare(other); }
@@ -106,7 +187,7 @@ private:
         int taken = 0;
         for (std::size_t k = 0; k < candidates.size() && taken < kMostTakenIn; ++k) {
             const int other = candidates[k];
-            if (isMember(other) || gainOf(other) <= 0)
+            if (isMember(other) || gainOf(other) <= 0 || !showsLessTaken(other))
                 continue;
             add(other);
             ++taken;
@@ -247,14 +328,16 @@ private:
     std::vector<int> seenBy;     // likewise, of areas in holes
     std::vector<int> boundaryOf; // by reference: around whose members
     std::vector<bool> isCovered; // by area: ground that something is painted over
+    std::vector<Tint> tints;     // by area
+    std::vector<Tint> below;     // by area: what is painted there when its turn comes
 };
 
 } // namespace
 
 std::vector<Reach> reachesOf(const BoundaryMap &map, const std::vector<PaintedArea> &areas,
-                             const std::vector<double> &numbers)
+                             const Tint &ground, const std::vector<double> &numbers)
 {
-    return Reacher(map, areas, numbers).run();
+    return Reacher(map, areas, ground, numbers).run();
 }
 
 } // namespace ztrace

@@ -12,6 +12,14 @@
 
 namespace ztrace {
 
+// A colour as the eye sees it, or nothing: the length of the difference of two is how unlike they
+// look (imaging/oklab.h).
+struct Tint
+{
+    float axes[3] = { 0.0f, 0.0f, 0.0f };
+    bool isClear = true;
+};
+
 // What is known of an area of a map.
 struct PaintedArea
 {
@@ -20,6 +28,7 @@ struct PaintedArea
     bool isOpaque = false;   // it hides what lies below it, and has to hide that
     bool isWholly = false;   // as much holds of all that lies within its outer ring
     bool isGround = false; // it lies in nothing and has the colour that is painted below everything
+    Tint tint;             // what is not opaque is taken to be clear
 };
 
 // What is painted for an area: rings of chains, the outer one first, and the areas taken in. What
@@ -32,13 +41,16 @@ struct Reach
 };
 
 // Each area takes in the neighbours that are painted later and do not lie in it, with all that is
-// in them, and others where that makes its outline cheaper. `numbers` are what the chains cost, an
-// element a chain. No area reaches over one that is painted earlier, or that is not painted or not
-// opaque. The ground is not taken in: what shows beside it is the ground. An element an area.
-// Nearly linear in the chains where the larger areas are painted first; an area takes in at most
-// kMostTakenIn others unasked.
+// in them, where nothing opaque lies below them, or what it closes between the two shows more than
+// what it shows of itself beyond them: soft pixels along the neighbour's other sides. It takes in
+// others where that makes its outline cheaper and shows nothing more. `numbers` are what the chains
+// cost, an element a chain; `ground` is painted below everything, clear where there is none. No
+// area reaches over one that is painted earlier, or that is not painted or not opaque. The ground
+// is not taken in: what shows beside it is the ground. An element an area. Nearly linear in the
+// chains where the larger areas are painted first; an area takes in at most kMostTakenIn others
+// unasked.
 std::vector<Reach> reachesOf(const BoundaryMap &map, const std::vector<PaintedArea> &areas,
-                             const std::vector<double> &numbers);
+                             const Tint &ground, const std::vector<double> &numbers);
 const int kMostTakenIn = 64;
 
 } // namespace ztrace

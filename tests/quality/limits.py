@@ -17,7 +17,7 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.194, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "colour": 0.176, "detail": 1.6, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 160
     },
     "lines": {
@@ -49,7 +49,7 @@ LIMITS = {
         "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
     },
     "map": {
-        "colour": 0.922, "detail": 1.8, "regions": 0, "uncovered": 0.01,
+        "colour": 0.582, "detail": 1.8, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.351, "numbers": 2875
     },
     "map-layers": {
@@ -57,7 +57,7 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 32.58, "joints": 7.351, "numbers": 2875
     },
     "dialog": {
-        "colour": 0.803, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "colour": 0.690, "detail": 5.8, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 16.019, "numbers": 3885
     },
     "cartoon": {
