@@ -42,14 +42,15 @@ Channels nearestMixture(const Channels &own, const Channels &a, const Channels &
     return mixture;
 }
 
-bool meanOf(const SmallArea &area, const QImage &image, Channels *mean)
+// Of an area that is wholly of that alpha; false for any other.
+bool meanOf(const SmallArea &area, const QImage &image, int alpha, Channels *mean)
 {
     const uint32_t width = uint32_t(image.width());
     *mean = { { 0.0, 0.0, 0.0 } };
     for (const uint32_t pixel : area.pixels) {
         const QRgb word = reinterpret_cast<const QRgb *>(
             image.constScanLine(int(pixel / width)))[pixel % width];
-        if (qAlpha(word) != 255)
+        if (qAlpha(word) != alpha)
             return false;
         const Channels own = channelsOf(word);
         for (std::size_t c = 0; c < 3; ++c)
@@ -63,14 +64,24 @@ bool meanOf(const SmallArea &area, const QImage &image, Channels *mean)
 bool standsOut(const SmallArea &area, const QImage &image, const std::vector<QRgb> &colours)
 {
     Channels mean;
-    if (area.around.empty() || !meanOf(area, image, &mean))
+    if (area.around.empty())
         return false;
+    const auto is = [&colours](int alpha) {
+        return [&colours, alpha](uint16_t label) { return qAlpha(colours[label]) == alpha; };
+    };
+    std::vector<uint16_t> around = area.around;
+    if (meanOf(area, image, 0, &mean))
+        return std::all_of(around.begin(), around.end(), is(255));
+    if (!meanOf(area, image, 255, &mean))
+        return false;
+    // What is opaque is no mixture with what is clear.
+    around.erase(std::remove_if(around.begin(), around.end(), is(0)), around.end());
     const Oklab own = oklabOf(wordOfChannels(mean));
     const double price = kUsualPriceOfEdge * (double(area.border) + kEdgesOfMark);
-    for (std::size_t i = 0; i < area.around.size(); ++i) {
-        for (std::size_t j = i; j < area.around.size(); ++j) {
-            const Channels mixture = nearestMixture(mean, channelsOf(colours[area.around[i]]),
-                                                    channelsOf(colours[area.around[j]]));
+    for (std::size_t i = 0; i < around.size(); ++i) {
+        for (std::size_t j = i; j < around.size(); ++j) {
+            const Channels mixture = nearestMixture(mean, channelsOf(colours[around[i]]),
+                                                    channelsOf(colours[around[j]]));
             const double distance = double(seenDistance(own, oklabOf(wordOfChannels(mixture))));
             if (double(area.pixels.size()) * distance * distance < price)
                 return false;

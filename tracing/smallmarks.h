@@ -14,10 +14,11 @@
 
 namespace ztrace {
 
-// Whether an area of an opaque ARGB32 image whose labels have these colours stands out from those
+// Whether an area of an ARGB32 image whose labels have these colours stands out from those
 // around it so much that its border is paid for, as regions pay for theirs
 // (docs/imaging/regions.md). Mixtures of two of the colours around do not: they are what soft edges
-// are made of.
+// are made of. What is opaque amid nothing does, and a clear hole in what is opaque; areas that are
+// translucent do not.
 bool standsOut(const SmallArea &area, const QImage &image, const std::vector<QRgb> &colours);
 
 } // namespace ztrace

@@ -63,6 +63,18 @@ private slots:
         QVERIFY(!standsOut(pixelAmid({}), grey, colours));
     }
 
+    // Black amid nothing, whose word may be that of black without alpha, and a hole.
+    void whatIsClearIsNoColour()
+    {
+        const QRgb clear = 0u;
+        const std::vector<QRgb> colours = { clear, kBlack, kPaper, qRgba(0, 0, 0, 128) };
+        QVERIFY(standsOut(pixelAmid({ 0 }), page(kBlack), colours));
+        QVERIFY(standsOut(pixelAmid({ 0, 2 }), page(kBlack), colours));
+        QVERIFY(!standsOut(pixelAmid({ 0, 1 }), page(kBlack), colours));
+        QVERIFY(standsOut(pixelAmid({ 2 }), page(clear), colours));
+        QVERIFY(!standsOut(pixelAmid({ 2, 3 }), page(clear), colours));
+    }
+
     void theyStay()
     {
         std::vector<uint16_t> labels(45, 0);
