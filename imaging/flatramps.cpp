@@ -223,14 +223,21 @@ private:
         std::vector<std::size_t> counts(4096, 0);
         std::size_t pixels = 0;
         for (int y = 0; y < height; y += 1 + height / kRowsElsewhere) {
-            for (int x = 0; x < width;) {
-                const int begin = x++;
-                while (x < width && at(x, y) == at(begin, y) && wordAt(x, y) == wordAt(begin, y))
-                    ++x;
-                if (at(begin, y) != 0 || qAlpha(wordAt(begin, y)) != 255)
+            const uint16_t *numbers = before + std::size_t(y) * std::size_t(width);
+            const QRgb *line = words + std::size_t(y) * wordsOfRow;
+            int end = 0;
+            for (int first = 0; first < width; first = end) {
+                end = endOfRun(numbers, first, width);
+                if (numbers[first] != 0)
                     continue;
-                counts[cubeOf(wordAt(begin, y))] += std::size_t(x - begin);
-                pixels += std::size_t(x - begin);
+                for (int x = first; x < end;) {
+                    const int begin = x;
+                    x = endOfRun(line, begin, end);
+                    if (qAlpha(line[begin]) != 255)
+                        continue;
+                    counts[cubeOf(line[begin])] += std::size_t(x - begin);
+                    pixels += std::size_t(x - begin);
+                }
             }
         }
         std::vector<QRgb> colours;
