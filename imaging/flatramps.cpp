@@ -4,6 +4,7 @@
 #include "ramps.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -223,14 +224,21 @@ private:
         std::vector<std::size_t> counts(4096, 0);
         std::size_t pixels = 0;
         for (int y = 0; y < height; y += 1 + height / kRowsElsewhere) {
-            for (int x = 0; x < width;) {
-                const int begin = x++;
-                while (x < width && at(x, y) == at(begin, y) && wordAt(x, y) == wordAt(begin, y))
-                    ++x;
-                if (at(begin, y) != 0 || qAlpha(wordAt(begin, y)) != 255)
+            const uint16_t *numbers = before + std::size_t(y) * std::size_t(width);
+            const QRgb *line = words + std::size_t(y) * wordsOfRow;
+            int end = 0;
+            for (int first = 0; first < width; first = end) {
+                end = endOfRun(numbers, first, width);
+                if (numbers[first] != 0)
                     continue;
-                counts[cubeOf(wordAt(begin, y))] += std::size_t(x - begin);
-                pixels += std::size_t(x - begin);
+                for (int x = first; x < end;) {
+                    const int begin = x;
+                    x = endOfRun(line, begin, end);
+                    if (qAlpha(line[begin]) != 255)
+                        continue;
+                    counts[cubeOf(line[begin])] += std::size_t(x - begin);
+                    pixels += std::size_t(x - begin);
+                }
             }
         }
         std::vector<QRgb> colours;
@@ -376,22 +384,59 @@ private:
     static const int kToPlateau = kToInk + kPlateau;
 
 #ifdef __SSE2__
-    // A bit for each of the pixels of a row, kToPlateau to either side of one, that has another
-    // number.
-    static unsigned othersIn(const uint16_t *numbers, uint16_t number)
+    // Squared distances to a colour of four pixels side by side, as floats, which hold them
+    // exactly; 0 of those that do not count: of the ramp itself, or not opaque.
+    static __m128 distancesOf(const QRgb *colours, const uint16_t *numbers, uint16_t number,
+                              __m128i own)
     {
-        const int kPixels = 2 * kToPlateau + 1;
-        const int kAtOnce = 8;
-        static_assert(kPixels >= kAtOnce && kPixels <= 2 * kAtOnce, "twice eight are looked at");
-        const auto same = [number](const uint16_t *eight) {
-            const __m128i equal
-                = _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(eight)),
-                                  _mm_set1_epi16(static_cast<short>(number)));
-            return unsigned(_mm_movemask_epi8(_mm_packs_epi16(equal, equal))) & 0xFFu;
+        const __m128i four = fourWords(colours);
+        const __m128i zero = _mm_setzero_si128();
+        const auto squares = [own](__m128i two) {
+            const __m128i apart = _mm_srli_epi64(_mm_slli_epi64(_mm_sub_epi16(two, own), 16), 16);
+            return _mm_castsi128_ps(_mm_madd_epi16(apart, apart)); // without alpha
         };
-        const unsigned all
-            = same(numbers) | same(numbers + kPixels - kAtOnce) << (kPixels - kAtOnce);
-        return all ^ ((1u << kPixels) - 1u);
+        const __m128 lower = squares(_mm_unpacklo_epi8(four, zero));
+        const __m128 upper = squares(_mm_unpackhi_epi8(four, zero));
+        const __m128i blueAndGreen
+            = _mm_castps_si128(_mm_shuffle_ps(lower, upper, _MM_SHUFFLE(2, 0, 2, 0)));
+        const __m128i red = _mm_castps_si128(_mm_shuffle_ps(lower, upper, _MM_SHUFFLE(3, 1, 3, 1)));
+        const __m128i same
+            = _mm_cmpeq_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(numbers)),
+                              _mm_set1_epi16(static_cast<short>(number)));
+        const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
+        const __m128i counts = _mm_andnot_si128(_mm_unpacklo_epi16(same, same), isOpaque);
+        return _mm_cvtepi32_ps(_mm_and_si128(counts, _mm_add_epi32(blueAndGreen, red)));
+    }
+
+    // The pixels of a row, kToPlateau to either side of the middle one, where the row has them.
+    static __m128 lookAtRow(const QRgb *colours, const uint16_t *numbers, uint16_t number, QRgb own,
+                            bool isNear, Sought *sought)
+    {
+        static_assert(kToPlateau == 5 && kToInk == 3, "four, four, and four of which one is known");
+        const __m128i ofOwn
+            = _mm_unpacklo_epi8(_mm_set1_epi32(static_cast<int>(own)), _mm_setzero_si128());
+        const __m128 left = distancesOf(colours - 5, numbers - 5, number, ofOwn);
+        const __m128 middle = distancesOf(colours - 1, numbers - 1, number, ofOwn);
+        const __m128 right = distancesOf(colours + 2, numbers + 2, number, ofOwn);
+        const __m128 beside = _mm_max_ps(left, right);
+        if (!isNear)
+            return _mm_max_ps(beside, middle);
+        const __m128 nearest
+            = _mm_max_ps(middle, _mm_shuffle_ps(left, right, _MM_SHUFFLE(1, 0, 3, 2)));
+        if (_mm_movemask_ps(_mm_cmpgt_ps(nearest, _mm_set1_ps(float(sought->far)))) != 0) {
+            for (int i = -kToInk; i <= kToInk; ++i) {
+                if (numbers[i] != number)
+                    sought->look(colours[i], numbers[i], own, true);
+            }
+        }
+        return _mm_max_ps(beside, middle);
+    }
+
+    static int mostOf(__m128 four)
+    {
+        float lanes[4];
+        _mm_storeu_ps(lanes, four);
+        return int(*std::max_element(lanes, lanes + 4));
     }
 #endif
 
@@ -401,29 +446,31 @@ private:
     {
         const QRgb own = wordOf(drawn);
         Sought sought;
+#ifdef __SSE2__
+        const bool isAmid = x >= kToPlateau && x + kToPlateau < width;
+        __m128 further = _mm_setzero_ps();
+#endif
         for (int j = std::max(0, y - kToPlateau); j <= std::min(height - 1, y + kToPlateau); ++j) {
             const std::size_t line = std::size_t(j);
             const uint16_t *numbers = before + line * std::size_t(width);
             const QRgb *colours = words + line * wordsOfRow;
             const bool isNear = std::abs(j - y) <= kToInk;
-            const auto look = [&](int i) {
-                sought.look(colours[i], numbers[i], own, isNear && std::abs(i - x) <= kToInk);
-            };
 #ifdef __SSE2__
-            if (x >= kToPlateau && x + kToPlateau < width) {
-                const int left = x - kToPlateau;
-                for (unsigned others = othersIn(numbers + left, number); others != 0;
-                     others &= others - 1)
-                    look(left + __builtin_ctz(others));
+            if (isAmid) {
+                further = _mm_max_ps(
+                    further, lookAtRow(colours + x, numbers + x, number, own, isNear, &sought));
                 continue;
             }
 #endif
             for (int i = std::max(0, x - kToPlateau); i <= std::min(width - 1, x + kToPlateau);
                  ++i) {
                 if (numbers[i] != number)
-                    look(i);
+                    sought.look(colours[i], numbers[i], own, isNear && std::abs(i - x) <= kToInk);
             }
         }
+#ifdef __SSE2__
+        sought.further = std::max(sought.further, mostOf(further));
+#endif
         Ink ink;
         if (sought.far == 0 || sought.further > kShading * kShading * sought.far)
             return ink;

@@ -205,7 +205,8 @@ Stop stopOf(const QRgb *words, QRgb ground, int begin, int last, int width, int 
 class Ends
 {
 public:
-    Ends(const QRgb *w, int rowWidth, int sameGround) : words(w), width(rowWidth), same(sameGround)
+    Ends(const QRgb *w, int rowWidth, int sameGround, int mostPixels)
+        : words(w), width(rowWidth), same(sameGround), most(mostPixels)
     { }
 
     // Where the run that begins at `begin` ends, after which there is the ground again; 0 if
@@ -213,7 +214,7 @@ public:
     int of(int begin)
     {
         const QRgb ground = words[begin - 1];
-        const int last = std::min(width - 2, begin + kLongestRun);
+        const int last = std::min(width - 2, begin + most);
         Search &search = searches[(ground * kSpread) >> (32 - kBits)];
         if (search.ground != ground || begin < search.from || begin > search.stop.at)
             search = { ground, begin, { begin, false }, false };
@@ -241,6 +242,7 @@ private:
     const QRgb *words;
     int width;
     int same;
+    int most; // pixels of a run
     std::array<Search, 1u << kBits> searches = {};
 };
 
@@ -248,11 +250,12 @@ private:
 enum class Before { Two, One };
 
 // Calls use(run) for every stretch of a row between two pixels of one ground on either side, or one
-// before it; those within it are left out where that returns true.
+// before it; those within it are left out where that returns true. Runs of one pixel before are
+// words at most.
 template<typename Use>
 void forEachRun(const QRgb *words, int width, int same, Before before, Use use)
 {
-    Ends ends(words, width, same);
+    Ends ends(words, width, same, before == Before::Two ? kLongestRun : kLongWord);
     for (int x = 2; x + 2 < width; ++x) {
         if (words[x] == words[x - 1]) {
             x = endOfRun(words, x, width) - 1;
@@ -535,8 +538,7 @@ bool removeFringes(QImage *image)
                 || Shift(run, differences, order).isThere();
         };
         const auto isSure = [order](const Run &run, const Differences &differences) {
-            return run.end - run.begin <= kLongWord && isFringed(run, differences)
-                && orderOf(differences, kTolerance) == order;
+            return isFringed(run, differences) && orderOf(differences, kTolerance) == order;
         };
         pass(kSameGround, Before::Two, isKnown);
         pass(kVeryGround, Before::Two, isKnown);

@@ -91,13 +91,6 @@ struct SubpixelColours::Halves
 {
     SubpixelColours &of;
 
-    // Red and green, blue and alpha.
-    struct Weighted
-    {
-        __m128d first;
-        __m128d second;
-    };
-
     static __m128i load(const std::array<int16_t, 8> &from)
     {
         return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from.data()));
@@ -110,11 +103,15 @@ struct SubpixelColours::Halves
                              _mm_set1_epi16(kMiddle));
     }
 
-    static Weighted weightedOf(QRgb word)
+    // Red, green and blue times alpha, and alpha.
+    static __m128 weightedOf(QRgb word)
     {
-        const int alpha = qAlpha(word);
-        return { _mm_set_pd(double(qGreen(word) * alpha), double(qRed(word) * alpha)),
-                 _mm_set_pd(double(alpha), double(qBlue(word) * alpha)) };
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i bytes = _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(word)), zero);
+        const __m128i channels = _mm_shufflelo_epi16(bytes, _MM_SHUFFLE(3, 0, 1, 2));
+        const __m128i alphas
+            = _mm_insert_epi16(_mm_shufflelo_epi16(bytes, _MM_SHUFFLE(3, 3, 3, 3)), 1, 3);
+        return _mm_cvtepi32_ps(_mm_unpacklo_epi16(_mm_mullo_epi16(channels, alphas), zero));
     }
 
     void sumPlain(const std::array<QRgb, kWindow> &words, Column *column) const
@@ -132,22 +129,21 @@ struct SubpixelColours::Halves
                          _mm_packs_epi32(sum(of.parts.front()), sum(of.parts.back())));
     }
 
+    // Floats hold these sums: the weights of a column come to 152 parts of 128 at most.
     void sumWeighted(const std::array<QRgb, kWindow> &words, Column *column) const
     {
-        Weighted values[kWindow];
+        static_assert(152 * 255 * 255 < 1 << 24, "floats have 24 bits");
+        __m128 values[kWindow];
         for (std::size_t v = 0; v < kWindow; ++v)
             values[v] = weightedOf(words[v]);
         for (std::size_t j = 0; j < of.parts.size(); ++j) {
             const Part &part = of.parts[j];
-            __m128d first = _mm_setzero_pd();
-            __m128d second = _mm_setzero_pd();
-            for (std::size_t i = 0; i < kTaps; ++i) {
-                const __m128d weight = _mm_set1_pd(part.weights[i]);
-                first = _mm_add_pd(first, _mm_mul_pd(weight, values[part.first + i].first));
-                second = _mm_add_pd(second, _mm_mul_pd(weight, values[part.first + i].second));
-            }
-            _mm_storeu_pd(column->weighted[j].data(), first);
-            _mm_storeu_pd(column->weighted[j].data() + 2, second);
+            __m128 sum = _mm_setzero_ps();
+            for (std::size_t i = 0; i < kTaps; ++i)
+                sum = _mm_add_ps(
+                    sum, _mm_mul_ps(_mm_set1_ps(float(part.weights[i])), values[part.first + i]));
+            _mm_storeu_pd(column->weighted[j].data(), _mm_cvtps_pd(sum));
+            _mm_storeu_pd(column->weighted[j].data() + 2, _mm_cvtps_pd(_mm_movehl_ps(sum, sum)));
         }
     }
 
@@ -237,8 +233,26 @@ struct SubpixelColours::Halves
             first = _mm_add_pd(first, _mm_mul_pd(weight, _mm_loadu_pd(from)));
             second = _mm_add_pd(second, _mm_mul_pd(weight, _mm_loadu_pd(from + 2)));
         }
-        const auto upper = [](__m128d pair) { return _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)); };
-        return unweighted(_mm_cvtsd_f64(first), upper(first), _mm_cvtsd_f64(second), upper(second));
+        return unweightedOf(first, second);
+    }
+
+    // As `unweighted` does it, red and green side by side, and blue and alpha.
+    static QRgb unweightedOf(__m128d redAndGreen, __m128d blueAndAlpha)
+    {
+        const __m128d alpha = _mm_unpackhi_pd(blueAndAlpha, blueAndAlpha);
+        if (inRange(_mm_cvtsd_f64(alpha)) == 0)
+            return 0u;
+        const auto bytes = [](__m128d two) {
+            const __m128d within
+                = _mm_max_pd(_mm_setzero_pd(), _mm_min_pd(_mm_set1_pd(255.0), two));
+            return _mm_cvttpd_epi32(_mm_add_pd(within, _mm_set1_pd(0.5)));
+        };
+        const __m128i first = bytes(_mm_div_pd(redAndGreen, alpha));
+        const __m128i second
+            = bytes(_mm_div_pd(blueAndAlpha, _mm_move_sd(_mm_set1_pd(1.0), alpha)));
+        const auto upper = [](__m128i two) { return _mm_cvtsi128_si32(_mm_srli_si128(two, 4)); };
+        return qRgba(_mm_cvtsi128_si32(first), upper(first), _mm_cvtsi128_si32(second),
+                     upper(second));
     }
 
     void run(int x, int y) const

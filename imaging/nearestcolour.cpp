@@ -2,6 +2,7 @@
 #include "nearestcolour.h"
 
 #include "colour.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <limits>
@@ -43,6 +44,45 @@ Bounds boundsOf(QRgb corner, QRgb colour)
     return bounds;
 }
 
+#ifdef __SSE2__
+const std::size_t kAtOnce = 4;
+
+struct FirstOfNearest
+{
+    std::size_t place;
+    int distance;
+};
+
+// The first of the colours nearest to a word, of all whole fours of them; there is one at least.
+// Every lane keeps the first of its own.
+FirstOfNearest nearestOfFours(QRgb word, const std::vector<QRgb> &colours)
+{
+    const __m128i words = _mm_set1_epi32(static_cast<int>(word));
+    const __m128i step = _mm_set1_epi32(static_cast<int>(kAtOnce));
+    __m128i places = _mm_set_epi32(3, 2, 1, 0);
+    __m128i best = places;
+    __m128i least = colourDistances(words, fourWords(colours.data()));
+    for (std::size_t k = kAtOnce; k + kAtOnce <= colours.size(); k += kAtOnce) {
+        places = _mm_add_epi32(places, step);
+        const __m128i distances = colourDistances(words, fourWords(colours.data() + k));
+        const __m128i isNearer = _mm_cmplt_epi32(distances, least);
+        least = _mm_min_epi16(least, distances); // at most 1785
+        best = _mm_or_si128(_mm_and_si128(isNearer, places), _mm_andnot_si128(isNearer, best));
+    }
+    int lanes[kAtOnce];
+    uint32_t placesOfLanes[kAtOnce];
+    storeFour(lanes, least);
+    storeFour(placesOfLanes, best);
+    FirstOfNearest found = { placesOfLanes[0], lanes[0] };
+    for (std::size_t lane = 1; lane < kAtOnce; ++lane) {
+        if (lanes[lane] < found.distance
+            || (lanes[lane] == found.distance && placesOfLanes[lane] < found.place))
+            found = { placesOfLanes[lane], lanes[lane] };
+    }
+    return found;
+}
+#endif
+
 } // namespace
 
 NearestColour::NearestColour(std::vector<QRgb> palette)
@@ -56,7 +96,16 @@ uint16_t NearestColour::nearestOfAll(QRgb word) const
 {
     std::size_t best = 0;
     int least = std::numeric_limits<int>::max();
-    for (std::size_t k = 0; k < colours.size(); ++k) {
+    std::size_t k = 0;
+#ifdef __SSE2__
+    if (colours.size() >= kAtOnce) {
+        const FirstOfNearest found = nearestOfFours(word, colours);
+        best = found.place;
+        least = found.distance;
+        k = colours.size() / kAtOnce * kAtOnce;
+    }
+#endif
+    for (; k < colours.size(); ++k) {
         const int distance = colourDistance(word, colours[k]);
         if (distance < least) {
             best = k;

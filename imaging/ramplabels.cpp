@@ -297,13 +297,19 @@ void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first
     auto mixture = ramps.mixtures.begin();
     for (int y = 0; y < plane->height; ++y) {
         const QRgb *const words = row(image, y);
+        const std::size_t before = std::size_t(y) * std::size_t(plane->width);
+        const uint16_t *const labels = plane->labels.data() + before;
         for (int x = 0; x < plane->width; ++x) {
-            const std::size_t place = std::size_t(y) * std::size_t(plane->width) + std::size_t(x);
-            const uint16_t label = plane->labels[place];
-            const bool isMixture = mixture != ramps.mixtures.end() && mixture->place == place;
-            const QRgb word = isMixture ? (mixture++)->before : words[x];
-            if (label >= first || found[label].isThere)
+            const uint16_t label = labels[x];
+            if (label >= first || found[label].isThere) {
+                x = endOfRun(labels, x, plane->width) - 1;
                 continue;
+            }
+            const std::size_t place = before + std::size_t(x);
+            while (mixture != ramps.mixtures.end() && mixture->place < place)
+                ++mixture;
+            const bool isMixture = mixture != ramps.mixtures.end() && mixture->place == place;
+            const QRgb word = isMixture ? mixture->before : words[x];
             Label &own = found[label];
             own.isThere = colourDistance(word, plane->colours[label]) <= kLikeLabel;
             if (!isMixture)

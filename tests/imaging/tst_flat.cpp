@@ -249,7 +249,7 @@ private slots:
     void nearestColours()
     {
         Random random(7);
-        for (std::size_t count : { 1u, 4u, 5u, 16u, 64u, 300u }) {
+        for (std::size_t count : { 1u, 3u, 4u, 5u, 7u, 16u, 64u, 300u }) {
             std::vector<QRgb> palette;
             for (std::size_t k = 0; k < count; ++k)
                 palette.push_back(k % 5 == 4 ? palette[k / 2] : anyWord(&random, k % 3 != 0));
