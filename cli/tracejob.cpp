@@ -58,6 +58,15 @@ Classification withItsShades(const QImage &image, const Classification &found)
     return { Kind::Photo, "shading beside flat areas, " + found.reason };
 }
 
+// What is drawn in ramps and flat areas alone is flat art, where gradients are drawn unasked.
+Classification withItsRamps(const QImage &image, const Classification &found)
+{
+    if ((found.kind != Kind::Photo && found.kind != Kind::Poster)
+        || !isDrawnInRamps(image, kUsualPriceOfEdge))
+        return found;
+    return { Kind::Logo, "ramps and flat areas, else " + found.reason };
+}
+
 // With gradients a ramp is as good as flat, and a colour even where it is grey.
 Classification classified(Picture *picture, bool gradients)
 {
@@ -73,9 +82,11 @@ Classification classified(Picture *picture, bool gradients)
                                        : found;
 }
 
-Look lookAt(Picture *picture, bool gradients)
+Look lookAt(Picture *picture, bool asked, bool unasked)
 {
-    const Classification found = classified(picture, gradients);
+    Classification found = classified(picture, asked);
+    if (unasked && !asked)
+        found = withItsRamps(picture->asImage(), found);
     return { presetOf(found.kind), found.reason };
 }
 
@@ -125,7 +136,8 @@ Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
     else if (settings.strokes)
         *look = { kStrokesPreset, "--strokes" };
     else
-        *look = lookAt(picture, settings.gradients && !settings.noGradients);
+        *look = lookAt(picture, settings.gradients && !settings.noGradients,
+                       !settings.noGradients && takesGradients(job, settings));
     const Preset preset = findPreset(look->preset);
     std::set<std::string> given = job.given;
     applySettings(parseSettings(preset.text, preset.origin, Role::Preset), preset.origin, &given,

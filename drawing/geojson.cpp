@@ -21,15 +21,14 @@ public:
         text += "{\"type\":\"FeatureCollection\",";
         shapes.appendReference(&text);
         text += "\"features\":[";
-        MapShape shape;
         bool isFirst = true;
         for (const Outline &outline : drawing.outlines) {
-            if (!shapes.shapeOf(outline, &shape))
-                continue;
-            text += isFirst ? "\n" : ",\n";
-            isFirst = false;
-            writeFeature(shape);
-            sink.flushIfLarge();
+            for (const MapShape &shape : shapes.shapesOf(outline)) {
+                text += isFirst ? "\n" : ",\n";
+                isFirst = false;
+                writeFeature(shape);
+                sink.flushIfLarge();
+            }
         }
         text += "\n]}\n";
         return sink.finish();

@@ -50,12 +50,6 @@ void appendPoints(const PathPiece &piece, double flatness, std::vector<Point> *p
     points->push_back(piece.end);
 }
 
-void close(Ring *points)
-{
-    if (!points->empty() && !(points->front() == points->back()))
-        points->push_back(points->front());
-}
-
 // A closed outer ring counterclockwise, a hole clockwise.
 void turn(Ring *ring, bool isOuter)
 {
@@ -94,33 +88,42 @@ int MapShapes::decimalsFor(int asked) const
     return int(std::min(std::max(count, 0.0), double(kMostDecimals)));
 }
 
-bool MapShapes::shapeOf(const Outline &outline, MapShape *shape) const
+std::vector<MapShape> MapShapes::shapesOf(const Outline &outline) const
 {
-    shape->outline = &outline;
-    shape->isLine = outline.pen >= 0;
-    shape->rings.clear();
+    std::vector<MapShape> shapes;
     if (qAlpha(outline.colour) == 0)
-        return false;
+        return shapes;
     Ring points = pointsOf(outline.shape);
-    if (!shape->isLine)
-        close(&points); // as every format fills an outline that does not return to its start
-    if (points.size() < (shape->isLine ? 2 : kLeast))
-        return false;
-    place(&points);
-    if (!shape->isLine)
-        turn(&points, true);
-    shape->rings.push_back(std::move(points));
-    if (shape->isLine)
-        return true;
-    for (Ring &hole : holesOf(outline)) {
-        close(&hole);
-        if (hole.size() < kLeast)
-            continue;
-        place(&hole);
-        turn(&hole, false);
-        shape->rings.push_back(std::move(hole));
+    if (outline.pen >= 0) {
+        if (points.size() < 2)
+            return shapes;
+        place(&points);
+        shapes.push_back({ &outline, true, { std::move(points) } });
+        return shapes;
     }
-    return true;
+    if (points.size() > 1 && points.front() == points.back())
+        points.pop_back(); // as every format fills an outline that does not return to its start
+    if (points.size() + 1 < kLeast)
+        return shapes;
+    for (Polygon &polygon : simplePolygons(std::move(points), holesOf(outline))) {
+        MapShape shape;
+        shape.outline = &outline;
+        addRing(std::move(polygon.outer), true, &shape);
+        for (Ring &hole : polygon.holes)
+            addRing(std::move(hole), false, &shape);
+        shapes.push_back(std::move(shape));
+    }
+    return shapes;
+}
+
+void MapShapes::addRing(Ring ring, bool isOuter, MapShape *shape) const
+{
+    ring.push_back(ring.front());
+    if (ring.size() < kLeast)
+        return;
+    place(&ring);
+    turn(&ring, isOuter);
+    shape->rings.push_back(std::move(ring));
 }
 
 void MapShapes::appendReference(std::string *result) const

@@ -31,9 +31,10 @@ public:
     int decimals() const { return places; }
 
     // Curves are chains of lines at most a twentieth of a pixel away, the same on both sides of a
-    // boundary; a line closes outlines of areas that do not return to their start. False for what
-    // paints nothing and for what has too few points.
-    bool shapeOf(const Outline &outline, MapShape *shape) const;
+    // boundary; a line closes outlines of areas that do not return to their start. An area that
+    // hangs together by corners only is a polygon for each of its parts. None for what paints
+    // nothing and for what has too few points.
+    std::vector<MapShape> shapesOf(const Outline &outline) const;
 
     // Members of the whole file about where it is, each with a comma behind it: `crs` where the
     // drawing's placement has a number, `coordinates` where there is no placement.
@@ -46,6 +47,7 @@ private:
     double pixelSize() const;
     int decimalsFor(int asked) const;
     Ring pointsOf(const Path &shape) const;
+    void addRing(Ring ring, bool isOuter, MapShape *shape) const;
     std::vector<Ring> holesOf(const Outline &outline) const;
     void place(Ring *points) const;
 

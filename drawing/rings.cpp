@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
+#include <map>
 #include <numeric>
 #include <tuple>
 #include <utility>
@@ -126,11 +128,128 @@ private:
     std::vector<std::size_t> next;
 };
 
+double twiceTheArea(const Ring &ring)
+{
+    double twice = 0.0;
+    for (std::size_t k = 0; k < ring.size(); ++k) {
+        const Point &a = ring[k];
+        const Point &b = ring[(k + 1) % ring.size()];
+        twice += (a.x - ring[0].x) * (b.y - ring[0].y) - (b.x - ring[0].x) * (a.y - ring[0].y);
+    }
+    return twice;
+}
+
+void turn(Ring *ring, bool isClockwise)
+{
+    if ((twiceTheArea(*ring) < 0.0) != isClockwise)
+        std::reverse(ring->begin(), ring->end());
+}
+
+bool isFinite(const Point &p)
+{
+    return std::isfinite(p.x) && std::isfinite(p.y);
+}
+
+// Not that a point comes several times running.
+bool touch(const std::vector<Ring> &rings)
+{
+    Ring points;
+    for (const Ring &ring : rings) {
+        const auto first = points.insert(points.end(), ring.begin(), ring.end());
+        points.erase(std::unique(first, points.end()), points.end());
+    }
+    if (!std::all_of(points.begin(), points.end(), isFinite))
+        return false;
+    std::sort(points.begin(), points.end(), isBefore);
+    return std::adjacent_find(points.begin(), points.end()) != points.end();
+}
+
+// Cut where it comes to a point for the second time; each part is simple.
+std::vector<Ring> simpleParts(const Ring &ring)
+{
+    std::vector<Ring> parts;
+    Ring open;
+    std::map<std::pair<double, double>, std::size_t> places; // of the open points
+    for (const Point &point : ring) {
+        const auto known = places.find({ point.x, point.y });
+        if (known != places.end()) {
+            const auto from = open.begin() + std::ptrdiff_t(known->second);
+            parts.emplace_back(from, open.end());
+            for (auto k = from; k != open.end(); ++k)
+                places.erase({ k->x, k->y });
+            open.erase(from, open.end());
+        }
+        places[{ point.x, point.y }] = open.size();
+        open.push_back(point);
+    }
+    parts.push_back(std::move(open));
+    return parts;
+}
+
+// Whether a point is inside a ring: a ray to the right meets it an odd number of times.
+bool contains(const Ring &ring, Point p)
+{
+    bool inside = false;
+    for (std::size_t k = 0; k < ring.size(); ++k) {
+        const Point &a = ring[k];
+        const Point &b = ring[(k + 1) % ring.size()];
+        if ((a.y > p.y) != (b.y > p.y) && p.x < a.x + (p.y - a.y) / (b.y - a.y) * (b.x - a.x))
+            inside = !inside;
+    }
+    return inside;
+}
+
+// The smallest polygon around a hole, which lies in none of its holes.
+Polygon &polygonAround(const Ring &hole, std::vector<Polygon> *polygons)
+{
+    const Point middle((hole[0].x + hole[1].x) / 2, (hole[0].y + hole[1].y) / 2);
+    Polygon *best = &polygons->front();
+    double least = std::numeric_limits<double>::infinity();
+    for (Polygon &polygon : *polygons) {
+        const double size = std::fabs(twiceTheArea(polygon.outer));
+        if (size < least && contains(polygon.outer, middle)) {
+            best = &polygon;
+            least = size;
+        }
+    }
+    return *best;
+}
+
 } // namespace
 
 std::vector<Ring> unitedRings(const std::vector<Ring> &rings)
 {
     return Follower(outerSides(rings)).rings();
+}
+
+// The area lies on the right of each ring, and the sharpest turn to the right keeps to one part of
+// it: what is walked so is the boundary of such a part, or what lies in holes of one.
+std::vector<Polygon> simplePolygons(Ring outer, std::vector<Ring> holes)
+{
+    std::vector<Ring> rings = holes;
+    rings.push_back(outer);
+    const Polygon whole = { std::move(outer), std::move(holes) };
+    if (!touch(rings))
+        return { whole };
+    for (std::size_t k = 0; k < rings.size(); ++k)
+        turn(&rings[k], k + 1 == rings.size());
+    std::vector<Polygon> polygons;
+    std::vector<Ring> loose; // holes of parts that they do not touch
+    for (const Ring &walk : unitedRings(rings)) {
+        std::vector<Ring> inside;
+        Ring around;
+        for (Ring &part : simpleParts(walk))
+            (twiceTheArea(part) < 0.0 ? around : inside.emplace_back()) = std::move(part);
+        if (around.empty())
+            std::move(inside.begin(), inside.end(), std::back_inserter(loose));
+        else
+            polygons.push_back({ std::move(around), std::move(inside) });
+    }
+    if (polygons.empty())
+        return { whole }; // of no width
+    for (Ring &hole : loose)
+        polygonAround(hole, &polygons).holes.push_back(std::move(hole));
+    return polygons;
 }
 
 } // namespace ztrace

@@ -18,13 +18,12 @@ public:
         : shapes(drawing, decimals), isRounded(shapes.decimals() != kExactDecimals),
           unit(isRounded ? std::pow(10.0, -shapes.decimals()) : 1.0), sink(device)
     {
-        MapShape shape;
         for (const Outline &outline : drawing.outlines) {
-            if (!shapes.shapeOf(outline, &shape))
-                continue;
-            for (Ring &ring : shape.rings)
-                chains.push_back(std::move(ring));
-            parts.push_back({ &outline, shape.rings.size() });
+            for (MapShape &shape : shapes.shapesOf(outline)) {
+                for (Ring &ring : shape.rings)
+                    chains.push_back(std::move(ring));
+                parts.push_back({ &outline, shape.rings.size() });
+            }
         }
         for (const Ring &chain : chains) {
             for (const Point &point : chain)

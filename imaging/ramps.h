@@ -88,6 +88,10 @@ bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 // Any format; ramps that pay at the price.
 bool isShadedDrawing(const QImage &image, const RampPrice &price);
 
+// Whether hardly anything but ramps that pay at the price, and flat areas, is in a picture of any
+// format: an icon or a sign as drawing programs make them. Photographs are told in little time.
+bool isDrawnInRamps(const QImage &image, const RampPrice &price);
+
 // A copy with its ramps flat; nothing where there are none, and where the rest is shaded.
 std::optional<QImage> withoutRamps(const QImage &image, double price);
 

@@ -4,6 +4,8 @@
 #include "colour.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <limits>
 
 namespace ztrace {
@@ -19,11 +21,47 @@ const int kLikeCore = 60;
 const int kUnlikeGround = 120;
 const int kFartherBeside = 24;
 
+// Labels within reach of a pixel among which two are looked for that it is a mixture of; hardly any
+// pixel has more. What it may be off from their mixtures, as the crow flies in steps of a channel,
+// and by how much less than from all that have the most similar label in them.
+const std::size_t kMostMixed = 6;
+const float kOfMixture = 12.0f;
+const float kClearlyMixed = 8.0f;
+const int kSurelySimilar = 24; // colourDistance to a label which is no mixture then
+
 struct Choice
 {
     uint16_t label = kUnlabelled;
     bool ofLine = false;
 };
+
+// How far a colour is from the mixtures of two, and the part of the second one in the nearest.
+struct Mixed
+{
+    float off;
+    float second;
+};
+
+Mixed mixtureOf(QRgb word, QRgb one, QRgb two)
+{
+    const auto channels = [](QRgb c) {
+        return std::array<float, 3> { { float(qRed(c)), float(qGreen(c)), float(qBlue(c)) } };
+    };
+    const auto p = channels(word), a = channels(one), b = channels(two);
+    float along = 0.0f;
+    float length = 0.0f;
+    for (std::size_t k = 0; k < 3; ++k) {
+        along += (p[k] - a[k]) * (b[k] - a[k]);
+        length += (b[k] - a[k]) * (b[k] - a[k]);
+    }
+    const float part = length > 0.0f ? std::min(1.0f, std::max(0.0f, along / length)) : 0.0f;
+    float off = 0.0f;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const float d = p[k] - a[k] - part * (b[k] - a[k]);
+        off += d * d;
+    }
+    return { std::sqrt(off), part };
+}
 
 struct Decided
 {
@@ -105,8 +143,10 @@ private:
         const QRgb word = row(image, y)[x];
         const uint16_t similar = nearest->of(word);
         const int right = std::min(plane->width - 1, x + kReach);
+        const bool sure = colourDistance(word, plane->colours[similar]) <= kSurelySimilar;
         Choice best;
         int least = std::numeric_limits<int>::max();
+        found.clear();
         for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
             const uint16_t *labels = labelsOf(v);
             const uint8_t *marks = edges->row(v);
@@ -117,8 +157,11 @@ private:
                 const bool ofLine = (marks[u] & (EdgeMap::kOfLine | EdgeMap::kFlank)) != 0;
                 if (ofLine ? !touches(marks[u], u - x, v - y) : isBehindLine(x, y, u - x, v - y))
                     continue;
-                if (label == similar)
+                if (label == similar && sure)
                     return { similar, ofLine };
+                if (std::none_of(found.begin(), found.end(),
+                                 [label](const Choice &c) { return c.label == label; }))
+                    found.push_back({ label, ofLine });
                 const int distance = colourDistance(word, plane->colours[label]);
                 if (distance < least || (distance == least && label < best.label)) {
                     best = { label, ofLine };
@@ -126,7 +169,32 @@ private:
                 }
             }
         }
-        return best;
+        return found.size() > 2 && found.size() <= kMostMixed ? mixtureOrBest(word, best) : best;
+    }
+
+    // Soft pixels between two colours may look like a third one that is near, as those of a green
+    // curve that crosses a grey line: where two of what was found explain a pixel, and the most
+    // similar one with none of the others, it goes to whichever has more of it.
+    Choice mixtureOrBest(QRgb word, Choice best) const
+    {
+        const auto colourOf = [this](const Choice &c) { return plane->colours[c.label]; };
+        float leastOfBest = std::numeric_limits<float>::max();
+        float least = kOfMixture;
+        Choice chosen = best;
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            for (std::size_t k = i + 1; k < found.size(); ++k) {
+                if (qAlpha(word & colourOf(found[i]) & colourOf(found[k])) != 255)
+                    return best;
+                const Mixed mixed = mixtureOf(word, colourOf(found[i]), colourOf(found[k]));
+                if (found[i].label == best.label || found[k].label == best.label) {
+                    leastOfBest = std::min(leastOfBest, mixed.off);
+                } else if (mixed.off < least) {
+                    least = mixed.off;
+                    chosen = mixed.second > 0.5f ? found[k] : found[i];
+                }
+            }
+        }
+        return least + kClearlyMixed < leastOfBest ? chosen : best;
     }
 
     // A line of 3 or 4 pixels has no ridge, and where it is soft or slanted no pixel that is no
@@ -260,6 +328,7 @@ private:
     NearestColour *nearest;
     EdgeMap *edges;
     LabelPlane *plane;
+    std::vector<Choice> found; // for one pixel
 };
 
 } // namespace

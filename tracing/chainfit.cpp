@@ -533,9 +533,10 @@ fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage, bool 
     return fit::fitToCoverage(path, coverage, usualSettings().soft.lambda, isSharp);
 }
 
-fit::Path fitPoints(const ChainPoints &points, bool closed)
+fit::Path fitPoints(const ChainPoints &points, bool closed, bool wholeShapes)
 {
     fit::Settings settings = usualSettings();
+    settings.shapes = wholeShapes;
     fit::Path path = fit::fitChain(viewOf(points, closed), settings);
     std::vector<char> bad = badPieces(path, points, closed);
     if (!isGood(bad) && path.pieces.size() == 1 && fit::isWhole(path.pieces.front().kind)) {

@@ -11,8 +11,9 @@
 namespace ztrace {
 
 // A fit that leaves its points by more than kFarFromPoints is tried again for less, and given up
-// for the points themselves, line by line. A chain that is not closed is pinned at its ends.
-fit::Path fitPoints(const ChainPoints &points, bool closed);
+// for the points themselves, line by line. A chain that is not closed is pinned at its ends, a
+// closed one may be a whole shape.
+fit::Path fitPoints(const ChainPoints &points, bool closed, bool wholeShapes = true);
 // A path that fitPoints found, as far as it covers the pixels better; of a sharp picture, or where
 // it shows areas already.
 fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage, bool isSharp);

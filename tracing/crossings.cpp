@@ -2,6 +2,7 @@
 #include "tracing/crossings.h"
 
 #include "tracing/hulls.h"
+#include "tracing/touchingcorners.h"
 #include "tracing/workers.h"
 
 #include <algorithm>
@@ -179,18 +180,17 @@ bool meetAt(bool isNode, bool oneCorner, Point from, const Segment &a, const Seg
     return isLine(a) && isLine(b) && foldsBack(from, one, other);
 }
 
-// Segments of one corner do not meet unless they fold back.
-bool meet(const Segment &a, const Segment &b, bool oneCorner)
+// The ways out of a joint of a path, back and onwards; false at the end of an open one.
+bool waysOut(const fit::Path &path, uint32_t piece, bool atEnd, Point out[2])
 {
-    if (isSame(a.a, b.a))
-        return meetAt(a.startsPath && b.startsPath, oneCorner, a.a, a, b);
-    if (isSame(a.a, b.b))
-        return meetAt(a.startsPath && b.endsPath, oneCorner, a.a, a, b);
-    if (isSame(a.b, b.a))
-        return meetAt(a.endsPath && b.startsPath, oneCorner, a.b, a, b);
-    if (isSame(a.b, b.b))
-        return meetAt(a.endsPath && b.endsPath, oneCorner, a.b, a, b);
-    return crosses(a, b) || (!oneCorner && (endsAt(a, b) || endsAt(b, a)));
+    const std::vector<fit::Piece> &pieces = path.pieces;
+    const std::size_t next = atEnd ? (piece + 1) % pieces.size() : piece;
+    const std::size_t before = next > 0 ? next - 1 : pieces.size() - 1;
+    if (!isSame(pieces[before].end, pieces[next].start))
+        return false;
+    out[0] = -1.0 * endTangent(pieces[before]);
+    out[1] = startTangent(pieces[next]);
+    return true;
 }
 
 // Where the pieces of a path begin along it, and its length in the end: those between two others
@@ -246,15 +246,16 @@ class Comparison
 public:
     explicit Comparison(const std::vector<fit::Path> &p) : paths(p) { }
 
-    bool meets(const PiecePair &pair)
+    bool meets(const PiecePair &p)
     {
+        pair = p;
         own = pair.a.path == pair.b.path;
         if (own)
             along = placesAlong(paths[pair.a.path]);
-        takeChords(pair.a, pair, &ones);
+        takeChords(pair.a, &ones);
         if (pair.a == pair.b)
             return meetsItself(pair.a.piece);
-        takeChords(pair.b, pair, &others);
+        takeChords(pair.b, &others);
         for (const Segment &one : ones) {
             for (const Segment &other : others) {
                 if (!areApart(one, other)
@@ -268,10 +269,9 @@ public:
 
 private:
     // The chords that may meet what the pair has in common.
-    void takeChords(const PlaceOfPiece &place, const PiecePair &pair,
-                    std::vector<Segment> *segments)
+    void takeChords(const PlaceOfPiece &place, std::vector<Segment> *segments)
     {
-        const auto outside = [&pair](const Segment &s) {
+        const auto outside = [this](const Segment &s) {
             return std::max(s.a.x, s.b.x) < pair.common.low.x
                 || std::min(s.a.x, s.b.x) > pair.common.high.x
                 || std::max(s.a.y, s.b.y) < pair.common.low.y
@@ -280,6 +280,35 @@ private:
         const std::vector<Segment> &all = flattened.of(paths[place.path], place);
         segments->clear();
         std::remove_copy_if(all.begin(), all.end(), std::back_inserter(*segments), outside);
+    }
+
+    // Segments of one corner do not meet unless they fold back.
+    bool meet(const Segment &a, const Segment &b, bool oneCorner) const
+    {
+        if (isSame(a.a, b.a))
+            return meetAt((a.startsPath && b.startsPath) || touch(a, false, b, false), oneCorner,
+                          a.a, a, b);
+        if (isSame(a.a, b.b))
+            return meetAt((a.startsPath && b.endsPath) || touch(a, false, b, true), oneCorner, a.a,
+                          a, b);
+        if (isSame(a.b, b.a))
+            return meetAt((a.endsPath && b.startsPath) || touch(a, true, b, false), oneCorner, a.b,
+                          a, b);
+        if (isSame(a.b, b.b))
+            return meetAt((a.endsPath && b.endsPath) || touch(a, true, b, true), oneCorner, a.b, a,
+                          b);
+        return crosses(a, b) || (!oneCorner && (endsAt(a, b) || endsAt(b, a)));
+    }
+
+    // Whether two segments from one point are of corners that touch there: areas of four corners.
+    bool touch(const Segment &a, bool atEndOfA, const Segment &b, bool atEndOfB) const
+    {
+        if (!(atEndOfA ? a.endsPiece : a.startsPiece) || !(atEndOfB ? b.endsPiece : b.startsPiece))
+            return false;
+        Point one[2], other[2];
+        return waysOut(paths[pair.a.path], pair.a.piece, atEndOfA, one)
+            && waysOut(paths[pair.b.path], pair.b.piece, atEndOfB, other)
+            && goOnInEachOther(one, other);
     }
 
     bool meetsItself(uint32_t piece) const
@@ -309,6 +338,7 @@ private:
     }
 
     const std::vector<fit::Path> &paths;
+    PiecePair pair = {};
     bool own = false;
     std::vector<double> along; // per piece of the path, where both are of one
     Flattened flattened;

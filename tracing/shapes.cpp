@@ -10,6 +10,7 @@
 #include "nodeplaces.h"
 #include "ordering.h"
 #include "smallloops.h"
+#include "touchingcorners.h"
 #include "turnedover.h"
 #include "walks.h"
 #include "workers.h"
@@ -72,6 +73,7 @@ public:
         forEachChain(chains, mostThreads, [&](uint32_t chain) { fitEqual(chain, equal); });
         points = {};
         paths = fitSmallLoops(map, poses, edges, equal, std::move(paths), small, mostThreads);
+        joinCorners(mostThreads);
         part(mostThreads);
     }
 
@@ -179,6 +181,16 @@ private:
             paths[k] = outOfPose(poses[k], path);
             pinPath(map.chains[k], &paths[k]);
         }
+    }
+
+    // Of areas that lie corner to corner; a whole rectangle has no joint that could be moved.
+    void joinCorners(unsigned mostThreads)
+    {
+        forEachChain(rectanglesThatTouch(map, paths), mostThreads, [this](uint32_t chain) {
+            const ChainPoints p = intoPose(poses[chain], pointsOf(chain));
+            paths[chain] = outOfPose(poses[chain], fitPoints(p, true, false));
+        });
+        joinTouchingCorners(map, &paths);
     }
 
     // Fits chains closer to their points where they cross, until none do. At last they run through

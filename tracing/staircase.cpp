@@ -21,6 +21,9 @@ const int kLongBeside = 4;
 const int kLongBetween = 6;
 // Times what goes on after a step that may be a curve already before it.
 const int kGoesOver = 2;
+// Cracks between a step and the node where the boundary ends that say nothing: three colours mix
+// there, and their pixels go to any of them.
+const int kBesideNode = 2;
 // A tooth is a pixel high and at most so many wide, between stretches of so many cracks.
 const int kToothWidth = 2;
 const int kBesideTooth = 4;
@@ -56,7 +59,7 @@ Next nextTo(const std::vector<Stretch> &stretches, std::size_t stretch, int dire
             && at(k + 1)->heading == stretches[stretch].heading;
     };
     Next next;
-    if (!isStepAt(1))
+    if (!isStepAt(1) || (!at(3) && at(2)->length <= kBesideNode))
         return next;
     next.isStep = true;
     next.isFull = isStepAt(3);

@@ -102,8 +102,28 @@ class Drawn(CommandTest):
         self.assertGreater(self.svg("-p", "photo", "--fit", "engine").count(b"<path"), 8)
 
     def test_auto_sees_what_lies_on_the_ramp(self):
-        self.assertIn(b"photo", self.run_program("a.png", "-o", "b.svg", "--stats").stdout)
-        self.assertIn(b"logo", self.run_program("a.png", "-o", "b.svg", "--stats", "--gradients").stdout)
+        for arguments in [], ["--gradients"]:
+            self.assertIn(b"logo", self.run_program("a.png", "-o", "b.svg", "--stats", *arguments).stdout)
+            self.assertEqual(len(gradients(self.read("b.svg"))), 1)
+        for arguments in ["-o", "b.svg", "--no-gradients"], ["-o", "b.dxf"], ["-o", "b.svg", "-o", "b.dxf"], ["-o", "b.svg", "--layers"]:
+            self.assertIn(b"photo", self.run_program("a.png", *arguments, "--stats").stdout, arguments)
+
+    def test_auto_sees_icons_of_ramps(self):
+        """A ball on a button, both shaded, on nothing; a third of it in shades that are no ramps is a photograph."""
+        def icon(x, y, waves):
+            if max(abs(x - 64), abs(y - 64)) > 56:
+                return (0, 0, 0, 0)
+            away = math.hypot(x - 50, y - 50)
+            if math.hypot(x - 58, y - 58) < 36:
+                return tuple(round(top - away * fall) for top, fall in ((250, 1.5), (230, 2.5), (120, 1.2))) + (255,)
+            if waves and y > 64:
+                return tuple(round(part * (1 + 0.2 * math.sin(x / 3) * math.sin(y / 4))) for part in (120, 130, 180)) + (255,)
+            return (40 + y // 2, 90 + y, 200 - y // 2, 255)
+
+        for waves, kind in (False, b"ramps and flat areas"), (True, b"photo"):
+            self.write("i.png", png(128, 128, lambda x, y, waves=waves: icon(x, y, waves)))
+            self.assertIn(kind, self.run_program("i.png", "-o", "b.svg", "--stats").stdout)
+            self.assertEqual(len(gradients(self.read("b.svg"))), 0 if waves else 2)
 
     def test_auto_sees_shadows(self):
         def shadowed(x, y):

@@ -95,6 +95,19 @@ class Maps(OptionsTest):
             self.assertAlmostEqual(areas, width * height, delta=0.02)
             self.same_as_topology(seed)
 
+    def test_areas_that_touch_at_corners_are_valid(self):
+        """On a chequered board neither colour hangs together; a hole may touch its rim."""
+        boards = (lambda x, y: (x // 10 + y // 10) % 2, lambda x, y: ((x + 3) // 7 + y // 5) % 2,
+                  lambda x, y: 10 <= x < 50 and 10 <= y < 50 and (x // 10 + y // 10) % 2,
+                  lambda x, y: (3 * x + y) // 31 % 2 == (3 * y - x) // 31 % 2)
+        for seed, board in enumerate(boards):
+            self.write("a.png", png(60, 60, lambda x, y, board=board: BLACK if board(x, y) else WHITE))
+            self.options = "-p", "logo"
+            self.run_program("a.png", *self.options, "-o", "a.geojson", "--overwrite")
+            self.assertAlmostEqual(sum(self.areas("a.geojson").values()), 3600, 3)
+            self.assertGreaterEqual(len(self.features("a.geojson")), 10, seed)
+            self.same_as_topology(seed)
+
     def test_world_file(self):
         self.write("a.png", png(60, 40, land))
         self.write("a.pgw", b"2.0\n0.0\n0.0\n-2.0\n1001.0\n4999.0\n")  # the middle of the first pixel

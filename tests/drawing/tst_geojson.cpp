@@ -251,12 +251,15 @@ private slots:
     void arcsOfNoCircleAreLines()
     {
         for (const double bulge : { 1e300, -1e200, 1e-300, -1e-14 }) {
-            Path path = rectangle(0, 0, 40, 30);
+            Path path;
+            path.moveTo(Point(0, 0));
+            path.lineTo(Point(40, 0));
+            path.lineTo(Point(40, 30));
             path.arcTo(Point(20, 10), bulge);
             Drawing drawing = sheet();
             drawing.outlines = { area(path, 0xFFFFFFFFu) };
             const QJsonArray ring = rings(feature(written(drawing), 0))[0].toArray();
-            QCOMPARE(ring.size(), 7);
+            QCOMPARE(ring.size(), 5);
         }
     }
 

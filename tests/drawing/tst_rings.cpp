@@ -41,6 +41,12 @@ private slots:
     void cornersThatTouchStayApart();
     void nothingIsLeftOfALineThereAndBack();
     void everySideOfAStarIsInARing();
+    void polygonsWithoutTouchesStay();
+    void lobesAreApart();
+    void holesThatTouchPart();
+    void holesThatTouchTheRim();
+    void holesOfPartsThatTheyDoNotTouch();
+    void areasOfNoWidth();
 };
 
 void tst_Rings::ringsApartStay()
@@ -114,6 +120,85 @@ void tst_Rings::everySideOfAStarIsInARing()
     }
     QCOMPARE(sides, std::size_t(3 * kAreas));
     QVERIFY(std::fabs(area) < 1e-9);
+}
+
+void tst_Rings::polygonsWithoutTouchesStay()
+{
+    const Ring outer = square(0, 0, 10);
+    const std::vector<Polygon> found = simplePolygons(outer, { square(1, 1, 2), square(5, 5, 2) });
+    QCOMPARE(found.size(), std::size_t(1));
+    QCOMPARE(found[0].outer, outer);
+    QCOMPARE(found[0].holes.size(), std::size_t(2));
+    QCOMPARE(found[0].holes[1], square(5, 5, 2));
+}
+
+// Two squares that hang together by a corner, walked in one go either way round.
+void tst_Rings::lobesAreApart()
+{
+    Ring both = { Point(0, 0), Point(0, 2), Point(2, 2), Point(2, 5),
+                  Point(5, 5), Point(5, 2), Point(2, 2), Point(2, 0) };
+    for (int way = 0; way < 2; ++way) {
+        const std::vector<Polygon> found = simplePolygons(both, {});
+        QCOMPARE(found.size(), std::size_t(2));
+        for (const Polygon &polygon : found) {
+            QCOMPARE(polygon.outer.size(), std::size_t(4));
+            QVERIFY(polygon.holes.empty());
+        }
+        QCOMPARE(areaOf(found[0].outer) + areaOf(found[1].outer), 13.0);
+        std::reverse(both.begin(), both.end());
+    }
+}
+
+// Four squares around a fifth one, corner to corner: what they enclose is a polygon of its own.
+void tst_Rings::holesThatTouchPart()
+{
+    const std::vector<Polygon> found = simplePolygons(
+        square(0, 0, 10), { square(4, 2, 2), square(6, 4, 2), square(4, 6, 2), square(2, 4, 2) });
+    QCOMPARE(found.size(), std::size_t(2));
+    double outer = 0;
+    double holes = 0;
+    for (const Polygon &polygon : found) {
+        outer += areaOf(polygon.outer);
+        for (const Ring &hole : polygon.holes)
+            holes += std::fabs(areaOf(hole));
+    }
+    QCOMPARE(outer, 100.0 + 4.0);
+    QCOMPARE(holes, 4 * 4.0 + 4.0); // and what is inside
+}
+
+void tst_Rings::holesThatTouchTheRim()
+{
+    const Ring tip = { Point(0, 5), Point(3, 6), Point(3, 4) };
+    Ring outer = square(0, 0, 10);
+    outer.insert(outer.begin() + 1, Point(0, 5));
+    const std::vector<Polygon> found = simplePolygons(outer, { tip });
+    QCOMPARE(found.size(), std::size_t(1));
+    QCOMPARE(areaOf(found[0].outer), 100.0);
+    QCOMPARE(found[0].holes.size(), std::size_t(1));
+    QCOMPARE(std::fabs(areaOf(found[0].holes[0])), 3.0);
+}
+
+// Of two lobes the right one has it.
+void tst_Rings::holesOfPartsThatTheyDoNotTouch()
+{
+    const Ring both = { Point(0, 0),   Point(0, 9),  Point(9, 9), Point(9, 20),
+                        Point(20, 20), Point(20, 9), Point(9, 9), Point(9, 0) };
+    for (double at : { 3.0, 13.0 }) {
+        const std::vector<Polygon> found = simplePolygons(both, { square(at, at, 2) });
+        QCOMPARE(found.size(), std::size_t(2));
+        for (const Polygon &polygon : found) {
+            const bool isAround = areaOf(polygon.outer) == (at < 9 ? 81.0 : 121.0);
+            QCOMPARE(polygon.holes.size(), std::size_t(isAround ? 1 : 0));
+        }
+    }
+}
+
+void tst_Rings::areasOfNoWidth()
+{
+    const Ring line = { Point(0, 0), Point(4, 0), Point(8, 0), Point(4, 0) };
+    const std::vector<Polygon> found = simplePolygons(line, {});
+    QCOMPARE(found.size(), std::size_t(1));
+    QCOMPARE(found[0].outer, line);
 }
 
 QTEST_APPLESS_MAIN(tst_Rings)

@@ -56,6 +56,43 @@ private slots:
             QVERIFY(label < 2);
     }
 
+    // A green line over a grey one on white: mixtures of green and white come near to the grey,
+    // which has nothing of them.
+    void mixturesGoToOneOfTheirColours()
+    {
+        const QRgb white = 0xFFFFFFFFu, grey = 0xFFD9D9D9u, green = 0xFF1B9A34u;
+        QImage image(40, 40, QImage::Format_ARGB32);
+        std::vector<double> cover;
+        for (int y = 0; y < 40; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const bool isGrey = y >= 19 && y < 23;
+                int inside = 0;
+                for (int k = 0; k < 256; ++k) {
+                    const double u = x + (k % 16 + 0.5) / 16 - 20.2;
+                    const double v = y + (k / 16 + 0.5) / 16 - 20.6;
+                    inside += std::fabs(0.88 * u - 0.475 * v) < 3.1;
+                }
+                cover.push_back(inside / 256.0);
+                const auto mix
+                    = [&](int a, int b) { return int(std::lround(a + (b - a) * cover.back())); };
+                const QRgb under = isGrey ? grey : white;
+                image.setPixel(x, y,
+                               qRgb(mix(qRed(under), 0x1B), mix(qGreen(under), 0x9A),
+                                    mix(qBlue(under), 0x34)));
+            }
+        }
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), { white, grey, green });
+        int soft = 0;
+        for (std::size_t k = 0; k < cover.size(); ++k) {
+            const bool isGrey = k >= std::size_t(19 * 40) && k < std::size_t(23 * 40);
+            if (isGrey || cover[k] == 0 || cover[k] == 1 || std::fabs(cover[k] - 0.5) < 0.1)
+                continue;
+            ++soft;
+            QCOMPARE(plane.colours[plane.labels[k]], cover[k] > 0.5 ? green : white);
+        }
+        QVERIFY(soft > 80);
+    }
+
     void rareColourFarFromAllOthersIsKept()
     {
         QImage image(200, 200, QImage::Format_ARGB32);

@@ -280,9 +280,20 @@ void tst_Crossings::whatTouches()
     QCOMPARE(crossingsOf({ flat, pathOf({ { 20, 5 }, { 20, 19.985 } }) }, 40, 40), one);
     QVERIFY(crossingsOf({ flat, pathOf({ { 20, 5 }, { 20, 19.97 } }) }, 40, 40).empty());
     QCOMPARE(crossingsOf({ flat, pathOf({ { 15, 5 }, { 20, 19.99 }, { 25, 5 } }) }, 40, 40), one);
-    // Joints of two boundaries at one place.
+    // Joints of two boundaries at one place, but those of which each goes on in the other.
     const fit::Path bent = pathOf({ { 5, 5 }, { 20, 20 }, { 5, 35 } });
-    QCOMPARE(crossingsOf({ bent, pathOf({ { 35, 5 }, { 20, 20 }, { 35, 35 } }) }, 40, 40), one);
+    QCOMPARE(crossingsOf({ bent, pathOf({ { 35, 15 }, { 20, 20 }, { 35, 25 } }) }, 40, 40), one);
+    QCOMPARE(crossingsOf({ bent, pathOf({ { 35, 5 }, { 20, 20 }, { 5, 5 } }) }, 40, 40), one);
+    QVERIFY(crossingsOf({ bent, pathOf({ { 35, 5 }, { 20, 20 }, { 35, 35 } }) }, 40, 40).empty());
+    QVERIFY(crossingsOf({ bent, pathOf({ { 35, 33 }, { 20, 20 }, { 35, 5 } }) }, 40, 40).empty());
+    QCOMPARE(crossingsOf({ bent, pathOf({ { 35, 5 }, { 20, 19.99 }, { 35, 35 } }) }, 40, 40), one);
+    // The same of one boundary, which comes back there.
+    const std::vector<fit::Point> twice
+        = { { 5, 5 }, { 20, 20 }, { 35, 35 }, { 35, 5 }, { 20, 20 }, { 5, 35 } };
+    QCOMPARE(crossingsOf({ pathOf(twice) }, 40, 40), (Pairs { { 0, 0 } })); // and crosses itself
+    const std::vector<fit::Point> turned
+        = { { 5, 5 }, { 20, 20 }, { 5, 35 }, { 20, 39 }, { 35, 35 }, { 20, 20 }, { 35, 5 } };
+    QVERIFY(crossingsOf({ pathOf(turned) }, 40, 40).empty());
     // The same line between two nodes, and one that lies upon a longer one.
     QCOMPARE(crossingsOf({ flat, pathOf({ { 30, 20 }, { 5, 20 } }) }, 40, 40), one);
     QCOMPARE(crossingsOf({ flat, pathOf({ { 5, 20 }, { 15, 20.01 } }) }, 40, 40), one);

@@ -14,14 +14,14 @@ using namespace ztrace;
 
 namespace {
 
-// One shape of ink on a page.
-BoundaryMap mapOf(int width, int height, const std::function<bool(int x, int y)> &isInk)
+// A page by the label of each pixel.
+BoundaryMap mapOf(int width, int height, const std::function<int(int x, int y)> &labelOf)
 {
     RunScanner scanner(width, height);
     for (int y = 0; y < height; ++y) {
         std::vector<uint8_t> labels;
         for (int x = 0; x < width; ++x)
-            labels.push_back(isInk(x, y));
+            labels.push_back(uint8_t(labelOf(x, y)));
         scanner.addRow(labels.data());
     }
     return makeBoundaryMap(scanner.take());
@@ -56,6 +56,7 @@ private slots:
     void barThatGoesOverIntoACurve();
     void pixelThatACornerLacks();
     void faintTeethAreNoBends();
+    void stepsBesideNodesSayNothing();
 };
 
 void tst_Staircase::barsAreExact()
@@ -130,6 +131,32 @@ void tst_Staircase::faintTeethAreNoBends()
         QVERIFY(faint.y[k] >= 5 || std::fabs(faint.x[k] - 15.5) > 1);
         QCOMPARE(faint.x[k], all.x[faint.crack[k]]);
         QCOMPARE(faint.sigma[k], all.sigma[faint.crack[k]]);
+    }
+}
+
+// A line between two bars of other colours, whose lower side gives a pixel to one of them, or which
+// they have pixels of: no line of 30 cracks leans so.
+void tst_Staircase::stepsBesideNodesSayNothing()
+{
+    for (int pixels : { 1, 2, 3 }) {
+        const BoundaryMap map = mapOf(60, 30, [pixels](int x, int y) {
+            if (x < 10 || x >= 45)
+                return x < 10 ? 2 : 3;
+            if (y == 15)
+                return 1;
+            return (y == 14 && x < 10 + pixels) || (y == 16 && x >= 45 - pixels) ? 1 : 0;
+        });
+        int sides = 0;
+        for (uint32_t k = 0; k < map.chains.size(); ++k) {
+            const Chain &chain = map.chains[k];
+            const auto label = [&map](int area) { return map.areas.list[std::size_t(area)].label; };
+            if (isOnRim(chain) || label(chain.left) + label(chain.right) != 1 || chain.cracks < 30)
+                continue;
+            ++sides;
+            const int exact = exactAt(staircaseOf(map, k, false), -1);
+            QCOMPARE(exact, pixels < 3 ? 35 - pixels : 0);
+        }
+        QCOMPARE(sides, 2);
     }
 }
 

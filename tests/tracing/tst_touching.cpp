@@ -36,12 +36,28 @@ struct Board
 
     bool holds(double u, double v) const
     {
-        const double x = u - 0.5 * kWidth - 0.3;
-        const double y = v - 0.5 * kHeight + 0.2;
-        const double column = std::floor((std::cos(angle) * x + std::sin(angle) * y) / side + 2.5);
-        const double row = std::floor((std::cos(angle) * y - std::sin(angle) * x) / side + 2.5);
+        const Point at = onBoard(u, v);
+        const double column = std::floor(at.x);
+        const double row = std::floor(at.y);
         return column >= 0 && column < 5 && row >= 0 && row < 5
             && std::fmod(column + row, 2.0) == 0;
+    }
+
+    // Pixels between a place and the nearest corner of a square.
+    double fromCorner(double u, double v) const
+    {
+        const Point at = onBoard(u, v);
+        return side * std::hypot(at.x - std::round(at.x), at.y - std::round(at.y));
+    }
+
+private:
+    // In squares from one corner of the board.
+    Point onBoard(double u, double v) const
+    {
+        const double x = u - 0.5 * kWidth - 0.3;
+        const double y = v - 0.5 * kHeight + 0.2;
+        return Point((std::cos(angle) * x + std::sin(angle) * y) / side + 2.5,
+                     (std::cos(angle) * y - std::sin(angle) * x) / side + 2.5);
     }
 };
 
@@ -74,12 +90,18 @@ std::size_t piecesOf(const Drawing &drawing)
 }
 
 template<typename Holds>
-std::size_t piecesFor(const Holds &holds, bool bit)
+Drawing drawingOf(const Holds &holds, bool bit)
 {
     TracePlan plan;
     plan.segmentation = Ink();
     plan.geometry.fit = Geometry::Fit::Fair;
-    return piecesOf(traceImage(Picture(pictureOf(holds, bit)), plan).drawing);
+    return traceImage(Picture(pictureOf(holds, bit)), plan).drawing;
+}
+
+template<typename Holds>
+std::size_t piecesFor(const Holds &holds, bool bit)
+{
+    return piecesOf(drawingOf(holds, bit));
 }
 
 } // namespace
@@ -93,6 +115,9 @@ private slots:
     void discsThatAllButTouchAreNoSaws();
     void boardsAreNoSaws_data();
     void boardsAreNoSaws();
+    void cornersOfSquaresAreOnePoint_data();
+    void cornersOfSquaresAreOnePoint();
+    void squaresOnPixelsAreExact();
 };
 
 void tst_Touching::discsThatAllButTouchAreNoSaws_data()
@@ -140,6 +165,61 @@ void tst_Touching::boardsAreNoSaws()
         saws += piecesFor(holds, bit) > kSawOfBoard ? 1 : 0;
     }
     QVERIFY2(saws == 0, qPrintable(QString::number(saws)));
+}
+
+void tst_Touching::cornersOfSquaresAreOnePoint_data()
+{
+    discsThatAllButTouchAreNoSaws_data();
+}
+
+// All joints but those of the frame are corners of squares: neither of two that touch is cut off
+// for the other.
+void tst_Touching::cornersOfSquaresAreOnePoint()
+{
+    QFETCH(bool, bit);
+    int joints = 0;
+    int far = 0;
+    for (int k = 0; k < 40; ++k) {
+        const Board board = { 8 + 0.1 * k, 0.07 + 0.035 * k };
+        const auto holds = [&](double u, double v) { return board.holds(u, v); };
+        const Drawing drawing = drawingOf(holds, bit);
+        for (const Outline &outline : drawing.outlines) {
+            for (const PathPiece piece : outline.shape.pieces()) {
+                const Point p = piece.start;
+                if (p.x == 0 || p.y == 0 || p.x == kWidth || p.y == kHeight)
+                    continue;
+                ++joints;
+                far += board.fromCorner(p.x, kHeight - p.y) > (bit ? 0.5 : 0.15) ? 1 : 0;
+            }
+        }
+    }
+    QVERIFY(joints > 2000);
+    QVERIFY2(far < joints / 12, qPrintable(QString("%1 of %2").arg(far).arg(joints)));
+}
+
+// Ten squares of 20 pixels on a ground that goes on across their corners.
+void tst_Touching::squaresOnPixelsAreExact()
+{
+    QImage image(kWidth, kHeight, QImage::Format_RGB32);
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x)
+            image.setPixel(x, y, (x / 20 + y / 20) % 2 != 0 ? 0xFFB58763u : 0xFFF0D9B5u);
+    }
+    Flat flat;
+    flat.colours = 2;
+    TracePlan plan;
+    plan.segmentation = flat;
+    plan.geometry.fit = Geometry::Fit::Fair;
+    const Drawing drawing = traceImage(Picture(image), plan).drawing;
+    QCOMPARE(drawing.outlines.size(), std::size_t(11));
+    for (const Outline &outline : drawing.outlines) {
+        if (outline.colour == 0xFFB58763u)
+            QCOMPARE(outline.shape.pieces().size(), std::size_t(4));
+        for (const PathPiece piece : outline.shape.pieces()) {
+            QCOMPARE(std::remainder(piece.start.x, 20.0), 0.0);
+            QCOMPARE(std::remainder(piece.start.y, 20.0), 0.0);
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_Touching)
