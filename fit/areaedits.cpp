@@ -38,6 +38,13 @@ const double kMostNudges = 3; // of these where it begins
 // the command takes 1.5 % more instructions for a dialog, and lettering of 12 to 24 px has the same
 // rms within .001 px.
 const double kHint = 0.04;
+// Radians that a path turns at a tip of less than 54 degrees, and numbers that a square end costs
+// in place of such a one: pixels hardly tell the end of a serif or of a bar of one pixel, and there
+// are more of these than needles. At the price of a cap (3.5) 14 % of the corners of serif
+// lettering of 16 px are missed, 12 at .5, 11 at -.5 and -1.5; at the last tips of small stars are
+// cut.
+const double kNeedle = 2.2;
+const double kNeedlePrice = -0.5;
 const double kShort = 1.6;                 // pixels of a line that may be left out
 const double kMeetingSine = 0.3;           // of two that are drawn on to where they meet
 const std::size_t kEdited = 5;             // joints that are fitted around a change
@@ -414,13 +421,20 @@ private:
         return sum / (coverage.sigma * coverage.sigma);
     }
 
+    // Numbers that a square end is worth more than the tip there.
+    static double endPrice(const std::vector<Piece> &pieces, std::size_t tip)
+    {
+        return std::fabs(turnBefore(pieces, tip)) > kNeedle ? kNeedlePrice : kCapPrice;
+    }
+
     bool cutsTip(std::size_t joint, std::vector<Piece> *pieces)
     {
+        const double price = endPrice(*pieces, joint);
         if (!isTip(joint, *pieces)
-            || !(offNear((*pieces)[joint].start) > kTipHint * kCapPrice * lambda))
+            || !(offNear((*pieces)[joint].start) > kTipHint * price * lambda))
             return false;
         std::vector<Piece> cut = *pieces;
-        return cutTip(joint, &cut) && isBetter(cut, joint, kCapPrice, pieces);
+        return cutTip(joint, &cut) && isBetter(cut, joint, price, pieces);
     }
 
     // Nats that the pixels next to a tip are off by.
@@ -445,8 +459,10 @@ private:
         if (chordOf((*pieces)[number]) > kShort)
             return false;
         std::vector<Piece> dropped = *pieces;
-        return dropShort(number, &dropped)
-            && isBetter(dropped, number % dropped.size(), -kCapPrice, pieces);
+        if (!dropShort(number, &dropped))
+            return false;
+        const std::size_t joint = number % dropped.size();
+        return isBetter(dropped, joint, -endPrice(dropped, joint), pieces);
     }
 
     bool becomesSmooth(std::size_t joint, std::vector<Piece> *pieces)

@@ -80,6 +80,8 @@ private slots:
     void windowsCutOff();
     void cornersAreFound();
     void tipsAreCutSquare();
+    void thinEndsAreSquare();
+    void needlesStay();
     void shortLinesGo();
     void detailsAreAdded();
     void countersHaveTwoCorners();
@@ -157,6 +159,37 @@ void tst_AreaFit::tipsAreCutSquare()
     const std::vector<Point> kite = { { 10.2, 20 }, { 20, 18 }, { 31.3, 20 }, { 20, 22 } };
     QCOMPARE(fitToCoverage(closedPath(kite), coverageOf(closedPath(kite)), kLambda).pieces.size(),
              kite.size());
+}
+
+// Serifs of less than a pixel, of which points make wedges.
+void tst_AreaFit::thinEndsAreSquare()
+{
+    const std::vector<Point> foot
+        = { { 14.3, 6.2 },  { 16.1, 6.2 },  { 16.1, 21.9 }, { 18.3, 21.9 },
+            { 18.3, 22.7 }, { 12.1, 22.7 }, { 12.1, 21.9 }, { 14.3, 21.9 } };
+    const Path wedges = closedPath(
+        { foot[0], foot[1], { 16.1, 21.6 }, { 19.1, 22.5 }, { 11.3, 22.5 }, { 14.3, 21.6 } });
+    Coverage noisy = coverageOf(closedPath(foot));
+    noisy.sigma = 0.06;
+    const Path after = fitToCoverage(wedges, noisy, kLambda);
+    QCOMPARE(after.pieces.size(), foot.size());
+    QVERIFY2(farthestCorner(after, foot) < 0.35,
+             qPrintable(QString::number(farthestCorner(after, foot))));
+}
+
+void tst_AreaFit::needlesStay()
+{
+    for (double half : { 0.8, 1.5, 3.0 }) {
+        const std::vector<Point> kite
+            = { { 33.2, 20.4 }, { 20.1, 20.4 + half }, { 15.3, 20.4 }, { 20.1, 20.4 - half } };
+        std::vector<Point> off = kite;
+        off[0].x -= 0.4;
+        off[1].y += 0.25;
+        const Path after = fitToCoverage(closedPath(off), coverageOf(closedPath(kite)), kLambda);
+        QCOMPARE(after.pieces.size(), kite.size());
+        QVERIFY2(farthestCorner(after, kite) < 0.45,
+                 qPrintable(QString::number(farthestCorner(after, kite))));
+    }
 }
 
 void tst_AreaFit::shortLinesGo()
