@@ -14,6 +14,9 @@ bool cleanEnds(const Coverage &coverage, double lambda, std::vector<Piece> *piec
 // Two corners in place of small arcs, one in lines, arcs in two, lines bent: the best of these for
 // each piece, likewise.
 bool addDetail(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
+// Joints of curves that turn by less than 35 degrees as smooth ones, lines that cut bends off as
+// arcs, likewise.
+bool smoothJoints(const Coverage &coverage, double lambda, std::vector<Piece> *pieces);
 
 } // namespace ztrace::fit
 

@@ -98,6 +98,7 @@ Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda, bo
         if (cleanEnds(coverage, lambda, &pieces))
             polish(coverage, &pieces);
     }
+    smoothJoints(coverage, lambda, &pieces);
     Path result = path;
     result.pieces = std::move(pieces);
     return showsAreas(result, coverage) ? result : path;

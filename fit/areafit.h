@@ -27,7 +27,8 @@ std::vector<double> coverOf(const Path &path, const Coverage &window);
 bool showsAreas(const Path &path, const Coverage &coverage);
 
 // Moves the joints of a closed path, and bends its arcs, so that it covers what is measured; tips
-// are cut off where that pays (lambda nats a number). Joints that are smooth stay so. Returns the
+// are cut off where that pays (lambda nats a number), and corners of curves that pixels do not ask
+// for become smooth. Joints that are smooth stay so. Returns the
 // path as it is where nothing is won, and whole shapes always; also where it does not show areas
 // in the end, or, unless the picture is known to be sharp, at the start: an edited path may follow
 // blurred pixels. Linear in the joints but for the solving, which is of at most kMostJoints.

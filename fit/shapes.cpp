@@ -1,10 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "fit/shapes.h"
 
-#include <Eigen/Dense>
+#include "fit/shapefits.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <complex>
 
@@ -16,27 +15,24 @@ const double kPi = 3.14159265358979323846;
 // Area over the root of the moments' determinant: 4 pi for ellipses, which is the largest there is,
 // 12 for rectangles, between them for rounded ones. Room for noise and the steps of small shapes.
 const double kLeastRatio = 11.6;
-const int kRounds = 12;
-const double kSettled = 1e-6;
-// Steps, pixels and radians, below which all points are looked at instead of about this many.
-const double kRough = 1e-2;
-const int kRoughPoints = 64;
-// Sum of squares of distances in deviations over which a path of lines is cheaper than a shape: per
-// point and beyond. Of soft edges generous, as deviations may be understated; those of a staircase
-// are known, and a line through every two points costs 7 nats a point.
-struct Hopeless
-{
-    double perPoint;
-    double beyond;
-};
-const Hopeless kHopelessOfSoft = { 300, 2000 };
-const Hopeless kHopelessOfSteps = { 20, 200 };
 // Pixels from both sides of a corner within which pixels see both.
 const double kCornerZone = 2;
 // Points of a shape for each that may be left out there: of the smallest all are near corners.
 const int kCountedALeftOut = 6;
 // Radii below this cannot be told from a corner: its points are all in the zone.
 const double kLeastRadius = 1.5;
+// Half the width from which ends of bars tell whether they are flat or round: of 400 lines of 2.8
+// px four were slots, of 3 px and more none.
+const double kLeastRadiusOfSlot = 1.45;
+const double kLeastRadiusOfSteps = 2.3;
+// Half the length between the ends' centres, in radii: shorter ones are discs.
+const double kLeastSlot = 0.25;
+// What a point that was left out at a corner of a rectangle counts beside a slot. Lines of 2.5 and
+// 3 px leave 0 to 5 out, and as slots are farther off by 10 to 120; of slots 4 to 8. And by how
+// much a slot of one bit must be nearer: of 400 lines of 5 px six are slots, of 400 slots 31 are
+// none; 17 and five without.
+const double kChi2OfLeftOut = 3;
+const double kClearlyRound = 10;
 // Points to both sides for directions along a rectangle's sides.
 const int kDirectionReach = 4;
 // Points of a small staircase, whose chords tell no direction, and directions in a quarter turn
@@ -67,177 +63,6 @@ const int kManyPoints = 100;
 const double kAnyWeight = 1e9;
 // Pixels between the axes of an ellipse that is drawn as a circle.
 const double kNearlyRound = 0.15;
-
-// One step's answer: distance to the shape and its change by each parameter.
-template<int N>
-struct Residual
-{
-    double distance;
-    Eigen::Matrix<double, N, 1> change;
-};
-
-template<int N>
-struct Normal
-{
-    static constexpr std::size_t kSize = static_cast<std::size_t>(N);
-    std::array<std::array<double, kSize>, kSize> products = {};
-    std::array<double, kSize> right = {};
-    double chi2 = 0;
-
-    void add(const Residual<N> &r, double weight)
-    {
-        chi2 += weight * r.distance * r.distance;
-        for (std::size_t i = 0; i < kSize; ++i) {
-            const double change = weight * r.change[int(i)];
-            right[i] -= change * r.distance;
-            for (std::size_t k = 0; k <= i; ++k)
-                products[i][k] += change * r.change[int(k)];
-        }
-    }
-
-    // False where the points say nothing.
-    bool solve(Eigen::Matrix<double, N, 1> *step) const
-    {
-        Eigen::Matrix<double, N, N> matrix;
-        Eigen::Matrix<double, N, 1> side;
-        for (std::size_t i = 0; i < kSize; ++i) {
-            side[int(i)] = right[i];
-            for (std::size_t k = 0; k <= i; ++k)
-                matrix(int(i), int(k)) = products[i][k];
-            // A parameter that no point sees stays where it is.
-            matrix(int(i), int(i)) += 1e-6;
-        }
-        const Eigen::LLT<Eigen::Matrix<double, N, N>> factors(
-            matrix.template selfadjointView<Eigen::Lower>());
-        if (factors.info() != Eigen::Success)
-            return false;
-        *step = factors.solve(side);
-        return step->allFinite();
-    }
-};
-
-// Whether a shape is so far from n points that some path of lines is cheaper in any case: what
-// the moments gave may be far off, by round 3 it is not.
-bool isHopeless(double chi2, Edge edge, int n, int round)
-{
-    const Hopeless &most = edge == Edge::Soft ? kHopelessOfSoft : kHopelessOfSteps;
-    static const double room[4] = { 1000, 100, 10, 1 };
-    return !(chi2 < room[std::min(round, 3)] * (most.perPoint * n + most.beyond));
-}
-
-// Weighted least squares over all points, the first rounds over some of them. `Shape` is made of
-// parameters and gives the Residual of a point, `limit` brings parameters back into their range.
-// False where no such shape is near the points.
-template<int N, typename Shape, typename Limit>
-bool gaussNewton(const Points &points, Eigen::Matrix<double, N, 1> *parameters, Limit limit)
-{
-    const int n = points.size();
-    int stride = 1 + n / kRoughPoints;
-    for (int round = 0; round < kRounds; ++round) {
-        const Shape shape(*parameters);
-        Normal<N> normal;
-        for (int i = 0; i < n; i += stride) {
-            const double weight = points.weightOf(i);
-            normal.add(shape.residual(points.at(i)), weight);
-        }
-        Eigen::Matrix<double, N, 1> step;
-        if (isHopeless(normal.chi2 * stride, points.edge, n, round) || !normal.solve(&step))
-            return false;
-        *parameters += step;
-        limit(parameters);
-        const double largest = step.cwiseAbs().maxCoeff();
-        if (largest < kSettled && stride == 1)
-            break;
-        if (largest < kRough)
-            stride = 1;
-    }
-    return true;
-}
-
-using Vector3 = Eigen::Matrix<double, 3, 1>;
-using Vector5 = Eigen::Matrix<double, 5, 1>;
-using Vector6 = Eigen::Matrix<double, 6, 1>;
-
-// Parameters: centre, radius.
-struct ToCircle
-{
-    const Vector3 s;
-    explicit ToCircle(const Vector3 &parameters) : s(parameters) { }
-
-    Residual<3> residual(Point p) const
-    {
-        const Point d = { p.x - s[0], p.y - s[1] };
-        const double length = std::max(std::sqrt(dot(d, d)), 1e-12);
-        return { length - s[2], Vector3(-d.x / length, -d.y / length, -1) };
-    }
-};
-
-// Parameters: centre, half axes, angle. The distance is that of first order in the scale by which
-// the ellipse would pass through the point: exact for circles, off by the square of the distance
-// over the radius of curvature elsewhere.
-struct ToEllipse
-{
-    const Vector5 s;
-    const double c;
-    const double n;
-    explicit ToEllipse(const Vector5 &parameters)
-        : s(parameters), c(std::cos(parameters[4])), n(std::sin(parameters[4]))
-    { }
-
-    Residual<5> residual(Point p) const
-    {
-        const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
-        const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
-        const double a = s[2];
-        const double b = s[3];
-        const double scale = std::max(std::sqrt(u * u / (a * a) + v * v / (b * b)), 1e-9);
-        const double gu = u / (a * a * scale);
-        const double gv = v / (b * b * scale);
-        const double length = std::max(std::sqrt(gu * gu + gv * gv), 1e-12);
-        Residual<5> r;
-        r.distance = (scale - 1) / length;
-        r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gu * u / a, -gv * v / b,
-            gu * v - gv * u;
-        r.change /= length;
-        return r;
-    }
-};
-
-// Parameters: centre, half width and height, angle, radius, which stays where it is not rounded.
-template<bool rounded>
-struct ToRectangle
-{
-    const Vector6 s;
-    const double c;
-    const double n;
-    explicit ToRectangle(const Vector6 &parameters)
-        : s(parameters), c(std::cos(parameters[4])), n(std::sin(parameters[4]))
-    { }
-
-    Residual<6> residual(Point p) const
-    {
-        const double u = c * (p.x - s[0]) + n * (p.y - s[1]);
-        const double v = c * (p.y - s[1]) - n * (p.x - s[0]);
-        const double x = std::fabs(u) - s[2] + s[5];
-        const double y = std::fabs(v) - s[3] + s[5];
-        double gx = x > y ? 1 : 0;
-        double gy = 1 - gx;
-        Residual<6> r;
-        r.distance = std::max(x, y) - s[5];
-        double byRadius = 0;
-        if (x > 0 && y > 0) {
-            const double length = std::max(std::sqrt(x * x + y * y), 1e-12);
-            gx = x / length;
-            gy = y / length;
-            r.distance = length - s[5];
-            byRadius = rounded ? gx + gy - 1 : 0;
-        }
-        const double gu = u < 0 ? -gx : gx;
-        const double gv = v < 0 ? -gy : gy;
-        r.change << -(c * gu - n * gv), -(n * gu + c * gv), -gx, -gy, gu * v - gv * u, byRadius;
-        return r;
-    }
-};
 
 Piece wholePiece(Kind kind, const Points &points, Point centre, double a, double b, double angle)
 {
@@ -340,15 +165,21 @@ private:
         }
         const int counted = points.size() - leftOut;
         piece.misfit = table.judgement.misfit(chi2, counted) + leftOut * table.judgement.leftOut;
-        const double cost = piece.misfit + table.numbers(priceOf(piece, table.prices));
+        const double tied = isSlot(piece) ? 1 : 0; // the radius is half of the height
+        const double cost = piece.misfit + table.numbers(priceOf(piece, table.prices) - tied);
         if (!std::isfinite(cost) || !hasArea(piece))
             return false;
         const bool near = points.edge == Edge::Soft || farthest < kStepsRoom;
         const bool expected = near && isAsExpected(points.edge, chi2, counted);
         const bool consistent = piece.kind == Kind::Circle && points.edge == Edge::Hard
             && farthest < kConsistentRoom && chi2 < kConsistentChi2 * counted;
-        shapes.push_back({ piece, cost, expected || consistent, chi2 });
+        shapes.push_back({ piece, cost, expected || consistent, chi2, leftOut });
         return shapes.back().asExpected;
+    }
+
+    static bool isSlot(const Piece &piece)
+    {
+        return piece.kind == Kind::RoundedRectangle && piece.radius == piece.half[1];
     }
 
     // What a point counts at the most.
@@ -484,6 +315,8 @@ private:
             fitRectangle<false>(s);
         if (!rounded || !offered(table.prices.roundedRectangle))
             return;
+        if (!isFewSteps())
+            slot();
         // The inertia is a little smaller than without the rounding; what the area lacks is the
         // corners.
         const double lacking = std::max(0.0, 4 * a * b - std::fabs(moments.area));
@@ -510,6 +343,50 @@ private:
         Piece piece = wholePiece(Kind::RoundedRectangle, points, { s[0], s[1] }, s[2], s[3], s[4]);
         piece.radius = s[5];
         return enter(piece, ToRectangle<rounded>(s), !rounded);
+    }
+
+    // A bar with round ends: a rounded rectangle of one number less.
+    void slot()
+    {
+        const double across
+            = 0.5 * (moments.xx + moments.yy - std::hypot(moments.xx - moments.yy, 2 * moments.xy));
+        const double area = std::fabs(moments.area);
+        const double radius = std::sqrt(3 * std::max(across, 1e-2));
+        Vector5 s;
+        s << moments.centre.x, moments.centre.y,
+            std::max(radius, (area / radius - kPi * radius) / 4), radius, axis;
+        const auto limit = [](Vector5 *v) {
+            (*v)[2] = std::max((*v)[2], 0.1);
+            (*v)[3] = std::max((*v)[3], 0.1);
+        };
+        const double least = points.edge == Edge::Soft ? kLeastRadiusOfSlot : kLeastRadiusOfSteps;
+        if (!gaussNewton<5, ToSlot>(points, &s, limit) || s[3] < least || s[2] < kLeastSlot * s[3])
+            return;
+        Piece piece
+            = wholePiece(Kind::RoundedRectangle, points, { s[0], s[1] }, s[2] + s[3], s[3], s[4]);
+        piece.radius = s[3];
+        const std::size_t before = shapes.size();
+        enter(piece, ToSlot(s), false);
+        if (shapes.size() > before)
+            chooseEnds(before);
+    }
+
+    // Of a slot and the rectangles that are as expected before it those that the ends speak for:
+    // corners may be left out, half circles are near all of their points.
+    void chooseEnds(std::size_t slot)
+    {
+        const double own = shapes[slot].chi2 + (points.edge == Edge::Hard ? kClearlyRound : 0);
+        const auto isFlat = [](const WholeShape &shape) {
+            return shape.asExpected && shape.piece.kind == Kind::RoundedRectangle
+                && shape.piece.radius == 0;
+        };
+        const auto end = shapes.begin() + static_cast<std::ptrdiff_t>(slot);
+        if (std::any_of(shapes.begin(), end, [&](const WholeShape &shape) {
+                return isFlat(shape) && own >= shape.chi2 + kChi2OfLeftOut * shape.leftOut;
+            }))
+            shapes.pop_back();
+        else
+            shapes.erase(std::remove_if(shapes.begin(), end, isFlat), end);
     }
 
     // Once more without the points near the corners, unless nearly none are left (the caps of

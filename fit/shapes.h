@@ -16,6 +16,7 @@ struct WholeShape
     double cost;
     bool asExpected;
     double chi2; // sum of (distance / sigma) squared over the points that count
+    int leftOut; // the other ones
 };
 
 // The shapes that are worth a comparison, cheapest first; none for open chains, for fewer than

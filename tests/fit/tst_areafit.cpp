@@ -80,10 +80,15 @@ private slots:
     void windowsCutOff();
     void cornersAreFound();
     void tipsAreCutSquare();
+    void thinEndsAreSquare();
+    void needlesStay();
     void shortLinesGo();
     void detailsAreAdded();
     void countersHaveTwoCorners();
     void smoothJointsStaySmooth();
+    void cornersOfCurvesBecomeSmooth();
+    void bendsThatAreCutOffBecomeRound();
+    void realCornersOfCurvesStay();
     void curvesBend();
     void otherWayRound();
     void pixelsThatDoNotCount();
@@ -156,6 +161,37 @@ void tst_AreaFit::tipsAreCutSquare()
              kite.size());
 }
 
+// Serifs of less than a pixel, of which points make wedges.
+void tst_AreaFit::thinEndsAreSquare()
+{
+    const std::vector<Point> foot
+        = { { 14.3, 6.2 },  { 16.1, 6.2 },  { 16.1, 21.9 }, { 18.3, 21.9 },
+            { 18.3, 22.7 }, { 12.1, 22.7 }, { 12.1, 21.9 }, { 14.3, 21.9 } };
+    const Path wedges = closedPath(
+        { foot[0], foot[1], { 16.1, 21.6 }, { 19.1, 22.5 }, { 11.3, 22.5 }, { 14.3, 21.6 } });
+    Coverage noisy = coverageOf(closedPath(foot));
+    noisy.sigma = 0.06;
+    const Path after = fitToCoverage(wedges, noisy, kLambda);
+    QCOMPARE(after.pieces.size(), foot.size());
+    QVERIFY2(farthestCorner(after, foot) < 0.35,
+             qPrintable(QString::number(farthestCorner(after, foot))));
+}
+
+void tst_AreaFit::needlesStay()
+{
+    for (double half : { 0.8, 1.5, 3.0 }) {
+        const std::vector<Point> kite
+            = { { 33.2, 20.4 }, { 20.1, 20.4 + half }, { 15.3, 20.4 }, { 20.1, 20.4 - half } };
+        std::vector<Point> off = kite;
+        off[0].x -= 0.4;
+        off[1].y += 0.25;
+        const Path after = fitToCoverage(closedPath(off), coverageOf(closedPath(kite)), kLambda);
+        QCOMPARE(after.pieces.size(), kite.size());
+        QVERIFY2(farthestCorner(after, kite) < 0.45,
+                 qPrintable(QString::number(farthestCorner(after, kite))));
+    }
+}
+
 void tst_AreaFit::shortLinesGo()
 {
     const std::vector<Point> square
@@ -219,6 +255,58 @@ void tst_AreaFit::smoothJointsStaySmooth()
         QVERIFY(std::fabs(cross(one, other)) < 0.02);
         const Point middle = pointAt(after.pieces[k], 0.5) - Point { 20.2, 18.7 };
         QVERIFY(std::fabs(std::hypot(middle.x, middle.y) - 7.3) < 0.02);
+    }
+}
+
+void tst_AreaFit::cornersOfCurvesBecomeSmooth()
+{
+    Path off = circleOfArcs({ 20.3, 18.6 }, 7.2);
+    for (std::size_t k = 0; k < 4; ++k) {
+        off.pieces[k].smooth = false;
+        off.pieces[k].bulge *= k % 2 ? 0.95 : 1.05;
+    }
+    const Path after = fitToCoverage(off, coverageOf(circleOfArcs({ 20.2, 18.7 }, 7.3)), kLambda);
+    QCOMPARE(after.pieces.size(), std::size_t(4));
+    for (std::size_t k = 0; k < 4; ++k) {
+        QVERIFY(after.pieces[k].smooth);
+        const double turn
+            = cross(endTangent(after.pieces[(k + 3) % 4]), startTangent(after.pieces[k]));
+        QVERIFY2(std::fabs(turn) < 0.02, qPrintable(QString::number(turn)));
+    }
+}
+
+// A part of a bend that the points made a line of.
+void tst_AreaFit::bendsThatAreCutOffBecomeRound()
+{
+    const Path circle = circleOfArcs({ 20.2, 18.7 }, 5.3);
+    Path off = circle;
+    const Piece whole = circle.pieces[1];
+    const Point middle = pointAt(whole, 0.5);
+    off.pieces[1] = arcPiece(whole.start, middle, std::tan(0.5 * std::atan(whole.bulge)));
+    off.pieces[1].smooth = true;
+    off.pieces.insert(off.pieces.begin() + 2, linePiece(middle, whole.end));
+    off.pieces[3].smooth = false;
+    const Path after = fitToCoverage(off, coverageOf(circle), kLambda);
+    for (const Piece &piece : after.pieces) {
+        QVERIFY(piece.kind == Kind::Arc);
+        QVERIFY(piece.smooth);
+    }
+}
+
+// Where an arc meets a line at 29 degrees.
+void tst_AreaFit::realCornersOfCurvesStay()
+{
+    const std::vector<Point> corners = { { 8.3, 12.4 }, { 28.6, 12.4 }, { 28.6, 27.1 } };
+    Path truth = closedPath(corners);
+    truth.pieces[2] = arcPiece(corners[2], corners[0], 0.2);
+    Path off = truth;
+    off.pieces[2].bulge = 0.25;
+    const Path after = fitToCoverage(off, coverageOf(truth), kLambda);
+    QCOMPARE(after.pieces.size(), std::size_t(3));
+    for (std::size_t k = 0; k < 3; ++k) {
+        const Point away = after.pieces[k].start - corners[k];
+        QVERIFY(!after.pieces[k].smooth);
+        QVERIFY2(std::hypot(away.x, away.y) < 0.1, qPrintable(QString::number(k)));
     }
 }
 

@@ -89,6 +89,8 @@ private slots:
     void rectangles();
     void roundedRectangles_data();
     void roundedRectangles();
+    void roundEnds_data();
+    void roundEnds();
     void thinLines_data();
     void thinLines();
     void longLines_data();
@@ -282,6 +284,41 @@ void tst_FitChain::roundedRectangles()
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
 }
 
+void tst_FitChain::roundEnds_data()
+{
+    QTest::addColumn<double>("width");
+    QTest::addColumn<double>("length");
+    QTest::addColumn<bool>("soft");
+    QTest::addColumn<double>("rms");
+    QTest::newRow("3 px, soft") << 3. << 60. << true << 0.02;
+    QTest::newRow("10 px, soft") << 10. << 60. << true << 0.01;
+    QTest::newRow("short, soft") << 10. << 16. << true << 0.01;
+    QTest::newRow("long, soft") << 10. << 400. << true << 0.01;
+    QTest::newRow("7 px, one bit") << 7. << 60. << false << 0.06;
+    QTest::newRow("20 px, one bit") << 20. << 60. << false << 0.05;
+}
+
+// Ends that are half circles: a rounded rectangle whose radius is half of its height.
+void tst_FitChain::roundEnds()
+{
+    QFETCH(double, width);
+    QFETCH(double, length);
+    QFETCH(bool, soft);
+    QFETCH(double, rms);
+    const Settings settings = settingsFor(svgPrices());
+    Noise random(1);
+    Quality quality;
+    for (int k = 0; k < 20; ++k) {
+        const double angle = 3.14 * random.uniform();
+        const Truth truth = rectangleTruth(phase(&random, 220), length, width, angle, 0.5 * width);
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        quality.add(path, truth, Kind::RoundedRectangle, settings);
+        QCOMPARE(path.pieces[0].radius, path.pieces[0].half[1]);
+    }
+    QCOMPARE(quality.ofKind, 20);
+    QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
+}
+
 void tst_FitChain::thinLines_data()
 {
     QTest::addColumn<double>("width");
@@ -290,9 +327,11 @@ void tst_FitChain::thinLines_data()
     QTest::newRow("1 px, soft") << 1. << true << 0.03;
     QTest::newRow("1.5 px, soft") << 1.5 << true << 0.02;
     QTest::newRow("2 px, soft") << 2. << true << 0.02;
+    QTest::newRow("3 px, soft") << 3. << true << 0.02;
     QTest::newRow("6 px, soft") << 6. << true << 0.01;
     QTest::newRow("1 px, one bit") << 1. << false << 0.1;
     QTest::newRow("2 px, one bit") << 2. << false << 0.06;
+    QTest::newRow("4 px, one bit") << 4. << false << 0.06;
     QTest::newRow("6 px, one bit") << 6. << false << 0.05;
 }
 
@@ -306,8 +345,9 @@ void tst_FitChain::thinLines()
     Quality quality;
     for (int k = 0; k < 20; ++k) {
         const Truth truth = rectangleTruth(phase(&random, 60), 100, width, 3.14 * random.uniform());
-        quality.add(fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings), truth,
-                    Kind::RoundedRectangle, settings);
+        const Path path = fitOf(truth, soft ? Edge::Soft : Edge::Hard, settings);
+        quality.add(path, truth, Kind::RoundedRectangle, settings);
+        QCOMPARE(path.pieces[0].radius, 0.0); // the ends are flat
     }
     QCOMPARE(quality.ofKind, 20);
     QVERIFY2(quality.rms() < rms, qPrintable(QString::number(quality.rms())));
