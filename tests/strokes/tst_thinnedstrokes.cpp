@@ -7,6 +7,8 @@
 
 #include <QtTest>
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 
 using namespace ztrace::strokes;
@@ -31,6 +33,38 @@ Greys thinned(const Sheet &sheet, double part)
     return grey;
 }
 
+// Blurred, with noise of that many lightnesses.
+Greys scanned(const Sheet &sheet, double noise)
+{
+    Greys grey = sheet.grey(Sheet::Tones::Soft);
+    grey = smoothed({ sheet.width(), sheet.height(), grey.data(), 127 });
+    grey = smoothed({ sheet.width(), sheet.height(), grey.data(), 127 });
+    std::mt19937 random(5);
+    for (uint8_t &value : grey) {
+        // The sum of twelve even numbers has a variance of 1.
+        double sum = -6.0;
+        for (int k = 0; k < 12; ++k)
+            sum += double(random()) / double(std::mt19937::max());
+        value = uint8_t(std::clamp(50.0 + 0.7 * value + noise * sum, 0.0, 255.0));
+    }
+    return grey;
+}
+
+// A box with round corners.
+void drawBox(Sheet *sheet, Point from, Point to, double radius, double width)
+{
+    const double r = radius;
+    sheet->line({ from.x + r, from.y }, { to.x - r, from.y }, width)
+        .line({ from.x + r, to.y }, { to.x - r, to.y }, width)
+        .line({ from.x, from.y + r }, { from.x, to.y - r }, width)
+        .line({ to.x, from.y + r }, { to.x, to.y - r }, width);
+    const double turn = 3.14159265358979323846 / 2;
+    sheet->arc({ to.x - r, to.y - r }, r, 0, turn, width)
+        .arc({ from.x + r, to.y - r }, r, turn, turn, width)
+        .arc({ from.x + r, from.y + r }, r, 2 * turn, turn, width)
+        .arc({ to.x - r, from.y + r }, r, 3 * turn, turn, width);
+}
+
 // A frame of 300 x 300 pixels that one line crosses.
 Sheet frame(double width)
 {
@@ -50,6 +84,7 @@ class tst_ThinnedStrokes : public QObject
 private slots:
     void linesOfLonePixelsAreNoise();
     void linesOfLonePixelsAreLines();
+    void scannedBoxesSideBySideHaveArcs();
 };
 
 // No edge of such lines is straight enough for a bump on it.
@@ -67,6 +102,30 @@ void tst_ThinnedStrokes::linesOfLonePixelsAreLines()
     QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 50.3, 50.6 }, { 350.3, 54.6 }, 2.0), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 49.0, 150.6 }, { 348.9, 154.6 }, 2.0), listOf(drawing).c_str());
+}
+
+// In noise the edges of corners are uneven, but the four arcs between boxes are seen.
+void tst_ThinnedStrokes::scannedBoxesSideBySideHaveArcs()
+{
+    Sheet sheet(560, 400);
+    const double x[] = { 30.3, 200.7, 371.1, 541.5 };
+    const double y[] = { 25.4, 190.8, 356.2 };
+    for (int i = 0; i < 3; ++i) {
+        for (int k = 0; k < 2; ++k)
+            drawBox(&sheet, { x[i], y[k] }, { x[i + 1], y[k + 1] }, 15.0, 6.0);
+    }
+    const StrokeDrawing drawing = strokesOn(scanned(sheet, 14.0), 560, 400, false);
+    int arcs = 0;
+    for (const Stroke &stroke : drawing.strokes) {
+        const double bulge = std::fabs(stroke.piece.bulge);
+        const double chord = lengthOf(stroke.piece.end - stroke.piece.start);
+        arcs += stroke.piece.kind == Kind::Arc
+                && std::fabs(chord * (1 + bulge * bulge) / (4 * bulge) - 15.0) < 0.8
+            ? 1
+            : 0;
+    }
+    QVERIFY2(arcs >= 22, qPrintable(QString::number(arcs)));
+    QVERIFY2(hasLine(drawing, { 215.7, 190.8 }, { 356.1, 190.8 }, 2.0), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_ThinnedStrokes)
