@@ -17,6 +17,7 @@ using ztrace::fit::Kind;
 namespace {
 
 const int kSide = 400;
+const double kStub = 4.5; // pixels that lines go on beyond a corner
 
 typedef std::vector<uint8_t> Greys;
 
@@ -85,6 +86,7 @@ private slots:
     void linesOfLonePixelsAreNoise();
     void linesOfLonePixelsAreLines();
     void scannedBoxesSideBySideHaveArcs();
+    void scannedStubsBeyondCornersAreSeen();
 };
 
 // No edge of such lines is straight enough for a bump on it.
@@ -126,6 +128,28 @@ void tst_ThinnedStrokes::scannedBoxesSideBySideHaveArcs()
     }
     QVERIFY2(arcs >= 22, qPrintable(QString::number(arcs)));
     QVERIFY2(hasLine(drawing, { 215.7, 190.8 }, { 356.1, 190.8 }, 2.0), listOf(drawing).c_str());
+}
+
+// Both lines of a corner go on beyond it by little more than their width.
+void tst_ThinnedStrokes::scannedStubsBeyondCornersAreSeen()
+{
+    Sheet sheet(560, 400);
+    for (int k = 0; k < 3; ++k) {
+        const double x = 60.3 + 160 * k;
+        for (double y : { 60.6, 240.2 })
+            sheet.line({ x - kStub, y }, { x + 100, y + 3 }, 7.5)
+                .line({ x, y - kStub }, { x - 2, y + 110 }, 7.5);
+    }
+    const StrokeDrawing drawing = strokesOn(scanned(sheet, 14.0), 560, 400, false);
+    int seen = 0;
+    for (int k = 0; k < 3; ++k) {
+        const double x = 60.3 + 160 * k;
+        for (double y : { 60.6, 240.2 }) {
+            seen += hasLine(drawing, { x - kStub, y }, { x + 100, y + 3 }, 2.0) ? 1 : 0;
+            seen += hasLine(drawing, { x, y - kStub }, { x - 2, y + 110 }, 2.0) ? 1 : 0;
+        }
+    }
+    QVERIFY2(seen >= 11, listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_ThinnedStrokes)
