@@ -87,6 +87,7 @@ private slots:
     void linesOfLonePixelsAreLines();
     void scannedBoxesSideBySideHaveArcs();
     void scannedStubsBeyondCornersAreSeen();
+    void aFoldInShortPiecesIsNoLine();
 };
 
 // No edge of such lines is straight enough for a bump on it.
@@ -150,6 +151,23 @@ void tst_ThinnedStrokes::scannedStubsBeyondCornersAreSeen()
         }
     }
     QVERIFY2(seen >= 11, listOf(drawing).c_str());
+}
+
+// Noise leaves pieces of a fold that have next to no cross-sections; a short line stays.
+void tst_ThinnedStrokes::aFoldInShortPiecesIsNoLine()
+{
+    Sheet sheet = frame(7.0);
+    sheet.line({ 120.3, 300.4 }, { 132.3, 300.4 }, 5.0);
+    Greys grey = scanned(sheet, 14.0);
+    for (int y = 170; y < 340; ++y) {
+        for (int k = -1; k <= 1 && y % 24 < 11; ++k) {
+            uint8_t &value = grey[std::size_t(y * kSide + 180 + y / 4 + k)];
+            value = uint8_t(std::max(0, value - (k == 0 ? 85 : 42)));
+        }
+    }
+    const StrokeDrawing drawing = strokesOn(grey, kSide, kSide, false);
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 120.3, 300.4 }, { 132.3, 300.4 }, 2.5), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_ThinnedStrokes)
