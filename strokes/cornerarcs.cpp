@@ -52,7 +52,7 @@ const double kMostMissedHard = 0.6;
 class CornerFit
 {
 public:
-    CornerFit(const Corner &k, const Coverage &c, bool h) : corner(k), coverage(c), hard(h) { }
+    CornerFit(const Corner &k, const Coverage &c, bool u) : corner(k), coverage(c), uneven(u) { }
 
     bool fit(CornerArc *arc) const
     {
@@ -75,7 +75,7 @@ public:
         arc->tangent = arc->radius / std::tan(half);
         const double shown = (arc->radius - 0.5 * arc->width) * (share - 1);
         return arc->radius > kLeastWidths * arc->width + kLeastPixels
-            && shown > (hard ? kLeastShownHard : kLeastShown) && arc->tangent < most;
+            && shown > (uneven ? kLeastShownHard : kLeastShown) && arc->tangent < most;
     }
 
 private:
@@ -124,7 +124,7 @@ private:
                 return false;
             if (round == kRounds)
                 return std::sqrt(edges.squares / edges.all)
-                    < (hard ? kMostMissedHard : kMostMissed);
+                    < (uneven ? kMostMissedHard : kMostMissed);
             for (const Atom *line : corner.line) {
                 const Point foot = line->carrier.foot(arc->centre);
                 const Point from = arc->centre - foot;
@@ -152,7 +152,7 @@ private:
     // some steps.
     double errorOf(const Atom &line) const
     {
-        if (!hard)
+        if (!uneven)
             return kSoftError;
         const Point way = line.place[1] - line.place[0];
         return std::max(kSoftError,
@@ -202,7 +202,7 @@ private:
 
     const Corner &corner;
     const Coverage &coverage;
-    const bool hard; // no values between ink and paper
+    const bool uneven; // edges, by steps of one bit or by noise
 };
 
 } // namespace
@@ -212,9 +212,9 @@ double cornerReach(double width)
     return kReachWidths * width + kReachPixels;
 }
 
-bool arcIn(const Corner &corner, const Coverage &coverage, bool hard, CornerArc *arc)
+bool arcIn(const Corner &corner, const Coverage &coverage, bool uneven, CornerArc *arc)
 {
-    return CornerFit(corner, coverage, hard).fit(arc);
+    return CornerFit(corner, coverage, uneven).fit(arc);
 }
 
 } // namespace ztrace::strokes

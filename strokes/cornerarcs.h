@@ -32,8 +32,8 @@ double cornerReach(double width);
 
 // The arc whose edges are those of the ink, and that touches both lines as well as these are known.
 // False where the inner edge is not seen, lies off an arc's, or is as sharp as that of two lines.
-// `hard` says that the picture has no values between ink and paper.
-bool arcIn(const Corner &corner, const Coverage &coverage, bool hard, CornerArc *arc);
+// `uneven` says that edges are, as they are in one bit and in noise.
+bool arcIn(const Corner &corner, const Coverage &coverage, bool uneven, CornerArc *arc);
 
 } // namespace ztrace::strokes
 

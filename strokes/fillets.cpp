@@ -14,6 +14,9 @@ namespace {
 
 // Widths that a line leads on beyond its corners at least.
 const double kFewWidths = 1.5;
+// Pixels that noise may take of a line's corner for it to tell what it was: of pens of three pixels
+// a threshold leaves round corners of sharp ones.
+const double kMuchTaken = 2.0;
 const double kLeastAngle = 0.5; // radians between lines that are a corner
 const int kMeanRounds = 6;
 const double kStep = 0.5;    // pixels between places that tell whether a line goes on
@@ -21,7 +24,8 @@ const double kOwn = 0.6;     // pixels beyond half a width that an arc explains
 const double kInset = 1.2;   // pixels inside of a line's edge where its own ink is looked for
 const double kLeastTold = 2; // places that tell whether a line goes on
 const double kInked = 0.4;   // part of them that is ink where it does
-// Pixels that radii of one drawing's corners differ by in one bit, and corners that tell a mean.
+// Pixels that radii of one drawing's corners differ by in one bit or in noise, and corners that
+// tell a mean.
 const double kAlike = 1.3;
 const double kFewAlike = 4;
 const double kOneWay = 0.95;   // cosine between rays of which the longer one counts
@@ -66,14 +70,16 @@ struct Cut
 class Fillets
 {
 public:
-    Fillets(const Coverage &c, bool h, Web *w) : coverage(c), hard(h), web(*w) { }
+    Fillets(const Coverage &c, const Measure &m, Web *w)
+        : coverage(c), measure(m), uneven(m.hard || m.taken > 0.0), web(*w)
+    { }
 
     void take()
     {
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             const Atom &atom = web.atoms[k];
             if (atom.alive && atom.shape == Shape::Line && atom.role == Role::Line
-                && atom.dashing.type == DashType::None
+                && atom.dashing.type == DashType::None && measure.takenOf(atom.width) < kMuchTaken
                 && lengthOf(atom.place[1] - atom.place[0]) > kFewWidths * atom.width)
                 lines.push_back(int(k));
         }
@@ -82,7 +88,7 @@ public:
         findSites();
         for (Site &site : sites)
             settle(&site);
-        if (hard)
+        if (uneven)
             shareRadii();
         for (const Site &site : sites)
             draw(site);
@@ -237,7 +243,7 @@ private:
         corner.direction[0] = a.direction;
         corner.direction[1] = b.direction;
         corner.alone = site.rays.size() == 2;
-        return arcIn(corner, coverage, hard, fillet)
+        return arcIn(corner, coverage, uneven, fillet)
             && fillet->tangent < std::min(a.length, b.length);
     }
 
@@ -284,7 +290,7 @@ private:
     }
 
     // In one bit lines lie up to half a pixel off where they keep within a row, and radii by twice
-    // that, to either side: corners of about one radius have their mean.
+    // that, to either side; so they do in noise. Corners of about one radius have their mean.
     void shareRadii()
     {
         std::vector<double> radii;
@@ -500,7 +506,8 @@ private:
     }
 
     const Coverage &coverage;
-    const bool hard; // no values between ink and paper
+    const Measure &measure;
+    const bool uneven; // edges, by steps of one bit or by noise
     Web &web;
     std::vector<int> lines;
     std::vector<Site> sites;
@@ -512,7 +519,7 @@ private:
 
 void takeFillets(const Coverage &coverage, const Measure &measure, Web *web)
 {
-    Fillets(coverage, measure.hard, web).take();
+    Fillets(coverage, measure, web).take();
 }
 
 } // namespace ztrace::strokes

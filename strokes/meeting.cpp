@@ -355,6 +355,13 @@ private:
         return 2 * std::size_t(end.atom) + std::size_t(end.end);
     }
 
+    // The same in noise, where short stubs of a corner are taken for spurs.
+    bool isSeenBeyond(const AtomEnd &end, const std::vector<AtomEnd> &ends, Point place)
+    {
+        const double thickness = measure.taken > 0.0 ? thicknessAcross(web, end, ends) : 0.0;
+        return thickness > 0.0 && goesBeyond(end, place, thickness);
+    }
+
     void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
     {
         Point sum = { 0, 0 };
@@ -373,6 +380,10 @@ private:
         }
         const Point middle = all > 0.0 ? (1 / all) * sum : at.place;
         for (const AtomEnd &end : ends) {
+            if (isSeenBeyond(end, ends, middle)) {
+                free.push_back(end);
+                continue;
+            }
             const bool passesBy = std::fabs(atom(end).carrier.distance(middle)) > kMeetsAll;
             putEnd(end, passesBy ? atom(end).carrier.foot(at.place) : middle, back);
             if (passesBy)
@@ -384,8 +395,7 @@ private:
     void putEnd(const AtomEnd &end, Point place, double back)
     {
         Atom &ending = atom(end);
-        const Point last
-            = end.end == 0 ? ending.samples.front().centre : ending.samples.back().centre;
+        const Point last = lastSample(end);
         if (fit::dot(place - last, outwardsOf(ending, end.end)) < -kBackwards - ending.width - back)
             place = ending.carrier.foot(last);
         ending.place[end.end] = place;
@@ -446,9 +456,11 @@ private:
                     break;
                 if (met[k] || !isCorner(free[i], free[k], worn, &place))
                     continue;
-                met[i] = met[k] = true;
-                atom(free[i]).place[free[i].end] = place;
-                atom(free[k]).place[free[k].end] = place;
+                for (std::size_t end : { i, k }) {
+                    met[end] = !isSeenBeyond(free[end], { free[i], free[k] }, place);
+                    if (met[end])
+                        atom(free[end]).place[free[end].end] = place;
+                }
             }
         }
         std::vector<AtomEnd> alone;

@@ -63,6 +63,7 @@ struct Edges
 {
     std::size_t pixels = 0;
     std::size_t bumps = 0;
+    std::size_t stray = 0;
 };
 
 void countEdges(const Lines &lines, Edges *edges)
@@ -80,15 +81,38 @@ void countEdges(const Lines &lines, Edges *edges)
     }
 }
 
+// Whether at most one of the eight pixels around one of ink is ink.
+bool isStray(const InkPicture &picture, int x, int y)
+{
+    int around = 0;
+    for (int row = y - 1; row <= y + 1; ++row) {
+        for (int column = x - 1; column <= x + 1; ++column)
+            around += picture.isInk(column, row) ? 1 : 0;
+    }
+    return around <= 2;
+}
+
+void countStray(const InkPicture &picture, Edges *edges)
+{
+    for (int y = 1; y + 1 < picture.height; y += kLineStep) {
+        for (int x = 1; x + 1 < picture.width; ++x) {
+            if (picture.isInk(x, y) && isStray(picture, x, y))
+                ++edges->stray;
+        }
+    }
+}
+
 // Bumps and dents of one pixel on edges that are straight on both sides of them, over the pixels of
-// edges: noise makes them, and no line.
-double raggedPart(const InkPicture &picture)
+// edges: noise makes them, and no line. Of lines that a threshold has left little of no edge is
+// straight, but many pixels are alone.
+bool isRagged(const InkPicture &picture)
 {
     Edges edges;
     countEdges(Lines(picture, false), &edges);
     countEdges(Lines(picture, true), &edges);
-    const double bumps = std::max(0.0, double(edges.bumps) - kFewBumps);
-    return edges.pixels > 0 ? bumps / double(edges.pixels) : 0.0;
+    countStray(picture, &edges);
+    return double(edges.bumps) > kFewBumps + kRagged * double(edges.pixels)
+        || double(edges.stray) > kFewBumps + kStrayPart * double(edges.pixels);
 }
 
 // The tone that a part of the pixels looked at are darker than.
@@ -128,7 +152,7 @@ double paperNoise(const InkPicture &picture)
 
 bool isNoisy(const InkPicture &picture, bool hard)
 {
-    return hard ? raggedPart(picture) > kRagged : paperNoise(picture) > kNoisy;
+    return hard ? isRagged(picture) : paperNoise(picture) > kNoisy;
 }
 
 std::vector<uint8_t> smoothed(const InkPicture &picture)

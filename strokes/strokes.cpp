@@ -218,8 +218,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     dropMitres(&web);
     settleDashes(&web);
-    if (!page.isNoisy)
-        takeFillets(coverage, measure, &web);
+    takeFillets(coverage, measure, &web);
     if (page.isNoisy)
         drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)

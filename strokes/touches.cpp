@@ -1,6 +1,8 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/touches.h"
 
+#include "strokes/ends.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -13,6 +15,7 @@ namespace {
 const double kCutOffSigmas = 1.5;
 const double kLeastCutOff = 0.05;
 const double kCutOff = 0.12;
+const double kAcross = 0.5; // sine of the least angle of what lies across an end
 
 // Pixels that a line may lie off where it was drawn.
 double errorOf(const Atom &line, const Measure &measure)
@@ -43,6 +46,22 @@ double footReach(const Atom &a, const Atom &b, const fit::Primitive &ofB, const 
         return 0.0;
     const double radius = a.carrier.arc ? a.carrier.radius : ofB.radius;
     return std::sqrt(2 * radius * errorOf(a.carrier.arc ? b : a, measure));
+}
+
+double thicknessAcross(const Web &web, const AtomEnd &end, const std::vector<AtomEnd> &ends)
+{
+    const Point out = outwardsOf(web.atoms[std::size_t(end.atom)], end.end);
+    double thickness = 0.0;
+    for (const AtomEnd &other : ends) {
+        if (other.atom == end.atom)
+            continue;
+        const Atom &across = web.atoms[std::size_t(other.atom)];
+        const double sine = std::fabs(fit::cross(out, outwardsOf(across, other.end)));
+        if (sine < kAcross)
+            return 0.0;
+        thickness = std::max(thickness, 0.5 * across.width / sine);
+    }
+    return thickness;
 }
 
 } // namespace ztrace::strokes

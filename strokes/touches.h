@@ -4,7 +4,7 @@
 #ifndef ZTRACE_STROKES_TOUCHES_H
 #define ZTRACE_STROKES_TOUCHES_H
 
-#include "strokes/primitives.h"
+#include "strokes/joining.h"
 
 namespace ztrace::strokes {
 
@@ -19,6 +19,10 @@ bool cutsInto(const Atom &a, const Atom &b, const fit::Primitive &ofB, const Mea
 // Pixels from the middle of their common ink that a tangent's foot may be: a line that lies off a
 // little leaves its arc that far from there. 0 of two lines or two circles.
 double footReach(const Atom &a, const Atom &b, const fit::Primitive &ofB, const Measure &measure);
+
+// Pixels from the place where ends meet to the edge of the widest of the others, along one of them;
+// 0 where another one leads nearly along it, or none does.
+double thicknessAcross(const Web &web, const AtomEnd &end, const std::vector<AtomEnd> &ends);
 
 } // namespace ztrace::strokes
 

@@ -32,6 +32,7 @@ const double kTelling = 12.0;     // lines that all of them count as
 // parts of the ink's depth. Measured on forty scans: folds .5 to 1.3 and .26 to .48, the thinnest
 // pens, of two pixels, 1.46 and more and .5 and more.
 const double kFoldWidth = 1.3;
+const double kFoldPart = 0.4; // of the width of pens, that folds are as dark as at most
 const double kFoldMiddle = 0.5;
 const double kPensPart = 0.75; // of the drawn length is of pens, and so many times wider
 const double kPensTimes = 1.5;
@@ -119,6 +120,21 @@ LineInk inkOfLine(const Atom &atom, const Darkness &darkness)
     return ink;
 }
 
+// The same of a line that too few cross-sections were seen of, along all that is drawn of it.
+LineInk inkOfShort(const Atom &atom, const Darkness &darkness)
+{
+    Atom drawn = atom;
+    drawn.samples.clear();
+    const Point way = atom.place[1] - atom.place[0];
+    const int steps = int(std::hypot(way.x, way.y));
+    for (int k = 0; k < steps; ++k) {
+        Section section;
+        section.centre = atom.place[0] + ((k + 0.5) / steps) * way;
+        drawn.samples.push_back(section);
+    }
+    return inkOfLine(drawn, darkness);
+}
+
 // How badly a depth and a blur explain the middles.
 double costOf(const std::vector<LineInk> &lines, double all, double depth, double blur)
 {
@@ -173,13 +189,18 @@ double widthOfMost(const Web &web, double part)
 
 // Leaves out what is no pen's line but a fold, once widths are measured. Where most of a drawing is
 // as faint as that, it stays.
-void dropFolds(const std::vector<LineInk> &inks, double depth, Web *web)
+void dropFolds(const std::vector<LineInk> &inks, const Darkness &darkness, double depth, Web *web)
 {
-    const double most = std::min(kFoldWidth, widthOfMost(*web, kPensPart) / kPensTimes);
+    const double pens = widthOfMost(*web, kPensPart);
+    const double most = std::min(std::max(kFoldWidth, kFoldPart * pens), pens / kPensTimes);
     for (std::size_t k = 0; k < inks.size(); ++k) {
         Atom &atom = web->atoms[k];
-        if (atom.alive && inks[k].weight >= double(kFewSections) && atom.width < most
-            && inks[k].middle < kFoldMiddle * depth)
+        if (!atom.alive)
+            continue;
+        const bool isShort = inks[k].weight < double(kFewSections) && atom.shape == Shape::Line;
+        const LineInk ink = isShort ? inkOfShort(atom, darkness) : inks[k];
+        const double width = isShort ? ink.sum / depth : atom.width;
+        if (ink.weight >= double(kFewSections) && width < most && ink.middle < kFoldMiddle * depth)
             atom.alive = false;
     }
 }
@@ -237,7 +258,7 @@ void measureWidths(const InkPicture &picture, double paper, Web *web)
         if (atom.alive)
             atom.width = own ? inks[k].sum / depth : usual * atom.width;
     }
-    dropFolds(inks, depth, web);
+    dropFolds(inks, darkness, depth, web);
 }
 
 double widthBeforeThreshold(double width)
