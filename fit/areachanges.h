@@ -53,6 +53,7 @@ public:
         Place before = { piece.start, { 0, 0 }, { 0, 0 } };
         const bool isArc = piece.kind == Kind::Arc;
         isCurve = bends && !isArc;
+        isStraight = piece.kind == Kind::Line;
         const int count
             = isArc && bends ? std::max(kLeastChordsOfBend, chordsOf(piece)) : chordsOf(piece);
         Walk walk(piece, count);
@@ -180,6 +181,11 @@ private:
             return;
         const double ofEnd = 0.5 * (s1 * s1 - s0 * s0);
         const double ofStart = s1 - s0 - ofEnd;
+        if (isStraight) {
+            changes->push_back(
+                { pixel, { ofStart * d.y, -(ofStart * d.x), ofEnd * d.y, -(ofEnd * d.x) } });
+            return;
+        }
         const Point w = ofStart * from.share + ofEnd * to.share;
         const Point bend = ofStart * from.bend + ofEnd * to.bend;
         const Point rest = { s1 - s0 - w.x, -w.y };
@@ -198,7 +204,8 @@ private:
     const Piece &piece;
     const Coverage &window;
     std::vector<AreaChange> *changes;
-    bool isCurve = false; // whose controls move
+    bool isCurve = false;    // whose controls move
+    bool isStraight = false; // from its start to its end in one
 };
 
 } // namespace ztrace::fit

@@ -50,6 +50,8 @@ public:
 
     void add(const Piece &piece, double sign)
     {
+        if (isBeyond(piece))
+            return;
         const int count = chordsOf(piece);
         if (piece.kind == Kind::Arc && count > 1) {
             addArc(piece, count, sign);
@@ -89,6 +91,33 @@ public:
 
 private:
     std::ptrdiff_t rowAt(int y) const { return std::ptrdiff_t(y) * (window.width + 2); }
+
+    // Whether a piece plainly lies above, below or on the right of the window, where it covers
+    // nothing of it.
+    bool isBeyond(const Piece &piece) const
+    {
+        if (isWhole(piece.kind))
+            return false;
+        Point least = piece.start;
+        Point most = piece.start;
+        const auto include = [&](Point p) {
+            least = { std::min(least.x, p.x), std::min(least.y, p.y) };
+            most = { std::max(most.x, p.x), std::max(most.y, p.y) };
+        };
+        include(piece.end);
+        double room = 1e-6;
+        if (piece.kind == Kind::Arc) {
+            // No place is farther from the chord than that: up to half a turn it is half as much.
+            const Point chord = piece.end - piece.start;
+            room += std::sqrt(dot(chord, chord)) * std::fabs(piece.bulge);
+        } else if (piece.kind != Kind::Line) {
+            include(piece.control);
+            if (piece.kind == Kind::Cubic)
+                include(piece.control2);
+        }
+        return least.x - room >= window.left + window.width || most.y + room <= window.top
+            || least.y - room >= window.top + window.height;
+    }
 
     // Chord by chord round the centre.
     void addArc(const Piece &arc, int count, double sign)

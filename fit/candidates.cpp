@@ -128,14 +128,16 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 SpanPair spansOf(const Table &table, int first, int last, double most)
 {
     SpanMeter meter(table);
-    meter.measure(first, &last, &most, 1);
+    meter.measure(first, &last, &most, 0, 1);
     return meter.pairOf(0);
 }
 
-void SpanMeter::measure(int first, const int *last, const double *most, int count)
+void SpanMeter::measure(int first, const int *last, const double *most, double lessForLine,
+                        int count)
 {
     const Points &points = table.points;
     begin = first;
+    lessOfLines = lessForLine;
     for (int k = 0; k < kSpanLanes; ++k) {
         // Lanes that are not asked for do what the last one does.
         const int from = std::min(k, count - 1);
@@ -169,7 +171,8 @@ const SpanPair &SpanMeter::pairOf(int k)
 {
     pair.lineMisfit = lineMisfits[k];
     pair.arcMisfit = kAnyCost;
-    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mosts[k];
+    pair.hasLine
+        = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mosts[k] - lessOfLines;
     if (pair.hasLine)
         completeLine(k);
     pair.hasArc = mayBeArc[k] && lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0;

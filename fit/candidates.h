@@ -74,8 +74,9 @@ class SpanMeter
 public:
     explicit SpanMeter(const Table &t) : table(t), kernels(spanKernels()) { }
 
-    // Of 1 to kSpanLanes spans from `first` to before each of `last`, with what each may cost.
-    void measure(int first, const int *last, const double *most, int count);
+    // Of 1 to kSpanLanes spans from `first` to before each of `last`, with what each may cost;
+    // lines have to be cheaper by `lessForLine`.
+    void measure(int first, const int *last, const double *most, double lessForLine, int count);
     // Of span k, 0 <= k < count; valid until the next call.
     const SpanPair &pairOf(int k);
 
@@ -91,6 +92,7 @@ private:
     int begin = 0;
     int ends[kSpanLanes];
     double mosts[kSpanLanes];
+    double lessOfLines = 0;
     bool ahead[kSpanLanes]; // may be lines
     double lineMisfits[kSpanLanes];
     bool mayBeArc[kSpanLanes];
