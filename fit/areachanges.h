@@ -151,8 +151,8 @@ private:
     {
         const Point a = { from.at.x - window.left, from.at.y - window.top };
         const Point d = to.at - from.at;
-        int x = static_cast<int>(std::floor(a.x));
-        int y = static_cast<int>(std::floor(a.y));
+        int x = floorOf(a.x);
+        int y = floorOf(a.y);
         const double perX = d.x != 0 ? 1 / std::fabs(d.x) : 0;
         const double perY = d.y != 0 ? 1 / std::fabs(d.y) : 0;
         const double never = 2;
