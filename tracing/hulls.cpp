@@ -94,6 +94,12 @@ Point acrossChord(const Hull &hull)
     return { -chord.y, chord.x };
 }
 
+// Whether hulls whose boxes are not apart are so in the direction across one of them.
+bool areApartAcross(const Hull &a, const Hull &b)
+{
+    return areApartAlong(a, b, acrossChord(a)) || areApartAlong(a, b, acrossChord(b));
+}
+
 // Whether no leg turns away from a direction of length 1.
 bool goesAlong(const Hull &hull, Point direction)
 {
@@ -126,7 +132,7 @@ struct Parts
 
     explicit Parts(const fit::Piece &piece) { add(piece, isBent(piece) ? 2 : 0); }
 
-private:
+    // Others are one part, with the piece's own hull.
     static bool isBent(const fit::Piece &piece)
     {
         return piece.kind == fit::Kind::Quadratic || piece.kind == fit::Kind::Cubic
@@ -134,6 +140,7 @@ private:
                 && std::fabs(piece.bulge) < kLargestBulge);
     }
 
+private:
     void add(const fit::Piece &piece, int times)
     {
         if (times == 0) {
@@ -251,6 +258,7 @@ struct Item
     fit::Box box;
     PlaceOfPiece place;
     bool looked;
+    bool isBent; // of more than one part
 };
 
 struct StripOfItem
@@ -327,7 +335,7 @@ private:
                 continue;
             const PlaceOfPiece place = { number, k };
             const auto item = uint32_t(items.size());
-            items.push_back({ hull, box, place, isLooked(number) });
+            items.push_back({ hull, box, place, isLooked(number), Parts::isBent(path.pieces[k]) });
             forEachStripOf(path.pieces[k], [&](const Strip &strip) {
                 strips.push_back({ strip, item });
             });
@@ -344,9 +352,13 @@ private:
             return;
         const Item &a = one.place < other.place ? one : other;
         const Item &b = one.place < other.place ? other : one;
-        if (arePlainlyApart(a.hull, b.hull)
-            || partsAreApart(Parts(pieceAt(a.place)), Parts(pieceAt(b.place)),
-                             follows(a.place, b.place), follows(b.place, a.place)))
+        if (areApartAcross(a.hull, b.hull))
+            return;
+        const bool isNext = follows(a.place, b.place);
+        const bool isBefore = follows(b.place, a.place);
+        if (!a.isBent && !b.isBent
+                ? (isNext && goOneWay(a.hull, b.hull)) || (isBefore && goOneWay(b.hull, a.hull))
+                : partsAreApart(Parts(pieceAt(a.place)), Parts(pieceAt(b.place)), isNext, isBefore))
             return;
         const fit::Box common = { { std::max(a.box.low.x, b.box.low.x) - kLeastGap,
                                     std::max(a.box.low.y, b.box.low.y) - kLeastGap },
@@ -408,8 +420,7 @@ Hull hullOf(const fit::Piece &piece)
 
 bool arePlainlyApart(const Hull &a, const Hull &b)
 {
-    return areApartAlong(a, b, { 1, 0 }) || areApartAlong(a, b, { 0, 1 })
-        || areApartAlong(a, b, acrossChord(a)) || areApartAlong(a, b, acrossChord(b));
+    return areApartAlong(a, b, { 1, 0 }) || areApartAlong(a, b, { 0, 1 }) || areApartAcross(a, b);
 }
 
 bool cannotMeetItself(const fit::Piece &piece)
