@@ -261,6 +261,13 @@ struct Item
     bool isBent; // of more than one part
 };
 
+// What is compared first.
+struct Near
+{
+    fit::Box box;
+    uint32_t item;
+};
+
 struct StripOfItem
 {
     Strip strip;
@@ -305,16 +312,42 @@ private:
     {
         std::vector<std::vector<PiecePair>> found(1 + grid.cells() / kCellsAtOnce);
         const std::size_t most = 1 + items.size() / kItemsAThread;
-        forEachOnThreads(
-            found.size(), unsigned(std::min<std::size_t>(threads, most)), [&](std::size_t part) {
-                const std::size_t from = part * kCellsAtOnce;
-                grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
-                                 [&](uint32_t a, uint32_t b) {
-                                     compare(strips[a].item, strips[b].item, &found[part]);
-                                 });
-            });
+        forEachOnThreads(found.size(), unsigned(std::min<std::size_t>(threads, most)),
+                         [&](std::size_t part) {
+                             const std::size_t from = part * kCellsAtOnce;
+                             std::vector<Near> near;
+                             for (std::size_t cell = from;
+                                  cell < std::min(from + kCellsAtOnce, grid.cells()); ++cell)
+                                 compareIn(cell, &near, &found[part]);
+                         });
         for (const std::vector<PiecePair> &part : found)
             pairs.insert(pairs.end(), part.begin(), part.end());
+    }
+
+    // Those of a cell side by side, since there may be many, and those that are looked at first: of
+    // others none is compared with one of its kind.
+    void compareIn(std::size_t cell, std::vector<Near> *near, std::vector<PiecePair> *found) const
+    {
+        near->clear();
+        std::size_t count = 0;
+        for (const bool isLooked : { true, false }) {
+            grid.forEachIn(cell, [&](uint32_t strip) {
+                const uint32_t item = strips[strip].item;
+                if (items[item].looked == isLooked)
+                    near->push_back({ items[item].box, item });
+            });
+            count = isLooked ? near->size() : count;
+            if (count == 0)
+                return;
+        }
+        for (std::size_t k = 0; k < count; ++k) {
+            const Near one = (*near)[k];
+            for (std::size_t i = k + 1; i < near->size(); ++i) {
+                const Near &other = (*near)[i];
+                if (!areApart(one.box, other.box) && one.item != other.item)
+                    compare(items[one.item], items[other.item], found);
+            }
+        }
     }
 
     bool isLooked(uint32_t path) const { return looked.empty() || looked[path]; }
@@ -344,12 +377,9 @@ private:
         }
     }
 
-    void compare(uint32_t first, uint32_t second, std::vector<PiecePair> *found) const
+    // Of two whose boxes are not apart.
+    void compare(const Item &one, const Item &other, std::vector<PiecePair> *found) const
     {
-        const Item &one = items[first];
-        const Item &other = items[second];
-        if (first == second || !(one.looked || other.looked) || areApart(one.box, other.box))
-            return;
         const Item &a = one.place < other.place ? one : other;
         const Item &b = one.place < other.place ? other : one;
         if (areApartAcross(a.hull, b.hull))
