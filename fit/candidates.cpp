@@ -128,21 +128,21 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 SpanPair spansOf(const Table &table, int first, int last, double most)
 {
     SpanMeter meter(table);
-    meter.measure(first, &last, &most, 0, 1);
+    meter.measure(first, &last, &most, &most, 1);
     return meter.pairOf(0);
 }
 
-void SpanMeter::measure(int first, const int *last, const double *most, double lessForLine,
+void SpanMeter::measure(int first, const int *last, const double *most, const double *mostOfLine,
                         int count)
 {
     const Points &points = table.points;
     begin = first;
-    lessOfLines = lessForLine;
     for (int k = 0; k < kSpanLanes; ++k) {
         // Lanes that are not asked for do what the last one does.
         const int from = std::min(k, count - 1);
         ends[k] = last[from];
         mosts[k] = most[from];
+        mostsOfLines[k] = mostOfLine[from];
     }
     table.sums.over(kernels, first, ends, &lanes, origins);
     kernels.measureLines(&lanes);
@@ -171,8 +171,7 @@ const SpanPair &SpanMeter::pairOf(int k)
 {
     pair.lineMisfit = lineMisfits[k];
     pair.arcMisfit = kAnyCost;
-    pair.hasLine
-        = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mosts[k] - lessOfLines;
+    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mostsOfLines[k];
     if (pair.hasLine)
         completeLine(k);
     pair.hasArc = mayBeArc[k] && lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0;

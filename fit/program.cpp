@@ -126,24 +126,26 @@ private:
     {
         int failures = 0;
         const double before = leastBefore(first);
-        const double beforeLine = leastBeforeLine(first) - before - kRounding;
+        const double beforeLine = leastBeforeLine(first) - kRounding;
         int last[kSpanLanes];
         double most[kSpanLanes];
+        double mostOfLine[kSpanLanes];
         int count = 0;
         Reach::Ends ends(reach, first);
         for (bool more = true; more;) {
             int end = 0;
             more = ends.next(&end);
             if (more && (end - first >= 2 || size <= 1)) {
+                const double toStay = best[static_cast<std::size_t>(end)] + slack;
                 last[count] = end;
-                most[count++]
-                    = std::min(best[static_cast<std::size_t>(end)] + slack, reach.limitAt(end))
-                    - before;
+                most[count] = std::min(toStay, reach.limitAt(end)) - before;
+                mostOfLine[count] = std::min(most[count], toStay - beforeLine);
+                ++count;
             }
             if (count < kSpanLanes && more)
                 continue;
             if (count > 0)
-                meter.measure(first, last, most, beforeLine, count);
+                meter.measure(first, last, most, mostOfLine, count);
             for (int lane = 0; lane < count; ++lane) {
                 failures = enterPair(first, last[lane], lane) ? 0 : failures + 1;
                 if (failures >= kFailures)
