@@ -53,6 +53,7 @@ public:
         Place before = { piece.start, { 0, 0 }, { 0, 0 } };
         const bool isArc = piece.kind == Kind::Arc;
         isCurve = bends && !isArc;
+        isStraight = piece.kind == Kind::Line;
         const int count
             = isArc && bends ? std::max(kLeastChordsOfBend, chordsOf(piece)) : chordsOf(piece);
         Walk walk(piece, count);
@@ -150,8 +151,8 @@ private:
     {
         const Point a = { from.at.x - window.left, from.at.y - window.top };
         const Point d = to.at - from.at;
-        int x = static_cast<int>(std::floor(a.x));
-        int y = static_cast<int>(std::floor(a.y));
+        int x = floorOf(a.x);
+        int y = floorOf(a.y);
         const double perX = d.x != 0 ? 1 / std::fabs(d.x) : 0;
         const double perY = d.y != 0 ? 1 / std::fabs(d.y) : 0;
         const double never = 2;
@@ -180,6 +181,11 @@ private:
             return;
         const double ofEnd = 0.5 * (s1 * s1 - s0 * s0);
         const double ofStart = s1 - s0 - ofEnd;
+        if (isStraight) {
+            changes->push_back(
+                { pixel, { ofStart * d.y, -(ofStart * d.x), ofEnd * d.y, -(ofEnd * d.x) } });
+            return;
+        }
         const Point w = ofStart * from.share + ofEnd * to.share;
         const Point bend = ofStart * from.bend + ofEnd * to.bend;
         const Point rest = { s1 - s0 - w.x, -w.y };
@@ -198,7 +204,8 @@ private:
     const Piece &piece;
     const Coverage &window;
     std::vector<AreaChange> *changes;
-    bool isCurve = false; // whose controls move
+    bool isCurve = false;    // whose controls move
+    bool isStraight = false; // from its start to its end in one
 };
 
 } // namespace ztrace::fit

@@ -405,15 +405,23 @@ private:
     // Chi square of the pixels around a piece.
     double offBeside(const std::vector<Piece> &pieces, std::size_t number) const
     {
-        Box box = boxOf(pieces[number]);
+        const Box box = boxOf(pieces[number]);
+        // Of the pixels whose centres are that near.
+        const auto first = [](double least, int begin, int count) {
+            return static_cast<int>(
+                std::min<double>(count, std::max(0.0, std::ceil(least - begin - 0.5))));
+        };
+        const auto past = [](double most, int begin, int count) {
+            return static_cast<int>(
+                std::min<double>(count, std::max(0.0, std::floor(most - begin + 0.5))));
+        };
+        const int left = first(box.low.x - kBeside, coverage.left, coverage.width);
+        const int right = past(box.high.x + kBeside, coverage.left, coverage.width);
+        const int top = first(box.low.y - kBeside, coverage.top, coverage.height);
+        const int bottom = past(box.high.y + kBeside, coverage.top, coverage.height);
         double sum = 0;
-        for (int y = 0; y < coverage.height; ++y) {
-            for (int x = 0; x < coverage.width; ++x) {
-                const double px = coverage.left + x + 0.5;
-                const double py = coverage.top + y + 0.5;
-                if (px < box.low.x - kBeside || px > box.high.x + kBeside
-                    || py < box.low.y - kBeside || py > box.high.y + kBeside)
-                    continue;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
                 const double o = off[static_cast<std::size_t>(y * coverage.width + x)];
                 sum += o * o;
             }

@@ -31,17 +31,35 @@ const double kHoped = 0.5;
 const double kShortest = 0.1; // pixels that a piece keeps
 const double kMostBulge = 2;
 
+// Twice what lies between the chords of the quarters of a piece and the origin. Halves of an arc
+// need no angles: the tangent of a quarter of the sweep gives that of an eighth.
+inline double twiceAreaOf(const Piece &piece)
+{
+    if (piece.kind == Kind::Line)
+        return cross(piece.start, piece.end);
+    Point quarters[3];
+    if (piece.kind == Kind::Arc) {
+        const auto top = [](Point a, Point b, double bulge) {
+            const Point chord = b - a;
+            return 0.5 * (a + b) + 0.5 * bulge * Point { chord.y, -chord.x };
+        };
+        const double ofHalf = piece.bulge / (1 + std::sqrt(1 + piece.bulge * piece.bulge));
+        quarters[1] = top(piece.start, piece.end, piece.bulge);
+        quarters[0] = top(piece.start, quarters[1], ofHalf);
+        quarters[2] = top(quarters[1], piece.end, ofHalf);
+    } else {
+        for (int k = 0; k < 3; ++k)
+            quarters[k] = pointAt(piece, 0.25 * (k + 1));
+    }
+    return cross(piece.start, quarters[0]) + cross(quarters[0], quarters[1])
+        + cross(quarters[1], quarters[2]) + cross(quarters[2], piece.end);
+}
+
 inline double areaOf(const std::vector<Piece> &pieces)
 {
     double twice = 0;
-    for (const Piece &piece : pieces) {
-        Point a = piece.start;
-        for (int k = 1; k <= 4; ++k) {
-            const Point b = pointAt(piece, 0.25 * k);
-            twice += cross(a, b);
-            a = b;
-        }
-    }
+    for (const Piece &piece : pieces)
+        twice += twiceAreaOf(piece);
     return 0.5 * twice;
 }
 
@@ -111,6 +129,7 @@ public:
         values.assign(parameters.size(), 0.0);
         findSlots();
         takeFixed();
+        measureTurns();
     }
 
     // The misfit in the end, with the anchors. Steps win less and less: it ends where the last one
@@ -171,6 +190,27 @@ private:
     };
     static constexpr uint32_t kNone = uint32_t(-1);
 
+    struct Touch
+    {
+        Eigen::Index parameter;
+        double by;
+    };
+
+    // Changes and the pieces that they are of, listed pixel by pixel. It stays from one step to the
+    // next: to get as much memory again would take longer than most steps.
+    struct Room
+    {
+        std::vector<AreaChange> changes;
+        std::vector<uint32_t> slots;
+        std::vector<uint32_t> firstAt;
+        std::vector<uint32_t> nextAt;
+    };
+    static Room &room()
+    {
+        thread_local Room own;
+        return own;
+    }
+
     // Which parameters move each piece.
     void findSlots()
     {
@@ -191,8 +231,8 @@ private:
                 moves[(p.number + n - 1) % n] = 1;
             }
         }
-        gradient.assign(parameters.size(), 0.0);
-        isTouched.assign(parameters.size(), 0);
+        placeOf.assign(parameters.size(), -1);
+        touched.resize(parameters.size());
     }
 
     // Measured less what the pieces draw that no parameter moves.
@@ -203,6 +243,22 @@ private:
         for (std::size_t k = 0; k < fixed.size(); ++k)
             fixed[k] = coverage.counts[k] ? coverage.right[k] - around : 0;
         take(pieces, 0, &fixed);
+    }
+
+    // Of smooth joints between pieces that stay as they are.
+    void measureTurns()
+    {
+        turns.assign(pieces.size(), 0.0);
+        for (std::size_t k = 0; k < pieces.size(); ++k) {
+            if (origin[k].smooth && !turnsAt(k))
+                turns[k] = turnAt(pieces, k);
+        }
+    }
+
+    // Whether a joint may turn otherwise as parameters move.
+    bool turnsAt(std::size_t joint) const
+    {
+        return moves[joint] || moves[(joint + moves.size() - 1) % moves.size()];
     }
 
     // Takes off what the pieces draw that move, or do not.
@@ -292,8 +348,10 @@ private:
         take(p, 1, offThen);
         double cost = squares(*offThen) / (coverage.sigma * coverage.sigma);
         for (std::size_t k = 0; k < p.size(); ++k) {
-            if (origin[k].smooth)
-                cost += turnAt(p, k) * turnAt(p, k);
+            if (!origin[k].smooth)
+                continue;
+            const double turn = turnsAt(k) ? turnAt(p, k) : turns[k];
+            cost += turn * turn;
         }
         for (std::size_t k = 0; k < all.size(); ++k)
             cost += all[k] * all[k] / (anchorOf(parameters[k]) * anchorOf(parameters[k]));
@@ -326,6 +384,10 @@ private:
     // What each pixel is off by, and how that changes.
     void addPixels()
     {
+        std::vector<AreaChange> &changes = room().changes;
+        std::vector<uint32_t> &slots = room().slots;
+        std::vector<uint32_t> &firstAt = room().firstAt;
+        std::vector<uint32_t> &nextAt = room().nextAt;
         changes.clear();
         slots.clear();
         for (std::size_t k = 0; k < pieces.size(); ++k) {
@@ -371,29 +433,38 @@ private:
     void addToGradient(Eigen::Index parameter, double by)
     {
         const auto k = static_cast<std::size_t>(parameter);
-        if (!isTouched[k])
-            touched.push_back(parameter);
-        isTouched[k] = 1;
-        gradient[k] += by;
+        if (placeOf[k] < 0) {
+            placeOf[k] = touches;
+            touched[static_cast<std::size_t>(touches++)] = { parameter, 0 };
+        }
+        touched[static_cast<std::size_t>(placeOf[k])].by += by;
     }
 
     // Weighted least squares of one thing that is off: its gradient into the normal equations,
     // below the diagonal only. Few parameters change the same thing.
     void addGradient(double weight, double missing)
     {
-        for (Eigen::Index one : touched) {
-            const double by = weight * gradient[static_cast<std::size_t>(one)];
-            right[one] += by * missing;
-            for (Eigen::Index other : touched) {
-                if (other <= one)
-                    normal(one, other) += by * gradient[static_cast<std::size_t>(other)];
-            }
+        Touch *const begin = touched.data();
+        Touch *const end = begin + touches;
+        double *const sides = right.data();
+        double *const products = normal.data();
+        const Eigen::Index rows = normal.rows();
+        for (Touch *one = begin; one != end; ++one) {
+            placeOf[static_cast<std::size_t>(one->parameter)] = -1;
+            // They come in order but where a path begins.
+            const Touch moving = *one;
+            Touch *at = one;
+            for (; at != begin && at[-1].parameter > moving.parameter; --at)
+                *at = at[-1];
+            *at = moving;
         }
-        for (Eigen::Index one : touched) {
-            isTouched[static_cast<std::size_t>(one)] = 0;
-            gradient[static_cast<std::size_t>(one)] = 0;
+        for (const Touch *one = begin; one != end; ++one) {
+            const double by = weight * one->by;
+            sides[one->parameter] += by * missing;
+            for (const Touch *other = begin; other <= one; ++other)
+                products[other->parameter * rows + one->parameter] += by * other->by;
         }
-        touched.clear();
+        touches = 0;
     }
 
     // The turns of smooth joints, by differences: joint by joint, the ends of both pieces there.
@@ -402,11 +473,11 @@ private:
         const std::size_t n = pieces.size();
         for (std::size_t joint = 0; joint < n; ++joint) {
             const std::size_t before = (joint + n - 1) % n;
-            if (!origin[joint].smooth || !(moves[joint] || moves[before]))
+            if (!origin[joint].smooth || !turnsAt(joint))
                 continue;
             const double turn = turnAt(pieces, joint);
             const auto differ = [&](Eigen::Index parameter) {
-                if (parameter < 0 || isTouched[static_cast<std::size_t>(parameter)])
+                if (parameter < 0 || placeOf[static_cast<std::size_t>(parameter)] >= 0)
                     return;
                 const double moved
                     = turnWith(parameters[static_cast<std::size_t>(parameter)], joint);
@@ -451,23 +522,20 @@ private:
     std::vector<Piece> pieces;
     const std::vector<Piece> origin;
     const Coverage &coverage;
-    mutable Areas areas;     // scratch
-    std::vector<char> moves; // pieces
+    mutable Areas areas;       // scratch
+    std::vector<char> moves;   // pieces
+    std::vector<double> turns; // per joint that stays as it is
     std::vector<double> fixed;
     std::vector<double> off; // per pixel, with the pieces as they are
     const double hold;       // part of the anchors' deviations
     std::vector<Parameter> parameters;
     std::vector<double> values;
     std::vector<Slots> slotOf; // pieces
-    // Scratch of a step: changes and the pieces that they are of, listed pixel by pixel; the
-    // gradient of one pixel or joint and what in it is not zero.
-    std::vector<AreaChange> changes;
-    std::vector<uint32_t> slots;
-    std::vector<uint32_t> firstAt;
-    std::vector<uint32_t> nextAt;
-    std::vector<double> gradient;
-    std::vector<char> isTouched;
-    std::vector<Eigen::Index> touched;
+    // Scratch of a step: the gradient of one pixel or joint, and where in it each parameter is, -1
+    // where it is zero.
+    std::vector<Touch> touched; // the first `touches`
+    std::vector<int> placeOf;
+    int touches = 0;
     Eigen::MatrixXd normal;
     Eigen::MatrixXd damped;
     Eigen::VectorXd right;
@@ -479,9 +547,12 @@ inline bool isTame(const std::vector<Piece> &before, const std::vector<Piece> &a
     const std::size_t n = before.size();
     for (std::size_t k = 0; k < n; ++k) {
         const Point p = after[k].start;
-        if (!(std::min(distanceTo(before[k], p), distanceTo(before[(k + n - 1) % n], p))
-              < kFarthest)
-            || !(std::fabs(after[k].bulge) < kMostBulge))
+        const bool stays = p.x == before[k].start.x && p.y == before[k].start.y;
+        if (!stays
+            && !(std::min(distanceTo(before[k], p), distanceTo(before[(k + n - 1) % n], p))
+                 < kFarthest))
+            return false;
+        if (!(std::fabs(after[k].bulge) < kMostBulge))
             return false;
         const Point one = before[k].end - before[k].start;
         const Point other = after[k].end - after[k].start;

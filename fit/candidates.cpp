@@ -128,11 +128,12 @@ SpanEnd endAt(const Points &points, const Span &span, int i)
 SpanPair spansOf(const Table &table, int first, int last, double most)
 {
     SpanMeter meter(table);
-    meter.measure(first, &last, &most, 1);
+    meter.measure(first, &last, &most, &most, 1);
     return meter.pairOf(0);
 }
 
-void SpanMeter::measure(int first, const int *last, const double *most, int count)
+void SpanMeter::measure(int first, const int *last, const double *most, const double *mostOfLine,
+                        int count)
 {
     const Points &points = table.points;
     begin = first;
@@ -141,6 +142,7 @@ void SpanMeter::measure(int first, const int *last, const double *most, int coun
         const int from = std::min(k, count - 1);
         ends[k] = last[from];
         mosts[k] = most[from];
+        mostsOfLines[k] = mostOfLine[from];
     }
     table.sums.over(kernels, first, ends, &lanes, origins);
     kernels.measureLines(&lanes);
@@ -169,7 +171,7 @@ const SpanPair &SpanMeter::pairOf(int k)
 {
     pair.lineMisfit = lineMisfits[k];
     pair.arcMisfit = kAnyCost;
-    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mosts[k];
+    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mostsOfLines[k];
     if (pair.hasLine)
         completeLine(k);
     pair.hasArc = mayBeArc[k] && lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0;

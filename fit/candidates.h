@@ -74,8 +74,10 @@ class SpanMeter
 public:
     explicit SpanMeter(const Table &t) : table(t), kernels(spanKernels()) { }
 
-    // Of 1 to kSpanLanes spans from `first` to before each of `last`, with what each may cost.
-    void measure(int first, const int *last, const double *most, int count);
+    // Of 1 to kSpanLanes spans from `first` to before each of `last`, with what each may cost, and
+    // what it may as a line, which is not more.
+    void measure(int first, const int *last, const double *most, const double *mostOfLine,
+                 int count);
     // Of span k, 0 <= k < count; valid until the next call.
     const SpanPair &pairOf(int k);
 
@@ -91,6 +93,7 @@ private:
     int begin = 0;
     int ends[kSpanLanes];
     double mosts[kSpanLanes];
+    double mostsOfLines[kSpanLanes];
     bool ahead[kSpanLanes]; // may be lines
     double lineMisfits[kSpanLanes];
     bool mayBeArc[kSpanLanes];

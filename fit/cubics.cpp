@@ -17,6 +17,7 @@ const double kLongestHandle = 1.5; // chords
 const double kShortestHandle = 0.02;
 // Parameter by which a point may run past the ends: those beside a joint may project there.
 const double kPast = 0.05;
+const int kLookedAtOnce = 8; // points, between looks at what their misfit is already
 
 // A cubic, or a conic whose inner points are one, in powers of t.
 struct Bezier
@@ -61,13 +62,17 @@ struct Bezier
     }
 };
 
-// Misfit of all points; their parameters start as shares of the walk.
-double misfitOf(const Table &table, const Bezier &curve, int first, int last)
+// Misfit of all points; their parameters start as shares of the walk. kAnyCost where it is more
+// than `most`, which a part of the points may tell.
+double misfitOf(const Table &table, const Bezier &curve, int first, int last,
+                double most = kAnyCost)
 {
     const Points &points = table.points;
     const double total = std::max(1e-9, points.walk(first, last - 1));
     double chi2 = 0;
     for (int i = first; i < last; ++i) {
+        if ((i - first) % kLookedAtOnce == 0 && table.judgement.misfit(chi2, last - first) > most)
+            return kAnyCost;
         double t = points.walk(first, i) / total;
         for (int step = 0; step < 3; ++step)
             t = curve.nearer(t, points.at(i));
@@ -123,7 +128,7 @@ public:
             parameter.push_back(t.points.walk(f, i) / total);
     }
 
-    bool run(Piece *cubic)
+    bool run(double most, Piece *cubic)
     {
         if (!(reach > 1e-3))
             return false;
@@ -142,7 +147,7 @@ public:
         if (!followsWalk(curve))
             return false;
         *cubic = cubicPiece(ends.start, handles.inner(ends, 0), handles.inner(ends, 1), ends.end);
-        cubic->misfit = misfitOf(table, curve, first, last);
+        cubic->misfit = misfitOf(table, curve, first, last, most);
         return cubic->misfit < kAnyCost;
     }
 
@@ -261,19 +266,21 @@ bool tangentsMeet(const CurveEnds &ends, double walk, Point *control)
 
 } // namespace
 
-bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, Piece *cubic)
+bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, double most,
+              Piece *cubic)
 {
-    return CubicFit(table, ends, first, last).run(cubic);
+    return CubicFit(table, ends, first, last).run(most, cubic);
 }
 
-bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece)
+bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, double most,
+                  Piece *piece)
 {
     Point control;
     if (!tangentsMeet(ends, table.points.walk(first, last - 1), &control))
         return false;
     *piece = quadraticPiece(ends.start, control, ends.end);
     const Bezier curve(ends.start, control, ends.end, 1);
-    piece->misfit = misfitOf(table, curve, first, last);
+    piece->misfit = misfitOf(table, curve, first, last, most);
     return piece->misfit < kAnyCost;
 }
 

@@ -23,12 +23,14 @@ struct CurveEnds
 // The cubic of least squares through the points first to last - 1, with its misfit. The tangents
 // that are not fixed begin as given. Gauss and Newton's method on distances along the normal, the
 // points' parameters improved by one step of Newton's a round. False where the handles leave
-// (0, 1.5 chords) or the walk is not followed from end to end.
-bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, Piece *cubic);
+// (0, 1.5 chords), the walk is not followed from end to end or the misfit is more than `most` nats.
+bool fitCubic(const Table &table, const CurveEnds &ends, int first, int last, double most,
+              Piece *cubic);
 
 // The quadratic and the conic of both tangents: their control point is where the tangents meet.
-// False where they do not meet ahead.
-bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece);
+// False where they do not meet ahead, or the quadratic's misfit is more than `most` nats.
+bool fitQuadratic(const Table &table, const CurveEnds &ends, int first, int last, double most,
+                  Piece *piece);
 bool fitConic(const Table &table, const CurveEnds &ends, int first, int last, Piece *piece);
 
 } // namespace ztrace::fit

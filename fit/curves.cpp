@@ -20,6 +20,7 @@ const double kMostTurn = 3.2;
 // Radians of an arc per quadratic or cubic where arcs are not offered: .0027 and .0003 radii off.
 const double kQuadraticSweep = 0.8;
 const double kCubicSweep = 1.6;
+const double kRounding = 1e-6; // nats
 
 struct Choice
 {
@@ -123,6 +124,19 @@ private:
         return ends;
     }
 
+    // Nats below which the misfit of a curve of this price has to be, for a way that ends with it
+    // to become part of the answer: one that ends with what was there before and is cheaper by a
+    // corner is as good whatever comes next.
+    double mostMisfit(int from, int to, double price)
+    {
+        double before = kAnyCost;
+        for (const bool curve : { false, true })
+            before = std::min(before, at(from, curve).cost + jointCost(from, curve, true));
+        const double most
+            = std::min(at(to, true).cost, at(to, false).cost + table.numbers(table.prices.corner));
+        return most - before - price + kRounding;
+    }
+
     void replace(int from, int to)
     {
         double kept = 0;
@@ -140,13 +154,16 @@ private:
             return;
         const int first = piece(from).first;
         const int last = piece(to - 1).first + piece(to - 1).count;
-        if (last - first < kArcPoints)
+        if (last - first < kArcPoints || !(mostMisfit(from, to, least) > 0))
             return;
         const CurveEnds ends = endsOf(from, to);
         Piece curve;
-        if (offered(prices.quadratic) && fitQuadratic(table, ends, first, last, &curve))
+        double most = mostMisfit(from, to, table.numbers(prices.quadratic));
+        if (offered(prices.quadratic) && most > 0
+            && fitQuadratic(table, ends, first, last, most, &curve))
             enter(from, to, first, last, curve);
-        if (offered(prices.cubic) && fitCubic(table, ends, first, last, &curve))
+        most = mostMisfit(from, to, table.numbers(prices.cubic));
+        if (offered(prices.cubic) && most > 0 && fitCubic(table, ends, first, last, most, &curve))
             enter(from, to, first, last, curve);
         if (offered(prices.ellipticArc) && prices.ellipticArc < prices.cubic
             && fitConic(table, ends, first, last, &curve))

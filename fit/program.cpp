@@ -126,23 +126,26 @@ private:
     {
         int failures = 0;
         const double before = leastBefore(first);
+        const double beforeLine = leastBeforeLine(first) - kRounding;
         int last[kSpanLanes];
         double most[kSpanLanes];
+        double mostOfLine[kSpanLanes];
         int count = 0;
         Reach::Ends ends(reach, first);
         for (bool more = true; more;) {
             int end = 0;
             more = ends.next(&end);
             if (more && (end - first >= 2 || size <= 1)) {
+                const double toStay = best[static_cast<std::size_t>(end)] + slack;
                 last[count] = end;
-                most[count++]
-                    = std::min(best[static_cast<std::size_t>(end)] + slack, reach.limitAt(end))
-                    - before;
+                most[count] = std::min(toStay, reach.limitAt(end)) - before;
+                mostOfLine[count] = std::min(most[count], toStay - beforeLine);
+                ++count;
             }
             if (count < kSpanLanes && more)
                 continue;
             if (count > 0)
-                meter.measure(first, last, most, count);
+                meter.measure(first, last, most, mostOfLine, count);
             for (int lane = 0; lane < count; ++lane) {
                 failures = enterPair(first, last[lane], lane) ? 0 : failures + 1;
                 if (failures >= kFailures)
@@ -173,6 +176,21 @@ private:
             return 0;
         double least = std::numeric_limits<double>::infinity();
         for (int k = 0; k <= table.judgement.mayLeaveOut && k <= first; ++k)
+            least = std::min(least, best[static_cast<std::size_t>(first - k)] + leftOutCost(k));
+        return least;
+    }
+
+    // The same, from which a line may begin: the joint of two lines is a corner.
+    double leastBeforeLine(int first) const
+    {
+        if (first == 0)
+            return 0;
+        double least = std::numeric_limits<double>::infinity();
+        for (int s = keptFrom(first); s < keptFrom(first + 1); ++s) {
+            const Survivor &before = survivors[static_cast<std::size_t>(s)];
+            least = std::min(least, before.cost + (before.end.arc ? 0 : cornerCost()));
+        }
+        for (int k = 1; k <= table.judgement.mayLeaveOut && k <= first; ++k)
             least = std::min(least, best[static_cast<std::size_t>(first - k)] + leftOutCost(k));
         return least;
     }

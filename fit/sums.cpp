@@ -83,10 +83,9 @@ void Sums::over(const SpanKernels &kernels, int first, const int (&last)[kSpanLa
                 SpanLanes *lanes, Point (&origin)[kSpanLanes]) const
 {
     const int block = first / kBlock;
+    const bool one = (*std::max_element(last, last + kSpanLanes) - 1) / kBlock == block;
     const double *to[kSpanLanes];
-    bool one = true;
     for (int k = 0; k < kSpanLanes; ++k) {
-        one = one && (last[k] - 1) / kBlock == block;
         to[k] = &prefix[static_cast<std::size_t>(last[k] + (one ? block : 0))].w;
         origin[k] = origins[static_cast<std::size_t>(block)];
     }

@@ -74,6 +74,26 @@ struct Differences
     }
 };
 
+// The sums of each channel over so many bytes, as many for each; in blocks of which the compiler
+// makes vectors.
+template<int channels>
+std::array<uint32_t, kMostChannels> sumsOf(const uint8_t *values, std::size_t bytes)
+{
+    const std::size_t kBlock = 16;
+    std::array<uint32_t, kBlock> lanes = {};
+    std::size_t k = 0;
+    for (; k + kBlock <= bytes; k += kBlock) {
+        for (std::size_t lane = 0; lane < kBlock; ++lane)
+            lanes[lane] += values[k + lane];
+    }
+    for (; k < bytes; ++k)
+        lanes[k % kBlock] += values[k];
+    std::array<uint32_t, kMostChannels> sums = { { 0, 0, 0, 0 } };
+    for (std::size_t lane = 0; lane < kBlock; ++lane)
+        sums[lane % channels] += lanes[lane];
+    return sums;
+}
+
 struct Nothing
 {
     void operator()(int, int, int, uint32_t) const { }
@@ -119,12 +139,10 @@ AreaTones areaTones(const EdgePicture &picture, const BoundaryMap &map,
     std::vector<uint32_t> pixels(count, 0);
     std::vector<Differences> differences(count);
     forEachInner(picture, map, 1, [&](int y, int begin, int end, uint32_t area) {
-        const uint8_t *value = picture.at(begin, y);
-        std::array<uint32_t, kMostChannels> sum = { { 0, 0, 0, 0 } };
-        for (int x = begin; x < end; ++x, value += channels) {
-            for (int c = 0; c < channels; ++c)
-                sum[std::size_t(c)] += value[c];
-        }
+        const uint8_t *values = picture.at(begin, y);
+        const auto length = std::size_t(end - begin);
+        const std::array<uint32_t, kMostChannels> sum
+            = channels == 1 ? sumsOf<1>(values, length) : sumsOf<kMostChannels>(values, 4 * length);
         for (std::size_t c = 0; c < kMostChannels; ++c)
             sums[area][c] += sum[c];
         pixels[area] += uint32_t(end - begin);

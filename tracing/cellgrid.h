@@ -51,17 +51,12 @@ public:
 
     std::size_t cells() const { return begins.size() - 1; }
 
-    // Calls for all pairs in one cell from `from` to before `to`, the lower number first; some are
-    // met more than once.
+    // Calls for all things in a cell, in ascending order of their numbers.
     template<typename Work>
-    void forEachPair(std::size_t from, std::size_t to, const Work &work) const
+    void forEachIn(std::size_t cell, const Work &work) const
     {
-        for (std::size_t cell = from; cell < to; ++cell) {
-            for (uint32_t k = begins[cell]; k < begins[cell + 1]; ++k) {
-                for (uint32_t i = k + 1; i < begins[cell + 1]; ++i)
-                    work(numbers[k], numbers[i]);
-            }
-        }
+        for (uint32_t k = begins[cell]; k < begins[cell + 1]; ++k)
+            work(numbers[k]);
     }
 
     // Whether anything may be in a cell of the box.

@@ -20,6 +20,7 @@ const double kPi = 3.14159265358979323846;
 const double kFlatness = 0.005; // pixels that chords may be off from their arc
 const int kLeastChords = 4;     // of curves
 const int kMostChords = 256;
+const uint32_t kNoPath = uint32_t(-1);
 const std::size_t kPairsAtOnce = 64; // that a thread takes; half a millisecond
 
 struct Segment
@@ -250,8 +251,10 @@ public:
     {
         pair = p;
         own = pair.a.path == pair.b.path;
-        if (own)
+        if (own && pair.a.path != pathOfAlong) {
             along = placesAlong(paths[pair.a.path]);
+            pathOfAlong = pair.a.path;
+        }
         takeChords(pair.a, &ones);
         if (pair.a == pair.b)
             return meetsItself(pair.a.piece);
@@ -341,6 +344,7 @@ private:
     PiecePair pair = {};
     bool own = false;
     std::vector<double> along; // per piece of the path, where both are of one
+    uint32_t pathOfAlong = kNoPath;
     Flattened flattened;
     std::vector<Segment> ones;
     std::vector<Segment> others;

@@ -52,6 +52,11 @@ Point SoftEdges::normalAt(const Side &side, int x, int y) const
             for (int u = 0; u < 3; ++u)
                 c[v][u] = side.coverage[values[u]];
         }
+    } else if (inside) {
+        for (int v = 0; v < 3; ++v) {
+            for (int u = 0; u < 3; ++u)
+                c[v][u] = coverageIn(side, x + u - 1, y + v - 1);
+        }
     } else {
         for (int v = 0; v < 3; ++v) {
             for (int u = 0; u < 3; ++u)

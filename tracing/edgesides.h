@@ -74,6 +74,12 @@ inline double SoftEdges::coverageAt(const Side &side, int x, int y) const
 {
     x = std::min(picture.width - 1, std::max(0, x));
     y = std::min(picture.height - 1, std::max(0, y));
+    return coverageIn(side, x, y);
+}
+
+// The same of a pixel of the picture.
+inline double SoftEdges::coverageIn(const Side &side, int x, int y) const
+{
     if (picture.channels == 1)
         return side.coverage[*picture.at(x, y)];
     const std::size_t place = Side::placeOf(x, y);

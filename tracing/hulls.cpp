@@ -94,6 +94,12 @@ Point acrossChord(const Hull &hull)
     return { -chord.y, chord.x };
 }
 
+// Whether hulls whose boxes are not apart are so in the direction across one of them.
+bool areApartAcross(const Hull &a, const Hull &b)
+{
+    return areApartAlong(a, b, acrossChord(a)) || areApartAlong(a, b, acrossChord(b));
+}
+
 // Whether no leg turns away from a direction of length 1.
 bool goesAlong(const Hull &hull, Point direction)
 {
@@ -126,7 +132,7 @@ struct Parts
 
     explicit Parts(const fit::Piece &piece) { add(piece, isBent(piece) ? 2 : 0); }
 
-private:
+    // Others are one part, with the piece's own hull.
     static bool isBent(const fit::Piece &piece)
     {
         return piece.kind == fit::Kind::Quadratic || piece.kind == fit::Kind::Cubic
@@ -134,6 +140,7 @@ private:
                 && std::fabs(piece.bulge) < kLargestBulge);
     }
 
+private:
     void add(const fit::Piece &piece, int times)
     {
         if (times == 0) {
@@ -251,6 +258,14 @@ struct Item
     fit::Box box;
     PlaceOfPiece place;
     bool looked;
+    bool isBent; // of more than one part
+};
+
+// What is compared first.
+struct Near
+{
+    fit::Box box;
+    uint32_t item;
 };
 
 struct StripOfItem
@@ -297,16 +312,42 @@ private:
     {
         std::vector<std::vector<PiecePair>> found(1 + grid.cells() / kCellsAtOnce);
         const std::size_t most = 1 + items.size() / kItemsAThread;
-        forEachOnThreads(
-            found.size(), unsigned(std::min<std::size_t>(threads, most)), [&](std::size_t part) {
-                const std::size_t from = part * kCellsAtOnce;
-                grid.forEachPair(from, std::min(from + kCellsAtOnce, grid.cells()),
-                                 [&](uint32_t a, uint32_t b) {
-                                     compare(strips[a].item, strips[b].item, &found[part]);
-                                 });
-            });
+        forEachOnThreads(found.size(), unsigned(std::min<std::size_t>(threads, most)),
+                         [&](std::size_t part) {
+                             const std::size_t from = part * kCellsAtOnce;
+                             std::vector<Near> near;
+                             for (std::size_t cell = from;
+                                  cell < std::min(from + kCellsAtOnce, grid.cells()); ++cell)
+                                 compareIn(cell, &near, &found[part]);
+                         });
         for (const std::vector<PiecePair> &part : found)
             pairs.insert(pairs.end(), part.begin(), part.end());
+    }
+
+    // Those of a cell side by side, since there may be many, and those that are looked at first: of
+    // others none is compared with one of its kind.
+    void compareIn(std::size_t cell, std::vector<Near> *near, std::vector<PiecePair> *found) const
+    {
+        near->clear();
+        std::size_t count = 0;
+        for (const bool isLooked : { true, false }) {
+            grid.forEachIn(cell, [&](uint32_t strip) {
+                const uint32_t item = strips[strip].item;
+                if (items[item].looked == isLooked)
+                    near->push_back({ items[item].box, item });
+            });
+            count = isLooked ? near->size() : count;
+            if (count == 0)
+                return;
+        }
+        for (std::size_t k = 0; k < count; ++k) {
+            const Near one = (*near)[k];
+            for (std::size_t i = k + 1; i < near->size(); ++i) {
+                const Near &other = (*near)[i];
+                if (!areApart(one.box, other.box) && one.item != other.item)
+                    compare(items[one.item], items[other.item], found);
+            }
+        }
     }
 
     bool isLooked(uint32_t path) const { return looked.empty() || looked[path]; }
@@ -327,7 +368,7 @@ private:
                 continue;
             const PlaceOfPiece place = { number, k };
             const auto item = uint32_t(items.size());
-            items.push_back({ hull, box, place, isLooked(number) });
+            items.push_back({ hull, box, place, isLooked(number), Parts::isBent(path.pieces[k]) });
             forEachStripOf(path.pieces[k], [&](const Strip &strip) {
                 strips.push_back({ strip, item });
             });
@@ -336,17 +377,18 @@ private:
         }
     }
 
-    void compare(uint32_t first, uint32_t second, std::vector<PiecePair> *found) const
+    // Of two whose boxes are not apart.
+    void compare(const Item &one, const Item &other, std::vector<PiecePair> *found) const
     {
-        const Item &one = items[first];
-        const Item &other = items[second];
-        if (first == second || !(one.looked || other.looked) || areApart(one.box, other.box))
-            return;
         const Item &a = one.place < other.place ? one : other;
         const Item &b = one.place < other.place ? other : one;
-        if (arePlainlyApart(a.hull, b.hull)
-            || partsAreApart(Parts(pieceAt(a.place)), Parts(pieceAt(b.place)),
-                             follows(a.place, b.place), follows(b.place, a.place)))
+        if (areApartAcross(a.hull, b.hull))
+            return;
+        const bool isNext = follows(a.place, b.place);
+        const bool isBefore = follows(b.place, a.place);
+        if (!a.isBent && !b.isBent
+                ? (isNext && goOneWay(a.hull, b.hull)) || (isBefore && goOneWay(b.hull, a.hull))
+                : partsAreApart(Parts(pieceAt(a.place)), Parts(pieceAt(b.place)), isNext, isBefore))
             return;
         const fit::Box common = { { std::max(a.box.low.x, b.box.low.x) - kLeastGap,
                                     std::max(a.box.low.y, b.box.low.y) - kLeastGap },
@@ -408,8 +450,7 @@ Hull hullOf(const fit::Piece &piece)
 
 bool arePlainlyApart(const Hull &a, const Hull &b)
 {
-    return areApartAlong(a, b, { 1, 0 }) || areApartAlong(a, b, { 0, 1 })
-        || areApartAlong(a, b, acrossChord(a)) || areApartAlong(a, b, acrossChord(b));
+    return areApartAlong(a, b, { 1, 0 }) || areApartAlong(a, b, { 0, 1 }) || areApartAcross(a, b);
 }
 
 bool cannotMeetItself(const fit::Piece &piece)

@@ -14,6 +14,8 @@ namespace {
 using fit::Point;
 
 const double kNear = 0.1; // pixels
+// The same, with what rounding may do: chords whose boxes are that far apart do not meet.
+const double kPlainlyApart = kNear + 1e-6;
 // Points on either side of a meeting that are fitted again with it, and of a piece that is cut; of
 // soft edges each point tells the place.
 const int kAround = 4;
@@ -65,7 +67,14 @@ struct Chord
     Point b;
     double from; // of its piece
     double to;
+    fit::Box box;
 };
+
+fit::Box boxBetween(Point a, Point b)
+{
+    return { { std::min(a.x, b.x), std::min(a.y, b.y) },
+             { std::max(a.x, b.x), std::max(a.y, b.y) } };
+}
 
 std::vector<Chord> chordsOf(const fit::Piece &piece)
 {
@@ -78,17 +87,17 @@ std::vector<Chord> chordsOf(const fit::Piece &piece)
         const Point b = to < 1         ? fit::pointAt(piece, to)
             : fit::isWhole(piece.kind) ? fit::pointAt(piece, 1)
                                        : piece.end;
-        chords.push_back({ a, b, from, to });
+        chords.push_back({ a, b, from, to, boxBetween(a, b) });
         a = b;
         from = to;
     }
     return chords;
 }
 
-bool areApart(const fit::Box &a, const fit::Box &b)
+bool areApart(const fit::Box &a, const fit::Box &b, double near = kNear)
 {
-    return a.high.x + kNear < b.low.x || b.high.x + kNear < a.low.x || a.high.y + kNear < b.low.y
-        || b.high.y + kNear < a.low.y;
+    return a.high.x + near < b.low.x || b.high.x + near < a.low.x || a.high.y + near < b.low.y
+        || b.high.y + near < a.low.y;
 }
 
 double alongChord(const Chord &chord, Point p)
@@ -172,7 +181,7 @@ void add(const Chord &chord, const Common &common, Meeting *meeting)
 double placeOf(const fit::Piece &piece, Point p)
 {
     if (piece.kind == fit::Kind::Line || piece.bulge == 0)
-        return alongChord({ piece.start, piece.end, 0, 1 }, p);
+        return alongChord({ piece.start, piece.end, 0, 1, {} }, p);
     const fit::ArcShape arc = fit::arcShape(piece);
     const Point from = piece.start - arc.centre;
     const Point to = p - arc.centre;
@@ -341,6 +350,52 @@ void PiecePlaces::findNear(const fit::Box &box, std::vector<uint32_t> *pieces) c
     pieces->erase(std::unique(pieces->begin(), pieces->end()), pieces->end());
 }
 
+namespace {
+
+// The chords of a path's pieces, of each when it is first asked for.
+class ChordsOfPieces
+{
+public:
+    explicit ChordsOfPieces(const fit::Path &p) : path(p), kept(p.pieces.size()) { }
+
+    const std::vector<Chord> &of(std::size_t piece)
+    {
+        if (kept[piece].empty())
+            kept[piece] = chordsOf(path.pieces[piece]);
+        return kept[piece];
+    }
+
+private:
+    const fit::Path &path;
+    std::vector<std::vector<Chord>> kept;
+};
+
+// Of piece k of a path, by the chords of a piece that is not joined to it.
+void addCommon(const std::vector<Chord> &chords, const fit::Box &box,
+               const std::vector<Chord> &others, Meeting *meeting)
+{
+    for (const Chord &chord : others) {
+        if (areApart(box, chord.box, kPlainlyApart))
+            continue;
+        for (const Chord &one : chords) {
+            if (!areApart(one.box, chord.box, kPlainlyApart))
+                add(one, commonOf(one, chord), meeting);
+        }
+    }
+}
+
+// The same, of one that is joined to it.
+void addCrossed(const std::vector<Chord> &chords, const std::vector<Chord> &others, Point joint,
+                Meeting *meeting)
+{
+    for (const Chord &chord : others) {
+        for (const Chord &one : chords)
+            add(one, crossed(one, chord, joint), meeting);
+    }
+}
+
+} // namespace
+
 void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<Meeting> *meetings)
 {
     const std::vector<fit::Piece> &pieces = path.path().pieces;
@@ -349,6 +404,7 @@ void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<
     const std::size_t count = pieces.size();
     std::vector<uint32_t> near;
     std::vector<uint32_t> others;
+    ChordsOfPieces chordsOfOthers(other.path());
     path.findNear(other.whole(), &near);
     for (std::size_t k : near) {
         std::vector<Chord> chords;
@@ -360,14 +416,11 @@ void addMeetings(const PiecePlaces &path, const PiecePlaces &other, std::vector<
                 chords = chordsOf(pieces[k]);
             const bool isNext = isOwn && (i == k + 1 || (isClosed && i == (k + 1) % count));
             const bool isBefore = isOwn && (k == i + 1 || (isClosed && k == (i + 1) % count));
-            for (const Chord &chord : chordsOf(other.path().pieces[i])) {
-                for (const Chord &one : chords) {
-                    const Common common = isNext || isBefore
-                        ? crossed(one, chord, isNext ? pieces[k].end : pieces[k].start)
-                        : commonOf(one, chord);
-                    add(one, common, &(*meetings)[k]);
-                }
-            }
+            if (isNext || isBefore)
+                addCrossed(chords, chordsOfOthers.of(i), isNext ? pieces[k].end : pieces[k].start,
+                           &(*meetings)[k]);
+            else
+                addCommon(chords, path.box(k), chordsOfOthers.of(i), &(*meetings)[k]);
         }
     }
 }

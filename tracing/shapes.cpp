@@ -349,6 +349,11 @@ private:
         ChainPoints kept;
         kept.edge = p->edge;
         const bool soft = p->isSoft();
+        const std::size_t most = p->x.size() + 2;
+        kept.x.reserve(most);
+        kept.y.reserve(most);
+        kept.sigma.reserve(most);
+        kept.crack.reserve(most);
         const auto add = [&](fit::Point q, double sigma, uint32_t crack) {
             kept.x.push_back(q.x);
             kept.y.push_back(q.y);

@@ -93,6 +93,7 @@ private:
     uint32_t areaAt(int x, int y) const;
     double coverageOf(const Side &side, const uint8_t *value) const;
     double coverageAt(const Side &side, int x, int y) const;
+    double coverageIn(const Side &side, int x, int y) const;
     fit::Point normalAt(const Side &side, int x, int y) const;
     bool crossesThinLine(const Side &side, const Crack &crack) const;
     bool isAcross(const Crack &crack, bool ofRight, uint32_t stroke, int most) const;
