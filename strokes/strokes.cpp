@@ -14,6 +14,7 @@
 #include "strokes/explained.h"
 #include "strokes/fillets.h"
 #include "strokes/hatchfill.h"
+#include "strokes/hiddenends.h"
 #include "strokes/joining.h"
 #include "strokes/letterforms.h"
 #include "strokes/lettering.h"
@@ -218,8 +219,10 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     dropMitres(&web);
     settleDashes(&web);
-    if (!page.isNoisy)
+    if (!page.isNoisy) {
         takeFillets(coverage, measure, &web);
+        settleHiddenEnds(coverage, options.hard, drawing->roundEnds, &web);
+    }
     if (page.isNoisy)
         drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)
