@@ -29,16 +29,17 @@ struct Gain
 };
 const Gain kSoftGain = { 0.25, 0.03 };
 const Gain kHardGain = { 0.8, 0.12 };
-const double kLeastMoved = 1.4; // pixels; less leaves lines that meet beside each other
-const double kAsGood = 0.25;    // of the least gain that places may differ by and be as good
-const double kCovered = 0.5;    // of an end by others, from which on it is hidden
-const double kCorner = 1.2;     // widths that the ends of a corner are apart at most
-const double kStubWidths = 2.0; // that a short stroke at an end may be long and be its ink
-const double kTangent = 0.25;   // sine of the angle of lines that go on as arcs
-const double kBeside = 1.5;     // pixels from the edges to what is to be paper
-const double kMostBeside = 0.3; // ink a pixel of the length there that nothing explains
-const int kCell = 64;           // pixels of the grid that neighbours are found by
-const double kEntered = 8.0;    // pixels along a line between the places that are entered there
+const double kLeastMoved = 1.4;  // pixels; less leaves lines that meet beside each other
+const double kAsGood = 0.25;     // of the least gain that places may differ by and be as good
+const double kCovered = 0.5;     // of an end by others, from which on it is hidden
+const double kCorner = 1.2;      // widths that the ends of a corner are apart at most
+const double kStubWidths = 2.0;  // that a short stroke at an end may be long and be its ink
+const double kSpeckWidths = 0.5; // that a stroke in the ink of others is less than long and none
+const double kTangent = 0.25;    // sine of the angle of lines that go on as arcs
+const double kBeside = 1.5;      // pixels from the edges to what is to be paper
+const double kMostBeside = 0.3;  // ink a pixel of the length there that nothing explains
+const int kCell = 64;            // pixels of the grid that neighbours are found by
+const double kEntered = 8.0;     // pixels along a line between the places that are entered there
 const std::size_t kLeastSamples = 4;
 
 double square(double value)
@@ -74,6 +75,12 @@ public:
         for (std::size_t k = 0; k < web.atoms.size(); ++k) {
             for (int end = 0; end < 2; ++end)
                 settleEnd(int(k), end);
+        }
+        for (std::size_t k = 0; k < web.atoms.size(); ++k) {
+            Atom &atom = web.atoms[k];
+            if (canMove(atom) && lengthOf(pieceOf(atom)) < kSpeckWidths * atom.width
+                && isCovered(int(k)))
+                atom.alive = false;
         }
     }
 
@@ -180,10 +187,27 @@ private:
         return (aside - 0.5 * std::fabs(arc.sweep)) * arc.radius;
     }
 
+    // Whether both ends of a stroke lie in the ink of others.
+    bool isCovered(int number) const
+    {
+        const Atom &atom = web.atoms[std::size_t(number)];
+        for (Point place : atom.place) {
+            double most = 0.0;
+            for (int k : neighboursOf(place, number)) {
+                const Atom &one = web.atoms[std::size_t(k)];
+                if (one.alive && lengthOf(pieceOf(one)) > kSpeckWidths * one.width)
+                    most = std::max(most, inkOf(one, place).within);
+            }
+            if (most < kCovered)
+                return false;
+        }
+        return true;
+    }
+
     bool canMove(const Atom &atom) const
     {
         return atom.alive && atom.shape <= Shape::Arc && !atom.connects
-            && atom.dashing.type == DashType::None && atom.samples.size() >= kLeastSamples;
+            && atom.dashing.type == DashType::None;
     }
 
     // What else may have left ink where a line ends. Of those that end in the same corner all that
@@ -376,15 +400,15 @@ private:
     void settleEnd(int number, int end)
     {
         Atom &atom = web.atoms[std::size_t(number)];
-        if (!canMove(atom))
+        if (!canMove(atom) || atom.samples.size() < kLeastSamples)
             return;
         bool isTangent = false;
         const Others others = othersOf(atom, number, end, &isTangent);
-        if (isTangent || others.hidden < kCovered)
+        const bool onPaper = coverage.at(atom.place[end]) < kCovered;
+        if (isTangent || (others.hidden < kCovered && !onPaper))
             return;
         const double reach = kReachWidths * atom.width + kReachPixels;
-        const double back
-            = others.isCorner ? 0.0 : std::min(reach, kMostOfLength * lengthOf(pieceOf(atom)));
+        const double back = std::min(reach, kMostOfLength * lengthOf(pieceOf(atom)));
         const Costs costs
             = costsOf(atom, pixelsAround(atom, end, back, reach, others), back, reach);
         const std::size_t own = std::size_t(back / kStep);

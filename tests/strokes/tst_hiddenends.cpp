@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+#include <cmath>
+
 using namespace ztrace::strokes;
 
 class tst_HiddenEnds : public QObject
@@ -23,6 +25,8 @@ private slots:
     void aLineRunsPastASlantedOne();
     void aNarrowGapStays();
     void aLineAtASolidIsNoLonger();
+    void arcsBesideAGapDoNotMeet();
+    void acuteCornersHaveNoSpecks();
 };
 
 namespace {
@@ -152,6 +156,38 @@ void tst_HiddenEnds::aLineAtASolidIsNoLonger()
                         .line({ 120.3, 20.4 }, { 120.3, 140.4 }, 4.1)
                         .polygon({ { 122, 60 }, { 180, 60 }, { 180, 100 }, { 122, 100 } }));
     QVERIFY2(hasLine(drawing, { 20.2, 80.4 }, { 120.3, 80.4 }, 1.5), listOf(drawing).c_str());
+}
+
+// The rounded end of a slot that is open in its middle: its arcs were drawn on to where they cross.
+void tst_HiddenEnds::arcsBesideAGapDoNotMeet()
+{
+    const double pi = 3.14159265358979323846;
+    const StrokeDrawing drawing = strokesOn(Sheet(160, 200)
+                                                .line({ 60.5, 52.9 }, { 60.5, 180.2 }, 4.5)
+                                                .line({ 93.5, 52.9 }, { 93.5, 180.2 }, 4.5)
+                                                .arc({ 72.1, 52.9 }, 11.6, pi, pi / 2, 4.5)
+                                                .arc({ 81.9, 52.9 }, 11.6, -pi / 2, pi / 2, 4.5));
+    int right = 0;
+    for (const Stroke &stroke : drawing.strokes) {
+        for (const Point end : { stroke.piece.start, stroke.piece.end }) {
+            for (const double x : { 72.1, 81.9 })
+                right += std::hypot(end.x - x, end.y - 41.3) < 1.2 ? 1 : 0;
+        }
+    }
+    QVERIFY2(right == 2, listOf(drawing).c_str());
+}
+
+// A curve of a monitor.
+void tst_HiddenEnds::acuteCornersHaveNoSpecks()
+{
+    Sheet sheet(400, 360);
+    const std::vector<Point> corners
+        = { { 28.6, 92.5 },   { 76.0, 333.2 },  { 110.6, 141.2 }, { 138.8, 284.6 }, { 172.1, 40.0 },
+            { 242.0, 340.4 }, { 274.6, 155.3 }, { 313.0, 289.7 }, { 332.1, 92.5 } };
+    for (std::size_t k = 1; k < corners.size(); ++k)
+        sheet.line(corners[k - 1], corners[k], 8.3);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == corners.size() - 1, listOf(drawing).c_str());
 }
 
 QTEST_GUILESS_MAIN(tst_HiddenEnds)
