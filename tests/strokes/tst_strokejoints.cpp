@@ -69,6 +69,7 @@ private slots:
     void linesOfAScrewMeet();
     void anArcEndsWhereItTouchesItsLine();
     void aTurnKeepsItsRadius();
+    void theArcOfADoorIsThinner();
     void turnsOfASpringMeetAtTheirTips_data();
     void turnsOfASpringMeetAtTheirTips();
     void tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
@@ -366,6 +367,16 @@ void tst_StrokeJoints::aTurnKeepsItsRadius()
             QVERIFY2(std::fabs(arcShape(stroke.piece).radius - 17.2) < 0.04,
                      listOf(drawing).c_str());
     }
+}
+
+void tst_StrokeJoints::theArcOfADoorIsThinner()
+{
+    const StrokeDrawing drawing = strokesOn(Sheet(180, 180)
+                                                .line({ 30, 150 }, { 150, 150 }, 5.9)
+                                                .line({ 30, 150 }, { 30, 30 }, 5.9)
+                                                .arc({ 30, 150 }, 120, -kPi / 2, kPi / 2, 3.3));
+    QVERIFY2(drawing.strokes.size() == 3 && countOf(drawing, Kind::Arc) == 1,
+             listOf(drawing).c_str());
 }
 
 void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips_data()
