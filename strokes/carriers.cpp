@@ -91,7 +91,7 @@ Point betweenTouchAndCrossing(const fit::Primitive &a, const fit::Primitive &b, 
     const fit::Primitive &line = a.arc ? b : a;
     const Point touch = line.foot((a.arc ? a : b).point);
     const double apart = std::hypot(touch.x - crossing.x, touch.y - crossing.y);
-    return apart < kUnsure ? 0.5 * (touch + crossing) : crossing;
+    return apart < kUnsure ? (a.arc ? a : b).foot(0.5 * (touch + crossing)) : crossing;
 }
 
 bool liesOn(const Atom &atom, Point place, double slack)

@@ -14,6 +14,7 @@
 #include "strokes/explained.h"
 #include "strokes/fillets.h"
 #include "strokes/hatchfill.h"
+#include "strokes/hiddenends.h"
 #include "strokes/joining.h"
 #include "strokes/letterforms.h"
 #include "strokes/lettering.h"
@@ -219,6 +220,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     dropMitres(&web);
     settleDashes(&web);
     takeFillets(coverage, measure, &web);
+    if (!page.isNoisy)
+        settleHiddenEnds(coverage, options.hard, drawing->roundEnds, &web);
     if (page.isNoisy)
         drawLettersAnew(cores.cores, nodes, coverage, least, measure, &web);
     if (page.isNoisy)

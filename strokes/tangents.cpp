@@ -32,7 +32,11 @@ const double kMostMoved = 0.35; // of the radius, and pixels, that centre and ra
 const double kMovedPixels = 1.0;
 const double kWorse = 1.5; // times, and pixels, that the cross-sections may be missed farther by
 const double kWorsePixels = 0.08;
-const double kOnArc = 0.5; // pixels beyond the foot that are the arc's
+// Widths at either end of an arc that see its line as well. Radii of half circles of less than 40
+// pixels were .06 off in greys with them and are .012 without.
+const double kBesideWidths = 1.0;
+const std::size_t kWholeArc = 36; // that are to be left; of fewer each counts in one bit
+const double kOnArc = 0.5;        // pixels beyond the foot that are the arc's
 
 // A line that an arc goes on as.
 struct Tangent
@@ -173,15 +177,30 @@ void fitToTangents(const std::vector<Tangent> &tangents, const Measure &measure,
     arc->carrier.radius = radius;
 }
 
+// The circle of an arc that tells it, without the cross-sections that see the lines it goes on as.
+void fitAlone(Atom *arc)
+{
+    const std::size_t n = arc->samples.size();
+    const std::size_t beside = std::size_t(kBesideWidths * arc->width);
+    if (n < kWholeArc + 2 * beside)
+        return;
+    const auto from = arc->samples.begin() + std::ptrdiff_t(beside);
+    polishCircle(std::vector<Section>(from, arc->samples.end() - std::ptrdiff_t(beside)),
+                 &arc->carrier);
+}
+
 } // namespace
 
 void settleTangents(const Measure &measure, Web *web)
 {
     for (std::size_t k = 0; k < web->atoms.size(); ++k) {
         Atom &arc = web->atoms[k];
-        if (!arc.alive || arc.shape != Shape::Arc || arc.dashing.type != DashType::None
-            || std::fabs(sweepOf(arc.samples, arc.carrier.point).turned) > kMostSweep)
+        if (!arc.alive || arc.shape != Shape::Arc || arc.dashing.type != DashType::None)
             continue;
+        if (std::fabs(sweepOf(arc.samples, arc.carrier.point).turned) > kMostSweep) {
+            fitAlone(&arc);
+            continue;
+        }
         std::vector<Tangent> tangents;
         for (int end = 0; end < 2; ++end) {
             Tangent tangent;

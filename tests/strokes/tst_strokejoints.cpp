@@ -68,6 +68,8 @@ private slots:
     void linesOfAScrewMeet_data();
     void linesOfAScrewMeet();
     void anArcEndsWhereItTouchesItsLine();
+    void aTurnKeepsItsRadius();
+    void theArcOfADoorIsThinner();
     void turnsOfASpringMeetAtTheirTips_data();
     void turnsOfASpringMeetAtTheirTips();
     void tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
@@ -346,6 +348,35 @@ void tst_StrokeJoints::anArcEndsWhereItTouchesItsLine()
                          listOf(drawing).c_str());
         }
     }
+}
+
+// A turn that is a little less than half a circle meets its lines beside its tangents' feet.
+void tst_StrokeJoints::aTurnKeepsItsRadius()
+{
+    const double half = 1.435; // radians
+    const Point c = { 200.3, 100.6 };
+    const Point end = { 17.2 * std::cos(half), 17.2 * std::sin(half) };
+    const StrokeDrawing drawing
+        = strokesOn(Sheet(260, 200)
+                        .arc(c, 17.2, -half, 2 * half, 7.2)
+                        .line(c + end, { 40.2, c.y + end.y }, 7.2)
+                        .line(c + Point { end.x, -end.y }, { 40.2, c.y - end.y }, 7.2));
+    QVERIFY2(countOf(drawing, Kind::Arc) == 1, listOf(drawing).c_str());
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.piece.kind == Kind::Arc)
+            QVERIFY2(std::fabs(arcShape(stroke.piece).radius - 17.2) < 0.04,
+                     listOf(drawing).c_str());
+    }
+}
+
+void tst_StrokeJoints::theArcOfADoorIsThinner()
+{
+    const StrokeDrawing drawing = strokesOn(Sheet(180, 180)
+                                                .line({ 30, 150 }, { 150, 150 }, 5.9)
+                                                .line({ 30, 150 }, { 30, 30 }, 5.9)
+                                                .arc({ 30, 150 }, 120, -kPi / 2, kPi / 2, 3.3));
+    QVERIFY2(drawing.strokes.size() == 3 && countOf(drawing, Kind::Arc) == 1,
+             listOf(drawing).c_str());
 }
 
 void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips_data()
