@@ -58,11 +58,16 @@ Classification withItsShades(const QImage &image, const Classification &found)
     return { Kind::Photo, "shading beside flat areas, " + found.reason };
 }
 
+// Pixels of an icon at most. Of larger pictures hardly any is drawn in ramps alone, and smooth
+// photographs would take three times as long.
+const int64_t kMostOfIcon = 512 * 512;
+
 // What is drawn in ramps and flat areas alone is flat art, where gradients are drawn unasked.
-Classification withItsRamps(const QImage &image, const Classification &found)
+Classification withItsRamps(Picture *picture, const Classification &found)
 {
     if ((found.kind != Kind::Photo && found.kind != Kind::Poster)
-        || !isDrawnInRamps(image, kUsualPriceOfEdge))
+        || int64_t(picture->width()) * picture->height() > kMostOfIcon
+        || !isDrawnInRamps(picture->asImage(), kUsualPriceOfEdge))
         return found;
     return { Kind::Logo, "ramps and flat areas, else " + found.reason };
 }
@@ -86,7 +91,7 @@ Look lookAt(Picture *picture, bool asked, bool unasked)
 {
     Classification found = classified(picture, asked);
     if (unasked && !asked)
-        found = withItsRamps(picture->asImage(), found);
+        found = withItsRamps(picture, found);
     return { presetOf(found.kind), found.reason };
 }
 

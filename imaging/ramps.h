@@ -89,7 +89,8 @@ bool isShadedElsewhere(const QImage &image, const Ramps &ramps);
 bool isShadedDrawing(const QImage &image, const RampPrice &price);
 
 // Whether hardly anything but ramps that pay at the price, and flat areas, is in a picture of any
-// format: an icon or a sign as drawing programs make them. Photographs are told in little time.
+// format: an icon as drawing programs make them. Noisy photographs are told in little time,
+// smooth ones take a second for some megapixels.
 bool isDrawnInRamps(const QImage &image, const RampPrice &price);
 
 // A copy with its ramps flat; nothing where there are none, and where the rest is shaded.
