@@ -18,23 +18,23 @@ numbers     coordinates written
 LIMITS = {
     "discs": {
         "colour": 0.176, "detail": 1.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.192, "numbers": 160
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.201, "numbers": 160
     },
     "lines": {
-        "colour": 0.589, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.981, "numbers": 456
+        "colour": 0.249, "detail": 0.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.464, "numbers": 421
     },
     "letters": {
-        "colour": 0.443, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.775, "numbers": 1968
+        "colour": 0.411, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.774, "numbers": 1968
     },
     "logo": {
-        "colour": 0.422, "detail": 3.6, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.556, "numbers": 520
+        "colour": 0.407, "detail": 3.3, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.510, "numbers": 520
     },
     "logo-layers": {
-        "colour": 0.634, "detail": 3.7, "regions": 1, "uncovered": 101.15,
-        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.571, "numbers": 523
+        "colour": 0.631, "detail": 3.6, "regions": 1, "uncovered": 101.15,
+        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.525, "numbers": 523
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
@@ -45,67 +45,67 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.982, "detail": 0.6, "regions": 0, "uncovered": 7.07,
+        "colour": 0.980, "detail": 0.6, "regions": 0, "uncovered": 7.07,
         "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
     },
     "map": {
-        "colour": 0.582, "detail": 1.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 7.351, "numbers": 2875
+        "colour": 0.566, "detail": 2.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.581, "numbers": 2473
     },
     "map-layers": {
-        "colour": 0.678, "detail": 4.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.58, "joints": 7.351, "numbers": 2875
+        "colour": 0.675, "detail": 4.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.581, "numbers": 2473
     },
     "dialog": {
-        "colour": 0.690, "detail": 5.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 16.019, "numbers": 3885
+        "colour": 0.668, "detail": 5.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.278, "numbers": 3313
     },
     "cartoon": {
         "colour": 1.073, "detail": 1.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.254, "numbers": 383
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.183, "numbers": 359
     },
     "cartoon-few": {
         "colour": 1.570, "detail": 3.7, "regions": 8, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.657, "numbers": 381
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.573, "numbers": 356
     },
     "hills-flat": {
-        "colour": 0.900, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.057, "numbers": 282
+        "colour": 0.844, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.819, "numbers": 266
     },
     "shaded-flat": {
-        "colour": 2.848, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 27.730, "numbers": 2749
+        "colour": 2.805, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 21.755, "numbers": 2378
     },
     "shaded": {
-        "colour": 1.093, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 16.252, "numbers": 4459
+        "colour": 1.059, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 15.939, "numbers": 4318
     },
     "shaded-few": {
-        "colour": 2.522, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 18.231, "numbers": 1500
+        "colour": 2.510, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 18.231, "numbers": 1498
     },
     "hills": {
-        "colour": 1.142, "regions": 0, "uncovered": 0.01,
+        "colour": 1.110, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.313, "numbers": 296
     },
     "one-bit": {
-        "colour": 2.591, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.78, "numbers": 1008
+        "colour": 2.571, "detail": 3.3, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.780, "numbers": 1008
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.901, "detail": 0.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.617, "numbers": 1401
+        "colour": 0.884, "detail": 0.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.562, "numbers": 1351
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
     },
     "map-engine": {
-        "colour": 1.770, "detail": 18.3, "regions": 5, "uncovered": 0.01,
+        "colour": 1.765, "detail": 18.2, "regions": 5, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 2.02, "joints": 15.826, "numbers": 4899
     },
     "dialog-engine": {
