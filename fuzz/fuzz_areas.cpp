@@ -8,6 +8,7 @@
 #include "tracing/boundarymap.h"
 #include "tracing/composition.h"
 #include "tracing/corners.h"
+#include "tracing/labelshapes.h"
 #include "tracing/smallregions.h"
 
 #include <cmath>

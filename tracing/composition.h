@@ -5,7 +5,6 @@
 #define ZTRACE_TRACING_COMPOSITION_H
 
 #include "drawing/Drawing.h"
-#include "engine/labels.h"
 #include "Areas.h"
 #include "containment.h"
 #include "plan.h"
@@ -18,27 +17,6 @@ enum class Painting {
     InkOnPaper, // two tones: the paper is the ground, and nothing shows between them
     Areas,      // side by side, on a ground of the commonest colour
     AsTheyAre   // the engine's own outlines
-};
-
-// Makes shapes of the engine's outlines as they come, since its segments take twice the room of the
-// paths. The areas are what the outlines are traced in, on a grid `upsampling` times as fine as the
-// pixels of the picture; they have to stay until the last outline.
-class LabelShapes
-{
-public:
-    // `most`: outlines that there is room for at once, or 0 where their number is not known.
-    LabelShapes(const Areas &areas, int upsampling, std::size_t most = 0);
-
-    void add(const LabelOutline &source, const Segment *segments);
-    ShapeOutlines take() { return std::move(shapes); }
-
-private:
-    const std::vector<QRgb> &colours;
-    const std::vector<int> &rampOf;
-    const int gridHeight;
-    const int divisor;
-    std::vector<QString> layers; // of every label, made once
-    ShapeOutlines shapes;
 };
 
 // Makes a drawing of outlines. `areas` are what they were traced in, on a grid

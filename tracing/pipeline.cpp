@@ -2,6 +2,7 @@
 #include "pipeline.h"
 
 #include "composition.h"
+#include "labelshapes.h"
 #include "rawtrace.h"
 #include "segmentation.h"
 #include "strokes.h"

@@ -2,6 +2,7 @@
 #include "rawtrace.h"
 
 #include "composition.h"
+#include "labelshapes.h"
 
 #include "engine/ZTraceBitmap.h"
 #include "imaging/blend.h"
