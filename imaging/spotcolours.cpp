@@ -2,6 +2,7 @@
 #include "spotcolours.h"
 
 #include "colour.h"
+#include "longlines.h"
 #include "ridges.h"
 
 #include <algorithm>
@@ -187,6 +188,23 @@ private:
     bool isCounted = false;
 };
 
+// Those whose own colour is missed although others explain it.
+void addLongLines(const QImage &image, const EdgeMap &edges, const std::vector<QRgb> &palette,
+                  int most, std::vector<SpotColour> *spots)
+{
+    std::vector<QRgb> known = palette;
+    for (const SpotColour &spot : *spots)
+        known.push_back(spot.colour);
+    for (const LongLine &line : longLinesIn(image, edges)) {
+        if (int(spots->size()) >= std::min(most, kMostSpotColours))
+            return;
+        if (!isDilutedAllAlong(line, known))
+            continue;
+        known.push_back(line.ridge.colour);
+        spots->push_back({ line.ridge.colour, std::sqrt(double(line.pixels)) * kExplained });
+    }
+}
+
 } // namespace
 
 std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
@@ -208,6 +226,8 @@ std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
         spots.push_back({ colour, std::sqrt(best->similar) * StrangeShades::costOf(*best) });
         strange.learn(colour);
     }
+    if (clean)
+        addLongLines(image, edges, palette, most, &spots);
     return spots;
 }
 

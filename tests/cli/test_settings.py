@@ -1,6 +1,7 @@
 # (c) the ztrace developers. Licence: see LICENSE.
 """Presets, configuration, and options that are wrong or without effect."""
 import json
+import math
 import os
 import subprocess
 import unittest
@@ -13,8 +14,9 @@ class Presets(OptionsTest):
         def noise(x, y):
             return (x * 5 % 256, (x * x + 31 * y) * 7 % 256, (x * y + y) * 11 % 256, 255)
 
-        def shading(x, y):
-            return (x, 255 - x, 100 + y // 2, 255)
+        def shading(x, y):  # no ramp
+            wave = int(30 * math.sin(x / 14) * math.sin(y / 14))
+            return (130 + wave, 120 - wave, 100 + wave, 255)
         for name, pixel in ("lineart", lambda x, y: BLACK if square(x, y, 9, 9, 20) else WHITE), \
                            ("logo", lambda x, y: RED if square(x, y, 9, 9, 20) else WHITE), \
                            ("logo", lambda x, y: BLACK if square(x, y, 9, 9, 20) else CLEAR), \

@@ -93,6 +93,38 @@ private slots:
         QVERIFY(soft > 80);
     }
 
+    // Grey lines a pixel wide beside dark areas, at some angle: no mixture of the dark colour with
+    // the paper. Where they are short, or come near to the dark colour, they are.
+    void longLinesKeepTheirColour()
+    {
+        const auto drawn = [](int length, int tone) {
+            QImage image(120, 120, QImage::Format_ARGB32);
+            for (int y = 0; y < 120; ++y) {
+                for (int x = 0; x < 120; ++x) {
+                    int inside = 0;
+                    for (int k = 0; k < 64; ++k) {
+                        const double u = x + (k % 8 + 0.5) / 8 - 10;
+                        const double v = y + (k / 8 + 0.5) / 8 - 30.3 - 0.31 * u;
+                        inside += u > 0 && u < length && std::fabs(v) < 0.52;
+                    }
+                    const int grey = 240 - (240 - tone) * inside / 64;
+                    const bool isDark = y > 90 && y < 100 && x > 20 && x < 60;
+                    image.setPixel(x, y, isDark ? qRgb(70, 70, 70) : qRgb(grey, grey, grey));
+                }
+            }
+            return image;
+        };
+        const auto coloursOf = [](const QImage &image) {
+            const EdgeMap edges(image);
+            return spotColoursIn(image, edges, { qRgb(240, 240, 240), qRgb(70, 70, 70) }, true, 8);
+        };
+        const std::vector<SpotColour> found = coloursOf(drawn(100, 160));
+        QCOMPARE(found.size(), std::size_t(1));
+        QVERIFY(std::abs(qRed(found[0].colour) - 160) < 15);
+        QVERIFY(coloursOf(drawn(25, 160)).empty());
+        QVERIFY(coloursOf(drawn(100, 80)).empty());
+    }
+
     void rareColourFarFromAllOthersIsKept()
     {
         QImage image(200, 200, QImage::Format_ARGB32);

@@ -49,12 +49,12 @@ LIMITS = {
         "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
     },
     "map": {
-        "colour": 0.566, "detail": 2.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.581, "numbers": 2473
+        "colour": 0.492, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.399, "numbers": 2387
     },
     "map-layers": {
-        "colour": 0.675, "detail": 4.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.581, "numbers": 2473
+        "colour": 0.581, "detail": 2.5, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.399, "numbers": 2387
     },
     "dialog": {
         "colour": 0.668, "detail": 5.6, "regions": 0, "uncovered": 0.01,
@@ -105,8 +105,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
     },
     "map-engine": {
-        "colour": 1.765, "detail": 18.2, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.02, "joints": 15.826, "numbers": 4899
+        "colour": 1.533, "detail": 19.2, "regions": 5, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 2.01, "joints": 15.662, "numbers": 4831
     },
     "dialog-engine": {
         "colour": 1.930, "detail": 7.7, "regions": 24, "uncovered": 0.01,
