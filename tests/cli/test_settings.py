@@ -15,8 +15,8 @@ class Presets(OptionsTest):
             return (x * 5 % 256, (x * x + 31 * y) * 7 % 256, (x * y + y) * 11 % 256, 255)
 
         def shading(x, y):  # no ramp
-            wave = int(30 * math.sin(x / 14) * math.sin(y / 14))
-            return (130 + wave, 120 - wave, 100 + wave, 255)
+            waves = [int(30 * math.sin(place / 14)) for place in (x, y, x + y)]
+            return (130 + waves[0], 120 - waves[1], 100 + waves[2], 255)
         for name, pixel in ("lineart", lambda x, y: BLACK if square(x, y, 9, 9, 20) else WHITE), \
                            ("logo", lambda x, y: RED if square(x, y, 9, 9, 20) else WHITE), \
                            ("logo", lambda x, y: BLACK if square(x, y, 9, 9, 20) else CLEAR), \
