@@ -60,13 +60,13 @@ Classification withItsShades(const QImage &image, const Classification &found)
 
 // Pixels of an icon at most. Of larger pictures hardly any is drawn in ramps alone, and smooth
 // photographs would take three times as long.
-const int64_t kMostOfIcon = 512 * 512;
+const int kMostOfIcon = 512 * 512;
 
 // What is drawn in ramps and flat areas alone is flat art, where gradients are drawn unasked.
 Classification withItsRamps(Picture *picture, const Classification &found)
 {
     if ((found.kind != Kind::Photo && found.kind != Kind::Poster)
-        || int64_t(picture->width()) * picture->height() > kMostOfIcon
+        || int64_t(picture->width()) * picture->height() > int64_t(kMostOfIcon)
         || !isDrawnInRamps(picture->asImage(), kUsualPriceOfEdge))
         return found;
     return { Kind::Logo, "ramps and flat areas, else " + found.reason };
