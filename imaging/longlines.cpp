@@ -18,7 +18,7 @@ namespace {
 // beside it towards another colour is none of that colour, or it would be .7 pixels wide at most
 // all along: letters come to their colour somewhere. How far it goes is what a tenth of its pixels
 // exceed. Casings of the roads of a map were near-black, and dashed: 3,517 segments, now 1,366.
-const std::size_t kLongLine = 48;
+const uint32_t kLongLine = 48;
 const uint32_t kReach = 32;
 const double kDiluted = 0.72;
 const double kStrongest = 0.9;
@@ -36,7 +36,7 @@ public:
                 || qAlpha(wordOf(ridge) & ridge.beside) != 255)
                 continue;
             pixels.push_back(ridge);
-            away.push_back(difference(visible(wordOf(ridge)), visible(ridge.beside)));
+            away.push_back(difference(OpaqueKind::of(wordOf(ridge)), OpaqueKind::of(ridge.beside)));
         }
         lineOf.resize(pixels.size());
         std::iota(lineOf.begin(), lineOf.end(), 0u);
@@ -45,12 +45,17 @@ public:
 
     std::vector<LongLine> found()
     {
-        std::map<uint32_t, std::vector<uint32_t>> members;
+        std::vector<uint32_t> sizes(pixels.size(), 0);
         for (uint32_t k = 0; k < pixels.size(); ++k)
-            members[rootOf(&lineOf, k)].push_back(k);
+            ++sizes[lineOf[k] = rootOf(&lineOf, k)];
+        std::map<uint32_t, std::vector<uint32_t>> members;
+        for (uint32_t k = 0; k < pixels.size(); ++k) {
+            if (sizes[lineOf[k]] >= kLongLine)
+                members[lineOf[k]].push_back(k);
+        }
         std::vector<LongLine> lines;
         for (auto &line : members) {
-            if (line.second.size() >= kLongLine && isLong(line.second))
+            if (isLong(line.second))
                 lines.push_back({ strongestOf(&line.second), line.second.size() });
         }
         std::stable_sort(lines.begin(), lines.end(),
@@ -103,8 +108,8 @@ private:
     {
         const auto strong = members->begin() + std::ptrdiff_t(kStrongest * double(members->size()));
         std::nth_element(members->begin(), strong, members->end(), [this](uint32_t a, uint32_t b) {
-            const double one = square(away[a]);
-            const double other = square(away[b]);
+            const auto one = square(away[a]);
+            const auto other = square(away[b]);
             return one != other ? one < other : a < b;
         });
         return { true, wordOf(pixels[*strong]), pixels[*strong].beside };
@@ -113,8 +118,8 @@ private:
     const QImage &image;
     const uint32_t width;
     std::vector<EdgeMap::RidgePixel> pixels;
-    std::vector<VisibleColour> away; // from what is beside each
-    std::vector<uint32_t> lineOf;    // a forest
+    std::vector<OpaqueKind::Colour> away; // from what is beside each
+    std::vector<uint32_t> lineOf;         // a forest
 };
 
 } // namespace
