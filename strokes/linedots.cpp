@@ -2,6 +2,7 @@
 #include "strokes/linedots.h"
 
 #include "strokes/distance.h"
+#include "strokes/pieces.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,6 +46,14 @@ const double kLeastWidths = 2.2;
 // Pixels that its radius has more in noisy scans, where lines are in blots: 55 dots on one drawing
 // of four states without it.
 const double kNoisyMore = 2.0;
+
+// Of dots by themselves: pixels at the least, times as long as wide, pixels more that steps make of
+// it, and the part of the ellipse around them that is ink: full stops and stipple have .9 to 1.1,
+// rings less.
+const int kLeastLone = 4;
+const double kRound = 1.3;
+const double kRoundStep = 0.5;
+const double kLeastFilled = 0.8;
 
 // Half widths beside lettering: bars of letters shorter than wide are drawn with their neighbours.
 const double kBesideLetters = 2.0;
@@ -153,6 +162,27 @@ bool isFilled(const Coverage &coverage, const LineDot &dot)
     return true;
 }
 
+// The circle that has as much ink as a part and the pixels around it, with their centre of gravity.
+LineDot roundedOff(const Coverage &coverage, const Dot &part)
+{
+    const double reach = 0.5 * part.length[0] + 1.5;
+    double ink = 0.0;
+    Point sum = { 0, 0 };
+    for (int y = int(std::floor(part.centre.y - reach)); y <= int(part.centre.y + reach); ++y) {
+        for (int x = int(std::floor(part.centre.x - reach)); x <= int(part.centre.x + reach); ++x) {
+            const Point middle = { x + 0.5, y + 0.5 };
+            if (std::hypot(middle.x - part.centre.x, middle.y - part.centre.y) > reach)
+                continue;
+            const double here = std::clamp(coverage.ofPixel(x, y), 0.0, 1.0);
+            ink += here;
+            sum = sum + here * middle;
+        }
+    }
+    if (!(ink > 0.0))
+        return { part.centre, std::sqrt(part.pixels / M_PI), 0 };
+    return { (1.0 / ink) * sum, std::sqrt(ink / M_PI), 0 };
+}
+
 double mostOffOf(const DotLimits &limits)
 {
     return limits.hard ? kMostOffHard : kMostOffSoft;
@@ -195,6 +225,21 @@ public:
             for (int k = -beyond; k <= steps; ++k)
                 coverAt(atom.place[0] + double(k) * step, reach, mark);
         }
+    }
+
+    void cover(const DrawnPiece &drawn)
+    {
+        const double reach = 0.5 * drawn.width + kEdge;
+        const int steps = int(lengthOf(drawn.piece) / kStep) + 1;
+        for (int k = 0; k <= steps; ++k)
+            coverAt(fit::pointAt(drawn.piece, double(k) / steps), reach, kOther);
+    }
+
+    bool isCovered(Point place) const
+    {
+        const int x = std::clamp(int(std::floor(place.x)), 0, distance.width - 1);
+        const int y = std::clamp(int(std::floor(place.y)), 0, distance.height - 1);
+        return covered.cells[covered.cellOf(x, y)] != 0;
     }
 
     // Heads of arrows are wide as dots are.
@@ -342,6 +387,26 @@ void takeSmallDots(const Coverage &coverage, const DotLimits &limits,
         finder.cover(dot);
     for (uint32_t cell : cells)
         finder.take(cell);
+}
+
+void takeLoneDots(const Coverage &coverage, const Plane &distance, const std::vector<Dot> &parts,
+                  const std::vector<DrawnPiece> &drawn, const std::vector<Arrow> &arrows,
+                  std::vector<LineDot> *dots)
+{
+    Finder finder(coverage, distance, {}, dots);
+    for (const DrawnPiece &piece : drawn)
+        finder.cover(piece);
+    for (const Arrow &arrow : arrows)
+        finder.cover(arrow);
+    for (const LineDot &dot : *dots)
+        finder.cover(dot);
+    for (const Dot &part : parts) {
+        const double ellipse = 0.25 * M_PI * part.length[0] * part.length[1];
+        if (part.pixels < kLeastLone || part.length[0] > kRound * part.length[1] + kRoundStep
+            || part.pixels < kLeastFilled * ellipse || finder.isCovered(part.centre))
+            continue;
+        dots->push_back(roundedOff(coverage, part));
+    }
 }
 
 } // namespace ztrace::strokes

@@ -5,6 +5,7 @@
 #define ZTRACE_STROKES_LINEDOTS_H
 
 #include "strokes/arrows.h"
+#include "strokes/dots.h"
 #include "strokes/primitives.h"
 
 #include <vector>
@@ -40,6 +41,17 @@ void takeSmallDots(const Coverage &coverage, const DotLimits &limits,
                    const std::vector<Atom> &atoms, const std::vector<Arrow> &arrows,
                    const std::vector<uint32_t> &skeleton, const Plane &distance,
                    std::vector<LineDot> *dots);
+
+// Of small parts of the ink those that are round, filled and not covered by the pieces that are
+// drawn: dots of a stipple, full stops. In clean pictures; in others they are specks.
+struct DrawnPiece
+{
+    fit::Piece piece;
+    double width; // pixels
+};
+void takeLoneDots(const Coverage &coverage, const Plane &distance, const std::vector<Dot> &parts,
+                  const std::vector<DrawnPiece> &drawn, const std::vector<Arrow> &arrows,
+                  std::vector<LineDot> *dots);
 
 } // namespace ztrace::strokes
 

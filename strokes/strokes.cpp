@@ -196,8 +196,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     drawing->sigma = measure.sigma;
     const std::size_t nodes = cores.joints.size();
     std::vector<Atom> atoms = atomsOf(&cores, measure);
-    const std::vector<Dot> dots
-        = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDot(cores));
+    const int mostOfDots = mostOfDot(cores);
+    const std::vector<Dot> dots = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDots);
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
     takeLettering(&web);
@@ -241,6 +241,14 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     else if (page.isNoisy)
         measureWidths(picture, tones.paper, &web);
     takeStrokes(web, page.isNoisy, drawing);
+    if (!page.isNoisy) {
+        std::vector<DrawnPiece> drawn;
+        for (const Stroke &stroke : drawing->strokes)
+            drawn.push_back({ stroke.piece, stroke.width });
+        takeLoneDots(coverage, skeleton.distance,
+                     dotsOf(skeleton.graph, skeleton.distance, {}, mostOfDots), drawn,
+                     drawing->arrows, &drawing->dots);
+    }
     drawing->joints = std::move(web.joints);
     return true;
 }
