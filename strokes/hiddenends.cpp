@@ -59,6 +59,10 @@ struct InkOf
     double endless = 0.0; // as if it had no ends
 };
 
+// Radians of an arc that its end may move at most, and places on the way that tell where it lies.
+const double kMostTurn = 1.0;
+const int kPlacesOfBox = 8;
+
 class HiddenEnds
 {
 public:
@@ -262,20 +266,24 @@ private:
         const Point place = atom.place[end];
         const double half = 0.5 * atom.width;
         const double far = half + kBeside + 0.7;
-        const Point ends[2] = { placeAlong(atom, end, -back), placeAlong(atom, end, reach + half) };
-        const int left = int(std::floor(std::min(ends[0].x, ends[1].x) - far));
-        const int right = int(std::ceil(std::max(ends[0].x, ends[1].x) + far));
-        const int top = int(std::floor(std::min(ends[0].y, ends[1].y) - far));
-        const int bottom = int(std::ceil(std::max(ends[0].y, ends[1].y) + far));
-        const Point out = outwardsOf(atom, end);
+        fit::Box box = { place, place };
+        for (int k = 0; k <= kPlacesOfBox; ++k) {
+            const double u = -back + (back + reach + half) * k / kPlacesOfBox;
+            const Point p = placeAlong(atom, end, u);
+            box.low = { std::min(box.low.x, p.x), std::min(box.low.y, p.y) };
+            box.high = { std::max(box.high.x, p.x), std::max(box.high.y, p.y) };
+        }
+        const int left = int(std::floor(box.low.x - far));
+        const int right = int(std::ceil(box.high.x + far));
+        const int top = int(std::floor(box.low.y - far));
+        const int bottom = int(std::ceil(box.high.y + far));
         std::vector<Seen> seen;
         for (int y = top; y < bottom; ++y) {
             for (int x = left; x < right; ++x) {
                 const Point p = { x + 0.5, y + 0.5 };
                 Seen pixel;
                 pixel.v = atom.carrier.distance(p);
-                const Point foot = pixel.v == 0.0 ? p : atom.carrier.foot(p);
-                pixel.u = fit::dot(foot - place, out);
+                pixel.u = pixelsAlong(atom, end, place, p);
                 if (std::fabs(pixel.v) > far || pixel.u < -back || pixel.u > reach + half)
                     continue;
                 pixel.picture = coverage.ofPixel(x, y);
@@ -339,11 +347,29 @@ private:
             < kTangent;
     }
 
+    // Pixels outwards along the carrier from beside one place to beside another one; of arcs up to
+    // half a turn.
+    static double pixelsAlong(const Atom &atom, int end, Point from, Point to)
+    {
+        const Point out = outwardsOf(atom, end);
+        if (!atom.carrier.arc)
+            return fit::dot(atom.carrier.foot(to) - from, out);
+        const Point centre = atom.carrier.point;
+        const double turn = std::atan2(fit::cross(from - centre, to - centre),
+                                       fit::dot(from - centre, to - centre));
+        const bool isPositive = fit::cross(lastOf(atom, end) - centre, out) > 0;
+        return (isPositive ? turn : -turn) * atom.carrier.radius;
+    }
+
+    static Point lastOf(const Atom &atom, int end)
+    {
+        return end == 0 ? atom.samples.front().centre : atom.samples.back().centre;
+    }
+
     // A place on the carrier that many pixels outwards from the end.
     static Point placeAlong(const Atom &atom, int end, double pixels)
     {
-        const Point last = end == 0 ? atom.samples.front().centre : atom.samples.back().centre;
-        const double from = fit::dot(atom.place[end] - last, outwardsOf(atom, end));
+        const double from = pixelsAlong(atom, end, lastOf(atom, end), atom.place[end]);
         return alongCarrier(atom, end, from + pixels);
     }
 
@@ -407,7 +433,9 @@ private:
         const bool onPaper = coverage.at(atom.place[end]) < kCovered;
         if (isTangent || (others.hidden < kCovered && !onPaper))
             return;
-        const double reach = kReachWidths * atom.width + kReachPixels;
+        double reach = kReachWidths * atom.width + kReachPixels;
+        if (atom.carrier.arc)
+            reach = std::min(reach, kMostTurn * atom.carrier.radius);
         const double back = std::min(reach, kMostOfLength * lengthOf(pieceOf(atom)));
         const Costs costs
             = costsOf(atom, pixelsAround(atom, end, back, reach, others), back, reach);
@@ -440,6 +468,8 @@ private:
     // Whether a longer line would cover a part of wider ink.
     static bool isBeside(const Costs &costs, std::size_t own, std::size_t best)
     {
+        if (best <= own)
+            return false;
         double beside = 0.0;
         for (std::size_t k = own; k <= best; ++k)
             beside += costs.beside[k];

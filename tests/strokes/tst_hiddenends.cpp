@@ -26,6 +26,7 @@ private slots:
     void aNarrowGapStays();
     void aLineAtASolidIsNoLonger();
     void arcsBesideAGapDoNotMeet();
+    void smallArcsKeepTheirEnds();
     void acuteCornersHaveNoSpecks();
 };
 
@@ -175,6 +176,32 @@ void tst_HiddenEnds::arcsBesideAGapDoNotMeet()
         }
     }
     QVERIFY2(right == 2, listOf(drawing).c_str());
+}
+
+// Arcs of few widths that end in the middle of a line: beyond a quarter of a turn their other side
+// is as far along the tangent.
+void tst_HiddenEnds::smallArcsKeepTheirEnds()
+{
+    const double pi = 3.14159265358979323846;
+    const double kinds[][2]
+        = { { 3.0, 8.0 }, { 5.0, 8.0 }, { 5.0, 10.0 }, { 8.0, 15.0 }, { 5.0, 24.0 } };
+    for (const auto &kind : kinds) {
+        const double width = kind[0];
+        const double radius = kind[1];
+        const Point end = { 80.3, 100.4 };
+        const StrokeDrawing drawing
+            = strokesOn(Sheet(160, 160)
+                            .line({ 20.2, 100.4 }, { 140.3, 100.4 }, width)
+                            .arc({ 80.3 + radius, 100.4 }, radius, pi, 1.3 * pi, width));
+        double least = 1e9;
+        for (const Stroke &stroke : drawing.strokes) {
+            if (stroke.piece.kind != ztrace::fit::Kind::Arc)
+                continue;
+            for (const Point p : { stroke.piece.start, stroke.piece.end })
+                least = std::min(least, std::hypot(p.x - end.x, p.y - end.y));
+        }
+        QVERIFY2(least < 0.5, listOf(drawing).c_str());
+    }
 }
 
 // A curve of a monitor.
