@@ -78,7 +78,8 @@ private:
                 join(k - 1, k);
             while (pixels[above].pixel + width + 1 < pixels[k].pixel)
                 ++above;
-            for (std::size_t i = above; pixels[i].pixel + width <= pixels[k].pixel + 1; ++i)
+            for (std::size_t i = above; i < k && pixels[i].pixel + width <= pixels[k].pixel + 1;
+                 ++i)
                 join(i, k);
         }
     }

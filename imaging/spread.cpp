@@ -134,8 +134,9 @@ private:
             edges->row(y)[columnOf(decided.pixel, y)] |= EdgeMap::kFlank;
     }
 
-    // The most similar label of all is the best choice wherever it is in reach. Strokes reach no
-    // farther than the pixels that touch their cores: they are thin.
+    // The most similar label of all is the best choice wherever it is in reach, and what is no
+    // mixture of others. Strokes reach no farther than the pixels that touch their cores: they are
+    // thin.
     Choice choiceFor(uint32_t pixel)
     {
         const int y = rowOf(pixel);

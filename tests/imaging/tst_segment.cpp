@@ -125,6 +125,16 @@ private slots:
         QVERIFY(coloursOf(drawn(100, 80)).empty());
     }
 
+    // In a column of pixels no line has neighbours; nothing beyond the last one is asked for.
+    void oneColumnHasNoLongLines()
+    {
+        QImage image(1, 400, QImage::Format_ARGB32);
+        for (int y = 0; y < image.height(); ++y)
+            image.setPixel(0, y, y % 5 == 4 || y > 390 ? qRgb(70, 70, 70) : qRgb(240, 240, 240));
+        const EdgeMap edges(image);
+        spotColoursIn(image, edges, { qRgb(240, 240, 240), qRgb(20, 20, 20) }, true, 8);
+    }
+
     void rareColourFarFromAllOthersIsKept()
     {
         QImage image(200, 200, QImage::Format_ARGB32);
