@@ -30,8 +30,6 @@ bool isLookedAt(const BoundaryMap &map, uint32_t ring, const std::vector<char> &
 {
     const auto begin = map.references.begin() + map.firstReference[ring];
     const auto end = map.references.begin() + map.firstReference[ring + 1];
-    if (end - begin < 2)
-        return false;
     uint32_t cracks = 0;
     for (auto reference = begin; reference != end; ++reference) {
         cracks += map.chains[chainOf(*reference)].cracks;
@@ -45,6 +43,9 @@ bool isLookedAt(const BoundaryMap &map, uint32_t ring, const std::vector<char> &
 
 bool isTurnedOver(const BoundaryMap &map, uint32_t ring, const std::vector<fit::Path> &paths)
 {
+    const fit::Path &first = paths[chainOf(map.references[map.firstReference[ring]])];
+    if (!first.pieces.empty() && fit::isWhole(first.pieces.front().kind))
+        return false; // which go no way
     double sum = 0;
     for (uint32_t k = map.firstReference[ring]; k < map.firstReference[ring + 1]; ++k) {
         const double swept = sweptBy(paths[chainOf(map.references[k])]);
@@ -63,6 +64,10 @@ void addTurnedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths,
     for (uint32_t ring = 0; ring + 1 < map.firstReference.size(); ++ring) {
         if (!isLookedAt(map, ring, looked) || !isTurnedOver(map, ring, paths))
             continue;
+        if (map.firstReference[ring] + 1 == map.firstReference[ring + 1]) {
+            const uint32_t loop = chainOf(map.references[map.firstReference[ring]]);
+            pairs->emplace_back(loop, loop);
+        }
         for (uint32_t k = map.firstReference[ring]; k + 1 < map.firstReference[ring + 1]; ++k) {
             const uint32_t a = chainOf(map.references[k]);
             const uint32_t b = chainOf(map.references[k + 1]);

@@ -16,8 +16,9 @@ namespace ztrace {
 // Adds neighbouring chains, the lower number first, of small rings that enclose nothing or go the
 // other way round than in the map: chains between the same nodes that passed each other there
 // without crossing, so that areas lie over each other. `paths` and `looked`, which may be empty,
-// have an element a chain; only rings with one that is set are looked at. Rings of one chain, and
-// of more than kMostCracksOfSmall cracks, never are.
+// have an element a chain; only rings with one that is set are looked at. A loop is a pair with
+// itself: its corners may all have come to one place. Rings of more than kMostCracksOfSmall cracks,
+// and whole shapes, never are looked at.
 void addTurnedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths,
                    const std::vector<char> &looked,
                    std::vector<std::pair<uint32_t, uint32_t>> *pairs);

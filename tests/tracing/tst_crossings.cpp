@@ -5,6 +5,7 @@
 
 #include "tracing/crossings.h"
 #include "tracing/hulls.h"
+#include "tracing/turnedover.h"
 
 #include <QtTest>
 
@@ -148,6 +149,7 @@ private slots:
     void randomCurvesAgainstTheirChords();
     void whatIsPlainlyApartIsNotLookedAt();
     void anyNumberOfThreads();
+    void loopsWithoutAnAreaMeetThemselves();
     void nodesAreNoCrossings();
     void whatTouches();
     void curvesCrossAtTheirChordsEnds();
@@ -260,6 +262,37 @@ void tst_Crossings::anyNumberOfThreads()
     QVERIFY(alone.size() > 600);
     for (unsigned threads : { 2u, 3u, 8u })
         QCOMPARE(crossingsOf(paths, 200, 150, {}, threads), alone);
+}
+
+// A pixel whose four corners have come to one place; what is drawn rightly is left alone.
+void tst_Crossings::loopsWithoutAnAreaMeetThemselves()
+{
+    RunScanner scanner(5, 5);
+    for (int y = 0; y < 5; ++y) {
+        const uint8_t labels[] = { 0, 0, uint8_t(y == 2), 0, 0 };
+        scanner.addRow(labels);
+    }
+    const BoundaryMap map = makeBoundaryMap(scanner.take());
+    for (const bool isRight : { false, true }) {
+        std::vector<fit::Path> paths(map.chains.size());
+        Pairs pairs;
+        Pairs expected;
+        for (uint32_t k = 0; k < map.chains.size(); ++k) {
+            if (map.chains[k].startNode != kNoNode)
+                continue;
+            const double size = isRight ? 1.0 : 0.0;
+            paths[k] = pathOf(
+                { { 2, 2 }, { 2 + size, 2 }, { 2 + size, 2 + size }, { 2, 2 + size }, { 2, 2 } });
+            if (!isRight)
+                expected.emplace_back(k, k);
+        }
+        addTurnedOver(map, paths, std::vector<char>(), &pairs);
+        pairs.erase(std::remove_if(pairs.begin(), pairs.end(),
+                                   [](const auto &pair) { return pair.first != pair.second; }),
+                    pairs.end());
+        pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+        QCOMPARE(pairs, expected);
+    }
 }
 
 void tst_Crossings::nodesAreNoCrossings()
