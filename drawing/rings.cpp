@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <numeric>
 #include <tuple>
@@ -199,21 +198,45 @@ bool contains(const Ring &ring, Point p)
     return inside;
 }
 
-// The smallest polygon around a hole, which lies in none of its holes.
-Polygon &polygonAround(const Ring &hole, std::vector<Polygon> *polygons)
+// Finds the smallest polygon around a hole, which lies in none of its holes.
+class Surroundings
 {
-    const Point middle((hole[0].x + hole[1].x) / 2, (hole[0].y + hole[1].y) / 2);
-    Polygon *best = &polygons->front();
-    double least = std::numeric_limits<double>::infinity();
-    for (Polygon &polygon : *polygons) {
-        const double size = std::fabs(twiceTheArea(polygon.outer));
-        if (size < least && contains(polygon.outer, middle)) {
-            best = &polygon;
-            least = size;
+public:
+    explicit Surroundings(std::vector<Polygon> *p) : polygons(*p)
+    {
+        for (std::size_t k = 0; k < polygons.size(); ++k) {
+            Bounds box;
+            for (const Point &point : polygons[k].outer)
+                box.grow(point);
+            bySize.push_back({ std::fabs(twiceTheArea(polygons[k].outer)), box, k });
         }
+        std::stable_sort(bySize.begin(), bySize.end(),
+                         [](const Outer &a, const Outer &b) { return a.size < b.size; });
     }
-    return *best;
-}
+
+    Polygon &around(const Ring &hole)
+    {
+        const Point middle((hole[0].x + hole[1].x) / 2, (hole[0].y + hole[1].y) / 2);
+        for (const Outer &outer : bySize) {
+            if (middle.x >= outer.box.low.x && middle.x <= outer.box.high.x
+                && middle.y >= outer.box.low.y && middle.y <= outer.box.high.y
+                && contains(polygons[outer.polygon].outer, middle))
+                return polygons[outer.polygon];
+        }
+        return polygons.front();
+    }
+
+private:
+    struct Outer
+    {
+        double size;
+        Bounds box;
+        std::size_t polygon;
+    };
+
+    std::vector<Polygon> &polygons;
+    std::vector<Outer> bySize; // the smallest first
+};
 
 } // namespace
 
@@ -247,8 +270,9 @@ std::vector<Polygon> simplePolygons(Ring outer, std::vector<Ring> holes)
     }
     if (polygons.empty())
         return { whole }; // of no width
+    Surroundings surroundings(&polygons);
     for (Ring &hole : loose)
-        polygonAround(hole, &polygons).holes.push_back(std::move(hole));
+        surroundings.around(hole).holes.push_back(std::move(hole));
     return polygons;
 }
 

@@ -350,16 +350,16 @@ private:
         return true;
     }
 
-    static std::size_t keyOf(const AtomEnd &end)
-    {
-        return 2 * std::size_t(end.atom) + std::size_t(end.end);
-    }
-
     // The same in noise, where short stubs of a corner are taken for spurs.
     bool isSeenBeyond(const AtomEnd &end, const std::vector<AtomEnd> &ends, Point place)
     {
         const double thickness = measure.taken > 0.0 ? thicknessAcross(web, end, ends) : 0.0;
         return thickness > 0.0 && goesBeyond(end, place, thickness);
+    }
+
+    static std::size_t keyOf(const AtomEnd &end)
+    {
+        return 2 * std::size_t(end.atom) + std::size_t(end.end);
     }
 
     void meetAll(const std::vector<AtomEnd> &ends, const Joint &at)
