@@ -74,7 +74,7 @@ LIMITS = {
     },
     "shaded-flat": {
         "colour": 2.805, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 21.755, "numbers": 2378
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 22.672, "numbers": 2378
     },
     "shaded": {
         "colour": 1.059, "regions": 0, "uncovered": 0.01,
