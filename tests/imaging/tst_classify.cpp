@@ -124,6 +124,23 @@ class tst_Classify : public QObject
     Q_OBJECT
 
 private slots:
+    // A shaded scene on white is a photograph, beside columns of letters a part of a page.
+    void pagesWithAPictureAreNoRenders()
+    {
+        for (const bool hasText : { false, true }) {
+            Picture picture(drawn(600, 600, [hasText](int x, int y) {
+                const int n = 60 + (x * 7 + y * 5) % 11;
+                if (x >= 40 && x < 340 && y >= 330 && y < 530)
+                    return qRgb(n + x / 4, n + y / 5, 200 - n - x / 8);
+                const bool isLetter = hasText && y < 300 && x > 30 && x < 570 && y > 30
+                    && y % 16 < 9 && (x * x / 40 + y / 16 * 13) % 7 < 3;
+                return isLetter ? grey(x % 2 == 0 ? 20 : 90) : grey(255);
+            }));
+            const Classification found = classify(&picture);
+            QCOMPARE(int(found.kind), int(hasText ? Kind::Logo : Kind::Photo));
+        }
+    }
+
     void kindsOfDrawnPictures_data();
     void kindsOfDrawnPictures();
 
