@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace ztrace::strokes {
 
@@ -160,6 +161,13 @@ bool isFilled(const Coverage &coverage, const LineDot &dot)
         }
     }
     return true;
+}
+
+bool isRound(const Dot &part)
+{
+    const double ellipse = 0.25 * M_PI * part.length[0] * part.length[1];
+    return part.pixels >= kLeastLone && part.length[0] <= kRound * part.length[1] + kRoundStep
+        && part.pixels >= kLeastFilled * ellipse;
 }
 
 // The circle that has as much ink as a part and the pixels around it, with their centre of gravity.
@@ -393,6 +401,10 @@ void takeLoneDots(const Coverage &coverage, const Plane &distance, const std::ve
                   const std::vector<DrawnPiece> &drawn, const std::vector<Arrow> &arrows,
                   std::vector<LineDot> *dots)
 {
+    std::vector<Dot> round;
+    std::copy_if(parts.begin(), parts.end(), std::back_inserter(round), isRound);
+    if (round.empty())
+        return;
     Finder finder(coverage, distance, {}, dots);
     for (const DrawnPiece &piece : drawn)
         finder.cover(piece);
@@ -400,12 +412,9 @@ void takeLoneDots(const Coverage &coverage, const Plane &distance, const std::ve
         finder.cover(arrow);
     for (const LineDot &dot : *dots)
         finder.cover(dot);
-    for (const Dot &part : parts) {
-        const double ellipse = 0.25 * M_PI * part.length[0] * part.length[1];
-        if (part.pixels < kLeastLone || part.length[0] > kRound * part.length[1] + kRoundStep
-            || part.pixels < kLeastFilled * ellipse || finder.isCovered(part.centre))
-            continue;
-        dots->push_back(roundedOff(coverage, part));
+    for (const Dot &part : round) {
+        if (!finder.isCovered(part.centre))
+            dots->push_back(roundedOff(coverage, part));
     }
 }
 
