@@ -50,19 +50,6 @@ void appendPoints(const PathPiece &piece, double flatness, std::vector<Point> *p
     points->push_back(piece.end);
 }
 
-// A closed outer ring counterclockwise, a hole clockwise.
-void turn(Ring *ring, bool isOuter)
-{
-    Ring &points = *ring;
-    double twice = 0.0;
-    const Point &origin = points.front();
-    for (std::size_t k = 1; k < points.size(); ++k)
-        twice += (points[k - 1].x - origin.x) * (points[k].y - origin.y)
-            - (points[k].x - origin.x) * (points[k - 1].y - origin.y);
-    if ((twice > 0.0) != isOuter)
-        std::reverse(points.begin(), points.end());
-}
-
 } // namespace
 
 MapShapes::MapShapes(const Drawing &d, int decimalsOfPixels)
@@ -122,7 +109,7 @@ void MapShapes::addRing(Ring ring, bool isOuter, MapShape *shape) const
     if (ring.size() < kLeast)
         return;
     place(&ring);
-    turn(&ring, isOuter);
+    turn(&ring, !isOuter);
     shape->rings.push_back(std::move(ring));
 }
 

@@ -138,12 +138,6 @@ double twiceTheArea(const Ring &ring)
     return twice;
 }
 
-void turn(Ring *ring, bool isClockwise)
-{
-    if ((twiceTheArea(*ring) < 0.0) != isClockwise)
-        std::reverse(ring->begin(), ring->end());
-}
-
 bool isFinite(const Point &p)
 {
     return std::isfinite(p.x) && std::isfinite(p.y);
@@ -239,6 +233,12 @@ private:
 };
 
 } // namespace
+
+void turn(Ring *ring, bool isClockwise)
+{
+    if ((twiceTheArea(*ring) < 0.0) != isClockwise)
+        std::reverse(ring->begin(), ring->end());
+}
 
 std::vector<Ring> unitedRings(const std::vector<Ring> &rings)
 {

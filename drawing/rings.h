@@ -16,6 +16,9 @@ typedef std::vector<Point> Ring; // the last point is joined to the first one
 // not overlap; where two of them share a boundary, their rings have the same points there.
 std::vector<Ring> unitedRings(const std::vector<Ring> &rings);
 
+// Makes a ring go clockwise, as seen with y upwards, or the other way round.
+void turn(Ring *ring, bool isClockwise);
+
 struct Polygon
 {
     Ring outer;

@@ -303,7 +303,8 @@ private:
         return crosses(a, b) || (!oneCorner && (endsAt(a, b) || endsAt(b, a)));
     }
 
-    // Whether two segments from one point are of corners that touch there: areas of four corners.
+    // Whether two segments from one point are of corners that touch there, of areas corner to
+    // corner.
     bool touch(const Segment &a, bool atEndOfA, const Segment &b, bool atEndOfB) const
     {
         if (!(atEndOfA ? a.endsPiece : a.startsPiece) || !(atEndOfB ? b.endsPiece : b.startsPiece))
