@@ -72,9 +72,9 @@ inline double SoftEdges::coverageOf(const Side &side, const uint8_t *value) cons
 // Of the right side; beyond the picture the nearest pixel's.
 inline double SoftEdges::coverageAt(const Side &side, int x, int y) const
 {
-    x = std::min(picture.width - 1, std::max(0, x));
-    y = std::min(picture.height - 1, std::max(0, y));
-    return coverageIn(side, x, y);
+    const int lastX = picture.width - 1;
+    const int lastY = picture.height - 1;
+    return coverageIn(side, x < 0 ? 0 : std::min(x, lastX), y < 0 ? 0 : std::min(y, lastY));
 }
 
 // The same of a pixel of the picture.
