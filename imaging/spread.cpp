@@ -12,7 +12,7 @@ namespace ztrace {
 
 namespace {
 
-const int kReach = 2; // pixels that a label goes in one ring
+const int kReach = LabelWindow::kReach; // pixels that a label goes in one ring
 
 // Cores of lines that are too wide for a ridge and nowhere flat: colourDistance to their label at
 // most, and to the label around them at least, where their neighbours may be so much farther from
@@ -135,39 +135,36 @@ private:
     }
 
     // The most similar label of all is the best choice wherever it is in reach, and what is no
-    // mixture of others. Strokes reach no farther than the pixels that touch their cores: they are
-    // thin.
+    // mixture of others.
     Choice choiceFor(uint32_t pixel)
     {
         const int y = rowOf(pixel);
         const int x = columnOf(pixel, y);
         const QRgb word = row(image, y)[x];
         const uint16_t similar = nearest->of(word);
-        const int right = std::min(plane->width - 1, x + kReach);
-        const bool sure = colourDistance(word, plane->colours[similar]) <= kSurelySimilar;
+        const LabelWindow window(*plane, *edges, x, y);
+        const uint64_t ofLines = window.marked(EdgeMap::kOfLine | EdgeMap::kFlank);
+        uint64_t left = window.labelled() & window.admitted();
+        const auto choiceAt = [&](uint64_t set) -> Choice {
+            const int bit = __builtin_ctzll(set);
+            return { window.labelAt(bit), (ofLines >> bit & 1) != 0 };
+        };
+        if (colourDistance(word, plane->colours[similar]) <= kSurelySimilar) {
+            const uint64_t ofSimilar = left & window.pixelsOf(similar);
+            if (ofSimilar != 0)
+                return choiceAt(ofSimilar);
+        }
         Choice best;
         int least = std::numeric_limits<int>::max();
         found.clear();
-        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
-            const uint16_t *labels = labelsOf(v);
-            const uint8_t *marks = edges->row(v);
-            for (int u = std::max(0, x - kReach); u <= right; ++u) {
-                const uint16_t label = labels[u];
-                if (label == kUnlabelled || label == best.label)
-                    continue;
-                const bool ofLine = (marks[u] & (EdgeMap::kOfLine | EdgeMap::kFlank)) != 0;
-                if (ofLine ? !touches(marks[u], u - x, v - y) : isBehindLine(x, y, u - x, v - y))
-                    continue;
-                if (label == similar && sure)
-                    return { similar, ofLine };
-                if (std::none_of(found.begin(), found.end(),
-                                 [label](const Choice &c) { return c.label == label; }))
-                    found.push_back({ label, ofLine });
-                const int distance = colourDistance(word, plane->colours[label]);
-                if (distance < least || (distance == least && label < best.label)) {
-                    best = { label, ofLine };
-                    least = distance;
-                }
+        while (left != 0) { // the labels as they are met in rows, each once
+            found.push_back(choiceAt(left));
+            const Choice &own = found.back();
+            left &= ~window.pixelsOf(own.label);
+            const int distance = colourDistance(word, plane->colours[own.label]);
+            if (distance < least || (distance == least && own.label < best.label)) {
+                best = own;
+                least = distance;
             }
         }
         return found.size() > 2 && found.size() <= kMostMixed ? mixtureOrBest(word, best) : best;
@@ -247,43 +244,12 @@ private:
     // The one label within reach, or none where there are several or a thin line's.
     uint16_t onlyLabelAround(int x, int y) const
     {
-        uint16_t only = kUnlabelled;
-        for (int v = std::max(0, y - kReach); v <= std::min(plane->height - 1, y + kReach); ++v) {
-            const uint16_t *labels = labelsOf(v);
-            const uint8_t *marks = edges->row(v);
-            for (int u = std::max(0, x - kReach); u <= std::min(plane->width - 1, x + kReach);
-                 ++u) {
-                if ((marks[u] & EdgeMap::kOfLine) != 0)
-                    return kUnlabelled;
-                if (labels[u] == kUnlabelled || labels[u] == only)
-                    continue;
-                if (only != kUnlabelled)
-                    return kUnlabelled;
-                only = labels[u];
-            }
-        }
-        return only;
-    }
-
-    static bool touches(uint8_t marks, int dx, int dy)
-    {
-        return (marks & EdgeMap::kOfLine) != 0 && std::abs(dx) <= 1 && std::abs(dy) <= 1;
-    }
-
-    // Labels do not go through a line: mixtures of it with one side may look like the other one.
-    bool isBehindLine(int x, int y, int dx, int dy) const
-    {
-        const auto isLine = [&](int u, int v) {
-            return (edges->row(y + v)[x + u] & (EdgeMap::kOfLine | EdgeMap::kRule)) != 0;
-        };
-        if (std::abs(dx) <= 1 && std::abs(dy) <= 1)
-            return dx != 0 && dy != 0 && isLine(dx, 0) && isLine(0, dy);
-        // The pixels half way: two of them where one step is twice the other.
-        const int u = dx / 2;
-        const int v = dy / 2;
-        return isLine(u, v) || isLine(u + dx % 2, v + dy % 2)
-            || (std::abs(dx) == std::abs(dy)
-                && ((isLine(u, 0) && isLine(0, v)) || (isLine(dx, v) && isLine(u, dy))));
+        const LabelWindow window(*plane, *edges, x, y);
+        const uint64_t labelled = window.labelled();
+        if (labelled == 0 || window.marked(EdgeMap::kOfLine) != 0)
+            return kUnlabelled;
+        const uint16_t only = window.labelAt(__builtin_ctzll(labelled));
+        return (labelled & ~window.pixelsOf(only)) == 0 ? only : kUnlabelled;
     }
 
     std::vector<uint32_t> within(const std::vector<Decided> &ring)

@@ -12,11 +12,11 @@
 
 #include "LabelPlane.h"
 #include "edges.h"
+#include "labelwindow.h"
 #include "nearestcolour.h"
 
 namespace ztrace {
 
-const uint16_t kUnlabelled = 0xFFFF;
 const std::size_t kMostColoursOfPlane = 65534; // so that no label is that
 
 // Spreads labels into `waiting`, the unlabelled pixels of the plane (y * width + x, in any order),

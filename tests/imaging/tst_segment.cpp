@@ -2,6 +2,7 @@
 //
 // From images to few colours: thresholds, palettes, edges.
 #include "imaging/colour.h"
+#include "imaging/labelwindow.h"
 #include "imaging/palette.h"
 #include "imaging/segment.h"
 #include "imaging/ridges.h"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 using namespace ztrace;
 
@@ -33,11 +35,56 @@ QImage softEdge(QRgb left, QRgb right, QRgb between)
     return image;
 }
 
+uint64_t windowBit(int dx, int dy)
+{
+    return uint64_t(1) << (LabelWindow::kMiddle + 8 * dy + dx);
+}
+
+// The rule of `behind`, one pixel after the other.
+bool isBehind(uint64_t lines, int dx, int dy)
+{
+    const auto isLine = [lines](int u, int v) { return (lines & windowBit(u, v)) != 0; };
+    if (std::abs(dx) <= 1 && std::abs(dy) <= 1)
+        return dx != 0 && dy != 0 && isLine(dx, 0) && isLine(0, dy);
+    const int u = dx / 2;
+    const int v = dy / 2;
+    return isLine(u, v) || isLine(u + dx % 2, v + dy % 2)
+        || (std::abs(dx) == std::abs(dy)
+            && ((isLine(u, 0) && isLine(0, v)) || (isLine(dx, v) && isLine(u, dy))));
+}
+
 } // namespace
 
 class tst_Segment : public QObject
 {
     Q_OBJECT
+
+    static void compareWindow(const LabelPlane &plane, const EdgeMap &edges, int x, int y)
+    {
+        const LabelWindow window(plane, edges, x, y);
+        const uint64_t lines = window.marked(EdgeMap::kOfLine | EdgeMap::kRule) & ~windowBit(0, 0);
+        for (int dy = -2; dy <= 2; ++dy) {
+            for (int dx = -2; dx <= 2; ++dx) {
+                const bool isInside
+                    = x + dx >= 0 && x + dx < plane.width && y + dy >= 0 && y + dy < plane.height;
+                const std::size_t place
+                    = std::size_t(y + dy) * std::size_t(plane.width) + std::size_t(x + dx);
+                const uint16_t label = isInside ? plane.labels[place] : kUnlabelled;
+                const unsigned marks = isInside ? edges.row(y + dy)[x + dx] : 0u;
+                const uint64_t bit = windowBit(dx, dy);
+                for (uint16_t other : { uint16_t(0), uint16_t(1), kUnlabelled })
+                    QCOMPARE((window.pixelsOf(other) & bit) != 0, label == other);
+                QCOMPARE((window.labelled() & bit) != 0, label != kUnlabelled);
+                QCOMPARE((window.marked(EdgeMap::kRule) & bit) != 0, (marks & EdgeMap::kRule) != 0);
+                const bool touches = std::max(std::abs(dx), std::abs(dy)) == 1;
+                const bool ofLine = (marks & (EdgeMap::kOfLine | EdgeMap::kFlank)) != 0;
+                if (dx != 0 || dy != 0)
+                    QCOMPARE((window.admitted() & bit) != 0,
+                             ofLine ? touches && (marks & EdgeMap::kOfLine) != 0
+                                    : !isBehind(lines, dx, dy));
+            }
+        }
+    }
 
 private slots:
     void flatColoursAreExactAndEdgesLeaveNone()
@@ -432,6 +479,45 @@ private slots:
         const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette);
         for (std::size_t x = 3; x < 77; ++x)
             QCOMPARE(palette[plane.labels[10 * 80 + x]], 0xFFC8C8C8u);
+    }
+
+    void linesHideWhatIsBehindThem()
+    {
+        std::mt19937_64 random(3);
+        for (int i = 0; i < 20000; ++i) {
+            const uint64_t lines = random() & (i % 2 ? random() : ~uint64_t(0)) & LabelWindow::kAll
+                & ~windowBit(0, 0);
+            const uint64_t hidden = behind(lines);
+            QCOMPARE(hidden & ~LabelWindow::kAll, uint64_t(0));
+            for (int dy = -2; dy <= 2; ++dy) {
+                for (int dx = -2; dx <= 2; ++dx)
+                    QCOMPARE((hidden & windowBit(dx, dy)) != 0, isBehind(lines, dx, dy));
+            }
+        }
+    }
+
+    // Beyond the rim there is nothing; labels of strokes count where their cores touch.
+    void windowsSeeWhatIsAround()
+    {
+        std::mt19937 random(4);
+        for (const QSize &size : { QSize(1, 1), QSize(3, 2), QSize(2, 9), QSize(19, 13) }) {
+            QImage image(size, QImage::Format_ARGB32);
+            image.fill(0xFFFFFFFFu);
+            EdgeMap edges(image);
+            LabelPlane plane;
+            plane.width = size.width();
+            plane.height = size.height();
+            for (int k = 0; k < plane.width * plane.height; ++k)
+                plane.labels.push_back(random() % 3 ? uint16_t(random() % 3) : kUnlabelled);
+            for (int y = 0; y < plane.height; ++y) {
+                for (int x = 0; x < plane.width; ++x)
+                    edges.row(y)[x] = random() % 4 ? 0 : uint8_t(random());
+            }
+            for (int y = 0; y < plane.height; ++y) {
+                for (int x = 0; x < plane.width; ++x)
+                    compareWindow(plane, edges, x, y);
+            }
+        }
     }
 
     void transparencyIsAnEntryOfItsOwn()
