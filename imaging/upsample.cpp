@@ -267,7 +267,95 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane)
     return double(plane.pixels()) <= kLarge && hasSoftEdges(image, plane) ? kUseful : 1;
 }
 
-// Pixels amid their own label keep it in all parts.
+namespace {
+
+// Whether four words from each of two places on are equal, and a fifth.
+bool areEqual(const QRgb *a, const QRgb *b)
+{
+#ifdef __SSE2__
+    const __m128i equal = _mm_cmpeq_epi32(fourWords(a), fourWords(b));
+    return a[4] == b[4] && _mm_movemask_epi8(equal) == 0xFFFF;
+#else
+    return std::equal(a, a + 5, b);
+#endif
+}
+
+// What decides about the parts of a pixel: the words within two pixels, and the labels beside it.
+// Along straight edges, as frames have them, it is the same from pixel to pixel.
+class Surroundings
+{
+public:
+    Surroundings(const QImage &i, const LabelPlane &p) : image(i), plane(p) { }
+
+    void begin(int row)
+    {
+        y = row;
+        hasRows = y > kReach && y + kReach < plane.height;
+        for (int v = 0; hasRows && v < kRows; ++v)
+            words[v] = ztrace::row(image, y - kReach - 1 + v);
+        labels = plane.labels.data() + std::size_t(y) * std::size_t(plane.width);
+    }
+
+    // Whether they are those of the pixel to the left.
+    bool areLikeLeft(int x) const
+    {
+        if (!hasColumns(x) || !hasRows || words[kReach + 1][x] != words[kReach + 1][x - 1])
+            return false;
+        for (int v = 1; v < kRows; ++v) {
+            if (!areEqual(words[v] + x - kReach - 1, words[v] + x - kReach))
+                return false;
+        }
+        for (int v = -1; v <= 1; ++v) {
+            const uint16_t *line = labels + std::ptrdiff_t(v) * plane.width + x;
+            if (line[-2] != line[0] || line[-1] != line[0] || line[1] != line[0])
+                return false;
+        }
+        return true;
+    }
+
+    // Whether they are those of the pixel above.
+    bool areLikeAbove(int x) const
+    {
+        if (!hasColumns(x) || !hasRows || words[kReach + 1][x] != words[kReach][x])
+            return false;
+        for (int v = 1; v < kRows; ++v) {
+            if (!areEqual(words[v] + x - kReach, words[v - 1] + x - kReach))
+                return false;
+        }
+        const uint16_t *line = labels + x;
+        for (int v = -2; v <= 1; ++v) {
+            const uint16_t *other = labels + std::ptrdiff_t(v) * plane.width + x;
+            if (other[-1] != line[-1] || other[0] != line[0] || other[1] != line[1])
+                return false;
+        }
+        return true;
+    }
+
+private:
+    static const int kReach = 2;
+    static const int kRows = 2 * kReach + 2; // with the one that is the upper neighbour's alone
+
+    bool hasColumns(int x) const { return x > kReach && x + kReach < plane.width; }
+
+    const QImage &image;
+    const LabelPlane &plane;
+    int y = 0;
+    bool hasRows = false;
+    const QRgb *words[kRows] = {};
+    const uint16_t *labels = nullptr;
+};
+
+// The parts of a pixel, `stride` entries from row to row.
+void copyParts(const uint16_t *from, std::size_t factor, std::size_t stride, uint16_t *to)
+{
+    for (std::size_t j = 0; j < factor; ++j)
+        std::copy_n(from + j * stride, factor, to + j * stride);
+}
+
+} // namespace
+
+// Pixels amid their own label keep it in all parts. What surrounds a pixel as it does the one
+// before it, in its row or its column, gives it the same parts.
 void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int factor,
                          const std::function<void(const uint16_t *row)> &take)
 {
@@ -275,11 +363,14 @@ void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int facto
     const std::size_t width = static_cast<std::size_t>(plane.width);
     const std::size_t stride = width * parts;
     std::vector<uint16_t> rows(stride * parts); // of one row of pixels
+    std::vector<uint16_t> rowsAbove(stride * parts);
     SubpixelColours colours(image, factor);
     BorderRows borders(plane);
     Choice choice(plane);
+    Surroundings surroundings(image, plane);
     for (int y = 0; y < plane.height; ++y) {
         const uint16_t *labels = plane.labels.data() + static_cast<std::size_t>(y) * width;
+        rows.swap(rowsAbove);
         widen(labels, plane.width, parts, rows.data());
         for (std::size_t j = 1; j < parts; ++j)
             std::copy_n(rows.begin(), stride, rows.data() + j * stride);
@@ -287,11 +378,19 @@ void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int facto
         const std::array<const QRgb *, 3> words
             = { { y > 0 ? row(image, y - 1) : nullptr, row(image, y),
                   y + 1 < plane.height ? row(image, y + 1) : nullptr } };
+        surroundings.begin(y);
         for (int x = nextSet(border, 0, plane.width); x < plane.width;
              x = nextSet(border, x + 1, plane.width)) {
-            choice.look(labels, words, x);
-            choose(choice, colours.at(x, y), parts, stride,
-                   rows.data() + static_cast<std::size_t>(x) * parts);
+            const std::size_t place = static_cast<std::size_t>(x) * parts;
+            uint16_t *const corner = rows.data() + place;
+            if (surroundings.areLikeLeft(x)) {
+                copyParts(corner - parts, parts, stride, corner);
+            } else if (surroundings.areLikeAbove(x)) {
+                copyParts(rowsAbove.data() + place, parts, stride, corner);
+            } else {
+                choice.look(labels, words, x);
+                choose(choice, colours.at(x, y), parts, stride, corner);
+            }
         }
         for (std::size_t j = 0; j < parts; ++j)
             take(rows.data() + j * stride);
