@@ -50,6 +50,105 @@ int skipEqual(const QRgb *words, const QRgb *below, int x, int end)
     return x;
 }
 
+// Finds ridges with the same surroundings. Each of these has one place, which it shares with
+// others, so that some are not found again.
+class Surroundings
+{
+public:
+    Surroundings(const QImage &image, const std::vector<EdgeMap::RidgePixel> &ridges)
+        : first(row(image, 0)), stride(image.bytesPerLine() / int(sizeof(QRgb))),
+          width(image.width()), height(image.height()), found(ridges), places(kPlaces, kNone)
+    { }
+
+    // What the next ridge, which is at (x, y), is like: itself where it is near the rim.
+    uint32_t of(int x, int y, QRgb beside)
+    {
+        const uint32_t own = uint32_t(found.size());
+        if (x < kReach || y < kReach || x + kReach >= width || y + kReach >= height)
+            return own;
+        const QRgb *corner = first + (y - kReach) * stride + x - kReach;
+        uint32_t &place = places[placeOf(corner, stride, beside)];
+        if (place == kNone || found[place].beside != beside
+            || !isLike(corner, cornerOf(found[place].pixel)))
+            place = own;
+        return place;
+    }
+
+private:
+    static const int kReach = 2;
+    static const int kSide = 2 * kReach + 1;
+    static const int kBits = 13; // of the number of places
+    static const std::size_t kPlaces = std::size_t(1) << kBits;
+    static const uint32_t kNone = 0xFFFFFFFFu;
+
+    const QRgb *cornerOf(uint32_t pixel) const
+    {
+        const std::ptrdiff_t y = pixel / uint32_t(width);
+        const std::ptrdiff_t x = pixel % uint32_t(width);
+        return first + (y - kReach) * stride + x - kReach;
+    }
+
+#ifdef __SSE2__
+    bool isLike(const QRgb *a, const QRgb *b) const
+    {
+        __m128i equal = _mm_set1_epi32(-1);
+        QRgb others = 0;
+        for (int v = 0; v < kSide; ++v, a += stride, b += stride) {
+            equal = _mm_and_si128(equal, _mm_cmpeq_epi32(fourWords(a), fourWords(b)));
+            others |= a[4] ^ b[4];
+        }
+        return others == 0 && _mm_movemask_epi8(equal) == 0xFFFF;
+    }
+
+    static std::size_t placeOf(const QRgb *corner, std::ptrdiff_t stride, QRgb beside)
+    {
+        __m128i fours = _mm_setzero_si128();
+        QRgb others = beside;
+        for (int v = 0; v < kSide; ++v, corner += stride) {
+            fours
+                = _mm_add_epi32(_mm_sub_epi32(_mm_slli_epi32(fours, 5), fours), fourWords(corner));
+            others = others * 31 + corner[4];
+        }
+        uint64_t pairs[2];
+        storeFour(pairs, fours);
+        return mixed(pairs[0] + kSpread * (pairs[1] + others));
+    }
+#else
+    bool isLike(const QRgb *a, const QRgb *b) const
+    {
+        for (int v = 0; v < kSide; ++v, a += stride, b += stride) {
+            if (!std::equal(a, a + kSide, b))
+                return false;
+        }
+        return true;
+    }
+
+    static std::size_t placeOf(const QRgb *corner, std::ptrdiff_t stride, QRgb beside)
+    {
+        uint64_t all = beside;
+        for (int v = 0; v < kSide; ++v, corner += stride) {
+            for (int u = 0; u < kSide; ++u)
+                all = all * 31 + corner[u];
+        }
+        return mixed(all);
+    }
+#endif
+
+    static const uint64_t kSpread = 0x9E3779B97F4A7C15u; // 2^64 over the golden ratio
+
+    static std::size_t mixed(uint64_t all)
+    {
+        return std::size_t((all ^ all >> 32) * kSpread >> (64 - kBits));
+    }
+
+    const QRgb *const first;
+    const std::ptrdiff_t stride; // words
+    const int width;
+    const int height;
+    const std::vector<EdgeMap::RidgePixel> &found;
+    std::vector<uint32_t> places; // among those that were found
+};
+
 // Marks both pixels of every pair in a row, or of it and the row below, that differ clearly. The
 // last row is its own row below.
 void markPairs(const QRgb *words, const QRgb *below, int width, uint8_t *marks, uint8_t *marksBelow)
@@ -107,6 +206,7 @@ void EdgeMap::markEdges(const QImage &image)
 void EdgeMap::markRidges(const QImage &image)
 {
     const RidgeFinder finder(image);
+    Surroundings surroundings(image, found);
     for (int y = 0; y < height; ++y) {
         const QRgb *words = ztrace::row(image, y);
         uint8_t *bytes = row(y);
@@ -115,8 +215,8 @@ void EdgeMap::markRidges(const QImage &image)
             if (!finder.find(x, y, &beside))
                 continue;
             bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
-            found.push_back(
-                { static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), beside });
+            found.push_back({ static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), beside,
+                              surroundings.of(x, y, beside) });
         }
     }
 }

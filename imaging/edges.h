@@ -34,11 +34,14 @@ public:
     bool isLine(int x, int y) const;
     bool isTexture(int x, int y) const;
 
-    // An edge at which there is a ridge, and the word beside it.
+    // An edge at which there is a ridge, and the word beside it. Letters and rules have few
+    // surroundings many times: `like` is the place, among these, of one with the same words within
+    // two pixels and the same word beside it, for which the same holds; often its own.
     struct RidgePixel
     {
         uint32_t pixel;
         QRgb beside;
+        uint32_t like;
     };
 
     // In the order of their pixels.

@@ -29,15 +29,15 @@ const double kWrongWay = 1000.0;
 
 // Whether the length of the difference is above kClearLength. Between opaque colours the sum of the
 // channels' differences is at least the length and at most 1.74 times as much, so that it decides
-// most cases alone.
+// most cases alone; the others are whole numbers.
 bool differs(QRgb a, QRgb b)
 {
     if (a == b)
         return false;
     if (qAlpha(a & b) == 255) {
         const int sum = hueDistance(a, b);
-        if (sum <= 40 || sum >= 70)
-            return sum >= 70;
+        return sum >= 70
+            || (sum > 40 && square(difference(opaque(a), opaque(b))) > kClearLength * kClearLength);
     }
     return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
 }
@@ -47,6 +47,17 @@ bool differs(QRgb a, QRgb b)
 double costOfDilution(double distance)
 {
     return kDoubt * std::min(distance, kShade) + kDilution * std::max(0.0, distance - kShade);
+}
+
+// Steps to the first pixel that differs from one, at most `most`; 0 when there is none.
+int stepsTo(const QRgb *middle, std::ptrdiff_t step, int most)
+{
+    const QRgb own = *middle;
+    for (int i = 1; i <= most; ++i) {
+        if (differs(own, middle[i * step]))
+            return i;
+    }
+    return 0;
 }
 
 // Whether two differences stay apart by more than the angle of kAligned, 60 degrees, however far
@@ -82,8 +93,8 @@ struct RidgeFinder::Line
     }
 };
 
-// What lies to one side of a pixel: steps to the first one that differs clearly, at most `most`, 0
-// when there is none, and the foot of the slope that begins there.
+// What lies to one side of a pixel: steps to the first one that differs clearly, and the foot of
+// the slope that begins there.
 template<typename Kind>
 struct RidgeFinder::Side
 {
@@ -92,21 +103,10 @@ struct RidgeFinder::Side
     const QRgb *middle;
     std::ptrdiff_t step;
     int count; // of pixels on this side
-    int steps = 0;
+    int steps;
     QRgb word = 0;
     Colour away = {};
     bool isOfKind = true; // whether all words that were looked at are
-
-    bool find(int most)
-    {
-        for (int i = 1; i <= std::min(most, count); ++i) {
-            if (differs(*middle, middle[i * step])) {
-                steps = i;
-                return true;
-            }
-        }
-        return false;
-    }
 
     void look(const Colour &own)
     {
@@ -143,35 +143,38 @@ bool isFainter(QRgb word, QRgb other)
     return qAlpha(word) < qAlpha(other) && hueDistance(word, other) <= kClearly;
 }
 
-// A line on the rim has one side. What lies beyond the picture is supposed to be like that one,
-// where the line goes on along the rim: soft edges that end there do not.
-bool RidgeFinder::onRim(const Side<VisibleKind> &open, const Line &along, Side<VisibleKind> *inner,
-                        QRgb *beside)
+// A line on the rim has one side, which is near. What lies beyond the picture is supposed to be
+// like that one, where the line goes on along the rim: soft edges that end there do not.
+bool RidgeFinder::onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside)
 {
-    if (open.count + inner->steps > kRidgeReach || qAlpha(*inner->middle) < kLeastOnRim
-        || !along.goesOn())
+    if (qAlpha(*inner.middle) < kLeastOnRim || !along.goesOn())
         return false;
-    const VisibleColour own = visible(*inner->middle);
-    inner->look(own);
-    inner->followSlope(own);
-    *beside = inner->word;
-    return !isFainter(*inner->middle, inner->word);
+    const VisibleColour own = visible(*inner.middle);
+    inner.look(own);
+    inner.followSlope(own);
+    *beside = inner.word;
+    return !isFainter(*inner.middle, inner.word);
 }
 
 bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)
 {
-    Side<VisibleKind> one { line.middle, line.step, line.after };
-    Side<VisibleKind> other { line.middle, -line.step, line.before };
-    if (!one.find(kRidgeReach))
-        return one.count < kRidgeReach && other.find(kRidgeReach)
-            && onRim(one, along, &other, beside);
+    const int after = stepsTo(line.middle, line.step, std::min(kRidgeReach, line.after));
+    if (after == 0) {
+        if (line.after >= kRidgeReach)
+            return false;
+        const int before = stepsTo(line.middle, -line.step, std::min(kRidgeReach, line.before));
+        return before > 0 && line.after + before <= kRidgeReach
+            && onRim({ line.middle, -line.step, line.before, before }, along, beside);
+    }
     // No more than kRidgeReach + 1 steps to both sides together.
-    if (!other.find(std::min(kRidgeReach, kRidgeReach + 1 - one.steps)))
-        return onRim(other, along, &one, beside);
+    const int most = std::min(kRidgeReach, kRidgeReach + 1 - after);
+    const int before = stepsTo(line.middle, -line.step, std::min(most, line.before));
+    if (before == 0)
+        return line.before + after <= kRidgeReach
+            && onRim({ line.middle, line.step, line.after, after }, along, beside);
     bool isOfKind = qAlpha(*line.middle) == 255;
-    const bool found
-        = isOfKind && between<OpaqueKind>(line, one.steps, other.steps, beside, &isOfKind);
-    return isOfKind ? found : between<VisibleKind>(line, one.steps, other.steps, beside, &isOfKind);
+    const bool found = isOfKind && between<OpaqueKind>(line, after, before, beside, &isOfKind);
+    return isOfKind ? found : between<VisibleKind>(line, after, before, beside, &isOfKind);
 }
 
 // With so many steps to what differs on either side. `isOfKind` becomes false, and the result is of

@@ -44,8 +44,7 @@ private:
     static bool across(const Line &line, const Line &along, QRgb *beside);
     template<typename Kind>
     static bool between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind);
-    static bool onRim(const Side<VisibleKind> &open, const Line &along, Side<VisibleKind> *inner,
-                      QRgb *beside);
+    static bool onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside);
 
     const QRgb *first;
     const std::ptrdiff_t stride; // words

@@ -79,21 +79,32 @@ bool isCore(const QImage &image, int x, int y, QRgb beside)
 
 std::vector<Shade> shadesOfLines(const QImage &image, const EdgeMap &edges)
 {
+    const int kUnknown = -2;
+    const int kNone = -1;
     std::unordered_map<uint64_t, std::size_t> places;
     std::vector<Shade> shades;
+    std::vector<int> shadesOfLike(edges.ridges().size(), kUnknown); // or kNone: no core
     const uint32_t width = static_cast<uint32_t>(image.width());
     for (const EdgeMap::RidgePixel &ridge : edges.ridges()) {
+        int &ofLike = shadesOfLike[ridge.like];
         const int y = static_cast<int>(ridge.pixel / width);
         const int x = static_cast<int>(ridge.pixel % width);
-        if (!edges.isLine(x, y) || !isCore(image, x, y, ridge.beside))
+        if (ofLike == kNone || !edges.isLine(x, y))
             continue;
         const QRgb word = row(image, y)[x] | 0xFF000000u;
-        const auto place = places.insert({ shadeOf(word, ridge.beside), shades.size() });
-        if (place.second) {
-            shades.emplace_back();
-            shades.back().ridge = { true, word, ridge.beside };
+        if (ofLike == kUnknown && !isCore(image, x, y, ridge.beside)) {
+            ofLike = kNone;
+            continue;
         }
-        Shade &shade = shades[place.first->second];
+        if (ofLike == kUnknown) {
+            const auto place = places.insert({ shadeOf(word, ridge.beside), shades.size() });
+            if (place.second) {
+                shades.emplace_back();
+                shades.back().ridge = { true, word, ridge.beside };
+            }
+            ofLike = int(place.first->second);
+        }
+        Shade &shade = shades[std::size_t(ofLike)];
         const VisibleColour colour = visible(word);
         for (std::size_t channel = 0; channel < 4; ++channel)
             shade.sum[channel] += colour[channel];

@@ -519,8 +519,8 @@ private:
     uint32_t clock = 0;
 };
 
-// Takes the ridges out of what waits, in the order of their pixels: takes(pixel, ridge) says
-// whether it is one that some label explains.
+// Takes the ridges out of what waits, in the order of their pixels: takes(pixel, ridge, like) says
+// whether it is one that some label explains; `like` is as in EdgeMap::RidgePixel.
 template<typename Takes>
 void takeRidges(const QImage &image, const EdgeMap &edges, std::vector<uint32_t> *waiting,
                 Takes takes)
@@ -533,7 +533,7 @@ void takeRidges(const QImage &image, const EdgeMap &edges, std::vector<uint32_t>
             ++ridge;
         const auto isTaken = [&] {
             const QRgb word = row(image, int(pixel / width))[pixel % width];
-            return takes(pixel, Ridge { true, word, ridge->beside });
+            return takes(pixel, Ridge { true, word, ridge->beside }, ridge->like);
         };
         if (ridge == edges.ridges().end() || ridge->pixel != pixel || !isTaken())
             (*waiting)[left++] = pixel;
@@ -553,7 +553,7 @@ void labelNoise(const QImage &image, std::vector<uint32_t> *waiting, EdgeMap *ed
                 LabelPlane *plane)
 {
     const RidgeColours colours(plane->colours);
-    takeRidges(image, *edges, waiting, [&](uint32_t pixel, const Ridge &ridge) {
+    takeRidges(image, *edges, waiting, [&](uint32_t pixel, const Ridge &ridge, uint32_t) {
         const int label = colours.nearestTo(ridge);
         if (label >= 0)
             labelCore(pixel, uint16_t(label), edges, plane);
@@ -573,8 +573,12 @@ std::vector<uint32_t> labelStrokes(const QImage &image, std::vector<uint32_t> wa
     }
     Costs costs(plane->colours);
     std::vector<Core> cores;
-    takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge) {
-        const int row = isSide(image, pixel, ridge) ? -1 : costs.rowOf(ridge);
+    const int kUnknown = -2;
+    std::vector<int> rowsOfLike(ridges, kUnknown); // or -1: a side, or not explained
+    takeRidges(image, *edges, &waiting, [&](uint32_t pixel, const Ridge &ridge, uint32_t like) {
+        int &row = rowsOfLike[like];
+        if (row == kUnknown)
+            row = isSide(image, pixel, ridge) ? -1 : costs.rowOf(ridge);
         if (row >= 0)
             cores.push_back({ pixel, uint32_t(row), sumOf(ridge.colour) > sumOf(ridge.beside) });
         return row >= 0;

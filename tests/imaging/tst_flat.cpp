@@ -99,6 +99,38 @@ QImage drawing(int width, int height, bool onPaper, Random *random)
     return image;
 }
 
+// Frames, rules and a mark that is repeated, as dialogs have them: much is the same from pixel to
+// pixel along their edges, up to the rim.
+QImage frames(int width, int height, Random *random)
+{
+    QImage image(width, height, QImage::Format_ARGB32);
+    image.fill(0xFFEFF0F1u);
+    const auto below = [&](int limit) { return static_cast<int>((*random)() % unsigned(limit)); };
+    const auto fill = [&](int left, int top, int right, int bottom, QRgb word) {
+        for (int y = std::max(0, top); y < std::min(height, bottom); ++y) {
+            for (int x = std::max(0, left); x < std::min(width, right); ++x)
+                image.setPixel(x, y, word);
+        }
+    };
+    for (int i = 0; i < 7; ++i) {
+        const int x = below(width) - width / 4;
+        const int y = below(height) - height / 4;
+        const int right = x + 2 + below(width);
+        const int bottom = y + 2 + below(height);
+        fill(x, y, right, bottom, anyWord(random, true));
+        fill(x + 1, y + 1, right - 1, bottom - 1, anyWord(random, i % 3 != 0));
+    }
+    for (int i = 0; i < 6; ++i) {
+        const int y = below(height);
+        for (int x = 3; x + 5 < width; x += 6) {
+            fill(x, y, x + 1, y + 5, 0xFF202428u);
+            fill(x + 1, y, x + 2, y + 3, 0xFF9098A0u);
+            fill(x + 2, y + 2, x + 4, y + 3, 0xFF505860u);
+        }
+    }
+    return image;
+}
+
 QImage shading(int width, int height, Random *random)
 {
     int i = 0;
@@ -134,6 +166,8 @@ std::vector<Case> cases()
         all.push_back({ "drawing on paper", drawing(71 + i, 60, true, &random) });
         all.push_back({ "drawing on nothing", drawing(66 + i, 60, false, &random) });
     }
+    for (int i = 0; i < 4; ++i)
+        all.push_back({ "frames", frames(60 + i, 51 - i, &random) });
     for (std::size_t i = 0; i < all.size(); ++i)
         all[i].name += ", " + QByteArray::number(int(i));
     return all;
@@ -181,6 +215,31 @@ private slots:
         QCOMPARE(edges.visiblePixels(), visible);
         QCOMPARE(edges.hasTransparentPixels(),
                  visible < std::size_t(image.width()) * std::size_t(image.height()));
+    }
+
+    void likeRidgesHaveTheSameSurroundings_data() { eachCase(); }
+    void likeRidgesHaveTheSameSurroundings()
+    {
+        QFETCH(QImage, image);
+        const EdgeMap edges(image);
+        const int width = image.width();
+        std::size_t repeated = 0;
+        for (std::size_t k = 0; k < edges.ridges().size(); ++k) {
+            const EdgeMap::RidgePixel &own = edges.ridges()[k];
+            if (own.like == k)
+                continue;
+            ++repeated;
+            QVERIFY(own.like < k);
+            const EdgeMap::RidgePixel &like = edges.ridges()[own.like];
+            QCOMPARE(own.beside, like.beside);
+            QCOMPARE(like.like, own.like);
+            const QRect around(int(own.pixel) % width - 2, int(own.pixel) / width - 2, 5, 5);
+            const QRect other(int(like.pixel) % width - 2, int(like.pixel) / width - 2, 5, 5);
+            QVERIFY(image.rect().contains(around) && image.rect().contains(other));
+            QCOMPARE(image.copy(around), image.copy(other));
+        }
+        if (QByteArray(QTest::currentDataTag()).startsWith("frames"))
+            QVERIFY(repeated > 0);
     }
 
     void ridges_data() { eachCase(); }
