@@ -212,18 +212,6 @@ private:
     std::size_t count = 0;
 };
 
-// Every label `factor` times.
-void widen(const uint16_t *labels, int width, std::size_t factor, uint16_t *target)
-{
-    if (factor == 2) {
-        for (int x = 0; x < width; ++x, target += 2)
-            target[0] = target[1] = labels[x];
-        return;
-    }
-    for (int x = 0; x < width; ++x, target += factor)
-        std::fill_n(target, factor, labels[x]);
-}
-
 // The labels of a pixel's parts, `stride` entries from row to row.
 void choose(const Choice &choice, const QRgb *part, std::size_t factor, std::size_t stride,
             uint16_t *corner)
@@ -345,55 +333,120 @@ private:
     const uint16_t *labels = nullptr;
 };
 
-// The parts of a pixel, `stride` entries from row to row.
-void copyParts(const uint16_t *from, std::size_t factor, std::size_t stride, uint16_t *to)
+// The finer rows of one row of pixels. Only pixels on borders have parts of their own: where none
+// is, all have one label, which those of the pixels amid it keep.
+class FineRows
 {
-    for (std::size_t j = 0; j < factor; ++j)
-        std::copy_n(from + j * stride, factor, to + j * stride);
-}
+public:
+    FineRows(int rowWidth, int parts)
+        : width(rowWidth), factor(std::size_t(parts)), stride(std::size_t(rowWidth) * factor),
+          ofRow(stride * factor), ofRowAbove(stride * factor)
+    {
+        starts.resize(stride + 1); // what is noted last may not count
+        labels.resize(stride + 1);
+    }
+
+    void begin()
+    {
+        ofRow.swap(ofRowAbove);
+        pixels.clear();
+    }
+
+    // Where the parts of the next pixel on a border go, rows being `step` entries apart.
+    uint16_t *add(int x)
+    {
+        pixels.push_back(x);
+        return ofRow.data() + std::size_t(x) * factor;
+    }
+    std::size_t step() const { return stride; }
+
+    // The same parts as the pixel to the left has, or the one above; it was on a border, too.
+    void copyLeft(int x)
+    {
+        uint16_t *const parts = add(x);
+        copy(parts - factor, parts);
+    }
+    void copyAbove(int x) { copy(ofRowAbove.data() + std::size_t(x) * factor, add(x)); }
+
+    // Row j of the finer ones as runs, `ofPixels` being the labels of the row of pixels.
+    void give(std::size_t j, const uint16_t *ofPixels, const TakeRuns &take)
+    {
+        const uint16_t *parts = ofRow.data() + j * stride;
+        int32_t *start = starts.data();
+        uint16_t *label = labels.data();
+        std::size_t count = 0;
+        uint32_t last = 0x10000; // no label
+        const auto note = [&](std::size_t place, uint16_t own) {
+            start[count] = int32_t(place);
+            label[count] = own;
+            count += own != last ? 1u : 0u;
+            last = own;
+        };
+        int next = 0; // pixel
+        for (const int x : pixels) {
+            if (x > next)
+                note(std::size_t(next) * factor, ofPixels[next]);
+            for (std::size_t k = std::size_t(x) * factor; k < std::size_t(x + 1) * factor; ++k)
+                note(k, parts[k]);
+            next = x + 1;
+        }
+        if (next < width)
+            note(std::size_t(next) * factor, ofPixels[next]);
+        take(start, label, count);
+    }
+
+private:
+    void copy(const uint16_t *from, uint16_t *to) const
+    {
+        for (std::size_t j = 0; j < factor; ++j)
+            std::copy_n(from + j * stride, factor, to + j * stride);
+    }
+
+    const int width;
+    const std::size_t factor;
+    const std::size_t stride;
+    std::vector<uint16_t> ofRow; // where there are borders
+    std::vector<uint16_t> ofRowAbove;
+    std::vector<int> pixels; // on borders
+    std::vector<int32_t> starts;
+    std::vector<uint16_t> labels;
+};
 
 } // namespace
 
-// Pixels amid their own label keep it in all parts. What surrounds a pixel as it does the one
-// before it, in its row or its column, gives it the same parts.
+// What surrounds a pixel as it does the one before it, in its row or its column, gives it the same
+// parts.
 void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int factor,
-                         const std::function<void(const uint16_t *row)> &take)
+                         const TakeRuns &take)
 {
     const std::size_t parts = static_cast<std::size_t>(factor);
-    const std::size_t width = static_cast<std::size_t>(plane.width);
-    const std::size_t stride = width * parts;
-    std::vector<uint16_t> rows(stride * parts); // of one row of pixels
-    std::vector<uint16_t> rowsAbove(stride * parts);
     SubpixelColours colours(image, factor);
     BorderRows borders(plane);
     Choice choice(plane);
     Surroundings surroundings(image, plane);
+    FineRows rows(plane.width, factor);
     for (int y = 0; y < plane.height; ++y) {
-        const uint16_t *labels = plane.labels.data() + static_cast<std::size_t>(y) * width;
-        rows.swap(rowsAbove);
-        widen(labels, plane.width, parts, rows.data());
-        for (std::size_t j = 1; j < parts; ++j)
-            std::copy_n(rows.begin(), stride, rows.data() + j * stride);
+        const uint16_t *labels = plane.labels.data()
+            + static_cast<std::size_t>(y) * static_cast<std::size_t>(plane.width);
         const uint8_t *border = borders.next();
         const std::array<const QRgb *, 3> words
             = { { y > 0 ? row(image, y - 1) : nullptr, row(image, y),
                   y + 1 < plane.height ? row(image, y + 1) : nullptr } };
+        rows.begin();
         surroundings.begin(y);
         for (int x = nextSet(border, 0, plane.width); x < plane.width;
              x = nextSet(border, x + 1, plane.width)) {
-            const std::size_t place = static_cast<std::size_t>(x) * parts;
-            uint16_t *const corner = rows.data() + place;
             if (surroundings.areLikeLeft(x)) {
-                copyParts(corner - parts, parts, stride, corner);
+                rows.copyLeft(x);
             } else if (surroundings.areLikeAbove(x)) {
-                copyParts(rowsAbove.data() + place, parts, stride, corner);
+                rows.copyAbove(x);
             } else {
                 choice.look(labels, words, x);
-                choose(choice, colours.at(x, y), parts, stride, corner);
+                choose(choice, colours.at(x, y), parts, rows.step(), rows.add(x));
             }
         }
         for (std::size_t j = 0; j < parts; ++j)
-            take(rows.data() + j * stride);
+            rows.give(j, labels, take);
     }
 }
 
@@ -405,9 +458,14 @@ LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor)
     fine.colours = plane.colours;
     const std::size_t width = static_cast<std::size_t>(fine.width);
     fine.labels.reserve(width * static_cast<std::size_t>(fine.height));
-    forEachUpsampledRow(image, plane, factor, [&](const uint16_t *row) {
-        fine.labels.insert(fine.labels.end(), row, row + width);
-    });
+    forEachUpsampledRow(image, plane, factor,
+                        [&](const int32_t *starts, const uint16_t *labels, std::size_t count) {
+                            for (std::size_t k = 0; k < count; ++k) {
+                                const int32_t end = k + 1 < count ? starts[k + 1] : fine.width;
+                                fine.labels.insert(fine.labels.end(), std::size_t(end - starts[k]),
+                                                   labels[k]);
+                            }
+                        });
     return fine;
 }
 

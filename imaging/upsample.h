@@ -29,11 +29,15 @@ int usefulUpsampling(const QImage &image, const LabelPlane &plane);
 // interpolated there.
 LabelPlane upsampled(const QImage &image, const LabelPlane &plane, int factor);
 
+// Takes a row as runs: where each begins, the first at 0, and its label, which no neighbour has.
+// Both are valid during the call.
+typedef std::function<void(const int32_t *starts, const uint16_t *labels, std::size_t count)>
+    TakeRuns;
+
 // The same row by row from the top, for those that need not keep them: factor squared times as many
-// labels as the plane has. `take` gets plane.width * factor labels, which are valid during the
-// call.
+// labels as the plane has. Costs what its borders do, and a byte a pixel.
 void forEachUpsampledRow(const QImage &image, const LabelPlane &plane, int factor,
-                         const std::function<void(const uint16_t *row)> &take);
+                         const TakeRuns &take);
 
 } // namespace ztrace
 

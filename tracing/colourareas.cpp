@@ -121,7 +121,8 @@ Runs upsampledRuns(const QImage &image, const LabelPlane &plane, int factor)
 {
     RunScanner scanner(plane.width * factor, plane.height * factor);
     forEachUpsampledRow(image, plane, factor,
-                        [&scanner](const uint16_t *row) { scanner.addRow(row); });
+                        [&scanner](const int32_t *starts, const uint16_t *labels,
+                                   std::size_t count) { scanner.addRuns(starts, labels, count); });
     return scanner.take();
 }
 

@@ -117,6 +117,13 @@ void RunScanner::addBits(const uint8_t *bits, const uint16_t (&ones)[2])
     }
 }
 
+void RunScanner::addRuns(const int32_t *begins, const uint16_t *labels, std::size_t count)
+{
+    runs.firstOfRow.push_back(uint32_t(runs.start.size()));
+    runs.start.insert(runs.start.end(), begins, begins + count);
+    runs.label.insert(runs.label.end(), labels, labels + count);
+}
+
 Runs RunScanner::take()
 {
     runs.firstOfRow.push_back(uint32_t(runs.start.size()));

@@ -51,6 +51,10 @@ public:
     // ones[0] for zeros, ones[1] for ones. Bytes that the width ends in may hold anything.
     void addBits(const uint8_t *bits, const uint16_t (&ones)[2]);
 
+    // The next row as runs: where each begins, the first at 0, and its label, which no neighbour
+    // has.
+    void addRuns(const int32_t *begins, const uint16_t *labels, std::size_t count);
+
     // What was found, when all rows were added.
     Runs take();
 

@@ -132,6 +132,25 @@ private slots:
         }
     }
 
+    void runsAreTakenAsTheyAre()
+    {
+        Random random(11);
+        for (int width = 1; width <= 60; ++width) {
+            const Plane plane = noise(&random, width, 3, 3);
+            const Runs expected = runsOf(plane);
+            RunScanner scanner(width, 3);
+            for (int y = 0; y < 3; ++y) {
+                const std::size_t begin = expected.rowBegin(y);
+                scanner.addRuns(expected.start.data() + begin, expected.label.data() + begin,
+                                expected.rowEnd(y) - begin);
+            }
+            const Runs runs = scanner.take();
+            QCOMPARE(runs.start, expected.start);
+            QCOMPARE(runs.label, expected.label);
+            QCOMPARE(runs.firstOfRow, expected.firstOfRow);
+        }
+    }
+
     void longUniformRowsOfBits()
     {
         const uint16_t ones[2] = { 1, 0 };
