@@ -212,6 +212,7 @@ void EdgeMap::markRidges(const QImage &image)
         uint8_t *bytes = row(y);
         for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
             QRgb beside = 0;
+            ++edgesFound;
             if (!finder.find(x, y, &beside))
                 continue;
             bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;

@@ -55,6 +55,9 @@ public:
     std::size_t visiblePixels() const { return visible; }
     bool hasTransparentPixels() const { return visible < marks.size(); }
 
+    // Pixels that are edges.
+    std::size_t edgePixels() const { return edgesFound; }
+
 private:
     std::size_t offset(int y) const
     {
@@ -68,6 +71,7 @@ private:
     int width;
     int height;
     std::size_t visible = 0;
+    std::size_t edgesFound = 0;
     std::vector<uint8_t> marks;
     std::vector<RidgePixel> found;
 };

@@ -369,18 +369,12 @@ void dropNoise(const QImage &image, const EdgeMap &edges, const std::vector<bool
 }
 
 // Whether shades lie about the edges: a photograph's, or those of lossy compression.
-bool isClean(const QImage &image, const EdgeMap &edges, const std::vector<Cell> &cells)
+bool isClean(const EdgeMap &edges, const std::vector<Cell> &cells)
 {
     double shaded = 0.0;
     for (const Cell &cell : cells)
         shaded += cell.flat ? 0.0 : cell.pixels;
-    double onEdges = 0.0;
-    for (int y = 0; y < image.height(); ++y) {
-        const uint8_t *marks = edges.row(y);
-        onEdges += double(
-            std::count_if(marks, marks + image.width(), [](uint8_t m) { return m != 0; }));
-    }
-    return shaded <= kShadedShare * onEdges;
+    return shaded <= kShadedShare * double(edges.edgePixels());
 }
 
 // Colours of thin lines. Where the palette is full they take the places of entries of less worth.
@@ -449,7 +443,7 @@ std::vector<QRgb> flatPalette(const QImage &image, const EdgeMap &edges, int mos
            && takeNext(&cells, most, &palette, &scores, &flats)) { }
     dropNoise(image, edges, flats, &palette, &scores);
     const std::vector<QRgb> spots
-        = takeSpotColours(image, edges, isClean(image, edges, cells), most, &palette, scores);
+        = takeSpotColours(image, edges, isClean(edges, cells), most, &palette, scores);
     if (palette.empty() && spots.empty()) {
         cells = cellsOf(image, edges, true);
         while (static_cast<int>(palette.size()) < most

@@ -143,13 +143,31 @@ private:
         }
     }
 
-    template<typename Use>
-    void forEachAround(int x, int y, int reach, Use use) const
+    // Of the pixels within kSoft of one, the first of the nearest that are of a ramp; 0 where none
+    // is.
+    uint16_t nearestRamp(int x, int y) const
     {
-        for (int j = std::max(0, y - reach); j <= std::min(height - 1, y + reach); ++j) {
-            for (int i = std::max(0, x - reach); i <= std::min(width - 1, x + reach); ++i)
-                use(i, j);
+        struct Step
+        {
+            int8_t x;
+            int8_t y;
+        };
+        static_assert(kSoft == 2, "the pixels within 2, from the nearest, and from the top");
+        static const Step kNearest[]
+            = { { 0, -1 },  { -1, 0 }, { 1, 0 },   { 0, 1 },  { -1, -1 }, { 1, -1 },
+                { -1, 1 },  { 1, 1 },  { 0, -2 },  { -2, 0 }, { 2, 0 },   { 0, 2 },
+                { -1, -2 }, { 1, -2 }, { -2, -1 }, { 2, -1 }, { -2, 1 },  { 2, 1 },
+                { -1, 2 },  { 1, 2 },  { -2, -2 }, { 2, -2 }, { -2, 2 },  { 2, 2 } };
+        const bool amid = isAmid(x, y, kSoft);
+        for (const Step &step : kNearest) {
+            const int i = x + step.x;
+            const int j = y + step.y;
+            if (!amid && (i < 0 || j < 0 || i >= width || j >= height))
+                continue;
+            if (at(i, j) != 0)
+                return at(i, j);
         }
+        return 0;
     }
 
     // Colours beside each ramp, in cubes of 16, with how often they are there.
@@ -168,9 +186,17 @@ private:
         return beside;
     }
 
+    // Whether all that is within so many pixels is of the picture.
+    bool isAmid(int x, int y, int reach) const
+    {
+        return x >= reach && y >= reach && x + reach < width && y + reach < height;
+    }
+
     void lookBeside(int x, int y, std::vector<Beside> *beside) const
     {
         const uint16_t own = at(x, y);
+        if (isAmid(x, y, kBeside) && isAlone(x, y, own))
+            return;
         uint16_t last = 0;
         for (int k = 0; k < 4 * kBeside; ++k) {
             const int across = (k & 1) * 2 - 1;
@@ -196,6 +222,19 @@ private:
             ++around.counts[cubeOf(word)];
             ++around.pixels;
         }
+    }
+
+    // Whether there is no other ramp beside a pixel, in its row or its column.
+    bool isAlone(int x, int y, uint16_t own) const
+    {
+        const uint16_t *here = before + std::size_t(y) * std::size_t(width) + std::size_t(x);
+        bool isOther = false;
+        for (int k = 1; k <= kBeside; ++k) {
+            const std::ptrdiff_t rows = std::ptrdiff_t(k) * width;
+            for (const uint16_t other : { here[-k], here[k], here[-rows], here[rows] })
+                isOther |= (other != 0) & (other != own);
+        }
+        return !isOther;
     }
 
     static std::size_t cubeOf(QRgb word)
@@ -317,15 +356,7 @@ private:
     // A pixel beside a ramp that is a mixture of it with what lies over it, or with another ramp.
     void soften(int x, int y)
     {
-        uint16_t number = 0;
-        int nearest = std::numeric_limits<int>::max();
-        forEachAround(x, y, kSoft, [&](int i, int j) {
-            const int distance = (i - x) * (i - x) + (j - y) * (j - y);
-            if (at(i, j) != 0 && distance < nearest) {
-                nearest = distance;
-                number = at(i, j);
-            }
-        });
+        const uint16_t number = nearestRamp(x, y);
         if (number == 0)
             return;
         const QRgb word = wordAt(x, y);

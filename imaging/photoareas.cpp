@@ -99,7 +99,7 @@ int repeatedInWhole(const QRgb *words, __m128i *all)
 
 // Whether more than half of a tile's pixels equal the one to their left, as in what is drawn, or
 // one is not opaque. Most tiles are done with after a few rows.
-bool isDrawn(const QImage &image, int left, int right, int top, int bottom)
+bool isDrawn(const QRgb *const *rows, int left, int right, int top, int bottom)
 {
     const int pixels = (right - left) * (bottom - top);
     int repeated = 0;
@@ -108,27 +108,28 @@ bool isDrawn(const QImage &image, int left, int right, int top, int bottom)
     if (right - left == kTile) {
         __m128i both = _mm_set1_epi32(-1);
         for (int y = top; y < bottom && 2 * repeated <= pixels; ++y)
-            repeated += repeatedInWhole(row(image, y) + left, &both);
+            repeated += repeatedInWhole(rows[y - top] + left, &both);
         std::array<uint32_t, 4> words;
         storeFour(words.data(), both);
         return 2 * repeated > pixels || qAlpha(words[0] & words[1] & words[2] & words[3]) != 255;
     }
 #endif
     for (int y = top; y < bottom && 2 * repeated <= pixels; ++y)
-        repeated += repeatedIn(row(image, y), left, right, &all);
+        repeated += repeatedIn(rows[y - top], left, right, &all);
     return 2 * repeated > pixels || qAlpha(all) != 255;
 }
 
-bool isPhotoAt(const QImage &image, int left, int top)
+// The rows are those of the tile, from `top` on.
+bool isPhotoAt(const QImage &image, const QRgb *const *rows, int left, int top)
 {
     const int right = std::min(image.width(), left + kTile);
     const int bottom = std::min(image.height(), top + kTile);
-    if (isDrawn(image, left, right, top, bottom))
+    if (isDrawn(rows, left, right, top, bottom))
         return false;
     std::array<uint32_t, std::size_t(kTile) * kTile> cubes;
     std::size_t count = 0;
     for (int y = top; y < bottom; ++y) {
-        const QRgb *words = row(image, y);
+        const QRgb *words = rows[y - top];
         for (int x = left; x < right; ++x)
             cubes[count++] = words[x] & kCube;
     }
@@ -148,8 +149,11 @@ Tiles tilesOf(const QImage &image)
     Tiles tiles { (image.width() + kTile - 1) / kTile, (image.height() + kTile - 1) / kTile, {} };
     tiles.isPhoto.reserve(std::size_t(tiles.columns) * std::size_t(tiles.rows));
     for (int v = 0; v < tiles.rows; ++v) {
+        std::array<const QRgb *, std::size_t(kTile)> rows = {};
+        for (int y = v * kTile; y < std::min(image.height(), (v + 1) * kTile); ++y)
+            rows[std::size_t(y - v * kTile)] = row(image, y);
         for (int u = 0; u < tiles.columns; ++u)
-            tiles.isPhoto.push_back(isPhotoAt(image, u * kTile, v * kTile));
+            tiles.isPhoto.push_back(isPhotoAt(image, rows.data(), u * kTile, v * kTile));
     }
     return tiles;
 }

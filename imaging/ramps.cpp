@@ -258,13 +258,15 @@ Ramps findRamps(const QImage &image, const RampPrice &price)
 {
     Ramps ramps;
     RampMask mask(image);
+    RampTiles larger;
     for (TileSide side : { TileSide::Eight, TileSide::Four }) {
-        const RampTiles tiles = tilesOf(image, side);
+        RampTiles tiles = tilesOf(image, side, side == TileSide::Four ? &larger : nullptr);
         const std::vector<bool> free = mask.freeTiles(tiles);
         std::vector<GrownRamp> grown = rampsThatPay(image, tiles, free, price);
         if (mask.ramps() + grown.size() > kMostRamps)
             grown.resize(kMostRamps - mask.ramps());
         mask.add(tiles, free, grown);
+        larger = std::move(tiles);
     }
     mask.finish(&ramps);
     return ramps;

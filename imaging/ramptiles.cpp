@@ -96,6 +96,7 @@ RampTile tileOf(const QRgb *const *rows, int left)
         const RampColour colour = rampColourOf(rows[0][left]);
         std::copy(colour.begin(), colour.end(), tile.colour.begin());
         tile.smooth = qAlpha(rows[0][left]) == 255;
+        tile.plain = true;
         return tile;
     }
     TileSums<kSide> sums;
@@ -122,14 +123,20 @@ RampTile tileOf(const QRgb *const *rows, int left)
 }
 
 template<int kSide>
-void addTiles(const QImage &image, RampTiles *tiles)
+void addTiles(const QImage &image, const RampTiles *larger, RampTiles *tiles)
 {
     for (int y = 0; y < tiles->rows; ++y) {
         const QRgb *rows[std::size_t(kSide)];
         for (int k = 0; k < kSide; ++k)
             rows[k] = row(image, y * kSide + k);
-        for (int x = 0; x < tiles->columns; ++x)
-            tiles->tiles.push_back(tileOf<kSide>(rows, x * kSide));
+        const int known = larger && y / 2 < larger->rows ? 2 * larger->columns : 0;
+        for (int x = 0; x < tiles->columns; ++x) {
+            const RampTile *around = x < known ? &larger->at(x / 2, y / 2) : nullptr;
+            if (around && around->plain)
+                tiles->tiles.push_back(*around);
+            else
+                tiles->tiles.push_back(tileOf<kSide>(rows, x * kSide));
+        }
     }
 }
 
@@ -159,7 +166,7 @@ double noiseOf(const std::vector<RampTile> &tiles)
 
 } // namespace
 
-RampTiles tilesOf(const QImage &image, TileSide tileSide)
+RampTiles tilesOf(const QImage &image, TileSide tileSide, const RampTiles *larger)
 {
     const int side = int(tileSide);
     RampTiles tiles;
@@ -168,9 +175,9 @@ RampTiles tilesOf(const QImage &image, TileSide tileSide)
     tiles.rows = image.height() / side;
     tiles.tiles.reserve(std::size_t(tiles.columns) * std::size_t(tiles.rows));
     if (tileSide == TileSide::Eight)
-        addTiles<8>(image, &tiles);
+        addTiles<8>(image, larger, &tiles);
     else
-        addTiles<4>(image, &tiles);
+        addTiles<4>(image, larger, &tiles);
     tiles.noise = noiseOf(tiles.tiles);
     const double most = std::max(kLeastDeviation, kNoises * tiles.noise);
     for (RampTile &tile : tiles.tiles)

@@ -25,6 +25,7 @@ struct RampTile
     Channels slopeY = {};
     float deviation = 0.0f; // of a channel of a pixel from the plane
     bool smooth = false;    // nothing but the plane and noise; opaque throughout
+    bool plain = false;     // of one word
 };
 
 // Whole tiles only; what is left on the right and below belongs to none.
@@ -54,8 +55,9 @@ struct RampTiles
 // Pixels. Blocks of JPEG are of the first size; small areas have no room for more than the second.
 enum class TileSide { Eight = 8, Four = 4 };
 
-// Of an ARGB32 image.
-RampTiles tilesOf(const QImage &image, TileSide side);
+// Of an ARGB32 image. `larger`, if given, are its tiles of twice the side: those in a plain one are
+// known.
+RampTiles tilesOf(const QImage &image, TileSide side, const RampTiles *larger = nullptr);
 
 } // namespace ztrace
 

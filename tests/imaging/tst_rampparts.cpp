@@ -105,6 +105,32 @@ class tst_RampParts : public QObject
     Q_OBJECT
 
 private slots:
+    void tilesInPlainOnesAreKnown()
+    {
+        QImage image(45, 30, QImage::Format_ARGB32);
+        image.fill(0xFF336699u);
+        for (int k = 0; k < 30; ++k)
+            image.setPixel(k, (7 * k) % 30, k % 3 ? 0xFFFFFFFFu : 0u);
+        for (int y = 16; y < 24; ++y) {
+            for (int x = 32; x < 40; ++x)
+                image.setPixel(x, y, 0u);
+        }
+        const RampTiles larger = tilesOf(image, TileSide::Eight);
+        const RampTiles wanted = tilesOf(image, TileSide::Four);
+        const RampTiles found = tilesOf(image, TileSide::Four, &larger);
+        QCOMPARE(found.columns, 11);
+        QCOMPARE(found.tiles.size(), wanted.tiles.size());
+        QVERIFY(larger.at(4, 2).plain && !larger.at(4, 2).smooth && !larger.at(0, 0).plain);
+        for (std::size_t k = 0; k < found.tiles.size(); ++k) {
+            QCOMPARE(found.tiles[k].plain, wanted.tiles[k].plain);
+            QCOMPARE(found.tiles[k].smooth, wanted.tiles[k].smooth);
+            QCOMPARE(found.tiles[k].deviation, wanted.tiles[k].deviation);
+            QCOMPARE(found.tiles[k].colour, wanted.tiles[k].colour);
+            QCOMPARE(found.tiles[k].slopeX, wanted.tiles[k].slopeX);
+            QCOMPARE(found.tiles[k].slopeY, wanted.tiles[k].slopeY);
+        }
+    }
+
     void tilesAreWhatTheyAreByDefinition_data()
     {
         QTest::addColumn<int>("side");
