@@ -241,10 +241,10 @@ std::vector<Entry> colourOptions()
             .help("What draws the outlines: `fair`, true shapes, every boundary once from its soft "
                   "edge, in lines, arcs, curves and circles; or `engine`, area by area")
             .manual(
-                "`auto` takes `fair`, but `engine` for photographs and posters whose borders are "
-                "longer than about 30,000 pixels, which thumbnails' are not, for "
-                "dense pages, whose borders of ink are longer than about 200,000 pixels, and "
-                "where `--tolerance`, `--curve-tolerance`, `--upsample` or `--set` is given, "
+                "`auto` takes `fair`, but `engine` for dense pages and for photographs and posters "
+                "whose borders are longer than about 200,000 pixels, of photographs those of more "
+                "than about half a megapixel, and where `--tolerance`, `--curve-tolerance`, "
+                "`--upsample` or `--set` is given, "
                 "which are the engine's alone: with `fair`, tolerances and `--upsample` have no "
                 "effect"),
         Entry("snap",

@@ -59,6 +59,16 @@ public:
             work(numbers[k]);
     }
 
+    // Calls for all things that may be in a box, for some of them more than once.
+    template<typename Work>
+    void forEachNear(const fit::Box &box, const Work &work) const
+    {
+        for (int row = cellOf(box.low.y, rows); row <= cellOf(box.high.y, rows); ++row) {
+            for (int k = cellOf(box.low.x, columns); k <= cellOf(box.high.x, columns); ++k)
+                forEachIn(std::size_t(row) * std::size_t(columns) + std::size_t(k), work);
+        }
+    }
+
     // Whether anything may be in a cell of the box.
     bool hasSome(const fit::Box &box) const
     {

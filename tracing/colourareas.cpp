@@ -228,7 +228,7 @@ bool hasShapes(const Geometry &geometry, const std::vector<QRgb> &colours, const
 {
     return geometry.fit == Geometry::Fit::Fair
         || (geometry.fit == Geometry::Fit::FairUnlessDense
-            && (cracksOf(runs) <= Geometry::kMostQuickCracksOfShades
+            && (cracksOf(runs) <= Geometry::kMostQuickCracks
                 || translucentShare(colours, runs) >= kTranslucent));
 }
 

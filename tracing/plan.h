@@ -63,12 +63,10 @@ typedef std::variant<Ink, Flat, Blend, Raw> Segmentation;
 // they need no tolerance and no finer grid.
 struct Geometry
 {
-    // Cracks between ink and paper whose true shapes take at most about half a second on two cores;
-    // a page of text has some 450,000, of which the engine's outlines take a tenth of a second.
+    // Cracks between ink and paper, or between shades, whose true shapes take at most about half a
+    // second of one processor; a page of text has some 450,000, of which the engine's outlines take
+    // a tenth of a second, and a photograph of 500 x 500 pixels 110,000.
     static constexpr std::size_t kMostQuickCracks = 200000;
-    // The same of shades: an icon's or a thumbnail's, which take some 20 milliseconds. With those
-    // of a photograph of 750 x 450 pixels the command takes nine times as long.
-    static constexpr std::size_t kMostQuickCracksOfShades = 30000;
     // FairUnlessDense: ink and shades of more than these are outlined by the engine.
     enum class Fit { Engine, Fair, FairUnlessDense };
 

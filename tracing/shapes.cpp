@@ -9,6 +9,7 @@
 #include "meetings.h"
 #include "nodeplaces.h"
 #include "ordering.h"
+#include "passedover.h"
 #include "smallloops.h"
 #include "touchingcorners.h"
 #include "turnedover.h"
@@ -202,6 +203,8 @@ private:
         for (;;) {
             auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed, mostThreads);
             addTurnedOver(map, paths, changed, &pairs);
+            if (pairs.empty())
+                addPassedOver(map, paths, &pairs);
             changed.assign(paths.size(), 0);
             std::map<uint32_t, std::vector<uint32_t>> others;
             for (const auto &pair : pairs) {

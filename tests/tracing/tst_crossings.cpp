@@ -5,6 +5,7 @@
 
 #include "tracing/crossings.h"
 #include "tracing/hulls.h"
+#include "tracing/passedover.h"
 #include "tracing/turnedover.h"
 
 #include <QtTest>
@@ -150,6 +151,7 @@ private slots:
     void whatIsPlainlyApartIsNotLookedAt();
     void anyNumberOfThreads();
     void loopsWithoutAnAreaMeetThemselves();
+    void holesThatPassedARim();
     void nodesAreNoCrossings();
     void whatTouches();
     void curvesCrossAtTheirChordsEnds();
@@ -292,6 +294,85 @@ void tst_Crossings::loopsWithoutAnAreaMeetThemselves()
                     pairs.end());
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         QCOMPARE(pairs, expected);
+    }
+}
+
+// A speck two pixels below the top of a block, and a top that dips; what is drawn as it lies in the
+// plane is left alone, however the speck's own outline goes.
+void tst_Crossings::holesThatPassedARim()
+{
+    RunScanner scanner(20, 20);
+    for (int y = 0; y < 20; ++y) {
+        uint8_t labels[20] = {};
+        for (int x = 2; x < 18 && y >= 2 && y < 18; ++x)
+            labels[x] = x == 10 && y == 4 ? 2 : 1;
+        scanner.addRow(labels);
+    }
+    const BoundaryMap map = makeBoundaryMap(scanner.take());
+    uint32_t rim = 0;
+    uint32_t speck = 0;
+    for (uint32_t k = 0; k < map.chains.size(); ++k) {
+        if (map.chains[k].startNode == kNoNode)
+            (map.chains[k].cracks == 4 ? speck : rim) = k;
+    }
+    std::vector<fit::Path> paths(map.chains.size());
+    const auto circle = [](double x, double y, double radius) {
+        fit::Path path = {};
+        path.pieces.resize(1);
+        fit::Piece &piece = path.pieces.front();
+        piece.kind = fit::Kind::Circle;
+        piece.centre = { x, y };
+        piece.half[0] = piece.half[1] = radius;
+        return path;
+    };
+    const auto pairsWith = [&](double top, const fit::Path &outline) {
+        paths[rim] = pathOf({ { 2, 2 },
+                              { 8, 2 },
+                              { 8, top },
+                              { 13, top },
+                              { 13, 2 },
+                              { 18, 2 },
+                              { 18, 18 },
+                              { 2, 18 },
+                              { 2, 2 } });
+        paths[speck] = outline;
+        Pairs pairs;
+        addPassedOver(map, paths, &pairs);
+        return pairs;
+    };
+    const auto square = [&](double y) {
+        return pathOf({ { 10, y }, { 11, y }, { 11, y + 1 }, { 10, y + 1 }, { 10, y } });
+    };
+    const Pairs passed = { std::minmax(rim, speck) };
+    for (double top : { 2.0, 3.0, 3.9 }) {
+        QVERIFY(pairsWith(top, square(4)).empty());
+        QVERIFY(pairsWith(top, circle(10.5, 4.5, 0.5)).empty());
+        QCOMPARE(pairsWith(top + 3, square(top + 1.5)), passed);
+        QCOMPARE(pairsWith(top + 3, circle(10.5, top + 1.5, 0.5)), passed);
+    }
+    // Farther off than boundaries go: nobody looks there.
+    paths[rim] = pathOf({ { 2, 10 }, { 18, 10 }, { 18, 18 }, { 2, 18 }, { 2, 10 } });
+    paths[speck] = square(4);
+    Pairs none;
+    addPassedOver(map, paths, &none);
+    QVERIFY(none.empty());
+
+    // A round block and a whole rectangle, which go no way.
+    fit::Path block = circle(10, 10, 8);
+    block.pieces.front().kind = fit::Kind::RoundedRectangle;
+    for (const fit::Path &outline : { circle(10, 10, 8), block }) {
+        for (const bool isTurned : { false, true }) {
+            BoundaryMap turned = map;
+            if (isTurned)
+                std::swap(turned.chains[rim].left, turned.chains[rim].right);
+            paths[rim] = outline;
+            for (double y : { 2.5, 10.0, 16.0, 0.2 }) {
+                paths[speck] = square(y);
+                Pairs pairs;
+                addPassedOver(turned, paths, &pairs);
+                QCOMPARE(pairs, y < 1 ? passed : Pairs());
+            }
+        }
     }
 }
 
