@@ -31,6 +31,7 @@ const double kFull = 0.9;
 const double kEmpty = 0.1;
 const std::size_t kLeastClean = 5; // gaps without any ink
 const double kCleanPart = 0.5;     // of all gaps, which are
+const int kMostInRow = 2;          // gaps side by side in which ink is that nothing explains
 const double kExplained = 0.7;     // part of a gap's ink beside which there is some
 const double kMostFilled = 0.08;   // of all gaps and one, in which ink is that nothing explains
 // Pixels, more than half a width, beside the row where a line across it has ink.
@@ -257,13 +258,13 @@ private:
         int filled = 0;
         int most = 0;
         int mostFilled = 0;
-        bool isFilled = false; // the gap before
+        int inRow = 0; // filled gaps
         for (int number = all.first - 1; number <= all.last + 1; ++number) {
             const Is kind = gapIs(all, number);
-            const bool wasFilled = isFilled;
-            isFilled = kind == Is::Wrong;
+            const bool isFilled = kind == Is::Wrong;
+            inRow = isFilled ? inRow + 1 : 0;
             if (!isDashBehind(all, number - 1) || !isDashBehind(all, number)
-                || (isFilled && wasFilled)) {
+                || inRow > kMostInRow) {
                 clean = 0;
                 continue;
             }

@@ -23,6 +23,9 @@ const double kReachLengths = 4.0; // and lengths of it
 const double kGapWidths = 9.0;    // widths, pixels and lengths of dashes between two of a row
 const double kGapPixels = 24.0;
 const double kGapLengths = 2.0;
+// Parts of a circle: that are looked at for an arc, and that one has at most; more is a circle.
+const double kMostOfCircle = 0.88;
+const double kMostOfArc = 0.7;
 const std::size_t kLeastMarks = 4;
 const int kMostTries = 3;           // rows that a dot is looked at in; a dash tells its only one
 const std::size_t kMostDotWays = 4; // neighbours of a dot that lead to its row
@@ -63,6 +66,11 @@ public:
         for (std::size_t k = 0; k < chains.dashes.size(); ++k) {
             if (isDotLike(chains.dashes[k]))
                 tryFromDot(int(k));
+        }
+        for (std::size_t k = 0; k < chains.dashes.size(); ++k) {
+            const Dash &one = chains.dashes[k];
+            if (!one.isUsed && !one.isTried && !isDotLike(one))
+                tryArc(int(k));
         }
         takeCrossings();
     }
@@ -254,6 +262,35 @@ private:
         return *middle;
     }
 
+    // A chain of neighbours tells a circle; its row may go on where the chain has lost its way.
+    void tryArc(int number)
+    {
+        Chain chain = chains.chainFrom(number);
+        chains.grow(&chain);
+        for (const Next &next : chain.dashes)
+            chains.dash(next.dash).isTried = true;
+        if (chain.closed || !chain.carrier.arc || chain.dashes.size() < kLeastMarks)
+            return;
+        const Next &front = chain.dashes.front();
+        const Next &second = chain.dashes[1];
+        const Track whole(chain.carrier, middleOf(chains.dash(front.dash)),
+                          middleOf(chains.dash(second.dash)));
+        const double middle = 0.5 * whole.lengthAt(middleOf(chains.dash(chain.dashes.back().dash)));
+        // The place behind, where the circle is cut open.
+        const double cut = middle - 0.5 * whole.whole();
+        const Track track(chain.carrier, whole.placeAt(cut),
+                          whole.placeAt(cut + 0.25 * whole.whole()));
+        const double width = chain.width;
+        const std::vector<Run> runs
+            = inkAlong(track, coverage, 0.0, kMostOfCircle * whole.whole(), width, 0.0);
+        DashBeat beat;
+        // What it does not know more of is left to the chain.
+        if (beatOf(track, coverage, runs, width, &beat) && beat.dash > kShortDash * width
+            && beat.to() - beat.from() > 2 * middle + 2 * beat.period() && beat.from() > 0.0
+            && beat.to() - beat.from() < kMostOfArc * whole.whole())
+            take(track, chain.carrier, beat, width, runs);
+    }
+
     // Other rows may lie on the same line, on either side of one.
     void judge(const std::vector<Mark> &marks, const fit::Primitive &line)
     {
@@ -361,7 +398,7 @@ private:
         becomeOne(chain, dashing, width, ends, measure, &chains.dashes, &web);
         // Stubs of what runs across bend it.
         web.atoms.back().carrier = line;
-        web.atoms.back().shape = Shape::Line;
+        web.atoms.back().shape = line.arc ? Shape::Arc : Shape::Line;
         rows.push_back({ track, int(web.atoms.size()) - 1, width, from, to });
         return true;
     }
