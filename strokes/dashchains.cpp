@@ -91,7 +91,7 @@ void DashChains::takeAtoms()
     for (std::size_t k = 0; k < web.atoms.size(); ++k) {
         const Atom &atom = web.atoms[k];
         if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2
-            || atom.role != Role::Line)
+            || atom.role != Role::Line || atom.dashing.type != DashType::None)
             continue;
         Dash one;
         one.end[0] = atom.samples.front().centre;

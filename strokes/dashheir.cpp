@@ -54,7 +54,8 @@ void inherit(const Chain &chain, const Next &next, int number, int heir, Atom *w
     atom.samples = std::vector<Section>();
 }
 
-// What an atom ends at, its heir goes through.
+} // namespace
+
 void goThrough(int number, int heir, Web *web)
 {
     Atom &atom = web->atoms[std::size_t(number)];
@@ -71,8 +72,6 @@ void goThrough(int number, int heir, Web *web)
     atom.heir = heir;
     atom.samples = std::vector<Section>();
 }
-
-} // namespace
 
 void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
                const Measure &measure, std::vector<Dash> *dashes, Web *web)

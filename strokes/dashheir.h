@@ -15,6 +15,9 @@ namespace ztrace::strokes {
 void becomeOne(const Chain &chain, const Dashing &dashing, double width, const Point ends[2],
                const Measure &measure, std::vector<Dash> *dashes, Web *web);
 
+// What an atom ends at, its heir goes through; the atom is dead then.
+void goThrough(int number, int heir, Web *web);
+
 // Rows on a circle of dashes are part of it: where other lines run along some of its dashes, a few
 // between them are found as a row of their own before the circle is.
 void takeRowsOnCircles(Web *web);

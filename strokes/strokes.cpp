@@ -6,6 +6,7 @@
 #include "strokes/corners.h"
 #include "strokes/cusps.h"
 #include "strokes/dashes.h"
+#include "strokes/dashgrids.h"
 #include "strokes/dashheir.h"
 #include "strokes/dips.h"
 #include "strokes/distance.h"
@@ -197,9 +198,12 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     const std::size_t nodes = cores.joints.size();
     std::vector<Atom> atoms = atomsOf(&cores, measure);
     const int mostOfDots = mostOfDot(cores);
-    const std::vector<Dot> dots = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDots);
+    std::vector<Dot> dots = dotsOf(skeleton.graph, skeleton.distance, atoms, mostOfDots);
     Web web = webOf(std::move(atoms), std::move(cores.joints));
     joinAcrossJoints(measure, kTelling, &web);
+    // What is lettering is not known yet: bars of rows that run across each other look like it.
+    if (!page.isNoisy)
+        dots = takeDashGrids(coverage, measure, dots, &web);
     takeLettering(&web);
     const GapLimits gaps = gapLimits(page.isNoisy);
     measure.breaks = page.isNoisy && hasBreaks(coverage, measure, web);

@@ -91,6 +91,10 @@ private slots:
     void aBrokenLineStaysALine();
     void specksAreNoLine();
     void parallelsAreNoDashes();
+    void rowsThatCrossAreWhole_data();
+    void rowsThatCrossAreWhole();
+    void aWholeLineBetweenDotsStaysWhole();
+    void aScreenOfDotsIsNoRow();
 };
 
 Q_DECLARE_METATYPE(DashType)
@@ -411,6 +415,85 @@ void tst_Dashes::parallelsAreNoDashes()
     const StrokeDrawing drawing = strokesOn(sheet);
     QCOMPARE(dashedOf(drawing), 0);
     QCOMPARE(countOf(drawing, Kind::Line), 20);
+}
+
+void tst_Dashes::rowsThatCrossAreWhole_data()
+{
+    QTest::addColumn<Lengths>("across");
+    QTest::addColumn<Lengths>("down");
+    QTest::addColumn<double>("width");
+    QTest::addColumn<bool>("isHard");
+    for (const bool isHard : { false, true }) {
+        const QByteArray tones = isHard ? " in one bit" : " in greys";
+        QTest::newRow("dashes across dashes" + tones)
+            << Lengths { 34, 8.6 } << Lengths { 33, 8.4 } << 4.7 << isHard;
+        QTest::newRow("dashes across dots" + tones)
+            << Lengths { 34, 8.6 } << Lengths { 5, 8.2 } << 4.7 << isHard;
+        QTest::newRow("graph paper" + tones)
+            << Lengths { 6, 4 } << Lengths { 6, 4 } << 2.0 << isHard;
+    }
+}
+
+void tst_Dashes::rowsThatCrossAreWhole()
+{
+    QFETCH(Lengths, across);
+    QFETCH(Lengths, down);
+    QFETCH(double, width);
+    QFETCH(bool, isHard);
+    const double apart = 61.3;
+    const int rows = 5;
+    Sheet sheet(560, 560);
+    const auto drawRow = [&](bool isAcross, double at, const Lengths &pattern) {
+        double last = 0.0;
+        for (double s = 40.0; s + pattern[0] < 500.0; s += pattern[0] + pattern[1]) {
+            last = s + pattern[0];
+            if (isAcross)
+                sheet.bar({ s, at }, { last, at }, width);
+            else
+                sheet.bar({ at, s }, { at, last }, width);
+        }
+        return last;
+    };
+    double right = 0.0;
+    double below = 0.0;
+    for (int k = 0; k < rows; ++k) {
+        right = drawRow(true, 100.2 + apart * k, across);
+        below = drawRow(false, 110.4 + apart * k, down);
+    }
+    const StrokeDrawing drawing
+        = strokesOn(sheet, isHard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QVERIFY2(int(drawing.strokes.size()) == 2 * rows, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 2 * rows);
+    for (int k = 0; k < rows; ++k) {
+        const double y = 100.2 + apart * k;
+        const double x = 110.4 + apart * k;
+        QVERIFY2(hasLine(drawing, { 40, y }, { right, y }, 3.0), listOf(drawing).c_str());
+        QVERIFY2(hasLine(drawing, { x, 40 }, { x, below }, 3.0), listOf(drawing).c_str());
+    }
+}
+
+void tst_Dashes::aWholeLineBetweenDotsStaysWhole()
+{
+    Sheet sheet(60, 900);
+    for (int k = 0; k < 12; ++k) {
+        sheet.bar({ 30, 40 + 20.7 * k }, { 30, 47 + 20.7 * k }, 7.0);
+        sheet.bar({ 30, 520 + 19.9 * k }, { 30, 527 + 19.9 * k }, 7.0);
+    }
+    sheet.bar({ 30, 290 }, { 30, 500 }, 7.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 3, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 2);
+    QVERIFY2(hasLine(drawing, { 30, 290 }, { 30, 500 }, 4.0), listOf(drawing).c_str());
+}
+
+void tst_Dashes::aScreenOfDotsIsNoRow()
+{
+    Sheet sheet(300, 300);
+    for (int y = 0; y < 20; ++y) {
+        for (int x = 0; x < 20; ++x)
+            sheet.disc({ 20.0 + 13 * x, 20.0 + 13 * y }, 2.4);
+    }
+    QCOMPARE(dashedOf(strokesOn(sheet)), 0);
 }
 
 QTEST_APPLESS_MAIN(tst_Dashes)
