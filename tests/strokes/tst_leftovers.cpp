@@ -1,0 +1,187 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Ink that no stroke explains: letters, pale lines, specks of scans.
+#include "StrokesRig.h"
+
+#include "strokes/leftovers.h"
+#include "strokes/paleink.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <random>
+
+using namespace ztrace::strokes;
+
+namespace {
+
+// Lines that noise is told beside, so that a page has a pen.
+Sheet pageOfLines()
+{
+    Sheet sheet(400, 300);
+    for (int k = 0; k < 5; ++k)
+        sheet.line({ 20, 20.3 + 16 * k }, { 380, 20.3 + 16 * k }, 3);
+    return sheet;
+}
+
+// Ink as dark as a part of the paper's lightness.
+void draw(std::vector<uint8_t> *grey, int width, int left, int top, int right, int bottom, int tone)
+{
+    for (int y = top; y < bottom; ++y) {
+        for (int x = left; x < right; ++x)
+            (*grey)[std::size_t(y) * std::size_t(width) + std::size_t(x)] = uint8_t(tone);
+    }
+}
+
+void addNoise(std::vector<uint8_t> *grey, double deviation)
+{
+    std::mt19937 random(7);
+    for (uint8_t &value : *grey) {
+        double sum = 0.0; // of twelve evenly spread numbers, which is nearly normal
+        for (int k = 0; k < 12; ++k)
+            sum += double(random()) / 4294967296.0 - 0.5;
+        value = uint8_t(std::clamp(225.0 * value / 255.0 + 25.0 + deviation * sum, 0.0, 255.0));
+    }
+}
+
+std::size_t cellsOf(const Plane &plane)
+{
+    return std::size_t(std::count(plane.cells.begin(), plane.cells.end(), uint8_t(1)));
+}
+
+} // namespace
+
+class tst_Leftovers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void paleLinesAreDrawn();
+    void paleAreasAreCounted();
+    void aGivenThresholdLeavesPaleLinesOut();
+    void edgesAreNotPale();
+    void unclearLettersAreOutlined();
+    void clearLettersStayStrokes();
+    void whatIsLeftIsDrawn();
+    void specksOfScansAreCounted();
+};
+
+void tst_Leftovers::paleLinesAreDrawn()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 60, 150, 340, 151, 190);
+    draw(&grey, 400, 60, 180, 62, 280, 200);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QVERIFY2(hasLine(drawing, { 60, 150.5 }, { 340, 150.5 }, 1.5), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 61, 180 }, { 61, 280 }, 1.5), listOf(drawing).c_str());
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(0));
+}
+
+void tst_Leftovers::paleAreasAreCounted()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 100, 150, 160, 210, 190);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(1));
+    QCOMPARE(drawing.leftOut.pale.largest, 3600);
+    QVERIFY(std::abs(drawing.leftOut.pale.x - 130) <= 1);
+    QVERIFY(std::abs(drawing.leftOut.pale.y - 180) <= 1);
+}
+
+void tst_Leftovers::aGivenThresholdLeavesPaleLinesOut()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 60, 150, 340, 151, 190);
+    InkPicture picture;
+    picture.width = 400;
+    picture.height = 300;
+    picture.grey = grey.data();
+    StrokeOptions options;
+    options.thresholdGiven = true;
+    StrokeDrawing drawing;
+    QVERIFY(strokesOf(picture, options, &drawing));
+    QVERIFY(!hasLine(drawing, { 60, 150.5 }, { 340, 150.5 }, 1.5));
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(1));
+    QCOMPARE(drawing.leftOut.pale.largest, 280);
+}
+
+// Neither edges nor what a blur makes of them.
+void tst_Leftovers::edgesAreNotPale()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    blurred(&grey, 400, 300, 0.9);
+    InkPicture picture;
+    picture.width = 400;
+    picture.height = 300;
+    picture.grey = grey.data();
+    const PaleInk pale = paleInkOf(picture);
+    QVERIFY(pale.grey.empty());
+    QCOMPARE(pale.lines.count + pale.left.count, std::size_t(0));
+}
+
+// A row of rings and bars with a wedge at each, which no line is: as letters with serifs.
+void tst_Leftovers::unclearLettersAreOutlined()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 22 * k;
+        sheet.line({ x, 160 }, { x, 180 }, 3).line({ x, 170 }, { x + 10, 170 }, 3);
+        sheet.polygon({ { x + 5, 166 }, { x + 11, 160 }, { x + 11, 170 }, { x + 5, 170 } });
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(cellsOf(drawing.letters) > 6 * 80,
+             qPrintable(QString::number(cellsOf(drawing.letters)) + " " + listOf(drawing).c_str()));
+    const bool isStroked
+        = std::any_of(drawing.strokes.begin(), drawing.strokes.end(),
+                      [](const Stroke &stroke) { return stroke.piece.start.y > 150; });
+    QVERIFY2(!isStroked, listOf(drawing).c_str());
+}
+
+void tst_Leftovers::clearLettersStayStrokes()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 30 * k;
+        sheet.line({ x, 150 }, { x, 182 }, 3).line({ x, 166 }, { x + 16, 166 }, 3);
+        sheet.line({ x + 16, 150 }, { x + 16, 182 }, 3);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY(drawing.letters.cells.empty());
+    const auto letters = std::count_if(drawing.strokes.begin(), drawing.strokes.end(),
+                                       [](const Stroke &s) { return s.role == Role::Text; });
+    QCOMPARE(int(letters), 18);
+}
+
+// A wedge on a line is as wide as no line, and too small for a solid.
+void tst_Leftovers::whatIsLeftIsDrawn()
+{
+    Sheet sheet = pageOfLines();
+    sheet.line({ 40, 200 }, { 360, 200 }, 4);
+    sheet.polygon({ { 180, 196 }, { 190, 188 }, { 200, 196 } });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    const bool isDot = std::any_of(drawing.dots.begin(), drawing.dots.end(), [](const LineDot &d) {
+        return std::hypot(d.centre.x - 190, d.centre.y - 193) < 6;
+    });
+    const bool isStroke
+        = std::any_of(drawing.strokes.begin(), drawing.strokes.end(), [](const Stroke &stroke) {
+              return stroke.piece.start.y < 198 && stroke.piece.start.y > 180;
+          });
+    QVERIFY2(isDot || isStroke || cellsOf(drawing.letters) > 0 || cellsOf(drawing.solids) > 0,
+             listOf(drawing).c_str());
+    QCOMPARE(drawing.leftOut.specks.count, std::size_t(0));
+}
+
+void tst_Leftovers::specksOfScansAreCounted()
+{
+    Sheet sheet = pageOfLines();
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    for (int k = 0; k < 4; ++k)
+        draw(&grey, 400, 60 + 70 * k, 160 + 20 * k, 63 + 70 * k, 163 + 20 * k, 0);
+    addNoise(&grey, 14.0);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(drawing.leftOut.specks.count, std::size_t(4));
+    QVERIFY(drawing.dots.empty());
+}
+
+QTEST_GUILESS_MAIN(tst_Leftovers)
+#include "tst_leftovers.moc"
