@@ -50,8 +50,7 @@ const double kDepth = 0.5;
 const int kFoldExtent = 30;
 const double kFoldWidth = 4.0;
 
-// How far cells are from what is drawn.
-const uint8_t kNear = 1;      // kBeyond
+// How far cells are from what is drawn: 0 is beyond kBeyond, 1 within it.
 const uint8_t kBeside = 2;    // kLetterEdge
 const uint8_t kCovered = 3;   // kEdge
 const uint8_t kWithinInk = 4; // inside by kInside
