@@ -103,14 +103,14 @@ const char *sentenceOf(Remark remark)
     case Remark::NoSoftEdges:
         return "--upsample has no effect: the image has no soft edges";
     case Remark::HardlyDrawn:
-        return "--strokes: most of what was found are specks and solid areas; the image is hardly "
-               "a drawing of lines";
+        return "--strokes: most of what was found are short pieces and solid areas; all are drawn, "
+               "but the image is hardly a drawing of lines (leave out --strokes for outlines)";
     case Remark::MostlyLettering:
         return "--strokes: most of what was found is lettering; the image looks like a page of "
                "text";
     case Remark::FewLines:
         return "--strokes: lines are little of what is dark; the image looks like a photograph or "
-               "like solid areas";
+               "like solid areas (leave out --strokes for outlines)";
     case Remark::TooManyShapes:
         break;
     }
@@ -340,6 +340,31 @@ void warnOfShapes(const Drawing &drawing, const TraceJob &job)
               "farther from the curves than usual");
 }
 
+// Where the largest is, from the upper left corner of the page as it was traced.
+std::string placeOf(const LeftOutInk &parts)
+{
+    const std::string pixels = parts.largest == 1 ? " pixel" : " pixels";
+    return (parts.count == 1 ? "of " : "the largest of ") + std::to_string(parts.largest) + pixels
+        + " at " + std::to_string(parts.x) + ", " + std::to_string(parts.y)
+        + " from the upper left";
+}
+
+// Ink that is in no file.
+void warnOfLeftOut(const TraceReport &report, const TraceJob &job)
+{
+    const std::string name = inputName(job.input) + ": --strokes leaves out ";
+    const auto parts = [](const LeftOutInk &ink, const std::string &what) {
+        return std::to_string(ink.count) + " " + what + (ink.count == 1 ? ", " : "s, ");
+    };
+    if (report.specks.count > 0)
+        job.warn(name + parts(report.specks, "speck") + placeOf(report.specks)
+                 + "; without --strokes they are drawn");
+    if (report.pale.count > 0)
+        job.warn(name + parts(report.pale, "pale part") + placeOf(report.pale)
+                 + "; a --threshold nearer to the paper draws "
+                 + (report.pale.count == 1 ? "it" : "them") + " as well");
+}
+
 bool isOneColour(const QImage &image)
 {
     const QRgb first = image.pixel(0, 0);
@@ -423,7 +448,8 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
     traced.result = traceOnly(std::move(picture), plan, job);
     place(job, size, &traced.result);
     for (Remark remark : traced.result.report.remarks)
-        job.warn(sentenceOf(remark));
+        job.warn(inputName(job.input) + ": " + sentenceOf(remark));
+    warnOfLeftOut(traced.result.report, job);
     warnOfGradients(traced.result.drawing, job);
     warnOfNothing(traced.result.drawing, job);
     if (!mayBeBlank)

@@ -149,6 +149,47 @@ private:
         }
     }
 
+    // Letters that are areas are filled: their outlines are no lines of the drawing.
+    bool isFilled(const Outline &outline) const
+    {
+        return outline.pen < 0 && !isOld() && outline.layer == QLatin1String(kLetteringLayer);
+    }
+
+    void writeFilled(const Outline &outline)
+    {
+        std::vector<std::vector<BulgeVertex>> rings;
+        const auto addRing = [&](const Path &shape) {
+            piecesOf(shape, &pieces);
+            if (pieces.empty())
+                return;
+            rings.push_back(hasArcs() ? bulgeChain(pieces, options.tolerance)
+                                      : lineChain(pieces, options.tolerance));
+            const BulgeVertex first = rings.back().front();
+            const Point last = rings.back().back().point;
+            if (first.point.x != last.x || first.point.y != last.y)
+                rings.back().push_back({ first.point, 0.0 });
+            if (rings.back().size() < 3)
+                rings.pop_back();
+        };
+        addRing(outline.shape);
+        if (rings.empty())
+            return;
+        for (int hole : outline.holes)
+            addRing(drawing.outlines[std::size_t(hole)].shape);
+        entities.fill(rings);
+    }
+
+    // What is cut out of filled letters is no area of its own.
+    std::vector<bool> holesOfFilled() const
+    {
+        std::vector<bool> isHole(drawing.outlines.size(), false);
+        for (const Outline &outline : drawing.outlines) {
+            for (std::size_t k = 0; isFilled(outline) && k < outline.holes.size(); ++k)
+                isHole[std::size_t(outline.holes[k])] = true;
+        }
+        return isHole;
+    }
+
     bool isOld() const { return options.version == DxfVersion::R12; }
     bool hasArcs() const { return options.curves != DxfCurves::Polyline; }
     bool hasCurves() const { return options.curves == DxfCurves::Spline && !isOld(); }
@@ -257,9 +298,13 @@ private:
         const std::vector<StrokePath> joined
             = options.join ? longestPaths(drawing) : std::vector<StrokePath>();
         auto next = joined.begin();
+        const std::vector<bool> isHole = holesOfFilled();
         for (const Outline &outline : drawing.outlines) {
             setLook(outline);
-            if (outline.pen < 0) {
+            if (isFilled(outline)) {
+                if (!isHole[std::size_t(&outline - drawing.outlines.data())])
+                    writeFilled(outline);
+            } else if (outline.pen < 0) {
                 piecesOf(outline.shape, &pieces);
                 if (!pieces.empty())
                     writeArea(outline.shape);

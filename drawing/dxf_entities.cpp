@@ -10,6 +10,8 @@ namespace {
 const int kClosed = 1;
 const int kPatternGoesOn = 128; // around the vertices of a polyline
 const int kPlanar = 8;
+const int kOuterRing = 1;
+const int kPolylineRing = 2;
 const double kTurn = 8.0 * std::atan(1.0);
 
 // What the splines of a degree have in common: counts and knots of a Bezier curve.
@@ -160,6 +162,35 @@ void DxfEntities::polyline(std::vector<BulgeVertex> vertices)
         oldPolyline(vertices, closed);
     else
         lightPolyline(vertices, closed);
+}
+
+void DxfEntities::fill(const std::vector<std::vector<BulgeVertex>> &rings)
+{
+    begin("HATCH", "AcDbHatch");
+    point3(10, Point(0.0, 0.0));
+    out.number(210, 0.0);
+    out.number(220, 0.0);
+    out.number(230, 1.0);
+    out.group(2, "SOLID");
+    out.group(70, 1);
+    out.group(71, 0);
+    out.group(91, static_cast<int>(rings.size()));
+    for (const std::vector<BulgeVertex> &ring : rings) {
+        const bool isFirst = &ring == &rings.front();
+        out.group(92, kPolylineRing | (isFirst ? kOuterRing : 0));
+        out.group(72, 1);
+        out.group(73, kClosed);
+        out.group(93, static_cast<int>(ring.size()) - 1);
+        for (std::size_t k = 0; k + 1 < ring.size(); ++k) {
+            point(10, ring[k].point);
+            out.number(42, ring[k].bulge);
+        }
+        out.group(97, 0);
+    }
+    out.group(75, 0);
+    out.group(76, 1);
+    out.group(98, 1);
+    point(10, rings.front().front().point);
 }
 
 void DxfEntities::lightPolyline(const std::vector<BulgeVertex> &vertices, bool closed)

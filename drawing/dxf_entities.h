@@ -36,6 +36,8 @@ public:
     void spline(const PathPiece &piece); // quadratic or cubic
     // Closed where the last vertex is the first one.
     void polyline(std::vector<BulgeVertex> vertices);
+    // A filled area: a ring around it, then rings that are cut out, each closed. Not in R12.
+    void fill(const std::vector<std::vector<BulgeVertex>> &rings);
 
 private:
     void begin(const char *kind, const char *subclass);

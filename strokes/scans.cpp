@@ -2,6 +2,7 @@
 #include "strokes/scans.h"
 
 #include "strokes/noise.h"
+#include "strokes/parts.h"
 
 #include <algorithm>
 #include <array>
@@ -26,6 +27,15 @@ const double kOfMedian = 1.4826;    // deviation of noise over the median of its
 const double kStandsOut = 4.5;      // deviations of the smoothed noise that ink is darker by
 const double kContrastRank = 0.8;   // of what stands out, its darkness is that of the ink
 const double kLeastContrast = 0.28; // of the ink's darkness: creases and shadows are less
+// Of a part that is no line: pixels that a letter is wide and high at most, the part of it that is
+// as dark as ink, and pixels that a pale part is long if it is to be told.
+const int kLetterExtent = 64;
+const double kStrongPart = 0.15;
+const int kPaleExtent = 12;
+// Part of a cell's pixels that are less than one deviation darker than its paper; deviations of its
+// quiet cells that the noise of a page is at most.
+const double kDarkerDeviation = 0.8413;
+const double kMostOfQuiet = 1.5;
 
 typedef std::array<std::size_t, 256> Counts;
 
@@ -150,19 +160,43 @@ private:
 // How dark ink is against the paper: at least, and as a rule.
 struct Darkness
 {
+    int above = 0; // of what is no noise
     int least = 0;
     int usual = 0;
 };
 
-Darkness darknessOf(const std::vector<uint8_t> &dark, const Counts &differences)
+// The deviation of noise in the quiet quarter of a page's cells: most of it may be a hatch. Of what
+// is darker than paper alone; 0 where nothing is.
+double quietNoise(const std::vector<uint8_t> &dark, const InkPicture &picture)
 {
-    const double noise = kOfMedian * quantile(differences, 0.5);
+    std::vector<int> noises;
+    for (int top = 0; top + kPaperCell <= picture.height; top += kPaperCell) {
+        for (int left = 0; left + kPaperCell <= picture.width; left += kPaperCell) {
+            Counts counts = {};
+            for (int y = top; y < top + kPaperCell; ++y) {
+                for (int x = left; x < left + kPaperCell; ++x)
+                    ++counts[dark[picture.at(x, y)]];
+            }
+            noises.push_back(quantile(counts, kDarkerDeviation));
+        }
+    }
+    if (noises.empty())
+        return 255.0;
+    const auto rank = noises.begin() + std::ptrdiff_t(noises.size() / 4);
+    std::nth_element(noises.begin(), rank, noises.end());
+    return *rank + 0.5;
+}
+
+Darkness darknessOf(const std::vector<uint8_t> &dark, const Counts &differences, double quiet)
+{
+    const double noise
+        = std::min(kOfMedian * quantile(differences, 0.5), std::max(1.0, kMostOfQuiet * quiet));
     Counts counts = {};
     for (uint8_t value : dark)
         ++counts[value];
     const int above = int(std::ceil(kStandsOut * std::max(1.0, noise)));
     const int ink = quantile(counts, kContrastRank, std::min(above, 255));
-    return { std::max(above, int(std::lround(kLeastContrast * ink))), ink };
+    return { above, std::max(above, int(std::lround(kLeastContrast * ink))), ink };
 }
 
 // The largest of each value and those within kPeakReach, between cells a stride apart.
@@ -176,6 +210,51 @@ void spreadPeaks(const uint8_t *values, std::size_t count, std::size_t stride, u
             peaks[i - away] = std::max(peaks[i - away], values[i]);
         }
     }
+}
+
+const uint8_t kInk = 1;
+const uint8_t kWeak = 2; // no noise, and paler than ink is as a rule
+const uint8_t kSeenInk = 3;
+const uint8_t kSeenWeak = 4;
+
+// Weak cells of parts that are letters become ink, others paper; large ones of these are counted.
+LeftOutParts settleWeak(Plane *ink)
+{
+    const auto takeIf = [ink](uint8_t from, uint8_t to) {
+        return [ink, from, to](uint32_t cell) {
+            const bool isNew = ink->cells[cell] == from;
+            ink->cells[cell] = isNew ? to : ink->cells[cell];
+            return isNew;
+        };
+    };
+    const auto see = [ink](uint32_t cell) {
+        uint8_t &value = ink->cells[cell];
+        if (value != kInk && value != kWeak)
+            return false;
+        value = value == kInk ? kSeenInk : kSeenWeak;
+        return true;
+    };
+    LeftOutParts pale;
+    for (std::size_t first = 0; first < ink->cells.size(); ++first) {
+        if (ink->cells[first] != kWeak)
+            continue;
+        const Part part = partAround(uint32_t(first), *ink, see);
+        const auto strong = std::count_if(part.cells.begin(), part.cells.end(),
+                                          [ink](uint32_t c) { return ink->cells[c] == kSeenInk; });
+        if (part.extent() <= kLetterExtent && double(strong) >= kStrongPart * part.pixels()) {
+            for (uint32_t cell : part.cells)
+                ink->cells[cell] = kSeenInk;
+            continue;
+        }
+        for (uint32_t cell : part.cells) {
+            const Part weak = partAround(cell, *ink, takeIf(kSeenWeak, 0));
+            if (weak.extent() >= kPaleExtent)
+                pale.add(weak.pixels(), weak.x(), weak.y());
+        }
+    }
+    for (uint8_t &cell : ink->cells)
+        cell = cell != 0 ? 1 : 0;
+    return pale;
 }
 
 } // namespace
@@ -199,7 +278,7 @@ EvenPage evenPageOf(const InkPicture &picture)
     return page;
 }
 
-NoisyInk inkOfNoisy(const InkPicture &picture, int paper)
+NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least)
 {
     std::vector<uint8_t> dark = smoothed(picture);
     Counts differences = {};
@@ -215,21 +294,26 @@ NoisyInk inkOfNoisy(const InkPicture &picture, int paper)
         for (std::size_t v = 0; v < differences.size(); ++v)
             differences[v] += inky[v];
     }
-    const Darkness darkness = darknessOf(dark, differences);
+    Darkness darkness = darknessOf(dark, differences, quietNoise(dark, picture));
+    if (least > 0)
+        darkness.least = std::max(least, darkness.above);
     const std::size_t width = std::size_t(picture.width);
     std::vector<uint8_t> wide(dark.size());
     for (int y = 0; y < picture.height; ++y)
         spreadPeaks(dark.data() + picture.at(0, y), width, 1, wide.data() + picture.at(0, y));
     std::vector<uint8_t> peaks(dark.size());
     spreadPeaks(wide.data(), wide.size(), width, peaks.data());
-    NoisyInk result = { Plane(picture.width, picture.height), paper - darkness.usual / 2 };
+    NoisyInk result = { Plane(picture.width, picture.height), paper - darkness.usual / 2, {} };
     Plane &ink = result.ink;
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x) {
             const std::size_t i = picture.at(x, y);
-            ink.cells[ink.cellOf(x, y)] = dark[i] >= darkness.least && 2 * dark[i] > peaks[i];
+            const bool isPeak = 2 * dark[i] > peaks[i] && dark[i] >= darkness.above;
+            ink.cells[ink.cellOf(x, y)]
+                = isPeak ? (dark[i] >= darkness.least ? kInk : kWeak) : uint8_t(0);
         }
     }
+    result.pale = settleWeak(&ink);
     return result;
 }
 

@@ -5,6 +5,7 @@
 #define ZTRACE_STROKES_SCANS_H
 
 #include "strokes/InkPicture.h"
+#include "strokes/leftout.h"
 
 namespace ztrace::strokes {
 
@@ -21,13 +22,16 @@ const int kPaperCell = 32;
 
 // The ink of a noisy page: what is, of the smoothed lightnesses, more than half as dark against
 // the paper as the darkest place within kPeakReach pixels, and stands out of the noise. So lines
-// keep their width however thin they are, and narrow ones beside wide ones stay apart.
+// keep their width however thin they are, and narrow ones beside wide ones stay apart. Limbs of
+// letters may be paler than ink is as a rule; other pale parts are `pale`. `least`: how much darker
+// than paper somebody wants ink to be at least, in lightnesses; 0: nobody.
 struct NoisyInk
 {
     Plane ink;
     int threshold = 127; // half way from the paper to the ink; what is lighter is paper
+    LeftOutParts pale;
 };
-NoisyInk inkOfNoisy(const InkPicture &picture, int paper);
+NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least = 0);
 const int kPeakReach = 3;
 
 // The lightest of all pixels.

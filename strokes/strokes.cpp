@@ -17,12 +17,14 @@
 #include "strokes/hatchfill.h"
 #include "strokes/hiddenends.h"
 #include "strokes/joining.h"
+#include "strokes/leftovers.h"
 #include "strokes/letterforms.h"
 #include "strokes/lettering.h"
 #include "strokes/linedots.h"
 #include "strokes/meeting.h"
 #include "strokes/mitres.h"
 #include "strokes/noise.h"
+#include "strokes/paleink.h"
 #include "strokes/pens.h"
 #include "strokes/pieces.h"
 #include "strokes/rounds.h"
@@ -52,6 +54,9 @@ const double kNoLength = 0.3;
 // Pixels of a thin line that noise may take in one place, in black and white and in greys.
 const double kTakenHard = 4.0;
 const double kTakenSoft = 1.0;
+// Part of the ink's depth that a letter's hairlines have: .7 pixels of black in clean greys are
+// .35.
+const double kHairline = 0.3;
 // Cross-sections that tell a direction well enough to join by it.
 const std::size_t kTelling = 8;
 
@@ -80,15 +85,27 @@ struct Page
     std::vector<uint8_t> evenGrey;
     Plane ink;
     bool isNoisy = false;
+    LeftOut leftOut;
 };
 
-Page pageOf(const InkPicture &picture, bool hard)
+Page pageOf(const InkPicture &picture, const StrokeOptions &options)
 {
+    const bool hard = options.hard;
     Page page;
     page.picture = picture;
     page.isNoisy = isNoisy(picture, hard);
     if (!page.isNoisy) {
-        page.ink = inkOf(picture);
+        if (!hard) {
+            PaleInk pale = paleInkOf(picture);
+            page.leftOut.pale = pale.left;
+            if (!options.thresholdGiven && !pale.grey.empty()) {
+                page.evenGrey = std::move(pale.grey);
+                page.picture.grey = page.evenGrey.data();
+            } else {
+                page.leftOut.pale.add(pale.lines);
+            }
+        }
+        page.ink = inkOf(page.picture);
         return page;
     }
     if (hard) {
@@ -101,10 +118,43 @@ Page pageOf(const InkPicture &picture, bool hard)
     EvenPage even = evenPageOf(picture);
     page.evenGrey = std::move(even.grey);
     page.picture.grey = page.evenGrey.data();
-    NoisyInk found = inkOfNoisy(page.picture, even.paper);
+    const int least = options.thresholdGiven ? even.paper - picture.threshold : 0;
+    NoisyInk found = inkOfNoisy(page.picture, even.paper, least);
     page.picture.threshold = found.threshold;
     page.ink = std::move(found.ink);
+    page.leftOut.pale = found.pale;
     return page;
+}
+
+// Ink of a picture that is in no solid.
+void addInk(const InkPicture &picture, const Plane &solids, Plane *ink)
+{
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            const uint32_t cell = ink->cellOf(x, y);
+            if (picture.isInk(x, y) && (solids.cells.empty() || solids.cells[cell] == 0))
+                ink->cells[cell] = std::max(ink->cells[cell], uint8_t(1));
+        }
+    }
+}
+
+// Outlines letters that strokes do not explain. In clean greys hairlines count that are lighter
+// than the threshold; letters are lettering by then, so that no noise is meant.
+void outlineLetters(const Page &page, const InkTones &tones, const InkToExplain &ink,
+                    StrokeDrawing *drawing)
+{
+    drawing->letterThreshold = page.picture.threshold;
+    if (!ink.tellsHairlines) {
+        outlineUnclearLetters(ink, drawing);
+        return;
+    }
+    InkPicture legible = page.picture;
+    legible.threshold = std::max(page.picture.threshold,
+                                 int(tones.paper - kHairline * (tones.paper - tones.ink)));
+    drawing->letterThreshold = legible.threshold;
+    Plane letters = ink.distance;
+    addInk(legible, drawing->solids, &letters);
+    outlineUnclearLetters({ letters, ink.coverage, false, false, true }, drawing);
 }
 
 // A stroke that meets nothing and with its ink is shorter than that.
@@ -140,7 +190,6 @@ double usualWidth(const Web &web)
 
 void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
 {
-    std::vector<DrawnWidth> widths;
     const double usual = kSpeckPart * usualWidth(web);
     const double speck = isNoisy ? std::max(kNoisySpeck, usual) : usual;
     for (const Atom &atom : web.atoms) {
@@ -158,9 +207,15 @@ void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
         stroke.joint[0] = atom.joint[0];
         stroke.joint[1] = atom.joint[1];
         stroke.samples = atom.samples;
-        widths.push_back({ atom.width, length });
         drawing->strokes.push_back(std::move(stroke));
     }
+}
+
+void givePens(StrokeDrawing *drawing)
+{
+    std::vector<DrawnWidth> widths;
+    for (const Stroke &stroke : drawing->strokes)
+        widths.push_back({ stroke.width, lengthOf(stroke.piece) });
     Pens pens = pensOf(widths);
     for (std::size_t k = 0; k < drawing->strokes.size(); ++k)
         drawing->strokes[k].pen = pens.penOf[k];
@@ -172,7 +227,8 @@ void takeStrokes(const Web &web, bool isNoisy, StrokeDrawing *drawing)
 bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDrawing *drawing)
 {
     *drawing = StrokeDrawing();
-    Page page = pageOf(given, options.hard);
+    Page page = pageOf(given, options);
+    drawing->leftOut = page.leftOut;
     const InkPicture &picture = page.picture;
     drawing->inkPixels = std::size_t(std::count_if(page.ink.cells.begin(), page.ink.cells.end(),
                                                    [](uint8_t c) { return c != 0; }));
@@ -243,7 +299,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     if (page.isNoisy && options.hard)
         widenThinned(&web);
     else if (page.isNoisy)
-        measureWidths(picture, tones.paper, &web);
+        measureWidths(picture, tones.paper, options.thresholdGiven, &web);
     takeStrokes(web, page.isNoisy, drawing);
     if (!page.isNoisy) {
         std::vector<DrawnPiece> drawn;
@@ -253,16 +309,25 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
                      dotsOf(skeleton.graph, skeleton.distance, {}, mostOfDots), drawn,
                      drawing->arrows, &drawing->dots);
     }
+    // Of one bit what bridges and smoothing have left out is ink as well.
+    if (page.isNoisy && options.hard)
+        addInk(given, drawing->solids, &skeleton.distance);
+    const InkToExplain explained
+        = { skeleton.distance, coverage, page.isNoisy, page.isNoisy && !options.hard,
+            !page.isNoisy && !options.hard };
+    outlineLetters(page, tones, explained, drawing);
+    givePens(drawing);
+    takeLeftovers(explained, drawing);
     drawing->joints = std::move(web.joints);
     return true;
 }
 
 Content contentOf(const StrokeDrawing &drawing)
 {
-    double all = 0.0;
-    double lettering = 0.0;
-    double area = 0.0;
-    std::size_t letters = 0;
+    double all = drawing.outlined.length;
+    double lettering = drawing.outlined.length;
+    double area = drawing.outlined.area;
+    std::size_t letters = drawing.outlined.strokes;
     for (const Stroke &stroke : drawing.strokes) {
         const double length = lengthOf(stroke.piece);
         all += length;

@@ -6,6 +6,7 @@
 #define ZTRACE_STROKES_STROKES_H
 
 #include "strokes/arrows.h"
+#include "strokes/leftout.h"
 #include "strokes/linedots.h"
 
 namespace ztrace::strokes {
@@ -29,6 +30,14 @@ struct Stroke
     std::vector<Section> samples;
 };
 
+// Strokes of letters that became outlines: what they would have been of the drawing.
+struct OutlinedLetters
+{
+    std::size_t strokes = 0;
+    double length = 0.0; // pixels
+    double area = 0.0;   // square pixels
+};
+
 struct StrokeDrawing
 {
     std::vector<Stroke> strokes;
@@ -37,7 +46,11 @@ struct StrokeDrawing
     std::vector<LineDot> dots; // filled circles on lines
     std::vector<double> pens;  // widths in pixels, ascending
     bool roundEnds = true;
-    Plane solids;              // 1 in the pixels of what is no line; of no size where there is none
+    Plane solids;            // 1 in the pixels of what is no line; of no size where there is none
+    Plane letters;           // likewise of letters whose strokes do not explain them
+    int letterThreshold = 0; // that these have: hairlines of small letters are lighter than ink
+    OutlinedLetters outlined;
+    LeftOut leftOut;
     std::size_t inkPixels = 0; // of solids and specks as well
     double sigma = 0.0;        // what fits were judged by, in pixels
 };
@@ -45,6 +58,8 @@ struct StrokeDrawing
 struct StrokeOptions
 {
     bool hard = false; // the picture has no values between ink and paper
+    // The threshold is somebody's wish: paler lines are not looked for, darker ones are no folds.
+    bool thresholdGiven = false;
 };
 
 // More strokes than a drawing has: noise, screens and photographs.

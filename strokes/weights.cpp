@@ -232,7 +232,7 @@ double inkDepthOf(const std::vector<LineInk> &lines)
     return result;
 }
 
-void measureWidths(const InkPicture &picture, double paper, Web *web)
+void measureWidths(const InkPicture &picture, double paper, bool keepFolds, Web *web)
 {
     const Darkness darkness(picture, paper);
     std::vector<LineInk> inks;
@@ -258,7 +258,8 @@ void measureWidths(const InkPicture &picture, double paper, Web *web)
         if (atom.alive)
             atom.width = own ? inks[k].sum / depth : usual * atom.width;
     }
-    dropFolds(inks, darkness, depth, web);
+    if (!keepFolds)
+        dropFolds(inks, darkness, depth, web);
 }
 
 double widthBeforeThreshold(double width)

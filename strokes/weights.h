@@ -24,7 +24,7 @@ double inkDepthOf(const std::vector<LineInk> &lines);
 // Measures the widths of all living atoms anew in the greys, against paper of that lightness, and
 // leaves out those as faint and thin as folds of the paper are, where most others are not.
 // Leaves them as they are where no atom has cross-sections enough.
-void measureWidths(const InkPicture &picture, double paper, Web *web);
+void measureWidths(const InkPicture &picture, double paper, bool keepFolds, Web *web);
 
 // The width of a pen whose line is that wide after the blur and the threshold of a usual scanner;
 // pixels. Black and white says nothing about either, so that what is not usual is off by as much as

@@ -25,6 +25,15 @@ enum class Remark {
     FewLines          // and they are little of what is dark
 };
 
+// Ink that centre lines leave out: how many parts, and the largest, in pixels of the page.
+struct LeftOutInk
+{
+    std::size_t count = 0;
+    int largest = 0; // pixels
+    int x = 0;
+    int y = 0;
+};
+
 struct TraceReport
 {
     std::vector<QRgb> palette;                           // colours in use, each once
@@ -36,6 +45,8 @@ struct TraceReport
     int upsampling = 1;     // how many times as fine as pixels the grid of the outlines was
     bool shapes = false;    // outlines are true shapes, not the engine's
     std::vector<Remark> remarks;
+    LeftOutInk specks;
+    LeftOutInk pale; // much lighter than the lines
 };
 
 struct Counts

@@ -94,19 +94,29 @@ std::vector<QString> layersOf(const std::vector<double> &pens, double dpi)
     return layers;
 }
 
+// What outlines are made of: a page, its threshold, and how areas are drawn.
+struct SolidPage
+{
+    const std::vector<uint8_t> &grey;
+    int threshold;
+    const TracePlan &plan;
+    const Ink &ink;
+    const PenInks &inks;
+};
+
 // The solid parts alone, what is cut out of them as their holes.
-Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey, int threshold,
-                        const TracePlan &plan, QRgb inkColour, QRgb paperColour)
+Drawing drawingOfSolids(const strokes::Plane &solids, const SolidPage &page, QRgb inkColour,
+                        const char *layer)
 {
     Areas areas;
-    areas.colours = { inkColour, paperColour };
+    areas.colours = { inkColour, page.ink.paperColour };
     RunScanner scanner(solids.width, solids.height);
     std::vector<uint8_t> labels(std::size_t(solids.width));
     EdgePicture edges;
     edges.width = solids.width;
     edges.height = solids.height;
-    edges.threshold = threshold;
-    edges.values = std::move(grey);
+    edges.threshold = page.threshold;
+    edges.values = page.grey;
     for (int y = 0; y < solids.height; ++y) {
         for (int x = 0; x < solids.width; ++x)
             labels[std::size_t(x)]
@@ -114,6 +124,7 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
         scanner.addRow(labels.data());
     }
     areas.runs = scanner.take();
+    const TracePlan &plan = page.plan;
     std::optional<ShapeOutlines> shapes = shapesOf(
         areas, edges, plan.threads > 0 ? plan.threads : threadsOfMachine(), plan.geometry.snap);
     if (!shapes)
@@ -123,18 +134,31 @@ Drawing drawingOfSolids(const strokes::Plane &solids, std::vector<uint8_t> grey,
     Drawing drawing = compose(std::move(*shapes), areas, 1, { Connectivity::Split, {} },
                               Painting::InkOnPaper, composition);
     for (Outline &outline : drawing.outlines) {
-        outline.layer = QLatin1String(kSolidLayer);
+        outline.layer = QLatin1String(layer);
         outline.seam = 0.0;
     }
     return drawing;
 }
 
-// The solid parts of every ink.
-void addSolids(const strokes::Plane &solids, const std::vector<uint8_t> &grey, int threshold,
-               const TracePlan &plan, const Ink &ink, const PenInks &inks, Drawing *drawing)
+void append(Drawing part, Drawing *drawing)
 {
+    const int before = int(drawing->outlines.size());
+    for (Outline &outline : part.outlines) {
+        for (int &hole : outline.holes)
+            hole += before;
+        drawing->outlines.push_back(std::move(outline));
+    }
+}
+
+// The solid parts of every ink.
+void addSolids(const strokes::Plane &solids, const SolidPage &page, const char *layer,
+               Drawing *drawing)
+{
+    if (solids.cells.empty())
+        return;
+    const PenInks &inks = page.inks;
     if (!inks.isColoured()) {
-        *drawing = drawingOfSolids(solids, grey, threshold, plan, ink.inkColour, ink.paperColour);
+        append(drawingOfSolids(solids, page, page.ink.inkColour, layer), drawing);
         return;
     }
     for (std::size_t k = 0; k < inks.all().size(); ++k) {
@@ -145,16 +169,14 @@ void addSolids(const strokes::Plane &solids, const std::vector<uint8_t> &grey, i
                 own.cells[cell] = inks.at(own.middleOf(uint32_t(cell))) == k ? own.cells[cell] : 0;
             any = any || own.cells[cell] != 0;
         }
-        if (!any)
-            continue;
-        Drawing part = drawingOfSolids(own, grey, threshold, plan, inks.all()[k], ink.paperColour);
-        const int before = int(drawing->outlines.size());
-        for (Outline &outline : part.outlines) {
-            for (int &hole : outline.holes)
-                hole += before;
-            drawing->outlines.push_back(std::move(outline));
-        }
+        if (any)
+            append(drawingOfSolids(own, page, inks.all()[k], layer), drawing);
     }
+}
+
+LeftOutInk leftOutOf(const strokes::LeftOutParts &parts)
+{
+    return { parts.count, parts.largest, parts.x, parts.y };
 }
 
 // What is drawn for a reason of its own has a layer of its own, all else one a pen.
@@ -280,6 +302,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     page.threshold = clean.bilevel ? kBetweenBlackAndWhite : clean.threshold;
     strokes::StrokeOptions options;
     options.hard = clean.bilevel || clean.page.isBilevel() || clean.tones.lightnesses() <= 2;
+    options.thresholdGiven = ink.scan.threshold == Threshold::Fixed;
     clean.page = GreyPicture();
     stages->end("prepare");
     stages->begin("tracing");
@@ -292,12 +315,16 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
         strokes::takeInks([&inks](fit::Point p) { return inks.at(p); }, &found);
     strokes::putInPenOrder({ 0.0, double(page.height) }, &found.strokes);
     Drawing drawing;
-    if (!found.solids.cells.empty())
-        addSolids(found.solids, grey, page.threshold, plan, ink, inks, &drawing);
+    const SolidPage solidPage = { grey, page.threshold, plan, ink, inks };
+    addSolids(found.solids, solidPage, kSolidLayer, &drawing);
     if (strokes::isHardlyDrawn(found, drawing.outlines.size()))
         report->remarks.push_back(Remark::HardlyDrawn);
     else
         remarkOn(strokes::contentOf(found), report);
+    addSolids(found.letters, { grey, found.letterThreshold, plan, ink, inks }, kTextLayer,
+              &drawing);
+    report->specks = leftOutOf(found.leftOut.specks);
+    report->pale = leftOutOf(found.leftOut.pale);
     drawing.width = page.width;
     drawing.height = page.height;
     drawing.ground = ink.paperColour;

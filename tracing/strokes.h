@@ -22,7 +22,7 @@ double standardWidth(double millimetres);
 
 const char *const kSolidLayer = "SOLID";
 const char *const kDimensionLayer = "DIM";
-const char *const kTextLayer = "TEXT";
+const char *const kTextLayer = kLetteringLayer;
 const char *const kHatchLayer = "HATCH";
 
 } // namespace ztrace

@@ -163,14 +163,26 @@ class Scans(OptionsTest):
         self.assertIn(b"no soft edges", self.run_program("a.png", "-p", "logo", "--upsample", "2").stderr)
 
     def test_patterns_are_no_drawings(self):
-        words = b"--strokes: most of what was found are specks and solid areas"
+        words = b"a.png: --strokes: most of what was found are short pieces and solid areas; all are drawn"
         self.write("a.png", png(320, 320, lambda x, y: BLACK if (x // 4 + y // 4) % 2 else WHITE))
         self.assertIn(words, self.run_program("a.png", "--strokes", "-o", "a.dxf").stderr)
         self.write("b.png", png(320, 320, lambda x, y: BLACK if x % 20 < 3 or y % 20 < 3 else WHITE))
         self.assertEqual(self.run_program("b.png", "--strokes", "-o", "b.dxf").stderr, b"")
 
+    def test_what_strokes_leave_out_is_told(self):
+        def page(x, y):
+            shade = 190 if 60 <= x < 110 and 80 <= y < 120 else 0 if y % 160 < 3 else 255
+            return (shade, shade, shade, 255)
+        self.write("a.png", png(300, 200, page))
+        told = self.run_program("a.png", "--strokes", "-o", "a.dxf").stderr
+        self.assertEqual(told, b"ztrace: a.png: --strokes leaves out 1 pale part, of 2000 pixels at 84, 99 from the "
+                         b"upper left; a --threshold nearer to the paper draws it as well\n")
+        told = self.run_program("a.png", "--strokes", "--threshold", "210", "-o", "b.dxf").stderr
+        self.assertNotIn(b"leaves out", told)
+
     def test_what_is_no_drawing_is_told(self):
-        few, text = b"--strokes: lines are little of what is dark", b"--strokes: most of what was found is lettering"
+        few = b"a.png: --strokes: lines are little of what is dark"
+        text = b"b.png: --strokes: most of what was found is lettering"
         self.write("a.png", png(256, 256, lambda x, y: BLACK if (x - 128) ** 2 + (y - 150) ** 2 < 8000
                                 or (20 <= x < 236 and 20 <= y < 24) else WHITE))
         self.assertIn(few, self.run_program("a.png", "--strokes", "-o", "a.dxf").stderr)

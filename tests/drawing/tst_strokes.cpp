@@ -100,6 +100,39 @@ class tst_Strokes : public QObject
     Q_OBJECT
 
 private slots:
+    // Letters that are areas are filled in DXF with what is cut out of them, other areas are
+    // outlines; R12 has no filled areas.
+    void lettersAreFilled()
+    {
+        Drawing drawing;
+        drawing.width = 40;
+        drawing.height = 40;
+        for (double inset : { 0.0, 5.0, 22.0 }) {
+            Outline square;
+            square.shape.moveTo(Point(10 + inset, 10 + inset));
+            square.shape.lineTo(Point(30 - inset, 10 + inset));
+            square.shape.lineTo(Point(30 - inset, 30 - inset));
+            square.shape.lineTo(Point(10 + inset, 30 - inset));
+            square.shape.lineTo(Point(10 + inset, 10 + inset));
+            square.layer = QLatin1String(inset > 20.0 ? "SOLID" : kLetteringLayer);
+            drawing.outlines.push_back(square);
+        }
+        drawing.outlines[0].holes.push_back(1);
+        DxfOptions options;
+        const auto dxf = [&] {
+            return written([&](QIODevice *device) { return writeDxf(drawing, options, device); });
+        };
+        const QByteArray filled = dxf();
+        QCOMPARE(filled.count("\nHATCH\n"), 1);
+        QCOMPARE(filled.count("AcDbHatch"), 1);
+        QVERIFY(filled.contains(" 91\n2\n") || filled.contains("\n91\n2\n"));
+        QCOMPARE(filled.count("\nLWPOLYLINE\n"), 1);
+        options.version = DxfVersion::R12;
+        const QByteArray old = dxf();
+        QCOMPARE(old.count("\nHATCH\n"), 0);
+        QCOMPARE(old.count("\nPOLYLINE\n"), 3);
+    }
+
     void dashesOfPens_data()
     {
         QTest::addColumn<int>("type");

@@ -1,0 +1,209 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Ink that no stroke explains: letters, pale lines, specks of scans.
+#include "StrokesRig.h"
+
+#include "strokes/distance.h"
+#include "strokes/leftovers.h"
+#include "strokes/paleink.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+using namespace ztrace::strokes;
+
+namespace {
+
+// Lines that noise is told beside, so that a page has a pen.
+Sheet pageOfLines()
+{
+    Sheet sheet(400, 300);
+    for (int k = 0; k < 5; ++k)
+        sheet.line({ 20, 20.3 + 16 * k }, { 380, 20.3 + 16 * k }, 3);
+    return sheet;
+}
+
+// Ink as dark as a part of the paper's lightness.
+void draw(std::vector<uint8_t> *grey, int width, int left, int top, int right, int bottom, int tone)
+{
+    for (int y = top; y < bottom; ++y) {
+        for (int x = left; x < right; ++x)
+            (*grey)[std::size_t(y) * std::size_t(width) + std::size_t(x)] = uint8_t(tone);
+    }
+}
+
+void addNoise(std::vector<uint8_t> *grey, double deviation)
+{
+    std::mt19937 random(7);
+    for (uint8_t &value : *grey) {
+        double sum = 0.0; // of twelve evenly spread numbers, which is nearly normal
+        for (int k = 0; k < 12; ++k)
+            sum += double(random()) / 4294967296.0 - 0.5;
+        value = uint8_t(std::clamp(225.0 * value / 255.0 + 25.0 + deviation * sum, 0.0, 255.0));
+    }
+}
+
+std::size_t cellsOf(const Plane &plane)
+{
+    return std::size_t(std::count(plane.cells.begin(), plane.cells.end(), uint8_t(1)));
+}
+
+} // namespace
+
+class tst_Leftovers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void paleLinesAreDrawn();
+    void paleAreasAreCounted();
+    void aGivenThresholdLeavesPaleLinesOut();
+    void edgesAreNotPale();
+    void unclearLettersAreOutlined();
+    void clearLettersStayStrokes();
+    void whatIsLeftIsDrawn();
+    void specksOfScansAreCounted();
+};
+
+void tst_Leftovers::paleLinesAreDrawn()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 60, 150, 340, 151, 190);
+    draw(&grey, 400, 60, 180, 62, 280, 200);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QVERIFY2(hasLine(drawing, { 60, 150.5 }, { 340, 150.5 }, 1.5), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 61, 180 }, { 61, 280 }, 1.5), listOf(drawing).c_str());
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(0));
+}
+
+void tst_Leftovers::paleAreasAreCounted()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 100, 150, 160, 210, 190);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(1));
+    QCOMPARE(drawing.leftOut.pale.largest, 3600);
+    QVERIFY(std::abs(drawing.leftOut.pale.x - 130) <= 1);
+    QVERIFY(std::abs(drawing.leftOut.pale.y - 180) <= 1);
+}
+
+void tst_Leftovers::aGivenThresholdLeavesPaleLinesOut()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    draw(&grey, 400, 60, 150, 340, 151, 190);
+    InkPicture picture;
+    picture.width = 400;
+    picture.height = 300;
+    picture.grey = grey.data();
+    StrokeOptions options;
+    options.thresholdGiven = true;
+    StrokeDrawing drawing;
+    QVERIFY(strokesOf(picture, options, &drawing));
+    QVERIFY(!hasLine(drawing, { 60, 150.5 }, { 340, 150.5 }, 1.5));
+    QCOMPARE(drawing.leftOut.pale.count, std::size_t(1));
+    QCOMPARE(drawing.leftOut.pale.largest, 280);
+}
+
+// Neither edges nor what a blur makes of them.
+void tst_Leftovers::edgesAreNotPale()
+{
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    blurred(&grey, 400, 300, 0.9);
+    InkPicture picture;
+    picture.width = 400;
+    picture.height = 300;
+    picture.grey = grey.data();
+    const PaleInk pale = paleInkOf(picture);
+    QVERIFY(pale.grey.empty());
+    QCOMPARE(pale.lines.count + pale.left.count, std::size_t(0));
+}
+
+// An H of which the strokes have the bar, or have not; a full stop beside it.
+void tst_Leftovers::unclearLettersAreOutlined()
+{
+    Sheet sheet(100, 60);
+    const Point ends[][2]
+        = { { { 20, 10 }, { 20, 40 } }, { { 36, 10 }, { 36, 40 } }, { { 20, 25 }, { 36, 25 } } };
+    for (const auto &line : ends)
+        sheet.line(line[0], line[1], 3);
+    sheet.disc({ 46, 39 }, 2);
+    const std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    InkPicture picture;
+    picture.width = 100;
+    picture.height = 60;
+    picture.grey = grey.data();
+    const Plane plane = inkOf(picture);
+    const Coverage coverage(picture, 0, 255);
+    for (std::size_t strokes : { 2u, 3u }) {
+        StrokeDrawing drawing;
+        for (std::size_t k = 0; k < strokes; ++k) {
+            Stroke stroke;
+            stroke.piece.kind = ztrace::fit::Kind::Line;
+            stroke.piece.start = ends[k][0];
+            stroke.piece.end = ends[k][1];
+            stroke.width = 3;
+            stroke.role = Role::Text;
+            stroke.samples.resize(1);
+            stroke.samples[0].centre = 0.5 * (ends[k][0] + ends[k][1]);
+            drawing.strokes.push_back(stroke);
+        }
+        outlineUnclearLetters({ plane, coverage }, &drawing);
+        QVERIFY(!drawing.letters.cells.empty()); // the full stop
+        QVERIFY(drawing.letters.cells[plane.cellOf(46, 39)] != 0);
+        QCOMPARE(drawing.letters.cells[plane.cellOf(28, 25)] != 0, strokes == 2);
+        QCOMPARE(drawing.strokes.size(), std::size_t(strokes == 2 ? 0 : 3));
+        QCOMPARE(drawing.outlined.strokes, std::size_t(strokes == 2 ? 2 : 0));
+    }
+}
+
+void tst_Leftovers::clearLettersStayStrokes()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 30 * k;
+        sheet.line({ x, 150 }, { x, 182 }, 3).line({ x, 166 }, { x + 16, 166 }, 3);
+        sheet.line({ x + 16, 150 }, { x + 16, 182 }, 3);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY(drawing.letters.cells.empty());
+    const auto letters = std::count_if(drawing.strokes.begin(), drawing.strokes.end(),
+                                       [](const Stroke &s) { return s.role == Role::Text; });
+    QCOMPARE(int(letters), 18);
+}
+
+// A wedge on a line is as wide as no line, and too small for a solid.
+void tst_Leftovers::whatIsLeftIsDrawn()
+{
+    Sheet sheet = pageOfLines();
+    sheet.line({ 40, 200 }, { 360, 200 }, 4);
+    sheet.polygon({ { 180, 196 }, { 190, 188 }, { 200, 196 } });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    const bool isDot = std::any_of(drawing.dots.begin(), drawing.dots.end(), [](const LineDot &d) {
+        return std::hypot(d.centre.x - 190, d.centre.y - 193) < 6;
+    });
+    const bool isStroke
+        = std::any_of(drawing.strokes.begin(), drawing.strokes.end(), [](const Stroke &stroke) {
+              return stroke.piece.start.y < 198 && stroke.piece.start.y > 180;
+          });
+    QVERIFY2(isDot || isStroke || cellsOf(drawing.letters) > 0 || cellsOf(drawing.solids) > 0,
+             listOf(drawing).c_str());
+    QCOMPARE(drawing.leftOut.specks.count, std::size_t(0));
+}
+
+void tst_Leftovers::specksOfScansAreCounted()
+{
+    Sheet sheet = pageOfLines();
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    for (int k = 0; k < 4; ++k)
+        draw(&grey, 400, 60 + 70 * k, 160 + 20 * k, 63 + 70 * k, 163 + 20 * k, 0);
+    addNoise(&grey, 14.0);
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(drawing.leftOut.specks.count, std::size_t(4));
+    QVERIFY(drawing.dots.empty());
+}
+
+QTEST_GUILESS_MAIN(tst_Leftovers)
+#include "tst_leftovers.moc"
