@@ -17,6 +17,7 @@
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/shadedalpha.h"
+#include "imaging/softshadows.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -30,6 +31,7 @@ const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const std::size_t kPixelsOfMark = 64;     // for each small area that stands out; more are a texture
 const int kColoursBesidePhotographs = 16; // fewer are not parted between drawing and photograph
 const double kLargePhotographs = 0.2;     // of the pixels
+const int kShareOfShadows = 8;            // one in so many colours, at least, is for soft shadows
 const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
 const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
@@ -49,6 +51,22 @@ int coloursOfPhotographs(const std::vector<uint8_t> &marks, int colours)
 }
 
 // Photographs in it are areas that pay, as elsewhere, and the rest is flat.
+LabelPlane segmentOpaque(const QImage &picture, int colours, Stages *stages)
+{
+    std::vector<uint8_t> photographs;
+    if (colours >= kColoursBesidePhotographs)
+        photographs = photographsIn(picture);
+    if (photographs.empty())
+        return segmentDrawing(picture, colours, stages);
+    const int most = colours - coloursOfPhotographs(photographs, colours);
+    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+    const int left = colours - int(plane.colours.size());
+    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
+              photographs, &plane);
+    return plane;
+}
+
+// Soft shadows and glows are levels of alpha, as in photographs, and the rest has none of them.
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
     if (!flat.palette.empty()) {
@@ -57,16 +75,19 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
         stages->end("palette");
         return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    std::vector<uint8_t> photographs;
+    std::vector<uint8_t> shadows;
     if (flat.colours >= kColoursBesidePhotographs)
-        photographs = photographsIn(picture);
-    if (photographs.empty())
-        return segmentDrawing(picture, flat.colours, stages);
-    const int most = flat.colours - coloursOfPhotographs(photographs, flat.colours);
-    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+        shadows = softShadowsIn(picture);
+    if (shadows.empty())
+        return segmentOpaque(picture, flat.colours, stages);
+    const int most = flat.colours - flat.colours / kShareOfShadows;
+    LabelPlane plane = segmentOpaque(onlyMarked(picture, shadows, 0), most, stages);
     const int left = flat.colours - int(plane.colours.size());
-    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
-              photographs, &plane);
+    QImage settled(picture);
+    settleShadedAlpha(&settled, flat.colours, kUsualPriceOfEdge);
+    putMarked(reduceShaded(onlyMarked(settled, shadows, 1), left, kUsualPriceOfEdge), shadows,
+              &plane);
+    closeGaps(picture, shadows, &plane);
     return plane;
 }
 
