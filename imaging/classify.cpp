@@ -42,8 +42,8 @@ const double kInkOfPages = 0.25;
 const int kFewGreys = 8; // distinct colours
 const double kPureGreys = 0.02;
 // And no line art but drawn in grey: areas of so many lightnesses, two of them pure that are both
-// ink or both paper, or one that is neither; or a picture with more ink than pages have in which so
-// much of the variance is that of calm areas that are not flat.
+// ink or both paper, or one that is neither; ink that is pure but pale; or a picture with more ink
+// than pages have in which so much of the variance is that of calm areas that are not flat.
 const std::size_t kDrawnTones = 3;
 const int kDarkestGrey = 64;
 const int kLightestGrey = 192;
@@ -53,6 +53,8 @@ const double kShaded = 0.008;
 const double kFlatGround = 0.5;
 // Grey lines on transparency have so many edge pixels, grey shaded objects fewer.
 const double kLineEdges = 0.45;
+// And four greys hold so much of them.
+const double kGreyInkColours = 0.65;
 // Lettering and lines in some colours on transparency: four of them hold so much of it, three
 // quarters at most of shaded objects, and so many pixels are on edges, fewer of soft shadows.
 const double kInkColours = 0.9;
@@ -149,6 +151,7 @@ GreyAreas greyAreasOf(Picture *picture)
     for (const DrawnTone &tone : drawn) {
         pure[tone.first > threshold] += tone.isPure();
         areas.drawn |= tone.first > kDarkestGrey && tone.last < kLightestGrey;
+        areas.drawn |= tone.first > kDarkestGrey && tone.first <= threshold && tone.isPure();
     }
     areas.drawn |= drawn.size() >= kDrawnTones || pure[0] > 1 || pure[1] > 1;
     return areas;
@@ -315,7 +318,8 @@ Classification classify(Picture *picture)
         if (found && found->kind == Kind::LineArt && colouredInkShare(image) >= kColouredInk)
             found.reset();
     }
-    if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
+    if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges
+        && commonColoursShare(image) >= kGreyInkColours)
         found = asGreyLines(picture, shares.clear);
     if (!found)
         found = kindOfColours(image.size(), shares, features.colours);
