@@ -11,6 +11,7 @@
 #include "imaging/edges.h"
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
+#include "imaging/localink.h"
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
 #include "imaging/ramps.h"
@@ -123,7 +124,7 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
 // Labels of ramps, from `first` on, get the colours that they have where there are no gradients.
 void keepRamps(const Ramps &ramps, std::size_t first, Areas *areas)
 {
-    if (first == areas->colours.size())
+    if (ramps.areas.empty())
         return;
     areas->rampOf.assign(areas->colours.size(), -1);
     for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
@@ -292,6 +293,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         settleMixtures(ramps, firstRamp, &plane);
         recolourMixtures(image, ramps, firstRamp, &plane);
     }
+    if (plane.colours.size() == firstRamp)
+        ramps.areas.clear(); // there was no room for them
+    if (flat)
+        partLocalInk(firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
     ramps.mixtures = std::vector<RampMixture>();
 
