@@ -66,6 +66,9 @@ const double kFlat = 0.25;
 // ... or in a picture of at most so many pixels a side.
 const int kIcon = 48;
 const double kFlatInIcons = 0.1;
+// Logos in many colours, such as maps and mosaics: so many lie in flat areas and so many on edges.
+const double kFlatInManyColours = 0.4;
+const double kEdgesOfDrawings = 0.15;
 // Gradients: so few pixels are on edges.
 const double kNoEdges = 0.0005;
 // Text on coloured paper: runs of ink of so many pixels at most, or of such a part of the width.
@@ -285,6 +288,8 @@ Classification kindOfColours(const QSize &size, const Shares &shares, int colour
         return { Kind::Logo, std::to_string(colours) + " colours" };
     if (std::max(size.width(), size.height()) <= kIcon && shares.flat >= kFlatInIcons)
         return { Kind::Logo, "as small as an icon, " + numbers };
+    if (shares.flat >= kFlatInManyColours && shares.edges >= kEdgesOfDrawings)
+        return { Kind::Logo, numbers + ", " + percent(shares.edges) + " in edges" };
     const std::string inEdges = ", " + percent(shares.edges) + " in edges";
     if (shares.flat >= kSmooth && shares.edges <= kFewEdges)
         return { Kind::Poster, numbers + inEdges };

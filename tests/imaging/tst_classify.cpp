@@ -298,6 +298,15 @@ void tst_Classify::kindsOfDrawnPictures_data()
             200, 160,
             [&](int x, int y) { return x < 12 ? qRgb(10, 60, 20) : shaded(x / 3 * 3, y / 3 * 3); }),
         Kind::Poster, "");
+    add("a mosaic of shades",
+        drawn(200, 160,
+              [&](int x, int y) {
+                  const bool joint = x % 10 == 0 || y % 10 == 0;
+                  return joint
+                      ? qRgb(90, 80, 75)
+                      : qRgb(60 + x / 10 * 9, 40 + y / 10 * 13, (x / 10 * 7 + y / 10 * 31) % 200);
+              }),
+        Kind::Logo, "");
     add("the same without an edge",
         drawn(200, 160, [&](int x, int y) { return shaded(x / 3 * 3, y / 3 * 3); }), Kind::Photo,
         "a gradient without edges, 45 % in flat areas, 0 % in the commonest of them");
