@@ -93,12 +93,12 @@ uint8_t sideAt(const Words &words, const Plane &sides, int x, int y)
     return uint8_t(std::min(kSideOfGlass, least + 1));
 }
 
-// Takes the marks of all squares of glass.
-void removeGlass(const Words &words, Plane *marks)
+// Pixels of all squares of glass.
+Plane glassIn(const Words &words)
 {
     const int width = words.image.width();
     const int height = words.image.height();
-    Plane sides(marks->size(), 0);
+    Plane sides(std::size_t(width) * std::size_t(height), 0);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x)
             sides[words.placeOf(x, y)] = sideAt(words, sides, x, y);
@@ -114,10 +114,9 @@ void removeGlass(const Words &words, Plane *marks)
                     reach = std::max(reach, sides[words.placeOf(x + step[0], y + step[1])] - 1);
             }
             side = uint8_t(std::max(reach, 0));
-            if (side != 0)
-                (*marks)[words.placeOf(x, y)] = 0;
         }
     }
+    return sides;
 }
 
 // Calls use(place, x, y) for the pixels at most `reach` away.
@@ -143,29 +142,54 @@ std::array<int, 2> marksBeside(const Words &words, const Plane &marks, int x, in
     return counts;
 }
 
-// Marks near a place that is 3 pixels wide, the others go: rims of flat things, where they are
-// nearly clear or nearly opaque.
+// The pixel, and those to the right of it, below, and between the two.
+std::array<std::size_t, 4> squareAt(const Words &words, int x, int y)
+{
+    return { words.placeOf(x, y), words.placeOf(x + 1, y), words.placeOf(x, y + 1),
+             words.placeOf(x + 1, y + 1) };
+}
+
+bool isSquare(const Words &words, const Plane &marks, int x, int y)
+{
+    if (!words.isInside(x + 1, y + 1))
+        return false;
+    const std::array<std::size_t, 4> places = squareAt(words, x, y);
+    return std::all_of(places.begin(), places.end(),
+                       [&marks](std::size_t place) { return marks[place] != 0; });
+}
+
+// Marks of places 2 pixels wide at least, which hang together with one that is 3 wide, and a pixel
+// more: rims of flat things, where they are nearly clear or nearly opaque, go.
 void keepWide(const Words &words, Plane *marks)
 {
+    Plane wide(marks->size(), 0);
     Plane cores(marks->size(), 0);
-    const int width = words.image.width();
-    const int height = words.image.height();
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
+    std::vector<std::array<int, 2>> front;
+    for (int y = 0; y < words.image.height(); ++y) {
+        for (int x = 0; x < words.image.width(); ++x) {
             if ((*marks)[words.placeOf(x, y)] == 0)
                 continue;
+            if (isSquare(words, *marks, x, y)) {
+                for (const std::size_t place : squareAt(words, x, y))
+                    wide[place] = 1;
+            }
             const std::array<int, 2> beside = marksBeside(words, *marks, x, y);
-            cores[words.placeOf(x, y)] = beside[0] == beside[1];
+            if (beside[0] != beside[1])
+                continue;
+            cores[words.placeOf(x, y)] = 1;
+            front.push_back({ x, y });
         }
     }
-    for (int pass = 0; pass < 2; ++pass) { // back to where the core came from, and a pixel more
-        const Plane before = cores;
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                if ((*marks)[words.placeOf(x, y)] != 0)
-                    cores[words.placeOf(x, y)] = marksBeside(words, before, x, y)[0] > 0;
-            }
-        }
+    while (!front.empty()) {
+        const std::array<int, 2> from = front.back();
+        front.pop_back();
+        forEachNear(words, from[0], from[1], 1, [&](std::size_t place, int u, int v) {
+            if (cores[place] != 0 || (*marks)[place] == 0)
+                return;
+            cores[place] = 1; // what is not wide is the pixel more, from which it goes no farther
+            if (wide[place] != 0)
+                front.push_back({ u, v });
+        });
     }
     *marks = std::move(cores);
 }
@@ -220,12 +244,13 @@ void keepShadows(const Words &words, Plane *marks)
 }
 
 // Marks the steep ends of shadows as well, where nothing solid is near.
-void takeEnds(const Words &words, Plane *marks)
+void takeEnds(const Words &words, const Plane &glass, Plane *marks)
 {
     const Plane before = *marks;
     for (int y = 0; y < words.image.height(); ++y) {
         for (int x = 0; x < words.image.width(); ++x) {
-            if (before[words.placeOf(x, y)] != 0 || !words.isTranslucent(x, y))
+            if (before[words.placeOf(x, y)] != 0 || glass[words.placeOf(x, y)] != 0
+                || !words.isTranslucent(x, y))
                 continue;
             bool isBeside = false;
             bool isSolid = false;
@@ -248,12 +273,14 @@ std::vector<uint8_t> softShadowsIn(const QImage &image)
     Plane marks = candidatesIn(words);
     if (std::count(marks.begin(), marks.end(), 1) < kLeastPixels)
         return {};
-    removeGlass(words, &marks);
+    const Plane glass = glassIn(words);
+    for (std::size_t k = 0; k < marks.size(); ++k)
+        marks[k] = marks[k] != 0 && glass[k] == 0;
     keepWide(words, &marks);
     keepShadows(words, &marks);
     if (std::find(marks.begin(), marks.end(), 1) == marks.end())
         return {};
-    takeEnds(words, &marks);
+    takeEnds(words, glass, &marks);
     return marks;
 }
 
