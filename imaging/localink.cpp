@@ -59,7 +59,8 @@ private:
     // The corner where `common` would be parted, which the pixel left, y is of.
     void partAt(int cornerX, int y, int left, uint16_t common, uint16_t rare)
     {
-        if (common >= end || plane.colours.size() >= originals + kMostCopies || budget == 0
+        if (common >= end || qAlpha(plane.colours[common]) == 0
+            || plane.colours.size() >= originals + kMostCopies || budget == 0
             || !isInkNear(cornerX, y, common, rare))
             return;
         const std::vector<std::size_t> ink = inkFrom(left, y, counts[rare]);

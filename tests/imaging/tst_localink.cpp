@@ -65,6 +65,7 @@ private slots:
         QTest::newRow("one pixel") << 3;
         QTest::newRow("one row") << 4;
         QTest::newRow("a label that must not be copied") << 5;
+        QTest::newRow("clear lines in a button") << 6;
     }
     void othersStayAsTheyAre()
     {
@@ -76,10 +77,12 @@ private slots:
             plane = button(25);
         else if (kind == 2)
             plane = drawn(41, 41, kPage, [](int x, int y) { return (x + y) % 2; });
-        else if (kind == 5)
+        else if (kind >= 5)
             plane = button(12);
         else
             plane = drawn(kind == 3 ? 1 : 9, 1, kPage, [](int x, int) { return x % 2; });
+        if (kind == 6)
+            plane.colours[0] = 0u;
         const LabelPlane before = plane;
         partLocalInk(kind == 5 ? 0 : 2, &plane);
         QCOMPARE(plane.labels, before.labels);
