@@ -26,6 +26,12 @@ const int kSideOfGlass = 6;
 const int kLeastPixels = kLeastTranslucent;
 // ... and in fewer alphas is a thin line of glass.
 const std::size_t kLeastAlphas = 8;
+// ... and so much of which is in squares of 2 x 2 in one word is glass beside something slanted.
+const double kMostFlat = 0.5;
+
+// Somewhere it falls evenly: so many alphas are in 3 x 3 pixels. Glass beside an edge has fewer.
+const std::size_t kLeastInCore = 3;
+const int kMostSame = 4; // of those 9 have the middle's; in a shadow that falls by one a pixel 3
 
 const int kReach = 2; // pixels over which a soft edge is told to be of a shadow
 
@@ -48,6 +54,16 @@ struct Words
     std::size_t placeOf(int x, int y) const
     {
         return std::size_t(y) * std::size_t(image.width()) + std::size_t(x);
+    }
+
+    // Whether it equals the pixels to the right, below, and between the two.
+    bool isFlat(int x, int y) const
+    {
+        if (!isInside(x + 1, y + 1))
+            return false;
+        const QRgb *line = row(image, y);
+        const QRgb *below = row(image, y + 1);
+        return line[x] == line[x + 1] && line[x] == below[x] && line[x] == below[x + 1];
     }
 
     // Beyond the rim of the image there is no edge.
@@ -142,6 +158,18 @@ std::array<int, 2> marksBeside(const Words &words, const Plane &marks, int x, in
     return counts;
 }
 
+// Whether alpha falls over a pixel and those beside it, and is not that of the pixel in most.
+bool isFalling(const Words &words, int x, int y)
+{
+    std::bitset<256> alphas;
+    int same = 0;
+    forEachNear(words, x, y, 1, [&](std::size_t, int u, int v) {
+        alphas.set(std::size_t(words.alphaAt(u, v)));
+        same += words.alphaAt(u, v) == words.alphaAt(x, y);
+    });
+    return alphas.count() >= kLeastInCore && same <= kMostSame;
+}
+
 // The pixel, and those to the right of it, below, and between the two.
 std::array<std::size_t, 4> squareAt(const Words &words, int x, int y)
 {
@@ -174,7 +202,7 @@ void keepWide(const Words &words, Plane *marks)
                     wide[place] = 1;
             }
             const std::array<int, 2> beside = marksBeside(words, *marks, x, y);
-            if (beside[0] != beside[1])
+            if (beside[0] != beside[1] || !isFalling(words, x, y))
                 continue;
             cores[words.placeOf(x, y)] = 1;
             front.push_back({ x, y });
@@ -233,10 +261,15 @@ void keepShadows(const Words &words, Plane *marks)
     const uint32_t width = uint32_t(words.image.width());
     for (std::size_t first = 0, end = 0; first < order.size(); first = end) {
         std::bitset<256> alphas;
-        for (end = first; end < order.size() && groups[order[end]] == groups[order[first]]; ++end)
-            alphas.set(
-                std::size_t(words.alphaAt(int(order[end] % width), int(order[end] / width))));
-        if (end - first >= std::size_t(kLeastPixels) && alphas.count() >= kLeastAlphas)
+        std::size_t flat = 0;
+        for (end = first; end < order.size() && groups[order[end]] == groups[order[first]]; ++end) {
+            const int x = int(order[end] % width);
+            const int y = int(order[end] / width);
+            alphas.set(std::size_t(words.alphaAt(x, y)));
+            flat += words.isFlat(x, y);
+        }
+        if (end - first >= std::size_t(kLeastPixels) && alphas.count() >= kLeastAlphas
+            && double(flat) <= kMostFlat * double(end - first))
             continue;
         for (std::size_t k = first; k < end; ++k)
             (*marks)[order[k]] = 0;

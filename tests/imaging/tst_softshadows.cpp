@@ -102,6 +102,12 @@ private slots:
         QTest::newRow("soft edge of two pixels") << disc(2.0);
         QTest::newRow("glass of one colour") << glass(20, 60);
         QTest::newRow("a thin line of glass") << glass(20, 23);
+        QTest::newRow("glass beside a slanted line") << drawn(120, 60, [](int x, int y) {
+            const double away = std::abs(y - 10.0 - 0.15 * x) - 2.0;
+            const double line = std::clamp(0.5 - away, 0.0, 1.0);
+            return y < 6 || y > 32 ? 0u
+                                   : qRgba(30, 30, int(200 * (1 - line)), 128 + int(127 * line));
+        });
         QTest::newRow("a speck of a glow") << window().copy(20, 20, 7, 9);
         QTest::newRow("one pixel") << drawn(1, 1, [](int, int) { return qRgba(0, 0, 0, 100); });
         QTest::newRow("one row") << window().copy(0, 50, 30, 1);

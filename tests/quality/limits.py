@@ -45,7 +45,7 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.234, "detail": 0.6, "regions": 0, "uncovered": 0.01,
+        "colour": 0.256, "detail": 0.6, "regions": 0, "uncovered": 0.01,
         "uncovered4": 1.06, "hairlines": 1.06, "joints": 5.779, "numbers": 563
     },
     "window": {
