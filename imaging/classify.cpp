@@ -42,8 +42,8 @@ const double kInkOfPages = 0.25;
 const int kFewGreys = 8; // distinct colours
 const double kPureGreys = 0.02;
 // And no line art but drawn in grey: areas of so many lightnesses, two of them pure that are both
-// ink or both paper, or one that is neither; or a picture with more ink than pages have in which so
-// much of the variance is that of calm areas that are not flat.
+// ink or both paper, or one that is neither; ink that is pure but pale; or a picture with more ink
+// than pages have in which so much of the variance is that of calm areas that are not flat.
 const std::size_t kDrawnTones = 3;
 const int kDarkestGrey = 64;
 const int kLightestGrey = 192;
@@ -53,6 +53,8 @@ const double kShaded = 0.008;
 const double kFlatGround = 0.5;
 // Grey lines on transparency have so many edge pixels, grey shaded objects fewer.
 const double kLineEdges = 0.45;
+// And four greys hold so much of them.
+const double kGreyInkColours = 0.65;
 // Lettering and lines in some colours on transparency: four of them hold so much of it, three
 // quarters at most of shaded objects, and so many pixels are on edges, fewer of soft shadows.
 const double kInkColours = 0.9;
@@ -64,6 +66,9 @@ const double kFlat = 0.25;
 // ... or in a picture of at most so many pixels a side.
 const int kIcon = 48;
 const double kFlatInIcons = 0.1;
+// Logos in many colours, such as maps and mosaics: so many lie in flat areas and so many on edges.
+const double kFlatInManyColours = 0.4;
+const double kEdgesOfDrawings = 0.15;
 // Gradients: so few pixels are on edges.
 const double kNoEdges = 0.0005;
 // Text on coloured paper: runs of ink of so many pixels at most, or of such a part of the width.
@@ -149,6 +154,7 @@ GreyAreas greyAreasOf(Picture *picture)
     for (const DrawnTone &tone : drawn) {
         pure[tone.first > threshold] += tone.isPure();
         areas.drawn |= tone.first > kDarkestGrey && tone.last < kLightestGrey;
+        areas.drawn |= tone.first > kDarkestGrey && tone.first <= threshold && tone.isPure();
     }
     areas.drawn |= drawn.size() >= kDrawnTones || pure[0] > 1 || pure[1] > 1;
     return areas;
@@ -282,6 +288,8 @@ Classification kindOfColours(const QSize &size, const Shares &shares, int colour
         return { Kind::Logo, std::to_string(colours) + " colours" };
     if (std::max(size.width(), size.height()) <= kIcon && shares.flat >= kFlatInIcons)
         return { Kind::Logo, "as small as an icon, " + numbers };
+    if (shares.flat >= kFlatInManyColours && shares.edges >= kEdgesOfDrawings)
+        return { Kind::Logo, numbers + ", " + percent(shares.edges) + " in edges" };
     const std::string inEdges = ", " + percent(shares.edges) + " in edges";
     if (shares.flat >= kSmooth && shares.edges <= kFewEdges)
         return { Kind::Poster, numbers + inEdges };
@@ -315,7 +323,8 @@ Classification classify(Picture *picture)
         if (found && found->kind == Kind::LineArt && colouredInkShare(image) >= kColouredInk)
             found.reset();
     }
-    if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges)
+    if (shares.isGrey && shares.clear > kClearShare && shares.edges >= kLineEdges
+        && commonColoursShare(image) >= kGreyInkColours)
         found = asGreyLines(picture, shares.clear);
     if (!found)
         found = kindOfColours(image.size(), shares, features.colours);

@@ -14,7 +14,8 @@ namespace ztrace {
 
 namespace {
 
-const int kLeastSide = 64; // pixels
+const int kLeastSide = 64;    // pixels, the shorter one
+const int kLeastOfPage = 160; // and the longer one: letters on less cannot be read, icons are so
 const int kMostRows = 1024;
 const int kTiles = 24;
 const int kLeastTile = 16;     // pixels
@@ -204,7 +205,8 @@ void forEachRow(Means *means, const Paper &paper, const Call &call)
 PaperAndInk paperAndInkOf(const GreyPicture &page)
 {
     PaperAndInk found;
-    if (page.isNull() || page.isBilevel() || std::min(page.width(), page.height()) < kLeastSide)
+    if (page.isNull() || page.isBilevel() || std::min(page.width(), page.height()) < kLeastSide
+        || std::max(page.width(), page.height()) < kLeastOfPage)
         return found;
     Means means(page);
     const Paper paper(&means);

@@ -11,12 +11,14 @@
 #include "imaging/edges.h"
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
+#include "imaging/localink.h"
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
 #include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/shadedalpha.h"
+#include "imaging/softshadows.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -30,6 +32,7 @@ const int kMostColoursBesideRamps = 60000; // labels are two bytes
 const std::size_t kPixelsOfMark = 64;     // for each small area that stands out; more are a texture
 const int kColoursBesidePhotographs = 16; // fewer are not parted between drawing and photograph
 const double kLargePhotographs = 0.2;     // of the pixels
+const int kShareOfShadows = 8;            // one in so many colours, at least, is for soft shadows
 const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
 const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
@@ -49,6 +52,22 @@ int coloursOfPhotographs(const std::vector<uint8_t> &marks, int colours)
 }
 
 // Photographs in it are areas that pay, as elsewhere, and the rest is flat.
+LabelPlane segmentOpaque(const QImage &picture, int colours, Stages *stages)
+{
+    std::vector<uint8_t> photographs;
+    if (colours >= kColoursBesidePhotographs)
+        photographs = photographsIn(picture);
+    if (photographs.empty())
+        return segmentDrawing(picture, colours, stages);
+    const int most = colours - coloursOfPhotographs(photographs, colours);
+    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+    const int left = colours - int(plane.colours.size());
+    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
+              photographs, &plane);
+    return plane;
+}
+
+// Soft shadows and glows are levels of alpha, as in photographs, and the rest has none of them.
 LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
 {
     if (!flat.palette.empty()) {
@@ -57,16 +76,19 @@ LabelPlane segmentFlat(const QImage &picture, const Flat &flat, Stages *stages)
         stages->end("palette");
         return reduceFlat(binary, EdgeMap(binary), flat.palette);
     }
-    std::vector<uint8_t> photographs;
+    std::vector<uint8_t> shadows;
     if (flat.colours >= kColoursBesidePhotographs)
-        photographs = photographsIn(picture);
-    if (photographs.empty())
-        return segmentDrawing(picture, flat.colours, stages);
-    const int most = flat.colours - coloursOfPhotographs(photographs, flat.colours);
-    LabelPlane plane = segmentDrawing(onlyMarked(picture, photographs, 0), most, stages);
+        shadows = softShadowsIn(picture);
+    if (shadows.empty())
+        return segmentOpaque(picture, flat.colours, stages);
+    const int most = flat.colours - flat.colours / kShareOfShadows;
+    LabelPlane plane = segmentOpaque(onlyMarked(picture, shadows, 0), most, stages);
     const int left = flat.colours - int(plane.colours.size());
-    putMarked(reduceShaded(onlyMarked(picture, photographs, 1), left, kUsualPriceOfEdge),
-              photographs, &plane);
+    QImage settled(picture);
+    settleShadedAlpha(&settled, flat.colours, kUsualPriceOfEdge);
+    putMarked(reduceShaded(onlyMarked(settled, shadows, 1), left, kUsualPriceOfEdge), shadows,
+              &plane);
+    closeGaps(picture, shadows, &plane);
     return plane;
 }
 
@@ -102,7 +124,7 @@ Ramps takeRamps(const TracePlan &plan, QImage *image)
 // Labels of ramps, from `first` on, get the colours that they have where there are no gradients.
 void keepRamps(const Ramps &ramps, std::size_t first, Areas *areas)
 {
-    if (first == areas->colours.size())
+    if (ramps.areas.empty())
         return;
     areas->rampOf.assign(areas->colours.size(), -1);
     for (std::size_t k = 0; k < ramps.areas.size(); ++k) {
@@ -272,6 +294,10 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
         settleMixtures(ramps, firstRamp, &plane);
         recolourMixtures(image, ramps, firstRamp, &plane);
     }
+    if (plane.colours.size() == firstRamp)
+        ramps.areas.clear(); // there was no room for them
+    if (flat)
+        partLocalInk(firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
     ramps.mixtures = std::vector<RampMixture>();
 

@@ -261,6 +261,26 @@ void tst_Classify::kindsOfDrawnPictures_data()
                   return line ? qRgba(x, x, x, 255) : 0u;
               }),
         Kind::Logo, "69 % transparent, grey, two lightnesses hold 99 % of the contrast");
+    const auto noisy = [](int x, int y) {
+        const bool ink = y % 12 < 3 && x % 11 < 7;
+        return grey((ink ? 60 : 190) + int(((x * 7919 + y * 104729) ^ (x * y)) % 97 - 48));
+    };
+    add("a page under noise", drawn(200, 200, noisy), Kind::LineArt, "");
+    add("an icon of it", drawn(120, 120, noisy), Kind::Photo, "");
+    add("grey shades on transparency",
+        drawn(60, 60,
+              [](int x, int y) {
+                  const bool hole = x % 6 == 0 && y % 6 == 0;
+                  return hole ? 0u : grey(2 * x + (x * 31 + y * 17) % 37);
+              }),
+        Kind::Photo, "");
+    add("a pale watermark",
+        drawn(240, 160,
+              [](int x, int y) {
+                  const double inside = 30.0 - std::hypot(x - 120.0, y - 80.0);
+                  return grey(255 - int(18.0 * std::clamp(inside + 0.5, 0.0, 1.0)));
+              }),
+        Kind::Logo, "");
     add("flat colours",
         drawn(200, 160,
               [](int x, int y) {
@@ -278,6 +298,15 @@ void tst_Classify::kindsOfDrawnPictures_data()
             200, 160,
             [&](int x, int y) { return x < 12 ? qRgb(10, 60, 20) : shaded(x / 3 * 3, y / 3 * 3); }),
         Kind::Poster, "");
+    add("a mosaic of shades",
+        drawn(200, 160,
+              [&](int x, int y) {
+                  const bool joint = x % 10 == 0 || y % 10 == 0;
+                  return joint
+                      ? qRgb(90, 80, 75)
+                      : qRgb(60 + x / 10 * 9, 40 + y / 10 * 13, (x / 10 * 7 + y / 10 * 31) % 200);
+              }),
+        Kind::Logo, "");
     add("the same without an edge",
         drawn(200, 160, [&](int x, int y) { return shaded(x / 3 * 3, y / 3 * 3); }), Kind::Photo,
         "a gradient without edges, 45 % in flat areas, 0 % in the commonest of them");

@@ -45,8 +45,12 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.980, "detail": 0.6, "regions": 0, "uncovered": 7.07,
-        "uncovered4": 2.53, "hairlines": 2.53, "joints": 5.084, "numbers": 326
+        "colour": 0.256, "detail": 0.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 1.06, "hairlines": 1.06, "joints": 5.779, "numbers": 563
+    },
+    "window": {
+        "colour": 0.508, "detail": 1.4, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.956, "numbers": 1285
     },
     "map": {
         "colour": 0.492, "detail": 1.2, "regions": 0, "uncovered": 0.01,
@@ -57,8 +61,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.399, "numbers": 2387
     },
     "dialog": {
-        "colour": 0.668, "detail": 5.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.278, "numbers": 3313
+        "colour": 0.663, "detail": 5.3, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.105, "numbers": 3202
     },
     "cartoon": {
         "colour": 1.073, "detail": 1.5, "regions": 0, "uncovered": 0.01,

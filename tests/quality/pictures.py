@@ -257,6 +257,20 @@ def glass():
     return c.pixels()
 
 
+def window():
+    """A window with a soft shadow on nothing: dark letters on a small button, white ones on a selected row."""
+    c = Canvas(180, 130, None)
+    c.paint(c.box(18, 18, 162, 112, 6), INK, soft=16, opacity=0.5)
+    c.paint(c.box(18, 14, 162, 108, 4), WHITE)
+    for row, words in enumerate(("COLOR BOX", "RICH CORE", "THE BELT", "HALO TEST")):
+        if row == 2:
+            c.paint(c.box(24, 55, 156, 70), BLUE)
+        c.paint(c.text(30, 33 + 17 * row, 9, 1.3, words), WHITE if row == 2 else INK)
+    c.paint(c.box(100, 90, 156, 104, 2), (216, 220, 228))
+    c.paint(c.text(108, 101, 8, 1.2, "CLOSE"), INK)
+    return c.pixels()
+
+
 # Name: picture and options.
 PICTURES = {
     "discs": (discs, "-p logo"),
@@ -267,6 +281,7 @@ PICTURES = {
     "icon": (icon, "-p auto"),
     "marks": (marks, "-p logo -c 24"),
     "glass": (glass, "-p logo"),
+    "window": (window, "-p auto"),
     "map": (land, "-p logo"),
     "map-layers": (land, "-p logo --layers"),
     "dialog": (dialog, "-p auto"),
