@@ -22,7 +22,9 @@ const int kLeastPoints = 3;         // on either side
 const double kThrough = 0.06;       // pixels rms that they may be off one parabola,
 const double kThroughBySigma = 1.2; // or standard deviations, where that is more
 const double kCornerOfNode = 0.2;   // radians; a turn of more that explains the points better
-const double kSharpest = 0.3;       // pixels^-1: circles of 3.3 pixels
+// Between the means of the points before and after a node: no curve that sharp goes on.
+const double kCosineOfCorner = 0.5;
+const double kSharpest = 0.3; // pixels^-1: circles of 3.3 pixels
 
 // Whether boundaries are one smooth curve before and after a node.
 class Beside
@@ -36,8 +38,9 @@ public:
                                     int teeth) const
     {
         for (double reach : kLooksAt[teeth]) {
-            const std::optional<double> off = offSmooth(ring, count, at, teeth, reach);
-            if (off)
+            bool isCorner = false;
+            const std::optional<double> off = offSmooth(ring, count, at, teeth, reach, &isCorner);
+            if (off || isCorner)
                 return off;
         }
         return std::nullopt;
@@ -45,7 +48,7 @@ public:
 
 private:
     std::optional<double> offSmooth(const uint32_t *ring, std::size_t count, std::size_t at,
-                                    int teeth, double reach) const
+                                    int teeth, double reach, bool *isCorner) const
     {
         const Node &node = map.nodes[std::size_t(endOf(map, ring[at]))];
         const fit::Point origin = { double(node.x), double(node.y) };
@@ -61,6 +64,11 @@ private:
                 break;
         }
         if (int(before.size()) < kLeastPoints || int(after.size()) < kLeastPoints)
+            return std::nullopt;
+        const fit::Point in = -1.0 * middleOf(before);
+        const fit::Point out = middleOf(after);
+        *isCorner = dot(in, out) < kCosineOfCorner * std::sqrt(dot(in, in) * dot(out, out));
+        if (*isCorner)
             return std::nullopt;
         return offParabola(before, after, blurred, sigma / double(before.size() + after.size()),
                            teeth);
