@@ -29,12 +29,12 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.774, "numbers": 1968
     },
     "logo": {
-        "colour": 0.407, "detail": 2.9, "regions": 1, "uncovered": 0.01,
+        "colour": 0.407, "detail": 3.1, "regions": 1, "uncovered": 0.01,
         "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.564, "numbers": 534
     },
     "logo-layers": {
         "colour": 0.657, "detail": 3.6, "regions": 1, "uncovered": 101.15,
-        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.525, "numbers": 540
+        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.56, "numbers": 540
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
