@@ -387,6 +387,33 @@ double distanceTo(const Piece &piece, Point p)
     }
 }
 
+Piece cutOut(const Piece &piece, double from, double to)
+{
+    const auto mean = [](Point a, Point b, double t) { return a + t * (b - a); };
+    Piece result = piece;
+    if (piece.kind != Kind::EllipticArc) {
+        result.start = from > 0 ? pointAt(piece, from) : piece.start;
+        result.end = to != 1 ? pointAt(piece, to) : piece.end;
+    }
+    if (piece.kind == Kind::Arc) {
+        result.bulge = std::tan((to - from) * std::atan(piece.bulge));
+    } else if (piece.kind == Kind::Quadratic) {
+        result.control = mean(mean(piece.start, piece.control, from),
+                              mean(piece.control, piece.end, from), to);
+    } else if (piece.kind == Kind::Cubic) {
+        // The polar form: each control at one end twice and at the other once.
+        const auto polar = [&](double a, double b, double c) {
+            const Point p = mean(piece.start, piece.control, a);
+            const Point q = mean(piece.control, piece.control2, a);
+            const Point r = mean(piece.control2, piece.end, a);
+            return mean(mean(p, q, b), mean(q, r, b), c);
+        };
+        result.control = polar(from, from, to);
+        result.control2 = polar(from, to, to);
+    }
+    return result;
+}
+
 void move(Piece *piece, Point by)
 {
     for (Point *p :

@@ -89,6 +89,10 @@ const int kPlacesOnCurve = 16;
 // The same drawing from end to start; `smooth` is for the caller to set.
 Piece reversed(const Piece &piece);
 
+// The part of an open piece between two of its places, 0 <= from < to <= 1, exactly as long as it
+// is no elliptic arc, which stays whole. What it explains is for the caller to say.
+Piece cutOut(const Piece &piece, double from, double to);
+
 // To another place.
 void move(Piece *piece, Point by);
 

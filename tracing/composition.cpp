@@ -219,15 +219,31 @@ public:
         for (std::size_t r = 0; r < regions.size(); ++r) {
             if (painted[r].place == kNone)
                 continue;
-            (*outlines)[at(painted[r].place)].isGround = reaches[r].onGround;
-            std::vector<Path> &under = (*outlines)[at(painted[r].place)].under;
+            Outline &outline = (*outlines)[at(painted[r].place)];
+            outline.isGround = reaches[r].onGround;
+            std::vector<Path> &under = outline.under;
             for (const std::vector<uint32_t> &ring : reaches[r].rings)
                 under.push_back(fitted.pathAlong(ring.data(), ring.size(), false));
+            if (under.empty()) {
+                Path path = outerPath(fitted, r);
+                if (path.pieces().size() < outline.shape.pieces().size())
+                    under.push_back(std::move(path));
+            }
             for (int taken : reaches[r].taken) {
                 for (int hole : (*outlines)[at(painted[at(taken)].place)].holes)
                     under.push_back((*outlines)[at(hole)].shape);
             }
         }
+    }
+
+    // Without the nodes, which nobody needs where one area reaches under the other.
+    static Path outerPath(const FittedBoundaries &fitted, std::size_t region)
+    {
+        const BoundaryMap &map = fitted.map;
+        const uint32_t ring = map.firstRing[region];
+        const uint32_t first = map.firstReference[ring];
+        return fitted.pathAlong(map.references.data() + first, map.firstReference[ring + 1] - first,
+                                false);
     }
 
     // Negative for an outline that is no area's outer one.

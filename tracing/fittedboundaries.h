@@ -19,7 +19,7 @@ struct FittedBoundaries
     std::vector<fit::Path> paths;
 
     // Of chains one after the other, in the directions of the references. Where the nodes between
-    // them are not wanted, lines along the rim that go on are one.
+    // them are not wanted, pieces that go on in one are one.
     Path pathAlong(const uint32_t *references, std::size_t count, bool withNodes = true) const;
 };
 

@@ -5,28 +5,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace ztrace {
 
 namespace {
 
-const double kNodeLooksAt = 7.0; // pixels around a node that tell where it is
-const double kLeastOfLine = 3;   // points that tell a line there, and how far they may be off it:
-const double kBent = 0.15;       // pixels rms, of soft edges,
-const double kBentStairs = 0.4;  // and of hard ones
-const double kNodeAnchor = 0.05; // weight of the lattice point beside that of a chain
-const double kRimAnchor = 0.002; // likewise on the rim, where one line is enough
-const double kNodeReach = 0.75;  // pixels from there at most
-const double kRimReach = 0.45;   // likewise of nodes on the rim that would pass each other
+const double kNodeLooksAt = 7.0;  // pixels around a node that tell where it is
+const double kLeastOfLine = 3;    // points that tell a line there, and how far they may be off it:
+const double kBent = 0.15;        // pixels rms, of soft edges,
+const double kBentStairs = 0.4;   // and of hard ones
+const double kNodeAnchor = 0.05;  // weight of the lattice point beside that of a chain
+const double kRimAnchor = 0.002;  // likewise on the rim, where one line is enough
+const double kToothLooksAt = 12;  // pixels around a node with a tooth that tell where it is,
+const double kStraight = 0.06;    // pixels rms that points there may be off a line,
+const double kMeet = 0.15;        // pixels that lines may pass where they meet, and
+const double kLeastAcross = 0.25; // what their normals differ by: the determinant of the sums
+const double kNodeReach = 0.75;   // pixels from there at most
+const double kRimReach = 0.45;    // likewise of nodes on the rim that would pass each other
 
-class NodePlaces
+class NodeFinder
 {
 public:
-    NodePlaces(const BoundaryMap &m, const std::vector<ChainPoints> &p) : map(m), points(p) { }
+    NodeFinder(const BoundaryMap &m, const std::vector<ChainPoints> &p) : map(m), points(p) { }
 
     // Where the chains that end in a node meet: least squares of the distances from their lines
     // beside it. On the rim it stays on the rim, in corners of the plane where it is.
-    std::vector<fit::Point> found()
+    NodePlaces found()
     {
         const int width = map.runs.width;
         const int height = map.runs.height;
@@ -34,15 +39,20 @@ public:
             const bool upright = node.x == 0 || node.x == width;
             const bool flat = node.y == 0 || node.y == height;
             fit::Point p = { double(node.x), double(node.y) };
-            if (!(upright && flat))
+            const std::optional<fit::Point> far
+                = upright || flat ? std::nullopt : farMeetingAt(node, p);
+            if (far)
+                p = *far;
+            else if (!(upright && flat))
                 p = meetingAt(node, p, !upright, !flat);
             places.push_back(p);
+            hasTooth.push_back(far.has_value());
         }
         for (int side : { 0, width })
             orderAlongRim(&Node::x, side, &Node::y, height, &fit::Point::y);
         for (int side : { 0, height })
             orderAlongRim(&Node::y, side, &Node::x, width, &fit::Point::x);
-        return places;
+        return { places, hasTooth };
     }
 
 private:
@@ -110,6 +120,57 @@ private:
                       kPointGrid);
     }
 
+    // Where three lines meet that pass the lattice point by more than it may be off.
+    std::optional<fit::Point> farMeetingAt(const Node &node, fit::Point lattice) const
+    {
+        fit::Point normals[3], ons[3];
+        int count = 0;
+        bool isFar = false;
+        for (uint32_t reference : node.leaving) {
+            if (reference == kNoReference)
+                continue;
+            if (count == 3 || isOnRim(map.chains[chainOf(reference)]))
+                return std::nullopt;
+            const ChainPoints &p = points[chainOf(reference)];
+            double rms = HUGE_VAL;
+            for (double reach : { kToothLooksAt, 0.75 * kToothLooksAt, 0.5 * kToothLooksAt }) {
+                if (!p.isSoft()
+                    || !lineWithin(p, isReversed(reference), lattice, kToothLeavesOut, reach,
+                                   &normals[count], &ons[count], &rms))
+                    return std::nullopt;
+                if (rms <= kStraight)
+                    break;
+            }
+            if (rms > kStraight)
+                return std::nullopt;
+            isFar = isFar || std::fabs(dot(normals[count], ons[count] - lattice)) > kNodeReach;
+            ++count;
+        }
+        if (!isFar || count < 3)
+            return std::nullopt;
+        double xx = 0, xy = 0, yy = 0, x = 0, y = 0;
+        for (int k = 0; k < 3; ++k) {
+            const double d = dot(normals[k], ons[k] - lattice);
+            xx += normals[k].x * normals[k].x;
+            xy += normals[k].x * normals[k].y;
+            yy += normals[k].y * normals[k].y;
+            x += normals[k].x * d;
+            y += normals[k].y * d;
+        }
+        const double determinant = xx * yy - xy * xy;
+        if (determinant < kLeastAcross)
+            return std::nullopt;
+        const fit::Point place = lattice
+            + fit::Point { (x * yy - y * xy) / determinant, (y * xx - x * xy) / determinant };
+        for (int k = 0; k < 3; ++k) {
+            if (std::fabs(dot(normals[k], ons[k] - place)) > kMeet)
+                return std::nullopt;
+        }
+        const double reach = std::sqrt(dot(place - lattice, place - lattice));
+        return reach <= kToothReach ? std::optional<fit::Point>(onGrid(place, kPointGrid))
+                                    : std::nullopt;
+    }
+
     // The line of the points of a chain that are near its begin; false where too few are, or where
     // it does not lead to the node. Nearer ones alone where they bend, as before a corner: a line
     // across it would put the node beside the chain.
@@ -120,7 +181,8 @@ private:
         const double most = p.isSoft() ? kBent : kBentStairs;
         for (double reach : { kNodeLooksAt, 0.7 * kNodeLooksAt, 0.5 * kNodeLooksAt }) {
             double rms = 0;
-            if (!lineWithin(p, isReversed(reference), lattice, reach, normal, on, &rms))
+            if (!lineWithin(p, isReversed(reference), lattice, kNodeLeavesOut, reach, normal, on,
+                            &rms))
                 return false;
             if (rms <= most)
                 return std::fabs(dot(*normal, *on - lattice)) <= kNodeReach;
@@ -128,9 +190,9 @@ private:
         return false;
     }
 
-    // Of at least three points between kNodeLeavesOut and `reach` pixels from the lattice point.
-    static bool lineWithin(const ChainPoints &p, bool reversed, fit::Point lattice, double reach,
-                           fit::Point *normal, fit::Point *on, double *rms)
+    // Of at least three points between `from` and `reach` pixels from the lattice point.
+    static bool lineWithin(const ChainPoints &p, bool reversed, fit::Point lattice, double from,
+                           double reach, fit::Point *normal, fit::Point *on, double *rms)
     {
         const std::size_t count = p.x.size();
         double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0, syy = 0;
@@ -140,7 +202,7 @@ private:
             const double distance = std::sqrt(dot(d, d));
             if (distance > reach)
                 break;
-            if (distance < kNodeLeavesOut)
+            if (distance < from)
                 continue;
             n += 1;
             sx += d.x;
@@ -165,14 +227,24 @@ private:
     const BoundaryMap &map;
     const std::vector<ChainPoints> &points;
     std::vector<fit::Point> places;
+    std::vector<char> hasTooth;
 };
 
 } // namespace
 
-std::vector<fit::Point> placesOfNodes(const BoundaryMap &map,
-                                      const std::vector<ChainPoints> &points)
+bool NodePlaces::isBlurred(const BoundaryMap &map, int32_t node, fit::Point p) const
 {
-    return NodePlaces(map, points).found();
+    const auto number = std::size_t(node);
+    const fit::Point from = p - places[number];
+    const fit::Point lattice
+        = p - fit::Point { double(map.nodes[number].x), double(map.nodes[number].y) };
+    return std::sqrt(dot(from, from)) <= kNodeLeavesOut
+        || (hasTooth[number] && std::sqrt(dot(lattice, lattice)) <= kToothLeavesOut);
+}
+
+NodePlaces placesOfNodes(const BoundaryMap &map, const std::vector<ChainPoints> &points)
+{
+    return NodeFinder(map, points).found();
 }
 
 } // namespace ztrace

@@ -11,6 +11,7 @@
 #include "ordering.h"
 #include "passedover.h"
 #include "smallloops.h"
+#include "throughnodes.h"
 #include "touchingcorners.h"
 #include "turnedover.h"
 #include "walks.h"
@@ -64,7 +65,9 @@ public:
                      [this](uint32_t chain) { points[chain] = pointsOf(chain); });
         anySoft = std::any_of(points.begin(), points.end(),
                               [](const ChainPoints &p) { return p.edge == fit::Edge::Soft; });
-        places = placesOfNodes(map, points);
+        nodes = placesOfNodes(map, points);
+        if (anySoft)
+            paths = fitThroughNodes(map, poses, points, &nodes, mostThreads);
         small.assign(map.chains.size(), 0);
         forEachChain(chains, mostThreads, [this](uint32_t chain) { takePose(chain); });
         const EqualChains equal = equalChains(points, loops());
@@ -161,13 +164,17 @@ private:
         ChainPoints &p = points[number];
         const bool loop = chain.startNode == kNoNode;
         if (isOnRim(chain) && !loop) {
-            paths[number].pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
-                                                    places[std::size_t(chain.endNode)]) };
+            paths[number].pieces = { fit::linePiece(nodes.places[std::size_t(chain.startNode)],
+                                                    nodes.places[std::size_t(chain.endNode)]) };
             p = ChainPoints();
             return;
         }
         if (!loop)
             pinEnds(chain, &p);
+        if (!paths[number].pieces.empty()) {
+            tellPoints(p, &paths[number]);
+            pinPath(chain, &paths[number]);
+        }
         p = intoPose(poses[number], std::move(p));
         small[number] = loop && p.isSoft() && p.x.size() <= kMostOfSmall;
     }
@@ -175,10 +182,17 @@ private:
     // Chains that are the same but for their place are fitted once.
     void fitEqual(uint32_t first, const EqualChains &equal)
     {
-        if (points[first].x.empty())
+        const auto isToDo
+            = [this](uint32_t k) { return paths[k].pieces.empty() && !points[k].x.empty(); };
+        uint32_t any = first;
+        while (any != kNoReference && !isToDo(any))
+            any = equal.next[any];
+        if (any == kNoReference)
             return;
         const fit::Path path = fitPoints(points[first], map.chains[first].startNode == kNoNode);
-        for (uint32_t k = first; k != kNoReference; k = equal.next[k]) {
+        for (uint32_t k = any; k != kNoReference; k = equal.next[k]) {
+            if (!isToDo(k))
+                continue;
             paths[k] = outOfPose(poses[k], path);
             pinPath(map.chains[k], &paths[k]);
         }
@@ -284,7 +298,7 @@ private:
     {
         const Node &node = map.nodes[std::size_t(number)];
         const fit::Point lattice = { double(node.x), double(node.y) };
-        fit::Point &place = places[std::size_t(number)];
+        fit::Point &place = nodes.places[std::size_t(number)];
         if (place.x == lattice.x && place.y == lattice.y)
             return;
         place = lattice;
@@ -303,8 +317,8 @@ private:
         const bool loop = chain.startNode == kNoNode;
         fit::Path &path = paths[number];
         if (isOnRim(chain)) {
-            path.pieces = { fit::linePiece(places[std::size_t(chain.startNode)],
-                                           places[std::size_t(chain.endNode)]) };
+            path.pieces = { fit::linePiece(nodes.places[std::size_t(chain.startNode)],
+                                           nodes.places[std::size_t(chain.endNode)]) };
             return;
         }
         const bool last = times == kMostTimes;
@@ -340,15 +354,15 @@ private:
     {
         if (chain.startNode == kNoNode || path->pieces.empty())
             return;
-        path->pieces.front().start = places[std::size_t(chain.startNode)];
-        path->pieces.back().end = places[std::size_t(chain.endNode)];
+        path->pieces.front().start = nodes.places[std::size_t(chain.startNode)];
+        path->pieces.back().end = nodes.places[std::size_t(chain.endNode)];
     }
 
     // Nodes instead of what was measured where three colours mix.
     void pinEnds(const Chain &chain, ChainPoints *p) const
     {
-        const fit::Point start = places[std::size_t(chain.startNode)];
-        const fit::Point end = places[std::size_t(chain.endNode)];
+        const fit::Point start = nodes.places[std::size_t(chain.startNode)];
+        const fit::Point end = nodes.places[std::size_t(chain.endNode)];
         ChainPoints kept;
         kept.edge = p->edge;
         const bool soft = p->isSoft();
@@ -366,10 +380,9 @@ private:
         add(start, fit::kSoftSigma, 0);
         for (std::size_t k = 0; k < p->x.size(); ++k) {
             const fit::Point q = { p->x[k], p->y[k] };
-            const fit::Point a = q - start;
-            const fit::Point b = q - end;
-            const double near = std::sqrt(std::min(dot(a, a), dot(b, b)));
-            if (!soft || near > kNodeLeavesOut)
+            if (!soft
+                || (!nodes.isBlurred(map, chain.startNode, q)
+                    && !nodes.isBlurred(map, chain.endNode, q)))
                 add(q, p->sigma[k], p->crack[k]);
         }
         add(end, fit::kSoftSigma, chain.cracks);
@@ -381,7 +394,7 @@ private:
     const SoftEdges edges;
     std::vector<ChainPoints> points;
     bool anySoft = false;
-    std::vector<fit::Point> places; // of nodes
+    NodePlaces nodes;
     std::vector<fit::Path> paths;
     std::vector<char> small; // per chain: a loop to be held against the pixels' areas
     std::map<uint32_t, std::vector<Meeting>> meetings; // of the chains that cross others

@@ -18,6 +18,7 @@ class tst_Piece : public QObject
 private slots:
     void distanceEqualsSampledOne();
     void reversedPieceIsTheSameCurve();
+    void partIsTheSameCurve();
     void ellipticArcIsOnItsEllipse();
 };
 
@@ -71,6 +72,22 @@ void tst_Piece::reversedPieceIsTheSameCurve()
         // The tangent is where the curve goes.
         const Point step = pointAt(piece, 1e-6) - piece.start;
         QVERIFY(dot(step, startTangent(piece)) > 0.999 * std::hypot(step.x, step.y));
+    }
+}
+
+void tst_Piece::partIsTheSameCurve()
+{
+    for (const Piece &piece :
+         { linePiece({ 1, 2 }, { 9, 5 }), arcPiece({ 1, 2 }, { 9, 5 }, 0.4),
+           arcPiece({ 1, 2 }, { 9, 5 }, -1.7), quadraticPiece({ 1, 2 }, { 6, 9 }, { 9, 5 }),
+           cubicPiece({ 1, 2 }, { 3, 9 }, { 8, -4 }, { 9, 5 }) }) {
+        const Piece part = cutOut(piece, 0.3, 0.8);
+        for (const double t : { 0., 0.2, 0.5, 1. }) {
+            const Point gap = pointAt(piece, 0.3 + 0.5 * t) - pointAt(part, t);
+            QVERIFY(std::hypot(gap.x, gap.y) < 1e-9);
+        }
+        QVERIFY(cutOut(piece, 0, 0.5).start.x == piece.start.x);
+        QVERIFY(cutOut(piece, 0.5, 1).end.y == piece.end.y);
     }
 }
 

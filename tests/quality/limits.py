@@ -17,8 +17,8 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.176, "detail": 1.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.201, "numbers": 160
+        "colour": 0.161, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.174, "numbers": 201
     },
     "lines": {
         "colour": 0.249, "detail": 0.9, "regions": 0, "uncovered": 0.01,
@@ -29,12 +29,12 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.774, "numbers": 1968
     },
     "logo": {
-        "colour": 0.407, "detail": 3.3, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.510, "numbers": 520
+        "colour": 0.407, "detail": 3.1, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.564, "numbers": 534
     },
     "logo-layers": {
-        "colour": 0.631, "detail": 3.6, "regions": 1, "uncovered": 101.15,
-        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.525, "numbers": 523
+        "colour": 0.657, "detail": 3.6, "regions": 1, "uncovered": 101.15,
+        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.56, "numbers": 540
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
@@ -54,11 +54,11 @@ LIMITS = {
     },
     "map": {
         "colour": 0.492, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.399, "numbers": 2387
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.399, "numbers": 2519
     },
     "map-layers": {
-        "colour": 0.581, "detail": 2.5, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.399, "numbers": 2387
+        "colour": 0.581, "detail": 2.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.399, "numbers": 2519
     },
     "dialog": {
         "colour": 0.663, "detail": 5.3, "regions": 0, "uncovered": 0.01,
@@ -74,11 +74,11 @@ LIMITS = {
     },
     "hills-flat": {
         "colour": 0.844, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.819, "numbers": 266
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.658, "numbers": 322
     },
     "shaded-flat": {
         "colour": 2.805, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 22.672, "numbers": 2378
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 23.213, "numbers": 2378
     },
     "shaded": {
         "colour": 1.059, "regions": 0, "uncovered": 0.01,
