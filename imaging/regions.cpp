@@ -47,6 +47,13 @@ void add(const Region &other, Region *to)
     to->pixels = pixels;
 }
 
+// lossOfAlike for each of so many edges that it saves.
+float lossOfEdge(const Region &a, const Region &b, float edges)
+{
+    const float pixels = a.pixels + b.pixels;
+    return a.pixels * b.pixels * squaredDistance(a.mean, b.mean) / (pixels * edges);
+}
+
 // Regions that become one: a forest, in which the lowest number of each is the root.
 class Merging
 {
@@ -173,7 +180,8 @@ private:
         const uint32_t other = nearer == left ? up : left;
         add(pixel, &merging.regions[nearer]);
         const bool bridge = other != kNone && other != nearer
-            && lossOf(merging.regions[nearer], merging.regions[other]) < farthest;
+            && merging.regions[nearer].alpha == merging.regions[other].alpha
+            && lossOfEdge(merging.regions[nearer], merging.regions[other], 1.0f) < farthest;
         return bridge ? merging.merge(nearer, other) : nearer;
     }
 
@@ -288,8 +296,10 @@ std::vector<uint32_t> mergeAt(float price, const Sides &sides, std::vector<Regio
             const Region &beside = merging.regions[other];
             const bool isOther = (other != own) & (beside.alpha == region.alpha);
             const float saved = float(side.edges) + kEdgesOfRegion;
-            const float loss = isOther ? lossOfAlike(region, beside) / saved : price;
-            best = loss < least ? other : best;
+            const float loss = isOther ? lossOfEdge(region, beside, saved) : price;
+            const bool isBetter
+                = (loss < least) | ((loss == least) & (best != kNone) & (other < best));
+            best = isBetter ? other : best;
             least = std::min(loss, least);
         });
         if (best != kNone)
