@@ -220,7 +220,7 @@ public:
             if (painted[r].place == kNone)
                 continue;
             (*outlines)[at(painted[r].place)].isGround = reaches[r].onGround;
-            std::vector<Path> &under = (*outlines)[at(painted[r].place)].under;
+            RareList<Path> &under = (*outlines)[at(painted[r].place)].under;
             for (const std::vector<uint32_t> &ring : reaches[r].rings)
                 under.push_back(fitted.pathAlong(ring.data(), ring.size(), false));
             for (int taken : reaches[r].taken) {
@@ -413,12 +413,12 @@ private:
         outlines->resize(count);
         regionOf.resize(count);
         for (Outline &outline : *outlines) {
-            std::vector<int> holes;
+            RareList<int> holes;
             for (int hole : outline.holes) {
                 if (place[at(hole)] != kNone)
                     holes.push_back(place[at(hole)]);
             }
-            outline.holes.swap(holes);
+            outline.holes = std::move(holes);
         }
     }
 
