@@ -13,6 +13,7 @@
 
 #include "Path.h"
 #include "Placement.h"
+#include "RareList.h"
 
 namespace ztrace {
 
@@ -73,8 +74,8 @@ const char *const kLetteringLayer = "TEXT";
 struct Outline
 {
     Path shape;
-    QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
     QString layer;             // empty: layer "0"
+    QRgb colour = 0xFF000000u; // with alpha; an alpha of 0 paints nothing
 
     // By position in the drawing's pens: the shape is a centre line, open or closed, drawn with
     // that pen and never filled. Negative: the shape bounds an area, which is filled.
@@ -84,23 +85,23 @@ struct Outline
     // with, where the format has gradients; `colour` is the mean. Negative: `colour` alone.
     int gradient = -1;
 
+    // The ground, which has its colour, is all that is to be seen of the area: it need not be
+    // filled.
+    bool isGround = false;
+
     // Outlines of the same drawing, by position, that are cut out of this one when it is filled.
-    std::vector<int> holes;
+    RareList<int> holes;
 
     // Where the drawing has chains: the rings of the area as references to them, k for chain k, ~k
     // for the same backwards. The outer ring first, whose chains one after the other are the shape;
     // then what is not the area's in it. The area lies on the right of all. A ring may come to a
     // point twice, where it touches itself. Empty for what is no area of the picture.
-    std::vector<std::vector<int>> rings;
+    RareList<std::vector<int>> rings;
 
     // What is filled in place of the shape: the shape together with neighbours that are painted
     // later, so that nothing below shows between them. A ring around it, then rings that are cut
     // out, as the holes are. Empty: the shape.
-    std::vector<Path> under;
-
-    // The ground, which has its colour, is all that is to be seen of the area: it need not be
-    // filled.
-    bool isGround = false;
+    RareList<Path> under;
 
     // Width in pixels of a stroke of the fill's own colour that closes the hairline towards a
     // neighbour which is not painted over this outline; 0 for none.

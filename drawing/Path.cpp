@@ -5,12 +5,85 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <limits>
+#include <new>
 
 namespace ztrace {
 
 namespace {
 
 const double kQuarterTurn = 2.0 * std::atan(1.0);
+
+// Codes of the pieces. Short ones have their end in the room of one number.
+enum Code : uint8_t {
+    kLine,
+    kShortLine,
+    kQuadratic,
+    kShortQuadratic,
+    kCubic,
+    kArc,         // after its bulge
+    kEllipticArc, // after its bulge, its ratio and its angle
+    kSpline       // its degree, the number of its inner points, and this code again
+};
+
+const std::size_t kNumbersOf[] = { 2, 1, 4, 3, 6, 3, 5 };
+const int kBytesOfCount = 4;
+const std::ptrdiff_t kCodesOfSpline = 3 + kBytesOfCount;
+const double kLargestShort = 1e6; // far below what single precision holds
+
+bool isShort(uint8_t code)
+{
+    return code == kShortLine || code == kShortQuadratic;
+}
+
+uint8_t shortOf(uint8_t code) // of a line's or a quadratic's
+{
+    return code == kLine ? kShortLine : kShortQuadratic;
+}
+
+std::size_t innerCountAt(const uint8_t *code)
+{
+    std::size_t count = 0;
+    for (int k = 0; k < kBytesOfCount; ++k)
+        count |= std::size_t(code[-2 - k]) << 8 * k;
+    return count;
+}
+
+// Numbers that a block has room for.
+std::size_t roomFor(std::size_t numbers, std::size_t codes)
+{
+    const std::size_t head = 2;
+    return head + numbers + (codes + sizeof(double) - 1) / sizeof(double);
+}
+
+Point pointAt(const double *numbers)
+{
+    return Point(numbers[0], numbers[1]);
+}
+
+// Whether single precision holds it. The sign of a zero is kept as well.
+bool isShortPoint(const Point &point)
+{
+    return std::fabs(point.x) <= kLargestShort && std::fabs(point.y) <= kLargestShort
+        && double(float(point.x)) == point.x && double(float(point.y)) == point.y;
+}
+
+double shortPoint(const Point &point)
+{
+    const float both[] = { float(point.x), float(point.y) };
+    double number;
+    static_assert(sizeof both == sizeof number, "two of single precision");
+    std::memcpy(&number, both, sizeof number);
+    return number;
+}
+
+Point shortPointAt(const double *number)
+{
+    float both[2];
+    std::memcpy(both, number, sizeof both);
+    return Point(double(both[0]), double(both[1]));
+}
 
 // The points where the arc turns: its crossings of the axes through its center.
 void growByArc(const PathPiece &piece, Bounds *bounds)
@@ -56,109 +129,258 @@ void growByQuadratic(const PathPiece &piece, Bounds *bounds)
 
 } // namespace
 
+std::size_t Path::Iterator::count() const
+{
+    return *code == kSpline ? 2 * (innerCountAt(code) + 1) : kNumbersOf[*code];
+}
+
+Point Path::Iterator::end() const
+{
+    const double *behind = numbers + count();
+    return isShort(*code) ? shortPointAt(behind - 1) : pointAt(behind - 2);
+}
+
 PathPiece Path::Iterator::operator*() const
 {
     PathPiece piece;
-    piece.kind = step->kind;
-    piece.degree = step->degree;
-    piece.start = start[0];
-    piece.end = start[step->points];
-    switch (step->kind) {
-    case PathPiece::Line:
+    piece.start = start;
+    piece.end = end();
+    switch (*code) {
+    case kLine:
+    case kShortLine:
         break;
-    case PathPiece::Arc:
-        piece.bulge = start[1].x;
+    case kQuadratic:
+    case kShortQuadratic:
+        piece.kind = PathPiece::Quadratic;
+        piece.degree = 2;
+        piece.control1 = pointAt(numbers);
         break;
-    case PathPiece::EllipticArc:
-        piece.bulge = start[1].x;
-        piece.ratio = start[1].y;
-        piece.angle = start[2].x;
+    case kCubic:
+        piece.kind = PathPiece::Cubic;
+        piece.degree = 3;
+        piece.control1 = pointAt(numbers);
+        piece.control2 = pointAt(numbers + 2);
         break;
-    case PathPiece::Cubic:
-        piece.control2 = start[2];
-        piece.control1 = start[1];
+    case kEllipticArc:
+        piece.ratio = numbers[1];
+        piece.angle = numbers[2];
+        [[fallthrough]];
+    case kArc:
+        piece.kind = *code == kArc ? PathPiece::Arc : PathPiece::EllipticArc;
+        piece.degree = 2;
+        piece.bulge = numbers[0];
         break;
-    case PathPiece::Quadratic:
-        piece.control1 = start[1];
-        break;
-    case PathPiece::Spline:
-        piece.inner = start + 1;
-        piece.innerCount = step->points - 1;
-        break;
+    default:
+        piece.kind = PathPiece::Spline;
+        piece.degree = code[-1];
+        piece.innerCount = innerCountAt(code);
+        piece.inner = reinterpret_cast<const Point *>(numbers);
     }
     return piece;
 }
 
+Path::Iterator &Path::Iterator::operator++()
+{
+    start = end();
+    numbers += count();
+    code -= *code == kSpline ? kCodesOfSpline : 1;
+    return *this;
+}
+
+Path::Iterator Path::Pieces::begin() const
+{
+    return path.isEmpty() ? Iterator(nullptr, nullptr, Point())
+                          : Iterator(path.codes(), path.numbers() + 2, path.start());
+}
+
+Path::Iterator Path::Pieces::end() const
+{
+    return Iterator(path.isEmpty() ? nullptr : path.codes() - path.head().codes, nullptr, Point());
+}
+
+Path::Path(const Path &other)
+{
+    if (other.isEmpty())
+        return;
+    const Head &from = other.head();
+    resize(roomFor(from.numbers, from.codes));
+    std::copy_n(other.numbers(), from.numbers, block.get() + kHead);
+    std::copy_n(other.codes() + 1 - from.codes, from.codes,
+                const_cast<uint8_t *>(codes() + 1 - from.codes));
+    head().numbers = from.numbers;
+    head().codes = from.codes;
+    head().pieces = from.pieces;
+}
+
+Path &Path::operator=(const Path &other)
+{
+    if (this != &other)
+        *this = Path(other);
+    return *this;
+}
+
+Point Path::start() const
+{
+    return isEmpty() ? Point() : pointAt(numbers());
+}
+
+Point Path::end() const
+{
+    if (isEmpty())
+        return Point();
+    const double *behind = numbers() + head().numbers;
+    const bool isLastShort = head().codes > 0 && isShort(*(codes() + 1 - head().codes));
+    return isLastShort ? shortPointAt(behind - 1) : pointAt(behind - 2);
+}
+
+void Path::moveTo(const Point &point)
+{
+    makeRoom(2, 0);
+    head().numbers = 0;
+    head().codes = 0;
+    head().pieces = 0;
+    addNumber(point.x);
+    addNumber(point.y);
+}
+
 void Path::reserve(std::size_t pieceCount, std::size_t pointCount)
 {
-    steps.reserve(pieceCount);
-    points.reserve(pointCount);
+    const std::size_t room = roomFor(2 * pointCount, pieceCount);
+    if (!block || room > head().room)
+        resize(room);
 }
 
 void Path::lineTo(const Point &point)
 {
-    steps.push_back({ PathPiece::Line, 1, 1 });
-    points.push_back(point);
+    addPiece(kLine, {}, point);
 }
 
 void Path::arcTo(const Point &point, double bulge)
 {
-    if (bulge == 0.0) {
+    if (bulge == 0.0)
         lineTo(point);
-        return;
-    }
-    steps.push_back({ PathPiece::Arc, 2, 2 });
-    points.push_back(Point(bulge, 0.0));
-    points.push_back(point);
+    else
+        addPiece(kArc, { bulge }, point);
 }
 
 void Path::ellipticArcTo(const Point &point, double bulge, double ratio, double angle)
 {
-    if (bulge == 0.0 || ratio == 1.0) {
+    if (bulge == 0.0 || ratio == 1.0)
         arcTo(point, bulge);
-        return;
-    }
-    steps.push_back({ PathPiece::EllipticArc, 2, 3 });
-    points.push_back(Point(bulge, ratio));
-    points.push_back(Point(angle, 0.0));
-    points.push_back(point);
+    else
+        addPiece(kEllipticArc, { bulge, ratio, angle }, point);
 }
 
 void Path::quadraticTo(const Point &control, const Point &point)
 {
-    steps.push_back({ PathPiece::Quadratic, 2, 2 });
-    points.push_back(control);
-    points.push_back(point);
+    addPiece(kQuadratic, { control.x, control.y }, point);
 }
 
 void Path::cubicTo(const Point &control1, const Point &control2, const Point &point)
 {
-    steps.push_back({ PathPiece::Cubic, 3, 3 });
-    points.push_back(control1);
-    points.push_back(control2);
-    points.push_back(point);
+    addPiece(kCubic, { control1.x, control1.y, control2.x, control2.y }, point);
 }
 
 void Path::splineTo(int degree, const std::vector<Point> &innerControls, const Point &point)
 {
-    PathPiece::Kind kind = PathPiece::Spline;
-    if (degree == 2 && innerControls.size() == 1)
-        kind = PathPiece::Quadratic;
-    else if (degree == 3 && innerControls.size() == 2)
-        kind = PathPiece::Cubic;
-    steps.push_back(
-        { kind, static_cast<uint8_t>(degree), static_cast<uint32_t>(innerControls.size() + 1) });
-    points.insert(points.end(), innerControls.begin(), innerControls.end());
-    points.push_back(point);
+    const std::size_t count = innerControls.size();
+    if (degree == 2 && count == 1) {
+        quadraticTo(innerControls[0], point);
+        return;
+    }
+    if (degree == 3 && count == 2) {
+        cubicTo(innerControls[0], innerControls[1], point);
+        return;
+    }
+    if (isEmpty())
+        moveTo(Point());
+    makeRoom(2 * (count + 1), kCodesOfSpline);
+    addCode(kSpline);
+    addCode(unsigned(degree));
+    for (int k = 0; k < kBytesOfCount; ++k)
+        addCode(unsigned(count >> 8 * k & 0xFFu));
+    addCode(kSpline);
+    for (const Point &control : innerControls) {
+        addNumber(control.x);
+        addNumber(control.y);
+    }
+    addNumber(point.x);
+    addNumber(point.y);
+    ++head().pieces;
 }
+
+void Path::addPiece(uint8_t code, std::initializer_list<double> before, const Point &point)
+{
+    if (isEmpty())
+        moveTo(Point());
+    makeRoom(before.size() + 2, 1);
+    for (double number : before)
+        addNumber(number);
+    const bool shortened = (code == kLine || code == kQuadratic) && isShortPoint(point);
+    addCode(shortened ? shortOf(code) : code);
+    if (shortened) {
+        addNumber(shortPoint(point));
+    } else {
+        addNumber(point.x);
+        addNumber(point.y);
+    }
+    ++head().pieces;
+}
+
+void Path::addCode(unsigned byte)
+{
+    *const_cast<uint8_t *>(codes() - head().codes++) = uint8_t(byte);
+}
+
+void Path::makeRoom(std::size_t moreNumbers, std::size_t moreCodes)
+{
+    const std::size_t room = block ? roomFor(head().numbers + moreNumbers, head().codes + moreCodes)
+                                   : roomFor(moreNumbers, moreCodes);
+    if (!block || room > head().room)
+        resize(block ? std::max(room, 2 * std::size_t(head().room)) : room);
+}
+
+// Keeps what is there; not for less room than that takes.
+void Path::resize(std::size_t room)
+{
+    if (room > std::numeric_limits<uint32_t>::max())
+        throw std::bad_alloc();
+    std::unique_ptr<double[]> old(new double[room]);
+    old.swap(block);
+    const Head from = old ? *reinterpret_cast<const Head *>(old.get()) : Head { 0, 0, 0, 0 };
+    head() = from;
+    head().room = uint32_t(room);
+    if (!old)
+        return;
+    std::copy_n(old.get() + kHead, from.numbers, block.get() + kHead);
+    std::copy_n(reinterpret_cast<const uint8_t *>(old.get() + from.room) - from.codes, from.codes,
+                const_cast<uint8_t *>(codes() + 1 - from.codes));
+}
+
+namespace {
+
+bool areEqual(const PathPiece &a, const PathPiece &b)
+{
+    return a.kind == b.kind && a.degree == b.degree && a.start == b.start && a.end == b.end
+        && a.control1 == b.control1 && a.control2 == b.control2 && a.bulge == b.bulge
+        && a.ratio == b.ratio && a.angle == b.angle && a.innerCount == b.innerCount
+        && std::equal(a.inner, a.inner + a.innerCount, b.inner);
+}
+
+} // namespace
 
 bool operator==(const Path &a, const Path &b)
 {
-    const auto same = [](const Path::Step &one, const Path::Step &other) {
-        return one.kind == other.kind && one.degree == other.degree && one.points == other.points;
-    };
-    return a.points == b.points && a.steps.size() == b.steps.size()
-        && std::equal(a.steps.begin(), a.steps.end(), b.steps.begin(), same);
+    if (a.isEmpty() != b.isEmpty() || a.pieces().size() != b.pieces().size()
+        || a.start() != b.start())
+        return false;
+    Path::Iterator other = b.pieces().begin();
+    for (const PathPiece piece : a.pieces()) {
+        if (!areEqual(piece, *other))
+            return false;
+        ++other;
+    }
+    return true;
 }
 
 void Bounds::grow(const Point &point)

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <memory>
 #include <vector>
 
 namespace ztrace {
@@ -60,39 +62,32 @@ struct PathPiece
 };
 
 // Pieces in order; each starts where the one before it ends. Coordinates may be no finite numbers:
-// writers leave out what cannot be drawn (pieces.h). A line takes 24 bytes, a quadratic 40: a
-// photograph has half a million of them.
+// writers leave out what cannot be drawn (pieces.h). A photograph has a hundred thousand paths and
+// half a million pieces: a path is one block of memory, where a piece takes a byte beside its
+// points, and the end of a line or quadratic half the room of a point where single precision holds
+// it.
 class Path
 {
-    // A piece: its points are those of the path from where the one before it ends, `points` of
-    // them. An arc's first one is its bulge; an elliptic arc's first two are bulge, ratio and
-    // angle.
-    struct Step
-    {
-        PathPiece::Kind kind;
-        uint8_t degree;
-        uint32_t points;
-    };
-
 public:
     // Goes over the pieces and puts each together.
     class Iterator
     {
     public:
-        Iterator(const Step *atStep, const Point *atStart) : step(atStep), start(atStart) { }
+        Iterator(const uint8_t *atCode, const double *atNumbers, const Point &from)
+            : code(atCode), numbers(atNumbers), start(from)
+        { }
 
         PathPiece operator*() const;
-        Iterator &operator++()
-        {
-            start += step->points;
-            ++step;
-            return *this;
-        }
-        bool operator!=(const Iterator &other) const { return step != other.step; }
+        Iterator &operator++();
+        bool operator!=(const Iterator &other) const { return code != other.code; }
 
     private:
-        const Step *step;
-        const Point *start;
+        std::size_t count() const; // of the piece's numbers
+        Point end() const;
+
+        const uint8_t *code;   // of the piece; that of the next one is below
+        const double *numbers; // its own
+        Point start;
     };
 
     class Pieces
@@ -100,24 +95,31 @@ public:
     public:
         explicit Pieces(const Path &p) : path(p) { }
 
-        Iterator begin() const { return Iterator(path.steps.data(), path.points.data()); }
-        Iterator end() const { return Iterator(path.steps.data() + path.steps.size(), nullptr); }
-        std::size_t size() const { return path.steps.size(); }
-        bool empty() const { return path.steps.empty(); }
+        Iterator begin() const;
+        Iterator end() const;
+        std::size_t size() const { return path.isEmpty() ? 0 : path.head().pieces; }
+        bool empty() const { return size() == 0; }
 
     private:
         const Path &path;
     };
 
-    bool isEmpty() const { return points.empty(); }
-    Point start() const { return points.empty() ? Point() : points.front(); }
-    Point end() const { return points.empty() ? Point() : points.back(); }
+    Path() = default;
+    Path(const Path &other); // takes no more room than the pieces do
+    Path(Path &&other) noexcept = default;
+    Path &operator=(const Path &other);
+    Path &operator=(Path &&other) noexcept = default;
+    ~Path() = default;
+
+    bool isEmpty() const { return !block || head().numbers == 0; }
+    Point start() const;
+    Point end() const;
     Pieces pieces() const { return Pieces(*this); }
 
     // The first point, before all else; a path of it alone has no pieces.
-    void moveTo(const Point &point) { points.assign(1, point); }
+    void moveTo(const Point &point);
 
-    // Each goes on from the end.
+    // Each goes on from the end, or from (0, 0) where there was no first point.
     void lineTo(const Point &point);
     void arcTo(const Point &point, double bulge); // a line for a bulge of 0
     // Likewise, and an arc for a ratio of 1.
@@ -130,11 +132,35 @@ public:
     // Room for pieces with so many points, the first one among them.
     void reserve(std::size_t pieceCount, std::size_t pointCount);
 
-    friend bool operator==(const Path &a, const Path &b);
-
 private:
-    std::vector<Step> steps;
-    std::vector<Point> points;
+    // The block: this, then the numbers of the pieces from the front on, and their codes from the
+    // back on.
+    struct Head
+    {
+        uint32_t room;    // of the block, in numbers
+        uint32_t numbers; // in use; two for the first point, and those of the pieces
+        uint32_t codes;   // bytes in use
+        uint32_t pieces;
+    };
+
+    Head &head() { return *reinterpret_cast<Head *>(block.get()); }
+    const Head &head() const { return *reinterpret_cast<const Head *>(block.get()); }
+    const double *numbers() const { return block.get() + kHead; }
+    // The first code; the others are below it.
+    const uint8_t *codes() const
+    {
+        return reinterpret_cast<const uint8_t *>(block.get() + head().room) - 1;
+    }
+
+    void addPiece(uint8_t code, std::initializer_list<double> before, const Point &point);
+    void addCode(unsigned byte);
+    void addNumber(double number) { block[kHead + head().numbers++] = number; }
+    void makeRoom(std::size_t moreNumbers, std::size_t moreCodes);
+    void resize(std::size_t room);
+
+    static const std::size_t kHead = 2; // numbers
+
+    std::unique_ptr<double[]> block;
 };
 
 // Exact comparison, piece by piece; not-a-number equals nothing.

@@ -83,7 +83,8 @@ void appendPiece(std::string *text, const PathPiece &piece)
 }
 
 // "[1,2]", with at least one number.
-void appendList(std::string *text, const std::vector<int> &numbers)
+template<typename Numbers>
+void appendList(std::string *text, const Numbers &numbers)
 {
     char separator = '[';
     for (int number : numbers) {
@@ -94,7 +95,7 @@ void appendList(std::string *text, const std::vector<int> &numbers)
     *text += ']';
 }
 
-void appendRings(std::string *text, const std::vector<std::vector<int>> &rings)
+void appendRings(std::string *text, const RareList<std::vector<int>> &rings)
 {
     char separator = '[';
     *text += ",\"rings\":";

@@ -387,7 +387,7 @@ void checkNesting(const std::vector<Outline> &outlines)
         while (!path.empty()) {
             const int outline = path.back();
             states[at(outline)] = Open;
-            const std::vector<int> &holes = outlines[at(outline)].holes;
+            const RareList<int> &holes = outlines[at(outline)].holes;
             if (next[at(outline)] == holes.size()) {
                 states[at(outline)] = Done;
                 path.pop_back();

@@ -224,7 +224,8 @@ std::vector<int> alphasOf(const std::vector<Region> &regions)
     return alphas;
 }
 
-// Which of its neighbours' labels suits a region best, its own among them.
+// Which of its neighbours' labels suits a region best, its own among them; of equals its own, then
+// the lowest.
 class Relabelling
 {
 public:
@@ -239,12 +240,13 @@ public:
         const uint32_t end = graph.firstSide[region + 1];
         for (uint32_t s = begin; s < end; ++s)
             edges[labels[graph.sides[s].region]] += float(graph.sides[s].edges);
-        uint16_t best = labels[region];
-        float least = cost(region, best);
+        const uint16_t own = labels[region];
+        uint16_t best = own;
+        float least = cost(region, own);
         for (uint32_t s = begin; s < end; ++s) {
             const uint16_t label = labels[graph.sides[s].region];
             const float other = cost(region, label);
-            if (other < least) {
+            if (other < least || (other == least && best != own && label < best)) {
                 least = other;
                 best = label;
             }

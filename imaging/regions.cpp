@@ -1,12 +1,15 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "regions.h"
 
+#include "alpha.h"
 #include "colour.h"
 #include "forest.h"
-#include "fourcolours.h"
+#include "pixeledges.h"
 #include "prefetch.h"
+#include "sidelist.h"
 
 #include <algorithm>
+#include <cstring>
 #include <numeric>
 
 namespace ztrace {
@@ -29,54 +32,92 @@ const float kCoarser = 4.0f;
 const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
-// Sides before regions are merged for each of which there is room for one after that; where there
-// are more the list grows. The photographs that were looked at have one for three or four.
-const uint32_t kSidesOfSide = 2;
+// Sides before regions are merged for the last time for each of which there is room for one after
+// that; where there are more the list grows. The photographs that were looked at have one for three
+// or four.
+const std::size_t kSidesOfSide = 3;
 
-// Regions that are asked for before they are read: beyond those of the next row, 80 kilobytes. A
+// Regions that are asked for before they are read: beyond those of the next row, 64 kilobytes. A
 // photograph's take a sixth less time.
 const uint32_t kRegionsAhead = 4096;
 
-void add(const Region &other, Region *to)
+typedef float Four __attribute__((vector_size(16)));
+
+// A region while it grows, in one vector: the mean of its pixels, and their number.
+struct Tally
 {
-    const float pixels = to->pixels + other.pixels;
-    const float share = other.pixels / pixels;
-    to->mean.lightness += share * (other.mean.lightness - to->mean.lightness);
-    to->mean.greenRed += share * (other.mean.greenRed - to->mean.greenRed);
-    to->mean.blueYellow += share * (other.mean.blueYellow - to->mean.blueYellow);
-    to->pixels = pixels;
+    Four value;
+
+    float pixels() const { return value[3]; }
+    SeenColour mean() const { return { value[0], value[1], value[2] }; }
+};
+
+Tally tallyOf(const SeenColour &colour)
+{
+    return { Four { colour.lightness, colour.greenRed, colour.blueYellow, 1.0f } };
+}
+
+float squaredDistance(const Tally &a, const Tally &b)
+{
+    const Four apart = a.value - b.value;
+    const Four squares = apart * apart;
+    return squares[0] + squares[1] + squares[2];
+}
+
+// lossOfAlike for each of so many edges that it saves.
+float lossOfEdge(const Tally &a, const Tally &b, float edges)
+{
+    const float pixels = a.pixels() + b.pixels();
+    return a.pixels() * b.pixels() * squaredDistance(a, b) / (pixels * edges);
+}
+
+void add(const Tally &other, Tally *to)
+{
+    const float pixels = to->pixels() + other.pixels();
+    const Four mean = to->value + other.pixels() / pixels * (other.value - to->value);
+    to->value = Four { mean[0], mean[1], mean[2], pixels }; // at once, as it is read next
 }
 
 // Regions that become one: a forest, in which the lowest number of each is the root.
 class Merging
 {
 public:
-    Merging() = default;
-    explicit Merging(std::vector<Region> r) : regions(std::move(r)), up(regions.size())
-    {
-        std::iota(up.begin(), up.end(), 0u);
-    }
+    // Where pictures are opaque there are no alphas.
+    explicit Merging(bool isOpaque) : hasAlphas(!isOpaque) { }
 
     void reserve(std::size_t count)
     {
-        regions.reserve(count);
+        tallies.reserve(count);
         up.reserve(count);
+        if (hasAlphas)
+            alphas.reserve(count);
     }
 
     uint32_t rootOf(uint32_t region) { return ztrace::rootOf(&up, region); }
 
-    uint32_t addRegion(const Region &region)
+    uint32_t addRegion(const Tally &tally, uint8_t alpha)
     {
-        regions.push_back(region);
+        tallies.push_back(tally);
+        if (hasAlphas)
+            alphas.push_back(alpha);
         up.push_back(uint32_t(up.size()));
         return up.back();
     }
 
+    std::size_t count() const { return tallies.size(); }
+    Tally &tally(uint32_t root) { return tallies[root]; }
+
+    bool isOfAlpha(uint32_t region, uint8_t alpha) const
+    {
+        return !hasAlphas || alphas[region] == alpha;
+    }
+    bool areAlike(uint32_t a, uint32_t b) const { return !hasAlphas || alphas[a] == alphas[b]; }
+
     // A region that comes soon, if there is one.
     void expect(uint32_t region) const
     {
-        if (region < regions.size())
-            prefetch(&regions[region]);
+        if (region < tallies.size())
+            prefetch(&tallies[region]);
     }
 
     // Of two roots; returns the one that is left.
@@ -84,218 +125,201 @@ public:
     {
         const uint32_t low = std::min(a, b);
         const uint32_t high = std::max(a, b);
-        add(regions[high], &regions[low]);
+        add(tallies[high], &tallies[low]);
         up[high] = low;
         return low;
     }
 
-    // Numbers the roots in their order. Returns the number of every region; `roots` gets the roots
-    // themselves. Nothing is left here.
-    std::vector<uint32_t> number(std::vector<Region> *roots)
+    // The roots become all that there is, numbered in their order. Returns the new number of every
+    // region before.
+    std::vector<uint32_t> renumber()
     {
         // Nothing points to a higher number, so that all that is read has been numbered before,
         // and all that is written has been read.
-        uint32_t count = 0;
+        uint32_t roots = 0;
         for (std::size_t k = 0; k < up.size(); ++k) {
-            if (up[k] == k) {
-                regions[count] = regions[k];
-                up[k] = count++;
-            } else {
+            if (up[k] != k) {
                 up[k] = up[up[k]];
+                continue;
             }
+            tallies[roots] = tallies[k];
+            if (hasAlphas)
+                alphas[roots] = alphas[k];
+            up[k] = roots++;
         }
-        regions.resize(count);
-        *roots = std::move(regions);
-        return std::move(up);
+        tallies.resize(roots);
+        alphas.resize(hasAlphas ? roots : 0);
+        std::vector<uint32_t> numbers = std::move(up);
+        up.resize(roots);
+        std::iota(up.begin(), up.end(), 0u);
+        return numbers;
     }
 
-    std::vector<Region> regions; // of roots as they are now
+    // The regions themselves, of which nothing is left here.
+    std::vector<Region> take()
+    {
+        std::vector<Region> regions;
+        regions.reserve(tallies.size());
+        for (std::size_t k = 0; k < tallies.size(); ++k)
+            regions.push_back(
+                { tallies[k].mean(), tallies[k].pixels(), hasAlphas ? alphas[k] : 255 });
+        *this = Merging(!hasAlphas);
+        return regions;
+    }
 
 private:
+    bool hasAlphas;
+    std::vector<Tally> tallies; // of roots as they are now
+    std::vector<uint8_t> alphas;
     std::vector<uint32_t> up;
 };
-
-void renumber(const std::vector<uint32_t> &numbers, std::vector<uint32_t> *all)
-{
-    for (uint32_t &number : *all)
-        number = numbers[number];
-}
 
 // Joins the pixels of an image, row by row, to the nearer one of the regions on the left and above.
 class Growing
 {
 public:
-    Growing(const QImage &i, const SeenColours &s, float f, std::vector<uint32_t> *o)
-        : image(i), seen(s), farthest(f), ofPixel(o)
+    Growing(const QImage &i, const SeenColours &s, float f, Merging *m, PixelJoins *j)
+        : image(i), seen(s), farthest(f), merging(*m), joins(*j), width(std::size_t(i.width())),
+          pixels(width)
     { }
 
     // False when there are too many regions for the number of pixels.
-    bool run(std::vector<Region> *regions)
+    bool run()
     {
-        const std::size_t pixels = std::size_t(image.width()) * std::size_t(image.height());
-        const std::size_t most = pixels / kPixelsOfRegion + std::size_t(image.width()) + 1024;
-        ofPixel->resize(pixels);
-        merging.reserve(
-            std::min(pixels, most + std::size_t(image.width()))); // no memory before it is used
-        uint32_t *target = ofPixel->data();
-        for (int y = 0; y < image.height(); ++y, target += image.width()) {
-            addRow(row(image, y), y > 0 ? target - image.width() : nullptr, target);
-            if (merging.regions.size() > most && farthest < kFarthest)
+        const std::size_t all = width * std::size_t(image.height());
+        const std::size_t most = all / kPixelsOfRegion + width + 1024;
+        joins = PixelJoins(image.width(), image.height());
+        merging.reserve(std::min(all, most + width)); // no memory before it is used
+        std::vector<uint32_t> above(width);
+        std::vector<uint32_t> own(width);
+        std::vector<PixelJoin> row(width);
+        for (int y = 0; y < image.height(); ++y) {
+            addRow(ztrace::row(image, y), y > 0 ? above.data() : nullptr, own.data(), row.data());
+            joins.setRow(y, row.data());
+            above.swap(own);
+            if (merging.count() > most && farthest < kFarthest)
                 return false;
         }
-        renumber(merging.number(regions), ofPixel);
         return true;
     }
 
 private:
     // `above` is the row above `target`, or null.
-    void addRow(const QRgb *words, const uint32_t *above, uint32_t *target)
+    void addRow(const QRgb *words, const uint32_t *above, uint32_t *target, PixelJoin *row)
     {
+        // Beforehand, since what is looked up in tables has not to wait for each choice then.
+        for (std::size_t x = 0; x < width; ++x)
+            pixels[x]
+                = x > 0 && words[x] == words[x - 1] ? pixels[x - 1] : tallyOf(seen.of(words[x]));
         uint32_t left = kNone;
-        const int width = image.width();
-        Region pixel { seen.of(words[0]), 1.0f, qAlpha(words[0]) };
-        for (int x = 0; x < width; ++x) {
-            if (x > 0 && words[x] != words[x - 1])
-                pixel = { seen.of(words[x]), 1.0f, qAlpha(words[x]) };
-            left = addPixel(pixel, left, above ? merging.rootOf(above[x]) : kNone);
+        for (std::size_t x = 0; x < width; ++x) {
+            left = addPixel(pixels[x], uint8_t(qAlpha(words[x])), left,
+                            above ? merging.rootOf(above[x]) : kNone, &row[x]);
             target[x] = left;
         }
     }
 
     // Where both are one region it is as near on either side, and left is taken.
-    uint32_t addPixel(const Region &pixel, uint32_t left, uint32_t up)
+    uint32_t addPixel(const Tally &pixel, uint8_t alpha, uint32_t left, uint32_t up,
+                      PixelJoin *join)
     {
-        const float toLeft = distance(pixel, left);
-        const float toUp = distance(pixel, up);
-        if (!(std::min(toLeft, toUp) < farthest))
-            return merging.addRegion(pixel);
+        const float toLeft = distance(pixel, alpha, left);
+        const float toUp = distance(pixel, alpha, up);
+        if (!(std::min(toLeft, toUp) < farthest)) {
+            *join = PixelJoin::Start;
+            return merging.addRegion(pixel, alpha);
+        }
+        *join = toUp < toLeft ? PixelJoin::Up : PixelJoin::Left;
         const uint32_t nearer = toUp < toLeft ? up : left;
         const uint32_t other = nearer == left ? up : left;
-        add(pixel, &merging.regions[nearer]);
-        const bool bridge = other != kNone && other != nearer
-            && lossOf(merging.regions[nearer], merging.regions[other]) < farthest;
+        add(pixel, &merging.tally(nearer));
+        const bool bridge = other != kNone && other != nearer && merging.areAlike(nearer, other)
+            && lossOfEdge(merging.tally(nearer), merging.tally(other), 1.0f) < farthest;
         return bridge ? merging.merge(nearer, other) : nearer;
     }
 
-    float distance(const Region &pixel, uint32_t region) const
+    float distance(const Tally &pixel, uint8_t alpha, uint32_t region) const
     {
-        if (region == kNone || merging.regions[region].alpha != pixel.alpha)
+        if (region == kNone || !merging.isOfAlpha(region, alpha))
             return farthest;
-        return squaredDistance(pixel.mean, merging.regions[region].mean);
+        return squaredDistance(pixel, merging.tally(region));
     }
 
     const QImage &image;
     const SeenColours &seen;
     const float farthest; // squared
-    std::vector<uint32_t> *ofPixel;
-    Merging merging;
+    Merging &merging;
+    PixelJoins &joins;
+    const std::size_t width;
+    std::vector<Tally> pixels; // of a row
 };
 
-// Calls use(x) for every x below `end` at which two rows differ. Sixteen are looked at together, as
-// it is hard to foretell of a photograph's pixels one by one.
-template<typename Use>
-void forEachDifference(const uint32_t *a, const uint32_t *b, int end, Use use)
+// The neighbours of the regions that starts are of.
+SideList sidesOf(const RegionGraph &graph, std::size_t regions, PixelEdges edges)
 {
-    int x = 0;
-#ifdef __SSE2__
-    const auto equalFour = [](const uint32_t *one, const uint32_t *other) {
-        return _mm_cmpeq_epi32(fourWords(one), fourWords(other));
-    };
-    const auto equalEight = [&](const uint32_t *one, const uint32_t *other) {
-        return _mm_packs_epi32(equalFour(one, other), equalFour(one + 4, other + 4));
-    };
-    for (; x + 16 <= end; x += 16) {
-        const __m128i equal
-            = _mm_packs_epi16(equalEight(a + x, b + x), equalEight(a + x + 8, b + x + 8));
-        unsigned different = unsigned(_mm_movemask_epi8(equal)) ^ 0xFFFFu;
-        for (; different != 0; different &= different - 1)
-            use(x + __builtin_ctz(different));
-    }
-#endif
-    for (; x < end; ++x) {
-        if (a[x] != b[x])
-            use(x);
-    }
+    return SideList(regions, [&graph, edges](auto use) {
+        const std::size_t width = std::size_t(graph.width);
+        PixelJoins::Rows<uint32_t> rows(graph.joins, graph.regionOfStart);
+        EdgeFinder finder(width, edges);
+        std::vector<uint32_t> above(width);
+        std::vector<uint32_t> own(width);
+        for (int y = 0; y < graph.height; ++y) {
+            rows.next(above.data(), own.data());
+            finder.addRow(y > 0 ? above.data() : nullptr, own.data(), use);
+            above.swap(own);
+        }
+    });
 }
 
-// Calls use(a, b) for every pixel edge between two regions.
-template<typename Use>
-void forEachEdge(const RegionGraph &graph, Use use)
+// The region with the least loss of those that are offered, the lowest of equals. Which one it is
+// is hard to foretell: both are one number, so that there are no branches.
+class Choice
 {
-    const uint32_t *own = graph.ofPixel.data();
-    for (int y = 0; y < graph.height; ++y, own += graph.width) {
-        const uint32_t *right = own + 1;
-        forEachDifference(own, right, graph.width - 1, [&](int x) { use(own[x], right[x]); });
-        if (y == 0)
-            continue;
-        const uint32_t *above = own - graph.width;
-        forEachDifference(above, own, graph.width, [&](int x) { use(above[x], own[x]); });
-    }
-}
-
-// The regions beside each region as they stand in the picture: those of k are list[first[k]] to
-// list[first[k + 1] - 1], and a neighbour is there as often as there are edges.
-struct EdgeSides
-{
-    std::vector<uint32_t> first;
-    std::vector<uint32_t> list;
-
-    // Every pixel edge is a side of its own.
-    template<typename Use>
-    void forEachSide(uint32_t region, Use use) const
+public:
+    void offer(uint32_t region, float loss, bool isAllowed) // of a loss not below 0
     {
-        for (uint32_t s = first[region]; s < first[region + 1]; ++s)
-            use(RegionSide { list[s], 1 });
+        uint32_t bits;
+        std::memcpy(&bits, &loss, sizeof bits); // as large as the loss, compared with others'
+        const uint64_t offered = (uint64_t(bits) << 32 | region) | (uint64_t(isAllowed) - 1);
+        least = std::min(least, offered);
     }
 
-    void expect(uint32_t region) const { prefetch(list.data() + first[region]); }
+    // Not a number where there was none.
+    float loss() const
+    {
+        const uint32_t bits = uint32_t(least >> 32);
+        float loss;
+        std::memcpy(&loss, &bits, sizeof loss);
+        return loss;
+    }
+    uint32_t region() const { return uint32_t(least); }
+
+private:
+    uint64_t least = ~uint64_t(0);
 };
 
-EdgeSides findSides(const RegionGraph &graph)
+// Every region goes to the neighbour with which it loses least an edge, if that is below the price;
+// of equals to the one that begins first. forEachSide(region, use) calls use(side) for its
+// neighbours by the numbers before.
+template<typename ForEachSide>
+void mergeAt(float price, ForEachSide forEachSide, Merging *into)
 {
-    EdgeSides sides;
-    std::vector<uint32_t> &first = sides.first;
-    first.assign(graph.regions.size() + 1, 0);
-    forEachEdge(graph, [&first](uint32_t a, uint32_t b) {
-        ++first[a];
-        ++first[b];
-    });
-    std::partial_sum(first.begin(), first.end(), first.begin());
-    sides.list.resize(first.back());
-    forEachEdge(graph, [&sides](uint32_t a, uint32_t b) {
-        sides.list[--sides.first[a]] = b;
-        sides.list[--sides.first[b]] = a;
-    });
-    return sides;
-}
-
-// Every region goes to the neighbour with which it loses least an edge, if that is below the price.
-// Returns the new numbers of the regions.
-template<typename Sides>
-std::vector<uint32_t> mergeAt(float price, const Sides &sides, std::vector<Region> *regions)
-{
-    const uint32_t count = uint32_t(regions->size());
-    Merging merging(std::move(*regions));
+    Merging &merging = *into;
+    const uint32_t count = uint32_t(merging.count());
     for (uint32_t k = 0; k < count; ++k) {
         merging.expect(k + kRegionsAhead);
         const uint32_t own = merging.rootOf(k);
-        const Region region = merging.regions[own];
-        uint32_t best = kNone;
-        float least = price;
-        sides.forEachSide(k, [&](const RegionSide &side) {
+        const Tally tally = merging.tally(own);
+        Choice best;
+        forEachSide(k, [&](const RegionSide &side) {
             const uint32_t other = merging.rootOf(side.region);
-            // Whether it is the best so far is hard to foretell: no branches.
-            const Region &beside = merging.regions[other];
-            const bool isOther = (other != own) & (beside.alpha == region.alpha);
             const float saved = float(side.edges) + kEdgesOfRegion;
-            const float loss = isOther ? lossOfAlike(region, beside) / saved : price;
-            best = loss < least ? other : best;
-            least = std::min(loss, least);
+            best.offer(other, lossOfEdge(tally, merging.tally(other), saved),
+                       (other != own) & merging.areAlike(other, own));
         });
-        if (best != kNone)
-            merging.merge(own, best);
+        if (best.loss() < price)
+            merging.merge(own, best.region());
     }
-    return merging.number(regions);
 }
 
 // The regions by their new numbers: those of `numbers` n are members[first[n]] to
@@ -351,11 +375,11 @@ public:
         edges[own] = 1;
     }
 
-    void add(uint32_t neighbour, uint32_t more)
+    void add(uint32_t neighbour)
     {
         met[count] = neighbour;
         count += edges[neighbour] == 0 ? 1u : 0u;
-        edges[neighbour] += more;
+        ++edges[neighbour];
     }
 
     // Calls use(side) for the neighbours in the order in which they came, and ends the region.
@@ -377,99 +401,57 @@ private:
     uint32_t own = 0;
 };
 
-// The sides of regions that have become other ones, by their new numbers: calls use(side) for every
-// side of region 0, then end(0), and so on.
-template<typename OldSides, typename Use, typename End>
-void countSides(const std::vector<uint32_t> &numbers, const Members &members, const OldSides &old,
-                Use use, End end)
+// The sides of regions that have become other ones, by their new numbers.
+void listSides(const std::vector<uint32_t> &numbers, const SideList &old, RegionGraph *graph)
 {
+    const Members members(numbers, graph->regions.size());
     SideCounter counter(members.count());
+    graph->firstSide.reserve(members.count() + 1);
+    graph->sides.reserve(old.size() / kSidesOfSide);
+    graph->firstSide.push_back(0);
     for (uint32_t k = 0; k < members.count(); ++k) {
         counter.begin(k);
         members.forEach(
             k,
             [&](uint32_t member) {
-                old.forEachSide(member, [&](const RegionSide &side) {
-                    counter.add(numbers[side.region], side.edges);
-                });
+                old.forEach(member, [&](uint32_t side) { counter.add(numbers[side]); });
             },
             [&old](uint32_t member) { old.expect(member); });
-        counter.take(use);
-        end(k);
+        counter.take([graph](const RegionSide &side) { graph->sides.push_back(side); });
+        graph->firstSide.push_back(uint32_t(graph->sides.size()));
     }
 }
 
-// The neighbours of merged regions, each once, and the edges to them.
-class CountedSides
+// Every pixel edge counts as one of its own, so that each neighbour is asked once or a few times.
+void mergeFirst(double price, const RegionGraph &graph, Merging *merging)
 {
-public:
-    // In the room of `old`: what was before the first of the next region's members has been read,
-    // and what does not find room there waits.
-    CountedSides(const std::vector<uint32_t> &numbers, const Members &members, EdgeSides old)
-    {
-        std::vector<uint32_t> waiting;
-        std::size_t read = 0;
-        std::size_t written = 0;
-        const auto write = [&](std::size_t room) {
-            const std::size_t count = std::min(waiting.size() - read, room - written);
-            std::copy_n(waiting.begin() + std::ptrdiff_t(read), count,
-                        old.list.begin() + std::ptrdiff_t(written));
-            read += count;
-            written += count;
-            if (read < waiting.size())
-                return;
-            waiting.clear();
-            read = 0;
-        };
-        uint32_t sides = 0;
-        first.reserve(members.count() + 1);
-        first.push_back(0);
-        countSides(
-            numbers, members, old,
-            [&](const RegionSide &side) {
-                waiting.push_back(side.region);
-                waiting.push_back(side.edges);
-                ++sides;
-            },
-            [&](uint32_t k) {
-                first.push_back(sides);
-                if (k + 1 < members.count())
-                    write(old.first[members.lowest(k + 1)]);
-            });
-        write(old.list.size());
-        list = std::move(old.list);
-        list.resize(written);
-        list.insert(list.end(), waiting.begin() + std::ptrdiff_t(read), waiting.end());
-    }
+    const SideList sides = sidesOf(graph, merging->count(), PixelEdges::Longest);
+    mergeAt(
+        kFirstPart * float(price),
+        [&sides](uint32_t region, auto use) {
+            sides.forEach(region, [&use](uint32_t side) { use(RegionSide { side, 1 }); });
+        },
+        merging);
+}
 
-    template<typename Use>
-    void forEachSide(uint32_t region, Use use) const
-    {
-        const uint32_t *end = list.data() + 2 * std::size_t(first[region + 1]);
-        for (const uint32_t *side = list.data() + 2 * std::size_t(first[region]); side < end;
-             side += 2)
-            use(RegionSide { side[0], side[1] });
-    }
-
-    void expect(uint32_t region) const { prefetch(list.data() + 2 * std::size_t(first[region])); }
-
-    std::size_t count() const { return list.size() / 2; }
-
-private:
-    std::vector<uint32_t> first; // in pairs
-    std::vector<uint32_t> list;  // neighbour, edges
-};
-
-// The sides of regions that have been merged once more, to `numbers`.
-void listSides(const std::vector<uint32_t> &numbers, const CountedSides &sides, RegionGraph *graph)
+// Every neighbour is asked with all edges that it has.
+void mergeCounted(double price, const SideList &sides, Merging *merging)
 {
-    const Members members(numbers, graph->regions.size());
-    graph->firstSide.reserve(members.count() + 1);
-    graph->sides.reserve(sides.count() / kSidesOfSide);
-    graph->firstSide.push_back(0);
-    countSides(
-        numbers, members, sides, [graph](const RegionSide &side) { graph->sides.push_back(side); },
-        [graph](uint32_t) { graph->firstSide.push_back(uint32_t(graph->sides.size())); });
+    SideCounter counter(merging->count());
+    mergeAt(
+        float(price),
+        [&](uint32_t region, auto use) {
+            counter.begin(region);
+            sides.forEach(region, [&counter](uint32_t side) { counter.add(side); });
+            counter.take(use);
+        },
+        merging);
+}
+
+void renumber(const std::vector<uint32_t> &numbers, std::vector<uint32_t> *all)
+{
+    for (uint32_t &number : *all)
+        number = numbers[number];
 }
 
 } // namespace
@@ -479,18 +461,22 @@ RegionGraph findRegions(const QImage &image, const SeenColours &seen, double pri
     RegionGraph graph;
     graph.width = image.width();
     graph.height = image.height();
+    Merging merging(isOpaque(image));
     float farthest = std::max(kNearest, float(price) * kJoinShare);
-    while (!Growing(image, seen, farthest, &graph.ofPixel).run(&graph.regions))
+    while (!Growing(image, seen, farthest, &merging, &graph.joins).run()) {
+        merging = Merging(isOpaque(image));
         farthest *= kCoarser;
-    EdgeSides edgeSides = findSides(graph);
-    std::vector<uint32_t> numbers = mergeAt(kFirstPart * float(price), edgeSides, &graph.regions);
-    graph.regions.shrink_to_fit();
-    const CountedSides sides(numbers, Members(numbers, graph.regions.size()), std::move(edgeSides));
-    const std::vector<uint32_t> merged = mergeAt(float(price), sides, &graph.regions);
-    graph.regions.shrink_to_fit();
-    listSides(merged, sides, &graph);
-    renumber(merged, &numbers);
-    renumber(numbers, &graph.ofPixel);
+    }
+    graph.regionOfStart = merging.renumber();
+    graph.regionOfStart.push_back(0);
+    mergeFirst(price, graph, &merging);
+    renumber(merging.renumber(), &graph.regionOfStart);
+    const SideList sides = sidesOf(graph, merging.count(), PixelEdges::All);
+    mergeCounted(price, sides, &merging);
+    const std::vector<uint32_t> numbers = merging.renumber();
+    graph.regions = merging.take();
+    listSides(numbers, sides, &graph);
+    renumber(numbers, &graph.regionOfStart);
     return graph;
 }
 

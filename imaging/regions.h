@@ -11,6 +11,7 @@
 #include <limits>
 #include <vector>
 
+#include "pixeljoins.h"
 #include "seencolour.h"
 
 namespace ztrace {
@@ -35,7 +36,8 @@ struct RegionSide
 };
 
 // The sides of region k are sides[firstSide[k]] to sides[firstSide[k + 1] - 1]; each neighbour
-// stands there once. `ofPixel` has the region of every pixel, rows from the top.
+// stands there once. `joins` with `regionOfStart`, which has one entry more than there are starts,
+// tells the region of every pixel: a plane of numbers would take as much as the picture.
 struct RegionGraph
 {
     int width = 0;
@@ -43,7 +45,8 @@ struct RegionGraph
     std::vector<Region> regions;
     std::vector<uint32_t> firstSide;
     std::vector<RegionSide> sides;
-    std::vector<uint32_t> ofPixel;
+    PixelJoins joins;
+    std::vector<uint32_t> regionOfStart;
 };
 
 // What the picture loses when two regions of one alpha become one: the squared distance of their

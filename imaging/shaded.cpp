@@ -144,6 +144,22 @@ private:
     uint16_t *labels;
 };
 
+std::vector<uint16_t> labelPixels(const RegionGraph &graph,
+                                  const std::vector<uint16_t> &labelOfRegion)
+{
+    std::vector<uint16_t> labelOfStart;
+    labelOfStart.reserve(graph.regionOfStart.size());
+    for (uint32_t region : graph.regionOfStart)
+        labelOfStart.push_back(labelOfRegion[region]);
+    const std::size_t width = std::size_t(graph.width);
+    std::vector<uint16_t> labels(width * std::size_t(graph.height));
+    PixelJoins::Rows<uint16_t> rows(graph.joins, labelOfStart);
+    uint16_t *own = labels.data();
+    for (int y = 0; y < graph.height; ++y, own += width)
+        rows.next(y > 0 ? own - width : own, own);
+    return labels;
+}
+
 // Of the pixels of a label.
 struct Mean
 {
@@ -218,9 +234,7 @@ LabelPlane reduceShaded(const QImage &image, int colours, double price)
     LabelPlane plane;
     plane.width = image.width();
     plane.height = image.height();
-    plane.labels.reserve(graph.ofPixel.size());
-    for (uint32_t region : graph.ofPixel)
-        plane.labels.push_back(labelOfRegion[region]);
+    plane.labels = labelPixels(graph, labelOfRegion);
     graph = RegionGraph();
     Smoothing smoothing(visible, seen, palette, price, &plane.labels);
     for (int sweep = 0; sweep < kSweeps; ++sweep)

@@ -221,7 +221,7 @@ public:
                 continue;
             Outline &outline = (*outlines)[at(painted[r].place)];
             outline.isGround = reaches[r].onGround;
-            std::vector<Path> &under = outline.under;
+            RareList<Path> &under = outline.under;
             for (const std::vector<uint32_t> &ring : reaches[r].rings)
                 under.push_back(fitted.pathAlong(ring.data(), ring.size(), false));
             if (under.empty()) {
@@ -429,12 +429,12 @@ private:
         outlines->resize(count);
         regionOf.resize(count);
         for (Outline &outline : *outlines) {
-            std::vector<int> holes;
+            RareList<int> holes;
             for (int hole : outline.holes) {
                 if (place[at(hole)] != kNone)
                     holes.push_back(place[at(hole)]);
             }
-            outline.holes.swap(holes);
+            outline.holes = std::move(holes);
         }
     }
 

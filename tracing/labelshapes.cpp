@@ -23,22 +23,17 @@ private:
     double divisor;
 };
 
-Path shapeOf(const Segment *segments, std::size_t count, const ToDrawing &toDrawing)
+// In the room that the path has from the outlines before.
+void makeShape(const Segment *segments, std::size_t count, const ToDrawing &toDrawing, Path *shape)
 {
-    std::size_t points = 1;
-    for (std::size_t i = 0; i < count; ++i)
-        points += segments[i].field[Segment::kType] == kLineType ? 1 : 2;
-    Path shape;
-    shape.reserve(count, points);
-    shape.moveTo(toDrawing(segments[0].field + Segment::kX1));
+    shape->moveTo(toDrawing(segments[0].field + Segment::kX1));
     for (std::size_t i = 0; i < count; ++i) {
         const double *field = segments[i].field;
         if (field[Segment::kType] == kLineType)
-            shape.lineTo(toDrawing(field + Segment::kX2));
+            shape->lineTo(toDrawing(field + Segment::kX2));
         else
-            shape.quadraticTo(toDrawing(field + Segment::kX2), toDrawing(field + Segment::kX3));
+            shape->quadraticTo(toDrawing(field + Segment::kX2), toDrawing(field + Segment::kX3));
     }
-    return shape;
 }
 
 } // namespace
@@ -58,7 +53,8 @@ void LabelShapes::add(const LabelOutline &source, const Segment *segments)
     const std::size_t label = static_cast<std::size_t>(source.label);
     shapes.outlines.emplace_back();
     Outline &outline = shapes.outlines.back();
-    outline.shape = shapeOf(segments, source.count, ToDrawing(gridHeight, divisor));
+    makeShape(segments, source.count, ToDrawing(gridHeight, divisor), &shape);
+    outline.shape = Path(shape); // which takes no more room than it has to
     outline.colour = colours[label];
     outline.layer = layers[label];
     outline.gradient = rampOf.empty() ? -1 : rampOf[label];

@@ -28,6 +28,7 @@ private:
     const int gridHeight;
     const int divisor;
     std::vector<QString> layers; // of every label, made once
+    Path shape;                  // of the latest outline, with its room
     ShapeOutlines shapes;
 };
 

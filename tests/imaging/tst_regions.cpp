@@ -2,9 +2,11 @@
 //
 // Regions that pay for their borders, their palette and their labels.
 #include "imaging/oklab.h"
+#include "imaging/pixeledges.h"
 #include "imaging/regionpalette.h"
 #include "imaging/regions.h"
 #include "imaging/shaded.h"
+#include "imaging/sidelist.h"
 #include "support/Messages.h"
 
 #include <QImage>
@@ -55,6 +57,48 @@ RegionGraph regionsOf(const QImage &image, double price = kPrice)
     return findRegions(image, SeenColours(), price);
 }
 
+// The region of every pixel, rows from the top.
+std::vector<uint32_t> regionsOfPixels(const RegionGraph &graph)
+{
+    const std::size_t width = std::size_t(graph.width);
+    std::vector<uint32_t> regions(width * std::size_t(graph.height));
+    PixelJoins::Rows<uint32_t> rows(graph.joins, graph.regionOfStart);
+    for (std::size_t begin = 0; begin < regions.size(); begin += width)
+        rows.next(&regions[begin > 0 ? begin - width : 0], &regions[begin]);
+    return regions;
+}
+
+typedef std::pair<uint32_t, uint32_t> Pair;
+
+Pair ordered(uint32_t a, uint32_t b)
+{
+    return { std::min(a, b), std::max(a, b) };
+}
+
+// The pixel edges of a plane, by what is on their sides.
+std::map<Pair, int> plainEdges(const std::vector<uint32_t> &plane, std::size_t width)
+{
+    std::map<Pair, int> edges;
+    for (std::size_t k = 0; k < plane.size(); ++k) {
+        if ((k + 1) % width != 0 && plane[k] != plane[k + 1])
+            ++edges[ordered(plane[k], plane[k + 1])];
+        if (k + width < plane.size() && plane[k] != plane[k + width])
+            ++edges[ordered(plane[k], plane[k + width])];
+    }
+    return edges;
+}
+
+std::map<Pair, int> foundEdges(const std::vector<uint32_t> &plane, std::size_t width,
+                               PixelEdges kind)
+{
+    std::map<Pair, int> edges;
+    EdgeFinder finder(width, kind);
+    for (std::size_t begin = 0; begin < plane.size(); begin += width)
+        finder.addRow(begin > 0 ? &plane[begin - width] : nullptr, &plane[begin],
+                      [&edges](uint32_t a, uint32_t b) { ++edges[ordered(a, b)]; });
+    return edges;
+}
+
 int opaqueOrHalf(const LabelPlane &plane)
 {
     return int(std::count_if(plane.colours.begin(), plane.colours.end(),
@@ -74,6 +118,11 @@ private slots:
     void areaStaysWhereItPays();
     void sizeOfThePictureDoesNotMatter();
     void sidesAreThoseOfThePicture();
+    void rowsAreNamedAsTheyWereJoined_data();
+    void rowsAreNamedAsTheyWereJoined();
+    void edgesAreThoseOfThePlane_data();
+    void edgesAreThoseOfThePlane();
+    void numbersFarApartAreNeighbours();
     void alphasStayApart();
     void glassHasSeveralColours();
     void noiseIsBounded();
@@ -153,20 +202,16 @@ void tst_Regions::sizeOfThePictureDoesNotMatter()
 void tst_Regions::sidesAreThoseOfThePicture()
 {
     const RegionGraph graph = regionsOf(noise(37, 23, 5), 4000.0);
-    std::map<std::pair<uint32_t, uint32_t>, uint32_t> plain;
+    const std::vector<uint32_t> ofPixel = regionsOfPixels(graph);
     std::vector<float> pixels(graph.regions.size(), 0.0f);
-    for (std::size_t k = 0; k < graph.ofPixel.size(); ++k) {
-        const uint32_t own = graph.ofPixel[k];
-        ++pixels[own];
-        for (std::size_t other : { k + 1, k + 37 }) {
-            const bool beside = other < graph.ofPixel.size() && (other != k + 1 || other % 37 != 0);
-            if (beside && graph.ofPixel[other] != own) {
-                ++plain[{ own, graph.ofPixel[other] }];
-                ++plain[{ graph.ofPixel[other], own }];
-            }
-        }
+    for (uint32_t region : ofPixel)
+        ++pixels.at(region);
+    std::map<Pair, uint32_t> plain;
+    for (const auto &edge : plainEdges(ofPixel, 37)) {
+        plain[edge.first] = uint32_t(edge.second);
+        plain[{ edge.first.second, edge.first.first }] = uint32_t(edge.second);
     }
-    std::map<std::pair<uint32_t, uint32_t>, uint32_t> found;
+    std::map<Pair, uint32_t> found;
     for (uint32_t k = 0; k < graph.regions.size(); ++k) {
         QCOMPARE(graph.regions[k].pixels, pixels[k]);
         for (uint32_t s = graph.firstSide[k]; s < graph.firstSide[k + 1]; ++s)
@@ -175,6 +220,115 @@ void tst_Regions::sidesAreThoseOfThePicture()
     QVERIFY(plain.size() > 20);
     QCOMPARE(graph.sides.size(), plain.size());
     QVERIFY(found == plain);
+}
+
+void tst_Regions::rowsAreNamedAsTheyWereJoined_data()
+{
+    QTest::addColumn<int>("width");
+    for (int width : { 1, 2, 3, 4, 5, 8, 63 })
+        QTest::addRow("%d columns", width) << width;
+}
+
+void tst_Regions::rowsAreNamedAsTheyWereJoined()
+{
+    QFETCH(int, width);
+    const int height = 9;
+    std::mt19937 random { unsigned(width) };
+    PixelJoins joins(width, height);
+    std::vector<uint16_t> names;
+    std::vector<uint16_t> plain;
+    for (int y = 0; y < height; ++y) {
+        std::vector<PixelJoin> row;
+        for (int x = 0; x < width; ++x) {
+            PixelJoin join = PixelJoin(random() % 3);
+            if ((join == PixelJoin::Left && x == 0) || (join == PixelJoin::Up && y == 0))
+                join = PixelJoin::Start;
+            if (join == PixelJoin::Start)
+                names.push_back(uint16_t(random() % 1000));
+            plain.push_back(join == PixelJoin::Start ? names.back()
+                                : join == PixelJoin::Left
+                                ? plain.back()
+                                : plain[plain.size() - std::size_t(width)]);
+            row.push_back(join);
+        }
+        joins.setRow(y, row.data());
+    }
+    names.push_back(0);
+    PixelJoins::Rows<uint16_t> rows(joins, names);
+    std::vector<uint16_t> above(std::size_t(width), 0);
+    std::vector<uint16_t> own(std::size_t(width), 0);
+    for (int y = 0; y < height; ++y) {
+        rows.next(above.data(), own.data());
+        QVERIFY(std::equal(own.begin(), own.end(), plain.begin() + y * width));
+        above.swap(own);
+    }
+}
+
+void tst_Regions::edgesAreThoseOfThePlane_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("names");
+    for (int width : { 1, 2, 15, 16, 17, 63, 64, 65, 127, 128, 129, 200 }) {
+        for (int names : { 2, 300 })
+            QTest::addRow("%d columns, %d names", width, names) << width << names;
+    }
+}
+
+// Of the longest ones each stands for all that lie in a line between the same two.
+void tst_Regions::edgesAreThoseOfThePlane()
+{
+    QFETCH(int, width);
+    QFETCH(int, names);
+    std::mt19937 random(unsigned(width * names));
+    std::vector<uint32_t> plane;
+    for (int k = 0; k < 11 * width; ++k) {
+        const bool isNew = k < width || random() % 3 == 0;
+        plane.push_back(isNew ? uint32_t(random() % unsigned(names))
+                              : plane[std::size_t(k - (random() % 2 == 0 ? 1 : width))]);
+    }
+    const std::size_t columns = std::size_t(width);
+    const std::map<Pair, int> plain = plainEdges(plane, columns);
+    QVERIFY(foundEdges(plane, columns, PixelEdges::All) == plain);
+    std::map<Pair, int> longest;
+    for (std::size_t k = 0; k < plane.size(); ++k) {
+        const auto at = [&plane](std::size_t place) { return plane[place]; };
+        const bool hasNext = (k + 1) % columns != 0;
+        const bool hasBelow = k + columns < plane.size();
+        const bool goesOnDown = k >= columns && hasNext && at(k) == at(k - columns)
+            && at(k + 1) == at(k + 1 - columns);
+        if (hasNext && at(k) != at(k + 1) && !goesOnDown)
+            ++longest[ordered(at(k), at(k + 1))];
+        const bool goesOnRight = hasBelow && k % columns != 0 && at(k) == at(k - 1)
+            && at(k + columns) == at(k + columns - 1);
+        if (hasBelow && at(k) != at(k + columns) && !goesOnRight)
+            ++longest[ordered(at(k), at(k + columns))];
+    }
+    QVERIFY(foundEdges(plane, columns, PixelEdges::Longest) == longest);
+    QCOMPARE(longest.size(), plain.size());
+}
+
+void tst_Regions::numbersFarApartAreNeighbours()
+{
+    const uint32_t count = 3000000;
+    const std::vector<Pair> pairs
+        = { { 0, 1 },          { 0, 32767 },         { 0, 32768 },     { 0, 32769 },
+            { 0, 2999999 },    { 70000, 37233 },     { 70000, 37232 }, { 70000, 37231 },
+            { 65536, 131072 }, { 2999999, 2999998 }, { 32768, 65536 }, { 0, 1 } };
+    const SideList list(count, [&pairs](auto use) {
+        for (const Pair &pair : pairs)
+            use(pair.first, pair.second);
+    });
+    std::map<uint32_t, std::multiset<uint32_t>> plain;
+    for (const Pair &pair : pairs) {
+        plain[pair.first].insert(pair.second);
+        plain[pair.second].insert(pair.first);
+    }
+    for (uint32_t k = 0; k < count; ++k) {
+        std::multiset<uint32_t> found;
+        list.forEach(k, [&found](uint32_t other) { found.insert(other); });
+        const auto expected = plain.find(k);
+        QVERIFY(found == (expected == plain.end() ? std::multiset<uint32_t>() : expected->second));
+    }
 }
 
 void tst_Regions::alphasStayApart()
@@ -212,7 +366,8 @@ void tst_Regions::noiseIsBounded()
     const QImage image = noise(200, 150, 7);
     const RegionGraph graph = regionsOf(image, 1.0);
     QVERIFY(graph.regions.size() <= 200 * 150 / 3 + 200 + 1024);
-    QCOMPARE(int(graph.ofPixel.size()), 200 * 150);
+    for (uint32_t region : regionsOfPixels(graph))
+        QVERIFY(region < graph.regions.size());
 }
 
 void tst_Regions::priceOfNothingEnds()

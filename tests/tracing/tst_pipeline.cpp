@@ -101,8 +101,10 @@ private slots:
         TracePlan plan = flatPlan();
         plan.composition.byLayer = true;
         const TraceResult result = traceImage(nested({ kRed, kBlue, kWhite }), plan);
-        QCOMPARE(result.drawing.outlines[0].holes, (std::vector<int> { 1 }));
-        QCOMPARE(result.drawing.outlines[1].holes, (std::vector<int> { 2 }));
+        QCOMPARE(result.drawing.outlines[0].holes.size(), std::size_t(1));
+        QCOMPARE(result.drawing.outlines[0].holes[0], 1);
+        QCOMPARE(result.drawing.outlines[1].holes.size(), std::size_t(1));
+        QCOMPARE(result.drawing.outlines[1].holes[0], 2);
     }
 
     void onlyOneColourStays()
