@@ -150,7 +150,7 @@ class Keeping(OptionsTest):
                 self.assertEqual(fit("-p", preset, *option, "--fit", "fair"), "fair")
         self.assertEqual(fit("--raw"), "engine")
         self.assertEqual(self.svg("a.png"), self.svg("a.png", "--fit", "auto"))
-        self.write("a.png", png(400, 400, lambda x, y: (x * 7 % 251, y * 13 % 241, x * y % 239, 255)))  # borders everywhere
+        self.write("a.png", png(600, 600, lambda x, y: (x * 7 % 251, y * 13 % 241, x * y % 239, 255)))  # borders everywhere
         for preset in "photo", "poster":
             self.assertEqual(fit("-p", preset, "--detail", "9"), "engine")
             self.assertEqual(fit("-p", preset, "--detail", "9", "--fit", "fair"), "fair")

@@ -17,7 +17,7 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.161, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "colour": 0.155, "detail": 1.0, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.174, "numbers": 201
     },
     "lines": {
@@ -29,12 +29,12 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.774, "numbers": 1968
     },
     "logo": {
-        "colour": 0.407, "detail": 3.1, "regions": 1, "uncovered": 0.01,
-        "uncovered4": 0.16, "hairlines": 0.16, "joints": 1.564, "numbers": 534
+        "colour": 0.403, "detail": 3.1, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.15, "hairlines": 0.15, "joints": 1.564, "numbers": 533
     },
     "logo-layers": {
-        "colour": 0.657, "detail": 3.6, "regions": 1, "uncovered": 101.15,
-        "uncovered4": 26.03, "hairlines": 26.03, "joints": 1.56, "numbers": 540
+        "colour": 0.625, "detail": 3.5, "regions": 1, "uncovered": 92.40,
+        "uncovered4": 23.61, "hairlines": 23.61, "joints": 1.560, "numbers": 538
     },
     "icon": {
         "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
@@ -45,20 +45,20 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
     },
     "glass": {
-        "colour": 0.256, "detail": 0.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 1.06, "hairlines": 1.06, "joints": 5.779, "numbers": 563
+        "colour": 0.251, "detail": 0.4, "regions": 0, "uncovered": 0.24,
+        "uncovered4": 1.09, "hairlines": 1.09, "joints": 5.576, "numbers": 584
     },
     "window": {
         "colour": 0.508, "detail": 1.4, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.956, "numbers": 1285
     },
     "map": {
-        "colour": 0.492, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.399, "numbers": 2519
+        "colour": 0.490, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.160, "numbers": 2519
     },
     "map-layers": {
-        "colour": 0.581, "detail": 2.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.399, "numbers": 2519
+        "colour": 0.578, "detail": 2.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.160, "numbers": 2519
     },
     "dialog": {
         "colour": 0.663, "detail": 5.3, "regions": 0, "uncovered": 0.01,
@@ -78,7 +78,7 @@ LIMITS = {
     },
     "shaded-flat": {
         "colour": 2.805, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 23.213, "numbers": 2378
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 22.996, "numbers": 2369
     },
     "shaded": {
         "colour": 1.059, "regions": 0, "uncovered": 0.01,
@@ -113,8 +113,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 2.01, "joints": 15.662, "numbers": 4831
     },
     "dialog-engine": {
-        "colour": 1.930, "detail": 7.7, "regions": 24, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 24.196, "numbers": 4115
+        "colour": 1.894, "detail": 7.7, "regions": 24, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 24.196, "numbers": 4085
     },
     "grey-page-engine": {
         "colour": 2.950, "detail": 3.4, "regions": 28, "uncovered": 0.01,
