@@ -79,7 +79,7 @@ private:
     static const int kSide = 2 * kReach + 1;
     static const int kBits = 13; // of the number of places
     static const std::size_t kPlaces = std::size_t(1) << kBits;
-    static const uint32_t kNone = 0xFFFFFFFFu;
+    static constexpr uint32_t kNone = 0xFFFFFFFFu;
 
     const QRgb *cornerOf(uint32_t pixel) const
     {

@@ -61,7 +61,7 @@ private:
     {
         if (common >= end || qAlpha(plane.colours[common]) == 0
             || plane.colours.size() >= originals + kMostCopies || budget == 0
-            || !isInkNear(cornerX, y, common, rare))
+            || wasTooMuch(placeOf(left, y), counts[rare]) || !isInkNear(cornerX, y, common, rare))
             return;
         const std::vector<std::size_t> ink = inkFrom(left, y, counts[rare]);
         if (ink.empty())
@@ -76,22 +76,27 @@ private:
     bool isInkNear(int x, int y, uint16_t ink, uint16_t ground) const
     {
         int pixels[2] = { 0, 0 };
+        const int left = std::max(0, x - kReach);
+        const int count = std::min(plane.width, x + kReach) - left;
         for (int v = std::max(0, y - kReach); v < std::min(plane.height, y + kReach); ++v) {
-            for (int u = std::max(0, x - kReach); u < std::min(plane.width, x + kReach); ++u) {
-                pixels[0] += at(u, v) == ink;
-                pixels[1] += at(u, v) == ground;
+            const uint16_t *labels = plane.labels.data() + placeOf(left, v);
+            for (int k = 0; k < count; ++k) {
+                pixels[0] += labels[k] == ink;
+                pixels[1] += labels[k] == ground;
             }
         }
         return pixels[0] <= kMostOfGround * pixels[1];
     }
 
-    // What hangs together with a pixel; nothing where that is as much as `most`.
+    // What hangs together with a pixel; nothing where that is as much as `most`. What was too much
+    // before is not looked at again.
     std::vector<std::size_t> inkFrom(int x, int y, std::size_t most)
     {
         const uint16_t label = at(x, y);
+        bool isTooMuch = wasTooMuch(placeOf(x, y), most);
         std::vector<std::size_t> found = { placeOf(x, y) };
         plane.labels[found.front()] = kTaken;
-        for (std::size_t k = 0; k < found.size() && found.size() < most; ++k) {
+        for (std::size_t k = 0; k < found.size() && !isTooMuch; ++k) {
             const int middleX = int(found[k] % std::size_t(plane.width));
             const int middleY = int(found[k] / std::size_t(plane.width));
             for (int v = std::max(0, middleY - 1); v <= std::min(plane.height - 1, middleY + 1);
@@ -102,15 +107,25 @@ private:
                         continue;
                     plane.labels[placeOf(u, v)] = kTaken;
                     found.push_back(placeOf(u, v));
+                    isTooMuch = isTooMuch || wasTooMuch(found.back(), most);
                 }
             }
+            isTooMuch = isTooMuch || found.size() >= most;
         }
         for (std::size_t place : found)
             plane.labels[place] = label;
-        if (found.size() < most)
+        if (!isTooMuch)
             return found;
+        tooMuch.resize(plane.pixels(), 0);
+        for (std::size_t place : found)
+            tooMuch[place] = std::max(tooMuch[place], uint32_t(most));
         budget -= std::min(budget, found.size());
         return {};
+    }
+
+    bool wasTooMuch(std::size_t place, std::size_t most) const
+    {
+        return !tooMuch.empty() && tooMuch[place] >= most;
     }
 
     // A copy of a label that stays rarer than another one with so many pixels more.
@@ -132,6 +147,8 @@ private:
     std::size_t originals; // labels that were there before
     std::vector<std::size_t> counts;
     std::size_t budget; // pixels that may still be looked at in vain
+    // A pixel: what it hangs together with is at least so much. Empty where nothing was too much.
+    std::vector<uint32_t> tooMuch;
     std::map<std::pair<uint16_t, uint16_t>, uint16_t> copies;
 };
 

@@ -29,6 +29,16 @@ const std::size_t kLeastAlphas = 8;
 // ... and so much of which is in squares of 2 x 2 in one word is glass beside something slanted.
 const double kMostFlat = 0.5;
 
+// Of a shadow so much at least is in the middle of it; of soft edges that lie close together,
+// islets on a sea of glass, a few pixels are.
+const double kLeastInside = 0.2;
+
+// A shadow has so many pixels in the middle of it in some tile of so many pixels a side. That of a
+// window has hundreds, islets on a sea of glass are below 32, and looking closer takes 30 ms a
+// megapixel.
+const int kTile = 16;
+const int kLeastInTile = 32;
+
 // Somewhere it falls evenly: so many alphas are in 3 x 3 pixels. Glass beside an edge has fewer.
 const std::size_t kLeastInCore = 3;
 const int kMostSame = 4; // of those 9 have the middle's; in a shadow that falls by one a pixel 3
@@ -37,23 +47,26 @@ const int kReach = 2; // pixels over which a soft edge is told to be of a shadow
 
 typedef std::vector<uint8_t> Plane; // a byte a pixel, rows from the top
 
+bool isTranslucent(QRgb word)
+{
+    return word >= 0x01000000u && word < 0xFF000000u;
+}
+
+// The pixels of an image, which Qt would tell by a call each.
 struct Words
 {
-    const QImage &image;
+    explicit Words(const QImage &image)
+        : width(image.width()), height(image.height()), first(row(image, 0)),
+          perLine(std::size_t(image.bytesPerLine()) / sizeof(QRgb))
+    { }
 
-    int alphaAt(int x, int y) const { return qAlpha(row(image, y)[x]); }
-    bool isTranslucent(int x, int y) const
-    {
-        const int alpha = alphaAt(x, y);
-        return alpha != 0 && alpha != 255;
-    }
-    bool isInside(int x, int y) const
-    {
-        return x >= 0 && y >= 0 && x < image.width() && y < image.height();
-    }
+    const QRgb *line(int y) const { return first + std::size_t(y) * perLine; }
+    int alphaAt(int x, int y) const { return qAlpha(line(y)[x]); }
+    bool isTranslucent(int x, int y) const { return ztrace::isTranslucent(line(y)[x]); }
+    bool isInside(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
     std::size_t placeOf(int x, int y) const
     {
-        return std::size_t(y) * std::size_t(image.width()) + std::size_t(x);
+        return std::size_t(y) * std::size_t(width) + std::size_t(x);
     }
 
     // Whether it equals the pixels to the right, below, and between the two.
@@ -61,9 +74,9 @@ struct Words
     {
         if (!isInside(x + 1, y + 1))
             return false;
-        const QRgb *line = row(image, y);
-        const QRgb *below = row(image, y + 1);
-        return line[x] == line[x + 1] && line[x] == below[x] && line[x] == below[x + 1];
+        const QRgb *here = line(y) + x;
+        const QRgb *below = line(y + 1) + x;
+        return here[0] == here[1] && here[0] == below[0] && here[0] == below[1];
     }
 
     // Beyond the rim of the image there is no edge.
@@ -80,14 +93,21 @@ struct Words
         return isEdgeAlong(x, y, 1, 0) || isEdgeAlong(x, y, 0, 1) || isEdgeAlong(x, y, 1, 1)
             || isEdgeAlong(x, y, 1, -1);
     }
+
+    int width;
+    int height;
+
+private:
+    const QRgb *first;
+    std::size_t perLine;
 };
 
 // Pixels that can be seen through and are of no edge.
 Plane candidatesIn(const Words &words)
 {
-    Plane marks(std::size_t(words.image.width()) * std::size_t(words.image.height()), 0);
-    for (int y = 0; y < words.image.height(); ++y) {
-        for (int x = 0; x < words.image.width(); ++x)
+    Plane marks(std::size_t(words.width) * std::size_t(words.height), 0);
+    for (int y = 0; y < words.height; ++y) {
+        for (int x = 0; x < words.width; ++x)
             marks[words.placeOf(x, y)] = words.isTranslucent(x, y) && !words.isEdge(x, y);
     }
     return marks;
@@ -100,8 +120,8 @@ uint8_t sideAt(const Words &words, const Plane &sides, int x, int y)
         return 0;
     if (x == 0 || y == 0)
         return 1;
-    const QRgb *line = row(words.image, y);
-    const QRgb *above = row(words.image, y - 1);
+    const QRgb *line = words.line(y);
+    const QRgb *above = words.line(y - 1);
     if (line[x] != line[x - 1] || line[x] != above[x] || line[x] != above[x - 1])
         return 1;
     const int least = std::min({ sides[words.placeOf(x - 1, y)], sides[words.placeOf(x, y - 1)],
@@ -112,8 +132,8 @@ uint8_t sideAt(const Words &words, const Plane &sides, int x, int y)
 // Pixels of all squares of glass.
 Plane glassIn(const Words &words)
 {
-    const int width = words.image.width();
-    const int height = words.image.height();
+    const int width = words.width;
+    const int height = words.height;
     Plane sides(std::size_t(width) * std::size_t(height), 0);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x)
@@ -193,8 +213,8 @@ void keepWide(const Words &words, Plane *marks)
     Plane wide(marks->size(), 0);
     Plane cores(marks->size(), 0);
     std::vector<std::array<int, 2>> front;
-    for (int y = 0; y < words.image.height(); ++y) {
-        for (int x = 0; x < words.image.width(); ++x) {
+    for (int y = 0; y < words.height; ++y) {
+        for (int x = 0; x < words.width; ++x) {
             if ((*marks)[words.placeOf(x, y)] == 0)
                 continue;
             if (isSquare(words, *marks, x, y)) {
@@ -234,8 +254,8 @@ std::vector<uint32_t> groupsOf(const Words &words, const Plane &marks)
         const uint32_t other = rootOf(&groups, uint32_t(b));
         groups[std::max(one, other)] = std::min(one, other);
     };
-    for (int y = 0; y < words.image.height(); ++y) {
-        for (int x = 0; x < words.image.width(); ++x) {
+    for (int y = 0; y < words.height; ++y) {
+        for (int x = 0; x < words.width; ++x) {
             if (x > 0)
                 join(words.placeOf(x, y), words.placeOf(x - 1, y));
             if (y > 0)
@@ -247,7 +267,7 @@ std::vector<uint32_t> groupsOf(const Words &words, const Plane &marks)
     return groups;
 }
 
-// Groups that are large enough, and change: the others are no shadow.
+// Groups that are large enough, change, and are not all rim: the others are no shadow.
 void keepShadows(const Words &words, Plane *marks)
 {
     const std::vector<uint32_t> groups = groupsOf(words, *marks);
@@ -258,18 +278,23 @@ void keepShadows(const Words &words, Plane *marks)
     }
     std::stable_sort(order.begin(), order.end(),
                      [&](uint32_t a, uint32_t b) { return groups[a] < groups[b]; });
-    const uint32_t width = uint32_t(words.image.width());
+    const uint32_t width = uint32_t(words.width);
+    const Plane all = *marks;
     for (std::size_t first = 0, end = 0; first < order.size(); first = end) {
         std::bitset<256> alphas;
         std::size_t flat = 0;
+        std::size_t inside = 0;
         for (end = first; end < order.size() && groups[order[end]] == groups[order[first]]; ++end) {
             const int x = int(order[end] % width);
             const int y = int(order[end] / width);
             alphas.set(std::size_t(words.alphaAt(x, y)));
             flat += words.isFlat(x, y);
+            const std::array<int, 2> beside = marksBeside(words, all, x, y);
+            inside += beside[0] == beside[1] && isFalling(words, x, y);
         }
         if (end - first >= std::size_t(kLeastPixels) && alphas.count() >= kLeastAlphas
-            && double(flat) <= kMostFlat * double(end - first))
+            && double(flat) <= kMostFlat * double(end - first)
+            && double(inside) >= kLeastInside * double(end - first))
             continue;
         for (std::size_t k = first; k < end; ++k)
             (*marks)[order[k]] = 0;
@@ -280,8 +305,8 @@ void keepShadows(const Words &words, Plane *marks)
 void takeEnds(const Words &words, const Plane &glass, Plane *marks)
 {
     const Plane before = *marks;
-    for (int y = 0; y < words.image.height(); ++y) {
-        for (int x = 0; x < words.image.width(); ++x) {
+    for (int y = 0; y < words.height; ++y) {
+        for (int x = 0; x < words.width; ++x) {
             if (before[words.placeOf(x, y)] != 0 || glass[words.placeOf(x, y)] != 0
                 || !words.isTranslucent(x, y))
                 continue;
@@ -296,13 +321,55 @@ void takeEnds(const Words &words, const Plane &glass, Plane *marks)
     }
 }
 
+// Whether a pixel can be seen through as all beside it can, falls, and none of them is on an edge.
+bool isInShadow(const Words &words, int x, int y)
+{
+    bool areAll = true;
+    forEachNear(words, x, y, 1, [&](std::size_t, int u, int v) {
+        areAll = areAll && words.isTranslucent(u, v) && !words.isEdge(u, v);
+    });
+    return areAll && isFalling(words, x, y);
+}
+
+// Whether a tile has as many pixels in a shadow as one worth drawing. Most pictures on nothing have
+// none, which is seen by one look a pixel.
+bool hasTileOfShadow(const Words &words)
+{
+    std::vector<int> counts(std::size_t(words.width / kTile + 1));
+    for (int y = 0; y < words.height; ++y) {
+        if (y % kTile == 0)
+            std::fill(counts.begin(), counts.end(), 0);
+        const QRgb *line = words.line(y);
+        const QRgb *above = words.line(std::max(0, y - 1));
+        const QRgb *below = words.line(std::min(words.height - 1, y + 1));
+        for (int x = 0; x < words.width; ++x) {
+            if (!isTranslucent(line[x]))
+                continue;
+            // What falls differs from one of the four beside it.
+            if (line[x] == line[std::max(0, x - 1)]
+                && line[x] == line[std::min(words.width - 1, x + 1)] && line[x] == above[x]
+                && line[x] == below[x])
+                continue;
+            if (!isTranslucent(line[std::max(0, x - 1)]) || !isTranslucent(above[x])
+                || !isTranslucent(line[std::min(words.width - 1, x + 1)])
+                || !isTranslucent(below[x]))
+                continue;
+            if (isInShadow(words, x, y) && ++counts[std::size_t(x / kTile)] == kLeastInTile)
+                return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 std::vector<uint8_t> softShadowsIn(const QImage &image)
 {
     if (isOpaque(image))
         return {};
-    const Words words = { image };
+    const Words words(image);
+    if (!hasTileOfShadow(words))
+        return {};
     Plane marks = candidatesIn(words);
     if (std::count(marks.begin(), marks.end(), 1) < kLeastPixels)
         return {};
@@ -319,7 +386,7 @@ std::vector<uint8_t> softShadowsIn(const QImage &image)
 
 void closeGaps(const QImage &image, const std::vector<uint8_t> &marks, LabelPlane *plane)
 {
-    const Words words = { image };
+    const Words words(image);
     const auto isClear
         = [plane](std::size_t place) { return qAlpha(plane->colours[plane->labels[place]]) == 0; };
     for (int y = 0; y < image.height(); ++y) {

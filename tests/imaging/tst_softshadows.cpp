@@ -59,6 +59,20 @@ QImage glass(int left, int right)
     });
 }
 
+// A net of thin blue lines on glass, nowhere opaque: beside its knots hardly a pixel has all around
+// it that fall.
+QImage net()
+{
+    return drawn(140, 100, [](int x, int y) {
+        double covered = 0;
+        for (const double slant : { 0.21, -0.34 }) {
+            const double across = std::remainder(y + slant * x, 11.0);
+            covered = std::max(covered, 0.8 * std::clamp(1.4 - std::abs(across), 0.0, 1.0));
+        }
+        return qRgba(40, 60, 255, 89 + int(166 * covered));
+    });
+}
+
 } // namespace
 
 class tst_SoftShadows : public QObject
@@ -108,6 +122,7 @@ private slots:
             return y < 6 || y > 32 ? 0u
                                    : qRgba(30, 30, int(200 * (1 - line)), 128 + int(127 * line));
         });
+        QTest::newRow("a net on glass") << net();
         QTest::newRow("a speck of a glow") << window().copy(20, 20, 7, 9);
         QTest::newRow("one pixel") << drawn(1, 1, [](int, int) { return qRgba(0, 0, 0, 100); });
         QTest::newRow("one row") << window().copy(0, 50, 30, 1);
