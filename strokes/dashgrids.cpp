@@ -48,6 +48,9 @@ struct Mark
     double to = 0.0;
 };
 
+// Part of a dash that the ends of a row have at least; less is the rim of something else.
+const double kLeastOfDash = 0.5;
+
 class GridFinder
 {
 public:
@@ -377,13 +380,20 @@ private:
     bool take(const Track &track, const fit::Primitive &line, const DashBeat &beat, double width,
               const std::vector<Run> &runs)
     {
-        const double from = endOf(runs, beat.middle(beat.first) - 0.5 * beat.gap, beat.dash, -1.0);
-        const double to = endOf(runs, beat.middle(beat.last) + 0.5 * beat.gap, beat.dash, 1.0);
+        int first = beat.first;
+        int last = beat.last;
+        double from = endOf(runs, beat.middle(first) - 0.5 * beat.gap, beat.dash, -1.0);
+        double to = endOf(runs, beat.middle(last) + 0.5 * beat.gap, beat.dash, 1.0);
+        // A pattern begins with a dash: behind a gap that leads to hardly any ink there is none.
+        if (first < last && beat.middle(first) - 0.5 * beat.gap - from < kLeastOfDash * beat.dash)
+            from = beat.middle(first++) + 0.5 * beat.gap;
+        if (first < last && to - beat.middle(last) - 0.5 * beat.gap < kLeastOfDash * beat.dash)
+            to = beat.middle(last--) - 0.5 * beat.gap;
         std::vector<Run> drawn;
-        drawn.push_back({ from, beat.middle(beat.first) - 0.5 * beat.gap });
-        for (int k = beat.first; k <= beat.last; ++k) {
+        drawn.push_back({ from, beat.middle(first) - 0.5 * beat.gap });
+        for (int k = first; k <= last; ++k) {
             const double start = beat.middle(k) + 0.5 * beat.gap;
-            drawn.push_back({ start, k < beat.last ? start + beat.dash : to });
+            drawn.push_back({ start, k < last ? start + beat.dash : to });
         }
         Dashing dashing = dashingOf(drawn, width, 0.0);
         if (dashing.type == DashType::None)

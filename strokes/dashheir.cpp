@@ -14,6 +14,15 @@ namespace {
 // a circle tell it as little as that.
 const double kBesideCircle = 0.5;
 
+// Part of a gap by which a row may end before or behind its last dash where it meets others. A
+// pattern begins with a dash: farther off all dashes would come to lie in gaps.
+const double kOfGap = 0.5;
+
+double gapOf(const Dashing &dashing)
+{
+    return dashing.pattern.size() < 2 ? 0.0 : std::fabs(dashing.pattern[1]);
+}
+
 Section sectionOf(Point centre, double width)
 {
     Section section;
@@ -142,10 +151,14 @@ void settleDashes(Web *web)
         for (int end = 0; end < 2; ++end) {
             const int joint = atom.joint[end];
             const Meeting *meeting = joint < 0 ? nullptr : &web->meetings[std::size_t(joint)];
-            if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty()))
-                continue;
             const double less = atom.dashing.roundEnds ? 0.5 * atom.width : 0.0;
-            atom.place[end] = atom.carrier.foot(atom.inkEnd[end]) - less * outwardsOf(atom, end);
+            const Point outwards = outwardsOf(atom, end);
+            const Point ended = atom.carrier.foot(atom.inkEnd[end]) - less * outwards;
+            if (meeting && (meeting->ends.size() > 1 || !meeting->through.empty())
+                && std::fabs(dot(atom.place[end] - ended, outwards))
+                    <= kOfGap * gapOf(atom.dashing))
+                continue;
+            atom.place[end] = ended;
         }
     }
 }

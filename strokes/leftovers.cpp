@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace ztrace::strokes {
 
@@ -63,7 +64,7 @@ public:
     Drawn(const Plane &like, const StrokeDrawing &drawing) : marks(like.width, like.height)
     {
         for (const Stroke &stroke : drawing.strokes)
-            add(stroke.piece, stroke.width);
+            add(stroke.piece, stroke.width, stroke.dashing.pattern);
         for (const Arrow &arrow : drawing.arrows)
             add(arrow);
         for (const LineDot &dot : drawing.dots)
@@ -74,12 +75,29 @@ public:
     uint8_t &at(uint32_t cell) { return marks.cells[cell]; }
 
 private:
-    void add(const fit::Piece &piece, double width)
+    // What lies in the gaps of a pattern is not drawn; a pattern is dashes and gaps by turns.
+    void add(const fit::Piece &piece, double width, const std::vector<double> &pattern)
     {
         const double half = 0.5 * width;
-        const int steps = std::max(1, int(std::ceil(lengthOf(piece) / kStep)));
-        for (int k = 0; k <= steps; ++k)
+        const double length = lengthOf(piece);
+        const double period = std::accumulate(pattern.begin(), pattern.end(), 0.0);
+        const int steps = std::max(1, int(std::ceil(length / kStep)));
+        for (int k = 0; k <= steps; ++k) {
+            const double along = length * k / steps;
+            if (period > 0.0 && isInGap(pattern, std::fmod(along, period)))
+                continue;
             addDisc(fit::pointAt(piece, double(k) / steps), half);
+        }
+    }
+
+    static bool isInGap(const std::vector<double> &pattern, double along)
+    {
+        std::size_t k = 0;
+        while (k + 1 < pattern.size() && along >= pattern[k]) {
+            along -= pattern[k];
+            ++k;
+        }
+        return k % 2 != 0 && along > kStep && pattern[k] - along > kStep; // dots have no length
     }
 
     void addDisc(Point middle, double radius)
