@@ -6,6 +6,7 @@
 #include "turnedover.h"
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace ztrace {
@@ -13,7 +14,8 @@ namespace ztrace {
 namespace {
 
 const uint32_t kNoChain = uint32_t(-1);
-const double kInside = 0.05; // of a chord: its ends are other chords' as well
+const double kLongPiece = 16; // pixels
+const double kInside = 0.05;  // of a chord: its ends are other chords' as well
 
 // A small ring, and a place on what it was fitted with.
 struct Hole
@@ -158,11 +160,32 @@ private:
             : map.chains[loop].right;
     }
 
-    // The holes of the areas beside a piece that it is near to.
-    void findNear(uint32_t chain, uint32_t piece)
+    // The holes of the areas beside a piece that it is near to. A long one is looked at part by
+    // part: a slanted line has specks all over its box.
+    void findNear(uint32_t chain, uint32_t number)
+    {
+        const fit::Piece &piece = paths[chain].pieces[number];
+        const fit::Box box = boxOf(piece);
+        if (std::max(box.high.x - box.low.x, box.high.y - box.low.y) <= kLongPiece) {
+            findNear(box, chain, number);
+            return;
+        }
+        findEndsOfChords(piece, &ends);
+        fit::Point a = fit::isWhole(piece.kind) ? fit::pointAt(piece, 0) : piece.start;
+        for (double end : ends) {
+            const fit::Point b = fit::pointAt(piece, end);
+            const int parts = 1 + int(std::sqrt(squareOf(b - a)) / kLongPiece);
+            for (int k = 0; k < parts; ++k)
+                findNear(boxOf(fit::linePiece(a + (double(k) / parts) * (b - a),
+                                              a + (double(k + 1) / parts) * (b - a))),
+                         chain, number);
+            a = b;
+        }
+    }
+
+    void findNear(const fit::Box &box, uint32_t chain, uint32_t piece)
     {
         const Chain &c = map.chains[chain];
-        const fit::Box box = boxOf(paths[chain].pieces[piece]);
         grid.forEachNear(box, [&](uint32_t number) {
             const Hole &hole = holes[number];
             if (c.left != hole.area && c.right != hole.area)

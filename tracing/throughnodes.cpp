@@ -453,8 +453,8 @@ class ThroughNodes
 public:
     ThroughNodes(const BoundaryMap &m, const std::vector<Pose> &po,
                  const std::vector<ChainPoints> &p, NodePlaces *n)
-        : map(m), points(p), nodes(n), finder(m, p, po), passing(m.nodes.size(), -1),
-          paths(m.chains.size())
+        : map(m), points(p), nodes(n), finder(m, p, po), toothBefore(n->hasTooth),
+          passing(m.nodes.size(), -1), paths(m.chains.size())
     {
         walks = finder.found();
         done.assign(walks.size(), 0);
@@ -489,8 +489,7 @@ private:
         for (std::size_t i = walks[walk].closed ? 0 : 1; i < list.size(); ++i) {
             const auto node = std::size_t(startOf(map, list[i]));
             passing[node] = does ? int(walk) : -1;
-            if (does)
-                nodes->hasTooth[node] = finder.hasTooth(int32_t(node));
+            nodes->hasTooth[node] = does ? finder.hasTooth(int32_t(node)) : toothBefore[node];
         }
     }
 
@@ -560,7 +559,8 @@ private:
     SmoothWalks finder;
     std::vector<Walk> walks;
     std::vector<char> done;
-    std::vector<int> passing; // of each node the walk that goes through it, or -1
+    const std::vector<char> toothBefore; // of each node, of which no boundary goes through
+    std::vector<int> passing;            // of each node the walk that goes through it, or -1
     std::vector<fit::Path> paths;
 };
 
