@@ -318,6 +318,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     outlineLetters(page, tones, explained, drawing);
     givePens(drawing);
     takeLeftovers(explained, drawing);
+    if (!options.hard && !drawing->letters.cells.empty())
+        drawing->letterGrey = std::move(page.evenGrey);
     drawing->joints = std::move(web.joints);
     return true;
 }

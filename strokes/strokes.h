@@ -49,6 +49,9 @@ struct StrokeDrawing
     Plane solids;            // 1 in the pixels of what is no line; of no size where there is none
     Plane letters;           // likewise of letters whose strokes do not explain them
     int letterThreshold = 0; // that these have: hairlines of small letters are lighter than ink
+    // The lightnesses that it is of, from the top, where they are not the picture's: pale ink is
+    // lifted, light evened out.
+    std::vector<uint8_t> letterGrey;
     OutlinedLetters outlined;
     LeftOut leftOut;
     std::size_t inkPixels = 0; // of solids and specks as well

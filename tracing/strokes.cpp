@@ -321,8 +321,10 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
         report->remarks.push_back(Remark::HardlyDrawn);
     else
         remarkOn(strokes::contentOf(found), report);
-    addSolids(found.letters, { grey, found.letterThreshold, plan, ink, inks }, kTextLayer,
-              &drawing);
+    addSolids(found.letters,
+              { found.letterGrey.empty() ? grey : found.letterGrey, found.letterThreshold, plan,
+                ink, inks },
+              kTextLayer, &drawing);
     report->specks = leftOutOf(found.leftOut.specks);
     report->pale = leftOutOf(found.leftOut.pale);
     drawing.width = page.width;
