@@ -29,6 +29,11 @@ const double kFewMissed = 3.5;
 const double kOverPaper = 0.05;
 const double kFewOverPaper = 3.5;
 const double kInside = 0.7; // pixels
+// Letters of a pen so many pixels and such a part of their height wide are set in bold type, not
+// drawn: pens of drawings are a tenth to a seventh (ISO 3098), bold stems a quarter, and between
+// discs so wide the counters of a, e and g are gone.
+const double kBoldPen = 2.5;
+const double kBoldPart = 0.22;
 // Ink that what may be a letter misses: of a word that blur has joined .25 and more.
 const double kMuchMissed = 0.15;
 const double kSomeMissed = 8.0;
@@ -149,8 +154,10 @@ struct Letter
     std::vector<std::size_t> strokes;
     bool isText = false;    // or has lettering beside it
     bool hasText = false;   // strokes of lettering
-    bool isOther = false;   // a dash, a head's line, a ring, or part of what is larger
+    bool isOther = false;   // a dash, a head's line, or part of what is larger
+    bool isRing = false;    // by itself, or in a letter
     bool isTangled = false; // a stroke of it is of others as well
+    double widest = 0.0;    // of those, in pixels
 };
 
 // The letters of a page: parts with strokes of lettering, and such parts beside them as a row has
@@ -206,8 +213,7 @@ private:
         std::vector<std::size_t> within;
         const bool isRound
             = stroke.piece.kind == fit::Kind::Circle || stroke.piece.kind == fit::Kind::Ellipse;
-        bool isOther = stroke.dashing.type != DashType::None || stroke.role == Role::Dimension
-            || (isRound && stroke.role != Role::Text);
+        bool isOther = stroke.dashing.type != DashType::None || stroke.role == Role::Dimension;
         for (const Section &section : stroke.samples) {
             const uint32_t cell = cellAt(ink.distance, section.centre);
             const std::size_t letter = letterOf(section.centre);
@@ -219,9 +225,11 @@ private:
         for (std::size_t k : within) {
             Letter &letter = letters[k];
             letter.strokes.push_back(number);
+            letter.widest = std::max(letter.widest, stroke.width);
             letter.hasText = letter.hasText || stroke.role == Role::Text;
             letter.isText = letter.hasText;
             letter.isOther = letter.isOther || isOther;
+            letter.isRing = letter.isRing || (isRound && stroke.role != Role::Text);
             letter.isTangled = letter.isTangled || within.size() > 1;
         }
     }
@@ -290,11 +298,13 @@ double overPaperOf(const Letter &letter, const InkToExplain &ink, const Drawn &d
 // Whether strokes do not explain a letter, or next to nothing of a part that may be one.
 bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn)
 {
-    if (letter.isOther)
+    const bool isBold
+        = letter.widest >= kBoldPen && letter.widest > kBoldPart * letter.part.extent();
+    if (letter.isOther || (letter.isRing && !(isBold && letter.isText)))
         return false;
     const double all = double(letter.part.pixels());
     const double missed = missedOf(letter, drawn);
-    if (letter.strokes.empty())
+    if (letter.strokes.empty() || isBold)
         return letter.isText;
     if (!letter.hasText)
         return missed > std::max(kSomeMissed, kMuchMissed * all);
