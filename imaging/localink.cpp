@@ -116,16 +116,29 @@ private:
             plane.labels[place] = label;
         if (!isTooMuch)
             return found;
-        tooMuch.resize(plane.pixels(), 0);
-        for (std::size_t place : found)
-            tooMuch[place] = std::max(tooMuch[place], uint32_t(most));
+        noteTooMuch(found, most);
         budget -= std::min(budget, found.size());
         return {};
     }
 
+    void noteTooMuch(const std::vector<std::size_t> &found, std::size_t most)
+    {
+        const auto known = std::find(sizes.begin(), sizes.end(), most);
+        const std::size_t number = std::size_t(known - sizes.begin());
+        if (number > 0xFF)
+            return;
+        if (known == sizes.end())
+            sizes.push_back(most);
+        tooMuch.resize(plane.pixels(), 0);
+        for (std::size_t place : found) {
+            if (sizes[tooMuch[place]] < most)
+                tooMuch[place] = uint8_t(number);
+        }
+    }
+
     bool wasTooMuch(std::size_t place, std::size_t most) const
     {
-        return !tooMuch.empty() && tooMuch[place] >= most;
+        return !tooMuch.empty() && sizes[tooMuch[place]] >= most;
     }
 
     // A copy of a label that stays rarer than another one with so many pixels more.
@@ -147,8 +160,10 @@ private:
     std::size_t originals; // labels that were there before
     std::vector<std::size_t> counts;
     std::size_t budget; // pixels that may still be looked at in vain
-    // A pixel: what it hangs together with is at least so much. Empty where nothing was too much.
-    std::vector<uint32_t> tooMuch;
+    // A pixel: which of the sizes what it hangs together with has at least. Empty where nothing was
+    // too much.
+    std::vector<uint8_t> tooMuch;
+    std::vector<std::size_t> sizes = { 0 }; // 256 at most
     std::map<std::pair<uint16_t, uint16_t>, uint16_t> copies;
 };
 
