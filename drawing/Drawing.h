@@ -66,11 +66,11 @@ struct Gradient
 // Whether viewers can paint it: two stops or more, in order, and a length.
 bool isUsable(const Gradient &gradient);
 
-// One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
-// Outlines are painted in the order of the drawing, later ones over earlier ones.
 // Layer of lettering. Its areas are letters, which formats with filled areas have as such.
 const char *const kLetteringLayer = "TEXT";
 
+// One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
+// Outlines are painted in the order of the drawing, later ones over earlier ones.
 struct Outline
 {
     Path shape;

@@ -12,8 +12,8 @@ namespace ztrace {
 // labels cross at a corner the one with fewer pixels in the whole plane goes on
 // (tracing/components.h): white letters on a small blue button lose against it, as the page is
 // white. What has fewer pixels near such a corner, hangs together by edges and corners and is
-// smaller than all of the other label becomes a copy that is the rarer one. Only labels below
-// `first` that can be seen are copied; copies are appended, 1000 at most.
+// smaller than all of the other label becomes a copy that is the rarer one when it is made. Only
+// labels below `first` that can be seen are copied; copies are appended, 1000 at most.
 void partLocalInk(std::size_t first, LabelPlane *plane);
 
 } // namespace ztrace

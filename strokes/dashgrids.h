@@ -32,7 +32,8 @@ bool beatOf(const Track &track, const Coverage &coverage, const std::vector<Run>
 
 // Makes one atom of every straight row of dashes or dots with a beat, whatever lines run across it;
 // returns the dots that are of none. For clean pages: noise leaves no beat. Takes time in
-// proportion to the dashes and the lengths of their rows.
+// proportion to the dashes and the lengths of their rows, and a look at each row for every section
+// of what may be a stub at a crossing.
 std::vector<Dot> takeDashGrids(const Coverage &coverage, const Measure &measure,
                                const std::vector<Dot> &dots, Web *web);
 

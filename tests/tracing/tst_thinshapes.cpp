@@ -3,6 +3,7 @@
 // True shapes of what is a pixel or two wide: lines keep their width, and what is mended where
 // boundaries would cross is mended there alone.
 #include "FitRig.h"
+#include "PaintedTruth.h"
 
 #include "imaging/Picture.h"
 #include "tracing/chainfit.h"
@@ -24,24 +25,6 @@ const QRgb kInk = qRgb(20, 22, 30);
 const QRgb kRed = qRgb(200, 40, 30);
 const QRgb kCream = qRgb(250, 244, 228);
 const QRgb kPale = qRgb(222, 236, 200);
-
-// Exact coverage of the truth, painted over what is there.
-void paint(const fit::Truth &truth, QRgb colour, QImage *image)
-{
-    const fit::Raster raster = fit::rasterOf(truth, image->width(), image->height());
-    const auto mix
-        = [](int from, int to, double part) { return int(std::lround(from + (to - from) * part)); };
-    for (int y = 0; y < image->height(); ++y) {
-        for (int x = 0; x < image->width(); ++x) {
-            const QRgb under = image->pixel(x, y);
-            const double part = raster.at(x, y);
-            image->setPixel(x, y,
-                            qRgb(mix(qRed(under), qRed(colour), part),
-                                 mix(qGreen(under), qGreen(colour), part),
-                                 mix(qBlue(under), qBlue(colour), part)));
-        }
-    }
-}
 
 Drawing traceInk(const QImage &image, bool marks)
 {

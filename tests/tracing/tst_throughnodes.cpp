@@ -2,6 +2,7 @@
 //
 // Boundaries that go on where other areas begin or end beside them are one curve.
 #include "FitRig.h"
+#include "PaintedTruth.h"
 
 #include "imaging/Picture.h"
 #include "tracing/pipeline.h"
@@ -20,24 +21,6 @@ const QRgb kWhite = qRgb(255, 255, 255);
 const QRgb kPale = qRgb(222, 236, 200);
 const QRgb kGround = qRgb(235, 235, 235);
 const int kSide = 90;
-
-// Exact coverage of the truth, painted over what is there.
-void paint(const fit::Truth &truth, QRgb colour, QImage *image)
-{
-    const fit::Raster raster = fit::rasterOf(truth, image->width(), image->height());
-    const auto mix
-        = [](int from, int to, double part) { return int(std::lround(from + (to - from) * part)); };
-    for (int y = 0; y < image->height(); ++y) {
-        for (int x = 0; x < image->width(); ++x) {
-            const QRgb under = image->pixel(x, y);
-            const double part = raster.at(x, y);
-            image->setPixel(x, y,
-                            qRgb(mix(qRed(under), qRed(colour), part),
-                                 mix(qGreen(under), qGreen(colour), part),
-                                 mix(qBlue(under), qBlue(colour), part)));
-        }
-    }
-}
 
 Drawing trace(const QImage &image, int colours)
 {
