@@ -15,10 +15,6 @@
 #include "ramp.h"
 #include "rampcells.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 namespace ztrace {
 
 // What a pixel edge has to save (shaded.h) where nothing else is said: that of the usual detail.
@@ -111,24 +107,6 @@ void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
 // image is flat, the mixtures are in the order in which they were made.
 void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first,
                       LabelPlane *plane);
-
-// Where the run of equal numbers ends that begins at x, in a row of `width` pixels.
-inline int endOfRun(const uint16_t *numbers, int x, int width)
-{
-    const uint16_t own = numbers[x];
-#ifdef __SSE2__
-    const __m128i eight = _mm_set1_epi16(static_cast<short>(own));
-    for (; x + 8 <= width; x += 8) {
-        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i *>(numbers + x));
-        const unsigned equal = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(eight, next)));
-        if (equal != 0xFFFFu)
-            return x + int(unsigned(__builtin_ctz(~equal)) / sizeof(uint16_t));
-    }
-#endif
-    while (x < width && numbers[x] == own)
-        ++x;
-    return x;
-}
 
 } // namespace ztrace
 
