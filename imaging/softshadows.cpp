@@ -4,6 +4,7 @@
 #include "alpha.h"
 #include "colour.h"
 #include "forest.h"
+#include "fourcolours.h"
 
 #include <algorithm>
 #include <array>
@@ -321,15 +322,75 @@ void takeEnds(const Words &words, const Plane &glass, Plane *marks)
     }
 }
 
-// Whether a pixel can be seen through as all beside it can, falls, and none of them is on an edge.
+// Whether of a pixel and those beside it, which all can be seen through, none is on an edge, and it
+// falls. Most that are not so are on the soft edge of something solid themselves.
 bool isInShadow(const Words &words, int x, int y)
 {
-    bool areAll = true;
-    forEachNear(words, x, y, 1, [&](std::size_t, int u, int v) {
-        areAll = areAll && words.isTranslucent(u, v) && !words.isEdge(u, v);
-    });
-    return areAll && isFalling(words, x, y);
+    if (words.isEdge(x, y))
+        return false;
+    bool isEdge = false;
+    forEachNear(words, x, y, 1,
+                [&](std::size_t, int u, int v) { isEdge = isEdge || words.isEdge(u, v); });
+    return !isEdge && isFalling(words, x, y);
 }
+
+// A row of words, and the ones above and below it; at the rim of the image they are the row itself.
+struct ThreeRows
+{
+    const QRgb *above;
+    const QRgb *line;
+    const QRgb *below;
+    int width;
+
+    // What falls differs from one of the four beside it.
+    bool isChange(int x) const
+    {
+        const QRgb word = line[x];
+        return isTranslucent(word)
+            && (word != line[std::max(0, x - 1)] || word != line[std::min(width - 1, x + 1)]
+                || word != above[x] || word != below[x]);
+    }
+
+    // The first pixel from `x` on that can be seen through and is not like all beside it; `width`
+    // where there is none.
+    int nextChange(int x) const
+    {
+#ifdef __SSE2__
+        if (x == 0 && width > 0 && isChange(0))
+            return 0;
+        for (x = std::max(1, x); x + 4 < width; x += 4) {
+            const __m128i four = fourWords(line + x);
+            const __m128i alphas = _mm_srli_epi32(four, 24);
+            const __m128i areNot = _mm_or_si128(_mm_cmpeq_epi32(alphas, _mm_setzero_si128()),
+                                                _mm_cmpeq_epi32(alphas, _mm_set1_epi32(255)));
+            if (_mm_movemask_epi8(areNot) == 0xFFFF)
+                continue;
+            const __m128i alikeAcross
+                = _mm_and_si128(_mm_cmpeq_epi32(four, fourWords(line + x - 1)),
+                                _mm_cmpeq_epi32(four, fourWords(line + x + 1)));
+            const __m128i alikeDown = _mm_and_si128(_mm_cmpeq_epi32(four, fourWords(above + x)),
+                                                    _mm_cmpeq_epi32(four, fourWords(below + x)));
+            const __m128i areOut = _mm_or_si128(areNot, _mm_and_si128(alikeAcross, alikeDown));
+            const unsigned found = unsigned(_mm_movemask_ps(_mm_castsi128_ps(areOut))) ^ 0xFu;
+            if (found != 0)
+                return x + __builtin_ctz(found);
+        }
+#endif
+        while (x < width && !isChange(x))
+            ++x;
+        return x;
+    }
+
+    bool areTranslucentBeside(int x) const
+    {
+        const int before = std::max(0, x - 1);
+        const int after = std::min(width - 1, x + 1);
+        const std::array<QRgb, 8> beside
+            = { line[before], line[after],   above[before], above[x],
+                above[after], below[before], below[x],      below[after] };
+        return std::all_of(beside.begin(), beside.end(), isTranslucent);
+    }
+};
 
 // Whether a tile has as many pixels in a shadow as one worth drawing. Most pictures on nothing have
 // none, which is seen by one look a pixel.
@@ -339,20 +400,10 @@ bool hasTileOfShadow(const Words &words)
     for (int y = 0; y < words.height; ++y) {
         if (y % kTile == 0)
             std::fill(counts.begin(), counts.end(), 0);
-        const QRgb *line = words.line(y);
-        const QRgb *above = words.line(std::max(0, y - 1));
-        const QRgb *below = words.line(std::min(words.height - 1, y + 1));
-        for (int x = 0; x < words.width; ++x) {
-            if (!isTranslucent(line[x]))
-                continue;
-            // What falls differs from one of the four beside it.
-            if (line[x] == line[std::max(0, x - 1)]
-                && line[x] == line[std::min(words.width - 1, x + 1)] && line[x] == above[x]
-                && line[x] == below[x])
-                continue;
-            if (!isTranslucent(line[std::max(0, x - 1)]) || !isTranslucent(above[x])
-                || !isTranslucent(line[std::min(words.width - 1, x + 1)])
-                || !isTranslucent(below[x]))
+        const ThreeRows rows = { words.line(std::max(0, y - 1)), words.line(y),
+                                 words.line(std::min(words.height - 1, y + 1)), words.width };
+        for (int x = rows.nextChange(0); x < words.width; x = rows.nextChange(x + 1)) {
+            if (!rows.areTranslucentBeside(x))
                 continue;
             if (isInShadow(words, x, y) && ++counts[std::size_t(x / kTile)] == kLeastInTile)
                 return true;
