@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 
 #include <link.h>
@@ -71,17 +72,14 @@ const ElfW(Dyn) * findEntry(const ElfW(Dyn) * entries, ElfW(Sxword) tag)
     return entries->d_tag == tag ? entries : nullptr;
 }
 
-// Whether the program itself asks for a library, rather than one of its libraries.
-bool isNeeded(const char *fileName)
+// Whether all code calls a library all the time: the languages' own. The toolkit's, of which 5
+// megabytes are there after its start, are called here and there, and the pages for that come back.
+bool isOfLanguage(const char *fileName)
 {
     const char *const slash = std::strrchr(fileName, '/');
     const char *const name = slash ? slash + 1 : fileName;
-    const ElfW(Dyn) *const table = findEntry(_DYNAMIC, DT_STRTAB);
-    if (!table)
-        return true;
-    const char *const names = reinterpret_cast<const char *>(table->d_un.d_ptr);
-    for (const ElfW(Dyn) *entry = _DYNAMIC; entry->d_tag != DT_NULL; ++entry) {
-        if (entry->d_tag == DT_NEEDED && std::strcmp(names + entry->d_un.d_val, name) == 0)
+    for (const char *own : { "libc.", "libm.", "libstdc++.", "libgcc_s.", "ld-linux" }) {
+        if (std::strncmp(name, own, std::strlen(own)) == 0)
             return true;
     }
     return false;
@@ -104,7 +102,7 @@ bool hasOwnCode(const dl_phdr_info *info)
 int forgetObject(dl_phdr_info *info, std::size_t, void *)
 {
     // The program has no name, and what the system maps no path.
-    if (!info->dlpi_name || info->dlpi_name[0] != '/' || isNeeded(info->dlpi_name)
+    if (!info->dlpi_name || info->dlpi_name[0] != '/' || isOfLanguage(info->dlpi_name)
         || hasOwnCode(info))
         return 0;
     const std::uintptr_t page = std::uintptr_t(sysconf(_SC_PAGESIZE));

@@ -15,13 +15,13 @@ void keepHeap();
 // Whether this process is allowed only so many addresses (ulimit -v, --memory-limit).
 bool areAddressesLimited();
 
-// Lets go of the code of libraries that the program's own libraries have brought along: what the
-// loader has read of them, what ran at the start, readers of images. What is needed after all is
-// mapped again, from the system's cache of files. Only what is never written to goes; does nothing
-// on systems that it does not know.
+// Lets go of the code of libraries, but for those of the languages themselves: what the loader has
+// read of them, what ran at the start, readers of images. What is needed after all is mapped again,
+// from the system's cache of files. Only what is never written to goes; does nothing on systems
+// that it does not know.
 //
-// For tracing hardly any of it is needed: 4 of the 22 megabytes that an icon took at its peak go,
-// for 28 of 864 page faults.
+// For tracing hardly any of it is needed: of a screenshot of 0.8 megapixels 1.5 of 25.1 megabytes
+// at the peak are those of the toolkit, for 25 of 1014 page faults; those of other libraries are 4.
 void forgetCode();
 
 } // namespace ztrace

@@ -45,7 +45,7 @@ class tst_Heap : public QObject
     Q_OBJECT
 
 private slots:
-    // Megabytes of libraries that other libraries need go; what was written to stays, and what
+    // Megabytes of libraries, the toolkit's among them, go; what was written to stays, and what
     // needs them goes on.
     void codeGoesAndIsThereAgain()
     {
