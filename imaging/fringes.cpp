@@ -206,7 +206,19 @@ Stop stopOf(const QRgb *words, QRgb ground, int begin, int last, int width, int 
         *opaque = bitsOf(isOpaque);
         return *opaque & bitsOf(_mm_cmplt_epi32(colourDistances(four, grounds), limit));
     };
-    while (x + 3 <= last && x + 4 < width) {
+    // Where one of four words may end the search: no channel of it is farther off than all may be
+    // together, or it is not opaque.
+    const __m128i farthest = _mm_set1_epi8(static_cast<char>(same));
+    const auto mayEnd = [&](__m128i four) {
+        const __m128i apart
+            = _mm_or_si128(_mm_subs_epu8(four, grounds), _mm_subs_epu8(grounds, four));
+        const __m128i isNear = _mm_cmpeq_epi32(_mm_subs_epu8(apart, farthest), _mm_setzero_si128());
+        const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
+        return _mm_movemask_epi8(_mm_andnot_si128(isNear, isOpaque)) != 0xFFFF;
+    };
+    for (; x + 3 <= last && x + 4 < width; x += 4) {
+        if (!mayEnd(fourWords(words + x)))
+            continue;
         unsigned opaque = 0;
         unsigned opaqueBehind = 0;
         const unsigned grounded = look(words + x, &opaque);
@@ -214,10 +226,6 @@ Stop stopOf(const QRgb *words, QRgb ground, int begin, int last, int width, int 
         const unsigned stops = ends | (opaque ^ 0xFu);
         if (stops != 0)
             return { x + __builtin_ctz(stops), (ends & stops & (0u - stops)) != 0 };
-        // Of four that are equal none is the ground, nor is what goes on with them.
-        const bool isFlat
-            = words[x] == words[x + 1] && words[x] == words[x + 2] && words[x] == words[x + 3];
-        x = isFlat ? endOfRun(words, x + 3, last + 1) : x + 4;
     }
 #endif
     for (; x <= last; ++x) {
