@@ -107,6 +107,30 @@ private slots:
         QCOMPARE(pixelsOf(plane, 4), std::size_t(14));
     }
 
+    // Bars that are joined at one end and the other in turn: from wherever the corners ask, all of
+    // it is found.
+    void inkIsFoundAroundEveryBend()
+    {
+        const auto isInk = [](int x, int y) {
+            const int bar = y / 8;
+            const bool isBar = y % 8 < 3 && x >= 20 && x < 100;
+            const bool isJoint = bar % 2 == 0 ? x >= 97 && x < 100 : x >= 20 && x < 23;
+            const bool isSlanted = bar == 4 && x - 100 == y - 32 && x >= 100 && x < 110;
+            return y >= 8 && y < 56 && (isBar || (isJoint && y < 48) || isSlanted);
+        };
+        LabelPlane plane = drawn(300, 64, kPage, [&](int x, int y) {
+            const bool isButton = x >= 4 && x < 140 && y >= 2 && y < 62;
+            return isButton && !isInk(x, y) ? 1 : 0;
+        });
+        const LabelPlane before = plane;
+        partLocalInk(2, &plane);
+        QCOMPARE(plane.colours.size(), std::size_t(3));
+        for (std::size_t k = 0; k < plane.labels.size(); ++k) {
+            const bool ink = isInk(int(k % 300), int(k / 300));
+            QCOMPARE(int(plane.labels[k]), ink ? 2 : int(before.labels[k]));
+        }
+    }
+
     void copiesAreRarerThanTheirGround()
     {
         // Lines that together have more pixels than the button: nothing that is as large is copied.
