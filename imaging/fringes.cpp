@@ -3,6 +3,7 @@
 
 #include "colour.h"
 #include "fourcolours.h"
+#include "groundruns.h"
 
 #include <algorithm>
 #include <array>
@@ -15,8 +16,6 @@ namespace {
 
 const int kSameGround = 12; // colourDistance; a ground may be dithered
 const int kVeryGround = 6;  // the same beside overshoots, which differ from it by as little
-const int kLongWord = 24;   // pixels
-const int kLongestRun = 96; // pixels; letters that touch each other
 static_assert(255 * (kLongestRun * (kLongestRun - 1) / 2) < 1 << 21,
               "sums are in lanes of 21 bits");
 const double kLeastSum = 48.0;    // of a channel's differences from the ground, to have a centre
@@ -30,14 +29,6 @@ const int kLeastRuns = 12;             // that have to be there
 const double kMajority = 0.25;         // of the runs with differing channels about a place
 const int kTile = 32;                  // pixels; about a place are 3 x 3 tiles
 const double kWrongWay = 0.1; // of those with the right shifts, most that may be the other way
-
-// Pixels of a row from `begin` to before `end` between two pixels of one ground.
-struct Run
-{
-    const QRgb *words;
-    int begin;
-    int end;
-};
 
 typedef std::array<double, 3> Channels; // red, green, blue
 
@@ -56,7 +47,7 @@ struct Differences
     // Sums of all channels together, as the run is short: 96 pixels sum up to 24480, and times
     // their places to 1162800, below 2^21. Those of the differences, doubled, are whole numbers as
     // well, and exact as halves.
-    explicit Differences(const Run &run)
+    explicit Differences(const GroundRun &run)
     {
         const auto spread = [&run](int x) {
             const uint64_t word = run.words[x];
@@ -158,7 +149,7 @@ Order orderOf(const Differences &run, double tolerance)
 }
 
 // Whether the channels cover different pixels: grey text has no fringes to take away.
-bool isFringed(const Run &run, const Differences &differences)
+bool isFringed(const GroundRun &run, const Differences &differences)
 {
     double apart = 0.0;
     for (int x = run.begin; x < run.end; ++x) {
@@ -175,139 +166,6 @@ bool isFringed(const Run &run, const Differences &differences)
         apart += std::max(0.0, most - least);
     }
     return apart > kFringed;
-}
-
-// Whether two opaque pixels side by side are the ground of what lies beside them.
-bool isGround(QRgb a, QRgb b, int same)
-{
-    return qAlpha(a & b) == 255 && colourDistance(a, b) <= same;
-}
-
-// The first pixel from `begin` to `last` that ends a search for the ground: one that is the ground
-// and has it behind it, or one that is not opaque. Behind `last` where there is none.
-struct Stop
-{
-    int at;
-    bool isEnd; // of the first kind
-};
-
-Stop stopOf(const QRgb *words, QRgb ground, int begin, int last, int width, int same)
-{
-    int x = begin;
-#ifdef __SSE2__
-    const __m128i grounds = _mm_set1_epi32(static_cast<int>(ground));
-    const __m128i limit = _mm_set1_epi32(same + 1);
-    const auto bitsOf
-        = [](__m128i four) { return unsigned(_mm_movemask_ps(_mm_castsi128_ps(four))); };
-    // Of four words which are opaque, and which of these are the ground.
-    const auto look = [&](const QRgb *at, unsigned *opaque) {
-        const __m128i four = fourWords(at);
-        const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
-        *opaque = bitsOf(isOpaque);
-        return *opaque & bitsOf(_mm_cmplt_epi32(colourDistances(four, grounds), limit));
-    };
-    // Where one of four words may end the search: no channel of it is farther off than all may be
-    // together, or it is not opaque.
-    const __m128i farthest = _mm_set1_epi8(static_cast<char>(same));
-    const auto mayEnd = [&](__m128i four) {
-        const __m128i apart
-            = _mm_or_si128(_mm_subs_epu8(four, grounds), _mm_subs_epu8(grounds, four));
-        const __m128i isNear = _mm_cmpeq_epi32(_mm_subs_epu8(apart, farthest), _mm_setzero_si128());
-        const __m128i isOpaque = _mm_cmpeq_epi32(_mm_srli_epi32(four, 24), _mm_set1_epi32(255));
-        return _mm_movemask_epi8(_mm_andnot_si128(isNear, isOpaque)) != 0xFFFF;
-    };
-    for (; x + 3 <= last && x + 4 < width; x += 4) {
-        if (!mayEnd(fourWords(words + x)))
-            continue;
-        unsigned opaque = 0;
-        unsigned opaqueBehind = 0;
-        const unsigned grounded = look(words + x, &opaque);
-        const unsigned ends = grounded == 0 ? 0 : grounded & look(words + x + 1, &opaqueBehind);
-        const unsigned stops = ends | (opaque ^ 0xFu);
-        if (stops != 0)
-            return { x + __builtin_ctz(stops), (ends & stops & (0u - stops)) != 0 };
-    }
-#endif
-    for (; x <= last; ++x) {
-        if (qAlpha(words[x]) != 255)
-            return { x, false };
-        if (isGround(words[x], ground, same) && isGround(words[x + 1], ground, same))
-            return { x, true };
-    }
-    return { x, false };
-}
-
-// Where runs of one row end. Most searches find nothing in so many pixels, and the next ones are
-// for the same ground, some pixels on: each goes on where the one before it for that ground has
-// ended.
-class Ends
-{
-public:
-    Ends(const QRgb *w, int rowWidth, int sameGround, int mostPixels)
-        : words(w), width(rowWidth), same(sameGround), most(mostPixels)
-    { }
-
-    // Where the run that begins at `begin` ends, after which there is the ground again; 0 if
-    // nowhere.
-    int of(int begin)
-    {
-        const QRgb ground = words[begin - 1];
-        const int last = std::min(width - 2, begin + most);
-        Search &search = searches[(ground * kSpread) >> (32 - kBits)];
-        if (search.ground != ground || begin < search.from || begin > search.stop.at)
-            search = { ground, begin, { begin, false }, false };
-        if (!search.isOver && search.stop.at <= last) {
-            search.stop = stopOf(words, ground, search.stop.at, last, width, same);
-            search.isOver = search.stop.at <= last;
-        }
-        return search.stop.isEnd && search.stop.at <= last ? search.stop.at : 0;
-    }
-
-private:
-    // What is known of a ground: nothing stops a search from `from` until `stop`, and that does
-    // where the search is over.
-    struct Search
-    {
-        QRgb ground = 0; // which is opaque, and so not this
-        int from = 0;
-        Stop stop = { 0, false };
-        bool isOver = false;
-    };
-
-    static const int kBits = 4;                 // of the number of searches that are kept
-    static const uint32_t kSpread = 0x9E3779B1; // grounds that are alike in some bits
-
-    const QRgb *words;
-    int width;
-    int same;
-    int most; // pixels of a run
-    std::array<Search, 1u << kBits> searches = {};
-};
-
-// Pixels of one ground before a run. Letters that begin beside a frame have but one before them.
-enum class Before { Two, One };
-
-// Calls use(run) for every stretch of a row between two pixels of one ground on either side, or one
-// before it; those within it are left out where that returns true. Runs of one pixel before are
-// words at most.
-template<typename Use>
-void forEachRun(const QRgb *words, int width, int same, Before before, Use use)
-{
-    Ends ends(words, width, same, before == Before::Two ? kLongestRun : kLongWord);
-    for (int x = 2; x + 2 < width; ++x) {
-        if (words[x] == words[x - 1]) {
-            x = endOfRun(words, x, width) - 1;
-            continue;
-        }
-        if (isGround(words[x], words[x - 1], same)
-            || isGround(words[x - 2], words[x - 1], same) != (before == Before::Two))
-            continue;
-        const int end = ends.of(x);
-        if (end == 0)
-            continue;
-        if (use(Run { words, x, end }))
-            x = end;
-    }
 }
 
 // Runs with differing channels, and those of them that are of an order.
@@ -339,8 +197,8 @@ public:
           votes(std::size_t(columns) * std::size_t(rows))
     {
         for (int y = 0; y < image.height(); ++y) {
-            forEachRun(row(image, y), image.width(), kSameGround, Before::Two,
-                       [&](const Run &run) { return count(run, y); });
+            forEachGroundRun(row(image, y), image.width(), kSameGround, Before::Two,
+                             [&](const GroundRun &run) { return count(run, y); });
         }
         Votes text;
         for (int v = 0; v < rows; ++v) {
@@ -361,13 +219,13 @@ public:
         }
     }
 
-    bool isAt(const Run &run, int y) const { return !isOther[placeOf(run, y)]; }
+    bool isAt(const GroundRun &run, int y) const { return !isOther[placeOf(run, y)]; }
 
     Order order = Order::None;
 
 private:
     // Whether what is within the run may be left out.
-    bool count(const Run &run, int y)
+    bool count(const GroundRun &run, int y)
     {
         const Differences differences(run);
         const Order own = orderOf(differences, kTolerance);
@@ -379,7 +237,7 @@ private:
         return own != Order::None;
     }
 
-    std::size_t placeOf(const Run &run, int y) const
+    std::size_t placeOf(const GroundRun &run, int y) const
     {
         const int column = (run.begin + run.end) / 2 / kTile;
         return std::size_t(y / kTile) * std::size_t(columns) + std::size_t(column);
@@ -428,7 +286,7 @@ struct Likeness
 class Shift
 {
 public:
-    Shift(const Run &run, const Differences &differences, Order order)
+    Shift(const GroundRun &run, const Differences &differences, Order order)
         : pixels(run.end - run.begin), toward(order == Order::RedFirst ? 1 : -1)
     {
         const QRgb *words = run.words + run.begin - 1;
@@ -531,7 +389,7 @@ QRgb withoutFringe(QRgb word, const Differences &differences)
 
 // Whether all that is flat within a run is of its ink: a field with a frame is not, and the text in
 // it is a run of its own. Fringes are at edges, so that the flat inside of a stroke has none.
-bool isOfOneInk(const Run &run, const Differences &differences)
+bool isOfOneInk(const GroundRun &run, const Differences &differences)
 {
     for (int x = run.begin + 1; x + 1 < run.end; ++x) {
         const QRgb word = run.words[x];
@@ -554,11 +412,11 @@ public:
     }
 
     // From the left.
-    void add(const Run &run) { runs.push_back({ run.begin, run.end }); }
+    void add(const GroundRun &run) { runs.push_back({ run.begin, run.end }); }
 
     // Whether one of these is this run, with the same words in it and beside it. Asked from the
     // left.
-    bool has(const Run &run)
+    bool has(const GroundRun &run)
     {
         while (next < runs.size() && runs[next].begin < run.begin)
             ++next;
@@ -580,7 +438,7 @@ private:
     std::size_t next = 0;
 };
 
-void flatten(const Run &run, const Differences &differences, QRgb *words)
+void flatten(const GroundRun &run, const Differences &differences, QRgb *words)
 {
     for (int x = run.begin; x < run.end; ++x)
         words[x] = withoutFringe(run.words[x], differences);
@@ -601,33 +459,34 @@ bool removeFringes(QImage *image)
         QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
         const auto pass = [&](int same, Before before, auto isText) {
             std::copy_n(words, width, source.begin());
-            forEachRun(source.data(), image->width(), same, before, [&](const Run &run) {
-                if (!text.isAt(run, y) || !isText(run))
-                    return false;
-                flatten(run, Differences(run), words);
-                return true;
-            });
+            forEachGroundRun(source.data(), image->width(), same, before,
+                             [&](const GroundRun &run) {
+                                 if (!text.isAt(run, y) || !isText(run))
+                                     return false;
+                                 flatten(run, Differences(run), words);
+                                 return true;
+                             });
         };
-        const auto isKnown = [order](const Run &run) {
+        const auto isKnown = [order](const GroundRun &run) {
             const Differences differences(run);
             return (orderOf(differences, kToleranceOfKnown) == order
                     || Shift(run, differences, order).isThere())
                 && isOfOneInk(run, differences);
         };
-        const auto isSure = [order](const Run &run) {
+        const auto isSure = [order](const GroundRun &run) {
             const Differences differences(run);
             return orderOf(differences, kTolerance) == order && isFringed(run, differences)
                 && isOfOneInk(run, differences);
         };
         leftAlone.begin(words, width);
-        pass(kSameGround, Before::Two, [&](const Run &run) {
+        pass(kSameGround, Before::Two, [&](const GroundRun &run) {
             const bool isText = isKnown(run);
             if (!isText)
                 leftAlone.add(run);
             return isText;
         });
         pass(kVeryGround, Before::Two,
-             [&](const Run &run) { return !leftAlone.has(run) && isKnown(run); });
+             [&](const GroundRun &run) { return !leftAlone.has(run) && isKnown(run); });
         pass(kVeryGround, Before::One, isSure);
     }
     return true;
