@@ -97,21 +97,40 @@ private:
         return x;
     }
 
-    // Whether a label is better is hard to foretell: all are looked at, also more than once.
+    // Of the labels beside it each other one is looked at once: mostly that is one, where all four
+    // would be looked at otherwise. Whether it is better is hard to foretell.
     uint16_t choose(QRgb word, uint16_t own, const Around &around) const
     {
+        std::array<uint16_t, kSides> others;
+        const std::size_t count = othersIn(around, own, &others);
         const SeenColour colour = seen.of(word);
         const int alpha = palette[own].alpha;
         uint16_t best = own;
         float least = cost(colour, own, around);
-        for (std::size_t k = 0; k < kSides; ++k) {
-            const uint16_t label = around[k];
+        for (std::size_t k = 0; k < count; ++k) {
+            const uint16_t label = others[k];
             const float other = cost(colour, label, around);
             const bool isBetter = (other < least) & (palette[label].alpha == alpha);
             best = isBetter ? label : best;
             least = isBetter ? other : least;
         }
         return best;
+    }
+
+    // The labels of the sides but the pixel's own, each once, in the order of the sides; returns
+    // how many there are.
+    static std::size_t othersIn(const Around &around, uint16_t own,
+                                std::array<uint16_t, kSides> *others)
+    {
+        std::size_t count = 0;
+        for (std::size_t k = 0; k < kSides; ++k) {
+            bool isNew = around[k] != own;
+            for (std::size_t before = 0; before < k; ++before)
+                isNew &= around[k] != around[before];
+            (*others)[count] = around[k];
+            count += isNew ? 1u : 0u;
+        }
+        return count;
     }
 
     // A bit for each that is of the label.
