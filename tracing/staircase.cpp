@@ -155,10 +155,18 @@ double stairsSigma(const ChainPoints &points, std::size_t number, Heading headin
 
 ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain, bool isFaint)
 {
-    ChainPoints points;
     std::vector<Stretch> stretches;
-    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
+    std::size_t cracks = 0;
+    forEachMove(map, referenceTo(chain, false), [&](int, int, Heading h, int length) {
         stretches.push_back({ h, length });
+        cracks += std::size_t(length);
+    });
+    ChainPoints points;
+    points.x.reserve(cracks);
+    points.y.reserve(cracks);
+    points.sigma.reserve(cracks);
+    points.crack.reserve(cracks);
+    forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
         for (int k = 0; k < length; ++k) {
             const auto number = uint32_t(points.x.size());
             points.x.push_back(x + (k + 0.5) * stepX(h));
