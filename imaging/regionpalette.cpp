@@ -264,10 +264,11 @@ public:
         for (uint32_t s = begin; s < end; ++s) {
             const uint16_t label = labels[graph.sides[s].region];
             const float other = cost(region, label);
-            if (other < least || (other == least && best != own && label < best)) {
-                least = other;
-                best = label;
-            }
+            // Which one it is can hardly be foretold: no branches.
+            const bool isBetter
+                = (other < least) | ((other == least) & (best != own) & (label < best));
+            least = isBetter ? other : least;
+            best = isBetter ? label : best;
         }
         for (uint32_t s = begin; s < end; ++s)
             edges[labels[graph.sides[s].region]] = 0.0f;
