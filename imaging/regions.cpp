@@ -32,10 +32,9 @@ const float kCoarser = 4.0f;
 const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
-// Sides before regions are merged for the last time for each of which there is room for one after
-// that; where there are more the list grows. The photographs that were looked at have one for three
-// or four.
-const std::size_t kSidesOfSide = 3;
+// At most, of all regions together: what hangs together by pixel edges is a map in the plane, and
+// has fewer than three pairs of neighbours for each of its areas.
+const std::size_t kSidesOfRegion = 6;
 
 // Regions that are asked for before they are read: beyond those of the next row, 64 kilobytes. A
 // photograph's take a sixth less time.
@@ -452,7 +451,7 @@ void listSides(const std::vector<uint32_t> &numbers, const SideList &old, Region
     const Members members(numbers, graph->regions.size());
     SideCounter counter(members.count());
     graph->firstSide.reserve(members.count() + 1);
-    graph->sides.reserve(old.size() / kSidesOfSide);
+    graph->sides.reserve(std::min(old.size(), kSidesOfRegion * members.count()));
     graph->firstSide.push_back(0);
     for (uint32_t k = 0; k < members.count(); ++k) {
         counter.begin(k);
