@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    static const std::size_t kMost = 3 * (2 * kLongestNumber + 2); // what is added at once
+    static const std::size_t kMost = 3 * (2 * std::size_t(kLongestNumber) + 2); // added at once
     static const std::size_t kRoom = 8 * kMost;
 
     const double left;

@@ -65,7 +65,7 @@ public:
     std::size_t size() const { return std::size_t(end - letters); }
 
 private:
-    char letters[20 + kMostCompactDecimals + 2];
+    char letters[20 + kMostCompactDecimals + 2] = {};
     char *end = letters;
 };
 

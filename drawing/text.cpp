@@ -20,7 +20,7 @@ char *writeWhole(char *to, quint64 number)
                                  "75767778798081828384858687888990919293949596979899";
     if (number >= 10000)
         return std::to_chars(to, to + 20, number).ptr;
-    const unsigned small = static_cast<unsigned>(number);
+    const std::size_t small = static_cast<std::size_t>(number);
     const char *high = kPairs + 2 * (small / 100);
     const char *low = kPairs + 2 * (small % 100);
     *to = high[0];
