@@ -76,17 +76,17 @@ public:
         ProgressLine progressLine(line.settings);
         progress = &progressLine;
         progress->stage("reading " + line.input);
-        const ImageSource source(line.input, { line.settings.maxPixels, line.settings.maxMemory });
+        ImageSource source(line.input, { line.settings.maxPixels, line.settings.maxMemory });
         if (source.isDrawing()) {
             convert(source, outputs);
             return kSuccess;
         }
         job = jobOfLine();
         if (line.settings.page > 0) {
-            trace(source, line.settings.page, outputs);
+            traceOnly(&source, line.settings.page, outputs);
             return kSuccess;
         }
-        return traceAllPages(source, outputs);
+        return traceAllPages(&source, outputs);
     }
 
 private:
@@ -128,10 +128,10 @@ private:
     }
 
     // A page that cannot be traced keeps no other from it.
-    ExitCode traceAllPages(const ImageSource &source, const std::vector<Output> &outputs)
+    ExitCode traceAllPages(ImageSource *source, const std::vector<Output> &outputs)
     {
-        const int pages = source.pages();
-        const int claimed = std::max(pages, source.pagesClaimed());
+        const int pages = source->pages();
+        const int claimed = std::max(pages, source->pagesClaimed());
         const std::vector<int> wanted = pagesWithin(line.settings.pages, claimed);
         if (const int last = lastBeyond(line.settings.pages, claimed))
             warn(inputName(line.input) + ": there is no page " + std::to_string(last)
@@ -139,7 +139,7 @@ private:
         if (claimed == 1 && wanted == std::vector<int>(1, 1)) {
             for (const Output &output : outputs)
                 refuseToReplace(output.fileName, line.settings);
-            trace(source, 1, outputs);
+            traceOnly(source, 1, outputs);
             return kSuccess;
         }
         std::vector<Output> single; // files with one page
@@ -158,7 +158,7 @@ private:
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             const bool isThere = wanted[i] <= pages || claimed == pages; // else told below, once
             const ExitCode code
-                = isThere ? tracePage(source, wanted[i], outputsOfPages[i]) : kInputUnreadable;
+                = isThere ? tracePage(*source, wanted[i], outputsOfPages[i]) : kInputUnreadable;
             if (code == kSuccess)
                 continue;
             codes.insert(code);
@@ -184,18 +184,40 @@ private:
         commitOutputs(&files);
     }
 
+    // The file's contents make room for the trace of it.
+    void traceOnly(ImageSource *source, int page, const std::vector<Output> &outputs)
+    {
+        TraceJob pageJob;
+        QImage image = read(*source, page, outputs, &pageJob);
+        source->forget();
+        trace(std::move(image), page, pageJob, outputs);
+    }
+
     void trace(const ImageSource &source, int page, const std::vector<Output> &outputs)
+    {
+        TraceJob pageJob;
+        QImage image = read(source, page, outputs, &pageJob);
+        trace(std::move(image), page, pageJob, outputs);
+    }
+
+    QImage read(const ImageSource &source, int page, const std::vector<Output> &outputs,
+                TraceJob *pageJob)
     {
         traced = TracedPicture(); // that of the page before
         Remarks remarks;
         QImage image = source.read(page, !line.settings.raw, &remarks);
         warnOfSource(source, job); // nothing of it is traced where that fails
         warnOfRemarks(remarks, job);
-        TraceJob pageJob = job;
-        pageJob.outputs = outputs;
-        pageJob.outputs.insert(pageJob.outputs.end(), books.begin(), books.end());
-        warnOfEnding(source.ending(page), pageJob);
-        usePlacement(source, page, &pageJob);
+        *pageJob = job;
+        pageJob->outputs = outputs;
+        pageJob->outputs.insert(pageJob->outputs.end(), books.begin(), books.end());
+        warnOfEnding(source.ending(page), *pageJob);
+        usePlacement(source, page, pageJob);
+        return image;
+    }
+
+    void trace(QImage image, int page, const TraceJob &pageJob, const std::vector<Output> &outputs)
+    {
         forgetCode(); // of the toolkit's start and of decoding
         traced = tracePicture(std::move(image), pageJob);
         const TraceResult &result = traced.result;

@@ -68,6 +68,9 @@ public:
     // The file's bytes.
     const QByteArray &contents() const { return data; }
 
+    // Gives back the contents; nothing is asked of it any more.
+    void forget() { data = QByteArray(); }
+
 private:
     void useContents();
     void useSvg();

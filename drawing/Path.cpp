@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <new>
 
@@ -15,51 +14,13 @@ namespace {
 
 const double kQuarterTurn = 2.0 * std::atan(1.0);
 
-// Codes of the pieces. Short ones have their end in the room of one number.
-enum Code : uint8_t {
-    kLine,
-    kShortLine,
-    kQuadratic,
-    kShortQuadratic,
-    kCubic,
-    kArc,         // after its bulge
-    kEllipticArc, // after its bulge, its ratio and its angle
-    kSpline       // its degree, the number of its inner points, and this code again
-};
-
-const std::size_t kNumbersOf[] = { 2, 1, 4, 3, 6, 3, 5 };
-const int kBytesOfCount = 4;
-const std::ptrdiff_t kCodesOfSpline = 3 + kBytesOfCount;
 const double kLargestShort = 1e6; // far below what single precision holds
-
-bool isShort(uint8_t code)
-{
-    return code == kShortLine || code == kShortQuadratic;
-}
-
-uint8_t shortOf(uint8_t code) // of a line's or a quadratic's
-{
-    return code == kLine ? kShortLine : kShortQuadratic;
-}
-
-std::size_t innerCountAt(const uint8_t *code)
-{
-    std::size_t count = 0;
-    for (int k = 0; k < kBytesOfCount; ++k)
-        count |= std::size_t(code[-2 - k]) << 8 * k;
-    return count;
-}
 
 // Numbers that a block has room for.
 std::size_t roomFor(std::size_t numbers, std::size_t codes)
 {
     const std::size_t head = 2;
     return head + numbers + (codes + sizeof(double) - 1) / sizeof(double);
-}
-
-Point pointAt(const double *numbers)
-{
-    return Point(numbers[0], numbers[1]);
 }
 
 // Whether single precision holds it. The sign of a zero is kept as well.
@@ -76,13 +37,6 @@ double shortPoint(const Point &point)
     static_assert(sizeof both == sizeof number, "two of single precision");
     std::memcpy(&number, both, sizeof number);
     return number;
-}
-
-Point shortPointAt(const double *number)
-{
-    float both[2];
-    std::memcpy(both, number, sizeof both);
-    return Point(double(both[0]), double(both[1]));
 }
 
 // The points where the arc turns: its crossings of the axes through its center.
@@ -129,73 +83,14 @@ void growByQuadratic(const PathPiece &piece, Bounds *bounds)
 
 } // namespace
 
-std::size_t Path::Iterator::count() const
+std::size_t Path::Pieces::lines() const
 {
-    return *code == kSpline ? 2 * (innerCountAt(code) + 1) : kNumbersOf[*code];
-}
-
-Point Path::Iterator::end() const
-{
-    const double *behind = numbers + count();
-    return isShort(*code) ? shortPointAt(behind - 1) : pointAt(behind - 2);
-}
-
-PathPiece Path::Iterator::operator*() const
-{
-    PathPiece piece;
-    piece.start = start;
-    piece.end = end();
-    switch (*code) {
-    case kLine:
-    case kShortLine:
-        break;
-    case kQuadratic:
-    case kShortQuadratic:
-        piece.kind = PathPiece::Quadratic;
-        piece.degree = 2;
-        piece.control1 = pointAt(numbers);
-        break;
-    case kCubic:
-        piece.kind = PathPiece::Cubic;
-        piece.degree = 3;
-        piece.control1 = pointAt(numbers);
-        piece.control2 = pointAt(numbers + 2);
-        break;
-    case kEllipticArc:
-        piece.ratio = numbers[1];
-        piece.angle = numbers[2];
-        [[fallthrough]];
-    case kArc:
-        piece.kind = *code == kArc ? PathPiece::Arc : PathPiece::EllipticArc;
-        piece.degree = 2;
-        piece.bulge = numbers[0];
-        break;
-    default:
-        piece.kind = PathPiece::Spline;
-        piece.degree = code[-1];
-        piece.innerCount = innerCountAt(code);
-        piece.inner = reinterpret_cast<const Point *>(numbers);
-    }
-    return piece;
-}
-
-Path::Iterator &Path::Iterator::operator++()
-{
-    start = end();
-    numbers += count();
-    code -= *code == kSpline ? kCodesOfSpline : 1;
-    return *this;
-}
-
-Path::Iterator Path::Pieces::begin() const
-{
-    return path.isEmpty() ? Iterator(nullptr, nullptr, Point())
-                          : Iterator(path.codes(), path.numbers() + 2, path.start());
-}
-
-Path::Iterator Path::Pieces::end() const
-{
-    return Iterator(path.isEmpty() ? nullptr : path.codes() - path.head().codes, nullptr, Point());
+    std::size_t count = 0;
+    const uint8_t *end = path.isEmpty() ? nullptr : path.codes() - path.head().codes;
+    for (const uint8_t *code = path.isEmpty() ? nullptr : path.codes(); code != end;
+         code -= *code == kSpline ? kCodesOfSpline : 1)
+        count += *code == kLine || *code == kShortLine ? 1u : 0u;
+    return count;
 }
 
 Path::Path(const Path &other)
@@ -217,11 +112,6 @@ Path &Path::operator=(const Path &other)
     if (this != &other)
         *this = Path(other);
     return *this;
-}
-
-Point Path::start() const
-{
-    return isEmpty() ? Point() : pointAt(numbers());
 }
 
 Point Path::end() const
@@ -317,7 +207,7 @@ void Path::addPiece(uint8_t code, std::initializer_list<double> before, const Po
     for (double number : before)
         addNumber(number);
     const bool shortened = (code == kLine || code == kQuadratic) && isShortPoint(point);
-    addCode(shortened ? shortOf(code) : code);
+    addCode(shortened ? code + (kShortLine - kLine) : unsigned(code));
     if (shortened) {
         addNumber(shortPoint(point));
     } else {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <vector>
@@ -82,7 +83,8 @@ public:
         bool operator!=(const Iterator &other) const { return code != other.code; }
 
     private:
-        std::size_t count() const; // of the piece's numbers
+        std::size_t count() const;      // of the piece's numbers
+        std::size_t innerCount() const; // of a Spline
         Point end() const;
 
         const uint8_t *code;   // of the piece; that of the next one is below
@@ -98,6 +100,7 @@ public:
         Iterator begin() const;
         Iterator end() const;
         std::size_t size() const { return path.isEmpty() ? 0 : path.head().pieces; }
+        std::size_t lines() const; // of them
         bool empty() const { return size() == 0; }
 
     private:
@@ -133,6 +136,30 @@ public:
     void reserve(std::size_t pieceCount, std::size_t pointCount);
 
 private:
+    // Codes of the pieces. Short ones have their end in the room of one number.
+    enum Code : uint8_t {
+        kLine,
+        kShortLine,
+        kQuadratic,
+        kShortQuadratic,
+        kCubic,
+        kArc,         // after its bulge
+        kEllipticArc, // after its bulge, its ratio and its angle
+        kSpline       // its degree, the number of its inner points, and this code again
+    };
+
+    static const int kBytesOfCount = 4;
+    static const std::ptrdiff_t kCodesOfSpline = 3 + kBytesOfCount;
+
+    static bool isShort(uint8_t code) { return code == kShortLine || code == kShortQuadratic; }
+    static Point pointAt(const double *numbers) { return Point(numbers[0], numbers[1]); }
+    static Point shortPointAt(const double *number)
+    {
+        float both[2];
+        std::memcpy(both, number, sizeof both);
+        return Point(double(both[0]), double(both[1]));
+    }
+
     // The block: this, then the numbers of the pieces from the front on, and their codes from the
     // back on.
     struct Head
@@ -162,6 +189,91 @@ private:
 
     std::unique_ptr<double[]> block;
 };
+
+// Here, so that what a loop does not ask of the pieces is not made.
+
+inline std::size_t Path::Iterator::innerCount() const
+{
+    std::size_t inner = 0;
+    for (int k = 0; k < kBytesOfCount; ++k)
+        inner |= std::size_t(code[-2 - k]) << 8 * k;
+    return inner;
+}
+
+inline std::size_t Path::Iterator::count() const
+{
+    static constexpr uint8_t kNumbersOf[] = { 2, 1, 4, 3, 6, 3, 5 };
+    return *code == kSpline ? 2 * (innerCount() + 1) : kNumbersOf[*code];
+}
+
+inline Point Path::Iterator::end() const
+{
+    const double *behind = numbers + count();
+    return isShort(*code) ? shortPointAt(behind - 1) : pointAt(behind - 2);
+}
+
+inline PathPiece Path::Iterator::operator*() const
+{
+    PathPiece piece;
+    piece.start = start;
+    piece.end = end();
+    switch (*code) {
+    case kLine:
+    case kShortLine:
+        break;
+    case kQuadratic:
+    case kShortQuadratic:
+        piece.kind = PathPiece::Quadratic;
+        piece.degree = 2;
+        piece.control1 = pointAt(numbers);
+        break;
+    case kCubic:
+        piece.kind = PathPiece::Cubic;
+        piece.degree = 3;
+        piece.control1 = pointAt(numbers);
+        piece.control2 = pointAt(numbers + 2);
+        break;
+    case kEllipticArc:
+        piece.ratio = numbers[1];
+        piece.angle = numbers[2];
+        [[fallthrough]];
+    case kArc:
+        piece.kind = *code == kArc ? PathPiece::Arc : PathPiece::EllipticArc;
+        piece.degree = 2;
+        piece.bulge = numbers[0];
+        break;
+    default:
+        piece.kind = PathPiece::Spline;
+        piece.degree = code[-1];
+        piece.innerCount = innerCount();
+        piece.inner = reinterpret_cast<const Point *>(numbers);
+    }
+    return piece;
+}
+
+inline Path::Iterator &Path::Iterator::operator++()
+{
+    start = end();
+    numbers += count();
+    code -= *code == kSpline ? kCodesOfSpline : 1;
+    return *this;
+}
+
+inline Point Path::start() const
+{
+    return isEmpty() ? Point() : pointAt(numbers());
+}
+
+inline Path::Iterator Path::Pieces::begin() const
+{
+    return path.isEmpty() ? Iterator(nullptr, nullptr, Point())
+                          : Iterator(path.codes(), path.numbers() + 2, path.start());
+}
+
+inline Path::Iterator Path::Pieces::end() const
+{
+    return Iterator(path.isEmpty() ? nullptr : path.codes() - path.head().codes, nullptr, Point());
+}
 
 // Exact comparison, piece by piece; not-a-number equals nothing.
 bool operator==(const Path &a, const Path &b);

@@ -88,25 +88,22 @@ bool hasPlaces(const PathPiece &piece)
 
 } // namespace
 
+void appendAsDrawn(const PathPiece &piece, std::vector<PathPiece> *pieces)
+{
+    const bool drawable = hasControls(piece) && std::isfinite(piece.bulge)
+        && !(isArc(piece) && piece.start == piece.end) && isDrawable(piece);
+    if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
+        appendOtherSpline(piece, pieces);
+    else if (drawable && piece.kind != PathPiece::Spline)
+        pieces->push_back(piece);
+    else
+        pieces->push_back(lineTo(piece.start, piece.end));
+}
+
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces)
 {
     pieces->clear();
-    for (const PathPiece piece : path.pieces()) {
-        if (!hasPlaces(piece))
-            continue;
-        if (piece.kind == PathPiece::Line) { // as most are
-            pieces->push_back(piece);
-            continue;
-        }
-        const bool drawable = hasControls(piece) && std::isfinite(piece.bulge)
-            && !(isArc(piece) && piece.start == piece.end) && isDrawable(piece);
-        if (drawable && piece.kind == PathPiece::Spline && piece.innerCount > 0)
-            appendOtherSpline(piece, pieces);
-        else if (drawable && piece.kind != PathPiece::Spline)
-            pieces->push_back(piece);
-        else
-            pieces->push_back(lineTo(piece.start, piece.end));
-    }
+    forEachDrawn(path, [pieces](const PathPiece &piece) { pieces->push_back(piece); });
 }
 
 bool isDrawn(const Path &path)

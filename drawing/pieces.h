@@ -17,6 +17,30 @@ namespace ztrace {
 // right. Pieces that start or end in no place are left out.
 void piecesOf(const Path &path, std::vector<PathPiece> *pieces);
 
+// Appends what piecesOf makes of a piece whose ends are places.
+void appendAsDrawn(const PathPiece &piece, std::vector<PathPiece> *pieces);
+
+// Calls use(piece) for the pieces of piecesOf, without a list of them. Nearly all are lines and
+// quadratics between places.
+template<typename Use>
+void forEachDrawn(const Path &path, Use use)
+{
+    std::vector<PathPiece> others;
+    for (const PathPiece piece : path.pieces()) {
+        if (!isPlace(piece.start) || !isPlace(piece.end))
+            continue;
+        if (piece.kind == PathPiece::Line
+            || (piece.kind == PathPiece::Quadratic && isPlace(piece.control1))) {
+            use(piece);
+            continue;
+        }
+        others.clear();
+        appendAsDrawn(piece, &others);
+        for (const PathPiece &other : others)
+            use(other);
+    }
+}
+
 // Whether every piece is drawn as it is, or as lines that are near it.
 bool isDrawn(const Path &path);
 

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "svg.h"
 
+#include "PointText.h"
 #include "TextSink.h"
 #include "paintorder.h"
 #include "pens.h"
@@ -15,8 +16,8 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
-#include <map>
 #include <tuple>
+#include <unordered_map>
 
 namespace ztrace {
 
@@ -85,22 +86,11 @@ public:
 private:
     void number(double value) { appendNumber(&sink.text(), value, decimals); }
 
-    // A letter and points behind it. Photographs have a million of them: one text is appended to
-    // the other once.
-    void points(char letter, std::initializer_list<const Point *> all)
+    void point(const Point &place)
     {
-        const std::size_t kMost = 3;
-        char buffer[kMost * (2 * kLongestNumber + 2)];
-        char *end = buffer;
-        char before = letter;
-        for (const Point *p : all) {
-            *end++ = before;
-            end = writeNumber(end, p->x - frame.x, decimals);
-            *end++ = ' ';
-            end = writeNumber(end, frame.y + frame.height - p->y, decimals);
-            before = ' ';
-        }
-        sink.text().append(buffer, static_cast<std::size_t>(end - buffer));
+        PointText text(frame, decimals, &sink.text());
+        text.add(' ', { &place });
+        text.flush();
     }
 
     // A length of the whole picture in the drawing's unit.
@@ -311,7 +301,7 @@ private:
             && writeWhole(wholeShapeOf(paintedShape(outline)), looks))
             return;
         std::string &text = sink.text();
-        text += "<path" + looks + " d=\"";
+        text.append("<path").append(looks).append(" d=\"");
         writePath(paintedShape(outline), area);
         if (area) {
             for (const Path *hole : cutOutOf(outline, drawing, !style.byLayer))
@@ -479,21 +469,50 @@ private:
     // An area begins anywhere; where the longest line closes it, that is not written.
     void writePath(const Path &shape, bool isArea = false)
     {
+        if (!isCompact) {
+            writeFreely(shape);
+            return;
+        }
         piecesOf(shape, &pieces);
         if (pieces.empty())
             return;
-        std::string &text = sink.text();
-        if (isCompact && compact.canWrite(pieces)) {
-            if (isArea)
-                compact.endWithLongestLine(&pieces);
-            compact.append(pieces, &text);
+        if (!compact.canWrite(pieces)) {
+            writeFreely(shape);
             return;
         }
-        points('M', { &pieces.front().start });
-        for (const PathPiece &piece : pieces)
-            writePiece(piece);
-        if (isClosed(pieces))
-            text += 'Z';
+        if (isArea)
+            compact.endWithLongestLine(&pieces);
+        compact.append(pieces, &sink.text());
+    }
+
+    // Piece by piece, with absolute numbers.
+    void writeFreely(const Path &shape)
+    {
+        PointText text(frame, decimals, &sink.text());
+        bool isFirst = true;
+        Point start;
+        Point end;
+        forEachDrawn(shape, [&](const PathPiece &piece) {
+            if (isFirst) {
+                start = piece.start;
+                text.add('M', { &start });
+            }
+            isFirst = false;
+            end = piece.end;
+            if (piece.kind == PathPiece::Line) {
+                text.add('L', { &piece.end });
+            } else if (piece.kind == PathPiece::Quadratic) {
+                text.add('Q', { &piece.control1, &piece.end });
+            } else if (piece.kind == PathPiece::Cubic) {
+                text.add('C', { &piece.control1, &piece.control2, &piece.end });
+            } else {
+                text.flush();
+                writeArc(piece);
+            }
+        });
+        text.flush();
+        if (!isFirst && start == end)
+            sink.text() += 'Z';
     }
 
     void startArc(double major, double minor, double degrees)
@@ -511,30 +530,19 @@ private:
         std::string &text = sink.text();
         text += std::fabs(piece.bulge) > 1.0 ? " 1 " : " 0 ";
         text += piece.bulge < 0.0 ? '1' : '0'; // y is turned over, and the sense with it
-        points(' ', { &piece.end });
+        point(piece.end);
     }
 
-    void writePiece(const PathPiece &piece)
+    void writeArc(const PathPiece &piece)
     {
-        switch (piece.kind) {
-        case PathPiece::Spline: // piecesOf leaves none
-        case PathPiece::Line:
-            return points('L', { &piece.end });
-        case PathPiece::Quadratic:
-            return points('Q', { &piece.control1, &piece.end });
-        case PathPiece::Cubic:
-            return points('C', { &piece.control1, &piece.control2, &piece.end });
-        case PathPiece::EllipticArc: {
+        if (piece.kind == PathPiece::EllipticArc) {
             const Ellipse ellipse = ellipseOf(piece);
             startArc(ellipse.major, ellipse.minor, -ellipse.angle * kDegrees); // y is turned over
-            return endArc(piece);
-        }
-        case PathPiece::Arc: {
+        } else {
             const Circle circle = circleOf(piece);
             startArc(circle.radius, circle.radius, 0.0);
-            return endArc(piece);
         }
-        }
+        endArc(piece);
     }
 
     const Drawing &drawing;
@@ -548,7 +556,15 @@ private:
     std::vector<PathPiece> pieces; // of one outline, kept for its memory
     // Colour, holes, pen, seam and gradient.
     typedef std::tuple<QRgb, bool, int, double, int> LooksKey;
-    mutable std::map<LooksKey, std::string> knownLooks;
+    // What tells most of them apart.
+    struct LooksHash
+    {
+        std::size_t operator()(const LooksKey &key) const
+        {
+            return std::get<0>(key) * 2 + std::get<1>(key) + std::hash<double>()(std::get<3>(key));
+        }
+    };
+    mutable std::unordered_map<LooksKey, std::string, LooksHash> knownLooks;
 };
 
 } // namespace

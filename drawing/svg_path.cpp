@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <string_view>
 
 namespace ztrace {
 
@@ -19,56 +20,83 @@ const int kLeastTurnDecimals = 2; // of degrees
 const double kDegrees = 45.0 / std::atan(1.0);
 const double kHalfTurn = 4.0 * std::atan(1.0);
 
-// A number of whole units of 10^-decimals.
-std::string shortText(int64_t units, int decimals)
+// llround, in place: nearly all the numbers of a page go through it.
+int64_t rounded(double value)
 {
-    if (units == 0)
-        return "0";
-    char digits[20]; // of 2^63, and one to spare
-    const uint64_t size = units < 0 ? uint64_t(0) - uint64_t(units) : uint64_t(units);
-    const std::size_t count = static_cast<std::size_t>(
-        std::to_chars(digits, digits + sizeof digits, size).ptr - digits);
-    const std::size_t places = static_cast<std::size_t>(decimals);
-    const std::size_t whole = count > places ? count - places : 0;
-    std::size_t end = count; // of what is written: no zeros at the end of a fraction
-    while (end > whole && digits[end - 1] == '0')
-        --end;
-    std::string text(units < 0 ? "-" : "");
-    text.append(digits, whole);
-    if (end == whole)
-        return text;
-    text += '.';
-    text.append(count < places ? places - count : 0, '0');
-    text.append(digits + whole, end - whole);
-    return text;
+    const int64_t whole = static_cast<int64_t>(value);
+    const double rest = value - static_cast<double>(whole);
+    return whole + (rest >= 0.5 ? 1 : 0) - (rest <= -0.5 ? 1 : 0);
 }
 
-// Numbers after a letter, or after a number that has a point or none.
-class Numbers
+} // namespace
+
+// A number of whole units of 10^-decimals.
+class SvgPath::Text
 {
 public:
-    explicit Numbers(bool afterLetter, bool afterPoint = false)
-        : hadPoint(afterPoint), isFirst(afterLetter)
-    { }
-
-    void add(const std::string &number)
+    Text(int64_t units, int decimals)
     {
-        const bool apart = number[0] == '-' || (number[0] == '.' && hadPoint);
+        if (units == 0) {
+            *end++ = '0';
+            return;
+        }
+        char digits[20]; // of 2^63, and one to spare
+        const uint64_t size = units < 0 ? uint64_t(0) - uint64_t(units) : uint64_t(units);
+        const std::ptrdiff_t count
+            = std::to_chars(digits, digits + sizeof digits, size).ptr - digits;
+        const std::ptrdiff_t whole = std::max(count - decimals, std::ptrdiff_t(0));
+        std::ptrdiff_t last = count; // of what is written: no zeros at the end of a fraction
+        while (last > whole && digits[last - 1] == '0')
+            --last;
+        if (units < 0)
+            *end++ = '-';
+        end = std::copy(digits, digits + whole, end);
+        if (last == whole)
+            return;
+        *end++ = '.';
+        end = std::fill_n(end, std::max(decimals - count, std::ptrdiff_t(0)), '0');
+        end = std::copy(digits + whole, digits + last, end);
+    }
+
+    Text(const Text &) = delete;
+    Text &operator=(const Text &) = delete;
+
+    const char *data() const { return letters; }
+    std::size_t size() const { return std::size_t(end - letters); }
+
+private:
+    char letters[20 + kMostCompactDecimals + 2] = {};
+    char *end = letters;
+};
+
+// Numbers after a letter, or after a number that has a point or none. Keeps its memory.
+class SvgPath::Numbers
+{
+public:
+    explicit Numbers(std::string *room, bool afterLetter, bool afterPoint = false)
+        : text(*room), hadPoint(afterPoint), isFirst(afterLetter)
+    {
+        text.clear();
+    }
+
+    template<typename Number>
+    void add(const Number &number)
+    {
+        const char *begin = number.data();
+        const bool apart = *begin == '-' || (*begin == '.' && hadPoint);
         if (!isFirst && !apart)
             text += ' ';
-        text += number;
-        hadPoint = number.find('.') != std::string::npos;
+        text.append(begin, number.size());
+        hadPoint = std::find(begin, begin + number.size(), '.') != begin + number.size();
         isFirst = false;
     }
 
-    std::string text;
+    std::string &text;
     bool hadPoint;
 
 private:
     bool isFirst;
 };
-
-} // namespace
 
 void appendShort(std::string *text, double value, int decimals)
 {
@@ -84,14 +112,14 @@ SvgPath::SvgPath(double l, double t, int d, bool inUnits)
     : left(l), top(t), decimals(d), unit(std::pow(10.0, d)), written(inUnits ? 0 : d)
 { }
 
-std::string SvgPath::textOf(int64_t units) const
+SvgPath::Text SvgPath::textOf(int64_t units) const
 {
-    return shortText(units, written);
+    return Text(units, written);
 }
 
 SvgPath::Place SvgPath::placeOf(const Point &p) const
 {
-    return { std::llround((p.x - left) * unit), std::llround((top - p.y) * unit) };
+    return { rounded((p.x - left) * unit), rounded((top - p.y) * unit) };
 }
 
 Point SvgPath::pointOf(const Place &place) const
@@ -179,15 +207,16 @@ void SvgPath::append(const std::vector<PathPiece> &pieces, std::string *text)
 // At the begin of the data numbers are absolute either way.
 void SvgPath::moveTo(const Place &to, std::string *text)
 {
-    Numbers absolute(true);
+    Numbers absolute(&absoluteRoom, true);
     absolute.add(textOf(to.x));
     absolute.add(textOf(to.y));
-    Numbers relative(true);
+    Numbers relative(&relativeRoom, true);
     relative.add(textOf(to.x - at.x));
     relative.add(textOf(to.y - at.y));
     const bool isRelative
         = !text->empty() && text->back() == 'z' && relative.text.size() < absolute.text.size();
-    *text += isRelative ? 'm' + relative.text : 'M' + absolute.text;
+    *text += isRelative ? 'm' : 'M';
+    *text += isRelative ? relative.text : absolute.text;
     hadPoint = isRelative ? relative.hadPoint : absolute.hadPoint;
     letter = isRelative ? 'l' : 'L';
     at = to;
@@ -202,11 +231,13 @@ void SvgPath::lineTo(const Place &to, std::string *text)
     const bool upright = to.x == at.x;
     const int64_t before = upright ? at.y : at.x;
     const int64_t after = upright ? to.y : to.x;
-    const std::string absolute = textOf(after);
-    const std::string relative = textOf(after - before);
+    const Text absolute = textOf(after);
+    const Text relative = textOf(after - before);
     const bool isRelative = relative.size() <= absolute.size();
+    const Text &shorter = isRelative ? relative : absolute;
     letter = upright ? (isRelative ? 'v' : 'V') : (isRelative ? 'h' : 'H');
-    *text += letter + (isRelative ? relative : absolute);
+    *text += letter;
+    text->append(shorter.data(), shorter.size());
     hadPoint = false;
     at = to;
 }
@@ -214,26 +245,23 @@ void SvgPath::lineTo(const Place &to, std::string *text)
 // A line or a curve; the letter is the small one.
 void SvgPath::curveTo(char small, const Place *points, int count, std::string *text)
 {
-    std::string best;
-    char bestLetter = small;
-    bool bestHadPoint = false;
-    for (const bool isRelative : { true, false }) {
-        const char own = isRelative ? small : static_cast<char>(small - 'a' + 'A');
-        Numbers numbers(own != letter, hadPoint);
-        for (int i = 0; i < count; ++i) {
-            numbers.add(textOf(points[i].x - (isRelative ? at.x : 0)));
-            numbers.add(textOf(points[i].y - (isRelative ? at.y : 0)));
-        }
-        const std::string whole = (own != letter ? std::string(1, own) : "") + numbers.text;
-        if (isRelative || whole.size() < best.size()) {
-            best = whole;
-            bestLetter = own;
-            bestHadPoint = numbers.hadPoint;
-        }
+    const char capital = static_cast<char>(small - 'a' + 'A');
+    Numbers relative(&relativeRoom, small != letter, hadPoint);
+    Numbers absolute(&absoluteRoom, capital != letter, hadPoint);
+    for (int i = 0; i < count; ++i) {
+        relative.add(textOf(points[i].x - at.x));
+        relative.add(textOf(points[i].y - at.y));
+        absolute.add(textOf(points[i].x));
+        absolute.add(textOf(points[i].y));
     }
-    *text += best;
-    letter = bestLetter;
-    hadPoint = bestHadPoint;
+    const bool isRelative = relative.text.size() + (small != letter ? 1 : 0)
+        <= absolute.text.size() + (capital != letter ? 1 : 0);
+    const char own = isRelative ? small : capital;
+    if (own != letter)
+        *text += own;
+    *text += isRelative ? relative.text : absolute.text;
+    letter = own;
+    hadPoint = isRelative ? relative.hadPoint : absolute.hadPoint;
     at = points[count - 1];
 }
 
@@ -297,13 +325,15 @@ void SvgPath::appendArc(const PathPiece &piece, std::string *text)
             && distanceOfMiddle(ellipse, to, rounded, -std::stod(turn) / kDegrees) * unit <= most)
             break;
     }
-    Numbers numbers(true);
-    for (const std::string &number : { radii[0], radii[1], turn })
-        numbers.add(number);
-    numbers.add(std::fabs(piece.bulge) > 1.0 ? "1" : "0");
-    numbers.add(piece.bulge < 0.0 ? "1" : "0"); // y is turned over, and the sense with it
-    Numbers absolute = numbers;
-    Numbers relative = numbers;
+    Numbers absolute(&absoluteRoom, true);
+    Numbers relative(&relativeRoom, true);
+    for (Numbers *numbers : { &absolute, &relative }) {
+        for (const std::string *number : { &radii[0], &radii[1], &turn })
+            numbers->add(*number);
+        numbers->add(std::string_view(std::fabs(piece.bulge) > 1.0 ? "1" : "0"));
+        // y is turned over, and the sense with it.
+        numbers->add(std::string_view(piece.bulge < 0.0 ? "1" : "0"));
+    }
     absolute.add(textOf(to.x));
     absolute.add(textOf(to.y));
     relative.add(textOf(to.x - at.x));

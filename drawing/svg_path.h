@@ -47,9 +47,12 @@ private:
         int64_t y;
     };
 
+    class Text;
+    class Numbers;
+
     Place placeOf(const Point &p) const;
     Point pointOf(const Place &place) const;
-    std::string textOf(int64_t units) const;
+    Text textOf(int64_t units) const;
     void moveTo(const Place &to, std::string *text);
     void lineTo(const Place &to, std::string *text);
     void curveTo(char letter, const Place *points, int count, std::string *text);
@@ -64,8 +67,10 @@ private:
     const double unit; // of places: 10 to the power of decimals
     const int written; // decimals of what is written: none of units
     Place at = { 0, 0 };
-    char letter = '\0';    // of the command before, as it would be repeated
-    bool hadPoint = false; // in the number before
+    char letter = '\0';       // of the command before, as it would be repeated
+    bool hadPoint = false;    // in the number before
+    std::string absoluteRoom; // of Numbers
+    std::string relativeRoom;
 };
 
 // The shortest text of a number that is rounded to so many decimals: without a 0 before the point.

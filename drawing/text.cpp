@@ -10,28 +10,27 @@ namespace ztrace {
 
 namespace {
 
+// Whole parts of coordinates mostly are below 10000. How many digits they have can hardly be
+// foretold: all four are made, and what leads in vain is written over.
 char *writeWhole(char *to, quint64 number)
 {
     static const char kPairs[] = "00010203040506070809101112131415161718192021222324"
                                  "25262728293031323334353637383940414243444546474849"
                                  "50515253545556575859606162636465666768697071727374"
                                  "75767778798081828384858687888990919293949596979899";
-    const auto writePair = [](char *at, quint64 pair) { std::memcpy(at, kPairs + 2 * pair, 2); };
     if (number >= 10000)
         return std::to_chars(to, to + 20, number).ptr;
-    // Whole parts of coordinates mostly are that small.
-    const quint64 first = number / 100;
-    if (first >= 10) {
-        writePair(to, first);
-        to += 2;
-    } else if (first > 0) {
-        *to++ = static_cast<char>('0' + first);
-    } else if (number < 10) {
-        *to = static_cast<char>('0' + number);
-        return to + 1;
-    }
-    writePair(to, number % 100);
-    return to + 2;
+    const std::size_t small = static_cast<std::size_t>(number);
+    const char *high = kPairs + 2 * (small / 100);
+    const char *low = kPairs + 2 * (small % 100);
+    *to = high[0];
+    to += small >= 1000 ? 1 : 0;
+    *to = high[1];
+    to += small >= 100 ? 1 : 0;
+    *to = low[0];
+    to += small >= 10 ? 1 : 0;
+    *to = low[1];
+    return to + 1;
 }
 
 // Multiples of 1/16, which most coordinates are: those of pixels, their middles and quarters. Their
@@ -58,9 +57,9 @@ char *writeSixteenths(char *to, double value, int decimals)
     if (number < 0)
         *to++ = '-';
     to = writeWhole(to, size / 16);
-    if (part != 0)
-        *to++ = '.';
-    std::memcpy(to, kDecimals[part], 4); // what is no digit is written over
+    *to = '.'; // what is none of the number is written over
+    to += part != 0 ? 1 : 0;
+    std::memcpy(to, kDecimals[part], 4);
     return to + length;
 }
 

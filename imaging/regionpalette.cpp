@@ -136,13 +136,16 @@ public:
         });
         for (std::size_t k : order)
             sorted.push_back(c[k]);
+        for (std::size_t step = 0; step < firstOfStep.size(); ++step)
+            firstOfStep[step] = firstFrom(float(step) * kStep, 0, sorted.size());
     }
 
     std::size_t of(const SeenColour &colour) const
     {
-        const auto lighter = std::lower_bound(
-            sorted.begin(), sorted.end(), colour.lightness,
-            [](const SeenColour &a, float lightness) { return a.lightness < lightness; });
+        const std::size_t step = std::min(std::size_t(std::max(0.0f, colour.lightness) / kStep),
+                                          firstOfStep.size() - 2);
+        const auto lighter = sorted.begin()
+            + std::ptrdiff_t(firstFrom(colour.lightness, firstOfStep[step], firstOfStep[step + 1]));
         const std::size_t middle = std::size_t(lighter - sorted.begin());
         float least = std::numeric_limits<float>::max();
         std::size_t best = 0;
@@ -168,8 +171,23 @@ private:
         return true;
     }
 
+    // The first one between two places that is as light, or the second place.
+    std::size_t firstFrom(float lightness, std::size_t begin, std::size_t end) const
+    {
+        const auto first = sorted.begin();
+        return std::size_t(
+            std::lower_bound(first + std::ptrdiff_t(begin), first + std::ptrdiff_t(end), lightness,
+                             [](const SeenColour &a, float least) { return a.lightness < least; })
+            - first);
+    }
+
+    // Steps of lightness, of which there are 765 (SeenColour): between two of them there are few
+    // colours to be searched.
+    static constexpr float kStep = 4.0f; // divided by without rounding
+
     std::vector<std::size_t> order;
     std::vector<SeenColour> sorted;
+    std::array<std::size_t, 193> firstOfStep;
 };
 
 // Finds the nearest entry of a palette of the same alpha, of which there is at least one.
@@ -246,10 +264,11 @@ public:
         for (uint32_t s = begin; s < end; ++s) {
             const uint16_t label = labels[graph.sides[s].region];
             const float other = cost(region, label);
-            if (other < least || (other == least && best != own && label < best)) {
-                least = other;
-                best = label;
-            }
+            // Which one it is can hardly be foretold: no branches.
+            const bool isBetter
+                = (other < least) | ((other == least) & (best != own) & (label < best));
+            least = isBetter ? other : least;
+            best = isBetter ? label : best;
         }
         for (uint32_t s = begin; s < end; ++s)
             edges[labels[graph.sides[s].region]] = 0.0f;

@@ -32,16 +32,23 @@ const float kCoarser = 4.0f;
 const float kFarthest = 4e6f; // more than any two colours are apart
 const float kNearest = 1.0f;  // squared; an eighth of what can be seen is one colour at any price
 
-// Sides before regions are merged for the last time for each of which there is room for one after
-// that; where there are more the list grows. The photographs that were looked at have one for three
-// or four.
-const std::size_t kSidesOfSide = 3;
+// At most, of all regions together: what hangs together by pixel edges is a map in the plane, and
+// has fewer than three pairs of neighbours for each of its areas.
+const std::size_t kSidesOfRegion = 6;
 
 // Regions that are asked for before they are read: beyond those of the next row, 64 kilobytes. A
 // photograph's take a sixth less time.
 const uint32_t kRegionsAhead = 4096;
 
 typedef float Four __attribute__((vector_size(16)));
+typedef int32_t FourMasks __attribute__((vector_size(16)));
+
+const FourMasks kOfColour = { -1, -1, -1, 0 };
+
+Four pick(const FourMasks &masks, const Four &where, const Four &elsewhere)
+{
+    return Four((FourMasks(where) & masks) | (FourMasks(elsewhere) & ~masks));
+}
 
 // A region while it grows, in one vector: the mean of its pixels, and their number.
 struct Tally
@@ -71,11 +78,10 @@ float lossOfEdge(const Tally &a, const Tally &b, float edges)
     return a.pixels() * b.pixels() * squaredDistance(a, b) / (pixels * edges);
 }
 
-void add(const Tally &other, Tally *to)
+Tally sum(const Tally &a, const Tally &b)
 {
-    const float pixels = to->pixels() + other.pixels();
-    const Four mean = to->value + other.pixels() / pixels * (other.value - to->value);
-    to->value = Four { mean[0], mean[1], mean[2], pixels }; // at once, as it is read next
+    const float share = b.pixels() / (a.pixels() + b.pixels());
+    return { a.value + pick(kOfColour, share * (b.value - a.value), b.value) };
 }
 
 // Regions that become one: a forest, in which the lowest number of each is the root.
@@ -125,9 +131,19 @@ public:
     {
         const uint32_t low = std::min(a, b);
         const uint32_t high = std::max(a, b);
-        add(tallies[high], &tallies[low]);
+        tallies[low] = sum(tallies[low], tallies[high]);
         up[high] = low;
         return low;
+    }
+
+    // The root of every region, with as many entries more as PixelJoins::Rows reads: valid until
+    // the next merge.
+    const std::vector<uint32_t> &roots()
+    {
+        for (uint32_t &above : up) // nothing points to a higher number
+            above = up[above];
+        up.resize(count() + PixelJoins::kNamesBeyond, 0);
+        return up;
     }
 
     // The roots become all that there is, numbered in their order. Returns the new number of every
@@ -137,6 +153,7 @@ public:
         // Nothing points to a higher number, so that all that is read has been numbered before,
         // and all that is written has been read.
         uint32_t roots = 0;
+        up.resize(count());
         for (std::size_t k = 0; k < up.size(); ++k) {
             if (up[k] != k) {
                 up[k] = up[up[k]];
@@ -154,6 +171,9 @@ public:
         std::iota(up.begin(), up.end(), 0u);
         return numbers;
     }
+
+    // Gives back the room of regions that are no more.
+    void shrink() { tallies.shrink_to_fit(); }
 
     // The regions themselves, of which nothing is left here.
     std::vector<Region> take()
@@ -211,38 +231,61 @@ private:
         for (std::size_t x = 0; x < width; ++x)
             pixels[x]
                 = x > 0 && words[x] == words[x - 1] ? pixels[x - 1] : tallyOf(seen.of(words[x]));
-        uint32_t left = kNone;
+        Place left = { kNone, {} };
         for (std::size_t x = 0; x < width; ++x) {
             left = addPixel(pixels[x], uint8_t(qAlpha(words[x])), left,
                             above ? merging.rootOf(above[x]) : kNone, &row[x]);
-            target[x] = left;
+            target[x] = left.region;
         }
     }
+
+    // A region with what it has: the next pixel need not wait until that is read again.
+    struct Place
+    {
+        uint32_t region;
+        Tally tally;
+    };
 
     // Where both are one region it is as near on either side, and left is taken.
-    uint32_t addPixel(const Tally &pixel, uint8_t alpha, uint32_t left, uint32_t up,
-                      PixelJoin *join)
+    Place addPixel(const Tally &pixel, uint8_t alpha, const Place &left, uint32_t up,
+                   PixelJoin *join)
     {
+        const Place above = { up, up != kNone ? merging.tally(up) : Tally {} };
         const float toLeft = distance(pixel, alpha, left);
-        const float toUp = distance(pixel, alpha, up);
+        const float toUp = distance(pixel, alpha, above);
         if (!(std::min(toLeft, toUp) < farthest)) {
             *join = PixelJoin::Start;
-            return merging.addRegion(pixel, alpha);
+            return { merging.addRegion(pixel, alpha), pixel };
         }
-        *join = toUp < toLeft ? PixelJoin::Up : PixelJoin::Left;
-        const uint32_t nearer = toUp < toLeft ? up : left;
-        const uint32_t other = nearer == left ? up : left;
-        add(pixel, &merging.tally(nearer));
-        const bool bridge = other != kNone && other != nearer && merging.areAlike(nearer, other)
-            && lossOfEdge(merging.tally(nearer), merging.tally(other), 1.0f) < farthest;
-        return bridge ? merging.merge(nearer, other) : nearer;
+        // Branches: in smooth parts of a picture they are foretold, and the next pixel begins
+        // before the distances of this one are known.
+        if (toUp < toLeft) {
+            *join = PixelJoin::Up;
+            return addTo(above, left, pixel);
+        }
+        *join = PixelJoin::Left;
+        return addTo(left, above, pixel);
     }
 
-    float distance(const Tally &pixel, uint8_t alpha, uint32_t region) const
+    // Adds the pixel to the nearer of the two, and that to the other one if it is near then.
+    Place addTo(const Place &nearer, const Place &other, const Tally &pixel)
     {
-        if (region == kNone || !merging.isOfAlpha(region, alpha))
+        const Tally grown = sum(nearer.tally, pixel);
+        merging.tally(nearer.region) = grown;
+        const bool bridge = other.region != kNone && other.region != nearer.region
+            && merging.areAlike(nearer.region, other.region)
+            && lossOfEdge(grown, other.tally, 1.0f) < farthest;
+        if (!bridge)
+            return { nearer.region, grown };
+        const uint32_t both = merging.merge(nearer.region, other.region);
+        return { both, merging.tally(both) };
+    }
+
+    float distance(const Tally &pixel, uint8_t alpha, const Place &place) const
+    {
+        if (place.region == kNone || !merging.isOfAlpha(place.region, alpha))
             return farthest;
-        return squaredDistance(pixel, merging.tally(region));
+        return squaredDistance(pixel, place.tally);
     }
 
     const QImage &image;
@@ -254,12 +297,13 @@ private:
     std::vector<Tally> pixels; // of a row
 };
 
-// The neighbours of the regions that starts are of.
-SideList sidesOf(const RegionGraph &graph, std::size_t regions, PixelEdges edges)
+// The neighbours of regions below a number, from the one of every start.
+SideList sidesOf(const RegionGraph &graph, const std::vector<uint32_t> &regionOfStart,
+                 std::size_t regions, PixelEdges edges)
 {
-    return SideList(regions, [&graph, edges](auto use) {
+    return SideList(regions, [&graph, &regionOfStart, edges](auto use) {
         const std::size_t width = std::size_t(graph.width);
-        PixelJoins::Rows<uint32_t> rows(graph.joins, graph.regionOfStart);
+        PixelJoins::Rows<uint32_t> rows(graph.joins, regionOfStart);
         EdgeFinder finder(width, edges);
         std::vector<uint32_t> above(width);
         std::vector<uint32_t> own(width);
@@ -407,7 +451,7 @@ void listSides(const std::vector<uint32_t> &numbers, const SideList &old, Region
     const Members members(numbers, graph->regions.size());
     SideCounter counter(members.count());
     graph->firstSide.reserve(members.count() + 1);
-    graph->sides.reserve(old.size() / kSidesOfSide);
+    graph->sides.reserve(std::min(old.size(), kSidesOfRegion * members.count()));
     graph->firstSide.push_back(0);
     for (uint32_t k = 0; k < members.count(); ++k) {
         counter.begin(k);
@@ -423,9 +467,11 @@ void listSides(const std::vector<uint32_t> &numbers, const SideList &old, Region
 }
 
 // Every pixel edge counts as one of its own, so that each neighbour is asked once or a few times.
+// Starts that joined an earlier one while they grew are no regions, and have no sides: numbering
+// the others before takes more memory than those.
 void mergeFirst(double price, const RegionGraph &graph, Merging *merging)
 {
-    const SideList sides = sidesOf(graph, merging->count(), PixelEdges::Longest);
+    const SideList sides = sidesOf(graph, merging->roots(), merging->count(), PixelEdges::Longest);
     mergeAt(
         kFirstPart * float(price),
         [&sides](uint32_t region, auto use) {
@@ -448,10 +494,10 @@ void mergeCounted(double price, const SideList &sides, Merging *merging)
         merging);
 }
 
-void renumber(const std::vector<uint32_t> &numbers, std::vector<uint32_t> *all)
+void renumber(const std::vector<uint32_t> &numbers, std::vector<uint32_t> *regionOfStart)
 {
-    for (uint32_t &number : *all)
-        number = numbers[number];
+    for (std::size_t k = 0; k + PixelJoins::kNamesBeyond < regionOfStart->size(); ++k)
+        (*regionOfStart)[k] = numbers[(*regionOfStart)[k]];
 }
 
 } // namespace
@@ -467,11 +513,11 @@ RegionGraph findRegions(const QImage &image, const SeenColours &seen, double pri
         merging = Merging(isOpaque(image));
         farthest *= kCoarser;
     }
-    graph.regionOfStart = merging.renumber();
-    graph.regionOfStart.push_back(0);
     mergeFirst(price, graph, &merging);
-    renumber(merging.renumber(), &graph.regionOfStart);
-    const SideList sides = sidesOf(graph, merging.count(), PixelEdges::All);
+    graph.regionOfStart = merging.renumber();
+    graph.regionOfStart.resize(graph.regionOfStart.size() + PixelJoins::kNamesBeyond, 0);
+    merging.shrink();
+    const SideList sides = sidesOf(graph, graph.regionOfStart, merging.count(), PixelEdges::All);
     mergeCounted(price, sides, &merging);
     const std::vector<uint32_t> numbers = merging.renumber();
     graph.regions = merging.take();

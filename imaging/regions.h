@@ -36,8 +36,9 @@ struct RegionSide
 };
 
 // The sides of region k are sides[firstSide[k]] to sides[firstSide[k + 1] - 1]; each neighbour
-// stands there once. `joins` with `regionOfStart`, which has one entry more than there are starts,
-// tells the region of every pixel: a plane of numbers would take as much as the picture.
+// stands there once. `joins` with `regionOfStart`, which has PixelJoins::kNamesBeyond entries more
+// than there are starts, tells the region of every pixel: a plane of numbers would take as much as
+// the picture.
 struct RegionGraph
 {
     int width = 0;

@@ -42,28 +42,34 @@ public:
         }
     }
 
+    // Which pixels are on borders is found many at a time, from the labels that the row has before.
+    // Where one is changed the next one is on a border, too; one that is on none any more has no
+    // other label to choose.
     void sweep()
     {
         const int width = image.width();
         const int height = image.height();
+        std::vector<uint64_t> borders(std::size_t(width) / 64 + 2);
         uint16_t *own = labels;
         for (int y = 0; y < height; ++y, own += width) {
             const QRgb *words = row(image, y);
             const uint16_t *above = y > 0 ? own - width : own;
             const uint16_t *below = y + 1 < height ? own + width : own;
-            for (int x = 0; x < width; ++x) {
-                const int left = x > 0 ? x - 1 : x;
-                const int right = x + 1 < width ? x + 1 : x;
-                if (own[left] == own[x] && own[right] == own[x] && above[x] == own[x]
-                    && below[x] == own[x]) {
-                    // Not beside a pixel that has just been written: what is wider than that one
-                    // would wait for it.
-                    x = skipAmid(own, above, below, x + 1, width) - 1;
-                    continue;
+            markBorders(own, above, below, std::size_t(width), borders.data());
+            for (std::size_t k = 0; 64 * k < std::size_t(width); ++k) {
+                while (borders[k] != 0) {
+                    const int x = int(64 * k) + __builtin_ctzll(borders[k]);
+                    borders[k] &= borders[k] - 1;
+                    const int left = x > 0 ? x - 1 : x;
+                    const int right = x + 1 < width ? x + 1 : x;
+                    const uint16_t best
+                        = choose(words[x], own[x],
+                                 { { own[left], own[right], above[x], below[x], above[left],
+                                     above[right], below[left], below[right] } });
+                    const std::size_t next = std::size_t(x) + 1;
+                    borders[next / 64] |= uint64_t(best != own[x] && right > x) << next % 64;
+                    own[x] = best;
                 }
-                own[x] = choose(words[x], own[x],
-                                { { own[left], own[right], above[x], below[x], above[left],
-                                    above[right], below[left], below[right] } });
             }
         }
     }
@@ -73,45 +79,73 @@ private:
 
     typedef std::array<uint16_t, 2 * kSides> Around; // labels of the sides, and of the corners
 
-    // Goes on over pixels whose four sides are of their own label, as long as there are many; not
-    // beyond the last pixel.
-    static int skipAmid(const uint16_t *own, const uint16_t *above, const uint16_t *below, int x,
-                        int width)
+    // A bit for each pixel with another label on one of its four sides, the first one in the lowest
+    // bit of the first word; `bits` has width / 64 + 2 words.
+    static void markBorders(const uint16_t *own, const uint16_t *above, const uint16_t *below,
+                            std::size_t width, uint64_t *bits)
     {
+        std::fill_n(bits, width / 64 + 2, 0);
+        std::size_t x = 0;
+        const auto mark = [&] {
+            const uint16_t label = own[x];
+            const bool isBorder = (above[x] != label) | (below[x] != label)
+                | (own[x > 0 ? x - 1 : x] != label) | (own[x + 1 < width ? x + 1 : x] != label);
+            bits[x / 64] |= uint64_t(isBorder) << x % 64;
+        };
 #ifdef __SSE2__
         const auto eight = [](const uint16_t *labels) {
             return _mm_loadu_si128(reinterpret_cast<const __m128i *>(labels));
         };
-        for (; x > 0 && x + 8 < width; x += 8) {
+        for (; x < std::min(width, std::size_t(8)); ++x)
+            mark();
+        for (; x + 8 < width; x += 8) {
             const __m128i here = eight(own + x);
             const __m128i across = _mm_and_si128(_mm_cmpeq_epi16(here, eight(own + x - 1)),
                                                  _mm_cmpeq_epi16(here, eight(own + x + 1)));
             const __m128i along = _mm_and_si128(_mm_cmpeq_epi16(here, eight(above + x)),
                                                 _mm_cmpeq_epi16(here, eight(below + x)));
-            if (_mm_movemask_epi8(_mm_and_si128(across, along)) != 0xFFFF)
-                break;
+            const __m128i amid = _mm_packs_epi16(_mm_and_si128(across, along), _mm_set1_epi16(-1));
+            bits[x / 64] |= uint64_t(~unsigned(_mm_movemask_epi8(amid)) & 0xFFu) << x % 64;
         }
-#else
-        (void)own, (void)above, (void)below, (void)width;
 #endif
-        return x;
+        for (; x < width; ++x)
+            mark();
     }
 
-    // Whether a label is better is hard to foretell: all are looked at, also more than once.
+    // Of the labels beside it each other one is looked at once: mostly that is one, where all four
+    // would be looked at otherwise. Whether it is better is hard to foretell.
     uint16_t choose(QRgb word, uint16_t own, const Around &around) const
     {
+        std::array<uint16_t, kSides> others;
+        const std::size_t count = othersIn(around, own, &others);
         const SeenColour colour = seen.of(word);
         const int alpha = palette[own].alpha;
         uint16_t best = own;
         float least = cost(colour, own, around);
-        for (std::size_t k = 0; k < kSides; ++k) {
-            const uint16_t label = around[k];
+        for (std::size_t k = 0; k < count; ++k) {
+            const uint16_t label = others[k];
             const float other = cost(colour, label, around);
             const bool isBetter = (other < least) & (palette[label].alpha == alpha);
             best = isBetter ? label : best;
             least = isBetter ? other : least;
         }
         return best;
+    }
+
+    // The labels of the sides but the pixel's own, each once, in the order of the sides; returns
+    // how many there are.
+    static std::size_t othersIn(const Around &around, uint16_t own,
+                                std::array<uint16_t, kSides> *others)
+    {
+        std::size_t count = 0;
+        for (std::size_t k = 0; k < kSides; ++k) {
+            bool isNew = around[k] != own;
+            for (std::size_t before = 0; before < k; ++before)
+                isNew &= around[k] != around[before];
+            (*others)[count] = around[k];
+            count += isNew ? 1u : 0u;
+        }
+        return count;
     }
 
     // A bit for each that is of the label.

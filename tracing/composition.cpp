@@ -153,22 +153,20 @@ public:
     {
         const std::vector<int> places = placesInPainting(drawing, apart);
         const std::vector<bool> touchesClear = findBesideClear();
-        std::vector<bool> isStroked(regions.size(), false);
-        std::vector<bool> isAbove(regions.size(), false);
+        const std::vector<uint8_t> hasSeams = findWithSeams(drawing.ground, places);
+        std::vector<uint8_t> isStroked(regions.size(), 0);
+        std::vector<uint8_t> isAbove(regions.size(), 0);
         for (const auto &pair : neighbours) {
             const std::size_t a = at(pair.first);
             const std::size_t b = at(pair.second);
             const bool nested = parent[b] == pair.first;
-            const bool onGround
-                = isOfColour(pair.first, drawing.ground) || isOfColour(pair.second, drawing.ground);
-            if ((nested && !apart) || onGround || alphaOf(pair.first) < 255
-                || alphaOf(pair.second) < 255 || places[a] == kNone || places[b] == kNone)
+            if ((nested && !apart) || !hasSeams[a] || !hasSeams[b])
                 continue;
             const std::size_t below = places[a] < places[b] ? a : b;
             const std::size_t above = below == a ? b : a;
             const bool spare = !apart && touchesClear[below] && !touchesClear[above];
-            isStroked[spare ? above : below] = true;
-            isAbove[above] = true;
+            isStroked[spare ? above : below] = 1;
+            isAbove[above] = 1;
         }
         const bool hasGround = qAlpha(drawing.ground) != 0;
         const double usual = hasGround ? kSeamWidth : kSeamWidthWithoutGround;
@@ -391,9 +389,23 @@ private:
         return places;
     }
 
+    // Opaque areas that are painted and have another colour than the ground.
+    std::vector<uint8_t> findWithSeams(QRgb ground, const std::vector<int> &places) const
+    {
+        std::vector<uint8_t> have(regions.size());
+        for (std::size_t r = 0; r < have.size(); ++r) {
+            const int region = static_cast<int>(r);
+            have[r] = places[r] != kNone && alphaOf(region) == 255 && !isOfColour(region, ground);
+        }
+        return have;
+    }
+
     std::vector<bool> findBesideClear() const
     {
         std::vector<bool> besideClear(regions.size(), false);
+        if (std::all_of(colours.begin(), colours.end(),
+                        [](QRgb colour) { return qAlpha(colour) == 255; }))
+            return besideClear;
         for (const auto &pair : neighbours) {
             if (alphaOf(pair.second) < 255)
                 besideClear[at(pair.first)] = true;

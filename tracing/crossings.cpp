@@ -104,6 +104,7 @@ void flatten(const fit::Path &path, uint32_t number, std::vector<Segment> *segme
     const bool whole = fit::isWhole(piece.kind);
     const Places places(piece);
     const std::size_t begin = segments->size();
+    segments->reserve(begin + ends.size());
     double along = 0;
     Point a = whole ? places.at(0) : piece.start;
     for (std::size_t k = 0; k < ends.size(); ++k) {

@@ -141,16 +141,16 @@ void joinPieces(std::vector<fit::Piece> *pieces)
            && joined((*pieces)[(first + pieces->size() - 1) % pieces->size()], (*pieces)[first]))
         ++first;
     std::rotate(pieces->begin(), pieces->begin() + std::ptrdiff_t(first), pieces->end());
-    std::vector<fit::Piece> result;
+    std::size_t kept = 0;
     for (const fit::Piece &piece : *pieces) {
         const std::optional<fit::Piece> whole
-            = result.empty() ? std::nullopt : joined(result.back(), piece);
+            = kept == 0 ? std::nullopt : joined((*pieces)[kept - 1], piece);
         if (whole)
-            result.back() = *whole;
-        else
-            result.push_back(piece);
+            (*pieces)[kept - 1] = *whole;
+        else if (&(*pieces)[kept++] != &piece)
+            (*pieces)[kept - 1] = piece;
     }
-    pieces->swap(result);
+    pieces->erase(pieces->begin() + std::ptrdiff_t(kept), pieces->end());
 }
 
 } // namespace
@@ -158,7 +158,11 @@ void joinPieces(std::vector<fit::Piece> *pieces)
 Path FittedBoundaries::pathAlong(const uint32_t *references, std::size_t count,
                                  bool withNodes) const
 {
+    std::size_t most = 0;
+    for (std::size_t k = 0; k < count; ++k)
+        most += paths[chainOf(references[k])].pieces.size();
     std::vector<fit::Piece> pieces;
+    pieces.reserve(most);
     for (std::size_t k = 0; k < count; ++k)
         append(paths, references[k], &pieces);
     if (!withNodes)

@@ -283,6 +283,11 @@ public:
 
     std::vector<PiecePair> run(unsigned threads)
     {
+        std::size_t pieces = 0;
+        for (uint32_t k = 0; k < paths.size(); ++k)
+            pieces += isLooked(k) ? paths[k].pieces.size() : 0;
+        items.reserve(pieces);
+        strips.reserve(pieces);
         for (uint32_t k = 0; k < paths.size(); ++k) {
             if (isLooked(k))
                 addPieces(k, [](const fit::Box &) { return true; });

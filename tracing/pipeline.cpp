@@ -53,9 +53,12 @@ uint16_t commonestLabel(const Areas &areas)
 // since new memory is all zeros and what is never written to costs next to nothing; the outlines
 // are the same ones (tst_labels, namesOfLabelsDoNotMatter). There is one for each area of `graph`
 // at most.
-ShapeOutlines outlinesOf(const Areas &areas, const std::optional<AreaGraph> &graph, int upsampling,
+// Where there is a graph it knows all that is asked of runs from then on, and of them nothing but
+// the size is left.
+ShapeOutlines outlinesOf(Areas *traced, const std::optional<AreaGraph> &graph, int upsampling,
                          const OutlineOptions &options)
 {
+    Areas &areas = *traced;
     const uint16_t commonest = commonestLabel(areas);
     const auto exchanged = [commonest](int label) {
         return label == commonest ? 0 : label == 0 ? commonest : label;
@@ -73,6 +76,11 @@ ShapeOutlines outlinesOf(const Areas &areas, const std::optional<AreaGraph> &gra
             std::fill(row + begin, row + end, static_cast<Cell>(label));
         });
     });
+    if (graph) {
+        areas.runs.firstOfRow = std::vector<uint32_t>();
+        areas.runs.start = std::vector<int32_t>();
+        areas.runs.label = std::vector<uint16_t>();
+    }
     LabelShapes shapes(areas, upsampling, graph ? graph->areas.size() : 0);
     traceLabels(plane, options, [&](LabelOutline outline, const Segment *segments) {
         outline.label = exchanged(outline.label);
@@ -157,7 +165,7 @@ Traced traceAreas(Segmented segmented, const TracePlan &plan, bool leavesOutSmal
     if (!leavesOutSmall)
         options.pathomit = 0.0;
     ShapeOutlines outlines
-        = outlinesOf(segmented.areas, segmented.graph, segmented.upsampling, options);
+        = outlinesOf(&segmented.areas, segmented.graph, segmented.upsampling, options);
     stages->end("trace");
     return { std::move(segmented.areas),
              std::move(outlines),

@@ -50,12 +50,9 @@ Counts countPieces(const Drawing &drawing)
     Counts counts;
     for (const Outline &outline : drawing.outlines) {
         ++counts.outlines;
-        for (const PathPiece piece : outline.shape.pieces()) {
-            if (piece.kind == PathPiece::Line)
-                ++counts.lines;
-            else
-                ++counts.curves;
-        }
+        const int lines = int(outline.shape.pieces().lines());
+        counts.lines += lines;
+        counts.curves += int(outline.shape.pieces().size()) - lines;
     }
     return counts;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace ztrace {
 
@@ -109,8 +110,7 @@ bool isToothAfter(const std::vector<Stretch> &stretches, std::size_t stretch, bo
 }
 
 // Leaves out the cracks of teeth. The points are those of all cracks.
-ChainPoints withoutTeeth(const std::vector<Stretch> &stretches, bool closed,
-                         const ChainPoints &points)
+ChainPoints withoutTeeth(const std::vector<Stretch> &stretches, bool closed, ChainPoints points)
 {
     std::vector<char> isTooth(points.x.size(), 0);
     std::size_t past = 0;
@@ -122,6 +122,8 @@ ChainPoints withoutTeeth(const std::vector<Stretch> &stretches, bool closed,
         for (int i = 0; i < cracks; ++i)
             isTooth[(past + std::size_t(i)) % isTooth.size()] = 1;
     }
+    if (std::find(isTooth.begin(), isTooth.end(), 1) == isTooth.end())
+        return points;
     ChainPoints kept;
     for (std::size_t k = 0; k < points.x.size(); ++k) {
         if (isTooth[k])
@@ -155,8 +157,14 @@ double stairsSigma(const ChainPoints &points, std::size_t number, Heading headin
 
 ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain, bool isFaint)
 {
+    const std::size_t cracks = map.chains[chain].cracks;
     ChainPoints points;
+    points.x.reserve(cracks);
+    points.y.reserve(cracks);
+    points.sigma.reserve(cracks);
+    points.crack.reserve(cracks);
     std::vector<Stretch> stretches;
+    stretches.reserve(map.chains[chain].moves);
     forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {
         stretches.push_back({ h, length });
         for (int k = 0; k < length; ++k) {
@@ -174,7 +182,9 @@ ChainPoints staircaseOf(const BoundaryMap &map, uint32_t chain, bool isFaint)
                                        ? fit::kHardFloor
                                        : stairsSigma(points, first, stretches[k].heading, closed));
     }
-    return isFaint ? withoutTeeth(stretches, closed, points) : points;
+    if (isFaint)
+        return withoutTeeth(stretches, closed, std::move(points));
+    return points;
 }
 
 } // namespace ztrace

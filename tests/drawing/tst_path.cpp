@@ -9,6 +9,7 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -125,6 +126,8 @@ private slots:
                 at = last;
             }
             QCOMPARE(count, added.size());
+            QCOMPARE(copy.pieces().lines(),
+                     std::size_t(std::count(added.begin(), added.end(), 0u)));
             QVERIFY(isSame(copy.start(), points.front()) && isSame(copy.end(), points.back()));
         }
     }
@@ -151,6 +154,7 @@ private slots:
         taken = Path();
         QVERIFY(taken.isEmpty() && taken.pieces().empty() && taken == Path());
         QVERIFY(!(taken.pieces().begin() != taken.pieces().end()));
+        QCOMPARE(taken.pieces().lines(), std::size_t(0));
     }
 
     void rareListsAreCopiedAndCompared()

@@ -253,7 +253,7 @@ void tst_Regions::rowsAreNamedAsTheyWereJoined()
         }
         joins.setRow(y, row.data());
     }
-    names.push_back(0);
+    names.resize(names.size() + PixelJoins::kNamesBeyond, 1000); // no name
     PixelJoins::Rows<uint16_t> rows(joins, names);
     std::vector<uint16_t> above(std::size_t(width), 0);
     std::vector<uint16_t> own(std::size_t(width), 0);
