@@ -8,6 +8,7 @@
 #include "imaging/paper.h"
 #include "imaging/scan.h"
 #include "imaging/segment.h"
+#include "inkhues.h"
 #include "smallregions.h"
 
 #include <algorithm>
@@ -331,6 +332,10 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     stages->begin("preparing");
     ScanPlan scan = ink.scan;
     scan.splitsSoftEdges = plan.geometry.fit == Geometry::Fit::Engine;
+    QImage inColour;
+    if (ink.hues && !picture.isGrey() && !engineReduces(ink.engine)
+        && !picture.asImage().hasAlphaChannel())
+        inColour = picture.asImage();
     CleanPage clean = cleanPage(std::move(picture), scan);
     requireRoom(clean.page.width(), clean.page.height(), 1);
     Segmented segmented;
@@ -343,15 +348,22 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     const int threshold
         = shapes ? thresholdOf(clean) : takeAreas(clean, plan.geometry, &segmented, report);
     EngineOptions options = optionsOf(ink, threshold);
+    const bool hasHues = !inColour.isNull() && clean.angle == 0.0
+        && keepHues(inColour, segmented.upsampling, &areas);
+    inColour = QImage();
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
-    } else if (!shapes && separateAreas(&segmented)) {
+    } else if ((!shapes && separateAreas(&segmented)) || hasHues) {
         // Two colours are not enough to keep all areas apart that have to be.
         options["monochrome"] = 0;
         options["numberofcolors"] = double(areas.colours.size());
     }
-    for (QRgb &colour : areas.colours)
-        colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
+    for (QRgb &colour : areas.colours) {
+        if (colour == 0xFF000000u || !hasHues)
+            colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
+        else if (colour == 0xFFFFFFFFu)
+            colour = ink.paperColour;
+    }
     segmented.engine = reductionOptions(options);
     stages->end("prepare");
     return segmented;
