@@ -11,6 +11,10 @@
 #include <utility>
 #include <vector>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace ztrace {
 
 namespace {
@@ -31,6 +35,7 @@ public:
     PaleLines(int t, int p, const GreyPicture &page)
         : grey(page.asImage()), width(grey.width()), height(grey.height()), threshold(t),
           contrast(p - t), pale(t + int(kPale * contrast)),
+          dark(std::max(0, t - int(2.0 * kDark * contrast))),
           depth(std::max(1, int(kDepth * contrast)))
     { }
 
@@ -53,6 +58,26 @@ public:
 private:
     const uint8_t *rowAt(int y) const { return grey.constScanLine(y); }
 
+    // The next pixel that may be of such a line; `end` where there is none.
+    int firstLike(const uint8_t *tones, int x, int end) const
+    {
+#ifdef __SSE2__
+        const __m128i least = _mm_set1_epi8(static_cast<char>(dark));
+        const __m128i most = _mm_set1_epi8(static_cast<char>(std::min(pale, 255)));
+        for (; x + 16 <= end; x += 16) {
+            const __m128i own = _mm_loadu_si128(reinterpret_cast<const __m128i *>(tones + x));
+            const __m128i isLike
+                = _mm_cmpeq_epi8(_mm_max_epu8(_mm_min_epu8(own, most), least), own);
+            const unsigned like = unsigned(_mm_movemask_epi8(isLike));
+            if (like != 0)
+                return x + __builtin_ctz(like);
+        }
+#endif
+        while (x < end && (tones[x] > pale || tones[x] < dark))
+            ++x;
+        return x;
+    }
+
     void findRidges()
     {
         for (int y = kBeside; y + kBeside < height; ++y) {
@@ -62,9 +87,10 @@ private:
             const uint8_t *const farAbove = rowAt(y - kBeside);
             const uint8_t *const farBelow = rowAt(y + kBeside);
             for (int x = kBeside; x + kBeside < width; ++x) {
+                x = firstLike(tones, x, width - kBeside);
+                if (x == width - kBeside)
+                    break;
                 const int tone = tones[x];
-                if (tone > pale)
-                    continue;
                 const uint32_t place = uint32_t(y) * uint32_t(width) + uint32_t(x);
                 if (tone < above[x] && tone <= below[x] && farAbove[x] >= tone + depth
                     && farBelow[x] >= tone + depth)
@@ -142,6 +168,7 @@ private:
     const int threshold;
     const int contrast; // of the paper
     const int pale;
+    const int dark; // darker than nearly all of a line that noise decides about
     const int depth;
     std::vector<uint32_t> across; // ridges of lines that go across, from the top
     std::vector<uint32_t> down;
