@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segmentation.h"
 
+#include "imaging/alpha.h"
 #include "imaging/blend.h"
 #include "imaging/colour.h"
 #include "imaging/failure.h"
@@ -10,6 +11,8 @@
 #include "imaging/segment.h"
 #include "inkhues.h"
 #include "smallregions.h"
+
+#include <QPainter>
 
 #include <algorithm>
 #include <utility>
@@ -284,6 +287,30 @@ Runs strokeRuns(const CleanPage &clean)
     return scanRuns(plane.labels.data(), plane.width, plane.height);
 }
 
+bool seesThrough(const Picture &picture)
+{
+    const QImage &image = picture.asImage();
+    return image.hasAlphaChannel() && (image.format() != QImage::Format_ARGB32 || !isOpaque(image));
+}
+
+// A picture as its page has been turned, clockwise around the middle, in degrees.
+QImage turned(const QImage &image, double degrees)
+{
+    if (degrees == 0.0)
+        return image;
+    const QPointF middle(0.5 * image.width(), 0.5 * image.height());
+    QImage result(image.size(), QImage::Format_RGB32);
+    if (result.isNull())
+        throwNoRoom();
+    result.fill(Qt::white);
+    QPainter painter(&result);
+    painter.translate(middle);
+    painter.rotate(degrees);
+    painter.translate(-middle);
+    painter.drawImage(0, 0, image);
+    return result;
+}
+
 // Areas for true shapes; false where the engine is to outline them.
 bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
                 Segmented *segmented)
@@ -333,8 +360,7 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     ScanPlan scan = ink.scan;
     scan.splitsSoftEdges = plan.geometry.fit == Geometry::Fit::Engine;
     QImage inColour;
-    if (ink.hues && !picture.isGrey() && !engineReduces(ink.engine)
-        && !picture.asImage().hasAlphaChannel())
+    if (ink.hues && !picture.isGrey() && !engineReduces(ink.engine) && !seesThrough(picture))
         inColour = picture.asImage();
     CleanPage clean = cleanPage(std::move(picture), scan);
     requireRoom(clean.page.width(), clean.page.height(), 1);
@@ -348,8 +374,8 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     const int threshold
         = shapes ? thresholdOf(clean) : takeAreas(clean, plan.geometry, &segmented, report);
     EngineOptions options = optionsOf(ink, threshold);
-    const bool hasHues = !inColour.isNull() && clean.angle == 0.0
-        && keepHues(inColour, segmented.upsampling, &areas);
+    const bool hasHues = !inColour.isNull()
+        && keepHues(turned(inColour, clean.angle), segmented.upsampling, &areas);
     inColour = QImage();
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
