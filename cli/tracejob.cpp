@@ -130,6 +130,15 @@ bool takesGradients(const TraceJob &job, const Settings &settings)
            });
 }
 
+// Whether coloured ink stays coloured: where nobody asked for black and white, nor for what
+// plotters and cutters take.
+bool keepsHues(const TraceJob &job, const Settings &settings)
+{
+    return settings.preset == kAutoPreset && job.given.count("method") == 0
+        && settings.palette.empty() && settings.onlyColours.empty() && !settings.style.byLayer
+        && !settings.style.stroked && !settings.edges;
+}
+
 // The job's settings, completed by the preset.
 Settings settingsFor(const TraceJob &job, Picture *picture, Look *look)
 {
@@ -442,6 +451,8 @@ TracedPicture tracePicture(QImage image, const TraceJob &job)
         job.warn(sentence);
     useResolution(traced.settings, job, &picture);
     TracePlan plan = planOf(traced.settings);
+    if (Ink *ink = std::get_if<Ink>(&plan.segmentation))
+        ink->hues = keepsHues(job, traced.settings);
     if (job.forMap)
         makeFitForMaps(job, &plan);
     plan.composition.chains = hasOutput(job.outputs, kHasChains);

@@ -21,6 +21,10 @@ const int kLikeLabel = 48; // colourDistance; twice what shades of one spot colo
 // Of the distance to its own label: a pixel's colour is nearer to a better one. A soft pixel of a
 // thin stroke is as far from what is beside it.
 const double kBetter = 0.4;
+// The same of what has a colour that nothing near it has or comes that much nearer to. At 0.4 the
+// rim of a grey ball stays green in part, since its ramp is 45 off there and the only green of the
+// picture 120.
+const double kBetterThanStrange = 0.6;
 
 // Labels of stand-ins that are no colours of the picture, and hang together with no ramp: what they
 // are drawn in would be seen. They go to the nearest ramp, or to the picture's colour that is
@@ -225,6 +229,88 @@ void spread(const Ramps &ramps, const std::vector<std::size_t> &usual, std::size
     }
 }
 
+// Pixels beside ramps that have been given a colour which nothing there has: of what is no part of
+// a ramp but goes on from it, no colour of the palette need be like any.
+class Strangers
+{
+public:
+    Strangers(const QImage &i, const Ramps &r, std::size_t f, LabelPlane *p)
+        : image(i), ramps(r), first(f), plane(*p), width(std::size_t(p->width))
+    { }
+
+    void settle()
+    {
+        std::vector<std::pair<std::size_t, uint16_t>> settled;
+        for (int y = 0; y < plane.height; ++y) {
+            const QRgb *const words = row(image, y);
+            const std::size_t before = std::size_t(y) * width;
+            ramps.cells.forEachStretch(y, [&](int begin, int end) {
+                for (int x = begin; x < end; ++x) {
+                    const uint16_t label = plane.labels[before + std::size_t(x)];
+                    if (label >= first || hueDistance(words[x], plane.colours[label]) <= kLikeLabel
+                        || (words[x] & plane.colours[label]) < 0xFF000000u
+                        || isThere(x, y, plane.colours[label]))
+                        continue;
+                    const uint16_t better = betterFor(words[x], label, x, y);
+                    if (better != label)
+                        settled.emplace_back(before + std::size_t(x), better);
+                }
+            });
+        }
+        for (const auto &[place, label] : settled)
+            plane.labels[place] = label;
+    }
+
+private:
+    // Whether a pixel near another one has a colour, or comes much nearer to it: thin strokes come
+    // to their colour nowhere. The rows are looked at from the middle.
+    bool isThere(int x, int y, QRgb colour) const
+    {
+        const int own = hueDistance(row(image, y)[x], colour);
+        const int most = std::max(kLikeLabel, int(kBetterThanStrange * own));
+        const int left = std::max(0, x - kToRamp);
+        const int right = std::min(plane.width - 1, x + kToRamp);
+        for (int k = 0; k <= 2 * kToRamp; ++k) {
+            const int j = y + (k % 2 == 0 ? k / 2 : -(k + 1) / 2);
+            if (j < 0 || j >= plane.height)
+                continue;
+            const QRgb *const words = row(image, j);
+            for (int i = left; i <= right; ++i) {
+                if (hueDistance(words[i], colour) <= most)
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    // Of the labels near a pixel the one that is much nearer to its colour than its own.
+    uint16_t betterFor(QRgb word, uint16_t label, int x, int y) const
+    {
+        double least = kBetterThanStrange * hueDistance(word, plane.colours[label]);
+        uint16_t best = label;
+        for (int j = std::max(0, y - kToRamp); j <= std::min(plane.height - 1, y + kToRamp); ++j) {
+            for (int i = std::max(0, x - kToRamp); i <= std::min(plane.width - 1, x + kToRamp);
+                 ++i) {
+                const uint16_t other = plane.labels[std::size_t(j) * width + std::size_t(i)];
+                const QRgb colour = other < first
+                    ? plane.colours[other]
+                    : wordOf(ramps.areas[other - first].ramp.colourAt(x + 0.5, y + 0.5));
+                if (hueDistance(word, colour) < least && qAlpha(colour) == 255) {
+                    least = hueDistance(word, colour);
+                    best = other;
+                }
+            }
+        }
+        return best;
+    }
+
+    const QImage &image;
+    const Ramps &ramps;
+    const std::size_t first;
+    LabelPlane &plane;
+    const std::size_t width;
+};
+
 } // namespace
 
 std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plane)
@@ -281,6 +367,11 @@ void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane)
     }
     for (const auto &[place, label] : settled)
         plane->labels[place] = label;
+}
+
+void settleStrangers(const QImage &image, const Ramps &ramps, std::size_t first, LabelPlane *plane)
+{
+    Strangers(image, ramps, first, plane).settle();
 }
 
 void recolourMixtures(const QImage &image, const Ramps &ramps, std::size_t first, LabelPlane *plane)

@@ -102,6 +102,10 @@ std::size_t labelRamps(const QImage &image, const Ramps &ramps, LabelPlane *plan
 // explains them better, of the labels near them. `first` is the first label of a ramp.
 void settleMixtures(const Ramps &ramps, std::size_t first, LabelPlane *plane);
 
+// Pixels beside ramps that have a colour which nothing near them has in the image, which is flat:
+// they go to the label near them that has nearly their own, where there is one.
+void settleStrangers(const QImage &image, const Ramps &ramps, std::size_t first, LabelPlane *plane);
+
 // Labels before `first` whose colour none of their pixels had in the picture with its ramps get the
 // mean of those of their mixtures: with the stand-in these have become colours of their own. The
 // image is flat, the mixtures are in the order in which they were made.

@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "failure.h"
 #include "leptonica.h"
+#include "palelines.h"
 
 #include <algorithm>
 
@@ -93,6 +94,12 @@ PixPtr inkOf(PIX *page, const ScanPlan &plan, CleanPage *result)
     return ink;
 }
 
+// The lightness of most pixels.
+int commonestTone(const Histogram &counts)
+{
+    return int(std::max_element(counts.begin(), counts.end()) - counts.begin());
+}
+
 void cleanByLibrary(const ScanPlan &plan, CleanPage *result)
 {
     PixPtr pix = greyPixOf(result->page);
@@ -129,6 +136,10 @@ CleanPage cleanPage(Picture picture, const ScanPlan &plan)
     }
     result.tones = result.evenedOut ? tonesOf(result.page) : tones;
     result.threshold = thresholdOf(plan, result.tones.counts);
+    // Lines of a drawing are whole by other means; a page of its own threshold is taken by its
+    // word.
+    if (plan.threshold == Threshold::Auto && !isDrawn(result.tones.counts))
+        mendPaleLines(result.threshold, commonestTone(result.tones.counts), &result.page);
     return result;
 }
 

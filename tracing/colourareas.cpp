@@ -293,6 +293,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     if (flat && !ramps.areas.empty()) {
         settleMixtures(ramps, firstRamp, &plane);
         recolourMixtures(image, ramps, firstRamp, &plane);
+        settleStrangers(image, ramps, firstRamp, &plane);
     }
     if (plane.colours.size() == firstRamp)
         ramps.areas.clear(); // there was no room for them

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "segmentation.h"
 
+#include "imaging/alpha.h"
 #include "imaging/blend.h"
 #include "imaging/colour.h"
 #include "imaging/failure.h"
@@ -8,7 +9,10 @@
 #include "imaging/paper.h"
 #include "imaging/scan.h"
 #include "imaging/segment.h"
+#include "inkhues.h"
 #include "smallregions.h"
+
+#include <QPainter>
 
 #include <algorithm>
 #include <utility>
@@ -283,6 +287,30 @@ Runs strokeRuns(const CleanPage &clean)
     return scanRuns(plane.labels.data(), plane.width, plane.height);
 }
 
+bool seesThrough(const Picture &picture)
+{
+    const QImage &image = picture.asImage();
+    return image.hasAlphaChannel() && (image.format() != QImage::Format_ARGB32 || !isOpaque(image));
+}
+
+// A picture as its page has been turned, clockwise around the middle, in degrees.
+QImage turned(const QImage &image, double degrees)
+{
+    if (degrees == 0.0)
+        return image;
+    const QPointF middle(0.5 * image.width(), 0.5 * image.height());
+    QImage result(image.size(), QImage::Format_RGB32);
+    if (result.isNull())
+        throwNoRoom();
+    result.fill(Qt::white);
+    QPainter painter(&result);
+    painter.translate(middle);
+    painter.rotate(degrees);
+    painter.translate(-middle);
+    painter.drawImage(0, 0, image);
+    return result;
+}
+
 // Areas for true shapes; false where the engine is to outline them.
 bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
                 Segmented *segmented)
@@ -331,6 +359,9 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     stages->begin("preparing");
     ScanPlan scan = ink.scan;
     scan.splitsSoftEdges = plan.geometry.fit == Geometry::Fit::Engine;
+    QImage inColour;
+    if (ink.hues && !picture.isGrey() && !engineReduces(ink.engine) && !seesThrough(picture))
+        inColour = picture.asImage();
     CleanPage clean = cleanPage(std::move(picture), scan);
     requireRoom(clean.page.width(), clean.page.height(), 1);
     Segmented segmented;
@@ -343,15 +374,22 @@ Segmented segmentInk(Picture picture, const TracePlan &plan, const Ink &ink, Sta
     const int threshold
         = shapes ? thresholdOf(clean) : takeAreas(clean, plan.geometry, &segmented, report);
     EngineOptions options = optionsOf(ink, threshold);
+    const bool hasHues = !inColour.isNull()
+        && keepHues(turned(inColour, clean.angle), segmented.upsampling, &areas);
+    inColour = QImage();
     if (engineReduces(ink.engine)) {
         areas = areasByEngine(clean, areas, segmented.upsampling, options);
-    } else if (!shapes && separateAreas(&segmented)) {
+    } else if ((!shapes && separateAreas(&segmented)) || hasHues) {
         // Two colours are not enough to keep all areas apart that have to be.
         options["monochrome"] = 0;
         options["numberofcolors"] = double(areas.colours.size());
     }
-    for (QRgb &colour : areas.colours)
-        colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
+    for (QRgb &colour : areas.colours) {
+        if (colour == 0xFF000000u || !hasHues)
+            colour = qGray(colour) < 128 ? ink.inkColour : ink.paperColour;
+        else if (colour == 0xFFFFFFFFu)
+            colour = ink.paperColour;
+    }
     segmented.engine = reductionOptions(options);
     stages->end("prepare");
     return segmented;

@@ -30,6 +30,7 @@ struct Ink
     QRgb paperColour = 0xFFFFFFFFu;
     EngineOptions engine;   // said by the user; where they steer its reduction the engine splits
     bool ownColours = true; // strokes have the colours of their inks; false: inkColour
+    bool hues = false;      // areas of ink that clearly have a hue keep it
     bool strokes = false;   // lines become centre lines with pens; what is solid stays an area
 };
 

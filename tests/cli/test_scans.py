@@ -2,6 +2,7 @@
 """Pages, resolutions, light, grids, damaged and incomplete images."""
 import json
 import os
+import random
 import re
 import struct
 import subprocess
@@ -208,6 +209,24 @@ class Scans(OptionsTest):
         stats = self.stats("a.png", "--deskew", "-p", "lineart")
         self.assertAlmostEqual(abs(stats["statistics"]["angle"]), 2.0, delta=0.3)
         self.assertNotIn("angle", self.stats("a.png", "-p", "lineart")["statistics"])
+
+    def test_stamps_keep_their_colours(self):
+        noise = random.Random(4)
+        def page(x, y):
+            line = y + x * 0.035  # two degrees
+            stamp = 240 < x < 330 and 100 < line < 150 and not (246 < x < 324 and 106 < line < 144)
+            text = 30 < x < 370 and 60 < line < 340 and line % 20 < 4 and x % 9 < 6
+            word = (176, 48, 64) if stamp else (40, 36, 34) if text else (230, 226, 212)
+            grain = noise.randint(-9, 9)
+            return tuple(value + grain for value in word) + (255,)
+        self.write("a.png", png(400, 400, page))
+        def reds(*options):
+            colours = re.findall(r"#([0-9a-f]{6})", self.svg("a.png", *options).decode())
+            return len({c for c in colours if int(c[:2], 16) > 2 * int(c[2:4], 16)})
+        self.assertEqual(self.stats("a.png")["settings"]["method"], ["ink"])
+        self.assertEqual(reds(), 1)
+        self.assertEqual(reds("--deskew"), 1)
+        self.assertEqual(reds("-p", "lineart"), 0)
 
 
 class Upsampling(OptionsTest):

@@ -492,6 +492,37 @@ private slots:
         QCOMPARE(std::count(plane.labels.begin(), plane.labels.end(), uint16_t(2)), 0);
     }
 
+    // Beyond the ramp colours go on; the palette has none of them but a green, which is elsewhere.
+    void whatNothingNearHasGoesToWhatItIsLike()
+    {
+        QImage image = painted(linear(0.0));
+        Ramps ramps = findRamps(image, kUsualPriceOfEdge);
+        QCOMPARE(ramps.areas.size(), std::size_t(1));
+        const QRgb green = 0xFF00A000u;
+        const QRgb line = 0xFF101010u;
+        const auto place = [](int x, int y) { return std::size_t(y * kWidth + x); };
+        const int bottom = kHeight - 3;
+        LabelPlane plane { kWidth, kHeight, {}, { green, line } };
+        plane.labels.assign(std::size_t(kWidth * kHeight), 2);
+        plane.colours.push_back(ramps.areas[0].standIn);
+        for (int y = bottom; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                ramps.ofPixel[place(x, y)] = 0;
+                plane.labels[place(x, y)] = 0;
+            }
+        }
+        image.setPixel(100, bottom, green); // a green dot, and a soft pixel beside it
+        image.setPixel(180, bottom, line);
+        plane.labels[place(180, bottom)] = 1;
+        ramps.cells = RampCells(ramps.ofPixel, kWidth, kHeight);
+        settleStrangers(image, ramps, 2, &plane);
+        QCOMPARE(plane.labels[place(30, bottom)], uint16_t(2));
+        QCOMPARE(plane.labels[place(30, kHeight - 1)], uint16_t(2));
+        QCOMPARE(plane.labels[place(100, bottom)], uint16_t(0));
+        QCOMPARE(plane.labels[place(101, bottom + 1)], uint16_t(0));
+        QCOMPARE(plane.labels[place(180, bottom)], uint16_t(1));
+    }
+
     void transparentPixelsAreInNone()
     {
         QImage image = painted(linear(0.0));
