@@ -95,6 +95,10 @@ private slots:
     void rowsThatCrossAreWhole();
     void aWholeLineBetweenDotsStaysWhole();
     void aScreenOfDotsIsNoRow();
+    void closeRowsOfAScaleAreLines();
+    void twoRowsOfPadsAreNoLines();
+    void aRowGoesOnBehindACrossedGap();
+    void aRowHasDotsInItsGaps();
 };
 
 Q_DECLARE_METATYPE(DashType)
@@ -494,6 +498,59 @@ void tst_Dashes::aScreenOfDotsIsNoRow()
             sheet.disc({ 20.0 + 13 * x, 20.0 + 13 * y }, 2.4);
     }
     QCOMPARE(dashedOf(strokesOn(sheet)), 0);
+}
+
+void tst_Dashes::closeRowsOfAScaleAreLines()
+{
+    Sheet sheet(200, 760);
+    sheet.bar({ 20, 20 }, { 180, 20 }, 7.0);
+    for (const double x : { 40.0, 66.0, 89.1, 109.2, 160.0 }) {
+        for (double y = 30; y < 720; y += 19.8)
+            sheet.bar({ x, y }, { x, y + 7 }, 7.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 5);
+}
+
+void tst_Dashes::twoRowsOfPadsAreNoLines()
+{
+    Sheet sheet(500, 120);
+    for (int k = 0; k < 20; ++k) {
+        sheet.disc({ 40 + 20.0 * k, 40 }, 4);
+        sheet.disc({ 40 + 20.0 * k, 60 }, 4);
+    }
+    QCOMPARE(dashedOf(strokesOn(sheet)), 0);
+}
+
+// Its gap before the last dash is half filled by a line across it.
+void tst_Dashes::aRowGoesOnBehindACrossedGap()
+{
+    Sheet sheet(640, 160);
+    for (int k = 0; k < 9; ++k)
+        sheet.bar({ 40 + 63.5 * k, 80 }, { 91 + 63.5 * k, 80 }, 7.0);
+    const double gap = 40 + 63.5 * 8 - 6.2;
+    sheet.line({ gap, 30 }, { gap, 130 }, 7.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 40, 80 }, { 91 + 63.5 * 8, 80 }, 2.0), listOf(drawing).c_str());
+}
+
+// Dots of rows across lie in the middle of a quarter of the gaps, and between those at its ends.
+void tst_Dashes::aRowHasDotsInItsGaps()
+{
+    Sheet sheet(1180, 400);
+    for (int k = 0; k < 17; ++k)
+        sheet.bar({ 40 + 63.5 * k, 200 }, { 91 + 63.5 * k, 200 }, 7.0);
+    for (const int k : { 1, 5, 9, 14 }) {
+        const double x = 40 + 63.5 * k - 6.3;
+        for (int j = -8; j <= 8; ++j)
+            sheet.bar({ x, 196.5 + 19.8 * j }, { x, 203.5 + 19.8 * j }, 7.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 5);
+    QVERIFY2(hasLine(drawing, { 40, 200 }, { 91 + 63.5 * 16, 200 }, 2.0), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_Dashes)
