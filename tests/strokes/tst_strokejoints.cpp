@@ -381,18 +381,24 @@ void tst_StrokeJoints::theArcOfADoorIsThinner()
 
 void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips_data()
 {
+    QTest::addColumn<bool>("square");
     QTest::addColumn<bool>("hard");
-    QTest::newRow("greys") << false;
-    QTest::newRow("one bit") << true;
+    QTest::newRow("greys") << false << false;
+    QTest::newRow("one bit") << false << true;
+    QTest::newRow("square ends in greys") << true << false;
+    QTest::newRow("square ends in one bit") << true << true;
 }
 
 // Half circles that touch each other at their ends: one stem of ink leads to where they do.
 void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips()
 {
+    QFETCH(bool, square);
     QFETCH(bool, hard);
     Sheet sheet(300, 700);
     for (int k = 0; k < 5; ++k)
         sheet.arc({ 100.3, 83.4 + 124 * k }, 62, -kPi / 2, kPi, 6.6);
+    if (square)
+        sheet.paper({ 90, 0 }, { 100.3, 700 });
     const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
     QCOMPARE(int(drawing.strokes.size()), 5);
     for (const Stroke &stroke : drawing.strokes) {
@@ -406,7 +412,9 @@ void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips()
 
 void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds_data()
 {
-    turnsOfASpringMeetAtTheirTips_data();
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("one bit") << true;
 }
 
 // Turns that are a little more than half circles cross twice in the ink that they share; it ends
@@ -441,7 +449,7 @@ void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds()
 
 void tst_StrokeJoints::dashesTellNoFormOfEnds_data()
 {
-    turnsOfASpringMeetAtTheirTips_data();
+    tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
 }
 
 // Dashes are cut square whatever form the ends of whole lines have.
