@@ -99,6 +99,7 @@ private slots:
     void twoRowsOfPadsAreNoLines();
     void aRowGoesOnBehindACrossedGap();
     void aRowHasDotsInItsGaps();
+    void aCircleInTheGapsOfACentreLine();
 };
 
 Q_DECLARE_METATYPE(DashType)
@@ -551,6 +552,26 @@ void tst_Dashes::aRowHasDotsInItsGaps()
     QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
     QCOMPARE(dashedOf(drawing), 5);
     QVERIFY2(hasLine(drawing, { 40, 200 }, { 91 + 63.5 * 16, 200 }, 2.0), listOf(drawing).c_str());
+}
+
+// A pixel beside a dot, on either side of the middle.
+void tst_Dashes::aCircleInTheGapsOfACentreLine()
+{
+    Sheet sheet(1160, 560);
+    for (int k = 0; k < 6; ++k) {
+        const double from = 40 + 182.7 * k;
+        sheet.bar({ from, 280 }, { from + 141.5, 280 }, 5.5);
+        if (k < 5)
+            sheet.bar({ from + 159.2, 280 }, { from + 165.1, 280 }, 5.5);
+    }
+    const double middle = 40 + 182.7 * 2.5 + 70.7;
+    sheet.arc({ middle, 280 }, 182.7 + 9.5, 0, 2 * std::acos(-1.0), 11);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 40, 280 }, { 40 + 182.7 * 5 + 141.5, 280 }, 2.0),
+             listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 1);
+    QVERIFY2(drawing.dots.empty(), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_Dashes)
