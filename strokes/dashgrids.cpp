@@ -34,6 +34,8 @@ const double kLeastSeed = 1.5;      // widths of a dash that tells a direction
 const double kShortDash = 2.0;      // widths of dashes that other specks speak against
 const double kAlone = 1.25;         // periods beside them without other specks
 const double kMostCrowded = 0.3;    // part of the dashes beside which there may be some
+const int kSureRow = 20;            // dots of a row that chance does not make of others
+const double kMostCrossed = 0.6;    // the same part of these; of a screen it is 1
 const double kScreenRows = 2.5;     // times that, in which rows beside a row are looked for
 const double kScaleOff = 1.0;       // pixels that distances differ by which are not one
 const double kWholeRow = 0.7;       // part of the dots of a row that those beside it have
@@ -373,7 +375,9 @@ private:
             crowded += found ? 1 : 0;
         }
         const int all = beat.last - beat.first + 1;
-        return crowded <= kMostCrowded * all || isOfScale(std::move(beside), beat, all);
+        // Chance puts no such number on a beat: what lies beside some of them are rows across.
+        const double most = all >= kSureRow ? kMostCrossed : kMostCrowded;
+        return crowded <= most * all || isOfScale(std::move(beside), beat, all);
     }
 
     // Whether what lies beside a row is rows of as many dots each, with distances of a scale: no

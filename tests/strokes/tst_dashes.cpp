@@ -100,6 +100,7 @@ private slots:
     void aRowGoesOnBehindACrossedGap();
     void aRowHasDotsInItsGaps();
     void aCircleInTheGapsOfACentreLine();
+    void scalesOfDotsThatCrossAreLines();
 };
 
 Q_DECLARE_METATYPE(DashType)
@@ -572,6 +573,22 @@ void tst_Dashes::aCircleInTheGapsOfACentreLine()
              listOf(drawing).c_str());
     QCOMPARE(dashedOf(drawing), 1);
     QVERIFY2(drawing.dots.empty(), listOf(drawing).c_str());
+}
+
+void tst_Dashes::scalesOfDotsThatCrossAreLines()
+{
+    Sheet sheet(520, 520);
+    sheet.bar({ 20, 20 }, { 500, 20 }, 5.0);
+    for (int m = 2; m < 10; ++m) {
+        const double at = 60 + 400 * std::log10(m);
+        for (double s = 40; s < 480; s += 15) {
+            sheet.bar({ at, s }, { at, s + 5 }, 5.0);
+            sheet.bar({ s, at }, { s + 5, at }, 5.0);
+        }
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 17, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 16);
 }
 
 QTEST_APPLESS_MAIN(tst_Dashes)
