@@ -16,6 +16,7 @@ const double kStemAside = 0.6; // widths beside either carrier that what they sh
 // Sine of the angle at which carriers may run into each other at the tip: turns of a coil that are
 // a little more than half circles cross at ten degrees.
 const double kAcute = 0.35;
+const double kTouching = 0.25;   // sine between what touches in a tip whose form is told
 const std::size_t kTelling = 16; // cross-sections of a line or arc that tell where it goes
 
 class Cusps
@@ -159,6 +160,31 @@ private:
 void takeCusps(Web *web)
 {
     Cusps(web).take();
+}
+
+EndForm formOfTips(const Coverage &coverage, const Measure &measure, const Web &web)
+{
+    if (measure.taken > 0.0)
+        return {};
+    std::vector<FreeEnd> measured;
+    std::vector<double> widths;
+    for (std::size_t j = 0; j < web.joints.size(); ++j) {
+        const Meeting &meeting = web.meetings[j];
+        if (web.joints[j].kind != JointKind::Tip || meeting.ends.size() != 2
+            || !meeting.through.empty())
+            continue;
+        const AtomEnd &end = meeting.ends[0];
+        const Atom &one = web.atoms[std::size_t(end.atom)];
+        const Atom &other = web.atoms[std::size_t(meeting.ends[1].atom)];
+        const Point tip = web.joints[j].place;
+        if (std::fabs(fit::cross(one.carrier.tangent(tip), other.carrier.tangent(tip))) > kTouching)
+            continue;
+        const Point last = (end.end == 0 ? one.samples.front() : one.samples.back()).centre;
+        const double ahead = std::hypot(tip.x - last.x, tip.y - last.y) - one.width;
+        measured.push_back(freeEndOf(coverage, one, end.end, ahead));
+        widths.push_back(one.width);
+    }
+    return formOfEnds(measured, widths, measure.hard, false);
 }
 
 } // namespace ztrace::strokes

@@ -5,7 +5,7 @@
 #ifndef ZTRACE_STROKES_CUSPS_H
 #define ZTRACE_STROKES_CUSPS_H
 
-#include "strokes/joining.h"
+#include "strokes/ends.h"
 
 namespace ztrace::strokes {
 
@@ -13,6 +13,10 @@ namespace ztrace::strokes {
 // them was seen all the way and the other ended on it, and where what they share was seen as a line
 // of its own, which goes. What has dashes is left as it is.
 void takeCusps(Web *web);
+
+// What most tips of two are like: pens' own ends lie over each other in some, square or round, and
+// lines that turn around leave others round. Round where none tells, and in noise.
+EndForm formOfTips(const Coverage &coverage, const Measure &measure, const Web &web);
 
 } // namespace ztrace::strokes
 

@@ -32,6 +32,7 @@ const double kEmpty = 0.1;
 const std::size_t kLeastClean = 5; // gaps without any ink
 const double kCleanPart = 0.5;     // of all gaps, which are
 const int kMostInRow = 2;          // gaps side by side in which ink is that nothing explains
+const double kSeenGap = 0.75;      // part of a gap that is ink at most where its paper still tells
 const double kExplained = 0.7;     // part of a gap's ink beside which there is some
 const double kMostFilled = 0.08;   // of all gaps and one, in which ink is that nothing explains
 // Pixels, more than half a width, beside the row where a line across it has ink.
@@ -120,7 +121,11 @@ public:
                 lengths.push_back(runs[k].length());
         }
         beat->dash = usualOf(lengths);
-        return isPossible(*beat) && fitBeat(beat) && takeLongest(beat) && !hasCorners(*beat);
+        if (!isPossible(*beat) || !fitBeat(beat) || !takeLongest(beat) || hasCorners(*beat))
+            return false;
+        goOn(1, &beat->last, *beat);
+        goOn(-1, &beat->first, *beat);
+        return true;
     }
 
 private:
@@ -231,6 +236,12 @@ private:
 
     enum class Is { Clean, Crossed, Wrong };
 
+    double inkOfGap(const DashBeat &beat, int number) const
+    {
+        const double from = beat.middle(number) - 0.5 * beat.gap;
+        return inkIn(from, from + beat.gap);
+    }
+
     Is gapIs(const DashBeat &beat, int number) const
     {
         const double from = beat.middle(number) - 0.5 * beat.gap;
@@ -248,8 +259,8 @@ private:
     }
 
     // The stretch with most clean gaps in which every dash is ink and every gap clean or crossed;
-    // it begins and ends with a clean one. A gap alone may be filled by a dot of another row,
-    // beside which there is no ink.
+    // it begins and ends with a clean one. Few gaps may be filled by a dot of another row,
+    // beside which there is no ink; paper beside the dot tells the gap.
     bool takeLongest(DashBeat *beat) const
     {
         const DashBeat all = *beat;
@@ -262,13 +273,14 @@ private:
         for (int number = all.first - 1; number <= all.last + 1; ++number) {
             const Is kind = gapIs(all, number);
             const bool isFilled = kind == Is::Wrong;
+            const bool isFull = isFilled && inkOfGap(all, number) > kSeenGap;
             inRow = isFilled ? inRow + 1 : 0;
             if (!isDashBehind(all, number - 1) || !isDashBehind(all, number)
                 || inRow > kMostInRow) {
                 clean = 0;
                 continue;
             }
-            filled += isFilled && clean > 0 ? 1 : 0;
+            filled += isFull && clean > 0 ? 1 : 0;
             if (kind != Is::Clean)
                 continue;
             if (clean++ == 0) {
@@ -285,6 +297,25 @@ private:
         const double count = double(beat->last - beat->first + 1);
         return most >= int(kLeastClean) && most >= kCleanPart * count
             && mostFilled <= 1.0 + kMostFilled * count;
+    }
+
+    // Beyond the last clean gap others may be crossed. What paper is left of one, with a whole dash
+    // behind it, is still on the beat; a gap that a line fills leaves it to the next one.
+    void goOn(int way, int *end, const DashBeat &beat) const
+    {
+        int full = 0;
+        for (int number = *end + way; full <= kMostInRow; number += way) {
+            if (!isDashBehind(beat, way > 0 ? number : number - 1))
+                return;
+            if (inkOfGap(beat, number) <= kSeenGap) {
+                *end = number;
+                full = 0;
+            } else if (gapIs(beat, number) == Is::Crossed) {
+                ++full;
+            } else {
+                return;
+            }
+        }
     }
 
     // Whether there is ink beside the ends of most dashes: these are sides of shapes in a row.

@@ -177,6 +177,9 @@ private:
             dashing = dashingOf(runs, width, whole);
         } else if (dashing.type == DashType::None && gaps.worn) {
             dashing = wornDashingOf(runs, width);
+        } else if (dashing.type == DashType::None && !chain.closed) {
+            runs = withoutCrossings(track, coverage, runs, width);
+            dashing = dashingOf(runs, width, whole);
         }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))

@@ -34,6 +34,12 @@ const double kLeastSeed = 1.5;      // widths of a dash that tells a direction
 const double kShortDash = 2.0;      // widths of dashes that other specks speak against
 const double kAlone = 1.25;         // periods beside them without other specks
 const double kMostCrowded = 0.3;    // part of the dashes beside which there may be some
+const int kSureRow = 20;            // dots of a row that chance does not make of others
+const double kMostCrossed = 0.6;    // the same part of these; of a screen it is 1
+const double kScreenRows = 2.5;     // times that, in which rows beside a row are looked for
+const double kScaleOff = 1.0;       // pixels that distances differ by which are not one
+const double kWholeRow = 0.7;       // part of the dots of a row that those beside it have
+const double kLongRow = 4.0;        // times the dots of a row that there are rows
 // Cross-sections, in widths, of what may lie where rows cross, and pixels that they are off by more
 // than half a width.
 const double kCrossingWidths = 6.0;
@@ -227,15 +233,18 @@ private:
         const double most = kGapWidths * seed.width + kGapPixels + kGapLengths * seed.length();
         std::vector<Mark> marks;
         double reach = std::max(kFirstReach, kReachLengths * seed.length());
+        std::size_t had = 0;
         for (;;) {
             marks = marksOn(line, at, reach, seed.width);
             keepAround(most, &marks);
             if (marks.size() < kLeastMarks || !refitLine(&marks, &line))
                 break;
-            const double had = std::max(-marks.front().from, marks.back().to);
-            if (had < reach - most)
+            // A stub may have turned the line away from the rest, until others turn it back.
+            if (std::max(-marks.front().from, marks.back().to) >= reach - most)
+                reach *= 2.0;
+            else if (marks.size() <= had)
                 break;
-            reach *= 2.0;
+            had = std::max(had, marks.size());
         }
         for (const Mark &mark : marks) {
             const bool isDot = isDotLike(chains.dash(mark.dash));
@@ -340,28 +349,63 @@ private:
         return take(track, line, beat, width, runs);
     }
 
-    // Dots in several rows beside each other are a screen, not lines.
+    // Dots in several rows beside each other are a screen, not lines, and so are dots that lie
+    // beside a row in no row of their own. Rows that have as many dots as this one, at distances of
+    // which no two are alike, are lines of a scale that grows.
     bool isAlone(const Track &track, const DashBeat &beat, double width)
     {
         int crowded = 0;
-        int all = 0;
+        std::vector<double> beside;
         const double reach = kAlone * beat.period();
         for (int k = beat.first; k <= beat.last; ++k) {
             const double along = beat.middle(k) + 0.5 * beat.period();
             const Point at = track.placeAt(along);
             const Point heading = track.headingAt(along);
             bool found = false;
-            forEachAround(at, reach, [&](int other) {
+            forEachAround(at, kScreenRows * reach, [&](int other) {
                 const Dash &one = chains.dash(other);
                 const Point away = middleOf(one) - at;
-                found = found
-                    || (!one.isUsed && one.length() < beat.period()
-                        && std::fabs(fit::cross(away, heading)) > width && lengthOf(away) < reach);
+                const double side = fit::cross(away, heading);
+                if (one.length() >= beat.period() || std::fabs(side) <= width)
+                    return;
+                found = found || (!one.isUsed && lengthOf(away) < reach);
+                if (std::fabs(fit::dot(away, heading)) < 0.5 * beat.period())
+                    beside.push_back(side);
             });
             crowded += found ? 1 : 0;
-            ++all;
         }
-        return crowded <= kMostCrowded * all;
+        const int all = beat.last - beat.first + 1;
+        // Chance puts no such number on a beat: what lies beside some of them are rows across.
+        const double most = all >= kSureRow ? kMostCrossed : kMostCrowded;
+        return crowded <= most * all || isOfScale(std::move(beside), beat, all);
+    }
+
+    // Whether what lies beside a row is rows of as many dots each, with distances of a scale: no
+    // two are alike, and that of two rows is not the step along them.
+    static bool isOfScale(std::vector<double> beside, const DashBeat &beat, int all)
+    {
+        std::sort(beside.begin(), beside.end());
+        std::vector<double> rowsAt = { 0.0 };
+        for (std::size_t from = 0, to = 0; from < beside.size(); from = to) {
+            while (to < beside.size() && beside[to] - beside[from] < 2.0 * kScaleOff)
+                ++to;
+            if (double(to - from) >= kWholeRow * all)
+                rowsAt.push_back(0.5 * (beside[from] + beside[to - 1]));
+            else if (double(to - from) > kMostCrowded * all)
+                return false;
+        }
+        std::sort(rowsAt.begin(), rowsAt.end());
+        std::vector<double> steps;
+        for (std::size_t k = 1; k < rowsAt.size(); ++k)
+            steps.push_back(rowsAt[k] - rowsAt[k - 1]);
+        if (steps.size() == 1)
+            steps.push_back(beat.period());
+        std::sort(steps.begin(), steps.end());
+        for (std::size_t k = 1; k < steps.size(); ++k) {
+            if (steps[k] - steps[k - 1] < kScaleOff)
+                return false;
+        }
+        return !steps.empty() && double(all) >= kLongRow * double(rowsAt.size());
     }
 
     // The end of a row: that of the dash behind its last gap, or where its ink ends before.

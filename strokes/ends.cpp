@@ -68,11 +68,11 @@ Point besideEnd(const Atom &atom, int end, double pixels, double beside)
 
 // Pixels of ink, in parts of what the line has inside: blur takes from thin lines and from what
 // lies beside the middle all along, which is no sign of a round end.
-double inkBeyond(const Coverage &coverage, const Atom &atom, int end, double beside)
+double inkBeyond(const Coverage &coverage, const Atom &atom, int end, double ahead, double beside)
 {
     const double most = kFarthest * atom.width + 4.0;
     double sum = 0.0;
-    for (double s = 0.5 * kStep; s < most; s += kStep) {
+    for (double s = ahead + 0.5 * kStep; s < ahead + most; s += kStep) {
         const double part = coverage.at(besideEnd(atom, end, s, beside));
         if (part < kPaper)
             break;
@@ -174,14 +174,15 @@ Point alongCarrier(const Atom &atom, int end, double pixels)
     return atom.carrier.point + Point { c * arm.x - s * arm.y, s * arm.x + c * arm.y };
 }
 
-FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end)
+FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end, double ahead)
 {
     FreeEnd result;
-    result.middle = inkBeyond(coverage, atom, end, 0.0);
+    result.middle = inkBeyond(coverage, atom, end, ahead, 0.0);
     for (int row = 0; row < kRowsBeside; ++row) {
         const double beside = kBeside[row] * 0.5 * atom.width;
         result.side[row] = 0.5
-            * (inkBeyond(coverage, atom, end, beside) + inkBeyond(coverage, atom, end, -beside));
+            * (inkBeyond(coverage, atom, end, ahead, beside)
+               + inkBeyond(coverage, atom, end, ahead, -beside));
     }
     return result;
 }

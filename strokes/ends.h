@@ -17,8 +17,9 @@ struct FreeEnd
 };
 const double kBeside[kRowsBeside] = { 0.7, 0.8 };
 
-// From the foot of the last cross-section outwards; coverage summed up along the carrier.
-FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end);
+// From that many pixels beyond the foot of the last cross-section outwards; coverage summed up
+// along the carrier.
+FreeEnd freeEndOf(const Coverage &coverage, const Atom &atom, int end, double ahead = 0.0);
 
 // Pixels from the foot of the last cross-section to the last ink of the line alone, of which noise
 // may have taken as much as `gap` in one place; 0 where there is none.

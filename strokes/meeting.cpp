@@ -2,8 +2,8 @@
 #include "strokes/meeting.h"
 
 #include "strokes/connections.h"
+#include "strokes/cusps.h"
 #include "strokes/ellipses.h"
-#include "strokes/ends.h"
 #include "strokes/touches.h"
 
 #include <algorithm>
@@ -65,6 +65,7 @@ public:
 
     bool settle()
     {
+        tips = formOfTips(coverage, measure, web);
         for (std::size_t j = 0; j < web.joints.size(); ++j)
             settleAt(j);
         endInCorners();
@@ -125,15 +126,15 @@ private:
         }
     }
 
-    // What shares a tip turns around there, which leaves it round whatever the pen's ends are.
     void endInTip(const std::vector<AtomEnd> &ends, const Joint &at)
     {
         for (const AtomEnd &end : ends) {
             Atom &ending = atom(end);
+            const double less = 0.5 * tips.part * ending.width;
             const double most
                 = distanceBetween(lastSample(end), at.place) + kTipWidths * ending.width;
             const double ink = inkAhead(coverage, ending, end.end, most, 0.0);
-            ending.place[end.end] = alongCarrier(ending, end.end, ink - 0.5 * ending.width);
+            ending.place[end.end] = alongCarrier(ending, end.end, ink - less);
         }
     }
 
@@ -582,6 +583,7 @@ private:
     const Measure &measure;
     const bool hard; // no values between ink and paper
     Web &web;
+    EndForm tips;
     std::vector<AtomEnd> free;
     std::vector<Atom> connections;
     // Pixels of ink ahead of ends that go on beyond the lines that they meet, by keyOf().

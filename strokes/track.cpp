@@ -15,6 +15,11 @@ const double kInk = 0.5;      // of the level that dashes have; blur takes much 
 const double kInkPart = 0.85; // of all levels that lie below that of dashes
 const double kLeastInk = 0.2; // coverage
 const double kNothing = 0.5;  // pixels below which ink or a gap is none
+// Pixels beside a row where lines across it have ink, from an end of a run to where that is looked
+// for, and of what may be left of a run that is theirs alone.
+const double kCrossingBeside = 2.0;
+const double kCrossingEdge = 0.75;
+const double kCrossingLeft = 1.5;
 
 double levelAt(const Track &track, const Coverage &coverage, double t, double width)
 {
@@ -122,6 +127,29 @@ std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double f
         }
     }
     return runs;
+}
+
+std::vector<Run> withoutCrossings(const Track &track, const Coverage &coverage,
+                                  const std::vector<Run> &runs, double width)
+{
+    const auto isCrossed = [&](double at) {
+        const double away = 0.5 * width + kCrossingBeside;
+        const Point p = track.placeAt(at);
+        const Point u = track.headingAt(at);
+        const Point across = { -away * u.y, away * u.x };
+        return coverage.at(p + across) >= kInk && coverage.at(p - across) >= kInk;
+    };
+    std::vector<Run> own;
+    for (std::size_t k = 0; k < runs.size(); ++k) {
+        Run run = runs[k];
+        while (k > 0 && run.from < run.to && isCrossed(run.from + kCrossingEdge))
+            run.from += kStep;
+        while (k + 1 < runs.size() && run.from < run.to && isCrossed(run.to - kCrossingEdge))
+            run.to -= kStep;
+        if (run.length() > kCrossingLeft)
+            own.push_back(run);
+    }
+    return own;
 }
 
 } // namespace ztrace::strokes

@@ -40,6 +40,11 @@ private:
 std::vector<Run> inkAlong(const Track &track, const Coverage &coverage, double from, double to,
                           double width, double blur);
 
+// Without what lines across a row leave in its gaps, beside dots or at the ends of dashes: it has
+// ink on both sides. The outer ends stay.
+std::vector<Run> withoutCrossings(const Track &track, const Coverage &coverage,
+                                  const std::vector<Run> &runs, double width);
+
 } // namespace ztrace::strokes
 
 #endif

@@ -95,6 +95,12 @@ private slots:
     void rowsThatCrossAreWhole();
     void aWholeLineBetweenDotsStaysWhole();
     void aScreenOfDotsIsNoRow();
+    void closeRowsOfAScaleAreLines();
+    void twoRowsOfPadsAreNoLines();
+    void aRowGoesOnBehindACrossedGap();
+    void aRowHasDotsInItsGaps();
+    void aCircleInTheGapsOfACentreLine();
+    void scalesOfDotsThatCrossAreLines();
 };
 
 Q_DECLARE_METATYPE(DashType)
@@ -494,6 +500,95 @@ void tst_Dashes::aScreenOfDotsIsNoRow()
             sheet.disc({ 20.0 + 13 * x, 20.0 + 13 * y }, 2.4);
     }
     QCOMPARE(dashedOf(strokesOn(sheet)), 0);
+}
+
+void tst_Dashes::closeRowsOfAScaleAreLines()
+{
+    Sheet sheet(200, 760);
+    sheet.bar({ 20, 20 }, { 180, 20 }, 7.0);
+    for (const double x : { 40.0, 66.0, 89.1, 109.2, 160.0 }) {
+        for (double y = 30; y < 720; y += 19.8)
+            sheet.bar({ x, y }, { x, y + 7 }, 7.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 5);
+}
+
+void tst_Dashes::twoRowsOfPadsAreNoLines()
+{
+    Sheet sheet(500, 120);
+    for (int k = 0; k < 20; ++k) {
+        sheet.disc({ 40 + 20.0 * k, 40 }, 4);
+        sheet.disc({ 40 + 20.0 * k, 60 }, 4);
+    }
+    QCOMPARE(dashedOf(strokesOn(sheet)), 0);
+}
+
+// Its gap before the last dash is half filled by a line across it.
+void tst_Dashes::aRowGoesOnBehindACrossedGap()
+{
+    Sheet sheet(640, 160);
+    for (int k = 0; k < 9; ++k)
+        sheet.bar({ 40 + 63.5 * k, 80 }, { 91 + 63.5 * k, 80 }, 7.0);
+    const double gap = 40 + 63.5 * 8 - 6.2;
+    sheet.line({ gap, 30 }, { gap, 130 }, 7.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 40, 80 }, { 91 + 63.5 * 8, 80 }, 2.0), listOf(drawing).c_str());
+}
+
+// Dots of rows across lie in the middle of a quarter of the gaps, and between those at its ends.
+void tst_Dashes::aRowHasDotsInItsGaps()
+{
+    Sheet sheet(1180, 400);
+    for (int k = 0; k < 17; ++k)
+        sheet.bar({ 40 + 63.5 * k, 200 }, { 91 + 63.5 * k, 200 }, 7.0);
+    for (const int k : { 1, 5, 9, 14 }) {
+        const double x = 40 + 63.5 * k - 6.3;
+        for (int j = -8; j <= 8; ++j)
+            sheet.bar({ x, 196.5 + 19.8 * j }, { x, 203.5 + 19.8 * j }, 7.0);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 5);
+    QVERIFY2(hasLine(drawing, { 40, 200 }, { 91 + 63.5 * 16, 200 }, 2.0), listOf(drawing).c_str());
+}
+
+// A pixel beside a dot, on either side of the middle.
+void tst_Dashes::aCircleInTheGapsOfACentreLine()
+{
+    Sheet sheet(1160, 560);
+    for (int k = 0; k < 6; ++k) {
+        const double from = 40 + 182.7 * k;
+        sheet.bar({ from, 280 }, { from + 141.5, 280 }, 5.5);
+        if (k < 5)
+            sheet.bar({ from + 159.2, 280 }, { from + 165.1, 280 }, 5.5);
+    }
+    const double middle = 40 + 182.7 * 2.5 + 70.7;
+    sheet.arc({ middle, 280 }, 182.7 + 9.5, 0, 2 * std::acos(-1.0), 11);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 2, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 40, 280 }, { 40 + 182.7 * 5 + 141.5, 280 }, 2.0),
+             listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 1);
+    QVERIFY2(drawing.dots.empty(), listOf(drawing).c_str());
+}
+
+void tst_Dashes::scalesOfDotsThatCrossAreLines()
+{
+    Sheet sheet(520, 520);
+    sheet.bar({ 20, 20 }, { 500, 20 }, 5.0);
+    for (int m = 2; m < 10; ++m) {
+        const double at = 60 + 400 * std::log10(m);
+        for (double s = 40; s < 480; s += 15) {
+            sheet.bar({ at, s }, { at, s + 5 }, 5.0);
+            sheet.bar({ s, at }, { s + 5, at }, 5.0);
+        }
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 17, listOf(drawing).c_str());
+    QCOMPARE(dashedOf(drawing), 16);
 }
 
 QTEST_APPLESS_MAIN(tst_Dashes)

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Ends of lines in the ink of others: past a corner, short of the middle, before a narrow gap.
+// Ends of lines in the ink of others: past a corner, short of the middle, before a narrow gap, in a
+// tip.
 #include "StrokesRig.h"
 
 #include <QTest>
@@ -28,6 +29,8 @@ private slots:
     void arcsBesideAGapDoNotMeet();
     void smallArcsKeepTheirEnds();
     void acuteCornersHaveNoSpecks();
+    void turnsOfASpringMeetAtTheirTips_data();
+    void turnsOfASpringMeetAtTheirTips();
 };
 
 namespace {
@@ -215,6 +218,37 @@ void tst_HiddenEnds::acuteCornersHaveNoSpecks()
         sheet.line(corners[k - 1], corners[k], 8.3);
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(drawing.strokes.size() == corners.size() - 1, listOf(drawing).c_str());
+}
+
+void tst_HiddenEnds::turnsOfASpringMeetAtTheirTips_data()
+{
+    QTest::addColumn<bool>("square");
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false << false;
+    QTest::newRow("one bit") << false << true;
+    QTest::newRow("square ends in greys") << true << false;
+    QTest::newRow("square ends in one bit") << true << true;
+}
+
+// Half circles that touch each other at their ends: one stem of ink leads to where they do.
+void tst_HiddenEnds::turnsOfASpringMeetAtTheirTips()
+{
+    QFETCH(bool, square);
+    QFETCH(bool, hard);
+    Sheet sheet(300, 700);
+    for (int k = 0; k < 5; ++k)
+        sheet.arc({ 100.3, 83.4 + 124 * k }, 62, -std::acos(0.0), std::acos(-1.0), 6.6);
+    if (square)
+        sheet.paper({ 90, 0 }, { 100.3, 700 });
+    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+    QCOMPARE(int(drawing.strokes.size()), 5);
+    for (const Stroke &stroke : drawing.strokes) {
+        QVERIFY2(stroke.piece.kind == ztrace::fit::Kind::Arc, listOf(drawing).c_str());
+        for (const Point &end : { stroke.piece.start, stroke.piece.end }) {
+            const double y = 21.4 + 124 * std::round((end.y - 21.4) / 124);
+            QVERIFY2(std::hypot(end.x - 100.3, end.y - y) < 2.0, listOf(drawing).c_str());
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_HiddenEnds)

@@ -70,8 +70,6 @@ private slots:
     void anArcEndsWhereItTouchesItsLine();
     void aTurnKeepsItsRadius();
     void theArcOfADoorIsThinner();
-    void turnsOfASpringMeetAtTheirTips_data();
-    void turnsOfASpringMeetAtTheirTips();
     void tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
     void tipsOfTurnsThatCrossAreWhereTheInkEnds();
     void dashesTellNoFormOfEnds_data();
@@ -379,34 +377,9 @@ void tst_StrokeJoints::theArcOfADoorIsThinner()
              listOf(drawing).c_str());
 }
 
-void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips_data()
-{
-    QTest::addColumn<bool>("hard");
-    QTest::newRow("greys") << false;
-    QTest::newRow("one bit") << true;
-}
-
-// Half circles that touch each other at their ends: one stem of ink leads to where they do.
-void tst_StrokeJoints::turnsOfASpringMeetAtTheirTips()
-{
-    QFETCH(bool, hard);
-    Sheet sheet(300, 700);
-    for (int k = 0; k < 5; ++k)
-        sheet.arc({ 100.3, 83.4 + 124 * k }, 62, -kPi / 2, kPi, 6.6);
-    const StrokeDrawing drawing = strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
-    QCOMPARE(int(drawing.strokes.size()), 5);
-    for (const Stroke &stroke : drawing.strokes) {
-        QVERIFY2(stroke.piece.kind == Kind::Arc, listOf(drawing).c_str());
-        for (const Point &end : { stroke.piece.start, stroke.piece.end }) {
-            const double y = 21.4 + 124 * std::round((end.y - 21.4) / 124);
-            QVERIFY2(std::hypot(end.x - 100.3, end.y - y) < 2.0, listOf(drawing).c_str());
-        }
-    }
-}
-
 void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds_data()
 {
-    turnsOfASpringMeetAtTheirTips_data();
+    linesOfAScrewMeet_data();
 }
 
 // Turns that are a little more than half circles cross twice in the ink that they share; it ends
@@ -441,7 +414,7 @@ void tst_StrokeJoints::tipsOfTurnsThatCrossAreWhereTheInkEnds()
 
 void tst_StrokeJoints::dashesTellNoFormOfEnds_data()
 {
-    turnsOfASpringMeetAtTheirTips_data();
+    tipsOfTurnsThatCrossAreWhereTheInkEnds_data();
 }
 
 // Dashes are cut square whatever form the ends of whole lines have.
