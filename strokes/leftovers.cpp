@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/leftovers.h"
 
+#include "strokes/distance.h"
 #include "strokes/parts.h"
 #include "strokes/pieces.h"
 
@@ -37,6 +38,16 @@ const double kBoldPart = 0.22;
 // Ink that what may be a letter misses: of a word that blur has joined .25 and more.
 const double kMuchMissed = 0.15;
 const double kSomeMissed = 8.0;
+// Ink no longer than so many times the largest disc in it, which has such a part of its breadth at
+// least, is a mark that was filled, no line: squares, triangles and half discs have .55 and more,
+// letters, bold ones as well, .45 at most.
+const double kMarkLength = 3.0;
+const double kCompact = 0.5;
+// Of such it is one whatever its strokes explain, where it is as short as this: pens that are
+// clustered make them as wide as the lines.
+const double kBrief = 2.4;
+// Pixels of that disc in scans: blur fills circles that are smaller.
+const double kScannedMark = 8.0;
 // Pixels that a letter is high at most, and that letters are long that blur has joined: more hangs
 // together with the drawing's lines.
 const int kLargestLetter = 64;
@@ -156,6 +167,8 @@ struct Letter
     bool hasText = false;   // strokes of lettering
     bool isOther = false;   // a dash, a head's line, or part of what is larger
     bool isRing = false;    // by itself, or in a letter
+    bool isCompact = false; // a mark that was filled
+    bool isBrief = false;   // so much so that no line is like it
     bool isTangled = false; // a stroke of it is of others as well
     double widest = 0.0;    // of those, in pixels
 };
@@ -189,13 +202,26 @@ private:
                 open[cell] = 0;
                 return isNew;
             });
-            if (letter.part.breadth() > kLargestLetter || letter.part.extent() > kLongestWord)
+            judge(&letter);
+            if (!letter.isCompact
+                && (letter.part.breadth() > kLargestLetter || letter.part.extent() > kLongestWord))
                 continue;
             for (uint32_t cell : letter.part.cells)
                 letterAt.push_back({ cell, letters.size() });
             letters.push_back(std::move(letter));
         }
         std::sort(letterAt.begin(), letterAt.end());
+    }
+
+    void judge(Letter *letter) const
+    {
+        uint8_t deepest = 0;
+        for (uint32_t cell : letter->part.cells)
+            deepest = std::max(deepest, ink.distance.cells[cell]);
+        const double disc = 2.0 * radiusOf(deepest);
+        letter->isCompact = disc >= kCompact * letter->part.breadth()
+            && letter->part.extent() < kMarkLength * disc && (!ink.isNoisy || disc >= kScannedMark);
+        letter->isBrief = letter->isCompact && letter->part.extent() < kBrief * disc;
     }
 
     // The letter that a place is in, if any; the number of letters where there is none.
@@ -295,20 +321,27 @@ double overPaperOf(const Letter &letter, const InkToExplain &ink, const Drawn &d
     return sum;
 }
 
+bool isFilledMark(const Letter &letter)
+{
+    return letter.isCompact && !letter.isText;
+}
+
 // Whether strokes do not explain a letter, or next to nothing of a part that may be one.
 bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn)
 {
     const bool isBold
         = letter.widest >= kBoldPen && letter.widest > kBoldPart * letter.part.extent();
-    if (letter.isOther || (letter.isRing && !(isBold && letter.isText)))
+    const bool isMark = isFilledMark(letter);
+    if (letter.isOther || (letter.isRing && !isMark && !(isBold && letter.isText)))
         return false;
     const double all = double(letter.part.pixels());
     const double missed = missedOf(letter, drawn);
-    if (letter.strokes.empty() || isBold)
+    if (letter.strokes.empty() || (isBold && !isMark))
         return letter.isText;
-    if (!letter.hasText)
+    if (!letter.hasText && !isMark)
         return missed > std::max(kSomeMissed, kMuchMissed * all);
-    return letter.isTangled || missed > std::max(kFewMissed, kMissed * all)
+    return letter.isTangled || (isMark && letter.isBrief)
+        || missed > std::max(kFewMissed, kMissed * all)
         || overPaperOf(letter, ink, drawn) > std::max(kFewOverPaper, kOverPaper * all);
 }
 
@@ -353,7 +386,8 @@ void outlineUnclearLetters(const InkToExplain &ink, StrokeDrawing *drawing)
     for (const Letter &letter : letters) {
         if (!isUnclear(letter, ink, drawn))
             continue;
-        give(letter.part, ink.distance, &drawing->letters);
+        give(letter.part, ink.distance,
+             isFilledMark(letter) ? &drawing->solids : &drawing->letters);
         for (std::size_t number : letter.strokes)
             isDropped[number] = true;
     }

@@ -64,6 +64,9 @@ private slots:
     void edgesAreNotPale();
     void unclearLettersAreOutlined();
     void clearLettersStayStrokes();
+    void filledMarksAreSolids_data();
+    void filledMarksAreSolids();
+    void shortThickLinesAreStrokes();
     void whatIsLeftIsDrawn();
     void specksOfScansAreCounted();
 };
@@ -175,6 +178,48 @@ void tst_Leftovers::clearLettersStayStrokes()
 }
 
 // A wedge on a line is as wide as no line, and too small for a solid.
+// Marks wider than the lines and not much wider than the widest pen.
+void tst_Leftovers::filledMarksAreSolids_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::addColumn<bool>("triangle");
+    QTest::newRow("square") << 25 << 25 << false;
+    QTest::newRow("taller") << 20 << 30 << false;
+    QTest::newRow("flat") << 32 << 16 << false;
+    QTest::newRow("triangle") << 36 << 30 << true;
+}
+
+void tst_Leftovers::filledMarksAreSolids()
+{
+    QFETCH(int, width);
+    QFETCH(int, height);
+    QFETCH(bool, triangle);
+    Sheet sheet = pageOfLines();
+    sheet.line({ 300, 110 }, { 300, 290 }, 20);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    std::size_t ink = 0;
+    for (int y = 0; y < height; ++y) {
+        const int in = triangle ? (height - 1 - y) * width / (2 * height) : 0;
+        draw(&grey, 400, 100 + in, 150 + y, 100 + width - in, 151 + y, 0);
+        ink += std::size_t(width - 2 * in);
+    }
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(cellsOf(drawing.solids), ink);
+    QVERIFY(drawing.letters.cells.empty());
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+}
+
+void tst_Leftovers::shortThickLinesAreStrokes()
+{
+    Sheet sheet = pageOfLines();
+    sheet.line({ 300, 110 }, { 300, 290 }, 20);
+    sheet.line({ 100, 200 }, { 180, 200 }, 20);
+    const StrokeDrawing drawing = strokesOn(sheet.grey(Sheet::Tones::Soft), 400, 300);
+    QVERIFY2(hasLine(drawing, { 100, 200 }, { 180, 200 }, 1.5), listOf(drawing).c_str());
+    QVERIFY(drawing.solids.cells.empty());
+}
+
 void tst_Leftovers::whatIsLeftIsDrawn()
 {
     Sheet sheet = pageOfLines();
