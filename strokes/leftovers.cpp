@@ -43,6 +43,8 @@ const double kSomeMissed = 8.0;
 // letters, bold ones as well, .45 at most.
 const double kMarkLength = 3.0;
 const double kCompact = 0.5;
+// Or one with a hole: such a part of its rectangle is ink. Of a square, of a ring .7.
+const double kFull = 0.8;
 // Of such it is one whatever its strokes explain, where it is as short as this: pens that are
 // clustered make them as wide as the lines.
 const double kBrief = 2.4;
@@ -219,9 +221,11 @@ private:
         for (uint32_t cell : letter->part.cells)
             deepest = std::max(deepest, ink.distance.cells[cell]);
         const double disc = 2.0 * radiusOf(deepest);
-        letter->isCompact = disc >= kCompact * letter->part.breadth()
-            && letter->part.extent() < kMarkLength * disc && (!ink.isNoisy || disc >= kScannedMark);
-        letter->isBrief = letter->isCompact && letter->part.extent() < kBrief * disc;
+        const Part &part = letter->part;
+        const bool isFull = part.pixels() >= kFull * part.extent() * part.breadth();
+        letter->isCompact = (disc >= kCompact * part.breadth() || isFull)
+            && part.extent() < kMarkLength * disc && (!ink.isNoisy || disc >= kScannedMark);
+        letter->isBrief = letter->isCompact && part.extent() < kBrief * disc;
     }
 
     // The letter that a place is in, if any; the number of letters where there is none.
@@ -367,10 +371,40 @@ bool isFold(const Part &part, const InkToExplain &ink)
         && part.pixels() < kFoldWidth * part.extent() && depthOf(part, ink) < kDepth;
 }
 
-// Outlines of what is no larger than letters are no lines of the drawing either.
-void draw(const Part &part, const Plane &plane, StrokeDrawing *drawing)
+// With the ink that the strokes beside it lie on, so that no paper shows between them.
+Part reachingUnder(Part part, const Plane &plane)
 {
-    give(part, plane, part.extent() <= kLargestLetter ? &drawing->letters : &drawing->solids);
+    std::vector<uint32_t> rim = part.cells;
+    std::vector<uint32_t> own = part.cells;
+    std::sort(own.begin(), own.end());
+    const uint32_t stride = uint32_t(plane.stride());
+    for (int step = 0; step < kUnder; ++step) {
+        std::vector<uint32_t> next;
+        for (uint32_t cell : rim) {
+            for (uint32_t other : { cell - stride, cell - 1, cell + 1, cell + stride }) {
+                if (plane.cells[other] != 0 && !std::binary_search(own.begin(), own.end(), other))
+                    next.push_back(other);
+            }
+        }
+        std::sort(next.begin(), next.end());
+        next.erase(std::unique(next.begin(), next.end()), next.end());
+        for (uint32_t cell : next)
+            part.take(cell, plane);
+        own.insert(own.end(), next.begin(), next.end());
+        std::sort(own.begin(), own.end());
+        rim = std::move(next);
+    }
+    return part;
+}
+
+// Outlines of what is no larger than letters are no lines of the drawing either.
+void draw(const Part &part, const Plane &plane, const Plane &solid, StrokeDrawing *drawing)
+{
+    const bool isSolid = part.extent() > kLargestLetter
+        || (!solid.cells.empty()
+            && std::any_of(part.cells.begin(), part.cells.end(),
+                           [&solid](uint32_t cell) { return solid.cells[cell] != 0; }));
+    give(reachingUnder(part, plane), plane, isSolid ? &drawing->solids : &drawing->letters);
 }
 
 } // namespace
@@ -406,7 +440,7 @@ void outlineUnclearLetters(const InkToExplain &ink, StrokeDrawing *drawing)
     strokes.resize(kept);
 }
 
-void takeLeftovers(const InkToExplain &ink, StrokeDrawing *drawing)
+void takeLeftovers(const InkToExplain &ink, const Plane &solid, StrokeDrawing *drawing)
 {
     const Plane &plane = ink.distance;
     Drawn drawn(plane, *drawing);
@@ -439,7 +473,7 @@ void takeLeftovers(const InkToExplain &ink, StrokeDrawing *drawing)
         else if (isFold(part, ink))
             drawing->leftOut.pale.add(pixels, part.x(), part.y());
         else
-            draw(part, plane, drawing);
+            draw(part, plane, solid, drawing);
     }
 }
 

@@ -67,6 +67,8 @@ private slots:
     void filledMarksAreSolids_data();
     void filledMarksAreSolids();
     void shortThickLinesAreStrokes();
+    void squaresThatTouchInACornerAreSolids();
+    void aSquareWithAHoleIsOneSolid();
     void whatIsLeftIsDrawn();
     void specksOfScansAreCounted();
 };
@@ -218,6 +220,36 @@ void tst_Leftovers::shortThickLinesAreStrokes()
     const StrokeDrawing drawing = strokesOn(sheet.grey(Sheet::Tones::Soft), 400, 300);
     QVERIFY2(hasLine(drawing, { 100, 200 }, { 180, 200 }, 1.5), listOf(drawing).c_str());
     QVERIFY(drawing.solids.cells.empty());
+}
+
+// Of a crossword: the thickest pen would be that of their diagonal.
+void tst_Leftovers::squaresThatTouchInACornerAreSolids()
+{
+    Sheet sheet(280, 280);
+    for (int k = 0; k < 7; ++k) {
+        sheet.line({ 20, 20.5 + 40 * k }, { 260, 20.5 + 40 * k }, 1.5);
+        sheet.line({ 20.5 + 40 * k, 20 }, { 20.5 + 40 * k, 260 }, 1.5);
+    }
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    draw(&grey, 280, 60, 60, 100, 100, 0);
+    draw(&grey, 280, 100, 100, 140, 140, 0);
+    const StrokeDrawing drawing = strokesOn(grey, 280, 280);
+    for (const Stroke &stroke : drawing.strokes)
+        QVERIFY2(stroke.width < 3.0, listOf(drawing).c_str());
+    for (int at : { 61, 65, 80, 97, 103, 120, 135, 138 }) // under the lines around them as well
+        QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(at, at)]), 1);
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(120, 80)]), 0);
+}
+
+void tst_Leftovers::aSquareWithAHoleIsOneSolid()
+{
+    Sheet sheet = pageOfLines();
+    sheet.bar({ 60, 200 }, { 60, 222 }, 22);
+    sheet.paper({ 57, 208 }, { 63, 214 });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(cellsOf(drawing.solids), std::size_t(22 * 22 - 6 * 6));
+    QVERIFY(drawing.dots.empty());
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
 }
 
 void tst_Leftovers::whatIsLeftIsDrawn()
