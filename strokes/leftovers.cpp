@@ -30,6 +30,12 @@ const double kFewMissed = 3.5;
 const double kOverPaper = 0.05;
 const double kFewOverPaper = 3.5;
 const double kInside = 0.7; // pixels
+// Letters of clean pages that are less high than so many pixels, or less wide if they stand on end,
+// are areas in any case: of type of 12 to 18 pixels many read otherwise as strokes (t as l, 1 as a
+// bar, ra as one), of 20 and more few. Strokes beside them that were not taken for lettering may
+// miss this.
+const int kSmallLetter = 14;
+const double kSmallMissed = 1.5;
 // Letters of a pen so many pixels and such a part of their height wide are set in bold type, not
 // drawn: pens of drawings are a tenth to a seventh (ISO 3098), bold stems a quarter, and between
 // discs so wide the counters of a, e and g are gone.
@@ -56,6 +62,7 @@ const int kLargestLetter = 64;
 const int kLongestWord = 256;
 // Of its own size, that it is beside others of its row, and pixels that a full stop has.
 const double kBesideLetter = 1.0;
+const int kPasses = 6;
 const int kLeastPoint = 4;
 // Pixels of ink beside what is drawn that are drawn as well. In scans what stands alone has so
 // many, or is so long: specks are smaller.
@@ -264,11 +271,11 @@ private:
         }
     }
 
-    // Twice, as what blur has joined may be beside another such.
+    // Again and again, as what was taken for something else may be beside another such.
     void giveCompany()
     {
         Plane beside(ink.distance.width, ink.distance.height);
-        for (int pass = 0; pass < 2; ++pass) {
+        for (int pass = 0; pass < kPasses; ++pass) {
             for (const Letter &letter : letters) {
                 if (letter.isText)
                     mark(letter.part, &beside);
@@ -342,9 +349,13 @@ bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn
     const double missed = missedOf(letter, drawn);
     if (letter.strokes.empty() || (isBold && !isMark))
         return letter.isText;
+    const bool isSmall = !ink.isNoisy && letter.isText && letter.part.breadth() < kSmallLetter;
+    if (!letter.hasText && isSmall)
+        return missed > std::max(kSmallMissed, kMissed * all)
+            || overPaperOf(letter, ink, drawn) > std::max(kSmallMissed, kOverPaper * all);
     if (!letter.hasText && !isMark)
         return missed > std::max(kSomeMissed, kMuchMissed * all);
-    return letter.isTangled || (isMark && letter.isBrief)
+    return isSmall || letter.isTangled || (isMark && letter.isBrief)
         || missed > std::max(kFewMissed, kMissed * all)
         || overPaperOf(letter, ink, drawn) > std::max(kFewOverPaper, kOverPaper * all);
 }

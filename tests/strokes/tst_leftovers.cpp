@@ -64,6 +64,7 @@ private slots:
     void edgesAreNotPale();
     void unclearLettersAreOutlined();
     void clearLettersStayStrokes();
+    void smallLettersAreOutlined();
     void filledMarksAreSolids_data();
     void filledMarksAreSolids();
     void shortThickLinesAreStrokes();
@@ -179,7 +180,21 @@ void tst_Leftovers::clearLettersStayStrokes()
     QCOMPARE(int(letters), 18);
 }
 
-// A wedge on a line is as wide as no line, and too small for a solid.
+// Twelve pixels high, of a fine pen.
+void tst_Leftovers::smallLettersAreOutlined()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 14 * k;
+        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
+        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+    for (int k = 0; k < 6; ++k)
+        QCOMPARE(int(drawing.letters.cells[drawing.letters.cellOf(60 + 14 * k, 155)]), 1);
+}
+
 // Marks wider than the lines and not much wider than the widest pen.
 void tst_Leftovers::filledMarksAreSolids_data()
 {
@@ -252,6 +267,7 @@ void tst_Leftovers::aSquareWithAHoleIsOneSolid()
     QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
 }
 
+// A wedge on a line is as wide as no line, and too small for a solid.
 void tst_Leftovers::whatIsLeftIsDrawn()
 {
     Sheet sheet = pageOfLines();
