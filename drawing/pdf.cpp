@@ -6,6 +6,7 @@
 #include "pdf_pages.h"
 #include "pens.h"
 #include "pieces.h"
+#include "strokepaths.h"
 #include "text.h"
 
 #include <QMap>
@@ -251,7 +252,7 @@ private:
         length(pen.width);
         content += "w\n";
         if (!pen.roundEnds)
-            content += "0 j 0 J\n";
+            content += "0 j 0 J " + QByteArray::number(kMiterLimit) + " M\n";
         if (!dashes.empty()) {
             content += '[';
             for (double dash : dashes)
@@ -393,8 +394,10 @@ PdfBook::PdfBook() : parts(new Parts) { }
 
 PdfBook::~PdfBook() = default;
 
-void PdfBook::add(const Drawing &drawing, const PaintStyle &style)
+void PdfBook::add(const Drawing &given, const PaintStyle &style)
 {
+    const std::optional<Drawing> joined = withCorners(given);
+    const Drawing &drawing = joined ? *joined : given;
     PdfFile &file = parts->file;
     const int page = file.reserve();
     const int contents = file.reserve();

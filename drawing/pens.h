@@ -35,6 +35,9 @@ std::vector<double> dashesOf(const Pen &pen);
 // is a square.
 std::vector<double> paintedDashesOf(const Pen &pen);
 
+// Widths that a mitre is long at most; sharper corners are cut off. SVG has the same by default.
+const int kMiterLimit = 4;
+
 double sumOf(const std::vector<double> &lengths);
 
 } // namespace ztrace

@@ -5,6 +5,7 @@
 #include "inches.h"
 #include "pens.h"
 #include "pieces.h"
+#include "strokepaths.h"
 
 #include <QBuffer>
 #include <QPainter>
@@ -176,6 +177,7 @@ private:
         QPen pen(QColor::fromRgba(colour), looks.width, Qt::SolidLine,
                  looks.roundEnds ? Qt::RoundCap : Qt::FlatCap,
                  looks.roundEnds ? Qt::RoundJoin : Qt::SvgMiterJoin);
+        pen.setMiterLimit(kMiterLimit);
         QVector<qreal> pattern;
         for (double dash : paintedDashesOf(looks))
             pattern.append(std::max(dash / looks.width, kDot));
@@ -196,8 +198,10 @@ private:
 
 } // namespace
 
-QImage renderDrawing(const Drawing &drawing, const PaintStyle &style, double scale)
+QImage renderDrawing(const Drawing &given, const PaintStyle &style, double scale)
 {
+    const std::optional<Drawing> joined = withCorners(given);
+    const Drawing &drawing = joined ? *joined : given;
     const Frame frame = frameOf(drawing);
     const double width = std::max(1.0, std::ceil(frame.width * scale));
     const double height = std::max(1.0, std::ceil(frame.height * scale));

@@ -6,6 +6,7 @@
 #include "paintorder.h"
 #include "pens.h"
 #include "pieces.h"
+#include "strokepaths.h"
 #include "svg_gradients.h"
 #include "svg_path.h"
 #include "text.h"
@@ -27,7 +28,6 @@ const int kSizeDecimals = 9;            // a nanometre and less
 const int kPenDecimals = 4;             // of widths and dashes in pixels
 const std::size_t kFewOutlines = 1000;  // each is an element of its own
 const std::size_t kMostInOnePath = 100; // of more outlines
-const double kMostMiter = 4.0;          // widths that a corner of strokes reaches
 const double kSmallestShape = 4.0;      // pixels; half a side, or a radius
 const int kTurnDecimals = 2;            // more than those of pixels, of degrees
 const double kDegrees = 45.0 / std::atan(1.0);
@@ -194,8 +194,8 @@ private:
     // A pixel more than they reach, since they share the pixels on their rim with others.
     Bounds boxOf(const Outline &outline) const
     {
-        const double width = outline.pen >= 0 ? kMostMiter * penOf(drawing, outline).width
-            : style.stroked                   ? kMostMiter * style.strokeWidth
+        const double width = outline.pen >= 0 ? kMiterLimit * penOf(drawing, outline).width
+            : style.stroked                   ? kMiterLimit * style.strokeWidth
                                               : outline.seam;
         const double margin = 0.5 * width + 1.0;
         Bounds box = boundsOf(paintedShape(outline));
@@ -571,7 +571,8 @@ private:
 
 bool writeSvg(const Drawing &drawing, const SvgOptions &options, QIODevice *device)
 {
-    return SvgWriter(drawing, options, device).write();
+    const std::optional<Drawing> joined = withCorners(drawing);
+    return SvgWriter(joined ? *joined : drawing, options, device).write();
 }
 
 } // namespace ztrace

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/joining.h"
 
+#include "strokes/inkgap.h"
 #include <algorithm>
 #include <cmath>
 
@@ -41,7 +42,6 @@ const double kInside = 0.6; // widths beside a circle that what it shares with o
 const double kStraightOn = 0.87;
 const double kBentTimes = 1.3;
 const double kBentPixels = 0.12;
-const double kInked = 0.5;           // coverage of the middle of a line that goes on
 const double kSeam = 1.5;            // pixels without ink that say nothing
 const double kMostTurnApart = 0.06;  // radians between lines of one carrier
 const double kNear = 2.5;            // pixels that the middle of one may lie beside it
@@ -464,7 +464,8 @@ private:
         const double allowed
             = std::min(std::max(limits.of(width), std::min(ofLong * shorter, limits.longest)),
                        limits.part * shorter);
-        const double gap = inkGap(carrier, from, to, start, angle, length, coverage);
+        const double gap
+            = inkGap({ carrier, from, to, start, angle, length }, sidesOf(width), coverage);
         return gap <= allowed && (gap <= kSeam || mayBeGap(a, b, limits.worn));
     }
 
@@ -493,26 +494,6 @@ private:
                });
     }
 
-    // The longest stretch without ink, pixels, from one place to another along a line, or along an
-    // arc by an angle.
-    static double inkGap(const fit::Primitive &carrier, Point from, Point to, double start,
-                         double angle, double length, const Coverage &coverage)
-    {
-        const int steps = int(length) + 1;
-        double missing = 0.0;
-        double most = 0.0;
-        for (int k = 0; k <= steps; ++k) {
-            const double t = double(k) / steps;
-            const double at = start + t * angle;
-            const Point p = carrier.arc
-                ? carrier.point + carrier.radius * Point { std::cos(at), std::sin(at) }
-                : from + t * (to - from);
-            missing = coverage.at(p) < kInked ? missing + length / steps : 0.0;
-            most = std::max(most, missing);
-        }
-        return most;
-    }
-
     // An arc that was lost where its circle runs into other ink.
     void closeOverInk(int number, const Coverage &coverage)
     {
@@ -524,8 +505,13 @@ private:
         if (std::fabs(turned) < kClosingSweep || open < 0.0)
             return;
         const Point end = arc.samples.back().centre - arc.carrier.point;
-        const double gap = inkGap(arc.carrier, {}, {}, std::atan2(end.y, end.x),
-                                  turned < 0 ? -open : open, open * arc.carrier.radius, coverage);
+        const double gap = inkGap({ arc.carrier,
+                                    {},
+                                    {},
+                                    std::atan2(end.y, end.x),
+                                    turned < 0 ? -open : open,
+                                    open * arc.carrier.radius },
+                                  0.0, coverage);
         // Openings of letters are their form: what is 3 is not to become 8.
         const GapLimits limits
             = arc.role == Role::Text ? kLetterGaps : gapLimits(gaps, measure, arc.width);

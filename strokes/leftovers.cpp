@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/leftovers.h"
 
+#include "strokes/distance.h"
 #include "strokes/parts.h"
 #include "strokes/pieces.h"
 
@@ -29,6 +30,12 @@ const double kFewMissed = 3.5;
 const double kOverPaper = 0.05;
 const double kFewOverPaper = 3.5;
 const double kInside = 0.7; // pixels
+// Letters of clean pages that are less high than so many pixels, or less wide if they stand on end,
+// are areas in any case: of type of 12 to 18 pixels many read otherwise as strokes (t as l, 1 as a
+// bar, ra as one), of 20 and more few. Strokes beside them that were not taken for lettering may
+// miss this.
+const int kSmallLetter = 14;
+const double kSmallMissed = 1.5;
 // Letters of a pen so many pixels and such a part of their height wide are set in bold type, not
 // drawn: pens of drawings are a tenth to a seventh (ISO 3098), bold stems a quarter, and between
 // discs so wide the counters of a, e and g are gone.
@@ -37,12 +44,25 @@ const double kBoldPart = 0.22;
 // Ink that what may be a letter misses: of a word that blur has joined .25 and more.
 const double kMuchMissed = 0.15;
 const double kSomeMissed = 8.0;
+// Ink no longer than so many times the largest disc in it, which has such a part of its breadth at
+// least, is a mark that was filled, no line: squares, triangles and half discs have .55 and more,
+// letters, bold ones as well, .45 at most.
+const double kMarkLength = 3.0;
+const double kCompact = 0.5;
+// Or one with a hole: such a part of its rectangle is ink. Of a square, of a ring .7.
+const double kFull = 0.8;
+// Of such it is one whatever its strokes explain, where it is as short as this: pens that are
+// clustered make them as wide as the lines.
+const double kBrief = 2.4;
+// Pixels of that disc in scans: blur fills circles that are smaller.
+const double kScannedMark = 8.0;
 // Pixels that a letter is high at most, and that letters are long that blur has joined: more hangs
 // together with the drawing's lines.
 const int kLargestLetter = 64;
 const int kLongestWord = 256;
 // Of its own size, that it is beside others of its row, and pixels that a full stop has.
 const double kBesideLetter = 1.0;
+const int kPasses = 6;
 const int kLeastPoint = 4;
 // Pixels of ink beside what is drawn that are drawn as well. In scans what stands alone has so
 // many, or is so long: specks are smaller.
@@ -156,6 +176,8 @@ struct Letter
     bool hasText = false;   // strokes of lettering
     bool isOther = false;   // a dash, a head's line, or part of what is larger
     bool isRing = false;    // by itself, or in a letter
+    bool isCompact = false; // a mark that was filled
+    bool isBrief = false;   // so much so that no line is like it
     bool isTangled = false; // a stroke of it is of others as well
     double widest = 0.0;    // of those, in pixels
 };
@@ -189,13 +211,28 @@ private:
                 open[cell] = 0;
                 return isNew;
             });
-            if (letter.part.breadth() > kLargestLetter || letter.part.extent() > kLongestWord)
+            judge(&letter);
+            if (!letter.isCompact
+                && (letter.part.breadth() > kLargestLetter || letter.part.extent() > kLongestWord))
                 continue;
             for (uint32_t cell : letter.part.cells)
                 letterAt.push_back({ cell, letters.size() });
             letters.push_back(std::move(letter));
         }
         std::sort(letterAt.begin(), letterAt.end());
+    }
+
+    void judge(Letter *letter) const
+    {
+        uint8_t deepest = 0;
+        for (uint32_t cell : letter->part.cells)
+            deepest = std::max(deepest, ink.distance.cells[cell]);
+        const double disc = 2.0 * radiusOf(deepest);
+        const Part &part = letter->part;
+        const bool isFull = part.pixels() >= kFull * part.extent() * part.breadth();
+        letter->isCompact = (disc >= kCompact * part.breadth() || isFull)
+            && part.extent() < kMarkLength * disc && (!ink.isNoisy || disc >= kScannedMark);
+        letter->isBrief = letter->isCompact && part.extent() < kBrief * disc;
     }
 
     // The letter that a place is in, if any; the number of letters where there is none.
@@ -234,11 +271,11 @@ private:
         }
     }
 
-    // Twice, as what blur has joined may be beside another such.
+    // Again and again, as what was taken for something else may be beside another such.
     void giveCompany()
     {
         Plane beside(ink.distance.width, ink.distance.height);
-        for (int pass = 0; pass < 2; ++pass) {
+        for (int pass = 0; pass < kPasses; ++pass) {
             for (const Letter &letter : letters) {
                 if (letter.isText)
                     mark(letter.part, &beside);
@@ -295,20 +332,31 @@ double overPaperOf(const Letter &letter, const InkToExplain &ink, const Drawn &d
     return sum;
 }
 
+bool isFilledMark(const Letter &letter)
+{
+    return letter.isCompact && !letter.isText;
+}
+
 // Whether strokes do not explain a letter, or next to nothing of a part that may be one.
 bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn)
 {
     const bool isBold
         = letter.widest >= kBoldPen && letter.widest > kBoldPart * letter.part.extent();
-    if (letter.isOther || (letter.isRing && !(isBold && letter.isText)))
+    const bool isMark = isFilledMark(letter);
+    if (letter.isOther || (letter.isRing && !isMark && !(isBold && letter.isText)))
         return false;
     const double all = double(letter.part.pixels());
     const double missed = missedOf(letter, drawn);
-    if (letter.strokes.empty() || isBold)
+    if (letter.strokes.empty() || (isBold && !isMark))
         return letter.isText;
-    if (!letter.hasText)
+    const bool isSmall = !ink.isNoisy && letter.isText && letter.part.breadth() < kSmallLetter;
+    if (!letter.hasText && isSmall)
+        return missed > std::max(kSmallMissed, kMissed * all)
+            || overPaperOf(letter, ink, drawn) > std::max(kSmallMissed, kOverPaper * all);
+    if (!letter.hasText && !isMark)
         return missed > std::max(kSomeMissed, kMuchMissed * all);
-    return letter.isTangled || missed > std::max(kFewMissed, kMissed * all)
+    return isSmall || letter.isTangled || (isMark && letter.isBrief)
+        || missed > std::max(kFewMissed, kMissed * all)
         || overPaperOf(letter, ink, drawn) > std::max(kFewOverPaper, kOverPaper * all);
 }
 
@@ -334,10 +382,40 @@ bool isFold(const Part &part, const InkToExplain &ink)
         && part.pixels() < kFoldWidth * part.extent() && depthOf(part, ink) < kDepth;
 }
 
-// Outlines of what is no larger than letters are no lines of the drawing either.
-void draw(const Part &part, const Plane &plane, StrokeDrawing *drawing)
+// With the ink that the strokes beside it lie on, so that no paper shows between them.
+Part reachingUnder(Part part, const Plane &plane)
 {
-    give(part, plane, part.extent() <= kLargestLetter ? &drawing->letters : &drawing->solids);
+    std::vector<uint32_t> rim = part.cells;
+    std::vector<uint32_t> own = part.cells;
+    std::sort(own.begin(), own.end());
+    const uint32_t stride = uint32_t(plane.stride());
+    for (int step = 0; step < kUnder; ++step) {
+        std::vector<uint32_t> next;
+        for (uint32_t cell : rim) {
+            for (uint32_t other : { cell - stride, cell - 1, cell + 1, cell + stride }) {
+                if (plane.cells[other] != 0 && !std::binary_search(own.begin(), own.end(), other))
+                    next.push_back(other);
+            }
+        }
+        std::sort(next.begin(), next.end());
+        next.erase(std::unique(next.begin(), next.end()), next.end());
+        for (uint32_t cell : next)
+            part.take(cell, plane);
+        own.insert(own.end(), next.begin(), next.end());
+        std::sort(own.begin(), own.end());
+        rim = std::move(next);
+    }
+    return part;
+}
+
+// Outlines of what is no larger than letters are no lines of the drawing either.
+void draw(const Part &part, const Plane &plane, const Plane &solid, StrokeDrawing *drawing)
+{
+    const bool isSolid = part.extent() > kLargestLetter
+        || (!solid.cells.empty()
+            && std::any_of(part.cells.begin(), part.cells.end(),
+                           [&solid](uint32_t cell) { return solid.cells[cell] != 0; }));
+    give(reachingUnder(part, plane), plane, isSolid ? &drawing->solids : &drawing->letters);
 }
 
 } // namespace
@@ -353,7 +431,8 @@ void outlineUnclearLetters(const InkToExplain &ink, StrokeDrawing *drawing)
     for (const Letter &letter : letters) {
         if (!isUnclear(letter, ink, drawn))
             continue;
-        give(letter.part, ink.distance, &drawing->letters);
+        give(letter.part, ink.distance,
+             isFilledMark(letter) ? &drawing->solids : &drawing->letters);
         for (std::size_t number : letter.strokes)
             isDropped[number] = true;
     }
@@ -372,7 +451,7 @@ void outlineUnclearLetters(const InkToExplain &ink, StrokeDrawing *drawing)
     strokes.resize(kept);
 }
 
-void takeLeftovers(const InkToExplain &ink, StrokeDrawing *drawing)
+void takeLeftovers(const InkToExplain &ink, const Plane &solid, StrokeDrawing *drawing)
 {
     const Plane &plane = ink.distance;
     Drawn drawn(plane, *drawing);
@@ -405,7 +484,7 @@ void takeLeftovers(const InkToExplain &ink, StrokeDrawing *drawing)
         else if (isFold(part, ink))
             drawing->leftOut.pale.add(pixels, part.x(), part.y());
         else
-            draw(part, plane, drawing);
+            draw(part, plane, solid, drawing);
     }
 }
 

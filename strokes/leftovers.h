@@ -29,8 +29,11 @@ struct InkToExplain
 void outlineUnclearLetters(const InkToExplain &ink, StrokeDrawing *drawing);
 
 // Other ink beyond kBeyond pixels of what is drawn goes to drawing->letters or, where it is larger
-// than letters are, to drawing->solids; or it is counted in drawing->leftOut.
-void takeLeftovers(const InkToExplain &ink, StrokeDrawing *drawing);
+// than letters are or lies in cells of `solid` (a plane of no size: none), to drawing->solids; or
+// it is counted in drawing->leftOut. What is drawn reaches kUnder pixels under the strokes beside
+// it.
+void takeLeftovers(const InkToExplain &ink, const Plane &solid, StrokeDrawing *drawing);
+const int kUnder = 2;
 const double kBeyond = 2.0;
 
 } // namespace ztrace::strokes

@@ -56,6 +56,13 @@ const double kRound = 1.3;
 const double kRoundStep = 0.5;
 const double kLeastFilled = 0.8;
 
+// Pixels that the middles of a disc's pixels may lie beside its edge, and the ink that may be
+// farther out, in pixels and in parts of the disc: steps of one bit have .3 and less of a pixel,
+// corners of a square of 8 pixels .8, of 12 pixels .025.
+const double kBesideDisc = 0.7;
+const double kLeastCorners = 0.7;
+const double kMostCorners = 0.012;
+
 // Half widths beside lettering: bars of letters shorter than wide are drawn with their neighbours.
 const double kBesideLetters = 2.0;
 
@@ -189,6 +196,23 @@ LineDot roundedOff(const Coverage &coverage, const Dot &part)
     if (!(ink > 0.0))
         return { part.centre, std::sqrt(part.pixels / M_PI), 0 };
     return { (1.0 / ink) * sum, std::sqrt(ink / M_PI), 0 };
+}
+
+// Whether all ink of a round part lies in its disc, which is ink throughout: not of a square, or of
+// one with a hole.
+bool isDisc(const Coverage &coverage, const LineDot &dot)
+{
+    const double reach = std::sqrt(2.0) * dot.radius + 1.0;
+    double corners = 0.0;
+    for (int y = int(std::floor(dot.centre.y - reach)); y <= int(dot.centre.y + reach); ++y) {
+        for (int x = int(std::floor(dot.centre.x - reach)); x <= int(dot.centre.x + reach); ++x) {
+            const double far = std::hypot(x + 0.5 - dot.centre.x, y + 0.5 - dot.centre.y);
+            if (far > dot.radius + kBesideDisc && far <= reach)
+                corners += std::clamp(coverage.ofPixel(x, y), 0.0, 1.0);
+        }
+    }
+    return corners <= std::max(kLeastCorners, kMostCorners * M_PI * dot.radius * dot.radius)
+        && isFilled(coverage, dot);
 }
 
 double mostOffOf(const DotLimits &limits)
@@ -413,8 +437,9 @@ void takeLoneDots(const Coverage &coverage, const Plane &distance, const std::ve
     for (const LineDot &dot : *dots)
         finder.cover(dot);
     for (const Dot &part : round) {
-        if (!finder.isCovered(part.centre))
-            dots->push_back(roundedOff(coverage, part));
+        const LineDot dot = roundedOff(coverage, part);
+        if (!finder.isCovered(part.centre) && isDisc(coverage, dot))
+            dots->push_back(dot);
     }
 }
 

@@ -24,6 +24,7 @@
 #include "strokes/meeting.h"
 #include "strokes/mitres.h"
 #include "strokes/noise.h"
+#include "strokes/overpaper.h"
 #include "strokes/paleink.h"
 #include "strokes/pens.h"
 #include "strokes/pieces.h"
@@ -316,8 +317,10 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
         = { skeleton.distance, coverage, page.isNoisy, page.isNoisy && !options.hard,
             !page.isNoisy && !options.hard };
     outlineLetters(page, tones, explained, drawing);
+    const Plane solid
+        = page.isNoisy ? Plane() : dropStrokesOverPaper(skeleton.distance, coverage, drawing);
     givePens(drawing);
-    takeLeftovers(explained, drawing);
+    takeLeftovers(explained, solid, drawing);
     if (!options.hard && !drawing->letters.cells.empty())
         drawing->letterGrey = std::move(page.evenGrey);
     drawing->joints = std::move(web.joints);

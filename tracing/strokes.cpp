@@ -140,13 +140,24 @@ Drawing drawingOfSolids(const strokes::Plane &solids, const SolidPage &page, QRg
     return drawing;
 }
 
+// Outlines and boundaries are counted on from what is there.
 void append(Drawing part, Drawing *drawing)
 {
     const int before = int(drawing->outlines.size());
+    const int chainsBefore = int(drawing->chains.size());
     for (Outline &outline : part.outlines) {
         for (int &hole : outline.holes)
             hole += before;
+        for (std::vector<int> &ring : outline.rings) {
+            for (int &reference : ring)
+                reference += reference < 0 ? -chainsBefore : chainsBefore;
+        }
         drawing->outlines.push_back(std::move(outline));
+    }
+    for (BoundaryChain &chain : part.chains) {
+        for (int *side : { &chain.left, &chain.right })
+            *side += *side < 0 ? 0 : before;
+        drawing->chains.push_back(std::move(chain));
     }
 }
 

@@ -63,6 +63,20 @@ class Inks(OptionsTest):
         solids = [o["color"] for o in json.loads(self.read("c.json"))["outlines"] if o["layer"] == "SOLID"]
         self.assertEqual(solids, ["#ff0000"])
 
+    def test_what_is_written_is_read_again(self):
+        """Solid parts of two inks, one with a hole: their boundaries are counted through the drawing."""
+        def pixel(x, y):
+            plate = 30 <= x < 90 and 112 <= y < 172 and (x - 60) ** 2 + (y - 142) ** 2 > 30
+            return RED if plate else BLACK if 150 <= x < 190 and 30 <= y < 80 else three_pens(x, y)
+        self.write("d.png", png(240, 200, pixel))
+        self.run_program("d.png", "--strokes", "-o", "d.json", "-o", "direct.svg")
+        self.run_program("d.json", "-o", "again.svg")
+        self.assertEqual(self.read("again.svg"), self.read("direct.svg"))
+        drawing = json.loads(self.read("d.json"))
+        sides = {chain[side] for chain in drawing["chains"] for side in ("left", "right") if chain.get(side, -1) >= 0}
+        self.assertEqual({(drawing["outlines"][k]["layer"], drawing["outlines"][k]["color"]) for k in sides},
+                         {("SOLID", "#ff0000"), ("SOLID", "#000000")})
+
 
 if __name__ == "__main__":
     unittest.main()

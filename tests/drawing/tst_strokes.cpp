@@ -358,6 +358,63 @@ private slots:
                  QString("LWPOLYLINE LINE LINE LWPOLYLINE LINE"));
     }
 
+    void cornersOfFlatStrokesAreMitres_data()
+    {
+        QTest::addColumn<bool>("round");
+        QTest::addColumn<int>("strokes");
+        QTest::addColumn<bool>("isInk");
+        QTest::newRow("flat") << false << 3 << true;
+        QTest::newRow("round") << true << 7 << false;
+    }
+
+    // A rectangle of four lines, one that ends on its corner from within, and two that go on.
+    void cornersOfFlatStrokesAreMitres()
+    {
+        QFETCH(bool, round);
+        QFETCH(int, strokes);
+        QFETCH(bool, isInk);
+        Pen pen;
+        pen.width = 4.0;
+        pen.roundEnds = round;
+        Drawing drawing = sheet(
+            { lineBetween(Point(10, 10), Point(30, 10)), lineBetween(Point(30, 30), Point(30, 10)),
+              lineBetween(Point(10, 10), Point(20, 20)), lineBetween(Point(30, 30), Point(10, 30)),
+              lineBetween(Point(10, 30), Point(10, 10)), lineBetween(Point(40, 10), Point(40, 20)),
+              lineBetween(Point(40, 20), Point(40, 30)) },
+            pen);
+        drawing.width = 50;
+        drawing.height = 40;
+        const std::optional<Drawing> joined = withCorners(drawing);
+        QCOMPARE(joined.has_value(), !round);
+        if (joined) {
+            QCOMPARE(int(joined->outlines.size()), strokes + 1);
+            QVERIFY(joined->outlines[0].shape.start() == joined->outlines[0].shape.end());
+            QCOMPARE(joined->outlines[0].shape.pieces().size(), std::size_t(4));
+        }
+        const QImage image = renderDrawing(drawing, PaintStyle(), 1.0);
+        for (const QPoint &corner : { QPoint(8, 8), QPoint(31, 8), QPoint(8, 31), QPoint(31, 31) })
+            QCOMPARE(qAlpha(image.pixel(corner)) == 255, isInk);
+        QCOMPARE(svgOf(drawing).count("<path"), isInk ? strokes + 1 : strokes);
+    }
+
+    // What is cut out of an area is so after strokes before it have become one.
+    void holesAreCountedAnewAtCorners()
+    {
+        Pen pen;
+        pen.roundEnds = false;
+        Drawing drawing
+            = sheet({ lineBetween(Point(0, 0), Point(9, 0)), lineBetween(Point(9, 0), Point(9, 9)),
+                      pathOf(shapeOf(WholeShape::Rectangle, 9, 9, 0, 1)),
+                      pathOf(shapeOf(WholeShape::Rectangle, 3, 3, 0, 1)) },
+                    pen);
+        drawing.outlines[2].pen = drawing.outlines[3].pen = -1;
+        drawing.outlines[2].holes.push_back(3);
+        const std::optional<Drawing> joined = withCorners(drawing);
+        QVERIFY(joined.has_value());
+        QCOMPARE(joined->outlines.size(), std::size_t(3));
+        QCOMPARE(*joined->outlines[1].holes.begin(), 2);
+    }
+
     void joinedPathsKeepCurvesOfBackwardStrokes()
     {
         Path curve;

@@ -64,6 +64,12 @@ private slots:
     void edgesAreNotPale();
     void unclearLettersAreOutlined();
     void clearLettersStayStrokes();
+    void smallLettersAreOutlined();
+    void filledMarksAreSolids_data();
+    void filledMarksAreSolids();
+    void shortThickLinesAreStrokes();
+    void squaresThatTouchInACornerAreSolids();
+    void aSquareWithAHoleIsOneSolid();
     void whatIsLeftIsDrawn();
     void specksOfScansAreCounted();
 };
@@ -172,6 +178,93 @@ void tst_Leftovers::clearLettersStayStrokes()
     const auto letters = std::count_if(drawing.strokes.begin(), drawing.strokes.end(),
                                        [](const Stroke &s) { return s.role == Role::Text; });
     QCOMPARE(int(letters), 18);
+}
+
+// Twelve pixels high, of a fine pen.
+void tst_Leftovers::smallLettersAreOutlined()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 14 * k;
+        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
+        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
+    }
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+    for (int k = 0; k < 6; ++k)
+        QCOMPARE(int(drawing.letters.cells[drawing.letters.cellOf(60 + 14 * k, 155)]), 1);
+}
+
+// Marks wider than the lines and not much wider than the widest pen.
+void tst_Leftovers::filledMarksAreSolids_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::addColumn<bool>("triangle");
+    QTest::newRow("square") << 25 << 25 << false;
+    QTest::newRow("taller") << 20 << 30 << false;
+    QTest::newRow("flat") << 32 << 16 << false;
+    QTest::newRow("triangle") << 36 << 30 << true;
+}
+
+void tst_Leftovers::filledMarksAreSolids()
+{
+    QFETCH(int, width);
+    QFETCH(int, height);
+    QFETCH(bool, triangle);
+    Sheet sheet = pageOfLines();
+    sheet.line({ 300, 110 }, { 300, 290 }, 20);
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    std::size_t ink = 0;
+    for (int y = 0; y < height; ++y) {
+        const int in = triangle ? (height - 1 - y) * width / (2 * height) : 0;
+        draw(&grey, 400, 100 + in, 150 + y, 100 + width - in, 151 + y, 0);
+        ink += std::size_t(width - 2 * in);
+    }
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QCOMPARE(cellsOf(drawing.solids), ink);
+    QVERIFY(drawing.letters.cells.empty());
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+}
+
+void tst_Leftovers::shortThickLinesAreStrokes()
+{
+    Sheet sheet = pageOfLines();
+    sheet.line({ 300, 110 }, { 300, 290 }, 20);
+    sheet.line({ 100, 200 }, { 180, 200 }, 20);
+    const StrokeDrawing drawing = strokesOn(sheet.grey(Sheet::Tones::Soft), 400, 300);
+    QVERIFY2(hasLine(drawing, { 100, 200 }, { 180, 200 }, 1.5), listOf(drawing).c_str());
+    QVERIFY(drawing.solids.cells.empty());
+}
+
+// Of a crossword: the thickest pen would be that of their diagonal.
+void tst_Leftovers::squaresThatTouchInACornerAreSolids()
+{
+    Sheet sheet(280, 280);
+    for (int k = 0; k < 7; ++k) {
+        sheet.line({ 20, 20.5 + 40 * k }, { 260, 20.5 + 40 * k }, 1.5);
+        sheet.line({ 20.5 + 40 * k, 20 }, { 20.5 + 40 * k, 260 }, 1.5);
+    }
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    draw(&grey, 280, 60, 60, 100, 100, 0);
+    draw(&grey, 280, 100, 100, 140, 140, 0);
+    const StrokeDrawing drawing = strokesOn(grey, 280, 280);
+    for (const Stroke &stroke : drawing.strokes)
+        QVERIFY2(stroke.width < 3.0, listOf(drawing).c_str());
+    for (int at : { 61, 65, 80, 97, 103, 120, 135, 138 }) // under the lines around them as well
+        QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(at, at)]), 1);
+    QCOMPARE(int(drawing.solids.cells[drawing.solids.cellOf(120, 80)]), 0);
+}
+
+void tst_Leftovers::aSquareWithAHoleIsOneSolid()
+{
+    Sheet sheet = pageOfLines();
+    sheet.bar({ 60, 200 }, { 60, 222 }, 22);
+    sheet.paper({ 57, 208 }, { 63, 214 });
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QCOMPARE(cellsOf(drawing.solids), std::size_t(22 * 22 - 6 * 6));
+    QVERIFY(drawing.dots.empty());
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
 }
 
 // A wedge on a line is as wide as no line, and too small for a solid.

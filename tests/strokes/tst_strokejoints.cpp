@@ -80,6 +80,7 @@ private slots:
     void paperBetweenTwoFramesStays();
     void aCircleThatTouchesALineIsWhole();
     void anOpenArcStaysOpen();
+    void wallsEndAtTheirWindows();
     void anEllipseIsOne_data();
     void anEllipseIsOne();
     void anEllipseCrossedByLinesIsOne();
@@ -567,6 +568,20 @@ void tst_StrokeJoints::paperBetweenTwoFramesStays()
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(hasLine(drawing, { 20, 100.2 }, { 160, 100.2 }, 0.6), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 170, 100.2 }, { 320, 100.2 }, 0.6), listOf(drawing).c_str());
+}
+
+// The middle one of three panes goes on from the middle of the wall.
+void tst_StrokeJoints::wallsEndAtTheirWindows()
+{
+    Sheet sheet(400, 120);
+    sheet.bar({ 20, 60 }, { 130, 60 }, 10).bar({ 260, 60 }, { 380, 60 }, 10);
+    for (int y : { 56, 60, 64 })
+        sheet.bar({ 125, double(y) }, { 265, double(y) }, 1.5);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 20, 60 }, { 130, 60 }, 3.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 260, 60 }, { 380, 60 }, 3.0), listOf(drawing).c_str());
+    QVERIFY2(hasLine(drawing, { 130, 60 }, { 260, 60 }, 5.0), listOf(drawing).c_str());
 }
 
 QTEST_APPLESS_MAIN(tst_StrokeJoints)
