@@ -8,6 +8,7 @@
 #include "dither.h"
 #include "failure.h"
 #include "flattones.h"
+#include "levelareas.h"
 #include "noisypages.h"
 #include "onehue.h"
 #include "plainground.h"
@@ -33,6 +34,8 @@ const double kColouredInk = 0.01;
 const double kClearShare = 0.002;
 // Line art: so much of the variance of lightness is left within ink and within paper (unevenness).
 const double kTwoValued = 0.2;
+// No photograph has less.
+const double kClearlyTwoValued = 0.07;
 // The same once the light is evened out, where the paper is there throughout.
 const double kTwoValuedOnPaper = 0.25;
 // The same with more ink than pages have: at twice as much 13 of 212 wallpapers would be line art.
@@ -76,6 +79,16 @@ const double kShortRun = 8.0;
 const double kShortPart = 0.02;
 // Logos as well: so many lie in a pattern of two colours that look alike, beside flat ones.
 const double kDithered = 0.1;
+// And so are areas that only noise and compression made uneven, with at most so many edge pixels:
+// of thinner detail areas by price keep more, as compression has mixed it with what is beside it.
+const double kEdgesOfLevels = 0.3;
+// ... but where so much is level, the edges are noise.
+const double kMostlyLevel = 0.8;
+// Coloured paper: so many pixels have a hue. The bars of a grey dialog are .1 of it, a page whose
+// tint is that of a lamp has .24.
+const double kColouredPaper = 0.2;
+// Scanned paper: no one word has so many of the pixels.
+const double kExactPaper = 0.5;
 // Posters: so many lie in flat areas and at most so many on edges.
 const double kSmooth = 0.3;
 const double kFewEdges = 0.03;
@@ -127,6 +140,13 @@ double contrastOf(const Histogram &counts, int threshold)
         sums[v > threshold] += count * v;
     }
     return sums[1] / pixels[1] - sums[0] / pixels[0];
+}
+
+// Whether a grey picture that has two lightnesses on the whole is shaded like a photograph, and not
+// by the light that falls on a page.
+bool isShadedLikePhoto(Picture *picture)
+{
+    return isShadedThroughout(picture->grey()) && !isDarkOnPaper(paperAndInkOf(picture->grey()));
 }
 
 // What areas tell of a grey picture where the counts alone are those of ink and paper.
@@ -195,12 +215,16 @@ std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
             return Classification { Kind::Photo, "grey, both lightnesses are shaded" };
         if (areas.drawn)
             return std::nullopt;
+        if ((isPage || isNegative || isPure) && split.uneven >= kClearlyTwoValued
+            && isShadedLikePhoto(picture))
+            return std::nullopt;
         if (isPage || isNegative || isPure)
             return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
     }
     const Split even = inSteps ? Split() : splitInEvenLight(picture);
     const double limit = isGraduallyLit(picture->tones()) ? kTwoValuedOnPaper : kTwoValued;
-    if (even.uneven < limit && even.ink <= kInkOfPages && !greyAreasOf(picture).drawn)
+    if (even.uneven < limit && even.ink <= kInkOfPages && !greyAreasOf(picture).drawn
+        && !isShadedLikePhoto(picture))
         return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
     return std::nullopt;
 }
@@ -270,6 +294,20 @@ std::optional<Classification> asNoisyPage(Picture *picture)
     return Classification { Kind::LineArt,
                             "ink on noisy paper, " + percent(page.ink)
                                 + " of it darker than the paper, next to nothing lighter" };
+}
+
+// Whether scanned paper is flat only because compression made it so.
+bool isCompressedPage(Picture *picture, const QImage &image, const ColourFeatures &features)
+{
+    return features.colours > kMainColours
+        && double(features.ground) < kExactPaper * double(features.visible)
+        && asInkOnColouredPaper(picture, image) && isDarkOnPaper(paperAndInkOf(picture->grey()));
+}
+
+bool isDrawnUnderNoise(const QImage &image, double edges)
+{
+    const LevelAreas areas = levelAreasOf(image);
+    return isDrawnInLevels(areas) && (edges <= kEdgesOfLevels || areas.level >= kMostlyLevel);
 }
 
 // By colours and areas.
@@ -344,16 +382,23 @@ Classification classify(Picture *picture)
                          + " in patterns of two colours" };
     }
     if (shares.clear <= kClearShare && found->kind == Kind::Logo
-        && isShadedOnPlainGround(image, features))
+        && isShadedOnPlainGround(image, features) && !isDrawnInLevels(levelAreasOf(image)))
         return { Kind::Photo, "shades before a plain ground, " + found->reason };
-    if (!isShaded || shares.clear > kClearShare)
+    if (shares.clear > kClearShare)
         return *found;
     std::optional<Classification> page;
-    if (!shares.isGrey)
+    const bool hasHue = double(features.coloured) >= kColouredPaper * double(features.visible);
+    if (hasHue && (isShaded || isCompressedPage(picture, image, features)))
         page = asInkOnColouredPaper(picture, image);
+    if (!isShaded)
+        return page ? *page : *found;
     if (!page && (shares.isGrey || isOfOneHue(image)))
         page = asNoisyPage(picture);
-    return page ? *page : *found;
+    if (page)
+        return *page;
+    if (shares.edges > kNoEdges && isDrawnUnderNoise(image, shares.edges))
+        return { Kind::Logo, "areas of one colour under noise, " + found->reason };
+    return *found;
 }
 
 } // namespace ztrace

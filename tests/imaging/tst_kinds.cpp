@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// 250 drawn pictures and the preset that each should get.
+// 300 drawn pictures and the preset that each should get.
 #include "imaging/Picture.h"
 #include "imaging/classify.h"
 
@@ -456,6 +456,74 @@ QImage ballOnBlack(Dice *dice)
     return image;
 }
 
+// As a camera before a screen or a bad grabber leaves it: no two pixels are alike.
+QImage noisyDialog(Dice *dice)
+{
+    return scannedBadly(dialog(dice), dice, dice->between(15, 30) / 10.0, 0.0);
+}
+
+// Boxes in pale colours, outlined and joined by lines.
+QImage diagram(Dice *dice)
+{
+    return drawn(420, 320, Qt::white, [&](QPainter *painter) {
+        painter->setPen(QPen(Qt::black, 1.5));
+        for (int y = 30; y < 300; y += 100) {
+            for (int x = 20; x < 400; x += 135) {
+                painter->setBrush(QColor::fromHsv(dice->below(360), dice->between(60, 130), 240));
+                painter->drawRect(x, y, 90, 50);
+                lettering(painter, dice, QPointF(x + 10, y + 20), 9, 7);
+                painter->drawLine(x + 45, y + 50, x + dice->between(20, 70), y + 100);
+            }
+        }
+    });
+}
+
+QImage noisyDiagram(Dice *dice)
+{
+    return asJpeg(scannedBadly(diagram(dice), dice, 2.5, 0.0), dice->between(85, 95));
+}
+
+// Two strong colours that JPEG rings between: as much of it is uneven as of a shaded object.
+QImage smallFlag(Dice *dice)
+{
+    const int hue = dice->below(360);
+    const QImage large = drawn(320, 240, QColor::fromHsv(hue, 230, 150), [&](QPainter *painter) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(QColor::fromHsv((hue + 140) % 360, 240, 230));
+        painter->drawRect(96 + dice->below(18), 0, 20, 240);
+        painter->drawRect(0, 96, 320, 20);
+        painter->setBrush(QColor::fromHsv((hue + 60) % 360, 240, 230));
+        painter->drawEllipse(QPoint(110, 106), 22, 22);
+    });
+    return asJpeg(large.scaled(160, 120, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
+                  dice->between(70, 80));
+}
+
+// Paper that strong compression made flat in places.
+QImage compressedPaper(Dice *dice)
+{
+    const QColor paper
+        = QColor::fromHsv(dice->below(360), dice->between(45, 85), dice->between(205, 245));
+    return asJpeg(withNoise(pageOf(dice, paper, paper.darker(500)), dice, 4), 45);
+}
+
+// The sun low above the sea: two lightnesses on the whole once its light is evened out.
+QImage greySunset(Dice *dice)
+{
+    const int horizon = dice->between(135, 150);
+    const double sun = dice->between(90, 190);
+    QImage image(280, 200, QImage::Format_Grayscale8);
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 280; ++x) {
+            const double far = std::hypot(x - sun, y - horizon);
+            const double hill = 5.0 * std::sin(x / 31.0) + 3.0 * std::sin(x / 11.0);
+            const double light = y < horizon + hill ? 225.0 - 0.62 * far : 36.0 + 0.05 * (200 - y);
+            image.scanLine(y)[x] = uchar(qBound(0.0, light + dice->between(-1, 1), 255.0));
+        }
+    }
+    return asJpeg(image, 90).convertToFormat(QImage::Format_Grayscale8);
+}
+
 struct Row
 {
     const char *name;
@@ -489,6 +557,11 @@ const Row kRows[] = {
     { "noisy table", noisyTable, Kind::LineArt },
     { "texture", texture, Kind::Photo },
     { "ball on black", ballOnBlack, Kind::Photo },
+    { "noisy dialog", noisyDialog, Kind::Logo },
+    { "noisy diagram", noisyDiagram, Kind::Logo },
+    { "small flag", smallFlag, Kind::Logo },
+    { "compressed paper", compressedPaper, Kind::LineArt },
+    { "grey sunset", greySunset, Kind::Photo },
 };
 
 } // namespace
