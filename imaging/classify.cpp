@@ -8,6 +8,7 @@
 #include "dither.h"
 #include "failure.h"
 #include "flattones.h"
+#include "halftone.h"
 #include "levelareas.h"
 #include "noisypages.h"
 #include "onehue.h"
@@ -87,6 +88,11 @@ const double kMostlyLevel = 0.8;
 // Coloured paper: so many pixels have a hue. The bars of a grey dialog are .1 of it, a page whose
 // tint is that of a lamp has .24.
 const double kColouredPaper = 0.2;
+// Scanned halftones: so many pixels are on edges, so much of the variance is left within ink and
+// paper, and so much of it repeats itself a few pixels on.
+const double kEdgesOfDots = 0.5;
+const double kTwoValuedDots = 0.28;
+const double kRepetition = 0.75;
 // Scanned paper: no one word has so many of the pixels.
 const double kExactPaper = 0.5;
 // Posters: so many lie in flat areas and at most so many on edges.
@@ -285,6 +291,19 @@ std::optional<Classification> asInkOnColouredPaper(Picture *picture, const QImag
     return std::nullopt;
 }
 
+// The dots of a printed picture, which are blurred and may cover most of the paper.
+std::optional<Classification> asHalftone(Picture *picture, double edges)
+{
+    if (edges < kEdgesOfDots || splitOf(picture->tones().counts).uneven > kTwoValuedDots)
+        return std::nullopt;
+    const double repetition = repetitionOf(picture->grey());
+    if (repetition < kRepetition)
+        return std::nullopt;
+    return Classification { Kind::LineArt,
+                            "dots of a halftone, which repeat " + percent(repetition)
+                                + " of the contrast" };
+}
+
 // A page of one ink on noisy, stained or unevenly lit paper of any colour.
 std::optional<Classification> asNoisyPage(Picture *picture)
 {
@@ -392,8 +411,11 @@ Classification classify(Picture *picture)
         page = asInkOnColouredPaper(picture, image);
     if (!isShaded)
         return page ? *page : *found;
-    if (!page && (shares.isGrey || isOfOneHue(image)))
+    if (!page && (shares.isGrey || isOfOneHue(image))) {
         page = asNoisyPage(picture);
+        if (!page)
+            page = asHalftone(picture, shares.edges);
+    }
     if (page)
         return *page;
     if (shares.edges > kNoEdges && isDrawnUnderNoise(image, shares.edges))
