@@ -35,6 +35,8 @@ const double kColouredInk = 0.01;
 const double kClearShare = 0.002;
 // Line art: so much of the variance of lightness is left within ink and within paper (unevenness).
 const double kTwoValued = 0.2;
+// Of less, paper cannot be told from what is on it: a soft scan of 140 x 120 is shaded as well.
+const int kLeastOfPhoto = 160; // pixels, the longer side
 // No photograph has less.
 const double kClearlyTwoValued = 0.07;
 // The same once the light is evened out, where the paper is there throughout.
@@ -152,7 +154,8 @@ double contrastOf(const Histogram &counts, int threshold)
 // by the light that falls on a page.
 bool isShadedLikePhoto(Picture *picture)
 {
-    return isShadedThroughout(picture->grey()) && !isDarkOnPaper(paperAndInkOf(picture->grey()));
+    return std::max(picture->width(), picture->height()) >= kLeastOfPhoto
+        && isShadedThroughout(picture->grey()) && !isDarkOnPaper(paperAndInkOf(picture->grey()));
 }
 
 // What areas tell of a grey picture where the counts alone are those of ink and paper.
