@@ -8,6 +8,8 @@
 #include "dither.h"
 #include "failure.h"
 #include "flattones.h"
+#include "halftone.h"
+#include "levelareas.h"
 #include "noisypages.h"
 #include "onehue.h"
 #include "plainground.h"
@@ -33,6 +35,10 @@ const double kColouredInk = 0.01;
 const double kClearShare = 0.002;
 // Line art: so much of the variance of lightness is left within ink and within paper (unevenness).
 const double kTwoValued = 0.2;
+// Of less, paper cannot be told from what is on it: a soft scan of 140 x 120 is shaded as well.
+const int kLeastOfPhoto = 160; // pixels, the longer side
+// No photograph has less.
+const double kClearlyTwoValued = 0.07;
 // The same once the light is evened out, where the paper is there throughout.
 const double kTwoValuedOnPaper = 0.25;
 // The same with more ink than pages have: at twice as much 13 of 212 wallpapers would be line art.
@@ -76,6 +82,21 @@ const double kShortRun = 8.0;
 const double kShortPart = 0.02;
 // Logos as well: so many lie in a pattern of two colours that look alike, beside flat ones.
 const double kDithered = 0.1;
+// And so are areas that only noise and compression made uneven, with at most so many edge pixels:
+// of thinner detail areas by price keep more, as compression has mixed it with what is beside it.
+const double kEdgesOfLevels = 0.3;
+// ... but where so much is level, the edges are noise.
+const double kMostlyLevel = 0.8;
+// Coloured paper: so many pixels have a hue. The bars of a grey dialog are .1 of it, a page whose
+// tint is that of a lamp has .24.
+const double kColouredPaper = 0.2;
+// Scanned halftones: so many pixels are on edges, so much of the variance is left within ink and
+// paper, and so much of it repeats itself a few pixels on.
+const double kEdgesOfDots = 0.5;
+const double kTwoValuedDots = 0.28;
+const double kRepetition = 0.75;
+// Scanned paper: no one word has so many of the pixels.
+const double kExactPaper = 0.5;
 // Posters: so many lie in flat areas and at most so many on edges.
 const double kSmooth = 0.3;
 const double kFewEdges = 0.03;
@@ -127,6 +148,14 @@ double contrastOf(const Histogram &counts, int threshold)
         sums[v > threshold] += count * v;
     }
     return sums[1] / pixels[1] - sums[0] / pixels[0];
+}
+
+// Whether a grey picture that has two lightnesses on the whole is shaded like a photograph, and not
+// by the light that falls on a page.
+bool isShadedLikePhoto(Picture *picture)
+{
+    return std::max(picture->width(), picture->height()) >= kLeastOfPhoto
+        && isShadedThroughout(picture->grey()) && !isDarkOnPaper(paperAndInkOf(picture->grey()));
 }
 
 // What areas tell of a grey picture where the counts alone are those of ink and paper.
@@ -195,12 +224,16 @@ std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
             return Classification { Kind::Photo, "grey, both lightnesses are shaded" };
         if (areas.drawn)
             return std::nullopt;
+        if ((isPage || isNegative || isPure) && split.uneven >= kClearlyTwoValued
+            && isShadedLikePhoto(picture))
+            return std::nullopt;
         if (isPage || isNegative || isPure)
             return Classification { Kind::LineArt, twoLightnesses("grey", split.uneven) };
     }
     const Split even = inSteps ? Split() : splitInEvenLight(picture);
     const double limit = isGraduallyLit(picture->tones()) ? kTwoValuedOnPaper : kTwoValued;
-    if (even.uneven < limit && even.ink <= kInkOfPages && !greyAreasOf(picture).drawn)
+    if (even.uneven < limit && even.ink <= kInkOfPages && !greyAreasOf(picture).drawn
+        && !isShadedLikePhoto(picture))
         return Classification { Kind::LineArt, twoLightnesses("grey, unevenly lit", even.uneven) };
     return std::nullopt;
 }
@@ -261,6 +294,19 @@ std::optional<Classification> asInkOnColouredPaper(Picture *picture, const QImag
     return std::nullopt;
 }
 
+// The dots of a printed picture, which are blurred and may cover most of the paper.
+std::optional<Classification> asHalftone(Picture *picture, double edges)
+{
+    if (edges < kEdgesOfDots || splitOf(picture->tones().counts).uneven > kTwoValuedDots)
+        return std::nullopt;
+    const double repetition = repetitionOf(picture->grey());
+    if (repetition < kRepetition)
+        return std::nullopt;
+    return Classification { Kind::LineArt,
+                            "dots of a halftone, which repeat " + percent(repetition)
+                                + " of the contrast" };
+}
+
 // A page of one ink on noisy, stained or unevenly lit paper of any colour.
 std::optional<Classification> asNoisyPage(Picture *picture)
 {
@@ -270,6 +316,20 @@ std::optional<Classification> asNoisyPage(Picture *picture)
     return Classification { Kind::LineArt,
                             "ink on noisy paper, " + percent(page.ink)
                                 + " of it darker than the paper, next to nothing lighter" };
+}
+
+// Whether scanned paper is flat only because compression made it so.
+bool isCompressedPage(Picture *picture, const QImage &image, const ColourFeatures &features)
+{
+    return features.colours > kMainColours
+        && double(features.ground) < kExactPaper * double(features.visible)
+        && asInkOnColouredPaper(picture, image) && isDarkOnPaper(paperAndInkOf(picture->grey()));
+}
+
+bool isDrawnUnderNoise(const QImage &image, double edges)
+{
+    const LevelAreas areas = levelAreasOf(image);
+    return isDrawnInLevels(areas) && (edges <= kEdgesOfLevels || areas.level >= kMostlyLevel);
 }
 
 // By colours and areas.
@@ -344,16 +404,26 @@ Classification classify(Picture *picture)
                          + " in patterns of two colours" };
     }
     if (shares.clear <= kClearShare && found->kind == Kind::Logo
-        && isShadedOnPlainGround(image, features))
+        && isShadedOnPlainGround(image, features) && !isDrawnInLevels(levelAreasOf(image)))
         return { Kind::Photo, "shades before a plain ground, " + found->reason };
-    if (!isShaded || shares.clear > kClearShare)
+    if (shares.clear > kClearShare)
         return *found;
     std::optional<Classification> page;
-    if (!shares.isGrey)
+    const bool hasHue = double(features.coloured) >= kColouredPaper * double(features.visible);
+    if (hasHue && (isShaded || isCompressedPage(picture, image, features)))
         page = asInkOnColouredPaper(picture, image);
-    if (!page && (shares.isGrey || isOfOneHue(image)))
+    if (!isShaded)
+        return page ? *page : *found;
+    if (!page && (shares.isGrey || isOfOneHue(image))) {
         page = asNoisyPage(picture);
-    return page ? *page : *found;
+        if (!page)
+            page = asHalftone(picture, shares.edges);
+    }
+    if (page)
+        return *page;
+    if (shares.edges > kNoEdges && isDrawnUnderNoise(image, shares.edges))
+        return { Kind::Logo, "areas of one colour under noise, " + found->reason };
+    return *found;
 }
 
 } // namespace ztrace

@@ -36,6 +36,9 @@ const double kInkSquares = 0.68;
 const double kEven = 0.1;
 const double kLighterByNoise = 0.26;
 const double kInkSquaresInNoise = 0.25;
+// Dark on paper, though no page that nothing else told: pages of one lightness have at least this.
+const double kLighterAtMost = 0.35;
+const double kInkSquaresAtLeast = 0.4;
 
 // The means of 3 x 3 pixels of every k-th row.
 class Means
@@ -241,6 +244,12 @@ PaperAndInk paperAndInkOf(const GreyPicture &page)
     found.inkRun = runs > 0.0 ? ink / runs : 0.0;
     found.inkSquares = inkSquares / std::max(1e-9, squares[0] + squares[1]);
     return found;
+}
+
+bool isDarkOnPaper(const PaperAndInk &page)
+{
+    return page.rough <= kRoughest && page.lighter <= kLighterAtMost
+        && page.inkSquares >= kInkSquaresAtLeast;
 }
 
 bool isPage(const PaperAndInk &page, int width)

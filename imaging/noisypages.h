@@ -24,6 +24,10 @@ struct PaperAndInk
 // Looks at every k-th row of pages of more than 1024 rows, so that at most 1024 are read.
 PaperAndInk paperAndInkOf(const GreyPicture &page);
 
+// Whether something is darker than the paper and little lighter, whatever it is: photographs have
+// lights as well as shades.
+bool isDarkOnPaper(const PaperAndInk &page);
+
 // Whether that is a page: ink in short strokes on paper that nothing is lighter than.
 bool isPage(const PaperAndInk &page, int width);
 

@@ -1,16 +1,15 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// 250 drawn pictures and the preset that each should get.
+// 310 drawn pictures and the preset that each should get.
+#include "drawnpictures.h"
 #include "imaging/Picture.h"
 #include "imaging/classify.h"
 
-#include <QBuffer>
 #include <QImage>
 #include <QPainter>
 #include <QTest>
 
 #include <cmath>
-#include <functional>
 #include <random>
 
 using namespace ztrace;
@@ -18,78 +17,6 @@ using namespace ztrace;
 namespace {
 
 const int kOfEachKind = 10;
-
-class Dice
-{
-public:
-    explicit Dice(unsigned seed) : engine(seed) { }
-    int below(int limit) { return int(engine() % unsigned(limit)); }
-    int between(int low, int high) { return low + below(high - low + 1); }
-    QColor colour() { return QColor::fromHsv(below(360), between(90, 255), between(60, 255)); }
-
-private:
-    std::mt19937 engine;
-};
-
-// Strokes that look like a line of lettering.
-void letter(QPainter *painter, Dice *dice, QPointF at, double height)
-{
-    const double w = 0.6 * height;
-    switch (dice->below(4)) {
-    case 0:
-        painter->drawLine(at, at + QPointF(0, height));
-        painter->drawLine(at + QPointF(0, height / 2), at + QPointF(w, height / 2));
-        break;
-    case 1:
-        painter->drawEllipse(QRectF(at, QSizeF(w, height)));
-        break;
-    case 2:
-        painter->drawLine(at, at + QPointF(w, height));
-        painter->drawLine(at + QPointF(w, 0), at + QPointF(0, height));
-        break;
-    default:
-        painter->drawLine(at, at + QPointF(w, 0));
-        painter->drawLine(at + QPointF(w / 2, 0), at + QPointF(w / 2, height));
-    }
-}
-
-void lettering(QPainter *painter, Dice *dice, QPointF at, double height, int letters)
-{
-    for (int k = 0; k < letters; ++k)
-        letter(painter, dice, at + QPointF(k * 0.85 * height, 0), height);
-}
-
-QImage drawn(int width, int height, QColor ground, const std::function<void(QPainter *)> &draw)
-{
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    image.fill(ground);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    draw(&painter);
-    painter.end();
-    return image.convertToFormat(QImage::Format_ARGB32);
-}
-
-QImage withNoise(QImage image, Dice *dice, int amount)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const int by = dice->between(-amount, amount);
-            const auto moved = [by](int v) { return std::max(0, std::min(255, v + by)); };
-            const QRgb w = image.pixel(x, y);
-            image.setPixel(x, y, qRgb(moved(qRed(w)), moved(qGreen(w)), moved(qBlue(w))));
-        }
-    }
-    return image;
-}
-
-QImage asJpeg(const QImage &image, int quality)
-{
-    QBuffer file;
-    file.open(QIODevice::ReadWrite);
-    image.convertToFormat(QImage::Format_RGB32).save(&file, "jpg", quality);
-    return QImage::fromData(file.data(), "jpg");
-}
 
 QImage pageOf(Dice *dice, QColor paper, QColor ink)
 {
@@ -456,6 +383,92 @@ QImage ballOnBlack(Dice *dice)
     return image;
 }
 
+// As a camera before a screen or a bad grabber leaves it: no two pixels are alike.
+QImage noisyDialog(Dice *dice)
+{
+    return scannedBadly(dialog(dice), dice, dice->between(15, 30) / 10.0, 0.0);
+}
+
+// Boxes in pale colours, outlined and joined by lines.
+QImage diagram(Dice *dice)
+{
+    return drawn(420, 320, Qt::white, [&](QPainter *painter) {
+        painter->setPen(QPen(Qt::black, 1.5));
+        for (int y = 30; y < 300; y += 100) {
+            for (int x = 20; x < 400; x += 135) {
+                painter->setBrush(QColor::fromHsv(dice->below(360), dice->between(60, 130), 240));
+                painter->drawRect(x, y, 90, 50);
+                lettering(painter, dice, QPointF(x + 10, y + 20), 9, 7);
+                painter->drawLine(x + 45, y + 50, x + dice->between(20, 70), y + 100);
+            }
+        }
+    });
+}
+
+QImage noisyDiagram(Dice *dice)
+{
+    return asJpeg(scannedBadly(diagram(dice), dice, 2.5, 0.0), dice->between(85, 95));
+}
+
+// Two strong colours that JPEG rings between: as much of it is uneven as of a shaded object.
+QImage smallFlag(Dice *dice)
+{
+    const int hue = dice->below(360);
+    const QImage large = drawn(320, 240, QColor::fromHsv(hue, 230, 150), [&](QPainter *painter) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(QColor::fromHsv((hue + 140) % 360, 240, 230));
+        painter->drawRect(96 + dice->below(18), 0, 20, 240);
+        painter->drawRect(0, 96, 320, 20);
+        painter->setBrush(QColor::fromHsv((hue + 60) % 360, 240, 230));
+        painter->drawEllipse(QPoint(110, 106), 22, 22);
+    });
+    return asJpeg(large.scaled(160, 120, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
+                  dice->between(70, 80));
+}
+
+// A newspaper's picture, most of it dots that run into each other.
+QImage scannedHalftone(Dice *dice)
+{
+    const double apart = dice->between(50, 80) / 10.0;
+    const double phase = dice->below(60) / 10.0;
+    const QImage dots = drawn(300, 240, Qt::white, [&](QPainter *painter) {
+        painter->setBrush(Qt::black);
+        painter->setPen(Qt::NoPen);
+        for (double y = 0.0; y < 240.0; y += apart) {
+            for (double x = 0.0; x < 300.0; x += apart) {
+                const double part = 0.42 + 0.16 * std::sin(x / 40.0 + phase) * std::cos(y / 50.0);
+                painter->drawEllipse(QPointF(x, y), part * apart, part * apart);
+            }
+        }
+    });
+    return asJpeg(scannedBadly(dots, dice, 3.0, 0.0), dice->between(60, 90));
+}
+
+// Paper that strong compression made flat in places.
+QImage compressedPaper(Dice *dice)
+{
+    const QColor paper
+        = QColor::fromHsv(dice->below(360), dice->between(45, 85), dice->between(205, 245));
+    return asJpeg(withNoise(pageOf(dice, paper, paper.darker(500)), dice, 4), 45);
+}
+
+// The sun low above the sea: two lightnesses on the whole once its light is evened out.
+QImage greySunset(Dice *dice)
+{
+    const int horizon = dice->between(135, 150);
+    const double sun = dice->between(90, 190);
+    QImage image(280, 200, QImage::Format_Grayscale8);
+    for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 280; ++x) {
+            const double far = std::hypot(x - sun, y - horizon);
+            const double hill = 5.0 * std::sin(x / 31.0) + 3.0 * std::sin(x / 11.0);
+            const double light = y < horizon + hill ? 225.0 - 0.62 * far : 36.0 + 0.05 * (200 - y);
+            image.scanLine(y)[x] = uchar(qBound(0.0, light + dice->between(-2, 2), 255.0));
+        }
+    }
+    return asJpeg(image, 90).convertToFormat(QImage::Format_Grayscale8);
+}
+
 struct Row
 {
     const char *name;
@@ -489,6 +502,12 @@ const Row kRows[] = {
     { "noisy table", noisyTable, Kind::LineArt },
     { "texture", texture, Kind::Photo },
     { "ball on black", ballOnBlack, Kind::Photo },
+    { "noisy dialog", noisyDialog, Kind::Logo },
+    { "noisy diagram", noisyDiagram, Kind::Logo },
+    { "small flag", smallFlag, Kind::Logo },
+    { "compressed paper", compressedPaper, Kind::LineArt },
+    { "grey sunset", greySunset, Kind::Photo },
+    { "scanned halftone", scannedHalftone, Kind::LineArt },
 };
 
 } // namespace
