@@ -16,6 +16,11 @@ const int kLineStep = 3;          // and of so many rows and columns one
 const int kLongestBump = 4;       // pixels along the edge
 const double kFewBumps = 3.0;     // that round ends and letters of a small picture have
 const int kFlat = 2;              // pixels of straight edge to either side of a bump
+// Of a page most of which may be ink: the part of its tones that are darker than its paper, the
+// part of the ink's darkness that noise alone seldom has, and the part of all pairs that tells.
+const double kPaperRank = 0.75;
+const double kBareDepth = 0.25;
+const double kLeastBare = 0.02;
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 
@@ -130,13 +135,69 @@ int quantile(const std::array<std::size_t, 256> &counts, double part)
     return 0;
 }
 
+// How lightnesses of pairs of pixels differ, and what ink is darker by.
+typedef std::array<std::size_t, 256> Counts;
+
+double noiseOf(const Counts &differences, int contrast)
+{
+    return kOfMedian * quantile(differences, 0.5) / std::max(1, contrast);
+}
+
+// Whether a pixel and the four at its sides are lighter than that.
+bool isBare(const InkPicture &picture, std::size_t pixel, int darkest)
+{
+    const int x = int(pixel % std::size_t(picture.width));
+    const int y = int(pixel / std::size_t(picture.width));
+    const auto isLight = [&](int u, int v) {
+        return u < 0 || v < 0 || u >= picture.width || v >= picture.height
+            || picture.grey[picture.at(u, v)] > darkest;
+    };
+    return isLight(x, y) && isLight(x - 1, y) && isLight(x + 1, y) && isLight(x, y - 1)
+        && isLight(x, y + 1);
+}
+
+// The nearest bare pixel of the row at least kPairApart before one, of the next eight; else that
+// one.
+std::size_t bareBefore(const InkPicture &picture, std::size_t pixel, int darkest)
+{
+    const std::size_t first = pixel - pixel % std::size_t(picture.width);
+    for (std::size_t apart = kPairApart; apart < kPairApart + 8; ++apart) {
+        if (pixel >= first + apart && isBare(picture, pixel - apart, darkest))
+            return pixel - apart;
+    }
+    return pixel;
+}
+
+// The same of pixels beside which nothing is darker than paper by a good part of what ink is: a
+// page full of hatch or of contours has ink in most of all pairs. Noise so strong that next to
+// nothing is left, or ink so dense, tell nothing.
+double bareNoise(const InkPicture &picture, const Counts &tones)
+{
+    const int paper = quantile(tones, kPaperRank);
+    const int contrast = paper - quantile(tones, kInkRank);
+    const int darkest = paper - std::max(1, int(kBareDepth * contrast));
+    Counts differences = {};
+    std::size_t bare = 0;
+    std::size_t all = 0;
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep) {
+        ++all;
+        const std::size_t other = isBare(picture, i, darkest) ? bareBefore(picture, i, darkest) : i;
+        if (other == i)
+            continue;
+        ++bare;
+        ++differences[std::size_t(std::abs(picture.grey[i] - picture.grey[other]))];
+    }
+    return double(bare) < kLeastBare * double(all) ? 1.0 : noiseOf(differences, contrast);
+}
+
 // Deviation of the paper's lightness, over what the ink is darker by. Of pixels some way apart:
 // neighbours are alike where grain or a compression has blurred the noise. Most pixels are paper,
 // and a threshold that lies in the noise tells nothing.
 double paperNoise(const InkPicture &picture)
 {
-    std::array<std::size_t, 256> differences = {};
-    std::array<std::size_t, 256> tones = {};
+    Counts differences = {};
+    Counts tones = {};
     const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
     for (std::size_t i = kPairApart; i < pixels; i += kStep) {
         const int a = picture.grey[i - kPairApart];
@@ -145,7 +206,8 @@ double paperNoise(const InkPicture &picture)
         ++tones[std::size_t(b)];
     }
     const int contrast = quantile(tones, 0.5) - quantile(tones, kInkRank);
-    return kOfMedian * quantile(differences, 0.5) / std::max(1, contrast);
+    const double noise = noiseOf(differences, contrast);
+    return noise > kNoisy ? std::min(noise, bareNoise(picture, tones)) : noise;
 }
 
 } // namespace
