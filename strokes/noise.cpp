@@ -135,12 +135,12 @@ int quantile(const std::array<std::size_t, 256> &counts, double part)
     return 0;
 }
 
-// How lightnesses of pairs of pixels differ, and what ink is darker by.
+// How many pairs of pixels differ by a lightness, or have it.
 typedef std::array<std::size_t, 256> Counts;
 
-double noiseOf(const Counts &differences, int contrast)
+double deviationOf(const Counts &differences)
 {
-    return kOfMedian * quantile(differences, 0.5) / std::max(1, contrast);
+    return kOfMedian * quantile(differences, 0.5);
 }
 
 // Whether a pixel and the four at its sides are lighter than that.
@@ -168,14 +168,48 @@ std::size_t bareBefore(const InkPicture &picture, std::size_t pixel, int darkest
     return pixel;
 }
 
-// The same of pixels beside which nothing is darker than paper by a good part of what ink is: a
-// page full of hatch or of contours has ink in most of all pairs. Noise so strong that next to
-// nothing is left, or ink so dense, tell nothing.
-double bareNoise(const InkPicture &picture, const Counts &tones)
+Counts tonesOf(const InkPicture &picture)
 {
-    const int paper = quantile(tones, kPaperRank);
-    const int contrast = paper - quantile(tones, kInkRank);
-    const int darkest = paper - std::max(1, int(kBareDepth * contrast));
+    Counts tones = {};
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep)
+        ++tones[std::size_t(picture.grey[i])];
+    return tones;
+}
+
+int contrastOf(const Counts &tones, double paperRank)
+{
+    return std::max(1, quantile(tones, paperRank) - quantile(tones, kInkRank));
+}
+
+// Deviation of the paper's lightness, over what the ink is darker by. Of pixels some way apart:
+// neighbours are alike where grain or a compression has blurred the noise. Most pixels are paper,
+// and a threshold that lies in the noise tells nothing.
+double paperNoise(const InkPicture &picture)
+{
+    Counts differences = {};
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep)
+        ++differences[std::size_t(std::abs(picture.grey[i - kPairApart] - picture.grey[i]))];
+    const Counts tones = tonesOf(picture);
+    const double noise = deviationOf(differences) / contrastOf(tones, 0.5);
+    if (!(noise > kNoisy))
+        return noise;
+    return std::min(noise, bareDeviation(picture) / contrastOf(tones, kPaperRank));
+}
+
+} // namespace
+
+bool isNoisy(const InkPicture &picture, bool hard)
+{
+    return hard ? isRagged(picture) : paperNoise(picture) > kNoisy;
+}
+
+double bareDeviation(const InkPicture &picture)
+{
+    const Counts tones = tonesOf(picture);
+    const int darkest = quantile(tones, kPaperRank)
+        - std::max(1, int(kBareDepth * contrastOf(tones, kPaperRank)));
     Counts differences = {};
     std::size_t bare = 0;
     std::size_t all = 0;
@@ -188,33 +222,7 @@ double bareNoise(const InkPicture &picture, const Counts &tones)
         ++bare;
         ++differences[std::size_t(std::abs(picture.grey[i] - picture.grey[other]))];
     }
-    return double(bare) < kLeastBare * double(all) ? 1.0 : noiseOf(differences, contrast);
-}
-
-// Deviation of the paper's lightness, over what the ink is darker by. Of pixels some way apart:
-// neighbours are alike where grain or a compression has blurred the noise. Most pixels are paper,
-// and a threshold that lies in the noise tells nothing.
-double paperNoise(const InkPicture &picture)
-{
-    Counts differences = {};
-    Counts tones = {};
-    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
-    for (std::size_t i = kPairApart; i < pixels; i += kStep) {
-        const int a = picture.grey[i - kPairApart];
-        const int b = picture.grey[i];
-        ++differences[std::size_t(std::abs(a - b))];
-        ++tones[std::size_t(b)];
-    }
-    const int contrast = quantile(tones, 0.5) - quantile(tones, kInkRank);
-    const double noise = noiseOf(differences, contrast);
-    return noise > kNoisy ? std::min(noise, bareNoise(picture, tones)) : noise;
-}
-
-} // namespace
-
-bool isNoisy(const InkPicture &picture, bool hard)
-{
-    return hard ? isRagged(picture) : paperNoise(picture) > kNoisy;
+    return double(bare) < kLeastBare * double(all) ? 255.0 : deviationOf(differences);
 }
 
 std::vector<uint8_t> smoothed(const InkPicture &picture)

@@ -28,12 +28,35 @@ InkPicture pictureOf(const std::vector<uint8_t> &grey)
 }
 
 // Thin lines at 45 degrees all over the page.
-std::vector<uint8_t> hatchOf(double pitch)
+std::vector<uint8_t> hatchOf(double pitch, double width = 1.0)
 {
     Sheet sheet(kSize, kSize);
     for (double x = -kSize; x < kSize; x += pitch)
-        sheet.line({ x - 4, -4 }, { x + kSize + 4, kSize + 4.0 }, 1);
+        sheet.line({ x - 4, -4 }, { x + kSize + 4, kSize + 4.0 }, width);
     return sheet.grey(Sheet::Tones::Soft);
+}
+
+// As a scan has it: blurred, paper of 230 and ink of 40, noise of about that deviation.
+void scan(std::vector<uint8_t> *grey, double blur, double deviation)
+{
+    blurred(grey, kSize, kSize, blur);
+    std::mt19937 random(11);
+    for (uint8_t &value : *grey) {
+        double sum = 0.0; // of twelve evenly spread numbers, which is nearly normal
+        for (int k = 0; k < 12; ++k)
+            sum += double(random()) / 4294967296.0 - 0.5;
+        value = uint8_t(std::clamp(40.0 + value * 190.0 / 255.0 + deviation * sum, 0.0, 255.0));
+    }
+}
+
+double lengthOf(const StrokeDrawing &drawing)
+{
+    double length = 0.0;
+    for (const Stroke &stroke : drawing.strokes) {
+        const Point along = stroke.piece.end - stroke.piece.start;
+        length += std::hypot(along.x, along.y);
+    }
+    return length;
 }
 
 std::vector<AtomEnd> endsOf(int count)
@@ -55,6 +78,9 @@ private slots:
     void aPageFullOfHatchIsNoNoise();
     void aHatchInNoiseIsNoisy();
     void everyLineOfAPageFullOfHatchIsDrawn();
+    void aGridInStrongNoiseIsDrawn_data();
+    void aGridInStrongNoiseIsDrawn();
+    void aDenseHatchInStrongNoiseIsDrawnOrTold();
     void theCheapestPairComesFirst();
     void pairsOfWhatHasChangedAreLookedAtAgain();
     void farEndsOfAHubAreNoPairs();
@@ -78,23 +104,55 @@ void tst_DenseInk::aPageFullOfHatchIsNoNoise()
 void tst_DenseInk::aHatchInNoiseIsNoisy()
 {
     std::vector<uint8_t> grey = hatchOf(15.0);
-    std::mt19937 random(11);
-    for (uint8_t &value : grey)
-        value = uint8_t(std::clamp(int(value) * 7 / 8 + int(random() % 61) - 30, 0, 255));
+    scan(&grey, 0.6, 16.0);
     QVERIFY(isNoisy(pictureOf(grey), false));
 }
 
 void tst_DenseInk::everyLineOfAPageFullOfHatchIsDrawn()
 {
     const StrokeDrawing drawing = strokesOn(hatchOf(10.0), kSize, kSize);
-    double length = 0.0;
-    for (const Stroke &stroke : drawing.strokes) {
-        const Point along = stroke.piece.end - stroke.piece.start;
-        length += std::hypot(along.x, along.y);
-    }
+    const double length = lengthOf(drawing);
     // Of lines ten pixels apart along a row a tenth of every row's pixels, as long as the diagonal.
     const double all = kSize * kSize / 10.0 * std::sqrt(2.0);
     QVERIFY2(std::fabs(length / all - 1.0) < 0.03, qPrintable(QString::number(length / all)));
+}
+
+void tst_DenseInk::aGridInStrongNoiseIsDrawn_data()
+{
+    QTest::addColumn<double>("deviation");
+    QTest::newRow("scan") << 6.0;
+    QTest::newRow("bad scan") << 16.0;
+}
+
+// No part of the page is quiet, and most of what is darker than paper is no noise.
+void tst_DenseInk::aGridInStrongNoiseIsDrawn()
+{
+    QFETCH(double, deviation);
+    Sheet sheet(kSize, kSize);
+    double all = 0.0;
+    for (double at = 10.5; at < kSize; at += 20.0) {
+        sheet.bar({ 5, at }, { 235, at }, 2).bar({ at, 5 }, { at, 235 }, 2);
+        all += 460.0;
+    }
+    std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    scan(&grey, 1.0, deviation);
+    const double length = lengthOf(strokesOn(grey, kSize, kSize));
+    QVERIFY2(std::fabs(length / all - 1.0) < 0.03, qPrintable(QString::number(length / all)));
+}
+
+// So dense that blur leaves hardly any paper between the lines: what is not drawn is said.
+void tst_DenseInk::aDenseHatchInStrongNoiseIsDrawnOrTold()
+{
+    std::vector<uint8_t> grey = hatchOf(8.0, 1.4);
+    scan(&grey, 1.0, 16.0);
+    InkPicture picture = pictureOf(grey);
+    picture.threshold = 160;
+    StrokeDrawing drawing;
+    QVERIFY(strokesOf(picture, StrokeOptions(), &drawing));
+    QVERIFY2(
+        lengthOf(drawing) > 4000.0 || drawing.leftOut.pale.count > 10,
+        qPrintable(
+            QString("%1 drawn, %2 told").arg(lengthOf(drawing)).arg(drawing.leftOut.pale.count)));
 }
 
 void tst_DenseInk::theCheapestPairComesFirst()
