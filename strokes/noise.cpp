@@ -21,6 +21,7 @@ const int kFlat = 2;              // pixels of straight edge to either side of a
 const double kPaperRank = 0.75;
 const double kBareDepth = 0.25;
 const double kLeastBare = 0.02;
+const double kMostStray = 0.05; // part of the ink: of dots alone in .3 of a page .25, of lines none
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 
@@ -168,6 +169,19 @@ std::size_t bareBefore(const InkPicture &picture, std::size_t pixel, int darkest
     return pixel;
 }
 
+// Whether many pixels of ink are alone, as in noise of dots on clean paper.
+bool isOfDots(const InkPicture &picture)
+{
+    Edges edges;
+    countStray(picture, &edges);
+    std::size_t ink = 0;
+    for (int y = 1; y + 1 < picture.height; y += kLineStep) {
+        for (int x = 1; x + 1 < picture.width; ++x)
+            ink += picture.isInk(x, y) ? 1u : 0u;
+    }
+    return double(edges.stray) > kMostStray * double(ink);
+}
+
 Counts tonesOf(const InkPicture &picture)
 {
     Counts tones = {};
@@ -207,6 +221,8 @@ bool isNoisy(const InkPicture &picture, bool hard)
 
 double bareDeviation(const InkPicture &picture)
 {
+    if (isOfDots(picture))
+        return 255.0;
     const Counts tones = tonesOf(picture);
     const int darkest = quantile(tones, kPaperRank)
         - std::max(1, int(kBareDepth * contrastOf(tones, kPaperRank)));
