@@ -21,6 +21,7 @@ const int kFlat = 2;              // pixels of straight edge to either side of a
 const double kPaperRank = 0.75;
 const double kBareDepth = 0.25;
 const double kLeastBare = 0.02;
+const double kCleanPaper = 1.0; // lightnesses; between dots alone, paper tells no noise
 const double kMostStray = 0.05; // part of the ink: of dots alone in .3 of a page .25, of lines none
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
@@ -221,8 +222,6 @@ bool isNoisy(const InkPicture &picture, bool hard)
 
 double bareDeviation(const InkPicture &picture)
 {
-    if (isOfDots(picture))
-        return 255.0;
     const Counts tones = tonesOf(picture);
     const int darkest = quantile(tones, kPaperRank)
         - std::max(1, int(kBareDepth * contrastOf(tones, kPaperRank)));
@@ -238,7 +237,10 @@ double bareDeviation(const InkPicture &picture)
         ++bare;
         ++differences[std::size_t(std::abs(picture.grey[i] - picture.grey[other]))];
     }
-    return double(bare) < kLeastBare * double(all) ? 255.0 : deviationOf(differences);
+    if (double(bare) < kLeastBare * double(all))
+        return 255.0;
+    const double deviation = deviationOf(differences);
+    return deviation < kCleanPaper && isOfDots(picture) ? 255.0 : deviation;
 }
 
 std::vector<uint8_t> smoothed(const InkPicture &picture)

@@ -315,7 +315,7 @@ NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least)
     InkPicture smooth = picture;
     smooth.grey = dark.data();
     // Of a page full of lines no cell is quiet.
-    const double bare = bareDeviation(smooth);
+    const double bare = bareDeviation(picture) < 255.0 ? bareDeviation(smooth) : 255.0;
     Counts differences = {};
     Counts inky = {};
     for (uint8_t &value : dark) {
