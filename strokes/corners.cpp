@@ -18,6 +18,7 @@ const double kBackwards = 1.0; // widths that the crossing may lie before a side
 const double kBeyond = 0.3;    // widths of ink beyond the crossing: a rounded corner passes it by
 const double kInInk = 0.5;     // widths beside the sides, and pixels, that all that is seen lies
 const double kInInkPixels = 1.0;
+const std::size_t kMostSides = 16; // at either joint: in hubs of thousands nothing is a cut corner
 
 class CornerFinder
 {
@@ -80,8 +81,12 @@ private:
     {
         if (around.joint[0] < 0 || around.joint[1] < 0 || around.joint[0] == around.joint[1])
             return;
-        for (const AtomEnd &a : sidesAt(around.joint[0], around)) {
-            for (const AtomEnd &b : sidesAt(around.joint[1], around)) {
+        const std::vector<AtomEnd> sides[]
+            = { sidesAt(around.joint[0], around), sidesAt(around.joint[1], around) };
+        if (sides[0].size() > kMostSides || sides[1].size() > kMostSides)
+            return;
+        for (const AtomEnd &a : sides[0]) {
+            for (const AtomEnd &b : sides[1]) {
                 Point place;
                 if (a.atom == b.atom || !meets(around, a, b, &place))
                     continue;

@@ -42,29 +42,37 @@ struct Fit
     double low = 0.0;
 };
 
-// The ink of a pattern from its begin to t, pixels; t of at least 0.
-double inkUpTo(const std::vector<double> &pattern, double period, double ink, double t)
+// The ink of a pattern from its begin to t, pixels, for a t that never becomes less; t of at least
+// 0. A line has thousands of places and hundreds of patterns: each goes on from the place before.
+class InkUpTo
 {
-    const double whole = std::floor(t / period);
-    double rest = t - whole * period;
-    double sum = whole * ink;
-    for (std::size_t k = 0; k < pattern.size() && rest > 0; ++k) {
-        if (k % 2 == 0)
-            sum += std::min(rest, pattern[k]);
-        rest -= pattern[k];
+public:
+    explicit InkUpTo(const std::vector<double> &p) : pattern(p), to(p.front()) { }
+
+    double operator()(double t)
+    {
+        while (t > to) {
+            sum += part % 2 == 0 ? to - from : 0.0;
+            from = to;
+            part = part + 1 < pattern.size() ? part + 1 : 0;
+            to += pattern[part];
+        }
+        return sum + (part % 2 == 0 ? t - from : 0.0);
     }
-    return sum;
-}
+
+private:
+    const std::vector<double> &pattern;
+    std::size_t part = 0;
+    double from = 0.0;
+    double to;
+    double sum = 0.0;
+};
 
 // How well levels of a pattern, two of them to be found, explain a profile.
 Fit fitOf(const InkProfile &profile, const std::vector<double> &pattern)
 {
-    double period = 0.0;
-    double ink = 0.0;
-    for (std::size_t k = 0; k < pattern.size(); ++k) {
-        period += pattern[k];
-        ink += k % 2 == 0 ? pattern[k] : 0.0;
-    }
+    InkUpTo ahead(pattern);
+    InkUpTo behind(pattern);
     double n = 0, x1 = 0, x2 = 0, y1 = 0, y2 = 0, xy = 0;
     for (std::size_t i = 0; i < profile.levels.size(); ++i) {
         if (!profile.isOwn[i])
@@ -72,9 +80,7 @@ Fit fitOf(const InkProfile &profile, const std::vector<double> &pattern)
         // From a whole period before the begin on, as its first dash goes on there.
         const double t = double(i) * profile.step;
         const double from = std::max(0.0, t - 0.5 * kSoftEdge);
-        const double x = (inkUpTo(pattern, period, ink, t + 0.5 * kSoftEdge)
-                          - inkUpTo(pattern, period, ink, from))
-            / (t + 0.5 * kSoftEdge - from);
+        const double x = (ahead(t + 0.5 * kSoftEdge) - behind(from)) / (t + 0.5 * kSoftEdge - from);
         const double y = double(profile.levels[i]);
         n += 1;
         x1 += x;

@@ -1,7 +1,9 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/joining.h"
 
+#include "strokes/endpairs.h"
 #include "strokes/inkgap.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -103,14 +105,14 @@ public:
     void acrossJoints(std::size_t leastSamples)
     {
         least = leastSamples;
-        for (int round = 0; round < kMostRounds; ++round) {
-            bool changed = false;
+        isOpen.assign(web.joints.size(), true);
+        bool changed = true;
+        for (int round = 0; round < kMostRounds && changed; ++round) {
+            changed = false;
             for (std::size_t j = 0; j < web.joints.size(); ++j) {
-                while (joinBestAt(j))
-                    changed = true;
+                changed = (isOpen[j] && joinAllAt(j)) || changed;
+                isOpen[j] = false;
             }
-            if (!changed)
-                return;
         }
     }
 
@@ -153,10 +155,8 @@ private:
     {
         const Atom &first = atom(a.atom);
         const Atom &second = atom(b.atom);
-        if (std::min(first.samples.size(), second.samples.size()) < least)
-            return false;
-        if (a.atom == b.atom || !isJoinable(first) || !isJoinable(second)
-            || !isOnePen(first, second))
+        if (std::min(first.samples.size(), second.samples.size()) < least || a.atom == b.atom
+            || !isJoinable(first) || !isJoinable(second) || !isOnePen(first, second))
             return false;
         const Point from = endSample(first, 1 - a.end);
         const Point to = endSample(second, 1 - b.end);
@@ -195,25 +195,42 @@ private:
         return measure.misfit(chi2Of(part.moments, carrier), part.moments.w / measure.weight());
     }
 
-    bool joinBestAt(std::size_t joint)
+    // Joins pair after pair, always that which loses least.
+    bool joinAllAt(std::size_t joint)
     {
         const std::vector<AtomEnd> &ends = web.meetings[joint].ends;
-        double smallest = 1e300;
-        AtomEnd best[2] = { { -1, 0 }, { -1, 0 } };
-        for (std::size_t i = 0; i < ends.size(); ++i) {
-            for (std::size_t k = i + 1; k < ends.size(); ++k) {
-                Union candidate;
-                if (!unite(ends[i], ends[k], &candidate) || candidate.loss >= smallest)
-                    continue;
-                smallest = candidate.loss;
-                best[0] = ends[i];
-                best[1] = ends[k];
-            }
+        const auto isHere = [this, joint](AtomEnd e) {
+            return isJoinable(atom(e.atom)) && atom(e.atom).joint[e.end] == int(joint);
+        };
+        EndPairs pairs(
+            ends,
+            [this](AtomEnd end) {
+                const Atom &part = atom(end.atom);
+                return isJoinable(part) ? endSample(part, end.end) : Point();
+            },
+            [this](AtomEnd a, AtomEnd b) {
+                Union joined;
+                return unite(a, b, &joined) ? std::optional<double>(joined.loss) : std::nullopt;
+            });
+        bool changed = false;
+        while (const auto pair = pairs.take()) {
+            // What a circle has taken in is gone without a join of its own.
+            if (!isHere(pair->first) || !isHere(pair->second))
+                continue;
+            join(pair->first, pair->second);
+            pairs.follow(pair->first, pair->second, isHere);
+            changed = true;
         }
-        if (best[0].atom < 0)
-            return false;
-        join(best[0], best[1]);
-        return true;
+        return changed;
+    }
+
+    // An atom has changed: what it ends in is looked at again.
+    void touch(int number)
+    {
+        for (int joint : atom(number).joint) {
+            if (joint >= 0 && !isOpen.empty())
+                isOpen[std::size_t(joint)] = true;
+        }
     }
 
     // The walk along both goes one way.
@@ -261,6 +278,7 @@ private:
         second.heir = a.atom;
         second.samples = std::vector<Section>();
         refit(&first, measure);
+        touch(a.atom);
         closeIfWhole(a.atom);
     }
 
@@ -523,6 +541,7 @@ private:
     const GapLimits gaps;
     Web &web;
     std::size_t least = 0;
+    std::vector<bool> isOpen; // joints whose ends may have changed since they were looked at
 };
 
 } // namespace

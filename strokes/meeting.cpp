@@ -4,6 +4,7 @@
 #include "strokes/connections.h"
 #include "strokes/cusps.h"
 #include "strokes/ellipses.h"
+#include "strokes/endpairs.h"
 #include "strokes/touches.h"
 
 #include <algorithm>
@@ -112,13 +113,12 @@ private:
         const std::vector<AtomEnd> ends = web.meetings[joint].ends;
         const std::vector<int> through = throughAt(joint);
         const Joint &at = web.joints[joint];
-        if (ends.empty())
-            return;
-        if (!through.empty()) {
+        if (ends.size() + through.size() > kHubEnds || (through.empty() && ends.size() < 2)) {
+            // One place does not tell where the ends of a hub are.
+            free.insert(free.end(), ends.begin(), ends.end());
+        } else if (!through.empty()) {
             for (const AtomEnd &end : ends)
                 endOnThrough(end, through, at);
-        } else if (ends.size() == 1) {
-            free.push_back(ends[0]);
         } else if (at.kind == JointKind::Tip) {
             endInTip(ends, at);
         } else {
@@ -169,7 +169,8 @@ private:
         for (std::size_t j : joints) {
             const Joint &at = web.joints[j];
             const double reach = at.radius + atom(end).width + kMeetingReach;
-            if (distanceBetween(lastSample(end), at.place) > reach)
+            if (distanceBetween(lastSample(end), at.place) > reach
+                || web.meetings[j].ends.size() > kHubEnds)
                 continue;
             for (const AtomEnd &other : web.meetings[j].ends) {
                 const Atom &ending = atom(other);

@@ -16,6 +16,13 @@ const int kLineStep = 3;          // and of so many rows and columns one
 const int kLongestBump = 4;       // pixels along the edge
 const double kFewBumps = 3.0;     // that round ends and letters of a small picture have
 const int kFlat = 2;              // pixels of straight edge to either side of a bump
+// Of a page most of which may be ink: the part of its tones that are darker than its paper, the
+// part of the ink's darkness that noise alone seldom has, and the part of all pairs that tells.
+const double kPaperRank = 0.75;
+const double kBareDepth = 0.25;
+const double kLeastBare = 0.02;
+const double kCleanPaper = 1.0; // lightnesses; between dots alone, paper tells no noise
+const double kMostStray = 0.05; // part of the ink: of dots alone in .3 of a page .25, of lines none
 // Deviation of a difference of two pixels over the median of its size.
 const double kOfMedian = 1.0 / 0.954;
 
@@ -130,22 +137,80 @@ int quantile(const std::array<std::size_t, 256> &counts, double part)
     return 0;
 }
 
+// How many pairs of pixels differ by a lightness, or have it.
+typedef std::array<std::size_t, 256> Counts;
+
+double deviationOf(const Counts &differences)
+{
+    return kOfMedian * quantile(differences, 0.5);
+}
+
+// Whether a pixel and the four at its sides are lighter than that.
+bool isBare(const InkPicture &picture, std::size_t pixel, int darkest)
+{
+    const int x = int(pixel % std::size_t(picture.width));
+    const int y = int(pixel / std::size_t(picture.width));
+    const auto isLight = [&](int u, int v) {
+        return u < 0 || v < 0 || u >= picture.width || v >= picture.height
+            || picture.grey[picture.at(u, v)] > darkest;
+    };
+    return isLight(x, y) && isLight(x - 1, y) && isLight(x + 1, y) && isLight(x, y - 1)
+        && isLight(x, y + 1);
+}
+
+// The nearest bare pixel of the row at least kPairApart before one, of the next eight; else that
+// one.
+std::size_t bareBefore(const InkPicture &picture, std::size_t pixel, int darkest)
+{
+    const std::size_t first = pixel - pixel % std::size_t(picture.width);
+    for (std::size_t apart = kPairApart; apart < kPairApart + 8; ++apart) {
+        if (pixel >= first + apart && isBare(picture, pixel - apart, darkest))
+            return pixel - apart;
+    }
+    return pixel;
+}
+
+// Whether many pixels of ink are alone, as in noise of dots on clean paper.
+bool isOfDots(const InkPicture &picture)
+{
+    Edges edges;
+    countStray(picture, &edges);
+    std::size_t ink = 0;
+    for (int y = 1; y + 1 < picture.height; y += kLineStep) {
+        for (int x = 1; x + 1 < picture.width; ++x)
+            ink += picture.isInk(x, y) ? 1u : 0u;
+    }
+    return double(edges.stray) > kMostStray * double(ink);
+}
+
+Counts tonesOf(const InkPicture &picture)
+{
+    Counts tones = {};
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep)
+        ++tones[std::size_t(picture.grey[i])];
+    return tones;
+}
+
+int contrastOf(const Counts &tones, double paperRank)
+{
+    return std::max(1, quantile(tones, paperRank) - quantile(tones, kInkRank));
+}
+
 // Deviation of the paper's lightness, over what the ink is darker by. Of pixels some way apart:
 // neighbours are alike where grain or a compression has blurred the noise. Most pixels are paper,
 // and a threshold that lies in the noise tells nothing.
 double paperNoise(const InkPicture &picture)
 {
-    std::array<std::size_t, 256> differences = {};
-    std::array<std::size_t, 256> tones = {};
+    Counts differences = {};
     const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
-    for (std::size_t i = kPairApart; i < pixels; i += kStep) {
-        const int a = picture.grey[i - kPairApart];
-        const int b = picture.grey[i];
-        ++differences[std::size_t(std::abs(a - b))];
-        ++tones[std::size_t(b)];
-    }
-    const int contrast = quantile(tones, 0.5) - quantile(tones, kInkRank);
-    return kOfMedian * quantile(differences, 0.5) / std::max(1, contrast);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep)
+        ++differences[std::size_t(std::abs(picture.grey[i - kPairApart] - picture.grey[i]))];
+    const Counts tones = tonesOf(picture);
+    const double noise = deviationOf(differences) / contrastOf(tones, 0.5);
+    if (!(noise > kNoisy))
+        return noise;
+    return std::min(noise, bareDeviation(picture) / contrastOf(tones, kPaperRank));
 }
 
 } // namespace
@@ -153,6 +218,29 @@ double paperNoise(const InkPicture &picture)
 bool isNoisy(const InkPicture &picture, bool hard)
 {
     return hard ? isRagged(picture) : paperNoise(picture) > kNoisy;
+}
+
+double bareDeviation(const InkPicture &picture)
+{
+    const Counts tones = tonesOf(picture);
+    const int darkest = quantile(tones, kPaperRank)
+        - std::max(1, int(kBareDepth * contrastOf(tones, kPaperRank)));
+    Counts differences = {};
+    std::size_t bare = 0;
+    std::size_t all = 0;
+    const std::size_t pixels = std::size_t(picture.width) * std::size_t(picture.height);
+    for (std::size_t i = kPairApart; i < pixels; i += kStep) {
+        ++all;
+        const std::size_t other = isBare(picture, i, darkest) ? bareBefore(picture, i, darkest) : i;
+        if (other == i)
+            continue;
+        ++bare;
+        ++differences[std::size_t(std::abs(picture.grey[i] - picture.grey[other]))];
+    }
+    if (double(bare) < kLeastBare * double(all))
+        return 255.0;
+    const double deviation = deviationOf(differences);
+    return deviation < kCleanPaper && isOfDots(picture) ? 255.0 : deviation;
 }
 
 std::vector<uint8_t> smoothed(const InkPicture &picture)

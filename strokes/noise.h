@@ -18,6 +18,12 @@ const double kNoisy = 0.032;
 const double kRagged = 0.0068;
 const double kStrayPart = 0.003;
 
+// Deviation of the paper's lightness, by pixels beside which nothing is darker than paper by a good
+// part of what ink is: a page full of hatch or of contours has ink in most of all pairs. 255 where
+// noise is so strong, or ink so dense, that next to nothing is bare, and where paper is clean but
+// much of the ink is dots alone.
+double bareDeviation(const InkPicture &picture);
+
 // The lightnesses under weights of 1 2 1 across and down: noise falls to three eighths, edges of
 // ink stay where they are. For telling what hangs together; lines of one pixel would vanish.
 std::vector<uint8_t> smoothed(const InkPicture &picture);

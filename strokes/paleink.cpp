@@ -4,6 +4,7 @@
 #include "strokes/distance.h"
 #include "strokes/parts.h"
 
+#include <algorithm>
 #include <array>
 #include <numeric>
 
@@ -16,6 +17,9 @@ namespace {
 const double kWidest = 9.0;
 const int kLeastPixels = 4;
 const int kLeastExtent = 4;
+// Part of the ink's darkness from which on nothing is a pale line's: a thin line between the
+// threshold and that is ink in some places and pale in others, and came in dashes.
+const double kStrong = 0.75;
 const int kReach = 3; // pixels within which a line's darkest place tells where its edges are
 // Part of the picture that pale lines cover at most: more are the shades of a picture.
 const double kMostCovered = 0.25;
@@ -88,23 +92,31 @@ private:
                            [](std::size_t count) { return count > 0; });
     }
 
-    // How much darker than paper pale cells are; 0 in others.
+    // How much darker than paper pale cells are, and cells of weak ink; 0 in others. Whether there
+    // are pale cells with no ink beside them.
     bool takeDepths()
     {
-        Plane beside(picture.width, picture.height);
+        besideInk = Plane(picture.width, picture.height);
+        Plane besideStrong = besideInk;
+        const int strong = paper - int(kStrong * (paper - ink));
         for (int y = 0; y < picture.height; ++y) {
-            for (int x = 0; x < picture.width; ++x)
-                beside.cells[beside.cellOf(x, y)] = picture.isInk(x, y) ? 1 : 0;
+            for (int x = 0; x < picture.width; ++x) {
+                const uint32_t cell = besideInk.cellOf(x, y);
+                const bool isInk = picture.isInk(x, y);
+                besideInk.cells[cell] = isInk ? 1 : 0;
+                besideStrong.cells[cell] = isInk && picture.grey[picture.at(x, y)] < strong ? 1 : 0;
+            }
         }
-        spread(&beside.cells, kBesideInk, std::size_t(beside.stride()));
+        spread(&besideInk.cells, kBesideInk, std::size_t(besideInk.stride()));
+        spread(&besideStrong.cells, kBesideInk, std::size_t(besideStrong.stride()));
         bool any = false;
         for (int y = 0; y < picture.height; ++y) {
             for (int x = 0; x < picture.width; ++x) {
                 const uint32_t cell = depths.cellOf(x, y);
                 const int depth = paper - picture.grey[picture.at(x, y)];
-                const bool isPale = depth > 0 && beside.cells[cell] == 0;
-                depths.cells[cell] = isPale ? uint8_t(depth) : 0;
-                any = any || (isPale && depth >= least);
+                const bool isWeak = depth > 0 && besideStrong.cells[cell] == 0;
+                depths.cells[cell] = isWeak ? uint8_t(depth) : 0;
+                any = any || (isWeak && depth >= least && besideInk.cells[cell] == 0);
             }
         }
         if (!any)
@@ -136,13 +148,16 @@ private:
                 pale.cells[cell] = 0;
                 return isNew;
             });
-            if (part.pixels() < kLeastPixels || part.extent() < kLeastExtent)
+            const std::ptrdiff_t bare
+                = std::count_if(part.cells.begin(), part.cells.end(),
+                                [this](uint32_t cell) { return besideInk.cells[cell] == 0; });
+            if (bare == 0 || part.pixels() < kLeastPixels || part.extent() < kLeastExtent)
                 continue;
             const bool isWide
                 = std::any_of(part.cells.begin(), part.cells.end(), [&distance](uint32_t cell) {
                       return 2 * radiusOf(distance.cells[cell]) > kWidest;
                   });
-            (isWide ? result->left : result->lines).add(part.pixels(), part.x(), part.y());
+            (isWide ? result->left : result->lines).add(int(bare), part.x(), part.y());
             for (uint32_t cell : part.cells)
                 lines.cells[cell] = isWide ? 0 : 1;
             covered += isWide ? 0 : part.cells.size();
@@ -176,6 +191,7 @@ private:
     int paper = 255;
     int ink = 0;
     int least = 255;
+    Plane besideInk; // not 0 in ink and beside it
     Plane depths;
     Plane peaks;
 };

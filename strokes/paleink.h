@@ -13,7 +13,8 @@ namespace ztrace::strokes {
 // it has no pale lines. `left` are pale parts that are no lines, `lines` those that are.
 //
 // Pale is what is lighter than the threshold and darker than the paper by kPale of what the ink is,
-// with no ink within kBesideInk pixels: edges of ink are no pale lines.
+// with no ink within kBesideInk pixels: edges of ink are no pale lines. What goes on from there in
+// ink that is hardly darker than the threshold is of the same line.
 struct PaleInk
 {
     std::vector<uint8_t> grey;

@@ -32,6 +32,7 @@ const double kLeastContrast = 0.28; // of the ink's darkness: creases and shadow
 const int kLetterExtent = 64;
 const double kStrongPart = 0.15;
 const int kPaleExtent = 12;
+const int kUnseenExtent = 64; // of what only the page's threshold says is ink; noise reaches 40
 // Part of a cell's pixels that are less than one deviation darker than its paper; deviations of its
 // quiet cells that the noise of a page is at most.
 const double kDarkerDeviation = 0.8413;
@@ -257,6 +258,36 @@ LeftOutParts settleWeak(Plane *ink)
     return pale;
 }
 
+// What the page's own threshold says is ink, and lies away from all ink that was found: lines so
+// dense that they are taken for noise, or shadows.
+void addUnseen(const std::vector<uint8_t> &dark, int least, const Plane &ink, LeftOutParts *pale)
+{
+    const std::size_t stride = std::size_t(ink.stride());
+    std::vector<uint8_t> wide(ink.cells.size());
+    std::vector<uint8_t> beside(ink.cells.size());
+    spreadPeaks(ink.cells.data(), wide.size(), 1, wide.data());
+    spreadPeaks(wide.data(), wide.size(), stride, beside.data());
+    Plane unseen(ink.width, ink.height);
+    for (int y = 0; y < ink.height; ++y) {
+        for (int x = 0; x < ink.width; ++x) {
+            const uint32_t cell = ink.cellOf(x, y);
+            const std::size_t i = std::size_t(y) * std::size_t(ink.width) + std::size_t(x);
+            unseen.cells[cell] = dark[i] >= least && beside[cell] == 0 ? 1 : 0;
+        }
+    }
+    for (std::size_t first = 0; first < unseen.cells.size(); ++first) {
+        if (unseen.cells[first] == 0)
+            continue;
+        const Part part = partAround(uint32_t(first), unseen, [&unseen](uint32_t cell) {
+            const bool isNew = unseen.cells[cell] != 0;
+            unseen.cells[cell] = 0;
+            return isNew;
+        });
+        if (part.extent() >= kUnseenExtent)
+            pale->add(part.pixels(), part.x(), part.y());
+    }
+}
+
 } // namespace
 
 EvenPage evenPageOf(const InkPicture &picture)
@@ -281,6 +312,10 @@ EvenPage evenPageOf(const InkPicture &picture)
 NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least)
 {
     std::vector<uint8_t> dark = smoothed(picture);
+    InkPicture smooth = picture;
+    smooth.grey = dark.data();
+    // Of a page full of lines no cell is quiet.
+    const double bare = bareDeviation(picture) < 255.0 ? bareDeviation(smooth) : 255.0;
     Counts differences = {};
     Counts inky = {};
     for (uint8_t &value : dark) {
@@ -294,7 +329,7 @@ NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least)
         for (std::size_t v = 0; v < differences.size(); ++v)
             differences[v] += inky[v];
     }
-    Darkness darkness = darknessOf(dark, differences, quietNoise(dark, picture));
+    Darkness darkness = darknessOf(dark, differences, std::min(bare, quietNoise(dark, picture)));
     if (least > 0)
         darkness.least = std::max(least, darkness.above);
     const std::size_t width = std::size_t(picture.width);
@@ -314,6 +349,9 @@ NoisyInk inkOfNoisy(const InkPicture &picture, int paper, int least)
         }
     }
     result.pale = settleWeak(&ink);
+    // Where most of the page is darker than its threshold, what is darker than the rest by noise.
+    const int unseen = std::max(paper - picture.threshold, int(darkness.above / kStandsOut));
+    addUnseen(dark, unseen, ink, &result.pale);
     return result;
 }
 

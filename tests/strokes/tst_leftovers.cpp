@@ -59,6 +59,7 @@ class tst_Leftovers : public QObject
 
 private slots:
     void paleLinesAreDrawn();
+    void paleLinesAreWholeWhereTheyAreInkInPlaces();
     void paleAreasAreCounted();
     void aGivenThresholdLeavesPaleLinesOut();
     void edgesAreNotPale();
@@ -83,6 +84,22 @@ void tst_Leftovers::paleLinesAreDrawn()
     QVERIFY2(hasLine(drawing, { 60, 150.5 }, { 340, 150.5 }, 1.5), listOf(drawing).c_str());
     QVERIFY2(hasLine(drawing, { 61, 180 }, { 61, 280 }, 1.5), listOf(drawing).c_str());
     QCOMPARE(drawing.leftOut.pale.count, std::size_t(0));
+}
+
+// A thin line of three fifths of the ink's darkness is ink where it keeps within a row of pixels
+// and pale where it lies between two.
+void tst_Leftovers::paleLinesAreWholeWhereTheyAreInkInPlaces()
+{
+    Sheet thin(400, 300);
+    thin.line({ 30, 150.3 }, { 370, 163.7 }, 1.1).arc({ 200, 420 }, 200, 3.9, 1.6, 1.1);
+    const std::vector<uint8_t> pale = thin.grey(Sheet::Tones::Soft);
+    std::vector<uint8_t> grey = pageOfLines().grey(Sheet::Tones::Soft);
+    for (std::size_t i = 0; i < grey.size(); ++i)
+        grey[i] = std::min(grey[i], uint8_t(255 - 3 * (255 - pale[i]) / 5));
+    const StrokeDrawing drawing = strokesOn(grey, 400, 300);
+    QVERIFY2(hasLine(drawing, { 30, 150.3 }, { 370, 163.7 }, 1.5), listOf(drawing).c_str());
+    QCOMPARE(countOf(drawing, ztrace::fit::Kind::Arc), 1);
+    QCOMPARE(drawing.strokes.size(), std::size_t(7));
 }
 
 void tst_Leftovers::paleAreasAreCounted()
