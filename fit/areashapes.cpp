@@ -190,9 +190,9 @@ private:
 
     Point placeOf(std::size_t k) const
     {
-        const int number = static_cast<int>(k);
-        return { coverage.left + number % coverage.width + 0.5,
-                 coverage.top + number / coverage.width + 0.5 };
+        const int row = static_cast<int>(k) / coverage.width;
+        const int column = static_cast<int>(k) - row * coverage.width;
+        return { coverage.left + column + 0.5, coverage.top + row + 0.5 };
     }
 
     struct Start
