@@ -3,6 +3,7 @@
 
 #include "fit/areaedits.h"
 #include "fit/areapolish.h"
+#include "fit/areashapes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -39,6 +40,7 @@ bool polish(const Coverage &coverage, std::vector<Piece> *pieces)
 std::vector<double> offMixed(const std::vector<Piece> &pieces, const Coverage &coverage)
 {
     const std::vector<double> off = residuals(pieces, coverage);
+
     std::vector<double> mixed;
     for (std::size_t k = 0; k < off.size(); ++k) {
         if (coverage.counts[k] && coverage.right[k] > kPlain && coverage.right[k] < 1 - kPlain)
@@ -54,10 +56,32 @@ bool isAsMeasured(const std::vector<Piece> &pieces, const Coverage &coverage)
     return squares(off) < kGood * static_cast<double>(off.size()) * coverage.sigma * coverage.sigma;
 }
 
+// Joints, ends, details and tangents (docs/fit/areas.md, "Rule").
+std::vector<Piece> edited(std::vector<Piece> pieces, const Coverage &coverage, double lambda)
+{
+    polish(coverage, &pieces);
+    for (int round = 0; round < kEdits && cleanEnds(coverage, lambda, &pieces); ++round) {
+        polish(coverage, &pieces);
+        if (isAsMeasured(pieces, coverage))
+            break;
+    }
+    for (int round = 0;
+         round < kEdits && !isAsMeasured(pieces, coverage) && addDetail(coverage, lambda, &pieces);
+         ++round) {
+        polish(coverage, &pieces);
+        if (cleanEnds(coverage, lambda, &pieces))
+            polish(coverage, &pieces);
+    }
+    smoothJoints(coverage, lambda, &pieces);
+    return pieces;
+}
+
 } // namespace
 
 std::vector<double> coverOf(const Path &path, const Coverage &window)
 {
+    if (path.pieces.size() == 1 && isWhole(path.pieces.front().kind))
+        return coverOf(outlineOf(path.pieces.front()), window);
     Areas areas(window);
     for (const Piece &piece : path.pieces)
         areas.add(piece, 1);
@@ -80,27 +104,21 @@ bool showsAreas(const Path &path, const Coverage &coverage)
 Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda, bool isSharp)
 {
     const std::size_t count = path.pieces.size();
-    if (!path.closed || count < 3 || count > kMostJoints)
+    if (!path.closed || count == 0)
         return path;
-    std::vector<Piece> pieces = path.pieces;
-    if (!(isSharp || showsAreas(path, coverage)) || isAsMeasured(pieces, coverage))
+    if (isWhole(path.pieces.front().kind)) {
+        // What stands for its own area is sharp as others are.
+        const std::optional<Path> shape = smallShape(path, coverage, lambda);
+        return isSharp && shape ? *shape : path;
+    }
+    if (count < 3 || count > kMostJoints || !(isSharp || showsAreas(path, coverage))
+        || isAsMeasured(path.pieces, coverage))
         return path;
-    polish(coverage, &pieces);
-    for (int round = 0; round < kEdits && cleanEnds(coverage, lambda, &pieces); ++round) {
-        polish(coverage, &pieces);
-        if (isAsMeasured(pieces, coverage))
-            break;
-    }
-    for (int round = 0;
-         round < kEdits && !isAsMeasured(pieces, coverage) && addDetail(coverage, lambda, &pieces);
-         ++round) {
-        polish(coverage, &pieces);
-        if (cleanEnds(coverage, lambda, &pieces))
-            polish(coverage, &pieces);
-    }
-    smoothJoints(coverage, lambda, &pieces);
     Path result = path;
-    result.pieces = std::move(pieces);
+    result.pieces = edited(path.pieces, coverage, lambda);
+    result.numbers = numbersOf(result.pieces, true, svgPrices());
+    if (const std::optional<Path> shape = smallShape(result, coverage, lambda))
+        return *shape;
     return showsAreas(result, coverage) ? result : path;
 }
 

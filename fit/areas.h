@@ -14,7 +14,6 @@ namespace ztrace::fit {
 
 const double kFlatness = 0.004; // pixels that chords may be off
 const int kMostChords = 40;
-const int kChordsOfWhole = 128;
 
 // The same as std::floor, of numbers within the range of int: a call of that for every chord takes
 // as long as drawing it.
@@ -28,8 +27,6 @@ inline int chordsOf(const Piece &piece)
 {
     if (piece.kind == Kind::Line)
         return 1;
-    if (isWhole(piece.kind))
-        return kChordsOfWhole;
     double second = 0; // derivative
     if (piece.kind == Kind::Arc) {
         const Point chord = piece.end - piece.start;
@@ -47,8 +44,8 @@ inline int chordsOf(const Piece &piece)
     return std::min(kMostChords, 1 + static_cast<int>(std::sqrt(second / (8 * kFlatness))));
 }
 
-// Exact areas that a path covers, pixel by pixel: signed, positive on the right of the walk. What
-// lies beyond the window is cut off.
+// Exact areas that a path of open pieces covers, pixel by pixel: signed, positive on the right of
+// the walk. What lies beyond the window is cut off.
 class Areas
 {
 public:
@@ -65,11 +62,9 @@ public:
             addArc(piece, count, sign);
             return;
         }
-        Point a = isWhole(piece.kind) ? pointAt(piece, 0) : piece.start;
+        Point a = piece.start;
         for (int k = 1; k <= count; ++k) {
-            const Point b = k == count && !isWhole(piece.kind)
-                ? piece.end
-                : pointAt(piece, static_cast<double>(k) / count);
+            const Point b = k == count ? piece.end : pointAt(piece, static_cast<double>(k) / count);
             addLine(a, b, sign);
             a = b;
         }
@@ -104,8 +99,6 @@ private:
     // nothing of it.
     bool isBeyond(const Piece &piece) const
     {
-        if (isWhole(piece.kind))
-            return false;
         Point least = piece.start;
         Point most = piece.start;
         const auto include = [&](Point p) {

@@ -1,5 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "chainfit.h"
+#include "fit/areashapes.h"
 #include "fit/segment.h"
 #include "meetings.h"
 
@@ -531,6 +532,13 @@ fit::Path drawCracks(const fit::Path &path, const std::vector<char> &again,
 fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage, bool isSharp)
 {
     return fit::fitToCoverage(path, coverage, usualSettings().soft.lambda, isSharp);
+}
+
+bool tellsAreas(const fit::Path &path, const fit::Coverage &coverage)
+{
+    const bool whole = path.pieces.size() == 1 && fit::isWhole(path.pieces.front().kind);
+    return whole ? fit::wholeShowsAreas(path, coverage, usualSettings().soft.lambda)
+                 : fit::showsAreas(path, coverage);
 }
 
 fit::Path fitPoints(const ChainPoints &points, bool closed, bool wholeShapes)

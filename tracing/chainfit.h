@@ -17,6 +17,8 @@ fit::Path fitPoints(const ChainPoints &points, bool closed, bool wholeShapes = t
 // A path that fitPoints found, as far as it covers the pixels better; of a sharp picture, or where
 // it shows areas already.
 fit::Path fitToAreas(const fit::Path &path, const fit::Coverage &coverage, bool isSharp);
+// Whether mixed pixels show areas, by what such a path covers of them.
+bool tellsAreas(const fit::Path &path, const fit::Coverage &coverage);
 // The same with numbers at .4 of their price for every time, and no points left out; from
 // kCloserTimes on line by line.
 fit::Path fitPointsCloser(const ChainPoints &points, bool closed, int times);

@@ -51,7 +51,7 @@ public:
         std::size_t sharp = 0;
         for (std::size_t k = 0; k < count; ++k) {
             const uint32_t chain = order[k * order.size() / count].second;
-            sharp += fit::showsAreas(paths[chain], coverageAround(chain));
+            sharp += tellsAreas(paths[chain], coverageAround(chain));
         }
         return 2 * sharp > count;
     }

@@ -32,7 +32,7 @@ def tangent(segment, at):
     return complex(q.x - p.x, q.y - p.y)
 
 
-def outline_of(segments, whole):
+def outline_of(segments, whole, has_joints=True):
     points, joints = [], []
     for segment in segments:
         count = max(2 if isinstance(segment, (svg.Line, svg.Close)) else 24, math.ceil(segment.length(error=1e-3) / SPACING))
@@ -40,7 +40,7 @@ def outline_of(segments, whole):
         points.append(np.asarray(places).reshape(-1, 2))
     for one, other in zip(segments, segments[1:] + segments[:1]):
         before, after = tangent(one, 1), tangent(other, 0)
-        if not whole and abs(before) > 0 and abs(after) > 0:
+        if has_joints and abs(before) > 0 and abs(after) > 0:
             turn = math.atan2((before.conjugate() * after).imag, (before.conjugate() * after).real)
             joints.append((one.end.x, one.end.y, turn))
     numbers = whole or sum(NUMBERS.get(type(segment), 0) for segment in segments) + 2
@@ -60,13 +60,15 @@ def outlines_of(file, size):
         if element.fill is None or element.fill.value is None:
             continue
         whole = SHAPES.get(type(element), 0)
+        # Of shapes that are written as such only rectangles have corners.
+        has_joints = not whole or (isinstance(element, svg.Rect) and not (element.rx and element.ry))
         path = svg.Path(element)
         path.reify()
         for part in path.as_subpaths():
             segments = [s for s in svg.Path(part) if not isinstance(s, svg.Move) and s.length(error=1e-3) > 1e-4]
             if not segments:
                 continue
-            outline = outline_of(segments, whole)
+            outline = outline_of(segments, whole, has_joints)
             low, high = outline.points.min(axis=0), outline.points.max(axis=0)
             if (low > 0.75).all() and (high < size - 0.75).all():
                 found.append(outline)

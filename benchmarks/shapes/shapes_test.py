@@ -52,6 +52,14 @@ class Measures(unittest.TestCase):
         self.assertAlmostEqual(np.ptp(high[:, 1]), 40, 2)
         self.assertAlmostEqual(np.ptp(high[:, 0]), 20, 2)
 
+    def test_corners_of_whole_shapes(self):
+        square = shapes.Truth("rectangle", lambda context: context.rectangle(10, 10, 30, 20), 50)
+        found = measure(square, self.outlines(50, '<rect x="10" y="10" width="30" height="20.2"/>'))
+        self.assertEqual((found["missed"], found["kinks"], found["numbers"]), (0, 0, 4))
+        self.assertAlmostEqual(found["corner"], 0.2 / math.sqrt(2), 3)
+        round_one = self.outlines(50, '<rect x="10" y="10" width="30" height="20" rx="4"/>')
+        self.assertEqual(measure(square, round_one)["missed"], 100)
+
     def test_damage_is_measured(self):
         square = shapes.rectangle(random.Random(4), 40, 40)
         moved = measure(square, self.drawn(square, 0.2))
