@@ -17,7 +17,7 @@ numbers     coordinates written
 """
 LIMITS = {
     "discs": {
-        "colour": 0.155, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "colour": 0.154, "detail": 1.0, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 0.174, "numbers": 201
     },
     "lines": {
@@ -25,11 +25,11 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.464, "numbers": 421
     },
     "letters": {
-        "colour": 0.411, "detail": 1.0, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.774, "numbers": 1968
+        "colour": 0.406, "detail": 1.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.924, "numbers": 1967
     },
     "logo": {
-        "colour": 0.403, "detail": 3.1, "regions": 1, "uncovered": 0.01,
+        "colour": 0.400, "detail": 3.1, "regions": 1, "uncovered": 0.01,
         "uncovered4": 0.15, "hairlines": 0.15, "joints": 1.564, "numbers": 533
     },
     "logo-layers": {
@@ -37,32 +37,32 @@ LIMITS = {
         "uncovered4": 23.61, "hairlines": 23.61, "joints": 1.560, "numbers": 538
     },
     "icon": {
-        "colour": 0.383, "detail": 1.9, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.509, "numbers": 64
+        "colour": 0.374, "detail": 1.9, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.508, "numbers": 64
     },
     "marks": {
-        "colour": 0.217, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.180, "numbers": 206
+        "colour": 0.216, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.179, "numbers": 206
     },
     "glass": {
-        "colour": 0.251, "detail": 0.4, "regions": 0, "uncovered": 0.24,
-        "uncovered4": 1.09, "hairlines": 1.09, "joints": 5.576, "numbers": 584
+        "colour": 0.249, "detail": 0.4, "regions": 0, "uncovered": 0.24,
+        "uncovered4": 1.09, "hairlines": 1.09, "joints": 5.574, "numbers": 584
     },
     "window": {
-        "colour": 0.508, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.956, "numbers": 1285
+        "colour": 0.504, "detail": 1.4, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.914, "numbers": 1274
     },
     "map": {
-        "colour": 0.490, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.160, "numbers": 2519
+        "colour": 0.482, "detail": 1.2, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.160, "numbers": 2508
     },
     "map-layers": {
-        "colour": 0.578, "detail": 2.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.58, "joints": 5.160, "numbers": 2519
+        "colour": 0.578, "detail": 2.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 32.96, "joints": 5.166, "numbers": 2508
     },
     "dialog": {
-        "colour": 0.663, "detail": 5.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.105, "numbers": 3202
+        "colour": 0.526, "detail": 4.3, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.755, "numbers": 3175
     },
     "cartoon": {
         "colour": 1.073, "detail": 1.5, "regions": 0, "uncovered": 0.01,
@@ -101,12 +101,12 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.06, "joints": 15.957, "numbers": 3032
     },
     "grey-page": {
-        "colour": 0.884, "detail": 0.6, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.562, "numbers": 1351
+        "colour": 0.875, "detail": 0.6, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.757, "numbers": 1339
     },
     "letters-engine": {
         "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.973, "numbers": 3052
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.963, "numbers": 3052
     },
     "map-engine": {
         "colour": 1.533, "detail": 19.2, "regions": 5, "uncovered": 0.01,
