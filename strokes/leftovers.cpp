@@ -30,6 +30,10 @@ const double kFewMissed = 3.5;
 const double kOverPaper = 0.05;
 const double kFewOverPaper = 3.5;
 const double kInside = 0.7; // pixels
+// Times, and pixels, that the widest stroke of a letter is wider than its thinnest at least, that
+// it was not drawn: R in 24 pixels' type had a leg of 2 pixels and a bowl of 3.
+const double kTwoPens = 1.35;
+const double kTwoPensApart = 0.7;
 // Letters of clean pages that are less high than so many pixels, or less wide if they stand on end,
 // are areas in any case: of type of 12 to 18 pixels many read otherwise as strokes (t as l, 1 as a
 // bar, ra as one), of 20 and more few. Strokes beside them that were not taken for lettering may
@@ -180,6 +184,7 @@ struct Letter
     bool isBrief = false;   // so much so that no line is like it
     bool isTangled = false; // a stroke of it is of others as well
     double widest = 0.0;    // of those, in pixels
+    double thinnest = 1e300;
 };
 
 // The letters of a page: parts with strokes of lettering, and such parts beside them as a row has
@@ -263,6 +268,7 @@ private:
             Letter &letter = letters[k];
             letter.strokes.push_back(number);
             letter.widest = std::max(letter.widest, stroke.width);
+            letter.thinnest = std::min(letter.thinnest, stroke.width);
             letter.hasText = letter.hasText || stroke.role == Role::Text;
             letter.isText = letter.hasText;
             letter.isOther = letter.isOther || isOther;
@@ -337,6 +343,14 @@ bool isFilledMark(const Letter &letter)
     return letter.isCompact && !letter.isText;
 }
 
+// What was drawn has one pen a letter: where strokes differ, some are of ink that is none of
+// theirs.
+bool hasTwoPens(const Letter &letter)
+{
+    return letter.widest > kTwoPens * letter.thinnest
+        && letter.widest - letter.thinnest > kTwoPensApart;
+}
+
 // Whether strokes do not explain a letter, or next to nothing of a part that may be one.
 bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn)
 {
@@ -355,8 +369,8 @@ bool isUnclear(const Letter &letter, const InkToExplain &ink, const Drawn &drawn
             || overPaperOf(letter, ink, drawn) > std::max(kSmallMissed, kOverPaper * all);
     if (!letter.hasText && !isMark)
         return missed > std::max(kSomeMissed, kMuchMissed * all);
-    return isSmall || letter.isTangled || (isMark && letter.isBrief)
-        || missed > std::max(kFewMissed, kMissed * all)
+    return isSmall || letter.isTangled || (ink.tellsHairlines && !isMark && hasTwoPens(letter))
+        || (isMark && letter.isBrief) || missed > std::max(kFewMissed, kMissed * all)
         || overPaperOf(letter, ink, drawn) > std::max(kFewOverPaper, kOverPaper * all);
 }
 

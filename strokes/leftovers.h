@@ -14,7 +14,7 @@ namespace ztrace::strokes {
 // coverage   of the picture that was drawn
 // isNoisy    small parts are specks: they are counted, not drawn
 // tellsDepth pale parts that are long are folds, likewise
-// tellsHairlines letters may have lines lighter than the threshold
+// tellsHairlines letters may have lines lighter than the threshold, and widths are known
 struct InkToExplain
 {
     const Plane &distance;

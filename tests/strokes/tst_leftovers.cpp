@@ -64,6 +64,7 @@ private slots:
     void aGivenThresholdLeavesPaleLinesOut();
     void edgesAreNotPale();
     void unclearLettersAreOutlined();
+    void lettersOfTwoPensAreOutlined();
     void clearLettersStayStrokes();
     void smallLettersAreOutlined();
     void filledMarksAreSolids_data();
@@ -179,6 +180,39 @@ void tst_Leftovers::unclearLettersAreOutlined()
         QCOMPARE(drawing.letters.cells[plane.cellOf(28, 25)] != 0, strokes == 2);
         QCOMPARE(drawing.strokes.size(), std::size_t(strokes == 2 ? 0 : 3));
         QCOMPARE(drawing.outlined.strokes, std::size_t(strokes == 2 ? 2 : 0));
+    }
+}
+
+// An L of one pen, and the same where the bar was taken for a wider one, as ink beside it does.
+void tst_Leftovers::lettersOfTwoPensAreOutlined()
+{
+    Sheet sheet(100, 60);
+    const Point ends[][2] = { { { 20, 10 }, { 20, 40 } }, { { 20, 40 }, { 36, 40 } } };
+    for (const auto &line : ends)
+        sheet.line(line[0], line[1], 3);
+    const std::vector<uint8_t> grey = sheet.grey(Sheet::Tones::Soft);
+    InkPicture picture;
+    picture.width = 100;
+    picture.height = 60;
+    picture.grey = grey.data();
+    const Plane plane = inkOf(picture);
+    const Coverage coverage(picture, 0, 255);
+    for (double width : { 3.0, 4.2 }) {
+        StrokeDrawing drawing;
+        for (const auto &line : ends) {
+            Stroke stroke;
+            stroke.piece.kind = ztrace::fit::Kind::Line;
+            stroke.piece.start = line[0];
+            stroke.piece.end = line[1];
+            stroke.width = drawing.strokes.empty() ? 3.0 : width;
+            stroke.role = Role::Text;
+            stroke.samples.resize(1);
+            stroke.samples[0].centre = 0.5 * (line[0] + line[1]);
+            drawing.strokes.push_back(stroke);
+        }
+        outlineUnclearLetters({ plane, coverage, false, false, true }, &drawing);
+        QCOMPARE(drawing.strokes.size(), std::size_t(width > 4.0 ? 0 : 2));
+        QCOMPARE(drawing.letters.cells.empty(), width < 4.0);
     }
 }
 
