@@ -15,10 +15,7 @@ const double kClearLength = 40.0; // length of a difference
 // Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
 // rim are lines; with 4 fewer lines of icons are.
 const int kAlongRim = 3;
-const int kLeastOnRim = 96; // alpha
-// Part of the difference to one side that the difference to the other is at least: JPEG and sharp
-// filters leave dips of up to a fifth beside an edge, which no stroke has drawn.
-const double kLeastDip = 0.2;
+const int kLeastOnRim = 96;     // alpha
 const double kAligned = 0.5;    // cosine between the differences to both sides
 const double kSameSlope = 0.9;  // cosine between two steps of one slope
 const double kDoubt = 0.1;      // cost of supposing a line to be thinner than a pixel
@@ -197,11 +194,7 @@ bool RidgeFinder::between(const Line &line, int after, int before, QRgb *beside,
     other.followSlope(own);
     *isOfKind = one.isOfKind && other.isOfKind;
     *beside = isRootAboveRoot(square(other.away), square(one.away)) ? one.word : other.word;
-    const auto deep = [](double near, double far) { return near >= kLeastDip * kLeastDip * far; };
-    const double toOne = double(square(one.away));
-    const double toOther = double(square(other.away));
-    return isAligned(one.away, other.away, kAligned)
-        && deep(std::min(toOne, toOther), std::max(toOne, toOther));
+    return isAligned(one.away, other.away, kAligned);
 }
 
 bool RidgeFinder::find(int x, int y, QRgb *beside) const

@@ -247,16 +247,6 @@ private slots:
             QVERIFY(!RidgeFinder(image).isRidge(x, image.height() / 2));
     }
 
-    // What JPEG leaves beside the edge of a star on a flag; a line of the same dark that was drawn.
-    void dipsBesideAnEdgeAreNoLines()
-    {
-        const QRgb blue = qRgb(0x12, 0x3d, 0x8c);
-        const QImage dip = softEdge(blue, qRgb(255, 255, 255), qRgb(0x21, 0x38, 0x62));
-        QVERIFY(!RidgeFinder(dip).isRidge(10, dip.height() / 2));
-        const QImage line = softEdge(blue, qRgb(255, 255, 255), qRgb(0x14, 0x12, 0x20));
-        QVERIFY(RidgeFinder(line).isRidge(10, line.height() / 2));
-    }
-
     void pixelsAreMadeSquareWhereTheyFit()
     {
         QImage image(20, 10, QImage::Format_ARGB32);

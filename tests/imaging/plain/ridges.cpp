@@ -14,7 +14,6 @@ namespace {
 
 const int kReach = 3;          // pixels to either side
 const double kClearly = 40.0;  // length of a difference
-const double kLeastDip = 0.2;  // part of the longer of both differences that the other is
 const double kAligned = 0.5;   // cosine between the differences to both sides
 const double kSameSlope = 0.9; // cosine between two steps of one slope
 const double kWeightOfAlpha = 0.7;
@@ -47,11 +46,6 @@ double product(const Colour &a, const Colour &b)
 double length(const Colour &a)
 {
     return std::sqrt(product(a, a));
-}
-
-bool isDeep(double a, double b)
-{
-    return std::min(a, b) >= kLeastDip * std::max(a, b);
 }
 
 bool isAligned(const Colour &a, const Colour &b, double cosine)
@@ -152,7 +146,6 @@ Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
     const bool two = one.steps > 0 && other.steps > 0;
     ridge.found = two
         ? one.steps + other.steps <= kReach + 1 && isAligned(one.away, other.away, kAligned)
-            && isDeep(length(one.away), length(other.away))
         : isOnRim(image, x, y, dx, dy, one) || isOnRim(image, x, y, -dx, -dy, other);
     if (two)
         ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
