@@ -20,7 +20,7 @@ bool areAddressesLimited();
 // from the system's cache of files. Only what is never written to goes; does nothing on systems
 // that it does not know.
 //
-// For tracing hardly any of it is needed: of a screenshot of 0.8 megapixels 1.5 of 25.1 megabytes
+// For tracing hardly any of it is needed: of a screenshot of 0.8 megapixels 2.3 of 25.1 megabytes
 // at the peak are those of the toolkit, for 25 of 1014 page faults; those of other libraries are 4.
 void forgetCode();
 

@@ -108,8 +108,10 @@ Path fitToCoverage(const Path &path, const Coverage &coverage, double lambda, bo
         return path;
     if (isWhole(path.pieces.front().kind)) {
         // What stands for its own area is sharp as others are.
+        if (!isSharp)
+            return path;
         const std::optional<Path> shape = smallShape(path, coverage, lambda);
-        return isSharp && shape ? *shape : path;
+        return shape ? *shape : path;
     }
     if (count < 3 || count > kMostJoints || !(isSharp || showsAreas(path, coverage))
         || isAsMeasured(path.pieces, coverage))

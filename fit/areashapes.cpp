@@ -265,6 +265,13 @@ private:
         result = piece;
     }
 
+    // Steps may lead to sizes below nothing, which have no outline.
+    static bool isShape(Kind kind, const Vector &v)
+    {
+        const Piece piece = shapeOf(kind, v);
+        return std::min(piece.half[0], piece.half[1]) > 0 && v.allFinite();
+    }
+
     // Gauss and Newton's method, damped, with differences; what it is off by in the end.
     double fitted(Kind kind, Vector *v) const
     {
@@ -274,6 +281,10 @@ private:
         for (int round = 0; round < kRounds; ++round) {
             const Vector step = stepOf(kind, *v, cover, damping);
             const Vector next = *v + step;
+            if (!isShape(kind, next)) {
+                damping *= 30;
+                continue;
+            }
             std::vector<double> then = coverOfShape(kind, next);
             const double after = chi2Of(then);
             if (!(after < off)) {

@@ -17,7 +17,7 @@ namespace ztrace::fit {
 // let it.
 std::optional<Path> smallShape(const Path &path, const Coverage &coverage, double lambda);
 // A whole shape's outline in open pieces, once around from x towards y: corners and arcs are exact,
-// ellipses chords that go round as much and are at most .012 px off.
+// ellipses chords that go round as much and are at most .013 px off.
 Path outlineOf(const Piece &shape);
 // Whether a whole shape, or the one in its place, shows areas (showsAreas).
 bool wholeShowsAreas(const Path &path, const Coverage &coverage, double lambda);
