@@ -57,7 +57,9 @@ enum class Meeting {
 class Joiner
 {
 public:
-    Joiner(std::vector<const Outline *> s, Meeting m) : strokes(std::move(s)), meeting(m)
+    // Strokes of different runs are not joined.
+    Joiner(std::vector<const Outline *> s, std::vector<int> r, Meeting m)
+        : strokes(std::move(s)), runs(std::move(r)), meeting(m)
     {
         partner.assign(2 * strokes.size(), kNone);
         findPartners();
@@ -82,7 +84,7 @@ public:
 private:
     void findPartners()
     {
-        using Place = std::tuple<QString, int, QRgb, double, double>;
+        using Place = std::tuple<QString, int, QRgb, int, double, double>;
         std::map<Place, std::vector<End>> ends;
         for (End end = 0; end < partner.size(); ++end) {
             const Outline &stroke = *strokes[strokeOf(end)];
@@ -92,8 +94,8 @@ private:
             const Point p = end % 2 == 0 ? path.start() : path.end();
             if (!std::isfinite(p.x) || !std::isfinite(p.y))
                 continue;
-            ends[Place(layerName(stroke), stroke.pen, stroke.colour, std::round(p.x * kGrid),
-                       std::round(p.y * kGrid))]
+            ends[Place(layerName(stroke), stroke.pen, stroke.colour, runs[strokeOf(end)],
+                       std::round(p.x * kGrid), std::round(p.y * kGrid))]
                 .push_back(end);
         }
         for (const auto &node : ends) {
@@ -150,6 +152,7 @@ private:
     }
 
     const std::vector<const Outline *> strokes;
+    const std::vector<int> runs;
     const Meeting meeting;
     std::vector<End> partner; // the end in the same point, of every end
 };
@@ -169,20 +172,27 @@ std::vector<StrokePath> longestPaths(const Drawing &drawing)
         if (outline.pen >= 0 && !outline.shape.pieces().empty())
             strokes.push_back(&outline);
     }
-    return Joiner(std::move(strokes), Meeting::TwoAlone).join();
+    std::vector<int> runs(strokes.size(), 0);
+    return Joiner(std::move(strokes), std::move(runs), Meeting::TwoAlone).join();
 }
 
 std::optional<Drawing> withCorners(const Drawing &drawing)
 {
+    // What is painted between two strokes in another colour may lie between them.
     std::vector<const Outline *> strokes;
+    std::vector<int> runs;
+    int run = 0;
     for (const Outline &outline : drawing.outlines) {
-        if (outline.pen >= 0 && !outline.shape.pieces().empty() && hasFlatEnds(drawing, outline))
-            strokes.push_back(&outline);
+        run += &outline != &drawing.outlines.front() && outline.colour != (&outline)[-1].colour;
+        if (outline.pen < 0 || outline.shape.pieces().empty() || !hasFlatEnds(drawing, outline))
+            continue;
+        strokes.push_back(&outline);
+        runs.push_back(run);
     }
     const std::size_t count = strokes.size();
     if (count < 2)
         return {};
-    const std::vector<StrokePath> paths = Joiner(strokes, Meeting::Corner).join();
+    const std::vector<StrokePath> paths = Joiner(strokes, std::move(runs), Meeting::Corner).join();
     if (paths.size() == count)
         return {};
     Drawing joined = drawing;

@@ -24,7 +24,8 @@ std::vector<StrokePath> longestPaths(const Drawing &drawing);
 // The drawing for painters, which leave a notch in a corner where two strokes with flat ends meet:
 // such strokes of one layer, colour and pen, drawn throughout, are one path there, with a mitre.
 // Where more than two meet, these are the two beside the widest gap, if that is over half a turn;
-// the others' ends lie within their ink. Nothing where there is no such corner.
+// the others' ends lie within their ink. Strokes that something of another colour is painted
+// between stay apart. Nothing where there is no such corner.
 std::optional<Drawing> withCorners(const Drawing &drawing);
 
 } // namespace ztrace

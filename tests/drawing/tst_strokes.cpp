@@ -397,6 +397,19 @@ private slots:
         QCOMPARE(svgOf(drawing).count("<path"), isInk ? strokes + 1 : strokes);
     }
 
+    void strokesOverAnotherColourStayOverIt()
+    {
+        Pen pen;
+        pen.roundEnds = false;
+        Drawing drawing = sheet({ lineBetween(Point(5, 5), Point(30, 5)),
+                                  lineBetween(Point(20, 0), Point(20, 25)),
+                                  lineBetween(Point(30, 5), Point(10, 20)) },
+                                pen);
+        QVERIFY(withCorners(drawing).has_value());
+        drawing.outlines[1].colour = qRgb(255, 0, 0);
+        QVERIFY(!withCorners(drawing).has_value());
+    }
+
     // What is cut out of an area is so after strokes before it have become one.
     void holesAreCountedAnewAtCorners()
     {
