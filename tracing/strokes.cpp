@@ -16,6 +16,7 @@
 #include "strokes/strokes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace ztrace {
@@ -161,6 +162,48 @@ void append(Drawing part, Drawing *drawing)
     }
 }
 
+// The ink of every cell of solids, 1 and more; 0 elsewhere. Where strokes run beside them solids
+// reach under these, whose ink is not theirs: what no three cells square of one ink lie on takes
+// the ink of what is around it.
+strokes::Plane inksOf(const strokes::Plane &solids, const PenInks &inks)
+{
+    strokes::Plane own(solids.width, solids.height);
+    for (std::size_t cell = 0; cell < own.cells.size(); ++cell) {
+        if (solids.cells[cell] != 0)
+            own.cells[cell] = uint8_t(1 + inks.at(solids.middleOf(uint32_t(cell))));
+    }
+    const auto at = [&solids](const strokes::Plane &plane, int x, int y) {
+        const bool isIn = x >= 0 && y >= 0 && x < solids.width && y < solids.height;
+        return isIn ? plane.cells[plane.cellOf(x, y)] : uint8_t(0);
+    };
+    strokes::Plane wide(solids.width, solids.height);
+    for (int y = 1; y + 1 < solids.height; ++y) {
+        for (int x = 1; x + 1 < solids.width; ++x) {
+            const uint8_t ink = own.cells[own.cellOf(x, y)];
+            bool isSame = ink != 0;
+            for (int k = 0; isSame && k < 9; ++k)
+                isSame = at(own, x + k % 3 - 1, y + k / 3 - 1) == ink;
+            for (int k = 0; isSame && k < 9; ++k)
+                wide.cells[wide.cellOf(x + k % 3 - 1, y + k / 3 - 1)] = ink;
+        }
+    }
+    strokes::Plane settled = own;
+    for (int y = 0; y < solids.height; ++y) {
+        for (int x = 0; x < solids.width; ++x) {
+            const uint32_t cell = own.cellOf(x, y);
+            if (own.cells[cell] == 0 || wide.cells[cell] != 0)
+                continue;
+            std::array<int, 256> counts = {};
+            for (int k = 0; k < 25; ++k)
+                ++counts[at(wide, x + k % 5 - 2, y + k / 5 - 2)];
+            const auto most = std::max_element(counts.begin() + 1, counts.end());
+            if (*most > 0)
+                settled.cells[cell] = uint8_t(most - counts.begin());
+        }
+    }
+    return settled;
+}
+
 // The solid parts of every ink.
 void addSolids(const strokes::Plane &solids, const SolidPage &page, const char *layer,
                Drawing *drawing)
@@ -172,12 +215,12 @@ void addSolids(const strokes::Plane &solids, const SolidPage &page, const char *
         append(drawingOfSolids(solids, page, page.ink.inkColour, layer), drawing);
         return;
     }
+    const strokes::Plane all = inksOf(solids, inks);
     for (std::size_t k = 0; k < inks.all().size(); ++k) {
-        strokes::Plane own = solids;
+        strokes::Plane own(solids.width, solids.height);
         bool any = false;
         for (std::size_t cell = 0; cell < own.cells.size(); ++cell) {
-            if (own.cells[cell] != 0)
-                own.cells[cell] = inks.at(own.middleOf(uint32_t(cell))) == k ? own.cells[cell] : 0;
+            own.cells[cell] = all.cells[cell] == k + 1 ? 1 : 0;
             any = any || own.cells[cell] != 0;
         }
         if (any)
