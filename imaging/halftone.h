@@ -9,7 +9,7 @@
 namespace ztrace {
 
 // How much the squares of a picture repeat themselves a few pixels on, from -1 to 1: the median of
-// at most 36 squares of 40 pixels a side that are not plain. A screen of dots or lines reaches 0.8
+// at most 36 squares of 40 pixels a side that are not plain. A screen of dots or lines reaches 0.5
 // and more. 0 with fewer than 10 such squares.
 double repetitionOf(const GreyPicture &picture);
 

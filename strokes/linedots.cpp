@@ -58,7 +58,7 @@ const double kLeastFilled = 0.8;
 
 // Pixels that the middles of a disc's pixels may lie beside its edge, and the ink that may be
 // farther out, in pixels and in parts of the disc: steps of one bit have .3 and less of a pixel,
-// corners of a square of 8 pixels .8, of 12 pixels .025.
+// corners of squares from 9 pixels on more than both. Of smaller squares pixels do not tell.
 const double kBesideDisc = 0.7;
 const double kLeastCorners = 0.7;
 const double kMostCorners = 0.012;

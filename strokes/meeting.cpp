@@ -21,8 +21,7 @@ const double kCrossingOfLines = 0.03; // the same of two lines, which may meet f
 const double kFarthestMeeting = 120;  // pixels from a joint that lines meet, where ink leads there
 const double kFarthestCorner = 24;    // pixels and widths apart that two ends of a corner are
 // A line that touches an arc does so at the foot of its centre, unless the arc is no true tangent:
-// part of the way from there to the break of their cross-sections. Steps of
-// black and white tell nothing about the break.
+// part of the way from there to the break of their cross-sections, of which steps tell nothing.
 const double kBreakPart = 0.5;
 const double kTouchError = 0.25; // pixels that circles in greys miss each other by where they touch
 const double kSquare = 0.5;      // sine of the least angle at which an end is put on a line

@@ -223,6 +223,24 @@ void givePens(StrokeDrawing *drawing)
     drawing->pens = std::move(pens.widths);
 }
 
+// Of what was drawn at first: few strokes of a pen whose others are areas now keep it.
+void dropUnusedPens(StrokeDrawing *drawing)
+{
+    std::vector<int> placeOf(drawing->pens.size(), -1);
+    for (const Stroke &stroke : drawing->strokes)
+        placeOf[std::size_t(stroke.pen)] = 0;
+    std::vector<double> pens;
+    for (std::size_t k = 0; k < placeOf.size(); ++k) {
+        if (placeOf[k] < 0)
+            continue;
+        placeOf[k] = int(pens.size());
+        pens.push_back(drawing->pens[k]);
+    }
+    for (Stroke &stroke : drawing->strokes)
+        stroke.pen = placeOf[std::size_t(stroke.pen)];
+    drawing->pens = std::move(pens);
+}
+
 } // namespace
 
 bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDrawing *drawing)
@@ -316,10 +334,11 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     const InkToExplain explained
         = { skeleton.distance, coverage, page.isNoisy, page.isNoisy && !options.hard,
             !page.isNoisy && !options.hard };
+    givePens(drawing);
     outlineLetters(page, tones, explained, drawing);
     const Plane solid
         = page.isNoisy ? Plane() : dropStrokesOverPaper(skeleton.distance, coverage, drawing);
-    givePens(drawing);
+    dropUnusedPens(drawing);
     takeLeftovers(explained, solid, drawing);
     if (!options.hard && !drawing->letters.cells.empty())
         drawing->letterGrey = std::move(page.evenGrey);

@@ -67,6 +67,7 @@ private slots:
     void lettersOfTwoPensAreOutlined();
     void clearLettersStayStrokes();
     void smallLettersAreOutlined();
+    void whatIsLeftOfAPenKeepsIt();
     void filledMarksAreSolids_data();
     void filledMarksAreSolids();
     void shortThickLinesAreStrokes();
@@ -244,6 +245,22 @@ void tst_Leftovers::smallLettersAreOutlined()
     QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
     for (int k = 0; k < 6; ++k)
         QCOMPARE(int(drawing.letters.cells[drawing.letters.cellOf(60 + 14 * k, 155)]), 1);
+}
+
+// Most of a thin pen is lettering that becomes areas; a short line of it, on a thick one, is left.
+void tst_Leftovers::whatIsLeftOfAPenKeepsIt()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 14 * k;
+        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
+        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
+    }
+    sheet.line({ 300, 84.3 }, { 300, 97 }, 1.2);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
+    QCOMPARE(drawing.pens.size(), std::size_t(2));
+    QVERIFY(drawing.pens[0] < 2.0 && drawing.pens[1] > 2.5);
 }
 
 // Marks wider than the lines and not much wider than the widest pen.
