@@ -64,7 +64,8 @@ const double kScannedMark = 8.0;
 // together with the drawing's lines.
 const int kLargestLetter = 64;
 const int kLongestWord = 256;
-// Of its own size, that it is beside others of its row, and pixels that a full stop has.
+// Of its own size, that it is beside others of its row, how often its neighbours' are asked in
+// turn, which takes in six letters to either side, and pixels that a full stop has.
 const double kBesideLetter = 1.0;
 const int kPasses = 6;
 const int kLeastPoint = 4;

@@ -26,6 +26,31 @@ Sheet pageOfLines()
     return sheet;
 }
 
+// With letters twelve pixels high, of a fine pen.
+Sheet pageOfSmallLetters()
+{
+    Sheet sheet = pageOfLines();
+    for (int k = 0; k < 6; ++k) {
+        const double x = 60 + 14 * k;
+        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
+        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
+    }
+    return sheet;
+}
+
+Stroke letterStroke(Point from, Point to, double width)
+{
+    Stroke stroke;
+    stroke.piece.kind = ztrace::fit::Kind::Line;
+    stroke.piece.start = from;
+    stroke.piece.end = to;
+    stroke.width = width;
+    stroke.role = Role::Text;
+    stroke.samples.resize(1);
+    stroke.samples[0].centre = 0.5 * (from + to);
+    return stroke;
+}
+
 // Ink as dark as a part of the paper's lightness.
 void draw(std::vector<uint8_t> *grey, int width, int left, int top, int right, int bottom, int tone)
 {
@@ -164,17 +189,8 @@ void tst_Leftovers::unclearLettersAreOutlined()
     const Coverage coverage(picture, 0, 255);
     for (std::size_t strokes : { 2u, 3u }) {
         StrokeDrawing drawing;
-        for (std::size_t k = 0; k < strokes; ++k) {
-            Stroke stroke;
-            stroke.piece.kind = ztrace::fit::Kind::Line;
-            stroke.piece.start = ends[k][0];
-            stroke.piece.end = ends[k][1];
-            stroke.width = 3;
-            stroke.role = Role::Text;
-            stroke.samples.resize(1);
-            stroke.samples[0].centre = 0.5 * (ends[k][0] + ends[k][1]);
-            drawing.strokes.push_back(stroke);
-        }
+        for (std::size_t k = 0; k < strokes; ++k)
+            drawing.strokes.push_back(letterStroke(ends[k][0], ends[k][1], 3));
         outlineUnclearLetters({ plane, coverage }, &drawing);
         QVERIFY(!drawing.letters.cells.empty()); // the full stop
         QVERIFY(drawing.letters.cells[plane.cellOf(46, 39)] != 0);
@@ -200,17 +216,8 @@ void tst_Leftovers::lettersOfTwoPensAreOutlined()
     const Coverage coverage(picture, 0, 255);
     for (double width : { 3.0, 4.2 }) {
         StrokeDrawing drawing;
-        for (const auto &line : ends) {
-            Stroke stroke;
-            stroke.piece.kind = ztrace::fit::Kind::Line;
-            stroke.piece.start = line[0];
-            stroke.piece.end = line[1];
-            stroke.width = drawing.strokes.empty() ? 3.0 : width;
-            stroke.role = Role::Text;
-            stroke.samples.resize(1);
-            stroke.samples[0].centre = 0.5 * (line[0] + line[1]);
-            drawing.strokes.push_back(stroke);
-        }
+        drawing.strokes = { letterStroke(ends[0][0], ends[0][1], 3),
+                            letterStroke(ends[1][0], ends[1][1], width) };
         outlineUnclearLetters({ plane, coverage, false, false, true }, &drawing);
         QCOMPARE(drawing.strokes.size(), std::size_t(width > 4.0 ? 0 : 2));
         QCOMPARE(drawing.letters.cells.empty(), width < 4.0);
@@ -232,15 +239,9 @@ void tst_Leftovers::clearLettersStayStrokes()
     QCOMPARE(int(letters), 18);
 }
 
-// Twelve pixels high, of a fine pen.
 void tst_Leftovers::smallLettersAreOutlined()
 {
-    Sheet sheet = pageOfLines();
-    for (int k = 0; k < 6; ++k) {
-        const double x = 60 + 14 * k;
-        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
-        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
-    }
+    Sheet sheet = pageOfSmallLetters();
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(drawing.strokes.size() == 5, listOf(drawing).c_str());
     for (int k = 0; k < 6; ++k)
@@ -250,12 +251,7 @@ void tst_Leftovers::smallLettersAreOutlined()
 // Most of a thin pen is lettering that becomes areas; a short line of it, on a thick one, is left.
 void tst_Leftovers::whatIsLeftOfAPenKeepsIt()
 {
-    Sheet sheet = pageOfLines();
-    for (int k = 0; k < 6; ++k) {
-        const double x = 60 + 14 * k;
-        sheet.line({ x, 150 }, { x, 162 }, 1.2).line({ x, 156 }, { x + 7, 156 }, 1.2);
-        sheet.line({ x + 7, 150 }, { x + 7, 162 }, 1.2);
-    }
+    Sheet sheet = pageOfSmallLetters();
     sheet.line({ 300, 84.3 }, { 300, 97 }, 1.2);
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(drawing.strokes.size() == 6, listOf(drawing).c_str());
