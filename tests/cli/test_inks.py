@@ -63,6 +63,24 @@ class Inks(OptionsTest):
         solids = [o["color"] for o in json.loads(self.read("c.json"))["outlines"] if o["layer"] == "SOLID"]
         self.assertEqual(solids, ["#ff0000"])
 
+    def test_what_reaches_under_another_ink_is_not_of_it(self):
+        """Wedges of red and blue on a black line: no slivers of black are left over beside them."""
+        def pixel(x, y):
+            black = any(abs(y - middle) <= 1 for middle in (20, 40, 60, 290, 300)) or abs(y - 150) <= 2
+            if black and 10 <= x < 490:
+                return BLACK
+            for k in range(6):
+                if 152 <= y < 175 and abs(x - 50 - 70 * k) <= 10 * (175 - y) / 23:
+                    return RED
+                if 120 <= y <= 148 and abs(x - 55 - 70 * k) <= 15 * (y - 120) / 28:
+                    return BLUE
+            return WHITE
+        self.write("e.png", png(500, 320, pixel))
+        self.run_program("e.png", "--strokes", "-o", "e.json")
+        areas = [o["color"] for o in json.loads(self.read("e.json"))["outlines"] if "pen" not in o]
+        self.assertEqual(areas.count("#000000"), 0)
+        self.assertGreaterEqual(len(areas), 6)
+
     def test_what_is_written_is_read_again(self):
         """Solid parts of two inks, one with a hole: their boundaries are counted through the drawing."""
         def pixel(x, y):
