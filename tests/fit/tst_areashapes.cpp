@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <random>
 
 using namespace ztrace::fit;
 
@@ -71,6 +72,7 @@ private slots:
     void holesAsWell();
     void otherFormsStay();
     void outlinesGoRoundAsMuch();
+    void noiseHasSizes();
 };
 
 void tst_AreaShapes::dashesAreNoDiscs_data()
@@ -168,6 +170,30 @@ void tst_AreaShapes::outlinesGoRoundAsMuch()
         rounded.pieces[0].radius = 0.3 * size;
         for (const Piece &piece : outlineOf(rounded.pieces[0]).pieces)
             QVERIFY(distanceTo(rounded.pieces[0], pointAt(piece, 0.5)) < 1e-6);
+    }
+}
+
+// Steps towards what there is not may lead to sizes below nothing.
+void tst_AreaShapes::noiseHasSizes()
+{
+    std::mt19937 random(3);
+    const auto part = [&random] { return double(random()) / 4294967296.0; };
+    for (int round = 0; round < 3000; ++round) {
+        Coverage coverage = coverageOf(closedPath(rectangle(1, 1, 0)).pieces);
+        std::fill(coverage.right.begin(), coverage.right.end(), 0.0);
+        const int cells = 1 + round % 4;
+        for (int k = 0; k < cells; ++k) {
+            const int x = 11 + int(3 * part());
+            const int y = 11 + int(3 * part());
+            coverage.right[std::size_t(y * kSide + x)] = part() * part();
+        }
+        const Path loop = closedPath(rectangle(0.5 + 3 * part(), 0.5 + 2 * part(), 90 * part()));
+        const std::optional<Path> shape = smallShape(loop, coverage, kLambda);
+        if (!shape)
+            continue;
+        const Piece &piece = shape->pieces.front();
+        QVERIFY(piece.half[0] > 0 && piece.half[1] > 0);
+        QVERIFY(std::isfinite(piece.centre.x) && std::isfinite(piece.centre.y));
     }
 }
 
