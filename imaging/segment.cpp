@@ -33,8 +33,9 @@ LabelOfWord labelOf(QRgb word, const std::vector<QRgb> &colours, NearestColour *
     return { label, colours[label] == word };
 }
 
-// Labels where they are clear; the other pixels are unlabelled, and returned from the top.
-std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, NearestColour *nearest,
+// Labels where they are known or clear; the other pixels are unlabelled, and returned from the top.
+std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges,
+                                 const std::vector<uint16_t> &known, NearestColour *nearest,
                                  LabelPlane *plane)
 {
     std::vector<uint32_t> waiting;
@@ -52,7 +53,9 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
             for (x = nextSet(marks, x, end); x < end; x = nextSet(marks, x + 1, end)) {
                 const bool isThin
                     = (marks[x] & (EdgeMap::kDrawn | EdgeMap::kRule)) == EdgeMap::kDrawn;
-                if (run.exact && !isThin)
+                const bool isKnown
+                    = !known.empty() && known[before + std::size_t(x)] != kUnlabelled;
+                if ((run.exact && !isThin) || isKnown)
                     continue;
                 labels[static_cast<std::size_t>(x)] = kUnlabelled;
                 waiting.push_back(static_cast<uint32_t>(before + static_cast<std::size_t>(x)));
@@ -60,12 +63,17 @@ std::vector<uint32_t> labelAreas(const QImage &image, const EdgeMap &edges, Near
         }
         plane->labels.insert(plane->labels.end(), labels.begin(), labels.end());
     }
+    for (std::size_t k = 0; k < known.size(); ++k) {
+        if (known[k] != kUnlabelled)
+            plane->labels[k] = known[k];
+    }
     return waiting;
 }
 
 } // namespace
 
-LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours)
+LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb> &colours,
+                      const std::vector<uint16_t> &known)
 {
     LabelPlane plane;
     plane.width = image.width();
@@ -74,7 +82,7 @@ LabelPlane reduceFlat(const QImage &image, EdgeMap edges, const std::vector<QRgb
     plane.labels.reserve(static_cast<std::size_t>(plane.width)
                          * static_cast<std::size_t>(plane.height));
     NearestColour nearest(colours);
-    std::vector<uint32_t> waiting = labelAreas(image, edges, &nearest, &plane);
+    std::vector<uint32_t> waiting = labelAreas(image, edges, known, &nearest, &plane);
     waiting = labelStrokes(image, std::move(waiting), &edges, &plane);
     spreadLabels(image, std::move(waiting), &nearest, &edges, &plane);
     return plane;

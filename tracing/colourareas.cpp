@@ -12,6 +12,7 @@
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
 #include "imaging/localink.h"
+#include "imaging/labelwindow.h"
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
 #include "imaging/ramps.h"
@@ -19,6 +20,7 @@
 #include "imaging/shaded.h"
 #include "imaging/shadedalpha.h"
 #include "imaging/softshadows.h"
+#include "imaging/unexplained.h"
 #include "imaging/upsample.h"
 
 #include <algorithm>
@@ -36,12 +38,34 @@ const int kShareOfShadows = 8;            // one in so many colours, at least, i
 const double kTranslucent = 0.02; // of the pixels; fewer are soft rims, without much side by side
 const int kFringe = 48;           // colourDistance of a fringe to the area that it belongs to
 
+// What no flat colour explains is areas that pay, as elsewhere; the pixels beside choose again.
+void labelShading(const QImage &picture, int colours, LabelPlane *plane)
+{
+    const std::vector<Explained> explained = unexplainedBy(*plane, picture);
+    const int left = colours - int(plane->colours.size());
+    if (explained.empty() || left < 1)
+        return;
+    std::vector<uint8_t> shading;
+    shading.reserve(explained.size());
+    for (Explained pixel : explained)
+        shading.push_back(pixel == Explained::Not ? 1 : 0);
+    putMarked(reduceShaded(onlyMarked(picture, shading, 1), left, kUsualPriceOfEdge), shading,
+              plane);
+    for (std::size_t k = 0; k < explained.size(); ++k) {
+        if (explained[k] == Explained::Beside)
+            plane->labels[k] = kUnlabelled;
+    }
+    *plane = reduceFlat(picture, EdgeMap(picture), plane->colours, plane->labels);
+}
+
 LabelPlane segmentDrawing(const QImage &picture, int colours, Stages *stages)
 {
     EdgeMap edges(picture);
     const std::vector<QRgb> palette = flatPalette(picture, edges, colours);
     stages->end("palette");
-    return reduceFlat(picture, std::move(edges), palette);
+    LabelPlane plane = reduceFlat(picture, std::move(edges), palette);
+    labelShading(picture, colours, &plane);
+    return plane;
 }
 
 // Of so many colours, what photographs get at least: a quarter, or half where they are large.

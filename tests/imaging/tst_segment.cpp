@@ -103,6 +103,23 @@ private slots:
             QVERIFY(label < 2);
     }
 
+    // The column between would go to the nearer side, red; known, it stays, and so does a red pixel
+    // that is known to be blue.
+    void knownLabelsStay()
+    {
+        const QImage image = softEdge(kRed, kBlue, 0xFFC02040u);
+        const std::vector<QRgb> palette = { kRed, kBlue };
+        const LabelPlane free = reduceFlat(image, EdgeMap(image), palette);
+        const std::size_t soft = 10;
+        QCOMPARE(free.labels[soft], uint16_t(0));
+        std::vector<uint16_t> known(free.labels.size(), kUnlabelled);
+        known[0] = 1;
+        known[soft] = 1;
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), palette, known);
+        for (std::size_t k = 0; k < known.size(); ++k)
+            QCOMPARE(plane.labels[k], k == 0 || k == soft ? uint16_t(1) : free.labels[k]);
+    }
+
     // A green line over a grey one on white: mixtures of green and white come near to the grey,
     // which has nothing of them.
     void mixturesGoToOneOfTheirColours()

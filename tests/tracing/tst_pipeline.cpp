@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 
 using namespace ztrace;
@@ -323,6 +324,22 @@ private slots:
         QVERIFY(shapes(200, Geometry::Fit::FairUnlessDense));
         QVERIFY(shapes(600, Geometry::Fit::Fair));
         QVERIFY(!shapes(64, Geometry::Fit::Engine));
+    }
+
+    // A cheek of 24 pixels beside flat art, in bends too steep to be calm, with black beside it.
+    void steepShadingHasColoursOfItsOwn()
+    {
+        QImage image = nested({ kWhite, kBlack, kWhite }, 96, 12);
+        const auto shade
+            = [](int x, int y) { return 150 + int(70 * std::sin(0.45 * x + 0.3 * y)); };
+        for (int y = 36; y < 60; ++y) {
+            for (int x = 36; x < 60; ++x)
+                image.setPixel(x, y, qRgb(shade(x, y), shade(x, y) - 20, 60));
+        }
+        int most = 0;
+        for (QRgb colour : coloursOf(traceImage(image, flatPlan(64)).drawing))
+            most += qBlue(colour) > 30 && qBlue(colour) < 90 ? 1 : 0;
+        QVERIFY2(most > 4, qPrintable(QString::number(most)));
     }
 
     void onePixelIsAnOutline()
