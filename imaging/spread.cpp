@@ -74,7 +74,12 @@ class Spread
 public:
     Spread(const QImage &source, NearestColour *nearestColour, EdgeMap *edgeMap, LabelPlane *target)
         : image(source), nearest(nearestColour), edges(edgeMap), plane(target)
-    { }
+    {
+        for (std::size_t k = 0; k < plane->colours.size(); ++k) {
+            if (qAlpha(plane->colours[k]) == 0)
+                clearLabels.push_back(uint16_t(k));
+        }
+    }
 
     // Pixels of one ring do not see each other.
     void run(std::vector<uint32_t> waiting)
@@ -145,6 +150,8 @@ private:
         const LabelWindow window(*plane, *edges, x, y);
         const uint64_t ofLines = window.marked(EdgeMap::kOfLine | EdgeMap::kFlank);
         uint64_t left = window.labelled() & window.admitted();
+        for (std::size_t k = 0; qAlpha(word) == 255 && k < clearLabels.size(); ++k)
+            left &= ~window.pixelsOf(clearLabels[k]);
         const auto choiceAt = [&](uint64_t set) -> Choice {
             const int bit = __builtin_ctzll(set);
             return { window.labelAt(bit), (ofLines >> bit & 1) != 0 };
@@ -295,7 +302,8 @@ private:
     NearestColour *nearest;
     EdgeMap *edges;
     LabelPlane *plane;
-    std::vector<Choice> found; // for one pixel
+    std::vector<uint16_t> clearLabels; // for no opaque pixel
+    std::vector<Choice> found;         // for one pixel
 };
 
 } // namespace

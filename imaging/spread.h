@@ -23,7 +23,8 @@ const std::size_t kMostColoursOfPlane = 65534; // so that no label is that
 // one ring of pixels at a time: every pixel takes the most similar of the labels within two pixels,
 // so that both sides of a soft edge are in the choice, and of several the lowest. Labels of thin
 // lines (EdgeMap::kOfLine, which spreads with them) go no farther than to pixels that no other
-// colour is more similar to. Pixels that no label reaches get the one most similar to them.
+// colour is more similar to, and what is clear to no opaque pixel. Pixels that no label reaches get
+// the one most similar to them.
 //
 // image    ARGB32, of the plane's size; edges are its own
 // nearest  of the plane's colours

@@ -120,6 +120,24 @@ private slots:
             QCOMPARE(plane.labels[k], k == 0 || k == soft ? uint16_t(1) : free.labels[k]);
     }
 
+    // A strip that no other label reaches.
+    void opaquePixelsAreNotClear()
+    {
+        const QRgb rust = 0xFFB55D23u, clear = 0u, brown = 0xFF49230Cu;
+        QImage image(40, 12, QImage::Format_ARGB32);
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                image.setPixel(x, y, x < 10 ? brown : x > 20 && x < 23 ? rust : clear);
+        }
+        const LabelPlane plane = reduceFlat(image, EdgeMap(image), { brown, clear });
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const bool isOpaque = qAlpha(image.pixel(x, y)) == 255;
+                QCOMPARE(int(plane.labels[std::size_t(40 * y + x)]), isOpaque ? 0 : 1);
+            }
+        }
+    }
+
     // A green line over a grey one on white: mixtures of green and white come near to the grey,
     // which has nothing of them.
     void mixturesGoToOneOfTheirColours()
