@@ -15,6 +15,7 @@
 #include "imaging/labelwindow.h"
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
+#include "imaging/pixelart.h"
 #include "imaging/ramps.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
@@ -199,6 +200,15 @@ void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &col
         isMark);
 }
 
+void mergeSmall(const QImage &image, const Geometry &geometry, const std::vector<QRgb> &colours,
+                Runs *runs)
+{
+    if (geometry.marks && geometry.leastBorder > 0.0)
+        mergeBeside(image, geometry.leastBorder, colours, runs);
+    else
+        mergeBelow(geometry.leastBorder, geometry.fringes, colours, runs);
+}
+
 // A grid of its own is kept where its geometry is set directly.
 int upsamplingOf(const QImage &picture, const LabelPlane &plane, const Geometry &geometry,
                  TraceReport *report)
@@ -286,6 +296,24 @@ void moveAside(Runs *runs)
     *runs = std::move(copy);
 }
 
+// Labels of what was set pixel by pixel, where nothing else was asked for; none else.
+LabelPlane pixelArtOf(const TracePlan &plan, const QImage &image)
+{
+    const Flat *flat = std::get_if<Flat>(&plan.segmentation);
+    const bool isPlain = flat && flat->palette.empty() && plan.geometry.marks;
+    return isPlain ? labelPixelArt(image, flat->colours) : LabelPlane();
+}
+
+// What flat colours are not to be chosen from goes.
+void prepareFlat(const TracePlan &plan, QImage *image)
+{
+    if (const Flat *flat = std::get_if<Flat>(&plan.segmentation)) {
+        removeFringes(image); // before the ground of a letter on a ramp gets another colour
+        if (flat->palette.empty())
+            evenCheckers(image);
+    }
+}
+
 } // namespace
 
 Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
@@ -294,12 +322,11 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     const Geometry &geometry = plan.geometry;
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
-    if (const Flat *drawn = std::get_if<Flat>(&plan.segmentation)) {
-        removeFringes(&image); // before the ground of a letter on a ramp gets another colour
-        if (drawn->palette.empty())
-            evenCheckers(&image);
-    }
-    Ramps ramps = takeRamps(plan, &image);
+    LabelPlane art = pixelArtOf(plan, image);
+    const bool isPixelArt = !art.labels.empty();
+    if (!isPixelArt)
+        prepareFlat(plan, &image);
+    Ramps ramps = isPixelArt ? Ramps() : takeRamps(plan, &image);
     if (plan.gradients)
         stages->end("gradients");
 
@@ -310,8 +337,9 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     if (flat && geometry.fit != Geometry::Fit::Engine)
         segmented.edges = edgesOf(image);
     segmented.edges.hard = !flat; // the areas of a blend have no edges in the picture
-    LabelPlane plane
-        = flat ? segmentFlat(image, *flat, stages) : segmentBlend(&image, *blend, stages);
+    LabelPlane plane = isPixelArt ? std::move(art)
+        : flat                    ? segmentFlat(image, *flat, stages)
+                                  : segmentBlend(&image, *blend, stages);
 
     const std::size_t firstRamp = labelRamps(image, ramps, &plane);
     if (flat && !ramps.areas.empty()) {
@@ -321,17 +349,15 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     }
     if (plane.colours.size() == firstRamp)
         ramps.areas.clear(); // there was no room for them
-    if (flat)
+    if (flat && !isPixelArt)
         partLocalInk(firstRamp, &plane);
     ramps.ofPixel = std::vector<uint16_t>();
     ramps.mixtures = std::vector<RampMixture>();
 
     stages->begin("joining areas");
     Runs runs = runsOf(plane);
-    if (geometry.marks && geometry.leastBorder > 0.0)
-        mergeBeside(image, geometry.leastBorder, plane.colours, &runs);
-    else
-        mergeBelow(geometry.leastBorder, geometry.fringes, plane.colours, &runs);
+    if (!isPixelArt) // there no area is too small
+        mergeSmall(image, geometry, plane.colours, &runs);
     const bool shapes
         = flat ? geometry.fit != Geometry::Fit::Engine : hasShapes(geometry, plane.colours, runs);
     segmented.fit = shapes ? Geometry::Fit::Fair : Geometry::Fit::Engine;

@@ -7,6 +7,7 @@
 #include "imaging/failure.h"
 #include "imaging/ink.h"
 #include "imaging/paper.h"
+#include "imaging/pixelart.h"
 #include "imaging/scan.h"
 #include "imaging/segment.h"
 #include "inkhues.h"
@@ -311,6 +312,13 @@ QImage turned(const QImage &image, double degrees)
     return result;
 }
 
+// Small, in two tones: every pixel counts.
+bool isPixelArt(const CleanPage &clean)
+{
+    return clean.page.width() <= kMostPixelsOfPixelArt / std::max(1, clean.page.height())
+        && clean.tones.lightnesses() <= 2;
+}
+
 // Areas for true shapes; false where the engine is to outline them.
 bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
                 Segmented *segmented)
@@ -325,8 +333,9 @@ bool takeShapes(Threshold threshold, const Geometry &geometry, CleanPage *page,
     if (geometry.fit == Geometry::Fit::FairUnlessDense
         && cracksOf(runs) > Geometry::kMostQuickCracks)
         return false;
+    const double leastBorder = geometry.marks && isPixelArt(clean) ? 0.0 : geometry.leastBorder;
     mergeSpecks(
-        geometry.leastBorder,
+        leastBorder,
         [&](const SmallArea &speck) {
             return thin && geometry.marks && isDot(clean.page, clean.threshold, speck);
         },

@@ -342,6 +342,31 @@ private slots:
         QVERIFY2(most > 4, qPrintable(QString::number(most)));
     }
 
+    // A stripe of two pixels, and an eye of one, in colours and in ink; not where small areas are
+    // asked to go.
+    void pixelsOfSmallPicturesStay()
+    {
+        QImage flag(3, 2, QImage::Format_ARGB32);
+        QImage face = nested({ kWhite, kBlack }, 9, 2);
+        face.setPixel(4, 4, kWhite);
+        for (int y = 0; y < 2; ++y) {
+            flag.setPixel(0, y, kBlue);
+            flag.setPixel(1, y, kWhite);
+            flag.setPixel(2, y, kRed);
+        }
+        TracePlan colours = flatPlan(64);
+        TracePlan ink = inkPlan();
+        for (TracePlan *plan : { &colours, &ink }) {
+            plan->geometry.fit = Geometry::Fit::Fair;
+            plan->geometry.marks = true;
+        }
+        QCOMPARE(coloursOf(traceImage(flag, colours).drawing),
+                 std::vector<QRgb>({ kBlue, kWhite, kRed }));
+        QCOMPARE(int(traceImage(face, ink).drawing.outlines.size()), 3);
+        ink.geometry.marks = false;
+        QCOMPARE(int(traceImage(face, ink).drawing.outlines.size()), 2);
+    }
+
     void onePixelIsAnOutline()
     {
         QImage image(1, 1, QImage::Format_ARGB32);
