@@ -4,6 +4,10 @@
 #include <algorithm>
 #include <cstring>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace ztrace {
 
 namespace {
@@ -53,6 +57,15 @@ const uint8_t *BorderRows::next()
 
 int nextSetBeyond(const uint8_t *bytes, int x, int width)
 {
+#ifdef __SSE2__
+    for (; x + 16 <= width; x += 16) {
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + x));
+        const unsigned clear
+            = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(next, _mm_setzero_si128())));
+        if (clear != 0xFFFFu)
+            return x + __builtin_ctz(~clear);
+    }
+#else
     const int kAtOnce = 8;
     uint64_t word = 0;
     for (; x + kAtOnce <= width; x += kAtOnce) {
@@ -60,6 +73,7 @@ int nextSetBeyond(const uint8_t *bytes, int x, int width)
         if (word != 0)
             break;
     }
+#endif
     while (x < width && bytes[x] == 0)
         ++x;
     return x;

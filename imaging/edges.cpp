@@ -190,6 +190,7 @@ EdgeMap::EdgeMap(const QImage &image)
 {
     markEdges(image);
     markRidges(image);
+    markLines();
     markRules(image);
 }
 
@@ -222,6 +223,17 @@ void EdgeMap::markRidges(const QImage &image)
     }
 }
 
+void EdgeMap::markLines()
+{
+    for (const RidgePixel &ridge : found) {
+        const int y = int(ridge.pixel / uint32_t(width));
+        const int x = int(ridge.pixel % uint32_t(width));
+        uint8_t &mark = row(y)[x];
+        if ((mark & kDrawn) != 0 && crowdAt(x, y, 1) <= kMostInLine)
+            mark |= kLine;
+    }
+}
+
 // A straight run of one colour is that colour, however thin: soft edges change along a stroke.
 void EdgeMap::markRules(const QImage &image)
 {
@@ -251,11 +263,6 @@ void EdgeMap::markRules(const QImage &image)
                 row(y - k)[x] |= kRule;
         }
     }
-}
-
-bool EdgeMap::isLine(int x, int y) const
-{
-    return (row(y)[x] & kDrawn) != 0 && crowdAt(x, y, 1) <= kMostInLine;
 }
 
 void EdgeMap::findCalm(int y, std::vector<uint8_t> *calm) const

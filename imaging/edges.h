@@ -23,6 +23,7 @@ public:
     static const uint8_t kRule = 8;    // a drawn ridge in a long straight run of its very colour
     static const uint8_t kOfLine = 16; // for the use of reduceFlat: of a stroke's core
     static const uint8_t kFlank = 32;  // the same: beside a stroke's core
+    static const uint8_t kLine = 64;   // isLine
 
     // Of an ARGB32 image, which is not kept.
     explicit EdgeMap(const QImage &image);
@@ -31,7 +32,7 @@ public:
     uint8_t *row(int y) { return marks.data() + offset(y); }
 
     // A drawn ridge with few others around it, and one that is surrounded by others.
-    bool isLine(int x, int y) const;
+    bool isLine(int x, int y) const { return (row(y)[x] & kLine) != 0; }
     bool isTexture(int x, int y) const;
 
     // An edge at which there is a ridge, and the word beside it. Letters and rules have few
@@ -65,6 +66,7 @@ private:
     }
     void markEdges(const QImage &image);
     void markRidges(const QImage &image);
+    void markLines();
     void markRules(const QImage &image);
     int crowdAt(int x, int y, int reach) const;
 

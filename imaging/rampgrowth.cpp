@@ -62,11 +62,12 @@ private:
     // The middle of three by three tiles on one plane.
     bool isSeed(std::size_t tile) const
     {
+        if (!tiles.tiles[tile].smooth || isFlat(tiles.tiles[tile]) || tried[tile])
+            return false;
         const std::size_t columns = std::size_t(tiles.columns);
         const std::size_t x = tile % columns;
         const std::size_t y = tile / columns;
-        if (isFlat(tiles.tiles[tile]) || tried[tile] || x == 0 || y == 0 || x + 1 >= columns
-            || y + 1 >= std::size_t(tiles.rows))
+        if (x == 0 || y == 0 || x + 1 >= columns || y + 1 >= std::size_t(tiles.rows))
             return false;
         const std::array<std::size_t, 9> nine = around(tile);
         return std::all_of(nine.begin(), nine.end(),

@@ -9,9 +9,10 @@ namespace ztrace {
 
 namespace {
 
-const int kRidgeReach = 3;        // pixels to either side
-const int kSlope = 2;             // pixels that a soft edge goes on for
-const double kClearLength = 40.0; // length of a difference
+const int kRidgeReach = 3;                 // pixels to either side
+const int kSlope = 2;                      // pixels that a soft edge goes on for
+const int kFarAway = kRidgeReach + kSlope; // pixels that are looked at on either side, at most
+const double kClearLength = 40.0;          // length of a difference
 // Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
 // rim are lines; with 4 fewer lines of icons are.
 const int kAlongRim = 3;
@@ -30,16 +31,20 @@ const double kWrongWay = 1000.0;
 // Whether the length of the difference is above kClearLength. Between opaque colours the sum of the
 // channels' differences is at least the length and at most 1.74 times as much, so that it decides
 // most cases alone; the others are whole numbers.
-bool differs(QRgb a, QRgb b)
+bool differsIn(QRgb a, QRgb b)
 {
-    if (a == b)
-        return false;
     if (qAlpha(a & b) == 255) {
         const int sum = hueDistance(a, b);
         return sum >= 70
             || (sum > 40 && square(difference(opaque(a), opaque(b))) > kClearLength * kClearLength);
     }
     return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
+}
+
+// Most words that are compared are equal: so much is told without a call.
+inline bool differs(QRgb a, QRgb b)
+{
+    return a != b && differsIn(a, b);
 }
 
 // What it costs to suppose that a pixel so far from a colour is a dilution of it. How far it is
@@ -50,7 +55,7 @@ double costOfDilution(double distance)
 }
 
 // Steps to the first pixel that differs from one, at most `most`; 0 when there is none.
-int stepsTo(const QRgb *middle, std::ptrdiff_t step, int most)
+inline int stepsTo(const QRgb *middle, std::ptrdiff_t step, int most)
 {
     const QRgb own = *middle;
     for (int i = 1; i <= most; ++i) {
@@ -67,8 +72,11 @@ template<typename Colour>
 bool isOpposite(const Colour &a, const Colour &b)
 {
     const double kOpposite = 0.97;
-    const double along = product(a, b);
-    return along < 0.0 && along * along > kOpposite * kOpposite * square(a) * square(b);
+    const auto product = ztrace::product(a, b);
+    if (product >= 0)
+        return false;
+    const double along = product;
+    return along * along > kOpposite * kOpposite * square(a) * square(b);
 }
 
 } // namespace
@@ -156,6 +164,23 @@ bool RidgeFinder::onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside
     return !isFainter(*inner.middle, inner.word);
 }
 
+// Of a pixel that is so far from the rim that no side of it comes to an end.
+bool RidgeFinder::amid(const QRgb *middle, std::ptrdiff_t step, QRgb *beside)
+{
+    const int after = stepsTo(middle, step, kRidgeReach);
+    if (after == 0)
+        return false;
+    const int before = stepsTo(middle, -step, std::min(kRidgeReach, kRidgeReach + 1 - after));
+    return before != 0 && isBetween({ middle, step, kFarAway, kFarAway }, after, before, beside);
+}
+
+bool RidgeFinder::isBetween(const Line &line, int after, int before, QRgb *beside)
+{
+    bool isOfKind = qAlpha(*line.middle) == 255;
+    const bool found = isOfKind && between<OpaqueKind>(line, after, before, beside, &isOfKind);
+    return isOfKind ? found : between<VisibleKind>(line, after, before, beside, &isOfKind);
+}
+
 bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)
 {
     const int after = stepsTo(line.middle, line.step, std::min(kRidgeReach, line.after));
@@ -172,9 +197,7 @@ bool RidgeFinder::across(const Line &line, const Line &along, QRgb *beside)
     if (before == 0)
         return line.before + after <= kRidgeReach
             && onRim({ line.middle, line.step, line.after, after }, along, beside);
-    bool isOfKind = qAlpha(*line.middle) == 255;
-    const bool found = isOfKind && between<OpaqueKind>(line, after, before, beside, &isOfKind);
-    return isOfKind ? found : between<VisibleKind>(line, after, before, beside, &isOfKind);
+    return isBetween(line, after, before, beside);
 }
 
 // With so many steps to what differs on either side. `isOfKind` becomes false, and the result is of
@@ -201,10 +224,17 @@ bool RidgeFinder::find(int x, int y, QRgb *beside) const
 {
     const QRgb *middle = first + y * stride + x;
     QRgb ofColumn = 0;
-    const Line ofRow = { middle, 1, x, width - 1 - x };
-    const Line down = { middle, stride, y, height - 1 - y };
-    const bool inRow = across(ofRow, down, beside);
-    const bool inColumn = across(down, ofRow, &ofColumn);
+    bool inRow = false;
+    bool inColumn = false;
+    if (x >= kFarAway && y >= kFarAway && x + kFarAway < width && y + kFarAway < height) {
+        inRow = amid(middle, 1, beside);
+        inColumn = amid(middle, stride, &ofColumn);
+    } else {
+        const Line ofRow = { middle, 1, x, width - 1 - x };
+        const Line down = { middle, stride, y, height - 1 - y };
+        inRow = across(ofRow, down, beside);
+        inColumn = across(down, ofRow, &ofColumn);
+    }
     if (!inRow || !inColumn) {
         *beside = inColumn ? ofColumn : *beside;
         return inRow || inColumn;

@@ -41,7 +41,9 @@ private:
     template<typename Kind>
     struct Side;
 
+    static bool amid(const QRgb *middle, std::ptrdiff_t step, QRgb *beside);
     static bool across(const Line &line, const Line &along, QRgb *beside);
+    static bool isBetween(const Line &line, int after, int before, QRgb *beside);
     template<typename Kind>
     static bool between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind);
     static bool onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside);

@@ -58,6 +58,40 @@ bool isSide(const QImage &image, uint32_t pixel, const Ridge &ridge)
         : isSideOf<VisibleKind>(image, pixel, ridge);
 }
 
+#ifdef __SSE2__
+float leastOfFour(__m128 four)
+{
+    const __m128 two = _mm_min_ps(four, _mm_movehl_ps(four, four));
+    return std::min(_mm_cvtss_f32(two), _mm_cvtss_f32(_mm_shuffle_ps(two, two, 1)));
+}
+#endif
+
+// The least of a[k], or the largest number if there is none. All are finite.
+float leastOf(const float *a, std::size_t count)
+{
+    float least = std::numeric_limits<float>::max();
+    std::size_t k = 0;
+#ifdef __SSE2__
+    __m128 four = _mm_set1_ps(least);
+    for (; k + 4 <= count; k += 4)
+        four = _mm_min_ps(four, _mm_loadu_ps(a + k));
+    least = leastOfFour(four);
+#endif
+    for (; k < count; ++k)
+        least = std::min(least, a[k]);
+    return least;
+}
+
+// The place of the least, the first of several. To keep it on the way would make every step wait.
+uint16_t placeOfLeast(const float *a, std::size_t count)
+{
+    const float least = leastOf(a, count);
+    std::size_t k = 0;
+    while (k + 1 < count && a[k] != least)
+        ++k;
+    return uint16_t(k);
+}
+
 struct Core
 {
     uint32_t pixel;
@@ -86,9 +120,7 @@ public:
         const int row = isExplained ? int(best.size()) : -1;
         slot = { key, row };
         if (isExplained)
-            best.push_back(
-                uint16_t(std::min_element(values.begin() + std::ptrdiff_t(place), values.end())
-                         - values.begin() - std::ptrdiff_t(place)));
+            best.push_back(placeOfLeast(values.data() + place, width));
         else
             values.resize(place);
         if (++used * 2 > table.size())
@@ -164,30 +196,6 @@ struct Stretch
     uint32_t judged = 0;           // when nothing could be saved by uniting it
     std::vector<Contact> contacts; // may be absorbed or repeated until they are tidied
 };
-
-#ifdef __SSE2__
-float leastOfFour(__m128 four)
-{
-    const __m128 two = _mm_min_ps(four, _mm_movehl_ps(four, four));
-    return std::min(_mm_cvtss_f32(two), _mm_cvtss_f32(_mm_shuffle_ps(two, two, 1)));
-}
-#endif
-
-// The least of a[k], or the largest number if there is none. All are finite.
-float leastOf(const float *a, std::size_t count)
-{
-    float least = std::numeric_limits<float>::max();
-    std::size_t k = 0;
-#ifdef __SSE2__
-    __m128 four = _mm_set1_ps(least);
-    for (; k + 4 <= count; k += 4)
-        four = _mm_min_ps(four, _mm_loadu_ps(a + k));
-    least = leastOfFour(four);
-#endif
-    for (; k < count; ++k)
-        least = std::min(least, a[k]);
-    return least;
-}
 
 // The same of a[k] + b[k].
 float leastOfSums(const float *a, const float *b, std::size_t count)
@@ -358,8 +366,7 @@ private:
         for (Stretch &stretch : stretches) {
             if (!stretch.costs)
                 continue;
-            stretch.label
-                = uint16_t(std::min_element(stretch.costs, stretch.costs + labels) - stretch.costs);
+            stretch.label = placeOfLeast(stretch.costs, labels);
             rank(&stretch);
         }
     }

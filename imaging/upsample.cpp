@@ -398,6 +398,11 @@ public:
 private:
     void copy(const uint16_t *from, uint16_t *to) const
     {
+        if (factor == 2) { // the usual one: no call for four bytes
+            std::copy_n(from, 2, to);
+            std::copy_n(from + stride, 2, to + stride);
+            return;
+        }
         for (std::size_t j = 0; j < factor; ++j)
             std::copy_n(from + j * stride, factor, to + j * stride);
     }

@@ -71,13 +71,13 @@ inline OpaqueColour difference(const OpaqueColour &a, const OpaqueColour &b)
 }
 
 // Of differences.
-inline double product(const OpaqueColour &a, const OpaqueColour &b)
+inline int product(const OpaqueColour &a, const OpaqueColour &b)
 {
     const __m128i pairs = _mm_madd_epi16(a.channels, b.channels);
     return _mm_cvtsi128_si32(pairs) + _mm_cvtsi128_si32(_mm_srli_si128(pairs, 4));
 }
 
-inline double square(const OpaqueColour &a)
+inline int square(const OpaqueColour &a)
 {
     return product(a, a);
 }
@@ -131,13 +131,20 @@ inline bool isRootAboveRoot(double square, double other)
         || (square > other && std::sqrt(square) > std::sqrt(other));
 }
 
+// Whole numbers below 2^18, whose roots differ by far more than they are rounded by.
+inline bool isRootAboveRoot(int square, int other)
+{
+    return square > other;
+}
+
 // Whether the cosine of the angle between two differences is above `cosine`, which is positive.
 template<typename Colour>
 bool isAligned(const Colour &a, const Colour &b, double cosine)
 {
-    const double along = product(a, b);
-    if (along <= 0.0)
+    const auto product = ztrace::product(a, b);
+    if (product <= 0)
         return false;
+    const double along = product;
     const double squares = cosine * cosine * square(a) * square(b);
     if (along * along > squares * (1.0 + kMargin))
         return true;

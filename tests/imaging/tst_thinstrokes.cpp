@@ -277,6 +277,24 @@ private slots:
         QVERIFY(explained > 100);
     }
 
+    // However many colours there are: they are compared four at a time, the odd last ones alone.
+    void ofLabelsThatCostTheSameTheFirstIsTaken()
+    {
+        const QRgb kRed = 0xFFDC1414u;
+        const QImage image = stroke(kRed, { 1.0, 0.8 });
+        const EdgeMap edges(image);
+        for (std::size_t before = 0; before < 9; ++before) {
+            std::vector<QRgb> palette = { kPaper, kBlack, kGrey };
+            for (std::size_t k = 0; k < before; ++k)
+                palette.push_back(qRgb(0, 40 + 20 * int(k), 255));
+            const std::size_t first = palette.size();
+            palette.insert(palette.end(), { kRed, kRed, kRed });
+            const LabelPlane plane = reduceFlat(image, edges, palette);
+            for (std::size_t x = 12; x < 88; ++x)
+                QCOMPARE(std::size_t(plane.labels[20 * 100 + x]), first);
+        }
+    }
+
     void twoColoursStayTwo()
     {
         QImage image = stroke(kBlack, { 1.0, 0.8 });
