@@ -88,7 +88,7 @@ void measureWalk(Points *points)
     points->length.reserve(static_cast<std::size_t>(n + 1));
     points->length.push_back(0.0);
     for (int i = 1; i < n + (points->closed ? 1 : 0); ++i) {
-        const Point step = points->at(i % n) - points->at(i - 1);
+        const Point step = points->at(i < n ? i : 0) - points->at(i - 1);
         points->length.push_back(points->length.back() + std::sqrt(dot(step, step)));
     }
 }

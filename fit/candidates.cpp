@@ -47,24 +47,44 @@ const double kFarthest = 0.35;
 const double kFarthestSigmas = 4;
 const int kLookedAt = 64;
 
+const double kAngleRounding = 1e-9; // radians
+
+// Bounds of the angle of a sine and a cosine, from 0 to a full turn, that are given times
+// `lengths`: t - t^3/3 < atan t < t - t^3/3 + t^5/5, with t of half the angle to the nearer end of
+// the axis.
+struct AngleBounds
+{
+    double least;
+    double most;
+
+    AngleBounds(double sine, double cosine, double lengths)
+    {
+        const double t = std::fabs(sine) / (lengths + std::fabs(cosine));
+        const double low = 2 * t * (1 - t * t / 3);
+        const double high = low + 0.4 * t * t * t * t * t;
+        const double end = cosine >= 0 ? (sine >= 0 ? 0 : 2 * kPi) : kPi;
+        const bool onwards = (cosine >= 0) == (sine >= 0);
+        least = onwards ? end + low : end - high;
+        most = onwards ? end + high : end - low;
+    }
+};
+
 // Whether the way round a circle is about as long as the walk, like goesAhead, and at most
 // `largest` radians. The angle is that of the given sine and cosine times `lengths`.
 bool goesRound(double sine, double cosine, double lengths, double radius, double walk,
                double largest)
 {
     const double room = 0.3 * walk + 1.5;
-    if (sine >= 0 && cosine >= 0 && largest >= kPi / 2) {
-        // Up to a quarter turn two bounds of the arc's length decide nearly always:
-        // t - t^3/3 < atan t < t - t^3/3 + t^5/5.
-        const double t = sine / (lengths + cosine);
-        const double least = 2 * radius * t * (1 - t * t / 3);
-        const double most = least + 0.4 * radius * t * t * t * t * t;
-        const double rounding = 1e-9 * (1 + walk);
-        if (least - walk > rounding - room && most - walk < room - rounding)
-            return true;
-        if (most - walk < -room - rounding || least - walk > room + rounding)
-            return false;
-    }
+    // Two bounds decide nearly always.
+    const AngleBounds angle(sine, cosine, lengths);
+    const double rounding = 1e-9 * (1 + walk);
+    const double least = radius * angle.least - walk;
+    const double most = radius * angle.most - walk;
+    if (angle.least > largest + kAngleRounding || most < -room - rounding
+        || least > room + rounding)
+        return false;
+    if (angle.most < largest - kAngleRounding && least > rounding - room && most < room - rounding)
+        return true;
     double sweep = std::atan2(sine, cosine);
     sweep = sweep < 0 ? sweep + 2 * kPi : sweep;
     return sweep <= largest && std::fabs(radius * sweep - walk) <= room;
@@ -129,7 +149,16 @@ SpanPair spansOf(const Table &table, int first, int last, double most)
 {
     SpanMeter meter(table);
     meter.measure(first, &last, &most, &most, 1);
-    return meter.pairOf(0);
+    SpanPair pair = {};
+    if (const Span *line = meter.lineOf(0)) {
+        pair.hasLine = true;
+        pair.line = *line;
+    }
+    if (const Span *arc = meter.arcOf(0, meter.arcMisfitOf(0), most)) {
+        pair.hasArc = true;
+        pair.arc = *arc;
+    }
+    return pair;
 }
 
 void SpanMeter::measure(int first, const int *last, const double *most, const double *mostOfLine,
@@ -167,20 +196,27 @@ void SpanMeter::measure(int first, const int *last, const double *most, const do
         kernels.measureCircles(&lanes);
 }
 
-const SpanPair &SpanMeter::pairOf(int k)
+const Span *SpanMeter::lineOf(int k)
 {
-    pair.lineMisfit = lineMisfits[k];
-    pair.arcMisfit = kAnyCost;
-    pair.hasLine = ahead[k] && lineMisfits[k] + table.numbers(table.prices.line) <= mostsOfLines[k];
-    if (pair.hasLine)
-        completeLine(k);
-    pair.hasArc = mayBeArc[k] && lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0;
-    if (pair.hasArc)
-        completeArc(k);
-    return pair;
+    const bool isCheap
+        = lineMisfits[k] + table.numbers(table.prices.line) <= mostsOfLines[k] && ahead[k];
+    return isCheap && completeLine(k) ? &line : nullptr;
 }
 
-void SpanMeter::completeLine(int k)
+double SpanMeter::arcMisfitOf(int k) const
+{
+    if (!mayBeArc[k] || !(lanes.radius[k] < kLargestRadius && lanes.radius[k] > 0))
+        return kAnyCost;
+    return table.judgement.misfit(lanes.root[k] * lanes.sums[kSumW][k], ends[k] - begin);
+}
+
+const Span *SpanMeter::arcOf(int k, double misfit, double most)
+{
+    const bool isCheap = misfit < kAnyCost && misfit + table.numbers(table.prices.arc) <= most;
+    return isCheap && completeArc(k, misfit) ? &arc : nullptr;
+}
+
+bool SpanMeter::completeLine(int k)
 {
     const Points &points = table.points;
     Point along = { lanes.alongX[k], lanes.alongY[k] };
@@ -188,7 +224,6 @@ void SpanMeter::completeLine(int k)
         along = { 1, 0 }; // all points coincide
     if (dot(along, points.at(ends[k] - 1) - points.at(begin)) < 0)
         along = -1.0 * along;
-    Span &line = pair.line;
     line.first = begin;
     line.last = ends[k];
     line.smooth = false;
@@ -196,15 +231,15 @@ void SpanMeter::completeLine(int k)
     line.primitive = { false, { lanes.mx[k] + origins[k].x, lanes.my[k] + origins[k].y },
                        along, 0,
                        0,     lanes.least[k] * lanes.sums[kSumW][k] };
-    pair.hasLine = ends[k] - begin <= 3 || staysNear(line);
+    return ends[k] - begin <= 3 || staysNear(line);
 }
 
-void SpanMeter::completeArc(int k)
+bool SpanMeter::completeArc(int k, double misfit)
 {
-    Span &arc = pair.arc;
     arc.first = begin;
     arc.last = ends[k];
     arc.smooth = false;
+    arc.misfit = misfit;
     Primitive &circle = arc.primitive;
     circle.arc = true;
     circle.point = { lanes.centreX[k] + lanes.mx[k] + origins[k].x,
@@ -212,9 +247,7 @@ void SpanMeter::completeArc(int k)
     circle.direction = { 1, 0 };
     circle.radius = lanes.radius[k];
     circle.chi2 = lanes.root[k] * lanes.sums[kSumW][k];
-    arc.misfit = pair.arcMisfit = table.judgement.misfit(circle.chi2, ends[k] - begin);
-    pair.hasArc = pair.arcMisfit + table.numbers(table.prices.arc) <= mosts[k]
-        && isArcOf(table, begin, ends[k], &circle) && staysNear(arc);
+    return isArcOf(table, begin, ends[k], &circle) && staysNear(arc);
 }
 
 // Whether no point lies farther off than noise, or the steps of a staircase, take it. The misfit is

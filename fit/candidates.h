@@ -60,8 +60,6 @@ struct SpanPair
 {
     bool hasLine;
     bool hasArc;
-    double lineMisfit;
-    double arcMisfit;
     Span line; // void unless hasLine
     Span arc;
 };
@@ -78,12 +76,17 @@ public:
     // what it may as a line, which is not more.
     void measure(int first, const int *last, const double *most, const double *mostOfLine,
                  int count);
-    // Of span k, 0 <= k < count; valid until the next call.
-    const SpanPair &pairOf(int k);
+    // Of span k, 0 <= k < count, valid until the next call: the line, null where there is none;
+    // misfits, which are those of all lines and circles, kAnyCost where no arc is in question; and
+    // the arc of that misfit, null where there is none or it costs more than `most`.
+    const Span *lineOf(int k);
+    double lineMisfitOf(int k) const { return lineMisfits[k]; }
+    double arcMisfitOf(int k) const;
+    const Span *arcOf(int k, double misfit, double most);
 
 private:
-    void completeLine(int k);
-    void completeArc(int k);
+    bool completeLine(int k);
+    bool completeArc(int k, double misfit);
     bool staysNear(const Span &span) const;
 
     const Table &table;
@@ -97,7 +100,8 @@ private:
     bool ahead[kSpanLanes]; // may be lines
     double lineMisfits[kSpanLanes];
     bool mayBeArc[kSpanLanes];
-    SpanPair pair;
+    Span line;
+    Span arc;
 };
 
 SpanEnd startOf(const Points &points, const Span &span);

@@ -162,7 +162,7 @@ private:
         for (int i = 1; i <= steps; ++i) {
             Point place, change;
             curve.at(static_cast<double>(i) / steps, &place, &change);
-            length += std::hypot(place.x - before.x, place.y - before.y);
+            length += std::sqrt(dot(place - before, place - before));
             before = place;
         }
         return length < 1.1 * table.points.walk(first, last - 1) + 2;

@@ -147,7 +147,8 @@ private:
             if (count > 0)
                 meter.measure(first, last, most, mostOfLine, count);
             for (int lane = 0; lane < count; ++lane) {
-                failures = enterPair(first, last[lane], lane) ? 0 : failures + 1;
+                failures
+                    = enterPair(first, last[lane], lane, before, most[lane]) ? 0 : failures + 1;
                 if (failures >= kFailures)
                     return;
             }
@@ -155,18 +156,26 @@ private:
         }
     }
 
-    // False where neither kind can win.
-    bool enterPair(int first, int last, int lane)
+    // A measured span to which the cheapest way is that of `before`, for `most` in all. False where
+    // neither kind can win.
+    bool enterPair(int first, int last, int lane, double before, double most)
     {
         const double hopeless = reach.mayCut() && last - first > 3
             ? kHopelessPerPoint * (last - first) + table.numbers(kHopelessNumbers)
             : kAnyCost;
-        const SpanPair &pair = meter.pairOf(lane);
-        if (pair.hasLine && pair.lineMisfit <= hopeless)
-            enter(pair.line);
-        if (pair.hasArc && pair.arcMisfit <= hopeless)
-            enter(pair.arc);
-        return std::min(pair.lineMisfit, pair.arcMisfit) <= hopeless;
+        const double lineMisfit = meter.lineMisfitOf(lane);
+        const double arcMisfit = meter.arcMisfitOf(lane);
+        if (lineMisfit <= hopeless) {
+            if (const Span *line = meter.lineOf(lane))
+                enter(*line);
+        }
+        if (arcMisfit <= hopeless) {
+            // The line may be what an arc has to beat.
+            const double toStay = best[static_cast<std::size_t>(last)] + slack - before;
+            if (const Span *arc = meter.arcOf(lane, arcMisfit, std::min(toStay, most)))
+                enter(*arc);
+        }
+        return std::min(lineMisfit, arcMisfit) <= hopeless;
     }
 
     // The cheapest way to a break from which a span may begin at `first`, joint not counted.

@@ -38,6 +38,7 @@ public:
         const Reach &reach;
         const int first;
         int step;          // lattice: between the ends of spans of this length
+        int doubled;       // lattice: length from which on it is twice that
         int end;           // the next one may be this
         std::size_t place; // of the next break in `corners`
         int lastGroup = 0; // refinement: that spans from here may end in

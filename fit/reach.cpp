@@ -95,8 +95,8 @@ int flattestBreak(const Points &points)
             least = sum;
             best = i;
         }
-        sum += turn[static_cast<std::size_t>((i + reach) % n)]
-            - turn[static_cast<std::size_t>(i - reach)];
+        const int next = i + reach < n ? i + reach : i + reach - n;
+        sum += turn[static_cast<std::size_t>(next)] - turn[static_cast<std::size_t>(i - reach)];
     }
     return n > 0 ? best % n : 0;
 }
@@ -171,7 +171,7 @@ Reach Reach::refinement(const Table &table, const std::vector<Span> &spans, int 
 }
 
 Reach::Ends::Ends(const Reach &r, int f)
-    : reach(r), first(f), step(r.fineStep), end(f + 1), place(0),
+    : reach(r), first(f), step(r.fineStep), doubled(kFineLength), end(f + 1), place(0),
       isCorner(!r.isCorner.empty() && r.isCorner[static_cast<std::size_t>(f)] != 0)
 {
     const bool isPlaced = isCorner || (reach.kind == Kind::Lattice && (first & (step - 1)) == 0);
@@ -199,8 +199,10 @@ bool Reach::Ends::nextOfLattice(int *result)
 {
     if (end > reach.size)
         return false;
-    while (end - first >= kFineLength / reach.fineStep * step)
+    while (end - first >= doubled) {
         step *= 2;
+        doubled *= 2;
+    }
     if (!isCorner && (first & (step - 1)) != 0)
         return false;
     const int aligned = (end + step - 1) & -step;

@@ -267,7 +267,8 @@ private:
         const int reach = std::min(kDirectionReach, n / 4);
         std::complex<double> sum = 0;
         for (int i = 0; i < n; ++i) {
-            const Point chord = points.at((i + reach) % n) - points.at((i - reach + n) % n);
+            const Point chord = points.at(i + reach < n ? i + reach : i + reach - n)
+                - points.at(i < reach ? i - reach + n : i - reach);
             const std::complex<double> z(chord.x, chord.y);
             const double square = std::norm(z);
             if (square > 0)

@@ -78,7 +78,24 @@ public:
         return distanceTo(piece, q) <= most;
     }
 
+    // pointAt(piece, t).
+    fit::Point at(double t)
+    {
+        if (piece.kind != fit::Kind::Arc || piece.bulge == 0)
+            return pointAt(piece, t);
+        const double angle = ofArc().startAngle + t * ofArc().sweep;
+        return shape.centre + shape.radius * fit::Point { std::cos(angle), std::sin(angle) };
+    }
+
 private:
+    const fit::ArcShape &ofArc()
+    {
+        if (!hasShape)
+            shape = arcShape(piece);
+        hasShape = true;
+        return shape;
+    }
+
     bool isCurved() const
     {
         return piece.kind == fit::Kind::Ellipse || piece.kind == fit::Kind::Quadratic
@@ -104,10 +121,7 @@ private:
     // Beside the arc by the signs of two products; beyond its ends it is they that are near.
     bool isWithinOfArc(fit::Point q, double most)
     {
-        if (!hasShape)
-            shape = arcShape(piece);
-        hasShape = true;
-        const fit::Point d = q - shape.centre;
+        const fit::Point d = q - ofArc().centre;
         const double side = shape.sweep < 0 ? -1 : 1;
         const bool afterStart = side * cross(piece.start - shape.centre, d) >= 0;
         const bool beforeEnd = side * cross(d, piece.end - shape.centre) >= 0;
@@ -138,17 +152,20 @@ fit::Point pointOf(const ChainPoints &points, bool closed, int k)
     return { points.x[std::size_t(i)], points.y[std::size_t(i)] };
 }
 
-// Whether a place is within `most` pixels of the line through the points that a piece explains, the
-// ones beside it included.
-bool isBeside(fit::Point p, const ChainPoints &points, bool closed, const fit::Piece &piece,
-              double most)
+// Whether a place some way along a piece is within `most` pixels of the line through the points
+// that it explains, the ones beside it included. It begins with the points that are as far along.
+bool isBeside(fit::Point p, double part, const ChainPoints &points, bool closed,
+              const fit::Piece &piece, double most)
 {
-    fit::Point before = pointOf(points, closed, piece.first - 2);
-    for (int k = piece.first - 2; k < piece.first + piece.count + 1; ++k) {
-        const fit::Point after = pointOf(points, closed, k + 1);
-        if (toSegment(p, before, after) <= most)
+    const int begin = piece.first - 2;
+    const int end = piece.first + piece.count + 1;
+    const auto isNear = [&](int k) {
+        return toSegment(p, pointOf(points, closed, k), pointOf(points, closed, k + 1)) <= most;
+    };
+    const int middle = std::min(end - 1, piece.first + int(part * piece.count));
+    for (int k = middle, i = middle - 1; k < end || i >= begin; ++k, --i) {
+        if ((k < end && isNear(k)) || (i >= begin && isNear(i)))
             return true;
-        before = after;
     }
     return false;
 }
@@ -178,8 +195,8 @@ Meeting missedBy(const std::vector<fit::Piece> &pieces, std::size_t number,
         missed.add(double(k) / piece.count, double(k + 1) / piece.count);
     }
     for (int sample = 1; sample < kSamples; ++sample) {
-        const fit::Point p = pointAt(piece, double(sample) / kSamples);
-        if (!isBeside(p, points, closed, piece, far + kTip))
+        const double part = double(sample) / kSamples;
+        if (!isBeside((*probes)[number].at(part), part, points, closed, piece, far + kTip))
             return all;
     }
     return missed;

@@ -39,6 +39,15 @@ void insert(const ChainPoints &points, std::size_t at, ChainPoints *into)
                        points.crack.end());
 }
 
+// Its memory stays: most cracks are followed by one that is a point.
+void clear(ChainPoints *points)
+{
+    points->x.clear();
+    points->y.clear();
+    points->sigma.clear();
+    points->crack.clear();
+}
+
 } // namespace
 
 // Towards the left side, not of unit length.
@@ -311,7 +320,7 @@ ChainPoints SoftEdges::softPoints(uint32_t chain, const Side &side, bool everywh
             if (dot(gap, gap) > kWidestGap * kWidestGap)
                 insert(skipped, before, &points);
         }
-        skipped = ChainPoints();
+        clear(&skipped);
     };
     uint32_t number = 0;
     forEachMove(map, referenceTo(chain, false), [&](int x, int y, Heading h, int length) {

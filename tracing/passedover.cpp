@@ -4,6 +4,7 @@
 #include "cellgrid.h"
 #include "crossings.h"
 #include "turnedover.h"
+#include "workers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,10 @@ namespace {
 const uint32_t kNoChain = uint32_t(-1);
 const double kLongPiece = 16; // pixels
 const double kInside = 0.05;  // of a chord: its ends are other chords' as well
+// Chains that a thread takes at a time, and that a further thread is worth: some 3 microseconds
+// each.
+const std::size_t kChainsAtOnce = 64;
+const std::size_t kChainsAThread = 256;
 
 // A small ring, and a place on what it was fitted with.
 struct Hole
@@ -106,17 +111,14 @@ public:
         }
     }
 
-    void addPairs(std::vector<std::pair<uint32_t, uint32_t>> *pairs)
+    void addPairs(unsigned threads, std::vector<std::pair<uint32_t, uint32_t>> *pairs)
     {
         if (holes.empty())
             return;
         grid.fill(holes.size(), [this](std::size_t k) {
             return Strip { holes[k].place, holes[k].place, kFarFromRim };
         });
-        for (uint32_t chain = 0; chain < paths.size(); ++chain) {
-            for (uint32_t piece = 0; piece < paths[chain].pieces.size(); ++piece)
-                findNear(chain, piece);
-        }
+        findAllNear(threads);
         std::sort(near.begin(), near.end());
         near.erase(std::unique(near.begin(), near.end()), near.end());
         for (std::size_t begin = 0; begin < near.size();) {
@@ -160,30 +162,54 @@ private:
             : map.chains[loop].right;
     }
 
+    void findAllNear(unsigned threads)
+    {
+        std::vector<std::vector<NearPiece>> found(1 + paths.size() / kChainsAtOnce);
+        const std::size_t most = 1 + paths.size() / kChainsAThread;
+        forEachOnThreads(found.size(), unsigned(std::min<std::size_t>(threads, most)),
+                         [&](std::size_t part) {
+                             const std::size_t begin = part * kChainsAtOnce;
+                             const std::size_t end = std::min(begin + kChainsAtOnce, paths.size());
+                             for (std::size_t chain = begin; chain < end; ++chain)
+                                 findNear(uint32_t(chain), &found[part]);
+                         });
+        for (const std::vector<NearPiece> &part : found)
+            near.insert(near.end(), part.begin(), part.end());
+    }
+
+    void findNear(uint32_t chain, std::vector<NearPiece> *found) const
+    {
+        std::vector<double> places;
+        for (uint32_t piece = 0; piece < paths[chain].pieces.size(); ++piece)
+            findNear(chain, piece, &places, found);
+    }
+
     // The holes of the areas beside a piece that it is near to. A long one is looked at part by
     // part: a slanted line has specks all over its box.
-    void findNear(uint32_t chain, uint32_t number)
+    void findNear(uint32_t chain, uint32_t number, std::vector<double> *places,
+                  std::vector<NearPiece> *found) const
     {
         const fit::Piece &piece = paths[chain].pieces[number];
         const fit::Box box = boxOf(piece);
         if (std::max(box.high.x - box.low.x, box.high.y - box.low.y) <= kLongPiece) {
-            findNear(box, chain, number);
+            findNear(box, chain, number, found);
             return;
         }
-        findEndsOfChords(piece, &ends);
+        findEndsOfChords(piece, places);
         fit::Point a = fit::isWhole(piece.kind) ? fit::pointAt(piece, 0) : piece.start;
-        for (double end : ends) {
+        for (double end : *places) {
             const fit::Point b = fit::pointAt(piece, end);
             const int parts = 1 + int(std::sqrt(squareOf(b - a)) / kLongPiece);
             for (int k = 0; k < parts; ++k)
                 findNear(boxOf(fit::linePiece(a + (double(k) / parts) * (b - a),
                                               a + (double(k + 1) / parts) * (b - a))),
-                         chain, number);
+                         chain, number, found);
             a = b;
         }
     }
 
-    void findNear(const fit::Box &box, uint32_t chain, uint32_t piece)
+    void findNear(const fit::Box &box, uint32_t chain, uint32_t piece,
+                  std::vector<NearPiece> *found) const
     {
         const Chain &c = map.chains[chain];
         grid.forEachNear(box, [&](uint32_t number) {
@@ -192,7 +218,7 @@ private:
                 return;
             const double square = squareTo(box, hole.place);
             if (square < kFarFromRim * kFarFromRim && !isOfRing(chain, hole.ring))
-                near.push_back({ number, square, chain, piece });
+                found->push_back({ number, square, chain, piece });
         });
     }
 
@@ -255,10 +281,10 @@ private:
 
 } // namespace
 
-void addPassedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths,
+void addPassedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths, unsigned threads,
                    std::vector<std::pair<uint32_t, uint32_t>> *pairs)
 {
-    Holes(map, paths).addPairs(pairs);
+    Holes(map, paths).addPairs(threads, pairs);
 }
 
 } // namespace ztrace

@@ -19,8 +19,9 @@ namespace ztrace {
 // does. One that is kFarFromRim from all boundaries of its area is inside, and so is one of more
 // than kMostCracksOfSmall cracks, which would have crossed them.
 //
-// `paths`  an element a chain
-void addPassedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths,
+// `paths`    an element a chain
+// `threads`  at most; the pairs are the same ones whatever their number
+void addPassedOver(const BoundaryMap &map, const std::vector<fit::Path> &paths, unsigned threads,
                    std::vector<std::pair<uint32_t, uint32_t>> *pairs);
 const double kFarFromRim = 2; // pixels: what passes a rim comes no farther beyond it
 

@@ -218,7 +218,7 @@ private:
             auto pairs = crossingsOf(paths, map.runs.width, map.runs.height, changed, mostThreads);
             addTurnedOver(map, paths, changed, &pairs);
             if (pairs.empty())
-                addPassedOver(map, paths, &pairs);
+                addPassedOver(map, paths, mostThreads, &pairs);
             changed.assign(paths.size(), 0);
             std::map<uint32_t, std::vector<uint32_t>> others;
             for (const auto &pair : pairs) {

@@ -83,6 +83,37 @@ double relative(double a, double b)
 
 } // namespace
 
+const double kRadian = 3.14159265358979323846 / 180; // of a degree
+
+// Soft points of a circle of 12 px, from angle to angle, `count` in all.
+ChainData walkRound(const std::vector<double> &angles, int count)
+{
+    ChainData data = {};
+    data.edge = Edge::Soft;
+    double length = 0;
+    for (std::size_t k = 1; k < angles.size(); ++k)
+        length += std::fabs(angles[k] - angles[k - 1]);
+    for (int i = 0; i < count; ++i) {
+        double rest = length * i / (count - 1);
+        std::size_t k = 1;
+        for (; k + 1 < angles.size() && rest > std::fabs(angles[k] - angles[k - 1]); ++k)
+            rest -= std::fabs(angles[k] - angles[k - 1]);
+        const double angle = angles[k - 1] + std::copysign(rest, angles[k] - angles[k - 1]);
+        data.x.push_back(30 + 12 * std::cos(angle));
+        data.y.push_back(40 + 12 * std::sin(angle));
+        data.sigma.push_back(kSoftSigma);
+    }
+    return data;
+}
+
+SpanPair spanOfAll(const Points &points)
+{
+    const Sums sums(points);
+    const Prices prices = svgPrices();
+    const Judgement judgement = judgementOf(points.edge);
+    return spansOf({ points, sums, prices, judgement }, 0, points.size(), kAnyCost);
+}
+
 class tst_FitProgram : public QObject
 {
     Q_OBJECT
@@ -96,6 +127,10 @@ private slots:
     void circleOfPointsOnACircle();
     void circleFarFromTheOrigin();
     void noCircleOfALine();
+    void arcsOfAnySweep_data();
+    void arcsOfAnySweep();
+    void noArcOfFewPoints();
+    void noArcOfAWalkThatTurnsBack();
     void programEqualsExhaustiveSearch_data();
     void programEqualsExhaustiveSearch();
     void latticeIsNearlyAsGood();
@@ -246,6 +281,53 @@ void tst_FitProgram::noCircleOfALine()
     const SpanPair pair = spansOf({ points, sums, prices, judgement }, 0, 30, kAnyCost);
     QVERIFY(pair.hasLine);
     QVERIFY(!pair.hasArc);
+}
+
+// Both ways round, up to the largest sweep, from anywhere.
+void tst_FitProgram::arcsOfAnySweep_data()
+{
+    QTest::addColumn<int>("turn");
+    QTest::newRow("one way") << 1;
+    QTest::newRow("the other way") << -1;
+}
+
+void tst_FitProgram::arcsOfAnySweep()
+{
+    QFETCH(int, turn);
+    for (int degrees = 20; degrees < 355; degrees += 3) {
+        const double sweep = degrees * kRadian;
+        const Points points = pointsOf(walkRound({ 0, turn * sweep }, 60).view());
+        const SpanPair pair = spanOfAll(points);
+        QVERIFY2(pair.hasArc == (sweep <= kLargestSweep), qPrintable(QString::number(degrees)));
+        if (pair.hasArc)
+            QCOMPARE(pair.arc.primitive.turn, double(turn));
+    }
+}
+
+void tst_FitProgram::noArcOfFewPoints()
+{
+    const Points points = pointsOf(walkRound({ 0, 4.5 }, 20).view());
+    const Sums sums(points);
+    const Prices prices = svgPrices();
+    const Judgement judgement = judgementOf(points.edge);
+    const Table table = { points, sums, prices, judgement };
+    SpanMeter meter(table);
+    const int last[] = { kArcPoints - 2, kArcPoints - 1, kArcPoints, 20 };
+    const double most[] = { kAnyCost, kAnyCost, kAnyCost, kAnyCost };
+    meter.measure(0, last, most, most, 4);
+    for (int lane = 0; lane < 4; ++lane) {
+        const bool isArc = meter.arcOf(lane, meter.arcMisfitOf(lane), kAnyCost) != nullptr;
+        QCOMPARE(isArc, last[lane] >= kArcPoints);
+    }
+}
+
+// The way round is much shorter than the walk, or much longer.
+void tst_FitProgram::noArcOfAWalkThatTurnsBack()
+{
+    for (double end = 0.2; end < 1.5; end += 0.2) {
+        QVERIFY(!spanOfAll(pointsOf(walkRound({ 0, 3, end }, 60).view())).hasArc);
+        QVERIFY(!spanOfAll(pointsOf(walkRound({ 0, -3, -end }, 60).view())).hasArc);
+    }
 }
 
 void tst_FitProgram::programEqualsExhaustiveSearch_data()

@@ -152,6 +152,7 @@ private slots:
     void anyNumberOfThreads();
     void loopsWithoutAnAreaMeetThemselves();
     void holesThatPassedARim();
+    void holesByAnyNumberOfThreads();
     void nodesAreNoCrossings();
     void whatTouches();
     void curvesCrossAtTheirChordsEnds();
@@ -297,6 +298,49 @@ void tst_Crossings::loopsWithoutAnAreaMeetThemselves()
     }
 }
 
+// Blocks each with a speck that all have passed the top of.
+void tst_Crossings::holesByAnyNumberOfThreads()
+{
+    const int side = 25; // blocks, one every 12 pixels
+    const int size = 12 * side + 2;
+    RunScanner scanner(size, size);
+    for (int y = 0; y < size; ++y) {
+        std::vector<uint8_t> labels(std::size_t(size), 0);
+        for (int x = 0; x < size; ++x) {
+            if (x % 12 >= 2 && y % 12 >= 2)
+                labels[std::size_t(x)] = x % 12 == 6 && y % 12 == 4 ? 2 : 1;
+        }
+        scanner.addRow(labels.data());
+    }
+    const BoundaryMap map = makeBoundaryMap(scanner.take());
+    std::vector<fit::Path> paths(map.chains.size());
+    for (std::size_t k = 0; k < paths.size(); ++k) {
+        const Chain &chain = map.chains[k];
+        if (chain.left < 0 || chain.right < 0 || chain.cracks > 40)
+            continue;
+        const bool isSpeck = chain.cracks == 4;
+        const auto inner = std::size_t(std::max(chain.left, chain.right));
+        const auto first = map.areas.list[inner].firstPixel;
+        const double x = double(first % uint32_t(size)) + (isSpeck ? 0 : 4);
+        const double y = double(first / uint32_t(size)) + (isSpeck ? 0 : 2);
+        paths[k] = isSpeck
+            ? pathOf({ { x, y }, { x + 1, y }, { x + 1, y + 1 }, { x, y + 1 }, { x, y } })
+            : pathOf({ { x - 4, y + 1.5 },
+                       { x + 6, y + 1.5 },
+                       { x + 6, y + 8 },
+                       { x - 4, y + 8 },
+                       { x - 4, y + 1.5 } });
+    }
+    Pairs alone;
+    addPassedOver(map, paths, 1, &alone);
+    QCOMPARE(alone.size(), std::size_t(side * side));
+    for (unsigned threads : { 2u, 3u, 8u }) {
+        Pairs pairs;
+        addPassedOver(map, paths, threads, &pairs);
+        QCOMPARE(pairs, alone);
+    }
+}
+
 // A speck two pixels below the top of a block, and a top that dips; what is drawn as it lies in the
 // plane is left alone, however the speck's own outline goes.
 void tst_Crossings::holesThatPassedARim()
@@ -337,7 +381,7 @@ void tst_Crossings::holesThatPassedARim()
                               { 2, 2 } });
         paths[speck] = outline;
         Pairs pairs;
-        addPassedOver(map, paths, &pairs);
+        addPassedOver(map, paths, 1, &pairs);
         return pairs;
     };
     const auto square = [&](double y) {
@@ -354,7 +398,7 @@ void tst_Crossings::holesThatPassedARim()
     paths[rim] = pathOf({ { 2, 10 }, { 18, 10 }, { 18, 18 }, { 2, 18 }, { 2, 10 } });
     paths[speck] = square(4);
     Pairs none;
-    addPassedOver(map, paths, &none);
+    addPassedOver(map, paths, 1, &none);
     QVERIFY(none.empty());
 
     // A round block and a whole rectangle, which go no way.
@@ -369,7 +413,7 @@ void tst_Crossings::holesThatPassedARim()
             for (double y : { 2.5, 10.0, 16.0, 0.2 }) {
                 paths[speck] = square(y);
                 Pairs pairs;
-                addPassedOver(turned, paths, &pairs);
+                addPassedOver(turned, paths, 1, &pairs);
                 QCOMPARE(pairs, y < 1 ? passed : Pairs());
             }
         }
