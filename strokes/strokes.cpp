@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/alikeends.h"
 #include "strokes/breaks.h"
 #include "strokes/bridges.h"
 #include "strokes/corners.h"
@@ -296,6 +297,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     meetInCutCorners(coverage, &web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
+    settleAlikeEnds(measure, &web);
     dropMitres(&web);
     settleDashes(&web);
     takeFillets(coverage, measure, &web);

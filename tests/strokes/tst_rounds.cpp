@@ -1,0 +1,133 @@
+// (c) the ztrace developers. Licence: see LICENSE.
+//
+// Where arcs end that are alike.
+#include "StrokesRig.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace ztrace::strokes;
+using ztrace::fit::Kind;
+
+namespace {
+
+const double kPi = 3.14159265358979323846;
+
+StrokeDrawing drawnFrom(const Sheet &sheet, bool hard)
+{
+    return strokesOn(sheet, hard ? Sheet::Tones::Hard : Sheet::Tones::Soft);
+}
+
+double apart(Point a, Point b)
+{
+    return std::hypot(a.x - b.x, a.y - b.y);
+}
+
+// A turn of a spring: an arc, and the lines that it joins, which cut off so many pixels of its
+// circle. `side` is -1 where it is less than half a circle, 1 where it is more.
+struct Turn
+{
+    Point centre;
+    double radius;
+    double cut;
+    double slope; // radians of its lines
+    double side;
+
+    Point end(int which, double along = 0.0) const
+    {
+        const Point u = { std::cos(slope), std::sin(slope) };
+        const Point n = { -u.y, u.x };
+        const double half = std::sqrt(2 * radius * cut - cut * cut);
+        return centre + (which == 0 ? 1.0 : -1.0) * (radius - cut) * n + (side * half + along) * u;
+    }
+
+    void draw(Sheet *sheet, double width) const
+    {
+        const Point from = end(0) - centre;
+        const Point to = end(1) - centre;
+        double sweep = std::atan2(to.y, to.x) - std::atan2(from.y, from.x);
+        sweep += sweep < 0 ? 2 * kPi : 0.0;
+        sheet->arc(centre, radius, std::atan2(from.y, from.x), sweep, width);
+        for (int which = 0; which < 2; ++which)
+            sheet->line(end(which), end(which, 190.0), width);
+    }
+};
+
+int arcsWithin(const StrokeDrawing &drawing, const Turn &turn, double within)
+{
+    int count = 0;
+    for (const Stroke &stroke : drawing.strokes) {
+        const bool forth = apart(stroke.piece.start, turn.end(0)) < within
+            && apart(stroke.piece.end, turn.end(1)) < within;
+        const bool back = apart(stroke.piece.start, turn.end(1)) < within
+            && apart(stroke.piece.end, turn.end(0)) < within;
+        count += stroke.piece.kind == Kind::Arc && (forth || back) ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace
+
+class tst_Rounds : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void turnsThatAreAlikeEndAlike_data();
+    void turnsThatAreAlikeEndAlike();
+    void anArcOfGreysTellsItsEnd_data();
+    void anArcOfGreysTellsItsEnd();
+};
+
+void tst_Rounds::turnsThatAreAlikeEndAlike_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::addColumn<double>("side");
+    QTest::addColumn<double>("cut");
+    QTest::newRow("one bit, less than half") << true << -1.0 << 0.2;
+    QTest::newRow("one bit, more than half") << true << 1.0 << 0.2;
+    QTest::newRow("one bit, tangents") << true << 1.0 << 0.0;
+    QTest::newRow("greys, less than half") << false << -1.0 << 0.2;
+    QTest::newRow("greys, more than half") << false << 1.0 << 0.2;
+    QTest::newRow("greys, tangents") << false << 1.0 << 0.0;
+}
+
+// What a line cuts off of its arc tells where they meet; of one arc noise hides it, of twelve not.
+void tst_Rounds::turnsThatAreAlikeEndAlike()
+{
+    QFETCH(bool, hard);
+    QFETCH(double, side);
+    QFETCH(double, cut);
+    Sheet sheet(300, 940);
+    std::vector<Turn> turns;
+    for (int k = 0; k < 12; ++k)
+        turns.push_back({ { 50.3 + 0.13 * k, 50.2 + 73.37 * k }, 17.3, cut, 0.21, side });
+    for (const Turn &turn : turns)
+        turn.draw(&sheet, 6.0);
+    const StrokeDrawing drawing = drawnFrom(sheet, hard);
+    int right = 0;
+    for (const Turn &turn : turns)
+        right += arcsWithin(drawing, turn, 2.0);
+    QVERIFY2(right >= 11, listOf(drawing).c_str());
+}
+
+void tst_Rounds::anArcOfGreysTellsItsEnd_data()
+{
+    QTest::addColumn<double>("side");
+    QTest::newRow("less than half") << -1.0;
+    QTest::newRow("more than half") << 1.0;
+}
+
+void tst_Rounds::anArcOfGreysTellsItsEnd()
+{
+    QFETCH(double, side);
+    const Turn turn = { { 60.3, 60.2 }, 31.3, 0.3, 0.21, side };
+    Sheet sheet(300, 180);
+    turn.draw(&sheet, 6.0);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(arcsWithin(drawing, turn, 1.5) == 1, listOf(drawing).c_str());
+}
+
+QTEST_GUILESS_MAIN(tst_Rounds)
+#include "tst_rounds.moc"
