@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Where arcs end that are alike.
+// Where arcs end that are alike, and what is a whole round.
 #include "StrokesRig.h"
 
 #include <QtTest>
@@ -78,6 +78,9 @@ private slots:
     void turnsThatAreAlikeEndAlike();
     void anArcOfGreysTellsItsEnd_data();
     void anArcOfGreysTellsItsEnd();
+    void anOpenRingIsAnArc_data();
+    void anOpenRingIsAnArc();
+    void anEllipseBetweenTangentsIsOne();
 };
 
 void tst_Rounds::turnsThatAreAlikeEndAlike_data()
@@ -127,6 +130,46 @@ void tst_Rounds::anArcOfGreysTellsItsEnd()
     turn.draw(&sheet, 6.0);
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(arcsWithin(drawing, turn, 1.5) == 1, listOf(drawing).c_str());
+}
+
+void tst_Rounds::anOpenRingIsAnArc_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::newRow("greys") << false;
+    QTest::newRow("one bit") << true;
+}
+
+// A tenth of the way around is paper: the eye of a bolt, beside its shank.
+void tst_Rounds::anOpenRingIsAnArc()
+{
+    QFETCH(bool, hard);
+    const Point centre = { 200.3, 190.2 };
+    const double radius = 150.0;
+    Sheet sheet(400, 480);
+    sheet.arc(centre, radius, kPi / 2 + 0.3, 2 * kPi - 0.6, 7.0);
+    for (double side : { -1.0, 1.0 }) {
+        const Point end
+            = { centre.x + side * radius * std::sin(0.3), centre.y + radius * std::cos(0.3) };
+        sheet.line(end, { end.x, 450.2 }, 7.0);
+    }
+    const StrokeDrawing drawing = drawnFrom(sheet, hard);
+    QVERIFY2(countOf(drawing, Kind::Circle) == 0, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Arc) == 1, listOf(drawing).c_str());
+}
+
+// Lines that touch it at its vertices share ink with it for a while: a tin seen from the side.
+void tst_Rounds::anEllipseBetweenTangentsIsOne()
+{
+    const Point centre = { 700.83, 301.01 };
+    const double a = 660.0;
+    const double width = 5.56;
+    Sheet sheet(1400, 601);
+    sheet.ellipse(centre, a, 260.27, 0.0, width);
+    sheet.line({ centre.x - a, centre.y }, { centre.x - a, 526.84 }, width);
+    sheet.line({ centre.x + a - 0.56, centre.y - 18.07 }, { centre.x + a - 0.56, 526.84 }, width);
+    const StrokeDrawing drawing = strokesOn(sheet);
+    QVERIFY2(countOf(drawing, Kind::Ellipse) == 1, listOf(drawing).c_str());
+    QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
 }
 
 QTEST_GUILESS_MAIN(tst_Rounds)
