@@ -15,6 +15,7 @@
 #include "strokes/ends.h"
 #include "strokes/explained.h"
 #include "strokes/fillets.h"
+#include "strokes/grazes.h"
 #include "strokes/hatchfill.h"
 #include "strokes/hiddenends.h"
 #include "strokes/joining.h"
@@ -298,6 +299,7 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
     settleAlikeEnds(measure, &web);
+    settleGrazes(coverage, &web);
     dropMitres(&web);
     settleDashes(&web);
     takeFillets(coverage, measure, &web);

@@ -1,6 +1,6 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 //
-// Where arcs end that are alike, and what is a whole round.
+// Where arcs end that are alike or run into a line, and what is a whole round.
 #include "StrokesRig.h"
 
 #include <QtTest>
@@ -81,6 +81,8 @@ private slots:
     void anOpenRingIsAnArc_data();
     void anOpenRingIsAnArc();
     void anEllipseBetweenTangentsIsOne();
+    void anArcRunsIntoItsLine_data();
+    void anArcRunsIntoItsLine();
 };
 
 void tst_Rounds::turnsThatAreAlikeEndAlike_data()
@@ -170,6 +172,41 @@ void tst_Rounds::anEllipseBetweenTangentsIsOne()
     const StrokeDrawing drawing = strokesOn(sheet);
     QVERIFY2(countOf(drawing, Kind::Ellipse) == 1, listOf(drawing).c_str());
     QVERIFY2(countOf(drawing, Kind::Arc) == 0, listOf(drawing).c_str());
+}
+
+void tst_Rounds::anArcRunsIntoItsLine_data()
+{
+    QTest::addColumn<bool>("hard");
+    QTest::addColumn<double>("cut");
+    QTest::newRow("greys, a tangent") << false << 0.0;
+    QTest::newRow("one bit, a tangent") << true << 0.0;
+    QTest::newRow("greys, beyond the line and back") << false << 0.42;
+}
+
+// The ink of both is one for 40 pixels before they meet: an arch on the edge of a box.
+void tst_Rounds::anArcRunsIntoItsLine()
+{
+    QFETCH(bool, hard);
+    QFETCH(double, cut);
+    const Point foot = { 150.3, 250.2 };
+    const double slope = -0.74;
+    const Point along = { std::cos(slope), std::sin(slope) };
+    const Point down = { -along.y, along.x };
+    const double radius = 115.0;
+    const double turn = std::acos(1 - cut / radius);
+    const Point end = foot - radius * std::sin(turn) * along;
+    Sheet sheet(420, 400);
+    sheet.line(foot - 150.0 * along, foot + 250.0 * along, 6.5);
+    sheet.arc(foot + (radius - cut) * down, radius, slope - kPi / 2 - turn, 2.2, 6.5);
+    const StrokeDrawing drawing = drawnFrom(sheet, hard);
+    const int arcs = countOf(drawing, Kind::Arc);
+    double nearest = 1e300;
+    for (const Stroke &stroke : drawing.strokes) {
+        if (stroke.piece.kind == Kind::Arc)
+            nearest = std::min(
+                { nearest, apart(stroke.piece.start, end), apart(stroke.piece.end, end) });
+    }
+    QVERIFY2(arcs == 1 && nearest < (cut > 0.0 ? 2.0 : 12.0), listOf(drawing).c_str());
 }
 
 QTEST_GUILESS_MAIN(tst_Rounds)
