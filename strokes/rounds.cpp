@@ -24,11 +24,20 @@ const double kMostHidden = 0.35; // of the way around that lies under other line
 const double kNoCircle = 1.5;    // widths of the least radius
 const double kOffPart = 0.6;     // widths that leftovers lie beside the middle at most
 const std::size_t kMostParts = 200; // arcs of one round
+// Widths and pixels of paper that a round may have in one place: one that is open is an arc,
+// however little is missing. Crossings leave no paper, worn pens a width and six pixels.
+const double kPaperWidths = 1.5;
+const double kPaperPixels = 6.0;
+const double kGrazing = 0.35;    // sine of the angle at which a line shares ink with a round
+const double kMostShared = 0.25; // of the cross-sections that may see such lines as well
 
 struct Part
 {
     int atom;
     int end; // that the walk goes in by
+    // The cross-sections that count.
+    std::size_t first = 0;
+    std::size_t last = 0;
 };
 
 // A circle or an ellipse with its cost in nats.
@@ -106,7 +115,7 @@ private:
     // The arc that goes on best where a part ends; -1 for none.
     Part following(const Part &part) const
     {
-        Part best = { -1, 0 };
+        Part best = { -1, 0, 0, 0 };
         const Atom &last = atom(part.atom);
         const int out = 1 - part.end;
         if (last.joint[out] < 0)
@@ -115,12 +124,12 @@ private:
         for (const AtomEnd &other : web.meetings[std::size_t(last.joint[out])].ends) {
             const Atom &next = atom(other.atom);
             if (other.atom == part.atom || !isPart(next) || !isOnePen(last, next)
-                || turnsLeft({ other.atom, other.end }) != turnsLeft(part))
+                || turnsLeft({ other.atom, other.end, 0, 0 }) != turnsLeft(part))
                 continue;
             const double straight = -fit::dot(leaving(last, out), leaving(next, other.end));
             if (straight > straightest) {
                 straightest = straight;
-                best = { other.atom, other.end };
+                best = { other.atom, other.end, 0, 0 };
             }
         }
         return best;
@@ -144,7 +153,7 @@ private:
 
     void growFrom(int number)
     {
-        std::vector<Part> parts = { { number, 0 } };
+        std::vector<Part> parts = { { number, 0, 0, 0 } };
         const bool closed = walk(&parts);
         if (!closed) {
             std::reverse(parts.begin(), parts.end());
@@ -154,18 +163,20 @@ private:
         }
         // What is met where a circle touches another line may lead astray.
         if (!tryAll(parts) && parts.size() > 1)
-            tryAll({ { number, 0 } });
+            tryAll({ { number, 0, 0, 0 } });
         for (const Part &part : parts)
             seen[std::size_t(part.atom)] = true;
     }
 
-    bool tryAll(const std::vector<Part> &parts)
+    bool tryAll(std::vector<Part> parts)
     {
         std::vector<Section> samples;
         double apart = 0.0;
         double turned = 0.0;
-        for (const Part &part : parts) {
+        for (Part &part : parts) {
             const Atom &one = atom(part.atom);
+            part.first = 0;
+            part.last = one.samples.size();
             samples.insert(samples.end(), one.samples.begin(), one.samples.end());
             if (part.end == 1)
                 std::reverse(samples.end() - std::ptrdiff_t(one.samples.size()), samples.end());
@@ -174,11 +185,52 @@ private:
         }
         if (turned < kLeastTurn)
             return false;
-        const Round round = roundOf(parts, samples);
+        Round round = roundOf(parts);
+        if (!(round.cost < apart) && leaveOutShared(&parts))
+            round = roundOf(parts);
         if (!(round.cost < apart) || !isInked(round, samples, atom(parts[0].atom).width))
             return false;
         take(parts, round, std::move(samples));
         return true;
+    }
+
+    // Whether another line runs into an end of a part and goes along with it for a while.
+    bool isGrazed(const Part &part, int end) const
+    {
+        const Atom &one = atom(part.atom);
+        if (one.joint[end] < 0)
+            return false;
+        const Meeting &meeting = web.meetings[std::size_t(one.joint[end])];
+        const Point place = web.joints[std::size_t(one.joint[end])].place;
+        const Point out = one.carrier.tangent(place);
+        const auto isAlong = [&](int number) {
+            const Atom &other = atom(number);
+            return number != part.atom && other.alive && other.shape == Shape::Line
+                && std::fabs(fit::cross(out, other.carrier.direction)) < kGrazing;
+        };
+        return std::any_of(meeting.ends.begin(), meeting.ends.end(),
+                           [&](const AtomEnd &other) { return isAlong(other.atom); })
+            || std::any_of(meeting.through.begin(), meeting.through.end(), isAlong);
+    }
+
+    // Leaves out what sees a line as well that touches the round: as long as both are nearer than
+    // their width.
+    bool leaveOutShared(std::vector<Part> *parts) const
+    {
+        std::size_t all = 0;
+        std::size_t shared = 0;
+        for (Part &part : *parts) {
+            const Atom &one = atom(part.atom);
+            const std::size_t n = one.samples.size();
+            const double both = std::sqrt(2 * one.carrier.radius * one.width) + one.width;
+            const std::size_t most = std::size_t(std::min(both, double(n)));
+            part.first = isGrazed(part, 0) ? most : 0;
+            part.last = isGrazed(part, 1) ? n - most : n;
+            part.last = std::max(part.first, part.last);
+            all += n;
+            shared += n - (part.last - part.first);
+        }
+        return shared > 0 && double(shared) < kMostShared * double(all);
     }
 
     // Each part for itself: a long one has slack that could hide a short one that lies off.
@@ -187,17 +239,23 @@ private:
         double cost = measure.lambda * numbers;
         for (const Part &part : parts) {
             double chi2 = 0.0;
-            for (const Section &section : atom(part.atom).samples) {
-                const double d = round.distance(section.centre);
+            for (std::size_t k = part.first; k < part.last; ++k) {
+                const double d = round.distance(atom(part.atom).samples[k].centre);
                 chi2 += d * d * measure.weight();
             }
-            cost += measure.misfit(chi2, double(atom(part.atom).samples.size()));
+            cost += measure.misfit(chi2, double(part.last - part.first));
         }
         return cost;
     }
 
-    Round roundOf(const std::vector<Part> &parts, const std::vector<Section> &samples) const
+    Round roundOf(const std::vector<Part> &parts) const
     {
+        std::vector<Section> samples;
+        for (const Part &part : parts) {
+            const std::vector<Section> &own = atom(part.atom).samples;
+            samples.insert(samples.end(), own.begin() + std::ptrdiff_t(part.first),
+                           own.begin() + std::ptrdiff_t(part.last));
+        }
         Round circle;
         circle.isCircle = true;
         circle.circle = atom(parts[0].atom).carrier;
@@ -256,7 +314,24 @@ private:
             }
             inked += ink ? 1 : 0;
         }
-        return inked >= kLeastPart * places && hidden <= kMostHidden * places;
+        return inked >= kLeastPart * places && hidden <= kMostHidden * places
+            && mostPaper(round, places) <= kPaperWidths * width + kPaperPixels;
+    }
+
+    // Pixels of the longest stretch of paper on the way around.
+    double mostPaper(const Round &round, int places) const
+    {
+        double longest = 0.0;
+        double open = 0.0;
+        Point last = placeOn(round, 0.0);
+        // Twice around: a stretch may begin before the end.
+        for (int k = 1; k <= 2 * places; ++k) {
+            const Point p = placeOn(round, 2 * kPi * k / places);
+            open = coverage.at(p) < kInked ? open + std::hypot(p.x - last.x, p.y - last.y) : 0.0;
+            longest = std::max(longest, open);
+            last = p;
+        }
+        return longest;
     }
 
     void take(const std::vector<Part> &parts, const Round &round, std::vector<Section> samples)

@@ -1,6 +1,7 @@
 // (c) the ztrace developers. Licence: see LICENSE.
 #include "strokes/strokes.h"
 
+#include "strokes/alikeends.h"
 #include "strokes/breaks.h"
 #include "strokes/bridges.h"
 #include "strokes/corners.h"
@@ -14,6 +15,7 @@
 #include "strokes/ends.h"
 #include "strokes/explained.h"
 #include "strokes/fillets.h"
+#include "strokes/grazes.h"
 #include "strokes/hatchfill.h"
 #include "strokes/hiddenends.h"
 #include "strokes/joining.h"
@@ -296,6 +298,8 @@ bool strokesOf(const InkPicture &given, const StrokeOptions &options, StrokeDraw
     meetInCutCorners(coverage, &web);
     settleTangents(measure, &web);
     drawing->roundEnds = settleEnds(coverage, measure, &web);
+    settleAlikeEnds(measure, &web);
+    settleGrazes(coverage, &web);
     dropMitres(&web);
     settleDashes(&web);
     takeFillets(coverage, measure, &web);
