@@ -3,6 +3,7 @@
 
 #include "strokes/dashchains.h"
 #include "strokes/dashheir.h"
+#include "strokes/dashparting.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
 #include "strokes/worntypes.h"
@@ -34,6 +35,7 @@ const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its 
 const double kNextDash = 0.6;
 const double kNextGap = 0.5;
 const double kNextSlack = 0.15;
+const double kNextPlace = 0.75; // pixels
 const double kBesideRow = 2.0;
 const std::size_t kMostRuns = 1000;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
@@ -169,6 +171,9 @@ private:
             to += to < 0 ? track.whole() : 0.0;
             runs = inkAlong(track, coverage, -beyond, to + beyond, width, blur);
             trimEnds(0.0, to, &runs);
+            settleCuts(outerCutsOf(chain, chains), &runs);
+            if (Chain parted = chain; part(track, runs, &parted))
+                return acceptBlurred(parted, blur);
         }
         const double whole = chain.closed ? track.whole() : 0.0;
         Dashing dashing = dashingOf(runs, width, whole);
@@ -187,7 +192,7 @@ private:
         Chain all = chain;
         if (chain.closed)
             takeAllBetween(track, 0.0, track.whole(), &all);
-        if ((!gaps.worn || dashing.type == DashType::Dot) && !chain.closed)
+        if ((!gaps.worn || dashing.type == DashType::Dot || chain.carrier.arc) && !chain.closed)
             extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
             extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
@@ -198,6 +203,15 @@ private:
         const Point ends[] = { track.placeAt(runs.front().from), track.placeAt(runs.back().to) };
         becomeOne(all, dashing, width, ends, measure, &chains.dashes, &web);
         return true;
+    }
+
+    // Whether a row's outer dashes went on into other lines; it has been parted from these then.
+    bool part(const Track &track, std::vector<Run> runs, Chain *chain)
+    {
+        const OuterCuts cuts = cutOuterRuns(&runs);
+        return cuts.any() && dashingOf(runs, widthOf(*chain), 0.0).type == DashType::Hidden
+            && !areSides(*chain)
+            && partOuterDashes(track, runs, cuts, measure, chain, &chains, &web);
     }
 
     static double periodOf(const Dashing &dashing)
@@ -259,8 +273,9 @@ private:
     bool hasNext(const Track &track, double edge, double way, double dash, double period,
                  double width, Run *next) const
     {
+        const double most = period + kNextSlack * dash;
         const double behind = edge - 2 * way * period;
-        const double ahead = edge + way * (period + kNextSlack * dash);
+        const double ahead = edge + way * most;
         double inGap = 0.0;
         double inDash = 0.0;
         double end = 0.0;
@@ -278,6 +293,9 @@ private:
         }
         if (inDash < kNextDash * dash || inGap > kNextGap * gap || end < gap + kNextDash * dash)
             return false;
+        // What goes on farther is another line from where the dash should end.
+        if (end > most - kNextPlace)
+            end = period;
         const double places[] = { edge + way * gap, edge + way * end };
         *next = { std::min(places[0], places[1]), std::max(places[0], places[1]) };
         return true;
