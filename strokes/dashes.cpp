@@ -209,8 +209,12 @@ private:
     bool part(const Track &track, std::vector<Run> runs, Chain *chain)
     {
         const OuterCuts cuts = cutOuterRuns(&runs);
-        return cuts.any() && dashingOf(runs, widthOf(*chain), 0.0).type == DashType::Hidden
-            && !areSides(*chain)
+        if (!cuts.any())
+            return false;
+        const double width = widthOf(*chain);
+        const bool isHidden = dashingOf(runs, width, 0.0).type == DashType::Hidden
+            || (gaps.worn && wornDashingOf(runs, width).type == DashType::Hidden);
+        return isHidden && !areSides(*chain)
             && partOuterDashes(track, runs, cuts, measure, chain, &chains, &web);
     }
 

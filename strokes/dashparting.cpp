@@ -10,9 +10,11 @@ namespace ztrace::strokes {
 
 namespace {
 
-const std::size_t kLeastInner = 3; // dashes that tell how long the outer ones are
-// Parts of their length and of the usual gap, and pixels, that inner dashes and gaps differ by.
-const double kInnerPart = 0.12;
+// Dashes that tell how long the outer ones are, and the part of them and of the gaps that are alike:
+// within these parts of the usual ones and pixels.
+const std::size_t kLeastAlike = 3;
+const double kAlikePart = 0.7;
+const double kDashPart = 0.12;
 const double kGapPart = 0.3;
 const double kSlack = 2.0;
 // Part of a dash by which an outer one is longer at least: noise and crossings add less.
@@ -26,6 +28,13 @@ double median(std::vector<double> values)
     const auto middle = values.begin() + std::ptrdiff_t(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+std::size_t alikeOf(const std::vector<double> &values, double usual, double part)
+{
+    return std::size_t(std::count_if(values.begin(), values.end(), [=](double v) {
+        return std::fabs(v - usual) < part * usual + kSlack;
+    }));
 }
 
 // Which end of a chain's first or last dash is its outer one.
@@ -146,22 +155,19 @@ void settleCuts(const OuterCuts &cuts, std::vector<Run> *runs)
 OuterCuts cutOuterRuns(std::vector<Run> *runs)
 {
     OuterCuts cuts;
-    const std::size_t n = runs->size();
-    if (n < kLeastInner + 2)
+    if (runs->size() < kLeastAlike + 1)
         return cuts;
     std::vector<double> dashes, gaps;
-    for (std::size_t k = 1; k < n; ++k) {
-        gaps.push_back((*runs)[k].from - (*runs)[k - 1].to);
-        if (k + 1 < n)
-            dashes.push_back((*runs)[k].length());
+    for (std::size_t k = 0; k < runs->size(); ++k) {
+        dashes.push_back((*runs)[k].length());
+        if (k > 0)
+            gaps.push_back((*runs)[k].from - (*runs)[k - 1].to);
     }
     const double dash = median(dashes);
     const double gap = median(gaps);
-    const auto isUsual = [](double usual, double part) {
-        return [=](double v) { return std::fabs(v - usual) < part * usual + kSlack; };
-    };
-    if (!std::all_of(dashes.begin(), dashes.end(), isUsual(dash, kInnerPart))
-        || !std::all_of(gaps.begin(), gaps.end(), isUsual(gap, kGapPart)))
+    const std::size_t alike = alikeOf(dashes, dash, kDashPart);
+    if (alike < kLeastAlike || double(alike) < kAlikePart * double(dashes.size() - 2)
+        || double(alikeOf(gaps, gap, kGapPart)) < kAlikePart * double(gaps.size()))
         return cuts;
     const auto goesOn = [&](const Run &run) {
         return run.length() > (1 + kLongerPart) * dash + kSlack
