@@ -180,11 +180,13 @@ private:
         if (dashing.type == DashType::None && gaps.worn && chain.closed) {
             runs = healed(runs);
             dashing = dashingOf(runs, width, whole);
-        } else if (dashing.type == DashType::None && gaps.worn) {
-            dashing = wornDashingOf(runs, width);
         } else if (dashing.type == DashType::None && !chain.closed) {
-            runs = withoutCrossings(track, coverage, runs, width);
-            dashing = dashingOf(runs, width, whole);
+            const std::vector<Run> own = withoutCrossings(track, coverage, runs, width);
+            dashing = dashingOf(own, width, whole);
+            if (dashing.type != DashType::None)
+                runs = own;
+            else if (gaps.worn)
+                dashing = wornDashingOf(runs, width);
         }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
