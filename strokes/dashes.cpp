@@ -2,6 +2,7 @@
 #include "strokes/dashes.h"
 
 #include "strokes/dashchains.h"
+#include "strokes/dashends.h"
 #include "strokes/dashheir.h"
 #include "strokes/dashparting.h"
 #include "strokes/ends.h"
@@ -34,10 +35,7 @@ const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its 
 // be behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
 const double kNextDash = 0.6;
 const double kNextGap = 0.5;
-const double kNextSlack = 0.15;
-const double kNextPlace = 0.75; // pixels
 const double kBesideRow = 2.0;
-const std::size_t kMostRuns = 1000;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -197,7 +195,8 @@ private:
         if ((!gaps.worn || dashing.type == DashType::Dot || chain.carrier.arc) && !chain.closed)
             extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
-            extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
+            extendRow(track, coverage, { dashing.pattern[0], periodOf(dashing), width }, &runs);
+            stretchPattern(runs.back().to - runs.front().from, false, &dashing.pattern);
             takeAllBetween(track, runs.front().from, runs.back().to, &all);
             if (bare)
                 settleOuterDashes(dashing.pattern[0], periodOf(dashing), &runs);
@@ -225,20 +224,7 @@ private:
         return std::accumulate(dashing.pattern.begin(), dashing.pattern.end(), 0.0);
     }
 
-    // Goes on with a row on both sides as long as there is a dash where the pattern has one.
-    void extend(const Track &track, double dash, double period, double width,
-                std::vector<Run> *runs) const
-    {
-        Run next;
-        while (runs->size() < kMostRuns
-               && hasNext(track, runs->back().to, 1.0, dash, period, width, &next))
-            runs->push_back(next);
-        while (runs->size() < kMostRuns
-               && hasNext(track, runs->front().from, -1.0, dash, period, width, &next))
-            runs->insert(runs->begin(), next);
-    }
-
-    // The same in a clean page by one dash: its last one may lie in what other lines, or the next
+    // Goes on with a row by one dash in a clean page: its last one may lie in what other lines, or the next
     // side of a rounded box, were seen in; the dot at a corner is that of another row as well.
     void extendClean(const Track &track, const Dashing &dashing, double width,
                      std::vector<Run> *runs) const
@@ -272,39 +258,6 @@ private:
         const double sureDash = gaps.worn ? kNextDash : kSureDash;
         const double sureGap = gaps.worn ? kNextGap : kSureGap;
         return inDash > sureDash * next.length() && inGap < sureGap * std::fabs(inner - edge);
-    }
-
-    // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as
-    // well is another line.
-    bool hasNext(const Track &track, double edge, double way, double dash, double period,
-                 double width, Run *next) const
-    {
-        const double most = period + kNextSlack * dash;
-        const double behind = edge - 2 * way * period;
-        const double ahead = edge + way * most;
-        double inGap = 0.0;
-        double inDash = 0.0;
-        double end = 0.0;
-        const double gap = period - dash;
-        for (const Run &run : inkAlong(track, coverage, std::min(behind, ahead),
-                                       std::max(behind, ahead), width, 0.0)) {
-            const double one = way * (run.from - edge);
-            const double other = way * (run.to - edge);
-            const double from = std::min(one, other);
-            const double to = std::max(one, other);
-            inGap += std::max(0.0, std::min(to, gap) - std::max(from, 0.0));
-            inDash += std::max(0.0, std::min(to, period) - std::max(from, gap));
-            if (from < period && to > gap)
-                end = std::max(end, to);
-        }
-        if (inDash < kNextDash * dash || inGap > kNextGap * gap || end < gap + kNextDash * dash)
-            return false;
-        // What goes on farther is another line from where the dash should end.
-        if (end > most - kNextPlace)
-            end = period;
-        const double places[] = { edge + way * gap, edge + way * end };
-        *next = { std::min(places[0], places[1]), std::max(places[0], places[1]) };
-        return true;
     }
 
     // Adds to a chain what else lies on its line or circle between two lengths.
