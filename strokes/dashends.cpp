@@ -112,9 +112,9 @@ private:
             found.push_back({ place + way * gap(), place + way * end });
             if (!isOpen && inkOf(ink, gap(), beat.period) < kWholeInk * beat.dash)
                 return false;
-            if ((isOpen && k > 0) || (!isOpen && endsBehind(place + way * beat.period)))
+            if (isOpen || endsBehind(place + way * beat.period))
                 break;
-            if (k == kMostCrossed || isOpen)
+            if (k == kMostCrossed)
                 return false;
             place += way * beat.period;
         }
