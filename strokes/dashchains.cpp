@@ -90,8 +90,8 @@ void DashChains::takeAtoms()
 void DashChains::takeAtom(int number)
 {
     const Atom &atom = web.atoms[std::size_t(number)];
-    if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2
-        || atom.role != Role::Line || atom.dashing.type != DashType::None)
+    if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2 || atom.role != Role::Line
+        || atom.dashing.type != DashType::None)
         return;
     Dash one;
     one.end[0] = atom.samples.front().centre;

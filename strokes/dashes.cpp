@@ -224,8 +224,9 @@ private:
         return std::accumulate(dashing.pattern.begin(), dashing.pattern.end(), 0.0);
     }
 
-    // Goes on with a row by one dash in a clean page: its last one may lie in what other lines, or the next
-    // side of a rounded box, were seen in; the dot at a corner is that of another row as well.
+    // Goes on with a row by one dash in a clean page: its last one may lie in what other lines, or
+    // the next side of a rounded box, were seen in; the dot at a corner is that of another row as
+    // well.
     void extendClean(const Track &track, const Dashing &dashing, double width,
                      std::vector<Run> *runs) const
     {

@@ -10,8 +10,8 @@ namespace ztrace::strokes {
 
 namespace {
 
-// Dashes that tell how long the outer ones are, and the part of them and of the gaps that are alike:
-// within these parts of the usual ones and pixels.
+// Dashes that tell how long the outer ones are, and the part of them and of the gaps that are
+// alike: within these parts of the usual ones and pixels.
 const std::size_t kLeastAlike = 3;
 const double kAlikePart = 0.7;
 const double kDashPart = 0.12;
@@ -19,7 +19,7 @@ const double kGapPart = 0.3;
 const double kSlack = 2.0;
 // Part of a dash by which an outer one is longer at least: noise and crossings add less.
 const double kLongerPart = 0.35;
-const double kJoinedPart = 0.3; // of a gap, that two dashes and the gap between them differ by
+const double kJoinedPart = 0.3;   // of a gap, that two dashes and the gap between them differ by
 const std::size_t kLeastRest = 3; // cross-sections of either part of a parted dash
 const double kBeside = 0.5;       // pixels, and half the width, that a dash lies beside its row
 
@@ -105,8 +105,7 @@ int rowOver(const Atom &atom, const Web &web)
         if (std::all_of(atom.samples.begin(), atom.samples.end(), [&](const Section &section) {
                 const double at = track.lengthAt(section.centre);
                 return at > -kSlack && at < length + kSlack
-                    && std::fabs(row.carrier.distance(section.centre))
-                    < 0.5 * row.width + kBeside;
+                    && std::fabs(row.carrier.distance(section.centre)) < 0.5 * row.width + kBeside;
             }))
             return int(k);
     }
