@@ -181,10 +181,11 @@ private:
         } else if (dashing.type == DashType::None && !chain.closed) {
             const std::vector<Run> own = withoutCrossings(track, coverage, runs, width);
             dashing = dashingOf(own, width, whole);
-            if (dashing.type != DashType::None)
-                runs = own;
-            else if (gaps.worn)
+            // Breaks and lines across make chains of long and short pieces of a worn line.
+            if (gaps.worn && dashing.type != DashType::Hidden)
                 dashing = wornDashingOf(runs, width);
+            else if (dashing.type != DashType::None)
+                runs = own;
         }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))

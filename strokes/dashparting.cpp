@@ -19,6 +19,9 @@ const double kGapPart = 0.3;
 const double kSlack = 2.0;
 // Part of a dash by which an outer one is longer at least: noise and crossings add less.
 const double kLongerPart = 0.35;
+// Dashes that an outer one is long at most where few tell: three strokes in a row with a long line
+// are the grid of a valve and its lead.
+const double kTwoDashes = 2.2;
 const double kJoinedPart = 0.3;   // of a gap, that two dashes and the gap between them differ by
 const std::size_t kLeastRest = 3; // cross-sections of either part of a parted dash
 const double kBeside = 0.5;       // pixels, and half the width, that a dash lies beside its row
@@ -170,6 +173,7 @@ OuterCuts cutOuterRuns(std::vector<Run> *runs)
         return cuts;
     const auto goesOn = [&](const Run &run) {
         return run.length() > (1 + kLongerPart) * dash + kSlack
+            && (alike > kLeastAlike || run.length() < kTwoDashes * dash)
             && std::fabs(run.length() - 2 * dash - gap) > kJoinedPart * gap;
     };
     if (goesOn(runs->front())) {

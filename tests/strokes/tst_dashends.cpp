@@ -119,6 +119,7 @@ void tst_DashEnds::outerRunsAreCut_data()
         << Lengths { 28, 28, 28, 28, 63 } << false << false;
     QTest::newRow("one in the middle is broken")
         << Lengths { 28, 28, 28, 12, 28, 28, 28, 56 } << false << true;
+    QTest::newRow("three strokes and a line") << Lengths { 28, 28, 28, 200 } << false << false;
     QTest::newRow("no order") << Lengths { 28, 9, 40, 17, 80 } << false << false;
     QTest::newRow("too few") << Lengths { 28, 28, 80 } << false << false;
 }
