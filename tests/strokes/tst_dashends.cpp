@@ -114,7 +114,7 @@ void tst_DashEnds::outerRunsAreCut_data()
     QTest::addColumn<bool>("last");
     QTest::newRow("all alike") << Lengths { 28, 28, 28, 28, 28 } << false << false;
     QTest::newRow("the last is one and a half") << Lengths { 28, 28, 28, 28, 43 } << false << true;
-    QTest::newRow("both go on") << Lengths { 56, 28, 28, 28, 200 } << true << true;
+    QTest::newRow("both go on") << Lengths { 56, 28, 28, 28, 28, 200 } << true << true;
     QTest::newRow("two dashes and a filled gap")
         << Lengths { 28, 28, 28, 28, 63 } << false << false;
     QTest::newRow("one in the middle is broken")
