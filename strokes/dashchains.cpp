@@ -71,13 +71,8 @@ DashChains::DashChains(const Measure &m, Web *w, const std::vector<Dot> &dots) :
 {
     takeAtoms();
     takeDots(dots);
-    for (std::size_t k = 0; k < dashes.size(); ++k) {
-        for (int end = 0; end < 2; ++end) {
-            enter(int(k), end);
-            if (dashes[k].isDot())
-                break;
-        }
-    }
+    for (std::size_t k = 0; k < dashes.size(); ++k)
+        enterBoth(int(k));
 }
 
 void DashChains::enter(int number, int end)
@@ -88,29 +83,51 @@ void DashChains::enter(int number, int end)
 
 void DashChains::takeAtoms()
 {
-    for (std::size_t k = 0; k < web.atoms.size(); ++k) {
-        const Atom &atom = web.atoms[k];
-        if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2
-            || atom.role != Role::Line || atom.dashing.type != DashType::None)
-            continue;
-        Dash one;
-        one.end[0] = atom.samples.front().centre;
-        one.end[1] = atom.samples.back().centre;
-        one.width = atom.width;
-        one.atom = int(k);
-        one.moments = atom.moments;
-        const double length = one.length();
-        if (length < kDotLength * atom.width) {
-            // As good as round: it tells no direction.
-            const Point middle = atom.samples[atom.samples.size() / 2].centre;
-            dashes.push_back(dotAt(middle, atom.width, int(k)));
-            continue;
-        }
-        if (!(length > 0.5) || length > kMostLength * std::max(2.0, atom.width))
-            continue;
-        one.axis = (1 / length) * (one.end[1] - one.end[0]);
-        dashes.push_back(one);
+    for (std::size_t k = 0; k < web.atoms.size(); ++k)
+        takeAtom(int(k));
+}
+
+void DashChains::takeAtom(int number)
+{
+    const Atom &atom = web.atoms[std::size_t(number)];
+    if (!atom.alive || atom.shape > Shape::Arc || atom.samples.size() < 2 || atom.role != Role::Line
+        || atom.dashing.type != DashType::None)
+        return;
+    Dash one;
+    one.end[0] = atom.samples.front().centre;
+    one.end[1] = atom.samples.back().centre;
+    one.width = atom.width;
+    one.atom = number;
+    one.moments = atom.moments;
+    const double length = one.length();
+    if (length < kDotLength * atom.width) {
+        // As good as round: it tells no direction.
+        const Point middle = atom.samples[atom.samples.size() / 2].centre;
+        dashes.push_back(dotAt(middle, atom.width, number));
+        return;
     }
+    if (!(length > 0.5) || length > kMostLength * std::max(2.0, atom.width))
+        return;
+    one.axis = (1 / length) * (one.end[1] - one.end[0]);
+    dashes.push_back(one);
+}
+
+void DashChains::add(int atom, int cutEnd)
+{
+    const std::size_t before = dashes.size();
+    takeAtom(atom);
+    if (dashes.size() == before)
+        return;
+    inChain.resize(dashes.size(), 0);
+    dashes.back().isCut[cutEnd] = true;
+    enterBoth(int(before));
+}
+
+void DashChains::enterBoth(int number)
+{
+    enter(number, 0);
+    if (!dash(number).isDot())
+        enter(number, 1);
 }
 
 Dash DashChains::dotAt(Point centre, double width, int atom) const

@@ -34,6 +34,8 @@ public:
     Chain chainFrom(int number);
     // Whether the chain and a dash are on one line or arc; the chain then has it.
     bool append(Chain *chain, const Next &next);
+    // What has become an atom since and goes on at an end; all chains so far are at their end.
+    void add(int atom, int cutEnd);
     // Adds what follows on both sides, until a circle closes.
     void grow(Chain *chain);
     // Of a dot, the nearest first.
@@ -45,7 +47,9 @@ public:
 
 private:
     void enter(int number, int end);
+    void enterBoth(int number);
     void takeAtoms();
+    void takeAtom(int number);
     void takeDots(const std::vector<Dot> &dots);
     Dash dotAt(Point centre, double width, int atom) const;
     // Dashes ahead of a place, the best first.

@@ -2,7 +2,9 @@
 #include "strokes/dashes.h"
 
 #include "strokes/dashchains.h"
+#include "strokes/dashends.h"
 #include "strokes/dashheir.h"
+#include "strokes/dashparting.h"
 #include "strokes/ends.h"
 #include "strokes/track.h"
 #include "strokes/worntypes.h"
@@ -33,9 +35,7 @@ const double kBreakPart = 0.4; // of the usual gap of a row, that breaks of its 
 // be behind its place, pixels beside its ends that belong to it, and dashes of a row at most.
 const double kNextDash = 0.6;
 const double kNextGap = 0.5;
-const double kNextSlack = 0.15;
 const double kBesideRow = 2.0;
-const std::size_t kMostRuns = 1000;
 const double kWornInk = 0.5;    // part of a line in pieces that is there
 const double kWornGaps = 0.6;   // part of the gaps of a worn line that are short enough
 const double kWornLength = 6.0; // widths of a line that is put together of pieces
@@ -169,17 +169,23 @@ private:
             to += to < 0 ? track.whole() : 0.0;
             runs = inkAlong(track, coverage, -beyond, to + beyond, width, blur);
             trimEnds(0.0, to, &runs);
+            settleCuts(outerCutsOf(chain, chains), &runs);
+            if (Chain parted = chain; part(track, runs, &parted))
+                return acceptBlurred(parted, blur);
         }
         const double whole = chain.closed ? track.whole() : 0.0;
         Dashing dashing = dashingOf(runs, width, whole);
         if (dashing.type == DashType::None && gaps.worn && chain.closed) {
             runs = healed(runs);
             dashing = dashingOf(runs, width, whole);
-        } else if (dashing.type == DashType::None && gaps.worn) {
-            dashing = wornDashingOf(runs, width);
         } else if (dashing.type == DashType::None && !chain.closed) {
-            runs = withoutCrossings(track, coverage, runs, width);
-            dashing = dashingOf(runs, width, whole);
+            const std::vector<Run> own = withoutCrossings(track, coverage, runs, width);
+            dashing = dashingOf(own, width, whole);
+            // Breaks and lines across make chains of long and short pieces of a worn line.
+            if (gaps.worn && dashing.type != DashType::Hidden)
+                dashing = wornDashingOf(runs, width);
+            else if (dashing.type != DashType::None)
+                runs = own;
         }
         if (dashing.type == DashType::None || areSides(chain)
             || (dashing.pattern[0] < kShortWidths * width + kShortPixels && !isAlone(chain)))
@@ -187,10 +193,11 @@ private:
         Chain all = chain;
         if (chain.closed)
             takeAllBetween(track, 0.0, track.whole(), &all);
-        if ((!gaps.worn || dashing.type == DashType::Dot) && !chain.closed)
+        if ((!gaps.worn || dashing.type == DashType::Dot || chain.carrier.arc) && !chain.closed)
             extendClean(track, dashing, width, &runs);
         if (gaps.worn && !chain.closed && !chain.carrier.arc && dashing.type != DashType::Dot) {
-            extend(track, dashing.pattern[0], periodOf(dashing), width, &runs);
+            extendRow(track, coverage, { dashing.pattern[0], periodOf(dashing), width }, &runs);
+            stretchPattern(runs.back().to - runs.front().from, false, &dashing.pattern);
             takeAllBetween(track, runs.front().from, runs.back().to, &all);
             if (bare)
                 settleOuterDashes(dashing.pattern[0], periodOf(dashing), &runs);
@@ -200,26 +207,27 @@ private:
         return true;
     }
 
+    // Whether a row's outer dashes went on into other lines; it has been parted from these then.
+    bool part(const Track &track, std::vector<Run> runs, Chain *chain)
+    {
+        const OuterCuts cuts = cutOuterRuns(&runs);
+        if (!cuts.any())
+            return false;
+        const double width = widthOf(*chain);
+        const bool isHidden = dashingOf(runs, width, 0.0).type == DashType::Hidden
+            || (gaps.worn && wornDashingOf(runs, width).type == DashType::Hidden);
+        return isHidden && !areSides(*chain)
+            && partOuterDashes(track, runs, cuts, measure, chain, &chains, &web);
+    }
+
     static double periodOf(const Dashing &dashing)
     {
         return std::accumulate(dashing.pattern.begin(), dashing.pattern.end(), 0.0);
     }
 
-    // Goes on with a row on both sides as long as there is a dash where the pattern has one.
-    void extend(const Track &track, double dash, double period, double width,
-                std::vector<Run> *runs) const
-    {
-        Run next;
-        while (runs->size() < kMostRuns
-               && hasNext(track, runs->back().to, 1.0, dash, period, width, &next))
-            runs->push_back(next);
-        while (runs->size() < kMostRuns
-               && hasNext(track, runs->front().from, -1.0, dash, period, width, &next))
-            runs->insert(runs->begin(), next);
-    }
-
-    // The same in a clean page by one dash: its last one may lie in what other lines, or the next
-    // side of a rounded box, were seen in; the dot at a corner is that of another row as well.
+    // Goes on with a row by one dash in a clean page: its last one may lie in what other lines, or
+    // the next side of a rounded box, were seen in; the dot at a corner is that of another row as
+    // well.
     void extendClean(const Track &track, const Dashing &dashing, double width,
                      std::vector<Run> *runs) const
     {
@@ -252,35 +260,6 @@ private:
         const double sureDash = gaps.worn ? kNextDash : kSureDash;
         const double sureGap = gaps.worn ? kNextGap : kSureGap;
         return inDash > sureDash * next.length() && inGap < sureGap * std::fabs(inner - edge);
-    }
-
-    // Whether there is a dash a gap behind an edge, and where. What has ink in most of its gap as
-    // well is another line.
-    bool hasNext(const Track &track, double edge, double way, double dash, double period,
-                 double width, Run *next) const
-    {
-        const double behind = edge - 2 * way * period;
-        const double ahead = edge + way * (period + kNextSlack * dash);
-        double inGap = 0.0;
-        double inDash = 0.0;
-        double end = 0.0;
-        const double gap = period - dash;
-        for (const Run &run : inkAlong(track, coverage, std::min(behind, ahead),
-                                       std::max(behind, ahead), width, 0.0)) {
-            const double one = way * (run.from - edge);
-            const double other = way * (run.to - edge);
-            const double from = std::min(one, other);
-            const double to = std::max(one, other);
-            inGap += std::max(0.0, std::min(to, gap) - std::max(from, 0.0));
-            inDash += std::max(0.0, std::min(to, period) - std::max(from, gap));
-            if (from < period && to > gap)
-                end = std::max(end, to);
-        }
-        if (inDash < kNextDash * dash || inGap > kNextGap * gap || end < gap + kNextDash * dash)
-            return false;
-        const double places[] = { edge + way * gap, edge + way * end };
-        *next = { std::min(places[0], places[1]), std::max(places[0], places[1]) };
-        return true;
     }
 
     // Adds to a chain what else lies on its line or circle between two lengths.

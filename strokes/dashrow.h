@@ -20,6 +20,7 @@ struct Dash
     Point axis = { 0, 0 }; // unit, from end[0] to end[1]; of no length where it has none
     double width = 0.0;
     int atom = -1;
+    bool isCut[2] = { false, false }; // whether ink goes on behind an end, as another line
     bool isUsed = false;
     bool isTried = false;
     fit::Moments moments = {};

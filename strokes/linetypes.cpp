@@ -280,22 +280,6 @@ bool canBeHidden(double dash, double gap, double width)
     return gap < kWideGap * width || gap < kWideGapPart * dash;
 }
 
-// Stretches a pattern such that a whole number of periods, and in open rows the first dash, take
-// that length; leaves it as it is where that changes too much.
-void stretch(double length, bool closed, std::vector<double> *pattern)
-{
-    double period = 0.0;
-    for (double part : *pattern)
-        period += part;
-    const double first = closed ? 0.0 : pattern->front();
-    const double count = std::max(1.0, std::round((length - first) / period));
-    const double factor = length / (count * period + first);
-    if (std::fabs(factor - 1.0) > kStretch)
-        return;
-    for (double &part : *pattern)
-        part *= factor;
-}
-
 // What a row with even gaps is, in pixels of ink and gaps in turn; not stretched.
 Dashing patternOf(const Row &row, const std::vector<Run> &dashes, double width, bool mayHide)
 {
@@ -332,6 +316,20 @@ Dashing patternOf(const Row &row, const std::vector<Run> &dashes, double width, 
 
 } // namespace
 
+void stretchPattern(double length, bool closed, std::vector<double> *pattern)
+{
+    double period = 0.0;
+    for (double part : *pattern)
+        period += part;
+    const double first = closed ? 0.0 : pattern->front();
+    const double count = std::max(1.0, std::round((length - first) / period));
+    const double factor = length / (count * period + first);
+    if (std::fabs(factor - 1.0) > kStretch)
+        return;
+    for (double &part : *pattern)
+        part *= factor;
+}
+
 Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
 {
     const Row row = rowOf(dashes, whole);
@@ -344,7 +342,7 @@ Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole)
     if (dashing.type == DashType::None)
         return dashing;
     const double length = row.closed ? whole : dashes.back().to - dashes.front().from;
-    stretch(length, row.closed, &dashing.pattern);
+    stretchPattern(length, row.closed, &dashing.pattern);
     return dashing;
 }
 

@@ -35,6 +35,10 @@ struct Run
 Dashing dashingOf(const std::vector<Run> &dashes, double width, double whole);
 const std::size_t kLeastDashes = 4;
 
+// Stretches a pattern such that a whole number of periods, and in open rows the first dash, take
+// that length; leaves it as it is where that changes too much.
+void stretchPattern(double length, bool closed, std::vector<double> *pattern);
+
 } // namespace ztrace::strokes
 
 #endif

@@ -20,6 +20,8 @@ const double kNothing = 0.5;  // pixels below which ink or a gap is none
 const double kCrossingBeside = 2.0;
 const double kCrossingEdge = 0.75;
 const double kCrossingLeft = 1.5;
+// Tangents of the angles, from straight across to 55 degrees off, that lines may cross at.
+const double kSlants[] = { 0.0, -0.2, 0.2, -0.4, 0.4, -0.6, 0.6, -0.8, 0.8, -1.0, 1.0, -1.4, 1.4 };
 
 double levelAt(const Track &track, const Coverage &coverage, double t, double width)
 {
@@ -136,8 +138,12 @@ std::vector<Run> withoutCrossings(const Track &track, const Coverage &coverage,
         const double away = 0.5 * width + kCrossingBeside;
         const Point p = track.placeAt(at);
         const Point u = track.headingAt(at);
-        const Point across = { -away * u.y, away * u.x };
-        return coverage.at(p + across) >= kInk && coverage.at(p - across) >= kInk;
+        for (double slant : kSlants) {
+            const Point across = { away * (slant * u.x - u.y), away * (slant * u.y + u.x) };
+            if (coverage.at(p + across) >= kInk && coverage.at(p - across) >= kInk)
+                return true;
+        }
+        return false;
     };
     std::vector<Run> own;
     for (std::size_t k = 0; k < runs.size(); ++k) {
