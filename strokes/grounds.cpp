@@ -22,7 +22,7 @@ const int kDarkInk = 64;        // lightness up to which an even colour is ink
 // Pixels: the radius of the disc that an area holds, and how far from such discs its corners are.
 const double kLeastRadius = 6.0;
 const int kFarFromDisc = 10;
-const int kLeastRun = 10;         // pixels, that rows through an area have of its colour
+const int kLeastRun = 8;          // pixels, that rows through an area have of its colour
 const double kMostTails = 0.4;    // part of an area that is farther: more is drawn with a pen
 const double kWidestRoute = 24.0; // pixels, and how many of its widths it is long
 const double kRouteLength = 6.0;
@@ -453,7 +453,10 @@ bool mayHaveGrounds(const ColourPicture &rows)
             if (x < rows.width && apart(rows.at(x, y), rows.at(first, y)) <= kFlatSteps)
                 continue;
             const uint32_t colour = rows.at(first, y);
-            if (x - first >= kLeastRun && lightnessOf(colour) > kDarkInk) {
+            // The soft edge of a level line is as even, but one row high.
+            const bool goesOn
+                = y > 0 && apart(rows.at(first + (x - first) / 2, y - 1), colour) <= kFlatSteps;
+            if (x - first >= kLeastRun && goesOn && lightnessOf(colour) > kDarkInk) {
                 const std::size_t cell
                     = (colour >> 19 & 31u) << 10 | (colour >> 11 & 31u) << 5 | (colour >> 3 & 31u);
                 lengths[cell] += std::size_t(x - first);

@@ -18,11 +18,13 @@ namespace ztrace {
 class GroundAreas
 {
 public:
-    // A picture of one bit has none.
+    // Pictures in one bit and in greys have none: there tints are told, not drawn.
     explicit GroundAreas(const Picture &picture)
     {
-        const QImage whole = picture.asImage();
-        if (whole.isNull() || whole.depth() < 8)
+        if (picture.asImage().isNull() || picture.isGrey())
+            return;
+        const QImage &whole = picture.asImage();
+        if (whole.depth() < 8)
             return;
         image = opaque(fourthRowsOf(whole));
         if (!strokes::mayHaveGrounds(pixels())) {

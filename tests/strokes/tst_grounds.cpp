@@ -146,6 +146,7 @@ private slots:
         QVERIFY(!groundsOf(page.picture(), &grounds));
         QVERIFY(grounds.owners.empty());
         QVERIFY(!mayHaveGrounds(Page().fill(120, 60, 180, 140, kBlack).picture()));
+        QVERIFY(!mayHaveGrounds(Page().fill(20, 60, 180, 61, kBlue).picture()));
     }
 
     void headsOfLinesAreNoAreas()
