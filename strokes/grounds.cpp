@@ -18,6 +18,7 @@ const int kMostColours = 48;    // that are told apart
 const double kLeastPart = 5e-4; // of all pixels, that a colour has
 const int kLeastPaper = 128;    // of every channel of paper that covers half of the picture
 const int kLightPaper = 232;    // of other paper
+const int kLeastHue = 24;       // steps that channels of a colour differ by
 const int kDarkInk = 64;        // lightness up to which an even colour is ink
 // Pixels: the radius of the disc that an area holds, and how far from such discs its corners are.
 const double kLeastRadius = 6.0;
@@ -111,6 +112,20 @@ void spreadMarks(int reach, Plane *marks)
         }
         marks->cells.swap(next);
     }
+}
+
+// Greys in colour files are greys.
+bool hasHues(const ColourPicture &picture)
+{
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            const Rgb c = rgbOf(picture.at(x, y));
+            if (*std::max_element(c.begin(), c.end()) - *std::min_element(c.begin(), c.end())
+                >= kLeastHue)
+                return true;
+        }
+    }
+    return false;
 }
 
 class GroundFinder
@@ -444,6 +459,8 @@ private:
 
 bool mayHaveGrounds(const ColourPicture &rows)
 {
+    if (!hasHues(rows))
+        return false;
     // Longest in all is paper; what is as light or dark as ink, or of the same colour, is none.
     std::vector<std::size_t> lengths(32768, 0);
     std::vector<uint32_t> colourOf(lengths.size(), 0);
