@@ -268,8 +268,9 @@ std::vector<Entry> colourOptions()
                     "from thin to thick; solid parts are on `SOLID`, dimensions with their arrow "
                     "heads on `DIM`, lettering on `TEXT`, hatches on `HATCH`. Drawings in a few "
                     "inks keep "
-                    "their colours, a layer a pen and ink (`PEN_1_FF0000`); `--palette` names one "
-                    "ink for all"),
+                    "their colours, a layer a pen and ink (`PEN_1_FF0000`), and areas of an even "
+                    "colour that lines lie on are filled on `AREA`; `--palette` names one ink for "
+                    "all"),
         Entry("edges", flag([](Settings &s, bool on) { s.edges = on; }))
             .appliesTo(kToReduced)
             .help("Draw every boundary between two areas once, as a line, for cutters and "

@@ -68,6 +68,8 @@ bool isUsable(const Gradient &gradient);
 
 // Layer of lettering. Its areas are letters, which formats with filled areas have as such.
 const char *const kLetteringLayer = "TEXT";
+// Layer of areas of an even colour, whose outlines, where these are drawn, are strokes: likewise.
+const char *const kFilledLayer = "AREA";
 
 // One outline, in pixels of the source with y upwards, (0, 0) the lower left corner of the picture.
 // Outlines are painted in the order of the drawing, later ones over earlier ones.

@@ -149,10 +149,13 @@ private:
         }
     }
 
-    // Letters that are areas are filled: their outlines are no lines of the drawing.
+    // Letters that are areas are filled: their outlines are no lines of the drawing. So are areas
+    // of an even colour.
     bool isFilled(const Outline &outline) const
     {
-        return outline.pen < 0 && !isOld() && outline.layer == QLatin1String(kLetteringLayer);
+        return outline.pen < 0 && !isOld()
+            && (outline.layer == QLatin1String(kLetteringLayer)
+                || outline.layer == QLatin1String(kFilledLayer));
     }
 
     void writeFilled(const Outline &outline)

@@ -5,6 +5,8 @@
 #ifndef ZTRACE_TRACING_PENINKS_H
 #define ZTRACE_TRACING_PENINKS_H
 
+#include "opaque.h"
+
 #include "imaging/Picture.h"
 #include "imaging/failure.h"
 #include "strokes/inks.h"
@@ -94,28 +96,6 @@ public:
     }
 
 private:
-    // In 32 bits a pixel, over white.
-    static QImage opaque(const QImage &image)
-    {
-        QImage result = image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32
-                                                                      : QImage::Format_RGB32);
-        if (result.isNull())
-            throwNoRoom();
-        for (int y = 0; image.hasAlphaChannel() && y < result.height(); ++y) {
-            QRgb *row = reinterpret_cast<QRgb *>(result.scanLine(y));
-            for (int x = 0; x < result.width(); ++x)
-                row[x] = overWhite(row[x]);
-        }
-        return result;
-    }
-
-    static QRgb overWhite(QRgb pixel)
-    {
-        const int alpha = qAlpha(pixel);
-        const auto over = [alpha](int value) { return 255 - alpha * (255 - value) / 255; };
-        return qRgb(over(qRed(pixel)), over(qGreen(pixel)), over(qBlue(pixel)));
-    }
-
     strokes::Inks inks;
     std::vector<QRgb> colours;
     int width = 0;

@@ -2,6 +2,7 @@
 #include "strokes.h"
 
 #include "composition.h"
+#include "groundareas.h"
 #include "peninks.h"
 #include "segmentation.h"
 #include "shapes.h"
@@ -228,6 +229,24 @@ void addSolids(const strokes::Plane &solids, const SolidPage &page, const char *
     }
 }
 
+// A turned page, and one with a threshold of its own, is ink alone; so is one whose ink is named.
+bool mayHaveGrounds(const Ink &ink)
+{
+    return ink.ownColours && !ink.scan.deskew && ink.scan.threshold != Threshold::Fixed;
+}
+
+// The areas that all else lies on. Beneath lines they reach to the middle.
+void addGrounds(const GroundAreas &grounds, const TracePlan &plan, const Ink &ink,
+                const PenInks &inks, Drawing *drawing)
+{
+    for (std::size_t k = 1; k < grounds.colours().size(); ++k) {
+        const std::vector<uint8_t> grey = grounds.grey(k);
+        append(drawingOfSolids(grounds.cells(k), { grey, kBetweenBlackAndWhite, plan, ink, inks },
+                               grounds.colours()[k], kAreaLayer),
+               drawing);
+    }
+}
+
 LeftOutInk leftOutOf(const strokes::LeftOutParts &parts)
 {
     return { parts.count, parts.largest, parts.x, parts.y };
@@ -337,6 +356,9 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
                      Stages *stages, TraceReport *report)
 {
     stages->begin("preparing");
+    GroundAreas grounds(mayHaveGrounds(ink) ? picture : Picture());
+    if (grounds.any())
+        picture = Picture(grounds.takePicture());
     PenInks inks(ink.ownColours ? picture : Picture(), ink.inkColour);
     if (inks.isColoured() && ink.scan.threshold != Threshold::Fixed)
         picture = Picture(inks.takeGrey());
@@ -369,9 +391,12 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
         strokes::takeInks([&inks](fit::Point p) { return inks.at(p); }, &found);
     strokes::putInPenOrder({ 0.0, double(page.height) }, &found.strokes);
     Drawing drawing;
+    if (grounds.any())
+        addGrounds(grounds, plan, ink, inks, &drawing);
+    const std::size_t areas = drawing.outlines.size();
     const SolidPage solidPage = { grey, page.threshold, plan, ink, inks };
     addSolids(found.solids, solidPage, kSolidLayer, &drawing);
-    if (strokes::isHardlyDrawn(found, drawing.outlines.size()))
+    if (strokes::isHardlyDrawn(found, drawing.outlines.size() - areas))
         report->remarks.push_back(Remark::HardlyDrawn);
     else
         remarkOn(strokes::contentOf(found), report);
@@ -386,6 +411,8 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
     drawing.ground = ink.paperColour;
     addStrokes(found, inks, dpi, &drawing);
     report->palette = inks.all();
+    for (std::size_t k = 1; k < grounds.colours().size(); ++k)
+        report->palette.push_back(grounds.colours()[k]);
     report->palette.push_back(ink.paperColour);
     report->shapes = true;
     stages->end("trace");

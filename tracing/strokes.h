@@ -21,6 +21,7 @@ Drawing traceStrokes(Picture picture, const TracePlan &plan, const Ink &ink, dou
 double standardWidth(double millimetres);
 
 const char *const kSolidLayer = "SOLID";
+const char *const kAreaLayer = kFilledLayer;
 const char *const kDimensionLayer = "DIM";
 const char *const kTextLayer = kLetteringLayer;
 const char *const kHatchLayer = "HATCH";

@@ -63,6 +63,22 @@ class Inks(OptionsTest):
         solids = [o["color"] for o in json.loads(self.read("c.json"))["outlines"] if o["layer"] == "SOLID"]
         self.assertEqual(solids, ["#ff0000"])
 
+    def test_even_areas_are_filled_and_their_outlines_are_strokes(self):
+        def pixel(x, y):
+            if 20 <= x < 222 and 20 <= y < 142:
+                inside = 22 <= y < 140 and (22 <= x < 120 or 122 <= x < 220)
+                return ((200, 220, 245, 255) if x < 120 else (245, 200, 200, 255)) if inside else BLACK
+            return RED if 160 <= y < 164 and 20 <= x < 220 else WHITE
+        self.write("d.png", png(240, 200, pixel))
+        result = self.run_program("d.png", "--strokes", "--json", "-o", "d.json")
+        self.assertEqual(result.stderr, b"")
+        outlines = json.loads(self.read("d.json"))["outlines"]
+        self.assertEqual(sorted(o["color"] for o in outlines if o["layer"] == "AREA"), ["#c8dcf5", "#f5c8c8"])
+        self.assertEqual({o["color"] for o in outlines if "pen" in o}, {"#000000", "#ff0000"})
+        self.assertEqual({o["layer"] for o in outlines if "pen" not in o}, {"AREA"})
+        self.run_program("d.png", "--strokes", "-o", "d.dxf")
+        self.assertEqual(self.read("d.dxf").decode().count("\nAcDbHatch\n"), 2)
+
     def test_what_reaches_under_another_ink_is_not_of_it(self):
         """Wedges of red and blue on a black line: no slivers of black are left over beside them."""
         def pixel(x, y):
