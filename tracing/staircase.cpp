@@ -14,6 +14,12 @@ namespace {
 // Cracks in a row from which a straight stretch between corners is where the boundary is. Bars of
 // screenshots would lean by up to a pixel else.
 const int kExactStretch = 8;
+// The same between two stretches that are as long: of a line, an arc or any other smooth boundary
+// one stretch of two is a pixel long, or both are where it is steepest. So that modules of codes,
+// squares of boards and pixel lettering are what they are, and no discs and diamonds.
+const int kBlock = 3;
+// And of a rectangle of pixels.
+const int kBlockAlone = 2;
 // Times as long as what goes on after a step, at one end or at both. A line's stretches differ by a
 // crack, and the top of a circle has at most 4.8 times those beside it: 2 sqrt(2 r) to
 // sqrt(4 r) - sqrt(2 r). Longer ones are a bar that goes over into a curve, or lacks a pixel at its
@@ -76,13 +82,27 @@ struct Range
     int to;
 };
 
-// Where a boundary runs along the pixels: a long stretch without a step at either end, or one that
-// is too long beside those that go on from it to be a part of their line or arc, but for what may
-// be the begin of that.
+// Whether a stretch is a side of blocks, which are wider than a pixel both ways.
+bool isBlock(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+{
+    const std::size_t size = stretches.size();
+    if (!closed && (stretch == 0 || stretch + 1 == size))
+        return false;
+    const int least = closed && size == 4 ? kBlockAlone : kBlock;
+    return stretches[stretch].length >= least
+        && stretches[(stretch + size - 1) % size].length >= least
+        && stretches[(stretch + 1) % size].length >= least;
+}
+
+// Where a boundary runs along the pixels: a side of blocks, a long stretch without a step at either
+// end, or one that is too long beside those that go on from it to be a part of their line or arc,
+// but for what may be the begin of that.
 Range exactPart(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
 {
     const int length = stretches[stretch].length;
     const Range none = { 0, 0 };
+    if (isBlock(stretches, stretch, closed))
+        return { 0, length };
     if (length < kExactStretch)
         return none;
     const Next after = nextTo(stretches, stretch, 1, closed);
