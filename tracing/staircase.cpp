@@ -18,8 +18,9 @@ const int kExactStretch = 8;
 // one stretch of two is a pixel long, or both are where it is steepest. So that modules of codes,
 // squares of boards and pixel lettering are what they are, and no discs and diamonds.
 const int kBlock = 3;
-// And of a rectangle of pixels.
-const int kBlockAlone = 2;
+const int kShortBlock = 2; // between two such
+// Pixels of a rectangle that is one whatever its sides are.
+const int kPixelsAlone = 3;
 // Times as long as what goes on after a step, at one end or at both. A line's stretches differ by a
 // crack, and the top of a circle has at most 4.8 times those beside it: 2 sqrt(2 r) to
 // sqrt(4 r) - sqrt(2 r). Longer ones are a bar that goes over into a curve, or lacks a pixel at its
@@ -82,16 +83,33 @@ struct Range
     int to;
 };
 
-// Whether a stretch is a side of blocks, which are wider than a pixel both ways.
+// Whether a stretch ends, in either direction of the walk, at another side of blocks, or at the end
+// of a bar of a pixel, whose sides go to and fro.
+bool endsSquarely(const std::vector<Stretch> &stretches, std::size_t stretch, int direction,
+                  bool closed)
+{
+    const auto size = std::ptrdiff_t(stretches.size());
+    const auto at = [&](int k) -> const Stretch * {
+        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + std::ptrdiff_t(direction) * k;
+        if (!closed && (place < 0 || place >= size))
+            return nullptr;
+        return &stretches[std::size_t((place + 2 * size) % size)];
+    };
+    if (!at(1) || at(1)->length >= kBlock)
+        return at(1) != nullptr;
+    return at(2) && at(2)->length >= kBlock
+        && (at(1)->length >= kShortBlock
+            || at(2)->heading == turned(stretches[stretch].heading, 2));
+}
+
+// Whether a stretch is a side of blocks, which are wider than a pixel both ways but for bars.
 bool isBlock(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
 {
-    const std::size_t size = stretches.size();
-    if (!closed && (stretch == 0 || stretch + 1 == size))
-        return false;
-    const int least = closed && size == 4 ? kBlockAlone : kBlock;
-    return stretches[stretch].length >= least
-        && stretches[(stretch + size - 1) % size].length >= least
-        && stretches[(stretch + 1) % size].length >= least;
+    if (closed && stretches.size() == 4
+        && stretches[0].length * stretches[1].length >= kPixelsAlone)
+        return true;
+    return stretches[stretch].length >= kShortBlock && endsSquarely(stretches, stretch, 1, closed)
+        && endsSquarely(stretches, stretch, -1, closed);
 }
 
 // Where a boundary runs along the pixels: a side of blocks, a long stretch without a step at either

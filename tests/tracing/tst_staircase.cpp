@@ -53,6 +53,7 @@ class tst_Staircase : public QObject
 private slots:
     void barsAreExact();
     void blocksAreExact();
+    void barsOfAPixelAreExact();
     void smallDiscsAreNoBlocks();
     void slantedLinesAndCirclesAreNot();
     void barThatGoesOverIntoACurve();
@@ -89,6 +90,19 @@ void tst_Staircase::blocksAreExact()
     }
     const BoundaryMap pixel = mapOf(9, 9, [](int x, int y) { return x == 4 && y == 4; });
     QCOMPARE(exactAt(loopOf(pixel), -1), 0);
+}
+
+// A plus sign of a pixel, and a bar of two pixels that is bent and set off by two.
+void tst_Staircase::barsOfAPixelAreExact()
+{
+    const BoundaryMap plus = mapOf(20, 20, [](int x, int y) {
+        return (x == 10 && y >= 5 && y < 16) || (y == 10 && x >= 5 && x < 16);
+    });
+    QCOMPARE(exactAt(loopOf(plus), -1), 8 * 5);
+    const BoundaryMap bent = mapOf(30, 20, [](int x, int y) {
+        return (y >= 4 && y < 6 && x >= 4 && x < 9) || (y >= 6 && y < 8 && x >= 7 && x < 13);
+    });
+    QCOMPARE(exactAt(loopOf(bent), -1), 2 * (9 + 4));
 }
 
 // But for those that cover a full square of pixels and no more, as few of the smallest do.
