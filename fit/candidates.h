@@ -26,7 +26,8 @@ struct SpanEnd
     bool arc;
     Point foot; // of the middle between the two points at the break
     Point tangent;
-    double length; // of the span's points
+    double length;     // of the span's points
+    bool ball = false; // of few steps: the end of a bar and a square notch look the same
 };
 
 // Degrees of turn below which a joint counts as smooth, and pixels that the two free fits may lie

@@ -197,7 +197,10 @@ void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &col
     mergeSmallRegions(
         runs, std::size_t(std::min(least, 1e15)), kFringe,
         [&colours](uint16_t a, uint16_t b) { return colourDistance(colours[a], colours[b]); },
-        isMark);
+        isMark,
+        [&colours](uint16_t own, uint16_t a, uint16_t b) {
+            return isMixtureOf(colours[own], colours[a], colours[b]);
+        });
 }
 
 void mergeSmall(const QImage &image, const Geometry &geometry, const std::vector<QRgb> &colours,

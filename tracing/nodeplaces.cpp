@@ -11,10 +11,13 @@ namespace ztrace {
 
 namespace {
 
-const double kNodeLooksAt = 7.0;  // pixels around a node that tell where it is
-const double kLeastOfLine = 3;    // points that tell a line there, and how far they may be off it:
-const double kBent = 0.15;        // pixels rms, of soft edges,
-const double kBentStairs = 0.4;   // and of hard ones
+const double kNodeLooksAt = 7.0; // pixels around a node that tell where it is
+const double kLeastOfLine = 3;   // points that tell a line there, and how far they may be off it:
+const double kBent = 0.15;       // pixels rms, of soft edges,
+const double kBentStairs = 0.4;  // and of hard ones
+// Weight of a line along the pixels beside one of steps: the square of their deviations' ratio. A
+// node between two such lines and a mitre of a few steps lies where the two meet.
+const double kExactWeight = 8;
 const double kNodeAnchor = 0.05;  // weight of the lattice point beside that of a chain
 const double kRimAnchor = 0.002;  // likewise on the rim, where one line is enough
 const double kToothLooksAt = 12;  // pixels around a node with a tooth that tell where it is,
@@ -100,11 +103,12 @@ private:
                 || !lineBeside(reference, lattice, &normal, &on))
                 continue;
             const double d = dot(normal, on - lattice);
-            xx += normal.x * normal.x;
-            xy += normal.x * normal.y;
-            yy += normal.y * normal.y;
-            x += normal.x * d;
-            y += normal.y * d;
+            const double weight = runsAlongPixels(reference, lattice) ? kExactWeight : 1;
+            xx += weight * normal.x * normal.x;
+            xy += weight * normal.x * normal.y;
+            yy += weight * normal.y * normal.y;
+            x += weight * normal.x * d;
+            y += weight * normal.y * d;
         }
         fit::Point move = { 0, 0 };
         if (movesInX && movesInY) {
@@ -188,6 +192,25 @@ private:
                 return std::fabs(dot(*normal, *on - lattice)) <= kNodeReach;
         }
         return false;
+    }
+
+    // Whether all points of a chain that tell its line run along the pixels.
+    bool runsAlongPixels(uint32_t reference, fit::Point lattice) const
+    {
+        const ChainPoints &p = points[chainOf(reference)];
+        if (p.isSoft())
+            return false;
+        const std::size_t count = p.x.size();
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t i = isReversed(reference) ? count - 1 - k : k;
+            const fit::Point d = fit::Point { p.x[i], p.y[i] } - lattice;
+            const double distance = std::sqrt(dot(d, d));
+            if (distance > kNodeLooksAt)
+                break;
+            if (distance >= kNodeLeavesOut && p.sigma[i] > fit::kHardFloor)
+                return false;
+        }
+        return true;
     }
 
     // Of at least three points between `from` and `reach` pixels from the lattice point.

@@ -11,6 +11,7 @@ namespace ztrace {
 
 namespace {
 
+const double kOffMixture = 12.0;  // steps of a channel that a mixture may be off, as in spreading
 const double kEdgesOfMark = 16.0; // what an area costs beside its border, as in regions
 
 typedef std::array<double, 3> Channels;
@@ -88,6 +89,18 @@ bool standsOut(const SmallArea &area, const QImage &image, const std::vector<QRg
         }
     }
     return true;
+}
+
+bool isMixtureOf(QRgb colour, QRgb one, QRgb other)
+{
+    if (qAlpha(colour & one & other) != 255)
+        return false;
+    const Channels own = channelsOf(colour);
+    const Channels mixture = nearestMixture(own, channelsOf(one), channelsOf(other));
+    double off = 0.0;
+    for (std::size_t c = 0; c < 3; ++c)
+        off += (own[c] - mixture[c]) * (own[c] - mixture[c]);
+    return off <= kOffMixture * kOffMixture;
 }
 
 } // namespace ztrace

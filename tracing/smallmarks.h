@@ -21,6 +21,9 @@ namespace ztrace {
 // translucent do not.
 bool standsOut(const SmallArea &area, const QImage &image, const std::vector<QRgb> &colours);
 
+// Whether a colour is a mixture of two others, but for a few steps. Translucent ones are none.
+bool isMixtureOf(QRgb colour, QRgb one, QRgb other);
+
 } // namespace ztrace
 
 #endif

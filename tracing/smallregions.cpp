@@ -14,6 +14,10 @@ namespace {
 
 const uint32_t kNone = uint32_t(-1);
 const uint32_t kCountedAreas = 1024; // pixels; what is larger is sorted by comparing
+// Pixels of a sliver on a soft edge: the flat top of a disc of 100 pixels has 20 of one coverage,
+// but a line that is drawn between two areas is as long as these are.
+const uint32_t kLongestRim = 8;
+const uint32_t kPartOfRim = 4; // of its border, in each of the two
 
 struct RunOfSmall
 {
@@ -70,6 +74,9 @@ public:
         std::stable_sort(smallRuns.begin(), smallRuns.end(),
                          [](const RunOfSmall &a, const RunOfSmall &b) { return a.area < b.area; });
     }
+
+    // What is a pixel wide and lies between two colours whose mixture it is goes as well.
+    void setMixture(const LabelMixture &mixture) { isMixed = mixture; }
 
     // One time over. Returns whether labels changed.
     bool run(const LabelDistance &distance)
@@ -290,15 +297,29 @@ private:
                 bestDistance = d;
             }
         }
+        const bool isRim = isRimOf(group);
         for (uint16_t label : labelsAround)
             edgesOfLabel[label] = 0;
-        const bool keep = groups[group].border >= leastBorder && bestDistance > similar;
+        const bool keep = groups[group].border >= leastBorder && bestDistance > similar && !isRim;
         if (best < 0 || keep || !mayGo(group))
             return;
         forEachMember(group, [this, best](uint32_t area) {
             labelOf[area] = uint16_t(best);
             changedLast.push_back(area);
         });
+    }
+
+    // Whether a sliver lies along the edge of two others whose mixture it is.
+    bool isRimOf(uint32_t group) const
+    {
+        const Extent &extent = groups[group];
+        if (!isMixed || extent.area > kLongestRim || 2 * extent.area > extent.border
+            || labelsAround.size() != 2)
+            return false;
+        const uint16_t a = labelsAround[0];
+        const uint16_t b = labelsAround[1];
+        return kPartOfRim * std::min(edgesOfLabel[a], edgesOfLabel[b]) >= extent.border
+            && isMixed(labelOf[group], a, b);
     }
 
     bool mayGo(uint32_t group)
@@ -350,6 +371,7 @@ private:
     std::vector<uint32_t> edgesOfLabel; // all 0 between two merges
     std::vector<uint16_t> labelsAround;
     std::function<bool(const SmallArea &)> isAsked;
+    LabelMixture isMixed;
     std::vector<RunOfSmall> smallRuns; // in the order of their areas
     SmallArea asked;
 };
@@ -388,12 +410,14 @@ bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
 
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance,
-                       const std::function<bool(const SmallArea &)> &standsOut)
+                       const std::function<bool(const SmallArea &)> &standsOut,
+                       const LabelMixture &isMixture)
 {
     bool changed = false;
     {
         Merging merging(*runs, leastBorder, similar);
         merging.ask(standsOut);
+        merging.setMixture(isMixture);
         changed = merge(&merging, runs, distance);
     }
     tidy(changed, runs);

@@ -33,10 +33,16 @@ struct SmallArea
     std::vector<uint16_t> around; // the labels beside it, each once
 };
 
-// The same, but what stands out stays however small it is.
+// Whether the first label's colour is a mixture of the other two.
+typedef std::function<bool(uint16_t, uint16_t, uint16_t)> LabelMixture;
+
+// The same, but what stands out stays however small it is. And areas a pixel wide and eight long at
+// most go to the nearer of the two between which they lie, along a quarter of their border each,
+// where they are a mixture of these: pixels of a soft edge that look like a third colour.
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance,
-                       const std::function<bool(const SmallArea &)> &standsOut);
+                       const std::function<bool(const SmallArea &)> &standsOut,
+                       const LabelMixture &isMixture = LabelMixture());
 
 } // namespace ztrace
 

@@ -14,6 +14,13 @@ namespace {
 // Cracks in a row from which a straight stretch between corners is where the boundary is. Bars of
 // screenshots would lean by up to a pixel else.
 const int kExactStretch = 8;
+// The same between two stretches that are as long: of a line, an arc or any other smooth boundary
+// one stretch of two is a pixel long, or both are where it is steepest. So that modules of codes,
+// squares of boards and pixel lettering are what they are, and no discs and diamonds.
+const int kBlock = 3;
+const int kShortBlock = 2; // between two such
+// Pixels of a rectangle that is one whatever its sides are.
+const int kPixelsAlone = 3;
 // Times as long as what goes on after a step, at one end or at both. A line's stretches differ by a
 // crack, and the top of a circle has at most 4.8 times those beside it: 2 sqrt(2 r) to
 // sqrt(4 r) - sqrt(2 r). Longer ones are a bar that goes over into a curve, or lacks a pixel at its
@@ -76,13 +83,44 @@ struct Range
     int to;
 };
 
-// Where a boundary runs along the pixels: a long stretch without a step at either end, or one that
-// is too long beside those that go on from it to be a part of their line or arc, but for what may
-// be the begin of that.
+// Whether a stretch ends, in either direction of the walk, at another side of blocks, or at the end
+// of a bar of a pixel, whose sides go to and fro.
+bool endsSquarely(const std::vector<Stretch> &stretches, std::size_t stretch, int direction,
+                  bool closed)
+{
+    const auto size = std::ptrdiff_t(stretches.size());
+    const auto at = [&](int k) -> const Stretch * {
+        const std::ptrdiff_t place = std::ptrdiff_t(stretch) + std::ptrdiff_t(direction) * k;
+        if (!closed && (place < 0 || place >= size))
+            return nullptr;
+        return &stretches[std::size_t((place + 2 * size) % size)];
+    };
+    if (!at(1) || at(1)->length >= kBlock)
+        return at(1) != nullptr;
+    return at(2) && at(2)->length >= kBlock
+        && (at(1)->length >= kShortBlock
+            || at(2)->heading == turned(stretches[stretch].heading, 2));
+}
+
+// Whether a stretch is a side of blocks, which are wider than a pixel both ways but for bars.
+bool isBlock(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
+{
+    if (closed && stretches.size() == 4
+        && stretches[0].length * stretches[1].length >= kPixelsAlone)
+        return true;
+    return stretches[stretch].length >= kShortBlock && endsSquarely(stretches, stretch, 1, closed)
+        && endsSquarely(stretches, stretch, -1, closed);
+}
+
+// Where a boundary runs along the pixels: a side of blocks, a long stretch without a step at either
+// end, or one that is too long beside those that go on from it to be a part of their line or arc,
+// but for what may be the begin of that.
 Range exactPart(const std::vector<Stretch> &stretches, std::size_t stretch, bool closed)
 {
     const int length = stretches[stretch].length;
     const Range none = { 0, 0 };
+    if (isBlock(stretches, stretch, closed))
+        return { 0, length };
     if (length < kExactStretch)
         return none;
     const Next after = nextTo(stretches, stretch, 1, closed);

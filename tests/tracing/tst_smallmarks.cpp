@@ -5,6 +5,7 @@
 
 #include <QTest>
 
+#include <cstdlib>
 #include <set>
 
 using namespace ztrace;
@@ -91,6 +92,53 @@ private slots:
         paint(runs, labels.data());
         for (std::size_t k = 0; k < labels.size(); ++k)
             QCOMPARE(labels[k], uint16_t(k == 2 * 9 + 4));
+    }
+
+    void mixturesAreBetweenTwo()
+    {
+        QVERIFY(isMixtureOf(qRgb(128, 128, 128), kPaper, kBlack));
+        QVERIFY(isMixtureOf(qRgb(128, 128, 140), kPaper, kBlack));
+        QVERIFY(!isMixtureOf(qRgb(128, 128, 160), kPaper, kBlack));
+        QVERIFY(!isMixtureOf(qRgb(255, 0, 0), kBlack, qRgb(255, 255, 0)));
+        QVERIFY(!isMixtureOf(qRgba(128, 128, 128, 128), kPaper, kBlack));
+    }
+
+    // A row of grey between white and black is the soft edge of these, and goes to the nearer one;
+    // longer ones are lines, and what ends at black alone is a tick at an axis.
+    void rimsGoToWhatTheyAreARimOf()
+    {
+        struct Row
+        {
+            int y;
+            int height;
+            int width;
+            bool goes;
+        };
+        for (const Row &row :
+             { Row { 2, 1, 3, true }, Row { 2, 1, 8, true }, Row { 2, 1, 9, false },
+               Row { 2, 2, 4, false }, Row { 1, 1, 4, false } }) {
+            std::vector<uint16_t> labels(14 * 8, 0);
+            for (std::size_t k = 3 * 14; k < labels.size(); ++k)
+                labels[k] = 1;
+            const int top = row.height > 1 ? row.y - 1 : row.y;
+            for (int y = top; y < top + row.height; ++y) {
+                for (int x = 3; x < 3 + row.width; ++x)
+                    labels[std::size_t(14 * y + x)] = 2;
+            }
+            const std::vector<QRgb> colours = { kPaper, kBlack, qRgb(90, 90, 90) };
+            Runs runs = scanRuns(labels.data(), 14, 8);
+            mergeSmallRegions(
+                &runs, 8, 48,
+                [&](uint16_t a, uint16_t b) {
+                    return 3 * std::abs(qRed(colours[a]) - qRed(colours[b]));
+                },
+                [](const SmallArea &) { return true; },
+                [&](uint16_t own, uint16_t a, uint16_t b) {
+                    return isMixtureOf(colours[own], colours[a], colours[b]);
+                });
+            paint(runs, labels.data());
+            QCOMPARE(labels[std::size_t(14 * row.y + 4)], uint16_t(row.goes ? 1 : 2));
+        }
     }
 
     // Pixels and labels around, of areas of several rows.

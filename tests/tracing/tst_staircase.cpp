@@ -52,6 +52,9 @@ class tst_Staircase : public QObject
     Q_OBJECT
 private slots:
     void barsAreExact();
+    void blocksAreExact();
+    void barsOfAPixelAreExact();
+    void smallDiscsAreNoBlocks();
     void slantedLinesAndCirclesAreNot();
     void barThatGoesOverIntoACurve();
     void pixelThatACornerLacks();
@@ -66,7 +69,58 @@ void tst_Staircase::barsAreExact()
     const ChainPoints points = loopOf(map);
     QCOMPARE(exactAt(points, 5), 30);
     QCOMPARE(exactAt(points, 9), 30);
-    QCOMPARE(exactAt(points, -1), 60); // ends of four cracks are not
+    QCOMPARE(exactAt(points, -1), 68);
+}
+
+// Modules of codes, squares of boards, pixel lettering: no smooth boundary is wider than a pixel
+// both ways all along.
+void tst_Staircase::blocksAreExact()
+{
+    const auto corner = [](int x, int y) { return (x == 1 || y == 1) && x >= 1 && y >= 1; };
+    for (int size : { 3, 4, 5 }) {
+        const BoundaryMap map = mapOf(10 * size, 10 * size, [&](int x, int y) {
+            return x < 5 * size && y < 4 * size && corner(x / size, y / size);
+        });
+        QCOMPARE(exactAt(loopOf(map), -1), 14 * size);
+    }
+    for (int size : { 2, 3, 4 }) {
+        const BoundaryMap map = mapOf(
+            12, 12, [size](int x, int y) { return x >= 5 && x < 5 + size && y >= 5 && y < 7; });
+        QCOMPARE(exactAt(loopOf(map), -1), 2 * size + 4);
+    }
+    const BoundaryMap pixel = mapOf(9, 9, [](int x, int y) { return x == 4 && y == 4; });
+    QCOMPARE(exactAt(loopOf(pixel), -1), 0);
+}
+
+// A plus sign of a pixel, and a bar of two pixels that is bent and set off by two.
+void tst_Staircase::barsOfAPixelAreExact()
+{
+    const BoundaryMap plus = mapOf(20, 20, [](int x, int y) {
+        return (x == 10 && y >= 5 && y < 16) || (y == 10 && x >= 5 && x < 16);
+    });
+    QCOMPARE(exactAt(loopOf(plus), -1), 8 * 5);
+    const BoundaryMap bent = mapOf(30, 20, [](int x, int y) {
+        return (y >= 4 && y < 6 && x >= 4 && x < 9) || (y >= 6 && y < 8 && x >= 7 && x < 13);
+    });
+    QCOMPARE(exactAt(loopOf(bent), -1), 2 * (9 + 4));
+}
+
+// But for those that cover a full square of pixels and no more, as few of the smallest do.
+void tst_Staircase::smallDiscsAreNoBlocks()
+{
+    int exact = 0;
+    int discs = 0;
+    for (double radius = 2.2; radius < 8; radius += 0.37) {
+        for (int phase = 0; phase < 25; ++phase) {
+            const double x0 = 12 + 0.2 * (phase % 5), y0 = 12 + 0.2 * (phase / 5);
+            const BoundaryMap map = mapOf(24, 24, [&](int x, int y) {
+                return std::hypot(x + 0.5 - x0, y + 0.5 - y0) < radius;
+            });
+            exact += exactAt(loopOf(map), -1) > 0;
+            ++discs;
+        }
+    }
+    QVERIFY2(exact * 25 <= discs, qPrintable(QString("%1 of %2").arg(exact).arg(discs)));
 }
 
 void tst_Staircase::slantedLinesAndCirclesAreNot()

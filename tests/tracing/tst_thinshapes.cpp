@@ -88,6 +88,7 @@ private slots:
     void lineBetweenAreasIsStraight_data();
     void lineBetweenAreasIsStraight();
     void frameOfAPixelIsUpright();
+    void bevelledFrameIsUpright();
     void inkOfThinLinesIsKept_data();
     void inkOfThinLinesIsKept();
     void dotsOfDrawnPagesStay();
@@ -161,6 +162,34 @@ void tst_ThinShapes::frameOfAPixelIsUpright()
     }
     QVERIFY2(std::fabs(areaOf(frame->shape) - 136) < 2,
              qPrintable(QString::number(areaOf(frame->shape))));
+}
+
+// A raised button without soft pixels, its light and its dark sides mitred: the few steps of a
+// mitre do not tell where its end is, the sides do.
+void tst_ThinShapes::bevelledFrameIsUpright()
+{
+    for (int wide : { 3, 4, 5 }) {
+        QImage image(70, 60, QImage::Format_RGB32);
+        image.fill(qRgb(150, 150, 165));
+        for (int y = 10; y < 50; ++y) {
+            for (int x = 10; x < 60; ++x) {
+                const int lit = std::min(x - 10, y - 10);
+                const int dark = std::min(59 - x, 49 - y);
+                const int grey = std::min(lit, dark) >= wide ? 190 : lit <= dark ? 255 : 90;
+                image.setPixel(x, y, qRgb(grey, grey, grey));
+            }
+        }
+        const Drawing drawing = traceFlat(image, 4);
+        const Outline *face = outlineOf(drawing, qRgb(190, 190, 190));
+        QVERIFY(face);
+        QVERIFY2(std::fabs(areaOf(face->shape) - (50 - 2 * wide) * (40 - 2 * wide)) < 2,
+                 qPrintable(QString::number(areaOf(face->shape))));
+        for (const PathPiece piece : face->shape.pieces()) {
+            const double dx = std::fabs(piece.end.x - piece.start.x);
+            const double dy = std::fabs(piece.end.y - piece.start.y);
+            QVERIFY2(std::min(dx, dy) < 0.05, qPrintable(QString::number(std::min(dx, dy))));
+        }
+    }
 }
 
 void tst_ThinShapes::inkOfThinLinesIsKept_data()
