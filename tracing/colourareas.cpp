@@ -15,6 +15,7 @@
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
 #include "imaging/ramps.h"
+#include "imaging/ringing.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/shadedalpha.h"
@@ -271,6 +272,7 @@ Segmented segmentColours(Picture picture, const TracePlan &plan, Stages *stages,
     QImage image = prepared(std::move(picture));
     stages->end("prepare");
     if (const Flat *drawn = std::get_if<Flat>(&plan.segmentation)) {
+        removeRinging(&image);
         removeFringes(&image); // before the ground of a letter on a ramp gets another colour
         if (drawn->palette.empty())
             evenCheckers(&image);
