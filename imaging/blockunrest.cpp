@@ -11,14 +11,13 @@ namespace ztrace {
 
 namespace {
 
-const int kBlock = 8;   // pixels a side
-const int kRowStep = 2; // every so many rows are looked at, and columns, which cost more
-const int kColumnStep = 4;
+const int kBlock = 8;      // pixels a side
+const int kStep = 4;       // every so many rows and columns are looked at
 const int kFaint = 8;      // steps of a channel by which unrest begins at the most
 const int kLeastFlat = 8;  // pixels of one word before it
 const int kLeastTurns = 4; // of the 7 steps that follow
 // Of what begins and ends, at the borders of blocks: both ways together, and each way by itself.
-const int kLeastFound = 24;
+const int kLeastFound = 40;
 const double kAtBorders = 0.5;
 const double kAtBordersEachWay = 0.36;
 // Stripes are restless one way only: what has no more of all is not asked, and the other one has
@@ -113,11 +112,11 @@ bool isOpaque(const QImage &image)
 bool hasBlockUnrest(const QImage &image)
 {
     Ends across(image.width());
-    for (int y = 1; y < image.height(); y += kRowStep)
+    for (int y = 1; y < image.height(); y += kStep)
         count(row(image, y), image.width(), &across);
     Ends down(image.height());
     std::vector<QRgb> column(std::size_t(image.height()));
-    for (int x = 1; x < image.width(); x += kColumnStep) {
+    for (int x = 1; x < image.width(); x += kStep) {
         for (int y = 0; y < image.height(); ++y)
             column[std::size_t(y)] = row(image, y)[x];
         count(column.data(), image.height(), &down);

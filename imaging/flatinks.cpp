@@ -17,14 +17,17 @@ namespace {
 // Areas. A cell has one colour where no channel has a wider range, steps of 255.
 const int kCell = 4; // pixels a side
 const int kCellRange = 8;
-const int kLeastCells = 3;    // of an ink
-const int kCore = 3;          // steps of a channel: cells of one ink
-const int kSame = 6;          // what is as near to a commoner ink is its noise
-const int kAround = 12;       // in which an ink has
-const double kOfAround = 0.8; // of the cells, but for those of other inks, and
-const double kOfOther = 0.05; // of the cells of a commoner one
-const double kOfAll = 0.7;    // of the cells of one colour that inks have in flat art
-const int kPure = 3;          // steps from black and white
+const int kLeastCells = 3;          // of an ink
+const int kCore = 3;                // steps of a channel: cells of one ink
+const int kSame = 6;                // what is as near to a commoner ink is its noise
+const int kAround = 12;             // in which an ink has
+const double kOfAround = 0.8;       // of the cells, but for those of other inks, and
+const double kOfOther = 0.05;       // of the cells of a commoner one
+const double kOfAll = 0.7;          // of the cells of one colour that inks have in flat art
+const int kShadesBeside = 3;        // cells of no ink, beside one that is of a shade
+const double kUneven = 5.0;         // steps of a channel off its plane, in a cell of a shade
+const double kSquaresOfCell = 20.0; // of the distances from its middle, one way
+const int kPure = 3;                // steps from black and white
 const std::size_t kMostOfAreas = 64;
 
 // Strokes. Lengths are those of `apart`.
@@ -80,6 +83,31 @@ bool meanOfCell(const QImage &image, int left, int top, QRgb *mean)
                  (sums[2] + half) / (kCell * kCell));
     return most[0] - least[0] <= kCellRange && most[1] - least[1] <= kCellRange
         && most[2] - least[2] <= kCellRange;
+}
+
+// Whether a cell goes evenly from one colour to another, or has one: its channels are planes.
+bool isEven(const QImage &image, int left, int top)
+{
+    const double middle = (kCell - 1) / 2.0;
+    for (int shift : { 16, 8, 0 }) {
+        double mean = 0.0;
+        double across = 0.0;
+        double down = 0.0;
+        const auto value
+            = [&](int x, int y) { return double(row(image, top + y)[left + x] >> shift & 0xFFu); };
+        for (int k = 0; k < kCell * kCell; ++k) {
+            const double own = value(k % kCell, k / kCell);
+            mean += own / (kCell * kCell);
+            across += (k % kCell - middle) * own / kSquaresOfCell;
+            down += (k / kCell - middle) * own / kSquaresOfCell;
+        }
+        for (int k = 0; k < kCell * kCell; ++k) {
+            const double even = mean + (k % kCell - middle) * across + (k / kCell - middle) * down;
+            if (std::fabs(value(k % kCell, k / kCell) - even) > kUneven)
+                return false;
+        }
+    }
+    return true;
 }
 
 // The commonest first.
@@ -299,7 +327,7 @@ private:
 
 void InksNearby::add(int16_t label)
 {
-    if (label == kNoInk)
+    if (label < 0)
         return;
     for (int k = 0; k < size; ++k) {
         if (inks[k].label == label) {
@@ -333,6 +361,38 @@ std::vector<FlatInk> inksOfAreas(const QImage &image)
     if (double(all - cellsAround(colours, 0, 255)) < kOfAll * double(all))
         inks.clear();
     return inks;
+}
+
+void markShades(const QImage &image, const std::vector<FlatInk> &inks, std::vector<int16_t> *labels)
+{
+    const int columns = image.width() / kCell;
+    const int rows = image.height() / kCell;
+    std::vector<uint8_t> shades(std::size_t(columns + 2) * std::size_t(rows + 2), 0);
+    const auto at = [columns](int u, int v) {
+        return std::size_t(v + 1) * std::size_t(columns + 2) + std::size_t(u + 1);
+    };
+    for (int v = 0; v < rows; ++v) {
+        for (int u = 0; u < columns; ++u) {
+            QRgb mean = 0;
+            const auto isSame
+                = [&mean](const FlatInk &ink) { return channelDistance(ink.word, mean) <= kSame; };
+            const bool isOneColour = meanOfCell(image, u * kCell, v * kCell, &mean);
+            shades[at(u, v)] = isEven(image, u * kCell, v * kCell)
+                && (!isOneColour || std::none_of(inks.begin(), inks.end(), isSame));
+        }
+    }
+    for (int v = 0; v < rows; ++v) {
+        for (int u = 0; u < columns; ++u) {
+            const int beside = shades[at(u - 1, v)] + shades[at(u + 1, v)] + shades[at(u, v - 1)]
+                + shades[at(u, v + 1)];
+            if (shades[at(u, v)] == 0 || beside < kShadesBeside)
+                continue;
+            for (int y = v * kCell; y < (v + 1) * kCell; ++y) {
+                const auto first = labels->begin() + std::ptrdiff_t(y) * image.width() + u * kCell;
+                std::fill(first, first + kCell, kShade);
+            }
+        }
+    }
 }
 
 std::vector<FlatInk> inksOfStrokes(const HuePicture &picture, const std::vector<int16_t> &labels,

@@ -22,13 +22,20 @@ struct FlatInk
 
 // Labels of pixels that have no ink, or none yet.
 const int16_t kNoInk = -1;
+// And of those in shades, which have none and stay as they are.
+const int16_t kShade = -2;
 
 // Colours of areas, the commonest first, at most 64. What goes from one colour to another has none,
 // and a picture that is mostly of that has none at all.
 std::vector<FlatInk> inksOfAreas(const QImage &image);
 
+// Sets the labels of pixels amid others that go from one colour to another to kShade.
+void markShades(const QImage &image, const std::vector<FlatInk> &inks,
+                std::vector<int16_t> *labels);
+
 // Colours of strokes that are too thin for areas: of the cores of what has no ink beside what has
-// one, at most 48. `labels` are places in `inks`, or kNoInk.
+// one, at most 48. `labels` are places in `inks`, or kNoInk,
+// or kShade.
 std::vector<FlatInk> inksOfStrokes(const HuePicture &picture, const std::vector<int16_t> &labels,
                                    const std::vector<FlatInk> &inks);
 

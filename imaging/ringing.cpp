@@ -117,8 +117,10 @@ class FlatArt
 {
 public:
     FlatArt(const QImage &image, std::vector<FlatInk> areasInks)
-        : inks(std::move(areasInks)), picture(image), blocks(picture), areas(int(inks.size()))
+        : inks(std::move(areasInks)), picture(image), unmarked(pixelsOf(image), kNoInk),
+          blocks(picture), areas(int(inks.size()))
     {
+        markShades(image, inks, &unmarked);
         picture.sharpen();
         const std::vector<FlatInk> strokes = inksOfStrokes(picture, nearestInks(), inks);
         inks.insert(inks.end(), strokes.begin(), strokes.end());
@@ -134,23 +136,30 @@ public:
             QRgb *words = reinterpret_cast<QRgb *>(image->scanLine(y));
             for (int x = 0; x < picture.width(); ++x) {
                 const int16_t label = labels[picture.at(x, y)];
-                if (label != kNoInk)
+                if (label >= 0)
                     words[x] = inks[std::size_t(label)].word;
-                else if (!blocks.isBelow(kQuiet, x, y))
+                else if (label == kNoInk && !blocks.isBelow(kQuiet, x, y))
                     words[x] = wordOf(mixtureAt(x, y));
             }
         }
     }
 
 private:
+    static std::size_t pixelsOf(const QImage &image)
+    {
+        return std::size_t(image.width()) * std::size_t(image.height());
+    }
+
     // The ink that every pixel is nearest to, if it may be so far off.
     Labels nearestInks() const
     {
-        Labels found(std::size_t(picture.width()) * std::size_t(picture.height()), kNoInk);
+        Labels found(unmarked);
         for (int y = 0; y < picture.height(); ++y) {
             for (int x = 0; x < picture.width(); ++x) {
                 const Slack slack = blocks.slackAt(x, y);
                 const Hue own = picture[picture.at(x, y)];
+                if (found[picture.at(x, y)] == kShade)
+                    continue;
                 float least = 1.0f;
                 for (std::size_t k = 0; k < inks.size(); ++k) {
                     if (std::fabs(own.light - inks[k].hue.light) >= slack.light)
@@ -195,7 +204,7 @@ private:
         Labels next(labels);
         for (int y = 0; y < picture.height(); ++y) {
             for (int x = 0; x < picture.width(); ++x) {
-                if (blocks.isBelow(kRestless, x, y))
+                if (labels[picture.at(x, y)] == kShade || blocks.isBelow(kRestless, x, y))
                     continue;
                 const int16_t best = likeliestAt(x, y);
                 int own = 0;
@@ -246,6 +255,7 @@ private:
 
     std::vector<FlatInk> inks; // those of areas first
     HuePicture picture;
+    Labels unmarked;     // none, but for shades
     const Blocks blocks; // of the picture as it came
     const int areas;
     Labels nearest;

@@ -207,6 +207,25 @@ private slots:
                 QString("%1 %2 %3").arg(countInk(compressed)).arg(countInk(image)).arg(clean)));
     }
 
+    // A shaded ball in a badge of flat colours.
+    void shadesInArtStay()
+    {
+        const QRect ball(90, 80, 36, 36);
+        QImage clean = badge();
+        {
+            QPainter painter(&clean);
+            QLinearGradient ramp(ball.topLeft(), ball.bottomRight());
+            ramp.setColorAt(0, QColor(255, 240, 200));
+            ramp.setColorAt(1, QColor(170, 120, 60));
+            painter.fillRect(ball, ramp);
+        }
+        const QImage compressed = asArt(clean, 75);
+        QImage image = compressed;
+        QVERIFY(removeRinging(&image));
+        const QRect inside = ball.adjusted(6, 6, -6, -6);
+        QVERIFY(meanError(image.copy(inside), clean.copy(inside)) < 3.0);
+    }
+
     void inksAreThoseThatWereDrawn()
     {
         const std::vector<FlatInk> inks = inksOfAreas(asArt(badge(), 75));
