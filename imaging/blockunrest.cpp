@@ -4,6 +4,7 @@
 #include "colour.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <vector>
 
@@ -72,7 +73,7 @@ bool isFaint(QRgb a, QRgb b)
 }
 
 // Whether a block of pixels from `words` on, by `step`, is restless.
-bool isRestless(const QRgb *words, int step)
+bool isRestless(const QRgb *words, std::ptrdiff_t step)
 {
     int turns = 0;
     for (int k = 1; k < kBlock; ++k)
