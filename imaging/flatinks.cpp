@@ -99,10 +99,12 @@ bool isEven(const QImage &image, int left, int top)
             const double own = value(k % kCell, k / kCell);
             mean += own / (kCell * kCell);
             across += (k % kCell - middle) * own / kSquaresOfCell;
-            down += (k / kCell - middle) * own / kSquaresOfCell;
+            const int line = k / kCell;
+            down += (line - middle) * own / kSquaresOfCell;
         }
         for (int k = 0; k < kCell * kCell; ++k) {
-            const double even = mean + (k % kCell - middle) * across + (k / kCell - middle) * down;
+            const int line = k / kCell;
+            const double even = mean + (k % kCell - middle) * across + (line - middle) * down;
             if (std::fabs(value(k % kCell, k / kCell) - even) > kUneven)
                 return false;
         }
@@ -388,7 +390,8 @@ void markShades(const QImage &image, const std::vector<FlatInk> &inks, std::vect
             if (shades[at(u, v)] == 0 || beside < kShadesBeside)
                 continue;
             for (int y = v * kCell; y < (v + 1) * kCell; ++y) {
-                const auto first = labels->begin() + std::ptrdiff_t(y) * image.width() + u * kCell;
+                const auto first = labels->begin() + std::ptrdiff_t(y) * image.width()
+                    + std::ptrdiff_t(u) * kCell;
                 std::fill(first, first + kCell, kShade);
             }
         }
