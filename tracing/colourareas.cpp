@@ -11,12 +11,13 @@
 #include "imaging/edges.h"
 #include "imaging/failure.h"
 #include "imaging/fringes.h"
-#include "imaging/localink.h"
 #include "imaging/labelwindow.h"
+#include "imaging/localink.h"
 #include "imaging/palette.h"
 #include "imaging/photoareas.h"
 #include "imaging/pixelart.h"
 #include "imaging/ramps.h"
+#include "imaging/ringing.h"
 #include "imaging/segment.h"
 #include "imaging/shaded.h"
 #include "imaging/shadedalpha.h"
@@ -311,6 +312,7 @@ LabelPlane pixelArtOf(const TracePlan &plan, const QImage &image)
 void prepareFlat(const TracePlan &plan, QImage *image)
 {
     if (const Flat *flat = std::get_if<Flat>(&plan.segmentation)) {
+        removeRinging(image);
         removeFringes(image); // before the ground of a letter on a ramp gets another colour
         if (flat->palette.empty())
             evenCheckers(image);

@@ -5,6 +5,7 @@
 #include "tracing/segmentation.h"
 
 #include "imaging/failure.h"
+#include "../imaging/drawnpictures.h"
 #include "support/Messages.h"
 
 #include <QTest>
@@ -69,6 +70,26 @@ class tst_Pipeline : public QObject
 
 private slots:
     void initTestCase() { switchDebugOutput(false); }
+
+    // What compression leaves around edges is neither a colour nor an area.
+    void compressedArtHasItsOwnColours()
+    {
+        const QImage clean = drawn(200, 160, Qt::white, [](QPainter *painter) {
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(QColor(0x10, 0x30, 0x5A));
+            painter->drawEllipse(QPointF(98.3, 80.6), 72, 70);
+            painter->setBrush(QColor(0xFF, 0xD7, 0x00));
+            for (int k = 0; k < 5; ++k)
+                painter->drawEllipse(QPointF(50 + 24 * k, 80), 6, 9 + 2 * k);
+        });
+        TracePlan plan = flatPlan(64);
+        plan.geometry.fit = Geometry::Fit::Fair;
+        const auto count = [&plan](const QImage &image) {
+            return traceImage(image, plan).drawing.outlines.size();
+        };
+        QCOMPARE(count(clean), std::size_t(7));
+        QCOMPARE(count(asJpeg(clean, 75).convertToFormat(QImage::Format_ARGB32)), count(clean));
+    }
 
     void paintedInOrderNestedAreasGiveThePicture()
     {
