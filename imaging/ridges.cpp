@@ -12,6 +12,7 @@ namespace {
 const int kRidgeReach = 3;        // pixels to either side
 const int kSlope = 2;             // pixels that a soft edge goes on for
 const double kClearLength = 40.0; // length of a difference
+const double kFaintLength = 13.0; // the same where nothing near is clear; all edges have it
 // Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
 // rim are lines; with 4 fewer lines of icons are.
 const int kAlongRim = 3;
@@ -27,20 +28,35 @@ const double kExplained = 0.15; // sine of the angle between a line's colour and
 // of a core with all that is near it can save.
 const double kWrongWay = 1000.0;
 
-// Whether the length of the difference is above kClearLength. Between opaque colours the sum of the
-// channels' differences is at least the length and at most 1.74 times as much, so that it decides
-// most cases alone; the others are whole numbers.
-bool differs(QRgb a, QRgb b)
+// How far apart two colours have to be.
+struct Clear
 {
-    if (a == b)
-        return false;
-    if (qAlpha(a & b) == 255) {
-        const int sum = hueDistance(a, b);
-        return sum >= 70
-            || (sum > 40 && square(difference(opaque(a), opaque(b))) > kClearLength * kClearLength);
+    // Whether the length of the difference is above kClearLength. Between opaque colours the sum of
+    // the channels' differences is at least the length and at most 1.74 times as much, so that it
+    // decides most cases alone; the others are whole numbers.
+    static bool differs(QRgb a, QRgb b)
+    {
+        if (a == b)
+            return false;
+        if (qAlpha(a & b) == 255) {
+            const int sum = hueDistance(a, b);
+            return sum >= 70
+                || (sum > 40
+                    && square(difference(opaque(a), opaque(b))) > kClearLength * kClearLength);
+        }
+        return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
     }
-    return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
-}
+};
+
+struct Faint
+{
+    static bool differs(QRgb a, QRgb b)
+    {
+        return a != b
+            && (qAlpha(a & b) != 255
+                || square(difference(opaque(a), opaque(b))) > kFaintLength * kFaintLength);
+    }
+};
 
 // What it costs to suppose that a pixel so far from a colour is a dilution of it. How far it is
 // diluted says little: the soft pixels of one letter have every shade there is.
@@ -50,11 +66,12 @@ double costOfDilution(double distance)
 }
 
 // Steps to the first pixel that differs from one, at most `most`; 0 when there is none.
+template<typename Contrast = Clear>
 int stepsTo(const QRgb *middle, std::ptrdiff_t step, int most)
 {
     const QRgb own = *middle;
     for (int i = 1; i <= most; ++i) {
-        if (differs(own, middle[i * step]))
+        if (Contrast::differs(own, middle[i * step]))
             return i;
     }
     return 0;
@@ -85,8 +102,8 @@ struct RidgeFinder::Line
     bool goesOn() const
     {
         for (int i = 1; i <= kAlongRim; ++i) {
-            if ((i <= before && differs(*middle, middle[-i * step]))
-                || (i <= after && differs(*middle, middle[i * step])))
+            if ((i <= before && Clear::differs(*middle, middle[-i * step]))
+                || (i <= after && Clear::differs(*middle, middle[i * step])))
                 return false;
         }
         return std::max(before, after) >= kAlongRim;
@@ -213,6 +230,47 @@ bool RidgeFinder::find(int x, int y, QRgb *beside) const
     if (square(difference(own, visible(ofColumn))) > square(difference(own, visible(*beside))))
         *beside = ofColumn;
     return true;
+}
+
+bool RidgeFinder::acrossFaint(const Line &line, QRgb *beside)
+{
+    const int after = stepsTo<Faint>(line.middle, line.step, std::min(kRidgeReach, line.after));
+    if (after == 0)
+        return false;
+    const int most = std::min(kRidgeReach, kRidgeReach + 1 - after);
+    const int before = stepsTo<Faint>(line.middle, -line.step, std::min(most, line.before));
+    bool isOpaque = true;
+    return before > 0 && between<OpaqueKind>(line, after, before, beside, &isOpaque) && isOpaque;
+}
+
+// Whether nothing on the line within reach differs clearly from its middle.
+bool RidgeFinder::isFaint(const Line &line)
+{
+    return stepsTo(line.middle, line.step, std::min(kRidgeReach, line.after)) == 0
+        && stepsTo(line.middle, -line.step, std::min(kRidgeReach, line.before)) == 0;
+}
+
+bool RidgeFinder::findFaint(int x, int y, QRgb *beside) const
+{
+    const QRgb *middle = first + y * stride + x;
+    if (qAlpha(*middle) != 255)
+        return false;
+    // Most edges have something clear right beside them.
+    if ((x > 0 && Clear::differs(*middle, middle[-1]))
+        || (x + 1 < width && Clear::differs(*middle, middle[1]))
+        || (y > 0 && Clear::differs(*middle, middle[-stride]))
+        || (y + 1 < height && Clear::differs(*middle, middle[stride])))
+        return false;
+    const Line ofRow = { middle, 1, x, width - 1 - x };
+    const Line down = { middle, stride, y, height - 1 - y };
+    if (!isFaint(ofRow) || !isFaint(down))
+        return false;
+    QRgb ofColumn = 0;
+    const bool inRow = acrossFaint(ofRow, beside);
+    const bool inColumn = acrossFaint(down, &ofColumn);
+    if (inColumn && (!inRow || hueDistance(*middle, ofColumn) > hueDistance(*middle, *beside)))
+        *beside = ofColumn;
+    return inRow || inColumn;
 }
 
 Ridge RidgeFinder::at(int x, int y) const

@@ -36,12 +36,18 @@ public:
     // whether there is one; `beside` is that of the ridge then, and any word else.
     bool find(int x, int y, QRgb *beside) const;
 
+    // The same for an opaque pixel that nothing within three pixels of its row and its column
+    // differs clearly from, where a fainter difference is enough.
+    bool findFaint(int x, int y, QRgb *beside) const;
+
 private:
     struct Line;
     template<typename Kind>
     struct Side;
 
     static bool across(const Line &line, const Line &along, QRgb *beside);
+    static bool acrossFaint(const Line &line, QRgb *beside);
+    static bool isFaint(const Line &line);
     template<typename Kind>
     static bool between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind);
     static bool onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside);
