@@ -13,6 +13,7 @@ namespace ztrace {
 namespace {
 
 const uint32_t kNone = uint32_t(-1);
+const uint32_t kShareOfSide = 8;     // one in so many edges of a fringe's border, at least
 const uint32_t kCountedAreas = 1024; // pixels; what is larger is sorted by comparing
 
 struct RunOfSmall
@@ -63,7 +64,8 @@ public:
         isAsked = question;
         for (int y = 0; y < runs.height; ++y) {
             for (uint32_t k = runs.rowBegin(y); k < runs.rowEnd(y); ++k) {
-                if (firstAreas[ofRun[k]].border < leastBorder)
+                const Extent &extent = firstAreas[ofRun[k]];
+                if (extent.border < leastBorder || isSliver(extent))
                     smallRuns.push_back({ ofRun[k], k, y });
             }
         }
@@ -174,6 +176,11 @@ private:
         }
     }
 
+    bool isSliver(const Extent &extent) const
+    {
+        return similar > 0 && 2 * uint64_t(extent.area) <= extent.border;
+    }
+
     std::vector<uint32_t> smallestFirst() const
     {
         std::vector<uint32_t> small;
@@ -181,8 +188,7 @@ private:
         for (uint32_t k = 0; k < groupOf.size(); ++k) {
             if (groupOf[k] != k)
                 continue;
-            const bool isSliver = 2 * uint64_t(groups[k].area) <= groups[k].border;
-            if (groups[k].border < leastBorder || (similar > 0 && isSliver))
+            if (groups[k].border < leastBorder || isSliver(groups[k]))
                 small.push_back(k);
         }
         const auto areaOf = [this](uint32_t group) { return groups[group].area; };
@@ -281,7 +287,11 @@ private:
         });
         int best = -1;
         int bestDistance = 0;
+        const bool isSmall = groups[group].border < leastBorder;
+        const uint32_t least = isSmall ? 1 : groups[group].border / kShareOfSide;
         for (uint16_t label : labelsAround) {
+            if (edgesOfLabel[label] < least)
+                continue; // what it ends at
             const int d = distance(own, label);
             const bool isBetter = best < 0 || d < bestDistance
                 || (d == bestDistance && isLonger(label, uint16_t(best)));
@@ -292,7 +302,7 @@ private:
         }
         for (uint16_t label : labelsAround)
             edgesOfLabel[label] = 0;
-        const bool keep = groups[group].border >= leastBorder && bestDistance > similar;
+        const bool keep = !isSmall && bestDistance > similar;
         if (best < 0 || keep || !mayGo(group))
             return;
         forEachMember(group, [this, best](uint32_t area) {
@@ -303,7 +313,7 @@ private:
 
     bool mayGo(uint32_t group)
     {
-        if (!isAsked || groups[group].border >= leastBorder)
+        if (!isAsked)
             return true;
         asked.pixels.clear();
         forEachMember(group, [this](uint32_t area) { addPixels(area); });

@@ -25,7 +25,7 @@ typedef std::function<int(uint16_t, uint16_t)> LabelDistance;
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance);
 
-// An area with a border below the least.
+// An area with a border below the least, or a fringe.
 struct SmallArea
 {
     std::vector<uint32_t> pixels; // places in the plane
@@ -33,7 +33,7 @@ struct SmallArea
     std::vector<uint16_t> around; // the labels beside it, each once
 };
 
-// The same, but what stands out stays however small it is.
+// The same, but what stands out stays however small or thin it is.
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance,
                        const std::function<bool(const SmallArea &)> &standsOut);
