@@ -8,6 +8,7 @@
 #include "dither.h"
 #include "failure.h"
 #include "flattones.h"
+#include "greywords.h"
 #include "halftone.h"
 #include "levelareas.h"
 #include "noisypages.h"
@@ -222,7 +223,7 @@ std::optional<Classification> asInkOnPaper(Picture *picture, int colours)
         const bool isPure = split.uneven < kPurelyTwoValued;
         if (!isPage && (isNegative || isPure) && areas.shading > kShaded)
             return Classification { Kind::Photo, "grey, both lightnesses are shaded" };
-        if (areas.drawn)
+        if (areas.drawn || isDrawnInGreys(picture))
             return std::nullopt;
         if ((isPage || isNegative || isPure) && split.uneven >= kClearlyTwoValued
             && isShadedLikePhoto(picture))

@@ -15,10 +15,11 @@ namespace ztrace {
 
 namespace {
 
-const int kMostInLine = 6;      // ridges in 3 x 3 pixels
-const int kLeastInTexture = 24; // ridges in 5 x 5; lines side by side have fewer
-const int kLeastAlpha = 96;     // of a line on transparency
-const int kLeastRule = 16;      // pixels; stems of letters are shorter
+const int kMostInLine = 6;         // ridges in 3 x 3 pixels
+const int kLeastInTexture = 24;    // ridges in 5 x 5; lines side by side have fewer
+const int kLeastAlpha = 96;        // of a line on transparency
+const int kLeastRule = 16;         // pixels; stems of letters are shorter
+const double kShadesOfClean = 0.5; // for each pair that differs clearly
 
 const uint8_t kDrawnRidge = EdgeMap::kRidge | EdgeMap::kDrawn;
 
@@ -149,24 +150,46 @@ private:
     std::vector<uint32_t> places; // among those that were found
 };
 
+// Pixels and their right neighbours that are not equal.
+struct Pairs
+{
+    std::size_t clear = 0;
+    std::size_t shaded = 0; // less far apart
+
+    bool areClean() const { return double(shaded) <= kShadesOfClean * double(clear); }
+
+    void operator+=(const Pairs &others)
+    {
+        clear += others.clear;
+        shaded += others.shaded;
+    }
+};
+
 // Marks both pixels of every pair in a row, or of it and the row below, that differ clearly. The
 // last row is its own row below.
-void markPairs(const QRgb *words, const QRgb *below, int width, uint8_t *marks, uint8_t *marksBelow)
+Pairs markPairs(const QRgb *words, const QRgb *below, int width, uint8_t *marks,
+                uint8_t *marksBelow)
 {
+    Pairs pairs;
     for (int x = skipEqual(words, below, 0, width - 1); x < width;) {
         const QRgb word = words[x];
         if (word != below[x] && differsClearly(word, below[x])) {
             marks[x] |= EdgeMap::kEdge;
             marksBelow[x] |= EdgeMap::kEdge;
         }
-        if (x + 1 < width && word != words[x + 1] && differsClearly(word, words[x + 1])) {
-            marks[x] |= EdgeMap::kEdge;
-            marks[x + 1] |= EdgeMap::kEdge;
+        if (x + 1 < width && word != words[x + 1]) {
+            const bool isClear = differsClearly(word, words[x + 1]);
+            ++(isClear ? pairs.clear : pairs.shaded);
+            if (isClear) {
+                marks[x] |= EdgeMap::kEdge;
+                marks[x + 1] |= EdgeMap::kEdge;
+            }
         }
         ++x;
         if (x + 1 < width && words[x] == words[x + 1])
             x = skipEqual(words, below, x, width - 1);
     }
+    return pairs;
 }
 
 // Of the pixels that have one to the left and one to the right. A plain loop, which compilers turn
@@ -196,12 +219,14 @@ EdgeMap::EdgeMap(const QImage &image)
 
 void EdgeMap::markEdges(const QImage &image)
 {
+    Pairs pairs;
     for (int y = 0; y < height; ++y) {
         const int next = std::min(y + 1, height - 1);
         const QRgb *words = ztrace::row(image, y);
         visible += countVisible(words, width);
-        markPairs(words, ztrace::row(image, next), width, row(y), row(next));
+        pairs += markPairs(words, ztrace::row(image, next), width, row(y), row(next));
     }
+    clean = pairs.areClean();
 }
 
 void EdgeMap::markRidges(const QImage &image)
@@ -214,7 +239,7 @@ void EdgeMap::markRidges(const QImage &image)
         for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
             QRgb beside = 0;
             ++edgesFound;
-            if (!finder.find(x, y, &beside))
+            if (!finder.find(x, y, &beside) && !(clean && finder.findFaint(x, y, &beside)))
                 continue;
             bytes[x] |= qAlpha(words[x]) >= kLeastAlpha ? kDrawnRidge : kRidge;
             found.push_back({ static_cast<uint32_t>(offset(y)) + static_cast<uint32_t>(x), beside,
@@ -235,32 +260,49 @@ void EdgeMap::markLines()
 }
 
 // A straight run of one colour is that colour, however thin: soft edges change along a stroke.
+// Where drawn ridges of one word go on, along a row or a column. Where a line crosses another one
+// of its colour there is no ridge.
+class EdgeMap::Rule
+{
+public:
+    // The next ridge, at `place` along the line; `between` is whether the pixel before it has its
+    // word. Returns how many pixels before it, and itself, are of a rule and were not known to be.
+    int goOn(int place, QRgb own, bool between)
+    {
+        const bool isNext = place == last + 1 || (place == last + 2 && between);
+        if (!isNext || own != word)
+            first = place;
+        const int before = last - first + 1;
+        last = place;
+        word = own;
+        const int length = last - first + 1;
+        return length < kLeastRule ? 0 : before < kLeastRule ? length : length - before;
+    }
+
+private:
+    int first = -2;
+    int last = -4;
+    QRgb word = 0;
+};
+
+// A straight run of one colour is that colour, however thin: soft edges change along a stroke.
 void EdgeMap::markRules(const QImage &image)
 {
-    struct Run
-    {
-        int row = -2;
-        int length = 0;
-        QRgb word = 0;
-    };
-    std::vector<Run> down(static_cast<std::size_t>(width));
+    std::vector<Rule> down(static_cast<std::size_t>(width));
     for (int y = 0; y < height; ++y) {
         const QRgb *words = ztrace::row(image, y);
+        const QRgb *above = y > 0 ? ztrace::row(image, y - 1) : words;
         uint8_t *bytes = row(y);
-        int across = 0;
+        Rule across;
         for (int x = nextSet(bytes, 0, width); x < width; x = nextSet(bytes, x + 1, width)) {
             if ((bytes[x] & kDrawn) == 0)
                 continue;
-            const bool goesOn = x > 0 && (bytes[x - 1] & kDrawn) != 0 && words[x - 1] == words[x];
-            across = goesOn ? across + 1 : 1;
-            for (int k = 0; across >= kLeastRule && k < (across == kLeastRule ? across : 1); ++k)
-                bytes[x - k] |= kRule;
-            Run &run = down[static_cast<std::size_t>(x)];
-            const bool goesDown = run.row == y - 1 && run.word == words[x];
-            run = { y, goesDown ? run.length + 1 : 1, words[x] };
-            for (int k = 0;
-                 run.length >= kLeastRule && k < (run.length == kLeastRule ? run.length : 1); ++k)
-                row(y - k)[x] |= kRule;
+            const bool follows = x > 0 && words[x - 1] == words[x];
+            for (int k = across.goOn(x, words[x], follows); k > 0; --k)
+                bytes[x - k + 1] |= kRule;
+            Rule &rule = down[static_cast<std::size_t>(x)];
+            for (int k = rule.goOn(y, words[x], above[x] == words[x]); k > 0; --k)
+                row(y - k + 1)[x] |= kRule;
         }
     }
 }
@@ -306,6 +348,20 @@ int EdgeMap::crowdAt(int x, int y, int reach) const
             count += (bytes[u] & kDrawn) != 0;
     }
     return count;
+}
+
+bool isClean(const QImage &image)
+{
+    Pairs pairs;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb *words = row(image, y);
+        for (int x = 0; x + 1 < image.width(); ++x) {
+            x = skipEqual(words, words, x, image.width() - 1);
+            if (x + 1 < image.width() && words[x] != words[x + 1])
+                ++(differsClearly(words[x], words[x + 1]) ? pairs.clear : pairs.shaded);
+        }
+    }
+    return pairs.areClean();
 }
 
 } // namespace ztrace

@@ -56,10 +56,15 @@ public:
     std::size_t visiblePixels() const { return visible; }
     bool hasTransparentPixels() const { return visible < marks.size(); }
 
+    // As below.
+    bool isClean() const { return clean; }
+
     // Pixels that are edges.
     std::size_t edgePixels() const { return edgesFound; }
 
 private:
+    class Rule;
+
     std::size_t offset(int y) const
     {
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
@@ -74,9 +79,14 @@ private:
     int height;
     std::size_t visible = 0;
     std::size_t edgesFound = 0;
+    bool clean = true; // as isClean has it
     std::vector<uint8_t> marks;
     std::vector<RidgePixel> found;
 };
+
+// Whether an ARGB32 image is free of noise and of what compression leaves: few pixels differ a
+// little from the next one in their row, compared to those that differ clearly.
+bool isClean(const QImage &image);
 
 } // namespace ztrace
 

@@ -30,7 +30,8 @@ const float kNearlyEqual = 12.0f; // seenDistance of two entries that would be o
 const std::size_t kSteps = 16;    // entries for shading, beyond which ...
 const float kCoarseStep = 48.0f;  // ... a shade that is not flat has to be so far from the others
 const uint32_t kLeastFlat = 4;    // 2 x 2 blocks that make a colour a flat one
-const int kLeastCell = 8;         // pixels of a cell that can become an entry
+const double kShareOfTextures = 0.08; // of a clean picture's ridges; fewer are letters
+const int kLeastCell = 8;             // pixels of a cell that can become an entry
 const int kLeastTranslucentCell = 64; // the same for one that is neither opaque nor transparent
 const int kPartOfTranslucent = 3;     // one entry in three at most, so that hues are not displaced
 const double kInside = 0.2;       // part of a shade's calm pixels amid their like; noise has less
@@ -137,6 +138,25 @@ public:
         ztrace::add(&cells[place], word, count);
     }
 
+    // Shades that were counted apart.
+    void add(const Cells &shades)
+    {
+        for (std::size_t cube = 0; cube < cubes.size(); ++cube) {
+            if (shades.cubes[cube] == 0)
+                continue;
+            const Cell &from = shades.cells[shades.cubes[cube] - 1];
+            if (cubes[cube] == 0) {
+                cells.push_back(from);
+                cubes[cube] = static_cast<uint32_t>(cells.size());
+                continue;
+            }
+            Cell &to = cells[cubes[cube] - 1];
+            to.pixels += from.pixels;
+            for (int channel = 0; channel < 4; ++channel)
+                to.sums[channel] += from.sums[channel];
+        }
+    }
+
     std::vector<Cell> take()
     {
         for (Cell &cell : cells)
@@ -176,6 +196,8 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
 {
     const WordTable blocks = countBlocks(image, edges);
     Cells cells;
+    Cells textures;
+    std::size_t textured = 0; // pixels
     const int width = image.width();
     std::vector<uint8_t> calm;
     for (int y = 0; y < image.height(); ++y) {
@@ -191,12 +213,21 @@ std::vector<Cell> cellsOf(const QImage &image, const EdgeMap &edges, bool withEd
             int count = end - x;
             if (!flat && !withEdges && calm.empty())
                 edges.findCalm(y, &calm);
-            for (; !flat && !withEdges && x < end; ++x)
-                count -= calm[std::size_t(x)] == 0 && !edges.isTexture(x, y);
+            int ofTexture = 0;
+            for (; !flat && !withEdges && x < end; ++x) {
+                const bool isCalm = calm[std::size_t(x)] != 0;
+                count -= isCalm ? 0 : 1;
+                ofTexture += !isCalm && edges.isTexture(x, y) ? 1 : 0;
+            }
             if (count > 0)
                 cells.add(word, flat, count);
+            if (ofTexture > 0)
+                textures.add(word, false, ofTexture);
+            textured += std::size_t(ofTexture);
         }
     }
+    if (!edges.isClean() || double(textured) >= kShareOfTextures * double(edges.ridges().size()))
+        cells.add(textures);
     return cells.take();
 }
 

@@ -11,6 +11,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
+#include <numeric>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace ztrace {
@@ -27,6 +30,12 @@ const double kSeenOfChannel = 9.0; // squared SeenColour of one step in every ch
 // Samples that the contrast of a ramp is taken from: it is compared with steps that the eye sees,
 // and four times as many change it by less than a hundredth of one.
 const std::size_t kMostOfContrast = 256;
+
+// Flat areas side by side are no ramp: so many words have so much of it. The flat ends of a ramp
+// have three quarters at most, and two words.
+const std::ptrdiff_t kFewWords = 4;
+const double kShareOfFewWords = 0.9;
+const std::size_t kMostOfWords = 1024; // tiles that are looked at
 
 const double kVisible = 2.0; // of a channel: what a further stop has to take off
 // Pixels in a row that get lighter, or darker, by small steps: soft edges have two or three of
@@ -130,13 +139,41 @@ bool pays(const RampTiles &tiles, const GrownRamp &grown, const RampPrice &asked
     return saved > asked.edge * (kEdgesOfRamp + softBorderOf(tiles, grown));
 }
 
+// Whether a few words are nearly all there is in the tiles of a ramp, of at most kMostOfWords of
+// them: flat areas whose faint borders are slopes in tiles.
+bool isOfFewWords(const QImage &image, const RampTiles &tiles, const GrownRamp &grown)
+{
+    const std::size_t stride = grown.members.size() / kMostOfWords + 1;
+    std::unordered_map<QRgb, int> counts;
+    int pixels = 0;
+    for (std::size_t k = 0; k < grown.members.size(); k += stride) {
+        const int left = int(grown.members[k] % std::size_t(tiles.columns)) * tiles.side;
+        const int top = int(grown.members[k] / std::size_t(tiles.columns)) * tiles.side;
+        for (int y = top; y < top + tiles.side; ++y) {
+            const QRgb *words = row(image, y) + left;
+            int end = 0;
+            for (int x = 0; x < tiles.side; x = end) {
+                end = endOfRun(words, x, tiles.side);
+                counts[words[x]] += end - x;
+            }
+            pixels += tiles.side;
+        }
+    }
+    std::vector<int> commonest;
+    for (const auto &word : counts)
+        commonest.push_back(word.second);
+    const auto few = commonest.begin() + std::min(kFewWords, std::ptrdiff_t(counts.size()));
+    std::partial_sort(commonest.begin(), few, commonest.end(), std::greater<int>());
+    return std::accumulate(commonest.begin(), few, 0) >= kShareOfFewWords * pixels;
+}
+
 std::vector<GrownRamp> rampsThatPay(const QImage &image, const RampTiles &tiles,
                                     const std::vector<bool> &free, const RampPrice &price)
 {
     std::vector<GrownRamp> ramps;
     for (GrownRamp &grown : growRamps(tiles, free)) {
         leaveWidePads(tiles, &grown);
-        if (!pays(tiles, grown, price))
+        if (!pays(tiles, grown, price) || isOfFewWords(image, tiles, grown))
             continue;
         chooseStops(pixelsOf(image, tiles, grown.members), kVisible,
                     price.edge * kEdgesOfStop / (kSeenOfChannel * countPixels(tiles, grown)),

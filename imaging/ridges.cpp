@@ -13,6 +13,7 @@ const int kRidgeReach = 3;                 // pixels to either side
 const int kSlope = 2;                      // pixels that a soft edge goes on for
 const int kFarAway = kRidgeReach + kSlope; // pixels that are looked at on either side, at most
 const double kClearLength = 40.0;          // length of a difference
+const double kFaintLength = 13.0; // the same where nothing near is clear; all edges have it
 // Pixels to either side that a line on the rim goes on for. With 2 soft edges at 35 degrees to the
 // rim are lines; with 4 fewer lines of icons are.
 const int kAlongRim = 3;
@@ -41,11 +42,22 @@ bool differsIn(QRgb a, QRgb b)
     return isRootAbove(square(difference(visible(a), visible(b))), kClearLength);
 }
 
-// Most words that are compared are equal: so much is told without a call.
-inline bool differs(QRgb a, QRgb b)
+// How far apart two colours have to be. Most words that are compared are equal: so much is told
+// without a call.
+struct Clear
 {
-    return a != b && differsIn(a, b);
-}
+    static bool differs(QRgb a, QRgb b) { return a != b && differsIn(a, b); }
+};
+
+struct Faint
+{
+    static bool differs(QRgb a, QRgb b)
+    {
+        return a != b
+            && (qAlpha(a & b) != 255
+                || square(difference(opaque(a), opaque(b))) > kFaintLength * kFaintLength);
+    }
+};
 
 // What it costs to suppose that a pixel so far from a colour is a dilution of it. How far it is
 // diluted says little: the soft pixels of one letter have every shade there is.
@@ -55,11 +67,12 @@ double costOfDilution(double distance)
 }
 
 // Steps to the first pixel that differs from one, at most `most`; 0 when there is none.
+template<typename Contrast = Clear>
 inline int stepsTo(const QRgb *middle, std::ptrdiff_t step, int most)
 {
     const QRgb own = *middle;
     for (int i = 1; i <= most; ++i) {
-        if (differs(own, middle[i * step]))
+        if (Contrast::differs(own, middle[i * step]))
             return i;
     }
     return 0;
@@ -93,8 +106,8 @@ struct RidgeFinder::Line
     bool goesOn() const
     {
         for (int i = 1; i <= kAlongRim; ++i) {
-            if ((i <= before && differs(*middle, middle[-i * step]))
-                || (i <= after && differs(*middle, middle[i * step])))
+            if ((i <= before && Clear::differs(*middle, middle[-i * step]))
+                || (i <= after && Clear::differs(*middle, middle[i * step])))
                 return false;
         }
         return std::max(before, after) >= kAlongRim;
@@ -243,6 +256,47 @@ bool RidgeFinder::find(int x, int y, QRgb *beside) const
     if (square(difference(own, visible(ofColumn))) > square(difference(own, visible(*beside))))
         *beside = ofColumn;
     return true;
+}
+
+bool RidgeFinder::acrossFaint(const Line &line, QRgb *beside)
+{
+    const int after = stepsTo<Faint>(line.middle, line.step, std::min(kRidgeReach, line.after));
+    if (after == 0)
+        return false;
+    const int most = std::min(kRidgeReach, kRidgeReach + 1 - after);
+    const int before = stepsTo<Faint>(line.middle, -line.step, std::min(most, line.before));
+    bool isOpaque = true;
+    return before > 0 && between<OpaqueKind>(line, after, before, beside, &isOpaque) && isOpaque;
+}
+
+// Whether nothing on the line within reach differs clearly from its middle.
+bool RidgeFinder::isFaint(const Line &line)
+{
+    return stepsTo(line.middle, line.step, std::min(kRidgeReach, line.after)) == 0
+        && stepsTo(line.middle, -line.step, std::min(kRidgeReach, line.before)) == 0;
+}
+
+bool RidgeFinder::findFaint(int x, int y, QRgb *beside) const
+{
+    const QRgb *middle = first + y * stride + x;
+    if (qAlpha(*middle) != 255)
+        return false;
+    // Most edges have something clear right beside them.
+    if ((x > 0 && Clear::differs(*middle, middle[-1]))
+        || (x + 1 < width && Clear::differs(*middle, middle[1]))
+        || (y > 0 && Clear::differs(*middle, middle[-stride]))
+        || (y + 1 < height && Clear::differs(*middle, middle[stride])))
+        return false;
+    const Line ofRow = { middle, 1, x, width - 1 - x };
+    const Line down = { middle, stride, y, height - 1 - y };
+    if (!isFaint(ofRow) || !isFaint(down))
+        return false;
+    QRgb ofColumn = 0;
+    const bool inRow = acrossFaint(ofRow, beside);
+    const bool inColumn = acrossFaint(down, &ofColumn);
+    if (inColumn && (!inRow || hueDistance(*middle, ofColumn) > hueDistance(*middle, *beside)))
+        *beside = ofColumn;
+    return inRow || inColumn;
 }
 
 Ridge RidgeFinder::at(int x, int y) const

@@ -36,6 +36,10 @@ public:
     // whether there is one; `beside` is that of the ridge then, and any word else.
     bool find(int x, int y, QRgb *beside) const;
 
+    // The same for an opaque pixel that nothing within three pixels of its row and its column
+    // differs clearly from, where a fainter difference is enough.
+    bool findFaint(int x, int y, QRgb *beside) const;
+
 private:
     struct Line;
     template<typename Kind>
@@ -44,6 +48,8 @@ private:
     static bool amid(const QRgb *middle, std::ptrdiff_t step, QRgb *beside);
     static bool across(const Line &line, const Line &along, QRgb *beside);
     static bool isBetween(const Line &line, int after, int before, QRgb *beside);
+    static bool acrossFaint(const Line &line, QRgb *beside);
+    static bool isFaint(const Line &line);
     template<typename Kind>
     static bool between(const Line &line, int after, int before, QRgb *beside, bool *isOfKind);
     static bool onRim(Side<VisibleKind> inner, const Line &along, QRgb *beside);

@@ -4,6 +4,7 @@
 #include "colour.h"
 #include "longlines.h"
 #include "ridges.h"
+#include "wordcolours.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,6 +20,7 @@ const double kLeastPixels = 8.0;    // of a spot colour
 const double kLeastPixelsInNoise = 32.0;
 const double kLeastShare = 1.0 / 20000.0; // the same, of the visible pixels
 const double kExplained = 24.0;           // cost of drawing a line in another colour: a length
+const double kExplainedOfFaint = 0.6;     // of a faint line's distance to what is beside it
 const double kExplainedInNoise = 64.0;    // the same in a picture with noise about its edges
 const int kCore = 2;                      // pixels
 const double kDeeper = 1.2;               // times as far from what is beside
@@ -33,6 +35,7 @@ struct Shade
     Ridge ridge; // of the mean colour
     VisibleColour colour = { { 0.0, 0.0, 0.0, 0.0 } };
     double pixels = 0.0;
+    double depth = 0.0;   // a length, from what is beside it
     double cost = 1e9;    // of drawing it in the best of the known colours
     double similar = 0.0; // pixels of strange shades nearer than kSame, its own too
 };
@@ -120,6 +123,7 @@ std::vector<Shade> shadesOfLines(const QImage &image, const EdgeMap &edges)
             shade.colour[channel] = shade.sum[channel] / shade.pixels;
         const auto channel = [&](std::size_t i) { return static_cast<int>(shade.colour[i] + 0.5); };
         shade.ridge.colour = qRgb(channel(0), channel(1), channel(2));
+        shade.depth = length(difference(shade.colour, visible(shade.ridge.beside)));
     }
     return shades;
 }
@@ -137,9 +141,8 @@ public:
         const RidgeColours known({ colour });
         for (Shade &shade : shades)
             shade.cost = std::min(shade.cost, known.costOf(shade.ridge, 0));
-        const auto firstKnown
-            = std::stable_partition(shades.begin(), shades.end(),
-                                    [this](const Shade &shade) { return shade.cost > explained; });
+        const auto firstKnown = std::stable_partition(
+            shades.begin(), shades.end(), [this](const Shade &shade) { return isStrange(shade); });
         for (auto gone = firstKnown; isCounted && gone != shades.end(); ++gone) {
             for (auto other = shades.begin(); other != firstKnown; ++other)
                 other->similar -= isSimilar(*gone, *other) ? gone->pixels : 0.0;
@@ -167,12 +170,16 @@ public:
     }
 
     // What it costs not to have it; of what nothing is known about: its distance to the ground.
-    static double costOf(const Shade &shade)
-    {
-        return std::min(shade.cost, length(difference(shade.colour, visible(shade.ridge.beside))));
-    }
+    static double costOf(const Shade &shade) { return std::min(shade.cost, shade.depth); }
 
 private:
+    bool isStrange(const Shade &shade) const
+    {
+        const bool isNoisy = explained > kExplained;
+        return shade.cost
+            > (isNoisy ? explained : std::min(explained, kExplainedOfFaint * shade.depth));
+    }
+
     static bool isSimilar(const Shade &a, const Shade &b)
     {
         return square(difference(a.colour, b.colour)) < kSame * kSame;
@@ -216,6 +223,21 @@ void addLongLines(const QImage &image, const EdgeMap &edges, const std::vector<Q
     }
 }
 
+// Those that words reach exactly, however well others explain them.
+void addWordColours(const QImage &image, const EdgeMap &edges, const std::vector<QRgb> &palette,
+                    int most, std::vector<SpotColour> *spots)
+{
+    std::vector<QRgb> known = palette;
+    for (const WordColour &word : wordColoursIn(image, edges)) {
+        if (int(spots->size()) >= std::min(most, kMostSpotColours))
+            return;
+        if (!isMissing(word, known))
+            continue;
+        known.push_back(word.ridge.colour);
+        spots->push_back({ word.ridge.colour, std::sqrt(double(word.pixels)) * kExplained });
+    }
+}
+
 } // namespace
 
 std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
@@ -227,6 +249,10 @@ std::vector<SpotColour> spotColoursIn(const QImage &image, const EdgeMap &edges,
         if (qAlpha(colour) == 255)
             strange.learn(colour);
     }
+    if (edges.isClean())
+        addWordColours(image, edges, palette, most, &spots);
+    for (const SpotColour &word : spots)
+        strange.learn(word.colour);
     const double least = std::max(clean ? kLeastPixels : kLeastPixelsInNoise,
                                   kLeastShare * double(edges.visiblePixels()));
     while (static_cast<int>(spots.size()) < std::min(most, kMostSpotColours)) {

@@ -26,6 +26,7 @@
 #include "imaging/upsample.h"
 
 #include <algorithm>
+#include <optional>
 #include <unordered_set>
 
 namespace ztrace {
@@ -189,9 +190,19 @@ void mergeBeside(const QImage &image, double least, const std::vector<QRgb> &col
 {
     const std::size_t most = runs->pixels() / kPixelsOfMark;
     std::unordered_set<uint32_t> marks; // by their first pixels; every pass asks for them
+    std::optional<bool> clean;          // whether fringes that stand out are thin lines
+    const auto isWithoutNoise = [&] {
+        if (!clean)
+            clean = isClean(image);
+        return *clean;
+    };
     const auto isMark = [&](const SmallArea &area) {
-        if (marks.size() > most || !standsOut(area, image, colours))
+        const bool isSmall = double(area.border) < least;
+        if (marks.size() > most || (!isSmall && !isWithoutNoise())
+            || !standsOut(area, image, colours))
             return false;
+        if (!isSmall)
+            return true;
         marks.insert(area.pixels.front());
         return marks.size() <= most;
     };

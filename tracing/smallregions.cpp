@@ -13,6 +13,7 @@ namespace ztrace {
 namespace {
 
 const uint32_t kNone = uint32_t(-1);
+const uint32_t kShareOfSide = 8;     // one in so many edges of a fringe's border, at least
 const uint32_t kCountedAreas = 1024; // pixels; what is larger is sorted by comparing
 // Pixels of a sliver on a soft edge: the flat top of a disc of 100 pixels has 20 of one coverage,
 // but a line that is drawn between two areas is as long as these are.
@@ -67,7 +68,8 @@ public:
         isAsked = question;
         for (int y = 0; y < runs.height; ++y) {
             for (uint32_t k = runs.rowBegin(y); k < runs.rowEnd(y); ++k) {
-                if (firstAreas[ofRun[k]].border < leastBorder)
+                const Extent &extent = firstAreas[ofRun[k]];
+                if (extent.border < leastBorder || isSliver(extent))
                     smallRuns.push_back({ ofRun[k], k, y });
             }
         }
@@ -181,6 +183,11 @@ private:
         }
     }
 
+    bool isSliver(const Extent &extent) const
+    {
+        return similar > 0 && 2 * uint64_t(extent.area) <= extent.border;
+    }
+
     std::vector<uint32_t> smallestFirst() const
     {
         std::vector<uint32_t> small;
@@ -188,8 +195,7 @@ private:
         for (uint32_t k = 0; k < groupOf.size(); ++k) {
             if (groupOf[k] != k)
                 continue;
-            const bool isSliver = 2 * uint64_t(groups[k].area) <= groups[k].border;
-            if (groups[k].border < leastBorder || (similar > 0 && isSliver))
+            if (groups[k].border < leastBorder || isSliver(groups[k]))
                 small.push_back(k);
         }
         const auto areaOf = [this](uint32_t group) { return groups[group].area; };
@@ -288,7 +294,11 @@ private:
         });
         int best = -1;
         int bestDistance = 0;
+        const bool isSmall = groups[group].border < leastBorder;
+        const uint32_t least = isSmall ? 1 : groups[group].border / kShareOfSide;
         for (uint16_t label : labelsAround) {
+            if (edgesOfLabel[label] < least)
+                continue; // what it ends at
             const int d = distance(own, label);
             const bool isBetter = best < 0 || d < bestDistance
                 || (d == bestDistance && isLonger(label, uint16_t(best)));
@@ -300,7 +310,7 @@ private:
         const bool isRim = isRimOf(group);
         for (uint16_t label : labelsAround)
             edgesOfLabel[label] = 0;
-        const bool keep = groups[group].border >= leastBorder && bestDistance > similar && !isRim;
+        const bool keep = !isSmall && bestDistance > similar && !isRim;
         if (best < 0 || keep || !mayGo(group))
             return;
         forEachMember(group, [this, best](uint32_t area) {
@@ -324,7 +334,7 @@ private:
 
     bool mayGo(uint32_t group)
     {
-        if (!isAsked || groups[group].border >= leastBorder)
+        if (!isAsked)
             return true;
         asked.pixels.clear();
         forEachMember(group, [this](uint32_t area) { addPixels(area); });

@@ -25,7 +25,7 @@ typedef std::function<int(uint16_t, uint16_t)> LabelDistance;
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance);
 
-// An area with a border below the least.
+// An area with a border below the least, or a fringe.
 struct SmallArea
 {
     std::vector<uint32_t> pixels; // places in the plane
@@ -36,9 +36,9 @@ struct SmallArea
 // Whether the first label's colour is a mixture of the other two.
 typedef std::function<bool(uint16_t, uint16_t, uint16_t)> LabelMixture;
 
-// The same, but what stands out stays however small it is. And areas a pixel wide and eight long at
-// most go to the nearer of the two between which they lie, along a quarter of their border each,
-// where they are a mixture of these: pixels of a soft edge that look like a third colour.
+// The same, but what stands out stays however small or thin it is. And areas a pixel wide and eight
+// long at most go to the nearer of the two between which they lie, along a quarter of their border
+// each, where they are a mixture of these: pixels of a soft edge that look like a third colour.
 bool mergeSmallRegions(Runs *runs, std::size_t leastBorder, int similar,
                        const LabelDistance &distance,
                        const std::function<bool(const SmallArea &)> &standsOut,

@@ -246,6 +246,18 @@ void tst_Classify::kindsOfDrawnPictures_data()
         "1 colours, no hue");
     add("a page", drawn(200, 160, page), Kind::LineArt,
         "grey, two lightnesses hold 100 % of the contrast");
+    add("text on a ground that is neither black nor white",
+        drawn(200, 160,
+              [](int x, int y) { return inText(x, y) ? grey(215 + 8 * (x % 2)) : grey(31); }),
+        Kind::Logo, "");
+    const auto lines = [](int paler) {
+        return [paler](int x, int y) {
+            const int ink = y < 84 ? 0 : paler;
+            return inText(x, y) ? grey(ink + (255 - ink) * ((x * 5 + y * 3) % 11) / 16) : grey(255);
+        };
+    };
+    add("soft text in black", drawn(200, 160, lines(0)), Kind::LineArt, "");
+    add("soft text in black and in a grey", drawn(200, 160, lines(120)), Kind::Logo, "");
     add("a page in a shadow",
         drawn(400, 400,
               [](int x, int y) {

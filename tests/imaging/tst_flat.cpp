@@ -199,6 +199,10 @@ private slots:
         QFETCH(QImage, image);
         const EdgeMap edges(image);
         const plain::RidgeMap ridges(image);
+        const RidgeFinder finder(image);
+        const bool clean = plain::isClean(image);
+        QCOMPARE(edges.isClean(), clean);
+        QCOMPARE(isClean(image), clean);
         std::size_t visible = 0;
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {
@@ -207,7 +211,14 @@ private slots:
                 visible += qAlpha(image.pixel(x, y)) != 0;
                 QCOMPARE(isEdge(image, x, y), edge);
                 QCOMPARE((marks & EdgeMap::kEdge) != 0, edge);
-                QCOMPARE((marks & EdgeMap::kRidge) != 0, edge && plain::ridgeAt(image, x, y).found);
+                const bool isOpaque = qAlpha(image.pixel(x, y)) == 255;
+                const plain::Ridge faint
+                    = isOpaque ? plain::faintRidgeAt(image, x, y) : plain::Ridge();
+                QRgb beside = 0;
+                QCOMPARE(finder.findFaint(x, y, &beside), faint.found);
+                QCOMPARE(faint.found ? beside : 0u, faint.found ? faint.beside : 0u);
+                const bool isRidge = plain::ridgeAt(image, x, y).found || (clean && faint.found);
+                QCOMPARE((marks & EdgeMap::kRidge) != 0, edge && isRidge);
                 QCOMPARE(edges.isLine(x, y), ridges.isLine(x, y));
                 QCOMPARE(edges.isTexture(x, y), ridges.isTexture(x, y));
             }

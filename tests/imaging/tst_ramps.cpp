@@ -228,6 +228,17 @@ private slots:
         QVERIFY(findRamps(image, kUsualPriceOfEdge).areas.empty());
     }
 
+    // Tiles that two faint borders cross have slopes.
+    void flatAreasSideBySideAreNoRamp()
+    {
+        const Painter steps = [](double, double y) {
+            const double level = 24.0 + 9.0 * std::floor(y / 9.0);
+            return RampColour { { level, level, level + 16.0 } };
+        };
+        QImage image = painted(steps).copy(0, 0, kWidth, 27);
+        QVERIFY(findRamps(image, kUsualPriceOfEdge).areas.empty());
+    }
+
     void whatIsNotSeenIsNoRamp()
     {
         const Painter painter = [](double x, double) {

@@ -344,7 +344,13 @@ void mergeSmallRegions(Plane *plane, std::size_t leastBorder, int similar,
             }
             int best = -1;
             int bestDistance = 0;
+            // What a fringe ends at is not beside it.
+            const std::size_t own8th = map.regions[static_cast<std::size_t>(number)].border / 8;
+            const bool isFringe
+                = map.regions[static_cast<std::size_t>(number)].border >= leastBorder;
             for (const auto &border : borders) {
+                if (isFringe && std::size_t(border.second) < own8th)
+                    continue;
                 const int distance = colourDistance(own, border.first);
                 if (best < 0 || distance < bestDistance
                     || (distance == bestDistance && border.second > borders.at(uint16_t(best)))) {

@@ -89,6 +89,28 @@ private slots:
         QCOMPARE(merged(rows, 1, 60), (QStringList { "0003", "0003", "0003" }));
     }
 
+    // The line of ones lies on threes, and ends at a two, which it is more like.
+    void whatASliverEndsAtIsNotBesideIt()
+    {
+        const QStringList rows = { "333333333322", "111111111122", "333333333322" };
+        QCOMPARE(merged(rows, 1, 60), rows);
+    }
+
+    void sliversThatStandOutStay()
+    {
+        const Plane plane = planeOf({ "0000000000", "1111111111", "0000000000" });
+        for (const bool stays : { true, false }) {
+            Runs runs = scanRuns(plane.labels.data(), plane.width, plane.height);
+            std::size_t asked = 0;
+            mergeSmallRegions(&runs, 8, 60, greyDistance, [&](const SmallArea &area) {
+                asked += area.pixels.size() == 10 && area.border == 22 ? 1u : 0u;
+                return stays;
+            });
+            QVERIFY(asked > 0);
+            QCOMPARE(runs.label[1] == 1, stays);
+        }
+    }
+
     void theOnlyRegionStays() { QCOMPARE(merged({ "3" }, 100), QStringList { "3" }); }
 
     void labelsAreThePlainOnes()

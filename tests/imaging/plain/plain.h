@@ -23,6 +23,14 @@ struct Ridge
 
 Ridge ridgeAt(const QImage &image, int x, int y);
 
+// An opaque pixel that nothing within three pixels of its row and column differs clearly from, and
+// that differs a little, in the same direction, from what lies on both sides of it.
+Ridge faintRidgeAt(const QImage &image, int x, int y);
+
+// Whether at most one pixel in two of those that differ clearly from the next one in their row
+// differs from it a little.
+bool isClean(const QImage &image);
+
 // The place of the colour that explains the ridge best, since soft edges mix a thin line's colour
 // with what is beside it; -1 when none does.
 int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours);

@@ -14,6 +14,7 @@ namespace {
 
 const int kReach = 3;          // pixels to either side
 const double kClearly = 40.0;  // length of a difference
+const double kFaintly = 13.0;  // the same, of faint ridges
 const double kAligned = 0.5;   // cosine between the differences to both sides
 const double kSameSlope = 0.9; // cosine between two steps of one slope
 const double kWeightOfAlpha = 0.7;
@@ -75,7 +76,7 @@ struct Side
     Colour away = { { 0.0, 0.0, 0.0, 0.0 } };
 };
 
-Side sideOf(const QImage &image, int x, int y, int dx, int dy)
+Side sideOf(const QImage &image, int x, int y, int dx, int dy, double clearly = kClearly)
 {
     const int kSlope = 2; // pixels that a soft edge goes on for
     const Colour own = visible(row(image, y)[x]);
@@ -87,7 +88,7 @@ Side sideOf(const QImage &image, int x, int y, int dx, int dy)
             break;
         const QRgb word = row(image, v)[u];
         const Colour away = difference(own, visible(word));
-        if (side.steps == 0 && length(away) <= kClearly)
+        if (side.steps == 0 && length(away) <= clearly)
             continue;
         if (side.steps > 0
             && (length(away) <= length(side.away) || !isAligned(away, side.away, kSameSlope)))
@@ -154,7 +155,51 @@ Ridge ridgeAcross(const QImage &image, int x, int y, int dx, int dy)
     return ridge;
 }
 
+// With opaque words alone, as far as they are looked at.
+Ridge faintRidgeAcross(const QImage &image, int x, int y, int dx, int dy)
+{
+    Ridge ridge;
+    ridge.colour = row(image, y)[x];
+    const Side one = sideOf(image, x, y, dx, dy, kFaintly);
+    const Side other = sideOf(image, x, y, -dx, -dy, kFaintly);
+    ridge.found = one.steps > 0 && other.steps > 0 && one.steps + other.steps <= kReach + 1
+        && isAligned(one.away, other.away, kAligned);
+    ridge.beside = length(one.away) < length(other.away) ? one.word : other.word;
+    return ridge;
+}
+
 } // namespace
+
+Ridge faintRidgeAt(const QImage &image, int x, int y)
+{
+    for (int dx = -1; dx <= 1; ++dx) {
+        for (int dy = -1; dy <= 1; ++dy) {
+            if ((dx == 0) != (dy == 0) && sideOf(image, x, y, dx, dy).steps > 0)
+                return Ridge();
+        }
+    }
+    const Ridge inRow = faintRidgeAcross(image, x, y, 1, 0);
+    const Ridge inColumn = faintRidgeAcross(image, x, y, 0, 1);
+    if (!inRow.found || !inColumn.found)
+        return inColumn.found ? inColumn : inRow;
+    return hueDistance(inColumn.colour, inColumn.beside) > hueDistance(inRow.colour, inRow.beside)
+        ? inColumn
+        : inRow;
+}
+
+bool isClean(const QImage &image)
+{
+    int clear = 0;
+    int little = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x + 1 < image.width(); ++x) {
+            const int distance = colourDistance(row(image, y)[x], row(image, y)[x + 1]);
+            clear += distance > ztrace::kClearly;
+            little += distance <= ztrace::kClearly && image.pixel(x, y) != image.pixel(x + 1, y);
+        }
+    }
+    return 2 * little <= clear;
+}
 
 Ridge ridgeAt(const QImage &image, int x, int y)
 {
@@ -190,12 +235,15 @@ int nearestTo(const Ridge &ridge, const std::vector<QRgb> &colours)
 
 RidgeMap::RidgeMap(const QImage &image) : width(image.width()), height(image.height())
 {
+    const bool clean = isClean(image);
     ridges.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     for (int y = 0; y < height; ++y) {
         const QRgb *words = row(image, y);
         for (int x = 0; x < width; ++x) {
-            ridges.push_back(qAlpha(words[x]) >= kLeastAlpha && isEdge(image, x, y)
-                             && ridgeAt(image, x, y).found);
+            ridges.push_back(
+                qAlpha(words[x]) >= kLeastAlpha && isEdge(image, x, y)
+                && (ridgeAt(image, x, y).found
+                    || (clean && qAlpha(words[x]) == 255 && faintRidgeAt(image, x, y).found)));
         }
     }
 }
