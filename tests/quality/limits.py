@@ -25,8 +25,8 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.464, "numbers": 421
     },
     "letters": {
-        "colour": 0.406, "detail": 1.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.924, "numbers": 1967
+        "colour": 0.389, "detail": 1.0, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.816, "numbers": 1951
     },
     "logo": {
         "colour": 0.400, "detail": 3.1, "regions": 1, "uncovered": 0.01,
@@ -41,35 +41,35 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.508, "numbers": 64
     },
     "marks": {
-        "colour": 0.216, "detail": 0.1, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.179, "numbers": 206
+        "colour": 0.155, "detail": 0.1, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.803, "numbers": 226
     },
     "glass": {
         "colour": 0.249, "detail": 0.4, "regions": 0, "uncovered": 0.24,
-        "uncovered4": 1.09, "hairlines": 1.09, "joints": 5.574, "numbers": 584
+        "uncovered4": 1.09, "hairlines": 1.09, "joints": 5.573, "numbers": 584
     },
     "window": {
-        "colour": 0.504, "detail": 1.4, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.914, "numbers": 1274
+        "colour": 0.446, "detail": 0.8, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.388, "numbers": 1155
     },
     "map": {
         "colour": 0.482, "detail": 1.2, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 5.160, "numbers": 2508
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 4.978, "numbers": 2442
     },
     "map-layers": {
         "colour": 0.578, "detail": 2.8, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 32.96, "joints": 5.166, "numbers": 2508
+        "uncovered4": 0.01, "hairlines": 32.72, "joints": 4.978, "numbers": 2442
     },
     "dialog": {
-        "colour": 0.526, "detail": 4.3, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 13.755, "numbers": 3175
+        "colour": 0.471, "detail": 3.7, "regions": 1, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 12.517, "numbers": 3063
     },
     "cartoon": {
         "colour": 1.073, "detail": 1.5, "regions": 0, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.183, "numbers": 359
     },
     "cartoon-few": {
-        "colour": 1.570, "detail": 3.7, "regions": 8, "uncovered": 0.01,
+        "colour": 1.57, "detail": 3.7, "regions": 8, "uncovered": 0.01,
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 1.573, "numbers": 356
     },
     "hills-flat": {
@@ -78,7 +78,7 @@ LIMITS = {
     },
     "shaded-flat": {
         "colour": 2.805, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 22.996, "numbers": 2369
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 22.996, "numbers": 2367
     },
     "shaded": {
         "colour": 1.059, "regions": 0, "uncovered": 0.01,
@@ -86,15 +86,15 @@ LIMITS = {
     },
     "shaded-few": {
         "colour": 2.510, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 18.231, "numbers": 1498
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 18.010, "numbers": 1461
     },
     "hills": {
-        "colour": 1.110, "regions": 0, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.313, "numbers": 296
+        "colour": 1.11, "regions": 0, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.482, "numbers": 313
     },
     "one-bit": {
-        "colour": 2.571, "detail": 3.3, "regions": 6, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.780, "numbers": 1008
+        "colour": 2.486, "detail": 3.2, "regions": 6, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 0.01, "joints": 2.936, "numbers": 1008
     },
     "one-bit-fine": {
         "colour": 2.225, "detail": 3.1, "regions": 3, "uncovered": 0.01,
@@ -105,16 +105,16 @@ LIMITS = {
         "uncovered4": 0.01, "hairlines": 0.01, "joints": 3.757, "numbers": 1339
     },
     "letters-engine": {
-        "colour": 1.636, "detail": 6.4, "regions": 12, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.963, "numbers": 3052
+        "colour": 1.636, "detail": 6.4, "regions": 13, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 6.39, "joints": 21.806, "numbers": 3022
     },
     "map-engine": {
         "colour": 1.533, "detail": 19.2, "regions": 5, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 2.01, "joints": 15.662, "numbers": 4831
+        "uncovered4": 0.01, "hairlines": 2.01, "joints": 15.530, "numbers": 4784
     },
     "dialog-engine": {
-        "colour": 1.894, "detail": 7.7, "regions": 24, "uncovered": 0.01,
-        "uncovered4": 0.01, "hairlines": 9.34, "joints": 24.196, "numbers": 4085
+        "colour": 1.950, "detail": 7.0, "regions": 28, "uncovered": 0.01,
+        "uncovered4": 0.01, "hairlines": 9.34, "joints": 22.812, "numbers": 3748
     },
     "grey-page-engine": {
         "colour": 2.950, "detail": 3.4, "regions": 28, "uncovered": 0.01,
