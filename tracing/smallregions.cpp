@@ -311,7 +311,8 @@ private:
         for (uint16_t label : labelsAround)
             edgesOfLabel[label] = 0;
         const bool keep = !isSmall && bestDistance > similar && !isRim;
-        if (best < 0 || keep || !mayGo(group))
+        const bool isSurelyRim = isRim && !isSmall; // and nothing that stands out
+        if (best < 0 || keep || (!isSurelyRim && !mayGo(group)))
             return;
         forEachMember(group, [this, best](uint32_t area) {
             labelOf[area] = uint16_t(best);
