@@ -54,7 +54,7 @@ Collected collectAll(const CommandLine &line)
     OwnFiles own(batch);
     if (!batch.patterns.empty())
         own.readLines();
-    const Walk walk = { batch.recursive, batch.patterns, batch.out, true, &own };
+    const FolderWalk walk = { batch.recursive, batch.patterns, batch.out, true, &own };
     Collected collected;
     collected.page = line.settings.page;
     if (collected.page == 0)

@@ -109,7 +109,7 @@ private:
 class Walker
 {
 public:
-    Walker(const Walk &how, Collected *to) : walk(how), collected(to)
+    Walker(const FolderWalk &how, Collected *to) : walk(how), collected(to)
     {
         struct stat info;
         if (!walk.out.empty() && stat(walk.out.c_str(), &info) == 0)
@@ -207,7 +207,7 @@ private:
         }
     }
 
-    const Walk &walk;
+    const FolderWalk &walk;
     Collected *collected;
     std::size_t drawings = 0; // left out
     std::size_t others = 0;   // as well
@@ -218,7 +218,7 @@ private:
 
 } // namespace
 
-void collect(const std::string &said, const Walk &walk, Collected *collected)
+void collect(const std::string &said, const FolderWalk &walk, Collected *collected)
 {
     const std::string input = plainPath(said);
     struct stat info;

@@ -30,7 +30,7 @@ struct Collected
 };
 
 // How folders are walked.
-struct Walk
+struct FolderWalk
 {
     bool recursive = false;
     // As shells have them; empty: what images are called, but for SVG and for PDF and PNG that this
@@ -44,7 +44,7 @@ struct Walk
 // Adds a file, or what is in a folder: in the order of the bytes of the names, hidden ones left
 // out, each folder once whatever links lead to it. A file that is not there is no problem here: it
 // gets its result like any other.
-void collect(const std::string &said, const Walk &walk, Collected *collected);
+void collect(const std::string &said, const FolderWalk &walk, Collected *collected);
 
 // Adds the files that a list names, one a line, "-" for standard input; empty lines are left out. A
 // zero byte in it says that names end with those. Throws a Failure.

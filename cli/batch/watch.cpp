@@ -64,7 +64,7 @@ void requireFolders(const std::vector<std::string> &folders)
     }
 }
 
-Watch::Watch(const std::vector<std::string> &watched, const Walk &how)
+Watch::Watch(const std::vector<std::string> &watched, const FolderWalk &how)
     : folders(watched), walk(how), events(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
     walk.opensFiles = false; // again and again

@@ -27,7 +27,7 @@ public:
     typedef std::chrono::steady_clock Clock;
 
     // Throws a Failure for a folder that is none.
-    Watch(const std::vector<std::string> &folders, const Walk &how);
+    Watch(const std::vector<std::string> &folders, const FolderWalk &how);
 
     // Waits at most `milliseconds` for something to happen; signals end it early.
     void wait(int milliseconds);
@@ -59,7 +59,7 @@ private:
     void look(const Item &item);
 
     std::vector<std::string> folders;
-    Walk walk;
+    FolderWalk walk;
     std::map<std::string, State> files;
     std::set<std::string> told; // problems of the last look
     Descriptor events;

@@ -74,7 +74,7 @@ void traceWhatComes(BatchRun *run)
 {
     const BatchSettings &batch = run->batch;
     OwnFiles own(batch);
-    const Walk walk = { batch.recursive, batch.patterns, batch.out, false, &own };
+    const FolderWalk walk = { batch.recursive, batch.patterns, batch.out, false, &own };
     Watch watch(batch.watch, walk);
     Owners owners;
     while (signalsSoFar() == 0 && run->stopWish() == 0) {
